@@ -1,0 +1,67 @@
+# Every target of the project is made here, so that all have the same habits and nothing is global.
+
+find_program(TAVIX_CCACHE ccache)
+
+# Applies language level, warnings, sanitizers and output folders to a target.
+function(tavix_habits target)
+  target_compile_features(${target} PUBLIC cxx_std_17)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    POSITION_INDEPENDENT_CODE ON
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib
+    ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  if(TAVIX_CCACHE)
+    set_target_properties(${target} PROPERTIES CXX_COMPILER_LAUNCHER ${TAVIX_CCACHE})
+  endif()
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+    $<$<BOOL:${TAVIX_WERROR}>:-Werror>)
+  if(TAVIX_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE})
+  endif()
+endfunction()
+
+# tavix_target(<name> <SHARED|STATIC|OBJECT|MODULE> [OUTPUT_NAME <name>] SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
+# Makes the library <name> with the alias tavix::<name>. Public headers live in include/, private ones in src/.
+function(tavix_target name kind)
+  cmake_parse_arguments(ARG "" "OUTPUT_NAME" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} ${kind} ${ARG_SOURCES})
+  add_library(tavix::${name} ALIAS ${name})
+  tavix_habits(${name})
+  target_include_directories(${name}
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  if(ARG_OUTPUT_NAME)
+    set_target_properties(${name} PROPERTIES OUTPUT_NAME ${ARG_OUTPUT_NAME})
+  endif()
+endfunction()
+
+# tavix_program(<name> SOURCES ... LIBS ...): an executable with the project's habits.
+function(tavix_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  tavix_habits(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+endfunction()
+
+# tavix_test(<name> SOURCES ... [LIBS ...] [ENVIRONMENT VAR=value ...] [LABELS ...])
+# A GoogleTest program; every TEST becomes a ctest test of its own.
+function(tavix_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;ENVIRONMENT;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  tavix_habits(${name})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  set(properties TIMEOUT 120)
+  if(ARG_ENVIRONMENT)
+    list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
+  endif()
+  if(ARG_LABELS)
+    list(APPEND properties LABELS "${ARG_LABELS}")
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+endfunction()
