@@ -1,0 +1,27 @@
+#pragma once
+// Finds USB3 Vision cameras.
+
+#include "vexlo/DeviceDiscoveryInfo.h"
+#include "vexlo/Status.h"
+
+namespace vexlo {
+
+/// Thread-safe.
+class CEnumerator {
+public:
+    /// Receives what discovery finds.
+    class Callee {
+    public:
+        virtual ~Callee() = default;
+        /// Called once per camera, on the caller's thread, inside Discover, in a stable order. The record lives for the
+        /// call. 0 goes on; any other value ends the enumeration.
+        virtual int EnumCallback(const DeviceDiscoveryInfo* info) = 0;
+    };
+
+    /// Lists every attached camera, those that are busy or not permitted included.
+    [[nodiscard]] static VxStatus Discover(Callee* callee);
+    /// Fills `info` for the camera with the given device path. VX_E_NOT_FOUND when it is not attached.
+    [[nodiscard]] static VxStatus DeviceInfoFromPath(const char* path, DeviceDiscoveryInfo& info);
+};
+
+} // namespace vexlo

@@ -1,0 +1,81 @@
+#pragma once
+// One USB3 Vision camera: control channel, properties and its two streams.
+
+#include "vexlo/DeviceDiscoveryInfo.h"
+#include "vexlo/Status.h"
+
+#include <memory>
+
+namespace vexlo {
+
+class CVxStream;
+class CVxEventStream;
+class CXmlFile;
+
+/// Kind of device object; the numbers are those of DeviceDiscoveryInfo::UsbDriverType.
+enum EDeviceType : int { DeviceType_WinUsb = 0, DeviceType_Vandrel = 1, DeviceType_Libusb = 2 };
+
+/// All operations answer with a status and never throw. Thread-safe; register transactions of one camera are serialised.
+class CVxDevice {
+public:
+    /// Identifiers for GetProperty and SetProperty. Values are little-endian of the width given; any other size fails
+    /// with VX_E_INVALID_SIZE.
+    enum EPropertyValue : unsigned int {
+        Property_ReadPipeResetCount = 0x200,        ///< 8 bytes, read: count of read pipe resets
+        Property_WritePipeResetCount = 0x300,       ///< 8 bytes, read: count of write pipe resets
+        Property_ReadOperationsFailedCount = 0x400, ///< 8 bytes, read
+        Property_WriteOperationsFailedCount = 0x500, ///< 8 bytes, read
+        Property_LastErrorStatus = 0x600,           ///< 4 bytes, read: status of the last failed read or write
+        Property_ControlTimeout = 0x700,            ///< 4 bytes, read/write: floor of the control timeout in ms
+        Property_CustomRequestId = 0xAFFE0000,      ///< 1 byte, read/write: bRequest of a custom control request
+        Property_CustomRequestValue = 0xAFFE0100,   ///< 2 bytes, read/write: wValue
+        Property_CustomRequestIndex = 0xAFFE0200,   ///< 2 bytes, read/write: wIndex
+        Property_CustomRequestDataLength = 0xAFFE0300, ///< 2 bytes, read/write: wLength
+        Property_CustomRequestExecuteRead = 0xAFFE0400, ///< 1 byte: a write of any value executes a device-to-host request
+        Property_CustomRequestExecuteWrite = 0xAFFE0500, ///< 1 byte: a write of any value executes a host-to-device request
+        Property_CustomRequestData = 0xAFFF0000     ///< up to 64 bytes, read/write: data stage of the request
+    };
+
+    /// Null when the type is not supported here (only DeviceType_Libusb is) or memory is short.
+    static CVxDevice* CreateDevice(EDeviceType type);
+    /// Closes and deletes; null is ignored. Its streams die with it.
+    static void DestroyDevice(CVxDevice* device);
+
+    /// Opens the camera that the record names: by device path, else by GUID, else by vendor, product and serial number.
+    /// VX_E_BUSY when it is in use elsewhere, VX_E_USB_ACCESS when not permitted.
+    [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo& info);
+    [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo* info);
+    [[nodiscard]] VxStatus Close();
+    bool IsOpen() const;
+
+    /// Reads *pCount bytes from the camera's register space at `address`; *pCount becomes the number of bytes read.
+    /// Requests longer than the camera's limit are split.
+    [[nodiscard]] VxStatus ReadMem(void* buffer, unsigned long address, unsigned long* pCount);
+    /// Writes `count` bytes to the camera's register space at `address`.
+    [[nodiscard]] VxStatus WriteMem(const void* buffer, unsigned long address, unsigned long count);
+
+    [[nodiscard]] VxStatus GetProperty(EPropertyValue id, void* buffer, unsigned long size);
+    [[nodiscard]] VxStatus SetProperty(EPropertyValue id, const void* buffer, unsigned long size);
+
+    /// Downloads the camera's description file, unpacked, best entry of the manifest first.
+    [[nodiscard]] VxStatus ProvideXmlFile(CXmlFile& file);
+
+    /// The camera's stream object, owned by the device; the same pointer every time, also while closed.
+    [[nodiscard]] VxStatus GetStream(CVxStream** ppStream);
+    /// The camera's event stream object, owned by the device; the same pointer every time, also while closed.
+    [[nodiscard]] VxStatus GetEventStream(CVxEventStream** ppStream);
+
+    CVxDevice(const CVxDevice&) = delete;
+    CVxDevice& operator=(const CVxDevice&) = delete;
+
+    struct Impl;
+    Impl& GetImpl() { return *m_Impl; }
+
+private:
+    CVxDevice();
+    ~CVxDevice();
+
+    std::unique_ptr<Impl> m_Impl; // constant after construction
+};
+
+} // namespace vexlo
