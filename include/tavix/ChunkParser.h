@@ -1,0 +1,64 @@
+#pragma once
+// Makes the chunk data of a buffer readable through a node map.
+
+#include "tavix/Types.h"
+
+#include <memory>
+
+namespace GenApi {
+struct INodeMap;
+struct AttachStatistics_t;
+class CChunkAdapter;
+}
+
+namespace Tavix {
+
+/// The buffer stays the caller's and must be valid while attached. Bound to a thread.
+class IChunkParser {
+public:
+    virtual void AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics = nullptr) = 0;
+    virtual void DetachBuffer() = 0;
+    /// The same content at another address.
+    virtual void UpdateBuffer(const void* pBuffer) = 0;
+    /// LogicalErrorException without a buffer.
+    virtual bool HasCRC() const = 0;
+    /// LogicalErrorException without a buffer or without a checksum.
+    virtual bool CheckCRC() = 0;
+
+    virtual ~IChunkParser() = default;
+};
+
+/// A chunk parser with a node map of its own.
+class ISelfReliantChunkParser : public virtual IChunkParser {
+public:
+    virtual GenApi::INodeMap* GetChunkDataNodeMap() = 0;
+    virtual void Destroy() = 0;
+};
+
+/// The part that all chunk layouts share; `pAdapter` is owned.
+class CChunkParser : public virtual IChunkParser {
+public:
+    CChunkParser(const CChunkParser&) = delete;
+    CChunkParser& operator=(const CChunkParser&) = delete;
+    ~CChunkParser() override;
+
+    void AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics = nullptr) override;
+    void DetachBuffer() override;
+    void UpdateBuffer(const void* pBuffer) override;
+    bool HasCRC() const override { return false; }
+    bool CheckCRC() override;
+
+protected:
+    explicit CChunkParser(GenApi::CChunkAdapter* pAdapter);
+    const void* GetBuffer() const { return m_pBuffer; }
+    std::int64_t GetBufferLength() const { return m_BufferLength; }
+    bool IsBufferAttached() const { return m_IsBufferAttached; }
+
+private:
+    const void* m_pBuffer = nullptr; // borrowed
+    std::int64_t m_BufferLength = 0;
+    bool m_IsBufferAttached = false;
+    std::unique_ptr<GenApi::CChunkAdapter> m_pAdapter;
+};
+
+} // namespace Tavix

@@ -1,0 +1,50 @@
+#pragma once
+// A camera as applications see it.
+
+#include "tavix/Callback.h"
+#include "tavix/ChunkParser.h"
+#include "tavix/EventGrabber.h"
+#include "tavix/Info.h"
+#include "tavix/StreamGrabber.h"
+
+namespace Tavix {
+
+using DeviceCallbackHandle = void*;
+
+/// Failures are GenICam exceptions. Owned by its transport layer: give it back with ITransportLayer::DestroyDevice.
+/// Thread-safe.
+class ITavixDevice {
+public:
+    virtual void Open(AccessModeSet modes = DefaultAccessMode()) = 0;
+    virtual void Close() = 0;
+    virtual bool IsOpen() const = 0;
+    virtual const CDeviceInfo& GetDeviceInfo() const = 0;
+    virtual std::uint32_t GetNumStreamGrabberChannels() const = 0;
+    /// Null for an index that does not exist. Owned by the device.
+    virtual IStreamGrabber* GetStreamGrabber(std::uint32_t index) = 0;
+    /// Null while the device is closed. Owned by the device.
+    virtual IEventGrabber* GetEventGrabber() = 0;
+    /// The camera's features.
+    virtual GenApi::INodeMap* GetNodeMap() = 0;
+    /// The transport layer's parameters of this device.
+    virtual GenApi::INodeMap* GetTLNodeMap() = 0;
+    /// Owned by the device, which destroys it on Close at the latest.
+    virtual IChunkParser* CreateChunkParser() = 0;
+    virtual void DestroyChunkParser(IChunkParser* pParser) = 0;
+    /// Null when the camera describes no chunk data. Owned by the caller until DestroySelfReliantChunkParser.
+    virtual ISelfReliantChunkParser* CreateSelfReliantChunkParser() = 0;
+    virtual void DestroySelfReliantChunkParser(ISelfReliantChunkParser* pParser) = 0;
+    /// Owned by the device, which destroys it on Close at the latest.
+    virtual IEventAdapter* CreateEventAdapter() = 0;
+    virtual void DestroyEventAdapter(IEventAdapter* pAdapter) = 0;
+    /// The callback is cloned; it runs on a thread of the library when the camera is unplugged, with no lock held.
+    virtual DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) = 0;
+    /// False when the handle is not registered.
+    virtual bool DeregisterRemovalCallback(DeviceCallbackHandle handle) = 0;
+    virtual AccessModeSet AccessMode() const = 0;
+
+protected:
+    virtual ~ITavixDevice() = default;
+};
+
+} // namespace Tavix

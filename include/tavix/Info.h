@@ -1,0 +1,103 @@
+#pragma once
+// Property bags that describe transport layers, interfaces and devices.
+
+#include "tavix/Types.h"
+
+#include <map>
+
+namespace Tavix {
+
+/// Named string values. Copyable; re-entrant.
+class CInfoBase {
+public:
+    virtual ~CInfoBase() = default;
+
+    /// What a getter returns for a property that is not set.
+    static const char* const PropertyNotAvailable;
+
+    /// Names of the properties that are set, in alphabetical order; returns their number.
+    int GetPropertyNames(gcstring_vector& names) const;
+    bool GetPropertyAvailable(const gcstring& name) const;
+    /// False, and `value` set to PropertyNotAvailable, when the property is not set.
+    bool GetPropertyValue(const gcstring& name, gcstring& value) const;
+    /// Marks the record as user-provided and modified.
+    CInfoBase& SetPropertyValue(const gcstring& name, const gcstring& value);
+    bool RemoveProperty(const gcstring& name);
+
+    /// True when every property of `subset` is present here with an equal value.
+    bool IsSubset(const CInfoBase& subset) const;
+    bool operator==(const CInfoBase& other) const { return m_Properties == other.m_Properties; }
+    bool operator!=(const CInfoBase& other) const { return !(*this == other); }
+
+    /// False for records that a transport layer produced; true once a caller built or changed one.
+    bool IsUserProvided() const { return m_UserProvided; }
+    void ClearUserProvided() { m_UserProvided = false; }
+    /// True when a property was set or removed since the record was made or ClearModified was called.
+    bool IsModified() const { return m_Modified; }
+    void ClearModified() { m_Modified = false; }
+
+protected:
+    CInfoBase() = default;
+    CInfoBase(const CInfoBase&) = default;
+    CInfoBase& operator=(const CInfoBase&) = default;
+    gcstring Get(const char* name) const;
+
+private:
+    std::map<gcstring, gcstring> m_Properties;
+    bool m_UserProvided = true;
+    bool m_Modified = false;
+};
+
+/// What all infos have: names and the class of device they belong to. Property names are the accessors' without Get.
+class CCommonInfo : public CInfoBase {
+public:
+    gcstring GetFriendlyName() const { return Get("FriendlyName"); }
+    gcstring GetFullName() const { return Get("FullName"); }
+    gcstring GetVendorName() const { return Get("VendorName"); }
+    gcstring GetDeviceClass() const { return Get("DeviceClass"); }
+    bool IsFriendlyNameAvailable() const { return GetPropertyAvailable("FriendlyName"); }
+    bool IsFullNameAvailable() const { return GetPropertyAvailable("FullName"); }
+    bool IsVendorNameAvailable() const { return GetPropertyAvailable("VendorName"); }
+    bool IsDeviceClassAvailable() const { return GetPropertyAvailable("DeviceClass"); }
+};
+
+/// Describes a transport layer.
+class CTlInfo : public CCommonInfo {
+public:
+    CTlInfo& SetFriendlyName(const gcstring& v) { SetPropertyValue("FriendlyName", v); return *this; }
+    CTlInfo& SetFullName(const gcstring& v) { SetPropertyValue("FullName", v); return *this; }
+    CTlInfo& SetVendorName(const gcstring& v) { SetPropertyValue("VendorName", v); return *this; }
+    CTlInfo& SetDeviceClass(const gcstring& v) { SetPropertyValue("DeviceClass", v); return *this; }
+    /// File name of the library it comes from; set by the factory.
+    gcstring GetFileName() const { return Get("FileName"); }
+    CTlInfo& SetFileName(const gcstring& v) { SetPropertyValue("FileName", v); return *this; }
+};
+
+/// Describes an interface card or host controller of a transport layer.
+class CInterfaceInfo : public CCommonInfo {};
+
+/// Describes a device.
+class CDeviceInfo : public CCommonInfo {
+public:
+    CDeviceInfo& SetFriendlyName(const gcstring& v) { SetPropertyValue("FriendlyName", v); return *this; }
+    CDeviceInfo& SetFullName(const gcstring& v) { SetPropertyValue("FullName", v); return *this; }
+    CDeviceInfo& SetVendorName(const gcstring& v) { SetPropertyValue("VendorName", v); return *this; }
+    CDeviceInfo& SetDeviceClass(const gcstring& v) { SetPropertyValue("DeviceClass", v); return *this; }
+    gcstring GetModelName() const { return Get("ModelName"); }
+    gcstring GetSerialNumber() const { return Get("SerialNumber"); }
+    gcstring GetUserDefinedName() const { return Get("UserDefinedName"); }
+    gcstring GetDeviceFactory() const { return Get("DeviceFactory"); }
+    gcstring GetXMLSource() const { return Get("XMLSource"); }
+    CDeviceInfo& SetModelName(const gcstring& v) { SetPropertyValue("ModelName", v); return *this; }
+    CDeviceInfo& SetSerialNumber(const gcstring& v) { SetPropertyValue("SerialNumber", v); return *this; }
+    CDeviceInfo& SetUserDefinedName(const gcstring& v) { SetPropertyValue("UserDefinedName", v); return *this; }
+    CDeviceInfo& SetDeviceFactory(const gcstring& v) { SetPropertyValue("DeviceFactory", v); return *this; }
+    CDeviceInfo& SetXMLSource(const gcstring& v) { SetPropertyValue("XMLSource", v); return *this; }
+    bool IsModelNameAvailable() const { return GetPropertyAvailable("ModelName"); }
+    bool IsSerialNumberAvailable() const { return GetPropertyAvailable("SerialNumber"); }
+    bool IsUserDefinedNameAvailable() const { return GetPropertyAvailable("UserDefinedName"); }
+    bool IsDeviceFactoryAvailable() const { return GetPropertyAvailable("DeviceFactory"); }
+    bool IsXMLSourceAvailable() const { return GetPropertyAvailable("XMLSource"); }
+};
+
+} // namespace Tavix

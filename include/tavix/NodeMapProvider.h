@@ -1,0 +1,19 @@
+#pragma once
+// Gives the node map behind a wrapper.
+
+namespace GenApi {
+struct INodeMap;
+}
+
+namespace Tavix {
+
+class INodeMapProvider {
+public:
+    /// The wrapped node map; borrowed.
+    virtual GenApi::INodeMap* GetNodeMap() = 0;
+
+protected:
+    ~INodeMapProvider() = default;
+};
+
+} // namespace Tavix
