@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets and runs each for some seconds over its corpus.
+# Usage: scripts/fuzz.sh [seconds per target]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+count=0
+for target in build/fuzz/bin/fuzz_*; do
+    [ -x "$target" ] || continue
+    name=$(basename "$target")
+    findings=build/fuzz/findings/$name
+    scratch=build/fuzz/corpus/$name
+    mkdir -p "$findings" "$scratch"
+    echo "fuzz: $name for $seconds s"
+    "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -artifact_prefix="$findings/" \
+        "$scratch" "fuzz/corpus/${name#fuzz_}" >"$findings/log" 2>&1 || {
+        tail -n 40 "$findings/log" >&2
+        echo "fuzz: $name found something, see $findings" >&2
+        exit 1
+    }
+    count=$((count + 1))
+done
+[ "$count" -gt 0 ] || { echo "fuzz: no target was built" >&2; exit 1; }

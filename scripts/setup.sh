@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that the project needs. Does nothing when all are there.
+# Usage: scripts/setup.sh [--dev]     --dev adds what only developers need (clang, formatter, fuzzing)
+set -euo pipefail
+
+packages=(
+    build-essential cmake ninja-build pkg-config git
+    libusb-1.0-0-dev liblog4cpp5-dev libboost-dev libpugixml-dev libzip-dev zlib1g-dev libssl-dev
+    libcli11-dev nlohmann-json3-dev libpng-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
+)
+developer_packages=(clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache)
+[ "${1:-}" = "--dev" ] && packages+=("${developer_packages[@]}")
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || {
+        echo "setup: these packages are missing and there is no sudo; install them as root: ${missing[*]}" >&2
+        exit 1
+    }
+    as_root=(sudo)
+fi
+command -v apt-get >/dev/null || {
+    echo "setup: this is no Debian system; install the equivalents of: ${missing[*]}" >&2
+    exit 1
+}
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+echo "setup: installing ${#missing[@]} packages: ${missing[*]}"
+install() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" >"$log" 2>&1; }
+# Package lists may be missing or old on a fresh machine: fetch them only when the first try fails.
+if ! install; then
+    "${as_root[@]}" apt-get update >>"$log" 2>&1 || true
+    install || { tail -n 5 "$log" >&2; echo "setup: apt-get could not install the packages above" >&2; exit 1; }
+fi

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Installs what is needed, builds and runs every test that needs no hardware. Works in a fresh clone.
+# Usage: scripts/test.sh [ctest arguments]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+cmake --preset dev >/dev/null || { echo "test: configuring failed; run 'cmake --preset dev' to see why" >&2; exit 1; }
+cmake --build --preset dev
+exec ctest --preset dev --output-on-failure "$@"
