@@ -1,0 +1,69 @@
+#include "genapi/description/Property.h"
+
+namespace genapi {
+
+namespace {
+
+constexpr std::size_t kSlotCount = 512;
+constexpr uint8_t kEmpty = 0xFF;
+static_assert(kPropertyCount < kEmpty);
+
+constexpr std::size_t Hash(std::string_view name) {
+    uint32_t hash = 2166136261U;
+    for (const char c : name)
+        hash = (hash ^ static_cast<uint8_t>(c)) * 16777619U;
+    return (hash ^ (hash >> 15U)) % kSlotCount;
+}
+
+constexpr std::array<uint8_t, kSlotCount> MakeSlots() {
+    std::array<uint8_t, kSlotCount> slots{};
+    for (uint8_t& slot : slots)
+        slot = kEmpty;
+    for (std::size_t i = 0; i < kPropertyCount; ++i) {
+        std::size_t at = Hash(kPropertyNames[i]);
+        while (slots[at] != kEmpty)
+            at = (at + 1) % kSlotCount;
+        slots[at] = static_cast<uint8_t>(i);
+    }
+    return slots;
+}
+
+constexpr std::array<uint8_t, kSlotCount> kSlots = MakeSlots();
+constexpr std::size_t kLongestName = 17; // ImposedAccessMode
+
+} // namespace
+
+std::optional<PropertyId> FindProperty(std::string_view name) noexcept {
+    if (name.size() > kLongestName) return std::nullopt;
+    for (std::size_t at = Hash(name); kSlots[at] != kEmpty; at = (at + 1) % kSlotCount) {
+        if (kPropertyNames[kSlots[at]] == name) return static_cast<PropertyId>(kSlots[at]);
+    }
+    return std::nullopt;
+}
+
+bool IsListProperty(PropertyId id) noexcept {
+    switch (id) {
+    case PropertyId::pError:
+    case PropertyId::pInvalidator:
+    case PropertyId::Address:
+    case PropertyId::pAddress:
+    case PropertyId::pIndex:
+    case PropertyId::pFeature:
+    case PropertyId::pValueCopy:
+    case PropertyId::ValueIndexed:
+    case PropertyId::pValueIndexed:
+    case PropertyId::pSelected:
+    case PropertyId::pVariable:
+    case PropertyId::Constant:
+    case PropertyId::Expression:
+    case PropertyId::pEnumEntry:
+    case PropertyId::pDependent:
+    case PropertyId::pTerminal:
+    case PropertyId::pSelecting:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace genapi
