@@ -1,0 +1,37 @@
+#pragma once
+// The base of adapters that hand the chunks of a buffer to a node map.
+
+#include <GenApi/ChunkPort.h>
+#include <GenApi/INodeMap.h>
+
+#include <vector>
+
+namespace GenApi {
+
+// Works over any INodeMap. The node map must outlive it. bound to a thread
+class CChunkAdapter {
+public:
+    // MaxChunkCacheSize: the largest chunk that may be copied, -1 for any.
+    explicit CChunkAdapter(INodeMap* pNodeMap = nullptr, int64_t MaxChunkCacheSize = -1);
+    virtual ~CChunkAdapter();
+    CChunkAdapter(const CChunkAdapter&) = delete;
+    CChunkAdapter& operator=(const CChunkAdapter&) = delete;
+
+    virtual bool CheckBufferLayout(uint8_t* pBuffer, int64_t BufferLength) = 0;
+    virtual void AttachBuffer(uint8_t* pBuffer, int64_t BufferLength,
+                              AttachStatistics_t* pAttachStatistics = nullptr) = 0;
+
+    void DetachBuffer();
+    // Another buffer of the same layout.
+    void UpdateBuffer(uint8_t* pBuffer);
+    // Replaces the ports of an earlier adapter on the same map.
+    void AttachNodeMap(INodeMap* pNodeMap);
+    void DetachNodeMap();
+    void ClearCaches();
+
+protected:
+    std::vector<CChunkPort*> m_ChunkPorts; // owned, in node-map order
+    int64_t m_MaxChunkCacheSize;
+};
+
+} // namespace GenApi

@@ -1,0 +1,44 @@
+#pragma once
+// The port of event features.
+
+#include <GenApi/IPort.h>
+
+#include <memory>
+
+namespace GenApi {
+
+struct INode;
+
+// Keeps a copy of the last event's bytes. Access is NA before the first event, then RO. Its state belongs to the lock
+// of the node map it is attached to. thread-safe
+class CEventPort : virtual public IPort {
+public:
+    explicit CEventPort(INode* pNode = nullptr);
+    virtual ~CEventPort();
+    CEventPort(const CEventPort&) = delete;
+    CEventPort& operator=(const CEventPort&) = delete;
+
+    // Becomes the implementation if the node is a Port; false when the node has no event ID.
+    bool AttachNode(INode* pNode);
+    void DetachNode();
+    // Copies the bytes; the node and all that depends on it are invalidated and their callbacks fire.
+    void AttachEvent(uint8_t* pBaseAddress, int64_t Length);
+    void DetachEvent();
+    // In bytes.
+    int GetEventIDLength();
+    // IDs are compared as numbers; the bytes stand most significant first.
+    bool CheckEventID(uint8_t* pEventIDBuffer, int EventIDLength);
+    bool CheckEventID(uint64_t EventID);
+    INode* GetNode();
+
+    EAccessMode GetAccessMode() const override;
+    void Read(void* pBuffer, int64_t Address, int64_t Length) override;
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override;
+
+private:
+    friend class CEventAdapter;
+    struct State;
+    std::unique_ptr<State> m_pState;
+};
+
+} // namespace GenApi

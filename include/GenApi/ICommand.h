@@ -1,0 +1,16 @@
+#pragma once
+// Something that the device does when told to.
+
+#include <GenApi/IValue.h>
+
+namespace GenApi {
+
+// thread-safe
+struct ICommand : virtual public IValue {
+    virtual void Execute(bool Verify = true) = 0;
+    virtual void operator()() = 0;
+    // Never served from a cache; true before the first Execute.
+    virtual bool IsDone(bool Verify = true) = 0;
+};
+
+} // namespace GenApi

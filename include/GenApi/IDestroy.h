@@ -1,0 +1,15 @@
+#pragma once
+// How to end a node map's life.
+
+namespace GenApi {
+
+// bound to a thread
+struct IDestroy {
+    // Deletes the object. Adapters over a node map go first, the map last.
+    virtual void Destroy() = 0;
+
+protected:
+    virtual ~IDestroy() = default;
+};
+
+} // namespace GenApi

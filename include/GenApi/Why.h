@@ -1,0 +1,12 @@
+#pragma once
+// Why a feature has the access mode that it has.
+
+#include <GenApi/INode.h>
+
+namespace GenApi {
+
+// A sentence for a person: which link, register or port takes the access away ("locked: TLParamsLocked is 1"). Empty
+// for a feature that is readable and writable. Never throws for a fault of the device; the fault is part of the text.
+GenICam::gcstring ExplainAccess(INode* pNode);
+
+} // namespace GenApi
