@@ -1,0 +1,129 @@
+#include "core/WaitState.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <ctime>
+#include <system_error>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace Tavix {
+namespace {
+
+int CreateEventFd() {
+    const int fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (fd < 0) throw std::system_error(errno, std::generic_category(), "cannot create a wait object");
+    return fd;
+}
+
+timespec ToTimespec(std::chrono::nanoseconds duration) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+    timespec result{};
+    result.tv_sec = static_cast<std::time_t>(seconds.count());
+    result.tv_nsec = static_cast<long>((duration - seconds).count());
+    return result;
+}
+
+} // namespace
+
+_WaitObjectPosix_t::_WaitObjectPosix_t(bool manualReset) : m_ManualReset(manualReset), m_Fd(CreateEventFd()) {}
+
+_WaitObjectPosix_t::~_WaitObjectPosix_t() {
+    close(m_Fd);
+}
+
+void _WaitObjectPosix_t::Signal() noexcept {
+    // Can only fail because the counter is full; then the object is signalled already.
+    const std::uint64_t one = 1;
+    while (write(m_Fd, &one, sizeof one) < 0 && errno == EINTR) {
+    }
+}
+
+void _WaitObjectPosix_t::Reset() noexcept {
+    std::uint64_t count = 0;
+    while (read(m_Fd, &count, sizeof count) < 0 && errno == EINTR) {
+    }
+}
+
+bool _WaitObjectPosix_t::TryConsume() noexcept {
+    if (m_ManualReset) return IsSignalled();
+    std::uint64_t count = 0;
+    ssize_t result = 0;
+    do {
+        result = read(m_Fd, &count, sizeof count);
+    } while (result < 0 && errno == EINTR);
+    return result == sizeof count;
+}
+
+bool _WaitObjectPosix_t::IsSignalled() const noexcept {
+    pollfd descriptor{m_Fd, POLLIN, 0};
+    int result = 0;
+    do {
+        result = poll(&descriptor, 1, 0);
+    } while (result < 0 && errno == EINTR);
+    return result > 0 && (descriptor.revents & POLLIN) != 0;
+}
+
+Deadline::Deadline(unsigned int timeoutMs) {
+    if (timeoutMs != WaitObject::waitForever) m_End = Clock::now() + std::chrono::milliseconds(timeoutMs);
+}
+
+bool Deadline::Poll(pollfd* descriptors, nfds_t count) const {
+    while (true) {
+        timespec left{};
+        if (m_End) left = ToTimespec(std::max<std::chrono::nanoseconds>(*m_End - Clock::now(), {}));
+        const int result = ppoll(descriptors, count, m_End ? &left : nullptr, nullptr);
+        if (result >= 0) return result > 0;
+        if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "cannot wait");
+    }
+}
+
+std::shared_ptr<_WaitObjectPosix_t> ShareWaitObject(_WaitObjectPosix_t* handle) {
+    return handle != nullptr ? handle->shared_from_this() : nullptr;
+}
+
+void SignalWaitObject(_WaitObjectPosix_t& state) noexcept {
+    state.Signal();
+}
+
+void ResetWaitObject(_WaitObjectPosix_t& state) noexcept {
+    state.Reset();
+}
+
+bool WaitObject::Wait(unsigned int timeoutMs) const {
+    if (!m_State) return false;
+    if (m_State->TryConsume()) return true;
+    if (timeoutMs == 0) return false;
+    const Deadline deadline(timeoutMs);
+    pollfd descriptor{m_State->m_Fd, POLLIN, 0};
+    while (deadline.Poll(&descriptor, 1)) {
+        if (m_State->TryConsume()) return true;
+    }
+    return false;
+}
+
+int WaitObject::GetFd() const {
+    return m_State ? m_State->m_Fd : -1;
+}
+
+void WaitObject::Sleep(unsigned int ms) {
+    timespec left = ToTimespec(std::chrono::milliseconds(ms));
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+WaitObjectEx WaitObjectEx::Create(bool manualReset) {
+    return WaitObjectEx(std::make_shared<_WaitObjectPosix_t>(manualReset));
+}
+
+void WaitObjectEx::Signal() const noexcept {
+    if (m_State) m_State->Signal();
+}
+
+void WaitObjectEx::Reset() const noexcept {
+    if (m_State) m_State->Reset();
+}
+
+} // namespace Tavix

@@ -1,0 +1,86 @@
+#include "core/WaitState.h"
+
+#include <algorithm>
+
+namespace Tavix {
+namespace {
+
+using States = std::vector<_WaitObjectPosix_t*>;
+
+// Each state once: an object with automatic reset can be consumed only once, however often it was added.
+States DistinctStates(const std::vector<WaitObject>& objects) {
+    States states;
+    for (const WaitObject& object : objects) {
+        if (std::find(states.begin(), states.end(), object.GetHandle()) == states.end())
+            states.push_back(object.GetHandle());
+    }
+    return states;
+}
+
+bool WaitUntilEachWasSignalled(const States& states, const Deadline& deadline) {
+    for (_WaitObjectPosix_t* state : states) {
+        pollfd descriptor{state->m_Fd, POLLIN, 0};
+        if (!deadline.Poll(&descriptor, 1)) return false;
+    }
+    return true;
+}
+
+bool TryConsumeAll(const States& states) {
+    const bool allSignalled =
+        std::all_of(states.begin(), states.end(), [](auto* state) { return state->IsSignalled(); });
+    if (!allSignalled) return false;
+    for (std::size_t i = 0; i < states.size(); ++i) {
+        if (states[i]->TryConsume()) continue;
+        while (i-- > 0) {
+            if (!states[i]->m_ManualReset) states[i]->Signal();
+        }
+        return false;
+    }
+    return true;
+}
+
+bool TryConsumeAny(const std::vector<WaitObject>& objects, unsigned int* pIndex) {
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        if (!objects[i].IsValid() || !objects[i].GetHandle()->TryConsume()) continue;
+        if (pIndex != nullptr) *pIndex = static_cast<unsigned int>(i);
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+unsigned int WaitObjects::Add(const WaitObject& object) {
+    m_Objects.push_back(object);
+    return GetCount() - 1;
+}
+
+void WaitObjects::RemoveAll() {
+    m_Objects.clear();
+}
+
+bool WaitObjects::WaitForAll(unsigned int timeoutMs) const {
+    const States states = DistinctStates(m_Objects);
+    if (std::find(states.begin(), states.end(), nullptr) != states.end()) return false;
+    const Deadline deadline(timeoutMs);
+    while (!TryConsumeAll(states)) {
+        if (!WaitUntilEachWasSignalled(states, deadline)) return false;
+    }
+    return true;
+}
+
+bool WaitObjects::WaitForAny(unsigned int timeoutMs, unsigned int* pIndex) const {
+    if (std::none_of(m_Objects.begin(), m_Objects.end(), [](const WaitObject& object) { return object.IsValid(); }))
+        return false;
+    std::vector<pollfd> descriptors;
+    descriptors.reserve(m_Objects.size());
+    for (const WaitObject& object : m_Objects)
+        descriptors.push_back({object.GetFd(), POLLIN, 0}); // poll skips the -1 of an object that is not valid
+    const Deadline deadline(timeoutMs);
+    while (!TryConsumeAny(m_Objects, pIndex)) {
+        if (!deadline.Poll(descriptors.data(), descriptors.size())) return false;
+    }
+    return true;
+}
+
+} // namespace Tavix
