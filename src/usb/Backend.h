@@ -43,13 +43,13 @@ enum class Speed : std::uint8_t { Unknown = 0, Low, Full, High, Super, SuperPlus
 /// What is known of a device on the bus without opening it. Descriptors are raw bytes as the device sent them;
 /// nothing in them has been checked.
 struct DeviceEntry {
-    std::string id;                          ///< key for Backend::Open; unique among all attached devices of a backend
-    std::uint8_t bus = 0;                    ///< bus number
-    std::uint8_t address = 0;                ///< device address on that bus
-    std::vector<std::uint8_t> ports;         ///< port path from the root hub
-    Speed speed = Speed::Unknown;            ///< speed of the link as negotiated
-    int activeConfiguration = 0;             ///< bConfigurationValue; 0 when unconfigured or unknown
-    std::vector<std::uint8_t> device;        ///< device descriptor (18 bytes when well formed)
+    std::string id;                   ///< key for Backend::Open; unique among all attached devices of a backend
+    std::uint8_t bus = 0;             ///< bus number
+    std::uint8_t address = 0;         ///< device address on that bus
+    std::vector<std::uint8_t> ports;  ///< port path from the root hub
+    Speed speed = Speed::Unknown;     ///< speed of the link as negotiated
+    int activeConfiguration = 0;      ///< bConfigurationValue; 0 when unconfigured or unknown
+    std::vector<std::uint8_t> device; ///< device descriptor (18 bytes when well formed)
     std::vector<std::vector<std::uint8_t>> configurations; ///< each whole configuration descriptor set
 };
 
@@ -66,17 +66,19 @@ struct ControlSetup {
 /// The backend fills status and actualLength before it calls `completed`.
 /// Bound to a thread while idle; the backend owns it between Submit and completion.
 struct Transfer {
-    std::uint8_t endpoint = 0;               ///< endpoint address, direction bit included
-    std::uint8_t* buffer = nullptr;          ///< borrowed
-    std::size_t length = 0;                  ///< bytes asked for (IN) or to send (OUT)
-    std::size_t actualLength = 0;            ///< bytes moved; may be > 0 for any status
+    std::uint8_t endpoint = 0;      ///< endpoint address, direction bit included
+    std::uint8_t* buffer = nullptr; ///< borrowed
+    std::size_t length = 0;         ///< bytes asked for (IN) or to send (OUT)
+    std::size_t actualLength = 0;   ///< bytes moved; may be > 0 for any status
     TransferStatus status = TransferStatus::Completed;
-    void (*completed)(Transfer&) = nullptr;  ///< runs in HandleEvents; must not call synchronous operations
-    void* context = nullptr;                 ///< for the owner
-    void* backendData = nullptr;             ///< for the backend; null before the first Submit, see Handle::Forget
+    void (*completed)(Transfer&) = nullptr; ///< runs in HandleEvents; must not call synchronous operations
+    void* context = nullptr;                ///< for the owner
+    void* backendData = nullptr;            ///< for the backend; null before the first Submit, see Handle::Forget
 };
 
-/// An opened device. Closed by its destructor; no transfer may be in flight then. Thread-safe.
+/// An opened device. Closed by its destructor: no transfer may be in flight then (the libusb handle cancels what is
+/// left and runs its completion), every transfer must have been forgotten, and memory of AllocateMemory given back. A
+/// time limit of 0 ms means no limit, except for HandleEvents. Thread-safe.
 class Handle {
 public:
     Handle() = default;
@@ -90,24 +92,28 @@ public:
     virtual Result Release(std::uint8_t interfaceNumber) = 0;
 
     /// Synchronous control transfer on endpoint 0. `data` has setup.length bytes; `actual` is the data stage's length.
+    /// At most 4096 bytes.
     [[nodiscard]] virtual Result Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
                                          unsigned int timeoutMs) = 0;
     /// Synchronous bulk transfer; the direction is the endpoint's. On Timeout `actual` may be > 0.
-    [[nodiscard]] virtual Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
-                                      unsigned int timeoutMs) = 0;
+    [[nodiscard]] virtual Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length,
+                                      std::size_t& actual, unsigned int timeoutMs) = 0;
 
     /// Queues an asynchronous bulk transfer without time limit. NoMemory when the system refuses more of them now.
+    /// With any answer but Ok the transfer is idle and its completion does not run.
     [[nodiscard]] virtual Result Submit(Transfer& transfer) = 0;
-    /// Asks for the end of a queued transfer; its completion still runs (Cancelled, or what was faster).
-    /// NotFound when it has already completed.
+    /// Asks for the end of a queued transfer; its completion still runs (Cancelled, or what was faster), whatever this
+    /// answers. NotFound when it has already completed or is being cancelled, NoDevice when the device is gone.
     virtual Result Cancel(Transfer& transfer) = 0;
-    /// Gives back what the backend keeps in transfer.backendData. Only for an idle transfer.
+    /// Gives back what the backend keeps in transfer.backendData. Only for an idle transfer; callable in its
+    /// completion. Also needed before the transfer is submitted to a handle of another backend.
     virtual void Forget(Transfer& transfer) = 0;
 
-    /// Runs completions of this handle's transfers on the calling thread; returns when at least one has run, after
-    /// timeoutMs, or after WakeEvents. One thread at a time.
+    /// Runs completions of this handle's transfers on the calling thread; returns Ok when at least one has run, after
+    /// timeoutMs (0: without waiting), or after WakeEvents. Completions never run elsewhere, even if other threads make
+    /// synchronous calls meanwhile. One thread at a time.
     virtual Result HandleEvents(unsigned int timeoutMs) = 0;
-    /// Makes a running or the next HandleEvents return. Callable from any thread.
+    /// Makes a running or the next HandleEvents return. Callable from any thread, also in a completion.
     virtual void WakeEvents() = 0;
 
     /// Clears the halt of an endpoint on both sides. Nothing may be queued on it.

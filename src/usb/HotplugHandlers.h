@@ -1,0 +1,43 @@
+#pragma once
+// The hotplug handlers of a backend and the rules for calling them.
+
+#include "usb/Backend.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace usb {
+
+/// Keeps handlers and calls them without holding a lock. A handler that has been removed is not called any more, and
+/// Remove waits for a call that is running, unless it is made from within that call. Thread-safe.
+class HotplugHandlers {
+public:
+    HotplugHandlers();
+    ~HotplugHandlers();
+    HotplugHandlers(const HotplugHandlers&) = delete;
+    HotplugHandlers& operator=(const HotplugHandlers&) = delete;
+
+    /// Returns the registration, never 0.
+    std::uint64_t Add(HotplugHandler handler);
+    /// Does nothing for an unknown registration.
+    void Remove(std::uint64_t registration);
+    /// Calls all handlers in the order of their registration.
+    void Notify(HotplugEvent event, const std::string& id);
+
+private:
+    struct Entry;
+
+    void Call(const std::shared_ptr<Entry>& entry, HotplugEvent event, const std::string& id);
+
+    std::mutex m_Lock;
+    // guarded by m_Lock
+    std::condition_variable m_CallEnded;
+    std::map<std::uint64_t, std::shared_ptr<Entry>> m_Entries;
+    std::uint64_t m_LastRegistration = 0;
+};
+
+} // namespace usb

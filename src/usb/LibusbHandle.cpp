@@ -1,0 +1,246 @@
+// One opened device of the real bus.
+#include "usb/LibusbHandle.h"
+
+#include "usb/LibusbDescriptors.h"
+#include "usb/LibusbResult.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+
+namespace usb {
+namespace {
+
+constexpr std::chrono::seconds kCloseLimit{2};
+
+timeval Remaining(std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::microseconds;
+    const auto left = std::chrono::duration_cast<microseconds>(deadline - std::chrono::steady_clock::now());
+    const auto count = std::max<microseconds::rep>(left.count(), 0);
+    timeval value{};
+    value.tv_sec = static_cast<time_t>(count / 1000000);
+    value.tv_usec = static_cast<suseconds_t>(count % 1000000);
+    return value;
+}
+
+} // namespace
+
+/// What Transfer::backendData points to. Made at the first Submit, reused by those that follow.
+struct LibusbHandle::Slot {
+    ~Slot() { libusb_free_transfer(transfer); }
+
+    libusb_transfer* transfer = nullptr; ///< owned
+    Transfer* owner = nullptr;           ///< borrowed while submitted
+    LibusbHandle* handle = nullptr;      ///< borrowed while submitted
+    Slot* previous = nullptr;
+    Slot* next = nullptr;
+};
+
+void LibusbHandle::SlotList::Append(Slot& slot) {
+    slot.previous = last;
+    slot.next = nullptr;
+    (last != nullptr ? last->next : first) = &slot;
+    last = &slot;
+}
+
+void LibusbHandle::SlotList::Remove(Slot& slot) {
+    (slot.previous != nullptr ? slot.previous->next : first) = slot.next;
+    (slot.next != nullptr ? slot.next->previous : last) = slot.previous;
+    slot.previous = slot.next = nullptr;
+}
+
+std::unique_ptr<Handle> LibusbHandle::Open(const std::string& id, Result& result) {
+    libusb_context* raw = nullptr;
+    if ((result = FromLibusb(libusb_init(&raw))) != Result::Ok) return nullptr;
+    LibusbContext context(raw);
+    libusb_device_handle* device = nullptr;
+    {
+        const LibusbDeviceList devices(raw);
+        if ((result = FromLibusb(devices.Error())) != Result::Ok) return nullptr;
+        const auto found =
+            std::find_if(devices.begin(), devices.end(), [&](libusb_device* each) { return DeviceId(each) == id; });
+        result = found == devices.end() ? Result::NotFound : FromLibusb(libusb_open(*found, &device));
+    }
+    if (result != Result::Ok) return nullptr;
+    return std::make_unique<LibusbHandle>(std::move(context), LibusbDeviceHandle(device));
+}
+
+LibusbHandle::LibusbHandle(LibusbContext context, LibusbDeviceHandle device)
+    : m_Context(std::move(context)), m_Device(std::move(device)) {
+    // Where the system cannot detach drivers, claiming fails by itself if one is in the way.
+    libusb_set_auto_detach_kernel_driver(m_Device.get(), 1);
+}
+
+LibusbHandle::~LibusbHandle() {
+    const auto deadline = Clock::now() + kCloseLimit;
+    CancelAllInFlight();
+    for (;;) {
+        RunCompletions();
+        {
+            const std::lock_guard<std::mutex> lock(m_Lock);
+            if (m_InFlight.first == nullptr && m_Ended.first == nullptr) return;
+        }
+        if (Clock::now() >= deadline || WaitForEvents(deadline) != Result::Ok) return;
+    }
+}
+
+Result LibusbHandle::Claim(std::uint8_t interfaceNumber) {
+    return FromLibusb(libusb_claim_interface(m_Device.get(), interfaceNumber));
+}
+
+Result LibusbHandle::Release(std::uint8_t interfaceNumber) {
+    return FromLibusb(libusb_release_interface(m_Device.get(), interfaceNumber));
+}
+
+Result LibusbHandle::Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
+                             unsigned int timeoutMs) {
+    actual = 0;
+    const int code = libusb_control_transfer(m_Device.get(), setup.requestType, setup.request, setup.value, setup.index,
+                                             data, setup.length, timeoutMs);
+    if (code > 0) actual = static_cast<std::size_t>(code);
+    return FromLibusb(code);
+}
+
+Result LibusbHandle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
+                          unsigned int timeoutMs) {
+    actual = 0;
+    if (length > INT_MAX) return Result::InvalidParam;
+    int moved = 0;
+    const int code = libusb_bulk_transfer(m_Device.get(), endpoint, data, static_cast<int>(length), &moved, timeoutMs);
+    actual = static_cast<std::size_t>(std::max(moved, 0));
+    return FromLibusb(code);
+}
+
+Result LibusbHandle::Submit(Transfer& transfer) {
+    if (transfer.length > INT_MAX || transfer.completed == nullptr) return Result::InvalidParam;
+    Slot* slot = SlotOf(transfer);
+    if (slot == nullptr) return Result::NoMemory;
+    slot->owner = &transfer;
+    slot->handle = this;
+    libusb_fill_bulk_transfer(slot->transfer, m_Device.get(), transfer.endpoint, transfer.buffer,
+                              static_cast<int>(transfer.length), &LibusbHandle::Ended, slot, /*timeout=*/0);
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_InFlight.Append(*slot);
+    }
+    errno = 0;
+    const int code = libusb_submit_transfer(slot->transfer);
+    const Result result = FromLibusbSubmit(code, errno);
+    if (result != Result::Ok) {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_InFlight.Remove(*slot);
+    }
+    return result;
+}
+
+LibusbHandle::Slot* LibusbHandle::SlotOf(Transfer& transfer) {
+    if (transfer.backendData == nullptr) {
+        auto slot = std::make_unique<Slot>();
+        slot->transfer = libusb_alloc_transfer(/*iso_packets=*/0);
+        if (slot->transfer == nullptr) return nullptr;
+        transfer.backendData = slot.release();
+    }
+    return static_cast<Slot*>(transfer.backendData);
+}
+
+Result LibusbHandle::Cancel(Transfer& transfer) {
+    const auto* slot = static_cast<const Slot*>(transfer.backendData);
+    if (slot == nullptr) return Result::NotFound;
+    return FromLibusb(libusb_cancel_transfer(slot->transfer));
+}
+
+void LibusbHandle::Forget(Transfer& transfer) {
+    delete static_cast<Slot*>(transfer.backendData);
+    transfer.backendData = nullptr;
+}
+
+Result LibusbHandle::HandleEvents(unsigned int timeoutMs) {
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (bool waited = false;; waited = true) {
+        __atomic_store_n(&m_Attention, 0, __ATOMIC_SEQ_CST);
+        if (RunCompletions() || m_Wake.exchange(false)) return Result::Ok;
+        if (waited && Clock::now() >= deadline) return Result::Ok;
+        const Result result = WaitForEvents(deadline);
+        if (result != Result::Ok) return result;
+    }
+}
+
+void LibusbHandle::WakeEvents() {
+    m_Wake = true;
+    __atomic_store_n(&m_Attention, 1, __ATOMIC_SEQ_CST);
+    libusb_interrupt_event_handler(m_Context.get());
+}
+
+/// One turn of libusb's event handling. Another thread may have handled our event, or taken our wake-up, since we last
+/// looked; m_Attention makes libusb turn back then instead of waiting for what is over.
+Result LibusbHandle::WaitForEvents(Clock::time_point deadline) {
+    timeval left = Remaining(deadline);
+    const int code = libusb_handle_events_timeout_completed(m_Context.get(), &left, &m_Attention);
+    return code == LIBUSB_ERROR_INTERRUPTED ? Result::Ok : FromLibusb(code);
+}
+
+/// libusb's callback, on whatever thread handles events just now.
+void LibusbHandle::Ended(libusb_transfer* transfer) {
+    auto* slot = static_cast<Slot*>(transfer->user_data);
+    slot->handle->MoveToEnded(*slot);
+}
+
+void LibusbHandle::MoveToEnded(Slot& slot) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_InFlight.Remove(slot);
+    m_Ended.Append(slot);
+    __atomic_store_n(&m_Attention, 1, __ATOMIC_SEQ_CST);
+}
+
+LibusbHandle::Slot* LibusbHandle::TakeEnded() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    Slot* slot = m_Ended.first;
+    if (slot != nullptr) m_Ended.Remove(*slot);
+    return slot;
+}
+
+bool LibusbHandle::RunCompletions() {
+    bool any = false;
+    while (Slot* slot = TakeEnded()) {
+        Transfer& transfer = *slot->owner;
+        transfer.status = FromLibusbStatus(slot->transfer->status);
+        transfer.actualLength = static_cast<std::size_t>(std::max(slot->transfer->actual_length, 0));
+        transfer.completed(transfer);
+        any = true;
+    }
+    return any;
+}
+
+/// From the last to the first, so that no transfer receives what was meant for an earlier one.
+void LibusbHandle::CancelAllInFlight() {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    for (Slot* slot = m_InFlight.last; slot != nullptr; slot = slot->previous)
+        libusb_cancel_transfer(slot->transfer);
+}
+
+Result LibusbHandle::ClearHalt(std::uint8_t endpoint) {
+    return FromLibusb(libusb_clear_halt(m_Device.get(), endpoint));
+}
+
+Result LibusbHandle::Reset() {
+    return FromLibusb(libusb_reset_device(m_Device.get()));
+}
+
+std::string LibusbHandle::ReadString(std::uint8_t index) {
+    if (index == 0) return {};
+    std::array<unsigned char, 256> text{};
+    const int length =
+        libusb_get_string_descriptor_ascii(m_Device.get(), index, text.data(), static_cast<int>(text.size()));
+    return length > 0 ? std::string(text.begin(), text.begin() + length) : std::string();
+}
+
+std::uint8_t* LibusbHandle::AllocateMemory(std::size_t size) {
+    return size == 0 ? nullptr : libusb_dev_mem_alloc(m_Device.get(), size);
+}
+
+void LibusbHandle::FreeMemory(std::uint8_t* memory, std::size_t size) {
+    if (memory != nullptr) libusb_dev_mem_free(m_Device.get(), memory, size);
+}
+
+} // namespace usb

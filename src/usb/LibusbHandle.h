@@ -1,0 +1,80 @@
+#pragma once
+// One opened device of the real bus.
+
+#include "usb/Backend.h"
+#include "usb/LibusbContext.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+
+namespace usb {
+
+/// Opened device with a libusb context of its own, so that whoever runs its events runs those of no other device.
+///
+/// libusb lets any thread that waits for a synchronous transfer run the callbacks of all transfers. So the callbacks
+/// only put what has ended into a queue, and HandleEvents empties it:
+///
+///     Submit -> [in flight, libusb's] -> callback on some thread -> [ended] -> HandleEvents -> Transfer::completed
+///
+/// Thread-safe as usb::Handle says.
+class LibusbHandle final : public Handle {
+public:
+    /// Opens the device `id`; `result` tells why the answer is null.
+    static std::unique_ptr<Handle> Open(const std::string& id, Result& result);
+    LibusbHandle(LibusbContext context, LibusbDeviceHandle device);
+    /// Cancels what is still in flight and waits for it, within limits: a wedged kernel must not hang the caller.
+    ~LibusbHandle() override;
+
+    [[nodiscard]] Result Claim(std::uint8_t interfaceNumber) override;
+    Result Release(std::uint8_t interfaceNumber) override;
+    [[nodiscard]] Result Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
+                                 unsigned int timeoutMs) override;
+    [[nodiscard]] Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
+                              unsigned int timeoutMs) override;
+    [[nodiscard]] Result Submit(Transfer& transfer) override;
+    Result Cancel(Transfer& transfer) override;
+    void Forget(Transfer& transfer) override;
+    Result HandleEvents(unsigned int timeoutMs) override;
+    void WakeEvents() override;
+    [[nodiscard]] Result ClearHalt(std::uint8_t endpoint) override;
+    [[nodiscard]] Result Reset() override;
+    std::string ReadString(std::uint8_t index) override;
+    std::uint8_t* AllocateMemory(std::size_t size) override;
+    void FreeMemory(std::uint8_t* memory, std::size_t size) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Slot;
+    /// Doubly linked through the slots themselves: nothing is allocated while a stream runs.
+    struct SlotList {
+        Slot* first = nullptr;
+        Slot* last = nullptr;
+        void Append(Slot& slot);
+        void Remove(Slot& slot);
+    };
+
+    static void Ended(libusb_transfer* transfer);
+    static Slot* SlotOf(Transfer& transfer);
+    void MoveToEnded(Slot& slot);
+    Slot* TakeEnded();
+    bool RunCompletions();
+    Result WaitForEvents(Clock::time_point deadline);
+    void CancelAllInFlight();
+
+    // constant after construction; the device is closed before its context ends
+    const LibusbContext m_Context;
+    const LibusbDeviceHandle m_Device;
+
+    std::mutex m_Lock;
+    // guarded by m_Lock
+    SlotList m_InFlight;
+    SlotList m_Ended;
+
+    std::atomic<bool> m_Wake{false};
+    /// Read by libusb as a plain int once it holds its event lock; not 0 when HandleEvents has something to look at.
+    int m_Attention = 0;
+};
+
+} // namespace usb
