@@ -1,0 +1,1 @@
+#include "u3v/Constants.h"
