@@ -1,6 +1,7 @@
 #pragma once
 // Formulas of converters and swiss knives: compiled once to a small program, evaluated often.
 
+#include "genapi/formula/FormulaCode.h"
 #include "genapi/formula/FormulaNames.h"
 #include "genapi/formula/FormulaValue.h"
 
@@ -33,11 +34,6 @@ struct FormulaResult {
     FormulaFault fault = FormulaFault::None;
 };
 
-struct Instruction {
-    uint8_t code = 0;
-    uint32_t argument = 0;
-};
-
 // A compiled formula. A text that cannot be compiled makes a formula that says why and has no value. Texts passed to
 // Compile need not outlive it. Constant after construction, re-entrant.
 class Formula {
@@ -65,14 +61,15 @@ public:
 
 private:
     friend class FormulaCompiler;
+    template<FormulaMode>
     friend class FormulaMachine;
 
     std::vector<Instruction> m_Code;
     std::vector<Value> m_Constants;
+    std::vector<uint32_t> m_Entries; // first instruction of each sub-formula
     std::vector<uint32_t> m_Slots;
     std::string m_Error;
-    uint32_t m_StackSize = 0;   // values
-    uint32_t m_Expressions = 0; // number of memoised sub-formulas
+    uint32_t m_StackSize = 0; // values that an evaluation needs at most
     FormulaMode m_Mode = FormulaMode::Integer;
 };
 

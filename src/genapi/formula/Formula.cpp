@@ -1,0 +1,34 @@
+#include "genapi/formula/Formula.h"
+
+#include "genapi/formula/FormulaCompiler.h"
+#include "genapi/formula/FormulaMachine.h"
+
+namespace genapi {
+
+Formula Formula::Compile(std::string_view text, FormulaMode mode, const FormulaNames& names) {
+    return FormulaCompiler(mode, names).Run(text);
+}
+
+FormulaResult Formula::TryEvaluate(VariableSource& source) const {
+    if (!IsValid()) return {{}, FormulaFault::Malformed};
+    if (m_Mode == FormulaMode::Integer) return FormulaMachine<FormulaMode::Integer>(*this, source).Run();
+    return FormulaMachine<FormulaMode::Float>(*this, source).Run();
+}
+
+std::string Formula::FaultText(FormulaFault fault) const {
+    switch (fault) {
+    case FormulaFault::None:
+        return {};
+    case FormulaFault::Malformed:
+        return "malformed formula: " + (m_Error.empty() ? "no formula given" : m_Error);
+    case FormulaFault::DivisionByZero:
+        return "division by zero";
+    case FormulaFault::NotFinite:
+        return "the formula's result is not a finite number";
+    case FormulaFault::OutOfRange:
+        break;
+    }
+    return "a number of the formula is outside the 64-bit integer range";
+}
+
+} // namespace genapi
