@@ -9,14 +9,15 @@ namespace GenApi {
 struct INodeMap;
 struct AttachStatistics_t;
 class CChunkAdapter;
-}
+} // namespace GenApi
 
 namespace Tavix {
 
 /// The buffer stays the caller's and must be valid while attached. Bound to a thread.
 class IChunkParser {
 public:
-    virtual void AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics = nullptr) = 0;
+    virtual void AttachBuffer(const void* pBuffer, std::int64_t length,
+                              GenApi::AttachStatistics_t* pStatistics = nullptr) = 0;
     virtual void DetachBuffer() = 0;
     /// The same content at another address.
     virtual void UpdateBuffer(const void* pBuffer) = 0;
@@ -42,7 +43,8 @@ public:
     CChunkParser& operator=(const CChunkParser&) = delete;
     ~CChunkParser() override;
 
-    void AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics = nullptr) override;
+    void AttachBuffer(const void* pBuffer, std::int64_t length,
+                      GenApi::AttachStatistics_t* pStatistics = nullptr) override;
     void DetachBuffer() override;
     void UpdateBuffer(const void* pBuffer) override;
     bool HasCRC() const override { return false; }

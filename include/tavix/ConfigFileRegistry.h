@@ -9,11 +9,11 @@ namespace Tavix {
 
 /// What is configured for one device.
 struct XmlFileBinding {
-    bool fromDevice = true;  ///< take the description from the device
-    bool hasFile = false;    ///< a configured description file applies
-    gcstring filePath;       ///< its path
+    bool fromDevice = true;    ///< take the description from the device
+    bool hasFile = false;      ///< a configured description file applies
+    gcstring filePath;         ///< its path
     bool hasMergeFile = false; ///< a file is to be merged into the description
-    gcstring mergeFilePath;  ///< its path
+    gcstring mergeFilePath;    ///< its path
 };
 
 /// Bindings of device patterns to files. Without an entry that fits, a device's own description is used. Thread-safe.

@@ -3,11 +3,12 @@
 
 #include "tavix/Info.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace Tavix {
 
-/// A sequence with the members that applications use. Re-entrant.
+/// A sequence with the members that applications use; its rules are those of std::vector. Re-entrant.
 template<class T>
 class TList {
 public:

@@ -7,25 +7,28 @@
 
 namespace Tavix {
 
-/// Named string values. Copyable; re-entrant.
+/// Named string values. Properties whose name starts with an underscore are hidden: they tell a transport layer how to
+/// reach a device and say nothing about the device itself. Copyable; re-entrant.
 class CInfoBase {
 public:
     virtual ~CInfoBase() = default;
 
-    /// What a getter returns for a property that is not set.
+    /// What a getter returns for a property that is not set: "N/A".
     static const char* const PropertyNotAvailable;
 
-    /// Names of the properties that are set, in alphabetical order; returns their number.
+    /// Replaces `names` by the names of the properties that are set, in alphabetical order; returns their number.
     int GetPropertyNames(gcstring_vector& names) const;
     bool GetPropertyAvailable(const gcstring& name) const;
     /// False, and `value` set to PropertyNotAvailable, when the property is not set.
     bool GetPropertyValue(const gcstring& name, gcstring& value) const;
     /// Marks the record as user-provided and modified.
     CInfoBase& SetPropertyValue(const gcstring& name, const gcstring& value);
+    /// False when the property is not set; otherwise marks the record as SetPropertyValue does.
     bool RemoveProperty(const gcstring& name);
 
-    /// True when every property of `subset` is present here with an equal value.
+    /// True when every property of `subset` that is not hidden is present here with an equal value.
     bool IsSubset(const CInfoBase& subset) const;
+    /// Compares all properties and no flags.
     bool operator==(const CInfoBase& other) const { return m_Properties == other.m_Properties; }
     bool operator!=(const CInfoBase& other) const { return !(*this == other); }
 
@@ -41,6 +44,12 @@ protected:
     CInfoBase(const CInfoBase&) = default;
     CInfoBase& operator=(const CInfoBase&) = default;
     gcstring Get(const char* name) const;
+    /// For setters that can be chained.
+    template<class Info>
+    static Info& Set(Info& info, const char* name, const gcstring& value) {
+        info.SetPropertyValue(name, value);
+        return info;
+    }
 
 private:
     std::map<gcstring, gcstring> m_Properties;
@@ -64,13 +73,13 @@ public:
 /// Describes a transport layer.
 class CTlInfo : public CCommonInfo {
 public:
-    CTlInfo& SetFriendlyName(const gcstring& v) { SetPropertyValue("FriendlyName", v); return *this; }
-    CTlInfo& SetFullName(const gcstring& v) { SetPropertyValue("FullName", v); return *this; }
-    CTlInfo& SetVendorName(const gcstring& v) { SetPropertyValue("VendorName", v); return *this; }
-    CTlInfo& SetDeviceClass(const gcstring& v) { SetPropertyValue("DeviceClass", v); return *this; }
+    CTlInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }
+    CTlInfo& SetFullName(const gcstring& v) { return Set(*this, "FullName", v); }
+    CTlInfo& SetVendorName(const gcstring& v) { return Set(*this, "VendorName", v); }
+    CTlInfo& SetDeviceClass(const gcstring& v) { return Set(*this, "DeviceClass", v); }
     /// File name of the library it comes from; set by the factory.
     gcstring GetFileName() const { return Get("FileName"); }
-    CTlInfo& SetFileName(const gcstring& v) { SetPropertyValue("FileName", v); return *this; }
+    CTlInfo& SetFileName(const gcstring& v) { return Set(*this, "FileName", v); }
 };
 
 /// Describes an interface card or host controller of a transport layer.
@@ -79,20 +88,20 @@ class CInterfaceInfo : public CCommonInfo {};
 /// Describes a device.
 class CDeviceInfo : public CCommonInfo {
 public:
-    CDeviceInfo& SetFriendlyName(const gcstring& v) { SetPropertyValue("FriendlyName", v); return *this; }
-    CDeviceInfo& SetFullName(const gcstring& v) { SetPropertyValue("FullName", v); return *this; }
-    CDeviceInfo& SetVendorName(const gcstring& v) { SetPropertyValue("VendorName", v); return *this; }
-    CDeviceInfo& SetDeviceClass(const gcstring& v) { SetPropertyValue("DeviceClass", v); return *this; }
+    CDeviceInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }
+    CDeviceInfo& SetFullName(const gcstring& v) { return Set(*this, "FullName", v); }
+    CDeviceInfo& SetVendorName(const gcstring& v) { return Set(*this, "VendorName", v); }
+    CDeviceInfo& SetDeviceClass(const gcstring& v) { return Set(*this, "DeviceClass", v); }
     gcstring GetModelName() const { return Get("ModelName"); }
     gcstring GetSerialNumber() const { return Get("SerialNumber"); }
     gcstring GetUserDefinedName() const { return Get("UserDefinedName"); }
     gcstring GetDeviceFactory() const { return Get("DeviceFactory"); }
     gcstring GetXMLSource() const { return Get("XMLSource"); }
-    CDeviceInfo& SetModelName(const gcstring& v) { SetPropertyValue("ModelName", v); return *this; }
-    CDeviceInfo& SetSerialNumber(const gcstring& v) { SetPropertyValue("SerialNumber", v); return *this; }
-    CDeviceInfo& SetUserDefinedName(const gcstring& v) { SetPropertyValue("UserDefinedName", v); return *this; }
-    CDeviceInfo& SetDeviceFactory(const gcstring& v) { SetPropertyValue("DeviceFactory", v); return *this; }
-    CDeviceInfo& SetXMLSource(const gcstring& v) { SetPropertyValue("XMLSource", v); return *this; }
+    CDeviceInfo& SetModelName(const gcstring& v) { return Set(*this, "ModelName", v); }
+    CDeviceInfo& SetSerialNumber(const gcstring& v) { return Set(*this, "SerialNumber", v); }
+    CDeviceInfo& SetUserDefinedName(const gcstring& v) { return Set(*this, "UserDefinedName", v); }
+    CDeviceInfo& SetDeviceFactory(const gcstring& v) { return Set(*this, "DeviceFactory", v); }
+    CDeviceInfo& SetXMLSource(const gcstring& v) { return Set(*this, "XMLSource", v); }
     bool IsModelNameAvailable() const { return GetPropertyAvailable("ModelName"); }
     bool IsSerialNumberAvailable() const { return GetPropertyAvailable("SerialNumber"); }
     bool IsUserDefinedNameAvailable() const { return GetPropertyAvailable("UserDefinedName"); }

@@ -1,6 +1,7 @@
 #pragma once
 // Everything an application needs.
 
+#include "GenICam.h"
 #include "tavix/Callback.h"
 #include "tavix/ChunkParser.h"
 #include "tavix/ConfigFileRegistry.h"

@@ -1,7 +1,9 @@
 #pragma once
 // Small types shared by the SDK's interfaces.
 
-#include "GenICam.h"
+#include "Base/GCException.h"
+#include "Base/GCString.h"
+#include "Base/GCStringVector.h"
 
 #include <bitset>
 #include <cstdint>
@@ -16,10 +18,10 @@ using AccessModeSet = std::bitset<64>;
 
 /// Bit numbers of AccessModeSet.
 enum EDeviceAccessMode : unsigned int {
-    Control = 1,   ///< write access to the camera's registers
-    Stream = 3,    ///< image stream
-    Event = 4,     ///< event channel
-    Exclusive = 5  ///< write access, and nobody else may read
+    Control = 1,  ///< write access to the camera's registers
+    Stream = 3,   ///< image stream
+    Event = 4,    ///< event channel
+    Exclusive = 5 ///< write access, and nobody else may read
 };
 
 /// What is asked for when the caller names nothing: control, stream and events.

@@ -5,7 +5,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include <GenApi/GenApi.h>
+#include <GenApi/NodeMapRef.h>
 
 namespace Tavix {
 
