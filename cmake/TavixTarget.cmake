@@ -18,6 +18,10 @@ function(tavix_habits target)
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     $<$<BOOL:${TAVIX_WERROR}>:-Werror>)
+  if(TAVIX_BUILD_FUZZ)
+    # Coverage of the libraries is what guides the fuzzer; the fuzz targets themselves link its main.
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   if(TAVIX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE})
