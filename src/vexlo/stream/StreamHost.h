@@ -1,0 +1,40 @@
+#pragma once
+// What an image stream needs of the camera it belongs to.
+
+#include "usb/Backend.h"
+#include "vexlo/Status.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vexlo {
+
+/// Where the stream lies on the bus and in the register space.
+struct StreamChannel {
+    std::uint8_t interfaceNumber = 0;
+    std::uint8_t endpoint = 0;             ///< address of the bulk IN endpoint
+    std::uint32_t maxPacketSize = 1024;    ///< bytes
+    std::uint64_t registerBase = 0;        ///< address of the stream's register block (SIRM)
+};
+
+/// Implemented by the device, which outlives the stream. Thread-safe. No operation calls back into the stream, except
+/// that ReportLost may do so later from a thread of its own.
+class StreamHost {
+public:
+    /// The opened device; null while it is closed. It stays valid until DetachStream has returned.
+    virtual usb::Handle* Handle() = 0;
+    /// VX_E_NOT_SUPPORTED when the camera has no image stream.
+    [[nodiscard]] virtual VxStatus GetStreamChannel(StreamChannel& channel) = 0;
+    /// One register, in one transaction where the camera allows.
+    [[nodiscard]] virtual VxStatus ReadRegister(std::uint64_t address, void* data, std::size_t size) = 0;
+    [[nodiscard]] virtual VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) = 0;
+    /// Bytes that all queued transfers of the system may use together; 0 when unknown or unlimited.
+    virtual std::size_t TransferMemoryLimit() = 0;
+    /// A transfer found the camera gone. Called once per opening, on the stream's thread; must not wait for it.
+    virtual void ReportLost() = 0;
+
+protected:
+    ~StreamHost() = default;
+};
+
+} // namespace vexlo
