@@ -1,0 +1,74 @@
+#include "virtualcam/Attachment.h"
+
+namespace virtualcam {
+namespace {
+
+constexpr std::array<std::uint8_t, 4> kEndpoints{kControlOut, kControlIn, kEventIn, kStreamIn};
+constexpr std::array<std::uint8_t, 4> kInterfaces{kControlInterface, kControlInterface, kEventInterface,
+                                                  kStreamInterface};
+
+} // namespace
+
+Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, std::uint8_t port)
+    : m_Device(device),
+      m_Generation(device.Generation()), m_Endpoints{EndpointQueue{device, m_Generation, kEndpoints[0]},
+                                                     EndpointQueue{device, m_Generation, kEndpoints[1]},
+                                                     EndpointQueue{device, m_Generation, kEndpoints[2]},
+                                                     EndpointQueue{device, m_Generation, kEndpoints[3]}} {
+    m_Entry.id = "virtual:" + std::to_string(bus) + ":" + std::to_string(address);
+    m_Entry.bus = bus;
+    m_Entry.address = address;
+    m_Entry.ports = {port};
+    m_Entry.speed = device.Settings().speed;
+    m_Entry.activeConfiguration = 1;
+    m_Entry.device = device.GetDescriptors().Device();
+    m_Entry.configurations = {device.GetDescriptors().Configuration()};
+}
+
+usb::Result Attachment::Claim(std::uint8_t interfaceNumber, const void* owner) {
+    if (!IsPresent()) return usb::Result::NoDevice;
+    if (interfaceNumber >= kInterfaceCount) return usb::Result::NotFound;
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Claims.find(interfaceNumber);
+    if (found != m_Claims.end()) return found->second == owner ? usb::Result::Ok : usb::Result::Busy;
+    if (m_Device.RefusesClaim()) return usb::Result::Busy;
+    m_Claims[interfaceNumber] = owner;
+    return usb::Result::Ok;
+}
+
+usb::Result Attachment::Release(std::uint8_t interfaceNumber, const void* owner) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Claims.find(interfaceNumber);
+    if (found == m_Claims.end() || found->second != owner) return usb::Result::NotFound;
+    m_Claims.erase(found);
+    return IsPresent() ? usb::Result::Ok : usb::Result::NoDevice;
+}
+
+void Attachment::ReleaseAll(const void* owner) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    for (auto claim = m_Claims.begin(); claim != m_Claims.end();)
+        claim = claim->second == owner ? m_Claims.erase(claim) : std::next(claim);
+}
+
+EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* owner) {
+    for (std::size_t i = 0; i < kEndpoints.size(); ++i) {
+        if (kEndpoints[i] != endpoint) continue;
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        const auto found = m_Claims.find(kInterfaces[i]);
+        return found != m_Claims.end() && found->second == owner ? &m_Endpoints[i] : nullptr;
+    }
+    return nullptr;
+}
+
+EndpointQueue* Attachment::FindEndpoint(std::uint8_t endpoint) {
+    for (std::size_t i = 0; i < kEndpoints.size(); ++i)
+        if (kEndpoints[i] == endpoint) return &m_Endpoints[i];
+    return nullptr;
+}
+
+void Attachment::PumpAll() {
+    for (EndpointQueue& endpoint : m_Endpoints)
+        endpoint.Pump();
+}
+
+} // namespace virtualcam

@@ -1,0 +1,185 @@
+#include "virtualcam/Backend.h"
+
+#include <exception>
+#include <utility>
+
+namespace virtualcam {
+namespace {
+
+constexpr std::uint8_t kBus = 200; // no real host has so many
+
+} // namespace
+
+// --- a port of the bus
+
+Backend::Slot::Slot(Backend& backend, std::uint8_t port, const CameraSettings& settings)
+    : device(std::make_unique<Device>(settings)), m_Backend(backend), m_Port(port) {
+    if (device->IsPlugged())
+        m_Attachment = std::make_shared<Attachment>(*device, kBus, m_Backend.NextAddress(), m_Port);
+    device->SetListener(this);
+}
+
+Backend::Slot::~Slot() {
+    device->SetListener(nullptr);
+}
+
+std::shared_ptr<Attachment> Backend::Slot::Current() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Attachment;
+}
+
+void Backend::Slot::Await(bool plugged) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    m_Changed.wait(lock, [this, plugged] { return (m_Attachment && m_Attachment->IsPresent()) == plugged; });
+}
+
+void Backend::Slot::EndpointReady(std::uint8_t endpoint) {
+    const std::shared_ptr<Attachment> attachment = Current();
+    if (attachment) attachment->FindEndpoint(endpoint)->Pump();
+}
+
+void Backend::Slot::Unplugged() {
+    const std::shared_ptr<Attachment> attachment = Current();
+    if (!attachment) return;
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Attachment.reset();
+        m_Changed.notify_all();
+    }
+    attachment->PumpAll();
+    m_Backend.Announce(usb::HotplugEvent::Left, attachment->Id());
+}
+
+void Backend::Slot::Plugged() {
+    const auto attachment = std::make_shared<Attachment>(*device, kBus, m_Backend.NextAddress(), m_Port);
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Attachment = attachment;
+        m_Changed.notify_all();
+    }
+    m_Backend.Announce(usb::HotplugEvent::Arrived, attachment->Id());
+}
+
+// --- the bus
+
+Backend::Backend(const BackendSettings& settings) {
+    m_Memory->limit = settings.transferMemoryLimit;
+    std::uint8_t port = 1;
+    for (const CameraSettings& camera : settings.cameras)
+        m_Slots.push_back(std::make_unique<Slot>(*this, port++, camera));
+    m_Thread = std::thread([this] { Run(); });
+}
+
+Backend::~Backend() {
+    m_Slots.clear();
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Stop = true;
+        m_Changed.notify_all();
+    }
+    m_Thread.join();
+}
+
+usb::Result Backend::Enumerate(std::vector<usb::DeviceEntry>& devices) {
+    for (const auto& slot : m_Slots) {
+        const std::shared_ptr<Attachment> attachment = slot->Current();
+        if (attachment && attachment->IsPresent()) devices.push_back(attachment->Entry());
+    }
+    return usb::Result::Ok;
+}
+
+usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) {
+    for (const auto& slot : m_Slots) {
+        const std::shared_ptr<Attachment> attachment = slot->Current();
+        if (!attachment || attachment->Id() != id || !attachment->IsPresent()) continue;
+        if (slot->device->RefusesOpen()) return usb::Result::Access;
+        handle = std::make_unique<Handle>(attachment, m_Memory);
+        return usb::Result::Ok;
+    }
+    return usb::Result::NotFound;
+}
+
+void Backend::Plug(std::size_t index) {
+    m_Slots[index]->device->Plug();
+    m_Slots[index]->Await(/*plugged=*/true);
+}
+
+void Backend::Unplug(std::size_t index) {
+    m_Slots[index]->device->Unplug();
+    m_Slots[index]->Await(/*plugged=*/false);
+}
+
+std::string Backend::IdOf(std::size_t index) {
+    const std::shared_ptr<Attachment> attachment = m_Slots[index]->Current();
+    return attachment && attachment->IsPresent() ? attachment->Id() : std::string();
+}
+
+// --- hotplug
+
+std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Handlers[++m_LastRegistration] = std::make_shared<usb::HotplugHandler>(std::move(handler));
+    return m_LastRegistration;
+}
+
+void Backend::DeregisterHotplug(std::uint64_t registration) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    m_Handlers.erase(registration);
+    if (std::this_thread::get_id() == m_Thread.get_id()) return;
+    m_Changed.wait(lock, [this, registration] { return m_Calling != registration; });
+}
+
+void Backend::Announce(usb::HotplugEvent event, const std::string& id) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_News.push_back({event, id});
+    m_Changed.notify_all();
+}
+
+void Backend::Run() {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    while (true) {
+        m_Changed.wait(lock, [this] { return m_Stop || !m_News.empty(); });
+        if (m_Stop) return;
+        const News news = std::move(m_News.front());
+        m_News.pop_front();
+        lock.unlock();
+        Call(news);
+        lock.lock();
+    }
+}
+
+void Backend::Call(const News& news) {
+    std::uint64_t last = 0;
+    while (true) {
+        std::shared_ptr<usb::HotplugHandler> handler;
+        {
+            const std::lock_guard<std::mutex> lock(m_Lock);
+            const auto next = m_Handlers.upper_bound(last);
+            m_Calling = next == m_Handlers.end() ? 0 : next->first;
+            m_Changed.notify_all();
+            if (m_Calling == 0) return;
+            last = m_Calling;
+            handler = next->second;
+        }
+        (*handler)(news.event, news.id);
+    }
+}
+
+// --- making
+
+std::unique_ptr<Backend> CreateBackend(const BackendSettings& settings) {
+    return std::make_unique<Backend>(settings);
+}
+
+std::unique_ptr<Backend> CreateBackend(const std::string& settings, std::string& error) {
+    BackendSettings parsed;
+    if (!ReadSettings(settings, parsed, error)) return nullptr;
+    try {
+        return CreateBackend(parsed);
+    } catch (const std::exception& problem) {
+        error = problem.what();
+        return nullptr;
+    }
+}
+
+} // namespace virtualcam

@@ -1,0 +1,186 @@
+#include "virtualcam/Camera.h"
+
+#include <array>
+
+#include "virtualcam/Descriptors.h"
+
+namespace virtualcam {
+namespace {
+
+constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0100 | 0x0200 | 0x0400 | 0x0800;
+constexpr std::uint32_t kTransferLength = 16384;
+constexpr std::uint32_t kResponseTime = 100;
+
+std::size_t PacketSize(usb::Speed speed) {
+    return speed >= usb::Speed::Super ? 1024 : 512;
+}
+
+ControlLimits LimitsOf(const CameraSettings& settings) {
+    ControlLimits limits;
+    limits.packetSize = PacketSize(settings.speed);
+    limits.maximumCommand = settings.registers.maximumCommand.value_or(kTransferLength);
+    limits.maximumAcknowledge = settings.registers.maximumAcknowledge.value_or(kTransferLength);
+    limits.responseTime = settings.registers.responseTime.value_or(kResponseTime);
+    return limits;
+}
+
+} // namespace
+
+Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host)
+    : m_Settings(settings), m_Persistent(persistent), m_Host(host),
+      m_Events(PacketSize(settings.speed), settings.queuedEvents) {
+    const ControlLimits limits = LimitsOf(settings);
+    m_Control = std::make_unique<ControlChannel>(m_Registers, limits);
+    m_Control->SetFaults(settings.faults.control);
+    AddIdentity();
+    AddTechnology();
+    AddUsbRegisters(limits);
+    AddStreamRegisters();
+    AddEventRegisters(limits.packetSize);
+    AddManifest(manifest);
+}
+
+void Camera::AddIdentity() {
+    RegisterSpace& registers = m_Registers;
+    const auto text = [&registers](std::uint64_t address, const std::string& value) {
+        registers.AddText(address, abrm::kTextSize, Access::ReadOnly, value);
+    };
+    registers.AddValue<std::uint32_t>(abrm::kGenCpVersion, Access::ReadOnly, kGenCpVersion);
+    text(abrm::kManufacturerName, m_Settings.vendor);
+    text(abrm::kModelName, m_Settings.model);
+    text(abrm::kFamilyName, m_Settings.family);
+    text(abrm::kDeviceVersion, m_Settings.deviceVersion);
+    text(abrm::kManufacturerInfo, m_Settings.manufacturerInfo);
+    text(abrm::kSerialNumber, m_Settings.serial);
+    Register& name =
+        registers.AddText(abrm::kUserDefinedName, abrm::kTextSize, Access::ReadWrite, m_Persistent.userName);
+    name.written = [this, &name] { m_Persistent.userName = LoadText(name.bytes.data(), name.bytes.size()); };
+}
+
+void Camera::AddTechnology() {
+    RegisterSpace& registers = m_Registers;
+    registers.AddValue<std::uint64_t>(abrm::kCapability, Access::ReadOnly, kCapability);
+    registers.AddValue<std::uint32_t>(abrm::kResponseTime, Access::ReadOnly,
+                                      m_Settings.registers.responseTime.value_or(kResponseTime));
+    registers.AddValue<std::uint64_t>(abrm::kManifestAddress, Access::ReadOnly, memory::kManifest);
+    registers.AddValue<std::uint64_t>(abrm::kSbrmAddress, Access::ReadOnly, memory::kSbrm);
+    registers.AddValue<std::uint64_t>(abrm::kConfiguration, Access::ReadWrite, 0).check =
+        [](const std::uint8_t* wanted) {
+            return Load<std::uint64_t>(wanted) == 0 ? Status::Success : Status::InvalidParameter;
+        };
+    registers.AddValue<std::uint64_t>(abrm::kTimestamp, Access::ReadOnly, 0);
+    Register& latch = registers.AddValue<std::uint32_t>(abrm::kTimestampLatch, Access::WriteOnly, 0);
+    latch.written = [this, &latch] {
+        if ((Load<std::uint32_t>(latch.bytes.data()) & 1) != 0)
+            m_Registers.Set(abrm::kTimestamp, m_Clock.Nanoseconds());
+        latch.bytes.assign(latch.bytes.size(), 0);
+    };
+    registers.AddValue<std::uint64_t>(abrm::kTimestampIncrement, Access::ReadOnly, 1);
+    registers.AddValue<std::uint32_t>(abrm::kImplementationEndianness, Access::ReadOnly, 0xFFFFFFFF);
+}
+
+void Camera::AddUsbRegisters(const ControlLimits& limits) {
+    RegisterSpace& registers = m_Registers;
+    const std::uint64_t base = memory::kSbrm;
+    registers.AddValue<std::uint32_t>(base + 0x00, Access::ReadOnly, kU3vVersion);
+    registers.AddValue<std::uint64_t>(base + 0x04, Access::ReadOnly, 0x3);
+    registers.AddValue<std::uint64_t>(base + 0x0C, Access::ReadWrite, 0).check = [](const std::uint8_t* wanted) {
+        return Load<std::uint64_t>(wanted) == 0 ? Status::Success : Status::InvalidParameter;
+    };
+    registers.AddValue<std::uint32_t>(base + 0x14, Access::ReadOnly, limits.maximumCommand);
+    registers.AddValue<std::uint32_t>(base + 0x18, Access::ReadOnly, limits.maximumAcknowledge);
+    registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly, 1);
+    registers.AddValue<std::uint64_t>(base + 0x20, Access::ReadOnly, memory::kSirm);
+    registers.AddValue<std::uint32_t>(base + 0x28, Access::ReadOnly, sirm::kLength);
+    registers.AddValue<std::uint64_t>(base + 0x2C, Access::ReadOnly, memory::kEirm);
+    registers.AddValue<std::uint32_t>(base + 0x34, Access::ReadOnly, eirm::kLength);
+    registers.AddValue<std::uint32_t>(base + 0x40, Access::ReadOnly, Descriptors::SpeedBit(m_Settings.speed));
+}
+
+// --- stream interface
+
+Status Camera::CheckStreamControl(const std::uint8_t* wanted) {
+    const std::uint32_t value = Load<std::uint32_t>(wanted);
+    const bool on = (value & 1) != 0;
+    if (value > 1) return Status::InvalidParameter;
+    if (on == m_Streaming) return Status::Success;
+    if (on && m_Host.IsStreamHalted()) return Status::StreamEndpointHalted;
+    return on ? m_Host.CheckStreamEnable() : Status::Success;
+}
+
+void Camera::AddStreamRegisters() {
+    const RegisterFaults& faults = m_Settings.registers;
+    RegisterSpace& registers = m_Registers;
+    const std::uint32_t exponent = faults.alignmentExponent;
+    registers.AddValue<std::uint32_t>(sirm::kInfo, Access::ReadOnly, exponent << 24);
+    Register& control = registers.AddValue<std::uint32_t>(sirm::kControl, Access::ReadWrite, 0);
+    control.check = [this](const std::uint8_t* wanted) { return CheckStreamControl(wanted); };
+    control.written = [this, &control] {
+        const bool on = Load<std::uint32_t>(control.bytes.data()) == 1;
+        if (on != m_Streaming) m_Host.StreamEnabled(m_Streaming = on);
+    };
+    registers.AddValue<std::uint64_t>(sirm::kRequiredPayload, Access::ReadOnly, 0);
+    registers.AddValue<std::uint32_t>(sirm::kRequiredLeader, Access::ReadOnly, faults.zeroLeaderSize ? 0 : 52);
+    registers.AddValue<std::uint32_t>(sirm::kRequiredTrailer, Access::ReadOnly, faults.zeroTrailerSize ? 0 : 36);
+    const auto aligned = [exponent, &faults](const std::uint8_t* wanted) {
+        const std::uint64_t unit = std::uint64_t{1} << (exponent < 32 ? exponent : 0);
+        const bool fits = Load<std::uint32_t>(wanted) % unit == 0;
+        return fits || faults.lateAlignmentCheck ? Status::Success : Status::SizeNotAligned;
+    };
+    for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
+                                        sirm::kFinal1Size, sirm::kFinal2Size, sirm::kMaximumTrailer}) {
+        Register& made = registers.AddValue<std::uint32_t>(address, Access::ReadWrite, 0);
+        if (address != sirm::kTransferCount) made.check = aligned;
+    }
+}
+
+// --- event interface
+
+void Camera::AddEventRegisters(std::size_t packetSize) {
+    RegisterSpace& registers = m_Registers;
+    Register& control = registers.AddValue<std::uint32_t>(eirm::kControl, Access::ReadWrite, 0);
+    control.check = [this](const std::uint8_t* wanted) {
+        const std::uint32_t value = Load<std::uint32_t>(wanted);
+        if (value > 1) return Status::InvalidParameter;
+        return value == 1 && m_Host.IsEventHalted() ? Status::EventEndpointHalted : Status::Success;
+    };
+    control.written = [this, &control] { m_Events.Enable(Load<std::uint32_t>(control.bytes.data()) == 1); };
+    registers.AddValue<std::uint32_t>(eirm::kMaximumTransfer, Access::ReadOnly, static_cast<std::uint32_t>(packetSize));
+    Register& test = registers.AddValue<std::uint32_t>(eirm::kTestControl, Access::ReadWrite, 0);
+    test.written = [this, &test] {
+        if ((Load<std::uint32_t>(test.bytes.data()) & 1) != 0) RaiseEvent(kTestEvent, {});
+        test.bytes.assign(test.bytes.size(), 0);
+    };
+}
+
+void Camera::RaiseEvent(std::uint16_t id, const Bytes& data) {
+    if (m_Events.Raise(id, m_Clock.Nanoseconds(), data)) m_Host.EventQueued();
+}
+
+void Camera::DisableStream() {
+    m_Registers.Set<std::uint32_t>(sirm::kControl, 0);
+    if (m_Streaming) m_Host.StreamEnabled(m_Streaming = false);
+}
+
+void Camera::DisableEvents() {
+    m_Registers.Set<std::uint32_t>(eirm::kControl, 0);
+    m_Events.Enable(false);
+}
+
+void Camera::ResetInterfaces() {
+    DisableStream();
+    DisableEvents();
+    m_Control->Abort();
+    for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
+                                        sirm::kFinal1Size, sirm::kFinal2Size, sirm::kMaximumTrailer})
+        m_Registers.Set<std::uint32_t>(address, 0);
+}
+
+// --- description
+
+void Camera::AddManifest(const Manifest& manifest) {
+    m_Registers.Add(memory::kManifest, manifest.table.size(), Access::ReadOnly).bytes = manifest.table;
+    m_Registers.Add(memory::kDescription, manifest.files.size(), Access::ReadOnly).bytes = manifest.files;
+}
+
+} // namespace virtualcam

@@ -1,0 +1,285 @@
+#include "virtualcam/Device.h"
+
+#include <utility>
+
+namespace virtualcam {
+namespace {
+
+constexpr milliseconds kRestartDelay{20};
+constexpr int kRestartTimeMs = 100;
+
+// The built-in description is packed once for all cameras of the process.
+std::shared_ptr<const Manifest> ManifestFor(const RegisterFaults& registers) {
+    if (registers.manifest != ManifestFault::None || !registers.descriptionPath.empty())
+        return std::make_shared<Manifest>(BuildManifest(registers.manifest, registers.descriptionPath));
+    static const auto builtIn = std::make_shared<const Manifest>(BuildManifest(ManifestFault::None, {}));
+    return builtIn;
+}
+
+// Bit of an IN endpoint, or of an OUT endpoint, in a ready mask.
+std::uint32_t ReadyBit(std::uint8_t endpoint) {
+    return 1u << ((endpoint & 0x0F) | ((endpoint & 0x80) >> 3));
+}
+
+} // namespace
+
+Device::Device(const CameraSettings& settings)
+    : m_Settings(settings), m_Descriptors(m_Settings), m_Manifest(ManifestFor(settings.registers)),
+      m_Faults(settings.faults) {
+    m_Persistent.userName = settings.userName;
+    if (settings.plugged) PlugLocked();
+    m_Notices.clear();
+}
+
+Device::~Device() {
+    {
+        const std::lock_guard<std::mutex> lock(m_PostLock);
+        m_Stop = true;
+        m_Posted.notify_all();
+    }
+    if (m_Thread.joinable()) m_Thread.join();
+}
+
+void Device::SetListener(DeviceListener* listener) {
+    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    m_Listener = listener;
+    if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
+}
+
+// --- transfers
+
+PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return {PipeStatus::Gone, 0};
+    if (endpoint != kControlOut) return {PipeStatus::Error, 0};
+    if (IsHaltedLocked(endpoint)) return {PipeStatus::Stall, 0};
+    const TimePoint now = Clock::Now();
+    m_Camera->Control().RunTimers(now);
+    const CommandEffect effect = m_Camera->Control().Receive(data, length, now);
+    m_OutRefused = !effect.accepted;
+    if (!effect.accepted) return {PipeStatus::NotYet, 0};
+    if (effect.unplug) {
+        UnplugLocked();
+        return {PipeStatus::Gone, 0};
+    }
+    if (effect.haltIn) SetHaltLocked(kControlIn);
+    if (effect.haltOut) SetHaltLocked(kControlOut);
+    Reschedule(DeadlineLocked());
+    return effect.haltOut ? PipeAnswer{PipeStatus::Stall, 0} : PipeAnswer{PipeStatus::Complete, length};
+}
+
+PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return {PipeStatus::Gone, 0};
+    if (IsHaltedLocked(endpoint)) return {PipeStatus::Stall, 0};
+    if (endpoint == kEventIn) return m_Camera->Events().Take(buffer, room);
+    if (endpoint != kControlIn) return {PipeStatus::NotYet, 0};
+    m_Camera->Control().RunTimers(Clock::Now());
+    const PipeAnswer answer = m_Camera->Control().Take(buffer, room);
+    if (m_OutRefused && answer.bytes != 0) Post(kControlOut);
+    return answer;
+}
+
+void Device::RequestService(std::uint8_t endpoint) {
+    Post(endpoint);
+}
+
+// --- plug
+
+bool Device::IsPlugged() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Camera != nullptr;
+}
+
+void Device::Plug() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) PlugLocked();
+    Reschedule(DeadlineLocked());
+}
+
+void Device::Unplug() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera) UnplugLocked();
+    m_Replug.reset();
+}
+
+void Device::PlugLocked() {
+    m_Halts = 0;
+    m_Configuration = 1;
+    m_Replug.reset();
+    m_Restart.reset();
+    CameraHost& host = *this;
+    m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
+    m_Camera->Control().SetFaults(m_Faults.control);
+    ++m_Generation;
+    Post(Notice::Plugged);
+}
+
+void Device::UnplugLocked() {
+    m_Camera->DisableStream();
+    m_Camera.reset();
+    ++m_Generation;
+    m_Restart.reset();
+    m_Faults.control.clear(); // what is scripted happens once, not again after coming back
+    if (m_Faults.replugAfterMs >= 0) m_Replug = Clock::Now() + milliseconds(m_Faults.replugAfterMs);
+    Post(Notice::Unplugged);
+    Reschedule(DeadlineLocked());
+}
+
+void Device::BusReset() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return;
+    m_Camera->ResetInterfaces();
+    m_Halts = 0;
+}
+
+// --- camera host
+
+Status Device::CheckStreamEnable() {
+    if (m_Faults.refuseStreamEnable != 0) {
+        --m_Faults.refuseStreamEnable;
+        return static_cast<Status>(m_Faults.streamEnableStatus);
+    }
+    return Status::Success;
+}
+
+void Device::StreamEnabled(bool) {}
+
+void Device::ResetRequested() {
+    m_Restart = Clock::Now() + kRestartDelay;
+}
+
+// --- the device's own thread
+
+std::optional<TimePoint> Device::DeadlineLocked() const {
+    std::optional<TimePoint> deadline = Earlier(m_Replug, m_Restart);
+    if (m_Camera) deadline = Earlier(deadline, m_Camera->Deadline());
+    return deadline;
+}
+
+void Device::RunTimersLocked(TimePoint now) {
+    if (m_Replug && now >= *m_Replug) PlugLocked();
+    if (m_Restart && now >= *m_Restart) {
+        UnplugLocked();
+        m_Replug = now + milliseconds(kRestartTimeMs);
+    }
+    if (m_Camera && m_Camera->Control().RunTimers(now)) Post(kControlIn);
+}
+
+// Called with or without m_Lock.
+void Device::Reschedule(std::optional<TimePoint> deadline) {
+    if (!deadline) return;
+    const std::lock_guard<std::mutex> lock(m_PostLock);
+    if (m_WakeAt && *m_WakeAt <= *deadline) return;
+    m_Rethink = true;
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void Device::Post(std::uint8_t endpoint) {
+    const std::lock_guard<std::mutex> lock(m_PostLock);
+    m_Ready |= ReadyBit(endpoint);
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void Device::Post(Notice notice) {
+    const std::lock_guard<std::mutex> lock(m_PostLock);
+    m_Notices.push_back(notice);
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void Device::Run() {
+    std::unique_lock<std::mutex> post(m_PostLock);
+    while (!m_Stop) {
+        m_Rethink = false;
+        post.unlock();
+        std::optional<TimePoint> deadline;
+        {
+            const std::lock_guard<std::mutex> lock(m_Lock);
+            RunTimersLocked(Clock::Now());
+            deadline = DeadlineLocked();
+        }
+        post.lock();
+        const std::uint32_t ready = std::exchange(m_Ready, 0);
+        const std::vector<Notice> notices = std::exchange(m_Notices, {});
+        if (ready != 0 || !notices.empty()) {
+            post.unlock();
+            Deliver(ready, notices);
+            post.lock();
+            continue;
+        }
+        m_WakeAt = deadline;
+        m_Waiting = true;
+        const auto due = [this] { return m_Stop || m_Rethink || m_Ready != 0 || !m_Notices.empty(); };
+        if (deadline)
+            m_Posted.wait_until(post, *deadline, due);
+        else
+            m_Posted.wait(post, due);
+        m_Waiting = false;
+        m_WakeAt.reset();
+    }
+}
+
+void Device::Deliver(std::uint32_t ready, const std::vector<Notice>& notices) {
+    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    if (!m_Listener) return;
+    for (const Notice notice : notices) {
+        if (notice == Notice::Unplugged)
+            m_Listener->Unplugged();
+        else
+            m_Listener->Plugged();
+    }
+    for (const std::uint8_t endpoint : {kControlOut, kControlIn, kEventIn, kStreamIn})
+        if ((ready & ReadyBit(endpoint)) != 0) m_Listener->EndpointReady(endpoint);
+}
+
+// --- inside
+
+Status Device::ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t length) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Camera ? m_Camera->Registers().Read(address, to, length) : Status::AccessDenied;
+}
+
+Status Device::WriteRegister(std::uint64_t address, const std::uint8_t* from, std::size_t length) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Status status = m_Camera ? m_Camera->Registers().Write(address, from, length) : Status::AccessDenied;
+    Reschedule(DeadlineLocked());
+    return status;
+}
+
+void Device::FireEvent(std::uint16_t id, const Bytes& data) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera) m_Camera->RaiseEvent(id, data);
+}
+
+void Device::FireRawEvent(const Bytes& message) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera && m_Camera->Events().RaiseRaw(message)) EventQueued();
+}
+
+void Device::SetFaults(const FaultScript& faults) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Faults = faults;
+    if (m_Camera) m_Camera->Control().SetFaults(faults.control);
+}
+
+bool Device::RefusesOpen() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Faults.refuseOpens != 0 && m_Faults.refuseOpens-- != 0;
+}
+
+bool Device::RefusesClaim() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Faults.refuseClaims != 0 && m_Faults.refuseClaims-- != 0;
+}
+
+std::string Device::UserName() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Persistent.userName;
+}
+
+std::uint64_t Device::Commands() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Camera ? m_Camera->Control().Commands() : 0;
+}
+
+} // namespace virtualcam

@@ -1,0 +1,138 @@
+#pragma once
+// The virtual camera as a USB device, free of any transport: endpoint 0, four bulk endpoints, plugging and unplugging.
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "virtualcam/Camera.h"
+#include "virtualcam/Descriptors.h"
+#include "virtualcam/DeviceListener.h"
+#include "virtualcam/Pipe.h"
+#include "virtualcam/Settings.h"
+
+namespace virtualcam {
+
+/// One device. An adapter carries host transfers to it:
+///  - Out once for each OUT transfer, with all its bytes; NotYet means: nothing was taken, offer it again later;
+///  - In for the oldest IN transfer of an endpoint, with the room that is left in it, again and again until the answer
+///    is not NotYet. After NotYet the listener's EndpointReady tells when it is worth asking again.
+/// Bytes of images are made in the buffer handed in. One In at a time for each endpoint. Thread-safe.
+class Device final : private CameraHost {
+public:
+    /// Throws std::runtime_error when the settings' description file cannot be read.
+    explicit Device(const CameraSettings& settings);
+    ~Device();
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    const CameraSettings& Settings() const { return m_Settings; }
+    const Descriptors& GetDescriptors() const { return m_Descriptors; }
+    /// Sets or, with null, takes away the listener; returns when no call to the former one is running.
+    void SetListener(DeviceListener* listener);
+
+    // --- transfers
+    /// Control transfer on endpoint 0; `data` has setup.length bytes.
+    PipeAnswer Control(const usb::ControlSetup& setup, std::uint8_t* data);
+    PipeAnswer Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length);
+    PipeAnswer In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room);
+    /// Has EndpointReady called from the device's thread, so that the adapter can serve the endpoint there.
+    void RequestService(std::uint8_t endpoint);
+    void SetHalt(std::uint8_t endpoint);
+    void ClearHalt(std::uint8_t endpoint);
+    bool IsHalted(std::uint8_t endpoint) const;
+    /// Port reset: interfaces go back to their defaults, features stay.
+    void BusReset();
+
+    // --- plug
+    bool IsPlugged() const;
+    /// Changes with every plugging and unplugging; odd while plugged.
+    std::uint64_t Generation() const { return m_Generation; }
+    void Plug();
+    void Unplug();
+
+    // --- looking and reaching inside, for tests
+    Status ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t length);
+    Status WriteRegister(std::uint64_t address, const std::uint8_t* from, std::size_t length);
+    /// Raises an event as the camera does; without effect while the channel is disabled.
+    void FireEvent(std::uint16_t id, const Bytes& data = {});
+    /// Sends any bytes as one event message.
+    void FireRawEvent(const Bytes& message);
+    void SetFaults(const FaultScript& faults);
+    /// True when the open, or claim, is to be refused; counts down the script.
+    bool RefusesOpen();
+    bool RefusesClaim();
+    std::string UserName() const;
+    std::uint64_t Commands() const;
+
+private:
+    const CameraSettings m_Settings;
+    const Descriptors m_Descriptors;
+    const std::shared_ptr<const Manifest> m_Manifest;
+
+    std::atomic<std::uint64_t> m_Generation{0};
+
+    // Lock order: m_Lock, m_PostLock.
+    mutable std::mutex m_Lock;
+    FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
+    Persistent m_Persistent;
+    std::unique_ptr<Camera> m_Camera; // null while unplugged
+    std::uint16_t m_Halts = 0;
+    std::uint8_t m_Configuration = 1;
+    std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
+    bool m_OutRefused = false;
+    std::optional<TimePoint> m_Replug;
+    std::optional<TimePoint> m_Restart;
+
+    enum class Notice { Unplugged, Plugged };
+    std::mutex m_PostLock;
+    std::condition_variable m_Posted;
+    std::uint32_t m_Ready = 0; // guarded by m_PostLock, as all down to the next lock
+    std::vector<Notice> m_Notices;
+    std::optional<TimePoint> m_WakeAt;
+    bool m_Waiting = false;
+    bool m_Rethink = false;
+    bool m_Stop = false;
+
+    std::mutex m_ListenerLock;            // held while the listener is called
+    DeviceListener* m_Listener = nullptr; // guarded by m_ListenerLock
+    std::thread m_Thread;
+
+    // CameraHost
+    Status CheckStreamEnable() override;
+    void StreamEnabled(bool on) override;
+    bool IsStreamHalted() const override { return IsHaltedLocked(kStreamIn); }
+    bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
+    void EventQueued() override { Post(kEventIn); }
+    void ResetRequested() override;
+
+    // endpoint 0; under m_Lock
+    PipeAnswer Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const;
+    PipeAnswer GetDescriptor(const usb::ControlSetup& setup, std::uint8_t* data) const;
+    PipeAnswer DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* data);
+    PipeAnswer EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data);
+    PipeAnswer ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* data);
+    static std::uint16_t HaltBit(std::uint8_t endpoint);
+    static bool HasEndpoint(std::uint8_t endpoint);
+    bool IsHaltedLocked(std::uint8_t endpoint) const { return (m_Halts & HaltBit(endpoint)) != 0; }
+    void SetHaltLocked(std::uint8_t endpoint);
+    void ClearHaltLocked(std::uint8_t endpoint);
+
+    // the device's own doing
+    void PlugLocked();
+    void UnplugLocked();
+    std::optional<TimePoint> DeadlineLocked() const;
+    void RunTimersLocked(TimePoint now);
+    void Reschedule(std::optional<TimePoint> deadline);
+    void Post(std::uint8_t endpoint);
+    void Post(Notice notice);
+    void Run();
+    void Deliver(std::uint32_t ready, const std::vector<Notice>& notices);
+};
+
+} // namespace virtualcam

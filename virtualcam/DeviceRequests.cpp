@@ -1,0 +1,152 @@
+// Endpoint 0 and endpoint halts.
+
+#include <algorithm>
+
+#include "virtualcam/Device.h"
+
+namespace virtualcam {
+namespace {
+
+constexpr std::uint8_t kTypeMask = 0x60;
+constexpr std::uint8_t kVendorType = 0x40;
+constexpr std::uint8_t kRecipientMask = 0x1F;
+constexpr std::uint8_t kEndpointRecipient = 0x02;
+constexpr std::uint8_t kDirectionIn = 0x80;
+constexpr PipeAnswer kRefused{PipeStatus::Stall, 0};
+constexpr PipeAnswer kDone{PipeStatus::Complete, 0};
+
+} // namespace
+
+PipeAnswer Device::Control(const usb::ControlSetup& setup, std::uint8_t* data) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return {PipeStatus::Gone, 0};
+    if ((setup.requestType & kTypeMask) == kVendorType) return ScratchRequest(setup, data);
+    if ((setup.requestType & kTypeMask) != 0) return kRefused;
+    if (setup.request == request::kGetDescriptor) return GetDescriptor(setup, data);
+    if ((setup.requestType & kRecipientMask) == kEndpointRecipient) return EndpointRequest(setup, data);
+    return DeviceRequest(setup, data);
+}
+
+PipeAnswer Device::Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const {
+    if (bytes.empty()) return kRefused;
+    const std::size_t count = std::min<std::size_t>(bytes.size(), setup.length);
+    std::copy_n(bytes.begin(), count, data);
+    return {PipeStatus::Complete, count};
+}
+
+PipeAnswer Device::GetDescriptor(const usb::ControlSetup& setup, std::uint8_t* data) const {
+    const std::uint8_t index = static_cast<std::uint8_t>(setup.value & 0xFF);
+    switch (setup.value >> 8) {
+    case 0x01:
+        return Answer(setup, data, m_Descriptors.Device());
+    case 0x02:
+        return index == 0 ? Answer(setup, data, m_Descriptors.Configuration()) : kRefused;
+    case 0x03:
+        return Answer(setup, data, m_Descriptors.String(index, m_Persistent.userName));
+    case 0x0F:
+        return Answer(setup, data, m_Descriptors.BinaryObjectStore());
+    default:
+        return kRefused;
+    }
+}
+
+PipeAnswer Device::DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* data) {
+    switch (setup.request) {
+    case request::kGetStatus:
+        return Answer(setup, data, {0, 0});
+    case request::kGetConfiguration:
+        return Answer(setup, data, {m_Configuration});
+    case request::kGetInterface:
+        return setup.index < kInterfaceCount ? Answer(setup, data, {0}) : kRefused;
+    case request::kSetInterface:
+        return setup.value == 0 && setup.index < kInterfaceCount ? kDone : kRefused;
+    case request::kSetConfiguration:
+        if (setup.value > 1) return kRefused;
+        m_Camera->ResetInterfaces();
+        m_Halts = 0;
+        m_Configuration = static_cast<std::uint8_t>(setup.value);
+        return kDone;
+    case request::kSetAddress:
+    case request::kSetFeature:
+    case request::kClearFeature:
+    case request::kSetIsochronousDelay:
+        return kDone;
+    case request::kSetSel:
+        return {PipeStatus::Complete, setup.length};
+    default:
+        return kRefused;
+    }
+}
+
+PipeAnswer Device::EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data) {
+    const std::uint8_t endpoint = static_cast<std::uint8_t>(setup.index);
+    if ((endpoint & 0x0F) == 0) return setup.request == request::kGetStatus ? Answer(setup, data, {0, 0}) : kDone;
+    if (!HasEndpoint(endpoint)) return kRefused;
+    if (setup.request == request::kGetStatus)
+        return Answer(setup, data, {static_cast<std::uint8_t>(IsHaltedLocked(endpoint) ? 1 : 0), 0});
+    if (setup.value != 0) return kRefused;
+    if (setup.request == request::kSetFeature)
+        SetHaltLocked(endpoint);
+    else if (setup.request == request::kClearFeature)
+        ClearHaltLocked(endpoint);
+    else
+        return kRefused;
+    return kDone;
+}
+
+PipeAnswer Device::ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* data) {
+    const bool fits = setup.index <= m_Scratch.size() && setup.length <= m_Scratch.size() - setup.index;
+    if (setup.request != request::kScratch || !fits) return kRefused;
+    if ((setup.requestType & kDirectionIn) != 0)
+        std::copy_n(m_Scratch.begin() + setup.index, setup.length, data);
+    else
+        std::copy_n(data, setup.length, m_Scratch.begin() + setup.index);
+    return {PipeStatus::Complete, setup.length};
+}
+
+// --- halts
+
+bool Device::HasEndpoint(std::uint8_t endpoint) {
+    return endpoint == kControlOut || endpoint == kControlIn || endpoint == kEventIn || endpoint == kStreamIn;
+}
+
+std::uint16_t Device::HaltBit(std::uint8_t endpoint) {
+    return static_cast<std::uint16_t>(1u << (endpoint & 0x0F));
+}
+
+void Device::SetHalt(std::uint8_t endpoint) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera && HasEndpoint(endpoint)) SetHaltLocked(endpoint);
+}
+
+void Device::ClearHalt(std::uint8_t endpoint) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera && HasEndpoint(endpoint)) ClearHaltLocked(endpoint);
+}
+
+bool Device::IsHalted(std::uint8_t endpoint) const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return IsHaltedLocked(endpoint);
+}
+
+void Device::SetHaltLocked(std::uint8_t endpoint) {
+    m_Halts = static_cast<std::uint16_t>(m_Halts | HaltBit(endpoint));
+    if (endpoint == kEventIn)
+        m_Camera->DisableEvents();
+    else if (endpoint == kStreamIn)
+        m_Camera->DisableStream();
+    else
+        m_Camera->Control().Abort();
+    Post(endpoint);
+}
+
+void Device::ClearHaltLocked(std::uint8_t endpoint) {
+    m_Halts = static_cast<std::uint16_t>(m_Halts & ~HaltBit(endpoint));
+    // A clear without a halt before it resets a channel just as well: nothing stale is left for the next host.
+    if (endpoint == kControlOut || endpoint == kControlIn)
+        m_Camera->Control().Abort();
+    else if (endpoint == kStreamIn)
+        m_Camera->DisableStream();
+}
+
+} // namespace virtualcam

@@ -1,0 +1,110 @@
+#pragma once
+// What a camera is to do wrong, and when. Everything counts from the moment the script is set.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace virtualcam {
+
+enum class ControlFault {
+    NoAnswer,           ///< the command is executed, no acknowledge is sent
+    Late,               ///< the acknowledge comes after `value` ms, without a pending acknowledge
+    StaleId,            ///< an acknowledge with the previous request id comes first
+    Duplicate,          ///< the acknowledge is sent twice
+    WrongPrefix,        ///< the acknowledge begins with another magic
+    Truncated,          ///< only the first `value` bytes of the acknowledge are sent
+    WrongRequestId,     ///< the acknowledge carries another request id, nothing else follows
+    WrongCommandId,     ///< the acknowledge names another command
+    Pending,            ///< `value` pending acknowledges come before the acknowledge
+    PendingThenNothing, ///< one pending acknowledge, then silence
+    Busy,               ///< refused as busy, not executed
+    Status,             ///< refused with the status code `value`, not executed
+    MissingScd,         ///< a write's acknowledge comes without its four bytes
+    StallIn,            ///< the IN endpoint halts instead of an acknowledge
+    StallOut,           ///< the OUT endpoint halts on the command
+    ZeroLength,         ///< an empty packet comes before the acknowledge
+    Oversize,           ///< `value` bytes more than announced follow the acknowledge
+    Unplug              ///< the device leaves the bus on the command
+};
+
+/// Hits `count` commands (0: all) after `skip` matching ones passed.
+struct ControlFaultRule {
+    ControlFault fault = ControlFault::NoAnswer;
+    std::uint32_t value = 0;
+    unsigned skip = 0;
+    unsigned count = 1;
+    std::optional<std::uint16_t> command; ///< only this command id
+    std::optional<std::uint64_t> address; ///< only accesses that begin at this address
+};
+
+enum class StreamFault {
+    LostLeader,    ///< the leader's transfer is left out
+    LostTrailer,   ///< the trailer's transfer is left out
+    Swapped,       ///< trailer first, leader last
+    LeaderMagic,   ///< the leader begins with another magic
+    TrailerMagic,  ///< the trailer begins with another magic
+    Truncated,     ///< the payload ends after `value` bytes, status stays 0
+    IdGap,         ///< `value` block ids are left out before this block
+    IdMismatch,    ///< the trailer's block id differs from the leader's
+    Discarded,     ///< the payload ends after `value` bytes, status 0xA100
+    Overrun,       ///< status 0xA101, the payload ends `value` bytes early
+    Overflow,      ///< the first payload transfer brings one packet too many
+    Stall,         ///< the endpoint halts after `value` bytes of payload
+    LineError,     ///< a transfer fails after `value` bytes of payload
+    Unplug,        ///< the device leaves the bus after `value` bytes of payload
+    ZeroValidSize, ///< the trailer says that no byte is valid
+    ShortHeight,   ///< only `value` lines are delivered, leader and trailer tell so
+    Padding        ///< the last payload transfer is filled up to its size
+};
+
+/// Hits `count` blocks (0: all) from the `frame`-th delivered one on (0: the next one to begin).
+struct StreamFaultRule {
+    StreamFault fault = StreamFault::LostLeader;
+    std::uint32_t value = 0;
+    std::uint64_t frame = 0;
+    std::uint64_t count = 1;
+};
+
+struct FaultScript {
+    unsigned refuseOpens = 0;  ///< opens answered with Access
+    unsigned refuseClaims = 0; ///< claims answered with Busy
+    std::vector<ControlFaultRule> control;
+    std::vector<StreamFaultRule> stream;
+    unsigned refuseStreamEnable = 0;           ///< how often stream enable is refused ...
+    std::uint16_t streamEnableStatus = 0xA004; ///< ... with this status
+    bool haltOnStreamDisable = false;          ///< the stream endpoint halts when stream enable is cleared
+    int replugAfterMs = -1;                    ///< after a scripted unplug the device comes back; -1: never
+};
+
+/// What the description in the device's memory suffers from.
+enum class ManifestFault {
+    None,
+    PlainXml,        ///< stored as plain XML, and says so
+    WrongHash,       ///< the SHA-1 is that of other bytes
+    ZeroHash,        ///< the SHA-1 is all zero
+    WrongFormatFlag, ///< zipped, but the entry says plain
+    CorruptZip,      ///< bytes inside the archive are damaged, the hash is right
+    StoredZip,       ///< the archive's member is not compressed
+    NoRoot,          ///< well-formed XML without the category Root
+    SeveralEntries,  ///< an older and a foreign entry stand before the right one
+    NoEntries,       ///< the table is empty
+    HugeCount        ///< the table claims an absurd number of entries
+};
+
+/// Bootstrap registers that differ from what a good device has.
+struct RegisterFaults {
+    std::optional<std::uint32_t> responseTime;
+    std::optional<std::uint32_t> maximumCommand;
+    std::optional<std::uint32_t> maximumAcknowledge;
+    bool zeroLeaderSize = false;
+    bool zeroTrailerSize = false;
+    bool zeroPayloadSize = false;
+    unsigned alignmentExponent = 0;
+    bool lateAlignmentCheck = false; ///< unaligned sizes are accepted and refused only at stream enable
+    ManifestFault manifest = ManifestFault::None;
+    std::string descriptionPath; ///< a description file of one's own; empty: the built-in one
+};
+
+} // namespace virtualcam
