@@ -1,1 +1,0 @@
-#include "u3v/Constants.h"
