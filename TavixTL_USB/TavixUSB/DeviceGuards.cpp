@@ -1,0 +1,12 @@
+#include "DeviceGuards.h"
+
+#include "TavixUsbEventGrabber.h"
+#include "TavixUsbStream.h"
+
+namespace Tavix {
+
+CTavixUsbDevice::AllGuard::AllGuard(const CTavixUsbDevice& device)
+    : m_Stream(device.m_pStream->GetLock()), m_EventGrabber(device.m_pEventGrabber->GetLock()),
+      m_NodeMapAndDevice(device) {}
+
+} // namespace Tavix

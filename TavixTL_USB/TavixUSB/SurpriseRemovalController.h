@@ -1,0 +1,62 @@
+#pragma once
+// Hears that an open camera was unplugged and tells the application.
+
+#include "TavixUsbDevice.h"
+
+#include "vexlo/VxCallback.h"
+
+#include <boost/smart_ptr/enable_shared_from_this.hpp>
+
+#include <map>
+
+namespace Tavix {
+
+/// Lives from a successful Open of its device to the next Close. The handler runs on a thread of the USB access library
+/// and holds a share, so that a Close at the same time neither frees the controller under it nor waits for it with
+/// locks held: the library waits for a running handler only until that handler has deregistered itself. Thread-safe.
+class CTavixUsbDevice::CSurpriseRemovalController final
+    : public boost::enable_shared_from_this<CTavixUsbDevice::CSurpriseRemovalController> {
+public:
+    /// Both are borrowed. A registration that fails is logged; the application will not hear of a removal then.
+    static boost::shared_ptr<CSurpriseRemovalController> Create(ITavixDevice* pDevice, vexlo::CVxDevice* pVxDevice);
+    CSurpriseRemovalController(const CSurpriseRemovalController&) = delete;
+    CSurpriseRemovalController& operator=(const CSurpriseRemovalController&) = delete;
+
+    /// Clones the callback. The cookie is never 0 and never used twice.
+    std::uint64_t Register(Callback1<ITavixDevice*>& callback);
+    /// False for an unknown cookie.
+    bool Deregister(std::uint64_t cookie);
+
+    /// Ends the notifications for good. Afterwards no handler looks at the device any more, though callbacks of a
+    /// handler that had begun before may still run. Only the first call does something.
+    void Release();
+
+private:
+    using Guard = boost::unique_lock<boost::recursive_mutex>;
+    using Callbacks = std::map<std::uint64_t, boost::shared_ptr<Callback1<ITavixDevice*>>>;
+
+    CSurpriseRemovalController(ITavixDevice* pDevice, vexlo::CVxDevice* pVxDevice)
+        : m_pDevice(pDevice), m_pVxDevice(pVxDevice) {}
+    ~CSurpriseRemovalController() = default;
+    static void Destroy(CSurpriseRemovalController* pController);
+
+    static void StaticOnSurpriseRemovalCallbackHandler(const vexlo::VxCallbackData* pData);
+    void OnSurpriseRemoval();
+    void RegisterAtVexlo();
+    void DeregisterFromVexloCallbacks();
+    void DeregisterFromVexlo(unsigned long& handle, const char* failure);
+    gcstring DeviceName() const;
+    static void Call(const Callbacks::value_type& entry, ITavixDevice* pDevice, const gcstring& deviceName);
+
+    boost::recursive_mutex m_Lock;
+    std::uint64_t m_LastCookie = 0;      // guarded by m_Lock
+    ITavixDevice* const m_pDevice;       // borrowed
+    vexlo::CVxDevice* const m_pVxDevice; // borrowed
+    Callbacks m_Callbacks;               // guarded by m_Lock
+    unsigned long m_RemovedHandle = 0;   // 0 when not registered; guarded by m_Lock
+    unsigned long m_LostHandle = 0;      // 0 when not registered; guarded by m_Lock
+    bool m_IsDelivered = false;          // guarded by m_Lock
+    bool m_IsReleased = false;           // guarded by m_Lock
+};
+
+} // namespace Tavix

@@ -1,0 +1,189 @@
+#include "TavixUsbDevice.h"
+
+#include "DeviceGuards.h"
+#include "DiscoveryRecord.h"
+#include "NodeCompatibilityLayer.h"
+#include "SurpriseRemovalController.h"
+#include "TavixUsbEventGrabber.h"
+#include "TavixUsbStream.h"
+
+#include <GenApi/NodeCallback.h>
+
+namespace Tavix {
+
+using GenICam::LogicalErrorException;
+using GenICam::RuntimeException;
+
+namespace {
+
+constexpr char kTlPortName[] = "VexloDevicePort";
+
+vexlo::CVxDevice* CreateVxDevice(const gcstring& fullName) {
+    vexlo::CVxDevice* const pVxDevice = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
+    if (pVxDevice) return pVxDevice;
+    LogAndThrow<RuntimeException>(LogCategoryDevice(), Here(), "Failed to create USB device for device '%hs'.",
+                                  fullName.c_str());
+}
+
+} // namespace
+
+CTavixUsbDevice::CTavixUsbDevice(const CDeviceInfo& info)
+    : m_DeviceInfo(info), m_FullName(info.GetFullName()), m_pVxDevice(CreateVxDevice(m_FullName)),
+      m_pStream(new CTavixUsbStream(m_pVxDevice.get(), this)),
+      m_pEventGrabber(new CTavixUsbEventGrabber(m_pVxDevice.get())),
+      m_pTlParams(Vandrel_UsbTLParams::CUsbTLParamsImpl::Create("")), m_pTlPort(new CVexloDevicePort) {
+    LogTrace(LogCategoryDevice(), kLogInfo, "Creating device '%hs' using '%hs'", m_FullName.c_str(),
+             m_DeviceInfo.GetUsbDriverType().c_str());
+    GenApi::INode* const pMigration = m_pTlParams->GetNode("MigrationModeEnable");
+    GenApi::Register(pMigration, *this, &CTavixUsbDevice::OnMigrationModeEnable, GenApi::cbPostInsideLock);
+    OnMigrationModeEnable(pMigration);
+    m_pTlPort->SetObject(m_pVxDevice.get());
+    m_pTlParams->Connect(m_pTlPort.get(), kTlPortName);
+    LogTrace(LogCategoryDevice(), kLogInfo, "Created device '%hs' successfully.", m_FullName.c_str());
+}
+
+CTavixUsbDevice::~CTavixUsbDevice() {
+    LogTrace(LogCategoryDevice(), kLogInfo, "Destroying device '%hs'", m_FullName.c_str());
+    CloseOnDestruction();
+    try {
+        m_pStream.reset();
+        m_pEventGrabber.reset();
+        m_pTlParams->Connect(nullptr, kTlPortName);
+        m_pTlPort->SetObject(nullptr);
+        m_pVxDevice.reset();
+    } catch (...) {
+        LogTrace(LogCategoryDevice(), kLogError, "Exception(2) in %s for Device '%hs'. Close() failed.",
+                 "~CTavixUsbDevice", m_FullName.c_str());
+    }
+    delete m_pCompatibilityLayer.load();
+    m_pTlPort.reset();
+    m_pTlParams.reset();
+    m_pRemovalController.reset();
+    CNodeMapRefT::operator=(CNodeMapRefT("Device")); // while its port, which is this object, is still whole
+    LogTrace(LogCategoryDevice(), kLogInfo, "Destroyed device '%s' successfully.", m_FullName.c_str());
+}
+
+/// Gives all locks back, because those of the grabbers die with the grabbers.
+void CTavixUsbDevice::CloseOnDestruction() noexcept {
+    try {
+        const AllGuard guard(*this);
+        if (!m_IsOpen) return DestroyHandedOut(); // what was asked for while closed has not seen a Close
+        LogTrace(LogCategoryDevice(), kLogWarning,
+                 "Device '%hs' still open on destruction. "
+                 "Please call ITavixDevice::Close() before destroying the device.",
+                 m_FullName.c_str());
+        InternalClose();
+    } catch (...) {
+        LogTrace(LogCategoryDevice(), kLogError, "Exception(1) in %s for Device '%s'. Close() failed.",
+                 "~CTavixUsbDevice", m_FullName.c_str());
+    }
+}
+
+void CTavixUsbDevice::Open(AccessModeSet accessMode) {
+    LogTrace(LogCategoryDevice(), kLogInfo, "Opening device '%s' accessMode: %#x", m_FullName.c_str(),
+             static_cast<unsigned int>(accessMode.to_ullong()));
+    Guard guard(m_Lock);
+    if (m_IsOpen) Throw<LogicalErrorException>(Here(), "Device is already open.");
+    const unsigned int status = OpenWithRetry(*m_pVxDevice, MakeOpenRecord(m_DeviceInfo));
+    if (status != 0) {
+        const gcstring text = VxStatus2Msg(status);
+        LogTrace(LogCategoryDevice(), kLogError, "%s: Failed to open device '%s'! Error: '%s'", "Open",
+                 m_FullName.c_str(), text.c_str());
+        Throw<RuntimeException>(Here(), "Failed to open device '%s'! Error: '%s'", m_FullName.c_str(), text.c_str());
+    }
+    m_AccessMode = accessMode;
+    try {
+        m_pRemovalController = CSurpriseRemovalController::Create(this, m_pVxDevice.get());
+    } catch (...) {
+        static_cast<void>(m_pVxDevice->Close()); // the failure to report is the one in flight
+        throw;
+    }
+    m_IsOpen = true;
+    LogTrace(LogCategoryDevice(), kLogInfo, "Opened device '%s' successfully", m_FullName.c_str());
+}
+
+void CTavixUsbDevice::Close() {
+    LogTrace(LogCategoryDevice(), kLogInfo, "Closing device '%s'", m_FullName.c_str());
+    const AllGuard guard(*this);
+    if (!m_IsOpen) Throw<LogicalErrorException>(Here(), "Device is already closed.");
+    InternalClose();
+    LogTrace(LogCategoryDevice(), kLogInfo, "Closed device '%s' successfully.", m_FullName.c_str());
+}
+
+void CTavixUsbDevice::InternalClose() {
+    if (m_IsOpen) {
+        m_pStream->Close();
+        m_pEventGrabber->Close();
+        if (m_pRemovalController) m_pRemovalController->Release();
+        m_pRemovalController.reset();
+        const unsigned int status = m_pVxDevice->Close();
+        m_IsOpen = false;
+        if (status != 0) {
+            LogTrace(LogCategoryDevice(), kLogError, "%s: Failed to close device: '%s'. Error: '%s'", "InternalClose",
+                     m_FullName.c_str(), VxStatus2Msg(status).c_str());
+        }
+    } else {
+        LogTrace(LogCategoryDevice(), kLogWarning, "%s: Device '%s' is not open and cannot be closed.", "InternalClose",
+                 m_FullName.c_str());
+    }
+    DestroyHandedOut();
+}
+
+bool CTavixUsbDevice::IsOpen() const {
+    Guard guard(m_Lock);
+    return m_IsOpen;
+}
+
+AccessModeSet CTavixUsbDevice::AccessMode() const {
+    Guard guard(m_Lock);
+    return m_AccessMode;
+}
+
+IStreamGrabber* CTavixUsbDevice::GetStreamGrabber(std::uint32_t index) {
+    if (index == 0) return m_pStream.get();
+    LogTrace(LogCategoryDevice(), kLogWarning, "Invalid StreamIndex %u. Only stream index zero is supported.", index);
+    return nullptr;
+}
+
+IEventGrabber* CTavixUsbDevice::GetEventGrabber() {
+    return IsOpen() ? m_pEventGrabber.get() : nullptr;
+}
+
+GenApi::INodeMap* CTavixUsbDevice::GetNodeMap() {
+    CNodeCompatibilityLayer* const pLayer = m_pCompatibilityLayer;
+    if (m_MigrationMode && pLayer && pLayer->GetNodeMap()) return pLayer;
+    return _Ptr;
+}
+
+GenApi::INodeMap* CTavixUsbDevice::GetTLNodeMap() {
+    return m_pTlParams.get();
+}
+
+void CTavixUsbDevice::OnMigrationModeEnable(GenApi::INode* pNode) {
+    auto* const pEnable = dynamic_cast<GenApi::IBoolean*>(pNode);
+    if (!pEnable || !GenApi::IsReadable(pEnable->GetAccessMode())) return;
+    const bool enable = pEnable->GetValue();
+    GenApi::INodeMap* const pCameraMap = GetNodeMap(); // as long as there is no layer
+    if (enable && !m_pCompatibilityLayer && pCameraMap) m_pCompatibilityLayer = new CNodeCompatibilityLayer(pCameraMap);
+    m_MigrationMode = enable;
+    LogTrace(LogCategoryDevice(), kLogDetail, "Migration mode for device '%s' changed to %i", m_FullName.c_str(),
+             enable ? 1 : 0);
+}
+
+DeviceCallbackHandle CTavixUsbDevice::RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) {
+    Guard guard(m_Lock);
+    if (!m_IsOpen) {
+        Throw<LogicalErrorException>(Here(), "Camera object must not be closed (RegisterRemovalCallback)");
+    }
+    return reinterpret_cast<DeviceCallbackHandle>(m_pRemovalController->Register(callback));
+}
+
+bool CTavixUsbDevice::DeregisterRemovalCallback(DeviceCallbackHandle handle) {
+    Guard guard(m_Lock);
+    if (!m_IsOpen) {
+        Throw<LogicalErrorException>(Here(), "Camera object must not be closed (DeregisterRemovalCallback)");
+    }
+    return m_pRemovalController->Deregister(reinterpret_cast<std::uint64_t>(handle));
+}
+
+} // namespace Tavix

@@ -1,0 +1,100 @@
+#pragma once
+// One USB camera.
+
+#include "GenericUsbPort.h"
+#include "ParamsPtr.h"
+#include "VxDevicePtr.h"
+#include "params/UsbTLParams.h"
+
+#include "tavix/Device.h"
+#include "tavix/internal/TavixDevicePrivateImpl.h"
+#include "tavix/usb/VandrelUsbDeviceInfo.h"
+
+#include <GenApi/PortImpl.h>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/locks.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+
+#include <atomic>
+#include <set>
+
+namespace Tavix {
+
+class CNodeCompatibilityLayer;
+class CTavixUsbEventGrabber;
+class CTavixUsbStream;
+
+/// The addresses of its registers are CVxDevice::EPropertyValue.
+using CVexloDevicePort = CGenericUsbPort<vexlo::CVxDevice>;
+
+///   closed --Open--> open --Close--> closed
+///
+/// Also the port of its camera node map. An unplugged camera stays open until the application closes it.
+///
+/// Locks, in the order in which they are taken: stream grabber, event grabber, camera node map, device, removal
+/// controller; see docs/threads.md. Thread-safe.
+class CTavixUsbDevice final : public CTavixDevicePrivateImpl<ITavixDevice>, public GenApi::CPortImpl {
+public:
+    explicit CTavixUsbDevice(const CDeviceInfo& info);
+    ~CTavixUsbDevice() override;
+
+    bool GetChunkDataNodeMapSupported() const override { return true; }
+
+    void Open(AccessModeSet accessMode) override;
+    void Close() override;
+    bool IsOpen() const override;
+    const CDeviceInfo& GetDeviceInfo() const override { return m_DeviceInfo; }
+    std::uint32_t GetNumStreamGrabberChannels() const override { return 1; }
+    IStreamGrabber* GetStreamGrabber(std::uint32_t index) override;
+    IEventGrabber* GetEventGrabber() override;
+    GenApi::INodeMap* GetNodeMap() override;
+    GenApi::INodeMap* GetTLNodeMap() override;
+    IChunkParser* CreateChunkParser() override;
+    void DestroyChunkParser(IChunkParser* pParser) override;
+    ISelfReliantChunkParser* CreateSelfReliantChunkParser() override;
+    void DestroySelfReliantChunkParser(ISelfReliantChunkParser* pParser) override;
+    IEventAdapter* CreateEventAdapter() override;
+    /// The caller keeps it apart from Close and CreateEventAdapter: unlike its siblings it takes no lock, so that it
+    /// may be called by who delivers events and holds other locks.
+    void DestroyEventAdapter(IEventAdapter* pAdapter) override;
+    DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) override;
+    bool DeregisterRemovalCallback(DeviceCallbackHandle handle) override;
+    AccessModeSet AccessMode() const override;
+
+    // The port of the camera node map.
+    GenApi::EAccessMode GetAccessMode() const override;
+    void Read(void* pBuffer, int64_t address, int64_t length) override;
+    void Write(const void* pBuffer, int64_t address, int64_t length) override;
+
+private:
+    class CSurpriseRemovalController;
+    struct NodeMapAndDeviceGuard;
+    struct AllGuard;
+    using Guard = boost::unique_lock<boost::recursive_mutex>;
+
+    /// Follows the transport-layer parameter "MigrationModeEnable".
+    void OnMigrationModeEnable(GenApi::INode* pNode);
+    /// Wants the locks of AllGuard.
+    void InternalClose();
+    void CloseOnDestruction() noexcept;
+    void DestroyHandedOut();
+
+    mutable boost::recursive_mutex m_Lock;
+    CVandrelUsbDeviceInfo m_DeviceInfo; // constant once the device is handed out
+    const gcstring m_FullName;
+    AccessModeSet m_AccessMode; // of the last successful Open; guarded by m_Lock
+    bool m_IsOpen = false;      // guarded by m_Lock
+    VxDevicePtr m_pVxDevice;    // constant after construction
+    boost::shared_ptr<CSurpriseRemovalController> m_pRemovalController; // null while closed; guarded by m_Lock
+    std::unique_ptr<CTavixUsbStream> m_pStream;                         // constant after construction
+    std::unique_ptr<CTavixUsbEventGrabber> m_pEventGrabber;             // constant after construction
+    ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> m_pTlParams;       // constant after construction
+    std::unique_ptr<CVexloDevicePort> m_pTlPort;                        // constant after construction
+    std::set<IChunkParser*> m_ChunkParsers;                             // owned; guarded by m_Lock
+    std::set<IEventAdapter*> m_EventAdapters; // owned; guarded by m_Lock, but see DestroyEventAdapter
+    std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{
+        nullptr}; // owned; set once, under the lock of m_pTlParams
+    std::atomic<bool> m_MigrationMode{false};
+};
+
+} // namespace Tavix

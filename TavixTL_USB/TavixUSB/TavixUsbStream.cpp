@@ -1,0 +1,307 @@
+#include "TavixUsbStream.h"
+
+#include "TavixUsbDevice.h"
+#include "UsbGrabResult.h"
+
+#include "vexlo/VxDevice.h"
+
+namespace Tavix {
+
+using GenICam::InvalidArgumentException;
+using GenICam::LogicalErrorException;
+using GenICam::RuntimeException;
+
+namespace {
+
+constexpr char kPortName[] = "StreamGrabberPort";
+
+vexlo::BufferHandle_s* UsbHandle(StreamBufferHandle handle) {
+    return static_cast<vexlo::BufferHandle_s*>(handle);
+}
+
+} // namespace
+
+CTavixUsbStream::CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* pDevice)
+    : m_pVxDevice(pVxDevice), m_pDevice(pDevice), m_WaitObject(WaitObjectEx::Create(/*manualReset=*/false)),
+      m_pParams(Vandrel_UsbStreamParams::CUsbStreamParamsImpl::Create("")), m_pPort(new CStreamGrabberPort),
+      m_DeviceName(pDevice->GetDeviceInfo().GetFullName()) {
+    LogTrace(LogCategoryStream(), kLogInfo, "Creating stream grabber for device '%hs'.", m_DeviceName.c_str());
+    const unsigned int status = m_pVxDevice->GetStream(&m_pVxStream);
+    if (status != 0) {
+        m_pVxStream = nullptr;
+        LogTrace(LogCategoryStream(), kLogError, "Failed to create stream grabber for device '%hs'. Error: '%hs'",
+                 m_DeviceName.c_str(), VxStatus2Msg(status).c_str());
+    }
+    m_pPort->SetObject(m_pVxStream);
+    m_pParams->InvalidateNodes();
+    m_pParams->Connect(m_pPort.get(), kPortName);
+    LogTrace(LogCategoryStream(), kLogInfo, "Created stream grabber for device '%hs' successfully.",
+             m_DeviceName.c_str());
+}
+
+CTavixUsbStream::~CTavixUsbStream() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Destroying stream grabber for device '%hs'.", m_DeviceName.c_str());
+    try {
+        Guard guard(m_Lock);
+        if (IsOpen()) {
+            LogTrace(LogCategoryStream(), kLogWarning,
+                     "Streamg rabber still open on destruction. " // sic
+                     "Call IStreamGrabber::Close before destroying the stream grabber/device");
+            Close();
+        }
+    } catch (const std::exception& e) {
+        LogTrace(LogCategoryStream(), kLogError, "Failed to close stream grabber for device '%hs' on destruction: %hs",
+                 m_DeviceName.c_str(), e.what());
+    }
+    LogTrace(LogCategoryStream(), kLogInfo, "Destroyed stream grabber for device '%hs' successfully.",
+             m_DeviceName.c_str());
+    m_pParams->Connect(nullptr, kPortName);
+}
+
+void CTavixUsbStream::FailWithStatus(SourcePlace place, const char* format, unsigned int status) const {
+    LogAndThrow<RuntimeException>(LogCategoryStream(), place, format, m_DeviceName.c_str(),
+                                  VxStatus2Msg(status).c_str());
+}
+
+void CTavixUsbStream::RequireState(bool allowed, const char* operation, SourcePlace place) const {
+    if (allowed) return;
+    LogAndThrow<LogicalErrorException>(LogCategoryStream(), place,
+                                       "Invalid stream grabber state '%hs' in %hs for device '%hs'.", GetStateName(),
+                                       operation, m_DeviceName.c_str());
+}
+
+void CTavixUsbStream::SetState(EStreamGrabberState state) {
+    if (m_State == state) return;
+    m_State = state;
+    m_pParams->StatusReg().SetValue(state, /*Verify=*/true);
+}
+
+const char* CTavixUsbStream::GetStateName() const {
+    switch (m_State) {
+    case Closed:
+        return "Closed";
+    case Opened:
+        return "Open";
+    case Grabbing:
+        return "Grabbing";
+    default:
+        return "Unknown State";
+    }
+}
+
+bool CTavixUsbStream::IsOpen() const {
+    Guard guard(m_Lock);
+    return m_State != Closed;
+}
+
+WaitObject& CTavixUsbStream::GetWaitObject() const {
+    Guard guard(m_Lock);
+    return m_WaitObject;
+}
+
+GenApi::INodeMap* CTavixUsbStream::GetNodeMap() {
+    Guard guard(m_Lock);
+    return m_pParams.get();
+}
+
+void CTavixUsbStream::Open() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Opening stream grabber for device '%hs'", m_DeviceName.c_str());
+    Guard guard(m_Lock);
+    if (m_State != Closed) {
+        LogAndThrow<LogicalErrorException>(LogCategoryStream(), Here(),
+                                           "Stream fro device '%hs' is already open", // sic
+                                           m_DeviceName.c_str());
+    }
+    const bool ready = m_pDevice->IsOpen() && m_pVxStream;
+    if (!ready && !m_pVxDevice->IsOpen()) {
+        LogAndThrow<LogicalErrorException>(LogCategoryStream(), Here(),
+                                           "Device '%hs' is not opened. Open device before opening the stream grabber!",
+                                           m_DeviceName.c_str());
+    }
+    FindTLParamsLocked();
+    ObtainStream();
+    OpenStream();
+    SetState(Opened);
+    LogTrace(LogCategoryStream(), kLogInfo, "Opened stream grabber for device '%hs' successfully",
+             m_DeviceName.c_str());
+}
+
+void CTavixUsbStream::FindTLParamsLocked() {
+    GenApi::INodeMap* pNodeMap = m_pDevice->GetNodeMap();
+    m_ptrTLParamsLocked = pNodeMap ? pNodeMap->GetNode("TLParamsLocked") : nullptr;
+    if (m_ptrTLParamsLocked.IsValid()) return;
+    LogTrace(LogCategoryStream(), kLogWarning, "Device '%hs' doesn't provide TLParamsLocked feature.",
+             m_DeviceName.c_str());
+}
+
+void CTavixUsbStream::ObtainStream() {
+    if (m_pVxStream) return;
+    const unsigned int status = m_pVxDevice->GetStream(&m_pVxStream);
+    if (status != 0) {
+        m_pVxStream = nullptr;
+        FailWithStatus(Here(), "Failed to create vx stream grabber for device '%hs'. Error: '%hs'", status);
+    }
+    m_pPort->SetObject(m_pVxStream);
+    m_pParams->InvalidateNodes();
+    if (!m_pVxStream) Throw<RuntimeException>(Here(), "Internal fatal error (m_pVxStream == NULL )");
+}
+
+void CTavixUsbStream::OpenStream() {
+    unsigned int status = m_pVxStream->RegisterWaitObject(m_WaitObject.GetHandle());
+    if (status != 0) {
+        m_pVxStream = nullptr;
+        FailWithStatus(Here(), "Failed to register wait object for device '%hs'. Error: '%hs'", status);
+    }
+    status = m_pVxStream->Open();
+    if (status != 0) {
+        // A stream that did not open may hold half of what it needs; the first failure is the one to report.
+        static_cast<void>(m_pVxStream->Close());
+        FailWithStatus(Here(), "Failed to open vx stream grabber for device '%hs'. Error: '%hs'", status);
+    }
+}
+
+void CTavixUsbStream::Close() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Closing stream grabber for device '%hs'.", m_DeviceName.c_str());
+    Guard guard(m_Lock);
+    if (m_State == Grabbing) {
+        LogTrace(LogCategoryStream(), kLogWarning,
+                 "Stream grabber for device '%hs' still grabbing. "
+                 "Call ITavix::Streamgrabber::FinishGrab before closing the stream grabber.",
+                 m_DeviceName.c_str());
+        FinishGrab();
+    }
+    if (m_pVxStream && m_pVxDevice->IsOpen() && m_pVxStream->IsOpen()) {
+        const unsigned int status = m_pVxStream->Close();
+        if (status != 0) {
+            LogTrace(LogCategoryStream(), kLogWarning,
+                     "Failed to close vx stream grabber for device '%hs'. Error: '%hs'", m_DeviceName.c_str(),
+                     VxStatus2Msg(status).c_str());
+        }
+    }
+    SetState(Closed);
+    LogTrace(LogCategoryStream(), kLogInfo, "Closed stream grabber for device '%hs' successfully.",
+             m_DeviceName.c_str());
+}
+
+StreamBufferHandle CTavixUsbStream::RegisterBuffer(void* pBuffer, unsigned long size) {
+    if (!pBuffer) {
+        LogAndThrow<InvalidArgumentException>(LogCategoryStream(), Here(),
+                                              "Invalid Buffer passed to RegisterBuffer for device %'%hs'", // sic
+                                              m_DeviceName.c_str());
+    }
+    Guard guard(m_Lock);
+    RequireState(m_State == Grabbing, "RegisterBuffer", Here());
+    vexlo::BufferHandle_s* pHandle = nullptr;
+    const unsigned int status = m_pVxStream->RegisterBuffer(pBuffer, size, &pHandle);
+    if (status != 0) {
+        FailWithStatus(Here(), "Failed to register buffer at vx stream for device %'hs'. Error: '%hs'", status); // sic
+    }
+    return pHandle;
+}
+
+const void* CTavixUsbStream::DeregisterBuffer(StreamBufferHandle handle) {
+    Guard guard(m_Lock);
+    RequireState(m_State == Opened || m_State == Grabbing, "RegisterBuffer", Here()); // sic
+    void* pBuffer = nullptr;
+    const unsigned int status = m_pVxStream->DeregisterBuffer(UsbHandle(handle), &pBuffer);
+    if (status != 0) {
+        FailWithStatus(Here(), "Failed to deregister buffer at vx stream for device '%hs'. Error: '%hs'", status);
+    }
+    return pBuffer;
+}
+
+void CTavixUsbStream::PrepareGrab() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Preparing grab for device '%hs'.", m_DeviceName.c_str());
+    Guard guard(m_Lock);
+    RequireState(m_State == Opened, "PrepareGrab", Here());
+    const auto maxNumBuffer = static_cast<unsigned long>(m_pParams->MaxNumBuffer().GetValue());
+    const auto maxBufferSize = static_cast<unsigned long>(m_pParams->MaxBufferSize().GetValue());
+    const unsigned int status = m_pVxStream->PrepareGrab(maxNumBuffer, maxBufferSize);
+    if (status != 0) FailWithStatus(Here(), "PrepareGrab failed for device '%hs'. Error: '%hs'", status);
+    StartStreaming();
+    try {
+        LockTLParams(true);
+    } catch (...) {
+        UndoPrepareGrab(); // or the camera would stream into a grabber that nobody can finish
+        throw;
+    }
+    SetState(Grabbing);
+    LogTrace(LogCategoryStream(), kLogInfo, "Prepared grab for device '%hs' successfully.", m_DeviceName.c_str());
+}
+
+void CTavixUsbStream::StartStreaming() {
+    const unsigned int status = m_pVxStream->StartStreaming();
+    if (status == 0) return;
+    constexpr char kFailure[] = "PrepareGrab (StartStreaming) failed for device '%hs'. Error: '%hs'";
+    const gcstring text = VxStatus2Msg(status);
+    LogTrace(LogCategoryStream(), kLogError, kFailure, m_DeviceName.c_str(), text.c_str());
+    UndoPrepareGrab();
+    Throw<RuntimeException>(Here(), kFailure, m_DeviceName.c_str(), text.c_str());
+}
+
+void CTavixUsbStream::UndoPrepareGrab() {
+    const unsigned int status = m_pVxStream->FinishGrab();
+    if (status == 0) return;
+    LogTrace(LogCategoryStream(), kLogWarning,
+             "vxFinishGrab grab during clean up failed for device '%hs'. Error: '%hs'", m_DeviceName.c_str(),
+             VxStatus2Msg(status).c_str());
+}
+
+void CTavixUsbStream::LockTLParams(bool lock) {
+    if (!m_ptrTLParamsLocked.IsValid()) return;
+    if (!GenApi::IsWritable(m_ptrTLParamsLocked->GetAccessMode())) return;
+    m_ptrTLParamsLocked->SetValue(lock ? 1 : 0, /*Verify=*/true);
+}
+
+void CTavixUsbStream::FinishGrab() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Finishing grab for device '%hs'.", m_DeviceName.c_str());
+    Guard guard(m_Lock);
+    RequireState(m_State == Grabbing, "FinishGrab", Here());
+    SetState(Opened); // first, so that a failure below leaves a grabber that can be used again
+    const unsigned int status = m_pVxStream->IsPrepared() ? m_pVxStream->FinishGrab() : vexlo::VX_OK;
+    LockTLParams(false);
+    if (status != 0) {
+        const gcstring text = VxStatus2Msg(status);
+        LogTrace(LogCategoryStream(), kLogError, "FinishGrab failed for device '%hs'. Error: '%hs'",
+                 m_DeviceName.c_str(), text.c_str());
+        Throw<RuntimeException>(Here(), "FinishGrab() failed: %s", text.c_str());
+    }
+    LogTrace(LogCategoryStream(), kLogInfo, "Finished grab for device '%hs' successfully.", m_DeviceName.c_str());
+}
+
+void CTavixUsbStream::QueueBuffer(StreamBufferHandle handle, const void* pContext) {
+    Guard guard(m_Lock);
+    RequireState(m_State == Grabbing, "QueueBuffer", Here());
+    const unsigned int status = m_pVxStream->QueueBuffer(UsbHandle(handle), pContext);
+    if (status != 0) {
+        Throw<RuntimeException>(Here(), "QueueBuffer() failed: %s", VxStatus2Msg(status).c_str());
+    }
+}
+
+void CTavixUsbStream::CancelGrab() {
+    LogTrace(LogCategoryStream(), kLogInfo, "Cancelling grab for device '%hs'.", m_DeviceName.c_str());
+    Guard guard(m_Lock);
+    RequireState(m_State == Grabbing, "CancelGrab", Here());
+    const unsigned int status = m_pVxStream->CancelGrab();
+    if (status != 0) FailWithStatus(Here(), "CancelGrab failed for device '%hs'. Error: '%hs'", status);
+    LogTrace(LogCategoryStream(), kLogInfo, "Cancelled grab for device '%hs' successfully.", m_DeviceName.c_str());
+}
+
+bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
+    Guard guard(m_Lock);
+    if (!IsOpen()) {
+        LogAndThrow<LogicalErrorException>(
+            LogCategoryStream(), Here(),
+            "Stream grabber not open when calling RetrievResult for device '%hs'.", // sic
+            m_DeviceName.c_str());
+    }
+    result.ResetPayload();
+    vexlo::CVxStream::GrabResult usbResult = {};
+    unsigned long count = 0;
+    const unsigned int status = m_pVxStream->RetrieveBuffer(&usbResult, &count);
+    if (status == vexlo::VX_E_NO_DATA) return false;
+    FillGrabResult(usbResult, result);
+    return true;
+}
+
+} // namespace Tavix
