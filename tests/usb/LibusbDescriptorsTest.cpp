@@ -1,0 +1,60 @@
+#include "usb/LibusbDescriptors.h"
+
+#include "usb/TestDevice.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes WholeFile() {
+    Bytes bytes = TestDevice::DeviceDescriptor();
+    for (const std::uint8_t value : {1, 2}) {
+        const Bytes configuration = TestDevice::ConfigurationDescriptor(value);
+        bytes.insert(bytes.end(), configuration.begin(), configuration.end());
+    }
+    return bytes;
+}
+
+TEST(SplitDescriptors, KeepsDeviceAndConfigurationsApart) {
+    usb::DeviceEntry entry;
+    ASSERT_TRUE(usb::SplitDescriptors(WholeFile(), entry));
+    EXPECT_EQ(entry.device, TestDevice::DeviceDescriptor());
+    ASSERT_EQ(entry.configurations.size(), 2u);
+    EXPECT_EQ(entry.configurations[0], TestDevice::ConfigurationDescriptor(1));
+    EXPECT_EQ(entry.configurations[1], TestDevice::ConfigurationDescriptor(2));
+}
+
+TEST(SplitDescriptors, SurvivesEveryTruncation) {
+    const Bytes whole = WholeFile();
+    const std::size_t configuration = TestDevice::ConfigurationDescriptor(1).size();
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        usb::DeviceEntry entry;
+        const Bytes part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(usb::SplitDescriptors(part, entry), length >= 18) << length;
+        std::size_t expected = 0;
+        if (length >= 18 + 9) expected = length < 18 + configuration + 9 ? 1 : 2;
+        EXPECT_EQ(entry.configurations.size(), expected) << length;
+    }
+}
+
+TEST(SplitDescriptors, StopsAtATotalLengthBelowItsOwnHeader) {
+    Bytes bytes = WholeFile();
+    bytes[18 + 2] = 0;
+    bytes[18 + 3] = 0;
+    usb::DeviceEntry entry;
+    ASSERT_TRUE(usb::SplitDescriptors(bytes, entry));
+    EXPECT_TRUE(entry.configurations.empty());
+}
+
+TEST(SplitDescriptors, KeepsAConfigurationThatPromisesMoreThanThereIs) {
+    Bytes bytes = WholeFile();
+    bytes[18 + 3] = 0xFF;
+    usb::DeviceEntry entry;
+    ASSERT_TRUE(usb::SplitDescriptors(bytes, entry));
+    ASSERT_EQ(entry.configurations.size(), 1u);
+    EXPECT_EQ(entry.configurations[0].size(), bytes.size() - 18);
+}
+
+} // namespace
