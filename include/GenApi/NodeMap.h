@@ -43,12 +43,24 @@ public:
     // No property may be set afterwards. Links are resolved by the map's FinalConstruct.
     void FinalConstruct();
 
+    CMapNode() = default;
+    virtual ~CMapNode() = default;
+    CMapNode(const CMapNode&) = delete;
+    CMapNode& operator=(const CMapNode&) = delete;
+
     bool IsRegistered() const { return m_pNode != nullptr; }
     // Null on an empty handle.
     INode* GetNode() const;
 
+protected:
+    // False when the node does not offer the interface of the handle.
+    virtual bool Take(INode* pNode) = 0;
+    [[noreturn]] static void ThrowEmpty();
+
 private:
     friend class CNodeMap;
+    genapi::Map& Registered() const;
+
     genapi::Map* m_pMap = nullptr;
     genapi::Node* m_pNode = nullptr;
 };
@@ -60,20 +72,20 @@ class CTypedMapNode : public CMapNode {
 public:
     Interface* operator->() const { return Get(); }
     Interface& operator*() const { return *Get(); }
-    Interface* Get() const; // instantiated in the library for the classes below
-};
+    Interface* Get() const {
+        if (!m_pInterface) ThrowEmpty();
+        return m_pInterface;
+    }
 
-extern template class CTypedMapNode<IInteger>;
-extern template class CTypedMapNode<IFloat>;
-extern template class CTypedMapNode<IBoolean>;
-extern template class CTypedMapNode<ICommand>;
-extern template class CTypedMapNode<IString>;
-extern template class CTypedMapNode<IEnumeration>;
-extern template class CTypedMapNode<IEnumEntry>;
-extern template class CTypedMapNode<IRegister>;
-extern template class CTypedMapNode<ICategory>;
-extern template class CTypedMapNode<IPort>;
-extern template class CTypedMapNode<IValue>;
+protected:
+    bool Take(INode* pNode) override {
+        m_pInterface = dynamic_cast<Interface*>(pNode);
+        return m_pInterface != nullptr;
+    }
+
+private:
+    Interface* m_pInterface = nullptr;
+};
 
 // One class a node type; the type name given to RegisterNode must fit.
 class CIntegerNode : public CTypedMapNode<IInteger> {};

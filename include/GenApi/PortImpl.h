@@ -16,9 +16,9 @@ public:
     void Read(void* pBuffer, int64_t Address, int64_t Length) override = 0;
     void Write(const void* pBuffer, int64_t Address, int64_t Length) override = 0;
 
-    // The node that the port was connected to last; null when disconnected.
+    // The node that the port was connected to last; null when it never was.
     INode* GetNode() const;
-    // The map of that node; null when disconnected.
+    // The map of that node.
     INodeMap* GetNodeMap() const;
     // Called by the Port node.
     void SetNode(INode* pNode);

@@ -3,6 +3,7 @@
 
 #include <Base/GCString.h>
 #include <Base/GCStringVector.h>
+#include <Base/GCTypes.h>
 
 #include <cstdint>
 #include <vector>
@@ -66,11 +67,7 @@ using FeatureList_t = std::vector<IValue*>;
 // Wide enough for a pointer; 0 means no callback.
 using CallbackHandleType = intptr_t;
 
-struct Version_t {
-    uint16_t Major;
-    uint16_t Minor;
-    uint16_t SubMinor;
-};
+using Version_t = GenICam::Version_t;
 
 // What one attachment of a buffer found. The order of the counters is part of the binary interface.
 struct AttachStatistics_t {

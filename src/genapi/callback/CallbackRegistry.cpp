@@ -1,0 +1,75 @@
+#include "genapi/callback/CallbackRegistry.h"
+
+namespace genapi {
+
+CallbackRegistry& CallbackRegistry::Instance() {
+    // Never destroyed: node maps may live in static objects.
+    static CallbackRegistry* const pInstance = new CallbackRegistry;
+    return *pInstance;
+}
+
+void CallbackRegistry::Enter(GenApi::CNodeCallback* pCallback) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Entries.emplace(pCallback, Entry());
+}
+
+void CallbackRegistry::Leave(GenApi::CNodeCallback* pCallback) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Entries.erase(pCallback);
+}
+
+void CallbackRegistry::SetOwner(GenApi::CNodeCallback* pCallback, GenApi::INode* pOwner) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Entries.find(pCallback);
+    if (found != m_Entries.end()) found->second.pOwner = pOwner;
+}
+
+bool CallbackRegistry::FindOwner(GenApi::CNodeCallback* pCallback, GenApi::INode*& pOwner) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Entries.find(pCallback);
+    if (found == m_Entries.end() || found->second.isRetired) return false;
+    pOwner = found->second.pOwner;
+    return true;
+}
+
+void CallbackRegistry::Retire(GenApi::CNodeCallback* pCallback) {
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        const auto found = m_Entries.find(pCallback);
+        if (found == m_Entries.end() || found->second.isRetired) return;
+        found->second.isRetired = true;
+        found->second.pOwner = nullptr;
+        if (found->second.running > 0) return;
+    }
+    pCallback->Destroy();
+}
+
+void CallbackRegistry::Call(GenApi::CNodeCallback* pCallback, GenApi::ECallbackType type) {
+    if (!Begin(pCallback)) return;
+    struct Guard {
+        CallbackRegistry& registry;
+        GenApi::CNodeCallback* pCallback;
+        ~Guard() { registry.End(pCallback); }
+    } guard{*this, pCallback};
+    (*pCallback)(type);
+}
+
+bool CallbackRegistry::Begin(GenApi::CNodeCallback* pCallback) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Entries.find(pCallback);
+    if (found == m_Entries.end() || !found->second.pOwner) return false;
+    ++found->second.running;
+    return true;
+}
+
+void CallbackRegistry::End(GenApi::CNodeCallback* pCallback) {
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        const auto found = m_Entries.find(pCallback);
+        if (found == m_Entries.end()) return;
+        if (--found->second.running > 0 || !found->second.isRetired) return;
+    }
+    pCallback->Destroy();
+}
+
+} // namespace genapi

@@ -1,0 +1,100 @@
+#include "genapi/map/Linker.h"
+
+#include "genapi/description/Lexical.h"
+#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/Throw.h"
+
+namespace genapi {
+
+void Linker::Run(std::string_view root) {
+    for (Node* const pNode : m_Map.m_Nodes)
+        Bind(*pNode);
+    m_Map.m_Graph.Build(static_cast<NodeIndex>(m_Map.m_Nodes.size()));
+    MarkFeatures(root);
+}
+
+void Linker::Bind(Node& node) {
+    for (const PropertyRecord& record : node.Properties()) {
+        // Elements that a type does not have are of no meaning to it.
+        if (HasProperty(node.Type(), record.id)) BindProperty(node, record);
+    }
+    const std::string_view missing = node.Missing();
+    if (!missing.empty()) Fail(node, Fault::Property, "the node has no " + std::string(missing));
+}
+
+void Linker::BindProperty(Node& node, const PropertyRecord& record) {
+    const std::string fault = CheckForm(node.Type(), record);
+    if (!fault.empty()) return Fail(node, Fault::Property, fault);
+    BoundProperty property{record, nullptr, nullptr};
+    if (IsLink(record.id)) {
+        property.pTarget = m_Map.Find(record.value);
+        if (!property.pTarget) {
+            const std::string text =
+                std::string(PropertyName(record.id)) + " names the unknown node '" + std::string(record.value) + "'";
+            return IsVitalLink(record.id) ? Fail(node, Fault::Link, text) : Leave(node, text);
+        }
+    }
+    if (record.attributeKind == AttributeKind::pOffset) {
+        property.pOffsetTarget = m_Map.Find(record.attribute);
+        if (!property.pOffsetTarget) {
+            return Fail(node, Fault::Link, "pOffset names the unknown node '" + std::string(record.attribute) + "'");
+        }
+    }
+    AddDependencies(node, property);
+    node.Bind(property);
+}
+
+void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
+    if (!property.pTarget) return;
+    const PropertyId id = property.record.id;
+    const NodeIndex target = property.pTarget->Index();
+    DependencyGraph& graph = m_Map.m_Graph;
+    if (IsDependencyLink(id)) graph.Add(target, node.Index(), id == PropertyId::pInvalidator);
+    // These two tell who depends on the node itself.
+    if (id == PropertyId::pSelected || id == PropertyId::pDependent) graph.Add(node.Index(), target, false);
+    if (property.pOffsetTarget) graph.Add(property.pOffsetTarget->Index(), node.Index(), false);
+}
+
+void Linker::MarkFeatures(std::string_view root) {
+    std::vector<bool> isMet(m_Map.m_Nodes.size(), false);
+    std::vector<Node*> queue;
+    const auto meet = [&](Node* pNode) {
+        if (!pNode || isMet[pNode->Index()]) return;
+        isMet[pNode->Index()] = true;
+        pNode->MarkAsFeature(true);
+        queue.push_back(pNode);
+    };
+    meet(m_Map.Find(root));
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        if (queue[head]->Type() != NodeType::Category) continue;
+        for (const PropertyRecord& record : queue[head]->Properties()) {
+            if (record.id == PropertyId::pFeature) meet(m_Map.Find(record.value));
+        }
+    }
+    for (Node* const pNode : m_Map.m_Nodes) {
+        const PropertyRecord* const pGiven = pNode->FindRecord(PropertyId::IsFeature);
+        if (pGiven) pNode->MarkAsFeature(ParseYesNo(pGiven->value).value_or(false));
+    }
+}
+
+void Linker::Fail(Node& node, Fault fault, const std::string& text) {
+    if (m_Strictness == Strictness::Throw) {
+        if (fault == Fault::Link) ThrowRuntime(node, "FinalConstruct", text);
+        ThrowProperty(node, "FinalConstruct", text);
+    }
+    node.MarkAsDefective("The description of the node is faulty: " + text);
+    Report(node, text);
+}
+
+void Linker::Leave(Node& node, const std::string& text) {
+    if (m_Strictness == Strictness::Throw) ThrowRuntime(node, "FinalConstruct", text);
+    Report(node, text);
+}
+
+void Linker::Report(const Node& node, const std::string& text) {
+    const std::vector<NodeRecord>& records = m_Map.m_Description.nodes;
+    const uint32_t line = node.Index() < records.size() ? records[node.Index()].line : 0;
+    m_Map.m_Problems.push_back({line, std::string(node.Name()), text});
+}
+
+} // namespace genapi

@@ -1,0 +1,31 @@
+#pragma once
+// The node type Category.
+
+#include "genapi/nodes/ValueNode.h"
+
+#include <GenApi/ICategory.h>
+
+#include <vector>
+
+namespace genapi {
+
+// A list of features, as available as the best of them. thread-safe
+class CategoryNode final : public ValueNode, virtual public GenApi::ICategory {
+public:
+    using ValueNode::ValueNode;
+
+    void Bind(const BoundProperty& property) override;
+    GenApi::EAccessMode TargetAccess() override;
+
+    // GenApi::ICategory
+    void GetFeatures(GenApi::FeatureList_t& Features) const override;
+    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfICategory; }
+
+protected:
+    std::string DoReadText(ReadFlags) override { return std::string(Name()); }
+
+private:
+    std::vector<Node*> m_Features;
+};
+
+} // namespace genapi

@@ -1,0 +1,47 @@
+#include "genapi/nodes/FloatFace.h"
+
+#include "genapi/nodes/Throw.h"
+
+#include <cmath>
+
+namespace genapi {
+
+namespace {
+
+std::string Text(double value) {
+    return FormatReal(value, GenApi::fnAutomatic, 17);
+}
+
+} // namespace
+
+void FloatChecks::CheckWrite(Node& node, double value) {
+    if (std::isnan(value)) ThrowOutOfRange(node, "SetValue", "The value is not a number.");
+    // Limits are compared exactly: what GetMin and GetMax gave is accepted.
+    const double min = node.RealMin();
+    if (value < min) {
+        ThrowOutOfRange(node, "SetValue",
+                        "Value " + Text(value) + " must be greater than or equal to Min " + Text(min) + ".");
+    }
+    const double max = node.RealMax();
+    if (value > max) {
+        ThrowOutOfRange(node, "SetValue",
+                        "Value " + Text(value) + " must be smaller than or equal to Max " + Text(max) + ".");
+    }
+}
+
+void FloatChecks::CheckRead(Node& node, double value) {
+    if (value >= node.RealMin() && value <= node.RealMax()) return;
+    ThrowOutOfRange(node, "GetValue", "Value " + Text(value) + " lies outside of Min and Max.");
+}
+
+double FloatChecks::ParseText(Node& node, std::string_view text) {
+    const std::optional<double> value = ParseFloat(text);
+    if (!value) ThrowInvalidArgument(node, "FromString", "'" + std::string(text) + "' is no number.");
+    return *value;
+}
+
+void FloatChecks::ThrowNoIncrement(Node& node) {
+    ThrowLogicalError(node, "GetInc", "The node has no increment.");
+}
+
+} // namespace genapi

@@ -1,0 +1,53 @@
+#pragma once
+// The node types IntSwissKnife and SwissKnife.
+
+#include "genapi/nodes/FloatFace.h"
+#include "genapi/nodes/FormulaBinding.h"
+#include "genapi/nodes/IntegerFace.h"
+
+namespace genapi {
+
+// A whole number that is computed. thread-safe
+class IntSwissKnifeNode final : public IntegerFace<ValueNode> {
+public:
+    using IntegerFace::IntegerFace;
+    using IntegerFace::operator=;
+
+    void Bind(const BoundProperty& property) override;
+    GenApi::EAccessMode TargetAccess() override;
+    std::string CompileError() override { return m_Formula.CompileError(m_Scope); }
+
+protected:
+    int64_t RawInteger(ReadFlags flags) override;
+    void StoreInteger(int64_t value, bool verify) override;
+
+private:
+    FormulaScope m_Scope;
+    FormulaBinding m_Formula{FormulaMode::Integer, {}};
+    // The value of the present operation, so that formulas upon formulas stay cheap.
+    uint32_t m_Generation = 0;
+    int64_t m_Value = 0;
+};
+
+// A floating-point number that is computed. thread-safe
+class SwissKnifeNode final : public FloatFace<ValueNode> {
+public:
+    using FloatFace::FloatFace;
+    using FloatFace::operator=;
+
+    void Bind(const BoundProperty& property) override;
+    GenApi::EAccessMode TargetAccess() override;
+    std::string CompileError() override { return m_Formula.CompileError(m_Scope); }
+
+protected:
+    double RawReal(ReadFlags flags) override;
+    void StoreReal(double value, bool verify) override;
+
+private:
+    FormulaScope m_Scope;
+    FormulaBinding m_Formula{FormulaMode::Float, {}};
+    uint32_t m_Generation = 0;
+    double m_Value = 0.0;
+};
+
+} // namespace genapi

@@ -1,0 +1,122 @@
+// The access mode of a node and what restricts it.
+#include "genapi/nodes/Node.h"
+#include "genapi/nodes/Operation.h"
+#include "genapi/nodes/Throw.h"
+
+namespace genapi {
+
+namespace {
+
+// Marks a node while its mode is computed, also when that throws.
+class Mark {
+public:
+    explicit Mark(bool& flag) : m_Flag(flag) { m_Flag = true; }
+    ~Mark() { m_Flag = false; }
+
+private:
+    bool& m_Flag;
+};
+
+} // namespace
+
+GenApi::EAccessMode Node::Access() {
+    const Descent descent(*this);
+    if (m_IsInAccess) {
+        // Its own mode leads back to the node. The inner question restricts nothing, and what is computed under it
+        // holds for nobody else.
+        ++m_pHost->m_CyclesMet;
+        return GenApi::RW;
+    }
+    NodeHost::NodeState& state = m_pHost->m_States[m_Index];
+    const uint32_t generation = m_pHost->m_Generation;
+    if (state.accessGeneration == generation) return static_cast<GenApi::EAccessMode>(state.access);
+
+    const uint32_t cyclesBefore = m_pHost->m_CyclesMet;
+    const Mark mark(m_IsInAccess);
+    const GenApi::EAccessMode mode = ComputeAccess();
+    // Modes are remembered for one operation only: a port may change its own at any time.
+    if (m_pHost->m_CyclesMet == cyclesBefore && m_pHost->m_Generation == generation) {
+        state.accessGeneration = generation;
+        state.access = static_cast<uint8_t>(mode);
+    }
+    return mode;
+}
+
+GenApi::EAccessMode Node::ComputeAccess() {
+    if (m_pDefect) return GenApi::NI;
+    // A closed device cannot be asked for predicates, so the port's word comes first.
+    const GenApi::EAccessMode target = TargetAccess();
+    if (!GenApi::IsAvailable(target)) return target;
+    return GenApi::Combine(GenApi::Combine(OwnAccess(), ImposedAccess()), target);
+}
+
+GenApi::EAccessMode Node::OwnAccess() {
+    if (m_pIsImplemented && !m_pIsImplemented->ReadTruth()) return GenApi::NI;
+    if (m_pIsAvailable && !m_pIsAvailable->ReadTruth()) return GenApi::NA;
+    if (m_pIsLocked && m_pIsLocked->ReadTruth()) return GenApi::RO;
+    return GenApi::RW;
+}
+
+GenApi::EAccessMode Node::ImposedAccess() const {
+    return GenApi::Combine(m_ImposedByFile, m_ImposedByCode);
+}
+
+GenApi::EAccessMode Node::GetAccessMode() const {
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    return const_cast<Node*>(this)->Access();
+}
+
+GenApi::EYesNo Node::IsAccessModeCacheable() const {
+    // Any port below may change its mode silently.
+    return GenApi::No;
+}
+
+void Node::ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) {
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    m_ImposedByCode = ImposedAccessMode;
+    m_pHost->NextGeneration();
+}
+
+void Node::ImposeVisibility(GenApi::EVisibility ImposedVisibility) {
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    m_ImposedVisibility = ImposedVisibility;
+}
+
+GenApi::EVisibility Node::GetVisibility() const {
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    return GenApi::Combine(m_Visibility, m_ImposedVisibility);
+}
+
+void Node::CheckErrorNodes() {
+    if (!m_HasErrorLinks) return;
+    for (const PropertyRecord& record : m_Properties) {
+        if (record.id != PropertyId::pError) continue;
+        Node* const pError = m_pHost->Find(record.value);
+        if (!pError || pError->ReadInteger({false, true}) == 0) continue;
+        const std::string symbolic = pError->ReadText({});
+        Node* const pEntry = m_pHost->Find("EnumEntry_" + std::string(pError->Name()) + "_" + symbolic);
+        const std::string description = pEntry ? pEntry->GetDescription().str() : std::string();
+        ThrowRuntime(*this, "SetValue",
+                     "The device reports " + symbolic + (description.empty() ? "" : ": ") + description);
+    }
+}
+
+void Node::InvalidateNode() {
+    ChangeFrame frame(*m_pHost);
+    frame.Invalidate({m_Index});
+    frame.Finish();
+}
+
+GenApi::CallbackHandleType Node::RegisterCallback(GenApi::CNodeCallback* pCallback) {
+    if (!pCallback) ThrowInvalidArgument(*this, "RegisterCallback", "The callback is null.");
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    m_pHost->AddCallback(m_Index, pCallback);
+    return reinterpret_cast<GenApi::CallbackHandleType>(pCallback);
+}
+
+bool Node::DeregisterCallback(GenApi::CallbackHandleType hCallback) {
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    return m_pHost->RemoveCallback(m_Index, reinterpret_cast<GenApi::CNodeCallback*>(hCallback));
+}
+
+} // namespace genapi

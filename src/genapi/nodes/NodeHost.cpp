@@ -1,0 +1,113 @@
+#include "genapi/nodes/NodeHost.h"
+
+#include "genapi/callback/CallbackRegistry.h"
+#include "genapi/nodes/Node.h"
+#include "genapi/nodes/RegisterIndex.h"
+#include "genapi/nodes/Throw.h"
+
+#include <algorithm>
+
+namespace genapi {
+
+namespace {
+
+// Chains of real cameras are twenty nodes long.
+constexpr uint32_t kMaxDepth = 200;
+// Nodes visited by one operation of an application; a tenth of a second's work.
+constexpr uint32_t kMaxSteps = 1000000;
+
+} // namespace
+
+NodeHost::NodeHost() = default;
+NodeHost::~NodeHost() = default;
+
+RegisterIndex& NodeHost::Registers() {
+    if (!m_pRegisters) m_pRegisters = std::make_unique<RegisterIndex>(m_Nodes);
+    return *m_pRegisters;
+}
+
+bool NodeHost::RereadsItself(NodeIndex node) {
+    uint8_t& known = m_States[node].rereadsItself;
+    if (known == 0) known = m_Graph.ReachesItselfThroughInvalidator(node) ? 2 : 1;
+    return known == 2;
+}
+
+const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sources) {
+    if (++m_Mark == 0) {
+        for (NodeState& state : m_States)
+            state.mark = 0;
+        m_Mark = 1;
+    }
+    m_Queue.clear();
+    const auto meet = [this](NodeIndex node) {
+        if (m_States[node].mark == m_Mark) return;
+        m_States[node].mark = m_Mark;
+        m_Queue.push_back(node);
+    };
+    for (const NodeIndex source : sources)
+        meet(source);
+    for (std::size_t head = 0; head < m_Queue.size(); ++head) {
+        for (const DependencyGraph::Link link : m_Graph.DependentsOf(m_Queue[head]))
+            meet(link.target);
+    }
+    return m_Queue;
+}
+
+void NodeHost::AddCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
+    m_Callbacks[node].push_back(pCallback);
+    m_States[node].hasCallbacks = true;
+    CallbackRegistry::Instance().SetOwner(pCallback, m_Nodes[node]);
+}
+
+bool NodeHost::RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
+    const auto found = m_Callbacks.find(node);
+    if (found == m_Callbacks.end()) return false;
+    std::vector<GenApi::CNodeCallback*>& list = found->second;
+    const auto position = std::find(list.begin(), list.end(), pCallback);
+    if (position == list.end()) return false;
+    list.erase(position);
+    CallbackRegistry::Instance().SetOwner(pCallback, nullptr);
+    if (list.empty()) {
+        m_Callbacks.erase(found);
+        m_States[node].hasCallbacks = false;
+    }
+    return true;
+}
+
+const std::vector<GenApi::CNodeCallback*>* NodeHost::CallbacksOf(NodeIndex node) const {
+    if (!m_States[node].hasCallbacks) return nullptr;
+    const auto found = m_Callbacks.find(node);
+    return found == m_Callbacks.end() ? nullptr : &found->second;
+}
+
+void NodeHost::DestroyCallbacks() {
+    std::unordered_map<NodeIndex, std::vector<GenApi::CNodeCallback*>> all;
+    all.swap(m_Callbacks);
+    for (const auto& [node, list] : all) {
+        for (GenApi::CNodeCallback* pCallback : list)
+            CallbackRegistry::Instance().Retire(pCallback);
+    }
+}
+
+void NodeHost::NextGeneration() {
+    if (++m_Generation != 0) return;
+    for (NodeState& state : m_States)
+        state.accessGeneration = 0;
+    m_Generation = 1;
+}
+
+Descent::Descent(const Node& node) : m_Host(node.Host()) {
+    if (m_Host.m_Depth == 0) {
+        m_Host.m_Steps = 0;
+        m_Host.NextGeneration();
+    }
+    if (m_Host.m_Depth >= kMaxDepth) {
+        ThrowRuntime(node, "Access", "The nodes read one another in a circle or a chain that is too long");
+    }
+    if (++m_Host.m_Steps > kMaxSteps) {
+        ThrowRuntime(node, "Access", "The operation needs too many nodes");
+    }
+    ++m_Host.m_Depth;
+}
+
+} // namespace genapi

@@ -1,0 +1,111 @@
+#pragma once
+// What the nodes of one map share: its lock, the state of their caches, and what a change reaches.
+
+#include "genapi/nodes/Graph.h"
+
+#include <GenApi/INodeMap.h>
+#include <GenApi/Synch/Lock.h>
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace genapi {
+
+class ChangeFrame;
+class Node;
+class RegisterIndex;
+class WriteOperation;
+
+// The ground that nodes stand on. All members but the names are guarded by Lock. thread-safe through that lock
+class NodeHost {
+public:
+    NodeHost();
+    virtual ~NodeHost();
+    NodeHost(const NodeHost&) = delete;
+    NodeHost& operator=(const NodeHost&) = delete;
+
+    GenApi::CLock& Lock() const { return m_Lock; }
+    // The object that applications see; null until somebody offers one.
+    GenApi::INodeMap* Facade() const { return m_pFacade; }
+    virtual GenICam::gcstring DeviceName() const = 0;
+    // Null when unknown; no name-space prefix.
+    virtual Node* Find(std::string_view name) const = 0;
+
+    const std::vector<Node*>& Nodes() const { return m_Nodes; }
+    const DependencyGraph& Graph() const { return m_Graph; }
+    RegisterIndex& Registers();
+
+    // Caches of registers.
+    bool IsValid(NodeIndex node) const { return m_States[node].isValid; }
+    void SetValid(NodeIndex node) { m_States[node].isValid = true; }
+    void SetInvalid(NodeIndex node) { m_States[node].isValid = false; }
+    bool RereadsItself(NodeIndex node);
+
+    // All nodes that a change of the sources reaches, the sources first, each once. The list lives until the next call.
+    const std::vector<NodeIndex>& Reach(const std::vector<NodeIndex>& sources);
+
+    // Callbacks by node, in order of registration. Owned by the node.
+    void AddCallback(NodeIndex node, GenApi::CNodeCallback* pCallback);
+    bool RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback);
+    const std::vector<GenApi::CNodeCallback*>* CallbacksOf(NodeIndex node) const;
+
+    // A new generation makes all memories of the present operation stale.
+    void NextGeneration();
+    uint32_t Generation() const { return m_Generation; }
+
+protected:
+    struct NodeState {
+        uint32_t mark = 0;             // of the last walk that met the node
+        uint32_t accessGeneration = 0; // for which `access` holds
+        uint8_t access = 0;
+        bool isValid = false;
+        bool hasCallbacks = false;
+        uint8_t rereadsItself = 0; // 0 not yet known, 1 no, 2 yes
+    };
+
+    GenApi::INodeMap* m_pFacade = nullptr;
+    std::vector<Node*> m_Nodes; // owned by the map
+    std::vector<NodeState> m_States;
+    DependencyGraph m_Graph;
+
+private:
+    friend class ChangeFrame;
+    friend class Descent;
+    friend class Node;
+    friend class WriteOperation;
+
+    void DestroyCallbacks();
+
+    mutable GenApi::CLock m_Lock;
+    uint32_t m_Mark = 0;
+    uint32_t m_Generation = 1;
+    uint32_t m_Depth = 0;
+    uint32_t m_Steps = 0;
+    uint32_t m_CyclesMet = 0;
+    std::vector<NodeIndex> m_Queue;
+    ChangeFrame* m_pFrame = nullptr;        // innermost
+    WriteOperation* m_pOperation = nullptr; // the outermost one, while it writes
+    std::unique_ptr<RegisterIndex> m_pRegisters;
+    std::unordered_map<NodeIndex, std::vector<GenApi::CNodeCallback*>> m_Callbacks;
+
+protected:
+    // To be called before the nodes go.
+    void ReleaseCallbacks() { DestroyCallbacks(); }
+};
+
+// Guards one step from a node to another: input may neither recurse without bound nor work for ever. bound to a thread
+class Descent {
+public:
+    // Throws RuntimeException when the chain is too deep or the operation too long.
+    explicit Descent(const Node& node);
+    ~Descent() { --m_Host.m_Depth; }
+    Descent(const Descent&) = delete;
+    Descent& operator=(const Descent&) = delete;
+
+private:
+    NodeHost& m_Host;
+};
+
+} // namespace genapi

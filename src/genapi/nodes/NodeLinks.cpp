@@ -1,0 +1,166 @@
+// How nodes hang together, as an application may ask.
+#include "genapi/description/Lexical.h"
+#include "genapi/nodes/Node.h"
+
+#include <algorithm>
+
+namespace genapi {
+
+namespace {
+
+using Ids = std::vector<PropertyId>;
+using P = PropertyId;
+
+// What a node reads for its value.
+const Ids kValueLinks = {P::pValue, P::pIndex, P::pValueIndexed, P::pValueDefault, P::pVariable};
+// What it reads at all.
+const Ids kReadingLinks = {P::pIsImplemented, P::pIsAvailable,  P::pIsLocked, P::pBlockPolling, P::pValue,  P::pIndex,
+                           P::pValueIndexed,  P::pValueDefault, P::pVariable, P::pAddress,      P::pLength, P::pPort,
+                           P::pMin,           P::pMax,          P::pInc,      P::pCommandValue, P::pChunkID};
+const Ids kWritingLinks = {P::pValue, P::pValueCopy, P::pValueIndexed, P::pValueDefault};
+const Ids kInvalidatorLinks = {P::pInvalidator};
+const Ids kFeatureLinks = {P::pFeature, P::pEnumEntry};
+
+bool Contains(const Ids& ids, PropertyId id) {
+    return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+void Append(std::vector<Node*>& list, Node* pNode) {
+    if (pNode && std::find(list.begin(), list.end(), pNode) == list.end()) list.push_back(pNode);
+}
+
+std::vector<Node*> Linked(const Node& node, const Ids& ids) {
+    std::vector<Node*> found;
+    for (const PropertyRecord& record : node.Properties()) {
+        if (!Contains(ids, record.id)) continue;
+        Append(found, node.Host().Find(record.value));
+        if (record.attributeKind == AttributeKind::pOffset) Append(found, node.Host().Find(record.attribute));
+    }
+    return found;
+}
+
+// Visits all nodes that the links lead to, each once; a node for which the visitor returns false leads no further.
+template<class Visitor>
+void Walk(const Node& start, const Ids& ids, Visitor visit) {
+    std::vector<bool> isMet(start.Host().Nodes().size(), false);
+    std::vector<const Node*> queue{&start};
+    isMet[start.Index()] = true;
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        for (Node* const pNext : Linked(*queue[head], ids)) {
+            if (isMet[pNext->Index()]) continue;
+            isMet[pNext->Index()] = true;
+            if (visit(*pNext)) queue.push_back(pNext);
+        }
+    }
+}
+
+bool IsTerminal(const Node& node) {
+    return node.OwnCachingMode() || Linked(node, kWritingLinks).empty();
+}
+
+int64_t OwnPollingTime(const Node& node) {
+    return ParseInteger(node.PropertyText(PropertyId::PollingTime)).value_or(-1);
+}
+
+} // namespace
+
+GenApi::ECachingMode Node::CachingMode() const {
+    if (const GenApi::ECachingMode* const pOwn = OwnCachingMode()) return *pOwn;
+    GenApi::ECachingMode mode = GenApi::WriteThrough;
+    Walk(*this, kValueLinks, [&mode](const Node& node) {
+        const GenApi::ECachingMode* const pOwn = node.OwnCachingMode();
+        if (!pOwn) return true;
+        if (*pOwn == GenApi::NoCache || mode == GenApi::WriteThrough) mode = *pOwn;
+        return false;
+    });
+    return mode;
+}
+
+bool Node::IsCacheValid() {
+    if (m_pDefect) return false;
+    if (OwnCachingMode()) return IsOwnCacheValid();
+    bool isValid = true;
+    Walk(*this, kValueLinks, [&isValid](Node& node) {
+        isValid = isValid && node.IsOwnCacheValid();
+        return !node.OwnCachingMode();
+    });
+    return isValid;
+}
+
+GenApi::ECachingMode Node::GetCachingMode() const {
+    return CachingMode();
+}
+
+bool Node::IsCachable() const {
+    return CachingMode() != GenApi::NoCache;
+}
+
+int64_t Node::GetPollingTime() const {
+    if (FindRecord(PropertyId::PollingTime)) return OwnPollingTime(*this);
+    int64_t shortest = -1;
+    Walk(*this, kReadingLinks, [&shortest](const Node& node) {
+        const int64_t time = OwnPollingTime(node);
+        if (time > 0 && (shortest < 0 || time < shortest)) shortest = time;
+        return time <= 0;
+    });
+    return shortest;
+}
+
+void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType) const {
+    Children.clear();
+    const auto add = [&Children](Node& node) {
+        Children.push_back(&node);
+        return true;
+    };
+    const auto addAll = [&add](const std::vector<Node*>& nodes) {
+        for (Node* const pNode : nodes)
+            add(*pNode);
+    };
+    switch (LinkType) {
+    case GenApi::ctParentNodes:
+        GetParents(Children);
+        break;
+    case GenApi::ctReadingChildren: {
+        Ids ids = kReadingLinks;
+        ids.insert(ids.end(), kFeatureLinks.begin(), kFeatureLinks.end());
+        addAll(Linked(*this, ids));
+        break;
+    }
+    case GenApi::ctWritingChildren:
+        addAll(Linked(*this, kWritingLinks));
+        break;
+    case GenApi::ctInvalidatingChildren:
+        addAll(Linked(*this, kInvalidatorLinks));
+        break;
+    case GenApi::ctDependingNodes: {
+        const GenApi::AutoLock lock(m_pHost->Lock());
+        for (const NodeIndex index : m_pHost->Reach({m_Index})) {
+            if (index != m_Index) add(*m_pHost->Nodes()[index]);
+        }
+        break;
+    }
+    case GenApi::ctTerminalNodes:
+        if (IsTerminal(*this)) add(const_cast<Node&>(*this));
+        Walk(*this, kWritingLinks, [&add](Node& node) { return IsTerminal(node) ? !add(node) : true; });
+        break;
+    }
+}
+
+void Node::GetParents(GenApi::NodeList_t& Parents) const {
+    Parents.clear();
+    Ids ids = kReadingLinks;
+    ids.insert(ids.end(), kWritingLinks.begin(), kWritingLinks.end());
+    ids.insert(ids.end(), kFeatureLinks.begin(), kFeatureLinks.end());
+    ids.insert(ids.end(), kInvalidatorLinks.begin(), kInvalidatorLinks.end());
+    for (Node* const pNode : m_pHost->Nodes()) {
+        for (const PropertyRecord& record : pNode->Properties()) {
+            const bool isNamed = record.value == m_Name && Contains(ids, record.id);
+            const bool isOffset = record.attributeKind == AttributeKind::pOffset && record.attribute == m_Name;
+            if (!isNamed && !isOffset) continue;
+            Parents.push_back(pNode);
+            break;
+        }
+    }
+}
+
+} // namespace genapi

@@ -1,0 +1,111 @@
+#include "genapi/nodes/Operation.h"
+
+#include "genapi/callback/CallbackRegistry.h"
+#include "genapi/nodes/Node.h"
+
+#include <algorithm>
+
+namespace genapi {
+
+ChangeFrame::ChangeFrame(NodeHost& host) : m_Host(host) {
+    m_Host.Lock().Lock();
+    m_pOuter = m_Host.m_pFrame;
+    m_Host.m_pFrame = this;
+}
+
+ChangeFrame::~ChangeFrame() {
+    Release();
+}
+
+void ChangeFrame::Release() {
+    if (!m_IsLocked) return;
+    m_IsLocked = false;
+    m_Host.m_pFrame = m_pOuter;
+    m_Host.Lock().Unlock();
+}
+
+void ChangeFrame::Invalidate(const std::vector<NodeIndex>& sources) {
+    m_Host.NextGeneration();
+    for (const NodeIndex node : m_Host.Reach(sources)) {
+        m_Host.SetInvalid(node);
+        GatherCallbacks(node);
+    }
+}
+
+void ChangeFrame::GatherCallbacks(NodeIndex node) {
+    const std::vector<GenApi::CNodeCallback*>* const pCallbacks = m_Host.CallbacksOf(node);
+    if (!pCallbacks) return;
+    for (GenApi::CNodeCallback* const pCallback : *pCallbacks) {
+        Callbacks& list = pCallback->GetCallbackType() == GenApi::cbPostInsideLock ? m_Inside : m_Outside;
+        if (std::find(list.begin(), list.end(), pCallback) == list.end()) list.push_back(pCallback);
+    }
+}
+
+void ChangeFrame::Finish() {
+    Callbacks inside;
+    inside.swap(m_Inside);
+    Call(inside, GenApi::cbPostInsideLock);
+    if (m_pOuter) {
+        m_pOuter->m_Outside.insert(m_pOuter->m_Outside.end(), m_Outside.begin(), m_Outside.end());
+        return;
+    }
+    Release();
+    Call(m_Outside, GenApi::cbPostOutsideLock);
+}
+
+void ChangeFrame::Call(const Callbacks& callbacks, GenApi::ECallbackType type) {
+    for (GenApi::CNodeCallback* const pCallback : callbacks)
+        CallbackRegistry::Instance().Call(pCallback, type);
+}
+
+NodeHost& HostOf(const Node& node) {
+    return node.Host();
+}
+
+void CheckErrors(Node& node) {
+    node.CheckErrorNodes();
+}
+
+WriteOperation::WriteOperation(ChangeFrame& frame, const Node& target) : m_Host(frame.Host()) {
+    m_pFrame = m_Host.m_pOperation ? nullptr : &frame;
+    if (!IsOutermost()) return;
+    m_Host.m_pOperation = this;
+    m_Touched.push_back(target.Index());
+}
+
+WriteOperation::~WriteOperation() {
+    if (!IsOutermost() || m_IsCommitted) return;
+    m_Host.m_pOperation = nullptr;
+    m_Host.NextGeneration();
+    for (const NodeIndex node : m_Host.Reach(m_Touched))
+        m_Host.SetInvalid(node);
+}
+
+void WriteOperation::Commit() {
+    if (!IsOutermost()) return;
+    m_IsCommitted = true;
+    m_Host.m_pOperation = nullptr;
+    m_Host.NextGeneration();
+    for (const NodeIndex node : m_Host.Reach(m_Touched)) {
+        // What was just written is known, unless its author wants it to be read again.
+        if (!IsTerminal(node) || m_Host.RereadsItself(node)) m_Host.SetInvalid(node);
+        m_pFrame->GatherCallbacks(node);
+    }
+}
+
+bool WriteOperation::IsTerminal(NodeIndex node) const {
+    return std::find(m_Terminals.begin(), m_Terminals.end(), node) != m_Terminals.end();
+}
+
+void WriteOperation::NotePassed(NodeHost& host, NodeIndex node) {
+    if (host.m_pOperation) host.m_pOperation->m_Touched.push_back(node);
+}
+
+void WriteOperation::NoteTerminal(NodeHost& host, NodeIndex node) {
+    host.NextGeneration();
+    if (!host.m_pOperation) return;
+    host.m_pOperation->m_Touched.push_back(node);
+    host.m_pOperation->m_Terminals.push_back(node);
+}
+
+} // namespace genapi

@@ -1,0 +1,44 @@
+#pragma once
+// The node type Port: where registers meet the outside.
+
+#include "genapi/nodes/Node.h"
+
+#include <GenApi/IPort.h>
+
+namespace genapi {
+
+// Passes register accesses on to the port it is connected to, unchanged. thread-safe
+class PortNode final : public Node, virtual public GenApi::IPortConstruct {
+public:
+    using Node::Node;
+
+    void Bind(const BoundProperty& property) override;
+    GenApi::EAccessMode TargetAccess() override;
+
+    // Lock held. They throw AccessException when nothing is connected and pass on what the port throws.
+    void ReadBytes(void* pBuffer, int64_t address, int64_t length);
+    void WriteBytes(const void* pBuffer, int64_t address, int64_t length);
+    bool SwapsBytes() const { return m_SwapsBytes; }
+
+    // GenApi::IPort
+    void Read(void* pBuffer, int64_t Address, int64_t Length) override;
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override;
+    // GenApi::IPortConstruct
+    void SetPortImpl(GenApi::IPort* pPort) override;
+    GenApi::EYesNo GetSwapEndianess() override { return m_SwapsBytes ? GenApi::Yes : GenApi::No; }
+
+    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIPort; }
+
+protected:
+    // The text of a port is the ID of its chunk.
+    std::string DoReadText(ReadFlags flags) override;
+
+private:
+    GenApi::IPort& Connected(const char* operation);
+
+    GenApi::IPort* m_pPort = nullptr; // borrowed, guarded by the map's lock
+    Node* m_pChunkId = nullptr;
+    bool m_SwapsBytes = false;
+};
+
+} // namespace genapi
