@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
 #include <system_error>
 
 #include <sys/eventfd.h>
@@ -109,9 +108,7 @@ int WaitObject::GetFd() const {
 }
 
 void WaitObject::Sleep(unsigned int ms) {
-    timespec left = ToTimespec(std::chrono::milliseconds(ms));
-    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
-    }
+    static_cast<void>(Deadline(ms).Poll(nullptr, 0));
 }
 
 WaitObjectEx WaitObjectEx::Create(bool manualReset) {
