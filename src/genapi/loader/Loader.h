@@ -28,7 +28,7 @@ namespace genapi {
 // tolerated; members larger than kMaxDescriptionSize are refused.
 [[nodiscard]] std::string UnzipDescription(const void* data, std::size_t size);
 
-inline constexpr std::size_t kMaxDescriptionSize = std::size_t{64} << 20;
+inline constexpr std::size_t kMaxDescriptionSize = std::size_t{32} << 20;
 
 // A description that holds `root` and all that its features need, loadable alone; empty when there is no such node.
 [[nodiscard]] std::string ExtractSubtree(std::string_view xml, std::string_view inject, std::string_view root);

@@ -1,0 +1,289 @@
+#include "genapi/loader/RecordBuilder.h"
+
+#include "genapi/description/Lexical.h"
+
+#include <core/Log.h>
+
+#include <bitset>
+#include <optional>
+#include <string>
+
+namespace genapi {
+
+namespace {
+
+// Generated names carry their owner's; without a limit a long one would be repeated for each entry.
+constexpr std::size_t kMaxGeneratedName = 256;
+// What entries inherit from their StructRegs, all together. Real files stay below 10,000.
+constexpr std::size_t kMaxInherited = 2'000'000;
+
+unsigned int LogCategory() {
+    static const unsigned int category = Tavix::LogGetCatID("GenApi.Loader");
+    return category;
+}
+
+bool IsRegister(NodeType type) {
+    switch (type) {
+    case NodeType::IntReg:
+    case NodeType::MaskedIntReg:
+    case NodeType::FloatReg:
+    case NodeType::StringReg:
+    case NodeType::Register:
+    case NodeType::ConfRom:
+    case NodeType::AdvFeatureLock:
+    case NodeType::SmartFeature:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// An entry's own Length replaces an inherited pLength, and the other way round.
+PropertyId Slot(PropertyId id) {
+    return id == PropertyId::pLength ? PropertyId::Length : id;
+}
+
+std::size_t Index(PropertyId id) {
+    return static_cast<std::size_t>(id);
+}
+
+} // namespace
+
+RecordBuilder::RecordBuilder(Description& description, TextArena& arena)
+    : m_Description(description), m_Arena(arena), m_Properties(description.properties),
+      m_IsLogging(Tavix::LogIsEnabled(LogCategory(), Tavix::kLogDebug)) {}
+
+void RecordBuilder::Run(const NodeElements& elements) {
+    m_Description.nodes.reserve(elements.size() * 5 / 4);
+    m_Ranges.reserve(elements.size() * 5 / 4);
+    m_Properties.reserve(elements.size() * 10);
+    ClaimNames(elements);
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        if (m_IsDropped[i] == 0) Build(elements[i]);
+    }
+    FinishRecords();
+}
+
+// Before anything is generated, so that generated names give way to stated ones.
+void RecordBuilder::ClaimNames(const NodeElements& elements) {
+    m_Names.reserve(elements.size() * 2);
+    m_IsDropped.assign(elements.size(), 0);
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const NodeElement& node = elements[i];
+        const std::string_view kind = LocalName(node.element);
+        const char* reason = nullptr;
+        if (!FindNodeType(kind))
+            reason = "unknown kind of node";
+        else if (!m_Names.insert(node.name).second)
+            reason = "second node of this name; the first one counts";
+        if (reason == nullptr) continue;
+        m_IsDropped[i] = 1;
+        Report(m_Description.problems, node.text->Line(node.element), node.name, reason);
+    }
+}
+
+void RecordBuilder::Build(const NodeElement& node) {
+    m_Text = node.text;
+    Begin(node.element, *FindNodeType(LocalName(node.element)), node.name);
+    if (node.structReg) Inherit(node);
+    AddProperties(node.element);
+    if (node.united) AddUnitedFeatures(node.united);
+    if (m_Type == NodeType::EnumEntry) AddText(PropertyId::Symbolic, m_Name);
+    End();
+    std::vector<Inner> inner;
+    inner.swap(m_Inner);
+    for (const Inner& each : inner)
+        BuildInner(each);
+    inner.clear();
+    m_Inner.swap(inner); // keeps its capacity
+}
+
+void RecordBuilder::BuildInner(const Inner& inner) {
+    Begin(inner.element, inner.type, inner.name);
+    if (inner.type == NodeType::TextDesc || inner.type == NodeType::IntKey) {
+        m_Properties.push_back({PropertyId::p1212Parser, AttributeKind::None, inner.owner, {}});
+        m_Properties.push_back({PropertyId::Key, AttributeKind::None, Trim(ElementText(inner.element, m_Arena)), {}});
+    } else {
+        AddProperties(inner.element);
+    }
+    if (inner.type == NodeType::EnumEntry) AddText(PropertyId::Symbolic, AttributeText(inner.element, "Name"));
+    End();
+}
+
+void RecordBuilder::Begin(const pugi::xml_node& element, NodeType type, std::string_view name) {
+    m_Type = type;
+    m_Name = name;
+    NodeRecord record;
+    record.type = type;
+    record.name = name;
+    record.isStandard = AttributeText(element, "NameSpace") == "Standard";
+    record.line = m_Text->Line(element);
+    m_Description.nodes.push_back(record);
+    m_Ranges.push_back({static_cast<uint32_t>(m_Properties.size()), 0});
+}
+
+void RecordBuilder::End() {
+    m_Ranges.back().count = static_cast<uint32_t>(m_Properties.size()) - m_Ranges.back().first;
+}
+
+void RecordBuilder::FinishRecords() {
+    for (std::size_t i = 0; i < m_Ranges.size(); ++i) {
+        m_Description.nodes[i].properties = {m_Properties.data() + m_Ranges[i].first, m_Ranges[i].count};
+    }
+}
+
+void RecordBuilder::AddProperties(const pugi::xml_node& element) {
+    for (const pugi::xml_node child : element.children()) {
+        if (child.type() != pugi::node_element) continue;
+        const std::string_view kind = LocalName(child);
+        if (const std::optional<PropertyId> id = FindProperty(kind))
+            AddProperty(child, *id);
+        else if (!TakeInner(child, kind))
+            LogIgnored(child);
+    }
+}
+
+void RecordBuilder::AddProperty(const pugi::xml_node& element, PropertyId id) {
+    PropertyRecord record;
+    record.id = id;
+    record.value = ElementText(element, m_Arena);
+    const bool isFree = IsFreeText(id) || (id == PropertyId::Value && m_Type == NodeType::String);
+    if (!isFree) record.value = Trim(record.value);
+    if (IsLink(id) && record.value.empty()) {
+        Complain(element, "link without a target");
+        return;
+    }
+    if (AddAttribute(element, record)) m_Properties.push_back(record);
+}
+
+// False when the attribute is required and missing.
+bool RecordBuilder::AddAttribute(const pugi::xml_node& element, PropertyRecord& record) {
+    record.attributeKind = AttributeOf(record.id);
+    switch (record.attributeKind) {
+    case AttributeKind::None:
+        return true;
+    case AttributeKind::Name:
+        record.attribute = AttributeText(element, "Name");
+        break;
+    case AttributeKind::Index:
+        record.attribute = AttributeText(element, "Index");
+        break;
+    default:
+        record.attribute = AttributeText(element, "Offset");
+        if (!record.attribute.empty()) return true;
+        record.attribute = AttributeText(element, "pOffset");
+        record.attributeKind = record.attribute.empty() ? AttributeKind::None : AttributeKind::pOffset;
+        return true;
+    }
+    if (record.attribute.empty()) Complain(element, "property without its name or index");
+    return !record.attribute.empty();
+}
+
+bool RecordBuilder::TakeInner(const pugi::xml_node& child, std::string_view kind) {
+    if (kind == "Extension" || kind == "StructEntry") return true;
+    if (m_Type == NodeType::Enumeration && kind == "EnumEntry") {
+        TakeEntry(child);
+        return true;
+    }
+    if (IsRegister(m_Type) && kind == "IntSwissKnife") {
+        TakeKnife(child);
+        return true;
+    }
+    if (m_Type != NodeType::ConfRom || (kind != "TextDesc" && kind != "IntKey")) return false;
+    TakeKey(child, kind == "TextDesc" ? NodeType::TextDesc : NodeType::IntKey);
+    return true;
+}
+
+void RecordBuilder::TakeEntry(const pugi::xml_node& child) {
+    const std::string_view entry = AttributeText(child, "Name");
+    if (entry.empty()) return Complain(child, "entry without a name");
+    if (m_Name.size() + entry.size() > kMaxGeneratedName) return Complain(child, "entry with too long a name");
+    const std::string_view name = m_Arena.Join({"EnumEntry_", m_Name, "_", entry});
+    if (!m_Names.insert(name).second) {
+        return Complain(child, "second entry '" + std::string(entry) + "'; the first one counts");
+    }
+    m_Properties.push_back({PropertyId::pEnumEntry, AttributeKind::None, name, {}});
+    m_Inner.push_back({child, NodeType::EnumEntry, name, m_Name});
+}
+
+void RecordBuilder::TakeKnife(const pugi::xml_node& child) {
+    const std::string_view name = UniqueName(AttributeText(child, "Name"), m_Name);
+    m_Properties.push_back({PropertyId::pAddress, AttributeKind::None, name, {}});
+    m_Inner.push_back({child, NodeType::IntSwissKnife, name, m_Name});
+}
+
+void RecordBuilder::TakeKey(const pugi::xml_node& child, NodeType type) {
+    const std::string_view name = AttributeText(child, "Name");
+    if (name.empty() || !m_Names.insert(name).second) return Complain(child, "key without a name of its own");
+    m_Inner.push_back({child, type, name, m_Name});
+}
+
+// The properties of the entry's StructReg that the entry does not override. Lists are united: the inherited part first.
+void RecordBuilder::Inherit(const NodeElement& node) {
+    const auto [first, count] = StructProperties(node.structReg);
+    m_InheritedCount += count;
+    if (m_InheritedCount > kMaxInherited) return Complain(node.element, "entries inherit too many properties");
+    std::bitset<kPropertyCount> overridden;
+    for (const pugi::xml_node child : node.element.children()) {
+        const std::optional<PropertyId> id = FindProperty(LocalName(child));
+        if (id && !IsListProperty(*id)) overridden.set(Index(Slot(*id)));
+    }
+    for (uint32_t i = first; i < first + count; ++i) {
+        const PropertyRecord& record = m_StructProperties[i];
+        if (!overridden.test(Index(Slot(record.id)))) m_Properties.push_back(record);
+    }
+}
+
+// Reads a StructReg when its first entry needs it. Formulas inside become nodes once, after that entry.
+std::pair<uint32_t, uint32_t> RecordBuilder::StructProperties(const pugi::xml_node& structReg) {
+    const auto [found, isNew] = m_StructRegs.try_emplace(structReg.internal_object());
+    if (!isNew) return found->second;
+    const std::size_t mark = m_Properties.size();
+    AddProperties(structReg);
+    const auto begin = m_Properties.begin() + static_cast<ptrdiff_t>(mark);
+    found->second.first = static_cast<uint32_t>(m_StructProperties.size());
+    found->second.second = static_cast<uint32_t>(m_Properties.size() - mark);
+    m_StructProperties.insert(m_StructProperties.end(), begin, m_Properties.end());
+    m_Properties.erase(begin, m_Properties.end());
+    return found->second;
+}
+
+void RecordBuilder::AddUnitedFeatures(const pugi::xml_node& category) {
+    std::unordered_set<std::string_view> features;
+    for (std::size_t i = m_Ranges.back().first; i < m_Properties.size(); ++i) {
+        if (m_Properties[i].id == PropertyId::pFeature) features.insert(m_Properties[i].value);
+    }
+    for (const pugi::xml_node child : category.children()) {
+        if (FindProperty(LocalName(child)) != PropertyId::pFeature) continue;
+        if (features.insert(Trim(ElementText(child, m_Arena))).second) AddProperty(child, PropertyId::pFeature);
+    }
+}
+
+// Unless the node at hand says it itself.
+void RecordBuilder::AddText(PropertyId id, std::string_view value) {
+    for (std::size_t i = m_Ranges.back().first; i < m_Properties.size(); ++i) {
+        if (m_Properties[i].id == id) return;
+    }
+    m_Properties.push_back({id, AttributeKind::None, value, {}});
+}
+
+std::string_view RecordBuilder::UniqueName(std::string_view wanted, std::string_view owner) {
+    if (!wanted.empty() && m_Names.insert(wanted).second) return wanted;
+    const std::string_view base = owner.substr(0, kMaxGeneratedName);
+    for (;;) {
+        const std::string_view name = m_Arena.Join({base, "_IntSwissKnife", std::to_string(++m_KnifeCount)});
+        if (m_Names.insert(name).second) return name;
+    }
+}
+
+void RecordBuilder::Complain(const pugi::xml_node& element, std::string text) {
+    Report(m_Description.problems, m_Text->Line(element), m_Name, std::string(element.name()) + ": " + text);
+}
+
+void RecordBuilder::LogIgnored(const pugi::xml_node& element) const {
+    if (!m_IsLogging) return;
+    Tavix::LogTrace(LogCategory(), Tavix::kLogDebug, "Ignored unknown element '%s' of node '%s' in line %u.",
+                    element.name(), std::string(m_Name).c_str(), m_Text->Line(element));
+}
+
+} // namespace genapi

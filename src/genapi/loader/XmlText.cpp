@@ -1,0 +1,208 @@
+#include "genapi/loader/XmlText.h"
+
+#include "genapi/description/Lexical.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+namespace genapi {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 32768;
+
+// Comments and processing instructions vanish; blanks alone count where they are the whole content of an element.
+constexpr unsigned int kParseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                     pugi::parse_wconv_attribute | pugi::parse_embed_pcdata |
+                                     pugi::parse_ws_pcdata_single;
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+// UTF-8 is used as it is, whatever bytes occur; anything else that says so is converted first.
+bool NeedsConversion(std::string_view xml) {
+    using namespace std::string_view_literals;
+    for (const std::string_view start : {"\xFE\xFF"sv, "\xFF\xFE"sv, "\0<"sv, "<\0"sv, "\0\0"sv}) {
+        if (StartsWith(xml, start)) return true;
+    }
+    if (!StartsWith(xml, "<?xml")) return false;
+    const std::string_view declaration = xml.substr(0, xml.find("?>"));
+    for (const std::string_view name : {"8859-1"sv, "latin1"sv, "LATIN1"sv}) {
+        if (declaration.find(name) != std::string_view::npos) return true;
+    }
+    return false;
+}
+
+std::string ConvertToUtf8(std::string_view xml) {
+    pugi::xml_document document;
+    if (!document.load_buffer(xml.data(), xml.size(), pugi::parse_full | pugi::parse_ws_pcdata))
+        return std::string(xml);
+    for (pugi::xml_node child = document.first_child(); child;) {
+        const pugi::xml_node next = child.next_sibling();
+        if (child.type() == pugi::node_declaration) document.remove_child(child);
+        child = next;
+    }
+    std::ostringstream stream;
+    document.save(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+    return stream.str();
+}
+
+bool IsText(const pugi::xml_node& node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+// "http://www.genicam.org/GenApi/Version_1_1": the numbers after "Version_".
+std::string_view VersionPart(std::string_view uri, std::size_t index) {
+    constexpr std::string_view kMark = "Version_";
+    const std::size_t mark = uri.find(kMark);
+    if (mark == std::string_view::npos) return {};
+    const std::string_view numbers = uri.substr(mark + kMark.size());
+    const std::size_t split = numbers.find('_');
+    if (index == 0) return numbers.substr(0, split);
+    return split == std::string_view::npos ? std::string_view() : numbers.substr(split + 1);
+}
+
+} // namespace
+
+char* TextArena::Allocate(std::size_t size) {
+    if (size > m_Left) {
+        const std::size_t block = std::max(size, kBlockSize);
+        m_Blocks.emplace_back(new char[block]);
+        m_Free = m_Blocks.back().get();
+        m_Left = block;
+    }
+    char* const place = m_Free;
+    m_Free += size;
+    m_Left -= size;
+    return place;
+}
+
+std::string_view TextArena::Join(std::initializer_list<std::string_view> parts) {
+    std::size_t size = 0;
+    for (const std::string_view part : parts)
+        size += part.size();
+    char* const place = Allocate(size);
+    char* at = place;
+    for (const std::string_view part : parts)
+        at = std::copy(part.begin(), part.end(), at);
+    return {place, size};
+}
+
+void TextArena::MoveTo(std::vector<std::unique_ptr<char[]>>& blocks) {
+    for (std::unique_ptr<char[]>& block : m_Blocks)
+        blocks.push_back(std::move(block));
+    m_Blocks.clear();
+    m_Free = nullptr;
+    m_Left = 0;
+}
+
+std::string_view LocalName(const pugi::xml_node& element) noexcept {
+    const std::string_view name = element.name();
+    const std::size_t colon = name.rfind(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
+std::string_view AttributeText(const pugi::xml_node& element, const char* name) noexcept {
+    return Trim(element.attribute(name).value());
+}
+
+std::string_view ElementText(const pugi::xml_node& element, TextArena& arena) {
+    std::string_view first = element.value();
+    std::size_t pieces = first.empty() ? 0 : 1;
+    std::size_t size = first.size();
+    for (const pugi::xml_node child : element.children()) {
+        if (!IsText(child)) continue;
+        const std::string_view piece = child.value();
+        if (piece.empty()) continue;
+        if (pieces++ == 0) first = piece;
+        size += piece.size();
+    }
+    if (pieces <= 1) return first;
+
+    char* const place = arena.Allocate(size);
+    char* at = place;
+    const std::string_view embedded = element.value();
+    at = std::copy(embedded.begin(), embedded.end(), at);
+    for (const pugi::xml_node child : element.children()) {
+        if (!IsText(child)) continue;
+        const std::string_view piece = child.value();
+        at = std::copy(piece.begin(), piece.end(), at);
+    }
+    return {place, size};
+}
+
+XmlText::XmlText(std::string_view xml, std::string_view source) : m_Source(source) {
+    std::string converted;
+    if (NeedsConversion(xml)) {
+        converted = ConvertToUtf8(xml);
+        xml = converted;
+    }
+    IndexLines(xml);
+    m_Buffer.reset(new char[xml.size() + 1]);
+    std::copy(xml.begin(), xml.end(), m_Buffer.get());
+    m_Buffer[xml.size()] = '\0';
+    const pugi::xml_parse_result result =
+        m_Document.load_buffer_inplace(m_Buffer.get(), xml.size(), kParseFlags, pugi::encoding_utf8);
+    if (!result) Refuse(LineAt(static_cast<std::size_t>(std::max<ptrdiff_t>(result.offset, 0))), result.description());
+    m_Root = m_Document.document_element();
+    CheckRoot();
+}
+
+void XmlText::CheckRoot() const {
+    if (LocalName(m_Root) != "RegisterDescription") {
+        Refuse(Line(m_Root), "the root element is '" + std::string(m_Root.name()) + "', not RegisterDescription");
+    }
+    if (ParseInteger(SchemaMajor()) != 1) {
+        Refuse(Line(m_Root), "schema version " + std::string(SchemaMajor()) + " is not supported");
+    }
+}
+
+std::string_view XmlText::NameSpaceUri() const {
+    return AttributeText(m_Root, "xmlns");
+}
+
+std::string_view XmlText::SchemaMajor() const {
+    const std::string_view stated = AttributeText(m_Root, "SchemaMajorVersion");
+    if (!stated.empty()) return stated;
+    const std::string_view implied = VersionPart(NameSpaceUri(), 0);
+    return implied.empty() ? "1" : implied;
+}
+
+std::string_view XmlText::SchemaMinor() const {
+    const std::string_view stated = AttributeText(m_Root, "SchemaMinorVersion");
+    if (!stated.empty()) return stated;
+    const std::string_view implied = VersionPart(NameSpaceUri(), 1);
+    return implied.empty() ? "0" : implied;
+}
+
+void XmlText::IndexLines(std::string_view xml) {
+    const char* const begin = xml.data();
+    const char* at = begin;
+    const char* const end = begin + xml.size();
+    while (at != end) {
+        const void* const found = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
+        if (found == nullptr) return;
+        at = static_cast<const char*>(found) + 1;
+        m_LineEnds.push_back(static_cast<uint32_t>(at - 1 - begin));
+    }
+}
+
+uint32_t XmlText::LineAt(std::size_t offset) const {
+    const auto end = std::lower_bound(m_LineEnds.begin(), m_LineEnds.end(), offset);
+    return static_cast<uint32_t>(end - m_LineEnds.begin()) + 1;
+}
+
+uint32_t XmlText::Line(const pugi::xml_node& element) const {
+    const ptrdiff_t offset = element.offset_debug();
+    return LineAt(static_cast<std::size_t>(std::max<ptrdiff_t>(offset, 0)));
+}
+
+void XmlText::Refuse(uint32_t line, const std::string& reason) const {
+    throw RUNTIME_EXCEPTION("%hs, line %u: %hs", std::string(m_Source).c_str(), line, reason.c_str());
+}
+
+} // namespace genapi
