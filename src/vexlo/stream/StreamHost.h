@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace vexlo {
 
@@ -21,8 +22,9 @@ struct StreamChannel {
 /// that ReportLost may do so later from a thread of its own.
 class StreamHost {
 public:
-    /// The opened device; null while it is closed. It stays valid until DetachStream has returned.
-    virtual usb::Handle* Handle() = 0;
+    /// Another handle of the opened device for the stream alone, so that its completions run on a thread of its own.
+    /// VX_E_NOT_OPEN while the device is closed. The stream gives it up before DetachStream returns.
+    [[nodiscard]] virtual VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) = 0;
     /// VX_E_NOT_SUPPORTED when the camera has no image stream.
     [[nodiscard]] virtual VxStatus GetStreamChannel(StreamChannel& channel) = 0;
     /// One register, in one transaction where the camera allows.
