@@ -16,10 +16,12 @@ namespace Tavix {
 /// The buffer stays the caller's and must be valid while attached. Bound to a thread.
 class IChunkParser {
 public:
+    /// RuntimeException when the buffer does not hold chunks; it then changes nothing. Attaching again binds to the new
+    /// buffer and lets go of what it does not hold.
     virtual void AttachBuffer(const void* pBuffer, std::int64_t length,
                               GenApi::AttachStatistics_t* pStatistics = nullptr) = 0;
     virtual void DetachBuffer() = 0;
-    /// The same content at another address.
+    /// The same content at another address. LogicalErrorException without a buffer.
     virtual void UpdateBuffer(const void* pBuffer) = 0;
     /// LogicalErrorException without a buffer.
     virtual bool HasCRC() const = 0;
@@ -36,7 +38,8 @@ public:
     virtual void Destroy() = 0;
 };
 
-/// The part that all chunk layouts share; `pAdapter` is owned.
+/// The part that all chunk layouts share: it keeps the buffer and the adapter that knows the layout, and has no
+/// checksum. Bound to a thread.
 class CChunkParser : public virtual IChunkParser {
 public:
     CChunkParser(const CChunkParser&) = delete;
@@ -47,11 +50,14 @@ public:
                       GenApi::AttachStatistics_t* pStatistics = nullptr) override;
     void DetachBuffer() override;
     void UpdateBuffer(const void* pBuffer) override;
-    bool HasCRC() const override { return false; }
+    bool HasCRC() const override;
     bool CheckCRC() override;
 
 protected:
+    /// Takes the adapter over.
     explicit CChunkParser(GenApi::CChunkAdapter* pAdapter);
+    /// LogicalErrorException "No buffer attached." when there is none.
+    void RequireBuffer() const;
     const void* GetBuffer() const { return m_pBuffer; }
     std::int64_t GetBufferLength() const { return m_BufferLength; }
     bool IsBufferAttached() const { return m_IsBufferAttached; }

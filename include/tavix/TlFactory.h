@@ -7,36 +7,47 @@
 
 namespace Tavix {
 
-/// The one factory of the process. It looks for files libtavix*-4.0.0.so... in the folders of TAVIX_TL_PATH (colon
-/// separated), then beside its own library. A library that is missing or lacks a symbol gives a RuntimeException that
-/// names file and reason when it is asked for, and a log line when it was merely found. Thread-safe.
+/// The one factory of the process. It looks for files named libtavix*-<major>.<minor>.<patch>.so in the folders of
+/// TAVIX_TL_PATH (colon separated), then beside its own library. Of files with one name, and of transport layers for
+/// one device class, the first found counts. A library that cannot be used gives a log line when it was merely found,
+/// and a RuntimeException that names file and reason when it is asked for, be it by its file or by a device class that
+/// no other library offers. Libraries stay loaded until the process ends, and the factory is never destroyed: what
+/// still lives at process exit is left to the operating system.
+///
+/// Transport layers are counted: each CreateTl and GetTl needs a ReleaseTl, each live device holds one reference more.
+/// The last one that is given back destroys the transport layer; asking for it again makes a new one. Thread-safe.
 class CTlFactory {
 public:
     static CTlFactory& GetInstance();
 
-    /// Infos of all transport layers found; returns their number.
+    /// Replaces `list` by the infos of all transport layers found; returns their number.
     int EnumerateTls(TlInfoList& list);
-    /// By device class ("VandrelUsb"), full name or info. Null when no such transport layer was found. Counted: each
-    /// needs a ReleaseTl.
-    ITransportLayer* CreateTl(const gcstring& deviceClass);
+    /// By device class ("VandrelUsb") or full name. Null when no library offers it, unless one that might failed.
+    ITransportLayer* CreateTl(const gcstring& name);
+    /// The first that has all properties of `info`. "FileName" names the library by path, or by bare name in the
+    /// folders searched.
     ITransportLayer* CreateTl(const CTlInfo& info);
     /// As CreateTl.
-    ITransportLayer* GetTl(const gcstring& deviceClass) { return CreateTl(deviceClass); }
+    ITransportLayer* GetTl(const gcstring& name) { return CreateTl(name); }
     ITransportLayer* GetTl(const CTlInfo& info) { return CreateTl(info); }
     /// Gives one reference back; with the last one the transport layer is destroyed. Null is ignored.
     void ReleaseTl(const ITransportLayer* pTl);
 
-    /// Devices of all transport layers, sorted by transport layer, then as each lists them.
+    /// Devices of all transport layers, sorted by transport layer, then as each lists them. Returns how many this call
+    /// found; without `addToList` the list is emptied first. A transport layer that fails is logged and left out; its
+    /// exception passes only when all fail.
     int EnumerateDevices(DeviceInfoList& list, bool addToList = false);
     int EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& filter, bool addToList = false);
-    /// Creates by device class or device factory when named, otherwise asks all transport layers. RuntimeException when
-    /// nothing fits or more than one device does.
+    /// By the transport layer that device class or device factory name, otherwise all are asked. RuntimeException when
+    /// nothing fits or more than one device does. Give the device back with DestroyDevice.
     ITavixDevice* CreateDevice(const CDeviceInfo& info);
     ITavixDevice* CreateDevice(const CDeviceInfo& info, const gcstring_vector& xmlStrings);
+    /// As CreateDevice; of several that fit, the first one found.
     ITavixDevice* CreateFirstDevice(const CDeviceInfo& info = CDeviceInfo());
     ITavixDevice* CreateFirstDevice(const CDeviceInfo& info, const gcstring_vector& xmlStrings);
+    /// Null when no device has that full name.
     ITavixDevice* CreateDevice(const gcstring& fullName);
-    /// Null is ignored.
+    /// Null is ignored. LogicalErrorException when no transport layer knows the device (any more).
     void DestroyDevice(ITavixDevice* pDevice);
     bool IsDeviceAccessible(const CDeviceInfo& info, AccessModeSet modes = DefaultAccessMode(),
                             EDeviceAccessiblityInfo* pAccessInfo = nullptr);

@@ -1,0 +1,92 @@
+#pragma once
+// A device that writes down what its transport layer does with it.
+
+#include "tavix/Device.h"
+#include "tavix/internal/DevicePrivate.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tavix {
+
+// What happened to a device; outlives it.
+struct DeviceDiary {
+    std::vector<std::string> calls;
+    gcstring_vector injected;
+    std::function<void()> onLoad = [] {};
+    std::function<void()> onDelete = [] {};
+    bool isAlive = false;
+};
+
+// The interface for applications, empty but for the info. Bound to a thread.
+class ApplicationSideOfFakeDevice : public ITavixDevice {
+public:
+    explicit ApplicationSideOfFakeDevice(const CDeviceInfo& info) : m_Info(info) {}
+    ~ApplicationSideOfFakeDevice() override = default;
+
+    void Open(AccessModeSet) override {}
+    void Close() override {}
+    bool IsOpen() const override { return false; }
+    const CDeviceInfo& GetDeviceInfo() const override { return m_Info; }
+    std::uint32_t GetNumStreamGrabberChannels() const override { return 0; }
+    IStreamGrabber* GetStreamGrabber(std::uint32_t) override { return nullptr; }
+    IEventGrabber* GetEventGrabber() override { return nullptr; }
+    GenApi::INodeMap* GetNodeMap() override { return nullptr; }
+    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
+    IChunkParser* CreateChunkParser() override { return nullptr; }
+    void DestroyChunkParser(IChunkParser*) override {}
+    ISelfReliantChunkParser* CreateSelfReliantChunkParser() override { return nullptr; }
+    void DestroySelfReliantChunkParser(ISelfReliantChunkParser*) override {}
+    IEventAdapter* CreateEventAdapter() override { return nullptr; }
+    void DestroyEventAdapter(IEventAdapter*) override {}
+    DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>&) override { return nullptr; }
+    bool DeregisterRemovalCallback(DeviceCallbackHandle) override { return false; }
+    AccessModeSet AccessMode() const override { return {}; }
+
+private:
+    CDeviceInfo m_Info;
+};
+
+// Bound to a thread.
+class FakeDevice final : public ITavixDevicePrivate, public ApplicationSideOfFakeDevice {
+public:
+    FakeDevice(const CDeviceInfo& info, std::shared_ptr<DeviceDiary> pDiary)
+        : ApplicationSideOfFakeDevice(info), m_pDiary(std::move(pDiary)) {
+        m_pDiary->isAlive = true;
+    }
+    ~FakeDevice() override { m_pDiary->isAlive = false; }
+
+    void CreateNodemapFromFile(const gcstring& fileName, const gcstring_vector& injectStrings) override {
+        Load("CreateNodemapFromFile " + fileName, injectStrings);
+    }
+    void CreateNodemapFromString(const gcstring& xml, const gcstring_vector& injectStrings) override {
+        Load("CreateNodemapFromString " + xml, injectStrings);
+    }
+    void ExtractChunkDataNodeMapFromFile(const gcstring& fileName, const gcstring_vector&) override {
+        m_pDiary->calls.push_back(("ExtractChunkDataNodeMapFromFile " + fileName).str());
+    }
+    void ExtractChunkDataNodeMapFromString(const gcstring& xml, const gcstring_vector&) override {
+        m_pDiary->calls.push_back(("ExtractChunkDataNodeMapFromString " + xml).str());
+    }
+    bool GetChunkDataNodeMapSupported() const override { return true; }
+    bool ChunkDataXmlDescriptionAvailable() const override { return false; }
+    void Delete() override {
+        const std::shared_ptr<DeviceDiary> pDiary = m_pDiary;
+        delete this;
+        pDiary->onDelete();
+    }
+    boost::shared_ptr<GenApi::CNodeMapRef> CreateChunkNodeMap() override { return {}; }
+
+private:
+    void Load(const gcstring& what, const gcstring_vector& injectStrings) {
+        m_pDiary->calls.push_back(what.str());
+        m_pDiary->injected = injectStrings;
+        m_pDiary->onLoad();
+    }
+
+    std::shared_ptr<DeviceDiary> m_pDiary;
+};
+
+} // namespace Tavix

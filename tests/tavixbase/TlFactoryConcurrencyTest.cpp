@@ -1,0 +1,110 @@
+#include "PluginFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace Tavix {
+namespace {
+
+class TlFactoryConcurrency : public testing::Test {
+protected:
+    TlFactoryConcurrency() {
+        fakeCam.Reset();
+        otherCam.Reset();
+        folder.Add("libtavixfakecam-1.0.0.so", kFakeCamPlugin);
+        folder.Add("libtavixothercam-1.0.0.so", kOtherCamPlugin);
+    }
+
+    template<class Action>
+    static void RunInThreads(Action action) {
+        constexpr int kThreads = 4, kRounds = 25;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i) {
+            threads.emplace_back([&] {
+                for (int round = 0; round < kRounds; ++round)
+                    action();
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+    void ExpectNothingLeft() {
+        for (FakePluginControl* pPlugin : {&fakeCam, &otherCam}) {
+            EXPECT_EQ(pPlugin->overlaps, 0);
+            EXPECT_EQ(pPlugin->creations, pPlugin->destructions);
+            EXPECT_GT(pPlugin->creations, 0);
+        }
+    }
+
+    const PluginFolder folder;
+    FakePluginControl& fakeCam = ControlOf(kFakeCamPlugin);
+    FakePluginControl& otherCam = ControlOf(kOtherCamPlugin);
+    CTlFactory& factory = CTlFactory::GetInstance();
+};
+
+} // namespace
+
+TEST_F(TlFactoryConcurrency, CountsReferencesOfManyThreads) {
+    RunInThreads([&] {
+        for (const char* deviceClass : {"FakeCam", "OtherCam"}) {
+            ITransportLayer* const pTl = factory.CreateTl(deviceClass);
+            EXPECT_EQ(pTl->GetTlInfo().GetDeviceClass(), deviceClass);
+            factory.ReleaseTl(pTl);
+        }
+    });
+    ExpectNothingLeft();
+}
+
+TEST_F(TlFactoryConcurrency, CreatesAndDestroysDevicesOnManyThreads) {
+    RunInThreads([&] {
+        ITavixDevice* const pDevice = factory.CreateDevice(CDeviceInfo().SetFullName("OtherCam-1"));
+        DeviceInfoList list;
+        EXPECT_EQ(factory.EnumerateDevices(list), 2);
+        EXPECT_EQ(pDevice->GetDeviceInfo().GetFullName(), "OtherCam-1");
+        factory.DestroyDevice(pDevice);
+    });
+    ExpectNothingLeft();
+}
+
+// Ends the process with a transport layer and a device alive, and with a static of the application that gives them back
+// even later.
+class AtExit {
+public:
+    ~AtExit() {
+        if (!pDevice) return;
+        CTlFactory& factory = CTlFactory::GetInstance();
+        factory.DestroyDevice(pDevice);
+        factory.ReleaseTl(pTl);
+        DeviceInfoList list;
+        factory.EnumerateDevices(list);
+    }
+    ITransportLayer* pTl = nullptr;
+    ITavixDevice* pDevice = nullptr;
+};
+
+using TlFactoryAtExit = TlFactoryConcurrency;
+
+TEST_F(TlFactoryAtExit, LeavesWhatStillLivesAlone) {
+    EXPECT_EXIT(
+        {
+            factory.CreateTl("FakeCam");
+            factory.CreateFirstDevice(CDeviceInfo().SetDeviceClass("OtherCam"));
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(TlFactoryAtExit, ServesStaticsThatGiveBackLate) {
+    EXPECT_EXIT(
+        {
+            static AtExit late;
+            late.pTl = factory.CreateTl("FakeCam");
+            late.pDevice = late.pTl->CreateDevice("FakeCam-1");
+            std::exit(late.pDevice ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace Tavix
