@@ -106,7 +106,6 @@ TEST_F(TransportLayerLifetime, ADeviceMayComeBackWhileItIsDestroyed) {
     ITavixDevice* const pDevice = Create();
     bool refused = false;
     diary->onDelete = [&] {
-        diary->onDelete = [] {};
         try {
             tl->DestroyDevice(nullptr);
         } catch (const GenICam::LogicalErrorException&) {
