@@ -8,11 +8,14 @@
 #include "usb/LibusbResult.h"
 #include "usb/SmallFile.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace usb {
@@ -63,8 +66,13 @@ LibusbBackend::~LibusbBackend() {
 
 Result LibusbBackend::Enumerate(std::vector<DeviceEntry>& devices) {
     const LibusbDeviceList list(m_Context.get());
+    const auto first = static_cast<std::ptrdiff_t>(devices.size());
     for (libusb_device* device : list)
         devices.push_back(Describe(device));
+    // libusb lists the newest first.
+    std::sort(devices.begin() + first, devices.end(), [](const DeviceEntry& a, const DeviceEntry& b) {
+        return std::tie(a.bus, a.ports) < std::tie(b.bus, b.ports);
+    });
     return FromLibusb(list.Error());
 }
 

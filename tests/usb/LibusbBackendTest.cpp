@@ -42,7 +42,7 @@ TEST_F(LibusbTest, DescribesADeviceWithoutOpeningIt) {
     EXPECT_EQ(usbfs::Bus::Instance().OpenFileCount(), 0u);
 }
 
-TEST_F(LibusbTest, FindsSeveralDevicesWithTheirSpeeds) {
+TEST_F(LibusbTest, ListsDevicesInTheOrderOfTheirPorts) {
     usbfs::PortSettings settings;
     settings.speed = usb::Speed::High;
     const usbfs::Plugged second(std::make_shared<TestDevice>(), settings);
@@ -50,12 +50,11 @@ TEST_F(LibusbTest, FindsSeveralDevicesWithTheirSpeeds) {
     const usbfs::Plugged third(std::make_shared<TestDevice>(), settings);
     const auto devices = Enumerate();
     ASSERT_EQ(devices.size(), 3u);
-    const auto speedOf = [&](const std::string& id) {
-        const auto found = std::find_if(devices.begin(), devices.end(), [&](auto& each) { return each.id == id; });
-        return found != devices.end() ? found->speed : usb::Speed::Unknown;
-    };
-    EXPECT_EQ(speedOf("2-2"), usb::Speed::High);
-    EXPECT_EQ(speedOf("2-3"), usb::Speed::SuperPlus);
+    EXPECT_EQ(devices[0].id, "2-1");
+    EXPECT_EQ(devices[1].id, "2-2");
+    EXPECT_EQ(devices[2].id, "2-3");
+    EXPECT_EQ(devices[1].speed, usb::Speed::High);
+    EXPECT_EQ(devices[2].speed, usb::Speed::SuperPlus);
 }
 
 TEST_F(LibusbTest, DoesNotFindADeviceThatHasLeft) {

@@ -57,6 +57,12 @@ public:
     virtual Answer Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) = 0;
     /// Port reset. False: it does not come back as the device that it was.
     virtual bool Reset() = 0;
+
+    /// Whether it is on the bus from the beginning; asked once, after Attached. If not, it plugs itself in later.
+    virtual bool IsPluggedAtFirst() { return true; }
+    /// 0, or the errno with which an open, or a claim, is to fail; asked each time.
+    virtual int RefuseOpen() { return 0; }
+    virtual int RefuseClaim() { return 0; }
 };
 
 } // namespace usbfs

@@ -47,7 +47,7 @@ Port::~Port() {
 bool Port::Start() {
     m_Model->Attached(*this);
     m_Worker = std::thread(&Port::Work, this);
-    return PlugNow();
+    return !m_Model->IsPluggedAtFirst() || PlugNow();
 }
 
 void Port::Stop() {
@@ -92,7 +92,8 @@ void Port::Work() {
         lock.unlock();
         for (const Wish wish : wishes)
             wish == Wish::Plug ? static_cast<void>(PlugNow()) : UnplugNow();
-        ServeAll();
+        // Before any wish that is waiting now: a device that has come back already asks for it behind its leaving.
+        if (!ServeAll()) UnplugNow();
         lock.lock();
     }
 }
@@ -103,6 +104,7 @@ bool Port::PlugNow() {
         if (m_Present) return true;
         ++m_Generation;
         m_Claims = Claims();
+        m_Gone = false;
         for (const auto& [interface, driver] : m_Settings.drivers)
             m_Claims.BindDriver(interface, driver);
         m_Present = m_Configuration.Enumerate(*m_Model);
@@ -157,14 +159,16 @@ void Port::RefuseOpens(int error, unsigned int times) {
     m_Refusals = times;
 }
 
-/// Asks until nothing moves any more: a device may answer on one endpoint because of what it took on another.
-void Port::ServeAll() {
+/// Asks until nothing moves any more: a device may answer on one endpoint because of what it took on another. False
+/// when the device is gone.
+bool Port::ServeAll() {
     const std::lock_guard<std::mutex> lock(m_Lock);
     for (bool moved = true; moved;) {
         moved = false;
         for (OpenFile* file : m_Files)
             moved |= ServeFile(*file);
     }
+    return !m_Gone;
 }
 
 /// True when anything has moved. One that waits holds up those behind it on its endpoint.
@@ -190,7 +194,7 @@ bool Port::ServeFile(OpenFile& file) {
             urb = file.Finish(urb, -EPROTO);
             break;
         case AnswerStatus::Gone:
-            Unplug();
+            m_Gone = true;
             [[fallthrough]];
         case AnswerStatus::NotYet:
             waiting |= bit;

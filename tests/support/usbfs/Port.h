@@ -34,7 +34,7 @@ public:
     Port(const Port&) = delete;
     Port& operator=(const Port&) = delete;
 
-    /// Starts the thread and plugs the device in; false when it does not enumerate.
+    /// Starts the thread and plugs the device in, if it wants to; false when it does not enumerate.
     bool Start();
     /// Unplugs for ever and ends the thread. Open files stay, without a device.
     void Stop();
@@ -82,7 +82,7 @@ private:
 
     void Ask(Wish wish);
     void Work();
-    void ServeAll();
+    bool ServeAll();
     bool ServeFile(OpenFile& file);
     Answer Serve(Urb& urb);
     int CheckTarget(OpenFile& file, const usbdevfs_urb& record);
@@ -105,6 +105,7 @@ private:
     Configuration m_Configuration;
     Claims m_Claims;
     std::list<OpenFile*> m_Files; ///< borrowed
+    bool m_Gone = false;          ///< the device has answered so
     int m_RefusalError = 0;
     unsigned int m_Refusals = 0;
 

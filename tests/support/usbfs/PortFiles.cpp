@@ -20,6 +20,8 @@ int Port::Open(TransferMemory& memory, std::shared_ptr<OpenFile>& file) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Present) return ENOENT;
     if (m_Refusals > 0) return --m_Refusals, m_RefusalError;
+    const int refusal = m_Model->RefuseOpen();
+    if (refusal != 0) return refusal;
     file = std::make_shared<OpenFile>(memory);
     if (file->File() < 0) return EMFILE;
     m_Files.push_back(file.get());
@@ -41,6 +43,8 @@ int Port::Claim(OpenFile& file, unsigned int interface, bool detachDriver) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!file.IsConnected()) return ENODEV;
     if (!m_Configuration.HasInterface(interface)) return detachDriver ? EINVAL : ENOENT;
+    const int refusal = m_Model->RefuseClaim();
+    if (refusal != 0) return refusal;
     return detachDriver ? m_Claims.DetachAndClaim(interface, file) : m_Claims.Claim(interface, file);
 }
 

@@ -1,0 +1,112 @@
+// The virtual camera below the real libusb.
+#include "support/usbfs/VirtualCamera.h"
+#include "usb/LibusbBackend.h"
+#include "virtualcam/Protocol.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+using testing::ElementsAre;
+using usb::Result;
+using Bytes = std::vector<std::uint8_t>;
+
+class VirtualCameraTest : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string reason;
+        m_Backend = usb::CreateLibusbBackend(reason);
+        ASSERT_NE(m_Backend, nullptr) << reason;
+    }
+    std::unique_ptr<usb::Handle> OpenAndClaim() {
+        std::unique_ptr<usb::Handle> handle;
+        EXPECT_EQ(m_Backend->Open(m_Cameras.Name(0), handle), Result::Ok);
+        EXPECT_EQ(handle->Claim(0), Result::Ok);
+        return handle;
+    }
+
+    usbfs::VirtualCameras m_Cameras{"1"};
+    std::unique_ptr<usb::Backend> m_Backend;
+};
+
+TEST_F(VirtualCameraTest, KeepsItsAssociationAndItsDeviceInfo) {
+    std::vector<usb::DeviceEntry> devices;
+    ASSERT_EQ(m_Backend->Enumerate(devices), Result::Ok);
+    ASSERT_EQ(devices.size(), 1u);
+    ASSERT_EQ(devices[0].configurations.size(), 1u);
+    const Bytes& bytes = devices[0].configurations[0];
+    for (const Bytes& part : {Bytes{0x08, 0x0B, 0x00, 0x03, 0xEF, 0x05, 0x00}, Bytes{0x14, 0x24, 0x01}})
+        EXPECT_NE(std::search(bytes.begin(), bytes.end(), part.begin(), part.end()), bytes.end());
+}
+
+TEST_F(VirtualCameraTest, AnswersACommand) {
+    const auto handle = OpenAndClaim();
+    // Read 4 bytes at address 0, where the version of the control protocol stands.
+    Bytes command = {0x55, 0x33, 0x56, 0x43, 0x00, 0x40, 0x00, 0x08, 0x0C, 0x00, 0x07, 0x00,
+                     0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x04, 0x00};
+    std::size_t actual = 0;
+    ASSERT_EQ(handle->Bulk(virtualcam::kControlOut, command.data(), command.size(), actual, 10000), Result::Ok);
+    Bytes answer(1024);
+    ASSERT_EQ(handle->Bulk(virtualcam::kControlIn, answer.data(), answer.size(), actual, 10000), Result::Ok);
+    answer.resize(actual);
+    EXPECT_THAT(answer, ElementsAre(0x55, 0x33, 0x56, 0x43, 0x00, 0x00, 0x01, 0x08, 0x04, 0x00, 0x07, 0x00, testing::_,
+                                    testing::_, 0x01, 0x00));
+}
+
+TEST_F(VirtualCameraTest, LeavesAndComesBackOnItsOwn) {
+    std::mutex lock;
+    std::condition_variable changed;
+    std::vector<usb::HotplugEvent> events;
+    const auto registration = m_Backend->RegisterHotplug([&](usb::HotplugEvent event, const std::string&) {
+        const std::lock_guard<std::mutex> guard(lock);
+        events.push_back(event);
+        changed.notify_all();
+    });
+    m_Cameras[0].Unplug();
+    m_Cameras[0].Plug();
+    {
+        std::unique_lock<std::mutex> guard(lock);
+        changed.wait_for(guard, std::chrono::seconds(30), [&] { return events.size() == 2; });
+        EXPECT_THAT(events, ElementsAre(usb::HotplugEvent::Left, usb::HotplugEvent::Arrived));
+    }
+    m_Backend->DeregisterHotplug(registration);
+    EXPECT_NE(OpenAndClaim(), nullptr);
+}
+
+TEST_F(VirtualCameraTest, RefusesOpensAndClaimsAsItsScriptSays) {
+    virtualcam::FaultScript faults;
+    faults.refuseOpens = 1;
+    faults.refuseClaims = 1;
+    m_Cameras[0].SetFaults(faults);
+    std::unique_ptr<usb::Handle> handle;
+    EXPECT_EQ(m_Backend->Open(m_Cameras.Name(0), handle), Result::Access);
+    ASSERT_EQ(m_Backend->Open(m_Cameras.Name(0), handle), Result::Ok);
+    EXPECT_EQ(handle->Claim(0), Result::Busy);
+    EXPECT_EQ(handle->Claim(0), Result::Ok);
+}
+
+TEST(VirtualCameras, ComeLaterIfTheyAreNotPluggedAtFirst) {
+    virtualcam::BackendSettings settings;
+    settings.cameras.push_back(virtualcam::NumberedCamera(0));
+    settings.cameras[0].plugged = false;
+    usbfs::VirtualCameras cameras(settings);
+    EXPECT_EQ(cameras.Name(0), "2-1");
+    EXPECT_EQ(usbfs::Bus::Instance().FindPort("2-1"), nullptr);
+}
+
+TEST(VirtualCameras, BringTheirMemoryLimit) {
+    virtualcam::BackendSettings settings;
+    settings.transferMemoryLimit = 16u << 20;
+    const usbfs::VirtualCameras cameras(settings);
+    std::string reason;
+    const auto backend = usb::CreateLibusbBackend(reason);
+    ASSERT_NE(backend, nullptr) << reason;
+    EXPECT_EQ(backend->TransferMemoryLimit(), 16u << 20);
+}
+
+} // namespace
