@@ -1,0 +1,52 @@
+#include <GenApi/ChunkAdapter.h>
+
+#include <memory>
+
+namespace GenApi {
+
+CChunkAdapter::CChunkAdapter(INodeMap* pNodeMap, int64_t MaxChunkCacheSize) : m_MaxChunkCacheSize(MaxChunkCacheSize) {
+    if (pNodeMap) AttachNodeMap(pNodeMap);
+}
+
+CChunkAdapter::~CChunkAdapter() {
+    DetachNodeMap();
+}
+
+void CChunkAdapter::AttachNodeMap(INodeMap* pNodeMap) {
+    DetachNodeMap();
+    if (!pNodeMap) return;
+    NodeList_t nodes;
+    pNodeMap->GetNodes(nodes);
+    for (INode* const pNode : nodes) {
+        IPortConstruct* const pPort = dynamic_cast<IPortConstruct*>(pNode);
+        if (!pPort) continue;
+        auto pChunkPort = std::make_unique<CChunkPort>();
+        if (!pChunkPort->AttachPort(pPort)) continue;
+        m_ChunkPorts.push_back(pChunkPort.get());
+        static_cast<void>(pChunkPort.release());
+    }
+}
+
+void CChunkAdapter::DetachNodeMap() {
+    std::vector<CChunkPort*> ports;
+    ports.swap(m_ChunkPorts);
+    for (CChunkPort* const pPort : ports)
+        delete pPort;
+}
+
+void CChunkAdapter::DetachBuffer() {
+    for (CChunkPort* const pPort : m_ChunkPorts)
+        pPort->DetachChunk();
+}
+
+void CChunkAdapter::UpdateBuffer(uint8_t* pBuffer) {
+    for (CChunkPort* const pPort : m_ChunkPorts)
+        pPort->UpdateBuffer(pBuffer);
+}
+
+void CChunkAdapter::ClearCaches() {
+    for (CChunkPort* const pPort : m_ChunkPorts)
+        pPort->ClearCache();
+}
+
+} // namespace GenApi

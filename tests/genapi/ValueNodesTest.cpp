@@ -1,0 +1,407 @@
+// Values that are held, passed on, chosen and computed.
+#include "genapi/support/TestMap.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+
+using namespace GenApi;
+using genapi_test::TestMap;
+
+TEST(Integer, ChecksLimitsAndIncrementOfVerifiedWritesOnly) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"Min", "-10", ""}, {"Max", "10", ""}, {"Inc", "2", ""}}).Ready();
+    for (const int64_t value : {-10, 0, 10})
+        EXPECT_NO_THROW(map.Integer("I").SetValue(value));
+    for (const int64_t value : {1, 12, -12}) {
+        EXPECT_THROW(map.Integer("I").SetValue(value), GenICam::OutOfRangeException);
+    }
+    map.Integer("I").SetValue(12, /*Verify=*/false);
+    EXPECT_EQ(map.Integer("I").GetValue(), 12);
+    EXPECT_THROW(map.Integer("I").GetValue(/*Verify=*/true), GenICam::OutOfRangeException);
+}
+
+TEST(Integer, ChecksIncrementsAcrossTheWholeRange) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"Inc", "3", ""}}).Ready();
+    EXPECT_NO_THROW(map.Integer("I").SetValue(INT64_MIN + 3));
+    EXPECT_THROW(map.Integer("I").SetValue(INT64_MAX - 1), GenICam::OutOfRangeException);
+}
+
+TEST(Integer, InheritsWhatItDoesNotSay) {
+    TestMap map;
+    map.Add("Integer", "Raw",
+            {{"Value", "4", ""},
+             {"Min", "2", ""},
+             {"Max", "8", ""},
+             {"Inc", "2", ""},
+             {"Unit", "us", ""},
+             {"Representation", "HexNumber", ""}});
+    map.Add("Integer", "I", {{"pValue", "Raw", ""}, {"Max", "100", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetMin(), 2);
+    EXPECT_EQ(map.Integer("I").GetMax(), 100);
+    EXPECT_EQ(map.Integer("I").GetInc(), 2);
+    EXPECT_EQ(map.Integer("I").GetUnit(), "us");
+    EXPECT_EQ(map.Integer("I").GetRepresentation(), HexNumber);
+    EXPECT_THROW(map.Integer("I").SetValue(10), GenICam::OutOfRangeException) << "the lower node checks again";
+}
+
+TEST(Integer, WritesItsCopiesToo) {
+    TestMap map;
+    map.Add("Integer", "A", {{"Value", "0", ""}}).Add("Integer", "B", {{"Value", "0", ""}});
+    map.Add("Integer", "I", {{"pValueCopy", "B", ""}, {"pValue", "A", ""}}).Ready();
+    map.Integer("I").SetValue(5);
+    EXPECT_EQ(map.Integer("A").GetValue(), 5);
+    EXPECT_EQ(map.Integer("B").GetValue(), 5);
+    map.Node("B").ImposeAccessMode(RO);
+    EXPECT_EQ(map.Mode("I"), RO);
+}
+
+TEST(Integer, ChoosesAmongItsSlotsByIndex) {
+    TestMap map;
+    map.Add("Integer", "Index", {{"Value", "20", ""}});
+    map.Add("Integer", "Twenty", {{"Value", "200", ""}});
+    map.Add("Integer", "I",
+            {{"pIndex", "Index", ""},
+             {"ValueIndexed", "100", "10"},
+             {"pValueIndexed", "Twenty", "20"},
+             {"ValueDefault", "600", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 200);
+    map.Integer("Index").SetValue(-1);
+    EXPECT_EQ(map.Integer("I").GetValue(), 600);
+    map.Integer("Index").SetValue(20);
+    map.Integer("I").SetValue(150);
+    EXPECT_EQ(map.Integer("I").GetValue(), 150);
+    EXPECT_EQ(map.Integer("Twenty").GetValue(), 150);
+    map.Integer("Index").SetValue(10);
+    EXPECT_EQ(map.Integer("I").GetValue(), 100);
+    map.Integer("I").SetValue(7);
+    EXPECT_EQ(map.Integer("I").GetValue(), 7);
+}
+
+TEST(Integer, AcceptsListedValuesOnly) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "1", ""}, {"ValidValueSet", "1; 2;8", ""}, {"Max", "4", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetIncMode(), listIncrement);
+    EXPECT_NO_THROW(map.Integer("I").SetValue(2));
+    EXPECT_THROW(map.Integer("I").SetValue(3), GenICam::OutOfRangeException);
+    EXPECT_EQ(map.Integer("I").GetListOfValidValues().size(), 2u);
+    EXPECT_EQ(map.Integer("I").GetListOfValidValues(/*bounded=*/false).size(), 3u);
+}
+
+TEST(Integer, WritesAndReadsTheTextOfItsRepresentation) {
+    TestMap map;
+    map.Add("Integer", "Hex", {{"Value", "255", ""}, {"Representation", "HexNumber", ""}});
+    map.Add("Integer", "Ip", {{"Value", "0xC0A80001", ""}, {"Representation", "IPV4Address", ""}});
+    map.Add("Integer", "Mac", {{"Value", "0x0011223344AA", ""}, {"Representation", "MACAddress", ""}});
+    map.Add("Integer", "Plain", {{"Value", "-5", ""}}).Ready();
+    EXPECT_EQ(map.Value("Hex").ToString(), "0xff");
+    EXPECT_EQ(map.Value("Ip").ToString(), "192.168.0.1");
+    EXPECT_EQ(map.Value("Mac").ToString(), "00:11:22:33:44:aa");
+    EXPECT_EQ(map.Value("Plain").ToString(), "-5");
+    map.Value("Ip").FromString("10.0.0.255");
+    EXPECT_EQ(map.Integer("Ip").GetValue(), 0x0A0000FF);
+    map.Value("Mac").FromString("ff:00:00:00:00:01");
+    EXPECT_EQ(map.Integer("Mac").GetValue(), 0xFF0000000001);
+    map.Value("Plain").FromString(" 0x10 ");
+    EXPECT_EQ(map.Integer("Plain").GetValue(), 16);
+    for (const char* const text : {"", "7x", "1.2.3.4"}) {
+        EXPECT_THROW(map.Value("Plain").FromString(text), GenICam::InvalidArgumentException) << text;
+    }
+    EXPECT_THROW(map.Value("Ip").FromString("1.2.3.256"), GenICam::InvalidArgumentException);
+    EXPECT_EQ(map.Integer("Ip").GetMax(), 0xFFFFFFFF);
+    EXPECT_EQ(map.Integer("Mac").GetMax(), 0xFFFFFFFFFFFF);
+}
+
+TEST(Integer, RoundsWhatAFloatGivesIt) {
+    TestMap map;
+    map.Add("Float", "F", {{"Value", "2.5", ""}}).Add("Integer", "I", {{"pValue", "F", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 3);
+    map.Float("F").SetValue(-2.5);
+    EXPECT_EQ(map.Integer("I").GetValue(), -3);
+    map.Integer("I").SetValue(4);
+    EXPECT_EQ(map.Float("F").GetValue(), 4.0);
+    EXPECT_EQ(map.Integer("I").GetMax(), INT64_MAX);
+}
+
+TEST(Float, PassesLimitsOnAndComparesThemExactly) {
+    TestMap map;
+    map.Add("Float", "F", {{"Value", "0.5", ""}, {"Min", "0.1", ""}, {"Max", "0.7", ""}});
+    map.Add("Float", "G", {{"pValue", "F", ""}});
+    map.Add("Float", "H", {{"Value", "0", ""}}).Ready();
+    EXPECT_NO_THROW(map.Float("G").SetValue(map.Float("G").GetMin()));
+    EXPECT_NO_THROW(map.Float("G").SetValue(map.Float("G").GetMax()));
+    EXPECT_THROW(map.Float("G").SetValue(0.70000001), GenICam::OutOfRangeException);
+    EXPECT_EQ(map.Float("H").GetMax(), DBL_MAX);
+    EXPECT_EQ(map.Float("H").GetMin(), -DBL_MAX);
+}
+
+TEST(Float, TakesItsIncrementFromAnIntegerBelow) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"Inc", "4", ""}});
+    map.Add("Float", "F", {{"pValue", "I", ""}});
+    map.Add("Float", "G", {{"Value", "0", ""}, {"Inc", "0.25", ""}}).Ready();
+    EXPECT_TRUE(map.Float("F").HasInc());
+    EXPECT_EQ(map.Float("F").GetInc(), 4.0);
+    EXPECT_EQ(map.Float("F").GetIncMode(), fixedIncrement);
+    EXPECT_EQ(map.Float("G").GetInc(), 0.25);
+    EXPECT_NO_THROW(map.Float("G").SetValue(0.1)) << "increments of floats are not enforced";
+}
+
+TEST(Float, WritesItsTextAsTheNotationSays) {
+    TestMap map;
+    map.Add("Float", "A", {{"Value", "0.1", ""}});
+    map.Add("Float", "B", {{"Value", "3.14159", ""}, {"DisplayNotation", "Fixed", ""}, {"DisplayPrecision", "2", ""}});
+    map.Add("Float", "C",
+            {{"Value", "12345.678", ""}, {"DisplayNotation", "Scientific", ""}, {"DisplayPrecision", "3", ""}});
+    map.Add("Float", "D", {{"pValue", "B", ""}}).Ready();
+    EXPECT_EQ(map.Value("A").ToString(), "0.1");
+    EXPECT_EQ(map.Value("B").ToString(), "3.14");
+    EXPECT_EQ(map.Value("C").ToString(), "1.235e+04");
+    EXPECT_EQ(map.Value("D").ToString(), "3.14");
+    map.Value("A").FromString("1e3");
+    EXPECT_EQ(map.Float("A").GetValue(), 1000.0);
+    EXPECT_THROW(map.Value("A").FromString("1,5"), GenICam::InvalidArgumentException);
+}
+
+TEST(Boolean, KnowsItsOwnNumbersForYesAndNo) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "23", ""}});
+    map.Add("Boolean", "B", {{"pValue", "I", ""}, {"OnValue", "23", ""}, {"OffValue", "42", ""}}).Ready();
+    IBoolean& flag = map.As<IBoolean>("B");
+    EXPECT_TRUE(flag.GetValue());
+    flag.SetValue(false);
+    EXPECT_EQ(map.Integer("I").GetValue(), 42);
+    EXPECT_FALSE(flag());
+    map.Integer("I").SetValue(1);
+    EXPECT_FALSE(flag.GetValue()) << "neither the one nor the other is no yes";
+    flag = true;
+    EXPECT_EQ(map.Value("B").ToString(), "1");
+    map.Value("B").FromString("False");
+    EXPECT_EQ(map.Integer("I").GetValue(), 42);
+    EXPECT_THROW(map.Value("B").FromString("perhaps"), GenICam::InvalidArgumentException);
+}
+
+TEST(Boolean, HoldsItsState) {
+    TestMap map;
+    map.Add("Boolean", "B", {{"Value", "true", ""}, {"OnValue", "3", ""}, {"OffValue", "2", ""}}).Ready();
+    EXPECT_TRUE(map.As<IBoolean>("B").GetValue());
+    map.As<IBoolean>("B").SetValue(false);
+    EXPECT_FALSE(map.As<IBoolean>("B").GetValue());
+}
+
+TEST(String, HoldsATextOrPassesOneOn) {
+    TestMap map;
+    map.Add("String", "Held", {{"Value", " a b ", ""}});
+    map.AddRegister("StringReg", "Reg", "0");
+    map.Add("String", "Link", {{"pValue", "Reg", ""}}).Ready();
+    EXPECT_EQ(map.As<IString>("Held").GetMaxLength(), INT64_MAX);
+    map.As<IString>("Held").SetValue("longer than any register");
+    EXPECT_EQ(map.As<IString>("Held").GetValue(), "longer than any register");
+    EXPECT_EQ(map.As<IString>("Link").GetMaxLength(), 4);
+    map.As<IString>("Link").SetValue("abcd");
+    EXPECT_EQ(map.As<IString>("Reg").GetValue(), "abcd");
+    EXPECT_THROW(map.As<IString>("Link").SetValue("abcde"), GenICam::OutOfRangeException);
+}
+
+TEST(Formula, ComputesFromItsVariables) {
+    TestMap map;
+    map.Add("Integer", "X", {{"Value", "4", ""}, {"Min", "1", ""}, {"Max", "9", ""}, {"Inc", "1", ""}});
+    map.Add("IntSwissKnife", "I",
+            {{"pVariable", "X", "X"},
+             {"Constant", "10", "TEN"},
+             {"Expression", "TEN + X", "XP2"},
+             {"Formula", "TEN * XP2", ""}});
+    map.Add("SwissKnife", "F", {{"pVariable", "X", "V.Max"}, {"Formula", "V.Max / 2", ""}});
+    map.Add("IntSwissKnife", "Mode", {{"pVariable", "X", "V.AccessMode"}, {"Formula", "V.AccessMode", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 140);
+    EXPECT_EQ(map.Float("F").GetValue(), 4.5);
+    EXPECT_EQ(map.Integer("Mode").GetValue(), RW);
+    map.Integer("X").SetValue(5);
+    EXPECT_EQ(map.Integer("I").GetValue(), 150);
+    EXPECT_EQ(map.Mode("I"), RO);
+    EXPECT_THROW(map.Integer("I").SetValue(1), GenICam::AccessException);
+    EXPECT_THROW(map.Integer("I").SetValue(1, /*Verify=*/false), GenICam::AccessException);
+    EXPECT_EQ(map.Integer("I").GetMax(), INT64_MAX);
+}
+
+TEST(Formula, ReportsItsFaultWhenItIsUsed) {
+    TestMap map;
+    map.Add("IntSwissKnife", "Bad", {{"Formula", "1 +", ""}});
+    map.Add("IntSwissKnife", "Unknown", {{"Formula", "NOBODY", ""}});
+    map.Add("SwissKnife", "Zero", {{"Formula", "1/0", ""}}).Ready();
+    EXPECT_THROW(map.Integer("Bad").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Integer("Unknown").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Float("Zero").GetValue(), GenICam::RuntimeException);
+}
+
+TEST(Formula, IsNotAvailableWithoutItsVariables) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});
+    map.Add("IntSwissKnife", "I", {{"pVariable", "R", "R"}, {"Formula", "R", ""}});
+    map.Add("IntSwissKnife", "Unused", {{"pVariable", "R", "R"}, {"Formula", "1", ""}}).Ready();
+    EXPECT_EQ(map.Mode("I"), NA);
+    EXPECT_EQ(map.Mode("Unused"), RO);
+}
+
+TEST(Formula, ReadsEntriesOfEnumerations) {
+    TestMap map;
+    map.Add("EnumEntry", "EnumEntry_E_On", {{"Value", "7", ""}, {"Symbolic", "On", ""}, {"NumericValue", "0.5", ""}});
+    map.Add("Enumeration", "E", {{"pEnumEntry", "EnumEntry_E_On", ""}, {"Value", "7", ""}});
+    map.Add("IntSwissKnife", "I", {{"pVariable", "E", "E.Entry.On"}, {"Formula", "E.Entry.On", ""}});
+    map.Add("IntSwissKnife", "J", {{"pVariable", "E", "E"}, {"Formula", "E", ""}});
+    map.Add("SwissKnife", "F", {{"pVariable", "E", "E"}, {"Formula", "E", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 7);
+    EXPECT_EQ(map.Integer("J").GetValue(), 7);
+    EXPECT_EQ(map.Float("F").GetValue(), 0.5);
+}
+
+TEST(Converter, ConvertsBothWays) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "100", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", "2.0 * TO", ""}, {"FormulaTo", "0.5 * FROM", ""}});
+    map.Add("Integer", "Raw2", {{"Value", "50", ""}});
+    map.Add("IntConverter", "I",
+            {{"pValue", "Raw2", ""}, {"FormulaFrom", "0.1 * TO", ""}, {"FormulaTo", "10 * FROM", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetValue(), 200.0);
+    map.Float("C").SetValue(100.0);
+    EXPECT_EQ(map.Integer("Raw").GetValue(), 50);
+    EXPECT_EQ(map.Float("C").GetValue(), 100.0);
+    EXPECT_EQ(map.Integer("I").GetValue(), 5);
+    map.Integer("I").SetValue(100);
+    EXPECT_EQ(map.Integer("Raw2").GetValue(), 1000);
+    EXPECT_EQ(map.Integer("I").GetValue(), 100);
+}
+
+TEST(Converter, OrdersItsLimitsWhateverTheSlope) {
+    for (const char* const slope : {"Decreasing", "Automatic", "Increasing"}) {
+        TestMap map;
+        map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+        map.Add("Converter", "C",
+                {{"pValue", "Raw", ""},
+                 {"FormulaFrom", "100 - TO", ""},
+                 {"FormulaTo", "100 - FROM", ""},
+                 {"Slope", slope, ""}});
+        map.Ready();
+        EXPECT_EQ(map.Float("C").GetMin(), 90.0) << slope;
+        EXPECT_EQ(map.Float("C").GetMax(), 100.0) << slope;
+    }
+}
+
+TEST(Converter, HasNoLimitsWhereTheRawNodeHasNone) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}});
+    map.Add("Converter", "C", {{"pValue", "Raw", ""}, {"FormulaFrom", "TO * 2", ""}, {"FormulaTo", "FROM / 2", ""}});
+    map.Add("Integer", "Ten", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+    map.Add("Converter", "V",
+            {{"pValue", "Ten", ""}, {"FormulaFrom", "TO", ""}, {"FormulaTo", "FROM", ""}, {"Slope", "Varying", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetMax(), DBL_MAX);
+    EXPECT_EQ(map.Float("V").GetMin(), -DBL_MAX);
+}
+
+TEST(Converter, AcceptsItsOwnLimits) {
+    TestMap map;
+    map.AddRegister("IntReg", "Raw", "0", {{"Length", "1", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", "TO * 0.1", ""}, {"FormulaTo", "FROM / 0.1000001", ""}});
+    map.Ready();
+    EXPECT_NO_THROW(map.Float("C").SetValue(map.Float("C").GetMax()));
+    EXPECT_EQ(map.Integer("Raw").GetValue(), 255);
+    EXPECT_THROW(map.Float("C").SetValue(25.6), GenICam::OutOfRangeException);
+}
+
+TEST(Converter, TellsTheIncrementWhenItIsLinear) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}, {"Inc", "2", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""},
+             {"FormulaFrom", "TO * 0.5", ""},
+             {"FormulaTo", "FROM * 2", ""},
+             {"IsLinear", "Yes", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetInc(), 1.0);
+}
+
+TEST(Command, IsDoneWhenTheRegisterShowsAnotherValue) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0");
+    map.Add("Command", "C", {{"pValue", "R", ""}, {"CommandValue", "1", ""}}).Ready();
+    ICommand& command = map.As<ICommand>("C");
+    EXPECT_TRUE(command.IsDone());
+    EXPECT_EQ(map.port.reads, 0);
+    int calls = 0;
+    Register(&map.Node("C"), [&](INode*) { ++calls; });
+    command.Execute();
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(command.IsDone());
+    EXPECT_EQ(map.Value("C").ToString(), "0");
+    map.port.Put(0, {0});
+    EXPECT_TRUE(command.IsDone());
+    EXPECT_EQ(calls, 2);
+    EXPECT_TRUE(command.IsDone());
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(map.Value("C").ToString(), "1");
+    map.Value("C").FromString("true");
+    EXPECT_EQ(map.port.Get(0, 1)[0], 1);
+}
+
+TEST(Command, IsDoneAtOnceOnAWriteOnlyRegister) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});
+    map.Add("Integer", "V", {{"Value", "9", ""}});
+    map.Add("Command", "C", {{"pValue", "R", ""}, {"pCommandValue", "V", ""}}).Ready();
+    map.As<ICommand>("C").Execute();
+    EXPECT_EQ(map.port.Get(0, 1)[0], 9);
+    EXPECT_TRUE(map.As<ICommand>("C").IsDone());
+    EXPECT_EQ(map.Mode("C"), WO);
+}
+
+TEST(Command, InvalidatesWhatNamesIt) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0");
+    map.Add("Command", "Load", {{"pValue", "R", ""}, {"CommandValue", "1", ""}});
+    map.AddRegister("IntReg", "Width", "8", {{"pInvalidator", "Load", ""}}).Ready();
+    map.Integer("Width").GetValue();
+    map.As<ICommand>("Load").Execute();
+    map.port.Put(8, {5});
+    EXPECT_EQ(map.Integer("Width").GetValue(), 5);
+}
+
+TEST(Command, IsCheckedByPolling) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0");
+    map.Add("Command", "C", {{"pValue", "R", ""}, {"CommandValue", "1", ""}, {"PollingTime", "100", ""}}).Ready();
+    map.As<ICommand>("C").Execute();
+    int calls = 0;
+    Register(&map.Node("C"), [&](INode*) { ++calls; });
+    map.Poll(100);
+    EXPECT_EQ(calls, 0);
+    map.port.Put(0, {0});
+    map.Poll(100);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(ErrorLink, TurnsAnErrorOfTheDeviceIntoAnException) {
+    TestMap map;
+    map.Add("EnumEntry", "EnumEntry_Err_None", {{"Value", "0", ""}, {"Symbolic", "None", ""}});
+    map.Add("EnumEntry", "EnumEntry_Err_TooHot",
+            {{"Value", "1", ""}, {"Symbolic", "TooHot", ""}, {"Description", "The sensor is too hot.", ""}});
+    map.AddRegister("IntReg", "ErrReg", "4");
+    map.Add("Enumeration", "Err",
+            {{"pEnumEntry", "EnumEntry_Err_None", ""},
+             {"pEnumEntry", "EnumEntry_Err_TooHot", ""},
+             {"pValue", "ErrReg", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pError", "Err", ""}}).Ready();
+    EXPECT_NO_THROW(map.Integer("R").SetValue(1));
+    map.port.Put(4, {1});
+    try {
+        map.Integer("R").SetValue(2);
+        FAIL() << "the device's error is missing";
+    } catch (const GenICam::RuntimeException& exception) {
+        EXPECT_STREQ(exception.GetDescription(), "The device reports TooHot: The sensor is too hot.");
+    }
+}
