@@ -19,25 +19,27 @@ inline constexpr VxStatus VX_E_ALREADY_OPEN = 0xE2000005;      ///< object is al
 inline constexpr VxStatus VX_E_INVALID_STATE = 0xE2000006;     ///< operation does not fit the present state
 inline constexpr VxStatus VX_E_NO_MEMORY = 0xE2000007;         ///< out of memory
 inline constexpr VxStatus VX_E_INVALID_PARAMETER = 0xE2000008; ///< a parameter is out of range
-inline constexpr VxStatus VX_E_INVALID_PROPERTY = 0xE2000009;  ///< property identifier unknown or not accessible that way
-inline constexpr VxStatus VX_E_INVALID_SIZE = 0xE200000A;      ///< size of a value or buffer does not fit
-inline constexpr VxStatus VX_E_NOT_SUPPORTED = 0xE200000B;     ///< the camera or the system does not offer it
-inline constexpr VxStatus VX_E_TIMEOUT = 0xE200000C;           ///< no answer in time
-inline constexpr VxStatus VX_E_INVALID_HANDLE = 0xE200000D;    ///< buffer handle is not registered
+inline constexpr VxStatus VX_E_INVALID_PROPERTY =
+    0xE2000009;                                             ///< property identifier unknown or not accessible that way
+inline constexpr VxStatus VX_E_INVALID_SIZE = 0xE200000A;   ///< size of a value or buffer does not fit
+inline constexpr VxStatus VX_E_NOT_SUPPORTED = 0xE200000B;  ///< the camera or the system does not offer it
+inline constexpr VxStatus VX_E_TIMEOUT = 0xE200000C;        ///< no answer in time
+inline constexpr VxStatus VX_E_INVALID_HANDLE = 0xE200000D; ///< buffer handle is not registered
+inline constexpr VxStatus VX_E_BACKEND = 0xE200000E;        ///< the virtual cameras were asked for and cannot be loaded
 
 // Streaming.
-inline constexpr VxStatus VX_E_CANCELLED = 0xE2000102;         ///< buffer was cancelled
-inline constexpr VxStatus VX_E_BUFFER_TOO_SMALL = 0xE2000103;  ///< payload does not fit the buffer
-inline constexpr VxStatus VX_E_INCOMPLETE = 0xE2000104;        ///< payload is incomplete
-inline constexpr VxStatus VX_E_TOO_MANY_BUFFERS = 0xE2000105;  ///< more buffers than announced to PrepareGrab
-inline constexpr VxStatus VX_E_NO_DATA = 0xE2000106;           ///< nothing completed
-inline constexpr VxStatus VX_E_BAD_LEADER = 0xE2000107;        ///< leader missing or malformed
-inline constexpr VxStatus VX_E_BAD_TRAILER = 0xE2000108;       ///< trailer missing or malformed
-inline constexpr VxStatus VX_E_DATA_DISCARDED = 0xE2000109;    ///< camera discarded part of the block
-inline constexpr VxStatus VX_E_DATA_OVERRUN = 0xE200010A;      ///< block did not fit the programmed transfers
-inline constexpr VxStatus VX_E_RESYNCHRONIZED = 0xE200010B;    ///< stream lost its place; block is lost
-inline constexpr VxStatus VX_E_PAYLOAD_SIZE = 0xE200010C;      ///< camera reports no or an impossible payload size
-inline constexpr VxStatus VX_E_BUFFER_QUEUED = 0xE200010D;     ///< buffer is still queued
+inline constexpr VxStatus VX_E_CANCELLED = 0xE2000102;        ///< buffer was cancelled
+inline constexpr VxStatus VX_E_BUFFER_TOO_SMALL = 0xE2000103; ///< payload does not fit the buffer
+inline constexpr VxStatus VX_E_INCOMPLETE = 0xE2000104;       ///< payload is incomplete
+inline constexpr VxStatus VX_E_TOO_MANY_BUFFERS = 0xE2000105; ///< more buffers than announced to PrepareGrab
+inline constexpr VxStatus VX_E_NO_DATA = 0xE2000106;          ///< nothing completed
+inline constexpr VxStatus VX_E_BAD_LEADER = 0xE2000107;       ///< leader missing or malformed
+inline constexpr VxStatus VX_E_BAD_TRAILER = 0xE2000108;      ///< trailer missing or malformed
+inline constexpr VxStatus VX_E_DATA_DISCARDED = 0xE2000109;   ///< camera discarded part of the block
+inline constexpr VxStatus VX_E_DATA_OVERRUN = 0xE200010A;     ///< block did not fit the programmed transfers
+inline constexpr VxStatus VX_E_RESYNCHRONIZED = 0xE200010B;   ///< stream lost its place; block is lost
+inline constexpr VxStatus VX_E_PAYLOAD_SIZE = 0xE200010C;     ///< camera reports no or an impossible payload size
+inline constexpr VxStatus VX_E_BUFFER_QUEUED = 0xE200010D;    ///< buffer is still queued
 
 // USB.
 inline constexpr VxStatus VX_E_USB_IO = 0xE2010130;            ///< input/output error on the bus
@@ -52,10 +54,10 @@ inline constexpr VxStatus VX_E_NOT_A_CAMERA = 0xE2010138;      ///< descriptors 
 inline constexpr VxStatus VX_E_BUSY = 0xE201013F;              ///< camera cannot be opened now: in use elsewhere
 
 // Control protocol. The low 16 bits of VX_E_DEVICE_STATUS_BASE-codes are the camera's own status code.
-inline constexpr VxStatus VX_E_PROTOCOL = 0xE2020001;          ///< acknowledge malformed
-inline constexpr VxStatus VX_E_XML_NO_MANIFEST = 0xE2020010;   ///< manifest missing or malformed
-inline constexpr VxStatus VX_E_XML_NO_FILE = 0xE2020011;       ///< no usable description file in the manifest
-inline constexpr VxStatus VX_E_XML_BAD_ZIP = 0xE2020012;       ///< description archive cannot be unpacked
+inline constexpr VxStatus VX_E_PROTOCOL = 0xE2020001;           ///< acknowledge malformed
+inline constexpr VxStatus VX_E_XML_NO_MANIFEST = 0xE2020010;    ///< manifest missing or malformed
+inline constexpr VxStatus VX_E_XML_NO_FILE = 0xE2020011;        ///< no usable description file in the manifest
+inline constexpr VxStatus VX_E_XML_BAD_ZIP = 0xE2020012;        ///< description archive cannot be unpacked
 inline constexpr VxStatus VX_E_DEVICE_STATUS_BASE = 0xE2030000; ///< | GenCP status code of the acknowledge
 
 } // namespace vexlo

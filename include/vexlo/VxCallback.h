@@ -14,17 +14,17 @@ enum EVxCallbackKind : unsigned int {
 };
 
 struct VxCallbackData {
-    unsigned int Kind;    ///< EVxCallbackKind
-    void* Context;        ///< as registered
-    CVxDevice* Device;    ///< as registered
+    unsigned int Kind; ///< EVxCallbackKind
+    void* Context;     ///< as registered
+    CVxDevice* Device; ///< as registered
 };
 
 using VxCallbackHandler = void (*)(const VxCallbackData* data);
 
 struct VxCallbackParams {
-    unsigned int Kind;    ///< EVxCallbackKind
-    void* Context;        ///< borrowed; passed to the handler
-    CVxDevice* Device;    ///< the camera that the notification is for; must be open
+    unsigned int Kind; ///< EVxCallbackKind
+    void* Context;     ///< borrowed; passed to the handler
+    CVxDevice* Device; ///< the camera that the notification is for; must be open
     VxCallbackHandler Handler;
 };
 

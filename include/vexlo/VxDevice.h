@@ -15,25 +15,28 @@ class CXmlFile;
 /// Kind of device object; the numbers are those of DeviceDiscoveryInfo::UsbDriverType.
 enum EDeviceType : int { DeviceType_WinUsb = 0, DeviceType_Vandrel = 1, DeviceType_Libusb = 2 };
 
-/// All operations answer with a status and never throw. Thread-safe; register transactions of one camera are serialised.
+/// All operations answer with a status and never throw. Thread-safe; register transactions of one camera are
+/// serialised.
 class CVxDevice {
 public:
     /// Identifiers for GetProperty and SetProperty. Values are little-endian of the width given; any other size fails
     /// with VX_E_INVALID_SIZE.
     enum EPropertyValue : unsigned int {
-        Property_ReadPipeResetCount = 0x200,        ///< 8 bytes, read: count of read pipe resets
-        Property_WritePipeResetCount = 0x300,       ///< 8 bytes, read: count of write pipe resets
-        Property_ReadOperationsFailedCount = 0x400, ///< 8 bytes, read
-        Property_WriteOperationsFailedCount = 0x500, ///< 8 bytes, read
-        Property_LastErrorStatus = 0x600,           ///< 4 bytes, read: status of the last failed read or write
-        Property_ControlTimeout = 0x700,            ///< 4 bytes, read/write: floor of the control timeout in ms
-        Property_CustomRequestId = 0xAFFE0000,      ///< 1 byte, read/write: bRequest of a custom control request
-        Property_CustomRequestValue = 0xAFFE0100,   ///< 2 bytes, read/write: wValue
-        Property_CustomRequestIndex = 0xAFFE0200,   ///< 2 bytes, read/write: wIndex
+        Property_ReadPipeResetCount = 0x200,           ///< 8 bytes, read: count of read pipe resets
+        Property_WritePipeResetCount = 0x300,          ///< 8 bytes, read: count of write pipe resets
+        Property_ReadOperationsFailedCount = 0x400,    ///< 8 bytes, read
+        Property_WriteOperationsFailedCount = 0x500,   ///< 8 bytes, read
+        Property_LastErrorStatus = 0x600,              ///< 4 bytes, read: status of the last failed read or write
+        Property_ControlTimeout = 0x700,               ///< 4 bytes, read/write: floor of the control timeout in ms
+        Property_CustomRequestId = 0xAFFE0000,         ///< 1 byte, read/write: bRequest of a custom control request
+        Property_CustomRequestValue = 0xAFFE0100,      ///< 2 bytes, read/write: wValue
+        Property_CustomRequestIndex = 0xAFFE0200,      ///< 2 bytes, read/write: wIndex
         Property_CustomRequestDataLength = 0xAFFE0300, ///< 2 bytes, read/write: wLength
-        Property_CustomRequestExecuteRead = 0xAFFE0400, ///< 1 byte: a write of any value executes a device-to-host request
-        Property_CustomRequestExecuteWrite = 0xAFFE0500, ///< 1 byte: a write of any value executes a host-to-device request
-        Property_CustomRequestData = 0xAFFF0000     ///< up to 64 bytes, read/write: data stage of the request
+        Property_CustomRequestExecuteRead =
+            0xAFFE0400, ///< 1 byte: a write of any value executes a device-to-host request
+        Property_CustomRequestExecuteWrite =
+            0xAFFE0500,                         ///< 1 byte: a write of any value executes a host-to-device request
+        Property_CustomRequestData = 0xAFFF0000 ///< up to 64 bytes, read/write: data stage of the request
     };
 
     /// Null when the type is not supported here (only DeviceType_Libusb is) or memory is short.

@@ -23,40 +23,40 @@ class CVxStream {
 public:
     /// Identifiers for GetProperty and SetProperty; widths are exact.
     enum EPropertyValue : unsigned int {
-        Property_NumMaxQueuedUrbs = 0x200,          ///< 4 bytes, read/write: transfers queued at the driver at once
-        Property_MaxTransferSize = 0x300,           ///< 4 bytes, read/write: largest transfer in bytes
-        Property_MaxTransferSizeMax = 0x308,        ///< 4 bytes, read
-        Property_MaxTransferSizeMin = 0x310,        ///< 4 bytes, read
-        Property_MaxTransferSizeInc = 0x318,        ///< 4 bytes, read
-        Property_TotalBufferCount = 0x400,          ///< 8 bytes, read: buffers processed since PrepareGrab
-        Property_FailedBufferCount = 0x500,         ///< 8 bytes, read: of these, with an error status
-        Property_MissedFrameCount = 0x600,          ///< 8 bytes, read: bad or missed frames between good ones
-        Property_ResynchronizationCount = 0x700,    ///< 8 bytes, read
-        Property_LastBlockId = 0x800,               ///< 8 bytes, read: block id of the last good buffer
-        Property_LastFailedBufferStatus = 0x900,    ///< 4 bytes, read
-        Property_TransferLoopThreadPriority = 0xA00, ///< 4 bytes, read/write, signed: 0 ordinary, 1..99 real-time
+        Property_NumMaxQueuedUrbs = 0x200,              ///< 4 bytes, read/write: transfers queued at the driver at once
+        Property_MaxTransferSize = 0x300,               ///< 4 bytes, read/write: largest transfer in bytes
+        Property_MaxTransferSizeMax = 0x308,            ///< 4 bytes, read
+        Property_MaxTransferSizeMin = 0x310,            ///< 4 bytes, read
+        Property_MaxTransferSizeInc = 0x318,            ///< 4 bytes, read
+        Property_TotalBufferCount = 0x400,              ///< 8 bytes, read: buffers processed since PrepareGrab
+        Property_FailedBufferCount = 0x500,             ///< 8 bytes, read: of these, with an error status
+        Property_MissedFrameCount = 0x600,              ///< 8 bytes, read: bad or missed frames between good ones
+        Property_ResynchronizationCount = 0x700,        ///< 8 bytes, read
+        Property_LastBlockId = 0x800,                   ///< 8 bytes, read: block id of the last good buffer
+        Property_LastFailedBufferStatus = 0x900,        ///< 4 bytes, read
+        Property_TransferLoopThreadPriority = 0xA00,    ///< 4 bytes, read/write, signed: 0 ordinary, 1..99 real-time
         Property_TransferLoopThreadPriorityMax = 0xA08, ///< 4 bytes, read, signed
         Property_TransferLoopThreadPriorityMin = 0xA10  ///< 4 bytes, read, signed
     };
 
     /// A completed buffer.
     struct GrabResult {
-        BufferHandle_s* Handle;      ///< from RegisterBuffer
-        void* Buffer;                ///< from RegisterBuffer
-        const void* Context;         ///< from QueueBuffer
-        std::uint32_t Status;        ///< 0, VX_E_CANCELLED or a failure; a failed buffer holds the bytes that arrived
-        std::uint16_t PayloadType;   ///< payload type of the leader; 0 when there was none
-        std::uint64_t PayloadSize;   ///< valid bytes in the buffer
-        std::uint64_t Timestamp;     ///< ns, the camera's clock
-        std::uint32_t PixelFormat;   ///< PFNC code
-        std::uint32_t G1;            ///< size y in lines, as delivered
-        std::uint32_t G2;            ///< size x in pixels
-        std::uint32_t G3;            ///< offset x
-        std::uint32_t G4;            ///< offset y
-        std::uint16_t H1;            ///< padding y
-        std::uint16_t H2;            ///< padding x
-        std::uint64_t BlockId;       ///< block id of the leader; all ones when there was none
-        std::uint64_t SizeUnknown;   ///< non-zero when PayloadSize means nothing
+        BufferHandle_s* Handle;    ///< from RegisterBuffer
+        void* Buffer;              ///< from RegisterBuffer
+        const void* Context;       ///< from QueueBuffer
+        std::uint32_t Status;      ///< 0, VX_E_CANCELLED or a failure; a failed buffer holds the bytes that arrived
+        std::uint16_t PayloadType; ///< payload type of the leader; 0 when there was none
+        std::uint64_t PayloadSize; ///< valid bytes in the buffer
+        std::uint64_t Timestamp;   ///< ns, the camera's clock
+        std::uint32_t PixelFormat; ///< PFNC code
+        std::uint32_t G1;          ///< size y in lines, as delivered
+        std::uint32_t G2;          ///< size x in pixels
+        std::uint32_t G3;          ///< offset x
+        std::uint32_t G4;          ///< offset y
+        std::uint16_t H1;          ///< padding y
+        std::uint16_t H2;          ///< padding x
+        std::uint64_t BlockId;     ///< block id of the leader; all ones when there was none
+        std::uint64_t SizeUnknown; ///< non-zero when PayloadSize means nothing
     };
 
     [[nodiscard]] VxStatus Open();

@@ -14,8 +14,14 @@ public:
     /// The file name that the camera reports, null when it reports none. Owned by this object.
     const char* GetFilename() const { return m_HasName ? m_Name.c_str() : nullptr; }
 
-    void SetText(std::string text) { m_Text = std::move(text); m_HasText = true; }
-    void SetFilename(std::string name) { m_Name = std::move(name); m_HasName = true; }
+    void SetText(std::string text) {
+        m_Text = std::move(text);
+        m_HasText = true;
+    }
+    void SetFilename(std::string name) {
+        m_Name = std::move(name);
+        m_HasName = true;
+    }
     void Clear() { *this = CXmlFile(); }
 
 private:

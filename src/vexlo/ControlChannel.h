@@ -1,0 +1,123 @@
+#pragma once
+// The camera's control channel: one command, its acknowledge, and what it takes to get that acknowledge.
+
+#include "u3v/CameraFunction.h"
+#include "u3v/ControlPacket.h"
+#include "usb/Backend.h"
+#include "vexlo/Mutex.h"
+#include "vexlo/Status.h"
+
+#include <atomic>
+#include <chrono>
+#include <vector>
+
+namespace vexlo {
+
+/// How patient the control channel is.
+struct ControlTiming {
+    using Duration = std::chrono::milliseconds;
+    Duration floor{500};          ///< least time for an answer; a setting
+    Duration ceiling{5000};       ///< most of what a camera states as its response time is believed up to here
+    Duration margin{100};         ///< added to what the camera states
+    Duration pendingLimit{30000}; ///< whole time for one command, however often the camera asks for more
+    Duration busyPause{20};       ///< before a command that met a busy camera is sent again
+    Duration drain{3};            ///< for each look for left-over acknowledges
+    Duration connectLimit{2000};  ///< for a camera whose firmware still boots
+};
+
+/// Whether a command may be sent again after it may have been executed.
+enum class Repeat { Never, Safe };
+
+/// Sends commands and reads acknowledges, one at a time.
+///
+///   send --> receive --+--> acknowledge of ours: done
+///             ^  ^     +--> pending: more time ----------------+
+///             |  |     +--> foreign, stale, garbage: drop -----+--> receive again
+///             |  +---------------------------------------------+
+///             +--- nothing, stall, overflow: resynchronise, and send again what may be sent again
+///
+/// Thread-safe.
+class ControlChannel {
+public:
+    struct Counters {
+        std::atomic<std::uint64_t> readPipeResets{0};
+        std::atomic<std::uint64_t> writePipeResets{0};
+    };
+
+    /// The handle must outlive the channel; the control interface must be claimed.
+    ControlChannel(usb::Handle& handle, const u3v::Endpoint& out, const u3v::Endpoint& in, Counters& counters,
+                   const ControlTiming& timing);
+
+    /// Clears what a predecessor left and reads the first register until the camera answers or the limit is over.
+    [[nodiscard]] VxStatus Connect() TAVIX_EXCLUDES(m_Lock);
+
+    /// What the camera states: its response time, and the largest command and acknowledge, head included. Implausible
+    /// sizes are replaced by the packet size.
+    void SetResponseTime(std::uint32_t milliseconds) { m_ResponseTime = milliseconds; }
+    void SetLimits(std::uint32_t maxCommand, std::uint32_t maxAcknowledge) TAVIX_EXCLUDES(m_Lock);
+    void SetFloor(std::uint32_t milliseconds) { m_Floor = milliseconds; }
+
+    /// Most data bytes that one command can read (write); multiples of 4.
+    std::size_t MaxRead() const { return m_MaxRead; }
+    std::size_t MaxWrite() const { return m_MaxWrite; }
+
+    /// Time for an ordinary answer.
+    ControlTiming::Duration Timeout() const;
+
+    /// One command. `count` is at most MaxRead (MaxWrite). A failure that the camera states comes back as
+    /// VX_E_DEVICE_STATUS_BASE with its code.
+    [[nodiscard]] VxStatus Read(std::uint64_t address, std::uint8_t* data, std::size_t count) TAVIX_EXCLUDES(m_Lock);
+    [[nodiscard]] VxStatus Write(std::uint64_t address, u3v::ByteView data, Repeat repeat) TAVIX_EXCLUDES(m_Lock);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    /// A command on its way.
+    struct Exchange {
+        u3v::ByteView command;
+        std::uint16_t requestId = 0;
+        std::uint16_t expectedAck = 0;
+        std::size_t largestAck = 0;
+        std::uint8_t* data = nullptr; ///< where a read's bytes go
+        std::size_t count = 0;
+    };
+    /// How an exchange ended.
+    struct Outcome {
+        VxStatus status = VX_OK;
+        bool confused = false;  ///< the channel must be resynchronised before it is used again
+        bool delivered = false; ///< the camera may have executed the command
+    };
+
+    Outcome ReadOnce(std::uint64_t address, std::uint8_t* data, std::size_t count) TAVIX_REQUIRES(m_Lock);
+    Outcome WriteOnce(std::uint64_t address, u3v::ByteView data) TAVIX_REQUIRES(m_Lock);
+    template<class Once>
+    VxStatus Persist(Once once, Repeat repeat) TAVIX_REQUIRES(m_Lock);
+    Outcome Run(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
+    Outcome Send(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
+    Outcome Receive(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
+    static Outcome Judge(const u3v::Acknowledge& acknowledge, const Exchange& exchange);
+    VxStatus Resynchronise(bool forceHalt) TAVIX_REQUIRES(m_Lock);
+    VxStatus ClearHalts(bool forceHalt) TAVIX_REQUIRES(m_Lock);
+    void Drain() TAVIX_REQUIRES(m_Lock);
+    std::uint16_t TakeRequestId() TAVIX_REQUIRES(m_Lock);
+    VxStatus ReadVersion() TAVIX_REQUIRES(m_Lock);
+
+    // constant after construction
+    usb::Handle& m_Handle;
+    const u3v::Endpoint m_Out;
+    const u3v::Endpoint m_In;
+    Counters& m_Counters;
+    const ControlTiming m_Timing;
+
+    std::atomic<std::uint32_t> m_ResponseTime{0};
+    std::atomic<std::uint32_t> m_Floor;
+    std::atomic<std::size_t> m_MaxRead;
+    std::atomic<std::size_t> m_MaxWrite;
+
+    Mutex m_Lock;
+    std::vector<std::uint8_t> m_Command TAVIX_GUARDED_BY(m_Lock);
+    std::vector<std::uint8_t> m_Acknowledge TAVIX_GUARDED_BY(m_Lock);
+    std::uint16_t m_NextId TAVIX_GUARDED_BY(m_Lock) = 0;
+};
+
+} // namespace vexlo

@@ -1,0 +1,35 @@
+#pragma once
+// Cameras on the buses.
+
+#include "u3v/CameraFunction.h"
+#include "vexlo/BackendSet.h"
+#include "vexlo/DeviceDiscoveryInfo.h"
+
+#include <string>
+#include <vector>
+
+namespace vexlo {
+
+/// A camera on a bus, known from its descriptors alone.
+struct FoundCamera {
+    std::shared_ptr<usb::Backend> backend;
+    std::string id; ///< for usb::Backend::Open
+    usb::Speed speed = usb::Speed::Unknown;
+    u3v::DeviceIdentity identity;
+    u3v::CameraFunction function;
+    std::string path; ///< "<bus>:<id>#<control interface>"; names the camera as long as it stays in its port
+};
+
+/// All cameras, in the order of the buses and of the devices on them. A bus that cannot be listed counts as empty, and
+/// its status comes back when no bus could be listed. Thread-safe.
+VxStatus FindCameras(const BackendList& backends, std::vector<FoundCamera>& cameras);
+
+/// Fills a record; opens the camera for a moment to read its texts. Those that cannot be read stay empty, so the record
+/// is good for a camera that is busy or not permitted. Thread-safe.
+void Describe(const FoundCamera& camera, std::size_t index, DeviceDiscoveryInfo& info);
+
+/// The camera that a record names: by device path, else by GUID, else by vendor, product and serial number.
+/// VX_E_NOT_FOUND when there is none. A camera at the path whose GUID is known to be another is not the one.
+VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& wanted, FoundCamera& camera);
+
+} // namespace vexlo

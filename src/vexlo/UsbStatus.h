@@ -1,0 +1,14 @@
+#pragma once
+// Status codes for what happens on the bus and in the camera.
+
+#include "usb/Backend.h"
+#include "vexlo/Status.h"
+
+namespace vexlo {
+
+VxStatus ToStatus(usb::Result result);
+VxStatus ToStatus(usb::TransferStatus status);
+/// VX_OK for success and warnings.
+VxStatus FromDeviceStatus(std::uint16_t code);
+
+} // namespace vexlo
