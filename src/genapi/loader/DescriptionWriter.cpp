@@ -1,8 +1,7 @@
 #include "genapi/loader/DescriptionWriter.h"
 
 #include "genapi/loader/Loader.h"
-
-#include <unordered_set>
+#include "genapi/loader/RecordBuilder.h"
 
 namespace genapi {
 
@@ -97,6 +96,7 @@ bool DescriptionWriter::WriteEntry(const NodeRecord& enumeration, const Property
     const std::string_view shortName = EntryShortName(enumeration.name, link.value);
     const auto found = m_Entries.find(link.value);
     if (shortName.empty() || found == m_Entries.end()) return false;
+    if (enumeration.name.size() + shortName.size() > kMaxGeneratedName) return false;
     const NodeRecord& entry = *found->second;
     StartNode("EnumEntry", shortName, entry.NameSpace());
     for (const PropertyRecord& property : entry.properties) {

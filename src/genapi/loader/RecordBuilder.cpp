@@ -12,8 +12,6 @@ namespace genapi {
 
 namespace {
 
-// Generated names carry their owner's; without a limit a long one would be repeated for each entry.
-constexpr std::size_t kMaxGeneratedName = 256;
 // What entries inherit from their StructRegs, all together. Real files stay below 10,000.
 constexpr std::size_t kMaxInherited = 2'000'000;
 

@@ -11,6 +11,9 @@
 
 namespace genapi {
 
+// Generated names carry their owner's; without a limit a long one would be repeated for each entry.
+inline constexpr std::size_t kMaxGeneratedName = 256;
+
 // Turns a list into the records of a description. Bound to a thread.
 class RecordBuilder {
 public:
