@@ -19,7 +19,7 @@ void Linker::Bind(Node& node) {
         if (HasProperty(node.Type(), record.id)) BindProperty(node, record);
     }
     const std::string_view missing = node.Missing();
-    if (!missing.empty()) Fail(node, Fault::Property, "the node has no " + std::string(missing));
+    if (!missing.empty() && !node.IsDefective()) Fail(node, Fault::Property, "the node has no " + std::string(missing));
 }
 
 void Linker::BindProperty(Node& node, const PropertyRecord& record) {
