@@ -36,7 +36,8 @@ public:
         Property_LastFailedBufferStatus = 0x900,        ///< 4 bytes, read
         Property_TransferLoopThreadPriority = 0xA00,    ///< 4 bytes, read/write, signed: 0 ordinary, 1..99 real-time
         Property_TransferLoopThreadPriorityMax = 0xA08, ///< 4 bytes, read, signed
-        Property_TransferLoopThreadPriorityMin = 0xA10  ///< 4 bytes, read, signed
+        Property_TransferLoopThreadPriorityMin = 0xA10, ///< 4 bytes, read, signed
+        Property_CopiedByteCount = 0xB00                ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
     };
 
     /// A completed buffer.
@@ -55,7 +56,7 @@ public:
         std::uint32_t G4;          ///< offset y
         std::uint16_t H1;          ///< padding y
         std::uint16_t H2;          ///< padding x
-        std::uint64_t BlockId;     ///< block id of the leader; all ones when there was none
+        std::uint64_t BlockId;     ///< of the leader, else of the trailer; all ones when there was neither
         std::uint64_t SizeUnknown; ///< non-zero when PayloadSize means nothing
     };
 

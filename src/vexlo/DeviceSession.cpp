@@ -57,6 +57,10 @@ DeviceSession::~DeviceSession() {
     if (m_Token != 0) m_Notifier->Unwatch(m_Token);
 }
 
+VxStatus DeviceSession::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
+    return Note(ToStatus(m_Camera.backend->Open(m_Camera.id, handle)));
+}
+
 VxStatus DeviceSession::Note(VxStatus status) {
     if (status == VX_E_USB_NO_DEVICE && m_Token != 0) m_Notifier->TransferReportsRemoval(m_Token);
     return status;

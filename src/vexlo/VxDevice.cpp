@@ -7,8 +7,8 @@
 #include "vexlo/PropertyValue.h"
 #include "vexlo/VxDeviceImpl.h"
 #include "vexlo/VxEventStreamImpl.h"
-#include "vexlo/VxStreamImpl.h"
 #include "vexlo/XmlFile.h"
+#include "vexlo/stream/StreamImpl.h"
 
 #include <new>
 

@@ -1,56 +1,75 @@
-// The image stream of a camera.
 #include "vexlo/VxStream.h"
 
-#include "vexlo/VxStreamImpl.h"
+#include "vexlo/stream/StreamImpl.h"
 
 namespace vexlo {
 
 CVxStream::CVxStream(std::unique_ptr<Impl> impl) : m_Impl(std::move(impl)) {}
-CVxStream::~CVxStream() = default;
+
+CVxStream::~CVxStream() {
+    (void)m_Impl->Close();
+}
+
 VxStatus CVxStream::Open() {
-    return VX_E_NOT_SUPPORTED;
+    return m_Impl->Open();
 }
+
 VxStatus CVxStream::Close() {
-    return VX_E_NOT_OPEN;
+    return m_Impl->Close();
 }
+
 bool CVxStream::IsOpen() const {
-    return false;
+    return m_Impl->state != Impl::State::Closed;
 }
-VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t*) {
-    return VX_E_NOT_SUPPORTED;
+
+VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
+    m_Impl->pool.SetWaitObject(Tavix::ShareWaitObject(waitObject));
+    return VX_OK;
 }
-VxStatus CVxStream::PrepareGrab(unsigned long, unsigned long) {
-    return VX_E_NOT_OPEN;
+
+VxStatus CVxStream::PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize) {
+    return m_Impl->Prepare(maxBuffers, maxBufferSize);
 }
+
 bool CVxStream::IsPrepared() const {
-    return false;
+    const Impl::State state = m_Impl->state;
+    return state == Impl::State::Prepared || state == Impl::State::Streaming;
 }
+
 VxStatus CVxStream::StartStreaming() {
-    return VX_E_NOT_OPEN;
+    return m_Impl->Start();
 }
+
 VxStatus CVxStream::FinishGrab() {
-    return VX_E_NOT_OPEN;
+    return m_Impl->Finish();
 }
+
 VxStatus CVxStream::CancelGrab() {
-    return VX_E_NOT_OPEN;
+    return m_Impl->Cancel();
 }
-VxStatus CVxStream::RegisterBuffer(void*, unsigned long, BufferHandle_s**) {
-    return VX_E_NOT_OPEN;
+
+VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long size, BufferHandle_s** ppHandle) {
+    return IsPrepared() ? m_Impl->pool.Register(buffer, size, ppHandle) : VX_E_INVALID_STATE;
 }
-VxStatus CVxStream::DeregisterBuffer(BufferHandle_s*, void**) {
-    return VX_E_NOT_OPEN;
+
+VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {
+    return m_Impl->pool.Deregister(handle, ppBuffer);
 }
-VxStatus CVxStream::QueueBuffer(BufferHandle_s*, const void*) {
-    return VX_E_NOT_OPEN;
+
+VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
+    return m_Impl->pool.Queue(handle, context);
 }
-VxStatus CVxStream::RetrieveBuffer(GrabResult*, unsigned long*) {
-    return VX_E_NO_DATA;
+
+VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
+    return m_Impl->pool.Retrieve(result, pCount);
 }
-VxStatus CVxStream::GetProperty(EPropertyValue, void*, unsigned long) {
-    return VX_E_INVALID_PROPERTY;
+
+VxStatus CVxStream::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
+    return m_Impl->GetProperty(id, buffer, size);
 }
-VxStatus CVxStream::SetProperty(EPropertyValue, const void*, unsigned long) {
-    return VX_E_INVALID_PROPERTY;
+
+VxStatus CVxStream::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
+    return m_Impl->SetProperty(id, buffer, size);
 }
 
 } // namespace vexlo

@@ -13,17 +13,16 @@ namespace vexlo {
 /// Where the stream lies on the bus and in the register space.
 struct StreamChannel {
     std::uint8_t interfaceNumber = 0;
-    std::uint8_t endpoint = 0;             ///< address of the bulk IN endpoint
-    std::uint32_t maxPacketSize = 1024;    ///< bytes
-    std::uint64_t registerBase = 0;        ///< address of the stream's register block (SIRM)
+    std::uint8_t endpoint = 0;          ///< address of the bulk IN endpoint
+    std::uint32_t maxPacketSize = 1024; ///< bytes
+    std::uint64_t registerBase = 0;     ///< address of the stream's register block (SIRM)
 };
 
-/// Implemented by the device, which outlives the stream. Thread-safe. No operation calls back into the stream, except
-/// that ReportLost may do so later from a thread of its own.
+/// Thread-safe. No operation calls back into the stream.
 class StreamHost {
 public:
     /// Another handle of the opened device for the stream alone, so that its completions run on a thread of its own.
-    /// VX_E_NOT_OPEN while the device is closed. The stream gives it up before DetachStream returns.
+    /// VX_E_NOT_OPEN while the device is closed.
     [[nodiscard]] virtual VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) = 0;
     /// VX_E_NOT_SUPPORTED when the camera has no image stream.
     [[nodiscard]] virtual VxStatus GetStreamChannel(StreamChannel& channel) = 0;
@@ -32,11 +31,10 @@ public:
     [[nodiscard]] virtual VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) = 0;
     /// Bytes that all queued transfers of the system may use together; 0 when unknown or unlimited.
     virtual std::size_t TransferMemoryLimit() = 0;
-    /// A transfer found the camera gone. Called once per opening, on the stream's thread; must not wait for it.
+    /// A transfer found the camera gone. Called at most once per start, on the stream's thread; must not wait for it.
     virtual void ReportLost() = 0;
 
-protected:
-    ~StreamHost() = default;
+    virtual ~StreamHost() = default;
 };
 
 } // namespace vexlo

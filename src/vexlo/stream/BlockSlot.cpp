@@ -1,0 +1,78 @@
+#include "BlockSlot.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vexlo {
+
+using Role = PlannedTransfer::Role;
+
+BlockSlot::BlockSlot(const u3v::TransferPlan& plan, std::uint8_t endpoint, std::uint8_t* dump)
+    : m_LeaderBytes(plan.leaderSize), m_TrailerBytes(plan.trailerSize), m_Dump(dump) {
+    m_Transfers.reserve(plan.PayloadTransfers() + 2);
+    AddTransfer(Role::Leader, 0, plan.leaderSize, endpoint);
+    std::uint64_t offset = 0;
+    const auto addPayload = [&](std::uint32_t size) {
+        if (size == 0) return;
+        AddTransfer(Role::Payload, offset, size, endpoint);
+        offset += size;
+    };
+    for (std::uint32_t i = 0; i < plan.payloadCount; ++i)
+        addPayload(plan.payloadSize);
+    addPayload(plan.final1Size);
+    addPayload(plan.final2Size);
+    AddTransfer(Role::Trailer, 0, plan.trailerSize, endpoint);
+    for (PlannedTransfer& transfer : m_Transfers)
+        transfer.slot = this;
+}
+
+void BlockSlot::AddTransfer(Role role, std::uint64_t offset, std::size_t length, std::uint8_t endpoint) {
+    PlannedTransfer transfer;
+    transfer.role = role;
+    transfer.offset = offset;
+    transfer.usb.endpoint = endpoint;
+    transfer.usb.length = length;
+    m_Transfers.push_back(transfer);
+}
+
+std::uint8_t* BlockSlot::Place(const PlannedTransfer& transfer) {
+    if (transfer.role == Role::Leader) return m_LeaderBytes.data();
+    if (transfer.role == Role::Trailer) return m_TrailerBytes.data();
+    if (transfer.offset + transfer.usb.length <= m_Buffer->size) return m_Buffer->data + transfer.offset;
+    if (transfer.offset >= m_Buffer->size) return m_Dump;
+    if (m_Bounce.size() < transfer.usb.length) m_Bounce.resize(transfer.usb.length);
+    return m_Bounce.data();
+}
+
+void BlockSlot::Bind(BufferHandle_s* buffer) {
+    m_Buffer = buffer;
+    m_Leader.reset();
+    m_Received = 0;
+    m_Ended = false;
+    for (PlannedTransfer& transfer : m_Transfers) {
+        transfer.usb.buffer = Place(transfer);
+        transfer.usb.actualLength = 0;
+        transfer.done = false;
+    }
+}
+
+std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {
+    if (m_Ended) return 0;
+    m_Received = transfer.offset + transfer.usb.actualLength;
+    m_Ended = transfer.usb.actualLength < transfer.usb.length;
+    if (transfer.usb.buffer != m_Bounce.data()) return 0;
+    const std::uint64_t room = m_Buffer->size - transfer.offset;
+    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(room, transfer.usb.actualLength));
+    std::memcpy(m_Buffer->data + transfer.offset, m_Bounce.data(), count);
+    return count;
+}
+
+BlockEvidence BlockSlot::Evidence() const {
+    BlockEvidence evidence;
+    evidence.leader = m_Leader;
+    evidence.received = m_Received;
+    evidence.bufferSize = m_Buffer->size;
+    return evidence;
+}
+
+} // namespace vexlo

@@ -1,0 +1,164 @@
+#include "BufferPool.h"
+
+namespace vexlo {
+
+using Guard = std::lock_guard<std::mutex>;
+using State = BufferHandle_s::State;
+
+CVxStream::GrabResult EmptyResult(VxStatus status) {
+    CVxStream::GrabResult result{};
+    result.Status = status;
+    result.BlockId = ~std::uint64_t(0);
+    return result;
+}
+
+void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+    Guard guard(m_Mutex);
+    m_WaitObject = std::move(waitObject);
+    if (m_WaitObject && !m_Completed.empty()) Tavix::SignalWaitObject(*m_WaitObject);
+}
+
+void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
+    Guard guard(m_Mutex);
+    m_MaxBuffers = maxBuffers;
+    m_MaxBufferSize = maxBufferSize;
+    m_Refusal = VX_OK;
+}
+
+void BufferPool::Start(Waker waker) {
+    Guard guard(m_Mutex);
+    m_Waker = std::move(waker);
+    m_Wanted = false;
+}
+
+void BufferPool::Stop(VxStatus status) {
+    Guard guard(m_Mutex);
+    m_Waker = nullptr;
+    CompleteQueuedLocked(status);
+}
+
+void BufferPool::Refuse(VxStatus status) {
+    Guard guard(m_Mutex);
+    m_Refusal = status;
+    CompleteQueuedLocked(status);
+}
+
+void BufferPool::Clear() {
+    Guard guard(m_Mutex);
+    m_Queued.clear();
+    m_Completed.clear();
+    m_Buffers.clear();
+    if (m_WaitObject) Tavix::ResetWaitObject(*m_WaitObject);
+}
+
+BufferHandle_s* BufferPool::Find(BufferHandle_s* handle) const {
+    const auto found = m_Buffers.find(handle);
+    return found == m_Buffers.end() ? nullptr : found->second.get();
+}
+
+VxStatus BufferPool::Register(void* data, std::size_t size, BufferHandle_s** handle) {
+    if (!data || !handle || size == 0) return VX_E_INVALID_PARAMETER;
+    Guard guard(m_Mutex);
+    if (m_Buffers.size() >= m_MaxBuffers) return VX_E_TOO_MANY_BUFFERS;
+    if (size > m_MaxBufferSize) return VX_E_INVALID_SIZE;
+    auto buffer = std::make_unique<BufferHandle_s>();
+    buffer->data = static_cast<std::uint8_t*>(data);
+    buffer->size = size;
+    *handle = buffer.get();
+    m_Buffers[buffer.get()] = std::move(buffer);
+    return VX_OK;
+}
+
+VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
+    Guard guard(m_Mutex);
+    BufferHandle_s* buffer = Find(handle);
+    if (!buffer) return VX_E_INVALID_HANDLE;
+    if (buffer->state == State::Queued || buffer->state == State::Bound) return VX_E_BUFFER_QUEUED;
+    // A result that nobody took goes with its buffer: its handle would mean nothing any more.
+    for (auto it = m_Completed.begin(); it != m_Completed.end();)
+        it = it->Handle == buffer ? m_Completed.erase(it) : it + 1;
+    if (m_Completed.empty() && m_WaitObject) Tavix::ResetWaitObject(*m_WaitObject);
+    if (data) *data = buffer->data;
+    m_Buffers.erase(handle);
+    return VX_OK;
+}
+
+VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
+    Guard guard(m_Mutex);
+    if (m_Refusal != VX_OK) return m_Refusal;
+    if (!m_Waker) return VX_E_INVALID_STATE;
+    BufferHandle_s* buffer = Find(handle);
+    if (!buffer) return VX_E_INVALID_HANDLE;
+    if (buffer->state != State::Idle) return VX_E_BUFFER_QUEUED;
+    buffer->context = context;
+    buffer->state = State::Queued;
+    m_Queued.push_back(buffer);
+    if (m_Wanted) {
+        m_Wanted = false;
+        m_Waker();
+    }
+    return VX_OK;
+}
+
+VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
+    if (!result) return VX_E_INVALID_PARAMETER;
+    Guard guard(m_Mutex);
+    if (m_Completed.empty()) {
+        if (left) *left = 0;
+        return VX_E_NO_DATA;
+    }
+    *result = m_Completed.front();
+    m_Completed.pop_front();
+    result->Handle->state = State::Idle;
+    if (left) *left = m_Completed.size();
+    // The caller may have consumed the signal for all that wait.
+    if (m_WaitObject)
+        m_Completed.empty() ? Tavix::ResetWaitObject(*m_WaitObject) : Tavix::SignalWaitObject(*m_WaitObject);
+    return VX_OK;
+}
+
+BufferHandle_s* BufferPool::Take() {
+    Guard guard(m_Mutex);
+    if (m_Queued.empty() || !m_Waker) {
+        m_Wanted = true;
+        return nullptr;
+    }
+    BufferHandle_s* buffer = m_Queued.front();
+    m_Queued.pop_front();
+    buffer->state = State::Bound;
+    return buffer;
+}
+
+void BufferPool::PutBack(const std::deque<BufferHandle_s*>& buffers) {
+    Guard guard(m_Mutex);
+    for (BufferHandle_s* buffer : buffers)
+        buffer->state = State::Queued;
+    m_Queued.insert(m_Queued.begin(), buffers.begin(), buffers.end());
+}
+
+void BufferPool::Complete(BufferHandle_s* buffer, CVxStream::GrabResult result) {
+    Guard guard(m_Mutex);
+    CompleteLocked(buffer, result);
+}
+
+void BufferPool::CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult result) {
+    result.Handle = buffer;
+    result.Buffer = buffer->data;
+    result.Context = buffer->context;
+    buffer->state = State::Completed;
+    m_Completed.push_back(result);
+    if (m_WaitObject) Tavix::SignalWaitObject(*m_WaitObject);
+}
+
+void BufferPool::CompleteQueued(VxStatus status) {
+    Guard guard(m_Mutex);
+    CompleteQueuedLocked(status);
+}
+
+void BufferPool::CompleteQueuedLocked(VxStatus status) {
+    for (BufferHandle_s* buffer : m_Queued)
+        CompleteLocked(buffer, EmptyResult(status));
+    m_Queued.clear();
+}
+
+} // namespace vexlo

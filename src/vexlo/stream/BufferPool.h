@@ -1,0 +1,81 @@
+#pragma once
+// The buffers that an application gave to a stream, and their way through it.
+
+#include "core/WaitObject.h"
+#include "vexlo/VxStream.h"
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace vexlo {
+
+/// A registered buffer.
+struct BufferHandle_s {
+    enum class State { Idle, Queued, Bound, Completed };
+
+    std::uint8_t* data = nullptr; // borrowed from the application
+    std::size_t size = 0;
+    const void* context = nullptr; // guarded by the pool
+    State state = State::Idle;     // guarded by the pool
+};
+
+///   Register -> idle --Queue--> queued --Take--> bound --Complete--> completed --Retrieve--> idle
+///                                  ^----PutBack----'
+///
+/// Every buffer that was queued is retrieved exactly once. The wait object is signalled while completed buffers wait.
+/// Its lock is innermost: nothing is called under it but the wait object and the waker, which must not block.
+/// Thread-safe.
+class BufferPool {
+public:
+    using Waker = std::function<void()>;
+
+    void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
+    /// Forgets how many buffers may come; registered ones stay.
+    void Prepare(std::size_t maxBuffers, std::size_t maxBufferSize);
+    /// From here on queued buffers are wanted; `waker` is called when one comes after Take found none.
+    void Start(Waker waker);
+    /// No buffer is taken any more; queued ones complete with `status`.
+    void Stop(VxStatus status);
+    /// Buffers that are queued from now on are refused with `status`.
+    void Refuse(VxStatus status);
+    /// Forgets all buffers and results. Only while stopped.
+    void Clear();
+
+    VxStatus Register(void* data, std::size_t size, BufferHandle_s** handle);
+    VxStatus Deregister(BufferHandle_s* handle, void** data);
+    VxStatus Queue(BufferHandle_s* handle, const void* context);
+    VxStatus Retrieve(CVxStream::GrabResult* result, unsigned long* left);
+
+    /// The oldest queued buffer, now bound; null when there is none, then the waker is called for the next.
+    BufferHandle_s* Take();
+    /// Gives bound buffers back to the head of the queue, keeping their order.
+    void PutBack(const std::deque<BufferHandle_s*>& buffers);
+    /// Makes a bound buffer retrievable. Handle, buffer and context of the result are filled in here.
+    void Complete(BufferHandle_s* buffer, CVxStream::GrabResult result);
+    /// Completes all queued buffers with `status`, in order.
+    void CompleteQueued(VxStatus status);
+
+private:
+    void CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult result);
+    void CompleteQueuedLocked(VxStatus status);
+    BufferHandle_s* Find(BufferHandle_s* handle) const;
+
+    mutable std::mutex m_Mutex;
+    std::map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers; // guarded by m_Mutex
+    std::deque<BufferHandle_s*> m_Queued;                                 // guarded by m_Mutex
+    std::deque<CVxStream::GrabResult> m_Completed;                        // guarded by m_Mutex
+    std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;              // guarded by m_Mutex
+    Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
+    bool m_Wanted = false;                                                // guarded by m_Mutex
+    VxStatus m_Refusal = VX_OK;                                           // guarded by m_Mutex
+    std::size_t m_MaxBuffers = 0;                                         // guarded by m_Mutex
+    std::size_t m_MaxBufferSize = 0;                                      // guarded by m_Mutex
+};
+
+/// A result without any block: all numbers unknown.
+CVxStream::GrabResult EmptyResult(VxStatus status);
+
+} // namespace vexlo

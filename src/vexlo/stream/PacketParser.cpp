@@ -1,0 +1,56 @@
+#include "PacketParser.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vexlo {
+
+void PacketParser::Feed(const std::uint8_t* data, std::size_t size, bool endsShort) {
+    if (size == 0) return;
+    const bool hasLastPacket = endsShort && size % m_MaxPacketSize != 0;
+    const std::size_t last = hasLastPacket ? size - size % m_MaxPacketSize : size;
+    if (last > 0) {
+        if (m_Place == Place::BetweenBlocks) m_Place = Place::Lost;
+        if (m_Place == Place::InBlock) Append({data, last});
+    }
+    if (hasLastPacket) FeedLastPacket({data + last, size - last});
+}
+
+void PacketParser::FeedLastPacket(u3v::ByteView packet) {
+    if (const auto leader = u3v::DecodeLeader(packet)) return Begin(*leader);
+    const bool inBlock = m_Place == Place::InBlock;
+    const auto trailer = u3v::DecodeTrailer(packet, inBlock ? m_Current.leader.payloadType : std::uint16_t(0));
+    const bool fits = trailer && (!inBlock || trailer->blockId == m_Current.leader.blockId);
+    if (fits && inBlock) return End(trailer);
+    if (fits) {
+        m_Place = Place::BetweenBlocks;
+    } else if (inBlock) {
+        Append(packet);
+    } else {
+        m_Place = Place::Lost;
+    }
+}
+
+void PacketParser::Begin(const u3v::Leader& leader) {
+    if (m_Place == Place::InBlock) End(std::nullopt);
+    m_Current = Block{leader, std::nullopt, {}};
+    m_Place = Place::InBlock;
+}
+
+void PacketParser::End(std::optional<u3v::Trailer> trailer) {
+    m_Current.trailer = trailer;
+    m_Blocks.push_back(std::move(m_Current));
+    m_Place = Place::BetweenBlocks;
+}
+
+void PacketParser::Append(u3v::ByteView bytes) {
+    const std::uint64_t room = m_MaxPayload - std::min<std::uint64_t>(m_MaxPayload, m_Current.payload.size());
+    const u3v::ByteView kept = bytes.First(static_cast<std::size_t>(room));
+    m_Current.payload.insert(m_Current.payload.end(), kept.data, kept.data + kept.size);
+}
+
+std::vector<PacketParser::Block> PacketParser::TakeBlocks() {
+    return std::exchange(m_Blocks, {});
+}
+
+} // namespace vexlo

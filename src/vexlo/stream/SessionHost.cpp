@@ -1,0 +1,49 @@
+#include "SessionHost.h"
+
+namespace vexlo {
+
+VxStatus SessionHost::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
+    const auto session = m_Sessions.Get();
+    return session ? session->OpenHandle(handle) : VX_E_NOT_OPEN;
+}
+
+VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
+    const auto session = m_Sessions.Get();
+    if (!session) return VX_E_NOT_OPEN;
+    // Descriptors and registers may disagree; the stream needs both.
+    const bool inRegisters = session->Registers().streamCount > 0 && session->Registers().streamAddress != 0;
+    if (session->Function().streams.empty() || !inRegisters) return VX_E_NOT_SUPPORTED;
+    const u3v::DataInterface& stream = session->Function().streams.front();
+    channel.interfaceNumber = stream.number;
+    channel.endpoint = stream.in.address;
+    channel.maxPacketSize = stream.in.packetSize != 0 ? stream.in.packetSize : 1024;
+    channel.registerBase = session->Registers().streamAddress;
+    return VX_OK;
+}
+
+VxStatus SessionHost::ReadRegister(std::uint64_t address, void* data, std::size_t size) {
+    const auto session = m_Sessions.Get();
+    if (!session) return VX_E_NOT_OPEN;
+    std::size_t done = 0;
+    return session->Note(session->Memory().Read(address, static_cast<std::uint8_t*>(data), size, done));
+}
+
+VxStatus SessionHost::WriteRegister(std::uint64_t address, const void* data, std::size_t size) {
+    const auto session = m_Sessions.Get();
+    if (!session) return VX_E_NOT_OPEN;
+    std::size_t done = 0;
+    // Stream registers hold plain values: writing one twice changes nothing.
+    const u3v::ByteView bytes(static_cast<const std::uint8_t*>(data), size);
+    return session->Note(session->Memory().Write(address, bytes, Repeat::Safe, done));
+}
+
+std::size_t SessionHost::TransferMemoryLimit() {
+    const auto session = m_Sessions.Get();
+    return session ? session->Bus().TransferMemoryLimit() : 0;
+}
+
+void SessionHost::ReportLost() {
+    if (const auto session = m_Sessions.Get()) (void)session->Note(VX_E_USB_NO_DEVICE);
+}
+
+} // namespace vexlo

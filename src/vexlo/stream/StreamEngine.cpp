@@ -1,0 +1,245 @@
+#include "StreamEngine.h"
+
+#include "vexlo/Logging.h"
+
+#include <algorithm>
+#include <type_traits>
+
+#include <pthread.h>
+#include <sched.h>
+
+namespace vexlo {
+namespace {
+
+using Lock = std::unique_lock<std::mutex>;
+
+constexpr std::size_t kFewestBytesInFlight = 8u << 20;
+constexpr std::size_t kMostSlots = 64;
+constexpr unsigned int kWaitMs = 1000;
+constexpr unsigned int kMemoryRetryMs = 5;
+
+std::size_t BlockBytes(const u3v::TransferPlan& plan) {
+    return static_cast<std::size_t>(plan.Capacity()) + plan.leaderSize + plan.trailerSize;
+}
+
+/// Two blocks or 8 MiB, whichever is more, but no more than three quarters of what the system gives.
+std::size_t ByteBudget(const EngineSettings& settings) {
+    const std::size_t wanted = std::max(2 * BlockBytes(settings.plan), kFewestBytesInFlight);
+    return settings.memoryLimit == 0 ? wanted : std::min(wanted, settings.memoryLimit / 4 * 3);
+}
+
+/// Enough blocks to fill the budget, one more that completes meanwhile, and no more than there are buffers.
+std::size_t SlotCount(const EngineSettings& settings) {
+    const std::size_t byBytes = ByteBudget(settings) / BlockBytes(settings.plan) + 2;
+    const std::size_t byTransfers = settings.maxQueuedTransfers / (settings.plan.PayloadTransfers() + 2) + 2;
+    const std::size_t wanted = std::min({byBytes, byTransfers, kMostSlots});
+    return std::max<std::size_t>(1, std::min(wanted, settings.maxBuffers));
+}
+
+std::size_t DumpSize(const u3v::TransferPlan& plan) {
+    return std::max({plan.payloadSize, plan.final1Size, plan.final2Size});
+}
+
+} // namespace
+
+StreamEngine::StreamEngine(const Parts& parts, const EngineSettings& settings)
+    : m_Host(parts.host), m_Pool(parts.pool), m_Statistics(parts.statistics), m_Settings(settings),
+      m_Handle(parts.handle), m_Registers(parts.host, parts.handle, settings.channel), m_Dump(DumpSize(settings.plan)),
+      m_MaxTransfers(std::max<std::size_t>(1, settings.maxQueuedTransfers)), m_MaxBytes(ByteBudget(settings)) {
+    for (std::size_t i = 0; i < SlotCount(settings); ++i) {
+        m_Slots.push_back(std::make_unique<BlockSlot>(settings.plan, settings.channel.endpoint, m_Dump.data()));
+        for (PlannedTransfer& transfer : m_Slots.back()->Transfers()) {
+            transfer.usb.completed = &StreamEngine::OnCompleted;
+            transfer.usb.context = this;
+        }
+    }
+    m_Scan.role = PlannedTransfer::Role::Scan;
+    m_Scan.usb.endpoint = settings.channel.endpoint;
+    m_Scan.usb.completed = &StreamEngine::OnCompleted;
+    m_Scan.usb.context = this;
+}
+
+StreamEngine::~StreamEngine() {
+    Stop();
+}
+
+void StreamEngine::Start() {
+    m_Pool.Start([this] { m_Handle.WakeEvents(); });
+    m_Thread = std::thread([this] { Run(); });
+}
+
+void StreamEngine::Cancel() {
+    Lock lock(m_Mutex);
+    if (m_Ended) return; // the handle may be gone
+    const unsigned int mine = ++m_CancelsAsked;
+    m_Handle.WakeEvents();
+    m_Served.wait(lock, [&] { return m_Ended || m_CancelsServed >= mine; });
+}
+
+void StreamEngine::Stop() {
+    if (!m_Thread.joinable()) return;
+    {
+        Lock lock(m_Mutex);
+        m_StopAsked = true;
+    }
+    m_Handle.WakeEvents();
+    m_Thread.join();
+    // Whoever still holds the engine after this must not touch the handle any more.
+    for (auto& slot : m_Slots) {
+        for (PlannedTransfer& transfer : slot->Transfers())
+            m_Handle.Forget(transfer.usb);
+    }
+    m_Handle.Forget(m_Scan.usb);
+}
+
+void StreamEngine::SetPriority() const {
+    if (m_Settings.threadPriority <= 0) return;
+    sched_param parameters{};
+    parameters.sched_priority = m_Settings.threadPriority;
+    if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) != 0) {
+        Log(128,
+            "The stream's thread stays at ordinary priority: real-time priority %d is not permitted (see ulimit -r)",
+            m_Settings.threadPriority);
+    }
+}
+
+void StreamEngine::Run() {
+    pthread_setname_np(pthread_self(), "vx-stream");
+    SetPriority();
+    while (!(m_Stopping && m_InFlight.empty() && m_Mode != Mode::Reaping))
+        Work();
+    m_Pool.Stop(VX_E_CANCELLED);
+    Lock lock(m_Mutex);
+    m_Ended = true;
+    m_Served.notify_all();
+}
+
+/// One round: serve requests, queue transfers, wait for some to complete, finish what they ended.
+void StreamEngine::Work() {
+    OnRequest();
+    if (m_Mode == Mode::Reaping && m_InFlight.empty()) {
+        FinishReaping();
+        return;
+    }
+    if (m_Stopping && m_InFlight.empty()) return;
+    SubmitMore();
+    if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
+    const bool retrySoon = m_MemoryShort && m_InFlight.empty();
+    m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : kWaitMs);
+}
+
+void StreamEngine::OnRequest() {
+    bool stop = false;
+    unsigned int cancels = 0;
+    {
+        Lock lock(m_Mutex);
+        stop = m_StopAsked;
+        cancels = m_CancelsAsked;
+    }
+    const bool cancel = cancels != m_CancelsTaken;
+    if ((!cancel && !(stop && !m_Stopping)) || (m_Mode == Mode::Reaping && m_Reason == Reason::Cancel)) return;
+    m_CancelsTaken = cancels;
+    m_Stopping = m_Stopping || stop;
+    if (m_Mode == Mode::Dead) return ServeCancels();
+    if (!(m_Mode == Mode::Reaping && m_Reason == Reason::Lost)) Leave(Reason::Cancel, VX_E_CANCELLED);
+}
+
+bool StreamEngine::HasRoom(std::size_t length) const {
+    if (m_InFlight.empty()) return true;
+    return m_InFlight.size() < m_MaxTransfers && m_BytesInFlight + length <= m_MaxBytes;
+}
+
+/// The next transfer of the plan, with a buffer bound to its block; null when there is none to queue now.
+PlannedTransfer* StreamEngine::NextTransfer() {
+    BlockSlot& slot = *m_Slots[m_NextSlot];
+    if (m_NextTransfer > 0) return &slot.Transfers()[m_NextTransfer];
+    if (!m_NextIsBound) {
+        if (slot.Buffer()) return nullptr; // all slots are in use
+        BufferHandle_s* buffer = m_Pool.Take();
+        if (!buffer) return nullptr;
+        slot.Bind(buffer);
+        m_Bound.push_back(&slot);
+        m_NextIsBound = true;
+    }
+    return &slot.Transfers()[0];
+}
+
+void StreamEngine::Advance() {
+    m_NextIsBound = false;
+    if (++m_NextTransfer < m_Slots[m_NextSlot]->Transfers().size()) return;
+    m_NextTransfer = 0;
+    m_NextSlot = (m_NextSlot + 1) % m_Slots.size();
+}
+
+void StreamEngine::SubmitMore() {
+    if (m_Stopping) return;
+    if (m_Mode == Mode::Scanning && m_InFlight.empty()) {
+        m_Scan.done = false;
+        m_Scan.usb.buffer = m_ScanBytes.data();
+        m_Scan.usb.length = m_ScanBytes.size();
+        Submit(m_Scan);
+        return;
+    }
+    while (m_Mode == Mode::Planned) {
+        if (!HasRoom(m_Slots[m_NextSlot]->Transfers()[m_NextTransfer].usb.length)) return;
+        PlannedTransfer* transfer = NextTransfer();
+        if (!transfer || !Submit(*transfer)) return;
+        Advance();
+    }
+}
+
+bool StreamEngine::Submit(PlannedTransfer& transfer) {
+    switch (m_Handle.Submit(transfer.usb)) {
+    case usb::Result::Ok:
+        m_MemoryShort = false;
+        m_InFlight.push_back(&transfer);
+        m_BytesInFlight += transfer.usb.length;
+        return true;
+    case usb::Result::NoMemory:
+        // The transfer keeps its place in the order; it is tried again when another one has made room.
+        if (!m_MemoryShortTold) {
+            Log(128,
+                "The system takes no more than %u transfers now; raise /sys/module/usbcore/parameters/usbfs_memory_mb",
+                static_cast<unsigned int>(m_InFlight.size()));
+        }
+        m_MemoryShort = m_MemoryShortTold = true;
+        m_BlocksSinceShort = 0;
+        m_MaxTransfers = std::max<std::size_t>(1, m_InFlight.size());
+        return false;
+    case usb::Result::NoDevice:
+        Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
+        return false;
+    case usb::Result::Pipe:
+        Leave(Reason::Restart, VX_E_USB_STALL);
+        return false;
+    default:
+        Leave(Reason::Restart, VX_E_USB_IO);
+        return false;
+    }
+}
+
+void StreamEngine::OnCompleted(usb::Transfer& transfer) {
+    auto& engine = *static_cast<StreamEngine*>(transfer.context);
+    static_assert(std::is_standard_layout_v<PlannedTransfer>,
+                  "a planned transfer begins with the one that the bus knows");
+    reinterpret_cast<PlannedTransfer&>(transfer).done = true;
+    engine.TakeFront();
+}
+
+/// Cancelled transfers may come back in any order; they are looked at in the order of queuing.
+void StreamEngine::TakeFront() {
+    while (!m_InFlight.empty() && m_InFlight.front()->done) {
+        PlannedTransfer& transfer = *m_InFlight.front();
+        m_InFlight.pop_front();
+        m_BytesInFlight -= transfer.usb.length;
+        if (m_Mode == Mode::Planned) {
+            JudgePlanned(transfer);
+        } else if (m_Mode == Mode::Scanning) {
+            JudgeScan(transfer);
+        } else {
+            FeedWith(transfer);
+        }
+    }
+}
+
+} // namespace vexlo

@@ -1,0 +1,152 @@
+#pragma once
+// Keeps a stream's transfers queued and turns what they bring into completed buffers.
+
+#include "u3v/TransferPlan.h"
+#include "vexlo/stream/BlockSlot.h"
+#include "vexlo/stream/BufferPool.h"
+#include "vexlo/stream/PacketParser.h"
+#include "vexlo/stream/StreamHost.h"
+#include "vexlo/stream/StreamRegisters.h"
+#include "vexlo/stream/StreamStatistics.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace vexlo {
+
+struct EngineSettings {
+    StreamChannel channel;
+    u3v::TransferPlan plan;
+    std::size_t maxBuffers = 0;
+    std::uint32_t maxQueuedTransfers = 0;
+    std::size_t memoryLimit = 0; ///< bytes that transfers of the whole system may use, 0: unknown
+    int threadPriority = 0;
+};
+
+///   planned --a role does not fit--> reaping --place known--> planned
+///                                       |                        ^
+///                                       '--place lost--> scanning'
+///
+/// planned   Transfers are queued in the order of the plan, over the borders of blocks, straight into buffers.
+/// reaping   Everything queued is cancelled and awaited; then what arrived is read as packets, so that whole blocks
+/// among
+///           it are delivered and the place in the stream is known as well as it can be.
+/// scanning  One transfer after the other is read as packets, until a block's end.
+///
+/// A camera that halted its endpoint, and a link that failed, need more: the stream is switched off and on between
+/// reaping and planned. A camera that is gone ends the stream; all buffers complete as failed.
+///
+/// One thread does all this; the public operations only ask it to. They are thread-safe.
+class StreamEngine {
+public:
+    struct Parts {
+        StreamHost& host;
+        usb::Handle& handle;
+        BufferPool& pool;
+        StreamStatistics& statistics;
+    };
+    /// The parts are borrowed and outlive the engine.
+    StreamEngine(const Parts& parts, const EngineSettings& settings);
+    ~StreamEngine();
+    StreamEngine(const StreamEngine&) = delete;
+    StreamEngine& operator=(const StreamEngine&) = delete;
+
+    /// Starts the thread. The camera's stream may be switched on afterwards.
+    void Start();
+    /// Completes all buffers as cancelled and returns when that is done. Streaming goes on.
+    void Cancel();
+    /// Cancels, ends the thread and returns when no transfer is in flight.
+    void Stop();
+    /// The stream was switched off and on at least once.
+    bool WasRestarted() const { return m_WasRestarted; }
+
+private:
+    enum class Mode { Planned, Reaping, Scanning, Dead };
+    enum class Reason { Resynchronize, Cancel, Restart, Lost };
+
+    void Run();
+    void Work();
+    void OnRequest();
+    void SetPriority() const;
+
+    // Queuing.
+    void SubmitMore();
+    PlannedTransfer* NextTransfer();
+    bool HasRoom(std::size_t length) const;
+    bool Submit(PlannedTransfer& transfer);
+    void Advance();
+
+    // Judging.
+    static void OnCompleted(usb::Transfer& transfer);
+    void TakeFront();
+    void JudgePlanned(PlannedTransfer& transfer);
+    void JudgeLeader(PlannedTransfer& transfer);
+    void JudgePayload(PlannedTransfer& transfer);
+    void JudgeTrailer(PlannedTransfer& transfer);
+    void JudgeScan(PlannedTransfer& transfer);
+    bool JudgeStatus(PlannedTransfer& transfer);
+    void FinishBlock(BlockSlot& slot, const BlockEvidence& evidence);
+
+    // Leaving the plan and coming back.
+    void Leave(Reason reason, VxStatus damage);
+    void FeedWith(const PlannedTransfer& transfer);
+    void FinishReaping();
+    void FindPlace();
+    void ServeCancels();
+    std::deque<BufferHandle_s*> Unbind();
+    void DeliverFound(std::deque<BufferHandle_s*>& buffers);
+    void Deliver(BufferHandle_s* buffer, const PacketParser::Block& block);
+    void CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status);
+    void Restart();
+    void Die(const std::deque<BufferHandle_s*>& buffers, VxStatus status);
+    void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
+
+    StreamHost& m_Host;             // borrowed
+    BufferPool& m_Pool;             // borrowed
+    StreamStatistics& m_Statistics; // borrowed
+    const EngineSettings m_Settings;
+    usb::Handle& m_Handle; // borrowed
+    StreamRegisters m_Registers;
+
+    std::mutex m_Mutex;
+    std::condition_variable m_Served;
+    bool m_StopAsked = false;         // guarded by m_Mutex
+    unsigned int m_CancelsAsked = 0;  // guarded by m_Mutex
+    unsigned int m_CancelsServed = 0; // guarded by m_Mutex
+    bool m_Ended = false;             // guarded by m_Mutex
+    std::atomic<bool> m_WasRestarted{false};
+
+    // Of the stream's thread from here on.
+    std::vector<std::uint8_t> m_Dump;
+    std::vector<std::unique_ptr<BlockSlot>> m_Slots;
+    std::size_t m_NextSlot = 0;              // where the next transfer to queue belongs
+    std::size_t m_NextTransfer = 0;          // which one it is
+    bool m_NextIsBound = false;              // its block has a buffer, but nothing of it is queued yet
+    std::deque<BlockSlot*> m_Bound;          // slots with buffers, oldest first
+    std::deque<PlannedTransfer*> m_InFlight; // in the order of queuing
+    std::size_t m_BytesInFlight = 0;
+    std::size_t m_MaxTransfers;
+    std::size_t m_MaxBytes;
+    Mode m_Mode = Mode::Planned;
+    Reason m_Reason = Reason::Resynchronize;
+    VxStatus m_Damage = VX_OK;              // why the oldest block failed, while reaping
+    std::unique_ptr<PacketParser> m_Parser; // while reaping and scanning
+    std::vector<const PlannedTransfer*> m_Reaped;
+    std::vector<std::uint8_t> m_ScanBytes;
+    PlannedTransfer m_Scan;
+    unsigned int m_RestartsInARow = 0;
+    unsigned int m_CancelsTaken = 0;
+    bool m_Stopping = false;
+    bool m_MemoryShort = false;
+    bool m_MemoryShortTold = false;
+    unsigned int m_BlocksSinceShort = 0;
+
+    std::thread m_Thread; // joined by Stop
+};
+
+} // namespace vexlo

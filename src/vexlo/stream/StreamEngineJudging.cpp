@@ -1,0 +1,110 @@
+// How completed transfers are judged by length and magic before they are believed.
+
+#include "StreamEngine.h"
+
+#include "vexlo/UsbStatus.h"
+
+namespace vexlo {
+namespace {
+
+bool IsFull(const PlannedTransfer& transfer) {
+    return transfer.usb.actualLength == transfer.usb.length;
+}
+
+/// A trailer that may belong to the block in this slot.
+bool HoldsTrailerOf(const BlockSlot& slot, const PlannedTransfer& transfer) {
+    if (!u3v::HasTrailerMagic(transfer.Bytes())) return false;
+    const auto trailer =
+        u3v::DecodeTrailer(transfer.Bytes(), slot.Leader() ? slot.Leader()->payloadType : std::uint16_t(0));
+    return trailer && (!slot.Leader() || slot.Leader()->blockId == trailer->blockId);
+}
+
+bool HoldsLeader(const PlannedTransfer& transfer) {
+    return u3v::HasLeaderMagic(transfer.Bytes()) && u3v::DecodeLeader(transfer.Bytes());
+}
+
+} // namespace
+
+/// False when the transfer failed; the plan has been left then.
+bool StreamEngine::JudgeStatus(PlannedTransfer& transfer) {
+    if (transfer.usb.status == usb::TransferStatus::Completed) return true;
+    const VxStatus status = ToStatus(transfer.usb.status);
+    // What came before the failure is part of the block that is delivered as failed.
+    if (transfer.role == PlannedTransfer::Role::Payload)
+        m_Statistics.copiedBytes += transfer.slot->TakePayload(transfer);
+    Leave(status == VX_E_USB_NO_DEVICE ? Reason::Lost : Reason::Restart, status);
+    return false;
+}
+
+void StreamEngine::JudgePlanned(PlannedTransfer& transfer) {
+    if (!JudgeStatus(transfer)) return;
+    switch (transfer.role) {
+    case PlannedTransfer::Role::Leader:
+        return JudgeLeader(transfer);
+    case PlannedTransfer::Role::Payload:
+        return JudgePayload(transfer);
+    default:
+        return JudgeTrailer(transfer);
+    }
+}
+
+void StreamEngine::JudgeLeader(PlannedTransfer& transfer) {
+    transfer.slot->TakeLeader(transfer);
+    if (transfer.slot->Leader()) return;
+    // A damaged leader still fills its place; the trailer's place will tell whether the rest is where it belongs. Only
+    // what no leader can be tells at once that the place is lost.
+    if (!IsFull(transfer) && !HoldsTrailerOf(*transfer.slot, transfer)) return;
+    Leave(Reason::Resynchronize, VX_E_BAD_LEADER);
+    FeedWith(transfer);
+}
+
+void StreamEngine::JudgePayload(PlannedTransfer& transfer) {
+    const bool outOfPlace = transfer.EndsShort() && (HoldsTrailerOf(*transfer.slot, transfer) || HoldsLeader(transfer));
+    if (!outOfPlace) {
+        m_Statistics.copiedBytes += transfer.slot->TakePayload(transfer);
+        return;
+    }
+    Leave(Reason::Resynchronize, transfer.slot->Leader() ? VX_E_INCOMPLETE : VX_E_BAD_LEADER);
+    FeedWith(transfer);
+}
+
+void StreamEngine::JudgeTrailer(PlannedTransfer& transfer) {
+    BlockSlot& slot = *transfer.slot;
+    BlockEvidence evidence = slot.Evidence();
+    evidence.trailer =
+        u3v::DecodeTrailer(transfer.Bytes(), evidence.leader ? evidence.leader->payloadType : std::uint16_t(0));
+    const bool inPlace = evidence.trailer || (!IsFull(transfer) && !HoldsLeader(transfer));
+    if (inPlace) return FinishBlock(slot, evidence);
+    Leave(Reason::Resynchronize, evidence.leader ? VX_E_BAD_TRAILER : VX_E_BAD_LEADER);
+    FeedWith(transfer);
+}
+
+void StreamEngine::FinishBlock(BlockSlot& slot, const BlockEvidence& evidence) {
+    BufferHandle_s* buffer = slot.Buffer();
+    slot.Unbind();
+    m_Bound.pop_front();
+    const CVxStream::GrabResult result = JudgeBlock(evidence);
+    if (result.Status == VX_OK) m_RestartsInARow = 0;
+    Complete(buffer, result);
+    // Memory that was short may be free again: try for one transfer more now and then.
+    constexpr unsigned int kBlocksBetweenTries = 100;
+    if (m_MaxTransfers < m_Settings.maxQueuedTransfers && ++m_BlocksSinceShort >= kBlocksBetweenTries) {
+        m_BlocksSinceShort = 0;
+        ++m_MaxTransfers;
+    }
+}
+
+void StreamEngine::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
+    m_Statistics.Count(result.Status, result.BlockId);
+    m_Pool.Complete(buffer, result);
+}
+
+void StreamEngine::JudgeScan(PlannedTransfer& transfer) {
+    if (!JudgeStatus(transfer)) return;
+    m_Parser->Feed(transfer.usb.buffer, transfer.usb.actualLength, transfer.EndsShort());
+    std::deque<BufferHandle_s*> noneBound;
+    DeliverFound(noneBound);
+    if (m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks) m_Mode = Mode::Planned;
+}
+
+} // namespace vexlo

@@ -1,0 +1,154 @@
+// How the plan is left, and how the stream finds back to it.
+
+#include "StreamEngine.h"
+
+#include "vexlo/Logging.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vexlo {
+namespace {
+
+constexpr unsigned int kMostRestartsInARow = 8;
+constexpr std::size_t kFewestScanPackets = 64;
+
+bool BeginsBlock(const PlannedTransfer& transfer) {
+    return transfer.role == PlannedTransfer::Role::Leader;
+}
+
+} // namespace
+
+void StreamEngine::Leave(Reason reason, VxStatus damage) {
+    const bool between =
+        m_Mode == Mode::Planned && (m_InFlight.empty() ? m_NextTransfer == 0 : BeginsBlock(*m_InFlight.front()));
+    // A place that the parser knows already stays known.
+    const auto known = m_Parser && m_Mode != Mode::Planned ? m_Parser->GetPlace() : PacketParser::Place::Lost;
+    const auto place = reason == Reason::Cancel && between ? PacketParser::Place::BetweenBlocks : known;
+    if (m_Mode == Mode::Planned || reason == Reason::Cancel) {
+        m_Parser =
+            std::make_unique<PacketParser>(m_Settings.channel.maxPacketSize, m_Settings.plan.Capacity(),
+                                           place == PacketParser::Place::InBlock ? PacketParser::Place::Lost : place);
+    }
+    m_Mode = Mode::Reaping;
+    m_Reason = reason;
+    m_Damage = damage;
+    // From the last to the first, so that no transfer receives what was meant for one before it. Those that completed
+    // meanwhile answer NotFound and are looked at like the others.
+    for (auto it = m_InFlight.rbegin(); it != m_InFlight.rend(); ++it)
+        (void)m_Handle.Cancel((*it)->usb);
+}
+
+void StreamEngine::FeedWith(const PlannedTransfer& transfer) {
+    m_Reaped.push_back(&transfer);
+}
+
+std::deque<BufferHandle_s*> StreamEngine::Unbind() {
+    std::deque<BufferHandle_s*> buffers;
+    for (BlockSlot* slot : m_Bound) {
+        buffers.push_back(slot->Buffer());
+        slot->Unbind();
+    }
+    m_Bound.clear();
+    m_NextSlot = m_NextTransfer = 0;
+    m_NextIsBound = false;
+    return buffers;
+}
+
+void StreamEngine::FinishReaping() {
+    for (const PlannedTransfer* transfer : m_Reaped) {
+        m_Parser->Feed(transfer->usb.buffer, transfer->usb.actualLength, transfer->EndsShort());
+    }
+    m_Reaped.clear();
+    BlockEvidence damaged = m_Bound.empty() ? BlockEvidence() : m_Bound.front()->Evidence();
+    damaged.failure = m_Damage;
+    std::deque<BufferHandle_s*> buffers = Unbind();
+    if (m_Reason == Reason::Cancel) {
+        CompleteAll(buffers, VX_E_CANCELLED);
+        m_Parser->TakeBlocks();
+        FindPlace();
+        return ServeCancels();
+    }
+    ++m_Statistics.resynchronizations;
+    if (!buffers.empty()) {
+        Complete(buffers.front(), JudgeBlock(damaged));
+        buffers.pop_front();
+    }
+    DeliverFound(buffers);
+    if (m_Reason == Reason::Lost) return Die(buffers, m_Damage);
+    m_Pool.PutBack(buffers);
+    if (m_Reason == Reason::Restart) return Restart();
+    FindPlace();
+}
+
+/// Back to the plan when the parser knows where the stream is, else on with single transfers until it does.
+void StreamEngine::FindPlace() {
+    const bool found = m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks;
+    m_Mode = found ? Mode::Planned : Mode::Scanning;
+    if (found || !m_ScanBytes.empty()) return;
+    const std::size_t unit = m_Settings.channel.maxPacketSize;
+    m_ScanBytes.resize(std::max(m_Settings.plan.payloadSize / unit * unit, kFewestScanPackets * unit));
+}
+
+void StreamEngine::ServeCancels() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_CancelsServed = m_CancelsTaken;
+    m_Served.notify_all();
+}
+
+void StreamEngine::CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status) {
+    for (BufferHandle_s* buffer : buffers)
+        m_Pool.Complete(buffer, EmptyResult(status));
+    buffers.clear();
+    m_Pool.CompleteQueued(status);
+}
+
+/// Whole blocks that the parser found go to the given buffers, then to queued ones; without any they count as missed.
+void StreamEngine::DeliverFound(std::deque<BufferHandle_s*>& buffers) {
+    for (const PacketParser::Block& block : m_Parser->TakeBlocks()) {
+        BufferHandle_s* buffer = nullptr;
+        if (!buffers.empty()) {
+            buffer = buffers.front();
+            buffers.pop_front();
+        } else {
+            buffer = m_Pool.Take();
+        }
+        if (buffer) Deliver(buffer, block);
+    }
+}
+
+void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& block) {
+    const std::size_t count = std::min(buffer->size, block.payload.size());
+    if (count > 0) std::memcpy(buffer->data, block.payload.data(), count);
+    m_Statistics.copiedBytes += count;
+    BlockEvidence evidence;
+    evidence.leader = block.leader;
+    evidence.trailer = block.trailer;
+    evidence.received = block.payload.size();
+    evidence.bufferSize = buffer->size;
+    Complete(buffer, JudgeBlock(evidence));
+}
+
+/// Off, halt cleared, sizes told again, on. The camera counts its blocks from 0 afterwards.
+void StreamEngine::Restart() {
+    if (++m_RestartsInARow > kMostRestartsInARow) return Die({}, m_Damage);
+    m_WasRestarted = true;
+    (void)m_Registers.Disable(); // a halted camera may have done so itself
+    VxStatus status = m_Registers.ClearHalt();
+    if (status == VX_OK) status = m_Registers.Program(m_Settings.plan);
+    if (status == VX_OK) status = m_Registers.Enable(m_Settings.plan);
+    if (status != VX_OK) return Die({}, status == VX_E_USB_NO_DEVICE ? status : m_Damage);
+    m_Mode = Mode::Planned;
+}
+
+void StreamEngine::Die(const std::deque<BufferHandle_s*>& buffers, VxStatus status) {
+    Log(256, "The stream ended with status 0x%08X", status);
+    m_Mode = Mode::Dead;
+    for (BufferHandle_s* buffer : buffers)
+        Complete(buffer, EmptyResult(status));
+    m_Pool.Refuse(status);
+    if (status == VX_E_USB_NO_DEVICE) m_Host.ReportLost();
+    ServeCancels();
+}
+
+} // namespace vexlo

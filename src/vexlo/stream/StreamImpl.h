@@ -1,0 +1,61 @@
+#pragma once
+// The inside of CVxStream.
+
+#include "vexlo/VxStream.h"
+#include "vexlo/stream/BufferPool.h"
+#include "vexlo/stream/SessionHost.h"
+#include "vexlo/stream/StreamEngine.h"
+#include "vexlo/stream/StreamSettings.h"
+#include "vexlo/stream/StreamStatistics.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace vexlo {
+
+/// Lock order: state, then engine pointer, then the pool's own. The pool's operations need none of the first two, so
+/// that queuing and retrieving never wait for a stream that starts or stops. Thread-safe.
+struct CVxStream::Impl {
+    explicit Impl(std::unique_ptr<StreamHost> streamHost) : m_Host(std::move(streamHost)), host(*m_Host) {}
+    /// On the camera that is open at the moment; the source outlives the stream.
+    explicit Impl(SessionSource& sessions) : Impl(std::make_unique<SessionHost>(sessions)) {}
+
+private:
+    std::unique_ptr<StreamHost> m_Host; // constant after construction
+
+public:
+    enum class State { Closed, Open, Prepared, Streaming };
+
+    VxStatus Open();
+    VxStatus Close();
+    VxStatus Prepare(unsigned long maxBuffers, unsigned long maxBufferSize);
+    VxStatus Start();
+    VxStatus Finish();
+    VxStatus Cancel();
+    VxStatus GetProperty(EPropertyValue id, void* buffer, unsigned long size);
+    VxStatus SetProperty(EPropertyValue id, const void* buffer, unsigned long size);
+
+    StreamHost& host; // constant after construction
+    BufferPool pool;
+    StreamStatistics statistics;
+    std::atomic<State> state{State::Closed}; // changed under stateMutex
+
+private:
+    VxStatus FinishLocked();
+    VxStatus Enable(StreamRegisters& registers);
+    std::shared_ptr<StreamEngine> Engine();
+    void SetEngine(std::shared_ptr<StreamEngine> engine);
+
+    std::mutex m_StateMutex;
+    std::unique_ptr<usb::Handle> m_Handle; // guarded by m_StateMutex; with the interface claimed
+    StreamChannel m_Channel;               // guarded by m_StateMutex
+    u3v::TransferPlan m_Plan;              // guarded by m_StateMutex
+    std::size_t m_MaxBuffers = 0;          // guarded by m_StateMutex
+    std::mutex m_EngineMutex;
+    std::shared_ptr<StreamEngine> m_Engine; // guarded by m_EngineMutex
+    std::mutex m_SettingsMutex;
+    StreamSettings m_Settings; // guarded by m_SettingsMutex
+};
+
+} // namespace vexlo

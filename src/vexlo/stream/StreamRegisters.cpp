@@ -1,0 +1,90 @@
+#include "StreamRegisters.h"
+
+#include "u3v/Constants.h"
+#include "u3v/LittleEndian.h"
+#include "vexlo/UsbStatus.h"
+
+#include <utility>
+
+namespace vexlo {
+
+VxStatus StreamRegisters::Read32(std::uint64_t offset, std::uint32_t& value) {
+    std::uint8_t bytes[4];
+    const VxStatus status = m_Host.ReadRegister(m_Channel.registerBase + offset, bytes, sizeof bytes);
+    if (status == VX_OK) value = u3v::Load32(bytes);
+    return status;
+}
+
+VxStatus StreamRegisters::Read64(std::uint64_t offset, std::uint64_t& value) {
+    std::uint8_t bytes[8];
+    const VxStatus status = m_Host.ReadRegister(m_Channel.registerBase + offset, bytes, sizeof bytes);
+    if (status == VX_OK) value = u3v::Load64(bytes);
+    return status;
+}
+
+VxStatus StreamRegisters::Write32(std::uint64_t offset, std::uint32_t value) {
+    std::uint8_t bytes[4];
+    u3v::Store32(bytes, value);
+    return m_Host.WriteRegister(m_Channel.registerBase + offset, bytes, sizeof bytes);
+}
+
+VxStatus StreamRegisters::MakePlan(std::uint32_t maxTransferSize, u3v::TransferPlan& plan) {
+    std::uint32_t control = 0, info = 0;
+    if (const VxStatus status = Read32(u3v::sirm::kControl, control)) return status;
+    // A predecessor may have crashed while it streamed.
+    if (control & u3v::sirm::kControlStreamEnable) {
+        if (const VxStatus status = Disable()) return status;
+    }
+    u3v::TransferNeeds needs;
+    if (const VxStatus status = Read32(u3v::sirm::kInfo, info)) return status;
+    if (const VxStatus status = Read64(u3v::sirm::kRequiredPayloadSize, needs.payloadSize)) return status;
+    if (const VxStatus status = Read32(u3v::sirm::kRequiredLeaderSize, needs.leaderSize)) return status;
+    if (const VxStatus status = Read32(u3v::sirm::kRequiredTrailerSize, needs.trailerSize)) return status;
+    needs.alignmentExponent = info >> u3v::sirm::kInfoAlignmentShift;
+    needs.packetSize = static_cast<std::uint16_t>(m_Channel.maxPacketSize);
+    needs.maxTransferSize = maxTransferSize;
+    const auto made = u3v::MakeTransferPlan(needs);
+    if (!made) return VX_E_PAYLOAD_SIZE;
+    plan = *made;
+    return SelectStandardPayload(info);
+}
+
+VxStatus StreamRegisters::SelectStandardPayload(std::uint32_t info) {
+    if (!(info & u3v::sirm::kInfoPayloadModes)) return VX_OK;
+    return Write32(u3v::sirm::kPayloadMode, u3v::sirm::kPayloadModeStandard);
+}
+
+VxStatus StreamRegisters::Program(const u3v::TransferPlan& plan) {
+    const std::pair<std::uint64_t, std::uint32_t> registers[] = {
+        {u3v::sirm::kMaximumLeaderSize, plan.leaderSize},
+        {u3v::sirm::kPayloadTransferSize, plan.payloadSize},
+        {u3v::sirm::kPayloadTransferCount, plan.payloadCount},
+        {u3v::sirm::kPayloadFinalTransfer1Size, plan.final1Size},
+        {u3v::sirm::kPayloadFinalTransfer2Size, plan.final2Size},
+        {u3v::sirm::kMaximumTrailerSize, plan.trailerSize},
+    };
+    for (const auto& [offset, value] : registers) {
+        if (const VxStatus status = Write32(offset, value)) return status;
+    }
+    return VX_OK;
+}
+
+VxStatus StreamRegisters::Enable(const u3v::TransferPlan& plan) {
+    const VxStatus first = Write32(u3v::sirm::kControl, u3v::sirm::kControlStreamEnable);
+    const bool refused = (first & ~VxStatus(0xFFFF)) == VX_E_DEVICE_STATUS_BASE;
+    if (first == VX_OK || !refused) return first;
+    (void)Disable(); // what matters is whether the second try succeeds
+    if (const VxStatus status = ClearHalt()) return status;
+    if (const VxStatus status = Program(plan)) return status;
+    return Write32(u3v::sirm::kControl, u3v::sirm::kControlStreamEnable);
+}
+
+VxStatus StreamRegisters::Disable() {
+    return Write32(u3v::sirm::kControl, 0);
+}
+
+VxStatus StreamRegisters::ClearHalt() {
+    return ToStatus(m_Handle.ClearHalt(m_Channel.endpoint));
+}
+
+} // namespace vexlo
