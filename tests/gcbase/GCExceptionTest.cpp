@@ -81,7 +81,7 @@ class ExceptionKind : public testing::Test {};
 using Kinds =
     testing::Types<BadAllocException, InvalidArgumentException, OutOfRangeException, PropertyException,
                    RuntimeException, LogicalErrorException, AccessException, TimeoutException, DynamicCastException>;
-TYPED_TEST_SUITE(ExceptionKind, Kinds);
+TYPED_TEST_SUITE(ExceptionKind, Kinds, );
 
 TYPED_TEST(ExceptionKind, DerivesFromGenericExceptionAndFromNoOther) {
     EXPECT_TRUE((std::is_base_of_v<GenericException, TypeParam>));
