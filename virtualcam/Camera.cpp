@@ -15,6 +15,11 @@ std::size_t PacketSize(usb::Speed speed) {
     return speed >= usb::Speed::Super ? 1024 : 512;
 }
 
+// An exponent that no sizes could obey is reported, but not enforced.
+std::uint64_t AlignmentUnit(const RegisterFaults& faults) {
+    return std::uint64_t{1} << (faults.alignmentExponent < 32 ? faults.alignmentExponent : 0);
+}
+
 ControlLimits LimitsOf(const CameraSettings& settings) {
     ControlLimits limits;
     limits.packetSize = PacketSize(settings.speed);
@@ -38,6 +43,7 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
     AddStreamRegisters();
     AddEventRegisters(limits.packetSize);
     AddManifest(manifest);
+    AddFeatures();
 }
 
 void Camera::AddIdentity() {
@@ -111,20 +117,18 @@ Status Camera::CheckStreamControl(const std::uint8_t* wanted) {
 void Camera::AddStreamRegisters() {
     const RegisterFaults& faults = m_Settings.registers;
     RegisterSpace& registers = m_Registers;
-    const std::uint32_t exponent = faults.alignmentExponent;
-    registers.AddValue<std::uint32_t>(sirm::kInfo, Access::ReadOnly, exponent << 24);
+    registers.AddValue<std::uint32_t>(sirm::kInfo, Access::ReadOnly, faults.alignmentExponent << 24);
     Register& control = registers.AddValue<std::uint32_t>(sirm::kControl, Access::ReadWrite, 0);
     control.check = [this](const std::uint8_t* wanted) { return CheckStreamControl(wanted); };
     control.written = [this, &control] {
         const bool on = Load<std::uint32_t>(control.bytes.data()) == 1;
-        if (on != m_Streaming) m_Host.StreamEnabled(m_Streaming = on);
+        if (on != m_Streaming) SwitchStream(on);
     };
     registers.AddValue<std::uint64_t>(sirm::kRequiredPayload, Access::ReadOnly, 0);
     registers.AddValue<std::uint32_t>(sirm::kRequiredLeader, Access::ReadOnly, faults.zeroLeaderSize ? 0 : 52);
     registers.AddValue<std::uint32_t>(sirm::kRequiredTrailer, Access::ReadOnly, faults.zeroTrailerSize ? 0 : 36);
-    const auto aligned = [exponent, &faults](const std::uint8_t* wanted) {
-        const std::uint64_t unit = std::uint64_t{1} << (exponent < 32 ? exponent : 0);
-        const bool fits = Load<std::uint32_t>(wanted) % unit == 0;
+    const auto aligned = [&faults](const std::uint8_t* wanted) {
+        const bool fits = Load<std::uint32_t>(wanted) % AlignmentUnit(faults) == 0;
         return fits || faults.lateAlignmentCheck ? Status::Success : Status::SizeNotAligned;
     };
     for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
@@ -132,6 +136,25 @@ void Camera::AddStreamRegisters() {
         Register& made = registers.AddValue<std::uint32_t>(address, Access::ReadWrite, 0);
         if (address != sirm::kTransferCount) made.check = aligned;
     }
+}
+
+StreamLayout Camera::Layout() const {
+    const auto value = [this](std::uint64_t address) { return m_Registers.Get<std::uint32_t>(address); };
+    StreamLayout layout;
+    layout.maximumLeader = value(sirm::kMaximumLeader);
+    layout.transferSize = value(sirm::kTransferSize);
+    layout.transferCount = value(sirm::kTransferCount);
+    layout.final1 = value(sirm::kFinal1Size);
+    layout.final2 = value(sirm::kFinal2Size);
+    layout.maximumTrailer = value(sirm::kMaximumTrailer);
+    return layout;
+}
+
+bool Camera::IsLayoutAligned() const {
+    const StreamLayout layout = Layout();
+    const std::uint32_t all =
+        layout.maximumLeader | layout.transferSize | layout.final1 | layout.final2 | layout.maximumTrailer;
+    return all % AlignmentUnit(m_Settings.registers) == 0;
 }
 
 // --- event interface
@@ -159,7 +182,13 @@ void Camera::RaiseEvent(std::uint16_t id, const Bytes& data) {
 
 void Camera::DisableStream() {
     m_Registers.Set<std::uint32_t>(sirm::kControl, 0);
-    if (m_Streaming) m_Host.StreamEnabled(m_Streaming = false);
+    if (m_Streaming) SwitchStream(false);
+}
+
+void Camera::SwitchStream(bool on) {
+    m_Streaming = on;
+    m_Host.StreamEnabled(on);
+    m_Acquisition->StreamEnabled(on);
 }
 
 void Camera::DisableEvents() {

@@ -6,18 +6,22 @@
 #include <optional>
 #include <string>
 
+#include "virtualcam/Acquisition.h"
 #include "virtualcam/Clock.h"
 #include "virtualcam/ControlChannel.h"
 #include "virtualcam/EventChannel.h"
 #include "virtualcam/Manifest.h"
 #include "virtualcam/RegisterSpace.h"
 #include "virtualcam/Settings.h"
+#include "virtualcam/StreamChannel.h"
+#include "virtualcam/UserSets.h"
 
 namespace virtualcam {
 
 /// What survives the loss of power.
 struct Persistent {
     std::string userName;
+    StoredSets sets;
 };
 
 /// What the camera asks of the USB side. Called under the camera's lock.
@@ -27,6 +31,7 @@ public:
     virtual void StreamEnabled(bool on) = 0; ///< stream enable has changed
     virtual bool IsStreamHalted() const = 0;
     virtual bool IsEventHalted() const = 0;
+    virtual void StreamAvailable() = 0; ///< there may be something to send on the stream
     virtual void EventQueued() = 0;
     virtual void ResetRequested() = 0; ///< the camera wants to restart
 
@@ -51,7 +56,17 @@ public:
     void DisableEvents();
     void DisableStream();
 
-    std::optional<TimePoint> Deadline() const { return m_Control->Deadline(); }
+    /// The next frame to send, if there is one now.
+    std::optional<Frame> TakeFrame(TimePoint now) { return m_Acquisition->Take(now); }
+    /// The transfer sizes that the host programmed.
+    StreamLayout Layout() const;
+    bool IsLayoutAligned() const;
+    std::uint64_t LostFrames() const { return m_Acquisition->LostFrames(); }
+    /// Sets the level outside of an input line.
+    void SetInput(std::uint32_t line, bool high);
+
+    std::optional<TimePoint> Deadline() const { return Earlier(m_Control->Deadline(), m_Acquisition->Deadline()); }
+    void RunTimers(TimePoint now);
 
 private:
     const CameraSettings& m_Settings;
@@ -63,12 +78,26 @@ private:
     std::unique_ptr<ControlChannel> m_Control;
     bool m_Streaming = false;
 
+    // the features
+    std::unique_ptr<ImageFormat> m_Format;
+    std::unique_ptr<AnalogControl> m_Analog;
+    std::unique_ptr<ChunkControl> m_Chunks;
+    std::unique_ptr<DigitalIo> m_Io;
+    std::unique_ptr<EventControl> m_EventControl;
+    std::unique_ptr<Acquisition> m_Acquisition;
+    std::unique_ptr<UserSets> m_UserSets;
+
     void AddIdentity();
     void AddTechnology();
     void AddUsbRegisters(const ControlLimits& limits);
     void AddStreamRegisters();
     void AddEventRegisters(std::size_t packetSize);
     void AddManifest(const Manifest& manifest);
+    void AddFeatures();
+    void AddDeviceControl(const FeatureMaker& make);
+    void PayloadChanged();
+    void Available();
+    void SwitchStream(bool on);
     Status CheckStreamControl(const std::uint8_t* wanted);
 };
 

@@ -25,7 +25,7 @@ std::uint32_t ReadyBit(std::uint8_t endpoint) {
 
 Device::Device(const CameraSettings& settings)
     : m_Settings(settings), m_Descriptors(m_Settings), m_Manifest(ManifestFor(settings.registers)),
-      m_Faults(settings.faults) {
+      m_Faults(settings.faults), m_Stream(m_Descriptors.MaxPacketSize()) {
     m_Persistent.userName = settings.userName;
     if (settings.plugged) PlugLocked();
     m_Notices.clear();
@@ -69,11 +69,12 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
 }
 
 PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room) {
+    if (endpoint == kStreamIn) return StreamIn(buffer, room);
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) return {PipeStatus::Gone, 0};
     if (IsHaltedLocked(endpoint)) return {PipeStatus::Stall, 0};
     if (endpoint == kEventIn) return m_Camera->Events().Take(buffer, room);
-    if (endpoint != kControlIn) return {PipeStatus::NotYet, 0};
+    if (endpoint != kControlIn) return {PipeStatus::Error, 0};
     m_Camera->Control().RunTimers(Clock::Now());
     const PipeAnswer answer = m_Camera->Control().Take(buffer, room);
     if (m_OutRefused && answer.bytes != 0) Post(kControlOut);
@@ -111,6 +112,10 @@ void Device::PlugLocked() {
     CameraHost& host = *this;
     m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
     m_Camera->Control().SetFaults(m_Faults.control);
+    {
+        const std::lock_guard<std::mutex> stream(m_StreamLock);
+        m_Stream.SetFaults(m_Faults.stream);
+    }
     ++m_Generation;
     Post(Notice::Plugged);
 }
@@ -121,6 +126,7 @@ void Device::UnplugLocked() {
     ++m_Generation;
     m_Restart.reset();
     m_Faults.control.clear(); // what is scripted happens once, not again after coming back
+    m_Faults.stream.clear();
     if (m_Faults.replugAfterMs >= 0) m_Replug = Clock::Now() + milliseconds(m_Faults.replugAfterMs);
     Post(Notice::Unplugged);
     Reschedule(DeadlineLocked());
@@ -134,16 +140,6 @@ void Device::BusReset() {
 }
 
 // --- camera host
-
-Status Device::CheckStreamEnable() {
-    if (m_Faults.refuseStreamEnable != 0) {
-        --m_Faults.refuseStreamEnable;
-        return static_cast<Status>(m_Faults.streamEnableStatus);
-    }
-    return Status::Success;
-}
-
-void Device::StreamEnabled(bool) {}
 
 void Device::ResetRequested() {
     m_Restart = Clock::Now() + kRestartDelay;
@@ -163,7 +159,9 @@ void Device::RunTimersLocked(TimePoint now) {
         UnplugLocked();
         m_Replug = now + milliseconds(kRestartTimeMs);
     }
-    if (m_Camera && m_Camera->Control().RunTimers(now)) Post(kControlIn);
+    if (!m_Camera) return;
+    if (m_Camera->Control().RunTimers(now)) Post(kControlIn);
+    m_Camera->RunTimers(now);
 }
 
 // Called with or without m_Lock.
@@ -260,6 +258,19 @@ void Device::SetFaults(const FaultScript& faults) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     m_Faults = faults;
     if (m_Camera) m_Camera->Control().SetFaults(faults.control);
+    const std::lock_guard<std::mutex> stream(m_StreamLock);
+    m_Stream.SetFaults(faults.stream);
+}
+
+void Device::SetInput(std::uint32_t line, bool high) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera) m_Camera->SetInput(line, high);
+    Reschedule(DeadlineLocked());
+}
+
+std::uint64_t Device::LostFrames() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Camera ? m_Camera->LostFrames() : 0;
 }
 
 bool Device::RefusesOpen() {

@@ -15,6 +15,7 @@
 #include "virtualcam/DeviceListener.h"
 #include "virtualcam/Pipe.h"
 #include "virtualcam/Settings.h"
+#include "virtualcam/StreamChannel.h"
 
 namespace virtualcam {
 
@@ -67,7 +68,11 @@ public:
     /// True when the open, or claim, is to be refused; counts down the script.
     bool RefusesOpen();
     bool RefusesClaim();
+    /// Sets the level outside of an input line (0 or 1).
+    void SetInput(std::uint32_t line, bool high);
     std::string UserName() const;
+    /// Frames that the host was too slow for, since the camera was plugged.
+    std::uint64_t LostFrames() const;
     std::uint64_t Commands() const;
 
 private:
@@ -77,7 +82,8 @@ private:
 
     std::atomic<std::uint64_t> m_Generation{0};
 
-    // Lock order: m_Lock, m_PostLock.
+    // Lock order: m_Lock, then m_StreamLock or m_PostLock. Images are drawn under m_StreamLock alone, so that commands
+    // are answered meanwhile.
     mutable std::mutex m_Lock;
     FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
     Persistent m_Persistent;
@@ -88,6 +94,9 @@ private:
     bool m_OutRefused = false;
     std::optional<TimePoint> m_Replug;
     std::optional<TimePoint> m_Restart;
+
+    std::mutex m_StreamLock;
+    StreamChannel m_Stream; // guarded by m_StreamLock
 
     enum class Notice { Unplugged, Plugged };
     std::mutex m_PostLock;
@@ -108,8 +117,14 @@ private:
     void StreamEnabled(bool on) override;
     bool IsStreamHalted() const override { return IsHaltedLocked(kStreamIn); }
     bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
+    void StreamAvailable() override { Post(kStreamIn); }
     void EventQueued() override { Post(kEventIn); }
     void ResetRequested() override;
+
+    // the stream
+    PipeAnswer StreamIn(std::uint8_t* buffer, std::size_t room);
+    bool BeginBlock();
+    void StreamBroke(PipeStatus status);
 
     // endpoint 0; under m_Lock
     PipeAnswer Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const;
