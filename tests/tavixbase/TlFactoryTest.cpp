@@ -228,14 +228,14 @@ TEST_F(TlFactory, TakesTheFirstDeviceOfAllWithoutADescription) {
 
 TEST_F(TlFactory, RefusesToDestroyADeviceTwice) {
     AddOther();
+    ITavixDevice* const pOther = factory.CreateDevice("OtherCam-1");
     ITavixDevice* const pDevice = factory.CreateFirstDevice();
     factory.DestroyDevice(pDevice);
     EXPECT_THROW_TEXT(LogicalErrorException, factory.DestroyDevice(pDevice),
-                      "Trying to destroy a device although no transport layer is in use.");
-    ITavixDevice* const pOther = factory.CreateDevice("OtherCam-1");
-    EXPECT_THROW_TEXT(LogicalErrorException, factory.DestroyDevice(pDevice),
                       "Trying to destroy device which hasn't been created by me");
     factory.DestroyDevice(pOther);
+    EXPECT_THROW_TEXT(LogicalErrorException, factory.DestroyDevice(pOther),
+                      "Trying to destroy a device although no transport layer is in use.");
 }
 
 TEST_F(TlFactory, ProbesADevice) {
