@@ -108,6 +108,9 @@ void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_li
 }
 
 void logging::UpdateLowestLevel() {
+    // Looked up and stored in one step: otherwise a thread that looked before a listener came might store after it.
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
     g_LowestLevel = HasListeners() ? 0 : Categories::Get().LowestLevel();
 }
 

@@ -36,10 +36,7 @@ struct StopAtExit {
     StopAtExit() = default;
     StopAtExit(const StopAtExit&) = delete;
     StopAtExit& operator=(const StopAtExit&) = delete;
-    ~StopAtExit() {
-        g_HasAppenders = false;
-        UpdateLowestLevel();
-    }
+    ~StopAtExit() { g_HasAppenders = false; }
 };
 
 void Configure() {

@@ -180,9 +180,8 @@ TEST(LogSink, GetsEachLineOfManyThreadsOnce) {
 TEST(LogSink, ComesAndGoesWhileOthersLog) {
     std::atomic<bool> stop{false};
     std::thread logger([&] {
-        const unsigned int id = LogGetCatID("Test.Busy");
         while (!stop)
-            LogTrace(id, kLogInfo, "busy");
+            LogTrace(LogGetCatID("Test.Busy"), kLogInfo, "busy");
     });
     for (int i = 0; i < 200; ++i) {
         std::atomic<bool> called{false};
