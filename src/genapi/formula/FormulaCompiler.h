@@ -2,10 +2,11 @@
 // Translates formulas by operator precedence with a stack of its own, so that no text can exhaust the thread's.
 
 #include "genapi/formula/Formula.h"
+#include "genapi/formula/FormulaEmitter.h"
 #include "genapi/formula/FormulaLexer.h"
+#include "genapi/formula/FormulaScope.h"
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,17 +31,6 @@ private:
         uint32_t argument; // jump to patch, or number of arguments
         std::size_t position;
     };
-    enum class NameKind : uint8_t { Variable, Constant, Expression };
-    struct Declared {
-        std::string_view name;
-        NameKind kind;
-        uint32_t index;
-    };
-
-    void IndexNames();
-    [[nodiscard]] const Declared* FindDeclared(std::string_view name) const;
-    [[nodiscard]] const Declared* FindEntrySpelling(std::string_view name) const;
-
     // Each returns false after an error.
     bool CompileBlock(std::string_view text);
     bool Step(const Token& token);
@@ -59,17 +49,10 @@ private:
 
     void TakeBinary(const Token& token);
     void TakeQuestion(const Token& token);
-    void UseDeclared(const Declared& declared);
+    void UseDeclared(const DeclaredName& declared);
     void ReduceWhile(uint8_t precedence, bool isRightAssociative);
     void ReduceToBarrier();
     void Reduce();
-
-    void EmitLoad(Operand operand, uint32_t argument);
-    void EmitConstant(Value value);
-    void EmitBinary(Code code);
-    uint32_t EmitJump(Code code);
-    void PatchToHere(uint32_t jump);
-    void Push();
 
     void CallExpression(uint32_t expression);
     [[nodiscard]] bool HasCycle() const;
@@ -77,14 +60,11 @@ private:
 
     const FormulaNames& m_Names; // borrowed
     Formula m_Formula;
-    std::vector<Declared> m_Declared; // sorted by name, kinds in order of lookup
+    FormulaScope m_Scope;
+    FormulaEmitter m_Emitter;
     std::vector<Waiting> m_Waiting;
     FormulaLexer m_Lexer;
     bool m_ExpectsOperand = true;
-    uint32_t m_Depth = 0;      // values on the stack at this point of the block
-    uint32_t m_BlockDepth = 0; // most of them
-    uint64_t m_StackSize = 0;  // of all blocks together
-    std::size_t m_LastLabel = 0;
 
     static constexpr uint32_t kNoBlock = UINT32_MAX;
     std::vector<uint32_t> m_BlockOf;                        // expression to sub-formula

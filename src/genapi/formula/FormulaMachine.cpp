@@ -76,75 +76,79 @@ inline FormulaFault FormulaMachine<kMode>::Apply(Code code, Value& left, Value r
     }
 }
 
-// `stack` grows upwards, `top` is the last value on it; before the first push it points in front of the array's use.
+// `free` is the first place of the stack that is not in use, free[-1] its top.
 template<FormulaMode kMode>
-FormulaResult FormulaMachine<kMode>::RunOn(Value* stack) {
-    const Instruction* const code = m_Formula.m_Code.data();
-    const Value* const constants = m_Formula.m_Constants.data();
-    const Instruction* next = code;
-    Value* free = stack; // first place not in use
+FormulaResult FormulaMachine<kMode>::RunOn(Value* free) {
+    const Instruction* next = m_Formula.m_Code.data();
     for (;;) {
         const Instruction instruction = *next++;
+        FormulaFault fault = FormulaFault::None;
         if (instruction.operand != Operand::None) {
-            Value right;
-            if (instruction.operand == Operand::Constant)
-                right = constants[instruction.argument];
-            else if (instruction.operand == Operand::Variable)
-                right = m_Source.Read(instruction.argument);
-            else
-                right = *--free;
-            if (instruction.code == Code::Load) {
+            const Value right = Fetch(instruction, free);
+            if (instruction.code == Code::Load)
                 *free++ = right;
-                continue;
-            }
-            const FormulaFault fault = Apply(instruction.code, free[-1], right);
-            if (fault != FormulaFault::None) return {{}, fault};
-            continue;
-        }
-        if (IsUnary(instruction.code)) {
-            const FormulaFault fault = arithmetic::ApplyUnary(instruction.code, free[-1]);
-            if (fault != FormulaFault::None) return {{}, fault};
-            continue;
-        }
-        switch (instruction.code) {
-        case Code::Jump:
-            next = code + instruction.argument;
-            break;
-        case Code::JumpIfFalse:
-            if (!arithmetic::IsTrue(*--free)) next = code + instruction.argument;
-            break;
-        case Code::AndJump:
-        case Code::OrJump: {
-            const bool truth = arithmetic::IsTrue(free[-1]);
-            if (truth == (instruction.code == Code::OrJump)) {
-                free[-1] = arithmetic::FromBool(truth);
-                next = code + instruction.argument;
-            } else {
-                --free;
-            }
-            break;
-        }
-        case Code::Call: {
-            Memo& memo = m_Memos[instruction.argument];
-            if (memo.isKnown) {
-                *free++ = memo.value;
-            } else {
-                memo.returnTo = static_cast<uint32_t>(next - code);
-                next = code + m_Formula.m_Entries[instruction.argument];
-            }
-            break;
-        }
-        case Code::Return: {
-            Memo& memo = m_Memos[instruction.argument];
-            memo.value = free[-1];
-            memo.isKnown = true;
-            next = code + memo.returnTo;
-            break;
-        }
-        default:
+            else
+                fault = Apply(instruction.code, free[-1], right);
+        } else if (IsUnary(instruction.code)) {
+            fault = arithmetic::ApplyUnary(instruction.code, free[-1]);
+        } else if (instruction.code == Code::End) {
             return Finish(free[-1]);
+        } else {
+            next = Control(instruction, next, free);
         }
+        if (fault != FormulaFault::None) return {{}, fault};
     }
+}
+
+template<FormulaMode kMode>
+inline Value FormulaMachine<kMode>::Fetch(Instruction instruction, Value*& free) {
+    if (instruction.operand == Operand::Constant) return m_Formula.m_Constants[instruction.argument];
+    if (instruction.operand == Operand::Variable) return m_Source.Read(instruction.argument);
+    return *--free;
+}
+
+// Jumps, calls and returns: the instruction that comes next.
+template<FormulaMode kMode>
+inline const Instruction* FormulaMachine<kMode>::Control(Instruction instruction, const Instruction* next,
+                                                         Value*& free) {
+    const Instruction* const code = m_Formula.m_Code.data();
+    switch (instruction.code) {
+    case Code::JumpIfFalse:
+        return arithmetic::IsTrue(*--free) ? next : code + instruction.argument;
+    case Code::AndJump:
+    case Code::OrJump: {
+        const bool truth = arithmetic::IsTrue(free[-1]);
+        if (truth != (instruction.code == Code::OrJump)) {
+            --free;
+            return next;
+        }
+        free[-1] = arithmetic::FromBool(truth);
+        return code + instruction.argument;
+    }
+    case Code::Call:
+        return Enter(instruction.argument, next, free);
+    case Code::Return: {
+        Memo& memo = m_Memos[instruction.argument];
+        memo.value = free[-1];
+        memo.isKnown = true;
+        return code + memo.returnTo;
+    }
+    default:
+        return code + instruction.argument;
+    }
+}
+
+// A sub-formula's value, or the way to it.
+template<FormulaMode kMode>
+const Instruction* FormulaMachine<kMode>::Enter(uint32_t block, const Instruction* next, Value*& free) {
+    const Instruction* const code = m_Formula.m_Code.data();
+    Memo& memo = m_Memos[block];
+    if (memo.isKnown) {
+        *free++ = memo.value;
+        return next;
+    }
+    memo.returnTo = static_cast<uint32_t>(next - code);
+    return code + m_Formula.m_Entries[block];
 }
 
 template<FormulaMode kMode>

@@ -24,7 +24,10 @@ private:
         bool isKnown = false;
     };
 
-    FormulaResult RunOn(Value* stack);
+    FormulaResult RunOn(Value* free);
+    Value Fetch(Instruction instruction, Value*& free);
+    const Instruction* Control(Instruction instruction, const Instruction* next, Value*& free);
+    const Instruction* Enter(uint32_t block, const Instruction* next, Value*& free);
     FormulaResult Finish(Value value) const;
     static FormulaFault Apply(Code code, Value& left, Value right);
 

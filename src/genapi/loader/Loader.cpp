@@ -84,7 +84,7 @@ Description ParseDescription(std::string_view xml, std::string_view inject, std:
     std::optional<XmlText> injected;
     ReadRoot(text, description);
     NodeElements elements = CollectNodeElements(text, description.problems);
-    if (!inject.empty()) {
+    if (!Trim(inject).empty()) {
         injected.emplace(inject, "injected text");
         const NodeElements more = CollectNodeElements(*injected, description.problems);
         InjectNodeElements(elements, more, description.problems);

@@ -14,7 +14,7 @@ namespace genapi {
 // injection meets a conflict. The message names source, line and reason. Whatever concerns single nodes ends in
 // Description::problems instead. All functions are re-entrant; cost is linear in the size of the texts.
 
-// An empty text to inject means no injection. `source` is named in messages.
+// An empty or blank text to inject means no injection. `source` is named in messages.
 [[nodiscard]] Description ParseDescription(std::string_view xml, std::string_view inject = {},
                                            std::string_view source = "description");
 

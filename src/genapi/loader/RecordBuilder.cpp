@@ -4,6 +4,7 @@
 
 #include <core/Log.h>
 
+#include <algorithm>
 #include <bitset>
 #include <optional>
 #include <string>
@@ -54,7 +55,8 @@ RecordBuilder::RecordBuilder(Description& description, TextArena& arena)
 void RecordBuilder::Run(const NodeElements& elements) {
     m_Description.nodes.reserve(elements.size() * 5 / 4);
     m_Ranges.reserve(elements.size() * 5 / 4);
-    m_Properties.reserve(elements.size() * 10);
+    constexpr std::size_t kMostReserved = 1U << 17U;
+    m_Properties.reserve(std::min(elements.size() * 10, kMostReserved));
     ClaimNames(elements);
     for (std::size_t i = 0; i < elements.size(); ++i) {
         if (m_IsDropped[i] == 0) Build(elements[i]);

@@ -19,6 +19,12 @@ TEST(Injection, AddsNewNodesAtTheEnd) {
     EXPECT_THAT(Properties(description, "B"), ElementsAre("Value=5"));
 }
 
+TEST(Injection, OfAnEmptyTextChangesNothing) {
+    for (const char* injected : {"", " \n"}) {
+        EXPECT_THAT(Names(ParseDescription(Wrap("<Integer Name='A'/>"), injected)), ElementsAre("A"));
+    }
+}
+
 TEST(Injection, UnitesCategoriesWithoutDoubles) {
     const Description description =
         Load("<Category Name='DeviceControl'><ToolTip>t</ToolTip><pFeature>A</pFeature></Category>",
