@@ -188,6 +188,23 @@ TEST(NodeMapRef, LoadsAndPreprocessesFiles) {
     EXPECT_THROW(none._LoadXMLFromFile("/nonexistent/description.xml"), GenICam::RuntimeException);
 }
 
+TEST(NodeMapRef, KnowsTheNodesOfOlderBusesButImplementsNone) {
+    CNodeMapRef map = Load(R"(<Port Name="Device"/>
+        <ConfRom Name="Rom"><Unit>0</Unit><Address>0</Address><Length>4</Length><pPort>Device</pPort>
+            <TextDesc Name="Text">1</TextDesc><IntKey Name="Key">2</IntKey></ConfRom>
+        <AdvFeatureLock Name="Lock"><Address>0</Address><Length>4</Length><pPort>Device</pPort><FeatureID>1</FeatureID>
+        </AdvFeatureLock>
+        <SmartFeature Name="Smart"><FeatureID>X</FeatureID><Address>0</Address><pPort>Device</pPort></SmartFeature>)");
+    MemoryPort port;
+    map._Connect(&port);
+    for (const char* const name : {"Rom", "Lock", "Smart"}) {
+        ASSERT_NE(map._GetNode(name), nullptr) << name;
+        EXPECT_EQ(map._GetNode(name)->GetAccessMode(), NI) << name;
+    }
+    EXPECT_THROW(CIntegerPtr(map._GetNode("Lock"))->GetValue(), GenICam::AccessException);
+    EXPECT_TRUE(CRegisterPtr(map._GetNode("Rom")).IsValid());
+}
+
 TEST(NodeMapRef, SurvivesCyclesOfEveryKind) {
     CNodeMapRef map = Load(R"(
         <Integer Name="A"><pValue>B</pValue></Integer><Integer Name="B"><pValue>A</pValue></Integer>

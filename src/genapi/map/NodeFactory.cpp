@@ -10,6 +10,7 @@
 #include "genapi/nodes/FormulaNodes.h"
 #include "genapi/nodes/IntRegNode.h"
 #include "genapi/nodes/IntegerNode.h"
+#include "genapi/nodes/ObsoleteNodes.h"
 #include "genapi/nodes/PlainNode.h"
 #include "genapi/nodes/PortNode.h"
 #include "genapi/nodes/RegisterNode.h"
@@ -68,13 +69,15 @@ Node* MakeNode(Arena& arena, const NodeSeed& seed) {
     case NodeType::Port:
         return Make<PortNode>(arena, seed);
     case NodeType::ConfRom:
+        return Make<ObsoleteRegisterNode>(arena, seed);
     case NodeType::TextDesc:
+        return Make<ObsoleteStringNode>(arena, seed);
     case NodeType::IntKey:
     case NodeType::AdvFeatureLock:
     case NodeType::SmartFeature:
-        break;
+        return Make<ObsoleteIntegerNode>(arena, seed);
     }
-    return Make<ObsoleteNode>(arena, seed);
+    return Make<PlainNode>(arena, seed);
 }
 
 } // namespace genapi

@@ -1,5 +1,5 @@
 #pragma once
-// The node type Node, and the types that only cameras of an older bus have.
+// The node type Node.
 
 #include "genapi/nodes/ValueNode.h"
 
@@ -12,13 +12,6 @@ public:
 
 protected:
     std::string DoReadText(ReadFlags) override { return std::string(Name()); }
-};
-
-// Known by name and never implemented. thread-safe
-class ObsoleteNode final : public ValueNode {
-public:
-    using ValueNode::ValueNode;
-    GenApi::EAccessMode TargetAccess() override { return GenApi::NI; }
 };
 
 } // namespace genapi

@@ -1,0 +1,120 @@
+#include "genapi/nodes/Node.h"
+
+#include <Base/GCException.h>
+#include <GenApi/EnumClasses.h>
+#include <GenApi/Why.h>
+
+namespace genapi {
+
+namespace {
+
+std::string Quote(const Node& node) {
+    return "'" + std::string(node.Name()) + "'";
+}
+
+std::string ModeText(GenApi::EAccessMode mode) {
+    return GenApi::EAccessModeClass::ToString(mode).str();
+}
+
+// A predicate and its present value.
+std::string Because(const char* what, Node& predicate) {
+    return std::string(what) + " because " + Quote(predicate) + " is " + predicate.ReadText({});
+}
+
+// One step of an explanation: a reason, or the node that the reason has to be looked for at. bound to a thread
+struct Step {
+    std::string text;
+    Node* pNext = nullptr;
+};
+
+Step ExplainRegister(Node& node) {
+    Node* const pPort = node.LinkedNode(PropertyId::pPort);
+    if (pPort && pPort->Access() != GenApi::RW) return {"it lies behind the port " + Quote(*pPort), pPort};
+    const std::string_view mode = node.PropertyText(PropertyId::AccessMode);
+    return {"the register is " + (mode.empty() ? std::string("RO") : std::string(mode)), nullptr};
+}
+
+Step ExplainLinks(Node& node) {
+    for (const PropertyRecord& record : node.Properties()) {
+        const bool isValue = record.id == PropertyId::pValue || record.id == PropertyId::pValueCopy;
+        const bool isRead = record.id == PropertyId::pVariable || record.id == PropertyId::pIndex;
+        Node* const pTarget = isValue || isRead ? node.Host().Find(record.value) : nullptr;
+        if (!pTarget) continue;
+        const GenApi::EAccessMode mode = pTarget->Access();
+        if (isValue && mode != GenApi::RW) return {"its value is that of " + Quote(*pTarget), pTarget};
+        if (isRead && !GenApi::IsReadable(mode)) return {"it needs " + Quote(*pTarget), pTarget};
+    }
+    return {};
+}
+
+Step ExplainTarget(Node& node) {
+    if (node.Type() == NodeType::Port) {
+        const GenApi::EAccessMode mode = node.TargetAccess();
+        return {mode == GenApi::NI ? "nothing is connected to the port"
+                                   : "what is connected to the port is " + ModeText(mode),
+                nullptr};
+    }
+    if (node.AsRegister()) return ExplainRegister(node);
+    Step step = ExplainLinks(node);
+    if (!step.text.empty()) return step;
+    if (node.Type() == NodeType::IntSwissKnife || node.Type() == NodeType::SwissKnife) {
+        return {"it is computed by a formula", nullptr};
+    }
+    if (node.Type() == NodeType::Category) return {"it is a group of features", nullptr};
+    return {"the node that it selects at present is " + ModeText(node.TargetAccess()), nullptr};
+}
+
+Step ExplainNode(Node& node) {
+    if (node.IsDefective()) return {std::string(node.Defect()), nullptr};
+    const GenApi::EAccessMode target = node.TargetAccess();
+    if (!GenApi::IsAvailable(target)) return ExplainTarget(node);
+    Node* const pImplemented = node.ImplementedBy();
+    if (pImplemented && !pImplemented->ReadTruth()) return {Because("not implemented", *pImplemented), nullptr};
+    Node* const pAvailable = node.AvailableBy();
+    if (pAvailable && !pAvailable->ReadTruth()) return {Because("not available", *pAvailable), nullptr};
+    Node* const pLocked = node.LockedBy();
+    const bool isLocked = pLocked && pLocked->ReadTruth();
+    if (isLocked && GenApi::IsWritable(target)) return {Because("locked", *pLocked), nullptr};
+    const GenApi::EAccessMode imposed = node.ImposedAccess();
+    if (GenApi::Combine(imposed, target) != target) return {"restricted to " + ModeText(imposed), nullptr};
+    return ExplainTarget(node);
+}
+
+// Follows the reasons down, each node once; the length of a chain is bounded as that of reading is.
+std::string Explain(Node& start) {
+    const GenApi::EAccessMode mode = start.Access();
+    if (mode == GenApi::RW) return {};
+    std::string text = Quote(start) + " is " + ModeText(mode);
+    std::vector<bool> isMet(start.Host().Nodes().size(), false);
+    for (Node* pNode = &start; pNode && !isMet[pNode->Index()];) {
+        isMet[pNode->Index()] = true;
+        const Step step = ExplainNode(*pNode);
+        text += ": " + step.text;
+        pNode = step.pNext;
+    }
+    return text;
+}
+
+} // namespace
+
+} // namespace genapi
+
+namespace GenApi {
+
+GenICam::gcstring ExplainAccess(INode* pNode) {
+    if (!pNode) return "there is no node";
+    genapi::Node* const pOwn = dynamic_cast<genapi::Node*>(pNode);
+    try {
+        if (pOwn) {
+            const AutoLock lock(pOwn->Host().Lock());
+            return genapi::Explain(*pOwn);
+        }
+        // A wrapper of another engine: only its mode can be told.
+        const EAccessMode mode = pNode->GetAccessMode();
+        return mode == RW ? GenICam::gcstring() : "'" + pNode->GetName() + "' is " + EAccessModeClass::ToString(mode);
+    } catch (const GenICam::GenericException& exception) {
+        return "'" + pNode->GetName() + "' cannot be asked: " + exception.GetDescription();
+    }
+}
+
+} // namespace GenApi

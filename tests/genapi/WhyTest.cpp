@@ -1,0 +1,60 @@
+// Explanations of access modes.
+#include "genapi/support/TestMap.h"
+
+#include <GenApi/Why.h>
+
+#include <gtest/gtest.h>
+
+using namespace GenApi;
+using genapi_test::TestMap;
+
+TEST(Why, SaysNothingOfAFeatureWithFullAccess) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "");
+    EXPECT_EQ(ExplainAccess(nullptr), "there is no node");
+}
+
+TEST(Why, NamesThePredicate) {
+    TestMap map;
+    map.Add("Integer", "Lock", {{"Value", "1", ""}}).Add("Integer", "Zero", {{"Value", "0", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pIsLocked", "Lock", ""}});
+    map.Add("Integer", "I", {{"pValue", "R", ""}});
+    map.Add("Integer", "Hidden", {{"pValue", "R", ""}, {"pIsImplemented", "Zero", ""}});
+    map.Add("Integer", "Greyed", {{"pValue", "R", ""}, {"pIsAvailable", "Zero", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is RO: its value is that of 'R': locked because 'Lock' is 1");
+    EXPECT_EQ(ExplainAccess(&map.Node("Hidden")), "'Hidden' is NI: not implemented because 'Zero' is 0");
+    EXPECT_EQ(ExplainAccess(&map.Node("Greyed")), "'Greyed' is NA: not available because 'Zero' is 0");
+}
+
+TEST(Why, GoesDownToThePort) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "RO", ""}});
+    map.Add("Integer", "I", {{"pValue", "R", ""}, {"ImposedAccessMode", "RO", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is RO: its value is that of 'R': the register is RO");
+    map.port.mode = NA;
+    EXPECT_EQ(ExplainAccess(&map.Node("R")),
+              "'R' is NA: it lies behind the port 'Device': what is connected to the port is NA");
+    map.Connect(nullptr);
+    EXPECT_EQ(ExplainAccess(&map.Node("R")),
+              "'R' is NI: it lies behind the port 'Device': nothing is connected to the port");
+}
+
+TEST(Why, NamesWhatIsImposedComputedOrUnreadable) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"ImposedAccessMode", "RO", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});
+    map.Add("IntSwissKnife", "F", {{"pVariable", "I", "I"}, {"Formula", "I", ""}});
+    map.Add("IntSwissKnife", "G", {{"pVariable", "R", "R"}, {"Formula", "R", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is RO: restricted to RO");
+    EXPECT_EQ(ExplainAccess(&map.Node("F")), "'F' is RO: it is computed by a formula");
+    EXPECT_EQ(ExplainAccess(&map.Node("G")), "'G' is NA: it needs 'R': the register is WO");
+}
+
+TEST(Why, TellsAFaultOfTheDevice) {
+    TestMap map;
+    map.AddRegister("IntReg", "Lock", "8", {{"Cachable", "NoCache", ""}});
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"pIsLocked", "Lock", ""}}).Ready();
+    map.port.failure = "cable";
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' cannot be asked: cable");
+}
