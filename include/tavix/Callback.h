@@ -3,7 +3,7 @@
 
 namespace Tavix {
 
-/// A callable with one argument that can be cloned. Whoever clones it deletes the clone.
+/// A callable with one argument that can be cloned. Whoever clones it deletes the clone. Re-entrant.
 template<class Arg>
 class Callback1 {
 public:
@@ -12,7 +12,7 @@ public:
     virtual Callback1* clone() const = 0;
 };
 
-/// Callback1 over a copyable function object or function pointer.
+/// Callback1 over a copyable function object or function pointer. Re-entrant.
 template<class Arg, class Function>
 class Function_Callback1 final : public Callback1<Arg> {
 public:
@@ -24,7 +24,7 @@ private:
     Function m_Function;
 };
 
-/// Callback1 over a borrowed object and a member function of it.
+/// Callback1 over a borrowed object and a member function of it. Re-entrant.
 template<class Arg, class Client>
 class Member_Callback1 final : public Callback1<Arg> {
 public:

@@ -31,7 +31,7 @@ public:
     virtual ~IChunkParser() = default;
 };
 
-/// A chunk parser with a node map of its own.
+/// A chunk parser with a node map of its own, which lives at least as long. Bound to a thread.
 class ISelfReliantChunkParser : public virtual IChunkParser {
 public:
     virtual GenApi::INodeMap* GetChunkDataNodeMap() = 0;

@@ -7,7 +7,7 @@
 
 namespace Tavix {
 
-/// What is configured for one device.
+/// What is configured for one device. Re-entrant.
 struct XmlFileBinding {
     bool fromDevice = true;    ///< take the description from the device
     bool hasFile = false;      ///< a configured description file applies

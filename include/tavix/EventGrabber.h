@@ -26,7 +26,7 @@ protected:
     ~IEventGrabber() = default;
 };
 
-/// Hands event messages to a node map.
+/// Hands event messages to a node map. Bound to a thread.
 class IEventAdapter {
 public:
     /// `msg` is borrowed for the call. Throws RuntimeException for a bad message.

@@ -58,6 +58,7 @@ private:
 };
 
 /// What all infos have: names and the class of device they belong to. Property names are the accessors' without Get.
+/// Re-entrant.
 class CCommonInfo : public CInfoBase {
 public:
     gcstring GetFriendlyName() const { return Get("FriendlyName"); }
@@ -70,7 +71,7 @@ public:
     bool IsDeviceClassAvailable() const { return GetPropertyAvailable("DeviceClass"); }
 };
 
-/// Describes a transport layer.
+/// Describes a transport layer. Re-entrant.
 class CTlInfo : public CCommonInfo {
 public:
     CTlInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }
@@ -82,10 +83,10 @@ public:
     CTlInfo& SetFileName(const gcstring& v) { return Set(*this, "FileName", v); }
 };
 
-/// Describes an interface card or host controller of a transport layer.
+/// Describes an interface card or host controller of a transport layer. Re-entrant.
 class CInterfaceInfo : public CCommonInfo {};
 
-/// Describes a device.
+/// Describes a device. Re-entrant.
 class CDeviceInfo : public CCommonInfo {
 public:
     CDeviceInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }

@@ -7,6 +7,7 @@ struct INodeMap;
 
 namespace Tavix {
 
+/// Offered by wrappers of node maps beside INodeMap. Thread-safe.
 class INodeMapProvider {
 public:
     /// The wrapped node map; borrowed.

@@ -24,7 +24,7 @@ enum EPayloadType {
 using EPixelType = std::int32_t;
 inline constexpr EPixelType PixelType_Undefined = -1;
 
-/// One completed buffer of a stream grabber. The buffer stays the application's.
+/// One completed buffer of a stream grabber. The buffer stays the application's. Re-entrant.
 class GrabResult {
 public:
     GrabResult() { Reset(); }
@@ -88,7 +88,7 @@ public:
     std::uint64_t m_PayloadSize64;
 };
 
-/// One event message.
+/// One event message. Re-entrant.
 class EventResult {
 public:
     static constexpr std::size_t kBufferSize = 576;

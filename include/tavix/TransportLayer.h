@@ -6,7 +6,7 @@
 
 namespace Tavix {
 
-/// Gives camera description files.
+/// Gives camera description files. Thread-safe.
 class IXmlFileProvider {
 public:
     virtual bool CanProvideXmlFile(const CDeviceInfo& info) = 0;
@@ -18,7 +18,7 @@ protected:
 };
 
 /// Sees every device that is about to be created. It may append description fragments to `xmlStrings`, but must leave
-/// `info` as it is.
+/// `info` as it is. Called on the thread that creates the device: thread-safe when several do.
 class IDeviceCreationObserver {
 public:
     virtual void OnCreateDevice(CDeviceInfo& info, gcstring_vector& xmlStrings) = 0;
@@ -27,7 +27,8 @@ protected:
     ~IDeviceCreationObserver() = default;
 };
 
-/// Failures are GenICam exceptions. Got from CTlFactory and given back with CTlFactory::ReleaseTl.
+/// Failures are GenICam exceptions. Got from CTlFactory and given back with CTlFactory::ReleaseTl. The order of the
+/// operations is part of the binary interface. Thread-safe.
 class ITransportLayer {
 public:
     /// Number of devices; without `addToList` the list is emptied first.

@@ -19,7 +19,7 @@ inline constexpr const char* kSilentPlugin = SILENT_PLUGIN;
 inline FakePluginControl& ControlOf(const char* plugin) {
     void* const pHandle = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
     if (!pHandle) throw std::runtime_error(dlerror());
-    return reinterpret_cast<GetFakePluginControlFunction>(dlsym(pHandle, "GetFakePluginControl"))();
+    return *reinterpret_cast<GetFakePluginControlFunction>(dlsym(pHandle, "GetFakePluginControl"))();
 }
 
 // Sets TAVIX_TL_PATH to a folder of its own while it lives. The real transport layer may lie beside the SDK's library;

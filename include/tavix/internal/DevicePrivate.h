@@ -9,6 +9,8 @@
 
 namespace Tavix {
 
+/// Used when a device is created, asked for a chunk node map or destroyed. The order of the operations is part of the
+/// binary interface, and the destructor follows it in the device's own. Bound to a thread.
 class ITavixDevicePrivate {
 public:
     virtual void CreateNodemapFromFile(const gcstring& fileName, const gcstring_vector& injectStrings) = 0;

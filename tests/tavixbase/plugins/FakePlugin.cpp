@@ -62,8 +62,8 @@ PluginTransportLayer* g_pLiving = nullptr;
 
 extern "C" {
 
-Tavix::FakePluginControl& GetFakePluginControl() {
-    return Tavix::g_Control;
+Tavix::FakePluginControl* GetFakePluginControl() {
+    return &Tavix::g_Control;
 }
 
 bool GetTLInfoList(Tavix::TlInfoList& list) {

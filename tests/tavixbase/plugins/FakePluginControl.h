@@ -34,6 +34,6 @@ struct FakePluginControl {
     }
 };
 
-using GetFakePluginControlFunction = FakePluginControl& (*)();
+using GetFakePluginControlFunction = FakePluginControl* (*)();
 
 } // namespace Tavix
