@@ -1,18 +1,24 @@
 #pragma once
-// Finds the chunks of a USB payload and hands them to the chunk ports of a node map.
+// Binds the chunks of a USB payload to the chunk ports of a node map.
 
 #include <GenApi/ChunkAdapter.h>
 
 namespace GenApi {
 
-/// Chunks lie back to back; each is data, then chunk ID and data length as 32-bit little-endian numbers. Bound to a
-/// thread.
+/// The layout, walked from its end:
+///
+///     | data, `length` bytes | chunk id, 4 | length, 4 | data ... | chunk id | length |
+///
+/// Ids and lengths are little-endian. Bound to a thread.
 class CChunkAdapterUsb : public CChunkAdapter {
 public:
-    CChunkAdapterUsb(INodeMap* pNodeMap, int64_t maxChunkCacheSize);
+    /// `maxChunkCacheSize`: the largest chunk that may be copied, -1 for any.
+    explicit CChunkAdapterUsb(INodeMap* pNodeMap = nullptr, int64_t maxChunkCacheSize = -1);
 
+    /// True when the buffer is a sequence of chunks from its first byte to its last.
     bool CheckBufferLayout(uint8_t* pBuffer, int64_t length) override;
-    /// RuntimeException for a null or malformed buffer, which leaves every port as it was.
+    /// Attaches every chunk to all ports of its id, the one nearest the start last, and detaches all other ports. A
+    /// rejected buffer (RuntimeException) leaves every port as it was.
     void AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStatistics_t* pStatistics = nullptr) override;
 };
 

@@ -1,24 +1,34 @@
 #pragma once
-// A chunk parser with a chunk node map of its own.
+// A USB chunk parser with a node map of its own.
 
 #include "UsbChunkParser.h"
 
-#include <GenApi/NodeMapRef.h>
 #include <boost/shared_ptr.hpp>
 
 namespace Tavix {
 
-/// Keeps the node map alive. Bound to a thread.
-class CSelfReliantUsbChunkParser final : public CUsbChunkParser, public ISelfReliantChunkParser {
+namespace detail {
+
+/// Holds the node map as a base that is built before the parser and destroyed after it.
+struct ChunkNodeMapHolder {
+    boost::shared_ptr<GenApi::CNodeMapRef> m_pChunkNodeMapRef;
+};
+
+} // namespace detail
+
+/// Made with new and ended with Destroy. Bound to a thread.
+class CSelfReliantUsbChunkParser final : private detail::ChunkNodeMapHolder,
+                                         public CUsbChunkParser,
+                                         public ISelfReliantChunkParser {
 public:
-    explicit CSelfReliantUsbChunkParser(const boost::shared_ptr<GenApi::CNodeMapRef>& pNodeMap);
+    explicit CSelfReliantUsbChunkParser(const boost::shared_ptr<GenApi::CNodeMapRef>& pChunkNodeMapRef);
 
     GenApi::INodeMap* GetChunkDataNodeMap() override;
-    /// Deletes the parser; the node map goes after it.
+    /// Deletes the parser; its node map, if this was the last share, goes after it.
     void Destroy() override;
 
 private:
-    boost::shared_ptr<GenApi::CNodeMapRef> m_pNodeMap; // shared
+    ~CSelfReliantUsbChunkParser() override = default;
 };
 
 } // namespace Tavix

@@ -1,5 +1,5 @@
 #pragma once
-// Checks USB3 Vision event messages and hands them to a node map.
+// Hands USB3 Vision event messages to a camera's node map.
 
 #include "tavix/EventGrabber.h"
 
@@ -9,16 +9,18 @@
 
 namespace Tavix {
 
-/// The node map is borrowed and outlives the adapter. Bound to a thread.
+/// Stateless between messages. Bound to a thread.
 class CTavixUsbEventAdapter final : public IEventAdapter {
 public:
-    explicit CTavixUsbEventAdapter(GenApi::INodeMap* pNodeMap);
+    /// Binds the event ports of the node map, which must outlive the adapter.
+    explicit CTavixUsbEventAdapter(GenApi::INodeMap* pCameraNodeMap);
 
-    /// RuntimeException for a message that is malformed or no event.
+    /// One message holds one event; bytes beyond its length field are handed on as they are. RuntimeException for a
+    /// message that is none.
     void DeliverMessage(const unsigned char* msg, std::uint32_t numBytes) override;
 
 private:
-    std::unique_ptr<GenApi::CEventAdapterGeneric> m_pAdapter; // constant after construction
+    std::unique_ptr<GenApi::CEventAdapterGeneric> m_pAdapter;
 };
 
 } // namespace Tavix

@@ -1,33 +1,35 @@
 #pragma once
-// Makes the chunk data of a USB camera's buffer readable and checks its CRC.
+// Reads the chunk data of USB payloads and checks their checksum.
 
 #include "tavix/ChunkParser.h"
 
-namespace GenApi {
-struct IInteger;
-}
+#include <GenApi/GenApi.h>
 
 namespace Tavix {
 
-/// Parses into a borrowed node map that outlives it. Bound to a thread.
+/// The checksum chunk `ChunkPayloadCRC16`, when present, is the last of the buffer and covers every byte in front of
+/// it. Bound to a thread.
 class CUsbChunkParser : public CChunkParser {
 public:
-    explicit CUsbChunkParser(GenApi::INodeMap* pNodeMap);
+    /// The node map must outlive the parser.
+    explicit CUsbChunkParser(GenApi::INodeMap* pChunkNodeMap);
 
     void AttachBuffer(const void* pBuffer, std::int64_t length,
                       GenApi::AttachStatistics_t* pStatistics = nullptr) override;
     void DetachBuffer() override;
+    void UpdateBuffer(const void* pBuffer) override;
     bool HasCRC() const override;
     bool CheckCRC() override;
-    /// CRC-16 with polynomial 0x1021 and initial value 0, neither reflected nor inverted.
+
+    /// The CRC-16 of `length` bytes, in the low 16 bits.
     std::uint64_t CRC16(const void* pData, std::uint64_t length) const;
 
 protected:
     GenApi::INodeMap* GetChunkNodeMap() const { return m_pChunkNodeMap; }
 
 private:
-    GenApi::INodeMap* const m_pChunkNodeMap;   // borrowed
-    GenApi::IInteger* m_pCrcFeature = nullptr; // of m_pChunkNodeMap; null while detached or when there is none
+    GenApi::INodeMap* m_pChunkNodeMap;         // borrowed
+    GenApi::IInteger* m_pCrcFeature = nullptr; // borrowed; null while no buffer is attached
 };
 
 } // namespace Tavix

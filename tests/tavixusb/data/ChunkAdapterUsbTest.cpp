@@ -1,0 +1,199 @@
+#include "ChunkAdapterUsb.h"
+
+#include "ChunkBuffer.h"
+#include "tavixusb/support/Description.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using GenApi::CChunkAdapterUsb;
+using support::ChunkBuffer;
+
+bool IsValid(ChunkBuffer& buffer) {
+    return CChunkAdapterUsb().CheckBufferLayout(buffer.Data(), buffer.Size());
+}
+
+struct ChunkAdapter : testing::Test {
+    void Attach(ChunkBuffer& buffer) { adapter.AttachBuffer(buffer.Data(), buffer.Size(), &statistics); }
+    std::string Refusal(std::uint8_t* data, std::int64_t size) {
+        try {
+            adapter.AttachBuffer(data, size);
+        } catch (const GenICam::RuntimeException& e) {
+            return e.GetDescription();
+        }
+        return "attached";
+    }
+
+    support::DescribedMap map{support::kChunkNodes};
+    CChunkAdapterUsb adapter{map.Get()};
+    GenApi::AttachStatistics_t statistics{9, 9, 9};
+};
+
+TEST(ChunkLayout, RefusesSevenBytes) {
+    ChunkBuffer buffer;
+    buffer.Bytes({0, 0, 0, 0, 0, 0, 0});
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesEightBytes) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {});
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesAnEmptyBuffer) {
+    std::uint8_t byte = 0;
+    EXPECT_FALSE(CChunkAdapterUsb().CheckBufferLayout(&byte, 0));
+}
+
+TEST(ChunkLayout, AcceptsOneChunkOfOneByte) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {7});
+    EXPECT_TRUE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, AcceptsAnEmptyChunkBehindAnother) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {7}).Chunk(2, {}).Chunk(3, {1, 2});
+    EXPECT_TRUE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesAnEmptyChunkInFront) {
+    ChunkBuffer buffer;
+    buffer.Chunk(2, {}).Chunk(1, {7});
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesALengthThatReachesBeforeTheBuffer) {
+    ChunkBuffer buffer;
+    buffer.Bytes({1, 2, 3}).Word(1).Word(4);
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesBytesInFrontOfTheFirstChunk) {
+    ChunkBuffer buffer;
+    buffer.Bytes({1}).Chunk(1, {7});
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, RefusesALengthWhoseStepIsNothing) {
+    ChunkBuffer buffer;
+    buffer.Bytes({1, 2, 3, 4}).Word(1).Word(0xFFFFFFF8);
+    EXPECT_FALSE(IsValid(buffer));
+}
+
+TEST(ChunkLayout, StepsBackByTheWrappedSum) {
+    // A length of 0xFFFFFFFC steps back by four bytes, onto a chunk of one byte that fills the rest.
+    ChunkBuffer buffer;
+    buffer.Bytes({1}).Word(2).Bytes({1, 0, 0, 0}).Bytes({0xFC, 0xFF, 0xFF, 0xFF});
+    EXPECT_TRUE(IsValid(buffer));
+}
+
+class WrappedLength : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(WrappedLength, EndsAndReadsNothingOutside) {
+    ChunkBuffer buffer;
+    buffer.Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9}).Word(1).Word(GetParam());
+    support::DescribedMap map{support::kChunkNodes};
+    CChunkAdapterUsb adapter(map.Get());
+    if (!adapter.CheckBufferLayout(buffer.Data(), buffer.Size())) return;
+    adapter.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(map.Access("ImageByte"), GenApi::NA);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllStepsBelowATrailer, WrappedLength,
+                         testing::Values(0xFFFFFFF8, 0xFFFFFFF9, 0xFFFFFFFA, 0xFFFFFFFB, 0xFFFFFFFC, 0xFFFFFFFD,
+                                         0xFFFFFFFE, 0xFFFFFFFF));
+
+TEST_F(ChunkAdapter, MakesChunksReadableByFeature) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {0x83, 0, 0, 0}).Chunk(0x0A0B0C0D, {0x78, 0x56, 0x34, 0x12});
+    Attach(buffer);
+    EXPECT_EQ(map.Integer("ImageByte"), 0x83);
+    EXPECT_EQ(map.Integer("Counter"), 0x12345678);
+}
+
+TEST_F(ChunkAdapter, CountsPortsChunksAndAttachments) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1}).Chunk(0x99, {2}).Chunk(0x0A0B0C0D, {1, 2, 3, 4});
+    Attach(buffer);
+    EXPECT_EQ(statistics.NumChunkPorts, 3u);
+    EXPECT_EQ(statistics.NumChunks, 3u);
+    EXPECT_EQ(statistics.NumAttachedChunks, 2u);
+}
+
+TEST_F(ChunkAdapter, WorksWithoutStatistics) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {5});
+    adapter.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(map.Integer("ImageByte"), 5);
+}
+
+TEST_F(ChunkAdapter, OfTwoChunksWithOneIdReadsTheOneNearerTheStart) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {11}).Chunk(1, {22});
+    Attach(buffer);
+    EXPECT_EQ(map.Integer("ImageByte"), 11);
+    EXPECT_EQ(statistics.NumAttachedChunks, 2u);
+}
+
+TEST_F(ChunkAdapter, DetachesPortsWhoseChunkIsMissing) {
+    ChunkBuffer first, second;
+    first.Chunk(1, {1}).Chunk(0x0A0B0C0D, {1, 0, 0, 0});
+    second.Chunk(1, {2});
+    Attach(first);
+    Attach(second);
+    EXPECT_EQ(map.Integer("ImageByte"), 2);
+    EXPECT_EQ(map.Access("Counter"), GenApi::NA);
+    EXPECT_THROW(map.Integer("Counter"), GenICam::AccessException);
+}
+
+TEST_F(ChunkAdapter, AttachesOneChunkToSeveralPorts) {
+    support::DescribedMap twins(R"(
+        <Port Name="A"><ChunkID>05</ChunkID></Port><Port Name="B"><ChunkID>00000005</ChunkID></Port>
+        <IntReg Name="OfA"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>A</pPort></IntReg>
+        <IntReg Name="OfB"><Address>1</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>B</pPort></IntReg>)");
+    CChunkAdapterUsb both(twins.Get());
+    ChunkBuffer buffer;
+    buffer.Chunk(5, {7, 8});
+    both.AttachBuffer(buffer.Data(), buffer.Size(), &statistics);
+    EXPECT_EQ(twins.Integer("OfA"), 7);
+    EXPECT_EQ(twins.Integer("OfB"), 8);
+    EXPECT_EQ(statistics.NumAttachedChunks, 2u);
+}
+
+TEST_F(ChunkAdapter, RefusesANullBuffer) {
+    EXPECT_EQ(Refusal(nullptr, 20), "Invalid buffer attached to chunk parser!");
+}
+
+TEST_F(ChunkAdapter, RefusesABadLayoutAndLeavesEveryPortAsItWas) {
+    ChunkBuffer good, bad;
+    good.Chunk(1, {42});
+    bad.Bytes({0, 0, 0}).Word(1).Word(400);
+    Attach(good);
+    EXPECT_EQ(Refusal(bad.Data(), bad.Size()), "Invalid layout of buffer attached to chunk parser!");
+    EXPECT_EQ(map.Integer("ImageByte"), 42);
+}
+
+TEST_F(ChunkAdapter, AsksTheVirtualLayoutCheck) {
+    struct Strict : CChunkAdapterUsb {
+        using CChunkAdapterUsb::CChunkAdapterUsb;
+        bool CheckBufferLayout(uint8_t*, int64_t) override { return false; }
+    } strict(map.Get());
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1});
+    EXPECT_THROW(strict.AttachBuffer(buffer.Data(), buffer.Size()), GenICam::RuntimeException);
+}
+
+TEST_F(ChunkAdapter, NamesItsSourceFile) {
+    try {
+        adapter.AttachBuffer(nullptr, 0);
+        FAIL() << "a null buffer was attached";
+    } catch (const GenICam::RuntimeException& e) {
+        EXPECT_STREQ(e.GetSourceFileName(), "ChunkAdapterUsb.cpp");
+        EXPECT_GT(e.GetSourceLine(), 0u);
+    }
+}
+
+} // namespace

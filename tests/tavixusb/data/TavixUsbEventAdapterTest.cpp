@@ -1,0 +1,126 @@
+#include "TavixUsbEventAdapter.h"
+
+#include "tavixusb/support/Description.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+/// Event 0x9C43 at time 1000 with four bytes of data.
+std::vector<std::uint8_t> Message() {
+    return {0x55, 0x33, 0x56, 0x45, 0x00, 0x00, 0x00, 0x0C, 0x10, 0x00, 0x07, 0x00, 0x00, 0x00,
+            0x43, 0x9C, 0xE8, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x2A, 0x00, 0x00, 0x00};
+}
+
+struct EventAdapter : testing::Test {
+    void Deliver(const std::vector<std::uint8_t>& message) {
+        adapter.DeliverMessage(message.data(), static_cast<std::uint32_t>(message.size()));
+    }
+    std::string Refusal(const std::vector<std::uint8_t>& message) {
+        try {
+            Deliver(message);
+        } catch (const GenICam::RuntimeException& e) {
+            return e.GetDescription();
+        }
+        return "delivered";
+    }
+    static constexpr const char* kBad = "Cannot deliver bad USB event message.";
+
+    support::DescribedMap map{R"(
+        <Port Name="EventPort"><EventID>9C43</EventID></Port>
+        <IntReg Name="Id"><Address>2</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>
+        <IntReg Name="Time"><Address>4</Address><Length>8</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>
+        <IntReg Name="Data"><Address>12</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>)"};
+    Tavix::CTavixUsbEventAdapter adapter{map.Get()};
+};
+
+TEST_F(EventAdapter, DeliversIdTimeAndData) {
+    Deliver(Message());
+    EXPECT_EQ(map.Integer("Id"), 0x9C43);
+    EXPECT_EQ(map.Integer("Time"), 1000);
+    EXPECT_EQ(map.Integer("Data"), 42);
+}
+
+TEST_F(EventAdapter, IgnoresAnEventThatNoPortHas) {
+    auto message = Message();
+    message[14] = 0x44;
+    Deliver(message);
+    EXPECT_EQ(map.Access("Data"), GenApi::NA);
+}
+
+TEST_F(EventAdapter, RefusesTwentyThreeBytes) {
+    auto message = Message();
+    message[8] = 12;
+    message.resize(23);
+    EXPECT_EQ(Refusal(message), kBad);
+}
+
+TEST_F(EventAdapter, DeliversTwentyFourBytesWithoutData) {
+    auto message = Message();
+    message[8] = 12;
+    message.resize(24);
+    Deliver(message);
+    EXPECT_EQ(map.Integer("Time"), 1000);
+    EXPECT_THROW(map.Integer("Data"), GenICam::OutOfRangeException);
+}
+
+TEST_F(EventAdapter, RefusesALengthOfEleven) {
+    auto message = Message();
+    message[8] = 11;
+    EXPECT_EQ(Refusal(message), kBad);
+}
+
+TEST_F(EventAdapter, RefusesALengthBeyondTheMessage) {
+    auto message = Message();
+    message[8] = 17;
+    EXPECT_EQ(Refusal(message), kBad);
+}
+
+TEST_F(EventAdapter, HandsOnBytesBeyondTheLengthField) {
+    auto message = Message();
+    message[8] = 12;
+    Deliver(message);
+    EXPECT_EQ(map.Integer("Data"), 42);
+}
+
+TEST_F(EventAdapter, RefusesAnAcknowledge) {
+    auto message = Message();
+    message[6] = 1;
+    EXPECT_EQ(Refusal(message), kBad);
+}
+
+TEST_F(EventAdapter, RefusesAnotherPrefix) {
+    for (std::size_t i = 0; i < 4; ++i) {
+        auto message = Message();
+        message[i] ^= 1;
+        EXPECT_EQ(Refusal(message), kBad) << i;
+    }
+}
+
+TEST_F(EventAdapter, TakesAnyFlagsAndRequestId) {
+    auto message = Message();
+    message[4] = message[5] = message[10] = message[11] = 0xFF;
+    Deliver(message);
+    EXPECT_EQ(map.Integer("Data"), 42);
+}
+
+TEST_F(EventAdapter, RefusesEveryTruncation) {
+    const auto whole = Message();
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        EXPECT_EQ(Refusal({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}), kBad) << size;
+    }
+    EXPECT_THROW(adapter.DeliverMessage(nullptr, 24), GenICam::RuntimeException);
+}
+
+TEST_F(EventAdapter, FiresTheCallbackOfAFeatureOnce) {
+    int calls = 0;
+    const auto count = [&calls](GenApi::INode*) { ++calls; };
+    const auto handle = GenApi::Register(map->GetNode("Data"), count);
+    Deliver(Message());
+    EXPECT_EQ(calls, 1);
+    GenApi::Deregister(handle);
+}
+
+} // namespace

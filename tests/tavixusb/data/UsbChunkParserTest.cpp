@@ -1,0 +1,154 @@
+#include "UsbChunkParser.h"
+#include "SelfReliantUsbChunkParser.h"
+
+#include "ChunkBuffer.h"
+#include "tavixusb/support/Description.h"
+#include "u3v/Crc16.h"
+
+#include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+using support::ChunkBuffer;
+using Tavix::CUsbChunkParser;
+
+/// A payload whose last chunk is its checksum.
+ChunkBuffer Checked() {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1, 2, 3, 4, 5, 6, 7, 8});
+    const std::uint16_t crc = u3v::Crc16ByteTable(buffer.Data(), static_cast<std::size_t>(buffer.Size()));
+    buffer.Word(crc).Word(0xC1).Word(4);
+    return buffer;
+}
+
+template<class Call>
+std::string LogicalError(Call call) {
+    try {
+        call();
+    } catch (const GenICam::LogicalErrorException& e) {
+        return e.GetDescription();
+    }
+    return "no error";
+}
+
+struct UsbChunkParser : testing::Test {
+    support::DescribedMap map{support::kChunkNodes};
+    CUsbChunkParser parser{map.Get()};
+};
+
+TEST_F(UsbChunkParser, FindsTheChecksumRight) {
+    ChunkBuffer buffer = Checked();
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_TRUE(parser.HasCRC());
+    EXPECT_TRUE(parser.CheckCRC());
+}
+
+TEST_F(UsbChunkParser, FindsAnyChangedByteInFrontOfTheChecksum) {
+    ChunkBuffer buffer = Checked();
+    for (std::int64_t i = 0; i < 8; ++i) {
+        buffer.Data()[i] ^= 0x10;
+        parser.AttachBuffer(buffer.Data(), buffer.Size());
+        EXPECT_FALSE(parser.CheckCRC()) << i;
+        buffer.Data()[i] ^= 0x10;
+    }
+}
+
+TEST_F(UsbChunkParser, ComparesTheWholeChecksumValue) {
+    ChunkBuffer buffer = Checked();
+    buffer.Data()[buffer.Size() - 12 + 2] = 1; // third byte of the four: above the sixteen bits
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_FALSE(parser.CheckCRC());
+}
+
+TEST_F(UsbChunkParser, HasNoChecksumWithoutItsChunk) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1, 2, 3, 4});
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_FALSE(parser.HasCRC());
+    EXPECT_EQ(LogicalError([&] { parser.CheckCRC(); }), "CRC data is not available.");
+}
+
+TEST_F(UsbChunkParser, HasNoChecksumWithoutItsFeature) {
+    support::DescribedMap bare(R"(<Port Name="P"><ChunkID>01</ChunkID></Port>)");
+    CUsbChunkParser other(bare.Get());
+    ChunkBuffer buffer = Checked();
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_FALSE(other.HasCRC());
+}
+
+TEST_F(UsbChunkParser, RefusesChecksumQuestionsWithoutABuffer) {
+    EXPECT_EQ(LogicalError([&] { (void)parser.HasCRC(); }), "No buffer attached.");
+    EXPECT_EQ(LogicalError([&] { parser.CheckCRC(); }), "No buffer attached.");
+}
+
+TEST_F(UsbChunkParser, RefusesChecksumQuestionsAfterDetaching) {
+    ChunkBuffer buffer = Checked();
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    parser.DetachBuffer();
+    EXPECT_EQ(LogicalError([&] { (void)parser.HasCRC(); }), "No buffer attached.");
+    EXPECT_EQ(map.Access("ImageByte"), GenApi::NA);
+}
+
+TEST_F(UsbChunkParser, SpeaksOfARangeWhenTheBufferIsTooShort) {
+    // The checksum's feature reads from another chunk here, so that so short a buffer has one.
+    support::DescribedMap odd(R"(<Port Name="P"><ChunkID>01</ChunkID></Port>
+        <IntReg Name="ChunkPayloadCRC16"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>P</pPort></IntReg>)");
+    CUsbChunkParser other(odd.Get());
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1, 2, 3});
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(LogicalError([&] { other.CheckCRC(); }), "Buffer length 1164d exceeds range of unsigned long"); // sic
+}
+
+TEST_F(UsbChunkParser, AsksItsVirtualHasCRC) {
+    struct Without : CUsbChunkParser {
+        using CUsbChunkParser::CUsbChunkParser;
+        bool HasCRC() const override { return false; }
+    } without(map.Get());
+    ChunkBuffer buffer = Checked();
+    without.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(LogicalError([&] { without.CheckCRC(); }), "CRC data is not available.");
+}
+
+TEST_F(UsbChunkParser, FollowsABufferThatMoved) {
+    ChunkBuffer buffer = Checked(), moved = Checked();
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    std::memset(buffer.Data(), 0, static_cast<std::size_t>(buffer.Size()));
+    parser.UpdateBuffer(moved.Data());
+    EXPECT_EQ(map.Integer("ImageByte"), 1);
+    EXPECT_TRUE(parser.CheckCRC());
+}
+
+TEST_F(UsbChunkParser, RebindsWhenAttachedAgain) {
+    ChunkBuffer first = Checked(), second;
+    second.Chunk(1, {99});
+    parser.AttachBuffer(first.Data(), first.Size());
+    parser.AttachBuffer(second.Data(), second.Size());
+    EXPECT_EQ(map.Integer("ImageByte"), 99);
+    EXPECT_FALSE(parser.HasCRC());
+}
+
+TEST_F(UsbChunkParser, ComputesTheCheckValue) {
+    EXPECT_EQ(parser.CRC16("123456789", 9), 0x31C3u);
+}
+
+TEST(SelfReliantUsbChunkParser, KeepsItsNodeMapUntilItIsDestroyed) {
+    auto reference = boost::make_shared<GenApi::CNodeMapRef>("Device");
+    reference->_LoadXMLFromString(support::Description(support::kChunkNodes).c_str());
+    const boost::weak_ptr<GenApi::CNodeMapRef> watched = reference;
+    auto* parser = new Tavix::CSelfReliantUsbChunkParser(reference);
+    EXPECT_EQ(parser->GetChunkDataNodeMap(), reference->_Ptr);
+    reference.reset();
+    ChunkBuffer buffer = Checked();
+    parser->AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_TRUE(parser->CheckCRC());
+    EXPECT_FALSE(watched.expired());
+    parser->Destroy();
+    EXPECT_TRUE(watched.expired());
+}
+
+} // namespace
