@@ -1,0 +1,46 @@
+#pragma once
+// Finding and opening the cameras that a user named.
+
+#include "Options.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <tavix/Tavix.h>
+
+namespace tool {
+
+/// All cameras of all transport layers, in the order in which `tavix list` numbers them.
+Tavix::DeviceInfoList FindCameras();
+/// The cameras that the options name: by number, serial number, GUID, user-defined name, model or full name.
+/// Throws Error when there is no camera, when a name fits none, or when it fits several.
+std::vector<Tavix::CDeviceInfo> ChooseCameras(const CommonOptions& options);
+/// As ChooseCameras, for commands that work on exactly one.
+Tavix::CDeviceInfo ChooseCamera(const CommonOptions& options);
+
+/// An opened camera; closed and given back at the end of its scope. Bound to a thread.
+class Camera {
+public:
+    explicit Camera(const Tavix::CDeviceInfo& info);
+    ~Camera();
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+
+    Tavix::ITavixDevice& Device() { return *m_Device; }
+    GenApi::INodeMap& Features() { return *m_Device->GetNodeMap(); }
+    const std::string& Name() const { return m_Name; }
+
+private:
+    Tavix::ITavixDevice* m_Device;
+    std::string m_Name;
+};
+
+/// Sets a feature from "NAME=VALUE". Throws Error when there is no such feature or it refuses.
+void ApplySetting(GenApi::INodeMap& features, const std::string& setting);
+/// Splits "NAME=VALUE"; throws Error without the sign.
+std::pair<std::string, std::string> SplitSetting(const std::string& setting);
+/// The value of a feature; throws Error with the nearest names when there is none.
+GenApi::IValue& FindFeature(GenApi::INodeMap& features, const std::string& name);
+
+} // namespace tool

@@ -1,0 +1,15 @@
+#pragma once
+// The commands; each prints to standard output and returns the exit status. They throw Error or GenICam exceptions.
+
+#include "Options.h"
+
+namespace tool {
+
+int List(const CommonOptions& options);
+int Info(const CommonOptions& options);
+int Features(const FeatureOptions& options);
+int Get(const FeatureOptions& options);
+int Set(const FeatureOptions& options);
+int Grab(const GrabOptions& options);
+
+} // namespace tool

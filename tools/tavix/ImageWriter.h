@@ -1,0 +1,47 @@
+#pragma once
+// Writes images on a thread of its own, so that the grab does not wait for the disk.
+
+#include "ImageFile.h"
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace tool {
+
+/// Jobs are written in the order in which they come. The bytes of a job stay borrowed until its `done` has run, on the
+/// writer's thread. Thread-safe.
+class ImageWriter {
+public:
+    struct Job {
+        std::string path; ///< without extension
+        ImageFormat format = ImageFormat::Png;
+        ImageView view;
+        std::function<void()> done; ///< gives the bytes back; must not throw
+    };
+
+    ImageWriter();
+    ~ImageWriter();
+    ImageWriter(const ImageWriter&) = delete;
+    ImageWriter& operator=(const ImageWriter&) = delete;
+
+    void Write(Job job);
+    /// Waits until everything is written; throws the first Error that writing met.
+    void Finish();
+
+private:
+    void Run();
+
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::deque<Job> m_Jobs;       // guarded by m_Mutex
+    bool m_Busy = false;          // guarded by m_Mutex
+    bool m_Ending = false;        // guarded by m_Mutex
+    std::string m_FirstError;     // guarded by m_Mutex
+    std::thread m_Thread;         // joined by the destructor
+};
+
+} // namespace tool
