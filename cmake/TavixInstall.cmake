@@ -1,1 +1,21 @@
-# What `cmake --install` puts where, and the package config that a stranger's project finds.
+# What `cmake --install` puts where, and the package config that a stranger's project finds:
+#
+#   find_package(tavix 4.0 REQUIRED)
+#   target_link_libraries(app PRIVATE tavix::tavixbase)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS core gcbase genapi tavixbase vexlo
+  EXPORT tavix
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Loaded at run time and never linked against: the plug-in lies beside the library whose factory looks for it, the
+# virtual camera beside the one that loads it.
+install(TARGETS tavixusb virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS tavix_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INCLUDEDIR})
+
+install(EXPORT tavix NAMESPACE tavix:: FILE tavixTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tavixConfig.cmake.in ${PROJECT_BINARY_DIR}/tavixConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/tavixConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/tavixConfig.cmake ${PROJECT_BINARY_DIR}/tavixConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)

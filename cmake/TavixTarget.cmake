@@ -2,12 +2,16 @@
 
 find_program(TAVIX_CCACHE ccache)
 
+# Headers are installed below a folder of their own, since Base/ and Log/ are names that others may use too.
+set(TAVIX_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/tavix-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
 # Applies language level, warnings, sanitizers and output folders to a target.
 function(tavix_habits target)
   target_compile_features(${target} PUBLIC cxx_std_17)
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON
+    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}"
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
@@ -36,7 +40,7 @@ function(tavix_target name kind)
   add_library(tavix::${name} ALIAS ${name})
   tavix_habits(${name})
   target_include_directories(${name}
-    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${TAVIX_INSTALL_INCLUDEDIR}>
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   if(ARG_OUTPUT_NAME)

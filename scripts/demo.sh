@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs what is needed, builds, and shows two virtual cameras at work: lists them, grabs from both at once through the
+# transport layer, checks the chunk data and writes the images. Works in a fresh clone.
+# Usage: scripts/demo.sh [frames per camera]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+frames=${1:-100}
+images=out/demo
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+
+fail() { echo "demo: $1" >&2; exit 1; }
+quietly() { "$@" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }; }
+
+scripts/setup.sh || fail "the packages above could not be installed"
+echo "demo: building"
+quietly cmake --preset release || fail "configuring failed, see above"
+quietly cmake --build --preset release --target demo || fail "building failed, see above"
+
+tavix=build/release/bin/tavix
+export TAVIX_VIRTUAL_CAMERAS=2
+rm -rf "$images"
+
+echo; echo "demo: the cameras"
+"$tavix" list || fail "the cameras could not be listed"
+[ "$("$tavix" list --json | grep -c '"FullName"')" -ge 2 ] || fail "two virtual cameras were expected in the list"
+
+echo; echo "demo: $frames frames from each camera at once, chunk data checked, images into $images"
+"$tavix" grab --all --frames "$frames" --chunks --output "$images" || fail "grabbing failed"
+count=$(find "$images" -name '*.png' -size +0 | wc -l)
+[ "$count" -ge $((2 * frames)) ] || fail "$((2 * frames)) images were expected in $images, $count are there"
+
+echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, Mono8, no frame rate limit)"
+"$tavix" grab --frames 2000 --set Width=1920 --set Height=1080 --set PixelFormat=Mono8 --set AcquisitionFrameRateEnable=0 \
+    || fail "the fast grab failed"
+
+echo; echo "demo: $count images are in $images, for example $(find "$images" -name '*.png' | sort | head -n 1)"
