@@ -26,18 +26,22 @@ std::string ReadFile(const std::filesystem::path& path) {
 
 /// A description of `registers` integer features, each with a register, a formula as its limit and an invalidator.
 std::string MadeDescription(int registers) {
-    std::string xml = R"(<RegisterDescription ModelName="Made" VendorName="Bench" StandardNameSpace="None" SchemaMajorVersion="1")"
-                      R"( SchemaMinorVersion="1" SchemaSubMinorVersion="0" MajorVersion="1" MinorVersion="0" SubMinorVersion="0")"
-                      R"( ProductGuid="00000000-0000-0000-0000-000000000001" VersionGuid="00000000-0000-0000-0000-000000000002")"
-                      R"( xmlns="http://www.genicam.org/GenApi/Version_1_1"><Category Name="Root">)";
-    for (int i = 0; i < registers; ++i) xml += "<pFeature>Feature" + std::to_string(i) + "</pFeature>";
+    std::string xml =
+        R"(<RegisterDescription ModelName="Made" VendorName="Bench" StandardNameSpace="None" SchemaMajorVersion="1")"
+        R"( SchemaMinorVersion="1" SchemaSubMinorVersion="0" MajorVersion="1" MinorVersion="0" SubMinorVersion="0")"
+        R"( ProductGuid="00000000-0000-0000-0000-000000000001" VersionGuid="00000000-0000-0000-0000-000000000002")"
+        R"( xmlns="http://www.genicam.org/GenApi/Version_1_1"><Category Name="Root">)";
+    for (int i = 0; i < registers; ++i)
+        xml += "<pFeature>Feature" + std::to_string(i) + "</pFeature>";
     xml += "</Category><Port Name=\"Device\"/>";
     for (int i = 0; i < registers; ++i) {
         const std::string n = std::to_string(i);
-        xml += "<Integer Name=\"Feature" + n + "\"><ToolTip>A feature</ToolTip><pValue>Register" + n + "</pValue><pMax>Limit" + n +
-               "</pMax></Integer><IntReg Name=\"Register" + n + "\"><Address>" + std::to_string(4 * i) +
+        xml += "<Integer Name=\"Feature" + n + "\"><ToolTip>A feature</ToolTip><pValue>Register" + n +
+               "</pValue><pMax>Limit" + n + "</pMax></Integer><IntReg Name=\"Register" + n + "\"><Address>" +
+               std::to_string(4 * i) +
                "</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><pInvalidator>Feature" +
-               std::to_string(i / 2) + "</pInvalidator><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>" +
+               std::to_string(i / 2) +
+               "</pInvalidator><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>" +
                "<IntSwissKnife Name=\"Limit" + n + "\"><pVariable Name=\"X\">Register" + std::to_string(i / 2) +
                "</pVariable><Formula>X * 2 + 1000</Formula></IntSwissKnife>";
     }

@@ -14,21 +14,24 @@ bench::BenchCamera& SharedCamera() {
 
 void FeatureReadOverTheBus(benchmark::State& state) {
     GenApi::CIntegerPtr width(SharedCamera().Device().GetNodeMap()->GetNode("Width"));
-    for (auto _ : state) benchmark::DoNotOptimize(width->GetValue(/*Verify=*/false, /*IgnoreCache=*/true));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(width->GetValue(/*Verify=*/false, /*IgnoreCache=*/true));
 }
 BENCHMARK(FeatureReadOverTheBus)->Unit(benchmark::kMicrosecond);
 
 void FeatureReadFromTheCache(benchmark::State& state) {
     GenApi::CIntegerPtr width(SharedCamera().Device().GetNodeMap()->GetNode("Width"));
     width->GetValue();
-    for (auto _ : state) benchmark::DoNotOptimize(width->GetValue());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(width->GetValue());
 }
 BENCHMARK(FeatureReadFromTheCache)->Unit(benchmark::kNanosecond);
 
 void FeatureWriteOverTheBus(benchmark::State& state) {
     GenApi::CIntegerPtr width(SharedCamera().Device().GetNodeMap()->GetNode("Width"));
     const std::int64_t value = width->GetValue();
-    for (auto _ : state) width->SetValue(value);
+    for (auto _ : state)
+        width->SetValue(value);
 }
 BENCHMARK(FeatureWriteOverTheBus)->Unit(benchmark::kMicrosecond);
 

@@ -53,7 +53,8 @@ public:
         while (m_Grabber.RetrieveResult(result)) {
         }
         m_Grabber.FinishGrab();
-        for (auto handle : m_Handles) m_Grabber.DeregisterBuffer(handle);
+        for (auto handle : m_Handles)
+            m_Grabber.DeregisterBuffer(handle);
         m_Grabber.Close();
     }
     void Frames(unsigned int count) {
@@ -91,7 +92,8 @@ double CopySeconds(std::size_t size) {
     std::vector<std::uint8_t> from(size, 1), to(size * 8);
     const auto start = Clock::now();
     constexpr int kTimes = 64;
-    for (int i = 0; i < kTimes; ++i) std::memcpy(&to[(i % 8) * size], from.data(), size);
+    for (int i = 0; i < kTimes; ++i)
+        std::memcpy(&to[(i % 8) * size], from.data(), size);
     return SecondsSince(start) / kTimes;
 }
 
@@ -117,16 +119,18 @@ void Measure(const Case& c) {
     grabs[0]->Frames(c.frames);
     const bench::Cost cost = bench::MeasureThreads() - before;
     const double seconds = SecondsSince(start);
-    for (auto& thread : threads) thread.join();
+    for (auto& thread : threads)
+        thread.join();
     unsigned int lost = 0;
-    for (auto& grab : grabs) lost += grab->lost;
+    for (auto& grab : grabs)
+        lost += grab->lost;
     const double frames = double(c.frames) * c.cameras;
     const double copy = CopySeconds(grabs[0]->Size());
-    std::printf("%-34s %8.0f frames/s %9.0f MB/s %9.1f us host/frame %9.1f us camera/frame %6.2f switches/frame %5u lost   "
-                "host/one copy %.3f\n",
-                c.name, frames / seconds, frames * double(grabs[0]->Size()) / seconds * 1e-6, cost.hostSeconds / frames * 1e6,
-                cost.cameraSeconds / frames * 1e6, double(cost.hostSwitches) / frames, lost,
-                cost.hostSeconds / frames / copy);
+    std::printf(
+        "%-34s %8.0f frames/s %9.0f MB/s %9.1f us host/frame %9.1f us camera/frame %6.2f switches/frame %5u lost   "
+        "host/one copy %.3f\n",
+        c.name, frames / seconds, frames * double(grabs[0]->Size()) / seconds * 1e-6, cost.hostSeconds / frames * 1e6,
+        cost.cameraSeconds / frames * 1e6, double(cost.hostSwitches) / frames, lost, cost.hostSeconds / frames / copy);
 }
 
 } // namespace
@@ -138,6 +142,7 @@ int main() {
         {"4096 x 3000 Mono8, one camera", "4096", "3000", 400, 1},
         {"1920 x 1080 Mono8, eight cameras", "1920", "1080", 400, 8},
     };
-    for (const Case& c : cases) Measure(c);
+    for (const Case& c : cases)
+        Measure(c);
     return 0;
 }

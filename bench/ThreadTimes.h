@@ -6,9 +6,9 @@
 namespace bench {
 
 struct Cost {
-    double cameraSeconds = 0;           ///< processor time of the virtual cameras' threads
-    double hostSeconds = 0;             ///< processor time of all others: the library and the application
-    std::uint64_t hostSwitches = 0;     ///< context switches of those others
+    double cameraSeconds = 0;       ///< processor time of the virtual cameras' threads
+    double hostSeconds = 0;         ///< processor time of all others: the library and the application
+    std::uint64_t hostSwitches = 0; ///< context switches of those others
 };
 
 /// Threads whose names begin with "vcam" belong to virtual cameras. Threads that have ended are not counted.

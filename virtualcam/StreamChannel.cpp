@@ -109,7 +109,8 @@ void StreamChannel::BuildTrailer(const Frame& frame, std::uint16_t status, std::
     // A camera that loses part of its payload unawares still tells the full height.
     const bool unaware = Fault(StreamFault::Truncated) != nullptr;
     const std::uint64_t delivered = validBytes / frame.geometry.LineBytes();
-    const std::uint64_t lines = unaware ? frame.geometry.height : std::min<std::uint64_t>(frame.geometry.height, delivered);
+    const std::uint64_t lines =
+        unaware ? frame.geometry.height : std::min<std::uint64_t>(frame.geometry.height, delivered);
     m_Trailer.clear();
     Append<std::uint32_t>(m_Trailer, Fault(StreamFault::TrailerMagic) ? kWrongMagic : kTrailerMagic);
     Append<std::uint16_t>(m_Trailer, 0);

@@ -37,7 +37,7 @@ public:
         Property_TransferLoopThreadPriority = 0xA00,    ///< 4 bytes, read/write, signed: 0 ordinary, 1..99 real-time
         Property_TransferLoopThreadPriorityMax = 0xA08, ///< 4 bytes, read, signed
         Property_TransferLoopThreadPriorityMin = 0xA10, ///< 4 bytes, read, signed
-        Property_CopiedByteCount = 0xB00                ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
+        Property_CopiedByteCount = 0xB00 ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
     };
 
     /// A completed buffer.

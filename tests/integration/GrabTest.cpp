@@ -74,13 +74,13 @@ TEST_P(TransferSize, ChangesNothingThatTheApplicationSees) {
     VirtualBus bus(kFast);
     auto camera = bus.Open();
     Set(camera->GetNodeMap(), "Width", "1000");
-    Set(camera->GetNodeMap(), "Height", "701");
+    Set(camera->GetNodeMap(), "Height", "702");
     Set(camera->GetStreamGrabber(0)->GetNodeMap(), "MaxTransferSize", GetParam());
     GrabRun run(*camera);
     run.Start();
     for (const Frame& frame : run.Next(12)) {
         ASSERT_TRUE(frame.result.Succeeded()) << frame.result.GetErrorDescription().c_str();
-        EXPECT_EQ(frame.result.GetPayloadSize64(), 701000u);
+        EXPECT_EQ(frame.result.GetPayloadSize64(), 702000u);
     }
     run.Stop();
 }
@@ -210,6 +210,8 @@ TEST(Grab, VerifiesChunkDataOfEveryFrame) {
     VirtualBus bus(kFast);
     auto camera = bus.Open();
     Set(camera->GetNodeMap(), "ChunkModeActive", "1");
+    Set(camera->GetNodeMap(), "ChunkSelector", "PayloadCRC16");
+    Set(camera->GetNodeMap(), "ChunkEnable", "1");
     GrabRun run(*camera);
     Tavix::IChunkParser* parser = camera->CreateChunkParser();
     run.Start();

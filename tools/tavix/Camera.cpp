@@ -13,7 +13,8 @@ namespace {
 
 bool Fits(const Tavix::CDeviceInfo& info, std::size_t number, const std::string& name) {
     if (name == std::to_string(number)) return true;
-    for (const char* property : {"SerialNumber", "DeviceGUID", "UserDefinedName", "FriendlyName", "ModelName", "FullName"}) {
+    for (const char* property :
+         {"SerialNumber", "DeviceGUID", "UserDefinedName", "FriendlyName", "ModelName", "FullName"}) {
         GenICam::gcstring value;
         if (info.GetPropertyValue(property, value) && Text(value) == name) return true;
     }
@@ -69,7 +70,8 @@ std::vector<Tavix::CDeviceInfo> ChooseCameras(const CommonOptions& options) {
     if (options.all) return {cameras.begin(), cameras.end()};
     if (options.cameras.empty()) return {cameras.front()};
     std::vector<Tavix::CDeviceInfo> chosen;
-    for (const std::string& name : options.cameras) chosen.push_back(ChooseOne(cameras, name));
+    for (const std::string& name : options.cameras)
+        chosen.push_back(ChooseOne(cameras, name));
     return chosen;
 }
 

@@ -23,8 +23,8 @@ public:
             m_Json.push_back(FeatureJson(node));
             return;
         }
-        std::printf("%*s%-*s %-11s %-2s  %-24s %s\n", 2 * depth, "", 44 - 2 * depth, node.GetName().c_str(), TypeName(node),
-                    AccessName(node), ValueText(node).c_str(), LimitText(node).c_str());
+        std::printf("%*s%-*s %-11s %-2s  %-24s %s\n", 2 * depth, "", 44 - 2 * depth, node.GetName().c_str(),
+                    TypeName(node), AccessName(node), ValueText(node).c_str(), LimitText(node).c_str());
     }
 
 private:
@@ -56,7 +56,8 @@ int Features(const FeatureOptions& options) {
     Camera camera(ChooseCamera(options));
     nlohmann::json json = nlohmann::json::array();
     GenApi::INode* root = camera.Features().GetNode("Root");
-    if (!root) throw Error("the description of " + camera.Name() + " has no category Root; its features cannot be listed");
+    if (!root)
+        throw Error("the description of " + camera.Name() + " has no category Root; its features cannot be listed");
     FeatureTree(options, json).Visit(*root, 0);
     if (options.json) std::printf("%s\n", json.dump(2).c_str());
     return 0;

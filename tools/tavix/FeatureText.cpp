@@ -38,7 +38,8 @@ std::string EntryNames(GenApi::IEnumeration& feature) {
     GenApi::StringList_t names;
     feature.GetSymbolics(names);
     std::string text;
-    for (const auto& name : names) text += (text.empty() ? "" : ", ") + Text(name);
+    for (const auto& name : names)
+        text += (text.empty() ? "" : ", ") + Text(name);
     return text;
 }
 
@@ -56,7 +57,8 @@ void AddLimits(nlohmann::json& json, GenApi::INode& node) {
         GenApi::StringList_t names;
         enumeration->GetSymbolics(names);
         json["entries"] = nlohmann::json::array();
-        for (const auto& name : names) json["entries"].push_back(Text(name));
+        for (const auto& name : names)
+            json["entries"].push_back(Text(name));
     }
 }
 
@@ -72,29 +74,46 @@ nlohmann::json ValueJson(GenApi::INode& node) {
 
 const char* TypeName(GenApi::INode& node) {
     switch (node.GetPrincipalInterfaceType()) {
-    case GenApi::intfIInteger: return "Integer";
-    case GenApi::intfIBoolean: return "Boolean";
-    case GenApi::intfICommand: return "Command";
-    case GenApi::intfIFloat: return "Float";
-    case GenApi::intfIString: return "String";
-    case GenApi::intfIRegister: return "Register";
-    case GenApi::intfICategory: return "Category";
-    case GenApi::intfIEnumeration: return "Enumeration";
-    case GenApi::intfIEnumEntry: return "EnumEntry";
-    case GenApi::intfIPort: return "Port";
-    default: return "Node";
+    case GenApi::intfIInteger:
+        return "Integer";
+    case GenApi::intfIBoolean:
+        return "Boolean";
+    case GenApi::intfICommand:
+        return "Command";
+    case GenApi::intfIFloat:
+        return "Float";
+    case GenApi::intfIString:
+        return "String";
+    case GenApi::intfIRegister:
+        return "Register";
+    case GenApi::intfICategory:
+        return "Category";
+    case GenApi::intfIEnumeration:
+        return "Enumeration";
+    case GenApi::intfIEnumEntry:
+        return "EnumEntry";
+    case GenApi::intfIPort:
+        return "Port";
+    default:
+        return "Node";
     }
 }
 
 const char* AccessName(GenApi::INode& node) {
     try {
         switch (node.GetAccessMode()) {
-        case GenApi::NI: return "NI";
-        case GenApi::NA: return "NA";
-        case GenApi::WO: return "WO";
-        case GenApi::RO: return "RO";
-        case GenApi::RW: return "RW";
-        default: return "??";
+        case GenApi::NI:
+            return "NI";
+        case GenApi::NA:
+            return "NA";
+        case GenApi::WO:
+            return "WO";
+        case GenApi::RO:
+            return "RO";
+        case GenApi::RW:
+            return "RW";
+        default:
+            return "??";
         }
     } catch (const GenICam::GenericException&) {
         return "??";

@@ -19,14 +19,15 @@ void OnInterrupt(int) {
 
 /// Runs a session and keeps what it threw for the main thread.
 struct Runner {
-    explicit Runner(GrabSession& session) : thread([this, &session] {
-        try {
-            session.Run();
-        } catch (const std::exception& e) {
-            error = e.what();
-        }
-        ended = true;
-    }) {}
+    explicit Runner(GrabSession& session)
+        : thread([this, &session] {
+              try {
+                  session.Run();
+              } catch (const std::exception& e) {
+                  error = e.what();
+              }
+              ended = true;
+          }) {}
     std::string error;
     std::atomic<bool> ended{false};
     std::thread thread;
@@ -67,15 +68,18 @@ void Watch(const Sessions& sessions, const std::vector<std::unique_ptr<Runner>>&
 int Grab(const GrabOptions& options) {
     MakeFolder(options.folder);
     Sessions sessions;
-    for (const auto& info : ChooseCameras(options)) sessions.push_back(std::make_unique<GrabSession>(info, options));
+    for (const auto& info : ChooseCameras(options))
+        sessions.push_back(std::make_unique<GrabSession>(info, options));
     std::signal(SIGINT, OnInterrupt);
     std::signal(SIGTERM, OnInterrupt);
 
     const ProcessCost before = MeasureProcess();
     std::vector<std::unique_ptr<Runner>> runners;
-    for (auto& session : sessions) runners.push_back(std::make_unique<Runner>(*session));
+    for (auto& session : sessions)
+        runners.push_back(std::make_unique<Runner>(*session));
     Watch(sessions, runners, options);
-    for (auto& runner : runners) runner->thread.join();
+    for (auto& runner : runners)
+        runner->thread.join();
     const ProcessCost after = MeasureProcess();
     const ProcessCost cost{after.cpuSeconds - before.cpuSeconds, after.contextSwitches - before.contextSwitches};
 

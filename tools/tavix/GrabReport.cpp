@@ -22,7 +22,8 @@ double MegabytesPerSecond(const GrabFigures& figures) {
 
 std::uint64_t AllFrames(const Sessions& sessions) {
     std::uint64_t frames = 0;
-    for (const auto& session : sessions) frames += session->Figures().good;
+    for (const auto& session : sessions)
+        frames += session->Figures().good;
     return frames;
 }
 
@@ -31,7 +32,8 @@ std::uint64_t AllFrames(const Sessions& sessions) {
 ProcessCost MeasureProcess() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    return {Seconds(usage.ru_utime) + Seconds(usage.ru_stime), static_cast<std::uint64_t>(usage.ru_nvcsw + usage.ru_nivcsw)};
+    return {Seconds(usage.ru_utime) + Seconds(usage.ru_stime),
+            static_cast<std::uint64_t>(usage.ru_nvcsw + usage.ru_nivcsw)};
 }
 
 nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost) {
@@ -67,8 +69,8 @@ void PrintReport(const Sessions& sessions, const ProcessCost& cost) {
         if (!f.firstError.empty()) std::printf("  first failure: %s\n", f.firstError.c_str());
     }
     const std::uint64_t frames = AllFrames(sessions);
-    std::printf("processor time %.2f s, %.3f ms and %.1f context switches a frame (virtual cameras included)\n", cost.cpuSeconds,
-                frames ? 1e3 * cost.cpuSeconds / static_cast<double>(frames) : 0,
+    std::printf("processor time %.2f s, %.3f ms and %.1f context switches a frame (virtual cameras included)\n",
+                cost.cpuSeconds, frames ? 1e3 * cost.cpuSeconds / static_cast<double>(frames) : 0,
                 frames ? static_cast<double>(cost.contextSwitches) / static_cast<double>(frames) : 0);
 }
 

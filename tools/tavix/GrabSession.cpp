@@ -12,7 +12,8 @@ namespace {
 std::string FilePrefix(const Tavix::CDeviceInfo& info, const std::string& folder) {
     std::string name = std::string(info.GetModelName().c_str()) + "_" + info.GetSerialNumber().c_str();
     for (char& c : name) {
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
+        const bool plain =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
         if (!plain) c = '_';
     }
     return folder + "/" + name + "_";
@@ -25,7 +26,8 @@ void SetInteger(GenApi::INodeMap& map, const char* name, std::int64_t value) {
 
 void Execute(GenApi::INodeMap& map, const char* name) {
     GenApi::CCommandPtr command(map.GetNode(name));
-    if (!command.IsValid()) throw Error(std::string("this camera has no feature ") + name + "; it cannot be grabbed from");
+    if (!command.IsValid())
+        throw Error(std::string("this camera has no feature ") + name + "; it cannot be grabbed from");
     command->Execute();
 }
 
@@ -63,7 +65,8 @@ void GrabSession::Run() {
 
 void GrabSession::Prepare(Camera& camera) {
     if (m_Options.checkChunks) ApplySetting(camera.Features(), "ChunkModeActive=1");
-    for (const std::string& setting : m_Options.settings) ApplySetting(camera.Features(), setting);
+    for (const std::string& setting : m_Options.settings)
+        ApplySetting(camera.Features(), setting);
     const std::int64_t size = PayloadSize(camera);
     m_Grabber = camera.Device().GetStreamGrabber(0);
     m_Grabber->Open();
@@ -94,7 +97,8 @@ void GrabSession::Loop(Camera& camera) {
                         " ms; is it waiting for a trigger? (tavix set TriggerMode=Off)");
         }
         Tavix::GrabResult result;
-        while (WantsMore() && m_Grabber->RetrieveResult(result)) Handle(result);
+        while (WantsMore() && m_Grabber->RetrieveResult(result))
+            Handle(result);
     }
     m_Figures.seconds = std::chrono::duration<double>(m_Last - m_First).count();
     Execute(camera.Features(), "AcquisitionStop");
@@ -171,7 +175,8 @@ void GrabSession::Finish(Camera& camera) {
     while (m_Grabber->RetrieveResult(result)) {
     }
     m_Grabber->FinishGrab();
-    for (auto& slot : m_Slots) m_Grabber->DeregisterBuffer(slot->handle);
+    for (auto& slot : m_Slots)
+        m_Grabber->DeregisterBuffer(slot->handle);
     m_Slots.clear();
     m_Grabber->Close();
 }

@@ -43,7 +43,8 @@ bool WritePngRows(std::FILE* file, const Picture& picture, std::size_t stride) {
                  picture.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (std::uint32_t y = 0; y < picture.height; ++y) png_write_row(png, &picture.samples[y * stride]);
+    for (std::uint32_t y = 0; y < picture.height; ++y)
+        png_write_row(png, &picture.samples[y * stride]);
     png_write_end(png, nullptr);
     png_destroy_write_struct(&png, &info);
     return true;
@@ -66,9 +67,12 @@ void WritePgm(const std::string& path, const Picture& picture) {
 
 const char* Extension(ImageFormat format) {
     switch (format) {
-    case ImageFormat::Png: return ".png";
-    case ImageFormat::Pgm: return ".pgm";
-    default: return ".raw";
+    case ImageFormat::Png:
+        return ".png";
+    case ImageFormat::Pgm:
+        return ".pgm";
+    default:
+        return ".raw";
     }
 }
 
@@ -80,8 +84,7 @@ std::string WriteImage(const std::string& pathWithoutExtension, ImageFormat form
         return path;
     }
     const bool colour = picture.channels == 3;
-    const std::string path =
-        pathWithoutExtension + (format == ImageFormat::Pgm && colour ? ".ppm" : Extension(format));
+    const std::string path = pathWithoutExtension + (format == ImageFormat::Pgm && colour ? ".ppm" : Extension(format));
     if (format == ImageFormat::Png) {
         WritePng(path, picture);
     } else {

@@ -37,11 +37,11 @@ private:
 
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::deque<Job> m_Jobs;       // guarded by m_Mutex
-    bool m_Busy = false;          // guarded by m_Mutex
-    bool m_Ending = false;        // guarded by m_Mutex
-    std::string m_FirstError;     // guarded by m_Mutex
-    std::thread m_Thread;         // joined by the destructor
+    std::deque<Job> m_Jobs;   // guarded by m_Mutex
+    bool m_Busy = false;      // guarded by m_Mutex
+    bool m_Ending = false;    // guarded by m_Mutex
+    std::string m_FirstError; // guarded by m_Mutex
+    std::thread m_Thread;     // joined by the destructor
 };
 
 } // namespace tool

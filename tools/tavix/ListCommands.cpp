@@ -61,7 +61,8 @@ nlohmann::json Statistics(GenApi::INodeMap& map) {
 void PrintObject(const char* title, const nlohmann::json& object) {
     std::printf("%s\n", title);
     for (const auto& [name, value] : object.items()) {
-        std::printf("  %-40s %s\n", name.c_str(), value.is_string() ? value.get<std::string>().c_str() : value.dump().c_str());
+        std::printf("  %-40s %s\n", name.c_str(),
+                    value.is_string() ? value.get<std::string>().c_str() : value.dump().c_str());
     }
 }
 
@@ -71,7 +72,8 @@ int List(const CommonOptions& options) {
     const Tavix::DeviceInfoList cameras = FindCameras();
     if (options.json) {
         nlohmann::json json = nlohmann::json::array();
-        for (const auto& info : cameras) json.push_back(Properties(info));
+        for (const auto& info : cameras)
+            json.push_back(Properties(info));
         std::printf("%s\n", json.dump(2).c_str());
         return 0;
     }

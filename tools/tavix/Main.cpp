@@ -12,7 +12,8 @@
 namespace {
 
 void AddCameraOptions(CLI::App& command, tool::CommonOptions& options) {
-    command.add_option("-c,--camera", options.cameras, "Camera by number, serial number, GUID, user name or path; repeatable");
+    command.add_option("-c,--camera", options.cameras,
+                       "Camera by number, serial number, GUID, user name or path; repeatable");
     command.add_flag("-a,--all", options.all, "Every camera found");
     command.add_flag("--json", options.json, "Print JSON");
 }
@@ -21,10 +22,15 @@ void AddGrabOptions(CLI::App& command, tool::GrabOptions& options) {
     const std::map<std::string, tool::ImageFormat> formats{
         {"png", tool::ImageFormat::Png}, {"pgm", tool::ImageFormat::Pgm}, {"raw", tool::ImageFormat::Raw}};
     AddCameraOptions(command, options);
-    command.add_option("-n,--frames", options.frames, "Frames from each camera")->capture_default_str()->check(CLI::PositiveNumber);
+    command.add_option("-n,--frames", options.frames, "Frames from each camera")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
     command.add_option("-o,--output", options.folder, "Folder for images; none are saved without it");
-    command.add_option("-f,--format", options.format, "png, pgm or raw")->transform(CLI::CheckedTransformer(formats, CLI::ignore_case));
-    command.add_option("--every", options.every, "Save every n-th frame")->capture_default_str()->check(CLI::PositiveNumber);
+    command.add_option("-f,--format", options.format, "png, pgm or raw")
+        ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case));
+    command.add_option("--every", options.every, "Save every n-th frame")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
     command.add_option("-b,--buffers", options.buffers, "Buffers")->capture_default_str()->check(CLI::Range(1, 4096));
     command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")->capture_default_str();
     command.add_option("-s,--set", options.settings, "NAME=VALUE before the grab; repeatable");

@@ -22,15 +22,15 @@ struct FeatureOptions : CommonOptions {
 enum class ImageFormat { Png, Pgm, Raw };
 
 struct GrabOptions : CommonOptions {
-    std::uint64_t frames = 100;       ///< per camera
-    std::string folder;               ///< where images go; empty for none
+    std::uint64_t frames = 100; ///< per camera
+    std::string folder;         ///< where images go; empty for none
     ImageFormat format = ImageFormat::Png;
-    std::uint64_t every = 1;          ///< save every n-th frame
+    std::uint64_t every = 1; ///< save every n-th frame
     unsigned int buffers = 8;
-    unsigned int timeoutMs = 5000;    ///< longest wait for a frame
+    unsigned int timeoutMs = 5000;     ///< longest wait for a frame
     std::vector<std::string> settings; ///< NAME=VALUE, applied before the grab
-    bool quiet = false;               ///< no progress bar
-    bool checkChunks = false;         ///< chunk data on, its checksum checked
+    bool quiet = false;                ///< no progress bar
+    bool checkChunks = false;          ///< chunk data on, its checksum checked
 };
 
 } // namespace tool

@@ -37,7 +37,8 @@ void CopyLines(const ImageView& view, Picture& picture, int channels) {
 }
 
 void SwapRedBlue(Picture& picture) {
-    for (std::size_t i = 0; i + 2 < picture.samples.size(); i += 3) std::swap(picture.samples[i], picture.samples[i + 2]);
+    for (std::size_t i = 0; i + 2 < picture.samples.size(); i += 3)
+        std::swap(picture.samples[i], picture.samples[i + 2]);
 }
 
 void PutSample(Picture& picture, std::size_t index, unsigned int value, int bits) {
@@ -81,7 +82,8 @@ void Bayer(const ImageView& view, Picture& picture, unsigned int redX, unsigned 
             const std::uint32_t cellX = x & ~1U, cellY = y & ~1U;
             std::uint8_t* out = &picture.samples[(std::size_t{y} * view.width + x) * 3];
             out[0] = at(cellX + redX, cellY + redY);
-            out[1] = static_cast<std::uint8_t>((at(cellX + 1 - redX, cellY + redY) + at(cellX + redX, cellY + 1 - redY)) / 2);
+            out[1] = static_cast<std::uint8_t>(
+                (at(cellX + 1 - redX, cellY + redY) + at(cellX + redX, cellY + 1 - redY)) / 2);
             out[2] = at(cellX + 1 - redX, cellY + 1 - redY);
         }
     }
@@ -106,7 +108,8 @@ void YCbCr422(const ImageView& view, Picture& picture) {
 bool Enough(const ImageView& view) {
     if (!view.data || view.width == 0 || view.height == 0) return false;
     const std::size_t bits = (view.pixelFormat >> 16) & 0xFF;
-    const std::size_t packed = (std::size_t{view.width} * view.height * bits + 7) / 8 + std::size_t{view.height} * view.paddingX;
+    const std::size_t packed =
+        (std::size_t{view.width} * view.height * bits + 7) / 8 + std::size_t{view.height} * view.paddingX;
     const bool continues = bits % 8 != 0;
     return view.size >= (continues ? packed : LineBytes(view) * view.height);
 }
@@ -116,21 +119,49 @@ bool Enough(const ImageView& view) {
 bool Convert(const ImageView& view, Picture& picture) {
     if (!Enough(view)) return false;
     switch (view.pixelFormat) {
-    case kMono8: CopyLines(view, picture, 1); return true;
-    case kRGB8: CopyLines(view, picture, 3); return true;
-    case kBGR8: CopyLines(view, picture, 3); SwapRedBlue(picture); return true;
-    case kMono10: Words(view, picture, 10); return true;
-    case kMono12: Words(view, picture, 12); return true;
-    case kMono16: Words(view, picture, 16); return true;
-    case kMono10p: Packed(view, picture, 10); return true;
-    case kMono12p: Packed(view, picture, 12); return true;
-    case kBayerRG8: Bayer(view, picture, 0, 0); return true;
-    case kBayerGR8: Bayer(view, picture, 1, 0); return true;
-    case kBayerGB8: Bayer(view, picture, 0, 1); return true;
-    case kBayerBG8: Bayer(view, picture, 1, 1); return true;
+    case kMono8:
+        CopyLines(view, picture, 1);
+        return true;
+    case kRGB8:
+        CopyLines(view, picture, 3);
+        return true;
+    case kBGR8:
+        CopyLines(view, picture, 3);
+        SwapRedBlue(picture);
+        return true;
+    case kMono10:
+        Words(view, picture, 10);
+        return true;
+    case kMono12:
+        Words(view, picture, 12);
+        return true;
+    case kMono16:
+        Words(view, picture, 16);
+        return true;
+    case kMono10p:
+        Packed(view, picture, 10);
+        return true;
+    case kMono12p:
+        Packed(view, picture, 12);
+        return true;
+    case kBayerRG8:
+        Bayer(view, picture, 0, 0);
+        return true;
+    case kBayerGR8:
+        Bayer(view, picture, 1, 0);
+        return true;
+    case kBayerGB8:
+        Bayer(view, picture, 0, 1);
+        return true;
+    case kBayerBG8:
+        Bayer(view, picture, 1, 1);
+        return true;
     case kYCbCr422_8:
-    case kYUV422_8: YCbCr422(view, picture); return true;
-    default: return false;
+    case kYUV422_8:
+        YCbCr422(view, picture);
+        return true;
+    default:
+        return false;
     }
 }
 

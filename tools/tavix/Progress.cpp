@@ -8,7 +8,8 @@
 
 namespace tool {
 
-Progress::Progress(std::uint64_t total, bool quiet) : m_Total(total), m_Draws(!quiet && total > 0 && isatty(STDERR_FILENO)) {}
+Progress::Progress(std::uint64_t total, bool quiet)
+    : m_Total(total), m_Draws(!quiet && total > 0 && isatty(STDERR_FILENO)) {}
 
 Progress::~Progress() {
     if (m_Draws) std::fprintf(stderr, "\r\033[K");

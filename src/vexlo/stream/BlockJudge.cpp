@@ -37,7 +37,7 @@ VxStatus BlockStatus(const BlockEvidence& e, std::uint64_t valid) {
     if (!e.trailer || e.trailer->blockId != e.leader->blockId) return VX_E_BAD_TRAILER;
     if (const VxStatus status = TrailerStatus(e.trailer->status)) return status;
     if (e.trailer->validPayloadSize > e.received) return VX_E_INCOMPLETE;
-    if (valid < ExpectedImage(e).value_or(0)) return VX_E_INCOMPLETE;
+    if (valid < ExpectedImage(e).value_or(0) || valid == 0) return VX_E_INCOMPLETE;
     return valid > e.bufferSize ? VX_E_BUFFER_TOO_SMALL : VX_OK;
 }
 
