@@ -3,6 +3,7 @@
 
 #include <GenApi/INode.h>
 
+#include <type_traits>
 #include <utility>
 
 namespace GenApi {
@@ -68,7 +69,7 @@ CallbackHandleType Register(INode* pNode, Function function, ECallbackType callb
     return pNode->RegisterCallback(new Function_NodeCallback<Function>(pNode, std::move(function), callbackType));
 }
 
-template<class Client, class Member>
+template<class Client, class Member, class = std::enable_if_t<std::is_member_function_pointer_v<Member>>>
 CallbackHandleType Register(INode* pNode, Client& client, Member member,
                             ECallbackType callbackType = cbPostInsideLock) {
     return pNode->RegisterCallback(new Member_NodeCallback<Client, Member>(pNode, client, member, callbackType));

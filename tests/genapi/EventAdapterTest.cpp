@@ -37,9 +37,9 @@ TEST(EventAdapter, MakesTheBytesOfAnEventReadable) {
 }
 
 TEST(EventAdapter, CallsEachCallbackOnceAnEvent) {
+    std::string order; // outlives the adapter, whose end is told to the callbacks, too
     EventMap map;
     CEventAdapterGeneric adapter(&map);
-    std::string order;
     Register(
         &map.Node("Feature"), [&](INode*) { order += "out "; }, cbPostOutsideLock);
     Register(&map.Node("Feature"), [&](INode*) { order += "in "; });

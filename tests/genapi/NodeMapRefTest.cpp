@@ -248,3 +248,23 @@ TEST(NodeMapRef, SurvivesLongChainsAndWideFormulas) {
     EXPECT_EQ(CIntegerPtr(map._GetNode("F59"))->GetAccessMode(), RO);
     EXPECT_THROW(CIntegerPtr(map._GetNode("F59"))->GetValue(false, /*IgnoreCache=*/true), GenICam::RuntimeException);
 }
+
+TEST(NodeMapRef, LoadsFiftyThousandNodes) {
+    std::string nodes = "<Port Name='Device'/>";
+    std::string features;
+    for (int i = 0; i < 25000; ++i) {
+        const std::string number = std::to_string(i);
+        nodes += "<Integer Name='F" + number + "'><pValue>R" + number + "</pValue></Integer><IntReg Name='R" + number +
+                 "'><Address>" + std::to_string(4 * i) +
+                 "</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>";
+        features += "<pFeature>F" + number + "</pFeature>";
+    }
+    CNodeMapRef map = Load(nodes + "<Category Name='Root'>" + features + "</Category>");
+    EXPECT_EQ(map._Ptr->GetNumNodes(), 50002u);
+    MemoryPort port;
+    map._Connect(&port);
+    CIntegerPtr(map._GetNode("F24999"))->SetValue(7);
+    EXPECT_EQ(port.lastAddress, 99996);
+    EXPECT_TRUE(map._GetNode("F12345")->IsFeature());
+    EXPECT_EQ(map._GetNode("Root")->GetAccessMode(), RO);
+}

@@ -62,6 +62,7 @@ protected:
         uint8_t access = 0;
         bool isValid = false;
         bool hasCallbacks = false;
+        bool isTerminal = false;   // written by the present operation
         uint8_t rereadsItself = 0; // 0 not yet known, 1 no, 2 yes
     };
 

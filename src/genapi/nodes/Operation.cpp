@@ -3,8 +3,6 @@
 #include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/Node.h"
 
-#include <algorithm>
-
 namespace genapi {
 
 ChangeFrame::ChangeFrame(NodeHost& host) : m_Host(host) {
@@ -37,7 +35,7 @@ void ChangeFrame::GatherCallbacks(NodeIndex node) {
     if (!pCallbacks) return;
     for (GenApi::CNodeCallback* const pCallback : *pCallbacks) {
         Callbacks& list = pCallback->GetCallbackType() == GenApi::cbPostInsideLock ? m_Inside : m_Outside;
-        if (std::find(list.begin(), list.end(), pCallback) == list.end()) list.push_back(pCallback);
+        if (m_Gathered.insert(pCallback).second) list.push_back(pCallback);
     }
 }
 
@@ -46,7 +44,8 @@ void ChangeFrame::Finish() {
     inside.swap(m_Inside);
     Call(inside, GenApi::cbPostInsideLock);
     if (m_pOuter) {
-        m_pOuter->m_Outside.insert(m_pOuter->m_Outside.end(), m_Outside.begin(), m_Outside.end());
+        for (GenApi::CNodeCallback* const pCallback : m_Outside)
+            m_pOuter->m_Outside.push_back(pCallback);
         return;
     }
     Release();
@@ -86,15 +85,18 @@ void WriteOperation::Commit() {
     m_IsCommitted = true;
     m_Host.m_pOperation = nullptr;
     m_Host.NextGeneration();
+    MarkTerminals(true);
     for (const NodeIndex node : m_Host.Reach(m_Touched)) {
         // What was just written is known, unless its author wants it to be read again.
-        if (!IsTerminal(node) || m_Host.RereadsItself(node)) m_Host.SetInvalid(node);
+        if (!m_Host.m_States[node].isTerminal || m_Host.RereadsItself(node)) m_Host.SetInvalid(node);
         m_pFrame->GatherCallbacks(node);
     }
+    MarkTerminals(false);
 }
 
-bool WriteOperation::IsTerminal(NodeIndex node) const {
-    return std::find(m_Terminals.begin(), m_Terminals.end(), node) != m_Terminals.end();
+void WriteOperation::MarkTerminals(bool areTerminals) {
+    for (const NodeIndex node : m_Terminals)
+        m_Host.m_States[node].isTerminal = areTerminals;
 }
 
 void WriteOperation::NotePassed(NodeHost& host, NodeIndex node) {

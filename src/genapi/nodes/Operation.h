@@ -5,6 +5,7 @@
 
 #include <GenApi/NodeCallback.h>
 
+#include <unordered_set>
 #include <vector>
 
 namespace genapi {
@@ -37,6 +38,7 @@ private:
     bool m_IsLocked = true;
     Callbacks m_Inside;
     Callbacks m_Outside;
+    std::unordered_set<GenApi::CNodeCallback*> m_Gathered;
 };
 
 // What RunChange needs of a node.
@@ -61,7 +63,7 @@ public:
 
 private:
     bool IsOutermost() const { return m_pFrame != nullptr; }
-    bool IsTerminal(NodeIndex node) const;
+    void MarkTerminals(bool areTerminals);
 
     NodeHost& m_Host;
     ChangeFrame* m_pFrame; // null in a nested operation
