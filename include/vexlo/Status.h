@@ -40,6 +40,7 @@ inline constexpr VxStatus VX_E_DATA_OVERRUN = 0xE200010A;     ///< block did not
 inline constexpr VxStatus VX_E_RESYNCHRONIZED = 0xE200010B;   ///< stream lost its place; block is lost
 inline constexpr VxStatus VX_E_PAYLOAD_SIZE = 0xE200010C;     ///< camera reports no or an impossible payload size
 inline constexpr VxStatus VX_E_BUFFER_QUEUED = 0xE200010D;    ///< buffer is still queued
+inline constexpr VxStatus VX_E_EVENT_LOST = 0xE200010E;       ///< event came while all event buffers were full
 
 // USB.
 inline constexpr VxStatus VX_E_USB_IO = 0xE2010130;            ///< input/output error on the bus

@@ -62,6 +62,9 @@ constexpr StatusRow kStatusRows[] = {
     {VX_E_RESYNCHRONIZED, "The stream lost its place in the data and found it again; the block is lost."},
     {VX_E_PAYLOAD_SIZE, "The camera reports no payload size or an impossible one."},
     {VX_E_BUFFER_QUEUED, "The buffer is still queued."},
+    {VX_E_EVENT_LOST,
+     "An event was lost because the events before it had not been retrieved. Retrieve events sooner or use "
+     "more event buffers."},
     {VX_E_USB_IO, "Input/output error on the USB. Check cable, hub and power supply."},
     {VX_E_USB_ACCESS,
      "No permission to open the camera. Install the udev rule for USB3 Vision cameras, then plug the camera in "

@@ -1,14 +1,24 @@
 #pragma once
 // Inside of CVxEventStream.
 
+#include "vexlo/EventEngine.h"
 #include "vexlo/VxDeviceImpl.h"
 #include "vexlo/VxEventStream.h"
 
 namespace vexlo {
 
+/// Thread-safe.
 struct CVxEventStream::Impl {
     explicit Impl(SessionSource& source) : sessions(source) {}
-    SessionSource& sessions;
+
+    SessionSource& sessions; // constant after construction
+
+    mutable Mutex lock;                                            ///< open, close, settings
+    std::shared_ptr<DeviceSession> session TAVIX_GUARDED_BY(lock); ///< null while closed
+    InterfaceClaim claim TAVIX_GUARDED_BY(lock);
+    EventEngine::Settings settings TAVIX_GUARDED_BY(lock) = {64, 8, 0};
+    EventEngine engine;
+    std::atomic<bool> open{false};
 };
 
 } // namespace vexlo

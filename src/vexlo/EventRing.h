@@ -1,0 +1,58 @@
+#pragma once
+// Event messages that wait for the application.
+
+#include "core/WaitObject.h"
+#include "u3v/EventPacket.h"
+#include "vexlo/Status.h"
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace vexlo {
+
+/// A ring of single-event messages, the oldest first, and the counts of what came by. When it is full, what comes is
+/// lost: the camera's own queue behaves the same way. Keeps the wait object signalled exactly while there is something
+/// to take: messages, or the news of the channel's end. Bound to a thread: the owner's lock.
+class EventRing {
+public:
+    static constexpr std::size_t kLargestMessage = 576;
+
+    struct Counts {
+        std::uint64_t total = 0;
+        std::uint64_t failed = 0;
+        VxStatus lastFailure = VX_OK;
+    };
+
+    void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
+    /// Empties the ring and the counts.
+    void Reset(std::size_t capacity);
+    /// Takes a message apart into its events.
+    void Push(u3v::ByteView message);
+    void CountFailure(VxStatus status);
+    /// The channel has ended: told once, behind the messages that are there.
+    void End(VxStatus reason);
+
+    /// Copies the oldest message out; see CVxEventStream::RetrieveEvent.
+    [[nodiscard]] VxStatus Take(void* buffer, unsigned long& size);
+    std::size_t Pending() const { return m_Count; }
+    const Counts& GetCounts() const { return m_Counts; }
+
+private:
+    struct Message {
+        std::size_t size = 0;
+        std::array<std::uint8_t, kLargestMessage> bytes;
+    };
+
+    void Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry);
+    void UpdateWaitObject();
+
+    std::vector<Message> m_Messages;
+    std::size_t m_First = 0;
+    std::size_t m_Count = 0;
+    Counts m_Counts;
+    VxStatus m_End = VX_OK; ///< not yet told
+    std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;
+};
+
+} // namespace vexlo
