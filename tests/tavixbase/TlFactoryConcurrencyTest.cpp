@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -19,10 +20,14 @@ protected:
 
     template<class Action>
     static void RunInThreads(Action action) {
-        constexpr int kThreads = 4, kRounds = 25;
+        constexpr int kThreads = 4, kRounds = 50;
+        std::atomic<int> arrived{0};
         std::vector<std::thread> threads;
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&] {
+                ++arrived; // all start together, else the first is done before the last is there
+                while (arrived < kThreads)
+                    std::this_thread::yield();
                 for (int round = 0; round < kRounds; ++round)
                     action();
             });
