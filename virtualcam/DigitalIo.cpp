@@ -22,8 +22,7 @@ void DigitalIo::AddLines(const FeatureMaker& make) {
     make.Choice(reg::kUserOutputSelector, 0, {0});
     make.Switch(reg::kUserOutputValue);
     for (std::uint32_t line = 0; line < reg::kLines; ++line) {
-        const std::uint32_t mode = line < kInputs ? 0 : 1;
-        make.Choice(Line(line) + reg::kLineMode, mode, {mode});
+        m_Registers.AddValue<std::uint32_t>(Line(line) + reg::kLineMode, Access::ReadOnly, line < kInputs ? 0 : 1);
         make.Switch(Line(line) + reg::kLineInverter);
         make.Reading(Line(line) + reg::kLineStatus, [this, line] { return Level(line) ? 1U : 0U; });
         make.Range(Line(line) + reg::kLineSource, 0, 0, line < kInputs ? 0 : 5);
