@@ -22,6 +22,9 @@ void CTavixUsbDevice::CSurpriseRemovalController::Release() {
         Guard guard(m_Lock);
         if (m_IsReleased) return;
         m_IsReleased = true;
+        // A handler that has begun ends the notifications itself. To wait here for it would be to wait for callbacks
+        // that may want the locks of our caller.
+        if (m_IsDelivering) return;
     }
     DeregisterFromVexloCallbacks();
 }
@@ -87,8 +90,9 @@ void CTavixUsbDevice::CSurpriseRemovalController::StaticOnSurpriseRemovalCallbac
 
 void CTavixUsbDevice::CSurpriseRemovalController::OnSurpriseRemoval() {
     Guard guard(m_Lock);
+    if (m_IsReleased) return;  // closed in the same moment
     if (m_IsDelivered) return; // both kinds of notification may come at the same moment
-    m_IsDelivered = true;
+    m_IsDelivered = m_IsDelivering = true;
     const gcstring deviceName = DeviceName();
     LogTrace(LogCategoryDevice(), kLogInfo, "Received surprise removal for '%s'. Callbacks: %u", deviceName.c_str(),
              static_cast<unsigned int>(m_Callbacks.size()));
@@ -96,6 +100,9 @@ void CTavixUsbDevice::CSurpriseRemovalController::OnSurpriseRemoval() {
     guard.unlock();
 
     DeregisterFromVexloCallbacks();
+    guard.lock();
+    m_IsDelivering = false;
+    guard.unlock();
     for (const auto& entry : callbacks)
         Call(entry, m_pDevice, deviceName);
 }

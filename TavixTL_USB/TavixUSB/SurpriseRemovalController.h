@@ -12,8 +12,9 @@
 namespace Tavix {
 
 /// Lives from a successful Open of its device to the next Close. The handler runs on a thread of the USB access library
-/// and holds a share, so that a Close at the same time neither frees the controller under it nor waits for it with
-/// locks held: the library waits for a running handler only until that handler has deregistered itself. Thread-safe.
+/// and holds a share, so that a Close at the same time does not free the controller under it. Handler and Close agree
+/// under the controller's lock who came first; the first one ends the notifications, the other one leaves at once.
+/// Thread-safe.
 class CTavixUsbDevice::CSurpriseRemovalController final
     : public boost::enable_shared_from_this<CTavixUsbDevice::CSurpriseRemovalController> {
 public:
@@ -55,7 +56,8 @@ private:
     Callbacks m_Callbacks;               // guarded by m_Lock
     unsigned long m_RemovedHandle = 0;   // 0 when not registered; guarded by m_Lock
     unsigned long m_LostHandle = 0;      // 0 when not registered; guarded by m_Lock
-    bool m_IsDelivered = false;          // guarded by m_Lock
+    bool m_IsDelivered = false;          // a handler has begun; guarded by m_Lock
+    bool m_IsDelivering = false;         // and has not ended the notifications yet; guarded by m_Lock
     bool m_IsReleased = false;           // guarded by m_Lock
 };
 

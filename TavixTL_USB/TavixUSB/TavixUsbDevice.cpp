@@ -50,7 +50,7 @@ CTavixUsbDevice::~CTavixUsbDevice() {
         m_pEventGrabber.reset();
         m_pTlParams->Connect(nullptr, kTlPortName);
         m_pTlPort->SetObject(nullptr);
-        m_pVxDevice.reset();
+        vexlo::CVxDevice::DestroyDevice(m_pVxDevice.release());
     } catch (...) {
         LogTrace(LogCategoryDevice(), kLogError, "Exception(2) in %s for Device '%hs'. Close() failed.",
                  "~CTavixUsbDevice", m_FullName.c_str());
