@@ -1,0 +1,172 @@
+// Whether a camera can be opened now.
+
+#include "TavixTL_USB/TavixUSB/TavixUsb.h"
+
+#include "support/Camera.h"
+#include "support/Expect.h"
+#include "support/LogLines.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr char kTl[] = "Tavix.USB.TL";
+
+LogLine Answer(int info) {
+    return {kTl, 32, "IsAccessible() for device '1:2:3' returned " + std::to_string(info)};
+}
+
+class DeviceAccessibility : public testing::Test {
+protected:
+    DeviceAccessibility() {
+        bus.Reset();
+        bus.cameras = {MakeCameraRecord()};
+        Tavix::CTlInfo tlInfo;
+        tlInfo.SetDeviceClass("VandrelUsb");
+        tl = Create(tlInfo);
+        bus.ForgetCalls();
+        log.Forget();
+    }
+    ~DeviceAccessibility() override { Destroy(tl); }
+
+    bool Ask() { return tl->IsDeviceAccessible(info, Tavix::DefaultAccessMode(), &access); }
+
+    FakeVexlo& bus = FakeVexlo::Get();
+    LogLines log;
+    Tavix::ITransportLayer* tl;
+    Tavix::CDeviceInfo info = MakeCameraInfo();
+    Tavix::EDeviceAccessiblityInfo access = Tavix::Accessibility_NotReachable;
+};
+
+TEST_F(DeviceAccessibility, IsGoodWhenTheCameraOpensAndCloses) {
+    EXPECT_TRUE(Ask());
+    EXPECT_EQ(1, access);
+    EXPECT_THAT(bus.Calls(), ElementsAre("CreateDevice", "Device.Open", "Device.Close", "DestroyDevice"));
+    EXPECT_THAT(log.All(), ElementsAre(Answer(1)));
+}
+
+TEST_F(DeviceAccessibility, StaysGoodWhenTheCameraDoesNotClose) {
+    bus.FailNext("Device.Close", kFailure);
+    EXPECT_TRUE(Ask());
+    EXPECT_EQ(1, access);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 128,
+                                               "InternalIsDeviceAccessible: Failed to close device after checking "
+                                               "accessibility: text E2000777"},
+                                       Answer(1)));
+}
+
+TEST_F(DeviceAccessibility, TellsThatTheCameraIsInUseWithoutAnErrorLine) {
+    bus.FailNext("Device.Open", 0xE201013F);
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(3, access);
+    EXPECT_THAT(log.All(), ElementsAre(Answer(3)));
+    EXPECT_EQ(1, bus.Count("Device.Open")); // one attempt
+}
+
+TEST_F(DeviceAccessibility, IsUnknownForAnyOtherStatus) {
+    bus.FailNext("Device.Open", kFailure);
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(0, access);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256,
+                                               "InternalIsDeviceAccessible: Error checking accessibility of device "
+                                               "'1:2:3'. (Err=0xe2000777 'text E2000777')"},
+                                       Answer(0)));
+}
+
+TEST_F(DeviceAccessibility, IsUnknownWithoutDeviceObject) {
+    bus.createsDevices = false;
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(0, access);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256,
+                                               "InternalIsDeviceAccessible: Failed to create USB device for checking "
+                                               "accessibility."},
+                                       Answer(0)));
+}
+
+TEST_F(DeviceAccessibility, NeedsNoPlaceForTheInfo) {
+    EXPECT_TRUE(tl->IsDeviceAccessible(info));
+    bus.FailNext("Device.Open", kFailure);
+    EXPECT_FALSE(tl->IsDeviceAccessible(info));
+}
+
+TEST_F(DeviceAccessibility, DoesNotDependOnTheAccessModes) {
+    EXPECT_TRUE(tl->IsDeviceAccessible(info, Tavix::AccessModeSet(), &access));
+    EXPECT_TRUE(tl->IsDeviceAccessible(info, ~Tavix::AccessModeSet(), &access));
+}
+
+TEST_F(DeviceAccessibility, ProbesWithARecordMadeOfTheInfo) {
+    info.SetPropertyValue("VendorId", "0x1ab2");
+    info.SetPropertyValue("ProductId", "0x1234");
+    info.SetPropertyValue("DeviceIdx", "0x7");
+    info.SetPropertyValue("SpeedSupportBitmask", "15");
+    info.SetPropertyValue("UsbPortVersionBcd", "0x210");
+    info.SetUserDefinedName("mine");
+    info.ClearUserProvided();
+    Ask();
+    const vexlo::DeviceDiscoveryInfo& record = bus.lastOpenRecord;
+    EXPECT_EQ(7, record.DeviceIndex);
+    EXPECT_EQ(0x1ab2, record.VendorId);
+    EXPECT_EQ(0x1234, record.ProductId);
+    EXPECT_EQ(0x34, record.SpeedSupportBitmask); // of the product id
+    EXPECT_EQ(0x0210, record.UsbPortVersionBcd);
+    EXPECT_EQ(2, record.UsbDriverType);
+    EXPECT_EQ(2u, bus.lastDeviceType);
+    EXPECT_STREQ("123", record.SerialNumber);
+    EXPECT_STREQ("123", record.FallbackSerialNumber);
+    EXPECT_STREQ("CamModel", record.ModelName);
+    EXPECT_STREQ("CamModel", record.FallbackModelName);
+    EXPECT_STREQ("Vandrel", record.VendorName);
+    EXPECT_STREQ("Vandrel", record.FallbackVendorName);
+    EXPECT_STREQ("made with care", record.ManufacturerInfo);
+    EXPECT_STREQ("mine", record.UserDefinedName);
+    EXPECT_STREQ("1AB2000000AF", record.DeviceGUID);
+    EXPECT_STREQ(kCameraPath, record.DevicePath);
+}
+
+TEST_F(DeviceAccessibility, ReadsThePortVersionWithoutPrefixToo) {
+    info.SetPropertyValue("UsbPortVersionBcd", "310");
+    info.ClearUserProvided();
+    Ask();
+    EXPECT_EQ(0x0310, bus.lastOpenRecord.UsbPortVersionBcd);
+}
+
+TEST_F(DeviceAccessibility, CutsTextsThatAreTooLong) {
+    info.SetSerialNumber(std::string(300, 's'));
+    info.ClearUserProvided();
+    Ask();
+    EXPECT_EQ(std::string(255, 's'), bus.lastOpenRecord.SerialNumber);
+    EXPECT_STREQ("CamModel", bus.lastOpenRecord.FallbackModelName);
+}
+
+TEST_F(DeviceAccessibility, AsksForPowerFirst) {
+    info.SetPropertyValue("_sap", "500");
+    info.ClearUserProvided();
+    EXPECT_TRUE(Ask());
+    EXPECT_EQ(6, bus.Count("Device.SetProperty"));
+    EXPECT_EQ(2, bus.Count("Device.Open"));
+}
+
+TEST_F(DeviceAccessibility, GoesOnWhenThePowerRequestFails) {
+    info.SetPropertyValue("_sap", "65536");
+    info.ClearUserProvided();
+    EXPECT_TRUE(Ask());
+    EXPECT_EQ(1, log.Count({kTl, 256,
+                            "InternalIsDeviceAccessible: Failed to prepare device for checking accessibility: "
+                            "0xe2000008"}));
+}
+
+TEST_F(DeviceAccessibility, FindsTheCameraOfAPattern) {
+    Tavix::CDeviceInfo pattern;
+    pattern.SetSerialNumber("123");
+    EXPECT_TRUE(tl->IsDeviceAccessible(pattern, Tavix::DefaultAccessMode(), &access));
+    EXPECT_STREQ(kCameraPath, bus.lastOpenRecord.DevicePath);
+}
+
+TEST_F(DeviceAccessibility, RefusesAnotherDeviceClassBeforeAnyUsbAccess) {
+    Tavix::CDeviceInfo pattern;
+    pattern.SetDeviceClass("Other");
+    EXPECT_THROW(tl->IsDeviceAccessible(pattern), GenICam::RuntimeException);
+    EXPECT_THAT(bus.Calls(), testing::IsEmpty());
+}
+
+} // namespace

@@ -1,0 +1,226 @@
+#include "support/DeviceTest.h"
+
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr char kDevice[] = "Tavix.USB.Device";
+constexpr auto kRemoved = vexlo::VxCallback_DeviceRemoved;
+constexpr auto kLost = vexlo::VxCallback_DeviceLost;
+
+class SurpriseRemoval : public DeviceTest {
+protected:
+    template<class Function>
+    Tavix::DeviceCallbackHandle Register(Function function) {
+        auto callback = Tavix::MakeCallback<Tavix::ITavixDevice*>(function);
+        return device->RegisterRemovalCallback(callback);
+    }
+};
+
+TEST_F(SurpriseRemoval, IsListenedForWhileTheDeviceIsOpen) {
+    EXPECT_EQ(0u, bus.NumberOfRegistrations());
+    Open();
+    EXPECT_EQ(2u, bus.NumberOfRegistrations());
+    device->Close();
+    EXPECT_EQ(0u, bus.NumberOfRegistrations());
+}
+
+TEST_F(SurpriseRemoval, RefusesToRegisterOnAClosedDevice) {
+    EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevice.cpp",
+                   "Camera object must not be closed (RegisterRemovalCallback)", Register([](Tavix::ITavixDevice*) {}));
+}
+
+TEST_F(SurpriseRemoval, RefusesToDeregisterOnAClosedDevice) {
+    EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevice.cpp",
+                   "Camera object must not be closed (DeregisterRemovalCallback)",
+                   device->DeregisterRemovalCallback(nullptr));
+}
+
+TEST_F(SurpriseRemoval, CountsItsCookiesFromOneAndUsesNoneTwice) {
+    Open();
+    const auto first = Register([](Tavix::ITavixDevice*) {});
+    EXPECT_EQ(reinterpret_cast<void*>(1), first);
+    EXPECT_EQ(reinterpret_cast<void*>(2), Register([](Tavix::ITavixDevice*) {}));
+    EXPECT_TRUE(device->DeregisterRemovalCallback(first));
+    EXPECT_EQ(reinterpret_cast<void*>(3), Register([](Tavix::ITavixDevice*) {}));
+}
+
+TEST_F(SurpriseRemoval, KnowsNoForeignCookie) {
+    Open();
+    const auto cookie = Register([](Tavix::ITavixDevice*) {});
+    EXPECT_FALSE(device->DeregisterRemovalCallback(reinterpret_cast<void*>(2)));
+    EXPECT_TRUE(device->DeregisterRemovalCallback(cookie));
+    EXPECT_FALSE(device->DeregisterRemovalCallback(cookie));
+}
+
+TEST_F(SurpriseRemoval, CallsCallbacksInTheOrderOfTheirCookies) {
+    std::vector<int> called;
+    Tavix::ITavixDevice* told = nullptr;
+    Open();
+    for (int i = 0; i < 3; ++i) {
+        Register([&, i](Tavix::ITavixDevice* d) {
+            told = d;
+            called.push_back(i);
+        });
+    }
+    bus.Notify(kRemoved);
+    EXPECT_THAT(called, ElementsAre(0, 1, 2));
+    EXPECT_EQ(device, told);
+}
+
+TEST_F(SurpriseRemoval, CallsNoCallbackThatWasDeregistered) {
+    int calls = 0;
+    Open();
+    device->DeregisterRemovalCallback(Register([&](Tavix::ITavixDevice*) { ++calls; }));
+    bus.Notify(kRemoved);
+    EXPECT_EQ(0, calls);
+}
+
+TEST_F(SurpriseRemoval, IsToldOnceOfTheTwoKinds) {
+    int calls = 0;
+    Open();
+    Register([&](Tavix::ITavixDevice*) { ++calls; });
+    bus.Notify(kLost);
+    EXPECT_EQ(0u, bus.NumberOfRegistrations());
+    bus.Notify(kRemoved);
+    EXPECT_EQ(1, calls);
+}
+
+TEST_F(SurpriseRemoval, LeavesTheDeviceOpen) {
+    Open();
+    bus.Notify(kRemoved);
+    EXPECT_TRUE(device->IsOpen());
+    EXPECT_EQ(Tavix::DefaultAccessMode(), device->AccessMode());
+    device->Close();
+}
+
+TEST_F(SurpriseRemoval, SaysHowManyCallbacksThereAre) {
+    Open();
+    bus.Notify(kRemoved);
+    EXPECT_EQ(1, log.Count({kDevice, 64, "Received surprise removal for '1:2:3'. Callbacks: 0"}));
+    device->Close();
+    Open();
+    Register([](Tavix::ITavixDevice*) {});
+    bus.Notify(kRemoved);
+    EXPECT_EQ(1, log.Count({kDevice, 64, "Received surprise removal for '1:2:3'. Callbacks: 1"}));
+}
+
+TEST_F(SurpriseRemoval, GoesOnAfterACallbackThatThrows) {
+    int calls = 0;
+    Open();
+    Register([](Tavix::ITavixDevice*) { throw std::runtime_error("no"); });
+    Register([](Tavix::ITavixDevice*) { throw 1; });
+    Register([&](Tavix::ITavixDevice*) { ++calls; });
+    bus.Notify(kRemoved);
+    EXPECT_EQ(1, calls);
+    EXPECT_EQ(1, log.Count({kDevice, 256,
+                            "Error executing surprise removal callback for '1:2:3'. handle: 0x1; Errormessage: 'no'"}));
+    EXPECT_EQ(1,
+              log.Count({kDevice, 256, "Unknown error executing surprise removal callback for '1:2:3'. handle: 0x2"}));
+}
+
+TEST_F(SurpriseRemoval, LetsACallbackCloseTheDevice) {
+    Open();
+    Register([](Tavix::ITavixDevice* d) { d->Close(); });
+    bus.Notify(kRemoved);
+    EXPECT_FALSE(device->IsOpen());
+}
+
+TEST_F(SurpriseRemoval, LetsACallbackDestroyTheDevice) {
+    Open();
+    Register([this](Tavix::ITavixDevice*) { Destroy(); });
+    bus.Notify(kRemoved);
+    EXPECT_EQ(nullptr, device);
+    EXPECT_EQ(1, bus.Count("DestroyDevice"));
+}
+
+TEST_F(SurpriseRemoval, DoesNotHoldUpACloseOnAnotherThread) {
+    std::promise<void> inCallback, closed;
+    Open();
+    Register([&](Tavix::ITavixDevice*) {
+        inCallback.set_value();
+        closed.get_future().wait();
+    });
+    std::thread closer([&] {
+        inCallback.get_future().wait();
+        device->Close();
+        closed.set_value();
+    });
+    bus.Notify(kRemoved);
+    closer.join();
+    EXPECT_FALSE(device->IsOpen());
+}
+
+TEST_F(SurpriseRemoval, LetsACallbackAndAnotherThreadCloseAtTheSameTime) {
+    for (int round = 0; round < 50; ++round) {
+        Open();
+        Register([](Tavix::ITavixDevice* d) {
+            try {
+                d->Close();
+            } catch (const GenICam::LogicalErrorException&) { // the other thread was faster
+            }
+        });
+        std::thread closer([&] {
+            try {
+                device->Close();
+            } catch (const GenICam::LogicalErrorException&) { // the callback was faster
+            }
+        });
+        bus.Notify(round % 2 ? kRemoved : kLost);
+        closer.join();
+        EXPECT_FALSE(device->IsOpen());
+    }
+}
+
+TEST_F(SurpriseRemoval, IsToldOnceWhenBothKindsComeTogether) {
+    for (int round = 0; round < 50; ++round) {
+        std::atomic<int> calls{0};
+        Open();
+        Register([&](Tavix::ITavixDevice*) { ++calls; });
+        std::thread other([&] { bus.Notify(kLost); });
+        bus.Notify(kRemoved);
+        other.join();
+        EXPECT_EQ(1, calls);
+        device->Close();
+    }
+}
+
+TEST_F(SurpriseRemoval, OpensTheDeviceThoughItCannotBeListenedFor) {
+    bus.Script("RegisterCallback", {kFailure, kFailure});
+    Open();
+    EXPECT_TRUE(device->IsOpen());
+    EXPECT_EQ(1, log.Count({kDevice, 256,
+                            "CSurpriseRemovalController: Failed to register device notification: 'text E2000777'"}));
+    EXPECT_EQ(1, log.Count({kDevice, 256,
+                            "CSurpriseRemovalController: Failed to register device notification 2: 'text E2000777'"}));
+    device->Close();
+    EXPECT_EQ(0, bus.Count("DeregisterCallback"));
+}
+
+TEST_F(SurpriseRemoval, TellsWhenItCannotBeUnlistenedFor) {
+    bus.Script("DeregisterCallback", {kFailure, kFailure});
+    Open();
+    device->Close();
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(1,
+              log.Count({kDevice, 256,
+                         "DeregisterFromVexloCallbacks: Failed to unregister device notification: 'text E2000777'"}));
+    EXPECT_EQ(1,
+              log.Count({kDevice, 256,
+                         "DeregisterFromVexloCallbacks: Failed to unregister device notification 2: 'text E2000777'"}));
+}
+
+TEST_F(SurpriseRemoval, TakesAHandleThatIsGoneForDeregistered) {
+    bus.Script("DeregisterCallback", {vexlo::VX_E_NOT_FOUND, vexlo::VX_E_NOT_FOUND});
+    Open();
+    log.Forget();
+    device->Close();
+    for (const LogLine& line : log.All())
+        EXPECT_NE(256u, line.level) << line;
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "support/DeviceTest.h"
+
+namespace {
+
+constexpr char kDevice[] = "Tavix.USB.Device";
+
+class TavixUsbDevicePort : public DeviceTest {
+protected:
+    unsigned char bytes[4] = {1, 2, 3, 4};
+};
+
+TEST_F(TavixUsbDevicePort, ReadsRegisters) {
+    bus.memory[0x100] = 7;
+    bus.memory[0x103] = 9;
+    Open();
+    device->Read(bytes, 0x100, 4);
+    EXPECT_EQ(7, bytes[0]);
+    EXPECT_EQ(9, bytes[3]);
+}
+
+TEST_F(TavixUsbDevicePort, WritesRegisters) {
+    Open();
+    device->Write(bytes, 0x100, 4);
+    EXPECT_EQ(1, bus.memory[0x100]);
+    EXPECT_EQ(4, bus.memory[0x103]);
+}
+
+TEST_F(TavixUsbDevicePort, RefusesToReadWhileClosed) {
+    EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", "Device not yet opened.",
+                   device->Read(bytes, 0x100, 4));
+}
+
+TEST_F(TavixUsbDevicePort, SpeaksOfReadingWhenItRefusesToWriteWhileClosed) {
+    const char kText[] = "Device '1:2:3' not open when trying to read from address 0x100; length 4.";
+    EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
+    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+}
+
+TEST_F(TavixUsbDevicePort, TellsWhyAReadFailed) {
+    Open();
+    bus.FailNext("Device.ReadMem", kFailure);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
+                   "Read operation on device '1:2:3' failed: 'text E2000777'", device->Read(bytes, 0x100, 4));
+    EXPECT_EQ(1, log.Count({kDevice, 256, "Read: Read operation on device '1:2:3' failed: 'text E2000777'"}));
+}
+
+TEST_F(TavixUsbDevicePort, RefusesAShortRead) {
+    Open();
+    bus.shortReadBy = 1;
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", "Read operation failed. Read 3 bytes instead of 4",
+                   device->Read(bytes, 0x100, 4));
+    EXPECT_EQ(1,
+              log.Count({kDevice, 256,
+                         "Read: Couldn't read the requested number of bytes from device '1:2:3'. Requested: 4; read: "
+                         "3"}));
+}
+
+TEST_F(TavixUsbDevicePort, TellsWhyAWriteFailed) {
+    const char kText[] = "Write operation failed on device '1:2:3' at address: 0x100; length 4; Error: 'text E2000777'";
+    Open();
+    bus.FailNext("Device.WriteMem", kFailure);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
+    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+}
+
+TEST_F(TavixUsbDevicePort, ServesTheCameraNodeMap) {
+    Load(CameraXml());
+    Open();
+    Feature("Width").SetValue(640);
+    EXPECT_EQ(0x80, bus.memory[0x100]);
+    EXPECT_EQ(0x02, bus.memory[0x101]);
+    bus.memory[0x100] = 0x81;
+    EXPECT_EQ(641, Feature("Width").GetValue());
+}
+
+TEST_F(TavixUsbDevicePort, LeavesFeaturesUnavailableWhileClosed) {
+    Load(CameraXml());
+    EXPECT_FALSE(GenApi::IsReadable(Feature("Width").GetAccessMode()));
+}
+
+} // namespace

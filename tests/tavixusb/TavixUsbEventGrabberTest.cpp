@@ -1,0 +1,199 @@
+#include "TavixUsbEventGrabber.h"
+
+#include "support/DeviceTest.h"
+
+#include <functional>
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr char kEvents[] = "Tavix.USB.EventStream";
+constexpr char kFile[] = "TavixUsbEventGrabber.cpp";
+
+class EventGrabber : public DeviceTest {
+protected:
+    Tavix::IEventGrabber& grabber() {
+        if (!device->IsOpen()) Open();
+        return *device->GetEventGrabber();
+    }
+    GenApi::IInteger& Parameter(const char* name) { return Integer(grabber().GetNodeMap(), name); }
+    void ExpectFailure(const std::string& text, const std::function<void()>& call) {
+        EXPECT_FAILURE(RuntimeException, kFile, text, call());
+        EXPECT_EQ(1, log.Count({kEvents, 256, text}));
+    }
+
+    Tavix::EventResult result;
+};
+
+TEST_F(EventGrabber, IsMadeClosed) {
+    EXPECT_FALSE(grabber().IsOpen());
+    EXPECT_EQ(0, Parameter("StatusReg").GetValue());
+    EXPECT_TRUE(grabber().GetWaitObject().IsValid());
+}
+
+TEST_F(EventGrabber, IsMadeThoughThereIsNoEventStreamYetAndAsksAgain) {
+    Destroy();
+    bus.FailNext("Device.GetEventStream", kFailure);
+    Make();
+    EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to create event stream grabber: text E2000777"}));
+    EXPECT_NO_THROW(grabber().Open());
+    EXPECT_TRUE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, OpensTheEventStreamWithItsWaitObject) {
+    Open();
+    bus.ForgetCalls();
+    grabber().Open();
+    EXPECT_TRUE(grabber().IsOpen());
+    EXPECT_EQ(1, Parameter("StatusReg").GetValue());
+    EXPECT_THAT(bus.Calls(), ElementsAre("Events.RegisterWaitObject", "Events.Open"));
+}
+
+TEST_F(EventGrabber, RefusesToOpenTwice) {
+    grabber().Open();
+    EXPECT_FAILURE(LogicalErrorException, kFile, "Event grabber already open.", grabber().Open());
+    EXPECT_TRUE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, RefusesToOpenOnAClosedDevice) {
+    Tavix::IEventGrabber& events = grabber();
+    device->Close();
+    EXPECT_FAILURE(LogicalErrorException, kFile,
+                   "Device is not opened. Open the device before opening the event stream!", events.Open());
+    EXPECT_EQ(1, log.Count({kEvents, 256, "Device is not open"}));
+}
+
+TEST_F(EventGrabber, DoesNotOpenWithoutEventStream) {
+    Destroy();
+    bus.FailNext("Device.GetEventStream", kFailure);
+    Make();
+    log.Forget();
+    bus.FailNext("Device.GetEventStream", kFailure);
+    ExpectFailure("Failed to create event stream grabber: text E2000777", [&] { grabber().Open(); });
+    EXPECT_FALSE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, NoticesThatAnEventStreamWasPromisedButNotGiven) {
+    Destroy();
+    bus.hasEvents = false;
+    Make();
+    EXPECT_FAILURE(RuntimeException, kFile, "Internal fatal error (m_pVxEventStream == NULL )", grabber().Open());
+}
+
+TEST_F(EventGrabber, DoesNotOpenWithoutWaitObjectAndAsksForTheEventStreamAgain) {
+    bus.FailNext("Events.RegisterWaitObject", kFailure);
+    ExpectFailure("Failed to register wait object: text E2000777", [&] { grabber().Open(); });
+    bus.ForgetCalls();
+    grabber().Open();
+    EXPECT_EQ(1, bus.Count("Device.GetEventStream"));
+}
+
+TEST_F(EventGrabber, ClosesAnEventStreamThatDoesNotOpen) {
+    bus.FailNext("Events.Open", kFailure);
+    ExpectFailure("Failed to open event stream grabber: text E2000777", [&] { grabber().Open(); });
+    EXPECT_EQ(1, bus.Count("Events.Close"));
+    EXPECT_FALSE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, ClosesTheEventStream) {
+    grabber().Open();
+    grabber().Close();
+    EXPECT_FALSE(grabber().IsOpen());
+    EXPECT_EQ(0, Parameter("StatusReg").GetValue());
+    EXPECT_EQ(1, bus.Count("Events.Close"));
+}
+
+TEST_F(EventGrabber, MayBeClosedWhenClosed) {
+    EXPECT_NO_THROW(grabber().Close());
+    EXPECT_EQ(0, bus.Count("Events.Close"));
+    EXPECT_EQ(0, Parameter("StatusReg").GetValue());
+}
+
+TEST_F(EventGrabber, IsClosedAlsoWhenTheEventStreamDoesNotClose) {
+    grabber().Open();
+    bus.FailNext("Events.Close", kFailure);
+    EXPECT_NO_THROW(grabber().Close());
+    EXPECT_FALSE(grabber().IsOpen());
+    EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to close event stream grabber: text E2000777"}));
+}
+
+TEST_F(EventGrabber, RefusesToDeliverWhenClosed) {
+    EXPECT_FAILURE(LogicalErrorException, kFile, "Event grabber not open.", grabber().RetrieveEvent(result));
+}
+
+TEST_F(EventGrabber, DeliversNothingWhenNothingIsPending) {
+    grabber().Open();
+    EXPECT_FALSE(grabber().RetrieveEvent(result));
+}
+
+TEST_F(EventGrabber, DeliversAnEvent) {
+    grabber().Open();
+    result.m_ErrorCode = 7;
+    result.m_ErrorDescription = "old";
+    bus.PushEvent({1, 2, 3});
+    EXPECT_TRUE(grabber().RetrieveEvent(result));
+    EXPECT_TRUE(result.Succeeded());
+    EXPECT_EQ("", result.ErrorDescription());
+    EXPECT_EQ(3, result.Buffer()[2]);
+}
+
+TEST_F(EventGrabber, DeliversAllPendingEventsWithoutWaiting) {
+    grabber().Open();
+    for (unsigned char i = 0; i < 3; ++i)
+        bus.PushEvent({i});
+    for (unsigned char i = 0; i < 3; ++i) {
+        EXPECT_TRUE(grabber().RetrieveEvent(result));
+        EXPECT_EQ(i, result.Buffer()[0]);
+    }
+    EXPECT_FALSE(grabber().RetrieveEvent(result));
+}
+
+TEST_F(EventGrabber, DeliversToWhoWaitedAndSoConsumedTheSignal) {
+    grabber().Open();
+    for (unsigned char i = 0; i < 3; ++i)
+        bus.PushEvent({i});
+    for (unsigned char i = 0; i < 3; ++i) {
+        EXPECT_TRUE(grabber().GetWaitObject().Wait(0));
+        EXPECT_TRUE(grabber().RetrieveEvent(result));
+        EXPECT_EQ(i, result.Buffer()[0]);
+    }
+    EXPECT_FALSE(grabber().GetWaitObject().Wait(0));
+}
+
+TEST_F(EventGrabber, LeavesNoSignalBehindForAnEventThatWasDelivered) {
+    grabber().Open();
+    bus.PushEvent({1});
+    EXPECT_TRUE(grabber().RetrieveEvent(result));
+    EXPECT_FALSE(grabber().GetWaitObject().Wait(0));
+}
+
+TEST_F(EventGrabber, TellsWhyAnEventWasNotDelivered) {
+    grabber().Open();
+    bus.PushEvent({1});
+    bus.FailNext("Events.RetrieveEvent", kFailure);
+    EXPECT_FAILURE(RuntimeException, kFile, "Failed to get next message from event stream : text E2000777 (0xE2000777)",
+                   grabber().RetrieveEvent(result));
+    EXPECT_EQ(kFailure, result.ErrorCode());
+    EXPECT_EQ(kFailureText, result.ErrorDescription());
+    EXPECT_TRUE(grabber().RetrieveEvent(result));
+}
+
+TEST_F(EventGrabber, FitsMessagesOf576BytesAndNoMore) {
+    grabber().Open();
+    bus.PushEvent(FakeVexlo::Bytes(576, 0xAB));
+    EXPECT_TRUE(grabber().RetrieveEvent(result));
+    EXPECT_EQ(0xAB, result.Buffer()[575]);
+    bus.PushEvent(FakeVexlo::Bytes(577, 0xAB));
+    EXPECT_THROW(grabber().RetrieveEvent(result), GenICam::RuntimeException);
+}
+
+TEST_F(EventGrabber, LocksItsSettingsWhileItIsOpen) {
+    grabber().Open();
+    EXPECT_THROW(Parameter("NumBuffer").SetValue(4), GenICam::AccessException);
+    grabber().Close();
+    Parameter("NumBuffer").SetValue(4);
+    EXPECT_EQ(FakeVexlo::Number(4, 4), bus.eventProperties[0x200]);
+}
+
+} // namespace

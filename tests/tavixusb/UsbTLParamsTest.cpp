@@ -1,0 +1,172 @@
+#include "params/UsbTLParams.h"
+
+#include "GenericUsbPort.h"
+#include "ParamsPtr.h"
+#include "support/Camera.h"
+#include "support/Expect.h"
+#include "support/ParamsRows.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using Vandrel_UsbTLParams::CUsbTLParamsImpl;
+
+namespace {
+
+constexpr char kPort[] = "VexloDevicePort";
+
+class UsbTLParams : public testing::Test {
+protected:
+    UsbTLParams() {
+        bus.Reset();
+        m_pDevice = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
+    }
+    ~UsbTLParams() override {
+        map->Connect(nullptr, kPort);
+        vexlo::CVxDevice::DestroyDevice(m_pDevice);
+    }
+
+    void Connect() {
+        port.SetObject(m_pDevice);
+        ASSERT_TRUE(map->Connect(&port, kPort));
+    }
+    GenApi::IInteger& Integer(const char* name) { return *GenApi::CIntegerPtr(map->GetNode(name)); }
+
+    FakeVexlo& bus = FakeVexlo::Get();
+    vexlo::CVxDevice* m_pDevice;
+    Tavix::ParamsPtr<CUsbTLParamsImpl> map{CUsbTLParamsImpl::Create("")};
+    Tavix::CGenericUsbPort<vexlo::CVxDevice> port;
+};
+
+NodeProperties Statistic(const char* address, const char* displayName, const char* toolTip) {
+    return RegisterProperties(
+        address, "8", "RO", "Signed", kPort,
+        {{"DisplayName", displayName}, {"ToolTip", toolTip}, {"PollingTime", "1000"}, {"IsFeature", "Yes"}});
+}
+
+NodeProperties CustomRequest(const char* address, const char* length) {
+    return RegisterProperties(address, length, "RW", "Unsigned", kPort, {{"IsFeature", "No"}});
+}
+
+const NodeRow kRows[] = {
+    {"Root",
+     GenApi::intfICategory,
+     {{"ToolTip", "Transport layer-specific parameters."}, {"pFeature", "Statistic"}, {"IsFeature", "Yes"}}},
+    {"Statistic", GenApi::intfICategory, {{"ToolTip", "Statistical data."}, {"IsFeature", "Yes"}}},
+    {"MigrationModeEnable",
+     GenApi::intfIBoolean,
+     {{"ToolTip", "Maps certain SFNC1.X node names to compatible nodes when enabled."},
+      {"DisplayName", "Migration Mode Enable"},
+      {"Visibility", "Invisible"},
+      {"Value", "0"},
+      {"OnValue", "1"},
+      {"OffValue", "0"},
+      {"IsFeature", "No"}}},
+    {"VexloDevicePort",
+     GenApi::intfIPort,
+     {{"ToolTip", "Port node giving access to vexlo device parameters."}, {"IsFeature", "No"}}},
+    {"Statistic_Read_Pipe_Reset_Count", GenApi::intfIInteger,
+     Statistic("0x200", "Read Pipe Reset Count", "The total count of read pipe resets.")},
+    {"Statistic_Write_Pipe_Reset_Count", GenApi::intfIInteger,
+     Statistic("0x300", "Write Pipe Reset Count", "The total count of write pipe resets.")},
+    {"Statistic_Read_Operations_Failed_Count", GenApi::intfIInteger,
+     Statistic("0x400", "Read Operations Failed Count", "The total count of failed read operations.")},
+    {"Statistic_Write_Operations_Failed_Count", GenApi::intfIInteger,
+     Statistic("0x500", "Write Operations Failed Count", "The total count of failed write operations.")},
+    {"Statistic_Last_Error_Status", GenApi::intfIInteger,
+     RegisterProperties("0x600", "4", "RO", "Unsigned", kPort,
+                        {{"DisplayName", "Last Error Status"},
+                         {"ToolTip", "The last error status for a read or write operation."},
+                         {"PollingTime", "1000"},
+                         {"Representation", "HexNumber"},
+                         {"IsFeature", "Yes"}})},
+    {"CustomRequestId_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0000", "1")},
+    {"CustomRequestValue_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0100", "2")},
+    {"CustomRequestIndex_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0200", "2")},
+    {"CustomRequestDataLength_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0300", "2")},
+    {"CustomRequestExecuteRead_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0400", "1")},
+    {"CustomRequestExecuteWrite_Value", GenApi::intfIInteger, CustomRequest("0xAFFE0500", "1")},
+};
+
+class UsbTLParamsTable : public UsbTLParams, public testing::WithParamInterface<NodeRow> {};
+TEST_P(UsbTLParamsTable, HasTheNode) {
+    ExpectRow(*map, GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(Rows, UsbTLParamsTable, testing::ValuesIn(kRows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(UsbTLParams, HasNoOtherNodes) {
+    EXPECT_EQ(std::size(kRows), map->GetNumNodes());
+}
+
+TEST_F(UsbTLParams, DescribesItself) {
+    GenApi::IDeviceInfo& info = *map;
+    GenApi::Version_t version = {9, 9, 9};
+    EXPECT_EQ("UsbTLParams", info.GetModelName());
+    EXPECT_EQ("Vandrel", info.GetVendorName());
+    EXPECT_EQ("Interface to the USB transport layer specific parameters.", info.GetToolTip());
+    EXPECT_EQ("None", info.GetStandardNameSpace());
+    EXPECT_EQ("", map->GetDeviceName());
+    info.GetSchemaVersion(version);
+    EXPECT_EQ(1, version.Major);
+    EXPECT_EQ(0, version.Minor);
+    EXPECT_EQ(0, version.SubMinor);
+    info.GetDeviceVersion(version);
+    EXPECT_EQ(0, version.Major);
+    EXPECT_FALSE(info.GetProductGuid().empty());
+    EXPECT_FALSE(info.GetVersionGuid().empty());
+}
+
+TEST_F(UsbTLParams, ListsItsStatisticsInOrder) {
+    EXPECT_THAT(FeatureNames(*map, "Root"), ElementsAre("Statistic"));
+    EXPECT_THAT(FeatureNames(*map, "Statistic"),
+                ElementsAre("Statistic_Read_Pipe_Reset_Count", "Statistic_Write_Pipe_Reset_Count",
+                            "Statistic_Read_Operations_Failed_Count", "Statistic_Write_Operations_Failed_Count",
+                            "Statistic_Last_Error_Status"));
+}
+
+TEST_F(UsbTLParams, CannotReadAStatisticWithoutDeviceObject) {
+    ASSERT_TRUE(map->Connect(&port, kPort));
+    EXPECT_FAILURE(RuntimeException, "GenericUsbPort.h",
+                   "Failed to read property value 200. The property is not writable.",
+                   Integer("Statistic_Read_Pipe_Reset_Count").GetValue());
+    EXPECT_FAILURE(RuntimeException, "GenericUsbPort.h",
+                   "Failed to write property value affe0000. The property is not writable.",
+                   Integer("CustomRequestId_Value").SetValue(1, /*Verify=*/false));
+}
+
+TEST_F(UsbTLParams, ReadsStatisticsFromTheAccessLibraryEveryTime) {
+    Connect();
+    bus.deviceProperties[0x400] = FakeVexlo::Number(5, 8);
+    EXPECT_EQ(5, Integer("Statistic_Read_Operations_Failed_Count").GetValue());
+    bus.deviceProperties[0x400] = FakeVexlo::Number(6, 8);
+    EXPECT_EQ(6, Integer("Statistic_Read_Operations_Failed_Count").GetValue());
+}
+
+TEST_F(UsbTLParams, ReadsTheLastErrorAsAnUnsignedNumber) {
+    Connect();
+    bus.deviceProperties[0x600] = FakeVexlo::Number(0xE2000001, 4);
+    EXPECT_EQ(0xE2000001, Integer("Statistic_Last_Error_Status").GetValue());
+    EXPECT_EQ(GenApi::HexNumber, Integer("Statistic_Last_Error_Status").GetRepresentation());
+}
+
+TEST_F(UsbTLParams, WritesCustomRequestsInTheirWidths) {
+    Connect();
+    Integer("CustomRequestId_Value").SetValue(0xBA);
+    Integer("CustomRequestIndex_Value").SetValue(0x1234);
+    Integer("CustomRequestExecuteRead_Value").SetValue(1);
+    using Written = std::pair<unsigned int, FakeVexlo::Bytes>;
+    EXPECT_THAT(bus.written,
+                ElementsAre(Written(0xAFFE0000, {0xBA}), Written(0xAFFE0200, {0x34, 0x12}), Written(0xAFFE0400, {1})));
+}
+
+TEST_F(UsbTLParams, HidesMigrationModeButLetsItBeSet) {
+    GenApi::CBooleanPtr enable(map->GetNode("MigrationModeEnable"));
+    EXPECT_FALSE(enable->GetValue());
+    EXPECT_EQ(GenApi::Invisible, map->GetNode("MigrationModeEnable")->GetVisibility());
+    EXPECT_EQ(GenApi::RW, enable->GetAccessMode());
+    enable->SetValue(true);
+    EXPECT_TRUE(enable->GetValue());
+}
+
+} // namespace

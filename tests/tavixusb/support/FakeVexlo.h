@@ -1,0 +1,85 @@
+#pragma once
+// A stand-in for the USB access library at link time: every status can be scripted, every call is recorded.
+
+#include "vexlo/VxCallback.h"
+#include "vexlo/VxDevice.h"
+#include "vexlo/VxEventStream.h"
+#include "vexlo/VxStream.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// The one bus of the test program. Calls are named after object and operation: "Init", "Device.Open", "Stream.Close",
+/// "Events.Open". All calls succeed unless scripted otherwise. A test sets it up and looks at it while nothing else
+/// runs; the calls themselves are thread-safe.
+class FakeVexlo {
+public:
+    using Bytes = std::vector<unsigned char>;
+    using Properties = std::map<unsigned int, Bytes>;
+
+    static FakeVexlo& Get();
+    void Reset();
+
+    /// The next calls of that name answer these statuses, one each; then they succeed again.
+    void Script(const std::string& call, std::vector<vexlo::VxStatus> statuses);
+    void FailNext(const std::string& call, vexlo::VxStatus status) { Script(call, {status}); }
+
+    std::vector<std::string> Calls() const;
+    void ForgetCalls();
+    int Count(const std::string& call) const;
+
+    /// Sets a little-endian value that a property answers.
+    static Bytes Number(std::uint64_t value, std::size_t size);
+
+    /// A completed buffer or a pending event; signals the registered wait object.
+    void PushResult(const vexlo::CVxStream::GrabResult& result);
+    void PushEvent(const Bytes& event);
+
+    /// Calls the handlers of a kind on a thread of its own and waits for their end.
+    void Notify(vexlo::EVxCallbackKind kind);
+    std::size_t NumberOfRegistrations() const;
+
+    // What the calls find and leave.
+    std::vector<vexlo::DeviceDiscoveryInfo> cameras;
+    vexlo::DeviceDiscoveryInfo lastOpenRecord = {};
+    bool createsDevices = true;
+    bool hasStream = true;
+    bool hasEvents = true;
+    bool throwsOnDestroy = false;
+    std::string statusText = "text"; ///< status texts are this and the number; empty for an unknown status
+    std::string xmlText = "<xml/>";
+    std::string xmlName;
+    bool hasXmlText = true;
+    bool hasXmlName = true;
+    std::map<unsigned long, unsigned char> memory; ///< bytes never written read as 0
+    unsigned long shortReadBy = 0;
+    Properties deviceProperties, streamProperties, eventProperties;
+    std::vector<std::pair<unsigned int, Bytes>> written; ///< all SetProperty calls of all objects
+    unsigned long preparedBuffers = 0, preparedSize = 0;
+    void* userBuffer = nullptr;
+    const void* queuedContext = nullptr;
+    unsigned int lastDeviceType = ~0u;
+
+    // For the stand-in's own calls.
+    struct StreamState {
+        std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject;
+        bool open = false;
+        bool prepared = false;
+        void Signal() const;
+    };
+    vexlo::VxStatus Note(const std::string& call);
+    vexlo::VxStatus Read(const Properties& properties, unsigned int id, void* buffer, unsigned long size) const;
+    vexlo::VxStatus Write(Properties& properties, unsigned int id, const void* buffer, unsigned long size);
+    StreamState stream, eventStream;
+    mutable std::recursive_mutex lock;
+    std::deque<vexlo::CVxStream::GrabResult> results;
+    std::deque<Bytes> events;
+
+private:
+    FakeVexlo() = default;
+    std::map<std::string, std::deque<vexlo::VxStatus>> m_Scripts;
+    std::vector<std::string> m_Calls;
+};
