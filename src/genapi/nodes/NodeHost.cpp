@@ -6,6 +6,7 @@
 #include "genapi/nodes/Throw.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace genapi {
 
@@ -13,8 +14,10 @@ namespace {
 
 // Chains of real cameras are twenty nodes long.
 constexpr uint32_t kMaxDepth = 200;
-// Nodes visited by one operation of an application; a tenth of a second's work.
-constexpr uint32_t kMaxSteps = 1000000;
+// Nodes that one operation of an application may visit: a group may ask all nodes of the map, each down a long chain.
+// What needs more multiplies itself from node to node.
+constexpr std::size_t kFreeSteps = 20000;
+constexpr std::size_t kStepsPerNode = 50;
 
 } // namespace
 
@@ -104,7 +107,7 @@ Descent::Descent(const Node& node) : m_Host(node.Host()) {
     if (m_Host.m_Depth >= kMaxDepth) {
         ThrowRuntime(node, "Access", "The nodes read one another in a circle or a chain that is too long");
     }
-    if (++m_Host.m_Steps > kMaxSteps) {
+    if (++m_Host.m_Steps > kFreeSteps + kStepsPerNode * m_Host.m_Nodes.size()) {
         ThrowRuntime(node, "Access", "The operation needs too many nodes");
     }
     ++m_Host.m_Depth;

@@ -83,7 +83,7 @@ private:
     uint32_t m_Mark = 0;
     uint32_t m_Generation = 1;
     uint32_t m_Depth = 0;
-    uint32_t m_Steps = 0;
+    std::size_t m_Steps = 0;
     uint32_t m_CyclesMet = 0;
     std::vector<NodeIndex> m_Queue;
     ChangeFrame* m_pFrame = nullptr;        // innermost
