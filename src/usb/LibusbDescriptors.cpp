@@ -146,6 +146,14 @@ std::vector<std::uint8_t> ConfigurationBytes(const libusb_config_descriptor& con
     return bytes;
 }
 
+std::string AsciiOfStringDescriptor(const std::vector<std::uint8_t>& bytes) {
+    constexpr std::size_t kHeaderSize = 2;
+    std::string text;
+    for (std::size_t i = kHeaderSize; i + 1 < bytes.size(); i += 2)
+        text += bytes[i + 1] == 0 && bytes[i] < 0x80 ? static_cast<char>(bytes[i]) : '?';
+    return text;
+}
+
 DeviceEntry Describe(libusb_device* device) {
     DeviceEntry entry;
     entry.id = DeviceId(device);

@@ -22,6 +22,8 @@ std::string DescriptorsPath(const std::string& id);
 bool SplitDescriptors(const std::vector<std::uint8_t>& bytes, DeviceEntry& entry);
 /// Writes a parsed configuration back into the bytes it came from, unknown descriptors in their places.
 std::vector<std::uint8_t> ConfigurationBytes(const libusb_config_descriptor& configuration);
+/// Text of a string descriptor; characters beyond 7 bits become '?'.
+std::string AsciiOfStringDescriptor(const std::vector<std::uint8_t>& bytes);
 /// Everything about one device. No I/O on the bus.
 DeviceEntry Describe(libusb_device* device);
 

@@ -3,9 +3,9 @@
 
 #include "usb/LibusbDescriptors.h"
 #include "usb/LibusbResult.h"
+#include "usb/SynchronousTransfer.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 
@@ -13,6 +13,8 @@ namespace usb {
 namespace {
 
 constexpr std::chrono::seconds kCloseLimit{2};
+constexpr std::uint16_t kStringLimit = 255;
+constexpr unsigned int kStringTimeoutMs = 1000;
 
 timeval Remaining(std::chrono::steady_clock::time_point deadline) {
     using std::chrono::microseconds;
@@ -95,21 +97,12 @@ Result LibusbHandle::Release(std::uint8_t interfaceNumber) {
 
 Result LibusbHandle::Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
                              unsigned int timeoutMs) {
-    actual = 0;
-    const int code = libusb_control_transfer(m_Device.get(), setup.requestType, setup.request, setup.value, setup.index,
-                                             data, setup.length, timeoutMs);
-    if (code > 0) actual = static_cast<std::size_t>(code);
-    return FromLibusb(code);
+    return SynchronousTransfer(m_Context.get(), m_Device.get()).Control(setup, data, actual, timeoutMs);
 }
 
 Result LibusbHandle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
                           unsigned int timeoutMs) {
-    actual = 0;
-    if (length > INT_MAX) return Result::InvalidParam;
-    int moved = 0;
-    const int code = libusb_bulk_transfer(m_Device.get(), endpoint, data, static_cast<int>(length), &moved, timeoutMs);
-    actual = static_cast<std::size_t>(std::max(moved, 0));
-    return FromLibusb(code);
+    return SynchronousTransfer(m_Context.get(), m_Device.get()).Bulk(endpoint, data, length, actual, timeoutMs);
 }
 
 Result LibusbHandle::Submit(Transfer& transfer) {
@@ -227,12 +220,24 @@ Result LibusbHandle::Reset() {
     return FromLibusb(libusb_reset_device(m_Device.get()));
 }
 
+std::vector<std::uint8_t> LibusbHandle::ReadStringDescriptor(std::uint8_t index, std::uint16_t language) {
+    std::vector<std::uint8_t> bytes(kStringLimit);
+    const auto value = static_cast<std::uint16_t>(LIBUSB_DT_STRING << 8 | index);
+    std::size_t actual = 0;
+    const Result result = Control({LIBUSB_ENDPOINT_IN, LIBUSB_REQUEST_GET_DESCRIPTOR, value, language, kStringLimit},
+                                  bytes.data(), actual, kStringTimeoutMs);
+    if (result != Result::Ok || actual < 2 || bytes[1] != LIBUSB_DT_STRING) return {};
+    bytes.resize(std::min<std::size_t>(actual, bytes[0]));
+    return bytes;
+}
+
+/// In the first language that the device offers.
 std::string LibusbHandle::ReadString(std::uint8_t index) {
     if (index == 0) return {};
-    std::array<unsigned char, 256> text{};
-    const int length =
-        libusb_get_string_descriptor_ascii(m_Device.get(), index, text.data(), static_cast<int>(text.size()));
-    return length > 0 ? std::string(text.begin(), text.begin() + length) : std::string();
+    const auto languages = ReadStringDescriptor(0, 0);
+    if (languages.size() < 4) return {};
+    const auto language = static_cast<std::uint16_t>(languages[2] | languages[3] << 8);
+    return AsciiOfStringDescriptor(ReadStringDescriptor(index, language));
 }
 
 std::uint8_t* LibusbHandle::AllocateMemory(std::size_t size) {

@@ -62,6 +62,8 @@ private:
     bool RunCompletions();
     Result WaitForEvents(Clock::time_point deadline);
     void CancelAllInFlight();
+    /// Empty when it cannot be read.
+    std::vector<std::uint8_t> ReadStringDescriptor(std::uint8_t index, std::uint16_t language);
 
     // constant after construction; the device is closed before its context ends
     const LibusbContext m_Context;

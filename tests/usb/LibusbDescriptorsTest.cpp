@@ -57,4 +57,15 @@ TEST(SplitDescriptors, KeepsAConfigurationThatPromisesMoreThanThereIs) {
     EXPECT_EQ(entry.configurations[0].size(), bytes.size() - 18);
 }
 
+TEST(AsciiOfStringDescriptor, ReplacesWhatIsNotAscii) {
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({10, 3, 'a', 0, 0xE9, 0, 'b', 1, 'c', 0}), "a??c");
+}
+
+TEST(AsciiOfStringDescriptor, SurvivesBrokenOnes) {
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({}), "");
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({1}), "");
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({2, 3}), "");
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({5, 3, 'a', 0, 'b'}), "a");
+}
+
 } // namespace

@@ -64,6 +64,14 @@ TEST_F(LibusbTest, SaysThatAControlRequestIsRefused) {
     EXPECT_EQ(actual, 0u);
 }
 
+TEST_F(LibusbTest, RefusesControlTransfersThatTheKernelWouldRefuse) {
+    const auto handle = Open();
+    Bytes bytes(4097);
+    std::size_t actual = 0;
+    EXPECT_EQ(handle->Control({0xC0, TestDevice::kScratchRequest, 0, 0, 4097}, bytes.data(), actual, kLimitMs),
+              Result::InvalidParam);
+}
+
 TEST_F(LibusbTest, ControlEndsAtItsTimeLimit) {
     const auto handle = Open();
     std::size_t actual = 0;

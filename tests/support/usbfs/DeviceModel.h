@@ -36,7 +36,7 @@ protected:
     ~DevicePort() = default;
 };
 
-/// Calls come from several threads, never two at once.
+/// Calls come from several threads, never two at once, except for RefuseOpen and RefuseClaim.
 class DeviceModel {
 public:
     DeviceModel() = default;

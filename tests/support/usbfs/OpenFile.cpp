@@ -22,9 +22,10 @@ std::size_t MemoryOf(const usbdevfs_urb& record) {
 const int OpenFile::kDiscarded = -ENOENT;
 
 OpenFile::~OpenFile() {
-    for (const auto* queue : {&m_Pending, &m_Done})
-        for (const Urb& urb : *queue)
-            m_Memory.GiveBack(urb.memory);
+    for (const Urb& urb : m_Pending)
+        m_Memory.GiveBack(urb.memory);
+    for (const Urb& urb : m_Done)
+        m_Memory.GiveBack(urb.memory);
 }
 
 int OpenFile::Submit(usbdevfs_urb* record) {
@@ -42,7 +43,7 @@ int OpenFile::Discard(const usbdevfs_urb* record) {
     return 0;
 }
 
-std::deque<Urb>::iterator OpenFile::Finish(std::deque<Urb>::iterator urb, int status) {
+std::list<Urb>::iterator OpenFile::Finish(std::list<Urb>::iterator urb, int status) {
     urb->status = status;
     m_Done.push_back(*urb);
     m_Signal.Set(true);

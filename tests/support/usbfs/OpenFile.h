@@ -6,6 +6,8 @@
 
 #include <cstddef>
 #include <deque>
+#include <iterator>
+#include <list>
 
 struct usbdevfs_urb;
 
@@ -29,7 +31,7 @@ public:
 
     int File() const { return m_Signal.File(); }
     bool IsConnected() const { return m_Connected; }
-    std::deque<Urb>& Pending() { return m_Pending; }
+    std::list<Urb>& Pending() { return m_Pending; }
 
     /// ENOMEM when the transfers' memory is used up.
     int Submit(usbdevfs_urb* record);
@@ -39,10 +41,10 @@ public:
     template<class Matches>
     void DiscardIf(Matches matches) {
         for (auto urb = m_Pending.begin(); urb != m_Pending.end();)
-            urb = matches(*urb) ? Finish(urb, kDiscarded) : urb + 1;
+            urb = matches(*urb) ? Finish(urb, kDiscarded) : std::next(urb);
     }
     /// Moves a pending one to those that can be reaped; returns the one behind it.
-    std::deque<Urb>::iterator Finish(std::deque<Urb>::iterator urb, int status);
+    std::list<Urb>::iterator Finish(std::list<Urb>::iterator urb, int status);
     /// EAGAIN when there is none, ENODEV when there will be none any more.
     int Reap(usbdevfs_urb*& record);
     /// The device is gone: everything pending ends.
@@ -54,7 +56,7 @@ private:
     TransferMemory& m_Memory;
     ReadySignal m_Signal;
     bool m_Connected = true;
-    std::deque<Urb> m_Pending;
+    std::list<Urb> m_Pending; ///< its elements stay in place
     std::deque<Urb> m_Done;
 };
 

@@ -54,7 +54,7 @@ void Port::Stop() {
     if (!m_Worker.joinable()) return;
     {
         const std::lock_guard<std::mutex> lock(m_SignalLock);
-        m_Stopping = true;
+        m_Stopping = m_Interrupted = true;
         m_Signalled.notify_all();
     }
     m_Worker.join();
@@ -79,6 +79,7 @@ void Port::Plug() {
 void Port::Ask(Wish wish) {
     const std::lock_guard<std::mutex> lock(m_SignalLock);
     m_Wishes.push_back(wish);
+    m_Interrupted = true;
     m_Signalled.notify_all();
 }
 
@@ -88,6 +89,7 @@ void Port::Work() {
         m_Signalled.wait(lock, [&] { return m_Kicked || m_Stopping || !m_Wishes.empty(); });
         if (m_Stopping) return;
         m_Kicked = false;
+        m_Interrupted = false;
         const std::vector<Wish> wishes = std::exchange(m_Wishes, {});
         lock.unlock();
         for (const Wish wish : wishes)
@@ -100,7 +102,7 @@ void Port::Work() {
 
 bool Port::PlugNow() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Lock lock = LockAlone();
         if (m_Present) return true;
         ++m_Generation;
         m_Claims = Claims();
@@ -116,7 +118,7 @@ bool Port::PlugNow() {
 
 void Port::UnplugNow() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Lock lock = LockAlone();
         if (!m_Present) return;
         m_Present = false;
         for (OpenFile* file : m_Files)
@@ -162,65 +164,81 @@ void Port::RefuseOpens(int error, unsigned int times) {
 /// Asks until nothing moves any more: a device may answer on one endpoint because of what it took on another. False
 /// when the device is gone.
 bool Port::ServeAll() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    for (bool moved = true; moved;) {
-        moved = false;
-        for (OpenFile* file : m_Files)
-            moved |= ServeFile(*file);
+    Lock lock(m_Lock);
+    Waiting waiting;
+    while (!m_Interrupted) {
+        m_Turn.wait(lock, [&] { return m_WaitingForTurn == 0; });
+        const Next next = FindNext(waiting);
+        if (next.file == nullptr || m_Gone) break;
+        Serve(lock, next, waiting);
     }
     return !m_Gone;
 }
 
-/// True when anything has moved. One that waits holds up those behind it on its endpoint.
-bool Port::ServeFile(OpenFile& file) {
-    bool any = false;
-    std::uint32_t waiting = 0;
-    auto& pending = file.Pending();
-    for (auto urb = pending.begin(); urb != pending.end();) {
-        const unsigned int endpoint = urb->record->endpoint;
-        const std::uint32_t bit = std::uint32_t{1} << ((endpoint & 0x0Fu) | (endpoint & 0x80u) >> 3);
-        const Answer answer = (waiting & bit) != 0 ? Answer{} : Serve(*urb);
-        switch (answer.status) {
-        case AnswerStatus::Complete:
-            urb = file.Finish(urb, 0);
-            break;
-        case AnswerStatus::Stall:
-            urb = file.Finish(urb, -EPIPE);
-            break;
-        case AnswerStatus::Overflow:
-            urb = file.Finish(urb, -EOVERFLOW);
-            break;
-        case AnswerStatus::Error:
-            urb = file.Finish(urb, -EPROTO);
-            break;
-        case AnswerStatus::Gone:
-            m_Gone = true;
-            [[fallthrough]];
-        case AnswerStatus::NotYet:
-            waiting |= bit;
-            ++urb;
-            any |= answer.bytes > 0;
-            continue;
-        }
-        any = true;
-    }
-    return any;
+/// The oldest transfer of an endpoint that does not wait. Looked up afresh each time, because everything may have
+/// changed while the device was asked.
+Port::Next Port::FindNext(const Waiting& waiting) const {
+    for (OpenFile* file : m_Files)
+        for (auto urb = file->Pending().begin(); urb != file->Pending().end(); ++urb)
+            if (waiting.count({file, urb->record->endpoint}) == 0) return {file, urb};
+    return {};
 }
 
-Answer Port::Serve(Urb& urb) {
+/// The device copies whole images here. Meanwhile programs submit, reap and claim as they can with a kernel.
+void Port::Serve(Lock& lock, const Next& next, Waiting& waiting) {
+    m_Served = next.urb->record;
+    lock.unlock();
+    const Answer answer = AskModel(*next.urb);
+    lock.lock();
+    m_Served = nullptr;
+    m_Turn.notify_all();
+    next.urb->moved += answer.bytes;
+    if (answer.status != AnswerStatus::NotYet || answer.bytes > 0) waiting.clear();
+    switch (answer.status) {
+    case AnswerStatus::Complete:
+        next.file->Finish(next.urb, 0);
+        break;
+    case AnswerStatus::Stall:
+        next.file->Finish(next.urb, -EPIPE);
+        break;
+    case AnswerStatus::Overflow:
+        next.file->Finish(next.urb, -EOVERFLOW);
+        break;
+    case AnswerStatus::Error:
+        next.file->Finish(next.urb, -EPROTO);
+        break;
+    case AnswerStatus::Gone:
+        m_Gone = true;
+        break;
+    case AnswerStatus::NotYet:
+        if (answer.bytes == 0) waiting.insert({next.file, next.urb->record->endpoint});
+        break;
+    }
+}
+
+Answer Port::AskModel(const Urb& urb) {
     const usbdevfs_urb& record = *urb.record;
     auto* data = static_cast<std::uint8_t*>(record.buffer);
     const auto word = [&](int at) { return static_cast<std::uint16_t>(data[at] | data[at + 1] << 8); };
-    Answer answer;
-    const std::size_t room = static_cast<std::size_t>(record.buffer_length) - urb.moved;
     if (record.type == USBDEVFS_URB_TYPE_CONTROL)
-        answer = m_Model->Control({data[0], data[1], word(2), word(4), word(6)}, data + 8);
-    else if ((record.endpoint & 0x80) != 0)
-        answer = m_Model->In(record.endpoint, data + urb.moved, room);
-    else
-        answer = m_Model->Out(record.endpoint, data + urb.moved, room);
-    urb.moved += answer.bytes;
-    return answer;
+        return m_Model->Control({data[0], data[1], word(2), word(4), word(6)}, data + 8);
+    const std::size_t room = static_cast<std::size_t>(record.buffer_length) - urb.moved;
+    return (record.endpoint & 0x80) != 0 ? m_Model->In(record.endpoint, data + urb.moved, room)
+                                         : m_Model->Out(record.endpoint, data + urb.moved, room);
+}
+
+/// Locks when the device has nothing in its hands.
+Port::Lock Port::LockAlone() const {
+    Lock lock(m_Lock);
+    WaitUntilAlone(lock);
+    return lock;
+}
+
+void Port::WaitUntilAlone(Lock& lock) const {
+    ++m_WaitingForTurn;
+    m_Turn.wait(lock, [&] { return m_Served == nullptr; });
+    --m_WaitingForTurn;
+    m_Turn.notify_all();
 }
 
 /// Sends a request without data. True when the device took it.
@@ -231,7 +249,7 @@ bool Port::Request(std::uint8_t type, std::uint8_t request, unsigned int value, 
 }
 
 int Port::SelectConfiguration(OpenFile& file, int value) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     if (!m_Configuration.Select(value)) return EINVAL;
     return Request(0x00, kSetConfiguration, static_cast<unsigned int>(value), 0) ? 0 : EPIPE;

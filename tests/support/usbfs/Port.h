@@ -6,14 +6,17 @@
 #include "support/usbfs/DeviceModel.h"
 #include "support/usbfs/OpenFile.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 struct usbdevfs_urb;
@@ -80,11 +83,22 @@ public:
 private:
     enum class Wish { Unplug, Plug };
 
+    using Lock = std::unique_lock<std::mutex>;
+    /// What waits in this pass, and all behind it: an endpoint of an open file.
+    using Waiting = std::set<std::pair<const OpenFile*, unsigned int>>;
+    struct Next {
+        OpenFile* file = nullptr;
+        std::list<Urb>::iterator urb;
+    };
+
     void Ask(Wish wish);
     void Work();
     bool ServeAll();
-    bool ServeFile(OpenFile& file);
-    Answer Serve(Urb& urb);
+    Next FindNext(const Waiting& waiting) const;
+    void Serve(Lock& lock, const Next& next, Waiting& waiting);
+    Answer AskModel(const Urb& urb);
+    Lock LockAlone() const;
+    void WaitUntilAlone(Lock& lock) const;
     int CheckTarget(OpenFile& file, const usbdevfs_urb& record);
     int CheckEndpoint(OpenFile& file, std::uint8_t endpoint);
     bool Request(std::uint8_t type, std::uint8_t request, unsigned int value, unsigned int index);
@@ -98,8 +112,11 @@ private:
 
     std::thread m_Worker;
 
-    mutable std::mutex m_Lock; ///< also keeps the calls of the model apart
+    mutable std::mutex m_Lock;
     // guarded by m_Lock
+    mutable std::condition_variable m_Turn;
+    mutable unsigned int m_WaitingForTurn = 0; ///< how many want to be alone with the device and its transfers
+    const usbdevfs_urb* m_Served = nullptr;    ///< in the device's hands just now, on the port's thread, without m_Lock
     bool m_Present = false;
     unsigned int m_Generation = 0; ///< how often it has been plugged in
     Configuration m_Configuration;
@@ -115,6 +132,8 @@ private:
     bool m_Kicked = false;
     bool m_Stopping = false;
     std::vector<Wish> m_Wishes;
+
+    std::atomic<bool> m_Interrupted{false}; ///< there are wishes, or it is stopping: leave off serving
 };
 
 } // namespace usbfs

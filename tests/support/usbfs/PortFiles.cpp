@@ -29,7 +29,7 @@ int Port::Open(TransferMemory& memory, std::shared_ptr<OpenFile>& file) {
 }
 
 void Port::Close(OpenFile& file) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     m_Claims.ReleaseAll(file);
     m_Files.remove(&file);
 }
@@ -50,7 +50,7 @@ int Port::Claim(OpenFile& file, unsigned int interface, bool detachDriver) {
 
 /// The kernel ends what is pending on the interface.
 int Port::Release(OpenFile& file, unsigned int interface) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     const int error = m_Claims.Release(interface, file);
     if (error != 0) return error;
@@ -84,13 +84,13 @@ int Port::AttachDriver(OpenFile& file, unsigned int interface) {
 }
 
 int Port::SelectSetting(OpenFile& file, unsigned int interface, unsigned int setting) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     return Request(0x01, kSetInterface, setting, interface) ? 0 : EPIPE;
 }
 
 int Port::ClearHalt(OpenFile& file, std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     const int error = CheckEndpoint(file, endpoint);
     if (error != 0) return error;
@@ -98,7 +98,7 @@ int Port::ClearHalt(OpenFile& file, std::uint8_t endpoint) {
 }
 
 int Port::Reset(OpenFile& file) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     file.DiscardIf([](const Urb&) { return true; });
     if (m_Model->Reset()) return 0;
@@ -141,7 +141,8 @@ int Port::CheckEndpoint(OpenFile& file, std::uint8_t endpoint) {
 }
 
 int Port::Discard(OpenFile& file, const usbdevfs_urb* record) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    Lock lock(m_Lock);
+    if (m_Served == record) WaitUntilAlone(lock);
     return file.IsConnected() ? file.Discard(record) : ENODEV;
 }
 
