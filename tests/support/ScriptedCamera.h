@@ -1,0 +1,157 @@
+#pragma once
+// A bus with one camera that does what a test tells it, byte by byte.
+
+#include "usb/Backend.h"
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <vector>
+
+namespace scripted {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Bytes of "55 33 56 43"; blanks are optional.
+Bytes Hex(std::string_view text);
+Bytes operator+(Bytes left, const Bytes& right);
+/// `size` bytes that differ from their neighbours.
+Bytes Pattern(std::size_t size, unsigned int seed = 0);
+
+constexpr std::uint8_t kControlOut = 0x01;
+constexpr std::uint8_t kControlIn = 0x85;
+constexpr std::uint8_t kEventIn = 0x82;
+constexpr std::uint8_t kStreamIn = 0x83;
+constexpr std::size_t kPacket = 1024;
+
+// Where the camera has its registers.
+constexpr std::uint64_t kSbrm = 0x10000;
+constexpr std::uint64_t kSirm = 0x20000;
+constexpr std::uint64_t kEirm = 0x30000;
+constexpr std::uint64_t kManifest = 0x40000;
+constexpr std::uint64_t kFile = 0x50000;
+
+/// A command as it came.
+struct Command {
+    Bytes bytes;
+    std::uint16_t Id() const; ///< 0x0800 or 0x0802
+    std::uint16_t RequestId() const;
+    std::uint64_t Address() const;
+    std::size_t Count() const; ///< of a read
+    Bytes Data() const;        ///< of a write
+};
+
+/// An acknowledge with any contents.
+Bytes Ack(std::uint16_t status, std::uint16_t command, std::uint16_t requestId, const Bytes& data);
+
+/// The camera's side. Thread-safe.
+class Camera {
+public:
+    /// Answers instead of the camera when it returns something: the packets to send, perhaps none. Called under the
+    /// camera's lock.
+    using Intercept = std::function<std::optional<std::vector<Bytes>>(const Command&)>;
+
+    Camera();
+
+    void Set(std::uint64_t address, const Bytes& bytes);
+    void Set32(std::uint64_t address, std::uint32_t value);
+    void Set64(std::uint64_t address, std::uint64_t value);
+    std::uint32_t Get32(std::uint64_t address) const;
+    void OnCommand(Intercept intercept);
+    std::vector<Command> Commands() const;
+    /// Values written to a register, in order.
+    std::vector<std::uint32_t> WritesTo(std::uint64_t address) const;
+    std::vector<std::size_t> ControlInSizes() const;
+    unsigned int HaltsCleared(std::uint8_t endpoint) const;
+    /// Halts that the host set, of all endpoints.
+    unsigned int HaltsSet() const;
+    std::set<int> Claimed() const;
+    int OpenHandles() const;
+
+    // Faults.
+    void RefuseOpen(usb::Result result);
+    void RefuseClaim(usb::Result result);
+    void HideStrings();
+    void FailNextOut(usb::Result result);
+    void FailNextIn(usb::Result result);
+    void AllowTransfers(std::size_t count); ///< more at once give NoMemory
+    void Unplug(bool announce);
+
+    // Bulk data to the host. A transfer ends short unless it is a multiple of the packet size; {} is an empty packet.
+    void Send(std::uint8_t endpoint, const std::vector<Bytes>& transfers);
+    /// Ends the oldest queued transfer of the endpoint with a failure.
+    void Fail(std::uint8_t endpoint, usb::TransferStatus status);
+    std::size_t Queued(std::uint8_t endpoint) const;
+    std::vector<std::size_t> QueuedLengths(std::uint8_t endpoint) const;
+    std::vector<const std::uint8_t*> QueuedBuffers(std::uint8_t endpoint) const;
+    /// Until a condition on this camera holds; false after some seconds.
+    bool WaitFor(const std::function<bool()>& condition) const;
+
+    usb::ControlSetup LastControl() const;
+    Bytes controlAnswer; ///< data stage of device-to-host requests; set before use
+
+private:
+    friend class ScriptedHandle;
+    friend class ScriptedBackend;
+    struct Pipe {
+        std::deque<Bytes> data; ///< consumed from the front
+        std::size_t consumed = 0;
+        std::deque<std::pair<usb::Transfer*, class ScriptedHandle*>> queue;
+    };
+
+    void Execute(const Command& command);
+    void Match(std::uint8_t endpoint);
+    void Finish(std::uint8_t endpoint, std::size_t index, usb::TransferStatus status);
+    std::size_t QueuedInAll() const;
+
+    mutable std::mutex m_Mutex;
+    mutable std::condition_variable m_Changed;
+    std::map<std::uint64_t, std::uint8_t> m_Memory;
+    Intercept m_Intercept;
+    std::vector<Command> m_Commands;
+    std::deque<Bytes> m_Answers;
+    std::vector<std::size_t> m_InSizes;
+    std::map<int, unsigned int> m_HaltsCleared;
+    unsigned int m_HaltsSet = 0;
+    std::set<int> m_Claimed;
+    std::map<std::uint8_t, Pipe> m_Pipes;
+    int m_Handles = 0;
+    bool m_HasStrings = true;
+    bool m_Gone = false;
+    usb::Result m_OpenResult = usb::Result::Ok;
+    usb::Result m_ClaimResult = usb::Result::Ok;
+    usb::Result m_NextOut = usb::Result::Ok;
+    usb::Result m_NextIn = usb::Result::Ok;
+    std::size_t m_TransferLimit = SIZE_MAX;
+    usb::ControlSetup m_LastControl;
+    std::map<std::uint64_t, usb::HotplugHandler> m_Hotplug;
+    std::uint64_t m_LastHotplug = 0;
+};
+
+/// A bus with the camera on it.
+class ScriptedBackend final : public usb::Backend {
+public:
+    explicit ScriptedBackend(Camera& camera) : m_Camera(camera) {}
+    const char* Name() const override { return "scripted"; }
+    [[nodiscard]] usb::Result Enumerate(std::vector<usb::DeviceEntry>& devices) override;
+    [[nodiscard]] usb::Result Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) override;
+    std::uint64_t RegisterHotplug(usb::HotplugHandler handler) override;
+    void DeregisterHotplug(std::uint64_t registration) override;
+
+private:
+    Camera& m_Camera;
+};
+
+/// A handle of the camera without a bus around it.
+std::unique_ptr<usb::Handle> OpenHandle(Camera& camera);
+
+// Blocks of a stream, typed.
+Bytes ImageLeader(std::uint64_t blockId, std::uint32_t width, std::uint32_t height);
+Bytes ImageTrailer(std::uint64_t blockId, std::uint64_t validSize, std::uint32_t height, std::uint16_t status = 0);
+
+} // namespace scripted

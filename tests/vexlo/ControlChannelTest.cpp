@@ -1,0 +1,340 @@
+#include "vexlo/ControlChannel.h"
+#include "support/ScriptedCamera.h"
+#include "vexlo/RegisterAccess.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vexlo;
+using namespace scripted;
+
+using Answers = std::optional<std::vector<Bytes>>;
+
+constexpr VxStatus kDevice = VX_E_DEVICE_STATUS_BASE;
+
+class Channel : public testing::Test {
+protected:
+    static ControlTiming Impatient() {
+        ControlTiming timing;
+        timing.busyPause = timing.drain = timing.connectLimit = ControlTiming::Duration(0);
+        return timing;
+    }
+
+    VxStatus Read32(std::uint32_t& value) {
+        std::uint8_t bytes[4] = {};
+        const VxStatus status = channel.Read(0x1CC, bytes, sizeof bytes);
+        value = bytes[0];
+        return status;
+    }
+    VxStatus Read() {
+        std::uint32_t value = 0;
+        return Read32(value);
+    }
+    VxStatus Write(Repeat repeat) {
+        const Bytes data = Hex("07000000");
+        return channel.Write(0x1CC, data, repeat);
+    }
+    /// Answers the given number of commands by `answers`, all later ones properly.
+    void AnswerFirst(int times, std::function<std::vector<Bytes>(const Command&)> answers) {
+        camera.OnCommand([=](const Command& command) mutable -> Answers {
+            if (command.Address() == 0 || times == 0) return std::nullopt; // resynchronising reads 0
+            --times;
+            return answers(command);
+        });
+    }
+    std::size_t Commands(std::uint64_t address) const {
+        std::size_t count = 0;
+        for (const Command& command : camera.Commands())
+            count += command.Address() == address;
+        return count;
+    }
+    std::vector<std::uint16_t> RequestIds() const {
+        std::vector<std::uint16_t> ids;
+        for (const Command& command : camera.Commands())
+            ids.push_back(command.RequestId());
+        return ids;
+    }
+
+    Camera camera;
+    std::unique_ptr<usb::Handle> handle = OpenHandle(camera);
+    ControlChannel::Counters counters;
+    ControlChannel channel{*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, Impatient()};
+};
+
+TEST_F(Channel, ConnectsByReadingTheVersionWithRequestIdZero) {
+    ASSERT_EQ(channel.Connect(), VX_OK);
+    ASSERT_EQ(camera.Commands().size(), 1u);
+    EXPECT_EQ(camera.Commands()[0].bytes, Hex("55335643 0040 0008 0C00 0000 0000000000000000 0000 0400"));
+    EXPECT_EQ(camera.HaltsSet(), 0u);
+    EXPECT_EQ(camera.HaltsCleared(kControlOut), 1u);
+    EXPECT_EQ(camera.HaltsCleared(kControlIn), 1u);
+}
+
+TEST_F(Channel, ConnectsPastLeftOverAcknowledges) {
+    camera.OnCommand([](const Command& command) -> Answers {
+        if (command.RequestId() != 0) return std::nullopt;
+        return std::vector<Bytes>{Ack(0, 0x0801, 99, Hex("FFFFFFFF")), Ack(0, 0x0801, 0, Hex("03000100"))};
+    });
+    EXPECT_EQ(channel.Connect(), VX_OK);
+}
+
+TEST_F(Channel, CountsRequestIdsUpAndSkipsZero) {
+    for (int i = 0; i < 65537; ++i)
+        ASSERT_EQ(Read(), VX_OK);
+    const auto ids = RequestIds();
+    EXPECT_EQ(ids[0], 0);
+    EXPECT_EQ(ids[1], 1);
+    EXPECT_EQ(ids[65535], 65535);
+    EXPECT_EQ(ids[65536], 1);
+}
+
+TEST_F(Channel, WaitsOnAfterAPendingAcknowledge) {
+    AnswerFirst(1, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0805, command.RequestId(), Hex("0000 C800")),
+                                  Ack(0, 0x0805, command.RequestId(), Hex("0000 C800")),
+                                  Ack(0, 0x0801, command.RequestId(), Hex("64000000"))};
+    });
+    std::uint32_t value = 0;
+    EXPECT_EQ(Read32(value), VX_OK);
+    EXPECT_EQ(value, 100u);
+    EXPECT_EQ(Commands(0x1CC), 1u);
+}
+
+TEST_F(Channel, EndsAfterPendingForTooLong) {
+    ControlTiming timing = Impatient();
+    timing.pendingLimit = ControlTiming::Duration(0);
+    ControlChannel hasty(*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, timing);
+    AnswerFirst(9, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0805, command.RequestId(), Hex("0000 FFFF")),
+                                  Ack(0, 0x0801, command.RequestId(), Hex("64000000"))};
+    });
+    std::uint8_t bytes[4];
+    EXPECT_EQ(hasty.Read(0x1CC, bytes, 4), VX_E_TIMEOUT);
+}
+
+TEST_F(Channel, DropsStaleShortAndForeignPackets) {
+    AnswerFirst(1, [](const Command& command) {
+        const auto stale = static_cast<std::uint16_t>(command.RequestId() - 1);
+        return std::vector<Bytes>{Ack(0, 0x0801, stale, Hex("FF000000")), Hex("55335643 0000"), Bytes(),
+                                  Hex("55335645 0000 0108 0400 0000 FF000000"),
+                                  Ack(0, 0x0801, command.RequestId(), Hex("64000000"))};
+    });
+    std::uint32_t value = 0;
+    EXPECT_EQ(Read32(value), VX_OK);
+    EXPECT_EQ(value, 100u);
+}
+
+TEST_F(Channel, IsNotTakenInByEndlessForeignPackets) {
+    AnswerFirst(99, [](const Command&) { return std::vector<Bytes>(200, Ack(0, 0x0801, 0xEEEE, Hex("FF000000"))); });
+    EXPECT_EQ(Read(), VX_E_TIMEOUT);
+}
+
+TEST_F(Channel, AsksABusyCameraAgainWithFreshIds) {
+    AnswerFirst(
+        2, [](const Command& command) { return std::vector<Bytes>{Ack(0x8007, 0x0803, command.RequestId(), {})}; });
+    EXPECT_EQ(Write(Repeat::Never), VX_OK);
+    EXPECT_EQ(RequestIds(), (std::vector<std::uint16_t>{0, 1, 2}));
+}
+
+TEST_F(Channel, GivesUpOnACameraThatStaysBusy) {
+    AnswerFirst(
+        99, [](const Command& command) { return std::vector<Bytes>{Ack(0x8007, 0x0801, command.RequestId(), {})}; });
+    EXPECT_EQ(Read(), kDevice | 0x8007);
+}
+
+TEST_F(Channel, ResynchronisesAfterATimeoutAndReadsAgain) {
+    AnswerFirst(1, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Read(), VX_OK);
+    EXPECT_EQ(Commands(0x1CC), 2u);
+    EXPECT_EQ(RequestIds(), (std::vector<std::uint16_t>{0, 0, 1})) << "the second is the read of the version";
+    EXPECT_EQ(counters.readPipeResets, 1u);
+    EXPECT_EQ(counters.writePipeResets, 1u);
+}
+
+TEST_F(Channel, ReadsThreeTimesAtMost) {
+    AnswerFirst(99, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Read(), VX_E_TIMEOUT);
+    EXPECT_EQ(Commands(0x1CC), 3u);
+}
+
+TEST_F(Channel, SetsHaltsOnlyWhenClearingDidNotHelp) {
+    AnswerFirst(1, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Read(), VX_OK);
+    EXPECT_EQ(camera.HaltsSet(), 0u);
+    AnswerFirst(2, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Read(), VX_OK);
+    EXPECT_EQ(camera.HaltsSet(), 2u);
+}
+
+TEST_F(Channel, DoesNotRepeatAWriteThatMayHaveBeenExecuted) {
+    AnswerFirst(1, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Write(Repeat::Never), VX_E_TIMEOUT);
+    EXPECT_EQ(Commands(0x1CC), 1u);
+}
+
+TEST_F(Channel, RepeatsAWriteThatIsSafeToRepeat) {
+    AnswerFirst(1, [](const Command&) { return std::vector<Bytes>(); });
+    EXPECT_EQ(Write(Repeat::Safe), VX_OK);
+    EXPECT_EQ(Commands(0x1CC), 2u);
+}
+
+TEST_F(Channel, RepeatsAWriteThatNeverReachedTheCamera) {
+    camera.FailNextOut(usb::Result::Pipe);
+    EXPECT_EQ(Write(Repeat::Never), VX_OK);
+    EXPECT_EQ(Commands(0x1CC), 1u);
+}
+
+TEST_F(Channel, RecoversFromStallAndOverflow) {
+    camera.FailNextIn(usb::Result::Pipe);
+    EXPECT_EQ(Read(), VX_OK);
+    camera.FailNextIn(usb::Result::Overflow);
+    EXPECT_EQ(Read(), VX_OK);
+}
+
+TEST_F(Channel, EndsAtOnceWhenTheCameraIsGone) {
+    camera.Unplug(/*announce=*/false);
+    EXPECT_EQ(Read(), VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(channel.Connect(), VX_E_USB_NO_DEVICE);
+    EXPECT_TRUE(camera.Commands().empty());
+}
+
+TEST_F(Channel, AcceptsAWriteAcknowledgeThatDoesNotTellTheLength) {
+    AnswerFirst(1, [](const Command& command) { return std::vector<Bytes>{Ack(0, 0x0803, command.RequestId(), {})}; });
+    EXPECT_EQ(Write(Repeat::Never), VX_OK);
+    AnswerFirst(1, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0803, command.RequestId(), Hex("0000 0000"))};
+    });
+    EXPECT_EQ(Write(Repeat::Never), VX_OK);
+}
+
+TEST_F(Channel, RefusesAWriteAcknowledgeForFewerBytes) {
+    AnswerFirst(1, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0803, command.RequestId(), Hex("0000 0200"))};
+    });
+    EXPECT_EQ(Write(Repeat::Never), VX_E_PROTOCOL);
+}
+
+TEST_F(Channel, RefusesTheAcknowledgeOfAnotherCommandAndOfAnotherLength) {
+    AnswerFirst(3, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0803, command.RequestId(), Hex("00000400"))};
+    });
+    EXPECT_EQ(Read(), VX_E_PROTOCOL);
+    AnswerFirst(3, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0, 0x0801, command.RequestId(), Hex("640000"))};
+    });
+    EXPECT_EQ(Read(), VX_E_PROTOCOL);
+}
+
+TEST_F(Channel, RefusesATruncatedAcknowledge) {
+    AnswerFirst(3, [](const Command& command) {
+        Bytes whole = Ack(0, 0x0801, command.RequestId(), Hex("64000000"));
+        whole.pop_back();
+        return std::vector<Bytes>{whole};
+    });
+    EXPECT_EQ(Read(), VX_E_PROTOCOL);
+}
+
+TEST_F(Channel, PassesOnWhatTheCameraRefuses) {
+    std::uint8_t bytes[4];
+    EXPECT_EQ(channel.Read(0x999999, bytes, 4), kDevice | 0x8003);
+    EXPECT_EQ(Commands(0x999999), 1u);
+}
+
+TEST_F(Channel, TakesAWarningForSuccess) {
+    AnswerFirst(1, [](const Command& command) {
+        return std::vector<Bytes>{Ack(0x2001, 0x0801, command.RequestId(), Hex("64000000"))};
+    });
+    EXPECT_EQ(Read(), VX_OK);
+}
+
+TEST_F(Channel, AsksForWholePacketsAndNoMoreThanTheAnswerNeeds) {
+    channel.SetLimits(4096, 4096);
+    std::uint8_t bytes[2048];
+    camera.Set(0x90000, Pattern(2048));
+    for (const std::size_t count : {4u, 1012u, 1016u, 2036u})
+        ASSERT_EQ(channel.Read(0x90000, bytes, count), VX_OK);
+    EXPECT_EQ(camera.ControlInSizes(), (std::vector<std::size_t>{1024, 1024, 2048, 2048}));
+}
+
+TEST_F(Channel, BelievesPlausibleLimitsOnly) {
+    channel.SetLimits(2048, 4096);
+    EXPECT_EQ(channel.MaxRead(), 4084u);
+    EXPECT_EQ(channel.MaxWrite(), 2028u);
+    channel.SetLimits(0, 63);
+    EXPECT_EQ(channel.MaxRead(), 1012u);
+    EXPECT_EQ(channel.MaxWrite(), 1004u);
+    channel.SetLimits(0xFFFFFFFF, 0xFFFFFFFF);
+    EXPECT_EQ(channel.MaxRead(), 65532u);
+    EXPECT_EQ(channel.MaxWrite(), 65524u);
+}
+
+TEST_F(Channel, WaitsAsLongAsTheCameraStatesWithinLimits) {
+    using Duration = ControlTiming::Duration;
+    channel.SetResponseTime(50);
+    EXPECT_EQ(channel.Timeout(), Duration(600));
+    channel.SetResponseTime(2000);
+    EXPECT_EQ(channel.Timeout(), Duration(2100));
+    channel.SetResponseTime(600000);
+    EXPECT_EQ(channel.Timeout(), Duration(5100));
+    channel.SetFloor(9000);
+    EXPECT_EQ(channel.Timeout(), Duration(9100));
+}
+
+class Access : public Channel {
+protected:
+    RegisterAccess access{channel};
+    std::size_t done = 0;
+};
+
+TEST_F(Access, SplitsReadsByTheAcknowledgeAndWritesByTheCommand) {
+    channel.SetLimits(128, 256);
+    const Bytes pattern = Pattern(1000);
+    camera.Set(0x90000, Bytes(1000));
+    ASSERT_EQ(access.Write(0x90000, pattern, Repeat::Safe, done), VX_OK);
+    EXPECT_EQ(done, 1000u);
+    EXPECT_EQ(camera.Commands().size(), 10u);
+    for (const Command& command : camera.Commands())
+        EXPECT_LE(command.bytes.size(), 128u);
+    Bytes read(1000);
+    ASSERT_EQ(access.Read(0x90000, read.data(), read.size(), done), VX_OK);
+    EXPECT_EQ(read, pattern);
+    EXPECT_EQ(camera.Commands().size(), 10u + 5u);
+    for (const Command& command : camera.Commands())
+        EXPECT_EQ(command.Address() % 4, 0u);
+}
+
+TEST_F(Access, ReadsAroundWhatTheCameraWantsAligned) {
+    camera.Set(0x90000, Hex("0001020304050607"));
+    camera.OnCommand([](const Command& command) -> Answers {
+        const bool aligned = command.Address() % 4 == 0 && command.Count() % 4 == 0;
+        if (aligned) return std::nullopt;
+        return std::vector<Bytes>{Ack(0x8005, 0x0801, command.RequestId(), {})};
+    });
+    Bytes read(3);
+    ASSERT_EQ(access.Read(0x90003, read.data(), read.size(), done), VX_OK);
+    EXPECT_EQ(read, Hex("030405"));
+}
+
+TEST_F(Access, HalvesBlocksThatTheCameraRefuses) {
+    channel.SetLimits(1024, 1024);
+    const Bytes pattern = Pattern(900);
+    camera.Set(0x90000, pattern);
+    camera.OnCommand([](const Command& command) -> Answers {
+        if (command.Count() <= 256) return std::nullopt;
+        return std::vector<Bytes>{Ack(0x8002, 0x0801, command.RequestId(), {})};
+    });
+    Bytes read(900);
+    ASSERT_EQ(access.Read(0x90000, read.data(), read.size(), done), VX_OK);
+    EXPECT_EQ(read, pattern);
+}
+
+TEST_F(Access, TellsHowFarItCame) {
+    channel.SetLimits(128, 128);
+    camera.Set(0x90000, Pattern(116));
+    Bytes read(300);
+    EXPECT_EQ(access.Read(0x90000, read.data(), read.size(), done), kDevice | 0x8003);
+    EXPECT_EQ(done, 116u);
+}
+
+} // namespace

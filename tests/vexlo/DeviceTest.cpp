@@ -1,0 +1,240 @@
+#include "vexlo/Fixture.h"
+
+#include <cstring>
+#include <thread>
+
+namespace {
+
+using namespace vexlotest;
+using namespace scripted;
+
+class Discovery : public OnScriptedCamera {};
+class Device : public OnScriptedCamera {};
+
+TEST_F(Discovery, FillsTheRecordFromDescriptorsAndStrings) {
+    const DeviceDiscoveryInfo info = Found();
+    EXPECT_EQ(info.DeviceIndex, 0);
+    EXPECT_EQ(info.VendorId, 0x1234);
+    EXPECT_EQ(info.ProductId, 0xABCD);
+    EXPECT_STREQ(info.SerialNumber, "Serial");
+    EXPECT_STREQ(info.ModelName, "Model");
+    EXPECT_STREQ(info.VendorName, "Vendor");
+    EXPECT_STREQ(info.ManufacturerInfo, "Info");
+    EXPECT_STREQ(info.UserDefinedName, "Name");
+    EXPECT_STREQ(info.DeviceGUID, "123400000001");
+    EXPECT_STREQ(info.DevicePath, "scripted:1#0");
+    EXPECT_EQ(info.UsbDriverType, 2);
+    EXPECT_EQ(info.UsbPortVersionBcd, 0x0300);
+    EXPECT_EQ(info.SpeedSupportBitmask, 0x0C);
+}
+
+TEST_F(Discovery, ListsCamerasOnly) {
+    Collector collector;
+    ASSERT_EQ(CEnumerator::Discover(&collector), VX_OK);
+    EXPECT_EQ(collector.found.size(), 1u);
+}
+
+TEST_F(Discovery, ListsACameraThatMayNotBeOpened) {
+    camera.RefuseOpen(usb::Result::Access);
+    const DeviceDiscoveryInfo info = Found();
+    EXPECT_EQ(info.VendorId, 0x1234);
+    EXPECT_STREQ(info.DevicePath, "scripted:1#0");
+    EXPECT_STREQ(info.FallbackModelName, "USB3 Vision camera 1234:abcd");
+    EXPECT_EQ(device->Open(info), VX_E_USB_ACCESS);
+}
+
+TEST_F(Discovery, ListsACameraWithoutStrings) {
+    camera.HideStrings();
+    const DeviceDiscoveryInfo info = Found();
+    EXPECT_STREQ(info.SerialNumber, "");
+    EXPECT_EQ(device->Open(info), VX_OK);
+}
+
+TEST_F(Discovery, FindsARecordByItsPath) {
+    DeviceDiscoveryInfo info;
+    EXPECT_EQ(CEnumerator::DeviceInfoFromPath("scripted:1#0", info), VX_OK);
+    EXPECT_STREQ(info.ModelName, "Model");
+    EXPECT_EQ(CEnumerator::DeviceInfoFromPath("scripted:2#0", info), VX_E_NOT_FOUND);
+    EXPECT_EQ(CEnumerator::DeviceInfoFromPath(nullptr, info), VX_E_INVALID_PARAMETER);
+}
+
+TEST_F(Discovery, FindsACameraThatMovedByItsGuid) {
+    DeviceDiscoveryInfo info = Found();
+    std::strcpy(info.DevicePath, "scripted:77#0");
+    EXPECT_EQ(device->Open(info), VX_OK);
+}
+
+TEST_F(Discovery, DoesNotTakeAnotherCameraAtTheSamePath) {
+    DeviceDiscoveryInfo info = Found();
+    std::strcpy(info.DeviceGUID, "123400000002");
+    EXPECT_EQ(device->Open(info), VX_E_NOT_FOUND);
+}
+
+TEST_F(Discovery, FindsACameraBySerialNumberWithoutPathAndGuid) {
+    DeviceDiscoveryInfo info = Found();
+    info.DevicePath[0] = info.DeviceGUID[0] = '\0';
+    EXPECT_EQ(device->Open(info), VX_OK);
+    EXPECT_EQ(device->Close(), VX_OK);
+    std::strcpy(info.SerialNumber, "Other");
+    EXPECT_EQ(device->Open(info), VX_E_NOT_FOUND);
+}
+
+TEST(Library, NeedsInit) {
+    Collector collector;
+    EXPECT_EQ(CEnumerator::Discover(&collector), VX_E_NOT_INITIALIZED);
+    CVxDevice* device = CVxDevice::CreateDevice(DeviceType_Libusb);
+    EXPECT_EQ(device->Open(DeviceDiscoveryInfo{}), VX_E_NOT_INITIALIZED);
+    CVxDevice::DestroyDevice(device);
+    Exit();
+}
+
+TEST(Library, CountsItsUses) {
+    Camera camera;
+    InjectBackends({std::make_shared<ScriptedBackend>(camera)});
+    EXPECT_EQ(Init(), VX_OK);
+    EXPECT_EQ(Init(), VX_OK);
+    Exit();
+    Collector collector;
+    EXPECT_EQ(CEnumerator::Discover(&collector), VX_OK);
+    Exit();
+    EXPECT_EQ(CEnumerator::Discover(&collector), VX_E_NOT_INITIALIZED);
+    InjectBackends({});
+}
+
+TEST_F(Device, IsMadeForOneKindOfDriverOnly) {
+    EXPECT_EQ(CVxDevice::CreateDevice(DeviceType_WinUsb), nullptr);
+    EXPECT_EQ(CVxDevice::CreateDevice(DeviceType_Vandrel), nullptr);
+    CVxDevice::DestroyDevice(nullptr);
+}
+
+TEST_F(Device, OpensClosesAndOpensAgain) {
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(device->Close(), VX_E_NOT_OPEN);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(Open(), VX_OK);
+        EXPECT_TRUE(device->IsOpen());
+        EXPECT_EQ(Open(), VX_E_ALREADY_OPEN);
+        EXPECT_EQ(camera.Claimed().count(0), 1u);
+        EXPECT_EQ(device->Close(), VX_OK);
+        EXPECT_TRUE(camera.Claimed().empty());
+    }
+}
+
+TEST_F(Device, SaysThatItIsInUseElsewhere) {
+    CVxDevice* other = CVxDevice::CreateDevice(DeviceType_Libusb);
+    ASSERT_EQ(other->Open(Found()), VX_OK);
+    EXPECT_EQ(Open(), 0xE201013Fu);
+    CVxDevice::DestroyDevice(other);
+    EXPECT_EQ(Open(), VX_OK);
+}
+
+TEST_F(Device, LeavesNothingClaimedWhenOpeningFails) {
+    camera.OnCommand([](const Command& command) -> std::optional<std::vector<Bytes>> {
+        if (command.Address() != 0x1D8) return std::nullopt;
+        return std::vector<Bytes>{Ack(0x8FFF, 0x0801, command.RequestId(), {})};
+    });
+    EXPECT_EQ(Open(), VX_E_DEVICE_STATUS_BASE | 0x8FFF);
+    EXPECT_TRUE(camera.Claimed().empty());
+    EXPECT_EQ(camera.OpenHandles(), 0);
+    camera.OnCommand(nullptr);
+    EXPECT_EQ(Open(), VX_OK);
+}
+
+TEST_F(Device, SwitchesOffWhatAPredecessorLeftRunning) {
+    camera.Set32(kSirm + 4, 1);
+    camera.Set32(kEirm, 1);
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(camera.Get32(kSirm + 4), 0u);
+    EXPECT_EQ(camera.Get32(kEirm), 0u);
+}
+
+TEST_F(Device, ReadsAndWritesRegisters) {
+    camera.Set(0x90000, Pattern(3000));
+    ASSERT_EQ(Open(), VX_OK);
+    Bytes bytes(3000);
+    unsigned long count = bytes.size();
+    EXPECT_EQ(device->ReadMem(bytes.data(), 0x90000, &count), VX_OK);
+    EXPECT_EQ(count, 3000u);
+    EXPECT_EQ(bytes, Pattern(3000));
+    EXPECT_EQ(device->WriteMem(Hex("11223344").data(), 0x90010, 4), VX_OK);
+    EXPECT_EQ(camera.Get32(0x90010), 0x44332211u);
+}
+
+TEST_F(Device, RefusesRegisterAccessWhileClosed) {
+    std::uint32_t value = 0;
+    unsigned long count = 4;
+    EXPECT_EQ(device->ReadMem(&value, 0, &count), VX_E_NOT_OPEN);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(device->WriteMem(&value, 0, 4), VX_E_NOT_OPEN);
+}
+
+TEST_F(Device, CountsFailures) {
+    ASSERT_EQ(Open(), VX_OK);
+    std::uint32_t value = 0;
+    unsigned long count = 4;
+    EXPECT_NE(device->ReadMem(&value, 0x999999, &count), VX_OK);
+    EXPECT_NE(device->WriteMem(&value, 0x999999, 4), VX_OK);
+    EXPECT_NE(device->WriteMem(&value, 0x999999, 4), VX_OK);
+    EXPECT_EQ(Property<std::uint64_t>(*device, CVxDevice::Property_ReadOperationsFailedCount), 1u);
+    EXPECT_EQ(Property<std::uint64_t>(*device, CVxDevice::Property_WriteOperationsFailedCount), 2u);
+    EXPECT_EQ(Property<std::uint32_t>(*device, CVxDevice::Property_LastErrorStatus), VX_E_DEVICE_STATUS_BASE | 0x8003);
+}
+
+TEST_F(Device, TakesPropertiesInTheirExactWidthOnly) {
+    std::uint32_t narrow = 0;
+    EXPECT_EQ(device->GetProperty(CVxDevice::Property_ReadPipeResetCount, &narrow, 4), VX_E_INVALID_SIZE);
+    EXPECT_EQ(device->GetProperty(static_cast<CVxDevice::EPropertyValue>(0x12345), &narrow, 4), VX_E_INVALID_PROPERTY);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_ReadPipeResetCount, &narrow, 4), VX_E_INVALID_PROPERTY);
+    EXPECT_EQ(device->GetProperty(CVxDevice::Property_LastErrorStatus, nullptr, 4), VX_E_INVALID_PARAMETER);
+}
+
+TEST_F(Device, ExecutesACustomRequest) {
+    ASSERT_EQ(Open(), VX_OK);
+    camera.controlAnswer = Hex("78563412");
+    const std::uint8_t id = 186;
+    const std::uint16_t value = 1, index = 500, length = 4;
+    const std::uint32_t zero = 0;
+    const std::uint8_t any = 0;
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestId, &id, 1), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestValue, &value, 2), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestIndex, &index, 2), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestDataLength, &length, 2), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestData, &zero, 4), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestExecuteRead, &any, 1), VX_OK);
+    EXPECT_EQ(Property<std::uint32_t>(*device, CVxDevice::Property_CustomRequestData), 0x12345678u);
+    EXPECT_EQ(camera.LastControl().requestType, 0xC0);
+    EXPECT_EQ(camera.LastControl().request, 186);
+    EXPECT_EQ(camera.LastControl().value, 1);
+    EXPECT_EQ(camera.LastControl().index, 500);
+    EXPECT_EQ(camera.LastControl().length, 4);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestExecuteWrite, &any, 1), VX_OK);
+    EXPECT_EQ(camera.LastControl().requestType, 0x40);
+}
+
+TEST_F(Device, RefusesACustomRequestWithMoreDataThanItHolds) {
+    ASSERT_EQ(Open(), VX_OK);
+    const std::uint16_t length = 65;
+    const std::uint8_t any = 0;
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestDataLength, &length, 2), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestExecuteRead, &any, 1), VX_E_INVALID_SIZE);
+}
+
+TEST_F(Device, ServesSeveralThreads) {
+    camera.Set(0x90000, Pattern(64));
+    ASSERT_EQ(Open(), VX_OK);
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 500; ++i) {
+                Bytes bytes(64);
+                unsigned long count = 64;
+                if (device->ReadMem(bytes.data(), 0x90000, &count) != VX_OK || bytes != Pattern(64)) ++wrong;
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
