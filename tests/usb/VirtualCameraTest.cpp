@@ -1,6 +1,8 @@
 // The virtual camera below the real libusb.
 #include "support/usbfs/VirtualCamera.h"
 #include "usb/LibusbBackend.h"
+#include "usb/Transfers.h"
+#include "virtualcam/Bytes.h"
 #include "virtualcam/Protocol.h"
 
 #include <gmock/gmock.h>
@@ -56,6 +58,40 @@ TEST_F(VirtualCameraTest, AnswersACommand) {
     answer.resize(actual);
     EXPECT_THAT(answer, ElementsAre(0x55, 0x33, 0x56, 0x43, 0x00, 0x00, 0x01, 0x08, 0x04, 0x00, 0x07, 0x00, testing::_,
                                     testing::_, 0x01, 0x00));
+}
+
+TEST_F(VirtualCameraTest, StreamsBlocksWithoutAGap) {
+    constexpr std::size_t kBlocks = 5, kPayloads = 20, kPerBlock = kPayloads + 2, kPayload = 65536;
+    const auto handle = OpenAndClaim();
+    ASSERT_EQ(handle->Claim(2), Result::Ok);
+    const auto write = [&](std::uint64_t address, std::uint32_t value) {
+        Bytes bytes;
+        virtualcam::Append(bytes, value);
+        EXPECT_EQ(m_Cameras[0].WriteRegister(address, bytes.data(), bytes.size()), virtualcam::Status::Success);
+    };
+    // 1280 x 1024 bytes in 20 transfers of 64 KiB; leader and trailer of at most 1 KiB.
+    const std::uint32_t sizes[] = {1024, kPayload, kPayloads, 0, 0, 1024};
+    for (std::uint64_t i = 0; i < 6; ++i)
+        write(0x20018 + 4 * i, sizes[i]);
+    write(0x20004, 1); // stream enable
+    Transfers transfers(*handle, virtualcam::kStreamIn, kBlocks * kPerBlock, kPayload);
+    for (std::size_t i = 0; i < transfers.Count(); ++i)
+        if (i % kPerBlock == 0 || i % kPerBlock == kPerBlock - 1) transfers[i].length = 1024;
+    transfers.SubmitAll();
+    write(0x102004, 1); // acquisition start
+    ASSERT_TRUE(transfers.PumpUntilCompleted(transfers.Count()));
+    EXPECT_TRUE(std::is_sorted(transfers.Order().begin(), transfers.Order().end()));
+    for (std::size_t block = 0; block < kBlocks; ++block) {
+        const std::size_t first = block * kPerBlock;
+        EXPECT_EQ(std::string(transfers.Buffer(first).begin(), transfers.Buffer(first).begin() + 4), "U3VL");
+        EXPECT_EQ(transfers.Buffer(first)[8], block);
+        for (std::size_t i = 1; i <= kPayloads; ++i)
+            EXPECT_EQ(transfers[first + i].actualLength, kPayload);
+        const auto& trailer = transfers.Buffer(first + kPerBlock - 1);
+        EXPECT_EQ(std::string(trailer.begin(), trailer.begin() + 4), "U3VT");
+        EXPECT_EQ(trailer[8], block);
+    }
+    write(0x20004, 0);
 }
 
 TEST_F(VirtualCameraTest, LeavesAndComesBackOnItsOwn) {
