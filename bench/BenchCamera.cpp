@@ -2,14 +2,29 @@
 
 #include <GenApi/GenApi.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
+
+#include <unistd.h>
 
 namespace bench {
 
 void UseVirtualCameras(unsigned int count) {
-    setenv("TAVIX_VIRTUAL_CAMERAS", std::to_string(count).c_str(), /*overwrite=*/0);
+    static const std::string path =
+        std::filesystem::temp_directory_path() / ("tavix-bench-" + std::to_string(getpid()) + ".json");
+    std::ofstream file(path);
+    file << "{\"cameras\": [";
+    for (unsigned int i = 0; i < count; ++i) {
+        file << (i ? "," : "") << "{\"sensorWidth\": 4096, \"sensorHeight\": 3008, \"serial\": \"" << i
+             << "\", \"guid\": \"12090000000" << i << "\"}";
+    }
+    file << "]}";
+    setenv("TAVIX_VIRTUAL_CAMERAS", path.c_str(), /*overwrite=*/1);
+    std::atexit([] { std::remove(path.c_str()); });
 }
 
 BenchCamera::BenchCamera(unsigned int index) {

@@ -23,7 +23,7 @@ private:
     Tavix::ITavixDevice* m_Device;
 };
 
-/// Switches `count` virtual cameras on; to be called before anything else.
+/// Switches `count` virtual cameras of 4096 x 3008 pixels on; to be called before anything else.
 void UseVirtualCameras(unsigned int count);
 
 } // namespace bench
