@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include <pthread.h>
+
 namespace virtualcam {
 namespace {
 
@@ -136,6 +138,7 @@ void Backend::Announce(usb::HotplugEvent event, const std::string& id) {
 }
 
 void Backend::Run() {
+    pthread_setname_np(pthread_self(), "vcam-bus");
     std::unique_lock<std::mutex> lock(m_Lock);
     while (true) {
         m_Changed.wait(lock, [this] { return m_Stop || !m_News.empty(); });

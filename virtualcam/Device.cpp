@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <pthread.h>
+
 namespace virtualcam {
 namespace {
 
@@ -186,6 +188,7 @@ void Device::Post(Notice notice) {
 }
 
 void Device::Run() {
+    pthread_setname_np(pthread_self(), "vcam");
     std::unique_lock<std::mutex> post(m_PostLock);
     while (!m_Stop) {
         m_Rethink = false;
