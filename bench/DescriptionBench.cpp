@@ -53,7 +53,8 @@ void Load(benchmark::State& state, const std::string& xml) {
     for (auto _ : state) {
         GenApi::CNodeMapRef map("Device");
         map._LoadXMLFromString(text);
-        benchmark::DoNotOptimize(map._Ptr);
+        const GenApi::INodeMap* loaded = map._Ptr;
+        benchmark::DoNotOptimize(loaded);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * xml.size()));
 }
