@@ -1,0 +1,130 @@
+// Values that are computed.
+#include "genapi/support/TestMap.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+
+using namespace GenApi;
+using genapi_test::TestMap;
+
+TEST(Formula, ComputesFromItsVariables) {
+    TestMap map;
+    map.Add("Integer", "X", {{"Value", "4", ""}, {"Min", "1", ""}, {"Max", "9", ""}, {"Inc", "1", ""}});
+    map.Add("IntSwissKnife", "I",
+            {{"pVariable", "X", "X"},
+             {"Constant", "10", "TEN"},
+             {"Expression", "TEN + X", "XP2"},
+             {"Formula", "TEN * XP2", ""}});
+    map.Add("SwissKnife", "F", {{"pVariable", "X", "V.Max"}, {"Formula", "V.Max / 2", ""}});
+    map.Add("IntSwissKnife", "Mode", {{"pVariable", "X", "V.AccessMode"}, {"Formula", "V.AccessMode", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 140);
+    EXPECT_EQ(map.Float("F").GetValue(), 4.5);
+    EXPECT_EQ(map.Integer("Mode").GetValue(), RW);
+    map.Integer("X").SetValue(5);
+    EXPECT_EQ(map.Integer("I").GetValue(), 150);
+    EXPECT_EQ(map.Mode("I"), RO);
+    EXPECT_THROW(map.Integer("I").SetValue(1), GenICam::AccessException);
+    EXPECT_THROW(map.Integer("I").SetValue(1, /*Verify=*/false), GenICam::AccessException);
+    EXPECT_EQ(map.Integer("I").GetMax(), INT64_MAX);
+}
+
+TEST(Formula, ReportsItsFaultWhenItIsUsed) {
+    TestMap map;
+    map.Add("IntSwissKnife", "Bad", {{"Formula", "1 +", ""}});
+    map.Add("IntSwissKnife", "Unknown", {{"Formula", "NOBODY", ""}});
+    map.Add("SwissKnife", "Zero", {{"Formula", "1/0", ""}}).Ready();
+    EXPECT_THROW(map.Integer("Bad").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Integer("Unknown").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Float("Zero").GetValue(), GenICam::RuntimeException);
+}
+
+TEST(Formula, IsNotAvailableWithoutItsVariables) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});
+    map.Add("IntSwissKnife", "I", {{"pVariable", "R", "R"}, {"Formula", "R", ""}});
+    map.Add("IntSwissKnife", "Unused", {{"pVariable", "R", "R"}, {"Formula", "1", ""}}).Ready();
+    EXPECT_EQ(map.Mode("I"), NA);
+    EXPECT_EQ(map.Mode("Unused"), RO);
+}
+
+TEST(Formula, ReadsEntriesOfEnumerations) {
+    TestMap map;
+    map.Add("EnumEntry", "EnumEntry_E_On", {{"Value", "7", ""}, {"Symbolic", "On", ""}, {"NumericValue", "0.5", ""}});
+    map.Add("Enumeration", "E", {{"pEnumEntry", "EnumEntry_E_On", ""}, {"Value", "7", ""}});
+    map.Add("IntSwissKnife", "I", {{"pVariable", "E", "E.Entry.On"}, {"Formula", "E.Entry.On", ""}});
+    map.Add("IntSwissKnife", "J", {{"pVariable", "E", "E"}, {"Formula", "E", ""}});
+    map.Add("SwissKnife", "F", {{"pVariable", "E", "E"}, {"Formula", "E", ""}}).Ready();
+    EXPECT_EQ(map.Integer("I").GetValue(), 7);
+    EXPECT_EQ(map.Integer("J").GetValue(), 7);
+    EXPECT_EQ(map.Float("F").GetValue(), 0.5);
+}
+
+TEST(Converter, ConvertsBothWays) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "100", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", "2.0 * TO", ""}, {"FormulaTo", "0.5 * FROM", ""}});
+    map.Add("Integer", "Raw2", {{"Value", "50", ""}});
+    map.Add("IntConverter", "I",
+            {{"pValue", "Raw2", ""}, {"FormulaFrom", "0.1 * TO", ""}, {"FormulaTo", "10 * FROM", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetValue(), 200.0);
+    map.Float("C").SetValue(100.0);
+    EXPECT_EQ(map.Integer("Raw").GetValue(), 50);
+    EXPECT_EQ(map.Float("C").GetValue(), 100.0);
+    EXPECT_EQ(map.Integer("I").GetValue(), 5);
+    map.Integer("I").SetValue(100);
+    EXPECT_EQ(map.Integer("Raw2").GetValue(), 1000);
+    EXPECT_EQ(map.Integer("I").GetValue(), 100);
+}
+
+TEST(Converter, OrdersItsLimitsWhateverTheSlope) {
+    for (const char* const slope : {"Decreasing", "Automatic", "Increasing"}) {
+        TestMap map;
+        map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+        map.Add("Converter", "C",
+                {{"pValue", "Raw", ""},
+                 {"FormulaFrom", "100 - TO", ""},
+                 {"FormulaTo", "100 - FROM", ""},
+                 {"Slope", slope, ""}});
+        map.Ready();
+        EXPECT_EQ(map.Float("C").GetMin(), 90.0) << slope;
+        EXPECT_EQ(map.Float("C").GetMax(), 100.0) << slope;
+    }
+}
+
+TEST(Converter, HasNoLimitsWhereTheRawNodeHasNone) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}});
+    map.Add("Converter", "C", {{"pValue", "Raw", ""}, {"FormulaFrom", "TO * 2", ""}, {"FormulaTo", "FROM / 2", ""}});
+    map.Add("Integer", "Ten", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+    map.Add("Converter", "V",
+            {{"pValue", "Ten", ""}, {"FormulaFrom", "TO", ""}, {"FormulaTo", "FROM", ""}, {"Slope", "Varying", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetMax(), DBL_MAX);
+    EXPECT_EQ(map.Float("V").GetMin(), -DBL_MAX);
+}
+
+TEST(Converter, AcceptsItsOwnLimits) {
+    TestMap map;
+    map.AddRegister("IntReg", "Raw", "0", {{"Length", "1", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", "TO * 0.1", ""}, {"FormulaTo", "FROM / 0.1000001", ""}});
+    map.Ready();
+    EXPECT_NO_THROW(map.Float("C").SetValue(map.Float("C").GetMax()));
+    EXPECT_EQ(map.Integer("Raw").GetValue(), 255);
+    EXPECT_THROW(map.Float("C").SetValue(25.6), GenICam::OutOfRangeException);
+}
+
+TEST(Converter, TellsTheIncrementWhenItIsLinear) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}, {"Inc", "2", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""},
+             {"FormulaFrom", "TO * 0.5", ""},
+             {"FormulaTo", "FROM * 2", ""},
+             {"IsLinear", "Yes", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetInc(), 1.0);
+}
