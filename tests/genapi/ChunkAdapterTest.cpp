@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 using namespace GenApi;
 using genapi_test::TestMap;
 
@@ -152,10 +154,13 @@ TEST(ChunkPort, RefusesImpossiblePlaces) {
     EXPECT_EQ(map.buffer[9], 'a');
 }
 
-TEST(ChunkPort, ReplacesTheOneOfAnEarlierAdapter) {
+TEST(ChunkAdapter, ReplacesAnEarlierOneAndOutlivesIt) {
     ChunkMap map;
-    WholeBuffer first(&map);
+    auto pFirst = std::make_unique<WholeBuffer>(&map);
     WholeBuffer second(&map);
     second.AttachBuffer(map.buffer, 12);
     EXPECT_EQ(map.Mode("Feature"), RO);
+    pFirst.reset();
+    EXPECT_EQ(map.Mode("Feature"), RO) << "the earlier one takes only itself away";
+    EXPECT_EQ(map.Integer("Feature").GetValue(), 0x0B0A0908);
 }

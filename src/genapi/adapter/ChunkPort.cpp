@@ -1,3 +1,4 @@
+#include "genapi/adapter/Disconnect.h"
 #include "genapi/adapter/HexId.h"
 #include "genapi/adapter/MapLock.h"
 #include "genapi/description/Lexical.h"
@@ -140,7 +141,7 @@ void CChunkPort::DetachPort() {
         m_pState->pPort = nullptr;
         m_pState->pNode = nullptr;
     }
-    pPort->SetPortImpl(nullptr);
+    genapi::DisconnectPort(*pPort, *this);
 }
 
 void CChunkPort::AttachChunk(uint8_t* pBaseAddress, int64_t ChunkOffset, int64_t Length, bool Cache) {

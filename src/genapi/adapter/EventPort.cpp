@@ -1,3 +1,4 @@
+#include "genapi/adapter/Disconnect.h"
 #include "genapi/adapter/EventPortState.h"
 #include "genapi/adapter/HexId.h"
 #include "genapi/adapter/MapLock.h"
@@ -43,7 +44,7 @@ void CEventPort::DetachNode() {
         m_pState->pNode = nullptr;
         m_pState->pPort = nullptr;
     }
-    if (pPort) pPort->SetPortImpl(nullptr);
+    if (pPort) genapi::DisconnectPort(*pPort, *this);
 }
 
 void CEventPort::AttachEvent(uint8_t* pBaseAddress, int64_t Length) {

@@ -52,6 +52,15 @@ void PortNode::SetPortImpl(GenApi::IPort* pPort) {
     frame.Finish();
 }
 
+void PortNode::Disconnect(const GenApi::IPort* pPort) {
+    ChangeFrame frame(Host());
+    if (m_pPort == pPort) {
+        m_pPort = nullptr;
+        frame.Invalidate({Index()});
+    }
+    frame.Finish();
+}
+
 std::string PortNode::DoReadText(ReadFlags flags) {
     return m_pChunkId ? m_pChunkId->ReadText(flags) : std::string(PropertyText(PropertyId::ChunkID));
 }

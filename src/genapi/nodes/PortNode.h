@@ -18,6 +18,8 @@ public:
     // Lock held. They throw AccessException when nothing is connected and pass on what the port throws.
     void ReadBytes(void* pBuffer, int64_t address, int64_t length);
     void WriteBytes(const void* pBuffer, int64_t address, int64_t length);
+    // Disconnects the port unless another one has taken its place.
+    void Disconnect(const GenApi::IPort* pPort);
     bool SwapsBytes() const { return m_SwapsBytes; }
 
     // GenApi::IPort
