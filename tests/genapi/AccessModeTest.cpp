@@ -180,3 +180,15 @@ TEST(Exceptions, NameTheNodeAndTheOperation) {
             << exception.what();
     }
 }
+
+TEST(Exceptions, TellWhereTheyWereThrown) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"ImposedAccessMode", "RO", ""}}).Ready();
+    try {
+        map.Integer("I").SetValue(1);
+        FAIL() << "the write succeeded";
+    } catch (const GenICam::AccessException& exception) {
+        EXPECT_STREQ(exception.GetSourceFileName(), "Node.cpp");
+        EXPECT_GT(exception.GetSourceLine(), 0u);
+    }
+}
