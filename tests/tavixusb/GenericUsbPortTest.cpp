@@ -10,6 +10,7 @@ struct Access;
 
 template<>
 struct Access<vexlo::CVxDevice> {
+    static constexpr char kName[] = "Device";
     static constexpr char kGet[] = "Device.GetProperty";
     static constexpr char kSet[] = "Device.SetProperty";
     static vexlo::CVxDevice* Of(vexlo::CVxDevice* device) { return device; }
@@ -17,6 +18,7 @@ struct Access<vexlo::CVxDevice> {
 };
 template<>
 struct Access<vexlo::CVxStream> {
+    static constexpr char kName[] = "Stream";
     static constexpr char kGet[] = "Stream.GetProperty";
     static constexpr char kSet[] = "Stream.SetProperty";
     static vexlo::CVxStream* Of(vexlo::CVxDevice* device) {
@@ -28,6 +30,7 @@ struct Access<vexlo::CVxStream> {
 };
 template<>
 struct Access<vexlo::CVxEventStream> {
+    static constexpr char kName[] = "Events";
     static constexpr char kGet[] = "Events.GetProperty";
     static constexpr char kSet[] = "Events.SetProperty";
     static vexlo::CVxEventStream* Of(vexlo::CVxDevice* device) {
@@ -53,8 +56,15 @@ protected:
     unsigned char bytes[4] = {1, 2, 3, 4};
 };
 
+struct ObjectNames {
+    template<class T>
+    static std::string GetName(int) {
+        return Access<T>::kName;
+    }
+};
+
 using Objects = testing::Types<vexlo::CVxDevice, vexlo::CVxStream, vexlo::CVxEventStream>;
-TYPED_TEST_SUITE(GenericUsbPort, Objects);
+TYPED_TEST_SUITE(GenericUsbPort, Objects, ObjectNames);
 
 TYPED_TEST(GenericUsbPort, IsNotAvailableWithoutObject) {
     EXPECT_EQ(GenApi::NA, this->port.GetAccessMode());
