@@ -134,16 +134,26 @@ void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
     WakeHost();
 }
 
+// Ends what was cancelled while the pump was at work, wherever it stands in the queue.
+void EndpointQueue::ReapCancelled() {
+    for (auto request = m_Queue.begin(); request != m_Queue.end();) {
+        if (!(*request)->cancelled) {
+            ++request;
+            continue;
+        }
+        Request& cancelled = **request;
+        request = m_Queue.erase(request);
+        Finish(cancelled, usb::TransferStatus::Cancelled);
+    }
+}
+
 // Serves the oldest request as far as it goes; false when it has to wait.
 bool EndpointQueue::ServeOldest(std::unique_lock<std::mutex>& lock) {
     Request& request = *m_Queue.front();
-    PipeAnswer answer;
-    if (!request.cancelled) {
-        lock.unlock();
-        answer = Move(request);
-        lock.lock();
-        request.actual += answer.bytes;
-    }
+    lock.unlock();
+    const PipeAnswer answer = Move(request);
+    lock.lock();
+    request.actual += answer.bytes;
     if (answer.status == PipeStatus::NotYet && !request.cancelled) {
         m_Starved = true;
         return false;

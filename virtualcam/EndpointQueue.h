@@ -77,6 +77,7 @@ private:
     TimePoint m_UnwokenSince;
 
     void PumpLocked(std::unique_lock<std::mutex>& lock);
+    void ReapCancelled();
     bool ServeOldest(std::unique_lock<std::mutex>& lock);
     PipeAnswer Move(const Request& request) const;
     void Finish(Request& request, usb::TransferStatus status);
