@@ -7,7 +7,8 @@
 namespace virtualcam {
 namespace {
 
-constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0100 | 0x0200 | 0x0400 | 0x0800;
+constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0200 | 0x0400 | 0x0800;
+constexpr std::uint64_t kFamilyCapability = 0x0100;
 constexpr std::uint32_t kTransferLength = 16384;
 constexpr std::uint32_t kResponseTime = 100;
 
@@ -54,7 +55,7 @@ void Camera::AddIdentity() {
     registers.AddValue<std::uint32_t>(abrm::kGenCpVersion, Access::ReadOnly, kGenCpVersion);
     text(abrm::kManufacturerName, m_Settings.vendor);
     text(abrm::kModelName, m_Settings.model);
-    text(abrm::kFamilyName, m_Settings.family);
+    if (!m_Settings.family.empty()) text(abrm::kFamilyName, m_Settings.family);
     text(abrm::kDeviceVersion, m_Settings.deviceVersion);
     text(abrm::kManufacturerInfo, m_Settings.manufacturerInfo);
     text(abrm::kSerialNumber, m_Settings.serial);
@@ -65,7 +66,8 @@ void Camera::AddIdentity() {
 
 void Camera::AddTechnology() {
     RegisterSpace& registers = m_Registers;
-    registers.AddValue<std::uint64_t>(abrm::kCapability, Access::ReadOnly, kCapability);
+    const std::uint64_t family = m_Settings.family.empty() ? 0 : kFamilyCapability;
+    registers.AddValue<std::uint64_t>(abrm::kCapability, Access::ReadOnly, kCapability | family);
     registers.AddValue<std::uint32_t>(abrm::kResponseTime, Access::ReadOnly,
                                       m_Settings.registers.responseTime.value_or(kResponseTime));
     registers.AddValue<std::uint64_t>(abrm::kManifestAddress, Access::ReadOnly, memory::kManifest);

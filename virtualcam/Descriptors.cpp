@@ -75,12 +75,13 @@ void Descriptors::BuildConfiguration(const CameraSettings& settings) {
     Add(set, {0x09, 0x02, 0, 0, kInterfaceCount, 0x01, 0x00, 0x80, m_SuperSpeed ? 0x70 : 0xFA});
     Add(set, {0x08, 0x0B, kControlInterface, kInterfaceCount, 0xEF, 0x05, 0x00, IndexOf(Text::Function)});
     Add(set, {0x09, 0x04, kControlInterface, 0x00, 0x02, 0xEF, 0x05, 0x00, 0x00});
-    Add(set, {0x14, 0x24, 0x01});
+    Add(set, {settings.registers.longDeviceInfo ? 0x16 : 0x14, 0x24, 0x01});
     Append<std::uint32_t>(set, kGenCpVersion);
     Append<std::uint32_t>(set, kU3vVersion);
     for (Text text = Text::Guid; text <= Text::UserName; text = static_cast<Text>(IndexOf(text) + 1))
         set.push_back(static_cast<std::uint8_t>(text == Text::Family && settings.family.empty() ? 0 : IndexOf(text)));
     set.push_back(static_cast<std::uint8_t>(0x0C | SpeedBit(settings.speed)));
+    if (settings.registers.longDeviceInfo) Add(set, {0xAB, 0xCD});
     AddEndpoint(kControlOut, 0);
     AddEndpoint(kControlIn, 0);
     Add(set, {0x09, 0x04, kEventInterface, 0x00, 0x01, 0xEF, 0x05, 0x01, 0x00});

@@ -42,6 +42,7 @@ PipeAnswer Device::GetDescriptor(const usb::ControlSetup& setup, std::uint8_t* d
     case 0x02:
         return index == 0 ? Answer(setup, data, m_Descriptors.Configuration()) : kRefused;
     case 0x03:
+        if (m_Settings.registers.unreadableStrings) return kRefused;
         return Answer(setup, data, m_Descriptors.String(index, m_Persistent.userName));
     case 0x0F:
         return Answer(setup, data, m_Descriptors.BinaryObjectStore());

@@ -127,8 +127,9 @@ void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
     do {
         m_Again = false;
         m_Starved = false;
-        while (!m_Queue.empty() && ServeOldest(lock))
-            continue;
+        do
+            ReapCancelled();
+        while (!m_Queue.empty() && ServeOldest(lock));
     } while (m_Again);
     m_Pumping = false;
     WakeHost();

@@ -93,7 +93,7 @@ enum class ManifestFault {
     HugeCount        ///< the table claims an absurd number of entries
 };
 
-/// Bootstrap registers that differ from what a good device has.
+/// Bootstrap registers and descriptors that differ from what a good device has.
 struct RegisterFaults {
     std::optional<std::uint32_t> responseTime;
     std::optional<std::uint32_t> maximumCommand;
@@ -104,7 +104,9 @@ struct RegisterFaults {
     unsigned alignmentExponent = 0;
     bool lateAlignmentCheck = false; ///< unaligned sizes are accepted and refused only at stream enable
     ManifestFault manifest = ManifestFault::None;
-    std::string descriptionPath; ///< a description file of one's own; empty: the built-in one
+    bool longDeviceInfo = false;    ///< the Device Info descriptor has two bytes more than today's
+    bool unreadableStrings = false; ///< string descriptors are refused
+    std::string descriptionPath;    ///< a description file of one's own; empty: the built-in one
 };
 
 } // namespace virtualcam

@@ -169,6 +169,8 @@ void ReadRegisterFaults(const json& object, RegisterFaults& faults) {
     reader.Value("alignmentExponent", faults.alignmentExponent);
     reader.Value("lateAlignmentCheck", faults.lateAlignmentCheck);
     reader.Name("manifest", kManifestFaults, faults.manifest);
+    reader.Value("longDeviceInfo", faults.longDeviceInfo);
+    reader.Value("unreadableStrings", faults.unreadableStrings);
     reader.Value("descriptionPath", faults.descriptionPath);
     reader.Finish();
 }

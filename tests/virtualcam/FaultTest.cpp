@@ -196,6 +196,17 @@ TEST_F(ControlFaultTest, AFaultHitsTheCommandItIsMeantFor) {
     EXPECT_EQ(client.Write32(0x20018, 2048), 0) << "over";
 }
 
+TEST_F(ControlFaultTest, TheDeviceLeavesWhenTheStreamIsEnabled) {
+    ControlFaultRule rule;
+    rule.fault = ControlFault::Unplug;
+    rule.address = std::uint64_t{0x20004};
+    rule.command = std::uint16_t{0x0802};
+    Script(rule);
+    EXPECT_EQ(client.Read(0x20004, 4), 0u);
+    client.Write32(0x20004, 1);
+    EXPECT_FALSE(device.IsPlugged());
+}
+
 TEST_F(ControlFaultTest, TheDeviceComesBackByItself) {
     struct Listener final : virtualcam::DeviceListener {
         std::atomic<int> plugged{0};
@@ -448,6 +459,33 @@ TEST(RegisterFaultTest, BootstrapRegistersAreOutOfTheOrdinary) {
     EXPECT_EQ(client.Read(0x200000, 2037, data), 0x8002) << "longer than an acknowledge may be";
     EXPECT_EQ(client.Write(0x105000, Bytes(1004)), 0);
     EXPECT_EQ(client.Write(0x105000, Bytes(1005)), 0x8002) << "longer than a command may be";
+}
+
+TEST(RegisterFaultTest, AFamilyNameIsNotSupported) {
+    CameraSettings settings = Small();
+    settings.family.clear();
+    Device device(settings);
+    DeviceClient client(device);
+    Bytes data;
+    EXPECT_EQ(client.Read(0x84, 64, data), 0x8003);
+    EXPECT_EQ(client.Read(0x1C4, 8), 0xE0Du);
+}
+
+TEST(DescriptorFaultTest, TheDeviceInfoIsLongerThanToday) {
+    CameraSettings settings = Small();
+    settings.registers.longDeviceInfo = true;
+    const virtualcam::Descriptors descriptors(settings);
+    EXPECT_EQ(descriptors.Configuration().size(), 118u);
+    EXPECT_EQ(descriptors.Configuration()[2], 118);
+    EXPECT_EQ(descriptors.Configuration()[26], 22);
+}
+
+TEST(DescriptorFaultTest, StringsCannotBeRead) {
+    CameraSettings settings = Small();
+    settings.registers.unreadableStrings = true;
+    Device device(settings);
+    Bytes data(255);
+    EXPECT_EQ(device.Control({0x80, 6, 0x0304, 0x0409, 255}, data.data()).status, PipeStatus::Stall);
 }
 
 } // namespace
