@@ -51,6 +51,7 @@ void BlockSlot::Bind(BufferHandle_s* buffer) {
     m_Ended = false;
     for (PlannedTransfer& transfer : m_Transfers) {
         transfer.usb.buffer = Place(transfer);
+        transfer.unread = transfer.usb.buffer == m_Dump;
         transfer.usb.actualLength = 0;
         transfer.done = false;
     }

@@ -24,6 +24,7 @@ struct PlannedTransfer {
     BlockSlot* slot = nullptr; // null for Scan
     std::uint64_t offset = 0;  // of the first byte in the payload
     bool done = false;
+    bool unread = false; // its bytes lie beyond the buffer, in memory that other transfers write too
 
     /// A short packet ended it, so that the camera's own transfer ended with it.
     bool EndsShort() const { return usb.status == usb::TransferStatus::Completed && usb.actualLength < usb.length; }

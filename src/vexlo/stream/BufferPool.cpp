@@ -1,5 +1,7 @@
 #include "BufferPool.h"
 
+#include <utility>
+
 namespace vexlo {
 
 using Guard = std::lock_guard<std::mutex>;
@@ -37,10 +39,12 @@ void BufferPool::Stop(VxStatus status) {
     CompleteQueuedLocked(status);
 }
 
-void BufferPool::Refuse(VxStatus status) {
+std::deque<BufferHandle_s*> BufferPool::Refuse(VxStatus status) {
     Guard guard(m_Mutex);
     m_Refusal = status;
-    CompleteQueuedLocked(status);
+    for (BufferHandle_s* buffer : m_Queued)
+        buffer->state = State::Bound;
+    return std::exchange(m_Queued, {});
 }
 
 void BufferPool::Clear() {

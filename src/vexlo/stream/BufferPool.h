@@ -39,8 +39,9 @@ public:
     void Start(Waker waker);
     /// No buffer is taken any more; queued ones complete with `status`.
     void Stop(VxStatus status);
-    /// Buffers that are queued from now on are refused with `status`.
-    void Refuse(VxStatus status);
+    /// Buffers that are queued from now on are refused with `status`. Those that are queued already are bound and
+    /// handed out, in their order.
+    [[nodiscard]] std::deque<BufferHandle_s*> Refuse(VxStatus status);
     /// Forgets all buffers and results. Only while stopped.
     void Clear();
 

@@ -32,6 +32,8 @@ public:
     /// The bytes of one transfer. `endsShort`: a short packet ended it, so that its last packet may be a leader or
     /// trailer.
     void Feed(const std::uint8_t* data, std::size_t size, bool endsShort);
+    /// Bytes came that nobody can look at: the place is lost, and with it a block that had begun.
+    void Skip() { m_Place = Place::Lost; }
     Place GetPlace() const { return m_Place; }
     /// Blocks that ended since the last call, oldest first.
     std::vector<Block> TakeBlocks();

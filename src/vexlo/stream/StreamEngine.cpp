@@ -3,6 +3,7 @@
 #include "vexlo/Logging.h"
 
 #include <algorithm>
+#include <chrono>
 #include <type_traits>
 
 #include <pthread.h>
@@ -17,6 +18,7 @@ constexpr std::size_t kFewestBytesInFlight = 8u << 20;
 constexpr std::size_t kMostSlots = 64;
 constexpr unsigned int kWaitMs = 1000;
 constexpr unsigned int kMemoryRetryMs = 5;
+constexpr std::chrono::milliseconds kEventsRetry{20};
 
 std::size_t BlockBytes(const u3v::TransferPlan& plan) {
     return static_cast<std::size_t>(plan.Capacity()) + plan.leaderSize + plan.trailerSize;
@@ -72,6 +74,7 @@ void StreamEngine::Cancel() {
     Lock lock(m_Mutex);
     if (m_Ended) return; // the handle may be gone
     const unsigned int mine = ++m_CancelsAsked;
+    m_Asked.notify_all();
     m_Handle.WakeEvents();
     m_Served.wait(lock, [&] { return m_Ended || m_CancelsServed >= mine; });
 }
@@ -81,6 +84,7 @@ void StreamEngine::Stop() {
     {
         Lock lock(m_Mutex);
         m_StopAsked = true;
+        m_Asked.notify_all();
     }
     m_Handle.WakeEvents();
     m_Thread.join();
@@ -124,8 +128,22 @@ void StreamEngine::Work() {
     if (m_Stopping && m_InFlight.empty()) return;
     SubmitMore();
     if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
+    WaitForWork();
+}
+
+void StreamEngine::WaitForWork() {
+    const auto isAsked = [this] { return (m_StopAsked && !m_Stopping) || m_CancelsAsked != m_CancelsTaken; };
+    if (m_Mode == Mode::Dead) {
+        Lock lock(m_Mutex);
+        m_Asked.wait(lock, isAsked); // nothing is in flight, and the handle of a camera that is gone may answer at once
+        return;
+    }
     const bool retrySoon = m_MemoryShort && m_InFlight.empty();
-    m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : kWaitMs);
+    const usb::Result result = m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : kWaitMs);
+    if (result == usb::Result::Ok || result == usb::Result::Interrupted) return;
+    // Transfers end in HandleEvents only, so it must be tried again, but not without a pause.
+    Lock lock(m_Mutex);
+    m_Asked.wait_for(lock, kEventsRetry, isAsked);
 }
 
 void StreamEngine::OnRequest() {
@@ -173,8 +191,9 @@ void StreamEngine::Advance() {
 
 void StreamEngine::SubmitMore() {
     if (m_Stopping) return;
+    std::deque<BufferHandle_s*> noneBound;
+    if (!DeliverFound(noneBound)) return; // blocks come back in their order: these first
     if (m_Mode == Mode::Scanning && m_InFlight.empty()) {
-        m_Scan.done = false;
         m_Scan.usb.buffer = m_ScanBytes.data();
         m_Scan.usb.length = m_ScanBytes.size();
         Submit(m_Scan);
@@ -189,6 +208,7 @@ void StreamEngine::SubmitMore() {
 }
 
 bool StreamEngine::Submit(PlannedTransfer& transfer) {
+    transfer.done = false;
     switch (m_Handle.Submit(transfer.usb)) {
     case usb::Result::Ok:
         m_MemoryShort = false;

@@ -72,6 +72,7 @@ private:
     void Run();
     void Work();
     void OnRequest();
+    void WaitForWork();
     void SetPriority() const;
 
     // Queuing.
@@ -88,6 +89,7 @@ private:
     void JudgeLeader(PlannedTransfer& transfer);
     void JudgePayload(PlannedTransfer& transfer);
     void JudgeTrailer(PlannedTransfer& transfer);
+    bool TakeLateTrailer(const PlannedTransfer& transfer);
     void JudgeScan(PlannedTransfer& transfer);
     bool JudgeStatus(PlannedTransfer& transfer);
     void FinishBlock(BlockSlot& slot, const BlockEvidence& evidence);
@@ -95,15 +97,19 @@ private:
     // Leaving the plan and coming back.
     void Leave(Reason reason, VxStatus damage);
     void FeedWith(const PlannedTransfer& transfer);
+    void FeedReaped();
     void FinishReaping();
+    void FinishCancel(std::deque<BufferHandle_s*>& buffers);
+    void GoOn();
     void FindPlace();
     void ServeCancels();
     std::deque<BufferHandle_s*> Unbind();
-    void DeliverFound(std::deque<BufferHandle_s*>& buffers);
+    void TakeFound();
+    bool DeliverFound(std::deque<BufferHandle_s*>& buffers);
     void Deliver(BufferHandle_s* buffer, const PacketParser::Block& block);
     void CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status);
     void Restart();
-    void Die(const std::deque<BufferHandle_s*>& buffers, VxStatus status);
+    void Die(VxStatus status);
     void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
 
     StreamHost& m_Host;             // borrowed
@@ -115,6 +121,7 @@ private:
 
     std::mutex m_Mutex;
     std::condition_variable m_Served;
+    std::condition_variable m_Asked;
     bool m_StopAsked = false;         // guarded by m_Mutex
     unsigned int m_CancelsAsked = 0;  // guarded by m_Mutex
     unsigned int m_CancelsServed = 0; // guarded by m_Mutex
@@ -129,14 +136,17 @@ private:
     bool m_NextIsBound = false;              // its block has a buffer, but nothing of it is queued yet
     std::deque<BlockSlot*> m_Bound;          // slots with buffers, oldest first
     std::deque<PlannedTransfer*> m_InFlight; // in the order of queuing
+    BlockSlot* m_Late = nullptr;             // the oldest block, when something empty came in its trailer's place
     std::size_t m_BytesInFlight = 0;
     std::size_t m_MaxTransfers;
     std::size_t m_MaxBytes;
     Mode m_Mode = Mode::Planned;
     Reason m_Reason = Reason::Resynchronize;
-    VxStatus m_Damage = VX_OK;              // why the oldest block failed, while reaping
+    VxStatus m_Damage = VX_OK;              // why the oldest block failed, while reaping; VX_OK: it did not
+    VxStatus m_ReapedFailure = VX_OK;       // of a transfer, since the plan was left
     std::unique_ptr<PacketParser> m_Parser; // while reaping and scanning
     std::vector<const PlannedTransfer*> m_Reaped;
+    std::deque<PacketParser::Block> m_Found; // whole blocks that wait for buffers, oldest first
     std::vector<std::uint8_t> m_ScanBytes;
     PlannedTransfer m_Scan;
     unsigned int m_RestartsInARow = 0;

@@ -4,6 +4,8 @@
 
 #include "vexlo/UsbStatus.h"
 
+#include <utility>
+
 namespace vexlo {
 namespace {
 
@@ -11,11 +13,14 @@ bool IsFull(const PlannedTransfer& transfer) {
     return transfer.usb.actualLength == transfer.usb.length;
 }
 
+std::optional<u3v::Trailer> DecodeTrailerOf(const BlockSlot& slot, const PlannedTransfer& transfer) {
+    return u3v::DecodeTrailer(transfer.Bytes(), slot.Leader() ? slot.Leader()->payloadType : std::uint16_t(0));
+}
+
 /// A trailer that may belong to the block in this slot.
 bool HoldsTrailerOf(const BlockSlot& slot, const PlannedTransfer& transfer) {
     if (!u3v::HasTrailerMagic(transfer.Bytes())) return false;
-    const auto trailer =
-        u3v::DecodeTrailer(transfer.Bytes(), slot.Leader() ? slot.Leader()->payloadType : std::uint16_t(0));
+    const auto trailer = DecodeTrailerOf(slot, transfer);
     return trailer && (!slot.Leader() || slot.Leader()->blockId == trailer->blockId);
 }
 
@@ -33,6 +38,7 @@ bool StreamEngine::JudgeStatus(PlannedTransfer& transfer) {
     if (transfer.role == PlannedTransfer::Role::Payload)
         m_Statistics.copiedBytes += transfer.slot->TakePayload(transfer);
     Leave(status == VX_E_USB_NO_DEVICE ? Reason::Lost : Reason::Restart, status);
+    m_ReapedFailure = status;
     return false;
 }
 
@@ -48,18 +54,34 @@ void StreamEngine::JudgePlanned(PlannedTransfer& transfer) {
     }
 }
 
+/// True when the transfer brought the trailer that an empty packet had delayed. The block that waited for it is
+/// finished in any case.
+bool StreamEngine::TakeLateTrailer(const PlannedTransfer& transfer) {
+    if (!m_Late) return false;
+    BlockSlot& slot = *std::exchange(m_Late, nullptr);
+    BlockEvidence evidence = slot.Evidence();
+    const bool isLate = HoldsTrailerOf(slot, transfer);
+    if (isLate) evidence.trailer = DecodeTrailerOf(slot, transfer);
+    FinishBlock(slot, evidence);
+    return isLate;
+}
+
 void StreamEngine::JudgeLeader(PlannedTransfer& transfer) {
+    const bool wasLate = TakeLateTrailer(transfer);
     transfer.slot->TakeLeader(transfer);
     if (transfer.slot->Leader()) return;
     // A damaged leader still fills its place; the trailer's place will tell whether the rest is where it belongs. Only
-    // what no leader can be tells at once that the place is lost.
-    if (!IsFull(transfer) && !HoldsTrailerOf(*transfer.slot, transfer)) return;
-    Leave(Reason::Resynchronize, VX_E_BAD_LEADER);
+    // what no leader can be tells at once that the place is lost. A trailer here ends what was before: this block has
+    // not begun.
+    const bool isTrailer = wasLate || HoldsTrailerOf(*transfer.slot, transfer);
+    if (!IsFull(transfer) && !isTrailer) return;
+    Leave(Reason::Resynchronize, isTrailer ? VX_OK : VX_E_BAD_LEADER);
     FeedWith(transfer);
 }
 
 void StreamEngine::JudgePayload(PlannedTransfer& transfer) {
-    const bool outOfPlace = transfer.EndsShort() && (HoldsTrailerOf(*transfer.slot, transfer) || HoldsLeader(transfer));
+    const bool outOfPlace =
+        !transfer.unread && transfer.EndsShort() && (HoldsTrailerOf(*transfer.slot, transfer) || HoldsLeader(transfer));
     if (!outOfPlace) {
         m_Statistics.copiedBytes += transfer.slot->TakePayload(transfer);
         return;
@@ -71,8 +93,14 @@ void StreamEngine::JudgePayload(PlannedTransfer& transfer) {
 void StreamEngine::JudgeTrailer(PlannedTransfer& transfer) {
     BlockSlot& slot = *transfer.slot;
     BlockEvidence evidence = slot.Evidence();
-    evidence.trailer =
-        u3v::DecodeTrailer(transfer.Bytes(), evidence.leader ? evidence.leader->payloadType : std::uint16_t(0));
+    evidence.trailer = DecodeTrailerOf(slot, transfer);
+    if (transfer.usb.actualLength == 0 && evidence.leader) {
+        // Some cameras end a full payload with an empty packet that nobody asked for; the trailer comes next then.
+        m_Late = &slot;
+        if (m_InFlight.empty()) Submit(transfer);
+        return;
+    }
+    m_Late = nullptr;
     const bool inPlace = evidence.trailer || (!IsFull(transfer) && !HoldsLeader(transfer));
     if (inPlace) return FinishBlock(slot, evidence);
     Leave(Reason::Resynchronize, evidence.leader ? VX_E_BAD_TRAILER : VX_E_BAD_LEADER);
@@ -102,8 +130,7 @@ void StreamEngine::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult&
 void StreamEngine::JudgeScan(PlannedTransfer& transfer) {
     if (!JudgeStatus(transfer)) return;
     m_Parser->Feed(transfer.usb.buffer, transfer.usb.actualLength, transfer.EndsShort());
-    std::deque<BufferHandle_s*> noneBound;
-    DeliverFound(noneBound);
+    TakeFound();
     if (m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks) m_Mode = Mode::Planned;
 }
 

@@ -3,9 +3,11 @@
 #include "StreamEngine.h"
 
 #include "vexlo/Logging.h"
+#include "vexlo/UsbStatus.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace vexlo {
 namespace {
@@ -30,6 +32,7 @@ void StreamEngine::Leave(Reason reason, VxStatus damage) {
             std::make_unique<PacketParser>(m_Settings.channel.maxPacketSize, m_Settings.plan.Capacity(),
                                            place == PacketParser::Place::InBlock ? PacketParser::Place::Lost : place);
     }
+    if (m_Mode != Mode::Reaping) m_ReapedFailure = VX_OK;
     m_Mode = Mode::Reaping;
     m_Reason = reason;
     m_Damage = damage;
@@ -41,6 +44,9 @@ void StreamEngine::Leave(Reason reason, VxStatus damage) {
 
 void StreamEngine::FeedWith(const PlannedTransfer& transfer) {
     m_Reaped.push_back(&transfer);
+    const usb::TransferStatus status = transfer.usb.status;
+    const bool failed = status != usb::TransferStatus::Completed && status != usb::TransferStatus::Cancelled;
+    if (failed && m_ReapedFailure != VX_E_USB_NO_DEVICE) m_ReapedFailure = ToStatus(status);
 }
 
 std::deque<BufferHandle_s*> StreamEngine::Unbind() {
@@ -50,35 +56,58 @@ std::deque<BufferHandle_s*> StreamEngine::Unbind() {
         slot->Unbind();
     }
     m_Bound.clear();
+    m_Late = nullptr;
     m_NextSlot = m_NextTransfer = 0;
     m_NextIsBound = false;
     return buffers;
 }
 
-void StreamEngine::FinishReaping() {
+void StreamEngine::FeedReaped() {
     for (const PlannedTransfer* transfer : m_Reaped) {
-        m_Parser->Feed(transfer->usb.buffer, transfer->usb.actualLength, transfer->EndsShort());
+        if (transfer->unread) {
+            if (transfer->usb.actualLength > 0) m_Parser->Skip();
+        } else {
+            m_Parser->Feed(transfer->usb.buffer, transfer->usb.actualLength, transfer->EndsShort());
+        }
     }
     m_Reaped.clear();
+}
+
+void StreamEngine::FinishReaping() {
+    FeedReaped();
     BlockEvidence damaged = m_Bound.empty() ? BlockEvidence() : m_Bound.front()->Evidence();
     damaged.failure = m_Damage;
     std::deque<BufferHandle_s*> buffers = Unbind();
-    if (m_Reason == Reason::Cancel) {
-        CompleteAll(buffers, VX_E_CANCELLED);
-        m_Parser->TakeBlocks();
-        FindPlace();
-        return ServeCancels();
-    }
-    ++m_Statistics.resynchronizations;
-    if (!buffers.empty()) {
+    if (m_Reason == Reason::Cancel) return FinishCancel(buffers);
+    if (!buffers.empty() && m_Damage != VX_OK) {
         Complete(buffers.front(), JudgeBlock(damaged));
         buffers.pop_front();
     }
-    DeliverFound(buffers);
-    if (m_Reason == Reason::Lost) return Die(buffers, m_Damage);
+    TakeFound();
+    (void)DeliverFound(buffers);
     m_Pool.PutBack(buffers);
-    if (m_Reason == Reason::Restart) return Restart();
-    FindPlace();
+    if (m_ReapedFailure != VX_E_USB_NO_DEVICE && m_Reason != Reason::Lost) ++m_Statistics.resynchronizations;
+    GoOn();
+}
+
+void StreamEngine::FinishCancel(std::deque<BufferHandle_s*>& buffers) {
+    CompleteAll(buffers, VX_E_CANCELLED);
+    m_Parser->TakeBlocks();
+    m_Found.clear();
+    ServeCancels();
+    GoOn();
+}
+
+/// What the stream needs after everything was reaped, whatever it was reaped for.
+void StreamEngine::GoOn() {
+    if (m_Reason == Reason::Lost || m_ReapedFailure == VX_E_USB_NO_DEVICE) return Die(VX_E_USB_NO_DEVICE);
+    if (m_Stopping) {
+        m_Mode = Mode::Planned; // nothing is submitted any more
+    } else if (m_Reason == Reason::Restart || m_ReapedFailure != VX_OK) {
+        Restart();
+    } else {
+        FindPlace();
+    }
 }
 
 /// Back to the plan when the parser knows where the stream is, else on with single transfers until it does.
@@ -103,9 +132,15 @@ void StreamEngine::CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus st
     m_Pool.CompleteQueued(status);
 }
 
-/// Whole blocks that the parser found go to the given buffers, then to queued ones; without any they count as missed.
-void StreamEngine::DeliverFound(std::deque<BufferHandle_s*>& buffers) {
-    for (const PacketParser::Block& block : m_Parser->TakeBlocks()) {
+void StreamEngine::TakeFound() {
+    for (PacketParser::Block& block : m_Parser->TakeBlocks())
+        m_Found.push_back(std::move(block));
+}
+
+/// Whole blocks that the parser found go to the given buffers, then to queued ones. False when some must wait until
+/// more are queued.
+bool StreamEngine::DeliverFound(std::deque<BufferHandle_s*>& buffers) {
+    while (!m_Found.empty()) {
         BufferHandle_s* buffer = nullptr;
         if (!buffers.empty()) {
             buffer = buffers.front();
@@ -113,8 +148,11 @@ void StreamEngine::DeliverFound(std::deque<BufferHandle_s*>& buffers) {
         } else {
             buffer = m_Pool.Take();
         }
-        if (buffer) Deliver(buffer, block);
+        if (!buffer) return false;
+        Deliver(buffer, m_Found.front());
+        m_Found.pop_front();
     }
+    return true;
 }
 
 void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& block) {
@@ -131,22 +169,24 @@ void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& bl
 
 /// Off, halt cleared, sizes told again, on. The camera counts its blocks from 0 afterwards.
 void StreamEngine::Restart() {
-    if (++m_RestartsInARow > kMostRestartsInARow) return Die({}, m_Damage);
+    const VxStatus reason = m_ReapedFailure != VX_OK ? m_ReapedFailure : m_Damage;
+    if (++m_RestartsInARow > kMostRestartsInARow) return Die(reason);
     m_WasRestarted = true;
+    m_Statistics.Restart();
     (void)m_Registers.Disable(); // a halted camera may have done so itself
     VxStatus status = m_Registers.ClearHalt();
     if (status == VX_OK) status = m_Registers.Program(m_Settings.plan);
     if (status == VX_OK) status = m_Registers.Enable(m_Settings.plan);
-    if (status != VX_OK) return Die({}, status == VX_E_USB_NO_DEVICE ? status : m_Damage);
+    if (status != VX_OK) return Die(status == VX_E_USB_NO_DEVICE ? status : reason);
     m_Mode = Mode::Planned;
 }
 
-void StreamEngine::Die(const std::deque<BufferHandle_s*>& buffers, VxStatus status) {
+void StreamEngine::Die(VxStatus status) {
     Log(256, "The stream ended with status 0x%08X", status);
     m_Mode = Mode::Dead;
-    for (BufferHandle_s* buffer : buffers)
+    m_Found.clear();
+    for (BufferHandle_s* buffer : m_Pool.Refuse(status))
         Complete(buffer, EmptyResult(status));
-    m_Pool.Refuse(status);
     if (status == VX_E_USB_NO_DEVICE) m_Host.ReportLost();
     ServeCancels();
 }

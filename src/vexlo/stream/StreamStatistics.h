@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 namespace vexlo {
 
@@ -12,7 +13,7 @@ namespace vexlo {
 struct StreamStatistics {
     std::atomic<std::uint64_t> totalBuffers{0};  ///< completed with data or an error, cancelled ones left out
     std::atomic<std::uint64_t> failedBuffers{0}; ///< of these, with an error status
-    std::atomic<std::uint64_t> missedFrames{0};  ///< block ids between two good buffers that brought no good one
+    std::atomic<std::uint64_t> missedFrames{0};  ///< blocks between two good buffers that brought no good one
     std::atomic<std::uint64_t> resynchronizations{0};
     std::atomic<std::uint64_t> lastBlockId{0}; ///< of the last good buffer
     std::atomic<std::uint32_t> lastFailedStatus{0};
@@ -22,6 +23,13 @@ struct StreamStatistics {
         totalBuffers = failedBuffers = missedFrames = resynchronizations = lastBlockId = copiedBytes = 0;
         lastFailedStatus = 0;
         m_HasGoodBlock = false;
+        m_NextId = m_FailedSinceGood = m_FailedBefore = 0;
+    }
+
+    /// The camera was switched off and on and counts its blocks from 0 again. Only the stream's thread calls it.
+    void Restart() {
+        m_FailedBefore += std::exchange(m_FailedSinceGood, 0);
+        m_NextId = 0;
     }
 
     /// A buffer is about to go back with this status. Only the stream's thread calls it.
@@ -30,16 +38,25 @@ struct StreamStatistics {
         if (status != VX_OK) {
             ++failedBuffers;
             lastFailedStatus = status;
+            ++m_FailedSinceGood;
             return;
         }
-        // Ids start again at 0 when the stream was restarted; nothing can be said across that border.
-        if (m_HasGoodBlock && blockId > lastBlockId + 1) missedFrames += blockId - lastBlockId - 1;
+        // Between two ids lie the blocks that the camera lost and those that came damaged. Where ids tell nothing, as
+        // with a camera that does not count, the damaged ones remain.
+        if (m_HasGoodBlock)
+            missedFrames += m_FailedBefore + (blockId >= m_NextId ? blockId - m_NextId : m_FailedSinceGood);
         lastBlockId = blockId;
+        m_NextId = blockId + 1;
+        m_FailedSinceGood = m_FailedBefore = 0;
         m_HasGoodBlock = true;
     }
 
 private:
-    bool m_HasGoodBlock = false; // of the stream's thread
+    // of the stream's thread
+    bool m_HasGoodBlock = false;
+    std::uint64_t m_NextId = 0;
+    std::uint64_t m_FailedSinceGood = 0; ///< and since the last restart
+    std::uint64_t m_FailedBefore = 0;    ///< since the last good one, but before the last restart
 };
 
 } // namespace vexlo

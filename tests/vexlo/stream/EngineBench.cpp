@@ -1,6 +1,7 @@
 #include "EngineBench.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 namespace streamtest {
@@ -78,13 +79,38 @@ CVxStream::GrabResult EngineBench::Next() {
         return EmptyResult(VX_E_TIMEOUT);
     }
     EXPECT_EQ(m_Out.erase(result.Handle), 1u) << "a buffer came back that was not queued";
+    ++m_Returned;
     return result;
 }
 
 CVxStream::GrabResult EngineBench::NextAndQueue() {
     const CVxStream::GrabResult result = Next();
-    if (result.Handle && pool.Queue(result.Handle, result.Context) == VX_OK) m_Out.insert(result.Handle);
+    if (result.Handle) (void)Requeue(result);
     return result;
+}
+
+VxStatus EngineBench::Requeue(const CVxStream::GrabResult& result) {
+    const VxStatus status = pool.Queue(result.Handle, result.Context);
+    if (status == VX_OK) m_Out.insert(result.Handle);
+    return status;
+}
+
+bool EngineBench::WaitForResultOtherThan(VxStatus status, unsigned int timeoutMs) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (std::chrono::steady_clock::now() < end) {
+        if (m_Wait.Wait(timeoutMs) && Next().Status != status) return true;
+    }
+    return false;
+}
+
+bool EngineBench::IsRefused() {
+    // A handle that nobody knows is found out only by a pool that takes buffers.
+    return pool.Queue(nullptr, nullptr) != VX_E_INVALID_HANDLE;
+}
+
+void EngineBench::DrainFailed(VxStatus status) {
+    while (!IsEmpty())
+        EXPECT_EQ(Next().Status, status);
 }
 
 bool EngineBench::IsEmpty() {
@@ -109,7 +135,7 @@ void EngineBench::ExpectGood(std::uint64_t id) {
     const CVxStream::GrabResult result = Next();
     if (result.Status == VX_E_TIMEOUT) return;
     Check(result, id);
-    if (pool.Queue(result.Handle, result.Context) == VX_OK) m_Out.insert(result.Handle);
+    (void)Requeue(result);
 }
 
 void EngineBench::ExpectRecovery(std::uint64_t id, unsigned int worst) {
@@ -130,7 +156,7 @@ void EngineBench::ExpectRecovery(std::uint64_t id, unsigned int worst) {
             EXPECT_EQ(good, 0u) << "a buffer failed after the recovery";
             ++failed;
         }
-        if (pool.Queue(result.Handle, result.Context) == VX_OK) m_Out.insert(result.Handle);
+        (void)Requeue(result);
     }
     EXPECT_LE(failed, worst);
     EXPECT_GE(good, 9u);

@@ -44,8 +44,17 @@ public:
     CVxStream::GrabResult Next();
     /// The next result; its buffer is queued again.
     CVxStream::GrabResult NextAndQueue();
+    VxStatus Requeue(const CVxStream::GrabResult& result);
     /// True when nothing is completed.
     bool IsEmpty();
+    /// False when no result with another status came in time. Takes those with this status.
+    bool WaitForResultOtherThan(VxStatus status, unsigned int timeoutMs);
+    /// The stream has ended and takes no buffers any more.
+    bool IsRefused();
+    /// All that is completed; expects this status of each.
+    void DrainFailed(VxStatus status);
+    /// Results that Next and its kind gave.
+    unsigned int Returned() const { return m_Returned; }
     void Stop();
 
     /// A good block with this id.
@@ -72,6 +81,7 @@ private:
     std::vector<Bytes> m_Memory;
     std::vector<BufferHandle_s*> m_Handles;
     std::set<BufferHandle_s*> m_Out; // queued and not yet back
+    unsigned int m_Returned = 0;
     Tavix::WaitObjectEx m_Wait = Tavix::WaitObjectEx::Create();
 };
 

@@ -56,6 +56,12 @@ void PacketBus::Unplug() {
     UnplugLocked();
 }
 
+void PacketBus::FailAndUnplug(TransferStatus status) {
+    Lock lock(m_Mutex);
+    if (!m_Queue.empty()) End(0, status);
+    UnplugLocked();
+}
+
 void PacketBus::UnplugLocked() {
     m_Gone = true;
     m_Script.clear();

@@ -32,6 +32,8 @@ public:
     void DropUnsent();
     /// At once, as if the cable were pulled.
     void Unplug();
+    /// The receiving transfer fails as of a bad link before the removal is known.
+    void FailAndUnplug(usb::TransferStatus status);
     bool IsGone() const;
 
     // Faults of the system.

@@ -1,0 +1,405 @@
+// The engine when camera, link or system misbehave.
+
+#include "EngineBench.h"
+
+using namespace streamtest;
+
+namespace {
+
+/// A block that goes wrong in transport, as the transfers that a camera makes of it.
+struct Damage {
+    const char* name;
+    std::vector<Bytes> (*transfers)(const EngineBench& bench);
+    VxStatus status; ///< of its buffer
+};
+void PrintTo(const Damage& damage, std::ostream* out) {
+    *out << damage.name;
+}
+
+constexpr std::uint64_t kBad = 3; ///< id of the damaged block
+
+std::vector<Bytes> Good(const EngineBench& bench) {
+    return bench.Good(kBad);
+}
+std::vector<Bytes> Without(std::vector<Bytes> transfers, std::size_t index) {
+    transfers.erase(transfers.begin() + static_cast<std::ptrdiff_t>(index));
+    return transfers;
+}
+std::vector<Bytes> Replaced(std::vector<Bytes> transfers, std::size_t index, const Bytes& by) {
+    transfers[index] = by;
+    return transfers;
+}
+std::vector<Bytes> Inserted(std::vector<Bytes> transfers, std::size_t index, const Bytes& what) {
+    transfers.insert(transfers.begin() + static_cast<std::ptrdiff_t>(index), what);
+    return transfers;
+}
+Bytes Start(Bytes bytes, std::size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
+Bytes Spoilt(Bytes bytes) {
+    bytes[0] ^= 0xFF;
+    return bytes;
+}
+std::size_t Last(const EngineBench& bench) {
+    return bench.plan.PayloadTransfers() + 1;
+}
+
+const Damage kDamages[] = {
+    {"LostLeader", [](const EngineBench& b) { return Without(Good(b), 0); }, VX_E_BAD_LEADER},
+    {"LostTrailer", [](const EngineBench& b) { return Without(Good(b), Last(b)); }, VX_E_BAD_TRAILER},
+    {"LostFirstTransfer", [](const EngineBench& b) { return Without(Good(b), 1); }, VX_E_INCOMPLETE},
+    {"LostLastTransfer", [](const EngineBench& b) { return Without(Good(b), Last(b) - 1); }, VX_E_INCOMPLETE},
+    {"LostPayload",
+     [](const EngineBench& b) {
+         return std::vector<Bytes>{Good(b).front(), Good(b).back()};
+     },
+     VX_E_INCOMPLETE},
+    {"TrailerAlone", [](const EngineBench& b) { return std::vector<Bytes>{Good(b).back()}; }, VX_OK},
+    {"LeaderAlone", [](const EngineBench& b) { return std::vector<Bytes>{Good(b).front()}; }, VX_E_INCOMPLETE},
+    {"LeaderAndTrailerSwapped",
+     [](const EngineBench& b) { return Replaced(Replaced(Good(b), 0, Good(b).back()), Last(b), Good(b).front()); },
+     VX_E_BAD_TRAILER},
+    {"TwoLeaders", [](const EngineBench& b) { return Inserted(Good(b), 0, Good(b).front()); }, VX_E_INCOMPLETE},
+    {"TwoTrailers", [](const EngineBench& b) { return Inserted(Good(b), Last(b), Good(b).back()); }, VX_OK},
+    {"LeaderMagic", [](const EngineBench& b) { return Replaced(Good(b), 0, Spoilt(Good(b).front())); },
+     VX_E_BAD_LEADER},
+    {"TrailerMagic", [](const EngineBench& b) { return Replaced(Good(b), Last(b), Spoilt(Good(b).back())); },
+     VX_E_BAD_TRAILER},
+    {"TruncatedLeader", [](const EngineBench& b) { return Replaced(Good(b), 0, Start(Good(b)[0], 20)); },
+     VX_E_BAD_LEADER},
+    {"EmptyLeader", [](const EngineBench& b) { return Replaced(Good(b), 0, {}); }, VX_E_BAD_LEADER},
+    {"EmptyTrailer", [](const EngineBench& b) { return Replaced(Good(b), Last(b), {}); }, VX_E_BAD_TRAILER},
+    {"OtherIdInTheTrailer",
+     [](const EngineBench& b) { return Replaced(Good(b), Last(b), Trailer(99, b.sizes.payload)); }, VX_E_BAD_TRAILER},
+    {"EmptyPacketBeforeTheLeader", [](const EngineBench& b) { return Inserted(Good(b), 0, {}); }, VX_E_BAD_LEADER},
+    {"EmptyPacketBeforeTheTrailer", [](const EngineBench& b) { return Inserted(Good(b), Last(b), {}); }, VX_OK},
+    {"OnePacketTooMany", [](const EngineBench& b) { return Inserted(Good(b), 1, Bytes(1024, 7)); }, VX_E_BAD_TRAILER},
+    {"ManyPacketsTooMany", [](const EngineBench& b) { return Inserted(Good(b), 1, Bytes(50 * 1024, 7)); },
+     VX_E_BAD_TRAILER},
+    {"Discarded",
+     [](const EngineBench& b) { return Replaced(Good(b), Last(b), Trailer(kBad, b.sizes.payload, 1, 0xA100)); },
+     VX_E_DATA_DISCARDED},
+    {"Overrun",
+     [](const EngineBench& b) { return Replaced(Good(b), Last(b), Trailer(kBad, b.sizes.payload, 1, 0xA101)); },
+     VX_E_DATA_OVERRUN},
+    {"ClaimsMoreThanItSent",
+     [](const EngineBench& b) { return Replaced(Good(b), Last(b), Trailer(kBad, b.plan.Capacity() + 1)); },
+     VX_E_INCOMPLETE},
+};
+
+class Damaged : public testing::TestWithParam<std::tuple<Damage, std::uint64_t>> {};
+
+TEST_P(Damaged, CostsAtMostTheBlockAndTheNext) {
+    const auto& [damage, payload] = GetParam();
+    EngineBench bench({payload, 2048, 1024});
+    bench.Start();
+    for (std::uint64_t id = 0; id < kBad; ++id) {
+        bench.bus.Send(bench.Good(id));
+        bench.ExpectGood(id);
+    }
+    bench.bus.Send(damage.transfers(bench));
+    bench.ExpectRecovery(kBad + 1, 2);
+}
+
+TEST_P(Damaged, CostsAtMostTheBlockAndTheNextInAFullStream) {
+    const auto& [damage, payload] = GetParam();
+    EngineBench bench({payload, 2048, 1024});
+    for (std::uint64_t id = 0; id < kBad; ++id)
+        bench.bus.Send(bench.Good(id));
+    bench.bus.Send(damage.transfers(bench));
+    for (std::uint64_t id = kBad + 1; id < 12; ++id)
+        bench.bus.Send(bench.Good(id));
+    bench.Start();
+    unsigned int good = 0;
+    std::uint64_t seen = 0;
+    while (seen != 11) {
+        const CVxStream::GrabResult result = bench.Next();
+        if (result.Status == VX_OK) {
+            bench.Check(result, result.BlockId);
+            seen = result.BlockId;
+            ++good;
+        }
+        ASSERT_NE(result.Status, VX_E_TIMEOUT);
+        ASSERT_EQ(bench.Requeue(result), VX_OK);
+    }
+    EXPECT_GE(good, 10u); // of twelve
+}
+
+TEST_P(Damaged, TellsWhatWasWrong) {
+    const auto& [damage, payload] = GetParam();
+    EngineBench bench({payload, 2048, 1024});
+    bench.Start();
+    for (std::uint64_t id = 0; id < kBad; ++id) {
+        bench.bus.Send(bench.Good(id));
+        bench.ExpectGood(id);
+    }
+    bench.bus.Send(damage.transfers(bench) + bench.Good(kBad + 1) + bench.Good(kBad + 2));
+    const CVxStream::GrabResult result = bench.NextAndQueue();
+    EXPECT_EQ(result.Status, damage.status);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Damaged, testing::Combine(testing::ValuesIn(kDamages), testing::Values(5000, 8192)),
+                         [](const auto& instance) {
+                             return std::string(std::get<0>(instance.param).name) + "Of" +
+                                    std::to_string(std::get<1>(instance.param));
+                         });
+
+struct LineFault {
+    const char* name;
+    usb::TransferStatus fault;
+    VxStatus status;
+};
+void PrintTo(const LineFault& fault, std::ostream* out) {
+    *out << fault.name;
+}
+
+class Interrupted : public testing::TestWithParam<LineFault> {};
+
+/// The camera begins again at block 0 each time that it is switched on.
+TEST_P(Interrupted, IsRestartedWhereverTheFaultCame) {
+    for (std::size_t at = 0; at <= 5; ++at) {
+        EngineBench bench;
+        bench.camera.OnEnable([&](unsigned int) {
+            for (std::uint64_t id = 0; id < 10; ++id)
+                bench.bus.Send(bench.Good(id));
+        });
+        bench.Start();
+        bench.bus.Send(bench.Good(0));
+        bench.ExpectGood(0);
+        const auto transfers = bench.Good(1);
+        for (std::size_t i = 0; i < at; ++i)
+            bench.bus.Send(transfers[i]);
+        bench.bus.Fail(GetParam().fault);
+        unsigned int failed = 0;
+        CVxStream::GrabResult result = bench.Next();
+        for (; result.BlockId != 9 && failed < 5; result = bench.Next()) {
+            if (result.Status == VX_OK) {
+                bench.Check(result, result.BlockId);
+            } else {
+                EXPECT_EQ(result.Status, GetParam().status);
+                ++failed;
+            }
+            ASSERT_EQ(bench.Requeue(result), VX_OK);
+        }
+        EXPECT_EQ(failed, 1u) << at;
+        EXPECT_EQ(bench.statistics.failedBuffers, 1u);
+        EXPECT_EQ(bench.statistics.resynchronizations, 1u);
+        EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+        EXPECT_EQ(bench.camera.HaltsBeforeEnable(), 1u);
+        EXPECT_TRUE(bench.engine->WasRestarted());
+        using Write = FakeCamera::Write;
+        const std::vector<Write> expected{{0x04, 0}, {0x18, 1024}, {0x1C, 1024}, {0x20, 2},
+                                          {0x24, 0}, {0x28, 1024}, {0x2C, 1024}, {0x04, 1}};
+        EXPECT_EQ(bench.camera.Writes(), expected);
+    }
+}
+
+TEST_P(Interrupted, KeepsTheBytesThatArrivedBefore) {
+    EngineBench bench;
+    bench.Start();
+    bench.bus.Send({Leader(0, 3000), Pixels(0, 1024)});
+    bench.bus.Fail(GetParam().fault);
+    const CVxStream::GrabResult result = bench.Next();
+    EXPECT_EQ(result.Status, GetParam().status);
+    EXPECT_EQ(result.BlockId, 0u);
+    ASSERT_EQ(result.PayloadSize, 1024u);
+    const Bytes wanted = Pixels(0, 1024);
+    EXPECT_TRUE(std::equal(wanted.begin(), wanted.end(), static_cast<const std::uint8_t*>(result.Buffer)));
+}
+
+TEST_P(Interrupted, GivesUpWhenNothingGoodComesAnyMore) {
+    EngineBench bench;
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Fail(GetParam().fault); });
+    bench.Start();
+    bench.bus.Fail(GetParam().fault);
+    while (bench.NextAndQueue().Handle && bench.camera.TimesEnabled() < 8) {
+    }
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.IsRefused(); }));
+    EXPECT_EQ(bench.camera.TimesEnabled(), 8u);
+    EXPECT_EQ(bench.camera.TimesLost(), 0u);
+    bench.DrainFailed(GetParam().status);
+    EXPECT_EQ(bench.statistics.totalBuffers, bench.statistics.failedBuffers);
+    EXPECT_EQ(bench.statistics.failedBuffers, bench.Returned());
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Interrupted,
+                         testing::Values(LineFault{"Stall", usb::TransferStatus::Stall, VX_E_USB_STALL},
+                                         LineFault{"Error", usb::TransferStatus::Error, VX_E_USB_IO},
+                                         LineFault{"Overflow", usb::TransferStatus::Overflow, VX_E_USB_OVERFLOW}),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST(StreamFault, SurvivesARestartDuringACancel) {
+    EngineBench bench;
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    bench.bus.Fail(usb::TransferStatus::Stall);
+    bench.engine->Cancel();
+    // However the two met, the stream must come on again.
+    while (true) {
+        const VxStatus status = bench.NextAndQueue().Status;
+        if (status == VX_OK) break;
+        ASSERT_TRUE(status == VX_E_CANCELLED || status == VX_E_USB_STALL) << status;
+    }
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+}
+
+TEST(StreamFault, EndsTheStreamWhenTheCameraIsGone) {
+    for (std::size_t at = 0; at <= 5; ++at) {
+        EngineBench bench;
+        bench.Start();
+        const auto transfers = bench.Good(0);
+        for (std::size_t i = 0; i < at; ++i)
+            bench.bus.Send(transfers[i]);
+        ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Unsent() == 0; }));
+        bench.bus.Unplug();
+        ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.IsRefused(); }));
+        EXPECT_EQ(bench.camera.TimesLost(), 1u);
+        unsigned int good = 0;
+        while (!bench.IsEmpty()) {
+            const VxStatus status = bench.Next().Status;
+            if (status == VX_OK) {
+                ++good;
+            } else {
+                EXPECT_EQ(status, VX_E_USB_NO_DEVICE);
+            }
+        }
+        EXPECT_EQ(good, at == 5 ? 1u : 0u);
+        EXPECT_EQ(bench.Returned(), 4u);
+        EXPECT_EQ(bench.statistics.totalBuffers, 4u);
+        EXPECT_EQ(bench.statistics.failedBuffers, 4u - good);
+        EXPECT_EQ(bench.statistics.resynchronizations, 0u);
+        EXPECT_TRUE(bench.camera.Writes().empty());
+    }
+}
+
+TEST(StreamFault, CountsTheBuffersThatWaitedWhenTheCameraWent) {
+    EngineBench bench({3000, 1024, 1024, 8, 0, 1});
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 1; }));
+    bench.bus.Unplug();
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(bench.Next().Status, VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(bench.statistics.totalBuffers, 8u);
+    EXPECT_EQ(bench.statistics.failedBuffers, 8u);
+}
+
+TEST(StreamFault, FindsTheCameraGoneBehindALineError) {
+    EngineBench bench;
+    bench.Start();
+    bench.bus.FailAndUnplug(usb::TransferStatus::Error);
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.IsRefused(); }));
+    EXPECT_EQ(bench.camera.TimesLost(), 1u);
+}
+
+TEST(StreamFault, SleepsWhenTheCameraIsGone) {
+    EngineBench bench;
+    bench.Start();
+    bench.bus.Unplug();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.IsRefused(); }));
+    bench.bus.FailEvents(usb::Result::NoDevice);
+    const unsigned int before = bench.bus.EventCalls();
+    EXPECT_FALSE(bench.WaitForResultOtherThan(VX_E_USB_NO_DEVICE, 100));
+    EXPECT_LE(bench.bus.EventCalls() - before, 5u);
+    bench.engine->Cancel();
+}
+
+TEST(StreamFault, DoesNotSpinWhenEventsCannotBeHandled) {
+    EngineBench bench;
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 20; }));
+    const unsigned int before = bench.bus.EventCalls();
+    bench.bus.FailEvents(usb::Result::Io);
+    EXPECT_FALSE(bench.WaitForResultOtherThan(VX_OK, 200));
+    EXPECT_LE(bench.bus.EventCalls() - before, 50u);
+    bench.bus.FailEvents(usb::Result::Ok);
+    bench.bus.Send(bench.Good(0));
+    bench.ExpectGood(0);
+}
+
+TEST(StreamFault, StopsQuicklyWhileEventsCannotBeHandled) {
+    EngineBench bench;
+    bench.StartWithoutBuffers();
+    bench.bus.FailEvents(usb::Result::Io);
+    bench.Stop();
+}
+
+TEST(StreamFault, KeepsTheOrderWhenMemoryIsShort) {
+    for (const std::size_t limit : {1u, 2u, 4u, 5u, 6u, 11u}) {
+        EngineBench bench;
+        bench.bus.AllowTransfers(limit);
+        bench.Start();
+        for (std::uint64_t id = 0; id < 20; ++id) {
+            bench.bus.Send(bench.Good(id));
+            bench.ExpectGood(id);
+        }
+        EXPECT_EQ(bench.statistics.failedBuffers, 0u);
+        EXPECT_EQ(bench.statistics.resynchronizations, 0u);
+    }
+}
+
+TEST(StreamFault, WaitsUntilThereIsMemoryForOneTransfer) {
+    EngineBench bench;
+    bench.bus.AllowTransfers(0);
+    bench.Start();
+    bench.bus.Send(bench.Good(0));
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.EventCalls() > 3; }));
+    bench.bus.AllowTransfers(1);
+    bench.ExpectGood(0);
+}
+
+TEST(StreamFault, UsesMemoryAgainThatWasShortForATime) {
+    EngineBench bench;
+    bench.bus.AllowTransfers(1);
+    bench.Start();
+    bench.bus.Send(bench.Good(0));
+    bench.ExpectGood(0);
+    bench.bus.AllowTransfers(SIZE_MAX);
+    std::uint64_t id = 1;
+    for (; id < 2000 && bench.bus.MostQueued() < 6; ++id) {
+        bench.bus.Send(bench.Good(id));
+        bench.ExpectGood(id);
+    }
+    EXPECT_GE(bench.bus.MostQueued(), 6u);
+}
+
+TEST(StreamFault, RestartsWhenATransferIsRefused) {
+    EngineBench bench;
+    bench.bus.RefuseSubmit(usb::Result::Io);
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_USB_IO);
+    bench.ExpectGood(0);
+}
+
+TEST(StreamFault, EndsWhenATransferIsRefusedBecauseTheCameraIsGone) {
+    EngineBench bench;
+    bench.bus.RefuseSubmit(usb::Result::NoDevice);
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.IsRefused(); }));
+    EXPECT_EQ(bench.camera.TimesLost(), 1u);
+}
+
+TEST(StreamFault, FindsThePlaceInWhatAnEarlierRunLeft) {
+    for (std::size_t first = 1; first <= 4; ++first) {
+        EngineBench bench;
+        const auto old = bench.Good(77);
+        bench.bus.Send(std::vector<Bytes>(old.begin() + static_cast<std::ptrdiff_t>(first), old.end()));
+        bench.Start();
+        bench.ExpectRecovery(0, 2);
+    }
+}
+
+/// A camera that does so does it with every block.
+TEST(StreamFault, GetsWholeBlocksFromACameraThatSendsAnEmptyPacketBeforeEachTrailer) {
+    for (const std::size_t buffers : {1u, 2u, 4u}) {
+        EngineBench bench({4096, 2048, 1024, buffers});
+        bench.Start();
+        for (std::uint64_t id = 0; id < 10; ++id) {
+            bench.bus.Send(Inserted(bench.Good(id), bench.plan.PayloadTransfers() + 1, {}));
+            bench.ExpectGood(id);
+        }
+    }
+}
+
+} // namespace
