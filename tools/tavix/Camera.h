@@ -11,6 +11,10 @@
 
 namespace tool {
 
+/// What is said when there is no camera at all.
+inline constexpr const char* kNoCamera =
+    "no camera found; plug one in and see the README for its permissions, or try a virtual one: tavix --virtual 2 list";
+
 /// All cameras of all transport layers, in the order in which `tavix list` numbers them.
 Tavix::DeviceInfoList FindCameras();
 /// The cameras that the options name: by number, serial number, GUID, user-defined name, model or full name.
@@ -22,6 +26,7 @@ Tavix::CDeviceInfo ChooseCamera(const CommonOptions& options);
 /// An opened camera; closed and given back at the end of its scope. Bound to a thread.
 class Camera {
 public:
+    /// Throws Error that names the camera, the reason, and what to do about it.
     explicit Camera(const Tavix::CDeviceInfo& info);
     ~Camera();
     Camera(const Camera&) = delete;
@@ -35,12 +40,5 @@ private:
     Tavix::ITavixDevice* m_Device;
     std::string m_Name;
 };
-
-/// Sets a feature from "NAME=VALUE". Throws Error when there is no such feature or it refuses.
-void ApplySetting(GenApi::INodeMap& features, const std::string& setting);
-/// Splits "NAME=VALUE"; throws Error without the sign.
-std::pair<std::string, std::string> SplitSetting(const std::string& setting);
-/// The value of a feature; throws Error with the nearest names when there is none.
-GenApi::IValue& FindFeature(GenApi::INodeMap& features, const std::string& name);
 
 } // namespace tool

@@ -10,6 +10,8 @@ int Info(const CommonOptions& options);
 int Features(const FeatureOptions& options);
 int Get(const FeatureOptions& options);
 int Set(const FeatureOptions& options);
+int Why(const FeatureOptions& options);
 int Grab(const GrabOptions& options);
+int Xml(const FileOptions& options);
 
 } // namespace tool

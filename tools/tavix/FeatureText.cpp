@@ -1,10 +1,16 @@
 #include "FeatureText.h"
+
+#include "Error.h"
 #include "Text.h"
 
+#include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace tool {
 namespace {
+
+constexpr std::int64_t kLongestBytes = 16; // a register of more bytes is not shown
 
 std::string Number(double value) {
     char text[40];
@@ -22,16 +28,32 @@ auto Try(Reader reader) -> decltype(reader()) {
     }
 }
 
+bool IsLimit(std::int64_t value) {
+    return value != std::numeric_limits<std::int64_t>::min() && value != std::numeric_limits<std::int64_t>::max();
+}
+
+/// The ends of the ranges of float and double are no limits, and neither is what lies beyond a float.
+bool IsLimit(double value) {
+    return std::isfinite(value) && std::fabs(value) < 0.99 * static_cast<double>(std::numeric_limits<float>::max());
+}
+
+template<class Value, class Format>
+std::string RangeText(Value low, Value high, Format format) {
+    if (IsLimit(low) && IsLimit(high)) return format(low) + " .. " + format(high);
+    if (IsLimit(low)) return format(low) + " or more";
+    return IsLimit(high) ? format(high) + " or less" : std::string();
+}
+
 std::string IntegerLimits(GenApi::IInteger& feature) {
-    std::string text = std::to_string(feature.GetMin()) + " .. " + std::to_string(feature.GetMax());
-    if (feature.GetInc() != 1) text += " step " + std::to_string(feature.GetInc());
-    const std::string unit = Text(feature.GetUnit());
-    return unit.empty() ? text : text + " " + unit;
+    std::string text = RangeText(feature.GetMin(), feature.GetMax(), [](std::int64_t v) { return std::to_string(v); });
+    const bool hasStep = feature.GetIncMode() == GenApi::fixedIncrement && feature.GetInc() > 1;
+    return hasStep ? text + " step " + std::to_string(feature.GetInc()) : text;
 }
 
 std::string FloatLimits(GenApi::IFloat& feature) {
-    const std::string unit = Text(feature.GetUnit());
-    return Number(feature.GetMin()) + " .. " + Number(feature.GetMax()) + (unit.empty() ? "" : " " + unit);
+    std::string text = RangeText(feature.GetMin(), feature.GetMax(), Number);
+    const bool hasStep = feature.HasInc() && feature.GetIncMode() == GenApi::fixedIncrement;
+    return hasStep ? text + " step " + Number(feature.GetInc()) : text;
 }
 
 std::string EntryNames(GenApi::IEnumeration& feature) {
@@ -43,16 +65,38 @@ std::string EntryNames(GenApi::IEnumeration& feature) {
     return text;
 }
 
+std::string AllEntryNames(GenApi::IEnumeration& feature) {
+    GenApi::NodeList_t entries;
+    feature.GetEntries(entries);
+    std::string text;
+    for (GenApi::INode* node : entries) {
+        if (auto* entry = dynamic_cast<GenApi::IEnumEntry*>(node)) {
+            text += (text.empty() ? "" : ", ") + Text(entry->GetSymbolic());
+        }
+    }
+    return text;
+}
+
+/// A limit as a number, or the name of the node that gives it.
+std::string Declared(GenApi::INode& node, const char* limit) {
+    GenICam::gcstring value, attribute;
+    if (node.GetProperty(limit, value, attribute)) return Text(value);
+    return node.GetProperty((std::string("p") + limit).c_str(), value, attribute) ? Text(value) : std::string();
+}
+
+template<class Value>
+void AddRange(nlohmann::json& json, Value low, Value high) {
+    if (IsLimit(low)) json["min"] = low;
+    if (IsLimit(high)) json["max"] = high;
+}
+
 void AddLimits(nlohmann::json& json, GenApi::INode& node) {
     if (auto* integer = dynamic_cast<GenApi::IInteger*>(&node)) {
-        json["min"] = integer->GetMin();
-        json["max"] = integer->GetMax();
+        AddRange(json, integer->GetMin(), integer->GetMax());
         json["increment"] = integer->GetInc();
-        json["unit"] = Text(integer->GetUnit());
     } else if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) {
-        json["min"] = number->GetMin();
-        json["max"] = number->GetMax();
-        json["unit"] = Text(number->GetUnit());
+        AddRange(json, number->GetMin(), number->GetMax());
+        if (number->HasInc()) json["increment"] = number->GetInc();
     } else if (auto* enumeration = dynamic_cast<GenApi::IEnumeration*>(&node)) {
         GenApi::StringList_t names;
         enumeration->GetSymbolics(names);
@@ -63,11 +107,36 @@ void AddLimits(nlohmann::json& json, GenApi::INode& node) {
 }
 
 nlohmann::json ValueJson(GenApi::INode& node) {
-    if (auto* integer = dynamic_cast<GenApi::IInteger*>(&node)) return integer->GetValue(true);
-    if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) return number->GetValue(true);
-    if (auto* boolean = dynamic_cast<GenApi::IBoolean*>(&node)) return boolean->GetValue(true);
-    if (auto* value = dynamic_cast<GenApi::IValue*>(&node)) return Text(value->ToString(true));
-    return nullptr;
+    switch (node.GetPrincipalInterfaceType()) {
+    case GenApi::intfIInteger:
+        return dynamic_cast<GenApi::IInteger&>(node).GetValue();
+    case GenApi::intfIFloat:
+        return dynamic_cast<GenApi::IFloat&>(node).GetValue();
+    case GenApi::intfIBoolean:
+        return dynamic_cast<GenApi::IBoolean&>(node).GetValue();
+    case GenApi::intfIString:
+        return Text(dynamic_cast<GenApi::IString&>(node).GetValue());
+    default:
+        break;
+    }
+    auto* value = dynamic_cast<GenApi::IValue*>(&node);
+    return value ? nlohmann::json(Text(value->ToString())) : nlohmann::json();
+}
+
+std::string ReadText(GenApi::INode& node) {
+    switch (node.GetPrincipalInterfaceType()) {
+    case GenApi::intfIString:
+        return Printable(Text(dynamic_cast<GenApi::IString&>(node).GetValue()));
+    case GenApi::intfIRegister: {
+        const std::int64_t length = dynamic_cast<GenApi::IRegister&>(node).GetLength();
+        if (length > kLongestBytes) return "(" + std::to_string(length) + " bytes)";
+        break;
+    }
+    default:
+        break;
+    }
+    auto* value = dynamic_cast<GenApi::IValue*>(&node);
+    return value ? Printable(Text(value->ToString())) : std::string();
 }
 
 } // namespace
@@ -124,13 +193,9 @@ std::string ValueText(GenApi::INode& node) {
     try {
         if (node.GetPrincipalInterfaceType() == GenApi::intfICommand) return "(command)";
         if (!GenApi::IsReadable(node.GetAccessMode())) return "(not readable now)";
-        if (auto* bytes = dynamic_cast<GenApi::IRegister*>(&node); bytes && bytes->GetLength() > 32) {
-            return "(" + std::to_string(bytes->GetLength()) + " bytes)";
-        }
-        auto* value = dynamic_cast<GenApi::IValue*>(&node);
-        return value ? Text(value->ToString()) : std::string();
+        return ReadText(node);
     } catch (const GenICam::GenericException& e) {
-        return std::string("(") + e.GetDescription() + ")";
+        return "(" + Printable(Reason(e)) + ")";
     }
 }
 
@@ -143,15 +208,32 @@ std::string LimitText(GenApi::INode& node) {
     });
 }
 
+std::string DeclaredText(GenApi::INode& node) {
+    return Try([&]() -> std::string {
+        if (auto* enumeration = dynamic_cast<GenApi::IEnumeration*>(&node)) return AllEntryNames(*enumeration);
+        const std::string low = Declared(node, "Min"), high = Declared(node, "Max"), step = Declared(node, "Inc");
+        if (low.empty() && high.empty()) return {};
+        return low + " .. " + high + (step.empty() ? "" : " step " + step);
+    });
+}
+
+std::string UnitText(GenApi::INode& node) {
+    return Try([&]() -> std::string {
+        if (auto* integer = dynamic_cast<GenApi::IInteger*>(&node)) return Printable(Text(integer->GetUnit()));
+        if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) return Printable(Text(number->GetUnit()));
+        return {};
+    });
+}
+
 nlohmann::json FeatureJson(GenApi::INode& node) {
     nlohmann::json json{{"name", Text(node.GetName())}, {"type", TypeName(node)}, {"access", AccessName(node)}};
+    if (const std::string unit = UnitText(node); !unit.empty()) json["unit"] = unit;
     try {
         if (node.GetPrincipalInterfaceType() == GenApi::intfICommand) return json;
-        if (!GenApi::IsReadable(node.GetAccessMode())) return json;
-        json["value"] = ValueJson(node);
-        AddLimits(json, node);
+        if (GenApi::IsReadable(node.GetAccessMode())) json["value"] = ValueJson(node);
+        if (GenApi::IsWritable(node.GetAccessMode())) AddLimits(json, node);
     } catch (const GenICam::GenericException& e) {
-        json["error"] = e.GetDescription();
+        json["error"] = Reason(e);
     }
     return json;
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Features as text and as JSON.
+// Features as text and as JSON. None of these throws for a fault of the camera.
 
 #include <string>
 
@@ -12,11 +12,16 @@ namespace tool {
 const char* TypeName(GenApi::INode& node);
 /// "RW", "RO", "WO", "NA", "NI"; "??" when the mode cannot be found out.
 const char* AccessName(GenApi::INode& node);
-/// The value as text, or what keeps it from being read, in parentheses. Never throws.
+/// The value as text, or what keeps it from being read, in parentheses.
 std::string ValueText(GenApi::INode& node);
-/// Limits, increment, unit or entries, as far as they can be read; empty when there are none. Never throws.
+/// What could be written: limits, increment or entries, as far as they can be read; limits of a number that are those
+/// of its type are left out.
 std::string LimitText(GenApi::INode& node);
-/// Name, type, access, value, limits and entries of a feature. Never throws.
+/// The limits or entries that the description itself writes down, for a node map without a camera.
+std::string DeclaredText(GenApi::INode& node);
+/// The unit of a number; empty for none.
+std::string UnitText(GenApi::INode& node);
+/// Name, type, access, and what is known of value, unit, limits and entries of a feature.
 nlohmann::json FeatureJson(GenApi::INode& node);
 
 } // namespace tool

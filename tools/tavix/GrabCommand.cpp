@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Error.h"
 #include "GrabReport.h"
+#include "Json.h"
 #include "Progress.h"
 
 #include <csignal>
@@ -8,50 +9,71 @@
 #include <filesystem>
 #include <thread>
 
+#include <unistd.h>
+
 namespace tool {
 namespace {
 
+constexpr int kInterruptedStatus = 130; // as a shell reports a program that Ctrl-C ended
+constexpr unsigned int kProgressPeriodMs = 100;
+
 volatile std::sig_atomic_t g_Interrupted = 0;
 
-void OnInterrupt(int) {
+/// The first signal ends the grab in good order, a second one ends the program at once.
+void OnInterrupt(int signal) {
     g_Interrupted = 1;
+    std::signal(signal, SIG_DFL);
 }
 
-/// Runs a session and keeps what it threw for the main thread.
-struct Runner {
-    explicit Runner(GrabSession& session)
-        : thread([this, &session] {
+/// Runs a session on a thread of its own and keeps what it threw for the main thread. Bound to a thread.
+class Runner {
+public:
+    Runner(GrabSession& session, const Tavix::WaitObjectEx& ended)
+        : m_Thread([this, &session, ended] {
               try {
                   session.Run();
               } catch (const std::exception& e) {
-                  error = e.what();
+                  m_Error = Reason(e);
               }
-              ended = true;
+              m_HasEnded = true;
+              ended.Signal();
           }) {}
-    std::string error;
-    std::atomic<bool> ended{false};
-    std::thread thread;
+    ~Runner() { Join(); }
+    void Join() {
+        if (m_Thread.joinable()) m_Thread.join();
+    }
+    bool HasEnded() const { return m_HasEnded; }
+    /// Valid after Join; empty when all went well.
+    const std::string& ErrorText() const { return m_Error; }
+
+private:
+    std::string m_Error;
+    std::atomic<bool> m_HasEnded{false};
+    std::thread m_Thread;
 };
+using Runners = std::vector<std::unique_ptr<Runner>>;
 
 void MakeFolder(const std::string& folder) {
     if (folder.empty()) return;
     std::error_code code;
     std::filesystem::create_directories(folder, code);
-    if (code) throw Error("cannot make the folder " + folder + ": " + code.message());
+    if (!code && access(folder.c_str(), W_OK) != 0) code.assign(errno, std::generic_category());
+    if (code) throw Error("cannot write to the folder " + folder + ": " + code.message() + "; choose another --output");
 }
 
-bool AllEnded(const std::vector<std::unique_ptr<Runner>>& runners) {
+bool HaveAllEnded(const Runners& runners) {
     for (const auto& runner : runners) {
-        if (!runner->ended) return false;
+        if (!runner->HasEnded()) return false;
     }
     return true;
 }
 
-void Watch(const Sessions& sessions, const std::vector<std::unique_ptr<Runner>>& runners, const GrabOptions& options) {
+void Watch(const Sessions& sessions, const Runners& runners, const Tavix::WaitObject& ended,
+           const GrabOptions& options) {
     Progress progress(options.frames * sessions.size(), options.quiet || options.json);
     const auto start = std::chrono::steady_clock::now();
-    while (!AllEnded(runners)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    while (!HaveAllEnded(runners)) {
+        (void)ended.Wait(kProgressPeriodMs);
         std::uint64_t frames = 0, bytes = 0;
         for (const auto& session : sessions) {
             frames += session->Figures().good + session->Figures().failed;
@@ -63,39 +85,64 @@ void Watch(const Sessions& sessions, const std::vector<std::unique_ptr<Runner>>&
     }
 }
 
+/// What ends the command with status 1, one text a camera at most.
+std::vector<std::string> Failures(const Sessions& sessions, const Runners& runners) {
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < sessions.size(); ++i) {
+        const GrabFigures& figures = sessions[i]->Figures();
+        if (!runners[i]->ErrorText().empty()) {
+            texts.push_back(runners[i]->ErrorText());
+        } else if (figures.good == 0 && !g_Interrupted) {
+            texts.push_back(sessions[i]->Name() + ": no good frame came: " + figures.firstError);
+        } else if (figures.checksumWrong + figures.checksumMissing > 0) {
+            texts.push_back(sessions[i]->Name() + ": the checksum is wrong in " +
+                            std::to_string(figures.checksumWrong) + " frames and missing in " +
+                            std::to_string(figures.checksumMissing) +
+                            "; check cable and hub, or grab without --chunks");
+        }
+    }
+    return texts;
+}
+
+void Report(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options,
+            const std::vector<std::string>& failures) {
+    if (options.json) {
+        PrintJson(ReportJson(sessions, cost, failures));
+        return;
+    }
+    for (const auto& session : sessions) {
+        if (session->Figures().good + session->Figures().failed > 0) return PrintReport(sessions, cost, options);
+    }
+}
+
 } // namespace
 
 int Grab(const GrabOptions& options) {
+    const auto cameras = ChooseCameras(options);
     MakeFolder(options.folder);
     Sessions sessions;
-    for (const auto& info : ChooseCameras(options))
+    for (const auto& info : cameras)
         sessions.push_back(std::make_unique<GrabSession>(info, options));
     std::signal(SIGINT, OnInterrupt);
     std::signal(SIGTERM, OnInterrupt);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grew too large is an error of writing, not a reason to die
 
     const ProcessCost before = MeasureProcess();
-    std::vector<std::unique_ptr<Runner>> runners;
+    const Tavix::WaitObjectEx ended = Tavix::WaitObjectEx::Create();
+    Runners runners;
     for (auto& session : sessions)
-        runners.push_back(std::make_unique<Runner>(*session));
-    Watch(sessions, runners, options);
+        runners.push_back(std::make_unique<Runner>(*session, ended));
+    Watch(sessions, runners, ended, options);
     for (auto& runner : runners)
-        runner->thread.join();
-    const ProcessCost after = MeasureProcess();
-    const ProcessCost cost{after.cpuSeconds - before.cpuSeconds, after.contextSwitches - before.contextSwitches};
+        runner->Join();
+    const ProcessCost cost = MeasureProcess() - before;
 
-    if (options.json) {
-        std::printf("%s\n", ReportJson(sessions, cost).dump(2).c_str());
-    } else {
-        PrintReport(sessions, cost);
-    }
-    for (const auto& runner : runners) {
-        if (!runner->error.empty()) throw Error(runner->error);
-    }
-    for (const auto& session : sessions) {
-        if (session->Figures().checkFailed > 0) throw Error(session->Name() + ": chunk data failed its check");
-        if (session->Figures().good == 0) throw Error(session->Name() + ": no good frame was grabbed");
-    }
-    return 0;
+    const std::vector<std::string> failures = Failures(sessions, runners);
+    Report(sessions, cost, options, failures);
+    if (failures.size() == 1) throw Error(failures.front());
+    if (!failures.empty()) throw Error(failures.front() + " (and " + std::to_string(failures.size() - 1) + " more)");
+    if (g_Interrupted) std::fprintf(stderr, "tavix: interrupted\n");
+    return g_Interrupted ? kInterruptedStatus : 0;
 }
 
 } // namespace tool

@@ -1,6 +1,9 @@
 #include "GrabReport.h"
 
+#include "Table.h"
+
 #include <cstdio>
+#include <cstdlib>
 
 #include <sys/resource.h>
 
@@ -27,6 +30,38 @@ std::uint64_t AllFrames(const Sessions& sessions) {
     return frames;
 }
 
+unsigned long long Plain(std::uint64_t number) {
+    return number;
+}
+
+std::string Fixed(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", value);
+    return text;
+}
+
+void PrintFigures(const Sessions& sessions) {
+    constexpr auto kLeft = Table::Align::Left, kRight = Table::Align::Right;
+    Table table({kLeft, kRight, kRight, kRight, kRight, kRight});
+    table.Add({"camera", "frames", "failed", "missed", "frames/s", "MB/s"});
+    for (const auto& session : sessions) {
+        const GrabFigures& f = session->Figures();
+        table.Add({session->Name(), std::to_string(f.good), std::to_string(f.failed), std::to_string(f.missed),
+                   Fixed(Rate(f)), Fixed(MegabytesPerSecond(f))});
+    }
+    table.Print();
+}
+
+void PrintNotes(const GrabSession& session) {
+    const GrabFigures& f = session.Figures();
+    const char* name = session.Name().c_str();
+    if (f.checksumRight + f.checksumWrong + f.checksumMissing > 0) {
+        std::printf("%s: checksum of the chunk data right in %llu frames, wrong in %llu, missing in %llu\n", name,
+                    Plain(f.checksumRight), Plain(f.checksumWrong), Plain(f.checksumMissing));
+    }
+    if (!f.firstError.empty()) std::printf("%s: first failure: %s\n", name, f.firstError.c_str());
+}
+
 } // namespace
 
 ProcessCost MeasureProcess() {
@@ -36,7 +71,11 @@ ProcessCost MeasureProcess() {
             static_cast<std::uint64_t>(usage.ru_nvcsw + usage.ru_nivcsw)};
 }
 
-nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost) {
+ProcessCost operator-(const ProcessCost& after, const ProcessCost& before) {
+    return {after.cpuSeconds - before.cpuSeconds, after.contextSwitches - before.contextSwitches};
+}
+
+nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, const std::vector<std::string>& failures) {
     nlohmann::json cameras = nlohmann::json::array();
     for (const auto& session : sessions) {
         const GrabFigures& f = session->Figures();
@@ -48,30 +87,37 @@ nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost) {
                            {"seconds", f.seconds},
                            {"framesPerSecond", Rate(f)},
                            {"megabytesPerSecond", MegabytesPerSecond(f)},
-                           {"checksumRight", f.checked.load()},
-                           {"checksumWrong", f.checkFailed.load()},
+                           {"checksumRight", f.checksumRight},
+                           {"checksumWrong", f.checksumWrong},
+                           {"checksumMissing", f.checksumMissing},
+                           {"images", f.images},
                            {"firstError", f.firstError}});
     }
-    return {{"cameras", cameras}, {"cpuSeconds", cost.cpuSeconds}, {"contextSwitches", cost.contextSwitches}};
+    return {{"cameras", cameras},
+            {"cpuSeconds", cost.cpuSeconds},
+            {"contextSwitches", cost.contextSwitches},
+            {"errors", failures}};
 }
 
-void PrintReport(const Sessions& sessions, const ProcessCost& cost) {
-    std::printf("%-36s %8s %8s %8s %10s %10s\n", "camera", "frames", "failed", "missed", "frames/s", "MB/s");
+void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options) {
+    PrintFigures(sessions);
+    std::uint64_t images = 0, unconverted = 0;
     for (const auto& session : sessions) {
-        const GrabFigures& f = session->Figures();
-        std::printf("%-36s %8llu %8llu %8llu %10.1f %10.1f\n", session->Name().c_str(),
-                    static_cast<unsigned long long>(f.good), static_cast<unsigned long long>(f.failed),
-                    static_cast<unsigned long long>(f.missed), Rate(f), MegabytesPerSecond(f));
-        if (f.checked + f.checkFailed > 0) {
-            std::printf("  chunk data: checksum right in %llu frames, wrong or missing in %llu\n",
-                        static_cast<unsigned long long>(f.checked), static_cast<unsigned long long>(f.checkFailed));
-        }
-        if (!f.firstError.empty()) std::printf("  first failure: %s\n", f.firstError.c_str());
+        PrintNotes(*session);
+        images += session->Figures().images;
+        unconverted += session->Figures().unconverted;
+    }
+    if (images > 0) std::printf("%llu images in %s\n", Plain(images), options.folder.c_str());
+    if (unconverted > 0) {
+        std::printf("%llu of them hold the camera's bytes (.raw): their pixel format cannot be converted\n",
+                    Plain(unconverted));
     }
     const std::uint64_t frames = AllFrames(sessions);
-    std::printf("processor time %.2f s, %.3f ms and %.1f context switches a frame (virtual cameras included)\n",
-                cost.cpuSeconds, frames ? 1e3 * cost.cpuSeconds / static_cast<double>(frames) : 0,
-                frames ? static_cast<double>(cost.contextSwitches) / static_cast<double>(frames) : 0);
+    if (frames == 0) return;
+    std::printf("processor time %.2f s: %.3f ms and %.1f context switches a frame%s\n", cost.cpuSeconds,
+                1e3 * cost.cpuSeconds / static_cast<double>(frames),
+                static_cast<double>(cost.contextSwitches) / static_cast<double>(frames),
+                std::getenv("TAVIX_VIRTUAL_CAMERAS") ? ", those of the virtual cameras included" : "");
 }
 
 } // namespace tool

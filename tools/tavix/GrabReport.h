@@ -4,6 +4,7 @@
 #include "GrabSession.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -16,9 +17,11 @@ struct ProcessCost {
     std::uint64_t contextSwitches = 0;
 };
 ProcessCost MeasureProcess();
+ProcessCost operator-(const ProcessCost& after, const ProcessCost& before);
 
 using Sessions = std::vector<std::unique_ptr<GrabSession>>;
-nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost);
-void PrintReport(const Sessions& sessions, const ProcessCost& cost);
+/// `failures` are what the command will complain of.
+nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, const std::vector<std::string>& failures);
+void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options);
 
 } // namespace tool

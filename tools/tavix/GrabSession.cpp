@@ -1,20 +1,26 @@
 #include "GrabSession.h"
 
 #include "Error.h"
+#include "Features.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
 
 #include <GenApi/GenApi.h>
-
-#include <cstdio>
 
 namespace tool {
 namespace {
 
+constexpr unsigned int kRemovalPatienceMs = 500; // how long a notice of removal may lag behind the failures it causes
+constexpr std::uint64_t kUnknown = ~std::uint64_t(0);
+
 std::string FilePrefix(const Tavix::CDeviceInfo& info, const std::string& folder) {
-    std::string name = std::string(info.GetModelName().c_str()) + "_" + info.GetSerialNumber().c_str();
+    std::string name = Text(info.GetModelName()) + "_" + Text(info.GetSerialNumber());
     for (char& c : name) {
-        const bool plain =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
-        if (!plain) c = '_';
+        const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '.';
+        if (!isPlain) c = '_';
     }
     return folder + "/" + name + "_";
 }
@@ -26,117 +32,162 @@ void SetInteger(GenApi::INodeMap& map, const char* name, std::int64_t value) {
 
 void Execute(GenApi::INodeMap& map, const char* name) {
     GenApi::CCommandPtr command(map.GetNode(name));
-    if (!command.IsValid())
-        throw Error(std::string("this camera has no feature ") + name + "; it cannot be grabbed from");
+    if (!command.IsValid()) throw Error(std::string("it has no feature ") + name + ", so it cannot be grabbed from");
     command->Execute();
 }
 
-std::int64_t PayloadSize(Camera& camera) {
-    GenApi::CIntegerPtr size(camera.Features().GetNode("PayloadSize"));
-    if (!size.IsValid()) throw Error(camera.Name() + " has no feature PayloadSize; it cannot be grabbed from");
+std::int64_t PayloadSize(GenApi::INodeMap& map) {
+    GenApi::CIntegerPtr size(map.GetNode("PayloadSize"));
+    if (!size.IsValid()) throw Error("it has no feature PayloadSize, so it cannot be grabbed from");
     return size->GetValue();
 }
 
 } // namespace
 
 GrabSession::GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options)
-    : m_Info(info), m_Options(options), m_Name(info.GetFriendlyName().c_str()),
-      m_FilePrefix(FilePrefix(info, options.folder)) {}
+    : m_Info(info), m_Options(options), m_Name(Printable(Text(info.GetFriendlyName()))),
+      m_FilePrefix(FilePrefix(info, options.folder)), m_Alarm(std::make_shared<Alarm>()) {}
+
+void GrabSession::Stop() {
+    m_Alarm->Ring(m_Alarm->isStopped);
+}
 
 void GrabSession::Run() {
-    Camera camera(m_Info);
-    m_Writer = std::make_unique<ImageWriter>();
-    try {
-        Prepare(camera);
-        Loop(camera);
-    } catch (...) {
-        m_Writer.reset(); // the writer holds buffers: they come back before the grab is finished
-        try {
-            Finish(camera);
-        } catch (const std::exception&) {
-            // The first failure is the one to report; the camera is closed by its scope in any case.
-        }
-        throw;
+    {
+        Camera camera(m_Info);
+        m_Writer = std::make_unique<ImageWriter>();
+        Attempt([&] {
+            Prepare(camera);
+            Loop(camera);
+        });
+        Attempt([&] { m_Writer->Finish(); }); // it holds buffers: they come back before the grab is finished
+        m_Figures.images = m_Writer->Written();
+        m_Figures.unconverted = m_Writer->Unconverted();
+        m_Writer.reset();
+        // What fails may fail because the camera has gone, and the notice of that is a better text.
+        if (!m_Failure.empty() && !m_Alarm->isStopped) (void)m_Alarm->bell.Wait(kRemovalPatienceMs);
+        Finish(camera);
     }
-    m_Writer->Finish();
-    Finish(camera);
-    m_Writer.reset();
+    m_Slots.clear(); // only now: whatever failed above, a closed camera writes to no buffer
+    ThrowFailure();
+}
+
+template<class Step>
+void GrabSession::Attempt(Step step) {
+    try {
+        step();
+    } catch (const std::exception& e) {
+        if (m_Failure.empty()) m_Failure = Reason(e);
+    }
+}
+
+void GrabSession::ThrowFailure() const {
+    if (m_Alarm->isUnplugged) {
+        throw Error(m_Name + " was unplugged during the grab, after " + std::to_string(m_Figures.good) +
+                    " good frames; plug it in again");
+    }
+    if (!m_Failure.empty()) throw Error(m_Name + ": " + m_Failure);
 }
 
 void GrabSession::Prepare(Camera& camera) {
-    if (m_Options.checkChunks) ApplySetting(camera.Features(), "ChunkModeActive=1");
+    const std::shared_ptr<Alarm> alarm = m_Alarm;
+    auto onRemoval =
+        Tavix::MakeCallback<Tavix::ITavixDevice*>([alarm](Tavix::ITavixDevice*) { alarm->Ring(alarm->isUnplugged); });
+    m_RemovalCallback = camera.Device().RegisterRemovalCallback(onRemoval);
+    if (m_Options.checkChunks) EnableAllChunks(camera.Features());
     for (const std::string& setting : m_Options.settings)
         ApplySetting(camera.Features(), setting);
-    const std::int64_t size = PayloadSize(camera);
+
+    const std::int64_t size = PayloadSize(camera.Features());
     m_Grabber = camera.Device().GetStreamGrabber(0);
     m_Grabber->Open();
     SetInteger(*m_Grabber->GetNodeMap(), "MaxNumBuffer", m_Options.buffers);
     SetInteger(*m_Grabber->GetNodeMap(), "MaxBufferSize", size);
     m_Grabber->PrepareGrab();
-    for (unsigned int i = 0; i < m_Options.buffers; ++i) {
-        auto slot = std::make_unique<Slot>();
-        slot->memory.resize(static_cast<std::size_t>(size));
-        slot->handle = m_Grabber->RegisterBuffer(slot->memory.data(), slot->memory.size());
-        m_Grabber->QueueBuffer(slot->handle, slot.get());
-        m_Slots.push_back(std::move(slot));
-    }
+    QueueBuffers(static_cast<std::size_t>(size));
     if (m_Options.checkChunks) m_Parser = camera.Device().CreateChunkParser();
 }
 
+void GrabSession::QueueBuffers(std::size_t size) {
+    for (unsigned int i = 0; i < m_Options.buffers; ++i) {
+        auto slot = std::make_unique<Slot>();
+        slot->memory.resize(size);
+        slot->handle = m_Grabber->RegisterBuffer(slot->memory.data(), slot->memory.size());
+        m_Slots.push_back(std::move(slot));
+        m_Grabber->QueueBuffer(m_Slots.back()->handle, m_Slots.back().get());
+    }
+}
+
 bool GrabSession::WantsMore() const {
-    return !m_Stop && m_Figures.good + m_Figures.failed < m_Options.frames;
+    if (m_Alarm->isStopped || m_Alarm->isUnplugged || m_Alarm->isBroken || m_Writer->HasFailed()) return false;
+    return m_Figures.good + m_Figures.failed < m_Options.frames;
 }
 
 void GrabSession::Loop(Camera& camera) {
     Execute(camera.Features(), "AcquisitionStart");
-    m_First = m_Last = std::chrono::steady_clock::now();
+    Tavix::WaitObjects events;
+    events.Add(m_Grabber->GetWaitObject());
+    events.Add(m_Alarm->bell);
     while (WantsMore()) {
-        if (!m_Grabber->GetWaitObject().Wait(m_Options.timeoutMs)) {
-            if (m_Stop) break;
-            throw Error(m_Name + " sent no image for " + std::to_string(m_Options.timeoutMs) +
-                        " ms; is it waiting for a trigger? (tavix set TriggerMode=Off)");
-        }
+        if (!events.WaitForAny(m_Options.timeoutMs)) throw Error(SilenceText(camera));
         Tavix::GrabResult result;
         while (WantsMore() && m_Grabber->RetrieveResult(result))
             Handle(result);
     }
     m_Figures.seconds = std::chrono::duration<double>(m_Last - m_First).count();
-    Execute(camera.Features(), "AcquisitionStop");
+    if (m_Alarm->isBroken) throw Error("a buffer could not be queued any more");
+    if (!m_Alarm->isUnplugged) Execute(camera.Features(), "AcquisitionStop");
+}
+
+std::string GrabSession::SilenceText(Camera& camera) const {
+    const std::string silence = "it sent no image for " + std::to_string(m_Options.timeoutMs) + " ms; ";
+    GenApi::CEnumerationPtr mode(camera.Features().GetNode("TriggerMode"));
+    const bool waits = mode && GenApi::IsReadable(mode->GetAccessMode()) && Text(mode->ToString()) == "On";
+    return silence + (waits ? "it waits for a trigger: send one, or add --set TriggerMode=Off"
+                            : "check exposure time, frame rate and cable, or wait longer with --timeout");
 }
 
 void GrabSession::Handle(const Tavix::GrabResult& result) {
     Slot& slot = *static_cast<Slot*>(const_cast<void*>(result.Context()));
     if (!result.Succeeded()) {
         ++m_Figures.failed;
-        if (m_Figures.firstError.empty()) m_Figures.firstError = result.GetErrorDescription().c_str();
+        ++m_FailedSinceGood;
+        if (m_Figures.firstError.empty()) m_Figures.firstError = Printable(Text(result.GetErrorDescription()));
         Requeue(slot);
         return;
     }
-    if (m_LastBlockId != ~std::uint64_t(0) && result.GetBlockID() > m_LastBlockId + 1) {
-        m_Figures.missed += result.GetBlockID() - m_LastBlockId - 1;
-    }
-    m_LastBlockId = result.GetBlockID();
-    m_Last = std::chrono::steady_clock::now();
-    if (m_Figures.good == 0) m_First = m_Last;
-    ++m_Figures.good;
-    m_Figures.bytes += result.GetPayloadSize64();
+    const bool isWanted = !m_Options.folder.empty() && m_Figures.good % m_Options.every == 0;
+    Count(result);
     if (m_Parser) CheckChunks(result);
-    const bool save = !m_Options.folder.empty() && (m_Figures.good - 1) % m_Options.every == 0;
-    if (save) {
+    if (isWanted) {
         Save(result);
     } else {
         Requeue(slot);
     }
 }
 
+void GrabSession::Count(const Tavix::GrabResult& result) {
+    const std::uint64_t expected = m_LastBlockId + 1 + m_FailedSinceGood; // failed buffers are counted as such
+    if (m_LastBlockId != kUnknown && result.GetBlockID() > expected) m_Figures.missed += result.GetBlockID() - expected;
+    m_LastBlockId = result.GetBlockID();
+    m_FailedSinceGood = 0;
+    m_Last = std::chrono::steady_clock::now();
+    if (m_Figures.good == 0) m_First = m_Last;
+    ++m_Figures.good;
+    if (result.GetPayloadSize64() != kUnknown) m_Figures.bytes += result.GetPayloadSize64();
+}
+
 void GrabSession::CheckChunks(const Tavix::GrabResult& result) {
     try {
         m_Parser->AttachBuffer(result.Buffer(), static_cast<std::int64_t>(result.GetPayloadSize64()));
-        const bool right = m_Parser->HasCRC() && m_Parser->CheckCRC();
-        ++(right ? m_Figures.checked : m_Figures.checkFailed);
+        if (!m_Parser->HasCRC()) {
+            ++m_Figures.checksumMissing;
+        } else {
+            ++(m_Parser->CheckCRC() ? m_Figures.checksumRight : m_Figures.checksumWrong);
+        }
         m_Parser->DetachBuffer();
     } catch (const GenICam::GenericException&) {
-        ++m_Figures.checkFailed;
+        ++m_Figures.checksumMissing;
     }
 }
 
@@ -160,25 +211,29 @@ void GrabSession::Save(const Tavix::GrabResult& result) {
 void GrabSession::Requeue(Slot& slot) {
     try {
         m_Grabber->QueueBuffer(slot.handle, &slot);
-    } catch (const GenICam::GenericException& e) {
-        // A camera that is gone refuses buffers; the loop sees that by itself.
-        std::fprintf(stderr, "tavix: %s: %s\n", m_Name.c_str(), e.GetDescription());
+    } catch (const std::exception&) {
+        m_Alarm->Ring(m_Alarm->isBroken); // most likely the camera has gone; the loop ends and says so
     }
 }
 
 void GrabSession::Finish(Camera& camera) {
-    if (m_Parser) camera.Device().DestroyChunkParser(m_Parser);
+    if (m_Parser) Attempt([&] { camera.Device().DestroyChunkParser(m_Parser); });
     m_Parser = nullptr;
-    if (!m_Grabber || !m_Grabber->IsOpen()) return;
-    m_Grabber->CancelGrab();
-    Tavix::GrabResult result;
-    while (m_Grabber->RetrieveResult(result)) {
+    if (m_Grabber && m_Grabber->IsOpen()) {
+        Attempt([&] { m_Grabber->CancelGrab(); });
+        Attempt([&] {
+            Tavix::GrabResult result;
+            while (m_Grabber->RetrieveResult(result)) {
+            }
+        });
+        Attempt([&] { m_Grabber->FinishGrab(); });
+        for (auto& slot : m_Slots) {
+            Attempt([&] { m_Grabber->DeregisterBuffer(slot->handle); });
+        }
+        Attempt([&] { m_Grabber->Close(); });
     }
-    m_Grabber->FinishGrab();
-    for (auto& slot : m_Slots)
-        m_Grabber->DeregisterBuffer(slot->handle);
-    m_Slots.clear();
-    m_Grabber->Close();
+    if (m_RemovalCallback) Attempt([&] { camera.Device().DeregisterRemovalCallback(m_RemovalCallback); });
+    m_RemovalCallback = nullptr;
 }
 
 } // namespace tool

@@ -8,22 +8,24 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-/// What came of a grab. Written by the grabbing thread.
+/// What came of a grab. Written by the grabbing thread; what is no atomic is valid after the grab.
 struct GrabFigures {
-    std::atomic<std::uint64_t> good{0};        ///< frames grabbed without error
-    std::atomic<std::uint64_t> failed{0};      ///< buffers that came back with an error
-    std::atomic<std::uint64_t> missed{0};      ///< frames that the block ids say never came
-    std::atomic<std::uint64_t> bytes{0};       ///< payload of the good frames
-    std::atomic<std::uint64_t> checked{0};     ///< frames whose chunk checksum was right
-    std::atomic<std::uint64_t> checkFailed{0}; ///< frames whose chunk checksum was wrong
-    double seconds = 0;                        ///< from the first to the last result; valid after the grab
-    std::string firstError;                    ///< of the first failed buffer; valid after the grab
+    std::atomic<std::uint64_t> good{0};   ///< frames grabbed without error
+    std::atomic<std::uint64_t> failed{0}; ///< buffers that came back with an error
+    std::atomic<std::uint64_t> missed{0}; ///< frames that the block ids say never came
+    std::atomic<std::uint64_t> bytes{0};  ///< payload of the good frames
+    std::uint64_t checksumRight = 0;
+    std::uint64_t checksumWrong = 0;
+    std::uint64_t checksumMissing = 0; ///< frames without a checksum chunk, or with damaged chunks
+    std::uint64_t images = 0;          ///< files written
+    std::uint64_t unconverted = 0;     ///< of these, raw ones because the pixel format cannot be converted
+    double seconds = 0;                ///< from the first to the last good frame
+    std::string firstError;            ///< of the first failed buffer
 };
 
 /// One camera, its buffers and its grab loop. Set-up and tear-down happen in Run, so that an object of this class needs
@@ -32,9 +34,10 @@ class GrabSession {
 public:
     GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options);
 
-    /// Grabs until the asked number of frames came, Stop was called, or nothing came for the timeout (Error).
+    /// Grabs until the asked number of frames came or Stop was called. Throws Error when the camera is unplugged, is
+    /// silent for the timeout, or fails in another way; everything is released then, too.
     void Run();
-    void Stop() { m_Stop = true; }
+    void Stop();
     const GrabFigures& Figures() const { return m_Figures; }
     const std::string& Name() const { return m_Name; }
 
@@ -44,29 +47,52 @@ private:
         Tavix::StreamBufferHandle handle = nullptr;
     };
 
+    /// What ends a grab from outside. Shared with the removal callback, which may outlive the session. Thread-safe.
+    struct Alarm {
+        std::atomic<bool> isStopped{false};
+        std::atomic<bool> isUnplugged{false};
+        std::atomic<bool> isBroken{false}; ///< a buffer could not be queued
+        Tavix::WaitObjectEx bell = Tavix::WaitObjectEx::Create(/*manualReset=*/true);
+
+        void Ring(std::atomic<bool>& reason) {
+            reason = true;
+            bell.Signal();
+        }
+    };
+
     void Prepare(Camera& camera);
+    void QueueBuffers(std::size_t size);
     void Loop(Camera& camera);
     void Handle(const Tavix::GrabResult& result);
+    void Count(const Tavix::GrabResult& result);
     void CheckChunks(const Tavix::GrabResult& result);
     void Save(const Tavix::GrabResult& result);
     void Requeue(Slot& slot);
     void Finish(Camera& camera);
     bool WantsMore() const;
+    std::string SilenceText(Camera& camera) const;
+    /// Runs a step of an ordered retreat: a failure is kept if it is the first, and the next step follows.
+    template<class Step>
+    void Attempt(Step step);
+    void ThrowFailure() const;
 
     const Tavix::CDeviceInfo m_Info;
     const GrabOptions m_Options;
     const std::string m_Name;
     const std::string m_FilePrefix;
+    const std::shared_ptr<Alarm> m_Alarm;
     GrabFigures m_Figures;
-    std::atomic<bool> m_Stop{false};
 
     // Valid inside Run only.
-    Tavix::IStreamGrabber* m_Grabber = nullptr;
-    Tavix::IChunkParser* m_Parser = nullptr;
+    Tavix::IStreamGrabber* m_Grabber = nullptr; // borrowed from the camera
+    Tavix::IChunkParser* m_Parser = nullptr;    // owned; null without --chunks
+    Tavix::DeviceCallbackHandle m_RemovalCallback = nullptr;
     std::vector<std::unique_ptr<Slot>> m_Slots;
     std::unique_ptr<ImageWriter> m_Writer;
     std::uint64_t m_LastBlockId = ~std::uint64_t(0);
+    std::uint64_t m_FailedSinceGood = 0;
     std::chrono::steady_clock::time_point m_First, m_Last;
+    std::string m_Failure; // the first one; empty for none
 };
 
 } // namespace tool

@@ -5,33 +5,54 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <utility>
 
 #include <png.h>
 
 namespace tool {
 namespace {
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-File OpenForWriting(const std::string& path) {
-    File file(std::fopen(path.c_str(), "wb"));
-    if (!file) throw Error("cannot write " + path + ": " + std::strerror(errno));
-    return file;
-}
-
-void WriteAll(File file, const std::string& path, const void* data, std::size_t size) {
-    if (std::fwrite(data, 1, size, file.get()) != size || std::fflush(file.get()) != 0) {
-        throw Error("cannot write " + path + ": " + std::strerror(errno));
+/// A file that is removed again unless everything reached it. Bound to a thread.
+class NewFile {
+public:
+    explicit NewFile(const std::string& path) : m_Path(path), m_File(std::fopen(path.c_str(), "wb")) {
+        if (!m_File) Fail();
     }
+    ~NewFile() {
+        if (!m_File) return;
+        std::fclose(m_File);
+        std::remove(m_Path.c_str());
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    std::FILE* Get() const { return m_File; }
+    void Write(const void* data, std::size_t size) {
+        if (std::fwrite(data, 1, size, m_File) != size) Fail();
+    }
+    /// What is buffered may be refused by a full disk only now.
+    void Close() {
+        if (std::fflush(m_File) != 0) Fail();
+        if (std::fclose(std::exchange(m_File, nullptr)) != 0) Fail();
+    }
+    [[noreturn]] void Fail() const {
+        throw Error("cannot write " + m_Path + ": " + std::strerror(errno) + "; choose another --output");
+    }
+
+private:
+    const std::string m_Path;
+    std::FILE* m_File;
+};
+
+[[noreturn]] void OnPngError(png_structp png, png_const_charp) {
+    png_longjmp(png, 1);
 }
+
+void OnPngWarning(png_structp, png_const_charp) {}
 
 /// libpng reports failures by longjmp, so nothing with a destructor lives between here and its calls.
 bool WritePngRows(std::FILE* file, const Picture& picture, std::size_t stride) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, OnPngError, OnPngWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!info || setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, &info);
@@ -43,24 +64,36 @@ bool WritePngRows(std::FILE* file, const Picture& picture, std::size_t stride) {
                  picture.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (std::uint32_t y = 0; y < picture.height; ++y)
+    for (std::uint32_t y = 0; y < picture.height; ++y) {
         png_write_row(png, &picture.samples[y * stride]);
+    }
     png_write_end(png, nullptr);
     png_destroy_write_struct(&png, &info);
     return true;
 }
 
 void WritePng(const std::string& path, const Picture& picture) {
-    File file = OpenForWriting(path);
+    NewFile file(path);
     const std::size_t stride = std::size_t{picture.width} * picture.channels * (picture.depth / 8);
-    if (!WritePngRows(file.get(), picture, stride)) throw Error("cannot write " + path + ": libpng refused the image");
+    errno = 0;
+    if (!WritePngRows(file.Get(), picture, stride)) file.Fail();
+    file.Close();
 }
 
 void WritePgm(const std::string& path, const Picture& picture) {
-    File file = OpenForWriting(path);
-    std::fprintf(file.get(), "P%d\n%u %u\n%d\n", picture.channels == 3 ? 6 : 5, picture.width, picture.height,
-                 picture.depth == 16 ? 65535 : 255);
-    WriteAll(std::move(file), path, picture.samples.data(), picture.samples.size());
+    NewFile file(path);
+    const std::string head = std::string(picture.channels == 3 ? "P6" : "P5") + "\n" + std::to_string(picture.width) +
+                             " " + std::to_string(picture.height) + "\n" + (picture.depth == 16 ? "65535" : "255") +
+                             "\n";
+    file.Write(head.data(), head.size());
+    file.Write(picture.samples.data(), picture.samples.size());
+    file.Close();
+}
+
+void WriteRaw(const std::string& path, const ImageView& view) {
+    NewFile file(path);
+    if (view.size > 0) file.Write(view.data, view.size);
+    file.Close();
 }
 
 } // namespace
@@ -80,7 +113,7 @@ std::string WriteImage(const std::string& pathWithoutExtension, ImageFormat form
     Picture picture;
     if (format == ImageFormat::Raw || !Convert(view, picture)) {
         const std::string path = pathWithoutExtension + Extension(ImageFormat::Raw);
-        WriteAll(OpenForWriting(path), path, view.data, view.size);
+        WriteRaw(path, view);
         return path;
     }
     const bool colour = picture.channels == 3;

@@ -29,6 +29,14 @@ void ImageWriter::Finish() {
     if (!m_FirstError.empty()) throw Error(m_FirstError);
 }
 
+void ImageWriter::Save(const Job& job) {
+    const std::string path = WriteImage(job.path, job.format, job.view);
+    const std::string raw = Extension(ImageFormat::Raw);
+    const bool isRaw = path.compare(path.size() - raw.size(), raw.size(), raw) == 0;
+    ++m_Written;
+    if (isRaw && job.format != ImageFormat::Raw) ++m_Unconverted;
+}
+
 void ImageWriter::Run() {
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
@@ -40,9 +48,10 @@ void ImageWriter::Run() {
         lock.unlock();
         std::string error;
         try {
-            WriteImage(job.path, job.format, job.view);
+            if (!m_HasFailed) Save(job);
         } catch (const std::exception& e) {
-            error = e.what();
+            error = Reason(e);
+            m_HasFailed = true;
         }
         job.done();
         lock.lock();

@@ -3,7 +3,9 @@
 
 #include "ImageFile.h"
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -29,11 +31,17 @@ public:
     ImageWriter& operator=(const ImageWriter&) = delete;
 
     void Write(Job job);
-    /// Waits until everything is written; throws the first Error that writing met.
+    /// Waits until everything is written; throws the first Error that writing met. What comes after an error is not
+    /// written any more.
     void Finish();
+    bool HasFailed() const { return m_HasFailed; }
+    /// Images written so far, and how many of them are raw because their pixel format cannot be converted.
+    std::uint64_t Written() const { return m_Written; }
+    std::uint64_t Unconverted() const { return m_Unconverted; }
 
 private:
     void Run();
+    void Save(const Job& job);
 
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
@@ -41,7 +49,9 @@ private:
     bool m_Busy = false;      // guarded by m_Mutex
     bool m_Ending = false;    // guarded by m_Mutex
     std::string m_FirstError; // guarded by m_Mutex
-    std::thread m_Thread;     // joined by the destructor
+    std::atomic<bool> m_HasFailed{false};
+    std::atomic<std::uint64_t> m_Written{0}, m_Unconverted{0};
+    std::thread m_Thread; // joined by the destructor
 };
 
 } // namespace tool

@@ -1,9 +1,10 @@
 #include "Camera.h"
 #include "Commands.h"
+#include "Json.h"
+#include "Table.h"
 #include "Text.h"
 
 #include <GenApi/GenApi.h>
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 
@@ -23,17 +24,19 @@ nlohmann::json Properties(const Tavix::CInfoBase& info) {
 
 std::string Property(const Tavix::CDeviceInfo& info, const char* name) {
     GenICam::gcstring value;
-    return info.GetPropertyValue(name, value) ? Text(value) : "-";
+    return info.GetPropertyValue(name, value) && !value.empty() ? Printable(Text(value)) : "-";
 }
 
 void PrintList(const Tavix::DeviceInfoList& cameras) {
-    std::printf("%-3s %-22s %-14s %-14s %-14s %s\n", "#", "model", "serial", "GUID", "user name", "path");
+    Table table;
+    table.Add({"#", "vendor", "model", "serial", "GUID", "user name", "path"});
     for (std::size_t i = 0; i < cameras.size(); ++i) {
         const Tavix::CDeviceInfo& info = cameras[i];
-        std::printf("%-3zu %-22s %-14s %-14s %-14s %s\n", i, Property(info, "ModelName").c_str(),
-                    Property(info, "SerialNumber").c_str(), Property(info, "DeviceGUID").c_str(),
-                    Property(info, "UserDefinedName").c_str(), Property(info, "FullName").c_str());
+        table.Add({std::to_string(i), Property(info, "VendorName"), Property(info, "ModelName"),
+                   Property(info, "SerialNumber"), Property(info, "DeviceGUID"), Property(info, "UserDefinedName"),
+                   Property(info, "FullName")});
     }
+    table.Print();
 }
 
 std::size_t CountFeatures(GenApi::INodeMap& map) {
@@ -46,10 +49,11 @@ std::size_t CountFeatures(GenApi::INodeMap& map) {
     return count;
 }
 
-nlohmann::json Statistics(GenApi::INodeMap& map) {
+nlohmann::json Statistics(GenApi::INodeMap* map) {
     nlohmann::json json = nlohmann::json::object();
+    if (!map) return json;
     GenApi::NodeList_t nodes;
-    map.GetNodes(nodes);
+    map->GetNodes(nodes);
     for (GenApi::INode* node : nodes) {
         const std::string name = Text(node->GetName());
         auto* value = dynamic_cast<GenApi::IInteger*>(node);
@@ -58,12 +62,21 @@ nlohmann::json Statistics(GenApi::INodeMap& map) {
     return json;
 }
 
-void PrintObject(const char* title, const nlohmann::json& object) {
-    std::printf("%s\n", title);
+void AddRows(Table& table, const nlohmann::json& object) {
     for (const auto& [name, value] : object.items()) {
-        std::printf("  %-40s %s\n", name.c_str(),
-                    value.is_string() ? value.get<std::string>().c_str() : value.dump().c_str());
+        table.Add({"  " + name, Printable(value.is_string() ? value.get<std::string>() : value.dump())});
     }
+}
+
+void PrintInfo(const nlohmann::json& one) {
+    Table table;
+    table.Add({"device"});
+    AddRows(table, one["device"]);
+    table.Add({"features"});
+    table.Add({"  number", one["features"].dump()});
+    table.Add({"transport"});
+    AddRows(table, one["transport"]);
+    table.Print();
 }
 
 } // namespace
@@ -74,14 +87,12 @@ int List(const CommonOptions& options) {
         nlohmann::json json = nlohmann::json::array();
         for (const auto& info : cameras)
             json.push_back(Properties(info));
-        std::printf("%s\n", json.dump(2).c_str());
-        return 0;
+        PrintJson(json);
+    } else if (cameras.empty()) {
+        std::fprintf(stderr, "tavix: %s\n", kNoCamera);
+    } else {
+        PrintList(cameras);
     }
-    if (cameras.empty()) {
-        std::printf("no camera found; plug one in, or try a virtual one: tavix --virtual 2 list\n");
-        return 0;
-    }
-    PrintList(cameras);
     return 0;
 }
 
@@ -91,17 +102,14 @@ int Info(const CommonOptions& options) {
         Camera camera(info);
         all.push_back({{"device", Properties(camera.Device().GetDeviceInfo())},
                        {"features", CountFeatures(camera.Features())},
-                       {"transport", Statistics(*camera.Device().GetTLNodeMap())}});
+                       {"transport", Statistics(camera.Device().GetTLNodeMap())}});
     }
     if (options.json) {
-        std::printf("%s\n", all.dump(2).c_str());
+        PrintJson(all);
         return 0;
     }
-    for (const auto& one : all) {
-        PrintObject("device", one["device"]);
-        std::printf("features\n  %-40s %zu\n", "number", one["features"].get<std::size_t>());
-        PrintObject("transport", one["transport"]);
-    }
+    for (const auto& one : all)
+        PrintInfo(one);
     return 0;
 }
 

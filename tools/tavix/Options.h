@@ -15,8 +15,15 @@ struct CommonOptions {
 };
 
 struct FeatureOptions : CommonOptions {
-    std::vector<std::string> names; ///< feature names, NAME=VALUE for set, a part of the name for features
-    bool everything = false;        ///< also features that are not available, and all visibilities
+    std::vector<std::string> names; ///< feature names; NAME=VALUE or a command's name for set; a part of a name for
+                                    ///< features
+    bool everything = false;        ///< also features that are not implemented, and all visibilities
+};
+
+/// For commands that need no camera.
+struct FileOptions {
+    std::string path;
+    bool json = false;
 };
 
 enum class ImageFormat { Png, Pgm, Raw };
@@ -30,7 +37,7 @@ struct GrabOptions : CommonOptions {
     unsigned int timeoutMs = 5000;     ///< longest wait for a frame
     std::vector<std::string> settings; ///< NAME=VALUE, applied before the grab
     bool quiet = false;                ///< no progress bar
-    bool checkChunks = false;          ///< chunk data on, its checksum checked
+    bool checkChunks = false;          ///< every chunk on, the payload's checksum checked
 };
 
 } // namespace tool

@@ -42,7 +42,8 @@ void SwapRedBlue(Picture& picture) {
 }
 
 void PutSample(Picture& picture, std::size_t index, unsigned int value, int bits) {
-    const unsigned int full = (value << (16 - bits)) & 0xFFFF;
+    // The upper bits are repeated below, so that white becomes white.
+    const unsigned int full = ((value << (16 - bits)) | (value >> (2 * bits - 16))) & 0xFFFF;
     picture.samples[2 * index] = static_cast<std::uint8_t>(full >> 8);
     picture.samples[2 * index + 1] = static_cast<std::uint8_t>(full);
 }
@@ -57,16 +58,19 @@ void Words(const ImageView& view, Picture& picture, int bits) {
     }
 }
 
-/// Samples of `bits` bits without gaps, least significant bit first, across line ends when there is no padding.
+/// Samples of `bits` bits without gaps, least significant bit first; across line ends when there is no padding.
 void Packed(const ImageView& view, Picture& picture, int bits) {
     Start(view, picture, 1, 16);
-    std::size_t bit = 0;
-    for (std::size_t i = 0; i < std::size_t{view.width} * view.height; ++i, bit += bits) {
-        const std::size_t byte = bit / 8;
-        unsigned int value = view.data[byte];
-        if (byte + 1 < view.size) value |= view.data[byte + 1] << 8;
-        if (byte + 2 < view.size) value |= view.data[byte + 2] << 16;
-        PutSample(picture, i, (value >> (bit % 8)) & ((1U << bits) - 1), bits);
+    const std::size_t lineBits = view.paddingX > 0 ? LineBytes(view) * 8 : std::size_t{view.width} * bits;
+    for (std::uint32_t y = 0; y < view.height; ++y) {
+        std::size_t bit = y * lineBits;
+        for (std::uint32_t x = 0; x < view.width; ++x, bit += bits) {
+            const std::size_t byte = bit / 8;
+            unsigned int value = view.data[byte];
+            if (byte + 1 < view.size) value |= view.data[byte + 1] << 8;
+            if (byte + 2 < view.size) value |= view.data[byte + 2] << 16;
+            PutSample(picture, std::size_t{y} * view.width + x, (value >> (bit % 8)) & ((1U << bits) - 1), bits);
+        }
     }
 }
 
@@ -106,11 +110,12 @@ void YCbCr422(const ImageView& view, Picture& picture) {
 }
 
 bool Enough(const ImageView& view) {
+    constexpr std::uint32_t kLongest = 1U << 24; // more pixels in a row or column are no image, and would overflow sums
     if (!view.data || view.width == 0 || view.height == 0) return false;
+    if (view.width > kLongest || view.height > kLongest) return false;
     const std::size_t bits = (view.pixelFormat >> 16) & 0xFF;
-    const std::size_t packed =
-        (std::size_t{view.width} * view.height * bits + 7) / 8 + std::size_t{view.height} * view.paddingX;
-    const bool continues = bits % 8 != 0;
+    const bool continues = bits % 8 != 0 && view.paddingX == 0;
+    const std::size_t packed = (std::size_t{view.width} * view.height * bits + 7) / 8;
     return view.size >= (continues ? packed : LineBytes(view) * view.height);
 }
 

@@ -20,7 +20,7 @@ void Progress::Show(std::uint64_t done, double megabytesPerSecond) {
     constexpr std::uint64_t kWidth = 40;
     const std::uint64_t filled = std::min(kWidth, done * kWidth / m_Total);
     const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
-    std::fprintf(stderr, "\r[%s] %llu/%llu frames, %.0f MB/s ", bar.c_str(), static_cast<unsigned long long>(done),
+    std::fprintf(stderr, "\r[%s] %llu/%llu frames, %.0f MB/s\033[K", bar.c_str(), static_cast<unsigned long long>(done),
                  static_cast<unsigned long long>(m_Total), megabytesPerSecond);
 }
 

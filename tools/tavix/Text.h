@@ -1,5 +1,5 @@
 #pragma once
-// From the SDK's strings to the standard library's.
+// From the SDK's strings to what can be printed.
 
 #include <string>
 
@@ -9,6 +9,14 @@ namespace tool {
 
 inline std::string Text(const GenICam::gcstring& s) {
     return std::string(s.c_str(), s.size());
+}
+
+/// For a terminal: what a camera put into its strings must not move the cursor, so control characters become '?'.
+inline std::string Printable(std::string text) {
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+    }
+    return text;
 }
 
 } // namespace tool

@@ -1,0 +1,41 @@
+#pragma once
+// The options of every command.
+
+#include "Options.h"
+
+#include <functional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+/// Once parsed, `run` is the command that was named. Bound to a thread.
+class CommandLine {
+public:
+    CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    /// Throws what CLI11 throws: CLI::Success for help and version, CLI::ParseError for a wrong command line.
+    void Parse(int argc, char** argv);
+    /// Where to read about the command that was named, or about all.
+    std::string HelpCommand() const;
+
+    CLI::App app;
+    std::string virtualCameras; ///< empty: none are added
+    std::function<int()> run;
+
+private:
+    void AddListingCommands();
+    void AddFeatureCommands();
+    void AddGrabCommand();
+    void AddFileCommands();
+
+    CommonOptions m_List, m_Info;
+    FeatureOptions m_Features, m_Get, m_Set, m_Why;
+    GrabOptions m_Grab;
+    FileOptions m_Xml;
+};
+
+} // namespace tool

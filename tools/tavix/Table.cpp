@@ -1,0 +1,41 @@
+#include "Table.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace tool {
+
+std::vector<std::size_t> Table::Widths() const {
+    std::vector<std::size_t> widths;
+    for (const auto& row : m_Rows) {
+        if (row.size() > widths.size()) widths.resize(row.size());
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            // What is too long for a column, or stands alone in its row, does not make the column wide.
+            if (row[i].size() <= m_Widest && row.size() > 1) widths[i] = std::max(widths[i], row[i].size());
+        }
+    }
+    return widths;
+}
+
+std::string Table::Text() const {
+    const std::vector<std::size_t> widths = Widths();
+    std::string text;
+    for (const auto& row : m_Rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::size_t gap = widths[i] > row[i].size() ? widths[i] - row[i].size() : 0;
+            const bool right = i < m_Alignment.size() && m_Alignment[i] == Align::Right;
+            if (i > 0) line += "  ";
+            line += right ? std::string(gap, ' ') + row[i] : row[i] + std::string(gap, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        text += line + "\n";
+    }
+    return text;
+}
+
+void Table::Print() const {
+    std::fputs(Text().c_str(), stdout);
+}
+
+} // namespace tool
