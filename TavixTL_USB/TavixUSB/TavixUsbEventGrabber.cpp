@@ -31,9 +31,8 @@ CTavixUsbEventGrabber::CTavixUsbEventGrabber(vexlo::CVxDevice* pVxDevice)
 CTavixUsbEventGrabber::~CTavixUsbEventGrabber() {
     try {
         InternalClose(/*throwOnError=*/false);
-    } catch (const std::exception& e) {
-        LogTrace(LogCategoryEventStream(), kLogError, "Failed to close event stream grabber on destruction: %s",
-                 e.what());
+    } catch (...) { // callbacks of "StatusReg" may throw anything
+        LogTrace(LogCategoryEventStream(), kLogError, "Failed to close event stream grabber on destruction.");
     }
     m_pParams->Connect(nullptr, kPortName);
 }

@@ -49,9 +49,9 @@ CTavixUsbStream::~CTavixUsbStream() {
                      "Call IStreamGrabber::Close before destroying the stream grabber/device");
             Close();
         }
-    } catch (const std::exception& e) {
-        LogTrace(LogCategoryStream(), kLogError, "Failed to close stream grabber for device '%hs' on destruction: %hs",
-                 m_DeviceName.c_str(), e.what());
+    } catch (...) { // callbacks of "TLParamsLocked" may throw anything
+        LogTrace(LogCategoryStream(), kLogError, "Failed to close stream grabber for device '%hs' on destruction.",
+                 m_DeviceName.c_str());
     }
     LogTrace(LogCategoryStream(), kLogInfo, "Destroyed stream grabber for device '%hs' successfully.",
              m_DeviceName.c_str());

@@ -2,6 +2,8 @@
 
 #include "support/DeviceTest.h"
 
+#include <GenApi/NodeCallback.h>
+
 #include <functional>
 
 using testing::ElementsAre;
@@ -116,6 +118,14 @@ TEST_F(EventGrabber, IsClosedAlsoWhenTheEventStreamDoesNotClose) {
     EXPECT_NO_THROW(grabber().Close());
     EXPECT_FALSE(grabber().IsOpen());
     EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to close event stream grabber: text E2000777"}));
+}
+
+TEST_F(EventGrabber, SurvivesACallbackThatThrowsOnDestruction) {
+    grabber().Open();
+    GenApi::Register(Parameter("StatusReg").GetNode(), [](GenApi::INode*) { throw 1; });
+    Destroy();
+    EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to close event stream grabber on destruction."}));
+    EXPECT_EQ(1, bus.Count("DestroyDevice"));
 }
 
 TEST_F(EventGrabber, RefusesToDeliverWhenClosed) {
