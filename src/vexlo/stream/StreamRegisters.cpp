@@ -7,6 +7,12 @@
 #include <utility>
 
 namespace vexlo {
+namespace {
+
+/// Each transfer of a block takes some memory; a camera that asks for more is out of its mind.
+constexpr std::uint32_t kMostTransfers = 1u << 16;
+
+} // namespace
 
 VxStatus StreamRegisters::Read32(std::uint64_t offset, std::uint32_t& value) {
     std::uint8_t bytes[4];
@@ -44,7 +50,7 @@ VxStatus StreamRegisters::MakePlan(std::uint32_t maxTransferSize, u3v::TransferP
     needs.packetSize = static_cast<std::uint16_t>(m_Channel.maxPacketSize);
     needs.maxTransferSize = maxTransferSize;
     const auto made = u3v::MakeTransferPlan(needs);
-    if (!made) return VX_E_PAYLOAD_SIZE;
+    if (!made || made->PayloadTransfers() > kMostTransfers) return VX_E_PAYLOAD_SIZE;
     plan = *made;
     return SelectStandardPayload(info);
 }

@@ -1,0 +1,236 @@
+#include "vexlo/stream/BufferPool.h"
+
+#include <gtest/gtest.h>
+
+using namespace vexlo;
+
+namespace {
+
+class BufferPoolTest : public testing::Test {
+protected:
+    BufferPoolTest() {
+        pool.Prepare(4, sizeof memory[0]);
+        pool.SetWaitObject(Tavix::ShareWaitObject(wait));
+    }
+    void Start() {
+        pool.Start([this] { ++wakes; });
+    }
+    BufferHandle_s* Register(unsigned int index) {
+        BufferHandle_s* handle = nullptr;
+        EXPECT_EQ(pool.Register(memory[index], sizeof memory[index], &handle), VX_OK);
+        return handle;
+    }
+    BufferHandle_s* Queued(unsigned int index) {
+        BufferHandle_s* handle = Register(index);
+        EXPECT_EQ(pool.Queue(handle, memory[index]), VX_OK);
+        return handle;
+    }
+    VxStatus Retrieve() { return pool.Retrieve(&result, &left); }
+    bool IsSignalled() { return wait.Wait(0); }
+
+    char memory[5][100] = {};
+    BufferPool pool;
+    Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
+    CVxStream::GrabResult result{};
+    unsigned long left = 99;
+    int wakes = 0;
+};
+
+TEST_F(BufferPoolTest, RefusesBuffersBeyondWhatWasAnnounced) {
+    BufferHandle_s* handle = nullptr;
+    EXPECT_EQ(pool.Register(nullptr, 10, &handle), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(pool.Register(memory[0], 0, &handle), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(pool.Register(memory[0], 10, nullptr), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(pool.Register(memory[0], 101, &handle), VX_E_INVALID_SIZE);
+    for (unsigned int i = 0; i < 4; ++i)
+        Register(i);
+    EXPECT_EQ(pool.Register(memory[4], 10, &handle), VX_E_TOO_MANY_BUFFERS);
+}
+
+TEST_F(BufferPoolTest, TakesBuffersOnlyWhileStarted) {
+    BufferHandle_s* handle = Register(0);
+    EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_STATE);
+    Start();
+    EXPECT_EQ(pool.Queue(handle, nullptr), VX_OK);
+    pool.Stop(VX_E_CANCELLED);
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_STATE);
+}
+
+TEST_F(BufferPoolTest, KnowsOnlyRegisteredHandles) {
+    Start();
+    BufferHandle_s stranger;
+    EXPECT_EQ(pool.Queue(&stranger, nullptr), VX_E_INVALID_HANDLE);
+    EXPECT_EQ(pool.Queue(nullptr, nullptr), VX_E_INVALID_HANDLE);
+    EXPECT_EQ(pool.Deregister(&stranger, nullptr), VX_E_INVALID_HANDLE);
+    BufferHandle_s* handle = Register(0);
+    void* data = nullptr;
+    EXPECT_EQ(pool.Deregister(handle, &data), VX_OK);
+    EXPECT_EQ(data, memory[0]);
+    EXPECT_EQ(pool.Deregister(handle, &data), VX_E_INVALID_HANDLE);
+    EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_HANDLE);
+}
+
+TEST_F(BufferPoolTest, LetsABufferGoRoundAndRound) {
+    Start();
+    BufferHandle_s* handle = Register(0);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(pool.Queue(handle, memory[1]), VX_OK);
+        EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_QUEUED);
+        EXPECT_EQ(pool.Deregister(handle, nullptr), VX_E_BUFFER_QUEUED);
+        EXPECT_EQ(pool.Take(), handle);
+        EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_QUEUED);
+        EXPECT_EQ(pool.Deregister(handle, nullptr), VX_E_BUFFER_QUEUED);
+        pool.Complete(handle, EmptyResult(VX_E_INCOMPLETE));
+        EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_QUEUED);
+        EXPECT_EQ(Retrieve(), VX_OK);
+        EXPECT_EQ(result.Handle, handle);
+        EXPECT_EQ(result.Buffer, memory[0]);
+        EXPECT_EQ(result.Context, memory[1]);
+        EXPECT_EQ(result.Status, VX_E_INCOMPLETE);
+        EXPECT_EQ(left, 0u);
+        EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+    }
+}
+
+TEST_F(BufferPoolTest, RetrievesNothingIntoNothing) {
+    EXPECT_EQ(pool.Retrieve(nullptr, nullptr), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(pool.Retrieve(&result, nullptr), VX_E_NO_DATA);
+    EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+    EXPECT_EQ(left, 0u);
+}
+
+TEST_F(BufferPoolTest, KeepsTheOrderOverPuttingBack) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    BufferHandle_s* b = Queued(1);
+    BufferHandle_s* c = Queued(2);
+    EXPECT_EQ(pool.Take(), a);
+    EXPECT_EQ(pool.Take(), b);
+    pool.PutBack({a, b});
+    EXPECT_EQ(pool.Take(), a);
+    EXPECT_EQ(pool.Take(), b);
+    EXPECT_EQ(pool.Take(), c);
+    EXPECT_EQ(pool.Take(), nullptr);
+}
+
+TEST_F(BufferPoolTest, WakesOnceForABufferThatWasMissed) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    EXPECT_EQ(wakes, 0); // nobody has asked
+    EXPECT_EQ(pool.Take(), a);
+    EXPECT_EQ(pool.Take(), nullptr);
+    Queued(1);
+    EXPECT_EQ(wakes, 1);
+    Queued(2);
+    EXPECT_EQ(wakes, 1);
+    pool.Take();
+    pool.Take();
+    EXPECT_EQ(pool.Take(), nullptr);
+    Queued(3);
+    EXPECT_EQ(wakes, 2);
+}
+
+TEST_F(BufferPoolTest, SignalsUntilTheLastResultIsTaken) {
+    Start();
+    for (unsigned int i = 0; i < 3; ++i)
+        Queued(i);
+    EXPECT_FALSE(IsSignalled());
+    for (int i = 0; i < 3; ++i)
+        pool.Complete(pool.Take(), EmptyResult(VX_OK));
+    for (unsigned long expected : {2ul, 1ul, 0ul}) {
+        EXPECT_TRUE(IsSignalled()); // consumes the signal of all three
+        EXPECT_EQ(Retrieve(), VX_OK);
+        EXPECT_EQ(left, expected);
+    }
+    EXPECT_FALSE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, EndsTheSignalWhenResultsAreTakenWithoutWaiting) {
+    Start();
+    Queued(0);
+    Queued(1);
+    pool.CompleteQueued(VX_E_CANCELLED);
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_FALSE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, SignalsAWaitObjectThatComesLater) {
+    pool.SetWaitObject(nullptr);
+    Start();
+    Queued(0);
+    pool.CompleteQueued(VX_OK);
+    EXPECT_FALSE(IsSignalled());
+    pool.SetWaitObject(Tavix::ShareWaitObject(wait));
+    EXPECT_TRUE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, KeepsAShareOfTheWaitObject) {
+    Start();
+    Queued(0);
+    wait = Tavix::WaitObjectEx();
+    pool.CompleteQueued(VX_OK);
+    EXPECT_EQ(Retrieve(), VX_OK);
+}
+
+TEST_F(BufferPoolTest, CompletesInOrderWhatIsQueuedWhenItStops) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    BufferHandle_s* b = Queued(1);
+    pool.Stop(VX_E_CANCELLED);
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(result.Handle, a);
+    EXPECT_EQ(result.Status, VX_E_CANCELLED);
+    EXPECT_EQ(result.BlockId, ~std::uint64_t(0));
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(result.Handle, b);
+    EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+}
+
+TEST_F(BufferPoolTest, HandsOutWhatIsQueuedWhenItRefuses) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    BufferHandle_s* b = Queued(1);
+    EXPECT_EQ(pool.Refuse(VX_E_USB_NO_DEVICE), (std::deque<BufferHandle_s*>{a, b}));
+    pool.Complete(a, EmptyResult(VX_E_USB_NO_DEVICE));
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(pool.Queue(a, nullptr), VX_E_USB_NO_DEVICE);
+    pool.Stop(VX_E_CANCELLED);
+    EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+    pool.Prepare(4, 100);
+    Start();
+    EXPECT_EQ(pool.Queue(a, nullptr), VX_OK);
+}
+
+TEST_F(BufferPoolTest, ForgetsAResultWithItsBuffer) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    BufferHandle_s* b = Queued(1);
+    pool.CompleteQueued(VX_OK);
+    EXPECT_EQ(pool.Deregister(a, nullptr), VX_OK);
+    EXPECT_TRUE(IsSignalled());
+    EXPECT_EQ(Retrieve(), VX_OK);
+    EXPECT_EQ(result.Handle, b);
+    EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+}
+
+TEST_F(BufferPoolTest, EndsTheSignalWithTheLastBufferThatHadAResult) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    pool.CompleteQueued(VX_OK);
+    EXPECT_EQ(pool.Deregister(a, nullptr), VX_OK);
+    EXPECT_FALSE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, ForgetsEverythingWhenCleared) {
+    Start();
+    BufferHandle_s* a = Queued(0);
+    pool.Stop(VX_E_CANCELLED);
+    pool.Clear();
+    EXPECT_FALSE(IsSignalled());
+    EXPECT_EQ(Retrieve(), VX_E_NO_DATA);
+    EXPECT_EQ(pool.Deregister(a, nullptr), VX_E_INVALID_HANDLE);
+}
+
+} // namespace
