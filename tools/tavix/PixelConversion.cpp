@@ -100,11 +100,11 @@ void YCbCr422(const ImageView& view, Picture& picture) {
         for (std::uint32_t x = 0; x < view.width; ++x) {
             const std::uint8_t* pair = line + (x & ~1U) * 2;
             const bool whole = (x | 1U) < view.width; // the last pixel of an odd line has no Cr of its own
-            const int luma = line[2 * x], cb = pair[1] - 128, cr = whole ? pair[3] - 128 : 0;
+            const int luma = line[2 * x] * 1024 + 512, cb = pair[1] - 128, cr = whole ? pair[3] - 128 : 0;
             std::uint8_t* out = &picture.samples[(std::size_t{y} * view.width + x) * 3];
-            out[0] = Clamp(luma + (1436 * cr >> 10));
-            out[1] = Clamp(luma - (352 * cb >> 10) - (731 * cr >> 10));
-            out[2] = Clamp(luma + (1815 * cb >> 10));
+            out[0] = Clamp((luma + 1436 * cr) >> 10);
+            out[1] = Clamp((luma - 352 * cb - 731 * cr) >> 10);
+            out[2] = Clamp((luma + 1815 * cb) >> 10);
         }
     }
 }

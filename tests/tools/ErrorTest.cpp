@@ -1,0 +1,137 @@
+// What the program says when it cannot go on: one line, what to do next, and the right exit status.
+
+#include "TestFolder.h"
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace tooltest;
+
+struct Mistake {
+    const char* name;
+    int status;
+    Arguments arguments;
+    const char* says; ///< a part of the line
+};
+
+void PrintTo(const Mistake& mistake, std::ostream* out) {
+    *out << mistake.name;
+}
+
+void ExpectOneLine(const Outcome& outcome, int status, const std::string& says) {
+    EXPECT_EQ(outcome.status, status);
+    EXPECT_EQ(outcome.out, "");
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_EQ(outcome.err.rfind("tavix: ", 0), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find(".cpp"), std::string::npos) << outcome.err;
+}
+
+class EachMistake : public testing::TestWithParam<Mistake> {};
+
+TEST_P(EachMistake, GetsOneLineAndTheRightExitStatus) {
+    ExpectOneLine(RunTool(GetParam().arguments), GetParam().status, GetParam().says);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, EachMistake,
+    testing::Values(
+        Mistake{"Nothing", 2, {}, "name a command"},
+        Mistake{"UnknownCommand", 2, {"grasp"}, "there is no command 'grasp'; the commands are list, "},
+        Mistake{"UnknownOption", 2, {"list", "--fast"}, "--fast; see tavix list --help"},
+        Mistake{"ExtraWord", 2, {"list", "all"}, "see tavix list --help"},
+        Mistake{"NoFrames", 2, {"grab", "-n", "0"}, "'0' is no whole number of 1 .. "},
+        Mistake{"NegativeFrames", 2, {"grab", "--frames=-5"}, "'-5' is no whole number"},
+        Mistake{"WordyFrames", 2, {"grab", "-n", "many"}, "'many' is no whole number"},
+        Mistake{"HugeFrames", 2, {"grab", "-n", "99999999999999999999999"}, "no whole number"},
+        Mistake{"NoBuffers", 2, {"grab", "-b", "0"}, "--buffers"},
+        Mistake{"NoTimeout", 2, {"grab", "--timeout", "0"}, "--timeout"},
+        Mistake{"UnknownFormat", 2, {"grab", "-f", "jpg"}, "'jpg' is none of png, pgm, raw"},
+        Mistake{"ValueMissing", 2, {"get", "Width", "-c"}, "--camera"},
+        Mistake{"NameMissing", 2, {"get"}, "see tavix get --help"},
+        Mistake{"FileMissing", 2, {"xml"}, "see tavix xml --help"},
+        Mistake{"NoVirtualCamera", 2, {"--virtual", "0", "list"}, "'0' is no whole number of 1 .. 64"},
+        Mistake{"NoSettingsFile", 2, {"list", "--virtual", "/nowhere"}, "neither a number of cameras nor a file"}),
+    [](const auto& instance) { return instance.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Cameras, EachMistake,
+    testing::Values(
+        Mistake{"NoCamera", 1, {"info"}, "no camera found; plug one in"},
+        Mistake{"NoCameraToGrabFrom", 1, {"grab"}, "tavix --virtual 2 list"},
+        Mistake{"UnknownCamera", 1, {"--virtual", "2", "info", "-c", "9"}, "no camera is called '9'; `tavix list`"},
+        Mistake{"AmbiguousCamera", 1, {"--virtual", "2", "info", "-c", "VC-1300"}, "fits 2 cameras; use the number"},
+        Mistake{"CameraNamedTwice", 1, {"--virtual", "2", "grab", "-c", "0", "-c", "40000001"}, "was named before"},
+        Mistake{
+            "TwoCamerasForOne", 1, {"--virtual", "2", "get", "Width", "-c", "0", "-c", "1"}, "works on one camera"}),
+    [](const auto& instance) { return instance.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Features, EachMistake,
+    testing::Values(
+        Mistake{"Unknown", 1, {"--virtual", "1", "get", "Foo"}, "no feature 'Foo'; `tavix features` lists all"},
+        Mistake{"WrongCase", 1, {"--virtual", "1", "get", "width"}, "did you mean Width?"},
+        Mistake{"PartOfName", 1, {"--virtual", "1", "get", "Exposure"}, "ExposureTime"},
+        Mistake{"UnknownPart", 1, {"--virtual", "1", "features", "Foo"}, "no feature's name holds 'Foo'"},
+        Mistake{"ReadGroup", 1, {"--virtual", "1", "get", "Root"}, "`tavix features Root` lists them"},
+        Mistake{"ReadCommand", 1, {"--virtual", "1", "get", "TriggerSoftware"}, "`tavix set TriggerSoftware` executes"},
+        Mistake{"ReadUnavailable", 1, {"--virtual", "1", "get", "AcquisitionMultiFrameCount"}, "not available because"},
+        Mistake{"WriteReadOnly", 1, {"--virtual", "1", "set", "SensorWidth=5"}, "SensorWidth cannot be set now ("},
+        Mistake{"WriteGroup", 1, {"--virtual", "1", "set", "Root=5"}, "Root cannot be set now"},
+        Mistake{"NoValue", 1, {"--virtual", "1", "set", "Width"}, "write Width=VALUE"},
+        Mistake{"NoName", 1, {"--virtual", "1", "set", "=5"}, "write NAME=VALUE"},
+        Mistake{"TooSmall", 1, {"--virtual", "1", "set", "Width=7"}, "it takes 16 .. 1280 step 4"},
+        Mistake{"NoNumber", 1, {"--virtual", "1", "set", "Width=wide"}, "it takes 16 .. 1280 step 4"},
+        Mistake{"NoEntry", 1, {"--virtual", "1", "set", "PixelFormat=Foo"}, "it takes Mono8, "},
+        Mistake{"WhyUnknown", 1, {"--virtual", "1", "why", "Foo"}, "no feature 'Foo'"},
+        Mistake{
+            "BadSettingForGrab", 1, {"--virtual", "1", "grab", "-n", "1", "-s", "Width=7"}, "cannot set Width to '7'"},
+        Mistake{"NoFile", 1, {"xml", "/nowhere"}, "cannot read /nowhere"},
+        Mistake{"NoDescription", 1, {"xml", "/proc/self/comm"}, "is no camera description"}),
+    [](const auto& instance) { return instance.param.name; });
+
+/// A camera with faults of its own.
+struct Trouble {
+    const char* name;
+    const char* camera; ///< members of the camera's JSON object
+    Arguments command;
+    const char* says;
+};
+
+void PrintTo(const Trouble& trouble, std::ostream* out) {
+    *out << trouble.name;
+}
+
+class EachTrouble : public testing::TestWithParam<Trouble> {};
+
+TEST_P(EachTrouble, GetsOneLineAndExitStatusOne) {
+    const TestFolder folder;
+    Arguments arguments{"--virtual",
+                        folder.Write("cameras.json", std::string("{\"cameras\": [{") + GetParam().camera + "}]}")};
+    arguments.insert(arguments.end(), GetParam().command.begin(), GetParam().command.end());
+    ExpectOneLine(RunTool(arguments), 1, GetParam().says);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cameras, EachTrouble,
+    testing::Values(
+        Trouble{"InUse", R"("faults": {"refuseClaims": 1000})", {"info"}, "end the program that uses it and try again"},
+        Trouble{"Forbidden", R"("faults": {"refuseOpens": 1000})", {"info"}, "udev rule"},
+        Trouble{"CorruptDescription", R"("registers": {"manifest": "CorruptZip"})", {"info"}, "cannot open VC-1300"},
+        Trouble{"NoRoot", R"("registers": {"manifest": "NoRoot"})", {"features"}, "get and set work by name"},
+        Trouble{"NoStream", R"("faults": {"refuseStreamEnable": 1000})", {"grab"}, "0xA004"},
+        Trouble{"UntriggeredGrab",
+                "",
+                {"grab", "--set", "TriggerMode=On", "--timeout", "200"},
+                "add --set TriggerMode=Off"},
+        Trouble{"FolderInAFile", "", {"grab", "--output", "/dev/null/images"}, "choose another --output"}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST(SettingsFile, ThatIsNoJsonIsAMistakeOfTheCommandLine) {
+    const TestFolder folder;
+    ExpectOneLine(RunTool({"--virtual", folder.Write("bad.json", "{cameras"), "list"}), 2, "is not valid JSON");
+}
+
+} // namespace

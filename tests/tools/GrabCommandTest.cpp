@@ -1,0 +1,231 @@
+// Grabbing: figures, files, and ends of every kind.
+
+#include "Png.h"
+#include "TestFolder.h"
+#include "ToolRun.h"
+
+#include <core/WaitObject.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <set>
+
+#include <nlohmann/json.hpp>
+#include <sys/resource.h>
+
+namespace {
+
+using namespace tooltest;
+using nlohmann::json;
+
+/// The settings file of one camera as fast as it can be.
+std::string OneCamera(const TestFolder& folder, const std::string& members = {}) {
+    return folder.Write("cameras.json",
+                        "{\"cameras\": [{\"frameRateEnable\": false, \"sensorWidth\": 320, \"sensorHeight\": 240" +
+                            (members.empty() ? "" : ", " + members) + "}]}");
+}
+
+json Report(const Outcome& outcome) {
+    return json::parse(outcome.out, nullptr, /*allow_exceptions=*/false);
+}
+
+template<class Condition>
+bool Eventually(Condition condition) {
+    const Tavix::WaitObjectEx never = Tavix::WaitObjectEx::Create();
+    for (int i = 0; i < 3000; ++i) {
+        if (condition()) return true;
+        (void)never.Wait(10);
+    }
+    return false;
+}
+
+TEST(Grab, SavesEveryFrameOfTwoCamerasAtOnce) {
+    const TestFolder folder;
+    const Outcome outcome = RunTool({"--virtual", "2", "grab", "--all", "-n", "20", "-o", folder.Path("images"), "-s",
+                                     "Width=320", "-s", "Height=200", "-b", "32", "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    const json report = Report(outcome);
+    ASSERT_EQ(report["cameras"].size(), 2u);
+    for (const json& camera : report["cameras"]) {
+        EXPECT_EQ(camera["frames"], 20);
+        EXPECT_EQ(camera["failed"], 0);
+        EXPECT_EQ(camera["missed"], 0);
+        EXPECT_EQ(camera["images"], 20);
+        EXPECT_EQ(camera["bytes"], 20 * 320 * 200);
+        EXPECT_GT(camera["framesPerSecond"], 0);
+    }
+    const auto files = folder.Files(".png");
+    ASSERT_EQ(files.size(), 40u);
+    std::set<std::vector<std::uint8_t>> contents;
+    for (const std::string& file : files) {
+        const PngImage image = ReadPng(file);
+        ASSERT_TRUE(image.isRead) << file;
+        EXPECT_EQ(image.width, 320u);
+        EXPECT_EQ(image.height, 200u);
+        contents.insert(image.samples);
+    }
+    EXPECT_GE(contents.size(), 20u) << "each frame of a camera shows its own number";
+}
+
+TEST(Grab, ChecksTheChecksumOfEveryFrame) {
+    const TestFolder folder;
+    const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "25", "--chunks", "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const json camera = Report(outcome)["cameras"][0];
+    EXPECT_EQ(camera["checksumRight"], 25);
+    EXPECT_EQ(camera["checksumWrong"], 0);
+    EXPECT_EQ(camera["checksumMissing"], 0);
+}
+
+TEST(Grab, SavesTheImageWithoutItsChunks) {
+    const TestFolder folder;
+    const Outcome outcome =
+        RunTool({"--virtual", OneCamera(folder), "grab", "-n", "1", "--chunks", "-o", folder.Path(), "-f", "pgm"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    ASSERT_EQ(folder.Files(".pgm").size(), 1u);
+    EXPECT_EQ(std::filesystem::file_size(folder.Files(".pgm")[0]),
+              std::string("P5\n320 240\n255\n").size() + 320 * 240);
+}
+
+TEST(Grab, SavesEveryNthFrameInTheFormatAskedFor) {
+    const TestFolder folder;
+    const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "10", "--every", "4", "-f", "raw",
+                                     "-o", folder.Path("new/images")});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    ASSERT_EQ(folder.Files(".raw").size(), 3u);
+    EXPECT_EQ(std::filesystem::file_size(folder.Files(".raw")[0]), 320u * 240u);
+}
+
+class EachPixelFormat : public testing::TestWithParam<const char*> {};
+
+/// White, yellow, cyan, green, magenta, red, blue and black, 96 pixels each, whatever form the camera sends them in.
+TEST_P(EachPixelFormat, ShowsTheSameBars) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("bars.json", R"({"cameras": [{"sensorWidth": 768, "sensorHeight": 256}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "1", "-o", folder.Path(), "-s",
+                                     "TestPattern=ColorBar", "-s", std::string("PixelFormat=") + GetParam()});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    ASSERT_EQ(folder.Files(".png").size(), 1u);
+    const PngImage image = ReadPng(folder.Files(".png")[0]);
+    ASSERT_TRUE(image.isRead);
+    ASSERT_EQ(image.width, 768u);
+    const std::size_t pixel = static_cast<std::size_t>(image.channels) * image.depth / 8;
+    constexpr int kBars[8][3] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+                                 {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
+    for (std::size_t bar = 0; bar < 8; ++bar) {
+        const std::uint8_t* sample = &image.samples[(250 * 768 + 48 + 96 * bar) * pixel];
+        const int* rgb = kBars[bar];
+        if (image.channels == 3) {
+            for (int i = 0; i < 3; ++i)
+                EXPECT_NEAR(sample[i], rgb[i], 2) << "bar " << bar << ", channel " << i;
+        } else {
+            EXPECT_NEAR(sample[0], 0.299 * rgb[0] + 0.587 * rgb[1] + 0.114 * rgb[2], 2) << "bar " << bar;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Grab, EachPixelFormat,
+                         testing::Values("Mono8", "Mono12", "Mono12p", "BayerRG8", "RGB8", "BGR8", "YCbCr422_8"),
+                         [](const auto& instance) { return std::string(instance.param); });
+
+TEST(Grab, GivesUpWhenTheCameraFallsSilent) {
+    const Outcome outcome =
+        RunTool({"--virtual", "1", "grab", "-n", "5", "-s", "AcquisitionFrameRate=0.1", "--timeout", "200"});
+    EXPECT_EQ(outcome.status, 1);
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find("sent no image for 200 ms"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("wait longer with --timeout"), std::string::npos) << outcome.err;
+}
+
+TEST(Grab, EndsAtOnceWhenTheCameraIsUnplugged) {
+    const TestFolder folder;
+    const std::string settings =
+        OneCamera(folder, R"("faults": {"stream": [{"fault": "Unplug", "frame": 7, "value": 500}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "100", "--timeout", "60000", "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find("was unplugged during the grab, after "), std::string::npos) << outcome.err;
+    const json report = Report(outcome);
+    EXPECT_LE(report["cameras"][0]["frames"], 7);
+    ASSERT_EQ(report["errors"].size(), 1u);
+    EXPECT_EQ(outcome.err, "tavix: " + report["errors"][0].get<std::string>() + "\n");
+}
+
+TEST(Grab, KeepsTheFiguresOfTheOtherCameraWhenOneIsUnplugged) {
+    const TestFolder folder;
+    const std::string settings = folder.Write("two.json", R"({"cameras": [
+        {"serial": "1", "guid": "120900000001", "faults": {"stream": [{"fault": "Unplug", "frame": 3}]}},
+        {"serial": "2", "guid": "120900000002"}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "--all", "-n", "10"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find("VC-1300 (1) was unplugged"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.out.find("VC-1300 (2)      10"), std::string::npos) << outcome.out;
+}
+
+TEST(Grab, CountsADamagedFrameOnceAndGoesOn) {
+    const TestFolder folder;
+    const std::string settings =
+        OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 5, "value": 1000}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "20", "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const json camera = Report(outcome)["cameras"][0];
+    EXPECT_GE(camera["failed"], 1);
+    EXPECT_EQ(camera["frames"].get<int>() + camera["failed"].get<int>(), 20);
+    EXPECT_NE(camera["firstError"], "");
+}
+
+TEST(Grab, EndsInGoodOrderAtCtrlC) {
+    const TestFolder folder;
+    ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-o", folder.Path("images"), "--json"});
+    ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
+    run.Signal(SIGINT);
+    const Outcome outcome = run.Finish();
+    EXPECT_EQ(outcome.status, 130);
+    EXPECT_EQ(outcome.err, "tavix: interrupted\n");
+    const json report = Report(outcome);
+    EXPECT_GE(report["cameras"][0]["frames"], 1);
+    EXPECT_EQ(report["cameras"][0]["images"], folder.Files(".png").size());
+    EXPECT_EQ(report["errors"].size(), 0u);
+    for (const std::string& file : folder.Files(".png"))
+        EXPECT_TRUE(ReadPng(file).isRead) << file;
+}
+
+/// Limits the size of files as a full disk would. Restores it at the end of the scope.
+class SmallFiles {
+public:
+    explicit SmallFiles(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_Before);
+        const rlimit limit{bytes, m_Before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SmallFiles() { setrlimit(RLIMIT_FSIZE, &m_Before); }
+
+private:
+    rlimit m_Before{};
+};
+
+class EachFileFormat : public testing::TestWithParam<const char*> {};
+
+TEST_P(EachFileFormat, LeavesNoTornFileWhenItCannotBeWrittenWhole) {
+    const TestFolder folder;
+    const std::string settings = OneCamera(folder);
+    Outcome outcome;
+    {
+        const SmallFiles limit(1024);
+        outcome = RunTool(
+            {"--virtual", settings, "grab", "-n", "100000", "-o", folder.Path("images"), "-f", GetParam(), "-q"});
+    }
+    EXPECT_EQ(outcome.status, 1);
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find("cannot write " + folder.Path("images/")), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("choose another --output"), std::string::npos) << outcome.err;
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path("images")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Grab, EachFileFormat, testing::Values("png", "pgm", "raw"),
+                         [](const auto& instance) { return std::string(instance.param); });
+
+} // namespace

@@ -1,0 +1,96 @@
+// Image files, read back.
+
+#include "Png.h"
+#include "TestFolder.h"
+
+#include "tools/tavix/Error.h"
+#include "tools/tavix/ImageFile.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace tooltest;
+using Bytes = std::vector<std::uint8_t>;
+
+tool::ImageView ViewOf(const Bytes& bytes, std::uint32_t pixelFormat, std::uint32_t width, std::uint32_t height) {
+    tool::ImageView view;
+    view.data = bytes.data();
+    view.size = bytes.size();
+    view.pixelFormat = pixelFormat;
+    view.width = width;
+    view.height = height;
+    return view;
+}
+
+constexpr std::uint32_t kMono8 = 0x01080001, kMono12 = 0x01100005, kRGB8 = 0x02180014, kUnknown = 0x01080055;
+
+TEST(ImageFile, WritesGreyPngThatLibpngReadsBack) {
+    const TestFolder folder;
+    const Bytes bytes{0, 1, 2, 253, 254, 255};
+    const std::string path = WriteImage(folder.Path("grey"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 3, 2));
+    EXPECT_EQ(path, folder.Path("grey.png"));
+    const PngImage image = ReadPng(path);
+    ASSERT_TRUE(image.isRead);
+    EXPECT_EQ(image.width, 3u);
+    EXPECT_EQ(image.height, 2u);
+    EXPECT_EQ(image.depth, 8);
+    EXPECT_EQ(image.channels, 1);
+    EXPECT_EQ(image.samples, bytes);
+}
+
+TEST(ImageFile, WritesSixteenBitPngWithTheUpperByteFirst) {
+    const TestFolder folder;
+    const Bytes bytes{0x23, 0x01, 0xFF, 0x0F};
+    const PngImage image =
+        ReadPng(WriteImage(folder.Path("deep"), tool::ImageFormat::Png, ViewOf(bytes, kMono12, 2, 1)));
+    ASSERT_TRUE(image.isRead);
+    EXPECT_EQ(image.depth, 16);
+    EXPECT_EQ(image.samples, (Bytes{0x12, 0x31, 0xFF, 0xFF}));
+}
+
+TEST(ImageFile, WritesColourPng) {
+    const TestFolder folder;
+    const Bytes bytes{255, 0, 0, 0, 255, 0};
+    const PngImage image = ReadPng(WriteImage(folder.Path("rgb"), tool::ImageFormat::Png, ViewOf(bytes, kRGB8, 2, 1)));
+    ASSERT_TRUE(image.isRead);
+    EXPECT_EQ(image.channels, 3);
+    EXPECT_EQ(image.samples, bytes);
+}
+
+TEST(ImageFile, WritesPgmForGreyAndPpmForColour) {
+    const TestFolder folder;
+    const Bytes bytes{'a', 'b', 'c', 'd', 'e', 'f'};
+    EXPECT_EQ(WriteImage(folder.Path("grey"), tool::ImageFormat::Pgm, ViewOf(bytes, kMono8, 3, 2)),
+              folder.Path("grey.pgm"));
+    EXPECT_EQ(folder.Read("grey.pgm"), "P5\n3 2\n255\nabcdef");
+    EXPECT_EQ(WriteImage(folder.Path("rgb"), tool::ImageFormat::Pgm, ViewOf(bytes, kRGB8, 1, 2)),
+              folder.Path("rgb.ppm"));
+    EXPECT_EQ(folder.Read("rgb.ppm"), "P6\n1 2\n255\nabcdef");
+}
+
+TEST(ImageFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
+    const TestFolder folder;
+    const Bytes bytes{9, 8, 7};
+    const std::string content(bytes.begin(), bytes.end());
+    EXPECT_EQ(WriteImage(folder.Path("a"), tool::ImageFormat::Raw, ViewOf(bytes, kMono8, 3, 1)), folder.Path("a.raw"));
+    EXPECT_EQ(folder.Read("a.raw"), content);
+    EXPECT_EQ(WriteImage(folder.Path("b"), tool::ImageFormat::Png, ViewOf(bytes, kUnknown, 3, 1)),
+              folder.Path("b.raw"));
+    EXPECT_EQ(folder.Read("b.raw"), content);
+    EXPECT_EQ(WriteImage(folder.Path("c"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 4, 1)), folder.Path("c.raw"));
+}
+
+TEST(ImageFile, NamesTheFileThatCannotBeWritten) {
+    const Bytes bytes{1};
+    for (const auto format : {tool::ImageFormat::Png, tool::ImageFormat::Pgm, tool::ImageFormat::Raw}) {
+        try {
+            WriteImage("/nowhere/at/all/x", format, ViewOf(bytes, kMono8, 1, 1));
+            ADD_FAILURE() << "a file in a folder that does not exist";
+        } catch (const tool::Error& e) {
+            EXPECT_NE(std::string(e.what()).find("cannot write /nowhere/at/all/x."), std::string::npos) << e.what();
+        }
+    }
+}
+
+} // namespace

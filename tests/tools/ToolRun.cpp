@@ -1,0 +1,82 @@
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tooltest {
+namespace {
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+ToolRun::ToolRun(const Arguments& arguments) {
+    m_Folder = testing::TempDir() + "tavix_run_XXXXXX";
+    if (!mkdtemp(m_Folder.data())) throw std::runtime_error("no scratch folder");
+    std::vector<char*> argv{const_cast<char*>(TAVIX_TOOL)};
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    const std::string out = m_Folder + "/out", err = m_Folder + "/err";
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
+    const int error = posix_spawn(&m_Process, TAVIX_TOOL, &files, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (error != 0) throw std::runtime_error("tavix cannot be started");
+}
+
+ToolRun::~ToolRun() {
+    if (m_Process > 0) {
+        kill(m_Process, SIGKILL);
+        waitpid(m_Process, nullptr, 0);
+    }
+    std::error_code ignored;
+    std::filesystem::remove_all(m_Folder, ignored);
+}
+
+void ToolRun::Signal(int signal) const {
+    if (m_Process > 0) kill(m_Process, signal);
+}
+
+Outcome ToolRun::Finish() {
+    int status = 0;
+    waitpid(m_Process, &status, 0);
+    m_Process = -1;
+    Outcome outcome;
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    outcome.out = ReadFile(m_Folder + "/out");
+    outcome.err = ReadFile(m_Folder + "/err");
+    return outcome;
+}
+
+Outcome RunTool(const Arguments& arguments) {
+    return ToolRun(arguments).Finish();
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+} // namespace tooltest

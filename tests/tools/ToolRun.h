@@ -1,0 +1,42 @@
+#pragma once
+// Running the program `tavix` as a shell does.
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tooltest {
+
+/// What a program left behind.
+struct Outcome {
+    int status = -1; ///< exit status; 128 + signal when a signal ended it
+    std::string out, err;
+};
+
+using Arguments = std::vector<std::string>;
+
+/// The program, from its start to its end. Killed if it still runs at the end of the scope. Bound to a thread.
+class ToolRun {
+public:
+    explicit ToolRun(const Arguments& arguments);
+    ~ToolRun();
+    ToolRun(const ToolRun&) = delete;
+    ToolRun& operator=(const ToolRun&) = delete;
+
+    void Signal(int signal) const;
+    /// Waits for its end.
+    Outcome Finish();
+
+private:
+    std::string m_Folder;
+    pid_t m_Process = -1;
+};
+
+/// Runs `tavix` with these arguments and waits for its end.
+Outcome RunTool(const Arguments& arguments);
+
+/// The lines of a text; what follows the last line end counts if it is not empty.
+std::vector<std::string> Lines(const std::string& text);
+
+} // namespace tooltest
