@@ -26,9 +26,12 @@ echo; echo "demo: the cameras"
 [ "$("$tavix" list --json | grep -c '"FullName"')" -ge 2 ] || fail "two virtual cameras were expected in the list"
 
 echo; echo "demo: $frames frames from each camera at once, chunk data checked, images into $images"
-"$tavix" grab --all --frames "$frames" --chunks --output "$images" || fail "grabbing failed"
+"$tavix" grab --all --frames "$frames" --chunks --buffers 32 --output "$images" || fail "grabbing failed"
 count=$(find "$images" -name '*.png' -size +0 | wc -l)
 [ "$count" -ge $((2 * frames)) ] || fail "$((2 * frames)) images were expected in $images, $count are there"
+
+echo; echo "demo: events that a camera sends while it takes images"
+build/release/bin/example_events || fail "no events came"
 
 echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, Mono8, no frame rate limit)"
 "$tavix" grab --frames 2000 --set Width=1920 --set Height=1080 --set PixelFormat=Mono8 --set AcquisitionFrameRateEnable=0 \

@@ -1,0 +1,103 @@
+#pragma once
+// The steps that every example takes and none of them is about; enumerate_and_grab.cpp shows them one by one.
+
+#include <cstdio>
+#include <vector>
+
+#include <GenApi/GenApi.h>
+#include <tavix/Tavix.h>
+
+namespace example {
+
+/// An open camera, closed and given back at the end of its scope. Bound to a thread.
+class Camera {
+public:
+    explicit Camera(const Tavix::CDeviceInfo& info = {}) : m_Device(Factory().CreateFirstDevice(info)) {
+        try {
+            m_Device->Open();
+        } catch (...) {
+            Factory().DestroyDevice(m_Device);
+            throw;
+        }
+    }
+    ~Camera() {
+        m_Device->Close();
+        Factory().DestroyDevice(m_Device);
+    }
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+
+    static Tavix::CTlFactory& Factory() { return Tavix::CTlFactory::GetInstance(); }
+    Tavix::ITavixDevice* operator->() const { return m_Device; }
+    void Set(const char* name, const char* value) const {
+        GenApi::CValuePtr(m_Device->GetNodeMap()->GetNode(name))->FromString(value);
+    }
+    long long Integer(const char* name) const {
+        return GenApi::CIntegerPtr(m_Device->GetNodeMap()->GetNode(name))->GetValue();
+    }
+    void Execute(const char* name) const { GenApi::CCommandPtr(m_Device->GetNodeMap()->GetNode(name))->Execute(); }
+
+private:
+    Tavix::ITavixDevice* m_Device;
+};
+
+/// A prepared stream with queued buffers, undone at the end of its scope. A camera that has gone refuses some of that,
+/// which is no reason to leave out the rest. Bound to a thread.
+class Stream {
+public:
+    explicit Stream(const Camera& camera, std::size_t count = 4) : m_Grabber(*camera->GetStreamGrabber(0)) {
+        m_Buffers.assign(count, std::vector<unsigned char>(static_cast<std::size_t>(camera.Integer("PayloadSize"))));
+        m_Grabber.Open();
+        GenApi::CIntegerPtr(m_Grabber.GetNodeMap()->GetNode("MaxBufferSize"))
+            ->SetValue(static_cast<std::int64_t>(m_Buffers.front().size()));
+        m_Grabber.PrepareGrab();
+        for (auto& buffer : m_Buffers) {
+            m_Handles.push_back(m_Grabber.RegisterBuffer(buffer.data(), buffer.size()));
+            m_Grabber.QueueBuffer(m_Handles.back());
+        }
+    }
+    ~Stream() {
+        Try([&] { m_Grabber.CancelGrab(); });
+        Try([&] {
+            for (Tavix::GrabResult result; m_Grabber.RetrieveResult(result);) {
+            }
+        });
+        Try([&] { m_Grabber.FinishGrab(); });
+        for (auto handle : m_Handles)
+            Try([&] { m_Grabber.DeregisterBuffer(handle); });
+        Try([&] { m_Grabber.Close(); });
+    }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    Tavix::IStreamGrabber* operator->() const { return &m_Grabber; }
+
+private:
+    template<class Step>
+    static void Try(Step step) {
+        try {
+            step();
+        } catch (const GenICam::GenericException& e) {
+            std::fprintf(stderr, "while finishing: %s\n", e.GetDescription());
+        }
+    }
+
+    Tavix::IStreamGrabber& m_Grabber;
+    std::vector<std::vector<unsigned char>> m_Buffers;
+    std::vector<Tavix::StreamBufferHandle> m_Handles;
+};
+
+/// Runs an example; its exceptions become a line and exit status 1.
+template<class Body>
+int Run(Body body) {
+    try {
+        return body();
+    } catch (const GenICam::GenericException& e) {
+        std::fprintf(stderr, "%s\n", e.GetDescription());
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+    }
+    return 1;
+}
+
+} // namespace example
