@@ -6,7 +6,6 @@
 namespace vexlo {
 
 void PacketParser::Feed(const std::uint8_t* data, std::size_t size, bool endsShort) {
-    if (size == 0) return;
     const bool hasLastPacket = endsShort && size % m_MaxPacketSize != 0;
     const std::size_t last = hasLastPacket ? size - size % m_MaxPacketSize : size;
     if (last > 0) {
@@ -14,6 +13,7 @@ void PacketParser::Feed(const std::uint8_t* data, std::size_t size, bool endsSho
         if (m_Place == Place::InBlock) Append({data, last});
     }
     if (hasLastPacket) FeedLastPacket({data + last, size - last});
+    if (endsShort && !hasLastPacket) m_PayloadEnded = true; // an empty packet
 }
 
 void PacketParser::FeedLastPacket(u3v::ByteView packet) {
@@ -26,6 +26,7 @@ void PacketParser::FeedLastPacket(u3v::ByteView packet) {
         m_Place = Place::BetweenBlocks;
     } else if (inBlock) {
         Append(packet);
+        m_PayloadEnded = true;
     } else {
         m_Place = Place::Lost;
     }
@@ -33,7 +34,8 @@ void PacketParser::FeedLastPacket(u3v::ByteView packet) {
 
 void PacketParser::Begin(const u3v::Leader& leader) {
     if (m_Place == Place::InBlock) End(std::nullopt);
-    m_Current = Block{leader, std::nullopt, {}};
+    m_Current = Block{leader, std::nullopt, {}, false};
+    m_PayloadEnded = false;
     m_Place = Place::InBlock;
 }
 
@@ -44,8 +46,10 @@ void PacketParser::End(std::optional<u3v::Trailer> trailer) {
 }
 
 void PacketParser::Append(u3v::ByteView bytes) {
+    if (m_PayloadEnded) return;
     const std::uint64_t room = m_MaxPayload - std::min<std::uint64_t>(m_MaxPayload, m_Current.payload.size());
     const u3v::ByteView kept = bytes.First(static_cast<std::size_t>(room));
+    m_Current.overran = m_Current.overran || kept.size < bytes.size;
     m_Current.payload.insert(m_Current.payload.end(), kept.data, kept.data + kept.size);
 }
 

@@ -23,6 +23,7 @@ public:
         u3v::Leader leader;
         std::optional<u3v::Trailer> trailer; ///< none: the next leader came first
         std::vector<std::uint8_t> payload;
+        bool overran = false; ///< more came than a block may bring, so these are not the bytes of one block
     };
 
     /// `maxPayload`: most bytes that a block may bring; what goes beyond is dropped.
@@ -47,7 +48,8 @@ private:
     const std::uint32_t m_MaxPacketSize;
     const std::uint64_t m_MaxPayload;
     Place m_Place;
-    Block m_Current; // meaningful in a block
+    Block m_Current;             // meaningful in a block
+    bool m_PayloadEnded = false; // a short packet came: later bytes of the block mean nothing
     std::vector<Block> m_Blocks;
 };
 

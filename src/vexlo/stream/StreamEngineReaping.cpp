@@ -164,6 +164,7 @@ void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& bl
     evidence.trailer = block.trailer;
     evidence.received = block.payload.size();
     evidence.bufferSize = buffer->size;
+    if (block.overran) evidence.failure = VX_E_DATA_OVERRUN;
     Complete(buffer, JudgeBlock(evidence));
 }
 

@@ -198,7 +198,23 @@ TEST(PacketParser, KeepsNoMorePayloadThanABlockMayBring) {
     FeedFull(parser, Bytes(1024, 2));
     FeedFull(parser, Bytes(1024, 3));
     FeedShort(parser, kTrailer);
-    EXPECT_EQ(parser.TakeBlocks().at(0).payload.size(), 1500u);
+    const auto blocks = parser.TakeBlocks();
+    EXPECT_EQ(blocks.at(0).payload.size(), 1500u);
+    EXPECT_TRUE(blocks.at(0).overran);
+}
+
+TEST(PacketParser, IgnoresWhatFollowsAShortPacketInABlock) {
+    for (const std::size_t end : {0u, 100u}) {
+        PacketParser parser(1024, kMuch, Place::Lost);
+        FeedShort(parser, kLeader);
+        FeedShort(parser, Pixels(1, 1024 + end));
+        FeedFull(parser, Bytes(2048, 1));
+        FeedShort(parser, Bytes(300, 1));
+        FeedShort(parser, kTrailer);
+        const auto blocks = parser.TakeBlocks();
+        EXPECT_EQ(blocks.at(0).payload, Pixels(1, 1024 + end));
+        EXPECT_FALSE(blocks.at(0).overran);
+    }
 }
 
 TEST(PacketParser, DropsABlockThatItCouldNotSee) {

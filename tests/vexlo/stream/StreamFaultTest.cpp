@@ -390,6 +390,17 @@ TEST(StreamFault, FindsThePlaceInWhatAnEarlierRunLeft) {
     }
 }
 
+/// The block that is read while the place is looked for is no better than those of the plan.
+TEST(StreamFault, DoesNotTakeABlockForGoodThatBringsTooMuchWhileThePlaceIsLookedFor) {
+    EngineBench bench({5000, 2048, 1024});
+    const auto lost = Without(bench.Good(0), 4);
+    bench.bus.Send(lost + Inserted(bench.Good(1), 1, Pixels(1, 2048)) + bench.Good(2));
+    bench.Start();
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_BAD_TRAILER);
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_DATA_OVERRUN);
+    bench.ExpectGood(2);
+}
+
 /// A camera that does so does it with every block.
 TEST(StreamFault, GetsWholeBlocksFromACameraThatSendsAnEmptyPacketBeforeEachTrailer) {
     for (const std::size_t buffers : {1u, 2u, 4u}) {
