@@ -202,6 +202,7 @@ TEST_F(Removal, MakesNobodyWaitForAHandlerThatDeregisteredItself) {
     EXPECT_EQ(VxDeregisterCallback(running.handle), VX_E_NOT_FOUND);
     EXPECT_FALSE(running.returned) << "the answer came while the handler still runs";
     running.mayReturn.Open();
+    EXPECT_TRUE(camera.WaitFor([&] { return running.returned.load(); })) << "the handler uses what this test owns";
 }
 
 } // namespace

@@ -57,7 +57,12 @@ protected:
     void Start(int count, std::size_t size = kPayload) {
         Prepare();
         Queue(count, size);
-        EXPECT_TRUE(camera.WaitFor([&] { return camera.Queued(kStreamIn) != 0; }));
+        EXPECT_TRUE(camera.WaitFor([&] { return camera.Queued(kStreamIn) >= AtOnce(count); }));
+    }
+    /// Transfers that are queued for so many buffers, when nothing but the settings limits them.
+    std::size_t AtOnce(int buffers) {
+        const auto limit = Property<std::uint32_t>(*stream, CVxStream::Property_NumMaxQueuedUrbs);
+        return std::min({static_cast<std::size_t>(buffers) * 5, std::size_t{limit}, transferLimit});
     }
 
     /// A block as the camera of this plan sends it.
@@ -112,6 +117,7 @@ protected:
     }
     std::uint64_t Count(CVxStream::EPropertyValue id) { return Property<std::uint64_t>(*stream, id); }
 
+    std::size_t transferLimit = SIZE_MAX; ///< of the system
     CVxStream* stream = nullptr;
     Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
     std::deque<Bytes> memory; ///< of the registered buffers
@@ -358,26 +364,34 @@ TEST_F(Stream, FailsABlockWithTheTrailerOfAnother) {
 /// The stream finds back after `damage` was done to a block in the midst of good ones.
 class LostPlace : public Stream {
 protected:
+    /// Looks at all results and queues their buffers again.
+    void QueueAgain(std::uint64_t& good) {
+        for (CVxStream::GrabResult result; stream->RetrieveBuffer(&result, nullptr) == VX_OK;) {
+            if (result.Status == VX_OK) {
+                good = result.BlockId;
+                EXPECT_EQ(Contents(result), Pattern(kPayload, static_cast<unsigned int>(good)));
+            }
+            ASSERT_EQ(stream->QueueBuffer(result.Handle, result.Context), VX_OK);
+        }
+    }
     void ExpectRecovery(const std::vector<Bytes>& damaged) {
         Start(8);
         Send(Block(0));
         ExpectGood(0);
         Send(damaged);
-        std::uint64_t id = 2;
         // The camera goes on; it takes a block or two to find back.
         std::uint64_t good = UINT64_MAX;
-        for (; id < 40 && good == UINT64_MAX; ++id) {
+        for (std::uint64_t id = 2; id < 40 && good == UINT64_MAX; ++id) {
             Send(Block(id));
-            ASSERT_TRUE(camera.WaitFor([&] { return camera.Queued(kStreamIn) != 0; }));
-            for (CVxStream::GrabResult result; stream->RetrieveBuffer(&result, nullptr) == VX_OK;) {
-                if (result.Status == VX_OK) {
-                    good = result.BlockId;
-                    EXPECT_EQ(Contents(result), Pattern(kPayload, static_cast<unsigned int>(good)));
-                }
-                ASSERT_EQ(stream->QueueBuffer(result.Handle, result.Context), VX_OK);
-            }
+            ASSERT_TRUE(camera.WaitFor([&] {
+                QueueAgain(good);
+                return good != UINT64_MAX || camera.Queued(kStreamIn) != 0;
+            }));
         }
-        EXPECT_NE(good, UINT64_MAX) << "no good block ever again";
+        ASSERT_TRUE(camera.WaitFor([&] {
+            QueueAgain(good);
+            return good != UINT64_MAX;
+        })) << "no good block ever again";
         EXPECT_GE(Count(CVxStream::Property_ResynchronizationCount), 1u);
         EXPECT_TRUE(GuardsAreWhole());
     }
@@ -457,7 +471,7 @@ TEST_F(BadLink, CompletesAllBuffersWhenTheCameraIsGone) {
 }
 
 TEST_F(Stream, ShrinksItsQueueWhenMemoryIsShort) {
-    camera.AllowTransfers(4);
+    camera.AllowTransfers(transferLimit = 4);
     Start(4);
     for (std::uint64_t id = 0; id < 4; ++id) {
         Send(Block(id));
