@@ -2,6 +2,7 @@
 
 #include "vexlo/UsbStatus.h"
 
+#include <exception>
 #include <utility>
 
 namespace vexlo {
@@ -89,9 +90,15 @@ VxStatus CVxStream::Impl::Enable(StreamRegisters& registers) {
         (void)registers.Disable();
         return status;
     }
-    auto engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);
-    engine->Start();
-    SetEngine(std::move(engine));
+    try {
+        auto engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);
+        engine->Start();
+        SetEngine(std::move(engine));
+    } catch (const std::exception&) { // neither memory nor a thread can be had for ever
+        pool.Stop(VX_E_CANCELLED);
+        (void)registers.Disable();
+        return VX_E_NO_MEMORY;
+    }
     state = State::Streaming;
     return VX_OK;
 }

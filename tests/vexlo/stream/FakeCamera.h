@@ -6,11 +6,40 @@
 #include "vexlo/stream/StreamHost.h"
 
 #include <map>
+#include <memory>
 #include <utility>
 
 namespace streamtest {
 
 using vexlo::VxStatus;
+
+/// A handle of its own on a bus that others look at. Thread-safe.
+class BusHandle final : public usb::Handle {
+public:
+    explicit BusHandle(PacketBus& bus) : m_Bus(bus) { m_Bus.CountHandles(1); }
+    ~BusHandle() override { m_Bus.CountHandles(-1); }
+    [[nodiscard]] usb::Result Claim(std::uint8_t number) override { return m_Bus.Claim(number); }
+    usb::Result Release(std::uint8_t number) override { return m_Bus.Release(number); }
+    [[nodiscard]] usb::Result Control(const usb::ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
+                                      unsigned int timeoutMs) override {
+        return m_Bus.Control(setup, data, actual, timeoutMs);
+    }
+    [[nodiscard]] usb::Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
+                                   unsigned int timeoutMs) override {
+        return m_Bus.Bulk(endpoint, data, length, actual, timeoutMs);
+    }
+    [[nodiscard]] usb::Result Submit(usb::Transfer& transfer) override { return m_Bus.Submit(transfer); }
+    usb::Result Cancel(usb::Transfer& transfer) override { return m_Bus.Cancel(transfer); }
+    void Forget(usb::Transfer& transfer) override { m_Bus.Forget(transfer); }
+    usb::Result HandleEvents(unsigned int timeoutMs) override { return m_Bus.HandleEvents(timeoutMs); }
+    void WakeEvents() override { m_Bus.WakeEvents(); }
+    [[nodiscard]] usb::Result ClearHalt(std::uint8_t endpoint) override { return m_Bus.ClearHalt(endpoint); }
+    [[nodiscard]] usb::Result Reset() override { return m_Bus.Reset(); }
+    std::string ReadString(std::uint8_t index) override { return m_Bus.ReadString(index); }
+
+private:
+    PacketBus& m_Bus; // borrowed
+};
 
 /// Switching the stream off drops what was not sent. Thread-safe.
 class FakeCamera final : public vexlo::StreamHost {
@@ -60,10 +89,17 @@ public:
         return m_HaltsBeforeEnable;
     }
 
-    [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>&) override { return vexlo::VX_E_NOT_SUPPORTED; }
+    /// Answer when the stream is opened.
+    VxStatus openAnswer = vexlo::VX_OK;
+    VxStatus channelAnswer = vexlo::VX_OK;
+
+    [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) override {
+        handle = std::make_unique<BusHandle>(m_Bus);
+        return openAnswer;
+    }
     [[nodiscard]] VxStatus GetStreamChannel(vexlo::StreamChannel& channel) override {
         channel = Channel(1024);
-        return vexlo::VX_OK;
+        return channelAnswer;
     }
     [[nodiscard]] VxStatus ReadRegister(std::uint64_t address, void* data, std::size_t size) override;
     [[nodiscard]] VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) override;

@@ -184,6 +184,40 @@ bool PacketBus::IsBusy(const usb::Transfer& transfer) const {
            std::count(m_Ended.begin(), m_Ended.end(), &transfer);
 }
 
+int PacketBus::Handles() const {
+    Lock lock(m_Mutex);
+    return m_Handles;
+}
+
+void PacketBus::CountHandles(int change) {
+    Lock lock(m_Mutex);
+    m_Handles += change;
+    if (change < 0 && !(m_Queue.empty() && m_Ended.empty()))
+        m_Offences.push_back("a handle was closed with transfers queued");
+}
+
+int PacketBus::Claims() const {
+    Lock lock(m_Mutex);
+    return m_Claims;
+}
+
+void PacketBus::RefuseClaim(Result result) {
+    Lock lock(m_Mutex);
+    m_Claim = result;
+}
+
+Result PacketBus::Claim(std::uint8_t) {
+    Lock lock(m_Mutex);
+    if (m_Claim == Result::Ok) ++m_Claims;
+    return m_Claim;
+}
+
+Result PacketBus::Release(std::uint8_t) {
+    Lock lock(m_Mutex);
+    --m_Claims;
+    return Result::Ok;
+}
+
 Result PacketBus::Submit(usb::Transfer& transfer) {
     Lock lock(m_Mutex);
     if (m_Gone) return Result::NoDevice;

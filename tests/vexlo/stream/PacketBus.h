@@ -54,8 +54,14 @@ public:
     /// False when the condition does not hold after some seconds.
     bool WaitFor(const std::function<bool()>& condition) const;
 
-    [[nodiscard]] usb::Result Claim(std::uint8_t) override { return usb::Result::Ok; }
-    usb::Result Release(std::uint8_t) override { return usb::Result::Ok; }
+    /// Handles that are open on this bus besides itself, and claims.
+    int Handles() const;
+    void CountHandles(int change);
+    int Claims() const;
+    void RefuseClaim(usb::Result result);
+
+    [[nodiscard]] usb::Result Claim(std::uint8_t number) override;
+    usb::Result Release(std::uint8_t number) override;
     [[nodiscard]] usb::Result Control(const usb::ControlSetup&, std::uint8_t*, std::size_t&, unsigned int) override {
         return usb::Result::NotSupported;
     }
@@ -98,6 +104,9 @@ private:
     usb::Result m_Events = usb::Result::Ok;
     usb::Result m_ClearHalt = usb::Result::Ok;
     usb::Result m_NextSubmit = usb::Result::Ok;
+    usb::Result m_Claim = usb::Result::Ok;
+    int m_Handles = 0;
+    int m_Claims = 0;
     bool m_Halted = false;
     bool m_Gone = false;
     bool m_Wake = false;
