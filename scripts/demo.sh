@@ -5,9 +5,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 frames=${1:-100}
+[[ "$frames" =~ ^[1-9][0-9]*$ ]] || { echo "demo: '$frames' is no number of frames; usage: scripts/demo.sh [frames]" >&2; exit 2; }
 images=out/demo
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+log=$(mktemp) settings=$(mktemp)
+trap 'rm -f "$log" "$settings"' EXIT
 
 fail() { echo "demo: $1" >&2; exit 1; }
 quietly() { "$@" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }; }
@@ -34,7 +35,7 @@ echo; echo "demo: events that a camera sends while it takes images"
 build/release/bin/example_events || fail "no events came"
 
 echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, Mono8, no frame rate limit)"
-"$tavix" grab --frames 2000 --set Width=1920 --set Height=1080 --set PixelFormat=Mono8 --set AcquisitionFrameRateEnable=0 \
-    || fail "the fast grab failed"
+echo '{"cameras": [{"sensorWidth": 1920, "sensorHeight": 1088, "frameRateEnable": false}]}' >"$settings"
+"$tavix" --virtual "$settings" grab --frames 2000 --set Height=1080 || fail "the fast grab failed"
 
 echo; echo "demo: $count images are in $images, for example $(find "$images" -name '*.png' | sort | head -n 1)"
