@@ -110,34 +110,35 @@ void RemovalNotifier::Run() {
         }
         const Notice notice = m_Notices.front();
         m_Notices.pop_front();
-        Deliver(notice, lock);
+        Deliver(notice);
     }
 }
 
-void RemovalNotifier::Deliver(const Notice& notice, MutexLock& lock) {
+/// Leaves the lock for what it calls, and holds it again afterwards.
+void RemovalNotifier::Deliver(const Notice& notice) {
     const auto found = m_Watched.find(notice.token);
     if (found == m_Watched.end()) return; // closed in the meantime
     auto listener = found->second.listener.lock();
-    lock.Unlock();
+    m_Lock.unlock();
     if (listener) listener->CameraGone();
     listener.reset(); // may be the last share: its end must not need our lock
-    lock.Lock();
-    while (!m_Stopped && CallNext(notice, lock)) {
+    m_Lock.lock();
+    while (!m_Stopped && CallNext(notice)) {
     }
 }
 
 /// Calls one handler that the notice is for; false when there is none left.
-bool RemovalNotifier::CallNext(const Notice& notice, MutexLock& lock) {
+bool RemovalNotifier::CallNext(const Notice& notice) {
     for (auto& [handle, registration] : m_Registrations) {
         if (registration.delivered || registration.token != notice.token) continue;
         if (registration.params.Kind != notice.kind) continue;
         registration.delivered = true;
         m_Running = handle;
         const VxCallbackParams params = registration.params;
-        lock.Unlock();
+        m_Lock.unlock();
         const VxCallbackData data{params.Kind, params.Context, params.Device};
         params.Handler(&data);
-        lock.Lock();
+        m_Lock.lock();
         m_Running = 0;
         m_Returned.notify_all();
         return true;

@@ -75,8 +75,8 @@ private:
     void Post(Notice notice) TAVIX_REQUIRES(m_Lock);
     void StartThread() TAVIX_REQUIRES(m_Lock);
     void Run() TAVIX_EXCLUDES(m_Lock);
-    void Deliver(const Notice& notice, MutexLock& lock) TAVIX_REQUIRES(m_Lock);
-    bool CallNext(const Notice& notice, MutexLock& lock) TAVIX_REQUIRES(m_Lock);
+    void Deliver(const Notice& notice) TAVIX_REQUIRES(m_Lock);
+    bool CallNext(const Notice& notice) TAVIX_REQUIRES(m_Lock);
 
     Mutex m_Lock;
     std::condition_variable m_Wake;     ///< notices, or the end

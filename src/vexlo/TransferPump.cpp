@@ -73,7 +73,6 @@ void TransferPump::StopThread() {
 }
 
 void TransferPump::CameraGone() {
-    PumpClient::Clock::time_point unused;
     MutexLock lock(m_Lock);
     const std::vector<Entry> clients = m_Clients;
     for (const Entry& entry : clients) {
