@@ -80,8 +80,11 @@ VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsig
 
 VxStatus CVxEventStream::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
     const EventRing::Counts counts = m_Impl->engine.Counts();
-    const MutexLock lock(m_Impl->lock);
-    const EventEngine::Settings& settings = m_Impl->settings;
+    EventEngine::Settings settings;
+    {
+        const MutexLock lock(m_Impl->lock);
+        settings = m_Impl->settings;
+    }
     switch (id) {
     case Property_NumBuffer:
         return GetValue(settings.buffers, buffer, size);
