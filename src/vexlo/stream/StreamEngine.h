@@ -38,8 +38,9 @@ struct EngineSettings {
 ///           it are delivered and the place in the stream is known as well as it can be.
 /// scanning  One transfer after the other is read as packets, until a block's end.
 ///
-/// A camera that halted its endpoint, and a link that failed, need more: the stream is switched off and on between
-/// reaping and planned. A camera that is gone ends the stream; all buffers complete as failed.
+/// A camera that halted its endpoint, a link that failed, and packets in which no block's end is found need more: the
+/// stream is switched off and on between reaping and planned. A camera that is gone ends the stream; all buffers
+/// complete as failed.
 ///
 /// One thread does all this; the public operations only ask it to. They are thread-safe.
 class StreamEngine {
@@ -148,6 +149,7 @@ private:
     std::vector<const PlannedTransfer*> m_Reaped;
     std::deque<PacketParser::Block> m_Found; // whole blocks that wait for buffers, oldest first
     std::vector<std::uint8_t> m_ScanBytes;
+    std::uint64_t m_Scanned = 0; // bytes since scanning began
     PlannedTransfer m_Scan;
     unsigned int m_RestartsInARow = 0;
     unsigned int m_CancelsTaken = 0;

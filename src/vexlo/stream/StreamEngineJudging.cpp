@@ -4,10 +4,14 @@
 
 #include "vexlo/UsbStatus.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vexlo {
 namespace {
+
+/// Bytes that are looked through at least before the place is given up; less may be left of an earlier run.
+constexpr std::uint64_t kFewestScanned = 256u << 10;
 
 bool IsFull(const PlannedTransfer& transfer) {
     return transfer.usb.actualLength == transfer.usb.length;
@@ -131,7 +135,16 @@ void StreamEngine::JudgeScan(PlannedTransfer& transfer) {
     if (!JudgeStatus(transfer)) return;
     m_Parser->Feed(transfer.usb.buffer, transfer.usb.actualLength, transfer.EndsShort());
     TakeFound();
-    if (m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks) m_Mode = Mode::Planned;
+    if (m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks) {
+        m_Mode = Mode::Planned;
+        return;
+    }
+    // The rest of one block and the whole of the next must show where a block ends, unless the camera fills leader and
+    // trailer up so that they cannot be told from payload. An empty packet counts as well: they must not go on for
+    // ever.
+    m_Scanned += std::max<std::uint64_t>(transfer.usb.actualLength, m_Settings.channel.maxPacketSize);
+    if (m_Scanned > std::max(3 * m_Settings.plan.Capacity(), kFewestScanned))
+        Leave(Reason::Restart, VX_E_RESYNCHRONIZED);
 }
 
 } // namespace vexlo

@@ -114,6 +114,7 @@ void StreamEngine::GoOn() {
 void StreamEngine::FindPlace() {
     const bool found = m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks;
     m_Mode = found ? Mode::Planned : Mode::Scanning;
+    m_Scanned = 0;
     if (found || !m_ScanBytes.empty()) return;
     const std::size_t unit = m_Settings.channel.maxPacketSize;
     m_ScanBytes.resize(std::max(m_Settings.plan.payloadSize / unit * unit, kFewestScanPackets * unit));

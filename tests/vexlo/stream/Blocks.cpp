@@ -21,7 +21,8 @@ Bytes Leader(std::uint64_t id, std::uint32_t width, std::uint32_t height) {
     Put(bytes, 0x01080001, 4);
     Put(bytes, width, 4);
     Put(bytes, height, 4);
-    Put(bytes, 0, 12);
+    Put(bytes, 0, 8);
+    Put(bytes, 0, 4);
     return bytes;
 }
 

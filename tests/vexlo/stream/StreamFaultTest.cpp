@@ -390,6 +390,40 @@ TEST(StreamFault, FindsThePlaceInWhatAnEarlierRunLeft) {
     }
 }
 
+/// Leaders and trailers that fill their transfers look like payload once the place is lost.
+TEST(StreamFault, RestartsWhenNothingTellsWhereABlockEnds) {
+    EngineBench bench;
+    const auto filled = [&](std::uint64_t id) {
+        auto transfers = bench.Good(id);
+        transfers.front().resize(1024);
+        transfers.back().resize(1024);
+        return transfers;
+    };
+    const auto send = [&](std::uint64_t count) {
+        for (std::uint64_t id = 0; id < count; ++id)
+            bench.bus.Send(filled(id));
+    };
+    bench.camera.OnEnable([&](unsigned int) { send(10); });
+    bench.bus.Send(Without(filled(77), 0));
+    send(80);
+    bench.Start();
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_BAD_LEADER);
+    for (std::uint64_t id = 0; id < 10; ++id)
+        bench.ExpectGood(id);
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+    EXPECT_EQ(bench.statistics.failedBuffers, 1u);
+}
+
+TEST(StreamFault, DoesNotWaitForEverWhenOnlyEmptyPacketsCome) {
+    EngineBench bench;
+    bench.bus.Send(Bytes(1024, 1));
+    bench.bus.Send(std::vector<Bytes>(300));
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_BAD_LEADER);
+    bench.ExpectGood(0);
+}
+
 /// The block that is read while the place is looked for is no better than those of the plan.
 TEST(StreamFault, DoesNotTakeABlockForGoodThatBringsTooMuchWhileThePlaceIsLookedFor) {
     EngineBench bench({5000, 2048, 1024});
