@@ -22,6 +22,16 @@ std::string ReadFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// The address sanitizer does not know every format of the C library and says so once a process; that is no line of the
+/// program's.
+std::string WithoutSanitizerNotes(const std::string& text) {
+    std::string kept;
+    for (const std::string& line : Lines(text)) {
+        if (line.find("WARNING: unexpected format specifier in printf") == std::string::npos) kept += line + "\n";
+    }
+    return kept;
+}
+
 } // namespace
 
 ToolRun::ToolRun(const Arguments& arguments) {
@@ -63,7 +73,7 @@ Outcome ToolRun::Finish() {
     Outcome outcome;
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     outcome.out = ReadFile(m_Folder + "/out");
-    outcome.err = ReadFile(m_Folder + "/err");
+    outcome.err = WithoutSanitizerNotes(ReadFile(m_Folder + "/err"));
     return outcome;
 }
 
