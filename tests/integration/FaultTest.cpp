@@ -146,6 +146,10 @@ struct BadDescription {
     bool loads;
 };
 
+void PrintTo(const BadDescription& description, std::ostream* out) {
+    *out << description.name;
+}
+
 class Description : public testing::TestWithParam<BadDescription> {};
 
 TEST_P(Description, OfDoubtfulFormLoadsOrFailsCleanly) {
@@ -181,6 +185,10 @@ struct ControlTrouble {
     const char* rule;
     bool readWorks;
 };
+
+void PrintTo(const ControlTrouble& trouble, std::ostream* out) {
+    *out << trouble.name;
+}
 
 class Control : public testing::TestWithParam<ControlTrouble> {};
 
