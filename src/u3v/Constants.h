@@ -1,6 +1,7 @@
 #pragma once
 // Numbers of USB3 Vision: magics, command identifiers, status codes, register offsets, payload types, descriptors.
-// Host and virtual camera share this file and nothing else; ConstantsTest.cpp holds every number against a literal.
+// The host's numbers: the virtual camera writes down its own, so that a mistake here cannot hide behind the same one
+// there. ConstantsTest.cpp holds every number against a literal.
 
 #include <cstddef>
 #include <cstdint>

@@ -8,7 +8,8 @@
 //   CVxStream, CVxEventStream   open, prepare, start, finish, close of a stream (one lock each)
 //   ControlChannel           one register transaction
 //   TransferPump             its list of clients
-//   StreamEngine, EventEngine   buffers, transfers, results
+//   StreamEngine, EventEngine   requests to their threads
+//   BufferPool               buffers and results of a stream
 //   RemovalNotifier          registrations and notices
 //
 // No lock of this library is held while a handler of the application runs.
