@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <fstream>
 #include <set>
 
 namespace {
@@ -160,6 +162,7 @@ TEST_P(Description, OfDoubtfulFormLoadsOrFailsCleanly) {
             EXPECT_GT(Integer(camera->GetNodeMap(), "Width"), 0);
         });
         EXPECT_EQ(error.empty(), GetParam().loads) << error;
+        EXPECT_TRUE(bus.Layer().IsDeviceAccessible(bus.Cameras()[0])) << "something of the camera was not released";
     }
 }
 
@@ -178,6 +181,17 @@ TEST(Description, WithoutRootStillServesItsFeatures) {
     auto camera = bus.Open();
     EXPECT_EQ(camera->GetNodeMap()->GetNode("Root"), nullptr);
     EXPECT_GT(Integer(camera->GetNodeMap(), "Width"), 0);
+}
+
+TEST(Description, ThatIsNoneIsRefusedAndTheCameraReleased) {
+    const std::string path = testing::TempDir() + "no-description.xml";
+    std::ofstream(path) << "<Recipe><Flour/></Recipe>";
+    VirtualBus bus(OneCamera("\"registers\": {\"descriptionPath\": \"" + path + "\"}"));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_THROW(bus.Create(), GenICam::RuntimeException);
+        EXPECT_TRUE(bus.Layer().IsDeviceAccessible(bus.Cameras()[0])) << "something of the camera was not released";
+    }
+    std::remove(path.c_str());
 }
 
 struct ControlTrouble {
