@@ -95,6 +95,7 @@ TEST(StreamEngine, PointsPayloadTransfersStraightIntoTheBuffer) {
 TEST(StreamEngine, NeverQueuesMoreTransfersThanItMay) {
     EngineBench bench({3000, 1024, 1024, 4, 0, 7});
     bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 7; }));
     for (std::uint64_t id = 0; id < 20; ++id) {
         bench.bus.Send(bench.Good(id));
         bench.ExpectGood(id);
