@@ -68,4 +68,14 @@ std::vector<Bytes> operator+(std::vector<Bytes> left, const std::vector<Bytes>& 
     return left;
 }
 
+std::vector<Bytes> Without(std::vector<Bytes> transfers, std::size_t index) {
+    transfers.erase(transfers.begin() + static_cast<std::ptrdiff_t>(index));
+    return transfers;
+}
+
+std::vector<Bytes> Inserted(std::vector<Bytes> transfers, std::size_t index, const Bytes& what) {
+    transfers.insert(transfers.begin() + static_cast<std::ptrdiff_t>(index), what);
+    return transfers;
+}
+
 } // namespace streamtest

@@ -23,5 +23,7 @@ std::vector<Bytes> Block(std::uint64_t id, const u3v::TransferPlan& plan);
 std::vector<Bytes> Payload(const Bytes& pixels, const u3v::TransferPlan& plan);
 
 std::vector<Bytes> operator+(std::vector<Bytes> left, const std::vector<Bytes>& right);
+std::vector<Bytes> Without(std::vector<Bytes> transfers, std::size_t index);
+std::vector<Bytes> Inserted(std::vector<Bytes> transfers, std::size_t index, const Bytes& what);
 
 } // namespace streamtest
