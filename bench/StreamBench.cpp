@@ -72,6 +72,14 @@ public:
         }
     }
     std::size_t Size() const { return m_Size; }
+    /// Payload bytes that the library copied since the grab was prepared, as the stream itself counts them.
+    std::uint64_t CopiedBytes() {
+        constexpr std::int64_t kCopiedByteCount = 0xB00;
+        std::uint64_t bytes = 0;
+        GenApi::CPortPtr port(m_Grabber.GetNodeMap()->GetNode("StreamGrabberPort"));
+        port->Read(&bytes, kCopiedByteCount, sizeof bytes);
+        return bytes;
+    }
     unsigned int lost = 0;
 
 private:
@@ -122,15 +130,18 @@ void Measure(const Case& c) {
     for (auto& thread : threads)
         thread.join();
     unsigned int lost = 0;
-    for (auto& grab : grabs)
+    std::uint64_t copied = 0;
+    for (auto& grab : grabs) {
         lost += grab->lost;
+        copied += grab->CopiedBytes();
+    }
     const double frames = double(c.frames) * c.cameras;
     const double copy = CopySeconds(grabs[0]->Size());
-    std::printf(
-        "%-34s %8.0f frames/s %9.0f MB/s %9.1f us host/frame %9.1f us camera/frame %6.2f switches/frame %5u lost   "
-        "host/one copy %.3f\n",
-        c.name, frames / seconds, frames * double(grabs[0]->Size()) / seconds * 1e-6, cost.hostSeconds / frames * 1e6,
-        cost.cameraSeconds / frames * 1e6, double(cost.hostSwitches) / frames, lost, cost.hostSeconds / frames / copy);
+    std::printf("%-34s %8.0f frames/s %7.0f MB/s  host %7.1f us, camera %7.1f us, %5.2f switches a frame  "
+                "%u lost, %llu bytes copied  host time / time of one copy %.3f\n",
+                c.name, frames / seconds, frames * double(grabs[0]->Size()) / seconds * 1e-6,
+                cost.hostSeconds / frames * 1e6, cost.cameraSeconds / frames * 1e6, double(cost.hostSwitches) / frames,
+                lost, static_cast<unsigned long long>(copied), cost.hostSeconds / frames / copy);
 }
 
 } // namespace
