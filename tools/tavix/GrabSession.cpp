@@ -65,11 +65,23 @@ void GrabSession::Run() {
         m_Figures.unconverted = m_Writer->Unconverted();
         m_Writer.reset();
         // What fails may fail because the camera has gone, and the notice of that is a better text.
-        if (!m_Failure.empty() && !m_Alarm->isStopped) (void)m_Alarm->bell.Wait(kRemovalPatienceMs);
+        if (!m_Failure.empty() && !m_Alarm->isStopped) AwaitRemovalNotice();
         Finish(camera);
     }
     m_Slots.clear(); // only now: whatever failed above, a closed camera writes to no buffer
     ThrowFailure();
+}
+
+/// The bell may still ring for something else, a buffer that could not be queued, for instance.
+void GrabSession::AwaitRemovalNotice() {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(kRemovalPatienceMs);
+    for (auto now = Clock::now(); !m_Alarm->isUnplugged && now < end; now = Clock::now()) {
+        m_Alarm->bell.Reset();
+        if (m_Alarm->isUnplugged) return; // it came before the bell was silenced
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - now).count() + 1;
+        (void)m_Alarm->bell.Wait(static_cast<unsigned int>(left));
+    }
 }
 
 template<class Step>

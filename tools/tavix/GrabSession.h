@@ -74,6 +74,7 @@ private:
     /// Runs a step of an ordered retreat: a failure is kept if it is the first, and the next step follows.
     template<class Step>
     void Attempt(Step step);
+    void AwaitRemovalNotice();
     void ThrowFailure() const;
 
     const Tavix::CDeviceInfo m_Info;
