@@ -52,7 +52,7 @@ std::string Quoted(std::string_view word, std::string_view name) {
 } // namespace
 
 FormulaCompiler::FormulaCompiler(FormulaMode mode, const FormulaNames& names)
-    : m_Names(names), m_Scope(names), m_Lexer({}, false), m_BlockOf(names.expressions.size(), kNoBlock) {
+    : m_Names(names), m_Table(names), m_Lexer({}, false), m_BlockOf(names.expressions.size(), kNoBlock) {
     m_Formula.m_Mode = mode;
 }
 
@@ -164,7 +164,7 @@ bool FormulaCompiler::TakeOperator(const Token& token) {
 
 bool FormulaCompiler::TakeName(const Token& token) {
     m_ExpectsOperand = false;
-    if (const DeclaredName* const declared = m_Scope.Find(token.text)) {
+    if (const DeclaredName* const declared = m_Table.Find(token.text)) {
         UseDeclared(*declared);
     } else if (!m_Names.implicitName.empty() && token.text == m_Names.implicitName) {
         m_Emitter.Variable(m_Names.implicitSlot);

@@ -4,7 +4,7 @@
 #include "genapi/formula/Formula.h"
 #include "genapi/formula/FormulaEmitter.h"
 #include "genapi/formula/FormulaLexer.h"
-#include "genapi/formula/FormulaScope.h"
+#include "genapi/formula/FormulaNameTable.h"
 
 #include <cstddef>
 #include <string>
@@ -60,7 +60,7 @@ private:
 
     const FormulaNames& m_Names; // borrowed
     Formula m_Formula;
-    FormulaScope m_Scope;
+    FormulaNameTable m_Table;
     FormulaEmitter m_Emitter;
     std::vector<Waiting> m_Waiting;
     FormulaLexer m_Lexer;

@@ -21,10 +21,10 @@ struct DeclaredName {
 };
 
 // Declared names, sorted once. Constant after construction, re-entrant.
-class FormulaScope {
+class FormulaNameTable {
 public:
     // The names are borrowed.
-    explicit FormulaScope(const FormulaNames& names);
+    explicit FormulaNameTable(const FormulaNames& names);
 
     // Null when undeclared. X.Entry.Off and X.Enum.Off are the same variable, whichever was declared.
     [[nodiscard]] const DeclaredName* Find(std::string_view name) const;

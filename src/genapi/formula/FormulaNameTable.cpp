@@ -1,4 +1,4 @@
-#include "genapi/formula/FormulaScope.h"
+#include "genapi/formula/FormulaNameTable.h"
 
 #include <algorithm>
 #include <string>
@@ -36,7 +36,7 @@ bool EqualsIgnoringCase(std::string_view text, std::string_view upperCase) noexc
 
 } // namespace
 
-FormulaScope::FormulaScope(const FormulaNames& names) {
+FormulaNameTable::FormulaNameTable(const FormulaNames& names) {
     m_Declared.reserve(names.variables.size() + names.constants.size() + names.expressions.size());
     uint32_t index = 0;
     for (const auto& variable : names.variables)
@@ -51,13 +51,13 @@ FormulaScope::FormulaScope(const FormulaNames& names) {
                      [](const DeclaredName& a, const DeclaredName& b) { return a.name < b.name; });
 }
 
-const DeclaredName* FormulaScope::FindSpelling(std::string_view name) const {
+const DeclaredName* FormulaNameTable::FindSpelling(std::string_view name) const {
     const auto found = std::lower_bound(m_Declared.begin(), m_Declared.end(), name,
                                         [](const DeclaredName& a, std::string_view b) { return a.name < b; });
     return found != m_Declared.end() && found->name == name ? &*found : nullptr;
 }
 
-const DeclaredName* FormulaScope::Find(std::string_view name) const {
+const DeclaredName* FormulaNameTable::Find(std::string_view name) const {
     if (const DeclaredName* const found = FindSpelling(name)) return found;
     const VariableName parsed = ParseVariableName(name);
     if (parsed.suffix != VariableSuffix::Entry) return nullptr;
