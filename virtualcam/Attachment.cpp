@@ -11,10 +11,11 @@ constexpr std::array<std::uint8_t, 4> kInterfaces{kControlInterface, kControlInt
 
 Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, std::uint8_t port)
     : m_Device(device),
-      m_Generation(device.Generation()), m_Endpoints{EndpointQueue{device, m_Generation, kEndpoints[0]},
-                                                     EndpointQueue{device, m_Generation, kEndpoints[1]},
-                                                     EndpointQueue{device, m_Generation, kEndpoints[2]},
-                                                     EndpointQueue{device, m_Generation, kEndpoints[3]}} {
+      m_Generation(device.Generation()), m_Endpoints{
+                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[0])},
+                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[1])},
+                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[2])},
+                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[3])}} {
     m_Entry.id = "virtual:" + std::to_string(bus) + ":" + std::to_string(address);
     m_Entry.bus = bus;
     m_Entry.address = address;
@@ -52,7 +53,7 @@ void Attachment::ReleaseAll(const void* owner) {
 
 EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* owner) {
     for (std::size_t i = 0; i < kEndpoints.size(); ++i) {
-        if (kEndpoints[i] != endpoint) continue;
+        if (kEndpoints[i] != m_Device.RoleOf(endpoint)) continue;
         const std::lock_guard<std::mutex> lock(m_Lock);
         const auto found = m_Claims.find(kInterfaces[i]);
         return found != m_Claims.end() && found->second == owner ? &m_Endpoints[i] : nullptr;
@@ -62,7 +63,7 @@ EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* ow
 
 EndpointQueue* Attachment::FindEndpoint(std::uint8_t endpoint) {
     for (std::size_t i = 0; i < kEndpoints.size(); ++i)
-        if (kEndpoints[i] == endpoint) return &m_Endpoints[i];
+        if (kEndpoints[i] == m_Device.RoleOf(endpoint)) return &m_Endpoints[i];
     return nullptr;
 }
 

@@ -30,14 +30,16 @@ public:
     EndpointQueue* ClaimedEndpoint(std::uint8_t endpoint, const void* owner);
 
     EndpointQueue* FindEndpoint(std::uint8_t endpoint);
+    /// Where acknowledges are waited for.
+    EndpointQueue& Acknowledges() { return m_Endpoints[1]; }
     /// Serves all endpoints; after the end of the stay this fails whatever is queued.
     void PumpAll();
 
 private:
     Device& m_Device;
     const std::uint64_t m_Generation;
-    usb::DeviceEntry m_Entry; // constant after construction
-    std::array<EndpointQueue, 4> m_Endpoints;
+    usb::DeviceEntry m_Entry;                 // constant after construction
+    std::array<EndpointQueue, 4> m_Endpoints; // by role
     std::mutex m_Lock;
     std::map<std::uint8_t, const void*> m_Claims; // guarded by m_Lock
 };

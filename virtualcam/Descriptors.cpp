@@ -83,7 +83,7 @@ void Descriptors::BuildConfiguration(const CameraSettings& settings) {
     set.push_back(static_cast<std::uint8_t>(0x0C | SpeedBit(settings.speed)));
     if (settings.registers.longDeviceInfo) Add(set, {0xAB, 0xCD});
     AddEndpoint(kControlOut, 0);
-    AddEndpoint(kControlIn, 0);
+    AddEndpoint(settings.registers.asymmetricEndpoints ? kControlInApart : kControlIn, 0);
     Add(set, {0x09, 0x04, kEventInterface, 0x00, 0x01, 0xEF, 0x05, 0x01, 0x00});
     AddEndpoint(kEventIn, 0);
     Add(set, {0x09, 0x04, kStreamInterface, 0x00, 0x01, 0xEF, 0x05, 0x02, 0x00});

@@ -18,11 +18,6 @@ std::shared_ptr<const Manifest> ManifestFor(const RegisterFaults& registers) {
     return builtIn;
 }
 
-// Bit of an IN endpoint, or of an OUT endpoint, in a ready mask.
-std::uint32_t ReadyBit(std::uint8_t endpoint) {
-    return 1u << ((endpoint & 0x0F) | ((endpoint & 0x80) >> 3));
-}
-
 } // namespace
 
 Device::Device(const CameraSettings& settings)
@@ -70,7 +65,8 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
     return effect.haltOut ? PipeAnswer{PipeStatus::Stall, 0} : PipeAnswer{PipeStatus::Complete, length};
 }
 
-PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room) {
+PipeAnswer Device::In(std::uint8_t address, std::uint8_t* buffer, std::size_t room) {
+    const std::uint8_t endpoint = RoleOf(address);
     if (endpoint == kStreamIn) return StreamIn(buffer, room);
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) return {PipeStatus::Gone, 0};
@@ -84,7 +80,7 @@ PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t r
 }
 
 void Device::RequestService(std::uint8_t endpoint) {
-    Post(endpoint);
+    Post(RoleOf(endpoint));
 }
 
 // --- plug
@@ -177,7 +173,7 @@ void Device::Reschedule(std::optional<TimePoint> deadline) {
 
 void Device::Post(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_PostLock);
-    m_Ready |= ReadyBit(endpoint);
+    m_Ready |= EndpointBit(endpoint);
     if (m_Waiting) m_Posted.notify_one();
 }
 
@@ -230,7 +226,7 @@ void Device::Deliver(std::uint32_t ready, const std::vector<Notice>& notices) {
             m_Listener->Plugged();
     }
     for (const std::uint8_t endpoint : {kControlOut, kControlIn, kEventIn, kStreamIn})
-        if ((ready & ReadyBit(endpoint)) != 0) m_Listener->EndpointReady(endpoint);
+        if ((ready & EndpointBit(endpoint)) != 0) m_Listener->EndpointReady(AddressOf(endpoint));
 }
 
 // --- inside

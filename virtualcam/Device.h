@@ -44,6 +44,10 @@ public:
     PipeAnswer In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room);
     /// Has EndpointReady called from the device's thread, so that the adapter can serve the endpoint there.
     void RequestService(std::uint8_t endpoint);
+    /// Cameras differ in the number of one endpoint. Inside it has its usual address, its role; on the bus that of the
+    /// descriptors, which is what all these functions and the listener mean.
+    std::uint8_t RoleOf(std::uint8_t endpoint) const;
+    std::uint8_t AddressOf(std::uint8_t role) const;
     void SetHalt(std::uint8_t endpoint);
     void ClearHalt(std::uint8_t endpoint);
     bool IsHalted(std::uint8_t endpoint) const;
@@ -88,7 +92,7 @@ private:
     FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
     Persistent m_Persistent;
     std::unique_ptr<Camera> m_Camera; // null while unplugged
-    std::uint16_t m_Halts = 0;
+    std::uint32_t m_Halts = 0;
     std::uint8_t m_Configuration = 1;
     std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
     bool m_OutRefused = false;
@@ -132,9 +136,9 @@ private:
     PipeAnswer DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* data);
     PipeAnswer EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data);
     PipeAnswer ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* data);
-    static std::uint16_t HaltBit(std::uint8_t endpoint);
+    static std::uint32_t EndpointBit(std::uint8_t endpoint);
     static bool HasEndpoint(std::uint8_t endpoint);
-    bool IsHaltedLocked(std::uint8_t endpoint) const { return (m_Halts & HaltBit(endpoint)) != 0; }
+    bool IsHaltedLocked(std::uint8_t endpoint) const { return (m_Halts & EndpointBit(endpoint)) != 0; }
     void SetHaltLocked(std::uint8_t endpoint);
     void ClearHaltLocked(std::uint8_t endpoint);
 

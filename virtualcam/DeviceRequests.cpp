@@ -80,8 +80,9 @@ PipeAnswer Device::DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* d
 }
 
 PipeAnswer Device::EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data) {
-    const std::uint8_t endpoint = static_cast<std::uint8_t>(setup.index);
-    if ((endpoint & 0x0F) == 0) return setup.request == request::kGetStatus ? Answer(setup, data, {0, 0}) : kDone;
+    const std::uint8_t endpoint = RoleOf(static_cast<std::uint8_t>(setup.index));
+    if (setup.index == 0 || setup.index == kDirectionIn)
+        return setup.request == request::kGetStatus ? Answer(setup, data, {0, 0}) : kDone;
     if (!HasEndpoint(endpoint)) return kRefused;
     if (setup.request == request::kGetStatus)
         return Answer(setup, data, {static_cast<std::uint8_t>(IsHaltedLocked(endpoint) ? 1 : 0), 0});
@@ -111,27 +112,38 @@ bool Device::HasEndpoint(std::uint8_t endpoint) {
     return endpoint == kControlOut || endpoint == kControlIn || endpoint == kEventIn || endpoint == kStreamIn;
 }
 
-std::uint16_t Device::HaltBit(std::uint8_t endpoint) {
-    return static_cast<std::uint16_t>(1u << (endpoint & 0x0F));
+std::uint8_t Device::RoleOf(std::uint8_t endpoint) const {
+    if (!m_Settings.registers.asymmetricEndpoints) return endpoint;
+    if (endpoint == kControlInApart) return kControlIn;
+    return endpoint == kControlIn ? std::uint8_t{0} : endpoint;
+}
+
+std::uint8_t Device::AddressOf(std::uint8_t role) const {
+    return role == kControlIn && m_Settings.registers.asymmetricEndpoints ? kControlInApart : role;
+}
+
+// OUT endpoints have the lower half of the bits.
+std::uint32_t Device::EndpointBit(std::uint8_t endpoint) {
+    return 1u << ((endpoint & 0x0F) | ((endpoint & 0x80) >> 3));
 }
 
 void Device::SetHalt(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera && HasEndpoint(endpoint)) SetHaltLocked(endpoint);
+    if (m_Camera && HasEndpoint(RoleOf(endpoint))) SetHaltLocked(RoleOf(endpoint));
 }
 
 void Device::ClearHalt(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera && HasEndpoint(endpoint)) ClearHaltLocked(endpoint);
+    if (m_Camera && HasEndpoint(RoleOf(endpoint))) ClearHaltLocked(RoleOf(endpoint));
 }
 
 bool Device::IsHalted(std::uint8_t endpoint) const {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    return IsHaltedLocked(endpoint);
+    return IsHaltedLocked(RoleOf(endpoint));
 }
 
 void Device::SetHaltLocked(std::uint8_t endpoint) {
-    m_Halts = static_cast<std::uint16_t>(m_Halts | HaltBit(endpoint));
+    m_Halts |= EndpointBit(endpoint);
     if (endpoint == kEventIn)
         m_Camera->DisableEvents();
     else if (endpoint == kStreamIn)
@@ -142,7 +154,7 @@ void Device::SetHaltLocked(std::uint8_t endpoint) {
 }
 
 void Device::ClearHaltLocked(std::uint8_t endpoint) {
-    m_Halts = static_cast<std::uint16_t>(m_Halts & ~HaltBit(endpoint));
+    m_Halts &= ~EndpointBit(endpoint);
     // A clear without a halt before it resets a channel just as well: nothing stale is left for the next host.
     if (endpoint == kControlOut || endpoint == kControlIn)
         m_Camera->Control().Abort();

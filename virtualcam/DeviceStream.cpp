@@ -29,7 +29,7 @@ void Device::StreamEnabled(bool on) {
         else
             m_Stream.Stop();
     }
-    if (!on && m_Faults.haltOnStreamDisable) m_Halts = static_cast<std::uint16_t>(m_Halts | HaltBit(kStreamIn));
+    if (!on && m_Faults.haltOnStreamDisable) m_Halts |= EndpointBit(kStreamIn);
     Post(kStreamIn);
 }
 

@@ -104,9 +104,10 @@ struct RegisterFaults {
     unsigned alignmentExponent = 0;
     bool lateAlignmentCheck = false; ///< unaligned sizes are accepted and refused only at stream enable
     ManifestFault manifest = ManifestFault::None;
-    bool longDeviceInfo = false;    ///< the Device Info descriptor has two bytes more than today's
-    bool unreadableStrings = false; ///< string descriptors are refused
-    std::string descriptionPath;    ///< a description file of one's own; empty: the built-in one
+    bool longDeviceInfo = false;      ///< the Device Info descriptor has two bytes more than today's
+    bool unreadableStrings = false;   ///< string descriptors are refused
+    bool asymmetricEndpoints = false; ///< the endpoints of the control interface have different numbers
+    std::string descriptionPath;      ///< a description file of one's own; empty: the built-in one
 };
 
 } // namespace virtualcam

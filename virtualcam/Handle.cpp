@@ -68,8 +68,8 @@ usb::Result Handle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t 
 // An acknowledge is ready as soon as its command is there: serve whoever waits for it without the device's thread.
 void Handle::ServeAnswer(std::uint8_t endpoint) {
     if (endpoint != kControlOut) return;
-    EndpointQueue* const answers = m_Attachment->FindEndpoint(kControlIn);
-    if (!answers->IsIdle()) answers->Pump();
+    EndpointQueue& answers = m_Attachment->Acknowledges();
+    if (!answers.IsIdle()) answers.Pump();
 }
 
 // --- asynchronous

@@ -98,9 +98,10 @@ inline constexpr std::uint32_t kLength = 0x0C;
 
 /// Endpoint addresses. OUT and IN of the control channel differ in number: hosts must take both from the descriptors.
 inline constexpr std::uint8_t kControlOut = 0x01;
-inline constexpr std::uint8_t kControlIn = 0x82;
-inline constexpr std::uint8_t kEventIn = 0x83;
-inline constexpr std::uint8_t kStreamIn = 0x84;
+inline constexpr std::uint8_t kControlIn = 0x81;
+inline constexpr std::uint8_t kEventIn = 0x82;
+inline constexpr std::uint8_t kStreamIn = 0x83;
+inline constexpr std::uint8_t kControlInApart = 0x84; ///< in place of kControlIn, where the numbers differ
 
 inline constexpr std::uint8_t kControlInterface = 0;
 inline constexpr std::uint8_t kEventInterface = 1;

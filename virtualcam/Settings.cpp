@@ -171,6 +171,7 @@ void ReadRegisterFaults(const json& object, RegisterFaults& faults) {
     reader.Name("manifest", kManifestFaults, faults.manifest);
     reader.Value("longDeviceInfo", faults.longDeviceInfo);
     reader.Value("unreadableStrings", faults.unreadableStrings);
+    reader.Value("asymmetricEndpoints", faults.asymmetricEndpoints);
     reader.Value("descriptionPath", faults.descriptionPath);
     reader.Finish();
 }

@@ -40,7 +40,7 @@ public:
         std::size_t actual = 0;
         Bytes answer(1024);
         if (m_Handle->Bulk(0x01, command.data(), command.size(), actual, 1000) != Result::Ok) return 0xFFFF;
-        if (m_Handle->Bulk(0x82, answer.data(), answer.size(), actual, 1000) != Result::Ok) return 0xFFFF;
+        if (m_Handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000) != Result::Ok) return 0xFFFF;
         return Load<std::uint16_t>(answer.data() + 4);
     }
     // Programs a stream of blocks of leader, one payload transfer and trailer, queues them and starts.
@@ -95,7 +95,7 @@ private:
         m_Buffers.emplace_back(length);
         m_Transfers.push_back(std::make_unique<usb::Transfer>());
         usb::Transfer& transfer = *m_Transfers.back();
-        transfer.endpoint = 0x84;
+        transfer.endpoint = 0x83;
         transfer.buffer = m_Buffers.back().data();
         transfer.length = length;
         transfer.context = this;
@@ -148,7 +148,7 @@ TEST(BackendStream, BeginsAgainAfterACancel) {
     const auto backend = virtualcam::CreateBackend(Fast(1));
     for (int round = 0; round < 20; ++round) {
         Host host(*backend, 0);
-        EXPECT_EQ(host.Bus().ClearHalt(0x84), Result::Ok);
+        EXPECT_EQ(host.Bus().ClearHalt(0x83), Result::Ok);
         host.Start(kPayload, 2);
         host.AwaitBlocks(5);
         host.Stop();
@@ -218,11 +218,11 @@ TEST(BackendStream, StallsAllTransfersWhenTheEndpointIsHalted) {
     Host host(*backend, 0);
     host.Start(kPayload, 3);
     host.AwaitBlocks(2);
-    backend->Camera(0).SetHalt(0x84);
+    backend->Camera(0).SetHalt(0x83);
     host.AwaitIdle();
     for (const TransferStatus status : host.failures)
         EXPECT_EQ(status, TransferStatus::Stall);
-    EXPECT_EQ(host.Bus().ClearHalt(0x84), Result::Ok);
+    EXPECT_EQ(host.Bus().ClearHalt(0x83), Result::Ok);
 }
 
 TEST(BackendStream, LeavesAndComesBackAsScripted) {

@@ -80,15 +80,34 @@ TEST_F(BackendTest, AnswersACommandOnTheCallersThread) {
     ASSERT_EQ(Send(kReadVersion), Result::Ok);
     Bytes answer(1024);
     std::size_t actual = 0;
-    EXPECT_EQ(handle->Bulk(0x82, answer.data(), answer.size(), actual, 1000), Result::Ok);
+    EXPECT_EQ(handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000), Result::Ok);
     answer.resize(actual);
     EXPECT_EQ(answer, Hex("55335643 0000 0108 0400 0000 03000100"));
+}
+
+TEST(Backend, AnswersAtTheEndpointThatItsDescriptorsName) {
+    virtualcam::BackendSettings settings = Cameras(1);
+    settings.cameras[0].registers.asymmetricEndpoints = true;
+    const auto backend = virtualcam::CreateBackend(settings);
+    std::unique_ptr<usb::Handle> handle;
+    ASSERT_EQ(backend->Open(backend->IdOf(0), handle), Result::Ok);
+    ASSERT_EQ(handle->Claim(0), Result::Ok);
+    Bytes command = Hex(kReadVersion), answer(1024);
+    std::size_t actual = 0;
+    ASSERT_EQ(handle->Bulk(0x01, command.data(), command.size(), actual, 1000), Result::Ok);
+    EXPECT_EQ(handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000), Result::NotFound);
+    EXPECT_EQ(handle->Bulk(0x84, answer.data(), answer.size(), actual, 1000), Result::Ok);
+    EXPECT_EQ(actual, 16u);
+    backend->Camera(0).SetHalt(0x84);
+    EXPECT_EQ(handle->Bulk(0x84, answer.data(), answer.size(), actual, 1000), Result::Pipe);
+    EXPECT_EQ(handle->ClearHalt(0x84), Result::Ok);
+    EXPECT_FALSE(backend->Camera(0).IsHalted(0x84));
 }
 
 TEST_F(BackendTest, TimesOutWhenNothingComes) {
     Bytes answer(16);
     std::size_t actual = 0;
-    EXPECT_EQ(handle->Bulk(0x82, answer.data(), answer.size(), actual, 1), Result::Timeout);
+    EXPECT_EQ(handle->Bulk(0x81, answer.data(), answer.size(), actual, 1), Result::Timeout);
 }
 
 TEST_F(BackendTest, LetsOneHandleClaimAnInterface) {
@@ -117,7 +136,7 @@ TEST_F(BackendTest, ReadsStrings) {
 }
 
 TEST_F(BackendTest, CompletesAsynchronousTransfers) {
-    Pending event(0x83, 1024);
+    Pending event(0x82, 1024);
     ASSERT_EQ(handle->Submit(event.transfer), Result::Ok);
     ASSERT_EQ(Send(kEnableEvents), Result::Ok);
     ASSERT_EQ(Send(kTestEvent), Result::Ok);
@@ -129,7 +148,7 @@ TEST_F(BackendTest, CompletesAsynchronousTransfers) {
 }
 
 TEST_F(BackendTest, CompletesTransfersInTheOrderOfTheirSubmission) {
-    Pending first(0x83, 1024), second(0x83, 1024);
+    Pending first(0x82, 1024), second(0x82, 1024);
     ASSERT_EQ(handle->Submit(first.transfer), Result::Ok);
     ASSERT_EQ(handle->Submit(second.transfer), Result::Ok);
     ASSERT_EQ(Send(kEnableEvents), Result::Ok);
@@ -144,7 +163,7 @@ TEST_F(BackendTest, CompletesTransfersInTheOrderOfTheirSubmission) {
 }
 
 TEST_F(BackendTest, CancelsATransferOnce) {
-    Pending event(0x83, 1024);
+    Pending event(0x82, 1024);
     EXPECT_EQ(handle->Cancel(event.transfer), Result::NotFound);
     ASSERT_EQ(handle->Submit(event.transfer), Result::Ok);
     EXPECT_EQ(handle->Cancel(event.transfer), Result::Ok);
@@ -155,21 +174,21 @@ TEST_F(BackendTest, CancelsATransferOnce) {
 }
 
 TEST_F(BackendTest, StallsUntilTheHaltIsCleared) {
-    Pending event(0x83, 1024);
+    Pending event(0x82, 1024);
     ASSERT_EQ(handle->Submit(event.transfer), Result::Ok);
-    EXPECT_EQ(handle->ClearHalt(0x83), Result::Busy) << "nothing may be queued";
-    backend->Camera(0).SetHalt(0x83);
+    EXPECT_EQ(handle->ClearHalt(0x82), Result::Busy) << "nothing may be queued";
+    backend->Camera(0).SetHalt(0x82);
     AwaitCompletion(event);
     EXPECT_EQ(event.transfer.status, TransferStatus::Stall);
     std::size_t actual = 0;
-    EXPECT_EQ(handle->Bulk(0x83, event.buffer.data(), 1024, actual, 100), Result::Pipe);
-    EXPECT_EQ(handle->ClearHalt(0x83), Result::Ok);
-    EXPECT_EQ(handle->Bulk(0x83, event.buffer.data(), 1024, actual, 1), Result::Timeout);
+    EXPECT_EQ(handle->Bulk(0x82, event.buffer.data(), 1024, actual, 100), Result::Pipe);
+    EXPECT_EQ(handle->ClearHalt(0x82), Result::Ok);
+    EXPECT_EQ(handle->Bulk(0x82, event.buffer.data(), 1024, actual, 1), Result::Timeout);
     handle->Forget(event.transfer);
 }
 
 TEST_F(BackendTest, FailsEverythingWhenTheCameraIsUnplugged) {
-    Pending event(0x83, 1024);
+    Pending event(0x82, 1024);
     ASSERT_EQ(handle->Submit(event.transfer), Result::Ok);
     backend->Unplug(0);
     AwaitCompletion(event);
@@ -233,7 +252,7 @@ struct LimitedBackendTest : BackendTest {
 };
 
 TEST_F(LimitedBackendTest, RefusesTransfersBeyondItsMemory) {
-    Pending first(0x83, 2048), second(0x83, 2048);
+    Pending first(0x82, 2048), second(0x82, 2048);
     EXPECT_EQ(backend->TransferMemoryLimit(), 3000u);
     ASSERT_EQ(handle->Submit(first.transfer), Result::Ok);
     EXPECT_EQ(handle->Submit(second.transfer), Result::NoMemory);

@@ -37,12 +37,12 @@ struct CameraTest : testing::Test {
     }
     bool HasBlock() {
         Bytes leader;
-        return client.Receive(0x84, 1024, leader, 0) == PipeStatus::Complete && leader.size() == 52;
+        return client.Receive(0x83, 1024, leader, 0) == PipeStatus::Complete && leader.size() == 52;
     }
     void SkipBlock() {
         Bytes rest;
-        client.Receive(0x84, stream.sizes[1], rest);
-        client.Receive(0x84, 1024, rest);
+        client.Receive(0x83, stream.sizes[1], rest);
+        client.Receive(0x83, 1024, rest);
     }
 };
 
@@ -312,7 +312,7 @@ struct EventTest : CameraTest {
     }
     Bytes NextEvent() {
         Bytes event;
-        client.Receive(0x83, 1024, event, 0);
+        client.Receive(0x82, 1024, event, 0);
         return event;
     }
 };
@@ -373,7 +373,7 @@ TEST_F(EventTest, LosesEventsWhenItsQueueIsFull) {
 TEST_F(EventTest, EndsAMessageOfWholePacketsByAnEmptyPacket) {
     device.FireEvent(0x9100, Bytes(1000));
     Bytes event;
-    EXPECT_EQ(client.Receive(0x83, 2048, event), PipeStatus::Complete);
+    EXPECT_EQ(client.Receive(0x82, 2048, event), PipeStatus::Complete);
     EXPECT_EQ(event.size(), 1024u);
 }
 
@@ -442,7 +442,7 @@ TEST_F(CameraTest, AcknowledgesLateWithPendingAcknowledges) {
     Bytes answer = client.Ask("55335643 0040 0208 0C00 4400 2800100000000000 A0000000", 2000);
     EXPECT_EQ(answer, Hex("55335643 0000 0508 0400 4400 0000 6400")) << "a pending acknowledge of 100 ms";
     int pendings = 1;
-    while (client.Receive(0x82, 1024, answer) == PipeStatus::Complete && answer[6] == 0x05)
+    while (client.Receive(0x81, 1024, answer) == PipeStatus::Complete && answer[6] == 0x05)
         ++pendings;
     EXPECT_EQ(answer, Hex("55335643 0000 0308 0400 4400 0000 0400"));
     EXPECT_GE(pendings, 2);
@@ -456,14 +456,14 @@ TEST_F(CameraTest, IsBusyWhileACommandIsPending) {
     EXPECT_EQ(client.Ask("55335643 0040 0208 0C00 4400 2800100000000000 32000000"),
               Hex("55335643 0000 0508 0400 4400 0000 6400"));
     Bytes answer;
-    EXPECT_EQ(client.Receive(0x82, 1024, answer), PipeStatus::Complete);
+    EXPECT_EQ(client.Receive(0x81, 1024, answer), PipeStatus::Complete);
     EXPECT_EQ(answer, Hex("55335643 0000 0308 0400 4400 0000 0400"));
 }
 
 TEST_F(CameraTest, ForgetsAPendingCommandWhenTheChannelIsHalted) {
     ASSERT_EQ(client.Send(Hex("55335643 0040 0208 0C00 4400 2800100000000000 32000000")), PipeStatus::Complete);
-    device.SetHalt(0x82);
-    device.ClearHalt(0x82);
+    device.SetHalt(0x81);
+    device.ClearHalt(0x81);
     EXPECT_EQ(client.Read(0, 4), 0x00010003u);
 }
 

@@ -81,8 +81,8 @@ TEST_F(ControlChannelTest, RepeatsTheAnswerToARepeatedCommandWithoutExecutingIt)
     const Bytes first = client.Ask(trigger);
     EXPECT_EQ(client.Ask(trigger), first);
     Bytes event;
-    EXPECT_EQ(client.Receive(0x83, 1024, event), PipeStatus::Complete);
-    EXPECT_EQ(client.Receive(0x83, 1024, event, 0), PipeStatus::NotYet);
+    EXPECT_EQ(client.Receive(0x82, 1024, event), PipeStatus::Complete);
+    EXPECT_EQ(client.Receive(0x82, 1024, event, 0), PipeStatus::NotYet);
 }
 
 TEST_F(ControlChannelTest, RefusesTheEventCommandAndOthersOfTheOtherDirection) {

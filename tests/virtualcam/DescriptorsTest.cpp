@@ -18,11 +18,11 @@ TEST(Descriptors, AreThoseOfASuperSpeedCamera) {
                                                "09 04 00 00 02 EF 05 00 00"
                                                "14 24 01 03 00 01 00 02 00 01 00 04 05 06 07 08 09 0A 0B 0C"
                                                "07 05 01 02 00 04 00 06 30 00 00 00 00"
-                                               "07 05 82 02 00 04 00 06 30 00 00 00 00"
+                                               "07 05 81 02 00 04 00 06 30 00 00 00 00"
                                                "09 04 01 00 01 EF 05 01 00"
-                                               "07 05 83 02 00 04 00 06 30 00 00 00 00"
+                                               "07 05 82 02 00 04 00 06 30 00 00 00 00"
                                                "09 04 02 00 01 EF 05 02 00"
-                                               "07 05 84 02 00 04 00 06 30 0F 00 00 00"));
+                                               "07 05 83 02 00 04 00 06 30 0F 00 00 00"));
     EXPECT_EQ(descriptors.BinaryObjectStore(),
               Hex("05 0F 16 00 02 07 10 02 02 00 00 00 0A 10 03 00 0C 00 02 0A FF 07"));
     EXPECT_EQ(descriptors.MaxPacketSize(), 1024);
@@ -37,6 +37,15 @@ TEST(Descriptors, HaveNoCompanionsAtHighSpeed) {
     EXPECT_EQ(descriptors.Device()[7], 0x40);
     EXPECT_EQ(descriptors.Device()[3], 0x02);
     EXPECT_EQ(descriptors.MaxPacketSize(), 512);
+}
+
+TEST(Descriptors, GiveBothControlEndpointsOneNumberUnlessAskedNotTo) {
+    CameraSettings settings;
+    EXPECT_EQ(Descriptors{settings}.Configuration()[46 + 2], 0x01);
+    EXPECT_EQ(Descriptors{settings}.Configuration()[59 + 2], 0x81);
+    settings.registers.asymmetricEndpoints = true;
+    EXPECT_EQ(Descriptors{settings}.Configuration()[46 + 2], 0x01);
+    EXPECT_EQ(Descriptors{settings}.Configuration()[59 + 2], 0x84);
 }
 
 TEST(Descriptors, SayWhichStringsAreNotSupported) {

@@ -58,7 +58,7 @@ public:
     Bytes Ask(const Bytes& command, int timeoutMs = 0) {
         Bytes answer;
         if (Send(command) != PipeStatus::Complete) return {};
-        Receive(0x82, 1024, answer, timeoutMs);
+        Receive(0x81, 1024, answer, timeoutMs);
         return answer;
     }
     Bytes Ask(const std::string& command, int timeoutMs = 0) { return Ask(Hex(command), timeoutMs); }
@@ -92,7 +92,7 @@ public:
         Append<std::uint16_t>(command, static_cast<std::uint16_t>(length));
         if (Send(command) != PipeStatus::Complete) return 0xFFFE;
         Bytes answer;
-        Receive(0x82, 12 + length, answer);
+        Receive(0x81, 12 + length, answer);
         if (answer.size() < 12) return 0xFFFF;
         data.assign(answer.begin() + 12, answer.end());
         return Load<std::uint16_t>(answer.data() + 4);

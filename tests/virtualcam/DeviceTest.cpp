@@ -52,12 +52,12 @@ TEST_F(DeviceTest, KeepsScratchMemoryForVendorRequests) {
 
 TEST_F(DeviceTest, HaltsAndClearsEndpointsOnRequest) {
     Bytes data;
-    EXPECT_EQ(Request({0x02, 3, 0, 0x82, 0}, data).status, PipeStatus::Complete);
-    EXPECT_EQ(Request({0x82, 0, 0, 0x82, 2}, data).status, PipeStatus::Complete);
+    EXPECT_EQ(Request({0x02, 3, 0, 0x81, 0}, data).status, PipeStatus::Complete);
+    EXPECT_EQ(Request({0x82, 0, 0, 0x81, 2}, data).status, PipeStatus::Complete);
     EXPECT_EQ(data, Hex("0100"));
-    EXPECT_EQ(device.In(0x82, data.data(), 2).status, PipeStatus::Stall);
-    EXPECT_EQ(Request({0x02, 1, 0, 0x82, 0}, data).status, PipeStatus::Complete);
-    EXPECT_FALSE(device.IsHalted(0x82));
+    EXPECT_EQ(device.In(0x81, data.data(), 2).status, PipeStatus::Stall);
+    EXPECT_EQ(Request({0x02, 1, 0, 0x81, 0}, data).status, PipeStatus::Complete);
+    EXPECT_FALSE(device.IsHalted(0x81));
 }
 
 TEST_F(DeviceTest, ForgetsAnUnreadAnswerWhenTheChannelIsHalted) {
@@ -65,7 +65,7 @@ TEST_F(DeviceTest, ForgetsAnUnreadAnswerWhenTheChannelIsHalted) {
     device.SetHalt(0x01);
     device.ClearHalt(0x01);
     Bytes answer;
-    EXPECT_EQ(client.Receive(0x82, 1024, answer, 0), PipeStatus::NotYet);
+    EXPECT_EQ(client.Receive(0x81, 1024, answer, 0), PipeStatus::NotYet);
 }
 
 TEST_F(DeviceTest, KeepsTheUserDefinedNameAcrossPowerAndShowsItInItsString) {
@@ -84,7 +84,7 @@ TEST_F(DeviceTest, KeepsTheUserDefinedNameAcrossPowerAndShowsItInItsString) {
 TEST_F(DeviceTest, AnswersGoneWhileUnplugged) {
     device.Unplug();
     Bytes data(16);
-    EXPECT_EQ(device.In(0x82, data.data(), 16).status, PipeStatus::Gone);
+    EXPECT_EQ(device.In(0x81, data.data(), 16).status, PipeStatus::Gone);
     EXPECT_EQ(device.Out(0x01, data.data(), 16).status, PipeStatus::Gone);
     EXPECT_EQ(device.Control({0x80, 6, 0x0100, 0, 16}, data.data()).status, PipeStatus::Gone);
 }
@@ -124,10 +124,10 @@ TEST_F(DeviceTest, RefusesAbsentBootstrapRegisters) {
 TEST_F(DeviceTest, SendsATestEvent) {
     ASSERT_EQ(client.Write32(0x30008, 1), 0);
     Bytes event;
-    EXPECT_EQ(client.Receive(0x83, 1024, event, 0), PipeStatus::NotYet) << "the channel is still disabled";
+    EXPECT_EQ(client.Receive(0x82, 1024, event, 0), PipeStatus::NotYet) << "the channel is still disabled";
     ASSERT_EQ(client.Write32(0x30000, 1), 0);
     ASSERT_EQ(client.Write32(0x30008, 1), 0);
-    ASSERT_EQ(client.Receive(0x83, 1024, event), PipeStatus::Complete);
+    ASSERT_EQ(client.Receive(0x82, 1024, event), PipeStatus::Complete);
     ASSERT_EQ(event.size(), 24u);
     EXPECT_EQ(Bytes(event.begin(), event.begin() + 16), Hex("55335645 0000 000C 0C00 0000 0000 FF4F"));
     EXPECT_GT(virtualcam::Load<std::uint64_t>(event.data() + 16), 0u);
@@ -136,15 +136,15 @@ TEST_F(DeviceTest, SendsATestEvent) {
 
 TEST_F(DeviceTest, RefusesEventsWhileTheirEndpointIsHaltedAndDisablesThemByAHalt) {
     ASSERT_EQ(client.Write32(0x30000, 1), 0);
-    device.SetHalt(0x83);
+    device.SetHalt(0x82);
     EXPECT_EQ(client.Read(0x30000, 4), 0u);
     EXPECT_EQ(client.Write32(0x30000, 1), 0xA005);
-    device.ClearHalt(0x83);
+    device.ClearHalt(0x82);
     EXPECT_EQ(client.Write32(0x30000, 1), 0);
 }
 
 TEST_F(DeviceTest, RefusesStreamEnableWhileTheStreamIsHalted) {
-    device.SetHalt(0x84);
+    device.SetHalt(0x83);
     EXPECT_EQ(client.Write32(0x20004, 1), 0xA002);
 }
 

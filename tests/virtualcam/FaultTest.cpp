@@ -53,7 +53,7 @@ struct ControlFaultTest : testing::Test {
     }
     Bytes Next(int timeoutMs = 0) {
         Bytes answer;
-        client.Receive(0x82, 1024, answer, timeoutMs);
+        client.Receive(0x81, 1024, answer, timeoutMs);
         return answer;
     }
 };
@@ -145,8 +145,8 @@ TEST_F(ControlFaultTest, TheInEndpointStalls) {
     Script(ControlFault::StallIn);
     EXPECT_EQ(client.Send(Hex(kRead)), PipeStatus::Complete);
     Bytes answer;
-    EXPECT_EQ(client.Receive(0x82, 1024, answer), PipeStatus::Stall);
-    device.ClearHalt(0x82);
+    EXPECT_EQ(client.Receive(0x81, 1024, answer), PipeStatus::Stall);
+    device.ClearHalt(0x81);
     EXPECT_EQ(client.Ask(kReadAgain), Hex(kReadAgainAck));
 }
 
@@ -162,7 +162,7 @@ TEST_F(ControlFaultTest, AnEmptyPacketComesFirst) {
     Script(ControlFault::ZeroLength);
     ASSERT_EQ(client.Send(Hex(kRead)), PipeStatus::Complete);
     Bytes answer;
-    EXPECT_EQ(client.Receive(0x82, 1024, answer), PipeStatus::Complete);
+    EXPECT_EQ(client.Receive(0x81, 1024, answer), PipeStatus::Complete);
     EXPECT_TRUE(answer.empty());
     EXPECT_EQ(Next(), Hex(kReadAck));
 }
@@ -279,7 +279,7 @@ TEST_F(StreamFaultTest, ALeaderIsLost) {
     Start(StreamFault::LostLeader, 0, 1);
     ExpectGood(stream.Read(), 0);
     Bytes payload;
-    EXPECT_EQ(client.Receive(0x84, 1024, payload), PipeStatus::Complete);
+    EXPECT_EQ(client.Receive(0x83, 1024, payload), PipeStatus::Complete);
     EXPECT_EQ(payload.size(), 1024u) << "pixels stand where the leader should be";
 }
 
@@ -367,7 +367,7 @@ TEST_F(StreamFaultTest, TheEndpointStallsInTheMiddleOfABlock) {
     EXPECT_EQ(block.transfers[1].size(), 4096u);
     EXPECT_EQ(block.transfers[2].size(), 1024u);
     EXPECT_EQ(block.statuses[2], PipeStatus::Stall);
-    EXPECT_TRUE(device.IsHalted(0x84));
+    EXPECT_TRUE(device.IsHalted(0x83));
     EXPECT_EQ(client.Read(0x20004, 4), 0u);
 }
 
@@ -430,9 +430,9 @@ TEST_F(StreamFaultTest, TheEndpointHaltsWhenStreamEnableIsCleared) {
     device.SetFaults(script);
     ASSERT_EQ(stream.Start(4096, 2), 0);
     stream.Stop();
-    EXPECT_TRUE(device.IsHalted(0x84));
+    EXPECT_TRUE(device.IsHalted(0x83));
     EXPECT_EQ(client.Write32(0x20004, 1), 0xA002);
-    device.ClearHalt(0x84);
+    device.ClearHalt(0x83);
     EXPECT_EQ(client.Write32(0x20004, 1), 0);
 }
 

@@ -135,7 +135,7 @@ TEST_F(StreamChannelTest, DropsItsDataWhenStreamEnableIsCleared) {
     stream.Read(3);
     stream.Stop();
     Bytes rest;
-    EXPECT_EQ(client.Receive(0x84, 65536, rest, 0), PipeStatus::NotYet);
+    EXPECT_EQ(client.Receive(0x83, 65536, rest, 0), PipeStatus::NotYet);
     EXPECT_TRUE(rest.empty());
 }
 
@@ -143,11 +143,11 @@ TEST_F(StreamChannelTest, StopsStreamingWhenItsEndpointIsHalted) {
     ASSERT_EQ(stream.Start(65536, 5), 0);
     stream.StartAcquisition();
     stream.Read(2);
-    device.SetHalt(0x84);
+    device.SetHalt(0x83);
     Bytes data;
-    EXPECT_EQ(client.Receive(0x84, 1024, data), PipeStatus::Stall);
+    EXPECT_EQ(client.Receive(0x83, 1024, data), PipeStatus::Stall);
     EXPECT_EQ(client.Read(0x20004, 4), 0u);
-    device.ClearHalt(0x84);
+    device.ClearHalt(0x83);
     EXPECT_EQ(stream.Start(65536, 5), 0);
     EXPECT_EQ(stream.Read().Id(), 0u);
 }
@@ -157,7 +157,7 @@ TEST_F(StreamChannelTest, OverflowsATransferThatIsNoMultipleOfThePacketSize) {
     stream.StartAcquisition();
     stream.Read(1);
     Bytes data;
-    EXPECT_EQ(client.Receive(0x84, 1500, data), PipeStatus::Overflow);
+    EXPECT_EQ(client.Receive(0x83, 1500, data), PipeStatus::Overflow);
 }
 
 TEST_F(StreamChannelTest, KeepsTheSizesOfItsStart) {

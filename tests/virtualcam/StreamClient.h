@@ -54,7 +54,7 @@ public:
         Block block;
         for (std::size_t i = 0; i < count; ++i) {
             block.transfers.emplace_back();
-            block.statuses.push_back(m_Client.Receive(0x84, sizes[i % sizes.size()], block.transfers.back()));
+            block.statuses.push_back(m_Client.Receive(0x83, sizes[i % sizes.size()], block.transfers.back()));
         }
         return block;
     }
