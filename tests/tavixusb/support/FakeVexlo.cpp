@@ -30,6 +30,11 @@ void FakeVexlo::Reset() {
     const Lock guard(lock);
     m_Scripts.clear();
     m_Calls.clear();
+    m_Failure.reset();
+    onCall = nullptr;
+    answers.clear();
+    registered.clear();
+    lastMessageRequest = {};
     cameras.clear();
     lastOpenRecord = {};
     createsDevices = hasStream = hasEvents = true;
@@ -58,6 +63,11 @@ void FakeVexlo::Script(const std::string& call, std::vector<VxStatus> statuses) 
     m_Scripts[call] = {statuses.begin(), statuses.end()};
 }
 
+void FakeVexlo::FailCall(std::size_t index, VxStatus status, bool andAllLater) {
+    const Lock guard(lock);
+    m_Failure = Failure{index, status, andAllLater};
+}
+
 std::vector<std::string> FakeVexlo::Calls() const {
     const Lock guard(lock);
     return m_Calls;
@@ -82,7 +92,11 @@ FakeVexlo::Bytes FakeVexlo::Number(std::uint64_t value, std::size_t size) {
 
 VxStatus FakeVexlo::Note(const std::string& call) {
     const Lock guard(lock);
+    const std::size_t index = m_Calls.size();
     m_Calls.push_back(call);
+    if (m_Failure && (index == m_Failure->index || (m_Failure->andAllLater && index > m_Failure->index))) {
+        return m_Failure->status;
+    }
     std::deque<VxStatus>& script = m_Scripts[call];
     if (script.empty()) return VX_OK;
     const VxStatus status = script.front();
@@ -124,34 +138,40 @@ void FakeVexlo::PushEvent(const Bytes& event) {
 
 namespace vexlo {
 
+using Call = FakeVexlo::Call;
+
 VxStatus Init() {
-    return Bus().Note("Init");
+    return Call("Init").status;
 }
 
 void Exit() {
-    static_cast<void>(Bus().Note("Exit"));
+    const Call call("Exit");
 }
 
 VxStatus IsLibraryLoadable() {
-    return Bus().Note("IsLibraryLoadable");
+    return Call("IsLibraryLoadable").status;
 }
 
-VxStatus GetStatusMessage(VxStatus status, char* buffer, unsigned long size, unsigned long*) {
+VxStatus GetStatusMessage(VxStatus status, char* buffer, unsigned long size, unsigned long* pLength) {
+    const Lock guard(Bus().lock);
+    Bus().lastMessageRequest = {size, pLength != nullptr,
+                                std::all_of(buffer, buffer + size, [](char c) { return !c; })};
     if (Bus().statusText.empty()) return VX_E_NOT_FOUND;
     std::snprintf(buffer, size, "%s %08X", Bus().statusText.c_str(), status);
     return VX_OK;
 }
 
 VxStatus CEnumerator::Discover(Callee* callee) {
+    const Call call("Discover");
     for (const DeviceDiscoveryInfo& camera : Bus().cameras) {
         if (callee->EnumCallback(&camera) != 0) break;
     }
-    return Bus().Note("Discover");
+    return call.status;
 }
 
 VxStatus CEnumerator::DeviceInfoFromPath(const char* path, DeviceDiscoveryInfo& info) {
-    const VxStatus status = Bus().Note("DeviceInfoFromPath");
-    if (status != VX_OK) return status;
+    const Call call("DeviceInfoFromPath");
+    if (!call) return call.status;
     for (const DeviceDiscoveryInfo& camera : Bus().cameras) {
         if (std::strcmp(camera.DevicePath, path) != 0) continue;
         info = camera;
@@ -168,29 +188,40 @@ struct CVxDevice::Impl {
     bool open = false;
     CVxStream stream{std::make_unique<CVxStream::Impl>()};
     CVxEventStream events{std::make_unique<CVxEventStream::Impl>()};
+
+    void SetOpen(bool isOpen) {
+        Bus().openDevices += int(isOpen) - int(open);
+        open = isOpen;
+    }
 };
 
 CVxDevice::CVxDevice() : m_Impl(std::make_unique<Impl>()) {}
 CVxDevice::~CVxDevice() = default;
 
+/// A scripted failure makes no device.
 CVxDevice* CVxDevice::CreateDevice(EDeviceType type) {
-    static_cast<void>(Bus().Note("CreateDevice"));
+    const Call call("CreateDevice");
     Bus().lastDeviceType = static_cast<unsigned int>(type);
-    return Bus().createsDevices ? new CVxDevice : nullptr;
+    if (!call || !Bus().createsDevices) return nullptr;
+    ++Bus().liveDevices;
+    return new CVxDevice;
 }
 
 void CVxDevice::DestroyDevice(CVxDevice* device) {
-    static_cast<void>(Bus().Note("DestroyDevice"));
+    const Call call("DestroyDevice");
+    if (device) {
+        device->m_Impl->SetOpen(false);
+        --Bus().liveDevices;
+    }
     delete device;
     if (Bus().throwsOnDestroy) throw std::runtime_error("cannot destroy");
 }
 
 VxStatus CVxDevice::Open(const DeviceDiscoveryInfo& info) {
-    const Lock guard(Bus().lock);
+    const Call call("Device.Open");
     Bus().lastOpenRecord = info;
-    const VxStatus status = Bus().Note("Device.Open");
-    if (status == VX_OK) m_Impl->open = true;
-    return status;
+    if (call) m_Impl->SetOpen(true);
+    return call.status;
 }
 
 VxStatus CVxDevice::Open(const DeviceDiscoveryInfo* info) {
@@ -198,9 +229,9 @@ VxStatus CVxDevice::Open(const DeviceDiscoveryInfo* info) {
 }
 
 VxStatus CVxDevice::Close() {
-    const Lock guard(Bus().lock);
-    m_Impl->open = false;
-    return Bus().Note("Device.Close");
+    const Call call("Device.Close");
+    m_Impl->SetOpen(false);
+    return call.status;
 }
 
 bool CVxDevice::IsOpen() const {
@@ -209,9 +240,8 @@ bool CVxDevice::IsOpen() const {
 }
 
 VxStatus CVxDevice::ReadMem(void* buffer, unsigned long address, unsigned long* pCount) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Device.ReadMem");
-    if (status != VX_OK) return status;
+    const Call call("Device.ReadMem");
+    if (!call) return call.status;
     *pCount -= std::min(*pCount, Bus().shortReadBy);
     for (unsigned long i = 0; i < *pCount; ++i)
         static_cast<unsigned char*>(buffer)[i] = Bus().memory[address + i];
@@ -219,44 +249,42 @@ VxStatus CVxDevice::ReadMem(void* buffer, unsigned long address, unsigned long* 
 }
 
 VxStatus CVxDevice::WriteMem(const void* buffer, unsigned long address, unsigned long count) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Device.WriteMem");
-    if (status != VX_OK) return status;
+    const Call call("Device.WriteMem");
+    if (!call) return call.status;
     for (unsigned long i = 0; i < count; ++i)
         Bus().memory[address + i] = static_cast<const unsigned char*>(buffer)[i];
     return VX_OK;
 }
 
 VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Device.GetProperty");
-    return status != VX_OK ? status : Bus().Read(Bus().deviceProperties, id, buffer, size);
+    const Call call("Device.GetProperty");
+    const bool hasAnswer = Bus().answers.count(id) != 0;
+    return call ? Bus().Read(hasAnswer ? Bus().answers : Bus().deviceProperties, id, buffer, size) : call.status;
 }
 
 VxStatus CVxDevice::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Device.SetProperty");
-    return status != VX_OK ? status : Bus().Write(Bus().deviceProperties, id, buffer, size);
+    const Call call("Device.SetProperty");
+    return call ? Bus().Write(Bus().deviceProperties, id, buffer, size) : call.status;
 }
 
 VxStatus CVxDevice::ProvideXmlFile(CXmlFile& file) {
-    const VxStatus status = Bus().Note("Device.ProvideXmlFile");
-    if (status != VX_OK) return status;
+    const Call call("Device.ProvideXmlFile");
+    if (!call) return call.status;
     if (Bus().hasXmlText) file.SetText(Bus().xmlText);
     if (Bus().hasXmlName) file.SetFilename(Bus().xmlName);
     return VX_OK;
 }
 
 VxStatus CVxDevice::GetStream(CVxStream** ppStream) {
-    const VxStatus status = Bus().Note("Device.GetStream");
-    *ppStream = status == VX_OK && Bus().hasStream ? &m_Impl->stream : nullptr;
-    return status;
+    const Call call("Device.GetStream");
+    *ppStream = call && Bus().hasStream ? &m_Impl->stream : nullptr;
+    return call.status;
 }
 
 VxStatus CVxDevice::GetEventStream(CVxEventStream** ppStream) {
-    const VxStatus status = Bus().Note("Device.GetEventStream");
-    *ppStream = status == VX_OK && Bus().hasEvents ? &m_Impl->events : nullptr;
-    return status;
+    const Call call("Device.GetEventStream");
+    *ppStream = call && Bus().hasEvents ? &m_Impl->events : nullptr;
+    return call.status;
 }
 
 } // namespace vexlo

@@ -7,8 +7,10 @@
 #include "vexlo/VxStream.h"
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,9 @@ public:
     /// The next calls of that name answer these statuses, one each; then they succeed again.
     void Script(const std::string& call, std::vector<vexlo::VxStatus> statuses);
     void FailNext(const std::string& call, vexlo::VxStatus status) { Script(call, {status}); }
+    /// The call that makes the list of calls `index` + 1 long answers this status, whatever its name; with
+    /// `andAllLater` all later ones do, too, as if the camera had been unplugged in that moment.
+    void FailCall(std::size_t index, vexlo::VxStatus status, bool andAllLater = false);
 
     std::vector<std::string> Calls() const;
     void ForgetCalls();
@@ -41,6 +46,16 @@ public:
     /// Calls the handlers of a kind on a thread of its own and waits for their end.
     void Notify(vexlo::EVxCallbackKind kind);
     std::size_t NumberOfRegistrations() const;
+
+    /// Hears of each call at its beginning, with no lock of the stand-in held. It may wait or throw.
+    std::function<void(const std::string& call)> onCall;
+
+    /// Arguments of GetStatusMessage, and whether it found an empty buffer.
+    struct MessageRequest {
+        unsigned long size = 0;
+        bool hasLength = false;
+        bool wasZeroed = false;
+    };
 
     // What the calls find and leave.
     std::vector<vexlo::DeviceDiscoveryInfo> cameras;
@@ -62,6 +77,11 @@ public:
     void* userBuffer = nullptr;
     const void* queuedContext = nullptr;
     unsigned int lastDeviceType = ~0u;
+    int liveDevices = 0;                   ///< made and not destroyed
+    int openDevices = 0;                   ///< opened and not closed
+    std::map<unsigned int, Bytes> answers; ///< what device properties answer, whatever was written to them
+    std::vector<vexlo::VxCallbackParams> registered;
+    MessageRequest lastMessageRequest;
 
     // For the stand-in's own calls.
     struct StreamState {
@@ -70,7 +90,7 @@ public:
         bool prepared = false;
         void Signal() const;
     };
-    vexlo::VxStatus Note(const std::string& call);
+    class Call;
     vexlo::VxStatus Read(const Properties& properties, unsigned int id, void* buffer, unsigned long size) const;
     vexlo::VxStatus Write(Properties& properties, unsigned int id, const void* buffer, unsigned long size);
     StreamState stream, eventStream;
@@ -80,6 +100,34 @@ public:
 
 private:
     FakeVexlo() = default;
+    vexlo::VxStatus Note(const std::string& call);
+
+    struct Failure {
+        std::size_t index;
+        vexlo::VxStatus status;
+        bool andAllLater;
+    };
+    std::optional<Failure> m_Failure;
     std::map<std::string, std::deque<vexlo::VxStatus>> m_Scripts;
     std::vector<std::string> m_Calls;
+};
+
+/// The beginning of each of the stand-in's calls: tells who listens, takes the lock, writes the call down and takes the
+/// scripted status.
+class FakeVexlo::Call {
+public:
+    explicit Call(const char* name) {
+        const auto hear = FakeVexlo::Get().onCall;
+        if (hear) hear(name);
+        m_Guard = std::unique_lock<std::recursive_mutex>(FakeVexlo::Get().lock);
+        status = FakeVexlo::Get().Note(name);
+    }
+    /// For calls that wait for others.
+    void GiveLockBack() { m_Guard.unlock(); }
+    explicit operator bool() const { return status == vexlo::VX_OK; }
+
+    vexlo::VxStatus status;
+
+private:
+    std::unique_lock<std::recursive_mutex> m_Guard;
 };

@@ -69,8 +69,9 @@ std::size_t FakeVexlo::NumberOfRegistrations() const {
 namespace vexlo {
 
 VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHandle) {
-    const VxStatus status = FakeVexlo::Get().Note("RegisterCallback");
-    if (status != VX_OK) return status;
+    const FakeVexlo::Call call("RegisterCallback");
+    FakeVexlo::Get().registered.push_back(*params);
+    if (!call) return call.status;
     const std::lock_guard<std::mutex> guard(g_Lock);
     const auto registration = std::make_shared<Registration>();
     registration->params = *params;
@@ -80,7 +81,8 @@ VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHand
 }
 
 VxStatus VxDeregisterCallback(unsigned long handle) {
-    const VxStatus status = FakeVexlo::Get().Note("DeregisterCallback");
+    FakeVexlo::Call call("DeregisterCallback");
+    call.GiveLockBack();
     std::unique_lock<std::mutex> guard(g_Lock);
     const auto found = g_Registrations.find(handle);
     if (found == g_Registrations.end()) return VX_E_NOT_FOUND;
@@ -90,7 +92,7 @@ VxStatus VxDeregisterCallback(unsigned long handle) {
     if (registration->runner != std::this_thread::get_id()) {
         g_Changed.wait(guard, [&] { return !registration->running; });
     }
-    return status;
+    return call.status;
 }
 
 } // namespace vexlo

@@ -18,6 +18,8 @@ FakeVexlo& Bus() {
 
 namespace vexlo {
 
+using Call = FakeVexlo::Call;
+
 struct CVxStream::Impl {};
 struct CVxEventStream::Impl {};
 
@@ -25,16 +27,15 @@ CVxStream::CVxStream(std::unique_ptr<Impl> impl) : m_Impl(std::move(impl)) {}
 CVxStream::~CVxStream() = default;
 
 VxStatus CVxStream::Open() {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.Open");
-    Bus().stream.open = status == VX_OK;
-    return status;
+    const Call call("Stream.Open");
+    Bus().stream.open = bool(call);
+    return call.status;
 }
 
 VxStatus CVxStream::Close() {
-    const Lock guard(Bus().lock);
+    const Call call("Stream.Close");
     Bus().stream.open = false;
-    return Bus().Note("Stream.Close");
+    return call.status;
 }
 
 bool CVxStream::IsOpen() const {
@@ -43,19 +44,17 @@ bool CVxStream::IsOpen() const {
 }
 
 VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.RegisterWaitObject");
-    if (status == VX_OK) Bus().stream.waitObject = Tavix::ShareWaitObject(waitObject);
-    return status;
+    const Call call("Stream.RegisterWaitObject");
+    if (call) Bus().stream.waitObject = Tavix::ShareWaitObject(waitObject);
+    return call.status;
 }
 
 VxStatus CVxStream::PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize) {
-    const Lock guard(Bus().lock);
+    const Call call("Stream.PrepareGrab");
     Bus().preparedBuffers = maxBuffers;
     Bus().preparedSize = maxBufferSize;
-    const VxStatus status = Bus().Note("Stream.PrepareGrab");
-    if (status == VX_OK) Bus().stream.prepared = true;
-    return status;
+    if (call) Bus().stream.prepared = true;
+    return call.status;
 }
 
 bool CVxStream::IsPrepared() const {
@@ -64,45 +63,44 @@ bool CVxStream::IsPrepared() const {
 }
 
 VxStatus CVxStream::StartStreaming() {
-    return Bus().Note("Stream.StartStreaming");
+    const Call call("Stream.StartStreaming");
+    return call.status;
 }
 
 VxStatus CVxStream::FinishGrab() {
-    const Lock guard(Bus().lock);
+    const Call call("Stream.FinishGrab");
     Bus().stream.prepared = false;
-    return Bus().Note("Stream.FinishGrab");
+    return call.status;
 }
 
 VxStatus CVxStream::CancelGrab() {
-    return Bus().Note("Stream.CancelGrab");
+    const Call call("Stream.CancelGrab");
+    return call.status;
 }
 
 VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long, BufferHandle_s** ppHandle) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.RegisterBuffer");
-    if (status != VX_OK) return status;
+    const Call call("Stream.RegisterBuffer");
+    if (!call) return call.status;
     Bus().userBuffer = buffer;
     *ppHandle = reinterpret_cast<BufferHandle_s*>(&Bus().userBuffer);
     return VX_OK;
 }
 
 VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.DeregisterBuffer");
-    if (status == VX_OK) *ppBuffer = *reinterpret_cast<void**>(handle);
-    return status;
+    const Call call("Stream.DeregisterBuffer");
+    if (call) *ppBuffer = *reinterpret_cast<void**>(handle);
+    return call.status;
 }
 
 VxStatus CVxStream::QueueBuffer(BufferHandle_s*, const void* context) {
-    const Lock guard(Bus().lock);
+    const Call call("Stream.QueueBuffer");
     Bus().queuedContext = context;
-    return Bus().Note("Stream.QueueBuffer");
+    return call.status;
 }
 
 VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.RetrieveBuffer");
-    if (status != VX_OK) return status;
+    const Call call("Stream.RetrieveBuffer");
+    if (!call) return call.status;
     if (Bus().results.empty()) return VX_E_NO_DATA;
     *result = Bus().results.front();
     Bus().results.pop_front();
@@ -112,31 +110,28 @@ VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
 }
 
 VxStatus CVxStream::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.GetProperty");
-    return status != VX_OK ? status : Bus().Read(Bus().streamProperties, id, buffer, size);
+    const Call call("Stream.GetProperty");
+    return call ? Bus().Read(Bus().streamProperties, id, buffer, size) : call.status;
 }
 
 VxStatus CVxStream::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Stream.SetProperty");
-    return status != VX_OK ? status : Bus().Write(Bus().streamProperties, id, buffer, size);
+    const Call call("Stream.SetProperty");
+    return call ? Bus().Write(Bus().streamProperties, id, buffer, size) : call.status;
 }
 
 CVxEventStream::CVxEventStream(std::unique_ptr<Impl> impl) : m_Impl(std::move(impl)) {}
 CVxEventStream::~CVxEventStream() = default;
 
 VxStatus CVxEventStream::Open() {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Events.Open");
-    Bus().eventStream.open = status == VX_OK;
-    return status;
+    const Call call("Events.Open");
+    Bus().eventStream.open = bool(call);
+    return call.status;
 }
 
 VxStatus CVxEventStream::Close() {
-    const Lock guard(Bus().lock);
+    const Call call("Events.Close");
     Bus().eventStream.open = false;
-    return Bus().Note("Events.Close");
+    return call.status;
 }
 
 bool CVxEventStream::IsOpen() const {
@@ -145,16 +140,14 @@ bool CVxEventStream::IsOpen() const {
 }
 
 VxStatus CVxEventStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Events.RegisterWaitObject");
-    if (status == VX_OK) Bus().eventStream.waitObject = Tavix::ShareWaitObject(waitObject);
-    return status;
+    const Call call("Events.RegisterWaitObject");
+    if (call) Bus().eventStream.waitObject = Tavix::ShareWaitObject(waitObject);
+    return call.status;
 }
 
 VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsigned long* pPending) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Events.RetrieveEvent");
-    if (status != VX_OK) return status;
+    const Call call("Events.RetrieveEvent");
+    if (!call) return call.status;
     if (Bus().events.empty()) return VX_E_NO_DATA;
     const FakeVexlo::Bytes event = Bus().events.front();
     if (*pSize < event.size()) return VX_E_INVALID_SIZE;
@@ -167,15 +160,13 @@ VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsig
 }
 
 VxStatus CVxEventStream::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Events.GetProperty");
-    return status != VX_OK ? status : Bus().Read(Bus().eventProperties, id, buffer, size);
+    const Call call("Events.GetProperty");
+    return call ? Bus().Read(Bus().eventProperties, id, buffer, size) : call.status;
 }
 
 VxStatus CVxEventStream::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
-    const Lock guard(Bus().lock);
-    const VxStatus status = Bus().Note("Events.SetProperty");
-    return status != VX_OK ? status : Bus().Write(Bus().eventProperties, id, buffer, size);
+    const Call call("Events.SetProperty");
+    return call ? Bus().Write(Bus().eventProperties, id, buffer, size) : call.status;
 }
 
 } // namespace vexlo
