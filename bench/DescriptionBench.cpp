@@ -8,10 +8,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <malloc.h>
 
@@ -57,6 +59,41 @@ void Load(benchmark::State& state, const std::string& xml) {
         benchmark::DoNotOptimize(loaded);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * xml.size()));
+}
+
+double ProcessorMicroseconds() {
+    return static_cast<double>(std::clock()) * 1e6 / CLOCKS_PER_SEC;
+}
+
+/// The processor time a node takes in maps of growing size, and its ratio to that in the smallest: 1 is linear. The
+/// sizes take turns, so that what else the machine does meets all of them.
+void LoadRatios(benchmark::State& state) {
+    struct Size {
+        int nodes;
+        const char* name;
+        GenICam::gcstring text;
+        double best = 1e30;
+    };
+    std::vector<Size> sizes = {
+        {1000, "us_per_node_1000", {}}, {10000, "us_per_node_10000", {}}, {50000, "us_per_node_50000", {}}};
+    for (Size& size : sizes)
+        size.text = MadeDescription(size.nodes / 3).c_str();
+    for (auto _ : state) {
+        for (Size& size : sizes) {
+            // As many nodes a turn for each size.
+            const int repeats = sizes.back().nodes / size.nodes;
+            const double before = ProcessorMicroseconds();
+            for (int i = 0; i < repeats; ++i) {
+                GenApi::CNodeMapRef map("Device");
+                map._LoadXMLFromString(size.text);
+            }
+            size.best = std::min(size.best, (ProcessorMicroseconds() - before) / (repeats * size.nodes));
+        }
+    }
+    for (const Size& size : sizes)
+        state.counters[size.name] = size.best;
+    state.counters["ratio_10000"] = sizes[1].best / sizes[0].best;
+    state.counters["ratio_50000"] = sizes[2].best / sizes[0].best;
 }
 
 void ReadAll(benchmark::State& state, const std::string& xml) {
@@ -114,6 +151,7 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark(("LoadMade/" + std::to_string(nodes)).c_str(), Load, MadeDescription(nodes / 3))
             ->Unit(benchmark::kMillisecond);
     }
+    benchmark::RegisterBenchmark("LoadMade/ratios", LoadRatios)->Unit(benchmark::kMillisecond)->Iterations(10);
     if (const char* folder = std::getenv("TAVIX_CAMERA_XML_DIR")) {
         RegisterDescriptions(folder);
     } else {

@@ -1,6 +1,7 @@
 #pragma once
 // A preprocessed description: what a file says, as records that nodes are made from.
 
+#include "genapi/description/NameIndex.h"
 #include "genapi/description/NodeType.h"
 #include "genapi/description/Property.h"
 
@@ -95,6 +96,8 @@ struct Description {
     // Document order: StructReg entries in place, entries of an enumeration and inner IntSwissKnives after their
     // owner. No two have the same name.
     std::vector<NodeRecord> nodes;
+    // Their numbers are places in `nodes`.
+    NameIndex names;
     std::vector<LoadProblem> problems;
 
     // What the views point into: decoded texts, generated texts, property records.

@@ -114,9 +114,15 @@ inline constexpr std::size_t kPropertyCount = std::size(kPropertyNames);
 [[nodiscard]] std::optional<PropertyId> FindProperty(std::string_view name) noexcept;
 
 // True for links: the value is the name of another node.
+inline constexpr auto kIsLink = [] {
+    std::array<bool, kPropertyCount> isLink{};
+    for (std::size_t i = 0; i < kPropertyCount; ++i)
+        isLink[i] = kPropertyNames[i][0] == 'p';
+    return isLink;
+}();
+
 [[nodiscard]] constexpr bool IsLink(PropertyId id) {
-    const std::string_view name = PropertyName(id);
-    return name[0] == 'p';
+    return kIsLink[static_cast<std::size_t>(id)];
 }
 
 // Which XML attribute accompanies the value.
@@ -153,10 +159,20 @@ enum class AttributeKind : uint8_t {
     return id == PropertyId::ToolTip || id == PropertyId::Description || id == PropertyId::DisplayName;
 }
 
+// The place of a node among those of its map.
+using NodeIndex = uint32_t;
+inline constexpr NodeIndex kNoNode = 0xFFFFFFFF;
+
 // One property as text. The texts belong to whoever made the record (a Description, or a caller's strings).
 struct PropertyRecord {
+    PropertyRecord() = default;
+    PropertyRecord(PropertyId propertyId, AttributeKind kind, std::string_view valueText,
+                   std::string_view attributeText)
+        : id(propertyId), attributeKind(kind), value(valueText), attribute(attributeText) {}
+
     PropertyId id = PropertyId::ToolTip;
     AttributeKind attributeKind = AttributeKind::None;
+    NodeIndex target = kNoNode; // of a link, once the map is finished; kNoNode when there is no such node
     std::string_view value;
     std::string_view attribute;
 };

@@ -40,21 +40,21 @@ private:
         const std::string_view kind = LocalName(element);
         if (kind == "Group" || kind == "Extension") return;
         if (kind != "StructReg") {
-            Add(element, {});
+            Add(element, {}, FindNodeType(kind));
             return;
         }
         for (const pugi::xml_node child : element.children()) {
-            if (LocalName(child) == "StructEntry") Add(child, element);
+            if (LocalName(child) == "StructEntry") Add(child, element, NodeType::MaskedIntReg);
         }
     }
 
-    void Add(const pugi::xml_node& element, const pugi::xml_node& structReg) {
+    void Add(const pugi::xml_node& element, const pugi::xml_node& structReg, std::optional<NodeType> type) {
         const std::string_view name = AttributeText(element, "Name");
         if (name.empty()) {
             Report(m_Problems, m_Text.Line(element), {}, std::string(element.name()) + " without a name");
             return;
         }
-        m_Elements.push_back({element, structReg, {}, &m_Text, name});
+        m_Elements.push_back({element, structReg, {}, &m_Text, name, type});
     }
 
     const XmlText& m_Text;                // borrowed
@@ -63,7 +63,7 @@ private:
 };
 
 bool IsCategory(const NodeElement& node) {
-    return LocalName(node.element) == "Category";
+    return node.type == NodeType::Category;
 }
 
 // An injected node meets one of the same name.

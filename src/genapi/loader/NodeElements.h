@@ -4,6 +4,7 @@
 #include "genapi/description/Description.h"
 #include "genapi/loader/XmlText.h"
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct NodeElement {
     pugi::xml_node united;    // an injected Category whose features join this one's; else null
     const XmlText* text = nullptr;
     std::string_view name;
+    std::optional<NodeType> type; // nothing when the element is of no known kind
 };
 
 using NodeElements = std::vector<NodeElement>;

@@ -8,6 +8,7 @@
 #include <bitset>
 #include <optional>
 #include <string>
+#include <unordered_set>
 
 namespace genapi {
 
@@ -49,7 +50,7 @@ std::size_t Index(PropertyId id) {
 } // namespace
 
 RecordBuilder::RecordBuilder(Description& description, TextArena& arena)
-    : m_Description(description), m_Arena(arena), m_Properties(description.properties),
+    : m_Description(description), m_Arena(arena), m_Properties(description.properties), m_Names(description.names),
       m_IsLogging(Tavix::LogIsEnabled(LogCategory(), Tavix::kLogDebug)) {}
 
 void RecordBuilder::Run(const NodeElements& elements) {
@@ -59,32 +60,28 @@ void RecordBuilder::Run(const NodeElements& elements) {
     m_Properties.reserve(std::min(elements.size() * 10, kMostReserved));
     ClaimNames(elements);
     for (std::size_t i = 0; i < elements.size(); ++i) {
-        if (m_IsDropped[i] == 0) Build(elements[i]);
+        if (m_Claims[i] != kNoNode) Build(elements[i], m_Claims[i]);
     }
     FinishRecords();
 }
 
 // Before anything is generated, so that generated names give way to stated ones.
 void RecordBuilder::ClaimNames(const NodeElements& elements) {
-    m_Names.reserve(elements.size() * 2);
-    m_IsDropped.assign(elements.size(), 0);
+    m_Names.Reserve(elements.size() * 5 / 4);
+    m_Claims.assign(elements.size(), kNoNode);
     for (std::size_t i = 0; i < elements.size(); ++i) {
         const NodeElement& node = elements[i];
-        const std::string_view kind = LocalName(node.element);
-        const char* reason = nullptr;
-        if (!FindNodeType(kind))
-            reason = "unknown kind of node";
-        else if (!m_Names.insert(node.name).second)
-            reason = "second node of this name; the first one counts";
-        if (reason == nullptr) continue;
-        m_IsDropped[i] = 1;
+        if (node.type) m_Claims[i] = m_Names.Insert(node.name);
+        if (m_Claims[i] != kNoNode) continue;
+        const char* const reason =
+            node.type ? "second node of this name; the first one counts" : "unknown kind of node";
         Report(m_Description.problems, node.text->Line(node.element), node.name, reason);
     }
 }
 
-void RecordBuilder::Build(const NodeElement& node) {
+void RecordBuilder::Build(const NodeElement& node, NodeIndex claim) {
     m_Text = node.text;
-    Begin(node.element, *FindNodeType(LocalName(node.element)), node.name);
+    Begin(node.element, *node.type, node.name, claim);
     if (node.structReg) Inherit(node);
     AddProperties(node.element);
     if (node.united) AddUnitedFeatures(node.united);
@@ -99,7 +96,7 @@ void RecordBuilder::Build(const NodeElement& node) {
 }
 
 void RecordBuilder::BuildInner(const Inner& inner) {
-    Begin(inner.element, inner.type, inner.name);
+    Begin(inner.element, inner.type, inner.name, inner.claim);
     if (inner.type == NodeType::TextDesc || inner.type == NodeType::IntKey) {
         m_Properties.push_back({PropertyId::p1212Parser, AttributeKind::None, inner.owner, {}});
         m_Properties.push_back({PropertyId::Key, AttributeKind::None, Trim(ElementText(inner.element, m_Arena)), {}});
@@ -110,7 +107,9 @@ void RecordBuilder::BuildInner(const Inner& inner) {
     End();
 }
 
-void RecordBuilder::Begin(const pugi::xml_node& element, NodeType type, std::string_view name) {
+void RecordBuilder::Begin(const pugi::xml_node& element, NodeType type, std::string_view name, NodeIndex claim) {
+    m_NodesOf.resize(m_Names.Count());
+    m_NodesOf[claim] = static_cast<NodeIndex>(m_Description.nodes.size());
     m_Type = type;
     m_Name = name;
     NodeRecord record;
@@ -130,6 +129,7 @@ void RecordBuilder::FinishRecords() {
     for (std::size_t i = 0; i < m_Ranges.size(); ++i) {
         m_Description.nodes[i].properties = {m_Properties.data() + m_Ranges[i].first, m_Ranges[i].count};
     }
+    m_Names.Renumber(m_NodesOf);
 }
 
 void RecordBuilder::AddProperties(const pugi::xml_node& element) {
@@ -199,23 +199,25 @@ void RecordBuilder::TakeEntry(const pugi::xml_node& child) {
     if (entry.empty()) return Complain(child, "entry without a name");
     if (m_Name.size() + entry.size() > kMaxGeneratedName) return Complain(child, "entry with too long a name");
     const std::string_view name = m_Arena.Join({"EnumEntry_", m_Name, "_", entry});
-    if (!m_Names.insert(name).second) {
+    const NodeIndex claim = m_Names.Insert(name);
+    if (claim == kNoNode) {
         return Complain(child, "second entry '" + std::string(entry) + "'; the first one counts");
     }
     m_Properties.push_back({PropertyId::pEnumEntry, AttributeKind::None, name, {}});
-    m_Inner.push_back({child, NodeType::EnumEntry, name, m_Name});
+    m_Inner.push_back({child, NodeType::EnumEntry, name, m_Name, claim});
 }
 
 void RecordBuilder::TakeKnife(const pugi::xml_node& child) {
-    const std::string_view name = UniqueName(AttributeText(child, "Name"), m_Name);
+    const auto [name, claim] = UniqueName(AttributeText(child, "Name"), m_Name);
     m_Properties.push_back({PropertyId::pAddress, AttributeKind::None, name, {}});
-    m_Inner.push_back({child, NodeType::IntSwissKnife, name, m_Name});
+    m_Inner.push_back({child, NodeType::IntSwissKnife, name, m_Name, claim});
 }
 
 void RecordBuilder::TakeKey(const pugi::xml_node& child, NodeType type) {
     const std::string_view name = AttributeText(child, "Name");
-    if (name.empty() || !m_Names.insert(name).second) return Complain(child, "key without a name of its own");
-    m_Inner.push_back({child, type, name, m_Name});
+    const NodeIndex claim = name.empty() ? kNoNode : m_Names.Insert(name);
+    if (claim == kNoNode) return Complain(child, "key without a name of its own");
+    m_Inner.push_back({child, type, name, m_Name, claim});
 }
 
 // The properties of the entry's StructReg that the entry does not override. Lists are united: the inherited part first.
@@ -267,12 +269,14 @@ void RecordBuilder::AddText(PropertyId id, std::string_view value) {
     m_Properties.push_back({id, AttributeKind::None, value, {}});
 }
 
-std::string_view RecordBuilder::UniqueName(std::string_view wanted, std::string_view owner) {
-    if (!wanted.empty() && m_Names.insert(wanted).second) return wanted;
+std::pair<std::string_view, NodeIndex> RecordBuilder::UniqueName(std::string_view wanted, std::string_view owner) {
+    NodeIndex claim = wanted.empty() ? kNoNode : m_Names.Insert(wanted);
+    if (claim != kNoNode) return {wanted, claim};
     const std::string_view base = owner.substr(0, kMaxGeneratedName);
     for (;;) {
         const std::string_view name = m_Arena.Join({base, "_IntSwissKnife", std::to_string(++m_KnifeCount)});
-        if (m_Names.insert(name).second) return name;
+        claim = m_Names.Insert(name);
+        if (claim != kNoNode) return {name, claim};
     }
 }
 

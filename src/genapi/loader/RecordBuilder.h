@@ -5,7 +5,6 @@
 #include "genapi/loader/NodeElements.h"
 
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -33,14 +32,15 @@ private:
         NodeType type = NodeType::Node;
         std::string_view name;
         std::string_view owner; // name of the owning node
+        NodeIndex claim = kNoNode;
     };
 
     void ClaimNames(const NodeElements& elements);
-    void Build(const NodeElement& node);
+    void Build(const NodeElement& node, NodeIndex claim);
     void BuildInner(const Inner& inner);
     void FinishRecords();
 
-    void Begin(const pugi::xml_node& element, NodeType type, std::string_view name);
+    void Begin(const pugi::xml_node& element, NodeType type, std::string_view name, NodeIndex claim);
     void End();
     void AddProperties(const pugi::xml_node& element);
     void AddProperty(const pugi::xml_node& element, PropertyId id);
@@ -53,17 +53,19 @@ private:
     std::pair<uint32_t, uint32_t> StructProperties(const pugi::xml_node& structReg);
     void AddUnitedFeatures(const pugi::xml_node& category);
     void AddText(PropertyId id, std::string_view value);
-    std::string_view UniqueName(std::string_view wanted, std::string_view owner);
+    // A free name, and its claim.
+    std::pair<std::string_view, NodeIndex> UniqueName(std::string_view wanted, std::string_view owner);
     void Complain(const pugi::xml_node& element, std::string text);
     void LogIgnored(const pugi::xml_node& element) const;
 
     Description& m_Description;
     TextArena& m_Arena;
     std::vector<PropertyRecord>& m_Properties; // of the description
-    std::unordered_set<std::string_view> m_Names;
-    std::vector<char> m_IsDropped; // by index of the element
-    std::vector<Range> m_Ranges;   // of each record
-    std::vector<Inner> m_Inner;    // waiting for the owner's end
+    NameIndex& m_Names;                        // of the description; by claim until the nodes have their places
+    std::vector<NodeIndex> m_Claims;           // by index of the element; kNoNode when it is dropped
+    std::vector<NodeIndex> m_NodesOf;          // by claim
+    std::vector<Range> m_Ranges;               // of each record
+    std::vector<Inner> m_Inner;                // waiting for the owner's end
     // First and number in m_StructProperties.
     std::unordered_map<const void*, std::pair<uint32_t, uint32_t>> m_StructRegs;
     std::vector<PropertyRecord> m_StructProperties;

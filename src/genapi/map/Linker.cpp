@@ -1,6 +1,7 @@
 #include "genapi/map/Linker.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/nodes/EnumerationNode.h"
 #include "genapi/nodes/PropertyRules.h"
 #include "genapi/nodes/Throw.h"
 
@@ -11,6 +12,7 @@ void Linker::Run(std::string_view root) {
         Bind(*pNode);
     m_Map.m_Graph.Build(static_cast<NodeIndex>(m_Map.m_Nodes.size()));
     MarkFeatures(root);
+    CollectPolled();
 }
 
 void Linker::Bind(Node& node) {
@@ -18,6 +20,7 @@ void Linker::Bind(Node& node) {
         // Elements that a type does not have are of no meaning to it.
         if (HasProperty(node.Type(), record.id)) BindProperty(node, record);
     }
+    if (node.Type() == NodeType::Enumeration) m_Enumerations.push_back(&node);
     const std::string_view missing = node.Missing();
     if (!missing.empty() && !node.IsDefective()) Fail(node, Fault::Property, "the node has no " + std::string(missing));
 }
@@ -27,7 +30,7 @@ void Linker::BindProperty(Node& node, const PropertyRecord& record) {
     if (!fault.empty()) return Fail(node, Fault::Property, fault);
     BoundProperty property{record, nullptr, nullptr};
     if (IsLink(record.id)) {
-        property.pTarget = m_Map.Find(record.value);
+        property.pTarget = m_Map.NodeAt(record.target);
         if (!property.pTarget) {
             const std::string text =
                 std::string(PropertyName(record.id)) + " names the unknown node '" + std::string(record.value) + "'";
@@ -41,13 +44,33 @@ void Linker::BindProperty(Node& node, const PropertyRecord& record) {
         }
     }
     AddDependencies(node, property);
+    Note(node, record);
     node.Bind(property);
+}
+
+void Linker::Note(Node& node, const PropertyRecord& record) {
+    switch (record.id) {
+    case PropertyId::IsFeature:
+        m_GivenFeatures.emplace_back(&node, ParseYesNo(record.value).value_or(false));
+        break;
+    case PropertyId::PollingTime: {
+        const int64_t period = ParseInteger(record.value).value_or(0);
+        if (!m_Polled.empty() && m_Polled.back().first == &node) m_Polled.pop_back(); // the last one counts
+        m_Polled.emplace_back(&node, period);
+        break;
+    }
+    case PropertyId::IsSelfClearing:
+        if (ParseYesNo(record.value).value_or(false)) m_HasSelfClearingEntries = true;
+        break;
+    default:
+        break;
+    }
 }
 
 void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
     if (!property.pTarget) return;
     const PropertyId id = property.record.id;
-    const NodeIndex target = property.pTarget->Index();
+    const NodeIndex target = property.record.target; // the target itself may be far away in memory
     DependencyGraph& graph = m_Map.m_Graph;
     if (IsDependencyLink(id)) graph.Add(target, node.Index(), id == PropertyId::pInvalidator);
     // These two tell who depends on the node itself.
@@ -68,12 +91,25 @@ void Linker::MarkFeatures(std::string_view root) {
     for (std::size_t head = 0; head < queue.size(); ++head) {
         if (queue[head]->Type() != NodeType::Category) continue;
         for (const PropertyRecord& record : queue[head]->Properties()) {
-            if (record.id == PropertyId::pFeature) meet(m_Map.Find(record.value));
+            if (record.id == PropertyId::pFeature) meet(m_Map.NodeAt(record.target));
         }
     }
-    for (Node* const pNode : m_Map.m_Nodes) {
-        const PropertyRecord* const pGiven = pNode->FindRecord(PropertyId::IsFeature);
-        if (pGiven) pNode->MarkAsFeature(ParseYesNo(pGiven->value).value_or(false));
+    for (const auto& [pNode, isFeature] : m_GivenFeatures)
+        pNode->MarkAsFeature(isFeature);
+}
+
+void Linker::CollectPolled() {
+    std::vector<bool> isListed(m_HasSelfClearingEntries ? m_Map.m_Nodes.size() : 0, false);
+    for (const auto& [pNode, period] : m_Polled) {
+        if (period <= 0) continue;
+        m_Map.m_Polled.push_back({pNode, period, 0});
+        if (!isListed.empty()) isListed[pNode->Index()] = true;
+    }
+    if (!m_HasSelfClearingEntries) return;
+    for (Node* const pNode : m_Enumerations) {
+        const auto* const pEnumeration = dynamic_cast<const EnumerationNode*>(pNode);
+        const bool isNew = pEnumeration && pEnumeration->HasSelfClearingEntries() && !isListed[pNode->Index()];
+        if (isNew) m_Map.m_Polled.push_back({pNode, 0, 0});
     }
 }
 

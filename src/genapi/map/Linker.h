@@ -4,6 +4,8 @@
 #include "genapi/map/Map.h"
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace genapi {
 
@@ -18,7 +20,10 @@ private:
     void Bind(Node& node);
     void BindProperty(Node& node, const PropertyRecord& record);
     void AddDependencies(const Node& node, const BoundProperty& property);
+    // What the rest of the linking has to look at again.
+    void Note(Node& node, const PropertyRecord& record);
     void MarkFeatures(std::string_view root);
+    void CollectPolled();
 
     enum class Fault : uint8_t { Property, Link };
     // Throws, or makes the node report it.
@@ -29,6 +34,10 @@ private:
 
     Map& m_Map;
     Strictness m_Strictness;
+    std::vector<std::pair<Node*, int64_t>> m_Polled;     // with their periods
+    std::vector<std::pair<Node*, bool>> m_GivenFeatures; // that say themselves whether they are features
+    std::vector<Node*> m_Enumerations;
+    bool m_HasSelfClearingEntries = false;
 };
 
 } // namespace genapi

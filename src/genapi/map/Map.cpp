@@ -27,7 +27,7 @@ Node& Map::AddNode(NodeType type, std::string_view name, bool isStandard) {
     const NodeIndex index = static_cast<NodeIndex>(m_Nodes.size());
     name = m_Arena.Keep(name);
     if (name.empty()) ThrowRuntime("A node needs a name.");
-    if (!m_Names.Insert(name, index)) ThrowRuntime("There is a node '" + std::string(name) + "' already.");
+    if (m_Names.Insert(name) == kNoNode) ThrowRuntime("There is a node '" + std::string(name) + "' already.");
     m_Nodes.push_back(MakeNode(m_Arena, {this, index, type, isStandard, name}));
     m_States.emplace_back();
     m_Drafts.emplace_back();
@@ -73,6 +73,7 @@ void Map::TakeDrafts() {
         m_Properties.insert(m_Properties.end(), properties.begin(), properties.end());
         m_Nodes[i]->SetProperties({pFirst, static_cast<uint32_t>(properties.size())});
     }
+    m_Names.Resolve(m_Properties.data(), m_Properties.size());
     m_Drafts.clear();
     m_Drafts.shrink_to_fit();
 }
@@ -82,7 +83,6 @@ void Map::Finalise(std::string_view root, Strictness strictness) {
     TakeDrafts();
     m_IsFinished = true;
     Linker(*this, strictness).Run(root);
-    CollectPolled();
 }
 
 void Map::Load(Description description) {
@@ -91,23 +91,21 @@ void Map::Load(Description description) {
     m_Info = m_Description.info;
     m_Problems = std::move(m_Description.problems);
     const std::size_t count = m_Description.nodes.size();
-    m_Names.Reserve(count);
+    m_Names = std::move(m_Description.names);
+    m_Names.Resolve(m_Description.properties.data(), m_Description.properties.size());
     m_Nodes.reserve(count);
     m_States.resize(count);
     for (const NodeRecord& record : m_Description.nodes) {
         const NodeIndex index = static_cast<NodeIndex>(m_Nodes.size());
-        m_Names.Insert(record.name, index);
         m_Nodes.push_back(MakeNode(m_Arena, {this, index, record.type, record.isStandard, record.name}));
         m_Nodes.back()->SetProperties(record.properties);
     }
     m_IsFinished = true;
     Linker(*this, Strictness::Report).Run("Root");
-    CollectPolled();
 }
 
 Node* Map::Find(std::string_view name) const {
-    const NodeIndex index = m_Names.Find(name);
-    return index == NameIndex::kNone ? nullptr : m_Nodes[index];
+    return NodeAt(m_Names.Find(name));
 }
 
 } // namespace genapi

@@ -3,7 +3,6 @@
 
 #include "genapi/description/Description.h"
 #include "genapi/map/Arena.h"
-#include "genapi/map/NameIndex.h"
 #include "genapi/nodes/Node.h"
 
 #include <array>
@@ -62,7 +61,6 @@ private:
     };
 
     void TakeDrafts();
-    void CollectPolled();
     bool IsDue(Polled& polled, int64_t elapsed);
     void PollNode(ChangeFrame& frame, Node& node, std::vector<NodeIndex>& changed);
 

@@ -1,5 +1,4 @@
 // What a finished map does as a whole: invalidation, polling, ports, formulas.
-#include "genapi/description/Lexical.h"
 #include "genapi/map/Map.h"
 #include "genapi/nodes/CommandNode.h"
 #include "genapi/nodes/EnumerationNode.h"
@@ -26,17 +25,6 @@ bool Map::Connect(GenApi::IPort* pPort, std::string_view portName) {
     if (!pNode) return false;
     pNode->SetPortImpl(pPort);
     return true;
-}
-
-void Map::CollectPolled() {
-    for (Node* const pNode : m_Nodes) {
-        const PropertyRecord* const pRecord = pNode->FindRecord(PropertyId::PollingTime);
-        const int64_t period = pRecord ? ParseInteger(pRecord->value).value_or(0) : 0;
-        const EnumerationNode* pEnumeration = nullptr;
-        if (pNode->Type() == NodeType::Enumeration) pEnumeration = dynamic_cast<EnumerationNode*>(pNode);
-        const bool clearsItself = pEnumeration && pEnumeration->HasSelfClearingEntries();
-        if (period > 0 || clearsItself) m_Polled.push_back({pNode, period, 0});
-    }
 }
 
 bool Map::IsDue(Polled& polled, int64_t elapsed) {

@@ -1,12 +1,12 @@
 #pragma once
 // Which nodes are told when a node changes.
 
+#include "genapi/description/Property.h"
+
 #include <cstdint>
 #include <vector>
 
 namespace genapi {
-
-using NodeIndex = uint32_t;
 
 // The dependency links of a map in two flat arrays. Constant after Build, re-entrant.
 class DependencyGraph {

@@ -91,7 +91,7 @@ void Node::CheckErrorNodes() {
     if (!m_HasErrorLinks) return;
     for (const PropertyRecord& record : m_Properties) {
         if (record.id != PropertyId::pError) continue;
-        Node* const pError = m_pHost->Find(record.value);
+        Node* const pError = m_pHost->NodeAt(record.target);
         if (!pError || pError->ReadInteger({false, true}) == 0) continue;
         const std::string symbolic = pError->ReadText({});
         Node* const pEntry = m_pHost->Find("EnumEntry_" + std::string(pError->Name()) + "_" + symbolic);

@@ -34,8 +34,13 @@ public:
     virtual Node* Find(std::string_view name) const = 0;
 
     const std::vector<Node*>& Nodes() const { return m_Nodes; }
+    // Null for kNoNode.
+    Node* NodeAt(NodeIndex index) const { return index == kNoNode ? nullptr : m_Nodes[index]; }
     const DependencyGraph& Graph() const { return m_Graph; }
     RegisterIndex& Registers();
+    // Made when first asked for. Lock held.
+    const DependencyGraph& Parents();
+    const DependencyGraph& Selecting();
 
     // Caches of registers.
     bool IsValid(NodeIndex node) const { return m_States[node].isValid; }
@@ -89,6 +94,8 @@ private:
     ChangeFrame* m_pFrame = nullptr;        // innermost
     WriteOperation* m_pOperation = nullptr; // the outermost one, while it writes
     std::unique_ptr<RegisterIndex> m_pRegisters;
+    std::unique_ptr<DependencyGraph> m_pParents;   // who names a node as child
+    std::unique_ptr<DependencyGraph> m_pSelecting; // who names it as selected
     std::unordered_map<NodeIndex, std::vector<GenApi::CNodeCallback*>> m_Callbacks;
 
 protected:

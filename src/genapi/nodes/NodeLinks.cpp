@@ -1,6 +1,7 @@
 // How nodes hang together, as an application may ask.
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/Node.h"
+#include "genapi/nodes/ReverseLinks.h"
 
 #include <algorithm>
 
@@ -33,7 +34,7 @@ std::vector<Node*> Linked(const Node& node, const Ids& ids) {
     std::vector<Node*> found;
     for (const PropertyRecord& record : node.Properties()) {
         if (!Contains(ids, record.id)) continue;
-        Append(found, node.Host().Find(record.value));
+        Append(found, node.Host().NodeAt(record.target));
         if (record.attributeKind == AttributeKind::pOffset) Append(found, node.Host().Find(record.attribute));
     }
     return found;
@@ -148,19 +149,30 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
 
 void Node::GetParents(GenApi::NodeList_t& Parents) const {
     Parents.clear();
-    Ids ids = kReadingLinks;
-    ids.insert(ids.end(), kWritingLinks.begin(), kWritingLinks.end());
-    ids.insert(ids.end(), kFeatureLinks.begin(), kFeatureLinks.end());
-    ids.insert(ids.end(), kInvalidatorLinks.begin(), kInvalidatorLinks.end());
-    for (Node* const pNode : m_pHost->Nodes()) {
-        for (const PropertyRecord& record : pNode->Properties()) {
-            const bool isNamed = record.value == m_Name && Contains(ids, record.id);
-            const bool isOffset = record.attributeKind == AttributeKind::pOffset && record.attribute == m_Name;
-            if (!isNamed && !isOffset) continue;
-            Parents.push_back(pNode);
-            break;
+    const GenApi::AutoLock lock(m_pHost->Lock());
+    for (const DependencyGraph::Link link : m_pHost->Parents().DependentsOf(m_Index))
+        Parents.push_back(m_pHost->NodeAt(link.target));
+}
+
+const DependencyGraph& NodeHost::Parents() {
+    if (!m_pParents) {
+        std::bitset<kPropertyCount> properties;
+        for (const Ids& ids : {kReadingLinks, kWritingLinks, kFeatureLinks, kInvalidatorLinks}) {
+            for (const PropertyId id : ids)
+                properties.set(static_cast<std::size_t>(id));
         }
+        m_pParents = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
     }
+    return *m_pParents;
+}
+
+const DependencyGraph& NodeHost::Selecting() {
+    if (!m_pSelecting) {
+        std::bitset<kPropertyCount> properties;
+        properties.set(static_cast<std::size_t>(P::pSelected));
+        m_pSelecting = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
+    }
+    return *m_pSelecting;
 }
 
 } // namespace genapi

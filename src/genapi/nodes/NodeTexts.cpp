@@ -19,7 +19,7 @@ std::string_view Node::PropertyText(PropertyId id) const {
 
 Node* Node::LinkedNode(PropertyId id) const {
     const PropertyRecord* const pRecord = FindRecord(id);
-    return pRecord ? m_pHost->Find(pRecord->value) : nullptr;
+    return pRecord ? m_pHost->NodeAt(pRecord->target) : nullptr;
 }
 
 GenICam::gcstring Node::GetName(bool FullQualified) const {

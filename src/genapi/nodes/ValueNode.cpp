@@ -33,19 +33,15 @@ bool ValueNode::IsSelector() const {
 void ValueNode::GetSelectedFeatures(GenApi::FeatureList_t& Features) const {
     Features.clear();
     for (const PropertyRecord& record : Properties()) {
-        if (record.id == PropertyId::pSelected) AppendValue(Features, Host().Find(record.value));
+        if (record.id == PropertyId::pSelected) AppendValue(Features, Host().NodeAt(record.target));
     }
 }
 
 void ValueNode::GetSelectingFeatures(GenApi::FeatureList_t& Features) const {
     Features.clear();
-    for (Node* const pNode : Host().Nodes()) {
-        for (const PropertyRecord& record : pNode->Properties()) {
-            if (record.id != PropertyId::pSelected || record.value != Name()) continue;
-            AppendValue(Features, pNode);
-            break;
-        }
-    }
+    const GenApi::AutoLock lock(Host().Lock());
+    for (const DependencyGraph::Link link : Host().Selecting().DependentsOf(Index()))
+        AppendValue(Features, Host().NodeAt(link.target));
 }
 
 } // namespace genapi

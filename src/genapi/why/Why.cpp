@@ -38,7 +38,7 @@ Step ExplainLinks(Node& node) {
     for (const PropertyRecord& record : node.Properties()) {
         const bool isValue = record.id == PropertyId::pValue || record.id == PropertyId::pValueCopy;
         const bool isRead = record.id == PropertyId::pVariable || record.id == PropertyId::pIndex;
-        Node* const pTarget = isValue || isRead ? node.Host().Find(record.value) : nullptr;
+        Node* const pTarget = isValue || isRead ? node.Host().NodeAt(record.target) : nullptr;
         if (!pTarget) continue;
         const GenApi::EAccessMode mode = pTarget->Access();
         if (isValue && mode != GenApi::RW) return {"its value is that of " + Quote(*pTarget), pTarget};

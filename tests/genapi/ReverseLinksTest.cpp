@@ -1,0 +1,61 @@
+// Who names a node: parents and selectors.
+#include "genapi/support/TestMap.h"
+
+#include <gtest/gtest.h>
+
+using namespace GenApi;
+using genapi_test::TestMap;
+
+TEST(ReverseLinks, NameAParentOnceHoweverOftenItNamesTheNode) {
+    TestMap map;
+    map.Add("Integer", "Held", {{"Value", "1", ""}});
+    map.Add("Integer", "User", {{"pValue", "Held", ""}, {"pMax", "Held", ""}, {"pInvalidator", "Held", ""}}).Ready();
+    NodeList_t nodes;
+    map.Node("Held").GetParents(nodes);
+    EXPECT_EQ(nodes, NodeList_t{&map.Node("User")});
+}
+
+TEST(ReverseLinks, NameParentsInTheOrderOfTheMap) {
+    TestMap map;
+    map.Add("Integer", "First", {{"pValue", "Held", ""}});
+    map.Add("Category", "Second", {{"pFeature", "Held", ""}});
+    map.Add("Integer", "Held", {{"Value", "1", ""}});
+    map.Add("Integer", "Third", {{"Value", "0", ""}, {"pIsLocked", "Held", ""}}).Ready();
+    NodeList_t nodes;
+    map.Node("Held").GetParents(nodes);
+    EXPECT_EQ(nodes, (NodeList_t{&map.Node("First"), &map.Node("Second"), &map.Node("Third")}));
+    map.Node("Third").GetParents(nodes);
+    EXPECT_TRUE(nodes.empty());
+}
+
+TEST(ReverseLinks, CountTheNodeOfAnOffset) {
+    TestMap map;
+    map.Add("Integer", "Index", {{"Value", "1", ""}}).Add("Integer", "Stride", {{"Value", "8", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pIndex", "Index", "Stride"}}).Ready();
+    NodeList_t nodes;
+    map.Node("Stride").GetParents(nodes);
+    EXPECT_EQ(nodes, NodeList_t{&map.Node("R")});
+}
+
+TEST(ReverseLinks, AliasesMakeNoParents) {
+    TestMap map;
+    map.Add("Integer", "Held", {{"Value", "1", ""}});
+    map.Add("Integer", "Other", {{"Value", "1", ""}, {"pAlias", "Held", ""}, {"pCastAlias", "Held", ""}}).Ready();
+    NodeList_t nodes;
+    map.Node("Held").GetParents(nodes);
+    EXPECT_TRUE(nodes.empty());
+}
+
+TEST(ReverseLinks, NameAllSelectorsOfAFeature) {
+    TestMap map;
+    map.Add("Integer", "Gain", {{"Value", "1", ""}});
+    map.Add("Integer", "Channel", {{"Value", "1", ""}, {"pSelected", "Gain", ""}, {"pSelected", "Channel", ""}});
+    map.Add("Boolean", "Tap", {{"Value", "1", ""}, {"pSelected", "Gain", ""}}).Ready();
+    FeatureList_t features;
+    map.As<ISelector>("Gain").GetSelectingFeatures(features);
+    EXPECT_EQ(features, (FeatureList_t{&map.Value("Channel"), &map.Value("Tap")}));
+    map.As<ISelector>("Channel").GetSelectingFeatures(features);
+    EXPECT_EQ(features, FeatureList_t{&map.Value("Channel")});
+    map.As<ISelector>("Tap").GetSelectingFeatures(features);
+    EXPECT_TRUE(features.empty());
+}
