@@ -7,6 +7,7 @@
 
 #include "usb/LibusbBackend.h"
 #include "usb/LoadedBackend.h"
+#include "usb/trace/TracedBackend.h"
 
 #include <dlfcn.h>
 
@@ -54,7 +55,7 @@ VxStatus CreateBackends(BackendList& backends) {
     if (!backends.empty()) return VX_OK;
     std::string reason;
     if (auto real = usb::CreateLibusbBackend(reason)) {
-        backends.push_back(std::move(real));
+        backends.push_back(usb::Traced(std::move(real), usb::TraceFile::OfEnvironment()));
     } else {
         Log(Tavix::kLogWarning, "The USB cannot be reached: %s", reason.c_str());
     }
@@ -62,7 +63,7 @@ VxStatus CreateBackends(BackendList& backends) {
     if (settings != nullptr && *settings != '\0') {
         auto virtualBus = LoadVirtualBackend(settings);
         if (!virtualBus) return VX_E_BACKEND;
-        backends.push_back(std::move(virtualBus));
+        backends.push_back(usb::Traced(std::move(virtualBus), usb::TraceFile::OfEnvironment()));
     }
     return backends.empty() ? VX_E_USB_NOT_SUPPORTED : VX_OK;
 }

@@ -1,0 +1,271 @@
+// The wire trace: its bytes, what it keeps, and that a traced bus behaves as it does without.
+#include "usb/trace/TraceFile.h"
+#include "usb/trace/TracedBackend.h"
+
+#include "virtualcam/Backend.h"
+#include "virtualcam/DeviceClient.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+using usb::CaptureEvent;
+using usb::CaptureRecord;
+using usb::Result;
+using virtualcam::test::Hex;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t kHeader = 64;
+
+template<class T>
+T Number(const Bytes& bytes, std::size_t at) {
+    T value{};
+    std::memcpy(&value, bytes.data() + at, sizeof value);
+    return value;
+}
+
+TEST(CapturePacket, IsThatOfUsbmonForABulkTransfer) {
+    const Bytes data = Hex("55335643");
+    CaptureRecord record;
+    record.event = CaptureEvent::Completed;
+    record.id = 0x1122;
+    record.bus = 2;
+    record.address = 7;
+    record.endpoint = 0x81;
+    record.length = 4;
+    record.data = data.data();
+    record.captured = 4;
+    EXPECT_EQ(usb::EncodeCapture(record, 5000006007),
+              Hex("2211000000000000 43 03 81 07 0200 2D 00 0500000000000000 06000000 00000000 04000000 04000000"
+                  "0000000000000000 0000000000000000 0000000000000000 55335643"));
+}
+
+TEST(CapturePacket, CarriesTheSetupOfAControlTransfer) {
+    const usb::ControlSetup setup{0x02, 0x01, 0, 0x0083, 0};
+    CaptureRecord record;
+    record.isControl = true;
+    record.setup = &setup;
+    const Bytes packet = usb::EncodeCapture(record, 0);
+    EXPECT_EQ(Bytes(packet.begin() + 8, packet.begin() + 16), Hex("53 02 00 00 0000 00 3E"));
+    EXPECT_EQ(Number<std::int32_t>(packet, 28), -115) << "in progress";
+    EXPECT_EQ(Bytes(packet.begin() + 40, packet.begin() + 48), Hex("02 01 0000 8300 0000"));
+}
+
+TEST(CapturePacket, TellsHowATransferEndedAsTheKernelDoes) {
+    const std::pair<usb::TransferStatus, int> rows[] = {
+        {usb::TransferStatus::Completed, 0},  {usb::TransferStatus::Error, -71}, {usb::TransferStatus::TimedOut, -2},
+        {usb::TransferStatus::Cancelled, -2}, {usb::TransferStatus::Stall, -32}, {usb::TransferStatus::NoDevice, -108},
+        {usb::TransferStatus::Overflow, -75},
+    };
+    for (const auto& [status, error] : rows) {
+        CaptureRecord record;
+        record.event = CaptureEvent::Completed;
+        record.status = status;
+        EXPECT_EQ(Number<std::int32_t>(usb::EncodeCapture(record, 0), 28), error);
+    }
+}
+
+TEST(CapturePacket, StandsInBlocksOfFourBytes) {
+    EXPECT_EQ(usb::SectionHeaderBlock(), Hex("0A0D0D0A 2C000000 4D3C2B1A 0100 0000 FFFFFFFFFFFFFFFF"
+                                             "0400 0500 7461766978000000 0000 0000 2C000000"));
+    EXPECT_EQ(usb::InterfaceBlock(), Hex("01000000 2C000000 DC00 0000 00000000 0200 0500 7461766978000000"
+                                         "0900 0100 09000000 0000 0000 2C000000"));
+    EXPECT_EQ(usb::PacketBlock(Hex("AABBCC"), 5, 0x0000000200000001), Hex("06000000 24000000 00000000 02000000 01000000"
+                                                                          "03000000 08000000 AABBCC00 24000000"));
+}
+
+/// A trace in a file of its own and what can be read from it.
+class TraceTest : public testing::Test {
+protected:
+    struct Packet {
+        Bytes bytes;
+        std::size_t onTheWire = 0;
+        char Event() const { return static_cast<char>(bytes[8]); }
+        bool IsControl() const { return bytes[9] == 2; }
+        unsigned Endpoint() const { return bytes[10]; }
+        std::uint64_t Id() const { return Number<std::uint64_t>(bytes, 0); }
+        std::int32_t Status() const { return Number<std::int32_t>(bytes, 28); }
+        Bytes Data() const { return Bytes(bytes.begin() + kHeader, bytes.end()); }
+    };
+
+    ~TraceTest() override { std::remove(m_Path.c_str()); }
+
+    std::vector<Packet> Packets() const {
+        std::ifstream file(m_Path, std::ios::binary);
+        const Bytes all(std::istreambuf_iterator<char>(file), {});
+        std::vector<Packet> packets;
+        for (std::size_t at = 0; at + 12 <= all.size(); at += Number<std::uint32_t>(all, at + 4)) {
+            if (Number<std::uint32_t>(all, at) != 6) continue;
+            const auto first = all.begin() + static_cast<std::ptrdiff_t>(at) + 28;
+            packets.push_back(
+                {Bytes(first, first + Number<std::uint32_t>(all, at + 20)), Number<std::uint32_t>(all, at + 24)});
+        }
+        return packets;
+    }
+
+    const std::string m_Path = testing::TempDir() + "trace-" + std::to_string(::getpid()) + ".pcapng";
+    std::shared_ptr<usb::TraceFile> m_Trace = usb::TraceFile::Create(m_Path, 8);
+};
+
+TEST_F(TraceTest, KeepsMessagesWholeAndCutsPayload) {
+    ASSERT_NE(m_Trace, nullptr);
+    Bytes leader = Hex("5533564C"), payload(4096, 0x44);
+    leader.resize(52);
+    for (const Bytes& data : {leader, payload}) {
+        CaptureRecord record;
+        record.endpoint = 0x83;
+        record.length = record.captured = data.size();
+        record.data = data.data();
+        m_Trace->Append(record);
+    }
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 2u);
+    EXPECT_EQ(packets[0].Data(), leader);
+    EXPECT_EQ(packets[0].onTheWire, kHeader + 52);
+    EXPECT_EQ(packets[1].Data(), Bytes(8, 0x44));
+    EXPECT_EQ(packets[1].onTheWire, kHeader + 4096);
+}
+
+TEST_F(TraceTest, IsNoneWhereItsFileCannotBeMade) {
+    EXPECT_EQ(usb::TraceFile::Create("/nowhere/trace.pcapng", 8), nullptr);
+}
+
+TEST_F(TraceTest, LeavesABusAsItIsWhenThereIsNone) {
+    auto bus = virtualcam::CreateBackend(virtualcam::BackendSettings{});
+    const usb::Backend* bare = bus.get();
+    EXPECT_EQ(usb::Traced(std::move(bus), nullptr).get(), bare);
+}
+
+/// A traced bus with one camera, opened.
+class TracedBusTest : public TraceTest {
+protected:
+    TracedBusTest() {
+        virtualcam::BackendSettings settings;
+        settings.cameras.push_back(virtualcam::NumberedCamera(0));
+        auto bus = virtualcam::CreateBackend(settings);
+        m_Camera = &bus->Camera(0);
+        m_Bus = usb::Traced(std::move(bus), m_Trace);
+        std::vector<usb::DeviceEntry> devices;
+        EXPECT_EQ(m_Bus->Enumerate(devices), Result::Ok);
+        EXPECT_EQ(m_Bus->Enumerate(devices), Result::Ok);
+        m_Entry = devices.at(0);
+        EXPECT_EQ(m_Bus->Open(m_Entry.id, m_Handle), Result::Ok);
+        EXPECT_EQ(m_Handle->Claim(0), Result::Ok);
+        EXPECT_EQ(m_Handle->Claim(1), Result::Ok);
+    }
+    Result Command(const char* text) {
+        Bytes command = Hex(text);
+        std::size_t actual = 0;
+        return m_Handle->Bulk(0x01, command.data(), command.size(), actual, 1000);
+    }
+    std::vector<Packet> PacketsOf(unsigned endpoint) {
+        m_Trace->Flush();
+        std::vector<Packet> packets;
+        for (const Packet& packet : Packets())
+            if (packet.Endpoint() == endpoint && !packet.IsControl()) packets.push_back(packet);
+        return packets;
+    }
+
+    virtualcam::Device* m_Camera = nullptr;
+    std::unique_ptr<usb::Backend> m_Bus;
+    usb::DeviceEntry m_Entry;
+    std::unique_ptr<usb::Handle> m_Handle;
+};
+
+TEST_F(TracedBusTest, ShowsTheDescriptorsOfADeviceOnce) {
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 4u);
+    EXPECT_EQ(packets[1].Data(), m_Entry.device);
+    EXPECT_EQ(packets[3].Data(), m_Entry.configurations[0]);
+    EXPECT_EQ(packets[3].bytes[11], m_Entry.address);
+    EXPECT_EQ(packets[2].Id(), packets[3].Id());
+}
+
+TEST_F(TracedBusTest, ShowsACommandAndItsAcknowledge) {
+    const char* command = "55335643 0040 0008 0C00 0100  0000000000000000 0000 0400";
+    ASSERT_EQ(Command(command), Result::Ok);
+    Bytes answer(1024);
+    std::size_t actual = 0;
+    ASSERT_EQ(m_Handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000), Result::Ok);
+    EXPECT_EQ(actual, 16u);
+    const auto sent = PacketsOf(0x01), received = PacketsOf(0x81);
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[0].Data(), Hex(command));
+    EXPECT_TRUE(sent[1].Data().empty());
+    ASSERT_EQ(received.size(), 2u);
+    EXPECT_TRUE(received[0].Data().empty());
+    EXPECT_EQ(received[1].Data(), Bytes(answer.begin(), answer.begin() + 16));
+}
+
+TEST_F(TracedBusTest, ShowsHaltsStringsAndFailures) {
+    m_Camera->SetHalt(0x81);
+    Bytes answer(1024);
+    std::size_t actual = 0;
+    EXPECT_EQ(m_Handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000), Result::Pipe);
+    EXPECT_EQ(m_Handle->ClearHalt(0x81), Result::Ok);
+    EXPECT_EQ(m_Handle->ReadString(6), "VC-1300");
+    EXPECT_EQ(PacketsOf(0x81).back().Status(), -32);
+    const auto packets = Packets();
+    const std::size_t count = packets.size();
+    EXPECT_EQ(packets[count - 1].Data(), Hex("10 03 56004300 2D00 3100 3300 3000 3000"));
+    EXPECT_EQ(Bytes(packets[count - 4].bytes.begin() + 40, packets[count - 4].bytes.begin() + 48),
+              Hex("02 01 0000 8100 0000"));
+}
+
+TEST_F(TracedBusTest, CarriesOutAsynchronousTransfersForTheirOwner) {
+    Bytes room(1024);
+    int completions = 0;
+    usb::Transfer event;
+    event.endpoint = 0x82;
+    event.buffer = room.data();
+    event.length = room.size();
+    event.context = &completions;
+    event.completed = [](usb::Transfer& transfer) { ++*static_cast<int*>(transfer.context); };
+    ASSERT_EQ(m_Handle->Submit(event), Result::Ok);
+    ASSERT_EQ(Command("55335643 0040 0208 0C00 0100  0000030000000000 01000000"), Result::Ok); // enable events
+    ASSERT_EQ(Command("55335643 0040 0208 0C00 0200  0800030000000000 01000000"), Result::Ok); // send one
+    while (completions == 0)
+        ASSERT_EQ(m_Handle->HandleEvents(10000), Result::Ok);
+    EXPECT_EQ(event.status, usb::TransferStatus::Completed);
+    EXPECT_EQ(event.actualLength, 24u);
+    ASSERT_EQ(m_Handle->Submit(event), Result::Ok);
+    EXPECT_EQ(m_Handle->Cancel(event), Result::Ok);
+    while (completions == 1)
+        ASSERT_EQ(m_Handle->HandleEvents(10000), Result::Ok);
+    EXPECT_EQ(event.status, usb::TransferStatus::Cancelled);
+    m_Handle->Forget(event);
+    EXPECT_EQ(event.backendData, nullptr);
+    EXPECT_EQ(m_Handle->Cancel(event), Result::NotFound);
+    const auto packets = PacketsOf(0x82);
+    ASSERT_EQ(packets.size(), 4u);
+    EXPECT_EQ(packets[0].Id(), packets[1].Id());
+    EXPECT_EQ(packets[1].Data(), Bytes(room.begin(), room.begin() + 24));
+    EXPECT_EQ(packets[3].Status(), -2);
+}
+
+TEST_F(TracedBusTest, ShowsASubmissionThatWasRefusedAsEndedAtOnce) {
+    usb::Transfer stream;
+    Bytes room(64);
+    stream.endpoint = 0x83; // its interface is not claimed
+    stream.buffer = room.data();
+    stream.length = room.size();
+    stream.completed = [](usb::Transfer&) { ADD_FAILURE() << "it was never queued"; };
+    EXPECT_EQ(m_Handle->Submit(stream), Result::NotFound);
+    m_Handle->Forget(stream);
+    const auto packets = PacketsOf(0x83);
+    ASSERT_EQ(packets.size(), 2u);
+    EXPECT_EQ(packets[1].Event(), 'C');
+    EXPECT_EQ(packets[1].Status(), -71);
+}
+
+} // namespace
