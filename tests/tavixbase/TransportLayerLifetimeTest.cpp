@@ -100,6 +100,7 @@ TEST_F(TransportLayerLifetime, ForgetsADeviceWhoseDestructionThrows) {
     diary->onDelete = [] { throw RUNTIME_EXCEPTION("stuck"); };
     EXPECT_THROW_TEXT(RuntimeException, tl->DestroyDevice(pDevice), "stuck");
     EXPECT_THROW_TEXT(LogicalErrorException, tl->DestroyDevice(pDevice), kNotMine);
+    EXPECT_EQ(tl->Release(), 0U); // the device's reference is given back
 }
 
 TEST_F(TransportLayerLifetime, ADeviceMayComeBackWhileItIsDestroyed) {

@@ -337,14 +337,19 @@ inline void CTransportLayerBase::KeepDevice(ITavixDevice* pDevice) {
 }
 
 inline void CTransportLayerBase::DestroyDevice(ITavixDevice* pDevice) {
-    {
-        GenApi::AutoLock guard(m_pCreatedDevices->lock);
-        if (m_pCreatedDevices->devices.count(pDevice) == 0) {
-            throw LOGICAL_ERROR_EXCEPTION("Trying to destroy device which hasn't been created by me");
+    // Gives the device's reference back, also when its destruction throws. It may be the last one: nothing may follow.
+    struct Reference {
+        const ITransportLayer* pHolder = nullptr;
+        ~Reference() {
+            if (pHolder) CTlFactory::GetInstance().ReleaseTl(pHolder);
         }
-        m_pCreatedDevices->Destroy(pDevice);
+    } reference;
+    GenApi::AutoLock guard(m_pCreatedDevices->lock);
+    if (m_pCreatedDevices->devices.count(pDevice) == 0) {
+        throw LOGICAL_ERROR_EXCEPTION("Trying to destroy device which hasn't been created by me");
     }
-    CTlFactory::GetInstance().ReleaseTl(this); // this may have been the last reference: nothing may follow
+    reference.pHolder = this;
+    m_pCreatedDevices->Destroy(pDevice);
 }
 
 inline void CTransportLayerBase::DestroyAllDevices() {
