@@ -9,6 +9,8 @@
 
 #include <GenApi/NodeCallback.h>
 
+#include <utility>
+
 namespace Tavix {
 
 using GenICam::LogicalErrorException;
@@ -18,20 +20,20 @@ namespace {
 
 constexpr char kTlPortName[] = "VexloDevicePort";
 
-vexlo::CVxDevice* CreateVxDevice(const gcstring& fullName) {
+vexlo::CVxDevice* CreateVxDevice(const CDeviceInfo& info) {
     vexlo::CVxDevice* const pVxDevice = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
     if (pVxDevice) return pVxDevice;
     LogAndThrow<RuntimeException>(LogCategoryDevice(), Here(), "Failed to create USB device for device '%hs'.",
-                                  fullName.c_str());
+                                  info.GetFullName().c_str());
 }
 
 } // namespace
 
 CTavixUsbDevice::CTavixUsbDevice(const CDeviceInfo& info)
-    : m_DeviceInfo(info), m_FullName(info.GetFullName()), m_pVxDevice(CreateVxDevice(m_FullName)),
-      m_pStream(new CTavixUsbStream(m_pVxDevice.get(), this)),
+    : m_DeviceInfo(info), m_pVxDevice(CreateVxDevice(info)), m_pStream(new CTavixUsbStream(m_pVxDevice.get(), this)),
       m_pEventGrabber(new CTavixUsbEventGrabber(m_pVxDevice.get())),
-      m_pTlParams(Vandrel_UsbTLParams::CUsbTLParamsImpl::Create("")), m_pTlPort(new CVexloDevicePort) {
+      m_pTlParams(Vandrel_UsbTLParams::CUsbTLParamsImpl::Create("")), m_pTlPort(new CVexloDevicePort),
+      m_FullName(info.GetFullName()) {
     LogTrace(LogCategoryDevice(), kLogInfo, "Creating device '%hs' using '%hs'", m_FullName.c_str(),
              m_DeviceInfo.GetUsbDriverType().c_str());
     GenApi::INode* const pMigration = m_pTlParams->GetNode("MigrationModeEnable");
@@ -65,18 +67,20 @@ CTavixUsbDevice::~CTavixUsbDevice() {
 
 /// Gives all locks back, because those of the grabbers die with the grabbers.
 void CTavixUsbDevice::CloseOnDestruction() noexcept {
+    const AllGuard guard(*this);
     try {
-        const AllGuard guard(*this);
-        if (!m_IsOpen) return DestroyHandedOut(); // what was asked for while closed has not seen a Close
-        LogTrace(LogCategoryDevice(), kLogWarning,
-                 "Device '%hs' still open on destruction. "
-                 "Please call ITavixDevice::Close() before destroying the device.",
-                 m_FullName.c_str());
-        InternalClose();
+        if (m_IsOpen) {
+            LogTrace(LogCategoryDevice(), kLogWarning,
+                     "Device '%hs' still open on destruction. "
+                     "Please call ITavixDevice::Close() before destroying the device.",
+                     m_FullName.c_str());
+            InternalClose();
+        }
     } catch (...) {
         LogTrace(LogCategoryDevice(), kLogError, "Exception(1) in %s for Device '%s'. Close() failed.",
                  "~CTavixUsbDevice", m_FullName.c_str());
     }
+    DestroyHandedOut(); // what was asked for while closed, and what a failed close has left
 }
 
 void CTavixUsbDevice::Open(AccessModeSet accessMode) {
@@ -91,11 +95,12 @@ void CTavixUsbDevice::Open(AccessModeSet accessMode) {
                  m_FullName.c_str(), text.c_str());
         Throw<RuntimeException>(Here(), "Failed to open device '%s'! Error: '%s'", m_FullName.c_str(), text.c_str());
     }
-    m_AccessMode = accessMode;
+    const AccessModeSet previous = std::exchange(m_AccessMode, accessMode);
     try {
         m_pRemovalController = CSurpriseRemovalController::Create(this, m_pVxDevice.get());
     } catch (...) {
         static_cast<void>(m_pVxDevice->Close()); // the failure to report is the one in flight
+        m_AccessMode = previous;
         throw;
     }
     m_IsOpen = true;
@@ -111,6 +116,7 @@ void CTavixUsbDevice::Close() {
 }
 
 void CTavixUsbDevice::InternalClose() {
+    const AllGuard guard(*this);
     if (m_IsOpen) {
         m_pStream->Close();
         m_pEventGrabber->Close();

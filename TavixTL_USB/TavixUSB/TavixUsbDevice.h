@@ -61,6 +61,9 @@ public:
     bool DeregisterRemovalCallback(DeviceCallbackHandle handle) override;
     AccessModeSet AccessMode() const override;
 
+    /// As Close, but a device that is not open only leaves a warning.
+    void InternalClose();
+
     // The port of the camera node map.
     GenApi::EAccessMode GetAccessMode() const override;
     void Read(void* pBuffer, int64_t address, int64_t length) override;
@@ -74,27 +77,25 @@ private:
 
     /// Follows the transport-layer parameter "MigrationModeEnable".
     void OnMigrationModeEnable(GenApi::INode* pNode);
-    /// Wants the locks of AllGuard.
-    void InternalClose();
     void CloseOnDestruction() noexcept;
     void DestroyHandedOut();
 
-    mutable boost::recursive_mutex m_Lock;
     CVandrelUsbDeviceInfo m_DeviceInfo; // constant once the device is handed out
-    const gcstring m_FullName;
-    AccessModeSet m_AccessMode; // of the last successful Open; guarded by m_Lock
-    bool m_IsOpen = false;      // guarded by m_Lock
-    VxDevicePtr m_pVxDevice;    // constant after construction
+    AccessModeSet m_AccessMode;         // of the last successful Open; guarded by m_Lock
+    bool m_IsOpen = false;              // guarded by m_Lock
+    VxDevicePtr m_pVxDevice;            // constant after construction
     boost::shared_ptr<CSurpriseRemovalController> m_pRemovalController; // null while closed; guarded by m_Lock
     std::unique_ptr<CTavixUsbStream> m_pStream;                         // constant after construction
     std::unique_ptr<CTavixUsbEventGrabber> m_pEventGrabber;             // constant after construction
     ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> m_pTlParams;       // constant after construction
     std::unique_ptr<CVexloDevicePort> m_pTlPort;                        // constant after construction
-    std::set<IChunkParser*> m_ChunkParsers;                             // owned; guarded by m_Lock
+    mutable boost::recursive_mutex m_Lock;
+    std::set<IChunkParser*> m_ChunkParsers;   // owned; guarded by m_Lock
     std::set<IEventAdapter*> m_EventAdapters; // owned; guarded by m_Lock, but see DestroyEventAdapter
     std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{
         nullptr}; // owned; set once, under the lock of m_pTlParams
     std::atomic<bool> m_MigrationMode{false};
+    const gcstring m_FullName;
 };
 
 } // namespace Tavix

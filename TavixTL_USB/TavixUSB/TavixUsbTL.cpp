@@ -95,8 +95,12 @@ int CTavixUsbTL::InternalEnumerateDevices(DeviceInfoList& list) {
     if (status != 0) {
         Throw<RuntimeException>(Here(), "Failed to discover USB devices: %s", VxStatus2Msg(status).c_str());
     }
-    if (list.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_cast();
-    return static_cast<int>(list.size());
+    return CountOf(list.size());
+}
+
+int CTavixUsbTL::CountOf(std::size_t size) {
+    if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_cast();
+    return static_cast<int>(size);
 }
 
 bool CTavixUsbTL::CanProvideXmlFile(const CDeviceInfo&) {

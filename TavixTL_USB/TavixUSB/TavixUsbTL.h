@@ -18,6 +18,9 @@ public:
 
     CTlInfo GetTlInfo() const override;
 
+    /// A number of list entries as the interfaces count; std::bad_cast for more than an int holds.
+    static int CountOf(std::size_t size);
+
     /// True for every device.
     bool CanProvideXmlFile(const CDeviceInfo& info) override;
     /// Downloads the description over a connection of its own, which is closed again.

@@ -1,10 +1,9 @@
 // Whether a camera can be opened now.
 
-#include "TavixTL_USB/TavixUSB/TavixUsb.h"
+#include "support/TransportLayerTest.h"
 
-#include "support/Camera.h"
-#include "support/Expect.h"
-#include "support/LogLines.h"
+#include <cstring>
+#include <stdexcept>
 
 using testing::ElementsAre;
 
@@ -16,24 +15,10 @@ LogLine Answer(int info) {
     return {kTl, 32, "IsAccessible() for device '1:2:3' returned " + std::to_string(info)};
 }
 
-class DeviceAccessibility : public testing::Test {
+class DeviceAccessibility : public TransportLayerTest {
 protected:
-    DeviceAccessibility() {
-        bus.Reset();
-        bus.cameras = {MakeCameraRecord()};
-        Tavix::CTlInfo tlInfo;
-        tlInfo.SetDeviceClass("VandrelUsb");
-        tl = Create(tlInfo);
-        bus.ForgetCalls();
-        log.Forget();
-    }
-    ~DeviceAccessibility() override { Destroy(tl); }
-
     bool Ask() { return tl->IsDeviceAccessible(info, Tavix::DefaultAccessMode(), &access); }
 
-    FakeVexlo& bus = FakeVexlo::Get();
-    LogLines log;
-    Tavix::ITransportLayer* tl;
     Tavix::CDeviceInfo info = MakeCameraInfo();
     Tavix::EDeviceAccessiblityInfo access = Tavix::Accessibility_NotReachable;
 };
@@ -83,6 +68,35 @@ TEST_F(DeviceAccessibility, IsUnknownWithoutDeviceObject) {
                                        Answer(0)));
 }
 
+TEST_F(DeviceAccessibility, IsUnknownAfterAnExceptionWithText) {
+    constexpr char kText[] = "InternalIsDeviceAccessible: Error checking accessibility of device '1:2:3': no luck.";
+    bus.onCall = [](const std::string& call) {
+        if (call == "Device.Open") throw std::runtime_error("no luck");
+    };
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(0, access);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256, kText}, Answer(0)));
+    log.Forget();
+    bus.onCall = [](const std::string& call) {
+        if (call == "Device.Open") throw RUNTIME_EXCEPTION("no luck");
+    };
+    EXPECT_FALSE(Ask());
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256, kText}, Answer(0)));
+    EXPECT_EQ(0, bus.liveDevices);
+}
+
+TEST_F(DeviceAccessibility, NamesTheFunctionAfterAnExceptionWithoutText) {
+    bus.onCall = [](const std::string& call) {
+        if (call == "CreateDevice") throw 1;
+    };
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(0, access);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256,
+                                               "Unknown error checking accessibility of device "
+                                               "'InternalIsDeviceAccessible'."},
+                                       Answer(0)));
+}
+
 TEST_F(DeviceAccessibility, NeedsNoPlaceForTheInfo) {
     EXPECT_TRUE(tl->IsDeviceAccessible(info));
     bus.FailNext("Device.Open", kFailure);
@@ -123,6 +137,25 @@ TEST_F(DeviceAccessibility, ProbesWithARecordMadeOfTheInfo) {
     EXPECT_STREQ(kCameraPath, record.DevicePath);
 }
 
+TEST_F(DeviceAccessibility, ProbesThroughLibusbWhateverTheInfoSays) {
+    info.SetPropertyValue("UsbDriverTypeName", "WinUSB");
+    info.ClearUserProvided();
+    Ask();
+    EXPECT_EQ(2, bus.lastOpenRecord.UsbDriverType);
+    EXPECT_EQ(2u, bus.lastDeviceType);
+}
+
+TEST_F(DeviceAccessibility, LeavesFieldsOfUnsetPropertiesEmpty) {
+    info = Tavix::CDeviceInfo();
+    info.SetFullName(kCameraPath);
+    info.ClearUserProvided();
+    EXPECT_TRUE(Ask());
+    vexlo::DeviceDiscoveryInfo expected = {};
+    SetText(expected.DevicePath, kCameraPath);
+    expected.UsbDriverType = 2;
+    EXPECT_EQ(0, std::memcmp(&expected, &bus.lastOpenRecord, sizeof expected));
+}
+
 TEST_F(DeviceAccessibility, ReadsThePortVersionWithoutPrefixToo) {
     info.SetPropertyValue("UsbPortVersionBcd", "310");
     info.ClearUserProvided();
@@ -144,6 +177,7 @@ TEST_F(DeviceAccessibility, AsksForPowerFirst) {
     EXPECT_TRUE(Ask());
     EXPECT_EQ(6, bus.Count("Device.SetProperty"));
     EXPECT_EQ(2, bus.Count("Device.Open"));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 64, "Setting power for device '1:2:3' to '500'"}, Answer(1)));
 }
 
 TEST_F(DeviceAccessibility, GoesOnWhenThePowerRequestFails) {
@@ -162,10 +196,25 @@ TEST_F(DeviceAccessibility, FindsTheCameraOfAPattern) {
     EXPECT_STREQ(kCameraPath, bus.lastOpenRecord.DevicePath);
 }
 
+TEST_F(DeviceAccessibility, FailsWhenAPatternFitsNoneOrTwo) {
+    Tavix::CDeviceInfo pattern;
+    pattern.SetSerialNumber("124");
+    EXPECT_FAILURE(RuntimeException, "TransportLayerPrivateImpl.inl",
+                   "No device contains the provided device info properties.", tl->IsDeviceAccessible(pattern));
+    bus.cameras = {MakeCameraRecord("a", "124"), MakeCameraRecord("b", "124")};
+    EXPECT_FAILURE(RuntimeException, "TransportLayerPrivateImpl.inl",
+                   "Too many devices (1) match the provided device info properties, don't know which device to use.",
+                   tl->IsDeviceAccessible(pattern));
+    EXPECT_EQ(0, bus.Count("Device.Open"));
+}
+
 TEST_F(DeviceAccessibility, RefusesAnotherDeviceClassBeforeAnyUsbAccess) {
+    constexpr char kText[] = "The device class Other is not supported by this transport layer. "
+                             "This transport layer supports VandrelUsb.";
     Tavix::CDeviceInfo pattern;
     pattern.SetDeviceClass("Other");
-    EXPECT_THROW(tl->IsDeviceAccessible(pattern), GenICam::RuntimeException);
+    EXPECT_FAILURE(RuntimeException, "TransportLayerPrivateImpl.inl", kText, tl->IsDeviceAccessible(pattern));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{"tavix.base.TL", 256, kText}));
     EXPECT_THAT(bus.Calls(), testing::IsEmpty());
 }
 

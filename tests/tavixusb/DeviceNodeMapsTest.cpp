@@ -105,6 +105,32 @@ TEST_F(DeviceNodeMaps, SaysThatMigrationModeChanged) {
                              LogLine{"Tavix.USB.Device", 32, "Migration mode for device '1:2:3' changed to 0"}));
 }
 
+TEST_F(DeviceNodeMaps, IgnoresMigrationModeThatCannotBeRead) {
+    Load(CameraXml());
+    log.Forget();
+    device->GetTLNodeMap()->GetNode("MigrationModeEnable")->ImposeAccessMode(GenApi::WO);
+    MigrationModeEnable().SetValue(true, /*Verify=*/false);
+    EXPECT_THAT(log.All(), testing::IsEmpty());
+    EXPECT_EQ(device->_Ptr, device->GetNodeMap());
+}
+
+TEST_F(DeviceNodeMaps, FollowsMigrationModeThatCanOnlyBeRead) {
+    Load(CameraXml());
+    device->GetTLNodeMap()->GetNode("MigrationModeEnable")->ImposeAccessMode(GenApi::RO);
+    MigrationModeEnable().SetValue(true, /*Verify=*/false);
+    EXPECT_NE(device->_Ptr, device->GetNodeMap());
+}
+
+TEST_F(DeviceNodeMaps, KeepsTheLayerForOlderNamesAcrossAClose) {
+    Load(CameraXml());
+    Open();
+    MigrationModeEnable().SetValue(true);
+    GenApi::INodeMap* const layer = device->GetNodeMap();
+    device->Close();
+    Open();
+    EXPECT_EQ(layer, device->GetNodeMap());
+}
+
 TEST_F(DeviceNodeMaps, SurvivesMigrationModeWithoutCameraNodeMap) {
     MigrationModeEnable().SetValue(true);
     EXPECT_EQ(nullptr, device->GetNodeMap());

@@ -1,5 +1,6 @@
 #include "support/DeviceTest.h"
 
+#include <algorithm>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -11,6 +12,22 @@ namespace {
 constexpr char kDevice[] = "Tavix.USB.Device";
 constexpr auto kRemoved = vexlo::VxCallback_DeviceRemoved;
 constexpr auto kLost = vexlo::VxCallback_DeviceLost;
+
+/// Counts how many of its kind live and how often any of them is called.
+class CountingCallback final : public Tavix::Callback1<Tavix::ITavixDevice*> {
+public:
+    CountingCallback() { ++living; }
+    CountingCallback(const CountingCallback&) : Callback1() { ++living; }
+    CountingCallback& operator=(const CountingCallback&) = delete;
+    ~CountingCallback() override { --living; }
+    void operator()(Tavix::ITavixDevice*) override {
+        ++calls;
+        mostLiving = std::max(mostLiving, living);
+    }
+    Tavix::Callback1<Tavix::ITavixDevice*>* clone() const override { return new CountingCallback(*this); }
+
+    static inline int living = 0, mostLiving = 0, calls = 0;
+};
 
 class SurpriseRemoval : public DeviceTest {
 protected:
@@ -27,6 +44,49 @@ TEST_F(SurpriseRemoval, IsListenedForWhileTheDeviceIsOpen) {
     EXPECT_EQ(2u, bus.NumberOfRegistrations());
     device->Close();
     EXPECT_EQ(0u, bus.NumberOfRegistrations());
+}
+
+TEST_F(SurpriseRemoval, IsListenedForInBothKindsWithOneHandler) {
+    Open();
+    ASSERT_EQ(2u, bus.registered.size());
+    EXPECT_EQ(11u, bus.registered[0].Kind);
+    EXPECT_EQ(12u, bus.registered[1].Kind);
+    for (const vexlo::VxCallbackParams& params : bus.registered) {
+        EXPECT_NE(nullptr, params.Context);
+        EXPECT_EQ(bus.registered[0].Context, params.Context);
+        EXPECT_NE(nullptr, params.Device);
+        EXPECT_EQ(bus.registered[0].Device, params.Device);
+        EXPECT_EQ(bus.registered[0].Handler, params.Handler);
+    }
+}
+
+TEST_F(SurpriseRemoval, WorksOnClonesOfTheCallback) {
+    {
+        CountingCallback callback;
+        Open();
+        const auto first = device->RegisterRemovalCallback(callback);
+        device->RegisterRemovalCallback(callback);
+        EXPECT_EQ(3, CountingCallback::living);
+        EXPECT_TRUE(device->DeregisterRemovalCallback(first));
+        EXPECT_EQ(2, CountingCallback::living);
+    }
+    bus.Notify(kRemoved);
+    EXPECT_EQ(1, CountingCallback::calls);
+    EXPECT_EQ(2, CountingCallback::mostLiving); // the stored one and the one that is called
+    EXPECT_EQ(1, CountingCallback::living);
+    device->Close();
+    EXPECT_EQ(0, CountingCallback::living);
+}
+
+TEST_F(SurpriseRemoval, IsForgottenOnCloseWithItsCallbacks) {
+    int calls = 0;
+    Open();
+    Register([&](Tavix::ITavixDevice*) { ++calls; });
+    device->Close();
+    Open();
+    EXPECT_EQ(reinterpret_cast<void*>(1), Register([](Tavix::ITavixDevice*) {})); // a new controller
+    bus.Notify(kRemoved);
+    EXPECT_EQ(0, calls);
 }
 
 TEST_F(SurpriseRemoval, RefusesToRegisterOnAClosedDevice) {
@@ -88,6 +148,26 @@ TEST_F(SurpriseRemoval, IsToldOnceOfTheTwoKinds) {
     EXPECT_EQ(0u, bus.NumberOfRegistrations());
     bus.Notify(kRemoved);
     EXPECT_EQ(1, calls);
+}
+
+TEST_F(SurpriseRemoval, EndsTheNotificationsBeforeItCallsAnybody) {
+    std::size_t registrations = 99;
+    Open();
+    Register([&](Tavix::ITavixDevice*) { registrations = bus.NumberOfRegistrations(); });
+    bus.Notify(kRemoved);
+    EXPECT_EQ(0u, registrations);
+}
+
+TEST_F(SurpriseRemoval, LetsCallbacksRegisterAndDeregister) {
+    bool deregistered = false;
+    Open();
+    const auto other = Register([](Tavix::ITavixDevice*) {});
+    Register([&](Tavix::ITavixDevice* d) {
+        deregistered = d->DeregisterRemovalCallback(other);
+        Register([](Tavix::ITavixDevice*) {});
+    });
+    bus.Notify(kRemoved);
+    EXPECT_TRUE(deregistered);
 }
 
 TEST_F(SurpriseRemoval, LeavesTheDeviceOpen) {
@@ -212,6 +292,33 @@ TEST_F(SurpriseRemoval, TellsWhenItCannotBeUnlistenedFor) {
     EXPECT_EQ(1,
               log.Count({kDevice, 256,
                          "DeregisterFromVexloCallbacks: Failed to unregister device notification 2: 'text E2000777'"}));
+}
+
+TEST_F(SurpriseRemoval, TriesOnCloseAgainWhatItCouldNotEndBefore) {
+    bus.Script("DeregisterCallback", {kFailure, 0});
+    Open();
+    bus.Notify(kRemoved);
+    EXPECT_EQ(2, bus.Count("DeregisterCallback"));
+    device->Close();
+    EXPECT_EQ(3, bus.Count("DeregisterCallback")); // the first handle only
+    EXPECT_EQ(1,
+              log.Count({kDevice, 256,
+                         "DeregisterFromVexloCallbacks: Failed to unregister device notification: 'text E2000777'"}));
+}
+
+TEST_F(SurpriseRemoval, KeepsTheOneNotificationThatCouldBeRegistered) {
+    for (const auto& statuses : {std::vector<vexlo::VxStatus>{kFailure, 0}, {0, kFailure}}) {
+        int calls = 0;
+        bus.Script("RegisterCallback", statuses);
+        Open();
+        EXPECT_EQ(1u, bus.NumberOfRegistrations());
+        Register([&](Tavix::ITavixDevice*) { ++calls; });
+        bus.Notify(kRemoved);
+        bus.Notify(kLost);
+        EXPECT_EQ(1, calls);
+        device->Close();
+        EXPECT_EQ(0u, bus.NumberOfRegistrations());
+    }
 }
 
 TEST_F(SurpriseRemoval, TakesAHandleThatIsGoneForDeregistered) {

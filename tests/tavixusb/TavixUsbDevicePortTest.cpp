@@ -63,6 +63,25 @@ TEST_F(TavixUsbDevicePort, TellsWhyAWriteFailed) {
     EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
 }
 
+TEST_F(TavixUsbDevicePort, ReachesTheWholeAddressSpace) {
+    const char kText[] = "Write operation failed on device '1:2:3' at address: 0xfffffffffffffff0; length 4; "
+                         "Error: 'text E2000777'";
+    const auto address = static_cast<std::int64_t>(0xFFFF'FFFF'FFFF'FFF0);
+    Open();
+    device->Write(bytes, address, 4);
+    EXPECT_EQ(3, bus.memory[0xFFFF'FFFF'FFFF'FFF2]);
+    bus.FailNext("Device.WriteMem", kFailure);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, address, 4));
+}
+
+TEST_F(TavixUsbDevicePort, StaysUsableAfterAFailure) {
+    Open();
+    bus.FailNext("Device.ReadMem", kFailure);
+    EXPECT_THROW(device->Read(bytes, 0x100, 4), GenICam::RuntimeException);
+    EXPECT_NO_THROW(device->Read(bytes, 0x100, 4));
+    EXPECT_TRUE(device->IsOpen());
+}
+
 TEST_F(TavixUsbDevicePort, ServesTheCameraNodeMap) {
     Load(CameraXml());
     Open();

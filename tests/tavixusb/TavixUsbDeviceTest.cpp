@@ -1,8 +1,8 @@
 #include "support/DeviceTest.h"
 
-using testing::Contains;
+#include <stdexcept>
+
 using testing::ElementsAre;
-using testing::IsSupersetOf;
 
 namespace {
 
@@ -24,10 +24,47 @@ TEST_F(TavixUsbDevice, SaysThatItIsMade) {
                                                LogLine{kDevice, 64, "Created device '1:2:3' successfully."}));
 }
 
+TEST_F(TavixUsbDevice, MakesItsGrabbersBeforeItSaysThatItIsMade) {
+    std::vector<std::string> texts;
+    for (const LogLine& line : log.All())
+        texts.push_back(line.text);
+    EXPECT_THAT(texts,
+                ElementsAre("Creating stream grabber for device '1:2:3'.",
+                            "Created stream grabber for device '1:2:3' successfully.",
+                            "Creating device '1:2:3' using 'Libusb'", "Migration mode for device '1:2:3' changed to 0",
+                            "Created device '1:2:3' successfully."));
+}
+
+TEST_F(TavixUsbDevice, IsMadeUsingWhatItsInfoSays) {
+    Destroy();
+    Tavix::CDeviceInfo info = MakeCameraInfo();
+    info.SetPropertyValue("UsbDriverTypeName", "N/A");
+    Make(info);
+    EXPECT_EQ(1, log.Count({kDevice, 64, "Creating device '1:2:3' using 'N/A'"}));
+    EXPECT_EQ(2u, bus.lastDeviceType);
+}
+
 TEST_F(TavixUsbDevice, IsNotMadeWithoutDeviceObject) {
+    constexpr char kText[] = "Failed to create USB device for device '1:2:3'.";
     bus.createsDevices = false;
-    EXPECT_FAILURE(RuntimeException, "TavixUsbDevice.cpp", "Failed to create USB device for device '1:2:3'.",
-                   Tavix::CTavixUsbDevice{MakeCameraInfo()});
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevice.cpp", kText, Tavix::CTavixUsbDevice{MakeCameraInfo()});
+    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+}
+
+TEST_F(TavixUsbDevice, LeavesNothingBehindWhenItCannotBeMade) {
+    for (const char* step : {"Device.GetStream", "Device.GetEventStream"}) {
+        bus.onCall = [step](const std::string& call) {
+            if (call == step) throw std::runtime_error(step);
+        };
+        EXPECT_THROW(Tavix::CTavixUsbDevice{MakeCameraInfo()}, std::runtime_error);
+        EXPECT_EQ(1, bus.liveDevices) << step; // the fixture's
+    }
+}
+
+TEST_F(TavixUsbDevice, OffersItsTransportLayerParametersFromTheBeginning) {
+    bus.deviceProperties[0x200] = FakeVexlo::Number(7, 8);
+    EXPECT_EQ(7, Integer(device->GetTLNodeMap(), "Statistic_Read_Pipe_Reset_Count").GetValue());
+    EXPECT_EQ("", device->GetTLNodeMap()->GetDeviceName());
 }
 
 TEST_F(TavixUsbDevice, KeepsItsInfo) {
@@ -43,6 +80,8 @@ TEST_F(TavixUsbDevice, HasOneStreamGrabberAlsoWhileClosed) {
 TEST_F(TavixUsbDevice, HasNoOtherStreamGrabberAndSaysSo) {
     EXPECT_EQ(nullptr, device->GetStreamGrabber(1));
     EXPECT_EQ(1, log.Count({kDevice, 128, "Invalid StreamIndex 1. Only stream index zero is supported."}));
+    EXPECT_EQ(nullptr, device->GetStreamGrabber(~0u));
+    EXPECT_EQ(1, log.Count({kDevice, 128, "Invalid StreamIndex 4294967295. Only stream index zero is supported."}));
 }
 
 TEST_F(TavixUsbDevice, HasAnEventGrabberOnlyWhileOpen) {
@@ -66,6 +105,39 @@ TEST_F(TavixUsbDevice, OpensNoGrabber) {
     Open();
     EXPECT_FALSE(device->GetStreamGrabber(0)->IsOpen());
     EXPECT_FALSE(device->GetEventGrabber()->IsOpen());
+}
+
+TEST_F(TavixUsbDevice, KeepsTheAccessModesOfTheLastOpenThatSucceeded) {
+    Open();
+    device->Close();
+    EXPECT_EQ(Tavix::DefaultAccessMode(), device->AccessMode());
+    bus.Script("Device.Open", {1, 2, 3, 4, 5});
+    EXPECT_THROW(device->Open(Tavix::AccessModeSet(2)), GenICam::RuntimeException);
+    bus.onCall = [](const std::string& call) {
+        if (call == "RegisterCallback") throw std::runtime_error("no memory");
+    };
+    EXPECT_THROW(device->Open(Tavix::AccessModeSet(2)), std::runtime_error);
+    EXPECT_EQ(Tavix::DefaultAccessMode(), device->AccessMode());
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(0, bus.openDevices);
+}
+
+TEST_F(TavixUsbDevice, SaysThatItOpensAlsoWhenItRefuses) {
+    Open();
+    log.Forget();
+    EXPECT_THROW(Open(), GenICam::LogicalErrorException);
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDevice, 64, "Opening device '1:2:3' accessMode: 0x1a"}));
+}
+
+TEST_F(TavixUsbDevice, ListensForRemovalBeforeItIsOpen) {
+    bool wasOpen = true;
+    bus.onCall = [&](const std::string& call) {
+        if (call == "RegisterCallback") wasOpen = device->IsOpen();
+    };
+    bus.ForgetCalls();
+    Open();
+    EXPECT_FALSE(wasOpen);
+    EXPECT_THAT(bus.Calls(), ElementsAre("Device.Open", "RegisterCallback", "RegisterCallback"));
 }
 
 TEST_F(TavixUsbDevice, RefusesToOpenTwice) {
@@ -125,8 +197,21 @@ TEST_F(TavixUsbDevice, OpensWithARecordMadeOfItsInfo) {
 }
 
 TEST_F(TavixUsbDevice, RefusesToCloseWhenClosed) {
+    log.Forget();
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevice.cpp", "Device is already closed.", device->Close());
     EXPECT_EQ(0, bus.Count("Device.Close"));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDevice, 64, "Closing device '1:2:3'"}));
+}
+
+TEST_F(TavixUsbDevice, OnlyWarnsWhenItIsClosedFromInsideWhileClosed) {
+    Load(CameraXmlWithChunks());
+    Tavix::IChunkParser* const parser = device->CreateChunkParser();
+    log.Forget();
+    device->InternalClose();
+    EXPECT_THAT(log.All(),
+                ElementsAre(LogLine{kDevice, 128, "InternalClose: Device '1:2:3' is not open and cannot be closed."}));
+    EXPECT_EQ(0, bus.Count("Device.Close"));
+    EXPECT_THROW(device->DestroyChunkParser(parser), GenICam::RuntimeException);
 }
 
 TEST_F(TavixUsbDevice, ClosesGrabbersNotificationsAndUsbDeviceInThisOrder) {
@@ -209,7 +294,10 @@ TEST_F(TavixUsbDevice, IsDestroyedQuietlyWhenClosed) {
 }
 
 TEST_F(TavixUsbDevice, LogsAndSurvivesAFailureToCloseOnDestruction) {
+    Load(CameraXmlWithChunks());
     Open();
+    device->CreateChunkParser(); // the leak checker looks
+    device->CreateEventAdapter();
     device->GetStreamGrabber(0)->Open();
     device->GetStreamGrabber(0)->PrepareGrab();
     bus.FailNext("Stream.FinishGrab", kFailure);

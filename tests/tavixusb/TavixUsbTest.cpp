@@ -1,29 +1,27 @@
-#include "TavixTL_USB/TavixUSB/TavixUsb.h"
+#include "TavixTL_USB/TavixUSB/Failure.h"
 
-#include "support/Camera.h"
-#include "support/Expect.h"
-#include "support/LogLines.h"
+#include "support/TransportLayerTest.h"
+
+#include <thread>
 
 using Tavix::CTlInfo;
 using Tavix::ITransportLayer;
 
 namespace {
 
-CTlInfo InfoOfClass(const char* deviceClass) {
-    CTlInfo info;
-    info.SetDeviceClass(deviceClass);
-    return info;
-}
-
-class TavixUsb : public testing::Test {
+/// There is no transport layer yet.
+class TavixUsb : public TransportLayerTest {
 protected:
-    TavixUsb() { bus.Reset(); }
-    ~TavixUsb() override { Destroy(m_pTl); }
+    TavixUsb() {
+        DestroyTl();
+        bus.ForgetCalls();
+        log.Forget();
+    }
 
-    ITransportLayer* CreateTl() { return m_pTl = Create(InfoOfClass("VandrelUsb")); }
-
-    FakeVexlo& bus = FakeVexlo::Get();
-    ITransportLayer* m_pTl = nullptr;
+    ITransportLayer* CreateTl() {
+        MakeTl();
+        return tl;
+    }
 };
 
 TEST_F(TavixUsb, DescribesItsTransportLayer) {
@@ -37,8 +35,14 @@ TEST_F(TavixUsb, DescribesItsTransportLayer) {
     EXPECT_EQ(4u, names.size());
 }
 
-TEST_F(TavixUsb, HasOneInfoRecord) {
-    EXPECT_EQ(&Tavix::GetTLInfo(), &Tavix::GetTLInfo());
+TEST_F(TavixUsb, HasOneInfoRecordForAllThreads) {
+    const CTlInfo* seen[4] = {};
+    std::vector<std::thread> threads;
+    for (const CTlInfo*& info : seen)
+        threads.emplace_back([&info] { info = &Tavix::GetTLInfo(); });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_THAT(seen, testing::Each(&Tavix::GetTLInfo()));
 }
 
 TEST_F(TavixUsb, AsksForTheAccessLibraryOnEveryCall) {
@@ -59,6 +63,20 @@ TEST_F(TavixUsb, HasAnEmptyTextForAnUnknownStatus) {
     EXPECT_FAILURE(RuntimeException, "TavixUsb.cpp", "Failed to initialize vexlo: ", Tavix::GetTLInfo());
 }
 
+TEST_F(TavixUsb, AsksForTheTextOfAStatusWithAnEmptyBufferOf1024Bytes) {
+    EXPECT_EQ("text E2000777", Tavix::VxStatus2Msg(kFailure));
+    EXPECT_EQ(1024u, bus.lastMessageRequest.size);
+    EXPECT_FALSE(bus.lastMessageRequest.hasLength);
+    EXPECT_TRUE(bus.lastMessageRequest.wasZeroed);
+}
+
+TEST_F(TavixUsb, AppendsNothingWithoutTheAccessLibrary) {
+    bus.FailNext("IsLibraryLoadable", kFailure);
+    Tavix::TlInfoList list;
+    EXPECT_FAILURE(RuntimeException, "TavixUsb.cpp", "Failed to initialize vexlo: text E2000777", GetTLInfoList(list));
+    EXPECT_TRUE(list.empty());
+}
+
 TEST_F(TavixUsb, AppendsOneEntryToTheInfoList) {
     Tavix::TlInfoList list;
     list.push_back(InfoOfClass("Other"));
@@ -69,7 +87,6 @@ TEST_F(TavixUsb, AppendsOneEntryToTheInfoList) {
 }
 
 TEST_F(TavixUsb, CreatesNothingForAnotherDeviceClass) {
-    LogLines log;
     for (const char* deviceClass : {"VandrelUsb ", "vandrelusb", "VANDRELUSB", "VandrelUs", ""}) {
         EXPECT_EQ(nullptr, Create(InfoOfClass(deviceClass))) << deviceClass;
     }
@@ -95,14 +112,14 @@ TEST_F(TavixUsb, CreatesNothingWhenInitialisingFailsAndTriesAgainLater) {
 
 TEST_F(TavixUsb, DestroysAndCreatesAnew) {
     CreateTl();
-    Destroy(m_pTl);
+    DestroyTl();
     EXPECT_EQ(1, bus.Count("Exit"));
     EXPECT_NE(nullptr, CreateTl());
     EXPECT_EQ(2, bus.Count("Init"));
 }
 
 TEST_F(TavixUsb, IgnoresNullAndForeignPointersToDestroy) {
-    ITransportLayer* const tl = CreateTl();
+    CreateTl();
     Destroy(nullptr);
     Destroy(reinterpret_cast<ITransportLayer*>(this));
     EXPECT_EQ(0, bus.Count("Exit"));
@@ -110,11 +127,45 @@ TEST_F(TavixUsb, IgnoresNullAndForeignPointersToDestroy) {
 }
 
 TEST_F(TavixUsb, SaysThatItsTransportLayerComesAndGoes) {
-    LogLines log;
     CreateTl();
     EXPECT_EQ(1, log.Count({"Tavix.USB.TL", 64, "'VandrelUsb' TL created."}));
-    Destroy(m_pTl);
+    DestroyTl();
     EXPECT_EQ(1, log.Count({"Tavix.USB.TL", 64, "'VandrelUsb' TL destroyed."}));
+}
+
+TEST_F(TavixUsb, InitialisesBeforeItMakesTheTransportLayer) {
+    bus.onCall = [this](const std::string& call) {
+        if (call == "Init") log.Forget();
+    };
+    CreateTl();
+    EXPECT_THAT(bus.Calls(), testing::ElementsAre("Init"));
+    EXPECT_THAT(log.All(), testing::ElementsAre(LogLine{"Tavix.USB.TL", 64, "'VandrelUsb' TL created."}));
+}
+
+TEST_F(TavixUsb, ForgetsItsTransportLayerBeforeThatIsGone) {
+    ITransportLayer* const first = CreateTl();
+    ITransportLayer* second = nullptr;
+    {
+        const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) {
+            if (std::string(text) == "'VandrelUsb' TL destroyed.") second = Create(InfoOfClass("VandrelUsb"));
+        });
+        Destroy(first);
+    }
+    EXPECT_NE(first, second);
+    EXPECT_THAT(bus.Calls(), testing::ElementsAre("Init", "Init", "Exit"));
+    tl = second;
+}
+
+TEST_F(TavixUsb, DestroysDevicesThatAreLeftAfterItsFarewellAndExitsLast) {
+    bus.xmlText = CameraXml();
+    CreateTl()->CreateDevice(MakeCameraInfo());
+    bus.ForgetCalls();
+    log.Forget();
+    DestroyTl();
+    ASSERT_GE(log.All().size(), 2u);
+    EXPECT_EQ((LogLine{"Tavix.USB.TL", 64, "'VandrelUsb' TL destroyed."}), log.All().front());
+    EXPECT_EQ((LogLine{"Tavix.USB.Device", 64, "Destroyed device '1:2:3' successfully."}), log.All().back());
+    EXPECT_THAT(bus.Calls(), testing::ElementsAre("DestroyDevice", "Exit"));
 }
 
 TEST_F(TavixUsb, GivesItsTransportLayerACopyOfTheInfo) {

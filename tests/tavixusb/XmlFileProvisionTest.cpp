@@ -1,10 +1,10 @@
 // How the transport layer downloads a camera's description.
 
-#include "TavixTL_USB/TavixUSB/TavixUsb.h"
+#include "TavixTL_USB/TavixUSB/PowerRequest.h"
 
-#include "support/Camera.h"
-#include "support/Expect.h"
-#include "support/LogLines.h"
+#include "support/TransportLayerTest.h"
+
+#include "vexlo/VxDevice.h"
 
 using testing::ElementsAre;
 
@@ -14,33 +14,23 @@ constexpr char kTl[] = "Tavix.USB.TL";
 const LogLine kRetry{kTl, 128, "Failed to open device. Retry."};
 const LogLine kSuccess{kTl, 64, "ProvideXmlFile: Successfully downloaded XML file from device: '1:2:3'"};
 
-class XmlFileProvision : public testing::Test {
+class XmlFileProvision : public TransportLayerTest {
 protected:
     XmlFileProvision() {
-        bus.Reset();
-        bus.cameras = {MakeCameraRecord()};
         bus.xmlText = "<description/>";
         bus.xmlName = "camera.xml";
-        Tavix::CTlInfo tlInfo;
-        tlInfo.SetDeviceClass("VandrelUsb");
-        tl = Create(tlInfo);
-        bus.ForgetCalls();
-        log.Forget();
     }
-    ~XmlFileProvision() override { Destroy(tl); }
 
     void Provide() { tl->GetXmlFileProvider()->ProvideXmlFile(info, fileName, xml); }
     void AskForPower(const char* power) { info.SetPropertyValue("_sap", power); }
     void ExpectNothing() {
         EXPECT_EQ("", fileName);
         EXPECT_EQ("", xml);
-        EXPECT_EQ(bus.Count("CreateDevice"), bus.Count("DestroyDevice"));
+        EXPECT_EQ(0, bus.liveDevices);
+        EXPECT_EQ(0, bus.openDevices);
         EXPECT_EQ(0, log.Count(kSuccess));
     }
 
-    FakeVexlo& bus = FakeVexlo::Get();
-    LogLines log;
-    Tavix::ITransportLayer* tl;
     Tavix::CDeviceInfo info = MakeCameraInfo();
     Tavix::gcstring fileName = "old name", xml = "old text";
 };
@@ -85,7 +75,8 @@ TEST_F(XmlFileProvision, FailsForACameraThatIsNotThere) {
 TEST_F(XmlFileProvision, FailsWithoutDeviceObject) {
     bus.createsDevices = false;
     EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to create USB device for XML file download.", Provide());
-    EXPECT_EQ(1, log.Count({kTl, 256, "Failed to create USB device for XML file download."}));
+    ExpectNothing();
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256, "Failed to create USB device for XML file download."}));
 }
 
 TEST_F(XmlFileProvision, TriesToOpenFiveTimes) {
@@ -115,6 +106,15 @@ TEST_F(XmlFileProvision, ClosesAndFailsWhenTheDownloadFails) {
     EXPECT_EQ(1, bus.Count("Device.Close"));
     EXPECT_EQ(1,
               log.Count({kTl, 256, "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'"}));
+}
+
+TEST_F(XmlFileProvision, TellsOfBothWhenDownloadAndCloseFail) {
+    bus.FailNext("Device.ProvideXmlFile", kFailure);
+    bus.FailNext("Device.Close", 1);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp",
+                   "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'", Provide());
+    EXPECT_EQ(1,
+              log.Count({kTl, 256, "ProvideXmlFile: Failed to close device after XML file download: text 00000001"}));
 }
 
 TEST_F(XmlFileProvision, OnlyLogsAFailureToClose) {
@@ -178,27 +178,67 @@ TEST_P(PowerRequestStep, StopsTheRequestWhenItFails) {
 }
 INSTANTIATE_TEST_SUITE_P(Each, PowerRequestStep, testing::Range(0, 6));
 
-TEST_F(XmlFileProvision, FailsWhenTheAnswerToThePowerRequestCannotBeRead) {
-    AskForPower("100");
+class FailingPowerRequest : public XmlFileProvision {
+protected:
+    FailingPowerRequest() { AskForPower("100"); }
+    void ExpectFailure() {
+        EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp",
+                       "Failed to set power for device '1:2:3'. Error: 'text E2000777'", Provide());
+        ExpectNothing();
+        EXPECT_EQ(0, bus.Count("Device.ProvideXmlFile"));
+        EXPECT_THAT(log.All(),
+                    ElementsAre(LogLine{kTl, 64, "Setting power for device '1:2:3' to '100'"},
+                                LogLine{kTl, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000777'"}));
+    }
+};
+
+TEST_F(FailingPowerRequest, CannotReadTheAnswer) {
     bus.FailNext("Device.GetProperty", kFailure);
-    EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to set power for device '1:2:3'. Error: 'text E2000777'",
-                   Provide());
+    ExpectFailure();
 }
 
-TEST_F(XmlFileProvision, FailsWhenThePowerRequestCannotOpenTheDevice) {
-    AskForPower("100");
+TEST_F(FailingPowerRequest, IsRefusedByTheCamera) {
+    bus.answers[0xAFFF0000] = FakeVexlo::Number(kFailure, 4);
+    ExpectFailure();
+}
+
+TEST_F(FailingPowerRequest, CannotOpenTheDeviceAndTriesOnce) {
     bus.FailNext("Device.Open", kFailure);
-    EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to set power for device '1:2:3'. Error: 'text E2000777'",
-                   Provide());
+    ExpectFailure();
+    EXPECT_EQ(1, bus.Count("Device.Open"));
     EXPECT_EQ(0, bus.Count("Device.SetProperty"));
     EXPECT_EQ(0, bus.Count("Device.Close"));
 }
 
-TEST_F(XmlFileProvision, FailsWhenThePowerRequestCannotCloseTheDevice) {
-    AskForPower("100");
+TEST_F(FailingPowerRequest, CannotCloseTheDevice) {
     bus.FailNext("Device.Close", kFailure);
-    EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to set power for device '1:2:3'. Error: 'text E2000777'",
-                   Provide());
+    ExpectFailure();
+}
+
+TEST_F(FailingPowerRequest, TellsWhatFailedFirst) {
+    bus.FailNext("Device.GetProperty", kFailure);
+    bus.FailNext("Device.Close", 1);
+    ExpectFailure();
+}
+
+TEST_F(XmlFileProvision, ReadsThePowerAsADecimalNumber) {
+    AskForPower("0100");
+    Provide();
+    EXPECT_EQ((FakeVexlo::Bytes{100, 0}), bus.deviceProperties[0xAFFE0200]);
+    AskForPower("0x100");
+    Provide();
+    EXPECT_EQ((FakeVexlo::Bytes{0, 0}), bus.deviceProperties[0xAFFE0200]);
+}
+
+TEST_F(XmlFileProvision, LeavesADeviceOpenThatWasOpenBeforeThePowerRequest) {
+    AskForPower("100");
+    vexlo::CVxDevice* const device = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
+    ASSERT_EQ(0u, device->Open(bus.cameras[0]));
+    EXPECT_EQ(0u, Tavix::RequestPower(*device, info, bus.cameras[0]));
+    EXPECT_TRUE(device->IsOpen());
+    EXPECT_EQ(1, bus.Count("Device.Open"));
+    EXPECT_EQ(0, bus.Count("Device.Close"));
+    vexlo::CVxDevice::DestroyDevice(device);
 }
 
 } // namespace

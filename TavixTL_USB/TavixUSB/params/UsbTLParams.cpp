@@ -18,7 +18,7 @@ CUsbTLParamsImpl::CUsbTLParamsImpl(const GenICam::gcstring& deviceName) : CNodeM
     NameNodes();
     SetMapProperties();
     SetNodeProperties();
-    FinishNodes();
+    FinalConstruct();
 }
 
 CUsbTLParamsImpl::~CUsbTLParamsImpl() = default;
@@ -76,7 +76,7 @@ void CUsbTLParamsImpl::SetNodeProperties() {
     SetPropertiesCustomRequestExecuteWrite_Value();
 }
 
-void CUsbTLParamsImpl::FinishNodes() {
+void CUsbTLParamsImpl::FinalConstruct() {
     m_Root.FinalConstruct();
     m_Statistic.FinalConstruct();
     m_MigrationModeEnable.FinalConstruct();
@@ -92,7 +92,7 @@ void CUsbTLParamsImpl::FinishNodes() {
     m_CustomRequestDataLength_Value.FinalConstruct();
     m_CustomRequestExecuteRead_Value.FinalConstruct();
     m_CustomRequestExecuteWrite_Value.FinalConstruct();
-    FinalConstruct("Root");
+    CNodeMap::FinalConstruct("Root");
 }
 
 void CUsbTLParamsImpl::SetPropertiesRoot() {

@@ -18,7 +18,8 @@ private:
     void NameNodes();
     void SetMapProperties();
     void SetNodeProperties();
-    void FinishNodes();
+    /// Finishes the nodes one by one, then the map, then the features below "Root".
+    void FinalConstruct();
 
     void SetPropertiesRoot();
     void SetPropertiesStatistic();

@@ -11,8 +11,8 @@ class CVandrelUsbDeviceInfo : public CDeviceInfo {
 public:
     /// Only the device class is set.
     CVandrelUsbDeviceInfo();
-    /// A copy of all properties of `info`.
-    explicit CVandrelUsbDeviceInfo(const CDeviceInfo& info);
+    /// A copy of all properties of `info`. Converts, so that the entries of a list can be looked at as USB cameras.
+    CVandrelUsbDeviceInfo(const CDeviceInfo& info);
     ~CVandrelUsbDeviceInfo() override;
     CVandrelUsbDeviceInfo(const CVandrelUsbDeviceInfo&);
     CVandrelUsbDeviceInfo& operator=(const CVandrelUsbDeviceInfo&);
