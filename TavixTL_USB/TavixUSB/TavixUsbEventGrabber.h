@@ -24,13 +24,13 @@ using CEventStreamGrabberPort = CGenericUsbPort<vexlo::CVxEventStream>;
 ///   closed --Open--> open --Close--> closed
 ///
 /// Each operation holds the grabber's lock from its first check to its end. Thread-safe.
-class CTavixUsbEventGrabber final : public IEventGrabber {
+class CTavixUsbEventGrabber : public IEventGrabber {
 public:
     /// Borrowed; outlives the grabber. A camera without events is noticed by Open.
     explicit CTavixUsbEventGrabber(vexlo::CVxDevice* pVxDevice);
     CTavixUsbEventGrabber(const CTavixUsbEventGrabber&) = delete;
     CTavixUsbEventGrabber& operator=(const CTavixUsbEventGrabber&) = delete;
-    ~CTavixUsbEventGrabber();
+    virtual ~CTavixUsbEventGrabber();
 
     void Open() override;
     /// A failure of the USB access library is logged, never thrown.
@@ -43,13 +43,16 @@ public:
     /// For the device, which closes the grabber and so has to take this lock before its own.
     boost::recursive_mutex& GetLock() const { return m_Lock; }
 
+protected:
+    /// Takes the lock. A failure of the USB access library is logged and, only if asked for, thrown.
+    void InternalClose(bool throwOnError);
+
 private:
     using Guard = boost::unique_lock<boost::recursive_mutex>;
 
-    // The operations below want the lock held, except InternalClose, which takes it.
+    // The operations below want the lock held.
     void ObtainEventStream();
     void OpenEventStream();
-    void InternalClose(bool throwOnError);
     [[noreturn]] static void FailWithStatus(SourcePlace place, const char* format, unsigned int status);
 
     mutable boost::recursive_mutex m_Lock;

@@ -259,7 +259,11 @@ void CTavixUsbStream::FinishGrab() {
     RequireState(m_State == Grabbing, "FinishGrab", Here());
     SetState(Opened); // first, so that a failure below leaves a grabber that can be used again
     const unsigned int status = m_pVxStream->IsPrepared() ? m_pVxStream->FinishGrab() : vexlo::VX_OK;
-    LockTLParams(false);
+    try {
+        LockTLParams(false);
+    } catch (...) {
+        if (status == 0) throw; // else the stream's failure, which came first, is the one to report
+    }
     if (status != 0) {
         const gcstring text = VxStatus2Msg(status);
         LogTrace(LogCategoryStream(), kLogError, "FinishGrab failed for device '%hs'. Error: '%hs'",

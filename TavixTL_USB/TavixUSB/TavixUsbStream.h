@@ -31,13 +31,13 @@ using CStreamGrabberPort = CGenericUsbPort<vexlo::CVxStream>;
 ///   any:      Close, which finishes a grab first
 ///
 /// Each operation holds the grabber's lock from its first check to its end. Thread-safe.
-class CTavixUsbStream final : public IStreamGrabber {
+class CTavixUsbStream : public IStreamGrabber {
 public:
     /// Both are borrowed and outlive the grabber. A camera without a stream is noticed by Open.
     CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* pDevice);
     CTavixUsbStream(const CTavixUsbStream&) = delete;
     CTavixUsbStream& operator=(const CTavixUsbStream&) = delete;
-    ~CTavixUsbStream();
+    virtual ~CTavixUsbStream();
 
     void Open() override;
     void Close() override;
@@ -55,14 +55,18 @@ public:
     /// For the device, which closes the grabber and so has to take this lock before its own.
     boost::recursive_mutex& GetLock() const { return m_Lock; }
 
-private:
-    using Guard = boost::unique_lock<boost::recursive_mutex>;
+protected:
     enum EStreamGrabberState : std::int32_t { Closed = 0, Opened = 1, Grabbing = 2 };
 
-    // The operations below want the lock held.
+    // All operations below want the lock held.
+    /// Tells "StatusReg" of a state that is new.
     void SetState(EStreamGrabberState state);
     EStreamGrabberState GetState() const { return m_State; }
     const char* GetStateName() const;
+
+private:
+    using Guard = boost::unique_lock<boost::recursive_mutex>;
+
     void RequireState(bool allowed, const char* operation, SourcePlace place) const;
     void FindTLParamsLocked();
     void ObtainStream();

@@ -1,5 +1,6 @@
 #include "TavixUsbEventGrabber.h"
 
+#include "VxDevicePtr.h"
 #include "support/DeviceTest.h"
 
 #include <GenApi/NodeCallback.h>
@@ -20,6 +21,29 @@ protected:
         return *device->GetEventGrabber();
     }
     GenApi::IInteger& Parameter(const char* name) { return Integer(grabber().GetNodeMap(), name); }
+    std::vector<std::string> CallsAndStates(const std::function<void()>& step) {
+        std::vector<std::string> seen;
+        GenApi::IInteger& state = Parameter("StatusReg");
+        bus.onCall = [&](const std::string& call) { seen.push_back(call + (state.GetValue() ? " open" : " closed")); };
+        step();
+        bus.onCall = nullptr;
+        return seen;
+    }
+    /// The statement fails without a line about it.
+    void ExpectSilentFailure(const std::string& text, const std::function<void()>& call) {
+        log.Forget();
+        EXPECT_THROW(
+            {
+                try {
+                    call();
+                } catch (const GenICam::GenericException& failure) {
+                    EXPECT_EQ(text, failure.GetDescription());
+                    throw;
+                }
+            },
+            GenICam::GenericException);
+        EXPECT_THAT(log.From(kEvents), testing::IsEmpty());
+    }
     void ExpectFailure(const std::string& text, const std::function<void()>& call) {
         EXPECT_FAILURE(RuntimeException, kFile, text, call());
         EXPECT_EQ(1, log.Count({kEvents, 256, text}));
@@ -52,6 +76,36 @@ TEST_F(EventGrabber, OpensTheEventStreamWithItsWaitObject) {
     EXPECT_THAT(bus.Calls(), ElementsAre("Events.RegisterWaitObject", "Events.Open"));
 }
 
+TEST_F(EventGrabber, ServesItsParametersFromTheEventStreamBeforeItIsOpen) {
+    bus.eventProperties[0x200] = FakeVexlo::Number(64, 4);
+    EXPECT_EQ(64, Parameter("NumBuffer").GetValue());
+}
+
+TEST_F(EventGrabber, IsOpenWhenAllElseIsDone) {
+    EXPECT_THAT(CallsAndStates([this] { grabber().Open(); }),
+                ElementsAre("Events.RegisterWaitObject closed", "Events.Open closed"));
+}
+
+TEST_F(EventGrabber, IsClosedWhenTheEventStreamIs) {
+    grabber().Open();
+    EXPECT_THAT(CallsAndStates([this] { grabber().Close(); }), ElementsAre("Events.Close open"));
+    EXPECT_FALSE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, HoldsItsStateInItsNodeMapAlone) {
+    Parameter("StatusReg").SetValue(1);
+    EXPECT_TRUE(grabber().IsOpen());
+    Parameter("StatusReg").SetValue(0);
+    EXPECT_FALSE(grabber().IsOpen());
+}
+
+TEST_F(EventGrabber, SpeaksOfWrongUseWithoutALogLine) {
+    grabber().Open();
+    ExpectSilentFailure("Event grabber already open.", [this] { grabber().Open(); });
+    grabber().Close();
+    ExpectSilentFailure("Event grabber not open.", [this] { grabber().RetrieveEvent(result); });
+}
+
 TEST_F(EventGrabber, RefusesToOpenTwice) {
     grabber().Open();
     EXPECT_FAILURE(LogicalErrorException, kFile, "Event grabber already open.", grabber().Open());
@@ -81,6 +135,7 @@ TEST_F(EventGrabber, NoticesThatAnEventStreamWasPromisedButNotGiven) {
     bus.hasEvents = false;
     Make();
     EXPECT_FAILURE(RuntimeException, kFile, "Internal fatal error (m_pVxEventStream == NULL )", grabber().Open());
+    ExpectSilentFailure("Internal fatal error (m_pVxEventStream == NULL )", [this] { grabber().Open(); });
 }
 
 TEST_F(EventGrabber, DoesNotOpenWithoutWaitObjectAndAsksForTheEventStreamAgain) {
@@ -148,6 +203,15 @@ TEST_F(EventGrabber, DeliversAnEvent) {
     EXPECT_EQ(3, result.Buffer()[2]);
 }
 
+TEST_F(EventGrabber, AsksForAMessageOf576BytesAndForNothingElse) {
+    grabber().Open();
+    bus.PushEvent({1});
+    grabber().RetrieveEvent(result);
+    EXPECT_EQ(576u, bus.eventSizePreset);
+    EXPECT_FALSE(bus.askedForPendingEvents);
+    EXPECT_EQ(576u, Tavix::EventResult::kBufferSize);
+}
+
 TEST_F(EventGrabber, DeliversAllPendingEventsWithoutWaiting) {
     grabber().Open();
     for (unsigned char i = 0; i < 3; ++i)
@@ -204,6 +268,38 @@ TEST_F(EventGrabber, LocksItsSettingsWhileItIsOpen) {
     grabber().Close();
     Parameter("NumBuffer").SetValue(4);
     EXPECT_EQ(FakeVexlo::Number(4, 4), bus.eventProperties[0x200]);
+}
+
+TEST_F(EventGrabber, IsClosedOnDestructionWithoutAnException) {
+    grabber().Open();
+    bus.FailNext("Events.Close", kFailure);
+    Destroy();
+    EXPECT_EQ(1, bus.Count("Events.Close"));
+    EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to close event stream grabber: text E2000777"}));
+}
+
+/// One whose part that is meant for heirs can be reached.
+struct Probe : Tavix::CTavixUsbEventGrabber {
+    using CTavixUsbEventGrabber::CTavixUsbEventGrabber;
+    using CTavixUsbEventGrabber::InternalClose;
+};
+
+TEST_F(EventGrabber, ThrowsThatItCannotCloseOnlyWhereThatIsAskedFor) {
+    bus.deviceSaysItIsOpen = true;
+    const Tavix::VxDevicePtr usbDevice(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
+    Probe probe(usbDevice.get());
+    for (const bool asked : {false, true}) {
+        probe.Open();
+        log.Forget();
+        bus.FailNext("Events.Close", kFailure);
+        if (asked) {
+            ExpectFailure("Failed to close event stream grabber: text E2000777", [&] { probe.InternalClose(true); });
+        } else {
+            EXPECT_NO_THROW(probe.InternalClose(false));
+            EXPECT_EQ(1, log.Count({kEvents, 256, "Failed to close event stream grabber: text E2000777"}));
+        }
+        EXPECT_FALSE(probe.IsOpen());
+    }
 }
 
 } // namespace

@@ -2,11 +2,15 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
+#include "params/UsbStreamParams.h"
+#include "params/UsbTLParams.h"
 #include "support/Camera.h"
 #include "support/Expect.h"
 #include "support/ParamsRows.h"
 
 #include <gmock/gmock.h>
+
+#include <set>
 
 using testing::ElementsAre;
 using Vandrel_UsbEventParams::CUsbEventParamsImpl;
@@ -130,8 +134,11 @@ TEST_P(UsbEventParamsTable, HasTheNode) {
 INSTANTIATE_TEST_SUITE_P(Rows, UsbEventParamsTable, testing::ValuesIn(kRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(UsbEventParams, HasNoOtherNodes) {
-    EXPECT_EQ(std::size(kRows), map->GetNumNodes());
+TEST_F(UsbEventParams, HasTheNodesOfTheTableInOrderAndNoOthers) {
+    std::vector<std::string> rows;
+    for (const NodeRow& row : kRows)
+        rows.emplace_back(row.name);
+    EXPECT_EQ(rows, NodeNames(*map));
     EXPECT_EQ(nullptr, map->GetNode("StatusIsLocked"));
     EXPECT_EQ(nullptr, map->GetNode("MaxNumBuffer"));
 }
@@ -145,6 +152,7 @@ TEST_F(UsbEventParams, DescribesItself) {
     EXPECT_EQ("None", info.GetStandardNameSpace());
     info.GetSchemaVersion(version);
     EXPECT_EQ(1, version.Major);
+    EXPECT_EQ(0, version.Minor);
     EXPECT_EQ(0, version.SubMinor);
 }
 
@@ -154,6 +162,22 @@ TEST_F(UsbEventParams, ListsItsFeaturesInOrder) {
     EXPECT_THAT(FeatureNames(*map, "Statistic"),
                 ElementsAre("Statistic_Total_Event_Count", "Statistic_Failed_Event_Count",
                             "Statistic_Last_Failed_Event_Buffer_Status"));
+}
+
+TEST_F(UsbEventParams, HasGuidsOfItsOwn) {
+    const Tavix::ParamsPtr<Vandrel_UsbStreamParams::CUsbStreamParamsImpl> streams(
+        Vandrel_UsbStreamParams::CUsbStreamParamsImpl::Create(""));
+    const Tavix::ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> devices(
+        Vandrel_UsbTLParams::CUsbTLParamsImpl::Create(""));
+    std::set<std::string> guids;
+    for (GenApi::IDeviceInfo* info :
+         {static_cast<GenApi::IDeviceInfo*>(map.get()), static_cast<GenApi::IDeviceInfo*>(streams.get()),
+          static_cast<GenApi::IDeviceInfo*>(devices.get())}) {
+        guids.insert(info->GetProductGuid().c_str());
+        guids.insert(info->GetVersionGuid().c_str());
+    }
+    EXPECT_EQ(6u, guids.size());
+    EXPECT_EQ(0u, guids.count(""));
 }
 
 class SettingsOfEvents : public UsbEventParams, public testing::WithParamInterface<const char*> {};
@@ -181,5 +205,60 @@ TEST_F(UsbEventParams, AsksForTestEventsByAWriteOfOneByte) {
     EXPECT_EQ((FakeVexlo::Bytes{3}), bus.eventProperties[0x900]);
     EXPECT_EQ(GenApi::WO, Integer("GenerateNumTestEvents_Value").GetAccessMode());
 }
+
+class EventStatistics : public UsbEventParams, public testing::WithParamInterface<std::string> {};
+TEST_P(EventStatistics, AreInvalidatedWithTheStatusAndPolledEachSecond) {
+    EXPECT_EQ(1000, map->GetNode(GetParam().c_str())->GetPollingTime());
+    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->StatusReg().SetValue(1); }));
+    EXPECT_EQ(0, CallbacksOf(*map, GetParam(), [this] { map->Poll(999); }));
+    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->Poll(1); }));
+}
+INSTANTIATE_TEST_SUITE_P(Names, EventStatistics,
+                         testing::Values("Statistic_Total_Event_Count", "Statistic_Failed_Event_Count",
+                                         "Statistic_Last_Failed_Event_Buffer_Status"));
+
+TEST_F(UsbEventParams, SetsThePropertiesOfItsNodesInOrder) {
+    EXPECT_THAT(PropertyNames(*map, "NumBuffer"),
+                ElementsAre("ToolTip", "Description", "Visibility", "pIsLocked", "pValue", "Min", "IsFeature"));
+    EXPECT_THAT(PropertyNames(*map, "Statistic_Last_Failed_Event_Buffer_Status"),
+                ElementsAre("Address", "Length", "AccessMode", "pPort", "Cachable", "Sign", "Endianess", "ToolTip",
+                            "DisplayName", "Visibility", "PollingTime", "pInvalidator", "Representation", "IsFeature"));
+}
+
+TEST_F(UsbEventParams, ShowsItsStatusByName) {
+    GenApi::CEnumerationPtr status(map->GetNode("Status"));
+    EXPECT_EQ(GenApi::RO, status->GetAccessMode());
+    const char* const names[] = {"Closed", "Open"};
+    for (int state = 0; state < 2; ++state) {
+        map->StatusReg().SetValue(state);
+        EXPECT_EQ(names[state], status->ToString());
+        EXPECT_EQ(state != 0, Integer("StatusIsOpen").GetValue() != 0);
+    }
+    GenICam::gcstring value, attribute;
+    EXPECT_TRUE(map->GetNode("StatusIsOpen")->GetProperty("pVariable", value, attribute));
+    EXPECT_EQ("STREAM_GRABBER_STATUS", attribute);
+}
+
+TEST_F(UsbEventParams, WantsAtLeastOneOfEach) {
+    for (const char* node : {"NumBuffer", "NumMaxQueuedUrbs"})
+        EXPECT_THROW(Integer(node).SetValue(0), GenICam::OutOfRangeException) << node;
+}
+
+constexpr int kFirstRegister = 11;
+
+class EventRegister : public UsbEventParams, public testing::WithParamInterface<NodeRow> {};
+TEST_P(EventRegister, ReadsItsOwnPropertyInItsOwnWidth) {
+    const auto address = static_cast<unsigned int>(std::stoul(GetParam().properties.at("Address"), nullptr, 16));
+    const bool isWide = GetParam().properties.at("Length") == "8";
+    const bool isSigned = GetParam().properties.at("Sign") == "Signed";
+    bus.eventProperties[address] = FakeVexlo::Bytes(8, 0xFF);
+    EXPECT_EQ(isSigned ? std::int64_t(-1) : std::int64_t(0xFFFFFFFF), Integer(GetParam().name).GetValue());
+    bus.eventProperties[address] = FakeVexlo::Number(0x01020304'05060708, 8);
+    EXPECT_EQ(isWide ? 0x01020304'05060708 : 0x05060708, Integer(GetParam().name).GetValue());
+}
+INSTANTIATE_TEST_SUITE_P(Rows, EventRegister,
+                         testing::ValuesIn(std::begin(kRows) + kFirstRegister,
+                                           std::end(kRows) - 1), // the last: no read
+                         [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace

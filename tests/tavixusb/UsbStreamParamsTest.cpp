@@ -142,6 +142,8 @@ const NodeRow kRows[] = {
     {"TransferLoopThreadPriority_Min", GenApi::intfIInteger, Setting("0xA10", "Signed")},
 };
 
+constexpr int kFirstRegister = 15;
+
 class UsbStreamParams : public testing::Test {
 protected:
     UsbStreamParams() {
@@ -178,11 +180,10 @@ INSTANTIATE_TEST_SUITE_P(Rows, UsbStreamParamsTable, testing::ValuesIn(kRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbStreamParams, HasItsNodesInTheOrderOfTheTable) {
-    GenApi::NodeList_t nodes;
-    map->GetNodes(nodes);
-    ASSERT_EQ(std::size(kRows), nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-        EXPECT_EQ(kRows[i].name, nodes[i]->GetName());
+    std::vector<std::string> rows;
+    for (const NodeRow& row : kRows)
+        rows.emplace_back(row.name);
+    EXPECT_EQ(rows, NodeNames(*map));
 }
 
 TEST_F(UsbStreamParams, DescribesItself) {
@@ -195,6 +196,7 @@ TEST_F(UsbStreamParams, DescribesItself) {
     info.GetSchemaVersion(version);
     EXPECT_EQ(1, version.Major);
     EXPECT_EQ(0, version.Minor);
+    EXPECT_EQ(0, version.SubMinor);
     EXPECT_FALSE(info.GetProductGuid().empty());
     EXPECT_NE(info.GetProductGuid(), info.GetVersionGuid());
 }
@@ -278,12 +280,66 @@ TEST_F(UsbStreamParams, ShowsItsStatusByName) {
     }
 }
 
-TEST_F(UsbStreamParams, InvalidatesStatisticsWithTheStatus) {
-    GenApi::NodeList_t invalidating;
-    map->GetNode("Statistic_Last_Block_Id")->GetChildren(invalidating, GenApi::ctInvalidatingChildren);
-    ASSERT_EQ(1u, invalidating.size());
-    EXPECT_EQ("StatusReg", invalidating[0]->GetName());
-    EXPECT_EQ(1000, map->GetNode("Statistic_Last_Block_Id")->GetPollingTime());
+class StreamStatistics : public UsbStreamParams, public testing::WithParamInterface<std::string> {};
+TEST_P(StreamStatistics, AreInvalidatedWithTheStatusAndPolledEachSecond) {
+    port.SetObject(m_pStream);
+    EXPECT_EQ(1000, map->GetNode(GetParam().c_str())->GetPollingTime());
+    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->StatusReg().SetValue(1); }));
+    EXPECT_EQ(0, CallbacksOf(*map, GetParam(), [this] { map->Poll(999); }));
+    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->Poll(1); }));
+    EXPECT_EQ(GenApi::RO, Integer(GetParam().c_str()).GetAccessMode());
 }
+INSTANTIATE_TEST_SUITE_P(Names, StreamStatistics,
+                         testing::Values("Statistic_Total_Buffer_Count", "Statistic_Failed_Buffer_Count",
+                                         "Statistic_Missed_Frame_Count", "Statistic_Resynchronization_Count",
+                                         "Statistic_Last_Block_Id", "Statistic_Last_Failed_Buffer_Status"));
+
+TEST_F(UsbStreamParams, SetsThePropertiesOfItsNodesInOrder) {
+    EXPECT_THAT(PropertyNames(*map, "MaxNumBuffer"),
+                ElementsAre("ToolTip", "DisplayName", "Visibility", "pIsLocked", "Value", "Min", "Max", "IsFeature"));
+    EXPECT_THAT(PropertyNames(*map, "MaxTransferSize"),
+                ElementsAre("ToolTip", "Description", "DisplayName", "Visibility", "pIsLocked", "pValue", "pMin",
+                            "pMax", "pInc", "Representation", "IsFeature"));
+    EXPECT_THAT(PropertyNames(*map, "Status"),
+                ElementsAre("ToolTip", "Visibility", "ImposedAccessMode", "pEnumEntry", "pValue", "IsFeature"));
+    EXPECT_THAT(PropertyNames(*map, "Statistic_Last_Failed_Buffer_Status"),
+                ElementsAre("Address", "Length", "AccessMode", "pPort", "Cachable", "Sign", "Endianess", "ToolTip",
+                            "DisplayName", "Visibility", "PollingTime", "pInvalidator", "Representation", "IsFeature"));
+}
+
+TEST_F(UsbStreamParams, NamesTheVariableOfItsFormulas) {
+    for (const char* node : {"StatusIsOpen", "StatusIsLocked"}) {
+        GenICam::gcstring value, attribute;
+        EXPECT_TRUE(map->GetNode(node)->GetProperty("pVariable", value, attribute));
+        EXPECT_EQ("STREAM_GRABBER_STATUS", attribute) << node;
+    }
+}
+
+TEST_F(UsbStreamParams, HasNoUpperLimitForTheBufferSize) {
+    GenICam::gcstring value, attribute;
+    EXPECT_FALSE(map->GetNode("MaxBufferSize")->GetProperty("Max", value, attribute));
+    Integer("MaxBufferSize").SetValue(std::int64_t(1) << 40);
+    EXPECT_EQ(std::int64_t(1) << 40, Integer("MaxBufferSize").GetValue());
+}
+
+TEST_F(UsbStreamParams, WantsAtLeastOneOfEach) {
+    SetLimits();
+    for (const char* node : {"MaxNumBuffer", "MaxBufferSize", "NumMaxQueuedUrbs"})
+        EXPECT_THROW(Integer(node).SetValue(0), GenICam::OutOfRangeException) << node;
+}
+
+class StreamRegister : public UsbStreamParams, public testing::WithParamInterface<NodeRow> {};
+TEST_P(StreamRegister, ReadsItsOwnPropertyInItsOwnWidth) {
+    port.SetObject(m_pStream);
+    const auto address = static_cast<unsigned int>(std::stoul(GetParam().properties.at("Address"), nullptr, 16));
+    const bool isWide = GetParam().properties.at("Length") == "8";
+    const bool isSigned = GetParam().properties.at("Sign") == "Signed";
+    bus.streamProperties[address] = FakeVexlo::Bytes(8, 0xFF);
+    EXPECT_EQ(isSigned ? std::int64_t(-1) : std::int64_t(0xFFFFFFFF), Integer(GetParam().name).GetValue());
+    bus.streamProperties[address] = FakeVexlo::Number(0x01020304'05060708, 8);
+    EXPECT_EQ(isWide ? 0x01020304'05060708 : 0x05060708, Integer(GetParam().name).GetValue());
+}
+INSTANTIATE_TEST_SUITE_P(Rows, StreamRegister, testing::ValuesIn(std::begin(kRows) + kFirstRegister, std::end(kRows)),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace

@@ -200,77 +200,77 @@ void CUsbEventParamsImpl::SetPropertiesEventStreamGrabberPort() {
 }
 
 void CUsbEventParamsImpl::SetPropertiesNumBuffer_Value() {
+    Tavix::SetRegisterProperties(m_NumBuffer_Value, {kPort, "0x200", "4", "RW", "Unsigned"});
     m_NumBuffer_Value.SetProperty("Visibility", "Expert");
     m_NumBuffer_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_NumBuffer_Value, {kPort, "0x200", "4", "RW", "Unsigned"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesNumMaxQueuedUrbs_Value() {
+    Tavix::SetRegisterProperties(m_NumMaxQueuedUrbs_Value, {kPort, "0x300", "4", "RW", "Unsigned"});
     m_NumMaxQueuedUrbs_Value.SetProperty("Visibility", "Expert");
     m_NumMaxQueuedUrbs_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_NumMaxQueuedUrbs_Value, {kPort, "0x300", "4", "RW", "Unsigned"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesMaximumTransferLength_Value() {
+    Tavix::SetRegisterProperties(m_MaximumTransferLength_Value, {kPort, "0x400", "4", "RO", "Unsigned"});
     m_MaximumTransferLength_Value.SetProperty("Visibility", "Expert");
     m_MaximumTransferLength_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_MaximumTransferLength_Value, {kPort, "0x400", "4", "RO", "Unsigned"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesStatistic_Total_Event_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Total_Event_Count, {kPort, "0x500", "8", "RO", "Signed"});
     m_Statistic_Total_Event_Count.SetProperty("ToolTip", "The total count of processed events.");
     m_Statistic_Total_Event_Count.SetProperty("DisplayName", "Total Event Count");
     m_Statistic_Total_Event_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Total_Event_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Total_Event_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Total_Event_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Total_Event_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Total_Event_Count, {kPort, "0x500", "8", "RO", "Signed"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesStatistic_Failed_Event_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Failed_Event_Count, {kPort, "0x600", "8", "RO", "Signed"});
     m_Statistic_Failed_Event_Count.SetProperty("ToolTip", "The count of processed events with an error status.");
     m_Statistic_Failed_Event_Count.SetProperty("DisplayName", "Failed Event Count");
     m_Statistic_Failed_Event_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Failed_Event_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Failed_Event_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Failed_Event_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Failed_Event_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Failed_Event_Count, {kPort, "0x600", "8", "RO", "Signed"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesStatistic_Last_Failed_Event_Buffer_Status() {
+    Tavix::SetRegisterProperties(m_Statistic_Last_Failed_Event_Buffer_Status, {kPort, "0x700", "4", "RO", "Unsigned"});
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("ToolTip",
                                                             "The status code of the last failed event buffer.");
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("DisplayName", "Last Failed Event Buffer Status");
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("Visibility", "Expert");
-    m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("PollingTime", "1000");
+    m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("Representation", "HexNumber");
     m_Statistic_Last_Failed_Event_Buffer_Status.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Last_Failed_Event_Buffer_Status, {kPort, "0x700", "4", "RO", "Unsigned"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesTransferLoopThreadPriority_Value() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Value, {kPort, "0x800", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Value.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Value, {kPort, "0x800", "4", "RW", "Signed"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesTransferLoopThreadPriority_Max() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Max, {kPort, "0x808", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Max.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Max.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Max, {kPort, "0x808", "4", "RW", "Signed"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesTransferLoopThreadPriority_Min() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Min, {kPort, "0x810", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Min.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Min.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Min, {kPort, "0x810", "4", "RW", "Signed"});
 }
 
 void CUsbEventParamsImpl::SetPropertiesGenerateNumTestEvents_Value() {
+    Tavix::SetRegisterProperties(m_GenerateNumTestEvents_Value, {kPort, "0x900", "1", "WO", "Unsigned"});
     m_GenerateNumTestEvents_Value.SetProperty("Visibility", "Expert");
     m_GenerateNumTestEvents_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_GenerateNumTestEvents_Value, {kPort, "0x900", "1", "WO", "Unsigned"});
 }
 
 } // namespace Vandrel_UsbEventParams

@@ -271,113 +271,113 @@ void CUsbStreamParamsImpl::SetPropertiesStreamGrabberPort() {
 }
 
 void CUsbStreamParamsImpl::SetPropertiesNumMaxQueuedUrbs_Value() {
+    Tavix::SetRegisterProperties(m_NumMaxQueuedUrbs_Value, {kPort, "0x200", "4", "RW", "Unsigned"});
     m_NumMaxQueuedUrbs_Value.SetProperty("Visibility", "Expert");
     m_NumMaxQueuedUrbs_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_NumMaxQueuedUrbs_Value, {kPort, "0x200", "4", "RW", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesMaxTransferSize_Value() {
+    Tavix::SetRegisterProperties(m_MaxTransferSize_Value, {kPort, "0x300", "4", "RW", "Unsigned"});
     m_MaxTransferSize_Value.SetProperty("Visibility", "Expert");
     m_MaxTransferSize_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_MaxTransferSize_Value, {kPort, "0x300", "4", "RW", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesMaxTransferSize_Max() {
+    Tavix::SetRegisterProperties(m_MaxTransferSize_Max, {kPort, "0x308", "4", "RW", "Unsigned"});
     m_MaxTransferSize_Max.SetProperty("Visibility", "Expert");
     m_MaxTransferSize_Max.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_MaxTransferSize_Max, {kPort, "0x308", "4", "RW", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesMaxTransferSize_Min() {
+    Tavix::SetRegisterProperties(m_MaxTransferSize_Min, {kPort, "0x310", "4", "RW", "Unsigned"});
     m_MaxTransferSize_Min.SetProperty("Visibility", "Expert");
     m_MaxTransferSize_Min.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_MaxTransferSize_Min, {kPort, "0x310", "4", "RW", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesMaxTransferSize_Inc() {
+    Tavix::SetRegisterProperties(m_MaxTransferSize_Inc, {kPort, "0x318", "4", "RW", "Unsigned"});
     m_MaxTransferSize_Inc.SetProperty("Visibility", "Expert");
     m_MaxTransferSize_Inc.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_MaxTransferSize_Inc, {kPort, "0x318", "4", "RW", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Total_Buffer_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Total_Buffer_Count, {kPort, "0x400", "8", "RO", "Signed"});
     m_Statistic_Total_Buffer_Count.SetProperty("ToolTip", "The total count of processed buffers.");
     m_Statistic_Total_Buffer_Count.SetProperty("DisplayName", "Total Buffer Count");
     m_Statistic_Total_Buffer_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Total_Buffer_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Total_Buffer_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Total_Buffer_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Total_Buffer_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Total_Buffer_Count, {kPort, "0x400", "8", "RO", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Failed_Buffer_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Failed_Buffer_Count, {kPort, "0x500", "8", "RO", "Signed"});
     m_Statistic_Failed_Buffer_Count.SetProperty("ToolTip", "The count of buffers that returned with an error status.");
     m_Statistic_Failed_Buffer_Count.SetProperty("DisplayName", "Failed Buffer Count");
     m_Statistic_Failed_Buffer_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Failed_Buffer_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Failed_Buffer_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Failed_Buffer_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Failed_Buffer_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Failed_Buffer_Count, {kPort, "0x500", "8", "RO", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Missed_Frame_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Missed_Frame_Count, {kPort, "0x600", "8", "RO", "Signed"});
     m_Statistic_Missed_Frame_Count.SetProperty(
         "ToolTip", "The count of bad or missed frames between successfully grabbed images.");
     m_Statistic_Missed_Frame_Count.SetProperty("DisplayName", "Missed Frame Count");
     m_Statistic_Missed_Frame_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Missed_Frame_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Missed_Frame_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Missed_Frame_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Missed_Frame_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Missed_Frame_Count, {kPort, "0x600", "8", "RO", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Resynchronization_Count() {
+    Tavix::SetRegisterProperties(m_Statistic_Resynchronization_Count, {kPort, "0x700", "8", "RO", "Signed"});
     m_Statistic_Resynchronization_Count.SetProperty("ToolTip", "The count of stream resynchronizations.");
     m_Statistic_Resynchronization_Count.SetProperty("DisplayName", "Resynchronization Count");
     m_Statistic_Resynchronization_Count.SetProperty("Visibility", "Expert");
-    m_Statistic_Resynchronization_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Resynchronization_Count.SetProperty("PollingTime", "1000");
+    m_Statistic_Resynchronization_Count.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Resynchronization_Count.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Resynchronization_Count, {kPort, "0x700", "8", "RO", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Last_Block_Id() {
+    Tavix::SetRegisterProperties(m_Statistic_Last_Block_Id, {kPort, "0x800", "8", "RO", "Signed"});
     m_Statistic_Last_Block_Id.SetProperty("ToolTip", "The last grabbed block ID.");
     m_Statistic_Last_Block_Id.SetProperty("DisplayName", "Last Block Id");
     m_Statistic_Last_Block_Id.SetProperty("Visibility", "Expert");
-    m_Statistic_Last_Block_Id.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Block_Id.SetProperty("PollingTime", "1000");
+    m_Statistic_Last_Block_Id.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Block_Id.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Last_Block_Id, {kPort, "0x800", "8", "RO", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesStatistic_Last_Failed_Buffer_Status() {
+    Tavix::SetRegisterProperties(m_Statistic_Last_Failed_Buffer_Status, {kPort, "0x900", "4", "RO", "Unsigned"});
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("ToolTip", "The status code of the last failed buffer.");
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("DisplayName", "Last Failed Buffer Status");
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("Visibility", "Expert");
-    m_Statistic_Last_Failed_Buffer_Status.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("PollingTime", "1000");
+    m_Statistic_Last_Failed_Buffer_Status.SetProperty("pInvalidator", "StatusReg");
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("Representation", "HexNumber");
     m_Statistic_Last_Failed_Buffer_Status.SetProperty("IsFeature", "Yes");
-    Tavix::SetRegisterProperties(m_Statistic_Last_Failed_Buffer_Status, {kPort, "0x900", "4", "RO", "Unsigned"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesTransferLoopThreadPriority_Value() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Value, {kPort, "0xA00", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Value.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Value.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Value, {kPort, "0xA00", "4", "RW", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesTransferLoopThreadPriority_Max() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Max, {kPort, "0xA08", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Max.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Max.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Max, {kPort, "0xA08", "4", "RW", "Signed"});
 }
 
 void CUsbStreamParamsImpl::SetPropertiesTransferLoopThreadPriority_Min() {
+    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Min, {kPort, "0xA10", "4", "RW", "Signed"});
     m_TransferLoopThreadPriority_Min.SetProperty("Visibility", "Expert");
     m_TransferLoopThreadPriority_Min.SetProperty("IsFeature", "No");
-    Tavix::SetRegisterProperties(m_TransferLoopThreadPriority_Min, {kPort, "0xA10", "4", "RW", "Signed"});
 }
 
 } // namespace Vandrel_UsbStreamParams

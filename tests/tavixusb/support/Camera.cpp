@@ -48,7 +48,11 @@ std::string CameraXmlWithChunks() {
 }
 
 std::string CameraXmlWithoutLock() {
-    return std::string(kHead) + kTail;
+    return CameraXmlWith({});
+}
+
+std::string CameraXmlWith(const std::string& nodes) {
+    return kHead + nodes + kTail;
 }
 
 void SetText(char (&field)[vexlo::DeviceDiscoveryInfo::kTextSize], const char* text) {

@@ -17,6 +17,8 @@ Tavix::CDeviceInfo MakeCameraInfo(const char* path = kCameraPath, const char* se
 std::string CameraXml();
 std::string CameraXmlWithChunks();
 std::string CameraXmlWithoutLock();
+/// The same with these nodes of the test's own.
+std::string CameraXmlWith(const std::string& nodes);
 
 /// A status and what the stand-in says of it.
 inline constexpr vexlo::VxStatus kFailure = 0xE2000777;

@@ -15,6 +15,7 @@
             thrown = true;                                                                                             \
             EXPECT_EQ(std::string(text), failure.GetDescription());                                                    \
             EXPECT_EQ(std::string(file), failure.GetSourceFileName());                                                 \
+            EXPECT_LT(0u, failure.GetSourceLine());                                                                    \
         }                                                                                                              \
         EXPECT_TRUE(thrown) << #statement << " was to throw " #Kind;                                                   \
     } while (false)

@@ -51,7 +51,12 @@ void FakeVexlo::Reset() {
     written.clear();
     preparedBuffers = preparedSize = 0;
     userBuffer = nullptr;
-    queuedContext = nullptr;
+    queuedHandle = queuedContext = nullptr;
+    registeredSize = eventSizePreset = 0;
+    countPreset = ~0ul;
+    askedForPendingEvents = false;
+    deviceSaysItIsOpen.reset();
+    streamSaysItIsOpen.reset();
     lastDeviceType = ~0u;
     results.clear();
     events.clear();
@@ -236,7 +241,7 @@ VxStatus CVxDevice::Close() {
 
 bool CVxDevice::IsOpen() const {
     const Lock guard(Bus().lock);
-    return m_Impl->open;
+    return Bus().deviceSaysItIsOpen.value_or(m_Impl->open);
 }
 
 VxStatus CVxDevice::ReadMem(void* buffer, unsigned long address, unsigned long* pCount) {

@@ -75,7 +75,13 @@ public:
     std::vector<std::pair<unsigned int, Bytes>> written; ///< all SetProperty calls of all objects
     unsigned long preparedBuffers = 0, preparedSize = 0;
     void* userBuffer = nullptr;
+    unsigned long registeredSize = 0;
+    const void* queuedHandle = nullptr;
     const void* queuedContext = nullptr;
+    unsigned long countPreset = ~0ul;   ///< what RetrieveBuffer found in the count; all ones when there was none
+    unsigned long eventSizePreset = 0;  ///< what RetrieveEvent found in the size
+    bool askedForPendingEvents = false; ///< RetrieveEvent was given a third argument
+    std::optional<bool> deviceSaysItIsOpen, streamSaysItIsOpen; ///< instead of the truth
     unsigned int lastDeviceType = ~0u;
     int liveDevices = 0;                   ///< made and not destroyed
     int openDevices = 0;                   ///< opened and not closed

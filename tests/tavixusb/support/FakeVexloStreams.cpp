@@ -40,7 +40,7 @@ VxStatus CVxStream::Close() {
 
 bool CVxStream::IsOpen() const {
     const Lock guard(Bus().lock);
-    return Bus().stream.open;
+    return Bus().streamSaysItIsOpen.value_or(Bus().stream.open);
 }
 
 VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
@@ -78,10 +78,11 @@ VxStatus CVxStream::CancelGrab() {
     return call.status;
 }
 
-VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long, BufferHandle_s** ppHandle) {
+VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long size, BufferHandle_s** ppHandle) {
     const Call call("Stream.RegisterBuffer");
     if (!call) return call.status;
     Bus().userBuffer = buffer;
+    Bus().registeredSize = size;
     *ppHandle = reinterpret_cast<BufferHandle_s*>(&Bus().userBuffer);
     return VX_OK;
 }
@@ -92,14 +93,16 @@ VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {
     return call.status;
 }
 
-VxStatus CVxStream::QueueBuffer(BufferHandle_s*, const void* context) {
+VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
     const Call call("Stream.QueueBuffer");
+    Bus().queuedHandle = handle;
     Bus().queuedContext = context;
     return call.status;
 }
 
 VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
     const Call call("Stream.RetrieveBuffer");
+    if (pCount) Bus().countPreset = *pCount;
     if (!call) return call.status;
     if (Bus().results.empty()) return VX_E_NO_DATA;
     *result = Bus().results.front();
@@ -147,6 +150,8 @@ VxStatus CVxEventStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObjec
 
 VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsigned long* pPending) {
     const Call call("Events.RetrieveEvent");
+    Bus().eventSizePreset = *pSize;
+    Bus().askedForPendingEvents = pPending != nullptr;
     if (!call) return call.status;
     if (Bus().events.empty()) return VX_E_NO_DATA;
     const FakeVexlo::Bytes event = Bus().events.front();
