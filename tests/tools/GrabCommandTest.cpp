@@ -4,7 +4,6 @@
 #include "TestFolder.h"
 #include "ToolRun.h"
 
-#include <core/WaitObject.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -27,16 +26,6 @@ std::string OneCamera(const TestFolder& folder, const std::string& members = {})
 
 json Report(const Outcome& outcome) {
     return json::parse(outcome.out, nullptr, /*allow_exceptions=*/false);
-}
-
-template<class Condition>
-bool Eventually(Condition condition) {
-    const Tavix::WaitObjectEx never = Tavix::WaitObjectEx::Create();
-    for (int i = 0; i < 3000; ++i) {
-        if (condition()) return true;
-        (void)never.Wait(10);
-    }
-    return false;
 }
 
 TEST(Grab, SavesEveryFrameOfTwoCamerasAtOnce) {
@@ -165,16 +154,31 @@ TEST(Grab, KeepsTheFiguresOfTheOtherCameraWhenOneIsUnplugged) {
     EXPECT_NE(outcome.out.find("VC-1300 (2)      10"), std::string::npos) << outcome.out;
 }
 
-TEST(Grab, CountsADamagedFrameOnceAndGoesOn) {
+TEST(Grab, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
     const TestFolder folder;
     const std::string settings =
         OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 5, "value": 1000}]})");
     const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "20", "--json"});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.status, 3) << outcome.err;
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find(" of 20 frames failed: "), std::string::npos) << outcome.err;
     const json camera = Report(outcome)["cameras"][0];
     EXPECT_GE(camera["failed"], 1);
     EXPECT_EQ(camera["frames"].get<int>() + camera["failed"].get<int>(), 20);
     EXPECT_NE(camera["firstError"], "");
+    EXPECT_EQ(outcome.err, "tavix: " + Report(outcome)["errors"][0].get<std::string>() + "\n");
+}
+
+TEST(Grab, PutsACameraThatFailedBeforeOneWithFailedFrames) {
+    const TestFolder folder;
+    const std::string settings = folder.Write("two.json", R"({"cameras": [
+        {"serial": "1", "guid": "120900000001", "frameRateEnable": false,
+         "faults": {"stream": [{"fault": "Truncated", "frame": 2, "value": 1000}]}},
+        {"serial": "2", "guid": "120900000002", "faults": {"stream": [{"fault": "Unplug", "frame": 3}]}}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "--all", "-n", "10"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("VC-1300 (2) was unplugged"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("(and 1 more)"), std::string::npos) << outcome.err;
 }
 
 TEST(Grab, EndsInGoodOrderAtCtrlC) {

@@ -1,5 +1,6 @@
 #include "ToolRun.h"
 
+#include <core/WaitObject.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -66,6 +67,10 @@ void ToolRun::Signal(int signal) const {
     if (m_Process > 0) kill(m_Process, signal);
 }
 
+std::string ToolRun::Output() const {
+    return ReadFile(m_Folder + "/out");
+}
+
 Outcome ToolRun::Finish() {
     int status = 0;
     waitpid(m_Process, &status, 0);
@@ -75,6 +80,15 @@ Outcome ToolRun::Finish() {
     outcome.out = ReadFile(m_Folder + "/out");
     outcome.err = WithoutSanitizerNotes(ReadFile(m_Folder + "/err"));
     return outcome;
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    const Tavix::WaitObjectEx never = Tavix::WaitObjectEx::Create();
+    for (int i = 0; i < 3000; ++i) {
+        if (condition()) return true;
+        (void)never.Wait(10);
+    }
+    return false;
 }
 
 Outcome RunTool(const Arguments& arguments) {

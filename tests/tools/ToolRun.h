@@ -1,6 +1,7 @@
 #pragma once
 // Running the program `tavix` as a shell does.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ public:
     ToolRun& operator=(const ToolRun&) = delete;
 
     void Signal(int signal) const;
+    /// What it has written to standard output so far.
+    std::string Output() const;
     /// Waits for its end.
     Outcome Finish();
 
@@ -35,6 +38,9 @@ private:
 
 /// Runs `tavix` with these arguments and waits for its end.
 Outcome RunTool(const Arguments& arguments);
+
+/// Asks until the condition holds; false when it does not within half a minute.
+bool Eventually(const std::function<bool()>& condition);
 
 /// The lines of a text; what follows the last line end counts if it is not empty.
 std::vector<std::string> Lines(const std::string& text);

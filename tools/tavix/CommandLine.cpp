@@ -1,40 +1,13 @@
 #include "CommandLine.h"
 
 #include "Commands.h"
-
-#include <fstream>
-
-#include <nlohmann/json.hpp>
+#include "Validators.h"
 
 namespace tool {
 namespace {
 
-/// A whole number from 1 to `most`, and a text that says so.
-CLI::Validator Count(std::uint64_t most) {
-    const std::string range = "1 .. " + std::to_string(most);
-    return CLI::Validator(
-        [=](std::string& text) -> std::string {
-            const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-            const bool fits = digits && text.size() < 19 && std::stoull(text) >= 1 && std::stoull(text) <= most;
-            return fits ? "" : "'" + text + "' is no whole number of " + range;
-        },
-        "");
-}
-
-/// The number of virtual cameras or a file that describes them.
-std::string CheckVirtualCameras(std::string& text) {
-    if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos) {
-        return Count(64)(text);
-    }
-    std::ifstream file(text);
-    if (!file) return "'" + text + "' is neither a number of cameras nor a file with their settings";
-    return nlohmann::json::accept(file) ? "" : text + " is not valid JSON";
-}
-
-std::string CheckFormat(std::string& text) {
-    const bool known = text == "png" || text == "pgm" || text == "raw";
-    return known ? "" : "'" + text + "' is none of png, pgm, raw";
-}
+constexpr std::uint64_t kEndless = 1000000000000;
+constexpr std::uint64_t kLongestMs = 86400000;
 
 ImageFormat FormatOf(const std::string& text) {
     if (text == "pgm") return ImageFormat::Pgm;
@@ -61,7 +34,9 @@ CommandLine::CommandLine()
     app.footer("Try it without a camera: tavix --virtual 2 grab --all --output images");
     AddListingCommands();
     AddFeatureCommands();
+    AddSettingsCommands();
     AddGrabCommand();
+    AddStreamCommands();
     AddFileCommands();
 }
 
@@ -93,6 +68,15 @@ void CommandLine::AddListingCommands() {
     auto* telling = app.add_subcommand("info", "Tell what is known of a camera");
     AddCameraOptions(*telling, m_Info, /*several=*/true);
     telling->callback([this] { run = [this] { return Info(m_Info); }; });
+
+    auto* watching = app.add_subcommand("watch", "Tell which cameras come and go, until Ctrl-C");
+    watching->add_option("-n,--count", m_Watch.count, "End after so many changes")->check(Count(kEndless));
+    watching->add_option("--timeout", m_Watch.timeoutMs, "Longest wait for a change in ms")->check(Count(kLongestMs));
+    watching->add_option("--interval", m_Watch.intervalMs, "Time between two looks in ms")
+        ->capture_default_str()
+        ->check(Count(kLongestMs));
+    watching->add_flag("--json", m_Watch.json, "Print a line of JSON for each change");
+    watching->callback([this] { run = [this] { return Watch(m_Watch); }; });
 }
 
 void CommandLine::AddFeatureCommands() {
@@ -120,12 +104,34 @@ void CommandLine::AddFeatureCommands() {
     explaining->callback([this] { run = [this] { return Why(m_Why); }; });
 }
 
+void CommandLine::AddSettingsCommands() {
+    auto* saving = app.add_subcommand("save", "Save the settings of a camera in a file");
+    AddCameraOptions(*saving, m_Save, /*several=*/false);
+    saving->add_option("file", m_Save.path, "File to write")->required();
+    saving->callback([this] { run = [this] { return Save(m_Save); }; });
+
+    auto* loading = app.add_subcommand("load", "Set a camera up as a file of settings says");
+    AddCameraOptions(*loading, m_Load, /*several=*/false);
+    loading->add_option("file", m_Load.path, "File that save wrote")->required();
+    loading->callback([this] { run = [this] { return Load(m_Load); }; });
+}
+
+/// What every command that grabs understands.
+void CommandLine::AddGrabOptions(CLI::App& command, GrabOptions& options) {
+    command.add_option("-n,--frames", options.frames, "Frames from each camera")
+        ->capture_default_str()
+        ->check(Count(kEndless));
+    command.add_option("-b,--buffers", options.buffers, "Buffers")->capture_default_str()->check(Count(4096));
+    command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")
+        ->capture_default_str()
+        ->check(Count(kLongestMs));
+    command.add_option("-s,--set", options.settings, "NAME=VALUE before the grab; repeatable");
+}
+
 void CommandLine::AddGrabCommand() {
     auto* command = app.add_subcommand("grab", "Grab images, from several cameras at once if asked");
     AddCameraOptions(*command, m_Grab, /*several=*/true);
-    command->add_option("-n,--frames", m_Grab.frames, "Frames from each camera")
-        ->capture_default_str()
-        ->check(Count(1000000000000));
+    AddGrabOptions(*command, m_Grab);
     command->add_option("-o,--output", m_Grab.folder, "Folder for images; none are saved without it");
     command
         ->add_option_function<std::string>(
@@ -134,15 +140,34 @@ void CommandLine::AddGrabCommand() {
         ->check(CLI::Validator(CheckFormat, "png|pgm|raw"));
     command->add_option("--every", m_Grab.every, "Save every n-th frame")
         ->capture_default_str()
-        ->check(Count(1000000000000));
-    command->add_option("-b,--buffers", m_Grab.buffers, "Buffers")->capture_default_str()->check(Count(4096));
-    command->add_option("--timeout", m_Grab.timeoutMs, "Longest wait for a frame in ms")
-        ->capture_default_str()
-        ->check(Count(86400000));
-    command->add_option("-s,--set", m_Grab.settings, "NAME=VALUE before the grab; repeatable");
+        ->check(Count(kEndless));
     command->add_flag("--chunks", m_Grab.checkChunks, "Switch all chunk data on and check the checksum of each frame");
     command->add_flag("-q,--quiet", m_Grab.quiet, "No progress bar");
     command->callback([this] { run = [this] { return Grab(m_Grab); }; });
+}
+
+void CommandLine::AddStreamCommands() {
+    auto* listening = app.add_subcommand("events", "Print the events that a camera sends, until Ctrl-C");
+    AddCameraOptions(*listening, m_Events, /*several=*/false);
+    listening->add_option("event", m_Events.names, "Names, as EventSelector has them; all without any");
+    listening->add_option("-n,--count", m_Events.count, "End after so many events")->check(Count(kEndless));
+    listening->add_option("--timeout", m_Events.timeoutMs, "Longest wait for an event in ms")->check(Count(kLongestMs));
+    listening->add_flag("-g,--grab", m_Events.grab, "Grab images meanwhile; most events need that");
+    listening->add_option("-s,--set", m_Events.settings, "NAME=VALUE before it begins; repeatable");
+    listening->callback([this] { run = [this] { return Events(m_Events); }; });
+
+    auto* showing = app.add_subcommand("chunks", "Print the chunk data of each frame and check its checksum");
+    m_Chunks.frames = 10;
+    AddCameraOptions(*showing, m_Chunks, /*several=*/false);
+    AddGrabOptions(*showing, m_Chunks);
+    showing->callback([this] { run = [this] { return Chunks(m_Chunks); }; });
+
+    auto* measuring = app.add_subcommand("bench", "Measure rate, processor time, latency and losses of a camera");
+    m_Bench.frames = 500;
+    AddCameraOptions(*measuring, m_Bench, /*several=*/false);
+    AddGrabOptions(*measuring, m_Bench);
+    measuring->footer("As fast as camera, cable and library go: tavix bench --set AcquisitionFrameRateEnable=0");
+    measuring->callback([this] { run = [this] { return Bench(m_Bench); }; });
 }
 
 void CommandLine::AddFileCommands() {

@@ -29,12 +29,18 @@ public:
 private:
     void AddListingCommands();
     void AddFeatureCommands();
+    void AddSettingsCommands();
+    static void AddGrabOptions(CLI::App& command, GrabOptions& options);
     void AddGrabCommand();
+    void AddStreamCommands();
     void AddFileCommands();
 
     CommonOptions m_List, m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
-    GrabOptions m_Grab;
+    WatchOptions m_Watch;
+    SettingsFileOptions m_Save, m_Load;
+    GrabOptions m_Grab, m_Chunks, m_Bench;
+    EventsOptions m_Events;
     FileOptions m_Xml;
 };
 

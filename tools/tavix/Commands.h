@@ -12,6 +12,12 @@ int Get(const FeatureOptions& options);
 int Set(const FeatureOptions& options);
 int Why(const FeatureOptions& options);
 int Grab(const GrabOptions& options);
+int Events(const EventsOptions& options);
+int Chunks(const GrabOptions& options);
+int Bench(const GrabOptions& options);
+int Watch(const WatchOptions& options);
+int Save(const SettingsFileOptions& options);
+int Load(const SettingsFileOptions& options);
 int Xml(const FileOptions& options);
 
 } // namespace tool

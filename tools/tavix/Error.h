@@ -1,16 +1,22 @@
 #pragma once
 // What the tool says when it cannot go on.
 
+#include "Status.h"
+
 #include <exception>
 #include <stdexcept>
 #include <string>
 
 namespace tool {
 
-/// One line that says what is wrong and what to do next; printed as it is, exit status 1.
+/// One line that says what is wrong and what to do next; printed as it is, and the program ends with `status`.
 class Error : public std::runtime_error {
 public:
-    explicit Error(const std::string& line) : std::runtime_error(line) {}
+    explicit Error(const std::string& line, ExitStatus status = kFailed) : std::runtime_error(line), m_Status(status) {}
+    ExitStatus Status() const { return m_Status; }
+
+private:
+    ExitStatus m_Status;
 };
 
 /// What an exception says to a person: its text without source file and line, on one line, without the full stop.

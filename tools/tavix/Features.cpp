@@ -107,7 +107,7 @@ GenApi::IValue& ApplySetting(GenApi::INodeMap& features, const std::string& sett
 void EnableAllChunks(GenApi::INodeMap& features) {
     GenApi::CBooleanPtr active(features.GetNode("ChunkModeActive"));
     if (!active || !GenApi::IsWritable(active->GetAccessMode())) {
-        throw Error("this camera offers no chunk data now; grab without --chunks");
+        throw Error("this camera offers no chunk data now; `tavix why ChunkModeActive` may say why");
     }
     active->SetValue(true);
     GenApi::CEnumerationPtr selector(features.GetNode("ChunkSelector"));

@@ -14,15 +14,6 @@ double Seconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
 }
 
-/// Frames a second between the first and the last frame.
-double Rate(const GrabFigures& figures) {
-    return figures.good > 1 && figures.seconds > 0 ? static_cast<double>(figures.good - 1) / figures.seconds : 0;
-}
-
-double MegabytesPerSecond(const GrabFigures& figures) {
-    return figures.good > 1 ? Rate(figures) * static_cast<double>(figures.bytes / figures.good) * 1e-6 : 0;
-}
-
 std::uint64_t AllFrames(const Sessions& sessions) {
     std::uint64_t frames = 0;
     for (const auto& session : sessions)
@@ -47,7 +38,7 @@ void PrintFigures(const Sessions& sessions) {
     for (const auto& session : sessions) {
         const GrabFigures& f = session->Figures();
         table.Add({session->Name(), std::to_string(f.good), std::to_string(f.failed), std::to_string(f.missed),
-                   Fixed(Rate(f)), Fixed(MegabytesPerSecond(f))});
+                   Fixed(FramesPerSecond(f)), Fixed(MegabytesPerSecond(f))});
     }
     table.Print();
 }
@@ -63,6 +54,14 @@ void PrintNotes(const GrabSession& session) {
 }
 
 } // namespace
+
+double FramesPerSecond(const GrabFigures& figures) {
+    return figures.good > 1 && figures.seconds > 0 ? static_cast<double>(figures.good - 1) / figures.seconds : 0;
+}
+
+double MegabytesPerSecond(const GrabFigures& figures) {
+    return figures.good > 1 ? FramesPerSecond(figures) * static_cast<double>(figures.bytes / figures.good) * 1e-6 : 0;
+}
 
 ProcessCost MeasureProcess() {
     rusage usage{};
@@ -85,7 +84,7 @@ nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, con
                            {"missed", f.missed.load()},
                            {"bytes", f.bytes.load()},
                            {"seconds", f.seconds},
-                           {"framesPerSecond", Rate(f)},
+                           {"framesPerSecond", FramesPerSecond(f)},
                            {"megabytesPerSecond", MegabytesPerSecond(f)},
                            {"checksumRight", f.checksumRight},
                            {"checksumWrong", f.checksumWrong},

@@ -1,9 +1,8 @@
 #pragma once
 // What a grab says at its end.
 
-#include "GrabSession.h"
+#include "GrabRun.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,7 +18,10 @@ struct ProcessCost {
 ProcessCost MeasureProcess();
 ProcessCost operator-(const ProcessCost& after, const ProcessCost& before);
 
-using Sessions = std::vector<std::unique_ptr<GrabSession>>;
+/// Good frames a second between the first and the last of them; 0 for fewer than two.
+double FramesPerSecond(const GrabFigures& figures);
+double MegabytesPerSecond(const GrabFigures& figures);
+
 /// `failures` are what the command will complain of.
 nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, const std::vector<std::string>& failures);
 void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options);

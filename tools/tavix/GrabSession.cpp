@@ -44,9 +44,9 @@ std::int64_t PayloadSize(GenApi::INodeMap& map) {
 
 } // namespace
 
-GrabSession::GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options)
+GrabSession::GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options, FrameObserver* observer)
     : m_Info(info), m_Options(options), m_Name(Printable(Text(info.GetFriendlyName()))),
-      m_FilePrefix(FilePrefix(info, options.folder)), m_Alarm(std::make_shared<Alarm>()) {}
+      m_FilePrefix(FilePrefix(info, options.folder)), m_Observer(observer), m_Alarm(std::make_shared<Alarm>()) {}
 
 void GrabSession::Stop() {
     m_Alarm->Ring(m_Alarm->isStopped);
@@ -66,6 +66,7 @@ void GrabSession::Run() {
         m_Writer.reset();
         // What fails may fail because the camera has gone, and the notice of that is a better text.
         if (!m_Failure.empty() && !m_Alarm->isStopped) AwaitRemovalNotice();
+        if (m_Observer) Attempt([&] { m_Observer->OnEnd(camera); });
         Finish(camera);
     }
     m_Slots.clear(); // only now: whatever failed above, a closed camera writes to no buffer
@@ -118,6 +119,7 @@ void GrabSession::Prepare(Camera& camera) {
     m_Grabber->PrepareGrab();
     QueueBuffers(static_cast<std::size_t>(size));
     if (m_Options.checkChunks) m_Parser = camera.Device().CreateChunkParser();
+    if (m_Observer) m_Observer->OnReady(camera);
 }
 
 void GrabSession::QueueBuffers(std::size_t size) {
@@ -170,7 +172,10 @@ void GrabSession::Handle(const Tavix::GrabResult& result) {
     }
     const bool isWanted = !m_Options.folder.empty() && m_Figures.good % m_Options.every == 0;
     Count(result);
-    if (m_Parser) CheckChunks(result);
+    const ChunkCheck check = AttachChunks(result);
+    CountChunks(check);
+    if (m_Observer) m_Observer->OnFrame(result, check);
+    if (check != ChunkCheck::NotAsked && check != ChunkCheck::Damaged) m_Parser->DetachBuffer();
     if (isWanted) {
         Save(result);
     } else {
@@ -189,18 +194,22 @@ void GrabSession::Count(const Tavix::GrabResult& result) {
     if (result.GetPayloadSize64() != kUnknown) m_Figures.bytes += result.GetPayloadSize64();
 }
 
-void GrabSession::CheckChunks(const Tavix::GrabResult& result) {
+/// The buffer stays attached unless its chunks are damaged.
+ChunkCheck GrabSession::AttachChunks(const Tavix::GrabResult& result) {
+    if (!m_Parser) return ChunkCheck::NotAsked;
     try {
         m_Parser->AttachBuffer(result.Buffer(), static_cast<std::int64_t>(result.GetPayloadSize64()));
-        if (!m_Parser->HasCRC()) {
-            ++m_Figures.checksumMissing;
-        } else {
-            ++(m_Parser->CheckCRC() ? m_Figures.checksumRight : m_Figures.checksumWrong);
-        }
-        m_Parser->DetachBuffer();
     } catch (const GenICam::GenericException&) {
-        ++m_Figures.checksumMissing;
+        return ChunkCheck::Damaged;
     }
+    if (!m_Parser->HasCRC()) return ChunkCheck::Missing;
+    return m_Parser->CheckCRC() ? ChunkCheck::Right : ChunkCheck::Wrong;
+}
+
+void GrabSession::CountChunks(ChunkCheck check) {
+    if (check == ChunkCheck::Right) ++m_Figures.checksumRight;
+    if (check == ChunkCheck::Wrong) ++m_Figures.checksumWrong;
+    if (check == ChunkCheck::Missing || check == ChunkCheck::Damaged) ++m_Figures.checksumMissing;
 }
 
 void GrabSession::Save(const Tavix::GrabResult& result) {

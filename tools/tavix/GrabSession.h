@@ -1,7 +1,7 @@
 #pragma once
 // Grabbing from one camera.
 
-#include "Camera.h"
+#include "FrameObserver.h"
 #include "ImageWriter.h"
 #include "Options.h"
 
@@ -32,7 +32,8 @@ struct GrabFigures {
 /// nothing but the camera's info. Run is bound to a thread; Figures, Name and Stop are thread-safe.
 class GrabSession {
 public:
-    GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options);
+    /// `observer` is borrowed and may be null.
+    GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options, FrameObserver* observer = nullptr);
 
     /// Grabs until the asked number of frames came or Stop was called. Throws Error when the camera is unplugged, is
     /// silent for the timeout, or fails in another way; everything is released then, too.
@@ -65,7 +66,8 @@ private:
     void Loop(Camera& camera);
     void Handle(const Tavix::GrabResult& result);
     void Count(const Tavix::GrabResult& result);
-    void CheckChunks(const Tavix::GrabResult& result);
+    ChunkCheck AttachChunks(const Tavix::GrabResult& result);
+    void CountChunks(ChunkCheck check);
     void Save(const Tavix::GrabResult& result);
     void Requeue(Slot& slot);
     void Finish(Camera& camera);
@@ -81,6 +83,7 @@ private:
     const GrabOptions m_Options;
     const std::string m_Name;
     const std::string m_FilePrefix;
+    FrameObserver* const m_Observer;
     const std::shared_ptr<Alarm> m_Alarm;
     GrabFigures m_Figures;
 

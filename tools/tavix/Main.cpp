@@ -1,5 +1,4 @@
-// The program `tavix`: exit status 0 when the command did its work, 1 with one line on standard error when it could
-// not, 2 with one line when the command line is wrong, 130 when it was interrupted.
+// The program `tavix`. Status.h says what its exit status means; each but 0 comes with one line on standard error.
 
 #include "CommandLine.h"
 #include "Error.h"
@@ -26,15 +25,17 @@ int main(int argc, char** argv) {
     } catch (const CLI::Success& e) {
         return line.app.exit(e); // help and version
     } catch (const CLI::ParseError& e) {
-        return Complain(tool::Reason(e) + "; see " + line.HelpCommand(), 2);
+        return Complain(tool::Reason(e) + "; see " + line.HelpCommand(), tool::kWrongLine);
     }
     // The transport layer reads the variable when it is loaded, which is later than this.
     if (!line.virtualCameras.empty()) setenv("TAVIX_VIRTUAL_CAMERAS", line.virtualCameras.c_str(), /*overwrite=*/1);
     try {
         const int status = line.run();
-        if (std::fflush(stdout) != 0) return Complain("the output could not be written", 1);
+        if (std::fflush(stdout) != 0) return Complain("the output could not be written", tool::kFailed);
         return status;
+    } catch (const tool::Error& e) {
+        return Complain(tool::Reason(e), e.Status());
     } catch (const std::exception& e) {
-        return Complain(tool::Reason(e), 1);
+        return Complain(tool::Reason(e), tool::kFailed);
     }
 }

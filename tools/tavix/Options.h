@@ -40,4 +40,23 @@ struct GrabOptions : CommonOptions {
     bool checkChunks = false;          ///< every chunk on, the payload's checksum checked
 };
 
+struct EventsOptions : CommonOptions {
+    std::vector<std::string> names; ///< events; empty for all
+    std::uint64_t count = 0;        ///< end after so many; 0 for no end
+    unsigned int timeoutMs = 0;     ///< longest wait for an event; 0 for any
+    bool grab = false;              ///< grab images meanwhile
+    std::vector<std::string> settings;
+};
+
+struct WatchOptions {
+    std::uint64_t count = 0; ///< end after so many changes; 0 for no end
+    unsigned int timeoutMs = 0;
+    unsigned int intervalMs = 500;
+    bool json = false;
+};
+
+struct SettingsFileOptions : CommonOptions {
+    std::string path;
+};
+
 } // namespace tool

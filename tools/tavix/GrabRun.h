@@ -1,0 +1,25 @@
+#pragma once
+// Grabs from several cameras at once.
+
+#include "GrabSession.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+using Sessions = std::vector<std::unique_ptr<GrabSession>>;
+
+/// Runs each session on a thread of its own until all have ended; an interrupt stops them. `onTick` is called on the
+/// calling thread some times a second. Returns what ended each session, an empty text where all went well.
+std::vector<std::string> RunSessions(const Sessions& sessions, const std::function<void()>& onTick);
+/// As above for one; what ended it, or that no good frame came, is thrown as an Error.
+void RunSession(GrabSession& session);
+/// That frames failed in a grab that took place; empty when none did.
+std::string FailedFramesText(const GrabSession& session);
+/// Throws FailedFramesText, if there is any, with the status for work that is done in part.
+void ThrowIfFramesFailed(const GrabSession& session);
+
+} // namespace tool

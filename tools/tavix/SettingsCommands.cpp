@@ -1,0 +1,144 @@
+#include "Camera.h"
+#include "Commands.h"
+#include "Error.h"
+#include "Json.h"
+#include "Text.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include <GenApi/Persistence.h>
+
+namespace tool {
+namespace {
+
+/// A setting that could be neither read nor written.
+struct Refusal {
+    std::string feature, reason;
+};
+
+std::vector<Refusal> Refusals(const GenICam::gcstring_vector& errors) {
+    std::vector<Refusal> refusals;
+    for (const auto& error : errors) {
+        const std::string text = Text(error);
+        const auto colon = text.find(": ");
+        refusals.push_back(colon == std::string::npos ? Refusal{"", text}
+                                                      : Refusal{text.substr(0, colon), text.substr(colon + 2)});
+    }
+    return refusals;
+}
+
+/// Lines that hold a setting.
+std::size_t CountSettings(const std::string& text) {
+    std::istringstream stream(text);
+    std::size_t count = 0;
+    for (std::string line; std::getline(stream, line);) {
+        if (!line.empty() && line[0] != '#' && line.find('\t') != std::string::npos) ++count;
+    }
+    return count;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file || std::filesystem::is_directory(path)) {
+        throw Error("cannot read " + path + "; name a file that `tavix save` wrote");
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Whole or not at all: a file of settings that ends early would be taken for fewer settings.
+void WriteFile(const std::string& path, const std::string& text) {
+    const std::string draft = path + ".part";
+    std::ofstream file(draft, std::ios::binary | std::ios::trunc);
+    file << text;
+    file.close();
+    std::error_code code(errno, std::generic_category());
+    if (file) std::filesystem::rename(draft, path, code);
+    if (file && !code) return;
+    std::error_code ignored;
+    std::filesystem::remove(draft, ignored);
+    throw Error("cannot write " + path + ": " + code.message() + "; choose another file");
+}
+
+void Report(const std::string& summary, const std::vector<Refusal>& refusals) {
+    std::printf("%s\n", summary.c_str());
+    for (const Refusal& refusal : refusals)
+        std::printf("  %s: %s\n", Printable(refusal.feature).c_str(), Printable(refusal.reason).c_str());
+}
+
+nlohmann::json ReportJson(const Camera& camera, std::size_t settings, const std::vector<Refusal>& refusals) {
+    nlohmann::json failed = nlohmann::json::array();
+    for (const Refusal& refusal : refusals)
+        failed.push_back({{"feature", refusal.feature}, {"reason", refusal.reason}});
+    return {{"camera", camera.Name()}, {"settings", settings}, {"failed", failed}};
+}
+
+/// Settings depend on each other in ways that no order of lines does justice to: an offset may fit only once the size
+/// is set. So the lines are applied again as long as that makes fewer of them fail.
+std::vector<Refusal> Apply(GenApi::CFeatureBag& bag, GenApi::INodeMap& features) {
+    GenICam::gcstring_vector errors;
+    bag.LoadFromBag(&features, /*Verify=*/true, &errors);
+    while (!errors.empty()) {
+        GenICam::gcstring_vector again;
+        bag.LoadFromBag(&features, /*Verify=*/true, &again);
+        const bool isBetter = again.size() < errors.size();
+        errors.swap(again);
+        if (!isBetter) break;
+    }
+    return Refusals(errors);
+}
+
+void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& text) {
+    if (!refusals.empty()) throw Error(std::to_string(refusals.size()) + text, kPartly);
+}
+
+} // namespace
+
+int Save(const SettingsFileOptions& options) {
+    Camera camera(ChooseCamera(options));
+    GenApi::CFeatureBag bag;
+    bag.SetInfo(("Settings of " + camera.Name()).c_str());
+    GenICam::gcstring_vector errors;
+    bag.StoreToBag(&camera.Features(), /*MaxNumEntries=*/-1, &errors);
+    std::ostringstream text;
+    text << bag;
+    const std::size_t count = CountSettings(text.str());
+    if (count == 0) {
+        throw Error("the description of " + camera.Name() +
+                    " marks no feature as a setting to be kept; `tavix get` and `tavix set` work by name");
+    }
+    WriteFile(options.path, text.str());
+    const std::vector<Refusal> refusals = Refusals(errors);
+    if (options.json) {
+        PrintJson(ReportJson(camera, count, refusals));
+    } else {
+        Report(std::to_string(count) + " settings of " + camera.Name() + " in " + options.path, refusals);
+    }
+    ThrowIfRefused(refusals, " features could not be read; the others are in " + options.path);
+    return kDone;
+}
+
+int Load(const SettingsFileOptions& options) {
+    const std::string text = ReadFile(options.path);
+    const std::size_t count = CountSettings(text);
+    if (count == 0) throw Error(options.path + " holds no settings; name a file that `tavix save` wrote");
+    Camera camera(ChooseCamera(options));
+    GenApi::CFeatureBag bag;
+    std::istringstream stream(text);
+    stream >> bag;
+    const std::vector<Refusal> refusals = Apply(bag, camera.Features());
+    if (options.json) {
+        PrintJson(ReportJson(camera, count, refusals));
+    } else {
+        Report(std::to_string(count - refusals.size()) + " of " + std::to_string(count) + " settings from " +
+                   options.path + " set in " + camera.Name(),
+               refusals);
+    }
+    ThrowIfRefused(refusals, " settings could not be set; the others are");
+    return kDone;
+}
+
+} // namespace tool

@@ -1,0 +1,34 @@
+#include "Validators.h"
+
+#include <fstream>
+
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+CLI::Validator Count(std::uint64_t most) {
+    const std::string range = "1 .. " + std::to_string(most);
+    return CLI::Validator(
+        [=](std::string& text) -> std::string {
+            const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+            const bool fits = digits && text.size() < 19 && std::stoull(text) >= 1 && std::stoull(text) <= most;
+            return fits ? "" : "'" + text + "' is no whole number of " + range;
+        },
+        "");
+}
+
+std::string CheckVirtualCameras(std::string& text) {
+    if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos) {
+        return Count(64)(text);
+    }
+    std::ifstream file(text);
+    if (!file) return "'" + text + "' is neither a number of cameras nor a file with their settings";
+    return nlohmann::json::accept(file) ? "" : text + " is not valid JSON";
+}
+
+std::string CheckFormat(std::string& text) {
+    const bool known = text == "png" || text == "pgm" || text == "raw";
+    return known ? "" : "'" + text + "' is none of png, pgm, raw";
+}
+
+} // namespace tool

@@ -1,0 +1,18 @@
+#pragma once
+// What the arguments of options must look like.
+
+#include <cstdint>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+/// A whole number from 1 to `most`, and a text that says so.
+CLI::Validator Count(std::uint64_t most);
+/// The number of virtual cameras or a file that describes them; a text for a person when it is neither.
+std::string CheckVirtualCameras(std::string& text);
+/// Of image files.
+std::string CheckFormat(std::string& text);
+
+} // namespace tool
