@@ -1,36 +1,17 @@
 #include "VirtualBus.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 
-#include <unistd.h>
-
 namespace integration {
-namespace {
 
-std::string WriteSettings(const std::string& cameras) {
-    char path[] = "/tmp/tavix-cameras-XXXXXX";
-    const int file = mkstemp(path);
-    if (file < 0) throw std::runtime_error("cannot write the cameras' settings");
-    const std::string text = "{\"cameras\": " + cameras + "}";
-    const bool whole = write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    close(file);
-    if (!whole) throw std::runtime_error("cannot write the cameras' settings");
-    return path;
-}
-
-} // namespace
-
-VirtualBus::VirtualBus(const std::string& cameras) : m_SettingsPath(WriteSettings(cameras)) {
-    setenv("TAVIX_VIRTUAL_CAMERAS", m_SettingsPath.c_str(), /*overwrite=*/1);
+VirtualBus::VirtualBus(const std::string& cameras, const std::string& others)
+    : m_Cameras(PlugIn("{" + others + (others.empty() ? "" : ", ") + "\"cameras\": " + cameras + "}")) {
     m_Layer = Tavix::CTlFactory::GetInstance().CreateTl("VandrelUsb");
     if (!m_Layer) throw std::runtime_error("the factory found no USB transport layer");
 }
 
 VirtualBus::~VirtualBus() {
     Tavix::CTlFactory::GetInstance().ReleaseTl(m_Layer);
-    std::remove(m_SettingsPath.c_str());
 }
 
 Tavix::DeviceInfoList VirtualBus::Cameras() {

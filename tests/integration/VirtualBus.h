@@ -1,6 +1,8 @@
 #pragma once
 // Virtual cameras of one's own, reached as an application reaches cameras: factory, plug-in, USB access library.
 
+#include "CamerasOnBus.h"
+
 #include <tavix/Tavix.h>
 
 #include <GenApi/GenApi.h>
@@ -15,20 +17,23 @@ namespace integration {
 class VirtualBus {
 public:
     /// The settings are the JSON text of the array of cameras, e.g. `[{"frameRateEnable": false}]`.
-    explicit VirtualBus(const std::string& cameras);
+    /// `others` are further members of the settings, e.g. `"transferMemoryLimit": 1000000`.
+    explicit VirtualBus(const std::string& cameras, const std::string& others = {});
     ~VirtualBus();
     VirtualBus(const VirtualBus&) = delete;
     VirtualBus& operator=(const VirtualBus&) = delete;
 
     Tavix::ITransportLayer& Layer() { return *m_Layer; }
     Tavix::DeviceInfoList Cameras();
+    /// The camera itself; only below the real libusb.
+    virtualcam::Device& Camera(std::size_t index = 0) { return *m_Cameras->Find(index); }
     /// Creates the index-th camera of the list; given back with the returned pointer.
     std::shared_ptr<Tavix::ITavixDevice> Create(std::size_t index = 0);
     /// Creates and opens.
     std::shared_ptr<Tavix::ITavixDevice> Open(std::size_t index = 0);
 
 private:
-    std::string m_SettingsPath;
+    std::unique_ptr<CamerasOnBus> m_Cameras;
     Tavix::ITransportLayer* m_Layer;
 };
 
