@@ -1,5 +1,6 @@
 #include "genapi/description/NameIndex.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace genapi {
@@ -7,6 +8,7 @@ namespace genapi {
 namespace {
 
 constexpr std::size_t kSideBySide = 16;
+constexpr std::size_t kBlockSize = 16384;
 
 uint64_t Mix(uint64_t hash, uint64_t word) {
     hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
@@ -65,13 +67,30 @@ void NameIndex::Reserve(std::size_t count) {
     m_Names.reserve(capacity / 2);
 }
 
+std::string_view NameIndex::Keep(std::string_view name) {
+    if (name.size() > m_Left) {
+        m_Left = std::max(name.size(), kBlockSize);
+        m_Blocks.emplace_back(new char[m_Left]);
+        m_Free = m_Blocks.back().get();
+    }
+    char* const copy = m_Free;
+    std::copy(name.begin(), name.end(), copy);
+    m_Free += name.size();
+    m_Left -= name.size();
+    return {copy, name.size()};
+}
+
+void NameIndex::Expect(std::string_view name) const {
+    if (!m_Slots.empty()) __builtin_prefetch(&m_Slots[Home(Hash(name))]);
+}
+
 NodeIndex NameIndex::Insert(std::string_view name) {
     Reserve(m_Names.size() + 1);
     const uint64_t hash = Hash(name);
     Slot& slot = m_Slots[Probe(name, hash)];
     if (slot.index != kNoNode) return kNoNode;
     slot = {Tag(hash), static_cast<NodeIndex>(m_Names.size())};
-    m_Names.push_back(name);
+    m_Names.push_back(Keep(name));
     return slot.index;
 }
 

@@ -31,6 +31,8 @@ public:
             while (!at.next_sibling() && at.parent() != root)
                 at = at.parent();
             at = at.next_sibling();
+            // A large document lies outside of the processor's caches.
+            __builtin_prefetch(at.next_sibling().internal_object());
         }
         return std::move(m_Elements);
     }
