@@ -84,13 +84,15 @@ class Numbers final : public genapi::VariableSource {
 public:
     genapi::Value Read(uint32_t slot) override { return genapi::Value::Integer(m_Numbers[slot]); }
 
+    int64_t ReadInteger(uint32_t slot) override { return m_Numbers[slot]; }
+
 private:
     int64_t m_Numbers[3] = {3, 5, 9};
 };
 
 void CompiledFormula(benchmark::State& state) {
     genapi::FormulaNames names;
-    names.variables = {{"A", 0}, {"B", 1}, {"C", 2}};
+    names.variables = {{"A", 0, true}, {"B", 1, true}, {"C", 2, true}};
     const genapi::Formula formula = genapi::Formula::Compile(kFiveOperators, genapi::FormulaMode::Integer, names);
     Numbers numbers;
     for (auto _ : state) {

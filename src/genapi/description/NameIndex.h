@@ -10,8 +10,8 @@
 
 namespace genapi {
 
-// A hash table with open addressing that numbers names in the order of their arrival. Large maps outgrow the processor's
-// caches, so slots are small, copies of the names lie close together, and many are looked up side by side.
+// A hash table with open addressing that numbers names in the order of their arrival. Large maps outgrow the
+// processor's caches, so slots are small, copies of the names lie close together, and many are looked up side by side.
 // bound to a thread while it grows, re-entrant afterwards
 class NameIndex {
 public:

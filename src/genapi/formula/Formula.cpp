@@ -2,15 +2,19 @@
 
 #include "genapi/formula/FormulaCompiler.h"
 #include "genapi/formula/FormulaMachine.h"
+#include "genapi/formula/IntegerMachine.h"
 
 namespace genapi {
 
 Formula Formula::Compile(std::string_view text, FormulaMode mode, const FormulaNames& names) {
-    return FormulaCompiler(mode, names).Run(text);
+    Formula formula = FormulaCompiler(mode, names).Run(text);
+    formula.m_IsAllInteger = formula.IsValid() && IntegerMachine::Fits(formula, names);
+    return formula;
 }
 
 FormulaResult Formula::TryEvaluate(VariableSource& source) const {
     if (!IsValid()) return {{}, FormulaFault::Malformed};
+    if (m_IsAllInteger) return IntegerMachine::Run(*this, source);
     if (m_Mode == FormulaMode::Integer) return FormulaMachine<FormulaMode::Integer>(*this, source).Run();
     return FormulaMachine<FormulaMode::Float>(*this, source).Run();
 }

@@ -20,6 +20,8 @@ enum class FormulaMode : uint8_t { Integer, Float };
 class VariableSource {
 public:
     virtual Value Read(uint32_t slot) = 0;
+    // The same for a variable that was declared to be an integer always.
+    virtual int64_t ReadInteger(uint32_t slot) { return Read(slot).integer; }
 
 protected:
     ~VariableSource() = default;
@@ -61,6 +63,7 @@ public:
 
 private:
     friend class FormulaCompiler;
+    friend class IntegerMachine;
     template<FormulaMode>
     friend class FormulaMachine;
 
@@ -71,6 +74,7 @@ private:
     std::string m_Error;
     uint32_t m_StackSize = 0; // values that an evaluation needs at most
     FormulaMode m_Mode = FormulaMode::Integer;
+    bool m_IsAllInteger = false; // nothing else can occur in it
 };
 
 } // namespace genapi

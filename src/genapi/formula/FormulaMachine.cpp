@@ -24,7 +24,7 @@ FormulaResult FormulaMachine<kMode>::Run() {
 }
 
 template<FormulaMode kMode>
-inline FormulaFault FormulaMachine<kMode>::Apply(Code code, Value& left, Value right) {
+[[gnu::always_inline]] inline FormulaFault FormulaMachine<kMode>::Apply(Code code, Value& left, Value right) {
     using namespace arithmetic;
     switch (code) {
     case Code::Add:
@@ -101,7 +101,7 @@ FormulaResult FormulaMachine<kMode>::RunOn(Value* free) {
 }
 
 template<FormulaMode kMode>
-inline Value FormulaMachine<kMode>::Fetch(Instruction instruction, Value*& free) {
+[[gnu::always_inline]] inline Value FormulaMachine<kMode>::Fetch(Instruction instruction, Value*& free) {
     if (instruction.operand == Operand::Constant) return m_Formula.m_Constants[instruction.argument];
     if (instruction.operand == Operand::Variable) return m_Source.Read(instruction.argument);
     return *--free;

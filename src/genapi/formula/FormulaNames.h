@@ -14,8 +14,9 @@ namespace genapi {
 // a name within its kind counts.
 struct FormulaNames {
     struct Variable {
-        std::string_view name; // whole dotted name as declared
-        uint32_t slot;         // what VariableSource::Read is asked for
+        std::string_view name;  // whole dotted name as declared
+        uint32_t slot;          // what VariableSource::Read is asked for
+        bool isInteger = false; // always; a hint that makes evaluation faster
     };
     struct Constant {
         std::string_view name;
@@ -30,6 +31,7 @@ struct FormulaNames {
     std::vector<Expression> expressions;
     std::string_view implicitName; // "TO" or "FROM" in converters, else empty
     uint32_t implicitSlot = 0;
+    bool isImplicitInteger = false;
 };
 
 // What a variable name's suffix asks of the node.

@@ -60,6 +60,7 @@ void ConverterCore::Bind(const BoundProperty& property) {
     switch (property.record.id) {
     case PropertyId::pValue:
         m_pValue = property.pTarget;
+        if (m_Mode == FormulaMode::Integer && !m_pValue->IsReal()) m_From.SetImplicitInteger();
         break;
     case PropertyId::FormulaFrom:
         m_From.SetText(text);

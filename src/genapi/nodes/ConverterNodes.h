@@ -10,7 +10,9 @@ namespace genapi {
 // What both kinds have in common: the raw node, and a formula for each direction. Guarded by the map's lock.
 class ConverterCore {
 public:
-    explicit ConverterCore(FormulaMode mode) : m_From(mode, "TO"), m_To(mode, "FROM") {}
+    explicit ConverterCore(FormulaMode mode) : m_From(mode, "TO"), m_To(mode, "FROM"), m_Mode(mode) {
+        if (mode == FormulaMode::Integer) m_To.SetImplicitInteger();
+    }
 
     void Bind(const BoundProperty& property);
     Node* Raw() const { return m_pValue; }
@@ -27,6 +29,7 @@ private:
     FormulaScope m_Scope;
     FormulaBinding m_From;
     FormulaBinding m_To;
+    FormulaMode m_Mode;
     Node* m_pValue = nullptr;
     GenApi::ESlope m_Slope = GenApi::Automatic;
     bool m_IsLinear = false;

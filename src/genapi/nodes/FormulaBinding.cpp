@@ -15,6 +15,11 @@ Value ReadEntry(Node& node, std::string_view symbolic) {
     return Value::Integer(pEntry->Number());
 }
 
+// Only the node's own numbers may be real; the other things that can be asked are counted.
+bool IsAlwaysInteger(const FormulaScope::Variable& variable) {
+    return !variable.pNode->IsReal();
+}
+
 // Reads the variables of one evaluation. bound to a thread
 class Source final : public VariableSource {
 public:
@@ -26,10 +31,20 @@ public:
     Value Read(uint32_t slot) override {
         if (slot >= m_Scope.Variables().size()) return m_Implicit;
         const FormulaScope::Variable& variable = m_Scope.Variables()[slot];
+        if (variable.parts.suffix == VariableSuffix::Value) return variable.pNode->ReadNumber(m_Flags, m_WantsReal);
+        return ReadSuffix(variable);
+    }
+    int64_t ReadInteger(uint32_t slot) override {
+        if (slot >= m_Scope.Variables().size()) return m_Implicit.integer;
+        const FormulaScope::Variable& variable = m_Scope.Variables()[slot];
+        if (variable.parts.suffix == VariableSuffix::Value) return variable.pNode->ReadInteger(m_Flags);
+        return ReadSuffix(variable).integer;
+    }
+
+private:
+    Value ReadSuffix(const FormulaScope::Variable& variable) const {
         Node& node = *variable.pNode;
         switch (variable.parts.suffix) {
-        case VariableSuffix::Value:
-            return node.ReadNumber(m_Flags, m_WantsReal);
         case VariableSuffix::Min:
             return node.IsReal() ? Value::Real(node.RealMin()) : Value::Integer(node.IntegerMin());
         case VariableSuffix::Max:
@@ -44,13 +59,13 @@ public:
             return Value::Integer(node.CachingMode());
         case VariableSuffix::Entry:
             return ReadEntry(node, variable.parts.entry);
+        case VariableSuffix::Value:
         case VariableSuffix::Unknown:
             break;
         }
         ThrowRuntime(node, "GetValue", "The variable '" + std::string(variable.name) + "' asks for something unknown.");
     }
 
-private:
     const FormulaScope& m_Scope;
     ReadFlags m_Flags;
     Value m_Implicit;
@@ -81,7 +96,7 @@ const Formula& FormulaBinding::Compiled(const FormulaScope& scope) {
     FormulaNames names;
     uint32_t slot = 0;
     for (const FormulaScope::Variable& variable : scope.Variables())
-        names.variables.push_back({variable.name, slot++});
+        names.variables.push_back({variable.name, slot++, IsAlwaysInteger(variable)});
     for (const FormulaScope::Text& constant : scope.Constants()) {
         const Value value = m_Mode == FormulaMode::Integer ? Value::Integer(ParseInteger(constant.text).value_or(0))
                                                            : Value::Real(ParseFloat(constant.text).value_or(0.0));
@@ -91,6 +106,7 @@ const Formula& FormulaBinding::Compiled(const FormulaScope& scope) {
         names.expressions.push_back({part.name, part.text});
     names.implicitName = m_ImplicitName;
     names.implicitSlot = slot;
+    names.isImplicitInteger = m_IsImplicitInteger;
     m_pFormula = std::make_unique<Formula>(Formula::Compile(m_Text, m_Mode, names));
     return *m_pFormula;
 }

@@ -39,6 +39,8 @@ public:
     FormulaBinding(FormulaMode mode, std::string_view implicitName) : m_Mode(mode), m_ImplicitName(implicitName) {}
 
     void SetText(std::string_view text) { m_Text = text; }
+    // Before the first use. Nothing but whole numbers will come under the implicit name.
+    void SetImplicitInteger() { m_IsImplicitInteger = true; }
     // Throws RuntimeException in the owner's name when the formula is malformed, unbound or has no value.
     Value Evaluate(Node& owner, const FormulaScope& scope, ReadFlags flags, Value implicit = {});
     // False when a variable that the formula mentions cannot be read.
@@ -53,6 +55,7 @@ private:
     std::string_view m_ImplicitName;
     std::string_view m_Text;
     std::unique_ptr<Formula> m_pFormula;
+    bool m_IsImplicitInteger = false;
 };
 
 } // namespace genapi

@@ -48,8 +48,8 @@ void Node::MarkAsDefective(std::string text) {
     if (!m_pDefect) m_pDefect = std::make_unique<std::string>(std::move(text));
 }
 
-void Node::ThrowIfDefective(const char* operation) const {
-    if (m_pDefect) ThrowRuntime(*this, operation, *m_pDefect);
+void Node::ThrowDefect(const char* operation) const {
+    ThrowRuntime(*this, operation, *m_pDefect);
 }
 
 void Node::RequireReadable(const char* operation) {
@@ -63,14 +63,14 @@ void Node::RequireWritable(const char* operation) {
 }
 
 int64_t Node::ReadInteger(ReadFlags flags) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kGet);
     if (flags.verify) RequireReadable(kGet);
     return DoReadInteger(flags);
 }
 
 double Node::ReadReal(ReadFlags flags) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kGet);
     if (flags.verify) RequireReadable(kGet);
     return DoReadReal(flags);
@@ -86,77 +86,77 @@ bool Node::ReadTruth() {
 }
 
 void Node::WriteInteger(int64_t value, bool verify) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kSet);
     if (verify) RequireWritable(kSet);
     DoWriteInteger(value, verify);
 }
 
 void Node::WriteReal(double value, bool verify) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kSet);
     if (verify) RequireWritable(kSet);
     DoWriteReal(value, verify);
 }
 
 int64_t Node::IntegerMin() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetMin");
     return DoIntegerMin();
 }
 
 int64_t Node::IntegerMax() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetMax");
     return DoIntegerMax();
 }
 
 int64_t Node::IntegerInc() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetInc");
     return DoIntegerInc();
 }
 
 double Node::RealMin() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetMin");
     return DoRealMin();
 }
 
 double Node::RealMax() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetMax");
     return DoRealMax();
 }
 
 bool Node::HasRealInc() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("HasInc");
     return DoHasRealInc();
 }
 
 double Node::RealInc() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetInc");
     return DoRealInc();
 }
 
 std::string Node::ReadText(ReadFlags flags) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kGet);
     if (flags.verify) RequireReadable(kGet);
     return DoReadText(flags);
 }
 
 void Node::WriteText(std::string_view text, bool verify) {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kSet);
     if (verify) RequireWritable(kSet);
     DoWriteText(text, verify);
 }
 
 int64_t Node::MaxTextLength() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     ThrowIfDefective("GetMaxLength");
     return DoMaxTextLength();
 }

@@ -175,10 +175,13 @@ protected:
     virtual void DoWriteText(std::string_view text, bool verify);
     virtual int64_t DoMaxTextLength();
 
-    void ThrowIfDefective(const char* operation) const;
+    void ThrowIfDefective(const char* operation) const {
+        if (m_pDefect) ThrowDefect(operation);
+    }
 
 private:
     GenApi::EAccessMode ComputeAccess();
+    [[noreturn]] void ThrowDefect(const char* operation) const;
 
     NodeHost* m_pHost;
     std::string_view m_Name;

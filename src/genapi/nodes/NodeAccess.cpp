@@ -20,7 +20,7 @@ private:
 } // namespace
 
 GenApi::EAccessMode Node::Access() {
-    const Descent descent(*this);
+    const Descent descent(*this, *m_pHost);
     if (m_IsInAccess) {
         // Its own mode leads back to the node. The inner question restricts nothing, and what is computed under it
         // holds for nobody else.

@@ -10,17 +10,6 @@
 
 namespace genapi {
 
-namespace {
-
-// Chains of real cameras are twenty nodes long.
-constexpr uint32_t kMaxDepth = 200;
-// Nodes that one operation of an application may visit: a group may ask all nodes of the map, each down a long chain.
-// What needs more multiplies itself from node to node.
-constexpr std::size_t kFreeSteps = 20000;
-constexpr std::size_t kStepsPerNode = 50;
-
-} // namespace
-
 NodeHost::NodeHost() = default;
 NodeHost::~NodeHost() = default;
 
@@ -92,25 +81,19 @@ void NodeHost::DestroyCallbacks() {
     }
 }
 
-void NodeHost::NextGeneration() {
-    if (++m_Generation != 0) return;
+void NodeHost::ForgetGenerations() {
     for (NodeState& state : m_States)
         state.accessGeneration = 0;
     m_Generation = 1;
 }
 
-Descent::Descent(const Node& node) : m_Host(node.Host()) {
-    if (m_Host.m_Depth == 0) {
-        m_Host.m_Steps = 0;
-        m_Host.NextGeneration();
-    }
-    if (m_Host.m_Depth >= kMaxDepth) {
+Descent::Descent(const Node& node) : Descent(node, node.Host()) {}
+
+void Descent::Refuse(const Node& node) const {
+    if (m_Host.m_Depth >= NodeHost::kMaxDepth) {
         ThrowRuntime(node, "Access", "The nodes read one another in a circle or a chain that is too long");
     }
-    if (++m_Host.m_Steps > kFreeSteps + kStepsPerNode * m_Host.m_Nodes.size()) {
-        ThrowRuntime(node, "Access", "The operation needs too many nodes");
-    }
-    ++m_Host.m_Depth;
+    ThrowRuntime(node, "Access", "The operation needs too many nodes");
 }
 
 } // namespace genapi

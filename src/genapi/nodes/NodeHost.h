@@ -57,7 +57,9 @@ public:
     const std::vector<GenApi::CNodeCallback*>* CallbacksOf(NodeIndex node) const;
 
     // A new generation makes all memories of the present operation stale.
-    void NextGeneration();
+    void NextGeneration() {
+        if (++m_Generation == 0) ForgetGenerations();
+    }
     uint32_t Generation() const { return m_Generation; }
 
 protected:
@@ -77,18 +79,32 @@ protected:
     DependencyGraph m_Graph;
 
 private:
+    // Chains of real cameras are twenty nodes long.
+    static constexpr uint32_t kMaxDepth = 200;
+    // Nodes that one operation of an application may visit: a group may ask all nodes of the map, each down a long
+    // chain. What needs more multiplies itself from node to node.
+    static constexpr std::size_t kFreeSteps = 20000;
+    static constexpr std::size_t kStepsPerNode = 50;
+
     friend class ChangeFrame;
     friend class Descent;
     friend class Node;
     friend class WriteOperation;
 
     void DestroyCallbacks();
+    // The count of generations has come round.
+    void ForgetGenerations();
+    // Begins an operation of an application.
+    void BeginDescent() {
+        m_StepsLeft = kFreeSteps + kStepsPerNode * m_Nodes.size();
+        NextGeneration();
+    }
 
     mutable GenApi::CLock m_Lock;
     uint32_t m_Mark = 0;
     uint32_t m_Generation = 1;
     uint32_t m_Depth = 0;
-    std::size_t m_Steps = 0;
+    std::size_t m_StepsLeft = 0;
     uint32_t m_CyclesMet = 0;
     std::vector<NodeIndex> m_Queue;
     ChangeFrame* m_pFrame = nullptr;        // innermost
@@ -107,12 +123,20 @@ protected:
 class Descent {
 public:
     // Throws RuntimeException when the chain is too deep or the operation too long.
+    Descent(const Node& node, NodeHost& host) : m_Host(host) {
+        if (host.m_Depth == 0) host.BeginDescent();
+        if (host.m_Depth >= NodeHost::kMaxDepth || host.m_StepsLeft == 0) Refuse(node);
+        --host.m_StepsLeft;
+        ++host.m_Depth;
+    }
     explicit Descent(const Node& node);
     ~Descent() { --m_Host.m_Depth; }
     Descent(const Descent&) = delete;
     Descent& operator=(const Descent&) = delete;
 
 private:
+    [[noreturn]] void Refuse(const Node& node) const;
+
     NodeHost& m_Host;
 };
 
