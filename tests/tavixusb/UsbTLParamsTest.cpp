@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 using testing::ElementsAre;
 using Vandrel_UsbTLParams::CUsbTLParamsImpl;
 
@@ -113,6 +115,8 @@ TEST_F(UsbTLParams, DescribesItself) {
     EXPECT_EQ(0, version.SubMinor);
     info.GetDeviceVersion(version);
     EXPECT_EQ(0, version.Major);
+    EXPECT_EQ(0, version.Minor);
+    EXPECT_EQ(0, version.SubMinor);
     EXPECT_FALSE(info.GetProductGuid().empty());
     EXPECT_FALSE(info.GetVersionGuid().empty());
 }
@@ -123,6 +127,65 @@ TEST_F(UsbTLParams, ListsItsStatisticsInOrder) {
                 ElementsAre("Statistic_Read_Pipe_Reset_Count", "Statistic_Write_Pipe_Reset_Count",
                             "Statistic_Read_Operations_Failed_Count", "Statistic_Write_Operations_Failed_Count",
                             "Statistic_Last_Error_Status"));
+}
+
+std::set<std::string> DependentsOf(GenApi::INodeMap& map, const char* name) {
+    GenApi::NodeList_t dependents;
+    map.GetNode(name)->GetChildren(dependents, GenApi::ctDependingNodes);
+    std::set<std::string> names;
+    for (const GenApi::INode* node : dependents)
+        names.insert(node->GetName().c_str());
+    return names;
+}
+
+TEST_F(UsbTLParams, LetsRegistersDependOnThePortAndCategoriesOnThem) {
+    std::set<std::string> ofPort;
+    for (const NodeRow& row : kRows) {
+        if (row.type == GenApi::intfIInteger || row.type == GenApi::intfICategory) ofPort.insert(row.name);
+    }
+    EXPECT_EQ(13u, ofPort.size());
+    EXPECT_EQ(ofPort, DependentsOf(*map, kPort));
+    for (const std::string& statistic : FeatureNames(*map, "Statistic")) {
+        EXPECT_THAT(DependentsOf(*map, statistic.c_str()), ElementsAre("Root", "Statistic"));
+    }
+    EXPECT_THAT(DependentsOf(*map, "Statistic"), ElementsAre("Root"));
+    EXPECT_THAT(DependentsOf(*map, "MigrationModeEnable"), testing::IsEmpty());
+}
+
+TEST_F(UsbTLParams, PollsItsStatisticsEverySecond) {
+    for (const std::string& statistic : FeatureNames(*map, "Statistic")) {
+        EXPECT_EQ(1000, map->GetNode(statistic.c_str())->GetPollingTime()) << statistic;
+        EXPECT_EQ(GenApi::NoCache, map->GetNode(statistic.c_str())->GetCachingMode()) << statistic;
+    }
+    EXPECT_EQ(-1, map->GetNode("CustomRequestId_Value")->GetPollingTime());
+}
+
+TEST_F(UsbTLParams, ReadsAndWritesOnlyAsItsRegistersAllow) {
+    Connect();
+    for (const NodeRow& row : kRows) {
+        const auto mode = row.properties.find("AccessMode");
+        if (mode == row.properties.end()) continue;
+        const bool writable = mode->second == "RW";
+        EXPECT_EQ(writable ? GenApi::RW : GenApi::RO, map->GetNode(row.name)->GetAccessMode()) << row.name;
+        if (writable) continue;
+        EXPECT_THROW(Integer(row.name).SetValue(1), GenICam::AccessException) << row.name;
+    }
+    EXPECT_THAT(bus.written, testing::IsEmpty());
+}
+
+TEST_F(UsbTLParams, TellsWhatTheAccessLibrarySays) {
+    Connect();
+    bus.FailNext("Device.GetProperty", kFailure);
+    EXPECT_FAILURE(RuntimeException, "GenericUsbPort.h", "Failed to read property value 600. text E2000777",
+                   Integer("Statistic_Last_Error_Status").GetValue());
+    bus.FailNext("Device.SetProperty", kFailure);
+    EXPECT_FAILURE(RuntimeException, "GenericUsbPort.h", "Failed to write property value affe0400. text E2000777",
+                   Integer("CustomRequestExecuteRead_Value").SetValue(1));
+}
+
+TEST_F(UsbTLParams, BearsTheNameThatItIsGiven) {
+    const Tavix::ParamsPtr<CUsbTLParamsImpl> named(CUsbTLParamsImpl::Create("Name"));
+    EXPECT_EQ("Name", named->GetDeviceName());
 }
 
 TEST_F(UsbTLParams, CannotReadAStatisticWithoutDeviceObject) {

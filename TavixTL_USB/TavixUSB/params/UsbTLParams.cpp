@@ -2,11 +2,34 @@
 
 #include "params/Register.h"
 
+#include <initializer_list>
+
 namespace Vandrel_UsbTLParams {
 
 namespace {
 
 constexpr char kPort[] = "VexloDevicePort";
+
+/// A camera that is connected or goes makes all of these look different.
+constexpr std::initializer_list<const char*> kRegistersAndCategories = {"Root",
+                                                                        "Statistic",
+                                                                        "Statistic_Read_Pipe_Reset_Count",
+                                                                        "Statistic_Write_Pipe_Reset_Count",
+                                                                        "Statistic_Read_Operations_Failed_Count",
+                                                                        "Statistic_Write_Operations_Failed_Count",
+                                                                        "Statistic_Last_Error_Status",
+                                                                        "CustomRequestId_Value",
+                                                                        "CustomRequestValue_Value",
+                                                                        "CustomRequestIndex_Value",
+                                                                        "CustomRequestDataLength_Value",
+                                                                        "CustomRequestExecuteRead_Value",
+                                                                        "CustomRequestExecuteWrite_Value"};
+
+/// The nodes that look different when this one changes.
+void AddDependents(GenApi::CMapNode& node, std::initializer_list<const char*> dependents) {
+    for (const char* dependent : dependents)
+        node.SetProperty("pDependent", dependent);
+}
 
 } // namespace
 
@@ -108,6 +131,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic() {
     m_Statistic.SetProperty("pFeature", "Statistic_Read_Operations_Failed_Count");
     m_Statistic.SetProperty("pFeature", "Statistic_Write_Operations_Failed_Count");
     m_Statistic.SetProperty("pFeature", "Statistic_Last_Error_Status");
+    m_Statistic.SetProperty("pDependent", "Root");
     m_Statistic.SetProperty("IsFeature", "Yes");
 }
 
@@ -123,6 +147,7 @@ void CUsbTLParamsImpl::SetPropertiesMigrationModeEnable() {
 
 void CUsbTLParamsImpl::SetPropertiesVexloDevicePort() {
     m_VexloDevicePort.SetProperty("ToolTip", "Port node giving access to vexlo device parameters.");
+    AddDependents(m_VexloDevicePort, kRegistersAndCategories);
     m_VexloDevicePort.SetProperty("IsFeature", "No");
 }
 
@@ -131,6 +156,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic_Read_Pipe_Reset_Count() {
     m_Statistic_Read_Pipe_Reset_Count.SetProperty("DisplayName", "Read Pipe Reset Count");
     m_Statistic_Read_Pipe_Reset_Count.SetProperty("Visibility", "Expert");
     m_Statistic_Read_Pipe_Reset_Count.SetProperty("PollingTime", "1000");
+    AddDependents(m_Statistic_Read_Pipe_Reset_Count, {"Root", "Statistic"});
     m_Statistic_Read_Pipe_Reset_Count.SetProperty("IsFeature", "Yes");
     Tavix::SetRegisterProperties(m_Statistic_Read_Pipe_Reset_Count, {kPort, "0x200", "8", "RO", "Signed"});
 }
@@ -140,6 +166,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic_Write_Pipe_Reset_Count() {
     m_Statistic_Write_Pipe_Reset_Count.SetProperty("DisplayName", "Write Pipe Reset Count");
     m_Statistic_Write_Pipe_Reset_Count.SetProperty("Visibility", "Expert");
     m_Statistic_Write_Pipe_Reset_Count.SetProperty("PollingTime", "1000");
+    AddDependents(m_Statistic_Write_Pipe_Reset_Count, {"Root", "Statistic"});
     m_Statistic_Write_Pipe_Reset_Count.SetProperty("IsFeature", "Yes");
     Tavix::SetRegisterProperties(m_Statistic_Write_Pipe_Reset_Count, {kPort, "0x300", "8", "RO", "Signed"});
 }
@@ -149,6 +176,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic_Read_Operations_Failed_Count() {
     m_Statistic_Read_Operations_Failed_Count.SetProperty("DisplayName", "Read Operations Failed Count");
     m_Statistic_Read_Operations_Failed_Count.SetProperty("Visibility", "Expert");
     m_Statistic_Read_Operations_Failed_Count.SetProperty("PollingTime", "1000");
+    AddDependents(m_Statistic_Read_Operations_Failed_Count, {"Root", "Statistic"});
     m_Statistic_Read_Operations_Failed_Count.SetProperty("IsFeature", "Yes");
     Tavix::SetRegisterProperties(m_Statistic_Read_Operations_Failed_Count, {kPort, "0x400", "8", "RO", "Signed"});
 }
@@ -158,6 +186,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic_Write_Operations_Failed_Count() {
     m_Statistic_Write_Operations_Failed_Count.SetProperty("DisplayName", "Write Operations Failed Count");
     m_Statistic_Write_Operations_Failed_Count.SetProperty("Visibility", "Expert");
     m_Statistic_Write_Operations_Failed_Count.SetProperty("PollingTime", "1000");
+    AddDependents(m_Statistic_Write_Operations_Failed_Count, {"Root", "Statistic"});
     m_Statistic_Write_Operations_Failed_Count.SetProperty("IsFeature", "Yes");
     Tavix::SetRegisterProperties(m_Statistic_Write_Operations_Failed_Count, {kPort, "0x500", "8", "RO", "Signed"});
 }
@@ -168,6 +197,7 @@ void CUsbTLParamsImpl::SetPropertiesStatistic_Last_Error_Status() {
     m_Statistic_Last_Error_Status.SetProperty("Visibility", "Expert");
     m_Statistic_Last_Error_Status.SetProperty("PollingTime", "1000");
     m_Statistic_Last_Error_Status.SetProperty("Representation", "HexNumber");
+    AddDependents(m_Statistic_Last_Error_Status, {"Root", "Statistic"});
     m_Statistic_Last_Error_Status.SetProperty("IsFeature", "Yes");
     Tavix::SetRegisterProperties(m_Statistic_Last_Error_Status, {kPort, "0x600", "4", "RO", "Unsigned"});
 }
