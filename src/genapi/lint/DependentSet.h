@@ -1,0 +1,33 @@
+#pragma once
+// Who hears of a change, as far as the links of the description go.
+
+#include "genapi/lint/LintModel.h"
+
+#include <vector>
+
+namespace genapi {
+
+// Which links count: all that carry a change, or only those that a value is computed from.
+enum class Spread : uint8_t { Any, Value };
+
+// The links of a description turned round. Bound to a thread.
+class Dependents {
+public:
+    Dependents(const LintModel& model, Spread spread);
+
+    // Marks of all nodes that hear of a change of a source, the sources included; valid until the next call.
+    [[nodiscard]] const std::vector<bool>& Of(const std::vector<int>& sources);
+
+private:
+    std::vector<std::vector<int>> m_Links;
+    std::vector<bool> m_IsMet;
+    std::vector<int> m_Sources; // of m_IsMet
+};
+
+// The nodes that a node's value comes from, itself first, down to registers.
+[[nodiscard]] std::vector<int> SourcesOf(const LintModel& model, int node);
+
+// A register of the device that is read from a cache which only an invalidation empties.
+[[nodiscard]] bool KeepsOldValue(const LintModel& model, int registerNode);
+
+} // namespace genapi
