@@ -199,4 +199,40 @@ TEST(Xml, GivesFeaturesAndProblemsAsJson) {
     EXPECT_EQ(description["problems"].size(), 1u);
 }
 
+TEST(Xml, ChecksADescriptionFile) {
+    const Outcome outcome = RunTool({"xml", TAVIX_VIRTUAL_CAMERA_XML, "--lint"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, "0 errors, 0 warnings, 0 notes\n");
+}
+
+TEST(Xml, NamesFileLineAndCureOfWhatItFindsWrong) {
+    const TestFolder folder;
+    const std::string path = folder.Write("x.xml", R"(<?xml version="1.0"?>
+<RegisterDescription ModelName="M" VendorName="V" StandardNameSpace="None" SchemaMajorVersion="1" SchemaMinorVersion="1"
+  SchemaSubMinorVersion="0" MajorVersion="1" MinorVersion="0" SubMinorVersion="0" ToolTip=""
+  ProductGuid="0" VersionGuid="0" xmlns="http://www.genicam.org/GenApi/Version_1_1">
+  <Port Name="Device"/><Category Name="Root"><pFeature>Bad</pFeature></Category>
+  <IntSwissKnife Name="Bad"><Formula>1 +</Formula></IntSwissKnife>
+</RegisterDescription>)");
+    const Outcome outcome = RunTool({"xml", path, "--lint"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "tavix: " + path + " has errors; correct what is said to be one\n");
+    ASSERT_EQ(Lines(outcome.out).size(), 2u);
+    EXPECT_EQ(Lines(outcome.out)[0].find(path + ":6: error: Bad: Formula: "), 0u) << outcome.out;
+    EXPECT_NE(Lines(outcome.out)[0].find("correct the formula; the node has no value [bad-formula]"),
+              std::string::npos);
+    EXPECT_EQ(Lines(outcome.out)[1], "1 error, 0 warnings, 0 notes");
+
+    const Outcome asJson = RunTool({"xml", path, "--lint", "--json"});
+    EXPECT_EQ(asJson.status, 1);
+    const json report = json::parse(asJson.out, nullptr, false);
+    EXPECT_EQ(report["errors"], 1);
+    ASSERT_EQ(report["findings"].size(), 1u);
+    EXPECT_EQ(report["findings"][0]["severity"], "error");
+    EXPECT_EQ(report["findings"][0]["rule"], "bad-formula");
+    EXPECT_EQ(report["findings"][0]["node"], "Bad");
+    EXPECT_EQ(report["findings"][0]["line"], 6);
+}
+
 } // namespace

@@ -173,6 +173,8 @@ void CommandLine::AddStreamCommands() {
 void CommandLine::AddFileCommands() {
     auto* command = app.add_subcommand("xml", "Load a camera description file and list its features; needs no camera");
     command->add_option("file", m_Xml.path, "Description file, plain or zipped")->required();
+    command->add_flag("--lint", m_Xml.lint,
+                      "List what is wrong with the file instead; exit status 1 when something cannot work");
     command->add_flag("--json", m_Xml.json, "Print JSON");
     command->callback([this] { run = [this] { return Xml(m_Xml); }; });
 }

@@ -24,6 +24,7 @@ struct FeatureOptions : CommonOptions {
 struct FileOptions {
     std::string path;
     bool json = false;
+    bool lint = false; ///< tells what is wrong with the file instead of what it offers
 };
 
 enum class ImageFormat { Png, Pgm, Raw };

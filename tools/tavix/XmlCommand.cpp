@@ -2,6 +2,8 @@
 #include "Error.h"
 #include "FeatureTree.h"
 #include "Json.h"
+#include "LintReport.h"
+#include "Status.h"
 #include "Text.h"
 
 #include <cstdio>
@@ -11,6 +13,17 @@
 
 namespace tool {
 namespace {
+
+int Lint(const FileOptions& options) {
+    std::size_t errors = 0;
+    try {
+        errors = ReportLint(options.path, options.json ? ReportForm::Json : ReportForm::Text);
+    } catch (const GenICam::GenericException& e) {
+        throw Error(options.path + " is no camera description: " + Reason(e));
+    }
+    if (errors == 0) return kDone;
+    throw Error(options.path + " has errors; correct what is said to be one");
+}
 
 bool IsZipped(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -42,6 +55,7 @@ std::vector<std::string> Problems(const GenApi::CNodeMapRef& map) {
 } // namespace
 
 int Xml(const FileOptions& options) {
+    if (options.lint) return Lint(options);
     GenApi::CNodeMapRef map;
     Load(map, options.path);
     const std::vector<std::string> problems = Problems(map);

@@ -1,0 +1,73 @@
+#include "LintReport.h"
+
+#include "Json.h"
+#include "Text.h"
+
+#include "genapi/lint/Lint.h"
+
+#include <array>
+#include <cstdio>
+#include <vector>
+
+namespace tool {
+namespace {
+
+using genapi::Finding;
+using genapi::Severity;
+
+/// Number of findings by severity.
+using Counts = std::array<std::size_t, 3>;
+
+Counts Count(const std::vector<Finding>& findings) {
+    Counts counts{};
+    for (const Finding& finding : findings)
+        ++counts[static_cast<std::size_t>(finding.GetSeverity())];
+    return counts;
+}
+
+std::string Plural(std::size_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+void PrintText(const std::string& path, const std::vector<Finding>& findings, const Counts& counts) {
+    for (const Finding& finding : findings) {
+        std::string line = path;
+        if (finding.place.line > 0) line += ":" + std::to_string(finding.place.line);
+        line += ": " + std::string(genapi::SeverityName(finding.GetSeverity())) + ": ";
+        if (!finding.node.empty()) line += finding.node + ": ";
+        line += finding.text + "; " + finding.advice + " [" + std::string(genapi::FactsOf(finding.rule).name) + "]";
+        std::printf("%s\n", Printable(line).c_str());
+    }
+    std::printf("%s, %s, %s\n", Plural(counts[0], "error").c_str(), Plural(counts[1], "warning").c_str(),
+                Plural(counts[2], "note").c_str());
+}
+
+nlohmann::json ToJson(const Finding& finding) {
+    return {{"severity", genapi::SeverityName(finding.GetSeverity())},
+            {"rule", genapi::FactsOf(finding.rule).name},
+            {"node", finding.node},
+            {"line", finding.place.line},
+            {"text", finding.text},
+            {"advice", finding.advice}};
+}
+
+void PrintFindings(const std::vector<Finding>& findings, const Counts& counts) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const Finding& finding : findings)
+        list.push_back(ToJson(finding));
+    PrintJson({{"findings", list}, {"errors", counts[0]}, {"warnings", counts[1]}, {"notes", counts[2]}});
+}
+
+} // namespace
+
+std::size_t ReportLint(const std::string& path, ReportForm form) {
+    const std::vector<Finding> findings = genapi::LintDescriptionFile(path);
+    const Counts counts = Count(findings);
+    if (form == ReportForm::Json)
+        PrintFindings(findings, counts);
+    else
+        PrintText(path, findings, counts);
+    return counts[static_cast<std::size_t>(Severity::Error)];
+}
+
+} // namespace tool
