@@ -80,7 +80,7 @@ int Chunks(const GrabOptions& options) {
     RunSession(session);
     if (printer.DamagedFrames() > 0) {
         throw Error(session.Name() + ": the chunk data of " + std::to_string(printer.DamagedFrames()) +
-                        " frames is not right; check cable and hub",
+                        " frames is not right; check cable and hub, `tavix doctor` helps",
                     kPartly);
     }
     ThrowIfFramesFailed(session);

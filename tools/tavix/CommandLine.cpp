@@ -77,6 +77,13 @@ void CommandLine::AddListingCommands() {
         ->check(Count(kLongestMs));
     watching->add_flag("--json", m_Watch.json, "Print a line of JSON for each change");
     watching->callback([this] { run = [this] { return Watch(m_Watch); }; });
+
+    auto* examining = app.add_subcommand("doctor", "Examine the system: what keeps cameras from working, and the cure");
+    examining->add_option("--root", m_Doctor.root, "Folder with a copy of another machine's /sys, /proc, /etc and /dev")
+        ->type_name("DIR");
+    examining->add_flag("--udev-rule", m_Doctor.udevRule, "Print the udev rule that gives access to cameras");
+    examining->add_flag("--json", m_Doctor.json, "Print JSON");
+    examining->callback([this] { run = [this] { return Doctor(m_Doctor); }; });
 }
 
 void CommandLine::AddFeatureCommands() {

@@ -38,6 +38,7 @@ private:
     CommonOptions m_List, m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
     WatchOptions m_Watch;
+    DoctorOptions m_Doctor;
     SettingsFileOptions m_Save, m_Load;
     GrabOptions m_Grab, m_Chunks, m_Bench;
     EventsOptions m_Events;

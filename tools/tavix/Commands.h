@@ -18,6 +18,7 @@ int Bench(const GrabOptions& options);
 int Watch(const WatchOptions& options);
 int Save(const SettingsFileOptions& options);
 int Load(const SettingsFileOptions& options);
+int Doctor(const DoctorOptions& options);
 int Xml(const FileOptions& options);
 
 } // namespace tool

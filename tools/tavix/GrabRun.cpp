@@ -89,7 +89,7 @@ std::string FailedFramesText(const GrabSession& session) {
     if (figures.failed == 0) return {};
     return session.Name() + ": " + std::to_string(figures.failed) + " of " +
            std::to_string(figures.good + figures.failed) + " frames failed: " + figures.firstError +
-           "; check cable and hub";
+           "; check cable and hub, `tavix doctor` helps";
 }
 
 void ThrowIfFramesFailed(const GrabSession& session) {

@@ -60,4 +60,10 @@ struct SettingsFileOptions : CommonOptions {
     std::string path;
 };
 
+struct DoctorOptions {
+    std::string root = "/"; ///< of the files that the kernel tells by
+    bool udevRule = false;  ///< print the rule and nothing else
+    bool json = false;
+};
+
 } // namespace tool

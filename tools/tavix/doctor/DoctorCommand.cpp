@@ -1,0 +1,85 @@
+#include "Commands.h"
+#include "Error.h"
+#include "Json.h"
+#include "Text.h"
+#include "doctor/Demand.h"
+#include "doctor/Examination.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include <libusb.h>
+#include <tavix/Tavix.h>
+
+namespace tool {
+namespace {
+
+std::string LibusbVersion() {
+    const libusb_version* version = libusb_get_version();
+    return std::to_string(version->major) + "." + std::to_string(version->minor) + "." + std::to_string(version->micro);
+}
+
+std::vector<std::string> TransportLayers() {
+    Tavix::TlInfoList infos;
+    Tavix::CTlFactory::GetInstance().EnumerateTls(infos);
+    std::vector<std::string> names;
+    for (const auto& info : infos)
+        names.push_back(Text(info.GetFullName()));
+    return names;
+}
+
+const char* Name(Severity severity) {
+    switch (severity) {
+    case Severity::Good:
+        return "good";
+    case Severity::Note:
+        return "note";
+    default:
+        return "problem";
+    }
+}
+
+nlohmann::json ToJson(const Findings& findings) {
+    nlohmann::json json = nlohmann::json::array();
+    for (const Finding& finding : findings) {
+        json.push_back({{"severity", Name(finding.severity)},
+                        {"id", finding.id},
+                        {"about", finding.about},
+                        {"text", finding.text},
+                        {"command", finding.command}});
+    }
+    return json;
+}
+
+void Print(const Findings& findings) {
+    for (const Finding& finding : findings) {
+        std::printf("%-8s %s: %s\n", Name(finding.severity), Printable(finding.about).c_str(),
+                    Printable(finding.text).c_str());
+        if (!finding.command.empty()) std::printf("%-8s $ %s\n", "", Printable(finding.command).c_str());
+    }
+}
+
+} // namespace
+
+int Doctor(const DoctorOptions& options) {
+    if (options.udevRule) {
+        std::fputs(UdevRule(), stdout);
+        return kDone;
+    }
+    Patient patient{SystemFiles(options.root)};
+    if (patient.files.IsHere()) {
+        patient.libusbVersion = LibusbVersion();
+        patient.transportLayers = TransportLayers();
+        patient.demands = AskCameras();
+    } else if (!patient.files.Exists("/")) {
+        throw Error("there is no folder " + options.root);
+    }
+    const Findings findings = Examine(patient);
+    options.json ? PrintJson(ToJson(findings)) : Print(findings);
+    const auto problems = std::count_if(findings.begin(), findings.end(),
+                                        [](const Finding& f) { return f.severity == Severity::Problem; });
+    if (problems == 0) return kDone;
+    throw Error(std::to_string(problems) + (problems == 1 ? " problem" : " problems") + " found, see above", kPartly);
+}
+
+} // namespace tool
