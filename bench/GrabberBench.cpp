@@ -2,6 +2,7 @@
 // nothing.
 
 #include "TavixTL_USB/TavixUSB/TavixUsbDevice.h"
+#include "TavixTL_USB/TavixUSB/UsbChunkParser.h"
 
 #include <benchmark/benchmark.h>
 
