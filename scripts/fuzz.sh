@@ -14,8 +14,14 @@ for target in build/fuzz/bin/fuzz_*; do
     findings=build/fuzz/findings/$name
     scratch=build/fuzz/corpus/$name
     mkdir -p "$findings" "$scratch"
+    # One dictionary serves all targets that read descriptions.
+    dictionary=fuzz/dictionaries/${name#fuzz_}
+    case $name in fuzz_genapi_injection | fuzz_genapi_lint | fuzz_genapi_node_map)
+        dictionary=fuzz/dictionaries/genapi_description ;;
+    esac
+    [ -f "$dictionary" ] && dictionary=-dict=$dictionary || dictionary=
     echo "fuzz: $name for $seconds s"
-    "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -artifact_prefix="$findings/" \
+    "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -artifact_prefix="$findings/" $dictionary \
         "$scratch" "fuzz/corpus/${name#fuzz_}" >"$findings/log" 2>&1 || {
         tail -n 40 "$findings/log" >&2
         echo "fuzz: $name found something, see $findings" >&2
