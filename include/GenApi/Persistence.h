@@ -19,8 +19,8 @@ protected:
 };
 
 // Lines "Name<TAB>Value"; lines that start with # are comments. Features below selectors are stored once for each value
-// of the selectors. Storing and loading hold the map's lock from the first line to the last, also while outside-lock
-// callbacks run: nobody else moves a selector in between. bound to a thread
+// of the selectors. Storing and loading keep the map's lock from the first line to the last, so that nobody else moves
+// a selector in between; outside-lock callbacks run once each, after the lock's release. bound to a thread
 class CFeatureBag final : public IPersistScript {
 public:
     CFeatureBag() = default;

@@ -1,10 +1,12 @@
 // Events as features.
 #include "genapi/support/TestMap.h"
+#include "genapi/support/Watch.h"
 
 #include <gtest/gtest.h>
 
 using namespace GenApi;
 using genapi_test::TestMap;
+using genapi_test::Watch;
 
 namespace {
 
@@ -58,6 +60,30 @@ TEST(EventAdapter, RefusesReadsBeyondTheEvent) {
     adapter.DeliverMessage(nullptr, 0, 0x9C43);
     EXPECT_THROW(map.Integer("Stamp").GetValue(), GenICam::OutOfRangeException);
     EXPECT_THROW(adapter.DeliverMessage(nullptr, 4, 0x9C43), GenICam::InvalidArgumentException);
+}
+
+TEST(EventAdapter, TellsNobodyBeforeThereAreData) {
+    EventMap map;
+    EXPECT_EQ(map.Mode("Stamp"), NI);
+    Watch feature(map.Node("Feature"));
+    Watch port(map.Node("EventPort"), cbPostOutsideLock);
+    {
+        CEventAdapterGeneric adapter(&map);
+        EXPECT_EQ(map.Mode("Stamp"), NA) << "the change is seen though nobody was told";
+    }
+    EXPECT_EQ(feature.calls + port.calls, 0);
+    EXPECT_EQ(map.Mode("Stamp"), NI);
+}
+
+TEST(EventAdapter, TellsThatTheDataAreGone) {
+    EventMap map;
+    Watch feature(map.Node("Feature"));
+    {
+        CEventAdapterGeneric adapter(&map);
+        adapter.DeliverMessage(map.data, 20, 0x9C43);
+        EXPECT_EQ(feature.calls, 1);
+    }
+    EXPECT_EQ(feature.calls, 2);
 }
 
 TEST(EventAdapter, NeedsAnIdAndAMap) {

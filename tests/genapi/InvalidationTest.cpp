@@ -1,38 +1,13 @@
 // Who is told when something changes.
 #include "genapi/support/TestMap.h"
+#include "genapi/support/Watch.h"
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 using namespace GenApi;
+using genapi_test::IsLockFree;
 using genapi_test::TestMap;
-
-namespace {
-
-bool IsLockFree(TestMap& map) {
-    bool isFree = false;
-    std::thread([&] {
-        isFree = map.GetLock().TryLock();
-        if (isFree) map.GetLock().Unlock();
-    }).join();
-    return isFree;
-}
-
-// Counts the calls of one node and takes itself off in the end. bound to a thread
-class Watch {
-public:
-    Watch(INode& node, ECallbackType type = cbPostInsideLock)
-        : m_Handle(Register(&node, *this, &Watch::OnChange, type)) {}
-    ~Watch() { Deregister(m_Handle); }
-    int calls = 0;
-
-private:
-    void OnChange(INode*) { ++calls; }
-    CallbackHandleType m_Handle;
-};
-
-} // namespace
+using genapi_test::Watch;
 
 TEST(Invalidation, FollowsInvalidators) {
     TestMap map;

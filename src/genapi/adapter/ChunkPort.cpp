@@ -1,6 +1,6 @@
-#include "genapi/adapter/Disconnect.h"
 #include "genapi/adapter/HexId.h"
 #include "genapi/adapter/MapLock.h"
+#include "genapi/adapter/PortLink.h"
 #include "genapi/description/Lexical.h"
 
 #include <Base/GCException.h>
@@ -108,7 +108,7 @@ CChunkPort::CChunkPort(IPort* pPortNode) : m_pState(std::make_unique<State>()) {
 CChunkPort::~CChunkPort() {
     try {
         DetachPort();
-    } catch (const std::exception&) {
+    } catch (...) {
         // A callback of the application threw while it heard of the detachment; the port is detached all the same.
         m_pState->Forget();
     }
@@ -128,20 +128,22 @@ bool CChunkPort::AttachPort(IPort* pPortNode) {
     m_pState->mayCache = genapi::ParseYesNo(PropertyOf(*pNode, "CacheChunkData").view()).value_or(false);
     m_pState->pPort = pPort;
     m_pState->pNode = pNode;
-    pPort->SetPortImpl(this);
+    genapi::ConnectPort(*pPort, *this);
     return true;
 }
 
 void CChunkPort::DetachPort() {
     IPortConstruct* const pPort = m_pState->pPort;
     if (!pPort) return;
+    genapi::PortData data = genapi::PortData::None;
     {
         const MapLock lock(m_pState->pNode);
+        if (m_pState->IsAttached()) data = genapi::PortData::Attached;
         m_pState->Forget();
         m_pState->pPort = nullptr;
         m_pState->pNode = nullptr;
     }
-    genapi::DisconnectPort(*pPort, *this);
+    genapi::DisconnectPort(*pPort, *this, data);
 }
 
 void CChunkPort::AttachChunk(uint8_t* pBaseAddress, int64_t ChunkOffset, int64_t Length, bool Cache) {

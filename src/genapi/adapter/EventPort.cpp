@@ -1,7 +1,7 @@
-#include "genapi/adapter/Disconnect.h"
 #include "genapi/adapter/EventPortState.h"
 #include "genapi/adapter/HexId.h"
 #include "genapi/adapter/MapLock.h"
+#include "genapi/adapter/PortLink.h"
 
 #include <Base/GCException.h>
 #include <GenApi/EventPort.h>
@@ -20,7 +20,7 @@ CEventPort::CEventPort(INode* pNode) : m_pState(std::make_unique<State>()) {
 CEventPort::~CEventPort() {
     try {
         DetachNode();
-    } catch (const std::exception&) {
+    } catch (...) {
         // A callback of the application threw while it heard of the detachment; the node is detached all the same.
         m_pState->data.clear();
     }
@@ -31,20 +31,22 @@ bool CEventPort::AttachNode(INode* pNode) {
     if (!pNode || pNode->GetEventID().empty()) return false;
     m_pState->pNode = pNode;
     m_pState->pPort = dynamic_cast<IPortConstruct*>(pNode);
-    if (m_pState->pPort) m_pState->pPort->SetPortImpl(this);
+    if (m_pState->pPort) genapi::ConnectPort(*m_pState->pPort, *this);
     return true;
 }
 
 void CEventPort::DetachNode() {
     IPortConstruct* const pPort = m_pState->pPort;
+    genapi::PortData data = genapi::PortData::None;
     {
         const MapLock lock(m_pState->pNode);
+        if (m_pState->hasData) data = genapi::PortData::Attached;
         m_pState->hasData = false;
         m_pState->data.clear();
         m_pState->pNode = nullptr;
         m_pState->pPort = nullptr;
     }
-    if (pPort) genapi::DisconnectPort(*pPort, *this);
+    if (pPort) genapi::DisconnectPort(*pPort, *this, data);
 }
 
 void CEventPort::AttachEvent(uint8_t* pBaseAddress, int64_t Length) {

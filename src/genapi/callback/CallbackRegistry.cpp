@@ -18,10 +18,18 @@ void CallbackRegistry::Leave(GenApi::CNodeCallback* pCallback) {
     m_Entries.erase(pCallback);
 }
 
-void CallbackRegistry::SetOwner(GenApi::CNodeCallback* pCallback, GenApi::INode* pOwner) {
+RegisteredCallback CallbackRegistry::Add(GenApi::CNodeCallback* pCallback, GenApi::INode* pOwner) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    Entry& entry = m_Entries[pCallback];
+    if (!entry.pOwner) entry.registration = ++m_LastRegistration; // one that two nodes hold is still one
+    entry.pOwner = pOwner;
+    return {pCallback, entry.registration};
+}
+
+void CallbackRegistry::Remove(GenApi::CNodeCallback* pCallback) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     const auto found = m_Entries.find(pCallback);
-    if (found != m_Entries.end()) found->second.pOwner = pOwner;
+    if (found != m_Entries.end()) found->second.pOwner = nullptr;
 }
 
 bool CallbackRegistry::FindOwner(GenApi::CNodeCallback* pCallback, GenApi::INode*& pOwner) {
@@ -44,20 +52,21 @@ void CallbackRegistry::Retire(GenApi::CNodeCallback* pCallback) {
     pCallback->Destroy();
 }
 
-void CallbackRegistry::Call(GenApi::CNodeCallback* pCallback, GenApi::ECallbackType type) {
-    if (!Begin(pCallback)) return;
+void CallbackRegistry::Call(const RegisteredCallback& callback, GenApi::ECallbackType type) {
+    if (!Begin(callback)) return;
     struct Guard {
         CallbackRegistry& registry;
         GenApi::CNodeCallback* pCallback;
         ~Guard() { registry.End(pCallback); }
-    } guard{*this, pCallback};
-    (*pCallback)(type);
+    } guard{*this, callback.pCallback};
+    (*callback.pCallback)(type);
 }
 
-bool CallbackRegistry::Begin(GenApi::CNodeCallback* pCallback) {
+bool CallbackRegistry::Begin(const RegisteredCallback& callback) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    const auto found = m_Entries.find(pCallback);
+    const auto found = m_Entries.find(callback.pCallback);
     if (found == m_Entries.end() || !found->second.pOwner) return false;
+    if (found->second.registration != callback.registration) return false;
     ++found->second.running;
     return true;
 }

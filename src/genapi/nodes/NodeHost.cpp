@@ -1,6 +1,5 @@
 #include "genapi/nodes/NodeHost.h"
 
-#include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/Node.h"
 #include "genapi/nodes/RegisterIndex.h"
 #include "genapi/nodes/Throw.h"
@@ -46,19 +45,19 @@ const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sour
 }
 
 void NodeHost::AddCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
-    m_Callbacks[node].push_back(pCallback);
+    m_Callbacks[node].push_back(CallbackRegistry::Instance().Add(pCallback, m_Nodes[node]));
     m_States[node].hasCallbacks = true;
-    CallbackRegistry::Instance().SetOwner(pCallback, m_Nodes[node]);
 }
 
 bool NodeHost::RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
     const auto found = m_Callbacks.find(node);
     if (found == m_Callbacks.end()) return false;
-    std::vector<GenApi::CNodeCallback*>& list = found->second;
-    const auto position = std::find(list.begin(), list.end(), pCallback);
+    std::vector<RegisteredCallback>& list = found->second;
+    const auto isIt = [pCallback](const RegisteredCallback& other) { return other.pCallback == pCallback; };
+    const auto position = std::find_if(list.begin(), list.end(), isIt);
     if (position == list.end()) return false;
     list.erase(position);
-    CallbackRegistry::Instance().SetOwner(pCallback, nullptr);
+    CallbackRegistry::Instance().Remove(pCallback);
     if (list.empty()) {
         m_Callbacks.erase(found);
         m_States[node].hasCallbacks = false;
@@ -66,18 +65,18 @@ bool NodeHost::RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) 
     return true;
 }
 
-const std::vector<GenApi::CNodeCallback*>* NodeHost::CallbacksOf(NodeIndex node) const {
+const std::vector<RegisteredCallback>* NodeHost::CallbacksOf(NodeIndex node) const {
     if (!m_States[node].hasCallbacks) return nullptr;
     const auto found = m_Callbacks.find(node);
     return found == m_Callbacks.end() ? nullptr : &found->second;
 }
 
 void NodeHost::DestroyCallbacks() {
-    std::unordered_map<NodeIndex, std::vector<GenApi::CNodeCallback*>> all;
+    std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> all;
     all.swap(m_Callbacks);
     for (const auto& [node, list] : all) {
-        for (GenApi::CNodeCallback* pCallback : list)
-            CallbackRegistry::Instance().Retire(pCallback);
+        for (const RegisteredCallback& callback : list)
+            CallbackRegistry::Instance().Retire(callback.pCallback);
     }
 }
 

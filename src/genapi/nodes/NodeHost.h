@@ -1,6 +1,7 @@
 #pragma once
 // What the nodes of one map share: its lock, the state of their caches, and what a change reaches.
 
+#include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/Graph.h"
 
 #include <GenApi/INodeMap.h>
@@ -54,7 +55,7 @@ public:
     // Callbacks by node, in order of registration. Owned by the node.
     void AddCallback(NodeIndex node, GenApi::CNodeCallback* pCallback);
     bool RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback);
-    const std::vector<GenApi::CNodeCallback*>* CallbacksOf(NodeIndex node) const;
+    const std::vector<RegisteredCallback>* CallbacksOf(NodeIndex node) const;
 
     // A new generation makes all memories of the present operation stale.
     void NextGeneration() {
@@ -112,7 +113,7 @@ private:
     std::unique_ptr<RegisterIndex> m_pRegisters;
     std::unique_ptr<DependencyGraph> m_pParents;   // who names a node as child
     std::unique_ptr<DependencyGraph> m_pSelecting; // who names it as selected
-    std::unordered_map<NodeIndex, std::vector<GenApi::CNodeCallback*>> m_Callbacks;
+    std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> m_Callbacks;
 
 protected:
     // To be called before the nodes go.

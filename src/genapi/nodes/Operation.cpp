@@ -31,11 +31,11 @@ void ChangeFrame::Invalidate(const std::vector<NodeIndex>& sources) {
 }
 
 void ChangeFrame::GatherCallbacks(NodeIndex node) {
-    const std::vector<GenApi::CNodeCallback*>* const pCallbacks = m_Host.CallbacksOf(node);
+    const std::vector<RegisteredCallback>* const pCallbacks = m_Host.CallbacksOf(node);
     if (!pCallbacks) return;
-    for (GenApi::CNodeCallback* const pCallback : *pCallbacks) {
-        Callbacks& list = pCallback->GetCallbackType() == GenApi::cbPostInsideLock ? m_Inside : m_Outside;
-        if (m_Gathered.insert(pCallback).second) list.push_back(pCallback);
+    for (const RegisteredCallback& callback : *pCallbacks) {
+        const bool isInside = callback.pCallback->GetCallbackType() == GenApi::cbPostInsideLock;
+        if (m_Gathered.insert(callback.registration).second) (isInside ? m_Inside : m_Outside).push_back(callback);
     }
 }
 
@@ -44,17 +44,22 @@ void ChangeFrame::Finish() {
     inside.swap(m_Inside);
     Call(inside, GenApi::cbPostInsideLock);
     if (m_pOuter) {
-        for (GenApi::CNodeCallback* const pCallback : m_Outside)
-            m_pOuter->m_Outside.push_back(pCallback);
+        m_pOuter->TakeOver(m_Outside);
         return;
     }
     Release();
     Call(m_Outside, GenApi::cbPostOutsideLock);
 }
 
+void ChangeFrame::TakeOver(const Callbacks& outside) {
+    for (const RegisteredCallback& callback : outside) {
+        if (!m_GathersOnce || m_Gathered.insert(callback.registration).second) m_Outside.push_back(callback);
+    }
+}
+
 void ChangeFrame::Call(const Callbacks& callbacks, GenApi::ECallbackType type) {
-    for (GenApi::CNodeCallback* const pCallback : callbacks)
-        CallbackRegistry::Instance().Call(pCallback, type);
+    for (const RegisteredCallback& callback : callbacks)
+        CallbackRegistry::Instance().Call(callback, type);
 }
 
 NodeHost& HostOf(const Node& node) {

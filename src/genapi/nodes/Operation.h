@@ -24,21 +24,25 @@ public:
     void Invalidate(const std::vector<NodeIndex>& sources);
     // Gathers the callbacks of a node, each once a frame.
     void GatherCallbacks(NodeIndex node);
+    // From now on each outside-lock callback that nested frames leave to this one is called once only.
+    void GatherOnce() { m_GathersOnce = true; }
     // Calls the inside-lock callbacks, releases the lock, calls the outside-lock ones. An exception of a callback
     // passes through; the remaining ones are skipped.
     void Finish();
 
 private:
-    using Callbacks = std::vector<GenApi::CNodeCallback*>;
+    using Callbacks = std::vector<RegisteredCallback>;
     void Release();
+    void TakeOver(const Callbacks& outside);
     static void Call(const Callbacks& callbacks, GenApi::ECallbackType type);
 
     NodeHost& m_Host;
     ChangeFrame* m_pOuter;
     bool m_IsLocked = true;
+    bool m_GathersOnce = false;
     Callbacks m_Inside;
     Callbacks m_Outside;
-    std::unordered_set<GenApi::CNodeCallback*> m_Gathered;
+    std::unordered_set<uint64_t> m_Gathered; // registrations
 };
 
 // What RunChange needs of a node.

@@ -52,6 +52,25 @@ void PortNode::SetPortImpl(GenApi::IPort* pPort) {
     frame.Finish();
 }
 
+void PortNode::ConnectQuietly(GenApi::IPort& port) {
+    const GenApi::AutoLock lock(Host().Lock());
+    m_pPort = &port;
+    DropCaches();
+}
+
+void PortNode::DropCaches() {
+    Host().NextGeneration();
+    for (const NodeIndex node : Host().Reach({Index()}))
+        Host().SetInvalid(node);
+}
+
+void PortNode::DisconnectQuietly(const GenApi::IPort* pPort) {
+    const GenApi::AutoLock lock(Host().Lock());
+    if (m_pPort != pPort) return;
+    m_pPort = nullptr;
+    DropCaches();
+}
+
 void PortNode::Disconnect(const GenApi::IPort* pPort) {
     ChangeFrame frame(Host());
     if (m_pPort == pPort) {

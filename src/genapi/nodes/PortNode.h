@@ -18,8 +18,11 @@ public:
     // Lock held. They throw AccessException when nothing is connected and pass on what the port throws.
     void ReadBytes(void* pBuffer, int64_t address, int64_t length);
     void WriteBytes(const void* pBuffer, int64_t address, int64_t length);
+    // Drops the caches behind the port and tells nobody.
+    void ConnectQuietly(GenApi::IPort& port);
     // Disconnects the port unless another one has taken its place.
     void Disconnect(const GenApi::IPort* pPort);
+    void DisconnectQuietly(const GenApi::IPort* pPort);
     bool SwapsBytes() const { return m_SwapsBytes; }
 
     // GenApi::IPort
@@ -36,6 +39,7 @@ protected:
     std::string DoReadText(ReadFlags flags) override;
 
 private:
+    void DropCaches();
     GenApi::IPort& Connected(const char* operation);
 
     GenApi::IPort* m_pPort = nullptr; // borrowed, guarded by the map's lock

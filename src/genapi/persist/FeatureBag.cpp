@@ -1,9 +1,9 @@
+#include "genapi/persist/MapHold.h"
 #include "genapi/persist/SelectorWalk.h"
 
 #include <Base/GCException.h>
 #include <GenApi/Persistence.h>
 #include <GenApi/Pointer.h>
-#include <GenApi/Synch/Lock.h>
 
 #include <algorithm>
 #include <istream>
@@ -101,7 +101,7 @@ void CFeatureBag::PersistFeature(IValue& Value) {
 
 bool CFeatureBag::StoreToBag(INodeMap* pNodeMap, int MaxNumEntries, GenICam::gcstring_vector* pErrors) {
     if (!pNodeMap) throw INVALID_ARGUMENT_EXCEPTION("The node map is null.");
-    const AutoLock lock(pNodeMap->GetLock());
+    genapi::MapHold hold(*pNodeMap);
     m_Lines.clear();
     bool isComplete = true;
     std::vector<Selected> selected;
@@ -126,12 +126,13 @@ bool CFeatureBag::StoreToBag(INodeMap* pNodeMap, int MaxNumEntries, GenICam::gcs
     if (MaxNumEntries >= 0 && m_Lines.size() > static_cast<std::size_t>(MaxNumEntries)) {
         m_Lines.resize(static_cast<std::size_t>(MaxNumEntries));
     }
+    hold.Finish();
     return isComplete;
 }
 
 bool CFeatureBag::LoadFromBag(INodeMap* pNodeMap, bool Verify, GenICam::gcstring_vector* pErrors) {
     if (!pNodeMap) throw INVALID_ARGUMENT_EXCEPTION("The node map is null.");
-    const AutoLock lock(pNodeMap->GetLock());
+    genapi::MapHold hold(*pNodeMap);
     bool hasFailed = false;
     for (const Line& line : m_Lines) {
         try {
@@ -143,6 +144,7 @@ bool CFeatureBag::LoadFromBag(INodeMap* pNodeMap, bool Verify, GenICam::gcstring
             hasFailed = true;
         }
     }
+    hold.Finish();
     return !(Verify && hasFailed);
 }
 
