@@ -77,6 +77,16 @@ VxStatus ControlChannel::Connect() {
     return status;
 }
 
+VxStatus ControlChannel::ResetCamera() {
+    {
+        const MutexLock lock(m_Lock);
+        const usb::Result result = m_Handle.Reset();
+        if (result == usb::Result::NotFound) return VX_E_USB_NO_DEVICE;
+        if (result != usb::Result::Ok) return ToStatus(result);
+    }
+    return Connect();
+}
+
 VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::size_t count) {
     const MutexLock lock(m_Lock);
     if (count > m_MaxRead) return VX_E_INVALID_SIZE;

@@ -51,6 +51,9 @@ public:
     /// Clears what a predecessor left and reads the first register until the camera answers or the limit is over.
     [[nodiscard]] VxStatus Connect() TAVIX_EXCLUDES(m_Lock);
 
+    /// Resets the camera's port and connects again. VX_E_USB_NO_DEVICE when it came back as another device.
+    [[nodiscard]] VxStatus ResetCamera() TAVIX_EXCLUDES(m_Lock);
+
     /// What the camera states: its response time, and the largest command and acknowledge, head included. Implausible
     /// sizes are replaced by the packet size.
     void SetResponseTime(std::uint32_t milliseconds) { m_ResponseTime = milliseconds; }

@@ -62,4 +62,8 @@ VxStatus FromDeviceStatus(std::uint16_t code) {
     return u3v::status::IsError(code) ? VX_E_DEVICE_STATUS_BASE | code : VX_OK;
 }
 
+bool IsRefusal(VxStatus status) {
+    return (status & ~VxStatus(0xFFFF)) == VX_E_DEVICE_STATUS_BASE;
+}
+
 } // namespace vexlo

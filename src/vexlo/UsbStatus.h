@@ -10,5 +10,7 @@ VxStatus ToStatus(usb::Result result);
 VxStatus ToStatus(usb::TransferStatus status);
 /// VX_OK for success and warnings.
 VxStatus FromDeviceStatus(std::uint16_t code);
+/// The camera refused a command, for whatever reason.
+bool IsRefusal(VxStatus status);
 
 } // namespace vexlo

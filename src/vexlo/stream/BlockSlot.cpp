@@ -44,17 +44,34 @@ std::uint8_t* BlockSlot::Place(const PlannedTransfer& transfer) {
     return m_Bounce.data();
 }
 
-void BlockSlot::Bind(BufferHandle_s* buffer) {
-    m_Buffer = buffer;
+void BlockSlot::Begin() {
     m_Leader.reset();
     m_Received = 0;
     m_Ended = false;
+}
+
+void BlockSlot::LeadOff() {
+    Begin();
+    m_LedOff = true;
+    m_Transfers.front().usb.buffer = m_LeaderBytes.data();
+}
+
+void BlockSlot::Bind(BufferHandle_s* buffer) {
+    m_Buffer = buffer;
+    if (!m_LedOff) Begin();
     for (PlannedTransfer& transfer : m_Transfers) {
+        if (m_LedOff && transfer.role == Role::Leader) continue; // the bus may have it
         transfer.usb.buffer = Place(transfer);
         transfer.unread = transfer.usb.buffer == m_Dump;
         transfer.usb.actualLength = 0;
         transfer.done = false;
     }
+    m_LedOff = false;
+}
+
+void BlockSlot::Unbind() {
+    m_Buffer = nullptr;
+    m_LedOff = false;
 }
 
 std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {

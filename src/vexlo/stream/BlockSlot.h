@@ -40,8 +40,10 @@ public:
     BlockSlot(const BlockSlot&) = delete;
     BlockSlot& operator=(const BlockSlot&) = delete;
 
+    /// Makes the leader's transfer ready while there is no buffer yet; Bind adds the buffer behind it.
+    void LeadOff();
     void Bind(BufferHandle_s* buffer);
-    void Unbind() { m_Buffer = nullptr; }
+    void Unbind();
     BufferHandle_s* Buffer() const { return m_Buffer; }
     std::vector<PlannedTransfer>& Transfers() { return m_Transfers; }
 
@@ -53,6 +55,7 @@ public:
     BlockEvidence Evidence() const;
 
 private:
+    void Begin();
     void AddTransfer(PlannedTransfer::Role role, std::uint64_t offset, std::size_t length, std::uint8_t endpoint);
     std::uint8_t* Place(const PlannedTransfer& transfer);
 
@@ -64,7 +67,8 @@ private:
     BufferHandle_s* m_Buffer = nullptr; // borrowed from the pool
     std::optional<u3v::Leader> m_Leader;
     std::uint64_t m_Received = 0;
-    bool m_Ended = false; // a transfer came short: later bytes of the block mean nothing
+    bool m_LedOff = false; // the leader's transfer went ahead of the buffer
+    bool m_Ended = false;  // a transfer came short: later bytes of the block mean nothing
 };
 
 } // namespace vexlo

@@ -42,6 +42,11 @@ std::size_t SessionHost::TransferMemoryLimit() {
     return session ? session->Bus().TransferMemoryLimit() : 0;
 }
 
+VxStatus SessionHost::ResetCamera() {
+    const auto session = m_Sessions.Get();
+    return session ? session->Note(session->Control().ResetCamera()) : VX_E_NOT_OPEN;
+}
+
 void SessionHost::ReportLost() {
     if (const auto session = m_Sessions.Get()) (void)session->Note(VX_E_USB_NO_DEVICE);
 }

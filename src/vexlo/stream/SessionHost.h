@@ -18,6 +18,7 @@ public:
     VxStatus ReadRegister(std::uint64_t address, void* data, std::size_t size) override;
     VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) override;
     std::size_t TransferMemoryLimit() override;
+    VxStatus ResetCamera() override;
     void ReportLost() override;
 
 private:

@@ -24,15 +24,15 @@ std::size_t BlockBytes(const u3v::TransferPlan& plan) {
     return static_cast<std::size_t>(plan.Capacity()) + plan.leaderSize + plan.trailerSize;
 }
 
-/// Two blocks or 8 MiB, whichever is more, but no more than three quarters of what the system gives.
-std::size_t ByteBudget(const EngineSettings& settings) {
-    const std::size_t wanted = std::max(2 * BlockBytes(settings.plan), kFewestBytesInFlight);
-    return settings.memoryLimit == 0 ? wanted : std::min(wanted, settings.memoryLimit / 4 * 3);
+/// Two blocks or 8 MiB, whichever is more.
+TransferBudget::Wishes WishesOf(const EngineSettings& settings) {
+    const std::size_t bytes = std::max(2 * BlockBytes(settings.plan), kFewestBytesInFlight);
+    return {settings.maxQueuedTransfers, bytes, settings.memoryLimit};
 }
 
 /// Enough blocks to fill the budget, one more that completes meanwhile, and no more than there are buffers.
 std::size_t SlotCount(const EngineSettings& settings) {
-    const std::size_t byBytes = ByteBudget(settings) / BlockBytes(settings.plan) + 2;
+    const std::size_t byBytes = WishesOf(settings).bytes / BlockBytes(settings.plan) + 2;
     const std::size_t byTransfers = settings.maxQueuedTransfers / (settings.plan.PayloadTransfers() + 2) + 2;
     const std::size_t wanted = std::min({byBytes, byTransfers, kMostSlots});
     return std::max<std::size_t>(1, std::min(wanted, settings.maxBuffers));
@@ -47,8 +47,8 @@ std::size_t DumpSize(const u3v::TransferPlan& plan) {
 StreamEngine::StreamEngine(const Parts& parts, const EngineSettings& settings)
     : m_Host(parts.host), m_Pool(parts.pool), m_Statistics(parts.statistics), m_Settings(settings),
       m_Handle(parts.handle), m_Registers(parts.host, parts.handle, settings.channel), m_Dump(DumpSize(settings.plan)),
-      m_MaxTransfers(std::max<std::size_t>(1, settings.maxQueuedTransfers)), m_MaxBytes(ByteBudget(settings)) {
-    for (std::size_t i = 0; i < SlotCount(settings); ++i) {
+      m_Budget(WishesOf(settings)) {
+    for (std::size_t i = 0, count = SlotCount(settings); i < count; ++i) {
         m_Slots.push_back(std::make_unique<BlockSlot>(settings.plan, settings.channel.endpoint, m_Dump.data()));
         for (PlannedTransfer& transfer : m_Slots.back()->Transfers()) {
             transfer.usb.completed = &StreamEngine::OnCompleted;
@@ -67,6 +67,8 @@ StreamEngine::~StreamEngine() {
 
 void StreamEngine::Start() {
     m_Pool.Start([this] { m_Handle.WakeEvents(); });
+    m_LeadsOff = true;
+    SubmitMore();
     m_Thread = std::thread([this] { Run(); });
 }
 
@@ -126,6 +128,7 @@ void StreamEngine::Work() {
         return;
     }
     if (m_Stopping && m_InFlight.empty()) return;
+    if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
     if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
     WaitForWork();
@@ -138,7 +141,12 @@ void StreamEngine::WaitForWork() {
         m_Asked.wait(lock, isAsked); // nothing is in flight, and the handle of a camera that is gone may answer at once
         return;
     }
-    const bool retrySoon = m_MemoryShort && m_InFlight.empty();
+    if (m_Mode == Mode::Pausing) {
+        Lock lock(m_Mutex);
+        m_Asked.wait_until(lock, m_PauseEnd, isAsked);
+        return;
+    }
+    const bool retrySoon = m_Budget.IsShort() && m_InFlight.empty();
     const usb::Result result = m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : kWaitMs);
     if (result == usb::Result::Ok || result == usb::Result::Interrupted) return;
     // Transfers end in HandleEvents only, so it must be tried again, but not without a pause.
@@ -162,24 +170,26 @@ void StreamEngine::OnRequest() {
     if (!(m_Mode == Mode::Reaping && m_Reason == Reason::Lost)) Leave(Reason::Cancel, VX_E_CANCELLED);
 }
 
-bool StreamEngine::HasRoom(std::size_t length) const {
-    if (m_InFlight.empty()) return true;
-    return m_InFlight.size() < m_MaxTransfers && m_BytesInFlight + length <= m_MaxBytes;
+bool StreamEngine::BindNext(BlockSlot& slot) {
+    BufferHandle_s* buffer = m_Pool.Take();
+    if (!buffer) return false;
+    slot.Bind(buffer);
+    m_Bound.push_back(&slot);
+    m_NextIsBound = true;
+    return true;
 }
 
-/// The next transfer of the plan, with a buffer bound to its block; null when there is none to queue now.
+/// The next transfer of the plan, with a buffer bound to its block; null when there is none to queue now. Only the
+/// first leader after the stream was switched on may go ahead of its buffer.
 PlannedTransfer* StreamEngine::NextTransfer() {
     BlockSlot& slot = *m_Slots[m_NextSlot];
-    if (m_NextTransfer > 0) return &slot.Transfers()[m_NextTransfer];
-    if (!m_NextIsBound) {
-        if (slot.Buffer()) return nullptr; // all slots are in use
-        BufferHandle_s* buffer = m_Pool.Take();
-        if (!buffer) return nullptr;
-        slot.Bind(buffer);
-        m_Bound.push_back(&slot);
-        m_NextIsBound = true;
+    const bool begins = m_NextTransfer == 0;
+    if (begins && !m_NextIsBound && slot.Buffer()) return nullptr; // all slots are in use
+    if (!slot.Buffer() && !BindNext(slot)) {
+        if (!begins || !m_LeadsOff) return nullptr;
+        slot.LeadOff();
     }
-    return &slot.Transfers()[0];
+    return &slot.Transfers()[m_NextTransfer];
 }
 
 void StreamEngine::Advance() {
@@ -200,7 +210,8 @@ void StreamEngine::SubmitMore() {
         return;
     }
     while (m_Mode == Mode::Planned) {
-        if (!HasRoom(m_Slots[m_NextSlot]->Transfers()[m_NextTransfer].usb.length)) return;
+        const std::size_t length = m_Slots[m_NextSlot]->Transfers()[m_NextTransfer].usb.length;
+        if (!m_Budget.HasRoom(m_InFlight.size(), m_BytesInFlight, length)) return;
         PlannedTransfer* transfer = NextTransfer();
         if (!transfer || !Submit(*transfer)) return;
         Advance();
@@ -211,20 +222,14 @@ bool StreamEngine::Submit(PlannedTransfer& transfer) {
     transfer.done = false;
     switch (m_Handle.Submit(transfer.usb)) {
     case usb::Result::Ok:
-        m_MemoryShort = false;
+        m_LeadsOff = false;
         m_InFlight.push_back(&transfer);
         m_BytesInFlight += transfer.usb.length;
+        m_Budget.Accepted(m_InFlight.size());
         return true;
     case usb::Result::NoMemory:
         // The transfer keeps its place in the order; it is tried again when another one has made room.
-        if (!m_MemoryShortTold) {
-            Log(128,
-                "The system takes no more than %u transfers now; raise /sys/module/usbcore/parameters/usbfs_memory_mb",
-                static_cast<unsigned int>(m_InFlight.size()));
-        }
-        m_MemoryShort = m_MemoryShortTold = true;
-        m_BlocksSinceShort = 0;
-        m_MaxTransfers = std::max<std::size_t>(1, m_InFlight.size());
+        m_Budget.Refused(m_InFlight.size());
         return false;
     case usb::Result::NoDevice:
         Leave(Reason::Lost, VX_E_USB_NO_DEVICE);

@@ -8,8 +8,10 @@
 #include "vexlo/stream/StreamHost.h"
 #include "vexlo/stream/StreamRegisters.h"
 #include "vexlo/stream/StreamStatistics.h"
+#include "vexlo/stream/TransferBudget.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -29,14 +31,17 @@ struct EngineSettings {
 };
 
 ///   planned --a role does not fit--> reaping --place known--> planned
-///                                       |                        ^
-///                                       '--place lost--> scanning'
+///                                     | |                        ^ ^
+///                                     | '--place lost--> scanning' |
+///                                     '-- off, on again -----------'
+///                                       (pausing when that fails)
 ///
 /// planned   Transfers are queued in the order of the plan, over the borders of blocks, straight into buffers.
 /// reaping   Everything queued is cancelled and awaited; then what arrived is read as packets, so that whole blocks
-/// among
-///           it are delivered and the place in the stream is known as well as it can be.
+///           among it are delivered and the place in the stream is known as well as it can be.
 /// scanning  One transfer after the other is read as packets, until a block's end.
+/// pausing   The stream could not be switched on again; that is tried once more when the link has had time to recover
+///           or its end to be known.
 ///
 /// A camera that halted its endpoint, a link that failed, and packets in which no block's end is found need more: the
 /// stream is switched off and on between reaping and planned. A camera that is gone ends the stream; all buffers
@@ -57,7 +62,8 @@ public:
     StreamEngine(const StreamEngine&) = delete;
     StreamEngine& operator=(const StreamEngine&) = delete;
 
-    /// Starts the thread. The camera's stream may be switched on afterwards.
+    /// Starts the thread. The transfer of the first leader is queued when this returns, for there are no buffers yet;
+    /// the camera's stream may be switched on then.
     void Start();
     /// Completes all buffers as cancelled and returns when that is done. Streaming goes on.
     void Cancel();
@@ -65,9 +71,12 @@ public:
     void Stop();
     /// The stream was switched off and on at least once.
     bool WasRestarted() const { return m_WasRestarted; }
+    /// The camera was found gone.
+    bool IsLost() const { return m_IsLost; }
 
 private:
-    enum class Mode { Planned, Reaping, Scanning, Dead };
+    using Clock = std::chrono::steady_clock;
+    enum class Mode { Planned, Reaping, Scanning, Pausing, Dead };
     enum class Reason { Resynchronize, Cancel, Restart, Lost };
 
     void Run();
@@ -79,7 +88,7 @@ private:
     // Queuing.
     void SubmitMore();
     PlannedTransfer* NextTransfer();
-    bool HasRoom(std::size_t length) const;
+    bool BindNext(BlockSlot& slot);
     bool Submit(PlannedTransfer& transfer);
     void Advance();
 
@@ -109,7 +118,9 @@ private:
     bool DeliverFound(std::deque<BufferHandle_s*>& buffers);
     void Deliver(BufferHandle_s* buffer, const PacketParser::Block& block);
     void CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status);
+    void RestartSoon();
     void Restart();
+    VxStatus SwitchOnAgain();
     void Die(VxStatus status);
     void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
 
@@ -128,6 +139,7 @@ private:
     unsigned int m_CancelsServed = 0; // guarded by m_Mutex
     bool m_Ended = false;             // guarded by m_Mutex
     std::atomic<bool> m_WasRestarted{false};
+    std::atomic<bool> m_IsLost{false};
 
     // Of the stream's thread from here on.
     std::vector<std::uint8_t> m_Dump;
@@ -135,12 +147,12 @@ private:
     std::size_t m_NextSlot = 0;              // where the next transfer to queue belongs
     std::size_t m_NextTransfer = 0;          // which one it is
     bool m_NextIsBound = false;              // its block has a buffer, but nothing of it is queued yet
+    bool m_LeadsOff = false;                 // the first leader may be queued before there is a buffer
     std::deque<BlockSlot*> m_Bound;          // slots with buffers, oldest first
     std::deque<PlannedTransfer*> m_InFlight; // in the order of queuing
     BlockSlot* m_Late = nullptr;             // the oldest block, when something empty came in its trailer's place
     std::size_t m_BytesInFlight = 0;
-    std::size_t m_MaxTransfers;
-    std::size_t m_MaxBytes;
+    TransferBudget m_Budget;
     Mode m_Mode = Mode::Planned;
     Reason m_Reason = Reason::Resynchronize;
     VxStatus m_Damage = VX_OK;              // why the oldest block failed, while reaping; VX_OK: it did not
@@ -152,11 +164,11 @@ private:
     std::uint64_t m_Scanned = 0; // bytes since scanning began
     PlannedTransfer m_Scan;
     unsigned int m_RestartsInARow = 0;
+    VxStatus m_RestartReason = VX_E_USB_IO;
+    bool m_IsOff = false; // the camera's stream has to be switched on again
+    Clock::time_point m_PauseEnd;
     unsigned int m_CancelsTaken = 0;
     bool m_Stopping = false;
-    bool m_MemoryShort = false;
-    bool m_MemoryShortTold = false;
-    unsigned int m_BlocksSinceShort = 0;
 
     std::thread m_Thread; // joined by Stop
 };

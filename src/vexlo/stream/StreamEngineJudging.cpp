@@ -118,12 +118,7 @@ void StreamEngine::FinishBlock(BlockSlot& slot, const BlockEvidence& evidence) {
     const CVxStream::GrabResult result = JudgeBlock(evidence);
     if (result.Status == VX_OK) m_RestartsInARow = 0;
     Complete(buffer, result);
-    // Memory that was short may be free again: try for one transfer more now and then.
-    constexpr unsigned int kBlocksBetweenTries = 100;
-    if (m_MaxTransfers < m_Settings.maxQueuedTransfers && ++m_BlocksSinceShort >= kBlocksBetweenTries) {
-        m_BlocksSinceShort = 0;
-        ++m_MaxTransfers;
-    }
+    m_Budget.BlockCompleted();
 }
 
 void StreamEngine::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {

@@ -13,6 +13,9 @@ namespace vexlo {
 namespace {
 
 constexpr unsigned int kMostRestartsInARow = 8;
+constexpr unsigned int kRestartsUntilHalt = 3; ///< setting a halt is no first remedy
+constexpr std::chrono::milliseconds kShortestPause{10};
+constexpr std::chrono::milliseconds kLongestPause{250};
 constexpr std::size_t kFewestScanPackets = 64;
 
 bool BeginsBlock(const PlannedTransfer& transfer) {
@@ -51,10 +54,10 @@ void StreamEngine::FeedWith(const PlannedTransfer& transfer) {
 
 std::deque<BufferHandle_s*> StreamEngine::Unbind() {
     std::deque<BufferHandle_s*> buffers;
-    for (BlockSlot* slot : m_Bound) {
+    for (const BlockSlot* slot : m_Bound)
         buffers.push_back(slot->Buffer());
+    for (auto& slot : m_Slots)
         slot->Unbind();
-    }
     m_Bound.clear();
     m_Late = nullptr;
     m_NextSlot = m_NextTransfer = 0;
@@ -86,7 +89,9 @@ void StreamEngine::FinishReaping() {
     TakeFound();
     (void)DeliverFound(buffers);
     m_Pool.PutBack(buffers);
-    if (m_ReapedFailure != VX_E_USB_NO_DEVICE && m_Reason != Reason::Lost) ++m_Statistics.resynchronizations;
+    const bool isSameAgain = m_IsOff && m_Damage == VX_OK;
+    if (m_ReapedFailure != VX_E_USB_NO_DEVICE && m_Reason != Reason::Lost && !isSameAgain)
+        ++m_Statistics.resynchronizations;
     GoOn();
 }
 
@@ -103,11 +108,21 @@ void StreamEngine::GoOn() {
     if (m_Reason == Reason::Lost || m_ReapedFailure == VX_E_USB_NO_DEVICE) return Die(VX_E_USB_NO_DEVICE);
     if (m_Stopping) {
         m_Mode = Mode::Planned; // nothing is submitted any more
-    } else if (m_Reason == Reason::Restart || m_ReapedFailure != VX_OK) {
-        Restart();
+    } else if (m_Reason == Reason::Restart || m_ReapedFailure != VX_OK || m_IsOff) {
+        RestartSoon();
     } else {
         FindPlace();
     }
+}
+
+void StreamEngine::RestartSoon() {
+    if (m_ReapedFailure != VX_OK) {
+        m_RestartReason = m_ReapedFailure;
+    } else if (m_Reason == Reason::Restart && m_Damage != VX_OK) {
+        m_RestartReason = m_Damage;
+    }
+    m_IsOff = true;
+    m_Mode = Mode::Pausing; // for no time at all, unless the last restart failed
 }
 
 /// Back to the plan when the parser knows where the stream is, else on with single transfers until it does.
@@ -169,23 +184,40 @@ void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& bl
     Complete(buffer, JudgeBlock(evidence));
 }
 
-/// Off, halt cleared, sizes told again, on. The camera counts its blocks from 0 afterwards.
+/// The camera counts its blocks from 0 afterwards. When it was unplugged, transfers may fail as of a bad link before
+/// that is known: so a failure here is not the end at once.
 void StreamEngine::Restart() {
-    const VxStatus reason = m_ReapedFailure != VX_OK ? m_ReapedFailure : m_Damage;
-    if (++m_RestartsInARow > kMostRestartsInARow) return Die(reason);
+    if (++m_RestartsInARow > kMostRestartsInARow) return Die(m_RestartReason);
     m_WasRestarted = true;
     m_Statistics.Restart();
+    const VxStatus status = SwitchOnAgain();
+    m_IsOff = status != VX_OK;
+    if (!m_IsOff || m_Mode == Mode::Reaping) return;
+    if (status == VX_E_USB_NO_DEVICE && m_InFlight.empty()) return Die(status);
+    m_PauseEnd = Clock::now() + std::min(kShortestPause * (1 << m_RestartsInARow), kLongestPause);
+    if (m_InFlight.empty()) {
+        m_Mode = Mode::Pausing;
+    } else {
+        Leave(status == VX_E_USB_NO_DEVICE ? Reason::Lost : Reason::Restart, VX_OK);
+    }
+}
+
+/// Off, halt cleared, sizes told again, transfers queued, on.
+VxStatus StreamEngine::SwitchOnAgain() {
     (void)m_Registers.Disable(); // a halted camera may have done so itself
-    VxStatus status = m_Registers.ClearHalt();
-    if (status == VX_OK) status = m_Registers.Program(m_Settings.plan);
-    if (status == VX_OK) status = m_Registers.Enable(m_Settings.plan);
-    if (status != VX_OK) return Die(status == VX_E_USB_NO_DEVICE ? status : reason);
+    if (m_RestartsInARow >= kRestartsUntilHalt) m_Registers.SetHalt();
+    if (const VxStatus status = m_Registers.ClearHalt()) return status;
+    if (const VxStatus status = m_Registers.Program(m_Settings.plan)) return status;
     m_Mode = Mode::Planned;
+    m_LeadsOff = true;
+    SubmitMore();
+    return m_Mode == Mode::Planned ? m_Registers.Enable() : VX_E_USB_IO;
 }
 
 void StreamEngine::Die(VxStatus status) {
     Log(256, "The stream ended with status 0x%08X", status);
     m_Mode = Mode::Dead;
+    m_IsLost = status == VX_E_USB_NO_DEVICE;
     m_Found.clear();
     for (BufferHandle_s* buffer : m_Pool.Refuse(status))
         Complete(buffer, EmptyResult(status));

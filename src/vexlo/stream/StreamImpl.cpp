@@ -1,5 +1,6 @@
 #include "StreamImpl.h"
 
+#include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
 #include <exception>
@@ -23,13 +24,24 @@ VxStatus CVxStream::Impl::Open() {
     Guard guard(m_StateMutex);
     if (state != State::Closed) return VX_E_ALREADY_OPEN;
     if (const VxStatus status = host.GetStreamChannel(m_Channel)) return status;
+    if (const VxStatus status = OpenHandle()) return status;
+    if (host.TransferMemoryLimit() != 0) m_Counted.emplace();
+    state = State::Open;
+    return VX_OK;
+}
+
+VxStatus CVxStream::Impl::OpenHandle() {
     std::unique_ptr<usb::Handle> handle;
     if (const VxStatus status = host.OpenHandle(handle)) return status;
     const usb::Result claimed = handle->Claim(m_Channel.interfaceNumber);
     if (claimed != usb::Result::Ok) return ToStatus(claimed);
     m_Handle = std::move(handle);
-    state = State::Open;
     return VX_OK;
+}
+
+void CVxStream::Impl::CloseHandle() {
+    if (m_Handle) m_Handle->Release(m_Channel.interfaceNumber);
+    m_Handle.reset();
 }
 
 VxStatus CVxStream::Impl::Close() {
@@ -37,8 +49,8 @@ VxStatus CVxStream::Impl::Close() {
     if (state == State::Closed) return VX_OK;
     // A camera that does not answer any more must not keep its stream open.
     if (state != State::Open) (void)FinishLocked();
-    m_Handle->Release(m_Channel.interfaceNumber);
-    m_Handle.reset();
+    CloseHandle();
+    m_Counted.reset();
     pool.Clear();
     state = State::Closed;
     return VX_OK;
@@ -49,13 +61,8 @@ VxStatus CVxStream::Impl::Prepare(unsigned long maxBuffers, unsigned long maxBuf
     if (state == State::Closed) return VX_E_NOT_OPEN;
     if (state != State::Open) return VX_E_INVALID_STATE;
     if (maxBuffers == 0 || maxBufferSize == 0) return VX_E_INVALID_PARAMETER;
-    std::uint32_t maxTransferSize = 0;
-    {
-        Guard settings(m_SettingsMutex);
-        maxTransferSize = m_Settings.maxTransferSize;
-    }
-    if (const VxStatus status = StreamRegisters(host, *m_Handle, m_Channel).MakePlan(maxTransferSize, m_Plan))
-        return status;
+    if (!m_Handle) return VX_E_USB_NO_DEVICE;
+    if (const VxStatus status = MakePlan()) return status;
     m_MaxBuffers = maxBuffers;
     pool.Prepare(maxBuffers, maxBufferSize);
     statistics.Reset();
@@ -63,17 +70,40 @@ VxStatus CVxStream::Impl::Prepare(unsigned long maxBuffers, unsigned long maxBuf
     return VX_OK;
 }
 
+VxStatus CVxStream::Impl::MakePlan() {
+    StreamRegisters::PlanWishes wishes;
+    wishes.memory = {host.TransferMemoryLimit(), StreamCount::Open()};
+    {
+        Guard settings(m_SettingsMutex);
+        wishes.maxTransferSize = m_Settings.maxTransferSize;
+    }
+    return StreamRegisters(host, *m_Handle, m_Channel).MakePlan(wishes, m_Plan);
+}
+
+/// A camera may refuse because of what a predecessor left behind; remedies come in the order of their harm.
 VxStatus CVxStream::Impl::Start() {
     Guard guard(m_StateMutex);
     if (state != State::Prepared) return VX_E_INVALID_STATE;
+    if (!m_Handle) return VX_E_USB_NO_DEVICE;
+    VxStatus status = SwitchOn();
+    if (IsRefusal(status)) status = StartOver();
+    if (IsRefusal(status)) status = ResetAndStartOver(status);
+    if (status == VX_OK) state = State::Streaming;
+    return status;
+}
+
+VxStatus CVxStream::Impl::SwitchOn() {
     StreamRegisters registers(host, *m_Handle, m_Channel);
     if (const VxStatus status = registers.Program(m_Plan)) return status;
     // Data of an earlier run or a stale sequence number would keep some cameras silent.
     if (const VxStatus status = registers.ClearHalt()) return status;
-    return Enable(registers);
+    const VxStatus status = TryEngine(registers);
+    if (status != VX_OK) (void)registers.Disable();
+    return status;
 }
 
-VxStatus CVxStream::Impl::Enable(StreamRegisters& registers) {
+/// The engine queues before the camera is switched on, and ends when that fails.
+VxStatus CVxStream::Impl::TryEngine(StreamRegisters& registers) {
     EngineSettings settings;
     settings.channel = m_Channel;
     settings.plan = m_Plan;
@@ -84,23 +114,47 @@ VxStatus CVxStream::Impl::Enable(StreamRegisters& registers) {
         settings.maxQueuedTransfers = m_Settings.maxQueuedUrbs;
         settings.threadPriority = m_Settings.threadPriority;
     }
-    // No buffer can be queued before the engine runs, so nothing is on the endpoint while the halt may have to be
-    // cleared.
-    if (const VxStatus status = registers.Enable(m_Plan)) {
-        (void)registers.Disable();
-        return status;
-    }
     try {
         auto engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);
         engine->Start();
-        SetEngine(std::move(engine));
+        const VxStatus status = registers.Enable();
+        if (status == VX_OK) {
+            SetEngine(std::move(engine));
+        } else {
+            engine->Stop();
+        }
+        return status;
     } catch (const std::exception&) { // neither memory nor a thread can be had for ever
         pool.Stop(VX_E_CANCELLED);
-        (void)registers.Disable();
         return VX_E_NO_MEMORY;
     }
-    state = State::Streaming;
-    return VX_OK;
+}
+
+/// With sizes that are asked for again, on an endpoint that was halted on both sides.
+VxStatus CVxStream::Impl::StartOver() {
+    StreamRegisters registers(host, *m_Handle, m_Channel);
+    (void)registers.Disable(); // what matters is whether the next try succeeds
+    registers.SetHalt();
+    if (const VxStatus status = registers.ClearHalt()) return status;
+    if (const VxStatus status = MakePlan()) return status;
+    return SwitchOn();
+}
+
+/// A camera that came back with other sizes has lost its settings with the reset; to start it would bring images that
+/// nobody asked for.
+VxStatus CVxStream::Impl::ResetAndStartOver(VxStatus refusal) {
+    const std::uint64_t wanted = m_Plan.requiredSize;
+    Log(Tavix::kLogWarning, "The camera refuses to stream with status 0x%08X; it is reset now", refusal);
+    CloseHandle();
+    const VxStatus reset = host.ResetCamera();
+    if (reset != VX_OK) Log(Tavix::kLogWarning, "The camera cannot be reset: 0x%08X", reset);
+    if (const VxStatus status = OpenHandle()) return status;
+    if (reset != VX_OK) return refusal;
+    if (const VxStatus status = MakePlan()) return status;
+    if (m_Plan.requiredSize == wanted) return SwitchOn();
+    Log(Tavix::kLogError, "The camera has lost its settings with the reset: a block takes %llu bytes now, not %llu",
+        static_cast<unsigned long long>(m_Plan.requiredSize), static_cast<unsigned long long>(wanted));
+    return refusal;
 }
 
 VxStatus CVxStream::Impl::Finish() {
@@ -114,8 +168,8 @@ VxStatus CVxStream::Impl::FinishLocked() {
     state = State::Open;
     if (!engine) return VX_OK;
     StreamRegisters registers(host, *m_Handle, m_Channel);
-    // While transfers are still queued the camera can flush what it holds.
-    const VxStatus status = registers.Disable();
+    // While transfers are still queued the camera can flush what it holds. One that is gone is not asked any more.
+    const VxStatus status = engine->IsLost() ? VX_E_USB_NO_DEVICE : registers.Disable();
     engine->Stop();
     SetEngine(nullptr);
     // The engine may have been about to switch the stream on again.

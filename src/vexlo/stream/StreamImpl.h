@@ -11,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace vexlo {
 
@@ -42,16 +43,25 @@ public:
     std::atomic<State> state{State::Closed}; // changed under stateMutex
 
 private:
+    VxStatus OpenHandle();
+    void CloseHandle();
+    VxStatus MakePlan();
+    VxStatus SwitchOn();
+    VxStatus TryEngine(StreamRegisters& registers);
+    VxStatus StartOver();
+    VxStatus ResetAndStartOver(VxStatus refusal);
     VxStatus FinishLocked();
-    VxStatus Enable(StreamRegisters& registers);
     std::shared_ptr<StreamEngine> Engine();
     void SetEngine(std::shared_ptr<StreamEngine> engine);
 
     std::mutex m_StateMutex;
-    std::unique_ptr<usb::Handle> m_Handle; // guarded by m_StateMutex; with the interface claimed
-    StreamChannel m_Channel;               // guarded by m_StateMutex
-    u3v::TransferPlan m_Plan;              // guarded by m_StateMutex
-    std::size_t m_MaxBuffers = 0;          // guarded by m_StateMutex
+    /// Guarded by m_StateMutex; with the interface claimed. Null while closed, and after the camera was lost in a
+    /// reset.
+    std::unique_ptr<usb::Handle> m_Handle;
+    std::optional<StreamCount> m_Counted; // guarded by m_StateMutex; while open on a bus with limited memory
+    StreamChannel m_Channel;              // guarded by m_StateMutex
+    u3v::TransferPlan m_Plan;             // guarded by m_StateMutex
+    std::size_t m_MaxBuffers = 0;         // guarded by m_StateMutex
     std::mutex m_EngineMutex;
     std::shared_ptr<StreamEngine> m_Engine; // guarded by m_EngineMutex
     std::mutex m_SettingsMutex;

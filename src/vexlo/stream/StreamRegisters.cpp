@@ -11,6 +11,7 @@ namespace {
 
 /// Each transfer of a block takes some memory; a camera that asks for more is out of its mind.
 constexpr std::uint32_t kMostTransfers = 1u << 16;
+constexpr unsigned int kHaltTimeoutMs = 500;
 
 } // namespace
 
@@ -34,7 +35,7 @@ VxStatus StreamRegisters::Write32(std::uint64_t offset, std::uint32_t value) {
     return m_Host.WriteRegister(m_Channel.registerBase + offset, bytes, sizeof bytes);
 }
 
-VxStatus StreamRegisters::MakePlan(std::uint32_t maxTransferSize, u3v::TransferPlan& plan) {
+VxStatus StreamRegisters::MakePlan(const PlanWishes& wishes, u3v::TransferPlan& plan) {
     std::uint32_t control = 0, info = 0;
     if (const VxStatus status = Read32(u3v::sirm::kControl, control)) return status;
     // A predecessor may have crashed while it streamed.
@@ -48,7 +49,7 @@ VxStatus StreamRegisters::MakePlan(std::uint32_t maxTransferSize, u3v::TransferP
     if (const VxStatus status = Read32(u3v::sirm::kRequiredTrailerSize, needs.trailerSize)) return status;
     needs.alignmentExponent = info >> u3v::sirm::kInfoAlignmentShift;
     needs.packetSize = static_cast<std::uint16_t>(m_Channel.maxPacketSize);
-    needs.maxTransferSize = maxTransferSize;
+    needs.maxTransferSize = SuitableTransferSize(wishes.maxTransferSize, needs.payloadSize, wishes.memory);
     const auto made = u3v::MakeTransferPlan(needs);
     if (!made || made->PayloadTransfers() > kMostTransfers) return VX_E_PAYLOAD_SIZE;
     plan = *made;
@@ -75,13 +76,7 @@ VxStatus StreamRegisters::Program(const u3v::TransferPlan& plan) {
     return VX_OK;
 }
 
-VxStatus StreamRegisters::Enable(const u3v::TransferPlan& plan) {
-    const VxStatus first = Write32(u3v::sirm::kControl, u3v::sirm::kControlStreamEnable);
-    const bool refused = (first & ~VxStatus(0xFFFF)) == VX_E_DEVICE_STATUS_BASE;
-    if (first == VX_OK || !refused) return first;
-    (void)Disable(); // what matters is whether the second try succeeds
-    if (const VxStatus status = ClearHalt()) return status;
-    if (const VxStatus status = Program(plan)) return status;
+VxStatus StreamRegisters::Enable() {
     return Write32(u3v::sirm::kControl, u3v::sirm::kControlStreamEnable);
 }
 
@@ -91,6 +86,16 @@ VxStatus StreamRegisters::Disable() {
 
 VxStatus StreamRegisters::ClearHalt() {
     return ToStatus(m_Handle.ClearHalt(m_Channel.endpoint));
+}
+
+void StreamRegisters::SetHalt() {
+    usb::ControlSetup halt;
+    halt.requestType = u3v::descriptor::kRequestTypeEndpointOut;
+    halt.request = u3v::descriptor::kRequestSetFeature;
+    halt.value = u3v::descriptor::kFeatureEndpointHalt;
+    halt.index = m_Channel.endpoint;
+    std::size_t actual = 0;
+    (void)m_Handle.Control(halt, nullptr, actual, kHaltTimeoutMs);
 }
 
 } // namespace vexlo

@@ -8,14 +8,15 @@ namespace vexlo {
 struct StreamSettings {
     static constexpr std::uint32_t kMostQueuedUrbs = 4096;
     static constexpr std::uint32_t kSmallestTransfer = 16u << 10;
-    /// Larger requests are refused by some host controller drivers and gain nothing.
+    /// Larger requests are refused by some host controller drivers and gain nothing. How much of this a stream makes
+    /// use of depends on its blocks and on the system's memory, see SuitableTransferSize.
     static constexpr std::uint32_t kLargestTransfer = 4u << 20;
     static constexpr std::uint32_t kTransferIncrement = 1u << 10;
     static constexpr std::int32_t kLowestPriority = 0; ///< ordinary scheduling
     static constexpr std::int32_t kHighestPriority = 99;
 
     std::uint32_t maxQueuedUrbs = 64;
-    std::uint32_t maxTransferSize = 1u << 20;
+    std::uint32_t maxTransferSize = kLargestTransfer;
     std::int32_t threadPriority = 0;
 };
 

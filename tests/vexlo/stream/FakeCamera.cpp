@@ -26,12 +26,20 @@ VxStatus FakeCamera::WriteRegister(std::uint64_t address, const void* data, std:
     const std::uint64_t offset = address - kBase;
     m_Writes.emplace_back(offset, value);
     if (m_Refused.count(offset)) return m_Refused[offset];
+    if (const auto found = m_OnWrite.find(offset); found != m_OnWrite.end()) {
+        const auto handler = found->second.first;
+        const unsigned int number = ++found->second.second;
+        lock.unlock();
+        if (const VxStatus status = handler(number)) return status;
+        lock.lock();
+    }
     m_Registers[offset] = value;
     if (offset != 0x04) return VX_OK;
     if (value == 0) {
         m_Bus.DropUnsent();
         return VX_OK;
     }
+    m_QueuedBeforeEnable = m_Bus.Queued();
     if (!m_Answers.empty()) {
         const VxStatus answer = m_Answers.front();
         m_Answers.pop_front();

@@ -62,6 +62,11 @@ public:
         const std::lock_guard<std::mutex> lock(m_Mutex);
         m_Refused[offset] = status;
     }
+    /// Answers writes to a register; called with the number of the write, from 1 on, and no lock held.
+    void OnWrite(std::uint64_t offset, std::function<VxStatus(unsigned int)> handler) {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        m_OnWrite[offset] = {std::move(handler), 0};
+    }
     void AnswerReads(std::uint64_t offset, VxStatus status) {
         const std::lock_guard<std::mutex> lock(m_Mutex);
         m_Unreadable[offset] = status;
@@ -89,9 +94,26 @@ public:
         return m_HaltsBeforeEnable;
     }
 
+    unsigned int Resets() const {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        return m_Resets;
+    }
+    /// What a reset changes in the camera.
+    void OnReset(std::function<void()> handler) {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        m_OnReset = std::move(handler);
+    }
+    /// Transfers that were queued when the stream was switched on last.
+    std::size_t QueuedBeforeEnable() const {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        return m_QueuedBeforeEnable;
+    }
+
     /// Answer when the stream is opened.
     VxStatus openAnswer = vexlo::VX_OK;
     VxStatus channelAnswer = vexlo::VX_OK;
+    VxStatus resetAnswer = vexlo::VX_OK;
+    std::size_t memoryLimit = 0; ///< of the system
 
     [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) override {
         handle = std::make_unique<BusHandle>(m_Bus);
@@ -103,7 +125,15 @@ public:
     }
     [[nodiscard]] VxStatus ReadRegister(std::uint64_t address, void* data, std::size_t size) override;
     [[nodiscard]] VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) override;
-    std::size_t TransferMemoryLimit() override { return 0; }
+    std::size_t TransferMemoryLimit() override { return memoryLimit; }
+    [[nodiscard]] VxStatus ResetCamera() override {
+        std::unique_lock<std::mutex> lock(m_Mutex);
+        ++m_Resets;
+        const auto handler = m_OnReset;
+        lock.unlock();
+        if (handler) handler();
+        return resetAnswer;
+    }
     void ReportLost() override {
         const std::lock_guard<std::mutex> lock(m_Mutex);
         ++m_Lost;
@@ -116,6 +146,7 @@ private:
     mutable std::mutex m_Mutex;
     std::map<std::uint64_t, std::uint32_t> m_Registers;
     std::map<std::uint64_t, VxStatus> m_Refused;
+    std::map<std::uint64_t, std::pair<std::function<VxStatus(unsigned int)>, unsigned int>> m_OnWrite;
     std::map<std::uint64_t, VxStatus> m_Unreadable;
     std::deque<VxStatus> m_Answers;
     std::vector<Write> m_Writes;
@@ -123,6 +154,9 @@ private:
     unsigned int m_Enabled = 0;
     unsigned int m_HaltsBeforeEnable = 0;
     unsigned int m_Lost = 0;
+    unsigned int m_Resets = 0;
+    std::function<void()> m_OnReset;
+    std::size_t m_QueuedBeforeEnable = 0;
 };
 
 } // namespace streamtest

@@ -101,6 +101,16 @@ std::size_t PacketBus::Queued() const {
     return m_Queue.size();
 }
 
+std::size_t PacketBus::Ended() const {
+    Lock lock(m_Mutex);
+    return m_Ended.size();
+}
+
+unsigned int PacketBus::HaltsSet() const {
+    Lock lock(m_Mutex);
+    return m_HaltsSet;
+}
+
 std::vector<usb::Transfer> PacketBus::QueuedTransfers() const {
     Lock lock(m_Mutex);
     std::vector<usb::Transfer> copies;
@@ -215,6 +225,17 @@ Result PacketBus::Claim(std::uint8_t) {
 Result PacketBus::Release(std::uint8_t) {
     Lock lock(m_Mutex);
     --m_Claims;
+    return Result::Ok;
+}
+
+Result PacketBus::Control(const usb::ControlSetup& setup, std::uint8_t*, std::size_t&, unsigned int) {
+    Lock lock(m_Mutex);
+    if (m_Gone) return Result::NoDevice;
+    const bool setsHalt = setup.requestType == 0x02 && setup.request == 0x03 && setup.value == 0;
+    if (!setsHalt) return Result::Pipe;
+    if (!m_Queue.empty() || !m_Ended.empty()) m_Offences.push_back("a halt was set with transfers queued");
+    ++m_HaltsSet;
+    m_Halted = true;
     return Result::Ok;
 }
 

@@ -44,6 +44,8 @@ public:
 
     // What the host did.
     std::size_t Queued() const;
+    std::size_t Ended() const; ///< transfers whose completion has not run yet
+    unsigned int HaltsSet() const;
     std::vector<usb::Transfer> QueuedTransfers() const;
     std::size_t MostQueued() const;
     std::size_t Unsent() const; ///< packets and faults of the script that are still to come
@@ -62,9 +64,8 @@ public:
 
     [[nodiscard]] usb::Result Claim(std::uint8_t number) override;
     usb::Result Release(std::uint8_t number) override;
-    [[nodiscard]] usb::Result Control(const usb::ControlSetup&, std::uint8_t*, std::size_t&, unsigned int) override {
-        return usb::Result::NotSupported;
-    }
+    [[nodiscard]] usb::Result Control(const usb::ControlSetup& setup, std::uint8_t*, std::size_t&,
+                                      unsigned int) override;
     [[nodiscard]] usb::Result Bulk(std::uint8_t, std::uint8_t*, std::size_t, std::size_t&, unsigned int) override {
         return usb::Result::NotSupported;
     }
@@ -101,6 +102,7 @@ private:
     std::size_t m_MostQueued = 0;
     unsigned int m_EventCalls = 0;
     unsigned int m_HaltsCleared = 0;
+    unsigned int m_HaltsSet = 0;
     usb::Result m_Events = usb::Result::Ok;
     usb::Result m_ClearHalt = usb::Result::Ok;
     usb::Result m_NextSubmit = usb::Result::Ok;
