@@ -22,15 +22,16 @@ public:
     /// Identifiers for GetProperty and SetProperty. Values are little-endian of the width given; any other size fails
     /// with VX_E_INVALID_SIZE.
     enum EPropertyValue : unsigned int {
-        Property_ReadPipeResetCount = 0x200,           ///< 8 bytes, read: count of read pipe resets
-        Property_WritePipeResetCount = 0x300,          ///< 8 bytes, read: count of write pipe resets
-        Property_ReadOperationsFailedCount = 0x400,    ///< 8 bytes, read
-        Property_WriteOperationsFailedCount = 0x500,   ///< 8 bytes, read
-        Property_LastErrorStatus = 0x600,              ///< 4 bytes, read: status of the last failed read or write
-        Property_ControlTimeout = 0x700,               ///< 4 bytes, read/write: floor of the control timeout in ms
-        Property_CustomRequestId = 0xAFFE0000,         ///< 1 byte, read/write: bRequest of a custom control request
-        Property_CustomRequestValue = 0xAFFE0100,      ///< 2 bytes, read/write: wValue
-        Property_CustomRequestIndex = 0xAFFE0200,      ///< 2 bytes, read/write: wIndex
+        Property_ReadPipeResetCount = 0x200,         ///< 8 bytes, read: count of read pipe resets
+        Property_WritePipeResetCount = 0x300,        ///< 8 bytes, read: count of write pipe resets
+        Property_ReadOperationsFailedCount = 0x400,  ///< 8 bytes, read
+        Property_WriteOperationsFailedCount = 0x500, ///< 8 bytes, read
+        Property_LastErrorStatus = 0x600,            ///< 4 bytes, read: status of the last failed read or write
+        Property_ControlTimeout = 0x700,             ///< 4 bytes, read/write: floor of the control timeout in ms
+        Property_ConnectTimeout = 0x800,             ///< 4 bytes, read/write: patience of Open with silent cameras, ms
+        Property_CustomRequestId = 0xAFFE0000,       ///< 1 byte, read/write: bRequest of a custom control request
+        Property_CustomRequestValue = 0xAFFE0100,    ///< 2 bytes, read/write: wValue
+        Property_CustomRequestIndex = 0xAFFE0200,    ///< 2 bytes, read/write: wIndex
         Property_CustomRequestDataLength = 0xAFFE0300, ///< 2 bytes, read/write: wLength
         Property_CustomRequestExecuteRead =
             0xAFFE0400, ///< 1 byte: a write of any value executes a device-to-host request
@@ -45,7 +46,8 @@ public:
     static void DestroyDevice(CVxDevice* device);
 
     /// Opens the camera that the record names: by device path, else by GUID, else by vendor, product and serial number.
-    /// VX_E_BUSY when it is in use elsewhere, VX_E_USB_ACCESS when not permitted.
+    /// VX_E_BUSY when it is in use elsewhere, VX_E_USB_ACCESS when not permitted. A camera may still be booting: one
+    /// that is silent is waited for (Property_ConnectTimeout), then reset once. Opening it again soon is brief.
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo& info);
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo* info);
     [[nodiscard]] VxStatus Close();

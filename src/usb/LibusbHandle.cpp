@@ -91,6 +91,14 @@ Result LibusbHandle::Claim(std::uint8_t interfaceNumber) {
     return FromLibusb(libusb_claim_interface(m_Device.get(), interfaceNumber));
 }
 
+/// Selecting the active configuration once more would be a light reset.
+Result LibusbHandle::SelectConfiguration(std::uint8_t value) {
+    int active = 0;
+    const int code = libusb_get_configuration(m_Device.get(), &active);
+    if (code == LIBUSB_SUCCESS && active == value) return Result::Ok;
+    return FromLibusb(libusb_set_configuration(m_Device.get(), value));
+}
+
 Result LibusbHandle::Release(std::uint8_t interfaceNumber) {
     return FromLibusb(libusb_release_interface(m_Device.get(), interfaceNumber));
 }

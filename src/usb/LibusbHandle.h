@@ -28,6 +28,7 @@ public:
     ~LibusbHandle() override;
 
     [[nodiscard]] Result Claim(std::uint8_t interfaceNumber) override;
+    [[nodiscard]] Result SelectConfiguration(std::uint8_t value) override;
     Result Release(std::uint8_t interfaceNumber) override;
     [[nodiscard]] Result Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
                                  unsigned int timeoutMs) override;

@@ -14,8 +14,9 @@ namespace {
 
 constexpr int kRepeats = 2; ///< after the first try of a command that may be sent again
 constexpr int kBusyRepeats = 10;
-constexpr int kMostForeign = 64;   ///< acknowledges that are not ours, within one exchange
-constexpr int kMostLeftOvers = 16; ///< acknowledges of a predecessor
+constexpr int kAttemptsPerHalt = 8; ///< to connect
+constexpr int kMostForeign = 64;    ///< acknowledges that are not ours, within one exchange
+constexpr int kMostLeftOvers = 16;  ///< acknowledges of a predecessor
 constexpr std::size_t kPlausibleLimit = 64;
 constexpr std::size_t kLargestLimit = 65536 + u3v::control::kHeaderSize; ///< what the length fields can say
 
@@ -61,30 +62,40 @@ void ControlChannel::SetLimits(std::uint32_t maxCommand, std::uint32_t maxAcknow
 
 ControlTiming::Duration ControlChannel::Timeout() const {
     const auto stated = std::min(ControlTiming::Duration(m_ResponseTime.load()), m_Timing.ceiling);
-    return std::max(stated, ControlTiming::Duration(m_Floor.load())) + m_Timing.margin;
+    const auto busy = m_Streams > 0 ? m_Timing.streamingFloor : ControlTiming::Duration(0);
+    return std::max({stated, busy, ControlTiming::Duration(m_Floor.load())}) + m_Timing.margin;
 }
 
 VxStatus ControlChannel::Connect() {
     const MutexLock lock(m_Lock);
-    const auto end = Clock::now() + m_Timing.connectLimit;
-    VxStatus status = VX_OK;
-    // Clearing is harmless to every camera; a halt that we set ourselves is not, so it comes second.
-    for (int attempt = 0; attempt == 0 || Clock::now() < end; ++attempt) {
-        status = Resynchronise(/*forceHalt=*/attempt == 1);
-        if (status == VX_OK || status == VX_E_USB_NO_DEVICE) return status;
+    const VxStatus status = ConnectWithin(m_Timing.connectLimit);
+    if (status == VX_OK || status == VX_E_USB_NO_DEVICE || !m_Timing.mayReset) return status;
+    Log(Tavix::kLogWarning, "The camera does not answer (0x%08X); it is reset now", status);
+    const VxStatus reset = Reset();
+    if (reset == VX_E_USB_NO_DEVICE) return reset;
+    return reset == VX_OK ? ConnectWithin(m_Timing.resetLimit) : status;
+}
+
+/// Clearing is harmless to every camera; a halt that we set ourselves is not, so it comes second, and seldom.
+VxStatus ControlChannel::ConnectWithin(ControlTiming::Duration limit) {
+    const auto end = Clock::now() + limit;
+    for (int attempt = 0;; ++attempt) {
+        const VxStatus status = Resynchronise(/*forceHalt=*/attempt % kAttemptsPerHalt == 1);
+        if (status == VX_OK || status == VX_E_USB_NO_DEVICE || Clock::now() >= end) return status;
         std::this_thread::sleep_for(m_Timing.busyPause);
     }
-    return status;
+}
+
+VxStatus ControlChannel::Reset() {
+    ++m_Counters.cameraResets;
+    const usb::Result result = m_Handle.Reset();
+    return result == usb::Result::NotFound ? VX_E_USB_NO_DEVICE : ToStatus(result);
 }
 
 VxStatus ControlChannel::ResetCamera() {
-    {
-        const MutexLock lock(m_Lock);
-        const usb::Result result = m_Handle.Reset();
-        if (result == usb::Result::NotFound) return VX_E_USB_NO_DEVICE;
-        if (result != usb::Result::Ok) return ToStatus(result);
-    }
-    return Connect();
+    const MutexLock lock(m_Lock);
+    const VxStatus status = Reset();
+    return status == VX_OK ? ConnectWithin(m_Timing.resetLimit) : status;
 }
 
 VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::size_t count) {
@@ -96,7 +107,7 @@ VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::si
 VxStatus ControlChannel::Write(std::uint64_t address, u3v::ByteView data, Repeat repeat) {
     const MutexLock lock(m_Lock);
     if (data.size > m_MaxWrite) return VX_E_INVALID_SIZE;
-    return Persist([=]() TAVIX_REQUIRES(m_Lock) { return WriteOnce(address, data); }, repeat);
+    return Persist([=]() TAVIX_REQUIRES(m_Lock) { return WriteOnce(address, data, repeat); }, repeat);
 }
 
 /// Tries until it works, the camera refuses, or patience is over.
@@ -124,12 +135,13 @@ ControlChannel::Outcome ControlChannel::ReadOnce(std::uint64_t address, std::uin
     exchange.command = {packet.data(), packet.size()};
     exchange.expectedAck = u3v::kReadMemAck;
     exchange.largestAck = u3v::control::kHeaderSize + count;
+    exchange.patience = Timeout();
     exchange.data = data;
     exchange.count = count;
     return Run(exchange);
 }
 
-ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::ByteView data) {
+ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::ByteView data, Repeat repeat) {
     Exchange exchange;
     exchange.requestId = TakeRequestId();
     const auto size = u3v::EncodeWriteMem(exchange.requestId, address, data, m_Command.data(), m_Command.size());
@@ -137,6 +149,7 @@ ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::By
     exchange.command = {m_Command.data(), *size};
     exchange.expectedAck = u3v::kWriteMemAck;
     exchange.largestAck = u3v::control::kWriteMemAckSize;
+    exchange.patience = repeat == Repeat::Never ? std::max(Timeout(), m_Timing.lastingFloor) : Timeout();
     exchange.count = data.size;
     return Run(exchange);
 }
@@ -161,7 +174,7 @@ ControlChannel::Outcome ControlChannel::Send(const Exchange& exchange) {
 
 ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
     const auto start = Clock::now();
-    auto end = start + Timeout();
+    auto end = start + exchange.patience;
     // Room for a pending acknowledge, and up to the end of a packet so that no camera can send more than fits; no
     // further, or the camera would have to end a full packet by an empty one.
     const std::size_t room =

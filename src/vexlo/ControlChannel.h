@@ -16,13 +16,17 @@ namespace vexlo {
 /// How patient the control channel is.
 struct ControlTiming {
     using Duration = std::chrono::milliseconds;
-    Duration floor{500};          ///< least time for an answer; a setting
-    Duration ceiling{5000};       ///< most of what a camera states as its response time is believed up to here
-    Duration margin{100};         ///< added to what the camera states
-    Duration pendingLimit{30000}; ///< whole time for one command, however often the camera asks for more
-    Duration busyPause{20};       ///< before a command that met a busy camera is sent again
-    Duration drain{3};            ///< for each look for left-over acknowledges
-    Duration connectLimit{2000};  ///< for a camera whose firmware still boots
+    Duration floor{500};           ///< least time for an answer; a setting
+    Duration streamingFloor{2000}; ///< the same while a stream may keep the link busy
+    Duration lastingFloor{3000};   ///< the same for what may be a lasting change, and cannot be asked for again
+    Duration ceiling{5000};        ///< most of what a camera states as its response time is believed up to here
+    Duration margin{100};          ///< added to what the camera states
+    Duration pendingLimit{30000};  ///< whole time for one command, however often the camera asks for more
+    Duration busyPause{20};        ///< before a command that met a busy camera is sent again
+    Duration drain{3};             ///< for each look for left-over acknowledges
+    Duration connectLimit{10000};  ///< for a camera whose firmware still boots
+    Duration resetLimit{3000};     ///< the same after the port was reset
+    bool mayReset = true;          ///< a camera that stays silent
 };
 
 /// Whether a command may be sent again after it may have been executed.
@@ -42,13 +46,15 @@ public:
     struct Counters {
         std::atomic<std::uint64_t> readPipeResets{0};
         std::atomic<std::uint64_t> writePipeResets{0};
+        std::atomic<std::uint64_t> cameraResets{0};
     };
 
     /// The handle must outlive the channel; the control interface must be claimed.
     ControlChannel(usb::Handle& handle, const u3v::Endpoint& out, const u3v::Endpoint& in, Counters& counters,
                    const ControlTiming& timing);
 
-    /// Clears what a predecessor left and reads the first register until the camera answers or the limit is over.
+    /// Clears what a predecessor left and reads the first register until the camera answers or the limit is over; then
+    /// resets the camera's port and tries once more. VX_E_USB_NO_DEVICE when it came back as another device.
     [[nodiscard]] VxStatus Connect() TAVIX_EXCLUDES(m_Lock);
 
     /// Resets the camera's port and connects again. VX_E_USB_NO_DEVICE when it came back as another device.
@@ -59,6 +65,9 @@ public:
     void SetResponseTime(std::uint32_t milliseconds) { m_ResponseTime = milliseconds; }
     void SetLimits(std::uint32_t maxCommand, std::uint32_t maxAcknowledge) TAVIX_EXCLUDES(m_Lock);
     void SetFloor(std::uint32_t milliseconds) { m_Floor = milliseconds; }
+    /// A stream of the camera runs from now on, or does no more.
+    void StreamStarts() { ++m_Streams; }
+    void StreamEnds() { --m_Streams; }
 
     /// Most data bytes that one command can read (write); multiples of 4.
     std::size_t MaxRead() const { return m_MaxRead; }
@@ -81,7 +90,8 @@ private:
         std::uint16_t requestId = 0;
         std::uint16_t expectedAck = 0;
         std::size_t largestAck = 0;
-        std::uint8_t* data = nullptr; ///< where a read's bytes go
+        ControlTiming::Duration patience{0}; ///< for an answer
+        std::uint8_t* data = nullptr;        ///< where a read's bytes go
         std::size_t count = 0;
     };
     /// How an exchange ended.
@@ -92,7 +102,9 @@ private:
     };
 
     Outcome ReadOnce(std::uint64_t address, std::uint8_t* data, std::size_t count) TAVIX_REQUIRES(m_Lock);
-    Outcome WriteOnce(std::uint64_t address, u3v::ByteView data) TAVIX_REQUIRES(m_Lock);
+    Outcome WriteOnce(std::uint64_t address, u3v::ByteView data, Repeat repeat) TAVIX_REQUIRES(m_Lock);
+    VxStatus ConnectWithin(ControlTiming::Duration limit) TAVIX_REQUIRES(m_Lock);
+    VxStatus Reset() TAVIX_REQUIRES(m_Lock);
     template<class Once>
     VxStatus Persist(Once once, Repeat repeat) TAVIX_REQUIRES(m_Lock);
     Outcome Run(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
@@ -114,6 +126,7 @@ private:
 
     std::atomic<std::uint32_t> m_ResponseTime{0};
     std::atomic<std::uint32_t> m_Floor;
+    std::atomic<int> m_Streams{0};
     std::atomic<std::size_t> m_MaxRead;
     std::atomic<std::size_t> m_MaxWrite;
 

@@ -10,15 +10,57 @@
 #include "vexlo/XmlFile.h"
 #include "vexlo/stream/StreamImpl.h"
 
+#include <algorithm>
 #include <new>
+#include <thread>
 
 namespace vexlo {
 namespace {
 
 constexpr std::uint32_t kShortestFloor = 10;
 constexpr std::uint32_t kLongestFloor = 60000;
+constexpr std::uint32_t kLongestConnect = 60000;
+constexpr std::chrono::milliseconds kLookPause{50};
+
+VxStatus OpenSession(Library& library, const DeviceDiscoveryInfo& info, const DeviceSession::Options& options,
+                     std::shared_ptr<DeviceSession>& session) {
+    FoundCamera camera;
+    VxStatus status = FindCamera(library.Backends(), info, camera);
+    if (status != VX_OK) return status;
+    status = DeviceSession::Open(camera, library.Notifier(), options, session);
+    Log(Tavix::kLogDetail, "Open camera '%s': 0x%08X", camera.path.c_str(), status);
+    return status;
+}
+
+/// After a reset that made the camera leave the bus: it comes back within some seconds, perhaps under another address.
+VxStatus OpenReturning(Library& library, const DeviceDiscoveryInfo& info, DeviceSession::Options options,
+                       std::shared_ptr<DeviceSession>& session) {
+    const auto end = std::chrono::steady_clock::now() + options.timing.resetLimit;
+    options.timing.mayReset = false;
+    options.timing.connectLimit = options.timing.resetLimit;
+    for (;;) {
+        const VxStatus status = OpenSession(library, info, options, session);
+        const bool isAway = status == VX_E_NOT_FOUND || status == VX_E_USB_NO_DEVICE || status == VX_E_USB_ACCESS;
+        if (!isAway || std::chrono::steady_clock::now() >= end)
+            return status == VX_E_NOT_FOUND ? VX_E_USB_NO_DEVICE : status;
+        std::this_thread::sleep_for(kLookPause);
+    }
+}
 
 } // namespace
+
+ControlTiming ConnectPatience::For(ControlTiming timing) const {
+    if (Clock::now() >= m_SilentUntil) return timing;
+    timing.connectLimit = std::min(timing.connectLimit, kBriefLimit);
+    timing.mayReset = false;
+    return timing;
+}
+
+void ConnectPatience::Note(VxStatus status) {
+    const bool isSilent = status == VX_E_TIMEOUT || status == VX_E_USB_STALL || status == VX_E_USB_IO ||
+                          status == VX_E_PROTOCOL || status == VX_E_USB_OVERFLOW;
+    m_SilentUntil = isSilent ? Clock::now() + kMemory : Clock::time_point{};
+}
 
 VxStatus AccessStatistics::NoteRead(VxStatus status) {
     if (status == VX_OK) return status;
@@ -37,6 +79,7 @@ VxStatus AccessStatistics::NoteWrite(VxStatus status) {
 void AccessStatistics::Clear() {
     pipes.readPipeResets = 0;
     pipes.writePipeResets = 0;
+    pipes.cameraResets = 0;
     failedReads = 0;
     failedWrites = 0;
     lastError = VX_OK;
@@ -76,17 +119,16 @@ VxStatus CVxDevice::Open(const DeviceDiscoveryInfo& info) {
     const auto library = Library::Get();
     if (!library) return VX_E_NOT_INITIALIZED;
     if (m_Impl->session.Get()) return VX_E_ALREADY_OPEN;
-    FoundCamera camera;
-    VxStatus status = FindCamera(library->Backends(), info, camera);
-    if (status != VX_OK) return status;
     m_Impl->statistics.Clear();
     DeviceSession::Options options;
     options.device = this;
-    options.timing = m_Impl->timing;
+    options.timing = m_Impl->patience.For(m_Impl->timing);
     options.counters = &m_Impl->statistics.pipes;
     std::shared_ptr<DeviceSession> session;
-    status = DeviceSession::Open(camera, library->Notifier(), options, session);
-    Log(Tavix::kLogDetail, "Open camera '%s': 0x%08X", camera.path.c_str(), status);
+    VxStatus status = OpenSession(*library, info, options, session);
+    const bool wasReset = m_Impl->statistics.pipes.cameraResets != 0;
+    if (wasReset && status == VX_E_USB_NO_DEVICE) status = OpenReturning(*library, info, options, session);
+    m_Impl->patience.Note(status);
     if (status == VX_OK) m_Impl->session.Set(std::move(session));
     return status;
 }
@@ -151,6 +193,8 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
     const MutexLock lock(m_Impl->lock);
     if (id == Property_ControlTimeout)
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.floor.count()), buffer, size);
+    if (id == Property_ConnectTimeout)
+        return GetValue(static_cast<std::uint32_t>(m_Impl->timing.connectLimit.count()), buffer, size);
     return m_Impl->request.Get(id, buffer, size);
 }
 
@@ -164,6 +208,14 @@ VxStatus CVxDevice::SetProperty(EPropertyValue id, const void* buffer, unsigned 
         if (floor < kShortestFloor || floor > kLongestFloor) return VX_E_INVALID_PARAMETER;
         m_Impl->timing.floor = std::chrono::milliseconds(floor);
         if (session) session->Control().SetFloor(floor);
+        return VX_OK;
+    }
+    if (id == Property_ConnectTimeout) {
+        std::uint32_t limit = 0;
+        const VxStatus status = SetValue(limit, buffer, size);
+        if (status != VX_OK) return status;
+        if (limit > kLongestConnect) return VX_E_INVALID_PARAMETER;
+        m_Impl->timing.connectLimit = std::chrono::milliseconds(limit);
         return VX_OK;
     }
     if (!CustomRequest::IsExecution(id)) return m_Impl->request.Set(id, buffer, size);

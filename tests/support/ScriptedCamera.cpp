@@ -9,90 +9,11 @@ namespace {
 
 using Lock = std::unique_lock<std::mutex>;
 
-std::uint64_t Load(const Bytes& bytes, std::size_t offset, std::size_t size) {
-    std::uint64_t value = 0;
-    for (std::size_t i = size; i-- != 0;)
-        value = value << 8 | bytes.at(offset + i);
-    return value;
-}
-
-Bytes Little(std::uint64_t value, std::size_t size) {
-    Bytes bytes;
-    for (std::size_t i = 0; i < size; ++i)
-        bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-    return bytes;
-}
-
-const Bytes kDevice = Hex("12 01 00 03 EF 02 01 09 34 12 CD AB 00 01 01 02 03 01");
-// Control, event and stream interface; numbers of IN and OUT endpoint differ.
-const Bytes kConfiguration = Hex("09 02 74 00 03 01 00 80 70  08 0B 00 03 EF 05 00 0C  09 04 00 00 02 EF 05 00 00"
-                                 "14 24 01 03 00 01 00 02 00 01 00 04 05 06 07 08 09 0A 0B 0C"
-                                 "07 05 01 02 00 04 00 06 30 00 00 00 00  07 05 85 02 00 04 00 06 30 00 00 00 00"
-                                 "09 04 01 00 01 EF 05 01 00  07 05 82 02 00 04 00 06 30 00 00 00 00"
-                                 "09 04 02 00 01 EF 05 02 00  07 05 83 02 00 04 00 06 30 0F 00 00 00");
-
-const std::map<int, std::string> kStrings = {{1, "Plain Vendor"}, {2, "Plain Product"}, {3, "Plain Serial"},
-                                             {4, "123400000001"}, {5, "Vendor"},        {6, "Model"},
-                                             {9, "Info"},         {10, "Serial"},       {11, "Name"}};
-
 } // namespace
 
-Bytes Hex(std::string_view text) {
-    const auto digit = [](char c) { return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10; };
-    Bytes bytes;
-    int high = -1;
-    for (const char c : text) {
-        if (c == ' ' || c == '\n') continue;
-        if (high >= 0) bytes.push_back(static_cast<std::uint8_t>(high << 4 | digit(c)));
-        high = high < 0 ? digit(c) : -1;
-    }
-    return bytes;
-}
-
-Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-Bytes Pattern(std::size_t size, unsigned int seed) {
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<std::uint8_t>(i * 7 + (i >> 8) + seed);
-    return bytes;
-}
-
-std::uint16_t Command::Id() const {
-    return static_cast<std::uint16_t>(Load(bytes, 6, 2));
-}
-std::uint16_t Command::RequestId() const {
-    return static_cast<std::uint16_t>(Load(bytes, 10, 2));
-}
-std::uint64_t Command::Address() const {
-    return Load(bytes, 12, 8);
-}
-std::size_t Command::Count() const {
-    return static_cast<std::size_t>(Load(bytes, 22, 2));
-}
-Bytes Command::Data() const {
-    return Bytes(bytes.begin() + 20, bytes.end());
-}
-
-Bytes Ack(std::uint16_t status, std::uint16_t command, std::uint16_t requestId, const Bytes& data) {
-    return Hex("55335643") + Little(status, 2) + Little(command, 2) + Little(data.size(), 2) + Little(requestId, 2) +
-           data;
-}
-
-Bytes ImageLeader(std::uint64_t blockId, std::uint32_t width, std::uint32_t height) {
-    return Hex("5533564C 0000 3400") + Little(blockId, 8) + Hex("0000 0100 E803000000000000 01000801") +
-           Little(width, 4) + Little(height, 4) + Hex("05000000 06000000 0000 0000");
-}
-
-Bytes ImageTrailer(std::uint64_t blockId, std::uint64_t validSize, std::uint32_t height, std::uint16_t status) {
-    return Hex("55335654 0000 2000") + Little(blockId, 8) + Little(status, 2) + Hex("0000") + Little(validSize, 8) +
-           Little(height, 4);
-}
-
 Camera::Camera() {
+    m_Strings = {{1, "Plain Vendor"}, {2, "Plain Product"}, {3, "Plain Serial"}, {4, "123400000001"}, {5, "Vendor"},
+                 {6, "Model"},        {9, "Info"},          {10, "Serial"},      {11, "Name"}};
     Set(0x0000, Bytes(0x250)); // all of the first registers exist
     Set32(0x0000, 0x00010003);
     Set64(0x01C4, 0x0A0D);
@@ -134,7 +55,7 @@ std::uint32_t Camera::Get32(std::uint64_t address) const {
     Bytes bytes;
     for (std::uint64_t i = 0; i < 4; ++i)
         bytes.push_back(m_Memory.at(address + i));
-    return static_cast<std::uint32_t>(Load(bytes, 0, 4));
+    return static_cast<std::uint32_t>(LoadLittle(bytes, 0, 4));
 }
 
 void Camera::OnCommand(Intercept intercept) {
@@ -152,13 +73,48 @@ std::vector<std::uint32_t> Camera::WritesTo(std::uint64_t address) const {
     std::vector<std::uint32_t> values;
     for (const Command& command : m_Commands)
         if (command.Id() == 0x0802 && command.Address() == address && command.Data().size() == 4)
-            values.push_back(static_cast<std::uint32_t>(Load(command.Data(), 0, 4)));
+            values.push_back(static_cast<std::uint32_t>(LoadLittle(command.Data(), 0, 4)));
     return values;
 }
 
 std::vector<std::size_t> Camera::ControlInSizes() const {
     const Lock lock(m_Mutex);
     return m_InSizes;
+}
+std::vector<unsigned int> Camera::ControlInTimeouts() const {
+    const Lock lock(m_Mutex);
+    return m_InTimeouts;
+}
+unsigned int Camera::Resets() const {
+    const Lock lock(m_Mutex);
+    return m_Resets;
+}
+std::vector<int> Camera::SelectedConfigurations() const {
+    const Lock lock(m_Mutex);
+    return m_Selected;
+}
+std::size_t Camera::MappedBytes() const {
+    const Lock lock(m_Mutex);
+    std::size_t bytes = 0;
+    for (const auto& [where, memory] : m_Mapped)
+        bytes += memory.size();
+    return bytes;
+}
+void Camera::Describe(std::function<void(usb::DeviceEntry&)> change) {
+    const Lock lock(m_Mutex);
+    m_Describe = std::move(change);
+}
+void Camera::SetString(int index, const std::string& text) {
+    const Lock lock(m_Mutex);
+    m_Strings[index] = text;
+}
+void Camera::OnReset(std::function<usb::Result()> handler) {
+    const Lock lock(m_Mutex);
+    m_OnReset = std::move(handler);
+}
+void Camera::AllowMapping(std::size_t bytes) {
+    const Lock lock(m_Mutex);
+    m_Mappable = bytes;
 }
 unsigned int Camera::HaltsCleared(std::uint8_t endpoint) const {
     const Lock lock(m_Mutex);
@@ -222,6 +178,17 @@ void Camera::Unplug(bool announce) {
         handler(usb::HotplugEvent::Left, "1");
 }
 
+void Camera::Replug() {
+    std::map<std::uint64_t, usb::HotplugHandler> handlers;
+    {
+        const Lock lock(m_Mutex);
+        m_Gone = false;
+        handlers = m_Hotplug;
+    }
+    for (auto& [id, handler] : handlers)
+        handler(usb::HotplugEvent::Arrived, "1");
+}
+
 /// Under the lock.
 void Camera::Execute(const Command& command) {
     m_Commands.push_back(command);
@@ -247,133 +214,6 @@ void Camera::Execute(const Command& command) {
     if (command.Id() == 0x0802) data = Hex("0000") + Little(count, 2);
     m_Answers.push_back(Ack(0, ackId, command.RequestId(), data));
 }
-
-class ScriptedHandle final : public usb::Handle {
-public:
-    explicit ScriptedHandle(Camera& camera) : m_Camera(camera) {
-        const Lock lock(camera.m_Mutex);
-        ++camera.m_Handles;
-    }
-    ~ScriptedHandle() override {
-        const Lock lock(m_Camera.m_Mutex);
-        for (const int number : m_Claims)
-            m_Camera.m_Claimed.erase(number);
-        --m_Camera.m_Handles;
-    }
-
-    usb::Result Claim(std::uint8_t number) override {
-        const Lock lock(m_Camera.m_Mutex);
-        if (m_Camera.m_Gone) return usb::Result::NoDevice;
-        if (m_Camera.m_ClaimResult != usb::Result::Ok) return m_Camera.m_ClaimResult;
-        if (!m_Camera.m_Claimed.insert(number).second) return usb::Result::Busy;
-        m_Claims.insert(number);
-        return usb::Result::Ok;
-    }
-    usb::Result Release(std::uint8_t number) override {
-        const Lock lock(m_Camera.m_Mutex);
-        m_Camera.m_Claimed.erase(number);
-        return m_Claims.erase(number) != 0 ? usb::Result::Ok : usb::Result::NotFound;
-    }
-    usb::Result Control(const usb::ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
-                        unsigned int) override {
-        const Lock lock(m_Camera.m_Mutex);
-        if (m_Camera.m_Gone) return usb::Result::NoDevice;
-        m_Camera.m_LastControl = setup;
-        if (setup.requestType == 0x02 && setup.request == 0x03) ++m_Camera.m_HaltsSet;
-        actual = 0;
-        if ((setup.requestType & 0x80) == 0) return usb::Result::Ok;
-        actual = std::min<std::size_t>(setup.length, m_Camera.controlAnswer.size());
-        std::copy_n(m_Camera.controlAnswer.begin(), actual, data);
-        return usb::Result::Ok;
-    }
-    usb::Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
-                     unsigned int) override {
-        const Lock lock(m_Camera.m_Mutex);
-        actual = 0;
-        if (m_Camera.m_Gone) return usb::Result::NoDevice;
-        if (endpoint == kControlOut) return Out({Bytes(data, data + length)}, actual);
-        if (endpoint != kControlIn) return usb::Result::InvalidParam;
-        m_Camera.m_InSizes.push_back(length);
-        if (m_Camera.m_NextIn != usb::Result::Ok) return std::exchange(m_Camera.m_NextIn, usb::Result::Ok);
-        if (m_Camera.m_Answers.empty()) return usb::Result::Timeout; // whoever waits would wait for ever
-        const Bytes answer = m_Camera.m_Answers.front();
-        m_Camera.m_Answers.pop_front();
-        if (answer.size() > length) return usb::Result::Overflow;
-        std::copy(answer.begin(), answer.end(), data);
-        actual = answer.size();
-        return usb::Result::Ok;
-    }
-    usb::Result Submit(usb::Transfer& transfer) override {
-        const Lock lock(m_Camera.m_Mutex);
-        if (m_Camera.m_Gone) return usb::Result::NoDevice;
-        if (m_Camera.QueuedInAll() >= m_Camera.m_TransferLimit) return usb::Result::NoMemory;
-        transfer.actualLength = 0;
-        m_Camera.m_Pipes[transfer.endpoint].queue.emplace_back(&transfer, this);
-        m_Camera.Match(transfer.endpoint);
-        m_Camera.m_Changed.notify_all();
-        return usb::Result::Ok;
-    }
-    usb::Result Cancel(usb::Transfer& transfer) override {
-        const Lock lock(m_Camera.m_Mutex);
-        auto& queue = m_Camera.m_Pipes[transfer.endpoint].queue;
-        for (std::size_t i = 0; i < queue.size(); ++i) {
-            if (queue[i].first != &transfer) continue;
-            m_Camera.Finish(transfer.endpoint, i, usb::TransferStatus::Cancelled);
-            m_Camera.m_Changed.notify_all();
-            return usb::Result::Ok;
-        }
-        return usb::Result::NotFound;
-    }
-    void Forget(usb::Transfer&) override {}
-    usb::Result HandleEvents(unsigned int timeoutMs) override {
-        Lock lock(m_Camera.m_Mutex);
-        m_Camera.m_Changed.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                    [&] { return m_Wake || !ready.empty(); });
-        m_Wake = false;
-        while (!ready.empty()) {
-            usb::Transfer* transfer = ready.front();
-            ready.pop_front();
-            lock.unlock();
-            transfer->completed(*transfer);
-            lock.lock();
-        }
-        m_Camera.m_Changed.notify_all();
-        return usb::Result::Ok;
-    }
-    void WakeEvents() override {
-        const Lock lock(m_Camera.m_Mutex);
-        m_Wake = true;
-        m_Camera.m_Changed.notify_all();
-    }
-    usb::Result ClearHalt(std::uint8_t endpoint) override {
-        const Lock lock(m_Camera.m_Mutex);
-        if (m_Camera.m_Gone) return usb::Result::NoDevice;
-        if (!m_Camera.m_Pipes[endpoint].queue.empty()) return usb::Result::Busy; // would disturb a real controller
-        ++m_Camera.m_HaltsCleared[endpoint];
-        return usb::Result::Ok;
-    }
-    usb::Result Reset() override { return usb::Result::Ok; }
-    std::string ReadString(std::uint8_t index) override {
-        const Lock lock(m_Camera.m_Mutex);
-        const auto found = kStrings.find(index);
-        return m_Camera.m_HasStrings && found != kStrings.end() ? found->second : std::string();
-    }
-
-    std::deque<usb::Transfer*> ready; ///< under the camera's lock
-
-private:
-    usb::Result Out(const Command& command, std::size_t& actual) {
-        const usb::Result result = std::exchange(m_Camera.m_NextOut, usb::Result::Ok);
-        if (result != usb::Result::Ok) return result;
-        actual = command.bytes.size();
-        m_Camera.Execute(command);
-        return usb::Result::Ok;
-    }
-
-    Camera& m_Camera;
-    std::set<int> m_Claims;
-    bool m_Wake = false;
-};
 
 /// Under the lock. As bulk endpoints do: data fills transfers, a short packet ends one.
 void Camera::Match(std::uint8_t endpoint) {
@@ -425,6 +265,13 @@ void Camera::Fail(std::uint8_t endpoint, usb::TransferStatus status) {
     m_Changed.notify_all();
 }
 
+void Camera::FailAll(std::uint8_t endpoint, usb::TransferStatus status) {
+    const Lock lock(m_Mutex);
+    while (!m_Pipes[endpoint].queue.empty())
+        Finish(endpoint, 0, status);
+    m_Changed.notify_all();
+}
+
 std::size_t Camera::Queued(std::uint8_t endpoint) const {
     return QueuedLengths(endpoint).size();
 }
@@ -457,48 +304,6 @@ bool Camera::WaitFor(const std::function<bool()>& condition) const {
         m_Changed.wait_for(lock, std::chrono::milliseconds(5));
     }
     return true;
-}
-
-usb::Result ScriptedBackend::Enumerate(std::vector<usb::DeviceEntry>& devices) {
-    const Lock lock(m_Camera.m_Mutex);
-    if (m_Camera.m_Gone) return usb::Result::Ok;
-    usb::DeviceEntry entry;
-    entry.id = "1";
-    entry.speed = usb::Speed::Super;
-    entry.activeConfiguration = 1;
-    entry.device = kDevice;
-    entry.configurations = {kConfiguration};
-    devices.push_back(entry);
-    usb::DeviceEntry mouse; // something else on the bus
-    mouse.id = "2";
-    mouse.device = Hex("12 01 00 02 00 00 00 40 34 12 01 00 00 01 00 00 00 01");
-    devices.push_back(mouse);
-    return usb::Result::Ok;
-}
-
-usb::Result ScriptedBackend::Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) {
-    {
-        const Lock lock(m_Camera.m_Mutex);
-        if (m_Camera.m_Gone || id != "1") return usb::Result::NotFound;
-        if (m_Camera.m_OpenResult != usb::Result::Ok) return m_Camera.m_OpenResult;
-    }
-    handle = OpenHandle(m_Camera);
-    return usb::Result::Ok;
-}
-
-std::uint64_t ScriptedBackend::RegisterHotplug(usb::HotplugHandler handler) {
-    const Lock lock(m_Camera.m_Mutex);
-    m_Camera.m_Hotplug[++m_Camera.m_LastHotplug] = std::move(handler);
-    return m_Camera.m_LastHotplug;
-}
-
-void ScriptedBackend::DeregisterHotplug(std::uint64_t registration) {
-    const Lock lock(m_Camera.m_Mutex);
-    m_Camera.m_Hotplug.erase(registration);
-}
-
-std::unique_ptr<usb::Handle> OpenHandle(Camera& camera) {
-    return std::make_unique<ScriptedHandle>(camera);
 }
 
 } // namespace scripted

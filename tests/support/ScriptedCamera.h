@@ -1,6 +1,7 @@
 #pragma once
 // A bus with one camera that does what a test tells it, byte by byte.
 
+#include "support/ScriptedBytes.h"
 #include "usb/Backend.h"
 
 #include <condition_variable>
@@ -10,18 +11,10 @@
 #include <mutex>
 #include <optional>
 #include <set>
-#include <string_view>
+#include <string>
 #include <vector>
 
 namespace scripted {
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// Bytes of "55 33 56 43"; blanks are optional.
-Bytes Hex(std::string_view text);
-Bytes operator+(Bytes left, const Bytes& right);
-/// `size` bytes that differ from their neighbours.
-Bytes Pattern(std::size_t size, unsigned int seed = 0);
 
 constexpr std::uint8_t kControlOut = 0x01;
 constexpr std::uint8_t kControlIn = 0x85;
@@ -36,18 +29,10 @@ constexpr std::uint64_t kEirm = 0x30000;
 constexpr std::uint64_t kManifest = 0x40000;
 constexpr std::uint64_t kFile = 0x50000;
 
-/// A command as it came.
-struct Command {
-    Bytes bytes;
-    std::uint16_t Id() const; ///< 0x0800 or 0x0802
-    std::uint16_t RequestId() const;
-    std::uint64_t Address() const;
-    std::size_t Count() const; ///< of a read
-    Bytes Data() const;        ///< of a write
+/// Transfers of a handle that have ended but not been completed. Bound to the camera's lock.
+struct ReadyTransfers {
+    std::deque<usb::Transfer*> ready;
 };
-
-/// An acknowledge with any contents.
-Bytes Ack(std::uint16_t status, std::uint16_t command, std::uint16_t requestId, const Bytes& data);
 
 /// The camera's side. Thread-safe.
 class Camera {
@@ -67,25 +52,40 @@ public:
     /// Values written to a register, in order.
     std::vector<std::uint32_t> WritesTo(std::uint64_t address) const;
     std::vector<std::size_t> ControlInSizes() const;
+    /// Time limits of the reads of acknowledges, in milliseconds.
+    std::vector<unsigned int> ControlInTimeouts() const;
     unsigned int HaltsCleared(std::uint8_t endpoint) const;
     /// Halts that the host set, of all endpoints.
     unsigned int HaltsSet() const;
     std::set<int> Claimed() const;
     int OpenHandles() const;
+    unsigned int Resets() const;
+    std::vector<int> SelectedConfigurations() const;
+    std::size_t MappedBytes() const;
 
     // Faults.
     void RefuseOpen(usb::Result result);
     void RefuseClaim(usb::Result result);
     void HideStrings();
+    /// Changes how the device is listed: descriptors, speed, configurations.
+    void Describe(std::function<void(usb::DeviceEntry&)> change);
+    void SetString(int index, const std::string& text);
+    /// What a reset of the port does, under no lock; Ok without one.
+    void OnReset(std::function<usb::Result()> handler);
+    /// Memory that the system maps for transfers; none at first.
+    void AllowMapping(std::size_t bytes);
     void FailNextOut(usb::Result result);
     void FailNextIn(usb::Result result);
     void AllowTransfers(std::size_t count); ///< more at once give NoMemory
     void Unplug(bool announce);
+    void Replug();
 
     // Bulk data to the host. A transfer ends short unless it is a multiple of the packet size; {} is an empty packet.
     void Send(std::uint8_t endpoint, const std::vector<Bytes>& transfers);
     /// Ends the oldest queued transfer of the endpoint with a failure.
     void Fail(std::uint8_t endpoint, usb::TransferStatus status);
+    /// Ends all queued transfers of the endpoint with a failure.
+    void FailAll(std::uint8_t endpoint, usb::TransferStatus status);
     std::size_t Queued(std::uint8_t endpoint) const;
     std::vector<std::size_t> QueuedLengths(std::uint8_t endpoint) const;
     std::vector<const std::uint8_t*> QueuedBuffers(std::uint8_t endpoint) const;
@@ -101,7 +101,7 @@ private:
     struct Pipe {
         std::deque<Bytes> data; ///< consumed from the front
         std::size_t consumed = 0;
-        std::deque<std::pair<usb::Transfer*, class ScriptedHandle*>> queue;
+        std::deque<std::pair<usb::Transfer*, ReadyTransfers*>> queue;
     };
 
     void Execute(const Command& command);
@@ -116,6 +116,14 @@ private:
     std::vector<Command> m_Commands;
     std::deque<Bytes> m_Answers;
     std::vector<std::size_t> m_InSizes;
+    std::vector<unsigned int> m_InTimeouts;
+    std::function<void(usb::DeviceEntry&)> m_Describe;
+    std::map<int, std::string> m_Strings;
+    std::function<usb::Result()> m_OnReset;
+    unsigned int m_Resets = 0;
+    std::vector<int> m_Selected;
+    std::size_t m_Mappable = 0;
+    std::map<std::uint8_t*, Bytes> m_Mapped;
     std::map<int, unsigned int> m_HaltsCleared;
     unsigned int m_HaltsSet = 0;
     std::set<int> m_Claimed;
@@ -132,26 +140,5 @@ private:
     std::map<std::uint64_t, usb::HotplugHandler> m_Hotplug;
     std::uint64_t m_LastHotplug = 0;
 };
-
-/// A bus with the camera on it.
-class ScriptedBackend final : public usb::Backend {
-public:
-    explicit ScriptedBackend(Camera& camera) : m_Camera(camera) {}
-    const char* Name() const override { return "scripted"; }
-    [[nodiscard]] usb::Result Enumerate(std::vector<usb::DeviceEntry>& devices) override;
-    [[nodiscard]] usb::Result Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) override;
-    std::uint64_t RegisterHotplug(usb::HotplugHandler handler) override;
-    void DeregisterHotplug(std::uint64_t registration) override;
-
-private:
-    Camera& m_Camera;
-};
-
-/// A handle of the camera without a bus around it.
-std::unique_ptr<usb::Handle> OpenHandle(Camera& camera);
-
-// Blocks of a stream, typed.
-Bytes ImageLeader(std::uint64_t blockId, std::uint32_t width, std::uint32_t height);
-Bytes ImageTrailer(std::uint64_t blockId, std::uint64_t validSize, std::uint32_t height, std::uint16_t status = 0);
 
 } // namespace scripted

@@ -1,8 +1,11 @@
 #include "vexlo/ControlChannel.h"
-#include "support/ScriptedCamera.h"
+#include "support/ScriptedBackend.h"
 #include "vexlo/RegisterAccess.h"
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
 
 namespace {
 
@@ -17,7 +20,8 @@ class Channel : public testing::Test {
 protected:
     static ControlTiming Impatient() {
         ControlTiming timing;
-        timing.busyPause = timing.drain = timing.connectLimit = ControlTiming::Duration(0);
+        timing.busyPause = timing.drain = ControlTiming::Duration(0);
+        timing.connectLimit = timing.resetLimit = ControlTiming::Duration(0);
         return timing;
     }
 
@@ -279,6 +283,95 @@ TEST_F(Channel, WaitsAsLongAsTheCameraStatesWithinLimits) {
     EXPECT_EQ(channel.Timeout(), Duration(5100));
     channel.SetFloor(9000);
     EXPECT_EQ(channel.Timeout(), Duration(9100));
+}
+
+TEST_F(Channel, IsPatientWhileAStreamKeepsTheLinkBusy) {
+    using Duration = ControlTiming::Duration;
+    channel.StreamStarts();
+    EXPECT_EQ(channel.Timeout(), Duration(2100));
+    channel.SetResponseTime(3000);
+    EXPECT_EQ(channel.Timeout(), Duration(3100));
+    channel.SetResponseTime(0);
+    channel.StreamEnds();
+    EXPECT_EQ(channel.Timeout(), Duration(600));
+}
+
+/// A user set that is stored takes seconds, with no pending acknowledge from some cameras.
+TEST_F(Channel, IsMorePatientWithWhatCannotBeAskedForAgain) {
+    ASSERT_EQ(Write(Repeat::Never), VX_OK);
+    ASSERT_EQ(Write(Repeat::Safe), VX_OK);
+    ASSERT_EQ(Read(), VX_OK);
+    EXPECT_EQ(camera.ControlInTimeouts(), (std::vector<unsigned int>{3000, 600, 600}));
+}
+
+/// Answers nothing until it was asked or reset that often.
+class Silent : public Channel {
+protected:
+    void AnswerAfter(unsigned int commands, unsigned int resets) {
+        camera.OnCommand([this, commands, resets, count = 0u](const Command&) mutable -> Answers {
+            if (++count > commands && wasReset >= resets) return std::nullopt;
+            return std::vector<Bytes>{};
+        });
+        camera.OnReset([this] {
+            ++wasReset;
+            return usb::Result::Ok;
+        });
+    }
+    ControlTiming Patient() {
+        ControlTiming timing = Impatient();
+        timing.connectLimit = timing.resetLimit = ControlTiming::Duration(20000);
+        return timing;
+    }
+
+    std::atomic<unsigned int> wasReset{0};
+    ControlChannel patient{*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, Patient()};
+};
+
+TEST_F(Silent, IsAskedUntilItsFirmwareHasBooted) {
+    AnswerAfter(50, 0);
+    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(camera.Commands().size(), 51u);
+    for (const Command& command : camera.Commands())
+        EXPECT_EQ(command.RequestId(), 0u);
+    EXPECT_EQ(camera.Resets(), 0u);
+}
+
+TEST_F(Silent, GetsItsHaltsClearedThenSetThenItsPortReset) {
+    AnswerAfter(0, 1);
+    EXPECT_EQ(channel.Connect(), VX_OK);
+    EXPECT_EQ(camera.Resets(), 1u);
+    EXPECT_EQ(counters.cameraResets, 1u);
+    EXPECT_GE(camera.HaltsCleared(kControlIn), 2u);
+}
+
+TEST_F(Silent, HasItsHaltsSetOnTheSecondAttempt) {
+    AnswerAfter(1, 0);
+    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(camera.HaltsSet(), 2u);
+    EXPECT_EQ(camera.HaltsCleared(kControlOut), 2u);
+}
+
+TEST_F(Silent, IsResetOnceOnly) {
+    AnswerAfter(UINT_MAX, 0);
+    EXPECT_EQ(channel.Connect(), VX_E_TIMEOUT);
+    EXPECT_EQ(camera.Resets(), 1u);
+}
+
+TEST_F(Silent, IsNotResetWhereThatIsNotAllowed) {
+    ControlTiming timing = Impatient();
+    timing.mayReset = false;
+    ControlChannel careful(*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, timing);
+    AnswerAfter(UINT_MAX, 0);
+    EXPECT_EQ(careful.Connect(), VX_E_TIMEOUT);
+    EXPECT_EQ(camera.Resets(), 0u);
+}
+
+TEST_F(Silent, IsGoneWhenItComesBackAsAnotherDevice) {
+    for (const usb::Result result : {usb::Result::NotFound, usb::Result::NoDevice}) {
+        AnswerAfter(UINT_MAX, 0);
+        camera.OnReset([result] { return result; });
+        EXPECT_EQ(channel.Connect(), VX_E_USB_NO_DEVICE);
+    }
 }
 
 class Access : public Channel {

@@ -140,6 +140,79 @@ TEST_F(Device, LeavesNothingClaimedWhenOpeningFails) {
     EXPECT_EQ(Open(), VX_OK);
 }
 
+/// Answers no command until `commands` came, or until it was reset.
+class SilentDevice : public Device {
+protected:
+    SilentDevice() {
+        SetConnectTimeout(0);
+        camera.OnCommand([this](const Command&) -> std::optional<std::vector<Bytes>> {
+            return isAwake ? std::nullopt : std::optional<std::vector<Bytes>>(std::vector<Bytes>{});
+        });
+    }
+    void SetConnectTimeout(std::uint32_t milliseconds) {
+        EXPECT_EQ(device->SetProperty(CVxDevice::Property_ConnectTimeout, &milliseconds, 4), VX_OK);
+    }
+    std::atomic<bool> isAwake{false};
+};
+
+TEST_F(SilentDevice, IsOpenedAfterAReset) {
+    camera.OnReset([this] {
+        isAwake = true;
+        return usb::Result::Ok;
+    });
+    EXPECT_EQ(Open(), VX_OK);
+    EXPECT_EQ(camera.Resets(), 1u);
+}
+
+TEST_F(SilentDevice, IsOpenedAgainWhenItComesBackAsAnotherDevice) {
+    camera.OnReset([this] {
+        isAwake = true;
+        return usb::Result::NotFound;
+    });
+    EXPECT_EQ(Open(), VX_OK);
+    EXPECT_EQ(camera.OpenHandles(), 1);
+}
+
+TEST_F(SilentDevice, IsFoundAgainAfterItLeftTheBus) {
+    camera.OnReset([this] {
+        isAwake = true;
+        camera.Unplug(/*announce=*/true);
+        return usb::Result::NoDevice;
+    });
+    const DeviceDiscoveryInfo info = Found();
+    std::thread returning([this] {
+        ASSERT_TRUE(camera.WaitFor([&] { return camera.Resets() == 1 && camera.OpenHandles() == 0; }));
+        camera.Replug();
+    });
+    EXPECT_EQ(device->Open(info), VX_OK);
+    returning.join();
+}
+
+TEST_F(SilentDevice, IsNotWaitedForTwice) {
+    const DeviceDiscoveryInfo info = Found();
+    camera.OnReset([] { return usb::Result::NotSupported; });
+    EXPECT_EQ(device->Open(info), VX_E_TIMEOUT);
+    EXPECT_EQ(device->Open(info), VX_E_TIMEOUT);
+    EXPECT_EQ(camera.Resets(), 1u) << "the second attempt comes too soon for another reset";
+    EXPECT_EQ(camera.OpenHandles(), 0);
+    isAwake = true;
+    EXPECT_EQ(device->Open(info), VX_OK);
+}
+
+TEST_F(SilentDevice, IsWaitedForAsLongAsTheSettingSays) {
+    EXPECT_EQ((Property<std::uint32_t>(*device, CVxDevice::Property_ConnectTimeout)), 0u);
+    const std::uint32_t tooLong = 60001;
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_ConnectTimeout, &tooLong, 4), VX_E_INVALID_PARAMETER);
+    SetConnectTimeout(20000);
+    std::thread waking([this] {
+        ASSERT_TRUE(camera.WaitFor([&] { return camera.Commands().size() > 3; }));
+        isAwake = true;
+    });
+    EXPECT_EQ(Open(), VX_OK);
+    waking.join();
+    EXPECT_EQ(camera.Resets(), 0u);
+}
+
 TEST_F(Device, SwitchesOffWhatAPredecessorLeftRunning) {
     camera.Set32(kSirm + 4, 1);
     camera.Set32(kEirm, 1);

@@ -1,7 +1,7 @@
 #pragma once
 // The library on a scripted camera.
 
-#include "support/ScriptedCamera.h"
+#include "support/ScriptedBackend.h"
 
 #include "vexlo/BackendSet.h"
 #include "vexlo/Enumerator.h"

@@ -47,6 +47,12 @@ VxStatus SessionHost::ResetCamera() {
     return session ? session->Note(session->Control().ResetCamera()) : VX_E_NOT_OPEN;
 }
 
+void SessionHost::NoteStreaming(bool isOn) {
+    const auto session = m_Sessions.Get();
+    if (!session) return;
+    isOn ? session->Control().StreamStarts() : session->Control().StreamEnds();
+}
+
 void SessionHost::ReportLost() {
     if (const auto session = m_Sessions.Get()) (void)session->Note(VX_E_USB_NO_DEVICE);
 }

@@ -19,6 +19,7 @@ public:
     VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) override;
     std::size_t TransferMemoryLimit() override;
     VxStatus ResetCamera() override;
+    void NoteStreaming(bool isOn) override;
     void ReportLost() override;
 
 private:

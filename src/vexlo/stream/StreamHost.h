@@ -34,6 +34,8 @@ public:
     /// Resets the camera's port, as a last resort. Everything that it was told is forgotten, and handles of OpenHandle
     /// have lost their claims. VX_E_USB_NO_DEVICE when it came back as another one.
     [[nodiscard]] virtual VxStatus ResetCamera() = 0;
+    /// The camera's stream is on from now on, or off again; register accesses may take longer while it is on.
+    virtual void NoteStreaming(bool isOn) = 0;
     /// A transfer found the camera gone. Called at most once per start, on the stream's thread; must not wait for it.
     virtual void ReportLost() = 0;
 

@@ -88,8 +88,10 @@ VxStatus CVxStream::Impl::Start() {
     VxStatus status = SwitchOn();
     if (IsRefusal(status)) status = StartOver();
     if (IsRefusal(status)) status = ResetAndStartOver(status);
-    if (status == VX_OK) state = State::Streaming;
-    return status;
+    if (status != VX_OK) return status;
+    host.NoteStreaming(true);
+    state = State::Streaming;
+    return VX_OK;
 }
 
 VxStatus CVxStream::Impl::SwitchOn() {
@@ -172,6 +174,7 @@ VxStatus CVxStream::Impl::FinishLocked() {
     const VxStatus status = engine->IsLost() ? VX_E_USB_NO_DEVICE : registers.Disable();
     engine->Stop();
     SetEngine(nullptr);
+    host.NoteStreaming(false);
     // The engine may have been about to switch the stream on again.
     return status == VX_OK && engine->WasRestarted() ? registers.Disable() : status;
 }

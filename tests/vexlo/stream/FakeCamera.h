@@ -5,6 +5,7 @@
 
 #include "vexlo/stream/StreamHost.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <utility>
@@ -114,6 +115,7 @@ public:
     VxStatus channelAnswer = vexlo::VX_OK;
     VxStatus resetAnswer = vexlo::VX_OK;
     std::size_t memoryLimit = 0; ///< of the system
+    std::atomic<int> streaming{0};
 
     [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) override {
         handle = std::make_unique<BusHandle>(m_Bus);
@@ -134,6 +136,7 @@ public:
         if (handler) handler();
         return resetAnswer;
     }
+    void NoteStreaming(bool isOn) override { streaming += isOn ? 1 : -1; }
     void ReportLost() override {
         const std::lock_guard<std::mutex> lock(m_Mutex);
         ++m_Lost;
