@@ -1,35 +1,15 @@
 // Several threads on one device. The thread sanitizer looks at the order of the locks.
 
 #include "support/DeviceTest.h"
+#include "support/Together.h"
 
 #include <atomic>
-#include <functional>
-#include <thread>
 
 namespace {
-
-constexpr int kRounds = 200;
 
 class DeviceThreads : public DeviceTest {
 protected:
     DeviceThreads() { Load(CameraXmlWithChunks()); }
-
-    /// Runs all at the same time, each over and over; a state that does not fit is part of the game.
-    void Together(const std::vector<std::function<void()>>& operations) {
-        std::vector<std::thread> threads;
-        for (const auto& operation : operations) {
-            threads.emplace_back([&operation] {
-                for (int i = 0; i < kRounds; ++i) {
-                    try {
-                        operation();
-                    } catch (const GenICam::GenericException&) {
-                    }
-                }
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-    }
 
     void OpenAndClose() {
         Open();
@@ -108,6 +88,65 @@ TEST_F(DeviceThreads, MayBeUnpluggedWhileOthersGrabAndClose) {
         EXPECT_FALSE(device->IsOpen());
         device->GetStreamGrabber(0)->Close();
     }
+}
+
+TEST_F(DeviceThreads, MayCloseWhileOthersUseParametersAndThePort) {
+    Together({[this] { OpenAndClose(); },
+              [this] {
+                  Integer(device->GetTLNodeMap(), "Statistic_Last_Error_Status").GetValue();
+                  Integer(device->GetTLNodeMap(), "CustomRequestId_Value").SetValue(1);
+              },
+              [this] {
+                  unsigned char bytes[4] = {};
+                  device->Write(bytes, 0x100, sizeof bytes);
+                  device->Read(bytes, 0x100, sizeof bytes);
+              },
+              [this] {
+                  device->GetAccessMode();
+                  device->AccessMode();
+                  device->IsOpen();
+              }});
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(0, bus.openDevices);
+}
+
+TEST_F(DeviceThreads, MayCloseWhileOthersComeAndGoAsListeners) {
+    std::atomic<int> calls{0};
+    const auto listen = [&] {
+        auto callback = Tavix::MakeCallback<Tavix::ITavixDevice*>([&](Tavix::ITavixDevice*) { ++calls; });
+        device->DeregisterRemovalCallback(device->RegisterRemovalCallback(callback));
+    };
+    Together({[this] { OpenAndClose(); }, listen, listen, [this] { bus.Notify(vexlo::VxCallback_DeviceRemoved); }});
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(0u, bus.NumberOfRegistrations());
+}
+
+TEST_F(DeviceThreads, MayBeUnpluggedAtAnyMoment) {
+    constexpr std::size_t kCalls = 24; // more than there are from Open to Close
+    for (std::size_t moment = 0; moment < kCalls; ++moment) {
+        bus.ForgetCalls();
+        bus.FailCall(moment, vexlo::VX_E_USB_NO_DEVICE, /*andAllLater=*/true);
+        auto closing = Tavix::MakeCallback<Tavix::ITavixDevice*>([](Tavix::ITavixDevice* gone) {
+            try {
+                gone->Close();
+            } catch (const GenICam::GenericException&) { // closed by another, or with a grab that cannot be finished
+            }
+        });
+        Together({[&] {
+                      Open();
+                      device->RegisterRemovalCallback(closing);
+                  },
+                  [this] { UseFeature(); }, [this] { Grab(); }, [this] { bus.Notify(vexlo::VxCallback_DeviceLost); },
+                  [this] { device->Close(); }},
+                 3);
+        bus.FailCall(~std::size_t(0), vexlo::VX_OK);
+        device->GetStreamGrabber(0)->Close();
+        if (device->IsOpen()) device->Close();
+        EXPECT_EQ(0, bus.openDevices) << moment;
+        EXPECT_EQ(0u, bus.NumberOfRegistrations()) << moment;
+    }
+    Open();
+    EXPECT_NO_THROW(UseFeature());
 }
 
 TEST_F(DeviceThreads, MayCancelWhileOthersQueueAndRetrieve) {

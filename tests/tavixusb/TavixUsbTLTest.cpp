@@ -1,5 +1,6 @@
 #include "TavixTL_USB/TavixUSB/TavixUsbTL.h"
 
+#include "support/Together.h"
 #include "support/TransportLayerTest.h"
 
 #include "tavixbase/Scoped.h"
@@ -187,6 +188,21 @@ TEST_F(TavixUsbTL, NamesTheDeviceAsSourceOfADescriptionWithoutName) {
     bus.hasXmlName = false;
     EXPECT_EQ("Device", tl->CreateDevice(CDeviceInfo())->GetDeviceInfo().GetXMLSource());
     tl->DestroyAllDevices();
+}
+
+TEST_F(TavixUsbTL, ServesSeveralThreads) {
+    bus.xmlText = CameraXml();
+    const CDeviceInfo camera = MakeCameraInfo();
+    Together({[&] { tl->DestroyDevice(tl->CreateDevice(camera)); },
+              [&] { tl->DestroyDevice(tl->CreateDevice(CDeviceInfo())); },
+              [&] {
+                  DeviceInfoList found;
+                  tl->EnumerateDevices(found);
+                  tl->IsDeviceAccessible(camera);
+              }},
+             20);
+    EXPECT_EQ(0, bus.liveDevices);
+    EXPECT_EQ(0u, tl->Release()); // the one of its maker
 }
 
 } // namespace
