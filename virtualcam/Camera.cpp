@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0200 | 0x0400 | 0x0800;
 constexpr std::uint64_t kFamilyCapability = 0x0100;
+constexpr std::uint64_t kOptionalCapabilities = 0x0001 | 0x0400; // user-defined name, byte order
 constexpr std::uint32_t kTransferLength = 16384;
 constexpr std::uint32_t kResponseTime = 100;
 
@@ -21,12 +22,18 @@ std::uint64_t AlignmentUnit(const RegisterFaults& faults) {
     return std::uint64_t{1} << (faults.alignmentExponent < 32 ? faults.alignmentExponent : 0);
 }
 
+bool HasFamily(const CameraSettings& settings) {
+    return !settings.family.empty() && !settings.registers.missingOptional;
+}
+
 ControlLimits LimitsOf(const CameraSettings& settings) {
     ControlLimits limits;
     limits.packetSize = PacketSize(settings.speed);
     limits.maximumCommand = settings.registers.maximumCommand.value_or(kTransferLength);
     limits.maximumAcknowledge = settings.registers.maximumAcknowledge.value_or(kTransferLength);
     limits.responseTime = settings.registers.responseTime.value_or(kResponseTime);
+    limits.largestRead = settings.registers.largestRead.value_or(0);
+    if (settings.registers.bootMs != 0) limits.awake = Clock::Now() + milliseconds(settings.registers.bootMs);
     return limits;
 }
 
@@ -55,10 +62,11 @@ void Camera::AddIdentity() {
     registers.AddValue<std::uint32_t>(abrm::kGenCpVersion, Access::ReadOnly, kGenCpVersion);
     text(abrm::kManufacturerName, m_Settings.vendor);
     text(abrm::kModelName, m_Settings.model);
-    if (!m_Settings.family.empty()) text(abrm::kFamilyName, m_Settings.family);
+    if (HasFamily(m_Settings)) text(abrm::kFamilyName, m_Settings.family);
     text(abrm::kDeviceVersion, m_Settings.deviceVersion);
     text(abrm::kManufacturerInfo, m_Settings.manufacturerInfo);
     text(abrm::kSerialNumber, m_Settings.serial);
+    if (m_Settings.registers.missingOptional) return;
     Register& name =
         registers.AddText(abrm::kUserDefinedName, abrm::kTextSize, Access::ReadWrite, m_Persistent.userName);
     name.written = [this, &name] { m_Persistent.userName = LoadText(name.bytes.data(), name.bytes.size()); };
@@ -66,8 +74,9 @@ void Camera::AddIdentity() {
 
 void Camera::AddTechnology() {
     RegisterSpace& registers = m_Registers;
-    const std::uint64_t family = m_Settings.family.empty() ? 0 : kFamilyCapability;
-    registers.AddValue<std::uint64_t>(abrm::kCapability, Access::ReadOnly, kCapability | family);
+    const std::uint64_t family = HasFamily(m_Settings) ? kFamilyCapability : 0;
+    const std::uint64_t missing = m_Settings.registers.missingOptional ? kOptionalCapabilities : 0;
+    registers.AddValue<std::uint64_t>(abrm::kCapability, Access::ReadOnly, (kCapability | family) & ~missing);
     registers.AddValue<std::uint32_t>(abrm::kResponseTime, Access::ReadOnly,
                                       m_Settings.registers.responseTime.value_or(kResponseTime));
     registers.AddValue<std::uint64_t>(abrm::kManifestAddress, Access::ReadOnly, memory::kManifest);
@@ -84,6 +93,7 @@ void Camera::AddTechnology() {
         latch.bytes.assign(latch.bytes.size(), 0);
     };
     registers.AddValue<std::uint64_t>(abrm::kTimestampIncrement, Access::ReadOnly, 1);
+    if (missing != 0) return;
     registers.AddValue<std::uint32_t>(abrm::kImplementationEndianness, Access::ReadOnly, 0xFFFFFFFF);
 }
 
@@ -97,7 +107,7 @@ void Camera::AddUsbRegisters(const ControlLimits& limits) {
     };
     registers.AddValue<std::uint32_t>(base + 0x14, Access::ReadOnly, limits.maximumCommand);
     registers.AddValue<std::uint32_t>(base + 0x18, Access::ReadOnly, limits.maximumAcknowledge);
-    registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly, 1);
+    registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly, m_Settings.registers.streamCount.value_or(1));
     registers.AddValue<std::uint64_t>(base + 0x20, Access::ReadOnly, memory::kSirm);
     registers.AddValue<std::uint32_t>(base + 0x28, Access::ReadOnly, sirm::kLength);
     registers.AddValue<std::uint64_t>(base + 0x2C, Access::ReadOnly, memory::kEirm);

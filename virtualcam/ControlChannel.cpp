@@ -41,6 +41,7 @@ CommandEffect ControlChannel::Receive(const std::uint8_t* data, std::size_t leng
         later.accepted = false;
         return later;
     }
+    if (m_Deaf || now < m_Limits.awake) return {};
     if (length < kHeaderSize || Load<std::uint32_t>(data) != kControlPrefix) return {};
     const Command command{Load<std::uint16_t>(data + 4), Load<std::uint16_t>(data + 6), Load<std::uint16_t>(data + 10),
                           data + kHeaderSize, Load<std::uint16_t>(data + 8)};
@@ -69,6 +70,7 @@ CommandEffect ControlChannel::Receive(const std::uint8_t* data, std::size_t leng
 }
 
 void ControlChannel::Abort() {
+    m_Deaf = false;
     m_Active.reset();
     m_Acknowledges.Clear();
     m_LastCommand.clear();
@@ -88,7 +90,8 @@ Bytes ControlChannel::ReadMem(const Command& command) {
     if (command.length != kReadCommandSize || Load<std::uint16_t>(command.data + 8) != 0)
         return Acknowledge(Status::InvalidParameter, command.id, command.request);
     const std::size_t count = Load<std::uint16_t>(command.data + 10);
-    if (count == 0 || count + kHeaderSize > m_Limits.maximumAcknowledge)
+    const bool tooLong = m_Limits.largestRead != 0 && count > m_Limits.largestRead;
+    if (count == 0 || count + kHeaderSize > m_Limits.maximumAcknowledge || tooLong)
         return Acknowledge(Status::InvalidParameter, command.id, command.request);
     Bytes packet = Acknowledge(Status::Success, command.id, command.request, count);
     const Status status = m_Registers.Read(*command.Address(), packet.data() + kHeaderSize, count);
@@ -177,6 +180,9 @@ CommandEffect ControlChannel::FinishWith(const ControlFaultRule& rule, const Com
     case ControlFault::StallOut:
         effect.haltOut = true;
         return effect;
+    case ControlFault::Deaf:
+        m_Deaf = true;
+        return effect;
     case ControlFault::Unplug:
         effect.unplug = true;
         return effect;
@@ -223,6 +229,9 @@ CommandEffect ControlChannel::FinishExecuted(const ControlFaultRule& rule, const
         break;
     case ControlFault::MissingScd:
         if (command.id == kWriteMem) acknowledge = Acknowledge(Status::Success, command.id, command.request);
+        break;
+    case ControlFault::ZeroWritten:
+        if (command.id == kWriteMem) acknowledge = WriteAcknowledge(Status::Success, command.request, 0);
         break;
     case ControlFault::ZeroLength:
         m_Acknowledges.Push({});

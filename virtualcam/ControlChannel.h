@@ -17,6 +17,8 @@ struct ControlLimits {
     std::uint32_t maximumCommand = 0;
     std::uint32_t maximumAcknowledge = 0;
     std::uint32_t responseTime = 0; ///< ms
+    std::uint32_t largestRead = 0;  ///< bytes; 0: what the acknowledge holds
+    TimePoint awake{};              ///< nothing is answered before
 };
 
 /// What a command did to the channel itself.
@@ -69,6 +71,7 @@ private:
     Pipe m_Acknowledges;
     std::vector<ControlFaultRule> m_Faults;
     std::optional<Active> m_Active;
+    bool m_Deaf = false;
     std::uint32_t m_Delay = 0;
     std::uint64_t m_Commands = 0;
     Bytes m_LastCommand;

@@ -93,6 +93,7 @@ private:
     Persistent m_Persistent;
     std::unique_ptr<Camera> m_Camera; // null while unplugged
     std::uint32_t m_Halts = 0;
+    bool m_Mute = false;
     std::uint8_t m_Configuration = 1;
     std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
     bool m_OutRefused = false;

@@ -87,7 +87,9 @@ PipeAnswer Device::EndpointRequest(const usb::ControlSetup& setup, std::uint8_t*
     if (setup.request == request::kGetStatus)
         return Answer(setup, data, {static_cast<std::uint8_t>(IsHaltedLocked(endpoint) ? 1 : 0), 0});
     if (setup.value != 0) return kRefused;
-    if (setup.request == request::kSetFeature)
+    if (setup.request == request::kSetFeature && m_Faults.dieOnSetHalt)
+        UnplugLocked();
+    else if (setup.request == request::kSetFeature)
         SetHaltLocked(endpoint);
     else if (setup.request == request::kClearFeature)
         ClearHaltLocked(endpoint);
@@ -160,6 +162,7 @@ void Device::ClearHaltLocked(std::uint8_t endpoint) {
         m_Camera->Control().Abort();
     else if (endpoint == kStreamIn)
         m_Camera->DisableStream();
+    if (endpoint == kStreamIn) m_Mute = false;
 }
 
 } // namespace virtualcam

@@ -25,11 +25,12 @@ void Device::StreamEnabled(bool on) {
     {
         const std::lock_guard<std::mutex> lock(m_StreamLock);
         if (on)
-            m_Stream.Start(m_Camera->Layout());
+            m_Stream.Start(m_Camera->Layout(), m_Settings.registers.largestTransfer);
         else
             m_Stream.Stop();
     }
     if (!on && m_Faults.haltOnStreamDisable) m_Halts |= EndpointBit(kStreamIn);
+    if (!on) m_Mute = m_Faults.muteUntilClearHalt;
     Post(kStreamIn);
 }
 
@@ -38,6 +39,7 @@ PipeAnswer Device::StreamIn(std::uint8_t* buffer, std::size_t room) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         if (!m_Camera) return {PipeStatus::Gone, 0};
         if (IsHaltedLocked(kStreamIn)) return {PipeStatus::Stall, 0};
+        if (m_Mute) return {PipeStatus::NotYet, 0};
     }
     std::size_t done = 0;
     while (true) {

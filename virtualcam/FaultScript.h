@@ -24,9 +24,11 @@ enum class ControlFault {
     MissingScd,         ///< a write's acknowledge comes without its four bytes
     StallIn,            ///< the IN endpoint halts instead of an acknowledge
     StallOut,           ///< the OUT endpoint halts on the command
+    ZeroWritten,        ///< a write's acknowledge says that no byte was written, and no error
     ZeroLength,         ///< an empty packet comes before the acknowledge
     Oversize,           ///< `value` bytes more than announced follow the acknowledge
-    Unplug              ///< the device leaves the bus on the command
+    Deaf,  ///< nothing is executed or answered any more until the channel's endpoints are halted or cleared
+    Unplug ///< the device leaves the bus on the command
 };
 
 /// Hits `count` commands (0: all) after `skip` matching ones passed.
@@ -56,6 +58,12 @@ enum class StreamFault {
     Unplug,        ///< the device leaves the bus after `value` bytes of payload
     ZeroValidSize, ///< the trailer says that no byte is valid
     ShortHeight,   ///< only `value` lines are delivered, leader and trailer tell so
+    LessLines,     ///< only `value` lines are delivered, the trailer tells so, the leader announces all
+    EmptyLeader,   ///< an empty packet comes in place of the leader
+    EmptyTrailer,  ///< an empty packet comes in place of the trailer
+    LongLeader,    ///< the leader has `value` bytes more than it needs
+    PayloadType,   ///< the leader names payload type `value`
+    LeftOver,      ///< `value` bytes of an earlier block come before this one
     Padding        ///< the last payload transfer is filled up to its size
 };
 
@@ -75,6 +83,8 @@ struct FaultScript {
     unsigned refuseStreamEnable = 0;           ///< how often stream enable is refused ...
     std::uint16_t streamEnableStatus = 0xA004; ///< ... with this status
     bool haltOnStreamDisable = false;          ///< the stream endpoint halts when stream enable is cleared
+    bool muteUntilClearHalt = false;           ///< a stream that was stopped sends nothing more before a clear halt
+    bool dieOnSetHalt = false;                 ///< the device leaves the bus when the host halts an endpoint
     int replugAfterMs = -1;                    ///< after a scripted unplug the device comes back; -1: never
 };
 
@@ -85,6 +95,8 @@ enum class ManifestFault {
     WrongHash,       ///< the SHA-1 is that of other bytes
     ZeroHash,        ///< the SHA-1 is all zero
     WrongFormatFlag, ///< zipped, but the entry says plain
+    WrongZipFlag,    ///< plain, but the entry says zipped
+    TrailingZeros,   ///< plain, and the file is longer than its text
     CorruptZip,      ///< bytes inside the archive are damaged, the hash is right
     StoredZip,       ///< the archive's member is not compressed
     NoRoot,          ///< well-formed XML without the category Root
@@ -98,12 +110,18 @@ struct RegisterFaults {
     std::optional<std::uint32_t> responseTime;
     std::optional<std::uint32_t> maximumCommand;
     std::optional<std::uint32_t> maximumAcknowledge;
+    std::optional<std::uint32_t> largestRead; ///< reads of more bytes are refused, whatever the registers say
+    std::optional<std::uint32_t> streamCount; ///< what the register says of the number of streams
+    std::uint32_t largestTransfer = 0;        ///< payload transfers end after so many bytes; 0: no limit
+    std::uint32_t bootMs = 0;                 ///< so long after power-on the control channel does not answer
+    bool missingOptional = false;             ///< registers that a camera need not have are not there
     bool zeroLeaderSize = false;
     bool zeroTrailerSize = false;
     bool zeroPayloadSize = false;
     unsigned alignmentExponent = 0;
     bool lateAlignmentCheck = false; ///< unaligned sizes are accepted and refused only at stream enable
     ManifestFault manifest = ManifestFault::None;
+    bool noStreamInterface = false;   ///< the descriptors have none
     bool longDeviceInfo = false;      ///< the Device Info descriptor has two bytes more than today's
     bool unreadableStrings = false;   ///< string descriptors are refused
     bool asymmetricEndpoints = false; ///< the endpoints of the control interface have different numbers

@@ -24,6 +24,7 @@ constexpr std::uint32_t kOlderFileVersion = 0x00090000;
 constexpr std::uint32_t kSchemaAndType = 0x01010000;        // schema 1.1, a camera's description, plain
 constexpr std::uint32_t kForeignSchemaAndType = 0x02000000; // a schema that nobody knows yet
 constexpr std::uint32_t kZipFlag = 0x0400;
+constexpr std::size_t kTrailingZeros = 100;
 
 struct File {
     Bytes bytes;
@@ -94,6 +95,12 @@ std::string ReadFile(const std::string& path) {
 
 File RightFile(ManifestFault fault, const std::string& text) {
     if (fault == ManifestFault::PlainXml) return PlainFile(text);
+    if (fault == ManifestFault::TrailingZeros) return PlainFile(text + std::string(kTrailingZeros, '\0'));
+    if (fault == ManifestFault::WrongZipFlag) {
+        File plain = PlainFile(text);
+        plain.type |= kZipFlag;
+        return plain;
+    }
     if (fault == ManifestFault::NoRoot) return ZippedFile(WithoutRoot(text), /*stored=*/false);
     File file = ZippedFile(text, fault == ManifestFault::StoredZip);
     if (fault == ManifestFault::WrongHash) file.hash[0] = static_cast<std::uint8_t>(file.hash[0] ^ 0xFF);

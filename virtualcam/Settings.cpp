@@ -42,8 +42,10 @@ constexpr Named<ControlFault> kControlFaults[] = {{"NoAnswer", ControlFault::NoA
                                                   {"MissingScd", ControlFault::MissingScd},
                                                   {"StallIn", ControlFault::StallIn},
                                                   {"StallOut", ControlFault::StallOut},
+                                                  {"ZeroWritten", ControlFault::ZeroWritten},
                                                   {"ZeroLength", ControlFault::ZeroLength},
                                                   {"Oversize", ControlFault::Oversize},
+                                                  {"Deaf", ControlFault::Deaf},
                                                   {"Unplug", ControlFault::Unplug}};
 
 constexpr Named<StreamFault> kStreamFaults[] = {{"LostLeader", StreamFault::LostLeader},
@@ -62,6 +64,12 @@ constexpr Named<StreamFault> kStreamFaults[] = {{"LostLeader", StreamFault::Lost
                                                 {"Unplug", StreamFault::Unplug},
                                                 {"ZeroValidSize", StreamFault::ZeroValidSize},
                                                 {"ShortHeight", StreamFault::ShortHeight},
+                                                {"LessLines", StreamFault::LessLines},
+                                                {"EmptyLeader", StreamFault::EmptyLeader},
+                                                {"EmptyTrailer", StreamFault::EmptyTrailer},
+                                                {"LongLeader", StreamFault::LongLeader},
+                                                {"PayloadType", StreamFault::PayloadType},
+                                                {"LeftOver", StreamFault::LeftOver},
                                                 {"Padding", StreamFault::Padding}};
 
 constexpr Named<ManifestFault> kManifestFaults[] = {{"None", ManifestFault::None},
@@ -69,6 +77,8 @@ constexpr Named<ManifestFault> kManifestFaults[] = {{"None", ManifestFault::None
                                                     {"WrongHash", ManifestFault::WrongHash},
                                                     {"ZeroHash", ManifestFault::ZeroHash},
                                                     {"WrongFormatFlag", ManifestFault::WrongFormatFlag},
+                                                    {"WrongZipFlag", ManifestFault::WrongZipFlag},
+                                                    {"TrailingZeros", ManifestFault::TrailingZeros},
                                                     {"CorruptZip", ManifestFault::CorruptZip},
                                                     {"StoredZip", ManifestFault::StoredZip},
                                                     {"NoRoot", ManifestFault::NoRoot},
@@ -148,6 +158,8 @@ void ReadFaults(const json& object, FaultScript& faults) {
     reader.Value("refuseStreamEnable", faults.refuseStreamEnable);
     reader.Value("streamEnableStatus", faults.streamEnableStatus);
     reader.Value("haltOnStreamDisable", faults.haltOnStreamDisable);
+    reader.Value("muteUntilClearHalt", faults.muteUntilClearHalt);
+    reader.Value("dieOnSetHalt", faults.dieOnSetHalt);
     reader.Value("replugAfterMs", faults.replugAfterMs);
     if (const json* rules = reader.Find("control"))
         for (const json& rule : *rules)
@@ -163,6 +175,12 @@ void ReadRegisterFaults(const json& object, RegisterFaults& faults) {
     reader.Optional("responseTime", faults.responseTime);
     reader.Optional("maximumCommand", faults.maximumCommand);
     reader.Optional("maximumAcknowledge", faults.maximumAcknowledge);
+    reader.Optional("largestRead", faults.largestRead);
+    reader.Optional("streamCount", faults.streamCount);
+    reader.Value("largestTransfer", faults.largestTransfer);
+    reader.Value("bootMs", faults.bootMs);
+    reader.Value("missingOptional", faults.missingOptional);
+    reader.Value("noStreamInterface", faults.noStreamInterface);
     reader.Value("zeroLeaderSize", faults.zeroLeaderSize);
     reader.Value("zeroTrailerSize", faults.zeroTrailerSize);
     reader.Value("zeroPayloadSize", faults.zeroPayloadSize);

@@ -14,6 +14,7 @@ constexpr std::uint16_t kExtendedChunkPayload = 0x4001;
 constexpr std::uint16_t kLeaderSize = 52;
 constexpr std::uint16_t kTrailerSize = 32;
 constexpr std::uint16_t kChunkTrailerSize = 36;
+constexpr int kOldByte = 0x5A;
 constexpr std::uint32_t kWrongMagic = 0x58563355; // "U3VX"
 
 bool Interrupts(StreamFault fault) {
@@ -22,8 +23,9 @@ bool Interrupts(StreamFault fault) {
 
 } // namespace
 
-void StreamChannel::Start(const StreamLayout& layout) {
+void StreamChannel::Start(const StreamLayout& layout, std::uint32_t largestTransfer) {
     m_Layout = layout;
+    m_LargestTransfer = largestTransfer;
     m_On = true;
     m_InBlock = false;
     m_IdOffset = 0;
@@ -49,6 +51,9 @@ void StreamChannel::Begin(const Frame& frame) {
     image.blockId += m_IdOffset;
     if (const StreamFaultRule* rule = Fault(StreamFault::ShortHeight))
         image.geometry.height = std::min(image.geometry.height, std::max<std::uint32_t>(rule->value, 1));
+    const std::uint32_t announced = image.geometry.height;
+    if (const StreamFaultRule* rule = Fault(StreamFault::LessLines))
+        image.geometry.height = std::min(announced, std::max<std::uint32_t>(rule->value, 1));
     m_Scene.Begin(image.geometry, image.look, image.values.frameId);
     m_ImageBytes = image.geometry.ImageBytes();
     m_Tail = image.chunks.Tail(m_ImageBytes, image.values);
@@ -59,9 +64,10 @@ void StreamChannel::Begin(const Frame& frame) {
     m_PayloadBytes = whole;
     m_PayloadSent = 0;
     const std::uint16_t status = LimitPayload();
-    BuildLeader(image);
+    BuildLeader(image, announced);
     BuildTrailer(image, status, m_PayloadBytes);
     m_NextSlot = 0;
+    m_LeftOverDue = Fault(StreamFault::LeftOver) != nullptr;
     m_Slot.reset();
     m_InBlock = true;
     ++m_Blocks;
@@ -87,22 +93,27 @@ std::uint16_t StreamChannel::LimitPayload() {
     return status;
 }
 
-void StreamChannel::BuildLeader(const Frame& frame) {
+void StreamChannel::BuildLeader(const Frame& frame, std::uint32_t height) {
     const Geometry& geometry = frame.geometry;
     m_Leader.clear();
     Append<std::uint32_t>(m_Leader, Fault(StreamFault::LeaderMagic) ? kWrongMagic : kLeaderMagic);
     Append<std::uint16_t>(m_Leader, 0);
-    Append<std::uint16_t>(m_Leader, kLeaderSize);
+    const StreamFaultRule* longer = Fault(StreamFault::LongLeader);
+    const std::size_t size = kLeaderSize + (longer != nullptr ? longer->value : 0);
+    Append<std::uint16_t>(m_Leader, static_cast<std::uint16_t>(size));
     Append<std::uint64_t>(m_Leader, frame.blockId);
     Append<std::uint16_t>(m_Leader, 0);
-    Append<std::uint16_t>(m_Leader, frame.chunks.active ? kExtendedChunkPayload : kImagePayload);
+    const StreamFaultRule* type = Fault(StreamFault::PayloadType);
+    const std::uint32_t known = frame.chunks.active ? kExtendedChunkPayload : kImagePayload;
+    Append<std::uint16_t>(m_Leader, static_cast<std::uint16_t>(type != nullptr ? type->value : known));
     Append<std::uint64_t>(m_Leader, frame.values.timestamp);
     Append<std::uint32_t>(m_Leader, static_cast<std::uint32_t>(geometry.format));
     Append<std::uint32_t>(m_Leader, geometry.width);
-    Append<std::uint32_t>(m_Leader, geometry.height);
+    Append<std::uint32_t>(m_Leader, height);
     Append<std::uint32_t>(m_Leader, geometry.offsetX);
     Append<std::uint32_t>(m_Leader, geometry.offsetY);
     Append<std::uint32_t>(m_Leader, 0); // no bytes at the ends of lines, and reserved
+    m_Leader.resize(size);
 }
 
 void StreamChannel::BuildTrailer(const Frame& frame, std::uint16_t status, std::uint64_t validBytes) {
@@ -148,7 +159,8 @@ StreamChannel::Slot StreamChannel::MakePayloadSlot(std::uint64_t index) const {
     const std::size_t programmed = PayloadSlotSize(index);
     const std::size_t rest = m_PayloadBytes - m_PayloadSent;
     const bool last = rest != 0 && rest <= programmed;
-    Slot slot = MakeSlot(SlotKind::Payload, std::min(programmed, rest), programmed);
+    const std::size_t most = m_LargestTransfer != 0 ? std::min<std::size_t>(programmed, m_LargestTransfer) : programmed;
+    Slot slot = MakeSlot(SlotKind::Payload, std::min(most, rest), programmed);
     if (last && Fault(StreamFault::Padding)) {
         slot.bytes = programmed;
         slot.emptyPacketDue = false;
@@ -160,8 +172,23 @@ StreamChannel::Slot StreamChannel::MakePayloadSlot(std::uint64_t index) const {
     return slot;
 }
 
+// The leader or the trailer; false when it is left out.
+bool StreamChannel::MakeEdge(SlotKind kind) {
+    const bool leader = kind == SlotKind::Leader;
+    if (Fault(leader ? StreamFault::LostLeader : StreamFault::LostTrailer)) return false;
+    const bool empty = Fault(leader ? StreamFault::EmptyLeader : StreamFault::EmptyTrailer) != nullptr;
+    const std::size_t bytes = leader ? m_Leader.size() : m_Trailer.size();
+    m_Slot = MakeSlot(kind, empty ? 0 : bytes, leader ? m_Layout.maximumLeader : m_Layout.maximumTrailer);
+    return true;
+}
+
 // Turns to the next transfer of the block; false behind the last one.
 bool StreamChannel::NextSlot() {
+    if (std::exchange(m_LeftOverDue, false)) {
+        const std::size_t bytes = Fault(StreamFault::LeftOver)->value;
+        m_Slot = MakeSlot(SlotKind::Other, bytes, bytes + 1);
+        return true;
+    }
     const std::uint64_t last = PayloadSlots() + 1;
     while (m_NextSlot <= last) {
         const std::uint64_t slot = m_NextSlot++;
@@ -170,10 +197,7 @@ bool StreamChannel::NextSlot() {
             return true;
         }
         const bool leader = (slot == 0) != (Fault(StreamFault::Swapped) != nullptr);
-        if (Fault(leader ? StreamFault::LostLeader : StreamFault::LostTrailer)) continue;
-        m_Slot = leader ? MakeSlot(SlotKind::Leader, m_Leader.size(), m_Layout.maximumLeader)
-                        : MakeSlot(SlotKind::Trailer, m_Trailer.size(), m_Layout.maximumTrailer);
-        return true;
+        if (MakeEdge(leader ? SlotKind::Leader : SlotKind::Trailer)) return true;
     }
     return false;
 }
@@ -240,6 +264,8 @@ void StreamChannel::Fill(const Slot& slot, std::uint8_t* to, std::size_t count) 
         std::memcpy(to, m_Leader.data() + slot.sent, count);
     else if (slot.kind == SlotKind::Trailer)
         std::memcpy(to, m_Trailer.data() + slot.sent, count);
+    else if (slot.kind == SlotKind::Other)
+        std::memset(to, kOldByte, count);
     else {
         const std::size_t real = std::min(count, m_PayloadBytes - std::min(m_PayloadBytes, m_PayloadSent));
         FillPayload(m_PayloadSent, to, real);

@@ -32,7 +32,8 @@ class StreamChannel {
 public:
     explicit StreamChannel(std::size_t packetSize) : m_PacketSize(packetSize) {}
 
-    void Start(const StreamLayout& layout);
+    /// Payload transfers end after `largestTransfer` bytes, if it is not 0.
+    void Start(const StreamLayout& layout, std::uint32_t largestTransfer = 0);
     void Stop();
     bool IsOn() const { return m_On; }
     void SetFaults(std::vector<StreamFaultRule> rules);
@@ -47,7 +48,7 @@ public:
     std::uint64_t Blocks() const { return m_Blocks; }
 
 private:
-    enum class SlotKind { Leader, Payload, Trailer };
+    enum class SlotKind { Leader, Payload, Trailer, Other };
     /// One transfer of a block.
     struct Slot {
         SlotKind kind = SlotKind::Leader;
@@ -58,6 +59,7 @@ private:
 
     const std::size_t m_PacketSize;
     bool m_On = false;
+    std::uint32_t m_LargestTransfer = 0;
     StreamLayout m_Layout;
     std::vector<StreamFaultRule> m_Faults;
     std::uint64_t m_Blocks = 0;   // begun since the faults were set
@@ -75,6 +77,7 @@ private:
     std::size_t m_CrcAt = 0; // where in the payload the checksum's value lies; 0: nowhere
     std::uint16_t m_Crc = 0;
     std::uint64_t m_NextSlot = 0;
+    bool m_LeftOverDue = false;
     std::optional<Slot> m_Slot;
     std::vector<StreamFaultRule> m_Active; // faults of this block
 
@@ -83,6 +86,7 @@ private:
     std::uint64_t PayloadSlots() const;
     std::size_t PayloadSlotSize(std::uint64_t index) const;
     bool NextSlot();
+    bool MakeEdge(SlotKind kind);
     Slot MakeSlot(SlotKind kind, std::size_t bytes, std::size_t programmed) const;
     Slot MakePayloadSlot(std::uint64_t index) const;
     void Fill(const Slot& slot, std::uint8_t* to, std::size_t count);
@@ -91,7 +95,7 @@ private:
     void SkipPayload(std::size_t count);
     std::optional<PipeStatus> Interruption();
     std::size_t BytesToInterruption() const;
-    void BuildLeader(const Frame& frame);
+    void BuildLeader(const Frame& frame, std::uint32_t height);
     void BuildTrailer(const Frame& frame, std::uint16_t status, std::uint64_t validBytes);
     std::uint16_t LimitPayload();
 };

@@ -135,6 +135,31 @@ TEST_F(ControlFaultTest, AnyStatusCodeCanCome) {
     }
 }
 
+TEST_F(ControlFaultTest, AWriteIsSaidToHaveWrittenNothing) {
+    Script(ControlFault::ZeroWritten);
+    EXPECT_EQ(client.Ask(kWrite), Hex("55335643 0000 0308 0400 0B00 0000 0000"));
+    EXPECT_EQ(client.Read(0x20018, 4), 0x400u);
+}
+
+TEST_F(ControlFaultTest, TheChannelIsDeafUntilItIsCleared) {
+    Script(ControlFault::Deaf);
+    EXPECT_TRUE(client.Ask(kWrite).empty());
+    EXPECT_TRUE(client.Ask(kRead).empty());
+    device.ClearHalt(0x81);
+    EXPECT_EQ(client.Ask(kReadAgain), Hex(kReadAgainAck));
+    EXPECT_EQ(client.Read(0x20018, 4), 0u) << "not executed";
+}
+
+TEST_F(ControlFaultTest, TheDeviceDoesNotSurviveAHaltThatTheHostSets) {
+    FaultScript script;
+    script.dieOnSetHalt = true;
+    device.SetFaults(script);
+    device.Control({0x02, 1, 0, 0x81, 0}, nullptr);
+    EXPECT_TRUE(device.IsPlugged()) << "clearing does no harm";
+    device.Control({0x02, 3, 0, 0x81, 0}, nullptr);
+    EXPECT_FALSE(device.IsPlugged());
+}
+
 TEST_F(ControlFaultTest, AWriteIsAcknowledgedWithoutItsLength) {
     Script(ControlFault::MissingScd);
     EXPECT_EQ(client.Ask(kWrite), Hex("55335643 0000 0308 0000 0B00"));
@@ -401,6 +426,75 @@ TEST_F(StreamFaultTest, AnImageHasFewerLines) {
     ExpectGood(stream.Read(), 1);
 }
 
+TEST_F(StreamFaultTest, OnlyTheTrailerKnowsThatLinesAreMissing) {
+    Start(StreamFault::LessLines, 10);
+    const Block block = stream.Read();
+    EXPECT_EQ(virtualcam::Load<std::uint32_t>(block.Leader().data() + 36), 64u);
+    EXPECT_EQ(virtualcam::Load<std::uint32_t>(block.Trailer().data() + 28), 10u);
+    EXPECT_EQ(block.ValidBytes(), 1280u);
+    ExpectGood(stream.Read(), 1);
+}
+
+TEST_F(StreamFaultTest, EmptyPacketsComeForLeaderAndTrailer) {
+    Start(StreamFault::EmptyLeader);
+    Block block = stream.Read();
+    EXPECT_TRUE(block.Leader().empty());
+    EXPECT_EQ(block.Trailer().size(), 32u);
+    ExpectGood(stream.Read(), 1);
+    stream.Stop();
+    Start(StreamFault::EmptyTrailer);
+    block = stream.Read();
+    EXPECT_EQ(block.Leader().size(), 52u);
+    EXPECT_TRUE(block.Trailer().empty());
+}
+
+TEST_F(StreamFaultTest, ALeaderIsLongerAndOfAnUnknownType) {
+    Start(StreamFault::LongLeader, 12);
+    EXPECT_EQ(stream.Read().Leader().size(), 64u);
+    stream.Stop();
+    Start(StreamFault::PayloadType, 0x2345);
+    EXPECT_EQ(virtualcam::Load<std::uint16_t>(stream.Read().Leader().data() + 18), 0x2345);
+}
+
+TEST_F(StreamFaultTest, BytesOfAnEarlierBlockComeFirst) {
+    Start(StreamFault::LeftOver, 600);
+    Bytes old;
+    EXPECT_EQ(client.Receive(0x83, 1024, old), PipeStatus::Complete);
+    EXPECT_EQ(old, Bytes(600, 0x5A));
+    ExpectGood(stream.Read(), 0);
+}
+
+TEST_F(StreamFaultTest, AStreamIsMuteUntilItsEndpointIsCleared) {
+    FaultScript script;
+    script.muteUntilClearHalt = true;
+    device.SetFaults(script);
+    ASSERT_EQ(stream.Start(4096, 2), 0);
+    stream.StartAcquisition();
+    ExpectGood(stream.Read(), 0);
+    stream.Stop();
+    ASSERT_EQ(stream.Start(4096, 2), 0);
+    Bytes leader;
+    EXPECT_EQ(client.Receive(0x83, 1024, leader, 20), PipeStatus::NotYet);
+    stream.Stop();
+    device.ClearHalt(0x83);
+    ASSERT_EQ(stream.Start(4096, 2), 0);
+    ExpectGood(stream.Read(), 0);
+}
+
+TEST(StreamLimitTest, LargeTransfersComeShort) {
+    CameraSettings settings = Small();
+    settings.registers.largestTransfer = 1024;
+    Device device(settings);
+    DeviceClient client(device);
+    StreamClient stream(client);
+    ASSERT_EQ(stream.Start(4096, 2), 0);
+    stream.StartAcquisition();
+    EXPECT_EQ(stream.Read().transfers[1].size(), 1024u);
+    stream.Stop();
+    ASSERT_EQ(stream.Start(1024, 8), 0);
+    EXPECT_EQ(stream.Read().Payload().size(), 8192u);
+}
+
 TEST_F(StreamFaultTest, ALastTransferIsPadded) {
     FaultScript script;
     StreamFaultRule rule;
@@ -461,6 +555,42 @@ TEST(RegisterFaultTest, BootstrapRegistersAreOutOfTheOrdinary) {
     EXPECT_EQ(client.Write(0x105000, Bytes(1005)), 0x8002) << "longer than a command may be";
 }
 
+TEST(RegisterFaultTest, LongReadsAreRefusedWhateverTheRegistersSay) {
+    CameraSettings settings = Small();
+    settings.registers.largestRead = 64;
+    Device device(settings);
+    DeviceClient client(device);
+    Bytes data;
+    EXPECT_EQ(client.Read(0x200000, 64, data), 0);
+    EXPECT_EQ(client.Read(0x200000, 65, data), 0x8002);
+}
+
+TEST(RegisterFaultTest, OptionalRegistersAreMissing) {
+    CameraSettings settings = Small();
+    settings.registers.missingOptional = true;
+    settings.registers.streamCount = 0;
+    Device device(settings);
+    DeviceClient client(device);
+    EXPECT_EQ(client.Read(0x1C4, 8), 0xA0Cu);
+    EXPECT_EQ(client.Read(0x1001C, 4), 0u);
+    Bytes data;
+    for (const std::uint64_t address : {0x84, 0x184, 0x20C})
+        EXPECT_EQ(client.Read(address, 4, data), 0x8003) << address;
+}
+
+TEST(RegisterFaultTest, TheCameraSleepsAfterPowerOn) {
+    CameraSettings settings = Small();
+    settings.registers.bootMs = 30;
+    Device device(settings);
+    DeviceClient client(device);
+    EXPECT_TRUE(client.Ask(kRead).empty());
+    Bytes answer;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while ((answer = client.Ask(kRead)).empty() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    EXPECT_EQ(answer, Hex(kReadAck));
+}
+
 TEST(RegisterFaultTest, AFamilyNameIsNotSupported) {
     CameraSettings settings = Small();
     settings.family.clear();
@@ -478,6 +608,16 @@ TEST(DescriptorFaultTest, TheDeviceInfoIsLongerThanToday) {
     EXPECT_EQ(descriptors.Configuration().size(), 118u);
     EXPECT_EQ(descriptors.Configuration()[2], 118);
     EXPECT_EQ(descriptors.Configuration()[26], 22);
+}
+
+TEST(DescriptorFaultTest, NoStreamInterfaceIsThere) {
+    CameraSettings settings = Small();
+    settings.registers.noStreamInterface = true;
+    const Bytes set = virtualcam::Descriptors(settings).Configuration();
+    EXPECT_EQ(set.size(), 94u);
+    EXPECT_EQ(set[2], 94);
+    EXPECT_EQ(set[4], 2) << "interfaces";
+    EXPECT_EQ(set[12], 2) << "interfaces of the association";
 }
 
 TEST(DescriptorFaultTest, StringsCannotBeRead) {

@@ -61,6 +61,17 @@ TEST(Manifest, CanFlagTheWrongFormat) {
     EXPECT_EQ(FileOf(manifest)[0], 'P');
 }
 
+TEST(Manifest, CanFlagPlainXmlAsZipped) {
+    const Manifest manifest = Build(ManifestFault::WrongZipFlag);
+    EXPECT_EQ(Load<std::uint32_t>(manifest.table.data() + 12), 0x01010400u);
+    EXPECT_EQ(FileOf(manifest)[0], '<');
+}
+
+TEST(Manifest, CanHaveAFileThatIsLongerThanItsText) {
+    EXPECT_EQ(FileOf(Build(ManifestFault::TrailingZeros)).back(), 0);
+    EXPECT_EQ(FileOf(Build(ManifestFault::TrailingZeros)).size(), FileOf(Build(ManifestFault::PlainXml)).size() + 100);
+}
+
 TEST(Manifest, CanHoldADamagedArchiveWithTheRightHash) {
     const Manifest manifest = Build(ManifestFault::CorruptZip);
     EXPECT_EQ(HashIn(manifest), HashOf(FileOf(manifest)));
