@@ -173,16 +173,17 @@ udev_device* udev_device_unref(udev_device* self) {
     return nullptr;
 }
 
+// libusb asks without looking whether a device that it has just listed was still there. libudev then answers null.
 const char* udev_device_get_action(udev_device* self) {
-    return self->action.empty() ? nullptr : self->action.c_str();
+    return self == nullptr || self->action.empty() ? nullptr : self->action.c_str();
 }
 
 const char* udev_device_get_devnode(udev_device* self) {
-    return self->node.c_str();
+    return self != nullptr ? self->node.c_str() : nullptr;
 }
 
 const char* udev_device_get_sysname(udev_device* self) {
-    return self->name.c_str();
+    return self != nullptr ? self->name.c_str() : nullptr;
 }
 
 } // extern "C"
