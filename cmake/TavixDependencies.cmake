@@ -11,6 +11,8 @@ find_package(nlohmann_json REQUIRED)
 pkg_check_modules(LIBUSB REQUIRED IMPORTED_TARGET libusb-1.0)
 pkg_check_modules(LOG4CPP REQUIRED IMPORTED_TARGET log4cpp)
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
+# Only for lending virtual cameras to virtual machines: the project builds without it.
+pkg_check_modules(USBREDIR IMPORTED_TARGET libusbredirparser-0.5)
 if(TAVIX_BUILD_TESTS)
   include(GoogleTest)
   find_package(GTest REQUIRED)

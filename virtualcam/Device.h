@@ -22,7 +22,8 @@ namespace virtualcam {
 /// One device. An adapter carries host transfers to it:
 ///  - Out once for each OUT transfer, with all its bytes; NotYet means: nothing was taken, offer it again later;
 ///  - In for the oldest IN transfer of an endpoint, with the room that is left in it, again and again until the answer
-///    is not NotYet. After NotYet the listener's EndpointReady tells when it is worth asking again.
+///    is not NotYet. After NotYet the listener's EndpointReady tells when it is worth asking again; of an acknowledge
+///    that is there at the end of Out it does not tell, so ask after each Out.
 /// Bytes of images are made in the buffer handed in. One In at a time for each endpoint. Thread-safe.
 class Device final : private CameraHost {
 public:

@@ -14,12 +14,25 @@ struct OutsideHeader {
 };
 
 constexpr OutsideHeader kOutside[] = {
-    {"log4cpp/", "log4cpp"},   {"boost/", "boost"},        {"libusb.h", "libusb"},
-    {"libusb-1.0/", "libusb"}, {"pugixml.hpp", "pugixml"}, {"pugiconfig.hpp", "pugixml"},
-    {"zip.h", "zip"},          {"zipconf.h", "zip"},       {"CLI/", "cli11"},
-    {"png.h", "png"},          {"pngconf.h", "png"},       {"nlohmann/", "json"},
-    {"openssl/", "openssl"},   {"zlib.h", "zlib"},         {"libudev.h", "udev"},
-    {"gtest/", "gtest"},       {"gmock/", "gtest"},        {"benchmark/", "benchmark"},
+    {"log4cpp/", "log4cpp"},
+    {"boost/", "boost"},
+    {"libusb.h", "libusb"},
+    {"libusb-1.0/", "libusb"},
+    {"pugixml.hpp", "pugixml"},
+    {"pugiconfig.hpp", "pugixml"},
+    {"zip.h", "zip"},
+    {"zipconf.h", "zip"},
+    {"CLI/", "cli11"},
+    {"png.h", "png"},
+    {"pngconf.h", "png"},
+    {"nlohmann/", "json"},
+    {"openssl/", "openssl"},
+    {"zlib.h", "zlib"},
+    {"libudev.h", "udev"},
+    {"gtest/", "gtest"},
+    {"gmock/", "gtest"},
+    {"benchmark/", "benchmark"},
+    {"usbredirparser.h", "usbredir"},
 };
 
 // Folders of the system's own headers; its headers without a folder end in ".h", those of the language in nothing.

@@ -1,0 +1,117 @@
+#include "virtualcam/remote/RemoteCamera.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace virtualcam {
+namespace {
+
+int MakeSignal() {
+    const int signal = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (signal < 0) throw std::runtime_error("no file descriptor is left for a camera");
+    return signal;
+}
+
+void Raise(int signal) {
+    eventfd_write(signal, 1);
+}
+
+void Lower(int signal) {
+    eventfd_t value = 0;
+    eventfd_read(signal, &value);
+}
+
+} // namespace
+
+RemoteCamera::RemoteCamera(const CameraSettings& settings, unsigned index)
+    : m_Device(settings), m_Index(index), m_Wake(MakeSignal()), m_End(MakeSignal()) {
+    m_Plugged = m_Device.IsPlugged();
+    m_Stays = m_Plugged ? 1 : 0;
+    m_Device.SetListener(this);
+}
+
+RemoteCamera::~RemoteCamera() {
+    m_Device.SetListener(nullptr);
+    close(m_Wake);
+    close(m_End);
+}
+
+bool RemoteCamera::IsFree() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Plugged && !m_Taken && !m_Closed;
+}
+
+bool RemoteCamera::Take() {
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        if (!m_Plugged || m_Taken || m_Closed) return false;
+        m_Taken = true;
+        m_Ready.clear();
+        Lower(m_Wake);
+        Lower(m_End);
+    }
+    m_Device.BusReset();
+    return true;
+}
+
+void RemoteCamera::GiveBack() {
+    m_Device.BusReset(); // a camera without a host does not go on streaming
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Taken = false;
+}
+
+void RemoteCamera::Close() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Closed = true;
+    m_Changed.notify_all();
+    Raise(m_End);
+    Raise(m_Wake);
+}
+
+bool RemoteCamera::AwaitStay(std::uint64_t& stay) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    m_Changed.wait(lock, [this, stay] { return m_Closed || (m_Plugged && m_Stays > stay); });
+    stay = m_Stays;
+    return !m_Closed;
+}
+
+std::vector<std::uint8_t> RemoteCamera::TakeReady() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    Lower(m_Wake);
+    return std::exchange(m_Ready, {});
+}
+
+// --- the device speaks
+
+void RemoteCamera::EndpointReady(std::uint8_t endpoint) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (std::find(m_Ready.begin(), m_Ready.end(), endpoint) == m_Ready.end()) m_Ready.push_back(endpoint);
+    Raise(m_Wake);
+}
+
+void RemoteCamera::Unplugged() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Plugged = false;
+    Raise(m_End);
+}
+
+void RemoteCamera::Plugged() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Plugged = true;
+    ++m_Stays;
+    m_Changed.notify_all();
+    Raise(m_Wake);
+}
+
+RemoteCameras MakeRemoteCameras(const BackendSettings& settings) {
+    RemoteCameras cameras;
+    for (const CameraSettings& camera : settings.cameras)
+        cameras.push_back(std::make_unique<RemoteCamera>(camera, static_cast<unsigned>(cameras.size())));
+    return cameras;
+}
+
+} // namespace virtualcam

@@ -1,0 +1,68 @@
+#pragma once
+// A camera that waits for a host outside this process: whose it is, and what wakes that host's session.
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "virtualcam/Device.h"
+
+namespace virtualcam {
+
+/// Belongs to one session at a time. A session polls its two descriptors: WakeFd is readable when TakeReady has
+/// something to tell and when the camera has been plugged in, EndFd when the session has to end, because the camera was
+/// unplugged or closed. Thread-safe.
+class RemoteCamera final : private DeviceListener {
+public:
+    /// Throws std::runtime_error when the description file cannot be read or the system has no descriptors left.
+    RemoteCamera(const CameraSettings& settings, unsigned index);
+    ~RemoteCamera();
+    RemoteCamera(const RemoteCamera&) = delete;
+    RemoteCamera& operator=(const RemoteCamera&) = delete;
+
+    Device& GetDevice() { return m_Device; }
+    const CameraSettings& Settings() const { return m_Device.Settings(); }
+    /// Position among the cameras that are served, from 0.
+    unsigned Index() const { return m_Index; }
+
+    /// True when the camera is plugged and has no session.
+    bool IsFree() const;
+    /// Begins a session with the camera as after a bus reset; false when it is not free.
+    bool Take();
+    void GiveBack();
+    /// Ends the present session from outside, and refuses further ones.
+    void Close();
+    /// Waits for the camera to be plugged anew since `stay`, which becomes its present stay; false after Close. Begin
+    /// with 0.
+    bool AwaitStay(std::uint64_t& stay);
+
+    int WakeFd() const { return m_Wake; }
+    int EndFd() const { return m_End; }
+    /// Endpoints (addresses) that are worth asking again since the last call.
+    std::vector<std::uint8_t> TakeReady();
+
+private:
+    Device m_Device;
+    const unsigned m_Index;
+    const int m_Wake;
+    const int m_End;
+    mutable std::mutex m_Lock;
+    std::condition_variable m_Changed;
+    std::vector<std::uint8_t> m_Ready; // guarded by m_Lock, as all below
+    std::uint64_t m_Stays = 0;         // how often it was plugged
+    bool m_Plugged = false;
+    bool m_Taken = false;
+    bool m_Closed = false;
+
+    void EndpointReady(std::uint8_t endpoint) override;
+    void Unplugged() override;
+    void Plugged() override;
+};
+
+using RemoteCameras = std::vector<std::unique_ptr<RemoteCamera>>;
+/// One for each camera of the settings.
+RemoteCameras MakeRemoteCameras(const BackendSettings& settings);
+
+} // namespace virtualcam

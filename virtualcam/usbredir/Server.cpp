@@ -1,0 +1,50 @@
+#include "virtualcam/usbredir/Server.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <unistd.h>
+
+#include "virtualcam/usbredir/Session.h"
+
+namespace virtualcam::usbredir {
+
+Server::Server(RemoteCameras& cameras, const std::string& path, Notify notify)
+    : m_Cameras(cameras), m_Path(path), m_Notify(std::move(notify)), m_Reserved(cameras.size(), false) {
+    m_Listener =
+        std::make_unique<Listener>(Listener::OpenUnix(path), [this](int socket, int end) { Answer(socket, end); });
+}
+
+Server::~Server() {
+    m_Listener.reset();
+    unlink(m_Path.c_str());
+}
+
+RemoteCamera* Server::Reserve() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto free = std::find(m_Reserved.begin(), m_Reserved.end(), false);
+    if (free == m_Reserved.end()) return nullptr;
+    *free = true;
+    return m_Cameras[static_cast<std::size_t>(free - m_Reserved.begin())].get();
+}
+
+void Server::Free(const RemoteCamera& camera) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Reserved[camera.Index()] = false;
+}
+
+void Server::Answer(int socket, int end) {
+    RemoteCamera* const camera = Reserve();
+    if (!camera) {
+        m_Notify("a connection was refused, since all cameras are in use");
+        return;
+    }
+    try {
+        Session(*camera, socket, end, m_Notify).Run();
+    } catch (const std::exception& trouble) {
+        m_Notify(trouble.what());
+    }
+    Free(*camera);
+}
+
+} // namespace virtualcam::usbredir

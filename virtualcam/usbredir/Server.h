@@ -1,0 +1,29 @@
+#pragma once
+// Offers virtual cameras to virtual machines: each connection to a local socket gets the next camera that has none.
+
+#include "virtualcam/remote/Listener.h"
+#include "virtualcam/remote/RemoteCamera.h"
+
+namespace virtualcam::usbredir {
+
+/// Serves from construction to destruction. Thread-safe.
+class Server {
+public:
+    /// Throws std::runtime_error when it cannot listen. The cameras are borrowed.
+    Server(RemoteCameras& cameras, const std::string& path, Notify notify);
+    ~Server();
+
+private:
+    RemoteCameras& m_Cameras;
+    const std::string m_Path;
+    const Notify m_Notify;
+    std::mutex m_Lock;
+    std::vector<bool> m_Reserved; // guarded by m_Lock
+    std::unique_ptr<Listener> m_Listener;
+
+    void Answer(int socket, int end);
+    RemoteCamera* Reserve();
+    void Free(const RemoteCamera& camera);
+};
+
+} // namespace virtualcam::usbredir
