@@ -38,6 +38,7 @@ CommandLine::CommandLine()
     AddGrabCommand();
     AddStreamCommands();
     AddFileCommands();
+    AddVirtualCommands();
 }
 
 void CommandLine::Parse(int argc, char** argv) {
@@ -56,8 +57,10 @@ void CommandLine::Parse(int argc, char** argv) {
 }
 
 std::string CommandLine::HelpCommand() const {
-    const auto named = app.get_subcommands();
-    return named.empty() ? "tavix --help" : "tavix " + named.front()->get_name() + " --help";
+    std::string command = "tavix";
+    for (auto named = app.get_subcommands(); !named.empty(); named = named.front()->get_subcommands())
+        command += " " + named.front()->get_name();
+    return command + " --help";
 }
 
 void CommandLine::AddListingCommands() {
@@ -184,6 +187,35 @@ void CommandLine::AddFileCommands() {
                       "List what is wrong with the file instead; exit status 1 when something cannot work");
     command->add_flag("--json", m_Xml.json, "Print JSON");
     command->callback([this] { run = [this] { return Xml(m_Xml); }; });
+}
+
+void CommandLine::AddVirtualCommands() {
+    auto* command = app.add_subcommand("virtual", "Virtual cameras for other programs and computers");
+    command->require_subcommand(1)->fallthrough();
+    auto* serving = command->add_subcommand(
+        "serve", "Lend virtual cameras (--virtual says which; one without it) to a kernel; ends with Ctrl+C or 'quit'");
+    auto* usbip = serving
+                      ->add_option("--usbip", m_UsbipPort,
+                                   "By USB/IP on this TCP port (3240): any Linux attaches them with usbip")
+                      ->expected(0, 1)
+                      ->check(Count(65535))
+                      ->type_name("PORT");
+    serving->add_option("--listen", m_Serve.listen, "Address for USB/IP")->capture_default_str()->needs(usbip);
+    auto* vhci = serving->add_flag("--vhci", m_Serve.vhci, "Attach them to this computer's kernel (as root)");
+    auto* redirection =
+        serving->add_option("--usbredir", m_Serve.usbredir, "To virtual machines, on this local socket");
+    usbip->excludes(vhci)->excludes(redirection);
+    vhci->excludes(redirection);
+    serving->callback([this, usbip, vhci, redirection] {
+        if (usbip->count() + vhci->count() + redirection->count() == 0)
+            throw CLI::RequiredError("one of --usbip, --vhci, --usbredir", CLI::ExitCodes::RequiredError);
+        if (usbip->count() != 0)
+            m_Serve.usbip = m_UsbipPort.empty() || m_UsbipPort.front() == 0 ? 3240 : m_UsbipPort.front();
+        run = [this] {
+            m_Serve.cameras = virtualCameras;
+            return Serve(m_Serve);
+        };
+    });
 }
 
 } // namespace tool

@@ -2,6 +2,7 @@
 // The options of every command.
 
 #include "Options.h"
+#include "VirtualCommand.h"
 
 #include <functional>
 #include <string>
@@ -34,6 +35,7 @@ private:
     void AddGrabCommand();
     void AddStreamCommands();
     void AddFileCommands();
+    void AddVirtualCommands();
 
     CommonOptions m_List, m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
@@ -43,6 +45,8 @@ private:
     GrabOptions m_Grab, m_Chunks, m_Bench;
     EventsOptions m_Events;
     FileOptions m_Xml;
+    ServeOptions m_Serve;
+    std::vector<std::uint16_t> m_UsbipPort; ///< empty: the usual one
 };
 
 } // namespace tool
