@@ -1,23 +1,39 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the project needs. Does nothing when all are there.
-# Usage: scripts/setup.sh [--dev]     --dev adds what only developers need (clang, formatter, fuzzing)
+# Usage: scripts/setup.sh [--dev]     --dev adds what only developers need (clang, formatter, fuzzing, virtual machines)
 set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build pkg-config git
     libusb-1.0-0-dev liblog4cpp5-dev libboost-dev libpugixml-dev libzip-dev zlib1g-dev libssl-dev
-    libcli11-dev nlohmann-json3-dev libpng-dev
+    libcli11-dev nlohmann-json3-dev libpng-dev libusbredirparser-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
-developer_packages=(clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache)
-[ "${1:-}" = "--dev" ] && packages+=("${developer_packages[@]}")
+developer_packages=(
+    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache
+    qemu-system-x86 busybox-static cpio kmod udev usbip
+)
+developer=no
+if [ "${1:-}" = "--dev" ]; then
+    developer=yes
+    packages+=("${developer_packages[@]}")
+fi
 
 missing=()
 for package in "${packages[@]}"; do
     status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$status" = installed ] || missing+=("$package")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+# The kernel for the virtual machines of tests/system is unpacked, not installed. Its tests do without, loudly.
+fetch_kernel() {
+    "$(dirname "$0")/../tests/system/vm/kernel.sh" >/dev/null ||
+        echo "setup: Debian's kernel could not be fetched; the tests with a real kernel will be skipped" >&2
+}
+finish() {
+    [ "$developer" = no ] || fetch_kernel
+    exit 0
+}
+[ ${#missing[@]} -eq 0 ] && finish
 
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
@@ -41,3 +57,4 @@ if ! install; then
     "${as_root[@]}" apt-get update >>"$log" 2>&1 || true
     install || { tail -n 5 "$log" >&2; echo "setup: apt-get could not install the packages above" >&2; exit 1; }
 fi
+finish

@@ -1,0 +1,7 @@
+# In the guest: a camera on an xHCI controller. Argument: the folder of the build.
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd) build=$1 way=xhci
+. "$here/common.sh"
+check "the tests of an application" "$build/bin/system_kernel_test"
+check "events reach an application" "$build/bin/example_events"
+check_kernel
+exit $((failures != 0))
