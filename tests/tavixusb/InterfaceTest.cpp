@@ -25,9 +25,9 @@ using namespace Tavix;
 
 namespace {
 
-/// The function, chosen among overloads, and its exact signature.
+/// The function, chosen among overloads by its exact signature: it compiles or it does not.
 template<class Signature, Signature kFunction>
-inline constexpr bool kHas = kFunction != nullptr;
+inline constexpr bool kHas = true;
 template<class Heir, class Base>
 inline constexpr bool kIs = std::is_base_of_v<Base, Heir>;
 
