@@ -91,8 +91,8 @@ public:
     [[nodiscard]] virtual Result Claim(std::uint8_t interfaceNumber) = 0;
     virtual Result Release(std::uint8_t interfaceNumber) = 0;
 
-    /// Makes a configuration the active one, by its bConfigurationValue; does nothing when it is. Nothing may be claimed:
-    /// Busy when another handle or process has a claim.
+    /// Makes a configuration the active one, by its bConfigurationValue; does nothing when it is. Nothing may be
+    /// claimed: Busy when another handle or process has a claim.
     [[nodiscard]] virtual Result SelectConfiguration(std::uint8_t) { return Result::NotSupported; }
 
     /// Synchronous control transfer on endpoint 0. `data` has setup.length bytes; `actual` is the data stage's length.
