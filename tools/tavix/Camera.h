@@ -13,7 +13,7 @@ namespace tool {
 
 /// What is said when there is no camera at all.
 inline constexpr const char* kNoCamera =
-    "no camera found; plug one in and see the README for its permissions, or try a virtual one: tavix --virtual 2 list";
+    "no camera found; plug one in, ask `tavix doctor`, or try a virtual one: tavix --virtual 2 list";
 
 /// All cameras of all transport layers, in the order in which `tavix list` numbers them.
 Tavix::DeviceInfoList FindCameras();

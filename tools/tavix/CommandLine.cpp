@@ -1,7 +1,11 @@
 #include "CommandLine.h"
 
 #include "Commands.h"
+#include "Completion.h"
+#include "Status.h"
 #include "Validators.h"
+
+#include <cstdio>
 
 namespace tool {
 namespace {
@@ -39,6 +43,7 @@ CommandLine::CommandLine()
     AddStreamCommands();
     AddFileCommands();
     AddVirtualCommands();
+    AddTextCommands();
 }
 
 void CommandLine::Parse(int argc, char** argv) {
@@ -131,7 +136,9 @@ void CommandLine::AddGrabOptions(CLI::App& command, GrabOptions& options) {
     command.add_option("-n,--frames", options.frames, "Frames from each camera")
         ->capture_default_str()
         ->check(Count(kEndless));
-    command.add_option("-b,--buffers", options.buffers, "Buffers")->capture_default_str()->check(Count(4096));
+    command.add_option("-b,--buffers", options.buffers, "Buffers that take frames in turn; more bridge longer pauses")
+        ->capture_default_str()
+        ->check(Count(4096));
     command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")
         ->capture_default_str()
         ->check(Count(kLongestMs));
@@ -214,6 +221,32 @@ void CommandLine::AddVirtualCommands() {
         run = [this] {
             m_Serve.cameras = virtualCameras;
             return Serve(m_Serve);
+        };
+    });
+}
+
+void CommandLine::AddTextCommands() {
+    auto* completing = app.add_subcommand("completion", "Print a script with which a shell completes the command line");
+    completing->add_option("shell", m_Shell, "bash, zsh or fish")
+        ->required()
+        ->check(CLI::Validator(CheckShell, "bash|zsh|fish"));
+    completing->callback([this] {
+        run = [this] {
+            const ProgramModel model = ModelOf(app);
+            const bool isZsh = m_Shell == "zsh", isFish = m_Shell == "fish";
+            const std::string script = isZsh    ? ZshCompletion(model)
+                                       : isFish ? FishCompletion(model)
+                                                : BashCompletion(model);
+            std::fputs(script.c_str(), stdout);
+            return static_cast<int>(kDone);
+        };
+    });
+
+    auto* manual = app.add_subcommand("man", "Print the manual page; to read it: tavix man | man -l -");
+    manual->callback([this] {
+        run = [this] {
+            std::fputs(ManPage(ModelOf(app)).c_str(), stdout);
+            return static_cast<int>(kDone);
         };
     });
 }

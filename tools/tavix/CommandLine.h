@@ -36,6 +36,7 @@ private:
     void AddStreamCommands();
     void AddFileCommands();
     void AddVirtualCommands();
+    void AddTextCommands();
 
     CommonOptions m_List, m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
@@ -44,6 +45,7 @@ private:
     SettingsFileOptions m_Save, m_Load;
     GrabOptions m_Grab, m_Chunks, m_Bench;
     EventsOptions m_Events;
+    std::string m_Shell;
     FileOptions m_Xml;
     ServeOptions m_Serve;
     std::vector<std::uint16_t> m_UsbipPort; ///< empty: the usual one

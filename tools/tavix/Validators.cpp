@@ -31,4 +31,9 @@ std::string CheckFormat(std::string& text) {
     return known ? "" : "'" + text + "' is none of png, pgm, raw";
 }
 
+std::string CheckShell(std::string& text) {
+    const bool known = text == "bash" || text == "zsh" || text == "fish";
+    return known ? "" : "'" + text + "' is none of bash, zsh, fish";
+}
+
 } // namespace tool

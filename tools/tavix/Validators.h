@@ -15,4 +15,7 @@ std::string CheckVirtualCameras(std::string& text);
 /// Of image files.
 std::string CheckFormat(std::string& text);
 
+/// That completions can be made for.
+std::string CheckShell(std::string& text);
+
 } // namespace tool

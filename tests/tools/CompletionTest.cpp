@@ -1,0 +1,150 @@
+// Completions and the manual page name all that the help of each command names.
+
+#include "TestFolder.h"
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using namespace tooltest;
+
+using Words = std::set<std::string>;
+
+/// Words of a text that begin with a hyphen, as the help writes options: "-c,--camera TEXT".
+Words OptionsIn(const std::string& text) {
+    Words options;
+    for (const std::string& line : Lines(text)) {
+        const auto begin = line.find_first_not_of(' ');
+        if (begin != 2 || line[begin] != '-') continue; // the description of an option stands further to the right
+        std::string names = line.substr(begin, line.find(' ', begin) - begin);
+        std::istringstream stream(names);
+        for (std::string name; std::getline(stream, name, ',');)
+            options.insert(name);
+    }
+    return options;
+}
+
+/// Names of the commands, from the list that the program gives for a wrong one.
+std::vector<std::string> Commands() {
+    std::string list = RunTool({"nonsense"}).err;
+    list.erase(0, list.find("the commands are ") + 17);
+    list.resize(list.find(';'));
+    std::istringstream stream(list);
+    std::vector<std::string> names;
+    for (std::string name; std::getline(stream, name, ',');)
+        names.push_back(name.substr(name.find_first_not_of(' ')));
+    return names;
+}
+
+std::string Printed(const Arguments& arguments) {
+    const Outcome outcome = RunTool(arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    return outcome.out;
+}
+
+bool HasWord(const std::string& text, const std::string& word) {
+    const auto isPart = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_'; };
+    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        const bool begins = at == 0 || !isPart(text[at - 1]);
+        const bool ends = at + word.size() == text.size() || !isPart(text[at + word.size()]);
+        if (begins && ends) return true;
+    }
+    return false;
+}
+
+/// What bash would offer for a line whose last word is being typed.
+std::string Offered(const TestFolder& folder, const std::string& line) {
+    const std::string script = folder.Write("tavix.bash", Printed({"completion", "bash"}));
+    const std::string command = "source " + script + "; COMP_WORDS=(" + line +
+                                "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _tavix; echo \"${COMPREPLY[*]}\" >" +
+                                folder.Path("offered");
+    folder.Write("ask.sh", command);
+    EXPECT_EQ(std::system(("bash --norc " + folder.Path("ask.sh")).c_str()), 0) << command;
+    std::string offered = folder.Read("offered");
+    if (!offered.empty()) offered.pop_back();
+    return offered;
+}
+
+TEST(Completion, ForBashOffersEveryCommandAndEveryOptionOfIt) {
+    const TestFolder folder;
+    const auto commands = Commands();
+    EXPECT_GT(commands.size(), 15u);
+    const std::string first = Offered(folder, "tavix ''");
+    for (const std::string& command : commands) {
+        EXPECT_TRUE(HasWord(first, command)) << command;
+        const std::string offered = Offered(folder, "tavix " + command + " -");
+        for (const std::string& option : OptionsIn(Printed({command, "--help"})))
+            EXPECT_TRUE(HasWord(offered, option)) << command << " " << option << ": " << offered;
+    }
+}
+
+TEST(Completion, ForBashKnowsCommandsBehindOptionsAndTheirValues) {
+    const TestFolder folder;
+    EXPECT_EQ(Offered(folder, "tavix --virtual 2 gr"), "grab");
+    EXPECT_EQ(Offered(folder, "tavix grab --format p"), "png pgm");
+    EXPECT_EQ(Offered(folder, "tavix grab --frames ''"), "");
+    EXPECT_EQ(Offered(folder, "tavix completion z"), "zsh");
+    EXPECT_EQ(Offered(folder, "tavix grab --out"), "--output");
+    EXPECT_EQ(Offered(folder, "tavix virtual ''"), "serve");
+    EXPECT_EQ(Offered(folder, "tavix virtual serve --usb"), "--usbip --usbredir");
+}
+
+TEST(Completion, ForBashOffersFilesWhereFilesAreMeant) {
+    const TestFolder folder;
+    const std::string settings = folder.Write("cameras.json", "{}");
+    EXPECT_EQ(Offered(folder, "tavix --virtual " + folder.Path("cam")), settings);
+    EXPECT_EQ(Offered(folder, "tavix load " + folder.Path("cam")), settings);
+}
+
+class EachShell : public testing::TestWithParam<const char*> {};
+
+TEST_P(EachShell, GetsEveryCommandAndOptionInAScriptThatItCanRead) {
+    const TestFolder folder;
+    const std::string shell = GetParam();
+    const std::string script = Printed({"completion", shell});
+    for (const std::string& command : Commands()) {
+        EXPECT_TRUE(HasWord(script, command)) << command;
+        for (const std::string& option : OptionsIn(Printed({command, "--help"}))) {
+            const bool isLong = option[1] == '-';
+            const std::string fish = isLong ? "-l " + option.substr(2) : "-s " + option.substr(1);
+            EXPECT_TRUE(HasWord(script, shell == "fish" ? fish : option)) << command << " " << option;
+        }
+    }
+    const std::string path = folder.Write("script", script);
+    if (std::system(("command -v " + shell + " >/dev/null").c_str()) != 0) GTEST_SKIP() << "there is no " << shell;
+    EXPECT_EQ(std::system((shell + " -n " + path).c_str()), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Completion, EachShell, testing::Values("bash", "zsh", "fish"),
+                         [](const auto& instance) { return std::string(instance.param); });
+
+TEST(Manual, DescribesEveryCommandAndEveryOption) {
+    std::string page = Printed({"man"});
+    for (auto at = page.find("\\-"); at != std::string::npos; at = page.find("\\-", at))
+        page.erase(at, 1);
+    for (auto at = page.find("\\f"); at != std::string::npos; at = page.find("\\f", at))
+        page.erase(at, 3);
+    for (const std::string& command : Commands()) {
+        const auto begin = page.find("\n.SS \"tavix " + command);
+        ASSERT_NE(begin, std::string::npos) << command;
+        const std::string section = page.substr(begin, page.find("\n.S", begin + 1) - begin);
+        for (const std::string& option : OptionsIn(Printed({command, "--help"})))
+            EXPECT_TRUE(HasWord(section, option)) << command << " " << option;
+    }
+    EXPECT_TRUE(HasWord(page, "--virtual"));
+}
+
+TEST(Manual, IsAPageThatAReaderOfManualsTakesWithoutAWarning) {
+    if (std::system("command -v mandoc >/dev/null") != 0) GTEST_SKIP() << "there is no mandoc";
+    const TestFolder folder;
+    const std::string page = folder.Write("tavix.1", Printed({"man"}));
+    EXPECT_EQ(std::system(("mandoc -T lint -W warning " + page).c_str()), 0);
+}
+
+} // namespace
