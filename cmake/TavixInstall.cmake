@@ -11,11 +11,16 @@ install(TARGETS core gcbase genapi tavixbase vexlo
 # virtual camera beside the one that loads it.
 install(TARGETS tavixusb virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tavix_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INCLUDEDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h")
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-install(EXPORT tavix NAMESPACE tavix:: FILE tavixTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)
+install(EXPORT tavix NAMESPACE tavix:: FILE tavixTargets.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tavixConfig.cmake.in ${PROJECT_BINARY_DIR}/tavixConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tavixConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tavixConfig.cmake ${PROJECT_BINARY_DIR}/tavixConfigVersion.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix COMPONENT development)
