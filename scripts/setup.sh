@@ -10,7 +10,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
 )
 developer_packages=(
-    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache
+    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen
     qemu-system-x86 busybox-static cpio kmod udev usbip
 )
 developer=no
