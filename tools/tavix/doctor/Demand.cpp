@@ -76,8 +76,15 @@ CameraDemand Ask(const Tavix::CDeviceInfo& info) {
 
 std::vector<CameraDemand> AskCameras() {
     std::vector<CameraDemand> demands;
-    for (const auto& info : FindCameras())
-        demands.push_back(Ask(info));
+    try {
+        for (const auto& info : FindCameras())
+            demands.push_back(Ask(info));
+    } catch (const std::exception& e) { // no bus can be asked at all; the other checks may say why
+        CameraDemand none;
+        none.name = "cameras";
+        none.failure = "cannot be looked for: " + Reason(e);
+        demands.push_back(none);
+    }
     return demands;
 }
 
