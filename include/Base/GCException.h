@@ -10,32 +10,32 @@
 
 namespace GenICam {
 
-// What all exceptions of GenICam have in common. Copies share the texts, so copying never throws.
-// re-entrant
+/// What all exceptions of GenICam have in common. Copies share the texts, so copying never throws.
+/// Re-entrant.
 class GenericException : public std::exception {
 public:
     GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                      const char* exceptionType = "GenericException");
-    // Raised inside a node; methodName as in "SetValue()".
+    /// Raised inside a node; methodName as in "SetValue()".
     GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine, const char* nodeName,
                      const char* methodName, const char* exceptionType = "GenericException");
     GenericException(const GenericException&) noexcept;
     GenericException& operator=(const GenericException&) noexcept;
     ~GenericException() override;
 
-    // The message text alone.
+    /// The message text alone.
     const char* GetDescription() const noexcept;
-    // As the thrower named it; the macros below name it without its directory.
+    /// As the thrower named it; the macros below name it without its directory.
     const char* GetSourceFileName() const noexcept;
     unsigned int GetSourceLine() const noexcept;
-    // <description> : <type> thrown (file '<file>', line <n>)
-    // <description> : <type> thrown in node '<node>' while calling '<node>.<method>' (file '<file>', line <n>)
+    /// `DESCRIPTION : TYPE thrown (file 'FILE', line N)`, or, from inside a node,
+    /// `DESCRIPTION : TYPE thrown in node 'NODE' while calling 'NODE.METHOD' (file 'FILE', line N)`
     const char* what() const noexcept override;
 
 private:
     struct Texts;
 
-    std::shared_ptr<const Texts> m_Texts; // constant after construction
+    std::shared_ptr<const Texts> m_Texts; ///< constant after construction
 };
 
 // Each kind: thrown as itself, caught as itself or as GenericException.
@@ -63,12 +63,12 @@ GENICAM_DECLARE_EXCEPTION(DynamicCastException);
 
 #undef GENICAM_DECLARE_EXCEPTION
 
-// The text of an exception; formats as core/Format.h says.
+/// The text of an exception; formats as core/Format.h says.
 std::string FormatDescription(const char* format, va_list arguments);
 
-// Remembers where an exception is thrown and makes it from a format (core/Format.h: `%hs`, `%Ix`; any length).
-// Arguments are those of printf: a gcstring goes in as c_str(), and the compiler refuses it otherwise.
-// re-entrant
+/// Remembers where an exception is thrown and makes it from a format (core/Format.h: `%hs`, `%Ix`; any length).
+/// Arguments are those of printf: a gcstring goes in as c_str(), and the compiler refuses it otherwise.
+/// Re-entrant.
 template<class Exception>
 class ExceptionReporter {
 public:
@@ -92,11 +92,11 @@ public:
     }
 
 private:
-    const char* m_SourceFileName; // borrowed
+    const char* m_SourceFileName; ///< borrowed
     unsigned int m_SourceLine;
 };
 
-// The name of a source file without its directory.
+/// The name of a source file without its directory.
 constexpr const char* SourceFileBaseName(const char* path) {
     const char* name = path;
     for (const char* at = path; *at != '\0'; ++at) {

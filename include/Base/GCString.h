@@ -8,9 +8,9 @@
 
 namespace GenICam {
 
-// A null C text counts as empty. Positions and counts are bytes. What std::string throws for a position outside, this
-// throws as well (std::out_of_range). Text may hold zero bytes; the conversion to a C text then ends early for its
-// reader. re-entrant
+/// A null C text counts as empty. Positions and counts are bytes. What std::string throws for a position outside, this
+/// throws as well (std::out_of_range). Text may hold zero bytes; the conversion to a C text then ends early for its
+/// reader. Re-entrant.
 class gcstring {
 public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
@@ -22,7 +22,7 @@ public:
     gcstring(const std::string& text) : m_Text(text) {}
     gcstring(std::string&& text) noexcept : m_Text(std::move(text)) {}
     explicit gcstring(std::string_view text) : m_Text(text) {}
-    // Wide text becomes UTF-8; what is no code point becomes U+FFFD.
+    /// Wide text becomes UTF-8; what is no code point becomes U+FFFD.
     gcstring(const wchar_t* text);
     explicit gcstring(const std::wstring& text);
 
@@ -30,7 +30,7 @@ public:
     gcstring& operator=(const std::string& text) { return assign(text); }
     gcstring& operator=(const wchar_t* text) { return *this = gcstring(text); }
 
-    // As C text, as standard text, and as wide text (bytes that are no UTF-8 become U+FFFD).
+    /// As C text, as standard text, and as wide text (bytes that are no UTF-8 become U+FFFD).
     const char* c_str() const noexcept { return m_Text.c_str(); }
     operator const char*() const noexcept { return m_Text.c_str(); }
     const std::string& str() const noexcept { return m_Text; }
@@ -143,14 +143,15 @@ inline void swap(gcstring& a, gcstring& b) noexcept {
 }
 
 std::ostream& operator<<(std::ostream& out, const gcstring& text);
-std::istream& operator>>(std::istream& in, gcstring& text); // one word
+std::istream& operator>>(std::istream& in, gcstring& text); ///< one word
 std::istream& getline(std::istream& in, gcstring& line, char end = '\n');
 
 } // namespace GenICam
-
+/// \cond
 template<>
 struct std::hash<GenICam::gcstring> {
     std::size_t operator()(const GenICam::gcstring& text) const noexcept {
         return std::hash<std::string_view>()(text.view());
     }
 };
+/// \endcond

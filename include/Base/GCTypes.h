@@ -5,8 +5,8 @@
 
 namespace GenICam {
 
-// A version number of three parts, compared part by part.
-// re-entrant
+/// A version number of three parts, compared part by part.
+/// Re-entrant.
 struct Version_t {
     uint16_t Major;
     uint16_t Minor;

@@ -7,16 +7,16 @@
 
 namespace GenICam {
 
-// One category of GenICam's log. Made once and kept, for instance as a function-local static:
-//   static const CLog log("Port"); // "GenApi.Port"
-//   log.Error("Read of %u bytes failed", count);
-// Formats as core/Format.h says. Nothing here throws, and the log is silent unless configured (core/Log.h).
-// thread-safe
+/// One category of GenICam's log. Made once and kept, for instance as a function-local static:
+///     static const CLog log("Port"); // "GenApi.Port"
+///     log.Error("Read of %u bytes failed", count);
+/// Formats as core/Format.h says. Nothing here throws, and the log is silent unless configured (core/Log.h).
+/// Thread-safe.
 class CLog {
 public:
-    // The category "GenApi" itself.
+    /// The category "GenApi" itself.
     CLog() : m_Id(Tavix::LogGetCatID("GenApi")) {}
-    // A category below it.
+    /// A category below it.
     explicit CLog(const char* name) : m_Id(Tavix::LogGetCatID((std::string("GenApi.") + name).c_str())) {}
 
     bool IsEnabled(unsigned int level) const { return Tavix::LogIsEnabled(m_Id, level); }
@@ -27,7 +27,7 @@ public:
     void Debug(const char* format, ...) const;
 
 private:
-    unsigned int m_Id; // constant after construction
+    unsigned int m_Id; ///< constant after construction
 };
 
 } // namespace GenICam

@@ -6,14 +6,14 @@
 
 namespace Tavix {
 
-// Formats stand as they are written and mean what the C library makes of them, with one exception: `%Ix` and `%IX`
-// (flags, width and precision allowed) print a pointer-sized hexadecimal number. So
-//   `%hs`     prints a narrow string,
-//   `%i64d`   prints an int followed by the text "64d",
-//   `%'%hs'`  prints "%hs'" and takes no argument, because "%'%" is a percent sign with a flag,
-//   `%#p`     prints a pointer.
-// A null format gives an empty text. Never pass text that came from elsewhere as the format.
-// thread-safe
+/// Formats stand as they are written and mean what the C library makes of them, with one exception: `%Ix` and `%IX`
+/// (flags, width and precision allowed) print a pointer-sized hexadecimal number. So
+/// - `%hs` prints a narrow string,
+/// - `%i64d` prints an int followed by the text "64d",
+/// - `%'%hs'` prints "%hs'" and takes no argument, because "%'%" is a percent sign with a flag,
+/// - `%#p` prints a pointer.
+/// A null format gives an empty text. Never pass text that came from elsewhere as the format.
+/// Thread-safe.
 [[nodiscard]] std::string Format(const char* format, ...);
 [[nodiscard]] std::string FormatV(const char* format, va_list arguments);
 

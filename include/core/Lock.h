@@ -7,33 +7,33 @@
 
 namespace Tavix {
 
-// A mutex that the thread which holds it may take again; each lock() needs its own unlock().
-// The names are those of the standard library's Lockable, so std::unique_lock and std::lock take it as well.
-// thread-safe
+/// A mutex that the thread which holds it may take again; each lock() needs its own unlock().
+/// The names are those of the standard library's Lockable, so std::unique_lock and std::lock take it as well.
+/// Thread-safe.
 class TAVIX_CAPABILITY("mutex") RecursiveLock {
 public:
-    // Throws boost::thread_resource_error when the system has no mutex left.
+    /// Throws boost::thread_resource_error when the system has no mutex left.
     RecursiveLock();
     ~RecursiveLock();
     RecursiveLock(const RecursiveLock&) = delete;
     RecursiveLock& operator=(const RecursiveLock&) = delete;
 
-    // Throws boost::lock_error when the lock cannot be taken (recursion deeper than the system counts).
+    /// Throws boost::lock_error when the lock cannot be taken (recursion deeper than the system counts).
     void lock() TAVIX_ACQUIRE();
 
-    // False when another thread holds the lock.
+    /// False when another thread holds the lock.
     [[nodiscard]] bool try_lock() TAVIX_TRY_ACQUIRE(true);
 
-    // Only the thread that holds the lock may call this.
+    /// Only the thread that holds the lock may call this.
     void unlock() noexcept TAVIX_RELEASE();
 
 private:
     pthread_mutex_t m_Mutex;
 };
 
-// Holds a RecursiveLock (or anything with lock() and unlock()) until the end of the scope.
-// Unlock() and Lock() leave and enter it early, in turns: to call back without the lock, for instance.
-// bound to a thread
+/// Holds a RecursiveLock (or anything with lock() and unlock()) until the end of the scope.
+/// Unlock() and Lock() leave and enter it early, in turns: to call back without the lock, for instance.
+/// Bound to a thread.
 template<class LockType>
 class TAVIX_SCOPED_CAPABILITY BasicScopedLock {
 public:

@@ -5,11 +5,11 @@
 
 namespace Tavix {
 
-// The numeric levels; the higher, the graver.
+/// The numeric levels; the higher, the graver.
 enum LogLevel : unsigned int {
     kLogError = 256,
     kLogWarning = 128,
-    kLogInfo = 64, // lifecycle: creating, opening, closing, destroying
+    kLogInfo = 64, ///< lifecycle: creating, opening, closing, destroying
     kLogDetail = 32,
     kLogDebug = 16,
 };
@@ -21,13 +21,13 @@ enum LogLevel : unsigned int {
 // a category's priority to see the lowest level as well). A level between two of them counts as the lower one.
 // All functions are thread-safe; none throws.
 
-// The id of a category, made on first use and the same for the rest of the process. Names are nested by dots.
+/// The id of a category, made on first use and the same for the rest of the process. Names are nested by dots.
 [[nodiscard]] unsigned int LogGetCatID(const char* name);
 
-// Whether a line of this category and level would go anywhere; to skip the work of preparing one.
+/// Whether a line of this category and level would go anywhere; to skip the work of preparing one.
 [[nodiscard]] bool LogIsEnabled(unsigned int catId, unsigned int level);
 
-// Writes one line; formats as core/Format.h says, of any length. An id that LogGetCatID never gave out is ignored.
+/// Writes one line; formats as core/Format.h says, of any length. An id that LogGetCatID never gave out is ignored.
 void LogTrace(unsigned int catId, unsigned int level, const char* format, ...);
 void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_list arguments);
 

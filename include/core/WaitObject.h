@@ -6,36 +6,36 @@
 
 namespace Tavix {
 
-// The state behind a wait object; only core knows its inside. Whoever is handed a raw pointer and keeps it takes a
-// share.
+/// The state behind a wait object; only core knows its inside. Whoever is handed a raw pointer and keeps it takes a
+/// share.
 struct _WaitObjectPosix_t;
 
-// A share of the state, which keeps it and its descriptor alive. Empty for null.
+/// A share of the state, which keeps it and its descriptor alive. Empty for null.
 [[nodiscard]] std::shared_ptr<_WaitObjectPosix_t> ShareWaitObject(_WaitObjectPosix_t* handle);
 void SignalWaitObject(_WaitObjectPosix_t& state) noexcept;
 void ResetWaitObject(_WaitObjectPosix_t& state) noexcept;
 
-// Something to wait for. Copies share one state.
-// With automatic reset a signal is consumed by exactly one successful wait, and signals that nobody has consumed yet
-// count as one. With manual reset the object stays signalled until Reset().
-// An object that is not valid is never signalled; waiting for it returns false at once.
-// thread-safe (except assignment to the same instance)
+/// Something to wait for. Copies share one state.
+/// With automatic reset a signal is consumed by exactly one successful wait, and signals that nobody has consumed yet
+/// count as one. With manual reset the object stays signalled until Reset().
+/// An object that is not valid is never signalled; waiting for it returns false at once.
+/// Thread-safe (except assignment to the same instance)
 class WaitObject {
 public:
     static constexpr unsigned int waitForever = 0xFFFFFFFF;
 
-    WaitObject() = default; // not valid
+    WaitObject() = default; ///< not valid
 
     [[nodiscard]] bool IsValid() const { return m_State != nullptr; }
 
-    // True when signalled within the time. A time of 0 asks and never blocks. Interrupting signals don't end the wait.
+    /// True when signalled within the time. A time of 0 asks and never blocks. Interrupting signals don't end the wait.
     bool Wait(unsigned int timeoutMs) const;
 
-    // For poll, epoll or select: readable means signalled. Owned by the state: only wait on it, never read, write or
-    // close it. -1 if not valid.
+    /// For poll, epoll or select: readable means signalled. Owned by the state: only wait on it, never read, write or
+    /// close it. -1 if not valid.
     [[nodiscard]] int GetFd() const;
 
-    // Borrowed; null if not valid.
+    /// Borrowed; null if not valid.
     [[nodiscard]] _WaitObjectPosix_t* GetHandle() const { return m_State.get(); }
     operator _WaitObjectPosix_t*() const { return m_State.get(); }
 
@@ -47,13 +47,13 @@ protected:
     std::shared_ptr<_WaitObjectPosix_t> m_State;
 };
 
-// The side that signals.
-// thread-safe (except assignment to the same instance)
+/// The side that signals.
+/// Thread-safe (except assignment to the same instance)
 class WaitObjectEx : public WaitObject {
 public:
-    WaitObjectEx() = default; // not valid; Signal and Reset do nothing
+    WaitObjectEx() = default; ///< not valid; Signal and Reset do nothing
 
-    // Throws std::system_error when the system has no descriptor left.
+    /// Throws std::system_error when the system has no descriptor left.
     [[nodiscard]] static WaitObjectEx Create(bool manualReset = false);
 
     void Signal() const noexcept;
@@ -63,24 +63,24 @@ private:
     using WaitObject::WaitObject;
 };
 
-// Waits for several objects at once. The objects are shared, not copied.
-// re-entrant
+/// Waits for several objects at once. The objects are shared, not copied.
+/// Re-entrant.
 class WaitObjects {
 public:
-    // Returns the index of the object: 0, 1, 2 ... in the order of adding.
+    /// Returns the index of the object: 0, 1, 2 ... in the order of adding.
     unsigned int Add(const WaitObject& object);
     void RemoveAll();
     [[nodiscard]] unsigned int GetCount() const { return static_cast<unsigned int>(m_Objects.size()); }
 
-    // True once all are signalled at the same moment. Consumes the signals of the objects with automatic reset, all or
-    // none: as long as one object is missing, nothing is consumed. When another waiter is faster with one of the
-    // objects, those taken so far are signalled again and the wait goes on; another waiter may see such an object
-    // unsignalled for that instant, but no signal is lost. An object added twice counts once. True at once if empty;
-    // false at once if one of the objects is not valid.
+    /// True once all are signalled at the same moment. Consumes the signals of the objects with automatic reset, all or
+    /// none: as long as one object is missing, nothing is consumed. When another waiter is faster with one of the
+    /// objects, those taken so far are signalled again and the wait goes on; another waiter may see such an object
+    /// unsignalled for that instant, but no signal is lost. An object added twice counts once. True at once if empty;
+    /// false at once if one of the objects is not valid.
     bool WaitForAll(unsigned int timeoutMs) const;
 
-    // True once one is signalled, and its index goes to *pIndex (may be null): the lowest, when there are several.
-    // Consumes that one signal only. False at once if there is no valid object.
+    /// True once one is signalled, and its index goes to *pIndex (may be null): the lowest, when there are several.
+    /// Consumes that one signal only. False at once if there is no valid object.
     bool WaitForAny(unsigned int timeoutMs, unsigned int* pIndex = nullptr) const;
 
 private:

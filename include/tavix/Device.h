@@ -15,18 +15,22 @@ using DeviceCallbackHandle = void*;
 /// Thread-safe.
 class ITavixDevice {
 public:
+    /// Claims the camera for this process and makes its features accessible. RuntimeException when it is in use,
+    /// may not be opened or does not answer; its text says which. LogicalErrorException when it is open.
     virtual void Open(AccessModeSet modes = DefaultAccessMode()) = 0;
+    /// Finishes grabs, destroys parsers and adapters, and gives the camera back. Works after an unplug as well.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;
+    /// What is known of the camera. Valid as long as the device.
     virtual const CDeviceInfo& GetDeviceInfo() const = 0;
     virtual std::uint32_t GetNumStreamGrabberChannels() const = 0;
     /// Null for an index that does not exist. Owned by the device.
     virtual IStreamGrabber* GetStreamGrabber(std::uint32_t index) = 0;
     /// Null while the device is closed. Owned by the device.
     virtual IEventGrabber* GetEventGrabber() = 0;
-    /// The camera's features.
+    /// The camera's features. Owned by the device; ask again after a change of migration mode.
     virtual GenApi::INodeMap* GetNodeMap() = 0;
-    /// The transport layer's parameters of this device.
+    /// The transport layer's parameters of this device: migration mode, statistics. Owned by the device.
     virtual GenApi::INodeMap* GetTLNodeMap() = 0;
     /// Owned by the device, which destroys it on Close at the latest.
     virtual IChunkParser* CreateChunkParser() = 0;
@@ -41,6 +45,7 @@ public:
     virtual DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) = 0;
     /// False when the handle is not registered.
     virtual bool DeregisterRemovalCallback(DeviceCallbackHandle handle) = 0;
+    /// As given to Open.
     virtual AccessModeSet AccessMode() const = 0;
 
 protected:

@@ -10,16 +10,20 @@ struct INodeMap;
 
 namespace Tavix {
 
-/// Failures are GenICam exceptions. Thread-safe.
+/// Owned by its device. Failures are GenICam exceptions. Thread-safe.
 class IEventGrabber {
 public:
+    /// Claims the event channel. LogicalErrorException when it is open, or the device is not.
     virtual void Open() = 0;
+    /// Events that nobody retrieved are lost.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;
-    /// False when no event is pending.
+    /// Takes the oldest event, whose message goes to an event adapter. False when no event is pending.
+    /// LogicalErrorException when the grabber is not open.
     virtual bool RetrieveEvent(EventResult& result) = 0;
     /// Signalled while events are pending.
     virtual WaitObject& GetWaitObject() const = 0;
+    /// The event channel's parameters. Owned by the event grabber.
     virtual GenApi::INodeMap* GetNodeMap() = 0;
 
 protected:
@@ -29,7 +33,8 @@ protected:
 /// Hands event messages to a node map. Bound to a thread.
 class IEventAdapter {
 public:
-    /// `msg` is borrowed for the call. Throws RuntimeException for a bad message.
+    /// Delivers one message of `numBytes` bytes, borrowed for the call. Callbacks of the nodes of its event run in this
+    /// thread before it returns. RuntimeException for a bad message.
     virtual void DeliverMessage(const unsigned char* msg, std::uint32_t numBytes) = 0;
 
 protected:

@@ -7,7 +7,7 @@ namespace Tavix {
 
 class ITransportLayer;
 
-/// Signatures of the functions that a library named libtavix<name>-<major>.<minor>.<patch>.so exports with C linkage.
+/// Signatures of the functions that a library named `libtavixNAME-MAJOR.MINOR.PATCH.so` exports with C linkage.
 /// The factory never calls two functions of one process at the same time, so they need no lock of their own. What they
 /// throw is reported by the factory together with the library's file name.
 namespace plugin {

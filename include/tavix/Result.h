@@ -7,10 +7,13 @@
 
 namespace Tavix {
 
+/// A registered buffer.
 using StreamBufferHandle = void*;
 
+/// What became of a buffer.
 enum EGrabStatus { _UndefinedGrabStatus = -1, Idle = 0, Queued = 1, Grabbed = 2, Canceled = 3, Failed = 4 };
 
+/// What a buffer holds.
 enum EPayloadType {
     PayloadType_Undefined = -1,
     PayloadType_Image = 0,
@@ -52,24 +55,30 @@ public:
     }
 
     bool Succeeded() const { return m_Status == Grabbed; }
+    /// As registered; Context as queued.
     StreamBufferHandle Handle() const { return m_Handle; }
     void* Buffer() const { return m_pBuffer; }
     const void* Context() const { return m_pContext; }
     EGrabStatus Status() const { return m_Status; }
     EPayloadType GetPayloadType() const { return m_PayloadType; }
     EPixelType GetPixelType() const { return m_PixelType; }
+    /// Nanoseconds of the camera's clock.
     std::uint64_t GetTimeStamp() const { return m_TimeStamp; }
+    /// Sizes and offsets in pixels and lines, paddings in bytes; -1 when unknown.
     std::int32_t GetSizeX() const { return m_SizeX; }
     std::int32_t GetSizeY() const { return m_SizeY; }
     std::int32_t GetOffsetX() const { return m_OffsetX; }
     std::int32_t GetOffsetY() const { return m_OffsetY; }
     std::int32_t GetPaddingX() const { return m_PaddingX; }
     std::int32_t GetPaddingY() const { return m_PaddingY; }
+    /// Counts from the start of the stream; a gap is a frame that never came. All ones when unknown.
     std::uint64_t GetBlockID() const { return m_BlockId; }
     /// Valid bytes in the buffer; all ones when unknown.
     std::uint32_t GetPayloadSize() const { return m_PayloadSize; }
     std::uint64_t GetPayloadSize64() const { return m_PayloadSize64; }
+    /// 0 for a good frame.
     unsigned int GetErrorCode() const { return m_ErrorCode; }
+    /// A sentence; empty for a good frame.
     const gcstring& GetErrorDescription() const { return m_ErrorDescription; }
 
     // Filled by stream grabbers.

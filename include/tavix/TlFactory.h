@@ -7,7 +7,7 @@
 
 namespace Tavix {
 
-/// The one factory of the process. It looks for files named libtavix*-<major>.<minor>.<patch>.so in the folders of
+/// The one factory of the process. It looks for files named `libtavix*-MAJOR.MINOR.PATCH.so` in the folders of
 /// TAVIX_TL_PATH (colon separated), then beside its own library. Of files with one name, and of transport layers for
 /// one device class, the first found counts. A library that cannot be used gives a log line when it was merely found,
 /// and a RuntimeException that names file and reason when it is asked for, be it by its file or by a device class that

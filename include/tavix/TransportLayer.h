@@ -43,23 +43,28 @@ public:
     virtual ITavixDevice* CreateFirstDevice(const CDeviceInfo& info, const gcstring_vector& xmlStrings) = 0;
     /// Null when no device has that full name.
     virtual ITavixDevice* CreateDevice(const gcstring& fullName) = 0;
+    /// Closes the device, if it is open, and deletes it. LogicalErrorException for a device of someone else.
     virtual void DestroyDevice(ITavixDevice* pDevice) = 0;
     /// `pAccessInfo` may be null.
     virtual bool IsDeviceAccessible(const CDeviceInfo& info, AccessModeSet modes = DefaultAccessMode(),
                                     EDeviceAccessiblityInfo* pAccessInfo = nullptr) = 0;
     virtual CTlInfo GetTlInfo() const = 0;
+    /// An info with nothing but the device class, to be filled by the caller.
     virtual CDeviceInfo CreateDeviceInfo() = 0;
     virtual GenApi::INodeMap* GetNodeMap() = 0;
     virtual int EnumerateInterfaces(InterfaceInfoList& list, bool addToList = false) = 0;
     virtual ~ITransportLayer() = default;
     /// For the factory: gives back one reference and returns how many are left.
     virtual std::uint64_t Release() = 0;
+    /// For the factory: deletes it; nothing may use it any more.
     virtual void Delete() = 0;
     virtual IXmlFileProvider* GetXmlFileProvider() = 0;
+    /// False when TAVIX_USE_TL names another device class.
     virtual bool IsTLEnabled() const = 0;
     virtual ITavixDevice* CreateDeviceImpl(const CDeviceInfo& info, const gcstring_vector& xmlStrings) = 0;
     /// Returns the previous observer; null for none.
     virtual IDeviceCreationObserver* SetDeviceCreationObserver(IDeviceCreationObserver* pObserver) = 0;
+    /// For the factory: destroys what applications have not given back.
     virtual void DestroyAllDevices() = 0;
 };
 
