@@ -62,6 +62,29 @@ TEST(Crc16, OfEveryPairOfBytesAgreesWithLongDivision) {
     }
 }
 
+TEST(Crc16, AllWaysAgreeForEveryByteAndEveryPair) {
+    for (unsigned int i = 0; i < 65536; ++i) {
+        const std::uint8_t bytes[2] = {static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)};
+        ExpectAllEqual(bytes, 1);
+        ExpectAllEqual(bytes, 2);
+    }
+}
+
+/// Each way only adds up, in the sense of exclusive or, what each bit contributes. So when the ways agree for every bit
+/// of a size by itself, they agree for all messages of that size.
+TEST(Crc16, AllWaysAgreeForEveryBitOfEverySizeUpToFourRoundsOfTheWidestWay) {
+    std::vector<std::uint8_t> data(257, 0);
+    for (std::size_t size = 1; size <= data.size(); ++size) {
+        for (std::size_t bit = 0; bit < 8 * size; ++bit) {
+            data[bit / 8] = static_cast<std::uint8_t>(1U << (bit % 8));
+            const std::uint16_t expected = u3v::Crc16ByteTable(data.data(), size);
+            ASSERT_EQ(u3v::Crc16Portable(data.data(), size), expected) << size << " " << bit;
+            ASSERT_EQ(u3v::Crc16(data.data(), size), expected) << size << " " << bit;
+            data[bit / 8] = 0;
+        }
+    }
+}
+
 TEST(Crc16, AllWaysAgreeForEverySmallSizeAndAlignment) {
     std::mt19937 random(1);
     std::vector<std::uint8_t> data(400);
