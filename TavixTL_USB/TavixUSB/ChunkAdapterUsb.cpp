@@ -74,7 +74,8 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
     }
     AttachStatistics_t statistics{static_cast<uint32_t>(m_ChunkPorts.size()), 0, 0};
     Served served(m_ChunkPorts.size(), false);
-    for (int64_t end = length; end > 0;) {
+    // A derived layout check may let pass what is none, so that less than a trailer is left in front.
+    for (int64_t end = length; end >= kTrailerSize;) {
         const Trailer trailer(pBuffer + end);
         const int64_t offset = end - kTrailerSize - int64_t{trailer.length};
         const bool cache = m_MaxChunkCacheSize == -1 || m_MaxChunkCacheSize >= int64_t{trailer.length};
@@ -84,7 +85,7 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
                 AttachToPorts(m_ChunkPorts, {pBuffer, offset, trailer.length, trailer.id, cache}, served);
         }
         ++statistics.NumChunks;
-        // A derived layout check may let a step of nothing pass.
+        // Nor does a step of nothing have to be refused by it.
         end -= std::max<int64_t>(trailer.Step(), 1);
     }
     for (std::size_t i = 0; i < m_ChunkPorts.size(); ++i) {

@@ -43,11 +43,11 @@ CTavixUsbStream::~CTavixUsbStream() {
     LogTrace(LogCategoryStream(), kLogInfo, "Destroying stream grabber for device '%hs'.", m_DeviceName.c_str());
     try {
         Guard guard(m_Lock);
-        if (IsOpen()) {
+        if (m_State != Closed) {
             LogTrace(LogCategoryStream(), kLogWarning,
                      "Streamg rabber still open on destruction. " // sic
                      "Call IStreamGrabber::Close before destroying the stream grabber/device");
-            Close();
+            CTavixUsbStream::Close();
         }
     } catch (...) { // callbacks of "TLParamsLocked" may throw anything
         LogTrace(LogCategoryStream(), kLogError, "Failed to close stream grabber for device '%hs' on destruction.",
@@ -168,7 +168,8 @@ void CTavixUsbStream::Close() {
                  "Stream grabber for device '%hs' still grabbing. "
                  "Call ITavix::Streamgrabber::FinishGrab before closing the stream grabber.",
                  m_DeviceName.c_str());
-        FinishGrab();
+        // As an heir finishes, or as this class does while it is destroyed.
+        FinishGrab(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
     }
     if (m_pVxStream && m_pVxDevice->IsOpen() && m_pVxStream->IsOpen()) {
         const unsigned int status = m_pVxStream->Close();

@@ -5,6 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <memory>
+#include <random>
+
+#include <sys/mman.h>
+
 namespace {
 
 using GenApi::CChunkAdapterUsb;
@@ -194,6 +200,107 @@ TEST_F(ChunkAdapter, NamesItsSourceFile) {
         EXPECT_STREQ(e.GetSourceFileName(), "ChunkAdapterUsb.cpp");
         EXPECT_GT(e.GetSourceLine(), 0u);
     }
+}
+
+TEST_F(ChunkAdapter, ReadsNothingInFrontOfABufferThatADerivedCheckLetsPass) {
+    struct Lenient : CChunkAdapterUsb {
+        using CChunkAdapterUsb::CChunkAdapterUsb;
+        bool CheckBufferLayout(uint8_t*, int64_t) override { return true; }
+    } lenient(map.Get());
+    for (std::int64_t size = 0; size < 40; ++size) {
+        for (const std::uint32_t length : {0u, 1u, 5u, 400u, 0xFFFFFFF8u, 0xFFFFFFFFu}) {
+            // Exactly as long as it says, so that the address sanitizer sees a read in front of it.
+            std::unique_ptr<std::uint8_t[]> bytes(new std::uint8_t[static_cast<std::size_t>(size) + 1]());
+            if (size >= 4) std::memcpy(&bytes[static_cast<std::size_t>(size) - 4], &length, 4);
+            EXPECT_NO_THROW(lenient.AttachBuffer(bytes.get(), size, &statistics)) << size << " " << length;
+        }
+    }
+    adapter.DetachBuffer();
+    lenient.DetachBuffer();
+}
+
+/// What is copied does not change any more when the buffer does.
+bool Copies(std::int64_t maxChunkCacheSize) {
+    support::DescribedMap cached(R"(<Port Name="P"><ChunkID>05</ChunkID><CacheChunkData>Yes</CacheChunkData></Port>
+        <IntReg Name="Value"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>P</pPort>
+          <Cachable>NoCache</Cachable></IntReg>)");
+    CChunkAdapterUsb adapter(cached.Get(), maxChunkCacheSize);
+    ChunkBuffer buffer;
+    buffer.Chunk(5, {1, 2, 3, 4});
+    adapter.AttachBuffer(buffer.Data(), buffer.Size());
+    buffer.Data()[0] = 99;
+    const std::int64_t read = cached.Integer("Value");
+    EXPECT_TRUE(read == 1 || read == 99);
+    return read == 1;
+}
+
+TEST(ChunkCache, TakesChunksUpToItsSizeAndEveryChunkWithoutOne) {
+    EXPECT_TRUE(Copies(-1));
+    EXPECT_FALSE(Copies(0));
+    EXPECT_FALSE(Copies(3));
+    EXPECT_TRUE(Copies(4));
+    EXPECT_TRUE(Copies(5));
+    EXPECT_FALSE(Copies(-2));
+}
+
+TEST_F(ChunkAdapter, AttachesAnEmptyChunk) {
+    ChunkBuffer buffer;
+    buffer.Chunk(0x99, {1}).Chunk(1, {});
+    Attach(buffer);
+    EXPECT_EQ(statistics.NumChunks, 2u);
+    EXPECT_EQ(statistics.NumAttachedChunks, 1u);
+    EXPECT_THROW(map.Integer("ImageByte"), GenICam::OutOfRangeException);
+}
+
+TEST_F(ChunkAdapter, CountsAChunkOfAWrappedLengthAndAttachesItNowhere) {
+    ChunkBuffer buffer;
+    buffer.Bytes({1}).Word(1).Bytes({1, 0, 0, 0}).Bytes({0xFC, 0xFF, 0xFF, 0xFF}); // as in StepsBackByTheWrappedSum
+    Attach(buffer);
+    EXPECT_EQ(statistics.NumChunks, 2u);
+    EXPECT_EQ(statistics.NumAttachedChunks, 1u);
+    EXPECT_EQ(map.Integer("ImageByte"), 1);
+}
+
+/// The rule of the layout as it reads, with pointers.
+bool IsLayout(const std::uint8_t* start, const std::uint8_t* end) {
+    if (end - start < 8) return false;
+    while (true) {
+        if (start >= end - 8) return false;
+        const std::uint32_t length = end[-4] | end[-3] << 8 | end[-2] << 16 | std::uint32_t(end[-1]) << 24;
+        const std::uint32_t step = length + 8;
+        if (step > static_cast<std::uint32_t>(end - start) || step == 0) return false;
+        end -= step;
+        if (end <= start) return end == start;
+    }
+}
+
+TEST(ChunkLayout, IsJudgedAsTheRuleReads) {
+    std::mt19937 random(3);
+    int valid = 0;
+    for (int round = 0; round < 200000; ++round) {
+        std::vector<std::uint8_t> bytes(random() % 48);
+        for (auto& byte : bytes) {
+            // Mostly bytes of short and of wrapped lengths.
+            const unsigned int kind = random() % 8;
+            byte = kind < 5 ? 0 : kind == 5 ? 0xFF : static_cast<std::uint8_t>(random() % 32 + (kind == 6 ? 0 : 0xF0));
+        }
+        const bool expected = IsLayout(bytes.data(), bytes.data() + bytes.size());
+        ASSERT_EQ(CChunkAdapterUsb().CheckBufferLayout(bytes.data(), std::int64_t(bytes.size())), expected) << round;
+        valid += expected;
+    }
+    EXPECT_GT(valid, 100) << "hardly anything was valid";
+}
+
+TEST(ChunkLayout, TakesTheRemainingSizeTo32Bits) {
+    // Address space only; nothing but the last page is touched.
+    const std::size_t size = (std::size_t(1) << 32) + 16;
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) GTEST_SKIP() << "no address space";
+    auto* const bytes = static_cast<std::uint8_t*>(memory);
+    bytes[size - 4] = 9; // a step of 17 fits the buffer, but not its size's low 32 bits
+    EXPECT_FALSE(CChunkAdapterUsb().CheckBufferLayout(bytes, std::int64_t(size)));
+    munmap(memory, size);
 }
 
 } // namespace

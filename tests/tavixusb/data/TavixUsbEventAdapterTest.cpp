@@ -123,4 +123,54 @@ TEST_F(EventAdapter, FiresTheCallbackOfAFeatureOnce) {
     GenApi::Deregister(handle);
 }
 
+TEST_F(EventAdapter, HandsOnAllBytesBehindTheHeaderAndNoMore) {
+    support::DescribedMap all(R"(
+        <Port Name="EventPort"><EventID>9C43</EventID></Port>
+        <IntReg Name="Last"><Address>15</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>
+        <IntReg Name="Beyond"><Address>16</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>
+        <IntReg Name="Reserved"><Address>0</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort>
+          <Endianess>LittleEndian</Endianess></IntReg>)");
+    Tavix::CTavixUsbEventAdapter other(all.Get());
+    auto message = Message();
+    message[8] = 12; // shorter than what is there
+    message[12] = 0x34;
+    message[13] = 0x12;
+    message[27] = 0x77;
+    other.DeliverMessage(message.data(), static_cast<std::uint32_t>(message.size()));
+    EXPECT_EQ(all.Integer("Last"), 0x77);
+    EXPECT_EQ(all.Integer("Reserved"), 0x1234);
+    EXPECT_THROW(all.Integer("Beyond"), GenICam::OutOfRangeException);
+}
+
+TEST_F(EventAdapter, DeliversToEveryPortOfTheEventAndToNoOther) {
+    support::DescribedMap ports(R"(
+        <Port Name="A"><EventID>9C43</EventID></Port><Port Name="B"><EventID>9c43</EventID></Port>
+        <Port Name="C"><EventID>9C44</EventID></Port>
+        <IntReg Name="OfA"><Address>2</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>A</pPort>
+          <Endianess>LittleEndian</Endianess><Sign>Unsigned</Sign></IntReg>
+        <IntReg Name="OfB"><Address>2</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>B</pPort>
+          <Endianess>LittleEndian</Endianess><Sign>Unsigned</Sign></IntReg>
+        <IntReg Name="OfC"><Address>2</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>C</pPort></IntReg>)");
+    Tavix::CTavixUsbEventAdapter other(ports.Get());
+    const auto message = Message();
+    other.DeliverMessage(message.data(), static_cast<std::uint32_t>(message.size()));
+    EXPECT_EQ(ports.Integer("OfA"), 0x9C43);
+    EXPECT_EQ(ports.Integer("OfB"), 0x9C43);
+    EXPECT_EQ(ports.Access("OfC"), GenApi::NA);
+}
+
+TEST_F(EventAdapter, PassesOnWhatACallbackThrows) {
+    GenApi::Register(map->GetNode("Data"), [](GenApi::INode*) { throw RUNTIME_EXCEPTION("no"); });
+    EXPECT_EQ(Refusal(Message()), "no");
+}
+
+TEST_F(EventAdapter, NamesItsSourceFile) {
+    try {
+        adapter.DeliverMessage(nullptr, 0);
+        FAIL() << "nothing was delivered";
+    } catch (const GenICam::RuntimeException& e) {
+        EXPECT_STREQ(e.GetSourceFileName(), "TavixUsbEventAdapter.cpp");
+    }
+}
+
 } // namespace

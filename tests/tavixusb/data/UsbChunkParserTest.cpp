@@ -132,6 +132,92 @@ TEST_F(UsbChunkParser, RebindsWhenAttachedAgain) {
     EXPECT_FALSE(parser.HasCRC());
 }
 
+TEST_F(UsbChunkParser, AsksForTheChecksumBeforeTheLength) {
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1});
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(LogicalError([&] { parser.CheckCRC(); }), "CRC data is not available.");
+}
+
+TEST_F(UsbChunkParser, WantsAnIntegerForItsChecksum) {
+    support::DescribedMap odd(R"(<Port Name="P"><ChunkID>C1</ChunkID></Port>
+        <Float Name="ChunkPayloadCRC16"><Value>1</Value></Float>)");
+    CUsbChunkParser other(odd.Get());
+    ChunkBuffer buffer = Checked();
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_FALSE(other.HasCRC());
+}
+
+struct ChecksumAccess : testing::TestWithParam<std::pair<const char*, bool>> {};
+
+TEST_P(ChecksumAccess, DecidesWhetherThereIsAChecksum) {
+    support::DescribedMap odd("<Integer Name=\"Availability\"><Value>1</Value></Integer><Port Name=\"P\">"
+                              "<ChunkID>C1</ChunkID></Port>" +
+                              std::string(GetParam().first));
+    CUsbChunkParser other(odd.Get());
+    ChunkBuffer buffer = Checked();
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_EQ(other.HasCRC(), GetParam().second);
+}
+
+constexpr char kWriteOnly[] = "<IntReg Name=\"ChunkPayloadCRC16\"><Address>0</Address><Length>4</Length>"
+                              "<AccessMode>WO</AccessMode><pPort>P</pPort></IntReg>";
+constexpr char kReadWrite[] = "<IntReg Name=\"ChunkPayloadCRC16\"><Address>0</Address><Length>4</Length>"
+                              "<AccessMode>RW</AccessMode><pPort>P</pPort></IntReg>";
+constexpr char kReadOnly[] = "<IntReg Name=\"ChunkPayloadCRC16\"><Address>0</Address><Length>4</Length>"
+                             "<AccessMode>RO</AccessMode><pPort>P</pPort></IntReg>";
+constexpr char kNotImplemented[] = "<Integer Name=\"None\"><Value>0</Value></Integer>"
+                                   "<IntReg Name=\"ChunkPayloadCRC16\"><pIsImplemented>None</pIsImplemented>"
+                                   "<Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+                                   "<pPort>P</pPort></IntReg>";
+constexpr char kNotAvailable[] = "<Integer Name=\"None\"><Value>0</Value></Integer>"
+                                 "<IntReg Name=\"ChunkPayloadCRC16\"><pIsAvailable>None</pIsAvailable>"
+                                 "<Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+                                 "<pPort>P</pPort></IntReg>";
+
+INSTANTIATE_TEST_SUITE_P(EachMode, ChecksumAccess,
+                         testing::Values(std::make_pair(kWriteOnly, true), std::make_pair(kReadOnly, true),
+                                         std::make_pair(kReadWrite, true), std::make_pair(kNotImplemented, false),
+                                         std::make_pair(kNotAvailable, false)));
+
+TEST_F(UsbChunkParser, StaysWithItsBufferWhenAnotherIsRefused) {
+    ChunkBuffer buffer = Checked();
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    std::uint8_t bad[9] = {};
+    EXPECT_THROW(parser.AttachBuffer(bad, sizeof bad), GenICam::RuntimeException);
+    EXPECT_THROW(parser.AttachBuffer(nullptr, 20), GenICam::RuntimeException);
+    EXPECT_TRUE(parser.CheckCRC());
+}
+
+TEST_F(UsbChunkParser, TellsWhatItAttached) {
+    ChunkBuffer buffer = Checked();
+    GenApi::AttachStatistics_t statistics = {9, 9, 9};
+    static_cast<Tavix::IChunkParser&>(parser).AttachBuffer(buffer.Data(), buffer.Size(), &statistics);
+    EXPECT_EQ(statistics.NumChunkPorts, 3u);
+    EXPECT_EQ(statistics.NumChunks, 2u);
+    EXPECT_EQ(statistics.NumAttachedChunks, 2u);
+}
+
+TEST_F(UsbChunkParser, CachesEveryChunkThatMayBeCached) {
+    support::DescribedMap cached(R"(<Port Name="P"><ChunkID>01</ChunkID><CacheChunkData>Yes</CacheChunkData></Port>
+        <IntReg Name="Value"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>P</pPort>
+          <Cachable>NoCache</Cachable></IntReg>)");
+    CUsbChunkParser other(cached.Get());
+    ChunkBuffer buffer;
+    buffer.Chunk(1, std::vector<std::uint8_t>(100000, 7));
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    buffer.Data()[0] = 8;
+    EXPECT_EQ(cached.Integer("Value"), 7);
+}
+
+TEST_F(UsbChunkParser, ReadsTheChecksumWithoutAnotherLookAtTheBuffer) {
+    ChunkBuffer buffer = Checked();
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_TRUE(parser.CheckCRC());
+    buffer.Data()[buffer.Size() - 12] ^= 1; // its cached value is allowed
+    EXPECT_TRUE(parser.CheckCRC());
+}
+
 TEST_F(UsbChunkParser, ComputesTheCheckValue) {
     EXPECT_EQ(parser.CRC16("123456789", 9), 0x31C3u);
 }
