@@ -1,6 +1,7 @@
 #pragma once
 // The steps that every example takes and none of them is about; enumerate_and_grab.cpp shows them one by one.
 
+#include <csignal>
 #include <cstdio>
 #include <vector>
 
@@ -8,6 +9,24 @@
 #include <tavix/Tavix.h>
 
 namespace example {
+
+inline volatile std::sig_atomic_t g_Interrupted = 0;
+
+/// Whether the user pressed Ctrl-C. Loops ask, so that the camera is stopped and closed as always.
+inline bool Interrupted() {
+    return g_Interrupted != 0;
+}
+
+/// For steps at the end of a scope. A camera that has gone refuses some of them, which is no reason to leave out the
+/// rest.
+template<class Step>
+void Try(Step step) {
+    try {
+        step();
+    } catch (const GenICam::GenericException& e) {
+        std::fprintf(stderr, "while finishing: %s\n", e.GetDescription());
+    }
+}
 
 /// An open camera, closed and given back at the end of its scope. Bound to a thread.
 class Camera {
@@ -21,8 +40,8 @@ public:
         }
     }
     ~Camera() {
-        m_Device->Close();
-        Factory().DestroyDevice(m_Device);
+        Try([&] { m_Device->Close(); });
+        Try([&] { Factory().DestroyDevice(m_Device); });
     }
     Camera(const Camera&) = delete;
     Camera& operator=(const Camera&) = delete;
@@ -41,55 +60,63 @@ private:
     Tavix::ITavixDevice* m_Device;
 };
 
-/// A prepared stream with queued buffers, undone at the end of its scope. A camera that has gone refuses some of that,
-/// which is no reason to leave out the rest. Bound to a thread.
+/// A prepared stream with queued buffers, undone at the end of its scope. Bound to a thread.
 class Stream {
 public:
     explicit Stream(const Camera& camera, std::size_t count = 4) : m_Grabber(*camera->GetStreamGrabber(0)) {
         m_Buffers.assign(count, std::vector<unsigned char>(static_cast<std::size_t>(camera.Integer("PayloadSize"))));
         m_Grabber.Open();
-        GenApi::CIntegerPtr(m_Grabber.GetNodeMap()->GetNode("MaxBufferSize"))
-            ->SetValue(static_cast<std::int64_t>(m_Buffers.front().size()));
-        m_Grabber.PrepareGrab();
-        for (auto& buffer : m_Buffers) {
-            m_Handles.push_back(m_Grabber.RegisterBuffer(buffer.data(), buffer.size()));
-            m_Grabber.QueueBuffer(m_Handles.back());
+        try {
+            Prepare();
+        } catch (...) {
+            Finish(); // or the camera would fill buffers that are gone
+            throw;
         }
     }
-    ~Stream() {
-        Try([&] { m_Grabber.CancelGrab(); });
-        Try([&] {
-            for (Tavix::GrabResult result; m_Grabber.RetrieveResult(result);) {
-            }
-        });
-        Try([&] { m_Grabber.FinishGrab(); });
-        for (auto handle : m_Handles)
-            Try([&] { m_Grabber.DeregisterBuffer(handle); });
-        Try([&] { m_Grabber.Close(); });
-    }
+    ~Stream() { Finish(); }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
     Tavix::IStreamGrabber* operator->() const { return &m_Grabber; }
 
 private:
-    template<class Step>
-    static void Try(Step step) {
-        try {
-            step();
-        } catch (const GenICam::GenericException& e) {
-            std::fprintf(stderr, "while finishing: %s\n", e.GetDescription());
+    void Prepare() {
+        SetParameter("MaxNumBuffer", m_Buffers.size());
+        SetParameter("MaxBufferSize", m_Buffers.front().size());
+        m_Grabber.PrepareGrab(); // buffers are registered from here on
+        m_IsPrepared = true;
+        for (auto& buffer : m_Buffers) {
+            m_Handles.push_back(m_Grabber.RegisterBuffer(buffer.data(), buffer.size()));
+            m_Grabber.QueueBuffer(m_Handles.back());
         }
+    }
+    void Finish() {
+        if (m_IsPrepared) {
+            Try([&] { m_Grabber.CancelGrab(); });
+            Try([&] {
+                for (Tavix::GrabResult result; m_Grabber.RetrieveResult(result);) {
+                }
+            });
+            Try([&] { m_Grabber.FinishGrab(); });
+        }
+        for (auto handle : m_Handles)
+            Try([&] { m_Grabber.DeregisterBuffer(handle); });
+        Try([&] { m_Grabber.Close(); });
+    }
+    void SetParameter(const char* name, std::size_t value) const {
+        GenApi::CIntegerPtr(m_Grabber.GetNodeMap()->GetNode(name))->SetValue(static_cast<std::int64_t>(value));
     }
 
     Tavix::IStreamGrabber& m_Grabber;
     std::vector<std::vector<unsigned char>> m_Buffers;
     std::vector<Tavix::StreamBufferHandle> m_Handles;
+    bool m_IsPrepared = false;
 };
 
 /// Runs an example; its exceptions become a line and exit status 1.
 template<class Body>
 int Run(Body body) {
+    std::signal(SIGINT, [](int) { g_Interrupted = 1; });
     try {
         return body();
     } catch (const GenICam::GenericException& e) {

@@ -39,7 +39,7 @@ int Main() {
     for (const auto& source : sources)
         source->camera.Execute("AcquisitionStart");
     unsigned int which = 0;
-    while (!HaveAll(sources, 20) && any.WaitForAny(5000, &which))
+    while (!HaveAll(sources, 20) && !example::Interrupted() && any.WaitForAny(5000, &which))
         Drain(*sources[which]);
     for (const auto& source : sources) {
         source->camera.Execute("AcquisitionStop");

@@ -24,10 +24,11 @@ int main() try {
         stream->QueueBuffer(handles.back());
     }
     GenApi::CCommandPtr(features->GetNode("AcquisitionStart"))->Execute();
-    for (int i = 0; i < 10 && stream->GetWaitObject().Wait(5000);) {
+    int images = 0;
+    while (images < 10 && stream->GetWaitObject().Wait(5000)) {
         Tavix::GrabResult image;
         if (!stream->RetrieveResult(image)) continue;
-        std::printf("image %d: %d x %d, %s\n", i++, image.GetSizeX(), image.GetSizeY(),
+        std::printf("image %d: %d x %d, %s\n", images++, image.GetSizeX(), image.GetSizeY(),
                     image.Succeeded() ? "good" : image.GetErrorDescription().c_str());
         stream->QueueBuffer(image.Handle());
     }
@@ -42,7 +43,8 @@ int main() try {
     stream->Close();
     camera->Close();
     factory.DestroyDevice(camera);
+    return images == 10 ? 0 : 1;
 } catch (const GenICam::GenericException& e) {
     std::fprintf(stderr, "%s\n", e.GetDescription());
-    return 1;
+    return 1; // the library closes what is open when the program ends
 }

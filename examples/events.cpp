@@ -6,6 +6,7 @@
 namespace {
 
 int Main() {
+    int exposures = 0; // outlives the camera, whose nodes know the callback
     example::Camera camera;
     camera.Set("EventSelector", "ExposureEnd");
     camera.Set("EventNotification", "On");
@@ -16,7 +17,6 @@ int Main() {
 
     // Registered after the adapter was made, which invalidates the nodes of all events. The callback runs in the thread
     // that delivers the message, so it needs no lock of its own.
-    int exposures = 0;
     GenApi::INode* frame = camera->GetNodeMap()->GetNode("EventExposureEndFrameID");
     const auto handle = GenApi::Register(frame, [&](GenApi::INode* node) {
         std::printf("exposure of frame %s ended\n", GenApi::CValuePtr(node)->ToString().c_str());
@@ -25,7 +25,7 @@ int Main() {
 
     example::Stream stream(camera);
     camera.Execute("AcquisitionStart");
-    while (exposures < 3 && events->GetWaitObject().Wait(5000)) {
+    while (exposures < 3 && !example::Interrupted() && events->GetWaitObject().Wait(5000)) {
         for (Tavix::EventResult event; events->RetrieveEvent(event);) {
             if (event.Succeeded()) adapter->DeliverMessage(event.Buffer(), Tavix::EventResult::kBufferSize);
         }

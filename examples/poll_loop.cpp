@@ -18,7 +18,7 @@ int Main() {
     camera.Execute("AcquisitionStart");
     int images = 0, ticks = 0;
     pollfd waits[] = {{stream->GetWaitObject().GetFd(), POLLIN, 0}, {timer, POLLIN, 0}};
-    while ((images < 10 || ticks < 2) && poll(waits, 2, 5000) > 0) {
+    while ((images < 10 || ticks < 2) && !example::Interrupted() && poll(waits, 2, 5000) > 0) {
         // Readable means signalled. Wait(0) takes the signal; the descriptor itself is never read.
         if ((waits[0].revents & POLLIN) && stream->GetWaitObject().Wait(0)) {
             for (Tavix::GrabResult image; stream->RetrieveResult(image);) {

@@ -17,13 +17,18 @@ int GrabUntilRemoved(const Tavix::CDeviceInfo& info, int wanted) {
     either.Add(stream->GetWaitObject());
     camera.Execute("AcquisitionStart");
     int good = 0;
-    for (unsigned int which = 0; good < wanted && either.WaitForAny(5000, &which) && which != 0;) {
+    for (unsigned int which = 0;
+         good < wanted && !example::Interrupted() && either.WaitForAny(5000, &which) && which != 0;) {
         Tavix::GrabResult image;
-        if (!stream->RetrieveResult(image) || !image.Succeeded()) continue;
-        ++good;
-        stream->QueueBuffer(image.Handle());
+        if (!stream->RetrieveResult(image)) continue;
+        if (image.Succeeded()) {
+            ++good;
+            stream->QueueBuffer(image.Handle());
+        } else { // which is how an unplug shows first; the stream takes no more buffers then
+            example::Try([&] { stream->QueueBuffer(image.Handle()); });
+        }
     }
-    if (!removed.Wait(0)) camera.Execute("AcquisitionStop");
+    if (!removed.Wait(0)) example::Try([&] { camera.Execute("AcquisitionStop"); }); // it may go in this moment, too
     return good;
 }
 
@@ -31,7 +36,8 @@ int GrabUntilRemoved(const Tavix::CDeviceInfo& info, int wanted) {
 bool WaitForReturn(const Tavix::CDeviceInfo& info, int attempts) {
     Tavix::DeviceInfoList filter, found;
     filter.push_back(info);
-    while (attempts-- > 0 && example::Camera::Factory().EnumerateDevices(found, filter) == 0) {
+    while (attempts-- > 0 && !example::Interrupted() &&
+           example::Camera::Factory().EnumerateDevices(found, filter) == 0) {
         Tavix::WaitObject::Sleep(100);
     }
     return !found.empty();
