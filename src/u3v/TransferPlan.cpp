@@ -27,7 +27,9 @@ std::uint32_t AlignedUnit(const TransferNeeds& needs) {
     const std::uint32_t alignment = 1u << needs.alignmentExponent;
     // Packet sizes are powers of two on every bulk endpoint that keeps to the rules; else the product serves.
     if (packet % alignment == 0) return packet;
-    return alignment % packet == 0 ? alignment : alignment * packet;
+    if (alignment % packet == 0) return alignment;
+    const std::uint64_t product = std::uint64_t{alignment} * packet;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(product, UINT32_MAX)); // no plan can be made of more
 }
 
 std::optional<TransferPlan> MakeTransferPlan(const TransferNeeds& needs) {

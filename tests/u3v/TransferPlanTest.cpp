@@ -72,6 +72,12 @@ TEST(TransferPlan, IsRefusedForAnImpossiblePayload) {
     EXPECT_FALSE(MakeTransferPlan({UINT64_MAX, 52, 32, 10, 1024, 65536}));
 }
 
+TEST(TransferPlan, IsRefusedForAUnitBeyondAllTransfers) {
+    const TransferNeeds needs{1000000, 52, 32, 20, 0x7000, 65536}; // 7 * 2^32, which is 0 in 32 bits
+    EXPECT_EQ(AlignedUnit(needs), UINT32_MAX);
+    EXPECT_FALSE(MakeTransferPlan(needs));
+}
+
 TEST(TransferPlan, MakesRoomForLeaderAndTrailerOfCamerasThatDontTell) {
     const auto plan = MakeTransferPlan({1024, 0, 0, 2, 1024, 65536});
     ASSERT_TRUE(plan);
