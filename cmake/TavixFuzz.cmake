@@ -2,7 +2,7 @@
 
 # tavix_fuzz(<name> SOURCES ... [LIBS ...])
 # The sources define `extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)`; small inputs, each named
-# after the reason why it exists, lie in fuzz/corpus/<name>/.
+# after the reason why it exists, lie in fuzz/corpus/<name>/; those named found-* reach code that no other input does.
 # With TAVIX_BUILD_FUZZ (preset fuzz) this makes the libFuzzer program fuzz_<name>. With TAVIX_BUILD_TESTS it makes the
 # program replay_<name>, and the ctest test fuzz.<name> that runs over the corpus in an ordinary build.
 function(tavix_fuzz name)
