@@ -11,6 +11,7 @@ constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0200 | 0x0400
 constexpr std::uint64_t kFamilyCapability = 0x0100;
 constexpr std::uint64_t kOptionalCapabilities = 0x0001 | 0x0400; // user-defined name, byte order
 constexpr std::uint32_t kTransferLength = 16384;
+constexpr std::uint32_t kSmallestPlausible = 64;
 constexpr std::uint32_t kResponseTime = 100;
 
 std::size_t PacketSize(usb::Speed speed) {
@@ -26,11 +27,16 @@ bool HasFamily(const CameraSettings& settings) {
     return !settings.family.empty() && !settings.registers.missingOptional;
 }
 
+// A camera that reports nonsense still takes packets of the usual size.
+std::uint32_t Plausible(std::uint32_t length) {
+    return length >= kSmallestPlausible ? length : kTransferLength;
+}
+
 ControlLimits LimitsOf(const CameraSettings& settings) {
     ControlLimits limits;
     limits.packetSize = PacketSize(settings.speed);
-    limits.maximumCommand = settings.registers.maximumCommand.value_or(kTransferLength);
-    limits.maximumAcknowledge = settings.registers.maximumAcknowledge.value_or(kTransferLength);
+    limits.maximumCommand = Plausible(settings.registers.maximumCommand.value_or(kTransferLength));
+    limits.maximumAcknowledge = Plausible(settings.registers.maximumAcknowledge.value_or(kTransferLength));
     limits.responseTime = settings.registers.responseTime.value_or(kResponseTime);
     limits.largestRead = settings.registers.largestRead.value_or(0);
     if (settings.registers.bootMs != 0) limits.awake = Clock::Now() + milliseconds(settings.registers.bootMs);
@@ -47,7 +53,7 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
     m_Control->SetFaults(settings.faults.control);
     AddIdentity();
     AddTechnology();
-    AddUsbRegisters(limits);
+    AddUsbRegisters();
     AddStreamRegisters();
     AddEventRegisters(limits.packetSize);
     AddManifest(manifest);
@@ -97,7 +103,7 @@ void Camera::AddTechnology() {
     registers.AddValue<std::uint32_t>(abrm::kImplementationEndianness, Access::ReadOnly, 0xFFFFFFFF);
 }
 
-void Camera::AddUsbRegisters(const ControlLimits& limits) {
+void Camera::AddUsbRegisters() {
     RegisterSpace& registers = m_Registers;
     const std::uint64_t base = memory::kSbrm;
     registers.AddValue<std::uint32_t>(base + 0x00, Access::ReadOnly, kU3vVersion);
@@ -105,8 +111,10 @@ void Camera::AddUsbRegisters(const ControlLimits& limits) {
     registers.AddValue<std::uint64_t>(base + 0x0C, Access::ReadWrite, 0).check = [](const std::uint8_t* wanted) {
         return Load<std::uint64_t>(wanted) == 0 ? Status::Success : Status::InvalidParameter;
     };
-    registers.AddValue<std::uint32_t>(base + 0x14, Access::ReadOnly, limits.maximumCommand);
-    registers.AddValue<std::uint32_t>(base + 0x18, Access::ReadOnly, limits.maximumAcknowledge);
+    registers.AddValue<std::uint32_t>(base + 0x14, Access::ReadOnly,
+                                      m_Settings.registers.maximumCommand.value_or(kTransferLength));
+    registers.AddValue<std::uint32_t>(base + 0x18, Access::ReadOnly,
+                                      m_Settings.registers.maximumAcknowledge.value_or(kTransferLength));
     registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly, m_Settings.registers.streamCount.value_or(1));
     registers.AddValue<std::uint64_t>(base + 0x20, Access::ReadOnly, memory::kSirm);
     registers.AddValue<std::uint32_t>(base + 0x28, Access::ReadOnly, sirm::kLength);

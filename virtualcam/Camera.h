@@ -89,7 +89,7 @@ private:
 
     void AddIdentity();
     void AddTechnology();
-    void AddUsbRegisters(const ControlLimits& limits);
+    void AddUsbRegisters();
     void AddStreamRegisters();
     void AddEventRegisters(std::size_t packetSize);
     void AddManifest(const Manifest& manifest);
