@@ -24,21 +24,35 @@ Function Next(const char* name) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
+/// The functions that stand behind ours.
+struct Calls {
+    int (*open)(const char*, int, ...) = Next<int (*)(const char*, int, ...)>("open");
+    int (*close)(int) = Next<int (*)(int)>("close");
+    int (*ioctl)(int, unsigned long, ...) = Next<int (*)(int, unsigned long, ...)>("ioctl");
+};
+
+const Calls& Behind() {
+    static const Calls calls;
+    return calls;
+}
+
+/// A sanitizer opens files while it reports; it must not come to the dynamic loader then.
+__attribute__((constructor)) void LookUp() {
+    Behind();
+}
+
 } // namespace
 
 int Open(const char* path, int flags, mode_t mode) {
-    static const auto call = Next<int (*)(const char*, int, ...)>("open");
-    return call(path, flags, mode);
+    return Behind().open(path, flags, mode);
 }
 
 int Close(int file) {
-    static const auto call = Next<int (*)(int)>("close");
-    return call(file);
+    return Behind().close(file);
 }
 
 int Ioctl(int file, unsigned long request, void* argument) {
-    static const auto call = Next<int (*)(int, unsigned long, ...)>("ioctl");
-    return call(file, request, argument);
+    return Behind().ioctl(file, request, argument);
 }
 
 } // namespace real
