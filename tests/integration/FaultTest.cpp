@@ -12,6 +12,8 @@
 #include <fstream>
 #include <set>
 
+#include <unistd.h>
+
 namespace {
 
 using namespace integration;
@@ -184,7 +186,7 @@ TEST(Description, WithoutRootStillServesItsFeatures) {
 }
 
 TEST(Description, ThatIsNoneIsRefusedAndTheCameraReleased) {
-    const std::string path = testing::TempDir() + "no-description.xml";
+    const std::string path = testing::TempDir() + "no-description-" + std::to_string(::getpid()) + ".xml";
     std::ofstream(path) << "<Recipe><Flour/></Recipe>";
     VirtualBus bus(OneCamera("\"registers\": {\"descriptionPath\": \"" + path + "\"}"));
     for (int round = 0; round < 2; ++round) {
