@@ -1,6 +1,7 @@
 // The wire trace: its bytes, what it keeps, and that a traced bus behaves as it does without.
 #include "usb/trace/TraceFile.h"
 #include "usb/trace/TracedBackend.h"
+#include "usb/trace/TracedHandle.h"
 
 #include "virtualcam/Backend.h"
 #include "virtualcam/DeviceClient.h"
@@ -251,6 +252,38 @@ TEST_F(TracedBusTest, CarriesOutAsynchronousTransfersForTheirOwner) {
     EXPECT_EQ(packets[0].Id(), packets[1].Id());
     EXPECT_EQ(packets[1].Data(), Bytes(room.begin(), room.begin() + 24));
     EXPECT_EQ(packets[3].Status(), -2);
+}
+
+/// A bus whose one device knows only how to select a configuration.
+class Selecting final : public usb::Handle {
+public:
+    Result Claim(std::uint8_t) override { return Result::Other; }
+    Result Release(std::uint8_t) override { return Result::Other; }
+    Result SelectConfiguration(std::uint8_t value) override { return value == 2 ? Result::Ok : Result::NotFound; }
+    Result Control(const usb::ControlSetup&, std::uint8_t*, std::size_t&, unsigned int) override {
+        return Result::Other;
+    }
+    Result Bulk(std::uint8_t, std::uint8_t*, std::size_t, std::size_t&, unsigned int) override { return Result::Other; }
+    Result Submit(usb::Transfer&) override { return Result::Other; }
+    Result Cancel(usb::Transfer&) override { return Result::Other; }
+    void Forget(usb::Transfer&) override {}
+    Result HandleEvents(unsigned int) override { return Result::Other; }
+    void WakeEvents() override {}
+    Result ClearHalt(std::uint8_t) override { return Result::Other; }
+    Result Reset() override { return Result::Other; }
+    std::string ReadString(std::uint8_t) override { return {}; }
+};
+
+TEST_F(TraceTest, ShowsTheChoiceOfAConfiguration) {
+    usb::TracedHandle handle(std::make_unique<Selecting>(), m_Trace, {});
+    EXPECT_EQ(handle.SelectConfiguration(2), Result::Ok);
+    EXPECT_EQ(handle.SelectConfiguration(3), Result::NotFound);
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 4u);
+    EXPECT_EQ(Bytes(packets[0].bytes.begin() + 40, packets[0].bytes.begin() + 48), Hex("00 09 0200 0000 0000"));
+    EXPECT_EQ(packets[1].Status(), 0);
+    EXPECT_EQ(packets[3].Status(), -71);
 }
 
 TEST_F(TracedBusTest, ShowsASubmissionThatWasRefusedAsEndedAtOnce) {

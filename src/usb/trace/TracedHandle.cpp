@@ -9,6 +9,7 @@ namespace {
 constexpr std::uint8_t kDirectionIn = 0x80;
 constexpr std::uint8_t kGetDescriptor = 0x06;
 constexpr std::uint8_t kClearFeature = 0x01;
+constexpr std::uint8_t kSetConfiguration = 0x09;
 constexpr std::uint8_t kToEndpoint = 0x02;
 constexpr std::uint8_t kStringType = 0x03;
 constexpr std::uint16_t kEnglish = 0x0409;
@@ -83,6 +84,13 @@ Result TracedHandle::Control(const ControlSetup& setup, std::uint8_t* data, std:
     TracedControl record(*m_Trace, m_Place, setup, data);
     const Result result = m_Handle->Control(setup, data, actual, timeoutMs);
     record.Completed(result, data, result == Result::Ok ? actual : 0);
+    return result;
+}
+
+Result TracedHandle::SelectConfiguration(std::uint8_t value) {
+    TracedControl record(*m_Trace, m_Place, {0, kSetConfiguration, value, 0, 0});
+    const Result result = m_Handle->SelectConfiguration(value);
+    record.Completed(result, nullptr, 0);
     return result;
 }
 

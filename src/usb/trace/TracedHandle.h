@@ -37,6 +37,7 @@ public:
 
     [[nodiscard]] Result Claim(std::uint8_t interfaceNumber) override { return m_Handle->Claim(interfaceNumber); }
     Result Release(std::uint8_t interfaceNumber) override { return m_Handle->Release(interfaceNumber); }
+    [[nodiscard]] Result SelectConfiguration(std::uint8_t value) override;
     [[nodiscard]] Result Control(const ControlSetup& setup, std::uint8_t* data, std::size_t& actual,
                                  unsigned int timeoutMs) override;
     [[nodiscard]] Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
