@@ -56,6 +56,7 @@ void Exit() {
 }
 
 VxStatus IsLibraryLoadable() {
+    if (Library::Get()) return VX_OK; // it is loaded; a second bus would be opened only to be closed again
     BackendList backends;
     return CreateBackends(backends);
 }

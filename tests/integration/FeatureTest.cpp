@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace {
 
 using namespace integration;
@@ -29,6 +31,12 @@ TEST(Discovery, ListsNoVirtualCameraUnlessAskedFor) {
     VirtualBus bus("[]");
     for (const auto& camera : bus.Cameras())
         EXPECT_NE(camera.GetVendorName(), "Vandrel");
+}
+
+TEST(Discovery, ReadsTheSettingsOfVirtualCamerasOnce) {
+    VirtualBus bus(kTwo);
+    setenv("TAVIX_VIRTUAL_CAMERAS", "/no/such/settings.json", /*overwrite=*/1);
+    EXPECT_EQ(bus.Cameras().size(), 2u);
 }
 
 TEST(Creation, ByFullNameGivesThatCamera) {
