@@ -77,6 +77,12 @@ public:
     /// Completes every queued buffer with VX_E_CANCELLED, in the order of queuing. Streaming goes on.
     [[nodiscard]] VxStatus CancelGrab();
 
+    /// Memory for buffers, for applications that have none of their own: mapped by the kernel where it can, so that the
+    /// data comes without a copy, else ordinary memory. From Open on; Close frees what is left, so buffers in it must
+    /// have been deregistered by then.
+    [[nodiscard]] VxStatus AllocateMemory(unsigned long size, void** ppMemory);
+    /// VX_E_BUFFER_QUEUED while a registered buffer lies in it, VX_E_NOT_FOUND when it is not of AllocateMemory.
+    [[nodiscard]] VxStatus FreeMemory(void* memory);
     [[nodiscard]] VxStatus RegisterBuffer(void* buffer, unsigned long size, BufferHandle_s** ppHandle);
     /// VX_E_BUFFER_QUEUED while the buffer is queued. `ppBuffer` receives the pointer given at registration.
     [[nodiscard]] VxStatus DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer);

@@ -1,18 +1,22 @@
 // An opened camera.
 #include "vexlo/DeviceSession.h"
 
-#include "u3v/Constants.h"
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
 namespace vexlo {
 namespace {
 
-void WarnOfSlowLink(const FoundCamera& camera) {
-    const bool couldBeFast = camera.function.info.speedSupport >= u3v::descriptor::kSpeedSuper;
-    if (!couldBeFast || camera.speed == usb::Speed::Unknown || camera.speed >= usb::Speed::Super) return;
-    Log(Tavix::kLogWarning, "Camera '%s' is a SuperSpeed camera on a slower link: check port and cable",
-        camera.path.c_str());
+void WarnOfSpeed(const FoundCamera& camera) {
+    const std::string warning = SpeedWarning(camera.speed, camera.function.info.speedSupport);
+    if (!warning.empty()) Log(Tavix::kLogWarning, "Camera '%s' %s", camera.path.c_str(), warning.c_str());
+}
+
+/// A device of several configurations may have its camera in another one than the system chose.
+VxStatus SelectConfiguration(usb::Handle& handle, const FoundCamera& camera) {
+    if (camera.isActive) return VX_OK;
+    const usb::Result result = handle.SelectConfiguration(camera.function.configurationValue);
+    return result == usb::Result::NotSupported ? VX_OK : ToStatus(result);
 }
 
 } // namespace
@@ -37,12 +41,13 @@ VxStatus DeviceSession::Open(const FoundCamera& camera, std::shared_ptr<RemovalN
     const usb::Result result = camera.backend->Open(camera.id, handle);
     if (result != usb::Result::Ok) return ToStatus(result);
     auto opened = std::make_shared<DeviceSession>(camera, std::move(handle), std::move(notifier), options);
-    VxStatus status = opened->m_Claim.Claim(*opened->m_Handle, camera.function.controlInterface);
+    VxStatus status = SelectConfiguration(*opened->m_Handle, camera);
+    if (status == VX_OK) status = opened->m_Claim.Claim(*opened->m_Handle, camera.function.controlInterface);
     if (status == VX_OK) status = opened->m_Control.Connect();
     if (status == VX_OK) status = ReadBootstrap(opened->m_Control, opened->m_Bootstrap);
     if (status != VX_OK) return status;
     StopLeftOvers(opened->m_Memory, opened->m_Bootstrap);
-    WarnOfSlowLink(camera);
+    WarnOfSpeed(camera);
     opened->m_Token = opened->m_Notifier->Watch(camera.backend.get(), camera.id, options.device, opened);
     session = std::move(opened);
     return VX_OK;

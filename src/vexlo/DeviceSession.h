@@ -54,6 +54,7 @@ public:
     usb::Backend& Bus() { return *m_Camera.backend; }
     /// Another handle of the camera, for a channel whose completions are to run on a thread of their own.
     [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle);
+    const FoundCamera& Camera() const { return m_Camera; }
     const u3v::CameraFunction& Function() const { return m_Camera.function; }
     const Bootstrap& Registers() const { return m_Bootstrap; }
     ControlChannel& Control() { return m_Control; }

@@ -1,6 +1,7 @@
 // Cameras on the buses.
 #include "vexlo/Discovery.h"
 
+#include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
 #include <algorithm>
@@ -31,15 +32,16 @@ const TextField& ShownSerialNumber(const DeviceDiscoveryInfo& info) {
     return IsEmpty(info.SerialNumber) ? info.FallbackSerialNumber : info.SerialNumber;
 }
 
-/// Functions of the active configuration; of the first one with any when it is not known which is active.
+/// Functions of the active configuration; of the first one with any when the active one has none, or is not known.
 std::vector<u3v::CameraFunction> FunctionsOf(const usb::DeviceEntry& entry) {
+    std::vector<u3v::CameraFunction> first;
     for (const auto& configuration : entry.configurations) {
         auto functions = u3v::FindCameraFunctions(configuration);
         if (functions.empty()) continue;
-        if (entry.activeConfiguration == 0 || functions.front().configurationValue == entry.activeConfiguration)
-            return functions;
+        if (functions.front().configurationValue == entry.activeConfiguration) return functions;
+        if (first.empty()) first = std::move(functions);
     }
-    return {};
+    return first;
 }
 
 void AddCameras(const std::shared_ptr<usb::Backend>& backend, const usb::DeviceEntry& entry,
@@ -52,6 +54,7 @@ void AddCameras(const std::shared_ptr<usb::Backend>& backend, const usb::DeviceE
         camera.id = entry.id;
         camera.speed = entry.speed;
         camera.identity = *identity;
+        camera.isActive = entry.activeConfiguration == function.configurationValue;
         camera.path = std::string(backend->Name()) + ":" + entry.id + "#" + std::to_string(function.controlInterface);
         camera.function = std::move(function);
         cameras.push_back(std::move(camera));
@@ -97,6 +100,26 @@ bool IsImpostor(const DeviceDiscoveryInfo& wanted, const FoundCamera& camera) {
     return !guid.empty() && guid.compare(0, std::string::npos, wanted.DeviceGUID) != 0;
 }
 
+/// The bits of the Device Info that a link's speed may stand for.
+std::uint8_t MaskOf(usb::Speed speed) {
+    switch (speed) {
+    case usb::Speed::Low:
+        return u3v::descriptor::kSpeedLow;
+    case usb::Speed::Full:
+        return u3v::descriptor::kSpeedFull;
+    case usb::Speed::High:
+        return u3v::descriptor::kSpeedHigh;
+    case usb::Speed::Super:
+        return u3v::descriptor::kSpeedSuper;
+    case usb::Speed::SuperPlus:
+        return u3v::descriptor::kSpeedSuperPlusGen2x1 | u3v::descriptor::kSpeedSuperPlusGen1x2 |
+               u3v::descriptor::kSpeedSuperPlusGen2x2;
+    case usb::Speed::Unknown:
+        break;
+    }
+    return 0;
+}
+
 } // namespace
 
 VxStatus FindCameras(const BackendList& backends, std::vector<FoundCamera>& cameras) {
@@ -130,6 +153,26 @@ void Describe(const FoundCamera& camera, std::size_t index, DeviceDiscoveryInfo&
     NameTheNameless(camera, info);
 }
 
+void WarnOfEqualGuids(const std::vector<DeviceDiscoveryInfo>& infos) {
+    for (std::size_t i = 0; i < infos.size(); ++i)
+        for (std::size_t k = i + 1; k < infos.size(); ++k)
+            if (!IsEmpty(infos[i].DeviceGUID) && SameText(infos[i].DeviceGUID, infos[k].DeviceGUID))
+                Log(Tavix::kLogWarning,
+                    "Cameras '%s' and '%s' state the same GUID %s; only their ports tell them apart",
+                    infos[i].DevicePath, infos[k].DevicePath, infos[i].DeviceGUID);
+}
+
+std::string SpeedWarning(usb::Speed speed, std::uint8_t supported) {
+    if (speed == usb::Speed::Unknown) return {};
+    const bool couldBeFast = supported >= u3v::descriptor::kSpeedSuper;
+    if (couldBeFast && speed < usb::Speed::Super)
+        return "is a SuperSpeed camera on a slower link: check port, hub and cable, or lower its throughput limit";
+    const bool couldBeFaster = supported >= u3v::descriptor::kSpeedSuperPlusGen2x1;
+    if (couldBeFaster && speed == usb::Speed::Super) return "could run at 10 Gbit/s or more; its link came up with 5";
+    if (supported != 0 && (supported & MaskOf(speed)) == 0) return "does not state that it works at its link's speed";
+    return {};
+}
+
 VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& wanted, FoundCamera& camera) {
     std::vector<FoundCamera> cameras;
     const VxStatus status = FindCameras(backends, cameras);
@@ -139,14 +182,16 @@ VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& want
             camera = std::move(candidate);
             return VX_OK;
         }
+    std::size_t matches = 0;
     for (std::size_t i = 0; i < cameras.size(); ++i) {
         DeviceDiscoveryInfo found;
         Describe(cameras[i], i, found);
-        if (!IsSameCamera(wanted, found)) continue;
-        camera = std::move(cameras[i]);
-        return VX_OK;
+        if (IsSameCamera(wanted, found) && matches++ == 0) camera = std::move(cameras[i]);
     }
-    return VX_E_NOT_FOUND;
+    if (matches > 1)
+        Log(Tavix::kLogWarning, "%u cameras fit; '%s' is taken. Select by port instead",
+            static_cast<unsigned int>(matches), camera.path.c_str());
+    return matches == 0 ? VX_E_NOT_FOUND : VX_OK;
 }
 
 } // namespace vexlo

@@ -17,7 +17,8 @@ struct FoundCamera {
     usb::Speed speed = usb::Speed::Unknown;
     u3v::DeviceIdentity identity;
     u3v::CameraFunction function;
-    std::string path; ///< "<bus>:<id>#<control interface>"; names the camera as long as it stays in its port
+    bool isActive = true; ///< its configuration is the device's active one, as far as is known
+    std::string path;     ///< "<bus>:<id>#<control interface>"; names the camera as long as it stays in its port
 };
 
 /// All cameras, in the order of the buses and of the devices on them. A bus that cannot be listed counts as empty, and
@@ -28,8 +29,16 @@ VxStatus FindCameras(const BackendList& backends, std::vector<FoundCamera>& came
 /// is good for a camera that is busy or not permitted. Thread-safe.
 void Describe(const FoundCamera& camera, std::size_t index, DeviceDiscoveryInfo& info);
 
+/// Warns of cameras that state the same GUID: only their places tell them apart.
+void WarnOfEqualGuids(const std::vector<DeviceDiscoveryInfo>& infos);
+
+/// What a user should know of the speed that a camera's link came up with; empty when all is well. `supported` is the
+/// mask of the camera's Device Info.
+std::string SpeedWarning(usb::Speed speed, std::uint8_t supported);
+
 /// The camera that a record names: by device path, else by GUID, else by vendor, product and serial number.
-/// VX_E_NOT_FOUND when there is none. A camera at the path whose GUID is known to be another is not the one.
+/// VX_E_NOT_FOUND when there is none. A camera at the path whose GUID is known to be another is not the one. Of several
+/// that fit the first one is taken, with a warning.
 VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& wanted, FoundCamera& camera);
 
 } // namespace vexlo

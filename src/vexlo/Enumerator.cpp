@@ -13,11 +13,12 @@ VxStatus CEnumerator::Discover(Callee* callee) {
     std::vector<FoundCamera> cameras;
     const VxStatus status = FindCameras(library->Backends(), cameras);
     if (status != VX_OK) return status;
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-        DeviceDiscoveryInfo info;
-        Describe(cameras[i], i, info);
+    std::vector<DeviceDiscoveryInfo> infos(cameras.size());
+    for (std::size_t i = 0; i < cameras.size(); ++i)
+        Describe(cameras[i], i, infos[i]);
+    WarnOfEqualGuids(infos);
+    for (const DeviceDiscoveryInfo& info : infos)
         if (callee->EnumCallback(&info) != 0) break;
-    }
     return VX_OK;
 }
 

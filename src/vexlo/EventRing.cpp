@@ -1,6 +1,8 @@
 // Event messages that wait for the application.
 #include "vexlo/EventRing.h"
 
+#include "vexlo/Logging.h"
+
 #include <cstring>
 
 namespace vexlo {
@@ -23,6 +25,7 @@ void EventRing::Reset(std::size_t capacity) {
     m_Messages.assign(capacity, Message());
     m_First = 0;
     m_Count = 0;
+    m_Lost = 0;
     m_Counts = Counts();
     m_End = VX_OK;
     UpdateWaitObject();
@@ -48,9 +51,10 @@ void EventRing::Push(u3v::ByteView message) {
 
 void EventRing::Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry) {
     if (m_Count == m_Messages.size()) {
-        CountFailure(VX_E_EVENT_LOST);
+        Lose();
         return;
     }
+    TellOfLosses();
     Message& message = m_Messages[(m_First + m_Count) % m_Messages.size()];
     const auto size = u3v::EncodeSingleEvent(packet, entry, message.bytes.data(), message.bytes.size());
     if (!size) {
@@ -60,6 +64,20 @@ void EventRing::Store(const u3v::EventPacket& packet, const u3v::EventEntry& ent
     message.size = *size;
     ++m_Count;
     ++m_Counts.total;
+}
+
+void EventRing::Lose() {
+    CountFailure(VX_E_EVENT_LOST);
+    if (m_Lost++ == 0)
+        Log(Tavix::kLogWarning, "Events are being lost: all %u event buffers wait to be retrieved",
+            static_cast<unsigned int>(m_Messages.size()));
+}
+
+void EventRing::TellOfLosses() {
+    if (m_Lost != 0)
+        Log(Tavix::kLogWarning, "%llu events were lost before there was room again",
+            static_cast<unsigned long long>(m_Lost));
+    m_Lost = 0;
 }
 
 void EventRing::CountFailure(VxStatus status) {

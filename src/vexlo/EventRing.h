@@ -12,7 +12,8 @@
 namespace vexlo {
 
 /// A ring of single-event messages, the oldest first, and the counts of what came by. When it is full, what comes is
-/// lost: the camera's own queue behaves the same way. Keeps the wait object signalled exactly while there is something
+/// lost, counted as failed and told in the log: a message that waits has been announced by the wait object, and the
+/// camera's own queue behaves the same way. Keeps the wait object signalled exactly while there is something
 /// to take: messages, or the news of the channel's end. Bound to a thread: the owner's lock.
 class EventRing {
 public:
@@ -46,10 +47,13 @@ private:
 
     void Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry);
     void UpdateWaitObject();
+    void Lose();
+    void TellOfLosses();
 
     std::vector<Message> m_Messages;
     std::size_t m_First = 0;
     std::size_t m_Count = 0;
+    std::uint64_t m_Lost = 0; ///< since the ring became full
     Counts m_Counts;
     VxStatus m_End = VX_OK; ///< not yet told
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;

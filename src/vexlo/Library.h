@@ -2,6 +2,7 @@
 // What the library keeps between Init and Exit.
 
 #include "vexlo/BackendSet.h"
+#include "vexlo/CameraNotes.h"
 
 #include <memory>
 #include <string>
@@ -10,7 +11,7 @@ namespace vexlo {
 
 class RemovalNotifier;
 
-/// The buses and the notifier of removals. Constant after construction. Thread-safe.
+/// The buses, the notifier of removals, and what was learnt of cameras. Thread-safe.
 class Library {
 public:
     /// Null when Init has not been called.
@@ -23,11 +24,14 @@ public:
 
     const BackendList& Backends() const { return m_Backends; }
     const std::shared_ptr<RemovalNotifier>& Notifier() const { return m_Notifier; }
+    CameraNotes& Notes() { return m_Notes; }
 
 private:
     const BackendList m_Backends;
     const std::shared_ptr<RemovalNotifier> m_Notifier;
-    std::vector<std::uint64_t> m_Hotplugs; ///< registration with the backend of the same index
+    CameraNotes m_Notes;
+    std::vector<std::uint64_t>
+        m_Hotplugs; ///< constant after construction: registration with the backend of the same index
 };
 
 } // namespace vexlo

@@ -48,8 +48,16 @@ VxStatus CVxStream::CancelGrab() {
     return m_Impl->Cancel();
 }
 
+VxStatus CVxStream::AllocateMemory(unsigned long size, void** ppMemory) {
+    return m_Impl->AllocateMemory(size, ppMemory);
+}
+
+VxStatus CVxStream::FreeMemory(void* memory) {
+    return m_Impl->FreeMemory(memory);
+}
+
 VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long size, BufferHandle_s** ppHandle) {
-    return IsPrepared() ? m_Impl->pool.Register(buffer, size, ppHandle) : VX_E_INVALID_STATE;
+    return IsPrepared() ? m_Impl->Register(buffer, size, ppHandle) : VX_E_INVALID_STATE;
 }
 
 VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {

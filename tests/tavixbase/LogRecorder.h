@@ -4,6 +4,7 @@
 #include "core/LogSink.h"
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <vector>
 

@@ -8,76 +8,7 @@ namespace {
 using namespace vexlotest;
 using namespace scripted;
 
-class Discovery : public OnScriptedCamera {};
 class Device : public OnScriptedCamera {};
-
-TEST_F(Discovery, FillsTheRecordFromDescriptorsAndStrings) {
-    const DeviceDiscoveryInfo info = Found();
-    EXPECT_EQ(info.DeviceIndex, 0);
-    EXPECT_EQ(info.VendorId, 0x1234);
-    EXPECT_EQ(info.ProductId, 0xABCD);
-    EXPECT_STREQ(info.SerialNumber, "Serial");
-    EXPECT_STREQ(info.ModelName, "Model");
-    EXPECT_STREQ(info.VendorName, "Vendor");
-    EXPECT_STREQ(info.ManufacturerInfo, "Info");
-    EXPECT_STREQ(info.UserDefinedName, "Name");
-    EXPECT_STREQ(info.DeviceGUID, "123400000001");
-    EXPECT_STREQ(info.DevicePath, "scripted:1#0");
-    EXPECT_EQ(info.UsbDriverType, 2);
-    EXPECT_EQ(info.UsbPortVersionBcd, 0x0300);
-    EXPECT_EQ(info.SpeedSupportBitmask, 0x0C);
-}
-
-TEST_F(Discovery, ListsCamerasOnly) {
-    Collector collector;
-    ASSERT_EQ(CEnumerator::Discover(&collector), VX_OK);
-    EXPECT_EQ(collector.found.size(), 1u);
-}
-
-TEST_F(Discovery, ListsACameraThatMayNotBeOpened) {
-    camera.RefuseOpen(usb::Result::Access);
-    const DeviceDiscoveryInfo info = Found();
-    EXPECT_EQ(info.VendorId, 0x1234);
-    EXPECT_STREQ(info.DevicePath, "scripted:1#0");
-    EXPECT_STREQ(info.FallbackModelName, "USB3 Vision camera 1234:abcd");
-    EXPECT_EQ(device->Open(info), VX_E_USB_ACCESS);
-}
-
-TEST_F(Discovery, ListsACameraWithoutStrings) {
-    camera.HideStrings();
-    const DeviceDiscoveryInfo info = Found();
-    EXPECT_STREQ(info.SerialNumber, "");
-    EXPECT_EQ(device->Open(info), VX_OK);
-}
-
-TEST_F(Discovery, FindsARecordByItsPath) {
-    DeviceDiscoveryInfo info;
-    EXPECT_EQ(CEnumerator::DeviceInfoFromPath("scripted:1#0", info), VX_OK);
-    EXPECT_STREQ(info.ModelName, "Model");
-    EXPECT_EQ(CEnumerator::DeviceInfoFromPath("scripted:2#0", info), VX_E_NOT_FOUND);
-    EXPECT_EQ(CEnumerator::DeviceInfoFromPath(nullptr, info), VX_E_INVALID_PARAMETER);
-}
-
-TEST_F(Discovery, FindsACameraThatMovedByItsGuid) {
-    DeviceDiscoveryInfo info = Found();
-    std::strcpy(info.DevicePath, "scripted:77#0");
-    EXPECT_EQ(device->Open(info), VX_OK);
-}
-
-TEST_F(Discovery, DoesNotTakeAnotherCameraAtTheSamePath) {
-    DeviceDiscoveryInfo info = Found();
-    std::strcpy(info.DeviceGUID, "123400000002");
-    EXPECT_EQ(device->Open(info), VX_E_NOT_FOUND);
-}
-
-TEST_F(Discovery, FindsACameraBySerialNumberWithoutPathAndGuid) {
-    DeviceDiscoveryInfo info = Found();
-    info.DevicePath[0] = info.DeviceGUID[0] = '\0';
-    EXPECT_EQ(device->Open(info), VX_OK);
-    EXPECT_EQ(device->Close(), VX_OK);
-    std::strcpy(info.SerialNumber, "Other");
-    EXPECT_EQ(device->Open(info), VX_E_NOT_FOUND);
-}
 
 TEST(Library, NeedsInit) {
     Collector collector;

@@ -32,6 +32,7 @@ void BlockSlot::AddTransfer(Role role, std::uint64_t offset, std::size_t length,
     transfer.offset = offset;
     transfer.usb.endpoint = endpoint;
     transfer.usb.length = length;
+    transfer.cost = length;
     m_Transfers.push_back(transfer);
 }
 
@@ -63,6 +64,8 @@ void BlockSlot::Bind(BufferHandle_s* buffer) {
         if (m_LedOff && transfer.role == Role::Leader) continue; // the bus may have it
         transfer.usb.buffer = Place(transfer);
         transfer.unread = transfer.usb.buffer == m_Dump;
+        const bool isDirect = transfer.role == Role::Payload && transfer.usb.buffer == buffer->data + transfer.offset;
+        transfer.cost = isDirect && buffer->memory == BufferMemory::Mapped ? 0 : transfer.usb.length;
         transfer.usb.actualLength = 0;
         transfer.done = false;
     }

@@ -23,6 +23,7 @@ struct PlannedTransfer {
     Role role = Role::Leader;
     BlockSlot* slot = nullptr; // null for Scan
     std::uint64_t offset = 0;  // of the first byte in the payload
+    std::size_t cost = 0;      // bytes of the system's memory while it is queued
     bool done = false;
     bool unread = false; // its bytes lie beyond the buffer, in memory that other transfers write too
 

@@ -60,7 +60,7 @@ BufferHandle_s* BufferPool::Find(BufferHandle_s* handle) const {
     return found == m_Buffers.end() ? nullptr : found->second.get();
 }
 
-VxStatus BufferPool::Register(void* data, std::size_t size, BufferHandle_s** handle) {
+VxStatus BufferPool::Register(void* data, std::size_t size, BufferHandle_s** handle, BufferMemory memory) {
     if (!data || !handle || size == 0) return VX_E_INVALID_PARAMETER;
     Guard guard(m_Mutex);
     if (m_Buffers.size() >= m_MaxBuffers) return VX_E_TOO_MANY_BUFFERS;
@@ -68,9 +68,18 @@ VxStatus BufferPool::Register(void* data, std::size_t size, BufferHandle_s** han
     auto buffer = std::make_unique<BufferHandle_s>();
     buffer->data = static_cast<std::uint8_t*>(data);
     buffer->size = size;
+    buffer->memory = memory;
     *handle = buffer.get();
     m_Buffers[buffer.get()] = std::move(buffer);
     return VX_OK;
+}
+
+bool BufferPool::Uses(const void* data, std::size_t size) const {
+    Guard guard(m_Mutex);
+    const auto* first = static_cast<const std::uint8_t*>(data);
+    for (const auto& [handle, buffer] : m_Buffers)
+        if (buffer->data < first + size && first < buffer->data + buffer->size) return true;
+    return false;
 }
 
 VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {

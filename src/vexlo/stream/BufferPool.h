@@ -12,12 +12,16 @@
 
 namespace vexlo {
 
+/// Transfers into memory that the kernel has mapped cost no memory of the system.
+enum class BufferMemory { Ordinary, Mapped };
+
 /// A registered buffer.
 struct BufferHandle_s {
     enum class State { Idle, Queued, Bound, Completed };
 
     std::uint8_t* data = nullptr; // borrowed from the application
     std::size_t size = 0;
+    BufferMemory memory = BufferMemory::Ordinary;
     const void* context = nullptr; // guarded by the pool
     State state = State::Idle;     // guarded by the pool
 };
@@ -45,7 +49,10 @@ public:
     /// Forgets all buffers and results. Only while stopped.
     void Clear();
 
-    VxStatus Register(void* data, std::size_t size, BufferHandle_s** handle);
+    VxStatus Register(void* data, std::size_t size, BufferHandle_s** handle,
+                      BufferMemory memory = BufferMemory::Ordinary);
+    /// A registered buffer lies, if only in part, in these bytes.
+    bool Uses(const void* data, std::size_t size) const;
     VxStatus Deregister(BufferHandle_s* handle, void** data);
     VxStatus Queue(BufferHandle_s* handle, const void* context);
     VxStatus Retrieve(CVxStream::GrabResult* result, unsigned long* left);

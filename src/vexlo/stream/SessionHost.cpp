@@ -1,6 +1,17 @@
 #include "SessionHost.h"
 
+#include "vexlo/Library.h"
+
 namespace vexlo {
+namespace {
+
+/// The same camera at the same place.
+std::string NameOf(const FoundCamera& camera) {
+    return camera.path + " " + std::to_string(camera.identity.vendorId) + ":" +
+           std::to_string(camera.identity.productId);
+}
+
+} // namespace
 
 VxStatus SessionHost::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
     const auto session = m_Sessions.Get();
@@ -40,6 +51,18 @@ VxStatus SessionHost::WriteRegister(std::uint64_t address, const void* data, std
 std::size_t SessionHost::TransferMemoryLimit() {
     const auto session = m_Sessions.Get();
     return session ? session->Bus().TransferMemoryLimit() : 0;
+}
+
+std::uint32_t SessionHost::TransferLimit() {
+    const auto session = m_Sessions.Get();
+    const auto library = Library::Get();
+    return session && library ? library->Notes().TransferLimit(NameOf(session->Camera())) : UINT32_MAX;
+}
+
+void SessionHost::LimitTransfers(std::uint32_t size) {
+    const auto session = m_Sessions.Get();
+    const auto library = Library::Get();
+    if (session && library) library->Notes().LimitTransfers(NameOf(session->Camera()), size);
 }
 
 VxStatus SessionHost::ResetCamera() {

@@ -18,6 +18,8 @@ public:
     VxStatus ReadRegister(std::uint64_t address, void* data, std::size_t size) override;
     VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) override;
     std::size_t TransferMemoryLimit() override;
+    std::uint32_t TransferLimit() override;
+    void LimitTransfers(std::uint32_t size) override;
     VxStatus ResetCamera() override;
     void NoteStreaming(bool isOn) override;
     void ReportLost() override;

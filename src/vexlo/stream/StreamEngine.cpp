@@ -25,15 +25,15 @@ std::size_t BlockBytes(const u3v::TransferPlan& plan) {
 }
 
 /// Two blocks or 8 MiB, whichever is more.
-TransferBudget::Wishes WishesOf(const EngineSettings& settings) {
-    const std::size_t bytes = std::max(2 * BlockBytes(settings.plan), kFewestBytesInFlight);
+TransferBudget::Wishes WishesOf(const EngineSettings& settings, const u3v::TransferPlan& plan) {
+    const std::size_t bytes = std::max(2 * BlockBytes(plan), kFewestBytesInFlight);
     return {settings.maxQueuedTransfers, bytes, settings.memoryLimit};
 }
 
 /// Enough blocks to fill the budget, one more that completes meanwhile, and no more than there are buffers.
-std::size_t SlotCount(const EngineSettings& settings) {
-    const std::size_t byBytes = WishesOf(settings).bytes / BlockBytes(settings.plan) + 2;
-    const std::size_t byTransfers = settings.maxQueuedTransfers / (settings.plan.PayloadTransfers() + 2) + 2;
+std::size_t SlotCount(const EngineSettings& settings, const u3v::TransferPlan& plan) {
+    const std::size_t byBytes = WishesOf(settings, plan).bytes / BlockBytes(plan) + 2;
+    const std::size_t byTransfers = settings.maxQueuedTransfers / (plan.PayloadTransfers() + 2) + 2;
     const std::size_t wanted = std::min({byBytes, byTransfers, kMostSlots});
     return std::max<std::size_t>(1, std::min(wanted, settings.maxBuffers));
 }
@@ -46,19 +46,37 @@ std::size_t DumpSize(const u3v::TransferPlan& plan) {
 
 StreamEngine::StreamEngine(const Parts& parts, const EngineSettings& settings)
     : m_Host(parts.host), m_Pool(parts.pool), m_Statistics(parts.statistics), m_Settings(settings),
-      m_Handle(parts.handle), m_Registers(parts.host, parts.handle, settings.channel), m_Dump(DumpSize(settings.plan)),
-      m_Budget(WishesOf(settings)) {
-    for (std::size_t i = 0, count = SlotCount(settings); i < count; ++i) {
-        m_Slots.push_back(std::make_unique<BlockSlot>(settings.plan, settings.channel.endpoint, m_Dump.data()));
+      m_Handle(parts.handle), m_Registers(parts.host, parts.handle, settings.channel),
+      m_Budget(WishesOf(settings, settings.plan)) {
+    UsePlan(settings.plan);
+    m_Scan.role = PlannedTransfer::Role::Scan;
+    m_Scan.usb.endpoint = settings.channel.endpoint;
+    m_Scan.usb.completed = &StreamEngine::OnCompleted;
+    m_Scan.usb.context = this;
+}
+
+/// Nothing may be in flight or bound.
+void StreamEngine::UsePlan(const u3v::TransferPlan& plan) {
+    ForgetTransfers();
+    m_Slots.clear();
+    m_ScanBytes.clear();
+    m_Plan = plan;
+    m_Budget = TransferBudget(WishesOf(m_Settings, plan));
+    m_Dump.resize(DumpSize(plan));
+    for (std::size_t i = 0, count = SlotCount(m_Settings, plan); i < count; ++i) {
+        m_Slots.push_back(std::make_unique<BlockSlot>(plan, m_Settings.channel.endpoint, m_Dump.data()));
         for (PlannedTransfer& transfer : m_Slots.back()->Transfers()) {
             transfer.usb.completed = &StreamEngine::OnCompleted;
             transfer.usb.context = this;
         }
     }
-    m_Scan.role = PlannedTransfer::Role::Scan;
-    m_Scan.usb.endpoint = settings.channel.endpoint;
-    m_Scan.usb.completed = &StreamEngine::OnCompleted;
-    m_Scan.usb.context = this;
+}
+
+void StreamEngine::ForgetTransfers() {
+    for (auto& slot : m_Slots) {
+        for (PlannedTransfer& transfer : slot->Transfers())
+            m_Handle.Forget(transfer.usb);
+    }
 }
 
 StreamEngine::~StreamEngine() {
@@ -91,10 +109,7 @@ void StreamEngine::Stop() {
     m_Handle.WakeEvents();
     m_Thread.join();
     // Whoever still holds the engine after this must not touch the handle any more.
-    for (auto& slot : m_Slots) {
-        for (PlannedTransfer& transfer : slot->Transfers())
-            m_Handle.Forget(transfer.usb);
-    }
+    ForgetTransfers();
     m_Handle.Forget(m_Scan.usb);
 }
 
@@ -128,6 +143,7 @@ void StreamEngine::Work() {
         return;
     }
     if (m_Stopping && m_InFlight.empty()) return;
+    if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return Leave(Reason::Restart, VX_OK);
     if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
     if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
@@ -205,13 +221,15 @@ void StreamEngine::SubmitMore() {
     if (!DeliverFound(noneBound)) return; // blocks come back in their order: these first
     if (m_Mode == Mode::Scanning && m_InFlight.empty()) {
         m_Scan.usb.buffer = m_ScanBytes.data();
-        m_Scan.usb.length = m_ScanBytes.size();
+        m_Scan.usb.length = m_Scan.cost = m_ScanBytes.size();
         Submit(m_Scan);
         return;
     }
     while (m_Mode == Mode::Planned) {
-        const std::size_t length = m_Slots[m_NextSlot]->Transfers()[m_NextTransfer].usb.length;
-        if (!m_Budget.HasRoom(m_InFlight.size(), m_BytesInFlight, length)) return;
+        BlockSlot& slot = *m_Slots[m_NextSlot];
+        const PlannedTransfer& next = slot.Transfers()[m_NextTransfer];
+        const std::size_t cost = slot.Buffer() ? next.cost : next.usb.length;
+        if (!m_Budget.HasRoom(m_InFlight.size(), m_BytesInFlight, cost)) return;
         PlannedTransfer* transfer = NextTransfer();
         if (!transfer || !Submit(*transfer)) return;
         Advance();
@@ -224,7 +242,7 @@ bool StreamEngine::Submit(PlannedTransfer& transfer) {
     case usb::Result::Ok:
         m_LeadsOff = false;
         m_InFlight.push_back(&transfer);
-        m_BytesInFlight += transfer.usb.length;
+        m_BytesInFlight += transfer.cost;
         m_Budget.Accepted(m_InFlight.size());
         return true;
     case usb::Result::NoMemory:
@@ -256,7 +274,7 @@ void StreamEngine::TakeFront() {
     while (!m_InFlight.empty() && m_InFlight.front()->done) {
         PlannedTransfer& transfer = *m_InFlight.front();
         m_InFlight.pop_front();
-        m_BytesInFlight -= transfer.usb.length;
+        m_BytesInFlight -= transfer.cost;
         if (m_Mode == Mode::Planned) {
             JudgePlanned(transfer);
         } else if (m_Mode == Mode::Scanning) {

@@ -4,6 +4,7 @@
 #include "u3v/TransferPlan.h"
 #include "vexlo/stream/BlockSlot.h"
 #include "vexlo/stream/BufferPool.h"
+#include "vexlo/stream/FirstBlocks.h"
 #include "vexlo/stream/PacketParser.h"
 #include "vexlo/stream/StreamHost.h"
 #include "vexlo/stream/StreamRegisters.h"
@@ -84,6 +85,8 @@ private:
     void OnRequest();
     void WaitForWork();
     void SetPriority() const;
+    void UsePlan(const u3v::TransferPlan& plan);
+    void ForgetTransfers();
 
     // Queuing.
     void SubmitMore();
@@ -121,6 +124,8 @@ private:
     void RestartSoon();
     void Restart();
     VxStatus SwitchOnAgain();
+    VxStatus Narrow();
+    bool IsNarrow() const;
     void Die(VxStatus status);
     void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
 
@@ -142,6 +147,7 @@ private:
     std::atomic<bool> m_IsLost{false};
 
     // Of the stream's thread from here on.
+    u3v::TransferPlan m_Plan; // that of the settings until it was found to ask too much
     std::vector<std::uint8_t> m_Dump;
     std::vector<std::unique_ptr<BlockSlot>> m_Slots;
     std::size_t m_NextSlot = 0;              // where the next transfer to queue belongs
@@ -163,6 +169,8 @@ private:
     std::vector<std::uint8_t> m_ScanBytes;
     std::uint64_t m_Scanned = 0; // bytes since scanning began
     PlannedTransfer m_Scan;
+    FirstBlocks m_FirstBlocks;
+    bool m_NarrowIsDue = false; // smaller transfers are to be tried
     unsigned int m_RestartsInARow = 0;
     VxStatus m_RestartReason = VX_E_USB_IO;
     bool m_IsOff = false; // the camera's stream has to be switched on again

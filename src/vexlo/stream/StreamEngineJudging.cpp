@@ -123,6 +123,7 @@ void StreamEngine::FinishBlock(BlockSlot& slot, const BlockEvidence& evidence) {
 
 void StreamEngine::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
     m_Statistics.Count(result.Status, result.BlockId);
+    if (m_FirstBlocks.Note(result.Status)) m_NarrowIsDue = !IsNarrow();
     m_Pool.Complete(buffer, result);
 }
 
@@ -138,8 +139,7 @@ void StreamEngine::JudgeScan(PlannedTransfer& transfer) {
     // trailer up so that they cannot be told from payload. An empty packet counts as well: they must not go on for
     // ever.
     m_Scanned += std::max<std::uint64_t>(transfer.usb.actualLength, m_Settings.channel.maxPacketSize);
-    if (m_Scanned > std::max(3 * m_Settings.plan.Capacity(), kFewestScanned))
-        Leave(Reason::Restart, VX_E_RESYNCHRONIZED);
+    if (m_Scanned > std::max(3 * m_Plan.Capacity(), kFewestScanned)) Leave(Reason::Restart, VX_E_RESYNCHRONIZED);
 }
 
 } // namespace vexlo

@@ -17,6 +17,7 @@ constexpr unsigned int kRestartsUntilHalt = 3; ///< setting a halt is no first r
 constexpr std::chrono::milliseconds kShortestPause{10};
 constexpr std::chrono::milliseconds kLongestPause{250};
 constexpr std::size_t kFewestScanPackets = 64;
+constexpr std::uint32_t kNarrowTransfer = 64u << 10;
 
 bool BeginsBlock(const PlannedTransfer& transfer) {
     return transfer.role == PlannedTransfer::Role::Leader;
@@ -32,7 +33,7 @@ void StreamEngine::Leave(Reason reason, VxStatus damage) {
     const auto place = reason == Reason::Cancel && between ? PacketParser::Place::BetweenBlocks : known;
     if (m_Mode == Mode::Planned || reason == Reason::Cancel) {
         m_Parser =
-            std::make_unique<PacketParser>(m_Settings.channel.maxPacketSize, m_Settings.plan.Capacity(),
+            std::make_unique<PacketParser>(m_Settings.channel.maxPacketSize, m_Plan.Capacity(),
                                            place == PacketParser::Place::InBlock ? PacketParser::Place::Lost : place);
     }
     if (m_Mode != Mode::Reaping) m_ReapedFailure = VX_OK;
@@ -132,7 +133,7 @@ void StreamEngine::FindPlace() {
     m_Scanned = 0;
     if (found || !m_ScanBytes.empty()) return;
     const std::size_t unit = m_Settings.channel.maxPacketSize;
-    m_ScanBytes.resize(std::max(m_Settings.plan.payloadSize / unit * unit, kFewestScanPackets * unit));
+    m_ScanBytes.resize(std::max(m_Plan.payloadSize / unit * unit, kFewestScanPackets * unit));
 }
 
 void StreamEngine::ServeCancels() {
@@ -207,11 +208,29 @@ VxStatus StreamEngine::SwitchOnAgain() {
     (void)m_Registers.Disable(); // a halted camera may have done so itself
     if (m_RestartsInARow >= kRestartsUntilHalt) m_Registers.SetHalt();
     if (const VxStatus status = m_Registers.ClearHalt()) return status;
-    if (const VxStatus status = m_Registers.Program(m_Settings.plan)) return status;
+    if (m_NarrowIsDue)
+        if (const VxStatus status = Narrow()) return status;
+    if (const VxStatus status = m_Registers.Program(m_Plan)) return status;
     m_Mode = Mode::Planned;
     m_LeadsOff = true;
     SubmitMore();
     return m_Mode == Mode::Planned ? m_Registers.Enable() : VX_E_USB_IO;
+}
+
+bool StreamEngine::IsNarrow() const {
+    return (m_Plan.payloadCount == 0 || m_Plan.payloadSize <= kNarrowTransfer) && m_Plan.final1Size <= kNarrowTransfer;
+}
+
+/// Smaller transfers, which every camera can do, from now on and the next time too.
+VxStatus StreamEngine::Narrow() {
+    u3v::TransferPlan plan;
+    if (const VxStatus status = m_Registers.MakePlan({kNarrowTransfer, {}}, plan)) return status;
+    Log(Tavix::kLogWarning, "No block came whole with transfers of %u bytes; the camera is given %u bytes from now on",
+        std::max(m_Plan.payloadCount == 0 ? 0 : m_Plan.payloadSize, m_Plan.final1Size), kNarrowTransfer);
+    m_NarrowIsDue = false;
+    m_Host.LimitTransfers(kNarrowTransfer);
+    UsePlan(plan);
+    return VX_OK;
 }
 
 void StreamEngine::Die(VxStatus status) {

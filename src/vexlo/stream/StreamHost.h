@@ -31,6 +31,10 @@ public:
     [[nodiscard]] virtual VxStatus WriteRegister(std::uint64_t address, const void* data, std::size_t size) = 0;
     /// Bytes that all queued transfers of the system may use together; 0 when unknown or unlimited.
     virtual std::size_t TransferMemoryLimit() = 0;
+    /// Largest transfer that the camera was found to cope with, now or in an earlier run; UINT32_MAX when nothing is
+    /// known.
+    virtual std::uint32_t TransferLimit() = 0;
+    virtual void LimitTransfers(std::uint32_t size) = 0;
     /// Resets the camera's port, as a last resort. Everything that it was told is forgotten, and handles of OpenHandle
     /// have lost their claims. VX_E_USB_NO_DEVICE when it came back as another one.
     [[nodiscard]] virtual VxStatus ResetCamera() = 0;

@@ -3,6 +3,7 @@
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -49,9 +50,13 @@ VxStatus CVxStream::Impl::Close() {
     if (state == State::Closed) return VX_OK;
     // A camera that does not answer any more must not keep its stream open.
     if (state != State::Open) (void)FinishLocked();
+    pool.Clear();
+    {
+        Guard memory(m_MemoryMutex);
+        m_Memory.Clear();
+    }
     CloseHandle();
     m_Counted.reset();
-    pool.Clear();
     state = State::Closed;
     return VX_OK;
 }
@@ -77,6 +82,7 @@ VxStatus CVxStream::Impl::MakePlan() {
         Guard settings(m_SettingsMutex);
         wishes.maxTransferSize = m_Settings.maxTransferSize;
     }
+    wishes.maxTransferSize = std::min(wishes.maxTransferSize, host.TransferLimit());
     return StreamRegisters(host, *m_Handle, m_Channel).MakePlan(wishes, m_Plan);
 }
 
@@ -146,6 +152,10 @@ VxStatus CVxStream::Impl::StartOver() {
 /// nobody asked for.
 VxStatus CVxStream::Impl::ResetAndStartOver(VxStatus refusal) {
     const std::uint64_t wanted = m_Plan.requiredSize;
+    {
+        Guard memory(m_MemoryMutex);
+        if (!m_Memory.IsEmpty()) return refusal; // it belongs to the handle that the reset would cost
+    }
     Log(Tavix::kLogWarning, "The camera refuses to stream with status 0x%08X; it is reset now", refusal);
     CloseHandle();
     const VxStatus reset = host.ResetCamera();
@@ -177,6 +187,32 @@ VxStatus CVxStream::Impl::FinishLocked() {
     host.NoteStreaming(false);
     // The engine may have been about to switch the stream on again.
     return status == VX_OK && engine->WasRestarted() ? registers.Disable() : status;
+}
+
+VxStatus CVxStream::Impl::AllocateMemory(unsigned long size, void** memory) {
+    if (size == 0 || !memory) return VX_E_INVALID_PARAMETER;
+    Guard guard(m_StateMutex);
+    if (state == State::Closed) return VX_E_NOT_OPEN;
+    if (!m_Handle) return VX_E_USB_NO_DEVICE;
+    Guard memoryGuard(m_MemoryMutex);
+    *memory = m_Memory.Allocate(*m_Handle, size);
+    return *memory ? VX_OK : VX_E_NO_MEMORY;
+}
+
+VxStatus CVxStream::Impl::FreeMemory(void* memory) {
+    Guard guard(m_MemoryMutex);
+    auto* bytes = static_cast<std::uint8_t*>(memory);
+    const std::size_t size = m_Memory.SizeOf(bytes);
+    if (size == 0) return VX_E_NOT_FOUND;
+    if (pool.Uses(bytes, size)) return VX_E_BUFFER_QUEUED;
+    m_Memory.Free(bytes);
+    return VX_OK;
+}
+
+VxStatus CVxStream::Impl::Register(void* buffer, unsigned long size, BufferHandle_s** handle) {
+    Guard guard(m_MemoryMutex);
+    const bool isMapped = m_Memory.IsMapped(static_cast<const std::uint8_t*>(buffer), size);
+    return pool.Register(buffer, size, handle, isMapped ? BufferMemory::Mapped : BufferMemory::Ordinary);
 }
 
 VxStatus CVxStream::Impl::Cancel() {

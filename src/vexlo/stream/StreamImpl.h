@@ -5,6 +5,7 @@
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/SessionHost.h"
 #include "vexlo/stream/StreamEngine.h"
+#include "vexlo/stream/StreamMemory.h"
 #include "vexlo/stream/StreamSettings.h"
 #include "vexlo/stream/StreamStatistics.h"
 
@@ -15,8 +16,8 @@
 
 namespace vexlo {
 
-/// Lock order: state, then engine pointer, then the pool's own. The pool's operations need none of the first two, so
-/// that queuing and retrieving never wait for a stream that starts or stops. Thread-safe.
+/// Lock order: state, then memory, then engine pointer, then the pool's own. The pool's operations need none of the
+/// first two, so that queuing and retrieving never wait for a stream that starts or stops. Thread-safe.
 struct CVxStream::Impl {
     explicit Impl(std::unique_ptr<StreamHost> streamHost) : m_Host(std::move(streamHost)), host(*m_Host) {}
     /// On the camera that is open at the moment; the source outlives the stream.
@@ -34,6 +35,9 @@ public:
     VxStatus Start();
     VxStatus Finish();
     VxStatus Cancel();
+    VxStatus AllocateMemory(unsigned long size, void** memory);
+    VxStatus FreeMemory(void* memory);
+    VxStatus Register(void* buffer, unsigned long size, BufferHandle_s** handle);
     VxStatus GetProperty(EPropertyValue id, void* buffer, unsigned long size);
     VxStatus SetProperty(EPropertyValue id, const void* buffer, unsigned long size);
 
@@ -62,6 +66,8 @@ private:
     StreamChannel m_Channel;              // guarded by m_StateMutex
     u3v::TransferPlan m_Plan;             // guarded by m_StateMutex
     std::size_t m_MaxBuffers = 0;         // guarded by m_StateMutex
+    std::mutex m_MemoryMutex;
+    StreamMemory m_Memory; // guarded by m_MemoryMutex; dies before the handle
     std::mutex m_EngineMutex;
     std::shared_ptr<StreamEngine> m_Engine; // guarded by m_EngineMutex
     std::mutex m_SettingsMutex;

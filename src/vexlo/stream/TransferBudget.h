@@ -60,7 +60,7 @@ public:
 private:
     void Tell(std::size_t count);
 
-    const Wishes m_Wishes;
+    Wishes m_Wishes;
     std::size_t m_Most;
     std::size_t m_RefusedBeside = SIZE_MAX;
     unsigned int m_Patience;

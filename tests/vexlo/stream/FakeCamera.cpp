@@ -11,7 +11,8 @@ VxStatus FakeCamera::ReadRegister(std::uint64_t address, void* data, std::size_t
     if (m_Bus.IsGone()) return vexlo::VX_E_USB_NO_DEVICE;
     Lock lock(m_Mutex);
     const std::uint64_t offset = address - kBase;
-    if (m_Unreadable.count(offset)) return m_Unreadable[offset];
+    if (const auto found = m_Unreadable.find(offset); found != m_Unreadable.end() && found->second != VX_OK)
+        return found->second;
     for (std::size_t i = 0; i < size; i += 4)
         std::memcpy(static_cast<std::uint8_t*>(data) + i, &m_Registers[offset + i], 4);
     return VX_OK;

@@ -116,6 +116,7 @@ public:
     VxStatus resetAnswer = vexlo::VX_OK;
     std::size_t memoryLimit = 0; ///< of the system
     std::atomic<int> streaming{0};
+    std::atomic<std::uint32_t> transferLimit{UINT32_MAX};
 
     [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) override {
         handle = std::make_unique<BusHandle>(m_Bus);
@@ -136,6 +137,8 @@ public:
         if (handler) handler();
         return resetAnswer;
     }
+    std::uint32_t TransferLimit() override { return transferLimit; }
+    void LimitTransfers(std::uint32_t size) override { transferLimit = size; }
     void NoteStreaming(bool isOn) override { streaming += isOn ? 1 : -1; }
     void ReportLost() override {
         const std::lock_guard<std::mutex> lock(m_Mutex);

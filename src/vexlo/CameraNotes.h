@@ -1,0 +1,31 @@
+#pragma once
+// What was learnt of cameras, kept from Init to Exit.
+
+#include "vexlo/Mutex.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace vexlo {
+
+/// Thread-safe.
+class CameraNotes {
+public:
+    /// Largest transfer that the camera is known to cope with; UINT32_MAX when nothing is known.
+    std::uint32_t TransferLimit(const std::string& camera) const TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        const auto found = m_TransferLimits.find(camera);
+        return found == m_TransferLimits.end() ? UINT32_MAX : found->second;
+    }
+    void LimitTransfers(const std::string& camera, std::uint32_t size) TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        m_TransferLimits[camera] = size;
+    }
+
+private:
+    mutable Mutex m_Lock;
+    std::map<std::string, std::uint32_t> m_TransferLimits TAVIX_GUARDED_BY(m_Lock);
+};
+
+} // namespace vexlo

@@ -1,0 +1,76 @@
+#include "vexlo/EventRing.h"
+
+#include "tavixbase/LogRecorder.h"
+
+#include "support/ScriptedBytes.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace vexlo;
+using namespace scripted;
+
+constexpr unsigned int kWarning = 128;
+
+Bytes Event(std::uint8_t id) {
+    return Hex("55335645 0000 000C 0C00 0100 0000") + Bytes{id, 0x90} + Hex("0100000000000000");
+}
+
+class Ring : public testing::Test {
+protected:
+    Ring() { ring.Reset(2); }
+    void Push(std::uint8_t id) { ring.Push(Event(id)); }
+    std::uint8_t Take() {
+        Bytes message(576);
+        unsigned long size = message.size();
+        return ring.Take(message.data(), size) == VX_OK ? message[14] : std::uint8_t(0);
+    }
+
+    Tavix::LogRecorder log{"Tavix.USB.Vexlo"};
+    EventRing ring;
+};
+
+TEST_F(Ring, KeepsTheOldestWhenItIsFull) {
+    for (std::uint8_t id = 1; id <= 5; ++id)
+        Push(id);
+    EXPECT_EQ(Take(), 1);
+    EXPECT_EQ(Take(), 2);
+    EXPECT_EQ(Take(), 0);
+    EXPECT_EQ(ring.GetCounts().total, 5u);
+    EXPECT_EQ(ring.GetCounts().failed, 3u);
+    EXPECT_EQ(ring.GetCounts().lastFailure, VX_E_EVENT_LOST);
+}
+
+TEST_F(Ring, TellsThatEventsAreBeingLostAndHowManyWere) {
+    for (std::uint8_t id = 1; id <= 5; ++id)
+        Push(id);
+    EXPECT_EQ(log.Count(kWarning, "Events are being lost: all 2 event buffers wait"), 1);
+    EXPECT_EQ(log.Count(kWarning, "were lost before"), 0);
+    Take();
+    Push(6);
+    EXPECT_EQ(log.Count(kWarning, "3 events were lost before there was room again"), 1);
+    Push(7);
+    EXPECT_EQ(log.Count(kWarning, "Events are being lost"), 2) << "once each time that it becomes full";
+}
+
+TEST_F(Ring, LosesTheRestOfAMessageThatDoesNotFit) {
+    // Two entries of 12 bytes each, and one that claims more than there is.
+    ring.Push(Hex("55335645 0000 000C 2400 0100") + Hex("0C00 0190 0100000000000000") +
+              Hex("0C00 0290 0200000000000000") + Hex("FF00 0390 0300000000000000"));
+    EXPECT_EQ(Take(), 1);
+    EXPECT_EQ(Take(), 2);
+    EXPECT_EQ(ring.GetCounts().failed, 1u);
+    EXPECT_EQ(ring.GetCounts().lastFailure, VX_E_PROTOCOL);
+}
+
+TEST_F(Ring, StartsWithoutLossesWhenItIsReset) {
+    for (std::uint8_t id = 1; id <= 5; ++id)
+        Push(id);
+    ring.Reset(2);
+    Push(1);
+    EXPECT_EQ(log.Count(kWarning, "were lost before"), 0);
+    EXPECT_EQ(ring.GetCounts().failed, 0u);
+}
+
+} // namespace
