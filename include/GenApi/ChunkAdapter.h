@@ -8,29 +8,35 @@
 
 namespace GenApi {
 
-// Works over any INodeMap. The node map must outlive it. bound to a thread
+/// Works over any INodeMap. The node map must outlive it. bound to a thread
 class CChunkAdapter {
 public:
-    // MaxChunkCacheSize: the largest chunk that may be copied, -1 for any.
+    /// MaxChunkCacheSize: the largest chunk that may be copied, -1 for any.
     explicit CChunkAdapter(INodeMap* pNodeMap = nullptr, int64_t MaxChunkCacheSize = -1);
     virtual ~CChunkAdapter();
     CChunkAdapter(const CChunkAdapter&) = delete;
     CChunkAdapter& operator=(const CChunkAdapter&) = delete;
 
+    /// Whether the bytes end in chunks of this adapter's kind. BufferLength is in bytes.
     virtual bool CheckBufferLayout(uint8_t* pBuffer, int64_t BufferLength) = 0;
+    /// Gives each chunk to the port of its ID and detaches the ports that have none. The buffer is borrowed until
+    /// DetachBuffer. The statistics are optional.
     virtual void AttachBuffer(uint8_t* pBuffer, int64_t BufferLength,
                               AttachStatistics_t* pAttachStatistics = nullptr) = 0;
 
+    /// All chunk features become NA.
     void DetachBuffer();
-    // Another buffer of the same layout.
+    /// Another buffer of the same layout.
     void UpdateBuffer(uint8_t* pBuffer);
-    // Replaces the ports of an earlier adapter on the same map.
+    /// Replaces the ports of an earlier adapter on the same map.
     void AttachNodeMap(INodeMap* pNodeMap);
+    /// Detaches the data and disconnects the ports.
     void DetachNodeMap();
+    /// Drops copies of chunks; ports that lived on them become NA.
     void ClearCaches();
 
 protected:
-    std::vector<CChunkPort*> m_ChunkPorts; // owned, in node-map order
+    std::vector<CChunkPort*> m_ChunkPorts; ///< owned, in node-map order
     int64_t m_MaxChunkCacheSize;
 };
 

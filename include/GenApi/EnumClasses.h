@@ -5,8 +5,8 @@
 
 namespace GenApi {
 
-// FromString leaves the value alone and returns false for an unknown text; ToString of a value without a text
-// gives an empty one.
+/// FromString leaves the value alone and returns false for an unknown text; ToString of a value without a text
+/// gives an empty one.
 #define GENAPI_ENUM_CLASS(Enum)                                                                                        \
     struct Enum##Class {                                                                                               \
         static bool FromString(const GenICam::gcstring& text, Enum* pValue);                                           \

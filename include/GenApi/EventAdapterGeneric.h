@@ -5,16 +5,16 @@
 
 namespace GenApi {
 
-// bound to a thread
+/// bound to a thread
 class CEventAdapterGeneric : public CEventAdapter {
 public:
     explicit CEventAdapterGeneric(INodeMap* pNodeMap = nullptr);
 
-    // There is no ID to deliver to: always throws InvalidArgumentException.
+    /// There is no ID to deliver to: always throws InvalidArgumentException.
     void DeliverMessage(const uint8_t msg[], uint32_t numBytes) override;
-    // EventID is hexadecimal text without prefix.
+    /// EventID is hexadecimal text without prefix.
     void DeliverMessage(const uint8_t msg[], uint32_t numBytes, const GenICam::gcstring& EventID);
-    // An ID that nobody has is ignored.
+    /// An ID that nobody has is ignored.
     void DeliverMessage(const uint8_t msg[], uint32_t numBytes, uint64_t EventID);
 };
 

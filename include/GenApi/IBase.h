@@ -5,15 +5,16 @@
 
 namespace GenApi {
 
-// All interfaces derive from it virtually, so that an object of several interfaces has one access mode. thread-safe
+/// All interfaces derive from it virtually, so that an object of several interfaces has one access mode. thread-safe
 struct IBase {
+    /// What may be done now; it is asked anew, down to the port. Throws what a node that decides it throws.
     virtual EAccessMode GetAccessMode() const = 0;
 
 protected:
     virtual ~IBase() = default;
 };
 
-// A null pointer is none of these.
+/// A null pointer is none of these.
 inline bool IsReadable(const IBase* pBase) {
     return pBase && IsReadable(pBase->GetAccessMode());
 }

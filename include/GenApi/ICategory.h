@@ -5,8 +5,9 @@
 
 namespace GenApi {
 
-// thread-safe
+/// thread-safe
 struct ICategory : virtual public IValue {
+    /// In the order of the description; replaces the content of the list.
     virtual void GetFeatures(FeatureList_t& Features) const = 0;
 };
 

@@ -5,11 +5,13 @@
 
 namespace GenApi {
 
-// thread-safe
+/// thread-safe
 struct ICommand : virtual public IValue {
+    /// Starts the command and returns at once. AccessException when Verify finds the node not writable.
     virtual void Execute(bool Verify = true) = 0;
+    /// Execute with Verify.
     virtual void operator()() = 0;
-    // Never served from a cache; true before the first Execute.
+    /// Never served from a cache; true before the first Execute.
     virtual bool IsDone(bool Verify = true) = 0;
 };
 

@@ -3,9 +3,9 @@
 
 namespace GenApi {
 
-// bound to a thread
+/// bound to a thread
 struct IDestroy {
-    // Deletes the object. Adapters over a node map go first, the map last.
+    /// Deletes the object. Adapters over a node map go first, the map last.
     virtual void Destroy() = 0;
 
 protected:

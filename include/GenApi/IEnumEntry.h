@@ -5,12 +5,15 @@
 
 namespace GenApi {
 
-// thread-safe
+/// thread-safe
 struct IEnumEntry : virtual public IValue {
+    /// The number that the enumeration has when this entry is chosen.
     virtual int64_t GetValue() = 0;
+    /// The name within the enumeration.
     virtual GenICam::gcstring GetSymbolic() const = 0;
-    // The entry's value when the description gives no other number.
+    /// The entry's value when the description gives no other number.
     virtual double GetNumericValue() = 0;
+    /// Whether the device returns to another entry by itself.
     virtual bool IsSelfClearing() = 0;
 };
 

@@ -8,8 +8,8 @@
 
 namespace GenApi {
 
-// Made on the heap and handed to its node, which destroys it unless it is deregistered before. Its handle is its
-// address. thread-safe once registered
+/// Made on the heap and handed to its node, which destroys it unless it is deregistered before. Its handle is its
+/// address. thread-safe once registered
 class CNodeCallback {
 public:
     CNodeCallback(INode* pNode, ECallbackType callbackType);
@@ -17,9 +17,9 @@ public:
     CNodeCallback& operator=(const CNodeCallback&) = delete;
     virtual ~CNodeCallback();
 
-    // Does nothing unless the argument is the type that it was made with.
+    /// Does nothing unless the argument is the type that it was made with.
     virtual void operator()(ECallbackType callbackType) const = 0;
-    // Deletes the object.
+    /// Deletes the object.
     virtual void Destroy() = 0;
 
     INode* GetNode() const { return m_pNode; }
@@ -30,7 +30,7 @@ protected:
     ECallbackType m_CallbackType;
 };
 
-// Calls a function or function object with the node. thread-safe once registered
+/// Calls a function or function object with the node. thread-safe once registered
 template<class Function>
 class Function_NodeCallback final : public CNodeCallback {
 public:
@@ -46,7 +46,7 @@ private:
     mutable Function m_Function;
 };
 
-// Calls a member function of a client, which must outlive the registration. thread-safe once registered
+/// Calls a member function of a client, which must outlive the registration. thread-safe once registered
 template<class Client, class Member>
 class Member_NodeCallback final : public CNodeCallback {
 public:
@@ -63,7 +63,7 @@ private:
     Member m_Member;
 };
 
-// Inside-lock callbacks run in the writing thread under the map's lock, outside-lock ones after its release.
+/// Inside-lock callbacks run in the writing thread under the map's lock, outside-lock ones after its release.
 template<class Function>
 CallbackHandleType Register(INode* pNode, Function function, ECallbackType callbackType = cbPostInsideLock) {
     return pNode->RegisterCallback(new Function_NodeCallback<Function>(pNode, std::move(function), callbackType));
@@ -75,8 +75,8 @@ CallbackHandleType Register(INode* pNode, Client& client, Member member,
     return pNode->RegisterCallback(new Member_NodeCallback<Client, Member>(pNode, client, member, callbackType));
 }
 
-// Removes the callback from its node and destroys it, after its present call if it is running. False when there is no
-// callback of that handle, be it because its node map is gone. A callback may deregister itself or another.
+/// Removes the callback from its node and destroys it, after its present call if it is running. False when there is no
+/// callback of that handle, be it because its node map is gone. A callback may deregister itself or another.
 bool Deregister(CallbackHandleType hCallback);
 
 } // namespace GenApi

@@ -24,23 +24,23 @@ namespace GenApi {
 
 class CNodeMap;
 
-// A handle of a node of a CNodeMap. It is empty until CNodeMap::RegisterNode fills it; the map owns the node behind it.
-// Names and values of properties are those of the elements of a description file. Repeated calls append for
-// properties that may occur several times (pFeature, pEnumEntry, pInvalidator, pSelected, pVariable, pDependent,
-// pValueCopy, pError, Address, pAddress, pIndex, Constant, Expression, ...) and replace otherwise. bound to a thread
+/// A handle of a node of a CNodeMap. It is empty until CNodeMap::RegisterNode fills it; the map owns the node behind
+/// it. Names and values of properties are those of the elements of a description file. Repeated calls append for
+/// properties that may occur several times (pFeature, pEnumEntry, pInvalidator, pSelected, pVariable, pDependent,
+/// pValueCopy, pError, Address, pAddress, pIndex, Constant, Expression, ...) and replace otherwise. bound to a thread
 class CMapNode {
 public:
-    // An unknown property or a value of the wrong form: PropertyException. After FinalConstruct or on an empty handle:
-    // LogicalErrorException.
+    /// An unknown property or a value of the wrong form: PropertyException. After FinalConstruct or on an empty handle:
+    /// LogicalErrorException.
     void SetProperty(const GenICam::gcstring& PropertyName, const GenICam::gcstring& Value);
-    // The attribute is the variable's name of pVariable, Constant and Expression, the offset of pIndex, the index of
-    // ValueIndexed and pValueIndexed. The offset of a pIndex may be a number or the name of a node.
+    /// The attribute is the variable's name of pVariable, Constant and Expression, the offset of pIndex, the index of
+    /// ValueIndexed and pValueIndexed. The offset of a pIndex may be a number or the name of a node.
     void SetProperty(const GenICam::gcstring& PropertyName, const GenICam::gcstring& Value,
                      const GenICam::gcstring& Attribute);
-    // A link.
+    /// A link.
     void SetProperty(const GenICam::gcstring& PropertyName, const CMapNode& Target);
     void SetProperty(const GenICam::gcstring& PropertyName, const CMapNode& Target, const GenICam::gcstring& Attribute);
-    // No property may be set afterwards. Links are resolved by the map's FinalConstruct.
+    /// No property may be set afterwards. Links are resolved by the map's FinalConstruct.
     void FinalConstruct();
 
     CMapNode() = default;
@@ -49,11 +49,11 @@ public:
     CMapNode& operator=(const CMapNode&) = delete;
 
     bool IsRegistered() const { return m_pNode != nullptr; }
-    // Null on an empty handle.
+    /// Null on an empty handle.
     INode* GetNode() const;
 
 protected:
-    // False when the node does not offer the interface of the handle.
+    /// False when the node does not offer the interface of the handle.
     virtual bool Take(INode* pNode) = 0;
     [[noreturn]] static void ThrowEmpty();
 
@@ -65,8 +65,8 @@ private:
     genapi::Node* m_pNode = nullptr;
 };
 
-// A handle with the value interface of its type. Using it through -> or * before it is registered throws
-// LogicalErrorException. bound to a thread
+/// A handle with the value interface of its type. Using it through -> or * before it is registered throws
+/// LogicalErrorException. bound to a thread
 template<class Interface>
 class CTypedMapNode : public CMapNode {
 public:
@@ -87,7 +87,7 @@ private:
     Interface* m_pInterface = nullptr;
 };
 
-// One class a node type; the type name given to RegisterNode must fit.
+/// One class a node type; the type name given to RegisterNode must fit.
 class CIntegerNode : public CTypedMapNode<IInteger> {};
 class CIntRegNode : public CTypedMapNode<IInteger> {};
 class CMaskedIntRegNode : public CTypedMapNode<IInteger> {};
@@ -108,23 +108,23 @@ class CCategoryNode : public CTypedMapNode<ICategory> {};
 class CPortNode : public CTypedMapNode<IPort> {};
 class CPlainNode : public CTypedMapNode<IValue> {};
 
-// A node map whose nodes are registered and described by calls:
-//
-//     class Params : public CNodeMap {
-//         CIntegerNode MaxNumBuffer;
-//         CIntSwissKnifeNode StatusIsLocked;
-//         ...
-//         Params(const gcstring& deviceName) : CNodeMap(deviceName) {
-//             SetProperty("ModelName", "Params");
-//             RegisterNode(MaxNumBuffer, "Integer", "MaxNumBuffer", "Custom");
-//             MaxNumBuffer.SetProperty("Value", "0x10");
-//             MaxNumBuffer.SetProperty("pIsLocked", StatusIsLocked); // or "StatusIsLocked"
-//             ...
-//             FinalConstruct();
-//         }
-//     };
-//
-// thread-safe after FinalConstruct, bound to a thread before
+/// A node map whose nodes are registered and described by calls:
+///
+///     class Params : public CNodeMap {
+///         CIntegerNode MaxNumBuffer;
+///         CIntSwissKnifeNode StatusIsLocked;
+///         ...
+///         Params(const gcstring& deviceName) : CNodeMap(deviceName) {
+///             SetProperty("ModelName", "Params");
+///             RegisterNode(MaxNumBuffer, "Integer", "MaxNumBuffer", "Custom");
+///             MaxNumBuffer.SetProperty("Value", "0x10");
+///             MaxNumBuffer.SetProperty("pIsLocked", StatusIsLocked); // or "StatusIsLocked"
+///             ...
+///             FinalConstruct();
+///         }
+///     };
+///
+/// thread-safe after FinalConstruct, bound to a thread before
 class CNodeMap : virtual public INodeMap, public IDeviceInfo, public IDestroy {
 public:
     explicit CNodeMap(const GenICam::gcstring& DeviceName = "Device");
@@ -132,16 +132,16 @@ public:
     CNodeMap(const CNodeMap&) = delete;
     CNodeMap& operator=(const CNodeMap&) = delete;
 
-    // A property of the map itself: an attribute of a description's root element such as "ModelName" or
-    // "SchemaMajorVersion". PropertyException when unknown or malformed.
+    /// A property of the map itself: an attribute of a description's root element such as "ModelName" or
+    /// "SchemaMajorVersion". PropertyException when unknown or malformed.
     void SetProperty(const GenICam::gcstring& PropertyName, const GenICam::gcstring& Value);
-    // Makes the node and fills the handle. TypeName is the element's name in a description file ("IntReg"), NameSpace
-    // "Custom" or "Standard". The order of registration is that of GetNodes. RuntimeException for a name that is taken
-    // or an unknown type, DynamicCastException when the type does not fit the handle's class.
+    /// Makes the node and fills the handle. TypeName is the element's name in a description file ("IntReg"), NameSpace
+    /// "Custom" or "Standard". The order of registration is that of GetNodes. RuntimeException for a name that is taken
+    /// or an unknown type, DynamicCastException when the type does not fit the handle's class.
     void RegisterNode(CMapNode& Node, const GenICam::gcstring& TypeName, const GenICam::gcstring& NodeName,
                       const GenICam::gcstring& NameSpace = "Custom");
-    // Resolves all links, builds what nodes depend on, and marks the features below the category RootName. Finishes
-    // nodes whose FinalConstruct was not called. RuntimeException for a link without target. Touches no port.
+    /// Resolves all links, builds what nodes depend on, and marks the features below the category RootName. Finishes
+    /// nodes whose FinalConstruct was not called. RuntimeException for a link without target. Touches no port.
     void FinalConstruct(const GenICam::gcstring& RootName = "Root");
 
     void GetNodes(NodeList_t& Nodes) const override;

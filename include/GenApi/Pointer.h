@@ -18,8 +18,8 @@
 
 namespace GenApi {
 
-// Owns nothing. A pointer that does not offer T leaves it empty; using it empty through ->, * or () throws
-// LogicalErrorException. bound to a thread
+/// Owns nothing. A pointer that does not offer T leaves it empty; using it empty through ->, * or () throws
+/// LogicalErrorException. bound to a thread
 template<class T, class B = IBase>
 class CPointer {
 public:
@@ -39,7 +39,7 @@ public:
 
     bool operator==(const CPointer& other) const { return m_pT == other.m_pT; }
     bool operator!=(const CPointer& other) const { return m_pT != other.m_pT; }
-    // Also for a literal 0, which reads as "empty" in older code.
+    /// Also for a literal 0, which reads as "empty" in older code.
     bool operator==(B* pB) const { return static_cast<B*>(m_pT) == pB; }
     bool operator!=(B* pB) const { return static_cast<B*>(m_pT) != pB; }
 

@@ -5,8 +5,8 @@
 
 namespace GenApi {
 
-// A port needs GetAccessMode, Read and Write and nothing else. It is connected with INodeMap::Connect, which borrows
-// it. bound to whatever its Read and Write are
+/// A port needs GetAccessMode, Read and Write and nothing else. It is connected with INodeMap::Connect, which borrows
+/// it. bound to whatever its Read and Write are
 class CPortImpl : virtual public IPort {
 public:
     CPortImpl();
@@ -16,17 +16,17 @@ public:
     void Read(void* pBuffer, int64_t Address, int64_t Length) override = 0;
     void Write(const void* pBuffer, int64_t Address, int64_t Length) override = 0;
 
-    // The node that the port was connected to last; null when it never was.
+    /// The node that the port was connected to last; null when it never was.
     INode* GetNode() const;
-    // The map of that node.
+    /// The map of that node.
     INodeMap* GetNodeMap() const;
-    // Called by the Port node.
+    /// Called by the Port node.
     void SetNode(INode* pNode);
-    // Drops all that was read through the port; nothing when it is not connected.
+    /// Drops all that was read through the port; nothing when it is not connected.
     void InvalidateNode();
 
 private:
-    INode* m_pNode; // borrowed
+    INode* m_pNode; ///< borrowed
 };
 
 } // namespace GenApi

@@ -5,8 +5,8 @@
 
 namespace GenApi {
 
-// A sentence for a person: which link, register or port takes the access away ("locked: TLParamsLocked is 1"). Empty
-// for a feature that is readable and writable. Never throws for a fault of the device; the fault is part of the text.
+/// A sentence for a person: which link, register or port takes the access away ("locked: TLParamsLocked is 1"). Empty
+/// for a feature that is readable and writable. Never throws for a fault of the device; the fault is part of the text.
 GenICam::gcstring ExplainAccess(INode* pNode);
 
 } // namespace GenApi
