@@ -11,7 +11,7 @@
 
 namespace GenApi {
 
-// Parameters without a member for each feature. bound to a thread
+/// Parameters without a member for each feature. bound to a thread
 class CGeneric_XMLLoaderParams {
 public:
     virtual ~CGeneric_XMLLoaderParams() = default;
@@ -20,18 +20,18 @@ protected:
     virtual void _Initialize(INodeMap*) {}
 };
 
-// An empty map of the loader kind "Generic" of the library "XMLLoader"; null for any other.
+/// An empty map of the loader kind "Generic" of the library "XMLLoader"; null for any other.
 INodeMapDyn* CreateLoaderNodeMap(const GenICam::gcstring& LoaderKind, const GenICam::gcstring& LibraryName,
                                  const GenICam::gcstring& DeviceName);
 
-// Copies share the map; the last one destroys it through IDestroy. Loading into a reference that holds a map throws
-// RuntimeException "DLL already loaded"; a load that fails leaves it empty, so that it can be repeated. Operations that
-// need the map throw LogicalErrorException while there is none. bound to a thread; the map itself is thread-safe
+/// Copies share the map; the last one destroys it through IDestroy. Loading into a reference that holds a map throws
+/// RuntimeException "DLL already loaded"; a load that fails leaves it empty, so that it can be repeated. Operations
+/// that need the map throw LogicalErrorException while there is none. bound to a thread; the map itself is thread-safe
 template<class TCameraParams>
 class CNodeMapRefT : public TCameraParams {
 public:
     explicit CNodeMapRefT(const GenICam::gcstring& DeviceName = "Device") : m_DeviceName(DeviceName) {}
-    // Takes the map over.
+    /// Takes the map over.
     CNodeMapRefT(INodeMap* pNodeMap, const GenICam::gcstring& DeviceName = "Device") : m_DeviceName(DeviceName) {
         Hold(pNodeMap);
     }
@@ -73,16 +73,17 @@ public:
         Load([&](INodeMapDyn& map) { map.LoadXMLFromZIPData(pData, Size); });
     }
 
-    // These work on texts and may be called on an empty reference, which stays empty.
+    /// These work on texts and may be called on an empty reference, which stays empty.
     void _GetSupportedSchemaVersions(GenICam::gcstring_vector& SchemaVersions) const {
         WithLoader([&](INodeMapDyn& map) { map.GetSupportedSchemaVersions(SchemaVersions); });
     }
-    void _PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName, const GenICam::gcstring& OutputFileName) const {
-        WithLoader([&](INodeMapDyn& map) { map.PreprocessXMLFromFile(XMLFileName, OutputFileName); });
+    void _PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName, const GenICam::gcstring& OutputFileName,
+                                uint32_t XMLValidation = xvDefault) const {
+        WithLoader([&](INodeMapDyn& map) { map.PreprocessXMLFromFile(XMLFileName, OutputFileName, XMLValidation); });
     }
-    void _PreprocessXMLFromZIPFile(const GenICam::gcstring& ZipFileName,
-                                   const GenICam::gcstring& OutputFileName) const {
-        WithLoader([&](INodeMapDyn& map) { map.PreprocessXMLFromZIPFile(ZipFileName, OutputFileName); });
+    void _PreprocessXMLFromZIPFile(const GenICam::gcstring& ZipFileName, const GenICam::gcstring& OutputFileName,
+                                   uint32_t XMLValidation = xvDefault) const {
+        WithLoader([&](INodeMapDyn& map) { map.PreprocessXMLFromZIPFile(ZipFileName, OutputFileName, XMLValidation); });
     }
     void _MergeXMLFiles(const GenICam::gcstring& TargetFileName, const GenICam::gcstring& InjectFileName,
                         const GenICam::gcstring& OutputFileName) const {
@@ -115,12 +116,12 @@ public:
     GenICam::gcstring _GetProductGuid() const { return Info().GetProductGuid(); }
     GenICam::gcstring _GetVersionGuid() const { return Info().GetVersionGuid(); }
 
-    // Compiles all formulas now and appends the texts of the failures; true when there are none.
+    /// Compiles all formulas now and appends the texts of the failures; true when there are none.
     bool _ParseSwissKnifes(GenICam::gcstring_vector* pErrors = nullptr) const {
         return Dyn(Map()).ParseSwissKnifes(pErrors);
     }
 
-    INodeMap* _Ptr = nullptr; // null until loaded
+    INodeMap* _Ptr = nullptr; ///< null until loaded
 
 private:
     template<class Step>
@@ -179,7 +180,7 @@ private:
     }
 
     GenICam::gcstring m_DeviceName;
-    std::atomic<long>* m_pCount = nullptr; // owned together with all copies
+    std::atomic<long>* m_pCount = nullptr; ///< owned together with all copies
 };
 
 using CNodeMapRef = CNodeMapRefT<CGeneric_XMLLoaderParams>;

@@ -10,7 +10,7 @@
 
 namespace GenApi {
 
-// Comparing modes by order is allowed for "above NA" only.
+/// Comparing modes by order is allowed for "above NA" only.
 enum EAccessMode { NI = 0, NA = 1, WO = 2, RO = 3, RW = 4, _UndefinedAccesMode = 5, _CycleDetectAccesMode = 6 }; // sic
 enum EVisibility { Beginner = 0, Expert = 1, Guru = 2, Invisible = 3, _UndefinedVisibility = 99 };
 enum ECachingMode { NoCache = 0, WriteThrough = 1, WriteAround = 2, _UndefinedCachingMode = 3 };
@@ -56,6 +56,9 @@ enum ELinkType {
     ctTerminalNodes = 5
 };
 enum ECallbackType { cbPostInsideLock = 1, cbPostOutsideLock = 2 };
+/// What a description is checked for before it is written, as a set of bits. xvLoad: anything that makes a node
+/// unusable, such as a dangling link or a malformed number or formula. xvCycles: values or access modes that need
+/// themselves. xvSFNC: the category "Root" and the port "Device" that every description has.
 enum EXMLValidation { xvLoad = 0x1, xvCycles = 0x2, xvSFNC = 0x4, xvDefault = 0, xvAll = -1 };
 
 struct INode;
@@ -64,12 +67,12 @@ struct IValue;
 using StringList_t = GenICam::gcstring_vector;
 using NodeList_t = std::vector<INode*>;
 using FeatureList_t = std::vector<IValue*>;
-// Wide enough for a pointer; 0 means no callback.
+/// Wide enough for a pointer; 0 means no callback.
 using CallbackHandleType = intptr_t;
 
 using Version_t = GenICam::Version_t;
 
-// What one attachment of a buffer found. The order of the counters is part of the binary interface.
+/// What one attachment of a buffer found. The order of the counters is part of the binary interface.
 struct AttachStatistics_t {
     uint32_t NumChunkPorts;
     uint32_t NumChunks;
@@ -77,7 +80,7 @@ struct AttachStatistics_t {
 };
 static_assert(sizeof(AttachStatistics_t) == 12, "three 32-bit counters");
 
-// Free tests on modes.
+/// Free tests on modes.
 inline bool IsReadable(EAccessMode mode) {
     return mode == RO || mode == RW;
 }
@@ -97,9 +100,9 @@ inline bool IsVisible(EVisibility visibility, EVisibility maximum) {
     return visibility <= maximum;
 }
 
-// The mode of something that is subject to both modes; never wider than either.
+/// The mode of something that is subject to both modes; never wider than either.
 EAccessMode Combine(EAccessMode a, EAccessMode b);
-// The more hidden of the two.
+/// The more hidden of the two.
 inline EVisibility Combine(EVisibility a, EVisibility b) {
     return a > b ? a : b;
 }

@@ -24,6 +24,8 @@
 #define TAVIX_ACQUIRE(...) TAVIX_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define TAVIX_RELEASE(...) TAVIX_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define TAVIX_TRY_ACQUIRE(...) TAVIX_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
+// The caller promises that the lock is held, where the analysis cannot follow how it came to be.
+#define TAVIX_ASSERT_CAPABILITY(...) TAVIX_THREAD_ATTRIBUTE(assert_capability(__VA_ARGS__))
 #define TAVIX_EXCLUDES(...) TAVIX_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define TAVIX_RETURN_CAPABILITY(lock) TAVIX_THREAD_ATTRIBUTE(lock_returned(lock))
 

@@ -9,6 +9,44 @@
 using namespace GenApi;
 using genapi_test::TestMap;
 
+TEST(MapThreads, AskForEverythingThatIsMadeWhenFirstAskedFor) {
+    TestMap map;
+    map.Add("Integer", "Selector", {{"Value", "0", ""}, {"Max", "3", ""}, {"Min", "0", ""}, {"pSelected", "Gain", ""}});
+    map.AddRegister("IntReg", "Reg", "0", {{"pIndex", "Selector", "4"}});
+    map.Add("IntConverter", "Converted",
+            {{"pValue", "Reg", ""}, {"FormulaFrom", "TO * 2", ""}, {"FormulaTo", "FROM / 2", ""}});
+    map.Add("Integer", "Gain", {{"pValue", "Converted", ""}, {"Streamable", "Yes", ""}});
+    map.AddRegister("MaskedIntReg", "Bits", "8", {{"LSB", "0", ""}, {"MSB", "3", ""}});
+    map.Add("Category", "Root", {{"pFeature", "Gain", ""}}).Ready();
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 10; ++number) {
+        threads.emplace_back([&map, &failures, number] {
+            for (int round = 0; round < 50; ++round) {
+                NodeList_t parents;
+                map.Node("Reg").GetParents(parents);
+                FeatureList_t selecting;
+                map.As<ISelector>("Gain").GetSelectingFeatures(selecting);
+                if (parents.size() != 1 || selecting.size() != 1) ++failures;
+                map.Integer("Gain").SetValue(2 * number);
+                map.Integer("Bits").SetValue(number);
+                map.Value("Gain").IsValueCacheValid();
+                map.Node("Gain").GetCachingMode();
+                map.Node("Gain").ImposeAccessMode(round % 2 ? RO : RW);
+                map.Node("Gain").ImposeAccessMode(RW);
+                map.Node("Gain").ImposeVisibility(round % 2 ? Guru : Expert);
+                if (map.Node("Gain").GetVisibility() == Beginner) ++failures;
+                map.InvalidateNodes();
+                CFeatureBag bag;
+                bag.StoreToBag(&map);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures.load(), 0);
+}
+
 TEST(MapThreads, ShareOneMap) {
     TestMap map;
     map.Add("Integer", "Selector", {{"Value", "0", ""}, {"Max", "3", ""}, {"Min", "0", ""}});

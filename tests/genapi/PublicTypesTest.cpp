@@ -62,12 +62,25 @@ TEST(Pointer, FindsEveryFaceOfANode) {
     EXPECT_EQ(map.port.GetNode(), map.GetNode("Device"));
 }
 
+namespace {
+
+// The analysis knows no locks that are taken twice.
+bool TakeTwice(CLock& lock) TAVIX_NO_THREAD_SAFETY_ANALYSIS {
+    lock.Lock();
+    return lock.TryLock();
+}
+void GiveBackTwice(CLock& lock) TAVIX_NO_THREAD_SAFETY_ANALYSIS {
+    lock.Unlock();
+    lock.Unlock();
+}
+
+} // namespace
+
 TEST(Lock, IsRecursiveAndExcludesOtherThreads) {
     CLock lock;
-    const AutoLock outer(lock);
-    ASSERT_TRUE(lock.TryLock());
+    ASSERT_TRUE(TakeTwice(lock));
     bool wasFree = true;
     std::thread([&] { wasFree = lock.TryLock(); }).join();
     EXPECT_FALSE(wasFree);
-    lock.Unlock();
+    GiveBackTwice(lock);
 }

@@ -9,10 +9,10 @@ namespace genapi {
 // Holds it for the length of a scope; nothing for no node. bound to a thread
 class MapLock {
 public:
-    explicit MapLock(const GenApi::INode* pNode) : m_pLock(LockOf(pNode)) {
+    explicit MapLock(const GenApi::INode* pNode) TAVIX_NO_THREAD_SAFETY_ANALYSIS : m_pLock(LockOf(pNode)) {
         if (m_pLock) m_pLock->Lock();
     }
-    ~MapLock() {
+    ~MapLock() TAVIX_NO_THREAD_SAFETY_ANALYSIS {
         if (m_pLock) m_pLock->Unlock();
     }
     MapLock(const MapLock&) = delete;

@@ -9,17 +9,17 @@ CallbackRegistry& CallbackRegistry::Instance() {
 }
 
 void CallbackRegistry::Enter(GenApi::CNodeCallback* pCallback) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     m_Entries.emplace(pCallback, Entry());
 }
 
 void CallbackRegistry::Leave(GenApi::CNodeCallback* pCallback) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     m_Entries.erase(pCallback);
 }
 
 RegisteredCallback CallbackRegistry::Add(GenApi::CNodeCallback* pCallback, GenApi::INode* pOwner) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     Entry& entry = m_Entries[pCallback];
     if (!entry.pOwner) entry.registration = ++m_LastRegistration; // one that two nodes hold is still one
     entry.pOwner = pOwner;
@@ -27,13 +27,13 @@ RegisteredCallback CallbackRegistry::Add(GenApi::CNodeCallback* pCallback, GenAp
 }
 
 void CallbackRegistry::Remove(GenApi::CNodeCallback* pCallback) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     const auto found = m_Entries.find(pCallback);
     if (found != m_Entries.end()) found->second.pOwner = nullptr;
 }
 
 bool CallbackRegistry::FindOwner(GenApi::CNodeCallback* pCallback, GenApi::INode*& pOwner) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     const auto found = m_Entries.find(pCallback);
     if (found == m_Entries.end() || found->second.isRetired) return false;
     pOwner = found->second.pOwner;
@@ -42,7 +42,7 @@ bool CallbackRegistry::FindOwner(GenApi::CNodeCallback* pCallback, GenApi::INode
 
 void CallbackRegistry::Retire(GenApi::CNodeCallback* pCallback) {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const GenApi::AutoLock lock(m_Lock);
         const auto found = m_Entries.find(pCallback);
         if (found == m_Entries.end() || found->second.isRetired) return;
         found->second.isRetired = true;
@@ -63,7 +63,7 @@ void CallbackRegistry::Call(const RegisteredCallback& callback, GenApi::ECallbac
 }
 
 bool CallbackRegistry::Begin(const RegisteredCallback& callback) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const GenApi::AutoLock lock(m_Lock);
     const auto found = m_Entries.find(callback.pCallback);
     if (found == m_Entries.end() || !found->second.pOwner) return false;
     if (found->second.registration != callback.registration) return false;
@@ -73,7 +73,7 @@ bool CallbackRegistry::Begin(const RegisteredCallback& callback) {
 
 void CallbackRegistry::End(GenApi::CNodeCallback* pCallback) {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const GenApi::AutoLock lock(m_Lock);
         const auto found = m_Entries.find(pCallback);
         if (found == m_Entries.end()) return;
         if (--found->second.running > 0 || !found->second.isRetired) return;

@@ -2,9 +2,9 @@
 // Which callbacks are alive, registered and running, in the whole process.
 
 #include <GenApi/NodeCallback.h>
+#include <GenApi/Synch/Lock.h>
 
 #include <cstdint>
-#include <mutex>
 #include <unordered_map>
 
 namespace genapi {
@@ -43,9 +43,9 @@ private:
     bool Begin(const RegisteredCallback& callback);
     void End(GenApi::CNodeCallback* pCallback);
 
-    std::mutex m_Lock;
-    uint64_t m_LastRegistration = 0;                             // guarded by m_Lock
-    std::unordered_map<GenApi::CNodeCallback*, Entry> m_Entries; // guarded by m_Lock
+    GenApi::CLock m_Lock;
+    uint64_t m_LastRegistration TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::unordered_map<GenApi::CNodeCallback*, Entry> m_Entries TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace genapi

@@ -1,5 +1,6 @@
 #include "genapi/loadable/LoaderNodeMap.h"
 
+#include "genapi/loadable/Validation.h"
 #include "genapi/loader/Loader.h"
 #include "genapi/map/Map.h"
 #include "genapi/nodes/Throw.h"
@@ -55,14 +56,15 @@ void LoaderNodeMap::GetSupportedSchemaVersions(GenICam::gcstring_vector& SchemaV
     SchemaVersions.push_back("1.1");
 }
 
-void LoaderNodeMap::PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName,
-                                          const GenICam::gcstring& OutputFileName) {
+void LoaderNodeMap::PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName, const GenICam::gcstring& OutputFileName,
+                                          uint32_t XMLValidation) {
+    Validate(ReadDescriptionFile(XMLFileName.str()), XMLFileName.str(), XMLValidation);
     WriteFile(OutputFileName, WriteDescription(ParseDescriptionFile(XMLFileName.str())));
 }
 
 void LoaderNodeMap::PreprocessXMLFromZIPFile(const GenICam::gcstring& ZipFileName,
-                                             const GenICam::gcstring& OutputFileName) {
-    PreprocessXMLFromFile(ZipFileName, OutputFileName);
+                                             const GenICam::gcstring& OutputFileName, uint32_t XMLValidation) {
+    PreprocessXMLFromFile(ZipFileName, OutputFileName, XMLValidation);
 }
 
 void LoaderNodeMap::MergeXMLFiles(const GenICam::gcstring& TargetFileName, const GenICam::gcstring& InjectFileName,

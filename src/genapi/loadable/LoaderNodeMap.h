@@ -20,9 +20,10 @@ public:
     void LoadXMLFromZIPFile(const GenICam::gcstring& ZipFileName) override;
     void LoadXMLFromZIPData(const void* pData, size_t Size) override;
     void GetSupportedSchemaVersions(GenICam::gcstring_vector& SchemaVersions) const override;
-    void PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName, const GenICam::gcstring& OutputFileName) override;
-    void PreprocessXMLFromZIPFile(const GenICam::gcstring& ZipFileName,
-                                  const GenICam::gcstring& OutputFileName) override;
+    void PreprocessXMLFromFile(const GenICam::gcstring& XMLFileName, const GenICam::gcstring& OutputFileName,
+                               uint32_t XMLValidation = GenApi::xvDefault) override;
+    void PreprocessXMLFromZIPFile(const GenICam::gcstring& ZipFileName, const GenICam::gcstring& OutputFileName,
+                                  uint32_t XMLValidation = GenApi::xvDefault) override;
     void MergeXMLFiles(const GenICam::gcstring& TargetFileName, const GenICam::gcstring& InjectFileName,
                        const GenICam::gcstring& OutputFileName) override;
     void ExtractIndependentSubtree(const GenICam::gcstring& XMLData, const GenICam::gcstring& InjectXMLData,

@@ -27,7 +27,7 @@ void Linker::Bind(Node& node) {
 
 void Linker::BindProperty(Node& node, const PropertyRecord& record) {
     const std::string fault = CheckForm(node.Type(), record);
-    if (!fault.empty()) return Fail(node, Fault::Property, fault);
+    if (!fault.empty()) return IsVitalProperty(record.id) ? Fail(node, Fault::Property, fault) : Leave(node, fault);
     BoundProperty property{record, nullptr, nullptr};
     if (IsLink(record.id)) {
         property.pTarget = m_Map.NodeAt(record.target);
@@ -99,6 +99,7 @@ void Linker::MarkFeatures(std::string_view root) {
 }
 
 void Linker::CollectPolled() {
+    const GenApi::AutoLock lock(m_Map.Lock());
     std::vector<bool> isListed(m_HasSelfClearingEntries ? m_Map.m_Nodes.size() : 0, false);
     for (const auto& [pNode, period] : m_Polled) {
         if (period <= 0) continue;
@@ -118,7 +119,7 @@ void Linker::Fail(Node& node, Fault fault, const std::string& text) {
         if (fault == Fault::Link) ThrowRuntime(node, "FinalConstruct", text);
         ThrowProperty(node, "FinalConstruct", text);
     }
-    node.MarkAsDefective("The description of the node is faulty: " + text);
+    node.MarkAsDefective(fault, "The description of the node is faulty: " + text);
     Report(node, text);
 }
 

@@ -25,7 +25,7 @@ private:
     void MarkFeatures(std::string_view root);
     void CollectPolled();
 
-    enum class Fault : uint8_t { Property, Link };
+    using Fault = Node::DefectKind;
     // Throws, or makes the node report it.
     void Fail(Node& node, Fault fault, const std::string& text);
     // Throws, or leaves the link out.

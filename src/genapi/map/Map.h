@@ -52,8 +52,8 @@ private:
     friend class Linker;
     struct Polled {
         Node* pNode;
-        int64_t period;  // 0: at every poll
-        int64_t elapsed; // guarded by Lock
+        int64_t period; // 0: at every poll
+        int64_t elapsed;
     };
     struct Draft {
         std::vector<PropertyRecord> properties;
@@ -72,7 +72,7 @@ private:
     std::vector<Draft> m_Drafts;              // by node, empty once finished
     std::vector<PropertyRecord> m_Properties; // of a map built in code
     std::vector<LoadProblem> m_Problems;
-    std::vector<Polled> m_Polled;
+    std::vector<Polled> m_Polled TAVIX_GUARDED_BY(Lock());
     bool m_IsFinished = false;
 };
 

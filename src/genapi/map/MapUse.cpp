@@ -56,6 +56,7 @@ void Map::PollNode(ChangeFrame& frame, Node& node, std::vector<NodeIndex>& chang
 
 void Map::Poll(int64_t elapsed) {
     ChangeFrame frame(*this);
+    Lock().AssertHeld();
     std::vector<NodeIndex> changed;
     std::exception_ptr pFirstFailure;
     for (Polled& polled : m_Polled) {

@@ -14,8 +14,11 @@ std::string Text(double value) {
 
 } // namespace
 
-void FloatChecks::CheckWrite(Node& node, double value) {
+void FloatChecks::RefuseNaN(Node& node, double value) {
     if (std::isnan(value)) ThrowOutOfRange(node, "SetValue", "The value is not a number.");
+}
+
+void FloatChecks::CheckWrite(Node& node, double value) {
     // Limits are compared exactly: what GetMin and GetMax gave is accepted.
     const double min = node.RealMin();
     if (value < min) {

@@ -14,6 +14,8 @@ namespace genapi {
 // Checks of numbers and texts, apart from the template. re-entrant
 class FloatChecks {
 public:
+    // Of any write; throws OutOfRangeException.
+    static void RefuseNaN(Node& node, double value);
     // Of a verified write; throws OutOfRangeException. The increment is not enforced.
     static void CheckWrite(Node& node, double value);
     static void CheckRead(Node& node, double value);
@@ -130,6 +132,7 @@ protected:
     }
     int64_t DoReadInteger(ReadFlags flags) override { return RoundToInteger(DoReadReal(flags)); }
     void DoWriteReal(double value, bool verify) override {
+        FloatChecks::RefuseNaN(*this, value);
         if (verify) FloatChecks::CheckWrite(*this, value);
         StoreReal(value, verify);
     }

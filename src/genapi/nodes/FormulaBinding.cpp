@@ -15,6 +15,12 @@ Value ReadEntry(Node& node, std::string_view symbolic) {
     return Value::Integer(pEntry->Number());
 }
 
+Value ConstantValue(std::string_view text, FormulaMode mode) {
+    const std::optional<int64_t> integer = ParseInteger(text);
+    if (integer && mode == FormulaMode::Integer) return Value::Integer(*integer);
+    return Value::Real(ParseFloat(text).value_or(0.0));
+}
+
 // Only the node's own numbers may be real; the other things that can be asked are counted.
 bool IsAlwaysInteger(const FormulaScope::Variable& variable) {
     return !variable.pNode->IsReal();
@@ -98,9 +104,7 @@ const Formula& FormulaBinding::Compiled(const FormulaScope& scope) {
     for (const FormulaScope::Variable& variable : scope.Variables())
         names.variables.push_back({variable.name, slot++, IsAlwaysInteger(variable)});
     for (const FormulaScope::Text& constant : scope.Constants()) {
-        const Value value = m_Mode == FormulaMode::Integer ? Value::Integer(ParseInteger(constant.text).value_or(0))
-                                                           : Value::Real(ParseFloat(constant.text).value_or(0.0));
-        names.constants.push_back({constant.name, value});
+        names.constants.push_back({constant.name, ConstantValue(constant.text, m_Mode)});
     }
     for (const FormulaScope::Text& part : scope.Expressions())
         names.expressions.push_back({part.name, part.text});

@@ -44,12 +44,13 @@ void Node::Bind(const BoundProperty& property) {
     }
 }
 
-void Node::MarkAsDefective(std::string text) {
-    if (!m_pDefect) m_pDefect = std::make_unique<std::string>(std::move(text));
+void Node::MarkAsDefective(DefectKind kind, std::string text) {
+    if (!m_pDefect) m_pDefect = std::make_unique<NodeDefect>(NodeDefect{kind, std::move(text)});
 }
 
 void Node::ThrowDefect(const char* operation) const {
-    ThrowRuntime(*this, operation, *m_pDefect);
+    if (m_pDefect->kind == DefectKind::Property) ThrowProperty(*this, operation, m_pDefect->text);
+    ThrowRuntime(*this, operation, m_pDefect->text);
 }
 
 void Node::RequireReadable(const char* operation) {

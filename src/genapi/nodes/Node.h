@@ -56,10 +56,12 @@ public:
     void SetProperties(const PropertySpan& properties) { m_Properties = properties; }
     virtual void Bind(const BoundProperty& property);
     void MarkAsFeature(bool isFeature) { m_IsFeature = isFeature; }
-    // The node keeps its place in the map and throws this text when it is used.
-    void MarkAsDefective(std::string text);
+    // The node keeps its place in the map and throws the text of its first defect when it is used: PropertyException
+    // for a property, RuntimeException for a link.
+    enum class DefectKind : uint8_t { Property, Link };
+    void MarkAsDefective(DefectKind kind, std::string text);
     bool IsDefective() const { return m_pDefect != nullptr; }
-    std::string_view Defect() const { return m_pDefect ? std::string_view(*m_pDefect) : std::string_view(); }
+    std::string_view Defect() const { return m_pDefect ? std::string_view(m_pDefect->text) : std::string_view(); }
 
     // Access, lock held.
     GenApi::EAccessMode Access();
@@ -189,17 +191,21 @@ private:
     Node* m_pIsImplemented = nullptr;
     Node* m_pIsAvailable = nullptr;
     Node* m_pIsLocked = nullptr;
-    std::unique_ptr<std::string> m_pDefect;
+    struct NodeDefect {
+        DefectKind kind;
+        std::string text;
+    };
+    std::unique_ptr<NodeDefect> m_pDefect;
     NodeIndex m_Index;
     NodeType m_Type;
     bool m_IsStandard;
     bool m_IsFeature = false;
-    bool m_IsInAccess = false;                        // guarded by the map's lock
+    bool m_IsInAccess TAVIX_GUARDED_BY(m_pHost->Lock()) = false;
     bool m_HasErrorLinks = false;                     // pError
     GenApi::EAccessMode m_ImposedByFile = GenApi::RW; // constant after Bind
-    GenApi::EAccessMode m_ImposedByCode = GenApi::RW; // guarded by the map's lock
+    GenApi::EAccessMode m_ImposedByCode TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::RW;
     GenApi::EVisibility m_Visibility = GenApi::Beginner;
-    GenApi::EVisibility m_ImposedVisibility = GenApi::Beginner; // guarded by the map's lock
+    GenApi::EVisibility m_ImposedVisibility TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::Beginner;
 };
 
 } // namespace genapi

@@ -21,6 +21,7 @@ private:
 
 GenApi::EAccessMode Node::Access() {
     const Descent descent(*this, *m_pHost);
+    m_pHost->Lock().AssertHeld();
     if (m_IsInAccess) {
         // Its own mode leads back to the node. The inner question restricts nothing, and what is computed under it
         // holds for nobody else.
@@ -58,17 +59,13 @@ GenApi::EAccessMode Node::OwnAccess() {
 }
 
 GenApi::EAccessMode Node::ImposedAccess() const {
+    m_pHost->Lock().AssertHeld();
     return GenApi::Combine(m_ImposedByFile, m_ImposedByCode);
 }
 
 GenApi::EAccessMode Node::GetAccessMode() const {
     const GenApi::AutoLock lock(m_pHost->Lock());
     return const_cast<Node*>(this)->Access();
-}
-
-GenApi::EYesNo Node::IsAccessModeCacheable() const {
-    // Any port below may change its mode silently.
-    return GenApi::No;
 }
 
 void Node::ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) {

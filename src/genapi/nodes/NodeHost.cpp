@@ -13,17 +13,20 @@ NodeHost::NodeHost() = default;
 NodeHost::~NodeHost() = default;
 
 RegisterIndex& NodeHost::Registers() {
+    m_Lock.AssertHeld();
     if (!m_pRegisters) m_pRegisters = std::make_unique<RegisterIndex>(m_Nodes);
     return *m_pRegisters;
 }
 
 bool NodeHost::RereadsItself(NodeIndex node) {
+    m_Lock.AssertHeld();
     uint8_t& known = m_States[node].rereadsItself;
     if (known == 0) known = m_Graph.ReachesItselfThroughInvalidator(node) ? 2 : 1;
     return known == 2;
 }
 
 const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sources) {
+    m_Lock.AssertHeld();
     if (++m_Mark == 0) {
         for (NodeState& state : m_States)
             state.mark = 0;
@@ -31,6 +34,7 @@ const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sour
     }
     m_Queue.clear();
     const auto meet = [this](NodeIndex node) {
+        m_Lock.AssertHeld();
         if (m_States[node].mark == m_Mark) return;
         m_States[node].mark = m_Mark;
         m_Queue.push_back(node);
@@ -45,11 +49,13 @@ const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sour
 }
 
 void NodeHost::AddCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
+    m_Lock.AssertHeld();
     m_Callbacks[node].push_back(CallbackRegistry::Instance().Add(pCallback, m_Nodes[node]));
     m_States[node].hasCallbacks = true;
 }
 
 bool NodeHost::RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) {
+    m_Lock.AssertHeld();
     const auto found = m_Callbacks.find(node);
     if (found == m_Callbacks.end()) return false;
     std::vector<RegisteredCallback>& list = found->second;
@@ -66,6 +72,7 @@ bool NodeHost::RemoveCallback(NodeIndex node, GenApi::CNodeCallback* pCallback) 
 }
 
 const std::vector<RegisteredCallback>* NodeHost::CallbacksOf(NodeIndex node) const {
+    m_Lock.AssertHeld();
     if (!m_States[node].hasCallbacks) return nullptr;
     const auto found = m_Callbacks.find(node);
     return found == m_Callbacks.end() ? nullptr : &found->second;
@@ -73,7 +80,10 @@ const std::vector<RegisteredCallback>* NodeHost::CallbacksOf(NodeIndex node) con
 
 void NodeHost::DestroyCallbacks() {
     std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> all;
-    all.swap(m_Callbacks);
+    {
+        const GenApi::AutoLock lock(m_Lock);
+        all.swap(m_Callbacks);
+    }
     for (const auto& [node, list] : all) {
         for (const RegisteredCallback& callback : list)
             CallbackRegistry::Instance().Retire(callback.pCallback);
@@ -89,6 +99,7 @@ void NodeHost::ForgetGenerations() {
 Descent::Descent(const Node& node) : Descent(node, node.Host()) {}
 
 void Descent::Refuse(const Node& node) const {
+    m_Host.m_Lock.AssertHeld();
     if (m_Host.m_Depth >= NodeHost::kMaxDepth) {
         ThrowRuntime(node, "Access", "The nodes read one another in a circle or a chain that is too long");
     }

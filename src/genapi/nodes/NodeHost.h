@@ -19,7 +19,8 @@ class Node;
 class RegisterIndex;
 class WriteOperation;
 
-// The ground that nodes stand on. All members but the names are guarded by Lock. thread-safe through that lock
+// The ground that nodes stand on. All but identity, names and links is guarded by Lock: where a node asks the host, an
+// operation of an application holds it. thread-safe through that lock
 class NodeHost {
 public:
     NodeHost();
@@ -27,7 +28,7 @@ public:
     NodeHost(const NodeHost&) = delete;
     NodeHost& operator=(const NodeHost&) = delete;
 
-    GenApi::CLock& Lock() const { return m_Lock; }
+    GenApi::CLock& Lock() const TAVIX_RETURN_CAPABILITY(m_Lock) { return m_Lock; }
     // The object that applications see; null until somebody offers one.
     GenApi::INodeMap* Facade() const { return m_pFacade; }
     virtual GenICam::gcstring DeviceName() const = 0;
@@ -44,9 +45,9 @@ public:
     const DependencyGraph& Selecting();
 
     // Caches of registers.
-    bool IsValid(NodeIndex node) const { return m_States[node].isValid; }
-    void SetValid(NodeIndex node) { m_States[node].isValid = true; }
-    void SetInvalid(NodeIndex node) { m_States[node].isValid = false; }
+    bool IsValid(NodeIndex node) const { return StateOf(node).isValid; }
+    void SetValid(NodeIndex node) { StateOf(node).isValid = true; }
+    void SetInvalid(NodeIndex node) { StateOf(node).isValid = false; }
     bool RereadsItself(NodeIndex node);
 
     // All nodes that a change of the sources reaches, the sources first, each once. The list lives until the next call.
@@ -59,9 +60,13 @@ public:
 
     // A new generation makes all memories of the present operation stale.
     void NextGeneration() {
+        m_Lock.AssertHeld();
         if (++m_Generation == 0) ForgetGenerations();
     }
-    uint32_t Generation() const { return m_Generation; }
+    uint32_t Generation() const {
+        m_Lock.AssertHeld();
+        return m_Generation;
+    }
 
 protected:
     struct NodeState {
@@ -74,10 +79,22 @@ protected:
         uint8_t rereadsItself = 0; // 0 not yet known, 1 no, 2 yes
     };
 
+    NodeState& StateOf(NodeIndex node) {
+        m_Lock.AssertHeld();
+        return m_States[node];
+    }
+    const NodeState& StateOf(NodeIndex node) const {
+        m_Lock.AssertHeld();
+        return m_States[node];
+    }
+
+    // Constant once the map is finished.
     GenApi::INodeMap* m_pFacade = nullptr;
     std::vector<Node*> m_Nodes; // owned by the map
-    std::vector<NodeState> m_States;
     DependencyGraph m_Graph;
+
+    mutable GenApi::CLock m_Lock;
+    std::vector<NodeState> m_States TAVIX_GUARDED_BY(m_Lock);
 
 private:
     // Chains of real cameras are twenty nodes long.
@@ -94,26 +111,25 @@ private:
 
     void DestroyCallbacks();
     // The count of generations has come round.
-    void ForgetGenerations();
+    void ForgetGenerations() TAVIX_REQUIRES(m_Lock);
     // Begins an operation of an application.
-    void BeginDescent() {
+    void BeginDescent() TAVIX_REQUIRES(m_Lock) {
         m_StepsLeft = kFreeSteps + kStepsPerNode * m_Nodes.size();
         NextGeneration();
     }
 
-    mutable GenApi::CLock m_Lock;
-    uint32_t m_Mark = 0;
-    uint32_t m_Generation = 1;
-    uint32_t m_Depth = 0;
-    std::size_t m_StepsLeft = 0;
-    uint32_t m_CyclesMet = 0;
-    std::vector<NodeIndex> m_Queue;
-    ChangeFrame* m_pFrame = nullptr;        // innermost
-    WriteOperation* m_pOperation = nullptr; // the outermost one, while it writes
-    std::unique_ptr<RegisterIndex> m_pRegisters;
-    std::unique_ptr<DependencyGraph> m_pParents;   // who names a node as child
-    std::unique_ptr<DependencyGraph> m_pSelecting; // who names it as selected
-    std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> m_Callbacks;
+    uint32_t m_Mark TAVIX_GUARDED_BY(m_Lock) = 0;
+    uint32_t m_Generation TAVIX_GUARDED_BY(m_Lock) = 1;
+    uint32_t m_Depth TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::size_t m_StepsLeft TAVIX_GUARDED_BY(m_Lock) = 0;
+    uint32_t m_CyclesMet TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::vector<NodeIndex> m_Queue TAVIX_GUARDED_BY(m_Lock);
+    ChangeFrame* m_pFrame TAVIX_GUARDED_BY(m_Lock) = nullptr;        // innermost
+    WriteOperation* m_pOperation TAVIX_GUARDED_BY(m_Lock) = nullptr; // the outermost one, while it writes
+    std::unique_ptr<RegisterIndex> m_pRegisters TAVIX_GUARDED_BY(m_Lock);
+    std::unique_ptr<DependencyGraph> m_pParents TAVIX_GUARDED_BY(m_Lock);   // who names a node as child
+    std::unique_ptr<DependencyGraph> m_pSelecting TAVIX_GUARDED_BY(m_Lock); // who names it as selected
+    std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> m_Callbacks TAVIX_GUARDED_BY(m_Lock);
 
 protected:
     // To be called before the nodes go.
@@ -125,13 +141,17 @@ class Descent {
 public:
     // Throws RuntimeException when the chain is too deep or the operation too long.
     Descent(const Node& node, NodeHost& host) : m_Host(host) {
+        host.m_Lock.AssertHeld();
         if (host.m_Depth == 0) host.BeginDescent();
         if (host.m_Depth >= NodeHost::kMaxDepth || host.m_StepsLeft == 0) Refuse(node);
         --host.m_StepsLeft;
         ++host.m_Depth;
     }
     explicit Descent(const Node& node);
-    ~Descent() { --m_Host.m_Depth; }
+    ~Descent() {
+        m_Host.m_Lock.AssertHeld();
+        --m_Host.m_Depth;
+    }
     Descent(const Descent&) = delete;
     Descent& operator=(const Descent&) = delete;
 

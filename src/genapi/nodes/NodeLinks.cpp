@@ -12,8 +12,9 @@ namespace {
 using Ids = std::vector<PropertyId>;
 using P = PropertyId;
 
-// What a node reads for its value.
-const Ids kValueLinks = {P::pValue, P::pIndex, P::pValueIndexed, P::pValueDefault, P::pVariable};
+// What a node reads for its value, registers for their place.
+const Ids kValueLinks = {P::pValue,    P::pIndex,   P::pValueIndexed, P::pValueDefault,
+                         P::pVariable, P::pAddress, P::pLength,       P::pChunkID};
 // What it reads at all.
 const Ids kReadingLinks = {P::pIsImplemented, P::pIsAvailable,  P::pIsLocked, P::pBlockPolling, P::pValue,  P::pIndex,
                            P::pValueIndexed,  P::pValueDefault, P::pVariable, P::pAddress,      P::pLength, P::pPort,
@@ -68,7 +69,7 @@ int64_t OwnPollingTime(const Node& node) {
 GenApi::ECachingMode Node::CachingMode() const {
     if (const GenApi::ECachingMode* const pOwn = OwnCachingMode()) return *pOwn;
     GenApi::ECachingMode mode = GenApi::WriteThrough;
-    Walk(*this, kValueLinks, [&mode](const Node& node) {
+    Walk(*this, kReadingLinks, [&mode](const Node& node) {
         const GenApi::ECachingMode* const pOwn = node.OwnCachingMode();
         if (!pOwn) return true;
         if (*pOwn == GenApi::NoCache || mode == GenApi::WriteThrough) mode = *pOwn;
@@ -79,13 +80,22 @@ GenApi::ECachingMode Node::CachingMode() const {
 
 bool Node::IsCacheValid() {
     if (m_pDefect) return false;
-    if (OwnCachingMode()) return IsOwnCacheValid();
-    bool isValid = true;
+    bool isValid = IsOwnCacheValid();
     Walk(*this, kValueLinks, [&isValid](Node& node) {
         isValid = isValid && node.IsOwnCacheValid();
-        return !node.OwnCachingMode();
+        return isValid;
     });
     return isValid;
+}
+
+GenApi::EYesNo Node::IsAccessModeCacheable() const {
+    // What lies behind a port may change its mode silently, together with the port.
+    bool needsPort = m_Type == NodeType::Port;
+    Walk(*this, kReadingLinks, [&needsPort](const Node& node) {
+        needsPort = needsPort || node.Type() == NodeType::Port;
+        return !needsPort;
+    });
+    return needsPort ? GenApi::No : GenApi::Yes;
 }
 
 GenApi::ECachingMode Node::GetCachingMode() const {
@@ -155,6 +165,7 @@ void Node::GetParents(GenApi::NodeList_t& Parents) const {
 }
 
 const DependencyGraph& NodeHost::Parents() {
+    m_Lock.AssertHeld();
     if (!m_pParents) {
         std::bitset<kPropertyCount> properties;
         for (const Ids& ids : {kReadingLinks, kWritingLinks, kFeatureLinks, kInvalidatorLinks}) {
@@ -167,6 +178,7 @@ const DependencyGraph& NodeHost::Parents() {
 }
 
 const DependencyGraph& NodeHost::Selecting() {
+    m_Lock.AssertHeld();
     if (!m_pSelecting) {
         std::bitset<kPropertyCount> properties;
         properties.set(static_cast<std::size_t>(P::pSelected));

@@ -71,6 +71,7 @@ void CheckErrors(Node& node) {
 }
 
 WriteOperation::WriteOperation(ChangeFrame& frame, const Node& target) : m_Host(frame.Host()) {
+    m_Host.Lock().AssertHeld();
     m_pFrame = m_Host.m_pOperation ? nullptr : &frame;
     if (!IsOutermost()) return;
     m_Host.m_pOperation = this;
@@ -78,6 +79,7 @@ WriteOperation::WriteOperation(ChangeFrame& frame, const Node& target) : m_Host(
 }
 
 WriteOperation::~WriteOperation() {
+    m_Host.Lock().AssertHeld();
     if (!IsOutermost() || m_IsCommitted) return;
     m_Host.m_pOperation = nullptr;
     m_Host.NextGeneration();
@@ -86,6 +88,7 @@ WriteOperation::~WriteOperation() {
 }
 
 void WriteOperation::Commit() {
+    m_Host.Lock().AssertHeld();
     if (!IsOutermost()) return;
     m_IsCommitted = true;
     m_Host.m_pOperation = nullptr;
@@ -100,15 +103,18 @@ void WriteOperation::Commit() {
 }
 
 void WriteOperation::MarkTerminals(bool areTerminals) {
+    m_Host.Lock().AssertHeld();
     for (const NodeIndex node : m_Terminals)
         m_Host.m_States[node].isTerminal = areTerminals;
 }
 
 void WriteOperation::NotePassed(NodeHost& host, NodeIndex node) {
+    host.Lock().AssertHeld();
     if (host.m_pOperation) host.m_pOperation->m_Touched.push_back(node);
 }
 
 void WriteOperation::NoteTerminal(NodeHost& host, NodeIndex node) {
+    host.Lock().AssertHeld();
     host.NextGeneration();
     if (!host.m_pOperation) return;
     host.m_pOperation->m_Touched.push_back(node);

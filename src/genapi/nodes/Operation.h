@@ -14,7 +14,8 @@ namespace genapi {
 // frame. bound to a thread
 class ChangeFrame {
 public:
-    explicit ChangeFrame(NodeHost& host);
+    // The lock is held from here to Finish or the end, which the analysis cannot follow through its conditions.
+    explicit ChangeFrame(NodeHost& host) TAVIX_NO_THREAD_SAFETY_ANALYSIS;
     ~ChangeFrame();
     ChangeFrame(const ChangeFrame&) = delete;
     ChangeFrame& operator=(const ChangeFrame&) = delete;
@@ -32,7 +33,7 @@ public:
 
 private:
     using Callbacks = std::vector<RegisteredCallback>;
-    void Release();
+    void Release() TAVIX_NO_THREAD_SAFETY_ANALYSIS;
     void TakeOver(const Callbacks& outside);
     static void Call(const Callbacks& callbacks, GenApi::ECallbackType type);
 

@@ -120,8 +120,8 @@ bool HasValueForm(NodeType type, const PropertyRecord& record) {
     case P::Inc:
     case P::ValueIndexed:
     case P::ValueDefault:
-    case P::Constant:
         return IsNumber(type, value);
+    case P::Constant: // of a fraction in an integer formula as well as a number written there
     case P::NumericValue:
         return ParseFloat(value).has_value();
     case P::Address:
@@ -213,6 +213,22 @@ bool IsVitalLink(PropertyId id) {
         return false;
     default:
         return IsLink(id);
+    }
+}
+
+bool IsVitalProperty(PropertyId id) {
+    switch (id) {
+    case P::Visibility:
+    case P::IsDeprecated:
+    case P::Streamable:
+    case P::Representation:
+    case P::DisplayNotation:
+    case P::DisplayPrecision:
+    case P::PollingTime:
+    case P::IsFeature:
+        return false;
+    default:
+        return true;
     }
 }
 

@@ -13,6 +13,9 @@ namespace genapi {
 // Links whose target has to exist for the node to be of use. A dangling one of the others is left out.
 [[nodiscard]] bool IsVitalLink(PropertyId id);
 
+// A malformed one makes the node unusable. Of the others, which concern presentation and polling, it is left out.
+[[nodiscard]] bool IsVitalProperty(PropertyId id);
+
 // Links over which the node hears of a change of the target.
 [[nodiscard]] bool IsDependencyLink(PropertyId id);
 

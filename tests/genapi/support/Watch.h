@@ -11,8 +11,9 @@ namespace genapi_test {
 inline bool IsLockFree(const GenApi::INodeMap& map) {
     bool isFree = false;
     std::thread([&] {
-        isFree = map.GetLock().TryLock();
-        if (isFree) map.GetLock().Unlock();
+        if (!map.GetLock().TryLock()) return;
+        isFree = true;
+        map.GetLock().Unlock();
     }).join();
     return isFree;
 }
