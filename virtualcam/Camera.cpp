@@ -7,7 +7,8 @@
 namespace virtualcam {
 namespace {
 
-constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0200 | 0x0400 | 0x0800;
+constexpr std::uint64_t kCapability = 0x0001 | 0x0004 | 0x0008 | 0x0200 | 0x0400 | 0x0800 | 0x1000;
+constexpr std::uint64_t kMultiEvent = 0x0002; // bit of the configuration
 constexpr std::uint64_t kFamilyCapability = 0x0100;
 constexpr std::uint64_t kOptionalCapabilities = 0x0001 | 0x0400; // user-defined name, byte order
 constexpr std::uint32_t kTransferLength = 16384;
@@ -39,6 +40,7 @@ ControlLimits LimitsOf(const CameraSettings& settings) {
     limits.maximumAcknowledge = Plausible(settings.registers.maximumAcknowledge.value_or(kTransferLength));
     limits.responseTime = settings.registers.responseTime.value_or(kResponseTime);
     limits.largestRead = settings.registers.largestRead.value_or(0);
+    limits.singleRegisterReads = settings.registers.singleRegisterReads;
     if (settings.registers.bootMs != 0) limits.awake = Clock::Now() + milliseconds(settings.registers.bootMs);
     return limits;
 }
@@ -48,6 +50,7 @@ ControlLimits LimitsOf(const CameraSettings& settings) {
 Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host)
     : m_Settings(settings), m_Persistent(persistent), m_Host(host),
       m_Events(PacketSize(settings.speed), settings.queuedEvents) {
+    m_Events.SetFaults(settings.faults.events);
     const ControlLimits limits = LimitsOf(settings);
     m_Control = std::make_unique<ControlChannel>(m_Registers, limits);
     m_Control->SetFaults(settings.faults.control);
@@ -58,6 +61,8 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
     AddEventRegisters(limits.packetSize);
     AddManifest(manifest);
     AddFeatures();
+    for (const std::uint64_t address : settings.registers.absent)
+        if (address <= abrm::kLast) m_Registers.Remove(address);
 }
 
 void Camera::AddIdentity() {
@@ -87,20 +92,27 @@ void Camera::AddTechnology() {
                                       m_Settings.registers.responseTime.value_or(kResponseTime));
     registers.AddValue<std::uint64_t>(abrm::kManifestAddress, Access::ReadOnly, memory::kManifest);
     registers.AddValue<std::uint64_t>(abrm::kSbrmAddress, Access::ReadOnly, memory::kSbrm);
-    registers.AddValue<std::uint64_t>(abrm::kConfiguration, Access::ReadWrite, 0).check =
-        [](const std::uint8_t* wanted) {
-            return Load<std::uint64_t>(wanted) == 0 ? Status::Success : Status::InvalidParameter;
-        };
+    AddConfiguration();
     registers.AddValue<std::uint64_t>(abrm::kTimestamp, Access::ReadOnly, 0);
     Register& latch = registers.AddValue<std::uint32_t>(abrm::kTimestampLatch, Access::WriteOnly, 0);
     latch.written = [this, &latch] {
-        if ((Load<std::uint32_t>(latch.bytes.data()) & 1) != 0)
-            m_Registers.Set(abrm::kTimestamp, m_Clock.Nanoseconds());
+        const bool latched = (Load<std::uint32_t>(latch.bytes.data()) & 1) != 0;
+        if (latched && m_Registers.Has(abrm::kTimestamp)) m_Registers.Set(abrm::kTimestamp, m_Clock.Nanoseconds());
         latch.bytes.assign(latch.bytes.size(), 0);
     };
     registers.AddValue<std::uint64_t>(abrm::kTimestampIncrement, Access::ReadOnly, 1);
     if (missing != 0) return;
     registers.AddValue<std::uint32_t>(abrm::kImplementationEndianness, Access::ReadOnly, 0xFFFFFFFF);
+}
+
+void Camera::AddConfiguration() {
+    Register& configuration = m_Registers.AddValue<std::uint64_t>(abrm::kConfiguration, Access::ReadWrite, 0);
+    configuration.check = [](const std::uint8_t* wanted) {
+        return (Load<std::uint64_t>(wanted) & ~kMultiEvent) == 0 ? Status::Success : Status::InvalidParameter;
+    };
+    configuration.written = [this, &configuration] {
+        m_Events.GatherSeveral((Load<std::uint64_t>(configuration.bytes.data()) & kMultiEvent) != 0);
+    };
 }
 
 void Camera::AddUsbRegisters() {
@@ -198,6 +210,7 @@ void Camera::AddEventRegisters(std::size_t packetSize) {
 
 void Camera::RaiseEvent(std::uint16_t id, const Bytes& data) {
     if (m_Events.Raise(id, m_Clock.Nanoseconds(), data)) m_Host.EventQueued();
+    if (m_Events.TakeHalt()) m_Host.HaltEvents();
 }
 
 void Camera::DisableStream() {
@@ -219,6 +232,8 @@ void Camera::DisableEvents() {
 void Camera::ResetInterfaces() {
     DisableStream();
     DisableEvents();
+    m_Events.GatherSeveral(false);
+    if (m_Registers.Has(abrm::kConfiguration)) m_Registers.Set<std::uint64_t>(abrm::kConfiguration, 0);
     m_Control->Abort();
     for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
                                         sirm::kFinal1Size, sirm::kFinal2Size, sirm::kMaximumTrailer})

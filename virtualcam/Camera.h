@@ -33,6 +33,7 @@ public:
     virtual bool IsEventHalted() const = 0;
     virtual void StreamAvailable() = 0; ///< there may be something to send on the stream
     virtual void EventQueued() = 0;
+    virtual void HaltEvents() = 0;     ///< the event endpoint is to halt
     virtual void ResetRequested() = 0; ///< the camera wants to restart
 
 protected:
@@ -89,6 +90,7 @@ private:
 
     void AddIdentity();
     void AddTechnology();
+    void AddConfiguration();
     void AddUsbRegisters();
     void AddStreamRegisters();
     void AddEventRegisters(std::size_t packetSize);

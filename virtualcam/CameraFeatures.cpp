@@ -48,7 +48,9 @@ void Camera::AddDeviceControl(const FeatureMaker& make) {
 }
 
 void Camera::PayloadChanged() {
-    const std::size_t payload = m_Chunks->Plan().PayloadBytes(m_Format->Get().ImageBytes());
+    const ChunkPlan plan = m_Chunks->Plan();
+    const std::size_t extra = plan.active ? 0 : m_Settings.registers.extraPayload;
+    const std::size_t payload = plan.PayloadBytes(m_Format->Get().ImageBytes()) + extra;
     m_Registers.Set(reg::kPayloadSize, static_cast<std::uint32_t>(payload));
     m_Registers.Set<std::uint64_t>(sirm::kRequiredPayload, m_Settings.registers.zeroPayloadSize ? 0 : payload);
 }

@@ -93,6 +93,8 @@ Bytes ControlChannel::ReadMem(const Command& command) {
     const bool tooLong = m_Limits.largestRead != 0 && count > m_Limits.largestRead;
     if (count == 0 || count + kHeaderSize > m_Limits.maximumAcknowledge || tooLong)
         return Acknowledge(Status::InvalidParameter, command.id, command.request);
+    if (m_Limits.singleRegisterReads && !m_Registers.IsWithinOne(*command.Address(), count))
+        return Acknowledge(Status::InvalidAddress, command.id, command.request);
     Bytes packet = Acknowledge(Status::Success, command.id, command.request, count);
     const Status status = m_Registers.Read(*command.Address(), packet.data() + kHeaderSize, count);
     return status == Status::Success ? packet : Acknowledge(status, command.id, command.request);
@@ -153,10 +155,15 @@ bool ControlChannel::RunTimers(TimePoint now) {
 
 // --- scripted faults
 
+bool ControlChannel::Hits(const ControlFaultRule& rule, const Command& command) const {
+    if (rule.command && *rule.command != command.id) return false;
+    if (rule.address && rule.address != command.Address()) return false;
+    return !rule.whileStreaming || m_Registers.Get<std::uint32_t>(sirm::kControl) != 0;
+}
+
 std::optional<ControlFaultRule> ControlChannel::NextFault(const Command& command) {
     for (auto rule = m_Faults.begin(); rule != m_Faults.end(); ++rule) {
-        if (rule->command && *rule->command != command.id) continue;
-        if (rule->address && rule->address != command.Address()) continue;
+        if (!Hits(*rule, command)) continue;
         if (rule->skip != 0) {
             --rule->skip;
             continue;
@@ -201,11 +208,23 @@ CommandEffect ControlChannel::FinishExecuted(const ControlFaultRule& rule, const
         return effect;
     case ControlFault::NoAnswer:
         return effect;
+    case ControlFault::EmptyAnswer:
+        m_Acknowledges.Push({});
+        return effect;
     case ControlFault::Late:
     case ControlFault::Pending:
     case ControlFault::PendingThenNothing:
         FinishPending(rule, command, std::move(acknowledge), now);
         return effect;
+    default:
+        SpoilAcknowledge(rule, command, acknowledge);
+        Finish(command, std::move(acknowledge), now);
+        return effect;
+    }
+}
+
+void ControlChannel::SpoilAcknowledge(const ControlFaultRule& rule, const Command& command, Bytes& acknowledge) {
+    switch (rule.fault) {
     case ControlFault::StaleId: {
         Bytes stale = acknowledge;
         Store<std::uint16_t>(stale.data() + 10, static_cast<std::uint16_t>(command.request - 1));
@@ -242,8 +261,6 @@ CommandEffect ControlChannel::FinishExecuted(const ControlFaultRule& rule, const
     default:
         break;
     }
-    Finish(command, std::move(acknowledge), now);
-    return effect;
 }
 
 void ControlChannel::FinishPending(const ControlFaultRule& rule, const Command& command, Bytes acknowledge,

@@ -18,7 +18,8 @@ struct ControlLimits {
     std::uint32_t maximumAcknowledge = 0;
     std::uint32_t responseTime = 0; ///< ms
     std::uint32_t largestRead = 0;  ///< bytes; 0: what the acknowledge holds
-    TimePoint awake{};              ///< nothing is answered before
+    bool singleRegisterReads = false;
+    TimePoint awake{}; ///< nothing is answered before
 };
 
 /// What a command did to the channel itself.
@@ -77,12 +78,14 @@ private:
     Bytes m_LastCommand;
     Bytes m_LastAcknowledge;
 
+    bool Hits(const ControlFaultRule& rule, const Command& command) const;
     std::optional<ControlFaultRule> NextFault(const Command& command);
     Bytes Execute(const Command& command);
     Bytes ReadMem(const Command& command);
     Bytes WriteMem(const Command& command);
     void Finish(const Command& command, Bytes acknowledge, TimePoint now);
     CommandEffect FinishWith(const ControlFaultRule& rule, const Command& command, TimePoint now);
+    void SpoilAcknowledge(const ControlFaultRule& rule, const Command& command, Bytes& acknowledge);
     CommandEffect FinishExecuted(const ControlFaultRule& rule, const Command& command, TimePoint now);
     void FinishPending(const ControlFaultRule& rule, const Command& command, Bytes acknowledge, TimePoint now);
     void PushPending(std::uint16_t request, std::uint32_t ms);

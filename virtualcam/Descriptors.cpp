@@ -17,6 +17,10 @@ int IndexOf(Text text) {
     return static_cast<int>(text);
 }
 
+bool HasText(const CameraSettings& settings, Text text) {
+    return !settings.registers.stringIndexZero && (text != Text::Family || !settings.family.empty());
+}
+
 } // namespace
 
 Descriptors::Descriptors(const CameraSettings& settings)
@@ -81,7 +85,7 @@ void Descriptors::BuildConfiguration(const CameraSettings& settings) {
     Append<std::uint32_t>(set, kGenCpVersion);
     Append<std::uint32_t>(set, kU3vVersion);
     for (Text text = Text::Guid; text <= Text::UserName; text = static_cast<Text>(IndexOf(text) + 1))
-        set.push_back(static_cast<std::uint8_t>(text == Text::Family && settings.family.empty() ? 0 : IndexOf(text)));
+        set.push_back(static_cast<std::uint8_t>(HasText(settings, text) ? IndexOf(text) : 0));
     set.push_back(static_cast<std::uint8_t>(0x0C | SpeedBit(settings.speed)));
     if (settings.registers.longDeviceInfo) Add(set, {0xAB, 0xCD});
     AddEndpoint(kControlOut, 0);

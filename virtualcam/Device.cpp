@@ -47,9 +47,9 @@ void Device::SetListener(DeviceListener* listener) {
 
 PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_Camera) return {PipeStatus::Gone, 0};
-    if (endpoint != kControlOut) return {PipeStatus::Error, 0};
-    if (IsHaltedLocked(endpoint)) return {PipeStatus::Stall, 0};
+    if (endpoint != kControlOut) return {m_Camera ? PipeStatus::Error : PipeStatus::Gone, 0};
+    const PipeStatus obstacle = ObstacleLocked(endpoint);
+    if (obstacle != PipeStatus::Complete) return {obstacle, 0};
     const TimePoint now = Clock::Now();
     m_Camera->Control().RunTimers(now);
     const CommandEffect effect = m_Camera->Control().Receive(data, length, now);
@@ -57,7 +57,7 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
     if (!effect.accepted) return {PipeStatus::NotYet, 0};
     if (effect.unplug) {
         UnplugLocked();
-        return {PipeStatus::Gone, 0};
+        return {ObstacleLocked(endpoint), 0};
     }
     if (effect.haltIn) SetHaltLocked(kControlIn);
     if (effect.haltOut) SetHaltLocked(kControlOut);
@@ -69,8 +69,8 @@ PipeAnswer Device::In(std::uint8_t address, std::uint8_t* buffer, std::size_t ro
     const std::uint8_t endpoint = RoleOf(address);
     if (endpoint == kStreamIn) return StreamIn(buffer, room);
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_Camera) return {PipeStatus::Gone, 0};
-    if (IsHaltedLocked(endpoint)) return {PipeStatus::Stall, 0};
+    const PipeStatus obstacle = ObstacleLocked(endpoint);
+    if (obstacle != PipeStatus::Complete) return {obstacle, 0};
     if (endpoint == kEventIn) return m_Camera->Events().Take(buffer, room);
     if (endpoint != kControlIn) return {PipeStatus::Error, 0};
     m_Camera->Control().RunTimers(Clock::Now());
@@ -83,61 +83,6 @@ void Device::RequestService(std::uint8_t endpoint) {
     Post(RoleOf(endpoint));
 }
 
-// --- plug
-
-bool Device::IsPlugged() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Camera != nullptr;
-}
-
-void Device::Plug() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_Camera) PlugLocked();
-    Reschedule(DeadlineLocked());
-}
-
-void Device::Unplug() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera) UnplugLocked();
-    m_Replug.reset();
-}
-
-void Device::PlugLocked() {
-    m_Halts = 0;
-    m_Mute = false;
-    m_Configuration = 1;
-    m_Replug.reset();
-    m_Restart.reset();
-    CameraHost& host = *this;
-    m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
-    m_Camera->Control().SetFaults(m_Faults.control);
-    {
-        const std::lock_guard<std::mutex> stream(m_StreamLock);
-        m_Stream.SetFaults(m_Faults.stream);
-    }
-    ++m_Generation;
-    Post(Notice::Plugged);
-}
-
-void Device::UnplugLocked() {
-    m_Camera->DisableStream();
-    m_Camera.reset();
-    ++m_Generation;
-    m_Restart.reset();
-    m_Faults.control.clear(); // what is scripted happens once, not again after coming back
-    m_Faults.stream.clear();
-    if (m_Faults.replugAfterMs >= 0) m_Replug = Clock::Now() + milliseconds(m_Faults.replugAfterMs);
-    Post(Notice::Unplugged);
-    Reschedule(DeadlineLocked());
-}
-
-void Device::BusReset() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_Camera) return;
-    m_Camera->ResetInterfaces();
-    m_Halts = 0;
-}
-
 // --- camera host
 
 void Device::ResetRequested() {
@@ -147,15 +92,16 @@ void Device::ResetRequested() {
 // --- the device's own thread
 
 std::optional<TimePoint> Device::DeadlineLocked() const {
-    std::optional<TimePoint> deadline = Earlier(m_Replug, m_Restart);
+    std::optional<TimePoint> deadline = Earlier(Earlier(m_Replug, m_Restart), m_Leaving);
     if (m_Camera) deadline = Earlier(deadline, m_Camera->Deadline());
     return deadline;
 }
 
 void Device::RunTimersLocked(TimePoint now) {
     if (m_Replug && now >= *m_Replug) PlugLocked();
+    if (m_Leaving && now >= *m_Leaving) LeaveLocked();
     if (m_Restart && now >= *m_Restart) {
-        UnplugLocked();
+        LeaveLocked();
         m_Replug = now + milliseconds(kRestartTimeMs);
     }
     if (!m_Camera) return;
@@ -257,7 +203,10 @@ void Device::FireRawEvent(const Bytes& message) {
 void Device::SetFaults(const FaultScript& faults) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     m_Faults = faults;
-    if (m_Camera) m_Camera->Control().SetFaults(faults.control);
+    if (m_Camera) {
+        m_Camera->Control().SetFaults(faults.control);
+        m_Camera->Events().SetFaults(faults.events);
+    }
     const std::lock_guard<std::mutex> stream(m_StreamLock);
     m_Stream.SetFaults(faults.stream);
 }

@@ -100,6 +100,7 @@ private:
     bool m_OutRefused = false;
     std::optional<TimePoint> m_Replug;
     std::optional<TimePoint> m_Restart;
+    std::optional<TimePoint> m_Leaving; // until then transfers fail, then it is gone
 
     std::mutex m_StreamLock;
     StreamChannel m_Stream; // guarded by m_StreamLock
@@ -125,12 +126,13 @@ private:
     bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
     void StreamAvailable() override { Post(kStreamIn); }
     void EventQueued() override { Post(kEventIn); }
+    void HaltEvents() override { SetHaltLocked(kEventIn); }
     void ResetRequested() override;
 
     // the stream
     PipeAnswer StreamIn(std::uint8_t* buffer, std::size_t room);
     bool BeginBlock();
-    void StreamBroke(PipeStatus status);
+    PipeStatus StreamBroke(PipeStatus status);
 
     // endpoint 0; under m_Lock
     PipeAnswer Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const;
@@ -144,9 +146,13 @@ private:
     void SetHaltLocked(std::uint8_t endpoint);
     void ClearHaltLocked(std::uint8_t endpoint);
 
+    /// What keeps a transfer from the endpoint; Complete when nothing does.
+    PipeStatus ObstacleLocked(std::uint8_t endpoint) const;
+
     // the device's own doing
     void PlugLocked();
     void UnplugLocked();
+    void LeaveLocked();
     std::optional<TimePoint> DeadlineLocked() const;
     void RunTimersLocked(TimePoint now);
     void Reschedule(std::optional<TimePoint> deadline);

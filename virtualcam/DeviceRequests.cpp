@@ -20,6 +20,7 @@ constexpr PipeAnswer kDone{PipeStatus::Complete, 0};
 PipeAnswer Device::Control(const usb::ControlSetup& setup, std::uint8_t* data) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) return {PipeStatus::Gone, 0};
+    if (m_Leaving) return {PipeStatus::Error, 0};
     if ((setup.requestType & kTypeMask) == kVendorType) return ScratchRequest(setup, data);
     if ((setup.requestType & kTypeMask) != 0) return kRefused;
     if (setup.request == request::kGetDescriptor) return GetDescriptor(setup, data);

@@ -37,8 +37,8 @@ void Device::StreamEnabled(bool on) {
 PipeAnswer Device::StreamIn(std::uint8_t* buffer, std::size_t room) {
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
-        if (!m_Camera) return {PipeStatus::Gone, 0};
-        if (IsHaltedLocked(kStreamIn)) return {PipeStatus::Stall, 0};
+        const PipeStatus obstacle = ObstacleLocked(kStreamIn);
+        if (obstacle != PipeStatus::Complete) return {obstacle, 0};
         if (m_Mute) return {PipeStatus::NotYet, 0};
     }
     std::size_t done = 0;
@@ -52,8 +52,8 @@ PipeAnswer Device::StreamIn(std::uint8_t* buffer, std::size_t room) {
         }
         done += answer.bytes;
         if (answer.status == PipeStatus::NotYet && wantsFrame && BeginBlock()) continue;
-        if (answer.status != PipeStatus::NotYet && answer.status != PipeStatus::Complete) StreamBroke(answer.status);
-        return {answer.status, done};
+        const bool goesOn = answer.status == PipeStatus::NotYet || answer.status == PipeStatus::Complete;
+        return {goesOn ? answer.status : StreamBroke(answer.status), done};
     }
 }
 
@@ -70,11 +70,14 @@ bool Device::BeginBlock() {
     return true;
 }
 
-void Device::StreamBroke(PipeStatus status) {
+// The scripted end of a transfer, as the host sees it.
+PipeStatus Device::StreamBroke(PipeStatus status) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_Camera) return;
+    if (!m_Camera) return PipeStatus::Gone;
     if (status == PipeStatus::Stall) SetHaltLocked(kStreamIn);
-    if (status == PipeStatus::Gone) UnplugLocked();
+    if (status != PipeStatus::Gone) return status;
+    UnplugLocked();
+    return ObstacleLocked(kStreamIn);
 }
 
 } // namespace virtualcam

@@ -26,6 +26,7 @@ enum class ControlFault {
     StallOut,           ///< the OUT endpoint halts on the command
     ZeroWritten,        ///< a write's acknowledge says that no byte was written, and no error
     ZeroLength,         ///< an empty packet comes before the acknowledge
+    EmptyAnswer,        ///< an empty packet comes in place of the acknowledge
     Oversize,           ///< `value` bytes more than announced follow the acknowledge
     Deaf,  ///< nothing is executed or answered any more until the channel's endpoints are halted or cleared
     Unplug ///< the device leaves the bus on the command
@@ -39,6 +40,7 @@ struct ControlFaultRule {
     unsigned count = 1;
     std::optional<std::uint16_t> command; ///< only this command id
     std::optional<std::uint64_t> address; ///< only accesses that begin at this address
+    bool whileStreaming = false;          ///< only while stream enable is set
 };
 
 enum class StreamFault {
@@ -75,17 +77,39 @@ struct StreamFaultRule {
     std::uint64_t count = 1;
 };
 
+enum class EventFault {
+    Lost,           ///< the message is not sent
+    Duplicate,      ///< the message is sent twice
+    WrongPrefix,    ///< the message begins with another magic
+    Truncated,      ///< only the first `value` bytes of the message are sent
+    WrongLength,    ///< the length field counts `value` bytes more than there are
+    WrongEntrySize, ///< the entry's size field is `value`, which is only right to have among several events
+    MaximumLength,  ///< zeros fill the message up to the largest that the device announces
+    Burst,          ///< the message is sent `value` times
+    Halt            ///< the event endpoint halts in its place
+};
+
+/// Hits `count` events (0: all) after `skip` ones passed.
+struct EventFaultRule {
+    EventFault fault = EventFault::Lost;
+    std::uint32_t value = 0;
+    unsigned skip = 0;
+    unsigned count = 1;
+};
+
 struct FaultScript {
     unsigned refuseOpens = 0;  ///< opens answered with Access
     unsigned refuseClaims = 0; ///< claims answered with Busy
     std::vector<ControlFaultRule> control;
     std::vector<StreamFaultRule> stream;
+    std::vector<EventFaultRule> events;
     unsigned refuseStreamEnable = 0;           ///< how often stream enable is refused ...
     std::uint16_t streamEnableStatus = 0xA004; ///< ... with this status
     bool haltOnStreamDisable = false;          ///< the stream endpoint halts when stream enable is cleared
     bool muteUntilClearHalt = false;           ///< a stream that was stopped sends nothing more before a clear halt
     bool dieOnSetHalt = false;                 ///< the device leaves the bus when the host halts an endpoint
     int replugAfterMs = -1;                    ///< after a scripted unplug the device comes back; -1: never
+    unsigned unplugErrorsMs = 0; ///< for so long before it leaves the bus every transfer fails with a line error
 };
 
 /// What the description in the device's memory suffers from.
@@ -97,6 +121,7 @@ enum class ManifestFault {
     WrongFormatFlag, ///< zipped, but the entry says plain
     WrongZipFlag,    ///< plain, but the entry says zipped
     TrailingZeros,   ///< plain, and the file is longer than its text
+    LargerSize,      ///< zipped, the entry counts bytes behind the archive as well
     CorruptZip,      ///< bytes inside the archive are damaged, the hash is right
     StoredZip,       ///< the archive's member is not compressed
     NoRoot,          ///< well-formed XML without the category Root
@@ -115,6 +140,9 @@ struct RegisterFaults {
     std::uint32_t largestTransfer = 0;        ///< payload transfers end after so many bytes; 0: no limit
     std::uint32_t bootMs = 0;                 ///< so long after power-on the control channel does not answer
     bool missingOptional = false;             ///< registers that a camera need not have are not there
+    std::vector<std::uint64_t> absent; ///< bootstrap registers, by address, that are refused although they are promised
+    bool singleRegisterReads = false;  ///< a read that goes beyond one register is refused
+    std::uint32_t extraPayload = 0;    ///< zeros behind an image without chunk data that belong to the payload
     bool zeroLeaderSize = false;
     bool zeroTrailerSize = false;
     bool zeroPayloadSize = false;
@@ -122,6 +150,7 @@ struct RegisterFaults {
     bool lateAlignmentCheck = false; ///< unaligned sizes are accepted and refused only at stream enable
     ManifestFault manifest = ManifestFault::None;
     bool noStreamInterface = false;   ///< the descriptors have none
+    bool stringIndexZero = false;     ///< the Device Info descriptor names no string
     bool longDeviceInfo = false;      ///< the Device Info descriptor has two bytes more than today's
     bool unreadableStrings = false;   ///< string descriptors are refused
     bool asymmetricEndpoints = false; ///< the endpoints of the control interface have different numbers

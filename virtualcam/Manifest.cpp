@@ -25,6 +25,7 @@ constexpr std::uint32_t kSchemaAndType = 0x01010000;        // schema 1.1, a cam
 constexpr std::uint32_t kForeignSchemaAndType = 0x02000000; // a schema that nobody knows yet
 constexpr std::uint32_t kZipFlag = 0x0400;
 constexpr std::size_t kTrailingZeros = 100;
+constexpr std::size_t kExtraSize = 64; // counted by an entry of too large a size
 
 struct File {
     Bytes bytes;
@@ -140,15 +141,16 @@ Manifest BuildManifest(ManifestFault fault, const std::string& descriptionPath) 
     Manifest manifest;
     manifest.table.resize(kCountSize + kEntrySize * std::max<std::size_t>(files.size(), 1));
     Store<std::uint64_t>(manifest.table.data(), fault == ManifestFault::HugeCount ? 0x7FFFFFFFFFFFFFFF : files.size());
+    const std::size_t extra = fault == ManifestFault::LargerSize ? kExtraSize : 0;
     std::uint8_t* entry = manifest.table.data() + kCountSize;
     for (const File& file : files) {
         Store<std::uint32_t>(entry, file.version);
         Store<std::uint32_t>(entry + 4, file.type);
         Store<std::uint64_t>(entry + 8, memory::kDescription + manifest.files.size());
-        Store<std::uint64_t>(entry + 16, file.bytes.size());
+        Store<std::uint64_t>(entry + 16, file.bytes.size() + extra);
         std::copy(file.hash.begin(), file.hash.end(), entry + 24);
         manifest.files.insert(manifest.files.end(), file.bytes.begin(), file.bytes.end());
-        manifest.files.resize((manifest.files.size() + 63) / 64 * 64);
+        manifest.files.resize((manifest.files.size() + extra + 63) / 64 * 64);
         entry += kEntrySize;
     }
     if (manifest.files.empty()) manifest.files.resize(64);

@@ -26,6 +26,10 @@ void Pipe::Push(Bytes message, bool terminated) {
     m_Messages.push_back({std::move(message), 0, emptyPacketDue});
 }
 
+Bytes* Pipe::FindUntouched() {
+    return m_Messages.empty() || m_Messages.back().sent != 0 ? nullptr : &m_Messages.back().bytes;
+}
+
 PipeAnswer Pipe::Take(std::uint8_t* buffer, std::size_t room) {
     PipeAnswer answer;
     while (!m_Messages.empty()) {

@@ -46,6 +46,8 @@ public:
     /// Moves bytes into the rest of one host transfer.
     PipeAnswer Take(std::uint8_t* buffer, std::size_t room);
     void Clear() { m_Messages.clear(); }
+    /// The newest message, to be lengthened; null when there is none or some of it has been taken.
+    Bytes* FindUntouched();
     std::size_t Size() const { return m_Messages.size(); }
 
 private:

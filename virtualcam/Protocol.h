@@ -60,6 +60,7 @@ inline constexpr std::uint64_t kTimestamp = 0x01F0;
 inline constexpr std::uint64_t kTimestampLatch = 0x01F8;
 inline constexpr std::uint64_t kTimestampIncrement = 0x01FC;
 inline constexpr std::uint64_t kImplementationEndianness = 0x020C;
+inline constexpr std::uint64_t kLast = 0xFFFF;
 inline constexpr std::size_t kTextSize = 64;
 } // namespace abrm
 

@@ -28,6 +28,11 @@ RegisterSpace::Iterator RegisterSpace::Containing(std::uint64_t address) {
     return address - candidate->first < candidate->second.bytes.size() ? candidate : m_Registers.end();
 }
 
+bool RegisterSpace::IsWithinOne(std::uint64_t address, std::size_t length) {
+    const auto found = Containing(address);
+    return found == m_Registers.end() || length <= found->second.bytes.size() - (address - found->first);
+}
+
 // Calls visit(register, offset in it, bytes, offset in the access) for each register of the range, first to last.
 template<class F>
 Status RegisterSpace::Walk(std::uint64_t address, std::size_t length, F&& visit) {

@@ -43,6 +43,10 @@ public:
     /// Writes as a host command does, all or nothing: every register touched must be writable and accept its new value.
     Status Write(std::uint64_t address, const std::uint8_t* from, std::size_t length);
 
+    /// Takes a register away; nothing when there is none at exactly this address.
+    void Remove(std::uint64_t address) { m_Registers.erase(address); }
+    /// True when one register holds all these bytes, or none holds the first.
+    bool IsWithinOne(std::uint64_t address, std::size_t length);
     bool Has(std::uint64_t address) const { return m_Registers.count(address) != 0; }
     /// The register at exactly this address; it must exist.
     Register& At(std::uint64_t address) { return m_Registers.at(address); }

@@ -5,11 +5,8 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
-#include "virtualcam/FaultScript.h"
+#include "virtualcam/SettingsReader.h"
 
 namespace virtualcam {
 namespace {
@@ -17,131 +14,24 @@ namespace {
 using nlohmann::json;
 
 constexpr unsigned kMaximumCameras = 32;
+constexpr const char* kTooMany = "there may be at most 32 cameras";
 
-template<class E>
-struct Named {
-    const char* name;
-    E value;
-};
-
-constexpr Named<usb::Speed> kSpeeds[] = {
-    {"High", usb::Speed::High}, {"Super", usb::Speed::Super}, {"SuperPlus", usb::Speed::SuperPlus}};
-
-constexpr Named<ControlFault> kControlFaults[] = {{"NoAnswer", ControlFault::NoAnswer},
-                                                  {"Late", ControlFault::Late},
-                                                  {"StaleId", ControlFault::StaleId},
-                                                  {"Duplicate", ControlFault::Duplicate},
-                                                  {"WrongPrefix", ControlFault::WrongPrefix},
-                                                  {"Truncated", ControlFault::Truncated},
-                                                  {"WrongRequestId", ControlFault::WrongRequestId},
-                                                  {"WrongCommandId", ControlFault::WrongCommandId},
-                                                  {"Pending", ControlFault::Pending},
-                                                  {"PendingThenNothing", ControlFault::PendingThenNothing},
-                                                  {"Busy", ControlFault::Busy},
-                                                  {"Status", ControlFault::Status},
-                                                  {"MissingScd", ControlFault::MissingScd},
-                                                  {"StallIn", ControlFault::StallIn},
-                                                  {"StallOut", ControlFault::StallOut},
-                                                  {"ZeroWritten", ControlFault::ZeroWritten},
-                                                  {"ZeroLength", ControlFault::ZeroLength},
-                                                  {"Oversize", ControlFault::Oversize},
-                                                  {"Deaf", ControlFault::Deaf},
-                                                  {"Unplug", ControlFault::Unplug}};
-
-constexpr Named<StreamFault> kStreamFaults[] = {{"LostLeader", StreamFault::LostLeader},
-                                                {"LostTrailer", StreamFault::LostTrailer},
-                                                {"Swapped", StreamFault::Swapped},
-                                                {"LeaderMagic", StreamFault::LeaderMagic},
-                                                {"TrailerMagic", StreamFault::TrailerMagic},
-                                                {"Truncated", StreamFault::Truncated},
-                                                {"IdGap", StreamFault::IdGap},
-                                                {"IdMismatch", StreamFault::IdMismatch},
-                                                {"Discarded", StreamFault::Discarded},
-                                                {"Overrun", StreamFault::Overrun},
-                                                {"Overflow", StreamFault::Overflow},
-                                                {"Stall", StreamFault::Stall},
-                                                {"LineError", StreamFault::LineError},
-                                                {"Unplug", StreamFault::Unplug},
-                                                {"ZeroValidSize", StreamFault::ZeroValidSize},
-                                                {"ShortHeight", StreamFault::ShortHeight},
-                                                {"LessLines", StreamFault::LessLines},
-                                                {"EmptyLeader", StreamFault::EmptyLeader},
-                                                {"EmptyTrailer", StreamFault::EmptyTrailer},
-                                                {"LongLeader", StreamFault::LongLeader},
-                                                {"PayloadType", StreamFault::PayloadType},
-                                                {"LeftOver", StreamFault::LeftOver},
-                                                {"Padding", StreamFault::Padding}};
-
-constexpr Named<ManifestFault> kManifestFaults[] = {{"None", ManifestFault::None},
-                                                    {"PlainXml", ManifestFault::PlainXml},
-                                                    {"WrongHash", ManifestFault::WrongHash},
-                                                    {"ZeroHash", ManifestFault::ZeroHash},
-                                                    {"WrongFormatFlag", ManifestFault::WrongFormatFlag},
-                                                    {"WrongZipFlag", ManifestFault::WrongZipFlag},
-                                                    {"TrailingZeros", ManifestFault::TrailingZeros},
-                                                    {"CorruptZip", ManifestFault::CorruptZip},
-                                                    {"StoredZip", ManifestFault::StoredZip},
-                                                    {"NoRoot", ManifestFault::NoRoot},
-                                                    {"SeveralEntries", ManifestFault::SeveralEntries},
-                                                    {"NoEntries", ManifestFault::NoEntries},
-                                                    {"HugeCount", ManifestFault::HugeCount}};
-
-template<class E, std::size_t N>
-E ByName(const Named<E> (&table)[N], const json& name) {
-    for (const Named<E>& row : table)
-        if (name == row.name) return row.value;
-    throw std::runtime_error("unknown name " + name.dump());
-}
-
-// Reads one object; a key that nobody asked for is a mistake worth telling.
-class Reader {
-public:
-    explicit Reader(const json& object) : m_Object(object) {
-        if (!object.is_object()) throw std::runtime_error("an object is expected instead of " + object.dump());
-    }
-    const json* Find(const char* key) {
-        m_Known.push_back(key);
-        const auto found = m_Object.find(key);
-        return found == m_Object.end() ? nullptr : &*found;
-    }
-    template<class T>
-    void Value(const char* key, T& value) {
-        if (const json* found = Find(key)) value = found->get<T>();
-    }
-    template<class T>
-    void Optional(const char* key, std::optional<T>& value) {
-        if (const json* found = Find(key)) value = found->get<T>();
-    }
-    template<class E, std::size_t N>
-    void Name(const char* key, const Named<E> (&table)[N], E& value) {
-        if (const json* found = Find(key)) value = ByName(table, *found);
-    }
-    void Finish() const {
-        for (const auto& item : m_Object.items())
-            if (std::find(m_Known.begin(), m_Known.end(), item.key()) == m_Known.end())
-                throw std::runtime_error("unknown key \"" + item.key() + "\"");
-    }
-
-private:
-    const json& m_Object;
-    std::vector<std::string> m_Known;
-};
-
-ControlFaultRule ReadControlRule(const json& object) {
-    Reader reader(object);
+ControlFaultRule ReadControlRule(const json& object, const std::string& place) {
+    SettingsReader reader(object, place);
     ControlFaultRule rule;
     reader.Name("fault", kControlFaults, rule.fault);
     reader.Value("value", rule.value);
     reader.Value("skip", rule.skip);
     reader.Value("count", rule.count);
-    reader.Optional("command", rule.command);
-    reader.Optional("address", rule.address);
+    reader.Value("command", rule.command);
+    reader.Value("address", rule.address);
+    reader.Value("whileStreaming", rule.whileStreaming);
     reader.Finish();
     return rule;
 }
 
-StreamFaultRule ReadStreamRule(const json& object) {
-    Reader reader(object);
+StreamFaultRule ReadStreamRule(const json& object, const std::string& place) {
+    SettingsReader reader(object, place);
     StreamFaultRule rule;
     reader.Name("fault", kStreamFaults, rule.fault);
     reader.Value("value", rule.value);
@@ -151,50 +41,70 @@ StreamFaultRule ReadStreamRule(const json& object) {
     return rule;
 }
 
-void ReadFaults(const json& object, FaultScript& faults) {
-    Reader reader(object);
+EventFaultRule ReadEventRule(const json& object, const std::string& place) {
+    SettingsReader reader(object, place);
+    EventFaultRule rule;
+    reader.Name("fault", kEventFaults, rule.fault);
+    reader.Value("value", rule.value);
+    reader.Value("skip", rule.skip);
+    reader.Value("count", rule.count);
+    reader.Finish();
+    return rule;
+}
+
+void ReadFaults(const json& object, const std::string& place, FaultScript& faults) {
+    SettingsReader reader(object, place);
     reader.Value("refuseOpens", faults.refuseOpens);
     reader.Value("refuseClaims", faults.refuseClaims);
     reader.Value("refuseStreamEnable", faults.refuseStreamEnable);
     reader.Value("streamEnableStatus", faults.streamEnableStatus);
     reader.Value("haltOnStreamDisable", faults.haltOnStreamDisable);
+    reader.Value("replugAfterMs", faults.replugAfterMs);
+    reader.Value("unplugErrorsMs", faults.unplugErrorsMs);
     reader.Value("muteUntilClearHalt", faults.muteUntilClearHalt);
     reader.Value("dieOnSetHalt", faults.dieOnSetHalt);
-    reader.Value("replugAfterMs", faults.replugAfterMs);
-    if (const json* rules = reader.Find("control"))
-        for (const json& rule : *rules)
-            faults.control.push_back(ReadControlRule(rule));
-    if (const json* rules = reader.Find("stream"))
-        for (const json& rule : *rules)
-            faults.stream.push_back(ReadStreamRule(rule));
+    reader.ForEach("control", [&faults](const json& rule, const std::string& at) {
+        faults.control.push_back(ReadControlRule(rule, at));
+    });
+    reader.ForEach("stream", [&faults](const json& rule, const std::string& at) {
+        faults.stream.push_back(ReadStreamRule(rule, at));
+    });
+    reader.ForEach("events", [&faults](const json& rule, const std::string& at) {
+        faults.events.push_back(ReadEventRule(rule, at));
+    });
     reader.Finish();
 }
 
-void ReadRegisterFaults(const json& object, RegisterFaults& faults) {
-    Reader reader(object);
-    reader.Optional("responseTime", faults.responseTime);
-    reader.Optional("maximumCommand", faults.maximumCommand);
-    reader.Optional("maximumAcknowledge", faults.maximumAcknowledge);
-    reader.Optional("largestRead", faults.largestRead);
-    reader.Optional("streamCount", faults.streamCount);
-    reader.Value("largestTransfer", faults.largestTransfer);
-    reader.Value("bootMs", faults.bootMs);
-    reader.Value("missingOptional", faults.missingOptional);
-    reader.Value("noStreamInterface", faults.noStreamInterface);
+void ReadRegisterFaults(const json& object, const std::string& place, RegisterFaults& faults) {
+    SettingsReader reader(object, place);
+    reader.Value("responseTime", faults.responseTime);
+    reader.Value("maximumCommand", faults.maximumCommand);
+    reader.Value("maximumAcknowledge", faults.maximumAcknowledge);
     reader.Value("zeroLeaderSize", faults.zeroLeaderSize);
     reader.Value("zeroTrailerSize", faults.zeroTrailerSize);
     reader.Value("zeroPayloadSize", faults.zeroPayloadSize);
     reader.Value("alignmentExponent", faults.alignmentExponent);
     reader.Value("lateAlignmentCheck", faults.lateAlignmentCheck);
+    reader.Value("absent", faults.absent);
+    reader.Value("largestRead", faults.largestRead);
+    reader.Value("streamCount", faults.streamCount);
+    reader.Value("largestTransfer", faults.largestTransfer);
+    reader.Value("bootMs", faults.bootMs);
+    reader.Value("missingOptional", faults.missingOptional);
+    reader.Value("noStreamInterface", faults.noStreamInterface);
+    reader.Value("singleRegisterReads", faults.singleRegisterReads);
+    reader.Value("extraPayload", faults.extraPayload);
     reader.Name("manifest", kManifestFaults, faults.manifest);
     reader.Value("longDeviceInfo", faults.longDeviceInfo);
+    reader.Value("stringIndexZero", faults.stringIndexZero);
     reader.Value("unreadableStrings", faults.unreadableStrings);
     reader.Value("asymmetricEndpoints", faults.asymmetricEndpoints);
     reader.Value("descriptionPath", faults.descriptionPath);
     reader.Finish();
+    if (faults.alignmentExponent > 255) throw SettingsError(place + ".alignmentExponent", "0 to 255 is expected");
 }
 
-void ReadIdentity(Reader& reader, CameraSettings& camera) {
+void ReadIdentity(SettingsReader& reader, CameraSettings& camera) {
     reader.Value("vendor", camera.vendor);
     reader.Value("model", camera.model);
     reader.Value("family", camera.family);
@@ -207,9 +117,24 @@ void ReadIdentity(Reader& reader, CameraSettings& camera) {
     reader.Value("productId", camera.productId);
 }
 
-CameraSettings ReadCamera(const json& object, unsigned index) {
+void Check(const CameraSettings& camera, const std::string& place) {
+    const auto isHex = [](unsigned char c) { return std::isxdigit(c) != 0; };
+    if (camera.guid.size() != 12 || !std::all_of(camera.guid.begin(), camera.guid.end(), isHex))
+        throw SettingsError(place + ".guid", "12 hexadecimal digits are expected, not \"" + camera.guid + "\"");
+    const auto check = [&place](const char* key, std::uint32_t size) {
+        if (size < 64 || size > 16384 || size % 16 != 0)
+            throw SettingsError(place + "." + key,
+                                "a multiple of 16 from 64 to 16384 is expected, not " + std::to_string(size));
+    };
+    check("sensorWidth", camera.sensorWidth);
+    check("sensorHeight", camera.sensorHeight);
+    if (!(camera.frameRate >= 0.1 && camera.frameRate <= 10000.0))
+        throw SettingsError(place + ".frameRate", "0.1 to 10000 is expected");
+}
+
+CameraSettings ReadCamera(const json& object, const std::string& place, unsigned index) {
     CameraSettings camera = NumberedCamera(index);
-    Reader reader(object);
+    SettingsReader reader(object, place);
     ReadIdentity(reader, camera);
     reader.Value("sensorWidth", camera.sensorWidth);
     reader.Value("sensorHeight", camera.sensorHeight);
@@ -219,27 +144,43 @@ CameraSettings ReadCamera(const json& object, unsigned index) {
     reader.Value("bufferedFrames", camera.bufferedFrames);
     reader.Value("queuedEvents", camera.queuedEvents);
     reader.Value("plugged", camera.plugged);
-    if (const json* faults = reader.Find("faults")) ReadFaults(*faults, camera.faults);
-    if (const json* registers = reader.Find("registers")) ReadRegisterFaults(*registers, camera.registers);
+    if (const json* faults = reader.Find("faults")) ReadFaults(*faults, reader.PlaceOf("faults"), camera.faults);
+    if (const json* registers = reader.Find("registers"))
+        ReadRegisterFaults(*registers, reader.PlaceOf("registers"), camera.registers);
     reader.Finish();
+    Check(camera, place);
     return camera;
 }
 
-void Check(const CameraSettings& camera) {
-    const auto isHex = [](unsigned char c) { return std::isxdigit(c) != 0; };
-    if (camera.guid.size() != 12 || !std::all_of(camera.guid.begin(), camera.guid.end(), isHex))
-        throw std::runtime_error("\"guid\" must have 12 hexadecimal digits");
-    const auto fits = [](std::uint32_t size) { return size >= 64 && size <= 16384 && size % 16 == 0; };
-    if (!fits(camera.sensorWidth) || !fits(camera.sensorHeight))
-        throw std::runtime_error("sensor sizes must be multiples of 16 from 64 to 16384");
-    if (!(camera.frameRate >= 0.1 && camera.frameRate <= 10000.0))
-        throw std::runtime_error("\"frameRate\" must be from 0.1 to 10000");
-    if (camera.registers.alignmentExponent > 255) throw std::runtime_error("\"alignmentExponent\" must be below 256");
+BackendSettings Read(const std::string& text) {
+    const json document = json::parse(text);
+    BackendSettings settings;
+    SettingsReader reader(document, "");
+    std::uint64_t limit = 0;
+    reader.Value("transferMemoryLimit", limit);
+    settings.transferMemoryLimit = static_cast<std::size_t>(limit);
+    reader.ForEach("cameras", [&settings](const json& camera, const std::string& place) {
+        settings.cameras.push_back(ReadCamera(camera, place, static_cast<unsigned>(settings.cameras.size())));
+    });
+    reader.Finish();
+    if (settings.cameras.size() > kMaximumCameras) throw SettingsError("cameras", kTooMany);
+    return settings;
 }
 
 bool IsNumber(const std::string& text) {
     return !text.empty() && text.size() < 4 &&
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+bool ReadNumber(const std::string& text, BackendSettings& settings, std::string& error) {
+    const unsigned long count = std::stoul(text);
+    if (count > kMaximumCameras) {
+        error = kTooMany;
+        return false;
+    }
+    for (unsigned i = 0; i < count; ++i)
+        settings.cameras.push_back(NumberedCamera(i));
+    return true;
 }
 
 } // namespace
@@ -255,40 +196,27 @@ CameraSettings NumberedCamera(unsigned index) {
 
 bool ParseSettings(const std::string& text, BackendSettings& settings, std::string& error) {
     try {
-        const json document = json::parse(text);
-        Reader reader(document);
-        reader.Value("transferMemoryLimit", settings.transferMemoryLimit);
-        if (const json* cameras = reader.Find("cameras"))
-            for (const json& camera : *cameras)
-                settings.cameras.push_back(ReadCamera(camera, static_cast<unsigned>(settings.cameras.size())));
-        reader.Finish();
-        if (settings.cameras.size() > kMaximumCameras) throw std::runtime_error("too many cameras");
-        for (const CameraSettings& camera : settings.cameras)
-            Check(camera);
+        settings = Read(text);
         return true;
+    } catch (const json::parse_error& problem) {
+        error = "no valid JSON at byte " + std::to_string(problem.byte);
     } catch (const std::exception& problem) {
         error = problem.what();
-        return false;
     }
+    return false;
 }
 
 bool ReadSettings(const std::string& text, BackendSettings& settings, std::string& error) {
-    if (IsNumber(text)) {
-        const unsigned long count = std::stoul(text);
-        if (count > kMaximumCameras) {
-            error = "too many cameras";
-            return false;
-        }
-        for (unsigned i = 0; i < count; ++i)
-            settings.cameras.push_back(NumberedCamera(i));
-        return true;
-    }
+    if (IsNumber(text)) return ReadNumber(text, settings, error);
+    if (!text.empty() && text.front() == '{') return ParseSettings(text, settings, error);
     std::ifstream stream(text, std::ios::binary);
     if (!stream) {
-        error = "cannot read the settings file \"" + text + "\"";
+        error = "\"" + text + "\" is neither a number of cameras nor a file that can be read";
         return false;
     }
-    return ParseSettings(std::string(std::istreambuf_iterator<char>(stream), {}), settings, error);
+    if (ParseSettings(std::string(std::istreambuf_iterator<char>(stream), {}), settings, error)) return true;
+    error = text + ": " + error;
+    return false;
 }
 
 } // namespace virtualcam

@@ -41,7 +41,8 @@ struct BackendSettings {
 /// Settings of the index-th (0...) camera when only their number is given: distinct serial numbers and GUIDs.
 CameraSettings NumberedCamera(unsigned index);
 
-/// Reads a number of cameras ("2") or the path of a JSON file. False with a reason in `error`.
+/// Reads a number of cameras ("2"), the path of a JSON file, or the JSON text itself, which begins with a brace. False
+/// with a reason in `error` that names the file, the key and what is allowed there.
 ///
 /// The file is an object: "transferMemoryLimit" (bytes) and "cameras", an array of objects. Each may have "vendor",
 /// "model", "family", "deviceVersion", "firmwareVersion", "manufacturerInfo", "serial", "guid", "userName",

@@ -57,6 +57,7 @@ void StreamChannel::Begin(const Frame& frame) {
     m_Scene.Begin(image.geometry, image.look, image.values.frameId);
     m_ImageBytes = image.geometry.ImageBytes();
     m_Tail = image.chunks.Tail(m_ImageBytes, image.values);
+    if (!image.chunks.active) m_Tail.resize(m_Tail.size() + m_ExtraPayload);
     const std::size_t whole = m_ImageBytes + m_Tail.size();
     const bool hasCrc = image.chunks.active && image.chunks.Has(Chunk::PayloadCrc16);
     m_CrcAt = hasCrc ? whole - kCrcChunkSize : 0;

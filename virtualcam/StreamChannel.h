@@ -35,6 +35,8 @@ public:
     /// Payload transfers end after `largestTransfer` bytes, if it is not 0.
     void Start(const StreamLayout& layout, std::uint32_t largestTransfer = 0);
     void Stop();
+    /// Zeros behind each image without chunk data that belong to the payload.
+    void SetExtraPayload(std::uint32_t bytes) { m_ExtraPayload = bytes; }
     bool IsOn() const { return m_On; }
     void SetFaults(std::vector<StreamFaultRule> rules);
 
@@ -60,6 +62,7 @@ private:
     const std::size_t m_PacketSize;
     bool m_On = false;
     std::uint32_t m_LargestTransfer = 0;
+    std::uint32_t m_ExtraPayload = 0;
     StreamLayout m_Layout;
     std::vector<StreamFaultRule> m_Faults;
     std::uint64_t m_Blocks = 0;   // begun since the faults were set

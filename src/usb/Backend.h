@@ -164,10 +164,11 @@ public:
 const char* ToText(Result result);
 const char* ToText(TransferStatus status);
 
-/// Name of the C function that a loadable backend exports: `usb::Backend* UsbCreateBackend(const char* settings)`.
-/// It returns null when the settings are not understood, after one line on stderr. The caller deletes the backend
-/// before it unloads the library.
+/// Name of the C function that a loadable backend exports:
+/// `usb::Backend* UsbCreateBackend(const char* settings, std::string& reason)`.
+/// It returns null when the settings are not understood and says why in `reason`; it prints nothing. The caller deletes
+/// the backend before it unloads the library.
 inline constexpr const char* kCreateBackendSymbol = "UsbCreateBackend";
-using CreateBackendFunction = Backend* (*)(const char* settings);
+using CreateBackendFunction = Backend* (*)(const char* settings, std::string& reason);
 
 } // namespace usb

@@ -54,9 +54,10 @@ std::unique_ptr<Backend> LoadBackend(const std::string& path, const std::string&
         reason = "'" + path + "' is no bus: it does not export " + kCreateBackendSymbol;
         return nullptr;
     }
-    std::unique_ptr<Backend> backend(create(settings.c_str()));
+    std::string why;
+    std::unique_ptr<Backend> backend(create(settings.c_str(), why));
     if (!backend) {
-        reason = "the bus '" + path + "' does not understand its settings '" + settings + "'";
+        reason = "the bus '" + path + "' does not understand its settings: " + why;
         return nullptr;
     }
     return std::make_unique<LoadedBackend>(std::move(library), std::move(backend));

@@ -43,7 +43,7 @@ TEST(LoadedBackend, SaysThatALibraryIsNoBus) {
 TEST(LoadedBackend, SaysThatTheSettingsWereRefused) {
     std::string reason;
     EXPECT_EQ(usb::LoadBackend(TestBusPath(), "refuse", reason), nullptr);
-    EXPECT_THAT(reason, HasSubstr("does not understand its settings 'refuse'"));
+    EXPECT_THAT(reason, HasSubstr("does not understand its settings: it was told to refuse"));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // A loadable bus with one device that cannot be opened. It refuses the settings "refuse".
 #include "usb/Backend.h"
 
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -28,8 +27,9 @@ private:
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) usb::Backend* UsbCreateBackend(const char* settings) {
+extern "C" __attribute__((visibility("default"))) usb::Backend* UsbCreateBackend(const char* settings,
+                                                                                 std::string& reason) {
     if (std::string(settings) != "refuse") return new TestBus(settings);
-    std::fputs("test bus: it was told to refuse\n", stderr);
+    reason = "it was told to refuse";
     return nullptr;
 }

@@ -250,9 +250,11 @@ TEST(LoadableBackend, IsMadeByItsOneExportedFunction) {
     ASSERT_NE(library, nullptr) << dlerror();
     const auto create = reinterpret_cast<usb::CreateBackendFunction>(dlsym(library, usb::kCreateBackendSymbol));
     ASSERT_NE(create, nullptr);
-    EXPECT_EQ(create(nullptr), nullptr);
-    EXPECT_EQ(create("/no/such/file"), nullptr);
-    std::unique_ptr<usb::Backend> backend(create("3"));
+    std::string reason;
+    EXPECT_EQ(create(nullptr, reason), nullptr);
+    EXPECT_EQ(create("/no/such/file", reason), nullptr);
+    EXPECT_EQ(reason, "\"/no/such/file\" is neither a number of cameras nor a file that can be read");
+    std::unique_ptr<usb::Backend> backend(create("3", reason));
     ASSERT_NE(backend, nullptr);
     std::vector<usb::DeviceEntry> devices;
     EXPECT_EQ(backend->Enumerate(devices), Result::Ok);

@@ -1,50 +1,18 @@
-#include "virtualcam/Camera.h"
+// The camera's features as a host works with them.
 
-#include <gtest/gtest.h>
-
-#include "virtualcam/StreamClient.h"
+#include "virtualcam/CameraFixture.h"
 
 namespace {
 
 using virtualcam::Bytes;
-using virtualcam::CameraSettings;
-using virtualcam::Device;
 using virtualcam::FromFloatBits;
 using virtualcam::PipeStatus;
 using virtualcam::test::Block;
-using virtualcam::test::DeviceClient;
+using virtualcam::test::CameraTest;
 using virtualcam::test::Hex;
-using virtualcam::test::StreamClient;
 
 constexpr std::uint64_t kWidth = 0x101010, kHeight = 0x101014, kOffsetX = 0x101018, kWidthMax = 0x101008;
 constexpr std::uint64_t kLocked = 0x100024;
-
-CameraSettings Small() {
-    CameraSettings settings;
-    settings.sensorWidth = 128;
-    settings.sensorHeight = 64;
-    settings.frameRateEnable = false;
-    return settings;
-}
-
-struct CameraTest : testing::Test {
-    Device device{Small()};
-    DeviceClient client{device};
-    StreamClient stream{client};
-
-    std::uint16_t StartStream() {
-        return stream.Start(static_cast<std::uint32_t>((client.Read(0x20008, 8) + 1023) / 1024 * 1024), 1);
-    }
-    bool HasBlock() {
-        Bytes leader;
-        return client.Receive(0x83, 1024, leader, 0) == PipeStatus::Complete && leader.size() == 52;
-    }
-    void SkipBlock() {
-        Bytes rest;
-        client.Receive(0x83, stream.sizes[1], rest);
-        client.Receive(0x83, 1024, rest);
-    }
-};
 
 // --- image format
 
@@ -210,178 +178,6 @@ TEST_F(CameraTest, LimitsItsRateByTheThroughput) {
     ASSERT_EQ(client.Write(0x100010, limit), 0);
     ASSERT_EQ(client.Write32(0x100008, 1), 0);
     EXPECT_NEAR(FromFloatBits(client.Read(0x102020, 8)), 1000.0, 0.01);
-}
-
-// --- triggers
-
-struct TriggerTest : CameraTest {
-    static constexpr std::uint64_t kBurst = 0x102110, kFrame = 0x102130;
-    TriggerTest() {
-        EXPECT_EQ(client.Write32(kFrame, 1), 0);
-        EXPECT_EQ(StartStream(), 0);
-    }
-    void Fire(std::uint64_t trigger) { EXPECT_EQ(client.Write32(trigger + 0x10, 1), 0); }
-};
-
-TEST_F(TriggerTest, TakesAnImageForEachSoftwareTrigger) {
-    stream.StartAcquisition();
-    EXPECT_FALSE(HasBlock());
-    EXPECT_EQ(client.Read(0x102030, 4), 1u) << "waits for a frame trigger";
-    Fire(kFrame);
-    EXPECT_EQ(stream.Read().Id(), 0u);
-    EXPECT_FALSE(HasBlock());
-    Fire(kFrame);
-    Fire(kFrame);
-    EXPECT_EQ(stream.Read().Id(), 1u);
-    EXPECT_EQ(stream.Read().Id(), 2u);
-    EXPECT_FALSE(HasBlock());
-}
-
-TEST_F(TriggerTest, IgnoresTriggersBeforeStart) {
-    Fire(kFrame);
-    stream.StartAcquisition();
-    EXPECT_FALSE(HasBlock());
-}
-
-TEST_F(TriggerTest, IgnoresSoftwareTriggersWhenALineIsTheSource) {
-    ASSERT_EQ(client.Write32(kFrame + 4, 1), 0);
-    stream.StartAcquisition();
-    Fire(kFrame);
-    EXPECT_FALSE(HasBlock());
-}
-
-TEST_F(TriggerTest, TakesAnImageOnTheEdgeOfALine) {
-    ASSERT_EQ(client.Write32(kFrame + 4, 2), 0); // Line2
-    stream.StartAcquisition();
-    device.SetInput(0, true);
-    EXPECT_FALSE(HasBlock()) << "the other line";
-    device.SetInput(1, true);
-    EXPECT_TRUE(HasBlock());
-    SkipBlock();
-    device.SetInput(1, false);
-    EXPECT_FALSE(HasBlock()) << "a falling edge";
-    ASSERT_EQ(client.Write32(0x107010 + 0x20 + 4, 1), 0); // inverter
-    device.SetInput(1, true);
-    EXPECT_FALSE(HasBlock());
-    device.SetInput(1, false);
-    EXPECT_TRUE(HasBlock());
-}
-
-TEST_F(TriggerTest, DelaysATrigger) {
-    Bytes delay(4);
-    virtualcam::Store(delay.data(), virtualcam::FloatBits(20000.0F));
-    ASSERT_EQ(client.Write(kFrame + 0xC, delay), 0);
-    stream.StartAcquisition();
-    const auto begin = std::chrono::steady_clock::now();
-    Fire(kFrame);
-    stream.Read();
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(19));
-}
-
-TEST_F(TriggerTest, TakesABurstOfImages) {
-    ASSERT_EQ(client.Write32(kFrame, 0), 0);
-    ASSERT_EQ(client.Write32(kBurst, 1), 0);
-    ASSERT_EQ(client.Write32(0x102010, 3), 0);
-    stream.StartAcquisition();
-    EXPECT_FALSE(HasBlock());
-    EXPECT_EQ(client.Read(0x102034, 4), 1u) << "waits for a burst trigger";
-    Fire(kBurst);
-    for (std::uint64_t id = 0; id < 3; ++id)
-        EXPECT_EQ(stream.Read().Id(), id);
-    EXPECT_FALSE(HasBlock());
-}
-
-TEST_F(TriggerTest, NeedsBothTriggersWhenBothAreOn) {
-    ASSERT_EQ(client.Write32(kBurst, 1), 0);
-    stream.StartAcquisition();
-    Fire(kFrame);
-    EXPECT_FALSE(HasBlock());
-    Fire(kBurst);
-    EXPECT_FALSE(HasBlock());
-    Fire(kFrame);
-    EXPECT_TRUE(HasBlock());
-}
-
-// --- events
-
-struct EventTest : CameraTest {
-    EventTest() {
-        EXPECT_EQ(client.Write32(0x30000, 1), 0);
-        for (std::uint64_t i = 0; i < 5; ++i)
-            EXPECT_EQ(client.Write32(0x108010 + 4 * i, 1), 0);
-    }
-    Bytes NextEvent() {
-        Bytes event;
-        client.Receive(0x82, 1024, event, 0);
-        return event;
-    }
-};
-
-TEST_F(EventTest, TellsStartAndEndOfAnExposure) {
-    ASSERT_EQ(StartStream(), 0);
-    ASSERT_EQ(client.Write32(0x102000, 0), 0);
-    stream.StartAcquisition();
-    const Block block = stream.Read();
-    const std::uint16_t ids[] = {0x9003, 0x9002, 0x9001};
-    for (std::uint16_t i = 0; i < 3; ++i) {
-        const Bytes event = NextEvent();
-        ASSERT_EQ(event.size(), 32u);
-        Bytes expected = Hex("55335645 0000 000C 1400");
-        virtualcam::Append<std::uint16_t>(expected, i);
-        virtualcam::Append<std::uint16_t>(expected, 0);
-        virtualcam::Append<std::uint16_t>(expected, ids[i]);
-        EXPECT_EQ(Bytes(event.begin(), event.begin() + 16), expected);
-        if (i != 0) {
-            EXPECT_EQ(virtualcam::Load<std::uint64_t>(event.data() + 16), block.Timestamp());
-        }
-        EXPECT_EQ(virtualcam::Load<std::uint64_t>(event.data() + 24), 0u);
-    }
-    EXPECT_TRUE(NextEvent().empty());
-}
-
-TEST_F(EventTest, TellsTriggersThatComeTooEarly) {
-    ASSERT_EQ(client.Write32(0x102130, 1), 0);
-    ASSERT_EQ(client.Write32(0x102110, 1), 0);
-    stream.StartAcquisition();
-    ASSERT_EQ(client.Write32(0x102140, 1), 0);
-    EXPECT_EQ(virtualcam::Load<std::uint16_t>(NextEvent().data() + 14), 0x9004);
-    ASSERT_EQ(client.Write32(0x102120, 1), 0);
-    EXPECT_EQ(virtualcam::Load<std::uint16_t>(NextEvent().data() + 14), 0x9003);
-    ASSERT_EQ(client.Write32(0x102120, 1), 0);
-    EXPECT_EQ(virtualcam::Load<std::uint16_t>(NextEvent().data() + 14), 0x9005);
-}
-
-TEST_F(EventTest, IsSilentAboutWhatNobodyAskedFor) {
-    for (std::uint64_t i = 0; i < 5; ++i)
-        ASSERT_EQ(client.Write32(0x108010 + 4 * i, 0), 0);
-    stream.StartAcquisition();
-    EXPECT_TRUE(NextEvent().empty());
-}
-
-TEST_F(EventTest, LosesEventsWhenItsQueueIsFull) {
-    for (int i = 0; i < 100; ++i)
-        device.FireEvent(static_cast<std::uint16_t>(0x9100 + i));
-    int received = 0;
-    Bytes event = NextEvent();
-    for (; !event.empty(); event = NextEvent())
-        ++received;
-    EXPECT_EQ(received, 64);
-    device.FireEvent(0x9200);
-    EXPECT_FALSE(NextEvent().empty());
-}
-
-TEST_F(EventTest, EndsAMessageOfWholePacketsByAnEmptyPacket) {
-    device.FireEvent(0x9100, Bytes(1000));
-    Bytes event;
-    EXPECT_EQ(client.Receive(0x82, 2048, event), PipeStatus::Complete);
-    EXPECT_EQ(event.size(), 1024u);
-}
-
-TEST_F(EventTest, SendsTheTestEventOnCommand) {
-    ASSERT_EQ(client.Write32(0x108004, 1), 0);
-    const Bytes event = NextEvent();
-    ASSERT_EQ(event.size(), 24u);
-    EXPECT_EQ(virtualcam::Load<std::uint16_t>(event.data() + 14), 0x4FFF);
 }
 
 // --- lines, timers, counters

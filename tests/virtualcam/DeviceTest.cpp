@@ -101,7 +101,7 @@ TEST_F(DeviceTest, LatchesATimestampThatGrows) {
 }
 
 TEST_F(DeviceTest, ReportsItsBootstrapRegisters) {
-    EXPECT_EQ(client.Read(0x1C4, 8), 0xF0Du);
+    EXPECT_EQ(client.Read(0x1C4, 8), 0x1F0Du);
     EXPECT_EQ(client.Read(0x1CC, 4), 100u);
     EXPECT_EQ(client.Read(0x1D0, 8), 0x40000u);
     EXPECT_EQ(client.Read(0x1D8, 8), 0x10000u);

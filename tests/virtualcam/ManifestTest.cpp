@@ -97,6 +97,12 @@ TEST(Manifest, CanLackTheCategoryRoot) {
     EXPECT_NE(FileOf(Build(ManifestFault::NoRoot)), FileOf(Build(ManifestFault::None)));
 }
 
+TEST(Manifest, CanCountBytesBehindTheFile) {
+    const Bytes archive = FileOf(Build(ManifestFault::None)), larger = FileOf(Build(ManifestFault::LargerSize));
+    EXPECT_EQ(larger.size(), archive.size() + 64);
+    EXPECT_TRUE(std::equal(archive.begin(), archive.end(), larger.begin()));
+}
+
 TEST(Manifest, RefusesADescriptionFileThatIsNotThere) {
     EXPECT_THROW(virtualcam::BuildManifest(ManifestFault::None, "/no/such/file"), std::runtime_error);
 }

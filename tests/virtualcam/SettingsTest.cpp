@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
+
+#include "virtualcam/FaultNames.h"
+
 namespace {
 
 using virtualcam::BackendSettings;
@@ -60,6 +65,73 @@ TEST_F(SettingsTest, RefuseWhatTheyDoNotUnderstand) {
         EXPECT_FALSE(virtualcam::ParseSettings(text, settings, error)) << text;
         EXPECT_FALSE(error.empty());
     }
+}
+
+struct BadSettings {
+    const char* name;
+    const char* text;
+    const char* error;
+};
+
+void PrintTo(const BadSettings& bad, std::ostream* out) {
+    *out << bad.name;
+}
+
+class SettingsErrorTest : public testing::TestWithParam<BadSettings> {};
+
+TEST_P(SettingsErrorTest, NamesTheKeyAndWhatIsAllowed) {
+    BackendSettings settings;
+    std::string error;
+    EXPECT_FALSE(virtualcam::ParseSettings(GetParam().text, settings, error));
+    EXPECT_EQ(error, GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, SettingsErrorTest,
+    testing::Values(BadSettings{"Syntax", "{\"cameras\": [}", "no valid JSON at byte 14"},
+                    BadSettings{"NoObject", "[]", "the whole: an object {...} is expected"},
+                    BadSettings{"NoArray", R"({"cameras": 3})", "cameras: an array [...] is expected"},
+                    BadSettings{"UnknownKey", R"({"camera": []})",
+                                "camera: there is no such key; the keys are transferMemoryLimit, cameras"},
+                    BadSettings{"UnknownName", R"({"cameras": [{}, {"speed": "Warp"}]})",
+                                "cameras[1].speed: \"Warp\" is none of High, Super, SuperPlus"},
+                    BadSettings{"Text", R"({"cameras": [{"serial": 7}]})",
+                                "cameras[0].serial: a text in quotes is expected, not 7"},
+                    BadSettings{"Switch", R"({"cameras": [{"frameRateEnable": 1}]})",
+                                "cameras[0].frameRateEnable: true or false is expected, not 1"},
+                    BadSettings{"TooLarge", R"({"cameras": [{"productId": 65536}]})",
+                                "cameras[0].productId: a whole number from 0 to 65535 is expected, not 65536"},
+                    BadSettings{
+                        "Negative", R"({"cameras": [{"faults": {"stream": [{"fault": "Stall", "value": -1}]}}]})",
+                        "cameras[0].faults.stream[0].value: a whole number from 0 to 4294967295 is expected, not -1"},
+                    BadSettings{"Fraction", R"({"cameras": [{"queuedEvents": 1.5}]})",
+                                "cameras[0].queuedEvents: a whole number from 0 to 4294967295 is expected, not 1.5"},
+                    BadSettings{"Guid", R"({"cameras": [{"guid": "12"}]})",
+                                "cameras[0].guid: 12 hexadecimal digits are expected, not \"12\""},
+                    BadSettings{"Size", R"({"cameras": [{"sensorWidth": 100}]})",
+                                "cameras[0].sensorWidth: a multiple of 16 from 64 to 16384 is expected, not 100"}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_F(SettingsTest, NameTheFileThatIsWrong) {
+    const std::string path = testing::TempDir() + "tavix-bad-settings.json";
+    std::ofstream(path) << "{\"cameras\": [{\"colour\": 1}]}";
+    EXPECT_FALSE(virtualcam::ReadSettings(path, settings, error));
+    EXPECT_EQ(error.rfind(path + ": cameras[0].colour: there is no such key; the keys are vendor, model, ", 0), 0u)
+        << error;
+    std::remove(path.c_str());
+}
+
+TEST_F(SettingsTest, TakeTheTextItselfInPlaceOfAFile) {
+    ASSERT_TRUE(virtualcam::ReadSettings(R"({"cameras": [{"serial": "9"}]})", settings, error)) << error;
+    EXPECT_EQ(settings.cameras.at(0).serial, "9");
+}
+
+TEST_F(SettingsTest, NameEachFaultAsItsEnumerationDoes) {
+    EXPECT_EQ(virtualcam::kControlFaults.count, 21u);
+    EXPECT_EQ(virtualcam::kStreamFaults.count, 23u);
+    EXPECT_EQ(virtualcam::kEventFaults.count, 9u);
+    for (const auto& row : virtualcam::kEventFaults)
+        EXPECT_STRNE(row.text, "");
 }
 
 } // namespace

@@ -1,0 +1,83 @@
+// The device's coming to the bus, its leaving, and resets.
+
+#include "virtualcam/Device.h"
+
+namespace virtualcam {
+
+bool Device::IsPlugged() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Camera != nullptr;
+}
+
+void Device::Plug() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) PlugLocked();
+    Reschedule(DeadlineLocked());
+}
+
+void Device::Unplug() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera) UnplugLocked();
+    m_Replug.reset();
+}
+
+void Device::PlugLocked() {
+    m_Halts = 0;
+    m_Mute = false;
+    m_Configuration = 1;
+    m_Replug.reset();
+    m_Restart.reset();
+    CameraHost& host = *this;
+    m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
+    m_Camera->Control().SetFaults(m_Faults.control);
+    m_Camera->Events().SetFaults(m_Faults.events);
+    {
+        const std::lock_guard<std::mutex> stream(m_StreamLock);
+        m_Stream.SetFaults(m_Faults.stream);
+        m_Stream.SetExtraPayload(m_Settings.registers.extraPayload);
+    }
+    ++m_Generation;
+    Post(Notice::Plugged);
+}
+
+// On real buses transfers often fail for a moment before the system knows that the device has gone.
+void Device::UnplugLocked() {
+    if (m_Leaving) return;
+    if (m_Faults.unplugErrorsMs == 0) {
+        LeaveLocked();
+        return;
+    }
+    m_Leaving = Clock::Now() + milliseconds(m_Faults.unplugErrorsMs);
+    for (const std::uint8_t endpoint : {kControlOut, kControlIn, kEventIn, kStreamIn})
+        Post(endpoint);
+    Reschedule(DeadlineLocked());
+}
+
+void Device::LeaveLocked() {
+    m_Camera->DisableStream();
+    m_Camera.reset();
+    ++m_Generation;
+    m_Leaving.reset();
+    m_Restart.reset();
+    m_Faults.control.clear(); // what is scripted happens once, not again after coming back
+    m_Faults.stream.clear();
+    m_Faults.events.clear();
+    if (m_Faults.replugAfterMs >= 0) m_Replug = Clock::Now() + milliseconds(m_Faults.replugAfterMs);
+    Post(Notice::Unplugged);
+    Reschedule(DeadlineLocked());
+}
+
+void Device::BusReset() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return;
+    m_Camera->ResetInterfaces();
+    m_Halts = 0;
+}
+
+PipeStatus Device::ObstacleLocked(std::uint8_t endpoint) const {
+    if (!m_Camera) return PipeStatus::Gone;
+    if (m_Leaving) return PipeStatus::Error;
+    return IsHaltedLocked(endpoint) ? PipeStatus::Stall : PipeStatus::Complete;
+}
+
+} // namespace virtualcam
