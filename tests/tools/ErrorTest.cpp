@@ -52,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"ValueMissing", 2, {"get", "Width", "-c"}, "--camera"},
         Mistake{"NameMissing", 2, {"get"}, "see tavix get --help"},
         Mistake{"FileMissing", 2, {"xml"}, "see tavix xml --help"},
-        Mistake{"NoVirtualCamera", 2, {"--virtual", "0", "list"}, "'0' is no whole number of 1 .. 64"},
+        Mistake{"NoVirtualCamera", 2, {"--virtual", "0", "list"}, "'0' is no whole number of 1 .. 32"},
         Mistake{"NoSettingsFile", 2, {"list", "--virtual", "/nowhere"}, "neither a number of cameras nor a file"}),
     [](const auto& instance) { return instance.param.name; });
 
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(SettingsFile, ThatIsNoJsonIsAMistakeOfTheCommandLine) {
     const TestFolder folder;
-    ExpectOneLine(RunTool({"--virtual", folder.Write("bad.json", "{cameras"), "list"}), 2, "is not valid JSON");
+    ExpectOneLine(RunTool({"--virtual", folder.Write("bad.json", "{cameras"), "list"}), 2, "no valid JSON at byte");
 }
 
 } // namespace

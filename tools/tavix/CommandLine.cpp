@@ -12,6 +12,8 @@ namespace {
 
 constexpr std::uint64_t kEndless = 1000000000000;
 constexpr std::uint64_t kLongestMs = 86400000;
+constexpr const char* kFaultText =
+    "What goes wrong, as stream.LostTrailer:frame=5 or registers.manifest=PlainXml; repeatable";
 
 ImageFormat FormatOf(const std::string& text) {
     if (text == "pgm") return ImageFormat::Pgm;
@@ -197,10 +199,28 @@ void CommandLine::AddFileCommands() {
 }
 
 void CommandLine::AddVirtualCommands() {
-    auto* command = app.add_subcommand("virtual", "Virtual cameras for other programs and computers");
+    auto* command = app.add_subcommand("virtual", "Virtual cameras: lend them to other programs, have them go wrong");
     command->require_subcommand(1)->fallthrough();
-    auto* serving = command->add_subcommand(
-        "serve", "Lend virtual cameras (--virtual says which; one without it) to a kernel; ends with Ctrl+C or 'quit'");
+    AddServeCommand(*command);
+
+    auto* listing = command->add_subcommand("faults", "List the faults that virtual cameras can have");
+    listing->add_flag("--json", m_Faults.json, "Print JSON");
+    listing->callback([this] { run = [this] { return ListFaults(m_Faults); }; });
+
+    auto* printing = command->add_subcommand("settings", "Print settings of virtual cameras with faults, as JSON");
+    printing->add_option("--fault", m_Faults.faults, kFaultText)->type_name("FAULT");
+    printing->callback([this] {
+        run = [this] {
+            m_Faults.cameras = virtualCameras;
+            return PrintSettings(m_Faults);
+        };
+    });
+}
+
+void CommandLine::AddServeCommand(CLI::App& parent) {
+    auto* serving = parent.add_subcommand(
+        "serve", "Lend virtual cameras (--virtual says which; one without it) to a kernel; ends with Ctrl-C or 'quit'");
+    serving->add_option("--fault", m_Serve.faults, kFaultText)->type_name("FAULT");
     auto* usbip = serving
                       ->add_option("--usbip", m_UsbipPort,
                                    "By USB/IP on this TCP port (3240): any Linux attaches them with usbip")

@@ -1,6 +1,7 @@
 #pragma once
 // The options of every command.
 
+#include "FaultCommand.h"
 #include "Options.h"
 #include "VirtualCommand.h"
 
@@ -37,6 +38,7 @@ private:
     void AddFileCommands();
     void AddVirtualCommands();
     void AddTextCommands();
+    void AddServeCommand(CLI::App& parent);
 
     CommonOptions m_List, m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
@@ -48,6 +50,7 @@ private:
     std::string m_Shell;
     FileOptions m_Xml;
     ServeOptions m_Serve;
+    FaultOptions m_Faults;
     std::vector<std::uint16_t> m_UsbipPort; ///< empty: the usual one
 };
 

@@ -1,8 +1,6 @@
 #include "Validators.h"
 
-#include <fstream>
-
-#include <nlohmann/json.hpp>
+#include "virtualcam/Settings.h"
 
 namespace tool {
 
@@ -19,11 +17,11 @@ CLI::Validator Count(std::uint64_t most) {
 
 std::string CheckVirtualCameras(std::string& text) {
     if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos) {
-        return Count(64)(text);
+        return Count(32)(text);
     }
-    std::ifstream file(text);
-    if (!file) return "'" + text + "' is neither a number of cameras nor a file with their settings";
-    return nlohmann::json::accept(file) ? "" : text + " is not valid JSON";
+    virtualcam::BackendSettings settings;
+    std::string error;
+    return virtualcam::ReadSettings(text, settings, error) ? "" : error;
 }
 
 std::string CheckFormat(std::string& text) {

@@ -1,6 +1,7 @@
 #include "VirtualCommand.h"
 
 #include "Error.h"
+#include "FaultCommand.h"
 
 #include "virtualcam/Settings.h"
 #include "virtualcam/remote/RemoteCamera.h"
@@ -48,10 +49,11 @@ private:
     Descriptor m_Descriptor;
 };
 
-RemoteCameras MakeCameras(const std::string& text) {
+RemoteCameras MakeCameras(const ServeOptions& options) {
     BackendSettings settings;
     std::string error;
-    if (!ReadSettings(text.empty() ? "1" : text, settings, error)) throw Error("virtual cameras: " + error);
+    if (!ParseSettings(SettingsWithFaults(options.cameras, options.faults), settings, error))
+        throw Error("virtual cameras: " + error);
     if (settings.cameras.empty()) throw Error("there is no camera to serve");
     return MakeRemoteCameras(settings);
 }
@@ -164,7 +166,7 @@ void RunUntilEnd(RemoteCameras& cameras, const Interrupts& interrupts) {
 
 int Serve(const ServeOptions& options) {
     const Interrupts interrupts;
-    RemoteCameras cameras = MakeCameras(options.cameras);
+    RemoteCameras cameras = MakeCameras(options);
     const Servers servers = Start(cameras, options);
     RunUntilEnd(cameras, interrupts);
     return 0;

@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tool {
 
 /// One of the three ways must be asked for.
 struct ServeOptions {
     std::string cameras;                ///< number or settings file
+    std::vector<std::string> faults;    ///< added to each camera
     std::optional<std::uint16_t> usbip; ///< TCP port
     std::string listen = "127.0.0.1";   ///< address for USB/IP
     bool vhci = false;                  ///< attach to this computer's kernel
