@@ -91,7 +91,7 @@ TEST(Completion, ForBashKnowsCommandsBehindOptionsAndTheirValues) {
     EXPECT_EQ(Offered(folder, "tavix grab --frames ''"), "");
     EXPECT_EQ(Offered(folder, "tavix completion z"), "zsh");
     EXPECT_EQ(Offered(folder, "tavix grab --out"), "--output");
-    EXPECT_EQ(Offered(folder, "tavix virtual ''"), "serve");
+    EXPECT_EQ(Offered(folder, "tavix virtual ''"), "serve faults settings");
     EXPECT_EQ(Offered(folder, "tavix virtual serve --usb"), "--usbip --usbredir");
 }
 
