@@ -2,11 +2,11 @@
 # Makes the Debian packages, installs them in a Debian system that has nothing else, and runs what was installed there
 # with virtual cameras. Also compiles an example against the installed headers.
 # The clean system needs root, debootstrap and a mirror; without them the packages are looked into only, which is said
-# loudly. TAVIX_DEBIAN_MIRROR names another mirror.
+# loudly. TAVIX_DEBIAN_MIRROR names another mirror than debootstrap's own.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
-mirror=${TAVIX_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+mirror=${TAVIX_DEBIAN_MIRROR:-}
 build=build/package
 scratch=$(mktemp -d)
 system=$scratch/system
@@ -54,7 +54,7 @@ if [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; then
     exit 0
 fi
 echo "package: making a clean system"
-if ! quietly debootstrap --variant=minbase bookworm "$system" "$mirror"; then
+if ! quietly debootstrap --variant=minbase bookworm "$system" ${mirror:+"$mirror"}; then
     echo "package: ######## SKIPPED: no clean system was tried; debootstrap failed, see above ########"
     exit 0
 fi

@@ -245,15 +245,16 @@ protected:
     bool Next(Tavix::EventResult& event) {
         return Eventually([&] { return m_Events.RetrieveEvent(event); });
     }
-    /// A test event comes through, whatever was before.
+    /// A test event comes through, whatever was before. Asked for again and again, as one may be lost to a full ring.
     void ExpectAlive() {
-        Execute(m_Device->GetNodeMap(), "TestEventGenerate");
-        Tavix::EventResult event;
-        for (int i = 0; i < 100; ++i) {
-            ASSERT_TRUE(Next(event)) << "the event channel is dead";
-            if (event.Succeeded() && event.Buffer()[14] == 0xFF && event.Buffer()[15] == 0x4F) return;
-        }
-        ADD_FAILURE() << "no test event";
+        EXPECT_TRUE(Eventually([&] {
+            Execute(m_Device->GetNodeMap(), "TestEventGenerate");
+            Tavix::EventResult event;
+            while (m_Events.RetrieveEvent(event)) {
+                if (event.Succeeded() && event.Buffer()[14] == 0xFF && event.Buffer()[15] == 0x4F) return true;
+            }
+            return false;
+        })) << "the event channel is dead";
     }
 
     VirtualBus m_Bus{kFast};
@@ -294,13 +295,11 @@ TEST_F(Events, ThatAreMalformedAreDropped) {
     ExpectAlive();
 }
 
-TEST_F(Events, FasterThanTheApplicationAreLostAndCounted) {
+TEST_F(Events, FasterThanTheApplicationDoNoHarm) {
     for (int i = 0; i < 5000; ++i)
         m_Bus.Camera().FireEvent(0x9001, Bytes(8));
     Tavix::EventResult event;
     EXPECT_TRUE(Next(event));
-    while (m_Events.RetrieveEvent(event)) {
-    }
     ExpectAlive();
 }
 
