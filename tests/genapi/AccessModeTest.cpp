@@ -78,14 +78,37 @@ TEST(AccessMode, IsRestrictedButNeverWidenedByWhatIsImposed) {
 TEST(AccessMode, FollowsThePortAtOnceAndAsksNoPredicateOfAClosedDevice) {
     TestMap map;
     map.AddRegister("IntReg", "Lock", "8");
-    map.AddRegister("IntReg", "R", "0", {{"pIsLocked", "Lock", ""}}).Ready();
-    EXPECT_EQ(map.Mode("R"), RW);
+    map.AddRegister("IntReg", "R", "0", {{"pIsLocked", "Lock", ""}, {"pIsImplemented", "Lock", ""}}).Ready();
+    EXPECT_EQ(map.Mode("R"), NI);
+    map.Integer("Lock").SetValue(1);
+    EXPECT_EQ(map.Mode("R"), RO);
+    map.Integer("Lock").SetValue(0);
     map.port.mode = NA;
     map.port.failure = "closed";
     EXPECT_EQ(map.Mode("R"), NA);
     map.Connect(nullptr);
     EXPECT_EQ(map.Mode("R"), NI);
     EXPECT_THROW(map.Integer("R").GetValue(), GenICam::AccessException);
+}
+
+TEST(AccessMode, OfAMissingFeatureIsNotThatOfATargetThatIsNotAvailable) {
+    TestMap map;
+    map.Add("Integer", "No", {{"Value", "0", ""}});
+    map.AddRegister("IntReg", "Present", "8", {{"Cachable", "NoCache", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pIsAvailable", "No", ""}});
+    map.Add("Integer", "Missing", {{"pValue", "R", ""}, {"pIsImplemented", "No", ""}});
+    map.Add("Integer", "Asking", {{"pValue", "R", ""}, {"pIsImplemented", "Present", ""}}).Ready();
+    EXPECT_EQ(map.Mode("R"), NA);
+    EXPECT_EQ(map.Mode("Missing"), NI);
+    EXPECT_EQ(map.Mode("Asking"), NI);
+    map.Integer("Present").SetValue(1);
+    EXPECT_EQ(map.Mode("Asking"), NA);
+
+    map.port.failure = "cable";
+    EXPECT_EQ(map.Mode("Asking"), NA) << "a predicate that is not needed throws for nobody";
+    map.port.mode = NA;
+    EXPECT_EQ(map.Mode("Missing"), NI) << "a held value is known of a closed device too";
+    EXPECT_EQ(map.Mode("Asking"), NA) << "a register is not, and is not asked for";
 }
 
 TEST(AccessMode, LetsTheFaultOfAPredicateThrough) {

@@ -39,6 +39,23 @@ TEST(Formula, ReportsItsFaultWhenItIsUsed) {
     EXPECT_THROW(map.Float("Zero").GetValue(), GenICam::RuntimeException);
 }
 
+TEST(Formula, ThatIsFaultyIsNotOfferedForReading) {
+    TestMap map;
+    map.Add("IntSwissKnife", "I", {{"Formula", "1 +", ""}}).Add("SwissKnife", "F", {{"Formula", "NOBODY", ""}});
+    map.Add("Integer", "Raw", {{"Value", "7", ""}}).Add("Integer", "User", {{"pValue", "I", ""}});
+    map.Add("IntConverter", "From", {{"pValue", "Raw", ""}, {"FormulaFrom", "TO +", ""}, {"FormulaTo", "FROM", ""}});
+    map.Add("IntConverter", "To", {{"pValue", "Raw", ""}, {"FormulaFrom", "TO", ""}, {"FormulaTo", "FROM +", ""}});
+    map.Ready();
+    for (const char* const name : {"I", "F", "User", "From"})
+        EXPECT_EQ(map.Mode(name), NI) << name;
+    EXPECT_THROW(map.Integer("I").GetValue(/*Verify=*/true), GenICam::RuntimeException);
+    EXPECT_THROW(map.Integer("I").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Float("F").GetValue(/*Verify=*/true), GenICam::RuntimeException);
+    EXPECT_EQ(map.Mode("To"), RO) << "without the way down it can be read alone";
+    EXPECT_EQ(map.Integer("To").GetValue(/*Verify=*/true), 7);
+    EXPECT_THROW(map.Integer("To").SetValue(1), GenICam::RuntimeException);
+}
+
 TEST(Formula, IsNotAvailableWithoutItsVariables) {
     TestMap map;
     map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});

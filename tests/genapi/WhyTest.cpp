@@ -51,6 +51,17 @@ TEST(Why, NamesWhatIsImposedComputedOrUnreadable) {
     EXPECT_EQ(ExplainAccess(&map.Node("G")), "'G' is NA: it needs 'R': the register is WO");
 }
 
+TEST(Why, TellsOfFaultyFormulasAndOfWhatIsMissingBehindAClosedPort) {
+    TestMap map;
+    map.Add("Integer", "Zero", {{"Value", "0", ""}});
+    map.Add("IntSwissKnife", "F", {{"Formula", "1 +", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pIsImplemented", "Zero", ""}}).Ready();
+    const GenICam::gcstring why = ExplainAccess(&map.Node("F"));
+    EXPECT_EQ(why.str().rfind("'F' is NI: its formula is faulty: ", 0), 0u) << why;
+    map.port.mode = NA;
+    EXPECT_EQ(ExplainAccess(&map.Node("R")), "'R' is NI: not implemented because 'Zero' is 0");
+}
+
 TEST(Why, TellsAFaultOfTheDevice) {
     TestMap map;
     map.AddRegister("IntReg", "Lock", "8", {{"Cachable", "NoCache", ""}});

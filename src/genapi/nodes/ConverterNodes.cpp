@@ -83,6 +83,8 @@ void ConverterCore::Bind(const BoundProperty& property) {
 GenApi::EAccessMode ConverterCore::Access() {
     const GenApi::EAccessMode raw = m_pValue ? m_pValue->Access() : GenApi::NI;
     if (!GenApi::IsAvailable(raw)) return raw;
+    if (!m_From.CompileError(m_Scope).empty()) return GenApi::NI;
+    if (!m_To.CompileError(m_Scope).empty()) return GenApi::Combine(raw, GenApi::RO);
     return m_From.AreVariablesReadable(m_Scope) && m_To.AreVariablesReadable(m_Scope) ? raw : GenApi::NA;
 }
 

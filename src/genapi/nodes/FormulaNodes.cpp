@@ -11,6 +11,7 @@ void IntSwissKnifeNode::Bind(const BoundProperty& property) {
 }
 
 GenApi::EAccessMode IntSwissKnifeNode::TargetAccess() {
+    if (!m_Formula.CompileError(m_Scope).empty()) return GenApi::NI;
     return m_Formula.AreVariablesReadable(m_Scope) ? GenApi::RO : GenApi::NA;
 }
 
@@ -33,6 +34,7 @@ void SwissKnifeNode::Bind(const BoundProperty& property) {
 }
 
 GenApi::EAccessMode SwissKnifeNode::TargetAccess() {
+    if (!m_Formula.CompileError(m_Scope).empty()) return GenApi::NI;
     return m_Formula.AreVariablesReadable(m_Scope) ? GenApi::RO : GenApi::NA;
 }
 

@@ -55,12 +55,18 @@ void Node::ThrowDefect(const char* operation) const {
 
 void Node::RequireReadable(const char* operation) {
     ThrowIfDefective(operation);
-    if (!GenApi::IsReadable(Access())) ThrowAccess(*this, operation, "Node is not readable.");
+    if (!GenApi::IsReadable(Access())) ThrowDenied(operation, "Node is not readable.");
 }
 
 void Node::RequireWritable(const char* operation) {
     ThrowIfDefective(operation);
-    if (!GenApi::IsWritable(Access())) ThrowAccess(*this, operation, "Node is not writable.");
+    if (!GenApi::IsWritable(Access())) ThrowDenied(operation, "Node is not writable.");
+}
+
+void Node::ThrowDenied(const char* operation, const char* text) {
+    const std::string error = CompileError();
+    if (!error.empty()) ThrowRuntime(*this, operation, "Formula error: " + error);
+    ThrowAccess(*this, operation, text);
 }
 
 int64_t Node::ReadInteger(ReadFlags flags) {

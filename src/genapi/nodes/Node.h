@@ -65,6 +65,9 @@ public:
 
     // Access, lock held.
     GenApi::EAccessMode Access();
+    // What is left of it when the target is not available: whether pIsImplemented can be asked all the same and says
+    // no. Never throws what the predicate throws.
+    bool IsKnownMissing();
     // The three parts of it, for those who explain.
     GenApi::EAccessMode OwnAccess();
     virtual GenApi::EAccessMode TargetAccess() { return GenApi::RW; }
@@ -104,7 +107,7 @@ public:
 
     // Reads the nodes that report errors of the device; throws RuntimeException with what they say.
     void CheckErrorNodes();
-    // Throws AccessException in the name of the operation.
+    // Throws in the name of the operation: RuntimeException when a faulty formula is why, else AccessException.
     void RequireReadable(const char* operation);
     void RequireWritable(const char* operation);
 
@@ -184,6 +187,7 @@ protected:
 private:
     GenApi::EAccessMode ComputeAccess();
     [[noreturn]] void ThrowDefect(const char* operation) const;
+    [[noreturn]] void ThrowDenied(const char* operation, const char* text);
 
     NodeHost* m_pHost;
     std::string_view m_Name;

@@ -3,6 +3,8 @@
 #include "genapi/nodes/Operation.h"
 #include "genapi/nodes/Throw.h"
 
+#include <Base/GCException.h>
+
 namespace genapi {
 
 namespace {
@@ -47,8 +49,18 @@ GenApi::EAccessMode Node::ComputeAccess() {
     if (m_pDefect) return GenApi::NI;
     // A closed device cannot be asked for predicates, so the port's word comes first.
     const GenApi::EAccessMode target = TargetAccess();
-    if (!GenApi::IsAvailable(target)) return target;
+    if (target == GenApi::NA) return IsKnownMissing() ? GenApi::NI : GenApi::NA;
+    if (target == GenApi::NI) return GenApi::NI;
     return GenApi::Combine(GenApi::Combine(OwnAccess(), ImposedAccess()), target);
+}
+
+bool Node::IsKnownMissing() {
+    if (!m_pIsImplemented) return false;
+    try {
+        return GenApi::IsReadable(m_pIsImplemented->Access()) && !m_pIsImplemented->ReadTruth();
+    } catch (const GenICam::GenericException&) {
+        return false; // the mode is known without the predicate, so its fault is nobody's concern here
+    }
 }
 
 GenApi::EAccessMode Node::OwnAccess() {

@@ -55,6 +55,8 @@ Step ExplainTarget(Node& node) {
                 nullptr};
     }
     if (node.AsRegister()) return ExplainRegister(node);
+    const std::string error = node.CompileError();
+    if (!error.empty()) return {"its formula is faulty: " + error, nullptr};
     Step step = ExplainLinks(node);
     if (!step.text.empty()) return step;
     if (node.Type() == NodeType::IntSwissKnife || node.Type() == NodeType::SwissKnife) {
@@ -67,8 +69,9 @@ Step ExplainTarget(Node& node) {
 Step ExplainNode(Node& node) {
     if (node.IsDefective()) return {std::string(node.Defect()), nullptr};
     const GenApi::EAccessMode target = node.TargetAccess();
-    if (!GenApi::IsAvailable(target)) return ExplainTarget(node);
     Node* const pImplemented = node.ImplementedBy();
+    const bool isMissing = target == GenApi::NA && node.IsKnownMissing();
+    if (!GenApi::IsAvailable(target) && !isMissing) return ExplainTarget(node);
     if (pImplemented && !pImplemented->ReadTruth()) return {Because("not implemented", *pImplemented), nullptr};
     Node* const pAvailable = node.AvailableBy();
     if (pAvailable && !pAvailable->ReadTruth()) return {Because("not available", *pAvailable), nullptr};
