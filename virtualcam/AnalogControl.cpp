@@ -12,17 +12,17 @@ constexpr std::uint32_t kNeutralExposure = 100000; // raw: with 10 ms the scene 
 constexpr std::uint32_t kNeutralBalance = 1024;    // raw: balance ratio 1
 constexpr double kFull = reg::kLutEntries - 1;
 
-enum Auto : std::uint32_t { Off = 0, Once = 1, Continuous = 2 };
+enum Auto : std::uint32_t { AutoOff = 0, AutoOnce = 1, AutoContinuous = 2 };
 
 } // namespace
 
 AnalogControl::AnalogControl(const FeatureMaker& make) : m_Registers(make.Registers()) {
     const auto changed = [this] { Changed(); };
     make.Range(reg::kExposureTimeRaw, kNeutralExposure, 100, 100000000).written = changed;
-    make.Choice(reg::kExposureAuto, Off, {Off, Once, Continuous});
+    make.Choice(reg::kExposureAuto, AutoOff, {AutoOff, AutoOnce, AutoContinuous});
     make.Choice(reg::kGainSelector, 0, {0});
     make.Range(reg::kGainRaw, 0, 0, 240).written = changed;
-    make.Choice(reg::kGainAuto, Off, {Off, Once, Continuous});
+    make.Choice(reg::kGainAuto, AutoOff, {AutoOff, AutoOnce, AutoContinuous});
     make.Range(reg::kBlackLevelRaw, 0, 0, 255).written = changed;
     make.Choice(reg::kBalanceSelector, 0, {0, 1, 2});
     for (std::uint64_t colour = 0; colour < 3; ++colour)
@@ -53,7 +53,7 @@ double AnalogControl::GainDecibels() const {
 
 // Moves a setting a tenth of the way to its target; true once it has arrived.
 bool AnalogControl::Approach(std::uint64_t address, std::uint64_t mode, std::uint32_t target) {
-    if (Value(mode) == Off) return false;
+    if (Value(mode) == AutoOff) return false;
     const std::int64_t now = Value(address);
     const std::int64_t distance = std::int64_t{target} - now;
     if (distance != 0) {
@@ -62,7 +62,7 @@ bool AnalogControl::Approach(std::uint64_t address, std::uint64_t mode, std::uin
         Changed();
     }
     if (Value(address) != target) return false;
-    if (Value(mode) == Once) m_Registers.Set<std::uint32_t>(mode, Off);
+    if (Value(mode) == AutoOnce) m_Registers.Set<std::uint32_t>(mode, AutoOff);
     return true;
 }
 

@@ -9,7 +9,7 @@ using GenICam::RuntimeException;
 
 namespace {
 
-constexpr char kPortName[] = "EventStreamGrabberPort";
+constexpr char kEventPortName[] = "EventStreamGrabberPort";
 
 } // namespace
 
@@ -25,7 +25,7 @@ CTavixUsbEventGrabber::CTavixUsbEventGrabber(vexlo::CVxDevice* pVxDevice)
     }
     m_pPort->SetObject(m_pVxEventStream);
     m_pParams->InvalidateNodes();
-    m_pParams->Connect(m_pPort.get(), kPortName);
+    m_pParams->Connect(m_pPort.get(), kEventPortName);
 }
 
 CTavixUsbEventGrabber::~CTavixUsbEventGrabber() {
@@ -34,7 +34,7 @@ CTavixUsbEventGrabber::~CTavixUsbEventGrabber() {
     } catch (...) { // callbacks of "StatusReg" may throw anything
         LogTrace(LogCategoryEventStream(), kLogError, "Failed to close event stream grabber on destruction.");
     }
-    m_pParams->Connect(nullptr, kPortName);
+    m_pParams->Connect(nullptr, kEventPortName);
 }
 
 void CTavixUsbEventGrabber::FailWithStatus(SourcePlace place, const char* format, unsigned int status) {

@@ -13,7 +13,7 @@ using GenICam::RuntimeException;
 
 namespace {
 
-constexpr char kPortName[] = "StreamGrabberPort";
+constexpr char kStreamPortName[] = "StreamGrabberPort";
 
 vexlo::BufferHandle_s* UsbHandle(StreamBufferHandle handle) {
     return static_cast<vexlo::BufferHandle_s*>(handle);
@@ -34,7 +34,7 @@ CTavixUsbStream::CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* p
     }
     m_pPort->SetObject(m_pVxStream);
     m_pParams->InvalidateNodes();
-    m_pParams->Connect(m_pPort.get(), kPortName);
+    m_pParams->Connect(m_pPort.get(), kStreamPortName);
     LogTrace(LogCategoryStream(), kLogInfo, "Created stream grabber for device '%hs' successfully.",
              m_DeviceName.c_str());
 }
@@ -55,7 +55,7 @@ CTavixUsbStream::~CTavixUsbStream() {
     }
     LogTrace(LogCategoryStream(), kLogInfo, "Destroyed stream grabber for device '%hs' successfully.",
              m_DeviceName.c_str());
-    m_pParams->Connect(nullptr, kPortName);
+    m_pParams->Connect(nullptr, kStreamPortName);
 }
 
 void CTavixUsbStream::FailWithStatus(SourcePlace place, const char* format, unsigned int status) const {

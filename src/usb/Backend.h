@@ -53,6 +53,9 @@ struct DeviceEntry {
     std::vector<std::vector<std::uint8_t>> configurations; ///< each whole configuration descriptor set
 };
 
+/// In a request type or an endpoint address: from the device to the host.
+constexpr std::uint8_t kDirectionIn = 0x80;
+
 /// Setup stage of a control transfer.
 struct ControlSetup {
     std::uint8_t requestType = 0;

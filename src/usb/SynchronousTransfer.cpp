@@ -10,7 +10,6 @@ namespace usb {
 namespace {
 
 constexpr std::uint16_t kControlLimit = 4096;
-constexpr std::uint8_t kDirectionIn = 0x80;
 
 Result ToResult(int status) {
     switch (status) {

@@ -9,8 +9,8 @@ using namespace Tavix;
 
 namespace {
 
-constexpr unsigned int kLong = 20000; // a wait that is expected to succeed
-constexpr unsigned int kShort = 30;   // a wait that is expected to fail
+constexpr unsigned int kLongWait = 20000; // a wait that is expected to succeed
+constexpr unsigned int kShortWait = 30;   // a wait that is expected to fail
 
 struct Three {
     WaitObjectEx a = WaitObjectEx::Create();
@@ -64,7 +64,7 @@ TEST(WaitObjects, ConsumesOnlyTheOneThatAnyNames) {
 TEST(WaitObjects, LeavesTheIndexAloneWhenTimeIsOver) {
     const Three three;
     unsigned int index = 99;
-    EXPECT_FALSE(three.all.WaitForAny(kShort, &index));
+    EXPECT_FALSE(three.all.WaitForAny(kShortWait, &index));
     EXPECT_EQ(index, 99u);
 }
 
@@ -82,7 +82,7 @@ TEST(WaitObjects, ConsumesNothingUntilAllAreSignalled) {
     three.a.Signal();
     three.manual.Signal();
     EXPECT_FALSE(three.all.WaitForAll(0));
-    EXPECT_FALSE(three.all.WaitForAll(kShort));
+    EXPECT_FALSE(three.all.WaitForAll(kShortWait));
     EXPECT_TRUE(three.a.Wait(0)) << "the signal is still there";
 }
 
@@ -114,7 +114,7 @@ TEST(WaitObjects, CountsAnObjectAddedTwiceOnce) {
     three.all.Add(three.a);
     three.all.Add(three.a);
     three.a.Signal();
-    EXPECT_TRUE(three.all.WaitForAll(kLong));
+    EXPECT_TRUE(three.all.WaitForAll(kLongWait));
     EXPECT_FALSE(three.a.Wait(0));
 }
 
@@ -168,7 +168,7 @@ TEST(WaitObjects, LosesNoSignalWhenWaitersRace) {
     for (; rounds < kRounds; ++rounds) {
         a.Signal();
         b.Signal();
-        if (!done.Wait(kLong)) break;
+        if (!done.Wait(kLongWait)) break;
     }
     EXPECT_EQ(rounds, kRounds);
     EXPECT_EQ(pairs, kRounds);

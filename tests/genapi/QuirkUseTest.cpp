@@ -15,7 +15,7 @@ using genapi_test::XmlMap;
 
 namespace {
 
-std::string Knife(const std::string& name, const std::string& formula, const std::string& variable) {
+std::string KnifeOf(const std::string& name, const std::string& formula, const std::string& variable) {
     return "<IntSwissKnife Name='" + name + "'><pVariable Name='X'>" + variable + "</pVariable><Formula>" + formula +
            "</Formula></IntSwissKnife>";
 }
@@ -51,7 +51,7 @@ TEST(Quirk, CirclesOfInvalidatorsEndAndSelfInvalidatedRegistersAreReadAgain) {
 TEST(Quirk, LimitsNeedEachOthersValues) {
     XmlMap map("<Integer Name='Width'><Value>60</Value><Min>1</Min><pMax>WidthMax</pMax></Integer>"
                "<Integer Name='OffsetX'><Value>30</Value><Min>0</Min><pMax>OffsetMax</pMax></Integer>" +
-               Knife("WidthMax", "100 - X", "OffsetX") + Knife("OffsetMax", "100 - X", "Width"));
+               KnifeOf("WidthMax", "100 - X", "OffsetX") + KnifeOf("OffsetMax", "100 - X", "Width"));
     EXPECT_EQ(map.Integer("Width").GetMax(), 70);
     EXPECT_EQ(map.Integer("OffsetX").GetMax(), 40);
     EXPECT_NO_THROW(map.Integer("Width").SetValue(70));
@@ -60,7 +60,7 @@ TEST(Quirk, LimitsNeedEachOthersValues) {
 
 TEST(Quirk, AValueThatNeedsItselfThrows) {
     XmlMap map("<Integer Name='A'><pValue>B</pValue></Integer><Integer Name='B'><pValue>A</pValue></Integer>" +
-               Knife("K", "X + 1", "K"));
+               KnifeOf("K", "X + 1", "K"));
     EXPECT_THROW(map.Integer("A").GetValue(), GenICam::GenericException);
     EXPECT_THROW(map.Integer("K").GetValue(), GenICam::GenericException);
 }
@@ -70,7 +70,7 @@ TEST(Quirk, AnEntrysAvailabilityNeedsItsEnumeration) {
         "<Enumeration Name='N'><EnumEntry Name='Off'><Value>0</Value></EnumEntry><EnumEntry Name='Once'>"
         "<pIsAvailable>IsOn</pIsAvailable><Value>1</Value></EnumEntry><EnumEntry Name='On'><Value>2</Value></EnumEntry>"
         "<Value>2</Value></Enumeration>" +
-        Knife("IsOn", "X = 2", "N"));
+        KnifeOf("IsOn", "X = 2", "N"));
     EXPECT_EQ(map.Text("N"), "On");
     StringList_t symbolics;
     map.Enumeration("N").GetSymbolics(symbolics);
@@ -259,7 +259,7 @@ TEST(Quirk, AHeldIntegerLocksOthersThroughFormulasThoughNobodySeesIt) {
     XmlMap map(
         "<Integer Name='TLParamsLocked'><Visibility>Invisible</Visibility><Value>0</Value><Min>0</Min><Max>1</Max>"
         "</Integer>" +
-        Knife("WidthLocked", "X = 1", "TLParamsLocked") +
+        KnifeOf("WidthLocked", "X = 1", "TLParamsLocked") +
         "<Integer Name='Width'><pIsLocked>WidthLocked</pIsLocked><Value>8</Value></Integer>");
     int calls = 0;
     Register(&map.Node("Width"), [&calls](INode*) { ++calls; });

@@ -9,7 +9,6 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr char kDevice[] = "Tavix.USB.Device";
 constexpr auto kRemoved = vexlo::VxCallback_DeviceRemoved;
 constexpr auto kLost = vexlo::VxCallback_DeviceLost;
 
@@ -181,12 +180,12 @@ TEST_F(SurpriseRemoval, LeavesTheDeviceOpen) {
 TEST_F(SurpriseRemoval, SaysHowManyCallbacksThereAre) {
     Open();
     bus.Notify(kRemoved);
-    EXPECT_EQ(1, log.Count({kDevice, 64, "Received surprise removal for '1:2:3'. Callbacks: 0"}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Received surprise removal for '1:2:3'. Callbacks: 0"}));
     device->Close();
     Open();
     Register([](Tavix::ITavixDevice*) {});
     bus.Notify(kRemoved);
-    EXPECT_EQ(1, log.Count({kDevice, 64, "Received surprise removal for '1:2:3'. Callbacks: 1"}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Received surprise removal for '1:2:3'. Callbacks: 1"}));
 }
 
 TEST_F(SurpriseRemoval, GoesOnAfterACallbackThatThrows) {
@@ -197,10 +196,10 @@ TEST_F(SurpriseRemoval, GoesOnAfterACallbackThatThrows) {
     Register([&](Tavix::ITavixDevice*) { ++calls; });
     bus.Notify(kRemoved);
     EXPECT_EQ(1, calls);
-    EXPECT_EQ(1, log.Count({kDevice, 256,
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256,
                             "Error executing surprise removal callback for '1:2:3'. handle: 0x1; Errormessage: 'no'"}));
-    EXPECT_EQ(1,
-              log.Count({kDevice, 256, "Unknown error executing surprise removal callback for '1:2:3'. handle: 0x2"}));
+    EXPECT_EQ(
+        1, log.Count({kDeviceLog, 256, "Unknown error executing surprise removal callback for '1:2:3'. handle: 0x2"}));
 }
 
 TEST_F(SurpriseRemoval, LetsACallbackCloseTheDevice) {
@@ -273,9 +272,9 @@ TEST_F(SurpriseRemoval, OpensTheDeviceThoughItCannotBeListenedFor) {
     bus.Script("RegisterCallback", {kFailure, kFailure});
     Open();
     EXPECT_TRUE(device->IsOpen());
-    EXPECT_EQ(1, log.Count({kDevice, 256,
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256,
                             "CSurpriseRemovalController: Failed to register device notification: 'text E2000777'"}));
-    EXPECT_EQ(1, log.Count({kDevice, 256,
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256,
                             "CSurpriseRemovalController: Failed to register device notification 2: 'text E2000777'"}));
     device->Close();
     EXPECT_EQ(0, bus.Count("DeregisterCallback"));
@@ -287,10 +286,10 @@ TEST_F(SurpriseRemoval, TellsWhenItCannotBeUnlistenedFor) {
     device->Close();
     EXPECT_FALSE(device->IsOpen());
     EXPECT_EQ(1,
-              log.Count({kDevice, 256,
+              log.Count({kDeviceLog, 256,
                          "DeregisterFromVexloCallbacks: Failed to unregister device notification: 'text E2000777'"}));
     EXPECT_EQ(1,
-              log.Count({kDevice, 256,
+              log.Count({kDeviceLog, 256,
                          "DeregisterFromVexloCallbacks: Failed to unregister device notification 2: 'text E2000777'"}));
 }
 
@@ -302,7 +301,7 @@ TEST_F(SurpriseRemoval, TriesOnCloseAgainWhatItCouldNotEndBefore) {
     device->Close();
     EXPECT_EQ(3, bus.Count("DeregisterCallback")); // the first handle only
     EXPECT_EQ(1,
-              log.Count({kDevice, 256,
+              log.Count({kDeviceLog, 256,
                          "DeregisterFromVexloCallbacks: Failed to unregister device notification: 'text E2000777'"}));
 }
 

@@ -2,8 +2,6 @@
 
 namespace {
 
-constexpr char kDevice[] = "Tavix.USB.Device";
-
 class TavixUsbDevicePort : public DeviceTest {
 protected:
     unsigned char bytes[4] = {1, 2, 3, 4};
@@ -33,7 +31,7 @@ TEST_F(TavixUsbDevicePort, RefusesToReadWhileClosed) {
 TEST_F(TavixUsbDevicePort, SpeaksOfReadingWhenItRefusesToWriteWhileClosed) {
     const char kText[] = "Device '1:2:3' not open when trying to read from address 0x100; length 4.";
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, kText}));
 }
 
 TEST_F(TavixUsbDevicePort, TellsWhyAReadFailed) {
@@ -41,7 +39,7 @@ TEST_F(TavixUsbDevicePort, TellsWhyAReadFailed) {
     bus.FailNext("Device.ReadMem", kFailure);
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
                    "Read operation on device '1:2:3' failed: 'text E2000777'", device->Read(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDevice, 256, "Read: Read operation on device '1:2:3' failed: 'text E2000777'"}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, "Read: Read operation on device '1:2:3' failed: 'text E2000777'"}));
 }
 
 TEST_F(TavixUsbDevicePort, RefusesAShortRead) {
@@ -50,7 +48,7 @@ TEST_F(TavixUsbDevicePort, RefusesAShortRead) {
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", "Read operation failed. Read 3 bytes instead of 4",
                    device->Read(bytes, 0x100, 4));
     EXPECT_EQ(1,
-              log.Count({kDevice, 256,
+              log.Count({kDeviceLog, 256,
                          "Read: Couldn't read the requested number of bytes from device '1:2:3'. Requested: 4; read: "
                          "3"}));
 }
@@ -60,7 +58,7 @@ TEST_F(TavixUsbDevicePort, TellsWhyAWriteFailed) {
     Open();
     bus.FailNext("Device.WriteMem", kFailure);
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, kText}));
 }
 
 TEST_F(TavixUsbDevicePort, ReachesTheWholeAddressSpace) {

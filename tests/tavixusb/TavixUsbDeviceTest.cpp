@@ -6,7 +6,6 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr char kDevice[] = "Tavix.USB.Device";
 const LogLine kRetry{"Tavix.USB.TL", 128, "Failed to open device. Retry."};
 
 class TavixUsbDevice : public DeviceTest {};
@@ -19,9 +18,10 @@ TEST_F(TavixUsbDevice, IsMadeClosed) {
 }
 
 TEST_F(TavixUsbDevice, SaysThatItIsMade) {
-    EXPECT_THAT(log.From(kDevice), ElementsAre(LogLine{kDevice, 64, "Creating device '1:2:3' using 'Libusb'"},
-                                               LogLine{kDevice, 32, "Migration mode for device '1:2:3' changed to 0"},
-                                               LogLine{kDevice, 64, "Created device '1:2:3' successfully."}));
+    EXPECT_THAT(log.From(kDeviceLog),
+                ElementsAre(LogLine{kDeviceLog, 64, "Creating device '1:2:3' using 'Libusb'"},
+                            LogLine{kDeviceLog, 32, "Migration mode for device '1:2:3' changed to 0"},
+                            LogLine{kDeviceLog, 64, "Created device '1:2:3' successfully."}));
 }
 
 TEST_F(TavixUsbDevice, MakesItsGrabbersBeforeItSaysThatItIsMade) {
@@ -40,7 +40,7 @@ TEST_F(TavixUsbDevice, IsMadeUsingWhatItsInfoSays) {
     Tavix::CDeviceInfo info = MakeCameraInfo();
     info.SetPropertyValue("UsbDriverTypeName", "N/A");
     Make(info);
-    EXPECT_EQ(1, log.Count({kDevice, 64, "Creating device '1:2:3' using 'N/A'"}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Creating device '1:2:3' using 'N/A'"}));
     EXPECT_EQ(2u, bus.lastDeviceType);
 }
 
@@ -48,7 +48,7 @@ TEST_F(TavixUsbDevice, IsNotMadeWithoutDeviceObject) {
     constexpr char kText[] = "Failed to create USB device for device '1:2:3'.";
     bus.createsDevices = false;
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevice.cpp", kText, Tavix::CTavixUsbDevice{MakeCameraInfo()});
-    EXPECT_EQ(1, log.Count({kDevice, 256, kText}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, kText}));
 }
 
 TEST_F(TavixUsbDevice, LeavesNothingBehindWhenItCannotBeMade) {
@@ -79,9 +79,9 @@ TEST_F(TavixUsbDevice, HasOneStreamGrabberAlsoWhileClosed) {
 
 TEST_F(TavixUsbDevice, HasNoOtherStreamGrabberAndSaysSo) {
     EXPECT_EQ(nullptr, device->GetStreamGrabber(1));
-    EXPECT_EQ(1, log.Count({kDevice, 128, "Invalid StreamIndex 1. Only stream index zero is supported."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 128, "Invalid StreamIndex 1. Only stream index zero is supported."}));
     EXPECT_EQ(nullptr, device->GetStreamGrabber(~0u));
-    EXPECT_EQ(1, log.Count({kDevice, 128, "Invalid StreamIndex 4294967295. Only stream index zero is supported."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 128, "Invalid StreamIndex 4294967295. Only stream index zero is supported."}));
 }
 
 TEST_F(TavixUsbDevice, HasAnEventGrabberOnlyWhileOpen) {
@@ -97,8 +97,8 @@ TEST_F(TavixUsbDevice, OpensAndKeepsTheAccessModes) {
     device->Open(Tavix::AccessModeSet(0x1'0000'000A));
     EXPECT_TRUE(device->IsOpen());
     EXPECT_EQ(Tavix::AccessModeSet(0x1'0000'000A), device->AccessMode());
-    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDevice, 64, "Opening device '1:2:3' accessMode: 0xa"},
-                                       LogLine{kDevice, 64, "Opened device '1:2:3' successfully"}));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDeviceLog, 64, "Opening device '1:2:3' accessMode: 0xa"},
+                                       LogLine{kDeviceLog, 64, "Opened device '1:2:3' successfully"}));
 }
 
 TEST_F(TavixUsbDevice, OpensNoGrabber) {
@@ -126,7 +126,7 @@ TEST_F(TavixUsbDevice, SaysThatItOpensAlsoWhenItRefuses) {
     Open();
     log.Forget();
     EXPECT_THROW(Open(), GenICam::LogicalErrorException);
-    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDevice, 64, "Opening device '1:2:3' accessMode: 0x1a"}));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDeviceLog, 64, "Opening device '1:2:3' accessMode: 0x1a"}));
 }
 
 TEST_F(TavixUsbDevice, ListensForRemovalBeforeItIsOpen) {
@@ -164,9 +164,9 @@ TEST_F(TavixUsbDevice, GivesUpAfterFiveAttempts) {
     EXPECT_EQ(Tavix::AccessModeSet(), device->AccessMode());
     EXPECT_EQ(0, bus.Count("RegisterCallback"));
     EXPECT_THAT(log.All(),
-                ElementsAre(LogLine{kDevice, 64, "Opening device '1:2:3' accessMode: 0xffffffff"}, kRetry, kRetry,
+                ElementsAre(LogLine{kDeviceLog, 64, "Opening device '1:2:3' accessMode: 0xffffffff"}, kRetry, kRetry,
                             kRetry, kRetry,
-                            LogLine{kDevice, 256, "Open: Failed to open device '1:2:3'! Error: 'text E2000777'"}));
+                            LogLine{kDeviceLog, 256, "Open: Failed to open device '1:2:3'! Error: 'text E2000777'"}));
 }
 
 TEST_F(TavixUsbDevice, OpensWithARecordMadeOfItsInfo) {
@@ -200,7 +200,7 @@ TEST_F(TavixUsbDevice, RefusesToCloseWhenClosed) {
     log.Forget();
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevice.cpp", "Device is already closed.", device->Close());
     EXPECT_EQ(0, bus.Count("Device.Close"));
-    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDevice, 64, "Closing device '1:2:3'"}));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDeviceLog, 64, "Closing device '1:2:3'"}));
 }
 
 TEST_F(TavixUsbDevice, OnlyWarnsWhenItIsClosedFromInsideWhileClosed) {
@@ -208,8 +208,8 @@ TEST_F(TavixUsbDevice, OnlyWarnsWhenItIsClosedFromInsideWhileClosed) {
     Tavix::IChunkParser* const parser = device->CreateChunkParser();
     log.Forget();
     device->InternalClose();
-    EXPECT_THAT(log.All(),
-                ElementsAre(LogLine{kDevice, 128, "InternalClose: Device '1:2:3' is not open and cannot be closed."}));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kDeviceLog, 128,
+                                               "InternalClose: Device '1:2:3' is not open and cannot be closed."}));
     EXPECT_EQ(0, bus.Count("Device.Close"));
     EXPECT_THROW(device->DestroyChunkParser(parser), GenICam::RuntimeException);
 }
@@ -229,8 +229,8 @@ TEST_F(TavixUsbDevice, SaysThatItCloses) {
     Open();
     log.Forget();
     device->Close();
-    EXPECT_THAT(log.From(kDevice), ElementsAre(LogLine{kDevice, 64, "Closing device '1:2:3'"},
-                                               LogLine{kDevice, 64, "Closed device '1:2:3' successfully."}));
+    EXPECT_THAT(log.From(kDeviceLog), ElementsAre(LogLine{kDeviceLog, 64, "Closing device '1:2:3'"},
+                                                  LogLine{kDeviceLog, 64, "Closed device '1:2:3' successfully."}));
 }
 
 TEST_F(TavixUsbDevice, IsClosedAlsoWhenTheUsbDeviceDoesNotClose) {
@@ -238,7 +238,8 @@ TEST_F(TavixUsbDevice, IsClosedAlsoWhenTheUsbDeviceDoesNotClose) {
     bus.FailNext("Device.Close", kFailure);
     EXPECT_NO_THROW(device->Close());
     EXPECT_FALSE(device->IsOpen());
-    EXPECT_EQ(1, log.Count({kDevice, 256, "InternalClose: Failed to close device: '1:2:3'. Error: 'text E2000777'"}));
+    EXPECT_EQ(1,
+              log.Count({kDeviceLog, 256, "InternalClose: Failed to close device: '1:2:3'. Error: 'text E2000777'"}));
 }
 
 TEST_F(TavixUsbDevice, FinishesAGrabWhenItCloses) {
@@ -277,20 +278,20 @@ TEST_F(TavixUsbDevice, ClosesOnDestructionAndWarns) {
     bus.ForgetCalls();
     Destroy();
     EXPECT_THAT(
-        log.From(kDevice),
-        ElementsAre(LogLine{kDevice, 64, "Destroying device '1:2:3'"},
-                    LogLine{kDevice, 128,
+        log.From(kDeviceLog),
+        ElementsAre(LogLine{kDeviceLog, 64, "Destroying device '1:2:3'"},
+                    LogLine{kDeviceLog, 128,
                             "Device '1:2:3' still open on destruction. Please call ITavixDevice::Close() before "
                             "destroying the device."},
-                    LogLine{kDevice, 64, "Destroyed device '1:2:3' successfully."}));
+                    LogLine{kDeviceLog, 64, "Destroyed device '1:2:3' successfully."}));
     EXPECT_THAT(bus.Calls(), ElementsAre("DeregisterCallback", "DeregisterCallback", "Device.Close", "DestroyDevice"));
 }
 
 TEST_F(TavixUsbDevice, IsDestroyedQuietlyWhenClosed) {
     log.Forget();
     Destroy();
-    EXPECT_THAT(log.From(kDevice), ElementsAre(LogLine{kDevice, 64, "Destroying device '1:2:3'"},
-                                               LogLine{kDevice, 64, "Destroyed device '1:2:3' successfully."}));
+    EXPECT_THAT(log.From(kDeviceLog), ElementsAre(LogLine{kDeviceLog, 64, "Destroying device '1:2:3'"},
+                                                  LogLine{kDeviceLog, 64, "Destroyed device '1:2:3' successfully."}));
 }
 
 TEST_F(TavixUsbDevice, LogsAndSurvivesAFailureToCloseOnDestruction) {
@@ -302,16 +303,16 @@ TEST_F(TavixUsbDevice, LogsAndSurvivesAFailureToCloseOnDestruction) {
     device->GetStreamGrabber(0)->PrepareGrab();
     bus.FailNext("Stream.FinishGrab", kFailure);
     Destroy();
-    EXPECT_EQ(1, log.Count({kDevice, 256, "Exception(1) in ~CTavixUsbDevice for Device '1:2:3'. Close() failed."}));
-    EXPECT_EQ(1, log.Count({kDevice, 64, "Destroyed device '1:2:3' successfully."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, "Exception(1) in ~CTavixUsbDevice for Device '1:2:3'. Close() failed."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Destroyed device '1:2:3' successfully."}));
     EXPECT_EQ(1, bus.Count("DestroyDevice"));
 }
 
 TEST_F(TavixUsbDevice, LogsAndSurvivesAFailureToDestroyTheUsbDevice) {
     bus.throwsOnDestroy = true;
     Destroy();
-    EXPECT_EQ(1, log.Count({kDevice, 256, "Exception(2) in ~CTavixUsbDevice for Device '1:2:3'. Close() failed."}));
-    EXPECT_EQ(1, log.Count({kDevice, 64, "Destroyed device '1:2:3' successfully."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 256, "Exception(2) in ~CTavixUsbDevice for Device '1:2:3'. Close() failed."}));
+    EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Destroyed device '1:2:3' successfully."}));
 }
 
 struct PortMode {

@@ -45,7 +45,7 @@ TEST_F(StreamGrabber, TellsItsStateOnlyWhenItIsANewOne) {
 }
 
 /// One whose parts that are meant for heirs can be reached.
-struct Probe : Tavix::CTavixUsbStream {
+struct StateProbe : Tavix::CTavixUsbStream {
     using CTavixUsbStream::CTavixUsbStream;
     using CTavixUsbStream::EStreamGrabberState;
     using CTavixUsbStream::GetState;
@@ -64,19 +64,19 @@ protected:
     StreamGrabberProbe() { bus.deviceSaysItIsOpen = true; }
 
     Tavix::VxDevicePtr usbDevice{vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)};
-    Probe probe{usbDevice.get(), device};
+    StateProbe probe{usbDevice.get(), device};
 };
 
 TEST_F(StreamGrabberProbe, NamesItsStates) {
     const char* const names[] = {"Closed", "Open", "Grabbing", "Unknown State"};
     for (int state = 0; state < 4; ++state) {
-        probe.SetState(static_cast<Probe::EStreamGrabberState>(state));
+        probe.SetState(static_cast<StateProbe::EStreamGrabberState>(state));
         EXPECT_EQ(state, probe.GetState());
         EXPECT_STREQ(names[state], probe.GetStateName());
         EXPECT_EQ(state, Integer(probe.GetNodeMap(), "StatusReg").GetValue());
     }
-    probe.SetState(static_cast<Probe::EStreamGrabberState>(0));
-    static_assert(sizeof(Probe::EStreamGrabberState) == 4);
+    probe.SetState(static_cast<StateProbe::EStreamGrabberState>(0));
+    static_assert(sizeof(StateProbe::EStreamGrabberState) == 4);
 }
 
 TEST_F(StreamGrabberProbe, FinishesWhenItIsClosedAsItsHeirFinishes) {
@@ -89,7 +89,7 @@ TEST_F(StreamGrabberProbe, FinishesWhenItIsClosedAsItsHeirFinishes) {
 TEST_F(StreamGrabberProbe, ReleasesItsNodeMapAndPortWhenItIsDestroyed) {
     // The leak checker looks for the rest.
     log.Forget();
-    { Probe other(usbDevice.get(), device); }
+    { StateProbe other(usbDevice.get(), device); }
     EXPECT_EQ(1, log.Count(StreamLine(64, "Destroyed stream grabber for device '1:2:3' successfully.")));
 }
 

@@ -15,7 +15,7 @@ using Vandrel_UsbTLParams::CUsbTLParamsImpl;
 
 namespace {
 
-constexpr char kPort[] = "VexloDevicePort";
+constexpr char kTransportPort[] = "VexloDevicePort";
 
 class UsbTLParams : public testing::Test {
 protected:
@@ -24,13 +24,13 @@ protected:
         m_pDevice = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
     }
     ~UsbTLParams() override {
-        map->Connect(nullptr, kPort);
+        map->Connect(nullptr, kTransportPort);
         vexlo::CVxDevice::DestroyDevice(m_pDevice);
     }
 
     void Connect() {
         port.SetObject(m_pDevice);
-        ASSERT_TRUE(map->Connect(&port, kPort));
+        ASSERT_TRUE(map->Connect(&port, kTransportPort));
     }
     GenApi::IInteger& Integer(const char* name) { return *GenApi::CIntegerPtr(map->GetNode(name)); }
 
@@ -42,15 +42,15 @@ protected:
 
 NodeProperties Statistic(const char* address, const char* displayName, const char* toolTip) {
     return RegisterProperties(
-        address, "8", "RO", "Signed", kPort,
+        address, "8", "RO", "Signed", kTransportPort,
         {{"DisplayName", displayName}, {"ToolTip", toolTip}, {"PollingTime", "1000"}, {"IsFeature", "Yes"}});
 }
 
 NodeProperties CustomRequest(const char* address, const char* length) {
-    return RegisterProperties(address, length, "RW", "Unsigned", kPort, {{"IsFeature", "No"}});
+    return RegisterProperties(address, length, "RW", "Unsigned", kTransportPort, {{"IsFeature", "No"}});
 }
 
-const NodeRow kRows[] = {
+const NodeRow kTransportRows[] = {
     {"Root",
      GenApi::intfICategory,
      {{"ToolTip", "Transport layer-specific parameters."}, {"pFeature", "Statistic"}, {"IsFeature", "Yes"}}},
@@ -76,7 +76,7 @@ const NodeRow kRows[] = {
     {"Statistic_Write_Operations_Failed_Count", GenApi::intfIInteger,
      Statistic("0x500", "Write Operations Failed Count", "The total count of failed write operations.")},
     {"Statistic_Last_Error_Status", GenApi::intfIInteger,
-     RegisterProperties("0x600", "4", "RO", "Unsigned", kPort,
+     RegisterProperties("0x600", "4", "RO", "Unsigned", kTransportPort,
                         {{"DisplayName", "Last Error Status"},
                          {"ToolTip", "The last error status for a read or write operation."},
                          {"PollingTime", "1000"},
@@ -94,11 +94,11 @@ class UsbTLParamsTable : public UsbTLParams, public testing::WithParamInterface<
 TEST_P(UsbTLParamsTable, HasTheNode) {
     ExpectRow(*map, GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(Rows, UsbTLParamsTable, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Rows, UsbTLParamsTable, testing::ValuesIn(kTransportRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbTLParams, HasNoOtherNodes) {
-    EXPECT_EQ(std::size(kRows), map->GetNumNodes());
+    EXPECT_EQ(std::size(kTransportRows), map->GetNumNodes());
 }
 
 TEST_F(UsbTLParams, DescribesItself) {
@@ -140,11 +140,11 @@ std::set<std::string> DependentsOf(GenApi::INodeMap& map, const char* name) {
 
 TEST_F(UsbTLParams, LetsRegistersDependOnThePortAndCategoriesOnThem) {
     std::set<std::string> ofPort;
-    for (const NodeRow& row : kRows) {
+    for (const NodeRow& row : kTransportRows) {
         if (row.type == GenApi::intfIInteger || row.type == GenApi::intfICategory) ofPort.insert(row.name);
     }
     EXPECT_EQ(13u, ofPort.size());
-    EXPECT_EQ(ofPort, DependentsOf(*map, kPort));
+    EXPECT_EQ(ofPort, DependentsOf(*map, kTransportPort));
     for (const std::string& statistic : FeatureNames(*map, "Statistic")) {
         EXPECT_THAT(DependentsOf(*map, statistic.c_str()), ElementsAre("Root", "Statistic"));
     }
@@ -162,7 +162,7 @@ TEST_F(UsbTLParams, PollsItsStatisticsEverySecond) {
 
 TEST_F(UsbTLParams, ReadsAndWritesOnlyAsItsRegistersAllow) {
     Connect();
-    for (const NodeRow& row : kRows) {
+    for (const NodeRow& row : kTransportRows) {
         const auto mode = row.properties.find("AccessMode");
         if (mode == row.properties.end()) continue;
         const bool writable = mode->second == "RW";
@@ -189,7 +189,7 @@ TEST_F(UsbTLParams, BearsTheNameThatItIsGiven) {
 }
 
 TEST_F(UsbTLParams, CannotReadAStatisticWithoutDeviceObject) {
-    ASSERT_TRUE(map->Connect(&port, kPort));
+    ASSERT_TRUE(map->Connect(&port, kTransportPort));
     EXPECT_FAILURE(RuntimeException, "GenericUsbPort.h",
                    "Failed to read property value 200. The property is not writable.",
                    Integer("Statistic_Read_Pipe_Reset_Count").GetValue());

@@ -21,7 +21,7 @@ std::vector<json> JsonLines(const Outcome& outcome) {
     return values;
 }
 
-std::string OneCamera(const TestFolder& folder, const std::string& members) {
+std::string CameraWith(const TestFolder& folder, const std::string& members) {
     return folder.Write("camera.json", "{\"cameras\": [{" + members + "}]}");
 }
 
@@ -83,7 +83,7 @@ TEST(Events, AreWrittenAtOnceUntilCtrlC) {
 
 TEST(Events, EndWhenTheCameraIsUnplugged) {
     const TestFolder folder;
-    const std::string settings = OneCamera(folder, R"("faults": {"stream": [{"fault": "Unplug", "frame": 3}]})");
+    const std::string settings = CameraWith(folder, R"("faults": {"stream": [{"fault": "Unplug", "frame": 3}]})");
     const Outcome outcome = RunTool({"--virtual", settings, "events", "--grab"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("was unplugged"), std::string::npos) << outcome.err;
@@ -115,7 +115,7 @@ TEST(Chunks, PrintALineAFrame) {
 TEST(Bench, MeasuresRateCostLatencyAndLosses) {
     const TestFolder folder;
     const std::string settings =
-        OneCamera(folder, R"("sensorWidth": 320, "sensorHeight": 240, "frameRateEnable": false)");
+        CameraWith(folder, R"("sensorWidth": 320, "sensorHeight": 240, "frameRateEnable": false)");
     const Outcome outcome = RunTool({"--virtual", settings, "bench", "-n", "200", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const json figures = json::parse(outcome.out, nullptr, false);
@@ -138,7 +138,7 @@ TEST(Bench, KnowsNoLatencyOfACameraWhoseClockCannotBeRead) {
         xml.replace(at, std::string("TimestampLatchValue").size(), "ClockValue");
     }
     const std::string settings =
-        OneCamera(folder, "\"registers\": {\"descriptionPath\": \"" + folder.Write("other.xml", xml) + "\"}");
+        CameraWith(folder, "\"registers\": {\"descriptionPath\": \"" + folder.Write("other.xml", xml) + "\"}");
     const Outcome outcome = RunTool({"--virtual", settings, "bench", "-n", "3", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(json::parse(outcome.out, nullptr, false)["latencyMs"].is_null()) << outcome.out;
@@ -147,7 +147,7 @@ TEST(Bench, KnowsNoLatencyOfACameraWhoseClockCannotBeRead) {
 TEST(Bench, TellsOfFailedFramesByItsStatus) {
     const TestFolder folder;
     const std::string settings =
-        OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 2, "value": 100}]})");
+        CameraWith(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 2, "value": 100}]})");
     for (const char* command : {"bench", "chunks"}) {
         const Outcome outcome = RunTool({"--virtual", settings, command, "-n", "8"});
         EXPECT_EQ(outcome.status, 3) << command;

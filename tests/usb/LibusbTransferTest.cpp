@@ -10,7 +10,7 @@ using usb::TransferStatus;
 
 constexpr std::size_t kSize = 16384;
 
-std::vector<std::size_t> Counting(std::size_t count) {
+std::vector<std::size_t> FirstOrder(std::size_t count) {
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < count; ++i)
         order.push_back(i);
@@ -23,7 +23,7 @@ TEST_F(LibusbTest, TransfersCompleteInOrder) {
     transfers.SubmitAll();
     m_Device->Flow();
     ASSERT_TRUE(transfers.PumpUntilCompleted(8));
-    EXPECT_EQ(transfers.Order(), Counting(8));
+    EXPECT_EQ(transfers.Order(), FirstOrder(8));
     std::size_t at = 0;
     for (std::size_t i = 0; i < 8; ++i) {
         EXPECT_EQ(transfers[i].status, TransferStatus::Completed);

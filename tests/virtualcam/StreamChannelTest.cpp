@@ -15,7 +15,7 @@ using virtualcam::test::DeviceClient;
 using virtualcam::test::Hex;
 using virtualcam::test::StreamClient;
 
-CameraSettings Small() {
+CameraSettings Medium() {
     CameraSettings settings;
     settings.sensorWidth = 640;
     settings.sensorHeight = 480;
@@ -24,7 +24,7 @@ CameraSettings Small() {
 }
 
 struct StreamChannelTest : testing::Test {
-    Device device{Small()};
+    Device device{Medium()};
     DeviceClient client{device};
     StreamClient stream{client};
 };
@@ -168,7 +168,7 @@ TEST_F(StreamChannelTest, KeepsTheSizesOfItsStart) {
 }
 
 TEST_F(StreamChannelTest, SendsPacketsOf512BytesAtHighSpeed) {
-    CameraSettings settings = Small();
+    CameraSettings settings = Medium();
     settings.speed = usb::Speed::High;
     Device slow(settings);
     DeviceClient slowClient(slow);
@@ -179,7 +179,7 @@ TEST_F(StreamChannelTest, SendsPacketsOf512BytesAtHighSpeed) {
 }
 
 TEST(StreamAlignment, RefusesSizesThatAreNotAligned) {
-    CameraSettings settings = Small();
+    CameraSettings settings = Medium();
     settings.registers.alignmentExponent = 10;
     Device device(settings);
     DeviceClient client(device);
@@ -192,7 +192,7 @@ TEST(StreamAlignment, RefusesSizesThatAreNotAligned) {
 }
 
 TEST(StreamAlignment, CanBeCheckedAsLateAsStreamEnable) {
-    CameraSettings settings = Small();
+    CameraSettings settings = Medium();
     settings.registers.alignmentExponent = 10;
     settings.registers.lateAlignmentCheck = true;
     Device device(settings);

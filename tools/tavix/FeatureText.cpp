@@ -85,24 +85,24 @@ std::string Declared(GenApi::INode& node, const char* limit) {
 }
 
 template<class Value>
-void AddRange(nlohmann::json& json, Value low, Value high) {
-    if (IsLimit(low)) json["min"] = low;
-    if (IsLimit(high)) json["max"] = high;
+void AddRange(nlohmann::json& out, Value low, Value high) {
+    if (IsLimit(low)) out["min"] = low;
+    if (IsLimit(high)) out["max"] = high;
 }
 
-void AddLimits(nlohmann::json& json, GenApi::INode& node) {
+void AddLimits(nlohmann::json& out, GenApi::INode& node) {
     if (auto* integer = dynamic_cast<GenApi::IInteger*>(&node)) {
-        AddRange(json, integer->GetMin(), integer->GetMax());
-        json["increment"] = integer->GetInc();
+        AddRange(out, integer->GetMin(), integer->GetMax());
+        out["increment"] = integer->GetInc();
     } else if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) {
-        AddRange(json, number->GetMin(), number->GetMax());
-        if (number->HasInc()) json["increment"] = number->GetInc();
+        AddRange(out, number->GetMin(), number->GetMax());
+        if (number->HasInc()) out["increment"] = number->GetInc();
     } else if (auto* enumeration = dynamic_cast<GenApi::IEnumeration*>(&node)) {
         GenApi::StringList_t names;
         enumeration->GetSymbolics(names);
-        json["entries"] = nlohmann::json::array();
+        out["entries"] = nlohmann::json::array();
         for (const auto& name : names)
-            json["entries"].push_back(Text(name));
+            out["entries"].push_back(Text(name));
     }
 }
 
@@ -226,16 +226,16 @@ std::string UnitText(GenApi::INode& node) {
 }
 
 nlohmann::json FeatureJson(GenApi::INode& node) {
-    nlohmann::json json{{"name", Text(node.GetName())}, {"type", TypeName(node)}, {"access", AccessName(node)}};
-    if (const std::string unit = UnitText(node); !unit.empty()) json["unit"] = unit;
+    nlohmann::json out{{"name", Text(node.GetName())}, {"type", TypeName(node)}, {"access", AccessName(node)}};
+    if (const std::string unit = UnitText(node); !unit.empty()) out["unit"] = unit;
     try {
-        if (node.GetPrincipalInterfaceType() == GenApi::intfICommand) return json;
-        if (GenApi::IsReadable(node.GetAccessMode())) json["value"] = ValueJson(node);
-        if (GenApi::IsWritable(node.GetAccessMode())) AddLimits(json, node);
+        if (node.GetPrincipalInterfaceType() == GenApi::intfICommand) return out;
+        if (GenApi::IsReadable(node.GetAccessMode())) out["value"] = ValueJson(node);
+        if (GenApi::IsWritable(node.GetAccessMode())) AddLimits(out, node);
     } catch (const GenICam::GenericException& e) {
-        json["error"] = Reason(e);
+        out["error"] = Reason(e);
     }
-    return json;
+    return out;
 }
 
 } // namespace tool

@@ -91,10 +91,10 @@ public:
 private:
     void OnCategory(GenApi::INode&, std::size_t) override {}
     void OnFeature(GenApi::INode& category, GenApi::INode& feature, std::size_t) override {
-        nlohmann::json json = FeatureJson(feature);
-        json["category"] = Text(category.GetName());
-        if (!m_Options.withCamera) json["limits"] = DeclaredText(feature);
-        m_Json.push_back(std::move(json));
+        nlohmann::json out = FeatureJson(feature);
+        out["category"] = Text(category.GetName());
+        if (!m_Options.withCamera) out["limits"] = DeclaredText(feature);
+        m_Json.push_back(std::move(out));
     }
 
     nlohmann::json m_Json = nlohmann::json::array();

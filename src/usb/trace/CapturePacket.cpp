@@ -12,7 +12,6 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::uint16_t kUsbLinuxMmapped = 220;
 constexpr std::uint8_t kControlType = 2;
 constexpr std::uint8_t kBulkType = 3;
-constexpr std::uint8_t kDirectionIn = 0x80;
 constexpr std::uint64_t kNanoseconds = 1000000000;
 
 constexpr std::uint32_t kSectionHeader = 0x0A0D0D0A;

@@ -6,7 +6,6 @@
 namespace usb {
 namespace {
 
-constexpr std::uint8_t kDirectionIn = 0x80;
 constexpr std::uint8_t kGetDescriptor = 0x06;
 constexpr std::uint8_t kClearFeature = 0x01;
 constexpr std::uint8_t kSetConfiguration = 0x09;

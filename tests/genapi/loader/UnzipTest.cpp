@@ -56,7 +56,7 @@ std::string Unzip(const std::string& bytes) {
     return UnzipDescription(bytes.data(), bytes.size());
 }
 
-std::string ErrorOf(const std::string& bytes) {
+std::string UnzipError(const std::string& bytes) {
     try {
         static_cast<void>(Unzip(bytes));
     } catch (const GenICam::RuntimeException& error) {
@@ -74,7 +74,7 @@ TEST(Unzip, GivesTheFirstMemberStoredOrDeflated) {
 
 TEST(Unzip, PassesFolders) {
     EXPECT_EQ(Unzip(Zip({{"folder/", ""}, {"folder/a.xml", "text"}})), "text");
-    EXPECT_THAT(ErrorOf(Zip({{"folder/", ""}})), HasSubstr("holds no file"));
+    EXPECT_THAT(UnzipError(Zip({{"folder/", ""}})), HasSubstr("holds no file"));
 }
 
 TEST(Unzip, ToleratesPaddingOfAnySize) {
@@ -88,25 +88,25 @@ TEST(Unzip, ToleratesPaddingOfAnySize) {
 TEST(Unzip, RefusesEveryTruncation) {
     const std::string archive = Zip({{"a.xml", "text text text text"}});
     for (std::size_t size = 0; size < archive.size(); ++size) {
-        EXPECT_NE(ErrorOf(archive.substr(0, size)), "no error") << size;
+        EXPECT_NE(UnzipError(archive.substr(0, size)), "no error") << size;
     }
 }
 
 TEST(Unzip, RefusesDamagedData) {
     std::string archive = Zip({{"a.xml", "text text", ZIP_CM_STORE}});
     archive[archive.find("text")] = 'T';
-    EXPECT_THAT(ErrorOf(archive), HasSubstr("CRC"));
+    EXPECT_THAT(UnzipError(archive), HasSubstr("CRC"));
 }
 
 TEST(Unzip, RefusesWhatIsNoArchive) {
-    EXPECT_THAT(ErrorOf("<RegisterDescription/>"), HasSubstr("Cannot unzip the description"));
+    EXPECT_THAT(UnzipError("<RegisterDescription/>"), HasSubstr("Cannot unzip the description"));
     EXPECT_THROW(static_cast<void>(UnzipDescription(nullptr, 5)), GenICam::RuntimeException);
 }
 
 TEST(Unzip, RefusesBombs) {
     const std::string archive = Zip({{"a.xml", std::string(kMaxDescriptionSize + 1, ' ')}});
     EXPECT_LT(archive.size(), 100000U);
-    EXPECT_THAT(ErrorOf(archive), HasSubstr("too large"));
+    EXPECT_THAT(UnzipError(archive), HasSubstr("too large"));
 }
 
 // The directory's size may lie; what comes out counts.
@@ -116,7 +116,7 @@ TEST(Unzip, RefusesBombsThatClaimToBeSmall) {
     ASSERT_NE(directory, std::string::npos);
     for (std::size_t i = 24; i < 28; ++i)
         archive[directory + i] = i == 24 ? 100 : 0;
-    EXPECT_NE(ErrorOf(archive), "no error");
+    EXPECT_NE(UnzipError(archive), "no error");
 }
 
 TEST(Loader, UnpacksArchiveFiles) {

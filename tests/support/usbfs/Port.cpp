@@ -12,7 +12,7 @@
 namespace usbfs {
 namespace {
 
-constexpr std::uint8_t kSetConfiguration = 0x09;
+constexpr std::uint8_t kSetConfigurationRequest = 0x09;
 constexpr unsigned int kAddressesOfPort = 7;
 constexpr unsigned int kAddressStep = 16;
 
@@ -252,7 +252,7 @@ int Port::SelectConfiguration(OpenFile& file, int value) {
     const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
     if (!m_Configuration.Select(value)) return EINVAL;
-    return Request(0x00, kSetConfiguration, static_cast<unsigned int>(value), 0) ? 0 : EPIPE;
+    return Request(0x00, kSetConfigurationRequest, static_cast<unsigned int>(value), 0) ? 0 : EPIPE;
 }
 
 } // namespace usbfs

@@ -9,6 +9,8 @@
 
 #include <GenApi/Pointer.h>
 
+inline constexpr char kDeviceLog[] = "Tavix.USB.Device"; // category of its log lines
+
 class DeviceTest : public testing::Test {
 protected:
     DeviceTest() {

@@ -8,7 +8,7 @@ using namespace streamtest;
 
 namespace {
 
-constexpr std::uint64_t kPayload = 300000;
+constexpr std::uint64_t kNarrowPayload = 300000;
 
 TEST(FirstBlocks, AskForSmallerTransfersAfterThreeBrokenOnes) {
     FirstBlocks blocks;
@@ -34,11 +34,11 @@ class Narrow : public testing::Test {
 protected:
     Narrow() {
         u3v::TransferNeeds needs;
-        needs.payloadSize = kPayload;
+        needs.payloadSize = kNarrowPayload;
         needs.packetSize = 1024;
         needs.maxTransferSize = 64 << 10;
         narrow = *u3v::MakeTransferPlan(needs);
-        bench.camera.Set(0x08, kPayload);
+        bench.camera.Set(0x08, kNarrowPayload);
         bench.camera.OnEnable([this](unsigned int) {
             for (std::uint64_t id = 0; id < 4; ++id)
                 bench.bus.Send(Block(id, narrow));
@@ -50,7 +50,7 @@ protected:
     }
     /// A block that ends in its first payload transfer.
     std::vector<Bytes> Broken(std::uint64_t id) const {
-        return {Leader(id, kPayload), Pixels(id, 1000), {}, Trailer(id, kPayload)};
+        return {Leader(id, kNarrowPayload), Pixels(id, 1000), {}, Trailer(id, kNarrowPayload)};
     }
     std::size_t LongestQueued() const {
         std::size_t longest = 0;
@@ -59,7 +59,7 @@ protected:
         return longest;
     }
 
-    EngineBench bench{{kPayload, 1 << 20, 1024}};
+    EngineBench bench{{kNarrowPayload, 1 << 20, 1024}};
     u3v::TransferPlan narrow;
 };
 

@@ -15,7 +15,7 @@ namespace {
 using Write = FakeCamera::Write;
 using Writes = std::vector<Write>;
 
-constexpr std::uint32_t kPayload = 3000;
+constexpr std::uint32_t kBlockPayload = 3000;
 const Writes kSizes = {{0x18, 1024}, {0x1C, 1 << 20}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}};
 
 Writes operator+(Writes left, const Writes& right) {
@@ -29,11 +29,11 @@ protected:
         auto host = std::make_unique<FakeCamera>(bus);
         camera = host.get();
         camera->Set(0x00, 0x0A000000);
-        camera->Set(0x08, kPayload);
+        camera->Set(0x08, kBlockPayload);
         stream = std::make_unique<CVxStream>(std::make_unique<CVxStream::Impl>(std::move(host)));
         EXPECT_EQ(stream->RegisterWaitObject(wait), VX_OK);
         EXPECT_EQ(stream->Open(), VX_OK);
-        EXPECT_EQ(stream->PrepareGrab(2, kPayload), VX_OK);
+        EXPECT_EQ(stream->PrepareGrab(2, kBlockPayload), VX_OK);
     }
     ~StreamStart() override {
         stream.reset();
@@ -49,7 +49,7 @@ protected:
         ASSERT_EQ(stream->RegisterBuffer(memory, sizeof memory, &handle), VX_OK);
         ASSERT_EQ(stream->QueueBuffer(handle, nullptr), VX_OK);
         u3v::TransferNeeds needs;
-        needs.payloadSize = kPayload;
+        needs.payloadSize = kBlockPayload;
         needs.packetSize = 1024;
         needs.maxTransferSize = 1 << 20;
         bus.Send(Block(0, *u3v::MakeTransferPlan(needs)));
@@ -63,7 +63,7 @@ protected:
     PacketBus bus;
     FakeCamera* camera = nullptr; // of the stream
     Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
-    std::uint8_t memory[kPayload] = {};
+    std::uint8_t memory[kBlockPayload] = {};
     std::unique_ptr<CVxStream> stream;
 };
 
@@ -77,20 +77,20 @@ TEST_F(StreamStart, QueuesATransferBeforeTheCameraIsSwitchedOn) {
 
 TEST_F(StreamStart, TakesTheLeaderBeforeThereIsABuffer) {
     ASSERT_EQ(stream->StartStreaming(), VX_OK);
-    bus.Send(Leader(0, kPayload));
+    bus.Send(Leader(0, kBlockPayload));
     ASSERT_TRUE(bus.WaitFor([&] { return bus.Queued() == 0; }));
     BufferHandle_s* handle = nullptr;
     ASSERT_EQ(stream->RegisterBuffer(memory, sizeof memory, &handle), VX_OK);
     ASSERT_EQ(stream->QueueBuffer(handle, nullptr), VX_OK);
-    const Bytes pixels = Pixels(0, kPayload);
+    const Bytes pixels = Pixels(0, kBlockPayload);
     bus.Send({Bytes(pixels.begin(), pixels.begin() + 2048), Bytes(pixels.begin() + 2048, pixels.end()),
-              Trailer(0, kPayload)});
+              Trailer(0, kBlockPayload)});
     ASSERT_TRUE(wait.Wait(20000));
     CVxStream::GrabResult result{};
     ASSERT_EQ(stream->RetrieveBuffer(&result, nullptr), VX_OK);
     EXPECT_EQ(result.Status, VX_OK);
     EXPECT_EQ(result.BlockId, 0u);
-    EXPECT_EQ(result.PayloadSize, kPayload);
+    EXPECT_EQ(result.PayloadSize, kBlockPayload);
 }
 
 TEST_F(StreamStart, LosesNoBlockToACancelBeforeTheFirst) {
@@ -160,7 +160,7 @@ TEST_F(StreamStart, AsksForTheSizesAgainAfterARefusal) {
 
 TEST_F(StreamStart, DoesNotStreamWhatAResetMadeOfTheSettings) {
     Refuse(0xA004, 2);
-    camera->OnReset([this] { camera->Set(0x08, 2 * kPayload); });
+    camera->OnReset([this] { camera->Set(0x08, 2 * kBlockPayload); });
     EXPECT_EQ(stream->StartStreaming(), VX_E_DEVICE_STATUS_BASE | 0xA004);
     EXPECT_EQ(camera->TimesEnabled(), 0u);
 }
@@ -180,7 +180,7 @@ TEST_F(StreamStart, EndsWithoutAHandleWhenTheCameraDoesNotComeBack) {
     EXPECT_EQ(stream->StartStreaming(), VX_E_USB_NO_DEVICE);
     EXPECT_EQ(stream->StartStreaming(), VX_E_USB_NO_DEVICE);
     EXPECT_EQ(stream->FinishGrab(), VX_OK);
-    EXPECT_EQ(stream->PrepareGrab(1, kPayload), VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(stream->PrepareGrab(1, kBlockPayload), VX_E_USB_NO_DEVICE);
     EXPECT_EQ(stream->Close(), VX_OK);
 }
 
