@@ -22,6 +22,9 @@ function(tavix_habits target)
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     $<$<BOOL:${TAVIX_WERROR}>:-Werror>)
+  if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage) # to it a source is a header then
+  endif()
   if(TAVIX_BUILD_FUZZ)
     # Coverage of the libraries is what guides the fuzzer; the fuzz targets themselves link its main.
     target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
