@@ -170,12 +170,13 @@ TEST_P(Description, OfDoubtfulFormLoadsOrFailsCleanly) {
 
 INSTANTIATE_TEST_SUITE_P(
     EachForm, Description,
-    testing::Values(BadDescription{"PlainXml", "PlainXml", true}, BadDescription{"WrongHash", "WrongHash", true},
-                    BadDescription{"ZeroHash", "ZeroHash", true},
-                    BadDescription{"WrongFormatFlag", "WrongFormatFlag", true},
-                    BadDescription{"CorruptZip", "CorruptZip", false}, BadDescription{"StoredZip", "StoredZip", true},
-                    BadDescription{"SeveralEntries", "SeveralEntries", true},
-                    BadDescription{"NoEntries", "NoEntries", false}, BadDescription{"HugeCount", "HugeCount", false}),
+    testing::Values(
+        BadDescription{"PlainXml", "PlainXml", true}, BadDescription{"WrongHash", "WrongHash", true},
+        BadDescription{"ZeroHash", "ZeroHash", true}, BadDescription{"WrongFormatFlag", "WrongFormatFlag", true},
+        BadDescription{"WrongZipFlag", "WrongZipFlag", true}, BadDescription{"TrailingZeros", "TrailingZeros", true},
+        BadDescription{"LargerSize", "LargerSize", true}, BadDescription{"CorruptZip", "CorruptZip", false},
+        BadDescription{"StoredZip", "StoredZip", true}, BadDescription{"SeveralEntries", "SeveralEntries", true},
+        BadDescription{"NoEntries", "NoEntries", false}, BadDescription{"HugeCount", "HugeCount", false}),
     [](const auto& instance) { return instance.param.name; });
 
 TEST(Description, WithoutRootStillServesItsFeatures) {
