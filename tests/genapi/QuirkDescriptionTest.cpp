@@ -268,12 +268,27 @@ TEST(Quirk, ADecimalCommaOfTheProcessChangesNothing) {
         if (std::setlocale(LC_NUMERIC, name) != nullptr) break; // an extra trial where such a locale is installed
     {
         XmlMap map("<Float Name='F'><Value>1234.5</Value><DisplayPrecision>8</DisplayPrecision></Float>" +
-                   Held("I", "1234567") + "<SwissKnife Name='K'><Formula>0.5 * 3</Formula></SwissKnife>");
+                   Held("I", "1234567") +
+                   "<SwissKnife Name='K'><Formula>0.5 * 3</Formula></SwissKnife>"
+                   "<Float Name='Fixed'><Value>12345.5</Value><DisplayNotation>Fixed</DisplayNotation>"
+                   "<DisplayPrecision>2</DisplayPrecision></Float>"
+                   "<Float Name='Scientific'><Value>12345.678</Value><DisplayNotation>Scientific</DisplayNotation>"
+                   "<DisplayPrecision>3</DisplayPrecision></Float>"
+                   "<Converter Name='C'><FormulaTo>FROM * 0.5</FormulaTo><FormulaFrom>TO * 2.0</FormulaFrom>"
+                   "<pValue>L</pValue></Converter>"
+                   "<Float Name='L'><pValue>F</pValue><Min>0.5</Min><Max>1234.5</Max></Float>");
         EXPECT_EQ(map.Text("F"), "1234.5");
         EXPECT_EQ(map.Text("I"), "1234567");
         map.As<IValue>("F").FromString("2.25");
         EXPECT_EQ(map.Float("F").GetValue(), 2.25);
         EXPECT_EQ(map.Float("K").GetValue(), 1.5);
+        EXPECT_EQ(map.Text("Fixed"), "12345.50");
+        EXPECT_EQ(map.Text("Scientific"), "1.235e+04");
+        EXPECT_THROW(map.As<IValue>("F").FromString("2,5"), GenICam::InvalidArgumentException);
+        EXPECT_THROW(map.As<IValue>("I").FromString("1.234"), GenICam::InvalidArgumentException);
+        EXPECT_EQ(map.Float("C").GetMax(), 2469.0);
+        map.Float("C").SetValue(3.0);
+        EXPECT_EQ(map.Text("F"), "1.5");
     }
     std::locale::global(old);
     std::setlocale(LC_NUMERIC, before.c_str());

@@ -59,3 +59,30 @@ TEST(ReverseLinks, NameAllSelectorsOfAFeature) {
     map.As<ISelector>("Tap").GetSelectingFeatures(features);
     EXPECT_TRUE(features.empty());
 }
+
+TEST(ReverseLinks, MayBeWrittenDownAtTheSelectedEndToo) {
+    TestMap map;
+    map.Add("Integer", "Channel", {{"Value", "1", ""}, {"pSelected", "Both", ""}});
+    map.Add("Integer", "Both", {{"Value", "1", ""}, {"pSelecting", "Channel", ""}});
+    map.AddRegister("IntReg", "Gain", "0", {{"pSelecting", "Channel", ""}, {"pTerminal", "Both", ""}});
+    map.Add("Boolean", "Tap", {{"Value", "1", ""}});
+    map.AddRegister("IntReg", "Offset", "4", {{"pSelecting", "Tap", ""}}).Ready();
+    FeatureList_t features;
+    map.As<ISelector>("Gain").GetSelectingFeatures(features);
+    EXPECT_EQ(features, FeatureList_t{&map.Value("Channel")});
+    map.As<ISelector>("Both").GetSelectingFeatures(features);
+    EXPECT_EQ(features, FeatureList_t{&map.Value("Channel")}) << "once, though both ends name the other";
+    map.As<ISelector>("Channel").GetSelectedFeatures(features);
+    EXPECT_EQ(features, (FeatureList_t{&map.Value("Both"), &map.Value("Gain")}));
+    EXPECT_TRUE(map.As<ISelector>("Tap").IsSelector());
+    EXPECT_FALSE(map.As<ISelector>("Gain").IsSelector());
+
+    NodeList_t nodes;
+    map.Node("Gain").GetChildren(nodes, ctTerminalNodes);
+    EXPECT_EQ(nodes, (NodeList_t{&map.Node("Gain"), &map.Node("Both")}));
+
+    map.Integer("Offset").GetValue();
+    EXPECT_TRUE(map.Value("Offset").IsValueCacheValid());
+    map.As<IBoolean>("Tap").SetValue(false);
+    EXPECT_FALSE(map.Value("Offset").IsValueCacheValid()) << "a selector tells what it selects";
+}

@@ -42,7 +42,8 @@ public:
     RegisterIndex& Registers();
     // Made when first asked for. Lock held.
     const DependencyGraph& Parents();
-    const DependencyGraph& Selecting();
+    const DependencyGraph& Selecting();  // by pSelected
+    const DependencyGraph& SelectedBy(); // by pSelecting
 
     // Caches of registers.
     bool IsValid(NodeIndex node) const { return StateOf(node).isValid; }
@@ -110,6 +111,8 @@ private:
     friend class WriteOperation;
 
     void DestroyCallbacks();
+    // The nodes by whom names each in that property, made when first asked for.
+    const DependencyGraph& NamedBy(std::unique_ptr<DependencyGraph>& pGraph, PropertyId id) TAVIX_REQUIRES(m_Lock);
     // The count of generations has come round.
     void ForgetGenerations() TAVIX_REQUIRES(m_Lock);
     // Begins an operation of an application.
@@ -127,8 +130,9 @@ private:
     ChangeFrame* m_pFrame TAVIX_GUARDED_BY(m_Lock) = nullptr;        // innermost
     WriteOperation* m_pOperation TAVIX_GUARDED_BY(m_Lock) = nullptr; // the outermost one, while it writes
     std::unique_ptr<RegisterIndex> m_pRegisters TAVIX_GUARDED_BY(m_Lock);
-    std::unique_ptr<DependencyGraph> m_pParents TAVIX_GUARDED_BY(m_Lock);   // who names a node as child
-    std::unique_ptr<DependencyGraph> m_pSelecting TAVIX_GUARDED_BY(m_Lock); // who names it as selected
+    std::unique_ptr<DependencyGraph> m_pParents TAVIX_GUARDED_BY(m_Lock);    // who names a node as child
+    std::unique_ptr<DependencyGraph> m_pSelecting TAVIX_GUARDED_BY(m_Lock);  // who names it as selected
+    std::unique_ptr<DependencyGraph> m_pSelectedBy TAVIX_GUARDED_BY(m_Lock); // who names it as selecting
     std::unordered_map<NodeIndex, std::vector<RegisteredCallback>> m_Callbacks TAVIX_GUARDED_BY(m_Lock);
 
 protected:

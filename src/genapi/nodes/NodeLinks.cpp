@@ -153,6 +153,9 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
     case GenApi::ctTerminalNodes:
         if (IsTerminal(*this)) add(const_cast<Node&>(*this));
         Walk(*this, kWritingLinks, [&add](Node& node) { return IsTerminal(node) ? !add(node) : true; });
+        for (Node* const pNode : Linked(*this, {P::pTerminal})) {
+            if (std::find(Children.begin(), Children.end(), pNode) == Children.end()) add(*pNode);
+        }
         break;
     }
 }
@@ -177,14 +180,24 @@ const DependencyGraph& NodeHost::Parents() {
     return *m_pParents;
 }
 
+const DependencyGraph& NodeHost::NamedBy(std::unique_ptr<DependencyGraph>& pGraph, PropertyId id) {
+    m_Lock.AssertHeld();
+    if (!pGraph) {
+        std::bitset<kPropertyCount> properties;
+        properties.set(static_cast<std::size_t>(id));
+        pGraph = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
+    }
+    return *pGraph;
+}
+
 const DependencyGraph& NodeHost::Selecting() {
     m_Lock.AssertHeld();
-    if (!m_pSelecting) {
-        std::bitset<kPropertyCount> properties;
-        properties.set(static_cast<std::size_t>(P::pSelected));
-        m_pSelecting = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
-    }
-    return *m_pSelecting;
+    return NamedBy(m_pSelecting, P::pSelected);
+}
+
+const DependencyGraph& NodeHost::SelectedBy() {
+    m_Lock.AssertHeld();
+    return NamedBy(m_pSelectedBy, P::pSelecting);
 }
 
 } // namespace genapi

@@ -2,12 +2,23 @@
 
 #include "genapi/nodes/Operation.h"
 
+#include <algorithm>
+
 namespace genapi {
 
 namespace {
 
 void AppendValue(GenApi::FeatureList_t& features, Node* pNode) {
-    if (GenApi::IValue* const pValue = dynamic_cast<GenApi::IValue*>(pNode)) features.push_back(pValue);
+    GenApi::IValue* const pValue = dynamic_cast<GenApi::IValue*>(pNode);
+    const bool isNew = std::find(features.begin(), features.end(), pValue) == features.end();
+    if (pValue && isNew) features.push_back(pValue);
+}
+
+// A selection may be written down at either end: what the node names itself comes first.
+void AppendNamed(GenApi::FeatureList_t& features, const Node& node, PropertyId id) {
+    for (const PropertyRecord& record : node.Properties()) {
+        if (record.id == id) AppendValue(features, node.Host().NodeAt(record.target));
+    }
 }
 
 } // namespace
@@ -27,18 +38,23 @@ bool ValueNode::IsValueCacheValid() const {
 }
 
 bool ValueNode::IsSelector() const {
-    return FindRecord(PropertyId::pSelected) != nullptr;
+    if (FindRecord(PropertyId::pSelected)) return true;
+    const GenApi::AutoLock lock(Host().Lock());
+    const DependencyGraph::LinkRange selected = Host().SelectedBy().DependentsOf(Index());
+    return selected.begin() != selected.end();
 }
 
 void ValueNode::GetSelectedFeatures(GenApi::FeatureList_t& Features) const {
     Features.clear();
-    for (const PropertyRecord& record : Properties()) {
-        if (record.id == PropertyId::pSelected) AppendValue(Features, Host().NodeAt(record.target));
-    }
+    AppendNamed(Features, *this, PropertyId::pSelected);
+    const GenApi::AutoLock lock(Host().Lock());
+    for (const DependencyGraph::Link link : Host().SelectedBy().DependentsOf(Index()))
+        AppendValue(Features, Host().NodeAt(link.target));
 }
 
 void ValueNode::GetSelectingFeatures(GenApi::FeatureList_t& Features) const {
     Features.clear();
+    AppendNamed(Features, *this, PropertyId::pSelecting);
     const GenApi::AutoLock lock(Host().Lock());
     for (const DependencyGraph::Link link : Host().Selecting().DependentsOf(Index()))
         AppendValue(Features, Host().NodeAt(link.target));
