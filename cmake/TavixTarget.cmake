@@ -67,8 +67,8 @@ function(tavix_test name)
   tavix_habits(${name})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
-  if(TAVIX_SANITIZE) # what it checks is optimised; the test's own code, instrumented, takes the optimiser for ever
-    target_compile_options(${name} PRIVATE -O0)
+  if(TAVIX_SANITIZE) # what it checks is optimised; the test's own code, instrumented, takes the compiler for ever
+    target_compile_options(${name} PRIVATE -O0 -fno-sanitize=undefined)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${ARG_PREFIX}" TEST_LIST ${name}_TESTS PROPERTIES TIMEOUT 120)
   tavix_test_lists(${name} ENVIRONMENT ${ARG_ENVIRONMENT})
