@@ -4,9 +4,12 @@
 #   target_link_libraries(app PRIVATE tavix::tavixbase)
 include(CMakePackageConfigHelpers)
 
+# Applications go on with a library of the same major version; only who builds them needs the names without it.
+set_target_properties(core gcbase genapi tavixbase vexlo PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 install(TARGETS core gcbase genapi tavixbase vexlo
   EXPORT tavix
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development)
 # Loaded at run time and never linked against: the plug-in lies beside the library whose factory looks for it, the
 # virtual camera beside the one that loads it.
 install(TARGETS tavixusb virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -15,7 +18,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INC
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h")
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN Doxyfile EXCLUDE)
 
 install(EXPORT tavix NAMESPACE tavix:: FILE tavixTargets.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tavix COMPONENT development)

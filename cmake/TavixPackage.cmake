@@ -1,10 +1,12 @@
 # Two Debian packages: `tavix` runs applications, `tavix-dev` builds them. scripts/test-package.sh makes and tries them:
 #
 #   cmake --preset package && cmake --build --preset package && cpack --config build/package/CPackConfig.cmake -B build/package
+set(TAVIX_DEBIAN ${CMAKE_CURRENT_LIST_DIR}/debian)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tavix)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Tavix USB maintainers <maintainers@users.noreply.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL tavix development)
 set(CPACK_STRIP_FILES ON)
@@ -15,20 +17,37 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 
+# What packages of applications depend on. CPack could make the file, but for the plug-in's name.
+configure_file(${TAVIX_DEBIAN}/shlibs.in ${PROJECT_BINARY_DIR}/debian/shlibs @ONLY)
+
 set(CPACK_DEBIAN_TAVIX_PACKAGE_NAME tavix)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_RECOMMENDS "udev")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_EXTRA
-  "${CMAKE_CURRENT_LIST_DIR}/debian/postinst;${CMAKE_CURRENT_LIST_DIR}/debian/triggers")
+  "${TAVIX_DEBIAN}/postinst;${TAVIX_DEBIAN}/postrm;${TAVIX_DEBIAN}/triggers;${PROJECT_BINARY_DIR}/debian/shlibs")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_COMPONENT_TAVIX_DESCRIPTION
-  "USB3 Vision cameras on Linux\n Libraries that find USB3 Vision cameras, give access to their features and stream\n images from them, and the command tavix. Virtual cameras take the place of real\n ones where none is plugged in.")
+set(CPACK_DEBIAN_TAVIX_DESCRIPTION
+"USB3 Vision cameras on Linux
+Libraries that find USB3 Vision cameras, give access to their features and
+stream images from them, and the command tavix. Virtual cameras take the
+place of real ones where none is plugged in.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tavix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "tavix (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-  "USB3 Vision cameras on Linux - headers\n Headers, CMake package and examples for applications that work with USB3\n Vision cameras.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
+"USB3 Vision cameras on Linux - headers
+Headers, CMake package and examples for applications that work with USB3
+Vision cameras.")
+
+# Debian wants to read in each package who may do what with it, and what changed.
+set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
+execute_process(COMMAND gzip -9nc ${TAVIX_DEBIAN}/changelog OUTPUT_FILE ${changelog} COMMAND_ERROR_IS_FATAL ANY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${TAVIX_DEBIAN}/changelog)
+install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix)
+install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix-dev
+  COMPONENT development)
+install(FILES ${TAVIX_DEBIAN}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME tavix)
 
 include(CPack)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the Debian packages, installs them in a Debian system that has nothing else, and runs what was installed there
 # with virtual cameras. Also compiles an example against the installed headers.
-# The clean system needs root, debootstrap and a mirror; without them the packages are looked into only, which is said
-# loudly. TAVIX_DEBIAN_MIRROR names another mirror than debootstrap's own.
+# The clean system needs root, debootstrap and a mirror; without them the packages are looked into only, and without
+# lintian it has no say; either is said loudly. TAVIX_DEBIAN_MIRROR names another mirror than debootstrap's own.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -37,17 +37,23 @@ has() { # package, then paths as patterns
         grep -qE "^\./$path$" "$scratch/contents" || fail "$(basename "$package") lacks $path"
     done
 }
-has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^/]+/libtavixbase\.so' \
+has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^/]+/libtavixbase\.so\.4' \
     'usr/lib/[^/]+/libtavixvirtualcam\.so' usr/lib/udev/rules.d/70-tavix-usb3vision.rules \
     usr/share/bash-completion/completions/tavix usr/share/zsh/site-functions/_tavix \
-    usr/share/fish/vendor_completions.d/tavix.fish usr/share/man/man1/tavix.1
+    usr/share/fish/vendor_completions.d/tavix.fish 'usr/share/man/man1/tavix\.1\.gz' \
+    usr/share/doc/tavix/copyright 'usr/share/doc/tavix/changelog\.gz'
 has "$development" 'usr/include/tavix-4\.0/tavix/Tavix\.h' 'usr/lib/[^/]+/cmake/tavix/tavixConfig\.cmake' \
-    'usr/share/doc/.*/examples/enumerate_and_grab\.cpp'
+    'usr/lib/[^/]+/libtavixbase\.so' 'usr/share/doc/.*/examples/enumerate_and_grab\.cpp' usr/share/doc/tavix-dev/copyright
 if dpkg-deb --contents "$runtime" | grep -q '/include/'; then fail "the runtime package holds headers"; fi
 depends=$(dpkg-deb --field "$runtime" Depends)
 for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16; do
     grep -q "$library" <<<"$depends" || fail "the package does not depend on $library: $depends"
 done
+if command -v lintian >/dev/null; then
+    quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" || fail "lintian has something to say"
+else
+    echo "package: ######## SKIPPED: lintian is not installed ########"
+fi
 
 if [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; then
     echo "package: ######## SKIPPED: no clean system was tried; that needs root and debootstrap ########"
