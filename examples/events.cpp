@@ -15,8 +15,7 @@ int Main() {
     events->Open();
     Tavix::IEventAdapter* adapter = camera->CreateEventAdapter();
 
-    // Registered after the adapter was made, which invalidates the nodes of all events. The callback runs in the thread
-    // that delivers the message, so it needs no lock of its own.
+    // The callback runs in the thread that delivers the message, so it needs no lock of its own.
     GenApi::INode* frame = camera->GetNodeMap()->GetNode("EventExposureEndFrameID");
     const auto handle = GenApi::Register(frame, [&](GenApi::INode* node) {
         std::printf("exposure of frame %s ended\n", GenApi::CValuePtr(node)->ToString().c_str());
