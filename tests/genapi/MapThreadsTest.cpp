@@ -32,8 +32,8 @@ TEST(MapThreads, AskForEverythingThatIsMadeWhenFirstAskedFor) {
                 map.Integer("Bits").SetValue(number);
                 map.Value("Gain").IsValueCacheValid();
                 map.Node("Gain").GetCachingMode();
-                map.Node("Gain").ImposeAccessMode(round % 2 ? RO : RW);
-                map.Node("Gain").ImposeAccessMode(RW);
+                map.Node("Selector").ImposeAccessMode(round % 2 ? RO : RW); // nobody writes it
+                map.Node("Selector").ImposeAccessMode(RW);
                 map.Node("Gain").ImposeVisibility(round % 2 ? Guru : Expert);
                 if (map.Node("Gain").GetVisibility() == Beginner) ++failures;
                 map.InvalidateNodes();
