@@ -115,6 +115,21 @@ TEST(Enumeration, ServesNumbersOfBothKinds) {
     EXPECT_EQ(map->ToString(), "Low");
     EXPECT_EQ(map.Integer("I").GetMin(), 0);
     EXPECT_EQ(map.Integer("I").GetMax(), 7);
+    EXPECT_EQ(map.Integer("I").GetInc(), 1);
+}
+
+TEST(Enumeration, LimitsRealsByTheNumbersThatTheyAreReadAs) {
+    ModeMap map;
+    map.Add("Float", "F", {{"pValue", "Mode", ""}});
+    map.Entry("Low", "0", {{"NumericValue", "1.5", ""}}).Entry("High", "7", {{"NumericValue", "9.5", ""}});
+    map.Mode({{"Value", "7", ""}});
+    EXPECT_EQ(map.Float("F").GetMin(), 1.5);
+    EXPECT_EQ(map.Float("F").GetMax(), 9.5);
+    EXPECT_FALSE(map.Float("F").HasInc());
+    EXPECT_EQ(map.Float("F").GetValue(/*Verify=*/true), 9.5);
+    map.Float("F").SetValue(1.5);
+    EXPECT_EQ(map->ToString(), "Low");
+    EXPECT_THROW(map.Float("F").SetValue(0.0), GenICam::OutOfRangeException);
 }
 
 TEST(Enumeration, DoesNotTrustAValueThatClearsItself) {

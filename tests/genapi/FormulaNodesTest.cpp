@@ -123,6 +123,20 @@ TEST(Converter, HasNoLimitsWhereTheRawNodeHasNone) {
     EXPECT_EQ(map.Float("V").GetMin(), -DBL_MAX);
 }
 
+TEST(Converter, PlacesTheOneLimitThatIsKnownByItsSlope) {
+    for (const char* const slope : {"Increasing", "Decreasing", "Automatic"}) {
+        TestMap map;
+        map.Add("Integer", "Raw", {{"Value", "5", ""}, {"Min", "5", ""}});
+        map.Add("Converter", "C",
+                {{"pValue", "Raw", ""}, {"FormulaFrom", "TO", ""}, {"FormulaTo", "FROM", ""}, {"Slope", slope, ""}});
+        map.Ready();
+        const bool isMin = *slope == 'I';
+        const bool isMax = *slope == 'D';
+        EXPECT_EQ(map.Float("C").GetMin(), isMin ? 5.0 : -DBL_MAX) << slope;
+        EXPECT_EQ(map.Float("C").GetMax(), isMax ? 5.0 : DBL_MAX) << slope << ": a guess would refuse good values";
+    }
+}
+
 TEST(Converter, AcceptsItsOwnLimits) {
     TestMap map;
     map.AddRegister("IntReg", "Raw", "0", {{"Length", "1", ""}});

@@ -15,6 +15,7 @@ void EnumerationNode::Bind(const BoundProperty& property) {
     EnumEntryNode* const pEntry = dynamic_cast<EnumEntryNode*>(property.pTarget);
     if (!pEntry) return;
     m_Entries.push_back(pEntry);
+    if (pEntry->FindRecord(PropertyId::NumericValue)) m_HasNumericValues = true;
     const PropertyRecord* const pClears = pEntry->FindRecord(PropertyId::IsSelfClearing);
     if (pClears && ParseYesNo(pClears->value).value_or(false)) m_HasSelfClearing = true;
 }
@@ -133,6 +134,22 @@ int64_t EnumerationNode::DoIntegerMax() {
     int64_t max = m_Entries.front()->Number();
     for (const EnumEntryNode* const pEntry : m_Entries)
         max = std::max(max, pEntry->Number());
+    return max;
+}
+
+double EnumerationNode::DoRealMin() {
+    if (m_Entries.empty()) return ValueNode::DoRealMin();
+    double min = m_Entries.front()->NumericNumber();
+    for (const EnumEntryNode* const pEntry : m_Entries)
+        min = std::min(min, pEntry->NumericNumber());
+    return min;
+}
+
+double EnumerationNode::DoRealMax() {
+    if (m_Entries.empty()) return ValueNode::DoRealMax();
+    double max = m_Entries.front()->NumericNumber();
+    for (const EnumEntryNode* const pEntry : m_Entries)
+        max = std::max(max, pEntry->NumericNumber());
     return max;
 }
 

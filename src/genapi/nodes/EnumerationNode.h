@@ -81,6 +81,10 @@ protected:
     void DoWriteReal(double value, bool verify) override;
     int64_t DoIntegerMin() override;
     int64_t DoIntegerMax() override;
+    // Of the numbers that reals are read as.
+    double DoRealMin() override;
+    double DoRealMax() override;
+    bool DoHasRealInc() override { return !m_HasNumericValues; }
     std::string DoReadText(ReadFlags flags) override;
     void DoWriteText(std::string_view text, bool verify) override;
 
@@ -92,6 +96,7 @@ private:
 
     ValueSource<int64_t> m_Source;
     std::vector<EnumEntryNode*> m_Entries;
+    bool m_HasNumericValues = false;
     bool m_HasSelfClearing = false;
     bool m_AwaitsClearing = false; // guarded by the map's lock
     bool m_IsChoosing = false;     // guarded by the map's lock
