@@ -70,7 +70,9 @@ std::vector<int> CountUses(const LintModel& model, const Reach& reach) {
 
 bool IsMeantForUsers(const LintModel& model, int node) {
     const std::string_view visibility = model.Value(node, P::Visibility);
-    if (visibility == "Invisible" || (model.IsRegister(node) && !model.Node(node).isStandard)) return false;
+    if (visibility == "Invisible") return false;
+    // Tools give registers display names too.
+    if (model.IsRegister(node)) return model.Node(node).isStandard && !visibility.empty();
     return model.Node(node).type == T::Category || !visibility.empty() ||
            model.Property(node, P::DisplayName) != nullptr;
 }

@@ -214,6 +214,12 @@ const Slip kLinkSlips[] = {
      "<IntReg Name='A'><Address>0</Address><pIndex pOffset='Nowhere'>S</pIndex>" REGISTER_REST
      "</IntReg><Integer Name='S'><Value>1</Value></Integer>",
      {"dangling-link A"}},
+    {"LooseLinksThatToolsWrite",
+     "A",
+     "<Integer Name='A'><Value>1</Value><pSelecting>Nowhere</pSelecting><pTerminal>Nowhere</pTerminal>"
+     "<pDependent>Nowhere</pDependent></Integer>",
+     {"misplaced-element A", "loose-link A", "misplaced-element A", "loose-link A", "misplaced-element A",
+      "loose-link A"}},
     {"LooseLink", "A", REGISTER("A", "0", "<pInvalidator>Nowhere</pInvalidator>"), {"loose-link A"}},
     {"EmptyLink", "A", "<Integer Name='A'><Value>1</Value><pMax/></Integer>", {"defective-node A"}},
     {"PortThatIsNone",
@@ -381,6 +387,15 @@ const Slip kLost[] = {
      "<Integer Name='A'><DisplayName>a</DisplayName><pValue>B</pValue></Integer>" REGISTER("B", "0", ""),
      {"unreachable-feature A"}},
     {"NotWhatAnEventBrings", "", "<Integer Name='A'><EventID>01</EventID><Value>1</Value></Integer>", {}},
+    {"StandardRegister",
+     "",
+     "<IntReg Name='A' NameSpace='Standard'><Visibility>Expert</Visibility><Address>0</Address>" REGISTER_REST
+     "</IntReg>",
+     {"unreachable-feature A"}},
+    {"NotARegisterForItsDisplayNameAlone",
+     "",
+     "<IntReg Name='A' NameSpace='Standard'><DisplayName>a</DisplayName><Address>0</Address>" REGISTER_REST "</IntReg>",
+     {"unused-node A"}},
     {"NotWhatIsInvisible",
      "",
      "<Integer Name='A'><Visibility>Invisible</Visibility><Value>1</Value></Integer>",
