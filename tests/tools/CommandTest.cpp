@@ -177,6 +177,8 @@ TEST(Xml, ListsTheFeaturesOfADescriptionFileWithTheirLimits) {
     EXPECT_EQ(Lines(outcome.out).front(), "Vandrel VirtualCamera");
     EXPECT_NE(LineOf(outcome.out, "TriggerMode").find("Off, On"), std::string::npos);
     EXPECT_NE(LineOf(outcome.out, "ExposureTime").find("us"), std::string::npos);
+    EXPECT_NE(LineOf(outcome.out, "ExposureTime").find("  RW  "), std::string::npos);
+    EXPECT_NE(LineOf(outcome.out, "SensorWidth").find("  RO"), std::string::npos);
     EXPECT_EQ(outcome.out.find("problem:"), std::string::npos);
 }
 
@@ -196,6 +198,8 @@ TEST(Xml, GivesFeaturesAndProblemsAsJson) {
     EXPECT_EQ(description["model"], "M");
     ASSERT_EQ(description["features"].size(), 2u);
     EXPECT_EQ(description["features"][0]["limits"], "1 .. 9");
+    EXPECT_EQ(description["features"][0]["access"], "RW");
+    EXPECT_EQ(description["features"][1]["access"], "RO");
     EXPECT_EQ(description["problems"].size(), 1u);
 }
 

@@ -24,6 +24,14 @@ TEST(Table, LetsALongCellShiftItsOwnRowOnly) {
                             "far too long  2  z\n");
 }
 
+TEST(Table, CountsCharactersAndNotTheirBytes) {
+    Table table;
+    table.Add({"\xC2\xB5s", "1"});
+    table.Add({"ms", "2"});
+    EXPECT_EQ(table.Text(), "\xC2\xB5s  1\n"
+                            "ms  2\n");
+}
+
 TEST(Table, KeepsHeadingsFromWideningTheFirstColumn) {
     Table table;
     table.Add({"a heading"});

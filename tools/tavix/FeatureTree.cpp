@@ -4,6 +4,7 @@
 #include "Features.h"
 #include "Table.h"
 #include "Text.h"
+#include "XmlAccess.h"
 
 namespace tool {
 namespace {
@@ -71,7 +72,8 @@ private:
             m_Table.Add({Indented(feature, depth), TypeName(feature), AccessName(feature), ValueWithUnit(feature),
                          isWritable ? LimitText(feature) : std::string()});
         } else {
-            m_Table.Add({Indented(feature, depth), TypeName(feature), UnitText(feature), DeclaredText(feature)});
+            m_Table.Add({Indented(feature, depth), TypeName(feature), DeclaredAccess(feature), UnitText(feature),
+                         DeclaredText(feature)});
         }
     }
     static std::string ValueWithUnit(GenApi::INode& feature) {
@@ -93,7 +95,10 @@ private:
     void OnFeature(GenApi::INode& category, GenApi::INode& feature, std::size_t) override {
         nlohmann::json out = FeatureJson(feature);
         out["category"] = Text(category.GetName());
-        if (!m_Options.withCamera) out["limits"] = DeclaredText(feature);
+        if (!m_Options.withCamera) {
+            out["access"] = DeclaredAccess(feature);
+            out["limits"] = DeclaredText(feature);
+        }
         m_Json.push_back(std::move(out));
     }
 

@@ -4,6 +4,15 @@
 #include <cstdio>
 
 namespace tool {
+namespace {
+
+// How many places of a terminal a text takes: units come in UTF-8, whose further bytes take none.
+std::size_t Places(const std::string& text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+} // namespace
 
 std::vector<std::size_t> Table::Widths() const {
     std::vector<std::size_t> widths;
@@ -11,7 +20,8 @@ std::vector<std::size_t> Table::Widths() const {
         if (row.size() > widths.size()) widths.resize(row.size());
         for (std::size_t i = 0; i < row.size(); ++i) {
             // What is too long for a column, or stands alone in its row, does not make the column wide.
-            if (row[i].size() <= m_Widest && row.size() > 1) widths[i] = std::max(widths[i], row[i].size());
+            const std::size_t places = Places(row[i]);
+            if (places <= m_Widest && row.size() > 1) widths[i] = std::max(widths[i], places);
         }
     }
     return widths;
@@ -23,7 +33,8 @@ std::string Table::Text() const {
     for (const auto& row : m_Rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            const std::size_t gap = widths[i] > row[i].size() ? widths[i] - row[i].size() : 0;
+            const std::size_t places = Places(row[i]);
+            const std::size_t gap = widths[i] > places ? widths[i] - places : 0;
             const bool right = i < m_Alignment.size() && m_Alignment[i] == Align::Right;
             if (i > 0) line += "  ";
             line += right ? std::string(gap, ' ') + row[i] : row[i] + std::string(gap, ' ');
