@@ -210,7 +210,8 @@ bool ReadSettings(const std::string& text, BackendSettings& settings, std::strin
     if (IsNumber(text)) return ReadNumber(text, settings, error);
     if (!text.empty() && text.front() == '{') return ParseSettings(text, settings, error);
     std::ifstream stream(text, std::ios::binary);
-    if (!stream) {
+    stream.peek(); // a folder can be opened, but not read
+    if (!stream.is_open() || stream.bad()) {
         error = "\"" + text + "\" is neither a number of cameras nor a file that can be read";
         return false;
     }

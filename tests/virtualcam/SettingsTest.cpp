@@ -28,6 +28,11 @@ TEST_F(SettingsTest, RefuseFilesThatAreNotThere) {
     EXPECT_NE(error.find("/no/such/file"), std::string::npos);
 }
 
+TEST_F(SettingsTest, RefuseFolders) {
+    EXPECT_FALSE(virtualcam::ReadSettings("/", settings, error));
+    EXPECT_EQ(error, "\"/\" is neither a number of cameras nor a file that can be read");
+}
+
 TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     ASSERT_TRUE(virtualcam::ParseSettings(R"({"transferMemoryLimit": 1000, "cameras": [
         {"model": "M", "guid": "ABCD00000009", "sensorWidth": 640, "speed": "High", "frameRateEnable": false,
