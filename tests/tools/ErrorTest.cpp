@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace {
 
 using namespace tooltest;
@@ -132,6 +134,48 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SettingsFile, ThatIsNoJsonIsAMistakeOfTheCommandLine) {
     const TestFolder folder;
     ExpectOneLine(RunTool({"--virtual", folder.Write("bad.json", "{cameras"), "list"}), 2, "no valid JSON at byte");
+}
+
+/// TAVIX_VIRTUAL_CAMERAS as long as this lives. Bound to a thread.
+class VirtualCamerasVariable {
+public:
+    explicit VirtualCamerasVariable(const std::string& value) {
+        setenv("TAVIX_VIRTUAL_CAMERAS", value.c_str(), /*overwrite=*/1);
+    }
+    ~VirtualCamerasVariable() { unsetenv("TAVIX_VIRTUAL_CAMERAS"); }
+    VirtualCamerasVariable(const VirtualCamerasVariable&) = delete;
+    VirtualCamerasVariable& operator=(const VirtualCamerasVariable&) = delete;
+};
+
+const std::vector<Arguments> kCommandsThatLookForCameras{{"list"}, {"list", "--json"}, {"grab", "-n", "1"}};
+
+TEST(VirtualCamerasOfTheEnvironment, ThatAreMissingAreNamedWithTheReason) {
+    const TestFolder folder;
+    const std::string missing = folder.Path("missing.json");
+    const VirtualCamerasVariable variable(missing);
+    for (const Arguments& command : kCommandsThatLookForCameras)
+        ExpectOneLine(RunTool(command), 1, "TAVIX_VIRTUAL_CAMERAS: \"" + missing + "\" is neither a number of cameras");
+}
+
+TEST(VirtualCamerasOfTheEnvironment, ThatAreBadAreNamedWithTheReason) {
+    const TestFolder folder;
+    const std::string bad = folder.Write("bad.json", R"({"cameras": [{"serail": "1"}]})");
+    const VirtualCamerasVariable variable(bad);
+    for (const Arguments& command : kCommandsThatLookForCameras)
+        ExpectOneLine(RunTool(command), 1,
+                      "TAVIX_VIRTUAL_CAMERAS: " + bad + ": cameras[0].serail: there is no such key");
+}
+
+TEST(VirtualCamerasOfTheEnvironment, ThatAreBadGiveWayToThoseOfTheCommandLine) {
+    const VirtualCamerasVariable variable("/nowhere");
+    const Outcome outcome = RunTool({"--virtual", "1", "list"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Lines(outcome.out).size(), 2u);
+}
+
+TEST(VirtualCamerasOfTheEnvironment, ThatAreBadAreAFindingOfTheDoctor) {
+    const VirtualCamerasVariable variable("/nowhere");
+    EXPECT_NE(RunTool({"doctor"}).out.find("TAVIX_VIRTUAL_CAMERAS: \"/nowhere\" is neither"), std::string::npos);
 }
 
 } // namespace

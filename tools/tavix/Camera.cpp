@@ -3,8 +3,11 @@
 #include "Error.h"
 #include "Text.h"
 
+#include "virtualcam/Settings.h"
+
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 namespace tool {
 namespace {
@@ -32,11 +35,22 @@ Tavix::CDeviceInfo ChooseOne(const Tavix::DeviceInfoList& cameras, const std::st
     return found.front();
 }
 
+/// A transport layer that cannot have its virtual cameras finds no other camera either, and says so in the log only.
+void ThrowIfVirtualCamerasAreWrong() {
+    const char* wanted = std::getenv("TAVIX_VIRTUAL_CAMERAS");
+    if (wanted == nullptr || *wanted == '\0') return;
+    virtualcam::BackendSettings settings;
+    std::string error;
+    if (!virtualcam::ReadSettings(wanted, settings, error))
+        throw Error("TAVIX_VIRTUAL_CAMERAS: " + Printable(error) + "; mend it or unset the variable");
+}
+
 } // namespace
 
 Tavix::DeviceInfoList FindCameras() {
     Tavix::DeviceInfoList cameras;
     Tavix::CTlFactory::GetInstance().EnumerateDevices(cameras);
+    if (cameras.empty()) ThrowIfVirtualCamerasAreWrong();
     return cameras;
 }
 

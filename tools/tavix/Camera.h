@@ -15,7 +15,8 @@ namespace tool {
 inline constexpr const char* kNoCamera =
     "no camera found; plug one in, ask `tavix doctor`, or try a virtual one: tavix --virtual 2 list";
 
-/// All cameras of all transport layers, in the order in which `tavix list` numbers them.
+/// All cameras of all transport layers, in the order in which `tavix list` numbers them. Throws Error when there is
+/// none because the virtual cameras that the environment asks for cannot be had.
 Tavix::DeviceInfoList FindCameras();
 /// The cameras that the options name: by number, serial number, GUID, user-defined name, model or full name.
 /// Throws Error when there is no camera, when a name fits none, or when it fits several.
