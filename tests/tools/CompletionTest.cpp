@@ -100,6 +100,7 @@ TEST(Completion, ForBashOffersFilesWhereFilesAreMeant) {
     const std::string settings = folder.Write("cameras.json", "{}");
     EXPECT_EQ(Offered(folder, "tavix --virtual " + folder.Path("cam")), settings);
     EXPECT_EQ(Offered(folder, "tavix load " + folder.Path("cam")), settings);
+    EXPECT_EQ(Offered(folder, "tavix grab --trace " + folder.Path("cam")), settings);
 }
 
 class EachShell : public testing::TestWithParam<const char*> {};

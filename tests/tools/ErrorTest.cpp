@@ -128,6 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "",
                 {"grab", "--set", "TriggerMode=On", "--timeout", "200"},
                 "add --set TriggerMode=Off"},
+        Trouble{"TraceInAFile", "", {"grab", "--trace", "/dev/null/t.pcapng"}, "choose another --trace"},
         Trouble{"FolderInAFile", "", {"grab", "--output", "/dev/null/images"}, "choose another --output"}),
     [](const auto& instance) { return instance.param.name; });
 

@@ -57,6 +57,22 @@ TEST(Grab, SavesEveryFrameOfTwoCamerasAtOnce) {
     EXPECT_GE(contents.size(), 20u) << "each frame of a camera shows its own number";
 }
 
+TEST(Grab, WritesWhatGoesOverTheWireToATrace) {
+    const TestFolder folder;
+    const std::string old(1000, 'x');
+    const std::string trace = folder.Write("wire.pcapng", old);
+    const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "3", "--quiet", "--trace", trace});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const std::string bytes = folder.Read("wire.pcapng");
+    EXPECT_EQ(bytes.substr(0, 4), "\x0A\x0D\x0D\x0A") << "a section header comes first";
+    EXPECT_EQ(bytes.find(old), std::string::npos) << "the file begins anew";
+    EXPECT_NE(bytes.find("U3VC"), std::string::npos) << "commands";
+    std::size_t leaders = 0;
+    for (auto at = bytes.find("U3VL"); at != std::string::npos; at = bytes.find("U3VL", at + 1))
+        ++leaders;
+    EXPECT_GE(leaders, 3u);
+}
+
 TEST(Grab, ChecksTheChecksumOfEveryFrame) {
     const TestFolder folder;
     const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "25", "--chunks", "--json"});

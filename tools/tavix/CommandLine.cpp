@@ -161,6 +161,10 @@ void CommandLine::AddGrabCommand() {
         ->capture_default_str()
         ->check(Count(kEndless));
     command->add_flag("--chunks", m_Grab.checkChunks, "Switch all chunk data on and check the checksum of each frame");
+    command
+        ->add_option("--trace", m_Grab.trace,
+                     "Write what goes over the wire to this pcapng file, which Wireshark opens")
+        ->type_name("FILE");
     command->add_flag("-q,--quiet", m_Grab.quiet, "No progress bar");
     command->callback([this] { run = [this] { return Grab(m_Grab); }; });
 }

@@ -10,7 +10,7 @@ namespace {
 
 /// Options whose value is a path are told by the names that stand for it.
 bool TakesPath(const std::string& name) {
-    static const std::vector<std::string> paths{"--output", "--root", "--virtual", "--usbredir", "file"};
+    static const std::vector<std::string> paths{"--output", "--root", "--virtual", "--usbredir", "--trace", "file"};
     return std::find(paths.begin(), paths.end(), name) != paths.end();
 }
 

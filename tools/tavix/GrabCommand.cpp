@@ -7,7 +7,9 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include <unistd.h>
 
@@ -20,6 +22,15 @@ void MakeFolder(const std::string& folder) {
     std::filesystem::create_directories(folder, code);
     if (!code && access(folder.c_str(), W_OK) != 0) code.assign(errno, std::generic_category());
     if (code) throw Error("cannot write to the folder " + folder + ": " + code.message() + "; choose another --output");
+}
+
+/// The transport layer reads the variable when it is loaded, and tells the log only when it cannot write the file.
+void StartTrace(const std::string& path) {
+    if (path.empty()) return;
+    if (!std::ofstream(path, std::ios::binary))
+        throw Error("cannot write the trace to " + path + ": " + std::generic_category().message(errno) +
+                    "; choose another --trace");
+    setenv("TAVIX_TRACE", path.c_str(), /*overwrite=*/1);
 }
 
 void ShowProgress(Progress& progress, const Sessions& sessions, std::chrono::steady_clock::time_point start) {
@@ -83,6 +94,7 @@ void Report(const Sessions& sessions, const ProcessCost& cost, const GrabOptions
 } // namespace
 
 int Grab(const GrabOptions& options) {
+    StartTrace(options.trace); // before cameras are looked for
     const auto cameras = ChooseCameras(options);
     MakeFolder(options.folder);
     Sessions sessions;

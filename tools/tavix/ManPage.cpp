@@ -68,6 +68,9 @@ Folders, separated by colons, where transport layers are looked for first.
 .B TAVIX_USE_TL
 Device class of the only transport layer to use.
 .TP
+.B TAVIX_TRACE
+As \fB\-\-trace\fR of \fBgrab\fR, for every command: a pcapng file for what goes over the wire.
+.TP
 .B TAVIX_LOG_CONFIG
 A log4cpp properties file; without it nothing is logged.
 .SH EXAMPLES

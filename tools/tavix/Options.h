@@ -39,6 +39,7 @@ struct GrabOptions : CommonOptions {
     std::vector<std::string> settings; ///< NAME=VALUE, applied before the grab
     bool quiet = false;                ///< no progress bar
     bool checkChunks = false;          ///< every chunk on, the payload's checksum checked
+    std::string trace;                 ///< file for what goes over the wire; empty for none
 };
 
 struct EventsOptions : CommonOptions {
