@@ -5,6 +5,7 @@
 
 #include <GenApi/NodeCallback.h>
 #include <gtest/gtest.h>
+#include <vexlo/Status.h>
 
 namespace {
 
@@ -86,6 +87,42 @@ TEST(TestEvents, ComeAsManyAsAreAskedFor) {
     EXPECT_TRUE(events.DeliverUntil(heard, 3));
     Tavix::EventResult more;
     EXPECT_FALSE(events.grabber.RetrieveEvent(more));
+    GenApi::Deregister(handle);
+}
+
+TEST(EventsThatNobodyRetrieves, AreCountedWhereTheyDoNotFitAndTheOldestStay) {
+    VirtualBus bus("[{}]");
+    auto camera = bus.Open();
+    GenApi::INodeMap* const counters = camera->GetEventGrabber()->GetNodeMap();
+    const auto count = [&](const char* name) {
+        counters->InvalidateNodes();
+        return Integer(counters, name);
+    };
+    const std::int64_t room = GenApi::CIntegerPtr(counters->GetNode("NumBuffer"))->GetMin();
+    GenApi::CIntegerPtr(counters->GetNode("NumBuffer"))->SetValue(room);
+    Events events(*camera);
+    int heard = 0;
+    const auto handle =
+        GenApi::Register(camera->GetNodeMap()->GetNode("EventTestTimestamp"), [&](GenApi::INode*) { ++heard; });
+    const auto fire = [&](std::int64_t wanted) {
+        const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+        for (; wanted > 0; --wanted) {
+            const std::int64_t before = count("Statistic_Total_Event_Count");
+            Execute(camera->GetNodeMap(), "TestEventGenerate");
+            for (int i = 0; i < 1000 && count("Statistic_Total_Event_Count") == before; ++i)
+                (void)Tavix::WaitObject(patience).Wait(1);
+        }
+    };
+    fire(room + 3);
+    EXPECT_EQ(count("Statistic_Total_Event_Count"), room + 3);
+    EXPECT_EQ(count("Statistic_Failed_Event_Count"), 3);
+    EXPECT_EQ(count("Statistic_Last_Failed_Event_Buffer_Status"), vexlo::VX_E_EVENT_LOST);
+    EXPECT_TRUE(events.DeliverUntil(heard, static_cast<int>(room)));
+    Tavix::EventResult more;
+    EXPECT_FALSE(events.grabber.RetrieveEvent(more));
+    fire(1);
+    EXPECT_TRUE(events.DeliverUntil(heard, static_cast<int>(room) + 1)) << "there is room again";
+    EXPECT_EQ(count("Statistic_Failed_Event_Count"), 3);
     GenApi::Deregister(handle);
 }
 
