@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the project needs. Does nothing when all are there.
-# Usage: scripts/setup.sh [--dev]     --dev adds what only developers need (clang, formatter, fuzzing, virtual machines)
+# Usage: scripts/setup.sh [--dev | --packaging]
+#   --dev        adds what only developers need (clang, formatter, fuzzing, virtual machines)
+#   --packaging  adds what trying the Debian packages needs (lintian, debootstrap)
 set -euo pipefail
 
 packages=(
@@ -14,10 +16,18 @@ developer_packages=(
     qemu-system-x86 busybox-static cpio kmod udev usbip
 )
 developer=no
-if [ "${1:-}" = "--dev" ]; then
+case "${1:-}" in
+"") ;;
+--dev)
     developer=yes
     packages+=("${developer_packages[@]}")
-fi
+    ;;
+--packaging) packages+=(dpkg-dev lintian debootstrap) ;;
+*)
+    echo "setup: $1 is not known; usage: scripts/setup.sh [--dev | --packaging]" >&2
+    exit 2
+    ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the Debian packages, installs them in a Debian system that has nothing else, and runs what was installed there
 # with virtual cameras. Also compiles an example against the installed headers.
-# The clean system needs root, debootstrap and a mirror; without them the packages are looked into only, and without
-# lintian it has no say; either is said loudly. TAVIX_DEBIAN_MIRROR names another mirror than debootstrap's own.
+# The clean system needs root and a mirror; without them the packages are looked into only, which is said loudly.
+# TAVIX_DEBIAN_MIRROR names another mirror than debootstrap's own.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -21,6 +21,7 @@ fail() { echo "package: $1" >&2; exit 1; }
 quietly() { "$@" >"$scratch/log" 2>&1 || { tail -n 30 "$scratch/log" >&2; return 1; }; }
 inside() { chroot "$system" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C "$@"; }
 
+scripts/setup.sh --packaging
 echo "package: building"
 quietly cmake --preset package || fail "configuring failed"
 quietly cmake --build --preset package || fail "building failed"
@@ -49,14 +50,10 @@ depends=$(dpkg-deb --field "$runtime" Depends)
 for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16; do
     grep -q "$library" <<<"$depends" || fail "the package does not depend on $library: $depends"
 done
-if command -v lintian >/dev/null; then
-    quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" || fail "lintian has something to say"
-else
-    echo "package: ######## SKIPPED: lintian is not installed ########"
-fi
+quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" || fail "lintian has something to say"
 
-if [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; then
-    echo "package: ######## SKIPPED: no clean system was tried; that needs root and debootstrap ########"
+if [ "$(id -u)" -ne 0 ]; then
+    echo "package: ######## SKIPPED: no clean system was tried; that needs root ########"
     exit 0
 fi
 echo "package: making a clean system"
