@@ -121,15 +121,16 @@ void Acquisition::SkipMissed(TimePoint now, Duration period) {
 
 void Acquisition::Start() {
     const std::uint32_t mode = Value(reg::kAcquisitionMode);
+    const TimePoint now = Clock::Now();
     m_Active = true;
     m_FramesLeft = mode == SingleFrame ? 1 : mode == MultiFrame ? Value(reg::kFrameCount) : 0;
     m_BurstLeft = 0;
     m_NextFrameId = 0;
-    m_LastFrame = Clock::Now() - Period();
+    m_LastFrame = now - Period(); // the first frame is due at once, and not before its burst
     m_Delayed.clear();
     if (!IsTriggered(TriggerKind::FrameBurstStart)) {
         m_Parts.io.Happened(Signal::FrameBurstStart);
-        m_Parts.events.Notify(CameraEvent::FrameBurstStart, m_Parts.clock.Nanoseconds(), 0);
+        m_Parts.events.Notify(CameraEvent::FrameBurstStart, m_Parts.clock.Nanoseconds(now), 0);
     }
     m_Available();
 }
