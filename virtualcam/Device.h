@@ -95,6 +95,7 @@ private:
     std::unique_ptr<Camera> m_Camera; // null while unplugged
     std::uint32_t m_Halts = 0;
     bool m_Mute = false;
+    bool m_Choked = false; // by transfers that it cannot serve, until the stream is disabled
     std::uint8_t m_Configuration = 1;
     std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
     bool m_OutRefused = false;

@@ -24,6 +24,7 @@ void Device::Unplug() {
 void Device::PlugLocked() {
     m_Halts = 0;
     m_Mute = false;
+    m_Choked = false;
     m_Configuration = 1;
     m_Replug.reset();
     m_Restart.reset();

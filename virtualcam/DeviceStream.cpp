@@ -22,10 +22,13 @@ Status Device::CheckStreamEnable() {
 }
 
 void Device::StreamEnabled(bool on) {
+    const StreamLayout layout = m_Camera->Layout();
+    const std::uint32_t limit = m_Settings.registers.silentAboveTransfer;
+    m_Choked = on && limit != 0 && layout.LargestTransfer() > limit;
     {
         const std::lock_guard<std::mutex> lock(m_StreamLock);
         if (on)
-            m_Stream.Start(m_Camera->Layout(), m_Settings.registers.largestTransfer);
+            m_Stream.Start(layout, m_Settings.registers.largestTransfer);
         else
             m_Stream.Stop();
     }
@@ -39,7 +42,7 @@ PipeAnswer Device::StreamIn(std::uint8_t* buffer, std::size_t room) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         const PipeStatus obstacle = ObstacleLocked(kStreamIn);
         if (obstacle != PipeStatus::Complete) return {obstacle, 0};
-        if (m_Mute) return {PipeStatus::NotYet, 0};
+        if (m_Mute || m_Choked) return {PipeStatus::NotYet, 0};
     }
     std::size_t done = 0;
     while (true) {

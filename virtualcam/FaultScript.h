@@ -138,8 +138,10 @@ struct RegisterFaults {
     std::optional<std::uint32_t> largestRead; ///< reads of more bytes are refused, whatever the registers say
     std::optional<std::uint32_t> streamCount; ///< what the register says of the number of streams
     std::uint32_t largestTransfer = 0;        ///< payload transfers end after so many bytes; 0: no limit
-    std::uint32_t bootMs = 0;                 ///< so long after power-on the control channel does not answer
-    bool missingOptional = false;             ///< registers that a camera need not have are not there
+    /// While a payload transfer is programmed larger a stream brings no byte; 0: no limit.
+    std::uint32_t silentAboveTransfer = 0;
+    std::uint32_t bootMs = 0;          ///< so long after power-on the control channel does not answer
+    bool missingOptional = false;      ///< registers that a camera need not have are not there
     std::vector<std::uint64_t> absent; ///< bootstrap registers, by address, that are refused although they are promised
     bool singleRegisterReads = false;  ///< a read that goes beyond one register is refused
     std::uint32_t extraPayload = 0;    ///< zeros behind an image without chunk data that belong to the payload

@@ -89,6 +89,7 @@ void ReadRegisterFaults(const json& object, const std::string& place, RegisterFa
     reader.Value("largestRead", faults.largestRead);
     reader.Value("streamCount", faults.streamCount);
     reader.Value("largestTransfer", faults.largestTransfer);
+    reader.Value("silentAboveTransfer", faults.silentAboveTransfer);
     reader.Value("bootMs", faults.bootMs);
     reader.Value("missingOptional", faults.missingOptional);
     reader.Value("noStreamInterface", faults.noStreamInterface);

@@ -2,6 +2,7 @@
 // The device's end of the stream: blocks of leader, payload and trailer, cut into the transfers that the host
 // programmed.
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -24,6 +25,7 @@ struct StreamLayout {
     std::uint32_t maximumTrailer = 0;
 
     std::uint64_t Capacity() const { return std::uint64_t{transferSize} * transferCount + final1 + final2; }
+    std::uint32_t LargestTransfer() const { return std::max({transferSize, final1, final2}); }
 };
 
 /// Streams one block after the other. Pixels are drawn into the host's buffer when it asks for them.

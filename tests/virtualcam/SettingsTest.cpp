@@ -36,7 +36,7 @@ TEST_F(SettingsTest, RefuseFolders) {
 TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     ASSERT_TRUE(virtualcam::ParseSettings(R"({"transferMemoryLimit": 1000, "cameras": [
         {"model": "M", "guid": "ABCD00000009", "sensorWidth": 640, "speed": "High", "frameRateEnable": false,
-         "registers": {"responseTime": 50, "manifest": "PlainXml"},
+         "registers": {"responseTime": 50, "manifest": "PlainXml", "silentAboveTransfer": 65536},
          "faults": {"refuseClaims": 2, "replugAfterMs": 5,
                     "control": [{"fault": "Late", "value": 30, "command": 2048, "address": 4}],
                     "stream": [{"fault": "IdGap", "frame": 3, "value": 2}]}}, {}]})",
@@ -49,6 +49,7 @@ TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     EXPECT_EQ(camera.speed, usb::Speed::High);
     EXPECT_EQ(camera.registers.responseTime, 50u);
     EXPECT_EQ(camera.registers.manifest, virtualcam::ManifestFault::PlainXml);
+    EXPECT_EQ(camera.registers.silentAboveTransfer, 65536u);
     EXPECT_EQ(camera.faults.refuseClaims, 2u);
     EXPECT_EQ(camera.faults.control.at(0).fault, virtualcam::ControlFault::Late);
     EXPECT_EQ(camera.faults.control.at(0).command, std::uint16_t{2048});

@@ -241,6 +241,45 @@ TEST(StreamLimitTest, LargeTransfersComeShort) {
     EXPECT_EQ(stream.Read().Payload().size(), 8192u);
 }
 
+// What a host with transfers of these sizes gets from a camera that is silent above 2048 bytes.
+PipeStatus AnswerToTransfers(std::uint32_t size, std::uint32_t count, std::uint32_t final1, std::uint32_t final2) {
+    CameraSettings settings = Small();
+    settings.registers.silentAboveTransfer = 2048;
+    Device device(settings);
+    DeviceClient client(device);
+    StreamClient stream(client);
+    EXPECT_EQ(stream.Start(size, count, final1, final2), 0);
+    stream.StartAcquisition();
+    Bytes leader;
+    const PipeStatus answer = client.Receive(0x83, 1024, leader, 20);
+    EXPECT_EQ(leader.size(), answer == PipeStatus::Complete ? 52u : 0u);
+    return answer;
+}
+
+TEST(StreamLimitTest, NothingComesWhileATransferIsProgrammedAboveTheLimit) {
+    EXPECT_EQ(AnswerToTransfers(3072, 2, 2048, 0), PipeStatus::NotYet);
+    EXPECT_EQ(AnswerToTransfers(2048, 2, 3072, 1024), PipeStatus::NotYet);
+    EXPECT_EQ(AnswerToTransfers(2048, 2, 2048, 3072), PipeStatus::NotYet);
+    EXPECT_EQ(AnswerToTransfers(2048, 2, 2048, 2048), PipeStatus::Complete);
+}
+
+TEST(StreamLimitTest, ASilentCameraStreamsAsSoonAsTransfersAreSmall) {
+    CameraSettings settings = Small();
+    settings.registers.silentAboveTransfer = 1024;
+    Device device(settings);
+    DeviceClient client(device);
+    StreamClient stream(client);
+    ASSERT_EQ(stream.Start(4096, 2), 0);
+    stream.StartAcquisition();
+    Bytes leader;
+    EXPECT_EQ(client.Receive(0x83, 1024, leader, 20), PipeStatus::NotYet);
+    stream.Stop();
+    ASSERT_EQ(stream.Start(1024, 8), 0);
+    const Block block = stream.Read();
+    EXPECT_EQ(block.Id(), 0u);
+    EXPECT_EQ(block.Payload().size(), 8192u);
+}
+
 TEST_F(StreamFaultTest, ALastTransferIsPadded) {
     FaultScript script;
     StreamFaultRule rule;
