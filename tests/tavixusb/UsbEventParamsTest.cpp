@@ -17,11 +17,11 @@ using Vandrel_UsbEventParams::CUsbEventParamsImpl;
 
 namespace {
 
-constexpr char kPort[] = "EventStreamGrabberPort";
+constexpr char kEventPort[] = "EventStreamGrabberPort";
 
-NodeProperties Statistic(const char* address, const char* length, const char* sign, const char* displayName,
-                         const char* toolTip) {
-    return RegisterProperties(address, length, "RO", sign, kPort,
+NodeProperties EventStatistic(const char* address, const char* length, const char* sign, const char* displayName,
+                              const char* toolTip) {
+    return RegisterProperties(address, length, "RO", sign, kEventPort,
                               {{"DisplayName", displayName},
                                {"ToolTip", toolTip},
                                {"PollingTime", "1000"},
@@ -29,15 +29,15 @@ NodeProperties Statistic(const char* address, const char* length, const char* si
                                {"IsFeature", "Yes"}});
 }
 
-NodeProperties Register(const char* address, const char* length, const char* access, const char* sign) {
-    return RegisterProperties(address, length, access, sign, kPort, {{"IsFeature", "No"}});
+NodeProperties PlainRegister(const char* address, const char* length, const char* access, const char* sign) {
+    return RegisterProperties(address, length, access, sign, kEventPort, {{"IsFeature", "No"}});
 }
 
-NodeProperties Entry(const char* value, const char* symbolic) {
+NodeProperties EventEntry(const char* value, const char* symbolic) {
     return {{"Value", value}, {"Symbolic", symbolic}, {"IsFeature", "No"}};
 }
 
-const NodeRow kRows[] = {
+const NodeRow kEventRows[] = {
     {"Root", GenApi::intfICategory, {{"ToolTip", "USB event grabber parameters."}, {"IsFeature", "Yes"}}},
     {"Statistic", GenApi::intfICategory, {{"ToolTip", "Statistical data."}, {"IsFeature", "Yes"}}},
     {"NumBuffer",
@@ -68,8 +68,8 @@ const NodeRow kRows[] = {
       {"pMin", "TransferLoopThreadPriority_Min"},
       {"pMax", "TransferLoopThreadPriority_Max"},
       {"IsFeature", "Yes"}}},
-    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, Entry("0", "Closed")},
-    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, Entry("1", "Open")},
+    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, EventEntry("0", "Closed")},
+    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, EventEntry("1", "Open")},
     {"Status",
      GenApi::intfIEnumeration,
      {{"ToolTip", "For internal use only."},
@@ -88,20 +88,21 @@ const NodeRow kRows[] = {
     {"EventStreamGrabberPort",
      GenApi::intfIPort,
      {{"ToolTip", "Port node giving access to event stream grabber parameters."}, {"IsFeature", "No"}}},
-    {"NumBuffer_Value", GenApi::intfIInteger, Register("0x200", "4", "RW", "Unsigned")},
-    {"NumMaxQueuedUrbs_Value", GenApi::intfIInteger, Register("0x300", "4", "RW", "Unsigned")},
-    {"MaximumTransferLength_Value", GenApi::intfIInteger, Register("0x400", "4", "RO", "Unsigned")},
+    {"NumBuffer_Value", GenApi::intfIInteger, PlainRegister("0x200", "4", "RW", "Unsigned")},
+    {"NumMaxQueuedUrbs_Value", GenApi::intfIInteger, PlainRegister("0x300", "4", "RW", "Unsigned")},
+    {"MaximumTransferLength_Value", GenApi::intfIInteger, PlainRegister("0x400", "4", "RO", "Unsigned")},
     {"Statistic_Total_Event_Count", GenApi::intfIInteger,
-     Statistic("0x500", "8", "Signed", "Total Event Count", "The total count of processed events.")},
+     EventStatistic("0x500", "8", "Signed", "Total Event Count", "The total count of processed events.")},
     {"Statistic_Failed_Event_Count", GenApi::intfIInteger,
-     Statistic("0x600", "8", "Signed", "Failed Event Count", "The count of processed events with an error status.")},
+     EventStatistic("0x600", "8", "Signed", "Failed Event Count",
+                    "The count of processed events with an error status.")},
     {"Statistic_Last_Failed_Event_Buffer_Status", GenApi::intfIInteger,
-     Statistic("0x700", "4", "Unsigned", "Last Failed Event Buffer Status",
-               "The status code of the last failed event buffer.")},
-    {"TransferLoopThreadPriority_Value", GenApi::intfIInteger, Register("0x800", "4", "RW", "Signed")},
-    {"TransferLoopThreadPriority_Max", GenApi::intfIInteger, Register("0x808", "4", "RW", "Signed")},
-    {"TransferLoopThreadPriority_Min", GenApi::intfIInteger, Register("0x810", "4", "RW", "Signed")},
-    {"GenerateNumTestEvents_Value", GenApi::intfIInteger, Register("0x900", "1", "WO", "Unsigned")},
+     EventStatistic("0x700", "4", "Unsigned", "Last Failed Event Buffer Status",
+                    "The status code of the last failed event buffer.")},
+    {"TransferLoopThreadPriority_Value", GenApi::intfIInteger, PlainRegister("0x800", "4", "RW", "Signed")},
+    {"TransferLoopThreadPriority_Max", GenApi::intfIInteger, PlainRegister("0x808", "4", "RW", "Signed")},
+    {"TransferLoopThreadPriority_Min", GenApi::intfIInteger, PlainRegister("0x810", "4", "RW", "Signed")},
+    {"GenerateNumTestEvents_Value", GenApi::intfIInteger, PlainRegister("0x900", "1", "WO", "Unsigned")},
 };
 
 class UsbEventParams : public testing::Test {
@@ -113,10 +114,10 @@ protected:
         EXPECT_EQ(0u, m_pDevice->GetEventStream(&stream));
         bus.eventProperties[0x808] = FakeVexlo::Number(99, 4);
         port.SetObject(stream);
-        map->Connect(&port, kPort);
+        map->Connect(&port, kEventPort);
     }
     ~UsbEventParams() override {
-        map->Connect(nullptr, kPort);
+        map->Connect(nullptr, kEventPort);
         vexlo::CVxDevice::DestroyDevice(m_pDevice);
     }
     GenApi::IInteger& Integer(const char* name) { return *GenApi::CIntegerPtr(map->GetNode(name)); }
@@ -131,12 +132,12 @@ class UsbEventParamsTable : public UsbEventParams, public testing::WithParamInte
 TEST_P(UsbEventParamsTable, HasTheNode) {
     ExpectRow(*map, GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(Rows, UsbEventParamsTable, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Rows, UsbEventParamsTable, testing::ValuesIn(kEventRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbEventParams, HasTheNodesOfTheTableInOrderAndNoOthers) {
     std::vector<std::string> rows;
-    for (const NodeRow& row : kRows)
+    for (const NodeRow& row : kEventRows)
         rows.emplace_back(row.name);
     EXPECT_EQ(rows, NodeNames(*map));
     EXPECT_EQ(nullptr, map->GetNode("StatusIsLocked"));
@@ -244,7 +245,7 @@ TEST_F(UsbEventParams, WantsAtLeastOneOfEach) {
         EXPECT_THROW(Integer(node).SetValue(0), GenICam::OutOfRangeException) << node;
 }
 
-constexpr int kFirstRegister = 11;
+constexpr int kFirstEventRegister = 11;
 
 class EventRegister : public UsbEventParams, public testing::WithParamInterface<NodeRow> {};
 TEST_P(EventRegister, ReadsItsOwnPropertyInItsOwnWidth) {
@@ -257,8 +258,8 @@ TEST_P(EventRegister, ReadsItsOwnPropertyInItsOwnWidth) {
     EXPECT_EQ(isWide ? 0x01020304'05060708 : 0x05060708, Integer(GetParam().name).GetValue());
 }
 INSTANTIATE_TEST_SUITE_P(Rows, EventRegister,
-                         testing::ValuesIn(std::begin(kRows) + kFirstRegister,
-                                           std::end(kRows) - 1), // the last: no read
+                         testing::ValuesIn(std::begin(kEventRows) + kFirstEventRegister,
+                                           std::end(kEventRows) - 1), // the last: no read
                          [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace
