@@ -14,7 +14,7 @@ namespace Tavix {
 // What happened to a device; outlives it.
 struct DeviceDiary {
     std::vector<std::string> calls;
-    gcstring_vector injected;
+    gcstring_vector injected, injectedIntoChunks;
     std::function<void()> onLoad = [] {};
     std::function<void()> onDelete = [] {};
     bool isAlive = false;
@@ -64,11 +64,11 @@ public:
     void CreateNodemapFromString(const gcstring& xml, const gcstring_vector& injectStrings) override {
         Load("CreateNodemapFromString " + xml, injectStrings);
     }
-    void ExtractChunkDataNodeMapFromFile(const gcstring& fileName, const gcstring_vector&) override {
-        m_pDiary->calls.push_back(("ExtractChunkDataNodeMapFromFile " + fileName).str());
+    void ExtractChunkDataNodeMapFromFile(const gcstring& fileName, const gcstring_vector& injectStrings) override {
+        Extract("ExtractChunkDataNodeMapFromFile " + fileName, injectStrings);
     }
-    void ExtractChunkDataNodeMapFromString(const gcstring& xml, const gcstring_vector&) override {
-        m_pDiary->calls.push_back(("ExtractChunkDataNodeMapFromString " + xml).str());
+    void ExtractChunkDataNodeMapFromString(const gcstring& xml, const gcstring_vector& injectStrings) override {
+        Extract("ExtractChunkDataNodeMapFromString " + xml, injectStrings);
     }
     bool GetChunkDataNodeMapSupported() const override { return true; }
     bool ChunkDataXmlDescriptionAvailable() const override { return false; }
@@ -84,6 +84,10 @@ private:
         m_pDiary->calls.push_back(what.str());
         m_pDiary->injected = injectStrings;
         m_pDiary->onLoad();
+    }
+    void Extract(const gcstring& what, const gcstring_vector& injectStrings) {
+        m_pDiary->calls.push_back(what.str());
+        m_pDiary->injectedIntoChunks = injectStrings;
     }
 
     std::shared_ptr<DeviceDiary> m_pDiary;

@@ -49,8 +49,12 @@ public:
         if (pAccessInfo) *pAccessInfo = Accessibility_Ok;
         return true;
     }
-    bool CanProvideXmlFile(const CDeviceInfo&) override { return canProvideXml; }
-    void ProvideXmlFile(const CDeviceInfo&, gcstring& fileName, gcstring& xml) override {
+    bool CanProvideXmlFile(const CDeviceInfo& info) override {
+        askedForXml = info;
+        return canProvideXml;
+    }
+    void ProvideXmlFile(const CDeviceInfo& info, gcstring& fileName, gcstring& xml) override {
+        providedXmlFor = info;
         onProvideXml();
         fileName = xmlFileName;
         xml = xmlText;
@@ -61,6 +65,7 @@ public:
     std::function<void()> onDiscover = [] {};
     int discoveries = 0;
     bool canProvideXml = true;
+    CDeviceInfo askedForXml, providedXmlFor;
     std::function<void()> onProvideXml = [] {};
     gcstring xmlFileName, xmlText = "<xml/>";
     GenApi::INodeMap* ownNodeMap = nullptr;

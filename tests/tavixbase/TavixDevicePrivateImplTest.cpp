@@ -135,8 +135,14 @@ TEST(TavixDevicePrivateImpl, NamesItsSourceFile) {
 TEST(TavixDevicePrivateImpl, LoadsTheCameraNodeMapOnce) {
     Camera camera;
     camera.CreateNodemapFromString(kPlainXml, {});
-    EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromString(kPlainXml, {}), "DLL already loaded");
+    const ScopedFolder folder;
+    const gcstring path = folder.Write("cam.xml", kPlainXml.str()).c_str();
+    for (const gcstring_vector& strings : {gcstring_vector(), gcstring_vector{kInject}}) {
+        EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromString(kPlainXml, strings), "DLL already loaded");
+        EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromFile(path, strings), "DLL already loaded");
+    }
     EXPECT_EQ(ValueOf(camera.GetNodeMap(), "Width"), 0x10);
+    EXPECT_EQ(camera.GetNodeMap()->GetNode("Injected"), nullptr);
 }
 
 TEST(TavixDevicePrivateImpl, FailsOnABadDescription) {
@@ -171,11 +177,14 @@ TEST(TavixDevicePrivateImpl, ExtractsTheChunkDescriptionFromAFile) {
 
 TEST(TavixDevicePrivateImpl, ExtractsWithTheFragmentThatTheNodeMapHas) {
     const gcstring chunks = Description(kChunk);
+    const ScopedFolder folder;
     Camera camera;
     camera.CreateNodemapFromString(kPlainXml, {chunks});
     camera.ExtractChunkDataNodeMapFromString(kPlainXml, {chunks});
     ASSERT_TRUE(camera.ChunkDataXmlDescriptionAvailable());
     EXPECT_NE(camera.CreateChunkNodeMap()->_GetNode("ChunkGain"), nullptr);
+    camera.ExtractChunkDataNodeMapFromFile(folder.Write("cam.xml", kPlainXml.str()).c_str(), {chunks});
+    EXPECT_TRUE(camera.ChunkDataXmlDescriptionAvailable());
 }
 
 TEST(TavixDevicePrivateImpl, MakesAFreshChunkNodeMapEachTime) {

@@ -70,9 +70,18 @@ TEST_F(TransportLayerCreation, LeavesTheChunkNodeMapOutWhenTheParameterIsNotRead
     EXPECT_EQ(tl.diary->calls, Calls{"CreateNodemapFromString <xml/>"});
 }
 
-TEST_F(TransportLayerCreation, HandsTheCallersFragmentsToTheNodeMap) {
+TEST_F(TransportLayerCreation, HandsTheCallersFragmentsToBothNodeMaps) {
     Create({"<more/>"});
     EXPECT_EQ(tl.diary->injected, gcstring_vector{"<more/>"});
+    EXPECT_EQ(tl.diary->injectedIntoChunks, gcstring_vector{"<more/>"});
+}
+
+TEST_F(TransportLayerCreation, AsksTheProviderAboutTheDeviceAndDownloadsForTheRecord) {
+    tl.makeDevice = [this](const CDeviceInfo&) { return new FakeDevice(Discovered("FakeCam", "changed"), tl.diary); };
+    Create();
+    EXPECT_EQ(tl.askedForXml.GetFullName(), "changed");
+    EXPECT_EQ(tl.providedXmlFor.GetFullName(), "cam1");
+    EXPECT_EQ(log.Lines(), (std::vector<LogLine>{{32, "Downloaded XML from device 'changed' length 6"}}));
 }
 
 TEST_F(TransportLayerCreation, KeepsTheDevicesInfoUsableForCreatingItAgain) {
@@ -106,8 +115,11 @@ TEST_F(TransportLayerCreation, ChoosesAmongSeveralOnlyWhenAskedForTheFirst) {
 }
 
 TEST_F(TransportLayerCreation, CreatesByFullName) {
+    tl.attached.push_back(CDeviceInfo()); // nameless
     EXPECT_EQ(tl.CreateDevice("cam1")->GetDeviceInfo().GetFullName(), "cam1");
+    EXPECT_EQ(tl.discoveries, 1); // what was found is made without another look
     EXPECT_EQ(tl.CreateDevice("cam"), nullptr);
+    EXPECT_EQ(tl.CreateDevice(CInfoBase::PropertyNotAvailable), nullptr);
     tl.attached.clear();
     EXPECT_EQ(tl.CreateDevice("cam1"), nullptr);
 }
@@ -141,14 +153,17 @@ TEST_F(TransportLayerCreation, AppendsTheMergeFileToTheFragments) {
     const ScopedFolder folder;
     const std::string path = folder.Write("merge.xml", "<merge/>");
     bindings.registry.BindMergeFile(CDeviceInfo(), path.c_str());
+    bindings.registry.BindFile(CDeviceInfo(), "/cam.xml");
     Create({"<more/>"});
     EXPECT_EQ(tl.diary->injected, (gcstring_vector{"<more/>", "<merge/>"}));
-    EXPECT_TRUE(log.Has(32, "About to merge file '" + path + "' into xml."));
+    EXPECT_EQ(log.Lines(), (std::vector<LogLine>{{32, "About to merge file '" + path + "' into xml."},
+                                                 {32, "Using XML from path '/cam.xml' for device 'cam1'"}}));
 }
 
 TEST_F(TransportLayerCreation, FailsWhenTheMergeFileIsMissing) {
     bindings.registry.BindMergeFile(CDeviceInfo(), "/no/merge.xml");
     EXPECT_THROW_TEXT(RuntimeException, Create(), "Failed to read file '/no/merge.xml': No such file or directory");
+    EXPECT_TRUE(log.Lines().empty());
     ExpectNoDeviceLeft();
 }
 

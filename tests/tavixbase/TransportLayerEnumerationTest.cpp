@@ -174,7 +174,9 @@ TEST_F(TransportLayerEnumeration, FindDeviceSaysThatNothingFits) {
     constexpr const char* kText = "No device contains the provided device info properties.";
     CDeviceInfo found;
     EXPECT_THROW_TEXT(RuntimeException, tl.FindDevice(CDeviceInfo().SetModelName("m3"), found, true), kText);
-    EXPECT_TRUE(log.Has(256, kText));
+    EXPECT_EQ(log.Lines(), (std::vector<LogLine>{{32, "Filter applied to device list, count of devices before filter "
+                                                      "step = 3, after filter step = 0."},
+                                                 {256, kText}}));
 }
 
 TEST_F(TransportLayerEnumeration, FindDeviceCountsTooManyDevicesAsOne) {
@@ -243,6 +245,18 @@ TEST_F(TransportLayerEnumeration, FindsTheDeviceOfAUserProvidedRecordBeforeProbi
     EXPECT_THROW_TEXT(RuntimeException, tl.IsDeviceAccessible(CDeviceInfo().SetModelName("m1")),
                       "Too many devices (1) match the provided device info properties, don't know which device to "
                       "use.");
+}
+
+TEST_F(TransportLayerEnumeration, ProbesWhenSwitchedOffOnlyWhatItNeedNotFind) {
+    const ScopedVariable useTl("TAVIX_USE_TL", "OtherCam");
+    FakeTransportLayer off;
+    EXPECT_TRUE(off.IsDeviceAccessible(tl.attached[0]));
+    EXPECT_THROW_TEXT(RuntimeException, off.IsDeviceAccessible(CDeviceInfo()),
+                      "Device not accessible. Transport layer is restricted by the environment");
+    EXPECT_THROW_TEXT(RuntimeException, off.IsDeviceAccessible(CDeviceInfo().SetDeviceClass("OtherCam")),
+                      "The device class OtherCam is not supported by this transport layer. This transport layer "
+                      "supports FakeCam.");
+    EXPECT_EQ(off.discoveries, 0);
 }
 
 TEST_F(TransportLayerEnumeration, RefusesToProbeAnotherDeviceClass) {

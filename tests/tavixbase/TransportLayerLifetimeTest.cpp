@@ -3,6 +3,8 @@
 
 #include <GenApi/Pointer.h>
 
+#include <chrono>
+#include <future>
 #include <optional>
 
 namespace Tavix {
@@ -18,6 +20,23 @@ protected:
 
     std::optional<FakeTransportLayer> tl{std::in_place};
     const std::shared_ptr<DeviceDiary> diary = tl->diary;
+};
+
+// Looks at its devices from another thread when a reference comes back.
+class TransportLayerThatLooks final : public FakeTransportLayer {
+public:
+    std::uint64_t Release() override {
+        wasAlive = diary->isAlive;
+        m_Look = std::async(std::launch::async,
+                            [this] { EXPECT_THROW_TEXT(LogicalErrorException, DestroyDevice(nullptr), kNotMine); });
+        wasLocked = m_Look.wait_for(std::chrono::seconds(30)) != std::future_status::ready;
+        return FakeTransportLayer::Release();
+    }
+
+    bool wasAlive = true, wasLocked = true;
+
+private:
+    std::future<void> m_Look; // waits for its end only when the lock is given back for certain
 };
 
 } // namespace
@@ -38,6 +57,13 @@ TEST_F(TransportLayerLifetime, GivesADevicesReferenceBackWithIt) {
     tl->DestroyDevice(pFirst);
     tl->DestroyDevice(pSecond);
     EXPECT_EQ(tl->Release(), 0U);
+}
+
+TEST(TransportLayerReference, ComesBackWhenTheDeviceIsGoneAndTheSetUnlocked) {
+    TransportLayerThatLooks tl;
+    tl.DestroyDevice(tl.CreateDeviceImpl(Discovered("FakeCam", "cam1"), gcstring_vector()));
+    EXPECT_FALSE(tl.wasAlive);
+    EXPECT_FALSE(tl.wasLocked);
 }
 
 TEST_F(TransportLayerLifetime, ReleasingTheLastReferenceDeletesNothing) {
