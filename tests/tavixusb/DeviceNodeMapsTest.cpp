@@ -105,6 +105,13 @@ TEST_F(DeviceNodeMaps, SaysThatMigrationModeChanged) {
                              LogLine{"Tavix.USB.Device", 32, "Migration mode for device '1:2:3' changed to 0"}));
 }
 
+TEST_F(DeviceNodeMaps, SwitchesMigrationModeBeforeTheParametersAreUnlocked) {
+    Load(CameraXml());
+    const GenApi::AutoLock guard(device->GetTLNodeMap()->GetLock());
+    MigrationModeEnable().SetValue(true);
+    EXPECT_NE(device->_Ptr, device->GetNodeMap());
+}
+
 TEST_F(DeviceNodeMaps, IgnoresMigrationModeThatCannotBeRead) {
     Load(CameraXml());
     log.Forget();

@@ -2,6 +2,7 @@
 // they come before the library's own.
 
 #include "TavixTL_USB/TavixUSB/TavixUsb.h"
+#include "TavixTL_USB/TavixUSB/TavixUsbDeviceInfoImpl.h"
 
 #include "support/Camera.h"
 #include "support/Expect.h"
@@ -80,11 +81,12 @@ TEST_F(FaultyBase, LeavesTheAccessLibraryUnusedWhenNoTransportLayerCanBeMade) {
 }
 
 TEST_F(FaultyBase, GetsTheInfoOfADiscoveredCameraInOrder) {
-    MakeCameraInfo();
-    g_SetProperties.erase(g_SetProperties.begin(), g_SetProperties.begin() + 2); // of the transport layer's info
+    vexlo::DeviceDiscoveryInfo record = MakeCameraRecord();
+    SetText(record.UserDefinedName, "mine");
+    Tavix::TavixUsbDeviceInfoImpl(Tavix::CTlInfo(), record);
     EXPECT_THAT(g_SetProperties,
-                testing::ElementsAre("DeviceClass", "VendorName", "ModelName", "SerialNumber", "DeviceGUID",
-                                     "ManufacturerInfo", "FullName", "DeviceIdx", "ProductId", "VendorId",
+                testing::ElementsAre("DeviceClass", "VendorName", "ModelName", "SerialNumber", "UserDefinedName",
+                                     "DeviceGUID", "ManufacturerInfo", "FullName", "DeviceIdx", "ProductId", "VendorId",
                                      "UsbDriverTypeName", "UsbPortVersionBcd", "SpeedSupportBitmask", "DeviceClass",
                                      "DeviceFactory", "FriendlyName"));
 }

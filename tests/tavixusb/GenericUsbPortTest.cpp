@@ -2,6 +2,7 @@
 
 #include "support/Camera.h"
 #include "support/Expect.h"
+#include "support/LogLines.h"
 
 namespace {
 
@@ -48,9 +49,13 @@ protected:
         bus.Reset();
         m_pDevice = vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb);
     }
-    ~GenericUsbPort() override { vexlo::CVxDevice::DestroyDevice(m_pDevice); }
+    ~GenericUsbPort() override {
+        EXPECT_THAT(log.All(), testing::IsEmpty()); // its failures are told by whoever uses it
+        vexlo::CVxDevice::DestroyDevice(m_pDevice);
+    }
 
     FakeVexlo& bus = FakeVexlo::Get();
+    LogLines log;
     vexlo::CVxDevice* m_pDevice;
     Tavix::CGenericUsbPort<T> port;
     unsigned char bytes[4] = {1, 2, 3, 4};

@@ -40,6 +40,26 @@ TEST_F(HandedOutObjects, DoNotSurviveAClose) {
     EXPECT_FAILURE(RuntimeException, kFile, kBadAdapter, device->DestroyEventAdapter(adapter));
 }
 
+TEST_F(HandedOutObjects, BelongToTheDeviceThatMadeThem) {
+    Tavix::CTavixUsbDevice other(MakeCameraInfo());
+    other.CreateNodemapFromString(CameraXmlWithChunks(), {});
+    Tavix::IChunkParser* const parser = other.CreateChunkParser();
+    Tavix::IEventAdapter* const adapter = other.CreateEventAdapter();
+    EXPECT_FAILURE(RuntimeException, kFile, kBadParser, device->DestroyChunkParser(parser));
+    EXPECT_FAILURE(RuntimeException, kFile, kBadAdapter, device->DestroyEventAdapter(adapter));
+    EXPECT_NO_THROW(other.DestroyChunkParser(parser));
+    EXPECT_NO_THROW(other.DestroyEventAdapter(adapter));
+}
+
+TEST_F(HandedOutObjects, SurviveACloseWhenTheyRelyOnThemselves) {
+    device->ExtractChunkDataNodeMapFromString(CameraXmlWithChunks(), {});
+    Open();
+    Tavix::ISelfReliantChunkParser* const parser = device->CreateSelfReliantChunkParser();
+    device->Close();
+    EXPECT_NE(nullptr, parser->GetChunkDataNodeMap()->GetNode("ChunkWidth"));
+    device->DestroySelfReliantChunkParser(parser);
+}
+
 TEST_F(HandedOutObjects, DoNotOutliveADeviceThatWasNeverOpen) {
     device->CreateChunkParser();
     device->CreateEventAdapter();

@@ -269,13 +269,18 @@ TEST_F(SurpriseRemoval, IsToldOnceWhenBothKindsComeTogether) {
 }
 
 TEST_F(SurpriseRemoval, OpensTheDeviceThoughItCannotBeListenedFor) {
-    bus.Script("RegisterCallback", {kFailure, kFailure});
+    bus.Script("RegisterCallback", {kFailure, kFailure - 1});
+    log.Forget();
     Open();
     EXPECT_TRUE(device->IsOpen());
-    EXPECT_EQ(1, log.Count({kDeviceLog, 256,
-                            "CSurpriseRemovalController: Failed to register device notification: 'text E2000777'"}));
-    EXPECT_EQ(1, log.Count({kDeviceLog, 256,
-                            "CSurpriseRemovalController: Failed to register device notification 2: 'text E2000777'"}));
+    EXPECT_THAT(
+        log.All(),
+        ElementsAre(LogLine{kDeviceLog, 64, "Opening device '1:2:3' accessMode: 0x1a"},
+                    LogLine{kDeviceLog, 256,
+                            "CSurpriseRemovalController: Failed to register device notification: 'text E2000777'"},
+                    LogLine{kDeviceLog, 256,
+                            "CSurpriseRemovalController: Failed to register device notification 2: 'text E2000776'"},
+                    LogLine{kDeviceLog, 64, "Opened device '1:2:3' successfully"}));
     device->Close();
     EXPECT_EQ(0, bus.Count("DeregisterCallback"));
 }

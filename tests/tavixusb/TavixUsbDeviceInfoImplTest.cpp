@@ -76,6 +76,12 @@ TEST(UsbDeviceInfo, IgnoresABlankUserDefinedNameForTheFriendlyName) {
     EXPECT_EQ(" \t ", InfoOf(record).GetUserDefinedName());
 }
 
+TEST(UsbDeviceInfo, TakesOnlyBlanksAndTabsForBlank) {
+    auto record = MakeCameraRecord();
+    SetText(record.UserDefinedName, "\r\n");
+    EXPECT_EQ("\r\n (123)", InfoOf(record).GetFriendlyName());
+}
+
 TEST(UsbDeviceInfo, WritesNumbersWithoutLeadingZeros) {
     auto record = MakeCameraRecord();
     record.DeviceIndex = 0;

@@ -4,6 +4,15 @@ namespace {
 
 class TavixUsbDevicePort : public DeviceTest {
 protected:
+    /// The only line since Open or Forget.
+    void ExpectErrorLine(const char* text) {
+        EXPECT_THAT(log.All(), testing::ElementsAre(LogLine{kDeviceLog, 256, text}));
+    }
+    void OpenQuietly() {
+        Open();
+        log.Forget();
+    }
+
     unsigned char bytes[4] = {1, 2, 3, 4};
 };
 
@@ -23,42 +32,44 @@ TEST_F(TavixUsbDevicePort, WritesRegisters) {
     EXPECT_EQ(4, bus.memory[0x103]);
 }
 
-TEST_F(TavixUsbDevicePort, RefusesToReadWhileClosed) {
+TEST_F(TavixUsbDevicePort, RefusesToReadWhileClosedWithoutALine) {
+    log.Forget();
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", "Device not yet opened.",
                    device->Read(bytes, 0x100, 4));
+    EXPECT_THAT(log.All(), testing::IsEmpty());
+    EXPECT_EQ(0, bus.Count("Device.ReadMem"));
 }
 
 TEST_F(TavixUsbDevicePort, SpeaksOfReadingWhenItRefusesToWriteWhileClosed) {
     const char kText[] = "Device '1:2:3' not open when trying to read from address 0x100; length 4.";
+    log.Forget();
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDeviceLog, 256, kText}));
+    ExpectErrorLine(kText);
+    EXPECT_EQ(0, bus.Count("Device.WriteMem"));
 }
 
 TEST_F(TavixUsbDevicePort, TellsWhyAReadFailed) {
-    Open();
+    OpenQuietly();
     bus.FailNext("Device.ReadMem", kFailure);
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
                    "Read operation on device '1:2:3' failed: 'text E2000777'", device->Read(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDeviceLog, 256, "Read: Read operation on device '1:2:3' failed: 'text E2000777'"}));
+    ExpectErrorLine("Read: Read operation on device '1:2:3' failed: 'text E2000777'");
 }
 
 TEST_F(TavixUsbDevicePort, RefusesAShortRead) {
-    Open();
+    OpenQuietly();
     bus.shortReadBy = 1;
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", "Read operation failed. Read 3 bytes instead of 4",
                    device->Read(bytes, 0x100, 4));
-    EXPECT_EQ(1,
-              log.Count({kDeviceLog, 256,
-                         "Read: Couldn't read the requested number of bytes from device '1:2:3'. Requested: 4; read: "
-                         "3"}));
+    ExpectErrorLine("Read: Couldn't read the requested number of bytes from device '1:2:3'. Requested: 4; read: 3");
 }
 
 TEST_F(TavixUsbDevicePort, TellsWhyAWriteFailed) {
     const char kText[] = "Write operation failed on device '1:2:3' at address: 0x100; length 4; Error: 'text E2000777'";
-    Open();
+    OpenQuietly();
     bus.FailNext("Device.WriteMem", kFailure);
     EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", kText, device->Write(bytes, 0x100, 4));
-    EXPECT_EQ(1, log.Count({kDeviceLog, 256, kText}));
+    ExpectErrorLine(kText);
 }
 
 TEST_F(TavixUsbDevicePort, ReachesTheWholeAddressSpace) {

@@ -128,9 +128,9 @@ TEST_F(TavixUsb, IgnoresNullAndForeignPointersToDestroy) {
 
 TEST_F(TavixUsb, SaysThatItsTransportLayerComesAndGoes) {
     CreateTl();
-    EXPECT_EQ(1, log.Count({"Tavix.USB.TL", 64, "'VandrelUsb' TL created."}));
     DestroyTl();
-    EXPECT_EQ(1, log.Count({"Tavix.USB.TL", 64, "'VandrelUsb' TL destroyed."}));
+    EXPECT_THAT(log.All(), testing::ElementsAre(LogLine{"Tavix.USB.TL", 64, "'VandrelUsb' TL created."},
+                                                LogLine{"Tavix.USB.TL", 64, "'VandrelUsb' TL destroyed."}));
 }
 
 TEST_F(TavixUsb, InitialisesBeforeItMakesTheTransportLayer) {

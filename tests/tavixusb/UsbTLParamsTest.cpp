@@ -97,8 +97,22 @@ TEST_P(UsbTLParamsTable, HasTheNode) {
 INSTANTIATE_TEST_SUITE_P(Rows, UsbTLParamsTable, testing::ValuesIn(kTransportRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(UsbTLParams, HasNoOtherNodes) {
-    EXPECT_EQ(std::size(kTransportRows), map->GetNumNodes());
+TEST_F(UsbTLParams, HasNoOtherNodesAndThoseInTheirOrder) {
+    std::vector<std::string> rows;
+    for (const NodeRow& row : kTransportRows)
+        rows.emplace_back(row.name);
+    EXPECT_EQ(rows, NodeNames(*map));
+}
+
+/// What a row says, what makes others depend on the node, and nothing more.
+TEST_P(UsbTLParamsTable, HasNoOtherProperties) {
+    std::set<std::string> expected;
+    for (const auto& property : GetParam().properties)
+        expected.insert(property.first);
+    for (const std::string& name : PropertyNames(*map, GetParam().name)) {
+        if (name == "pDependent" || name == "pFeature") continue; // lists have tests of their own
+        EXPECT_EQ(1u, expected.count(name)) << name;
+    }
 }
 
 TEST_F(UsbTLParams, DescribesItself) {

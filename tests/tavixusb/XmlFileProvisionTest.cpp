@@ -49,6 +49,14 @@ TEST_F(XmlFileProvision, OpensDownloadsClosesAndDestroys) {
     EXPECT_THAT(log.All(), ElementsAre(kSuccess));
 }
 
+TEST_F(XmlFileProvision, SaysThatItSucceededWhenTheDeviceObjectIsGone) {
+    bus.onCall = [this](const std::string& call) {
+        if (call == "DestroyDevice") log.Forget();
+    };
+    Provide();
+    EXPECT_THAT(log.All(), ElementsAre(kSuccess));
+}
+
 TEST_F(XmlFileProvision, OpensWithTheRecordAndTheDriverOfTheBus) {
     bus.cameras[0].UsbDriverType = vexlo::UsbDriverType_Vandrel;
     Provide();
@@ -159,9 +167,12 @@ TEST_P(PowerOutOfRange, FailsBeforeAnyRequest) {
     ExpectNothing();
     EXPECT_EQ(0, bus.Count("Device.Open"));
     EXPECT_EQ(0, bus.Count("Device.SetProperty"));
-    EXPECT_EQ(1, log.Count({kTl, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000008'"}));
+    EXPECT_THAT(log.All(),
+                ElementsAre(LogLine{kTl, 64, std::string("Setting power for device '1:2:3' to '") + GetParam() + "'"},
+                            LogLine{kTl, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000008'"}));
 }
-INSTANTIATE_TEST_SUITE_P(Values, PowerOutOfRange, testing::Values("65536", "-1", "4294967296", "-65536"));
+INSTANTIATE_TEST_SUITE_P(Values, PowerOutOfRange,
+                         testing::Values("65536", "-1", "4294967296", "-65536", "99999999999999999999"));
 
 class PowerRequestStep : public XmlFileProvision, public testing::WithParamInterface<int> {};
 TEST_P(PowerRequestStep, StopsTheRequestWhenItFails) {
