@@ -24,7 +24,7 @@ TimePoint::duration Seconds(double seconds) {
 Acquisition::Acquisition(const FeatureMaker& make, const AcquisitionParts& parts, const AcquisitionOptions& options,
                          std::function<void()> available)
     : m_Registers(make.Registers()), m_Parts(parts), m_BufferedFrames(options.bufferedFrames),
-      m_Available(std::move(available)) {
+      m_Available(std::move(available)), m_Sources(options.sources) {
     AddModes(make, options);
     make.Choice(reg::kTriggerSelector, static_cast<std::uint32_t>(TriggerKind::FrameStart), {0, 1});
     AddTrigger(make, TriggerKind::FrameBurstStart);
@@ -112,9 +112,11 @@ void Acquisition::SkipMissed(TimePoint now, Duration period) {
     if (missed <= 0) return;
     m_LastFrame += missed * period;
     m_NextFrameId += static_cast<std::uint64_t>(missed);
-    if (!m_StreamOn) return;
-    m_NextBlock += static_cast<std::uint64_t>(missed);
-    m_Lost += static_cast<std::uint64_t>(missed);
+    for (Source& source : m_Sources) {
+        if (!source.on) continue;
+        source.nextBlock += static_cast<std::uint64_t>(missed);
+        m_Lost += static_cast<std::uint64_t>(missed);
+    }
 }
 
 // --- start and stop
@@ -137,15 +139,14 @@ void Acquisition::Start() {
 
 void Acquisition::Stop() {
     m_Active = false;
-    m_Ready.clear();
+    for (Source& source : m_Sources)
+        source.ready.clear();
     m_Delayed.clear();
 }
 
-void Acquisition::StreamEnabled(bool on) {
-    m_StreamOn = on;
-    m_NextBlock = 0;
-    m_Ready.clear();
-    if (on) m_Available();
+void Acquisition::StreamEnabled(unsigned source, bool on) {
+    m_Sources[source] = Source{on, 0, {}};
+    m_Available(); // also when it is off: other streams may have waited for its room
 }
 
 // --- triggers
@@ -240,23 +241,35 @@ void Acquisition::Expose(TimePoint at) {
     frame.values.counterValue = m_Parts.io.CounterValue(0);
     if (IsTriggered(TriggerKind::FrameBurstStart)) --m_BurstLeft;
     if (m_FramesLeft != 0 && --m_FramesLeft == 0) m_Active = false;
-    if (m_StreamOn) {
-        frame.blockId = m_NextBlock++;
-        if (m_Ready.size() < m_BufferedFrames)
-            m_Ready.push_back(std::move(frame));
-        else
-            ++m_Lost;
-    }
+    for (Source& source : m_Sources)
+        if (source.on) Hand(frame, source);
     m_Available();
 }
 
-std::optional<Frame> Acquisition::Take(TimePoint now) {
+void Acquisition::Hand(const Frame& frame, Source& source) {
+    const std::uint64_t block = source.nextBlock++;
+    if (source.ready.size() >= m_BufferedFrames) {
+        ++m_Lost;
+        return;
+    }
+    source.ready.push_back(frame);
+    source.ready.back().blockId = block;
+}
+
+bool Acquisition::HasRoom() const {
+    return std::none_of(m_Sources.begin(), m_Sources.end(),
+                        [this](const Source& source) { return source.on && source.ready.size() >= m_BufferedFrames; });
+}
+
+std::optional<Frame> Acquisition::Take(unsigned source, TimePoint now) {
     RunTimers(now);
-    if (!m_StreamOn) return std::nullopt;
-    if (m_Ready.empty() && IsFreeRunning() && Period().count() == 0) Expose(now);
-    if (m_Ready.empty()) return std::nullopt;
-    Frame frame = std::move(m_Ready.front());
-    m_Ready.pop_front();
+    Source& from = m_Sources[source];
+    if (from.on && from.ready.empty() && IsFreeRunning() && Period().count() == 0 && HasRoom()) Expose(now);
+    if (from.ready.empty()) return std::nullopt;
+    const bool wasFull = from.ready.size() == m_BufferedFrames;
+    Frame frame = std::move(from.ready.front());
+    from.ready.pop_front();
+    if (wasFull && m_Sources.size() > 1) m_Available(); // others may have waited for the room
     return frame;
 }
 

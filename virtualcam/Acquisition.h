@@ -40,21 +40,23 @@ struct AcquisitionOptions {
     double frameRate = 30;
     bool frameRateEnable = true;
     std::size_t bufferedFrames = 4;
+    unsigned sources = 1;
 };
 
 enum class TriggerKind : std::uint32_t { FrameBurstStart = 0, FrameStart = 1 };
 
 /// Takes frames by itself at the frame rate, on demand when nothing limits it, or on triggers. Exposures take no time
-/// here: a frame is ready when its exposure begins. Bound to a thread; the register space's owner locks.
+/// here: a frame is ready when its exposure begins. All sources (sensors) expose together; on demand the slowest of
+/// those whose stream is on sets the pace. Bound to a thread; the register space's owner locks.
 class Acquisition {
 public:
     /// `available` runs when the stream may have something to send, or events were queued.
     Acquisition(const FeatureMaker& make, const AcquisitionParts& parts, const AcquisitionOptions& options,
                 std::function<void()> available);
 
-    void StreamEnabled(bool on);
-    /// The next frame to send, if there is one now.
-    std::optional<Frame> Take(TimePoint now);
+    void StreamEnabled(unsigned source, bool on);
+    /// The next frame of a source to send, if there is one now.
+    std::optional<Frame> Take(unsigned source, TimePoint now);
     std::optional<TimePoint> Deadline() const;
     void RunTimers(TimePoint now);
     /// An edge at an input line.
@@ -71,20 +73,25 @@ private:
         TriggerKind kind;
     };
 
+    /// Where frames of one sensor wait for its stream.
+    struct Source {
+        bool on = false;
+        std::uint64_t nextBlock = 0;
+        std::deque<Frame> ready;
+    };
+
     RegisterSpace& m_Registers;
     const AcquisitionParts m_Parts;
     const std::size_t m_BufferedFrames;
     const std::function<void()> m_Available;
     bool m_Active = false;
-    bool m_StreamOn = false;
     std::uint64_t m_FramesLeft = 0;
     std::uint32_t m_BurstLeft = 0;
-    std::uint64_t m_NextBlock = 0;
     std::uint64_t m_NextFrameId = 0;
     std::uint64_t m_LastTimestamp = 0;
     std::uint64_t m_Lost = 0;
     TimePoint m_LastFrame;
-    std::deque<Frame> m_Ready;
+    std::vector<Source> m_Sources;
     std::vector<DelayedTrigger> m_Delayed;
 
     std::uint32_t Value(std::uint64_t address) const { return m_Registers.Get<std::uint32_t>(address); }
@@ -109,6 +116,8 @@ private:
     void Expose(TimePoint at);
     Frame Snapshot(TimePoint at);
     void Report(const Frame& frame);
+    void Hand(const Frame& frame, Source& source);
+    bool HasRoom() const;
 };
 
 } // namespace virtualcam

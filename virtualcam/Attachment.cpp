@@ -1,21 +1,13 @@
 #include "virtualcam/Attachment.h"
 
+#include <algorithm>
+
 namespace virtualcam {
-namespace {
-
-constexpr std::array<std::uint8_t, 4> kEndpoints{kControlOut, kControlIn, kEventIn, kStreamIn};
-constexpr std::array<std::uint8_t, 4> kInterfaces{kControlInterface, kControlInterface, kEventInterface,
-                                                  kStreamInterface};
-
-} // namespace
 
 Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, std::uint8_t port)
-    : m_Device(device),
-      m_Generation(device.Generation()), m_Endpoints{
-                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[0])},
-                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[1])},
-                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[2])},
-                                             EndpointQueue{device, m_Generation, device.AddressOf(kEndpoints[3])}} {
+    : m_Device(device), m_Generation(device.Generation()) {
+    for (const std::uint8_t role : device.Endpoints())
+        m_Endpoints.emplace_back(device, m_Generation, device.AddressOf(role));
     m_Entry.id = "virtual:" + std::to_string(bus) + ":" + std::to_string(address);
     m_Entry.bus = bus;
     m_Entry.address = address;
@@ -28,7 +20,7 @@ Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, s
 
 usb::Result Attachment::Claim(std::uint8_t interfaceNumber, const void* owner) {
     if (!IsPresent()) return usb::Result::NoDevice;
-    if (interfaceNumber >= kInterfaceCount) return usb::Result::NotFound;
+    if (interfaceNumber >= m_Device.GetDescriptors().InterfaceCount()) return usb::Result::NotFound;
     const std::lock_guard<std::mutex> lock(m_Lock);
     const auto found = m_Claims.find(interfaceNumber);
     if (found != m_Claims.end()) return found->second == owner ? usb::Result::Ok : usb::Result::Busy;
@@ -52,19 +44,17 @@ void Attachment::ReleaseAll(const void* owner) {
 }
 
 EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* owner) {
-    for (std::size_t i = 0; i < kEndpoints.size(); ++i) {
-        if (kEndpoints[i] != m_Device.RoleOf(endpoint)) continue;
-        const std::lock_guard<std::mutex> lock(m_Lock);
-        const auto found = m_Claims.find(kInterfaces[i]);
-        return found != m_Claims.end() && found->second == owner ? &m_Endpoints[i] : nullptr;
-    }
-    return nullptr;
+    EndpointQueue* const queue = FindEndpoint(endpoint);
+    if (!queue) return nullptr;
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto found = m_Claims.find(InterfaceOf(m_Device.RoleOf(endpoint)));
+    return found != m_Claims.end() && found->second == owner ? queue : nullptr;
 }
 
 EndpointQueue* Attachment::FindEndpoint(std::uint8_t endpoint) {
-    for (std::size_t i = 0; i < kEndpoints.size(); ++i)
-        if (kEndpoints[i] == m_Device.RoleOf(endpoint)) return &m_Endpoints[i];
-    return nullptr;
+    const std::vector<std::uint8_t>& roles = m_Device.Endpoints();
+    const auto found = std::find(roles.begin(), roles.end(), m_Device.RoleOf(endpoint));
+    return found == roles.end() ? nullptr : &m_Endpoints[static_cast<std::size_t>(found - roles.begin())];
 }
 
 void Attachment::PumpAll() {

@@ -1,9 +1,9 @@
 #pragma once
 // One stay of a virtual device on the bus, from plug to unplug: its address, its claims, its endpoints.
 
-#include <array>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
@@ -38,8 +38,8 @@ public:
 private:
     Device& m_Device;
     const std::uint64_t m_Generation;
-    usb::DeviceEntry m_Entry;                 // constant after construction
-    std::array<EndpointQueue, 4> m_Endpoints; // by role
+    usb::DeviceEntry m_Entry;              // constant after construction
+    std::deque<EndpointQueue> m_Endpoints; // in the order of the device's
     std::mutex m_Lock;
     std::map<std::uint8_t, const void*> m_Claims; // guarded by m_Lock
 };

@@ -14,6 +14,8 @@ constexpr std::uint64_t kOptionalCapabilities = 0x0001 | 0x0400; // user-defined
 constexpr std::uint32_t kTransferLength = 16384;
 constexpr std::uint32_t kSmallestPlausible = 64;
 constexpr std::uint32_t kResponseTime = 100;
+constexpr std::array<std::uint64_t, 6> kStreamSizes{sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
+                                                    sirm::kFinal1Size,    sirm::kFinal2Size,   sirm::kMaximumTrailer};
 
 std::size_t PacketSize(usb::Speed speed) {
     return speed >= usb::Speed::Super ? 1024 : 512;
@@ -57,7 +59,8 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
     AddIdentity();
     AddTechnology();
     AddUsbRegisters();
-    AddStreamRegisters();
+    for (unsigned stream = 0; stream < settings.streams; ++stream)
+        AddStreamRegisters(stream);
     AddEventRegisters(limits.packetSize);
     AddManifest(manifest);
     AddFeatures();
@@ -127,7 +130,8 @@ void Camera::AddUsbRegisters() {
                                       m_Settings.registers.maximumCommand.value_or(kTransferLength));
     registers.AddValue<std::uint32_t>(base + 0x18, Access::ReadOnly,
                                       m_Settings.registers.maximumAcknowledge.value_or(kTransferLength));
-    registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly, m_Settings.registers.streamCount.value_or(1));
+    registers.AddValue<std::uint32_t>(base + 0x1C, Access::ReadOnly,
+                                      m_Settings.registers.streamCount.value_or(m_Settings.streams));
     registers.AddValue<std::uint64_t>(base + 0x20, Access::ReadOnly, memory::kSirm);
     registers.AddValue<std::uint32_t>(base + 0x28, Access::ReadOnly, sirm::kLength);
     registers.AddValue<std::uint64_t>(base + 0x2C, Access::ReadOnly, memory::kEirm);
@@ -135,43 +139,51 @@ void Camera::AddUsbRegisters() {
     registers.AddValue<std::uint32_t>(base + 0x40, Access::ReadOnly, Descriptors::SpeedBit(m_Settings.speed));
 }
 
-// --- stream interface
+// --- stream interfaces
 
-Status Camera::CheckStreamControl(const std::uint8_t* wanted) {
+Status Camera::CheckStreamControl(unsigned stream, const std::uint8_t* wanted) {
     const std::uint32_t value = Load<std::uint32_t>(wanted);
     const bool on = (value & 1) != 0;
     if (value > 1) return Status::InvalidParameter;
-    if (on == m_Streaming) return Status::Success;
-    if (on && m_Host.IsStreamHalted()) return Status::StreamEndpointHalted;
-    return on ? m_Host.CheckStreamEnable() : Status::Success;
+    if (on == m_Streaming[stream]) return Status::Success;
+    if (on && m_Host.IsStreamHalted(stream)) return Status::StreamEndpointHalted;
+    return on ? m_Host.CheckStreamEnable(stream) : Status::Success;
 }
 
-void Camera::AddStreamRegisters() {
+void Camera::AddStreamRegisters(unsigned stream) {
     const RegisterFaults& faults = m_Settings.registers;
-    RegisterSpace& registers = m_Registers;
-    registers.AddValue<std::uint32_t>(sirm::kInfo, Access::ReadOnly, faults.alignmentExponent << 24);
-    Register& control = registers.AddValue<std::uint32_t>(sirm::kControl, Access::ReadWrite, 0);
-    control.check = [this](const std::uint8_t* wanted) { return CheckStreamControl(wanted); };
-    control.written = [this, &control] {
-        const bool on = Load<std::uint32_t>(control.bytes.data()) == 1;
-        if (on != m_Streaming) SwitchStream(on);
+    const auto add = [this, stream](std::uint64_t address, std::uint32_t value) {
+        m_Registers.AddValue(sirm::Of(stream, address), Access::ReadOnly, value);
     };
-    registers.AddValue<std::uint64_t>(sirm::kRequiredPayload, Access::ReadOnly, 0);
-    registers.AddValue<std::uint32_t>(sirm::kRequiredLeader, Access::ReadOnly, faults.zeroLeaderSize ? 0 : 52);
-    registers.AddValue<std::uint32_t>(sirm::kRequiredTrailer, Access::ReadOnly, faults.zeroTrailerSize ? 0 : 36);
+    add(sirm::kInfo, faults.alignmentExponent << 24);
+    Register& control = m_Registers.AddValue<std::uint32_t>(sirm::Of(stream, sirm::kControl), Access::ReadWrite, 0);
+    control.check = [this, stream](const std::uint8_t* wanted) { return CheckStreamControl(stream, wanted); };
+    control.written = [this, stream, &control] {
+        const bool on = Load<std::uint32_t>(control.bytes.data()) == 1;
+        if (on != m_Streaming[stream]) SwitchStream(stream, on);
+    };
+    m_Registers.AddValue<std::uint64_t>(sirm::Of(stream, sirm::kRequiredPayload), Access::ReadOnly, 0);
+    add(sirm::kRequiredLeader, faults.zeroLeaderSize ? 0 : 52);
+    add(sirm::kRequiredTrailer, faults.zeroTrailerSize ? 0 : 36);
+    AddStreamSizes(stream);
+}
+
+void Camera::AddStreamSizes(unsigned stream) {
+    const RegisterFaults& faults = m_Settings.registers;
     const auto aligned = [&faults](const std::uint8_t* wanted) {
         const bool fits = Load<std::uint32_t>(wanted) % AlignmentUnit(faults) == 0;
         return fits || faults.lateAlignmentCheck ? Status::Success : Status::SizeNotAligned;
     };
-    for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
-                                        sirm::kFinal1Size, sirm::kFinal2Size, sirm::kMaximumTrailer}) {
-        Register& made = registers.AddValue<std::uint32_t>(address, Access::ReadWrite, 0);
+    for (const std::uint64_t address : kStreamSizes) {
+        Register& made = m_Registers.AddValue<std::uint32_t>(sirm::Of(stream, address), Access::ReadWrite, 0);
         if (address != sirm::kTransferCount) made.check = aligned;
     }
 }
 
-StreamLayout Camera::Layout() const {
-    const auto value = [this](std::uint64_t address) { return m_Registers.Get<std::uint32_t>(address); };
+StreamLayout Camera::Layout(unsigned stream) const {
+    const auto value = [this, stream](std::uint64_t address) {
+        return m_Registers.Get<std::uint32_t>(sirm::Of(stream, address));
+    };
     StreamLayout layout;
     layout.maximumLeader = value(sirm::kMaximumLeader);
     layout.transferSize = value(sirm::kTransferSize);
@@ -182,8 +194,8 @@ StreamLayout Camera::Layout() const {
     return layout;
 }
 
-bool Camera::IsLayoutAligned() const {
-    const StreamLayout layout = Layout();
+bool Camera::IsLayoutAligned(unsigned stream) const {
+    const StreamLayout layout = Layout(stream);
     const std::uint32_t all =
         layout.maximumLeader | layout.transferSize | layout.final1 | layout.final2 | layout.maximumTrailer;
     return all % AlignmentUnit(m_Settings.registers) == 0;
@@ -213,15 +225,20 @@ void Camera::RaiseEvent(std::uint16_t id, const Bytes& data) {
     if (m_Events.TakeHalt()) m_Host.HaltEvents();
 }
 
-void Camera::DisableStream() {
-    m_Registers.Set<std::uint32_t>(sirm::kControl, 0);
-    if (m_Streaming) SwitchStream(false);
+void Camera::DisableStream(unsigned stream) {
+    m_Registers.Set<std::uint32_t>(sirm::Of(stream, sirm::kControl), 0);
+    if (m_Streaming[stream]) SwitchStream(stream, false);
 }
 
-void Camera::SwitchStream(bool on) {
-    m_Streaming = on;
-    m_Host.StreamEnabled(on);
-    m_Acquisition->StreamEnabled(on);
+void Camera::DisableStreams() {
+    for (unsigned stream = 0; stream < m_Settings.streams; ++stream)
+        DisableStream(stream);
+}
+
+void Camera::SwitchStream(unsigned stream, bool on) {
+    m_Streaming[stream] = on;
+    m_Host.StreamEnabled(stream, on);
+    m_Acquisition->StreamEnabled(stream, on);
 }
 
 void Camera::DisableEvents() {
@@ -230,14 +247,14 @@ void Camera::DisableEvents() {
 }
 
 void Camera::ResetInterfaces() {
-    DisableStream();
+    DisableStreams();
     DisableEvents();
     m_Events.GatherSeveral(false);
     if (m_Registers.Has(abrm::kConfiguration)) m_Registers.Set<std::uint64_t>(abrm::kConfiguration, 0);
     m_Control->Abort();
-    for (const std::uint64_t address : {sirm::kMaximumLeader, sirm::kTransferSize, sirm::kTransferCount,
-                                        sirm::kFinal1Size, sirm::kFinal2Size, sirm::kMaximumTrailer})
-        m_Registers.Set<std::uint32_t>(address, 0);
+    for (unsigned stream = 0; stream < m_Settings.streams; ++stream)
+        for (const std::uint64_t address : kStreamSizes)
+            m_Registers.Set<std::uint32_t>(sirm::Of(stream, address), 0);
 }
 
 // --- description

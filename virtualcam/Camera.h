@@ -1,6 +1,7 @@
 #pragma once
 // The camera behind the USB plug: register space, control and event channel, features.
 
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -27,11 +28,11 @@ struct Persistent {
 /// What the camera asks of the USB side. Called under the camera's lock.
 class CameraHost {
 public:
-    virtual Status CheckStreamEnable() = 0;  ///< stream enable is about to be set
-    virtual void StreamEnabled(bool on) = 0; ///< stream enable has changed
-    virtual bool IsStreamHalted() const = 0;
+    virtual Status CheckStreamEnable(unsigned stream) = 0;    ///< stream enable is about to be set
+    virtual void StreamEnabled(unsigned stream, bool on) = 0; ///< stream enable has changed
+    virtual bool IsStreamHalted(unsigned stream) const = 0;
     virtual bool IsEventHalted() const = 0;
-    virtual void StreamAvailable() = 0; ///< there may be something to send on the stream
+    virtual void StreamAvailable() = 0; ///< there may be something to send on the streams
     virtual void EventQueued() = 0;
     virtual void HaltEvents() = 0;     ///< the event endpoint is to halt
     virtual void ResetRequested() = 0; ///< the camera wants to restart
@@ -55,13 +56,14 @@ public:
     /// State after a USB reset: streams and events off, stream registers zero.
     void ResetInterfaces();
     void DisableEvents();
-    void DisableStream();
+    void DisableStream(unsigned stream);
+    void DisableStreams();
 
-    /// The next frame to send, if there is one now.
-    std::optional<Frame> TakeFrame(TimePoint now) { return m_Acquisition->Take(now); }
+    /// The next frame of a stream to send, if there is one now.
+    std::optional<Frame> TakeFrame(unsigned stream, TimePoint now) { return m_Acquisition->Take(stream, now); }
     /// The transfer sizes that the host programmed.
-    StreamLayout Layout() const;
-    bool IsLayoutAligned() const;
+    StreamLayout Layout(unsigned stream) const;
+    bool IsLayoutAligned(unsigned stream) const;
     std::uint64_t LostFrames() const { return m_Acquisition->LostFrames(); }
     /// Sets the level outside of an input line.
     void SetInput(std::uint32_t line, bool high);
@@ -77,7 +79,7 @@ private:
     RegisterSpace m_Registers;
     EventChannel m_Events;
     std::unique_ptr<ControlChannel> m_Control;
-    bool m_Streaming = false;
+    std::bitset<kMaximumStreams> m_Streaming;
 
     // the features
     std::unique_ptr<ImageFormat> m_Format;
@@ -92,15 +94,16 @@ private:
     void AddTechnology();
     void AddConfiguration();
     void AddUsbRegisters();
-    void AddStreamRegisters();
+    void AddStreamRegisters(unsigned stream);
+    void AddStreamSizes(unsigned stream);
     void AddEventRegisters(std::size_t packetSize);
     void AddManifest(const Manifest& manifest);
     void AddFeatures();
     void AddDeviceControl(const FeatureMaker& make);
     void PayloadChanged();
     void Available();
-    void SwitchStream(bool on);
-    Status CheckStreamControl(const std::uint8_t* wanted);
+    void SwitchStream(unsigned stream, bool on);
+    Status CheckStreamControl(unsigned stream, const std::uint8_t* wanted);
 };
 
 } // namespace virtualcam

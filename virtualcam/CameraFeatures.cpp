@@ -13,8 +13,8 @@ constexpr std::uint64_t kHighSpeedBytes = 60000000;
 } // namespace
 
 void Camera::AddFeatures() {
-    const FeatureMaker make(m_Registers,
-                            [this] { return m_Streaming || m_Registers.Get<std::uint32_t>(reg::kParamsLocked) != 0; });
+    const FeatureMaker make(
+        m_Registers, [this] { return m_Streaming.any() || m_Registers.Get<std::uint32_t>(reg::kParamsLocked) != 0; });
     AddDeviceControl(make);
     m_Registers.AddValue<std::uint32_t>(reg::kPayloadSize, Access::ReadOnly, 0);
     const auto payloadChanged = [this] { PayloadChanged(); };
@@ -24,7 +24,8 @@ void Camera::AddFeatures() {
     m_Io = std::make_unique<DigitalIo>(make, [this](LineSource source) { return m_Acquisition->Level(source); });
     m_EventControl = std::make_unique<EventControl>(make, m_Events);
     const AcquisitionParts parts{*m_Format, *m_Analog, *m_Chunks, *m_Io, *m_EventControl, m_Clock};
-    const AcquisitionOptions options{m_Settings.frameRate, m_Settings.frameRateEnable, m_Settings.bufferedFrames};
+    const AcquisitionOptions options{m_Settings.frameRate, m_Settings.frameRateEnable, m_Settings.bufferedFrames,
+                                     m_Settings.streams};
     m_Acquisition = std::make_unique<Acquisition>(make, parts, options, [this] { Available(); });
     m_UserSets = std::make_unique<UserSets>(make, m_Persistent.sets);
     PayloadChanged();
@@ -52,7 +53,9 @@ void Camera::PayloadChanged() {
     const std::size_t extra = plan.active ? 0 : m_Settings.registers.extraPayload;
     const std::size_t payload = plan.PayloadBytes(m_Format->Get().ImageBytes()) + extra;
     m_Registers.Set(reg::kPayloadSize, static_cast<std::uint32_t>(payload));
-    m_Registers.Set<std::uint64_t>(sirm::kRequiredPayload, m_Settings.registers.zeroPayloadSize ? 0 : payload);
+    for (unsigned stream = 0; stream < m_Settings.streams; ++stream)
+        m_Registers.Set<std::uint64_t>(sirm::Of(stream, sirm::kRequiredPayload),
+                                       m_Settings.registers.zeroPayloadSize ? 0 : payload);
 }
 
 void Camera::Available() {

@@ -158,7 +158,15 @@ bool ControlChannel::RunTimers(TimePoint now) {
 bool ControlChannel::Hits(const ControlFaultRule& rule, const Command& command) const {
     if (rule.command && *rule.command != command.id) return false;
     if (rule.address && rule.address != command.Address()) return false;
-    return !rule.whileStreaming || m_Registers.Get<std::uint32_t>(sirm::kControl) != 0;
+    return !rule.whileStreaming || IsStreaming();
+}
+
+bool ControlChannel::IsStreaming() const {
+    for (unsigned stream = 0; stream < kMaximumStreams; ++stream) {
+        const std::uint64_t control = sirm::Of(stream, sirm::kControl);
+        if (m_Registers.Has(control) && m_Registers.Get<std::uint32_t>(control) != 0) return true;
+    }
+    return false;
 }
 
 std::optional<ControlFaultRule> ControlChannel::NextFault(const Command& command) {

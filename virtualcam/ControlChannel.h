@@ -79,6 +79,7 @@ private:
     Bytes m_LastAcknowledge;
 
     bool Hits(const ControlFaultRule& rule, const Command& command) const;
+    bool IsStreaming() const;
     std::optional<ControlFaultRule> NextFault(const Command& command);
     Bytes Execute(const Command& command);
     Bytes ReadMem(const Command& command);

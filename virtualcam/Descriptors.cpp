@@ -76,8 +76,8 @@ void Descriptors::AddEndpoint(std::uint8_t address, std::uint8_t burst) {
 
 void Descriptors::BuildConfiguration(const CameraSettings& settings) {
     Bytes& set = m_Configuration;
-    const bool streams = !settings.registers.noStreamInterface;
-    const int count = streams ? kInterfaceCount : kInterfaceCount - 1;
+    const unsigned streams = settings.registers.noStreamInterface ? 0 : settings.streams;
+    const int count = static_cast<int>(kStreamInterface + streams);
     Add(set, {0x09, 0x02, 0, 0, count, 0x01, 0x00, 0x80, m_SuperSpeed ? 0x70 : 0xFA});
     Add(set, {0x08, 0x0B, kControlInterface, count, 0xEF, 0x05, 0x00, IndexOf(Text::Function)});
     Add(set, {0x09, 0x04, kControlInterface, 0x00, 0x02, 0xEF, 0x05, 0x00, 0x00});
@@ -92,9 +92,10 @@ void Descriptors::BuildConfiguration(const CameraSettings& settings) {
     AddEndpoint(settings.registers.asymmetricEndpoints ? kControlInApart : kControlIn, 0);
     Add(set, {0x09, 0x04, kEventInterface, 0x00, 0x01, 0xEF, 0x05, 0x01, 0x00});
     AddEndpoint(kEventIn, 0);
-    if (streams) {
-        Add(set, {0x09, 0x04, kStreamInterface, 0x00, 0x01, 0xEF, 0x05, 0x02, 0x00});
-        AddEndpoint(kStreamIn, 0x0F);
+    for (unsigned stream = 0; stream < streams; ++stream) {
+        const std::uint8_t endpoint = StreamEndpoint(stream);
+        Add(set, {0x09, 0x04, InterfaceOf(endpoint), 0x00, 0x01, 0xEF, 0x05, 0x02, 0x00});
+        AddEndpoint(endpoint, 0x0F);
     }
     Store<std::uint16_t>(set.data() + 2, static_cast<std::uint16_t>(set.size()));
 }

@@ -38,6 +38,7 @@ public:
     const Bytes& BinaryObjectStore() const { return m_BinaryObjectStore; }
     /// The string descriptor; empty when there is none. The user-defined name changes, so it is handed in.
     Bytes String(std::uint8_t index, const std::string& userName) const;
+    std::uint8_t InterfaceCount() const { return m_Configuration[4]; }
     std::uint16_t MaxPacketSize() const { return m_MaxPacketSize; }
     /// Bit of the speed in bmSpeedSupport and in the current-speed register.
     static std::uint8_t SpeedBit(usb::Speed speed);

@@ -18,11 +18,20 @@ std::shared_ptr<const Manifest> ManifestFor(const RegisterFaults& registers) {
     return builtIn;
 }
 
+std::vector<std::uint8_t> EndpointsOf(const CameraSettings& settings) {
+    std::vector<std::uint8_t> endpoints{kControlOut, kControlIn, kEventIn};
+    for (unsigned stream = 0; stream < settings.streams; ++stream)
+        endpoints.push_back(StreamEndpoint(stream));
+    return endpoints;
+}
+
 } // namespace
 
 Device::Device(const CameraSettings& settings)
     : m_Settings(settings), m_Descriptors(m_Settings), m_Manifest(ManifestFor(settings.registers)),
-      m_Faults(settings.faults), m_Stream(m_Descriptors.MaxPacketSize()) {
+      m_Endpoints(EndpointsOf(settings)), m_Faults(settings.faults) {
+    for (unsigned stream = 0; stream < settings.streams; ++stream)
+        m_Streams.emplace_back(stream, m_Descriptors.MaxPacketSize());
     m_Persistent.userName = settings.userName;
     if (settings.plugged) PlugLocked();
     m_Notices.clear();
@@ -67,7 +76,7 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
 
 PipeAnswer Device::In(std::uint8_t address, std::uint8_t* buffer, std::size_t room) {
     const std::uint8_t endpoint = RoleOf(address);
-    if (endpoint == kStreamIn) return StreamIn(buffer, room);
+    if (Stream* const stream = FindStream(endpoint)) return StreamIn(*stream, buffer, room);
     const std::lock_guard<std::mutex> lock(m_Lock);
     const PipeStatus obstacle = ObstacleLocked(endpoint);
     if (obstacle != PipeStatus::Complete) return {obstacle, 0};
@@ -172,7 +181,7 @@ void Device::Deliver(std::uint32_t ready, const std::vector<Notice>& notices) {
         else
             m_Listener->Plugged();
     }
-    for (const std::uint8_t endpoint : {kControlOut, kControlIn, kEventIn, kStreamIn})
+    for (const std::uint8_t endpoint : m_Endpoints)
         if ((ready & EndpointBit(endpoint)) != 0) m_Listener->EndpointReady(AddressOf(endpoint));
 }
 
@@ -207,8 +216,7 @@ void Device::SetFaults(const FaultScript& faults) {
         m_Camera->Control().SetFaults(faults.control);
         m_Camera->Events().SetFaults(faults.events);
     }
-    const std::lock_guard<std::mutex> stream(m_StreamLock);
-    m_Stream.SetFaults(faults.stream);
+    SetStreamFaults();
 }
 
 void Device::SetInput(std::uint32_t line, bool high) {

@@ -1,10 +1,11 @@
 #pragma once
-// The virtual camera as a USB device, free of any transport: endpoint 0, four bulk endpoints, plugging and unplugging.
+// The virtual camera as a USB device, free of any transport: endpoint 0, bulk endpoints, plugging and unplugging.
 
 #include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -43,6 +44,8 @@ public:
     PipeAnswer Control(const usb::ControlSetup& setup, std::uint8_t* data);
     PipeAnswer Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length);
     PipeAnswer In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room);
+    /// All bulk endpoints by their roles: commands, acknowledges, events, streams. Constant after construction.
+    const std::vector<std::uint8_t>& Endpoints() const { return m_Endpoints; }
     /// Has EndpointReady called from the device's thread, so that the adapter can serve the endpoint there.
     void RequestService(std::uint8_t endpoint);
     /// Cameras differ in the number of one endpoint. Inside it has its usual address, its role; on the bus that of the
@@ -84,18 +87,28 @@ private:
     const CameraSettings m_Settings;
     const Descriptors m_Descriptors;
     const std::shared_ptr<const Manifest> m_Manifest;
+    const std::vector<std::uint8_t> m_Endpoints;
 
     std::atomic<std::uint64_t> m_Generation{0};
 
-    // Lock order: m_Lock, then m_StreamLock or m_PostLock. Images are drawn under m_StreamLock alone, so that commands
-    // are answered meanwhile.
+    /// One stream on its way to its endpoint.
+    struct Stream {
+        Stream(unsigned number, std::size_t packetSize) : index(number), channel(packetSize, number) {}
+
+        const unsigned index;
+        bool mute = false;   // guarded by m_Lock
+        bool choked = false; // by transfers that it cannot serve, until it is disabled; guarded by m_Lock
+        std::mutex lock;
+        StreamChannel channel; // guarded by lock
+    };
+
+    // Lock order: m_Lock, then a stream's lock or m_PostLock. Images are drawn under the stream's lock alone, so that
+    // commands are answered meanwhile.
     mutable std::mutex m_Lock;
     FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
     Persistent m_Persistent;
     std::unique_ptr<Camera> m_Camera; // null while unplugged
     std::uint32_t m_Halts = 0;
-    bool m_Mute = false;
-    bool m_Choked = false; // by transfers that it cannot serve, until the stream is disabled
     std::uint8_t m_Configuration = 1;
     std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
     bool m_OutRefused = false;
@@ -103,8 +116,7 @@ private:
     std::optional<TimePoint> m_Restart;
     std::optional<TimePoint> m_Leaving; // until then transfers fail, then it is gone
 
-    std::mutex m_StreamLock;
-    StreamChannel m_Stream; // guarded by m_StreamLock
+    std::deque<Stream> m_Streams; // constant after construction
 
     enum class Notice { Unplugged, Plugged };
     std::mutex m_PostLock;
@@ -121,19 +133,21 @@ private:
     std::thread m_Thread;
 
     // CameraHost
-    Status CheckStreamEnable() override;
-    void StreamEnabled(bool on) override;
-    bool IsStreamHalted() const override { return IsHaltedLocked(kStreamIn); }
+    Status CheckStreamEnable(unsigned stream) override;
+    void StreamEnabled(unsigned stream, bool on) override;
+    bool IsStreamHalted(unsigned stream) const override { return IsHaltedLocked(StreamEndpoint(stream)); }
     bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
-    void StreamAvailable() override { Post(kStreamIn); }
+    void StreamAvailable() override;
     void EventQueued() override { Post(kEventIn); }
     void HaltEvents() override { SetHaltLocked(kEventIn); }
     void ResetRequested() override;
 
-    // the stream
-    PipeAnswer StreamIn(std::uint8_t* buffer, std::size_t room);
-    bool BeginBlock();
-    PipeStatus StreamBroke(PipeStatus status);
+    // the streams
+    Stream* FindStream(std::uint8_t endpoint);
+    void SetStreamFaults();
+    PipeAnswer StreamIn(Stream& stream, std::uint8_t* buffer, std::size_t room);
+    bool BeginBlock(Stream& stream);
+    PipeStatus StreamBroke(const Stream& stream, PipeStatus status);
 
     // endpoint 0; under m_Lock
     PipeAnswer Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const;
@@ -142,7 +156,7 @@ private:
     PipeAnswer EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data);
     PipeAnswer ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* data);
     static std::uint32_t EndpointBit(std::uint8_t endpoint);
-    static bool HasEndpoint(std::uint8_t endpoint);
+    bool HasEndpoint(std::uint8_t endpoint) const;
     bool IsHaltedLocked(std::uint8_t endpoint) const { return (m_Halts & EndpointBit(endpoint)) != 0; }
     void SetHaltLocked(std::uint8_t endpoint);
     void ClearHaltLocked(std::uint8_t endpoint);

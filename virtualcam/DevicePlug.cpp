@@ -23,8 +23,6 @@ void Device::Unplug() {
 
 void Device::PlugLocked() {
     m_Halts = 0;
-    m_Mute = false;
-    m_Choked = false;
     m_Configuration = 1;
     m_Replug.reset();
     m_Restart.reset();
@@ -32,10 +30,11 @@ void Device::PlugLocked() {
     m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
     m_Camera->Control().SetFaults(m_Faults.control);
     m_Camera->Events().SetFaults(m_Faults.events);
-    {
-        const std::lock_guard<std::mutex> stream(m_StreamLock);
-        m_Stream.SetFaults(m_Faults.stream);
-        m_Stream.SetExtraPayload(m_Settings.registers.extraPayload);
+    SetStreamFaults();
+    for (Stream& stream : m_Streams) {
+        stream.mute = false;
+        const std::lock_guard<std::mutex> streamLock(stream.lock);
+        stream.channel.SetExtraPayload(m_Settings.registers.extraPayload);
     }
     ++m_Generation;
     Post(Notice::Plugged);
@@ -49,13 +48,13 @@ void Device::UnplugLocked() {
         return;
     }
     m_Leaving = Clock::Now() + milliseconds(m_Faults.unplugErrorsMs);
-    for (const std::uint8_t endpoint : {kControlOut, kControlIn, kEventIn, kStreamIn})
+    for (const std::uint8_t endpoint : m_Endpoints)
         Post(endpoint);
     Reschedule(DeadlineLocked());
 }
 
 void Device::LeaveLocked() {
-    m_Camera->DisableStream();
+    m_Camera->DisableStreams();
     m_Camera.reset();
     ++m_Generation;
     m_Leaving.reset();

@@ -59,9 +59,9 @@ PipeAnswer Device::DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* d
     case request::kGetConfiguration:
         return Answer(setup, data, {m_Configuration});
     case request::kGetInterface:
-        return setup.index < kInterfaceCount ? Answer(setup, data, {0}) : kRefused;
+        return setup.index < m_Descriptors.InterfaceCount() ? Answer(setup, data, {0}) : kRefused;
     case request::kSetInterface:
-        return setup.value == 0 && setup.index < kInterfaceCount ? kDone : kRefused;
+        return setup.value == 0 && setup.index < m_Descriptors.InterfaceCount() ? kDone : kRefused;
     case request::kSetConfiguration:
         if (setup.value > 1) return kRefused;
         m_Camera->ResetInterfaces();
@@ -111,8 +111,8 @@ PipeAnswer Device::ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* 
 
 // --- halts
 
-bool Device::HasEndpoint(std::uint8_t endpoint) {
-    return endpoint == kControlOut || endpoint == kControlIn || endpoint == kEventIn || endpoint == kStreamIn;
+bool Device::HasEndpoint(std::uint8_t endpoint) const {
+    return std::find(m_Endpoints.begin(), m_Endpoints.end(), endpoint) != m_Endpoints.end();
 }
 
 std::uint8_t Device::RoleOf(std::uint8_t endpoint) const {
@@ -149,8 +149,8 @@ void Device::SetHaltLocked(std::uint8_t endpoint) {
     m_Halts |= EndpointBit(endpoint);
     if (endpoint == kEventIn)
         m_Camera->DisableEvents();
-    else if (endpoint == kStreamIn)
-        m_Camera->DisableStream();
+    else if (const Stream* const stream = FindStream(endpoint))
+        m_Camera->DisableStream(stream->index);
     else
         m_Camera->Control().Abort();
     Post(endpoint);
@@ -159,11 +159,11 @@ void Device::SetHaltLocked(std::uint8_t endpoint) {
 void Device::ClearHaltLocked(std::uint8_t endpoint) {
     m_Halts &= ~EndpointBit(endpoint);
     // A clear without a halt before it resets a channel just as well: nothing stale is left for the next host.
-    if (endpoint == kControlOut || endpoint == kControlIn)
-        m_Camera->Control().Abort();
-    else if (endpoint == kStreamIn)
-        m_Camera->DisableStream();
-    if (endpoint == kStreamIn) m_Mute = false;
+    if (endpoint == kControlOut || endpoint == kControlIn) m_Camera->Control().Abort();
+    Stream* const stream = FindStream(endpoint);
+    if (stream == nullptr) return;
+    m_Camera->DisableStream(stream->index);
+    stream->mute = false;
 }
 
 } // namespace virtualcam

@@ -69,12 +69,13 @@ enum class StreamFault {
     Padding        ///< the last payload transfer is filled up to its size
 };
 
-/// Hits `count` blocks (0: all) from the `frame`-th delivered one on (0: the next one to begin).
+/// Hits `count` blocks (0: all) of each stream from the `frame`-th delivered one on (0: the next one to begin).
 struct StreamFaultRule {
     StreamFault fault = StreamFault::LostLeader;
     std::uint32_t value = 0;
     std::uint64_t frame = 0;
     std::uint64_t count = 1;
+    std::optional<unsigned> stream; ///< only of this one
 };
 
 enum class EventFault {

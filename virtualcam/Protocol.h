@@ -74,7 +74,7 @@ inline constexpr std::uint64_t kCamera = 0x100000;
 inline constexpr std::uint64_t kDescription = 0x200000;
 } // namespace memory
 
-/// Offsets in the stream interface's registers.
+/// Registers of the stream interfaces, block after block.
 namespace sirm {
 inline constexpr std::uint64_t kInfo = memory::kSirm + 0x00;
 inline constexpr std::uint64_t kControl = memory::kSirm + 0x04;
@@ -88,6 +88,10 @@ inline constexpr std::uint64_t kFinal1Size = memory::kSirm + 0x24;
 inline constexpr std::uint64_t kFinal2Size = memory::kSirm + 0x28;
 inline constexpr std::uint64_t kMaximumTrailer = memory::kSirm + 0x2C;
 inline constexpr std::uint32_t kLength = 0x30;
+/// The register of another stream; the addresses above are those of the first one.
+constexpr std::uint64_t Of(unsigned stream, std::uint64_t address) {
+    return address + std::uint64_t{stream} * kLength;
+}
 } // namespace sirm
 
 namespace eirm {
@@ -106,7 +110,24 @@ inline constexpr std::uint8_t kControlInApart = 0x84; ///< in place of kControlI
 
 inline constexpr std::uint8_t kControlInterface = 0;
 inline constexpr std::uint8_t kEventInterface = 1;
-inline constexpr std::uint8_t kStreamInterface = 2;
-inline constexpr std::uint8_t kInterfaceCount = 3;
+inline constexpr std::uint8_t kStreamInterface = 2; ///< of the first stream; the others follow
+
+inline constexpr unsigned kMaximumStreams = 4;
+/// The first stream's is kStreamIn; the others begin past kControlInApart.
+constexpr std::uint8_t StreamEndpoint(unsigned stream) {
+    return static_cast<std::uint8_t>(stream == 0 ? kStreamIn : kControlInApart + stream);
+}
+/// The stream of an endpoint; kMaximumStreams when it is none's.
+constexpr unsigned StreamOf(std::uint8_t endpoint) {
+    unsigned stream = 0;
+    while (stream < kMaximumStreams && StreamEndpoint(stream) != endpoint)
+        ++stream;
+    return stream;
+}
+/// The interface that an endpoint belongs to.
+constexpr std::uint8_t InterfaceOf(std::uint8_t endpoint) {
+    if (endpoint == kControlOut || endpoint == kControlIn) return kControlInterface;
+    return static_cast<std::uint8_t>(endpoint == kEventIn ? kEventInterface : kStreamInterface + StreamOf(endpoint));
+}
 
 } // namespace virtualcam

@@ -9,7 +9,8 @@ namespace {
 
 constexpr std::uint16_t kWhite = 4095;
 constexpr std::uint32_t kKinds = 2;
-constexpr std::uint32_t kStep = 2; // pixels that the picture moves with each frame
+constexpr std::uint32_t kStep = 2;      // pixels that the picture moves with each frame
+constexpr std::uint32_t kViewStep = 32; // pixels between two views
 constexpr std::uint32_t kBarWidth = 96;
 constexpr std::uint32_t kSquare = 64;
 constexpr std::uint32_t kStripes = 4; // lines of the moving stripe in the black picture
@@ -151,7 +152,7 @@ const std::uint8_t* Scene::LineStart(std::uint32_t y) const {
     const std::uint64_t moved = m_Number * kStep;
     const std::uint32_t row = m_Geometry.reverseY ? m_Geometry.height - 1 - y : y;
     const std::uint64_t sceneY = (std::uint64_t{row} + m_Geometry.offsetY) * m_Geometry.binningY;
-    std::uint64_t shift = m_Geometry.offsetX + moved;
+    std::uint64_t shift = m_Geometry.offsetX + moved + std::uint64_t{m_View} * kViewStep;
     std::uint32_t kind = 0;
     switch (m_Geometry.pattern) {
     case TestPattern::Gradient:
@@ -200,6 +201,7 @@ void Scene::MakeBoxRow(Bytes& row, std::uint32_t fontRow) const {
     std::array<std::uint8_t, kDigits> digits{};
     for (std::size_t i = kDigits; i-- > 0; rest /= 10)
         digits[i] = static_cast<std::uint8_t>(rest % 10);
+    if (m_View != 0) digits[0] = static_cast<std::uint8_t>(m_View % 10);
     for (std::uint32_t column = 0; column < kBoxColumns; ++column) {
         const bool margin = column % 6 == 0 || fontRow == 0 || fontRow == kBoxRows - 1;
         const bool inked = !margin && (kFont[digits[column / 6]][fontRow - 1] >> (5 - column % 6) & 1) != 0;

@@ -15,6 +15,10 @@ namespace virtualcam {
 /// that an image costs little more than copying it. Bound to a thread.
 class Scene {
 public:
+    /// `view` tells several cameras, or sensors of one, apart: each sees the scene from further to the left, and all
+    /// but view 0 write theirs in place of the number's first digit.
+    explicit Scene(unsigned view = 0) : m_View(view) {}
+
     /// Turns to an image. `number` moves the picture and is written into it.
     void Begin(const Geometry& geometry, std::shared_ptr<const Look> look, std::uint64_t number);
     /// Draws `count` bytes of the image from byte `offset` on.
@@ -29,6 +33,7 @@ private:
         std::vector<Bytes> rows;                                           ///< one for each row of the digits' font
     };
 
+    const unsigned m_View;
     Geometry m_Geometry;
     std::shared_ptr<const Look> m_Look;
     std::uint64_t m_Number = 0;

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "virtualcam/Protocol.h"
 #include "virtualcam/SettingsReader.h"
 
 namespace virtualcam {
@@ -36,6 +37,7 @@ StreamFaultRule ReadStreamRule(const json& object, const std::string& place) {
     reader.Name("fault", kStreamFaults, rule.fault);
     reader.Value("value", rule.value);
     reader.Value("frame", rule.frame);
+    reader.Value("stream", rule.stream);
     reader.Value("count", rule.count);
     reader.Finish();
     return rule;
@@ -131,6 +133,8 @@ void Check(const CameraSettings& camera, const std::string& place) {
     check("sensorHeight", camera.sensorHeight);
     if (!(camera.frameRate >= 0.1 && camera.frameRate <= 10000.0))
         throw SettingsError(place + ".frameRate", "0.1 to 10000 is expected");
+    if (camera.streams < 1 || camera.streams > kMaximumStreams)
+        throw SettingsError(place + ".streams", "1 to " + std::to_string(kMaximumStreams) + " is expected");
 }
 
 CameraSettings ReadCamera(const json& object, const std::string& place, unsigned index) {
@@ -142,6 +146,7 @@ CameraSettings ReadCamera(const json& object, const std::string& place, unsigned
     reader.Value("frameRate", camera.frameRate);
     reader.Value("frameRateEnable", camera.frameRateEnable);
     reader.Name("speed", kSpeeds, camera.speed);
+    reader.Value("streams", camera.streams);
     reader.Value("bufferedFrames", camera.bufferedFrames);
     reader.Value("queuedEvents", camera.queuedEvents);
     reader.Value("plugged", camera.plugged);

@@ -26,7 +26,8 @@ struct CameraSettings {
     double frameRate = 30.0;     ///< AcquisitionFrameRate at power-up
     bool frameRateEnable = true; ///< off: as fast as the host takes frames
     usb::Speed speed = usb::Speed::Super;
-    unsigned bufferedFrames = 4; ///< frames that wait inside the camera for a slow host
+    unsigned streams = 1;        ///< sensors, each with a stream interface of its own; 1 to kMaximumStreams
+    unsigned bufferedFrames = 4; ///< frames of each that wait inside the camera for a slow host
     unsigned queuedEvents = 64;  ///< event messages that wait inside the camera
     bool plugged = true;         ///< attached from the beginning
     RegisterFaults registers;
@@ -47,10 +48,10 @@ CameraSettings NumberedCamera(unsigned index);
 /// The file is an object: "transferMemoryLimit" (bytes) and "cameras", an array of objects. Each may have "vendor",
 /// "model", "family", "deviceVersion", "firmwareVersion", "manufacturerInfo", "serial", "guid", "userName",
 /// "productId", "sensorWidth", "sensorHeight", "frameRate", "frameRateEnable", "speed" ("High", "Super",
-/// "SuperPlus"), "bufferedFrames", "queuedEvents", "plugged", "registers" and "faults". What is left out is as in
-/// NumberedCamera. "registers" and "faults" name the fields of RegisterFaults and FaultScript; a fault is named as in
-/// its enumeration: {"control": [{"fault": "Late", "value": 300, "skip": 2, "command": 2048}],
-/// "stream": [{"fault": "LostTrailer", "frame": 5}]}. docs/virtual-camera.md has an example.
+/// "SuperPlus"), "streams", "bufferedFrames", "queuedEvents", "plugged", "registers" and "faults". What is left out is
+/// as in NumberedCamera. "registers" and "faults" name the fields of RegisterFaults and FaultScript; a fault is named
+/// as in its enumeration: {"control": [{"fault": "Late", "value": 300, "skip": 2, "command": 2048}], "stream":
+/// [{"fault": "LostTrailer", "frame": 5}]}. docs/virtual-camera.md has an example.
 bool ReadSettings(const std::string& text, BackendSettings& settings, std::string& error);
 /// The same from the JSON text itself.
 bool ParseSettings(const std::string& json, BackendSettings& settings, std::string& error);

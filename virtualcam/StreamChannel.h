@@ -32,7 +32,8 @@ struct StreamLayout {
 /// Bound to a thread; its owner locks.
 class StreamChannel {
 public:
-    explicit StreamChannel(std::size_t packetSize) : m_PacketSize(packetSize) {}
+    /// `view` is that of its images' scene.
+    explicit StreamChannel(std::size_t packetSize, unsigned view = 0) : m_PacketSize(packetSize), m_Scene(view) {}
 
     /// Payload transfers end after `largestTransfer` bytes, if it is not 0.
     void Start(const StreamLayout& layout, std::uint32_t largestTransfer = 0);

@@ -94,6 +94,45 @@ TEST_F(VirtualCameraTest, StreamsBlocksWithoutAGap) {
     write(0x20004, 0);
 }
 
+TEST(VirtualCameraOfTwoSensors, StreamsFromBothAtOnce) {
+    constexpr std::size_t kBlocks = 5, kPayload = 65536;
+    usbfs::VirtualCameras cameras(
+        R"({"cameras": [{"streams": 2, "sensorWidth": 256, "sensorHeight": 256, "frameRateEnable": false}]})");
+    std::string reason;
+    const auto backend = usb::CreateLibusbBackend(reason);
+    ASSERT_NE(backend, nullptr) << reason;
+    std::unique_ptr<usb::Handle> handle;
+    ASSERT_EQ(backend->Open(cameras.Name(0), handle), Result::Ok);
+    ASSERT_EQ(handle->Claim(2), Result::Ok);
+    ASSERT_EQ(handle->Claim(3), Result::Ok);
+    const auto write = [&](std::uint64_t address, std::uint32_t value) {
+        Bytes bytes;
+        virtualcam::Append(bytes, value);
+        EXPECT_EQ(cameras[0].WriteRegister(address, bytes.data(), bytes.size()), virtualcam::Status::Success);
+    };
+    const std::uint32_t sizes[] = {1024, kPayload, 1, 0, 0, 1024};
+    for (const std::uint64_t base : {0x20000u, 0x20030u}) {
+        for (std::uint64_t i = 0; i < 6; ++i)
+            write(base + 0x18 + 4 * i, sizes[i]);
+        write(base + 0x04, 1); // stream enable
+    }
+    Transfers first(*handle, 0x83, 3 * kBlocks, kPayload), second(*handle, 0x85, 3 * kBlocks, kPayload);
+    for (Transfers* const transfers : {&first, &second}) {
+        for (std::size_t i = 0; i < transfers->Count(); ++i)
+            if (i % 3 != 1) (*transfers)[i].length = 1024;
+        transfers->SubmitAll();
+    }
+    write(0x102004, 1); // acquisition start
+    ASSERT_TRUE(first.PumpUntilCompleted(first.Count()));
+    ASSERT_TRUE(second.PumpUntilCompleted(second.Count()));
+    for (std::size_t block = 0; block < kBlocks; ++block) {
+        EXPECT_EQ(first.Buffer(3 * block)[8], block);
+        EXPECT_EQ(second.Buffer(3 * block)[8], block);
+        EXPECT_EQ(second[3 * block + 1].actualLength, kPayload);
+        EXPECT_NE(first.Buffer(3 * block + 1), second.Buffer(3 * block + 1));
+    }
+}
+
 TEST_F(VirtualCameraTest, LeavesAndComesBackOnItsOwn) {
     std::mutex lock;
     std::condition_variable changed;

@@ -29,8 +29,8 @@ Geometry Size(std::uint32_t width, std::uint32_t height, PixelFormat format = Pi
     return geometry;
 }
 
-Bytes Draw(const Geometry& geometry, std::uint64_t number) {
-    Scene scene;
+Bytes Draw(const Geometry& geometry, std::uint64_t number, unsigned view = 0) {
+    Scene scene(view);
     scene.Begin(geometry, PlainLook(), number);
     Bytes image(geometry.ImageBytes());
     scene.Draw(0, image.data(), image.size());
@@ -65,6 +65,16 @@ TEST_P(SceneOfFormat, MovesFromFrameToFrame) {
         Geometry geometry = Size(320, 1000, GetParam());
         geometry.pattern = pattern;
         EXPECT_NE(Draw(geometry, 1), Draw(geometry, 2));
+    }
+}
+
+TEST_P(SceneOfFormat, LooksOtherwiseFromEachPlace) {
+    for (const TestPattern pattern :
+         {TestPattern::Black, TestPattern::Gradient, TestPattern::ColorBars, TestPattern::Checker}) {
+        Geometry geometry = Size(320, 200, GetParam());
+        geometry.pattern = pattern;
+        EXPECT_NE(Draw(geometry, 1, 0), Draw(geometry, 1, 1));
+        EXPECT_NE(Draw(geometry, 1, 1), Draw(geometry, 1, 2));
     }
 }
 

@@ -37,9 +37,9 @@ TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     ASSERT_TRUE(virtualcam::ParseSettings(R"({"transferMemoryLimit": 1000, "cameras": [
         {"model": "M", "guid": "ABCD00000009", "sensorWidth": 640, "speed": "High", "frameRateEnable": false,
          "registers": {"responseTime": 50, "manifest": "PlainXml", "silentAboveTransfer": 65536},
-         "faults": {"refuseClaims": 2, "replugAfterMs": 5,
+         "streams": 3, "faults": {"refuseClaims": 2, "replugAfterMs": 5,
                     "control": [{"fault": "Late", "value": 30, "command": 2048, "address": 4}],
-                    "stream": [{"fault": "IdGap", "frame": 3, "value": 2}]}}, {}]})",
+                    "stream": [{"fault": "IdGap", "frame": 3, "value": 2, "stream": 1}]}}, {}]})",
                                           settings, error))
         << error;
     ASSERT_EQ(settings.cameras.size(), 2u);
@@ -47,6 +47,8 @@ TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     EXPECT_EQ(settings.transferMemoryLimit, 1000u);
     EXPECT_EQ(camera.model, "M");
     EXPECT_EQ(camera.speed, usb::Speed::High);
+    EXPECT_EQ(camera.streams, 3u);
+    EXPECT_EQ(settings.cameras[1].streams, 1u);
     EXPECT_EQ(camera.registers.responseTime, 50u);
     EXPECT_EQ(camera.registers.manifest, virtualcam::ManifestFault::PlainXml);
     EXPECT_EQ(camera.registers.silentAboveTransfer, 65536u);
@@ -54,6 +56,7 @@ TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
     EXPECT_EQ(camera.faults.control.at(0).fault, virtualcam::ControlFault::Late);
     EXPECT_EQ(camera.faults.control.at(0).command, std::uint16_t{2048});
     EXPECT_EQ(camera.faults.stream.at(0).fault, virtualcam::StreamFault::IdGap);
+    EXPECT_EQ(camera.faults.stream.at(0).stream, 1u);
     EXPECT_EQ(settings.cameras[1].serial, "40000002");
 }
 
@@ -94,28 +97,30 @@ TEST_P(SettingsErrorTest, NamesTheKeyAndWhatIsAllowed) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, SettingsErrorTest,
-    testing::Values(BadSettings{"Syntax", "{\"cameras\": [}", "no valid JSON at byte 14"},
-                    BadSettings{"NoObject", "[]", "the whole: an object {...} is expected"},
-                    BadSettings{"NoArray", R"({"cameras": 3})", "cameras: an array [...] is expected"},
-                    BadSettings{"UnknownKey", R"({"camera": []})",
-                                "camera: there is no such key; the keys are transferMemoryLimit, cameras"},
-                    BadSettings{"UnknownName", R"({"cameras": [{}, {"speed": "Warp"}]})",
-                                "cameras[1].speed: \"Warp\" is none of High, Super, SuperPlus"},
-                    BadSettings{"Text", R"({"cameras": [{"serial": 7}]})",
-                                "cameras[0].serial: a text in quotes is expected, not 7"},
-                    BadSettings{"Switch", R"({"cameras": [{"frameRateEnable": 1}]})",
-                                "cameras[0].frameRateEnable: true or false is expected, not 1"},
-                    BadSettings{"TooLarge", R"({"cameras": [{"productId": 65536}]})",
-                                "cameras[0].productId: a whole number from 0 to 65535 is expected, not 65536"},
-                    BadSettings{
-                        "Negative", R"({"cameras": [{"faults": {"stream": [{"fault": "Stall", "value": -1}]}}]})",
-                        "cameras[0].faults.stream[0].value: a whole number from 0 to 4294967295 is expected, not -1"},
-                    BadSettings{"Fraction", R"({"cameras": [{"queuedEvents": 1.5}]})",
-                                "cameras[0].queuedEvents: a whole number from 0 to 4294967295 is expected, not 1.5"},
-                    BadSettings{"Guid", R"({"cameras": [{"guid": "12"}]})",
-                                "cameras[0].guid: 12 hexadecimal digits are expected, not \"12\""},
-                    BadSettings{"Size", R"({"cameras": [{"sensorWidth": 100}]})",
-                                "cameras[0].sensorWidth: a multiple of 16 from 64 to 16384 is expected, not 100"}),
+    testing::Values(
+        BadSettings{"Syntax", "{\"cameras\": [}", "no valid JSON at byte 14"},
+        BadSettings{"NoObject", "[]", "the whole: an object {...} is expected"},
+        BadSettings{"NoArray", R"({"cameras": 3})", "cameras: an array [...] is expected"},
+        BadSettings{"UnknownKey", R"({"camera": []})",
+                    "camera: there is no such key; the keys are transferMemoryLimit, cameras"},
+        BadSettings{"UnknownName", R"({"cameras": [{}, {"speed": "Warp"}]})",
+                    "cameras[1].speed: \"Warp\" is none of High, Super, SuperPlus"},
+        BadSettings{"Text", R"({"cameras": [{"serial": 7}]})",
+                    "cameras[0].serial: a text in quotes is expected, not 7"},
+        BadSettings{"Switch", R"({"cameras": [{"frameRateEnable": 1}]})",
+                    "cameras[0].frameRateEnable: true or false is expected, not 1"},
+        BadSettings{"TooLarge", R"({"cameras": [{"productId": 65536}]})",
+                    "cameras[0].productId: a whole number from 0 to 65535 is expected, not 65536"},
+        BadSettings{"Negative", R"({"cameras": [{"faults": {"stream": [{"fault": "Stall", "value": -1}]}}]})",
+                    "cameras[0].faults.stream[0].value: a whole number from 0 to 4294967295 is expected, not -1"},
+        BadSettings{"Fraction", R"({"cameras": [{"queuedEvents": 1.5}]})",
+                    "cameras[0].queuedEvents: a whole number from 0 to 4294967295 is expected, not 1.5"},
+        BadSettings{"Guid", R"({"cameras": [{"guid": "12"}]})",
+                    "cameras[0].guid: 12 hexadecimal digits are expected, not \"12\""},
+        BadSettings{"NoStreams", R"({"cameras": [{"streams": 0}]})", "cameras[0].streams: 1 to 4 is expected"},
+        BadSettings{"TooManyStreams", R"({"cameras": [{"streams": 5}]})", "cameras[0].streams: 1 to 4 is expected"},
+        BadSettings{"Size", R"({"cameras": [{"sensorWidth": 100}]})",
+                    "cameras[0].sensorWidth: a multiple of 16 from 64 to 16384 is expected, not 100"}),
     [](const auto& instance) { return instance.param.name; });
 
 TEST_F(SettingsTest, NameTheFileThatIsWrong) {

@@ -30,7 +30,9 @@ struct Block {
 /// Programs a stream and reads its transfers. Bound to a thread.
 class StreamClient {
 public:
-    explicit StreamClient(DeviceClient& control) : m_Client(control) {}
+    /// The stream's registers are at `base`.
+    explicit StreamClient(DeviceClient& control, std::uint64_t base = 0x20000, std::uint8_t endpoint = 0x83)
+        : m_Client(control), m_Base(base), m_Endpoint(endpoint) {}
 
     std::vector<std::uint32_t> sizes{}; ///< programmed size of each transfer of a block
 
@@ -38,15 +40,15 @@ public:
     std::uint16_t Start(std::uint32_t size, std::uint32_t count, std::uint32_t final1 = 0, std::uint32_t final2 = 0) {
         const std::uint32_t values[] = {1024, size, count, final1, final2, 1024};
         for (std::size_t i = 0; i < 6; ++i)
-            m_Client.Write32(0x20018 + 4 * i, values[i]);
+            m_Client.Write32(m_Base + 0x18 + 4 * i, values[i]);
         sizes.assign(1, 1024);
         if (size != 0) sizes.insert(sizes.end(), count, size);
         if (final1 != 0) sizes.push_back(final1);
         if (final2 != 0) sizes.push_back(final2);
         sizes.push_back(1024);
-        return m_Client.Write32(0x20004, 1);
+        return m_Client.Write32(m_Base + 0x04, 1);
     }
-    void Stop() { m_Client.Write32(0x20004, 0); }
+    void Stop() { m_Client.Write32(m_Base + 0x04, 0); }
     void StartAcquisition() { m_Client.Write32(0x102004, 1); }
     void StopAcquisition() { m_Client.Write32(0x102008, 1); }
     /// Reads `count` transfers of the programmed sizes from the start of a block.
@@ -54,7 +56,7 @@ public:
         Block block;
         for (std::size_t i = 0; i < count; ++i) {
             block.transfers.emplace_back();
-            block.statuses.push_back(m_Client.Receive(0x83, sizes[i % sizes.size()], block.transfers.back()));
+            block.statuses.push_back(m_Client.Receive(m_Endpoint, sizes[i % sizes.size()], block.transfers.back()));
         }
         return block;
     }
@@ -62,6 +64,8 @@ public:
 
 private:
     DeviceClient& m_Client;
+    const std::uint64_t m_Base;
+    const std::uint8_t m_Endpoint;
 };
 
 } // namespace virtualcam::test

@@ -208,7 +208,8 @@ void Session::GetConfiguration(std::uint64_t id) {
 
 void Session::Alternate(std::uint64_t id, std::uint8_t interfaceNumber, std::uint8_t alternate) {
     usb_redir_alt_setting_status_header status{};
-    status.status = interfaceNumber < kInterfaceCount && alternate == 0 ? usb_redir_success : usb_redir_stall;
+    const std::uint8_t count = m_Camera.GetDevice().GetDescriptors().InterfaceCount();
+    status.status = interfaceNumber < count && alternate == 0 ? usb_redir_success : usb_redir_stall;
     status.interface = interfaceNumber;
     usbredirparser_send_alt_setting_status(m_Parser.get(), id, &status);
 }

@@ -3,6 +3,7 @@
 #include "virtualcam/usbip/UsbipClient.h"
 
 #include <cerrno>
+#include <map>
 #include <optional>
 #include <thread>
 
@@ -134,6 +135,40 @@ TEST_F(UsbipSession, StreamsBlocksIntoQueuedTransfers) {
         EXPECT_EQ(ToHex(Bytes(trailer.data.begin(), trailer.data.begin() + 4)), "55335654");
         EXPECT_EQ(trailer.data[8], block);
     }
+}
+
+struct UsbipSessionOfTwoSensors : UsbipSession {
+    static CameraSettings TwoSensors() {
+        CameraSettings settings = Fast();
+        settings.streams = 2;
+        return settings;
+    }
+    UsbipSessionOfTwoSensors() : UsbipSession(TwoSensors()) {}
+};
+
+TEST_F(UsbipSessionOfTwoSensors, StreamsFromBothAtOnce) {
+    constexpr std::uint32_t kPayload = 640 * 480;
+    const std::uint32_t sizes[] = {1024, kPayload, 1, 0, 0, 1024};
+    for (std::uint32_t i = 0; i < 6; ++i)
+        client->Write32(0x20048 + 4 * i, sizes[i]);
+    client->Write32(0x20034, 1);
+    StartStream(kPayload);
+    for (std::uint32_t number = 100; number < 106; ++number) {
+        client->Submit(number, /*in=*/true, 3, number % 3 == 2 ? kPayload : 1024);
+        client->Submit(number + 100, /*in=*/true, 5, number % 3 == 2 ? kPayload : 1024);
+    }
+    std::map<std::uint32_t, Reply> replies;
+    for (int i = 0; i < 12; ++i) {
+        const Reply reply = client->Next(/*in=*/true);
+        replies[reply.number] = reply;
+    }
+    for (const std::uint32_t first : {100u, 200u}) {
+        ASSERT_EQ(replies.count(first + 5), 1u);
+        EXPECT_EQ(ToHex(replies[first].data).substr(0, 24), "5533564C0000340000000000");
+        EXPECT_EQ(ToHex(replies[first + 3].data).substr(0, 24), "5533564C0000340001000000");
+        EXPECT_EQ(replies[first + 1].actual, kPayload);
+    }
+    EXPECT_NE(replies[101].data, replies[201].data);
 }
 
 TEST_F(UsbipSession, UnlinksAPendingTransferAndNeverAnswersIt) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <optional>
 #include <thread>
 
@@ -33,7 +34,7 @@ const Notify kSilent = [](const std::string&) {};
 // A camera, its session in a thread, and a peer.
 class UsbredirSession : public testing::Test {
 protected:
-    UsbredirSession() {
+    explicit UsbredirSession(const CameraSettings& settings = Fast()) : camera(settings, 0) {
         peer.emplace(std::move(m_Sockets.ours));
         m_Thread = std::thread([this] {
             Session(camera, m_Sockets.theirs.Get(), m_End.Get(), kSilent).Run();
@@ -53,7 +54,7 @@ protected:
         EXPECT_EQ(peer->Write32(0x102004, 1), 0);
     }
 
-    RemoteCamera camera{Fast(), 0};
+    RemoteCamera camera;
     std::optional<Peer> peer;
 
 private:
@@ -153,6 +154,60 @@ TEST_F(UsbredirSession, StreamsBlocksIntoQueuedTransfers) {
         ASSERT_EQ(trailer.data.size(), 32u);
         EXPECT_EQ(trailer.data[8], block);
     }
+}
+
+struct UsbredirSessionOfTwoSensors : UsbredirSession {
+    static CameraSettings TwoSensors() {
+        CameraSettings settings = Fast();
+        settings.streams = 2;
+        return settings;
+    }
+    UsbredirSessionOfTwoSensors() : UsbredirSession(TwoSensors()) {}
+};
+
+TEST_F(UsbredirSessionOfTwoSensors, TellsOfFourInterfaces) {
+    const Packet interfaces = peer->Next("interfaces");
+    EXPECT_EQ(interfaces.status, 4);
+    const auto& classes = *reinterpret_cast<const usb_redir_interface_info_header*>(interfaces.data.data());
+    EXPECT_EQ(classes.interface[3], 3);
+    EXPECT_EQ(classes.interface_protocol[3], 2);
+    const Packet endpoints = peer->Next("endpoints");
+    const auto& types = *reinterpret_cast<const usb_redir_ep_info_header*>(endpoints.data.data());
+    EXPECT_EQ(types.type[16 + 4], usb_redir_type_invalid);
+    EXPECT_EQ(types.type[16 + 5], usb_redir_type_bulk);
+    EXPECT_EQ(types.interface[16 + 5], 3);
+    Connect();
+    usb_redir_set_alt_setting_header last{3, 0}, none{4, 0};
+    for (usb_redir_set_alt_setting_header* header : {&last, &none})
+        usbredirparser_send_set_alt_setting(peer->Parser(), 4, header);
+    EXPECT_EQ(peer->Next("alternate").status, usb_redir_success);
+    EXPECT_EQ(peer->Next("alternate").status, usb_redir_stall);
+}
+
+TEST_F(UsbredirSessionOfTwoSensors, StreamsFromBothAtOnce) {
+    constexpr std::uint32_t kPayload = 640 * 480;
+    Connect();
+    const std::uint32_t sizes[] = {1024, kPayload, 1, 0, 0, 1024};
+    for (std::size_t i = 0; i < 6; ++i)
+        EXPECT_EQ(peer->Write32(0x20048 + 4 * i, sizes[i]), 0);
+    EXPECT_EQ(peer->Write32(0x20034, 1), 0);
+    StartStream(kPayload);
+    for (std::uint64_t id = 100; id < 106; ++id) {
+        peer->SendBulk(id, 0x83, id % 3 == 2 ? kPayload : 1024);
+        peer->SendBulk(id + 100, 0x85, id % 3 == 2 ? kPayload : 1024);
+    }
+    std::map<std::uint64_t, Bytes> data;
+    for (int i = 0; i < 12; ++i) {
+        const Packet packet = peer->Next("bulk");
+        data[packet.id] = packet.data;
+    }
+    for (const std::uint64_t first : {100u, 200u}) {
+        ASSERT_EQ(data.count(first + 5), 1u);
+        EXPECT_EQ(ToHex(data[first]).substr(0, 24), "5533564C0000340000000000");
+        EXPECT_EQ(ToHex(data[first + 3]).substr(0, 24), "5533564C0000340001000000");
+        EXPECT_EQ(data[first + 1].size(), kPayload);
+    }
+    EXPECT_NE(data[101], data[201]);
 }
 
 TEST_F(UsbredirSession, AnswersACancelledTransferOnce) {
