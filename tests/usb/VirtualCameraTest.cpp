@@ -1,5 +1,6 @@
 // The virtual camera below the real libusb.
 #include "support/usbfs/VirtualCamera.h"
+#include "support/usbfs/Ioctl.h"
 #include "usb/LibusbBackend.h"
 #include "usb/Transfers.h"
 #include "virtualcam/Bytes.h"
@@ -58,6 +59,19 @@ TEST_F(VirtualCameraTest, AnswersACommand) {
     answer.resize(actual);
     EXPECT_THAT(answer, ElementsAre(0x55, 0x33, 0x56, 0x43, 0x00, 0x00, 0x01, 0x08, 0x04, 0x00, 0x07, 0x00, testing::_,
                                     testing::_, 0x01, 0x00));
+}
+
+TEST_F(VirtualCameraTest, HasItsTransfersCounted) {
+    const auto handle = OpenAndClaim();
+    const usbfs::IoctlCounts before = usbfs::CountIoctls();
+    Bytes command = {0x55, 0x33, 0x56, 0x43, 0x00, 0x40, 0x00, 0x08, 0x0C, 0x00, 0x07, 0x00,
+                     0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x04, 0x00};
+    std::size_t actual = 0;
+    ASSERT_EQ(handle->Bulk(virtualcam::kControlOut, command.data(), command.size(), actual, 10000), Result::Ok);
+    EXPECT_EQ(usbfs::CountIoctls().submits, before.submits + 1);
+    EXPECT_EQ(usbfs::CountIoctls().reaps, before.reaps + 1);
+    handle->ClearHalt(virtualcam::kControlOut);
+    EXPECT_EQ(usbfs::CountIoctls().others, before.others + 1);
 }
 
 TEST_F(VirtualCameraTest, StreamsBlocksWithoutAGap) {

@@ -4,6 +4,7 @@
 #include <linux/ioctl.h>
 #include <linux/usbdevice_fs.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +16,17 @@ namespace {
 constexpr std::uint32_t kCapabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
                                         USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_BULK_SCATTER_GATHER |
                                         USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
+
+struct Counters {
+    std::atomic<std::uint64_t> submits{0}, reaps{0}, vainReaps{0}, others{0};
+};
+Counters g_Counters;
+
+std::atomic<std::uint64_t>& CounterOf(unsigned int request, int result) {
+    if (request == USBDEVFS_SUBMITURB) return g_Counters.submits;
+    if (request != USBDEVFS_REAPURBNDELAY) return g_Counters.others;
+    return result == 0 ? g_Counters.reaps : g_Counters.vainReaps;
+}
 
 template<class T>
 T& As(void* argument) {
@@ -47,9 +59,7 @@ int DriverIoctl(const Bus::Opened& opened, const usbdevfs_ioctl& command) {
     }
 }
 
-} // namespace
-
-int ServeIoctl(const Bus::Opened& opened, unsigned int request, void* argument) {
+int Serve(const Bus::Opened& opened, unsigned int request, void* argument) {
     Port& port = *opened.port;
     OpenFile& file = *opened.file;
     if (request == USBDEVFS_REAPURBNDELAY) return -Reap(opened, argument);
@@ -87,6 +97,18 @@ int ServeIoctl(const Bus::Opened& opened, unsigned int request, void* argument) 
     }
     std::fprintf(stderr, "usbfs emulation: unknown ioctl %x\n", request);
     return -ENOTTY;
+}
+
+} // namespace
+
+IoctlCounts CountIoctls() {
+    return {g_Counters.submits, g_Counters.reaps, g_Counters.vainReaps, g_Counters.others};
+}
+
+int ServeIoctl(const Bus::Opened& opened, unsigned int request, void* argument) {
+    const int result = Serve(opened, request, argument);
+    ++CounterOf(request, result);
+    return result;
 }
 
 } // namespace usbfs

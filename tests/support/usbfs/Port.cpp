@@ -4,6 +4,7 @@
 #include "support/usbfs/Udev.h"
 
 #include <linux/usbdevice_fs.h>
+#include <pthread.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -84,6 +85,7 @@ void Port::Ask(Wish wish) {
 }
 
 void Port::Work() {
+    pthread_setname_np(pthread_self(), "usbfs-port");
     std::unique_lock<std::mutex> lock(m_SignalLock);
     for (;;) {
         m_Signalled.wait(lock, [&] { return m_Kicked || m_Stopping || !m_Wishes.empty(); });
