@@ -32,7 +32,8 @@ public:
     virtual void StreamEnabled(unsigned stream, bool on) = 0; ///< stream enable has changed
     virtual bool IsStreamHalted(unsigned stream) const = 0;
     virtual bool IsEventHalted() const = 0;
-    virtual void StreamAvailable() = 0; ///< there may be something to send on the streams
+    virtual Bytes StreamFigures(unsigned stream) const = 0; ///< how it is served; StreamMeter::kSize bytes
+    virtual void StreamAvailable() = 0;                     ///< there may be something to send on the streams
     virtual void EventQueued() = 0;
     virtual void HaltEvents() = 0;     ///< the event endpoint is to halt
     virtual void ResetRequested() = 0; ///< the camera wants to restart

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "virtualcam/Camera.h"
+#include "virtualcam/StreamMeter.h"
 
 namespace virtualcam {
 namespace {
@@ -45,6 +46,9 @@ void Camera::AddDeviceControl(const FeatureMaker& make) {
     pending.inUserSet = false;
     pending.written = [this, &pending] { m_Control->DelayAcknowledge(Load<std::uint32_t>(pending.bytes.data())); };
     m_Registers.AddText(reg::kFirmwareVersion, abrm::kTextSize, Access::ReadOnly, m_Settings.firmwareVersion);
+    for (unsigned stream = 0; stream < m_Settings.streams; ++stream)
+        m_Registers.Add(reg::kStreamFigures + stream * reg::kStreamFiguresStride, StreamMeter::kSize, Access::ReadOnly)
+            .refresh = [this, stream](Register& figures) { figures.bytes = m_Host.StreamFigures(stream); };
     make.Command(reg::kTestEventGenerate, [this] { RaiseEvent(kTestEvent, {}); });
 }
 

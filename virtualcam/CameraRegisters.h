@@ -114,6 +114,10 @@ inline constexpr std::uint64_t kChunkModeActive = kBase + 0x9000;
 inline constexpr std::uint64_t kChunkSelector = kBase + 0x9004;
 inline constexpr std::uint64_t kChunkEnable = kBase + 0x9010; // one for each selector entry
 
+// For measurements: how well the host serves each stream, as StreamMeter::Figures has it
+inline constexpr std::uint64_t kStreamFigures = kBase + 0xB000; // a block for each stream
+inline constexpr std::uint64_t kStreamFiguresStride = 0x100;
+
 // User sets
 inline constexpr std::uint64_t kUserSetSelector = kBase + 0xA000;
 inline constexpr std::uint64_t kUserSetLoad = kBase + 0xA004;

@@ -17,6 +17,7 @@
 #include "virtualcam/Pipe.h"
 #include "virtualcam/Settings.h"
 #include "virtualcam/StreamChannel.h"
+#include "virtualcam/StreamMeter.h"
 
 namespace virtualcam {
 
@@ -98,8 +99,9 @@ private:
         const unsigned index;
         bool mute = false;   // guarded by m_Lock
         bool choked = false; // by transfers that it cannot serve, until it is disabled; guarded by m_Lock
-        std::mutex lock;
+        mutable std::mutex lock;
         StreamChannel channel; // guarded by lock
+        StreamMeter meter;     // guarded by lock
     };
 
     // Lock order: m_Lock, then a stream's lock or m_PostLock. Images are drawn under the stream's lock alone, so that
@@ -136,6 +138,7 @@ private:
     Status CheckStreamEnable(unsigned stream) override;
     void StreamEnabled(unsigned stream, bool on) override;
     bool IsStreamHalted(unsigned stream) const override { return IsHaltedLocked(StreamEndpoint(stream)); }
+    Bytes StreamFigures(unsigned stream) const override;
     bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
     void StreamAvailable() override;
     void EventQueued() override { Post(kEventIn); }

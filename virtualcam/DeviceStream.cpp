@@ -55,6 +55,7 @@ void Device::StreamEnabled(unsigned index, bool on) {
     stream.choked = on && limit != 0 && layout.LargestTransfer() > limit;
     {
         const std::lock_guard<std::mutex> lock(stream.lock);
+        if (on) stream.meter = StreamMeter();
         if (on)
             stream.channel.Start(layout, m_Settings.registers.largestTransfer);
         else
@@ -78,14 +79,22 @@ PipeAnswer Device::StreamIn(Stream& stream, std::uint8_t* buffer, std::size_t ro
         bool wantsFrame = false;
         {
             const std::lock_guard<std::mutex> lock(stream.lock);
+            if (stream.meter.IsWaiting()) stream.meter.Asked(Clock::Now());
             answer = stream.channel.Take(buffer + done, room - done);
             wantsFrame = stream.channel.WantsFrame();
+            if (answer.status == PipeStatus::Complete)
+                stream.meter.Ended(wantsFrame ? StreamMeter::End::Block : StreamMeter::End::Transfer, Clock::Now());
         }
         done += answer.bytes;
         if (answer.status == PipeStatus::NotYet && wantsFrame && BeginBlock(stream)) continue;
         const bool goesOn = answer.status == PipeStatus::NotYet || answer.status == PipeStatus::Complete;
         return {goesOn ? answer.status : StreamBroke(stream, answer.status), done};
     }
+}
+
+Bytes Device::StreamFigures(unsigned stream) const {
+    const std::lock_guard<std::mutex> lock(m_Streams[stream].lock);
+    return m_Streams[stream].meter.Figures();
 }
 
 // Hands the next frame to the stream; false when there is none yet.
