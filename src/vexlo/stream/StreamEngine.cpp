@@ -143,6 +143,7 @@ void StreamEngine::Work() {
         return;
     }
     if (m_Stopping && m_InFlight.empty()) return;
+    if (m_IsGone && m_InFlight.empty() && m_Mode != Mode::Dead) return Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
     if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return Leave(Reason::Restart, VX_OK);
     if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
@@ -216,7 +217,7 @@ void StreamEngine::Advance() {
 }
 
 void StreamEngine::SubmitMore() {
-    if (m_Stopping) return;
+    if (m_Stopping || m_IsGone) return;
     std::deque<BufferHandle_s*> noneBound;
     if (!DeliverFound(noneBound)) return; // blocks come back in their order: these first
     if (m_Mode == Mode::Scanning && m_InFlight.empty()) {
@@ -250,7 +251,12 @@ bool StreamEngine::Submit(PlannedTransfer& transfer) {
         m_Budget.Refused(m_InFlight.size());
         return false;
     case usb::Result::NoDevice:
-        Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
+        if (m_InFlight.empty()) {
+            Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
+        } else { // what completed before the camera went is still looked at as planned: the last block may be whole
+            m_IsGone = true;
+            CancelInFlight();
+        }
         return false;
     case usb::Result::Pipe:
         Leave(Reason::Restart, VX_E_USB_STALL);

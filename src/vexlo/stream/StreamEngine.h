@@ -109,6 +109,7 @@ private:
 
     // Leaving the plan and coming back.
     void Leave(Reason reason, VxStatus damage);
+    void CancelInFlight();
     void FeedWith(const PlannedTransfer& transfer);
     void FeedReaped();
     void FinishReaping();
@@ -173,7 +174,8 @@ private:
     bool m_NarrowIsDue = false; // smaller transfers are to be tried
     unsigned int m_RestartsInARow = 0;
     VxStatus m_RestartReason = VX_E_USB_IO;
-    bool m_IsOff = false; // the camera's stream has to be switched on again
+    bool m_IsGone = false; // a transfer could not be queued for want of a camera
+    bool m_IsOff = false;  // the camera's stream has to be switched on again
     Clock::time_point m_PauseEnd;
     unsigned int m_CancelsTaken = 0;
     bool m_Stopping = false;

@@ -37,7 +37,7 @@ bool HoldsLeader(const PlannedTransfer& transfer) {
 /// False when the transfer failed; the plan has been left then.
 bool StreamEngine::JudgeStatus(PlannedTransfer& transfer) {
     if (transfer.usb.status == usb::TransferStatus::Completed) return true;
-    const VxStatus status = ToStatus(transfer.usb.status);
+    const VxStatus status = m_IsGone ? VX_E_USB_NO_DEVICE : ToStatus(transfer.usb.status);
     // What came before the failure is part of the block that is delivered as failed.
     if (transfer.role == PlannedTransfer::Role::Payload)
         m_Statistics.copiedBytes += transfer.slot->TakePayload(transfer);

@@ -40,8 +40,12 @@ void StreamEngine::Leave(Reason reason, VxStatus damage) {
     m_Mode = Mode::Reaping;
     m_Reason = reason;
     m_Damage = damage;
-    // From the last to the first, so that no transfer receives what was meant for one before it. Those that completed
-    // meanwhile answer NotFound and are looked at like the others.
+    CancelInFlight();
+}
+
+/// From the last to the first, so that no transfer receives what was meant for one before it. Those that completed
+/// meanwhile answer NotFound and are looked at like the others.
+void StreamEngine::CancelInFlight() {
     for (auto it = m_InFlight.rbegin(); it != m_InFlight.rend(); ++it)
         (void)m_Handle.Cancel((*it)->usb);
 }
@@ -238,6 +242,8 @@ void StreamEngine::Die(VxStatus status) {
     m_Mode = Mode::Dead;
     m_IsLost = status == VX_E_USB_NO_DEVICE;
     m_Found.clear();
+    for (BufferHandle_s* buffer : Unbind()) // bound to a block of which nothing could be queued
+        Complete(buffer, EmptyResult(status));
     for (BufferHandle_s* buffer : m_Pool.Refuse(status))
         Complete(buffer, EmptyResult(status));
     if (status == VX_E_USB_NO_DEVICE) m_Host.ReportLost();

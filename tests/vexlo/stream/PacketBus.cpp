@@ -134,6 +134,11 @@ unsigned int PacketBus::EventCalls() const {
     return m_EventCalls;
 }
 
+unsigned int PacketBus::Refused() const {
+    Lock lock(m_Mutex);
+    return m_Refused;
+}
+
 unsigned int PacketBus::HaltsCleared() const {
     Lock lock(m_Mutex);
     return m_HaltsCleared;
@@ -241,7 +246,10 @@ Result PacketBus::Control(const usb::ControlSetup& setup, std::uint8_t*, std::si
 
 Result PacketBus::Submit(usb::Transfer& transfer) {
     Lock lock(m_Mutex);
-    if (m_Gone) return Result::NoDevice;
+    if (m_Gone) {
+        ++m_Refused;
+        return Result::NoDevice;
+    }
     if (const Result refused = std::exchange(m_NextSubmit, Result::Ok); refused != Result::Ok) return refused;
     if (m_Queue.size() >= m_Limit) return Result::NoMemory;
     if (IsBusy(transfer)) m_Offences.push_back("a queued transfer was submitted");

@@ -50,6 +50,8 @@ public:
     std::size_t MostQueued() const;
     std::size_t Unsent() const; ///< packets and faults of the script that are still to come
     unsigned int EventCalls() const;
+    /// Transfers that came after the camera had gone.
+    unsigned int Refused() const;
     unsigned int HaltsCleared() const;
     /// Offences against the border's rules; empty is good.
     std::vector<std::string> Offences() const;
@@ -101,6 +103,7 @@ private:
     std::size_t m_Limit = SIZE_MAX;
     std::size_t m_MostQueued = 0;
     unsigned int m_EventCalls = 0;
+    unsigned int m_Refused = 0;
     unsigned int m_HaltsCleared = 0;
     unsigned int m_HaltsSet = 0;
     usb::Result m_Events = usb::Result::Ok;

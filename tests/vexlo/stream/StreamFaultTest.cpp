@@ -109,6 +109,27 @@ TEST(StreamFault, SurvivesARestartDuringACancel) {
     EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
 }
 
+TEST(StreamFault, DeliversTheBlockThatWasWholeWhenTheNextOneFindsTheCameraGone) {
+    EngineBench bench;
+    bench.StartWithoutBuffers();
+    for (std::size_t i = 0; i < 3; ++i)
+        bench.Queue(i);
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 15; }));
+    bench.bus.FailEvents(usb::Result::Other); // what has ended stays unseen for a while
+    const unsigned int calls = bench.bus.EventCalls();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.EventCalls() > calls; }));
+    bench.bus.Send(bench.Good(0));
+    bench.bus.Unplug();
+    bench.Queue(3); // cannot be given to the bus any more
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Refused() != 0; }));
+    bench.bus.FailEvents(usb::Result::Ok);
+    EXPECT_EQ(bench.Next().Status, VX_OK);
+    for (std::size_t i = 1; i < 4; ++i)
+        EXPECT_EQ(bench.Next().Status, VX_E_USB_NO_DEVICE);
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.camera.TimesLost() == 1; }));
+    EXPECT_TRUE(bench.IsRefused());
+}
+
 TEST(StreamFault, EndsTheStreamWhenTheCameraIsGone) {
     for (std::size_t at = 0; at <= 5; ++at) {
         EngineBench bench;
