@@ -105,10 +105,23 @@ TEST(AccessMode, OfAMissingFeatureIsNotThatOfATargetThatIsNotAvailable) {
     EXPECT_EQ(map.Mode("Asking"), NA);
 
     map.port.failure = "cable";
-    EXPECT_EQ(map.Mode("Asking"), NA) << "a predicate that is not needed throws for nobody";
+    EXPECT_THROW(map.Mode("Asking"), GenICam::RuntimeException) << "the device is open, so the predicate counts";
+    EXPECT_EQ(map.Mode("Missing"), NI);
+}
+
+TEST(AccessMode, OfAClosedPortIsTheLastWordHoweverFarBelow) {
+    TestMap map;
+    map.Add("Integer", "No", {{"Value", "0", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"pIsImplemented", "No", ""}});
+    map.Add("Integer", "I", {{"pValue", "R", ""}, {"pIsImplemented", "No", ""}});
+    map.Add("Integer", "Upon", {{"pValue", "I", ""}, {"pIsImplemented", "No", ""}});
+    map.Add("IntSwissKnife", "F", {{"pVariable", "R", "X"}, {"Formula", "X", ""}, {"pIsImplemented", "No", ""}});
+    map.Add("Category", "C", {{"pFeature", "Upon", ""}, {"pFeature", "I", ""}, {"pIsImplemented", "No", ""}}).Ready();
+    for (const char* const name : {"R", "I", "Upon", "F", "C"})
+        EXPECT_EQ(map.Mode(name), NI) << name;
     map.port.mode = NA;
-    EXPECT_EQ(map.Mode("Missing"), NI) << "a held value is known of a closed device too";
-    EXPECT_EQ(map.Mode("Asking"), NA) << "a register is not, and is not asked for";
+    for (const char* const name : {"R", "I", "Upon", "F", "C"})
+        EXPECT_EQ(map.Mode(name), NA) << name;
 }
 
 TEST(AccessMode, LetsTheFaultOfAPredicateThrough) {

@@ -51,14 +51,15 @@ TEST(Why, NamesWhatIsImposedComputedOrUnreadable) {
     EXPECT_EQ(ExplainAccess(&map.Node("G")), "'G' is NA: it needs 'R': the register is WO");
 }
 
-TEST(Why, TellsOfFaultyFormulasAndOfWhatIsMissingBehindAClosedPort) {
+TEST(Why, TellsOfFaultyFormulasAndOfWhatIsMissing) {
     TestMap map;
     map.Add("Integer", "Zero", {{"Value", "0", ""}});
     map.Add("IntSwissKnife", "F", {{"Formula", "1 +", ""}});
-    map.AddRegister("IntReg", "R", "0", {{"pIsImplemented", "Zero", ""}}).Ready();
+    map.AddRegister("IntReg", "R", "0", {{"pIsImplemented", "Zero", ""}});
+    map.AddRegister("IntReg", "Grey", "4", {{"pIsAvailable", "Zero", ""}});
+    map.Add("Integer", "I", {{"pValue", "Grey", ""}, {"pIsImplemented", "Zero", ""}}).Ready();
     const GenICam::gcstring why = ExplainAccess(&map.Node("F"));
     EXPECT_EQ(why.str().rfind("'F' is NI: its formula is faulty: ", 0), 0u) << why;
-    map.port.mode = NA;
     EXPECT_EQ(ExplainAccess(&map.Node("R")), "'R' is NI: not implemented because 'Zero' is 0");
 }
 
@@ -68,4 +69,8 @@ TEST(Why, TellsAFaultOfTheDevice) {
     map.Add("Integer", "I", {{"Value", "0", ""}, {"pIsLocked", "Lock", ""}}).Ready();
     map.port.failure = "cable";
     EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' cannot be asked: cable");
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is NI: not implemented because 'Zero' is 0");
+    map.port.mode = NA;
+    EXPECT_EQ(ExplainAccess(&map.Node("R")),
+              "'R' is NA: it lies behind the port 'Device': what is connected to the port is NA");
 }

@@ -65,10 +65,7 @@ public:
 
     // Access, lock held.
     GenApi::EAccessMode Access();
-    // What is left of it when the target is not available: whether pIsImplemented can be asked all the same and says
-    // no. Never throws what the predicate throws.
-    bool IsKnownMissing();
-    // The three parts of it, for those who explain.
+    // The three parts of it, for those who explain. They pass on what predicates and ports throw.
     GenApi::EAccessMode OwnAccess();
     virtual GenApi::EAccessMode TargetAccess() { return GenApi::RW; }
     GenApi::EAccessMode ImposedAccess() const;

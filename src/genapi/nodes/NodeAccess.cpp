@@ -3,8 +3,6 @@
 #include "genapi/nodes/Operation.h"
 #include "genapi/nodes/Throw.h"
 
-#include <Base/GCException.h>
-
 namespace genapi {
 
 namespace {
@@ -32,35 +30,34 @@ GenApi::EAccessMode Node::Access() {
     }
     NodeHost::NodeState& state = m_pHost->m_States[m_Index];
     const uint32_t generation = m_pHost->m_Generation;
-    if (state.accessGeneration == generation) return static_cast<GenApi::EAccessMode>(state.access);
+    if (state.accessGeneration == generation) {
+        if (state.isBehindClosedPort) ++m_pHost->m_ClosedPortsMet;
+        return static_cast<GenApi::EAccessMode>(state.access);
+    }
 
     const uint32_t cyclesBefore = m_pHost->m_CyclesMet;
+    const uint32_t closedBefore = m_pHost->m_ClosedPortsMet;
     const Mark mark(m_IsInAccess);
     const GenApi::EAccessMode mode = ComputeAccess();
     // Modes are remembered for one operation only: a port may change its own at any time.
     if (m_pHost->m_CyclesMet == cyclesBefore && m_pHost->m_Generation == generation) {
         state.accessGeneration = generation;
         state.access = static_cast<uint8_t>(mode);
+        state.isBehindClosedPort = m_pHost->m_ClosedPortsMet != closedBefore;
     }
     return mode;
 }
 
 GenApi::EAccessMode Node::ComputeAccess() {
+    m_pHost->Lock().AssertHeld();
     if (m_pDefect) return GenApi::NI;
-    // A closed device cannot be asked for predicates, so the port's word comes first.
+    const uint32_t closedBefore = m_pHost->m_ClosedPortsMet;
     const GenApi::EAccessMode target = TargetAccess();
-    if (target == GenApi::NA) return IsKnownMissing() ? GenApi::NI : GenApi::NA;
     if (target == GenApi::NI) return GenApi::NI;
+    // A closed device cannot be asked for predicates, so its port has the last word.
+    if (target == GenApi::NA && m_pHost->m_ClosedPortsMet != closedBefore) return GenApi::NA;
+    if (target == GenApi::NA) return m_pIsImplemented && !m_pIsImplemented->ReadTruth() ? GenApi::NI : GenApi::NA;
     return GenApi::Combine(GenApi::Combine(OwnAccess(), ImposedAccess()), target);
-}
-
-bool Node::IsKnownMissing() {
-    if (!m_pIsImplemented) return false;
-    try {
-        return GenApi::IsReadable(m_pIsImplemented->Access()) && !m_pIsImplemented->ReadTruth();
-    } catch (const GenICam::GenericException&) {
-        return false; // the mode is known without the predicate, so its fault is nobody's concern here
-    }
 }
 
 GenApi::EAccessMode Node::OwnAccess() {

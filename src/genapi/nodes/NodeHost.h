@@ -64,6 +64,10 @@ public:
         m_Lock.AssertHeld();
         if (++m_Generation == 0) ForgetGenerations();
     }
+    void NoteClosedPort() {
+        m_Lock.AssertHeld();
+        ++m_ClosedPortsMet;
+    }
     uint32_t Generation() const {
         m_Lock.AssertHeld();
         return m_Generation;
@@ -74,6 +78,7 @@ protected:
         uint32_t mark = 0;             // of the last walk that met the node
         uint32_t accessGeneration = 0; // for which `access` holds
         uint8_t access = 0;
+        bool isBehindClosedPort = false; // so is `access`
         bool isValid = false;
         bool hasCallbacks = false;
         bool isTerminal = false;   // written by the present operation
@@ -126,6 +131,7 @@ private:
     uint32_t m_Depth TAVIX_GUARDED_BY(m_Lock) = 0;
     std::size_t m_StepsLeft TAVIX_GUARDED_BY(m_Lock) = 0;
     uint32_t m_CyclesMet TAVIX_GUARDED_BY(m_Lock) = 0;
+    uint32_t m_ClosedPortsMet TAVIX_GUARDED_BY(m_Lock) = 0; // ports that gave no access when they were asked
     std::vector<NodeIndex> m_Queue TAVIX_GUARDED_BY(m_Lock);
     ChangeFrame* m_pFrame TAVIX_GUARDED_BY(m_Lock) = nullptr;        // innermost
     WriteOperation* m_pOperation TAVIX_GUARDED_BY(m_Lock) = nullptr; // the outermost one, while it writes

@@ -17,7 +17,9 @@ void PortNode::Bind(const BoundProperty& property) {
 }
 
 GenApi::EAccessMode PortNode::TargetAccess() {
-    return m_pPort ? m_pPort->GetAccessMode() : GenApi::NI;
+    const GenApi::EAccessMode mode = m_pPort ? m_pPort->GetAccessMode() : GenApi::NI;
+    if (!GenApi::IsAvailable(mode)) Host().NoteClosedPort();
+    return mode;
 }
 
 GenApi::IPort& PortNode::Connected(const char* operation) {

@@ -70,7 +70,7 @@ Step ExplainNode(Node& node) {
     if (node.IsDefective()) return {std::string(node.Defect()), nullptr};
     const GenApi::EAccessMode target = node.TargetAccess();
     Node* const pImplemented = node.ImplementedBy();
-    const bool isMissing = target == GenApi::NA && node.IsKnownMissing();
+    const bool isMissing = target == GenApi::NA && node.Access() == GenApi::NI;
     if (!GenApi::IsAvailable(target) && !isMissing) return ExplainTarget(node);
     if (pImplemented && !pImplemented->ReadTruth()) return {Because("not implemented", *pImplemented), nullptr};
     Node* const pAvailable = node.AvailableBy();
