@@ -94,7 +94,7 @@ struct Description {
     std::array<std::string_view, kMapPropertyNames.size()> info{};
     std::string_view nameSpaceUri;
     // Document order: StructReg entries in place, entries of an enumeration and inner IntSwissKnives after their
-    // owner. No two have the same name.
+    // owner, those of a StructReg before its entries. No two have the same name.
     std::vector<NodeRecord> nodes;
     // Their numbers are places in `nodes`.
     NameIndex names;

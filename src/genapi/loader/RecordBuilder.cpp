@@ -88,12 +88,17 @@ void RecordBuilder::ClaimNames(const NodeElements& elements) {
 void RecordBuilder::Build(const NodeElement& node, NodeIndex claim) {
     m_Text = node.text;
     Begin(node.element, *node.type, node.name, claim);
+    if (node.structReg) OpenStructReg(node);
     if (node.structReg) Inherit(node);
     AddProperties(node.element);
     if (node.united) AddUnitedFeatures(node.united);
     if (m_Type == NodeType::EnumEntry) AddText(PropertyId::Symbolic, m_Name);
     End();
     std::vector<Inner> inner;
+    BuildInners();
+}
+
+void RecordBuilder::BuildInners() {
     inner.swap(m_Inner);
     for (const Inner& each : inner)
         BuildInner(each);
@@ -228,7 +233,7 @@ void RecordBuilder::TakeKey(const pugi::xml_node& child, NodeType type) {
 
 // The properties of the entry's StructReg that the entry does not override. Lists are united: the inherited part first.
 void RecordBuilder::Inherit(const NodeElement& node) {
-    const auto [first, count] = StructProperties(node.structReg);
+    const auto [first, count] = m_StructRegs.at(node.structReg.internal_object());
     m_InheritedCount += count;
     if (m_InheritedCount > kMaxInherited) return Complain(node.element, "entries inherit too many properties");
     std::bitset<kPropertyCount> overridden;
@@ -242,18 +247,20 @@ void RecordBuilder::Inherit(const NodeElement& node) {
     }
 }
 
-// Reads a StructReg when its first entry needs it. Formulas inside become nodes once, after that entry.
-std::pair<uint32_t, uint32_t> RecordBuilder::StructProperties(const pugi::xml_node& structReg) {
-    const auto [found, isNew] = m_StructRegs.try_emplace(structReg.internal_object());
-    if (!isNew) return found->second;
+// Reads the StructReg of its first entry. Formulas inside become nodes once, before that entry, as they stand.
+void RecordBuilder::OpenStructReg(const NodeElement& entry) {
+    const auto [found, isNew] = m_StructRegs.try_emplace(entry.structReg.internal_object());
+    if (!isNew) return;
+    m_Type = NodeType::MaskedIntReg;
+    m_Name = entry.name;
     const std::size_t mark = m_Properties.size();
-    AddProperties(structReg);
+    AddProperties(entry.structReg);
     const auto begin = m_Properties.begin() + static_cast<ptrdiff_t>(mark);
     found->second.first = static_cast<uint32_t>(m_StructProperties.size());
     found->second.second = static_cast<uint32_t>(m_Properties.size() - mark);
     m_StructProperties.insert(m_StructProperties.end(), begin, m_Properties.end());
     m_Properties.erase(begin, m_Properties.end());
-    return found->second;
+    BuildInners();
 }
 
 void RecordBuilder::AddUnitedFeatures(const pugi::xml_node& category) {

@@ -26,7 +26,7 @@ private:
         uint32_t first = 0;
         uint32_t count = 0;
     };
-    // A child element that becomes a node after its owner.
+    // A child element that becomes a node after its owner; a StructReg, which is none, has its own before its entries.
     struct Inner {
         pugi::xml_node element;
         NodeType type = NodeType::Node;
@@ -38,6 +38,7 @@ private:
     void ClaimNames(const NodeElements& elements);
     void Build(const NodeElement& node, NodeIndex claim);
     void BuildInner(const Inner& inner);
+    void BuildInners();
     void FinishRecords();
 
     void Begin(const pugi::xml_node& element, NodeType type, std::string_view name, NodeIndex claim);
@@ -50,7 +51,7 @@ private:
     void TakeKnife(const pugi::xml_node& child);
     void TakeKey(const pugi::xml_node& child, NodeType type);
     void Inherit(const NodeElement& node);
-    std::pair<uint32_t, uint32_t> StructProperties(const pugi::xml_node& structReg);
+    void OpenStructReg(const NodeElement& entry);
     void AddUnitedFeatures(const pugi::xml_node& category);
     void AddText(PropertyId id, std::string_view value);
     // A free name, and its claim.

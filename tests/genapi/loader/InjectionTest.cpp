@@ -136,7 +136,7 @@ TEST(Merge, LeavesADescriptionWithoutInjectionAsItIs) {
              "<ConfRom Name='C'><TextDesc Name='T'>81</TextDesc></ConfRom>"),
         "");
     EXPECT_EQ(MergeDescriptions(once, ""), once);
-    EXPECT_THAT(Names(ParseDescription(once)), ElementsAre("A", "K", "EnumEntry_E_X", "E", "C", "T"));
+    EXPECT_THAT(Names(ParseDescription(once)), ElementsAre("K", "A", "EnumEntry_E_X", "E", "C", "T"));
 }
 
 } // namespace

@@ -98,7 +98,7 @@ TEST(Preprocessing, UnitesInvalidatorsOfStructRegAndEntry) {
 TEST(Preprocessing, MakesOneNodeOfAFormulaInAStructReg) {
     const Description description = Load("<StructReg><IntSwissKnife Name='K'><Formula>1</Formula></IntSwissKnife>"
                                          "<StructEntry Name='A'/><StructEntry Name='B'/></StructReg>");
-    EXPECT_THAT(Names(description), ElementsAre("A", "K", "B"));
+    EXPECT_THAT(Names(description), ElementsAre("K", "A", "B"));
     EXPECT_THAT(Properties(description, "A"), ElementsAre("pAddress=K"));
     EXPECT_THAT(Properties(description, "B"), ElementsAre("pAddress=K"));
     EXPECT_THAT(Properties(description, "K"), ElementsAre("Formula=1"));
