@@ -124,7 +124,7 @@ TEST(Converter, HasNoLimitsWhereTheRawNodeHasNone) {
 }
 
 TEST(Converter, PlacesTheOneLimitThatIsKnownByItsSlope) {
-    for (const char* const slope : {"Increasing", "Decreasing", "Automatic"}) {
+    for (const char* const slope : {"Increasing", "Decreasing"}) {
         TestMap map;
         map.Add("Integer", "Raw", {{"Value", "5", ""}, {"Min", "5", ""}});
         map.Add("Converter", "C",
@@ -133,7 +133,27 @@ TEST(Converter, PlacesTheOneLimitThatIsKnownByItsSlope) {
         const bool isMin = *slope == 'I';
         const bool isMax = *slope == 'D';
         EXPECT_EQ(map.Float("C").GetMin(), isMin ? 5.0 : -DBL_MAX) << slope;
-        EXPECT_EQ(map.Float("C").GetMax(), isMax ? 5.0 : DBL_MAX) << slope << ": a guess would refuse good values";
+        EXPECT_EQ(map.Float("C").GetMax(), isMax ? 5.0 : DBL_MAX) << slope;
+    }
+}
+
+TEST(Converter, SeesWhereTheOneLimitThatIsKnownBelongs) {
+    struct Row {
+        const char* from;
+        const char* rawEnd; // 5 is its limit
+        double min;
+        double max;
+    };
+    for (const Row& row : {Row{"TO * 2", "Min", 10.0, DBL_MAX}, Row{"100 - TO", "Min", -DBL_MAX, 95.0},
+                           Row{"TO * 2", "Max", -DBL_MAX, 10.0}, Row{"100 - TO", "Max", 95.0, DBL_MAX},
+                           Row{"TRUNC(TO / 100)", "Min", 0.0, DBL_MAX}, Row{"7", "Min", -DBL_MAX, DBL_MAX},
+                           Row{"TO = 5 ? 1 : 1 / 0", "Min", -DBL_MAX, DBL_MAX}}) {
+        TestMap map;
+        map.Add("Integer", "Raw", {{"Value", "5", ""}, {row.rawEnd, "5", ""}});
+        map.Add("Converter", "C", {{"pValue", "Raw", ""}, {"FormulaFrom", row.from, ""}, {"FormulaTo", "FROM", ""}});
+        map.Ready();
+        EXPECT_EQ(map.Float("C").GetMin(), row.min) << row.from << " from " << row.rawEnd;
+        EXPECT_EQ(map.Float("C").GetMax(), row.max) << row.from << " from " << row.rawEnd;
     }
 }
 

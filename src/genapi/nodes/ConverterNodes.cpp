@@ -1,8 +1,13 @@
 #include "genapi/nodes/ConverterNodes.h"
 
+#include "genapi/formula/FormulaArithmetic.h"
+
+#include <Base/GCException.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace genapi {
 
@@ -24,6 +29,25 @@ Value RawLimit(Node& raw, bool isMax) {
     return Value::Integer(isMax ? raw.IntegerMax() : raw.IntegerMin());
 }
 
+// Whether a formula falls, seen from the one raw end that is known; nothing when it does not tell.
+template<class Convert>
+std::optional<bool> IsFalling(Value end, bool isMin, Convert convert) {
+    constexpr int64_t kFarthest = 1 << 20;
+    const auto atEnd = convert(end);
+    try {
+        for (int64_t step = 1; step <= kFarthest; step *= 32) {
+            const int64_t way = isMin ? step : -step;
+            const Value raw = end.isReal ? Value::Real(end.real + static_cast<double>(way))
+                                         : Value::Integer(arithmetic::WrapAdd(end.integer, way));
+            const auto inside = convert(raw);
+            if (inside != atEnd) return (inside < atEnd) == isMin;
+        }
+    } catch (const GenICam::GenericException&) {
+        return std::nullopt; // the raw node may never have that value
+    }
+    return std::nullopt;
+}
+
 // One limit of a converter. A raw end without limit stays without one; a wrong slope is put right by ordering the ends.
 template<class Number, class Convert>
 Number ConvertedLimit(Node& raw, GenApi::ESlope slope, bool isMax, Number unlimited, Convert convert) {
@@ -36,10 +60,11 @@ Number ConvertedLimit(Node& raw, GenApi::ESlope slope, bool isMax, Number unlimi
         const Number atMax = convert(RawLimit(raw, true));
         return isMax ? std::max(atMin, atMax) : std::min(atMin, atMax);
     }
-    // Only one end is known, and the slope tells which of ours it is.
-    const bool isFalling = slope == GenApi::Decreasing;
-    if (slope == GenApi::Automatic) return unlimited;
-    const bool wantsRawMax = isMax != isFalling;
+    // Only one end is known. The slope tells which of ours it is, or else the formula does.
+    std::optional<bool> isFalling = slope == GenApi::Decreasing;
+    if (slope == GenApi::Automatic) isFalling = IsFalling(RawLimit(raw, isMinOpen), isMaxOpen, convert);
+    if (!isFalling) return unlimited;
+    const bool wantsRawMax = isMax != *isFalling;
     const bool isOpen = wantsRawMax ? isMaxOpen : isMinOpen;
     return isOpen ? unlimited : convert(RawLimit(raw, wantsRawMax));
 }
