@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <Base/GCException.h>
+
 #include <fstream>
 #include <limits>
 
@@ -18,6 +20,92 @@ TEST(Defect, OfAPropertyAndOfALinkAreToldApart) {
     EXPECT_THROW(map.Integer("Link").GetValue(), GenICam::RuntimeException);
     EXPECT_EQ(map.Mode("Number"), NI);
     EXPECT_EQ(map.Problems().size(), 2u);
+}
+
+namespace {
+
+// What the exception of the action says, and of which kind it is; empty when there is none.
+template<class Exception = GenICam::RuntimeException, class Action>
+std::string Fault(Action action) {
+    try {
+        action();
+    } catch (const Exception& exception) {
+        return exception.what();
+    } catch (const GenICam::GenericException& exception) {
+        return std::string("another kind: ") + exception.what();
+    }
+    return {};
+}
+
+const char* const kDangling = "pPort names the unknown node 'Nobody'";
+
+} // namespace
+
+TEST(Defect, IsNamedByWhateverNeedsTheNode) {
+    XmlMap map("<IntReg Name=\"R\"><Address>0</Address><Length>4</Length><pPort>Nobody</pPort></IntReg>"
+               "<Integer Name=\"I\"><pValue>R</pValue></Integer>" +
+               Held("Zero", "0") +
+               "<Integer Name=\"Chosen\"><pIndex>Zero</pIndex><pValueIndexed Index=\"0\">R</pValueIndexed>"
+               "<ValueDefault>1</ValueDefault></Integer>"
+               "<IntSwissKnife Name=\"F\"><pVariable Name=\"X\">I</pVariable><Formula>X</Formula></IntSwissKnife>"
+               "<Command Name=\"C\"><pValue>R</pValue><CommandValue>1</CommandValue></Command>"
+               "<Boolean Name=\"B\"><pValue>R</pValue></Boolean>");
+    for (const char* const name : {"R", "I", "Chosen", "F"}) {
+        IInteger& node = map.Integer(name);
+        for (const bool verify : {false, true})
+            EXPECT_NE(Fault([&] { node.GetValue(verify); }).find(kDangling), std::string::npos) << name << verify;
+        EXPECT_NE(Fault([&] { node.GetValue(true); }).find("'R'"), std::string::npos) << name;
+        EXPECT_FALSE(IsAvailable(map.Mode(name))) << name;
+    }
+    for (const char* const name : {"R", "I", "Chosen"})
+        EXPECT_NE(Fault([&] { map.Integer(name).SetValue(1); }).find(kDangling), std::string::npos) << name;
+    EXPECT_NE(Fault([&] { map.As<ICommand>("C").Execute(); }).find(kDangling), std::string::npos);
+    EXPECT_NE(Fault([&] { map.As<IBoolean>("B").SetValue(true); }).find(kDangling), std::string::npos);
+    EXPECT_NE(Fault([&] { map.As<IRegister>("R").GetLength(); }).find(kDangling), std::string::npos);
+    EXPECT_NE(Fault([&] { map.Integer("I").GetMax(); }).find(kDangling), std::string::npos);
+}
+
+TEST(Defect, OfAFormulaBelowIsNamedInTheDirectionInWhichItHinders) {
+    XmlMap map(Held("Raw", "3") +
+               "<IntConverter Name=\"Down\"><FormulaTo>FROM +</FormulaTo><FormulaFrom>TO</FormulaFrom>"
+               "<pValue>Raw</pValue></IntConverter><Integer Name=\"I\"><pValue>Down</pValue></Integer>");
+    EXPECT_EQ(map.Integer("I").GetValue(/*Verify=*/true), 3);
+    EXPECT_EQ(map.Mode("I"), RO);
+    EXPECT_NE(Fault([&] { map.Integer("I").SetValue(1); }).find("Formula error: "), std::string::npos);
+}
+
+TEST(Defect, IsNotBlamedForWhatAnotherNodeForbids) {
+    const XmlMap map(Held("No", "0") +
+                     "<Integer Name=\"Faulty\"><pValue>Nobody</pValue></Integer>"
+                     "<Integer Name=\"I\"><pIsAvailable>No</pIsAvailable><pIndex>No</pIndex>"
+                     "<pValueIndexed Index=\"1\">Faulty</pValueIndexed><ValueDefault>5</ValueDefault></Integer>");
+    EXPECT_THROW(map.Integer("I").GetValue(/*Verify=*/true), GenICam::AccessException);
+    EXPECT_EQ(map.Integer("I").GetValue(), 5);
+}
+
+TEST(Defect, OfAnEntryIsThatEntrysAlone) {
+    XmlMap map("<Enumeration Name=\"E\"><EnumEntry Name=\"Bad\"><Value>two</Value></EnumEntry>"
+               "<EnumEntry Name=\"Good\"><Value>0</Value></EnumEntry><Value>0</Value></Enumeration>"
+               "<IntSwissKnife Name=\"F\"><pVariable Name=\"E.Entry.Bad\">E</pVariable>"
+               "<Formula>E.Entry.Bad</Formula></IntSwissKnife>");
+    using Bad = GenICam::PropertyException;
+    IEnumeration& enumeration = map.Enumeration("E");
+    EXPECT_EQ(map.Text("E"), "Good") << "a number that is not known is no number";
+    for (const bool verify : {false, true})
+        EXPECT_NE(Fault<Bad>([&] { enumeration.FromString("Bad", verify); }).find("'two'"), std::string::npos);
+    EXPECT_NE(Fault<Bad>([&] { enumeration.GetEntryByName("Bad")->GetValue(); }).find("'two'"), std::string::npos);
+    EXPECT_NE(Fault<Bad>([&] { map.Integer("F").GetValue(); }).find("'two'"), std::string::npos);
+    EXPECT_EQ(enumeration.GetIntValue(/*Verify=*/true), 0);
+}
+
+TEST(Defect, OfANameBorneTwiceIsReportedByTheNodeThatIsFound) {
+    const XmlMap map("<Integer Name=\"A\"><Value>1</Value></Integer>\n<Float Name=\"A\"><Value>2</Value></Float>"
+                     "<Integer Name=\"I\"><pValue>A</pValue></Integer>");
+    for (const char* const name : {"A", "I"}) {
+        const std::string fault = Fault([&] { map.Integer(name).GetValue(/*Verify=*/true); });
+        EXPECT_NE(fault.find("line 2 has a second node of this name"), std::string::npos) << fault;
+    }
+    EXPECT_EQ(map.Problems().size(), 1u);
 }
 
 TEST(Defect, OfPresentationIsLeftOut) {

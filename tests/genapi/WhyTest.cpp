@@ -40,6 +40,14 @@ TEST(Why, GoesDownToThePort) {
               "'R' is NI: it lies behind the port 'Device': nothing is connected to the port");
 }
 
+TEST(Why, FollowsWhatAMultiplexerSelects) {
+    TestMap map;
+    map.Add("Integer", "Index", {{"Value", "1", ""}});
+    map.AddRegister("IntReg", "R", "0", {{"AccessMode", "RO", ""}});
+    map.Add("Integer", "I", {{"pIndex", "Index", ""}, {"pValueIndexed", "R", "1"}, {"ValueDefault", "0", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is RO: its value is at present that of 'R': the register is RO");
+}
+
 TEST(Why, NamesWhatIsImposedComputedOrUnreadable) {
     TestMap map;
     map.Add("Integer", "I", {{"Value", "0", ""}, {"ImposedAccessMode", "RO", ""}});
@@ -61,6 +69,10 @@ TEST(Why, TellsOfFaultyFormulasAndOfWhatIsMissing) {
     const GenICam::gcstring why = ExplainAccess(&map.Node("F"));
     EXPECT_EQ(why.str().rfind("'F' is NI: its formula is faulty: ", 0), 0u) << why;
     EXPECT_EQ(ExplainAccess(&map.Node("R")), "'R' is NI: not implemented because 'Zero' is 0");
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is NI: not implemented because 'Zero' is 0");
+    map.port.mode = NA;
+    EXPECT_EQ(ExplainAccess(&map.Node("R")),
+              "'R' is NA: it lies behind the port 'Device': what is connected to the port is NA");
 }
 
 TEST(Why, TellsAFaultOfTheDevice) {
@@ -69,8 +81,4 @@ TEST(Why, TellsAFaultOfTheDevice) {
     map.Add("Integer", "I", {{"Value", "0", ""}, {"pIsLocked", "Lock", ""}}).Ready();
     map.port.failure = "cable";
     EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' cannot be asked: cable");
-    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is NI: not implemented because 'Zero' is 0");
-    map.port.mode = NA;
-    EXPECT_EQ(ExplainAccess(&map.Node("R")),
-              "'R' is NA: it lies behind the port 'Device': what is connected to the port is NA");
 }

@@ -99,6 +99,12 @@ struct Description {
     // Their numbers are places in `nodes`.
     NameIndex names;
     std::vector<LoadProblem> problems;
+    // What bears a name that another node of the description bears too: which of them is meant nobody can tell.
+    struct Duplicate {
+        std::string name;
+        uint32_t line = 0; // of the second one
+    };
+    std::vector<Duplicate> duplicates;
 
     // What the views point into: decoded texts, generated texts, property records.
     std::vector<std::unique_ptr<char[]>> texts;

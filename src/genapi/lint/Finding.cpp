@@ -17,7 +17,7 @@ constexpr RuleFacts kRules[] = {
     {"unknown-node", Severity::Error, "correct the element's name; the node is left out"},
     {"nameless-node", Severity::Error, "give the node a Name; it is left out"},
     {"bad-name", Severity::Warning, "use a letter, then letters, digits and underscores"},
-    {"duplicate-name", Severity::Error, "rename one of the nodes; only the first one counts"},
+    {"duplicate-name", Severity::Error, "rename one of the nodes; as it is, neither can be used"},
     {"duplicate-entry", Severity::Error, "rename one of the entries; only the first one counts"},
     {"unknown-attribute", Severity::Warning, "remove the attribute; it has no effect"},
     {"bad-attribute", Severity::Warning, "correct the attribute"},

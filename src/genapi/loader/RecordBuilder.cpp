@@ -79,26 +79,27 @@ void RecordBuilder::ClaimNames(const NodeElements& elements) {
         if (i + kAhead < elements.size()) m_Names.Expect(elements[i + kAhead].name);
         if (node.type) m_Claims[i] = m_Names.Insert(node.name);
         if (m_Claims[i] != kNoNode) continue;
-        const char* const reason =
-            node.type ? "second node of this name; the first one counts" : "unknown kind of node";
-        Report(m_Description.problems, node.text->Line(node.element), node.name, reason);
+        const uint32_t line = node.text->Line(node.element);
+        Report(m_Description.problems, line, node.name,
+               node.type ? "second node of this name" : "unknown kind of node");
+        if (node.type) m_Description.duplicates.push_back({std::string(node.name), line});
     }
 }
 
 void RecordBuilder::Build(const NodeElement& node, NodeIndex claim) {
     m_Text = node.text;
-    Begin(node.element, *node.type, node.name, claim);
     if (node.structReg) OpenStructReg(node);
+    Begin(node.element, *node.type, node.name, claim);
     if (node.structReg) Inherit(node);
     AddProperties(node.element);
     if (node.united) AddUnitedFeatures(node.united);
     if (m_Type == NodeType::EnumEntry) AddText(PropertyId::Symbolic, m_Name);
     End();
-    std::vector<Inner> inner;
     BuildInners();
 }
 
 void RecordBuilder::BuildInners() {
+    std::vector<Inner> inner;
     inner.swap(m_Inner);
     for (const Inner& each : inner)
         BuildInner(each);

@@ -29,14 +29,14 @@ EnumEntryNode* EnumerationNode::FindEntry(std::string_view symbolic) const {
 
 EnumEntryNode* EnumerationNode::FirstEntry(int64_t number) const {
     for (EnumEntryNode* const pEntry : m_Entries) {
-        if (pEntry->Number() == number) return pEntry;
+        if (pEntry->HasNumber(number)) return pEntry;
     }
     return nullptr;
 }
 
 EnumEntryNode* EnumerationNode::FindEntry(int64_t number) {
     EnumEntryNode* const pFirst = FirstEntry(number);
-    const auto isEqual = [number](EnumEntryNode* pEntry) { return pEntry->Number() == number; };
+    const auto isEqual = [number](EnumEntryNode* pEntry) { return pEntry->HasNumber(number); };
     const bool isAlone = std::count_if(m_Entries.begin(), m_Entries.end(), isEqual) <= 1;
     if (isAlone || m_IsChoosing) return pFirst;
     struct Guard {
@@ -116,41 +116,10 @@ void EnumerationNode::DoWriteText(std::string_view text, bool verify) {
     EnumEntryNode* pEntry = FindEntry(text);
     if (!pEntry) pEntry = FindEntry(Trim(text));
     if (!pEntry) ThrowInvalidArgument(*this, "FromString", "There is no entry '" + std::string(text) + "'.");
+    pEntry->ThrowIfDefective("SetValue");
     if (verify) RequireAvailable(*pEntry);
     m_Source.Write(*this, pEntry->Number(), verify);
     m_AwaitsClearing = pEntry->ClearsItself();
-}
-
-int64_t EnumerationNode::DoIntegerMin() {
-    if (m_Entries.empty()) return ValueNode::DoIntegerMin();
-    int64_t min = m_Entries.front()->Number();
-    for (const EnumEntryNode* const pEntry : m_Entries)
-        min = std::min(min, pEntry->Number());
-    return min;
-}
-
-int64_t EnumerationNode::DoIntegerMax() {
-    if (m_Entries.empty()) return ValueNode::DoIntegerMax();
-    int64_t max = m_Entries.front()->Number();
-    for (const EnumEntryNode* const pEntry : m_Entries)
-        max = std::max(max, pEntry->Number());
-    return max;
-}
-
-double EnumerationNode::DoRealMin() {
-    if (m_Entries.empty()) return ValueNode::DoRealMin();
-    double min = m_Entries.front()->NumericNumber();
-    for (const EnumEntryNode* const pEntry : m_Entries)
-        min = std::min(min, pEntry->NumericNumber());
-    return min;
-}
-
-double EnumerationNode::DoRealMax() {
-    if (m_Entries.empty()) return ValueNode::DoRealMax();
-    double max = m_Entries.front()->NumericNumber();
-    for (const EnumEntryNode* const pEntry : m_Entries)
-        max = std::max(max, pEntry->NumericNumber());
-    return max;
 }
 
 void EnumerationNode::GetSymbolics(GenApi::StringList_t& Symbolics) {

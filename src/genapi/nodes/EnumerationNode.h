@@ -6,6 +6,8 @@
 
 #include <GenApi/IEnumeration.h>
 
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace genapi {
@@ -18,15 +20,23 @@ public:
     void Bind(const BoundProperty& property) override;
     std::string_view Missing() const override { return m_HasValue ? "" : "Value"; }
 
+    // False for all numbers when the entry's own is not known.
+    bool HasNumber(int64_t number) const { return m_Value == number && !IsDefective(); }
     int64_t Number() const { return m_Value; }
     double NumericNumber() const { return m_HasNumericValue ? m_NumericValue : static_cast<double>(m_Value); }
     std::string_view Symbolic() const { return m_Symbolic.empty() ? Name() : m_Symbolic; }
     bool ClearsItself() const { return m_ClearsItself; }
 
     // GenApi::IEnumEntry
-    int64_t GetValue() override { return m_Value; }
+    int64_t GetValue() override {
+        ThrowIfDefective("GetValue");
+        return m_Value;
+    }
     GenICam::gcstring GetSymbolic() const override { return GenICam::gcstring(Symbolic()); }
-    double GetNumericValue() override { return NumericNumber(); }
+    double GetNumericValue() override {
+        ThrowIfDefective("GetNumericValue");
+        return NumericNumber();
+    }
     bool IsSelfClearing() override { return m_ClearsItself; }
     GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIEnumEntry; }
 
@@ -79,16 +89,29 @@ protected:
     double DoReadReal(ReadFlags flags) override;
     void DoWriteInteger(int64_t value, bool verify) override;
     void DoWriteReal(double value, bool verify) override;
-    int64_t DoIntegerMin() override;
-    int64_t DoIntegerMax() override;
+    int64_t DoIntegerMin() override { return LimitOf(&EnumEntryNode::Number, IsLess, ValueNode::DoIntegerMin()); }
+    int64_t DoIntegerMax() override { return LimitOf(&EnumEntryNode::Number, IsGreater, ValueNode::DoIntegerMax()); }
     // Of the numbers that reals are read as.
-    double DoRealMin() override;
-    double DoRealMax() override;
+    double DoRealMin() override { return LimitOf(&EnumEntryNode::NumericNumber, IsLess, ValueNode::DoRealMin()); }
+    double DoRealMax() override { return LimitOf(&EnumEntryNode::NumericNumber, IsGreater, ValueNode::DoRealMax()); }
     bool DoHasRealInc() override { return !m_HasNumericValues; }
     std::string DoReadText(ReadFlags flags) override;
     void DoWriteText(std::string_view text, bool verify) override;
 
 private:
+    static constexpr std::less<> IsLess{};
+    static constexpr std::greater<> IsGreater{};
+    // The first of the entries' numbers in that order; `unlimited` without entries.
+    template<class Number, class Order>
+    Number LimitOf(Number (EnumEntryNode::*pNumber)() const, Order order, Number unlimited) const {
+        std::optional<Number> limit;
+        for (const EnumEntryNode* const pEntry : m_Entries) {
+            const Number number = (pEntry->*pNumber)();
+            if (!pEntry->IsDefective() && (!limit || order(number, *limit))) limit = number;
+        }
+        return limit.value_or(unlimited);
+    }
+
     EnumEntryNode* FirstEntry(int64_t number) const;
     EnumEntryNode* EntryForWriting(int64_t number);
     void RequireAvailable(EnumEntryNode& entry);

@@ -12,6 +12,7 @@ Value ReadEntry(Node& node, std::string_view symbolic) {
     const EnumerationNode* const pEnumeration = dynamic_cast<EnumerationNode*>(&node);
     const EnumEntryNode* const pEntry = pEnumeration ? pEnumeration->FindEntry(symbolic) : nullptr;
     if (!pEntry) ThrowRuntime(node, "GetEntryByName", "There is no entry '" + std::string(symbolic) + "'.");
+    pEntry->ThrowIfDefective("GetValue");
     return Value::Integer(pEntry->Number());
 }
 

@@ -16,6 +16,7 @@ public:
     void Bind(const BoundProperty& property) override;
     std::string_view Missing() const override;
     GenApi::EAccessMode TargetAccess() override { return m_Source.Access(); }
+    Node* ValueTarget() override { return m_Source.TargetIfKnown(); }
 
 protected:
     int64_t RawInteger(ReadFlags flags) override { return m_Source.Read(flags); }

@@ -44,31 +44,6 @@ void Node::Bind(const BoundProperty& property) {
     }
 }
 
-void Node::MarkAsDefective(DefectKind kind, std::string text) {
-    if (!m_pDefect) m_pDefect = std::make_unique<NodeDefect>(NodeDefect{kind, std::move(text)});
-}
-
-void Node::ThrowDefect(const char* operation) const {
-    if (m_pDefect->kind == DefectKind::Property) ThrowProperty(*this, operation, m_pDefect->text);
-    ThrowRuntime(*this, operation, m_pDefect->text);
-}
-
-void Node::RequireReadable(const char* operation) {
-    ThrowIfDefective(operation);
-    if (!GenApi::IsReadable(Access())) ThrowDenied(operation, "Node is not readable.");
-}
-
-void Node::RequireWritable(const char* operation) {
-    ThrowIfDefective(operation);
-    if (!GenApi::IsWritable(Access())) ThrowDenied(operation, "Node is not writable.");
-}
-
-void Node::ThrowDenied(const char* operation, const char* text) {
-    const std::string error = CompileError();
-    if (!error.empty()) ThrowRuntime(*this, operation, "Formula error: " + error);
-    ThrowAccess(*this, operation, text);
-}
-
 int64_t Node::ReadInteger(ReadFlags flags) {
     const Descent descent(*this, *m_pHost);
     ThrowIfDefective(kGet);

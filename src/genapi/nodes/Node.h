@@ -61,6 +61,9 @@ public:
     enum class DefectKind : uint8_t { Property, Link };
     void MarkAsDefective(DefectKind kind, std::string text);
     bool IsDefective() const { return m_pDefect != nullptr; }
+    void ThrowIfDefective(const char* operation) const {
+        if (m_pDefect) ThrowDefect(operation);
+    }
     std::string_view Defect() const { return m_pDefect ? std::string_view(m_pDefect->text) : std::string_view(); }
 
     // Access, lock held.
@@ -104,7 +107,8 @@ public:
 
     // Reads the nodes that report errors of the device; throws RuntimeException with what they say.
     void CheckErrorNodes();
-    // Throws in the name of the operation: RuntimeException when a faulty formula is why, else AccessException.
+    // Throw in the name of the operation: what is wrong with the description when that is why, of the node itself or
+    // of one that it needs; else AccessException.
     void RequireReadable(const char* operation);
     void RequireWritable(const char* operation);
 
@@ -153,6 +157,8 @@ public:
     virtual bool IsOwnCacheValid() { return true; }
     // What is wrong with the node's formulas, compiling them if need be; empty when nothing is. Lock held.
     virtual std::string CompileError() { return {}; }
+    // The node that gives the value at present; null when there is none or it cannot be told.
+    virtual Node* ValueTarget() { return LinkedNode(PropertyId::pValue); }
     // Null for all but registers.
     virtual RegisterNode* AsRegister() { return nullptr; }
     // Whether a plain read would be served without the port.
@@ -177,14 +183,14 @@ protected:
     virtual void DoWriteText(std::string_view text, bool verify);
     virtual int64_t DoMaxTextLength();
 
-    void ThrowIfDefective(const char* operation) const {
-        if (m_pDefect) ThrowDefect(operation);
-    }
-
 private:
     GenApi::EAccessMode ComputeAccess();
     [[noreturn]] void ThrowDefect(const char* operation) const;
-    [[noreturn]] void ThrowDenied(const char* operation, const char* text);
+    enum class Permission : uint8_t { Read, Write };
+    static bool Grants(GenApi::EAccessMode mode, Permission permission);
+    [[noreturn]] void ThrowDenied(const char* operation, const char* text, Permission permission);
+    Node* FindFaulty(Permission permission);
+    std::vector<Node*> AccessTargets(Permission permission);
 
     NodeHost* m_pHost;
     std::string_view m_Name;

@@ -52,6 +52,14 @@ public:
 
     // The node that gives the value at this moment; null when it is held here.
     Node* Target() { return Select().pTarget; }
+    // The same for explanations: null also when the index cannot be read.
+    Node* TargetIfKnown() {
+        try {
+            return Target();
+        } catch (const GenICam::GenericException&) {
+            return nullptr;
+        }
+    }
     // The node that the description names as pValue; null without one.
     Node* FixedTarget() const { return m_pValue; }
 

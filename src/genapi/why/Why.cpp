@@ -35,6 +35,7 @@ Step ExplainRegister(Node& node) {
 }
 
 Step ExplainLinks(Node& node) {
+    Node* const pSelected = node.LinkedNode(PropertyId::pIndex) ? node.ValueTarget() : nullptr;
     for (const PropertyRecord& record : node.Properties()) {
         const bool isValue = record.id == PropertyId::pValue || record.id == PropertyId::pValueCopy;
         const bool isRead = record.id == PropertyId::pVariable || record.id == PropertyId::pIndex;
@@ -44,6 +45,7 @@ Step ExplainLinks(Node& node) {
         if (isValue && mode != GenApi::RW) return {"its value is that of " + Quote(*pTarget), pTarget};
         if (isRead && !GenApi::IsReadable(mode)) return {"it needs " + Quote(*pTarget), pTarget};
     }
+    if (pSelected) return {"its value is at present that of " + Quote(*pSelected), pSelected};
     return {};
 }
 

@@ -95,7 +95,7 @@ TEST(Preprocessing, UnitesInvalidatorsOfStructRegAndEntry) {
     EXPECT_THAT(Properties(description, "B"), ElementsAre("pInvalidator=S"));
 }
 
-TEST(Preprocessing, MakesOneNodeOfAFormulaInAStructReg) {
+TEST(Preprocessing, MakesOneNodeOfAFormulaInAStructRegWhereItStands) {
     const Description description = Load("<StructReg><IntSwissKnife Name='K'><Formula>1</Formula></IntSwissKnife>"
                                          "<StructEntry Name='A'/><StructEntry Name='B'/></StructReg>");
     EXPECT_THAT(Names(description), ElementsAre("K", "A", "B"));
