@@ -33,11 +33,28 @@ public:
     }
 
 private:
+    // What never changes selects once and for all.
     [[nodiscard]] bool HasOneValue(int selector) const {
+        if (HasOneEntry(selector) || IsOneNumber(selector)) return true;
+        const std::vector<int> sources = SourcesOf(m_Model, selector);
+        return std::all_of(sources.begin(), sources.end(), [this](int source) { return IsFixed(source); });
+    }
+    [[nodiscard]] bool HasOneEntry(int selector) const {
         if (m_Model.Node(selector).type != T::Enumeration) return false;
         const PropertySpan& properties = m_Model.Node(selector).properties;
         return std::count_if(properties.begin(), properties.end(),
                              [](const PropertyRecord& property) { return property.id == P::pEnumEntry; }) <= 1;
+    }
+    [[nodiscard]] bool IsOneNumber(int node) const {
+        const std::optional<int64_t> min = m_Model.Integer(node, P::Min);
+        return min && min == m_Model.Integer(node, P::Max);
+    }
+    // Whether nobody changes what the node itself adds to a value.
+    [[nodiscard]] bool IsFixed(int node) const {
+        if (m_Model.IsRegister(node)) return false;
+        const bool isHeld = m_Model.Property(node, P::Value) || m_Model.Property(node, P::pIndex);
+        const std::string_view mode = m_Model.Value(node, P::ImposedAccessMode);
+        return !isHeld || mode == "RO" || mode == "R" || IsOneNumber(node);
     }
 
     void Check(int selector, const std::vector<int>& sources, int feature) {

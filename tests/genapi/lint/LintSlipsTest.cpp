@@ -334,6 +334,33 @@ const Slip kStaleCaches[] = {
      "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER("R", "4", "<pInvalidator>SelectorReg</pInvalidator>")
          SELECTOR,
      {}},
+    {"NotOfASelectorThatIsHeldForReading",
+     "A S",
+     "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER(
+         "R", "4",
+         "") "<Integer "
+             "Name='S'><ImposedAccessMode>RO</ImposedAccessMode><Value>0</Value><pSelected>A</pSelected></Integer>",
+     {}},
+    {"NotOfASelectorComputedFromConstants",
+     "A S",
+     "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER(
+         "R", "4",
+         "") "<Integer Name='S'><pValue>F</pValue><pSelected>A</pSelected></Integer>"
+             "<IntSwissKnife Name='F'><pVariable Name='O'>One</pVariable><Formula>O + 1</Formula></IntSwissKnife>"
+             "<Integer Name='One'><Value>1</Value><Min>1</Min><Max>1</Max></Integer>",
+     {}},
+    {"OfASelectorThatIsHeld",
+     "A S",
+     "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER(
+         "R", "4", "") "<Integer Name='S'><Value>0</Value><Max>3</Max><pSelected>A</pSelected></Integer>",
+     {"missing-invalidator R"}},
+    {"OfASelectorThatTheDeviceChanges",
+     "A S",
+     "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER(
+         "R", "4", "") "<Integer "
+                       "Name='S'><ImposedAccessMode>RO</ImposedAccessMode><pValue>D</pValue><pSelected>A</pSelected></"
+                       "Integer>" REGISTER("D", "8", ""),
+     {"missing-invalidator R"}},
     {"NotWhenTheAddressDepends",
      "A S",
      "<IntReg Name='A'><Address>8</Address><pIndex Offset='4'>SelectorReg</pIndex>" REGISTER_REST "</IntReg>" SELECTOR,
