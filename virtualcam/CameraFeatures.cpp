@@ -14,8 +14,7 @@ constexpr std::uint64_t kHighSpeedBytes = 60000000;
 } // namespace
 
 void Camera::AddFeatures() {
-    const FeatureMaker make(
-        m_Registers, [this] { return m_Streaming.any() || m_Registers.Get<std::uint32_t>(reg::kParamsLocked) != 0; });
+    const FeatureMaker make(m_Registers, [this] { return m_Streaming.any(); });
     AddDeviceControl(make);
     m_Registers.AddValue<std::uint32_t>(reg::kPayloadSize, Access::ReadOnly, 0);
     const auto payloadChanged = [this] { PayloadChanged(); };
@@ -41,7 +40,6 @@ void Camera::AddDeviceControl(const FeatureMaker& make) {
     make.Command(reg::kDeviceReset, [this] { m_Host.ResetRequested(); });
     const bool superSpeed = m_Settings.speed >= usb::Speed::Super;
     m_Registers.AddValue(reg::kLinkSpeed, Access::ReadOnly, superSpeed ? kSuperSpeedBytes : kHighSpeedBytes);
-    make.Switch(reg::kParamsLocked).inUserSet = false;
     Register& pending = make.Range(reg::kTestPendingAck, 0, 0, 60000);
     pending.inUserSet = false;
     pending.written = [this, &pending] { m_Control->DelayAcknowledge(Load<std::uint32_t>(pending.bytes.data())); };

@@ -15,7 +15,6 @@ inline constexpr std::uint64_t kDeviceReset = kBase + 0x0004;
 inline constexpr std::uint64_t kThroughputLimitMode = kBase + 0x0008;
 inline constexpr std::uint64_t kThroughputLimit = kBase + 0x0010; // 64 bit
 inline constexpr std::uint64_t kLinkSpeed = kBase + 0x0018;       // 64 bit
-inline constexpr std::uint64_t kParamsLocked = kBase + 0x0024;
 inline constexpr std::uint64_t kTestPendingAck = kBase + 0x0028;
 inline constexpr std::uint64_t kFirmwareVersion = kBase + 0x0030; // 64 characters
 
