@@ -94,9 +94,10 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"UnknownFault",
                 {"virtual", "settings", "--fault", "events.Bad"},
                 "cameras[0].faults.events[0].fault: \"Bad\" is none of Lost, Duplicate, "},
-        Refusal{"UnknownKey",
-                {"virtual", "settings", "--fault", "stream.Stall:when=3"},
-                "cameras[0].faults.stream[0].when: there is no such key; the keys are fault, value, frame, count"},
+        Refusal{
+            "UnknownKey",
+            {"virtual", "settings", "--fault", "stream.Stall:when=3"},
+            "cameras[0].faults.stream[0].when: there is no such key; the keys are fault, value, frame, stream, count"},
         Refusal{"NoValue", {"virtual", "settings", "--fault", "nonsense"}, "'nonsense': KIND.FAULT"},
         Refusal{"NoWay", {"virtual", "serve"}, "one of --usbip, --vhci, --usbredir"},
         Refusal{"TwoWays", {"virtual", "serve", "--usbip", "--vhci"}, "--usbip excludes --vhci"},
