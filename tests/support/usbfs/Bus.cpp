@@ -102,26 +102,39 @@ int Bus::OpenNode(unsigned int bus, unsigned int address) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_Opened[file->File()] = {port, file};
         ++m_OpenCount;
+        Mark(file->File(), true);
         return file->File();
     }
     return -ENOENT;
 }
 
+bool Bus::MayBeOurs(int file) const {
+    if (file < 0) return false;
+    const auto index = static_cast<std::size_t>(file);
+    return index < kWatchedFiles ? m_IsOurs[index].load() : m_OpenCount != 0;
+}
+
+void Bus::Mark(int file, bool isOurs) {
+    const auto index = static_cast<std::size_t>(file);
+    if (index < kWatchedFiles) m_IsOurs[index] = isOurs;
+}
+
 Bus::Opened Bus::FindOpened(int file) const {
-    if (m_OpenCount == 0) return {};
+    if (!MayBeOurs(file)) return {};
     const std::lock_guard<std::mutex> lock(m_Lock);
     const auto found = m_Opened.find(file);
     return found != m_Opened.end() ? found->second : Opened{};
 }
 
 Bus::Opened Bus::TakeOpened(int file) {
-    if (m_OpenCount == 0) return {};
+    if (!MayBeOurs(file)) return {};
     const std::lock_guard<std::mutex> lock(m_Lock);
     const auto found = m_Opened.find(file);
     if (found == m_Opened.end()) return {};
     const Opened opened = found->second;
     m_Opened.erase(found);
     --m_OpenCount;
+    Mark(file, false);
     return opened;
 }
 

@@ -8,6 +8,7 @@
 #include "support/usbfs/OpenFile.h"
 #include "support/usbfs/Port.h"
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <map>
@@ -62,8 +63,15 @@ public:
 private:
     Bus() = default;
 
+    /// Other files must pass without taking the lock: a sanitizer closes some while it stops the thread that has it.
+    bool MayBeOurs(int file) const;
+    void Mark(int file, bool isOurs);
+
+    static constexpr std::size_t kWatchedFiles = 4096;
+
     TransferMemory m_Memory;
-    std::atomic<std::size_t> m_OpenCount{0}; ///< lets other files pass without taking the lock
+    std::atomic<std::size_t> m_OpenCount{0};
+    std::array<std::atomic<bool>, kWatchedFiles> m_IsOurs{};
 
     mutable std::mutex m_Lock;
     // guarded by m_Lock
