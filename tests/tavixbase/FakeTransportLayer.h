@@ -5,6 +5,8 @@
 
 #include "tavix/internal/TransportLayerPrivateImpl.h"
 
+#include <mutex>
+
 namespace Tavix {
 
 // An info as discovery makes it.
@@ -15,7 +17,7 @@ inline CDeviceInfo Discovered(const char* deviceClass, const char* fullName, con
     return info;
 }
 
-// Bound to a thread.
+// As thread-safe as a real one, except for what a test sets and reads itself.
 class FakeTransportLayer : public CTransportLayerBase {
 public:
     explicit FakeTransportLayer(gcstring deviceClass = "FakeCam") : m_DeviceClass(std::move(deviceClass)) {}
@@ -44,17 +46,17 @@ public:
     GenApi::INodeMap* InternalGetNodeMap() override { return ownNodeMap; }
     bool InternalIsDeviceAccessible(const CDeviceInfo& info, AccessModeSet modes,
                                     EDeviceAccessiblityInfo* pAccessInfo) override {
-        probed = info;
+        Note(probed, info);
         probedModes = modes;
         if (pAccessInfo) *pAccessInfo = Accessibility_Ok;
         return true;
     }
     bool CanProvideXmlFile(const CDeviceInfo& info) override {
-        askedForXml = info;
+        Note(askedForXml, info);
         return canProvideXml;
     }
     void ProvideXmlFile(const CDeviceInfo& info, gcstring& fileName, gcstring& xml) override {
-        providedXmlFor = info;
+        Note(providedXmlFor, info);
         onProvideXml();
         fileName = xmlFileName;
         xml = xmlText;
@@ -77,7 +79,13 @@ public:
     };
 
 private:
+    void Note(CDeviceInfo& where, const CDeviceInfo& info) {
+        const std::lock_guard<std::mutex> lock(m_Noting);
+        where = info;
+    }
+
     const gcstring m_DeviceClass;
+    std::mutex m_Noting;
 };
 
 } // namespace Tavix
