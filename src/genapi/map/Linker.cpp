@@ -82,14 +82,13 @@ void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
 void Linker::MarkFeatures(std::string_view root) {
     std::vector<bool> isMet(m_Map.m_Nodes.size(), false);
     std::vector<Node*> queue;
-    // The root itself is no feature, unless a category below it names it.
-    if (Node* const pRoot = m_Map.Find(root)) queue.push_back(pRoot);
     const auto meet = [&](Node* pNode) {
         if (!pNode || isMet[pNode->Index()]) return;
         isMet[pNode->Index()] = true;
         pNode->MarkAsFeature(true);
         queue.push_back(pNode);
     };
+    meet(m_Map.Find(root));
     for (std::size_t head = 0; head < queue.size(); ++head) {
         if (queue[head]->Type() != NodeType::Category) continue;
         for (const PropertyRecord& record : queue[head]->Properties()) {
