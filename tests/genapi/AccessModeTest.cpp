@@ -124,6 +124,18 @@ TEST(AccessMode, OfAClosedPortIsTheLastWordHoweverFarBelow) {
         EXPECT_EQ(map.Mode(name), NA) << name;
 }
 
+TEST(AccessMode, IsNotThatOfAClosedPortThatAPredicateAsksFor) {
+    TestMap map;
+    map.Add("Port", "Chunk").Add("Integer", "No", {{"Value", "0", ""}});
+    map.AddRegister("IntReg", "C", "0", {{"pPort", "Chunk", ""}});
+    map.Add("IntSwissKnife", "IsRW", {{"pVariable", "C", "X.AccessMode"}, {"Formula", "X.AccessMode = 4", ""}});
+    map.Add("Integer", "Grey", {{"Value", "0", ""}, {"pIsAvailable", "IsRW", ""}});
+    map.Add("Integer", "Missing", {{"pValue", "Grey", ""}, {"pIsImplemented", "No", ""}}).Ready();
+    EXPECT_EQ(map.Mode("C"), NI);
+    EXPECT_EQ(map.Mode("Grey"), NA);
+    EXPECT_EQ(map.Mode("Missing"), NI);
+}
+
 TEST(AccessMode, LetsTheFaultOfAPredicateThrough) {
     TestMap map;
     map.AddRegister("IntReg", "Lock", "8", {{"Cachable", "NoCache", ""}});

@@ -56,8 +56,11 @@ GenApi::EAccessMode Node::ComputeAccess() {
     if (target == GenApi::NI) return GenApi::NI;
     // A closed device cannot be asked for predicates, so its port has the last word.
     if (target == GenApi::NA && m_pHost->m_ClosedPortsMet != closedBefore) return GenApi::NA;
-    if (target == GenApi::NA) return m_pIsImplemented && !m_pIsImplemented->ReadTruth() ? GenApi::NI : GenApi::NA;
-    return GenApi::Combine(GenApi::Combine(OwnAccess(), ImposedAccess()), target);
+    const bool isMissing = target == GenApi::NA && m_pIsImplemented && !m_pIsImplemented->ReadTruth();
+    const GenApi::EAccessMode own = target == GenApi::NA ? GenApi::RW : OwnAccess();
+    // Ports that only predicates asked for are not what the node lies behind.
+    m_pHost->m_ClosedPortsMet = closedBefore;
+    return isMissing ? GenApi::NI : GenApi::Combine(GenApi::Combine(own, ImposedAccess()), target);
 }
 
 GenApi::EAccessMode Node::OwnAccess() {
