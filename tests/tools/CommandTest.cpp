@@ -182,6 +182,34 @@ TEST(Xml, ListsTheFeaturesOfADescriptionFileWithTheirLimits) {
     EXPECT_EQ(outcome.out.find("problem:"), std::string::npos);
 }
 
+TEST(Xml, TellsTheLimitsThatFollowFromRegistersAndConverters) {
+    const TestFolder folder;
+    const std::string path = folder.Write("x.xml", R"(<?xml version="1.0"?>
+<RegisterDescription ModelName="M" VendorName="V" StandardNameSpace="None" SchemaMajorVersion="1" SchemaMinorVersion="1"
+  SchemaSubMinorVersion="0" MajorVersion="1" MinorVersion="0" SubMinorVersion="0" ToolTip=""
+  ProductGuid="0" VersionGuid="0" xmlns="http://www.genicam.org/GenApi/Version_1_1">
+  <Port Name="Device"/>
+  <Category Name="Root"><pFeature>Byte</pFeature><pFeature>Signed</pFeature><pFeature>Bits</pFeature>
+    <pFeature>Wide</pFeature><pFeature>Upon</pFeature><pFeature>Scaled</pFeature><pFeature>Asking</pFeature></Category>
+  <IntReg Name="Byte"><Address>0</Address><Length>1</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
+  <IntReg Name="Signed"><Address>0</Address><Length>2</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Signed</Sign></IntReg>
+  <MaskedIntReg Name="Bits"><Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <LSB>4</LSB><MSB>6</MSB></MaskedIntReg>
+  <IntReg Name="Wide"><Address>0</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>
+  <Integer Name="Upon"><pValue>Byte</pValue><Min>16</Min><Inc>8</Inc></Integer>
+  <Converter Name="Scaled"><FormulaTo>FROM * 2</FormulaTo><FormulaFrom>TO / 2</FormulaFrom><pValue>Byte</pValue>
+  </Converter>
+  <Integer Name="Asking"><pValue>Byte</pValue><pMax>Byte</pMax></Integer>
+</RegisterDescription>)");
+    const json features = json::parse(RunTool({"xml", path, "--json"}).out, nullptr, false)["features"];
+    const std::vector<std::string> limits = {"0 .. 255",         "-32768 .. 32767", "0 .. 7",   "0 or more",
+                                             "16 .. 255 step 8", "0 .. 127.5",      "0 .. Byte"};
+    ASSERT_EQ(features.size(), limits.size());
+    for (std::size_t i = 0; i < limits.size(); ++i)
+        EXPECT_EQ(features[i]["limits"], limits[i]) << features[i]["name"];
+}
+
 TEST(Xml, GivesFeaturesAndProblemsAsJson) {
     const TestFolder folder;
     const std::string path = folder.Write("x.xml", R"(<?xml version="1.0"?>

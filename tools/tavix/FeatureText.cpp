@@ -84,6 +84,48 @@ std::string Declared(GenApi::INode& node, const char* limit) {
     return node.GetProperty((std::string("p") + limit).c_str(), value, attribute) ? Text(value) : std::string();
 }
 
+/// The same; where nothing is written down, what follows without a camera, from the size of a register for instance.
+template<class Getter, class Format>
+std::string DeclaredOr(GenApi::INode& node, const char* limit, Getter getter, Format format) {
+    const std::string declared = Declared(node, limit);
+    if (!declared.empty()) return declared;
+    return Try([&]() -> std::string {
+        const auto value = getter();
+        return IsLimit(value) ? format(value) : std::string();
+    });
+}
+
+std::string DeclaredRange(const std::string& low, const std::string& high) {
+    if (low.empty()) return high.empty() ? std::string() : high + " or less";
+    return high.empty() ? low + " or more" : low + " .. " + high;
+}
+
+std::string DeclaredNumbers(GenApi::INode& node) {
+    if (auto* integer = dynamic_cast<GenApi::IInteger*>(&node)) {
+        const auto format = [](std::int64_t value) { return std::to_string(value); };
+        return DeclaredRange(DeclaredOr(
+                                 node, "Min", [&] { return integer->GetMin(); }, format),
+                             DeclaredOr(
+                                 node, "Max", [&] { return integer->GetMax(); }, format));
+    }
+    if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) {
+        return DeclaredRange(DeclaredOr(
+                                 node, "Min", [&] { return number->GetMin(); }, Number),
+                             DeclaredOr(
+                                 node, "Max", [&] { return number->GetMax(); }, Number));
+    }
+    return {};
+}
+
+std::string DeclaredStep(GenApi::INode& node) {
+    const std::string declared = Declared(node, "Inc");
+    if (!declared.empty()) return declared;
+    return Try([&]() -> std::string {
+        auto* integer = dynamic_cast<GenApi::IInteger*>(&node);
+        return integer && integer->GetInc() > 1 ? std::to_string(integer->GetInc()) : std::string();
+    });
+}
+
 template<class Value>
 void AddRange(nlohmann::json& out, Value low, Value high) {
     if (IsLimit(low)) out["min"] = low;
@@ -211,9 +253,8 @@ std::string LimitText(GenApi::INode& node) {
 std::string DeclaredText(GenApi::INode& node) {
     return Try([&]() -> std::string {
         if (auto* enumeration = dynamic_cast<GenApi::IEnumeration*>(&node)) return AllEntryNames(*enumeration);
-        const std::string low = Declared(node, "Min"), high = Declared(node, "Max"), step = Declared(node, "Inc");
-        if (low.empty() && high.empty()) return {};
-        return low + " .. " + high + (step.empty() ? "" : " step " + step);
+        const std::string range = DeclaredNumbers(node), step = DeclaredStep(node);
+        return range.empty() || step.empty() ? range : range + " step " + step;
     });
 }
 

@@ -17,7 +17,8 @@ std::string ValueText(GenApi::INode& node);
 /// What could be written: limits, increment or entries, as far as they can be read; limits of a number that are those
 /// of its type are left out.
 std::string LimitText(GenApi::INode& node);
-/// The limits or entries that the description itself writes down, for a node map without a camera.
+/// The limits or entries that the description itself tells, for a node map without a camera: as they are written down,
+/// else as they follow from what is.
 std::string DeclaredText(GenApi::INode& node);
 /// The unit of a number; empty for none.
 std::string UnitText(GenApi::INode& node);
