@@ -40,6 +40,21 @@ TEST(Command, IsDoneAtOnceOnAWriteOnlyRegister) {
     EXPECT_EQ(map.Mode("C"), WO);
 }
 
+TEST(Command, MayHoldItsOwnValueAndIsDoneAtOnceThen) {
+    TestMap map;
+    map.Add("Command", "C", {{"Value", "0", ""}, {"CommandValue", "7", ""}});
+    map.Add("Integer", "Told", {{"Value", "0", ""}, {"pInvalidator", "C", ""}}).Ready();
+    int calls = 0;
+    Register(&map.Node("Told"), [&](INode*) { ++calls; });
+    map.As<ICommand>("C")();
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(map.As<ICommand>("C").IsDone());
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(map.Mode("C"), RW);
+    map.Node("C").ImposeAccessMode(RO);
+    EXPECT_THROW(map.As<ICommand>("C").Execute(), GenICam::AccessException);
+}
+
 TEST(Command, InvalidatesWhatNamesIt) {
     TestMap map;
     map.AddRegister("IntReg", "R", "0");
@@ -75,7 +90,8 @@ TEST(ErrorLink, TurnsAnErrorOfTheDeviceIntoAnException) {
             {{"pEnumEntry", "EnumEntry_Err_None", ""},
              {"pEnumEntry", "EnumEntry_Err_TooHot", ""},
              {"pValue", "ErrReg", ""}});
-    map.AddRegister("IntReg", "R", "0", {{"pError", "Err", ""}}).Ready();
+    map.AddRegister("IntReg", "R", "0", {{"pError", "Err", ""}});
+    map.Add("Command", "C", {{"pValue", "R", ""}, {"CommandValue", "1", ""}, {"pError", "Err", ""}}).Ready();
     EXPECT_NO_THROW(map.Integer("R").SetValue(1));
     map.port.Put(4, {1});
     try {
@@ -84,4 +100,6 @@ TEST(ErrorLink, TurnsAnErrorOfTheDeviceIntoAnException) {
     } catch (const GenICam::RuntimeException& exception) {
         EXPECT_STREQ(exception.GetDescription(), "The device reports TooHot: The sensor is too hot.");
     }
+    EXPECT_THROW(map.As<ICommand>("C").Execute(), GenICam::RuntimeException);
+    EXPECT_NO_THROW(map.Integer("R").SetValue(2, /*Verify=*/false)) << "without verify nobody asks";
 }

@@ -157,6 +157,18 @@ TEST(Converter, SeesWhereTheOneLimitThatIsKnownBelongs) {
     }
 }
 
+TEST(Converter, PassesOnTheFaultOfALimit) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "1", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+    map.Add("Converter", "C", {{"pValue", "Raw", ""}, {"FormulaFrom", "10 / TO", ""}, {"FormulaTo", "10 / FROM", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetValue(), 10.0);
+    EXPECT_THROW(map.Float("C").GetMin(), GenICam::RuntimeException);
+    EXPECT_THROW(map.Float("C").SetValue(5.0), GenICam::RuntimeException);
+    EXPECT_NO_THROW(map.Float("C").SetValue(5.0, /*Verify=*/false));
+    EXPECT_EQ(map.Integer("Raw").GetValue(), 2);
+}
+
 TEST(Converter, AcceptsItsOwnLimits) {
     TestMap map;
     map.AddRegister("IntReg", "Raw", "0", {{"Length", "1", ""}});

@@ -165,6 +165,52 @@ TEST(Float, WritesItsTextAsTheNotationSays) {
     EXPECT_THROW(map.Value("A").FromString("1,5"), GenICam::InvalidArgumentException);
 }
 
+TEST(Float, ChoosesAmongItsSlotsByAnIndexOfAnyKind) {
+    TestMap map;
+    map.Add("EnumEntry", "EnumEntry_Mode_A", {{"Value", "1", ""}, {"Symbolic", "A", ""}});
+    map.Add("EnumEntry", "EnumEntry_Mode_B", {{"Value", "2", ""}, {"Symbolic", "B", ""}});
+    map.Add("Enumeration", "Mode",
+            {{"pEnumEntry", "EnumEntry_Mode_A", ""}, {"pEnumEntry", "EnumEntry_Mode_B", ""}, {"Value", "1", ""}});
+    map.Add("Boolean", "Flag", {{"Value", "1", ""}}).Add("Float", "Real", {{"Value", "1.6", ""}});
+    map.Add("Float", "Ten", {{"Value", "10.5", ""}, {"Max", "20", ""}});
+    for (const auto& [name, index] :
+         {std::pair("ByMode", "Mode"), std::pair("ByFlag", "Flag"), std::pair("ByReal", "Real")})
+        map.Add("Float", name,
+                {{"pIndex", index, ""},
+                 {"ValueIndexed", "0.25", "1"},
+                 {"ValueIndexed", "0.75", "1"},
+                 {"pValueIndexed", "Ten", "2"},
+                 {"ValueDefault", "-1", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("ByMode").GetValue(), 0.25) << "the first match counts";
+    EXPECT_EQ(map.Float("ByFlag").GetValue(), 0.25);
+    EXPECT_EQ(map.Float("ByReal").GetValue(), 10.5) << "rounded";
+    EXPECT_EQ(map.Float("ByReal").GetMax(), 20.0) << "that of what is selected";
+    EXPECT_EQ(map.Float("ByMode").GetMax(), DBL_MAX);
+    map.Float("ByMode").SetValue(3.5);
+    map.As<IEnumeration>("Mode").FromString("B");
+    EXPECT_EQ(map.Float("ByMode").GetValue(), 10.5);
+    map.As<IEnumeration>("Mode").FromString("A");
+    EXPECT_EQ(map.Float("ByMode").GetValue(), 3.5) << "a constant slot keeps what is written";
+    EXPECT_EQ(map.Float("ByFlag").GetValue(), 0.25);
+}
+
+TEST(Integer, TakesConstantsBeforeLinksAsLimits) {
+    TestMap map;
+    map.Add("Integer", "Three", {{"Value", "3", ""}}).Add("Integer", "Nine", {{"Value", "9", ""}});
+    map.Add("Integer", "I",
+            {{"Value", "0", ""}, {"Min", "0", ""}, {"pMin", "Three", ""}, {"pMax", "Nine", ""}, {"pInc", "Three", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Integer("I").GetMin(), 0);
+    EXPECT_EQ(map.Integer("I").GetMax(), 9);
+    EXPECT_EQ(map.Integer("I").GetInc(), 3);
+    EXPECT_NO_THROW(map.Integer("I").SetValue(6));
+    EXPECT_THROW(map.Integer("I").SetValue(7), GenICam::OutOfRangeException);
+    map.Integer("Nine").SetValue(5);
+    EXPECT_THROW(map.Integer("I").SetValue(6), GenICam::OutOfRangeException);
+    EXPECT_EQ(map.Integer("I").GetValue(), 6) << "a read without verify asks for no limit";
+}
+
 TEST(Boolean, KnowsItsOwnNumbersForYesAndNo) {
     TestMap map;
     map.Add("Integer", "I", {{"Value", "23", ""}});
