@@ -9,6 +9,7 @@
 namespace {
 
 const LogLine kStreamGone{"Tavix.USB.Stream", 64, "Destroyed stream grabber for device '1:2:3' successfully."};
+const LogLine kDeviceGone{kDeviceLog, 64, "Destroyed device '1:2:3' successfully."};
 
 class DeviceOrder : public DeviceTest {
 protected:
@@ -49,21 +50,42 @@ TEST_F(DeviceOrder, StaysOpenAndKeepsWhatItHandedOutUntilTheUsbDeviceIsClosed) {
 TEST_F(DeviceOrder, DestroysItsGrabbersBeforeTheUsbDevice) {
     At("DestroyDevice", [this] {
         EXPECT_EQ(1, log.Count(kStreamGone));
-        EXPECT_EQ(0, log.Count({kDeviceLog, 64, "Destroyed device '1:2:3' successfully."}));
+        EXPECT_EQ(0, log.Count(kDeviceGone));
     });
     Destroy();
     EXPECT_EQ(1, looked);
 }
 
-TEST_F(DeviceOrder, ListensForRemovalToTheEndWhenItCouldNotClose) {
-    Open();
-    device->GetStreamGrabber(0)->Open();
-    device->GetStreamGrabber(0)->PrepareGrab();
-    bus.FailNext("Stream.FinishGrab", kFailure);
-    At("DestroyDevice", [this] { EXPECT_EQ(2u, bus.NumberOfRegistrations()); });
+/// It cannot be closed on destruction.
+class DeviceThatCannotClose : public DeviceOrder {
+protected:
+    DeviceThatCannotClose() {
+        Open();
+        device->GetEventGrabber()->Open();
+        device->GetStreamGrabber(0)->Open();
+        device->GetStreamGrabber(0)->PrepareGrab();
+        bus.FailNext("Stream.FinishGrab", kFailure);
+    }
+};
+
+TEST_F(DeviceThatCannotClose, StillClosesItsGrabbersBeforeTheUsbDeviceGoes) {
+    At("DestroyDevice", [this] {
+        EXPECT_EQ(1, bus.Count("Stream.Close"));
+        EXPECT_EQ(1, bus.Count("Events.Close"));
+        EXPECT_EQ(0, bus.Count("Device.Close"));
+    });
     Destroy();
     EXPECT_EQ(1, looked);
-    EXPECT_EQ(0u, bus.NumberOfRegistrations());
+}
+
+TEST_F(DeviceThatCannotClose, ListensForRemovalUntilTheUsbDeviceIsGone) {
+    At("DeregisterCallback", [this] {
+        EXPECT_EQ(0, bus.liveDevices);
+        EXPECT_EQ(0, log.Count(kDeviceGone));
+    });
+    Destroy();
+    EXPECT_EQ(2, looked);
+    EXPECT_EQ(1, log.Count(kDeviceGone));
 }
 
 TEST_F(DeviceOrder, UndoesItsConstructionFromTheEnd) {

@@ -290,6 +290,7 @@ TEST_F(SurpriseRemoval, TellsWhenItCannotBeUnlistenedFor) {
     Open();
     device->Close();
     EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(2, bus.Count("DeregisterCallback")); // and it is not tried again
     EXPECT_EQ(1,
               log.Count({kDeviceLog, 256,
                          "DeregisterFromVexloCallbacks: Failed to unregister device notification: 'text E2000777'"}));

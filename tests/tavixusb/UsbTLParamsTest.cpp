@@ -104,15 +104,29 @@ TEST_F(UsbTLParams, HasNoOtherNodesAndThoseInTheirOrder) {
     EXPECT_EQ(rows, NodeNames(*map));
 }
 
-/// What a row says, what makes others depend on the node, and nothing more.
-TEST_P(UsbTLParamsTable, HasNoOtherProperties) {
-    std::set<std::string> expected;
+/// Lists have tests of their own.
+TEST_P(UsbTLParamsTable, HasThePropertiesOfItsRowAndNoOther) {
+    std::set<std::string> expected, found;
     for (const auto& property : GetParam().properties)
         expected.insert(property.first);
-    for (const std::string& name : PropertyNames(*map, GetParam().name)) {
-        if (name == "pDependent" || name == "pFeature") continue; // lists have tests of their own
-        EXPECT_EQ(1u, expected.count(name)) << name;
+    for (const std::string& name : PropertyNames(*map, GetParam().name))
+        found.insert(name);
+    for (const char* list : {"pDependent", "pFeature"}) {
+        expected.erase(list);
+        found.erase(list);
     }
+    EXPECT_EQ(expected, found);
+}
+
+TEST_F(UsbTLParams, NamesTheDependentsOfItsPort) {
+    std::string expected;
+    for (const NodeRow& row : kTransportRows) {
+        if (row.type != GenApi::intfIInteger && row.type != GenApi::intfICategory) continue;
+        expected += (expected.empty() ? "" : "\t") + std::string(row.name);
+    }
+    GenICam::gcstring value, attribute;
+    ASSERT_TRUE(map->GetNode(kTransportPort)->GetProperty("pDependent", value, attribute));
+    EXPECT_EQ(expected, value.c_str());
 }
 
 TEST_F(UsbTLParams, DescribesItself) {

@@ -71,6 +71,7 @@ namespace vexlo {
 VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHandle) {
     const FakeVexlo::Call call("RegisterCallback");
     FakeVexlo::Get().registered.push_back(*params);
+    *pHandle = ~0ul; // nobody may rely on what a failure leaves
     if (!call) return call.status;
     const std::lock_guard<std::mutex> guard(g_Lock);
     const auto registration = std::make_shared<Registration>();
