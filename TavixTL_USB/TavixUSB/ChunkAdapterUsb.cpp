@@ -34,17 +34,16 @@ struct Chunk {
     bool cache;
 };
 
-uint32_t AttachToPorts(const std::vector<CChunkPort*>& ports, const Chunk& chunk, Served& served) {
+void AttachToPorts(const std::vector<CChunkPort*>& ports, const Chunk& chunk, Served& served,
+                   AttachStatistics_t& statistics) {
     uint8_t id[4] = {static_cast<uint8_t>(chunk.id >> 24), static_cast<uint8_t>(chunk.id >> 16),
                      static_cast<uint8_t>(chunk.id >> 8), static_cast<uint8_t>(chunk.id)};
-    uint32_t attached = 0;
     for (std::size_t i = 0; i < ports.size(); ++i) {
         if (!ports[i]->CheckChunkID(id, sizeof id)) continue;
         ports[i]->AttachChunk(chunk.base, chunk.offset, chunk.length, chunk.cache);
         served[i] = true;
-        ++attached;
+        ++statistics.NumAttachedChunks;
     }
-    return attached;
 }
 
 } // namespace
@@ -53,7 +52,7 @@ CChunkAdapterUsb::CChunkAdapterUsb(INodeMap* pNodeMap, int64_t maxChunkCacheSize
     : CChunkAdapter(pNodeMap, maxChunkCacheSize) {}
 
 bool CChunkAdapterUsb::CheckBufferLayout(uint8_t* pBuffer, int64_t length) {
-    if (length < kTrailerSize) return false;
+    if (!pBuffer || length < kTrailerSize) return false;
     // Positions are kept as distances from the start, so that none can leave the buffer.
     int64_t end = length;
     while (end > 0) {
@@ -72,7 +71,9 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
     if (!CheckBufferLayout(pBuffer, length)) {
         Tavix::Throw<GenICam::RuntimeException>(Here(), "Invalid layout of buffer attached to chunk parser!");
     }
-    AttachStatistics_t statistics{static_cast<uint32_t>(m_ChunkPorts.size()), 0, 0};
+    AttachStatistics_t unwanted;
+    AttachStatistics_t& statistics = pStatistics ? *pStatistics : unwanted;
+    statistics = {static_cast<uint32_t>(m_ChunkPorts.size()), 0, 0};
     Served served(m_ChunkPorts.size(), false);
     // A derived layout check may let pass what is none, so that less than a trailer is left in front.
     for (int64_t end = length; end >= kTrailerSize;) {
@@ -81,8 +82,7 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
         const bool cache = m_MaxChunkCacheSize == -1 || m_MaxChunkCacheSize >= int64_t{trailer.length};
         // A length close to 2^32 wraps in the layout's arithmetic; its data would begin before the buffer.
         if (offset >= 0) {
-            statistics.NumAttachedChunks +=
-                AttachToPorts(m_ChunkPorts, {pBuffer, offset, trailer.length, trailer.id, cache}, served);
+            AttachToPorts(m_ChunkPorts, {pBuffer, offset, trailer.length, trailer.id, cache}, served, statistics);
         }
         ++statistics.NumChunks;
         // Nor does a step of nothing have to be refused by it.
@@ -91,7 +91,6 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
     for (std::size_t i = 0; i < m_ChunkPorts.size(); ++i) {
         if (!served[i]) m_ChunkPorts[i]->DetachChunk();
     }
-    if (pStatistics) *pStatistics = statistics;
 }
 
 } // namespace GenApi

@@ -3,6 +3,7 @@
 #include "ChunkBuffer.h"
 #include "tavixusb/support/Description.h"
 
+#include <GenApi/NodeCallback.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -51,6 +52,12 @@ TEST(ChunkLayout, RefusesEightBytes) {
 TEST(ChunkLayout, RefusesAnEmptyBuffer) {
     std::uint8_t byte = 0;
     EXPECT_FALSE(CChunkAdapterUsb().CheckBufferLayout(&byte, 0));
+}
+
+TEST(ChunkLayout, RefusesWhatIsNoBuffer) {
+    EXPECT_FALSE(CChunkAdapterUsb().CheckBufferLayout(nullptr, 100));
+    std::uint8_t byte = 0;
+    EXPECT_FALSE(CChunkAdapterUsb().CheckBufferLayout(&byte, -1));
 }
 
 TEST(ChunkLayout, AcceptsOneChunkOfOneByte) {
@@ -127,6 +134,35 @@ TEST_F(ChunkAdapter, CountsPortsChunksAndAttachments) {
     EXPECT_EQ(statistics.NumChunkPorts, 3u);
     EXPECT_EQ(statistics.NumChunks, 3u);
     EXPECT_EQ(statistics.NumAttachedChunks, 2u);
+}
+
+TEST_F(ChunkAdapter, CountsWhileItWalks) {
+    const auto handle = GenApi::Register(map->GetNode("ImageByte"), [](GenApi::INode*) { throw 1; });
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {1}).Chunk(0x0A0B0C0D, {1, 2, 3, 4}).Chunk(0x99, {2});
+    EXPECT_THROW(Attach(buffer), int);
+    EXPECT_EQ(statistics.NumChunkPorts, 3u);
+    EXPECT_EQ(statistics.NumChunks, 2u);
+    EXPECT_EQ(statistics.NumAttachedChunks, 1u);
+    GenApi::Deregister(handle);
+}
+
+TEST_F(ChunkAdapter, LeavesTheStatisticsOfARefusedBufferAlone) {
+    std::uint8_t bad[9] = {};
+    EXPECT_THROW(adapter.AttachBuffer(bad, sizeof bad, &statistics), GenICam::RuntimeException);
+    EXPECT_THROW(adapter.AttachBuffer(nullptr, 9, &statistics), GenICam::RuntimeException);
+    EXPECT_EQ(statistics.NumChunkPorts, 9u);
+    EXPECT_EQ(statistics.NumChunks, 9u);
+}
+
+TEST_F(ChunkAdapter, ComparesAllFourBytesOfTheId) {
+    for (const std::uint32_t id : {0x0A0B0C0Eu, 0x0A0B0D0Du, 0x0A0C0C0Du, 0x0B0B0C0Du, 0x0D0C0B0Au}) {
+        ChunkBuffer buffer;
+        buffer.Chunk(id, {1, 2, 3, 4});
+        Attach(buffer);
+        EXPECT_EQ(statistics.NumAttachedChunks, 0u) << std::hex << id;
+        EXPECT_EQ(map.Access("Counter"), GenApi::NA);
+    }
 }
 
 TEST_F(ChunkAdapter, WorksWithoutStatistics) {
