@@ -19,7 +19,8 @@ CUsbChunkParser::CUsbChunkParser(GenApi::INodeMap* pChunkNodeMap)
 
 void CUsbChunkParser::AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics) {
     CChunkParser::AttachBuffer(pBuffer, length, pStatistics);
-    m_pCrcFeature = dynamic_cast<GenApi::IInteger*>(m_pChunkNodeMap->GetNode("ChunkPayloadCRC16"));
+    GenApi::INode* const pCrcNode = m_pChunkNodeMap ? m_pChunkNodeMap->GetNode("ChunkPayloadCRC16") : nullptr;
+    m_pCrcFeature = dynamic_cast<GenApi::IInteger*>(pCrcNode);
 }
 
 void CUsbChunkParser::DetachBuffer() {

@@ -11,7 +11,7 @@ namespace Tavix {
 /// it. Bound to a thread.
 class CUsbChunkParser : public CChunkParser {
 public:
-    /// The node map must outlive the parser.
+    /// The node map must outlive the parser. Without one there are no features, and so no checksum.
     explicit CUsbChunkParser(GenApi::INodeMap* pChunkNodeMap);
 
     void AttachBuffer(const void* pBuffer, std::int64_t length,

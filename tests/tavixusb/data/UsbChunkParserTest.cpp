@@ -80,6 +80,13 @@ TEST_F(UsbChunkParser, HasNoChecksumWithoutItsFeature) {
     EXPECT_FALSE(other.HasCRC());
 }
 
+TEST_F(UsbChunkParser, HasNoChecksumWithoutANodeMap) {
+    CUsbChunkParser other(nullptr);
+    ChunkBuffer buffer = Checked();
+    other.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_FALSE(other.HasCRC());
+}
+
 TEST_F(UsbChunkParser, RefusesChecksumQuestionsWithoutABuffer) {
     EXPECT_EQ(LogicalError([&] { (void)parser.HasCRC(); }), "No buffer attached.");
     EXPECT_EQ(LogicalError([&] { parser.CheckCRC(); }), "No buffer attached.");
@@ -102,6 +109,33 @@ TEST_F(UsbChunkParser, SpeaksOfARangeWhenTheBufferIsTooShort) {
     buffer.Chunk(1, {1, 2, 3});
     other.AttachBuffer(buffer.Data(), buffer.Size());
     EXPECT_EQ(LogicalError([&] { other.CheckCRC(); }), "Buffer length 1164d exceeds range of unsigned long"); // sic
+}
+
+TEST_F(UsbChunkParser, ChecksABufferThatIsNothingButItsChecksum) {
+    ChunkBuffer right, wrong;
+    right.Word(0).Word(0xC1).Word(4);
+    wrong.Word(1).Word(0xC1).Word(4);
+    parser.AttachBuffer(right.Data(), right.Size());
+    EXPECT_TRUE(parser.CheckCRC()) << "nothing sums up to 0";
+    parser.AttachBuffer(wrong.Data(), wrong.Size());
+    EXPECT_FALSE(parser.CheckCRC());
+}
+
+TEST_F(UsbChunkParser, ChecksBytesThatWereSummedUpByHand) {
+    // "123456789" and the trailer of a chunk of that size: 0x31C3 goes on over the eight trailer bytes.
+    std::uint32_t crc = 0;
+    ChunkBuffer buffer;
+    buffer.Chunk(1, {'1', '2', '3', '4', '5', '6', '7', '8', '9'});
+    for (std::int64_t i = 0; i < buffer.Size(); ++i) {
+        crc ^= std::uint32_t(buffer.Data()[i]) << 8;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 0x8000 ? crc << 1 ^ 0x1021 : crc << 1) & 0xFFFF;
+    }
+    buffer.Word(crc).Word(0xC1).Word(4);
+    parser.AttachBuffer(buffer.Data(), buffer.Size());
+    EXPECT_TRUE(parser.CheckCRC());
+    EXPECT_EQ(parser.CRC16(buffer.Data(), 17), crc);
+    EXPECT_EQ(parser.CRC16(buffer.Data(), 0), 0u);
 }
 
 TEST_F(UsbChunkParser, AsksItsVirtualHasCRC) {
