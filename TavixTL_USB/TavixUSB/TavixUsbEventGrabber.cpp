@@ -34,7 +34,6 @@ CTavixUsbEventGrabber::~CTavixUsbEventGrabber() {
     } catch (...) { // callbacks of "StatusReg" may throw anything
         LogTrace(LogCategoryEventStream(), kLogError, "Failed to close event stream grabber on destruction.");
     }
-    m_pParams->Connect(nullptr, kEventPortName);
 }
 
 void CTavixUsbEventGrabber::FailWithStatus(SourcePlace place, const char* format, unsigned int status) {

@@ -55,7 +55,6 @@ CTavixUsbStream::~CTavixUsbStream() {
     }
     LogTrace(LogCategoryStream(), kLogInfo, "Destroyed stream grabber for device '%hs' successfully.",
              m_DeviceName.c_str());
-    m_pParams->Connect(nullptr, kStreamPortName);
 }
 
 void CTavixUsbStream::FailWithStatus(SourcePlace place, const char* format, unsigned int status) const {

@@ -12,7 +12,7 @@ using testing::ElementsAre;
 namespace {
 
 constexpr char kEvents[] = "Tavix.USB.EventStream";
-constexpr char kFile[] = "TavixUsbEventGrabber.cpp";
+constexpr char kEventFile[] = "TavixUsbEventGrabber.cpp";
 
 class EventGrabber : public DeviceTest {
 protected:
@@ -45,7 +45,7 @@ protected:
         EXPECT_THAT(log.From(kEvents), testing::IsEmpty());
     }
     void ExpectFailure(const std::string& text, const std::function<void()>& call) {
-        EXPECT_FAILURE(RuntimeException, kFile, text, call());
+        EXPECT_FAILURE(RuntimeException, kEventFile, text, call());
         EXPECT_EQ(1, log.Count({kEvents, 256, text}));
     }
 
@@ -108,14 +108,14 @@ TEST_F(EventGrabber, SpeaksOfWrongUseWithoutALogLine) {
 
 TEST_F(EventGrabber, RefusesToOpenTwice) {
     grabber().Open();
-    EXPECT_FAILURE(LogicalErrorException, kFile, "Event grabber already open.", grabber().Open());
+    EXPECT_FAILURE(LogicalErrorException, kEventFile, "Event grabber already open.", grabber().Open());
     EXPECT_TRUE(grabber().IsOpen());
 }
 
 TEST_F(EventGrabber, RefusesToOpenOnAClosedDevice) {
     Tavix::IEventGrabber& events = grabber();
     device->Close();
-    EXPECT_FAILURE(LogicalErrorException, kFile,
+    EXPECT_FAILURE(LogicalErrorException, kEventFile,
                    "Device is not opened. Open the device before opening the event stream!", events.Open());
     EXPECT_EQ(1, log.Count({kEvents, 256, "Device is not open"}));
 }
@@ -134,7 +134,7 @@ TEST_F(EventGrabber, NoticesThatAnEventStreamWasPromisedButNotGiven) {
     Destroy();
     bus.hasEvents = false;
     Make();
-    EXPECT_FAILURE(RuntimeException, kFile, "Internal fatal error (m_pVxEventStream == NULL )", grabber().Open());
+    EXPECT_FAILURE(RuntimeException, kEventFile, "Internal fatal error (m_pVxEventStream == NULL )", grabber().Open());
     ExpectSilentFailure("Internal fatal error (m_pVxEventStream == NULL )", [this] { grabber().Open(); });
 }
 
@@ -184,7 +184,7 @@ TEST_F(EventGrabber, SurvivesACallbackThatThrowsOnDestruction) {
 }
 
 TEST_F(EventGrabber, RefusesToDeliverWhenClosed) {
-    EXPECT_FAILURE(LogicalErrorException, kFile, "Event grabber not open.", grabber().RetrieveEvent(result));
+    EXPECT_FAILURE(LogicalErrorException, kEventFile, "Event grabber not open.", grabber().RetrieveEvent(result));
 }
 
 TEST_F(EventGrabber, DeliversNothingWhenNothingIsPending) {
@@ -246,7 +246,8 @@ TEST_F(EventGrabber, TellsWhyAnEventWasNotDelivered) {
     grabber().Open();
     bus.PushEvent({1});
     bus.FailNext("Events.RetrieveEvent", kFailure);
-    EXPECT_FAILURE(RuntimeException, kFile, "Failed to get next message from event stream : text E2000777 (0xE2000777)",
+    EXPECT_FAILURE(RuntimeException, kEventFile,
+                   "Failed to get next message from event stream : text E2000777 (0xE2000777)",
                    grabber().RetrieveEvent(result));
     EXPECT_EQ(kFailure, result.ErrorCode());
     EXPECT_EQ(kFailureText, result.ErrorDescription());

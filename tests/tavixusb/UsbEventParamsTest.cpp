@@ -16,6 +16,7 @@ using testing::ElementsAre;
 using Vandrel_UsbEventParams::CUsbEventParamsImpl;
 
 namespace {
+namespace event_params {
 
 constexpr char kEventPort[] = "EventStreamGrabberPort";
 
@@ -262,4 +263,5 @@ INSTANTIATE_TEST_SUITE_P(Rows, EventRegister,
                                            std::end(kEventRows) - 1), // the last: no read
                          [](const auto& row) { return std::string(row.param.name); });
 
+} // namespace event_params
 } // namespace

@@ -12,6 +12,7 @@ using testing::ElementsAre;
 using Vandrel_UsbStreamParams::CUsbStreamParamsImpl;
 
 namespace {
+namespace stream_params {
 
 constexpr char kPort[] = "StreamGrabberPort";
 const NodeProperties kPlain = {{"IsFeature", "No"}};
@@ -342,4 +343,5 @@ TEST_P(StreamRegister, ReadsItsOwnPropertyInItsOwnWidth) {
 INSTANTIATE_TEST_SUITE_P(Rows, StreamRegister, testing::ValuesIn(std::begin(kRows) + kFirstRegister, std::end(kRows)),
                          [](const auto& row) { return std::string(row.param.name); });
 
+} // namespace stream_params
 } // namespace

@@ -15,13 +15,25 @@ CUsbEventParamsImpl* CUsbEventParamsImpl::Create(const GenICam::gcstring& name) 
 }
 
 CUsbEventParamsImpl::CUsbEventParamsImpl(const GenICam::gcstring& name) : CNodeMap(name) {
-    NameNodes();
     SetMapProperties();
+    NameNodes();
     SetNodeProperties();
     FinishNodes();
 }
 
 CUsbEventParamsImpl::~CUsbEventParamsImpl() = default;
+
+void CUsbEventParamsImpl::SetMapProperties() {
+    SetProperty("StandardNameSpace", "None");
+    SetProperty("ModelName", "UsbEventParams");
+    SetProperty("VendorName", "Vandrel");
+    SetProperty("ToolTip", "Interface to the TavixUsb Event Grabber parameters");
+    SetProperty("SchemaMajorVersion", "1");
+    SetProperty("SchemaMinorVersion", "0");
+    SetProperty("SchemaSubMinorVersion", "0");
+    SetProperty("ProductGuid", "D47B1E90-6C2F-4A35-93D8-0BE5F6A8127C");
+    SetProperty("VersionGuid", "72C95F0A-E8B3-41D6-8F47-A36D1C0E9B54");
+}
 
 void CUsbEventParamsImpl::NameNodes() {
     RegisterNode(m_Root, "Category", "Root", "Custom");
@@ -46,18 +58,6 @@ void CUsbEventParamsImpl::NameNodes() {
     RegisterNode(m_TransferLoopThreadPriority_Max, "IntReg", "TransferLoopThreadPriority_Max", "Custom");
     RegisterNode(m_TransferLoopThreadPriority_Min, "IntReg", "TransferLoopThreadPriority_Min", "Custom");
     RegisterNode(m_GenerateNumTestEvents_Value, "IntReg", "GenerateNumTestEvents_Value", "Custom");
-}
-
-void CUsbEventParamsImpl::SetMapProperties() {
-    SetProperty("StandardNameSpace", "None");
-    SetProperty("ModelName", "UsbEventParams");
-    SetProperty("VendorName", "Vandrel");
-    SetProperty("ToolTip", "Interface to the TavixUsb Event Grabber parameters");
-    SetProperty("SchemaMajorVersion", "1");
-    SetProperty("SchemaMinorVersion", "0");
-    SetProperty("SchemaSubMinorVersion", "0");
-    SetProperty("ProductGuid", "D47B1E90-6C2F-4A35-93D8-0BE5F6A8127C");
-    SetProperty("VersionGuid", "72C95F0A-E8B3-41D6-8F47-A36D1C0E9B54");
 }
 
 void CUsbEventParamsImpl::SetNodeProperties() {

@@ -18,8 +18,8 @@ private:
     explicit CUsbEventParamsImpl(const GenICam::gcstring& name);
     ~CUsbEventParamsImpl() override;
 
-    void NameNodes();
     void SetMapProperties();
+    void NameNodes();
     void SetNodeProperties();
     void FinishNodes();
 

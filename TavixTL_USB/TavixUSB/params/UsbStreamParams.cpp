@@ -15,13 +15,25 @@ CUsbStreamParamsImpl* CUsbStreamParamsImpl::Create(const GenICam::gcstring& name
 }
 
 CUsbStreamParamsImpl::CUsbStreamParamsImpl(const GenICam::gcstring& name) : CNodeMap(name) {
-    NameNodes();
     SetMapProperties();
+    NameNodes();
     SetNodeProperties();
     FinishNodes();
 }
 
 CUsbStreamParamsImpl::~CUsbStreamParamsImpl() = default;
+
+void CUsbStreamParamsImpl::SetMapProperties() {
+    SetProperty("StandardNameSpace", "None");
+    SetProperty("ModelName", "UsbStreamParams");
+    SetProperty("VendorName", "Vandrel");
+    SetProperty("ToolTip", "Interface to the TavixUsb Stream Grabber parameters");
+    SetProperty("SchemaMajorVersion", "1");
+    SetProperty("SchemaMinorVersion", "0");
+    SetProperty("SchemaSubMinorVersion", "0");
+    SetProperty("ProductGuid", "8E2D94B1-3A67-4D0F-B6C5-17F0E84A5D29");
+    SetProperty("VersionGuid", "1F6A03C7-95DE-4B82-A0E3-6C8D7B41F25E");
+}
 
 void CUsbStreamParamsImpl::NameNodes() {
     RegisterNode(m_Root, "Category", "Root", "Custom");
@@ -53,18 +65,6 @@ void CUsbStreamParamsImpl::NameNodes() {
     RegisterNode(m_TransferLoopThreadPriority_Value, "IntReg", "TransferLoopThreadPriority_Value", "Custom");
     RegisterNode(m_TransferLoopThreadPriority_Max, "IntReg", "TransferLoopThreadPriority_Max", "Custom");
     RegisterNode(m_TransferLoopThreadPriority_Min, "IntReg", "TransferLoopThreadPriority_Min", "Custom");
-}
-
-void CUsbStreamParamsImpl::SetMapProperties() {
-    SetProperty("StandardNameSpace", "None");
-    SetProperty("ModelName", "UsbStreamParams");
-    SetProperty("VendorName", "Vandrel");
-    SetProperty("ToolTip", "Interface to the TavixUsb Stream Grabber parameters");
-    SetProperty("SchemaMajorVersion", "1");
-    SetProperty("SchemaMinorVersion", "0");
-    SetProperty("SchemaSubMinorVersion", "0");
-    SetProperty("ProductGuid", "8E2D94B1-3A67-4D0F-B6C5-17F0E84A5D29");
-    SetProperty("VersionGuid", "1F6A03C7-95DE-4B82-A0E3-6C8D7B41F25E");
 }
 
 void CUsbStreamParamsImpl::SetNodeProperties() {

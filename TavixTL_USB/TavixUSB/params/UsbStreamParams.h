@@ -20,8 +20,8 @@ private:
     explicit CUsbStreamParamsImpl(const GenICam::gcstring& name);
     ~CUsbStreamParamsImpl() override;
 
-    void NameNodes();
     void SetMapProperties();
+    void NameNodes();
     void SetNodeProperties();
     void FinishNodes();
 

@@ -282,13 +282,13 @@ VxStatus CVxDevice::ProvideXmlFile(CXmlFile& file) {
 
 VxStatus CVxDevice::GetStream(CVxStream** ppStream) {
     const Call call("Device.GetStream");
-    *ppStream = call && Bus().hasStream ? &m_Impl->stream : nullptr;
+    *ppStream = Bus().hasStream ? &m_Impl->stream : nullptr; // a failure promises nothing about it
     return call.status;
 }
 
 VxStatus CVxDevice::GetEventStream(CVxEventStream** ppStream) {
     const Call call("Device.GetEventStream");
-    *ppStream = call && Bus().hasEvents ? &m_Impl->events : nullptr;
+    *ppStream = Bus().hasEvents ? &m_Impl->events : nullptr;
     return call.status;
 }
 

@@ -1,0 +1,53 @@
+#pragma once
+// What a step does and says: calls of the USB access library and the log lines of one category, in one list.
+
+#include "Base/GCException.h"
+#include "support/FakeVexlo.h"
+#include "support/LogLines.h"
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// Calls stand with their names, lines with level and text: "Stream.Open", "64 Opening ...". Listens from construction
+/// to destruction. Thread-safe.
+class Journal {
+public:
+    explicit Journal(std::string category) : m_Category(std::move(category)) {
+        FakeVexlo::Get().onCall = [this](const std::string& call) { Write(call); };
+    }
+    ~Journal() { FakeVexlo::Get().onCall = nullptr; }
+    Journal(const Journal&) = delete;
+    Journal& operator=(const Journal&) = delete;
+
+    std::vector<std::string> Of(const std::function<void()>& step) {
+        m_Entries.clear();
+        step();
+        const std::lock_guard<std::mutex> guard(m_Lock);
+        return m_Entries;
+    }
+
+private:
+    void Write(const std::string& entry) {
+        const std::lock_guard<std::mutex> guard(m_Lock);
+        m_Entries.push_back(entry);
+    }
+
+    const std::string m_Category;
+    mutable std::mutex m_Lock;
+    std::vector<std::string> m_Entries;
+    Tavix::LogSink m_Sink{[this](const char* category, unsigned int level, const char* text) {
+        if (category == m_Category) Write(std::to_string(level) + " " + text);
+    }};
+};
+
+/// The text of the GenICam exception that the step throws; empty when it throws none.
+inline std::string FailureOf(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const GenICam::GenericException& failure) {
+        return failure.GetDescription();
+    }
+    return {};
+}
