@@ -14,7 +14,8 @@ public:
     /// `wrapperName` selects the entry names; an unknown one translates nothing.
     CEnumerationWrapper(GenApi::IEnumeration* pEnumeration, const GenICam::gcstring& wrapperName);
 
-    GenApi::INode* GetNode() override { return m_pEnumeration->GetNode(); }
+    /// The node of the same object, so that code that goes from the value to its node and back keeps the names.
+    GenApi::INode* GetNode() override { return dynamic_cast<GenApi::INode*>(this); }
     GenICam::gcstring ToString(bool verify = false, bool ignoreCache = false) override;
     void FromString(const GenICam::gcstring& value, bool verify = true) override;
     bool IsValueCacheValid() const override { return m_pEnumeration->IsValueCacheValid(); }

@@ -19,8 +19,6 @@ public:
     CWrappedEnumeration(const CWrappedEnumeration&) = delete;
     CWrappedEnumeration& operator=(const CWrappedEnumeration&) = delete;
 
-    /// Stays on the wrapper, so that code that goes from the value to its node and back keeps the names.
-    GenApi::INode* GetNode() override { return this; }
     GenApi::EAccessMode GetAccessMode() const override { return GetEnumeration()->GetAccessMode(); }
     using CEnumerationWrapper::operator=;
 };

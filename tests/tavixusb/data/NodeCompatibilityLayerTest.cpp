@@ -111,6 +111,49 @@ TEST(NodeCompatibilityLayer, AnswersBothNamesOfTheLightSourceWithOneWrapper) {
     EXPECT_EQ(layer.GetNode("LightSourceSelector")->GetName(), "LightSourcePreset");
 }
 
+TEST(NodeCompatibilityLayer, AnswersTheLightSourceWithItsWrapperThoughTheCameraHasTheOlderName) {
+    support::DescribedMap map(Enumeration("LightSourcePreset") + Enumeration("LightSourceSelector"));
+    Tavix::CNodeCompatibilityLayer layer(map.Get());
+    EXPECT_EQ(layer.GetNode("LightSourceSelector"), layer.GetNode("LightSourcePreset"));
+}
+
+TEST(NodeCompatibilityLayer, LeavesTheLightSourceSelectorOfACameraWithoutPresetAlone) {
+    support::DescribedMap map(Enumeration("LightSourceSelector"));
+    EXPECT_EQ(Tavix::CNodeCompatibilityLayer(map.Get()).GetNode("LightSourceSelector"),
+              map->GetNode("LightSourceSelector"));
+}
+
+struct WrapperRow {
+    const char* name;
+    const char* current;
+    const char* older;
+};
+
+class WrapperOfLayer : public testing::TestWithParam<WrapperRow> {};
+
+TEST_P(WrapperOfLayer, HasTheEntryNamesOfItsNode) {
+    support::DescribedMap map(std::string("<Enumeration Name=\"") + GetParam().name + "\"><EnumEntry Name=\"" +
+                              GetParam().current + "\"><Value>1</Value></EnumEntry><Value>1</Value></Enumeration>");
+    Tavix::CNodeCompatibilityLayer layer(map.Get());
+    GenApi::CEnumerationPtr wrapper(layer.GetNode(GetParam().name));
+    EXPECT_EQ(wrapper->ToString(), GetParam().older);
+    EXPECT_NO_THROW(wrapper->FromString(GetParam().older));
+    EXPECT_EQ(wrapper->GetNode(), layer.GetNode(GetParam().name));
+    EXPECT_EQ(GenApi::CEnumerationPtr(map->GetNode(GetParam().name))->ToString(), GetParam().current);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllWrappers, WrapperOfLayer,
+                         testing::Values(WrapperRow{"AcquisitionStatusSelector", "FrameBurstTriggerWait",
+                                                    "AcquisitionTriggerWait"},
+                                         WrapperRow{"AutoFunctionProfile", "MinimizeGain", "GainMinimum"},
+                                         WrapperRow{"ChunkSelector", "Gain", "GainAll"},
+                                         WrapperRow{"EventNotification", "On", "GenICamEvent"},
+                                         WrapperRow{"EventSelector", "FrameBurstStart", "AcquisitionStart"},
+                                         WrapperRow{"LightSourcePreset", "Tungsten2800K", "Tungsten"},
+                                         WrapperRow{"LineSource", "FrameBurstTriggerWait", "AcquisitionTriggerWait"},
+                                         WrapperRow{"PixelFormat", "Mono1p", "Mono1Packed"},
+                                         WrapperRow{"TriggerSelector", "FrameBurstStart", "AcquisitionStart"}));
+
 TEST(NodeCompatibilityLayer, HasNoRowForARawTriggerDelay) {
     support::DescribedMap map(FloatWithAlias("TriggerDelay"));
     EXPECT_EQ(Tavix::CNodeCompatibilityLayer(map.Get()).GetNode("TriggerDelayRaw"), nullptr);

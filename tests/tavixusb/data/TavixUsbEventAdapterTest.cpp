@@ -91,6 +91,26 @@ TEST_F(EventAdapter, RefusesAnAcknowledge) {
     EXPECT_EQ(Refusal(message), kBad);
 }
 
+TEST_F(EventAdapter, RefusesAnyOtherCommand) {
+    for (const int command : {0x0000, 0x0C01, 0x0D00, 0x000C, 0x0800, 0xFFFF}) {
+        auto message = Message();
+        message[6] = static_cast<std::uint8_t>(command);
+        message[7] = static_cast<std::uint8_t>(command >> 8);
+        EXPECT_EQ(Refusal(message), kBad) << command;
+    }
+}
+
+TEST_F(EventAdapter, ReadsBothBytesOfTheLengthAndOfTheEventId) {
+    auto message = Message();
+    message[9] = 1;
+    EXPECT_EQ(Refusal(message), kBad) << "272 bytes of 16";
+    message.resize(12 + 0x110);
+    EXPECT_EQ(Refusal(message), "delivered");
+    EXPECT_EQ(map.Integer("Time"), 1000);
+    message[8] = 0x11;
+    EXPECT_EQ(Refusal(message), kBad) << "one byte too many";
+}
+
 TEST_F(EventAdapter, RefusesAnotherPrefix) {
     for (std::size_t i = 0; i < 4; ++i) {
         auto message = Message();
