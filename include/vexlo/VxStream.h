@@ -37,7 +37,11 @@ public:
         Property_TransferLoopThreadPriority = 0xA00,    ///< 4 bytes, read/write, signed: 0 ordinary, 1..99 real-time
         Property_TransferLoopThreadPriorityMax = 0xA08, ///< 4 bytes, read, signed
         Property_TransferLoopThreadPriorityMin = 0xA10, ///< 4 bytes, read, signed
-        Property_CopiedByteCount = 0xB00 ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
+        Property_CopiedByteCount = 0xB00, ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
+        /// 4 bytes, read/write: ms without any data, since the application wrote to the camera last, after which
+        /// smaller transfers are tried; 0: never. It matters until the camera has brought something with transfers of
+        /// this size.
+        Property_FirstDataTimeout = 0xC00
     };
 
     /// A completed buffer.

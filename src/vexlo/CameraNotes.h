@@ -3,6 +3,7 @@
 
 #include "vexlo/Mutex.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -22,10 +23,22 @@ public:
         const MutexLock lock(m_Lock);
         m_TransferLimits[camera] = size;
     }
+    /// Largest transfer that the camera has no trouble with, as far as is known; 0 when nothing is known.
+    std::uint32_t TrustedTransfer(const std::string& camera) const TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        const auto found = m_TrustedTransfers.find(camera);
+        return found == m_TrustedTransfers.end() ? 0 : found->second;
+    }
+    void TrustTransfers(const std::string& camera, std::uint32_t size) TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        std::uint32_t& trusted = m_TrustedTransfers[camera];
+        trusted = std::max(trusted, size);
+    }
 
 private:
     mutable Mutex m_Lock;
     std::map<std::string, std::uint32_t> m_TransferLimits TAVIX_GUARDED_BY(m_Lock);
+    std::map<std::string, std::uint32_t> m_TrustedTransfers TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace vexlo

@@ -61,6 +61,10 @@ public:
     RegisterAccess& Memory() { return m_Memory; }
     TransferPump& Pump() { return m_Pump; }
 
+    /// The application has written to the camera, be it in vain.
+    void NoteWrite() { m_LastWrite = std::chrono::steady_clock::now(); }
+    std::chrono::steady_clock::time_point LastWrite() const { return m_LastWrite; }
+
     /// Passes a status on; when it says that the camera is gone, the notifier hears of it.
     VxStatus Note(VxStatus status);
     /// From the notifier: whoever waits for transfers is told that none will come.
@@ -77,6 +81,8 @@ private:
     TransferPump m_Pump{*m_Handle};
     Bootstrap m_Bootstrap;
     RemovalNotifier::Token m_Token = 0;
+
+    std::atomic<std::chrono::steady_clock::time_point> m_LastWrite{std::chrono::steady_clock::time_point{}};
 };
 
 } // namespace vexlo

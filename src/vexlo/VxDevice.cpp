@@ -171,6 +171,7 @@ VxStatus CVxDevice::WriteMem(const void* buffer, unsigned long address, unsigned
     // The register may be a command: nothing that may have been executed is executed again.
     const VxStatus status =
         session->Memory().Write(address, {static_cast<const std::uint8_t*>(buffer), count}, Repeat::Never, done);
+    session->NoteWrite();
     return session->Note(m_Impl->statistics.NoteWrite(status));
 }
 

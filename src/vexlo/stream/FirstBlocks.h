@@ -11,13 +11,15 @@ class FirstBlocks {
 public:
     /// A block came. True, once, when it is time to try smaller transfers.
     bool Note(VxStatus status) {
-        if (m_Decided || status == VX_E_CANCELLED) return false;
+        if (m_Decided || status == VX_E_CANCELLED || status == VX_E_USB_NO_DEVICE) return false;
         if (!IsBroken(status)) {
             m_Decided = true;
             return false;
         }
         return m_Decided = ++m_Broken >= kMostBroken;
     }
+    /// Nothing more is to be learnt of those that come.
+    bool IsDecided() const { return m_Decided; }
 
 private:
     static constexpr unsigned int kMostBroken = 3;

@@ -65,6 +65,23 @@ void SessionHost::LimitTransfers(std::uint32_t size) {
     if (session && library) library->Notes().LimitTransfers(NameOf(session->Camera()), size);
 }
 
+std::uint32_t SessionHost::TrustedTransfer() {
+    const auto session = m_Sessions.Get();
+    const auto library = Library::Get();
+    return session && library ? library->Notes().TrustedTransfer(NameOf(session->Camera())) : 0;
+}
+
+void SessionHost::TrustTransfers(std::uint32_t size) {
+    const auto session = m_Sessions.Get();
+    const auto library = Library::Get();
+    if (session && library) library->Notes().TrustTransfers(NameOf(session->Camera()), size);
+}
+
+std::chrono::steady_clock::time_point SessionHost::LastWrite() {
+    const auto session = m_Sessions.Get();
+    return session ? session->LastWrite() : std::chrono::steady_clock::time_point{};
+}
+
 VxStatus SessionHost::ResetCamera() {
     const auto session = m_Sessions.Get();
     return session ? session->Note(session->Control().ResetCamera()) : VX_E_NOT_OPEN;

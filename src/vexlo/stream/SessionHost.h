@@ -20,6 +20,9 @@ public:
     std::size_t TransferMemoryLimit() override;
     std::uint32_t TransferLimit() override;
     void LimitTransfers(std::uint32_t size) override;
+    std::uint32_t TrustedTransfer() override;
+    void TrustTransfers(std::uint32_t size) override;
+    std::chrono::steady_clock::time_point LastWrite() override;
     VxStatus ResetCamera() override;
     void NoteStreaming(bool isOn) override;
     void ReportLost() override;

@@ -47,7 +47,7 @@ std::size_t DumpSize(const u3v::TransferPlan& plan) {
 StreamEngine::StreamEngine(const Parts& parts, const EngineSettings& settings)
     : m_Host(parts.host), m_Pool(parts.pool), m_Statistics(parts.statistics), m_Settings(settings),
       m_Handle(parts.handle), m_Registers(parts.host, parts.handle, settings.channel),
-      m_Budget(WishesOf(settings, settings.plan)) {
+      m_Budget(WishesOf(settings, settings.plan)), m_Silence(settings.silence) {
     UsePlan(settings.plan);
     m_Scan.role = PlannedTransfer::Role::Scan;
     m_Scan.usb.endpoint = settings.channel.endpoint;
@@ -86,6 +86,8 @@ StreamEngine::~StreamEngine() {
 void StreamEngine::Start() {
     m_Pool.Start([this] { m_Handle.WakeEvents(); });
     m_LeadsOff = true;
+    m_Silence.SwitchedOn(Clock::now());
+    if (IsNarrow() || LongestTransfer() <= m_Host.TrustedTransfer()) m_Silence.Ignore();
     SubmitMore();
     m_Thread = std::thread([this] { Run(); });
 }
@@ -144,7 +146,8 @@ void StreamEngine::Work() {
     }
     if (m_Stopping && m_InFlight.empty()) return;
     if (m_IsGone && m_InFlight.empty() && m_Mode != Mode::Dead) return Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
-    if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return Leave(Reason::Restart, VX_OK);
+    if (HearsNothing()) OnSilence();
+    if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return LeaveToNarrow();
     if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
     if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
@@ -164,11 +167,16 @@ void StreamEngine::WaitForWork() {
         return;
     }
     const bool retrySoon = m_Budget.IsShort() && m_InFlight.empty();
-    const usb::Result result = m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : kWaitMs);
+    const usb::Result result = m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : MostWaitMs());
     if (result == usb::Result::Ok || result == usb::Result::Interrupted) return;
     // Transfers end in HandleEvents only, so it must be tried again, but not without a pause.
     Lock lock(m_Mutex);
     m_Asked.wait_for(lock, kEventsRetry, isAsked);
+}
+
+unsigned int StreamEngine::MostWaitMs() const {
+    const auto patience = static_cast<unsigned int>(m_Silence.Patience().count());
+    return patience == 0 ? kWaitMs : std::min(kWaitMs, patience);
 }
 
 void StreamEngine::OnRequest() {
@@ -272,6 +280,7 @@ void StreamEngine::OnCompleted(usb::Transfer& transfer) {
     static_assert(std::is_standard_layout_v<PlannedTransfer>,
                   "a planned transfer begins with the one that the bus knows");
     reinterpret_cast<PlannedTransfer&>(transfer).done = true;
+    engine.m_Heard = true;
     engine.TakeFront();
 }
 

@@ -6,6 +6,7 @@
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/FirstBlocks.h"
 #include "vexlo/stream/PacketParser.h"
+#include "vexlo/stream/Silence.h"
 #include "vexlo/stream/StreamHost.h"
 #include "vexlo/stream/StreamRegisters.h"
 #include "vexlo/stream/StreamStatistics.h"
@@ -29,6 +30,7 @@ struct EngineSettings {
     std::uint32_t maxQueuedTransfers = 0;
     std::size_t memoryLimit = 0; ///< bytes that transfers of the whole system may use, 0: unknown
     int threadPriority = 0;
+    std::chrono::milliseconds silence{0}; ///< before the first block that is too long for a camera; 0: none is
 };
 
 ///   planned --a role does not fit--> reaping --place known--> planned
@@ -44,9 +46,9 @@ struct EngineSettings {
 /// pausing   The stream could not be switched on again; that is tried once more when the link has had time to recover
 ///           or its end to be known.
 ///
-/// A camera that halted its endpoint, a link that failed, and packets in which no block's end is found need more: the
-/// stream is switched off and on between reaping and planned. A camera that is gone ends the stream; all buffers
-/// complete as failed.
+/// A camera that halted its endpoint, a link that failed, packets in which no block's end is found, and transfers too
+/// large to bring anything need more: the stream is switched off and on between reaping and planned. A camera that is
+/// gone ends the stream; all buffers complete as failed.
 ///
 /// One thread does all this; the public operations only ask it to. They are thread-safe.
 class StreamEngine {
@@ -84,6 +86,7 @@ private:
     void Work();
     void OnRequest();
     void WaitForWork();
+    unsigned int MostWaitMs() const;
     void SetPriority() const;
     void UsePlan(const u3v::TransferPlan& plan);
     void ForgetTransfers();
@@ -125,8 +128,16 @@ private:
     void RestartSoon();
     void Restart();
     VxStatus SwitchOnAgain();
-    VxStatus Narrow();
+
+    // Whether blocks come at all with transfers of this size.
+    std::uint32_t LongestTransfer() const;
     bool IsNarrow() const;
+    bool HearsNothing();
+    void OnSilence();
+    void LeaveToNarrow();
+    VxStatus Narrow();
+    void NoteFirstBlock(VxStatus status);
+    void OnFirstWhole();
     void Die(VxStatus status);
     void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
 
@@ -172,6 +183,9 @@ private:
     PlannedTransfer m_Scan;
     FirstBlocks m_FirstBlocks;
     bool m_NarrowIsDue = false; // smaller transfers are to be tried
+    Silence m_Silence;
+    bool m_Heard = false;         // a transfer has ended
+    std::uint32_t m_SilentAt = 0; // size of the transfers that brought nothing, while smaller ones are tried
     unsigned int m_RestartsInARow = 0;
     VxStatus m_RestartReason = VX_E_USB_IO;
     bool m_IsGone = false; // a transfer could not be queued for want of a camera

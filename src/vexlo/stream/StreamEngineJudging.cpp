@@ -123,7 +123,7 @@ void StreamEngine::FinishBlock(BlockSlot& slot, const BlockEvidence& evidence) {
 
 void StreamEngine::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
     m_Statistics.Count(result.Status, result.BlockId);
-    if (m_FirstBlocks.Note(result.Status)) m_NarrowIsDue = !IsNarrow();
+    if (!m_FirstBlocks.IsDecided()) NoteFirstBlock(result.Status);
     m_Pool.Complete(buffer, result);
 }
 

@@ -17,7 +17,6 @@ constexpr unsigned int kRestartsUntilHalt = 3; ///< setting a halt is no first r
 constexpr std::chrono::milliseconds kShortestPause{10};
 constexpr std::chrono::milliseconds kLongestPause{250};
 constexpr std::size_t kFewestScanPackets = 64;
-constexpr std::uint32_t kNarrowTransfer = 64u << 10;
 
 bool BeginsBlock(const PlannedTransfer& transfer) {
     return transfer.role == PlannedTransfer::Role::Leader;
@@ -217,24 +216,9 @@ VxStatus StreamEngine::SwitchOnAgain() {
     if (const VxStatus status = m_Registers.Program(m_Plan)) return status;
     m_Mode = Mode::Planned;
     m_LeadsOff = true;
+    m_Silence.SwitchedOn(Clock::now());
     SubmitMore();
     return m_Mode == Mode::Planned ? m_Registers.Enable() : VX_E_USB_IO;
-}
-
-bool StreamEngine::IsNarrow() const {
-    return (m_Plan.payloadCount == 0 || m_Plan.payloadSize <= kNarrowTransfer) && m_Plan.final1Size <= kNarrowTransfer;
-}
-
-/// Smaller transfers, which every camera can do, from now on and the next time too.
-VxStatus StreamEngine::Narrow() {
-    u3v::TransferPlan plan;
-    if (const VxStatus status = m_Registers.MakePlan({kNarrowTransfer, {}}, plan)) return status;
-    Log(Tavix::kLogWarning, "No block came whole with transfers of %u bytes; the camera is given %u bytes from now on",
-        std::max(m_Plan.payloadCount == 0 ? 0 : m_Plan.payloadSize, m_Plan.final1Size), kNarrowTransfer);
-    m_NarrowIsDue = false;
-    m_Host.LimitTransfers(kNarrowTransfer);
-    UsePlan(plan);
-    return VX_OK;
 }
 
 void StreamEngine::Die(VxStatus status) {

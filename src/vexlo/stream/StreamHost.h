@@ -4,6 +4,7 @@
 #include "usb/Backend.h"
 #include "vexlo/Status.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -35,6 +36,12 @@ public:
     /// known.
     virtual std::uint32_t TransferLimit() = 0;
     virtual void LimitTransfers(std::uint32_t size) = 0;
+    /// Largest transfer whose size was found not to be why nothing comes, now or in an earlier run; 0 when nothing is
+    /// known.
+    virtual std::uint32_t TrustedTransfer() = 0;
+    virtual void TrustTransfers(std::uint32_t size) = 0;
+    /// When the application wrote to the camera last; long ago when it has not.
+    virtual std::chrono::steady_clock::time_point LastWrite() = 0;
     /// Resets the camera's port, as a last resort. Everything that it was told is forgotten, and handles of OpenHandle
     /// have lost their claims. VX_E_USB_NO_DEVICE when it came back as another one.
     [[nodiscard]] virtual VxStatus ResetCamera() = 0;

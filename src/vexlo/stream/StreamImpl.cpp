@@ -121,6 +121,7 @@ VxStatus CVxStream::Impl::TryEngine(StreamRegisters& registers) {
         Guard guard(m_SettingsMutex);
         settings.maxQueuedTransfers = m_Settings.maxQueuedUrbs;
         settings.threadPriority = m_Settings.threadPriority;
+        settings.silence = std::chrono::milliseconds(m_Settings.firstDataTimeout);
     }
     try {
         auto engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);

@@ -62,6 +62,8 @@ VxStatus CVxStream::Impl::GetProperty(EPropertyValue id, void* buffer, unsigned 
         return Give(StreamSettings::kLowestPriority, buffer, size);
     case Id::Property_CopiedByteCount:
         return Give(statistics.copiedBytes.load(), buffer, size);
+    case Id::Property_FirstDataTimeout:
+        return Give(m_Settings.firstDataTimeout, buffer, size);
     }
     return VX_E_INVALID_PROPERTY;
 }
@@ -79,6 +81,9 @@ VxStatus CVxStream::Impl::SetProperty(EPropertyValue id, const void* buffer, uns
     case Id::Property_TransferLoopThreadPriority:
         return Take(buffer, size, StreamSettings::kLowestPriority, StreamSettings::kHighestPriority,
                     m_Settings.threadPriority);
+    case Id::Property_FirstDataTimeout:
+        return Take<std::uint32_t>(buffer, size, 0, StreamSettings::kLongestFirstDataTimeout,
+                                   m_Settings.firstDataTimeout);
     default:
         return VX_E_INVALID_PROPERTY;
     }

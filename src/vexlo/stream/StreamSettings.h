@@ -12,12 +12,14 @@ struct StreamSettings {
     /// use of depends on its blocks and on the system's memory, see SuitableTransferSize.
     static constexpr std::uint32_t kLargestTransfer = 4u << 20;
     static constexpr std::uint32_t kTransferIncrement = 1u << 10;
+    static constexpr std::uint32_t kLongestFirstDataTimeout = 3600000;
     static constexpr std::int32_t kLowestPriority = 0; ///< ordinary scheduling
     static constexpr std::int32_t kHighestPriority = 99;
 
     std::uint32_t maxQueuedUrbs = 64;
     std::uint32_t maxTransferSize = kLargestTransfer;
     std::int32_t threadPriority = 0;
+    std::uint32_t firstDataTimeout = 3000;
 };
 
 } // namespace vexlo

@@ -34,6 +34,7 @@ EngineBench::EngineBench(const Sizes& wanted) : sizes(wanted), plan(MakePlan(wan
     settings.plan = plan;
     settings.maxBuffers = sizes.buffers;
     settings.maxQueuedTransfers = sizes.maxQueued;
+    settings.silence = sizes.silence;
     engine = std::make_unique<StreamEngine>(StreamEngine::Parts{camera, bus, pool, statistics}, settings);
 }
 

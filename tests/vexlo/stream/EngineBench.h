@@ -24,6 +24,7 @@ struct Sizes {
     std::size_t buffers = 4;
     std::size_t bufferSize = 0; ///< 0: as large as the payload
     std::uint32_t maxQueued = 64;
+    std::chrono::milliseconds silence{0}; ///< before the first block that is too long; 0: none is
 };
 
 /// Its destructor stops the engine and checks what must hold after every run: each queued buffer came back once,

@@ -6,6 +6,7 @@
 #include "vexlo/stream/StreamHost.h"
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <utility>
@@ -117,6 +118,8 @@ public:
     std::size_t memoryLimit = 0; ///< of the system
     std::atomic<int> streaming{0};
     std::atomic<std::uint32_t> transferLimit{UINT32_MAX};
+    std::atomic<std::uint32_t> trustedTransfer{0};
+    std::atomic<std::chrono::steady_clock::time_point> lastWrite{std::chrono::steady_clock::time_point{}};
 
     [[nodiscard]] VxStatus OpenHandle(std::unique_ptr<usb::Handle>& handle) override {
         handle = std::make_unique<BusHandle>(m_Bus);
@@ -139,6 +142,9 @@ public:
     }
     std::uint32_t TransferLimit() override { return transferLimit; }
     void LimitTransfers(std::uint32_t size) override { transferLimit = size; }
+    std::uint32_t TrustedTransfer() override { return trustedTransfer; }
+    void TrustTransfers(std::uint32_t size) override { trustedTransfer = size; }
+    std::chrono::steady_clock::time_point LastWrite() override { return lastWrite; }
     void NoteStreaming(bool isOn) override { streaming += isOn ? 1 : -1; }
     void ReportLost() override {
         const std::lock_guard<std::mutex> lock(m_Mutex);

@@ -14,6 +14,8 @@ TEST(FirstBlocks, AskForSmallerTransfersAfterThreeBrokenOnes) {
     FirstBlocks blocks;
     EXPECT_FALSE(blocks.Note(VX_E_INCOMPLETE));
     EXPECT_FALSE(blocks.Note(VX_E_CANCELLED));
+    EXPECT_FALSE(blocks.Note(VX_E_USB_NO_DEVICE));
+    EXPECT_FALSE(blocks.IsDecided());
     EXPECT_FALSE(blocks.Note(VX_E_USB_OVERFLOW));
     EXPECT_TRUE(blocks.Note(VX_E_BAD_TRAILER));
     EXPECT_FALSE(blocks.Note(VX_E_BAD_TRAILER)) << "once only";
@@ -29,10 +31,37 @@ TEST(FirstBlocks, AreContentWithOneThatCameWhole) {
     }
 }
 
+TEST(Silence, IsTooLongFromTheLatestOfStartTransferAndWriteOn) {
+    using std::chrono::milliseconds;
+    const Silence::Clock::time_point start{std::chrono::hours(1)};
+    Silence silence(milliseconds(100));
+    silence.SwitchedOn(start);
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(500), start - milliseconds(1))) << "nobody wrote anything";
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(119), start + milliseconds(20)));
+    EXPECT_TRUE(silence.IsTooLong(start + milliseconds(120), start + milliseconds(20)));
+    silence.Break(start + milliseconds(50));
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(149), start + milliseconds(20)));
+    EXPECT_TRUE(silence.IsTooLong(start + milliseconds(150), start + milliseconds(20)));
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(150), start + milliseconds(51)));
+    silence.SwitchedOn(start + milliseconds(200));
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(299), start + milliseconds(20)));
+    EXPECT_TRUE(silence.IsTooLong(start + milliseconds(300), start + milliseconds(20))) << "the write counts still";
+    silence.Ignore();
+    EXPECT_FALSE(silence.IsTooLong(start + milliseconds(300), start + milliseconds(20)));
+}
+
+TEST(Silence, OfNoPatienceIsNeverTooLong) {
+    Silence silence(std::chrono::milliseconds(0));
+    silence.SwitchedOn(Silence::Clock::now());
+    EXPECT_TRUE(silence.IsIgnored());
+    EXPECT_FALSE(silence.IsTooLong(Silence::Clock::now() + std::chrono::hours(1), Silence::Clock::now()));
+}
+
 /// A stream of one transfer a block, and the same in transfers of 64 KiB.
 class Narrow : public testing::Test {
 protected:
-    Narrow() {
+    explicit Narrow(std::chrono::milliseconds silence = {})
+        : bench({kNarrowPayload, 1 << 20, 1024, 4, 0, 64, silence}) {
         u3v::TransferNeeds needs;
         needs.payloadSize = kNarrowPayload;
         needs.packetSize = 1024;
@@ -59,7 +88,7 @@ protected:
         return longest;
     }
 
-    EngineBench bench{{kNarrowPayload, 1 << 20, 1024}};
+    EngineBench bench;
     u3v::TransferPlan narrow;
 };
 
@@ -115,6 +144,114 @@ TEST_F(Narrow, TransfersAreWaitedForWhenTheSizesCannotBeRead) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(bench.NextAndQueue().Status, VX_E_INCOMPLETE);
     bench.ExpectGood(0);
+}
+
+/// Cameras of which nothing comes at all, or nothing more.
+class SilentNarrow : public Narrow {
+protected:
+    SilentNarrow() : Narrow(kPatience) {}
+
+    /// The application starts the acquisition.
+    void Write() { bench.camera.lastWrite = std::chrono::steady_clock::now(); }
+    /// Much more time than a camera is given passes.
+    void LetTimePass() {
+        const auto end = std::chrono::steady_clock::now() + 4 * kPatience;
+        ASSERT_TRUE(bench.bus.WaitFor([&] {
+            bench.bus.WakeEvents(); // the engine looks at the clock each time
+            return std::chrono::steady_clock::now() >= end;
+        }));
+    }
+    static constexpr std::chrono::milliseconds kPatience{40};
+    static constexpr std::uint32_t kWide = 299008; // all of the payload but its tail
+};
+
+TEST_F(SilentNarrow, TransfersAreTriedWhenNothingCame) {
+    StartSettled();
+    Write();
+    for (std::uint64_t id = 0; id < 4; ++id)
+        bench.ExpectGood(id);
+    EXPECT_EQ(bench.camera.transferLimit, 64u << 10) << "for the next time";
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+    EXPECT_EQ(bench.statistics.failedBuffers, 0u) << "no block had begun";
+    EXPECT_EQ(bench.statistics.resynchronizations, 1u);
+}
+
+TEST_F(SilentNarrow, TransfersAreTriedWhenNothingFollowsALeader) {
+    StartSettled();
+    Write();
+    bench.bus.Send({Leader(0, kNarrowPayload)});
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_INCOMPLETE);
+    for (std::uint64_t id = 0; id < 4; ++id)
+        bench.ExpectGood(id);
+    EXPECT_EQ(bench.camera.transferLimit, 64u << 10);
+    EXPECT_EQ(bench.statistics.failedBuffers, 1u);
+}
+
+TEST_F(SilentNarrow, TransfersAreTriedWhenTheFirstBlockBrokeOff) {
+    StartSettled();
+    Write();
+    bench.bus.Send(Broken(0));
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_INCOMPLETE);
+    bench.ExpectGood(0);
+    EXPECT_EQ(bench.camera.transferLimit, 64u << 10);
+}
+
+TEST_F(SilentNarrow, TransfersAreTriedOnceAndChangeNothingForACameraThatWaits) {
+    bench.camera.OnEnable({});
+    StartSettled();
+    Write();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.camera.trustedTransfer != 0; }));
+    EXPECT_EQ(bench.camera.trustedTransfer, kWide) << "nor is it tried the next time";
+    LetTimePass();
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+    bench.bus.Send(Block(0, narrow)); // its trigger
+    bench.ExpectGood(0);
+    EXPECT_EQ(bench.camera.transferLimit, UINT32_MAX);
+    EXPECT_EQ(bench.statistics.failedBuffers, 0u);
+}
+
+TEST_F(SilentNarrow, TransfersAreNotTriedBeforeTheApplicationStartsTheAcquisition) {
+    StartSettled();
+    LetTimePass();
+    EXPECT_EQ(bench.camera.TimesEnabled(), 0u);
+}
+
+TEST_F(SilentNarrow, TransfersAreNotTriedWithoutBuffers) {
+    bench.StartWithoutBuffers();
+    Write();
+    LetTimePass();
+    EXPECT_EQ(bench.camera.TimesEnabled(), 0u);
+    bench.QueueAll();
+    bench.ExpectGood(0);
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+}
+
+TEST_F(SilentNarrow, TransfersAreNotTriedForACameraThatIsKnownToDoBetter) {
+    bench.camera.trustedTransfer = kWide;
+    StartSettled();
+    Write();
+    LetTimePass();
+    EXPECT_EQ(bench.camera.TimesEnabled(), 0u);
+}
+
+TEST_F(SilentNarrow, TransfersAreStillInDoubtWhenTheCameraGoes) {
+    StartSettled();
+    Write();
+    bench.bus.Unplug();
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(bench.Next().Status, VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(bench.camera.trustedTransfer, 0u);
+    EXPECT_EQ(bench.camera.transferLimit, UINT32_MAX);
+}
+
+TEST_F(SilentNarrow, TransfersAreNotTriedAfterOneWholeBlock) {
+    StartSettled();
+    Write();
+    bench.bus.Send(bench.Good(0));
+    bench.ExpectGood(0);
+    EXPECT_EQ(bench.camera.trustedTransfer, kWide);
+    LetTimePass();
+    EXPECT_EQ(bench.camera.TimesEnabled(), 0u);
 }
 
 TEST(WideEnough, TransfersStayAsTheyAre) {

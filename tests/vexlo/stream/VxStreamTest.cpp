@@ -255,10 +255,11 @@ TEST_F(VxStreamTest, ToleratesEveryOperationFromEveryThreadAtAnyTime) {
 
 TEST_F(VxStreamTest, HasPropertiesWithWidthsAndLimits) {
     using S = CVxStream;
-    for (const auto id : {S::Property_NumMaxQueuedUrbs, S::Property_MaxTransferSize, S::Property_MaxTransferSizeMax,
-                          S::Property_MaxTransferSizeMin, S::Property_MaxTransferSizeInc,
-                          S::Property_LastFailedBufferStatus, S::Property_TransferLoopThreadPriority,
-                          S::Property_TransferLoopThreadPriorityMax, S::Property_TransferLoopThreadPriorityMin}) {
+    for (const auto id :
+         {S::Property_NumMaxQueuedUrbs, S::Property_MaxTransferSize, S::Property_MaxTransferSizeMax,
+          S::Property_MaxTransferSizeMin, S::Property_MaxTransferSizeInc, S::Property_LastFailedBufferStatus,
+          S::Property_TransferLoopThreadPriority, S::Property_TransferLoopThreadPriorityMax,
+          S::Property_TransferLoopThreadPriorityMin, S::Property_FirstDataTimeout}) {
         std::uint64_t value = 0;
         EXPECT_EQ(stream->GetProperty(id, &value, 4), VX_OK) << std::hex << id;
         EXPECT_EQ(stream->GetProperty(id, &value, 8), VX_E_INVALID_SIZE) << std::hex << id;
@@ -288,6 +289,9 @@ TEST_F(VxStreamTest, KeepsSettingsWithinTheirLimits) {
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, least - 1), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, most + 1), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, least), VX_OK);
+    EXPECT_EQ(Get<std::uint32_t>(S::Property_FirstDataTimeout), 3000u);
+    EXPECT_EQ(Set<std::uint32_t>(S::Property_FirstDataTimeout, 3600001), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(Set<std::uint32_t>(S::Property_FirstDataTimeout, 0), VX_OK);
     EXPECT_EQ(Set<std::int32_t>(S::Property_TransferLoopThreadPriority, -1), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::int32_t>(S::Property_TransferLoopThreadPriority, 100), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::int32_t>(S::Property_TransferLoopThreadPriority, 0), VX_OK);
