@@ -29,6 +29,7 @@ public:
         Property_LastErrorStatus = 0x600,            ///< 4 bytes, read: status of the last failed read or write
         Property_ControlTimeout = 0x700,             ///< 4 bytes, read/write: floor of the control timeout in ms
         Property_ConnectTimeout = 0x800,             ///< 4 bytes, read/write: patience of Open with silent cameras, ms
+        Property_WriteTimeout = 0x900,               ///< 4 bytes, read/write: the same floor for WriteMem, in ms
         Property_CustomRequestId = 0xAFFE0000,       ///< 1 byte, read/write: bRequest of a custom control request
         Property_CustomRequestValue = 0xAFFE0100,    ///< 2 bytes, read/write: wValue
         Property_CustomRequestIndex = 0xAFFE0200,    ///< 2 bytes, read/write: wIndex

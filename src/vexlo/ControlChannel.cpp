@@ -43,7 +43,8 @@ bool IsDeviceBusy(VxStatus status) {
 ControlChannel::ControlChannel(usb::Handle& handle, const u3v::Endpoint& out, const u3v::Endpoint& in,
                                Counters& counters, const ControlTiming& timing)
     : m_Handle(handle), m_Out(out), m_In(in), m_Counters(counters), m_Timing(timing),
-      m_Floor(static_cast<std::uint32_t>(timing.floor.count())), m_MaxRead(0), m_MaxWrite(0) {
+      m_Floor(static_cast<std::uint32_t>(timing.floor.count())),
+      m_LastingFloor(static_cast<std::uint32_t>(timing.lastingFloor.count())), m_MaxRead(0), m_MaxWrite(0) {
     SetLimits(0, 0);
 }
 
@@ -149,7 +150,9 @@ ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::By
     exchange.command = {m_Command.data(), *size};
     exchange.expectedAck = u3v::kWriteMemAck;
     exchange.largestAck = u3v::control::kWriteMemAckSize;
-    exchange.patience = repeat == Repeat::Never ? std::max(Timeout(), m_Timing.lastingFloor) : Timeout();
+    exchange.patience = Timeout();
+    if (repeat == Repeat::Never)
+        exchange.patience = std::max(Timeout(), ControlTiming::Duration(m_LastingFloor.load()));
     exchange.count = data.size;
     return Run(exchange);
 }

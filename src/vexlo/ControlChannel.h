@@ -18,7 +18,7 @@ struct ControlTiming {
     using Duration = std::chrono::milliseconds;
     Duration floor{500};           ///< least time for an answer; a setting
     Duration streamingFloor{2000}; ///< the same while a stream may keep the link busy
-    Duration lastingFloor{3000};   ///< the same for what may be a lasting change, and cannot be asked for again
+    Duration lastingFloor{3000};   ///< the same for a lasting change that cannot be asked for again; a setting
     Duration ceiling{5000};        ///< most of what a camera states as its response time is believed up to here
     Duration margin{100};          ///< added to what the camera states
     Duration pendingLimit{30000};  ///< whole time for one command, however often the camera asks for more
@@ -65,6 +65,7 @@ public:
     void SetResponseTime(std::uint32_t milliseconds) { m_ResponseTime = milliseconds; }
     void SetLimits(std::uint32_t maxCommand, std::uint32_t maxAcknowledge) TAVIX_EXCLUDES(m_Lock);
     void SetFloor(std::uint32_t milliseconds) { m_Floor = milliseconds; }
+    void SetLastingFloor(std::uint32_t milliseconds) { m_LastingFloor = milliseconds; }
     /// A stream of the camera runs from now on, or does no more.
     void StreamStarts() { ++m_Streams; }
     void StreamEnds() { --m_Streams; }
@@ -126,6 +127,7 @@ private:
 
     std::atomic<std::uint32_t> m_ResponseTime{0};
     std::atomic<std::uint32_t> m_Floor;
+    std::atomic<std::uint32_t> m_LastingFloor;
     std::atomic<int> m_Streams{0};
     std::atomic<std::size_t> m_MaxRead;
     std::atomic<std::size_t> m_MaxWrite;

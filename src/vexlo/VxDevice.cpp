@@ -194,6 +194,8 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
     const MutexLock lock(m_Impl->lock);
     if (id == Property_ControlTimeout)
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.floor.count()), buffer, size);
+    if (id == Property_WriteTimeout)
+        return GetValue(static_cast<std::uint32_t>(m_Impl->timing.lastingFloor.count()), buffer, size);
     if (id == Property_ConnectTimeout)
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.connectLimit.count()), buffer, size);
     return m_Impl->request.Get(id, buffer, size);
@@ -202,13 +204,15 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
 VxStatus CVxDevice::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
     const MutexLock lock(m_Impl->lock);
     const auto session = m_Impl->session.Get();
-    if (id == Property_ControlTimeout) {
+    if (id == Property_ControlTimeout || id == Property_WriteTimeout) {
         std::uint32_t floor = 0;
         const VxStatus status = SetValue(floor, buffer, size);
         if (status != VX_OK) return status;
         if (floor < kShortestFloor || floor > kLongestFloor) return VX_E_INVALID_PARAMETER;
-        m_Impl->timing.floor = std::chrono::milliseconds(floor);
-        if (session) session->Control().SetFloor(floor);
+        const bool isForWrites = id == Property_WriteTimeout;
+        (isForWrites ? m_Impl->timing.lastingFloor : m_Impl->timing.floor) = std::chrono::milliseconds(floor);
+        if (session && isForWrites) session->Control().SetLastingFloor(floor);
+        if (session && !isForWrites) session->Control().SetFloor(floor);
         return VX_OK;
     }
     if (id == Property_ConnectTimeout) {

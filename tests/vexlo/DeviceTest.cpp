@@ -144,6 +144,18 @@ TEST_F(SilentDevice, IsWaitedForAsLongAsTheSettingSays) {
     EXPECT_EQ(camera.Resets(), 0u);
 }
 
+TEST_F(Device, TakesTimeoutsWithinTheirLimits) {
+    for (const auto id : {CVxDevice::Property_ControlTimeout, CVxDevice::Property_WriteTimeout}) {
+        for (const std::uint32_t wrong : {9u, 60001u})
+            EXPECT_EQ(device->SetProperty(id, &wrong, 4), VX_E_INVALID_PARAMETER);
+        const std::uint32_t right = 1000 + id;
+        EXPECT_EQ(device->SetProperty(id, &right, 4), VX_OK);
+        EXPECT_EQ(device->SetProperty(id, &right, 8), VX_E_INVALID_SIZE);
+    }
+    EXPECT_EQ((Property<std::uint32_t>(*device, CVxDevice::Property_ControlTimeout)), 1000u + 0x700);
+    EXPECT_EQ((Property<std::uint32_t>(*device, CVxDevice::Property_WriteTimeout)), 1000u + 0x900);
+}
+
 TEST_F(Device, SwitchesOffWhatAPredecessorLeftRunning) {
     camera.Set32(kSirm + 4, 1);
     camera.Set32(kEirm, 1);
