@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 namespace usbfs {
@@ -33,6 +34,12 @@ const char* SpeedText(usb::Speed speed) {
         break;
     }
     return "unknown";
+}
+
+/// Where claims are shared with other processes; empty when they are not.
+std::string LockName(const std::string& port) {
+    const char* const folder = std::getenv("TAVIX_USBFS_CLAIMS");
+    return folder == nullptr ? std::string() : std::string(folder) + "/" + port + "-";
 }
 
 } // namespace
@@ -107,7 +114,7 @@ bool Port::PlugNow() {
         const Lock lock = LockAlone();
         if (m_Present) return true;
         ++m_Generation;
-        m_Claims = Claims();
+        m_Claims = Claims(LockName(m_Name));
         m_Gone = false;
         for (const auto& [interface, driver] : m_Settings.drivers)
             m_Claims.BindDriver(interface, driver);
@@ -253,6 +260,7 @@ bool Port::Request(std::uint8_t type, std::uint8_t request, unsigned int value, 
 int Port::SelectConfiguration(OpenFile& file, int value) {
     const Lock lock = LockAlone();
     if (!file.IsConnected()) return ENODEV;
+    if (m_Claims.IsAnyHeld()) return EBUSY;
     if (!m_Configuration.Select(value)) return EINVAL;
     return Request(0x00, kSetConfigurationRequest, static_cast<unsigned int>(value), 0) ? 0 : EPIPE;
 }

@@ -1,5 +1,6 @@
 // Makes a library to preload: LD_PRELOAD=libusbfscameras.so TAVIX_USBFS_CAMERAS=2 program. The program finds the
-// virtual cameras through its own unmodified libusb, and nothing else on the bus.
+// virtual cameras through its own unmodified libusb, and nothing else on the bus. Each process has cameras of its own;
+// with TAVIX_USBFS_CLAIMS=folder they cannot be claimed by two processes at once.
 #include "support/usbfs/VirtualCamera.h"
 
 #include <cstdio>
