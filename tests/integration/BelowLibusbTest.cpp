@@ -1,6 +1,6 @@
 // What happens on the bus itself, below the real libusb: cameras that come and go at the worst moments, others who hold
 // them, missing rights, and an event channel that misbehaves.
-#include "GrabRun.h"
+#include "GoodFrames.h"
 #include "VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
@@ -39,14 +39,6 @@ bool Eventually(Condition condition) {
 void ExpectNothingLeft() {
     EXPECT_EQ(usbfs::Bus::Instance().OpenFileCount(), 0u);
     EXPECT_EQ(usbfs::Bus::Instance().Memory().Used(), 0u);
-}
-
-void ExpectGoodFrames(Tavix::ITavixDevice& camera) {
-    GrabRun run(camera);
-    run.Start();
-    for (const Frame& frame : run.Next(5))
-        EXPECT_TRUE(frame.result.Succeeded()) << frame.result.GetErrorDescription().c_str();
-    run.Stop();
 }
 
 // --- coming and going

@@ -1,5 +1,5 @@
 // Cameras with ways of their own, and what an application may expect of them.
-#include "GrabRun.h"
+#include "GoodFrames.h"
 #include "VirtualBus.h"
 
 #include <gtest/gtest.h>
@@ -21,14 +21,6 @@ std::string Registers(const std::string& members) {
 
 std::string Faults(const std::string& members) {
     return CameraWith("\"faults\": {" + members + "}");
-}
-
-void ExpectGoodFrames(Tavix::ITavixDevice& camera, std::size_t count = 5) {
-    GrabRun run(camera);
-    run.Start();
-    for (const Frame& frame : run.Next(count))
-        ASSERT_TRUE(frame.result.Succeeded()) << frame.result.GetErrorDescription().c_str();
-    run.Stop();
 }
 
 /// What a call takes, in seconds.
