@@ -5,6 +5,8 @@
 
 #include "core/LogSink.h"
 
+#include <vexlo/Status.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -101,6 +103,36 @@ TEST(Removal, DuringAGrabEndsWithFailedBuffersAndACallback) {
     EXPECT_EQ(calls, 1);
     EXPECT_TRUE(camera->IsOpen());
     EXPECT_NE(ErrorOf([&] { run.Stop(); }), "");
+}
+
+/// For a while before the removal is known the bus reports line errors.
+TEST(Removal, ThatBeginsWithLineErrorsIsOneRemovalToo) {
+    VirtualBus bus(OneCamera(R"("faults": {"stream": [{"fault": "Unplug", "frame": 8}], "unplugErrorsMs": 150})"));
+    auto camera = bus.Open();
+    std::atomic<int> calls{0};
+    auto callback = Tavix::MakeCallback<Tavix::ITavixDevice*>([&](Tavix::ITavixDevice*) { ++calls; });
+    camera->RegisterRemovalCallback(callback);
+    GrabRun run(*camera);
+    ErrorOf([&] { run.Start(); });
+    unsigned int good = 0;
+    std::set<void*> back;
+    vexlo::VxStatus last = vexlo::VX_OK;
+    // Each buffer comes back, failed, and cannot be queued again once the camera is known to be gone.
+    while (back.size() < 6) {
+        const Frame frame = run.Next(GrabRun::Then::Keep);
+        ASSERT_NE(frame.result.Status(), Tavix::_UndefinedGrabStatus) << "only " << back.size() << " came back";
+        if (frame.result.Succeeded()) ++good;
+        if (!frame.result.Succeeded()) last = frame.result.GetErrorCode();
+        const auto requeue = [&] { run.Grabber().QueueBuffer(frame.result.Handle(), frame.result.Context()); };
+        if (ErrorOf(requeue).empty()) continue;
+        EXPECT_TRUE(back.insert(frame.result.Buffer()).second);
+    }
+    EXPECT_GE(good, 8u);
+    EXPECT_EQ(last, vexlo::VX_E_USB_NO_DEVICE);
+    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    for (int i = 0; i < 500 && calls == 0; ++i)
+        (void)Tavix::WaitObject(patience).Wait(10);
+    EXPECT_EQ(calls, 1);
 }
 
 TEST(Removal, LetsTheCameraBeClosedAndOpenedAgainAfterReplugging) {

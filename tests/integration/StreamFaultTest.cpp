@@ -116,6 +116,34 @@ INSTANTIATE_TEST_SUITE_P(
                            "65536"}),
     [](const auto& instance) { return instance.param.name; });
 
+// The same in blocks of five payload transfers, where more of them are queued behind the damage.
+INSTANTIATE_TEST_SUITE_P(
+    EachInSmallTransfers, DamagedBlock,
+    testing::Values(Damage{"LostLeader", R"("fault": "LostLeader")", VX_E_BAD_LEADER, "65536"},
+                    Damage{"LostTrailer", R"("fault": "LostTrailer")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"LeaderAndTrailerSwapped", R"("fault": "Swapped")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"WrongMagicOfTheLeader", R"("fault": "LeaderMagic")", VX_E_BAD_LEADER, "65536"},
+                    Damage{"WrongMagicOfTheTrailer", R"("fault": "TrailerMagic")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"EmptyPacketForTheLeader", R"("fault": "EmptyLeader")", VX_E_BAD_LEADER, "65536"},
+                    Damage{"EmptyPacketForTheTrailer", R"("fault": "EmptyTrailer")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"IdsOfLeaderAndTrailerDiffer", R"("fault": "IdMismatch")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"DataDiscarded", R"("fault": "Discarded", "value": 50000)", VX_E_DATA_DISCARDED, "65536"},
+                    Damage{"DataOverrun", R"("fault": "Overrun", "value": 10)", VX_E_DATA_OVERRUN, "65536"},
+                    Damage{"FewerLines", R"("fault": "ShortHeight", "value": 100)", VX_OK, "65536"},
+                    Damage{"StallAtTheStart", R"("fault": "Stall", "value": 0)", VX_E_USB_STALL, "65536"},
+                    Damage{"LineErrorAtTheStart", R"("fault": "LineError", "value": 0)", VX_E_USB_IO, "65536"},
+                    Damage{"BytesOfAnEarlierBlock", R"("fault": "LeftOver", "value": 600)", VX_E_BAD_LEADER, "65536"}),
+    [](const auto& instance) { return instance.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    EachInOneTransfer, DamagedBlock,
+    testing::Values(Damage{"StallInTheMiddle", R"("fault": "Stall", "value": 150000)", VX_E_USB_STALL},
+                    Damage{"LineErrorAtTheStart", R"("fault": "LineError", "value": 0)", VX_E_USB_IO},
+                    Damage{"LineError", R"("fault": "LineError", "value": 150000)", VX_E_USB_IO},
+                    Damage{"LastTransferPadded", R"("fault": "Padding")", VX_OK},
+                    Damage{"ALotOfAnEarlierBlock", R"("fault": "LeftOver", "value": 200000)", VX_E_BAD_LEADER}),
+    [](const auto& instance) { return instance.param.name; });
+
 // Around the borders of transfers of 64 KiB.
 INSTANTIATE_TEST_SUITE_P(
     ShortAtABorder, DamagedBlock,
@@ -128,6 +156,52 @@ INSTANTIATE_TEST_SUITE_P(
                     Damage{"AtTheSecond", R"("fault": "Truncated", "value": 131072)", VX_E_INCOMPLETE, "65536"},
                     Damage{"AtTheLast", R"("fault": "Truncated", "value": 262144)", VX_E_INCOMPLETE, "65536"},
                     Damage{"OneByteMissing", R"("fault": "Truncated", "value": 307199)", VX_E_INCOMPLETE, "65536"}),
+    [](const auto& instance) { return instance.param.name; });
+
+class RestartedStream : public testing::TestWithParam<Damage> {};
+
+/// Block ids begin anew after a restart and so cannot tell what it cost; the number of each exposure can.
+TEST_P(RestartedStream, CostsAtMostOneExposureMore) {
+    VirtualBus bus(std::string(R"([{"frameRateEnable": false, "faults": {"stream": [{"frame": 5, )") + GetParam().rule +
+                   "}]}}]");
+    auto camera = bus.Open();
+    GenApi::INodeMap* const map = camera->GetNodeMap();
+    Set(map, "Width", "640");
+    Set(map, "Height", "480");
+    Set(map, "ChunkModeActive", "1");
+    Set(map, "ChunkSelector", "FrameID");
+    Set(map, "ChunkEnable", "1");
+    Set(camera->GetStreamGrabber(0)->GetNodeMap(), "MaxTransferSize", GetParam().transferSize);
+    Tavix::IChunkParser* const parser = camera->CreateChunkParser();
+    GrabRun run(*camera);
+    run.Start();
+    std::vector<std::int64_t> exposures;
+    unsigned int failed = 0;
+    while (exposures.size() < kGoodFrames) {
+        const Frame frame = run.Next();
+        ASSERT_NE(frame.result.Status(), Tavix::_UndefinedGrabStatus);
+        if (!frame.result.Succeeded()) {
+            ++failed;
+            continue;
+        }
+        parser->AttachBuffer(frame.bytes.data(), static_cast<std::int64_t>(frame.result.GetPayloadSize64()));
+        exposures.push_back(Integer(map, "ChunkFrameID"));
+        parser->DetachBuffer();
+    }
+    run.Stop();
+    camera->DestroyChunkParser(parser);
+    EXPECT_GE(failed, 1u);
+    EXPECT_EQ(exposures.front(), 0);
+    const auto lost = static_cast<std::uint64_t>(exposures.back()) + 1 - exposures.size();
+    EXPECT_LE(lost, 2u) << "exposures that are not there, the damaged one included";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, RestartedStream,
+    testing::Values(Damage{"StallAtTheStart", R"("fault": "Stall", "value": 0)", VX_E_USB_STALL},
+                    Damage{"StallInTheMiddle", R"("fault": "Stall", "value": 150000)", VX_E_USB_STALL, "65536"},
+                    Damage{"LineErrorAtTheStart", R"("fault": "LineError", "value": 0)", VX_E_USB_IO, "65536"},
+                    Damage{"LineErrorInTheMiddle", R"("fault": "LineError", "value": 150000)", VX_E_USB_IO}),
     [](const auto& instance) { return instance.param.name; });
 
 /// A frame damaged in one way, and what the application gets for it.
