@@ -70,7 +70,7 @@ TEST_F(VirtualCameraTest, HasItsTransfersCounted) {
     ASSERT_EQ(handle->Bulk(virtualcam::kControlOut, command.data(), command.size(), actual, 10000), Result::Ok);
     EXPECT_EQ(usbfs::CountIoctls().submits, before.submits + 1);
     EXPECT_EQ(usbfs::CountIoctls().reaps, before.reaps + 1);
-    handle->ClearHalt(virtualcam::kControlOut);
+    EXPECT_EQ(handle->ClearHalt(virtualcam::kControlOut), Result::Ok);
     EXPECT_EQ(usbfs::CountIoctls().others, before.others + 1);
 }
 
