@@ -19,7 +19,8 @@ void UseVirtualCameras(unsigned int count) {
     std::ofstream file(path);
     file << "{\"cameras\": [";
     for (unsigned int i = 0; i < count; ++i) {
-        file << (i ? "," : "") << "{\"sensorWidth\": 4096, \"sensorHeight\": 3008, \"serial\": \"" << i
+        file << (i ? "," : "")
+             << "{\"sensorWidth\": 4096, \"sensorHeight\": 3008, \"bufferedFrames\": 1000, \"serial\": \"" << i
              << "\", \"guid\": \"12090000000" << i << "\"}";
     }
     file << "]}";

@@ -24,6 +24,15 @@ double Seconds(const std::filesystem::path& task) {
     return 0;
 }
 
+// Reads and writes; neither polls nor waits nor ioctls.
+std::uint64_t Transfers(const std::filesystem::path& task) {
+    std::ifstream io(task / "io");
+    std::uint64_t sum = 0;
+    for (std::string line; std::getline(io, line);)
+        if (line.rfind("syscr:", 0) == 0 || line.rfind("syscw:", 0) == 0) sum += std::stoull(line.substr(6));
+    return sum;
+}
+
 std::string Name(const std::filesystem::path& task) {
     std::ifstream file(task / "comm");
     std::string name;
@@ -36,19 +45,21 @@ std::string Name(const std::filesystem::path& task) {
 Cost MeasureThreads() {
     Cost cost;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        if (Name(task.path()).rfind("vcam", 0) == 0) {
+        const std::string name = Name(task.path());
+        if (name.rfind("vcam", 0) == 0 || name.rfind("usbfs", 0) == 0) {
             cost.cameraSeconds += Seconds(task.path());
             continue;
         }
         cost.hostSeconds += Seconds(task.path());
         cost.hostSwitches += Switches(task.path());
+        cost.hostTransfers += Transfers(task.path());
     }
     return cost;
 }
 
 Cost operator-(const Cost& after, const Cost& before) {
     return {after.cameraSeconds - before.cameraSeconds, after.hostSeconds - before.hostSeconds,
-            after.hostSwitches - before.hostSwitches};
+            after.hostSwitches - before.hostSwitches, after.hostTransfers - before.hostTransfers};
 }
 
 } // namespace bench
