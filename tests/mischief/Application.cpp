@@ -11,6 +11,7 @@ namespace {
 constexpr unsigned int kPatienceMs = 20;
 constexpr unsigned int kLongPatienceMs = 10000;
 constexpr unsigned int kGoodFrames = 20;
+constexpr int kOpenings = 500;
 
 const char* const kWidths[] = {"64", "128", "640", "1280"};
 const char* const kTransferSizes[] = {"65536", "262144", "1048576"};
@@ -184,11 +185,17 @@ void Application::CompareCounters(Stream& stream) {
 }
 
 void Application::ProveThatAllIsWell() {
-    m_Disturbed = false;
     std::shared_ptr<Tavix::ITavixDevice> device;
-    Try("finding the camera", [&] { device = Find(); });
-    if (device == nullptr) return m_Ledger.Complain(m_Serial, "the camera is not found any more");
-    if (!Try("opening", [&] { device->Open(); })) return;
+    // The bus may still list what has left, and be busy with plugging it in.
+    const auto isOpen = [&] {
+        return Try("finding the camera", [&] { device = Find(); }) && device != nullptr &&
+               Try("opening", [&] { device->Open(); });
+    };
+    for (int i = 0; i < kOpenings && !isOpen(); ++i)
+        Tavix::WaitObject::Sleep(kPatienceMs);
+    if (device == nullptr || !device->IsOpen())
+        return m_Ledger.Complain(m_Serial, "the camera cannot be opened any more");
+    m_Disturbed = false;
     Stream stream(*device->GetStreamGrabber(0), m_Ledger, m_Serial);
     if (!Try("opening the stream", [&] { stream.grabber.Open(); })) return;
     Prepare(*device, stream);

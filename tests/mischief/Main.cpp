@@ -130,9 +130,6 @@ void Run(const Options& options, integration::VirtualBus& bus, Ledger& ledger) {
         places[i].mischiefThread.join();
         Await(places[i].applicationThread, places, options.seed, done[i]);
     }
-    // The bus may still be busy with the last plugging in.
-    for (int i = 0; i < 1000 && bus.Cameras().size() < options.cameras; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     for (Place& place : places)
         place.application->ProveThatAllIsWell();
 }
