@@ -208,6 +208,16 @@ TEST_F(TransportLayerEnumeration, FindDeviceCarriesTheTwoHiddenPropertiesOver) {
     EXPECT_FALSE(found.IsUserProvided());
 }
 
+TEST_F(TransportLayerEnumeration, FindDeviceLeavesTheRecordTheTransportLayersWhateverItCarriesOver) {
+    for (const char* name : {"_BornFree", "_sap"}) {
+        CDeviceInfo pattern, found;
+        pattern.SetModelName("m2").SetPropertyValue(name, "1");
+        tl.FindDevice(pattern, found, false);
+        EXPECT_TRUE(found.GetPropertyAvailable(name));
+        EXPECT_FALSE(found.IsUserProvided()) << name;
+    }
+}
+
 TEST_F(TransportLayerEnumeration, FindDeviceNamesItsSourceFile) {
     CDeviceInfo found;
     const auto thrown =
@@ -215,6 +225,20 @@ TEST_F(TransportLayerEnumeration, FindDeviceNamesItsSourceFile) {
     ASSERT_TRUE(thrown);
     EXPECT_EQ(std::string(thrown->GetSourceFileName()).rfind("TransportLayerPrivateImpl", 0), 0U);
     EXPECT_GT(thrown->GetSourceLine(), 0U);
+}
+
+TEST_F(TransportLayerEnumeration, FindsByADiscoveryOfItsOwnWhenItNeedsOne) {
+    class Searching final : public FakeTransportLayer {
+        bool InternalNeedsTlSpecificDeviceDiscovery(const CDeviceInfo&) override { return true; }
+        int InternalDoTlSpecificDeviceDiscovery(const CDeviceInfo&, DeviceInfoList& found) override {
+            found = ListOf({Discovered("FakeCam", "far away")});
+            return 1;
+        }
+    } searching;
+    CDeviceInfo found;
+    searching.FindDevice(CDeviceInfo(), found, false);
+    EXPECT_EQ(found.GetFullName(), "far away");
+    EXPECT_EQ(searching.discoveries, 0);
 }
 
 TEST_F(TransportLayerEnumeration, HasNoDiscoveryOfItsOwnByDefault) {

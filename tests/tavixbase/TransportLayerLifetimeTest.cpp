@@ -1,5 +1,6 @@
 #include "Expect.h"
 #include "FakeTransportLayer.h"
+#include "LogRecorder.h"
 
 #include <GenApi/Pointer.h>
 
@@ -39,7 +40,22 @@ private:
     std::future<void> m_Look; // waits for its end only when the lock is given back for certain
 };
 
+class TransportLayerThatCountsDeletes final : public FakeTransportLayer {
+public:
+    void Delete() override { ++deletes; }
+    int deletes = 0;
+};
+
 } // namespace
+
+TEST(TransportLayerReference, DeletesTheTransportLayerWithTheLastOne) {
+    TransportLayerThatCountsDeletes tl;
+    tl.CreateDeviceImpl(Discovered("FakeCam", "cam1"), gcstring_vector());
+    EXPECT_EQ(tl.Release(), 1U);
+    EXPECT_EQ(tl.deletes, 0);
+    EXPECT_EQ(tl.Release(), 0U);
+    EXPECT_EQ(tl.deletes, 1);
+}
 
 TEST_F(TransportLayerLifetime, IsBornWithOneReference) {
     EXPECT_EQ(tl->Release(), 0U);
@@ -117,8 +133,12 @@ TEST_F(TransportLayerLifetime, TheDestructorSurvivesDevicesThatThrow) {
         if (++destroyed == 1) throw RUNTIME_EXCEPTION("stuck");
         throw 42;
     };
+    const LogRecorder log("tavix.base.TL");
     tl.reset();
     EXPECT_EQ(destroyed, 2);
+    ASSERT_EQ(log.Lines().size(), 2U);
+    EXPECT_EQ(log.Count(256, "stuck"), 1);
+    EXPECT_TRUE(log.Has(256, "Unknown error destroying a device with its transport layer"));
 }
 
 TEST_F(TransportLayerLifetime, ForgetsADeviceWhoseDestructionThrows) {
