@@ -171,6 +171,34 @@ TEST(Grab, FromTwoCamerasAtOnce) {
     two.Stop();
 }
 
+TEST(Grab, OfASlowConsumerLosesWholeFramesAndCountsThem) {
+    VirtualBus bus(R"([{"frameRate": 200}])");
+    auto camera = bus.Open();
+    Set(camera->GetNodeMap(), "Width", "640");
+    Set(camera->GetNodeMap(), "Height", "480");
+    GrabRun run(*camera, /*buffers=*/2);
+    run.Start();
+    std::vector<Frame> kept;
+    for (int i = 0; i < 2; ++i)
+        kept.push_back(run.Next(GrabRun::Then::Keep));
+    EXPECT_FALSE(run.Grabber().GetWaitObject().Wait(150)) << "there is no buffer that could come";
+    for (const Frame& frame : kept)
+        run.Grabber().QueueBuffer(frame.result.Handle(), frame.result.Context());
+    std::uint64_t last = kept.back().result.GetBlockID(), missed = 0;
+    for (const Frame& frame : run.Next(10)) {
+        ASSERT_TRUE(frame.result.Succeeded()) << frame.result.GetErrorDescription().c_str();
+        ASSERT_GT(frame.result.GetBlockID(), last);
+        missed += frame.result.GetBlockID() - last - 1;
+        last = frame.result.GetBlockID();
+    }
+    EXPECT_GE(missed, 10u) << "of some 30 in that time, less what the camera keeps";
+    run.Stop();
+    GenApi::INodeMap* params = run.Grabber().GetNodeMap();
+    params->InvalidateNodes();
+    EXPECT_EQ(Integer(params, "Statistic_Failed_Buffer_Count"), 0);
+    EXPECT_GE(Integer(params, "Statistic_Missed_Frame_Count"), static_cast<std::int64_t>(missed));
+}
+
 TEST(Grab, CountsWhatItDelivered) {
     VirtualBus bus(kFast);
     auto camera = bus.Open();
