@@ -50,7 +50,6 @@ CTavixUsbDevice::~CTavixUsbDevice() {
     try {
         m_pStream.reset();
         m_pEventGrabber.reset();
-        m_pTlParams->Connect(nullptr, kTlPortName);
         m_pTlPort->SetObject(nullptr);
         vexlo::CVxDevice::DestroyDevice(m_pVxDevice.release());
     } catch (...) {

@@ -3,6 +3,8 @@
 
 #include "support/DeviceTest.h"
 
+#include <GenApi/NodeCallback.h>
+
 #include <functional>
 #include <stdexcept>
 
@@ -54,6 +56,17 @@ TEST_F(DeviceOrder, DestroysItsGrabbersBeforeTheUsbDevice) {
     });
     Destroy();
     EXPECT_EQ(1, looked);
+}
+
+TEST_F(DeviceOrder, EndsWithoutAWordToListenersOfItsParameters) {
+    int calls = 0;
+    GenApi::Register(device->GetTLNodeMap()->GetNode("Statistic_Last_Error_Status"), [&](GenApi::INode*) {
+        ++calls;
+        throw std::runtime_error("a listener's own");
+    });
+    Destroy();
+    EXPECT_EQ(0, calls);
+    EXPECT_EQ(1, log.Count(kDeviceGone));
 }
 
 /// It cannot be closed on destruction.
