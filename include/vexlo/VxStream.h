@@ -39,7 +39,8 @@ public:
         Property_TransferLoopThreadPriorityMin = 0xA10, ///< 4 bytes, read, signed
         Property_CopiedByteCount = 0xB00, ///< 8 bytes, read: payload bytes copied above the bus since PrepareGrab
         /// 4 bytes, read/write: ms without any data, since the application wrote to the camera last, after which
-        /// smaller transfers are tried; 0: never. It matters until the camera has brought something with transfers of
+        /// smaller transfers are tried; 0, as at first: never. Not for cameras that wait for a trigger, since the
+        /// stream is switched off and on by it. It matters until the camera has brought something with transfers of
         /// this size.
         Property_FirstDataTimeout = 0xC00
     };

@@ -19,7 +19,9 @@ struct StreamSettings {
     std::uint32_t maxQueuedUrbs = 64;
     std::uint32_t maxTransferSize = kLargestTransfer;
     std::int32_t threadPriority = 0;
-    std::uint32_t firstDataTimeout = 3000;
+    /// Never, unless asked for: trying is switching the stream off and on, which may end the acquisition of a camera
+    /// that merely waits for its trigger.
+    std::uint32_t firstDataTimeout = 0;
 };
 
 } // namespace vexlo

@@ -289,7 +289,7 @@ TEST_F(VxStreamTest, KeepsSettingsWithinTheirLimits) {
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, least - 1), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, most + 1), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, least), VX_OK);
-    EXPECT_EQ(Get<std::uint32_t>(S::Property_FirstDataTimeout), 3000u);
+    EXPECT_EQ(Get<std::uint32_t>(S::Property_FirstDataTimeout), 0u);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_FirstDataTimeout, 3600001), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(Set<std::uint32_t>(S::Property_FirstDataTimeout, 0), VX_OK);
     EXPECT_EQ(Set<std::int32_t>(S::Property_TransferLoopThreadPriority, -1), VX_E_INVALID_PARAMETER);
