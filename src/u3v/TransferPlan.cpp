@@ -47,10 +47,9 @@ std::optional<TransferPlan> MakeTransferPlan(const TransferNeeds& needs) {
     plan.requiredSize = needs.payloadSize;
     plan.leaderSize = static_cast<std::uint32_t>(leader);
     plan.trailerSize = static_cast<std::uint32_t>(trailer);
+    plan.payloadSize = static_cast<std::uint32_t>(transfer);
     plan.payloadCount = static_cast<std::uint32_t>(count);
     plan.final1Size = static_cast<std::uint32_t>(RoundDown(rest, unit));
-    plan.payloadSize =
-        static_cast<std::uint32_t>(count != 0 ? transfer : std::max<std::uint64_t>(plan.final1Size, unit));
     plan.final2Size = static_cast<std::uint32_t>(rest == plan.final1Size ? 0 : unit);
     return plan;
 }

@@ -14,7 +14,7 @@ namespace u3v {
 
 struct TransferPlan {
     std::uint32_t leaderSize = 0;
-    std::uint32_t payloadSize = 0;  ///< S; no larger than what the block needs where C is 0, as some cameras look at it
+    std::uint32_t payloadSize = 0;  ///< S
     std::uint32_t payloadCount = 0; ///< C
     std::uint32_t final1Size = 0;   ///< F1, 0 when there is none
     std::uint32_t final2Size = 0;   ///< F2, 0 when there is none

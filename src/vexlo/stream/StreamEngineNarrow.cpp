@@ -15,7 +15,7 @@ constexpr std::uint32_t kNarrowTransfer = 64u << 10;
 } // namespace
 
 std::uint32_t StreamEngine::LongestTransfer() const {
-    return std::max(m_Plan.payloadSize, m_Plan.final1Size);
+    return std::max(m_Plan.payloadCount == 0 ? 0 : m_Plan.payloadSize, m_Plan.final1Size);
 }
 
 bool StreamEngine::IsNarrow() const {

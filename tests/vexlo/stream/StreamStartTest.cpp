@@ -16,7 +16,7 @@ using Write = FakeCamera::Write;
 using Writes = std::vector<Write>;
 
 constexpr std::uint32_t kBlockPayload = 3000;
-const Writes kSizes = {{0x18, 1024}, {0x1C, 2048}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}};
+const Writes kSizes = {{0x18, 1024}, {0x1C, 1 << 20}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}};
 
 Writes operator+(Writes left, const Writes& right) {
     left.insert(left.end(), right.begin(), right.end());

@@ -144,7 +144,7 @@ TEST_F(VxStreamTest, TellsSizesClearsTheHaltAndSwitchesOn) {
     using Write = FakeCamera::Write;
     EXPECT_EQ(camera->Writes(),
               (std::vector<Write>{
-                  {0x18, 1024}, {0x1C, 2048}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}, {0x04, 1}}));
+                  {0x18, 1024}, {0x1C, 1 << 20}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}, {0x04, 1}}));
     EXPECT_EQ(camera->HaltsBeforeEnable(), 1u);
     EXPECT_EQ(camera->QueuedBeforeEnable(), 1u) << "the transfer of the first leader";
     EXPECT_EQ(stream->FinishGrab(), VX_OK);
