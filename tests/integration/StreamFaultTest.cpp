@@ -158,6 +158,28 @@ INSTANTIATE_TEST_SUITE_P(
                     Damage{"OneByteMissing", R"("fault": "Truncated", "value": 307199)", VX_E_INCOMPLETE, "65536"}),
     [](const auto& instance) { return instance.param.name; });
 
+TEST(LinkThatNeverHeals, EndsTheGrabAfterEightRestarts) {
+    VirtualBus bus(R"([{"frameRateEnable": false,
+        "faults": {"stream": [{"fault": "LineError", "value": 1000, "count": 0}]}}])");
+    auto camera = bus.Open();
+    GrabRun run(*camera, 4);
+    run.Start();
+    unsigned int failed = 0;
+    std::set<void*> back;
+    while (back.size() < 4) {
+        const Frame frame = run.Next(GrabRun::Then::Keep);
+        ASSERT_EQ(frame.result.Status(), Tavix::Failed) << failed << " came back, and " << back.size() << " for good";
+        EXPECT_EQ(frame.result.GetErrorCode(), vexlo::VX_E_USB_IO);
+        ++failed;
+        const auto requeue = [&] { run.Grabber().QueueBuffer(frame.result.Handle(), frame.result.Context()); };
+        if (!ErrorOf(requeue).empty()) back.insert(frame.result.Buffer());
+    }
+    // The first, one for each restart that had begun a frame, and what was queued at the end.
+    EXPECT_GE(failed, 8u);
+    EXPECT_LE(failed, 9u + 4u);
+    EXPECT_EQ(ErrorOf([&] { run.Grabber().FinishGrab(); }), "");
+}
+
 class RestartedStream : public testing::TestWithParam<Damage> {};
 
 /// Block ids begin anew after a restart and so cannot tell what it cost; the number of each exposure can.

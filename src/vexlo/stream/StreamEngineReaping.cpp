@@ -18,6 +18,10 @@ constexpr std::chrono::milliseconds kShortestPause{10};
 constexpr std::chrono::milliseconds kLongestPause{250};
 constexpr std::size_t kFewestScanPackets = 64;
 
+bool IsFailure(usb::TransferStatus status) {
+    return status != usb::TransferStatus::Completed && status != usb::TransferStatus::Cancelled;
+}
+
 bool BeginsBlock(const PlannedTransfer& transfer) {
     return transfer.role == PlannedTransfer::Role::Leader;
 }
@@ -52,8 +56,7 @@ void StreamEngine::CancelInFlight() {
 void StreamEngine::FeedWith(const PlannedTransfer& transfer) {
     m_Reaped.push_back(&transfer);
     const usb::TransferStatus status = transfer.usb.status;
-    const bool failed = status != usb::TransferStatus::Completed && status != usb::TransferStatus::Cancelled;
-    if (failed && m_ReapedFailure != VX_E_USB_NO_DEVICE) m_ReapedFailure = ToStatus(status);
+    if (IsFailure(status) && m_ReapedFailure != VX_E_USB_NO_DEVICE) m_ReapedFailure = ToStatus(status);
 }
 
 std::deque<BufferHandle_s*> StreamEngine::Unbind() {
@@ -76,6 +79,8 @@ void StreamEngine::FeedReaped() {
         } else {
             m_Parser->Feed(transfer->usb.buffer, transfer->usb.actualLength, transfer->EndsShort());
         }
+        // What a failed transfer has cost shows nowhere; a block that looks whole all the same may not be.
+        if (IsFailure(transfer->usb.status)) m_Parser->Skip();
     }
     m_Reaped.clear();
 }

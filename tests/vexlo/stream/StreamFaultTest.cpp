@@ -109,6 +109,27 @@ TEST(StreamFault, SurvivesARestartDuringACancel) {
     EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
 }
 
+TEST(StreamFault, DoesNotTrustABlockInWhichATransferFailed) {
+    EngineBench bench;
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 20; }));
+    bench.bus.FailEvents(usb::Result::Other); // all of this is looked at together
+    const unsigned int calls = bench.bus.EventCalls();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.EventCalls() > calls; }));
+    bench.bus.Fail(usb::TransferStatus::Error);
+    const auto transfers = bench.Good(3);
+    for (std::size_t i = 0; i < transfers.size(); ++i) {
+        if (i == 2) bench.bus.Fail(usb::TransferStatus::Error);
+        bench.bus.Send(transfers[i]);
+    }
+    bench.bus.FailEvents(usb::Result::Ok);
+    EXPECT_EQ(bench.Next().Status, VX_E_USB_IO);
+    const CVxStream::GrabResult next = bench.Next();
+    EXPECT_EQ(next.Status, VX_OK);
+    EXPECT_EQ(next.BlockId, 0u) << "of the stream that was switched on again";
+}
+
 TEST(StreamFault, DeliversTheBlockThatWasWholeWhenTheNextOneFindsTheCameraGone) {
     EngineBench bench;
     bench.StartWithoutBuffers();
