@@ -69,8 +69,13 @@ CommandEffect ControlChannel::Receive(const std::uint8_t* data, std::size_t leng
     return {};
 }
 
+void ControlChannel::Revive() {
+    m_IsDead = false;
+    Abort();
+}
+
 void ControlChannel::Abort() {
-    m_Deaf = false;
+    m_Deaf = m_IsDead;
     m_Active.reset();
     m_Acknowledges.Clear();
     m_LastCommand.clear();
@@ -197,6 +202,7 @@ CommandEffect ControlChannel::FinishWith(const ControlFaultRule& rule, const Com
         return effect;
     case ControlFault::Deaf:
         m_Deaf = true;
+        m_IsDead = rule.value != 0;
         return effect;
     case ControlFault::Unplug:
         effect.unplug = true;

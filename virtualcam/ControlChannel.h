@@ -43,6 +43,8 @@ public:
     PipeAnswer Take(std::uint8_t* buffer, std::size_t room) { return m_Acknowledges.Take(buffer, room); }
     /// Forgets the command being worked on and all acknowledges: an endpoint was halted.
     void Abort();
+    /// The port was reset.
+    void Revive();
 
     /// Called by a register's hook while its write is executed: the acknowledge is to take this long.
     void DelayAcknowledge(std::uint32_t ms) { m_Delay = ms; }
@@ -73,6 +75,7 @@ private:
     std::vector<ControlFaultRule> m_Faults;
     std::optional<Active> m_Active;
     bool m_Deaf = false;
+    bool m_IsDead = false; ///< deaf until the port is reset
     std::uint32_t m_Delay = 0;
     std::uint64_t m_Commands = 0;
     Bytes m_LastCommand;

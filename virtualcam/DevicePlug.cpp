@@ -71,6 +71,7 @@ void Device::BusReset() {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) return;
     m_Camera->ResetInterfaces();
+    m_Camera->Control().Revive();
     m_Halts = 0;
 }
 

@@ -29,7 +29,8 @@ constexpr Named<ControlFault> kControlFaultRows[] = {
     {"EmptyAnswer", ControlFault::EmptyAnswer, "an empty packet comes in place of the acknowledge"},
     {"Oversize", ControlFault::Oversize, "VALUE bytes more than announced follow the acknowledge"},
     {"Deaf", ControlFault::Deaf,
-     "nothing is executed or answered any more until the channel's endpoints are halted or cleared"},
+     "nothing is executed or answered any more until the channel's endpoints are halted or cleared, with VALUE 1 until "
+     "the port is reset"},
     {"Unplug", ControlFault::Unplug, "the device leaves the bus on the command"},
 };
 

@@ -28,7 +28,7 @@ enum class ControlFault {
     ZeroLength,         ///< an empty packet comes before the acknowledge
     EmptyAnswer,        ///< an empty packet comes in place of the acknowledge
     Oversize,           ///< `value` bytes more than announced follow the acknowledge
-    Deaf,  ///< nothing is executed or answered any more until the channel's endpoints are halted or cleared
+    Deaf,  ///< no answer any more until the channel's endpoints are halted or cleared; `value` 1: the port is reset
     Unplug ///< the device leaves the bus on the command
 };
 

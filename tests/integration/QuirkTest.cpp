@@ -1,9 +1,15 @@
 // Cameras with ways of their own, and what an application may expect of them.
+#include "CamerasOnBus.h"
+#include "DirectCamera.h"
 #include "GoodFrames.h"
 #include "VirtualBus.h"
 
+#include <core/LogSink.h>
+#include <vexlo/Vexlo.h>
+
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -179,6 +185,27 @@ TEST(CameraThatSleepsAfterPowerOn, IsAskedAgain) {
 TEST(ControlChannelDeadAfterACrash, IsRevivedAtTheOpening) {
     VirtualBus bus(Faults(R"("control": [{"fault": "Deaf"}])"));
     EXPECT_EQ(ErrorOf([&] { bus.Open(); }), "");
+}
+
+TEST(ControlChannelDeadToClearing, IsRevivedByAResetOfThePort) {
+    const auto cameras = PlugIn(R"({"cameras": [{"faults": {"control": [{"fault": "Deaf", "value": 1}]}}]})");
+    std::atomic<int> resets{0};
+    const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) {
+        if (std::string(text).find("it is reset now") != std::string::npos) ++resets;
+    });
+    ASSERT_EQ(vexlo::Init(), vexlo::VX_OK);
+    {
+        const DevicePointer device = NewDevice();
+        for (const auto patience :
+             {vexlo::CVxDevice::Property_ConnectTimeout, vexlo::CVxDevice::Property_ControlTimeout})
+            EXPECT_EQ(SetProperty<std::uint32_t>(*device, patience, 200), vexlo::VX_OK);
+        ASSERT_EQ(device->Open(Discovered().at(0)), vexlo::VX_OK);
+        std::uint32_t version = 0;
+        unsigned long count = sizeof version;
+        EXPECT_EQ(device->ReadMem(&version, 0, &count), vexlo::VX_OK);
+    }
+    vexlo::Exit();
+    EXPECT_EQ(resets, 1);
 }
 
 TEST(ControlChannelThatDies, IsRevivedByTheNextRead) {

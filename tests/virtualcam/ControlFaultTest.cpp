@@ -140,6 +140,15 @@ TEST_F(ControlFaultTest, TheChannelIsDeafUntilItIsCleared) {
     EXPECT_EQ(client.Read(0x20018, 4), 0u) << "not executed";
 }
 
+TEST_F(ControlFaultTest, TheChannelIsDeafUntilThePortIsReset) {
+    Script(ControlFault::Deaf, 1);
+    EXPECT_TRUE(client.Ask(kWrite).empty());
+    device.ClearHalt(0x81);
+    EXPECT_TRUE(client.Ask(kRead).empty());
+    device.BusReset();
+    EXPECT_EQ(client.Ask(kReadAgain), Hex(kReadAgainAck));
+}
+
 TEST_F(ControlFaultTest, TheDeviceDoesNotSurviveAHaltThatTheHostSets) {
     FaultScript script;
     script.dieOnSetHalt = true;
