@@ -10,8 +10,6 @@
 
 #include <GenApi/NodeCallback.h>
 
-#include <future>
-
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -202,19 +200,7 @@ TEST_F(EventGrabberJournal, HoldsItsLockInEachCall) {
     for (const std::function<void()>& operation :
          {std::function<void()>([&] { made->Open(); }), std::function<void()>([&] { made->RetrieveEvent(result); }),
           std::function<void()>([&] { made->Close(); })}) {
-        int calls = 0;
-        bool isFree = false;
-        bus.onCall = [&](const std::string&) {
-            ++calls;
-            auto tried = std::async(std::launch::async, [&] {
-                return boost::unique_lock<boost::recursive_mutex>(made->GetLock(), boost::try_to_lock).owns_lock();
-            });
-            isFree = isFree || tried.get();
-        };
-        operation();
-        bus.onCall = nullptr;
-        EXPECT_LT(0, calls);
-        EXPECT_FALSE(isFree);
+        ExpectLockedCalls(made->GetLock(), operation);
     }
 }
 

@@ -193,19 +193,7 @@ std::vector<std::function<void()>> AllThatCallTheStream(Tavix::IStreamGrabber& g
 TEST_F(StreamGrabberLife, HoldsItsLockInEachCall) {
     MakeGrabber();
     for (const auto& operation : AllThatCallTheStream(*made, image)) {
-        int calls = 0;
-        bool isFree = false;
-        bus.onCall = [&](const std::string&) {
-            ++calls;
-            auto tried = std::async(std::launch::async, [&] {
-                return boost::unique_lock<boost::recursive_mutex>(made->GetLock(), boost::try_to_lock).owns_lock();
-            });
-            isFree = isFree || tried.get();
-        };
-        operation();
-        bus.onCall = nullptr;
-        EXPECT_LT(0, calls);
-        EXPECT_FALSE(isFree);
+        ExpectLockedCalls(made->GetLock(), operation);
     }
 }
 

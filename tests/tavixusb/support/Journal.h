@@ -5,7 +5,10 @@
 #include "support/FakeVexlo.h"
 #include "support/LogLines.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
+#include <future>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -50,4 +53,24 @@ inline std::string FailureOf(const std::function<void()>& step) {
         return failure.GetDescription();
     }
     return {};
+}
+
+/// The operation calls the USB access library, and each time no other thread could take the lock.
+template<class RecursiveMutex>
+void ExpectLockedCalls(RecursiveMutex& lock, const std::function<void()>& operation) {
+    int calls = 0;
+    bool isFree = false;
+    FakeVexlo::Get().onCall = [&](const std::string&) {
+        ++calls;
+        auto tried = std::async(std::launch::async, [&lock] {
+            const bool isMine = lock.try_lock();
+            if (isMine) lock.unlock();
+            return isMine;
+        });
+        isFree = isFree || tried.get();
+    };
+    operation();
+    FakeVexlo::Get().onCall = nullptr;
+    EXPECT_LT(0, calls);
+    EXPECT_FALSE(isFree);
 }
