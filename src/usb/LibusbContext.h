@@ -20,12 +20,9 @@ using LibusbDeviceHandle = std::unique_ptr<libusb_device_handle, CloseDevice>;
 /// The devices of a context at one moment; each is referenced as long as the list lives. Bound to a thread.
 class LibusbDeviceList {
 public:
-    explicit LibusbDeviceList(libusb_context* context)
-        : m_Context(context), m_Count(libusb_get_device_list(context, &m_Devices)) {}
+    explicit LibusbDeviceList(libusb_context* context) : m_Count(libusb_get_device_list(context, &m_Devices)) {}
     ~LibusbDeviceList() {
-        if (m_Count < 0) return;
-        ShowOrder();
-        libusb_free_device_list(m_Devices, /*unref_devices=*/1);
+        if (m_Count >= 0) libusb_free_device_list(m_Devices, /*unref_devices=*/1);
     }
     LibusbDeviceList(const LibusbDeviceList&) = delete;
     LibusbDeviceList& operator=(const LibusbDeviceList&) = delete;
@@ -36,16 +33,6 @@ public:
     libusb_device** end() const { return m_Devices + (m_Count > 0 ? m_Count : 0); }
 
 private:
-    /// libusb counts references by atomics that the thread sanitizer does not see, and frees a device that has left
-    /// under the lock of its hotplug callbacks. Taking that lock shows the sanitizer that what was read here came
-    /// before.
-    void ShowOrder() const {
-#ifdef __SANITIZE_THREAD__
-        (void)libusb_hotplug_get_user_data(m_Context, 0);
-#endif
-    }
-
-    [[maybe_unused]] libusb_context* const m_Context; // borrowed
     libusb_device** m_Devices = nullptr;
     ssize_t m_Count;
 };
