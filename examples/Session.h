@@ -1,6 +1,7 @@
 #pragma once
 // The steps that every example takes and none of them is about; enumerate_and_grab.cpp shows them one by one.
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <vector>
@@ -10,11 +11,12 @@
 
 namespace example {
 
-inline volatile std::sig_atomic_t g_Interrupted = 0;
+/// The system gives the signal to any thread.
+inline std::atomic<bool> g_Interrupted{false};
 
 /// Whether the user pressed Ctrl-C. Loops ask, so that the camera is stopped and closed as always.
 inline bool Interrupted() {
-    return g_Interrupted != 0;
+    return g_Interrupted;
 }
 
 /// For steps at the end of a scope. A camera that has gone refuses some of them, which is no reason to leave out the
@@ -116,7 +118,7 @@ private:
 /// Runs an example; its exceptions become a line and exit status 1.
 template<class Body>
 int Run(Body body) {
-    std::signal(SIGINT, [](int) { g_Interrupted = 1; });
+    std::signal(SIGINT, [](int) { g_Interrupted = true; });
     try {
         return body();
     } catch (const GenICam::GenericException& e) {

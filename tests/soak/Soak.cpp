@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -21,7 +22,8 @@ namespace {
 
 using Cameras = std::vector<std::unique_ptr<soak::SoakCamera>>;
 
-volatile std::sig_atomic_t g_Interrupted = 0;
+/// The system gives the signal to any thread.
+std::atomic<bool> g_Interrupted{false};
 
 /// What the process holds in memory at this moment.
 long ResidentKiB() {
@@ -145,7 +147,7 @@ int main(int argc, char** argv) try {
     app.add_option("--buffers", settings.buffers, "of each camera")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     if (app.count("--frames") == 0) settings.frames = std::max(1u, seconds * settings.frameRate);
-    std::signal(SIGINT, [](int) { g_Interrupted = 1; });
+    std::signal(SIGINT, [](int) { g_Interrupted = true; });
 
     Memory memory;
     const soak::Counts counts = Run(settings, memory);

@@ -2,17 +2,23 @@
 
 #include "Status.h"
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 
 namespace tool {
 namespace {
 
-volatile std::sig_atomic_t g_Interrupted = 0;
+/// The system gives the signal to any thread.
+std::atomic<bool> g_Interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "only then may a signal handler touch it");
 
 void OnInterrupt(int signal) {
-    g_Interrupted = 1;
+    const int error = errno;
+    g_Interrupted = true;
     std::signal(signal, SIG_DFL);
+    errno = error; // that of whatever was interrupted
 }
 
 } // namespace
@@ -23,7 +29,7 @@ void CatchInterrupts() {
 }
 
 bool IsInterrupted() {
-    return g_Interrupted != 0;
+    return g_Interrupted;
 }
 
 int InterruptedStatus() {
