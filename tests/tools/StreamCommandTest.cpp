@@ -91,7 +91,9 @@ TEST(Events, EndWhenTheCameraIsUnplugged) {
 }
 
 TEST(Chunks, ShowTheDataOfEachFrame) {
-    const Outcome outcome = RunTool({"--virtual", "1", "chunks", "-n", "3", "-s", "ExposureTime=5000", "--json"});
+    const TestFolder folder;
+    const std::string settings = CameraWith(folder, R"("frameRateEnable": false)"); // waits for a slow machine
+    const Outcome outcome = RunTool({"--virtual", settings, "chunks", "-n", "3", "-s", "ExposureTime=5000", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const auto frames = JsonLines(outcome);
     ASSERT_EQ(frames.size(), 3u);
