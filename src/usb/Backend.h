@@ -155,6 +155,9 @@ public:
     [[nodiscard]] virtual Result Enumerate(std::vector<DeviceEntry>& devices) = 0;
     /// Opens a device by DeviceEntry::id. Access when not permitted, NotFound when it is not attached.
     [[nodiscard]] virtual Result Open(const std::string& id, std::unique_ptr<Handle>& handle) = 0;
+    /// True for a moment after a device was attached, while the system may still be making its node and giving it to
+    /// its users: Access and NoDevice are then perhaps not the last word. False when it is not attached.
+    virtual bool IsArriving(const std::string& /*id*/) const { return false; }
     /// Registers a handler; 0 when the backend has no hotplug. Deregister returns after a running call has ended,
     /// except when called from within the handler.
     virtual std::uint64_t RegisterHotplug(HotplugHandler handler) = 0;

@@ -6,6 +6,7 @@
 #include "usb/LibusbDescriptors.h"
 #include "usb/LibusbHandle.h"
 #include "usb/LibusbResult.h"
+#include "usb/NodeAge.h"
 #include "usb/SmallFile.h"
 
 #include <algorithm>
@@ -33,6 +34,7 @@ public:
     const char* Name() const override { return "libusb"; }
     [[nodiscard]] Result Enumerate(std::vector<DeviceEntry>& devices) override;
     [[nodiscard]] Result Open(const std::string& id, std::unique_ptr<Handle>& handle) override;
+    bool IsArriving(const std::string& id) const override { return IsNodeNew(id); }
     std::uint64_t RegisterHotplug(HotplugHandler handler) override;
     void DeregisterHotplug(std::uint64_t registration) override { m_Handlers.Remove(registration); }
     std::size_t TransferMemoryLimit() const override;

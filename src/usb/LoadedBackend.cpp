@@ -24,6 +24,7 @@ public:
     [[nodiscard]] Result Open(const std::string& id, std::unique_ptr<Handle>& handle) override {
         return m_Backend->Open(id, handle);
     }
+    bool IsArriving(const std::string& id) const override { return m_Backend->IsArriving(id); }
     std::uint64_t RegisterHotplug(HotplugHandler handler) override {
         return m_Backend->RegisterHotplug(std::move(handler));
     }

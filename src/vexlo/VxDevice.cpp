@@ -21,15 +21,35 @@ constexpr std::uint32_t kShortestFloor = 10;
 constexpr std::uint32_t kLongestFloor = 60000;
 constexpr std::uint32_t kLongestConnect = 60000;
 constexpr std::chrono::milliseconds kLookPause{50};
+constexpr std::chrono::seconds kArrivalLimit{2};
+
+/// Not there, or not ours to open.
+bool IsAway(VxStatus status) {
+    return status == VX_E_NOT_FOUND || status == VX_E_USB_NO_DEVICE || status == VX_E_USB_ACCESS;
+}
 
 VxStatus OpenSession(Library& library, const DeviceDiscoveryInfo& info, const DeviceSession::Options& options,
-                     std::shared_ptr<DeviceSession>& session) {
-    FoundCamera camera;
+                     FoundCamera& camera, std::shared_ptr<DeviceSession>& session) {
     VxStatus status = FindCamera(library.Backends(), info, camera);
     if (status != VX_OK) return status;
     status = DeviceSession::Open(camera, library.Notifier(), options, session);
     Log(Tavix::kLogDetail, "Open camera '%s': 0x%08X", camera.path.c_str(), status);
     return status;
+}
+
+/// A camera that has just been plugged in may not be the user's yet, as the system is still making its node and setting
+/// the rights. Meanwhile libusb may even take it off its list.
+VxStatus OpenArriving(Library& library, const DeviceDiscoveryInfo& info, const DeviceSession::Options& options,
+                      std::shared_ptr<DeviceSession>& session) {
+    const auto end = std::chrono::steady_clock::now() + kArrivalLimit;
+    FoundCamera camera;
+    for (;;) {
+        const VxStatus status = OpenSession(library, info, options, camera, session);
+        const bool isKnown = camera.backend != nullptr && options.counters->cameraResets == 0;
+        const bool mayChange = isKnown && IsAway(status) && camera.backend->IsArriving(camera.id);
+        if (!mayChange || std::chrono::steady_clock::now() >= end) return status;
+        std::this_thread::sleep_for(kLookPause);
+    }
 }
 
 /// After a reset that made the camera leave the bus: it comes back within some seconds, perhaps under another address.
@@ -39,9 +59,9 @@ VxStatus OpenReturning(Library& library, const DeviceDiscoveryInfo& info, Device
     options.timing.mayReset = false;
     options.timing.connectLimit = options.timing.resetLimit;
     for (;;) {
-        const VxStatus status = OpenSession(library, info, options, session);
-        const bool isAway = status == VX_E_NOT_FOUND || status == VX_E_USB_NO_DEVICE || status == VX_E_USB_ACCESS;
-        if (!isAway || std::chrono::steady_clock::now() >= end)
+        FoundCamera camera;
+        const VxStatus status = OpenSession(library, info, options, camera, session);
+        if (!IsAway(status) || std::chrono::steady_clock::now() >= end)
             return status == VX_E_NOT_FOUND ? VX_E_USB_NO_DEVICE : status;
         std::this_thread::sleep_for(kLookPause);
     }
@@ -125,7 +145,7 @@ VxStatus CVxDevice::Open(const DeviceDiscoveryInfo& info) {
     options.timing = m_Impl->patience.For(m_Impl->timing);
     options.counters = &m_Impl->statistics.pipes;
     std::shared_ptr<DeviceSession> session;
-    VxStatus status = OpenSession(*library, info, options, session);
+    VxStatus status = OpenArriving(*library, info, options, session);
     const bool wasReset = m_Impl->statistics.pipes.cameraResets != 0;
     if (wasReset && status == VX_E_USB_NO_DEVICE) status = OpenReturning(*library, info, options, session);
     m_Impl->patience.Note(status);

@@ -4,6 +4,7 @@
 #include "VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
+#include "support/usbfs/Udev.h"
 #include "usb/LibusbBackend.h"
 #include "virtualcam/Device.h"
 #include "virtualcam/Protocol.h"
@@ -166,12 +167,44 @@ TEST(Camera, HeldByAnotherProcessIsBusy) {
 
 TEST(Camera, WithoutPermissionNamesTheRule) {
     VirtualBus bus(kFast);
+    usbfs::Bus::Instance().MakeNodeOld("2-1");
     usbfs::Bus::Instance().RefuseOpens("2-1", EACCES, 1000);
     EXPECT_EQ(bus.Cameras().size(), 1u) << "it is listed all the same";
     const std::string error = ErrorOf([&] { bus.Create(); });
     EXPECT_NE(error.find("udev"), std::string::npos) << error;
     usbfs::Bus::Instance().RefuseOpens("2-1", 0, 0);
     ExpectGoodFrames(*bus.Open());
+}
+
+TEST(Camera, WhoseRightsAreSetAMomentAfterItsArrivalIsOpenedAllTheSame) {
+    VirtualBus bus(kFast);
+    auto camera = bus.Create();
+    usbfs::Bus::Instance().RefuseOpens("2-1", EACCES, 24);
+    EXPECT_EQ(ErrorOf([&] { camera->Open(); }), "");
+    ExpectGoodFrames(*camera);
+}
+
+TEST(Camera, WithoutPermissionForLongIsNotWaitedFor) {
+    VirtualBus bus(kFast);
+    auto camera = bus.Create();
+    usbfs::Bus::Instance().MakeNodeOld("2-1");
+    usbfs::Bus::Instance().RefuseOpens("2-1", EACCES, 24); // more than the few attempts that every opening makes
+    EXPECT_NE(ErrorOf([&] { camera->Open(); }), "");
+}
+
+TEST(Camera, WhoseNodeIsMadeAMomentAfterItsArrivalIsOpenedAllTheSame) {
+    VirtualBus bus(kFast);
+    auto camera = bus.Create();
+    usbfs::Bus::Instance().RefuseOpens("2-1", ENOENT, 4);
+    std::thread system([&] {
+        // libusb takes a device without a node off its list; the system tells it when the node is there.
+        EXPECT_TRUE(Eventually([&] { return bus.Cameras().empty(); }));
+        usbfs::Bus::Instance().RefuseOpens("2-1", 0, 0);
+        usbfs::PostUdevEvent("add", "2-1", {});
+    });
+    EXPECT_EQ(ErrorOf([&] { camera->Open(); }), "");
+    system.join();
+    ExpectGoodFrames(*camera);
 }
 
 TEST(Camera, LeftInTheMiddleOfACommandAnswersTheNextHost) {

@@ -78,6 +78,18 @@ TEST_F(LibusbTest, SaysThatItMayNotOpen) {
     EXPECT_EQ(m_Backend->Open(m_Plugged.Name(), handle), Result::Ok);
 }
 
+TEST_F(LibusbTest, KnowsADeviceThatHasJustArrived) {
+    const std::string id = m_Plugged.Name();
+    EXPECT_TRUE(m_Backend->IsArriving(id));
+    usbfs::Bus::Instance().MakeNodeOld(id);
+    EXPECT_FALSE(m_Backend->IsArriving(id));
+    usbfs::Bus::Instance().Unplug(id);
+    EXPECT_FALSE(m_Backend->IsArriving(id)) << "it has left";
+    usbfs::Bus::Instance().Replug(id);
+    EXPECT_TRUE(m_Backend->IsArriving(id));
+    EXPECT_FALSE(m_Backend->IsArriving("2-14"));
+}
+
 TEST_F(LibusbTest, KnowsTheLimitOfTransferMemory) {
     EXPECT_EQ(m_Backend->TransferMemoryLimit(), 0u);
     usbfs::Bus::Instance().Memory().SetLimit(16);

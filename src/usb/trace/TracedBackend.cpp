@@ -25,6 +25,7 @@ public:
     const char* Name() const override { return m_Backend->Name(); }
     [[nodiscard]] Result Enumerate(std::vector<DeviceEntry>& devices) override;
     [[nodiscard]] Result Open(const std::string& id, std::unique_ptr<Handle>& handle) override;
+    bool IsArriving(const std::string& id) const override { return m_Backend->IsArriving(id); }
     std::uint64_t RegisterHotplug(HotplugHandler handler) override {
         return m_Backend->RegisterHotplug(std::move(handler));
     }

@@ -61,6 +61,17 @@ void Bus::RefuseOpens(const std::string& name, int error, unsigned int times) {
         if (port->Name() == name) port->RefuseOpens(error, times);
 }
 
+void Bus::MakeNodeOld(const std::string& name) {
+    for (const auto& port : Ports())
+        if (port->Name() == name) port->MakeNodeOld();
+}
+
+std::time_t Bus::NodeTime(unsigned int bus, unsigned int address) const {
+    for (const auto& port : Ports())
+        if (port->BusNumber() == bus && port->Address() == address && port->IsPresent()) return port->NodeTime();
+    return 0;
+}
+
 std::size_t Bus::OpenFileCount() const {
     return m_OpenCount;
 }

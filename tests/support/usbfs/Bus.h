@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -35,6 +36,8 @@ public:
     void Replug(const std::string& name);
     /// The next `times` opens of the device fail with the errno `error`.
     void RefuseOpens(const std::string& name, int error, unsigned int times);
+    /// As if the device had been plugged in a minute earlier.
+    void MakeNodeOld(const std::string& name);
     /// What usbfs_memory_mb limits; without limit at first.
     TransferMemory& Memory() { return m_Memory; }
     /// How many device nodes are open now.
@@ -48,6 +51,8 @@ public:
     std::vector<std::shared_ptr<Port>> Ports() const;
     /// Null when there is none, or no device in it.
     std::shared_ptr<Port> FindPort(const std::string& name) const;
+    /// When the node of the device with this address was made; 0 when there is none.
+    std::time_t NodeTime(unsigned int bus, unsigned int address) const;
     /// Opens the device with this address. Returns a file descriptor, or a negative errno.
     int OpenNode(unsigned int bus, unsigned int address);
 

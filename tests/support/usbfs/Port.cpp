@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <utility>
 
 namespace usbfs {
@@ -17,6 +18,7 @@ namespace {
 constexpr std::uint8_t kSetConfigurationRequest = 0x09;
 constexpr unsigned int kAddressesOfPort = 7;
 constexpr unsigned int kAddressStep = 16;
+constexpr std::time_t kOldSeconds = 60;
 
 const char* SpeedText(usb::Speed speed) {
     switch (speed) {
@@ -114,6 +116,7 @@ bool Port::PlugNow() {
         const Lock lock = LockAlone();
         if (m_Present) return true;
         ++m_Generation;
+        m_NodeTime = std::time(nullptr);
         m_Claims = Claims(LockName(m_Name));
         m_Gone = false;
         for (const auto& [interface, driver] : m_Settings.drivers)
@@ -168,6 +171,16 @@ void Port::RefuseOpens(int error, unsigned int times) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     m_RefusalError = error;
     m_Refusals = times;
+}
+
+std::time_t Port::NodeTime() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_NodeTime;
+}
+
+void Port::MakeNodeOld() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_NodeTime -= kOldSeconds;
 }
 
 /// Asks until nothing moves any more: a device may answer on one endpoint because of what it took on another. False

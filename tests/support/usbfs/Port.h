@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <list>
 #include <map>
 #include <memory>
@@ -60,6 +61,9 @@ public:
     bool ReadAttribute(const std::string& name, std::string& text) const;
     /// The next `times` opens fail with `error`.
     void RefuseOpens(int error, unsigned int times);
+    /// When the device's node was made; see Bus::MakeNodeOld.
+    std::time_t NodeTime() const;
+    void MakeNodeOld();
     /// "usbfs" when a program holds the interface, else the kernel driver's name or nothing.
     std::string BoundDriver(unsigned int interface) const;
 
@@ -119,6 +123,7 @@ private:
     const usbdevfs_urb* m_Served = nullptr;    ///< in the device's hands just now, on the port's thread, without m_Lock
     bool m_Present = false;
     unsigned int m_Generation = 0; ///< how often it has been plugged in
+    std::time_t m_NodeTime = 0;
     Configuration m_Configuration;
     Claims m_Claims;
     std::list<OpenFile*> m_Files; ///< borrowed

@@ -1,5 +1,5 @@
-// open(), close() and ioctl() of this process, with the files of usbfs and of sysfs's USB part taken from the emulated
-// bus. Everything else goes to the C library.
+// open(), stat(), close() and ioctl() of this process, with the files of usbfs and of sysfs's USB part taken from the
+// emulated bus. Everything else goes to the C library.
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Ioctl.h"
 #include "support/usbfs/RealCalls.h"
@@ -7,6 +7,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +30,7 @@ struct Calls {
     int (*open)(const char*, int, ...) = Next<int (*)(const char*, int, ...)>("open");
     int (*close)(int) = Next<int (*)(int)>("close");
     int (*ioctl)(int, unsigned long, ...) = Next<int (*)(int, unsigned long, ...)>("ioctl");
+    int (*stat)(const char*, struct stat*) = Next<int (*)(const char*, struct stat*)>("stat");
 };
 
 const Calls& Behind() {
@@ -53,6 +55,10 @@ int Close(int file) {
 
 int Ioctl(int file, unsigned long request, void* argument) {
     return Behind().ioctl(file, request, argument);
+}
+
+int Stat(const char* path, struct stat* status) {
+    return Behind().stat(path, status);
 }
 
 } // namespace real
@@ -95,14 +101,29 @@ int OpenAttribute(const std::string& path) {
     return port != nullptr && port->ReadAttribute(path.substr(slash + 1), text) ? OpenText(text) : -ENOENT;
 }
 
+bool IsNode(const char* path, unsigned int& bus, unsigned int& address) {
+    return std::sscanf(path + std::strlen(kNodes), "%u/%u", &bus, &address) == 2;
+}
+
 int OpenOurs(const char* path) {
     Bus& bus = Bus::Instance();
     bus.Start();
     if (HasPrefix(path, kDevices)) return OpenAttribute(path + std::strlen(kDevices));
     if (!HasPrefix(path, kNodes)) return OpenText(std::to_string(bus.Memory().Limit()) + "\n");
     unsigned int number = 0, address = 0;
-    if (std::sscanf(path + std::strlen(kNodes), "%u/%u", &number, &address) != 2) return -ENOENT;
-    return bus.OpenNode(number, address);
+    return IsNode(path, number, address) ? bus.OpenNode(number, address) : -ENOENT;
+}
+
+int StatNode(const char* path, struct stat* status) {
+    Bus& bus = Bus::Instance();
+    bus.Start();
+    unsigned int number = 0, address = 0;
+    const std::time_t time = IsNode(path, number, address) ? bus.NodeTime(number, address) : 0;
+    if (time == 0) return -ENOENT;
+    *status = {};
+    status->st_mode = S_IFCHR | 0666;
+    status->st_ctim.tv_sec = time;
+    return 0;
 }
 
 int OpenAny(const char* path, int flags, mode_t mode) {
@@ -155,6 +176,11 @@ int __open_2(const char* path, int flags) {
 
 int __open64_2(const char* path, int flags) {
     return usbfs::OpenAny(path, flags, 0);
+}
+
+int stat(const char* path, struct stat* status) {
+    if (!usbfs::HasPrefix(path, usbfs::kNodes)) return usbfs::real::Stat(path, status);
+    return usbfs::Finish(usbfs::StatNode(path, status));
 }
 
 int close(int file) {
