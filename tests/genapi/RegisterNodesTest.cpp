@@ -8,9 +8,10 @@
 using namespace GenApi;
 using genapi_test::Property;
 using genapi_test::TestMap;
-using Bytes = std::vector<uint8_t>;
 
 namespace {
+
+using Bytes = std::vector<uint8_t>;
 
 struct FieldRow {
     Bytes bytes;
