@@ -1,8 +1,11 @@
 #include "ThreadTimes.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include <dlfcn.h>
 
 namespace bench {
 namespace {
@@ -40,10 +43,17 @@ std::string Name(const std::filesystem::path& task) {
     return name;
 }
 
+double IoctlSeconds() {
+    using Ask = std::uint64_t (*)();
+    static const auto ask = reinterpret_cast<Ask>(::dlsym(RTLD_DEFAULT, "usbfs_ioctl_nanoseconds"));
+    return ask != nullptr ? static_cast<double>(ask()) * 1e-9 : 0;
+}
+
 } // namespace
 
 Cost MeasureThreads() {
     Cost cost;
+    cost.ioctlSeconds = IoctlSeconds();
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         const std::string name = Name(task.path());
         if (name.rfind("vcam", 0) == 0 || name.rfind("usbfs", 0) == 0) {
@@ -59,7 +69,14 @@ Cost MeasureThreads() {
 
 Cost operator-(const Cost& after, const Cost& before) {
     return {after.cameraSeconds - before.cameraSeconds, after.hostSeconds - before.hostSeconds,
-            after.hostSwitches - before.hostSwitches, after.hostTransfers - before.hostTransfers};
+            after.ioctlSeconds - before.ioctlSeconds, after.hostSwitches - before.hostSwitches,
+            after.hostTransfers - before.hostTransfers};
+}
+
+void Print(const Cost& cost, unsigned int frames, std::chrono::steady_clock::duration time, unsigned int lost) {
+    std::printf("%8.1f %9.1f %9.2f %9.1f %8.1f %6u\n", (cost.hostSeconds - cost.ioctlSeconds) / frames * 1e6,
+                cost.ioctlSeconds / frames * 1e6, static_cast<double>(cost.hostSwitches) / frames,
+                cost.cameraSeconds / frames * 1e6, frames / std::chrono::duration<double>(time).count(), lost);
 }
 
 } // namespace bench

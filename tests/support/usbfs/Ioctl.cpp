@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 
 namespace usbfs {
 namespace {
@@ -27,6 +28,29 @@ std::atomic<std::uint64_t>& CounterOf(unsigned int request, int result) {
     if (request != USBDEVFS_REAPURBNDELAY) return g_Counters.others;
     return result == 0 ? g_Counters.reaps : g_Counters.vainReaps;
 }
+
+std::atomic<bool> g_IsTimed{false};
+std::atomic<std::uint64_t> g_Nanoseconds{0};
+
+std::uint64_t ThreadTime() {
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000000000u + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+/// Adds the time of its scope to the sum, if anybody wants to know.
+class IoctlTime {
+public:
+    IoctlTime() : m_Start(g_IsTimed ? ThreadTime() : 0) {}
+    ~IoctlTime() {
+        if (m_Start != 0) g_Nanoseconds += ThreadTime() - m_Start;
+    }
+    IoctlTime(const IoctlTime&) = delete;
+    IoctlTime& operator=(const IoctlTime&) = delete;
+
+private:
+    const std::uint64_t m_Start;
+};
 
 template<class T>
 T& As(void* argument) {
@@ -105,7 +129,13 @@ IoctlCounts CountIoctls() {
     return {g_Counters.submits, g_Counters.reaps, g_Counters.vainReaps, g_Counters.others};
 }
 
+std::uint64_t usbfs_ioctl_nanoseconds() {
+    g_IsTimed = true;
+    return g_Nanoseconds;
+}
+
 int ServeIoctl(const Bus::Opened& opened, unsigned int request, void* argument) {
+    const IoctlTime time;
     const int result = Serve(opened, request, argument);
     ++CounterOf(request, result);
     return result;
