@@ -5,12 +5,26 @@
 #include "vexlo/RemovalNotifier.h"
 #include "vexlo/Vexlo.h"
 
+#include <unistd.h>
+
 namespace vexlo {
 namespace {
 
 Mutex g_LibraryLock;
 unsigned int g_Uses TAVIX_GUARDED_BY(g_LibraryLock) = 0;
 std::shared_ptr<Library> g_Library TAVIX_GUARDED_BY(g_LibraryLock);
+
+/// A child that the process has forked has none of its threads, and ends without waiting for them: what they were
+/// about to do stays as it was.
+class ForkGuard {
+public:
+    ~ForkGuard() TAVIX_NO_THREAD_SAFETY_ANALYSIS { // the lock may have been somebody's when it was copied
+        if (::getpid() != m_Process) static_cast<void>(new std::shared_ptr<Library>(g_Library));
+    }
+
+private:
+    const pid_t m_Process = ::getpid();
+} g_ForkGuard; // dies before the library
 
 } // namespace
 
