@@ -1,48 +1,16 @@
 #include "ImageFile.h"
 
-#include "Error.h"
+#include "NewFile.h"
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <utility>
 
 #include <png.h>
 
 namespace tool {
 namespace {
 
-/// A file that is removed again unless everything reached it. Bound to a thread.
-class NewFile {
-public:
-    explicit NewFile(const std::string& path) : m_Path(path), m_File(std::fopen(path.c_str(), "wb")) {
-        if (!m_File) Fail();
-    }
-    ~NewFile() {
-        if (!m_File) return;
-        std::fclose(m_File);
-        std::remove(m_Path.c_str());
-    }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-
-    std::FILE* Get() const { return m_File; }
-    void Write(const void* data, std::size_t size) {
-        if (std::fwrite(data, 1, size, m_File) != size) Fail();
-    }
-    /// What is buffered may be refused by a full disk only now.
-    void Close() {
-        if (std::fflush(m_File) != 0) Fail();
-        if (std::fclose(std::exchange(m_File, nullptr)) != 0) Fail();
-    }
-    [[noreturn]] void Fail() const {
-        throw Error("cannot write " + m_Path + ": " + std::strerror(errno) + "; choose another --output");
-    }
-
-private:
-    const std::string m_Path;
-    std::FILE* m_File;
-};
+constexpr const char* kAdvice = "choose another --output";
 
 [[noreturn]] void OnPngError(png_structp png, png_const_charp) {
     png_longjmp(png, 1);
@@ -73,7 +41,7 @@ bool WritePngRows(std::FILE* file, const Picture& picture, std::size_t stride) {
 }
 
 void WritePng(const std::string& path, const Picture& picture) {
-    NewFile file(path);
+    NewFile file(path, kAdvice);
     const std::size_t stride = std::size_t{picture.width} * picture.channels * (picture.depth / 8);
     errno = 0;
     if (!WritePngRows(file.Get(), picture, stride)) file.Fail();
@@ -81,7 +49,7 @@ void WritePng(const std::string& path, const Picture& picture) {
 }
 
 void WritePgm(const std::string& path, const Picture& picture) {
-    NewFile file(path);
+    NewFile file(path, kAdvice);
     const std::string head = std::string(picture.channels == 3 ? "P6" : "P5") + "\n" + std::to_string(picture.width) +
                              " " + std::to_string(picture.height) + "\n" + (picture.depth == 16 ? "65535" : "255") +
                              "\n";
@@ -91,7 +59,7 @@ void WritePgm(const std::string& path, const Picture& picture) {
 }
 
 void WriteRaw(const std::string& path, const ImageView& view) {
-    NewFile file(path);
+    NewFile file(path, kAdvice);
     if (view.size > 0) file.Write(view.data, view.size);
     file.Close();
 }

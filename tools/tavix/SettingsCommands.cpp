@@ -2,12 +2,11 @@
 #include "Commands.h"
 #include "Error.h"
 #include "Json.h"
+#include "NewFile.h"
 #include "Text.h"
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include <GenApi/Persistence.h>
@@ -43,24 +42,19 @@ std::size_t CountSettings(const std::string& text) {
 
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file || std::filesystem::is_directory(path)) {
-        throw Error("cannot read " + path + "; name a file that `tavix save` wrote");
-    }
-    return {std::istreambuf_iterator<char>(file), {}};
+    const bool isOpen = file.is_open();
+    std::string text;
+    char block[4096];
+    while (file.read(block, sizeof block) || file.gcount() > 0)
+        text.append(block, static_cast<std::size_t>(file.gcount()));
+    if (!isOpen || file.bad()) throw Error("cannot read " + path + "; name a file that `tavix save` wrote");
+    return text;
 }
 
-/// Whole or not at all: a file of settings that ends early would be taken for fewer settings.
 void WriteFile(const std::string& path, const std::string& text) {
-    const std::string draft = path + ".part";
-    std::ofstream file(draft, std::ios::binary | std::ios::trunc);
-    file << text;
-    file.close();
-    std::error_code code(errno, std::generic_category());
-    if (file) std::filesystem::rename(draft, path, code);
-    if (file && !code) return;
-    std::error_code ignored;
-    std::filesystem::remove(draft, ignored);
-    throw Error("cannot write " + path + ": " + code.message() + "; choose another file");
+    NewFile file(path, "choose another file");
+    file.Write(text.data(), text.size());
+    file.Close();
 }
 
 void Report(const std::string& summary, const std::vector<Refusal>& refusals) {
