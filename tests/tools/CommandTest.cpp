@@ -135,6 +135,12 @@ TEST(Get, PrintsNameAndValueForEachName) {
               "Width=1280\nPixelFormat=Mono8\nDeviceModelName=VC-1300\n");
 }
 
+TEST(Get, TakesNamesBehindTheCamera) {
+    EXPECT_EQ(TextOf({"get", "--camera", "0", "Width", "Height"}), "Width=1280\nHeight=1024\n");
+    EXPECT_NE(LineOf(TextOf({"features", "-c", "0", "ExposureTime"}), "ExposureTime"), "");
+    EXPECT_EQ(TextOf({"set", "-c", "0", "Width=640", "Height=480"}), "Width=640\nHeight=480\n");
+}
+
 TEST(Get, KeepsTypesInJson) {
     const json values = JsonOf({"get", "Width", "ReverseX", "Gain", "DeviceModelName", "PixelFormat"});
     ASSERT_EQ(values.size(), 5u);

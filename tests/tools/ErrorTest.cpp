@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+
+#include <sys/wait.h>
 
 namespace {
 
@@ -51,7 +54,13 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"NoBuffers", 2, {"grab", "-b", "0"}, "--buffers"},
         Mistake{"NoTimeout", 2, {"grab", "--timeout", "0"}, "--timeout"},
         Mistake{"UnknownFormat", 2, {"grab", "-f", "jpg"}, "'jpg' is none of png, pgm, raw"},
-        Mistake{"ValueMissing", 2, {"get", "Width", "-c"}, "--camera"},
+        Mistake{"UnknownOptionOfAll", 2, {"-x"}, "there is no option '-x'"},
+        Mistake{"UnknownCommandWithin", 2, {"virtual", "surf"}, "there is no command 'surf'; the commands are serve, "},
+        Mistake{"CommandWithinMissing", 2, {"virtual"}, "name a command; the commands are serve, "},
+        Mistake{"GivenTwice", 2, {"grab", "-n", "1", "-n", "2"}, "--frames may be given once only"},
+        Mistake{"EmptyFileName", 2, {"save", ""}, "file: it needs a name"},
+        Mistake{"EmptyFolderName", 2, {"grab", "-o", ""}, "--output: it needs a name"},
+        Mistake{"ValueMissing", 2, {"get", "Width", "-c"}, "--camera needs a value"},
         Mistake{"NameMissing", 2, {"get"}, "see tavix get --help"},
         Mistake{"FileMissing", 2, {"xml"}, "see tavix xml --help"},
         Mistake{"NoVirtualCamera", 2, {"--virtual", "0", "list"}, "'0' is no whole number of 1 .. 32"},
@@ -74,6 +83,7 @@ INSTANTIATE_TEST_SUITE_P(
     Features, EachMistake,
     testing::Values(
         Mistake{"Unknown", 1, {"--virtual", "1", "get", "Foo"}, "no feature 'Foo'; `tavix features` lists all"},
+        Mistake{"Empty", 1, {"--virtual", "1", "get", ""}, "no feature ''; `tavix features` lists all"},
         Mistake{"WrongCase", 1, {"--virtual", "1", "get", "width"}, "did you mean Width?"},
         Mistake{"PartOfName", 1, {"--virtual", "1", "get", "Exposure"}, "ExposureTime"},
         Mistake{"UnknownPart", 1, {"--virtual", "1", "features", "Foo"}, "no feature's name holds 'Foo'"},
@@ -90,9 +100,36 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"WhyUnknown", 1, {"--virtual", "1", "why", "Foo"}, "no feature 'Foo'"},
         Mistake{
             "BadSettingForGrab", 1, {"--virtual", "1", "grab", "-n", "1", "-s", "Width=7"}, "cannot set Width to '7'"},
+        Mistake{"LoadUnreadable", 1, {"load", "/proc/self/mem"}, "cannot read /proc/self/mem; name a file that"},
+        Mistake{"LoadFolder", 1, {"load", "/"}, "cannot read /; name a file that"},
+        Mistake{"LoadEmpty", 1, {"load", "/dev/null"}, "/dev/null holds no settings"},
         Mistake{"NoFile", 1, {"xml", "/nowhere"}, "cannot read /nowhere"},
         Mistake{"NoDescription", 1, {"xml", "/proc/self/comm"}, "is no camera description"}),
     [](const auto& instance) { return instance.param.name; });
+
+/// Runs the tool in a shell, which redirects what it prints; standard error goes to a file. Returns the exit status.
+int RunInShell(const std::string& arguments, const std::string& err) {
+    const int status = std::system((TAVIX_TOOL " --virtual 1 " + arguments + " 2>" + err).c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(Output, ThatNobodyTakesIsAFailure) {
+    const TestFolder folder;
+    for (const char* command : {"list", "features", "man", "--help", "chunks -n 1", "virtual faults --json"}) {
+        EXPECT_EQ(RunInShell(std::string(command) + " >/dev/full", folder.Path("err")), 1) << command;
+        EXPECT_EQ(Lines(folder.Read("err")).size(), 1u) << folder.Read("err");
+        EXPECT_NE(folder.Read("err").find("the output could not be written"), std::string::npos) << command;
+    }
+}
+
+TEST(Output, WithoutAnyGoesToNoOtherFile) {
+    const TestFolder folder;
+    EXPECT_EQ(RunInShell("grab -q -n 1 -f pgm -o " + folder.Path("i") + " <&- >&-", folder.Path("err")), 1);
+    EXPECT_EQ(Lines(folder.Read("err")).size(), 1u) << folder.Read("err");
+    ASSERT_EQ(folder.Files(".pgm").size(), 1u);
+    EXPECT_EQ(std::filesystem::file_size(folder.Files(".pgm").front()),
+              std::string("P5\n1280 1024\n255\n").size() + 1280 * 1024);
+}
 
 /// A camera with faults of its own.
 struct Trouble {

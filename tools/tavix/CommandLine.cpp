@@ -21,11 +21,29 @@ ImageFormat FormatOf(const std::string& text) {
 }
 
 void AddCameraOptions(CLI::App& command, CommonOptions& options, bool several) {
-    command.add_option("-c,--camera", options.cameras,
-                       std::string("By number, serial number, GUID, user name, model or path") +
-                           (several ? "; repeatable" : ""));
+    command
+        .add_option("-c,--camera", options.cameras,
+                    std::string("By number, serial number, GUID, user name, model or path") +
+                        (several ? "; repeatable" : ""))
+        ->allow_extra_args(false); // what follows its value may be the name of a feature
     if (several) command.add_flag("-a,--all", options.all, "Every camera found");
     command.add_flag("--json", options.json, "Print JSON");
+}
+
+/// The command that was named, or the one within it.
+const CLI::App& Deepest(const CLI::App& app) {
+    const auto named = app.get_subcommands();
+    return named.empty() ? app : Deepest(*named.front());
+}
+
+/// `rest` is what no command took.
+std::string MissingCommandText(const CLI::App& parent, const std::vector<std::string>& rest) {
+    std::string names;
+    for (const CLI::App* command : parent.get_subcommands([](const CLI::App*) { return true; }))
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    if (rest.empty()) return "name a command; the commands are " + names;
+    const std::string kind = rest.front().rfind('-', 0) == 0 ? "option" : "command";
+    return "there is no " + kind + " '" + rest.front() + "'; the commands are " + names;
 }
 
 } // namespace
@@ -52,14 +70,14 @@ void CommandLine::Parse(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::RequiredError&) {
-        if (!app.get_subcommands().empty()) throw; // it lacks something itself
-        std::string names;
-        for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-            names += (names.empty() ? "" : ", ") + command->get_name();
-        }
-        const auto rest = app.remaining();
-        const std::string wrong = rest.empty() ? "name a command" : "there is no command '" + rest.front() + "'";
-        throw CLI::RequiredError(wrong + "; the commands are " + names, CLI::ExitCodes::RequiredError);
+        const CLI::App& named = Deepest(app);
+        if (named.get_subcommands([](const CLI::App*) { return true; }).empty()) throw; // it lacks something itself
+        throw CLI::RequiredError(MissingCommandText(named, app.remaining(/*recurse=*/true)),
+                                 CLI::ExitCodes::RequiredError);
+    } catch (const CLI::ArgumentMismatch& e) {
+        const std::string text = e.what(), option = text.substr(0, text.find(": "));
+        const bool isTwice = text.find("At Most") != std::string::npos;
+        throw CLI::ArgumentMismatch(option + (isTwice ? " may be given once only" : " needs a value"));
     }
 }
 
@@ -90,7 +108,8 @@ void CommandLine::AddListingCommands() {
 
     auto* examining = app.add_subcommand("doctor", "Examine the system: what keeps cameras from working, and the cure");
     examining->add_option("--root", m_Doctor.root, "Folder with a copy of another machine's /sys, /proc, /etc and /dev")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(NotEmpty());
     examining->add_flag("--udev-rule", m_Doctor.udevRule, "Print the udev rule that gives access to cameras");
     examining->add_flag("--json", m_Doctor.json, "Print JSON");
     examining->callback([this] { run = [this] { return Doctor(m_Doctor); }; });
@@ -124,12 +143,12 @@ void CommandLine::AddFeatureCommands() {
 void CommandLine::AddSettingsCommands() {
     auto* saving = app.add_subcommand("save", "Save the settings of a camera in a file");
     AddCameraOptions(*saving, m_Save, /*several=*/false);
-    saving->add_option("file", m_Save.path, "File to write")->required();
+    saving->add_option("file", m_Save.path, "File to write")->required()->check(NotEmpty());
     saving->callback([this] { run = [this] { return Save(m_Save); }; });
 
     auto* loading = app.add_subcommand("load", "Set a camera up as a file of settings says");
     AddCameraOptions(*loading, m_Load, /*several=*/false);
-    loading->add_option("file", m_Load.path, "File that save wrote")->required();
+    loading->add_option("file", m_Load.path, "File that save wrote")->required()->check(NotEmpty());
     loading->callback([this] { run = [this] { return Load(m_Load); }; });
 }
 
@@ -144,14 +163,15 @@ void CommandLine::AddGrabOptions(CLI::App& command, GrabOptions& options) {
     command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")
         ->capture_default_str()
         ->check(Count(kLongestMs));
-    command.add_option("-s,--set", options.settings, "NAME=VALUE before the grab; repeatable");
+    command.add_option("-s,--set", options.settings, "NAME=VALUE before the grab; repeatable")->allow_extra_args(false);
 }
 
 void CommandLine::AddGrabCommand() {
     auto* command = app.add_subcommand("grab", "Grab images, from several cameras at once if asked");
     AddCameraOptions(*command, m_Grab, /*several=*/true);
     AddGrabOptions(*command, m_Grab);
-    command->add_option("-o,--output", m_Grab.folder, "Folder for images; none are saved without it");
+    command->add_option("-o,--output", m_Grab.folder, "Folder for images; none are saved without it")
+        ->check(NotEmpty());
     command
         ->add_option_function<std::string>(
             "-f,--format", [this](const std::string& text) { m_Grab.format = FormatOf(text); },
@@ -164,7 +184,8 @@ void CommandLine::AddGrabCommand() {
     command
         ->add_option("--trace", m_Grab.trace,
                      "Write what goes over the wire to this pcapng file, which Wireshark opens")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(NotEmpty());
     command->add_flag("-q,--quiet", m_Grab.quiet, "No progress bar");
     command->callback([this] { run = [this] { return Grab(m_Grab); }; });
 }
@@ -176,7 +197,8 @@ void CommandLine::AddStreamCommands() {
     listening->add_option("-n,--count", m_Events.count, "End after so many events")->check(Count(kEndless));
     listening->add_option("--timeout", m_Events.timeoutMs, "Longest wait for an event in ms")->check(Count(kLongestMs));
     listening->add_flag("-g,--grab", m_Events.grab, "Grab images meanwhile; most events need that");
-    listening->add_option("-s,--set", m_Events.settings, "NAME=VALUE before it begins; repeatable");
+    listening->add_option("-s,--set", m_Events.settings, "NAME=VALUE before it begins; repeatable")
+        ->allow_extra_args(false);
     listening->callback([this] { run = [this] { return Events(m_Events); }; });
 
     auto* showing = app.add_subcommand("chunks", "Print the chunk data of each frame and check its checksum");
@@ -195,7 +217,7 @@ void CommandLine::AddStreamCommands() {
 
 void CommandLine::AddFileCommands() {
     auto* command = app.add_subcommand("xml", "Load a camera description file and list its features; needs no camera");
-    command->add_option("file", m_Xml.path, "Description file, plain or zipped")->required();
+    command->add_option("file", m_Xml.path, "Description file, plain or zipped")->required()->check(NotEmpty());
     command->add_flag("--lint", m_Xml.lint,
                       "List what is wrong with the file instead; exit status 1 when something cannot work");
     command->add_flag("--json", m_Xml.json, "Print JSON");
@@ -212,7 +234,7 @@ void CommandLine::AddVirtualCommands() {
     listing->callback([this] { run = [this] { return ListFaults(m_Faults); }; });
 
     auto* printing = command->add_subcommand("settings", "Print settings of virtual cameras with faults, as JSON");
-    printing->add_option("--fault", m_Faults.faults, kFaultText)->type_name("FAULT");
+    printing->add_option("--fault", m_Faults.faults, kFaultText)->type_name("FAULT")->allow_extra_args(false);
     printing->callback([this] {
         run = [this] {
             m_Faults.cameras = virtualCameras;
@@ -224,7 +246,7 @@ void CommandLine::AddVirtualCommands() {
 void CommandLine::AddServeCommand(CLI::App& parent) {
     auto* serving = parent.add_subcommand(
         "serve", "Lend virtual cameras (--virtual says which; one without it) to a kernel; ends with Ctrl-C or 'quit'");
-    serving->add_option("--fault", m_Serve.faults, kFaultText)->type_name("FAULT");
+    serving->add_option("--fault", m_Serve.faults, kFaultText)->type_name("FAULT")->allow_extra_args(false);
     auto* usbip = serving
                       ->add_option("--usbip", m_UsbipPort,
                                    "By USB/IP on this TCP port (3240): any Linux attaches them with usbip")
@@ -233,8 +255,8 @@ void CommandLine::AddServeCommand(CLI::App& parent) {
                       ->type_name("PORT");
     serving->add_option("--listen", m_Serve.listen, "Address for USB/IP")->capture_default_str()->needs(usbip);
     auto* vhci = serving->add_flag("--vhci", m_Serve.vhci, "Attach them to this computer's kernel (as root)");
-    auto* redirection =
-        serving->add_option("--usbredir", m_Serve.usbredir, "To virtual machines, on this local socket");
+    auto* redirection = serving->add_option("--usbredir", m_Serve.usbredir, "To virtual machines, on this local socket")
+                            ->check(NotEmpty());
     usbip->excludes(vhci)->excludes(redirection);
     vhci->excludes(redirection);
     serving->callback([this, usbip, vhci, redirection] {

@@ -20,7 +20,7 @@ using namespace virtualcam;
 using nlohmann::json;
 
 Error Wrong(const std::string& fault, const std::string& why) {
-    return Error("'" + fault + "': " + why + "; see tavix virtual faults");
+    return Error("'" + fault + "': " + why + "; see tavix virtual faults", kWrongLine);
 }
 
 /// A value as it is written, or a text when it is nothing else.
@@ -72,6 +72,7 @@ void SetValue(json& camera, const std::string& text) {
     *place = IsText(key) ? json(value) : ValueOf(value);
 }
 
+/// `text` is what --virtual has accepted: a number, the settings themselves, or the file that holds them.
 json Cameras(const std::string& text) {
     if (text.find_first_not_of("0123456789") == std::string::npos) {
         const int count = text.empty() ? 1 : std::stoi(text.substr(0, 6));
@@ -79,7 +80,8 @@ json Cameras(const std::string& text) {
         return json{{"cameras", std::vector<json>(static_cast<std::size_t>(count), json::object())}};
     }
     std::ifstream file(text);
-    json document = json::parse(file, nullptr, /*allow_exceptions=*/false);
+    json document = text.front() == '{' ? json::parse(text, nullptr, /*allow_exceptions=*/false)
+                                        : json::parse(file, nullptr, /*allow_exceptions=*/false);
     if (!document.is_object() || !document["cameras"].is_array())
         throw Error(text + " does not describe virtual cameras");
     return document;
@@ -114,7 +116,7 @@ std::string SettingsWithFaults(const std::string& cameras, const std::vector<std
     const std::string text = document.dump(2);
     BackendSettings parsed;
     std::string error;
-    if (!ParseSettings(text, parsed, error)) throw Error("virtual cameras: " + error);
+    if (!ParseSettings(text, parsed, error)) throw Error("virtual cameras: " + error, kWrongLine);
     return text;
 }
 

@@ -81,7 +81,7 @@ std::string WhyText(GenApi::INode& node) {
 
 GenApi::IValue& FindFeature(GenApi::INodeMap& features, const std::string& name) {
     if (auto* value = dynamic_cast<GenApi::IValue*>(features.GetNode(name.c_str()))) return *value;
-    const std::string similar = SimilarNames(features, name);
+    const std::string similar = name.empty() ? "" : SimilarNames(features, name);
     throw Error("this camera has no feature '" + name + "'" +
                 (similar.empty() ? "; `tavix features` lists all" : "; did you mean " + similar + "?"));
 }

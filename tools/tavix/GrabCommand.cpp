@@ -5,7 +5,6 @@
 #include "Json.h"
 #include "Progress.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -101,7 +100,6 @@ int Grab(const GrabOptions& options) {
     for (const auto& info : cameras)
         sessions.push_back(std::make_unique<GrabSession>(info, options));
     CatchInterrupts();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that grew too large is an error of writing, not a reason to die
 
     const ProcessCost before = MeasureProcess();
     const auto start = std::chrono::steady_clock::now();

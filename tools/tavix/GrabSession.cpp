@@ -123,7 +123,7 @@ void GrabSession::Prepare(Camera& camera) {
 }
 
 void GrabSession::QueueBuffers(std::size_t size) {
-    for (unsigned int i = 0; i < m_Options.buffers; ++i) {
+    for (unsigned int i = 0; i < m_Options.buffers && !m_Alarm->isStopped; ++i) { // thousands take a while
         auto slot = std::make_unique<Slot>();
         slot->memory.resize(size);
         slot->handle = m_Grabber->RegisterBuffer(slot->memory.data(), slot->memory.size());

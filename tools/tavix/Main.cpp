@@ -3,8 +3,13 @@
 #include "CommandLine.h"
 #include "Error.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
@@ -16,14 +21,34 @@ int Complain(const std::string& line, int status) {
     return status;
 }
 
+/// A program may be started without standard input or output. Whatever is opened next would take their place, and an
+/// image or a camera be written to as if it were the terminal. So they are taken, for the wrong direction: what is
+/// written fails as it should.
+void OccupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) != -1) continue;
+        (void)!open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+/// Whether all that was printed has arrived.
+bool IsOutputWhole() {
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+constexpr const char* kOutputLost = "the output could not be written; the disk that it goes to may be full";
+
 } // namespace
 
 int main(int argc, char** argv) {
+    OccupyStandardStreams();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grew too large is an error of writing, not a reason to die
     tool::CommandLine line;
     try {
         line.Parse(argc, argv);
     } catch (const CLI::Success& e) {
-        return line.app.exit(e); // help and version
+        line.app.exit(e); // help and version
+        return std::cout.flush() ? tool::kDone : Complain(kOutputLost, tool::kFailed);
     } catch (const CLI::ParseError& e) {
         return Complain(tool::Reason(e) + "; see " + line.HelpCommand(), tool::kWrongLine);
     }
@@ -31,8 +56,7 @@ int main(int argc, char** argv) {
     if (!line.virtualCameras.empty()) setenv("TAVIX_VIRTUAL_CAMERAS", line.virtualCameras.c_str(), /*overwrite=*/1);
     try {
         const int status = line.run();
-        if (std::fflush(stdout) != 0) return Complain("the output could not be written", tool::kFailed);
-        return status;
+        return IsOutputWhole() ? status : Complain(kOutputLost, tool::kFailed);
     } catch (const tool::Error& e) {
         return Complain(tool::Reason(e), e.Status());
     } catch (const std::exception& e) {

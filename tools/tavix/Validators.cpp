@@ -15,6 +15,10 @@ CLI::Validator Count(std::uint64_t most) {
         "");
 }
 
+CLI::Validator NotEmpty() {
+    return CLI::Validator([](std::string& text) { return std::string(text.empty() ? "it needs a name" : ""); }, "");
+}
+
 std::string CheckVirtualCameras(std::string& text) {
     if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos) {
         return Count(32)(text);
