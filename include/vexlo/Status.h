@@ -52,6 +52,7 @@ inline constexpr VxStatus VX_E_USB_NO_MEMORY = 0xE2010135;     ///< usbfs memory
 inline constexpr VxStatus VX_E_USB_NOT_SUPPORTED = 0xE2010136; ///< not supported by kernel or platform
 inline constexpr VxStatus VX_E_USB_OTHER = 0xE2010137;         ///< other USB failure
 inline constexpr VxStatus VX_E_NOT_A_CAMERA = 0xE2010138;      ///< descriptors are not those of a USB3 Vision camera
+inline constexpr VxStatus VX_E_TOO_MANY_FILES = 0xE2010139;    ///< the process has no file descriptors left
 inline constexpr VxStatus VX_E_BUSY = 0xE201013F;              ///< camera cannot be opened now: in use elsewhere
 
 // Control protocol. The low 16 bits of VX_E_DEVICE_STATUS_BASE-codes are the camera's own status code.

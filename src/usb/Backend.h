@@ -32,6 +32,7 @@ enum class Result : int {
     Interrupted,
     NoMemory,
     NotSupported,
+    TooManyFiles,
     Other
 };
 

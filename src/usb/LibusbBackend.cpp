@@ -8,6 +8,7 @@
 #include "usb/LibusbResult.h"
 #include "usb/NodeAge.h"
 #include "usb/SmallFile.h"
+#include "usb/SpareFiles.h"
 
 #include <algorithm>
 #include <atomic>
@@ -81,7 +82,8 @@ Result LibusbBackend::Enumerate(std::vector<DeviceEntry>& devices) {
 Result LibusbBackend::Open(const std::string& id, std::unique_ptr<Handle>& handle) {
     Result result = Result::Other;
     handle = LibusbHandle::Open(id, result);
-    return result;
+    const bool isPlain = result == Result::Ok || result == Result::Access || result == Result::Busy;
+    return isPlain || HasSpareFiles() ? result : Result::TooManyFiles;
 }
 
 std::uint64_t LibusbBackend::RegisterHotplug(HotplugHandler handler) {

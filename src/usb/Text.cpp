@@ -31,6 +31,8 @@ const char* ToText(Result result) {
         return "out of memory (see usbfs_memory_mb)";
     case Result::NotSupported:
         return "not supported on this system";
+    case Result::TooManyFiles:
+        return "too many open files";
     case Result::Other:
         break;
     }

@@ -77,6 +77,8 @@ constexpr StatusRow kStatusRows[] = {
     {VX_E_USB_NOT_SUPPORTED, "The USB operation is not supported by kernel or platform."},
     {VX_E_USB_OTHER, "Unclassified USB failure."},
     {VX_E_NOT_A_CAMERA, "The device's descriptors are not those of a USB3 Vision camera."},
+    {VX_E_TOO_MANY_FILES,
+     "The program has too many files open to open a camera as well. Close some, or raise the limit (ulimit -n)."},
     {VX_E_BUSY, "The camera is in use by another program."},
     {VX_E_PROTOCOL, "The camera's answer is malformed."},
     {VX_E_XML_NO_MANIFEST, "The camera's table of files is missing or malformed."},

@@ -32,6 +32,8 @@ VxStatus ToStatus(usb::Result result) {
         return VX_E_USB_NO_MEMORY;
     case usb::Result::NotSupported:
         return VX_E_USB_NOT_SUPPORTED;
+    case usb::Result::TooManyFiles:
+        return VX_E_TOO_MANY_FILES;
     case usb::Result::Other:
         break;
     }

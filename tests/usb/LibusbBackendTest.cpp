@@ -8,6 +8,9 @@
 #include <future>
 #include <mutex>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace {
 
 using usb::HotplugEvent;
@@ -75,6 +78,27 @@ TEST_F(LibusbTest, SaysThatItMayNotOpen) {
     std::unique_ptr<usb::Handle> handle;
     EXPECT_EQ(m_Backend->Open(m_Plugged.Name(), handle), Result::Access);
     EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(m_Backend->Open(m_Plugged.Name(), handle), Result::Ok);
+}
+
+TEST_F(LibusbTest, SaysThatTheProcessHasTooManyFilesOpen) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int lowest = dup(STDIN_FILENO); // all below are taken
+    ASSERT_GE(lowest, 0);
+    close(lowest);
+    for (unsigned int spare = 0; spare < 16; ++spare) {
+        rlimit limit = before;
+        limit.rlim_cur = static_cast<rlim_t>(lowest) + spare;
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+        std::unique_ptr<usb::Handle> handle;
+        const Result result = m_Backend->Open(m_Plugged.Name(), handle);
+        handle.reset();
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+        const bool isPlain = result == Result::TooManyFiles || (spare > 1 && result == Result::Ok);
+        EXPECT_TRUE(isPlain) << usb::ToText(result) << " with " << spare << " left";
+    }
+    std::unique_ptr<usb::Handle> handle;
     EXPECT_EQ(m_Backend->Open(m_Plugged.Name(), handle), Result::Ok);
 }
 

@@ -41,6 +41,7 @@ inline constexpr vexlo::VxStatus kAllFailures[] = {
     vexlo::VX_E_USB_NO_MEMORY,
     vexlo::VX_E_USB_NOT_SUPPORTED,
     vexlo::VX_E_USB_OTHER,
+    vexlo::VX_E_TOO_MANY_FILES,
     vexlo::VX_E_NOT_A_CAMERA,
     vexlo::VX_E_BUSY,
     vexlo::VX_E_PROTOCOL,
