@@ -130,6 +130,21 @@ TEST(Features, GiveNameTypeAccessValueAndLimitsAsJson) {
     EXPECT_EQ((*width)["increment"], 4);
 }
 
+TEST(Features, SayThatTheCameraLeftWhileTheyWereRead) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "Unplug", "skip": 60}]}}]})");
+    for (const Arguments& more : {Arguments{}, {"--json"}}) {
+        Arguments arguments{"--virtual", settings, "features"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = RunTool(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+        EXPECT_NE(outcome.err.find("The camera was removed."), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find("plug it in again"), std::string::npos) << outcome.err;
+    }
+}
+
 TEST(Get, PrintsNameAndValueForEachName) {
     EXPECT_EQ(TextOf({"get", "Width", "PixelFormat", "DeviceModelName"}),
               "Width=1280\nPixelFormat=Mono8\nDeviceModelName=VC-1300\n");

@@ -41,6 +41,30 @@ TEST(Save, CountsTheSettingsInJson) {
     EXPECT_EQ(report["failed"], json::array());
 }
 
+/// A camera that is unplugged in the middle of the settings.
+std::string LeavingCamera(const TestFolder& folder) {
+    return folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "Unplug", "skip": 60}]}}]})");
+}
+
+TEST(Save, LeavesTheFileAloneWhenTheCameraLeaves) {
+    const TestFolder folder;
+    folder.Write("s.txt", "old");
+    const Outcome outcome = RunTool({"--virtual", LeavingCamera(folder), "save", folder.Path("s.txt")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "tavix: VC-1300 (40000001) was unplugged; nothing was saved; plug it in again\n");
+    EXPECT_EQ(folder.Read("s.txt"), "old");
+}
+
+TEST(Load, FailsWhenTheCameraLeaves) {
+    const TestFolder folder;
+    ASSERT_EQ(OnVirtualCamera({"save", folder.Path("s.txt")}).status, 0);
+    const Outcome outcome = RunTool({"--virtual", LeavingCamera(folder), "load", folder.Path("s.txt")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "tavix: VC-1300 (40000001) was unplugged; not all settings were set; plug it in again\n");
+}
+
 TEST(Load, SetsAllThatSaveWrote) {
     const TestFolder folder;
     ASSERT_EQ(OnVirtualCamera({"save", folder.Path("s.txt")}).status, 0);

@@ -61,6 +61,14 @@ TEST(Events, SayWhatToDoWhenNoneComes) {
     EXPECT_NE(outcome.err.find("add --grab"), std::string::npos) << outcome.err;
 }
 
+TEST(Events, DoNotAskForTheGrabThatThereIs) {
+    const Outcome outcome =
+        RunTool({"--virtual", "1", "events", "ExposureEnd", "-g", "--timeout", "50", "--set", "TriggerMode=On"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err.find("add --grab"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("add --set TriggerMode=Off"), std::string::npos) << outcome.err;
+}
+
 TEST(Events, NameTheEventsThatThereAre) {
     for (const Arguments& more : {Arguments{}, {"--grab"}}) {
         Arguments arguments{"--virtual", "1", "events", "Sunrise"};

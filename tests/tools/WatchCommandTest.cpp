@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <nlohmann/json.hpp>
 
@@ -36,6 +37,13 @@ TEST(Watch, EndsAfterTheTimeoutWithoutAChange) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "tavix: no camera came or went for 50 ms\n");
+}
+
+TEST(Watch, EndsWhenNobodyReadsItAnyMore) {
+    for (const char* command : {"watch --interval 10", "events"}) {
+        const std::string line = std::string(TAVIX_TOOL " --virtual 1 ") + command + " 2>&1 | true";
+        EXPECT_EQ(std::system(("timeout 10 sh -c '" + line + "'").c_str()), 0) << command;
+    }
 }
 
 TEST(Watch, WritesEachChangeAtOnceAndEndsAtCtrlC) {

@@ -12,7 +12,11 @@ std::string Reason(const std::exception& exception) {
     }
     while (!text.empty() && (text.back() == ' ' || text.back() == '.'))
         text.pop_back();
-    return text;
+    return TellsOfRemoval(text) ? text + "; plug it in again" : text;
+}
+
+bool TellsOfRemoval(const std::string& reason) {
+    return reason.find("The camera was removed.") != std::string::npos;
 }
 
 } // namespace tool

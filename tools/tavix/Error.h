@@ -22,4 +22,7 @@ private:
 /// What an exception says to a person: its text without source file and line, on one line, without the full stop.
 std::string Reason(const std::exception& exception);
 
+/// Whether a reason is that the camera has gone.
+bool TellsOfRemoval(const std::string& reason);
+
 } // namespace tool

@@ -135,8 +135,9 @@ void EventListener::Loop() {
     const unsigned int patience = m_Options.timeoutMs > 0 ? m_Options.timeoutMs : kForever;
     for (unsigned int which = 0; !IsEnough();) {
         if (!waits.WaitForAny(patience, &which)) {
-            throw Error("it sent no event for " + std::to_string(patience) +
-                        " ms; most events need a running acquisition: add --grab");
+            throw Error("it sent no event for " + std::to_string(patience) + " ms; " +
+                        (m_Options.grab ? "perhaps it waits for a trigger: add --set TriggerMode=Off"
+                                        : "most events need a running acquisition: add --grab"));
         }
         if (which == 0) return;
         Tavix::EventResult event;

@@ -36,8 +36,8 @@ void Listen(Camera& camera, EventListener& listener) {
     waits.Add(alarm.Bell());
     waits.Add(listener.Ended());
     listener.Start(camera);
-    while (!IsInterrupted() && !waits.WaitForAny(kTickMs)) {
-    }
+    while (!IsInterrupted() && !waits.WaitForAny(kTickMs))
+        EndWithoutReader();
     const bool isGone = alarm.Bell().Wait(0);
     listener.Stop(camera);
     if (isGone) throw Error(camera.Name() + " was unplugged; plug it in again");
@@ -52,6 +52,7 @@ std::string ListenToGrab(const Tavix::CDeviceInfo& info, const EventsOptions& op
     sessions.push_back(std::make_unique<GrabSession>(info, grab, &listener));
     GrabSession& session = *sessions.front();
     const std::string text = RunSessions(sessions, [&] {
+                                 EndWithoutReader();
                                  if (listener.HasEnded()) session.Stop();
                              }).front();
     if (!text.empty()) throw Error(text);

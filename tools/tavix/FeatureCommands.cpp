@@ -32,6 +32,17 @@ std::string WhyLine(GenApi::INode& node, const std::string& name) {
            "): " + (reason.empty() ? "nothing stands in the way of reading and writing it" : Printable(reason));
 }
 
+TreeReport PrintTreeJson(GenApi::INode& root, const TreeOptions& options) {
+    const nlohmann::json features = TreeJson(root, options);
+    PrintJson(features);
+    TreeReport report;
+    report.isEmpty = features.empty() && !options.part.empty();
+    for (const nlohmann::json& feature : features) {
+        if (feature.contains("error") && report.failures++ == 0) report.firstFailure = feature["error"];
+    }
+    return report;
+}
+
 } // namespace
 
 int Features(const FeatureOptions& options) {
@@ -44,12 +55,14 @@ int Features(const FeatureOptions& options) {
     TreeOptions tree;
     tree.part = options.names.empty() ? std::string() : options.names.front();
     tree.everything = options.everything;
-    if (options.json) {
-        PrintJson(TreeJson(*root, tree));
-    } else if (!PrintTree(*root, tree)) {
-        throw Error("no feature's name holds '" + tree.part + "'; `tavix features` lists all");
+    const TreeReport report = options.json ? PrintTreeJson(*root, tree) : PrintTree(*root, tree);
+    if (report.isEmpty) throw Error("no feature's name holds '" + tree.part + "'; `tavix features` lists all");
+    if (report.failures > 0) {
+        throw Error(std::to_string(report.failures) + " features of " + camera.Name() +
+                        " could not be read: " + report.firstFailure,
+                    TellsOfRemoval(report.firstFailure) ? kFailed : kPartly);
     }
-    return 0;
+    return kDone;
 }
 
 int Get(const FeatureOptions& options) {

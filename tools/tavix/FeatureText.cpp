@@ -231,13 +231,15 @@ const char* AccessName(GenApi::INode& node) {
     }
 }
 
-std::string ValueText(GenApi::INode& node) {
+std::string ValueText(GenApi::INode& node, std::string* failure) {
     try {
         if (node.GetPrincipalInterfaceType() == GenApi::intfICommand) return "(command)";
         if (!GenApi::IsReadable(node.GetAccessMode())) return "(not readable now)";
         return ReadText(node);
     } catch (const GenICam::GenericException& e) {
-        return "(" + Printable(Reason(e)) + ")";
+        const std::string reason = Printable(Reason(e));
+        if (failure != nullptr) *failure = reason;
+        return "(" + reason + ")";
     }
 }
 

@@ -12,8 +12,8 @@ namespace tool {
 const char* TypeName(GenApi::INode& node);
 /// "RW", "RO", "WO", "NA", "NI"; "??" when the mode cannot be found out.
 const char* AccessName(GenApi::INode& node);
-/// The value as text, or what keeps it from being read, in parentheses.
-std::string ValueText(GenApi::INode& node);
+/// The value as text, or what keeps it from being read, in parentheses. A fault of the camera goes to `failure`, too.
+std::string ValueText(GenApi::INode& node, std::string* failure = nullptr);
 /// What could be written: limits, increment or entries, as far as they can be read; limits of a number that are those
 /// of its type are left out.
 std::string LimitText(GenApi::INode& node);

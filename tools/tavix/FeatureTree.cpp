@@ -59,7 +59,11 @@ private:
 class TablePrinter final : public Walker {
 public:
     explicit TablePrinter(const TreeOptions& options) : Walker(options), m_Table({}, kWidestColumn) {}
-    const Table& Result() const { return m_Table; }
+    TreeReport Print() {
+        m_Table.Print();
+        m_Report.isEmpty = m_Table.IsEmpty();
+        return m_Report;
+    }
 
 private:
     static std::string Indented(GenApi::INode& node, std::size_t depth) {
@@ -76,12 +80,15 @@ private:
                          DeclaredText(feature)});
         }
     }
-    static std::string ValueWithUnit(GenApi::INode& feature) {
-        const std::string value = ValueText(feature), unit = UnitText(feature);
+    std::string ValueWithUnit(GenApi::INode& feature) {
+        std::string failure;
+        const std::string value = ValueText(feature, &failure), unit = UnitText(feature);
+        if (!failure.empty() && m_Report.failures++ == 0) m_Report.firstFailure = failure;
         return unit.empty() || value.empty() || value.front() == '(' ? value : value + " " + unit;
     }
 
     Table m_Table;
+    TreeReport m_Report;
 };
 
 /// Bound to a thread.
@@ -107,11 +114,10 @@ private:
 
 } // namespace
 
-bool PrintTree(GenApi::INode& root, const TreeOptions& options) {
+TreeReport PrintTree(GenApi::INode& root, const TreeOptions& options) {
     TablePrinter printer(options);
     printer.Walk(root, 0, false);
-    printer.Result().Print();
-    return !printer.Result().IsEmpty();
+    return printer.Print();
 }
 
 nlohmann::json TreeJson(GenApi::INode& root, const TreeOptions& options) {

@@ -17,9 +17,15 @@ struct TreeOptions {
     bool withCamera = true;  ///< false: there are no values, and all limits that can be found are told
 };
 
-/// Prints the tree below Root as a table; false when nothing was wanted.
-bool PrintTree(GenApi::INode& root, const TreeOptions& options);
-/// The same as an array of features; each names its category.
+struct TreeReport {
+    bool isEmpty = true;      ///< nothing was wanted
+    std::size_t failures = 0; ///< features whose value the camera refused to tell
+    std::string firstFailure;
+};
+
+/// Prints the tree below Root as a table.
+TreeReport PrintTree(GenApi::INode& root, const TreeOptions& options);
+/// The same as an array of features; each names its category, and has an "error" when its value cannot be told.
 nlohmann::json TreeJson(GenApi::INode& root, const TreeOptions& options);
 
 } // namespace tool

@@ -26,7 +26,8 @@ void MakeFolder(const std::string& folder) {
 /// The transport layer reads the variable when it is loaded, and tells the log only when it cannot write the file.
 void StartTrace(const std::string& path) {
     if (path.empty()) return;
-    if (!std::ofstream(path, std::ios::binary))
+    std::ofstream attempt(path, std::ios::binary);
+    if (!(attempt << "pcapng" << std::flush)) // what a full disk refuses; the trace begins the file anew
         throw Error("cannot write the trace to " + path + ": " + std::generic_category().message(errno) +
                     "; choose another --trace");
     setenv("TAVIX_TRACE", path.c_str(), /*overwrite=*/1);

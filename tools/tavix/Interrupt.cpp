@@ -7,6 +7,9 @@
 #include <csignal>
 #include <cstdio>
 
+#include <poll.h>
+#include <unistd.h>
+
 namespace tool {
 namespace {
 
@@ -30,6 +33,11 @@ void CatchInterrupts() {
 
 bool IsInterrupted() {
     return g_Interrupted;
+}
+
+void EndWithoutReader() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    if (poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0) std::raise(SIGPIPE);
 }
 
 int InterruptedStatus() {

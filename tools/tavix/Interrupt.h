@@ -8,5 +8,8 @@ void CatchInterrupts();
 bool IsInterrupted();
 /// For the end of a command: says on standard error that it was interrupted, and gives the exit status.
 int InterruptedStatus();
+/// For commands that are silent for long: ends the program, as the next line would, when the reader of its output has
+/// gone, `head -1` for instance.
+void EndWithoutReader();
 
 } // namespace tool

@@ -85,6 +85,14 @@ std::vector<Refusal> Apply(GenApi::CFeatureBag& bag, GenApi::INodeMap& features)
     return Refusals(errors);
 }
 
+/// A camera that has gone is no reason for a file or a camera with a part of the settings to be called done.
+void ThrowIfGone(const Camera& camera, const std::vector<Refusal>& refusals, const std::string& consequence) {
+    for (const Refusal& refusal : refusals) {
+        if (TellsOfRemoval(refusal.reason))
+            throw Error(camera.Name() + " was unplugged; " + consequence + "; plug it in again");
+    }
+}
+
 void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& text) {
     if (!refusals.empty()) throw Error(std::to_string(refusals.size()) + text, kPartly);
 }
@@ -97,6 +105,8 @@ int Save(const SettingsFileOptions& options) {
     bag.SetInfo(("Settings of " + camera.Name()).c_str());
     GenICam::gcstring_vector errors;
     bag.StoreToBag(&camera.Features(), /*MaxNumEntries=*/-1, &errors);
+    const std::vector<Refusal> refusals = Refusals(errors);
+    ThrowIfGone(camera, refusals, "nothing was saved");
     std::ostringstream text;
     text << bag;
     const std::size_t count = CountSettings(text.str());
@@ -105,7 +115,6 @@ int Save(const SettingsFileOptions& options) {
                     " marks no feature as a setting to be kept; `tavix get` and `tavix set` work by name");
     }
     WriteFile(options.path, text.str());
-    const std::vector<Refusal> refusals = Refusals(errors);
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {
@@ -124,6 +133,7 @@ int Load(const SettingsFileOptions& options) {
     std::istringstream stream(text);
     stream >> bag;
     const std::vector<Refusal> refusals = Apply(bag, camera.Features());
+    ThrowIfGone(camera, refusals, "not all settings were set");
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {

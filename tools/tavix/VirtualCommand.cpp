@@ -94,10 +94,25 @@ void StartUsbredir([[maybe_unused]] Servers& servers, [[maybe_unused]] RemoteCam
 #endif
 }
 
+/// A server that cannot listen says where and why; what to do about it depends on who asked.
+template<class Starter>
+void Try(Starter start, const char* advice) {
+    try {
+        start();
+    } catch (const Error&) {
+        throw; // it has an advice
+    } catch (const std::runtime_error& e) {
+        throw Error(Reason(e) + advice);
+    }
+}
+
 Servers Start(RemoteCameras& cameras, const ServeOptions& options) {
     Servers servers;
-    if (options.usbip) StartUsbip(servers, cameras, options);
-    if (!options.usbredir.empty()) StartUsbredir(servers, cameras, options);
+    if (options.usbip)
+        Try([&] { StartUsbip(servers, cameras, options); },
+            "; choose another --listen, or another port behind --usbip");
+    if (!options.usbredir.empty())
+        Try([&] { StartUsbredir(servers, cameras, options); }, "; choose another --usbredir");
     if (options.vhci) servers.vhci = std::make_unique<usbip::Vhci>(cameras, Say);
     return servers;
 }

@@ -63,6 +63,7 @@ int Watch(const WatchOptions& options) {
         if (options.timeoutMs > 0 && Clock::now() - quietSince > std::chrono::milliseconds(options.timeoutMs)) {
             throw Error("no camera came or went for " + std::to_string(options.timeoutMs) + " ms");
         }
+        EndWithoutReader();
         Pause(std::chrono::milliseconds(options.intervalMs));
     }
     return InterruptedStatus();
