@@ -173,6 +173,14 @@ TEST(Link, PassesTheFaultOfThePortUnchangedThroughAllNodes) {
     }
 }
 
+TEST(Link, HandsTheStepOfAFloatToAnInteger) {
+    XmlMap map("<Float Name='Even'><Value>4</Value><Inc>2</Inc></Float>"
+               "<Float Name='Half'><Value>4</Value><Inc>0.5</Inc></Float>" +
+               Upon("Integer", "I", "Even") + Upon("Integer", "J", "Half"));
+    EXPECT_EQ(map.Integer("I").GetInc(), 2);
+    EXPECT_EQ(map.Integer("J").GetInc(), 1) << "every whole number lies on the grid, or next to it";
+}
+
 TEST(Link, InvalidatesWhatDependsByEveryRoad) {
     const std::string roads[] = {
         "<Integer Name='N'><Value>0</Value><pMin>A</pMin></Integer>",

@@ -9,6 +9,8 @@
 
 #include <GenApi/IFloat.h>
 
+#include <cmath>
+
 namespace genapi {
 
 // Checks of numbers and texts, apart from the template. re-entrant
@@ -143,7 +145,11 @@ protected:
     int64_t DoIntegerMax() override { return RoundToInteger(this->DoRealMax()); }
     bool DoHasRealInc() override { return false; }
     double DoRealInc() override { return 0.0; }
-    int64_t DoIntegerInc() override { return 1; }
+    int64_t DoIntegerInc() override {
+        // Only whole steps are steps of whole numbers.
+        const double inc = this->DoHasRealInc() ? this->DoRealInc() : 1.0;
+        return inc == std::floor(inc) ? RoundToInteger(inc) : 1;
+    }
     std::string DoReadText(ReadFlags flags) override {
         return FormatReal(this->DoReadReal(flags), Notation(), Precision());
     }
