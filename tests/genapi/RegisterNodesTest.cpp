@@ -102,6 +102,16 @@ TEST(MaskedIntReg, KeepsTheOtherBitsOfAWriteOnlyRegisterAsItWroteThem) {
     EXPECT_EQ(map.port.reads, 0);
 }
 
+TEST(MaskedIntReg, KeepsTheBitsOfReadableNeighboursWhenItsOwnAreWriteOnly) {
+    TestMap map;
+    map.AddRegister("MaskedIntReg", "Start", "0", {{"Bit", "31", ""}, {"AccessMode", "WO", ""}});
+    map.AddRegister("MaskedIntReg", "Mode", "0", {{"LSB", "0", ""}, {"MSB", "7", ""}});
+    map.Ready();
+    map.port.Put(0, {0x12, 0x34, 0, 0});
+    map.Integer("Start").SetValue(1);
+    EXPECT_EQ(map.port.Get(0, 4), (Bytes{0x12, 0x34, 0, 0x80}));
+}
+
 TEST(IntReg, ExtendsTheSignOfItsWidth) {
     TestMap map;
     map.AddRegister("IntReg", "U4", "0", {{"Sign", "Unsigned", ""}});

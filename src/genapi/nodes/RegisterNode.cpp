@@ -1,6 +1,7 @@
 #include "genapi/nodes/RegisterNode.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/formula/FormulaArithmetic.h"
 #include "genapi/nodes/Operation.h"
 #include "genapi/nodes/PortNode.h"
 #include "genapi/nodes/RegisterIndex.h"
@@ -123,10 +124,24 @@ void RegisterNode::DropOverlapping() {
     }
 }
 
+// Whether another node may read all bytes of the register; only its own field is write-only then.
+bool RegisterNode::IsReadableElsewhere(int64_t length) {
+    for (RegisterNode* const pOther : Host().Registers().Overlapping(*this)) {
+        if (pOther->m_AccessMode == GenApi::WO) continue;
+        if (!HasConstantPlace()) {
+            if (pOther->m_pLength == m_pLength && pOther->m_Length >= m_Length) return true;
+            continue;
+        }
+        const int64_t ahead = arithmetic::WrapSubtract(ConstantAddress(), pOther->ConstantAddress());
+        if (ahead >= 0 && ahead <= pOther->ConstantLength() - length) return true;
+    }
+    return false;
+}
+
 std::vector<uint8_t> RegisterNode::FetchForChange(int64_t length) {
     std::vector<uint8_t> bytes(static_cast<std::size_t>(length), 0);
     const int64_t address = m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
-    if (m_AccessMode != GenApi::WO) {
+    if (m_AccessMode != GenApi::WO || IsReadableElsewhere(length)) {
         // Another node, or the device itself, may have changed the other bits since they were cached.
         m_pPort->ReadBytes(bytes.data(), address, length);
         return bytes;

@@ -55,6 +55,7 @@ protected:
 private:
     uint8_t* Room(int64_t length);
     void DropOverlapping();
+    bool IsReadableElsewhere(int64_t length);
 
     AddressTerms m_Address;
     PortNode* m_pPort = nullptr;
