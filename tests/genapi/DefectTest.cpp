@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <Base/GCException.h>
+#include <GenApi/Why.h>
 
 #include <fstream>
 #include <limits>
@@ -81,6 +82,19 @@ TEST(Defect, IsNotBlamedForWhatAnotherNodeForbids) {
                      "<pValueIndexed Index=\"1\">Faulty</pValueIndexed><ValueDefault>5</ValueDefault></Integer>");
     EXPECT_THROW(map.Integer("I").GetValue(/*Verify=*/true), GenICam::AccessException);
     EXPECT_EQ(map.Integer("I").GetValue(), 5);
+}
+
+TEST(Defect, OfAVariableThatTheFormulaLeavesOutIsNotBlamed) {
+    XmlMap map("<IntReg Name='W'><Address>0</Address><Length>4</Length><AccessMode>WO</AccessMode>"
+               "<pPort>Device</pPort></IntReg><IntSwissKnife Name='Faulty'><Formula>1 +</Formula></IntSwissKnife>" +
+               Reg("Asked", "8", "<Cachable>NoCache</Cachable>") +
+               "<Integer Name='Guarded'><pIsLocked>Asked</pIsLocked><pValue>W</pValue></Integer>"
+               "<IntConverter Name='C'><pVariable Name='F'>Faulty</pVariable><pVariable Name='G'>Guarded</pVariable>"
+               "<FormulaTo>FROM</FormulaTo><FormulaFrom>TO</FormulaFrom><pValue>W</pValue></IntConverter>");
+    EXPECT_THROW(map.Integer("C").GetValue(/*Verify=*/true), GenICam::AccessException);
+    EXPECT_EQ(std::string(ExplainAccess(&map.Node("C")).c_str()).find("Faulty"), std::string::npos);
+    map.port.failure = "cable";
+    EXPECT_THROW(map.Integer("C").GetValue(/*Verify=*/true), GenICam::AccessException);
 }
 
 TEST(Defect, OfAnEntryIsThatEntrysAlone) {

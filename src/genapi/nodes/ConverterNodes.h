@@ -20,6 +20,10 @@ public:
     bool IsLinear() const { return m_IsLinear; }
     GenApi::EAccessMode Access();
     std::string CompileError();
+    // Whether one of the formulas mentions the value of the variable.
+    bool Mentions(std::string_view variable) {
+        return m_From.Mentions(m_Scope, variable) || m_To.Mentions(m_Scope, variable);
+    }
 
     // Raw value to the node's own, and back.
     Value From(Node& owner, Value raw, ReadFlags flags) { return m_From.Evaluate(owner, m_Scope, flags, raw); }
@@ -45,6 +49,7 @@ public:
     std::string_view Missing() const override { return m_Core.Raw() ? "" : "pValue"; }
     GenApi::EAccessMode TargetAccess() override { return m_Core.Access(); }
     std::string CompileError() override { return m_Core.CompileError(); }
+    bool MindsVariable(std::string_view name) override { return m_Core.Mentions(name); }
 
 protected:
     int64_t RawInteger(ReadFlags flags) override;
@@ -69,6 +74,7 @@ public:
     std::string_view Missing() const override { return m_Core.Raw() ? "" : "pValue"; }
     GenApi::EAccessMode TargetAccess() override { return m_Core.Access(); }
     std::string CompileError() override { return m_Core.CompileError(); }
+    bool MindsVariable(std::string_view name) override { return m_Core.Mentions(name); }
 
 protected:
     double RawReal(ReadFlags flags) override;

@@ -4,6 +4,8 @@
 #include "genapi/nodes/EnumerationNode.h"
 #include "genapi/nodes/Throw.h"
 
+#include <algorithm>
+
 namespace genapi {
 
 namespace {
@@ -123,6 +125,15 @@ Value FormulaBinding::Evaluate(Node& owner, const FormulaScope& scope, ReadFlags
     const FormulaResult result = formula.TryEvaluate(source);
     if (result.fault != FormulaFault::None) ThrowRuntime(owner, "GetValue", formula.FaultText(result.fault));
     return result.value;
+}
+
+bool FormulaBinding::Mentions(const FormulaScope& scope, std::string_view variable) {
+    const auto& slots = Compiled(scope).Slots();
+    return std::any_of(slots.begin(), slots.end(), [&](uint32_t slot) {
+        if (slot >= scope.Variables().size()) return false;
+        const FormulaScope::Variable& candidate = scope.Variables()[slot];
+        return candidate.name == variable && candidate.parts.suffix == VariableSuffix::Value;
+    });
 }
 
 bool FormulaBinding::AreVariablesReadable(const FormulaScope& scope) {

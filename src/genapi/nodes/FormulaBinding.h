@@ -45,6 +45,8 @@ public:
     Value Evaluate(Node& owner, const FormulaScope& scope, ReadFlags flags, Value implicit = {});
     // False when a variable that the formula mentions cannot be read.
     bool AreVariablesReadable(const FormulaScope& scope);
+    // Whether the formula mentions the value of the variable.
+    bool Mentions(const FormulaScope& scope, std::string_view variable);
     // What is wrong with the text; empty when nothing is.
     const std::string& CompileError(const FormulaScope& scope) { return Compiled(scope).Error(); }
 

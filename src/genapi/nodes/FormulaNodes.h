@@ -16,6 +16,7 @@ public:
     void Bind(const BoundProperty& property) override;
     GenApi::EAccessMode TargetAccess() override;
     std::string CompileError() override { return m_Formula.CompileError(m_Scope); }
+    bool MindsVariable(std::string_view name) override { return m_Formula.Mentions(m_Scope, name); }
 
 protected:
     int64_t RawInteger(ReadFlags flags) override;
@@ -38,6 +39,7 @@ public:
     void Bind(const BoundProperty& property) override;
     GenApi::EAccessMode TargetAccess() override;
     std::string CompileError() override { return m_Formula.CompileError(m_Scope); }
+    bool MindsVariable(std::string_view name) override { return m_Formula.Mentions(m_Scope, name); }
 
 protected:
     double RawReal(ReadFlags flags) override;

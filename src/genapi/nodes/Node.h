@@ -157,6 +157,9 @@ public:
     virtual bool IsOwnCacheValid() { return true; }
     // What is wrong with the node's formulas, compiling them if need be; empty when nothing is. Lock held.
     virtual std::string CompileError() { return {}; }
+    // Whether the node reads the value that it knows under this name; formulas need not mention all of theirs. Lock
+    // held.
+    virtual bool MindsVariable(std::string_view) { return false; }
     // The node that gives the value at present; null when there is none or it cannot be told.
     virtual Node* ValueTarget() { return LinkedNode(PropertyId::pValue); }
     // Null for all but registers.
@@ -188,6 +191,7 @@ private:
     [[noreturn]] void ThrowDefect(const char* operation) const;
     enum class Permission : uint8_t { Read, Write };
     static bool Grants(GenApi::EAccessMode mode, Permission permission);
+    static bool Hinders(Node& target, Permission permission);
     [[noreturn]] void ThrowDenied(const char* operation, const char* text, Permission permission);
     Node* FindFaulty(Permission permission);
     std::vector<Node*> AccessTargets(Permission permission);

@@ -2,6 +2,8 @@
 #include "genapi/nodes/Node.h"
 #include "genapi/nodes/Throw.h"
 
+#include <Base/GCException.h>
+
 namespace genapi {
 
 void Node::MarkAsDefective(DefectKind kind, std::string text) {
@@ -34,6 +36,15 @@ bool Node::Grants(GenApi::EAccessMode mode, Permission permission) {
     return permission == Permission::Read ? GenApi::IsReadable(mode) : GenApi::IsWritable(mode);
 }
 
+// A node whose mode cannot be told is not what the denial is about.
+bool Node::Hinders(Node& target, Permission permission) {
+    try {
+        return !Grants(target.Access(), permission);
+    } catch (const GenICam::GenericException&) {
+        return false;
+    }
+}
+
 // Follows what takes the access away, each node once.
 Node* Node::FindFaulty(Permission permission) {
     std::vector<bool> isMet(m_pHost->Nodes().size(), false);
@@ -43,7 +54,7 @@ Node* Node::FindFaulty(Permission permission) {
         Node& node = *queue[head];
         if (node.IsDefective() || !node.CompileError().empty()) return &node;
         for (Node* const pTarget : node.AccessTargets(permission)) {
-            if (isMet[pTarget->Index()] || Grants(pTarget->Access(), permission)) continue;
+            if (isMet[pTarget->Index()] || !Hinders(*pTarget, permission)) continue;
             isMet[pTarget->Index()] = true;
             queue.push_back(pTarget);
         }
@@ -60,7 +71,8 @@ std::vector<Node*> Node::AccessTargets(Permission permission) {
     const bool isReadable = GenApi::IsReadable(Access());
     for (const PropertyRecord& record : m_Properties) {
         const bool isCopy = record.id == PropertyId::pValueCopy && permission == Permission::Write;
-        const bool isRead = record.id == PropertyId::pVariable || record.id == PropertyId::pIndex;
+        const bool isVariable = record.id == PropertyId::pVariable && MindsVariable(record.attribute);
+        const bool isRead = isVariable || record.id == PropertyId::pIndex;
         if (isCopy || (isRead && !isReadable)) add(m_pHost->NodeAt(record.target));
     }
     add(ValueTarget());

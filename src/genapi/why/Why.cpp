@@ -38,7 +38,8 @@ Step ExplainLinks(Node& node) {
     Node* const pSelected = node.LinkedNode(PropertyId::pIndex) ? node.ValueTarget() : nullptr;
     for (const PropertyRecord& record : node.Properties()) {
         const bool isValue = record.id == PropertyId::pValue || record.id == PropertyId::pValueCopy;
-        const bool isRead = record.id == PropertyId::pVariable || record.id == PropertyId::pIndex;
+        const bool isVariable = record.id == PropertyId::pVariable && node.MindsVariable(record.attribute);
+        const bool isRead = isVariable || record.id == PropertyId::pIndex;
         Node* const pTarget = isValue || isRead ? node.Host().NodeAt(record.target) : nullptr;
         if (!pTarget) continue;
         const GenApi::EAccessMode mode = pTarget->Access();
