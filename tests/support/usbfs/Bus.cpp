@@ -105,6 +105,7 @@ std::shared_ptr<Port> Bus::FindPort(const std::string& name) const {
 }
 
 int Bus::OpenNode(unsigned int bus, unsigned int address) {
+    if (const int failure = m_Faults.Next({Call::OpenNode})) return -failure;
     for (const auto& port : Ports()) {
         if (port->BusNumber() != bus || port->Address() != address) continue;
         std::shared_ptr<OpenFile> file;

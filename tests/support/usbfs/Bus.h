@@ -4,6 +4,7 @@
 // Linked into a program as an object library (tavix::usbfs) it takes the place of usbfs, sysfs and udev for everything
 // in that process, so that the unmodified libusb finds the devices plugged in here and no others.
 
+#include "support/usbfs/CallFaults.h"
 #include "support/usbfs/DeviceModel.h"
 #include "support/usbfs/OpenFile.h"
 #include "support/usbfs/Port.h"
@@ -40,6 +41,8 @@ public:
     void MakeNodeOld(const std::string& name);
     /// What usbfs_memory_mb limits; without limit at first.
     TransferMemory& Memory() { return m_Memory; }
+    /// Counts what libusb asks of the system, and lets it fail.
+    CallFaults& Faults() { return m_Faults; }
     /// How many device nodes are open now.
     std::size_t OpenFileCount() const;
 
@@ -75,6 +78,7 @@ private:
     static constexpr std::size_t kWatchedFiles = 4096;
 
     TransferMemory m_Memory;
+    CallFaults m_Faults;
     std::atomic<std::size_t> m_OpenCount{0};
     std::array<std::atomic<bool>, kWatchedFiles> m_IsOurs{};
 

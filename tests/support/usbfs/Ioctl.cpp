@@ -83,9 +83,42 @@ int DriverIoctl(const Bus::Opened& opened, const usbdevfs_ioctl& command) {
     }
 }
 
+/// What a call is counted as.
+CallSite SiteOf(unsigned int request, void* argument) {
+    switch (request) {
+    case USBDEVFS_GET_CAPABILITIES:
+        return {Call::Capabilities};
+    case USBDEVFS_CLAIMINTERFACE:
+    case USBDEVFS_DISCONNECT_CLAIM:
+        return {Call::Claim};
+    case USBDEVFS_RELEASEINTERFACE:
+        return {Call::Release};
+    case USBDEVFS_SETCONFIGURATION:
+        return {Call::Configuration};
+    case USBDEVFS_SETINTERFACE:
+        return {Call::Setting};
+    case USBDEVFS_CLEAR_HALT:
+        return {Call::ClearHalt, static_cast<std::uint8_t>(As<unsigned int>(argument))};
+    case USBDEVFS_RESET:
+        return {Call::Reset};
+    case USBDEVFS_SUBMITURB:
+        return {Call::Submit, As<usbdevfs_urb>(argument).endpoint};
+    case USBDEVFS_REAPURBNDELAY:
+        return {Call::Reap};
+    case USBDEVFS_DISCARDURB:
+        return {Call::Discard, As<usbdevfs_urb>(argument).endpoint};
+    default:
+        return {Call::Driver};
+    }
+}
+
 int Serve(const Bus::Opened& opened, unsigned int request, void* argument) {
     Port& port = *opened.port;
     OpenFile& file = *opened.file;
+    if (const int failure = Bus::Instance().Faults().Next(SiteOf(request, argument))) {
+        if (request == USBDEVFS_DISCARDURB) port.Discard(file, static_cast<usbdevfs_urb*>(argument));
+        return -failure;
+    }
     if (request == USBDEVFS_REAPURBNDELAY) return -Reap(opened, argument);
     const int gone = port.CheckConnected(file);
     if (gone != 0) return -gone;

@@ -31,7 +31,7 @@ OpenFile::~OpenFile() {
 int OpenFile::Submit(usbdevfs_urb* record) {
     const std::size_t memory = MemoryOf(*record);
     if (!m_Memory.Take(memory)) return ENOMEM;
-    m_Pending.push_back({record, memory, 0, 0});
+    m_Pending.push_back({record, memory, 0, false, 0});
     return 0;
 }
 

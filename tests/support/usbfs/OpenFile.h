@@ -18,6 +18,7 @@ struct Urb {
     usbdevfs_urb* record = nullptr; ///< borrowed from the program
     std::size_t memory = 0;         ///< taken from the transfers' memory
     std::size_t moved = 0;
+    bool begun = false;
     int status = 0; ///< 0 or a negative errno, as the program will see it
 };
 

@@ -1,6 +1,7 @@
 // A port of the emulated bus and the device in it.
 #include "support/usbfs/Port.h"
 
+#include "support/usbfs/Bus.h"
 #include "support/usbfs/Udev.h"
 
 #include <linux/usbdevice_fs.h>
@@ -208,6 +209,13 @@ Port::Next Port::FindNext(const Waiting& waiting) const {
 
 /// The device copies whole images here. Meanwhile programs submit, reap and claim as they can with a kernel.
 void Port::Serve(Lock& lock, const Next& next, Waiting& waiting) {
+    CallFaults& faults = Bus::Instance().Faults();
+    const std::uint8_t endpoint = next.urb->record->endpoint;
+    const int lost = std::exchange(next.urb->begun, true) ? 0 : faults.Next({Call::TransferStart, endpoint});
+    if (lost != 0) {
+        next.file->Finish(next.urb, -lost);
+        return;
+    }
     m_Served = next.urb->record;
     lock.unlock();
     const Answer answer = AskModel(*next.urb);
@@ -218,7 +226,7 @@ void Port::Serve(Lock& lock, const Next& next, Waiting& waiting) {
     if (answer.status != AnswerStatus::NotYet || answer.bytes > 0) waiting.clear();
     switch (answer.status) {
     case AnswerStatus::Complete:
-        next.file->Finish(next.urb, 0);
+        next.file->Finish(next.urb, -faults.Next({Call::TransferEnd, endpoint}));
         break;
     case AnswerStatus::Stall:
         next.file->Finish(next.urb, -EPIPE);

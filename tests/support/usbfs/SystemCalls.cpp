@@ -94,6 +94,7 @@ int OpenText(const std::string& text) {
 }
 
 int OpenAttribute(const std::string& path) {
+    if (const int failure = Bus::Instance().Faults().Next({Call::OpenAttribute})) return -failure;
     const std::size_t slash = path.find('/');
     if (slash == std::string::npos) return -ENOENT;
     const auto port = Bus::Instance().FindPort(path.substr(0, slash));

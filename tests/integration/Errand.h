@@ -1,0 +1,66 @@
+#pragma once
+// One errand of an application: everything that is done with a camera, once.
+
+#include <tavix/Tavix.h>
+
+#include <atomic>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace integration {
+
+/// What came of an errand.
+struct ErrandReport {
+    std::vector<std::string> errors;     ///< what the application was told, each with what it was doing
+    std::vector<std::string> complaints; ///< what must not be, whatever the system does
+    unsigned int good = 0;               ///< images
+    unsigned int failed = 0;
+    unsigned int events = 0;
+
+    /// All in one text, for messages.
+    std::string Text() const;
+};
+
+/// Enumerates, creates, opens, reads and writes features, grabs three images, takes an event, and undoes all of it in
+/// the orderly way, whatever fails in between. Bound to a thread.
+class Errand {
+public:
+    /// An image is waited for so long; that none comes in time is a complaint if `mustCome`.
+    struct Patience {
+        unsigned int ms = 5000;
+        bool mustCome = true;
+    };
+    Errand(Tavix::ITransportLayer& layer, const Patience& patience) : m_Layer(layer), m_Patience(patience) {}
+    ErrandReport Run();
+
+    /// What any errand is doing just now. A literal.
+    static const char* Doing() { return s_Doing; }
+
+private:
+    template<class Call>
+    bool Step(const char* doing, Call call);
+    void UseDevice(Tavix::ITavixDevice& device);
+    void UseFeatures(Tavix::ITavixDevice& device);
+    void Grab(Tavix::ITavixDevice& device);
+    void Queue(Tavix::IStreamGrabber& stream);
+    void TakeImages(Tavix::IStreamGrabber& stream);
+    bool TakeImage(Tavix::IStreamGrabber& stream);
+    void TakeEvent(Tavix::ITavixDevice& device);
+    void EndGrab(Tavix::ITavixDevice& device);
+    void Drain(Tavix::IStreamGrabber& stream);
+    void Note(const Tavix::GrabResult& result);
+
+    Tavix::ITransportLayer& m_Layer;
+    const Patience m_Patience;
+    ErrandReport m_Report;
+    std::vector<std::vector<unsigned char>> m_Memory;
+    std::vector<Tavix::StreamBufferHandle> m_Handles;
+    std::set<const void*> m_Queued;
+    std::size_t m_PayloadSize = 0;
+
+    static std::atomic<const char*> s_Doing;
+};
+
+} // namespace integration
