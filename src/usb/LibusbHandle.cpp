@@ -6,7 +6,6 @@
 #include "usb/SynchronousTransfer.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 
 namespace usb {
@@ -62,7 +61,7 @@ std::unique_ptr<Handle> LibusbHandle::Open(const std::string& id, Result& result
         if ((result = FromLibusb(devices.Error())) != Result::Ok) return nullptr;
         const auto found =
             std::find_if(devices.begin(), devices.end(), [&](libusb_device* each) { return DeviceId(each) == id; });
-        result = found == devices.end() ? Result::NotFound : FromLibusb(libusb_open(*found, &device));
+        result = found == devices.end() ? Result::NotFound : AskLibusb([&] { return libusb_open(*found, &device); });
     }
     if (result != Result::Ok) return nullptr;
     return std::make_unique<LibusbHandle>(std::move(context), LibusbDeviceHandle(device));
@@ -88,7 +87,7 @@ LibusbHandle::~LibusbHandle() {
 }
 
 Result LibusbHandle::Claim(std::uint8_t interfaceNumber) {
-    return FromLibusb(libusb_claim_interface(m_Device.get(), interfaceNumber));
+    return AskLibusb([&] { return libusb_claim_interface(m_Device.get(), interfaceNumber); });
 }
 
 /// Selecting the active configuration once more would be a light reset.
@@ -96,7 +95,7 @@ Result LibusbHandle::SelectConfiguration(std::uint8_t value) {
     int active = 0;
     const int code = libusb_get_configuration(m_Device.get(), &active);
     if (code == LIBUSB_SUCCESS && active == value) return Result::Ok;
-    return FromLibusb(libusb_set_configuration(m_Device.get(), value));
+    return AskLibusb([&] { return libusb_set_configuration(m_Device.get(), value); });
 }
 
 Result LibusbHandle::Release(std::uint8_t interfaceNumber) {
@@ -125,9 +124,7 @@ Result LibusbHandle::Submit(Transfer& transfer) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_InFlight.Append(*slot);
     }
-    errno = 0;
-    const int code = libusb_submit_transfer(slot->transfer);
-    const Result result = FromLibusbSubmit(code, errno);
+    const Result result = AskLibusb([&] { return libusb_submit_transfer(slot->transfer); });
     if (result != Result::Ok) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_InFlight.Remove(*slot);
@@ -221,11 +218,11 @@ void LibusbHandle::CancelAllInFlight() {
 }
 
 Result LibusbHandle::ClearHalt(std::uint8_t endpoint) {
-    return FromLibusb(libusb_clear_halt(m_Device.get(), endpoint));
+    return AskLibusb([&] { return libusb_clear_halt(m_Device.get(), endpoint); });
 }
 
 Result LibusbHandle::Reset() {
-    return FromLibusb(libusb_reset_device(m_Device.get()));
+    return AskLibusb([&] { return libusb_reset_device(m_Device.get()); });
 }
 
 std::vector<std::uint8_t> LibusbHandle::ReadStringDescriptor(std::uint8_t index, std::uint16_t language) {

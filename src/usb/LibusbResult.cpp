@@ -39,9 +39,28 @@ Result FromLibusb(int code) {
     }
 }
 
-Result FromLibusbSubmit(int code, int systemError) {
-    if (code == LIBUSB_ERROR_IO && systemError == ENOMEM) return Result::NoMemory;
-    return FromLibusb(code);
+Result FromLibusb(int code, int systemError) {
+    if (code != LIBUSB_ERROR_IO && code != LIBUSB_ERROR_OTHER) return FromLibusb(code);
+    switch (systemError) {
+    case ENOMEM:
+        return Result::NoMemory;
+    case EACCES:
+    case EPERM:
+        return Result::Access;
+    case EBUSY:
+        return Result::Busy;
+    case EPIPE:
+        return Result::Pipe;
+    case ETIMEDOUT:
+        return Result::Timeout;
+    case EIO:
+    case EPROTO:
+    case EILSEQ:
+    case ETIME:
+        return Result::Io;
+    default:
+        return FromLibusb(code);
+    }
 }
 
 TransferStatus FromLibusbStatus(int status) {

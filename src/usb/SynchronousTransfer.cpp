@@ -64,8 +64,8 @@ void SynchronousTransfer::Ended(libusb_transfer* transfer) {
 /// Handles events until the transfer has ended, or waits while another thread does. A failure of the event handling
 /// ends the transfer: its buffer must not be left to the kernel.
 Result SynchronousTransfer::Run(std::size_t& actual) {
-    const int submitted = libusb_submit_transfer(m_Transfer.get());
-    if (submitted != LIBUSB_SUCCESS) return FromLibusb(submitted);
+    const Result submitted = AskLibusb([&] { return libusb_submit_transfer(m_Transfer.get()); });
+    if (submitted != Result::Ok) return submitted;
     while (__atomic_load_n(&m_Done, __ATOMIC_ACQUIRE) == 0) {
         const int code = libusb_handle_events_completed(m_Context, &m_Done);
         if (code < 0 && code != LIBUSB_ERROR_INTERRUPTED) libusb_cancel_transfer(m_Transfer.get());

@@ -8,7 +8,6 @@
 namespace {
 
 using usb::FromLibusb;
-using usb::FromLibusbSubmit;
 using usb::Result;
 
 TEST(LibusbResult, KnowsEveryErrorOfLibusb) {
@@ -35,10 +34,23 @@ TEST(LibusbResult, KnowsEveryErrorOfLibusb) {
 }
 
 TEST(LibusbResult, TakesTheShortageOfMemoryThatOldVersionsHideInAnIoError) {
-    EXPECT_EQ(FromLibusbSubmit(LIBUSB_ERROR_IO, ENOMEM), Result::NoMemory);
-    EXPECT_EQ(FromLibusbSubmit(LIBUSB_ERROR_IO, EPROTO), Result::Io);
-    EXPECT_EQ(FromLibusbSubmit(LIBUSB_ERROR_NO_MEM, 0), Result::NoMemory);
-    EXPECT_EQ(FromLibusbSubmit(LIBUSB_SUCCESS, ENOMEM), Result::Ok);
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_IO, ENOMEM), Result::NoMemory);
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_IO, EPROTO), Result::Io);
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_NO_MEM, 0), Result::NoMemory);
+    EXPECT_EQ(FromLibusb(LIBUSB_SUCCESS, ENOMEM), Result::Ok);
+}
+
+TEST(LibusbResult, TakesWhatTheSystemSaidWhereLibusbKeepsItToItself) {
+    const std::pair<int, Result> rows[] = {
+        {EPERM, Result::Access}, {EACCES, Result::Access}, {EBUSY, Result::Busy},   {EPIPE, Result::Pipe},
+        {EPROTO, Result::Io},    {ETIME, Result::Io},      {EIO, Result::Io},       {ETIMEDOUT, Result::Timeout},
+        {EILSEQ, Result::Io},    {0, Result::Other},       {EINVAL, Result::Other},
+    };
+    for (const auto& [error, result] : rows)
+        EXPECT_EQ(FromLibusb(LIBUSB_ERROR_OTHER, error), result) << error;
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_IO, EPERM), Result::Access) << "as in a container without the device";
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_IO, EMFILE), Result::Io);
+    EXPECT_EQ(FromLibusb(LIBUSB_ERROR_BUSY, EPERM), Result::Busy) << "libusb's own word counts where it is clear";
 }
 
 TEST(LibusbResult, KnowsEveryTransferStatusOfLibusb) {
