@@ -3,6 +3,7 @@
 
 #include "u3v/Constants.h"
 #include "vexlo/Logging.h"
+#include "vexlo/UsbStatus.h"
 
 #include <algorithm>
 
@@ -12,27 +13,47 @@ namespace {
 constexpr std::uint32_t kMostStreams = 16; ///< more is garbage
 constexpr std::uint32_t kSupportedMajor = 1;
 
-/// The value of a register, 0 when the camera refuses it.
-std::uint32_t Optional32(RegisterAccess& registers, std::uint64_t address) {
-    std::uint32_t value = 0;
-    return registers.Read32(address, value) == VX_OK ? value : 0;
-}
-std::uint64_t Optional64(RegisterAccess& registers, std::uint64_t address) {
-    std::uint64_t value = 0;
-    return registers.Read64(address, value) == VX_OK ? value : 0;
+/// A camera may lack a register and say so, or answer badly or not at all.
+bool MayBeAbsent(VxStatus status) {
+    return IsRefusal(status) || (IsSilence(status) && status != VX_E_USB_IO);
 }
 
-void ReadInterfaces(RegisterAccess& registers, std::uint64_t base, Bootstrap& bootstrap) {
-    const std::uint64_t capability = Optional64(registers, base + u3v::sbrm::kCapability);
+/// Reads registers that a camera may lack; those count as 0. Bound to a thread.
+class OptionalRegisters {
+public:
+    explicit OptionalRegisters(RegisterAccess& registers) : m_Registers(registers) {}
+
+    std::uint32_t Read32(std::uint64_t address) {
+        std::uint32_t value = 0;
+        return Note(m_Registers.Read32(address, value)) ? value : 0;
+    }
+    std::uint64_t Read64(std::uint64_t address) {
+        std::uint64_t value = 0;
+        return Note(m_Registers.Read64(address, value)) ? value : 0;
+    }
+    /// Of the bus or the system: nothing that was read since tells anything of the camera.
+    VxStatus Failure() const { return m_Failure; }
+
+private:
+    bool Note(VxStatus status) {
+        if (status != VX_OK && !MayBeAbsent(status)) m_Failure = status;
+        return status == VX_OK;
+    }
+
+    RegisterAccess& m_Registers;
+    VxStatus m_Failure = VX_OK;
+};
+
+void ReadInterfaces(OptionalRegisters& registers, std::uint64_t base, Bootstrap& bootstrap) {
+    const std::uint64_t capability = registers.Read64(base + u3v::sbrm::kCapability);
     if ((capability & u3v::sbrm::kCapSirm) != 0) {
-        bootstrap.streamCount =
-            std::min(Optional32(registers, base + u3v::sbrm::kNumberOfStreamChannels), kMostStreams);
-        bootstrap.streamAddress = Optional64(registers, base + u3v::sbrm::kSirmAddress);
-        bootstrap.streamLength = Optional32(registers, base + u3v::sbrm::kSirmLength);
+        bootstrap.streamCount = std::min(registers.Read32(base + u3v::sbrm::kNumberOfStreamChannels), kMostStreams);
+        bootstrap.streamAddress = registers.Read64(base + u3v::sbrm::kSirmAddress);
+        bootstrap.streamLength = registers.Read32(base + u3v::sbrm::kSirmLength);
         if (bootstrap.streamAddress == 0) bootstrap.streamCount = 0;
     }
     if ((capability & u3v::sbrm::kCapEirm) != 0)
-        bootstrap.eventAddress = Optional64(registers, base + u3v::sbrm::kEirmAddress);
+        bootstrap.eventAddress = registers.Read64(base + u3v::sbrm::kEirmAddress);
 }
 
 } // namespace
@@ -45,23 +66,24 @@ VxStatus ReadBootstrap(ControlChannel& channel, Bootstrap& bootstrap) {
     if (version >> 16 != kSupportedMajor)
         Log(Tavix::kLogWarning, "The camera states version %u.%u of the control protocol", version >> 16,
             version & 0xFFFF);
-    channel.SetResponseTime(Optional32(registers, u3v::abrm::kMaximumDeviceResponseTime));
-    bootstrap.capability = Optional64(registers, u3v::abrm::kDeviceCapability);
-    bootstrap.manifestAddress = Optional64(registers, u3v::abrm::kManifestTableAddress);
+    OptionalRegisters optional(registers);
+    channel.SetResponseTime(optional.Read32(u3v::abrm::kMaximumDeviceResponseTime));
+    bootstrap.capability = optional.Read64(u3v::abrm::kDeviceCapability);
+    bootstrap.manifestAddress = optional.Read64(u3v::abrm::kManifestTableAddress);
     std::uint64_t base = 0;
     status = registers.Read64(u3v::abrm::kSbrmAddress, base);
     if (status != VX_OK) return status;
-    channel.SetLimits(Optional32(registers, base + u3v::sbrm::kMaxCommandTransferLength),
-                      Optional32(registers, base + u3v::sbrm::kMaxAcknowledgeTransferLength));
-    ReadInterfaces(registers, base, bootstrap);
-    return VX_OK;
+    channel.SetLimits(optional.Read32(base + u3v::sbrm::kMaxCommandTransferLength),
+                      optional.Read32(base + u3v::sbrm::kMaxAcknowledgeTransferLength));
+    ReadInterfaces(optional, base, bootstrap);
+    return optional.Failure();
 }
 
 void StopLeftOvers(RegisterAccess& registers, const Bootstrap& bootstrap) {
     for (std::uint32_t i = 0; i < bootstrap.streamCount; ++i) {
         const std::uint64_t control =
             bootstrap.streamAddress + std::uint64_t{i} * bootstrap.streamLength + u3v::sirm::kControl;
-        if ((Optional32(registers, control) & u3v::sirm::kControlStreamEnable) == 0) continue;
+        if ((OptionalRegisters(registers).Read32(control) & u3v::sirm::kControlStreamEnable) == 0) continue;
         const VxStatus status = registers.Write32(control, 0);
         if (status != VX_OK) Log(Tavix::kLogWarning, "Stream %u cannot be switched off: 0x%08X", i, status);
     }

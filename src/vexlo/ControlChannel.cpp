@@ -70,7 +70,7 @@ ControlTiming::Duration ControlChannel::Timeout() const {
 VxStatus ControlChannel::Connect() {
     const MutexLock lock(m_Lock);
     const VxStatus status = ConnectWithin(m_Timing.connectLimit);
-    if (status == VX_OK || status == VX_E_USB_NO_DEVICE || !m_Timing.mayReset) return status;
+    if (!IsSilence(status) || !m_Timing.mayReset) return status;
     Log(Tavix::kLogWarning, "The camera does not answer (0x%08X); it is reset now", status);
     const VxStatus reset = Reset();
     if (reset == VX_E_USB_NO_DEVICE) return reset;
@@ -78,11 +78,13 @@ VxStatus ControlChannel::Connect() {
 }
 
 /// Clearing is harmless to every camera; a halt that we set ourselves is not, so it comes second, and seldom.
+/// A system that is short of something is not waited for as long as a camera.
 VxStatus ControlChannel::ConnectWithin(ControlTiming::Duration limit) {
-    const auto end = Clock::now() + limit;
+    const auto start = Clock::now();
     for (int attempt = 0;; ++attempt) {
         const VxStatus status = Resynchronise(/*forceHalt=*/attempt % kAttemptsPerHalt == 1);
-        if (status == VX_OK || status == VX_E_USB_NO_DEVICE || Clock::now() >= end) return status;
+        if (status == VX_OK || status == VX_E_USB_NO_DEVICE) return status;
+        if (Clock::now() - start >= (IsSilence(status) ? limit : std::min(limit, m_Timing.systemLimit))) return status;
         std::this_thread::sleep_for(m_Timing.busyPause);
     }
 }
@@ -182,14 +184,18 @@ ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
     // further, or the camera would have to end a full packet by an empty one.
     const std::size_t room =
         RoundUp(std::max(exchange.largestAck, u3v::control::kSmallestAckTransfer), m_In.packetSize);
+    usb::Result result = usb::Result::Timeout;
     for (int foreign = 0; foreign < kMostForeign; ++foreign) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         if (left <= 0) break;
         std::size_t received = 0;
-        const usb::Result result =
-            m_Handle.Bulk(m_In.address, m_Acknowledge.data(), std::min(room, m_Acknowledge.size()), received,
-                          static_cast<unsigned int>(left));
+        result = m_Handle.Bulk(m_In.address, m_Acknowledge.data(), std::min(room, m_Acknowledge.size()), received,
+                               static_cast<unsigned int>(left));
         if (result == usb::Result::Timeout) break;
+        if (result == usb::Result::NoMemory) { // the answer waits in the camera
+            std::this_thread::sleep_for(m_Timing.busyPause);
+            continue;
+        }
         if (result != usb::Result::Ok)
             return {ToStatus(result), /*confused=*/result != usb::Result::NoDevice, /*delivered=*/true};
         const auto acknowledge = u3v::DecodeAcknowledge({m_Acknowledge.data(), received});
@@ -203,7 +209,8 @@ ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
         end = std::min(Clock::now() + std::max(asked + m_Timing.margin, Timeout()), start + m_Timing.pendingLimit);
         foreign = 0;
     }
-    return {VX_E_TIMEOUT, /*confused=*/true, /*delivered=*/true};
+    const bool isShort = result == usb::Result::NoMemory;
+    return {isShort ? VX_E_USB_NO_MEMORY : VX_E_TIMEOUT, /*confused=*/true, /*delivered=*/true};
 }
 
 ControlChannel::Outcome ControlChannel::Judge(const u3v::Acknowledge& acknowledge, const Exchange& exchange) {
@@ -223,15 +230,14 @@ ControlChannel::Outcome ControlChannel::Judge(const u3v::Acknowledge& acknowledg
 
 /// Brings the channel to a known state: nothing halted, nothing left over, the camera answers request id 0.
 VxStatus ControlChannel::Resynchronise(bool forceHalt) {
-    const VxStatus cleared = ClearHalts(forceHalt);
-    if (cleared == VX_E_USB_NO_DEVICE) return cleared;
+    if (!ClearHalts(forceHalt)) return VX_E_USB_NO_DEVICE;
     Drain();
     m_NextId = 0;
-    const VxStatus status = ReadVersion();
-    return status == VX_OK ? cleared : status;
+    return ReadVersion();
 }
 
-VxStatus ControlChannel::ClearHalts(bool forceHalt) {
+/// False when the camera is gone. A camera that refuses may be in order all the same: its answers will tell.
+bool ControlChannel::ClearHalts(bool forceHalt) {
     for (const u3v::Endpoint& endpoint : {m_Out, m_In}) {
         if (!forceHalt) continue;
         usb::ControlSetup halt;
@@ -242,14 +248,12 @@ VxStatus ControlChannel::ClearHalts(bool forceHalt) {
         std::size_t actual = 0;
         if (m_Handle.Control(halt, nullptr, actual, static_cast<unsigned int>(Timeout().count())) ==
             usb::Result::NoDevice)
-            return VX_E_USB_NO_DEVICE;
+            return false;
     }
     ++m_Counters.writePipeResets;
-    const usb::Result out = m_Handle.ClearHalt(m_Out.address);
-    if (out == usb::Result::NoDevice) return VX_E_USB_NO_DEVICE;
+    if (m_Handle.ClearHalt(m_Out.address) == usb::Result::NoDevice) return false;
     ++m_Counters.readPipeResets;
-    const usb::Result in = m_Handle.ClearHalt(m_In.address);
-    return ToStatus(out != usb::Result::Ok ? out : in);
+    return m_Handle.ClearHalt(m_In.address) != usb::Result::NoDevice;
 }
 
 void ControlChannel::Drain() {

@@ -26,6 +26,7 @@ struct ControlTiming {
     Duration drain{3};             ///< for each look for left-over acknowledges
     Duration connectLimit{10000};  ///< for a camera whose firmware still boots
     Duration resetLimit{3000};     ///< the same after the port was reset
+    Duration systemLimit{500};     ///< for a system that does not pass on what is asked, as for want of memory
     bool mayReset = true;          ///< a camera that stays silent
 };
 
@@ -113,7 +114,7 @@ private:
     Outcome Receive(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
     static Outcome Judge(const u3v::Acknowledge& acknowledge, const Exchange& exchange);
     VxStatus Resynchronise(bool forceHalt) TAVIX_REQUIRES(m_Lock);
-    VxStatus ClearHalts(bool forceHalt) TAVIX_REQUIRES(m_Lock);
+    bool ClearHalts(bool forceHalt) TAVIX_REQUIRES(m_Lock);
     void Drain() TAVIX_REQUIRES(m_Lock);
     std::uint16_t TakeRequestId() TAVIX_REQUIRES(m_Lock);
     VxStatus ReadVersion() TAVIX_REQUIRES(m_Lock);

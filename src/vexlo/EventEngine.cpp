@@ -87,7 +87,7 @@ VxStatus EventEngine::Launch() {
         const MutexLock lock(m_Lock);
         m_Phase = Phase::Running;
         SubmitAll();
-        if (m_Phase != Phase::Running || m_InFlight == 0) return VX_E_USB_NO_MEMORY;
+        if (m_Phase != Phase::Running || m_InFlight == 0) return m_Refusal;
     }
     return Enable(true);
 }
@@ -159,6 +159,7 @@ void EventEngine::SubmitAll() {
 /// One that is refused for want of memory waits until another has come back.
 void EventEngine::Submit(Slot& slot) {
     const usb::Result result = m_Session->Handle().Submit(slot.transfer);
+    m_Refusal = ToStatus(result);
     if (result == usb::Result::Ok) {
         slot.inFlight = true;
         ++m_InFlight;

@@ -75,6 +75,7 @@ private:
     EventRing m_Ring TAVIX_GUARDED_BY(m_Lock);
     std::vector<std::unique_ptr<Slot>> m_Slots TAVIX_GUARDED_BY(m_Lock);
     std::size_t m_InFlight TAVIX_GUARDED_BY(m_Lock) = 0;
+    VxStatus m_Refusal TAVIX_GUARDED_BY(m_Lock) = VX_OK; ///< why the last transfer could not be queued
     std::uint32_t m_TransferLength TAVIX_GUARDED_BY(m_Lock) = 0;
     int m_RecoveriesInRow TAVIX_GUARDED_BY(m_Lock) = 0;
     bool m_RecoveryRuns TAVIX_GUARDED_BY(m_Lock) = false;

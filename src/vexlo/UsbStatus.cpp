@@ -64,6 +64,11 @@ VxStatus FromDeviceStatus(std::uint16_t code) {
     return u3v::status::IsError(code) ? VX_E_DEVICE_STATUS_BASE | code : VX_OK;
 }
 
+bool IsSilence(VxStatus status) {
+    return status == VX_E_TIMEOUT || status == VX_E_USB_STALL || status == VX_E_USB_IO || status == VX_E_PROTOCOL ||
+           status == VX_E_USB_OVERFLOW;
+}
+
 bool IsRefusal(VxStatus status) {
     return (status & ~VxStatus(0xFFFF)) == VX_E_DEVICE_STATUS_BASE;
 }

@@ -5,6 +5,7 @@
 #include "vexlo/Library.h"
 #include "vexlo/Logging.h"
 #include "vexlo/PropertyValue.h"
+#include "vexlo/UsbStatus.h"
 #include "vexlo/VxDeviceImpl.h"
 #include "vexlo/VxEventStreamImpl.h"
 #include "vexlo/XmlFile.h"
@@ -77,9 +78,7 @@ ControlTiming ConnectPatience::For(ControlTiming timing) const {
 }
 
 void ConnectPatience::Note(VxStatus status) {
-    const bool isSilent = status == VX_E_TIMEOUT || status == VX_E_USB_STALL || status == VX_E_USB_IO ||
-                          status == VX_E_PROTOCOL || status == VX_E_USB_OVERFLOW;
-    m_SilentUntil = isSilent ? Clock::now() + kMemory : Clock::time_point{};
+    m_SilentUntil = IsSilence(status) ? Clock::now() + kMemory : Clock::time_point{};
 }
 
 VxStatus AccessStatistics::NoteRead(VxStatus status) {

@@ -122,7 +122,7 @@ public:
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
         if (!m_Camera.m_Pipes[endpoint].queue.empty()) return usb::Result::Busy; // would disturb a real controller
         ++m_Camera.m_HaltsCleared[endpoint];
-        return usb::Result::Ok;
+        return m_Camera.m_ClearResult;
     }
     usb::Result Reset() override {
         Lock lock(m_Camera.m_Mutex);

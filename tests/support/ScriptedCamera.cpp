@@ -145,6 +145,10 @@ void Camera::HideStrings() {
     const Lock lock(m_Mutex);
     m_HasStrings = false;
 }
+void Camera::RefuseClearing(usb::Result result) {
+    const Lock lock(m_Mutex);
+    m_ClearResult = result;
+}
 void Camera::FailNextOut(usb::Result result) {
     const Lock lock(m_Mutex);
     m_NextOut = result;

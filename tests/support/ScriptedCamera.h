@@ -76,6 +76,7 @@ public:
     void AllowMapping(std::size_t bytes);
     void FailNextOut(usb::Result result);
     void FailNextIn(usb::Result result);
+    void RefuseClearing(usb::Result result);
     void AllowTransfers(std::size_t count); ///< more at once give NoMemory
     void Unplug(bool announce);
     void Replug();
@@ -133,6 +134,7 @@ private:
     bool m_Gone = false;
     usb::Result m_OpenResult = usb::Result::Ok;
     usb::Result m_ClaimResult = usb::Result::Ok;
+    usb::Result m_ClearResult = usb::Result::Ok;
     usb::Result m_NextOut = usb::Result::Ok;
     usb::Result m_NextIn = usb::Result::Ok;
     std::size_t m_TransferLimit = SIZE_MAX;

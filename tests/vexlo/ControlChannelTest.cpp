@@ -189,6 +189,13 @@ TEST_F(Channel, RepeatsAWriteThatNeverReachedTheCamera) {
     EXPECT_EQ(Commands(0x1CC), 1u);
 }
 
+TEST_F(Channel, FetchesTheAnswerToAWriteWhenTheSystemHasMemoryAgain) {
+    camera.FailNextIn(usb::Result::NoMemory);
+    EXPECT_EQ(Write(Repeat::Never), VX_OK);
+    EXPECT_EQ(Commands(0x1CC), 1u);
+    EXPECT_EQ(counters.readPipeResets, 0u);
+}
+
 TEST_F(Channel, RecoversFromStallAndOverflow) {
     camera.FailNextIn(usb::Result::Pipe);
     EXPECT_EQ(Read(), VX_OK);
@@ -363,6 +370,27 @@ TEST_F(Silent, IsNotResetWhereThatIsNotAllowed) {
     ControlChannel careful(*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, timing);
     AnswerAfter(UINT_MAX, 0);
     EXPECT_EQ(careful.Connect(), VX_E_TIMEOUT);
+    EXPECT_EQ(camera.Resets(), 0u);
+}
+
+TEST_F(Silent, IsNotResetForWhatTheSystemLacks) {
+    camera.FailNextOut(usb::Result::NoMemory);
+    EXPECT_EQ(channel.Connect(), VX_E_USB_NO_MEMORY);
+    EXPECT_EQ(camera.Resets(), 0u);
+    EXPECT_EQ(channel.Connect(), VX_OK);
+}
+
+TEST_F(Silent, IsTriedAgainWhenTheSystemWasShortForAMoment) {
+    camera.FailNextOut(usb::Result::NoMemory);
+    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(camera.Resets(), 0u);
+}
+
+TEST_F(Channel, ConnectsToACameraThatAnswersButRefusesToHaveItsHaltsCleared) {
+    for (const usb::Result result : {usb::Result::Pipe, usb::Result::Io, usb::Result::Timeout}) {
+        camera.RefuseClearing(result);
+        EXPECT_EQ(channel.Connect(), VX_OK);
+    }
     EXPECT_EQ(camera.Resets(), 0u);
 }
 
