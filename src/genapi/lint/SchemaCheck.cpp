@@ -1,6 +1,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/Grammar.h"
+#include "genapi/loader/GroupWalk.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -37,19 +38,7 @@ public:
 
     void Run() {
         CheckRoot();
-        const pugi::xml_node root = m_Model.Text().Root();
-        for (pugi::xml_node at = root.first_child(); at;) {
-            if (at.type() == pugi::node_element) {
-                if (LocalName(at) == "Group" && at.first_child()) {
-                    at = at.first_child();
-                    continue;
-                }
-                Take(at);
-            }
-            while (!at.next_sibling() && at.parent() != root)
-                at = at.parent();
-            at = at.next_sibling();
-        }
+        ForEachInGroups(m_Model.Text().Root(), [this](const pugi::xml_node& element) { Take(element); });
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "genapi/loader/NodeElements.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/loader/GroupWalk.h"
 
 #include <Base/GCException.h>
 
@@ -19,21 +20,7 @@ public:
     Collector(const XmlText& text, std::vector<LoadProblem>& problems) : m_Text(text), m_Problems(problems) {}
 
     NodeElements Run() {
-        const pugi::xml_node root = m_Text.Root();
-        for (pugi::xml_node at = root.first_child(); at;) {
-            if (at.type() == pugi::node_element) {
-                if (LocalName(at) == "Group" && at.first_child()) {
-                    at = at.first_child();
-                    continue;
-                }
-                Take(at);
-            }
-            while (!at.next_sibling() && at.parent() != root)
-                at = at.parent();
-            at = at.next_sibling();
-            // A large document lies outside of the processor's caches.
-            __builtin_prefetch(at.next_sibling().internal_object());
-        }
+        ForEachInGroups(m_Text.Root(), [this](const pugi::xml_node& element) { Take(element); });
         return std::move(m_Elements);
     }
 
