@@ -11,7 +11,6 @@ namespace {
 constexpr std::size_t kBuffers = 4;
 constexpr unsigned int kImages = 3;
 constexpr unsigned int kMostFailures = 40; ///< of images, before the application gives up
-constexpr unsigned int kEventPatienceMs = 300;
 
 } // namespace
 
@@ -116,7 +115,7 @@ bool Errand::TakeImage(Tavix::IStreamGrabber& stream) {
     s_Doing = "take image";
     Tavix::GrabResult result;
     while (!stream.RetrieveResult(result)) {
-        if (stream.GetWaitObject().Wait(m_Patience.ms)) continue;
+        if (stream.GetWaitObject().Wait(m_Patience.imageMs)) continue;
         if (m_Patience.mustCome) m_Report.complaints.push_back("no image came, and no error");
         return false;
     }
@@ -147,7 +146,7 @@ void Errand::TakeEvent(Tavix::ITavixDevice& device) {
     Step("take event", [&] {
         Tavix::EventResult event;
         while (!grabber.RetrieveEvent(event))
-            if (!grabber.GetWaitObject().Wait(kEventPatienceMs)) return;
+            if (!grabber.GetWaitObject().Wait(m_Patience.eventMs)) return;
         if (event.Succeeded()) ++m_Report.events;
     });
     Step("close events", [&] { grabber.Close(); });

@@ -27,9 +27,10 @@ struct ErrandReport {
 /// the orderly way, whatever fails in between. Bound to a thread.
 class Errand {
 public:
-    /// An image is waited for so long; that none comes in time is a complaint if `mustCome`.
+    /// That no image comes in time is a complaint if one must come.
     struct Patience {
-        unsigned int ms = 5000;
+        unsigned int imageMs = 5000;
+        unsigned int eventMs = 5000;
         bool mustCome = true;
     };
     Errand(Tavix::ITransportLayer& layer, const Patience& patience) : m_Layer(layer), m_Patience(patience) {}

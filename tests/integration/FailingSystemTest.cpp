@@ -1,8 +1,8 @@
 // Whatever libusb asks of the system fails once, or from some call on: each call of an errand in turn, with each error
 // that a kernel may give. No crash, no hang, no buffer lost, nothing left behind, and the next errand succeeds.
 //
-// The ordinary run takes some calls of each kind. TAVIX_FAULTS=all takes all of them; another value takes those of
-// which it is a part of the text, such as "submit 81, call 3".
+// The ordinary run takes some calls of each kind. TAVIX_FAULTS=all takes all of them; another value is a
+// regular expression for the texts of those to be taken, such as "submit 81, call 3:".
 #include "Errand.h"
 #include "VirtualBus.h"
 #include "Watchdog.h"
@@ -20,6 +20,7 @@
 #include <cstring>
 #include <iostream>
 #include <map>
+#include <regex>
 #include <set>
 
 namespace {
@@ -31,7 +32,8 @@ using usbfs::CallFaults;
 using usbfs::CallSite;
 
 constexpr const char* kCamera = R"([{"frameRateEnable": false}])";
-constexpr unsigned int kSample = 4;        ///< calls of each kind in the ordinary run
+constexpr unsigned int kSample = 4; ///< calls of each kind in the ordinary run
+constexpr unsigned int kBriefMs = 300;
 constexpr unsigned int kLastingSample = 2; ///< the same when all that follow fail too
 
 /// Empty in the ordinary run.
@@ -45,7 +47,7 @@ bool IsComplete() {
 }
 
 bool IsWanted(const std::string& name) {
-    return Wanted().empty() || Wanted() == "all" || name.find(Wanted()) != std::string::npos;
+    return Wanted().empty() || Wanted() == "all" || std::regex_search(name, std::regex(Wanted()));
 }
 
 CallFaults& Faults() {
@@ -82,8 +84,9 @@ protected:
         if (!IsWanted(name)) return;
         SCOPED_TRACE(name);
         m_Watchdog.Watch(name);
-        Errand::Patience patience;
-        if (times != 1 || fault.before) patience = {300, false};
+        // Where the failing call is the one that would have brought it, an event is waited for in vain.
+        Errand::Patience patience{5000, kBriefMs, true};
+        if (times != 1 || fault.before) patience = {kBriefMs, kBriefMs, false};
         Faults().Arm(std::move(fault));
         const ErrandReport report = Errand(m_Bus.Layer(), patience).Run();
         m_Hits += Faults().Disarm() != 0 ? 1 : 0;
