@@ -209,8 +209,9 @@ ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
         end = std::min(Clock::now() + std::max(asked + m_Timing.margin, Timeout()), start + m_Timing.pendingLimit);
         foreign = 0;
     }
-    const bool isShort = result == usb::Result::NoMemory;
-    return {isShort ? VX_E_USB_NO_MEMORY : VX_E_TIMEOUT, /*confused=*/true, /*delivered=*/true};
+    // The next command will drop what it finds of this one.
+    if (result == usb::Result::NoMemory) return {VX_E_USB_NO_MEMORY, /*confused=*/false, /*delivered=*/true};
+    return {VX_E_TIMEOUT, /*confused=*/true, /*delivered=*/true};
 }
 
 ControlChannel::Outcome ControlChannel::Judge(const u3v::Acknowledge& acknowledge, const Exchange& exchange) {
