@@ -18,6 +18,12 @@ RegisterIndex& NodeHost::Registers() {
     return *m_pRegisters;
 }
 
+void NodeHost::SetAllInvalid() {
+    m_Lock.AssertHeld();
+    for (NodeState& state : m_States)
+        state.isValid = false;
+}
+
 bool NodeHost::RereadsItself(NodeIndex node) {
     m_Lock.AssertHeld();
     uint8_t& known = m_States[node].rereadsItself;

@@ -49,6 +49,7 @@ public:
     bool IsValid(NodeIndex node) const { return StateOf(node).isValid; }
     void SetValid(NodeIndex node) { StateOf(node).isValid = true; }
     void SetInvalid(NodeIndex node) { StateOf(node).isValid = false; }
+    void SetAllInvalid();
     bool RereadsItself(NodeIndex node);
 
     // All nodes that a change of the sources reaches, the sources first, each once. The list lives until the next call.

@@ -3,6 +3,8 @@
 #include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/Node.h"
 
+#include <new>
+
 namespace genapi {
 
 ChangeFrame::ChangeFrame(NodeHost& host) : m_Host(host) {
@@ -74,8 +76,8 @@ WriteOperation::WriteOperation(ChangeFrame& frame, const Node& target) : m_Host(
     m_Host.Lock().AssertHeld();
     m_pFrame = m_Host.m_pOperation ? nullptr : &frame;
     if (!IsOutermost()) return;
-    m_Host.m_pOperation = this;
     m_Touched.push_back(target.Index());
+    m_Host.m_pOperation = this; // last: nobody takes it back when this throws
 }
 
 WriteOperation::~WriteOperation() {
@@ -83,14 +85,18 @@ WriteOperation::~WriteOperation() {
     if (!IsOutermost() || m_IsCommitted) return;
     m_Host.m_pOperation = nullptr;
     m_Host.NextGeneration();
-    for (const NodeIndex node : m_Host.Reach(m_Touched))
-        m_Host.SetInvalid(node);
+    MarkTerminals(false);
+    try {
+        for (const NodeIndex node : m_Host.Reach(m_Touched))
+            m_Host.SetInvalid(node);
+    } catch (const std::bad_alloc&) {
+        m_Host.SetAllInvalid();
+    }
 }
 
 void WriteOperation::Commit() {
     m_Host.Lock().AssertHeld();
     if (!IsOutermost()) return;
-    m_IsCommitted = true;
     m_Host.m_pOperation = nullptr;
     m_Host.NextGeneration();
     MarkTerminals(true);
@@ -100,6 +106,7 @@ void WriteOperation::Commit() {
         m_pFrame->GatherCallbacks(node);
     }
     MarkTerminals(false);
+    m_IsCommitted = true;
 }
 
 void WriteOperation::MarkTerminals(bool areTerminals) {
