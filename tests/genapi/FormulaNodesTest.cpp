@@ -1,12 +1,16 @@
 // Values that are computed.
 #include "genapi/support/TestMap.h"
+#include "genapi/support/XmlMap.h"
 
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <string>
 
 using namespace GenApi;
+using genapi_test::Reg;
 using genapi_test::TestMap;
+using genapi_test::XmlMap;
 
 TEST(Formula, ComputesFromItsVariables) {
     TestMap map;
@@ -63,6 +67,30 @@ TEST(Formula, IsNotAvailableWithoutItsVariables) {
     map.Add("IntSwissKnife", "Unused", {{"pVariable", "R", "R"}, {"Formula", "1", ""}}).Ready();
     EXPECT_EQ(map.Mode("I"), NA);
     EXPECT_EQ(map.Mode("Unused"), RO);
+}
+
+TEST(Formula, UponFormulaIsComputedOnceAlsoWhenCachesAreIgnored) {
+    std::string nodes = Reg("K0", "0");
+    for (int i = 1; i <= 40; ++i) {
+        const std::string below = "K" + std::to_string(i - 1);
+        nodes += "<IntSwissKnife Name='K" + std::to_string(i) + "'><pVariable Name='A'>" + below +
+                 "</pVariable><pVariable Name='B'>" + below + "</pVariable><Formula>A + B</Formula></IntSwissKnife>";
+    }
+    XmlMap map(nodes);
+    map.port.Put(0, {1, 0, 0, 0});
+    EXPECT_EQ(map.Integer("K40").GetValue(), int64_t{1} << 40);
+    map.port.Put(0, {2, 0, 0, 0});
+    EXPECT_EQ(map.Integer("K40").GetValue(/*Verify=*/false, /*IgnoreCache=*/true), int64_t{1} << 41);
+}
+
+TEST(Formula, ReadsNoIncrementWhereThereIsNone) {
+    const XmlMap map(
+        Reg("R", "0") +
+        "<Converter Name='C'><FormulaTo>FROM*4</FormulaTo><FormulaFrom>TO/4</FormulaFrom><pValue>R</pValue>"
+        "</Converter><SwissKnife Name='K'><pVariable Name='C.Inc'>C</pVariable><Formula>C.Inc</Formula>"
+        "</SwissKnife>");
+    EXPECT_FALSE(map.Float("C").HasInc());
+    EXPECT_EQ(map.Float("K").GetValue(), 0.0);
 }
 
 TEST(Formula, ReadsEntriesOfEnumerations) {
@@ -178,6 +206,22 @@ TEST(Converter, AcceptsItsOwnLimits) {
     EXPECT_NO_THROW(map.Float("C").SetValue(map.Float("C").GetMax()));
     EXPECT_EQ(map.Integer("Raw").GetValue(), 255);
     EXPECT_THROW(map.Float("C").SetValue(25.6), GenICam::OutOfRangeException);
+}
+
+TEST(Converter, UponConverterIsComputedOnce) {
+    std::string nodes = Reg("C0", "0");
+    for (int i = 1; i <= 40; ++i) {
+        const std::string below = "C" + std::to_string(i - 1);
+        const std::string kind = i % 2 ? "IntConverter" : "Converter";
+        nodes += "<" + kind + " Name='C" + std::to_string(i) + "'><pVariable Name='OLD'>" + below +
+                 "</pVariable><FormulaTo>FROM + 0 * OLD</FormulaTo><FormulaFrom>TO + 0 * OLD</FormulaFrom><pValue>" +
+                 below + "</pValue></" + kind + ">";
+    }
+    XmlMap map(nodes);
+    map.Float("C40").SetValue(7);
+    EXPECT_EQ(map.Float("C40").GetValue(/*Verify=*/true, /*IgnoreCache=*/true), 7);
+    EXPECT_EQ(map.Float("C40").GetMax(), 4294967295.0);
+    EXPECT_EQ(map.Text("C40"), "7");
 }
 
 TEST(Converter, TellsTheIncrementWhenItIsLinear) {

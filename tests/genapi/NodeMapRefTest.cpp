@@ -242,6 +242,11 @@ TEST(NodeMapRef, SurvivesLongChainsAndWideFormulas) {
         chain += "<IntSwissKnife Name='F" + std::to_string(i) + "'><pVariable Name='X'>F" + below +
                  "</pVariable><pVariable Name='Y'>F" + below + "</pVariable><Formula>X+Y</Formula></IntSwissKnife>";
     }
+    for (int i = 1; i < 60; ++i) {
+        const std::string below = i > 1 ? "S" + std::to_string(i - 1) : "N0";
+        chain += "<Integer Name='S" + std::to_string(i) + "'><pIndex>" + below + "</pIndex><pValueDefault>" + below +
+                 "</pValueDefault></Integer>";
+    }
     CNodeMapRef map = Load(chain);
     EXPECT_EQ(CIntegerPtr(map._GetNode("N19"))->GetValue(), 1);
     EXPECT_THROW(CIntegerPtr(map._GetNode("N4999"))->GetValue(), GenICam::RuntimeException);
@@ -249,7 +254,8 @@ TEST(NodeMapRef, SurvivesLongChainsAndWideFormulas) {
     EXPECT_NO_THROW(map._GetNode("N4999")->GetCachingMode());
     EXPECT_EQ(CIntegerPtr(map._GetNode("F59"))->GetValue(), int64_t{1} << 59);
     EXPECT_EQ(CIntegerPtr(map._GetNode("F59"))->GetAccessMode(), RO);
-    EXPECT_THROW(CIntegerPtr(map._GetNode("F59"))->GetValue(false, /*IgnoreCache=*/true), GenICam::RuntimeException);
+    EXPECT_EQ(CIntegerPtr(map._GetNode("F59"))->GetValue(false, /*IgnoreCache=*/true), int64_t{1} << 59);
+    EXPECT_THROW(CIntegerPtr(map._GetNode("S59"))->GetValue(), GenICam::RuntimeException) << "2^59 readings";
 }
 
 TEST(NodeMapRef, LoadsFiftyThousandNodes) {

@@ -124,7 +124,10 @@ void IntConverterNode::Bind(const BoundProperty& property) {
 }
 
 int64_t IntConverterNode::RawInteger(ReadFlags flags) {
-    return m_Core.From(*this, m_Core.Raw()->ReadNumber(flags, /*wantsReal=*/false), flags).integer;
+    const auto compute = [&] {
+        return m_Core.From(*this, m_Core.Raw()->ReadNumber(flags, /*wantsReal=*/false), flags).integer;
+    };
+    return flags.verify ? compute() : m_Value.Get(Host(), flags.ignoreCache, compute);
 }
 
 void IntConverterNode::StoreInteger(int64_t value, bool verify) {
@@ -133,8 +136,10 @@ void IntConverterNode::StoreInteger(int64_t value, bool verify) {
 }
 
 int64_t IntConverterNode::Limit(bool isMax) {
-    return ConvertedLimit(*m_Core.Raw(), m_Core.Slope(), isMax, isMax ? kMaxInteger : kMinInteger,
-                          [this](Value raw) { return m_Core.From(*this, raw, {}).integer; });
+    return (isMax ? m_Max : m_Min).Get(Host(), /*isFresh=*/false, [&] {
+        return ConvertedLimit(*m_Core.Raw(), m_Core.Slope(), isMax, isMax ? kMaxInteger : kMinInteger,
+                              [this](Value raw) { return m_Core.From(*this, raw, {}).integer; });
+    });
 }
 
 void ConverterNode::Bind(const BoundProperty& property) {
@@ -143,7 +148,10 @@ void ConverterNode::Bind(const BoundProperty& property) {
 }
 
 double ConverterNode::RawReal(ReadFlags flags) {
-    return m_Core.From(*this, m_Core.Raw()->ReadNumber(flags, /*wantsReal=*/true), flags).real;
+    const auto compute = [&] {
+        return m_Core.From(*this, m_Core.Raw()->ReadNumber(flags, /*wantsReal=*/true), flags).real;
+    };
+    return flags.verify ? compute() : m_Value.Get(Host(), flags.ignoreCache, compute);
 }
 
 void ConverterNode::StoreReal(double value, bool verify) {
@@ -153,8 +161,10 @@ void ConverterNode::StoreReal(double value, bool verify) {
 }
 
 double ConverterNode::Limit(bool isMax) {
-    return ConvertedLimit(*m_Core.Raw(), m_Core.Slope(), isMax, isMax ? kMaxReal : -kMaxReal,
-                          [this](Value raw) { return m_Core.From(*this, raw, {}).real; });
+    return (isMax ? m_Max : m_Min).Get(Host(), /*isFresh=*/false, [&] {
+        return ConvertedLimit(*m_Core.Raw(), m_Core.Slope(), isMax, isMax ? kMaxReal : -kMaxReal,
+                              [this](Value raw) { return m_Core.From(*this, raw, {}).real; });
+    });
 }
 
 bool ConverterNode::DoHasRealInc() {

@@ -4,6 +4,7 @@
 #include "genapi/nodes/FloatFace.h"
 #include "genapi/nodes/FormulaBinding.h"
 #include "genapi/nodes/IntegerFace.h"
+#include "genapi/nodes/Remembered.h"
 
 namespace genapi {
 
@@ -62,6 +63,9 @@ private:
     int64_t Limit(bool isMax);
 
     ConverterCore m_Core{FormulaMode::Integer};
+    Remembered<int64_t> m_Value;
+    Remembered<int64_t> m_Min;
+    Remembered<int64_t> m_Max;
 };
 
 // A floating-point number computed from a raw one and back. thread-safe
@@ -89,6 +93,9 @@ private:
     double Limit(bool isMax);
 
     ConverterCore m_Core{FormulaMode::Float};
+    Remembered<double> m_Value;
+    Remembered<double> m_Min;
+    Remembered<double> m_Max;
 };
 
 } // namespace genapi

@@ -59,7 +59,8 @@ private:
         case VariableSuffix::Max:
             return node.IsReal() ? Value::Real(node.RealMax()) : Value::Integer(node.IntegerMax());
         case VariableSuffix::Inc:
-            return node.IsReal() ? Value::Real(node.RealInc()) : Value::Integer(node.IntegerInc());
+            if (!node.IsReal()) return Value::Integer(node.IntegerInc());
+            return Value::Real(node.HasRealInc() ? node.RealInc() : 0.0);
         case VariableSuffix::AccessMode:
             return Value::Integer(node.Access());
         case VariableSuffix::Visibility:

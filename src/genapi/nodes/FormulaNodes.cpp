@@ -16,11 +16,7 @@ GenApi::EAccessMode IntSwissKnifeNode::TargetAccess() {
 }
 
 int64_t IntSwissKnifeNode::RawInteger(ReadFlags flags) {
-    if (!flags.ignoreCache && m_Generation == Host().Generation()) return m_Value;
-    const uint32_t generation = Host().Generation();
-    m_Value = m_Formula.Evaluate(*this, m_Scope, flags).integer;
-    m_Generation = generation;
-    return m_Value;
+    return m_Value.Get(Host(), flags.ignoreCache, [&] { return m_Formula.Evaluate(*this, m_Scope, flags).integer; });
 }
 
 void IntSwissKnifeNode::StoreInteger(int64_t, bool) {
@@ -39,11 +35,7 @@ GenApi::EAccessMode SwissKnifeNode::TargetAccess() {
 }
 
 double SwissKnifeNode::RawReal(ReadFlags flags) {
-    if (!flags.ignoreCache && m_Generation == Host().Generation()) return m_Value;
-    const uint32_t generation = Host().Generation();
-    m_Value = m_Formula.Evaluate(*this, m_Scope, flags).real;
-    m_Generation = generation;
-    return m_Value;
+    return m_Value.Get(Host(), flags.ignoreCache, [&] { return m_Formula.Evaluate(*this, m_Scope, flags).real; });
 }
 
 void SwissKnifeNode::StoreReal(double, bool) {

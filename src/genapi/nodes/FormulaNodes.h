@@ -4,6 +4,7 @@
 #include "genapi/nodes/FloatFace.h"
 #include "genapi/nodes/FormulaBinding.h"
 #include "genapi/nodes/IntegerFace.h"
+#include "genapi/nodes/Remembered.h"
 
 namespace genapi {
 
@@ -25,9 +26,7 @@ protected:
 private:
     FormulaScope m_Scope;
     FormulaBinding m_Formula{FormulaMode::Integer, {}};
-    // The value of the present operation, so that formulas upon formulas stay cheap.
-    uint32_t m_Generation = 0;
-    int64_t m_Value = 0;
+    Remembered<int64_t> m_Value;
 };
 
 // A floating-point number that is computed. thread-safe
@@ -48,8 +47,7 @@ protected:
 private:
     FormulaScope m_Scope;
     FormulaBinding m_Formula{FormulaMode::Float, {}};
-    uint32_t m_Generation = 0;
-    double m_Value = 0.0;
+    Remembered<double> m_Value;
 };
 
 } // namespace genapi
