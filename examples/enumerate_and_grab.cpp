@@ -17,9 +17,10 @@ int main() try {
     stream->Open();
     GenApi::CIntegerPtr(stream->GetNodeMap()->GetNode("MaxBufferSize"))->SetValue(size);
     stream->PrepareGrab();
-    std::vector<std::vector<unsigned char>> buffers(4, std::vector<unsigned char>(size));
+    std::vector<std::vector<unsigned char>> buffers(4);
     std::vector<Tavix::StreamBufferHandle> handles;
     for (auto& buffer : buffers) {
+        buffer.resize(static_cast<std::size_t>(size));
         handles.push_back(stream->RegisterBuffer(buffer.data(), buffer.size()));
         stream->QueueBuffer(handles.back());
     }

@@ -18,7 +18,9 @@ public:
     /// Claims the camera for this process and makes its features accessible. RuntimeException when it is in use,
     /// may not be opened or does not answer; its text says which. LogicalErrorException when it is open.
     virtual void Open(AccessModeSet modes = DefaultAccessMode()) = 0;
-    /// Finishes grabs, destroys parsers and adapters, and gives the camera back. Works after an unplug as well.
+    /// Finishes grabs, destroys parsers and adapters, and gives the camera back. Works after an unplug as well, where
+    /// the first call throws RuntimeException if a grab was prepared, and the next one closes. LogicalErrorException
+    /// when it is not open.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;
     /// What is known of the camera. Valid as long as the device.
@@ -42,6 +44,7 @@ public:
     virtual IEventAdapter* CreateEventAdapter() = 0;
     virtual void DestroyEventAdapter(IEventAdapter* pAdapter) = 0;
     /// The callback is cloned; it runs on a thread of the library when the camera is unplugged, with no lock held.
+    /// LogicalErrorException while the device is closed, as for the next one.
     virtual DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) = 0;
     /// False when the handle is not registered.
     virtual bool DeregisterRemovalCallback(DeviceCallbackHandle handle) = 0;

@@ -200,6 +200,17 @@ TEST(Grab, PutsACameraThatFailedBeforeOneWithFailedFrames) {
     EXPECT_NE(outcome.err.find("(and 1 more)"), std::string::npos) << outcome.err;
 }
 
+TEST(Grab, TakesShorterTransfersForACameraThatNeedsThem) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [{"registers": {"silentAboveTransfer": 65536}}]})");
+    const Outcome silent = RunTool({"--virtual", settings, "grab", "-n", "2", "--timeout", "200"});
+    EXPECT_EQ(silent.status, 1);
+    EXPECT_NE(silent.err.find("try --transfer-size 65536"), std::string::npos) << silent.err;
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "2", "--transfer-size", "65536"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+}
+
 TEST(Grab, EndsInGoodOrderAtCtrlC) {
     const TestFolder folder;
     ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-o", folder.Path("images"), "--json"});

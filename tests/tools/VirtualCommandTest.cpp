@@ -7,7 +7,9 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 #include <unistd.h>
 
@@ -74,6 +76,18 @@ TEST(VirtualSettings, AreRefusedWithTheirFileAndKeyByEveryCommand) {
     EXPECT_NE(outcome.err.find(path + ": cameras[0].speed: \"Warp\" is none of High, Super, SuperPlus"),
               std::string::npos)
         << outcome.err;
+}
+
+TEST(VirtualServe, TakesTheFirstCameraWhereNoneIsNamed) {
+    const std::string path = testing::TempDir() + "tavix-serve-" + std::to_string(getpid());
+    const std::string line =
+        "printf 'unplug\\nplug\\nsing\\nplug 2\\nquit\\n' | " TAVIX_TOOL " virtual serve --usbip 33517 >" + path;
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    std::ifstream file(path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    std::remove(path.c_str());
+    EXPECT_NE(text.find("'sing' is none of plug, unplug, quit\nthere is no such camera\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("there is no such camera"), text.rfind("there is no such camera")) << text;
 }
 
 struct Refusal {

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::uint64_t kEndless = 1000000000000;
 constexpr std::uint64_t kLongestMs = 86400000;
+constexpr std::uint64_t kLargestTransfer = 1 << 30;
 constexpr const char* kFaultText =
     "What goes wrong, as stream.LostTrailer:frame=5 or registers.manifest=PlainXml; repeatable";
 
@@ -163,6 +164,10 @@ void CommandLine::AddGrabOptions(CLI::App& command, GrabOptions& options) {
     command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")
         ->capture_default_str()
         ->check(Count(kLongestMs));
+    command
+        .add_option("--transfer-size", options.transferSize,
+                    "Longest USB transfer in bytes; 65536 for a camera that is silent or damages frames otherwise")
+        ->check(Count(kLargestTransfer));
     command.add_option("-s,--set", options.settings, "NAME=VALUE before the grab; repeatable")->allow_extra_args(false);
 }
 
@@ -253,7 +258,10 @@ void CommandLine::AddServeCommand(CLI::App& parent) {
                       ->expected(0, 1)
                       ->check(Count(65535))
                       ->type_name("PORT");
-    serving->add_option("--listen", m_Serve.listen, "Address for USB/IP")->capture_default_str()->needs(usbip);
+    serving->add_option("--listen", m_Serve.listen, "Address for USB/IP")
+        ->capture_default_str()
+        ->needs(usbip)
+        ->check(NotEmpty());
     auto* vhci = serving->add_flag("--vhci", m_Serve.vhci, "Attach them to this computer's kernel (as root)");
     auto* redirection = serving->add_option("--usbredir", m_Serve.usbredir, "To virtual machines, on this local socket")
                             ->check(NotEmpty());

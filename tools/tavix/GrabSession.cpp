@@ -116,6 +116,8 @@ void GrabSession::Prepare(Camera& camera) {
     m_Grabber->Open();
     SetInteger(*m_Grabber->GetNodeMap(), "MaxNumBuffer", m_Options.buffers);
     SetInteger(*m_Grabber->GetNodeMap(), "MaxBufferSize", size);
+    if (m_Options.transferSize > 0)
+        SetInteger(*m_Grabber->GetNodeMap(), "MaxTransferSize", static_cast<std::int64_t>(m_Options.transferSize));
     m_Grabber->PrepareGrab();
     QueueBuffers(static_cast<std::size_t>(size));
     if (m_Options.checkChunks) m_Parser = camera.Device().CreateChunkParser();
@@ -158,7 +160,8 @@ std::string GrabSession::SilenceText(Camera& camera) const {
     GenApi::CEnumerationPtr mode(camera.Features().GetNode("TriggerMode"));
     const bool waits = mode && GenApi::IsReadable(mode->GetAccessMode()) && Text(mode->ToString()) == "On";
     return silence + (waits ? "it waits for a trigger: send one, or add --set TriggerMode=Off"
-                            : "check exposure time, frame rate and cable, or wait longer with --timeout");
+                            : "check exposure time, frame rate and cable, wait longer with --timeout, or try "
+                              "--transfer-size 65536");
 }
 
 void GrabSession::Handle(const Tavix::GrabResult& result) {

@@ -36,6 +36,7 @@ struct GrabOptions : CommonOptions {
     std::uint64_t every = 1; ///< save every n-th frame
     unsigned int buffers = 8;
     unsigned int timeoutMs = 5000;     ///< longest wait for a frame
+    std::uint64_t transferSize = 0;    ///< longest USB transfer in bytes; 0 for the library's choice
     std::vector<std::string> settings; ///< NAME=VALUE, applied before the grab
     bool quiet = false;                ///< no progress bar
     bool checkChunks = false;          ///< every chunk on, the payload's checksum checked

@@ -120,7 +120,7 @@ Servers Start(RemoteCameras& cameras, const ServeOptions& options) {
 /// A camera by its number, from 1; without one the first.
 RemoteCamera* Find(RemoteCameras& cameras, std::istream& words) {
     std::size_t number = 1;
-    if (!(words >> std::ws).eof()) words >> number;
+    if (!words.eof() && !(words >> std::ws).eof()) words >> number;
     return !words.fail() && number >= 1 && number <= cameras.size() ? cameras[number - 1].get() : nullptr;
 }
 
