@@ -159,10 +159,19 @@ private:
         return *pDyn;
     }
 
+    // Owns it from now on, also when that fails.
     void Hold(INodeMap* pNodeMap) {
         if (!pNodeMap) return;
-        m_pCount = new std::atomic<long>(1);
+        try {
+            m_pCount = new std::atomic<long>(1);
+        } catch (...) {
+            Destroy(pNodeMap);
+            throw;
+        }
         _Ptr = pNodeMap;
+    }
+    static void Destroy(INodeMap* pNodeMap) {
+        if (IDestroy* pDestroy = dynamic_cast<IDestroy*>(pNodeMap)) pDestroy->Destroy();
     }
     void Share(const CNodeMapRefT& other) {
         _Ptr = other._Ptr;
@@ -176,7 +185,7 @@ private:
         m_pCount = nullptr;
         if (!pCount || --*pCount > 0) return;
         delete pCount;
-        if (IDestroy* pDestroy = dynamic_cast<IDestroy*>(pNodeMap)) pDestroy->Destroy();
+        Destroy(pNodeMap);
     }
 
     GenICam::gcstring m_DeviceName;

@@ -69,9 +69,10 @@ void NameIndex::Reserve(std::size_t count) {
 
 std::string_view NameIndex::Keep(std::string_view name) {
     if (name.size() > m_Left) {
-        m_Left = std::max(name.size(), kBlockSize);
-        m_Blocks.emplace_back(new char[m_Left]);
+        const std::size_t size = std::max(name.size(), kBlockSize);
+        m_Blocks.push_back(std::unique_ptr<char[]>(new char[size]));
         m_Free = m_Blocks.back().get();
+        m_Left = size;
     }
     char* const copy = m_Free;
     std::copy(name.begin(), name.end(), copy);

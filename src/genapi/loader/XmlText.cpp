@@ -71,7 +71,7 @@ std::string_view VersionPart(std::string_view uri, std::size_t index) {
 char* TextArena::Allocate(std::size_t size) {
     if (size > m_Left) {
         const std::size_t block = std::max(size, kBlockSize);
-        m_Blocks.emplace_back(new char[block]);
+        m_Blocks.push_back(std::unique_ptr<char[]>(new char[block]));
         m_Free = m_Blocks.back().get();
         m_Left = block;
     }
