@@ -126,6 +126,9 @@ public:
 
     /// Clears the halt of an endpoint on both sides. Nothing may be queued on it.
     [[nodiscard]] virtual Result ClearHalt(std::uint8_t endpoint) = 0;
+    /// True when the device that was opened is certainly still attached: a notice that a device of its id has left was
+    /// of another one then, which was on the same port before. No traffic on the bus.
+    virtual bool IsAttached() { return false; }
     /// Resets the port. NotFound or NoDevice: the device came back as another one, the handle is dead.
     [[nodiscard]] virtual Result Reset() = 0;
     /// Reads a string descriptor as ASCII (other characters become '?'); empty when index is 0 or unreadable.

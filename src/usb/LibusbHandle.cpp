@@ -221,6 +221,11 @@ Result LibusbHandle::ClearHalt(std::uint8_t endpoint) {
     return AskLibusb([&] { return libusb_clear_halt(m_Device.get(), endpoint); });
 }
 
+/// The kernel answers for the open file, not for the port.
+bool LibusbHandle::IsAttached() {
+    return libusb_kernel_driver_active(m_Device.get(), 0) >= 0;
+}
+
 Result LibusbHandle::Reset() {
     return AskLibusb([&] { return libusb_reset_device(m_Device.get()); });
 }

@@ -40,6 +40,7 @@ public:
     Result HandleEvents(unsigned int timeoutMs) override;
     void WakeEvents() override;
     [[nodiscard]] Result ClearHalt(std::uint8_t endpoint) override;
+    bool IsAttached() override;
     [[nodiscard]] Result Reset() override;
     std::string ReadString(std::uint8_t index) override;
     std::uint8_t* AllocateMemory(std::size_t size) override;

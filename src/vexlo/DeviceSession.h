@@ -69,6 +69,7 @@ public:
     VxStatus Note(VxStatus status);
     /// From the notifier: whoever waits for transfers is told that none will come.
     void CameraGone() override { m_Pump.CameraGone(); }
+    bool IsCameraThere() override { return m_Handle->IsAttached(); }
 
 private:
     // constant after Open; the order matters: users of the handle end before it

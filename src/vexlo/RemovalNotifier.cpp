@@ -50,7 +50,9 @@ void RemovalNotifier::Unwatch(Token token) {
 void RemovalNotifier::BusReportsRemoval(const usb::Backend* bus, const std::string& id) {
     const MutexLock lock(m_Lock);
     for (auto& [token, watched] : m_Watched) {
-        if (watched.removed || watched.bus != bus || watched.id != id) continue;
+        if (watched.bus != bus || watched.id != id) continue;
+        watched.repeated = watched.removed;
+        if (watched.removed) continue;
         watched.removed = true;
         Post({VxCallback_DeviceRemoved, token});
     }
@@ -120,11 +122,21 @@ void RemovalNotifier::Deliver(const Notice& notice) {
     if (found == m_Watched.end()) return; // closed in the meantime
     auto listener = found->second.listener.lock();
     m_Lock.unlock();
-    if (listener) listener->CameraGone();
+    const bool isMistaken = listener && notice.kind == VxCallback_DeviceRemoved && listener->IsCameraThere();
+    if (listener && !isMistaken) listener->CameraGone();
     listener.reset(); // may be the last share: its end must not need our lock
     m_Lock.lock();
+    if (isMistaken) return Withdraw(notice);
     while (!m_Stopped && CallNext(notice)) {
     }
+}
+
+/// The camera's own removal is still to be reported.
+void RemovalNotifier::Withdraw(const Notice& notice) {
+    const auto found = m_Watched.find(notice.token);
+    if (found == m_Watched.end()) return;
+    if (found->second.repeated) return Post(notice); // perhaps that was it
+    found->second.removed = false;
 }
 
 /// Calls one handler that the notice is for; false when there is none left.

@@ -13,10 +13,13 @@
 
 namespace vexlo {
 
-/// Told first, before the application's handlers, on the notifier's thread with no lock held.
+/// Asked and told on the notifier's thread with no lock held.
 class RemovalListener {
 public:
     virtual ~RemovalListener() = default;
+    /// Whether the bus can only have meant another camera, which was on the same port before.
+    virtual bool IsCameraThere() = 0;
+    /// Before the application's handlers are called.
     virtual void CameraGone() = 0;
 };
 
@@ -59,8 +62,9 @@ private:
         std::string id;
         CVxDevice* device = nullptr;
         std::weak_ptr<RemovalListener> listener;
-        bool removed = false; ///< kind 11 was reported
-        bool lost = false;    ///< kind 12 was reported
+        bool removed = false;  ///< kind 11 was reported
+        bool repeated = false; ///< and once more since
+        bool lost = false;     ///< kind 12 was reported
     };
     struct Registration {
         VxCallbackParams params{};
@@ -76,6 +80,7 @@ private:
     void StartThread() TAVIX_REQUIRES(m_Lock);
     void Run() TAVIX_EXCLUDES(m_Lock);
     void Deliver(const Notice& notice) TAVIX_REQUIRES(m_Lock);
+    void Withdraw(const Notice& notice) TAVIX_REQUIRES(m_Lock);
     bool CallNext(const Notice& notice) TAVIX_REQUIRES(m_Lock);
 
     Mutex m_Lock;

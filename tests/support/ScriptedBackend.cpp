@@ -24,6 +24,7 @@ public:
     explicit ScriptedHandle(Camera& camera) : m_Camera(camera) {
         const Lock lock(camera.m_Mutex);
         ++camera.m_Handles;
+        m_Departures = camera.m_Departures;
     }
     ~ScriptedHandle() override {
         const Lock lock(m_Camera.m_Mutex);
@@ -32,6 +33,12 @@ public:
         --m_Camera.m_Handles;
     }
 
+    bool IsAttached() override {
+        const Lock lock(m_Camera.m_Mutex);
+        ++m_Camera.m_AskedWhetherAttached;
+        m_Camera.m_Changed.notify_all();
+        return m_Camera.m_Departures == m_Departures;
+    }
     usb::Result Claim(std::uint8_t number) override {
         const Lock lock(m_Camera.m_Mutex);
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
@@ -166,6 +173,7 @@ private:
     }
 
     Camera& m_Camera;
+    unsigned int m_Departures = 0; ///< of the camera before it was opened
     std::set<int> m_Claims;
     bool m_Wake = false;
 };

@@ -167,17 +167,24 @@ usb::ControlSetup Camera::LastControl() const {
 }
 
 void Camera::Unplug(bool announce) {
-    std::map<std::uint64_t, usb::HotplugHandler> handlers;
     {
         const Lock lock(m_Mutex);
         m_Gone = true;
+        ++m_Departures;
         for (auto& [endpoint, pipe] : m_Pipes)
             while (!pipe.queue.empty())
                 Finish(endpoint, 0, usb::TransferStatus::NoDevice);
-        handlers = m_Hotplug;
     }
     m_Changed.notify_all();
-    if (!announce) return;
+    if (announce) AnnounceRemoval();
+}
+
+void Camera::AnnounceRemoval() {
+    std::map<std::uint64_t, usb::HotplugHandler> handlers;
+    {
+        const Lock lock(m_Mutex);
+        handlers = m_Hotplug;
+    }
     for (auto& [id, handler] : handlers)
         handler(usb::HotplugEvent::Left, "1");
 }

@@ -4,6 +4,7 @@
 #include "support/ScriptedBytes.h"
 #include "usb/Backend.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -79,6 +80,10 @@ public:
     void RefuseClearing(usb::Result result);
     void AllowTransfers(std::size_t count); ///< more at once give NoMemory
     void Unplug(bool announce);
+    /// The bus says that the camera has left.
+    void AnnounceRemoval();
+    /// How often it was asked whether the camera that was opened is still there.
+    unsigned int AskedWhetherAttached() const { return m_AskedWhetherAttached; }
     void Replug();
 
     // Bulk data to the host. A transfer ends short unless it is a multiple of the packet size; {} is an empty packet.
@@ -131,6 +136,8 @@ private:
     std::map<std::uint8_t, Pipe> m_Pipes;
     int m_Handles = 0;
     bool m_HasStrings = true;
+    std::atomic<unsigned int> m_AskedWhetherAttached{0};
+    unsigned int m_Departures = 0;
     bool m_Gone = false;
     usb::Result m_OpenResult = usb::Result::Ok;
     usb::Result m_ClaimResult = usb::Result::Ok;

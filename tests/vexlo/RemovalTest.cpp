@@ -93,6 +93,21 @@ TEST_F(Removal, IsReportedByATransferAsKindTwelve) {
     EXPECT_EQ(log.Calls()[0].Kind, 12u);
 }
 
+TEST_F(Removal, IsNotTakenFromALateNoticeOfTheCameraBefore) {
+    ASSERT_EQ(Open(), VX_OK);
+    Register(11, &log, NoteCall);
+    Register(12, &log, NoteCall);
+    camera.AnnounceRemoval();
+    ASSERT_TRUE(camera.WaitFor([&] { return camera.AskedWhetherAttached() == 1; }));
+    camera.Unplug(/*announce=*/false);
+    Touch();
+    ASSERT_TRUE(log.WaitForCalls(1));
+    EXPECT_EQ(log.Calls()[0].Kind, 12u) << "notices are delivered in their order";
+    camera.AnnounceRemoval();
+    ASSERT_TRUE(log.WaitForCalls(2));
+    EXPECT_EQ(log.Calls()[1].Kind, 11u);
+}
+
 TEST_F(Removal, IsReportedOnceToEachRegistration) {
     ASSERT_EQ(Open(), VX_OK);
     Register(11, &log, NoteCall);

@@ -49,6 +49,7 @@ public:
     void WakeEvents() override { m_Handle->WakeEvents(); }
     [[nodiscard]] Result ClearHalt(std::uint8_t endpoint) override;
     [[nodiscard]] Result Reset() override { return m_Handle->Reset(); }
+    bool IsAttached() override { return m_Handle->IsAttached(); }
     std::string ReadString(std::uint8_t index) override;
     std::uint8_t* AllocateMemory(std::size_t size) override { return m_Handle->AllocateMemory(size); }
     void FreeMemory(std::uint8_t* memory, std::size_t size) override { m_Handle->FreeMemory(memory, size); }
