@@ -30,7 +30,8 @@ public:
     /// As CreateTl.
     ITransportLayer* GetTl(const gcstring& name) { return CreateTl(name); }
     ITransportLayer* GetTl(const CTlInfo& info) { return CreateTl(info); }
-    /// Gives one reference back; with the last one the transport layer is destroyed. Null is ignored.
+    /// Gives one reference back; with the last one the transport layer is destroyed. Null is ignored, and so is, with a
+    /// log line, one that has been destroyed already.
     void ReleaseTl(const ITransportLayer* pTl);
 
     /// Devices of all transport layers, sorted by transport layer, then as each lists them. Returns how many this call

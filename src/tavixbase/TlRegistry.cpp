@@ -101,7 +101,11 @@ void TlRegistry::Release(const ITransportLayer* pTl) {
     const auto one =
         std::find_if(m_Living.begin(), m_Living.end(), [&](const Living& living) { return living.tl == pTl; });
     if (one == m_Living.end()) {
-        pReleased->Release();
+        if (m_Destroyed.count(pTl) == 0) {
+            pReleased->Release();
+        } else {
+            LogTrace(LogCategory(), kLogError, "A transport layer that has been destroyed already was released again");
+        }
         return;
     }
     if (one->furtherReferences > 0) {
@@ -111,6 +115,7 @@ void TlRegistry::Release(const ITransportLayer* pTl) {
     if (pReleased->Release() > 0) return;
     const PluginLibrary& library = *one->library;
     m_Living.erase(one);
+    m_Destroyed.insert(pTl);
     try {
         library.Destroy(pReleased);
     } catch (const GenICam::GenericException& e) {
@@ -143,6 +148,7 @@ ITransportLayer* TlRegistry::Make(const Offer& offer) {
         ++one->furtherReferences;
     } else {
         m_Living.push_back({pTl, offer.info, offer.library, 0});
+        m_Destroyed.erase(pTl);
     }
     return pTl;
 }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,8 @@ public:
     /// All that live, each with one more reference.
     std::vector<ITransportLayer*> AcquireLiving();
 
-    /// Gives one reference back. Of a transport layer that was not made here only its own count is lowered.
+    /// Gives one reference back. Of a transport layer that was not made here only its own count is lowered. One that
+    /// was made here and has been destroyed is left alone, with a log line.
     void Release(const ITransportLayer* pTl);
 
 private:
@@ -72,6 +74,7 @@ private:
     RecursiveLock m_Lock;
     std::map<std::string, File> m_Files TAVIX_GUARDED_BY(m_Lock); // by path
     std::vector<Living> m_Living TAVIX_GUARDED_BY(m_Lock);
+    std::set<const ITransportLayer*> m_Destroyed TAVIX_GUARDED_BY(m_Lock); // by address, which another may get
 };
 
 } // namespace Tavix

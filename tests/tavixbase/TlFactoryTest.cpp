@@ -107,6 +107,16 @@ TEST_F(TlFactory, MakesANewTransportLayerAfterTheLastRelease) {
     EXPECT_EQ(fakeCam.destructions, 2);
 }
 
+TEST_F(TlFactory, LeavesATransportLayerAloneThatHasBeenDestroyed) {
+    for (int round = 1; round <= 3; ++round) { // the next one may get the memory of the last
+        ITransportLayer* const pTl = factory.CreateTl("FakeCam");
+        factory.ReleaseTl(pTl);
+        factory.ReleaseTl(pTl);
+        EXPECT_EQ(fakeCam.creations, round);
+        EXPECT_EQ(fakeCam.destructions, round);
+    }
+}
+
 TEST_F(TlFactory, CountsTwoTransportLayersApart) {
     AddOther();
     ITransportLayer* const pFake = factory.CreateTl("FakeCam");
