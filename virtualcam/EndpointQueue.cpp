@@ -1,6 +1,7 @@
 #include "virtualcam/EndpointQueue.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace virtualcam {
@@ -167,8 +168,12 @@ bool EndpointQueue::ServeOldest(std::unique_lock<std::mutex>& lock) {
 
 PipeAnswer EndpointQueue::Move(const Request& request) const {
     if (m_Device.Generation() != m_Generation) return {PipeStatus::Gone, 0};
-    if ((m_Endpoint & 0x80) == 0) return m_Device.Out(m_Endpoint, request.buffer, request.length);
-    return m_Device.In(m_Endpoint, request.buffer + request.actual, request.length - request.actual);
+    try {
+        if ((m_Endpoint & 0x80) == 0) return m_Device.Out(m_Endpoint, request.buffer, request.length);
+        return m_Device.In(m_Endpoint, request.buffer + request.actual, request.length - request.actual);
+    } catch (const std::bad_alloc&) {
+        return {PipeStatus::Error, 0}; // the host's thread works for the camera; its call must not end half-way
+    }
 }
 
 void EndpointQueue::Finish(Request& request, usb::TransferStatus status) {
