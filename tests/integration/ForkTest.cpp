@@ -13,24 +13,27 @@ namespace {
 
 using namespace integration;
 
-/// Whether a child that does nothing but end does so, by no signal. Its status does not matter: a leak checker misses
-/// in it what only the stacks of its parent's threads knew.
-bool ChildEnds() {
+/// The exit status of a child that does nothing but end; -1 when it does not end well.
+int StatusOfChild() {
     const pid_t child = fork();
-    if (child == 0) std::exit(EXIT_SUCCESS);
+    if (child == 0) std::exit(3);
     int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
+    const bool ended = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return ended ? WEXITSTATUS(status) : -1;
 }
 
 TEST(ForkedChild, EndsAndLeavesTheCameraToItsParent) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the locks of the sanitizers' own memory may be held in a child by threads that it does not have";
+#endif
     VirtualBus bus(R"([{"frameRateEnable": false}])");
     auto camera = bus.Open();
-    EXPECT_TRUE(ChildEnds());
+    EXPECT_EQ(StatusOfChild(), 3);
     {
         GrabRun run(*camera);
         run.Start();
         (void)run.Next(3);
-        EXPECT_TRUE(ChildEnds()) << "while it streams";
+        EXPECT_EQ(StatusOfChild(), 3) << "while it streams";
         for (const Frame& frame : run.Next(5))
             EXPECT_TRUE(frame.result.Succeeded());
     }
