@@ -1,70 +1,9 @@
-#include "vexlo/ControlChannel.h"
-#include "support/ScriptedBackend.h"
-#include "vexlo/RegisterAccess.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <climits>
+// Commands and their acknowledges, one at a time.
+#include "vexlo/ControlChannelFixture.h"
 
 namespace {
 
-using namespace vexlo;
-using namespace scripted;
-
-using Answers = std::optional<std::vector<Bytes>>;
-
-constexpr VxStatus kDevice = VX_E_DEVICE_STATUS_BASE;
-
-class Channel : public testing::Test {
-protected:
-    static ControlTiming Impatient() {
-        ControlTiming timing;
-        timing.busyPause = timing.drain = ControlTiming::Duration(0);
-        timing.connectLimit = timing.resetLimit = ControlTiming::Duration(0);
-        return timing;
-    }
-
-    VxStatus Read32(std::uint32_t& value) {
-        std::uint8_t bytes[4] = {};
-        const VxStatus status = channel.Read(0x1CC, bytes, sizeof bytes);
-        value = bytes[0];
-        return status;
-    }
-    VxStatus Read() {
-        std::uint32_t value = 0;
-        return Read32(value);
-    }
-    VxStatus Write(Repeat repeat) {
-        const Bytes data = Hex("07000000");
-        return channel.Write(0x1CC, data, repeat);
-    }
-    /// Answers the given number of commands by `answers`, all later ones properly.
-    void AnswerFirst(int times, std::function<std::vector<Bytes>(const Command&)> answers) {
-        camera.OnCommand([=](const Command& command) mutable -> Answers {
-            if (command.Address() == 0 || times == 0) return std::nullopt; // resynchronising reads 0
-            --times;
-            return answers(command);
-        });
-    }
-    std::size_t Commands(std::uint64_t address) const {
-        std::size_t count = 0;
-        for (const Command& command : camera.Commands())
-            count += command.Address() == address;
-        return count;
-    }
-    std::vector<std::uint16_t> RequestIds() const {
-        std::vector<std::uint16_t> ids;
-        for (const Command& command : camera.Commands())
-            ids.push_back(command.RequestId());
-        return ids;
-    }
-
-    Camera camera;
-    std::unique_ptr<usb::Handle> handle = OpenHandle(camera);
-    ControlChannel::Counters counters;
-    ControlChannel channel{*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, Impatient()};
-};
+using namespace vexlotest;
 
 TEST_F(Channel, ConnectsByReadingTheVersionWithRequestIdZero) {
     ASSERT_EQ(channel.Connect(), VX_OK);
@@ -144,7 +83,7 @@ TEST_F(Channel, AsksABusyCameraAgainWithFreshIds) {
 TEST_F(Channel, GivesUpOnACameraThatStaysBusy) {
     AnswerFirst(
         99, [](const Command& command) { return std::vector<Bytes>{Ack(0x8007, 0x0801, command.RequestId(), {})}; });
-    EXPECT_EQ(Read(), kDevice | 0x8007);
+    EXPECT_EQ(Read(), kRefused | 0x8007);
 }
 
 TEST_F(Channel, ResynchronisesAfterATimeoutAndReadsAgain) {
@@ -248,7 +187,7 @@ TEST_F(Channel, RefusesATruncatedAcknowledge) {
 
 TEST_F(Channel, PassesOnWhatTheCameraRefuses) {
     std::uint8_t bytes[4];
-    EXPECT_EQ(channel.Read(0x999999, bytes, 4), kDevice | 0x8003);
+    EXPECT_EQ(channel.Read(0x999999, bytes, 4), kRefused | 0x8003);
     EXPECT_EQ(Commands(0x999999), 1u);
 }
 
@@ -311,151 +250,12 @@ TEST_F(Channel, IsMorePatientWithWhatCannotBeAskedForAgain) {
     EXPECT_EQ(camera.ControlInTimeouts(), (std::vector<unsigned int>{3000, 600, 600}));
 }
 
-/// Answers nothing until it was asked or reset that often.
-class Silent : public Channel {
-protected:
-    void AnswerAfter(unsigned int commands, unsigned int resets) {
-        camera.OnCommand([this, commands, resets, count = 0u](const Command&) mutable -> Answers {
-            if (++count > commands && wasReset >= resets) return std::nullopt;
-            return std::vector<Bytes>{};
-        });
-        camera.OnReset([this] {
-            ++wasReset;
-            return usb::Result::Ok;
-        });
-    }
-    ControlTiming Patient() {
-        ControlTiming timing = Impatient();
-        timing.connectLimit = timing.resetLimit = ControlTiming::Duration(20000);
-        return timing;
-    }
-
-    std::atomic<unsigned int> wasReset{0};
-    ControlChannel patient{*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, Patient()};
-};
-
-TEST_F(Silent, IsAskedUntilItsFirmwareHasBooted) {
-    AnswerAfter(50, 0);
-    EXPECT_EQ(patient.Connect(), VX_OK);
-    EXPECT_EQ(camera.Commands().size(), 51u);
-    for (const Command& command : camera.Commands())
-        EXPECT_EQ(command.RequestId(), 0u);
-    EXPECT_EQ(camera.Resets(), 0u);
-}
-
-TEST_F(Silent, GetsItsHaltsClearedThenSetThenItsPortReset) {
-    AnswerAfter(0, 1);
-    EXPECT_EQ(channel.Connect(), VX_OK);
-    EXPECT_EQ(camera.Resets(), 1u);
-    EXPECT_EQ(counters.cameraResets, 1u);
-    EXPECT_GE(camera.HaltsCleared(kControlIn), 2u);
-}
-
-TEST_F(Silent, HasItsHaltsSetOnTheSecondAttempt) {
-    AnswerAfter(1, 0);
-    EXPECT_EQ(patient.Connect(), VX_OK);
-    EXPECT_EQ(camera.HaltsSet(), 2u);
-    EXPECT_EQ(camera.HaltsCleared(kControlOut), 2u);
-}
-
-TEST_F(Silent, IsResetOnceOnly) {
-    AnswerAfter(UINT_MAX, 0);
-    EXPECT_EQ(channel.Connect(), VX_E_TIMEOUT);
-    EXPECT_EQ(camera.Resets(), 1u);
-}
-
-TEST_F(Silent, IsNotResetWhereThatIsNotAllowed) {
-    ControlTiming timing = Impatient();
-    timing.mayReset = false;
-    ControlChannel careful(*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, timing);
-    AnswerAfter(UINT_MAX, 0);
-    EXPECT_EQ(careful.Connect(), VX_E_TIMEOUT);
-    EXPECT_EQ(camera.Resets(), 0u);
-}
-
-TEST_F(Silent, IsNotResetForWhatTheSystemLacks) {
-    camera.FailNextOut(usb::Result::NoMemory);
-    EXPECT_EQ(channel.Connect(), VX_E_USB_NO_MEMORY);
-    EXPECT_EQ(camera.Resets(), 0u);
-    EXPECT_EQ(channel.Connect(), VX_OK);
-}
-
-TEST_F(Silent, IsTriedAgainWhenTheSystemWasShortForAMoment) {
-    camera.FailNextOut(usb::Result::NoMemory);
-    EXPECT_EQ(patient.Connect(), VX_OK);
-    EXPECT_EQ(camera.Resets(), 0u);
-}
-
 TEST_F(Channel, ConnectsToACameraThatAnswersButRefusesToHaveItsHaltsCleared) {
     for (const usb::Result result : {usb::Result::Pipe, usb::Result::Io, usb::Result::Timeout}) {
         camera.RefuseClearing(result);
         EXPECT_EQ(channel.Connect(), VX_OK);
     }
     EXPECT_EQ(camera.Resets(), 0u);
-}
-
-TEST_F(Silent, IsGoneWhenItComesBackAsAnotherDevice) {
-    for (const usb::Result result : {usb::Result::NotFound, usb::Result::NoDevice}) {
-        AnswerAfter(UINT_MAX, 0);
-        camera.OnReset([result] { return result; });
-        EXPECT_EQ(channel.Connect(), VX_E_USB_NO_DEVICE);
-    }
-}
-
-class Access : public Channel {
-protected:
-    RegisterAccess access{channel};
-    std::size_t done = 0;
-};
-
-TEST_F(Access, SplitsReadsByTheAcknowledgeAndWritesByTheCommand) {
-    channel.SetLimits(128, 256);
-    const Bytes pattern = Pattern(1000);
-    camera.Set(0x90000, Bytes(1000));
-    ASSERT_EQ(access.Write(0x90000, pattern, Repeat::Safe, done), VX_OK);
-    EXPECT_EQ(done, 1000u);
-    EXPECT_EQ(camera.Commands().size(), 10u);
-    for (const Command& command : camera.Commands())
-        EXPECT_LE(command.bytes.size(), 128u);
-    Bytes read(1000);
-    ASSERT_EQ(access.Read(0x90000, read.data(), read.size(), done), VX_OK);
-    EXPECT_EQ(read, pattern);
-    EXPECT_EQ(camera.Commands().size(), 10u + 5u);
-    for (const Command& command : camera.Commands())
-        EXPECT_EQ(command.Address() % 4, 0u);
-}
-
-TEST_F(Access, ReadsAroundWhatTheCameraWantsAligned) {
-    camera.Set(0x90000, Hex("0001020304050607"));
-    camera.OnCommand([](const Command& command) -> Answers {
-        const bool aligned = command.Address() % 4 == 0 && command.Count() % 4 == 0;
-        if (aligned) return std::nullopt;
-        return std::vector<Bytes>{Ack(0x8005, 0x0801, command.RequestId(), {})};
-    });
-    Bytes read(3);
-    ASSERT_EQ(access.Read(0x90003, read.data(), read.size(), done), VX_OK);
-    EXPECT_EQ(read, Hex("030405"));
-}
-
-TEST_F(Access, HalvesBlocksThatTheCameraRefuses) {
-    channel.SetLimits(1024, 1024);
-    const Bytes pattern = Pattern(900);
-    camera.Set(0x90000, pattern);
-    camera.OnCommand([](const Command& command) -> Answers {
-        if (command.Count() <= 256) return std::nullopt;
-        return std::vector<Bytes>{Ack(0x8002, 0x0801, command.RequestId(), {})};
-    });
-    Bytes read(900);
-    ASSERT_EQ(access.Read(0x90000, read.data(), read.size(), done), VX_OK);
-    EXPECT_EQ(read, pattern);
-}
-
-TEST_F(Access, TellsHowFarItCame) {
-    channel.SetLimits(128, 128);
-    camera.Set(0x90000, Pattern(116));
-    Bytes read(300);
-    EXPECT_EQ(access.Read(0x90000, read.data(), read.size(), done), kDevice | 0x8003);
-    EXPECT_EQ(done, 116u);
 }
 
 } // namespace
