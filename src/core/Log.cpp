@@ -2,6 +2,7 @@
 
 #include "LogCore.h"
 #include "core/Format.h"
+#include "core/Printable.h"
 
 #include <algorithm>
 #include <deque>
@@ -68,8 +69,9 @@ const Category* FindListenedTo(unsigned int catId, unsigned int level) {
     return category;
 }
 
+// A line stays one line, whatever a camera called itself.
 void Write(const Category& category, unsigned int level, const char* format, va_list arguments) {
-    const std::string text = FormatV(format, arguments);
+    const std::string text = Printable(FormatV(format, arguments));
     if (level >= category.lowestAppenderLevel) Append(category.name, level, text);
     Deliver(category.name, level, text);
 }

@@ -1,0 +1,15 @@
+#pragma once
+// The one door for text that somebody else wrote - a camera, a file, a peer - on its way to a person: to a terminal, a
+// log or a page.
+
+#include <string>
+#include <string_view>
+
+namespace Tavix {
+
+/// The text with '?' for each control character (C0, DEL, and C1, which terminals obey as well) and for each byte that
+/// is not part of well-formed UTF-8. So it can neither move a cursor nor begin a line. All else stays.
+/// Thread-safe.
+[[nodiscard]] std::string Printable(std::string_view text);
+
+} // namespace Tavix
