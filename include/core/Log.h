@@ -27,7 +27,8 @@ enum LogLevel : unsigned int {
 /// Whether a line of this category and level would go anywhere; to skip the work of preparing one.
 [[nodiscard]] bool LogIsEnabled(unsigned int catId, unsigned int level);
 
-/// Writes one line; formats as core/Format.h says, of any length, shown as core/Printable.h says. An id that LogGetCatID never gave out is ignored.
+/// Writes one line; formats as core/Format.h says, of any length, shown as core/Printable.h says. An id that
+/// LogGetCatID never gave out is ignored.
 void LogTrace(unsigned int catId, unsigned int level, const char* format, ...);
 void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_list arguments);
 
