@@ -1,0 +1,23 @@
+#pragma once
+// Memory that the bus writes straight into: an optional interface of stream grabbers.
+
+#include <cstddef>
+#include <memory>
+
+namespace Tavix {
+
+/// Found by dynamic_cast from an IStreamGrabber; null where the grabber has none. The order of the operations is part
+/// of the binary interface. Thread-safe.
+class IStreamMemory {
+public:
+    /// At least `size` contiguous bytes that the host's controller can write to without the kernel copying them; null
+    /// when there is none, be it that the system does not offer it or that its limit is reached. The grabber must be
+    /// open. The memory lives as long as a share of it, also after grabber and device; it is registered and queued like
+    /// any other.
+    virtual std::shared_ptr<void> AllocateBuffer(std::size_t size) = 0;
+
+protected:
+    ~IStreamMemory() = default;
+};
+
+} // namespace Tavix

@@ -1,0 +1,26 @@
+#pragma once
+// A message that a camera sends when something happened.
+
+#include <tavix/camera/Value.h>
+
+#include <chrono>
+#include <map>
+#include <string>
+
+namespace Tavix {
+
+/// One event with the values that came with it. Re-entrant.
+struct CameraEvent {
+    /// As the camera's EventSelector calls it: "ExposureEnd".
+    std::string name;
+    /// When the message came, on the host's monotonic clock.
+    std::chrono::steady_clock::time_point arrival{};
+    /// By the features' names: "EventExposureEndTimestamp".
+    std::map<std::string, Value> values;
+
+    /// A value by its feature's name, or by what follows "Event" and the event's name: "Timestamp". NotFound when the
+    /// message does not hold it.
+    const Value& operator[](const std::string& value) const;
+};
+
+} // namespace Tavix
