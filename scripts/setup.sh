@@ -8,7 +8,7 @@ set -euo pipefail
 packages=(
     build-essential cmake ninja-build pkg-config git
     libusb-1.0-0-dev liblog4cpp5-dev libboost-dev libpugixml-dev libzip-dev zlib1g-dev libssl-dev
-    libcli11-dev nlohmann-json3-dev libpng-dev libusbredirparser-dev
+    libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libtiff-dev libusbredirparser-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
 developer_packages=(

@@ -74,6 +74,8 @@ TEST(LayerTable, KnowsTheHeadersOfOtherLibraries) {
     EXPECT_EQ(OutsideLibraryOf("boost/shared_ptr.hpp"), "boost");
     EXPECT_EQ(OutsideLibraryOf("CLI/CLI.hpp"), "cli11");
     EXPECT_EQ(OutsideLibraryOf("png.h"), "png");
+    EXPECT_EQ(OutsideLibraryOf("jpeglib.h"), "jpeg");
+    EXPECT_EQ(OutsideLibraryOf("tiffio.h"), "tiff");
     EXPECT_EQ(OutsideLibraryOf("nlohmann/json.hpp"), "json");
     EXPECT_EQ(OutsideLibraryOf("openssl/sha.h"), "openssl");
 }

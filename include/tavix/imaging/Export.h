@@ -1,0 +1,4 @@
+#pragma once
+// What libtaviximaging shows.
+
+#define TAVIX_IMAGING_API __attribute__((visibility("default")))
