@@ -5,9 +5,9 @@
 include(CMakePackageConfigHelpers)
 
 # Applications go on with a library of the same major version; only who builds them needs the names without it.
-set_target_properties(core gcbase genapi imaging tavixbase vexlo PROPERTIES
+set_target_properties(camera core gcbase genapi imaging tavixbase vexlo PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-install(TARGETS core gcbase genapi imaging tavixbase vexlo
+install(TARGETS camera core gcbase genapi imaging tavixbase vexlo
   EXPORT tavix
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development)
 # Loaded at run time and never linked against: the plug-in lies beside the library whose factory looks for it, the

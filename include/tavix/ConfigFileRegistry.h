@@ -41,8 +41,7 @@ private:
     std::unique_ptr<Impl> m_Impl;
 };
 
-/// The whole file as text; RuntimeException naming file and reason when it cannot be read, is no regular file, or is
-/// larger than 64 MiB.
+/// The whole file as text; RuntimeException naming file and reason when it cannot be read.
 gcstring textFileToString(const gcstring& fileName);
 
 } // namespace Tavix

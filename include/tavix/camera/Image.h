@@ -3,6 +3,7 @@
 
 #include <tavix/camera/HostTime.h>
 #include <tavix/camera/Value.h>
+#include <tavix/imaging/Picture.h>
 
 #include <chrono>
 #include <cstddef>
@@ -65,6 +66,8 @@ public:
     /// "Mono8", "BayerRG12p", ...; "0x" and eight digits for one that the table does not have.
     std::string PixelFormat() const;
     std::uint32_t PixelFormatCode() const;
+    /// For the functions of tavix/imaging. Valid as long as the image.
+    imaging::PictureView Picture() const;
     /// The pixels, line by line, without chunk data. Valid as long as the image.
     ByteView Data() const;
     /// The whole of what came, chunk data included.
@@ -101,6 +104,9 @@ public:
     /// Writes a file whose kind is told by the ending: .png .tif .jpg .pgm .ppm .raw. What a file cannot hold as it is
     /// is converted. Error when it cannot be written.
     void Save(const std::string& path) const;
+
+    /// For the library.
+    detail::Frame& Inside() const { return Checked(); }
 
 private:
     detail::Frame& Checked() const;

@@ -12,6 +12,10 @@
 
 namespace Tavix {
 
+namespace detail {
+class CameraCore;
+}
+
 /// Gives memory of at least so many bytes for one image, aligned as operator new does; whatever it holds is released
 /// with the last share. Null or an exception when there is none. Called on the thread that starts the stream, and on
 /// the stream's own when it needs more.
@@ -34,6 +38,8 @@ struct GrabOptions {
     std::chrono::milliseconds timeout{5000};
     /// How long to wait for a camera that was unplugged; 0: not at all, negative: for ever.
     std::chrono::milliseconds reconnect{0};
+    /// Largest transfer in bytes, for hosts or cameras that need smaller ones; 0: as the transport layer thinks best.
+    std::size_t transferSize = 0;
     /// Memory for the images; empty for the library's own: mapped by the kernel where it can.
     BufferAllocator allocator;
 };
@@ -100,10 +106,14 @@ public:
     Iterator begin();
     Iterator end() { return {}; }
 
+private:
+    friend class Camera;
     struct Impl;
     explicit ImageStream(std::unique_ptr<Impl> impl);
+    static ImageStream Begin(std::shared_ptr<detail::CameraCore> core, const GrabOptions& options,
+                             std::function<void(Image)> callback);
+    Impl& Checked() const;
 
-private:
     std::unique_ptr<Impl> m_Impl;
 };
 

@@ -31,9 +31,9 @@ void Complain(const char* what) {
 }
 
 std::shared_ptr<TraceFile> ReadEnvironment() {
-    const char* path = secure_getenv(kFileSwitch);
+    const char* path = std::getenv(kFileSwitch);
     if (path == nullptr || *path == '\0') return nullptr;
-    const char* bytes = secure_getenv(kPayloadSwitch);
+    const char* bytes = std::getenv(kPayloadSwitch);
     auto trace = TraceFile::Create(path, bytes == nullptr ? kPayloadBytes : std::strtoull(bytes, nullptr, 10));
     if (trace == nullptr) Complain("The wire trace cannot be written to the file that TAVIX_TRACE names.");
     return trace;

@@ -125,20 +125,20 @@ VxStatus FakeVexlo::Write(Properties& properties, unsigned int id, const void* b
     return VX_OK;
 }
 
-void FakeVexlo::StreamState::Announce(bool isPending) const {
-    if (waitObject) isPending ? Tavix::RaiseWaitObject(*waitObject) : Tavix::LowerWaitObject(*waitObject);
+void FakeVexlo::StreamState::Signal() const {
+    if (waitObject) Tavix::SignalWaitObject(*waitObject);
 }
 
 void FakeVexlo::PushResult(const vexlo::CVxStream::GrabResult& result) {
     const Lock guard(lock);
     results.push_back(result);
-    stream.Announce(/*isPending=*/true);
+    stream.Signal();
 }
 
 void FakeVexlo::PushEvent(const Bytes& event) {
     const Lock guard(lock);
     events.push_back(event);
-    eventStream.Announce(/*isPending=*/true);
+    eventStream.Signal();
 }
 
 namespace vexlo {

@@ -94,8 +94,7 @@ public:
         std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject;
         bool open = false;
         bool prepared = false;
-        /// Signalled while something is pending.
-        void Announce(bool isPending) const;
+        void Signal() const;
     };
     class Call;
     vexlo::VxStatus Read(const Properties& properties, unsigned int id, void* buffer, unsigned long size) const;

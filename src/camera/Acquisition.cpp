@@ -1,0 +1,231 @@
+#include "camera/Acquisition.h"
+
+#include "camera/ChunkReader.h"
+
+#include <tavix/Device.h>
+#include <tavix/camera/Error.h>
+
+#include <algorithm>
+
+namespace Tavix::detail {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
+
+unsigned int MillisecondsUntil(const Deadline& deadline) {
+    if (!deadline) return WaitObject::waitForever;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*deadline - Clock::now()).count() + 1;
+    return static_cast<unsigned int>(std::clamp<std::int64_t>(left, 0, WaitObject::waitForever - 1));
+}
+
+bool IsOver(const Deadline& deadline) {
+    return deadline && Clock::now() >= *deadline;
+}
+
+} // namespace
+
+Deadline DeadlineIn(std::chrono::milliseconds time) {
+    if (time.count() < 0) return {};
+    return Clock::now() + time;
+}
+
+Acquisition::Acquisition(std::shared_ptr<CameraCore> core, const GrabOptions& options)
+    : m_Core(std::move(core)), m_Options(options) {}
+
+Acquisition::~Acquisition() {
+    Shutdown();
+}
+
+void Acquisition::Start() {
+    const std::lock_guard<std::mutex> inside(m_Inside);
+    m_Core->Attach(shared_from_this());
+    m_IsAttached = true;
+    try {
+        StartSession();
+        m_IsRunning = true;
+    } catch (...) {
+        StopSession();
+        m_Core->Detach(*this);
+        m_IsAttached = false;
+        RethrowAsError("cannot start the stream of " + m_Core->Info().friendlyName + ": ");
+    }
+}
+
+void Acquisition::StartSession() {
+    const std::shared_ptr<OpenDevice> device = m_Core->Hold();
+    m_Pool = std::make_shared<FramePool>();
+    m_Origin = std::make_shared<FrameOrigin>(FrameOrigin{device->Name(), ChunkReader::Create(device->Device())});
+    m_Session = std::make_unique<GrabSession>(device, m_Options, m_Pool, /*sink=*/nullptr);
+    m_Events.RemoveAll();
+    m_Events.Add(m_Session->Ready());
+    m_Events.Add(m_Alarm);
+    m_Events.Add(m_Pool->Bell());
+    m_Events.Add(device->GetRemoval().Bell());
+    m_KnowsLastBlock = false;
+    m_FailedSince = 0;
+    m_LastArrival = Clock::now();
+    m_Session->StartCamera();
+}
+
+void Acquisition::StopSession() {
+    m_Session.reset();
+    if (m_Pool) m_Pool->Retire();
+    m_Events.RemoveAll();
+}
+
+void Acquisition::Shutdown() {
+    Cancel();
+    const std::lock_guard<std::mutex> inside(m_Inside);
+    m_IsRunning = false;
+    StopSession();
+    if (m_IsAttached) m_Core->Detach(*this);
+    m_IsAttached = false;
+}
+
+void Acquisition::Cancel() noexcept {
+    m_IsCancelled = true;
+    m_Alarm.Signal();
+}
+
+Image Acquisition::Take(Deadline deadline, Absence absence) {
+    const std::lock_guard<std::mutex> inside(m_Inside);
+    const auto patience = deadline ? *deadline - Clock::now() : Clock::duration();
+    while (!m_IsCancelled) {
+        if (m_IsAway) {
+            SeekCamera(absence == Absence::Counts ? deadline : Deadline());
+            if (deadline && absence == Absence::IsForgiven) deadline = Clock::now() + patience;
+            if (m_IsAway && IsOver(deadline)) return {};
+            continue;
+        }
+        if (!m_Session) return {};
+        try {
+            Replenish();
+            if (Image image = TakeResult()) return image;
+            if (IsUnplugged()) {
+                Lose();
+            } else if (!Await(deadline)) {
+                return {};
+            }
+        } catch (const GenICam::GenericException& e) {
+            OnFailure(e);
+        }
+    }
+    return {};
+}
+
+void Acquisition::Replenish() {
+    for (Frame* frame = m_Pool->TakeReturned(); frame;) {
+        Frame* const next = frame->next; // queued, it may be back before the next line
+        m_Session->Queue(*frame);
+        frame = next;
+    }
+    const std::size_t enough = (m_Options.buffers + 1) / 2;
+    while (m_Session->Queued() < enough && m_Session->AddFrame()) {
+    }
+    m_Counts.buffers = m_Session->Frames();
+    m_Counts.memory = m_Session->Memory();
+    m_Counts.mapped = m_Session->Mapped();
+    const bool isStarving = m_Session->Queued() == 0;
+    if (isStarving && !m_IsStarving && !m_Pool->HasReturned()) {
+        ++m_Counts.starved;
+        LogTrace(
+            LogCategoryCamera(), kLogWarning,
+            "The application keeps all %zu images of '%s' (%zu bytes); what the camera sends until one is given back "
+            "is lost. keepBudget allows more.",
+            m_Session->Frames(), m_Origin->camera.c_str(), m_Session->Memory());
+    }
+    m_IsStarving = isStarving;
+}
+
+Image Acquisition::TakeResult() {
+    GrabResult result;
+    while (m_Session->Retrieve(result)) {
+        Frame& frame = *static_cast<Frame*>(const_cast<void*>(result.Context()));
+        if (Image image = Accept(frame, result)) return image;
+    }
+    return {};
+}
+
+Image Acquisition::Accept(Frame& frame, const GrabResult& result) {
+    frame.Describe(result, m_Session->PayloadSize());
+    frame.arrival = Clock::now();
+    if (!result.Succeeded()) {
+        if (!IsUnplugged()) ++m_Counts.failed;
+        ++m_FailedSince;
+    }
+    if (!result.Succeeded() && (!m_Options.incomplete || frame.payloadSize == 0)) {
+        m_Session->Queue(frame);
+        return {};
+    }
+    CountMissed(frame);
+    frame.origin = m_Origin;
+    if (m_HasGap) {
+        frame.gapBefore = frame.arrival - m_LastArrival;
+        m_HasGap = false;
+    }
+    m_LastArrival = frame.arrival;
+    frame.time.monotonic = frame.arrival;
+    frame.time.real = std::chrono::system_clock::now();
+    return Image(m_Pool->Lend(frame));
+}
+
+void Acquisition::CountMissed(const Frame& frame) {
+    if (frame.blockId == kUnknownBlock) return;
+    const std::uint64_t failedBefore = m_FailedSince - (frame.defect.empty() ? 0 : 1);
+    if (m_KnowsLastBlock && frame.blockId > m_LastBlock) {
+        const std::uint64_t between = frame.blockId - m_LastBlock - 1;
+        m_Counts.missed += between - std::min(between, failedBefore);
+    }
+    m_LastBlock = frame.blockId;
+    m_KnowsLastBlock = true;
+    m_FailedSince = 0;
+}
+
+bool Acquisition::Await(const Deadline& deadline) {
+    const bool isHungry = m_Session->Queued() <= m_Options.buffers / 2;
+    m_Pool->SetHungry(isHungry);
+    if (isHungry && m_Pool->HasReturned()) return true; // they came before the bell was set
+    return m_Events.WaitForAny(MillisecondsUntil(deadline));
+}
+
+void Acquisition::OnFailure(const std::exception& failure) {
+    if (m_Session->Device()->GetRemoval().IsLikely()) {
+        Lose();
+        return;
+    }
+    const std::string text = m_Origin->camera + " streams no more: " + Reason(failure);
+    m_IsRunning = false;
+    StopSession();
+    throw Error(text);
+}
+
+void Acquisition::Lose() {
+    const std::string camera = m_Origin->camera;
+    StopSession();
+    if (m_Options.reconnect.count() == 0) {
+        m_IsRunning = false;
+        throw Removed(camera + " is unplugged");
+    }
+    m_Core->LetGo();
+    m_IsAway = true;
+    m_AwaySince = Clock::now();
+    LogTrace(LogCategoryCamera(), kLogInfo, "'%s' is unplugged and waited for.", camera.c_str());
+}
+
+GrabCounts Acquisition::Counts() const {
+    GrabCounts counts;
+    counts.delivered = m_Counts.delivered;
+    counts.dropped = m_Counts.dropped;
+    counts.failed = m_Counts.failed;
+    counts.missed = m_Counts.missed;
+    counts.starved = m_Counts.starved;
+    counts.reconnects = m_Counts.reconnects;
+    counts.buffers = m_Counts.buffers;
+    counts.memory = m_Counts.memory;
+    counts.mapped = m_Counts.mapped;
+    return counts;
+}
+
+} // namespace Tavix::detail

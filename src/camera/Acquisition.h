@@ -1,0 +1,93 @@
+#pragma once
+// A stream of images that lives through whatever its camera does.
+
+#include "camera/CameraCore.h"
+#include "camera/GrabSession.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace Tavix::detail {
+
+/// The moment until which somebody waits; none: for ever.
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+/// A negative time is for ever.
+Deadline DeadlineIn(std::chrono::milliseconds time);
+
+/// Takes images from one camera. Take and HandOut are for one thread each; the rest is thread-safe.
+class Acquisition final : public std::enable_shared_from_this<Acquisition> {
+public:
+    /// Whether the time that a camera is away counts against a deadline.
+    enum class Absence { Counts, IsForgiven };
+
+    Acquisition(std::shared_ptr<CameraCore> core, const GrabOptions& options);
+    ~Acquisition();
+    Acquisition(const Acquisition&) = delete;
+    Acquisition& operator=(const Acquisition&) = delete;
+
+    /// StateError when the camera streams already.
+    void Start();
+    /// The next image, not yet handed out; empty when the stream is cancelled or the time is over. Removed when the
+    /// camera is gone for good, Error when it fails.
+    Image Take(Deadline deadline, Absence absence);
+    /// Numbers an image that the application is about to get.
+    void HandOut(Image& image);
+    /// Counts an image that a newer one replaces.
+    void Drop(Image image);
+    void Cancel() noexcept;
+    bool IsCancelled() const { return m_IsCancelled; }
+    /// False once it has stopped for good.
+    bool IsRunning() const { return m_IsRunning; }
+    /// Stops the camera, once nobody is inside Take.
+    void Shutdown();
+    GrabCounts Counts() const;
+    const GrabOptions& Options() const { return m_Options; }
+
+private:
+    struct Counters {
+        std::atomic<std::uint64_t> delivered{0}, dropped{0}, failed{0}, missed{0}, starved{0}, reconnects{0};
+        std::atomic<std::size_t> buffers{0}, memory{0}, mapped{0};
+    };
+
+    void StartSession();
+    void StopSession();
+    void Replenish();
+    Image TakeResult();
+    Image Accept(Frame& frame, const GrabResult& result);
+    void CountMissed(const Frame& frame);
+    /// Waits until there is something to do. False when the time is over.
+    bool Await(const Deadline& deadline);
+    void OnFailure(const std::exception& failure);
+    void Lose();
+    /// One try to have the camera back. Removed when the time for it is over.
+    void SeekCamera(const Deadline& deadline);
+    bool IsUnplugged() const { return m_Session && m_Session->Device()->GetRemoval().HasHappened(); }
+
+    const std::shared_ptr<CameraCore> m_Core;
+    const GrabOptions m_Options;
+    const WaitObjectEx m_Alarm = WaitObjectEx::Create(/*manualReset=*/true);
+    std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
+    Counters m_Counts;
+
+    std::mutex m_Inside; // held by Take, and by who stops; what follows is guarded by it
+    std::shared_ptr<FramePool> m_Pool;
+    std::unique_ptr<GrabSession> m_Session;
+    WaitObjects m_Events;
+    std::shared_ptr<const FrameOrigin> m_Origin;
+    bool m_IsAttached = false, m_IsAway = false, m_IsStarving = false;
+    std::uint64_t m_LastBlock = 0;
+    bool m_KnowsLastBlock = false;
+    std::uint64_t m_FailedSince = 0; // since the last good block
+    std::chrono::steady_clock::time_point m_LastArrival, m_AwaySince;
+    bool m_HasGap = false;
+
+    // Of the thread that hands out.
+    std::uint64_t m_Number = 0, m_LastHandedOut = 0;
+    bool m_HasHandedOut = false;
+    std::chrono::nanoseconds m_GapOfDropped{0};
+};
+
+} // namespace Tavix::detail

@@ -1,0 +1,109 @@
+#pragma once
+// The callbacks of one occasion.
+
+#include "camera/CameraLog.h"
+#include "camera/Failure.h"
+
+#include <tavix/camera/Subscription.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace Tavix::detail {
+
+/// Knows when a callback runs, so that its end can be waited for without a lock being held while it runs. Thread-safe.
+class CallGate {
+public:
+    /// False once Close was called; otherwise Leave must follow.
+    bool Enter() {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        if (m_IsClosed) return false;
+        m_Running.push_back(std::this_thread::get_id());
+        return true;
+    }
+    void Leave() {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Running.erase(std::find(m_Running.begin(), m_Running.end(), std::this_thread::get_id()));
+        m_Left.notify_all();
+    }
+    /// Nobody enters any more; waits for those inside, the calling thread's own calls apart.
+    void Close() {
+        std::unique_lock<std::mutex> guard(m_Mutex);
+        m_IsClosed = true;
+        const auto self = std::this_thread::get_id();
+        m_Left.wait(guard, [&] {
+            return std::all_of(m_Running.begin(), m_Running.end(), [&](std::thread::id id) { return id == self; });
+        });
+    }
+    bool IsClosed() const {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        return m_IsClosed;
+    }
+
+private:
+    mutable std::mutex m_Mutex;
+    std::condition_variable m_Left;
+    bool m_IsClosed = false;                // guarded by m_Mutex
+    std::vector<std::thread::id> m_Running; // guarded by m_Mutex
+};
+
+/// One registered callback. What it lets out is logged. Thread-safe.
+template<class... Args>
+class GuardedCallback {
+public:
+    explicit GuardedCallback(std::function<void(Args...)> function) : m_Function(std::move(function)) {}
+
+    void Call(Args... args) noexcept {
+        if (!m_Gate.Enter()) return;
+        Attempt("A callback of the application", [&] { m_Function(args...); });
+        m_Gate.Leave();
+    }
+    void End() { m_Gate.Close(); }
+    bool HasEnded() const { return m_Gate.IsClosed(); }
+
+private:
+    CallGate m_Gate;
+    const std::function<void(Args...)> m_Function;
+};
+
+/// Callbacks in the order of their registration. Thread-safe.
+template<class... Args>
+class CallbackList {
+public:
+    using Callback = GuardedCallback<Args...>;
+
+    Subscription Add(std::function<void(Args...)> function) {
+        auto callback = std::make_shared<Callback>(std::move(function));
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Callbacks.erase(
+            std::remove_if(m_Callbacks.begin(), m_Callbacks.end(), [](const auto& old) { return old->HasEnded(); }),
+            m_Callbacks.end());
+        m_Callbacks.push_back(callback);
+        return Subscription([callback] { callback->End(); });
+    }
+    void Call(Args... args) noexcept {
+        for (const auto& callback : All())
+            callback->Call(args...);
+    }
+    /// No callback runs or will run once this returns, those of the calling thread apart.
+    void EndAll() {
+        for (const auto& callback : All())
+            callback->End();
+    }
+
+private:
+    std::vector<std::shared_ptr<Callback>> All() const {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        return m_Callbacks;
+    }
+
+    mutable std::mutex m_Mutex;
+    std::vector<std::shared_ptr<Callback>> m_Callbacks; // guarded by m_Mutex
+};
+
+} // namespace Tavix::detail

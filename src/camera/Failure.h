@@ -1,0 +1,29 @@
+#pragma once
+// From the SDK's exceptions to those of the camera classes.
+
+#include <tavix/camera/Error.h>
+
+#include <Base/GCException.h>
+#include <Base/GCString.h>
+
+#include <functional>
+#include <string>
+
+namespace Tavix::detail {
+
+inline std::string Text(const GenICam::gcstring& text) {
+    return {text.c_str(), text.size()};
+}
+
+/// The sentence of an exception, without the place that it came from.
+std::string Reason(const std::exception& failure);
+
+/// Rethrows the exception that is being handled, which is of the SDK, as the heir of Error that fits its kind; Errors
+/// pass as they are. `context` goes before the reason ("cannot open VC-1300: "), `advice` behind it.
+[[noreturn]] void RethrowAsError(const std::string& context, const std::string& feature = {},
+                                 const std::string& advice = {});
+
+/// Runs a step of a retreat, where a failure is logged and the next step follows.
+void Attempt(const char* what, const std::function<void()>& step) noexcept;
+
+} // namespace Tavix::detail

@@ -1,0 +1,81 @@
+#include "camera/FeatureSource.h"
+
+#include "camera/Failure.h"
+
+#include <GenApi/GenApi.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace Tavix::detail {
+namespace {
+
+constexpr std::size_t kSuggestions = 3;
+
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+/// How many letters must be changed, added or left out to make one text of the other.
+std::size_t Distance(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j)
+        row[j] = j;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row[b.size()];
+}
+
+/// The lower, the likelier; a name that holds the wanted one is nearer than its length tells.
+std::size_t Unlikeness(const std::string& wanted, const std::string& candidate) {
+    const bool holds = candidate.find(wanted) != std::string::npos ||
+                       (candidate.size() > 3 && wanted.find(candidate) != std::string::npos);
+    return holds ? 1 : Distance(wanted, candidate);
+}
+
+std::vector<std::string> FeatureNames(const GenApi::INodeMap& nodes) {
+    GenApi::NodeList_t list;
+    nodes.GetNodes(list);
+    std::vector<std::string> names;
+    for (const GenApi::INode* node : list) {
+        if (node->IsFeature()) names.push_back(Text(node->GetName()));
+    }
+    return names;
+}
+
+} // namespace
+
+std::vector<std::string> NearestNames(const std::string& name, const std::vector<std::string>& names,
+                                      std::size_t count) {
+    const std::string wanted = Lower(name);
+    const std::size_t limit = std::max<std::size_t>(1, wanted.size() / 3);
+    std::vector<std::pair<std::size_t, std::string>> near;
+    for (const std::string& candidate : names) {
+        const std::size_t unlikeness = wanted.empty() ? limit + 1 : Unlikeness(wanted, Lower(candidate));
+        if (unlikeness <= limit) near.emplace_back(unlikeness, candidate);
+    }
+    std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<std::string> nearest;
+    for (std::size_t i = 0; i < near.size() && i < count; ++i)
+        nearest.push_back(near[i].second);
+    return nearest;
+}
+
+Feature FeatureSource::Find(const std::string& name) {
+    const std::shared_ptr<OpenDevice> device = Hold();
+    if (dynamic_cast<GenApi::IValue*>(device->Nodes().GetNode(name.c_str()))) return Make(name);
+    const std::vector<std::string> near = NearestNames(name, FeatureNames(device->Nodes()), kSuggestions);
+    std::string text = device->Name() + " has no feature '" + name + "'";
+    for (std::size_t i = 0; i < near.size(); ++i)
+        text += (i == 0 ? "; did you mean " : i + 1 < near.size() ? ", " : " or ") + near[i];
+    throw NotFound(text + (near.empty() ? "" : "?"), name, near);
+}
+
+} // namespace Tavix::detail

@@ -1,0 +1,63 @@
+#pragma once
+// One buffer of a stream, and what the image in it is.
+
+#include "tavix/Result.h"
+
+#include <tavix/camera/HostTime.h>
+#include <tavix/camera/Image.h>
+#include <tavix/imaging/PixelFormat.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Tavix::detail {
+
+class ChunkReader;
+class FramePool;
+struct ChunkValues;
+
+/// What stays the same for all images of a stream.
+struct FrameOrigin {
+    std::string camera;                  ///< as people call it
+    std::shared_ptr<ChunkReader> chunks; ///< null when the camera describes none
+};
+
+/// What is known of an image. Re-entrant.
+struct ImageFacts {
+    std::shared_ptr<const FrameOrigin> origin;
+    std::uint64_t number = 0, blockId = 0, missedBefore = 0, cameraTime = 0;
+    std::uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0, paddingX = 0;
+    imaging::PixelFormat format = imaging::PixelFormat::Undefined;
+    std::size_t payloadSize = 0;  ///< bytes that came
+    std::size_t missingBytes = 0; ///< bytes that did not
+    std::string defect;           ///< empty for a whole image
+    std::chrono::nanoseconds gapBefore{0};
+    std::chrono::steady_clock::time_point arrival{};
+    HostTime time;
+};
+
+/// Bound to a thread at a time: the stream's, then the image's, then the stream's again.
+struct Frame : ImageFacts {
+    std::shared_ptr<void> memory;
+    std::size_t size = 0; ///< bytes of memory
+    bool isMapped = false;
+    StreamBufferHandle handle = nullptr;
+    Frame* next = nullptr; ///< in the pool's list of those that came back
+    std::atomic<bool> isLent{false}, isReleased{false};
+    std::shared_ptr<FramePool> home;          ///< set while an image has it; null for copies, which have none
+    std::unique_ptr<ChunkValues> chunkValues; ///< once somebody asked
+
+    Frame();
+    ~Frame();
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    const std::uint8_t* Bytes() const { return static_cast<const std::uint8_t*>(memory.get()); }
+    /// Takes over what the result says of the image; `expected` are the bytes of a whole payload.
+    void Describe(const GrabResult& result, std::size_t expected);
+};
+
+} // namespace Tavix::detail

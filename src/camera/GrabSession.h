@@ -1,0 +1,66 @@
+#pragma once
+// One run of the SDK's stream grabber, from its opening to its closing.
+
+#include "camera/FramePool.h"
+#include "camera/OpenDevice.h"
+
+#include <tavix/camera/ImageStream.h>
+
+#include <memory>
+
+namespace Tavix {
+class IStreamGrabber;
+class IStreamMemory;
+class IStreamResultSink;
+} // namespace Tavix
+
+namespace Tavix::detail {
+
+/// Opens the grabber, gives it memory and starts the camera; the end of its life undoes all of it, whatever state the
+/// camera is in. Throws the SDK's exceptions. Bound to a thread, except Queue.
+class GrabSession {
+public:
+    /// Everything but the start. `sink` receives the results where the grabber offers that, see HasSink.
+    GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& options, std::shared_ptr<FramePool> pool,
+                IStreamResultSink* sink);
+    ~GrabSession();
+    GrabSession(const GrabSession&) = delete;
+    GrabSession& operator=(const GrabSession&) = delete;
+
+    void StartCamera();
+    bool HasSink() const { return m_HasSink; }
+    /// Makes one more buffer and queues it. False when the budget is spent or there is no memory.
+    bool AddFrame();
+    void Queue(Frame& frame);
+    /// Takes the oldest result; false when there is none. CountTaken follows for results of a sink.
+    bool Retrieve(GrabResult& result);
+    void CountTaken() { --m_Queued; }
+    /// Signalled while results are pending.
+    const WaitObject& Ready() const;
+
+    std::size_t Queued() const { return m_Queued; }
+    std::size_t PayloadSize() const { return m_PayloadSize; }
+    std::size_t Memory() const { return m_Frames * m_PayloadSize; }
+    std::size_t Mapped() const { return m_MappedFrames * m_PayloadSize; }
+    std::size_t Frames() const { return m_Frames; }
+    const std::shared_ptr<OpenDevice>& Device() const { return m_Device; }
+
+private:
+    void Prepare();
+    void Retreat() noexcept;
+    bool Allocate(Frame& frame);
+    void SetParameter(const char* name, std::size_t value);
+
+    const std::shared_ptr<OpenDevice> m_Device;
+    const GrabOptions m_Options;
+    const std::shared_ptr<FramePool> m_Pool;
+    IStreamGrabber* m_Grabber = nullptr; // borrowed from the device
+    IStreamMemory* m_Mapper = nullptr;   // the same; null where there is none
+    std::vector<StreamBufferHandle> m_Handles;
+    std::size_t m_PayloadSize = 0, m_MaxFrames = 0;
+    std::size_t m_Frames = 0, m_MappedFrames = 0;
+    std::atomic<std::size_t> m_Queued{0};
+    bool m_IsPrepared = false, m_IsStarted = false, m_HasSink = false;
+};
+
+} // namespace Tavix::detail

@@ -1,0 +1,169 @@
+#include "camera/ChunkReader.h"
+#include "camera/FeatureSource.h"
+#include "camera/Frame.h"
+
+#include <tavix/camera/Error.h>
+#include <tavix/camera/Image.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace Tavix {
+namespace {
+
+constexpr std::size_t kSuggestions = 3;
+
+const detail::ChunkValues& ChunksOf(detail::Frame& frame) {
+    if (!frame.chunkValues) {
+        const bool canHave = frame.origin && frame.origin->chunks;
+        frame.chunkValues = std::make_unique<detail::ChunkValues>(
+            canHave ? frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}) : detail::ChunkValues());
+    }
+    return *frame.chunkValues;
+}
+
+std::size_t StrideOf(const detail::Frame& frame) {
+    const std::size_t padded = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
+    if (padded != 0) return padded;
+    const std::uint64_t bits = std::uint64_t(imaging::BitsPerPixel(frame.format)) * frame.width;
+    return bits % 8 == 0 ? static_cast<std::size_t>(bits / 8) : 0;
+}
+
+std::size_t PixelBytes(const detail::Frame& frame) {
+    const std::size_t stride = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
+    const std::size_t bytes = imaging::BytesOf(frame.format, frame.width, frame.height, stride);
+    return bytes == 0 ? frame.payloadSize : std::min(bytes, frame.payloadSize);
+}
+
+} // namespace
+
+detail::Frame& Image::Checked() const {
+    if (!m_Frame) throw StateError("the image is empty: none was taken, or it was moved away");
+    return *m_Frame;
+}
+
+std::uint64_t Image::Number() const {
+    return Checked().number;
+}
+
+std::uint64_t Image::BlockId() const {
+    return Checked().blockId;
+}
+
+std::uint64_t Image::MissedBefore() const {
+    return Checked().missedBefore;
+}
+
+std::chrono::nanoseconds Image::GapBefore() const {
+    return Checked().gapBefore;
+}
+
+std::uint32_t Image::Width() const {
+    return Checked().width;
+}
+
+std::uint32_t Image::Height() const {
+    return Checked().height;
+}
+
+std::uint32_t Image::OffsetX() const {
+    return Checked().offsetX;
+}
+
+std::uint32_t Image::OffsetY() const {
+    return Checked().offsetY;
+}
+
+std::size_t Image::Stride() const {
+    return StrideOf(Checked());
+}
+
+std::string Image::PixelFormat() const {
+    return imaging::NameOf(Checked().format);
+}
+
+std::uint32_t Image::PixelFormatCode() const {
+    return static_cast<std::uint32_t>(Checked().format);
+}
+
+imaging::PictureView Image::Picture() const {
+    const detail::Frame& frame = Checked();
+    imaging::PictureView view;
+    view.data = frame.Bytes();
+    view.size = PixelBytes(frame);
+    view.format = frame.format;
+    view.width = frame.width;
+    view.height = frame.height;
+    view.stride = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
+    return view;
+}
+
+ByteView Image::Data() const {
+    return {Checked().Bytes(), PixelBytes(*m_Frame)};
+}
+
+ByteView Image::Payload() const {
+    return {Checked().Bytes(), m_Frame->payloadSize};
+}
+
+std::shared_ptr<void> Image::Memory() const {
+    return Checked().memory;
+}
+
+bool Image::IsWhole() const {
+    return Checked().defect.empty();
+}
+
+std::string Image::Defect() const {
+    return Checked().defect;
+}
+
+std::size_t Image::MissingBytes() const {
+    return Checked().missingBytes;
+}
+
+std::uint64_t Image::CameraTime() const {
+    return Checked().cameraTime;
+}
+
+HostTime Image::Time() const {
+    return Checked().time;
+}
+
+std::chrono::steady_clock::time_point Image::Arrival() const {
+    return Checked().arrival;
+}
+
+std::vector<std::string> Image::ChunkNames() const {
+    std::vector<std::string> names;
+    for (const auto& [name, value] : ChunksOf(Checked()).values)
+        names.push_back(name);
+    return names;
+}
+
+Value Image::Chunk(const std::string& name) const {
+    const auto& values = ChunksOf(Checked()).values;
+    auto found = values.find(name);
+    if (found == values.end()) found = values.find("Chunk" + name);
+    if (found != values.end()) return found->second;
+    throw NotFound("the image holds no chunk '" + name + "'" +
+                       (values.empty() ? "; switch chunks on before the stream starts" : ""),
+                   name, detail::NearestNames(name, ChunkNames(), kSuggestions));
+}
+
+Checksum Image::ChunkChecksum() const {
+    return ChunksOf(Checked()).checksum;
+}
+
+Image Image::Clone() const {
+    const detail::Frame& from = Checked();
+    auto copy = std::make_unique<detail::Frame>();
+    copy->size = from.payloadSize;
+    copy->memory =
+        std::shared_ptr<std::uint8_t>(new std::uint8_t[copy->size + 1], std::default_delete<std::uint8_t[]>());
+    std::memcpy(copy->memory.get(), from.Bytes(), copy->size);
+    static_cast<detail::ImageFacts&>(*copy) = from;
+    return Image(detail::FramePtr(copy.release()));
+}
+
+} // namespace Tavix

@@ -1,0 +1,62 @@
+#include "camera/OpenDevice.h"
+
+#include "camera/Failure.h"
+
+#include <tavix/TlFactory.h>
+
+namespace Tavix::detail {
+namespace {
+
+constexpr unsigned int kNoticePatienceMs = 500;
+
+[[noreturn]] void ThrowCannotOpen(const CameraInfo& info, const std::exception& failure) {
+    const std::string text = "cannot open " + info.friendlyName + ": " + Reason(failure);
+    switch (info.Access()) {
+    case Accessibility::InUse:
+        throw AccessError(text + "; end the program that uses it and try again");
+    case Accessibility::NotReachable:
+        throw AccessError(text + "; plug it in again");
+    default:
+        throw AccessError(text);
+    }
+}
+
+} // namespace
+
+bool Removal::IsLikely() const {
+    return m_Bell.Wait(kNoticePatienceMs);
+}
+
+void Removal::Happen() {
+    if (m_HasHappened.exchange(true)) return;
+    m_Bell.Signal();
+    m_Listener();
+}
+
+OpenDevice::OpenDevice(const CameraInfo& info, std::function<void()> onRemoval)
+    : m_Name(info.friendlyName), m_Removal(std::make_shared<Removal>(std::move(onRemoval))) {
+    CTlFactory& factory = CTlFactory::GetInstance();
+    try {
+        m_Device = factory.CreateDevice(info.device);
+        m_Device->Open();
+        auto callback = MakeCallback<ITavixDevice*>([removal = m_Removal](ITavixDevice*) { removal->Happen(); });
+        m_RemovalCallback = m_Device->RegisterRemovalCallback(callback);
+    } catch (const std::exception& e) {
+        if (m_Device) Attempt("Giving a camera back", [&] { factory.DestroyDevice(m_Device); });
+        ThrowCannotOpen(info, e);
+    }
+}
+
+OpenDevice::~OpenDevice() {
+    Attempt("Deregistering from a camera", [&] { m_Device->DeregisterRemovalCallback(m_RemovalCallback); });
+    Attempt("Closing a camera", [&] {
+        if (m_Device->IsOpen()) m_Device->Close();
+    });
+    Attempt("Giving a camera back", [&] { CTlFactory::GetInstance().DestroyDevice(m_Device); });
+}
+
+GenApi::INodeMap& OpenDevice::Nodes() const {
+    return *m_Device->GetNodeMap();
+}
+
+} // namespace Tavix::detail
