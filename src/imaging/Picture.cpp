@@ -1,5 +1,7 @@
 #include <tavix/imaging/Picture.h>
 
+#include "Layout.h"
+
 #include <limits>
 #include <utility>
 
@@ -21,14 +23,16 @@ std::size_t BytesFor(std::size_t bits, std::size_t count) {
 Error::~Error() = default;
 
 std::size_t StrideOf(PixelFormat format, std::uint32_t width, std::size_t padding) noexcept {
-    return padding == 0 ? 0 : BytesFor(BitsPerPixel(format), width) + padding;
+    if (padding == 0) return 0;
+    const PixelFormatInfo* info = FindPixelFormat(format);
+    return padding + (info ? Geometry(*info, width, 1, 0).lineBytes : BytesFor(BitsPerPixel(format), width));
 }
 
 std::size_t BytesOf(PixelFormat format, std::uint32_t width, std::uint32_t height, std::size_t stride) noexcept {
-    if (stride == 0) return BytesFor(BitsPerPixel(format), std::size_t{width} * height);
+    if (const PixelFormatInfo* info = FindPixelFormat(format)) return Geometry(*info, width, height, stride).bytes;
     const std::size_t line = BytesFor(BitsPerPixel(format), width);
-    if (line == 0 || height == 0) return 0;
-    if (height > 1 && stride > kMost / (height - 1)) return 0;
+    if (stride == 0) return BytesFor(BitsPerPixel(format), std::size_t{width} * height);
+    if (line == 0 || height == 0 || stride < line || stride > kMost / height) return 0;
     return stride * (height - 1) + line;
 }
 
