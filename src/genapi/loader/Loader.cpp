@@ -5,11 +5,6 @@
 #include "genapi/loader/RecordBuilder.h"
 #include "genapi/loader/XmlText.h"
 
-#include <Base/GCException.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <optional>
 
 namespace genapi {
@@ -55,26 +50,6 @@ void ReadRoot(const XmlText& text, Description& description) {
     }
 }
 
-std::string ReadFile(const std::string& path) {
-    struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path.c_str(), "rb"));
-    if (!file) throw RUNTIME_EXCEPTION("Cannot open file '%hs': %hs", path.c_str(), std::strerror(errno));
-    std::string text;
-    std::size_t count = 0;
-    do {
-        constexpr std::size_t kChunkSize = std::size_t{256} << 10;
-        const std::size_t before = text.size();
-        text.resize(before + kChunkSize);
-        count = std::fread(text.data() + before, 1, kChunkSize, file.get());
-        text.resize(before + count);
-        if (text.size() > kMaxDescriptionSize) throw RUNTIME_EXCEPTION("File '%hs' is too large", path.c_str());
-    } while (count != 0);
-    if (std::ferror(file.get()) != 0) throw RUNTIME_EXCEPTION("Cannot read file '%hs'", path.c_str());
-    return text;
-}
-
 } // namespace
 
 Description ParseDescription(std::string_view xml, std::string_view inject, std::string_view source) {
@@ -85,7 +60,7 @@ Description ParseDescription(std::string_view xml, std::string_view inject, std:
     ReadRoot(text, description);
     NodeElements elements = CollectNodeElements(text, description.problems);
     if (!Trim(inject).empty()) {
-        injected.emplace(inject, "injected text");
+        injected.emplace(inject, "injected text", text.Cost());
         const NodeElements more = CollectNodeElements(*injected, description.problems);
         InjectNodeElements(elements, more, description.problems);
     }
@@ -98,12 +73,6 @@ Description ParseDescription(std::string_view xml, std::string_view inject, std:
 
 Description ParseDescriptionFile(const std::string& path, std::string_view inject) {
     return ParseDescription(ReadDescriptionFile(path), inject, path);
-}
-
-std::string ReadDescriptionFile(const std::string& path) {
-    std::string text = ReadFile(path);
-    if (text.compare(0, 4, "PK\3\4") == 0) return UnzipDescription(text.data(), text.size());
-    return text;
 }
 
 std::string MergeDescriptions(std::string_view target, std::string_view inject) {

@@ -1,12 +1,15 @@
 #include "genapi/loader/XmlText.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/loader/Loader.h"
+#include "genapi/loader/XmlCheck.h"
+#include "genapi/loader/XmlEncoding.h"
 
 #include <Base/GCException.h>
 
 #include <algorithm>
 #include <cstring>
-#include <sstream>
+#include <new>
 
 namespace genapi {
 
@@ -18,38 +21,6 @@ constexpr std::size_t kBlockSize = 32768;
 constexpr unsigned int kParseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
                                      pugi::parse_wconv_attribute | pugi::parse_embed_pcdata |
                                      pugi::parse_ws_pcdata_single;
-
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
-// UTF-8 is used as it is, whatever bytes occur; anything else that says so is converted first.
-bool NeedsConversion(std::string_view xml) {
-    using namespace std::string_view_literals;
-    for (const std::string_view start : {"\xFE\xFF"sv, "\xFF\xFE"sv, "\0<"sv, "<\0"sv, "\0\0"sv}) {
-        if (StartsWith(xml, start)) return true;
-    }
-    if (!StartsWith(xml, "<?xml")) return false;
-    const std::string_view declaration = xml.substr(0, xml.find("?>"));
-    for (const std::string_view name : {"8859-1"sv, "latin1"sv, "LATIN1"sv}) {
-        if (declaration.find(name) != std::string_view::npos) return true;
-    }
-    return false;
-}
-
-std::string ConvertToUtf8(std::string_view xml) {
-    pugi::xml_document document;
-    if (!document.load_buffer(xml.data(), xml.size(), pugi::parse_full | pugi::parse_ws_pcdata))
-        return std::string(xml);
-    for (pugi::xml_node child = document.first_child(); child;) {
-        const pugi::xml_node next = child.next_sibling();
-        if (child.type() == pugi::node_declaration) document.remove_child(child);
-        child = next;
-    }
-    std::ostringstream stream;
-    document.save(stream, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
-    return stream.str();
-}
 
 bool IsText(const pugi::xml_node& node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
@@ -135,21 +106,40 @@ std::string_view ElementText(const pugi::xml_node& element, TextArena& arena) {
     return {place, size};
 }
 
-XmlText::XmlText(std::string_view xml, std::string_view source) : m_Source(source) {
+XmlText::XmlText(std::string_view xml, std::string_view source, std::size_t cost) : m_Source(source) {
+    if (xml.size() > kMaxDescriptionSize) RefuseSize();
     std::string converted;
     if (NeedsConversion(xml)) {
         converted = ConvertToUtf8(xml);
         xml = converted;
+        if (xml.size() > kMaxDescriptionSize) RefuseSize();
     }
-    IndexLines(xml);
+    // A camera's memory is filled up behind its description.
+    xml = xml.substr(0, xml.find_last_not_of('\0') + 1);
+    Check(xml, cost);
+    Parse(xml);
+    CheckRoot();
+}
+
+void XmlText::Check(std::string_view xml, std::size_t cost) {
+    m_Lines = LineIndex(xml);
+    m_Cost = 2 * xml.size(); // the caller's and the one that is parsed in place
+    const std::size_t taken = cost + m_Cost;
+    XmlCheck check(xml, taken < kMaxDescriptionCost ? kMaxDescriptionCost - taken : 0);
+    if (const std::optional<XmlFault> fault = check.Run()) Refuse(m_Lines.LineAt(fault->offset), fault->reason);
+    m_Cost += check.Cost();
+}
+
+void XmlText::Parse(std::string_view xml) {
     m_Buffer.reset(new char[xml.size() + 1]);
     std::copy(xml.begin(), xml.end(), m_Buffer.get());
     m_Buffer[xml.size()] = '\0';
     const pugi::xml_parse_result result =
         m_Document.load_buffer_inplace(m_Buffer.get(), xml.size(), kParseFlags, pugi::encoding_utf8);
-    if (!result) Refuse(LineAt(static_cast<std::size_t>(std::max<ptrdiff_t>(result.offset, 0))), result.description());
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
+    const std::size_t offset = static_cast<std::size_t>(std::max<ptrdiff_t>(result.offset, 0));
+    if (!result) Refuse(m_Lines.LineAt(offset), result.description());
     m_Root = m_Document.document_element();
-    CheckRoot();
 }
 
 void XmlText::CheckRoot() const {
@@ -179,30 +169,17 @@ std::string_view XmlText::SchemaMinor() const {
     return implied.empty() ? "0" : implied;
 }
 
-void XmlText::IndexLines(std::string_view xml) {
-    const char* const begin = xml.data();
-    const char* at = begin;
-    const char* const end = begin + xml.size();
-    while (at != end) {
-        const void* const found = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
-        if (found == nullptr) return;
-        at = static_cast<const char*>(found) + 1;
-        m_LineEnds.push_back(static_cast<uint32_t>(at - 1 - begin));
-    }
-}
-
-uint32_t XmlText::LineAt(std::size_t offset) const {
-    const auto end = std::lower_bound(m_LineEnds.begin(), m_LineEnds.end(), offset);
-    return static_cast<uint32_t>(end - m_LineEnds.begin()) + 1;
-}
-
 uint32_t XmlText::Line(const pugi::xml_node& element) const {
     const ptrdiff_t offset = element.offset_debug();
-    return LineAt(static_cast<std::size_t>(std::max<ptrdiff_t>(offset, 0)));
+    return m_Lines.LineAt(static_cast<std::size_t>(std::max<ptrdiff_t>(offset, 0)));
 }
 
 void XmlText::Refuse(uint32_t line, const std::string& reason) const {
     throw RUNTIME_EXCEPTION("%hs, line %u: %hs", std::string(m_Source).c_str(), line, reason.c_str());
+}
+
+void XmlText::RefuseSize() const {
+    throw RUNTIME_EXCEPTION("%hs is longer than %zu MiB", std::string(m_Source).c_str(), kMaxDescriptionSize >> 20U);
 }
 
 } // namespace genapi

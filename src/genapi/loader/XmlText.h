@@ -1,6 +1,8 @@
 #pragma once
 // A description's text, parsed in place.
 
+#include "genapi/loader/LineIndex.h"
+
 #include <pugixml.hpp>
 
 #include <cstdint>
@@ -39,8 +41,9 @@ private:
 // A parsed text with RegisterDescription as its root. All views into it live as long as its buffer. Bound to a thread.
 class XmlText {
 public:
-    // Throws GenICam::RuntimeException when the text is not well-formed or no description of schema 1.
-    XmlText(std::string_view xml, std::string_view source);
+    // Throws GenICam::RuntimeException when the text is too large, not well-formed or no description of schema 1.
+    // `cost` is that of texts that are kept beside this one.
+    XmlText(std::string_view xml, std::string_view source, std::size_t cost = 0);
     XmlText(const XmlText&) = delete;
     XmlText& operator=(const XmlText&) = delete;
 
@@ -50,18 +53,22 @@ public:
     [[nodiscard]] std::string_view SchemaMinor() const;
     // Line of an element's start tag, counted from 1.
     [[nodiscard]] uint32_t Line(const pugi::xml_node& element) const;
+    // Bytes of memory that the text, its tree and the nodes made from it need at most.
+    [[nodiscard]] std::size_t Cost() const { return m_Cost; }
     // Afterwards only Root's texts remain usable, while the returned buffer lives.
     [[nodiscard]] std::unique_ptr<char[]> TakeBuffer() { return std::move(m_Buffer); }
 
 private:
-    void IndexLines(std::string_view xml);
-    [[nodiscard]] uint32_t LineAt(std::size_t offset) const;
+    void Check(std::string_view xml, std::size_t cost);
+    void Parse(std::string_view xml);
     void CheckRoot() const;
+    [[noreturn]] void RefuseSize() const;
     [[noreturn]] void Refuse(uint32_t line, const std::string& reason) const;
 
     std::string_view m_Source; // borrowed
     std::unique_ptr<char[]> m_Buffer;
-    std::vector<uint32_t> m_LineEnds; // offsets of the line ends
+    LineIndex m_Lines;
+    std::size_t m_Cost = 0;
     pugi::xml_document m_Document;
     pugi::xml_node m_Root;
 };
