@@ -145,7 +145,9 @@ void Acquisition::Stop() {
 }
 
 void Acquisition::StreamEnabled(unsigned source, bool on) {
-    m_Sources[source] = Source{on, 0, {}};
+    m_Sources[source].on = on; // without memory: a camera that leaves the bus comes by
+    m_Sources[source].nextBlock = 0;
+    m_Sources[source].ready.clear();
     m_Available(); // also when it is off: other streams may have waited for its room
 }
 

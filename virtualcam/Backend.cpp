@@ -1,6 +1,9 @@
 #include "virtualcam/Backend.h"
 
 #include <exception>
+#include <new>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <pthread.h>
@@ -37,29 +40,33 @@ void Backend::Slot::Await(bool plugged) {
 
 void Backend::Slot::EndpointReady(std::uint8_t endpoint) {
     const std::shared_ptr<Attachment> attachment = Current();
-    if (attachment) attachment->FindEndpoint(endpoint)->Pump();
+    EndpointQueue* const queue = attachment ? attachment->FindEndpoint(endpoint) : nullptr;
+    if (queue) queue->Pump();
 }
 
+// Both are called again when memory was short, so that is used up before anything changes.
 void Backend::Slot::Unplugged() {
     const std::shared_ptr<Attachment> attachment = Current();
     if (!attachment) return;
+    std::list<News> news{{usb::HotplugEvent::Left, attachment->Id()}};
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_Attachment.reset();
         m_Changed.notify_all();
     }
     attachment->PumpAll();
-    m_Backend.Announce(usb::HotplugEvent::Left, attachment->Id());
+    m_Backend.Announce(std::move(news));
 }
 
 void Backend::Slot::Plugged() {
     const auto attachment = std::make_shared<Attachment>(*device, kBus, m_Backend.NextAddress(), m_Port);
+    std::list<News> news{{usb::HotplugEvent::Arrived, attachment->Id()}};
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_Attachment = attachment;
         m_Changed.notify_all();
     }
-    m_Backend.Announce(usb::HotplugEvent::Arrived, attachment->Id());
+    m_Backend.Announce(std::move(news));
 }
 
 // --- the bus
@@ -69,7 +76,11 @@ Backend::Backend(const BackendSettings& settings) {
     std::uint8_t port = 1;
     for (const CameraSettings& camera : settings.cameras)
         m_Slots.push_back(std::make_unique<Slot>(*this, port++, camera));
-    m_Thread = std::thread([this] { Run(); });
+    try {
+        m_Thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+        throw std::runtime_error("no thread is left for the virtual bus");
+    }
 }
 
 Backend::~Backend() {
@@ -82,15 +93,17 @@ Backend::~Backend() {
     m_Thread.join();
 }
 
-usb::Result Backend::Enumerate(std::vector<usb::DeviceEntry>& devices) {
+usb::Result Backend::Enumerate(std::vector<usb::DeviceEntry>& devices) try {
     for (const auto& slot : m_Slots) {
         const std::shared_ptr<Attachment> attachment = slot->Current();
         if (attachment && attachment->IsPresent()) devices.push_back(attachment->Entry());
     }
     return usb::Result::Ok;
+} catch (const std::bad_alloc&) {
+    return usb::Result::NoMemory;
 }
 
-usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) {
+usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) try {
     for (const auto& slot : m_Slots) {
         const std::shared_ptr<Attachment> attachment = slot->Current();
         if (!attachment || attachment->Id() != id || !attachment->IsPresent()) continue;
@@ -99,6 +112,8 @@ usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& h
         return usb::Result::Ok;
     }
     return usb::Result::NotFound;
+} catch (const std::bad_alloc&) {
+    return usb::Result::NoMemory;
 }
 
 void Backend::Plug(std::size_t index) {
@@ -118,10 +133,12 @@ std::string Backend::IdOf(std::size_t index) {
 
 // --- hotplug
 
-std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) {
+std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) try {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_Handlers[++m_LastRegistration] = std::make_shared<usb::HotplugHandler>(std::move(handler));
-    return m_LastRegistration;
+    m_Handlers[m_LastRegistration + 1] = std::make_shared<usb::HotplugHandler>(std::move(handler));
+    return ++m_LastRegistration;
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 void Backend::DeregisterHotplug(std::uint64_t registration) {
@@ -131,9 +148,9 @@ void Backend::DeregisterHotplug(std::uint64_t registration) {
     m_Changed.wait(lock, [this, registration] { return m_Calling != registration; });
 }
 
-void Backend::Announce(usb::HotplugEvent event, const std::string& id) {
+void Backend::Announce(std::list<News> news) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_News.push_back({event, id});
+    m_News.splice(m_News.end(), news);
     m_Changed.notify_all();
 }
 
@@ -143,10 +160,10 @@ void Backend::Run() {
     while (true) {
         m_Changed.wait(lock, [this] { return m_Stop || !m_News.empty(); });
         if (m_Stop) return;
-        const News news = std::move(m_News.front());
-        m_News.pop_front();
+        std::list<News> news;
+        news.splice(news.end(), m_News, m_News.begin());
         lock.unlock();
-        Call(news);
+        Call(news.front());
         lock.lock();
     }
 }
@@ -164,7 +181,11 @@ void Backend::Call(const News& news) {
             last = m_Calling;
             handler = next->second;
         }
-        (*handler)(news.event, news.id);
+        try {
+            (*handler)(news.event, news.id);
+        } catch (const std::bad_alloc&) {
+            continue; // the host's own loss; the next handler shall not share it
+        }
     }
 }
 

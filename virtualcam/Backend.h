@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -20,7 +20,7 @@ namespace virtualcam {
 /// Thread-safe.
 class Backend final : public usb::Backend {
 public:
-    /// Throws std::runtime_error when a camera's description file cannot be read.
+    /// Throws std::runtime_error when a camera's description file cannot be read, or no thread is left.
     explicit Backend(const BackendSettings& settings);
     ~Backend() override;
 
@@ -76,14 +76,14 @@ private:
     std::map<std::uint64_t, std::shared_ptr<usb::HotplugHandler>> m_Handlers; // guarded by m_Lock, as all below
     std::uint64_t m_LastRegistration = 0;
     std::uint64_t m_Calling = 0; // registration whose handler runs now
-    std::deque<News> m_News;
+    std::list<News> m_News;
     bool m_Stop = false;
 
     std::vector<std::unique_ptr<Slot>> m_Slots; // constant after construction
     std::thread m_Thread;
 
     std::uint8_t NextAddress() { return static_cast<std::uint8_t>(1 + (m_NextAddress++ - 1) % 127); }
-    void Announce(usb::HotplugEvent event, const std::string& id);
+    void Announce(std::list<News> news);
     void Run();
     void Call(const News& news);
 };

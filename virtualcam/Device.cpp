@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include <pthread.h>
-
 namespace virtualcam {
 namespace {
 
@@ -29,27 +27,15 @@ std::vector<std::uint8_t> EndpointsOf(const CameraSettings& settings) {
 
 Device::Device(const CameraSettings& settings)
     : m_Settings(settings), m_Descriptors(m_Settings), m_Manifest(ManifestFor(settings.registers)),
-      m_Endpoints(EndpointsOf(settings)), m_Faults(settings.faults) {
+      m_Endpoints(EndpointsOf(settings)), m_Faults(settings.faults), m_Thread([this] { return RunTimers(); }) {
     for (unsigned stream = 0; stream < settings.streams; ++stream)
         m_Streams.emplace_back(stream, m_Descriptors.MaxPacketSize());
     m_Persistent.userName = settings.userName;
-    if (settings.plugged) PlugLocked();
-    m_Notices.clear();
+    if (settings.plugged) PowerUpLocked();
 }
 
 Device::~Device() {
-    {
-        const std::lock_guard<std::mutex> lock(m_PostLock);
-        m_Stop = true;
-        m_Posted.notify_all();
-    }
-    if (m_Thread.joinable()) m_Thread.join();
-}
-
-void Device::SetListener(DeviceListener* listener) {
-    const std::lock_guard<std::mutex> lock(m_ListenerLock);
-    m_Listener = listener;
-    if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
+    m_Thread.Stop();
 }
 
 // --- transfers
@@ -70,7 +56,7 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
     }
     if (effect.haltIn) SetHaltLocked(kControlIn);
     if (effect.haltOut) SetHaltLocked(kControlOut);
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
     return effect.haltOut ? PipeAnswer{PipeStatus::Stall, 0} : PipeAnswer{PipeStatus::Complete, length};
 }
 
@@ -89,7 +75,7 @@ PipeAnswer Device::In(std::uint8_t address, std::uint8_t* buffer, std::size_t ro
 }
 
 void Device::RequestService(std::uint8_t endpoint) {
-    Post(RoleOf(endpoint));
+    m_Thread.Ready(endpoint);
 }
 
 // --- camera host
@@ -106,6 +92,12 @@ std::optional<TimePoint> Device::DeadlineLocked() const {
     return deadline;
 }
 
+std::optional<TimePoint> Device::RunTimers() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    RunTimersLocked(Clock::Now());
+    return DeadlineLocked();
+}
+
 void Device::RunTimersLocked(TimePoint now) {
     if (m_Replug && now >= *m_Replug) PlugLocked();
     if (m_Leaving && now >= *m_Leaving) LeaveLocked();
@@ -118,73 +110,6 @@ void Device::RunTimersLocked(TimePoint now) {
     m_Camera->RunTimers(now);
 }
 
-// Called with or without m_Lock.
-void Device::Reschedule(std::optional<TimePoint> deadline) {
-    if (!deadline) return;
-    const std::lock_guard<std::mutex> lock(m_PostLock);
-    if (m_WakeAt && *m_WakeAt <= *deadline) return;
-    m_Rethink = true;
-    if (m_Waiting) m_Posted.notify_one();
-}
-
-void Device::Post(std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_PostLock);
-    m_Ready |= EndpointBit(endpoint);
-    if (m_Waiting) m_Posted.notify_one();
-}
-
-void Device::Post(Notice notice) {
-    const std::lock_guard<std::mutex> lock(m_PostLock);
-    m_Notices.push_back(notice);
-    if (m_Waiting) m_Posted.notify_one();
-}
-
-void Device::Run() {
-    pthread_setname_np(pthread_self(), "vcam");
-    std::unique_lock<std::mutex> post(m_PostLock);
-    while (!m_Stop) {
-        m_Rethink = false;
-        post.unlock();
-        std::optional<TimePoint> deadline;
-        {
-            const std::lock_guard<std::mutex> lock(m_Lock);
-            RunTimersLocked(Clock::Now());
-            deadline = DeadlineLocked();
-        }
-        post.lock();
-        const std::uint32_t ready = std::exchange(m_Ready, 0);
-        const std::vector<Notice> notices = std::exchange(m_Notices, {});
-        if (ready != 0 || !notices.empty()) {
-            post.unlock();
-            Deliver(ready, notices);
-            post.lock();
-            continue;
-        }
-        m_WakeAt = deadline;
-        m_Waiting = true;
-        const auto due = [this] { return m_Stop || m_Rethink || m_Ready != 0 || !m_Notices.empty(); };
-        if (deadline)
-            m_Posted.wait_until(post, *deadline, due);
-        else
-            m_Posted.wait(post, due);
-        m_Waiting = false;
-        m_WakeAt.reset();
-    }
-}
-
-void Device::Deliver(std::uint32_t ready, const std::vector<Notice>& notices) {
-    const std::lock_guard<std::mutex> lock(m_ListenerLock);
-    if (!m_Listener) return;
-    for (const Notice notice : notices) {
-        if (notice == Notice::Unplugged)
-            m_Listener->Unplugged();
-        else
-            m_Listener->Plugged();
-    }
-    for (const std::uint8_t endpoint : m_Endpoints)
-        if ((ready & EndpointBit(endpoint)) != 0) m_Listener->EndpointReady(AddressOf(endpoint));
-}
-
 // --- inside
 
 Status Device::ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t length) {
@@ -195,7 +120,7 @@ Status Device::ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t
 Status Device::WriteRegister(std::uint64_t address, const std::uint8_t* from, std::size_t length) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     const Status status = m_Camera ? m_Camera->Registers().Write(address, from, length) : Status::AccessDenied;
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
     return status;
 }
 
@@ -222,7 +147,7 @@ void Device::SetFaults(const FaultScript& faults) {
 void Device::SetInput(std::uint32_t line, bool high) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (m_Camera) m_Camera->SetInput(line, high);
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
 }
 
 std::uint64_t Device::LostFrames() const {

@@ -3,17 +3,16 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "virtualcam/Camera.h"
 #include "virtualcam/Descriptors.h"
 #include "virtualcam/DeviceListener.h"
+#include "virtualcam/DeviceThread.h"
 #include "virtualcam/Pipe.h"
 #include "virtualcam/Settings.h"
 #include "virtualcam/StreamChannel.h"
@@ -37,8 +36,8 @@ public:
 
     const CameraSettings& Settings() const { return m_Settings; }
     const Descriptors& GetDescriptors() const { return m_Descriptors; }
-    /// Sets or, with null, takes away the listener; returns when no call to the former one is running.
-    void SetListener(DeviceListener* listener);
+    /// As DeviceThread::SetListener.
+    void SetListener(DeviceListener* listener) { m_Thread.SetListener(listener); }
 
     // --- transfers
     /// Control transfer on endpoint 0; `data` has setup.length bytes.
@@ -104,8 +103,8 @@ private:
         StreamMeter meter;     // guarded by lock
     };
 
-    // Lock order: m_Lock, then a stream's lock or m_PostLock. Images are drawn under the stream's lock alone, so that
-    // commands are answered meanwhile.
+    // Lock order: m_Lock, then a stream's lock or one of m_Thread. Images are drawn under the stream's lock alone, so
+    // that commands are answered meanwhile.
     mutable std::mutex m_Lock;
     FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
     Persistent m_Persistent;
@@ -120,19 +119,7 @@ private:
 
     std::deque<Stream> m_Streams; // constant after construction
 
-    enum class Notice { Unplugged, Plugged };
-    std::mutex m_PostLock;
-    std::condition_variable m_Posted;
-    std::uint32_t m_Ready = 0; // guarded by m_PostLock, as all down to the next lock
-    std::vector<Notice> m_Notices;
-    std::optional<TimePoint> m_WakeAt;
-    bool m_Waiting = false;
-    bool m_Rethink = false;
-    bool m_Stop = false;
-
-    std::mutex m_ListenerLock;            // held while the listener is called
-    DeviceListener* m_Listener = nullptr; // guarded by m_ListenerLock
-    std::thread m_Thread;
+    DeviceThread m_Thread;
 
     // CameraHost
     Status CheckStreamEnable(unsigned stream) override;
@@ -168,16 +155,14 @@ private:
     PipeStatus ObstacleLocked(std::uint8_t endpoint) const;
 
     // the device's own doing
+    void PowerUpLocked();
     void PlugLocked();
     void UnplugLocked();
     void LeaveLocked();
     std::optional<TimePoint> DeadlineLocked() const;
+    std::optional<TimePoint> RunTimers();
     void RunTimersLocked(TimePoint now);
-    void Reschedule(std::optional<TimePoint> deadline);
-    void Post(std::uint8_t endpoint);
-    void Post(Notice notice);
-    void Run();
-    void Deliver(std::uint32_t ready, const std::vector<Notice>& notices);
+    void Post(std::uint8_t role) { m_Thread.Ready(AddressOf(role)); }
 };
 
 } // namespace virtualcam

@@ -12,7 +12,7 @@ bool Device::IsPlugged() const {
 void Device::Plug() {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) PlugLocked();
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
 }
 
 void Device::Unplug() {
@@ -22,22 +22,28 @@ void Device::Unplug() {
 }
 
 void Device::PlugLocked() {
+    PowerUpLocked();
+    m_Thread.Plugged();
+}
+
+// Nothing has changed when memory is short for it.
+void Device::PowerUpLocked() {
+    CameraHost& host = *this;
+    auto camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
+    camera->Control().SetFaults(m_Faults.control);
+    camera->Events().SetFaults(m_Faults.events);
+    SetStreamFaults();
     m_Halts = 0;
     m_Configuration = 1;
     m_Replug.reset();
     m_Restart.reset();
-    CameraHost& host = *this;
-    m_Camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
-    m_Camera->Control().SetFaults(m_Faults.control);
-    m_Camera->Events().SetFaults(m_Faults.events);
-    SetStreamFaults();
+    m_Camera = std::move(camera);
     for (Stream& stream : m_Streams) {
         stream.mute = false;
         const std::lock_guard<std::mutex> streamLock(stream.lock);
         stream.channel.SetExtraPayload(m_Settings.registers.extraPayload);
     }
     ++m_Generation;
-    Post(Notice::Plugged);
 }
 
 // On real buses transfers often fail for a moment before the system knows that the device has gone.
@@ -50,7 +56,7 @@ void Device::UnplugLocked() {
     m_Leaving = Clock::Now() + milliseconds(m_Faults.unplugErrorsMs);
     for (const std::uint8_t endpoint : m_Endpoints)
         Post(endpoint);
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
 }
 
 void Device::LeaveLocked() {
@@ -63,8 +69,8 @@ void Device::LeaveLocked() {
     m_Faults.stream.clear();
     m_Faults.events.clear();
     if (m_Faults.replugAfterMs >= 0) m_Replug = Clock::Now() + milliseconds(m_Faults.replugAfterMs);
-    Post(Notice::Unplugged);
-    Reschedule(DeadlineLocked());
+    m_Thread.Unplugged();
+    m_Thread.Reschedule(DeadlineLocked());
 }
 
 void Device::BusReset() {

@@ -102,7 +102,7 @@ bool Device::BeginBlock(Stream& stream) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (!m_Camera) return false;
     const std::optional<Frame> frame = m_Camera->TakeFrame(stream.index, Clock::Now());
-    Reschedule(DeadlineLocked());
+    m_Thread.Reschedule(DeadlineLocked());
     if (!frame) return false;
     const std::lock_guard<std::mutex> streamLock(stream.lock);
     if (!stream.channel.WantsFrame()) return false;

@@ -1,6 +1,5 @@
 #include "virtualcam/EndpointQueue.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -17,6 +16,7 @@ usb::TransferStatus StatusOf(PipeStatus status) {
     case PipeStatus::Overflow:
         return usb::TransferStatus::Overflow;
     case PipeStatus::Error:
+    case PipeStatus::NoMemory:
         return usb::TransferStatus::Error;
     case PipeStatus::Gone:
         return usb::TransferStatus::NoDevice;
@@ -29,9 +29,22 @@ usb::TransferStatus StatusOf(PipeStatus status) {
 
 // --- completions
 
-void CompletionQueue::Add(usb::Transfer& transfer) {
+void CompletionQueue::Add(RequestList& from, Request& request) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_Done.push_back(&transfer);
+    m_Done.splice(m_Done.end(), from, request.self);
+}
+
+usb::Transfer* CompletionQueue::Take() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Done.empty()) return nullptr;
+    Request& oldest = *m_Done.front();
+    oldest.place.splice(oldest.place.end(), m_Done, oldest.self);
+    return oldest.transfer;
+}
+
+void CompletionQueue::Remove(Request& request) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (request.place.empty()) request.place.splice(request.place.end(), m_Done, request.self);
 }
 
 void CompletionQueue::Wake() {
@@ -45,22 +58,27 @@ void CompletionQueue::Interrupt() {
     m_Changed.notify_all();
 }
 
-std::vector<usb::Transfer*> CompletionQueue::Wait(unsigned int timeoutMs) {
+std::size_t CompletionQueue::Wait(unsigned int timeoutMs) {
     std::unique_lock<std::mutex> lock(m_Lock);
     m_Changed.wait_for(lock, milliseconds(timeoutMs), [this] { return m_Interrupted || !m_Done.empty(); });
     m_Interrupted = false;
-    return std::exchange(m_Done, {});
+    return m_Done.size();
 }
 
 // --- host side
+
+void EndpointQueue::Enqueue(Request& request) {
+    request.endpoint = this;
+    request.queued = true;
+    m_Queue.splice(m_Queue.end(), request.place, request.self);
+}
 
 void EndpointQueue::Submit(Request& request) {
     bool kick = false;
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
         kick = m_Queue.empty() || !m_Starved;
-        request.queued = true;
-        m_Queue.push_back(&request);
+        Enqueue(request);
         if (m_Pumping) {
             m_Again = true;
             kick = false;
@@ -72,8 +90,7 @@ void EndpointQueue::Submit(Request& request) {
 void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
     const TimePoint deadline = Clock::Now() + milliseconds(timeoutMs);
     std::unique_lock<std::mutex> lock(m_Lock);
-    request.queued = true;
-    m_Queue.push_back(&request);
+    Enqueue(request);
     PumpLocked(lock);
     const auto done = [&request] { return !request.queued; };
     if (done()) return;
@@ -87,7 +104,6 @@ void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
         m_Again = true;
         m_Finished.wait(lock, done);
     } else {
-        m_Queue.erase(std::find(m_Queue.begin(), m_Queue.end(), &request));
         Finish(request, usb::TransferStatus::Cancelled);
     }
     if (request.status == usb::TransferStatus::Cancelled) request.status = usb::TransferStatus::TimedOut;
@@ -101,10 +117,22 @@ bool EndpointQueue::Cancel(Request& request) {
         m_Again = true;
         return true;
     }
-    m_Queue.erase(std::find(m_Queue.begin(), m_Queue.end(), &request));
     Finish(request, usb::TransferStatus::Cancelled);
     WakeHost();
     return true;
+}
+
+void EndpointQueue::Withdraw(Request& request) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    if (!request.queued) return;
+    request.transfer = nullptr; // like a synchronous one: its end concerns nobody else
+    request.cancelled = true;
+    if (m_Pumping) {
+        m_Again = true;
+        m_Finished.wait(lock, [&request] { return !request.queued; });
+    } else {
+        Finish(request, usb::TransferStatus::Cancelled);
+    }
 }
 
 bool EndpointQueue::IsIdle() {
@@ -139,13 +167,8 @@ void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
 // Ends what was cancelled while the pump was at work, wherever it stands in the queue.
 void EndpointQueue::ReapCancelled() {
     for (auto request = m_Queue.begin(); request != m_Queue.end();) {
-        if (!(*request)->cancelled) {
-            ++request;
-            continue;
-        }
-        Request& cancelled = **request;
-        request = m_Queue.erase(request);
-        Finish(cancelled, usb::TransferStatus::Cancelled);
+        Request& queued = **request++;
+        if (queued.cancelled) Finish(queued, usb::TransferStatus::Cancelled);
     }
 }
 
@@ -160,7 +183,6 @@ bool EndpointQueue::ServeOldest(std::unique_lock<std::mutex>& lock) {
         m_Starved = true;
         return false;
     }
-    m_Queue.pop_front();
     Finish(request, answer.status == PipeStatus::NotYet ? usb::TransferStatus::Cancelled : StatusOf(answer.status));
     if (m_Unwoken && Clock::Now() - m_UnwokenSince > kModeration) WakeHost();
     return true;
@@ -172,27 +194,29 @@ PipeAnswer EndpointQueue::Move(const Request& request) const {
         if ((m_Endpoint & 0x80) == 0) return m_Device.Out(m_Endpoint, request.buffer, request.length);
         return m_Device.In(m_Endpoint, request.buffer + request.actual, request.length - request.actual);
     } catch (const std::bad_alloc&) {
-        return {PipeStatus::Error, 0}; // the host's thread works for the camera; its call must not end half-way
+        return {PipeStatus::NoMemory, 0}; // the host's thread works for the camera; its call must not end half-way
     }
 }
 
+// The request may be gone as soon as whoever waits for it can know.
 void EndpointQueue::Finish(Request& request, usb::TransferStatus status) {
     request.queued = false;
     request.status = status;
     if (request.memory) *request.memory -= request.length;
     if (!request.transfer) {
+        request.place.splice(request.place.end(), m_Queue, request.self);
         m_Finished.notify_all();
         return;
     }
     request.transfer->status = status;
     request.transfer->actualLength = request.actual;
-    const Completed completions = request.completions; // the request may be gone as soon as it is added
+    const Completed completions = request.completions;
     if (m_Unwoken != completions) {
         WakeHost();
         m_Unwoken = completions;
         m_UnwokenSince = Clock::Now();
     }
-    completions->Add(*request.transfer);
+    completions->Add(m_Queue, request);
 }
 
 void EndpointQueue::WakeHost() {

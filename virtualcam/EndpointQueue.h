@@ -4,35 +4,29 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "usb/Backend.h"
 #include "virtualcam/Device.h"
 
 namespace virtualcam {
 
-/// Completed transfers of one handle, until its event thread runs them. Thread-safe.
-class CompletionQueue {
-public:
-    /// Adds without waking: the pump wakes once for several.
-    void Add(usb::Transfer& transfer);
-    void Wake();
-    /// Ends a Wait early.
-    void Interrupt();
-    std::vector<usb::Transfer*> Wait(unsigned int timeoutMs);
+class CompletionQueue;
+class EndpointQueue;
+struct Request;
+using RequestList = std::list<Request*>;
 
-private:
-    std::mutex m_Lock;
-    std::condition_variable m_Changed;
-    std::vector<usb::Transfer*> m_Done; // guarded by m_Lock
-    bool m_Interrupted = false;         // guarded by m_Lock
-};
-
-/// One host transfer at work.
+/// One host transfer at work. Its place in a queue is made with it, so that queueing and completing take no memory.
 struct Request {
+    Request() : place{this} {}
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+
+    RequestList place; ///< holds the request while it is in no queue
+    const RequestList::iterator self = place.begin();
+    EndpointQueue* endpoint = nullptr;
     std::uint8_t* buffer = nullptr;
     std::size_t length = 0;
     std::size_t actual = 0;
@@ -42,6 +36,28 @@ struct Request {
     usb::Transfer* transfer = nullptr;            ///< null for a synchronous one
     std::shared_ptr<CompletionQueue> completions; ///< null for a synchronous one
     std::atomic<std::size_t>* memory = nullptr;   ///< bytes to give back at completion
+};
+
+/// Completed transfers of one handle, until its event thread runs them. Thread-safe.
+class CompletionQueue {
+public:
+    /// Takes a request out of another queue. Does not wake: the pump wakes once for several.
+    void Add(RequestList& from, Request& request);
+    void Wake();
+    /// Ends a Wait early.
+    void Interrupt();
+    /// How many there are, after a wait if there were none.
+    std::size_t Wait(unsigned int timeoutMs);
+    /// The oldest one's transfer; null when there is none.
+    usb::Transfer* Take();
+    /// Takes a request out if it is there.
+    void Remove(Request& request);
+
+private:
+    std::mutex m_Lock;
+    std::condition_variable m_Changed;
+    RequestList m_Done;         // guarded by m_Lock
+    bool m_Interrupted = false; // guarded by m_Lock
 };
 
 /// The queue of one endpoint. Whoever pumps holds no lock while the device works on the buffer of the oldest request,
@@ -57,6 +73,8 @@ public:
     void Transfer(Request& request, unsigned int timeoutMs);
     /// False when the request is not queued any more.
     bool Cancel(Request& request);
+    /// Takes a request back, if it is queued, without a completion; its buffer is not used any more afterwards.
+    void Withdraw(Request& request);
     /// Serves the queue as far as the device goes.
     void Pump();
     bool IsIdle();
@@ -69,7 +87,7 @@ private:
     const std::uint8_t m_Endpoint;
     std::mutex m_Lock;
     std::condition_variable m_Finished;
-    std::deque<Request*> m_Queue; // guarded by m_Lock, as all below
+    RequestList m_Queue; // guarded by m_Lock, as all below
     bool m_Pumping = false;
     bool m_Again = false;
     bool m_Starved = false; // the device has nothing for the oldest request and will tell
@@ -80,6 +98,7 @@ private:
     void ReapCancelled();
     bool ServeOldest(std::unique_lock<std::mutex>& lock);
     PipeAnswer Move(const Request& request) const;
+    void Enqueue(Request& request);
     void Finish(Request& request, usb::TransferStatus status);
     void WakeHost();
 };

@@ -1,5 +1,7 @@
 #include "virtualcam/Handle.h"
 
+#include <new>
+
 namespace virtualcam {
 namespace {
 
@@ -28,11 +30,17 @@ Request* RequestOf(usb::Transfer& transfer) {
 } // namespace
 
 Handle::~Handle() {
+    for (Request& request : m_Requests)
+        if (request.endpoint) request.endpoint->Withdraw(request);
     m_Attachment->ReleaseAll(this);
 }
 
 usb::Result Handle::Claim(std::uint8_t interfaceNumber) {
-    return m_Attachment->Claim(interfaceNumber, this);
+    try {
+        return m_Attachment->Claim(interfaceNumber, this);
+    } catch (const std::bad_alloc&) {
+        return usb::Result::NoMemory;
+    }
 }
 
 usb::Result Handle::Release(std::uint8_t interfaceNumber) {
@@ -44,14 +52,19 @@ usb::Result Handle::Release(std::uint8_t interfaceNumber) {
 usb::Result Handle::Control(const usb::ControlSetup& setup, std::uint8_t* data, std::size_t& actual, unsigned int) {
     actual = 0;
     if (!m_Attachment->IsPresent()) return usb::Result::NoDevice;
-    const PipeAnswer answer = m_Attachment->GetDevice().Control(setup, data);
+    PipeAnswer answer;
+    try {
+        answer = m_Attachment->GetDevice().Control(setup, data);
+    } catch (const std::bad_alloc&) {
+        return usb::Result::NoMemory;
+    }
     actual = answer.bytes;
     if (answer.status == PipeStatus::Complete) return usb::Result::Ok;
     return answer.status == PipeStatus::Gone ? usb::Result::NoDevice : usb::Result::Pipe;
 }
 
 usb::Result Handle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
-                         unsigned int timeoutMs) {
+                         unsigned int timeoutMs) try {
     actual = 0;
     if (!m_Attachment->IsPresent()) return usb::Result::NoDevice;
     EndpointQueue* const queue = m_Attachment->ClaimedEndpoint(endpoint, this);
@@ -63,6 +76,8 @@ usb::Result Handle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t 
     actual = request.actual;
     ServeAnswer(endpoint);
     return ResultOf(request.status);
+} catch (const std::bad_alloc&) {
+    return usb::Result::NoMemory;
 }
 
 // An acknowledge is ready as soon as its command is there: serve whoever waits for it without the device's thread.
@@ -81,13 +96,25 @@ bool Handle::Reserve(std::size_t bytes) {
     return false;
 }
 
+usb::Result Handle::Prepare(usb::Transfer& transfer) {
+    if (transfer.backendData) return usb::Result::Ok;
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    try {
+        transfer.backendData = &m_Requests.emplace_back();
+    } catch (const std::bad_alloc&) {
+        return usb::Result::NoMemory;
+    }
+    return usb::Result::Ok;
+}
+
 usb::Result Handle::Submit(usb::Transfer& transfer) {
     if (!m_Attachment->IsPresent()) return usb::Result::NoDevice;
     if (!transfer.completed || (!transfer.buffer && transfer.length != 0)) return usb::Result::InvalidParam;
     EndpointQueue* const queue = m_Attachment->ClaimedEndpoint(transfer.endpoint, this);
     if (!queue) return usb::Result::NotFound;
+    const usb::Result prepared = Prepare(transfer);
+    if (prepared != usb::Result::Ok) return prepared;
     if (!Reserve(transfer.length)) return usb::Result::NoMemory;
-    if (!transfer.backendData) transfer.backendData = new Request;
     Request& request = *RequestOf(transfer);
     request.buffer = transfer.buffer;
     request.length = transfer.length;
@@ -106,14 +133,20 @@ usb::Result Handle::Cancel(usb::Transfer& transfer) {
     return queue->Cancel(*RequestOf(transfer)) ? usb::Result::Ok : usb::Result::NotFound;
 }
 
+// A transfer should be idle; one that is not would leave its request on the endpoint for ever.
 void Handle::Forget(usb::Transfer& transfer) {
-    delete RequestOf(transfer);
+    Request* const request = RequestOf(transfer);
+    if (!request) return;
+    if (request->endpoint) request->endpoint->Withdraw(*request);
+    m_Completions->Remove(*request);
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Requests.remove_if([request](const Request& each) { return &each == request; });
     transfer.backendData = nullptr;
 }
 
 usb::Result Handle::HandleEvents(unsigned int timeoutMs) {
-    for (usb::Transfer* const transfer : m_Completions->Wait(timeoutMs))
-        transfer->completed(*transfer);
+    for (std::size_t count = m_Completions->Wait(timeoutMs); count != 0; --count)
+        if (usb::Transfer* const transfer = m_Completions->Take()) transfer->completed(*transfer);
     return usb::Result::Ok;
 }
 

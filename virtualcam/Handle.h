@@ -1,7 +1,9 @@
 #pragma once
 // An opened virtual device.
 
+#include <list>
 #include <memory>
+#include <mutex>
 
 #include "virtualcam/Attachment.h"
 
@@ -13,7 +15,7 @@ struct TransferMemory {
     std::atomic<std::size_t> used{0};
 };
 
-/// Thread-safe.
+/// What is still queued when it goes is taken back: nothing of it stays on the bus. Thread-safe.
 class Handle final : public usb::Handle {
 public:
     Handle(std::shared_ptr<Attachment> attachment, std::shared_ptr<TransferMemory> memory)
@@ -40,6 +42,10 @@ private:
     const std::shared_ptr<TransferMemory> m_Memory;
     const std::shared_ptr<CompletionQueue> m_Completions = std::make_shared<CompletionQueue>();
 
+    std::mutex m_Lock;
+    std::list<Request> m_Requests; // of all transfers that were submitted and not forgotten; guarded by m_Lock
+
+    usb::Result Prepare(usb::Transfer& transfer);
     bool Reserve(std::size_t bytes);
     void ServeAnswer(std::uint8_t endpoint);
 };

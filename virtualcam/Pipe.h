@@ -16,6 +16,7 @@ enum class PipeStatus {
     Stall,    ///< the endpoint is halted
     Overflow, ///< the device sent a packet that does not fit the rest of the transfer
     Error,    ///< line error
+    NoMemory, ///< none is left for the transfer
     Gone      ///< no device any more
 };
 
