@@ -1,6 +1,8 @@
 #include "virtualcam/remote/Channel.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <stdexcept>
 #include <utility>
 
@@ -11,6 +13,11 @@
 #include <unistd.h>
 
 namespace virtualcam {
+namespace {
+
+constexpr std::size_t kPiece = 64u << 10;
+
+} // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
     if (this != &other) {
@@ -36,13 +43,20 @@ Channel::Channel(int socket, int end) : m_Socket(socket), m_End(end) {
     fcntl(m_Socket, F_SETFL, fcntl(m_Socket, F_GETFL) | O_NONBLOCK);
 }
 
+int PollTime(std::optional<TimePoint> until) {
+    if (!until) return -1;
+    const auto left = std::chrono::ceil<milliseconds>(*until - Clock::Now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+}
+
 // False when the end has come or the time is over.
 bool Channel::WaitFor(short events) {
     pollfd polled[2] = {{m_Socket, events, 0}, {m_End, POLLIN, 0}};
     int count = 0;
     do
-        count = poll(polled, 2, m_Timeout);
+        count = poll(polled, 2, PollTime(m_Deadline));
     while (count < 0 && errno == EINTR);
+    m_TimedOut = m_TimedOut || count == 0;
     return count > 0 && polled[1].revents == 0;
 }
 
@@ -50,8 +64,9 @@ Channel::Event Channel::Wait(int wake) {
     pollfd polled[3] = {{m_Socket, POLLIN, 0}, {m_End, POLLIN, 0}, {wake, POLLIN, 0}};
     int count = 0;
     do
-        count = poll(polled, 3, m_Timeout);
+        count = poll(polled, 3, PollTime(m_Deadline));
     while (count < 0 && errno == EINTR);
+    m_TimedOut = m_TimedOut || count == 0;
     if (count <= 0 || polled[1].revents != 0) return Event::Ended;
     return polled[2].revents != 0 ? Event::Woken : Event::Readable;
 }
@@ -70,6 +85,28 @@ bool Channel::Receive(std::uint8_t* to, std::size_t count) {
             done += static_cast<std::size_t>(got);
         else if (got == 0 || (errno != EAGAIN && errno != EINTR))
             return false;
+    }
+    return true;
+}
+
+bool Channel::Receive(Bytes& to, std::size_t count) {
+    to.clear();
+    while (to.size() < count) {
+        const std::size_t before = to.size();
+        const std::size_t wanted = before + std::min(count - before, std::max(kPiece, before));
+        to.reserve(wanted); // no more than that
+        to.resize(wanted);
+        if (!Receive(to.data() + before, to.size() - before)) return false;
+    }
+    return true;
+}
+
+bool Channel::Skip(std::size_t count) {
+    std::uint8_t piece[4096];
+    for (std::size_t left = count; left != 0;) {
+        const std::size_t part = std::min(left, sizeof piece);
+        if (!Receive(piece, part)) return false;
+        left -= part;
     }
     return true;
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <netdb.h>
@@ -19,8 +20,15 @@
 namespace virtualcam {
 namespace {
 
-constexpr std::size_t kMaximumConnections = 64;
 constexpr int kBacklog = 128;
+// A computer that has gone without a word is noticed after about a minute.
+constexpr int kKeepAliveIdleS = 30;
+constexpr int kKeepAliveIntervalS = 10;
+constexpr int kKeepAliveProbes = 3;
+constexpr int kUnacknowledgedMs = 60000;
+// Pauses before the next try where descriptors are short; shorter when one is about to be given back.
+constexpr milliseconds kShortPause{10};
+constexpr milliseconds kLongPause{100};
 
 [[noreturn]] void Fail(const std::string& what, int error) {
     throw std::runtime_error("cannot listen on " + what + ": " + std::strerror(error));
@@ -39,6 +47,33 @@ Addresses Resolve(const std::string& address, std::uint16_t port, const std::str
     const int error = getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found);
     if (error != 0) throw std::runtime_error("cannot listen on " + name + ": " + gai_strerror(error));
     return Addresses(found);
+}
+
+/// False when nobody listens on a socket any more.
+bool IsAlive(const sockaddr_un& name) {
+    const Descriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (connect(probe.Get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0) return true;
+    return errno != ECONNREFUSED;
+}
+
+void RemoveDeadSocket(const std::string& path, const sockaddr_un& name) {
+    struct stat present {};
+    if (lstat(path.c_str(), &present) != 0 || !S_ISSOCK(present.st_mode)) return;
+    if (IsAlive(name)) throw std::runtime_error("cannot listen on " + path + ": another server listens there");
+    unlink(path.c_str());
+}
+
+/// Of a local socket without effect.
+void WatchPeer(int socket) {
+    const auto set = [socket](int level, int option, int value) {
+        setsockopt(socket, level, option, &value, sizeof value);
+    };
+    set(IPPROTO_TCP, TCP_NODELAY, 1);
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+    set(IPPROTO_TCP, TCP_KEEPIDLE, kKeepAliveIdleS);
+    set(IPPROTO_TCP, TCP_KEEPINTVL, kKeepAliveIntervalS);
+    set(IPPROTO_TCP, TCP_KEEPCNT, kKeepAliveProbes);
+    set(IPPROTO_TCP, TCP_USER_TIMEOUT, kUnacknowledgedMs);
 }
 
 } // namespace
@@ -60,20 +95,24 @@ Descriptor Listener::OpenUnix(const std::string& path) {
     name.sun_family = AF_UNIX;
     if (path.empty() || path.size() >= sizeof name.sun_path) Fail(path, ENAMETOOLONG);
     std::memcpy(name.sun_path, path.c_str(), path.size());
+    RemoveDeadSocket(path, name);
     Descriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (made.Get() < 0) Fail(path, errno);
-    struct stat present {};
-    if (lstat(path.c_str(), &present) == 0 && S_ISSOCK(present.st_mode)) unlink(path.c_str());
     if (bind(made.Get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 ||
         listen(made.Get(), kBacklog) != 0)
         Fail(path, errno);
     return made;
 }
 
-Listener::Listener(Descriptor socket, Serve serve)
-    : m_Socket(std::move(socket)), m_End(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_Serve(std::move(serve)) {
+Listener::Listener(Descriptor socket, Connections::Serve serve, Notify notify)
+    : m_Socket(std::move(socket)), m_End(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_Connections(m_End.Get(), std::move(serve), std::move(notify)) {
     if (m_End.Get() < 0) throw std::runtime_error("no file descriptor is left for a server");
-    m_Thread = std::thread([this] { Run(); });
+    try {
+        m_Thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+        throw std::runtime_error("no thread is left for a server");
+    }
 }
 
 Listener::~Listener() {
@@ -93,15 +132,27 @@ void Listener::Run() {
     pollfd polled[2] = {{m_Socket.Get(), POLLIN, 0}, {m_End.Get(), POLLIN, 0}};
     while (true) {
         if (poll(polled, 2, -1) < 0) continue;
-        if (polled[1].revents != 0) return;
-        const int accepted = accept4(m_Socket.Get(), nullptr, nullptr, SOCK_CLOEXEC);
-        if (accepted < 0) continue;
-        const auto socket = std::make_shared<Descriptor>(accepted);
-        const int yes = 1;
-        setsockopt(accepted, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes); // without effect on a local socket
-        setsockopt(accepted, SOL_SOCKET, SO_KEEPALIVE, &yes, sizeof yes);
-        m_Connections.Start(kMaximumConnections, [this, socket] { m_Serve(socket->Get(), m_End.Get()); });
+        if (polled[1].revents != 0 || !Accept()) return;
     }
+}
+
+// Without descriptors the caller stays in the queue, where poll() sees it at once: a stranger's connection goes for it.
+// False at the end.
+bool Listener::Accept() {
+    Descriptor accepted(accept4(m_Socket.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (accepted.Get() >= 0) {
+        WatchPeer(accepted.Get());
+        m_Connections.Start(std::move(accepted));
+        return true;
+    }
+    const int error = errno;
+    if (error == EAGAIN || error == EINTR || error == ECONNABORTED) return true;
+    return Pause(m_Connections.GiveUpOldest() ? kShortPause : kLongPause);
+}
+
+bool Listener::Pause(milliseconds time) const {
+    pollfd end{m_End.Get(), POLLIN, 0};
+    return poll(&end, 1, static_cast<int>(time.count())) <= 0;
 }
 
 } // namespace virtualcam

@@ -1,28 +1,26 @@
 #include "virtualcam/remote/RemoteCamera.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 namespace virtualcam {
 namespace {
 
-int MakeSignal() {
-    const int signal = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (signal < 0) throw std::runtime_error("no file descriptor is left for a camera");
+Descriptor MakeSignal() {
+    Descriptor signal(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (signal.Get() < 0) throw std::runtime_error("no file descriptor is left for a camera");
     return signal;
 }
 
-void Raise(int signal) {
-    eventfd_write(signal, 1);
+void Raise(const Descriptor& signal) {
+    eventfd_write(signal.Get(), 1);
 }
 
-void Lower(int signal) {
+void Lower(const Descriptor& signal) {
     eventfd_t value = 0;
-    eventfd_read(signal, &value);
+    eventfd_read(signal.Get(), &value);
 }
 
 } // namespace
@@ -36,8 +34,6 @@ RemoteCamera::RemoteCamera(const CameraSettings& settings, unsigned index)
 
 RemoteCamera::~RemoteCamera() {
     m_Device.SetListener(nullptr);
-    close(m_Wake);
-    close(m_End);
 }
 
 bool RemoteCamera::IsFree() const {
@@ -50,7 +46,7 @@ bool RemoteCamera::Take() {
         const std::lock_guard<std::mutex> lock(m_Lock);
         if (!m_Plugged || m_Taken || m_Closed) return false;
         m_Taken = true;
-        m_Ready.clear();
+        m_Ready.reset();
         Lower(m_Wake);
         Lower(m_End);
     }
@@ -79,7 +75,7 @@ bool RemoteCamera::AwaitStay(std::uint64_t& stay) {
     return !m_Closed;
 }
 
-std::vector<std::uint8_t> RemoteCamera::TakeReady() {
+EndpointSet RemoteCamera::TakeReady() {
     const std::lock_guard<std::mutex> lock(m_Lock);
     Lower(m_Wake);
     return std::exchange(m_Ready, {});
@@ -89,7 +85,7 @@ std::vector<std::uint8_t> RemoteCamera::TakeReady() {
 
 void RemoteCamera::EndpointReady(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (std::find(m_Ready.begin(), m_Ready.end(), endpoint) == m_Ready.end()) m_Ready.push_back(endpoint);
+    m_Ready.set(endpoint);
     Raise(m_Wake);
 }
 

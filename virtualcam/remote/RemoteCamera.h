@@ -1,6 +1,7 @@
 #pragma once
 // A camera that waits for a host outside this process: whose it is, and what wakes that host's session.
 
+#include <bitset>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -8,15 +9,20 @@
 #include <vector>
 
 #include "virtualcam/Device.h"
+#include "virtualcam/remote/Channel.h"
 
 namespace virtualcam {
+
+/// Endpoints by their addresses.
+using EndpointSet = std::bitset<256>;
 
 /// Belongs to one session at a time. A session polls its two descriptors: WakeFd is readable when TakeReady has
 /// something to tell and when the camera has been plugged in, EndFd when the session has to end, because the camera was
 /// unplugged or closed. Thread-safe.
 class RemoteCamera final : private DeviceListener {
 public:
-    /// Throws std::runtime_error when the description file cannot be read or the system has no descriptors left.
+    /// Throws std::runtime_error when the description file cannot be read or the system has no descriptors or threads
+    /// left.
     RemoteCamera(const CameraSettings& settings, unsigned index);
     ~RemoteCamera();
     RemoteCamera(const RemoteCamera&) = delete;
@@ -38,20 +44,20 @@ public:
     /// with 0.
     bool AwaitStay(std::uint64_t& stay);
 
-    int WakeFd() const { return m_Wake; }
-    int EndFd() const { return m_End; }
-    /// Endpoints (addresses) that are worth asking again since the last call.
-    std::vector<std::uint8_t> TakeReady();
+    int WakeFd() const { return m_Wake.Get(); }
+    int EndFd() const { return m_End.Get(); }
+    /// Endpoints that are worth asking again since the last call.
+    EndpointSet TakeReady();
 
 private:
     Device m_Device;
     const unsigned m_Index;
-    const int m_Wake;
-    const int m_End;
+    const Descriptor m_Wake;
+    const Descriptor m_End;
     mutable std::mutex m_Lock;
     std::condition_variable m_Changed;
-    std::vector<std::uint8_t> m_Ready; // guarded by m_Lock, as all below
-    std::uint64_t m_Stays = 0;         // how often it was plugged
+    EndpointSet m_Ready;       // guarded by m_Lock, as all below
+    std::uint64_t m_Stays = 0; // how often it was plugged
     bool m_Plugged = false;
     bool m_Taken = false;
     bool m_Closed = false;
@@ -60,6 +66,12 @@ private:
     void Unplugged() override;
     void Plugged() override;
 };
+
+/// A camera that was taken; goes back by scope.
+struct GiveBackCamera {
+    void operator()(RemoteCamera* camera) const { camera->GiveBack(); }
+};
+using TakenCamera = std::unique_ptr<RemoteCamera, GiveBackCamera>;
 
 using RemoteCameras = std::vector<std::unique_ptr<RemoteCamera>>;
 /// One for each camera of the settings.

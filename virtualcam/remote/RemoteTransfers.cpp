@@ -1,12 +1,14 @@
 #include "virtualcam/remote/RemoteTransfers.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace virtualcam {
 namespace {
 
 constexpr std::uint8_t kDirectionIn = 0x80;
+constexpr std::size_t kPiece = 64u << 10; // whole packets
 
 } // namespace
 
@@ -41,17 +43,22 @@ std::size_t RemoteTransfers::Count() const {
     return count;
 }
 
+void RemoteTransfers::ServeAll() {
+    for (auto& [endpoint, queue] : m_Queues)
+        Serve(endpoint);
+}
+
 void RemoteTransfers::Serve(std::uint8_t endpoint) {
     const auto found = m_Queues.find(endpoint);
     if (found == m_Queues.end()) return;
-    const bool moved = ServeAll(found->second);
+    const bool moved = ServeQueue(found->second);
     if (!moved || (endpoint & kDirectionIn) != 0) return;
     for (auto& [other, queue] : m_Queues) // a command has its answer at once, of which the device does not tell
-        if ((other & kDirectionIn) != 0) ServeAll(queue);
+        if ((other & kDirectionIn) != 0) ServeQueue(queue);
 }
 
 // True when a transfer has ended.
-bool RemoteTransfers::ServeAll(Queue& queue) {
+bool RemoteTransfers::ServeQueue(Queue& queue) {
     bool moved = false;
     while (ServeOldest(queue))
         moved = true;
@@ -60,7 +67,7 @@ bool RemoteTransfers::ServeAll(Queue& queue) {
 
 // False when nothing is queued or the oldest transfer has to wait.
 bool RemoteTransfers::ServeOldest(Queue& queue) {
-    if (queue.waiting.empty()) return false;
+    if (queue.waiting.empty() || !m_Host.HasRoom()) return false;
     const PipeAnswer answer = Move(queue);
     queue.done += answer.bytes;
     if (answer.status == PipeStatus::NotYet) return false;
@@ -68,16 +75,65 @@ bool RemoteTransfers::ServeOldest(Queue& queue) {
     queue.waiting.pop_front();
     const std::size_t bytes = std::exchange(queue.done, 0);
     const bool in = (ended.endpoint & kDirectionIn) != 0;
-    m_Finished(ended, {answer.status, in ? queue.buffer.data() : nullptr, bytes});
+    m_Host.Finished(ended, {answer.status, in ? queue.buffer.data() : nullptr, bytes});
     return true;
 }
 
 PipeAnswer RemoteTransfers::Move(Queue& queue) {
     const RemoteTransfer& oldest = queue.waiting.front();
-    if ((oldest.endpoint & kDirectionIn) == 0)
+    try {
+        if ((oldest.endpoint & kDirectionIn) != 0) return MoveIn(queue);
         return m_Device.Out(oldest.endpoint, oldest.data.data(), oldest.data.size());
-    if (queue.buffer.size() < oldest.length) queue.buffer.resize(oldest.length);
-    return m_Device.In(oldest.endpoint, queue.buffer.data() + queue.done, oldest.length - queue.done);
+    } catch (const std::bad_alloc&) {
+        return {PipeStatus::NoMemory, 0};
+    }
+}
+
+// A piece that is full is the end of the transfer only when it is the last one: all but that hold whole packets.
+PipeAnswer RemoteTransfers::MoveIn(Queue& queue) {
+    const RemoteTransfer& oldest = queue.waiting.front();
+    PipeAnswer whole;
+    while (true) {
+        const std::size_t done = queue.done + whole.bytes;
+        const std::size_t end = std::min(queue.buffer.size(), oldest.length);
+        if (done == end && done < oldest.length) {
+            if (!Grow(queue, oldest.length)) return {PipeStatus::NoMemory, whole.bytes};
+            continue;
+        }
+        const PipeAnswer answer = m_Device.In(oldest.endpoint, queue.buffer.data() + done, end - done);
+        whole.status = answer.status;
+        whole.bytes += answer.bytes;
+        const bool full = answer.status == PipeStatus::Complete && done + answer.bytes == end;
+        if (!full || end == oldest.length) return whole;
+    }
+}
+
+// --- memory
+
+bool RemoteTransfers::Grow(Queue& queue, std::size_t most) {
+    const std::size_t pieces = (most + kPiece - 1) / kPiece;
+    const std::size_t wanted = std::min(pieces * kPiece, std::max(kPiece, 2 * queue.buffer.size()));
+    if (!HasRoomFor(wanted - queue.buffer.size())) return false;
+    queue.buffer.reserve(wanted);
+    queue.buffer.resize(wanted);
+    return true;
+}
+
+std::size_t RemoteTransfers::Held() const {
+    std::size_t held = 0;
+    for (const auto& [endpoint, queue] : m_Queues) {
+        held += queue.buffer.capacity();
+        for (const RemoteTransfer& waiting : queue.waiting)
+            held += waiting.data.capacity();
+    }
+    return held;
+}
+
+bool RemoteTransfers::HasRoomFor(std::size_t bytes) {
+    if (Held() + bytes <= m_Budget) return true;
+    for (auto& [endpoint, queue] : m_Queues)
+        if (queue.waiting.empty()) queue.buffer = {};
+    return Held() + bytes <= m_Budget;
 }
 
 PipeAnswer RemoteControl(Device& device, const usb::ControlSetup& setup, Bytes& data) {

@@ -11,6 +11,7 @@ namespace virtualcam::usbip {
 struct ServerSettings {
     std::string address = "127.0.0.1";
     std::uint16_t port = kDefaultPort; ///< 0: any
+    milliseconds patience = kPatience; ///< with clients, see TimeFor
 };
 
 /// Serves from construction to destruction; ends the sessions of the cameras then, which are closed. Thread-safe.
@@ -25,12 +26,13 @@ public:
 private:
     RemoteCameras& m_Cameras;
     const Notify m_Notify;
+    const milliseconds m_Patience;
     std::unique_ptr<Listener> m_Listener;
 
-    void Answer(int socket, int end);
+    void Answer(Connection& connection);
     std::vector<ExportedDevice> FreeCameras();
-    void Import(Channel& channel, int socket);
-    OperationStatus Take(const std::string& busId, RemoteCamera*& taken);
+    void Import(Channel& channel, Connection& connection);
+    OperationStatus Take(const std::string& busId, TakenCamera& taken);
 };
 
 /// What to tell the operator of a session's end.

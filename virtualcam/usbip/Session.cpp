@@ -1,6 +1,7 @@
 #include "virtualcam/usbip/Session.h"
 
 #include <cerrno>
+#include <new>
 #include <utility>
 
 namespace virtualcam::usbip {
@@ -16,6 +17,8 @@ std::int32_t ErrorOf(PipeStatus status) {
         return -EOVERFLOW;
     case PipeStatus::Error:
         return -EPROTO;
+    case PipeStatus::NoMemory:
+        return -ENOMEM;
     case PipeStatus::Gone:
         return -ESHUTDOWN;
     default:
@@ -35,33 +38,45 @@ usb::ControlSetup SetupOf(const std::array<std::uint8_t, 8>& bytes) {
 
 } // namespace
 
-Session::Session(RemoteCamera& camera, int socket)
-    : m_Camera(camera), m_Channel(socket, camera.EndFd()),
-      m_Transfers(camera.GetDevice(), [this](const RemoteTransfer& transfer, const RemoteOutcome& outcome) {
-          Finished(transfer, outcome);
-      }) {}
+Session::Session(RemoteCamera& camera, int socket, milliseconds patience)
+    : m_Camera(camera), m_Patience(patience), m_Channel(socket, camera.EndFd()),
+      m_Transfers(camera.GetDevice(), *this, kBudget) {}
 
 SessionEnd Session::Run() {
-    while (Serve()) {
+    try {
+        m_SpeakBy = Clock::Now() + m_Patience;
+        while (Serve()) {
+        }
+    } catch (const std::bad_alloc&) {
+        return SessionEnd::MemoryShort;
     }
     if (m_Violated) return SessionEnd::ProtocolViolated;
-    return m_CameraGone || m_Channel.HasEnded() ? SessionEnd::CameraGone : SessionEnd::ClientGone;
+    if (m_CameraGone || m_Channel.HasEnded()) return SessionEnd::CameraGone;
+    return m_Channel.HasTimedOut() ? SessionEnd::ClientSlow : SessionEnd::ClientGone;
 }
 
 // One step; false at the end.
 bool Session::Serve() {
+    m_Channel.SetDeadline(m_SpeakBy);
     switch (m_Channel.Wait(m_Camera.WakeFd())) {
     case Channel::Event::Ended:
         return false;
     case Channel::Event::Woken:
-        for (const std::uint8_t endpoint : m_Camera.TakeReady())
-            m_Transfers.Serve(endpoint);
+        ServeReady();
         break;
     case Channel::Event::Readable:
+        m_SpeakBy.reset(); // from now on it may have no use for its camera for as long as it likes
+        Expect(kHeaderSize);
         if (!ReadCommand()) return false;
         break;
     }
     return !m_ClientGone && !m_CameraGone;
+}
+
+void Session::ServeReady() {
+    const EndpointSet ready = m_Camera.TakeReady();
+    for (std::size_t endpoint = 0; endpoint < ready.size(); ++endpoint)
+        if (ready.test(endpoint)) m_Transfers.Serve(static_cast<std::uint8_t>(endpoint));
 }
 
 bool Session::Violation() {
@@ -80,13 +95,12 @@ bool Session::ReadCommand() {
 bool Session::Submit(const Command& command) {
     const bool isochronous = command.packets != 0 && command.packets != kNoPackets;
     if (isochronous || command.endpoint > 15 || command.length > kMaximumTransfer) return Violation();
-    Bytes data;
-    if (!command.in) {
-        data.resize(command.length);
-        if (!m_Channel.Receive(data.data(), data.size())) return false;
-    }
-    if (command.endpoint == 0) return SubmitControl(command, std::move(data));
     if (m_Transfers.Count() >= kMaximumQueued) return Violation();
+    if (!command.in && !m_Transfers.HasRoomFor(command.length)) return Refuse(command);
+    Bytes data;
+    if (!command.in && !ReceiveData(command, data)) return false;
+    if (!command.in && data.size() != command.length) return Reply(command.number, PipeStatus::NoMemory, nullptr, 0);
+    if (command.endpoint == 0) return SubmitControl(command, std::move(data));
     RemoteTransfer transfer;
     transfer.number = command.number;
     transfer.endpoint = static_cast<std::uint8_t>(command.endpoint | (command.in ? 0x80 : 0));
@@ -94,6 +108,24 @@ bool Session::Submit(const Command& command) {
     transfer.data = std::move(data);
     m_Transfers.Submit(std::move(transfer));
     return true;
+}
+
+// A transfer for which there is no room is read all the same: the next command comes behind it.
+bool Session::Refuse(const Command& command) {
+    Expect(command.length);
+    return m_Channel.Skip(command.length) && Reply(command.number, PipeStatus::NoMemory, nullptr, 0);
+}
+
+// False when the client has gone; without memory fewer bytes are there than were sent.
+bool Session::ReceiveData(const Command& command, Bytes& data) {
+    Expect(command.length);
+    try {
+        return m_Channel.Receive(data, command.length);
+    } catch (const std::bad_alloc&) {
+        const std::size_t left = command.length - data.size();
+        data = {};
+        return m_Channel.Skip(left);
+    }
 }
 
 bool Session::SubmitControl(const Command& command, Bytes data) {
@@ -107,11 +139,11 @@ bool Session::SubmitControl(const Command& command, Bytes data) {
 bool Session::Unlink(const Command& command) {
     const std::int32_t status = m_Transfers.Cancel(command.victim).has_value() ? -ECONNRESET : 0;
     const Header header = UnlinkReply(command.number, status);
+    Expect(header.size());
     return m_Channel.Send(header.data(), header.size());
 }
 
 void Session::Finished(const RemoteTransfer& transfer, const RemoteOutcome& outcome) {
-    if (m_ClientGone || m_CameraGone) return;
     if (!Reply(static_cast<std::uint32_t>(transfer.number), outcome.status, outcome.data, outcome.bytes))
         m_ClientGone = true;
 }
@@ -122,8 +154,11 @@ bool Session::Reply(std::uint32_t number, PipeStatus status, const std::uint8_t*
         m_CameraGone = true;
         return false;
     }
-    const Header header = SubmitReply(number, ErrorOf(status), static_cast<std::uint32_t>(moved));
-    return m_Channel.Send(header.data(), header.size(), data, data ? moved : 0);
+    const bool refused = status == PipeStatus::NoMemory; // whatever had come for it is not complete
+    const std::size_t bytes = refused ? 0 : moved;
+    const Header header = SubmitReply(number, ErrorOf(status), static_cast<std::uint32_t>(bytes));
+    Expect(header.size() + bytes);
+    return m_Channel.Send(header.data(), header.size(), data, data ? bytes : 0);
 }
 
 } // namespace virtualcam::usbip

@@ -4,8 +4,10 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -52,11 +54,23 @@ int FindFreePort(const std::string& status, std::uint32_t speed) {
 Vhci::Vhci(RemoteCameras& cameras, Notify notify, std::string folder)
     : m_Cameras(cameras), m_Notify(std::move(notify)), m_Folder(std::move(folder)) {
     CheckAccess();
-    for (const auto& camera : m_Cameras)
-        m_Threads.emplace_back([this, served = camera.get()] { Serve(*served); });
+    try {
+        for (const auto& camera : m_Cameras)
+            m_Threads.emplace_back([this, served = camera.get()] { Serve(*served); });
+    } catch (const std::system_error&) {
+        End();
+        throw std::runtime_error("no thread is left for a camera");
+    } catch (...) {
+        End();
+        throw;
+    }
 }
 
 Vhci::~Vhci() {
+    End();
+}
+
+void Vhci::End() {
     for (const auto& camera : m_Cameras)
         camera->Close();
     for (std::thread& thread : m_Threads)
@@ -73,16 +87,22 @@ void Vhci::CheckAccess() const {
 void Vhci::Serve(RemoteCamera& camera) {
     std::uint64_t stay = 0;
     while (camera.AwaitStay(stay)) {
-        if (!camera.Take()) continue;
         try {
-            SocketPair sockets;
-            Attach(camera, sockets.theirs.Get());
-            sockets.theirs.Close(); // the kernel has its own share of it
-            m_Notify(EndText(camera, Session(camera, sockets.ours.Get()).Run()));
-        } catch (const std::exception& trouble) {
-            m_Notify("camera " + BusIdOf(camera) + " cannot be attached: " + trouble.what());
+            if (camera.Take()) Lend(TakenCamera(&camera));
+        } catch (const std::bad_alloc&) {
+            continue; // too little even to tell of it
         }
-        camera.GiveBack();
+    }
+}
+
+void Vhci::Lend(TakenCamera camera) {
+    try {
+        SocketPair sockets;
+        Attach(*camera, sockets.theirs.Get());
+        sockets.theirs.Close(); // the kernel has its own share of it
+        m_Notify(EndText(*camera, Session(*camera, sockets.ours.Get()).Run()));
+    } catch (const std::exception& trouble) {
+        m_Notify("camera " + BusIdOf(*camera) + " cannot be attached: " + trouble.what());
     }
 }
 

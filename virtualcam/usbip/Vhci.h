@@ -32,7 +32,9 @@ private:
     std::vector<std::thread> m_Threads;
 
     void CheckAccess() const;
+    void End();
     void Serve(RemoteCamera& camera);
+    void Lend(TakenCamera camera);
     void Attach(const RemoteCamera& camera, int socket);
 };
 

@@ -9,10 +9,11 @@
 
 namespace virtualcam::usbredir {
 
-Server::Server(RemoteCameras& cameras, const std::string& path, Notify notify)
-    : m_Cameras(cameras), m_Path(path), m_Notify(std::move(notify)), m_Reserved(cameras.size(), false) {
-    m_Listener =
-        std::make_unique<Listener>(Listener::OpenUnix(path), [this](int socket, int end) { Answer(socket, end); });
+Server::Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds patience)
+    : m_Cameras(cameras), m_Path(path), m_Notify(std::move(notify)), m_Patience(patience),
+      m_Reserved(cameras.size(), false) {
+    m_Listener = std::make_unique<Listener>(
+        Listener::OpenUnix(path), [this](Connection& connection) { Answer(connection); }, m_Notify);
 }
 
 Server::~Server() {
@@ -33,16 +34,22 @@ void Server::Free(const RemoteCamera& camera) {
     m_Reserved[camera.Index()] = false;
 }
 
-void Server::Answer(int socket, int end) {
+void Server::Answer(Connection& connection) {
+    Channel channel(connection.Socket(), connection.End());
+    channel.SetDeadline(Clock::Now() + m_Patience);
+    Bytes greeting = ReceiveGreeting(channel);
+    if (greeting.empty()) return;
     RemoteCamera* const camera = Reserve();
     if (!camera) {
         m_Notify("a connection was refused, since all cameras are in use");
         return;
     }
     try {
-        Session(*camera, socket, end, m_Notify).Run();
-    } catch (const std::exception& trouble) {
-        m_Notify(trouble.what());
+        connection.Keep();
+        Session(*camera, connection.Socket(), connection.End(), m_Notify, std::move(greeting), m_Patience).Run();
+    } catch (...) {
+        Free(*camera);
+        throw;
     }
     Free(*camera);
 }

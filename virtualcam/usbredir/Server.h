@@ -9,19 +9,21 @@ namespace virtualcam::usbredir {
 /// Serves from construction to destruction. Thread-safe.
 class Server {
 public:
-    /// Throws std::runtime_error when it cannot listen. The cameras are borrowed.
-    Server(RemoteCameras& cameras, const std::string& path, Notify notify);
+    /// Throws std::runtime_error when it cannot listen. The cameras are borrowed. `patience` is with peers, see
+    /// TimeFor.
+    Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds patience = kPatience);
     ~Server();
 
 private:
     RemoteCameras& m_Cameras;
     const std::string m_Path;
     const Notify m_Notify;
+    const milliseconds m_Patience;
     std::mutex m_Lock;
     std::vector<bool> m_Reserved; // guarded by m_Lock
     std::unique_ptr<Listener> m_Listener;
 
-    void Answer(int socket, int end);
+    void Answer(Connection& connection);
     RemoteCamera* Reserve();
     void Free(const RemoteCamera& camera);
 };

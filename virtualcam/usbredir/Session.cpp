@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <stdexcept>
+#include <new>
+#include <utility>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 namespace virtualcam::usbredir {
 namespace {
@@ -34,14 +32,10 @@ std::uint8_t SpeedOf(usb::Speed speed) {
 
 } // namespace
 
-Session::Session(RemoteCamera& camera, int socket, int end, const Notify& notify)
-    : m_Camera(camera), m_Socket(socket), m_End(end), m_Notify(notify),
-      m_Transfers(camera.GetDevice(), [this](const RemoteTransfer& transfer, const RemoteOutcome& outcome) {
-          Finished(transfer, outcome);
-      }) {
-    fcntl(m_Socket, F_SETFL, fcntl(m_Socket, F_GETFL) | O_NONBLOCK);
-    m_Parser.reset(usbredirparser_create());
-    if (!m_Parser) throw std::runtime_error("no memory is left for a connection");
+Session::Session(RemoteCamera& camera, int socket, int end, const Notify& notify, Bytes greeting, milliseconds patience)
+    : m_Camera(camera), m_End(end), m_Notify(notify), m_Wire(socket, std::move(greeting), patience),
+      m_Transfers(camera.GetDevice(), *this, kBudget), m_Parser(usbredirparser_create()) {
+    if (!m_Parser) throw std::bad_alloc();
     SetCallbacks();
     std::uint32_t capabilities[USB_REDIR_CAPS_SIZE] = {};
     for (const int capability :
@@ -57,29 +51,56 @@ Session::~Session() {
 }
 
 void Session::Run() {
-    while (Serve()) {
-    }
+    bool goesOn = ServeSocket(POLLIN); // the greeting is here already
+    while (goesOn)
+        goesOn = Serve();
+    if (m_Broken) m_Notify("a connection was closed, since memory is short");
 }
 
 // One round; false at the end of the connection. Only a connected camera's end concerns us: one that is unplugged is
 // waited for.
 bool Session::Serve() {
-    usbredirparser* const parser = m_Parser.get();
-    const short events = static_cast<short>(POLLIN | (usbredirparser_has_data_to_write(parser) != 0 ? POLLOUT : 0));
-    pollfd polled[4] = {{m_Socket, events, 0},
+    if (IsCongested()) m_Wire.Pause();
+    m_Wire.SetUnread(Unread() != 0);
+    const std::optional<TimePoint> deadline = m_Wire.Deadline();
+    const int events = (IsCongested() ? 0 : POLLIN) | (Unread() != 0 ? POLLOUT : 0);
+    pollfd polled[4] = {{m_Wire.Socket(), static_cast<short>(events), 0},
                         {m_End, POLLIN, 0},
                         {m_Camera.WakeFd(), POLLIN, 0},
                         {m_Connected ? m_Camera.EndFd() : -1, POLLIN, 0}};
-    if (poll(polled, 4, -1) < 0) return errno == EINTR;
-    if (polled[1].revents != 0) return false;
+    if (poll(polled, 4, PollTime(deadline)) < 0) return errno == EINTR;
+    if (polled[1].revents != 0 || (deadline && Clock::Now() >= *deadline)) return false;
     if (polled[3].revents != 0) Disconnect();
-    if (polled[2].revents != 0) {
-        for (const std::uint8_t endpoint : m_Camera.TakeReady())
-            if (m_Connected) m_Transfers.Serve(endpoint);
-    }
-    if ((polled[0].revents & ~POLLOUT) != 0 && usbredirparser_do_read(parser) != 0) return false;
+    if (polled[2].revents != 0) ServeCamera();
+    return ServeSocket(polled[0].revents);
+}
+
+bool Session::ServeSocket(short events) {
+    const bool readable = (events & ~POLLOUT) != 0;
+    if (readable && usbredirparser_do_read(m_Parser.get()) != 0) return false;
     if (m_HasPeer && !m_Connected) Connect();
-    return usbredirparser_has_data_to_write(parser) == 0 || usbredirparser_do_write(parser) == 0;
+    if (!Flush()) return false;
+    if (m_Held && !IsCongested()) {
+        m_Held = false;
+        m_Transfers.ServeAll();
+    }
+    return !m_Broken;
+}
+
+void Session::ServeCamera() {
+    const EndpointSet ready = m_Camera.TakeReady();
+    for (std::size_t endpoint = 0; m_Connected && endpoint < ready.size(); ++endpoint)
+        if (ready.test(endpoint)) m_Transfers.Serve(static_cast<std::uint8_t>(endpoint));
+}
+
+bool Session::Flush() {
+    return Unread() == 0 || usbredirparser_do_write(m_Parser.get()) == 0;
+}
+
+// Whoever does not read what there is gets nothing more.
+bool Session::HasRoom() {
+    m_Held = m_Held || IsCongested();
+    return !IsCongested() && !m_Broken;
 }
 
 // --- the camera's coming and going
@@ -164,8 +185,10 @@ void Session::Control(std::uint64_t id, usb_redir_control_packet_header header, 
     if (m_Connected) answer = RemoteControl(m_Camera.GetDevice(), setup, bytes);
     header.status = StatusOf(answer.status);
     header.length = static_cast<std::uint16_t>(answer.bytes);
+    const std::uint64_t before = Unread();
     usbredirparser_send_control_packet(m_Parser.get(), id, &header, bytes.empty() ? nullptr : bytes.data(),
                                        static_cast<int>(bytes.size()));
+    m_Broken = m_Broken || Unread() == before; // it says nothing when it has no memory
 }
 
 void Session::Bulk(std::uint64_t id, const usb_redir_bulk_packet_header& header, const std::uint8_t* data, int length) {
@@ -173,13 +196,17 @@ void Session::Bulk(std::uint64_t id, const usb_redir_bulk_packet_header& header,
     transfer.number = id;
     transfer.endpoint = header.endpoint;
     transfer.length = header.length | static_cast<std::size_t>(header.length_high) << 16;
-    if ((header.endpoint & kDirectionIn) == 0) transfer.data.assign(data, data + length);
-    if (transfer.length > kMaximumTransfer || m_Transfers.Count() >= kMaximumQueued)
+    const std::size_t out = (header.endpoint & kDirectionIn) == 0 ? static_cast<std::size_t>(length) : 0;
+    if (transfer.length > kMaximumTransfer || m_Transfers.Count() >= kMaximumQueued) {
         SendBulk(transfer, usb_redir_inval, nullptr, 0);
-    else if (!m_Connected)
+        return;
+    }
+    if (!m_Connected || !m_Transfers.HasRoomFor(out)) {
         SendBulk(transfer, usb_redir_ioerror, nullptr, 0);
-    else
-        m_Transfers.Submit(std::move(transfer));
+        return;
+    }
+    transfer.data.assign(data, data + out);
+    m_Transfers.Submit(std::move(transfer));
 }
 
 void Session::Cancel(std::uint64_t id) {
@@ -228,92 +255,11 @@ void Session::SendBulk(const RemoteTransfer& transfer, std::uint8_t status, cons
     header.length = static_cast<std::uint16_t>(bytes);
     header.length_high = static_cast<std::uint16_t>(bytes >> 16);
     const bool hasData = data != nullptr && bytes != 0;
+    const std::uint64_t before = Unread();
     usbredirparser_send_bulk_packet(m_Parser.get(), transfer.number, &header,
                                     hasData ? const_cast<std::uint8_t*>(data) : nullptr,
                                     hasData ? static_cast<int>(bytes) : 0);
-}
-
-// --- the parser's callbacks
-
-void Session::SetCallbacks() {
-    usbredirparser& parser = *m_Parser;
-    parser.priv = this;
-    parser.log_func = [](void*, int, const char*) {};
-    parser.read_func = [](void* self, std::uint8_t* to, int count) {
-        const ssize_t got = recv(static_cast<Session*>(self)->m_Socket, to, static_cast<std::size_t>(count), 0);
-        if (got > 0) return static_cast<int>(got);
-        return got < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
-    };
-    parser.write_func = [](void* self, std::uint8_t* from, int count) {
-        const int socket = static_cast<Session*>(self)->m_Socket;
-        const ssize_t sent = send(socket, from, static_cast<std::size_t>(count), MSG_NOSIGNAL);
-        if (sent >= 0) return static_cast<int>(sent);
-        return errno == EAGAIN || errno == EINTR ? 0 : -1;
-    };
-    parser.hello_func = [](void* self, usb_redir_hello_header*) { static_cast<Session*>(self)->Hello(); };
-    parser.reset_func = [](void* self) { static_cast<Session*>(self)->Reset(); };
-    parser.control_packet_func = [](void* self, std::uint64_t id, usb_redir_control_packet_header* header,
-                                    std::uint8_t* data, int length) {
-        Session& session = *static_cast<Session*>(self);
-        session.Control(id, *header, data, length);
-        usbredirparser_free_packet_data(session.m_Parser.get(), data);
-    };
-    parser.bulk_packet_func = [](void* self, std::uint64_t id, usb_redir_bulk_packet_header* header, std::uint8_t* data,
-                                 int length) {
-        Session& session = *static_cast<Session*>(self);
-        session.Bulk(id, *header, data, length);
-        usbredirparser_free_packet_data(session.m_Parser.get(), data);
-    };
-    parser.cancel_data_packet_func = [](void* self, std::uint64_t id) { static_cast<Session*>(self)->Cancel(id); };
-    parser.set_configuration_func = [](void* self, std::uint64_t id, usb_redir_set_configuration_header* header) {
-        static_cast<Session*>(self)->SetConfiguration(id, header->configuration);
-    };
-    parser.get_configuration_func = [](void* self, std::uint64_t id) {
-        static_cast<Session*>(self)->GetConfiguration(id);
-    };
-    parser.set_alt_setting_func = [](void* self, std::uint64_t id, usb_redir_set_alt_setting_header* header) {
-        static_cast<Session*>(self)->Alternate(id, header->interface, header->alt);
-    };
-    parser.get_alt_setting_func = [](void* self, std::uint64_t id, usb_redir_get_alt_setting_header* header) {
-        static_cast<Session*>(self)->Alternate(id, header->interface, 0);
-    };
-    Refuse();
-}
-
-// The camera has bulk endpoints only. Each of these has to be there: the parser calls what it finds.
-void Session::Refuse() {
-    usbredirparser& parser = *m_Parser;
-    static const auto getParser = [](void* self) { return static_cast<Session*>(self)->m_Parser.get(); };
-    parser.start_iso_stream_func = [](void* self, std::uint64_t id, usb_redir_start_iso_stream_header* header) {
-        usb_redir_iso_stream_status_header status{usb_redir_stall, header->endpoint};
-        usbredirparser_send_iso_stream_status(getParser(self), id, &status);
-    };
-    parser.stop_iso_stream_func = [](void* self, std::uint64_t id, usb_redir_stop_iso_stream_header* header) {
-        usb_redir_iso_stream_status_header status{usb_redir_stall, header->endpoint};
-        usbredirparser_send_iso_stream_status(getParser(self), id, &status);
-    };
-    parser.start_interrupt_receiving_func = [](void* self, std::uint64_t id,
-                                               usb_redir_start_interrupt_receiving_header* header) {
-        usb_redir_interrupt_receiving_status_header status{usb_redir_stall, header->endpoint};
-        usbredirparser_send_interrupt_receiving_status(getParser(self), id, &status);
-    };
-    parser.stop_interrupt_receiving_func = [](void* self, std::uint64_t id,
-                                              usb_redir_stop_interrupt_receiving_header* header) {
-        usb_redir_interrupt_receiving_status_header status{usb_redir_stall, header->endpoint};
-        usbredirparser_send_interrupt_receiving_status(getParser(self), id, &status);
-    };
-    parser.alloc_bulk_streams_func = [](void*, std::uint64_t, usb_redir_alloc_bulk_streams_header*) {};
-    parser.free_bulk_streams_func = [](void*, std::uint64_t, usb_redir_free_bulk_streams_header*) {};
-    parser.start_bulk_receiving_func = [](void*, std::uint64_t, usb_redir_start_bulk_receiving_header*) {};
-    parser.stop_bulk_receiving_func = [](void*, std::uint64_t, usb_redir_stop_bulk_receiving_header*) {};
-    const auto drop = [](void* self, std::uint64_t, auto*, std::uint8_t* data, int) {
-        usbredirparser_free_packet_data(getParser(self), data);
-    };
-    parser.iso_packet_func = drop;
-    parser.interrupt_packet_func = drop;
-    parser.device_disconnect_ack_func = [](void*) {};
-    parser.filter_reject_func = [](void*) {};
-    parser.filter_filter_func = [](void*, usbredirfilter_rule* rules, int) { free(rules); };
+    m_Broken = m_Broken || Unread() == before;
 }
 
 } // namespace virtualcam::usbredir

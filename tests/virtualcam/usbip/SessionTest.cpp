@@ -284,6 +284,22 @@ TEST_F(UsbipSession, EndsWhenTooManyTransfersAreQueued) {
     EXPECT_EQ(End(), SessionEnd::ProtocolViolated);
 }
 
+TEST_F(UsbipSession, RefusesWhatIsBeyondItsBudgetAndGoesOn) {
+    const Bytes command = Hex("55335643 0040 0008 0C00 0000 0000000000000000 0000 0400");
+    std::uint32_t number = 0;
+    do // until acknowledges that nobody fetches leave no room for more
+        client->Submit(++number, /*in=*/false, 1, 24, command);
+    while (!client->IsSilent() && client->Next(/*in=*/false).status == 0);
+    const Bytes large(40u << 20);
+    client->Submit(1001, /*in=*/false, 1, static_cast<std::uint32_t>(large.size()), large);
+    EXPECT_TRUE(client->IsSilent());
+    client->Submit(1002, /*in=*/false, 1, static_cast<std::uint32_t>(large.size()), large);
+    const Reply refused = client->Next(/*in=*/false);
+    EXPECT_EQ(refused.number, 1002u);
+    EXPECT_EQ(refused.status, -ENOMEM);
+    EXPECT_EQ(ToHex(client->Ask("80 08 00 00 00 00 01 00", 1).data), "01");
+}
+
 // Every truncation of a conversation, each with a session of its own.
 TEST(UsbipTruncation, EndsTheSessionWhereverTheClientStops) {
     const Bytes whole = Hex("00000001 00000001 00010002 00000000 00000001 00000000 00000018 00000000 00000000 00000000"

@@ -47,6 +47,13 @@ public:
         while (usbredirparser_has_data_to_write(Parser()) != 0 && usbredirparser_do_write(Parser()) == 0) {
         }
     }
+    /// The same without waiting for the other side; false when it takes no more.
+    bool FlushNow() {
+        m_Waits = false;
+        const bool done = usbredirparser_do_write(Parser()) == 0 && usbredirparser_has_data_to_write(Parser()) == 0;
+        m_Waits = true;
+        return done;
+    }
     /// The next packet.
     Packet Next(int patienceMs = 5000) {
         Flush();
@@ -65,7 +72,7 @@ public:
             packet = Next();
         return packet;
     }
-    bool IsSilent() { return Next(20).kind.empty(); }
+    bool IsSilent(int patienceMs = 20) { return Next(patienceMs).kind.empty(); }
     bool IsClosed() {
         while (!Next(2000).kind.empty()) {
         }
@@ -128,6 +135,7 @@ private:
     std::unique_ptr<usbredirparser, Destroy> m_Parser;
     std::deque<Packet> m_Packets;
     std::uint16_t m_Request = 0;
+    bool m_Waits = true;
 
     static Peer& Of(void* self) { return *static_cast<Peer*>(self); }
     static int Read(void* self, std::uint8_t* to, int count) {
@@ -135,8 +143,9 @@ private:
         return got > 0 ? static_cast<int>(got) : got < 0 && errno == EAGAIN ? 0 : -1;
     }
     static int Write(void* self, std::uint8_t* from, int count) {
-        const ssize_t sent = send(Of(self).m_Socket.Get(), from, static_cast<std::size_t>(count), MSG_NOSIGNAL);
-        return sent >= 0 ? static_cast<int>(sent) : -1;
+        const int flags = MSG_NOSIGNAL | (Of(self).m_Waits ? 0 : MSG_DONTWAIT);
+        const ssize_t sent = send(Of(self).m_Socket.Get(), from, static_cast<std::size_t>(count), flags);
+        return sent >= 0 ? static_cast<int>(sent) : errno == EAGAIN ? 0 : -1;
     }
     void Add(const char* kind, std::uint64_t id, int status, const void* data = nullptr, std::size_t size = 0) {
         const std::uint8_t* const bytes = static_cast<const std::uint8_t*>(data);

@@ -1,67 +1,13 @@
 // A camera as the peer of a usbredir connection sees it.
 
-#include "virtualcam/usbredir/Peer.h"
-
-#include <gtest/gtest.h>
+#include "virtualcam/usbredir/SessionFixture.h"
 
 #include <map>
-#include <optional>
-#include <thread>
-
-#include <sys/eventfd.h>
-#include <sys/un.h>
-
-#include "virtualcam/usbredir/Server.h"
-#include "virtualcam/usbredir/Session.h"
 
 namespace virtualcam::usbredir {
 namespace {
 
 using namespace test;
-using virtualcam::test::Hex;
-using virtualcam::test::ToHex;
-
-CameraSettings Fast() {
-    CameraSettings settings = NumberedCamera(0);
-    settings.sensorWidth = 640;
-    settings.sensorHeight = 480;
-    settings.frameRateEnable = false;
-    return settings;
-}
-
-const Notify kSilent = [](const std::string&) {};
-
-// A camera, its session in a thread, and a peer.
-class UsbredirSession : public testing::Test {
-protected:
-    explicit UsbredirSession(const CameraSettings& settings = Fast()) : camera(settings, 0) {
-        peer.emplace(std::move(m_Sockets.ours));
-        m_Thread = std::thread([this] {
-            Session(camera, m_Sockets.theirs.Get(), m_End.Get(), kSilent).Run();
-            m_Sockets.theirs.Close();
-        });
-    }
-    ~UsbredirSession() override {
-        eventfd_write(m_End.Get(), 1);
-        m_Thread.join();
-    }
-    void Connect() { EXPECT_EQ(peer->Next("connect").kind, "connect"); }
-    void StartStream(std::uint32_t payload) {
-        const std::uint32_t sizes[] = {1024, payload, 1, 0, 0, 1024};
-        for (std::size_t i = 0; i < 6; ++i)
-            EXPECT_EQ(peer->Write32(0x20018 + 4 * i, sizes[i]), 0);
-        EXPECT_EQ(peer->Write32(0x20004, 1), 0);
-        EXPECT_EQ(peer->Write32(0x102004, 1), 0);
-    }
-
-    RemoteCamera camera;
-    std::optional<Peer> peer;
-
-private:
-    SocketPair m_Sockets;
-    Descriptor m_End{eventfd(0, EFD_CLOEXEC)};
-    std::thread m_Thread;
-};
 
 TEST_F(UsbredirSession, TellsInterfacesAndEndpointsBeforeItConnects) {
     const Packet interfaces = peer->Next();
@@ -293,25 +239,6 @@ TEST(UsbredirTruncation, EndsTheSessionWhereverThePeerStops) {
         Session(camera, sockets.theirs.Get(), end.Get(), kSilent).Run();
         EXPECT_TRUE(camera.IsFree()) << length;
     }
-}
-
-TEST(UsbredirServer, GivesEachConnectionACameraOfItsOwnAndRefusesFurtherOnes) {
-    const std::string path = testing::TempDir() + "tavix-usbredir-" + std::to_string(getpid());
-    RemoteCameras cameras = MakeRemoteCameras({{NumberedCamera(0), NumberedCamera(1)}, 0});
-    const Server server(cameras, path, kSilent);
-    const auto connectTo = [&path] {
-        sockaddr_un name{};
-        name.sun_family = AF_UNIX;
-        path.copy(name.sun_path, sizeof name.sun_path - 1);
-        Descriptor made(socket(AF_UNIX, SOCK_STREAM, 0));
-        EXPECT_EQ(connect(made.Get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
-        return made;
-    };
-    Peer first(connectTo()), second(connectTo());
-    EXPECT_EQ(first.Next("connect").kind, "connect");
-    EXPECT_EQ(second.Next("connect").kind, "connect");
-    Peer third(connectTo());
-    EXPECT_TRUE(third.IsClosed());
 }
 
 } // namespace
