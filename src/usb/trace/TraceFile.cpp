@@ -2,10 +2,17 @@
 #include "usb/trace/TraceFile.h"
 
 #include "core/Log.h"
+#include "core/Printable.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace usb {
 namespace {
@@ -26,16 +33,50 @@ std::uint64_t Now() {
     return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
-void Complain(const char* what) {
-    Tavix::LogTrace(Tavix::LogGetCatID("Tavix.USB"), Tavix::kLogWarning, "%s", what);
+/// Nobody sets these variables by chance, and the log is silent unless it is set up: so it is said twice.
+void Complain(const std::string& what) {
+    const std::string line = Tavix::Printable(what);
+    Tavix::LogTrace(Tavix::LogGetCatID(TraceFile::kLogCategory), Tavix::kLogWarning, "%s", line.c_str());
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+std::string ErrorText() {
+    return std::generic_category().message(errno);
+}
+
+/// A plain file: a pipe would keep the bus waiting for its reader.
+std::FILE* OpenPlainFile(const std::string& path) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (file < 0) return nullptr;
+    struct stat status {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(file, 0) == 0) {
+        if (std::FILE* stream = fdopen(file, "wb")) return stream;
+    } else {
+        errno = EINVAL;
+    }
+    const int error = errno;
+    close(file);
+    errno = error;
+    return nullptr;
+}
+
+std::size_t PayloadBytes() {
+    const char* wanted = secure_getenv(kPayloadSwitch);
+    if (wanted == nullptr || *wanted == '\0') return kPayloadBytes;
+    const std::string text = wanted;
+    const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos && text.size() < 19;
+    if (isNumber) return std::strtoull(wanted, nullptr, 10);
+    Complain(std::string(kPayloadSwitch) + ": '" + text + "' is no number of bytes; " + std::to_string(kPayloadBytes) +
+             " of each transfer are kept");
+    return kPayloadBytes;
 }
 
 std::shared_ptr<TraceFile> ReadEnvironment() {
-    const char* path = std::getenv(kFileSwitch);
+    const char* path = secure_getenv(kFileSwitch);
     if (path == nullptr || *path == '\0') return nullptr;
-    const char* bytes = std::getenv(kPayloadSwitch);
-    auto trace = TraceFile::Create(path, bytes == nullptr ? kPayloadBytes : std::strtoull(bytes, nullptr, 10));
-    if (trace == nullptr) Complain("The wire trace cannot be written to the file that TAVIX_TRACE names.");
+    auto trace = TraceFile::Create(path, PayloadBytes());
+    if (trace == nullptr)
+        Complain(std::string(kFileSwitch) + ": no trace can be written to " + path + ": " + ErrorText());
     return trace;
 }
 
@@ -47,9 +88,9 @@ std::shared_ptr<TraceFile> TraceFile::OfEnvironment() {
 }
 
 std::shared_ptr<TraceFile> TraceFile::Create(const std::string& path, std::size_t payloadBytes) {
-    std::FILE* file = std::fopen(path.c_str(), "wbe");
+    std::FILE* file = OpenPlainFile(path);
     if (file == nullptr) return nullptr;
-    std::shared_ptr<TraceFile> trace(new TraceFile(file, payloadBytes));
+    std::shared_ptr<TraceFile> trace(new TraceFile(file, path, payloadBytes));
     const std::lock_guard<std::mutex> lock(trace->m_Lock);
     trace->Write(SectionHeaderBlock());
     trace->Write(InterfaceBlock());
@@ -57,7 +98,8 @@ std::shared_ptr<TraceFile> TraceFile::Create(const std::string& path, std::size_
 }
 
 TraceFile::~TraceFile() {
-    if (m_File != nullptr) std::fclose(m_File);
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_File != nullptr && std::fclose(std::exchange(m_File, nullptr)) != 0) Fail();
 }
 
 void TraceFile::Append(CaptureRecord record) {
@@ -70,14 +112,21 @@ void TraceFile::Append(CaptureRecord record) {
     const auto time = std::chrono::steady_clock::now();
     if (m_File == nullptr || time - m_Flushed < std::chrono::seconds(1)) return;
     m_Flushed = time;
-    std::fflush(m_File);
+    FlushLocked();
 }
 
 void TraceFile::Write(const std::vector<std::uint8_t>& block) {
     if (m_File == nullptr || std::fwrite(block.data(), 1, block.size(), m_File) == block.size()) return;
-    Complain("The wire trace ends here: its file cannot be written any more.");
-    std::fclose(m_File);
-    m_File = nullptr;
+    Fail();
+}
+
+void TraceFile::FlushLocked() {
+    if (m_File != nullptr && std::fflush(m_File) != 0) Fail();
+}
+
+void TraceFile::Fail() {
+    Complain(std::string(kFileSwitch) + ": the trace in " + m_Path + " is not whole: " + ErrorText());
+    if (m_File != nullptr) std::fclose(std::exchange(m_File, nullptr));
 }
 
 bool TraceFile::IsNew(const std::string& device) {
@@ -87,7 +136,7 @@ bool TraceFile::IsNew(const std::string& device) {
 
 void TraceFile::Flush() {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_File != nullptr) std::fflush(m_File);
+    FlushLocked();
 }
 
 } // namespace usb

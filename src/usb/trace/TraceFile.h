@@ -16,15 +16,18 @@
 namespace usb {
 
 /// A pcapng file. Commands, acknowledges, leaders, trailers and events are kept whole, of other bulk transfers (the
-/// payload) the first bytes. When it cannot be written any more it says so once, in the log, and takes nothing. It is
-/// brought to the disk once a second and by Flush. Thread-safe.
+/// payload) the first bytes. When it cannot be written any more it says so once, in the log and on standard error, and
+/// takes nothing. It is brought to the disk once a second and by Flush. Thread-safe.
 class TraceFile {
 public:
+    /// Every line of it is that a trace is not what was asked for.
+    static constexpr const char* kLogCategory = "Tavix.USB.Trace";
+
     /// The trace that the environment asks for: TAVIX_TRACE names the file, TAVIX_TRACE_PAYLOAD the bytes that are kept
     /// of each payload transfer (64). One for the whole life of the process; null when none is asked for, or when the
-    /// file cannot be made, which the log tells.
+    /// file cannot be made, which is told as above.
     static std::shared_ptr<TraceFile> OfEnvironment();
-    /// Null when the file cannot be made.
+    /// Null when the file cannot be made or is no plain one; errno tells why.
     static std::shared_ptr<TraceFile> Create(const std::string& path, std::size_t payloadBytes);
     ~TraceFile();
     TraceFile(const TraceFile&) = delete;
@@ -39,9 +42,14 @@ public:
     void Flush();
 
 private:
-    TraceFile(std::FILE* file, std::size_t payloadBytes) : m_PayloadBytes(payloadBytes), m_File(file) {}
+    TraceFile(std::FILE* file, std::string path, std::size_t payloadBytes)
+        : m_Path(std::move(path)), m_PayloadBytes(payloadBytes), m_File(file) {}
+    // With m_Lock.
     void Write(const std::vector<std::uint8_t>& block);
+    void FlushLocked();
+    void Fail();
 
+    const std::string m_Path;
     const std::size_t m_PayloadBytes;
     std::atomic<std::uint64_t> m_LastId{0};
 

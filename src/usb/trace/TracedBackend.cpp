@@ -48,6 +48,7 @@ Result TracedBackend::Enumerate(std::vector<DeviceEntry>& devices) {
     const Result result = m_Backend->Enumerate(devices);
     for (std::size_t i = before; i < devices.size(); ++i)
         Describe(devices[i]);
+    m_Trace->Flush(); // a short program may ask for nothing else
     return result;
 }
 
