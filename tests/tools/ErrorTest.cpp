@@ -102,7 +102,10 @@ INSTANTIATE_TEST_SUITE_P(
             "BadSettingForGrab", 1, {"--virtual", "1", "grab", "-n", "1", "-s", "Width=7"}, "cannot set Width to '7'"},
         Mistake{"LoadUnreadable", 1, {"load", "/proc/self/mem"}, "cannot read /proc/self/mem; name a file that"},
         Mistake{"LoadFolder", 1, {"load", "/"}, "cannot read /; name a file that"},
-        Mistake{"LoadEmpty", 1, {"load", "/dev/null"}, "/dev/null holds no settings"},
+        Mistake{"LoadDevice", 1, {"load", "/dev/null"}, "/dev/null is no plain file; name a file that"},
+        Mistake{"LoadEndless", 1, {"load", "/dev/zero"}, "/dev/zero is no plain file"},
+        Mistake{"EndlessDescription", 1, {"xml", "/dev/zero"}, "/dev/zero is no plain file"},
+        Mistake{"EndlessDescriptionToCheck", 1, {"xml", "--lint", "/dev/zero"}, "/dev/zero is no plain file"},
         Mistake{"NoFile", 1, {"xml", "/nowhere"}, "cannot read /nowhere"},
         Mistake{"NoDescription", 1, {"xml", "/proc/self/comm"}, "is no camera description"}),
     [](const auto& instance) { return instance.param.name; });
@@ -165,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "",
                 {"grab", "--set", "TriggerMode=On", "--timeout", "200"},
                 "add --set TriggerMode=Off"},
-        Trouble{"TraceInAFile", "", {"grab", "--trace", "/dev/null/t.pcapng"}, "choose another --trace"},
+        Trouble{"TraceInAFile", "", {"grab", "--trace", "/dev/null/t.pcapng"}, "with room for --trace"},
         Trouble{"FolderInAFile", "", {"grab", "--output", "/dev/null/images"}, "choose another --output"}),
     [](const auto& instance) { return instance.param.name; });
 

@@ -23,13 +23,19 @@ tool::ImageView ViewOf(const Bytes& bytes, std::uint32_t pixelFormat, std::uint3
     return view;
 }
 
+/// Writes the only image of a grab, so that it is BASE_000000; gives the path.
+std::string WriteImage(const std::string& base, tool::ImageFormat format, const tool::ImageView& view) {
+    tool::ImageNames names(base);
+    return tool::WriteImage(names, format, view, {"A (1)", "Mono8", 0, 5}).path;
+}
+
 constexpr std::uint32_t kMono8 = 0x01080001, kMono12 = 0x01100005, kRGB8 = 0x02180014, kUnknown = 0x01080055;
 
 TEST(ImageFile, WritesGreyPngThatLibpngReadsBack) {
     const TestFolder folder;
     const Bytes bytes{0, 1, 2, 253, 254, 255};
     const std::string path = WriteImage(folder.Path("grey"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 3, 2));
-    EXPECT_EQ(path, folder.Path("grey.png"));
+    EXPECT_EQ(path, folder.Path("grey_000000.png"));
     const PngImage image = ReadPng(path);
     ASSERT_TRUE(image.isRead);
     EXPECT_EQ(image.width, 3u);
@@ -62,23 +68,25 @@ TEST(ImageFile, WritesPgmForGreyAndPpmForColour) {
     const TestFolder folder;
     const Bytes bytes{'a', 'b', 'c', 'd', 'e', 'f'};
     EXPECT_EQ(WriteImage(folder.Path("grey"), tool::ImageFormat::Pgm, ViewOf(bytes, kMono8, 3, 2)),
-              folder.Path("grey.pgm"));
-    EXPECT_EQ(folder.Read("grey.pgm"), "P5\n3 2\n255\nabcdef");
+              folder.Path("grey_000000.pgm"));
+    EXPECT_EQ(folder.Read("grey_000000.pgm"), "P5\n3 2\n255\nabcdef");
     EXPECT_EQ(WriteImage(folder.Path("rgb"), tool::ImageFormat::Pgm, ViewOf(bytes, kRGB8, 1, 2)),
-              folder.Path("rgb.ppm"));
-    EXPECT_EQ(folder.Read("rgb.ppm"), "P6\n1 2\n255\nabcdef");
+              folder.Path("rgb_000000.ppm"));
+    EXPECT_EQ(folder.Read("rgb_000000.ppm"), "P6\n1 2\n255\nabcdef");
 }
 
 TEST(ImageFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
     const TestFolder folder;
     const Bytes bytes{9, 8, 7};
     const std::string content(bytes.begin(), bytes.end());
-    EXPECT_EQ(WriteImage(folder.Path("a"), tool::ImageFormat::Raw, ViewOf(bytes, kMono8, 3, 1)), folder.Path("a.raw"));
-    EXPECT_EQ(folder.Read("a.raw"), content);
+    EXPECT_EQ(WriteImage(folder.Path("a"), tool::ImageFormat::Raw, ViewOf(bytes, kMono8, 3, 1)),
+              folder.Path("a_000000.raw"));
+    EXPECT_EQ(folder.Read("a_000000.raw"), content);
     EXPECT_EQ(WriteImage(folder.Path("b"), tool::ImageFormat::Png, ViewOf(bytes, kUnknown, 3, 1)),
-              folder.Path("b.raw"));
-    EXPECT_EQ(folder.Read("b.raw"), content);
-    EXPECT_EQ(WriteImage(folder.Path("c"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 4, 1)), folder.Path("c.raw"));
+              folder.Path("b_000000.raw"));
+    EXPECT_EQ(folder.Read("b_000000.raw"), content);
+    EXPECT_EQ(WriteImage(folder.Path("c"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 4, 1)),
+              folder.Path("c_000000.raw"));
 }
 
 TEST(ImageFile, NamesTheFileThatCannotBeWritten) {
@@ -88,7 +96,8 @@ TEST(ImageFile, NamesTheFileThatCannotBeWritten) {
             WriteImage("/nowhere/at/all/x", format, ViewOf(bytes, kMono8, 1, 1));
             ADD_FAILURE() << "a file in a folder that does not exist";
         } catch (const tool::Error& e) {
-            EXPECT_NE(std::string(e.what()).find("cannot write /nowhere/at/all/x."), std::string::npos) << e.what();
+            EXPECT_NE(std::string(e.what()).find("cannot write /nowhere/at/all/x_000000."), std::string::npos)
+                << e.what();
         }
     }
 }

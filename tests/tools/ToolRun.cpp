@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,7 +50,14 @@ ToolRun::ToolRun(const Arguments& arguments) {
     posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
-    const int error = posix_spawn(&m_Process, TAVIX_TOOL, &files, nullptr, argv.data(), environ);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t signals;
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes, &signals); // tests may run where Ctrl-C is ignored
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    const int error = posix_spawn(&m_Process, TAVIX_TOOL, &files, &attributes, argv.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     if (error != 0) throw std::runtime_error("tavix cannot be started");
 }
@@ -73,9 +81,11 @@ std::string ToolRun::Output() const {
 
 Outcome ToolRun::Finish() {
     int status = 0;
-    waitpid(m_Process, &status, 0);
+    rusage usage{};
+    wait4(m_Process, &status, 0, &usage);
     m_Process = -1;
     Outcome outcome;
+    outcome.peakKilobytes = usage.ru_maxrss;
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     outcome.out = ReadFile(m_Folder + "/out");
     outcome.err = WithoutSanitizerNotes(ReadFile(m_Folder + "/err"));

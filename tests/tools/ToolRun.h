@@ -13,6 +13,7 @@ namespace tooltest {
 struct Outcome {
     int status = -1; ///< exit status; 128 + signal when a signal ended it
     std::string out, err;
+    long peakKilobytes = 0; ///< of memory that it really had
 };
 
 using Arguments = std::vector<std::string>;

@@ -37,7 +37,7 @@ Tavix::CDeviceInfo ChooseOne(const Tavix::DeviceInfoList& cameras, const std::st
 
 /// A transport layer that cannot have its virtual cameras finds no other camera either, and says so in the log only.
 void ThrowIfVirtualCamerasAreWrong() {
-    const char* wanted = std::getenv("TAVIX_VIRTUAL_CAMERAS");
+    const char* wanted = secure_getenv("TAVIX_VIRTUAL_CAMERAS");
     if (wanted == nullptr || *wanted == '\0') return;
     virtualcam::BackendSettings settings;
     std::string error;
@@ -105,7 +105,8 @@ Camera::Camera(const Tavix::CDeviceInfo& info) : m_Device(nullptr), m_Name(Print
         m_Device->Open();
     } catch (const std::exception& e) {
         if (m_Device) Tavix::CTlFactory::GetInstance().DestroyDevice(m_Device);
-        throw Error("cannot open " + m_Name + ": " + Reason(e) + Advice(info));
+        const std::string reason = Reason(e);
+        throw Error("cannot open " + m_Name + ": " + reason + (TellsOfRemoval(reason) ? "" : Advice(info)));
     }
 }
 

@@ -1,12 +1,9 @@
 #include "Commands.h"
 #include "Error.h"
 #include "GrabRun.h"
-#include "Interrupt.h"
 #include "Json.h"
 #include "Text.h"
 #include "Values.h"
-
-#include <cstdio>
 
 namespace tool {
 namespace {
@@ -58,9 +55,7 @@ private:
         if (m_AsJson) {
             PrintJsonLine({{"block", block}, {"checksum", check}, {"chunks", ValuesJson(values)}});
         } else {
-            std::printf("block %llu: %s, checksum %s\n", static_cast<unsigned long long>(block),
-                        ValuesText(values).c_str(), check);
-            std::fflush(stdout);
+            PrintLineNow("block " + std::to_string(block) + ": " + ValuesText(values) + ", checksum " + check);
         }
     }
 
@@ -76,15 +71,14 @@ int Chunks(const GrabOptions& options) {
     GrabOptions grab = options;
     grab.checkChunks = true;
     GrabSession session(ChooseCamera(options), grab, &printer);
-    CatchInterrupts();
     RunSession(session);
     if (printer.DamagedFrames() > 0) {
         throw Error(session.Name() + ": the chunk data of " + std::to_string(printer.DamagedFrames()) +
                         " frames is not right; check cable and hub, `tavix doctor` helps",
                     kPartly);
     }
-    ThrowIfFramesFailed(session);
-    return IsInterrupted() ? InterruptedStatus() : kDone;
+    ThrowIfFramesAreLost(session);
+    return kDone;
 }
 
 } // namespace tool

@@ -13,6 +13,7 @@ namespace {
 constexpr std::uint64_t kEndless = 1000000000000;
 constexpr std::uint64_t kLongestMs = 86400000;
 constexpr std::uint64_t kLargestTransfer = 1 << 30;
+constexpr std::uint64_t kMostMegabytes = 1 << 24;
 constexpr const char* kFaultText =
     "What goes wrong, as stream.LostTrailer:frame=5 or registers.manifest=PlainXml; repeatable";
 
@@ -161,6 +162,9 @@ void CommandLine::AddGrabOptions(CLI::App& command, GrabOptions& options) {
     command.add_option("-b,--buffers", options.buffers, "Buffers that take frames in turn; more bridge longer pauses")
         ->capture_default_str()
         ->check(Count(4096));
+    command.add_option("--memory", options.memoryMegabytes, "Most memory for the buffers of a camera in MiB")
+        ->capture_default_str()
+        ->check(Count(kMostMegabytes));
     command.add_option("--timeout", options.timeoutMs, "Longest wait for a frame in ms")
         ->capture_default_str()
         ->check(Count(kLongestMs));
@@ -185,6 +189,7 @@ void CommandLine::AddGrabCommand() {
     command->add_option("--every", m_Grab.every, "Save every n-th frame")
         ->capture_default_str()
         ->check(Count(kEndless));
+    command->add_flag("--overwrite", m_Grab.overwrite, "Replace images of an earlier grab, which are kept otherwise");
     command->add_flag("--chunks", m_Grab.checkChunks, "Switch all chunk data on and check the checksum of each frame");
     command
         ->add_option("--trace", m_Grab.trace,

@@ -1,8 +1,17 @@
 #include "Error.h"
 
+#include "core/Printable.h"
+
+#include <new>
+
 #include <GenICam.h>
 
 namespace tool {
+namespace {
+
+constexpr const char* kPlugIn = "; plug it in again";
+
+} // namespace
 
 std::string Reason(const std::exception& exception) {
     const auto* generic = dynamic_cast<const GenICam::GenericException*>(&exception);
@@ -10,9 +19,28 @@ std::string Reason(const std::exception& exception) {
     for (char& c : text) {
         if (c == '\n' || c == '\r' || c == '\t') c = ' ';
     }
+    text = Tavix::Printable(text);
     while (!text.empty() && (text.back() == ' ' || text.back() == '.'))
         text.pop_back();
-    return TellsOfRemoval(text) ? text + "; plug it in again" : text;
+    const bool lacksAdvice = TellsOfRemoval(text) && text.find(kPlugIn) == std::string::npos;
+    return lacksAdvice ? text + kPlugIn : text;
+}
+
+std::string CaughtReason() noexcept {
+    constexpr const char* kShort = "out of memory"; // a string of this length needs none
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        return kShort;
+    } catch (const std::exception& e) {
+        try {
+            return Reason(e);
+        } catch (...) {
+            return kShort;
+        }
+    } catch (...) {
+        return "no reason";
+    }
 }
 
 bool TellsOfRemoval(const std::string& reason) {

@@ -22,6 +22,9 @@ private:
 /// What an exception says to a person: its text without source file and line, on one line, without the full stop.
 std::string Reason(const std::exception& exception);
 
+/// The same of whatever is being handled, in a catch block; "out of memory" when there is none left for the text.
+std::string CaughtReason() noexcept;
+
 /// Whether a reason is that the camera has gone.
 bool TellsOfRemoval(const std::string& reason);
 

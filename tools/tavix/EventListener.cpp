@@ -51,11 +51,11 @@ void EventListener::Start(Camera& camera) {
         m_Adapter = camera.Device().CreateEventAdapter();
         RegisterCallbacks(camera.Features()); // after the adapter, whose making touches the nodes of all events
         SwitchOn(camera.Features());
+        m_Thread = std::thread([this] { Run(); });
     } catch (...) {
         Stop(camera);
         throw;
     }
-    m_Thread = std::thread([this] { Run(); });
 }
 
 void EventListener::SwitchOn(GenApi::INodeMap& features) {
@@ -108,8 +108,8 @@ void EventListener::Stop(Camera& camera) {
             selector->FromString(one.event.c_str());
             notification->FromString(one.before.c_str());
         }
-    } catch (const GenICam::GenericException& e) {
-        if (m_Failure.empty()) m_Failure = Reason(e);
+    } catch (...) {
+        if (m_Failure.empty()) m_Failure = CaughtReason();
     }
     m_Notifications.clear();
 }
@@ -117,8 +117,8 @@ void EventListener::Stop(Camera& camera) {
 void EventListener::Run() {
     try {
         Loop();
-    } catch (const std::exception& e) {
-        m_Failure = Reason(e);
+    } catch (...) {
+        m_Failure = CaughtReason();
     }
     m_HasEnded = true;
     m_Ended.Signal();
@@ -160,8 +160,9 @@ void EventListener::Print(const Tavix::EventResult& event) const {
         PrintJsonLine({{"event", name}, {"id", EventId(event)}, {"features", ValuesJson(m_Values)}});
         return;
     }
-    std::printf("%s 0x%04X: %s\n", name.c_str(), EventId(event), ValuesText(m_Values).c_str());
-    std::fflush(stdout);
+    char id[8];
+    std::snprintf(id, sizeof id, "0x%04X", EventId(event));
+    PrintLineNow(name + " " + id + ": " + ValuesText(m_Values));
 }
 
 } // namespace tool

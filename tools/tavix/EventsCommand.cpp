@@ -64,7 +64,6 @@ std::string ListenToGrab(const Tavix::CDeviceInfo& info, const EventsOptions& op
 int Events(const EventsOptions& options) {
     const Tavix::CDeviceInfo info = ChooseCamera(options);
     EventListener listener(options);
-    CatchInterrupts();
     std::string name;
     if (options.grab) {
         name = ListenToGrab(info, options, listener);
@@ -76,7 +75,7 @@ int Events(const EventsOptions& options) {
         Listen(camera, listener);
     }
     if (!listener.Failure().empty()) throw Error(name + ": " + listener.Failure());
-    return IsInterrupted() ? InterruptedStatus() : kDone;
+    return kDone;
 }
 
 } // namespace tool

@@ -74,7 +74,7 @@ int Get(const FeatureOptions& options) {
         if (options.json) {
             json.push_back(FeatureJson(*feature.GetNode()));
         } else {
-            std::printf("%s=%s\n", name.c_str(), Printable(Text(feature.ToString())).c_str());
+            PrintLine(name + "=" + Text(feature.ToString()));
         }
     }
     if (options.json) PrintJson(json);
@@ -90,9 +90,9 @@ int Set(const FeatureOptions& options) {
         if (options.json) {
             json.push_back(FeatureJson(node));
         } else if (dynamic_cast<GenApi::ICommand*>(&node)) {
-            std::printf("%s done\n", name.c_str());
+            PrintLine(name + " done");
         } else {
-            std::printf("%s=%s\n", name.c_str(), ValueText(node).c_str());
+            PrintLine(name + "=" + ValueText(node));
         }
     }
     if (options.json) PrintJson(json);
@@ -108,7 +108,7 @@ int Why(const FeatureOptions& options) {
             json.push_back(
                 {{"name", name}, {"access", AccessName(node)}, {"reason", Text(GenApi::ExplainAccess(&node))}});
         } else {
-            std::printf("%s\n", WhyLine(node, name).c_str());
+            PrintLine(WhyLine(node, name));
         }
     }
     if (options.json) PrintJson(json);

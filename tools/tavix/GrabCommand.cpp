@@ -4,11 +4,11 @@
 #include "Interrupt.h"
 #include "Json.h"
 #include "Progress.h"
+#include "TraceWatch.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 #include <unistd.h>
 
@@ -21,16 +21,6 @@ void MakeFolder(const std::string& folder) {
     std::filesystem::create_directories(folder, code);
     if (!code && access(folder.c_str(), W_OK) != 0) code.assign(errno, std::generic_category());
     if (code) throw Error("cannot write to the folder " + folder + ": " + code.message() + "; choose another --output");
-}
-
-/// The transport layer reads the variable when it is loaded, and tells the log only when it cannot write the file.
-void StartTrace(const std::string& path) {
-    if (path.empty()) return;
-    std::ofstream attempt(path, std::ios::binary);
-    if (!(attempt << "pcapng" << std::flush)) // what a full disk refuses; the trace begins the file anew
-        throw Error("cannot write the trace to " + path + ": " + std::generic_category().message(errno) +
-                    "; choose another --trace");
-    setenv("TAVIX_TRACE", path.c_str(), /*overwrite=*/1);
 }
 
 void ShowProgress(Progress& progress, const Sessions& sessions, std::chrono::steady_clock::time_point start) {
@@ -51,7 +41,7 @@ struct Ailments {
 
 std::string DamageText(const GrabSession& session) {
     const GrabFigures& figures = session.Figures();
-    if (figures.checksumWrong + figures.checksumMissing == 0) return FailedFramesText(session);
+    if (figures.checksumWrong + figures.checksumMissing == 0) return LostFramesText(session);
     return session.Name() + ": the checksum is wrong in " + std::to_string(figures.checksumWrong) +
            " frames and missing in " + std::to_string(figures.checksumMissing) +
            "; check cable and hub, or grab without --chunks";
@@ -91,17 +81,24 @@ void Report(const Sessions& sessions, const ProcessCost& cost, const GrabOptions
     }
 }
 
+Sessions MakeSessions(const GrabOptions& options) {
+    const auto chosen = ChooseCameras(options);
+    MakeFolder(options.folder);
+    const Tavix::DeviceInfoList all = options.folder.empty() ? Tavix::DeviceInfoList() : FindCameras();
+    Sessions sessions;
+    for (const auto& info : chosen) {
+        sessions.push_back(std::make_unique<GrabSession>(info, options));
+        if (!options.folder.empty()) sessions.back()->SaveAs(options.folder + "/" + ImagePrefix(info, all));
+    }
+    return sessions;
+}
+
 } // namespace
 
 int Grab(const GrabOptions& options) {
-    StartTrace(options.trace); // before cameras are looked for
-    const auto cameras = ChooseCameras(options);
-    MakeFolder(options.folder);
-    Sessions sessions;
-    for (const auto& info : cameras)
-        sessions.push_back(std::make_unique<GrabSession>(info, options));
-    CatchInterrupts();
-
+    if (!options.trace.empty()) StartTrace(options.trace);
+    const TraceWatch trace;
+    const Sessions sessions = MakeSessions(options);
     const ProcessCost before = MeasureProcess();
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::string> errors;
@@ -116,7 +113,7 @@ int Grab(const GrabOptions& options) {
     all.insert(all.end(), ailments.damages.begin(), ailments.damages.end());
     Report(sessions, cost, options, all);
     ThrowIfAny(all, ailments.failures.empty() ? kPartly : kFailed);
-    return IsInterrupted() ? InterruptedStatus() : kDone;
+    return trace.IsWhole() ? kDone : kPartly;
 }
 
 } // namespace tool

@@ -1,6 +1,7 @@
 #include "GrabReport.h"
 
 #include "Table.h"
+#include "Text.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +51,7 @@ void PrintNotes(const GrabSession& session) {
         std::printf("%s: checksum of the chunk data right in %llu frames, wrong in %llu, missing in %llu\n", name,
                     Plain(f.checksumRight), Plain(f.checksumWrong), Plain(f.checksumMissing));
     }
-    if (!f.firstError.empty()) std::printf("%s: first failure: %s\n", name, f.firstError.c_str());
+    if (!f.firstError.empty()) PrintLine(session.Name() + ": first failure: " + f.firstError);
 }
 
 } // namespace
@@ -106,7 +107,7 @@ void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOp
         images += session->Figures().images;
         unconverted += session->Figures().unconverted;
     }
-    if (images > 0) std::printf("%llu images in %s\n", Plain(images), options.folder.c_str());
+    if (images > 0) PrintLine(std::to_string(images) + " images in " + options.folder);
     if (unconverted > 0) {
         std::printf("%llu of them hold the camera's bytes (.raw): their pixel format cannot be converted\n",
                     Plain(unconverted));
@@ -116,7 +117,7 @@ void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOp
     std::printf("processor time %.2f s: %.3f ms and %.1f context switches a frame%s\n", cost.cpuSeconds,
                 1e3 * cost.cpuSeconds / static_cast<double>(frames),
                 static_cast<double>(cost.contextSwitches) / static_cast<double>(frames),
-                std::getenv("TAVIX_VIRTUAL_CAMERAS") ? ", those of the virtual cameras included" : "");
+                secure_getenv("TAVIX_VIRTUAL_CAMERAS") ? ", those of the virtual cameras included" : "");
 }
 
 } // namespace tool

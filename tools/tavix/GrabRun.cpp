@@ -10,6 +10,7 @@ namespace tool {
 namespace {
 
 constexpr unsigned int kTickMs = 100;
+constexpr int kTicksToStop = 4; // that a session has to end by itself once it was interrupted
 
 /// Runs a session on a thread of its own and keeps what it threw for the main thread. Bound to a thread.
 class Runner {
@@ -18,8 +19,8 @@ public:
         : m_Session(session), m_Thread([this, ended] {
               try {
                   m_Session.Run();
-              } catch (const std::exception& e) {
-                  m_Error = Reason(e);
+              } catch (...) {
+                  m_Error = CaughtReason();
               }
               m_HasEnded = true;
               ended.Signal();
@@ -30,6 +31,7 @@ public:
     }
     bool HasEnded() const { return m_HasEnded; }
     void Stop() { m_Session.Stop(); }
+    void StopCamera() { m_Session.StopCamera(); }
     /// Valid after Join; empty when all went well.
     const std::string& ErrorText() const { return m_Error; }
 
@@ -48,16 +50,32 @@ bool HaveAllEnded(const Runners& runners) {
     return true;
 }
 
+void StopAll(const Runners& runners, int ticks) {
+    for (const auto& runner : runners) {
+        runner->Stop();
+        if (ticks == kTicksToStop && !runner->HasEnded()) runner->StopCamera();
+    }
+}
+
+/// A grab whose thread cannot be started ends those that have begun.
+Runners Start(const std::vector<GrabSession*>& sessions, const Tavix::WaitObjectEx& ended) {
+    Runners runners;
+    try {
+        for (GrabSession* session : sessions)
+            runners.push_back(std::make_unique<Runner>(*session, ended));
+    } catch (...) {
+        StopAll(runners, 0);
+        throw;
+    }
+    return runners;
+}
+
 std::vector<std::string> Run(const std::vector<GrabSession*>& sessions, const std::function<void()>& onTick) {
     const Tavix::WaitObjectEx ended = Tavix::WaitObjectEx::Create();
-    Runners runners;
-    for (GrabSession* session : sessions)
-        runners.push_back(std::make_unique<Runner>(*session, ended));
-    while (!HaveAllEnded(runners)) {
+    const Runners runners = Start(sessions, ended);
+    for (int interruptedTicks = 0; !HaveAllEnded(runners);) {
         (void)ended.Wait(kTickMs);
-        for (auto& runner : runners) {
-            if (IsInterrupted()) runner->Stop();
-        }
+        if (IsInterrupted()) StopAll(runners, ++interruptedTicks);
         if (onTick) onTick();
     }
     std::vector<std::string> texts;
@@ -84,16 +102,20 @@ void RunSession(GrabSession& session) {
     if (isEmpty) throw Error(session.Name() + ": no good frame came: " + session.Figures().firstError);
 }
 
-std::string FailedFramesText(const GrabSession& session) {
+std::string LostFramesText(const GrabSession& session) {
     const GrabFigures& figures = session.Figures();
-    if (figures.failed == 0) return {};
-    return session.Name() + ": " + std::to_string(figures.failed) + " of " +
-           std::to_string(figures.good + figures.failed) + " frames failed: " + figures.firstError +
-           "; check cable and hub, `tavix doctor` helps";
+    const std::string missed = std::to_string(figures.missed) + " frames never came";
+    if (figures.failed > 0) {
+        return session.Name() + ": " + std::to_string(figures.failed) + " of " +
+               std::to_string(figures.good + figures.failed) + " frames failed: " + figures.firstError +
+               (figures.missed > 0 ? "; " + missed : "") + "; check cable and hub, `tavix doctor` helps";
+    }
+    if (figures.missed == 0) return {};
+    return session.Name() + ": " + missed + "; bridge longer pauses with more --buffers, ask `tavix doctor`";
 }
 
-void ThrowIfFramesFailed(const GrabSession& session) {
-    const std::string text = FailedFramesText(session);
+void ThrowIfFramesAreLost(const GrabSession& session) {
+    const std::string text = LostFramesText(session);
     if (!text.empty()) throw Error(text, kPartly);
 }
 

@@ -2,11 +2,10 @@
 
 #include "Error.h"
 #include "Features.h"
+#include "ImageSize.h"
 #include "Text.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
 
 #include <GenApi/GenApi.h>
 
@@ -15,15 +14,6 @@ namespace {
 
 constexpr unsigned int kRemovalPatienceMs = 500; // how long a notice of removal may lag behind the failures it causes
 constexpr std::uint64_t kUnknown = ~std::uint64_t(0);
-
-std::string FilePrefix(const Tavix::CDeviceInfo& info, const std::string& folder) {
-    std::string name = Text(info.GetModelName()) + "_" + Text(info.GetSerialNumber());
-    for (char& c : name) {
-        const bool isPlain = std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '.';
-        if (!isPlain) c = '_';
-    }
-    return folder + "/" + name + "_";
-}
 
 void SetInteger(GenApi::INodeMap& map, const char* name, std::int64_t value) {
     GenApi::CIntegerPtr node(map.GetNode(name));
@@ -36,41 +26,74 @@ void Execute(GenApi::INodeMap& map, const char* name) {
     command->Execute();
 }
 
-std::int64_t PayloadSize(GenApi::INodeMap& map) {
-    GenApi::CIntegerPtr size(map.GetNode("PayloadSize"));
-    if (!size.IsValid()) throw Error("it has no feature PayloadSize, so it cannot be grabbed from");
-    return size->GetValue();
+/// Empty when the camera does not tell.
+std::string PixelFormatName(GenApi::INodeMap& map) {
+    GenApi::CEnumerationPtr format(map.GetNode("PixelFormat"));
+    return format && GenApi::IsReadable(format->GetAccessMode()) ? Printable(Text(format->ToString())) : std::string();
 }
 
 } // namespace
 
 GrabSession::GrabSession(const Tavix::CDeviceInfo& info, const GrabOptions& options, FrameObserver* observer)
-    : m_Info(info), m_Options(options), m_Name(Printable(Text(info.GetFriendlyName()))),
-      m_FilePrefix(FilePrefix(info, options.folder)), m_Observer(observer), m_Alarm(std::make_shared<Alarm>()) {}
+    : m_Info(info), m_Options(options), m_Name(Printable(Text(info.GetFriendlyName()))), m_Observer(observer),
+      m_Alarm(std::make_shared<Alarm>()) {}
+
+/// Shows the session its camera while that is open.
+class GrabSession::Shown {
+public:
+    Shown(GrabSession& session, Camera& camera) : m_Session(session) { Show(&camera); }
+    ~Shown() { Show(nullptr); }
+    Shown(const Shown&) = delete;
+    Shown& operator=(const Shown&) = delete;
+
+private:
+    void Show(Camera* camera) {
+        const std::lock_guard<std::mutex> lock(m_Session.m_CameraLock);
+        m_Session.m_Camera = camera;
+    }
+
+    GrabSession& m_Session;
+};
 
 void GrabSession::Stop() {
     m_Alarm->Ring(m_Alarm->isStopped);
 }
 
+void GrabSession::StopCamera() {
+    const std::lock_guard<std::mutex> lock(m_CameraLock);
+    if (!m_Camera) return;
+    try {
+        Execute(m_Camera->Features(), "AcquisitionStop");
+    } catch (const std::exception&) {
+        return; // it was tried; the end of the program takes the bus from the camera in any case
+    }
+}
+
 void GrabSession::Run() {
     {
         Camera camera(m_Info);
-        m_Writer = std::make_unique<ImageWriter>();
-        Attempt([&] {
-            Prepare(camera);
-            Loop(camera);
-        });
-        Attempt([&] { m_Writer->Finish(); }); // it holds buffers: they come back before the grab is finished
-        m_Figures.images = m_Writer->Written();
-        m_Figures.unconverted = m_Writer->Unconverted();
-        m_Writer.reset();
-        // What fails may fail because the camera has gone, and the notice of that is a better text.
-        if (!m_Failure.empty() && !m_Alarm->isStopped) AwaitRemovalNotice();
-        if (m_Observer) Attempt([&] { m_Observer->OnEnd(camera); });
-        Finish(camera);
+        const Shown shown(*this, camera);
+        Grab(camera);
     }
     m_Slots.clear(); // only now: whatever failed above, a closed camera writes to no buffer
     ThrowFailure();
+}
+
+void GrabSession::Grab(Camera& camera) {
+    m_Writer = std::make_unique<ImageWriter>(ImageNames(m_ImagePrefix, m_Options.overwrite), m_Options.format);
+    Attempt([&] {
+        Prepare(camera);
+        Loop(camera);
+    });
+    if (m_Alarm->isStopped) m_Writer->Abandon();
+    Attempt([&] { m_Writer->Finish(); }); // it holds buffers: they come back before the grab is finished
+    m_Figures.images = m_Writer->Written();
+    m_Figures.unconverted = m_Writer->Unconverted();
+    m_Writer.reset();
+    // What fails may fail because the camera has gone, and the notice of that is a better text.
+    if (!m_Failure.empty() && !m_Alarm->isStopped) AwaitRemovalNotice();
+    if (m_Observer) Attempt([&] { m_Observer->OnEnd(camera); });
+    Finish(camera);
 }
 
 /// The bell may still ring for something else, a buffer that could not be queued, for instance.
@@ -89,8 +112,8 @@ template<class Step>
 void GrabSession::Attempt(Step step) {
     try {
         step();
-    } catch (const std::exception& e) {
-        if (m_Failure.empty()) m_Failure = Reason(e);
+    } catch (...) {
+        if (m_Failure.empty()) m_Failure = CaughtReason();
     }
 }
 
@@ -111,11 +134,13 @@ void GrabSession::Prepare(Camera& camera) {
     for (const std::string& setting : m_Options.settings)
         ApplySetting(camera.Features(), setting);
 
-    const std::int64_t size = PayloadSize(camera.Features());
+    m_PixelFormat = PixelFormatName(camera.Features());
+    const std::uint64_t size = ImageSize(camera.Features());
+    RequireMemory(size, m_Options.buffers, m_Options.memoryMegabytes);
     m_Grabber = camera.Device().GetStreamGrabber(0);
     m_Grabber->Open();
     SetInteger(*m_Grabber->GetNodeMap(), "MaxNumBuffer", m_Options.buffers);
-    SetInteger(*m_Grabber->GetNodeMap(), "MaxBufferSize", size);
+    SetInteger(*m_Grabber->GetNodeMap(), "MaxBufferSize", static_cast<std::int64_t>(size));
     if (m_Options.transferSize > 0)
         SetInteger(*m_Grabber->GetNodeMap(), "MaxTransferSize", static_cast<std::int64_t>(m_Options.transferSize));
     m_Grabber->PrepareGrab();
@@ -127,8 +152,9 @@ void GrabSession::Prepare(Camera& camera) {
 void GrabSession::QueueBuffers(std::size_t size) {
     for (unsigned int i = 0; i < m_Options.buffers && !m_Alarm->isStopped; ++i) { // thousands take a while
         auto slot = std::make_unique<Slot>();
-        slot->memory.resize(size);
-        slot->handle = m_Grabber->RegisterBuffer(slot->memory.data(), slot->memory.size());
+        slot->memory.reset(new std::uint8_t[size]);
+        slot->size = size;
+        slot->handle = m_Grabber->RegisterBuffer(slot->memory.get(), size);
         m_Slots.push_back(std::move(slot));
         m_Grabber->QueueBuffer(m_Slots.back()->handle, m_Slots.back().get());
     }
@@ -173,7 +199,7 @@ void GrabSession::Handle(const Tavix::GrabResult& result) {
         Requeue(slot);
         return;
     }
-    const bool isWanted = !m_Options.folder.empty() && m_Figures.good % m_Options.every == 0;
+    const bool isWanted = !m_ImagePrefix.empty() && m_Figures.good % m_Options.every == 0;
     Count(result);
     const ChunkCheck check = AttachChunks(result);
     CountChunks(check);
@@ -217,13 +243,10 @@ void GrabSession::CountChunks(ChunkCheck check) {
 
 void GrabSession::Save(const Tavix::GrabResult& result) {
     Slot& slot = *static_cast<Slot*>(const_cast<void*>(result.Context()));
-    char number[24];
-    std::snprintf(number, sizeof number, "%06llu", static_cast<unsigned long long>(result.GetBlockID()));
     ImageWriter::Job job;
-    job.path = m_FilePrefix + number;
-    job.format = m_Options.format;
-    job.view.data = slot.memory.data();
-    job.view.size = std::min<std::size_t>(slot.memory.size(), result.GetPayloadSize64());
+    job.facts = {m_Name, m_PixelFormat, result.GetBlockID(), result.GetTimeStamp()};
+    job.view.data = slot.memory.get();
+    job.view.size = std::min<std::size_t>(slot.size, result.GetPayloadSize64());
     job.view.pixelFormat = static_cast<std::uint32_t>(result.GetPixelType());
     job.view.width = static_cast<std::uint32_t>(std::max(0, result.GetSizeX()));
     job.view.height = static_cast<std::uint32_t>(std::max(0, result.GetSizeY()));

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -39,12 +40,18 @@ public:
     /// silent for the timeout, or fails in another way; everything is released then, too.
     void Run();
     void Stop();
+    /// Saves images under names of its own. Before Run; without it none are saved.
+    void SaveAs(const std::string& prefix) { m_ImagePrefix = prefix; }
+    /// For when Run does not end although it was stopped: the camera stops sending, at least.
+    void StopCamera();
     const GrabFigures& Figures() const { return m_Figures; }
     const std::string& Name() const { return m_Name; }
 
 private:
+    class Shown;
     struct Slot {
-        std::vector<std::uint8_t> memory;
+        std::unique_ptr<std::uint8_t[]> memory; ///< untouched until a frame comes, so it costs nothing until then
+        std::size_t size = 0;
         Tavix::StreamBufferHandle handle = nullptr;
     };
 
@@ -61,6 +68,7 @@ private:
         }
     };
 
+    void Grab(Camera& camera);
     void Prepare(Camera& camera);
     void QueueBuffers(std::size_t size);
     void Loop(Camera& camera);
@@ -82,16 +90,19 @@ private:
     const Tavix::CDeviceInfo m_Info;
     const GrabOptions m_Options;
     const std::string m_Name;
-    const std::string m_FilePrefix;
     FrameObserver* const m_Observer;
     const std::shared_ptr<Alarm> m_Alarm;
     GrabFigures m_Figures;
+    std::string m_ImagePrefix; // constant during Run; empty: no images
+    std::mutex m_CameraLock;
+    Camera* m_Camera = nullptr; // guarded by m_CameraLock; borrowed while it is open
 
     // Valid inside Run only.
     Tavix::IStreamGrabber* m_Grabber = nullptr; // borrowed from the camera
     Tavix::IChunkParser* m_Parser = nullptr;    // owned; null without --chunks
     Tavix::DeviceCallbackHandle m_RemovalCallback = nullptr;
     std::vector<std::unique_ptr<Slot>> m_Slots;
+    std::string m_PixelFormat;
     std::unique_ptr<ImageWriter> m_Writer;
     std::uint64_t m_LastBlockId = ~std::uint64_t(0);
     std::uint64_t m_FailedSinceGood = 0;

@@ -1,6 +1,7 @@
 #pragma once
 // Image files.
 
+#include "ImageNames.h"
 #include "Options.h"
 #include "PixelConversion.h"
 
@@ -8,10 +9,23 @@
 
 namespace tool {
 
-/// Extension with its dot, for images of that format.
-const char* Extension(ImageFormat format);
+/// What a file tells of its image, beside the pixels.
+struct ImageFacts {
+    std::string camera;
+    std::string pixelFormat; ///< as the camera calls it; empty: unknown
+    std::uint64_t blockId = 0;
+    std::uint64_t timestamp = 0; ///< ticks of the camera's clock
+};
+
+/// A file that is on the disk, all of it.
+struct WrittenImage {
+    std::string path;
+    bool isRaw = false;
+};
+
 /// Writes one image. Raw files hold the bytes as the camera sent them; so do PNG and PGM of formats that cannot be
-/// converted, with the extension .raw instead. Returns the path written. Throws Error.
-std::string WriteImage(const std::string& pathWithoutExtension, ImageFormat format, const ImageView& view);
+/// converted, with the extension .raw instead. Beside a raw file lies NAME.json, which tells size and format. Throws
+/// Error.
+WrittenImage WriteImage(ImageNames& names, ImageFormat format, const ImageView& view, const ImageFacts& facts);
 
 } // namespace tool

@@ -4,7 +4,8 @@
 
 namespace tool {
 
-ImageWriter::ImageWriter() : m_Thread([this] { Run(); }) {}
+ImageWriter::ImageWriter(ImageNames names, ImageFormat format)
+    : m_Format(format), m_Names(std::move(names)), m_Thread([this] { Run(); }) {}
 
 ImageWriter::~ImageWriter() {
     {
@@ -30,11 +31,9 @@ void ImageWriter::Finish() {
 }
 
 void ImageWriter::Save(const Job& job) {
-    const std::string path = WriteImage(job.path, job.format, job.view);
-    const std::string raw = Extension(ImageFormat::Raw);
-    const bool isRaw = path.compare(path.size() - raw.size(), raw.size(), raw) == 0;
+    const WrittenImage image = WriteImage(m_Names, m_Format, job.view, job.facts);
     ++m_Written;
-    if (isRaw && job.format != ImageFormat::Raw) ++m_Unconverted;
+    if (image.isRaw && m_Format != ImageFormat::Raw) ++m_Unconverted;
 }
 
 void ImageWriter::Run() {
@@ -48,9 +47,9 @@ void ImageWriter::Run() {
         lock.unlock();
         std::string error;
         try {
-            if (!m_HasFailed) Save(job);
-        } catch (const std::exception& e) {
-            error = Reason(e);
+            if (!m_HasFailed && !m_IsAbandoned) Save(job);
+        } catch (...) {
+            error = CaughtReason();
             m_HasFailed = true;
         }
         job.done();

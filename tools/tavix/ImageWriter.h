@@ -19,13 +19,12 @@ namespace tool {
 class ImageWriter {
 public:
     struct Job {
-        std::string path; ///< without extension
-        ImageFormat format = ImageFormat::Png;
         ImageView view;
+        ImageFacts facts;
         std::function<void()> done; ///< gives the bytes back; must not throw
     };
 
-    ImageWriter();
+    ImageWriter(ImageNames names, ImageFormat format);
     ~ImageWriter();
     ImageWriter(const ImageWriter&) = delete;
     ImageWriter& operator=(const ImageWriter&) = delete;
@@ -34,6 +33,8 @@ public:
     /// Waits until everything is written; throws the first Error that writing met. What comes after an error is not
     /// written any more.
     void Finish();
+    /// Gives back what it has not begun to write yet, unwritten.
+    void Abandon() { m_IsAbandoned = true; }
     bool HasFailed() const { return m_HasFailed; }
     /// Images written so far, and how many of them are raw because their pixel format cannot be converted.
     std::uint64_t Written() const { return m_Written; }
@@ -43,13 +44,15 @@ private:
     void Run();
     void Save(const Job& job);
 
+    const ImageFormat m_Format;
+    ImageNames m_Names; // the thread's
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
     std::deque<Job> m_Jobs;   // guarded by m_Mutex
     bool m_Busy = false;      // guarded by m_Mutex
     bool m_Ending = false;    // guarded by m_Mutex
     std::string m_FirstError; // guarded by m_Mutex
-    std::atomic<bool> m_HasFailed{false};
+    std::atomic<bool> m_HasFailed{false}, m_IsAbandoned{false};
     std::atomic<std::uint64_t> m_Written{0}, m_Unconverted{0};
     std::thread m_Thread; // joined by the destructor
 };

@@ -1,15 +1,33 @@
 #pragma once
-// Ctrl-C and the request to terminate.
+// Ctrl-C, the request to terminate, and the terminal that went away.
+
+#include <thread>
 
 namespace tool {
 
-/// From now on the first SIGINT or SIGTERM is taken note of, and a second one ends the program at once. Thread-safe.
-void CatchInterrupts();
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP is taken note of, and a second one ends the program at once. A
+/// command has some time to end in good order then; one that is stuck, in the opening of a silent camera for instance,
+/// is ended by a thread of this object: within a second of the signal the program is gone, with the same line and
+/// status. Signals that the program was started to ignore stay ignored. Made once, before all other threads.
+class InterruptWatch {
+public:
+    InterruptWatch();
+    ~InterruptWatch();
+    InterruptWatch(const InterruptWatch&) = delete;
+    InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+private:
+    std::thread m_Thread; // without it signals do what they do to any program
+};
+
 bool IsInterrupted();
-/// For the end of a command: says on standard error that it was interrupted, and gives the exit status.
+/// As a shell reports a program that the signal ended: 130, 143 or 129.
 int InterruptedStatus();
 /// For commands that are silent for long: ends the program, as the next line would, when the reader of its output has
 /// gone, `head -1` for instance.
 void EndWithoutReader();
+
+/// How the program's last line begins when it was interrupted.
+inline constexpr char kInterruptedLine[] = "tavix: interrupted\n";
 
 } // namespace tool

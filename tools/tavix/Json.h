@@ -1,21 +1,17 @@
 #pragma once
 // JSON on standard output.
 
-#include <cstdio>
+#include <string>
 
 #include <nlohmann/json.hpp>
 
 namespace tool {
 
-/// Bytes of a camera's string that are no UTF-8 are replaced, so that the output is always valid.
-inline void PrintJson(const nlohmann::json& json) {
-    std::printf("%s\n", json.dump(2, ' ', /*ensure_ascii=*/false, nlohmann::json::error_handler_t::replace).c_str());
-}
+/// Bytes of a camera's string that are no UTF-8 are replaced, so that the output is always valid. Control characters
+/// are escaped, those included that JSON itself does not mind: a terminal obeys them.
+void PrintJson(const nlohmann::json& json);
 
 /// For output that goes on while it is read: one value a line, written out at once.
-inline void PrintJsonLine(const nlohmann::json& json) {
-    std::printf("%s\n", json.dump(-1, ' ', /*ensure_ascii=*/false, nlohmann::json::error_handler_t::replace).c_str());
-    std::fflush(stdout);
-}
+void PrintJsonLine(const nlohmann::json& json);
 
 } // namespace tool

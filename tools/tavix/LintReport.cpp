@@ -36,7 +36,7 @@ void PrintText(const std::string& path, const std::vector<Finding>& findings, co
         line += ": " + std::string(genapi::SeverityName(finding.GetSeverity())) + ": ";
         if (!finding.node.empty()) line += finding.node + ": ";
         line += finding.text + "; " + finding.advice + " [" + std::string(genapi::FactsOf(finding.rule).name) + "]";
-        std::printf("%s\n", Printable(line).c_str());
+        PrintLine(line);
     }
     std::printf("%s, %s, %s\n", Plural(counts[0], "error").c_str(), Plural(counts[1], "warning").c_str(),
                 Plural(counts[2], "note").c_str());

@@ -2,11 +2,16 @@
 
 #include "CommandLine.h"
 #include "Error.h"
+#include "Interrupt.h"
+#include "TraceWatch.h"
+
+#include "core/Printable.h"
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <new>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,8 +22,15 @@ namespace {
 
 int Complain(const std::string& line, int status) {
     std::fflush(stdout);
-    std::fprintf(stderr, "tavix: %s\n", line.c_str());
+    std::fprintf(stderr, "tavix: %s\n", Tavix::Printable(line).c_str());
     return status;
+}
+
+/// For when there is nothing left to make a line from.
+int ComplainPlainly(const char* line) {
+    std::fflush(stdout);
+    std::fputs(line, stderr);
+    return tool::kFailed;
 }
 
 /// A program may be started without standard input or output. Whatever is opened next would take their place, and an
@@ -38,11 +50,7 @@ bool IsOutputWhole() {
 
 constexpr const char* kOutputLost = "the output could not be written; the disk that it goes to may be full";
 
-} // namespace
-
-int main(int argc, char** argv) {
-    OccupyStandardStreams();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that grew too large is an error of writing, not a reason to die
+int Run(int argc, char** argv) {
     tool::CommandLine line;
     try {
         line.Parse(argc, argv);
@@ -55,11 +63,36 @@ int main(int argc, char** argv) {
     // The transport layer reads the variable when it is loaded, which is later than this.
     if (!line.virtualCameras.empty()) setenv("TAVIX_VIRTUAL_CAMERAS", line.virtualCameras.c_str(), /*overwrite=*/1);
     try {
+        const tool::TraceWatch trace;
         const int status = line.run();
-        return IsOutputWhole() ? status : Complain(kOutputLost, tool::kFailed);
+        if (!IsOutputWhole()) return Complain(kOutputLost, tool::kFailed);
+        return status == tool::kDone && !trace.IsWhole() ? tool::kPartly : status;
     } catch (const tool::Error& e) {
         return Complain(tool::Reason(e), e.Status());
+    }
+}
+
+/// Nothing that is thrown anywhere ends the program without a line.
+int RunToALine(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return ComplainPlainly("tavix: there is not enough memory; end other programs, or ask for less\n");
     } catch (const std::exception& e) {
         return Complain(tool::Reason(e), tool::kFailed);
+    } catch (...) {
+        return ComplainPlainly("tavix: it failed in a way that nobody foresaw\n");
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    OccupyStandardStreams();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grew too large is an error of writing, not a reason to die
+    const tool::InterruptWatch watch;
+    const int status = RunToALine(argc, argv);
+    if (!tool::IsInterrupted()) return status;
+    if (status == tool::kDone) ComplainPlainly(tool::kInterruptedLine);
+    return tool::InterruptedStatus();
 }

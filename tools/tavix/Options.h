@@ -34,13 +34,15 @@ struct GrabOptions : CommonOptions {
     std::string folder;         ///< where images go; empty for none
     ImageFormat format = ImageFormat::Png;
     std::uint64_t every = 1; ///< save every n-th frame
+    bool overwrite = false;  ///< images of an earlier grab may be replaced
     unsigned int buffers = 8;
-    unsigned int timeoutMs = 5000;     ///< longest wait for a frame
-    std::uint64_t transferSize = 0;    ///< longest USB transfer in bytes; 0 for the library's choice
-    std::vector<std::string> settings; ///< NAME=VALUE, applied before the grab
-    bool quiet = false;                ///< no progress bar
-    bool checkChunks = false;          ///< every chunk on, the payload's checksum checked
-    std::string trace;                 ///< file for what goes over the wire; empty for none
+    std::uint64_t memoryMegabytes = 2048; ///< most that the buffers of a camera may take, in MiB
+    unsigned int timeoutMs = 5000;        ///< longest wait for a frame
+    std::uint64_t transferSize = 0;       ///< longest USB transfer in bytes; 0 for the library's choice
+    std::vector<std::string> settings;    ///< NAME=VALUE, applied before the grab
+    bool quiet = false;                   ///< no progress bar
+    bool checkChunks = false;             ///< every chunk on, the payload's checksum checked
+    std::string trace;                    ///< file for what goes over the wire; empty for none
 };
 
 struct EventsOptions : CommonOptions {

@@ -3,16 +3,17 @@
 #include "Error.h"
 #include "Json.h"
 #include "NewFile.h"
+#include "PlainFile.h"
 #include "Text.h"
 
-#include <cstdio>
-#include <fstream>
 #include <sstream>
 
 #include <GenApi/Persistence.h>
 
 namespace tool {
 namespace {
+
+constexpr std::size_t kMostBytes = 16 << 20; // of a file of settings
 
 /// A setting that could be neither read nor written.
 struct Refusal {
@@ -40,17 +41,6 @@ std::size_t CountSettings(const std::string& text) {
     return count;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    const bool isOpen = file.is_open();
-    std::string text;
-    char block[4096];
-    while (file.read(block, sizeof block) || file.gcount() > 0)
-        text.append(block, static_cast<std::size_t>(file.gcount()));
-    if (!isOpen || file.bad()) throw Error("cannot read " + path + "; name a file that `tavix save` wrote");
-    return text;
-}
-
 void WriteFile(const std::string& path, const std::string& text) {
     NewFile file(path, "choose another file");
     file.Write(text.data(), text.size());
@@ -58,9 +48,9 @@ void WriteFile(const std::string& path, const std::string& text) {
 }
 
 void Report(const std::string& summary, const std::vector<Refusal>& refusals) {
-    std::printf("%s\n", summary.c_str());
+    PrintLine(summary);
     for (const Refusal& refusal : refusals)
-        std::printf("  %s: %s\n", Printable(refusal.feature).c_str(), Printable(refusal.reason).c_str());
+        PrintLine("  " + refusal.feature + ": " + refusal.reason);
 }
 
 nlohmann::json ReportJson(const Camera& camera, std::size_t settings, const std::vector<Refusal>& refusals) {
@@ -125,7 +115,7 @@ int Save(const SettingsFileOptions& options) {
 }
 
 int Load(const SettingsFileOptions& options) {
-    const std::string text = ReadFile(options.path);
+    const std::string text = ReadWholeFile(options.path, kMostBytes, "name a file that `tavix save` wrote");
     const std::size_t count = CountSettings(text);
     if (count == 0) throw Error(options.path + " holds no settings; name a file that `tavix save` wrote");
     Camera camera(ChooseCamera(options));

@@ -1,5 +1,7 @@
 #include "Table.h"
 
+#include "core/Printable.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -13,6 +15,12 @@ std::size_t Places(const std::string& text) {
 }
 
 } // namespace
+
+void Table::Add(std::vector<std::string> cells) {
+    for (std::string& cell : cells)
+        cell = Tavix::Printable(cell);
+    m_Rows.push_back(std::move(cells));
+}
 
 std::vector<std::size_t> Table::Widths() const {
     std::vector<std::size_t> widths;

@@ -8,7 +8,8 @@
 namespace tool {
 
 /// Rows of cells; each column is as wide as its widest cell, but no wider than its limit: a longer cell shifts the rest
-/// of its own row only. Nothing is padded behind the last cell of a row. Bound to a thread.
+/// of its own row only. Nothing is padded behind the last cell of a row. Cells come out printable, whoever wrote them.
+/// Bound to a thread.
 class Table {
 public:
     enum class Align { Left, Right };
@@ -17,7 +18,7 @@ public:
     explicit Table(std::vector<Align> alignment = {}, std::size_t widest = 48)
         : m_Alignment(std::move(alignment)), m_Widest(widest) {}
 
-    void Add(std::vector<std::string> cells) { m_Rows.push_back(std::move(cells)); }
+    void Add(std::vector<std::string> cells);
     bool IsEmpty() const { return m_Rows.empty(); }
     std::string Text() const;
     void Print() const;

@@ -35,9 +35,7 @@ void Print(const CameraChange& change, bool asJson) {
                        {"path", path}});
         return;
     }
-    std::printf("%s  %-7s  %s  %s\n", time.c_str(), change.isArrival ? "arrived" : "left", Printable(name).c_str(),
-                Printable(path).c_str());
-    std::fflush(stdout);
+    PrintLineNow(time + (change.isArrival ? "  arrived  " : "  left     ") + name + "  " + path);
 }
 
 /// Waits for the time, or until the interrupt.
@@ -50,7 +48,6 @@ void Pause(std::chrono::milliseconds time) {
 } // namespace
 
 int Watch(const WatchOptions& options) {
-    CatchInterrupts();
     CameraWatch watch;
     std::uint64_t count = 0;
     auto quietSince = Clock::now();
@@ -66,7 +63,7 @@ int Watch(const WatchOptions& options) {
         EndWithoutReader();
         Pause(std::chrono::milliseconds(options.intervalMs));
     }
-    return InterruptedStatus();
+    return kDone;
 }
 
 } // namespace tool

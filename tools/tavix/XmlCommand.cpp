@@ -3,16 +3,16 @@
 #include "FeatureTree.h"
 #include "Json.h"
 #include "LintReport.h"
+#include "PlainFile.h"
 #include "Status.h"
 #include "Text.h"
-
-#include <cstdio>
-#include <fstream>
 
 #include <GenApi/GenApi.h>
 
 namespace tool {
 namespace {
+
+constexpr std::size_t kMostBytes = 64 << 20; // of a description, zipped or not
 
 int Lint(const FileOptions& options) {
     std::size_t errors = 0;
@@ -26,11 +26,7 @@ int Lint(const FileOptions& options) {
 }
 
 bool IsZipped(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw Error("cannot read " + path + "; name a camera description file");
-    char head[2] = {};
-    file.read(head, sizeof head);
-    return file.gcount() == 2 && head[0] == 'P' && head[1] == 'K';
+    return ReadPlainFile(path, 2).value_or("") == "PK";
 }
 
 void Load(GenApi::CNodeMapRef& map, const std::string& path) {
@@ -55,6 +51,7 @@ std::vector<std::string> Problems(const GenApi::CNodeMapRef& map) {
 } // namespace
 
 int Xml(const FileOptions& options) {
+    RequirePlainFile(options.path, kMostBytes, "name a camera description file");
     if (options.lint) return Lint(options);
     GenApi::CNodeMapRef map;
     Load(map, options.path);
@@ -70,10 +67,10 @@ int Xml(const FileOptions& options) {
                    {"problems", problems}});
         return 0;
     }
-    std::printf("%s %s\n", Printable(Text(map._GetVendorName())).c_str(), Printable(Text(map._GetModelName())).c_str());
+    PrintLine(Text(map._GetVendorName()) + " " + Text(map._GetModelName()));
     if (root) PrintTree(*root, tree);
     for (const std::string& problem : problems)
-        std::printf("problem: %s\n", Printable(problem).c_str());
+        PrintLine("problem: " + problem);
     if (!root) throw Error(options.path + " has no category Root, so it offers no features");
     return 0;
 }

@@ -53,9 +53,9 @@ nlohmann::json ToJson(const Findings& findings) {
 
 void Print(const Findings& findings) {
     for (const Finding& finding : findings) {
-        std::printf("%-8s %s: %s\n", Name(finding.severity), Printable(finding.about).c_str(),
-                    Printable(finding.text).c_str());
-        if (!finding.command.empty()) std::printf("%-8s $ %s\n", "", Printable(finding.command).c_str());
+        std::printf("%-8s ", Name(finding.severity));
+        PrintLine(finding.about + ": " + finding.text);
+        if (!finding.command.empty()) PrintLine("         $ " + finding.command);
     }
 }
 

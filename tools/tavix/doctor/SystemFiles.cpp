@@ -1,9 +1,10 @@
 #include "SystemFiles.h"
 
+#include "PlainFile.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +12,7 @@
 namespace tool {
 namespace {
 
-constexpr std::streamsize kLargest = 64 << 10;
+constexpr std::size_t kLargest = 64 << 10;
 
 } // namespace
 
@@ -26,16 +27,9 @@ bool SystemFiles::Exists(const std::string& path) const {
 }
 
 std::optional<std::string> SystemFiles::Text(const std::string& path) const {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(Real(path), ignored)) return {};
-    std::ifstream file(Real(path), std::ios::binary);
-    if (!file) return {};
-    std::string text(kLargest, '\0');
-    file.read(text.data(), kLargest);
-    if (file.bad()) return {};
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
+    auto text = ReadPlainFile(Real(path), kLargest);
+    while (text && !text->empty() && (text->back() == '\n' || text->back() == ' '))
+        text->pop_back();
     return text;
 }
 

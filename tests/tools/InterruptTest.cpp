@@ -1,0 +1,115 @@
+// Ctrl-C, the request to terminate, and the terminal that goes away: each ends every command, at every moment.
+
+#include "TestFolder.h"
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+namespace {
+
+using namespace tooltest;
+
+/// A variable of the environment as long as this lives.
+class Variable {
+public:
+    Variable(const char* name, const std::string& value) : m_Name(name) {
+        setenv(name, value.c_str(), /*overwrite=*/1);
+    }
+    ~Variable() { unsetenv(m_Name); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* const m_Name;
+};
+
+class EachSignal : public testing::TestWithParam<int> {};
+
+/// A camera that does not answer keeps a command for ten seconds and more; whoever asks for the end need not wait.
+TEST_P(EachSignal, EndsACommandThatWaitsForASilentCamera) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "NoAnswer", "count": 0}]}}]})");
+    const Variable trace("TAVIX_TRACE", folder.Path("t.pcapng")); // made when the camera is looked for
+    for (const Arguments& command : {Arguments{"info"}, {"get", "Width"}, {"grab", "-n", "1"}, {"doctor"}}) {
+        Arguments arguments{"--virtual", settings};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        std::filesystem::remove(folder.Path("t.pcapng"));
+        ToolRun run(arguments);
+        ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder.Path("t.pcapng")); }));
+        run.Signal(GetParam());
+        const Outcome outcome = run.Finish();
+        EXPECT_EQ(outcome.status, 128 + GetParam()) << command.front();
+        EXPECT_EQ(outcome.err, "tavix: interrupted\n") << command.front();
+    }
+}
+
+TEST_P(EachSignal, EndsAGrabInGoodOrder) {
+    const TestFolder folder;
+    ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-o", folder.Path("images")});
+    ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
+    run.Signal(GetParam());
+    const Outcome outcome = run.Finish();
+    EXPECT_EQ(outcome.status, 128 + GetParam());
+    EXPECT_EQ(outcome.err, "tavix: interrupted\n");
+    EXPECT_NE(outcome.out.find(std::to_string(folder.Files(".png").size()) + " images in "), std::string::npos)
+        << outcome.out;
+    EXPECT_TRUE(folder.Files(".part").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Interrupt, EachSignal, testing::Values(SIGINT, SIGTERM, SIGHUP), [](const auto& instance) {
+    return instance.param == SIGINT ? "Int" : instance.param == SIGTERM ? "Term" : "Hup";
+});
+
+/// What a shell's `| less` is while nobody turns the page.
+TEST(Interrupt, EndsACommandWhoseOutputNobodyTakes) {
+    const TestFolder folder;
+    const std::string command = "echo $$ >" + folder.Path("pid") +
+                                "; exec " TAVIX_TOOL
+                                " --virtual 1 chunks -n 1000000 -s AcquisitionFrameRateEnable=0 -s Width=16 "
+                                "-s Height=16 2>" +
+                                folder.Path("err");
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    ASSERT_NE(pipe, nullptr);
+    const auto isFull = [&, before = -1]() mutable {
+        int held = 0;
+        ioctl(fileno(pipe.get()), FIONREAD, &held);
+        return held > 0 && held == std::exchange(before, held) && held > (60 << 10);
+    };
+    ASSERT_TRUE(Eventually(isFull));
+    const pid_t process = std::atoi(folder.Read("pid").c_str());
+    kill(process, SIGINT);
+    int status = 0; // pclose would close its end first, and end the command by that
+    waitpid(process, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_EQ(folder.Read("err"), "tavix: interrupted\n");
+}
+
+/// As `nohup` starts programs.
+TEST(Interrupt, LeavesASignalAloneThatIsToBeIgnored) {
+    const TestFolder folder;
+    const std::string command = "trap '' HUP; echo $$ >" + folder.Path("pid") +
+                                "; exec " TAVIX_TOOL " --virtual 1 grab -n 1000000 -q -o " + folder.Path("images") +
+                                " 2>" + folder.Path("err");
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    ASSERT_NE(pipe, nullptr);
+    ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
+    const pid_t process = std::atoi(folder.Read("pid").c_str());
+    kill(process, SIGHUP);
+    kill(process, SIGTERM);
+    int status = 0;
+    waitpid(process, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 143);
+}
+
+} // namespace

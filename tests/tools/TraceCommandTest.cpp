@@ -1,0 +1,93 @@
+// Whoever asks for a trace learns when it is not whole.
+
+#include "TestFolder.h"
+#include "ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include <sys/resource.h>
+
+namespace {
+
+using namespace tooltest;
+
+/// A variable of the environment as long as this lives.
+class Variable {
+public:
+    Variable(const char* name, const std::string& value) : m_Name(name) {
+        setenv(name, value.c_str(), /*overwrite=*/1);
+    }
+    ~Variable() { unsetenv(m_Name); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* const m_Name;
+};
+
+/// Limits the size of files as a full disk would. Restores it at the end of the scope.
+class SmallFiles {
+public:
+    explicit SmallFiles(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_Before);
+        const rlimit limit{bytes, m_Before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SmallFiles() { setrlimit(RLIMIT_FSIZE, &m_Before); }
+
+private:
+    rlimit m_Before{};
+};
+
+void ExpectItTold(const Outcome& outcome, const std::string& says) {
+    EXPECT_EQ(outcome.status, 3);
+    ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err;
+}
+
+const Arguments kGrab{"--virtual", "1", "grab", "-n", "2", "-q"};
+
+TEST(Trace, IsThereWithoutALine) {
+    const TestFolder folder;
+    Arguments arguments = kGrab;
+    arguments.insert(arguments.end(), {"--trace", folder.Path("t.pcapng")});
+    const Outcome outcome = RunTool(arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(folder.Read("t.pcapng").substr(0, 4), "\x0a\x0d\x0d\x0a");
+}
+
+TEST(Trace, ThatTheDiskDoesNotTakeIsToldInTheEnd) {
+    const TestFolder folder;
+    for (const bool isVariable : {false, true}) {
+        const SmallFiles limit(4096);
+        const std::string path = folder.Path("t.pcapng");
+        Arguments arguments = kGrab;
+        if (!isVariable) arguments.insert(arguments.end(), {"--trace", path});
+        const Variable variable(isVariable ? "TAVIX_TRACE" : "TAVIX_UNUSED", path);
+        ExpectItTold(RunTool(arguments), "TAVIX_TRACE: the trace in " + path + " is not whole: File too large");
+    }
+}
+
+TEST(Trace, ThatTheVariableCannotHaveIsTold) {
+    const TestFolder folder;
+    for (const std::string& path : {folder.Path("none/t"), folder.Path(), std::string("/dev/null")}) {
+        const Variable variable("TAVIX_TRACE", path);
+        ExpectItTold(RunTool(kGrab), "TAVIX_TRACE: no trace can be written to " + path + ": ");
+    }
+}
+
+TEST(Trace, WithABadNumberOfPayloadBytesIsTold) {
+    const TestFolder folder;
+    const Variable variable("TAVIX_TRACE", folder.Path("t"));
+    for (const char* bad : {"many", "-1", "5k", "99999999999999999999"}) {
+        const Variable payload("TAVIX_TRACE_PAYLOAD", bad);
+        ExpectItTold(RunTool(kGrab), "TAVIX_TRACE_PAYLOAD: '" + std::string(bad) + "' is no number of bytes; 64 ");
+    }
+    const Variable payload("TAVIX_TRACE_PAYLOAD", "0");
+    EXPECT_EQ(RunTool(kGrab).status, 0);
+}
+
+} // namespace
