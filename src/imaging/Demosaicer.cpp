@@ -31,7 +31,10 @@ Demosaicer<T>::Demosaicer(SampleReader<T>& reader, const Kernels<T>& kernels, Ba
       m_Count((std::size_t{reader.Width()} + kStep - 1) / kStep * kStep), m_Sites(m_Count), m_Red(m_Count),
       m_Green(m_Count), m_Blue(m_Count) {
     m_Lines.fill(Row<T>(m_Count));
-    if (quality == Demosaicing::EdgeAware) m_Greens.fill(Row<T>(m_Count));
+    if (quality == Demosaicing::EdgeAware) {
+        m_Greens.fill(Row<T>(m_Count));
+        m_Excesses.fill(Row<Wide<T>>(m_Count / 2));
+    }
     T* sites = m_Sites.Get();
     for (std::size_t x = 0; x <= m_Count; x += 2)
         sites[x] = static_cast<T>(~T{0});
@@ -42,11 +45,9 @@ const T* Demosaicer<T>::LineAt(std::int64_t y) const {
     return m_Lines[Mirrored(y, m_Reader.Height()) % kLines].Get();
 }
 
-// Set where the line has red, or blue if it has no red.
 template<class T>
-const T* Demosaicer<T>::OwnSites(std::uint32_t y) const {
-    const unsigned first = y % 2 == m_RedY ? m_RedX : 1 - m_RedX;
-    return m_Sites.Get() + first;
+const Wide<T>* Demosaicer<T>::ExcessAt(std::int64_t y) const {
+    return m_Excesses[Mirrored(y, m_Reader.Height()) % kGreens].Get();
 }
 
 template<class T>
@@ -55,6 +56,18 @@ void Demosaicer<T>::Mirror(T* row, std::uint32_t reach) const {
     for (std::uint32_t i = 1; i <= reach; ++i) {
         row[-std::ptrdiff_t{i}] = row[Mirrored(-std::int64_t{i}, width)];
         row[std::size_t{width} - 1 + i] = row[Mirrored(std::int64_t{width} - 1 + i, width)];
+    }
+}
+
+template<class T>
+void Demosaicer<T>::MirrorSites(Wide<T>* row, unsigned first) const {
+    const std::uint32_t width = m_Reader.Width();
+    const std::int64_t beyond[] = {-2, -1, std::int64_t{width}, std::int64_t{width} + 1};
+    for (const std::int64_t x : beyond) {
+        if ((x & 1) != first) continue;
+        const std::uint32_t within = Mirrored(x, width);
+        const bool isSite = within % 2 == first; // a single column may have none
+        row[(x - first) / 2] = isSite ? row[(within - first) / 2] : Wide<T>{0};
     }
 }
 
@@ -72,33 +85,39 @@ void Demosaicer<T>::MakeGreen(std::uint32_t y) {
     const std::int64_t at = y;
     const T* lines[5] = {LineAt(at - 2), LineAt(at - 1), LineAt(at), LineAt(at + 1), LineAt(at + 2)};
     T* green = m_Greens[y % kGreens].Get();
-    m_Kernels.greenAlongEdges(lines + 2, OwnSites(y), green, m_Count);
-    Mirror(green, 1);
+    Wide<T>* excess = m_Excesses[y % kGreens].Get();
+    m_Kernels.greenAlongEdges(lines + 2, FirstSite(y), green, excess, m_Count);
+    MirrorSites(excess, FirstSite(y));
+}
+
+template<class T>
+const T* Demosaicer<T>::MakeEdgeAware(std::uint32_t y, const BayerRows<T>& to) {
+    const std::int64_t at = y;
+    ReadUpTo(y + kReach);
+    for (; m_GreensMade < m_Reader.Height() && m_GreensMade <= y + 1; ++m_GreensMade)
+        MakeGreen(m_GreensMade);
+    const T* green = m_Greens[y % kGreens].Get();
+    const RowTriple<Wide<T>> excess = {ExcessAt(at - 1), ExcessAt(at), ExcessAt(at + 1)};
+    m_Kernels.byDifference(LineAt(at), green, excess, FirstSite(y), to, m_Count);
+    return green;
 }
 
 template<class T>
 Planes<T> Demosaicer<T>::Make(std::uint32_t y) {
     const std::int64_t at = y;
     const bool isRed = y % 2 == m_RedY;
-    const RowTriple<T> lines = {LineAt(at - 1), LineAt(at), LineAt(at + 1)};
     BayerRows<T> to = {m_Red.Get(), m_Green.Get(), m_Blue.Get()};
     if (!isRed) std::swap(to.own, to.other);
     Planes<T> planes;
     planes.plane[0] = m_Red.Get();
     planes.plane[2] = m_Blue.Get();
-    if (m_Quality == Demosaicing::Bilinear) {
-        ReadUpTo(y + 1);
-        m_Kernels.bilinear(lines, OwnSites(y), to, m_Count);
-        planes.plane[1] = m_Green.Get();
+    if (m_Quality == Demosaicing::EdgeAware) {
+        planes.plane[1] = MakeEdgeAware(y, to);
         return planes;
     }
-    ReadUpTo(y + kReach);
-    for (; m_GreensMade < m_Reader.Height() && m_GreensMade <= y + 1; ++m_GreensMade)
-        MakeGreen(m_GreensMade);
-    const auto greenAt = [&](std::int64_t line) { return m_Greens[Mirrored(line, m_Reader.Height()) % kGreens].Get(); };
-    const RowTriple<T> greens = {greenAt(at - 1), greenAt(at), greenAt(at + 1)};
-    m_Kernels.byDifference(lines, greens, OwnSites(y), to, m_Count);
-    planes.plane[1] = greens.here;
+    ReadUpTo(y + 1);
+    m_Kernels.bilinear({LineAt(at - 1), LineAt(at), LineAt(at + 1)}, m_Sites.Get() + FirstSite(y), to, m_Count);
+    planes.plane[1] = m_Green.Get();
     return planes;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace Tavix::imaging {
 
@@ -24,6 +25,10 @@ struct ColourMatrix {
     std::int32_t luma = 0;              ///< what luma adds to each
     std::int32_t redV = 0, greenU = 0, greenV = 0, blueU = 0;
 };
+
+/// A signed number that holds sums and differences of a few T.
+template<class T>
+using Wide = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
 
 /// Three rows of one plane, one above the other.
 template<class T>
@@ -63,11 +68,15 @@ struct Kernels {
     void (*gather)(const T* from, const GatherPlan& plan, T* to, std::size_t count);
     /// Padded, from one sample before the row on. `ownSites` is all bits set where a pixel has the row's own colour.
     void (*bilinear)(const RowTriple<T>& rows, const T* ownSites, const BayerRows<T>& to, std::size_t count);
-    /// Green along edges; reads rows[-2] to rows[2] and two samples before the row. Padded.
-    void (*greenAlongEdges)(const T* const* rows, const T* ownSites, T* green, std::size_t count);
-    /// Red and blue by their difference to green, from one sample before the row on. Padded.
-    void (*byDifference)(const RowTriple<T>& rows, const RowTriple<T>& green, const T* ownSites, const BayerRows<T>& to,
-                         std::size_t count);
+    /// Green along edges; reads rows[-2] to rows[2] and two samples before the row. A row's sites are its pixels of
+    /// another colour than green: `first` (0 or 1) and every second from there. `excess` gets what each site has more
+    /// of its colour than of green. Padded.
+    void (*greenAlongEdges)(const T* const* rows, unsigned first, T* green, Wide<T>* excess, std::size_t count);
+    /// The row's own colour and the one that it lacks, by their excess over green; `here` and `green` are the row's.
+    /// Reads one site before and behind each row of `excess`, of which those above and below are the other colour's.
+    /// Padded.
+    void (*byDifference)(const T* here, const T* green, const RowTriple<Wide<T>>& excess, unsigned first,
+                         const BayerRows<T>& to, std::size_t count);
     /// Padded.
     void (*colours)(const T* y, const T* u, const T* v, const ColourMatrix& matrix, const ColourRows<T>& to,
                     std::size_t count);

@@ -3,6 +3,7 @@
 // nothing of the standard library that could be shared with sources for lesser processors.
 
 #include "imaging/Kernels.h"
+#include "imaging/kernels/Bayer.h"
 #include "imaging/kernels/Colours.h"
 #include "imaging/kernels/Planes.h"
 #include "imaging/kernels/Samples.h"
@@ -11,9 +12,9 @@ namespace Tavix::imaging {
 namespace {
 
 template<class T>
-constexpr Kernels<T> kKernels = {Bytes<T>,   Words<T>,    Dense<T>,           Pairs<T>,
-                                 Gather<T>,  Bilinear<T>, GreenAlongEdges<T>, ByDifference<T>,
-                                 Colours<T>, Luma<T>,     Interleave3<T>,     Interleave4<T>};
+constexpr Kernels<T> kKernels = {Bytes<T>,  Words<T>,    Dense<T>,           Pairs<T>,
+                                 Gather<T>, Bilinear<T>, GreenAlongEdges<T>, ByDifference<T>,
+                                 Colours,   Luma<T>,     Interleave3<T>,     Interleave4<T>};
 
 } // namespace
 } // namespace Tavix::imaging
