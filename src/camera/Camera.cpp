@@ -86,6 +86,10 @@ ImageStream Camera::Grab(const GrabOptions& options, std::function<void(Image)> 
     return ImageStream::Begin(m_Core, options, std::move(callback));
 }
 
+Subscription Camera::OnEvent(const std::string& name, std::function<void(const CameraEvent&)> callback) {
+    return Checked().OnEvent(name, std::move(callback));
+}
+
 Subscription Camera::OnRemoval(std::function<void(bool isBack)> callback) {
     return Checked().OnRemoval(std::move(callback));
 }

@@ -39,6 +39,7 @@ void CameraCore::Close() {
         watchers.swap(m_Watchers);
     }
     if (stream) stream->Shutdown();
+    m_Events.Stop();
     for (const Watcher& watcher : watchers)
         watcher.callback->End();
     m_RemovalCallbacks.EndAll();
@@ -105,6 +106,7 @@ void CameraCore::Detach(const Acquisition& stream) {
 }
 
 void CameraCore::LetGo() {
+    m_Events.Stop();
     std::shared_ptr<OpenDevice> device;
     const std::lock_guard<std::mutex> guard(m_Mutex);
     device.swap(m_Device);
@@ -129,6 +131,7 @@ bool CameraCore::TryReopen() {
     }
     for (const Watcher& watcher : watchers)
         Register(device->Nodes(), watcher);
+    m_Events.Restart(device);
     m_RemovalCallbacks.Call(true);
     return true;
 }

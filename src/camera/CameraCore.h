@@ -2,8 +2,10 @@
 // What a camera object, its features and its streams share.
 
 #include "camera/CallbackList.h"
+#include "camera/EventHub.h"
 #include "camera/FeatureSource.h"
 #include "camera/Journal.h"
+#include "camera/Trigger.h"
 
 #include <tavix/camera/CameraInfo.h>
 
@@ -32,6 +34,11 @@ public:
     void OnWritten(GenApi::INode& node, const std::string& value) override;
     Subscription Watch(const std::string& feature, std::function<void(const Feature&)> callback) override;
     Subscription OnRemoval(std::function<void(bool)> callback) { return m_RemovalCallbacks.Add(std::move(callback)); }
+
+    Subscription OnEvent(const std::string& event, std::function<void(const CameraEvent&)> callback) {
+        return m_Events.Add(Hold(), event, std::move(callback));
+    }
+    TriggerClock& GetTriggerClock() { return m_TriggerClock; }
 
     /// StateError when another one runs.
     void Attach(const std::shared_ptr<Acquisition>& stream);
@@ -62,6 +69,8 @@ private:
     std::vector<Watcher> m_Watchers;      // guarded by m_Mutex
     Journal m_Journal;
     CallbackList<bool> m_RemovalCallbacks;
+    EventHub m_Events;
+    TriggerClock m_TriggerClock;
 };
 
 } // namespace Tavix::detail

@@ -2,6 +2,7 @@
 
 #include "camera/CameraLog.h"
 #include "camera/Failure.h"
+#include "camera/Frame.h"
 
 #include <tavix/Device.h>
 
@@ -59,6 +60,14 @@ void ChunkReader::ReadAttached(ChunkValues& values) {
     Attempt("Checking the chunks", [&] {
         if (m_Parser->HasCRC()) values.checksum = m_Parser->CheckCRC() ? Checksum::Right : Checksum::Wrong;
     });
+}
+
+const ChunkValues& ChunksOf(Frame& frame) {
+    if (frame.chunkValues) return *frame.chunkValues;
+    const bool canHave = frame.origin && frame.origin->chunks;
+    frame.chunkValues = std::make_unique<ChunkValues>(
+        canHave ? frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}) : ChunkValues());
+    return *frame.chunkValues;
 }
 
 } // namespace Tavix::detail

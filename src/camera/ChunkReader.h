@@ -45,6 +45,8 @@ private:
     ISelfReliantChunkParser* const m_Parser; // owned; its use guarded by m_Mutex
 };
 
+/// Those of a frame, read when somebody asks for the first time.
+const ChunkValues& ChunksOf(Frame& frame);
 /// The present value of a node that can be read.
 Value ReadNode(GenApi::INode& node);
 

@@ -6,21 +6,11 @@
 #include <tavix/camera/Image.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace Tavix {
 namespace {
 
 constexpr std::size_t kSuggestions = 3;
-
-const detail::ChunkValues& ChunksOf(detail::Frame& frame) {
-    if (!frame.chunkValues) {
-        const bool canHave = frame.origin && frame.origin->chunks;
-        frame.chunkValues = std::make_unique<detail::ChunkValues>(
-            canHave ? frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}) : detail::ChunkValues());
-    }
-    return *frame.chunkValues;
-}
 
 std::size_t StrideOf(const detail::Frame& frame) {
     const std::size_t padded = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
@@ -136,13 +126,13 @@ std::chrono::steady_clock::time_point Image::Arrival() const {
 
 std::vector<std::string> Image::ChunkNames() const {
     std::vector<std::string> names;
-    for (const auto& [name, value] : ChunksOf(Checked()).values)
+    for (const auto& [name, value] : detail::ChunksOf(Checked()).values)
         names.push_back(name);
     return names;
 }
 
 Value Image::Chunk(const std::string& name) const {
-    const auto& values = ChunksOf(Checked()).values;
+    const auto& values = detail::ChunksOf(Checked()).values;
     auto found = values.find(name);
     if (found == values.end()) found = values.find("Chunk" + name);
     if (found != values.end()) return found->second;
@@ -152,18 +142,7 @@ Value Image::Chunk(const std::string& name) const {
 }
 
 Checksum Image::ChunkChecksum() const {
-    return ChunksOf(Checked()).checksum;
-}
-
-Image Image::Clone() const {
-    const detail::Frame& from = Checked();
-    auto copy = std::make_unique<detail::Frame>();
-    copy->size = from.payloadSize;
-    copy->memory =
-        std::shared_ptr<std::uint8_t>(new std::uint8_t[copy->size + 1], std::default_delete<std::uint8_t[]>());
-    std::memcpy(copy->memory.get(), from.Bytes(), copy->size);
-    static_cast<detail::ImageFacts&>(*copy) = from;
-    return Image(detail::FramePtr(copy.release()));
+    return detail::ChunksOf(Checked()).checksum;
 }
 
 } // namespace Tavix

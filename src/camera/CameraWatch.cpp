@@ -1,0 +1,59 @@
+#include "camera/CallbackList.h"
+#include "core/WaitObject.h"
+
+#include <tavix/camera/CameraInfo.h>
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace Tavix {
+namespace {
+
+constexpr unsigned int kPeriodMs = 500;
+
+bool Holds(const std::vector<CameraInfo>& cameras, const CameraInfo& camera) {
+    return std::any_of(cameras.begin(), cameras.end(), [&](const CameraInfo& other) {
+        return other.path == camera.path && other.serial == camera.serial;
+    });
+}
+
+} // namespace
+
+struct CameraWatch::Impl {
+    detail::GuardedCallback<const CameraInfo&, bool> callback;
+    const WaitObjectEx stop = WaitObjectEx::Create(/*manualReset=*/true);
+    std::vector<CameraInfo> known; // of the thread
+    std::thread thread;            // last, since it uses all of it
+
+    explicit Impl(std::function<void(const CameraInfo&, bool)> function)
+        : callback(std::move(function)), thread([this] { Run(); }) {}
+    ~Impl() {
+        stop.Signal();
+        thread.join();
+    }
+
+    void Run() {
+        do {
+            detail::Attempt("Looking for cameras", [this] { Look(); });
+        } while (!stop.Wait(kPeriodMs));
+    }
+    /// Departures first: a camera that was plugged in again goes before it comes.
+    void Look() {
+        const std::vector<CameraInfo> before = std::exchange(known, Cameras());
+        for (const CameraInfo& camera : before) {
+            if (!Holds(known, camera)) callback.Call(camera, false);
+        }
+        for (const CameraInfo& camera : known) {
+            if (!Holds(before, camera)) callback.Call(camera, true);
+        }
+    }
+};
+
+CameraWatch::CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback)
+    : m_Impl(std::make_unique<Impl>(std::move(callback))) {}
+CameraWatch::CameraWatch(CameraWatch&&) noexcept = default;
+CameraWatch& CameraWatch::operator=(CameraWatch&&) noexcept = default;
+CameraWatch::~CameraWatch() = default;
+
+} // namespace Tavix

@@ -1,0 +1,106 @@
+#include "camera/CameraTest.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+using namespace cameratest;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+/// Events as they come. Thread-safe.
+class Inbox {
+public:
+    void operator()(const Tavix::CameraEvent& event) {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Events.push_back(event);
+        m_Changed.notify_all();
+    }
+    std::vector<Tavix::CameraEvent> Await(std::size_t count) {
+        std::unique_lock<std::mutex> guard(m_Mutex);
+        EXPECT_TRUE(m_Changed.wait_for(guard, 20s, [&] { return m_Events.size() >= count; }));
+        return m_Events;
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::vector<Tavix::CameraEvent> m_Events;
+};
+
+TEST(Event, IsDeliveredWithItsValues) {
+    VirtualBus bus(kPaced);
+    Inbox inbox;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnEvent("ExposureEnd", std::ref(inbox));
+    Tavix::ImageStream stream = camera.Grab();
+    const auto events = inbox.Await(3);
+    for (const Tavix::CameraEvent& event : events) {
+        EXPECT_EQ(event.name, "ExposureEnd");
+        EXPECT_GT(event["Timestamp"].Int(), 0);
+        EXPECT_EQ(event["EventExposureEndTimestamp"].Int(), event["Timestamp"].Int());
+    }
+    EXPECT_EQ(events[1]["FrameID"].Int(), events[0]["FrameID"].Int() + 1);
+    ErrorOf<Tavix::NotFound>([&] { events[0]["Weather"]; });
+}
+
+TEST(Event, GoesToThoseWhoAskedForIt) {
+    VirtualBus bus(kPaced);
+    Inbox starts, ends;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnEvent("FrameStart", std::ref(starts));
+    camera.OnEvent("ExposureEnd", std::ref(ends));
+    Tavix::ImageStream stream = camera.Grab();
+    for (const Tavix::CameraEvent& event : starts.Await(3))
+        EXPECT_EQ(event.name, "FrameStart");
+    for (const Tavix::CameraEvent& event : ends.Await(3))
+        EXPECT_EQ(event.name, "ExposureEnd");
+}
+
+TEST(Event, LeavesTheSelectorAsItWas) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["EventSelector"] = "FrameStart";
+    camera.OnEvent("ExposureEnd", [](const Tavix::CameraEvent&) {});
+    EXPECT_EQ(camera["EventSelector"].Text(), "FrameStart");
+    camera["EventSelector"] = "ExposureEnd";
+    EXPECT_EQ(camera["EventNotification"].Text(), "On");
+}
+
+TEST(Event, OfAnUnknownNameIsRefusedWithThoseThatThereAre) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    try {
+        camera.OnEvent("ExposureEn", [](const Tavix::CameraEvent&) {});
+        FAIL();
+    } catch (const Tavix::NotFound& e) {
+        EXPECT_THAT(e.what(), HasSubstr("FrameStart"));
+        ASSERT_FALSE(e.Suggestions().empty());
+        EXPECT_EQ(e.Suggestions().front(), "ExposureEnd");
+    }
+}
+
+TEST(Event, LetsItsCallbackReadFeaturesAndEndItself) {
+    VirtualBus bus(kPaced);
+    Inbox inbox;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::Subscription subscription;
+    std::mutex mutex;
+    std::unique_lock<std::mutex> guard(mutex);
+    subscription = camera.OnEvent("ExposureEnd", [&](const Tavix::CameraEvent& event) {
+        const std::lock_guard<std::mutex> known(mutex);
+        EXPECT_EQ(camera["Width"].Int(), 64);
+        subscription.End();
+        inbox(event);
+    });
+    guard.unlock();
+    Tavix::ImageStream stream = camera.Grab(10);
+    while (stream.Next())
+        continue;
+    EXPECT_EQ(inbox.Await(1).size(), 1U);
+}
+
+} // namespace

@@ -1,0 +1,153 @@
+#include "camera/CameraTest.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+using namespace cameratest;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr char kGoes[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
+    "faults": {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}]}}])";
+constexpr char kComesBack[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
+    "faults": {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}], "replugAfterMs": 200}}])";
+
+Tavix::GrabOptions Reconnecting(std::chrono::milliseconds patience) {
+    Tavix::GrabOptions options;
+    options.reconnect = patience;
+    return options;
+}
+
+TEST(Removal, EndsAStreamThatDoesNotWait) {
+    VirtualBus bus(kGoes);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::ImageStream stream = camera.Grab();
+    EXPECT_THAT(ErrorOf<Tavix::Removed>([&] {
+                    while (stream.Next())
+                        continue;
+                }),
+                HasSubstr("unplugged"));
+    EXPECT_TRUE(stream.HasEnded());
+    EXPECT_EQ(stream.Counts().delivered, 5U);
+    ErrorOf<Tavix::Removed>([&] { camera["ExposureTime"] = 1.0; });
+}
+
+TEST(Removal, IsSurvivedByAStreamThatWaits) {
+    VirtualBus bus(kComesBack);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["ExposureTime"] = 1234.0;
+    camera["Width"] = 32;
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+    std::chrono::nanoseconds gap{0};
+    int gaps = 0;
+    for (const Tavix::Image& image : stream) {
+        EXPECT_EQ(image.Width(), 32U);
+        if (image.GapBefore().count() > 0) {
+            ++gaps;
+            gap = image.GapBefore();
+        }
+        if (gaps > 0 && image.Number() > 10) break;
+    }
+    EXPECT_EQ(gaps, 1);
+    EXPECT_GE(gap, 200ms);
+    EXPECT_EQ(stream.Counts().reconnects, 1U);
+    EXPECT_EQ(camera["ExposureTime"].Float(), 1234.0);
+}
+
+TEST(Removal, SetsACameraThatIsBackInTheApplicationsOrder) {
+    VirtualBus bus(kComesBack);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["Width"] = 32;
+    camera["OffsetX"] = 32; // there is no room for it before
+    camera["EventSelector"] = "ExposureEnd";
+    camera["EventNotification"] = "On";
+    camera["EventSelector"] = "FrameStart";
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+    while (stream.Next().GapBefore().count() == 0)
+        continue;
+    EXPECT_EQ(camera["OffsetX"].Int(), 32);
+    EXPECT_EQ(camera["EventSelector"].Text(), "FrameStart");
+    camera["EventSelector"] = "ExposureEnd";
+    EXPECT_EQ(camera["EventNotification"].Text(), "On");
+}
+
+TEST(Removal, EndsAStreamWhoseCameraStaysAway) {
+    VirtualBus bus(kGoes);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(300ms));
+    EXPECT_THAT(ErrorOf<Tavix::Removed>([&] {
+                    while (stream.Next())
+                        continue;
+                }),
+                HasSubstr("did not come back within 300 ms"));
+}
+
+TEST(Removal, LeavesAWaitForTheCameraCancellable) {
+    VirtualBus bus(kGoes);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(-1ms));
+    while (stream.Wait(500ms))
+        continue; // the camera is away, and the time given is kept all the same
+    EXPECT_FALSE(stream.HasEnded());
+    stream.Cancel();
+    EXPECT_FALSE(stream.Next());
+}
+
+TEST(Removal, IsToldAndSoIsTheReturn) {
+    VirtualBus bus(kComesBack);
+    std::mutex mutex;
+    std::vector<bool> told;
+    std::condition_variable changed;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnRemoval([&](bool isBack) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        told.push_back(isBack);
+        changed.notify_all();
+    });
+    int changes = 0;
+    camera["ExposureTime"].OnChange([&](const Tavix::Feature&) { ++changes; });
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+    while (stream.Next().GapBefore().count() == 0)
+        continue;
+    std::unique_lock<std::mutex> guard(mutex);
+    EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return told.size() == 2; }));
+    EXPECT_THAT(told, ElementsAre(false, true));
+    guard.unlock();
+    changes = 0;
+    camera["ExposureTime"] = 777.0;
+    EXPECT_EQ(changes, 1);
+}
+
+TEST(Removal, LeavesKeptImagesAsTheyWere) {
+    VirtualBus bus(kComesBack);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+    const Tavix::Image before = stream.Next();
+    const Tavix::Image copy = before.Clone();
+    while (stream.Next().GapBefore().count() == 0)
+        continue;
+    EXPECT_TRUE(std::equal(before.Data().begin(), before.Data().end(), copy.Data().begin(), copy.Data().end()));
+}
+
+TEST(CameraWatch, TellsOfCamerasThatGoAndComeBack) {
+    VirtualBus bus(kComesBack);
+    std::mutex mutex;
+    std::vector<bool> told;
+    std::condition_variable changed;
+    Tavix::CameraWatch watch([&](const Tavix::CameraInfo& info, bool arrived) {
+        EXPECT_EQ(info.serial, "7");
+        const std::lock_guard<std::mutex> guard(mutex);
+        told.push_back(arrived);
+        changed.notify_all();
+    });
+    std::unique_lock<std::mutex> guard(mutex);
+    EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return told.size() == 1; }));
+    EXPECT_THAT(told, ElementsAre(true));
+}
+
+} // namespace

@@ -1,0 +1,100 @@
+#include "camera/CameraTest.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace cameratest;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char kCamera[] = R"([{"serial": "7"}])";
+
+std::string TemporaryPath() {
+    char path[] = "/tmp/tavix-settings-XXXXXX";
+    close(mkstemp(path));
+    return path;
+}
+
+TEST(Settings, BringACameraBackToWhatItWas) {
+    VirtualBus bus(kCamera);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["Width"] = 640;
+    camera["OffsetX"] = 320;
+    camera["ExposureTime"] = 5000.0;
+    const Tavix::Settings settings = camera.ReadSettings();
+    camera["OffsetX"] = 0;
+    camera["Width"] = 1280;
+    camera["ExposureTime"] = 100.0;
+    EXPECT_THAT(camera.Apply(settings), IsEmpty());
+    EXPECT_EQ(camera["Width"].Int(), 640);
+    EXPECT_EQ(camera["OffsetX"].Int(), 320);
+    EXPECT_THAT(camera.ReadSettings().Compare(settings), IsEmpty());
+}
+
+TEST(Settings, AreAppliedAgainAsLongAsMoreOfThemSucceed) {
+    VirtualBus bus(kCamera);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::Settings settings;
+    settings.Add("OffsetX", "320"); // refused until there is room for it
+    settings.Add("Width", "640");
+    EXPECT_THAT(camera.Apply(settings), IsEmpty());
+    EXPECT_EQ(camera["OffsetX"].Int(), 320);
+}
+
+TEST(Settings, TellWhatWasRefusedAndWhy) {
+    VirtualBus bus(kCamera);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::Settings settings;
+    settings.Add("Width", "640");
+    settings.Add("Height", "99999");
+    settings.Add("Nonsense", "1");
+    const auto refused = camera.Apply(settings);
+    ASSERT_EQ(refused.size(), 2U);
+    EXPECT_EQ(refused[0].name, "Height");
+    EXPECT_EQ(refused[0].value, "99999");
+    EXPECT_THAT(refused[0].reason, HasSubstr("it takes"));
+    EXPECT_THAT(refused[1].reason, HasSubstr("no feature 'Nonsense'"));
+    EXPECT_EQ(camera["Width"].Int(), 640);
+}
+
+TEST(Settings, AreTheSameFromAFile) {
+    const std::string path = TemporaryPath();
+    Tavix::Settings settings;
+    settings.Add("DeviceUserID", "two\nlines \\ and a slash");
+    settings.Add("Width", "640");
+    settings.Save(path);
+    const Tavix::Settings read = Tavix::Settings::FromFile(path);
+    std::remove(path.c_str());
+    ASSERT_EQ(read.Lines().size(), 2U);
+    EXPECT_EQ(read.Lines()[0].value, "two\nlines \\ and a slash");
+    EXPECT_THAT(read.Compare(settings), IsEmpty());
+}
+
+TEST(Settings, CompareByPlaceAndNotByLine) {
+    const auto left = Tavix::Settings::FromText("# a comment\nWidth\t640\nGainSelector\tRed\nGain\t1\n"
+                                                "GainSelector\tBlue\nGain\t2\n");
+    const auto right = Tavix::Settings::FromText("GainSelector\tBlue\nGain\t3\nGainSelector\tRed\nGain\t1\nWidth\t640\n"
+                                                 "Height\t480\n");
+    const auto differences = left.Compare(right);
+    ASSERT_EQ(differences.size(), 3U);
+    EXPECT_EQ(differences[0].name, "GainSelector");
+    EXPECT_EQ(differences[1].name, "Gain[GainSelector=Blue]");
+    EXPECT_EQ(differences[1].left, "2");
+    EXPECT_EQ(differences[1].right, "3");
+    EXPECT_EQ(differences[2].name, "Height");
+    EXPECT_EQ(differences[2].left, "");
+}
+
+TEST(Settings, RefuseTextThatIsNone) {
+    EXPECT_THAT(ErrorOf<Tavix::Error>([] { Tavix::Settings::FromText("Width 640\n"); }), HasSubstr("'Width 640'"));
+    ErrorOf<Tavix::Error>([] { Tavix::Settings::FromFile("/nowhere/at/all"); });
+    ErrorOf<Tavix::Error>([] { Tavix::Settings().Save("/nowhere/at/all"); });
+}
+
+} // namespace
