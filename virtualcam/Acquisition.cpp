@@ -207,7 +207,8 @@ void Acquisition::OpenBurst(TimePoint now) {
 
 bool Acquisition::Level(LineSource source) const {
     if (source == LineSource::FrameTriggerWait)
-        return m_Active && IsTriggered(TriggerKind::FrameStart) && IsBurstOpen();
+        return m_Active && IsTriggered(TriggerKind::FrameStart) && IsBurstOpen() &&
+               Clock::Now() >= m_LastFrame + Period(); // earlier it would be an overtrigger
     if (source == LineSource::FrameBurstTriggerWait) return m_Active && !IsBurstOpen();
     return false;
 }

@@ -16,7 +16,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kStep{200};
-constexpr char kReady[] = "FrameTriggerWait";
 
 bool Has(FeatureSource& camera, const char* name) {
     const auto device = camera.Hold();
@@ -27,17 +26,23 @@ bool Is(FeatureSource& camera, const char* name, const char* value) {
     return Has(camera, name) && camera.Make(name).IsReadable() && camera.Make(name).Text() == value;
 }
 
+/// The status that tells of the trigger which is selected.
+std::string StatusOfTrigger(FeatureSource& camera) {
+    const std::string trigger = Has(camera, "TriggerSelector") ? camera.Make("TriggerSelector").Text() : "FrameStart";
+    if (trigger == "FrameBurstStart") return "FrameBurstTriggerWait";
+    return trigger == "AcquisitionStart" ? "AcquisitionTriggerWait" : "FrameTriggerWait";
+}
+
 /// Whether the camera tells that it waits for a trigger.
 bool TellsReadiness(FeatureSource& camera) {
     if (!Has(camera, "AcquisitionStatus") || !Has(camera, "AcquisitionStatusSelector")) return false;
     Feature selector = camera.Make("AcquisitionStatusSelector");
-    if (selector.Text() == kReady) return true;
-    for (const std::string& entry : selector.Entries()) {
-        if (entry != kReady) continue;
-        selector = kReady;
-        return true;
-    }
-    return false;
+    const std::string wanted = StatusOfTrigger(camera);
+    if (selector.Text() == wanted) return true;
+    const std::vector<std::string> entries = selector.Entries();
+    if (std::find(entries.begin(), entries.end(), wanted) == entries.end()) return false;
+    selector = wanted;
+    return true;
 }
 
 /// By the rate that the camera states; 0 when it states none.

@@ -2,6 +2,8 @@
 
 #include "virtualcam/CameraFixture.h"
 
+#include <cstring>
+
 namespace {
 
 using virtualcam::Bytes;
@@ -28,6 +30,18 @@ TEST_F(TriggerTest, TakesAnImageForEachSoftwareTrigger) {
     EXPECT_EQ(stream.Read().Id(), 1u);
     EXPECT_EQ(stream.Read().Id(), 2u);
     EXPECT_FALSE(HasBlock());
+}
+
+TEST_F(TriggerTest, WaitsForNoTriggerThatWouldComeTooEarly) {
+    const double slow = 0.1;
+    Bytes rate(sizeof slow);
+    std::memcpy(rate.data(), &slow, sizeof slow);
+    ASSERT_EQ(client.Write(0x102018, rate), 0);
+    ASSERT_EQ(client.Write32(0x102014, 1), 0);
+    stream.StartAcquisition();
+    EXPECT_EQ(client.Read(0x102030, 4), 1u);
+    Fire(kFrame);
+    EXPECT_EQ(client.Read(0x102030, 4), 0u) << "the next frame may begin in ten seconds";
 }
 
 TEST_F(TriggerTest, IgnoresTriggersBeforeStart) {
