@@ -38,7 +38,7 @@ has() { # package, then paths as patterns
         grep -qE "^\./$path$" "$scratch/contents" || fail "$(basename "$package") lacks $path"
     done
 }
-has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^/]+/libtavixbase\.so\.4' \
+has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^/]+/libtavixbase\.so\.4' 'usr/lib/[^/]+/libtaviximaging\.so\.4' \
     'usr/lib/[^/]+/libtavixvirtualcam\.so' usr/lib/udev/rules.d/70-tavix-usb3vision.rules \
     usr/share/bash-completion/completions/tavix usr/share/zsh/site-functions/_tavix \
     usr/share/fish/vendor_completions.d/tavix.fish 'usr/share/man/man1/tavix\.1\.gz' \
@@ -47,7 +47,7 @@ has "$development" 'usr/include/tavix-4\.0/tavix/Tavix\.h' 'usr/lib/[^/]+/cmake/
     'usr/lib/[^/]+/libtavixbase\.so' 'usr/share/doc/.*/examples/enumerate_and_grab\.cpp' usr/share/doc/tavix-dev/copyright
 if dpkg-deb --contents "$runtime" | grep -q '/include/'; then fail "the runtime package holds headers"; fi
 depends=$(dpkg-deb --field "$runtime" Depends)
-for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16; do
+for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16 libjpeg62-turbo libtiff6; do
     grep -q "$library" <<<"$depends" || fail "the package does not depend on $library: $depends"
 done
 quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" || fail "lintian has something to say"

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <tavix/imaging/Convert.h>
 #include <tavix/imaging/Error.h>
@@ -30,7 +31,7 @@ struct Metadata {
     std::optional<std::uint64_t> cameraTime; ///< the camera's own time stamp, in its ticks
     std::optional<double> exposure;          ///< microseconds
     std::optional<std::uint64_t> blockId;
-    std::map<std::string, std::string> more; ///< by name, printable
+    std::map<std::string, std::string> more; ///< by name
 };
 
 struct FileOptions {
@@ -46,9 +47,15 @@ TAVIX_IMAGING_API const char* ExtensionOf(FileFormat file, PixelFormat pixels) n
 /// Whether such a file can show it; Raw can hold everything.
 TAVIX_IMAGING_API bool IsStorable(FileFormat file, PixelFormat pixels) noexcept;
 
-/// Converts as the file needs it: grey stays grey; more than 8 bits become 16 where the file has them.
-/// Writes beside its place, as PATH.part, and moves it there once it is whole. Throws Error, and leaves no new file
-/// then.
+/// The bytes of such a file. Converts as it needs it: grey stays grey; more than 8 bits become 16 where the file has
+/// them. Throws Error.
+TAVIX_IMAGING_API std::vector<std::uint8_t> Encode(FileFormat file, const PictureView& picture,
+                                                   const Metadata& metadata = {}, const FileOptions& options = {});
+/// What the file beside a raw one says: size, format and metadata as JSON.
+TAVIX_IMAGING_API std::string Describe(const PictureView& picture, const Metadata& metadata = {});
+
+/// Writes what Encode() makes beside its place and moves it there once it is whole. Throws Error, and leaves no new
+/// file of that name then.
 TAVIX_IMAGING_API void Save(const std::string& path, FileFormat file, const PictureView& picture,
                             const Metadata& metadata = {}, const FileOptions& options = {});
 /// By the name's extension. Throws Error if it is none of FileFormatOf().
