@@ -81,6 +81,9 @@ struct LoadProblem {
     std::string text;
 };
 
+// Adds a report unless there are very many already.
+void Report(std::vector<LoadProblem>& problems, uint32_t line, std::string_view node, std::string_view text);
+
 // Owns every text and record that it shows; views stay valid while it lives, also when it is moved.
 // Constant after the loader has made it. Re-entrant.
 struct Description {

@@ -20,24 +20,39 @@ public:
         : m_Model(model), m_Findings(findings), m_Told(model, Spread::Any), m_Computed(model, Spread::Value) {}
 
     void Run() {
+        const std::vector<bool> changes = FindChanging();
         for (int selector = 0; selector < m_Model.Count(); ++selector) {
-            if (HasOneValue(selector)) continue;
+            const bool isSelector = m_Model.Property(selector, P::pSelected) != nullptr;
+            if (!isSelector || HasOneEntry(selector) || IsOneNumber(selector)) continue;
+            // What never changes selects once and for all.
+            if (!changes[static_cast<std::size_t>(selector)]) continue;
             std::vector<int> sources;
             for (const PropertyRecord& property : m_Model.Node(selector).properties) {
                 const int feature = property.id == P::pSelected ? m_Model.Find(property.value) : LintModel::kNone;
                 if (feature == LintModel::kNone) continue;
                 if (sources.empty()) sources = SourcesOf(m_Model, selector);
+                if (!Spend(sources.size())) return;
                 Check(selector, sources, feature);
             }
         }
     }
 
 private:
-    // What never changes selects once and for all.
-    [[nodiscard]] bool HasOneValue(int selector) const {
-        if (HasOneEntry(selector) || IsOneNumber(selector)) return true;
-        const std::vector<int> sources = SourcesOf(m_Model, selector);
-        return std::all_of(sources.begin(), sources.end(), [this](int source) { return IsFixed(source); });
+    // Where selectors and features are very many the rest is not looked at: all of them with all takes for ever.
+    bool Spend(std::size_t steps) {
+        if (m_Told.IsExhausted() || m_Computed.IsExhausted()) return false;
+        const bool isEnough = steps < m_StepsLeft;
+        m_StepsLeft = isEnough ? m_StepsLeft - steps : 0;
+        return isEnough;
+    }
+
+    // The nodes whose value may change.
+    [[nodiscard]] std::vector<bool> FindChanging() {
+        std::vector<int> changing;
+        for (int node = 0; node < m_Model.Count(); ++node) {
+            if (!IsFixed(node)) changing.push_back(node);
+        }
+        return m_Computed.Of(changing);
     }
     [[nodiscard]] bool HasOneEntry(int selector) const {
         if (m_Model.Node(selector).type != T::Enumeration) return false;
@@ -60,7 +75,9 @@ private:
     void Check(int selector, const std::vector<int>& sources, int feature) {
         if (m_Model.Node(feature).type == T::Command || m_Model.Node(feature).type == T::Category) return;
         if (m_Computed.Of(sources)[static_cast<std::size_t>(feature)]) return;
-        for (const int each : SourcesOf(m_Model, feature)) {
+        const std::vector<int> sourcesOfFeature = SourcesOf(m_Model, feature);
+        if (!Spend(sourcesOfFeature.size())) return;
+        for (const int each : sourcesOfFeature) {
             if (!KeepsOldValue(m_Model, each) || m_Told.Of(sources)[static_cast<std::size_t>(each)]) continue;
             m_Findings.Add(Rule::MissingInvalidator, m_Model.PlaceOf(each), m_Model.Name(each),
                            "'" + std::string(m_Model.Name(selector)) + "' selects '" +
@@ -74,6 +91,7 @@ private:
     Findings& m_Findings;     // borrowed
     Dependents m_Told;
     Dependents m_Computed;
+    std::size_t m_StepsLeft = 5'000'000;
 };
 
 bool IsWritten(const LintModel& model, int registerNode) {
@@ -97,7 +115,7 @@ public:
 private:
     void Check(int writer, int reader) {
         if (!IsWritten(m_Model, writer) || !KeepsOldValue(m_Model, reader) || m_IsSaid.count(reader) != 0) return;
-        if (m_Told.Of({writer})[static_cast<std::size_t>(reader)]) return;
+        if (m_Told.IsExhausted() || m_Told.Of({writer})[static_cast<std::size_t>(reader)]) return;
         m_IsSaid.insert(reader);
         m_Findings.Add(Rule::SharedBits, m_Model.PlaceOf(reader), m_Model.Name(reader),
                        "'" + std::string(m_Model.Name(writer)) +

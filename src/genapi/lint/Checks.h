@@ -21,6 +21,6 @@ void CheckCaches(const LintModel& model, Findings& findings);
 // What cannot be reached from Root, and what nothing uses.
 void CheckReach(const LintModel& model, Findings& findings);
 // What the engine itself finds wrong, where no other check found an error at that node.
-void CheckEngine(const LintModel& model, std::string_view xml, Findings& findings);
+void CheckEngine(const LintModel& model, const std::vector<LoadProblem>& problems, Findings& findings);
 
 } // namespace genapi

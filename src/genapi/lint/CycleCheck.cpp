@@ -1,5 +1,6 @@
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/FormulaUse.h"
+#include "genapi/nodes/Components.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -13,7 +14,7 @@ using P = PropertyId;
 
 // What of a node may need what of another one.
 enum class Facet : uint8_t { Value, Limit, Access, Content };
-constexpr int kFacets = 4;
+constexpr uint32_t kFacets = 4;
 
 // Which facets of which nodes are needed for which others. bound to a thread
 class NeedGraph {
@@ -21,24 +22,28 @@ public:
     explicit NeedGraph(const LintModel& model)
         : m_Model(model), m_Edges(static_cast<std::size_t>(model.Count()) * kFacets) {
         for (m_Node = 0; m_Node < model.Count(); ++m_Node) {
+            m_HasOwnLimits = HasOwnLimits();
             for (const PropertyRecord& property : model.Node(m_Node).properties)
                 AddProperty(property);
             AddFormulas();
         }
     }
 
-    [[nodiscard]] const std::vector<int>& From(int vertex) const { return m_Edges[static_cast<std::size_t>(vertex)]; }
-    [[nodiscard]] int Count() const { return static_cast<int>(m_Edges.size()); }
-    [[nodiscard]] static int NodeOf(int vertex) { return vertex / kFacets; }
-    [[nodiscard]] static Facet FacetOf(int vertex) { return static_cast<Facet>(vertex % kFacets); }
+    [[nodiscard]] const std::vector<uint32_t>& From(uint32_t vertex) const { return m_Edges[vertex]; }
+    [[nodiscard]] uint32_t Count() const { return static_cast<uint32_t>(m_Edges.size()); }
+    [[nodiscard]] std::size_t DegreeOf(uint32_t vertex) const { return m_Edges[vertex].size(); }
+    [[nodiscard]] uint32_t TargetOf(uint32_t vertex, std::size_t edge) const { return m_Edges[vertex][edge]; }
+    [[nodiscard]] static int NodeOf(uint32_t vertex) { return static_cast<int>(vertex / kFacets); }
+    [[nodiscard]] static Facet FacetOf(uint32_t vertex) { return static_cast<Facet>(vertex % kFacets); }
 
 private:
-    static int Vertex(int node, Facet facet) { return node * kFacets + static_cast<int>(facet); }
+    static uint32_t Vertex(int node, Facet facet) {
+        return static_cast<uint32_t>(node) * kFacets + static_cast<uint32_t>(facet);
+    }
 
     void Add(Facet from, std::string_view name, Facet to) {
         const int target = m_Model.Find(name);
-        if (target != LintModel::kNone)
-            m_Edges[static_cast<std::size_t>(Vertex(m_Node, from))].push_back(Vertex(target, to));
+        if (target != LintModel::kNone) m_Edges[Vertex(m_Node, from)].push_back(Vertex(target, to));
     }
 
     [[nodiscard]] bool HasOwnLimits() const {
@@ -54,7 +59,7 @@ private:
         case P::pValueDefault:
             Add(Facet::Value, name, Facet::Value);
             Add(Facet::Access, name, Facet::Access);
-            if (!HasOwnLimits()) Add(Facet::Limit, name, Facet::Limit);
+            if (!m_HasOwnLimits) Add(Facet::Limit, name, Facet::Limit);
             break;
         case P::pIndex:
             if (property.attributeKind == AttributeKind::pOffset) Add(Facet::Value, property.attribute, Facet::Value);
@@ -112,89 +117,35 @@ private:
     }
 
     const LintModel& m_Model; // borrowed
-    std::vector<std::vector<int>> m_Edges;
+    std::vector<std::vector<uint32_t>> m_Edges;
     int m_Node = 0;
+    bool m_HasOwnLimits = false; // m_Node
 };
 
-// The strongly connected components, by Tarjan's method on a stack of its own. bound to a thread
-class Components {
-public:
-    explicit Components(const NeedGraph& graph) : m_Graph(graph), m_States(static_cast<std::size_t>(graph.Count())) {
-        for (int vertex = 0; vertex < graph.Count(); ++vertex) {
-            if (At(vertex).order == 0) Visit(vertex);
-        }
-    }
-
-    // Each with more than one vertex, or one that needs itself.
-    [[nodiscard]] const std::vector<std::vector<int>>& Circles() const { return m_Circles; }
-
-private:
-    struct State {
-        int order = 0; // of the visit, from 1
-        int lowest = 0;
-        std::size_t next = 0; // edge to look at
-        bool isOpen = false;
-    };
-
-    State& At(int vertex) { return m_States[static_cast<std::size_t>(vertex)]; }
-
-    void Enter(int vertex) {
-        At(vertex).order = At(vertex).lowest = ++m_Order;
-        At(vertex).isOpen = true;
-        m_Open.push_back(vertex);
-        m_Path.push_back(vertex);
-    }
-
-    void Visit(int start) {
-        Enter(start);
-        while (!m_Path.empty()) {
-            const int vertex = m_Path.back();
-            State& state = At(vertex);
-            if (state.next < m_Graph.From(vertex).size()) {
-                const int next = m_Graph.From(vertex)[state.next++];
-                if (At(next).order == 0)
-                    Enter(next);
-                else if (At(next).isOpen)
-                    state.lowest = std::min(state.lowest, At(next).order);
-                continue;
-            }
-            m_Path.pop_back();
-            if (!m_Path.empty()) At(m_Path.back()).lowest = std::min(At(m_Path.back()).lowest, state.lowest);
-            if (state.lowest == state.order) Close(vertex);
-        }
-    }
-
-    void Close(int vertex) {
-        std::vector<int> members;
-        do {
-            members.push_back(m_Open.back());
-            At(m_Open.back()).isOpen = false;
-            m_Open.pop_back();
-        } while (members.back() != vertex);
-        const std::vector<int>& edges = m_Graph.From(vertex);
-        const bool needsItself = std::find(edges.begin(), edges.end(), vertex) != edges.end();
+// The components with more than one vertex, or one that needs itself; ascending.
+std::vector<std::vector<uint32_t>> CirclesOf(const NeedGraph& graph) {
+    std::vector<std::vector<uint32_t>> circles;
+    Components<NeedGraph>(graph, graph.Count()).ForEach([&](const std::vector<uint32_t>& members) {
+        const std::vector<uint32_t>& edges = graph.From(members.front());
+        const bool needsItself = std::find(edges.begin(), edges.end(), members.front()) != edges.end();
         if (members.size() == 1 && !needsItself) return;
-        std::sort(members.begin(), members.end());
-        m_Circles.push_back(std::move(members));
-    }
-
-    const NeedGraph& m_Graph; // borrowed
-    std::vector<State> m_States;
-    std::vector<int> m_Open;
-    std::vector<int> m_Path;
-    std::vector<std::vector<int>> m_Circles;
-    int m_Order = 0;
-};
+        circles.push_back(members);
+        std::sort(circles.back().begin(), circles.back().end());
+    });
+    return circles;
+}
 
 // A way through the members that comes back to where it started; each member has a successor among them.
-std::vector<int> FindCircle(const NeedGraph& graph, const std::vector<int>& members) {
-    const auto isMember = [&members](int next) { return std::binary_search(members.begin(), members.end(), next); };
-    std::vector<int> way;
-    std::unordered_map<int, std::size_t> stepOf;
-    int at = members.front();
+std::vector<uint32_t> FindCircle(const NeedGraph& graph, const std::vector<uint32_t>& members) {
+    const auto isMember = [&members](uint32_t next) {
+        return std::binary_search(members.begin(), members.end(), next);
+    };
+    std::vector<uint32_t> way;
+    std::unordered_map<uint32_t, std::size_t> stepOf;
+    uint32_t at = members.front();
     while (stepOf.emplace(at, way.size()).second) {
         way.push_back(at);
-        const std::vector<int>& edges = graph.From(at);
+        const std::vector<uint32_t>& edges = graph.From(at);
         at = *std::find_if(edges.begin(), edges.end(), isMember);
     }
     way.erase(way.begin(), way.begin() + static_cast<ptrdiff_t>(stepOf[at]));
@@ -202,17 +153,17 @@ std::vector<int> FindCircle(const NeedGraph& graph, const std::vector<int>& memb
     return way;
 }
 
-Rule RuleOf(const std::vector<int>& circle) {
+Rule RuleOf(const std::vector<uint32_t>& circle) {
     const auto has = [&circle](Facet facet) {
         return std::any_of(circle.begin(), circle.end(),
-                           [facet](int vertex) { return NeedGraph::FacetOf(vertex) == facet; });
+                           [facet](uint32_t vertex) { return NeedGraph::FacetOf(vertex) == facet; });
     };
     if (has(Facet::Content)) return Rule::CategoryCycle;
     if (has(Facet::Limit)) return Rule::LimitCycle;
     return has(Facet::Access) ? Rule::AccessCycle : Rule::ValueCycle;
 }
 
-std::string TextOf(const LintModel& model, const std::vector<int>& circle) {
+std::string TextOf(const LintModel& model, const std::vector<uint32_t>& circle) {
     constexpr std::size_t kMostNamed = 12;
     std::string text = "it needs itself: ";
     for (std::size_t i = 0; i < circle.size(); ++i) {
@@ -227,17 +178,16 @@ std::string TextOf(const LintModel& model, const std::vector<int>& circle) {
 
 void CheckCycles(const LintModel& model, Findings& findings) {
     const NeedGraph graph(model);
-    const Components components(graph);
-    std::vector<std::vector<int>> circles;
-    for (const std::vector<int>& members : components.Circles())
+    std::vector<std::vector<uint32_t>> circles;
+    for (const std::vector<uint32_t>& members : CirclesOf(graph))
         circles.push_back(FindCircle(graph, members));
     // A circle of values is one of limits and access modes, too; what follows from it is not said again.
     std::unordered_set<int> known;
     for (const Rule rule : {Rule::ValueCycle, Rule::LimitCycle, Rule::AccessCycle, Rule::CategoryCycle}) {
-        for (const std::vector<int>& circle : circles) {
+        for (const std::vector<uint32_t>& circle : circles) {
             const int node = NeedGraph::NodeOf(circle.front());
             if (RuleOf(circle) != rule || known.count(node) != 0) continue;
-            for (const int vertex : circle)
+            for (const uint32_t vertex : circle)
                 known.insert(NeedGraph::NodeOf(vertex));
             findings.Add(rule, model.PlaceOf(node), model.Name(node), TextOf(model, circle));
         }

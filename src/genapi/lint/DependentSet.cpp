@@ -46,13 +46,16 @@ const std::vector<bool>& Dependents::Of(const std::vector<int>& sources) {
     if (sources == m_Sources) return m_IsMet;
     m_Sources = sources;
     m_IsMet.assign(m_Links.size(), false);
+    m_Steps += m_Links.size() / 64;
     std::vector<int> waiting = sources;
     for (const int source : sources)
         m_IsMet[static_cast<std::size_t>(source)] = true;
     while (!waiting.empty()) {
         const int node = waiting.back();
         waiting.pop_back();
-        for (const int next : m_Links[static_cast<std::size_t>(node)]) {
+        const std::vector<int>& links = m_Links[static_cast<std::size_t>(node)];
+        m_Steps += links.size() + 1;
+        for (const int next : links) {
             if (m_IsMet[static_cast<std::size_t>(next)]) continue;
             m_IsMet[static_cast<std::size_t>(next)] = true;
             waiting.push_back(next);

@@ -18,10 +18,16 @@ public:
     // Marks of all nodes that hear of a change of a source, the sources included; valid until the next call.
     [[nodiscard]] const std::vector<bool>& Of(const std::vector<int>& sources);
 
+    // Asking for very many sources would take for ever; then the question is not worth its answer.
+    [[nodiscard]] bool IsExhausted() const { return m_Steps > kMostSteps; }
+
 private:
+    static constexpr std::size_t kMostSteps = 10'000'000;
+
     std::vector<std::vector<int>> m_Links;
     std::vector<bool> m_IsMet;
     std::vector<int> m_Sources; // of m_IsMet
+    std::size_t m_Steps = 0;
 };
 
 // The nodes that a node's value comes from, itself first, down to registers.

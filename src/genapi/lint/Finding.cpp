@@ -1,5 +1,7 @@
 #include "genapi/lint/Finding.h"
 
+#include "genapi/description/Shown.h"
+
 #include <algorithm>
 #include <iterator>
 #include <tuple>
@@ -75,9 +77,13 @@ const RuleFacts& FactsOf(Rule rule) {
 }
 
 void Findings::Add(Rule rule, Place place, std::string_view node, std::string text, std::string advice) {
-    if (m_Findings.size() >= kMostFindings) return;
+    if (IsFull()) return;
     if (advice.empty()) advice = FactsOf(rule).advice;
-    m_Findings.push_back({rule, place, std::string(node), std::move(text), std::move(advice)});
+    m_Findings.push_back({rule, place, Shown(node), Shown(text), Shown(advice)});
+}
+
+bool Findings::IsFull() const {
+    return m_Findings.size() >= kMostFindings;
 }
 
 std::vector<Finding> Findings::Take() {

@@ -97,6 +97,8 @@ public:
     [[nodiscard]] std::vector<Finding> Take();
 
     [[nodiscard]] const std::vector<Finding>& All() const { return m_Findings; }
+    // Nothing is added any more.
+    [[nodiscard]] bool IsFull() const;
 
 private:
     std::vector<Finding> m_Findings;

@@ -1,39 +1,60 @@
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/FormulaUse.h"
 
+#include <unordered_map>
+#include <unordered_set>
+
 namespace genapi {
 
 namespace {
 
-bool HasEntry(const LintModel& model, int enumeration, std::string_view symbolic) {
-    for (const PropertyRecord& property : model.Node(enumeration).properties) {
-        const int entry = property.id == PropertyId::pEnumEntry ? model.Find(property.value) : LintModel::kNone;
-        if (entry != LintModel::kNone && model.Value(entry, PropertyId::Symbolic) == symbolic) return true;
-    }
-    return false;
-}
+// The symbolic names of each enumeration that somebody asks for. Bound to a thread.
+class EntryNames {
+public:
+    explicit EntryNames(const LintModel& model) : m_Model(model) {}
 
-std::string FaultOf(const LintModel& model, const PropertyRecord& variable) {
+    bool Has(int enumeration, std::string_view symbolic) {
+        const auto [found, isNew] = m_Names.try_emplace(enumeration);
+        if (isNew) Collect(enumeration, found->second);
+        return found->second.count(symbolic) != 0;
+    }
+
+private:
+    using Names = std::unordered_set<std::string_view>;
+
+    void Collect(int enumeration, Names& names) const {
+        for (const PropertyRecord& property : m_Model.Node(enumeration).properties) {
+            const int entry = property.id == PropertyId::pEnumEntry ? m_Model.Find(property.value) : LintModel::kNone;
+            if (entry != LintModel::kNone) names.insert(m_Model.Value(entry, PropertyId::Symbolic));
+        }
+    }
+
+    const LintModel& m_Model; // borrowed
+    std::unordered_map<int, Names> m_Names;
+};
+
+std::string FaultOf(const LintModel& model, EntryNames& entries, const PropertyRecord& variable) {
     const VariableName name = ParseVariableName(variable.attribute);
     const int target = model.Find(variable.value);
     if (target == LintModel::kNone) return {}; // said elsewhere
     if (name.suffix == VariableSuffix::Unknown)
         return "the variable " + std::string(variable.attribute) + " asks for something unknown";
     if (name.suffix != VariableSuffix::Entry) return {};
-    if (model.Node(target).type == NodeType::Enumeration && HasEntry(model, target, name.entry)) return {};
+    if (model.Node(target).type == NodeType::Enumeration && entries.Has(target, name.entry)) return {};
     return "'" + std::string(variable.value) + "' has no entry '" + std::string(name.entry) + "'";
 }
 
 } // namespace
 
 void CheckFormulas(const LintModel& model, Findings& findings) {
+    EntryNames entries(model);
     for (int node = 0; node < model.Count(); ++node) {
         for (const NodeFormula& each : FormulasOf(model, node)) {
             if (!each.formula.IsValid())
                 findings.Add(Rule::BadFormula, model.PlaceOf(node, *each.property), model.Name(node),
                              std::string(PropertyName(each.property->id)) + ": " + each.formula.Error());
             for (const PropertyRecord* const variable : each.mentioned) {
-                const std::string fault = FaultOf(model, *variable);
+                const std::string fault = FaultOf(model, entries, *variable);
                 if (!fault.empty())
                     findings.Add(Rule::BadVariable, model.PlaceOf(node, *variable), model.Name(node), fault);
             }

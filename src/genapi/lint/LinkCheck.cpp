@@ -1,4 +1,5 @@
 #include "genapi/lint/Checks.h"
+#include "genapi/lint/NameSearch.h"
 #include "genapi/nodes/PropertyRules.h"
 
 namespace genapi {
@@ -102,12 +103,13 @@ bool IsInSchema(NodeType owner, PropertyId id, NodeType target, bool isNewSchema
 }
 
 void CheckLink(const LintModel& model, int node, const PropertyRecord& property, std::string_view name,
-               Findings& findings) {
+               NameSearch& search, Findings& findings) {
+    if (findings.IsFull()) return;
     const NodeRecord& owner = model.Node(node);
     const std::string link(property.value == name ? PropertyName(property.id) : "pOffset");
     const int target = model.Find(name);
     if (target == LintModel::kNone) {
-        const std::string_view near = model.Nearest(name);
+        const std::string_view near = search.Nearest(name);
         const Rule rule = IsVitalLink(property.id) ? Rule::DanglingLink : Rule::LooseLink;
         findings.Add(rule, model.PlaceOf(node, property), owner.name,
                      link + " names the unknown node '" + std::string(name) + "'",
@@ -125,12 +127,13 @@ void CheckLink(const LintModel& model, int node, const PropertyRecord& property,
 } // namespace
 
 void CheckLinks(const LintModel& model, Findings& findings) {
+    NameSearch search(model);
     for (int node = 0; node < model.Count(); ++node) {
         for (const PropertyRecord& property : model.Node(node).properties) {
             if (!HasProperty(model.Node(node).type, property.id)) continue;
-            if (IsLink(property.id)) CheckLink(model, node, property, property.value, findings);
+            if (IsLink(property.id)) CheckLink(model, node, property, property.value, search, findings);
             if (property.attributeKind == AttributeKind::pOffset)
-                CheckLink(model, node, property, property.attribute, findings);
+                CheckLink(model, node, property, property.attribute, search, findings);
         }
     }
 }

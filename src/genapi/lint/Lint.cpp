@@ -8,16 +8,25 @@
 
 namespace genapi {
 
-void CheckEngine(const LintModel& model, std::string_view xml, Findings& findings) {
+namespace {
+
+// What the engine says. Its map is gone before the rest is made, so that never both are in memory.
+std::vector<LoadProblem> ProblemsOfEngine(std::string_view xml, std::string_view source) {
+    Map map("Device");
+    map.Load(ParseDescription(xml, {}, source));
+    return map.Problems();
+}
+
+} // namespace
+
+void CheckEngine(const LintModel& model, const std::vector<LoadProblem>& problems, Findings& findings) {
     std::unordered_set<std::string> faulty;
     for (const Finding& finding : findings.All()) {
         const bool isOfWhole = finding.node.empty(); // of the root, or of something without a name
         const bool isSame = finding.GetSeverity() == Severity::Error || finding.rule == Rule::LooseLink;
         if (isOfWhole || isSame) faulty.insert(finding.node);
     }
-    Map map("Device");
-    map.Load(ParseDescription(xml));
-    for (const LoadProblem& problem : map.Problems()) {
+    for (const LoadProblem& problem : problems) {
         if (faulty.count(problem.node) != 0) continue;
         const int node = model.Find(problem.node);
         const Place place = node == LintModel::kNone ? Place{problem.line, 0} : model.PlaceOf(node);
@@ -26,6 +35,7 @@ void CheckEngine(const LintModel& model, std::string_view xml, Findings& finding
 }
 
 std::vector<Finding> LintDescription(std::string_view xml, std::string_view source) {
+    const std::vector<LoadProblem> problems = ProblemsOfEngine(xml, source);
     const LintModel model(xml, source);
     Findings findings;
     CheckSchema(model, findings);
@@ -35,7 +45,7 @@ std::vector<Finding> LintDescription(std::string_view xml, std::string_view sour
     CheckCycles(model, findings);
     CheckCaches(model, findings);
     CheckReach(model, findings);
-    CheckEngine(model, xml, findings);
+    CheckEngine(model, problems, findings);
     return findings.Take();
 }
 

@@ -6,15 +6,17 @@
 #include "genapi/loader/RecordBuilder.h"
 #include "genapi/nodes/PropertyRules.h"
 
-#include <algorithm>
+#include <array>
+#include <utility>
 #include <vector>
 
 namespace genapi {
 
 namespace {
 
-constexpr std::size_t kNearEnough = 2;
-constexpr std::size_t kLongestName = 64; // of names that are compared
+std::string PlaceKey(std::string_view name, std::string_view value) {
+    return std::string(name).append(1, '=').append(value);
+}
 
 } // namespace
 
@@ -25,6 +27,7 @@ LintModel::LintModel(std::string_view xml, std::string_view source)
     for (std::size_t i = 0; i < m_Description.nodes.size(); ++i)
         m_IndexOf.emplace(m_Description.nodes[i].name, static_cast<int>(i));
     IndexElements();
+    IndexProperties();
 }
 
 void LintModel::IndexElements() {
@@ -60,24 +63,48 @@ Place LintModel::PlaceOf(int index) const {
 }
 
 Place LintModel::PlaceOf(int index, const PropertyRecord& property) const {
+    if (m_PlacesOf != index) IndexPlaces(index);
+    const auto found = m_Places.find(PlaceKey(PropertyName(property.id), Trim(property.value)));
+    return found == m_Places.end() ? PlaceOf(index) : PlaceOf(found->second);
+}
+
+void LintModel::IndexPlaces(int node) const {
+    m_Places.clear();
+    m_PlacesOf = node;
     for (const auto* const elements : {&m_Elements, &m_StructRegs}) {
-        const auto found = elements->find(Name(index));
+        const auto found = elements->find(Name(node));
         if (found == elements->end()) continue;
-        TextArena scratch;
         for (const pugi::xml_node child : found->second.children()) {
-            if (LocalName(child) != PropertyName(property.id)) continue;
-            if (Trim(ElementText(child, scratch)) == Trim(property.value)) return PlaceOf(child);
+            TextArena scratch;
+            if (FindProperty(LocalName(child)))
+                m_Places.emplace(PlaceKey(LocalName(child), Trim(ElementText(child, scratch))), child);
         }
     }
-    return PlaceOf(index);
+}
+
+void LintModel::IndexProperties() {
+    m_FirstCounting.reserve(m_Description.nodes.size() + 1);
+    std::array<const PropertyRecord*, kPropertyCount> last{};
+    for (const NodeRecord& node : m_Description.nodes) {
+        m_FirstCounting.push_back(static_cast<uint32_t>(m_Counting.size()));
+        for (const PropertyRecord& property : node.properties) {
+            const PropertyRecord*& slot = last[static_cast<std::size_t>(property.id)];
+            if (!HasProperty(node.type, property.id)) continue;
+            if (slot == nullptr) m_Counting.push_back(&property);
+            slot = &property;
+        }
+        for (std::size_t i = m_FirstCounting.back(); i < m_Counting.size(); ++i)
+            m_Counting[i] = std::exchange(last[static_cast<std::size_t>(m_Counting[i]->id)], nullptr);
+    }
+    m_FirstCounting.push_back(static_cast<uint32_t>(m_Counting.size()));
 }
 
 const PropertyRecord* LintModel::Property(int index, PropertyId id) const {
-    const PropertyRecord* last = nullptr;
-    for (const PropertyRecord& property : Node(index).properties) {
-        if (property.id == id && HasProperty(Node(index).type, id)) last = &property;
+    const auto node = static_cast<std::size_t>(index);
+    for (uint32_t i = m_FirstCounting[node]; i < m_FirstCounting[node + 1]; ++i) {
+        if (m_Counting[i]->id == id) return m_Counting[i];
     }
-    return last;
+    return nullptr;
 }
 
 std::string_view LintModel::Value(int index, PropertyId id) const {
@@ -111,37 +138,6 @@ bool LintModel::IsOnDevice(int index) const {
     const int port = Target(index, PropertyId::pPort);
     return port != kNone && Property(port, PropertyId::ChunkID) == nullptr &&
            Property(port, PropertyId::pChunkID) == nullptr && Property(port, PropertyId::EventID) == nullptr;
-}
-
-std::string_view LintModel::Nearest(std::string_view name) const {
-    std::string_view nearest;
-    std::size_t distance = kNearEnough;
-    for (const NodeRecord& node : m_Description.nodes) {
-        if (node.type == NodeType::EnumEntry) continue;
-        const std::size_t other = EditDistance(name, node.name, distance);
-        if (other > distance || (other == distance && !nearest.empty())) continue;
-        nearest = node.name;
-        distance = other;
-    }
-    return nearest;
-}
-
-std::size_t EditDistance(std::string_view a, std::string_view b, std::size_t limit) {
-    const std::size_t difference = a.size() > b.size() ? a.size() - b.size() : b.size() - a.size();
-    if (difference > limit || a.size() > kLongestName || b.size() > kLongestName) return limit + 1;
-    std::size_t row[kLongestName + 1];
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({change, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return std::min(row[b.size()], limit + 1);
 }
 
 } // namespace genapi

@@ -6,8 +6,10 @@
 #include "genapi/loader/XmlText.h"
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace genapi {
 
@@ -20,7 +22,6 @@ public:
     LintModel(std::string_view xml, std::string_view source);
 
     [[nodiscard]] const XmlText& Text() const { return m_Text; }
-    [[nodiscard]] const Description& Records() const { return m_Description; }
     [[nodiscard]] int Count() const { return static_cast<int>(m_Description.nodes.size()); }
     [[nodiscard]] const NodeRecord& Node(int index) const { return m_Description.nodes[static_cast<size_t>(index)]; }
     [[nodiscard]] std::string_view Name(int index) const { return Node(index).name; }
@@ -45,11 +46,10 @@ public:
     // For registers: behind a port that is neither one of chunks nor one of events, whose data comes and goes whole.
     [[nodiscard]] bool IsOnDevice(int index) const;
 
-    // The existing name that is written most like the given one; empty when none is near.
-    [[nodiscard]] std::string_view Nearest(std::string_view name) const;
-
 private:
     void IndexElements();
+    void IndexProperties();
+    void IndexPlaces(int node) const;
 
     XmlText m_Text;
     Description m_Description;
@@ -57,10 +57,13 @@ private:
     std::unordered_map<std::string_view, pugi::xml_node> m_Elements;   // by name of the node
     std::unordered_map<std::string_view, pugi::xml_node> m_StructRegs; // by name of the entry
     TextArena m_Arena;                                                 // generated names
+    // The properties that count, by node and ID, and where those of a node begin.
+    std::vector<const PropertyRecord*> m_Counting;
+    std::vector<uint32_t> m_FirstCounting;
+    // The elements of the node that was asked for last, by name and value.
+    mutable std::unordered_map<std::string, pugi::xml_node> m_Places;
+    mutable int m_PlacesOf = kNone;
     bool m_IsNewSchema;
 };
-
-// How many characters have to be changed, added or left out to make one word of the other; at most `limit` + 1.
-[[nodiscard]] std::size_t EditDistance(std::string_view a, std::string_view b, std::size_t limit);
 
 } // namespace genapi

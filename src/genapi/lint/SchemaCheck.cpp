@@ -1,6 +1,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/Grammar.h"
+#include "genapi/lint/NameSearch.h"
 #include "genapi/loader/GroupWalk.h"
 
 #include <algorithm>

@@ -58,7 +58,7 @@ private:
 
     void CheckForms() {
         for (const PropertyRecord& property : m_Model.Node(m_Node).properties) {
-            if (!HasProperty(Type(), property.id)) continue;
+            if (!HasProperty(Type(), property.id) || m_Findings.IsFull()) continue;
             const std::string fault = CheckForm(Type(), property);
             const bool isRefused = !fault.empty();
             const std::string odd = isRefused ? "" : OddKeyword(Type(), property, m_Model.IsNewSchema());

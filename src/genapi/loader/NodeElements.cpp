@@ -1,6 +1,7 @@
 #include "genapi/loader/NodeElements.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/description/Shown.h"
 #include "genapi/loader/GroupWalk.h"
 
 #include <Base/GCException.h>
@@ -11,8 +12,6 @@
 namespace genapi {
 
 namespace {
-
-constexpr std::size_t kMaxProblems = 1000;
 
 // Collects elements below a root. Bound to a thread.
 class Collector {
@@ -41,6 +40,10 @@ private:
         const std::string_view name = AttributeText(element, "Name");
         if (name.empty()) {
             Report(m_Problems, m_Text.Line(element), {}, std::string(element.name()) + " without a name");
+            return;
+        }
+        if (const std::string_view fault = NameFault(name); !fault.empty()) {
+            Report(m_Problems, m_Text.Line(element), {}, std::string(element.name()) + " with " + std::string(fault));
             return;
         }
         m_Elements.push_back({element, structReg, {}, &m_Text, name, type});
@@ -94,10 +97,6 @@ void InjectNodeElements(NodeElements& target, const NodeElements& injected, std:
         else
             Unite(target[found->second], node);
     }
-}
-
-void Report(std::vector<LoadProblem>& problems, uint32_t line, std::string_view node, std::string text) {
-    if (problems.size() < kMaxProblems) problems.push_back({line, std::string(node), std::move(text)});
 }
 
 } // namespace genapi

@@ -30,7 +30,4 @@ using NodeElements = std::vector<NodeElement>;
 // 1 replaces, -1 keeps, anything else throws GenICam::RuntimeException.
 void InjectNodeElements(NodeElements& target, const NodeElements& injected, std::vector<LoadProblem>& problems);
 
-// Adds a report unless there are very many already.
-void Report(std::vector<LoadProblem>& problems, uint32_t line, std::string_view node, std::string text);
-
 } // namespace genapi

@@ -1,6 +1,7 @@
 #include "genapi/loader/RecordBuilder.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/description/Shown.h"
 
 #include <core/Log.h>
 
@@ -18,7 +19,7 @@ namespace {
 constexpr std::size_t kAhead = 8;
 
 // What entries inherit from their StructRegs, all together. Real files stay below 10,000.
-constexpr std::size_t kMaxInherited = 2'000'000;
+constexpr std::size_t kMaxInherited = 500'000;
 
 unsigned int LogCategory() {
     static const unsigned int category = Tavix::LogGetCatID("GenApi.Loader");
@@ -210,11 +211,15 @@ void RecordBuilder::TakeEntry(const pugi::xml_node& child) {
     const std::string_view entry = AttributeText(child, "Name");
     if (entry.empty()) return Complain(child, "entry without a name");
     if (m_Name.size() + entry.size() > kMaxGeneratedName) return Complain(child, "entry with too long a name");
-    const std::string_view name = m_Arena.Join({"EnumEntry_", m_Name, "_", entry});
-    const NodeIndex claim = m_Names.Insert(name);
+    if (const std::string_view fault = NameFault(entry); !fault.empty()) {
+        return Complain(child, "entry with " + std::string(fault));
+    }
+    m_Scratch.assign("EnumEntry_").append(m_Name).append(1, '_').append(entry);
+    const NodeIndex claim = m_Names.Insert(m_Scratch);
     if (claim == kNoNode) {
         return Complain(child, "second entry '" + std::string(entry) + "'; the first one counts");
     }
+    const std::string_view name = m_Names.NameOf(claim);
     m_Properties.push_back({PropertyId::pEnumEntry, AttributeKind::None, name, {}});
     m_Inner.push_back({child, NodeType::EnumEntry, name, m_Name, claim});
 }
@@ -227,7 +232,7 @@ void RecordBuilder::TakeKnife(const pugi::xml_node& child) {
 
 void RecordBuilder::TakeKey(const pugi::xml_node& child, NodeType type) {
     const std::string_view name = AttributeText(child, "Name");
-    const NodeIndex claim = name.empty() ? kNoNode : m_Names.Insert(name);
+    const NodeIndex claim = name.empty() || !NameFault(name).empty() ? kNoNode : m_Names.Insert(name);
     if (claim == kNoNode) return Complain(child, "key without a name of its own");
     m_Inner.push_back({child, type, name, m_Name, claim});
 }
@@ -284,13 +289,13 @@ void RecordBuilder::AddText(PropertyId id, std::string_view value) {
 }
 
 std::pair<std::string_view, NodeIndex> RecordBuilder::UniqueName(std::string_view wanted, std::string_view owner) {
-    NodeIndex claim = wanted.empty() ? kNoNode : m_Names.Insert(wanted);
+    NodeIndex claim = wanted.empty() || !NameFault(wanted).empty() ? kNoNode : m_Names.Insert(wanted);
     if (claim != kNoNode) return {wanted, claim};
     const std::string_view base = owner.substr(0, kMaxGeneratedName);
     for (;;) {
-        const std::string_view name = m_Arena.Join({base, "_IntSwissKnife", std::to_string(++m_KnifeCount)});
-        claim = m_Names.Insert(name);
-        if (claim != kNoNode) return {name, claim};
+        m_Scratch.assign(base).append("_IntSwissKnife").append(std::to_string(++m_KnifeCount));
+        claim = m_Names.Insert(m_Scratch);
+        if (claim != kNoNode) return {m_Names.NameOf(claim), claim};
     }
 }
 
@@ -301,7 +306,7 @@ void RecordBuilder::Complain(const pugi::xml_node& element, std::string text) {
 void RecordBuilder::LogIgnored(const pugi::xml_node& element) const {
     if (!m_IsLogging) return;
     Tavix::LogTrace(LogCategory(), Tavix::kLogDebug, "Ignored unknown element '%s' of node '%s' in line %u.",
-                    element.name(), std::string(m_Name).c_str(), m_Text->Line(element));
+                    Shown(element.name()).c_str(), std::string(m_Name).c_str(), m_Text->Line(element));
 }
 
 } // namespace genapi

@@ -4,6 +4,7 @@
 #include "genapi/description/Description.h"
 #include "genapi/loader/NodeElements.h"
 
+#include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -72,6 +73,7 @@ private:
     std::vector<PropertyRecord> m_StructProperties;
     std::size_t m_InheritedCount = 0;
     uint32_t m_KnifeCount = 0;       // over all nodes, so that the search for a free name stays short
+    std::string m_Scratch;           // for generated names
     const XmlText* m_Text = nullptr; // borrowed, of the node at hand
     NodeType m_Type = NodeType::Node;
     std::string_view m_Name;

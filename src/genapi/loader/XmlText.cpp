@@ -1,6 +1,7 @@
 #include "genapi/loader/XmlText.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/description/Shown.h"
 #include "genapi/loader/Loader.h"
 #include "genapi/loader/XmlCheck.h"
 #include "genapi/loader/XmlEncoding.h"
@@ -175,11 +176,11 @@ uint32_t XmlText::Line(const pugi::xml_node& element) const {
 }
 
 void XmlText::Refuse(uint32_t line, const std::string& reason) const {
-    throw RUNTIME_EXCEPTION("%hs, line %u: %hs", std::string(m_Source).c_str(), line, reason.c_str());
+    throw RUNTIME_EXCEPTION("%hs, line %u: %hs", Shown(m_Source).c_str(), line, Shown(reason).c_str());
 }
 
 void XmlText::RefuseSize() const {
-    throw RUNTIME_EXCEPTION("%hs is longer than %zu MiB", std::string(m_Source).c_str(), kMaxDescriptionSize >> 20U);
+    throw RUNTIME_EXCEPTION("%hs is longer than %zu MiB", Shown(m_Source).c_str(), kMaxDescriptionSize >> 20U);
 }
 
 } // namespace genapi

@@ -5,7 +5,17 @@
 #include "genapi/nodes/PropertyRules.h"
 #include "genapi/nodes/Throw.h"
 
+#include <algorithm>
+
 namespace genapi {
+
+namespace {
+
+Node* FixedTarget(const Node& node) {
+    return HasProperty(node.Type(), PropertyId::pValue) ? node.LinkedNode(PropertyId::pValue) : nullptr;
+}
+
+} // namespace
 
 void Linker::Run(std::string_view root) {
     for (Node* const pNode : m_Map.m_Nodes)
@@ -13,6 +23,7 @@ void Linker::Run(std::string_view root) {
     m_Map.m_Graph.Build(static_cast<NodeIndex>(m_Map.m_Nodes.size()));
     MarkFeatures(root);
     CollectPolled();
+    RefuseLongChains();
 }
 
 void Linker::Bind(Node& node) {
@@ -115,6 +126,27 @@ void Linker::CollectPolled() {
     }
 }
 
+// Each use of such a node would go down to the limit before it is refused.
+void Linker::RefuseLongChains() {
+    constexpr uint32_t kUnknown = 0;
+    constexpr uint32_t kEndless = NodeHost::kMaxDepth + 1;
+    std::vector<uint32_t> lengths(m_Map.m_Nodes.size(), kUnknown);
+    std::vector<Node*> way;
+    for (Node* const pStart : m_Map.m_Nodes) {
+        Node* pNode = pStart;
+        for (; pNode && lengths[pNode->Index()] == kUnknown; pNode = FixedTarget(*pNode)) {
+            lengths[pNode->Index()] = kEndless; // until it is left; who meets it before goes round
+            way.push_back(pNode);
+        }
+        uint32_t length = pNode ? lengths[pNode->Index()] : 0;
+        for (; !way.empty(); way.pop_back()) {
+            length = std::min(length + 1, kEndless);
+            lengths[way.back()->Index()] = length;
+            if (length == kEndless) way.back()->MarkAsDefective(Fault::Link, NodeHost::kTooDeep);
+        }
+    }
+}
+
 void Linker::Fail(Node& node, Fault fault, const std::string& text) {
     if (m_Strictness == Strictness::Throw) {
         if (fault == Fault::Link) ThrowRuntime(node, "FinalConstruct", text);
@@ -132,7 +164,7 @@ void Linker::Leave(Node& node, const std::string& text) {
 void Linker::Report(const Node& node, const std::string& text) {
     const std::vector<NodeRecord>& records = m_Map.m_Description.nodes;
     const uint32_t line = node.Index() < records.size() ? records[node.Index()].line : 0;
-    m_Map.m_Problems.push_back({line, std::string(node.Name()), text});
+    genapi::Report(m_Map.m_Problems, line, node.Name(), text);
 }
 
 } // namespace genapi

@@ -24,6 +24,8 @@ private:
     void Note(Node& node, const PropertyRecord& record);
     void MarkFeatures(std::string_view root);
     void CollectPolled();
+    // Nodes whose values come through too many others, or from themselves.
+    void RefuseLongChains();
 
     using Fault = Node::DefectKind;
     // Throws, or makes the node report it.

@@ -48,9 +48,10 @@ void Map::AddProperty(Node& node, const PropertyRecord& record) {
     const PropertyRecord kept{record.id, record.attributeKind, m_Arena.Keep(record.value),
                               m_Arena.Keep(record.attribute)};
     std::vector<PropertyRecord>& properties = m_Drafts[node.Index()].properties;
-    const auto same = std::find_if(properties.begin(), properties.end(),
-                                   [&record](const PropertyRecord& other) { return other.id == record.id; });
-    if (same != properties.end() && !IsListProperty(record.id)) {
+    const auto isSame = [&record](const PropertyRecord& other) { return other.id == record.id; };
+    const auto same =
+        IsListProperty(record.id) ? properties.end() : std::find_if(properties.begin(), properties.end(), isSame);
+    if (same != properties.end()) {
         *same = kept;
     } else {
         properties.push_back(kept);

@@ -4,7 +4,7 @@
 #include "genapi/nodes/EnumerationNode.h"
 #include "genapi/nodes/Throw.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace genapi {
 
@@ -129,12 +129,16 @@ Value FormulaBinding::Evaluate(Node& owner, const FormulaScope& scope, ReadFlags
 }
 
 bool FormulaBinding::Mentions(const FormulaScope& scope, std::string_view variable) {
-    const auto& slots = Compiled(scope).Slots();
-    return std::any_of(slots.begin(), slots.end(), [&](uint32_t slot) {
-        if (slot >= scope.Variables().size()) return false;
-        const FormulaScope::Variable& candidate = scope.Variables()[slot];
-        return candidate.name == variable && candidate.parts.suffix == VariableSuffix::Value;
-    });
+    if (!m_pMentioned) {
+        auto pMentioned = std::make_unique<std::unordered_set<std::string_view>>();
+        for (const uint32_t slot : Compiled(scope).Slots()) {
+            if (slot >= scope.Variables().size()) continue;
+            const FormulaScope::Variable& candidate = scope.Variables()[slot];
+            if (candidate.parts.suffix == VariableSuffix::Value) pMentioned->insert(candidate.name);
+        }
+        m_pMentioned = std::move(pMentioned);
+    }
+    return m_pMentioned->count(variable) != 0;
 }
 
 bool FormulaBinding::AreVariablesReadable(const FormulaScope& scope) {

@@ -5,6 +5,7 @@
 #include "genapi/nodes/Node.h"
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 namespace genapi {
@@ -57,6 +58,7 @@ private:
     std::string_view m_ImplicitName;
     std::string_view m_Text;
     std::unique_ptr<Formula> m_pFormula;
+    std::unique_ptr<std::unordered_set<std::string_view>> m_pMentioned; // when somebody asked
     bool m_IsImplicitInteger = false;
 };
 

@@ -1,5 +1,9 @@
 #include "genapi/nodes/Graph.h"
 
+#include "genapi/nodes/Components.h"
+
+#include <algorithm>
+
 namespace genapi {
 
 void DependencyGraph::Add(NodeIndex source, NodeIndex dependent, bool isInvalidator) {
@@ -25,21 +29,25 @@ DependencyGraph::LinkRange DependencyGraph::DependentsOf(NodeIndex source) const
     return {m_Links.data() + m_Offsets[source], m_Links.data() + m_Offsets[source + 1]};
 }
 
-bool DependencyGraph::ReachesItselfThroughInvalidator(NodeIndex node) const {
-    // A node is visited at most twice: before and after an invalidator was met on the way.
-    std::vector<uint8_t> visited(m_Offsets.size() * 2, 0);
-    std::vector<uint32_t> queue{node * 2};
-    for (std::size_t head = 0; head < queue.size(); ++head) {
-        const bool met = queue[head] & 1u;
-        for (const Link link : DependentsOf(queue[head] / 2)) {
-            const uint32_t next = link.target * 2 + (met || link.isInvalidator ? 1u : 0u);
-            if (link.target == node && (next & 1u)) return true;
-            if (visited[next]) continue;
-            visited[next] = 1;
-            queue.push_back(next);
-        }
-    }
-    return false;
+std::vector<bool> DependencyGraph::FindSelfInvalidating() const {
+    const NodeIndex count = m_Offsets.empty() ? 0 : static_cast<NodeIndex>(m_Offsets.size() - 1);
+    std::vector<bool> found(count, false);
+    std::vector<NodeIndex> circleOf(count, kNoNode);
+    NodeIndex circle = 0;
+    // Within a component every way may go over every link of it.
+    Components<DependencyGraph>(*this, count).ForEach([&](const std::vector<NodeIndex>& members) {
+        for (const NodeIndex member : members)
+            circleOf[member] = circle;
+        const bool hasInvalidator = std::any_of(members.begin(), members.end(), [&](NodeIndex member) {
+            const LinkRange links = DependentsOf(member);
+            return std::any_of(links.begin(), links.end(),
+                               [&](Link link) { return link.isInvalidator && circleOf[link.target] == circle; });
+        });
+        for (const NodeIndex member : members)
+            found[member] = hasInvalidator;
+        ++circle;
+    });
+    return found;
 }
 
 } // namespace genapi

@@ -28,9 +28,13 @@ public:
     };
     LinkRange DependentsOf(NodeIndex source) const;
 
-    // Whether the node reaches itself over links of which at least one is an invalidator: its author wants it to be
-    // read again after it was written.
-    bool ReachesItselfThroughInvalidator(NodeIndex node) const;
+    // Of each node, whether it reaches itself over links of which at least one is an invalidator: its author wants it
+    // to be read again after it was written. Linear in links and nodes.
+    std::vector<bool> FindSelfInvalidating() const;
+
+    // As Components wants it.
+    std::size_t DegreeOf(NodeIndex source) const { return m_Offsets[source + 1] - m_Offsets[source]; }
+    NodeIndex TargetOf(NodeIndex source, std::size_t link) const { return m_Links[m_Offsets[source] + link].target; }
 
 private:
     struct Edge {

@@ -26,9 +26,8 @@ void NodeHost::SetAllInvalid() {
 
 bool NodeHost::RereadsItself(NodeIndex node) {
     m_Lock.AssertHeld();
-    uint8_t& known = m_States[node].rereadsItself;
-    if (known == 0) known = m_Graph.ReachesItselfThroughInvalidator(node) ? 2 : 1;
-    return known == 2;
+    if (m_RereadsItself.empty()) m_RereadsItself = m_Graph.FindSelfInvalidating();
+    return m_RereadsItself[node];
 }
 
 const std::vector<NodeIndex>& NodeHost::Reach(const std::vector<NodeIndex>& sources) {
@@ -107,7 +106,7 @@ Descent::Descent(const Node& node) : Descent(node, node.Host()) {}
 void Descent::Refuse(const Node& node) const {
     m_Host.m_Lock.AssertHeld();
     if (m_Host.m_Depth >= NodeHost::kMaxDepth) {
-        ThrowRuntime(node, "Access", "The nodes read one another in a circle or a chain that is too long");
+        ThrowRuntime(node, "Access", NodeHost::kTooDeep);
     }
     ThrowRuntime(node, "Access", "The operation needs too many nodes");
 }

@@ -23,6 +23,10 @@ class WriteOperation;
 // operation of an application holds it. thread-safe through that lock
 class NodeHost {
 public:
+    // Nodes that read one another in turn. Chains of real cameras are twenty nodes long.
+    static constexpr uint32_t kMaxDepth = 200;
+    static constexpr const char* kTooDeep = "The nodes read one another in a circle or a chain that is too long";
+
     NodeHost();
     virtual ~NodeHost();
     NodeHost(const NodeHost&) = delete;
@@ -38,7 +42,6 @@ public:
     const std::vector<Node*>& Nodes() const { return m_Nodes; }
     // Null for kNoNode.
     Node* NodeAt(NodeIndex index) const { return index == kNoNode ? nullptr : m_Nodes[index]; }
-    const DependencyGraph& Graph() const { return m_Graph; }
     RegisterIndex& Registers();
     // Made when first asked for. Lock held.
     const DependencyGraph& Parents();
@@ -82,8 +85,7 @@ protected:
         bool isBehindClosedPort = false; // so is `access`
         bool isValid = false;
         bool hasCallbacks = false;
-        bool isTerminal = false;   // written by the present operation
-        uint8_t rereadsItself = 0; // 0 not yet known, 1 no, 2 yes
+        bool isTerminal = false; // written by the present operation
     };
 
     NodeState& StateOf(NodeIndex node) {
@@ -104,8 +106,6 @@ protected:
     std::vector<NodeState> m_States TAVIX_GUARDED_BY(m_Lock);
 
 private:
-    // Chains of real cameras are twenty nodes long.
-    static constexpr uint32_t kMaxDepth = 200;
     // Nodes that one operation of an application may visit: a group may ask all nodes of the map, each down a long
     // chain. What needs more multiplies itself from node to node.
     static constexpr std::size_t kFreeSteps = 20000;
@@ -137,6 +137,7 @@ private:
     ChangeFrame* m_pFrame TAVIX_GUARDED_BY(m_Lock) = nullptr;        // innermost
     WriteOperation* m_pOperation TAVIX_GUARDED_BY(m_Lock) = nullptr; // the outermost one, while it writes
     std::unique_ptr<RegisterIndex> m_pRegisters TAVIX_GUARDED_BY(m_Lock);
+    std::vector<bool> m_RereadsItself TAVIX_GUARDED_BY(m_Lock);              // by node, empty until it is asked for
     std::unique_ptr<DependencyGraph> m_pParents TAVIX_GUARDED_BY(m_Lock);    // who names a node as child
     std::unique_ptr<DependencyGraph> m_pSelecting TAVIX_GUARDED_BY(m_Lock);  // who names it as selected
     std::unique_ptr<DependencyGraph> m_pSelectedBy TAVIX_GUARDED_BY(m_Lock); // who names it as selecting

@@ -4,6 +4,7 @@
 #include "genapi/nodes/ReverseLinks.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace genapi {
 
@@ -27,19 +28,34 @@ bool Contains(const Ids& ids, PropertyId id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
-void Append(std::vector<Node*>& list, Node* pNode) {
-    if (pNode && std::find(list.begin(), list.end(), pNode) == list.end()) list.push_back(pNode);
-}
-
-std::vector<Node*> Linked(const Node& node, const Ids& ids) {
-    std::vector<Node*> found;
+// Calls visit(target) for each link, as often as a target is named.
+template<class Visitor>
+void ForEachLink(const Node& node, const Ids& ids, Visitor visit) {
+    const auto meet = [&visit](Node* pNode) {
+        if (pNode) visit(*pNode);
+    };
     for (const PropertyRecord& record : node.Properties()) {
         if (!Contains(ids, record.id)) continue;
-        Append(found, node.Host().NodeAt(record.target));
-        if (record.attributeKind == AttributeKind::pOffset) Append(found, node.Host().Find(record.attribute));
+        meet(node.Host().NodeAt(record.target));
+        if (record.attributeKind == AttributeKind::pOffset) meet(node.Host().Find(record.attribute));
     }
-    return found;
 }
+
+// Nodes in the order of their coming, each once. bound to a thread
+class NodeList {
+public:
+    explicit NodeList(GenApi::NodeList_t& nodes) : m_Nodes(nodes) {}
+    void Add(Node& node) {
+        if (m_IsIn.insert(&node).second) m_Nodes.push_back(&node);
+    }
+    void AddLinked(const Node& node, const Ids& ids) {
+        ForEachLink(node, ids, [this](Node& target) { Add(target); });
+    }
+
+private:
+    GenApi::NodeList_t& m_Nodes; // borrowed
+    std::unordered_set<const Node*> m_IsIn;
+};
 
 // Visits all nodes that the links lead to, each once; a node for which the visitor returns false leads no further.
 template<class Visitor>
@@ -48,16 +64,18 @@ void Walk(const Node& start, const Ids& ids, Visitor visit) {
     std::vector<const Node*> queue{&start};
     isMet[start.Index()] = true;
     for (std::size_t head = 0; head < queue.size(); ++head) {
-        for (Node* const pNext : Linked(*queue[head], ids)) {
-            if (isMet[pNext->Index()]) continue;
-            isMet[pNext->Index()] = true;
-            if (visit(*pNext)) queue.push_back(pNext);
-        }
+        ForEachLink(*queue[head], ids, [&](Node& next) {
+            if (isMet[next.Index()]) return;
+            isMet[next.Index()] = true;
+            if (visit(next)) queue.push_back(&next);
+        });
     }
 }
 
 bool IsTerminal(const Node& node) {
-    return node.OwnCachingMode() || Linked(node, kWritingLinks).empty();
+    bool isWritingOn = false;
+    ForEachLink(node, kWritingLinks, [&isWritingOn](Node&) { isWritingOn = true; });
+    return node.OwnCachingMode() || !isWritingOn;
 }
 
 int64_t OwnPollingTime(const Node& node) {
@@ -119,14 +137,7 @@ int64_t Node::GetPollingTime() const {
 
 void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType) const {
     Children.clear();
-    const auto add = [&Children](Node& node) {
-        Children.push_back(&node);
-        return true;
-    };
-    const auto addAll = [&add](const std::vector<Node*>& nodes) {
-        for (Node* const pNode : nodes)
-            add(*pNode);
-    };
+    NodeList children(Children);
     switch (LinkType) {
     case GenApi::ctParentNodes:
         GetParents(Children);
@@ -134,28 +145,30 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
     case GenApi::ctReadingChildren: {
         Ids ids = kReadingLinks;
         ids.insert(ids.end(), kFeatureLinks.begin(), kFeatureLinks.end());
-        addAll(Linked(*this, ids));
+        children.AddLinked(*this, ids);
         break;
     }
     case GenApi::ctWritingChildren:
-        addAll(Linked(*this, kWritingLinks));
+        children.AddLinked(*this, kWritingLinks);
         break;
     case GenApi::ctInvalidatingChildren:
-        addAll(Linked(*this, kInvalidatorLinks));
+        children.AddLinked(*this, kInvalidatorLinks);
         break;
     case GenApi::ctDependingNodes: {
         const GenApi::AutoLock lock(m_pHost->Lock());
         for (const NodeIndex index : m_pHost->Reach({m_Index})) {
-            if (index != m_Index) add(*m_pHost->Nodes()[index]);
+            if (index != m_Index) children.Add(*m_pHost->Nodes()[index]);
         }
         break;
     }
     case GenApi::ctTerminalNodes:
-        if (IsTerminal(*this)) add(const_cast<Node&>(*this));
-        Walk(*this, kWritingLinks, [&add](Node& node) { return IsTerminal(node) ? !add(node) : true; });
-        for (Node* const pNode : Linked(*this, {P::pTerminal})) {
-            if (std::find(Children.begin(), Children.end(), pNode) == Children.end()) add(*pNode);
-        }
+        if (IsTerminal(*this)) children.Add(const_cast<Node&>(*this));
+        Walk(*this, kWritingLinks, [&children](Node& node) {
+            const bool isTerminal = IsTerminal(node);
+            if (isTerminal) children.Add(node);
+            return !isTerminal;
+        });
+        children.AddLinked(*this, {P::pTerminal});
         break;
     }
 }

@@ -98,9 +98,16 @@ bool Node::GetProperty(const GenICam::gcstring& PropertyName, GenICam::gcstring&
     unsigned count = 0;
     for (const PropertyRecord& record : m_Properties) {
         if (record.id != *id) continue;
-        const bool isFurther = count++ > 0 && IsListProperty(*id);
-        values = isFurther ? values + '\t' + std::string(record.value) : std::string(record.value);
-        attributes = isFurther ? attributes + '\t' + std::string(record.attribute) : std::string(record.attribute);
+        if (!IsListProperty(*id)) { // the last one counts
+            values.clear();
+            attributes.clear();
+        } else if (count > 0) {
+            values += '\t';
+            attributes += '\t';
+        }
+        values += record.value;
+        attributes += record.attribute;
+        ++count;
     }
     if (count == 0) return false;
     ValueStr = values;

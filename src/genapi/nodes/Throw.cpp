@@ -1,5 +1,6 @@
 #include "genapi/nodes/Throw.h"
 
+#include "genapi/description/Shown.h"
 #include "genapi/nodes/Node.h"
 
 #include <Base/GCException.h>
@@ -10,8 +11,8 @@ namespace {
 
 template<class Exception>
 [[noreturn]] void Throw(const Node& node, const char* operation, std::string_view text, Origin origin) {
-    throw Exception(std::string(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line,
-                    std::string(node.Name()).c_str(), (std::string(operation) + "()").c_str());
+    throw Exception(Shown(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line,
+                    Shown(node.Name()).c_str(), (std::string(operation) + "()").c_str());
 }
 
 } // namespace
@@ -41,16 +42,15 @@ void ThrowProperty(const Node& node, const char* operation, std::string_view tex
 }
 
 void ThrowRuntime(std::string_view text, Origin origin) {
-    throw GenICam::RuntimeException(std::string(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line);
+    throw GenICam::RuntimeException(Shown(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line);
 }
 
 void ThrowLogicalError(std::string_view text, Origin origin) {
-    throw GenICam::LogicalErrorException(std::string(text).c_str(), GenICam::SourceFileBaseName(origin.file),
-                                         origin.line);
+    throw GenICam::LogicalErrorException(Shown(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line);
 }
 
 void ThrowProperty(std::string_view text, Origin origin) {
-    throw GenICam::PropertyException(std::string(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line);
+    throw GenICam::PropertyException(Shown(text).c_str(), GenICam::SourceFileBaseName(origin.file), origin.line);
 }
 
 } // namespace genapi

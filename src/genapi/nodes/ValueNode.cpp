@@ -2,23 +2,26 @@
 
 #include "genapi/nodes/Operation.h"
 
-#include <algorithm>
+#include <unordered_set>
 
 namespace genapi {
 
 namespace {
 
-void AppendValue(GenApi::FeatureList_t& features, Node* pNode) {
-    GenApi::IValue* const pValue = dynamic_cast<GenApi::IValue*>(pNode);
-    const bool isNew = std::find(features.begin(), features.end(), pValue) == features.end();
-    if (pValue && isNew) features.push_back(pValue);
-}
-
-// A selection may be written down at either end: what the node names itself comes first.
-void AppendNamed(GenApi::FeatureList_t& features, const Node& node, PropertyId id) {
+// A selection may be written down at either end: by the property of the node itself, which comes first, or by nodes
+// that name it. Each feature is listed once.
+void List(GenApi::FeatureList_t& features, const Node& node, PropertyId id, DependencyGraph::LinkRange named) {
+    std::unordered_set<const GenApi::IValue*> isIn;
+    const auto append = [&](NodeIndex index) {
+        GenApi::IValue* const pValue = dynamic_cast<GenApi::IValue*>(node.Host().NodeAt(index));
+        if (pValue && isIn.insert(pValue).second) features.push_back(pValue);
+    };
+    features.clear();
     for (const PropertyRecord& record : node.Properties()) {
-        if (record.id == id) AppendValue(features, node.Host().NodeAt(record.target));
+        if (record.id == id) append(record.target);
     }
+    for (const DependencyGraph::Link link : named)
+        append(link.target);
 }
 
 } // namespace
@@ -45,19 +48,13 @@ bool ValueNode::IsSelector() const {
 }
 
 void ValueNode::GetSelectedFeatures(GenApi::FeatureList_t& Features) const {
-    Features.clear();
-    AppendNamed(Features, *this, PropertyId::pSelected);
     const GenApi::AutoLock lock(Host().Lock());
-    for (const DependencyGraph::Link link : Host().SelectedBy().DependentsOf(Index()))
-        AppendValue(Features, Host().NodeAt(link.target));
+    List(Features, *this, PropertyId::pSelected, Host().SelectedBy().DependentsOf(Index()));
 }
 
 void ValueNode::GetSelectingFeatures(GenApi::FeatureList_t& Features) const {
-    Features.clear();
-    AppendNamed(Features, *this, PropertyId::pSelecting);
     const GenApi::AutoLock lock(Host().Lock());
-    for (const DependencyGraph::Link link : Host().Selecting().DependentsOf(Index()))
-        AppendValue(Features, Host().NodeAt(link.target));
+    List(Features, *this, PropertyId::pSelecting, Host().Selecting().DependentsOf(Index()));
 }
 
 } // namespace genapi

@@ -1,3 +1,4 @@
+#include "genapi/description/Shown.h"
 #include "genapi/nodes/Node.h"
 
 #include <Base/GCException.h>
@@ -113,7 +114,7 @@ GenICam::gcstring ExplainAccess(INode* pNode) {
     try {
         if (pOwn) {
             const AutoLock lock(pOwn->Host().Lock());
-            return genapi::Explain(*pOwn);
+            return genapi::Shown(genapi::Explain(*pOwn));
         }
         // A wrapper of another engine: only its mode can be told.
         const EAccessMode mode = pNode->GetAccessMode();

@@ -17,13 +17,15 @@
 namespace genapi::testing {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 template<class Step>
 std::string ErrorOf(Step step) {
     try {
         step();
-    } catch (const GenICam::RuntimeException& error) {
+    } catch (const GenICam::GenericException& error) {
         return error.GetDescription();
     }
     return "no error";
@@ -92,6 +94,38 @@ TEST_F(DescriptionLimit, OfElementsHoldsForBothTextsTogether) {
     EXPECT_EQ(ErrorOf([&] { static_cast<void>(ParseDescription(half)); }), "no error");
     EXPECT_THAT(ErrorOf([&] { static_cast<void>(ParseDescription(half, half)); }),
                 HasSubstr("injected text, line 1: the description has more elements"));
+}
+
+TEST_F(DescriptionLimit, OfNamesKeepsThemShort) {
+    const std::string longest(1024, 'n');
+    EXPECT_THAT(Names(Load("<Port Name='" + longest + "'/>")), ElementsAre(longest));
+    const Description tooLong = Load("<Port Name='" + longest + "n'/>");
+    EXPECT_THAT(Names(tooLong), IsEmpty());
+    EXPECT_THAT(Problems(tooLong), ElementsAre(": Port with too long a name"));
+}
+
+TEST_F(DescriptionLimit, OfNamesLeavesOutWhatATerminalObeys) {
+    const std::string obeyed = "a\xC2\x9B"
+                               "2J"; // CSI in UTF-8
+    for (const std::string& name : {obeyed, std::string("a\x9B"), std::string("a\x7F")}) {
+        const Description description =
+            Load("<Port Name='" + name + "'/><Enumeration Name='E'><EnumEntry Name='" + name + "'/></Enumeration>");
+        EXPECT_THAT(Names(description), ElementsAre("E"));
+        EXPECT_THAT(Problems(description), ElementsAre(": Port with a name that cannot be shown",
+                                                       "E: EnumEntry: entry with a name that cannot be shown"));
+    }
+    EXPECT_THAT(Names(Load("<Port Name='\xC2\xB5 1-x'/>")), ElementsAre("\xC2\xB5 1-x"));
+}
+
+TEST_F(DescriptionLimit, OfSentencesShowsNoControls) {
+    GenApi::CNodeMapRef map;
+    map._LoadXMLFromString(Wrap("<Integer Name='A'><pValue>B\xC2\x9B</pValue></Integer>").c_str());
+    EXPECT_EQ(ErrorOf([&] { GenApi::CIntegerPtr(map._GetNode("A"))->GetValue(); }),
+              "The description of the node is faulty: pValue names the unknown node 'B?'");
+    const std::string value(10000, 'x');
+    GenApi::CNodeMapRef longMap;
+    longMap._LoadXMLFromString(Wrap("<Integer Name='A'><Min>" + value + "</Min><Value>1</Value></Integer>").c_str());
+    EXPECT_LT(ErrorOf([&] { GenApi::CIntegerPtr(longMap._GetNode("A"))->GetValue(); }).size(), value.size());
 }
 
 TEST_F(DescriptionLimit, LetsOnlyRegularFilesIn) {
