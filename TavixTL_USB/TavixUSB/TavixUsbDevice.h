@@ -75,6 +75,9 @@ private:
     struct AllGuard;
     using Guard = boost::unique_lock<boost::recursive_mutex>;
 
+    /// After a write of which nobody knows whether it was executed: plain registers are settled, commands never sent
+    /// again. The caller holds the device's lock only if it holds the node map's as well.
+    unsigned int SettleWrite(const void* pBuffer, int64_t address, int64_t length, unsigned int status);
     /// Follows the transport-layer parameter "MigrationModeEnable".
     void OnMigrationModeEnable(GenApi::INode* pNode);
     void CloseOnDestruction() noexcept;

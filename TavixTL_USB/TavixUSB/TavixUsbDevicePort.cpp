@@ -1,5 +1,6 @@
 // The device as the port of its camera node map.
 
+#include "CommandRegisters.h"
 #include "TavixUsbDevice.h"
 
 namespace Tavix {
@@ -35,19 +36,33 @@ void CTavixUsbDevice::Read(void* pBuffer, int64_t address, int64_t length) {
 void CTavixUsbDevice::Write(const void* pBuffer, int64_t address, int64_t length) {
     const auto target = static_cast<unsigned long long>(address);
     const auto count = static_cast<unsigned long long>(length);
-    Guard guard(m_Lock);
-    if (!m_IsOpen) {
-        LogAndThrow<LogicalErrorException>(
-            LogCategoryDevice(), Here(),
-            "Device '%s' not open when trying to read from address %#llx; length %llu.", // sic
-            m_FullName.c_str(), target, count);
+    unsigned int status = 0;
+    {
+        Guard guard(m_Lock);
+        if (!m_IsOpen) {
+            LogAndThrow<LogicalErrorException>(
+                LogCategoryDevice(), Here(),
+                "Device '%s' not open when trying to read from address %#llx; length %llu.", // sic
+                m_FullName.c_str(), target, count);
+        }
+        status =
+            m_pVxDevice->WriteMem(pBuffer, static_cast<unsigned long>(address), static_cast<unsigned long>(length));
     }
-    const unsigned int status =
-        m_pVxDevice->WriteMem(pBuffer, static_cast<unsigned long>(address), static_cast<unsigned long>(length));
+    if (vexlo::CVxDevice::IsWriteInDoubt(status)) status = SettleWrite(pBuffer, address, length, status);
     if (status == 0) return;
     LogAndThrow<RuntimeException>(LogCategoryDevice(), Here(),
                                   "Write operation failed on device '%s' at address: %#llx; length %llu; Error: '%s'",
                                   m_FullName.c_str(), target, count, VxStatus2Msg(status).c_str());
+}
+
+unsigned int CTavixUsbDevice::SettleWrite(const void* pBuffer, int64_t address, int64_t length, unsigned int status) {
+    if (!_Ptr) return status;
+    LogTrace(LogCategoryDevice(), kLogDetail, "Write to device '%s' at address %#llx in doubt: '%s'",
+             m_FullName.c_str(), static_cast<unsigned long long>(address), VxStatus2Msg(status).c_str());
+    if (IsCommandRegister(*_Ptr, address, length)) return vexlo::VX_E_COMMAND_IN_DOUBT;
+    Guard guard(m_Lock);
+    if (!m_IsOpen) return status;
+    return m_pVxDevice->RewriteMem(pBuffer, static_cast<unsigned long>(address), static_cast<unsigned long>(length));
 }
 
 } // namespace Tavix

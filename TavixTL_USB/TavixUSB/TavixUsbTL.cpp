@@ -186,6 +186,11 @@ EDeviceAccessiblityInfo CTavixUsbTL::Probe(const CDeviceInfo& info) {
                  kProbeFunction);
         return Accessibility_Unknown;
     }
+    const std::uint8_t isProbe = 1;
+    if (device->SetProperty(vexlo::CVxDevice::Property_OpenAsProbe, &isProbe, sizeof isProbe) != 0) {
+        LogTrace(LogCategoryTl(), kLogWarning, "%s: A silent device will be waited for as if it were to be used.",
+                 kProbeFunction);
+    }
     if (HasPowerRequest(info)) {
         const unsigned int status = RequestPower(*device, info, record);
         if (status != 0) {

@@ -26,8 +26,14 @@ protected:
 TEST_F(DeviceAccessibility, IsGoodWhenTheCameraOpensAndCloses) {
     EXPECT_TRUE(Ask());
     EXPECT_EQ(1, access);
-    EXPECT_THAT(bus.Calls(), ElementsAre("CreateDevice", "Device.Open", "Device.Close", "DestroyDevice"));
+    EXPECT_THAT(bus.Calls(),
+                ElementsAre("CreateDevice", "Device.SetProperty", "Device.Open", "Device.Close", "DestroyDevice"));
     EXPECT_THAT(log.All(), ElementsAre(Answer(1)));
+}
+
+TEST_F(DeviceAccessibility, TellsTheLibraryThatItOnlyLooks) {
+    EXPECT_TRUE(Ask());
+    EXPECT_EQ(bus.deviceProperties[vexlo::CVxDevice::Property_OpenAsProbe], FakeVexlo::Number(1, 1));
 }
 
 TEST_F(DeviceAccessibility, StaysGoodWhenTheCameraDoesNotClose) {
@@ -175,7 +181,7 @@ TEST_F(DeviceAccessibility, AsksForPowerFirst) {
     info.SetPropertyValue("_sap", "500");
     info.ClearUserProvided();
     EXPECT_TRUE(Ask());
-    EXPECT_EQ(6, bus.Count("Device.SetProperty"));
+    EXPECT_EQ(7, bus.Count("Device.SetProperty"));
     EXPECT_EQ(2, bus.Count("Device.Open"));
     EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 64, "Setting power for device '1:2:3' to '500'"}, Answer(1)));
 }

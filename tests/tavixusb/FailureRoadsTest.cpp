@@ -217,6 +217,7 @@ const Road kRoads[] = {
     {"Probe",
      &FailureRoad::Probe,
      {{"CreateDevice"},
+      {"Device.SetProperty"},
       {"Device.Open"},
       {"Device.SetProperty"},
       {"Device.SetProperty"},

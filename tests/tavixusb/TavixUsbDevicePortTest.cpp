@@ -1,3 +1,4 @@
+#include "support/Description.h"
 #include "support/DeviceTest.h"
 
 namespace {
@@ -104,6 +105,80 @@ TEST_F(TavixUsbDevicePort, ServesTheCameraNodeMap) {
 TEST_F(TavixUsbDevicePort, LeavesFeaturesUnavailableWhileClosed) {
     Load(CameraXml());
     EXPECT_FALSE(GenApi::IsReadable(Feature("Width").GetAccessMode()));
+}
+
+/// A plain register, a command in a register of its own, and one whose register's address is a register's value.
+std::string DoubtfulXml() {
+    return support::Description(
+        "<Category Name=\"Root\"><pFeature>Plain</pFeature><pFeature>Fire</pFeature><pFeature>Far</pFeature></Category>"
+        "<IntReg Name=\"Plain\"><Address>0x100</Address><Length>4</Length><AccessMode>RW</AccessMode>"
+        "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>"
+        "<Command Name=\"Fire\"><pValue>FireBit</pValue><CommandValue>1</CommandValue></Command>"
+        "<MaskedIntReg Name=\"FireBit\"><Address>0x200</Address><Length>4</Length><AccessMode>RW</AccessMode>"
+        "<pPort>Device</pPort><LSB>0</LSB><MSB>0</MSB><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
+        "</MaskedIntReg>"
+        "<Command Name=\"Far\"><pValue>FarTwice</pValue><CommandValue>1</CommandValue></Command>"
+        "<IntConverter Name=\"FarTwice\"><FormulaTo>FROM * 2</FormulaTo><FormulaFrom>TO / 2</FormulaFrom>"
+        "<pValue>FarReg</pValue></IntConverter>"
+        "<IntReg Name=\"FarReg\"><pAddress>Place</pAddress><Length>4</Length><AccessMode>WO</AccessMode>"
+        "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>"
+        "<IntReg Name=\"Place\"><Address>0x300</Address><Length>4</Length><AccessMode>RO</AccessMode>"
+        "<pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>"
+        "<Port Name=\"Device\"/>");
+}
+
+class WriteInDoubt : public TavixUsbDevicePort {
+protected:
+    WriteInDoubt() {
+        bus.memory[0x301] = 0x04; // Far writes to 0x400
+        Load(DoubtfulXml());
+        OpenQuietly();
+        bus.inDoubt = vexlo::VX_E_TIMEOUT;
+        bus.FailNext("Device.WriteMem", vexlo::VX_E_TIMEOUT);
+    }
+    void ExpectLost(const char* command, const char* address) {
+        const std::string text = std::string("Write operation failed on device '1:2:3' at address: ") + address +
+                                 "; length 4; Error: 'text E2020002'";
+        EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp", text.c_str(),
+                       GenApi::CCommandPtr(device->GetNodeMap()->GetNode(command))->Execute());
+        EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+    }
+};
+
+TEST_F(WriteInDoubt, IsSettledForAPlainRegister) {
+    EXPECT_NO_THROW(Feature("Plain").SetValue(0x11));
+    EXPECT_EQ(0x11, bus.memory[0x100]);
+    EXPECT_EQ(1, bus.Count("Device.RewriteMem"));
+}
+
+TEST_F(WriteInDoubt, IsNotSettledByForce) {
+    bus.FailNext("Device.RewriteMem", kFailure);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
+                   "Write operation failed on device '1:2:3' at address: 0x100; length 4; Error: 'text E2000777'",
+                   Feature("Plain").SetValue(0x11));
+}
+
+TEST_F(WriteInDoubt, IsNeverRepeatedForACommand) {
+    ExpectLost("Fire", "0x200");
+}
+
+TEST_F(WriteInDoubt, IsNeverRepeatedForACommandBehindAFormulaAndAComputedAddress) {
+    ExpectLost("Far", "0x400");
+}
+
+TEST_F(WriteInDoubt, IsNeverRepeatedWhereACommandIsOneOfTheBytes) {
+    EXPECT_THROW(device->Write(bytes, 0x1FD, 4), GenICam::RuntimeException);
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+    bus.FailNext("Device.WriteMem", vexlo::VX_E_TIMEOUT);
+    EXPECT_NO_THROW(device->Write(bytes, 0x1FC, 4)) << "ends before it";
+    bus.FailNext("Device.WriteMem", vexlo::VX_E_TIMEOUT);
+    EXPECT_NO_THROW(device->Write(bytes, 0x204, 4)) << "begins behind it";
+}
+
+TEST_F(WriteInDoubt, IsReportedAsItIsByARefusal) {
+    bus.Script("Device.WriteMem", {kFailure});
+    EXPECT_THROW(Feature("Plain").SetValue(0x11), GenICam::RuntimeException);
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
 }
 
 } // namespace

@@ -45,6 +45,7 @@ void FakeVexlo::Reset() {
     hasXmlText = hasXmlName = true;
     memory.clear();
     shortReadBy = 0;
+    inDoubt.reset();
     deviceProperties.clear();
     streamProperties.clear();
     eventProperties.clear();
@@ -255,6 +256,18 @@ VxStatus CVxDevice::ReadMem(void* buffer, unsigned long address, unsigned long* 
 
 VxStatus CVxDevice::WriteMem(const void* buffer, unsigned long address, unsigned long count) {
     const Call call("Device.WriteMem");
+    if (!call) return call.status;
+    for (unsigned long i = 0; i < count; ++i)
+        Bus().memory[address + i] = static_cast<const unsigned char*>(buffer)[i];
+    return VX_OK;
+}
+
+bool CVxDevice::IsWriteInDoubt(VxStatus status) {
+    return Bus().inDoubt == status;
+}
+
+VxStatus CVxDevice::RewriteMem(const void* buffer, unsigned long address, unsigned long count) {
+    const Call call("Device.RewriteMem");
     if (!call) return call.status;
     for (unsigned long i = 0; i < count; ++i)
         Bus().memory[address + i] = static_cast<const unsigned char*>(buffer)[i];

@@ -71,6 +71,7 @@ public:
     bool hasXmlName = true;
     std::map<unsigned long, unsigned char> memory; ///< bytes never written read as 0
     unsigned long shortReadBy = 0;
+    std::optional<vexlo::VxStatus> inDoubt; ///< a WriteMem that fails with it may have been executed
     Properties deviceProperties, streamProperties, eventProperties;
     std::vector<std::pair<unsigned int, Bytes>> written; ///< all SetProperty calls of all objects
     unsigned long preparedBuffers = 0, preparedSize = 0;
