@@ -19,6 +19,7 @@ AnswerStatus ToAnswer(virtualcam::PipeStatus status) {
     case virtualcam::PipeStatus::Overflow:
         return AnswerStatus::Overflow;
     case virtualcam::PipeStatus::Error:
+    case virtualcam::PipeStatus::NoMemory: // the bus has no better word for it
         return AnswerStatus::Error;
     case virtualcam::PipeStatus::Gone:
         break;
