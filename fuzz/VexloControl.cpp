@@ -100,9 +100,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     AnyCamera camera(script);
     vexlo::ControlChannel::Counters counters;
     vexlo::ControlChannel channel(camera, {kOut, 1024}, {kIn, 1024}, counters, Impatient());
-    vexlo::RegisterAccess registers(channel);
+    const vexlo::Deadline whole(std::chrono::seconds(10));
+    vexlo::RegisterAccess registers(channel, whole);
     vexlo::Bootstrap bootstrap;
-    if (vexlo::ReadBootstrap(channel, bootstrap) == vexlo::VX_OK) vexlo::StopLeftOvers(registers, bootstrap);
+    if (vexlo::ReadBootstrap(channel, whole, bootstrap) == vexlo::VX_OK) vexlo::StopLeftOvers(registers, bootstrap);
     const uint64_t manifest = bootstrap.manifestAddress != 0 ? bootstrap.manifestAddress : 0x1000;
     vexlo::CXmlFile file;
     const vexlo::VxStatus status = vexlo::DownloadDescription(registers, manifest, file);

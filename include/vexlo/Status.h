@@ -57,9 +57,11 @@ inline constexpr VxStatus VX_E_BUSY = 0xE201013F;              ///< camera canno
 
 // Control protocol. The low 16 bits of VX_E_DEVICE_STATUS_BASE-codes are the camera's own status code.
 inline constexpr VxStatus VX_E_PROTOCOL = 0xE2020001;           ///< acknowledge malformed
+inline constexpr VxStatus VX_E_COMMAND_IN_DOUBT = 0xE2020002;   ///< answer to a command lost: perhaps it was executed
 inline constexpr VxStatus VX_E_XML_NO_MANIFEST = 0xE2020010;    ///< manifest missing or malformed
 inline constexpr VxStatus VX_E_XML_NO_FILE = 0xE2020011;        ///< no usable description file in the manifest
 inline constexpr VxStatus VX_E_XML_BAD_ZIP = 0xE2020012;        ///< description archive cannot be unpacked
+inline constexpr VxStatus VX_E_XML_TOO_LARGE = 0xE2020013;      ///< description file exceeds the limit
 inline constexpr VxStatus VX_E_DEVICE_STATUS_BASE = 0xE2030000; ///< | GenCP status code of the acknowledge
 
 } // namespace vexlo

@@ -28,8 +28,9 @@ public:
         Property_WriteOperationsFailedCount = 0x500, ///< 8 bytes, read
         Property_LastErrorStatus = 0x600,            ///< 4 bytes, read: status of the last failed read or write
         Property_ControlTimeout = 0x700,             ///< 4 bytes, read/write: floor of the control timeout in ms
-        Property_ConnectTimeout = 0x800,             ///< 4 bytes, read/write: patience of Open with silent cameras, ms
+        Property_ConnectTimeout = 0x800,             ///< 4 bytes, read/write: for silent cameras before a reset, in ms
         Property_WriteTimeout = 0x900,               ///< 4 bytes, read/write: the same floor for WriteMem, in ms
+        Property_OpenAsProbe = 0xA00,                ///< 1 byte, read/write: not 0 when Open only looks, see there
         Property_CustomRequestId = 0xAFFE0000,       ///< 1 byte, read/write: bRequest of a custom control request
         Property_CustomRequestValue = 0xAFFE0100,    ///< 2 bytes, read/write: wValue
         Property_CustomRequestIndex = 0xAFFE0200,    ///< 2 bytes, read/write: wIndex
@@ -46,9 +47,13 @@ public:
     /// Closes and deletes; null is ignored. Its streams die with it.
     static void DestroyDevice(CVxDevice* device);
 
-    /// Opens the camera that the record names: by device path, else by GUID, else by vendor, product and serial number.
-    /// VX_E_BUSY when it is in use elsewhere, VX_E_USB_ACCESS when not permitted. A camera may still be booting: one
-    /// that is silent is waited for (Property_ConnectTimeout), then reset once. Opening it again soon is brief.
+    /// Opens the camera that the record names by its device path; VX_E_NOT_FOUND when there is none, or one whose GUID
+    /// is another than the record's. VX_E_BUSY when it is in use elsewhere, VX_E_USB_ACCESS when not permitted. A
+    /// camera may still be booting: one that is silent is waited for (Property_ConnectTimeout), then reset once, which
+    /// takes ten seconds at most in all. That is had once: until it answers or is plugged in anew, every further
+    /// attempt ends within a second, whatever object makes it. Property_OpenAsProbe says that the camera is closed
+    /// again at once: it is not reset then, and two seconds are the most for one that was seen answering or silent
+    /// before.
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo& info);
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo* info);
     [[nodiscard]] VxStatus Close();
@@ -57,8 +62,14 @@ public:
     /// Reads *pCount bytes from the camera's register space at `address`; *pCount becomes the number of bytes read.
     /// Requests longer than the camera's limit are split.
     [[nodiscard]] VxStatus ReadMem(void* buffer, unsigned long address, unsigned long* pCount);
-    /// Writes `count` bytes to the camera's register space at `address`.
+    /// Writes `count` bytes to the camera's register space at `address`. Nothing that the camera may have executed is
+    /// sent again, since the register may be a command.
     [[nodiscard]] VxStatus WriteMem(const void* buffer, unsigned long address, unsigned long count);
+    /// Whether a failed WriteMem may have been executed all the same: its answer was lost or damaged.
+    static bool IsWriteInDoubt(VxStatus status);
+    /// After a write in doubt, for what may be written twice: reads back, and writes again what the registers do not
+    /// hold or do not tell.
+    [[nodiscard]] VxStatus RewriteMem(const void* buffer, unsigned long address, unsigned long count);
 
     [[nodiscard]] VxStatus GetProperty(EPropertyValue id, void* buffer, unsigned long size);
     [[nodiscard]] VxStatus SetProperty(EPropertyValue id, const void* buffer, unsigned long size);

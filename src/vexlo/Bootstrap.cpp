@@ -18,29 +18,33 @@ bool MayBeAbsent(VxStatus status) {
     return IsRefusal(status) || (IsSilence(status) && status != VX_E_USB_IO);
 }
 
-/// Reads registers that a camera may lack; those count as 0. Bound to a thread.
+/// Reads registers that a camera may lack; those count as 0, and all that come after a failure. Bound to a thread.
 class OptionalRegisters {
 public:
-    explicit OptionalRegisters(RegisterAccess& registers) : m_Registers(registers) {}
+    OptionalRegisters(ControlChannel& channel, const Deadline& whole)
+        : m_Channel(channel), m_Whole(whole), m_Registers(channel, whole) {}
 
     std::uint32_t Read32(std::uint64_t address) {
         std::uint32_t value = 0;
-        return Note(m_Registers.Read32(address, value)) ? value : 0;
+        return m_Failure == VX_OK && Note(m_Registers.Read32(address, value)) ? value : 0;
     }
     std::uint64_t Read64(std::uint64_t address) {
         std::uint64_t value = 0;
-        return Note(m_Registers.Read64(address, value)) ? value : 0;
+        return m_Failure == VX_OK && Note(m_Registers.Read64(address, value)) ? value : 0;
     }
-    /// Of the bus or the system: nothing that was read since tells anything of the camera.
+    /// Of the bus or the system, or because the camera has fallen silent or the time is over.
     VxStatus Failure() const { return m_Failure; }
 
 private:
     bool Note(VxStatus status) {
-        if (status != VX_OK && !MayBeAbsent(status)) m_Failure = status;
+        const bool isEnd = IsSilence(status) && (m_Channel.IsGivenUp() || m_Whole.IsOver());
+        if (status != VX_OK && (!MayBeAbsent(status) || isEnd)) m_Failure = status;
         return status == VX_OK;
     }
 
-    RegisterAccess& m_Registers;
+    ControlChannel& m_Channel;
+    const Deadline m_Whole;
+    RegisterAccess m_Registers;
     VxStatus m_Failure = VX_OK;
 };
 
@@ -58,15 +62,15 @@ void ReadInterfaces(OptionalRegisters& registers, std::uint64_t base, Bootstrap&
 
 } // namespace
 
-VxStatus ReadBootstrap(ControlChannel& channel, Bootstrap& bootstrap) {
-    RegisterAccess registers(channel);
+VxStatus ReadBootstrap(ControlChannel& channel, const Deadline& whole, Bootstrap& bootstrap) {
+    RegisterAccess registers(channel, whole);
     std::uint32_t version = 0;
     VxStatus status = registers.Read32(u3v::abrm::kGenCpVersion, version);
     if (status != VX_OK) return status;
     if (version >> 16 != kSupportedMajor)
         Log(Tavix::kLogWarning, "The camera states version %u.%u of the control protocol", version >> 16,
             version & 0xFFFF);
-    OptionalRegisters optional(registers);
+    OptionalRegisters optional(channel, whole);
     channel.SetResponseTime(optional.Read32(u3v::abrm::kMaximumDeviceResponseTime));
     bootstrap.capability = optional.Read64(u3v::abrm::kDeviceCapability);
     bootstrap.manifestAddress = optional.Read64(u3v::abrm::kManifestTableAddress);
@@ -83,7 +87,8 @@ void StopLeftOvers(RegisterAccess& registers, const Bootstrap& bootstrap) {
     for (std::uint32_t i = 0; i < bootstrap.streamCount; ++i) {
         const std::uint64_t control =
             bootstrap.streamAddress + std::uint64_t{i} * bootstrap.streamLength + u3v::sirm::kControl;
-        if ((OptionalRegisters(registers).Read32(control) & u3v::sirm::kControlStreamEnable) == 0) continue;
+        std::uint32_t value = 0;
+        if (registers.Read32(control, value) != VX_OK || (value & u3v::sirm::kControlStreamEnable) == 0) continue;
         const VxStatus status = registers.Write32(control, 0);
         if (status != VX_OK) Log(Tavix::kLogWarning, "Stream %u cannot be switched off: 0x%08X", i, status);
     }

@@ -18,8 +18,8 @@ struct Bootstrap {
 };
 
 /// Reads what is needed to use the camera and tells the channel its times and limits. Registers that a camera lacks
-/// count as absent; fails only where nothing can be done without.
-[[nodiscard]] VxStatus ReadBootstrap(ControlChannel& channel, Bootstrap& bootstrap);
+/// count as absent; fails only where nothing can be done without, or when the camera answers nothing any more.
+[[nodiscard]] VxStatus ReadBootstrap(ControlChannel& channel, const Deadline& whole, Bootstrap& bootstrap);
 
 /// Ends what a predecessor may have left running: streams and events are switched off.
 void StopLeftOvers(RegisterAccess& registers, const Bootstrap& bootstrap);

@@ -10,13 +10,12 @@
 
 #include <algorithm>
 #include <array>
-#include <new>
 
 namespace vexlo {
 namespace {
 
 constexpr std::uint64_t kMostEntries = 64;
-constexpr std::uint64_t kLargestFile = 64u << 20; ///< as stored
+constexpr std::size_t kPiece = 64u << 10; ///< memory grows by what has come
 
 /// Entries up to the first one that the camera refuses.
 VxStatus ReadManifest(RegisterAccess& registers, std::uint64_t address, std::vector<u3v::ManifestEntry>& entries) {
@@ -33,6 +32,19 @@ VxStatus ReadManifest(RegisterAccess& registers, std::uint64_t address, std::vec
         if (const auto entry = u3v::DecodeManifestEntry({bytes.data(), bytes.size()})) entries.push_back(*entry);
     }
     return entries.empty() ? status : VX_OK;
+}
+
+VxStatus Download(RegisterAccess& registers, const u3v::ManifestEntry& entry, std::vector<std::uint8_t>& stored) {
+    if (entry.size > kLargestDescription) return VX_E_XML_TOO_LARGE;
+    while (stored.size() < entry.size) {
+        const std::size_t offset = stored.size();
+        const std::size_t piece = std::min(kPiece, static_cast<std::size_t>(entry.size) - offset);
+        stored.resize(offset + piece);
+        std::size_t done = 0;
+        const VxStatus status = registers.Read(entry.address + offset, stored.data() + offset, piece, done);
+        if (status != VX_OK) return status;
+    }
+    return VX_OK;
 }
 
 void CheckHash(const u3v::ManifestEntry& entry, const std::vector<std::uint8_t>& stored) {
@@ -66,17 +78,12 @@ VxStatus DownloadDescription(RegisterAccess& registers, std::uint64_t manifestAd
     VxStatus status = ReadManifest(registers, manifestAddress, entries);
     if (status != VX_OK) return status;
     const u3v::ManifestEntry* best = u3v::FindBestDescription(entries);
-    if (best == nullptr || best->size > kLargestFile) return VX_E_XML_NO_FILE;
-    try {
-        std::vector<std::uint8_t> stored(static_cast<std::size_t>(best->size));
-        std::size_t done = 0;
-        status = registers.Read(best->address, stored.data(), stored.size(), done);
-        if (status != VX_OK) return status;
-        CheckHash(*best, stored);
-        return UnpackDescription(stored, best->format == u3v::manifest::kFormatZip, file);
-    } catch (const std::bad_alloc&) {
-        return VX_E_NO_MEMORY;
-    }
+    if (best == nullptr) return VX_E_XML_NO_FILE;
+    std::vector<std::uint8_t> stored;
+    status = Download(registers, *best, stored);
+    if (status != VX_OK) return status;
+    CheckHash(*best, stored);
+    return UnpackDescription(stored, best->format == u3v::manifest::kFormatZip, file);
 }
 
 VxStatus UnpackDescription(u3v::ByteView stored, bool statedAsZip, CXmlFile& file) {
@@ -84,10 +91,11 @@ VxStatus UnpackDescription(u3v::ByteView stored, bool statedAsZip, CXmlFile& fil
         SetText(file, std::string(reinterpret_cast<const char*>(stored.data), stored.size));
         return VX_OK;
     }
-    auto member = UnzipFirst(stored);
-    if (!member) return VX_E_XML_BAD_ZIP;
-    SetText(file, std::move(member->text));
-    if (!member->name.empty()) file.SetFilename(std::move(member->name));
+    ZipMember member;
+    const VxStatus status = UnzipFirst(stored, member);
+    if (status != VX_OK) return status;
+    SetText(file, std::move(member.text));
+    if (!member.name.empty()) file.SetFilename(std::move(member.name));
     return VX_OK;
 }
 

@@ -43,10 +43,12 @@ VxStatus DeviceSession::Open(const FoundCamera& camera, std::shared_ptr<RemovalN
     auto opened = std::make_shared<DeviceSession>(camera, std::move(handle), std::move(notifier), options);
     VxStatus status = SelectConfiguration(*opened->m_Handle, camera);
     if (status == VX_OK) status = opened->m_Claim.Claim(*opened->m_Handle, camera.function.controlInterface);
-    if (status == VX_OK) status = opened->m_Control.Connect();
-    if (status == VX_OK) status = ReadBootstrap(opened->m_Control, opened->m_Bootstrap);
+    if (status == VX_OK) status = opened->m_Control.Connect(options.whole);
+    if (status == VX_OK) status = ReadBootstrap(opened->m_Control, options.whole, opened->m_Bootstrap);
     if (status != VX_OK) return status;
-    StopLeftOvers(opened->m_Memory, opened->m_Bootstrap);
+    RegisterAccess registers(opened->m_Control, options.whole);
+    StopLeftOvers(registers, opened->m_Bootstrap);
+    opened->m_Control.Trust();
     WarnOfSpeed(camera);
     opened->m_Token = opened->m_Notifier->Watch(camera.backend.get(), camera.id, options.device, opened);
     session = std::move(opened);
@@ -59,6 +61,10 @@ DeviceSession::DeviceSession(const FoundCamera& camera, std::unique_ptr<usb::Han
       m_Control(*m_Handle, camera.function.controlOut, camera.function.controlIn, *options.counters, options.timing) {}
 
 DeviceSession::~DeviceSession() {
+    Leave();
+}
+
+void DeviceSession::Leave() {
     if (m_Token != 0) m_Notifier->Unwatch(m_Token);
 }
 

@@ -40,7 +40,8 @@ public:
     struct Options {
         CVxDevice* device = nullptr; ///< for notifications
         ControlTiming timing;
-        ControlChannel::Counters* counters = nullptr; ///< must outlive the session
+        Deadline whole{ControlTiming().leastOpenLimit}; ///< for opening
+        ControlChannel::Counters* counters = nullptr;   ///< must outlive the session
     };
 
     /// Opens, claims and reads what every camera tells. Leaves nothing claimed on failure.
@@ -64,6 +65,10 @@ public:
     /// The application has written to the camera, be it in vain.
     void NoteWrite() { m_LastWrite = std::chrono::steady_clock::now(); }
     std::chrono::steady_clock::time_point LastWrite() const { return m_LastWrite; }
+
+    /// The camera is being closed: nobody but the caller and running accesses has a share of this any more, so the
+    /// handle is closed with the last of them.
+    void Leave();
 
     /// Passes a status on; when it says that the camera is gone, the notifier hears of it.
     VxStatus Note(VxStatus status);

@@ -27,11 +27,6 @@ bool IsEmpty(const TextField& field) {
     return field[0] == '\0';
 }
 
-/// The serial number that a user would see.
-const TextField& ShownSerialNumber(const DeviceDiscoveryInfo& info) {
-    return IsEmpty(info.SerialNumber) ? info.FallbackSerialNumber : info.SerialNumber;
-}
-
 /// Functions of the active configuration; of the first one with any when the active one has none, or is not known.
 std::vector<u3v::CameraFunction> FunctionsOf(const usb::DeviceEntry& entry) {
     std::vector<u3v::CameraFunction> first;
@@ -81,13 +76,6 @@ void NameTheNameless(const FoundCamera& camera, DeviceDiscoveryInfo& info) {
     if (!IsEmpty(info.ModelName) || !IsEmpty(info.FallbackModelName)) return;
     std::snprintf(info.FallbackModelName, sizeof info.FallbackModelName, "USB3 Vision camera %04x:%04x",
                   camera.identity.vendorId, camera.identity.productId);
-}
-
-bool IsSameCamera(const DeviceDiscoveryInfo& wanted, const DeviceDiscoveryInfo& found) {
-    if (!IsEmpty(wanted.DeviceGUID)) return SameText(wanted.DeviceGUID, found.DeviceGUID);
-    const TextField& serial = ShownSerialNumber(wanted);
-    return !IsEmpty(serial) && wanted.VendorId == found.VendorId && wanted.ProductId == found.ProductId &&
-           SameText(serial, ShownSerialNumber(found));
 }
 
 /// Whether the camera at the wanted path is known to be another than the wanted one.
@@ -182,16 +170,7 @@ VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& want
             camera = std::move(candidate);
             return VX_OK;
         }
-    std::size_t matches = 0;
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-        DeviceDiscoveryInfo found;
-        Describe(cameras[i], i, found);
-        if (IsSameCamera(wanted, found) && matches++ == 0) camera = std::move(cameras[i]);
-    }
-    if (matches > 1)
-        Log(Tavix::kLogWarning, "%u cameras fit; '%s' is taken. Select by port instead",
-            static_cast<unsigned int>(matches), camera.path.c_str());
-    return matches == 0 ? VX_E_NOT_FOUND : VX_OK;
+    return VX_E_NOT_FOUND;
 }
 
 } // namespace vexlo

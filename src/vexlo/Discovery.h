@@ -36,9 +36,8 @@ void WarnOfEqualGuids(const std::vector<DeviceDiscoveryInfo>& infos);
 /// mask of the camera's Device Info.
 std::string SpeedWarning(usb::Speed speed, std::uint8_t supported);
 
-/// The camera that a record names: by device path, else by GUID, else by vendor, product and serial number.
-/// VX_E_NOT_FOUND when there is none. A camera at the path whose GUID is known to be another is not the one. Of several
-/// that fit the first one is taken, with a warning.
+/// The camera at the record's device path, which is the key to a camera: whatever else the record says is not looked
+/// for elsewhere. VX_E_NOT_FOUND when there is none, or when its GUID is known to be another than the record's.
 VxStatus FindCamera(const BackendList& backends, const DeviceDiscoveryInfo& wanted, FoundCamera& camera);
 
 } // namespace vexlo

@@ -2,6 +2,7 @@
 #include "vexlo/Library.h"
 
 #include "vexlo/Mutex.h"
+#include "vexlo/NoThrow.h"
 #include "vexlo/RemovalNotifier.h"
 #include "vexlo/Vexlo.h"
 
@@ -33,33 +34,55 @@ std::shared_ptr<Library> Library::Get() {
     return g_Library;
 }
 
+/// The reports of a bus, until the end of the scope. Bound to a thread.
+class Library::HotplugWatch {
+public:
+    HotplugWatch(usb::Backend& bus, usb::HotplugHandler handler)
+        : m_Bus(bus), m_Registration(bus.RegisterHotplug(std::move(handler))) {}
+    ~HotplugWatch() {
+        if (m_Registration != 0) m_Bus.DeregisterHotplug(m_Registration);
+    }
+    HotplugWatch(const HotplugWatch&) = delete;
+    HotplugWatch& operator=(const HotplugWatch&) = delete;
+
+private:
+    usb::Backend& m_Bus;
+    const std::uint64_t m_Registration; ///< 0 for a bus without reports
+};
+
 Library::Library(BackendList backends)
     : m_Backends(std::move(backends)), m_Notifier(std::make_shared<RemovalNotifier>()) {
-    for (const auto& backend : m_Backends) {
-        const usb::Backend* bus = backend.get();
-        m_Hotplugs.push_back(
-            backend->RegisterHotplug([notifier = m_Notifier, bus](usb::HotplugEvent event, const std::string& id) {
-                if (event == usb::HotplugEvent::Left) notifier->BusReportsRemoval(bus, id);
-            }));
-    }
+    m_Hotplugs.reserve(m_Backends.size());
+    for (const auto& backend : m_Backends)
+        Watch(*backend);
 }
 
 Library::~Library() {
-    for (std::size_t i = 0; i < m_Backends.size(); ++i)
-        if (m_Hotplugs[i] != 0) m_Backends[i]->DeregisterHotplug(m_Hotplugs[i]);
+    m_Hotplugs.clear();
     m_Notifier->Stop();
 }
 
+void Library::Watch(usb::Backend& bus) {
+    m_Hotplugs.push_back(
+        std::make_unique<HotplugWatch>(bus, [this, &bus](usb::HotplugEvent event, const std::string& id) {
+            if (event != usb::HotplugEvent::Left) return;
+            m_Silence.NoteDeparture(&bus, id);
+            m_Notifier->BusReportsRemoval(&bus, id);
+        }));
+}
+
 VxStatus Init() {
-    const MutexLock lock(g_LibraryLock);
-    if (g_Uses == 0) {
-        BackendList backends;
-        const VxStatus status = CreateBackends(backends);
-        if (status != VX_OK) return status;
-        g_Library = std::make_shared<Library>(std::move(backends));
-    }
-    ++g_Uses;
-    return VX_OK;
+    return NoThrow([] {
+        const MutexLock lock(g_LibraryLock);
+        if (g_Uses == 0) {
+            BackendList backends;
+            const VxStatus status = CreateBackends(backends);
+            if (status != VX_OK) return status;
+            g_Library = std::make_shared<Library>(std::move(backends));
+        }
+        ++g_Uses;
+        return VX_OK;
+    });
 }
 
 void Exit() {
@@ -70,9 +93,11 @@ void Exit() {
 }
 
 VxStatus IsLibraryLoadable() {
-    if (Library::Get()) return VX_OK; // it is loaded; a second bus would be opened only to be closed again
-    BackendList backends;
-    return CreateBackends(backends);
+    return NoThrow([] {
+        if (Library::Get()) return VX_OK; // it is loaded; a second bus would be opened only to be closed again
+        BackendList backends;
+        return CreateBackends(backends);
+    });
 }
 
 } // namespace vexlo

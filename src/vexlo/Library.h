@@ -3,6 +3,7 @@
 
 #include "vexlo/BackendSet.h"
 #include "vexlo/CameraNotes.h"
+#include "vexlo/SilenceNotes.h"
 
 #include <memory>
 #include <string>
@@ -25,13 +26,18 @@ public:
     const BackendList& Backends() const { return m_Backends; }
     const std::shared_ptr<RemovalNotifier>& Notifier() const { return m_Notifier; }
     CameraNotes& Notes() { return m_Notes; }
+    SilenceNotes& Silence() { return m_Silence; }
 
 private:
+    class HotplugWatch;
+
+    void Watch(usb::Backend& bus);
+
     const BackendList m_Backends;
     const std::shared_ptr<RemovalNotifier> m_Notifier;
+    SilenceNotes m_Silence;
     CameraNotes m_Notes;
-    std::vector<std::uint64_t>
-        m_Hotplugs; ///< constant after construction: registration with the backend of the same index
+    std::vector<std::unique_ptr<HotplugWatch>> m_Hotplugs; ///< constant after construction; ends before the rest
 };
 
 } // namespace vexlo

@@ -81,9 +81,13 @@ constexpr StatusRow kStatusRows[] = {
      "The program has too many files open to open a camera as well. Close some, or raise the limit (ulimit -n)."},
     {VX_E_BUSY, "The camera is in use by another program."},
     {VX_E_PROTOCOL, "The camera's answer is malformed."},
+    {VX_E_COMMAND_IN_DOUBT, "The camera's answer to a command was lost or damaged, so nobody knows whether it was "
+                            "executed. A command is never "
+                            "sent twice; execute it again if need be."},
     {VX_E_XML_NO_MANIFEST, "The camera's table of files is missing or malformed."},
     {VX_E_XML_NO_FILE, "The camera offers no usable description file."},
     {VX_E_XML_BAD_ZIP, "The camera's zipped description file cannot be unpacked."},
+    {VX_E_XML_TOO_LARGE, "The camera's description file is larger than 64 MiB, which is the limit."},
 };
 
 constexpr DeviceRow kDeviceRows[] = {

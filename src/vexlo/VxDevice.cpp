@@ -4,6 +4,8 @@
 #include "vexlo/DescriptionFile.h"
 #include "vexlo/Library.h"
 #include "vexlo/Logging.h"
+#include "vexlo/NoThrow.h"
+#include "vexlo/OpenCamera.h"
 #include "vexlo/PropertyValue.h"
 #include "vexlo/UsbStatus.h"
 #include "vexlo/VxDeviceImpl.h"
@@ -11,9 +13,7 @@
 #include "vexlo/XmlFile.h"
 #include "vexlo/stream/StreamImpl.h"
 
-#include <algorithm>
 #include <new>
-#include <thread>
 
 namespace vexlo {
 namespace {
@@ -21,65 +21,9 @@ namespace {
 constexpr std::uint32_t kShortestFloor = 10;
 constexpr std::uint32_t kLongestFloor = 60000;
 constexpr std::uint32_t kLongestConnect = 60000;
-constexpr std::chrono::milliseconds kLookPause{50};
-constexpr std::chrono::seconds kArrivalLimit{2};
-
-/// Not there, or not ours to open.
-bool IsAway(VxStatus status) {
-    return status == VX_E_NOT_FOUND || status == VX_E_USB_NO_DEVICE || status == VX_E_USB_ACCESS;
-}
-
-VxStatus OpenSession(Library& library, const DeviceDiscoveryInfo& info, const DeviceSession::Options& options,
-                     FoundCamera& camera, std::shared_ptr<DeviceSession>& session) {
-    VxStatus status = FindCamera(library.Backends(), info, camera);
-    if (status != VX_OK) return status;
-    status = DeviceSession::Open(camera, library.Notifier(), options, session);
-    Log(Tavix::kLogDetail, "Open camera '%s': 0x%08X", camera.path.c_str(), status);
-    return status;
-}
-
-/// A camera that has just been plugged in may not be the user's yet, as the system is still making its node and setting
-/// the rights. Meanwhile libusb may even take it off its list.
-VxStatus OpenArriving(Library& library, const DeviceDiscoveryInfo& info, const DeviceSession::Options& options,
-                      std::shared_ptr<DeviceSession>& session) {
-    const auto end = std::chrono::steady_clock::now() + kArrivalLimit;
-    FoundCamera camera;
-    for (;;) {
-        const VxStatus status = OpenSession(library, info, options, camera, session);
-        const bool isKnown = camera.backend != nullptr && options.counters->cameraResets == 0;
-        const bool mayChange = isKnown && IsAway(status) && camera.backend->IsArriving(camera.id);
-        if (!mayChange || std::chrono::steady_clock::now() >= end) return status;
-        std::this_thread::sleep_for(kLookPause);
-    }
-}
-
-/// After a reset that made the camera leave the bus: it comes back within some seconds, perhaps under another address.
-VxStatus OpenReturning(Library& library, const DeviceDiscoveryInfo& info, DeviceSession::Options options,
-                       std::shared_ptr<DeviceSession>& session) {
-    const auto end = std::chrono::steady_clock::now() + options.timing.resetLimit;
-    options.timing.mayReset = false;
-    options.timing.connectLimit = options.timing.resetLimit;
-    for (;;) {
-        FoundCamera camera;
-        const VxStatus status = OpenSession(library, info, options, camera, session);
-        if (!IsAway(status) || std::chrono::steady_clock::now() >= end)
-            return status == VX_E_NOT_FOUND ? VX_E_USB_NO_DEVICE : status;
-        std::this_thread::sleep_for(kLookPause);
-    }
-}
+constexpr Deadline::Duration kDownloadLimit{30000};
 
 } // namespace
-
-ControlTiming ConnectPatience::For(ControlTiming timing) const {
-    if (Clock::now() >= m_SilentUntil) return timing;
-    timing.connectLimit = std::min(timing.connectLimit, kBriefLimit);
-    timing.mayReset = false;
-    return timing;
-}
-
-void ConnectPatience::Note(VxStatus status) {
-    m_SilentUntil = IsSilence(status) ? Clock::now() + kMemory : Clock::time_point{};
-}
 
 VxStatus AccessStatistics::NoteRead(VxStatus status) {
     if (status == VX_OK) return status;
@@ -134,36 +78,40 @@ VxStatus CVxDevice::Open(const DeviceDiscoveryInfo* info) {
 }
 
 VxStatus CVxDevice::Open(const DeviceDiscoveryInfo& info) {
-    const MutexLock lock(m_Impl->lock);
-    const auto library = Library::Get();
-    if (!library) return VX_E_NOT_INITIALIZED;
-    if (m_Impl->session.Get()) return VX_E_ALREADY_OPEN;
-    m_Impl->statistics.Clear();
-    DeviceSession::Options options;
-    options.device = this;
-    options.timing = m_Impl->patience.For(m_Impl->timing);
-    options.counters = &m_Impl->statistics.pipes;
-    std::shared_ptr<DeviceSession> session;
-    VxStatus status = OpenArriving(*library, info, options, session);
-    const bool wasReset = m_Impl->statistics.pipes.cameraResets != 0;
-    if (wasReset && status == VX_E_USB_NO_DEVICE) status = OpenReturning(*library, info, options, session);
-    m_Impl->patience.Note(status);
-    if (status == VX_OK) m_Impl->session.Set(std::move(session));
-    return status;
+    return NoThrow([&] {
+        const MutexLock lock(m_Impl->lock);
+        const auto library = Library::Get();
+        if (!library) return VX_E_NOT_INITIALIZED;
+        if (m_Impl->session.Get()) return VX_E_ALREADY_OPEN;
+        m_Impl->statistics.Clear();
+        OpeningRequest request;
+        request.device = this;
+        request.timing = m_Impl->timing;
+        request.isProbe = m_Impl->isProbe;
+        request.counters = &m_Impl->statistics.pipes;
+        std::shared_ptr<DeviceSession> session;
+        const VxStatus status = OpenCamera(*library, info, request, session);
+        if (status == VX_OK) m_Impl->session.Set(std::move(session));
+        return status;
+    });
 }
 
 VxStatus CVxDevice::Close() {
-    const MutexLock lock(m_Impl->lock);
-    if (!m_Impl->session.Get()) return VX_E_NOT_OPEN;
-    VxStatus status = VX_OK;
-    if (m_Impl->stream->IsOpen()) status = m_Impl->stream->Close();
-    if (m_Impl->eventStream->IsOpen()) {
-        const VxStatus closed = m_Impl->eventStream->Close();
-        if (status == VX_OK) status = closed;
-    }
-    m_Impl->session.Set(nullptr);
-    // With the camera gone there is nothing left to be told to it.
-    return status == VX_E_USB_NO_DEVICE ? VX_OK : status;
+    return NoThrow([&] {
+        const MutexLock lock(m_Impl->lock);
+        const auto session = m_Impl->session.Get();
+        if (!session) return VX_E_NOT_OPEN;
+        VxStatus status = VX_OK;
+        if (m_Impl->stream->IsOpen()) status = m_Impl->stream->Close();
+        if (m_Impl->eventStream->IsOpen()) {
+            const VxStatus closed = m_Impl->eventStream->Close();
+            if (status == VX_OK) status = closed;
+        }
+        m_Impl->session.Set(nullptr);
+        session->Leave();
+        // With the camera gone there is nothing left to be told to it.
+        return status == VX_E_USB_NO_DEVICE ? VX_OK : status;
+    });
 }
 
 bool CVxDevice::IsOpen() const {
@@ -177,7 +125,8 @@ VxStatus CVxDevice::ReadMem(void* buffer, unsigned long address, unsigned long* 
     const auto session = m_Impl->session.Get();
     if (!session) return VX_E_NOT_OPEN;
     std::size_t done = 0;
-    const VxStatus status = session->Memory().Read(address, static_cast<std::uint8_t*>(buffer), count, done);
+    const VxStatus status =
+        NoThrow([&] { return session->Memory().Read(address, static_cast<std::uint8_t*>(buffer), count, done); });
     *pCount = done;
     return session->Note(m_Impl->statistics.NoteRead(status));
 }
@@ -187,9 +136,23 @@ VxStatus CVxDevice::WriteMem(const void* buffer, unsigned long address, unsigned
     const auto session = m_Impl->session.Get();
     if (!session) return VX_E_NOT_OPEN;
     std::size_t done = 0;
+    const u3v::ByteView data{static_cast<const std::uint8_t*>(buffer), count};
     // The register may be a command: nothing that may have been executed is executed again.
-    const VxStatus status =
-        session->Memory().Write(address, {static_cast<const std::uint8_t*>(buffer), count}, Repeat::Never, done);
+    const VxStatus status = session->Memory().Write(address, data, Repeat::Never, done);
+    session->NoteWrite();
+    return session->Note(m_Impl->statistics.NoteWrite(status));
+}
+
+bool CVxDevice::IsWriteInDoubt(unsigned int status) {
+    return IsSilence(status);
+}
+
+VxStatus CVxDevice::RewriteMem(const void* buffer, unsigned long address, unsigned long count) {
+    if (buffer == nullptr && count != 0) return VX_E_INVALID_PARAMETER;
+    const auto session = m_Impl->session.Get();
+    if (!session) return VX_E_NOT_OPEN;
+    const u3v::ByteView data{static_cast<const std::uint8_t*>(buffer), count};
+    const VxStatus status = NoThrow([&] { return session->Memory().Rewrite(address, data); });
     session->NoteWrite();
     return session->Note(m_Impl->statistics.NoteWrite(status));
 }
@@ -217,36 +180,48 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.lastingFloor.count()), buffer, size);
     if (id == Property_ConnectTimeout)
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.connectLimit.count()), buffer, size);
+    if (id == Property_OpenAsProbe) return GetValue(static_cast<std::uint8_t>(m_Impl->isProbe), buffer, size);
     return m_Impl->request.Get(id, buffer, size);
+}
+
+VxStatus CVxDevice::Impl::SetTimeout(EPropertyValue id, const void* buffer, unsigned long size) {
+    std::uint32_t time = 0;
+    const VxStatus status = SetValue(time, buffer, size);
+    if (status != VX_OK) return status;
+    const bool isFloor = id != Property_ConnectTimeout;
+    if (time > (isFloor ? kLongestFloor : kLongestConnect) || (isFloor && time < kShortestFloor))
+        return VX_E_INVALID_PARAMETER;
+    const auto opened = session.Get();
+    if (id == Property_ControlTimeout) {
+        timing.floor = std::chrono::milliseconds(time);
+        if (opened) opened->Control().SetFloor(time);
+    } else if (id == Property_WriteTimeout) {
+        timing.lastingFloor = std::chrono::milliseconds(time);
+        if (opened) opened->Control().SetLastingFloor(time);
+    } else {
+        timing.connectLimit = std::chrono::milliseconds(time);
+    }
+    return VX_OK;
+}
+
+VxStatus CVxDevice::Impl::SetProbe(const void* buffer, unsigned long size) {
+    std::uint8_t value = 0;
+    const VxStatus status = SetValue(value, buffer, size);
+    if (status == VX_OK) isProbe = value != 0;
+    return status;
 }
 
 VxStatus CVxDevice::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
     const MutexLock lock(m_Impl->lock);
-    const auto session = m_Impl->session.Get();
-    if (id == Property_ControlTimeout || id == Property_WriteTimeout) {
-        std::uint32_t floor = 0;
-        const VxStatus status = SetValue(floor, buffer, size);
-        if (status != VX_OK) return status;
-        if (floor < kShortestFloor || floor > kLongestFloor) return VX_E_INVALID_PARAMETER;
-        const bool isForWrites = id == Property_WriteTimeout;
-        (isForWrites ? m_Impl->timing.lastingFloor : m_Impl->timing.floor) = std::chrono::milliseconds(floor);
-        if (session && isForWrites) session->Control().SetLastingFloor(floor);
-        if (session && !isForWrites) session->Control().SetFloor(floor);
-        return VX_OK;
-    }
-    if (id == Property_ConnectTimeout) {
-        std::uint32_t limit = 0;
-        const VxStatus status = SetValue(limit, buffer, size);
-        if (status != VX_OK) return status;
-        if (limit > kLongestConnect) return VX_E_INVALID_PARAMETER;
-        m_Impl->timing.connectLimit = std::chrono::milliseconds(limit);
-        return VX_OK;
-    }
+    if (id == Property_ControlTimeout || id == Property_WriteTimeout || id == Property_ConnectTimeout)
+        return m_Impl->SetTimeout(id, buffer, size);
+    if (id == Property_OpenAsProbe) return m_Impl->SetProbe(buffer, size);
     if (!CustomRequest::IsExecution(id)) return m_Impl->request.Set(id, buffer, size);
     if (buffer == nullptr) return VX_E_INVALID_PARAMETER;
     if (size != 1) return VX_E_INVALID_SIZE;
+    const auto session = m_Impl->session.Get();
     if (!session) return VX_E_NOT_OPEN;
-    const auto timeout = static_cast<unsigned int>(session->Control().Timeout().count());
+    const auto timeout = Milliseconds(session->Control().Timeout());
     return session->Note(m_Impl->request.Execute(session->Handle(), id, timeout));
 }
 
@@ -254,7 +229,9 @@ VxStatus CVxDevice::ProvideXmlFile(CXmlFile& file) {
     file.Clear();
     const auto session = m_Impl->session.Get();
     if (!session) return VX_E_NOT_OPEN;
-    return session->Note(DownloadDescription(session->Memory(), session->Registers().manifestAddress, file));
+    RegisterAccess registers(session->Control(), Deadline(kDownloadLimit));
+    return session->Note(
+        NoThrow([&] { return DownloadDescription(registers, session->Registers().manifestAddress, file); }));
 }
 
 VxStatus CVxDevice::GetStream(CVxStream** ppStream) {

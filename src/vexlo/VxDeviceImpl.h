@@ -21,20 +21,6 @@ struct AccessStatistics {
     void Clear();
 };
 
-/// How long a silent camera is waited for. A caller that opens again at once is answered soon: the wait, and the reset
-/// at its end, have been had. Bound to a thread: the device's lock.
-class ConnectPatience {
-public:
-    ControlTiming For(ControlTiming timing) const;
-    void Note(VxStatus status);
-
-private:
-    using Clock = std::chrono::steady_clock;
-    static constexpr ControlTiming::Duration kBriefLimit{1000};
-    static constexpr std::chrono::seconds kMemory{30};
-    Clock::time_point m_SilentUntil{};
-};
-
 /// Gives the session of the moment to the camera's streams. Thread-safe.
 class SessionSource {
 public:
@@ -56,15 +42,18 @@ private:
 struct CVxDevice::Impl {
     Impl();
 
-    AccessStatistics statistics;
-    SessionSource session;
-    ControlTiming timing;     ///< guarded by lock; all but the settings is constant
-    ConnectPatience patience; ///< guarded by lock
-    std::unique_ptr<CVxStream> stream;
-    std::unique_ptr<CVxEventStream> eventStream;
+    VxStatus SetTimeout(EPropertyValue id, const void* buffer, unsigned long size) TAVIX_REQUIRES(lock);
+    VxStatus SetProbe(const void* buffer, unsigned long size) TAVIX_REQUIRES(lock);
 
     mutable Mutex lock; ///< open, close and the request
+
+    AccessStatistics statistics;
+    SessionSource session;
+    ControlTiming timing TAVIX_GUARDED_BY(lock); ///< all but the settings is constant
+    bool isProbe TAVIX_GUARDED_BY(lock) = false;
     CustomRequest request TAVIX_GUARDED_BY(lock);
+    std::unique_ptr<CVxStream> stream;
+    std::unique_ptr<CVxEventStream> eventStream;
 };
 
 } // namespace vexlo

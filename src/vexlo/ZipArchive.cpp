@@ -3,12 +3,13 @@
 
 #include <zip.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace vexlo {
 namespace {
 
-constexpr zip_uint64_t kLargestText = 256u << 20;
+constexpr std::size_t kPiece = 64u << 10; ///< memory grows by what has come
 
 struct Discard {
     void operator()(zip_t* archive) const { ::zip_discard(archive); }
@@ -25,33 +26,29 @@ Archive OpenArchive(u3v::ByteView bytes) {
     return archive;
 }
 
-/// The whole member; nothing when it is damaged or longer than it says.
-bool ReadAll(zip_file_t& member, std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const zip_int64_t count = ::zip_fread(&member, text.data() + done, text.size() - done);
-        if (count <= 0) return false;
-        done += static_cast<std::size_t>(count);
+/// Reads to the end, which makes the library compare the checksum. What the archive states of its size is not asked.
+VxStatus ReadAll(zip_file_t& member, std::string& text) {
+    for (;;) {
+        const std::size_t done = text.size();
+        text.resize(done + kPiece);
+        const zip_int64_t count = ::zip_fread(&member, text.data() + done, kPiece);
+        text.resize(done + static_cast<std::size_t>(std::max<zip_int64_t>(count, 0)));
+        if (count < 0) return VX_E_XML_BAD_ZIP;
+        if (count == 0) return VX_OK;
+        if (text.size() > kLargestDescription) return VX_E_XML_TOO_LARGE;
     }
-    char more = 0; // reading the end makes the library compare the checksum
-    return ::zip_fread(&member, &more, 1) == 0;
 }
 
 } // namespace
 
-std::optional<ZipMember> UnzipFirst(u3v::ByteView bytes) {
+VxStatus UnzipFirst(u3v::ByteView bytes, ZipMember& found) {
     const Archive archive = OpenArchive(bytes);
-    if (!archive) return std::nullopt;
-    zip_stat_t entry;
-    if (::zip_stat_index(archive.get(), 0, 0, &entry) != 0 || (entry.valid & ZIP_STAT_SIZE) == 0) return std::nullopt;
-    if (entry.size > kLargestText) return std::nullopt;
+    if (!archive) return VX_E_XML_BAD_ZIP;
     const Member member(::zip_fopen_index(archive.get(), 0, 0));
-    if (!member) return std::nullopt;
-    ZipMember found;
-    if ((entry.valid & ZIP_STAT_NAME) != 0 && entry.name != nullptr) found.name = entry.name;
-    found.text.resize(static_cast<std::size_t>(entry.size));
-    if (!ReadAll(*member, found.text)) return std::nullopt;
-    return found;
+    if (!member) return VX_E_XML_BAD_ZIP;
+    const char* name = ::zip_get_name(archive.get(), 0, 0);
+    if (name != nullptr) found.name = name;
+    return ReadAll(*member, found.text);
 }
 
 } // namespace vexlo

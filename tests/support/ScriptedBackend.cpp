@@ -34,9 +34,13 @@ public:
     }
 
     bool IsAttached() override {
-        const Lock lock(m_Camera.m_Mutex);
+        Lock lock(m_Camera.m_Mutex);
         ++m_Camera.m_AskedWhetherAttached;
         m_Camera.m_Changed.notify_all();
+        const auto handler = m_Camera.m_OnAttachedQuestion;
+        lock.unlock();
+        if (handler) handler();
+        lock.lock();
         return m_Camera.m_Departures == m_Departures;
     }
     usb::Result Claim(std::uint8_t number) override {
@@ -74,7 +78,10 @@ public:
         m_Camera.m_InSizes.push_back(length);
         m_Camera.m_InTimeouts.push_back(timeoutMs);
         if (m_Camera.m_NextIn != usb::Result::Ok) return std::exchange(m_Camera.m_NextIn, usb::Result::Ok);
-        if (m_Camera.m_Answers.empty()) return usb::Result::Timeout; // whoever waits would wait for ever
+        if (m_Camera.m_Answers.empty()) { // whoever waits would wait for ever
+            if (m_Camera.m_OnWaiting) m_Camera.m_OnWaiting(timeoutMs);
+            return usb::Result::Timeout;
+        }
         const Bytes answer = m_Camera.m_Answers.front();
         m_Camera.m_Answers.pop_front();
         if (answer.size() > length) return usb::Result::Overflow;

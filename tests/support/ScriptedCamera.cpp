@@ -112,6 +112,16 @@ void Camera::OnReset(std::function<usb::Result()> handler) {
     const Lock lock(m_Mutex);
     m_OnReset = std::move(handler);
 }
+
+void Camera::OnAttachedQuestion(std::function<void()> handler) {
+    const Lock lock(m_Mutex);
+    m_OnAttachedQuestion = std::move(handler);
+}
+
+void Camera::OnWaiting(std::function<void(unsigned int)> handler) {
+    const Lock lock(m_Mutex);
+    m_OnWaiting = std::move(handler);
+}
 void Camera::AllowMapping(std::size_t bytes) {
     const Lock lock(m_Mutex);
     m_Mappable = bytes;

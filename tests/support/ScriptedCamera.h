@@ -73,6 +73,8 @@ public:
     void SetString(int index, const std::string& text);
     /// What a reset of the port does, under no lock; Ok without one.
     void OnReset(std::function<usb::Result()> handler);
+    /// Told how long a read of an acknowledge that does not come was to wait, instead of waiting.
+    void OnWaiting(std::function<void(unsigned int)> handler);
     /// Memory that the system maps for transfers; none at first.
     void AllowMapping(std::size_t bytes);
     void FailNextOut(usb::Result result);
@@ -82,6 +84,8 @@ public:
     void Unplug(bool announce);
     /// The bus says that the camera has left.
     void AnnounceRemoval();
+    /// What happens while it is asked whether the camera that was opened is still there, under no lock.
+    void OnAttachedQuestion(std::function<void()> handler);
     /// How often it was asked whether the camera that was opened is still there.
     unsigned int AskedWhetherAttached() const { return m_AskedWhetherAttached; }
     void Replug();
@@ -126,6 +130,8 @@ private:
     std::function<void(usb::DeviceEntry&)> m_Describe;
     std::map<int, std::string> m_Strings;
     std::function<usb::Result()> m_OnReset;
+    std::function<void(unsigned int)> m_OnWaiting;
+    std::function<void()> m_OnAttachedQuestion;
     unsigned int m_Resets = 0;
     std::vector<int> m_Selected;
     std::size_t m_Mappable = 0;

@@ -30,9 +30,12 @@ protected:
         return timing;
     }
 
+    /// A deadline that no test comes to.
+    static Deadline InTime() { return Deadline(std::chrono::hours(1)); }
+
     VxStatus Read32(std::uint32_t& value) {
         std::uint8_t bytes[4] = {};
-        const VxStatus status = channel.Read(0x1CC, bytes, sizeof bytes);
+        const VxStatus status = channel.Read(0x1CC, bytes, sizeof bytes, InTime());
         value = bytes[0];
         return status;
     }
@@ -42,7 +45,7 @@ protected:
     }
     VxStatus Write(Repeat repeat) {
         const Bytes data = Hex("07000000");
-        return channel.Write(0x1CC, data, repeat);
+        return channel.Write(0x1CC, data, repeat, InTime());
     }
     /// Answers the given number of commands by `answers`, all later ones properly.
     void AnswerFirst(int times, std::function<std::vector<Bytes>(const Command&)> answers) {

@@ -6,7 +6,7 @@ namespace {
 using namespace vexlotest;
 
 TEST_F(Channel, ConnectsByReadingTheVersionWithRequestIdZero) {
-    ASSERT_EQ(channel.Connect(), VX_OK);
+    ASSERT_EQ(channel.Connect(InTime()), VX_OK);
     ASSERT_EQ(camera.Commands().size(), 1u);
     EXPECT_EQ(camera.Commands()[0].bytes, Hex("55335643 0040 0008 0C00 0000 0000000000000000 0000 0400"));
     EXPECT_EQ(camera.HaltsSet(), 0u);
@@ -19,7 +19,7 @@ TEST_F(Channel, ConnectsPastLeftOverAcknowledges) {
         if (command.RequestId() != 0) return std::nullopt;
         return std::vector<Bytes>{Ack(0, 0x0801, 99, Hex("FFFFFFFF")), Ack(0, 0x0801, 0, Hex("03000100"))};
     });
-    EXPECT_EQ(channel.Connect(), VX_OK);
+    EXPECT_EQ(channel.Connect(InTime()), VX_OK);
 }
 
 TEST_F(Channel, CountsRequestIdsUpAndSkipsZero) {
@@ -53,7 +53,7 @@ TEST_F(Channel, EndsAfterPendingForTooLong) {
                                   Ack(0, 0x0801, command.RequestId(), Hex("64000000"))};
     });
     std::uint8_t bytes[4];
-    EXPECT_EQ(hasty.Read(0x1CC, bytes, 4), VX_E_TIMEOUT);
+    EXPECT_EQ(hasty.Read(0x1CC, bytes, 4, InTime()), VX_E_TIMEOUT);
 }
 
 TEST_F(Channel, DropsStaleShortAndForeignPackets) {
@@ -145,7 +145,7 @@ TEST_F(Channel, RecoversFromStallAndOverflow) {
 TEST_F(Channel, EndsAtOnceWhenTheCameraIsGone) {
     camera.Unplug(/*announce=*/false);
     EXPECT_EQ(Read(), VX_E_USB_NO_DEVICE);
-    EXPECT_EQ(channel.Connect(), VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(channel.Connect(InTime()), VX_E_USB_NO_DEVICE);
     EXPECT_TRUE(camera.Commands().empty());
 }
 
@@ -187,7 +187,7 @@ TEST_F(Channel, RefusesATruncatedAcknowledge) {
 
 TEST_F(Channel, PassesOnWhatTheCameraRefuses) {
     std::uint8_t bytes[4];
-    EXPECT_EQ(channel.Read(0x999999, bytes, 4), kRefused | 0x8003);
+    EXPECT_EQ(channel.Read(0x999999, bytes, 4, InTime()), kRefused | 0x8003);
     EXPECT_EQ(Commands(0x999999), 1u);
 }
 
@@ -203,7 +203,7 @@ TEST_F(Channel, AsksForWholePacketsAndNoMoreThanTheAnswerNeeds) {
     std::uint8_t bytes[2048];
     camera.Set(0x90000, Pattern(2048));
     for (const std::size_t count : {4u, 1012u, 1016u, 2036u})
-        ASSERT_EQ(channel.Read(0x90000, bytes, count), VX_OK);
+        ASSERT_EQ(channel.Read(0x90000, bytes, count, InTime()), VX_OK);
     EXPECT_EQ(camera.ControlInSizes(), (std::vector<std::size_t>{1024, 1024, 2048, 2048}));
 }
 
@@ -253,7 +253,7 @@ TEST_F(Channel, IsMorePatientWithWhatCannotBeAskedForAgain) {
 TEST_F(Channel, ConnectsToACameraThatAnswersButRefusesToHaveItsHaltsCleared) {
     for (const usb::Result result : {usb::Result::Pipe, usb::Result::Io, usb::Result::Timeout}) {
         camera.RefuseClearing(result);
-        EXPECT_EQ(channel.Connect(), VX_OK);
+        EXPECT_EQ(channel.Connect(InTime()), VX_OK);
     }
     EXPECT_EQ(camera.Resets(), 0u);
 }

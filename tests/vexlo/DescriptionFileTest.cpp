@@ -2,6 +2,10 @@
 #include "vexlo/Fixture.h"
 #include "vexlo/XmlFile.h"
 
+#include <zip.h>
+
+#include <algorithm>
+
 namespace {
 
 using namespace vexlotest;
@@ -106,8 +110,14 @@ TEST_F(Description, IsMissingWithoutAManifest) {
 TEST_F(Description, IsMissingWhenNoEntryIsUsable) {
     Offer(Text("<a/>"), "00000102");
     EXPECT_EQ(Download(), VX_E_XML_NO_FILE);
-    camera.Set(kManifest + 8, Entry("01000001", "00000101", kFile, std::size_t{1} << 40));
-    EXPECT_EQ(Download(), VX_E_XML_NO_FILE);
+}
+
+TEST_F(Description, IsRefusedWhenItsStatedSizeIsBeyondTheLimit) {
+    Offer(Text("<a/>"));
+    for (const std::size_t size : {(std::size_t{64} << 20) + 1, std::size_t{1} << 40}) {
+        camera.Set(kManifest + 8, Entry("01000001", "00000101", kFile, size));
+        EXPECT_EQ(Download(), VX_E_XML_TOO_LARGE);
+    }
 }
 
 TEST_F(Description, IsRefusedWhenTheZipIsDamaged) {
@@ -124,6 +134,49 @@ TEST(ZippedDescription, IsReadSafelyFromEveryTruncation) {
         CXmlFile file;
         EXPECT_EQ(UnpackDescription(cut, true, file), VX_E_XML_BAD_ZIP) << size;
     }
+}
+
+/// An archive with one member of that many blanks.
+Bytes ZipOfBlanks(std::size_t count) {
+    const std::string text(count, ' ');
+    zip_source_t* store = ::zip_source_buffer_create(nullptr, 0, 0, nullptr);
+    zip_source_keep(store);
+    zip_t* archive = ::zip_open_from_source(store, ZIP_TRUNCATE, nullptr);
+    ::zip_file_add(archive, "a.xml", ::zip_source_buffer(archive, text.data(), text.size(), 0), 0);
+    EXPECT_EQ(::zip_set_file_compression(archive, 0, ZIP_CM_DEFLATE, 1), 0);
+    EXPECT_EQ(::zip_close(archive), 0);
+    EXPECT_EQ(::zip_source_open(store), 0);
+    zip_stat_t all;
+    EXPECT_EQ(::zip_source_stat(store, &all), 0);
+    Bytes bytes(static_cast<std::size_t>(all.size));
+    EXPECT_EQ(::zip_source_read(store, bytes.data(), bytes.size()), static_cast<zip_int64_t>(bytes.size()));
+    ::zip_source_close(store);
+    ::zip_source_free(store);
+    return bytes;
+}
+
+/// The archive with another size of the member in its directory.
+Bytes Stating(Bytes archive, std::uint32_t size) {
+    const Bytes entry = Hex("504B0102");
+    const auto found = std::search(archive.begin(), archive.end(), entry.begin(), entry.end());
+    for (int i = 0; i < 4; ++i)
+        *(found + 24 + i) = static_cast<std::uint8_t>(size >> (8 * i));
+    return archive;
+}
+
+TEST(ZippedDescription, IsRefusedBeyondTheLimitOfTexts) {
+    CXmlFile file;
+    EXPECT_EQ(UnpackDescription(ZipOfBlanks(kLargestDescription), true, file), VX_OK);
+    const Bytes bomb = ZipOfBlanks(kLargestDescription + 1);
+    ASSERT_LT(bomb.size(), 1000000u);
+    EXPECT_EQ(UnpackDescription(bomb, true, file), VX_E_XML_TOO_LARGE);
+    EXPECT_NE(UnpackDescription(Stating(bomb, 4), true, file), VX_OK) << "its directory lies";
+}
+
+TEST(ZippedDescription, TakesNoMemoryForWhatIsOnlyStated) {
+    ZipMember member;
+    EXPECT_NE(UnzipFirst(Stating(ZipOfBlanks(4), 0xFFFFFFF0), member), VX_E_XML_TOO_LARGE);
+    EXPECT_LT(member.text.capacity(), std::size_t{1} << 20);
 }
 
 TEST(ZippedDescription, NeedsAnOpenDevice) {

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -218,6 +219,62 @@ TEST_F(Removal, MakesNobodyWaitForAHandlerThatDeregisteredItself) {
     EXPECT_FALSE(running.returned) << "the answer came while the handler still runs";
     running.mayReturn.Open();
     EXPECT_TRUE(camera.WaitFor([&] { return running.returned.load(); })) << "the handler uses what this test owns";
+}
+
+/// The application holds something that the handler waits for, and ends the library.
+TEST_F(Removal, MakesTheEndOfTheLibraryWaitForNoHandler) {
+    ASSERT_EQ(Open(), VX_OK);
+    Running running;
+    Register(11, &running, RunUntilReleased);
+    camera.Unplug(/*announce=*/true);
+    ASSERT_TRUE(running.entered.Pass());
+    EXPECT_EQ(device->Close(), VX_OK);
+    Exit();
+    EXPECT_FALSE(running.returned);
+    running.mayReturn.Open();
+    EXPECT_TRUE(camera.WaitFor([&] { return running.returned.load(); })) << "the handler uses what this test owns";
+    EXPECT_EQ(Init(), VX_OK);
+}
+
+TEST_F(Removal, LetsTheHandlerEndTheLibraryAndBeginAnew) {
+    ASSERT_EQ(Open(), VX_OK);
+    Register(11, &log, [](const VxCallbackData* data) {
+        EXPECT_EQ(data->Device->Close(), VX_OK);
+        Exit();
+        EXPECT_EQ(Init(), VX_OK);
+        Collector collector;
+        EXPECT_EQ(CEnumerator::Discover(&collector), VX_OK);
+        static_cast<Log*>(data->Context)->Note(data);
+    });
+    camera.Unplug(/*announce=*/true);
+    ASSERT_TRUE(log.WaitForCalls(1));
+    camera.Replug();
+    ASSERT_EQ(Open(), VX_OK);
+    Log after;
+    Register(11, &after, NoteCall);
+    camera.Unplug(/*announce=*/true);
+    EXPECT_TRUE(after.WaitForCalls(1));
+}
+
+TEST_F(Removal, IsReportedToTheOthersWhenAHandlerThrows) {
+    ASSERT_EQ(Open(), VX_OK);
+    Register(11, nullptr, [](const VxCallbackData*) { throw std::runtime_error("thrown by a handler"); });
+    Register(11, nullptr, [](const VxCallbackData*) { throw 4711; });
+    Register(11, &log, NoteCall);
+    camera.Unplug(/*announce=*/true);
+    EXPECT_TRUE(log.WaitForCalls(1));
+}
+
+TEST_F(Removal, LeavesTheHandleClosedWhenCloseReturns) {
+    // The notifier, which has a share of what is open, asks until the camera is being closed.
+    camera.OnAttachedQuestion([this] { EXPECT_TRUE(camera.WaitFor([this] { return !device->IsOpen(); })); });
+    for (unsigned int i = 1; i <= 20; ++i) {
+        ASSERT_EQ(Open(), VX_OK);
+        camera.AnnounceRemoval();
+        ASSERT_TRUE(camera.WaitFor([&] { return camera.AskedWhetherAttached() == i; }));
+        EXPECT_EQ(device->Close(), VX_OK);
+        ASSERT_EQ(camera.OpenHandles(), 0) << i;
+    }
 }
 
 } // namespace

@@ -33,7 +33,7 @@ protected:
 
 TEST_F(Silent, IsAskedUntilItsFirmwareHasBooted) {
     AnswerAfter(50, 0);
-    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(patient.Connect(InTime()), VX_OK);
     EXPECT_EQ(camera.Commands().size(), 51u);
     for (const Command& command : camera.Commands())
         EXPECT_EQ(command.RequestId(), 0u);
@@ -42,7 +42,7 @@ TEST_F(Silent, IsAskedUntilItsFirmwareHasBooted) {
 
 TEST_F(Silent, GetsItsHaltsClearedThenSetThenItsPortReset) {
     AnswerAfter(0, 1);
-    EXPECT_EQ(channel.Connect(), VX_OK);
+    EXPECT_EQ(channel.Connect(InTime()), VX_OK);
     EXPECT_EQ(camera.Resets(), 1u);
     EXPECT_EQ(counters.cameraResets, 1u);
     EXPECT_GE(camera.HaltsCleared(kControlIn), 2u);
@@ -50,14 +50,14 @@ TEST_F(Silent, GetsItsHaltsClearedThenSetThenItsPortReset) {
 
 TEST_F(Silent, HasItsHaltsSetOnTheSecondAttempt) {
     AnswerAfter(1, 0);
-    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(patient.Connect(InTime()), VX_OK);
     EXPECT_EQ(camera.HaltsSet(), 2u);
     EXPECT_EQ(camera.HaltsCleared(kControlOut), 2u);
 }
 
 TEST_F(Silent, IsResetOnceOnly) {
     AnswerAfter(UINT_MAX, 0);
-    EXPECT_EQ(channel.Connect(), VX_E_TIMEOUT);
+    EXPECT_EQ(channel.Connect(InTime()), VX_E_TIMEOUT);
     EXPECT_EQ(camera.Resets(), 1u);
 }
 
@@ -66,20 +66,20 @@ TEST_F(Silent, IsNotResetWhereThatIsNotAllowed) {
     timing.mayReset = false;
     ControlChannel careful(*handle, {kControlOut, 1024}, {kControlIn, 1024}, counters, timing);
     AnswerAfter(UINT_MAX, 0);
-    EXPECT_EQ(careful.Connect(), VX_E_TIMEOUT);
+    EXPECT_EQ(careful.Connect(InTime()), VX_E_TIMEOUT);
     EXPECT_EQ(camera.Resets(), 0u);
 }
 
 TEST_F(Silent, IsNotResetForWhatTheSystemLacks) {
     camera.FailNextOut(usb::Result::NoMemory);
-    EXPECT_EQ(channel.Connect(), VX_E_USB_NO_MEMORY);
+    EXPECT_EQ(channel.Connect(InTime()), VX_E_USB_NO_MEMORY);
     EXPECT_EQ(camera.Resets(), 0u);
-    EXPECT_EQ(channel.Connect(), VX_OK);
+    EXPECT_EQ(channel.Connect(InTime()), VX_OK);
 }
 
 TEST_F(Silent, IsTriedAgainWhenTheSystemWasShortForAMoment) {
     camera.FailNextOut(usb::Result::NoMemory);
-    EXPECT_EQ(patient.Connect(), VX_OK);
+    EXPECT_EQ(patient.Connect(InTime()), VX_OK);
     EXPECT_EQ(camera.Resets(), 0u);
 }
 
@@ -87,7 +87,7 @@ TEST_F(Silent, IsGoneWhenItComesBackAsAnotherDevice) {
     for (const usb::Result result : {usb::Result::NotFound, usb::Result::NoDevice}) {
         AnswerAfter(UINT_MAX, 0);
         camera.OnReset([result] { return result; });
-        EXPECT_EQ(channel.Connect(), VX_E_USB_NO_DEVICE);
+        EXPECT_EQ(channel.Connect(InTime()), VX_E_USB_NO_DEVICE);
     }
 }
 
