@@ -142,6 +142,7 @@ std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) try {
 }
 
 void Backend::DeregisterHotplug(std::uint64_t registration) {
+    if (registration == 0) return; // there was no memory for it
     std::unique_lock<std::mutex> lock(m_Lock);
     m_Handlers.erase(registration);
     if (std::this_thread::get_id() == m_Thread.get_id()) return;

@@ -89,16 +89,18 @@ Scene::Light Scene::At(std::uint32_t kind, std::uint32_t x) const {
 
 void Scene::MakeStrips() {
     const std::uint32_t pixels = m_Geometry.width + Period(m_Geometry.pattern);
-    m_Strips.assign(std::size_t{kKinds} * 2, Bytes());
+    m_Strips.clear(); // without memory the next image makes them
+    std::vector<Bytes> strips(std::size_t{kKinds} * 2);
     for (std::uint32_t kind = 0; kind < kKinds; ++kind)
         for (std::uint32_t parity = 0; parity < 2; ++parity) {
-            Bytes& strip = m_Strips[kind * 2 + parity];
+            Bytes& strip = strips[kind * 2 + parity];
             strip.reserve(PixelBytes(pixels) + 8);
             for (std::uint32_t x = 0; x < pixels; ++x) {
                 const std::uint32_t seen = m_Geometry.reverseX ? pixels - 1 - x : x;
                 DrawPixels(strip, x, At(kind, seen * m_Geometry.binningX), parity);
             }
         }
+    m_Strips = std::move(strips);
 }
 
 // Appends one pixel; where two share bytes the second completes them.
