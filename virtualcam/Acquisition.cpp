@@ -11,7 +11,8 @@ enum Source : std::uint32_t { Software = 0, FirstLine = 1 };
 enum Activation : std::uint32_t { RisingEdge = 0, FallingEdge = 1, AnyEdge = 2 };
 
 constexpr std::chrono::milliseconds kLongestCatchUp{250};
-constexpr double kNominalLinkRate = 400e6; // bytes a second that a SuperSpeed link carries in practice
+constexpr std::uint64_t kSetBack = 1000000; // ns
+constexpr double kNominalLinkRate = 400e6;  // bytes a second that a SuperSpeed link carries in practice
 constexpr std::uint64_t kMinimumThroughput = 1000000;
 constexpr std::uint64_t kMaximumThroughput = 1000000000;
 
@@ -215,9 +216,15 @@ bool Acquisition::Level(LineSource source) const {
 
 // --- frames
 
+// No two frames bear the same time, unless the clock was set back.
+std::uint64_t Acquisition::NextTimestamp(std::uint64_t time) const {
+    const bool behind = time <= m_LastTimestamp && m_LastTimestamp - time < kSetBack;
+    return behind ? m_LastTimestamp + 1 : time;
+}
+
 Frame Acquisition::Snapshot(TimePoint at) {
     m_Parts.analog.Adjust();
-    m_LastTimestamp = std::max(m_Parts.clock.Nanoseconds(at), m_LastTimestamp + 1);
+    m_LastTimestamp = NextTimestamp(m_Parts.clock.Nanoseconds(at));
     Frame frame;
     frame.geometry = m_Parts.format.Get();
     frame.chunks = m_Parts.chunks.Plan();

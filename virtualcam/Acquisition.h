@@ -114,6 +114,7 @@ private:
     void RunDelayedTriggers(TimePoint now);
     void SkipMissed(TimePoint now, Duration period);
     void Expose(TimePoint at);
+    std::uint64_t NextTimestamp(std::uint64_t time) const;
     Frame Snapshot(TimePoint at);
     void Report(const Frame& frame);
     void Hand(const Frame& frame, Source& source);

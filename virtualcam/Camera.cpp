@@ -50,7 +50,7 @@ ControlLimits LimitsOf(const CameraSettings& settings) {
 } // namespace
 
 Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host)
-    : m_Settings(settings), m_Persistent(persistent), m_Host(host),
+    : m_Settings(settings), m_Persistent(persistent), m_Host(host), m_Clock(settings.clock),
       m_Events(PacketSize(settings.speed), settings.queuedEvents) {
     m_Events.SetFaults(settings.faults.events);
     const ControlLimits limits = LimitsOf(settings);

@@ -50,7 +50,7 @@ public:
     RegisterSpace& Registers() { return m_Registers; }
     ControlChannel& Control() { return *m_Control; }
     EventChannel& Events() { return m_Events; }
-    const Clock& Time() const { return m_Clock; }
+    Clock& Time() { return m_Clock; }
 
     /// Raises an event now, if the event channel is enabled.
     void RaiseEvent(std::uint16_t id, const Bytes& data);

@@ -144,6 +144,11 @@ void Device::SetFaults(const FaultScript& faults) {
     SetStreamFaults();
 }
 
+void Device::JumpClock(std::chrono::nanoseconds by) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Camera) m_Camera->Time().Jump(by);
+}
+
 void Device::SetInput(std::uint32_t line, bool high) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (m_Camera) m_Camera->SetInput(line, high);

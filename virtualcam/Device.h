@@ -76,6 +76,8 @@ public:
     /// True when the open, or claim, is to be refused; counts down the script.
     bool RefusesOpen();
     bool RefusesClaim();
+    /// Sets the camera's clock forward or, below 0, back; without effect while it is unplugged.
+    void JumpClock(std::chrono::nanoseconds by);
     /// Sets the level outside of an input line (0 or 1).
     void SetInput(std::uint32_t line, bool high);
     std::string UserName() const;

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -12,6 +10,7 @@
 
 #include "virtualcam/EmbeddedDescription.h"
 #include "virtualcam/Protocol.h"
+#include "virtualcam/RegularFile.h"
 
 namespace virtualcam {
 namespace {
@@ -24,6 +23,7 @@ constexpr std::uint32_t kOlderFileVersion = 0x00090000;
 constexpr std::uint32_t kSchemaAndType = 0x01010000;        // schema 1.1, a camera's description, plain
 constexpr std::uint32_t kForeignSchemaAndType = 0x02000000; // a schema that nobody knows yet
 constexpr std::uint32_t kZipFlag = 0x0400;
+constexpr std::size_t kLargestDescription = 64u << 20;
 constexpr std::size_t kTrailingZeros = 100;
 constexpr std::size_t kExtraSize = 64; // counted by an entry of too large a size
 
@@ -89,9 +89,11 @@ std::string WithoutRoot(std::string text) {
 }
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) throw std::runtime_error("cannot read the description file " + path);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+    try {
+        return ReadRegularFile(path, kLargestDescription);
+    } catch (const std::runtime_error& problem) {
+        throw std::runtime_error("cannot read the description file " + path + ": " + problem.what());
+    }
 }
 
 File RightFile(ManifestFault fault, const std::string& text) {

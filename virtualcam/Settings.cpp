@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <stdexcept>
 
 #include "virtualcam/Protocol.h"
+#include "virtualcam/RegularFile.h"
 #include "virtualcam/SettingsReader.h"
 
 namespace virtualcam {
@@ -15,7 +15,15 @@ namespace {
 using nlohmann::json;
 
 constexpr unsigned kMaximumCameras = 32;
+constexpr std::size_t kLargestFile = 1u << 20;
+// What a fault may make longer, or repeat: enough for every host to notice, and no burden for the camera's computer.
+constexpr std::uint32_t kLongest = 64u << 20;
+constexpr std::uint32_t kMostPending = 1000;
 constexpr const char* kTooMany = "there may be at most 32 cameras";
+
+void CheckMost(std::uint32_t value, std::uint32_t most, const std::string& place) {
+    if (value > most) throw SettingsError(place, "at most " + std::to_string(most) + " is expected");
+}
 
 ControlFaultRule ReadControlRule(const json& object, const std::string& place) {
     SettingsReader reader(object, place);
@@ -28,6 +36,8 @@ ControlFaultRule ReadControlRule(const json& object, const std::string& place) {
     reader.Value("address", rule.address);
     reader.Value("whileStreaming", rule.whileStreaming);
     reader.Finish();
+    if (rule.fault == ControlFault::Oversize) CheckMost(rule.value, kLongest, reader.PlaceOf("value"));
+    if (rule.fault == ControlFault::Pending) CheckMost(rule.value, kMostPending, reader.PlaceOf("value"));
     return rule;
 }
 
@@ -40,6 +50,7 @@ StreamFaultRule ReadStreamRule(const json& object, const std::string& place) {
     reader.Value("stream", rule.stream);
     reader.Value("count", rule.count);
     reader.Finish();
+    if (rule.fault == StreamFault::LongLeader) CheckMost(rule.value, kLongest, reader.PlaceOf("value"));
     return rule;
 }
 
@@ -104,6 +115,7 @@ void ReadRegisterFaults(const json& object, const std::string& place, RegisterFa
     reader.Value("asymmetricEndpoints", faults.asymmetricEndpoints);
     reader.Value("descriptionPath", faults.descriptionPath);
     reader.Finish();
+    CheckMost(faults.extraPayload, kLongest, place + ".extraPayload");
     if (faults.alignmentExponent > 255) throw SettingsError(place + ".alignmentExponent", "0 to 255 is expected");
 }
 
@@ -137,6 +149,16 @@ void Check(const CameraSettings& camera, const std::string& place) {
         throw SettingsError(place + ".streams", "1 to " + std::to_string(kMaximumStreams) + " is expected");
 }
 
+void ReadClock(const json& object, const std::string& place, ClockSettings& clock) {
+    SettingsReader reader(object, place);
+    reader.Value("driftPpm", clock.driftPpm);
+    reader.Value("jumpAfterMs", clock.jumpAfterMs);
+    reader.Value("jumpByMs", clock.jumpByMs);
+    reader.Finish();
+    if (!(clock.driftPpm >= -100000 && clock.driftPpm <= 100000))
+        throw SettingsError(place + ".driftPpm", "-100000 to 100000 is expected");
+}
+
 CameraSettings ReadCamera(const json& object, const std::string& place, unsigned index) {
     CameraSettings camera = NumberedCamera(index);
     SettingsReader reader(object, place);
@@ -150,6 +172,7 @@ CameraSettings ReadCamera(const json& object, const std::string& place, unsigned
     reader.Value("bufferedFrames", camera.bufferedFrames);
     reader.Value("queuedEvents", camera.queuedEvents);
     reader.Value("plugged", camera.plugged);
+    if (const json* clock = reader.Find("clock")) ReadClock(*clock, reader.PlaceOf("clock"), camera.clock);
     if (const json* faults = reader.Find("faults")) ReadFaults(*faults, reader.PlaceOf("faults"), camera.faults);
     if (const json* registers = reader.Find("registers"))
         ReadRegisterFaults(*registers, reader.PlaceOf("registers"), camera.registers);
@@ -174,12 +197,11 @@ BackendSettings Read(const std::string& text) {
 }
 
 bool IsNumber(const std::string& text) {
-    return !text.empty() && text.size() < 4 &&
-           std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
 bool ReadNumber(const std::string& text, BackendSettings& settings, std::string& error) {
-    const unsigned long count = std::stoul(text);
+    const unsigned long count = std::stoul(text.substr(0, 9));
     if (count > kMaximumCameras) {
         error = kTooMany;
         return false;
@@ -200,6 +222,15 @@ CameraSettings NumberedCamera(unsigned index) {
     return camera;
 }
 
+std::string ReadSettingsFile(const std::string& path) {
+    try {
+        return ReadRegularFile(path, kLargestFile);
+    } catch (const std::runtime_error& problem) {
+        throw std::runtime_error("\"" + path +
+                                 "\" is neither a number of cameras nor a file that can be read: " + problem.what());
+    }
+}
+
 bool ParseSettings(const std::string& text, BackendSettings& settings, std::string& error) {
     try {
         settings = Read(text);
@@ -215,13 +246,14 @@ bool ParseSettings(const std::string& text, BackendSettings& settings, std::stri
 bool ReadSettings(const std::string& text, BackendSettings& settings, std::string& error) {
     if (IsNumber(text)) return ReadNumber(text, settings, error);
     if (!text.empty() && text.front() == '{') return ParseSettings(text, settings, error);
-    std::ifstream stream(text, std::ios::binary);
-    stream.peek(); // a folder can be opened, but not read
-    if (!stream.is_open() || stream.bad()) {
-        error = "\"" + text + "\" is neither a number of cameras nor a file that can be read";
+    std::string content;
+    try {
+        content = ReadSettingsFile(text);
+    } catch (const std::runtime_error& problem) {
+        error = problem.what();
         return false;
     }
-    if (ParseSettings(std::string(std::istreambuf_iterator<char>(stream), {}), settings, error)) return true;
+    if (ParseSettings(content, settings, error)) return true;
     error = text + ": " + error;
     return false;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "usb/Backend.h"
+#include "virtualcam/Clock.h"
 #include "virtualcam/FaultScript.h"
 
 namespace virtualcam {
@@ -30,6 +31,7 @@ struct CameraSettings {
     unsigned bufferedFrames = 4; ///< frames of each that wait inside the camera for a slow host
     unsigned queuedEvents = 64;  ///< event messages that wait inside the camera
     bool plugged = true;         ///< attached from the beginning
+    ClockSettings clock;
     RegisterFaults registers;
     FaultScript faults;
 };
@@ -42,15 +44,19 @@ struct BackendSettings {
 /// Settings of the index-th (0...) camera when only their number is given: distinct serial numbers and GUIDs.
 CameraSettings NumberedCamera(unsigned index);
 
+/// The text of a settings file. Throws std::runtime_error that names it and says why it cannot be read.
+std::string ReadSettingsFile(const std::string& path);
+
 /// Reads a number of cameras ("2"), the path of a JSON file, or the JSON text itself, which begins with a brace. False
 /// with a reason in `error` that names the file, the key and what is allowed there.
 ///
 /// The file is an object: "transferMemoryLimit" (bytes) and "cameras", an array of objects. Each may have "vendor",
 /// "model", "family", "deviceVersion", "firmwareVersion", "manufacturerInfo", "serial", "guid", "userName",
 /// "productId", "sensorWidth", "sensorHeight", "frameRate", "frameRateEnable", "speed" ("High", "Super",
-/// "SuperPlus"), "streams", "bufferedFrames", "queuedEvents", "plugged", "registers" and "faults". What is left out is
-/// as in NumberedCamera. "registers" and "faults" name the fields of RegisterFaults and FaultScript; a fault is named
-/// as in its enumeration: {"control": [{"fault": "Late", "value": 300, "skip": 2, "command": 2048}], "stream":
+/// "SuperPlus"), "streams", "bufferedFrames", "queuedEvents", "plugged", "clock", "registers" and "faults". What is
+/// left out is as in NumberedCamera. "clock" names the fields of ClockSettings, "registers" and "faults" name the
+/// fields of RegisterFaults and FaultScript; a fault is named as in its enumeration: {"control": [{"fault": "Late",
+/// "value": 300, "skip": 2, "command": 2048}], "stream":
 /// [{"fault": "LostTrailer", "frame": 5}]}. docs/virtual-camera.md has an example.
 bool ReadSettings(const std::string& text, BackendSettings& settings, std::string& error);
 /// The same from the JSON text itself.

@@ -253,7 +253,8 @@ TEST(LoadableBackend, IsMadeByItsOneExportedFunction) {
     std::string reason;
     EXPECT_EQ(create(nullptr, reason), nullptr);
     EXPECT_EQ(create("/no/such/file", reason), nullptr);
-    EXPECT_EQ(reason, "\"/no/such/file\" is neither a number of cameras nor a file that can be read");
+    EXPECT_EQ(reason, "\"/no/such/file\" is neither a number of cameras nor a file that can be read: "
+                      "No such file or directory");
     std::unique_ptr<usb::Backend> backend(create("3", reason));
     ASSERT_NE(backend, nullptr);
     std::vector<usb::DeviceEntry> devices;
@@ -262,6 +263,39 @@ TEST(LoadableBackend, IsMadeByItsOneExportedFunction) {
     EXPECT_STREQ(backend->Name(), "virtual");
     backend.reset();
     dlclose(library);
+}
+
+// The bus of the settings, as a program has it that loads it for a while.
+struct LoadedBus {
+    explicit LoadedBus(const char* settings)
+        : library(dlopen(VIRTUALCAM_BACKEND, RTLD_NOW | RTLD_LOCAL)),
+          backend(reinterpret_cast<usb::CreateBackendFunction>(dlsym(library, usb::kCreateBackendSymbol))(settings,
+                                                                                                          reason)) {}
+    ~LoadedBus() {
+        backend.reset();
+        dlclose(library);
+    }
+    Result Open() {
+        std::vector<usb::DeviceEntry> devices;
+        EXPECT_EQ(backend->Enumerate(devices), Result::Ok);
+        std::unique_ptr<usb::Handle> handle;
+        return devices.empty() ? Result::NotFound : backend->Open(devices[0].id, handle);
+    }
+
+    std::string reason;
+    void* const library;
+    std::unique_ptr<usb::Backend> backend;
+};
+
+TEST(LoadableBackend, LivesAsLongAsTheProcess) {
+    const char* const settings = R"({"cameras": [{"faults": {"refuseOpens": 1}}]})";
+    EXPECT_EQ(LoadedBus(settings).Open(), Result::Access);
+    EXPECT_EQ(LoadedBus(settings).Open(), Result::Ok);
+}
+
+TEST(LoadableBackend, IsAnotherOneWithOtherSettings) {
+    EXPECT_EQ(LoadedBus(R"({"cameras": [{"serial": "1", "faults": {"refuseOpens": 1}}]})").Open(), Result::Access);
+    EXPECT_EQ(LoadedBus(R"({"cameras": [{"serial": "2", "faults": {"refuseOpens": 1}}]})").Open(), Result::Access);
 }
 
 } // namespace

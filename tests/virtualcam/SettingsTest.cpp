@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <fstream>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "virtualcam/Backend.h"
 #include "virtualcam/FaultNames.h"
 
 namespace {
@@ -30,7 +34,45 @@ TEST_F(SettingsTest, RefuseFilesThatAreNotThere) {
 
 TEST_F(SettingsTest, RefuseFolders) {
     EXPECT_FALSE(virtualcam::ReadSettings("/", settings, error));
-    EXPECT_EQ(error, "\"/\" is neither a number of cameras nor a file that can be read");
+    EXPECT_EQ(error, "\"/\" is neither a number of cameras nor a file that can be read: it is no regular file");
+}
+
+TEST_F(SettingsTest, RefuseWhatIsNoFileOfSettingsWithoutWaiting) {
+    const std::string pipe = testing::TempDir() + "tavix-settings-pipe-" + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, std::string("/dev/zero"), std::string("/dev/tty")}) {
+        EXPECT_FALSE(virtualcam::ReadSettings(path, settings, error));
+        EXPECT_EQ(error.rfind("\"" + path + "\" is neither a number of cameras nor a file that can be read: ", 0), 0u)
+            << error;
+    }
+    std::remove(pipe.c_str());
+}
+
+TEST_F(SettingsTest, RefuseFilesThatAreLargerThanAnySettings) {
+    const std::string path = testing::TempDir() + "tavix-settings-large-" + std::to_string(getpid());
+    std::ofstream(path) << std::string((1u << 20) + 1, ' ');
+    EXPECT_FALSE(virtualcam::ReadSettings(path, settings, error));
+    EXPECT_NE(error.find("it is larger than 1048576 bytes"), std::string::npos) << error;
+    std::remove(path.c_str());
+}
+
+TEST_F(SettingsTest, RefuseDescriptionsThatAreNoFiles) {
+    const std::string path = testing::TempDir() + "tavix-description-" + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(
+        virtualcam::CreateBackend(R"({"cameras": [{"registers": {"descriptionPath": ")" + path + R"("}}]})", error),
+        nullptr);
+    EXPECT_EQ(error, "cannot read the description file " + path + ": it is no regular file");
+    std::remove(path.c_str());
+}
+
+TEST_F(SettingsTest, SayWhatIsWrongWithANumber) {
+    for (const char* number : {"33", "1000", "99999999999999999999999"}) {
+        EXPECT_FALSE(virtualcam::ReadSettings(number, settings, error)) << number;
+        EXPECT_EQ(error, "there may be at most 32 cameras");
+    }
+    EXPECT_FALSE(virtualcam::ReadSettings("abc", settings, error));
+    EXPECT_EQ(error, "\"abc\" is neither a number of cameras nor a file that can be read: No such file or directory");
 }
 
 TEST_F(SettingsTest, ReadCamerasWithTheirFaults) {
@@ -119,6 +161,19 @@ INSTANTIATE_TEST_SUITE_P(
                     "cameras[0].guid: 12 hexadecimal digits are expected, not \"12\""},
         BadSettings{"NoStreams", R"({"cameras": [{"streams": 0}]})", "cameras[0].streams: 1 to 4 is expected"},
         BadSettings{"TooManyStreams", R"({"cameras": [{"streams": 5}]})", "cameras[0].streams: 1 to 4 is expected"},
+        BadSettings{"Drift", R"({"cameras": [{"clock": {"driftPpm": 1e6}}]})",
+                    "cameras[0].clock.driftPpm: -100000 to 100000 is expected"},
+        BadSettings{"EndlessLeader",
+                    R"({"cameras": [{"faults": {"stream": [{"fault": "LongLeader", "value": 67108865}]}}]})",
+                    "cameras[0].faults.stream[0].value: at most 67108864 is expected"},
+        BadSettings{"EndlessAnswer",
+                    R"({"cameras": [{"faults": {"control": [{"fault": "Oversize", "value": 67108865}]}}]})",
+                    "cameras[0].faults.control[0].value: at most 67108864 is expected"},
+        BadSettings{"EndlessPatience",
+                    R"({"cameras": [{"faults": {"control": [{"fault": "Pending", "value": 1001}]}}]})",
+                    "cameras[0].faults.control[0].value: at most 1000 is expected"},
+        BadSettings{"EndlessPayload", R"({"cameras": [{"registers": {"extraPayload": 67108865}}]})",
+                    "cameras[0].registers.extraPayload: at most 67108864 is expected"},
         BadSettings{"Size", R"({"cameras": [{"sensorWidth": 100}]})",
                     "cameras[0].sensorWidth: a multiple of 16 from 64 to 16384 is expected, not 100"}),
     [](const auto& instance) { return instance.param.name; });

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -79,9 +78,8 @@ json Cameras(const std::string& text) {
         if (count < 1 || count > 32) throw Error("the number of virtual cameras must be from 1 to 32");
         return json{{"cameras", std::vector<json>(static_cast<std::size_t>(count), json::object())}};
     }
-    std::ifstream file(text);
-    json document = text.front() == '{' ? json::parse(text, nullptr, /*allow_exceptions=*/false)
-                                        : json::parse(file, nullptr, /*allow_exceptions=*/false);
+    const std::string content = text.front() == '{' ? text : ReadSettingsFile(text);
+    json document = json::parse(content, nullptr, /*allow_exceptions=*/false);
     if (!document.is_object() || !document["cameras"].is_array())
         throw Error(text + " does not describe virtual cameras");
     return document;
