@@ -66,10 +66,14 @@ void Acquisition::StartSession() {
     m_KnowsLastBlock = false;
     m_FailedSince = 0;
     m_LastArrival = Clock::now();
+    m_Clock = m_Core->Clock();
+    m_Clock->Start();
     m_Session->StartCamera();
 }
 
 void Acquisition::StopSession() {
+    if (m_Clock) m_Clock->Stop();
+    m_Clock.reset();
     m_Session.reset();
     if (m_Pool) m_Pool->Retire();
     m_Events.RemoveAll();
@@ -166,8 +170,7 @@ Image Acquisition::Accept(Frame& frame, const GrabResult& result) {
         m_HasGap = false;
     }
     m_LastArrival = frame.arrival;
-    frame.time.monotonic = frame.arrival;
-    frame.time.real = std::chrono::system_clock::now();
+    frame.time = m_Clock->TimeOf(frame.cameraTime, frame.arrival);
     return Image(m_Pool->Lend(frame));
 }
 

@@ -75,6 +75,7 @@ private:
     std::mutex m_Inside; // held by Take, and by who stops; what follows is guarded by it
     std::shared_ptr<FramePool> m_Pool;
     std::unique_ptr<GrabSession> m_Session;
+    std::shared_ptr<HostClock> m_Clock;
     WaitObjects m_Events;
     std::shared_ptr<const FrameOrigin> m_Origin;
     bool m_IsAttached = false, m_IsAway = false, m_IsStarving = false;

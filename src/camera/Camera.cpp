@@ -94,6 +94,10 @@ Subscription Camera::OnRemoval(std::function<void(bool isBack)> callback) {
     return Checked().OnRemoval(std::move(callback));
 }
 
+HostTime Camera::ToHostTime(std::uint64_t cameraTime) const {
+    return Checked().Clock()->TimeOf(cameraTime);
+}
+
 ITavixDevice& Camera::Device() const {
     return Checked().Hold()->Device();
 }

@@ -44,8 +44,10 @@ void CameraCore::Close() {
         watcher.callback->End();
     m_RemovalCallbacks.EndAll();
     std::shared_ptr<OpenDevice> device;
+    std::shared_ptr<HostClock> clock;
     const std::lock_guard<std::mutex> guard(m_Mutex);
     device.swap(m_Device);
+    clock.swap(m_Clock);
 }
 
 bool CameraCore::IsOpen() const {
@@ -63,6 +65,18 @@ std::shared_ptr<OpenDevice> CameraCore::Hold() const {
     if (m_IsClosed) throw StateError(m_Info.friendlyName + " is closed");
     if (!m_Device) throw Removed(m_Info.friendlyName + " is unplugged");
     return m_Device;
+}
+
+std::shared_ptr<HostClock> CameraCore::Clock() {
+    const std::shared_ptr<OpenDevice> device = Hold();
+    {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        if (m_Clock) return m_Clock;
+    }
+    const auto clock = std::make_shared<HostClock>(device); // unlocked, since it asks the camera
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (!m_Clock && m_Device == device) m_Clock = clock;
+    return m_Clock ? m_Clock : clock;
 }
 
 void CameraCore::OnWritten(GenApi::INode& node, const std::string& value) {
@@ -108,8 +122,10 @@ void CameraCore::Detach(const Acquisition& stream) {
 void CameraCore::LetGo() {
     m_Events.Stop();
     std::shared_ptr<OpenDevice> device;
+    std::shared_ptr<HostClock> clock;
     const std::lock_guard<std::mutex> guard(m_Mutex);
     device.swap(m_Device);
+    clock.swap(m_Clock);
 }
 
 bool CameraCore::TryReopen() {

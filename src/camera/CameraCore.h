@@ -4,6 +4,7 @@
 #include "camera/CallbackList.h"
 #include "camera/EventHub.h"
 #include "camera/FeatureSource.h"
+#include "camera/HostClock.h"
 #include "camera/Journal.h"
 #include "camera/Trigger.h"
 
@@ -38,6 +39,8 @@ public:
     Subscription OnEvent(const std::string& event, std::function<void(const CameraEvent&)> callback) {
         return m_Events.Add(Hold(), event, std::move(callback));
     }
+    /// Of the device that is open now.
+    std::shared_ptr<HostClock> Clock();
     TriggerClock& GetTriggerClock() { return m_TriggerClock; }
 
     /// StateError when another one runs.
@@ -64,6 +67,7 @@ private:
     mutable std::mutex m_Mutex;
     CameraInfo m_Info;                    // guarded by m_Mutex
     std::shared_ptr<OpenDevice> m_Device; // guarded by m_Mutex; null when closed or unplugged
+    std::shared_ptr<HostClock> m_Clock;   // guarded by m_Mutex; made when it is needed
     bool m_IsClosed = false;              // guarded by m_Mutex
     std::weak_ptr<Acquisition> m_Stream;  // guarded by m_Mutex
     std::vector<Watcher> m_Watchers;      // guarded by m_Mutex

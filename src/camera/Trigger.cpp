@@ -77,7 +77,7 @@ bool WaitsForSoftware(FeatureSource& camera) {
     return Is(camera, "TriggerMode", "On") && Is(camera, "TriggerSource", "Software");
 }
 
-void TriggerBySoftware(FeatureSource& camera, TriggerClock& clock, std::chrono::milliseconds timeout) {
+void AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono::milliseconds timeout) {
     if (!WaitsForSoftware(camera)) {
         throw AccessError("the camera takes no trigger by software now; set TriggerMode to On and TriggerSource to "
                           "Software",
@@ -89,6 +89,9 @@ void TriggerBySoftware(FeatureSource& camera, TriggerClock& clock, std::chrono::
     if (!isReady)
         throw Timeout("the camera was not ready for a trigger within " + std::to_string(timeout.count()) + " ms",
                       "TriggerSoftware");
+}
+
+void FireTrigger(FeatureSource& camera, TriggerClock& clock) {
     camera.Make("TriggerSoftware").Execute();
     clock.NoteTrigger();
 }
@@ -96,7 +99,8 @@ void TriggerBySoftware(FeatureSource& camera, TriggerClock& clock, std::chrono::
 } // namespace detail
 
 void Camera::Trigger(std::chrono::milliseconds timeout) {
-    detail::TriggerBySoftware(Checked(), m_Core->GetTriggerClock(), timeout);
+    detail::AwaitTrigger(Checked(), m_Core->GetTriggerClock(), timeout);
+    detail::FireTrigger(*m_Core, m_Core->GetTriggerClock());
 }
 
 Image Camera::GrabOne(std::chrono::milliseconds timeout) {

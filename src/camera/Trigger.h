@@ -21,7 +21,8 @@ private:
 
 /// Whether the camera waits for triggers of its software.
 bool WaitsForSoftware(FeatureSource& camera);
-/// Once the camera can take it. AccessError, Timeout.
-void TriggerBySoftware(FeatureSource& camera, TriggerClock& clock, std::chrono::milliseconds timeout);
+/// Waits until the camera can take a trigger. AccessError, Timeout.
+void AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono::milliseconds timeout);
+void FireTrigger(FeatureSource& camera, TriggerClock& clock);
 
 } // namespace Tavix::detail

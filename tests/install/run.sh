@@ -19,6 +19,8 @@ grep -qx '2 cameras' <<<"$output"
 grep -qE '^Width [1-9][0-9]*$' <<<"$output"
 "$scratch/build/stranger_grab" | tee "$scratch/grab"
 [ "$(grep -c ', good$' "$scratch/grab")" -eq 10 ] || { echo "ten good images were expected" >&2; exit 1; }
+mkdir "$scratch/ten" && (cd "$scratch/ten" && "$scratch/build/stranger_images")
+[ "$(find "$scratch/ten" -name 'image-*.png' | wc -l)" -eq 10 ] || { echo "ten files were expected" >&2; exit 1; }
 
 # The program finds plug-in and virtual cameras from where it was installed, and from where the tree is moved to.
 mv "$scratch/usr" "$scratch/moved"

@@ -84,6 +84,7 @@ public:
     GenApi::INodeMap& Nodes() const;
 
 private:
+    friend class Group;
     explicit Camera(std::shared_ptr<detail::CameraCore> core);
     detail::CameraCore& Checked() const;
 

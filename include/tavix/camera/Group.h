@@ -47,10 +47,11 @@ public:
     /// Of each camera.
     std::vector<GrabCounts> Counts() const;
 
+private:
+    friend class Group;
     struct Impl;
     explicit GroupStream(std::unique_ptr<Impl> impl);
 
-private:
     std::unique_ptr<Impl> m_Impl;
 };
 

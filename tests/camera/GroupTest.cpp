@@ -1,0 +1,126 @@
+#include "camera/CameraTest.h"
+
+#include <tavix/camera/Group.h>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace cameratest;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+constexpr char kThree[] = R"([{"serial": "1", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100},
+                              {"serial": "2", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100},
+                              {"serial": "3", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100}])";
+
+Tavix::GroupOptions Triggered() {
+    Tavix::GroupOptions options;
+    options.by = Tavix::GroupBy::BlockId;
+    return options;
+}
+
+void AwaitSoftware(Tavix::Group& group) {
+    group.Set("TriggerSource", "Software");
+    group.Set("TriggerMode", "On");
+}
+
+TEST(Group, OpensAllOrThoseThatAreNamed) {
+    VirtualBus bus(kThree);
+    EXPECT_EQ(Tavix::Group::Open().Size(), 3U);
+    Tavix::Group two = Tavix::Group::Open({"3", "1"});
+    EXPECT_EQ(two[0].Info().serial, "3");
+    EXPECT_EQ(two.Size(), 2U);
+}
+
+TEST(Group, OpensNoneIfOneCannotBeHad) {
+    VirtualBus bus(kThree);
+    ErrorOf<Tavix::NotFound>([] { Tavix::Group::Open({"1", "2", "nobody"}); });
+    EXPECT_EQ(Tavix::Group::Open().Size(), 3U);
+}
+
+TEST(Group, GivesSetsOfOneTriggerByBlockId) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    Tavix::GroupStream stream = group.Grab(Triggered());
+    for (std::uint64_t i = 0; i < 5; ++i) {
+        group.Trigger();
+        const Tavix::ImageSet set = stream.Next();
+        ASSERT_TRUE(set.IsComplete());
+        for (const Tavix::Image& image : set.images)
+            EXPECT_EQ(image.BlockId(), i);
+    }
+}
+
+TEST(Group, GivesSetsOfOneMoment) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    Tavix::GroupOptions options;
+    options.tolerance = 200ms; // triggers one after the other, on a machine that may be busy
+    Tavix::GroupStream stream = group.Grab(options);
+    for (int i = 0; i < 3; ++i) {
+        group.Trigger();
+        EXPECT_TRUE(stream.Next().IsComplete());
+    }
+}
+
+TEST(Group, LeavesThePlaceOfASilentCameraEmptyAndWaitsForItNoLongerThanItsPatience) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    Tavix::GroupOptions options = Triggered();
+    options.patience = 50ms;
+    Tavix::GroupStream stream = group.Grab(options);
+    group[0].Trigger();
+    group[2].Trigger();
+    const Tavix::ImageSet set = stream.Next();
+    ASSERT_EQ(set.images.size(), 3U);
+    EXPECT_FALSE(set.IsComplete());
+    EXPECT_TRUE(set.images[0] && set.images[2]);
+    EXPECT_TRUE(set.images[1].IsEmpty());
+    EXPECT_THAT(set.gaps[1], HasSubstr("silent"));
+}
+
+TEST(Group, TellsOfACameraThatIsGone) {
+    VirtualBus bus(R"([{"serial": "1", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100},
+                       {"serial": "2", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100,
+                        "faults": {"stream": [{"fault": "Unplug", "frame": 3, "value": 10}]}}])");
+    Tavix::Group group = Tavix::Group::Open();
+    Tavix::GroupOptions options;
+    options.tolerance = 4ms;
+    Tavix::GroupStream stream = group.Grab(options);
+    Tavix::ImageSet set = stream.Next();
+    while (set.gaps[1].find("unplugged") == std::string::npos)
+        set = stream.Next();
+    EXPECT_TRUE(stream.Next().images[0]);
+}
+
+TEST(Group, EndsAfterAsManySetsAsAreAskedFor) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    Tavix::GroupOptions options;
+    options.grab.count = 3;
+    Tavix::GroupStream stream = group.Grab(options);
+    int sets = 0;
+    while (!stream.Next().images.empty())
+        ++sets;
+    EXPECT_EQ(sets, 3);
+    EXPECT_TRUE(stream.HasEnded());
+}
+
+TEST(Group, TimesOutWhenNobodySendsAnything) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    Tavix::GroupOptions options;
+    options.grab.timeout = 10ms;
+    Tavix::GroupStream stream = group.Grab(options);
+    ErrorOf<Tavix::Timeout>([&] { stream.Next(); });
+    EXPECT_TRUE(stream.Wait(1ms).images.empty());
+    stream.Cancel();
+    EXPECT_TRUE(stream.Next().images.empty());
+}
+
+} // namespace

@@ -1,0 +1,58 @@
+#include "camera/CameraTest.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace cameratest;
+using testing::HasSubstr;
+
+Tavix::Image OneImage(const std::string& pixelFormat) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["PixelFormat"] = pixelFormat;
+    return camera.GrabOne();
+}
+
+class ConvertedImage : public testing::TestWithParam<const char*> {};
+
+TEST_P(ConvertedImage, IsAPictureInMemoryOfItsOwn) {
+    const Tavix::Image image = OneImage(GetParam());
+    EXPECT_EQ(image.PixelFormat(), GetParam());
+    const Tavix::Image converted = image.Convert("BGR8");
+    EXPECT_EQ(converted.PixelFormat(), "BGR8");
+    EXPECT_EQ(converted.Stride(), 64U * 3);
+    EXPECT_EQ(converted.Data().size, 64U * 64 * 3);
+    EXPECT_EQ(converted.BlockId(), image.BlockId());
+    EXPECT_EQ(converted.CameraTime(), image.CameraTime());
+}
+INSTANTIATE_TEST_SUITE_P(Formats, ConvertedImage, testing::Values("Mono8", "Mono12p", "BayerRG8", "RGB8"));
+
+TEST(Image, RefusesAPixelFormatThatIsNone) {
+    const Tavix::Image image = OneImage("Mono8");
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { image.Convert("Mono9"); }), HasSubstr("Mono9"));
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { image.Convert("Coord3D_ABC32f"); }), HasSubstr("Mono8"));
+}
+
+TEST(Image, IsSavedAsTheEndingOfItsNameSays) {
+    char folder[] = "/tmp/tavix-images-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const Tavix::Image image = OneImage("Mono8");
+    const std::string path = std::string(folder) + "/image.png";
+    image.Save(path);
+    std::string head(8, ' ');
+    std::ifstream(path, std::ios::binary).read(head.data(), 8);
+    EXPECT_EQ(head, "\x89PNG\r\n\x1a\n");
+    ErrorOf<Tavix::Error>([&] { image.Save(std::string(folder) + "/image.nonsense"); });
+    ErrorOf<Tavix::Error>([&] { image.Save("/nowhere/at/all.png"); });
+    std::remove(path.c_str());
+    rmdir(folder);
+}
+
+} // namespace
