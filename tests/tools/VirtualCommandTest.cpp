@@ -78,16 +78,34 @@ TEST(VirtualSettings, AreRefusedWithTheirFileAndKeyByEveryCommand) {
         << outcome.err;
 }
 
+/// A port that other runs of these tests do not take at the same time.
+std::string SomePort() {
+    return std::to_string(20000 + getpid() % 10000);
+}
+
 TEST(VirtualServe, TakesTheFirstCameraWhereNoneIsNamed) {
     const std::string path = testing::TempDir() + "tavix-serve-" + std::to_string(getpid());
-    const std::string line =
-        "printf 'unplug\\nplug\\nsing\\nplug 2\\nquit\\n' | " TAVIX_TOOL " virtual serve --usbip 33517 >" + path;
+    const std::string line = "printf 'unplug\\nplug\\nsing\\nplug 2\\nquit\\n' | " TAVIX_TOOL
+                             " virtual serve --usbip " +
+                             SomePort() + " >" + path;
     EXPECT_EQ(std::system(line.c_str()), 0);
     std::ifstream file(path);
     const std::string text(std::istreambuf_iterator<char>(file), {});
     std::remove(path.c_str());
     EXPECT_NE(text.find("'sing' is none of plug, unplug, quit\nthere is no such camera\n"), std::string::npos) << text;
     EXPECT_EQ(text.find("there is no such camera"), text.rfind("there is no such camera")) << text;
+}
+
+TEST(VirtualServe, AdvisesAddressesThatWork) {
+    const std::string path = testing::TempDir() + "tavix-serve-all-" + std::to_string(getpid());
+    const std::string line =
+        "echo quit | " TAVIX_TOOL " virtual serve --usbip " + SomePort() + " --listen 0.0.0.0 >" + path;
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    std::ifstream file(path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    std::remove(path.c_str());
+    EXPECT_NE(text.find("attach --remote 127.0.0.1 --busid 1-1\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("--remote 0.0.0.0"), std::string::npos) << text;
 }
 
 struct Refusal {

@@ -2,8 +2,10 @@
 
 #include "Error.h"
 #include "FaultCommand.h"
+#include "Text.h"
 
 #include "virtualcam/Settings.h"
+#include "virtualcam/remote/Addresses.h"
 #include "virtualcam/remote/RemoteCamera.h"
 #include "virtualcam/usbip/Export.h"
 #include "virtualcam/usbip/Server.h"
@@ -15,6 +17,7 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <sstream>
 
 #include <poll.h>
@@ -27,7 +30,7 @@ namespace {
 using namespace virtualcam;
 
 void Say(const std::string& line) {
-    std::printf("%s\n", line.c_str());
+    std::printf("%s\n", Printable(line).c_str());
     std::fflush(stdout);
 }
 
@@ -77,8 +80,12 @@ void StartUsbip(Servers& servers, RemoteCameras& cameras, const ServeOptions& op
     Say("serving " + std::to_string(cameras.size()) + " virtual camera(s) by USB/IP on " + options.listen + ", port " +
         port + "; attach with:");
     Say("  sudo modprobe vhci-hcd");
-    for (const auto& camera : cameras)
-        Say("  sudo " + tool + " attach --remote " + options.listen + " --busid " + usbip::BusIdOf(*camera));
+    const char* where = "";
+    for (const std::string& address : ReachableAddresses(options.listen)) {
+        for (const auto& camera : cameras)
+            Say("  sudo " + tool + " attach --remote " + address + " --busid " + usbip::BusIdOf(*camera) + where);
+        where = "   # from another computer"; // the first address is this one's own, if there are several
+    }
 }
 
 void StartUsbredir([[maybe_unused]] Servers& servers, [[maybe_unused]] RemoteCameras& cameras,
@@ -124,6 +131,14 @@ RemoteCamera* Find(RemoteCameras& cameras, std::istream& words) {
     return !words.fail() && number >= 1 && number <= cameras.size() ? cameras[number - 1].get() : nullptr;
 }
 
+void Plug(RemoteCamera& camera) {
+    try {
+        camera.GetDevice().Plug();
+    } catch (const std::bad_alloc&) {
+        Say("memory is short; try again");
+    }
+}
+
 /// False to end.
 bool Obey(RemoteCameras& cameras, const std::string& line) {
     std::istringstream words(line);
@@ -136,7 +151,7 @@ bool Obey(RemoteCameras& cameras, const std::string& line) {
     else if (verb == "unplug")
         camera->GetDevice().Unplug();
     else if (verb == "plug")
-        camera->GetDevice().Plug();
+        Plug(*camera);
     else
         Say("'" + verb + "' is none of plug, unplug, quit");
     return true;
