@@ -27,6 +27,18 @@ TEST(Why, NamesThePredicate) {
     EXPECT_EQ(ExplainAccess(&map.Node("Greyed")), "'Greyed' is NA: not available because 'Zero' is 0");
 }
 
+TEST(Why, WalksOnFromThePredicateToWhatAPersonCanSet) {
+    TestMap map;
+    map.Add("Category", "Root", {{"pFeature", "Auto", ""}, {"pFeature", "Mode", ""}, {"pFeature", "I", ""}});
+    map.Add("Integer", "Auto", {{"Value", "2", ""}});
+    map.Add("Integer", "Base", {{"Value", "1", ""}});
+    map.Add("Integer", "Mode", {{"pValue", "Base", ""}});
+    map.Add("IntSwissKnife", "Inner", {{"pVariable", "Auto", "A"}, {"Formula", "A = 2", ""}});
+    map.Add("IntSwissKnife", "Outer", {{"pVariable", "Inner", "B"}, {"pVariable", "Base", "C"}, {"Formula", "B", ""}});
+    map.Add("Integer", "I", {{"Value", "0", ""}, {"pIsLocked", "Outer", ""}}).Ready();
+    EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' is RO: locked because 'Outer' is 1 ('Auto' is 2, 'Mode' is 1)");
+}
+
 TEST(Why, GoesDownToThePort) {
     TestMap map;
     map.AddRegister("IntReg", "R", "0", {{"AccessMode", "RO", ""}});

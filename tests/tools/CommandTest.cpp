@@ -185,6 +185,28 @@ TEST(Set, DoesWhatCameBeforeTheFirstFailure) {
     EXPECT_EQ(Lines(outcome.err).size(), 1u);
 }
 
+TEST(Set, PrintsWhatWasDoneBeforeTheFirstFailureAsJson) {
+    for (const Arguments& names : {Arguments{"set", "Width=640", "Height=1"}, {"get", "Width", "Heigt"}}) {
+        Arguments arguments{"--virtual", "1", "--json"};
+        arguments.insert(arguments.begin() + 2, names.begin(), names.end());
+        const Outcome outcome = RunTool(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        const json done = json::parse(outcome.out, nullptr, false);
+        ASSERT_EQ(done.size(), 1u) << outcome.out;
+        EXPECT_EQ(done[0]["name"], "Width");
+    }
+}
+
+TEST(Features, RoundTheIncrementsOfComputedNumbers) {
+    for (const json& feature : JsonOf({"get", "ExposureTime", "Gain"}))
+        EXPECT_EQ(feature["increment"].dump(), "0.1");
+}
+
+TEST(Why, NamesWhatAPersonCanChange) {
+    const Outcome outcome = RunTool({"--virtual", "1", "set", "ExposureAuto=Continuous", "ExposureTime=500"});
+    EXPECT_NE(outcome.err.find("'ExposureAuto' is Continuous"), std::string::npos) << outcome.err;
+}
+
 TEST(Why, NamesWhatTakesTheAccessAway) {
     EXPECT_NE(TextOf({"why", "AcquisitionMultiFrameCount"}).find("(NA): "), std::string::npos);
     EXPECT_NE(TextOf({"why", "Width"}).find("nothing stands in the way"), std::string::npos);

@@ -51,7 +51,7 @@ TEST(Doctor, FindsNothingWrongWithAMachineThatIsWell) {
     system.Add({});
     Patient patient = Examined(system);
     patient.libusbVersion = "1.0.26";
-    patient.transportLayers = {"USB"};
+    patient.transportLayers = tool::TransportLayers{{"USB"}, {}, {}};
     patient.demands = {Demand("2-1", 1310720)};
     for (const Finding& finding : Examine(patient)) {
         EXPECT_EQ(finding.severity, Severity::Good) << finding.id << ": " << finding.text;
@@ -110,6 +110,16 @@ TEST(Doctor, CallsAnOldLibusbOld) {
                   "sudo apt-get install --only-upgrade libusb-1.0-0");
     patient.libusbVersion = "1.0.24";
     EXPECT_EQ(Said(Examine(patient), "libusb").severity, Severity::Good);
+}
+
+TEST(Doctor, NamesTransportLayersThatAreBrokenOrSwitchedOff) {
+    const FakeSystem system;
+    Patient patient = Examined(system);
+    patient.transportLayers = tool::TransportLayers{{"USB"}, {}, {"'/a/libtavixusb-4.0.0.so': invalid ELF header"}};
+    ExpectProblem(Said(Examine(patient), "transport-layer"), "/a/libtavixusb-4.0.0.so", "unset TAVIX_TL_PATH");
+    patient.transportLayers = tool::TransportLayers{{"USB"}, {"USB"}, {}};
+    ExpectProblem(Said(Examine(patient), "transport-layer"), "TAVIX_USE_TL is '', which switches USB off",
+                  "unset TAVIX_USE_TL");
 }
 
 TEST(Doctor, MissesTheTransportLayer) {
@@ -214,6 +224,17 @@ TEST(Doctor, NamesTheNodeThatMayNotBeOpened) {
                   "sudo setfacl --modify user:$USER:rw /dev/bus/usb/002/009");
     system.Remove("/etc");
     ExpectProblem(Said(system, "permission"), "no permission for /dev/bus/usb/002/009", kInstallRule);
+}
+
+TEST(Doctor, NamesTheGroupThatTheRuleLetsIn) {
+    const FakeSystem system;
+    FakeCamera camera;
+    camera.isOpenToAll = false;
+    system.Add(camera);
+    system.Write("/etc/udev/rules.d/70-tavix-usb3vision.rules", UdevRule());
+    ExpectProblem(Said(system, "permission"),
+                  "at the machine itself when a camera is plugged in, and to the group plugdev",
+                  "sudo adduser $USER plugdev");
 }
 
 TEST(Doctor, MissesTheNodeOfACamera) {

@@ -2,6 +2,7 @@
 
 #include "TestFolder.h"
 #include "ToolRun.h"
+#include "Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -177,23 +178,14 @@ TEST(SettingsFile, ThatIsNoJsonIsAMistakeOfTheCommandLine) {
     ExpectOneLine(RunTool({"--virtual", folder.Write("bad.json", "{cameras"), "list"}), 2, "no valid JSON at byte");
 }
 
-/// TAVIX_VIRTUAL_CAMERAS as long as this lives. Bound to a thread.
-class VirtualCamerasVariable {
-public:
-    explicit VirtualCamerasVariable(const std::string& value) {
-        setenv("TAVIX_VIRTUAL_CAMERAS", value.c_str(), /*overwrite=*/1);
-    }
-    ~VirtualCamerasVariable() { unsetenv("TAVIX_VIRTUAL_CAMERAS"); }
-    VirtualCamerasVariable(const VirtualCamerasVariable&) = delete;
-    VirtualCamerasVariable& operator=(const VirtualCamerasVariable&) = delete;
-};
+constexpr const char* kVirtualCameras = "TAVIX_VIRTUAL_CAMERAS";
 
 const std::vector<Arguments> kCommandsThatLookForCameras{{"list"}, {"list", "--json"}, {"grab", "-n", "1"}};
 
 TEST(VirtualCamerasOfTheEnvironment, ThatAreMissingAreNamedWithTheReason) {
     const TestFolder folder;
     const std::string missing = folder.Path("missing.json");
-    const VirtualCamerasVariable variable(missing);
+    const Variable variable(kVirtualCameras, missing);
     for (const Arguments& command : kCommandsThatLookForCameras)
         ExpectOneLine(RunTool(command), 1, "TAVIX_VIRTUAL_CAMERAS: \"" + missing + "\" is neither a number of cameras");
 }
@@ -201,22 +193,67 @@ TEST(VirtualCamerasOfTheEnvironment, ThatAreMissingAreNamedWithTheReason) {
 TEST(VirtualCamerasOfTheEnvironment, ThatAreBadAreNamedWithTheReason) {
     const TestFolder folder;
     const std::string bad = folder.Write("bad.json", R"({"cameras": [{"serail": "1"}]})");
-    const VirtualCamerasVariable variable(bad);
+    const Variable variable(kVirtualCameras, bad);
     for (const Arguments& command : kCommandsThatLookForCameras)
         ExpectOneLine(RunTool(command), 1,
                       "TAVIX_VIRTUAL_CAMERAS: " + bad + ": cameras[0].serail: there is no such key");
 }
 
 TEST(VirtualCamerasOfTheEnvironment, ThatAreBadGiveWayToThoseOfTheCommandLine) {
-    const VirtualCamerasVariable variable("/nowhere");
+    const Variable variable(kVirtualCameras, "/nowhere");
     const Outcome outcome = RunTool({"--virtual", "1", "list"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(Lines(outcome.out).size(), 2u);
 }
 
 TEST(VirtualCamerasOfTheEnvironment, ThatAreBadAreAFindingOfTheDoctor) {
-    const VirtualCamerasVariable variable("/nowhere");
+    const Variable variable(kVirtualCameras, "/nowhere");
     EXPECT_NE(RunTool({"doctor"}).out.find("TAVIX_VIRTUAL_CAMERAS: \"/nowhere\" is neither"), std::string::npos);
+}
+
+TEST(TransportLayer, ThatIsSwitchedOffIsNamedWithTheVariable) {
+    const Variable variable("TAVIX_USE_TL", "OtherClass");
+    const std::string says = "no camera found: TAVIX_USE_TL is 'OtherClass', which switches USB/VandrelUsb";
+    for (const Arguments& command : {Arguments{"--virtual", "1", "list"}, {"--virtual", "1", "get", "Width"}}) {
+        const Outcome outcome = RunTool(command);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err;
+        EXPECT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    }
+    EXPECT_NE(RunTool({"doctor"}).out.find("TAVIX_USE_TL is 'OtherClass', which switches"), std::string::npos);
+}
+
+TEST(TransportLayer, ThatIsMeantIsNotBlamedForMissingCameras) {
+    const Variable variable("TAVIX_USE_TL", "VandrelUsb");
+    EXPECT_EQ(RunTool({"list"}).err.find("TAVIX_USE_TL"), std::string::npos);
+}
+
+TEST(Removal, IsFollowedByTheAdviceOnce) {
+    const TestFolder folder;
+    for (const int skip : {0, 1, 5, 20, 60}) {
+        const std::string settings =
+            folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "Unplug", "skip": )" +
+                                       std::to_string(skip) + "}]}}]}");
+        for (const Arguments& command : {Arguments{"info"}, {"features"}, {"grab", "-n", "1"}, {"bench", "-n", "1"}}) {
+            Arguments arguments{"--virtual", settings};
+            arguments.insert(arguments.end(), command.begin(), command.end());
+            const std::string err = RunTool(arguments).err;
+            const auto first = err.find("plug it in again");
+            if (first == std::string::npos) continue;
+            EXPECT_EQ(err.find("plug it in again", first + 1), std::string::npos) << command.front() << ": " << err;
+        }
+    }
+}
+
+TEST(TransferMemory, ThatIsTooShortIsNamedWithTheCommandThatMendsIt) {
+    const TestFolder folder;
+    const std::string settings = folder.Write("c.json", R"({"transferMemoryLimit": 500, "cameras": [{}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "1", "-q", "--timeout", "300"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+    EXPECT_NE(outcome.err.find("echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb"),
+              std::string::npos)
+        << outcome.err;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "TestFolder.h"
 #include "ToolRun.h"
+#include "Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -16,20 +17,6 @@
 namespace {
 
 using namespace tooltest;
-
-/// A variable of the environment as long as this lives.
-class Variable {
-public:
-    Variable(const char* name, const std::string& value) : m_Name(name) {
-        setenv(name, value.c_str(), /*overwrite=*/1);
-    }
-    ~Variable() { unsetenv(m_Name); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    const char* const m_Name;
-};
 
 class EachSignal : public testing::TestWithParam<int> {};
 

@@ -99,6 +99,23 @@ TEST(Load, NamesWhatCouldNotBeSetAndSetsTheOthers) {
     EXPECT_EQ(report["failed"][1]["feature"], "Colour");
 }
 
+TEST(Load, DoesNotSayThatOthersWereSetWhenNoneWas) {
+    const TestFolder folder;
+    const Outcome outcome = OnVirtualCamera({"load", folder.Write("s.txt", "Colour\tRed\n")});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out.rfind("0 of 1 settings from ", 0), 0u) << outcome.out;
+    EXPECT_EQ(outcome.err, "tavix: 1 setting could not be set; none was\n");
+}
+
+TEST(Save, WritesToStandardOutputWhenAskedTo) {
+    const TestFolder folder;
+    ASSERT_EQ(OnVirtualCamera({"save", folder.Path("s.txt")}).status, 0);
+    const Outcome outcome = OnVirtualCamera({"save", "-"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, folder.Read("s.txt"));
+    EXPECT_FALSE(std::filesystem::exists("-"));
+}
+
 TEST(Settings, GetOneLineWhenTheFileIsOfNoUse) {
     const TestFolder folder;
     for (const auto& [arguments, says] : std::vector<std::pair<Arguments, std::string>>{

@@ -2,6 +2,7 @@
 
 #include "Error.h"
 #include "Text.h"
+#include "TransportLayers.h"
 
 #include "virtualcam/Settings.h"
 
@@ -47,16 +48,26 @@ void ThrowIfVirtualCamerasAreWrong() {
 
 } // namespace
 
+std::string NoCameraText() {
+    const std::string text = SwitchedOffText(FindTransportLayers());
+    if (!text.empty()) return "no camera found: " + text;
+    return "no camera found; plug one in, ask `tavix doctor`, or try a virtual one: tavix --virtual 2 list";
+}
+
 Tavix::DeviceInfoList FindCameras() {
+    const TransportLayers layers = FindTransportLayers();
     Tavix::DeviceInfoList cameras;
     Tavix::CTlFactory::GetInstance().EnumerateDevices(cameras);
-    if (cameras.empty()) ThrowIfVirtualCamerasAreWrong();
+    if (cameras.empty()) ThrowIfVirtualCamerasAreWrong(); // which breaks a transport layer, too
+    // The factory tells of a library once, so this does.
+    for (const std::string& text : layers.broken)
+        std::fprintf(stderr, "tavix: a transport layer cannot be loaded: %s\n", Printable(text).c_str());
     return cameras;
 }
 
 std::vector<Tavix::CDeviceInfo> ChooseCameras(const CommonOptions& options) {
     const Tavix::DeviceInfoList cameras = FindCameras();
-    if (cameras.empty()) throw Error(kNoCamera);
+    if (cameras.empty()) throw Error(NoCameraText());
     if (options.all) return {cameras.begin(), cameras.end()};
     if (options.cameras.empty()) return {cameras.front()};
     std::vector<Tavix::CDeviceInfo> chosen;

@@ -12,11 +12,11 @@
 namespace tool {
 
 /// What is said when there is no camera at all.
-inline constexpr const char* kNoCamera =
-    "no camera found; plug one in, ask `tavix doctor`, or try a virtual one: tavix --virtual 2 list";
+std::string NoCameraText();
 
-/// All cameras of all transport layers, in the order in which `tavix list` numbers them. Throws Error when there is
-/// none because the virtual cameras that the environment asks for cannot be had.
+/// All cameras of all transport layers, in the order in which `tavix list` numbers them. A library of a transport layer
+/// that cannot be loaded gets a line on standard error. Throws Error when there is no camera because the virtual ones
+/// that the environment asks for cannot be had.
 Tavix::DeviceInfoList FindCameras();
 /// The cameras that the options name: by number, serial number, GUID, user-defined name, model or full name.
 /// Throws Error when there is no camera, when a name fits none, or when it fits several.

@@ -145,7 +145,7 @@ void CommandLine::AddFeatureCommands() {
 void CommandLine::AddSettingsCommands() {
     auto* saving = app.add_subcommand("save", "Save the settings of a camera in a file");
     AddCameraOptions(*saving, m_Save, /*several=*/false);
-    saving->add_option("file", m_Save.path, "File to write")->required()->check(NotEmpty());
+    saving->add_option("file", m_Save.path, "File to write; - for standard output")->required()->check(NotEmpty());
     saving->callback([this] { run = [this] { return Save(m_Save); }; });
 
     auto* loading = app.add_subcommand("load", "Set a camera up as a file of settings says");

@@ -7,8 +7,6 @@
 #include "Json.h"
 #include "Text.h"
 
-#include <cstdio>
-
 #include <GenApi/Why.h>
 
 namespace tool {
@@ -30,6 +28,22 @@ std::string WhyLine(GenApi::INode& node, const std::string& name) {
     const std::string reason = Text(GenApi::ExplainAccess(&node));
     return name + " (" + AccessName(node) +
            "): " + (reason.empty() ? "nothing stands in the way of reading and writing it" : Printable(reason));
+}
+
+/// Does `one` for each name in turn. What it gives is printed as one array, also when a later name fails: whoever asked
+/// has to know what was done.
+template<class Action>
+int ForEachName(const FeatureOptions& options, Action one) {
+    nlohmann::json done = nlohmann::json::array();
+    try {
+        for (const std::string& name : options.names)
+            done.push_back(one(name));
+    } catch (...) {
+        if (options.json && !done.empty()) PrintJson(done);
+        throw;
+    }
+    if (options.json) PrintJson(done);
+    return kDone;
 }
 
 TreeReport PrintTreeJson(GenApi::INode& root, const TreeOptions& options) {
@@ -67,52 +81,37 @@ int Features(const FeatureOptions& options) {
 
 int Get(const FeatureOptions& options) {
     Camera camera(ChooseCamera(options));
-    nlohmann::json json = nlohmann::json::array();
-    for (const std::string& name : options.names) {
+    return ForEachName(options, [&](const std::string& name) {
         GenApi::IValue& feature = FindFeature(camera.Features(), name);
         RequireReadable(feature, name);
-        if (options.json) {
-            json.push_back(FeatureJson(*feature.GetNode()));
-        } else {
-            PrintLine(name + "=" + Text(feature.ToString()));
-        }
-    }
-    if (options.json) PrintJson(json);
-    return 0;
+        if (options.json) return FeatureJson(*feature.GetNode());
+        PrintLine(name + "=" + Text(feature.ToString()));
+        return nlohmann::json();
+    });
 }
 
 int Set(const FeatureOptions& options) {
     Camera camera(ChooseCamera(options));
-    nlohmann::json json = nlohmann::json::array();
-    for (const std::string& setting : options.names) {
+    return ForEachName(options, [&](const std::string& setting) {
         GenApi::INode& node = *ApplySetting(camera.Features(), setting).GetNode();
-        const std::string name = Text(node.GetName());
-        if (options.json) {
-            json.push_back(FeatureJson(node));
-        } else if (dynamic_cast<GenApi::ICommand*>(&node)) {
-            PrintLine(name + " done");
-        } else {
-            PrintLine(name + "=" + ValueText(node));
-        }
-    }
-    if (options.json) PrintJson(json);
-    return 0;
+        if (options.json) return FeatureJson(node);
+        const bool isCommand = dynamic_cast<GenApi::ICommand*>(&node) != nullptr;
+        PrintLine(Text(node.GetName()) + (isCommand ? " done" : "=" + ValueText(node)));
+        return nlohmann::json();
+    });
 }
 
 int Why(const FeatureOptions& options) {
     Camera camera(ChooseCamera(options));
-    nlohmann::json json = nlohmann::json::array();
-    for (const std::string& name : options.names) {
+    return ForEachName(options, [&](const std::string& name) {
         GenApi::INode& node = *FindFeature(camera.Features(), name).GetNode();
         if (options.json) {
-            json.push_back(
-                {{"name", name}, {"access", AccessName(node)}, {"reason", Text(GenApi::ExplainAccess(&node))}});
-        } else {
-            PrintLine(WhyLine(node, name));
+            return nlohmann::json{
+                {"name", name}, {"access", AccessName(node)}, {"reason", Text(GenApi::ExplainAccess(&node))}};
         }
-    }
-    if (options.json) PrintJson(json);
-    return 0;
+        PrintLine(WhyLine(node, name));
+        return nlohmann::json();
+    });
 }
 
 } // namespace tool

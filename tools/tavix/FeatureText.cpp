@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 namespace tool {
@@ -16,6 +17,13 @@ std::string Number(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.6g", value);
     return text;
+}
+
+/// Without what a computation of floating-point numbers leaves behind the twelfth digit.
+double Rounded(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.12g", value);
+    return std::strtod(text, nullptr);
 }
 
 /// What a reader gives, or an empty result when the camera refuses it now.
@@ -138,7 +146,7 @@ void AddLimits(nlohmann::json& out, GenApi::INode& node) {
         out["increment"] = integer->GetInc();
     } else if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) {
         AddRange(out, number->GetMin(), number->GetMax());
-        if (number->HasInc()) out["increment"] = number->GetInc();
+        if (number->HasInc()) out["increment"] = Rounded(number->GetInc());
     } else if (auto* enumeration = dynamic_cast<GenApi::IEnumeration*>(&node)) {
         GenApi::StringList_t names;
         enumeration->GetSymbolics(names);

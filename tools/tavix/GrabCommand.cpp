@@ -55,7 +55,7 @@ Ailments Diagnose(const Sessions& sessions, const std::vector<std::string>& erro
         if (!errors[i].empty()) {
             ailments.failures.push_back(errors[i]);
         } else if (figures.good == 0 && !IsInterrupted()) {
-            ailments.failures.push_back(sessions[i]->Name() + ": no good frame came: " + figures.firstError);
+            ailments.failures.push_back(NoFrameText(*sessions[i]));
         } else if (const std::string text = DamageText(*sessions[i]); !text.empty()) {
             ailments.damages.push_back(text);
         }

@@ -2,6 +2,7 @@
 
 #include "Error.h"
 #include "Interrupt.h"
+#include "doctor/Examination.h"
 
 #include <atomic>
 #include <thread>
@@ -99,7 +100,23 @@ void RunSession(GrabSession& session) {
     const std::string text = Run({&session}, {}).front();
     if (!text.empty()) throw Error(text);
     const bool isEmpty = session.Figures().good == 0 && !IsInterrupted();
-    if (isEmpty) throw Error(session.Name() + ": no good frame came: " + session.Figures().firstError);
+    if (isEmpty) throw Error(NoFrameText(session));
+}
+
+namespace {
+
+/// What helps against a failure of frames.
+std::string CureOf(const std::string& failure) {
+    const bool lacksMemory = failure.find("usbfs_memory_mb") != std::string::npos;
+    return lacksMemory ? std::string("; more memory for transfers: ") + kRaiseTransferMemory
+                       : "; check cable and hub, `tavix doctor` helps";
+}
+
+} // namespace
+
+std::string NoFrameText(const GrabSession& session) {
+    const std::string& failure = session.Figures().firstError;
+    return session.Name() + ": no good frame came: " + failure + CureOf(failure);
 }
 
 std::string LostFramesText(const GrabSession& session) {
@@ -108,7 +125,7 @@ std::string LostFramesText(const GrabSession& session) {
     if (figures.failed > 0) {
         return session.Name() + ": " + std::to_string(figures.failed) + " of " +
                std::to_string(figures.good + figures.failed) + " frames failed: " + figures.firstError +
-               (figures.missed > 0 ? "; " + missed : "") + "; check cable and hub, `tavix doctor` helps";
+               (figures.missed > 0 ? "; " + missed : "") + CureOf(figures.firstError);
     }
     if (figures.missed == 0) return {};
     return session.Name() + ": " + missed + "; bridge longer pauses with more --buffers, ask `tavix doctor`";

@@ -17,6 +17,8 @@ using Sessions = std::vector<std::unique_ptr<GrabSession>>;
 std::vector<std::string> RunSessions(const Sessions& sessions, const std::function<void()>& onTick);
 /// As above for one; what ended it, or that no good frame came, is thrown as an Error.
 void RunSession(GrabSession& session);
+/// That no frame of a grab was good, and why.
+std::string NoFrameText(const GrabSession& session);
 /// That frames failed or never came in a grab that took place; empty when all are there.
 std::string LostFramesText(const GrabSession& session);
 /// Throws LostFramesText, if there is any, with the status for work that is done in part.

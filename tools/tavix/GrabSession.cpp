@@ -4,6 +4,7 @@
 #include "Features.h"
 #include "ImageSize.h"
 #include "Text.h"
+#include "doctor/Examination.h"
 
 #include <algorithm>
 
@@ -185,9 +186,12 @@ std::string GrabSession::SilenceText(Camera& camera) const {
     const std::string silence = "it sent no image for " + std::to_string(m_Options.timeoutMs) + " ms; ";
     GenApi::CEnumerationPtr mode(camera.Features().GetNode("TriggerMode"));
     const bool waits = mode && GenApi::IsReadable(mode->GetAccessMode()) && Text(mode->ToString()) == "On";
+    const bool hasNone = m_Figures.good + m_Figures.failed == 0;
     return silence + (waits ? "it waits for a trigger: send one, or add --set TriggerMode=Off"
                             : "check exposure time, frame rate and cable, wait longer with --timeout, or try "
-                              "--transfer-size 65536");
+                              "--transfer-size 65536" +
+                                  (hasNone ? std::string("; if memory for transfers is short: ") + kRaiseTransferMemory
+                                           : std::string()));
 }
 
 void GrabSession::Handle(const Tavix::GrabResult& result) {

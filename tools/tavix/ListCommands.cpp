@@ -89,7 +89,7 @@ int List(const CommonOptions& options) {
             json.push_back(Properties(info));
         PrintJson(json);
     } else if (cameras.empty()) {
-        std::fprintf(stderr, "tavix: %s\n", kNoCamera);
+        std::fprintf(stderr, "tavix: %s\n", Printable(NoCameraText()).c_str());
     } else {
         PrintList(cameras);
     }

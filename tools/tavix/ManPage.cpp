@@ -52,11 +52,12 @@ It could not; one line on standard error says what to do next.
 The command line is wrong.
 .TP
 .B 3
-It did its work, and not all is good: frames failed, a checksum is wrong, a setting was refused, the doctor found a
-problem.
+It did its work, and not all is good: frames failed or never came, a checksum is wrong, a setting was refused, a trace
+is not whole, the doctor found a problem.
 .TP
-.B 130
-It was interrupted.
+.B 130, 143, 129
+It was interrupted (SIGINT), asked to terminate (SIGTERM), or its terminal went away (SIGHUP). A grab stops the camera
+before it ends.
 .SH ENVIRONMENT
 .TP
 .B TAVIX_VIRTUAL_CAMERAS
@@ -70,6 +71,9 @@ Device class of the only transport layer to use.
 .TP
 .B TAVIX_TRACE
 As \fB\-\-trace\fR of \fBgrab\fR, for every command: a pcapng file for what goes over the wire.
+.TP
+.B TAVIX_TRACE_PAYLOAD
+Bytes that the trace keeps of each transfer of image data; 64 without it.
 .TP
 .B TAVIX_LOG_CONFIG
 A log4cpp properties file; without it nothing is logged.

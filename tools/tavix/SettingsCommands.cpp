@@ -6,6 +6,7 @@
 #include "PlainFile.h"
 #include "Text.h"
 
+#include <cstdio>
 #include <sstream>
 
 #include <GenApi/Persistence.h>
@@ -41,7 +42,13 @@ std::size_t CountSettings(const std::string& text) {
     return count;
 }
 
+constexpr const char* kStandardOutput = "-";
+
 void WriteFile(const std::string& path, const std::string& text) {
+    if (path == kStandardOutput) {
+        std::fputs(text.c_str(), stdout);
+        return;
+    }
     NewFile file(path, "choose another file");
     file.Write(text.data(), text.size());
     file.Close();
@@ -83,8 +90,9 @@ void ThrowIfGone(const Camera& camera, const std::vector<Refusal>& refusals, con
     }
 }
 
-void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& text) {
-    if (!refusals.empty()) throw Error(std::to_string(refusals.size()) + text, kPartly);
+void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& noun, const std::string& text) {
+    const char* plural = refusals.size() == 1 ? "" : "s";
+    if (!refusals.empty()) throw Error(std::to_string(refusals.size()) + " " + noun + plural + text, kPartly);
 }
 
 } // namespace
@@ -105,12 +113,16 @@ int Save(const SettingsFileOptions& options) {
                     " marks no feature as a setting to be kept; `tavix get` and `tavix set` work by name");
     }
     WriteFile(options.path, text.str());
+    if (options.path == kStandardOutput) {
+        ThrowIfRefused(refusals, "feature", " could not be read; the others are above");
+        return kDone; // a report would be taken for settings
+    }
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {
         Report(std::to_string(count) + " settings of " + camera.Name() + " in " + options.path, refusals);
     }
-    ThrowIfRefused(refusals, " features could not be read; the others are in " + options.path);
+    ThrowIfRefused(refusals, "feature", " could not be read; the others are in " + options.path);
     return kDone;
 }
 
@@ -131,7 +143,8 @@ int Load(const SettingsFileOptions& options) {
                    options.path + " set in " + camera.Name(),
                refusals);
     }
-    ThrowIfRefused(refusals, " settings could not be set; the others are");
+    const bool isNone = refusals.size() >= count;
+    ThrowIfRefused(refusals, "setting", isNone ? " could not be set; none was" : " could not be set; the others are");
     return kDone;
 }
 

@@ -17,9 +17,54 @@ std::string ModeText(GenApi::EAccessMode mode) {
     return GenApi::EAccessModeClass::ToString(mode).str();
 }
 
-// A predicate and its present value.
+std::string WithValue(Node& node) {
+    return Quote(node) + " is " + node.ReadText({});
+}
+
+// What somebody sees in a list of features. What is computed cannot be set, so it is no answer to a person.
+bool IsForPeople(const Node& node) {
+    const bool isComputed = node.Type() == NodeType::IntSwissKnife || node.Type() == NodeType::SwissKnife;
+    return node.IsFeature() && !isComputed && node.GetVisibility() != GenApi::Invisible;
+}
+
+// The nodes of all kinds that a value is made from, for people or not; beyond those for people it is not looked.
+std::vector<bool> SourcesOf(Node& start) {
+    std::vector<bool> isMet(start.Host().Nodes().size(), false);
+    isMet[start.Index()] = true;
+    for (std::vector<Node*> left{&start}; !left.empty();) {
+        Node& node = *left.back();
+        left.pop_back();
+        for (const PropertyRecord& record : node.Properties()) {
+            const bool isSource = record.id == PropertyId::pValue || record.id == PropertyId::pVariable ||
+                                  record.id == PropertyId::pIndex;
+            Node* const pSource = isSource ? node.Host().NodeAt(record.target) : nullptr;
+            if (!pSource || isMet[pSource->Index()]) continue;
+            isMet[pSource->Index()] = true;
+            if (!IsForPeople(*pSource)) left.push_back(pSource);
+        }
+    }
+    return isMet;
+}
+
+// " ('ExposureAuto' is Continuous)": the features that an internal node's value comes from, or that stand upon it.
+std::string Causes(Node& predicate) {
+    constexpr int kMost = 3;
+    if (IsForPeople(predicate)) return {};
+    const std::vector<bool> isSource = SourcesOf(predicate);
+    std::string text;
+    int count = 0;
+    for (Node* const pNode : predicate.Host().Nodes()) {
+        if (!pNode || !IsForPeople(*pNode) || !GenApi::IsReadable(pNode->Access())) continue;
+        Node* const pValue = pNode->LinkedNode(PropertyId::pValue);
+        const bool isCause = isSource[pNode->Index()] || (pValue && isSource[pValue->Index()]);
+        if (isCause && count++ < kMost) text += (text.empty() ? " (" : ", ") + WithValue(*pNode);
+    }
+    return text.empty() ? text : text + ")";
+}
+
+// A predicate, its present value, and what a person can change to change that.
 std::string Because(const char* what, Node& predicate) {
-    return std::string(what) + " because " + Quote(predicate) + " is " + predicate.ReadText({});
+    return std::string(what) + " because " + WithValue(predicate) + Causes(predicate);
 }
 
 // One step of an explanation: a reason, or the node that the reason has to be looked for at. bound to a thread

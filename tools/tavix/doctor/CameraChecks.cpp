@@ -48,11 +48,19 @@ Rule FindRule(const SystemFiles& files) {
     return {};
 }
 
+/// Whose members the rule lets in, wherever they log in; empty when it names none.
+std::string GroupOf(const Rule& rule) {
+    const std::string key = "GROUP=\"";
+    const auto at = rule.line.find(key);
+    if (at == std::string::npos) return {};
+    const auto begin = at + key.size();
+    return rule.line.substr(begin, rule.line.find('"', begin) - begin);
+}
+
 /// uaccess asks for the access list, which is only made for tags that are set before.
 bool IsTooLate(const Rule& rule) {
     const auto name = rule.path.substr(rule.path.rfind('/') + 1);
-    const bool isOpen =
-        rule.line.find("MODE=\"0666\"") != std::string::npos || rule.line.find("GROUP") != std::string::npos;
+    const bool isOpen = rule.line.find("MODE=\"0666\"") != std::string::npos;
     return !isOpen && rule.line.find("uaccess") != std::string::npos && std::atoi(name.c_str()) >= kAccessListsAt;
 }
 
@@ -75,6 +83,21 @@ void ExamineRule(const Patient& patient, const Rule& rule, Findings& findings) {
     }
 }
 
+/// What to do for a camera that may not be opened: the end of a sentence, and a command. With a rule in place, the
+/// camera was plugged in before it, or nobody sits at this machine.
+std::pair<std::string, std::string> WayIn(const Rule& rule, const std::string& node) {
+    if (rule.path.empty()) return {"", InstallRule()};
+    const std::string seat =
+        "; the udev rule gives it to who is logged in at the machine itself when a camera is plugged "
+        "in";
+    const std::string group = GroupOf(rule);
+    if (group.empty())
+        return {seat + ". The command gives it to you until then", "sudo setfacl --modify user:$USER:rw " + node};
+    return {seat + ", and to the group " + group +
+                ". After the command, log in again; a service needs the group as well",
+            "sudo adduser $USER " + group};
+}
+
 void ExamineAccess(const Patient& patient, const UsbCamera& camera, const Rule& rule, Findings& findings) {
     if (!patient.files.Exists(camera.node)) {
         if (!patient.files.Exists("/dev/bus/usb")) return; // said before, for all
@@ -86,13 +109,9 @@ void ExamineAccess(const Patient& patient, const UsbCamera& camera, const Rule& 
         return;
     }
     if (patient.files.MayWrite(camera.node)) return;
-    // With a rule in place, the camera was plugged in before it, or nobody sits at this machine.
+    const auto [advice, command] = WayIn(rule, camera.node);
     findings.push_back({Severity::Problem, "permission", camera.name,
-                        "may not be opened: no permission for " + camera.node +
-                            (rule.path.empty() ? ""
-                                               : "; the udev rule gives it to who is logged in at the machine itself "
-                                                 "when a camera is plugged in. The command gives it to you until then"),
-                        rule.path.empty() ? InstallRule() : "sudo setfacl --modify user:$USER:rw " + camera.node});
+                        "may not be opened: no permission for " + camera.node + advice, command});
 }
 
 void ExamineDriver(const UsbCamera& camera, Findings& findings) {

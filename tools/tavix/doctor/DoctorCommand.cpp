@@ -9,7 +9,6 @@
 #include <cstdio>
 
 #include <libusb.h>
-#include <tavix/Tavix.h>
 
 namespace tool {
 namespace {
@@ -17,15 +16,6 @@ namespace {
 std::string LibusbVersion() {
     const libusb_version* version = libusb_get_version();
     return std::to_string(version->major) + "." + std::to_string(version->minor) + "." + std::to_string(version->micro);
-}
-
-std::vector<std::string> TransportLayers() {
-    Tavix::TlInfoList infos;
-    Tavix::CTlFactory::GetInstance().EnumerateTls(infos);
-    std::vector<std::string> names;
-    for (const auto& info : infos)
-        names.push_back(Text(info.GetFullName()));
-    return names;
 }
 
 const char* Name(Severity severity) {
@@ -69,7 +59,7 @@ int Doctor(const DoctorOptions& options) {
     Patient patient{SystemFiles(options.root)};
     if (patient.files.IsHere()) {
         patient.libusbVersion = LibusbVersion();
-        patient.transportLayers = TransportLayers();
+        patient.transportLayers = FindTransportLayers();
         patient.demands = AskCameras();
     } else if (!patient.files.Exists("/")) {
         throw Error("there is no folder " + options.root);

@@ -1,6 +1,7 @@
 #pragma once
 // The checks of `tavix doctor`.
 
+#include "TransportLayers.h"
 #include "doctor/Finding.h"
 #include "doctor/SystemFiles.h"
 #include "doctor/UsbTopology.h"
@@ -28,8 +29,8 @@ struct Patient {
     SystemFiles files;
     std::vector<UsbCamera> cameras;
     std::vector<CameraDemand> demands;
-    std::string libusbVersion;                               ///< "1.0.26"; empty: unknown
-    std::optional<std::vector<std::string>> transportLayers; ///< names of those that load; nothing: not asked
+    std::string libusbVersion;                      ///< "1.0.26"; empty: unknown
+    std::optional<TransportLayers> transportLayers; ///< nothing: not asked
 };
 
 void ExamineKernel(const Patient& patient, Findings& findings);
@@ -43,6 +44,9 @@ void ExamineOpenings(const Patient& patient, Findings& findings);
 /// All of them, in the order of this list.
 Findings Examine(const Patient& patient);
 
+/// The command that lets more transfers wait for data.
+inline constexpr const char* kRaiseTransferMemory =
+    "echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb";
 /// Text of the udev rule that the project installs.
 const char* UdevRule();
 

@@ -69,6 +69,24 @@ void ExamineNodes(const Patient& patient, Findings& findings) {
                         "docker run --volume /dev/bus/usb:/dev/bus/usb --device-cgroup-rule 'c 189:* rmw' ..."});
 }
 
+void ExamineTransportLayers(const TransportLayers& layers, Findings& findings) {
+    const auto tell = [&](Severity severity, const std::string& text, const char* command) {
+        findings.push_back({severity, "transport-layer", "transport layer", text, command});
+    };
+    for (const std::string& text : layers.broken)
+        tell(Severity::Problem, "one cannot be loaded: " + text, "unset TAVIX_TL_PATH");
+    if (const std::string text = SwitchedOffText(layers); !text.empty())
+        tell(Severity::Problem, text, "unset TAVIX_USE_TL");
+    std::string names;
+    for (const std::string& name : layers.names)
+        names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) return tell(Severity::Good, names, "");
+    tell(Severity::Problem,
+         "none can be loaded, so no camera is found: TAVIX_TL_PATH must name the folder of libtavixusb-4.0.0.so, and "
+         "TAVIX_USE_TL must not name another one",
+         "unset TAVIX_TL_PATH TAVIX_USE_TL");
+}
+
 } // namespace
 
 void ExamineKernel(const Patient& patient, Findings& findings) {
@@ -104,16 +122,7 @@ void ExamineLibrary(const Patient& patient, Findings& findings) {
                  (isOld ? " is older than 1.0.24 and cannot tell a shortage of memory from a fault" : ""),
              isOld ? "sudo apt-get install --only-upgrade libusb-1.0-0" : ""});
     }
-    if (!patient.transportLayers) return;
-    std::string names;
-    for (const std::string& name : *patient.transportLayers)
-        names += (names.empty() ? "" : ", ") + name;
-    findings.push_back({names.empty() ? Severity::Problem : Severity::Good, "transport-layer", "transport layer",
-                        names.empty()
-                            ? "none can be loaded, so no camera is found: TAVIX_TL_PATH must name the folder of "
-                              "libtavixusb-4.0.0.so, and TAVIX_USE_TL must not name another one"
-                            : names,
-                        names.empty() ? "unset TAVIX_TL_PATH TAVIX_USE_TL" : ""});
+    if (patient.transportLayers) ExamineTransportLayers(*patient.transportLayers, findings);
 }
 
 void ExamineTransferMemory(const Patient& patient, Findings& findings) {
@@ -132,7 +141,7 @@ void ExamineTransferMemory(const Patient& patient, Findings& findings) {
         finding.text = Megabytes(have) + " for all USB devices, of which three quarters are used; " + demand +
                        ". Fewer transfers wait for data then, and frames get lost. The command helps until the next "
                        "start; usbcore.usbfs_memory_mb=1000 on the kernel's command line for good";
-        finding.command = std::string("echo 1000 | sudo tee ") + kMemoryLimit;
+        finding.command = kRaiseTransferMemory;
     }
     findings.push_back(std::move(finding));
 }
