@@ -1,5 +1,6 @@
 // Notifications of the USB access library.
 #include "vexlo/Library.h"
+#include "vexlo/NoThrow.h"
 #include "vexlo/RemovalNotifier.h"
 #include "vexlo/VxCallback.h"
 
@@ -9,8 +10,10 @@ VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHand
     if (params == nullptr || pHandle == nullptr || params->Handler == nullptr) return VX_E_INVALID_PARAMETER;
     if (params->Kind != VxCallback_DeviceRemoved && params->Kind != VxCallback_DeviceLost)
         return VX_E_INVALID_PARAMETER;
-    const auto library = Library::Get();
-    return library ? library->Notifier()->Register(*params, *pHandle) : VX_E_NOT_INITIALIZED;
+    return NoThrow([&] {
+        const auto library = Library::Get();
+        return library ? library->Notifier()->Register(*params, *pHandle) : VX_E_NOT_INITIALIZED;
+    });
 }
 
 VxStatus VxDeregisterCallback(unsigned long handle) {

@@ -138,7 +138,7 @@ VxStatus CVxDevice::WriteMem(const void* buffer, unsigned long address, unsigned
     std::size_t done = 0;
     const u3v::ByteView data{static_cast<const std::uint8_t*>(buffer), count};
     // The register may be a command: nothing that may have been executed is executed again.
-    const VxStatus status = session->Memory().Write(address, data, Repeat::Never, done);
+    const VxStatus status = NoThrow([&] { return session->Memory().Write(address, data, Repeat::Never, done); });
     session->NoteWrite();
     return session->Note(m_Impl->statistics.NoteWrite(status));
 }

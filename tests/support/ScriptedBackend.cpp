@@ -47,8 +47,9 @@ public:
         const Lock lock(m_Camera.m_Mutex);
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
         if (m_Camera.m_ClaimResult != usb::Result::Ok) return m_Camera.m_ClaimResult;
-        if (!m_Camera.m_Claimed.insert(number).second) return usb::Result::Busy;
-        m_Claims.insert(number);
+        if (m_Camera.m_Claimed.count(number) != 0) return usb::Result::Busy;
+        m_Claims.insert(number); // first, so that it is given back whatever memory the camera has
+        m_Camera.m_Claimed.insert(number);
         return usb::Result::Ok;
     }
     usb::Result Release(std::uint8_t number) override {

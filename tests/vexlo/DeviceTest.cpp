@@ -196,6 +196,19 @@ TEST_F(Device, CountsFailures) {
     EXPECT_EQ(Property<std::uint32_t>(*device, CVxDevice::Property_LastErrorStatus), VX_E_DEVICE_STATUS_BASE | 0x8003);
 }
 
+TEST_F(Device, CountsTheResetsOfEachPipe) {
+    ASSERT_EQ(Open(), VX_OK);
+    camera.FailNextIn(usb::Result::Pipe);
+    std::uint32_t value = 0;
+    unsigned long count = 4;
+    EXPECT_EQ(device->ReadMem(&value, 0, &count), VX_OK);
+    const auto resets = [this](auto id) { return Property<std::uint64_t>(*device, id); };
+    EXPECT_EQ(resets(CVxDevice::Property_ReadPipeResetCount), camera.HaltsCleared(kControlIn));
+    EXPECT_EQ(resets(CVxDevice::Property_WritePipeResetCount), camera.HaltsCleared(kControlOut));
+    EXPECT_EQ(resets(CVxDevice::Property_WritePipeResetCount), 2u) << "at the opening and now";
+    EXPECT_EQ(resets(CVxDevice::Property_WriteOperationsFailedCount), 0u);
+}
+
 TEST_F(Device, TakesPropertiesInTheirExactWidthOnly) {
     std::uint32_t narrow = 0;
     EXPECT_EQ(device->GetProperty(CVxDevice::Property_ReadPipeResetCount, &narrow, 4), VX_E_INVALID_SIZE);
