@@ -18,8 +18,8 @@ ImageFormat::ImageFormat(const FeatureMaker& make, std::uint32_t sensorWidth, st
     make.Switch(reg::kReverseY);
     std::vector<std::uint32_t> formats;
     for (const PixelFormat format :
-         {PixelFormat::Mono8, PixelFormat::Mono12, PixelFormat::Mono12p, PixelFormat::BayerRG8, PixelFormat::Rgb8,
-          PixelFormat::Bgr8, PixelFormat::YCbCr422_8})
+         {PixelFormat::Mono8, PixelFormat::Mono12, PixelFormat::Mono12p, PixelFormat::BayerRG8, PixelFormat::RGB8,
+          PixelFormat::BGR8, PixelFormat::YCbCr422_8})
         formats.push_back(static_cast<std::uint32_t>(format));
     make.Lockable(make.Choice(reg::kPixelFormat, formats.front(), formats)).written = m_Changed;
     make.Reading(reg::kPixelSize, [this] { return BitsPerPixel(Get().format); });

@@ -6,24 +6,14 @@
 
 #include "virtualcam/Feature.h"
 
+#include <tavix/imaging/PixelFormat.h>
+
 namespace virtualcam {
 
-enum class PixelFormat : std::uint32_t {
-    Mono8 = 0x01080001,
-    Mono12 = 0x01100005,
-    Mono12p = 0x010C0047,
-    BayerRG8 = 0x01080009,
-    Rgb8 = 0x02180014,
-    Bgr8 = 0x02180015,
-    YCbCr422_8 = 0x0210003B
-};
+using Tavix::imaging::BitsPerPixel;
+using Tavix::imaging::PixelFormat;
 
 enum class TestPattern : std::uint32_t { Black = 0, Gradient = 1, ColorBars = 2, Checker = 3 };
-
-/// Effective bits per pixel.
-constexpr std::uint32_t BitsPerPixel(PixelFormat format) {
-    return (static_cast<std::uint32_t>(format) >> 16) & 0xFF;
-}
 
 /// The image that is being taken. Widths are multiples of 4, so that lines of all formats end at whole bytes.
 struct Geometry {

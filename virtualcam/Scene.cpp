@@ -40,7 +40,8 @@ std::size_t PairBytes(PixelFormat format) {
 }
 
 bool IsMono(PixelFormat format) {
-    return format == PixelFormat::Mono8 || format == PixelFormat::Mono12 || format == PixelFormat::Mono12p;
+    const Tavix::imaging::PixelFormatInfo* info = Tavix::imaging::FindPixelFormat(format);
+    return info && info->model == Tavix::imaging::ColourModel::Mono;
 }
 
 bool SameStrips(const Geometry& a, const Geometry& b) {
@@ -132,12 +133,12 @@ void Scene::DrawPixels(Bytes& to, std::uint32_t x, const Light& light, std::uint
     case PixelFormat::BayerRG8:
         byte((parity == 0 ? (x % 2 == 0 ? r : g) : (x % 2 == 0 ? g : b)) >> 4);
         break;
-    case PixelFormat::Rgb8:
+    case PixelFormat::RGB8:
         byte(r >> 4);
         byte(g >> 4);
         byte(b >> 4);
         break;
-    case PixelFormat::Bgr8:
+    case PixelFormat::BGR8:
         byte(b >> 4);
         byte(g >> 4);
         byte(r >> 4);
@@ -145,6 +146,8 @@ void Scene::DrawPixels(Bytes& to, std::uint32_t x, const Light& light, std::uint
     case PixelFormat::YCbCr422_8:
         byte(luma >> 4);
         byte(x % 2 == 0 ? chroma(b, 1772) : chroma(r, 1402));
+        break;
+    default: // ImageFormat offers no other
         break;
     }
 }

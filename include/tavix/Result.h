@@ -23,7 +23,7 @@ enum EPayloadType {
     PayloadType_DeviceSpecific = 0x8000
 };
 
-/// Pixel type: a PFNC code, or for packed one-, two- and four-bit mono the SDK's older code. -1 when undefined.
+/// Named in <tavix/imaging/PixelType.h>: a PFNC code, or the SDK's own where that is older. -1 when undefined.
 using EPixelType = std::int32_t;
 inline constexpr EPixelType PixelType_Undefined = -1;
 

@@ -92,7 +92,7 @@ TEST_P(SceneOfFormat, ShowsTheSameOfASmallerRegion) {
 
 INSTANTIATE_TEST_SUITE_P(AllFormats, SceneOfFormat,
                          testing::Values(PixelFormat::Mono8, PixelFormat::Mono12, PixelFormat::Mono12p,
-                                         PixelFormat::BayerRG8, PixelFormat::Rgb8, PixelFormat::Bgr8,
+                                         PixelFormat::BayerRG8, PixelFormat::RGB8, PixelFormat::BGR8,
                                          PixelFormat::YCbCr422_8));
 
 TEST(Scene, IsAGradientThatStepsByOneGreyAPixel) {
@@ -116,8 +116,8 @@ TEST(Scene, PacksTwelveBitsLowestFirst) {
 }
 
 TEST(Scene, SwapsRedAndBlueBetweenRgbAndBgr) {
-    const Bytes rgb = Draw(Size(256, 100, PixelFormat::Rgb8), 9);
-    const Bytes bgr = Draw(Size(256, 100, PixelFormat::Bgr8), 9);
+    const Bytes rgb = Draw(Size(256, 100, PixelFormat::RGB8), 9);
+    const Bytes bgr = Draw(Size(256, 100, PixelFormat::BGR8), 9);
     for (std::size_t i = 0; i < rgb.size(); i += 3) {
         EXPECT_EQ(rgb[i], bgr[i + 2]);
         EXPECT_EQ(rgb[i + 1], bgr[i + 1]);
