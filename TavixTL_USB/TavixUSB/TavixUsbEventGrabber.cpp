@@ -112,12 +112,10 @@ void CTavixUsbEventGrabber::InternalClose(bool throwOnError) {
 bool CTavixUsbEventGrabber::RetrieveEvent(EventResult& result) {
     Guard guard(m_Lock);
     if (!IsOpen()) Throw<LogicalErrorException>(Here(), "Event grabber not open.");
-    // An application that waited before it came here has consumed the signal itself, so an object that is not signalled
-    // does not tell that nothing is pending; the event stream does. It signals again when it keeps more events.
-    m_WaitObject.Wait(0);
+    // The event stream holds it signalled while events are pending, also for who has waited before.
+    if (!m_WaitObject.Wait(0)) return false;
     unsigned long size = sizeof result.m_Buffer;
     const unsigned int status = m_pVxEventStream->RetrieveEvent(result.m_Buffer, &size, nullptr);
-    if (status == vexlo::VX_E_NO_DATA) return false;
     if (status != 0) {
         result.m_ErrorCode = status;
         result.m_ErrorDescription = VxStatus2Msg(status);

@@ -14,10 +14,14 @@ struct _WaitObjectPosix_t;
 [[nodiscard]] std::shared_ptr<_WaitObjectPosix_t> ShareWaitObject(_WaitObjectPosix_t* handle);
 void SignalWaitObject(_WaitObjectPosix_t& state) noexcept;
 void ResetWaitObject(_WaitObjectPosix_t& state) noexcept;
+void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept;
+void LowerWaitObject(_WaitObjectPosix_t& state) noexcept;
 
-/// Something to wait for. Copies share one state.
-/// With automatic reset a signal is consumed by exactly one successful wait, and signals that nobody has consumed yet
-/// count as one. With manual reset the object stays signalled until Reset().
+/// Something to wait for. Copies share one state. It is signalled by a pulse, by a level, or by both.
+/// A pulse is what Signal() gives: with automatic reset a signal is consumed by exactly one successful wait, and
+/// signals that nobody has consumed yet count as one. With manual reset the object stays signalled until Reset(). A
+/// level is held by the side that has something to take, from Raise() to Lower(): waiting consumes the pulse and never
+/// the level, so that whoever waits and whoever only asks see the same.
 /// An object that is not valid is never signalled; waiting for it returns false at once.
 /// Thread-safe (except assignment to the same instance)
 class WaitObject {
@@ -51,13 +55,15 @@ protected:
 /// Thread-safe (except assignment to the same instance)
 class WaitObjectEx : public WaitObject {
 public:
-    WaitObjectEx() = default; ///< not valid; Signal and Reset do nothing
+    WaitObjectEx() = default; ///< not valid; its operations do nothing
 
     /// Throws std::system_error when the system has no descriptor left.
     [[nodiscard]] static WaitObjectEx Create(bool manualReset = false);
 
     void Signal() const noexcept;
-    void Reset() const noexcept;
+    void Reset() const noexcept; ///< forgets the pulse
+    void Raise() const noexcept; ///< signalled until Lower, however often somebody waits
+    void Lower() const noexcept; ///< a pulse that nobody has consumed stays
 
 private:
     using WaitObject::WaitObject;

@@ -41,7 +41,8 @@ private:
     std::unique_ptr<Impl> m_Impl;
 };
 
-/// The whole file as text; RuntimeException naming file and reason when it cannot be read.
+/// The whole file as text; RuntimeException naming file and reason when it cannot be read, is no regular file, or is
+/// larger than 64 MiB.
 gcstring textFileToString(const gcstring& fileName);
 
 } // namespace Tavix

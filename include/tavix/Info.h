@@ -7,8 +7,8 @@
 
 namespace Tavix {
 
-/// Named string values. Properties whose name starts with an underscore are hidden: they tell a transport layer how to
-/// reach a device and say nothing about the device itself. Copyable; re-entrant.
+/// Named string values. "_BornFree" and "_sap" are hidden: they tell a transport layer how to reach a device and say
+/// nothing about the device itself. Copyable; re-entrant.
 class CInfoBase {
 public:
     virtual ~CInfoBase() = default;

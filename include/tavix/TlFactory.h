@@ -8,11 +8,12 @@
 namespace Tavix {
 
 /// The one factory of the process. It looks for files named `libtavix*-MAJOR.MINOR.PATCH.so` in the folders of
-/// TAVIX_TL_PATH (colon separated), then beside its own library. Of files with one name, and of transport layers for
-/// one device class, the first found counts. A library that cannot be used gives a log line when it was merely found,
-/// and a RuntimeException that names file and reason when it is asked for, be it by its file or by a device class that
-/// no other library offers. Libraries stay loaded until the process ends, and the factory is never destroyed: what
-/// still lives at process exit is left to the operating system.
+/// TAVIX_TL_PATH (colon separated; not looked at in a program that runs with more rights than its user), then beside
+/// its own library. Of files with one name the first that can be used counts, and so does the first of transport layers
+/// for one device class. A library that cannot be used gives a log line when it was merely found, and a
+/// RuntimeException that names file and reason when it is asked for, be it by its file or by a device class that no
+/// other library offers. Libraries stay loaded until the process ends, and the factory is never destroyed: what still
+/// lives at process exit is left to the operating system.
 ///
 /// Transport layers are counted: each CreateTl and GetTl needs a ReleaseTl, each live device holds one reference more.
 /// The last one that is given back destroys the transport layer; asking for it again makes a new one. Thread-safe.

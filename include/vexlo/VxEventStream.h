@@ -26,6 +26,7 @@ public:
     };
 
     [[nodiscard]] VxStatus Open();
+    /// Messages that are still pending are dropped.
     [[nodiscard]] VxStatus Close();
     bool IsOpen() const;
     /// As CVxStream::RegisterWaitObject: signalled while events are pending.

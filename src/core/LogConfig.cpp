@@ -3,9 +3,12 @@
 #include "core/Log.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <sys/stat.h>
 
 #include <log4cpp/Category.hh>
 #include <log4cpp/PropertyConfigurator.hh>
@@ -39,9 +42,23 @@ struct StopAtExit {
     ~StopAtExit() { g_HasAppenders = false; }
 };
 
+// Why the file is not read at all; null when it is. A pipe might never end, and reading one waits for its other end.
+const char* Objection(const char* file) {
+    constexpr off_t kMostBytes = 1 << 20;
+    struct stat status = {};
+    if (stat(file, &status) != 0) return std::strerror(errno);
+    if (!S_ISREG(status.st_mode)) return "it is no regular file";
+    return status.st_size > kMostBytes ? "it is larger than 1 MiB" : nullptr;
+}
+
 void Configure() {
-    const char* file = std::getenv("TAVIX_LOG_CONFIG");
+    // Null in a program that runs with more rights than its user, for the file says which files are written.
+    const char* file = secure_getenv("TAVIX_LOG_CONFIG");
     if (file == nullptr || *file == '\0') return;
+    if (const char* objection = Objection(file)) {
+        std::fprintf(stderr, "TAVIX_LOG_CONFIG: cannot use '%s': %s\n", file, objection);
+        return;
+    }
     try {
         log4cpp::PropertyConfigurator::configure(file);
         g_HasAppenders = true;

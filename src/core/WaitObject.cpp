@@ -33,27 +33,62 @@ _WaitObjectPosix_t::~_WaitObjectPosix_t() {
     close(m_Fd);
 }
 
-void _WaitObjectPosix_t::Signal() noexcept {
+void _WaitObjectPosix_t::Write() noexcept {
     // Can only fail because the counter is full; then the object is signalled already.
     const std::uint64_t one = 1;
     while (write(m_Fd, &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
-void _WaitObjectPosix_t::Reset() noexcept {
-    std::uint64_t count = 0;
-    while (read(m_Fd, &count, sizeof count) < 0 && errno == EINTR) {
-    }
-}
-
-bool _WaitObjectPosix_t::TryConsume() noexcept {
-    if (m_ManualReset) return IsSignalled();
+/// False when there was nothing to read.
+bool _WaitObjectPosix_t::Read() noexcept {
     std::uint64_t count = 0;
     ssize_t result = 0;
     do {
         result = read(m_Fd, &count, sizeof count);
     } while (result < 0 && errno == EINTR);
     return result == sizeof count;
+}
+
+void _WaitObjectPosix_t::Signal() noexcept {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_IsRaised) {
+        m_PulseBeside = true;
+    } else {
+        Write();
+    }
+}
+
+void _WaitObjectPosix_t::Reset() noexcept {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_PulseBeside = false;
+    if (!m_IsRaised) (void)Read();
+}
+
+void _WaitObjectPosix_t::Raise() noexcept {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_IsRaised) return;
+    m_IsRaised = true;
+    m_PulseBeside = IsSignalled();
+    if (!m_PulseBeside) Write();
+}
+
+void _WaitObjectPosix_t::Lower() noexcept {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_IsRaised) return;
+    m_IsRaised = false;
+    if (!m_PulseBeside) (void)Read();
+}
+
+Taken _WaitObjectPosix_t::TryConsume() noexcept {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_IsRaised) {
+        const bool takes = m_PulseBeside && !m_ManualReset;
+        if (takes) m_PulseBeside = false;
+        return takes ? Taken::Pulse : Taken::Level;
+    }
+    const bool signalled = m_ManualReset ? IsSignalled() : Read();
+    return signalled ? Taken::Pulse : Taken::Nothing;
 }
 
 bool _WaitObjectPosix_t::IsSignalled() const noexcept {
@@ -91,14 +126,22 @@ void ResetWaitObject(_WaitObjectPosix_t& state) noexcept {
     state.Reset();
 }
 
+void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept {
+    state.Raise();
+}
+
+void LowerWaitObject(_WaitObjectPosix_t& state) noexcept {
+    state.Lower();
+}
+
 bool WaitObject::Wait(unsigned int timeoutMs) const {
     if (!m_State) return false;
-    if (m_State->TryConsume()) return true;
+    if (m_State->TryConsume() != Taken::Nothing) return true;
     if (timeoutMs == 0) return false;
     const Deadline deadline(timeoutMs);
     pollfd descriptor{m_State->m_Fd, POLLIN, 0};
     while (deadline.Poll(&descriptor, 1)) {
-        if (m_State->TryConsume()) return true;
+        if (m_State->TryConsume() != Taken::Nothing) return true;
     }
     return false;
 }
@@ -121,6 +164,14 @@ void WaitObjectEx::Signal() const noexcept {
 
 void WaitObjectEx::Reset() const noexcept {
     if (m_State) m_State->Reset();
+}
+
+void WaitObjectEx::Raise() const noexcept {
+    if (m_State) m_State->Raise();
+}
+
+void WaitObjectEx::Lower() const noexcept {
+    if (m_State) m_State->Lower();
 }
 
 } // namespace Tavix

@@ -29,11 +29,14 @@ bool TryConsumeAll(const States& states) {
     const bool allSignalled =
         std::all_of(states.begin(), states.end(), [](auto* state) { return state->IsSignalled(); });
     if (!allSignalled) return false;
-    for (std::size_t i = 0; i < states.size(); ++i) {
-        if (states[i]->TryConsume()) continue;
-        while (i-- > 0) {
-            if (!states[i]->m_ManualReset) states[i]->Signal();
-        }
+    States pulses; // that were taken
+    pulses.reserve(states.size());
+    for (_WaitObjectPosix_t* state : states) {
+        const Taken taken = state->TryConsume();
+        if (taken == Taken::Pulse && !state->m_ManualReset) pulses.push_back(state);
+        if (taken != Taken::Nothing) continue;
+        for (_WaitObjectPosix_t* pulse : pulses)
+            pulse->Signal();
         return false;
     }
     return true;
@@ -41,7 +44,7 @@ bool TryConsumeAll(const States& states) {
 
 bool TryConsumeAny(const std::vector<WaitObject>& objects, unsigned int* pIndex) {
     for (std::size_t i = 0; i < objects.size(); ++i) {
-        if (!objects[i].IsValid() || !objects[i].GetHandle()->TryConsume()) continue;
+        if (!objects[i].IsValid() || objects[i].GetHandle()->TryConsume() == Taken::Nothing) continue;
         if (pIndex != nullptr) *pIndex = static_cast<unsigned int>(i);
         return true;
     }

@@ -4,6 +4,15 @@
 
 namespace Tavix {
 
+namespace {
+
+// They tell a transport layer how to reach a device and say nothing about the device itself.
+bool IsHidden(const gcstring& name) {
+    return name == "_BornFree" || name == "_sap";
+}
+
+} // namespace
+
 const char* const CInfoBase::PropertyNotAvailable = "N/A";
 
 int CInfoBase::GetPropertyNames(gcstring_vector& names) const {
@@ -40,8 +49,7 @@ bool CInfoBase::RemoveProperty(const gcstring& name) {
 
 bool CInfoBase::IsSubset(const CInfoBase& subset) const {
     return std::all_of(subset.m_Properties.begin(), subset.m_Properties.end(), [this](const auto& wanted) {
-        const bool isHidden = !wanted.first.empty() && wanted.first.front() == '_';
-        if (isHidden) return true;
+        if (IsHidden(wanted.first)) return true;
         const auto property = m_Properties.find(wanted.first);
         return property != m_Properties.end() && property->second == wanted.second;
     });

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <exception>
+#include <sys/stat.h>
 
 namespace Tavix {
 namespace {
@@ -11,9 +12,16 @@ std::string LoaderError() {
     return text ? text : "unknown reason";
 }
 
+// The loader would wait for a pipe's other end.
+bool IsOtherThanFile(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 } // namespace
 
 PluginLibrary::PluginLibrary(const std::string& path) : m_Path(path) {
+    if (IsOtherThanFile(path)) Fail("not a regular file");
     const auto close = [](void* pHandle) { dlclose(pHandle); };
     std::unique_ptr<void, decltype(close)> handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL), close);
     if (!handle) Fail(LoaderError());

@@ -9,7 +9,7 @@
 namespace Tavix {
 
 /// The three entry functions of a library. Whatever goes wrong is a RuntimeException that names file and reason,
-/// whatever the library itself throws. Bound to a thread: the functions of all libraries are called one at a time.
+/// whatever the library itself throws. Bound to a thread: the functions of a library are called one at a time.
 ///
 /// A library that was loaded stays loaded. Code of it may be needed at any later time: by exceptions that are still in
 /// flight, by devices that outlive their transport layer's last release, by its threads, and by its statics, which are

@@ -1,10 +1,12 @@
 #include "PluginSearch.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <dirent.h>
 #include <dlfcn.h>
-#include <filesystem>
-#include <set>
+#include <memory>
+#include <new>
 
 namespace Tavix::plugin {
 namespace {
@@ -37,17 +39,23 @@ void AppendFoldersOf(std::string_view path, std::vector<std::string>& folders) {
 std::string OwnFolder() {
     Dl_info info = {};
     if (dladdr(reinterpret_cast<const void*>(&OwnFolder), &info) == 0 || !info.dli_fname) return {};
-    return std::filesystem::path(info.dli_fname).parent_path().string();
+    const std::string_view path = info.dli_fname;
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? "." : std::string(path.substr(0, std::max<std::size_t>(slash, 1)));
 }
 
-std::vector<std::string> PluginNamesIn(const std::string& folder) {
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// The standard library's iterator over a folder ends the process when memory is short, so the system's is used.
+std::vector<std::string> PluginNamesIn(const std::string& path) {
     std::vector<std::string> names;
-    std::error_code error;
-    const auto options = std::filesystem::directory_options::skip_permission_denied;
-    std::filesystem::directory_iterator entry(folder, options, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        std::string name = entry->path().filename().string();
-        if (IsPluginFileName(name)) names.push_back(std::move(name));
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    if (!folder && errno == ENOMEM) throw std::bad_alloc();
+    if (!folder) return names;
+    while (const dirent* const entry = readdir(folder.get())) {
+        if (IsPluginFileName(entry->d_name)) names.emplace_back(entry->d_name);
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -74,11 +82,9 @@ std::vector<std::string> SearchFolders() {
 
 std::vector<std::string> FindPluginFiles(const std::vector<std::string>& folders) {
     std::vector<std::string> files;
-    std::set<std::string> known;
     for (const std::string& folder : folders) {
-        for (const std::string& name : PluginNamesIn(folder)) {
-            if (known.insert(name).second) files.push_back((std::filesystem::path(folder) / name).string());
-        }
+        for (const std::string& name : PluginNamesIn(folder))
+            files.push_back(folder.back() == '/' ? folder + name : folder + '/' + name);
     }
     return files;
 }

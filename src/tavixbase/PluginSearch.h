@@ -14,8 +14,7 @@ bool IsPluginFileName(std::string_view name);
 /// than its user), then the folder that holds this library.
 std::vector<std::string> SearchFolders();
 
-/// Paths of the plug-ins in `folders`: folder by folder, sorted by name. Of files with the same name the first folder's
-/// counts, so that a folder of TAVIX_TL_PATH replaces an installed library. Folders that cannot be read are skipped.
+/// Paths of the plug-ins in `folders`: folder by folder, sorted by name. Folders that cannot be read are skipped.
 std::vector<std::string> FindPluginFiles(const std::vector<std::string>& folders);
 
 /// The part of a path behind the last slash.

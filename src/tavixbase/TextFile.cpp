@@ -10,6 +10,9 @@
 namespace Tavix {
 namespace {
 
+// More than any description has.
+constexpr std::size_t kMostText = std::size_t{64} << 20;
+
 // A file that is open to be read, and the failures to do so as exceptions.
 class TextFile {
 public:
@@ -31,6 +34,7 @@ public:
             const ssize_t count = read(m_Descriptor, piece, sizeof piece);
             if (count == 0) return text;
             if (count > 0) {
+                if (text.size() + static_cast<std::size_t>(count) > kMostText) FailAsTooLarge();
                 text.append(piece, static_cast<std::size_t>(count));
             } else if (errno != EINTR) {
                 Fail();
@@ -45,6 +49,11 @@ private:
         if (fstat(m_Descriptor, &status) != 0) Fail();
         if (S_ISREG(status.st_mode)) return;
         throw RUNTIME_EXCEPTION("Failed to read file '%s': Not a regular file", m_Name.c_str());
+    }
+
+    [[noreturn]] void FailAsTooLarge() const {
+        throw RUNTIME_EXCEPTION("Failed to read file '%s': It has more than the %zu bytes that are allowed",
+                                m_Name.c_str(), kMostText);
     }
 
     [[noreturn]] void Fail() const {

@@ -101,7 +101,7 @@ void TlRegistry::Release(const ITransportLayer* pTl) {
     const auto one =
         std::find_if(m_Living.begin(), m_Living.end(), [&](const Living& living) { return living.tl == pTl; });
     if (one == m_Living.end()) {
-        if (m_Destroyed.count(pTl) == 0) {
+        if (m_Made.count(pTl) == 0) {
             pReleased->Release();
         } else {
             LogTrace(LogCategory(), kLogError, "A transport layer that has been destroyed already was released again");
@@ -112,15 +112,29 @@ void TlRegistry::Release(const ITransportLayer* pTl) {
         --one->furtherReferences;
         return;
     }
-    if (pReleased->Release() > 0) return;
-    const PluginLibrary& library = *one->library;
-    m_Living.erase(one);
-    m_Destroyed.insert(pTl);
+    if (pReleased->Release() == 0) Destroy(one);
+}
+
+/// Leaves the lock meanwhile.
+void TlRegistry::Destroy(LivingList::iterator one) {
+    one->destroyer = std::this_thread::get_id();
+    m_Dying.splice(m_Dying.end(), m_Living, one);
+    m_Lock.unlock();
     try {
-        library.Destroy(pReleased);
-    } catch (const GenICam::GenericException& e) {
-        LogTrace(LogCategory(), kLogError, "%s", e.GetDescription());
+        one->library->Destroy(one->tl);
+    } catch (const std::exception& e) {
+        LogTrace(LogCategory(), kLogError, "%s", e.what());
     }
+    m_Lock.lock();
+    m_Dying.erase(one);
+    m_Destroyed.notify_all();
+}
+
+/// Not for the thread that destroys: it would wait for itself.
+bool TlRegistry::IsDestroying(const PluginLibrary& library) const {
+    return std::any_of(m_Dying.begin(), m_Dying.end(), [&](const Living& dying) {
+        return dying.library == &library && dying.destroyer != std::this_thread::get_id();
+    });
 }
 
 ITransportLayer* TlRegistry::AcquireLivingOne(const Fits& fits) {
@@ -141,15 +155,25 @@ ITransportLayer* TlRegistry::AcquireOffer(const std::vector<std::string>& paths,
 }
 
 ITransportLayer* TlRegistry::Make(const Offer& offer) {
+    while (IsDestroying(*offer.library))
+        m_Destroyed.wait(m_Lock);
+    LivingList made; // before there is a transport layer that could be lost with it
+    made.push_back({nullptr, offer.info, offer.library, 0, {}});
     ITransportLayer* const pTl = offer.library->Create(offer.info);
     const auto isIt = [&](const Living& living) { return living.tl == pTl; };
     const auto one = std::find_if(m_Living.begin(), m_Living.end(), isIt);
     if (one != m_Living.end()) { // a library hands out one object for as long as it lives
         ++one->furtherReferences;
-    } else {
-        m_Living.push_back({pTl, offer.info, offer.library, 0});
-        m_Destroyed.erase(pTl);
+        return pTl;
     }
+    made.front().tl = pTl;
+    try {
+        m_Made.insert(pTl);
+    } catch (...) {
+        offer.library->Destroy(pTl);
+        throw;
+    }
+    m_Living.splice(m_Living.end(), made);
     return pTl;
 }
 
@@ -160,19 +184,28 @@ std::vector<TlRegistry::Offer> TlRegistry::CollectOffers(const std::vector<std::
             return info.IsDeviceClassAvailable() && HasDeviceClass(offer.info, info.GetDeviceClass());
         });
     };
+    std::set<std::string_view> usable; // names of files that were found and work
     for (const std::string& path : paths) {
+        if (usable.count(plugin::FileNameOf(path)) != 0) continue;
         const PluginLibrary* const pLibrary = Load(path, failures);
         if (!pLibrary) continue;
         try {
-            for (const CTlInfo& info : pLibrary->GetInfos()) {
+            for (const CTlInfo& info : InfosOf(path)) {
                 if (!isServed(info)) offers.push_back({info, pLibrary});
             }
+            usable.insert(plugin::FileNameOf(path));
         } catch (const GenICam::GenericException& e) {
             LogTrace(LogCategory(), kLogError, "%s", e.GetDescription());
             failures.push_back(e.GetDescription());
         }
     }
     return offers;
+}
+
+const TlInfoList& TlRegistry::InfosOf(const std::string& path) {
+    File& file = m_Files[path];
+    if (!IsDestroying(*file.library)) file.infos = file.library->GetInfos();
+    return file.infos;
 }
 
 const PluginLibrary* TlRegistry::Load(const std::string& path, Failures& failures) {

@@ -5,18 +5,23 @@
 
 #include "core/Lock.h"
 
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Tavix {
 
-/// Loads libraries and counts references. Its lock is held while entry functions of libraries run, which serialises
-/// them; it is not held while a transport layer works. Thread-safe.
+/// Loads libraries and counts references. Its lock is held while libraries are asked what they offer and make transport
+/// layers, which serialises these entry functions. It is held neither while a transport layer works nor while one is
+/// destroyed, because that may end threads which come back to the factory. Meanwhile its library is asked nothing: what
+/// it offers is known, and who wants it to make another one waits. Thread-safe.
 ///
 /// A transport layer counts its own references: one for its maker, one for each device. Its interface can only give
 /// references back, so the ones that are added by asking for it again are counted here and used up first. It is
@@ -42,7 +47,7 @@ public:
     std::vector<ITransportLayer*> AcquireLiving();
 
     /// Gives one reference back. Of a transport layer that was not made here only its own count is lowered. One that
-    /// was made here and has been destroyed is left alone, with a log line.
+    /// was made here and has been destroyed is left alone, with a log line. Throws nothing and needs no memory.
     void Release(const ITransportLayer* pTl);
 
 private:
@@ -51,6 +56,7 @@ private:
         std::string stamp;
         std::unique_ptr<PluginLibrary> library; // null after a failure
         std::string failure;
+        TlInfoList infos; // as the library told them last
     };
     struct Offer {
         CTlInfo info;
@@ -61,11 +67,16 @@ private:
         CTlInfo info;
         const PluginLibrary* library;    // borrowed
         std::uint64_t furtherReferences; // on top of those that it counts itself
+        std::thread::id destroyer;       // once it is in m_Dying
     };
+    using LivingList = std::list<Living>;
     using Failures = std::vector<std::string>;
     using Fits = std::function<bool(const CTlInfo& info)>;
 
     const PluginLibrary* Load(const std::string& path, Failures& failures) TAVIX_REQUIRES(m_Lock);
+    const TlInfoList& InfosOf(const std::string& path) TAVIX_REQUIRES(m_Lock);
+    bool IsDestroying(const PluginLibrary& library) const TAVIX_REQUIRES(m_Lock);
+    void Destroy(LivingList::iterator one) TAVIX_REQUIRES(m_Lock);
     std::vector<Offer> CollectOffers(const std::vector<std::string>& paths, Failures& failures) TAVIX_REQUIRES(m_Lock);
     ITransportLayer* AcquireLivingOne(const Fits& fits) TAVIX_REQUIRES(m_Lock);
     ITransportLayer* AcquireOffer(const std::vector<std::string>& paths, const Fits& fits) TAVIX_REQUIRES(m_Lock);
@@ -73,8 +84,10 @@ private:
 
     RecursiveLock m_Lock;
     std::map<std::string, File> m_Files TAVIX_GUARDED_BY(m_Lock); // by path
-    std::vector<Living> m_Living TAVIX_GUARDED_BY(m_Lock);
-    std::set<const ITransportLayer*> m_Destroyed TAVIX_GUARDED_BY(m_Lock); // by address, which another may get
+    LivingList m_Living TAVIX_GUARDED_BY(m_Lock);
+    LivingList m_Dying TAVIX_GUARDED_BY(m_Lock);                      // their libraries destroy them at this moment
+    std::set<const ITransportLayer*> m_Made TAVIX_GUARDED_BY(m_Lock); // all ever, by address, which another may get
+    std::condition_variable_any m_Destroyed;                          // m_Dying has lost one
 };
 
 } // namespace Tavix

@@ -59,7 +59,7 @@ VxStatus CreateBackends(BackendList& backends) {
     } else {
         Log(Tavix::kLogWarning, "The USB cannot be reached: %s", reason.c_str());
     }
-    const char* settings = std::getenv(kVirtualSwitch);
+    const char* settings = secure_getenv(kVirtualSwitch);
     if (settings != nullptr && *settings != '\0') {
         auto virtualBus = LoadVirtualBackend(settings);
         if (!virtualBus) return VX_E_BACKEND;

@@ -113,6 +113,7 @@ VxStatus EventEngine::Stop() {
     for (auto& slot : m_Slots)
         if (slot->transfer.backendData != nullptr) m_Session->Handle().Forget(slot->transfer);
     m_Slots.clear();
+    m_Ring.Drop();
     m_Session = nullptr;
     return status == VX_E_USB_NO_DEVICE ? VX_OK : status;
 }

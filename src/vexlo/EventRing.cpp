@@ -8,6 +8,7 @@
 namespace vexlo {
 
 void EventRing::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+    if (m_WaitObject && m_WaitObject != waitObject) Tavix::LowerWaitObject(*m_WaitObject);
     m_WaitObject = std::move(waitObject);
     UpdateWaitObject();
 }
@@ -15,9 +16,9 @@ void EventRing::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObj
 void EventRing::UpdateWaitObject() {
     if (!m_WaitObject) return;
     if (m_Count == 0 && m_End == VX_OK) {
-        Tavix::ResetWaitObject(*m_WaitObject);
+        Tavix::LowerWaitObject(*m_WaitObject);
     } else {
-        Tavix::SignalWaitObject(*m_WaitObject);
+        Tavix::RaiseWaitObject(*m_WaitObject);
     }
 }
 
@@ -91,6 +92,12 @@ void EventRing::End(VxStatus reason) {
     UpdateWaitObject();
 }
 
+void EventRing::Drop() {
+    m_Count = 0;
+    m_End = VX_OK;
+    UpdateWaitObject();
+}
+
 VxStatus EventRing::Take(void* buffer, unsigned long& size) {
     VxStatus status = VX_OK;
     if (m_Count != 0) {
@@ -109,7 +116,6 @@ VxStatus EventRing::Take(void* buffer, unsigned long& size) {
         m_End = VX_OK;
         size = 0;
     }
-    // A waiter may have consumed the signal while messages are left.
     UpdateWaitObject();
     return status;
 }

@@ -33,6 +33,8 @@ public:
     void CountFailure(VxStatus status);
     /// The channel has ended: told once, behind the messages that are there.
     void End(VxStatus reason);
+    /// What nobody took is dropped; the counts stay.
+    void Drop();
 
     /// Copies the oldest message out; see CVxEventStream::RetrieveEvent.
     [[nodiscard]] VxStatus Take(void* buffer, unsigned long& size);

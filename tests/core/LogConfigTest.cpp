@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -136,6 +137,27 @@ TEST_F(LogConfig, StaysSilentForAFolder) {
     const Outcome outcome = RunProbe("Probe.X", "threads", "/");
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_LE(CountOf("\n", outcome.output), 1u) << outcome.output;
+}
+
+TEST_F(LogConfig, DoesNotWaitForAPipe) {
+    ASSERT_EQ(mkfifo(PropertiesPath().c_str(), 0600), 0);
+    const Outcome outcome = RunProbe("Probe.X", "threads");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output, "TAVIX_LOG_CONFIG: cannot use '" + PropertiesPath() + "': it is no regular file\n");
+}
+
+TEST_F(LogConfig, RefusesAFileWithoutEnd) {
+    const Outcome outcome = RunProbe("Probe.X", "threads", "/dev/zero");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output, "TAVIX_LOG_CONFIG: cannot use '/dev/zero': it is no regular file\n");
+}
+
+TEST_F(LogConfig, RefusesAFileThatIsLargerThanAnyProperties) {
+    WriteProperties("rootCategory=INFO, A");
+    ASSERT_EQ(truncate(PropertiesPath().c_str(), (1 << 20) + 1), 0);
+    const Outcome outcome = RunProbe("Probe.X", "threads");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output, "TAVIX_LOG_CONFIG: cannot use '" + PropertiesPath() + "': it is larger than 1 MiB\n");
 }
 
 TEST_F(LogConfig, WritesWholeLinesOfManyThreads) {

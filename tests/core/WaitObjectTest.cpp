@@ -46,6 +46,8 @@ TEST(WaitObject, IsNotValidUnlessCreated) {
     const WaitObjectEx signaller;
     signaller.Signal();
     signaller.Reset();
+    signaller.Raise();
+    signaller.Lower();
     EXPECT_FALSE(signaller.Wait(0));
 }
 
@@ -162,6 +164,66 @@ TEST(WaitObject, IsReadableWhileSignalled) {
     EXPECT_TRUE(IsReadable(object.GetFd()));
     EXPECT_TRUE(object.Wait(0));
     EXPECT_FALSE(IsReadable(object.GetFd()));
+}
+
+TEST(WaitObject, IsHeldByItsLevelHoweverOftenSomebodyWaits) {
+    for (const bool manualReset : {false, true}) {
+        const WaitObjectEx object = WaitObjectEx::Create(manualReset);
+        object.Raise();
+        object.Raise(); // once is enough
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(object.Wait(kLong));
+            EXPECT_TRUE(IsReadable(object.GetFd()));
+        }
+        object.Lower();
+        EXPECT_FALSE(object.Wait(0));
+        EXPECT_FALSE(IsReadable(object.GetFd()));
+    }
+}
+
+TEST(WaitObject, LosesItsPulseToOneWaitWhileItsLevelIsUp) {
+    const WaitObjectEx object = WaitObjectEx::Create();
+    object.Raise();
+    object.Signal();
+    EXPECT_TRUE(object.Wait(0));
+    object.Lower();
+    EXPECT_FALSE(object.Wait(0));
+}
+
+TEST(WaitObject, KeepsThePulseThatNobodyConsumedWhenItsLevelGoes) {
+    for (const bool signalsFirst : {false, true}) {
+        const WaitObjectEx object = WaitObjectEx::Create();
+        if (signalsFirst) object.Signal();
+        object.Raise();
+        if (!signalsFirst) object.Signal();
+        object.Lower();
+        EXPECT_TRUE(object.Wait(0));
+        EXPECT_FALSE(object.Wait(0));
+        object.Lower(); // is down already
+        EXPECT_FALSE(object.Wait(0));
+    }
+}
+
+TEST(WaitObject, ForgetsOnlyThePulseOnReset) {
+    const WaitObjectEx object = WaitObjectEx::Create();
+    object.Signal();
+    object.Raise();
+    object.Reset();
+    EXPECT_TRUE(object.Wait(0));
+    object.Lower();
+    EXPECT_FALSE(object.Wait(0));
+}
+
+TEST(WaitObject, WakesAllThatWaitWithItsLevel) {
+    const WaitObjectEx object = WaitObjectEx::Create();
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 3; ++i)
+        waiters.emplace_back([&] { EXPECT_TRUE(object.Wait(WaitObject::waitForever)); });
+    RaiseWaitObject(*ShareWaitObject(object));
+    for (std::thread& waiter : waiters)
+        waiter.join();
+    LowerWaitObject(*ShareWaitObject(object));
+    EXPECT_FALSE(object.Wait(0));
 }
 
 TEST(WaitObject, ClosesItsDescriptorOnExec) {

@@ -179,3 +179,20 @@ TEST(WaitObjects, LosesNoSignalWhenWaitersRace) {
     first.join();
     second.join();
 }
+
+TEST(WaitObjects, SeeALevelAsASignalThatNobodyConsumes) {
+    const WaitObjectEx held = WaitObjectEx::Create(), pulsed = WaitObjectEx::Create();
+    WaitObjects objects;
+    objects.Add(held);
+    objects.Add(pulsed);
+    held.Raise();
+    EXPECT_FALSE(objects.WaitForAll(0));
+    pulsed.Signal();
+    EXPECT_TRUE(objects.WaitForAll(0));
+    EXPECT_FALSE(pulsed.Wait(0)) << "its pulse is consumed";
+    unsigned int index = 7;
+    EXPECT_TRUE(objects.WaitForAny(0, &index));
+    EXPECT_EQ(index, 0u);
+    held.Lower();
+    EXPECT_FALSE(objects.WaitForAny(0));
+}

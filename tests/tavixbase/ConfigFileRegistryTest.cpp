@@ -83,4 +83,13 @@ TEST(GlobalDeviceFilter, GivesThePreviousOneBack) {
     EXPECT_EQ(GetGlobalDeviceFilterInstance(), nullptr);
 }
 
+TEST(TextFile, RefusesMoreTextThanAnyDescriptionHas) {
+    const ScopedFolder folder;
+    const std::string path = folder.Write("large.xml", "x");
+    std::filesystem::resize_file(path, (std::uintmax_t{64} << 20) + 1);
+    EXPECT_THROW_PARTS(RuntimeException, textFileToString(path.c_str()), path, "more than the 67108864 bytes");
+    std::filesystem::resize_file(path, std::uintmax_t{64} << 20);
+    EXPECT_EQ(textFileToString(path.c_str()).size(), std::size_t{64} << 20);
+}
+
 } // namespace Tavix

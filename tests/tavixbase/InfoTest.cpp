@@ -78,8 +78,20 @@ TEST(Info, IsSubsetLooksAwayFromHiddenProperties) {
     device.SetModelName("m");
     pattern.SetModelName("m").SetPropertyValue("_sap", "100");
     EXPECT_TRUE(device.IsSubset(pattern));
+    pattern.SetPropertyValue("_BornFree", "1");
+    EXPECT_TRUE(device.IsSubset(pattern));
     pattern.SetModelName("other");
     EXPECT_FALSE(device.IsSubset(pattern));
+}
+
+TEST(Info, IsSubsetLooksAtAllOtherPropertiesWhateverTheirNames) {
+    CDeviceInfo device;
+    device.SetModelName("m");
+    for (const char* name : {"_Note", "_", "_sap2", "_bornfree"}) {
+        CDeviceInfo pattern;
+        pattern.SetPropertyValue(name, "1");
+        EXPECT_FALSE(device.IsSubset(pattern)) << name;
+    }
 }
 
 TEST(Info, ComparesByProperties) {

@@ -26,7 +26,9 @@ inline FakePluginControl& ControlOf(const char* plugin) {
 // a file of the same name that offers nothing keeps it out of the tests.
 class PluginFolder {
 public:
-    PluginFolder() : m_Variable("TAVIX_TL_PATH", m_Folder.Path()) {
+    /// Searched before all others, or behind one that exists already.
+    explicit PluginFolder(const PluginFolder* pFirst = nullptr)
+        : m_Variable("TAVIX_TL_PATH", (pFirst ? pFirst->m_Folder.Path() + ":" : "") + m_Folder.Path()) {
         ControlOf(kSilentPlugin).offersNothing = true;
         Add("libtavixusb-4.0.0.so", kSilentPlugin);
     }

@@ -47,12 +47,12 @@ TEST(PluginSearch, ListsFolderByFolderSortedByName) {
                                         second.Path("libtavixa-1.0.0.so")}));
 }
 
-TEST(PluginSearch, LetsTheFirstOfEqualNamesCount) {
+TEST(PluginSearch, ListsFilesOfEqualNamesOfEachFolder) {
     const ScopedFolder first, second;
     first.Write("libtavixa-1.0.0.so", "");
     second.Write("libtavixa-1.0.0.so", "");
-    EXPECT_EQ(FindPluginFiles({first.Path(), second.Path()}),
-              std::vector<std::string>{first.Path("libtavixa-1.0.0.so")});
+    EXPECT_EQ(FindPluginFiles({first.Path(), second.Path() + "/"}),
+              (std::vector<std::string>{first.Path("libtavixa-1.0.0.so"), second.Path("libtavixa-1.0.0.so")}));
 }
 
 } // namespace Tavix

@@ -73,6 +73,45 @@ TEST_F(TlFactoryConcurrency, CreatesAndDestroysDevicesOnManyThreads) {
     ExpectNothingLeft();
 }
 
+// As the thread that reports removals to the application, which asks for cameras, while the last device is given back.
+TEST_F(TlFactoryConcurrency, ServesAThreadThatADestructionWaitsFor) {
+    ITavixDevice* const pDevice = factory.CreateFirstDevice(CDeviceInfo().SetDeviceClass("FakeCam"));
+    fakeCam.onDestroy = [&] {
+        std::thread([&] {
+            TlInfoList tls;
+            EXPECT_EQ(factory.EnumerateTls(tls), 2);
+            ITavixDevice* const pOther = factory.CreateFirstDevice(CDeviceInfo().SetDeviceClass("OtherCam"));
+            factory.DestroyDevice(pOther);
+            factory.ReleaseTl(factory.CreateTl("OtherCam"));
+        }).join();
+    };
+    factory.DestroyDevice(pDevice);
+    ExpectNothingLeft();
+}
+
+TEST_F(TlFactoryConcurrency, MakesTheNextTransportLayerOnlyWhenTheLastIsDestroyed) {
+    std::thread maker;
+    std::atomic<bool> isMade{false};
+    fakeCam.onDestroy = [&] {
+        if (maker.joinable()) return;
+        maker = std::thread([&] {
+            factory.ReleaseTl(factory.CreateTl("FakeCam"));
+            isMade = true;
+        });
+        std::thread([&] {
+            TlInfoList tls;
+            for (int i = 0; i < 100; ++i)
+                EXPECT_EQ(factory.EnumerateTls(tls), 2);
+        }).join();
+        EXPECT_FALSE(isMade);
+    };
+    factory.ReleaseTl(factory.CreateTl("FakeCam"));
+    maker.join();
+    EXPECT_EQ(fakeCam.creations, 2);
+    EXPECT_EQ(fakeCam.destructions, 2);
+    EXPECT_EQ(fakeCam.overlaps, 0);
+}
+
 // Ends the process with a transport layer and a device alive, and with a static of the application that gives them back
 // even later.
 class AtExit {

@@ -2,6 +2,8 @@
 #include "LogRecorder.h"
 #include "PluginFolder.h"
 
+#include <sys/stat.h>
+
 namespace Tavix {
 namespace {
 
@@ -28,6 +30,35 @@ TEST_F(TlFactoryFailure, LogsALibraryThatIsNoneOnceWhenItIsMerelyFound) {
     EXPECT_EQ(CountTls(), 1);
     EXPECT_EQ(CountTls(), 1);
     EXPECT_EQ(log.Count(256, path), 1);
+}
+
+TEST_F(TlFactoryFailure, UsesTheWorkingLibraryBehindABrokenOneOfThatName) {
+    const std::string broken = folder.AddText("libtavixfakecam-1.0.0.so");
+    const PluginFolder second(&folder);
+    const std::string good = second.Add("libtavixfakecam-1.0.0.so", kFakeCamPlugin);
+    TlInfoList list;
+    ASSERT_EQ(factory.EnumerateTls(list), 1);
+    EXPECT_EQ(list.front().GetFileName(), good);
+    EXPECT_TRUE(log.HasLineWith(256, broken)) << "whoever put it there wants to know";
+    factory.ReleaseTl(factory.CreateTl("FakeCam"));
+    EXPECT_EQ(fakeCam.destructions, 1);
+}
+
+TEST_F(TlFactoryFailure, UsesTheWorkingLibraryBehindOneThatThrows) {
+    AddFakeCam();
+    const PluginFolder second(&folder);
+    second.Add("libtavixfakecam-1.0.0.so", kOtherCamPlugin);
+    fakeCam.failsInGetTLInfoList = FakeFailure::GenICam;
+    TlInfoList list;
+    ASSERT_EQ(factory.EnumerateTls(list), 1);
+    EXPECT_EQ(list.front().GetDeviceClass(), "OtherCam");
+}
+
+TEST_F(TlFactoryFailure, DoesNotWaitForAPipe) {
+    ASSERT_EQ(mkfifo(folder.Path("libtavixpipe-1.0.0.so").c_str(), 0600), 0);
+    AddFakeCam();
+    EXPECT_EQ(CountTls(), 1);
+    EXPECT_TRUE(log.HasLineWith(256, "libtavixpipe-1.0.0.so': not a regular file"));
 }
 
 TEST_F(TlFactoryFailure, NamesFileAndReasonOfALibraryThatIsNone) {

@@ -278,4 +278,15 @@ TEST_F(TlFactory, PassesTheFailureOnWhenNoTransportLayerWorks) {
     EXPECT_EQ(fakeCam.creations, fakeCam.destructions);
 }
 
+TEST_F(TlFactory, LetsTheFirstOfEqualFileNamesCount) {
+    const PluginFolder second(&folder);
+    second.Add("libtavixfakecam-1.0.0.so", kOtherCamPlugin);
+    TlInfoList list;
+    factory.EnumerateTls(list);
+    const auto isSecond = [&](const CTlInfo& info) {
+        return info.GetFileName() == second.Path("libtavixfakecam-1.0.0.so").c_str();
+    };
+    EXPECT_TRUE(std::none_of(list.begin(), list.end(), isSecond));
+}
+
 } // namespace Tavix

@@ -197,14 +197,13 @@ TEST_F(TransportLayerEnumeration, FindDeviceTakesTheFirstInDiscoveryOrderWhenAsk
 TEST_F(TransportLayerEnumeration, FindDeviceCarriesTheTwoHiddenPropertiesOver) {
     CDeviceInfo pattern, found;
     pattern.SetModelName("m2").SetPropertyValue("_BornFree", "1");
-    pattern.SetPropertyValue("_sap", "900").SetPropertyValue("_other", "x");
+    pattern.SetPropertyValue("_sap", "900");
     tl.FindDevice(pattern, found, false);
     gcstring value;
     EXPECT_TRUE(found.GetPropertyValue("_BornFree", value));
     EXPECT_EQ(value, "1");
     EXPECT_TRUE(found.GetPropertyValue("_sap", value));
     EXPECT_EQ(value, "900");
-    EXPECT_FALSE(found.GetPropertyAvailable("_other"));
     EXPECT_FALSE(found.IsUserProvided());
 }
 

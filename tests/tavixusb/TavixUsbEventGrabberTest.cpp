@@ -223,7 +223,14 @@ TEST_F(EventGrabber, DeliversAllPendingEventsWithoutWaiting) {
     EXPECT_FALSE(grabber().RetrieveEvent(result));
 }
 
-TEST_F(EventGrabber, DeliversToWhoWaitedAndSoConsumedTheSignal) {
+TEST_F(EventGrabber, AsksForNothingWhenItsWaitObjectIsNotSignalled) {
+    grabber().Open();
+    bus.ForgetCalls();
+    EXPECT_FALSE(grabber().RetrieveEvent(result));
+    EXPECT_THAT(bus.Calls(), testing::IsEmpty());
+}
+
+TEST_F(EventGrabber, DeliversToWhoHasWaited) {
     grabber().Open();
     for (unsigned char i = 0; i < 3; ++i)
         bus.PushEvent({i});

@@ -73,4 +73,18 @@ TEST_F(Ring, StartsWithoutLossesWhenItIsReset) {
     EXPECT_EQ(ring.GetCounts().failed, 0u);
 }
 
+TEST_F(Ring, HoldsItsWaitObjectSignalledWhileMessagesWait) {
+    const Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
+    ring.SetWaitObject(Tavix::ShareWaitObject(wait));
+    EXPECT_FALSE(wait.Wait(0));
+    Push(1);
+    EXPECT_TRUE(wait.Wait(0));
+    EXPECT_TRUE(wait.Wait(0)) << "waiting takes nothing";
+    EXPECT_EQ(Take(), 1);
+    EXPECT_FALSE(wait.Wait(0));
+    Push(2);
+    ring.SetWaitObject(nullptr);
+    EXPECT_FALSE(wait.Wait(0)) << "it is nobody's any more";
+}
+
 } // namespace

@@ -89,6 +89,15 @@ TEST_F(EventStream, StaysSignalledWhileMessagesArePending) {
     EXPECT_FALSE(wait.Wait(0)) << "none is left";
 }
 
+TEST_F(EventStream, IsNotSignalledForWhatWasPendingWhenItClosed) {
+    OpenEvents();
+    camera.Send(kEventIn, {Event(1, {})});
+    ASSERT_TRUE(camera.WaitFor([&] { return Total() == 1; }));
+    EXPECT_EQ(events->Close(), VX_OK);
+    EXPECT_FALSE(wait.Wait(0));
+    EXPECT_EQ(Take(message), VX_E_NO_DATA);
+}
+
 TEST_F(EventStream, TakesAMessageWithSeveralEventsApart) {
     OpenEvents();
     camera.Send(kEventIn, {Hex("55335645 0000 000C 1E00 0700 0E00 0190 0100000000000000 AABB"

@@ -9,7 +9,7 @@ inline unsigned int CTransportLayerBase::LogCategory() {
 }
 
 inline CTransportLayerBase::CTransportLayerBase() : m_pCreatedDevices(std::make_unique<CreatedDevices>()) {
-    if (const char* enabledTl = std::getenv("TAVIX_USE_TL")) m_EnabledTl = enabledTl;
+    if (const char* enabledTl = secure_getenv("TAVIX_USE_TL")) m_EnabledTl = enabledTl;
     m_pParameters = CreateDefaultTransportLayerParams();
 }
 

@@ -16,8 +16,14 @@ CVxStream::GrabResult EmptyResult(VxStatus status) {
 
 void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
     Guard guard(m_Mutex);
+    if (m_WaitObject && m_WaitObject != waitObject) Tavix::LowerWaitObject(*m_WaitObject);
     m_WaitObject = std::move(waitObject);
-    if (m_WaitObject && !m_Completed.empty()) Tavix::SignalWaitObject(*m_WaitObject);
+    UpdateWaitObjectLocked();
+}
+
+void BufferPool::UpdateWaitObjectLocked() {
+    if (m_WaitObject)
+        m_Completed.empty() ? Tavix::LowerWaitObject(*m_WaitObject) : Tavix::RaiseWaitObject(*m_WaitObject);
 }
 
 void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
@@ -52,7 +58,7 @@ void BufferPool::Clear() {
     m_Queued.clear();
     m_Completed.clear();
     m_Buffers.clear();
-    if (m_WaitObject) Tavix::ResetWaitObject(*m_WaitObject);
+    UpdateWaitObjectLocked();
 }
 
 BufferHandle_s* BufferPool::Find(BufferHandle_s* handle) const {
@@ -90,7 +96,7 @@ VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
     // A result that nobody took goes with its buffer: its handle would mean nothing any more.
     for (auto it = m_Completed.begin(); it != m_Completed.end();)
         it = it->Handle == buffer ? m_Completed.erase(it) : it + 1;
-    if (m_Completed.empty() && m_WaitObject) Tavix::ResetWaitObject(*m_WaitObject);
+    UpdateWaitObjectLocked();
     if (data) *data = buffer->data;
     m_Buffers.erase(handle);
     return VX_OK;
@@ -124,9 +130,7 @@ VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left
     m_Completed.pop_front();
     result->Handle->state = State::Idle;
     if (left) *left = m_Completed.size();
-    // The caller may have consumed the signal for all that wait.
-    if (m_WaitObject)
-        m_Completed.empty() ? Tavix::ResetWaitObject(*m_WaitObject) : Tavix::SignalWaitObject(*m_WaitObject);
+    UpdateWaitObjectLocked();
     return VX_OK;
 }
 
@@ -160,7 +164,7 @@ void BufferPool::CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult re
     result.Context = buffer->context;
     buffer->state = State::Completed;
     m_Completed.push_back(result);
-    if (m_WaitObject) Tavix::SignalWaitObject(*m_WaitObject);
+    UpdateWaitObjectLocked();
 }
 
 void BufferPool::CompleteQueued(VxStatus status) {

@@ -67,6 +67,7 @@ public:
     void CompleteQueued(VxStatus status);
 
 private:
+    void UpdateWaitObjectLocked();
     void CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult result);
     void CompleteQueuedLocked(VxStatus status);
     BufferHandle_s* Find(BufferHandle_s* handle) const;

@@ -89,6 +89,7 @@ Tavix::ITransportLayer* Create(const Tavix::CTlInfo& info) {
 void Destroy(Tavix::ITransportLayer* pTl) {
     const Tavix::EntryGuard guard;
     if (pTl != Tavix::g_pLiving) return;
+    Tavix::g_Control.onDestroy();
     delete Tavix::g_pLiving;
     Tavix::g_pLiving = nullptr;
     ++Tavix::g_Control.destructions;

@@ -2,6 +2,7 @@
 // What a test tells a fake plug-in, and what the plug-in tells the test.
 
 #include <atomic>
+#include <functional>
 #include <initializer_list>
 
 namespace Tavix {
@@ -18,6 +19,8 @@ struct FakePluginControl {
     std::atomic<bool> createsNull{false};
     std::atomic<int> attachedDevices{1};
 
+    std::function<void()> onDestroy = [] {}; // set while nobody uses the plug-in
+
     std::atomic<int> creations{0};
     std::atomic<int> destructions{0};
     std::atomic<int> discoveries{0};
@@ -29,6 +32,7 @@ struct FakePluginControl {
             *pFailure = FakeFailure::None;
         }
         offersNothing = createsNull = false;
+        onDestroy = [] {};
         attachedDevices = 1;
         creations = destructions = discoveries = overlaps = 0;
     }

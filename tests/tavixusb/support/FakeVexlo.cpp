@@ -126,20 +126,20 @@ VxStatus FakeVexlo::Write(Properties& properties, unsigned int id, const void* b
     return VX_OK;
 }
 
-void FakeVexlo::StreamState::Signal() const {
-    if (waitObject) Tavix::SignalWaitObject(*waitObject);
+void FakeVexlo::StreamState::Announce(bool isPending) const {
+    if (waitObject) isPending ? Tavix::RaiseWaitObject(*waitObject) : Tavix::LowerWaitObject(*waitObject);
 }
 
 void FakeVexlo::PushResult(const vexlo::CVxStream::GrabResult& result) {
     const Lock guard(lock);
     results.push_back(result);
-    stream.Signal();
+    stream.Announce(/*isPending=*/true);
 }
 
 void FakeVexlo::PushEvent(const Bytes& event) {
     const Lock guard(lock);
     events.push_back(event);
-    eventStream.Signal();
+    eventStream.Announce(/*isPending=*/true);
 }
 
 namespace vexlo {

@@ -95,7 +95,8 @@ public:
         std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject;
         bool open = false;
         bool prepared = false;
-        void Signal() const;
+        /// Signalled while something is pending.
+        void Announce(bool isPending) const;
     };
     class Call;
     vexlo::VxStatus Read(const Properties& properties, unsigned int id, void* buffer, unsigned long size) const;

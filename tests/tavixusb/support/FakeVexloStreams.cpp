@@ -107,7 +107,7 @@ VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
     if (Bus().results.empty()) return VX_E_NO_DATA;
     *result = Bus().results.front();
     Bus().results.pop_front();
-    if (!Bus().results.empty()) Bus().stream.Signal();
+    Bus().stream.Announce(!Bus().results.empty());
     if (pCount) *pCount = Bus().results.size();
     return VX_OK;
 }
@@ -145,6 +145,7 @@ bool CVxEventStream::IsOpen() const {
 VxStatus CVxEventStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
     const Call call("Events.RegisterWaitObject");
     if (call) Bus().eventStream.waitObject = Tavix::ShareWaitObject(waitObject);
+    Bus().eventStream.Announce(!Bus().events.empty());
     return call.status;
 }
 
@@ -159,7 +160,7 @@ VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsig
     Bus().events.pop_front();
     std::memcpy(buffer, event.data(), event.size());
     *pSize = event.size();
-    if (!Bus().events.empty()) Bus().eventStream.Signal();
+    Bus().eventStream.Announce(!Bus().events.empty());
     if (pPending) *pPending = Bus().events.size();
     return VX_OK;
 }

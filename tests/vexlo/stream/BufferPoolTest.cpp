@@ -139,7 +139,8 @@ TEST_F(BufferPoolTest, SignalsUntilTheLastResultIsTaken) {
     for (int i = 0; i < 3; ++i)
         pool.Complete(pool.Take(), EmptyResult(VX_OK));
     for (unsigned long expected : {2ul, 1ul, 0ul}) {
-        EXPECT_TRUE(IsSignalled()); // consumes the signal of all three
+        EXPECT_TRUE(IsSignalled());
+        EXPECT_TRUE(IsSignalled()) << "waiting takes nothing";
         EXPECT_EQ(Retrieve(), VX_OK);
         EXPECT_EQ(left, expected);
     }
@@ -164,6 +165,14 @@ TEST_F(BufferPoolTest, SignalsAWaitObjectThatComesLater) {
     EXPECT_FALSE(IsSignalled());
     pool.SetWaitObject(Tavix::ShareWaitObject(wait));
     EXPECT_TRUE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, LeavesAWaitObjectThatItGivesUpUnsignalled) {
+    Start();
+    Queued(0);
+    pool.CompleteQueued(VX_OK);
+    pool.SetWaitObject(nullptr);
+    EXPECT_FALSE(IsSignalled());
 }
 
 TEST_F(BufferPoolTest, KeepsAShareOfTheWaitObject) {
