@@ -18,6 +18,11 @@ RegisterIndex& NodeHost::Registers() {
     return *m_pRegisters;
 }
 
+void NodeHost::NoteMove(RegisterNode& node, const RegisterPlace& from, const RegisterPlace& to) {
+    m_Lock.AssertHeld();
+    if (m_pRegisters) m_pRegisters->Move(node, from, to);
+}
+
 void NodeHost::SetAllInvalid() {
     m_Lock.AssertHeld();
     for (NodeState& state : m_States)

@@ -17,6 +17,8 @@ namespace genapi {
 class ChangeFrame;
 class Node;
 class RegisterIndex;
+class RegisterNode;
+struct RegisterPlace;
 class WriteOperation;
 
 // The ground that nodes stand on. All but identity, names and links is guarded by Lock: where a node asks the host, an
@@ -43,6 +45,8 @@ public:
     // Null for kNoNode.
     Node* NodeAt(NodeIndex index) const { return index == kNoNode ? nullptr : m_Nodes[index]; }
     RegisterIndex& Registers();
+    // A register of computed place lies elsewhere now.
+    void NoteMove(RegisterNode& node, const RegisterPlace& from, const RegisterPlace& to);
     // Made when first asked for. Lock held.
     const DependencyGraph& Parents();
     const DependencyGraph& Selecting();  // by pSelected

@@ -4,17 +4,29 @@
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 
 namespace genapi {
 
 namespace {
 
-constexpr uint64_t kLongest = 64;
+uint64_t LengthOf(const RegisterPlace& place) {
+    return static_cast<uint64_t>(std::max<int64_t>(place.length, 1));
+}
+
+// Lengths up to 1, 2, 4, 8 and so on.
+unsigned ClassOf(uint64_t length) {
+    return length <= 1 ? 0 : std::min(64 - static_cast<unsigned>(__builtin_clzll(length - 1)), 63u);
+}
+
+bool Overlap(const RegisterPlace& a, const RegisterPlace& b) {
+    const auto first = static_cast<uint64_t>(a.address);
+    const auto second = static_cast<uint64_t>(b.address);
+    return first <= second ? second - first < LengthOf(a) : first - second < LengthOf(b);
+}
 
 } // namespace
 
-std::size_t RegisterIndex::KeyHash::operator()(const Key& key) const {
+std::size_t RegisterIndex::PatternHash::operator()(const PatternKey& key) const {
     return std::hash<const void*>()(key.first) ^ (std::hash<int64_t>()(key.second) * 0x9E3779B97F4A7C15u);
 }
 
@@ -22,62 +34,64 @@ RegisterIndex::RegisterIndex(const std::vector<Node*>& nodes) {
     for (Node* const pNode : nodes) {
         RegisterNode* const pRegister = pNode->AsRegister();
         if (!pRegister || !pRegister->Port()) continue;
-        if (!pRegister->HasConstantPlace()) {
-            m_BySpelling[pRegister->PlaceSpelling()].push_back(pRegister);
-            continue;
-        }
-        const uint64_t length = static_cast<uint64_t>(std::max<int64_t>(pRegister->ConstantLength(), 1));
-        std::vector<Place>& places = length <= kLongest ? m_Short : m_Long;
-        places.push_back({pRegister->Port(), static_cast<uint64_t>(pRegister->ConstantAddress()), length, pRegister});
+        if (!pRegister->HasConstantPlace()) m_BySpelling[pRegister->PlaceSpelling()].push_back(pRegister);
+        Move(*pRegister, {}, pRegister->LastPlace());
     }
-    const auto isBefore = [](const Place& a, const Place& b) {
-        return a.pPort != b.pPort ? std::less<const PortNode*>()(a.pPort, b.pPort) : a.first < b.first;
-    };
-    std::sort(m_Short.begin(), m_Short.end(), isBefore);
-    std::sort(m_Long.begin(), m_Long.end(), isBefore);
 }
 
-std::vector<RegisterNode*> RegisterIndex::Overlapping(const RegisterNode& changed) const {
-    std::vector<RegisterNode*> found;
-    if (!changed.HasConstantPlace()) {
-        const auto same = m_BySpelling.find(changed.PlaceSpelling());
-        if (same == m_BySpelling.end()) return found;
-        for (RegisterNode* const pNode : same->second) {
-            if (pNode != &changed) found.push_back(pNode);
-        }
-        return found;
+RegisterIndex::Key RegisterIndex::KeyOf(const RegisterPlace& place) {
+    return {place.pPort, ClassOf(LengthOf(place)), static_cast<uint64_t>(place.address)};
+}
+
+RegisterIndex::Places::iterator RegisterIndex::Find(const RegisterPlace& place, const RegisterNode& node) {
+    const auto [first, last] = m_Places.equal_range(KeyOf(place));
+    const auto found = std::find_if(first, last, [&node](const auto& entry) { return entry.second == &node; });
+    return found == last ? m_Places.end() : found;
+}
+
+void RegisterIndex::Move(RegisterNode& node, const RegisterPlace& from, const RegisterPlace& to) {
+    const auto old = from.pPort ? Find(from, node) : m_Places.end();
+    if (to.pPort) {
+        m_Places.emplace(KeyOf(to), &node); // first: nothing has changed when memory runs out
+        m_Classes |= uint64_t{1} << ClassOf(LengthOf(to));
     }
-    AddOverlapping(m_Short, kLongest, changed, found);
-    AddOverlapping(m_Long, std::numeric_limits<uint64_t>::max(), changed, found);
+    if (old != m_Places.end()) m_Places.erase(old);
+}
+
+std::vector<RegisterNode*> RegisterIndex::Overlapping(const RegisterNode& changed, const RegisterPlace& written) const {
+    std::vector<RegisterNode*> found;
+    const auto first = static_cast<uint64_t>(written.address);
+    const uint64_t last = first + (LengthOf(written) - 1);
+    for (unsigned level = 0; level < 64; ++level) {
+        if ((m_Classes >> level & 1u) == 0) continue;
+        const uint64_t reach = uint64_t{1} << level;
+        const Key from{written.pPort, level, first > reach ? first - reach : 0};
+        const Key to{written.pPort, level, last < first ? UINT64_MAX : last};
+        const auto end = m_Places.upper_bound(to);
+        for (auto place = m_Places.lower_bound(from); place != end; ++place) {
+            RegisterNode* const pNode = place->second;
+            if (pNode != &changed && Overlap(pNode->LastPlace(), written)) found.push_back(pNode);
+        }
+    }
+    if (changed.HasConstantPlace()) return found;
+    // What is spelt alike may not have been read yet, and still depends on what depends on this one.
+    const auto alike = m_BySpelling.find(changed.PlaceSpelling());
+    if (alike == m_BySpelling.end()) return found;
+    for (RegisterNode* const pNode : alike->second) {
+        const bool isNew = pNode != &changed && !(pNode->LastPlace().pPort && Overlap(pNode->LastPlace(), written));
+        if (isNew) found.push_back(pNode);
+    }
     return found;
 }
 
-void RegisterIndex::AddOverlapping(const std::vector<Place>& places, uint64_t longest, const RegisterNode& changed,
-                                   std::vector<RegisterNode*>& found) const {
-    const uint64_t first = static_cast<uint64_t>(changed.ConstantAddress());
-    const uint64_t length = static_cast<uint64_t>(std::max<int64_t>(changed.ConstantLength(), 1));
-    const uint64_t from = first > longest ? first - longest : 0;
-    const PortNode* const pPort = changed.Port();
-    auto place = std::lower_bound(places.begin(), places.end(), from, [pPort](const Place& candidate, uint64_t value) {
-        if (candidate.pPort != pPort) return std::less<const PortNode*>()(candidate.pPort, pPort);
-        return candidate.first < value;
-    });
-    for (; place != places.end() && place->pPort == pPort; ++place) {
-        const bool isBehind = place->first >= first && place->first - first >= length;
-        if (isBehind) break;
-        const bool isBefore = place->first < first && first - place->first >= place->length;
-        if (!isBefore && place->pNode != &changed) found.push_back(place->pNode);
-    }
-}
-
-const std::vector<uint8_t>& RegisterIndex::Pattern(const PortNode* pPort, int64_t address) const {
+const std::vector<uint8_t>& RegisterIndex::Pattern(const RegisterPlace& place) const {
     static const std::vector<uint8_t> kNone;
-    const auto found = m_Patterns.find({pPort, address});
+    const auto found = m_Patterns.find({place.pPort, place.address});
     return found == m_Patterns.end() ? kNone : found->second;
 }
 
-void RegisterIndex::SetPattern(const PortNode* pPort, int64_t address, const uint8_t* pBytes, std::size_t length) {
-    m_Patterns[{pPort, address}].assign(pBytes, pBytes + length);
+void RegisterIndex::SetPattern(const RegisterPlace& place, const uint8_t* pBytes) {
+    m_Patterns[{place.pPort, place.address}].assign(pBytes, pBytes + place.length);
 }
 
 } // namespace genapi

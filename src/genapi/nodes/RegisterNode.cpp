@@ -4,7 +4,6 @@
 #include "genapi/formula/FormulaArithmetic.h"
 #include "genapi/nodes/Operation.h"
 #include "genapi/nodes/PortNode.h"
-#include "genapi/nodes/RegisterIndex.h"
 #include "genapi/nodes/TextForms.h"
 #include "genapi/nodes/Throw.h"
 
@@ -78,22 +77,30 @@ bool RegisterNode::IsOwnCacheValid() {
     return m_CachingMode != GenApi::NoCache && Host().IsValid(Index());
 }
 
-uint8_t* RegisterNode::Room(int64_t length) {
+RegisterPlace RegisterNode::LastPlace() const {
+    if (HasConstantPlace()) return {m_pPort, m_Address.ConstantPart(), m_Length};
+    if (m_CachedLength < 0) return {};
+    return {m_pPort, m_CachedAddress, m_CachedLength};
+}
+
+uint8_t* RegisterNode::Room(int64_t address, int64_t length) {
+    const bool isShort = length <= static_cast<int64_t>(sizeof m_Short);
+    if (!isShort) m_Bytes.resize(static_cast<std::size_t>(length));
+    const RegisterPlace place{m_pPort, address, length};
+    if (!HasConstantPlace() && !(LastPlace() == place)) Host().NoteMove(*this, LastPlace(), place);
+    m_CachedAddress = address;
     m_CachedLength = length;
-    if (length <= static_cast<int64_t>(sizeof m_Short)) return m_Short;
-    m_Bytes.resize(static_cast<std::size_t>(length));
-    return m_Bytes.data();
+    return isShort ? m_Short : m_Bytes.data();
 }
 
 const uint8_t* RegisterNode::Fetch(int64_t length, bool ignoreCache) {
     if (!m_pPort) ThrowAccess(*this, "GetValue", "The register has no port.");
-    const int64_t address = m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
+    const int64_t address = AddressFor(length);
     const bool isHit = Host().IsValid(Index()) && m_CachedAddress == address && m_CachedLength == length;
     if (isHit && !ignoreCache) return length <= static_cast<int64_t>(sizeof m_Short) ? m_Short : m_Bytes.data();
     Host().SetInvalid(Index());
-    uint8_t* const pRoom = Room(length);
+    uint8_t* const pRoom = Room(address, length);
     m_pPort->ReadBytes(pRoom, address, length);
-    m_CachedAddress = address;
     if (m_CachingMode != GenApi::NoCache) Host().SetValid(Index());
     return pRoom;
 }
@@ -101,52 +108,48 @@ const uint8_t* RegisterNode::Fetch(int64_t length, bool ignoreCache) {
 void RegisterNode::Store(const uint8_t* pBytes, int64_t length) {
     if (!m_pPort) ThrowAccess(*this, "SetValue", "The register has no port.");
     WriteOperation::NotePassed(Host(), Index());
-    const int64_t address = m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
-    m_pPort->WriteBytes(pBytes, address, length);
+    const RegisterPlace place{m_pPort, AddressFor(length), length};
+    m_pPort->WriteBytes(pBytes, place.address, length);
     Host().SetInvalid(Index());
-    DropOverlapping();
-    if (m_AccessMode == GenApi::WO) {
-        Host().Registers().SetPattern(m_pPort, address, pBytes, static_cast<std::size_t>(length));
-    }
+    DropOverlapping(place);
+    if (m_AccessMode == GenApi::WO) Host().Registers().SetPattern(place, pBytes);
     if (m_CachingMode == GenApi::WriteThrough) {
         // pBytes may lie in the cache itself.
-        std::memmove(Room(length), pBytes, static_cast<std::size_t>(length));
-        m_CachedAddress = address;
+        std::memmove(Room(place.address, length), pBytes, static_cast<std::size_t>(length));
         Host().SetValid(Index());
     }
     WriteOperation::NoteTerminal(Host(), Index());
 }
 
-void RegisterNode::DropOverlapping() {
-    for (RegisterNode* const pOther : Host().Registers().Overlapping(*this)) {
+void RegisterNode::DropOverlapping(const RegisterPlace& written) {
+    for (RegisterNode* const pOther : Host().Registers().Overlapping(*this, written)) {
         Host().SetInvalid(pOther->Index());
         WriteOperation::NotePassed(Host(), pOther->Index());
     }
 }
 
 // Whether another node may read all bytes of the register; only its own field is write-only then.
-bool RegisterNode::IsReadableElsewhere(int64_t length) {
-    for (RegisterNode* const pOther : Host().Registers().Overlapping(*this)) {
+bool RegisterNode::IsReadableElsewhere(const RegisterPlace& place) {
+    for (RegisterNode* const pOther : Host().Registers().Overlapping(*this, place)) {
         if (pOther->m_AccessMode == GenApi::WO) continue;
-        if (!HasConstantPlace()) {
-            if (pOther->m_pLength == m_pLength && pOther->m_Length >= m_Length) return true;
-            continue;
-        }
-        const int64_t ahead = arithmetic::WrapSubtract(ConstantAddress(), pOther->ConstantAddress());
-        if (ahead >= 0 && ahead <= pOther->ConstantLength() - length) return true;
+        const bool isAlike = !HasConstantPlace() && !pOther->HasConstantPlace() && pOther->m_pLength == m_pLength;
+        if (isAlike && pOther->m_Length >= m_Length && pOther->PlaceSpelling() == PlaceSpelling()) return true;
+        const RegisterPlace other = pOther->LastPlace();
+        const int64_t ahead = arithmetic::WrapSubtract(place.address, other.address);
+        if (ahead >= 0 && ahead <= other.length - place.length) return true;
     }
     return false;
 }
 
 std::vector<uint8_t> RegisterNode::FetchForChange(int64_t length) {
     std::vector<uint8_t> bytes(static_cast<std::size_t>(length), 0);
-    const int64_t address = m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
-    if (m_AccessMode != GenApi::WO || IsReadableElsewhere(length)) {
+    const RegisterPlace place{m_pPort, AddressFor(length), length};
+    if (m_AccessMode != GenApi::WO || IsReadableElsewhere(place)) {
         // Another node, or the device itself, may have changed the other bits since they were cached.
-        m_pPort->ReadBytes(bytes.data(), address, length);
+        m_pPort->ReadBytes(bytes.data(), place.address, length);
         return bytes;
     }
-    const std::vector<uint8_t>& pattern = Host().Registers().Pattern(m_pPort, address);
+    const std::vector<uint8_t>& pattern = Host().Registers().Pattern(place);
     std::copy_n(pattern.begin(), std::min(pattern.size(), bytes.size()), bytes.begin());
     return bytes;
 }

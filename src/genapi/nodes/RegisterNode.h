@@ -2,6 +2,7 @@
 // The node type Register, and the base of all registers with a value of their own.
 
 #include "genapi/nodes/AddressTerms.h"
+#include "genapi/nodes/RegisterIndex.h"
 #include "genapi/nodes/ValueNode.h"
 
 #include <GenApi/IRegister.h>
@@ -27,10 +28,11 @@ public:
     // The place, lock held.
     PortNode* Port() const { return m_pPort; }
     int64_t Length();
-    int64_t Address() { return m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(Length()); }
+    int64_t Address() { return AddressFor(Length()); }
     bool HasConstantPlace() const { return m_Address.IsConstant() && !m_pLength; }
-    int64_t ConstantAddress() const { return m_Address.ConstantPart(); }
-    int64_t ConstantLength() const { return m_Length; }
+    // Where the register lies; of a computed place where it lay when it was read or written last, without a port
+    // before.
+    RegisterPlace LastPlace() const;
     // Equal for registers whose variable place is described alike.
     std::string PlaceSpelling() const;
 
@@ -53,9 +55,13 @@ protected:
     void DoWriteText(std::string_view text, bool verify) override;
 
 private:
-    uint8_t* Room(int64_t length);
-    void DropOverlapping();
-    bool IsReadableElsewhere(int64_t length);
+    int64_t AddressFor(int64_t length) const {
+        return m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
+    }
+    // Where the cache keeps what lies there.
+    uint8_t* Room(int64_t address, int64_t length);
+    void DropOverlapping(const RegisterPlace& written);
+    bool IsReadableElsewhere(const RegisterPlace& place);
 
     AddressTerms m_Address;
     PortNode* m_pPort = nullptr;
