@@ -24,7 +24,10 @@ public:
     virtual void AttachBuffer(uint8_t* pBuffer, int64_t BufferLength,
                               AttachStatistics_t* pAttachStatistics = nullptr) = 0;
 
-    /// All chunk features become NA.
+    /// AttachBuffer as one change of the node map: callbacks of nodes wait until all ports have their chunks, and each
+    /// is called once however many ports it hears of. What callbacks throw passes through; the buffer is attached then.
+    void AttachAtOnce(uint8_t* pBuffer, int64_t BufferLength, AttachStatistics_t* pAttachStatistics = nullptr);
+    /// All chunk features become NA. This and the two below are one change of the node map, too.
     void DetachBuffer();
     /// Another buffer of the same layout.
     void UpdateBuffer(uint8_t* pBuffer);

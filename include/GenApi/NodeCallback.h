@@ -8,6 +8,10 @@
 
 namespace GenApi {
 
+/// Each change of a map - a write, an event, a buffer of chunks, a poll - calls a callback once at most, however many
+/// of the nodes that it depends on have changed. What it throws reaches whoever made the change, and the callbacks
+/// behind it are left out.
+///
 /// Made on the heap and handed to its node, which destroys it unless it is deregistered before. Its handle is its
 /// address. thread-safe once registered
 class CNodeCallback {
@@ -63,7 +67,11 @@ private:
     Member m_Member;
 };
 
-/// Inside-lock callbacks run in the writing thread under the map's lock, outside-lock ones after its release.
+/// Inside-lock callbacks run in the changing thread under the map's lock. One may read and write nodes of its own map,
+/// register and deregister callbacks, and take locks of the application that nobody holds while he touches the map. It
+/// must not wait for another thread, nor call a device or a grabber of the transport layer: those take their own locks
+/// first and the map's afterwards, so that both would wait for ever. Outside-lock callbacks run in the same thread
+/// after the lock's release and may call everything.
 template<class Function>
 CallbackHandleType Register(INode* pNode, Function function, ECallbackType callbackType = cbPostInsideLock) {
     return pNode->RegisterCallback(new Function_NodeCallback<Function>(pNode, std::move(function), callbackType));

@@ -18,15 +18,23 @@
 
 namespace GenApi {
 
+/// What the calling thread looked for last without finding it: "'Misspelt' is unknown", "'Gain' does not offer this
+/// interface"; empty when it has found all. Thread-safe.
+GenICam::gcstring LastMiss();
+/// Remembers that the node does not offer an interface; null is nothing to remember. Thread-safe.
+void NoteMiss(const IBase* pNode);
+inline void NoteMiss(const INodeMap*) {}
+
 /// Owns nothing. A pointer that does not offer T leaves it empty; using it empty through ->, * or () throws
 /// LogicalErrorException. bound to a thread
 template<class T, class B = IBase>
 class CPointer {
 public:
     CPointer() = default;
-    CPointer(B* pB) : m_pT(dynamic_cast<T*>(pB)) {}
+    CPointer(B* pB) { *this = pB; }
     CPointer& operator=(B* pB) {
         m_pT = dynamic_cast<T*>(pB);
+        if (!m_pT && pB) NoteMiss(pB);
         return *this;
     }
 
@@ -45,10 +53,14 @@ public:
 
 private:
     T* Checked() const {
-        if (!m_pT) {
-            throw GenICam::LogicalErrorException("NULL pointer dereferenced", __FILE__, __LINE__);
-        }
+        if (!m_pT) ThrowEmpty();
         return m_pT;
+    }
+    // The pointer itself has no name; what was missed last is most likely what it should have pointed to.
+    [[noreturn]] static void ThrowEmpty() {
+        const GenICam::gcstring miss = LastMiss();
+        const GenICam::gcstring text = miss.empty() ? miss : ". What was looked for last: " + miss;
+        throw GenICam::LogicalErrorException(("NULL pointer dereferenced" + text).c_str(), __FILE__, __LINE__);
     }
 
     T* m_pT = nullptr;

@@ -19,7 +19,7 @@ CChunkParser::CChunkParser(GenApi::CChunkAdapter* pAdapter) : m_pAdapter(pAdapte
 CChunkParser::~CChunkParser() = default;
 
 void CChunkParser::AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics) {
-    m_pAdapter->AttachBuffer(AsBytes(pBuffer), length, pStatistics);
+    m_pAdapter->AttachAtOnce(AsBytes(pBuffer), length, pStatistics);
     m_pBuffer = pBuffer;
     m_BufferLength = length;
     m_IsBufferAttached = true;

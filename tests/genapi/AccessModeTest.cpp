@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <thread>
+
 using namespace GenApi;
 using genapi_test::Property;
 using genapi_test::TestMap;
@@ -222,7 +225,7 @@ TEST(Exceptions, NameTheNodeAndTheOperation) {
         map.Integer("I").SetValue(1);
         FAIL() << "the write succeeded";
     } catch (const GenICam::AccessException& exception) {
-        EXPECT_STREQ(exception.GetDescription(), "Node is not writable.");
+        EXPECT_STREQ(exception.GetDescription(), "'I' is not writable.");
         EXPECT_NE(std::string(exception.what()).find("thrown in node 'I' while calling 'I.SetValue()'"),
                   std::string::npos)
             << exception.what();
@@ -239,4 +242,47 @@ TEST(Exceptions, TellWhereTheyWereThrown) {
         EXPECT_STREQ(exception.GetSourceFileName(), "NodeFault.cpp");
         EXPECT_GT(exception.GetSourceLine(), 0u);
     }
+}
+
+TEST(AccessMode, OfACategoryIsToldThoughAMemberCannotBeAsked) {
+    TestMap map;
+    map.Add("IntSwissKnife", "Broken", {{"Formula", "1 / 0", ""}});
+    map.Add("Integer", "Bad", {{"Value", "0", ""}, {"pIsAvailable", "Broken", ""}});
+    map.Add("Integer", "Good", {{"Value", "0", ""}});
+    map.Add("Category", "Both", {{"pFeature", "Bad", ""}, {"pFeature", "Good", ""}});
+    map.Add("Category", "Alone", {{"pFeature", "Bad", ""}});
+    map.Add("Category", "Root", {{"pFeature", "Alone", ""}, {"pFeature", "Both", ""}}).Ready();
+    EXPECT_THROW(map.Node("Bad").GetAccessMode(), GenICam::RuntimeException);
+    EXPECT_EQ(map.Node("Both").GetAccessMode(), RO);
+    EXPECT_EQ(map.Node("Alone").GetAccessMode(), NA);
+    EXPECT_EQ(map.Node("Root").GetAccessMode(), RO);
+}
+
+TEST(Exceptions, NameTheLimitWithAsFewDigitsAsItHas) {
+    TestMap map;
+    map.Add("Float", "F", {{"Value", "0.5", ""}, {"Min", "0.1", ""}, {"Max", "0.7", ""}}).Ready();
+    try {
+        map.As<IFloat>("F").SetValue(0.05);
+        FAIL() << "the write succeeded";
+    } catch (const GenICam::OutOfRangeException& exception) {
+        EXPECT_STREQ(exception.GetDescription(), "Value 0.05 must be greater than or equal to Min 0.1.");
+    }
+}
+
+TEST(Exceptions, OfAnEmptyPointerNameWhatWasLookedForLast) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}}).Ready();
+    const auto textOf = [](const auto& pointer) {
+        try {
+            static_cast<void>(pointer->GetNode());
+        } catch (const GenICam::LogicalErrorException& exception) {
+            return std::string(exception.GetDescription());
+        }
+        return std::string("no error");
+    };
+    const CIntegerPtr misspelt(map.GetNode("Wdith"));
+    EXPECT_EQ(textOf(misspelt), "NULL pointer dereferenced. What was looked for last: 'Wdith' is unknown");
+    const CFloatPtr unfit(map.GetNode("I"));
+    EXPECT_EQ(textOf(unfit), "NULL pointer dereferenced. What was looked for last: 'I' does not offer this interface");
+    std::thread([&] { EXPECT_EQ(textOf(unfit), "NULL pointer dereferenced"); }).join();
 }

@@ -164,3 +164,44 @@ TEST(ChunkAdapter, ReplacesAnEarlierOneAndOutlivesIt) {
     EXPECT_EQ(map.Mode("Feature"), RO) << "the earlier one takes only itself away";
     EXPECT_EQ(map.Integer("Feature").GetValue(), 0x0B0A0908);
 }
+
+TEST(ChunkAdapter, CallsACallbackOnceForAFeatureOverTwoPorts) {
+    TestMap map;
+    map.Add("Port", "First", {{"ChunkID", "01", ""}}).Add("Port", "Second", {{"ChunkID", "02", ""}});
+    map.Add("IntReg", "A", {{"pPort", "First", ""}, {"Address", "0", ""}, {"Length", "4", ""}});
+    map.Add("IntReg", "B", {{"pPort", "Second", ""}, {"Address", "0", ""}, {"Length", "4", ""}});
+    map.Add("IntSwissKnife", "Sum", {{"pVariable", "A", "A"}, {"pVariable", "B", "B"}, {"Formula", "A + B", ""}})
+        .Ready();
+    WholeBuffer adapter(&map);
+    adapter.caches = true;
+    std::string calls;
+    int64_t seen = 0;
+    const auto inside = [&](INode* pNode) {
+        calls += 'i';
+        if (IsReadable(pNode)) seen = CIntegerPtr(pNode)->GetValue();
+    };
+    Register(&map.Node("Sum"), inside, cbPostInsideLock);
+    Register(
+        &map.Node("Sum"), [&](INode*) { calls += 'o'; }, cbPostOutsideLock);
+    uint8_t buffer[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3};
+    adapter.AttachAtOnce(buffer, sizeof buffer);
+    EXPECT_EQ(calls, "io");
+    EXPECT_EQ(seen, CIntegerPtr(&map.Node("Sum"))->GetValue()) << "both ports have their chunks";
+    EXPECT_NE(seen, 0);
+    adapter.UpdateBuffer(buffer);
+    EXPECT_EQ(calls, "ioio");
+    adapter.DetachBuffer();
+    EXPECT_EQ(calls, "ioioio");
+}
+
+TEST(ChunkAdapter, LetsACallbackOfItsChangeMakeChangesOfItsOwn) {
+    ChunkMap map;
+    WholeBuffer adapter(&map);
+    int calls = 0;
+    Register(
+        &map.Node("Behind"), [&](INode*) { ++calls; }, cbPostInsideLock);
+    Register(
+        &map.Node("Feature"), [&](INode*) { map.Node("Behind").InvalidateNode(); }, cbPostInsideLock);
+    adapter.AttachAtOnce(map.buffer, sizeof map.buffer);
+    EXPECT_EQ(calls, 2) << "once for the chunk and once for the callback";
+}

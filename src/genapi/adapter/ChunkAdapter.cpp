@@ -1,3 +1,5 @@
+#include "genapi/adapter/ChunkChange.h"
+
 #include <GenApi/ChunkAdapter.h>
 
 #include <memory>
@@ -34,19 +36,29 @@ void CChunkAdapter::DetachNodeMap() {
         delete pPort;
 }
 
+void CChunkAdapter::AttachAtOnce(uint8_t* pBuffer, int64_t BufferLength, AttachStatistics_t* pAttachStatistics) {
+    genapi::ChangeChunks(m_ChunkPorts, [&] { AttachBuffer(pBuffer, BufferLength, pAttachStatistics); });
+}
+
 void CChunkAdapter::DetachBuffer() {
-    for (CChunkPort* const pPort : m_ChunkPorts)
-        pPort->DetachChunk();
+    genapi::ChangeChunks(m_ChunkPorts, [this] {
+        for (CChunkPort* const pPort : m_ChunkPorts)
+            pPort->DetachChunk();
+    });
 }
 
 void CChunkAdapter::UpdateBuffer(uint8_t* pBuffer) {
-    for (CChunkPort* const pPort : m_ChunkPorts)
-        pPort->UpdateBuffer(pBuffer);
+    genapi::ChangeChunks(m_ChunkPorts, [this, pBuffer] {
+        for (CChunkPort* const pPort : m_ChunkPorts)
+            pPort->UpdateBuffer(pBuffer);
+    });
 }
 
 void CChunkAdapter::ClearCaches() {
-    for (CChunkPort* const pPort : m_ChunkPorts)
-        pPort->ClearCache();
+    genapi::ChangeChunks(m_ChunkPorts, [this] {
+        for (CChunkPort* const pPort : m_ChunkPorts)
+            pPort->ClearCache();
+    });
 }
 
 } // namespace GenApi

@@ -1,4 +1,5 @@
 #include "genapi/description/Lexical.h"
+#include "genapi/map/LastMiss.h"
 #include "genapi/map/Map.h"
 #include "genapi/nodes/Throw.h"
 
@@ -23,6 +24,14 @@ bool IsVersionPart(MapProperty property) {
 
 uint16_t VersionPart(const genapi::Map& map, MapProperty property) {
     return static_cast<uint16_t>(genapi::ParseInteger(map.Info(property)).value_or(0));
+}
+
+INode* FindQualified(const genapi::Map& map, std::string_view name) {
+    const bool isStandard = name.substr(0, 5) == "Std::";
+    const bool isQualified = isStandard || name.substr(0, 6) == "Cust::";
+    if (!isQualified) return map.Find(name);
+    genapi::Node* const pNode = map.Find(name.substr(name.find("::") + 2));
+    return pNode && pNode->GetNameSpace() == (isStandard ? Standard : Custom) ? pNode : nullptr;
 }
 
 } // namespace
@@ -69,12 +78,9 @@ void CNodeMap::GetNodes(NodeList_t& Nodes) const {
 }
 
 INode* CNodeMap::GetNode(const GenICam::gcstring& Name) const {
-    std::string_view name = Name.view();
-    const bool isStandard = name.substr(0, 5) == "Std::";
-    const bool isQualified = isStandard || name.substr(0, 6) == "Cust::";
-    if (!isQualified) return m_pMap->Find(name);
-    genapi::Node* const pNode = m_pMap->Find(name.substr(name.find("::") + 2));
-    return pNode && pNode->GetNameSpace() == (isStandard ? Standard : Custom) ? pNode : nullptr;
+    INode* const pNode = FindQualified(*m_pMap, Name.view());
+    if (!pNode) genapi::NoteUnknown(Name.view());
+    return pNode;
 }
 
 void CNodeMap::InvalidateNodes() const {

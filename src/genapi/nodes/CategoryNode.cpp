@@ -1,5 +1,7 @@
 #include "genapi/nodes/CategoryNode.h"
 
+#include <Base/GCException.h>
+
 namespace genapi {
 
 void CategoryNode::Bind(const BoundProperty& property) {
@@ -7,11 +9,20 @@ void CategoryNode::Bind(const BoundProperty& property) {
     ValueNode::Bind(property);
 }
 
+// A feature whose mode cannot be told is there, and says so when it is asked itself; the others are not to suffer.
+GenApi::EAccessMode CategoryNode::AccessOf(Node& feature) {
+    try {
+        return feature.Access();
+    } catch (const GenICam::GenericException&) {
+        return GenApi::NA;
+    }
+}
+
 GenApi::EAccessMode CategoryNode::TargetAccess() {
     if (m_Features.empty()) return GenApi::RO;
     bool isImplemented = false;
     for (Node* const pFeature : m_Features) {
-        const GenApi::EAccessMode mode = pFeature->Access();
+        const GenApi::EAccessMode mode = AccessOf(*pFeature);
         if (GenApi::IsAvailable(mode)) return GenApi::RO;
         isImplemented = isImplemented || mode == GenApi::NA;
     }

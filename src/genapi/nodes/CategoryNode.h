@@ -25,6 +25,8 @@ protected:
     std::string DoReadText(ReadFlags) override { return std::string(Name()); }
 
 private:
+    static GenApi::EAccessMode AccessOf(Node& feature);
+
     std::vector<Node*> m_Features;
 };
 

@@ -2,14 +2,17 @@
 
 #include "genapi/nodes/Throw.h"
 
+#include <charconv>
 #include <cmath>
 
 namespace genapi {
 
 namespace {
 
+// As few digits as tell the number from its neighbours: 0.1, not 0.10000000000000001.
 std::string Text(double value) {
-    return FormatReal(value, GenApi::fnAutomatic, 17);
+    char text[32];
+    return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
 } // namespace

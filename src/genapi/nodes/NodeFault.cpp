@@ -17,17 +17,17 @@ void Node::ThrowDefect(const char* operation) const {
 
 void Node::RequireReadable(const char* operation) {
     ThrowIfDefective(operation);
-    if (!GenApi::IsReadable(Access())) ThrowDenied(operation, "Node is not readable.", Permission::Read);
+    if (!GenApi::IsReadable(Access())) ThrowDenied(operation, "is not readable.", Permission::Read);
 }
 
 void Node::RequireWritable(const char* operation) {
     ThrowIfDefective(operation);
-    if (!GenApi::IsWritable(Access())) ThrowDenied(operation, "Node is not writable.", Permission::Write);
+    if (!GenApi::IsWritable(Access())) ThrowDenied(operation, "is not writable.", Permission::Write);
 }
 
 void Node::ThrowDenied(const char* operation, const char* text, Permission permission) {
     Node* const pFaulty = FindFaulty(permission);
-    if (!pFaulty) ThrowAccess(*this, operation, text);
+    if (!pFaulty) ThrowAccess(*this, operation, "'" + std::string(m_Name) + "' " + text);
     pFaulty->ThrowIfDefective(operation);
     ThrowRuntime(*pFaulty, operation, "Formula error: " + pFaulty->CompileError());
 }

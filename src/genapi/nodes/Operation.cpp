@@ -35,13 +35,18 @@ void ChangeFrame::Invalidate(const std::vector<NodeIndex>& sources) {
 void ChangeFrame::GatherCallbacks(NodeIndex node) {
     const std::vector<RegisteredCallback>* const pCallbacks = m_Host.CallbacksOf(node);
     if (!pCallbacks) return;
-    for (const RegisteredCallback& callback : *pCallbacks) {
-        const bool isInside = callback.pCallback->GetCallbackType() == GenApi::cbPostInsideLock;
-        if (m_Gathered.insert(callback.registration).second) (isInside ? m_Inside : m_Outside).push_back(callback);
-    }
+    for (const RegisteredCallback& callback : *pCallbacks)
+        Gather(callback);
+}
+
+void ChangeFrame::Gather(const RegisteredCallback& callback) {
+    if (m_pOuter && m_pOuter->m_GathersAll) return m_pOuter->Gather(callback);
+    const bool isInside = callback.pCallback->GetCallbackType() == GenApi::cbPostInsideLock;
+    if (m_Gathered.insert(callback.registration).second) (isInside ? m_Inside : m_Outside).push_back(callback);
 }
 
 void ChangeFrame::Finish() {
+    m_GathersAll = false; // what its callbacks change are changes of their own
     Callbacks inside;
     inside.swap(m_Inside);
     Call(inside, GenApi::cbPostInsideLock);

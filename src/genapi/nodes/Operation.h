@@ -25,6 +25,8 @@ public:
     void Invalidate(const std::vector<NodeIndex>& sources);
     // Gathers the callbacks of a node, each once a frame.
     void GatherCallbacks(NodeIndex node);
+    // From now on the callbacks of nested frames wait for this one's Finish, which calls each of them once.
+    void GatherAll() { m_GathersAll = true; }
     // From now on each outside-lock callback that nested frames leave to this one is called once only.
     void GatherOnce() { m_GathersOnce = true; }
     // Calls the inside-lock callbacks, releases the lock, calls the outside-lock ones. An exception of a callback
@@ -35,11 +37,13 @@ private:
     using Callbacks = std::vector<RegisteredCallback>;
     void Release() TAVIX_NO_THREAD_SAFETY_ANALYSIS;
     void TakeOver(const Callbacks& outside);
+    void Gather(const RegisteredCallback& callback);
     static void Call(const Callbacks& callbacks, GenApi::ECallbackType type);
 
     NodeHost& m_Host;
     ChangeFrame* m_pOuter;
     bool m_IsLocked = true;
+    bool m_GathersAll = false;
     bool m_GathersOnce = false;
     Callbacks m_Inside;
     Callbacks m_Outside;
