@@ -17,6 +17,11 @@ struct CloseDevice {
 };
 using LibusbDeviceHandle = std::unique_ptr<libusb_device_handle, CloseDevice>;
 
+struct FreeConfiguration {
+    void operator()(libusb_config_descriptor* configuration) const { libusb_free_config_descriptor(configuration); }
+};
+using LibusbConfiguration = std::unique_ptr<libusb_config_descriptor, FreeConfiguration>;
+
 /// The devices of a context at one moment; each is referenced as long as the list lives. Bound to a thread.
 class LibusbDeviceList {
 public:

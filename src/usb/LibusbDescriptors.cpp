@@ -1,6 +1,7 @@
 // What libusb knows of a device without opening it.
 #include "usb/LibusbDescriptors.h"
 
+#include "usb/LibusbContext.h"
 #include "usb/LibusbResult.h"
 #include "usb/SmallFile.h"
 
@@ -76,10 +77,10 @@ void DescribeFromParsed(libusb_device* device, const libusb_device_descriptor& d
     entry.device = DeviceDescriptorBytes(descriptor);
     entry.configurations.clear();
     for (std::uint8_t i = 0; i < descriptor.bNumConfigurations; ++i) {
-        libusb_config_descriptor* configuration = nullptr;
-        if (libusb_get_config_descriptor(device, i, &configuration) != LIBUSB_SUCCESS) continue;
+        libusb_config_descriptor* parsed = nullptr;
+        if (libusb_get_config_descriptor(device, i, &parsed) != LIBUSB_SUCCESS) continue;
+        const LibusbConfiguration configuration(parsed);
         entry.configurations.push_back(ConfigurationBytes(*configuration));
-        libusb_free_config_descriptor(configuration);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 
 namespace usb {
 namespace {
@@ -134,7 +135,8 @@ Result LibusbHandle::Submit(Transfer& transfer) {
 
 LibusbHandle::Slot* LibusbHandle::SlotOf(Transfer& transfer) {
     if (transfer.backendData == nullptr) {
-        auto slot = std::make_unique<Slot>();
+        std::unique_ptr<Slot> slot(new (std::nothrow) Slot);
+        if (slot == nullptr) return nullptr;
         slot->transfer = libusb_alloc_transfer(/*iso_packets=*/0);
         if (slot->transfer == nullptr) return nullptr;
         transfer.backendData = slot.release();

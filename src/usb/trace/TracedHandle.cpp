@@ -1,6 +1,7 @@
 // An opened device whose transfers are written to a trace.
 #include "usb/trace/TracedHandle.h"
 
+#include <new>
 #include <utility>
 
 namespace usb {
@@ -164,7 +165,8 @@ Result TracedHandle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t
 
 Result TracedHandle::Submit(Transfer& transfer) {
     if (transfer.completed == nullptr) return Result::InvalidParam;
-    if (transfer.backendData == nullptr) transfer.backendData = new Twin;
+    if (transfer.backendData == nullptr) transfer.backendData = new (std::nothrow) Twin;
+    if (transfer.backendData == nullptr) return Result::NoMemory;
     Twin& twin = *static_cast<Twin*>(transfer.backendData);
     twin.owner = &transfer;
     twin.handle = this;
