@@ -41,6 +41,7 @@ inline constexpr VxStatus VX_E_RESYNCHRONIZED = 0xE200010B;   ///< stream lost i
 inline constexpr VxStatus VX_E_PAYLOAD_SIZE = 0xE200010C;     ///< camera reports no or an impossible payload size
 inline constexpr VxStatus VX_E_BUFFER_QUEUED = 0xE200010D;    ///< buffer is still queued
 inline constexpr VxStatus VX_E_EVENT_LOST = 0xE200010E;       ///< event came while all event buffers were full
+inline constexpr VxStatus VX_E_LEADER_SIZE = 0xE200010F; ///< camera reports an impossible size of leader or trailer
 
 // USB.
 inline constexpr VxStatus VX_E_USB_IO = 0xE2010130;            ///< input/output error on the bus

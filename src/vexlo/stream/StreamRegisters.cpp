@@ -2,8 +2,10 @@
 
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"
+#include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vexlo {
@@ -11,6 +13,8 @@ namespace {
 
 /// Each transfer of a block takes some memory; a camera that asks for more is out of its mind.
 constexpr std::uint32_t kMostTransfers = 1u << 16;
+/// A thousand times what any leader or trailer takes; whatever a camera states beyond is no size to believe.
+constexpr std::uint32_t kLargestPacket = 64u << 10;
 constexpr unsigned int kHaltTimeoutMs = 500;
 
 } // namespace
@@ -47,6 +51,11 @@ VxStatus StreamRegisters::MakePlan(const PlanWishes& wishes, u3v::TransferPlan& 
     if (const VxStatus status = Read64(u3v::sirm::kRequiredPayloadSize, needs.payloadSize)) return status;
     if (const VxStatus status = Read32(u3v::sirm::kRequiredLeaderSize, needs.leaderSize)) return status;
     if (const VxStatus status = Read32(u3v::sirm::kRequiredTrailerSize, needs.trailerSize)) return status;
+    if (std::max(needs.leaderSize, needs.trailerSize) > kLargestPacket) {
+        Log(Tavix::kLogError, "The camera states %u bytes for a leader and %u for a trailer; %u are possible",
+            needs.leaderSize, needs.trailerSize, kLargestPacket);
+        return VX_E_LEADER_SIZE;
+    }
     needs.alignmentExponent = info >> u3v::sirm::kInfoAlignmentShift;
     needs.packetSize = static_cast<std::uint16_t>(m_Channel.maxPacketSize);
     needs.maxTransferSize = SuitableTransferSize(wishes.maxTransferSize, needs.payloadSize, wishes.memory);

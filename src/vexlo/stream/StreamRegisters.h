@@ -19,7 +19,7 @@ public:
         : m_Host(host), m_Handle(handle), m_Channel(channel) {}
 
     /// Stops a stream that runs, reads what the camera needs and makes the plan. VX_E_PAYLOAD_SIZE when the camera's
-    /// payload is 0 or cannot be planned.
+    /// payload is 0 or cannot be planned, VX_E_LEADER_SIZE when it states an absurd leader or trailer.
     [[nodiscard]] VxStatus MakePlan(const PlanWishes& wishes, u3v::TransferPlan& plan);
     /// Tells the camera the sizes of the plan.
     [[nodiscard]] VxStatus Program(const u3v::TransferPlan& plan);

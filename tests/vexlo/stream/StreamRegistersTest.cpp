@@ -69,6 +69,17 @@ TEST_F(StreamRegistersTest, RefuseAPayloadThatCannotBe) {
     EXPECT_EQ(registers.MakePlan({65536, {}}, plan), VX_OK);
 }
 
+TEST_F(StreamRegistersTest, RefuseLeadersAndTrailersThatCannotBe) {
+    for (const std::uint64_t offset : {0x10, 0x14}) {
+        for (const std::uint32_t size : {0x10001u, 0x3FFFFC00u, 0xFFFFFFFFu}) {
+            camera.Set(offset, size);
+            EXPECT_EQ(registers.MakePlan({65536, {}}, plan), VX_E_LEADER_SIZE) << offset << " " << size;
+        }
+        camera.Set(offset, 0x10000);
+        EXPECT_EQ(registers.MakePlan({65536, {}}, plan), VX_OK);
+    }
+}
+
 TEST_F(StreamRegistersTest, LeaveRoomWhereTheCameraDoesNotTell) {
     camera.Set(0x00, 0);
     camera.Set(0x10, 0);
