@@ -82,7 +82,7 @@ void FeedParser(fuzz::Script& script) {
         const uint8_t* const sent = script.Take(count);
         const std::vector<uint8_t> transfer(sent, sent + count); // of its exact size
         parser.Feed(transfer.data(), transfer.size(), (what & 1) != 0);
-        for (vexlo::PacketParser::Block& block : parser.TakeBlocks()) {
+        for (const vexlo::PacketParser::Block& block : parser.TakeBlocks()) {
             Require(block.payload.size() <= kMaxPayload);
             CheckResult({block.leader, block.trailer, block.payload.size(), kMaxPayload, vexlo::VX_OK});
         }

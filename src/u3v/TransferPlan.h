@@ -7,6 +7,7 @@
 // unit: it holds the tail that would not fit a buffer which is as large as the payload and no larger. The rest, C times
 // S and F1, lands in such a buffer as it is.
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -23,6 +24,10 @@ struct TransferPlan {
 
     /// Number of payload transfers.
     std::uint32_t PayloadTransfers() const { return payloadCount + (final1Size != 0) + (final2Size != 0); }
+    /// Size of the longest of them.
+    std::uint32_t LongestPayload() const {
+        return std::max({payloadCount != 0 ? payloadSize : 0, final1Size, final2Size});
+    }
     /// Payload bytes before F2.
     std::uint64_t DirectSize() const { return std::uint64_t{payloadSize} * payloadCount + final1Size; }
     /// Most payload bytes that a block may bring.

@@ -22,6 +22,16 @@ bool IsHalted(VxStatus status) {
     return status == (VX_E_DEVICE_STATUS_BASE | u3v::status::kEventEndpointHalted);
 }
 
+/// What goes on without memory, on whatever thread.
+template<class Call>
+VxStatus WithoutMemory(Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return VX_E_NO_MEMORY;
+    }
+}
+
 /// Size of a transfer that takes any message: a multiple of the packet size, so that no camera can send more.
 std::uint32_t TransferSize(std::uint32_t stated, std::uint16_t packetSize) {
     const std::uint32_t most = std::clamp(stated, kSmallestMessage, kLargestMessage);
@@ -35,7 +45,8 @@ VxStatus EventEngine::Start(DeviceSession& session, const Settings& settings) {
     m_Endpoint = session.Function().event->in;
     m_Base = session.Registers().eventAddress;
     std::uint32_t stated = 0;
-    VxStatus status = session.Memory().Read32(m_Base + u3v::eirm::kMaximumEventTransferLength, stated);
+    VxStatus status =
+        WithoutMemory([&] { return session.Memory().Read32(m_Base + u3v::eirm::kMaximumEventTransferLength, stated); });
     if (status == VX_E_USB_NO_DEVICE) return session.Note(status);
     status = MakeSlots(settings, TransferSize(status == VX_OK ? stated : 0, m_Endpoint.packetSize));
     if (status == VX_OK) status = session.Pump().Attach(*this, settings.priority);
@@ -81,8 +92,7 @@ VxStatus EventEngine::MakeSlots(const Settings& settings, std::uint32_t length) 
 
 /// Nothing may be in flight.
 VxStatus EventEngine::Launch() {
-    const VxStatus status = m_Session->Note(ToStatus(m_Session->Handle().ClearHalt(m_Endpoint.address)));
-    if (status != VX_OK) return status;
+    if (const VxStatus status = ClearHalt()) return status;
     {
         const MutexLock lock(m_Lock);
         m_Phase = Phase::Running;
@@ -94,7 +104,13 @@ VxStatus EventEngine::Launch() {
 
 VxStatus EventEngine::Enable(bool enabled) {
     const std::uint32_t value = enabled ? u3v::eirm::kControlEventEnable : 0;
-    return m_Session->Note(m_Session->Memory().Write32(m_Base + u3v::eirm::kControl, value));
+    return WithoutMemory(
+        [&] { return m_Session->Note(m_Session->Memory().Write32(m_Base + u3v::eirm::kControl, value)); });
+}
+
+VxStatus EventEngine::ClearHalt() {
+    return WithoutMemory(
+        [this] { return m_Session->Note(ToStatus(m_Session->Handle().ClearHalt(m_Endpoint.address))); });
 }
 
 VxStatus EventEngine::Stop() {
@@ -185,7 +201,7 @@ void EventEngine::End(VxStatus reason) {
     Leave(Phase::Ended);
     m_Ring.CountFailure(reason);
     m_Ring.End(reason);
-    m_Session->Note(reason);
+    (void)WithoutMemory([&] { return m_Session->Note(reason); });
     m_Changed.notify_all();
 }
 
@@ -243,7 +259,7 @@ void EventEngine::Recover() {
             return;
         }
     }
-    VxStatus status = m_Session->Note(ToStatus(m_Session->Handle().ClearHalt(m_Endpoint.address)));
+    VxStatus status = ClearHalt();
     if (status == VX_OK) {
         const MutexLock lock(m_Lock);
         if (m_Phase != Phase::Recovering) return;

@@ -62,6 +62,7 @@ private:
     [[nodiscard]] VxStatus MakeSlots(const Settings& settings, std::uint32_t length) TAVIX_EXCLUDES(m_Lock);
     [[nodiscard]] VxStatus Launch() TAVIX_EXCLUDES(m_Lock);
     [[nodiscard]] VxStatus Enable(bool enabled);
+    [[nodiscard]] VxStatus ClearHalt();
     void Recover() TAVIX_EXCLUDES(m_Lock);
 
     // constant from Start to Stop

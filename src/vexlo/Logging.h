@@ -3,6 +3,8 @@
 
 #include "core/Log.h"
 
+#include <new>
+
 namespace vexlo {
 
 /// Id of the library's log category.
@@ -11,10 +13,13 @@ inline unsigned int LogCategory() {
     return id;
 }
 
-/// Writes one line in the library's category.
+/// Writes one line in the library's category. A line that finds no memory is left out: no thread may end for it.
 template<class... Arguments>
-void Log(unsigned int level, const char* format, Arguments... arguments) {
-    if (Tavix::LogIsEnabled(LogCategory(), level)) Tavix::LogTrace(LogCategory(), level, format, arguments...);
+void Log(unsigned int level, const char* format, Arguments... arguments) noexcept {
+    try {
+        if (Tavix::LogIsEnabled(LogCategory(), level)) Tavix::LogTrace(LogCategory(), level, format, arguments...);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 } // namespace vexlo

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <system_error>
+#include <exception>
 
 namespace vexlo {
 namespace {
@@ -29,11 +29,16 @@ TransferPump::~TransferPump() {
 
 VxStatus TransferPump::Attach(PumpClient& client, int priority) {
     const MutexLock turnover(m_Turnover);
-    const VxStatus status = StartThread();
-    if (status != VX_OK) return status;
-    const MutexLock lock(m_Lock);
-    m_Clients.push_back({&client, priority});
-    ApplyPriority();
+    try {
+        const MutexLock lock(m_Lock);
+        m_Clients.reserve(m_Clients.size() + 1);
+        StartThread();
+        m_Clients.push_back({&client, priority});
+        ApplyPriority();
+    } catch (const std::exception& error) { // std::system_error or std::bad_alloc
+        Log(Tavix::kLogError, "No thread for the transfers: %s", error.what());
+        return VX_E_NO_MEMORY;
+    }
     m_Handle.WakeEvents();
     return VX_OK;
 }
@@ -41,10 +46,12 @@ VxStatus TransferPump::Attach(PumpClient& client, int priority) {
 void TransferPump::Detach(PumpClient& client) {
     const MutexLock turnover(m_Turnover);
     MutexLock lock(m_Lock);
-    const auto isClient = [&](const Entry& entry) { return entry.client == &client; };
-    m_Clients.erase(std::remove_if(m_Clients.begin(), m_Clients.end(), isClient), m_Clients.end());
-    while (std::find(m_Busy.begin(), m_Busy.end(), &client) != m_Busy.end())
+    const std::size_t index = IndexOf(client); // stays, for nobody else detaches or attaches
+    if (index == m_Clients.size()) return;
+    m_Clients[index].isLeaving = true;
+    while (m_Clients[index].calls != 0)
         lock.Wait(m_Idle);
+    m_Clients.erase(m_Clients.begin() + static_cast<std::ptrdiff_t>(index));
     if (!m_Clients.empty()) {
         ApplyPriority();
         return;
@@ -53,16 +60,15 @@ void TransferPump::Detach(PumpClient& client) {
     StopThread();
 }
 
-VxStatus TransferPump::StartThread() {
-    if (m_Thread.joinable()) return VX_OK;
+std::size_t TransferPump::IndexOf(const PumpClient& client) const {
+    const auto isClient = [&](const Entry& entry) { return entry.client == &client; };
+    return static_cast<std::size_t>(std::find_if(m_Clients.begin(), m_Clients.end(), isClient) - m_Clients.begin());
+}
+
+void TransferPump::StartThread() {
+    if (m_Thread.joinable()) return;
     m_Stop = false;
-    try {
-        m_Thread = std::thread([this] { Run(); });
-        return VX_OK;
-    } catch (const std::system_error& error) {
-        Log(Tavix::kLogError, "No thread for the transfers: %s", error.what());
-        return VX_E_NO_MEMORY;
-    }
+    m_Thread = std::thread([this] { Run(); });
 }
 
 void TransferPump::StopThread() {
@@ -72,47 +78,33 @@ void TransferPump::StopThread() {
     m_Thread.join();
 }
 
-void TransferPump::CameraGone() {
+/// Calls each client with no lock held. Needs no memory.
+template<class Call>
+void TransferPump::CallAll(Call call) {
     MutexLock lock(m_Lock);
-    const std::vector<Entry> clients = m_Clients;
-    for (const Entry& entry : clients) {
-        const auto isClient = [&](const Entry& other) { return other.client == entry.client; };
-        if (std::none_of(m_Clients.begin(), m_Clients.end(), isClient)) continue;
-        m_Busy.push_back(entry.client);
+    for (std::size_t i = 0; i < m_Clients.size(); ++i) {
+        PumpClient& client = *m_Clients[i].client;
+        if (m_Clients[i].isLeaving) continue;
+        ++m_Clients[i].calls;
         lock.Unlock();
-        entry.client->CameraGone();
+        call(client);
         lock.Lock();
-        m_Busy.erase(std::find(m_Busy.begin(), m_Busy.end(), entry.client));
+        i = IndexOf(client); // one before it may have gone
+        --m_Clients[i].calls;
         m_Idle.notify_all();
     }
 }
 
+void TransferPump::CameraGone() {
+    CallAll([](PumpClient& client) { client.CameraGone(); });
+}
+
 void TransferPump::Run() {
     while (!m_Stop) {
-        const auto next = ServiceAll();
+        auto next = PumpClient::Clock::now() + kLongestTurn;
+        CallAll([&](PumpClient& client) { next = std::min(next, client.Service()); });
         m_Handle.HandleEvents(MillisecondsUntil(next));
     }
-}
-
-PumpClient::Clock::time_point TransferPump::ServiceAll() {
-    auto next = PumpClient::Clock::now() + kLongestTurn;
-    for (std::size_t i = 0; CallClient(i, next); ++i) {
-    }
-    return next;
-}
-
-/// False when there is no client of that index.
-bool TransferPump::CallClient(std::size_t index, PumpClient::Clock::time_point& next) {
-    MutexLock lock(m_Lock);
-    if (index >= m_Clients.size()) return false;
-    PumpClient* client = m_Clients[index].client;
-    m_Busy.push_back(client);
-    lock.Unlock();
-    next = std::min(next, client->Service());
-    lock.Lock();
-    m_Busy.erase(std::find(m_Busy.begin(), m_Busy.end(), client));
-    m_Idle.notify_all();
-    return true;
 }
 
 void TransferPump::ApplyPriority() {

@@ -12,7 +12,7 @@
 
 namespace vexlo {
 
-/// What the pump turns for.
+/// What the pump turns for. No operation throws.
 class PumpClient {
 public:
     using Clock = std::chrono::steady_clock;
@@ -35,7 +35,8 @@ public:
     TransferPump& operator=(const TransferPump&) = delete;
 
     /// Turns for the client from now on, with a thread of at least its priority (0 ordinary, 1..99 real-time). A
-    /// priority that the system refuses is a warning in the log. Fails when no thread can be had.
+    /// priority that the system refuses is a warning in the log. VX_E_NO_MEMORY when neither thread nor
+    /// memory can be had.
     [[nodiscard]] VxStatus Attach(PumpClient& client, int priority) TAVIX_EXCLUDES(m_Turnover, m_Lock);
     /// The client is not called any more after this. All its transfers must have completed. Not from the client's
     /// calls.
@@ -49,13 +50,16 @@ private:
     struct Entry {
         PumpClient* client = nullptr;
         int priority = 0;
+        unsigned int calls = 0; ///< of the client that run now
+        bool isLeaving = false; ///< none begins any more
     };
 
     void Run() TAVIX_EXCLUDES(m_Lock);
-    PumpClient::Clock::time_point ServiceAll() TAVIX_EXCLUDES(m_Lock);
-    bool CallClient(std::size_t index, PumpClient::Clock::time_point& next) TAVIX_EXCLUDES(m_Lock);
+    template<class Call>
+    void CallAll(Call call) TAVIX_EXCLUDES(m_Lock);
+    std::size_t IndexOf(const PumpClient& client) const TAVIX_REQUIRES(m_Lock);
     void ApplyPriority() TAVIX_REQUIRES(m_Turnover, m_Lock);
-    VxStatus StartThread() TAVIX_REQUIRES(m_Turnover);
+    void StartThread() TAVIX_REQUIRES(m_Turnover);
     void StopThread() TAVIX_REQUIRES(m_Turnover);
 
     usb::Handle& m_Handle; // constant after construction
@@ -65,7 +69,6 @@ private:
     Mutex m_Lock;
     std::condition_variable m_Idle; ///< a call of a client has ended
     std::vector<Entry> m_Clients TAVIX_GUARDED_BY(m_Lock);
-    std::vector<PumpClient*> m_Busy TAVIX_GUARDED_BY(m_Lock); ///< clients that are being called
     std::atomic<bool> m_Stop{false};
 };
 

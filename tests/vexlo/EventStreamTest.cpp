@@ -1,5 +1,7 @@
 #include "vexlo/Fixture.h"
 
+#include "support/Shortage.h"
+
 #include "core/WaitObject.h"
 
 namespace {
@@ -53,6 +55,21 @@ TEST_F(EventStream, EnablesEventsWithTransfersQueuedAndDisablesThem) {
     EXPECT_EQ(camera.Get32(kEirm), 0u);
     EXPECT_EQ(camera.Queued(kEventIn), 0u);
     EXPECT_EQ(events->Close(), VX_E_NOT_OPEN);
+}
+
+TEST_F(EventStream, LeavesNothingClaimedOrQueuedWhenThereIsNoThread) {
+    ASSERT_EQ(Open(), VX_OK);
+    const auto before = camera.Claimed();
+    {
+        const shortage::ThreadShortage none;
+        EXPECT_EQ(events->Open(), VX_E_NO_MEMORY);
+    }
+    EXPECT_FALSE(events->IsOpen());
+    EXPECT_EQ(camera.Queued(kEventIn), 0u);
+    EXPECT_EQ(camera.Claimed(), before);
+    EXPECT_EQ(events->Open(), VX_OK) << "there are threads again";
+    camera.Send(kEventIn, {kTestEvent});
+    EXPECT_TRUE(camera.WaitFor([&] { return Total() == 1; }));
 }
 
 TEST_F(EventStream, NeedsAnOpenDevice) {

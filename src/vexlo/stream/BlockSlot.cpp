@@ -8,7 +8,8 @@ namespace vexlo {
 using Role = PlannedTransfer::Role;
 
 BlockSlot::BlockSlot(const u3v::TransferPlan& plan, std::uint8_t endpoint, std::uint8_t* dump)
-    : m_LeaderBytes(plan.leaderSize), m_TrailerBytes(plan.trailerSize), m_Dump(dump) {
+    : m_LeaderBytes(new std::uint8_t[plan.leaderSize]), m_TrailerBytes(new std::uint8_t[plan.trailerSize]),
+      m_Bounce(new std::uint8_t[plan.LongestPayload()]), m_Dump(dump) {
     m_Transfers.reserve(plan.PayloadTransfers() + 2);
     AddTransfer(Role::Leader, 0, plan.leaderSize, endpoint);
     std::uint64_t offset = 0;
@@ -37,12 +38,11 @@ void BlockSlot::AddTransfer(Role role, std::uint64_t offset, std::size_t length,
 }
 
 std::uint8_t* BlockSlot::Place(const PlannedTransfer& transfer) {
-    if (transfer.role == Role::Leader) return m_LeaderBytes.data();
-    if (transfer.role == Role::Trailer) return m_TrailerBytes.data();
+    if (transfer.role == Role::Leader) return m_LeaderBytes.get();
+    if (transfer.role == Role::Trailer) return m_TrailerBytes.get();
     if (transfer.offset + transfer.usb.length <= m_Buffer->size) return m_Buffer->data + transfer.offset;
     if (transfer.offset >= m_Buffer->size) return m_Dump;
-    if (m_Bounce.size() < transfer.usb.length) m_Bounce.resize(transfer.usb.length);
-    return m_Bounce.data();
+    return m_Bounce.get();
 }
 
 void BlockSlot::Begin() {
@@ -54,7 +54,7 @@ void BlockSlot::Begin() {
 void BlockSlot::LeadOff() {
     Begin();
     m_LedOff = true;
-    m_Transfers.front().usb.buffer = m_LeaderBytes.data();
+    m_Transfers.front().usb.buffer = m_LeaderBytes.get();
 }
 
 void BlockSlot::Bind(BufferHandle_s* buffer) {
@@ -81,10 +81,10 @@ std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {
     if (m_Ended) return 0;
     m_Received = transfer.offset + transfer.usb.actualLength;
     m_Ended = transfer.usb.actualLength < transfer.usb.length;
-    if (transfer.usb.buffer != m_Bounce.data()) return 0;
+    if (transfer.usb.buffer != m_Bounce.get()) return 0;
     const std::uint64_t room = m_Buffer->size - transfer.offset;
     const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(room, transfer.usb.actualLength));
-    std::memcpy(m_Buffer->data + transfer.offset, m_Bounce.data(), count);
+    std::memcpy(m_Buffer->data + transfer.offset, m_Bounce.get(), count);
     return count;
 }
 

@@ -8,6 +8,7 @@
 #include "vexlo/stream/BufferPool.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -60,10 +61,11 @@ private:
     void AddTransfer(PlannedTransfer::Role role, std::uint64_t offset, std::size_t length, std::uint8_t endpoint);
     std::uint8_t* Place(const PlannedTransfer& transfer);
 
-    std::vector<PlannedTransfer> m_Transfers; // never resized after construction
-    std::vector<std::uint8_t> m_LeaderBytes;
-    std::vector<std::uint8_t> m_TrailerBytes;
-    std::vector<std::uint8_t> m_Bounce;
+    std::vector<PlannedTransfer> m_Transfers;       // never resized after construction
+    using Memory = std::unique_ptr<std::uint8_t[]>; // not touched before it is used
+    Memory m_LeaderBytes;
+    Memory m_TrailerBytes;
+    Memory m_Bounce;                    // as large as any of the payload's transfers
     std::uint8_t* m_Dump;               // borrowed
     BufferHandle_s* m_Buffer = nullptr; // borrowed from the pool
     std::optional<u3v::Leader> m_Leader;

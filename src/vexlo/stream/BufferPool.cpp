@@ -1,5 +1,6 @@
 #include "BufferPool.h"
 
+#include <new>
 #include <utility>
 
 namespace vexlo {
@@ -23,7 +24,7 @@ void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitOb
 
 void BufferPool::UpdateWaitObjectLocked() {
     if (m_WaitObject)
-        m_Completed.empty() ? Tavix::LowerWaitObject(*m_WaitObject) : Tavix::RaiseWaitObject(*m_WaitObject);
+        m_Completed.IsEmpty() ? Tavix::LowerWaitObject(*m_WaitObject) : Tavix::RaiseWaitObject(*m_WaitObject);
 }
 
 void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
@@ -45,18 +46,18 @@ void BufferPool::Stop(VxStatus status) {
     CompleteQueuedLocked(status);
 }
 
-std::deque<BufferHandle_s*> BufferPool::Refuse(VxStatus status) {
+BufferList BufferPool::Refuse(VxStatus status) {
     Guard guard(m_Mutex);
     m_Refusal = status;
-    for (BufferHandle_s* buffer : m_Queued)
+    for (BufferHandle_s* buffer = m_Queued.First(); buffer; buffer = buffer->next)
         buffer->state = State::Bound;
-    return std::exchange(m_Queued, {});
+    return std::move(m_Queued);
 }
 
 void BufferPool::Clear() {
     Guard guard(m_Mutex);
-    m_Queued.clear();
-    m_Completed.clear();
+    m_Queued.Forget();
+    m_Completed.Forget();
     m_Buffers.clear();
     UpdateWaitObjectLocked();
 }
@@ -71,13 +72,18 @@ VxStatus BufferPool::Register(void* data, std::size_t size, BufferHandle_s** han
     Guard guard(m_Mutex);
     if (m_Buffers.size() >= m_MaxBuffers) return VX_E_TOO_MANY_BUFFERS;
     if (size > m_MaxBufferSize) return VX_E_INVALID_SIZE;
-    auto buffer = std::make_unique<BufferHandle_s>();
-    buffer->data = static_cast<std::uint8_t*>(data);
-    buffer->size = size;
-    buffer->memory = memory;
-    *handle = buffer.get();
-    m_Buffers[buffer.get()] = std::move(buffer);
-    return VX_OK;
+    try {
+        auto buffer = std::make_unique<BufferHandle_s>();
+        BufferHandle_s* const made = buffer.get();
+        made->data = static_cast<std::uint8_t*>(data);
+        made->size = size;
+        made->memory = memory;
+        m_Buffers.emplace(made, std::move(buffer));
+        *handle = made;
+        return VX_OK;
+    } catch (const std::bad_alloc&) {
+        return VX_E_NO_MEMORY;
+    }
 }
 
 bool BufferPool::Uses(const void* data, std::size_t size) const {
@@ -94,8 +100,7 @@ VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
     if (!buffer) return VX_E_INVALID_HANDLE;
     if (buffer->state == State::Queued || buffer->state == State::Bound) return VX_E_BUFFER_QUEUED;
     // A result that nobody took goes with its buffer: its handle would mean nothing any more.
-    for (auto it = m_Completed.begin(); it != m_Completed.end();)
-        it = it->Handle == buffer ? m_Completed.erase(it) : it + 1;
+    if (buffer->state == State::Completed) m_Completed.Remove(*buffer);
     UpdateWaitObjectLocked();
     if (data) *data = buffer->data;
     m_Buffers.erase(handle);
@@ -111,7 +116,7 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
     if (buffer->state != State::Idle) return VX_E_BUFFER_QUEUED;
     buffer->context = context;
     buffer->state = State::Queued;
-    m_Queued.push_back(buffer);
+    m_Queued.Append(*buffer);
     if (m_Wanted) {
         m_Wanted = false;
         m_Waker();
@@ -122,35 +127,34 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
 VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
     if (!result) return VX_E_INVALID_PARAMETER;
     Guard guard(m_Mutex);
-    if (m_Completed.empty()) {
+    BufferHandle_s* const buffer = m_Completed.TakeFirst();
+    if (!buffer) {
         if (left) *left = 0;
         return VX_E_NO_DATA;
     }
-    *result = m_Completed.front();
-    m_Completed.pop_front();
-    result->Handle->state = State::Idle;
-    if (left) *left = m_Completed.size();
+    *result = buffer->result;
+    buffer->state = State::Idle;
+    if (left) *left = m_Completed.Size();
     UpdateWaitObjectLocked();
     return VX_OK;
 }
 
 BufferHandle_s* BufferPool::Take() {
     Guard guard(m_Mutex);
-    if (m_Queued.empty() || !m_Waker) {
+    BufferHandle_s* const buffer = m_Waker ? m_Queued.TakeFirst() : nullptr;
+    if (!buffer) {
         m_Wanted = true;
         return nullptr;
     }
-    BufferHandle_s* buffer = m_Queued.front();
-    m_Queued.pop_front();
     buffer->state = State::Bound;
     return buffer;
 }
 
-void BufferPool::PutBack(const std::deque<BufferHandle_s*>& buffers) {
+void BufferPool::PutBack(BufferList buffers) {
     Guard guard(m_Mutex);
-    for (BufferHandle_s* buffer : buffers)
+    for (BufferHandle_s* buffer = buffers.First(); buffer; buffer = buffer->next)
         buffer->state = State::Queued;
-    m_Queued.insert(m_Queued.begin(), buffers.begin(), buffers.end());
+    m_Queued.Prepend(std::move(buffers));
 }
 
 void BufferPool::Complete(BufferHandle_s* buffer, CVxStream::GrabResult result) {
@@ -163,7 +167,8 @@ void BufferPool::CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult re
     result.Buffer = buffer->data;
     result.Context = buffer->context;
     buffer->state = State::Completed;
-    m_Completed.push_back(result);
+    buffer->result = result;
+    m_Completed.Append(*buffer);
     UpdateWaitObjectLocked();
 }
 
@@ -173,9 +178,8 @@ void BufferPool::CompleteQueued(VxStatus status) {
 }
 
 void BufferPool::CompleteQueuedLocked(VxStatus status) {
-    for (BufferHandle_s* buffer : m_Queued)
+    while (BufferHandle_s* buffer = m_Queued.TakeFirst())
         CompleteLocked(buffer, EmptyResult(status));
-    m_Queued.clear();
 }
 
 } // namespace vexlo

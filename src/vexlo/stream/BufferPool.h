@@ -2,29 +2,14 @@
 // The buffers that an application gave to a stream, and their way through it.
 
 #include "core/WaitObject.h"
-#include "vexlo/VxStream.h"
+#include "vexlo/stream/BufferList.h"
 
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 
 namespace vexlo {
-
-/// Transfers into memory that the kernel has mapped cost no memory of the system.
-enum class BufferMemory { Ordinary, Mapped };
-
-/// A registered buffer.
-struct BufferHandle_s {
-    enum class State { Idle, Queued, Bound, Completed };
-
-    std::uint8_t* data = nullptr; // borrowed from the application
-    std::size_t size = 0;
-    BufferMemory memory = BufferMemory::Ordinary;
-    const void* context = nullptr; // guarded by the pool
-    State state = State::Idle;     // guarded by the pool
-};
 
 ///   Register -> idle --Queue--> queued --Take--> bound --Complete--> completed --Retrieve--> idle
 ///                                  ^----PutBack----'
@@ -45,10 +30,11 @@ public:
     void Stop(VxStatus status);
     /// Buffers that are queued from now on are refused with `status`. Those that are queued already are bound and
     /// handed out, in their order.
-    [[nodiscard]] std::deque<BufferHandle_s*> Refuse(VxStatus status);
+    [[nodiscard]] BufferList Refuse(VxStatus status);
     /// Forgets all buffers and results. Only while stopped.
     void Clear();
 
+    /// VX_E_NO_MEMORY when there is none to remember it by; nothing else here needs any.
     VxStatus Register(void* data, std::size_t size, BufferHandle_s** handle,
                       BufferMemory memory = BufferMemory::Ordinary);
     /// A registered buffer lies, if only in part, in these bytes.
@@ -60,7 +46,7 @@ public:
     /// The oldest queued buffer, now bound; null when there is none, then the waker is called for the next.
     BufferHandle_s* Take();
     /// Gives bound buffers back to the head of the queue, keeping their order.
-    void PutBack(const std::deque<BufferHandle_s*>& buffers);
+    void PutBack(BufferList buffers);
     /// Makes a bound buffer retrievable. Handle, buffer and context of the result are filled in here.
     void Complete(BufferHandle_s* buffer, CVxStream::GrabResult result);
     /// Completes all queued buffers with `status`, in order.
@@ -74,8 +60,8 @@ private:
 
     mutable std::mutex m_Mutex;
     std::map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers; // guarded by m_Mutex
-    std::deque<BufferHandle_s*> m_Queued;                                 // guarded by m_Mutex
-    std::deque<CVxStream::GrabResult> m_Completed;                        // guarded by m_Mutex
+    BufferList m_Queued;                                                  // guarded by m_Mutex
+    BufferList m_Completed;                                               // guarded by m_Mutex
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;              // guarded by m_Mutex
     Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
     bool m_Wanted = false;                                                // guarded by m_Mutex

@@ -11,7 +11,7 @@ class FirstBlocks {
 public:
     /// A block came. True, once, when it is time to try smaller transfers.
     bool Note(VxStatus status) {
-        if (m_Decided || status == VX_E_CANCELLED || status == VX_E_USB_NO_DEVICE) return false;
+        if (m_Decided || TellsNothing(status)) return false;
         if (!IsBroken(status)) {
             m_Decided = true;
             return false;
@@ -23,6 +23,10 @@ public:
 
 private:
     static constexpr unsigned int kMostBroken = 3;
+
+    static bool TellsNothing(VxStatus status) {
+        return status == VX_E_CANCELLED || status == VX_E_USB_NO_DEVICE || status == VX_E_NO_MEMORY;
+    }
 
     /// Not those that the camera itself cut short, for want of memory or by an overrun: their transfers work.
     static bool IsBroken(VxStatus status) {

@@ -8,12 +8,15 @@
 #include "u3v/StreamPacket.h"
 
 #include <cstdint>
+#include <list>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace vexlo {
 
-/// Bound to a thread.
+/// Memory that it lacks costs a block: one that has begun ends short, one that would begin is not seen. Bound to a
+/// thread.
 class PacketParser {
 public:
     enum class Place { Lost, BetweenBlocks, InBlock };
@@ -23,12 +26,15 @@ public:
         u3v::Leader leader;
         std::optional<u3v::Trailer> trailer; ///< none: the next leader came first
         std::vector<std::uint8_t> payload;
-        bool overran = false; ///< more came than a block may bring, so these are not the bytes of one block
+        bool overran = false;  ///< more came than a block may bring, so these are not the bytes of one block
+        bool wasShort = false; ///< memory was short: bytes are missing
     };
 
-    /// `maxPayload`: most bytes that a block may bring; what goes beyond is dropped.
+    /// A block whose leader nobody has seen cannot be read: a place in it counts as lost. `maxPayload`: most bytes that
+    /// a block may bring; what goes beyond is dropped.
     PacketParser(std::uint32_t maxPacketSize, std::uint64_t maxPayload, Place place)
-        : m_MaxPacketSize(maxPacketSize), m_MaxPayload(maxPayload), m_Place(place) {}
+        : m_MaxPacketSize(maxPacketSize), m_MaxPayload(maxPayload),
+          m_Place(place == Place::InBlock ? Place::Lost : place) {}
 
     /// The bytes of one transfer. `endsShort`: a short packet ended it, so that its last packet may be a leader or
     /// trailer.
@@ -36,8 +42,8 @@ public:
     /// Bytes came that nobody can look at: the place is lost, and with it a block that had begun.
     void Skip() { m_Place = Place::Lost; }
     Place GetPlace() const { return m_Place; }
-    /// Blocks that ended since the last call, oldest first.
-    std::vector<Block> TakeBlocks();
+    /// Blocks that ended since the last call, oldest first. Needs no memory.
+    std::list<Block> TakeBlocks() { return std::exchange(m_Blocks, {}); }
 
 private:
     void FeedLastPacket(u3v::ByteView packet);
@@ -48,9 +54,9 @@ private:
     const std::uint32_t m_MaxPacketSize;
     const std::uint64_t m_MaxPayload;
     Place m_Place;
-    Block m_Current;             // meaningful in a block
+    std::list<Block> m_Current;  // one, in a block
     bool m_PayloadEnded = false; // a short packet came: later bytes of the block mean nothing
-    std::vector<Block> m_Blocks;
+    std::list<Block> m_Blocks;
 };
 
 } // namespace vexlo

@@ -2,6 +2,8 @@
 
 #include "vexlo/Library.h"
 
+#include <new>
+
 namespace vexlo {
 namespace {
 
@@ -11,11 +13,33 @@ std::string NameOf(const FoundCamera& camera) {
            std::to_string(camera.identity.productId);
 }
 
+/// The stream's thread asks here for what may need memory, and must go on without it.
+template<class Call>
+VxStatus WithoutMemory(Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return VX_E_NO_MEMORY;
+    }
+}
+
+/// What is known of cameras only saves time.
+template<class Value, class Question>
+Value AskNotes(SessionSource& sessions, Value unknown, Question question) noexcept {
+    try {
+        const auto session = sessions.Get();
+        const auto library = Library::Get();
+        return session && library ? question(library->Notes(), NameOf(session->Camera())) : unknown;
+    } catch (const std::bad_alloc&) {
+        return unknown;
+    }
+}
+
 } // namespace
 
 VxStatus SessionHost::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
     const auto session = m_Sessions.Get();
-    return session ? session->OpenHandle(handle) : VX_E_NOT_OPEN;
+    return session ? WithoutMemory([&] { return session->OpenHandle(handle); }) : VX_E_NOT_OPEN;
 }
 
 VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
@@ -35,17 +59,21 @@ VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
 VxStatus SessionHost::ReadRegister(std::uint64_t address, void* data, std::size_t size) {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    std::size_t done = 0;
-    return session->Note(session->Memory().Read(address, static_cast<std::uint8_t*>(data), size, done));
+    return WithoutMemory([&] {
+        std::size_t done = 0;
+        return session->Note(session->Memory().Read(address, static_cast<std::uint8_t*>(data), size, done));
+    });
 }
 
 VxStatus SessionHost::WriteRegister(std::uint64_t address, const void* data, std::size_t size) {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    std::size_t done = 0;
-    // Stream registers hold plain values: writing one twice changes nothing.
-    const u3v::ByteView bytes(static_cast<const std::uint8_t*>(data), size);
-    return session->Note(session->Memory().Write(address, bytes, Repeat::Safe, done));
+    return WithoutMemory([&] {
+        std::size_t done = 0;
+        // Stream registers hold plain values: writing one twice changes nothing.
+        const u3v::ByteView bytes(static_cast<const std::uint8_t*>(data), size);
+        return session->Note(session->Memory().Write(address, bytes, Repeat::Safe, done));
+    });
 }
 
 std::size_t SessionHost::TransferMemoryLimit() {
@@ -54,27 +82,27 @@ std::size_t SessionHost::TransferMemoryLimit() {
 }
 
 std::uint32_t SessionHost::TransferLimit() {
-    const auto session = m_Sessions.Get();
-    const auto library = Library::Get();
-    return session && library ? library->Notes().TransferLimit(NameOf(session->Camera())) : UINT32_MAX;
+    return AskNotes(m_Sessions, UINT32_MAX,
+                    [](CameraNotes& notes, const std::string& name) { return notes.TransferLimit(name); });
 }
 
 void SessionHost::LimitTransfers(std::uint32_t size) {
-    const auto session = m_Sessions.Get();
-    const auto library = Library::Get();
-    if (session && library) library->Notes().LimitTransfers(NameOf(session->Camera()), size);
+    (void)AskNotes(m_Sessions, size, [&](CameraNotes& notes, const std::string& name) {
+        notes.LimitTransfers(name, size);
+        return size;
+    });
 }
 
 std::uint32_t SessionHost::TrustedTransfer() {
-    const auto session = m_Sessions.Get();
-    const auto library = Library::Get();
-    return session && library ? library->Notes().TrustedTransfer(NameOf(session->Camera())) : 0;
+    return AskNotes(m_Sessions, 0u,
+                    [](CameraNotes& notes, const std::string& name) { return notes.TrustedTransfer(name); });
 }
 
 void SessionHost::TrustTransfers(std::uint32_t size) {
-    const auto session = m_Sessions.Get();
-    const auto library = Library::Get();
-    if (session && library) library->Notes().TrustTransfers(NameOf(session->Camera()), size);
+    (void)AskNotes(m_Sessions, size, [&](CameraNotes& notes, const std::string& name) {
+        notes.TrustTransfers(name, size);
+        return size;
+    });
 }
 
 std::chrono::steady_clock::time_point SessionHost::LastWrite() {
@@ -84,7 +112,8 @@ std::chrono::steady_clock::time_point SessionHost::LastWrite() {
 
 VxStatus SessionHost::ResetCamera() {
     const auto session = m_Sessions.Get();
-    return session ? session->Note(session->Control().ResetCamera()) : VX_E_NOT_OPEN;
+    if (!session) return VX_E_NOT_OPEN;
+    return WithoutMemory([&] { return session->Note(session->Control().ResetCamera()); });
 }
 
 void SessionHost::NoteStreaming(bool isOn) {
@@ -94,7 +123,7 @@ void SessionHost::NoteStreaming(bool isOn) {
 }
 
 void SessionHost::ReportLost() {
-    if (const auto session = m_Sessions.Get()) (void)session->Note(VX_E_USB_NO_DEVICE);
+    if (const auto session = m_Sessions.Get()) (void)WithoutMemory([&] { return session->Note(VX_E_USB_NO_DEVICE); });
 }
 
 } // namespace vexlo

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <type_traits>
 
 #include <pthread.h>
@@ -16,6 +17,7 @@ using Lock = std::unique_lock<std::mutex>;
 
 constexpr std::size_t kFewestBytesInFlight = 8u << 20;
 constexpr std::size_t kMostSlots = 64;
+constexpr std::size_t kFewestScanPackets = 64;
 constexpr unsigned int kWaitMs = 1000;
 constexpr unsigned int kMemoryRetryMs = 5;
 constexpr std::chrono::milliseconds kEventsRetry{20};
@@ -38,8 +40,13 @@ std::size_t SlotCount(const EngineSettings& settings, const u3v::TransferPlan& p
     return std::max<std::size_t>(1, std::min(wanted, settings.maxBuffers));
 }
 
-std::size_t DumpSize(const u3v::TransferPlan& plan) {
-    return std::max({plan.payloadSize, plan.final1Size, plan.final2Size});
+std::size_t ScanSize(const u3v::TransferPlan& plan, std::size_t packetSize) {
+    return std::max(plan.LongestPayload() / packetSize * packetSize, kFewestScanPackets * packetSize);
+}
+
+/// Not touched before it is used, so that it costs what comes and not what a camera states.
+std::unique_ptr<std::uint8_t[]> Untouched(std::size_t size) {
+    return std::unique_ptr<std::uint8_t[]>(new std::uint8_t[size]);
 }
 
 } // namespace
@@ -55,21 +62,30 @@ StreamEngine::StreamEngine(const Parts& parts, const EngineSettings& settings)
     m_Scan.usb.context = this;
 }
 
-/// Nothing may be in flight or bound.
+/// Nothing may be in flight or bound. Without memory all is as it was.
 void StreamEngine::UsePlan(const u3v::TransferPlan& plan) {
-    ForgetTransfers();
-    m_Slots.clear();
-    m_ScanBytes.clear();
-    m_Plan = plan;
-    m_Budget = TransferBudget(WishesOf(m_Settings, plan));
-    m_Dump.resize(DumpSize(plan));
-    for (std::size_t i = 0, count = SlotCount(m_Settings, plan); i < count; ++i) {
-        m_Slots.push_back(std::make_unique<BlockSlot>(plan, m_Settings.channel.endpoint, m_Dump.data()));
-        for (PlannedTransfer& transfer : m_Slots.back()->Transfers()) {
+    Memory dump = Untouched(plan.LongestPayload());
+    Memory scanBytes = Untouched(ScanSize(plan, m_Settings.channel.maxPacketSize));
+    Slots slots(SlotCount(m_Settings, plan));
+    for (auto& slot : slots) {
+        slot = std::make_unique<BlockSlot>(plan, m_Settings.channel.endpoint, dump.get());
+        for (PlannedTransfer& transfer : slot->Transfers()) {
             transfer.usb.completed = &StreamEngine::OnCompleted;
             transfer.usb.context = this;
         }
     }
+    const std::size_t transfers = slots.size() * slots.front()->Transfers().size() + 1; // and the one that scans
+    m_InFlight.Reserve(transfers);
+    m_Reaped.Reserve(transfers);
+    m_Bound.Reserve(slots.size());
+    ForgetTransfers();
+    m_Slots.swap(slots);
+    m_Dump.swap(dump);
+    m_ScanBytes.swap(scanBytes);
+    m_Plan = plan;
+    m_Scan.usb.buffer = m_ScanBytes.get();
+    m_Scan.usb.length = m_Scan.cost = ScanSize(plan, m_Settings.channel.maxPacketSize);
+    m_Budget = TransferBudget(WishesOf(m_Settings, plan));
 }
 
 void StreamEngine::ForgetTransfers() {
@@ -83,13 +99,20 @@ StreamEngine::~StreamEngine() {
     Stop();
 }
 
-void StreamEngine::Start() {
+VxStatus StreamEngine::Start() {
+    const Lock hold(m_Mutex); // the thread waits for it before it does anything
+    try {
+        m_Thread = std::thread([this] { Run(); });
+    } catch (const std::exception& error) {
+        Log(Tavix::kLogError, "No thread for the stream: %s", error.what());
+        return VX_E_NO_MEMORY;
+    }
     m_Pool.Start([this] { m_Handle.WakeEvents(); });
     m_LeadsOff = true;
     m_Silence.SwitchedOn(Clock::now());
     if (IsNarrow() || LongestTransfer() <= m_Host.TrustedTransfer()) m_Silence.Ignore();
     SubmitMore();
-    m_Thread = std::thread([this] { Run(); });
+    return VX_OK;
 }
 
 void StreamEngine::Cancel() {
@@ -127,9 +150,10 @@ void StreamEngine::SetPriority() const {
 }
 
 void StreamEngine::Run() {
+    { const Lock started(m_Mutex); }
     pthread_setname_np(pthread_self(), "vx-stream");
     SetPriority();
-    while (!(m_Stopping && m_InFlight.empty() && m_Mode != Mode::Reaping))
+    while (!(m_Stopping && m_InFlight.IsEmpty() && m_Mode != Mode::Reaping))
         Work();
     m_Pool.Stop(VX_E_CANCELLED);
     Lock lock(m_Mutex);
@@ -140,17 +164,17 @@ void StreamEngine::Run() {
 /// One round: serve requests, queue transfers, wait for some to complete, finish what they ended.
 void StreamEngine::Work() {
     OnRequest();
-    if (m_Mode == Mode::Reaping && m_InFlight.empty()) {
+    if (m_Mode == Mode::Reaping && m_InFlight.IsEmpty()) {
         FinishReaping();
         return;
     }
-    if (m_Stopping && m_InFlight.empty()) return;
-    if (m_IsGone && m_InFlight.empty() && m_Mode != Mode::Dead) return Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
+    if (m_Stopping && m_InFlight.IsEmpty()) return;
+    if (m_IsGone && m_InFlight.IsEmpty() && m_Mode != Mode::Dead) return Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
     if (HearsNothing()) OnSilence();
     if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return LeaveToNarrow();
     if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
-    if (m_Mode == Mode::Reaping && m_InFlight.empty()) return;
+    if (m_Mode == Mode::Reaping && m_InFlight.IsEmpty()) return;
     WaitForWork();
 }
 
@@ -166,7 +190,7 @@ void StreamEngine::WaitForWork() {
         m_Asked.wait_until(lock, m_PauseEnd, isAsked);
         return;
     }
-    const bool retrySoon = m_Budget.IsShort() && m_InFlight.empty();
+    const bool retrySoon = m_Budget.IsShort() && m_InFlight.IsEmpty();
     const usb::Result result = m_Handle.HandleEvents(retrySoon ? kMemoryRetryMs : MostWaitMs());
     if (result == usb::Result::Ok || result == usb::Result::Interrupted) return;
     // Transfers end in HandleEvents only, so it must be tried again, but not without a pause.
@@ -199,7 +223,7 @@ bool StreamEngine::BindNext(BlockSlot& slot) {
     BufferHandle_s* buffer = m_Pool.Take();
     if (!buffer) return false;
     slot.Bind(buffer);
-    m_Bound.push_back(&slot);
+    m_Bound.Append(&slot);
     m_NextIsBound = true;
     return true;
 }
@@ -226,11 +250,9 @@ void StreamEngine::Advance() {
 
 void StreamEngine::SubmitMore() {
     if (m_Stopping || m_IsGone) return;
-    std::deque<BufferHandle_s*> noneBound;
+    BufferList noneBound;
     if (!DeliverFound(noneBound)) return; // blocks come back in their order: these first
-    if (m_Mode == Mode::Scanning && m_InFlight.empty()) {
-        m_Scan.usb.buffer = m_ScanBytes.data();
-        m_Scan.usb.length = m_Scan.cost = m_ScanBytes.size();
+    if (m_Mode == Mode::Scanning && m_InFlight.IsEmpty()) {
         Submit(m_Scan);
         return;
     }
@@ -238,7 +260,7 @@ void StreamEngine::SubmitMore() {
         BlockSlot& slot = *m_Slots[m_NextSlot];
         const PlannedTransfer& next = slot.Transfers()[m_NextTransfer];
         const std::size_t cost = slot.Buffer() ? next.cost : next.usb.length;
-        if (!m_Budget.HasRoom(m_InFlight.size(), m_BytesInFlight, cost)) return;
+        if (!m_Budget.HasRoom(m_InFlight.Size(), m_BytesInFlight, cost)) return;
         PlannedTransfer* transfer = NextTransfer();
         if (!transfer || !Submit(*transfer)) return;
         Advance();
@@ -250,16 +272,16 @@ bool StreamEngine::Submit(PlannedTransfer& transfer) {
     switch (m_Handle.Submit(transfer.usb)) {
     case usb::Result::Ok:
         m_LeadsOff = false;
-        m_InFlight.push_back(&transfer);
+        m_InFlight.Append(&transfer);
         m_BytesInFlight += transfer.cost;
-        m_Budget.Accepted(m_InFlight.size());
+        m_Budget.Accepted(m_InFlight.Size());
         return true;
     case usb::Result::NoMemory:
         // The transfer keeps its place in the order; it is tried again when another one has made room.
-        m_Budget.Refused(m_InFlight.size());
+        m_Budget.Refused(m_InFlight.Size());
         return false;
     case usb::Result::NoDevice:
-        if (m_InFlight.empty()) {
+        if (m_InFlight.IsEmpty()) {
             Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
         } else { // what completed before the camera went is still looked at as planned: the last block may be whole
             m_IsGone = true;
@@ -286,9 +308,9 @@ void StreamEngine::OnCompleted(usb::Transfer& transfer) {
 
 /// Cancelled transfers may come back in any order; they are looked at in the order of queuing.
 void StreamEngine::TakeFront() {
-    while (!m_InFlight.empty() && m_InFlight.front()->done) {
-        PlannedTransfer& transfer = *m_InFlight.front();
-        m_InFlight.pop_front();
+    while (!m_InFlight.IsEmpty() && m_InFlight.Front()->done) {
+        PlannedTransfer& transfer = *m_InFlight.Front();
+        m_InFlight.RemoveFront();
         m_BytesInFlight -= transfer.cost;
         if (m_Mode == Mode::Planned) {
             JudgePlanned(transfer);

@@ -5,6 +5,7 @@
 #include "vexlo/stream/BlockSlot.h"
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/FirstBlocks.h"
+#include "vexlo/stream/FixedQueue.h"
 #include "vexlo/stream/PacketParser.h"
 #include "vexlo/stream/Silence.h"
 #include "vexlo/stream/StreamHost.h"
@@ -15,9 +16,10 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -59,15 +61,17 @@ public:
         BufferPool& pool;
         StreamStatistics& statistics;
     };
-    /// The parts are borrowed and outlive the engine.
+    /// The parts are borrowed and outlive the engine. Throws std::bad_alloc; nothing else here does, for all the memory
+    /// of a stream is taken here, but that of blocks which have to be found again.
     StreamEngine(const Parts& parts, const EngineSettings& settings);
     ~StreamEngine();
     StreamEngine(const StreamEngine&) = delete;
     StreamEngine& operator=(const StreamEngine&) = delete;
 
     /// Starts the thread. The transfer of the first leader is queued when this returns, for there are no buffers yet;
-    /// the camera's stream may be switched on then.
-    void Start();
+    /// the camera's stream may be switched on then. VX_E_NO_MEMORY when there is no thread to be had: nothing has been
+    /// queued then, and no buffer is taken.
+    [[nodiscard]] VxStatus Start();
     /// Completes all buffers as cancelled and returns when that is done. Streaming goes on.
     void Cancel();
     /// Cancels, ends the thread and returns when no transfer is in flight.
@@ -79,6 +83,8 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    using Memory = std::unique_ptr<std::uint8_t[]>;
+    using Slots = std::vector<std::unique_ptr<BlockSlot>>;
     enum class Mode { Planned, Reaping, Scanning, Pausing, Dead };
     enum class Reason { Resynchronize, Cancel, Restart, Lost };
 
@@ -116,15 +122,14 @@ private:
     void FeedWith(const PlannedTransfer& transfer);
     void FeedReaped();
     void FinishReaping();
-    void FinishCancel(std::deque<BufferHandle_s*>& buffers);
+    void FinishCancel(BufferList buffers);
     void GoOn();
     void FindPlace();
     void ServeCancels();
-    std::deque<BufferHandle_s*> Unbind();
+    BufferList Unbind();
     void TakeFound();
-    bool DeliverFound(std::deque<BufferHandle_s*>& buffers);
+    bool DeliverFound(BufferList& buffers);
     void Deliver(BufferHandle_s* buffer, const PacketParser::Block& block);
-    void CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status);
     void RestartSoon();
     void Restart();
     VxStatus SwitchOnAgain();
@@ -160,25 +165,25 @@ private:
 
     // Of the stream's thread from here on.
     u3v::TransferPlan m_Plan; // that of the settings until it was found to ask too much
-    std::vector<std::uint8_t> m_Dump;
-    std::vector<std::unique_ptr<BlockSlot>> m_Slots;
+    Memory m_Dump;
+    Slots m_Slots;
     std::size_t m_NextSlot = 0;              // where the next transfer to queue belongs
     std::size_t m_NextTransfer = 0;          // which one it is
     bool m_NextIsBound = false;              // its block has a buffer, but nothing of it is queued yet
     bool m_LeadsOff = false;                 // the first leader may be queued before there is a buffer
-    std::deque<BlockSlot*> m_Bound;          // slots with buffers, oldest first
-    std::deque<PlannedTransfer*> m_InFlight; // in the order of queuing
+    FixedQueue<BlockSlot*> m_Bound;          // slots with buffers, oldest first
+    FixedQueue<PlannedTransfer*> m_InFlight; // in the order of queuing
     BlockSlot* m_Late = nullptr;             // the oldest block, when something empty came in its trailer's place
     std::size_t m_BytesInFlight = 0;
     TransferBudget m_Budget;
     Mode m_Mode = Mode::Planned;
     Reason m_Reason = Reason::Resynchronize;
-    VxStatus m_Damage = VX_OK;              // why the oldest block failed, while reaping; VX_OK: it did not
-    VxStatus m_ReapedFailure = VX_OK;       // of a transfer, since the plan was left
-    std::unique_ptr<PacketParser> m_Parser; // while reaping and scanning
-    std::vector<const PlannedTransfer*> m_Reaped;
-    std::deque<PacketParser::Block> m_Found; // whole blocks that wait for buffers, oldest first
-    std::vector<std::uint8_t> m_ScanBytes;
+    VxStatus m_Damage = VX_OK;            // why the oldest block failed, while reaping; VX_OK: it did not
+    VxStatus m_ReapedFailure = VX_OK;     // of a transfer, since the plan was left
+    std::optional<PacketParser> m_Parser; // while reaping and scanning
+    FixedQueue<const PlannedTransfer*> m_Reaped;
+    std::list<PacketParser::Block> m_Found; // whole blocks that wait for buffers, oldest first
+    Memory m_ScanBytes;
     std::uint64_t m_Scanned = 0; // bytes since scanning began
     PlannedTransfer m_Scan;
     FirstBlocks m_FirstBlocks;

@@ -101,7 +101,7 @@ void StreamEngine::JudgeTrailer(PlannedTransfer& transfer) {
     if (transfer.usb.actualLength == 0 && evidence.leader) {
         // Some cameras end a full payload with an empty packet that nobody asked for; the trailer comes next then.
         m_Late = &slot;
-        if (m_InFlight.empty()) Submit(transfer);
+        if (m_InFlight.IsEmpty()) Submit(transfer);
         return;
     }
     m_Late = nullptr;
@@ -114,7 +114,7 @@ void StreamEngine::JudgeTrailer(PlannedTransfer& transfer) {
 void StreamEngine::FinishBlock(BlockSlot& slot, const BlockEvidence& evidence) {
     BufferHandle_s* buffer = slot.Buffer();
     slot.Unbind();
-    m_Bound.pop_front();
+    m_Bound.RemoveFront();
     const CVxStream::GrabResult result = JudgeBlock(evidence);
     if (result.Status == VX_OK) m_RestartsInARow = 0;
     Complete(buffer, result);

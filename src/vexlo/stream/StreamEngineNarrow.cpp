@@ -5,6 +5,7 @@
 #include "vexlo/Logging.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace vexlo {
@@ -26,7 +27,7 @@ bool StreamEngine::IsNarrow() const {
 bool StreamEngine::HearsNothing() {
     if (m_Silence.IsIgnored()) return false;
     const Clock::time_point now = Clock::now();
-    const bool waits = m_Mode == Mode::Planned && !m_Bound.empty() && !m_InFlight.empty();
+    const bool waits = m_Mode == Mode::Planned && !m_Bound.IsEmpty() && !m_InFlight.IsEmpty();
     if (std::exchange(m_Heard, false) || !waits) m_Silence.Break(now);
     return m_Silence.IsTooLong(now, m_Host.LastWrite());
 }
@@ -50,7 +51,7 @@ void StreamEngine::OnSilence() {
 
 /// The first block is lost if it had begun.
 void StreamEngine::LeaveToNarrow() {
-    const bool begun = m_SilentAt != 0 && !m_Bound.empty() && m_Bound.front()->Leader();
+    const bool begun = m_SilentAt != 0 && !m_Bound.IsEmpty() && m_Bound.Front()->Leader();
     Leave(Reason::Restart, begun ? VX_E_INCOMPLETE : VX_OK);
 }
 
@@ -58,14 +59,19 @@ void StreamEngine::LeaveToNarrow() {
 VxStatus StreamEngine::Narrow() {
     u3v::TransferPlan plan;
     if (const VxStatus status = m_Registers.MakePlan({kNarrowTransfer, {}}, plan)) return status;
+    const std::uint32_t longest = LongestTransfer();
+    try {
+        UsePlan(plan);
+    } catch (const std::bad_alloc&) {
+        return VX_E_NO_MEMORY;
+    }
     m_NarrowIsDue = false;
     if (m_SilentAt == 0) {
         Log(Tavix::kLogWarning,
-            "No block came whole with transfers of %u bytes; the camera is given %u bytes from now on",
-            LongestTransfer(), kNarrowTransfer);
+            "No block came whole with transfers of %u bytes; the camera is given %u bytes from now on", longest,
+            kNarrowTransfer);
         m_Host.LimitTransfers(kNarrowTransfer);
     }
-    UsePlan(plan);
     return VX_OK;
 }
 

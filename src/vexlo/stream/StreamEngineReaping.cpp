@@ -16,7 +16,6 @@ constexpr unsigned int kMostRestartsInARow = 8;
 constexpr unsigned int kRestartsUntilHalt = 3; ///< setting a halt is no first remedy
 constexpr std::chrono::milliseconds kShortestPause{10};
 constexpr std::chrono::milliseconds kLongestPause{250};
-constexpr std::size_t kFewestScanPackets = 64;
 
 bool IsFailure(usb::TransferStatus status) {
     return status != usb::TransferStatus::Completed && status != usb::TransferStatus::Cancelled;
@@ -30,14 +29,12 @@ bool BeginsBlock(const PlannedTransfer& transfer) {
 
 void StreamEngine::Leave(Reason reason, VxStatus damage) {
     const bool between =
-        m_Mode == Mode::Planned && (m_InFlight.empty() ? m_NextTransfer == 0 : BeginsBlock(*m_InFlight.front()));
+        m_Mode == Mode::Planned && (m_InFlight.IsEmpty() ? m_NextTransfer == 0 : BeginsBlock(*m_InFlight.Front()));
     // A place that the parser knows already stays known.
     const auto known = m_Parser && m_Mode != Mode::Planned ? m_Parser->GetPlace() : PacketParser::Place::Lost;
     const auto place = reason == Reason::Cancel && between ? PacketParser::Place::BetweenBlocks : known;
     if (m_Mode == Mode::Planned || reason == Reason::Cancel) {
-        m_Parser =
-            std::make_unique<PacketParser>(m_Settings.channel.maxPacketSize, m_Plan.Capacity(),
-                                           place == PacketParser::Place::InBlock ? PacketParser::Place::Lost : place);
+        m_Parser.emplace(m_Settings.channel.maxPacketSize, m_Plan.Capacity(), place);
     }
     if (m_Mode != Mode::Reaping) m_ReapedFailure = VX_OK;
     m_Mode = Mode::Reaping;
@@ -49,23 +46,23 @@ void StreamEngine::Leave(Reason reason, VxStatus damage) {
 /// From the last to the first, so that no transfer receives what was meant for one before it. Those that completed
 /// meanwhile answer NotFound and are looked at like the others.
 void StreamEngine::CancelInFlight() {
-    for (auto it = m_InFlight.rbegin(); it != m_InFlight.rend(); ++it)
-        (void)m_Handle.Cancel((*it)->usb);
+    for (std::size_t i = m_InFlight.Size(); i > 0; --i)
+        (void)m_Handle.Cancel(m_InFlight[i - 1]->usb);
 }
 
 void StreamEngine::FeedWith(const PlannedTransfer& transfer) {
-    m_Reaped.push_back(&transfer);
+    m_Reaped.Append(&transfer);
     const usb::TransferStatus status = transfer.usb.status;
     if (IsFailure(status) && m_ReapedFailure != VX_E_USB_NO_DEVICE) m_ReapedFailure = ToStatus(status);
 }
 
-std::deque<BufferHandle_s*> StreamEngine::Unbind() {
-    std::deque<BufferHandle_s*> buffers;
-    for (const BlockSlot* slot : m_Bound)
-        buffers.push_back(slot->Buffer());
+BufferList StreamEngine::Unbind() {
+    BufferList buffers;
+    for (std::size_t i = 0; i < m_Bound.Size(); ++i)
+        buffers.Append(*m_Bound[i]->Buffer());
     for (auto& slot : m_Slots)
         slot->Unbind();
-    m_Bound.clear();
+    m_Bound.Clear();
     m_Late = nullptr;
     m_NextSlot = m_NextTransfer = 0;
     m_NextIsBound = false;
@@ -73,7 +70,8 @@ std::deque<BufferHandle_s*> StreamEngine::Unbind() {
 }
 
 void StreamEngine::FeedReaped() {
-    for (const PlannedTransfer* transfer : m_Reaped) {
+    for (; !m_Reaped.IsEmpty(); m_Reaped.RemoveFront()) {
+        const PlannedTransfer* const transfer = m_Reaped.Front();
         if (transfer->unread) {
             if (transfer->usb.actualLength > 0) m_Parser->Skip();
         } else {
@@ -82,31 +80,30 @@ void StreamEngine::FeedReaped() {
         // What a failed transfer has cost shows nowhere; a block that looks whole all the same may not be.
         if (IsFailure(transfer->usb.status)) m_Parser->Skip();
     }
-    m_Reaped.clear();
 }
 
 void StreamEngine::FinishReaping() {
     FeedReaped();
-    BlockEvidence damaged = m_Bound.empty() ? BlockEvidence() : m_Bound.front()->Evidence();
+    BlockEvidence damaged = m_Bound.IsEmpty() ? BlockEvidence() : m_Bound.Front()->Evidence();
     damaged.failure = m_Damage;
-    std::deque<BufferHandle_s*> buffers = Unbind();
-    if (m_Reason == Reason::Cancel) return FinishCancel(buffers);
-    if (!buffers.empty() && m_Damage != VX_OK) {
-        Complete(buffers.front(), JudgeBlock(damaged));
-        buffers.pop_front();
-    }
+    BufferList buffers = Unbind();
+    if (m_Reason == Reason::Cancel) return FinishCancel(std::move(buffers));
+    if (m_Damage != VX_OK)
+        if (BufferHandle_s* buffer = buffers.TakeFirst()) Complete(buffer, JudgeBlock(damaged));
     TakeFound();
     (void)DeliverFound(buffers);
-    m_Pool.PutBack(buffers);
+    m_Pool.PutBack(std::move(buffers));
     const bool isSameAgain = m_IsOff && m_Damage == VX_OK;
     if (m_ReapedFailure != VX_E_USB_NO_DEVICE && m_Reason != Reason::Lost && !isSameAgain)
         ++m_Statistics.resynchronizations;
     GoOn();
 }
 
-void StreamEngine::FinishCancel(std::deque<BufferHandle_s*>& buffers) {
-    CompleteAll(buffers, VX_E_CANCELLED);
-    m_Parser->TakeBlocks();
+void StreamEngine::FinishCancel(BufferList buffers) {
+    while (BufferHandle_s* buffer = buffers.TakeFirst())
+        m_Pool.Complete(buffer, EmptyResult(VX_E_CANCELLED));
+    m_Pool.CompleteQueued(VX_E_CANCELLED);
+    (void)m_Parser->TakeBlocks();
     m_Found.clear();
     ServeCancels();
     GoOn();
@@ -139,9 +136,6 @@ void StreamEngine::FindPlace() {
     const bool found = m_Parser->GetPlace() == PacketParser::Place::BetweenBlocks;
     m_Mode = found ? Mode::Planned : Mode::Scanning;
     m_Scanned = 0;
-    if (found || !m_ScanBytes.empty()) return;
-    const std::size_t unit = m_Settings.channel.maxPacketSize;
-    m_ScanBytes.resize(std::max(m_Plan.payloadSize / unit * unit, kFewestScanPackets * unit));
 }
 
 void StreamEngine::ServeCancels() {
@@ -150,29 +144,16 @@ void StreamEngine::ServeCancels() {
     m_Served.notify_all();
 }
 
-void StreamEngine::CompleteAll(std::deque<BufferHandle_s*>& buffers, VxStatus status) {
-    for (BufferHandle_s* buffer : buffers)
-        m_Pool.Complete(buffer, EmptyResult(status));
-    buffers.clear();
-    m_Pool.CompleteQueued(status);
-}
-
 void StreamEngine::TakeFound() {
-    for (PacketParser::Block& block : m_Parser->TakeBlocks())
-        m_Found.push_back(std::move(block));
+    m_Found.splice(m_Found.end(), m_Parser->TakeBlocks());
 }
 
 /// Whole blocks that the parser found go to the given buffers, then to queued ones. False when some must wait until
 /// more are queued.
-bool StreamEngine::DeliverFound(std::deque<BufferHandle_s*>& buffers) {
+bool StreamEngine::DeliverFound(BufferList& buffers) {
     while (!m_Found.empty()) {
-        BufferHandle_s* buffer = nullptr;
-        if (!buffers.empty()) {
-            buffer = buffers.front();
-            buffers.pop_front();
-        } else {
-            buffer = m_Pool.Take();
-        }
+        BufferHandle_s* buffer = buffers.TakeFirst();
+        if (!buffer) buffer = m_Pool.Take();
         if (!buffer) return false;
         Deliver(buffer, m_Found.front());
         m_Found.pop_front();
@@ -190,6 +171,7 @@ void StreamEngine::Deliver(BufferHandle_s* buffer, const PacketParser::Block& bl
     evidence.received = block.payload.size();
     evidence.bufferSize = buffer->size;
     if (block.overran) evidence.failure = VX_E_DATA_OVERRUN;
+    if (block.wasShort) evidence.failure = VX_E_NO_MEMORY;
     Complete(buffer, JudgeBlock(evidence));
 }
 
@@ -202,9 +184,9 @@ void StreamEngine::Restart() {
     const VxStatus status = SwitchOnAgain();
     m_IsOff = status != VX_OK;
     if (!m_IsOff || m_Mode == Mode::Reaping) return;
-    if (status == VX_E_USB_NO_DEVICE && m_InFlight.empty()) return Die(status);
+    if (status == VX_E_USB_NO_DEVICE && m_InFlight.IsEmpty()) return Die(status);
     m_PauseEnd = Clock::now() + std::min(kShortestPause * (1 << m_RestartsInARow), kLongestPause);
-    if (m_InFlight.empty()) {
+    if (m_InFlight.IsEmpty()) {
         m_Mode = Mode::Pausing;
     } else {
         Leave(status == VX_E_USB_NO_DEVICE ? Reason::Lost : Reason::Restart, VX_OK);
@@ -231,9 +213,9 @@ void StreamEngine::Die(VxStatus status) {
     m_Mode = Mode::Dead;
     m_IsLost = status == VX_E_USB_NO_DEVICE;
     m_Found.clear();
-    for (BufferHandle_s* buffer : Unbind()) // bound to a block of which nothing could be queued
-        Complete(buffer, EmptyResult(status));
-    for (BufferHandle_s* buffer : m_Pool.Refuse(status))
+    BufferList buffers = m_Pool.Refuse(status);
+    buffers.Prepend(Unbind()); // bound to a block of which nothing could be queued
+    while (BufferHandle_s* buffer = buffers.TakeFirst())
         Complete(buffer, EmptyResult(status));
     if (status == VX_E_USB_NO_DEVICE) m_Host.ReportLost();
     ServeCancels();

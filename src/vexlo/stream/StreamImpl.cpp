@@ -4,7 +4,7 @@
 #include "vexlo/UsbStatus.h"
 
 #include <algorithm>
-#include <exception>
+#include <new>
 #include <utility>
 
 namespace vexlo {
@@ -123,20 +123,20 @@ VxStatus CVxStream::Impl::TryEngine(StreamRegisters& registers) {
         settings.threadPriority = m_Settings.threadPriority;
         settings.silence = std::chrono::milliseconds(m_Settings.firstDataTimeout);
     }
+    std::shared_ptr<StreamEngine> engine;
     try {
-        auto engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);
-        engine->Start();
-        const VxStatus status = registers.Enable();
-        if (status == VX_OK) {
-            SetEngine(std::move(engine));
-        } else {
-            engine->Stop();
-        }
-        return status;
-    } catch (const std::exception&) { // neither memory nor a thread can be had for ever
-        pool.Stop(VX_E_CANCELLED);
+        engine = std::make_shared<StreamEngine>(StreamEngine::Parts{host, *m_Handle, pool, statistics}, settings);
+    } catch (const std::bad_alloc&) {
         return VX_E_NO_MEMORY;
     }
+    if (const VxStatus status = engine->Start()) return status;
+    const VxStatus status = registers.Enable();
+    if (status == VX_OK) {
+        SetEngine(std::move(engine));
+    } else {
+        engine->Stop();
+    }
+    return status;
 }
 
 /// With sizes that are asked for again, on an endpoint that was halted on both sides.

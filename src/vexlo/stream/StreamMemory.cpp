@@ -9,14 +9,21 @@ std::uint8_t* StreamMemory::Allocate(usb::Handle& handle, std::size_t size) {
     Piece piece;
     piece.size = size;
     std::uint8_t* memory = handle.AllocateMemory(size);
-    if (memory != nullptr) {
+    const bool isMapped = memory != nullptr;
+    if (isMapped) {
         piece.handle = &handle;
     } else {
         piece.ordinary.reset(new (std::nothrow) std::uint8_t[size]);
         memory = piece.ordinary.get();
     }
-    if (memory != nullptr) m_Pieces.emplace(memory, std::move(piece));
-    return memory;
+    if (memory == nullptr) return nullptr;
+    try {
+        m_Pieces.emplace(memory, std::move(piece));
+        return memory;
+    } catch (const std::bad_alloc&) {
+        if (isMapped) handle.FreeMemory(memory, size);
+        return nullptr;
+    }
 }
 
 std::size_t StreamMemory::SizeOf(const std::uint8_t* memory) const {

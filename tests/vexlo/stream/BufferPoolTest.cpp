@@ -107,7 +107,10 @@ TEST_F(BufferPoolTest, KeepsTheOrderOverPuttingBack) {
     BufferHandle_s* c = Queued(2);
     EXPECT_EQ(pool.Take(), a);
     EXPECT_EQ(pool.Take(), b);
-    pool.PutBack({a, b});
+    BufferList both;
+    both.Append(*a);
+    both.Append(*b);
+    pool.PutBack(std::move(both));
     EXPECT_EQ(pool.Take(), a);
     EXPECT_EQ(pool.Take(), b);
     EXPECT_EQ(pool.Take(), c);
@@ -201,7 +204,10 @@ TEST_F(BufferPoolTest, HandsOutWhatIsQueuedWhenItRefuses) {
     Start();
     BufferHandle_s* a = Queued(0);
     BufferHandle_s* b = Queued(1);
-    EXPECT_EQ(pool.Refuse(VX_E_USB_NO_DEVICE), (std::deque<BufferHandle_s*>{a, b}));
+    BufferList refused = pool.Refuse(VX_E_USB_NO_DEVICE);
+    EXPECT_EQ(refused.TakeFirst(), a);
+    EXPECT_EQ(refused.TakeFirst(), b);
+    EXPECT_TRUE(refused.IsEmpty());
     pool.Complete(a, EmptyResult(VX_E_USB_NO_DEVICE));
     EXPECT_EQ(Retrieve(), VX_OK);
     EXPECT_EQ(pool.Queue(a, nullptr), VX_E_USB_NO_DEVICE);

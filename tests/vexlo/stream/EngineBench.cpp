@@ -54,11 +54,11 @@ EngineBench::~EngineBench() {
 }
 
 void EngineBench::StartWithoutBuffers() {
-    engine->Start();
+    EXPECT_EQ(engine->Start(), VX_OK);
 }
 
 void EngineBench::Start() {
-    engine->Start();
+    StartWithoutBuffers();
     QueueAll();
 }
 

@@ -1,5 +1,7 @@
 #include "FakeCamera.h"
 
+#include "support/Shortage.h"
+
 #include <cstring>
 
 namespace streamtest {
@@ -8,6 +10,7 @@ using vexlo::VX_OK;
 using Lock = std::unique_lock<std::mutex>;
 
 VxStatus FakeCamera::ReadRegister(std::uint64_t address, void* data, std::size_t size) {
+    const shortage::AmpleMemory ample;
     if (m_Bus.IsGone()) return vexlo::VX_E_USB_NO_DEVICE;
     Lock lock(m_Mutex);
     const std::uint64_t offset = address - kBase;
@@ -19,6 +22,7 @@ VxStatus FakeCamera::ReadRegister(std::uint64_t address, void* data, std::size_t
 }
 
 VxStatus FakeCamera::WriteRegister(std::uint64_t address, const void* data, std::size_t size) {
+    const shortage::AmpleMemory ample;
     if (m_Bus.IsGone()) return vexlo::VX_E_USB_NO_DEVICE;
     if (size != 4) return vexlo::VX_E_INVALID_SIZE;
     std::uint32_t value = 0;

@@ -1,5 +1,7 @@
 #include "PacketBus.h"
 
+#include "support/Shortage.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -245,6 +247,7 @@ Result PacketBus::Control(const usb::ControlSetup& setup, std::uint8_t*, std::si
 }
 
 Result PacketBus::Submit(usb::Transfer& transfer) {
+    const shortage::AmpleMemory ample;
     Lock lock(m_Mutex);
     if (m_Gone) {
         ++m_Refused;
@@ -267,6 +270,7 @@ Result PacketBus::Submit(usb::Transfer& transfer) {
 }
 
 Result PacketBus::Cancel(usb::Transfer& transfer) {
+    const shortage::AmpleMemory ample;
     Lock lock(m_Mutex);
     const auto found = std::find(m_Queue.begin(), m_Queue.end(), &transfer);
     if (found == m_Queue.end()) return Result::NotFound;

@@ -5,6 +5,8 @@
 
 #include "vexlo/stream/StreamImpl.h"
 
+#include "support/Shortage.h"
+
 #include <gtest/gtest.h>
 
 using namespace streamtest;
@@ -73,6 +75,29 @@ TEST_F(StreamStart, QueuesATransferBeforeTheCameraIsSwitchedOn) {
     EXPECT_EQ(camera->QueuedBeforeEnable(), 1u);
     EXPECT_EQ(bus.HaltsSet(), 0u) << "some cameras do not survive it";
     ExpectGoodBlock();
+}
+
+TEST_F(StreamStart, TakesNoBuffersAndLeavesNothingQueuedWhenThereIsNoThread) {
+    BufferHandle_s* handle = nullptr;
+    ASSERT_EQ(stream->RegisterBuffer(memory, sizeof memory, &handle), VX_OK);
+    {
+        const shortage::ThreadShortage none;
+        EXPECT_EQ(stream->StartStreaming(), VX_E_NO_MEMORY);
+    }
+    EXPECT_EQ(stream->QueueBuffer(handle, nullptr), VX_E_INVALID_STATE);
+    EXPECT_EQ(bus.Queued(), 0u);
+    EXPECT_EQ(stream->DeregisterBuffer(handle, nullptr), VX_OK);
+    ASSERT_EQ(stream->StartStreaming(), VX_OK) << "there are threads again";
+    ExpectGoodBlock();
+}
+
+TEST_F(StreamStart, TakesNoBuffersWhenTheCameraRefuses) {
+    BufferHandle_s* handle = nullptr;
+    ASSERT_EQ(stream->RegisterBuffer(memory, sizeof memory, &handle), VX_OK);
+    camera->AnswerEnable({VX_E_TIMEOUT});
+    EXPECT_EQ(stream->StartStreaming(), VX_E_TIMEOUT);
+    EXPECT_EQ(stream->QueueBuffer(handle, nullptr), VX_E_INVALID_STATE);
+    EXPECT_EQ(bus.Queued(), 0u);
 }
 
 TEST_F(StreamStart, TakesTheLeaderBeforeThereIsABuffer) {

@@ -173,7 +173,7 @@ TEST(StreamStress, BringsEveryBufferBackOnceAndAlwaysRecovers) {
         StreamEngine engine({camera, bus, pool, statistics}, Settings(random));
         Consumer consumer(pool, random());
         Mischief mischief(bus, random());
-        engine.Start();
+        ASSERT_EQ(engine.Start(), VX_OK);
         std::thread thread([&] { consumer.Run(); });
         for (unsigned int i = random() % 300; i > 0; --i) {
             mischief.Step();
