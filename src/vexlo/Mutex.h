@@ -1,18 +1,8 @@
 #pragma once
 // A plain lock with condition variables, known to clang's thread-safety analysis.
 //
-// Order of this library's locks, outermost first. A thread that holds one takes only locks that stand below it:
-//
-//   Library                  Init and Exit
-//   CVxDevice                open and close of a camera
-//   CVxStream, CVxEventStream   open, prepare, start, finish, close of a stream (one lock each)
-//   ControlChannel           one register transaction
-//   TransferPump             its list of clients
-//   StreamEngine, EventEngine   requests to their threads
-//   BufferPool               buffers and results of a stream
-//   RemovalNotifier          registrations and notices
-//
-// No lock of this library is held while a handler of the application runs.
+// The order of this library's locks stands in docs/threads.md. None of them is held while a handler of the application
+// runs or a thread is joined that may be running one.
 
 #include "core/ThreadAnnotations.h"
 

@@ -28,4 +28,15 @@ template<class Value>
     return VX_OK;
 }
 
+/// As SetValue; VX_E_INVALID_PARAMETER, with the value left as it was, when it is not within the limits.
+template<class Value>
+[[nodiscard]] VxStatus SetValueWithin(Value& target, const void* buffer, unsigned long size, Value least, Value most) {
+    Value value{};
+    const VxStatus status = SetValue(value, buffer, size);
+    if (status != VX_OK) return status;
+    if (value < least || value > most) return VX_E_INVALID_PARAMETER;
+    target = value;
+    return VX_OK;
+}
+
 } // namespace vexlo

@@ -19,8 +19,7 @@ namespace vexlo {
 namespace {
 
 constexpr std::uint32_t kShortestFloor = 10;
-constexpr std::uint32_t kLongestFloor = 60000;
-constexpr std::uint32_t kLongestConnect = 60000;
+constexpr std::uint32_t kLongestTimeout = 60000;
 constexpr Deadline::Duration kDownloadLimit{30000};
 
 } // namespace
@@ -186,11 +185,9 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
 
 VxStatus CVxDevice::Impl::SetTimeout(EPropertyValue id, const void* buffer, unsigned long size) {
     std::uint32_t time = 0;
-    const VxStatus status = SetValue(time, buffer, size);
+    const std::uint32_t shortest = id == Property_ConnectTimeout ? 0 : kShortestFloor;
+    const VxStatus status = SetValueWithin(time, buffer, size, shortest, kLongestTimeout);
     if (status != VX_OK) return status;
-    const bool isFloor = id != Property_ConnectTimeout;
-    if (time > (isFloor ? kLongestFloor : kLongestConnect) || (isFloor && time < kShortestFloor))
-        return VX_E_INVALID_PARAMETER;
     const auto opened = session.Get();
     if (id == Property_ControlTimeout) {
         timing.floor = std::chrono::milliseconds(time);

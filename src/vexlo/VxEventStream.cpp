@@ -17,16 +17,6 @@ std::int32_t HighestPriority() {
     return ::sched_get_priority_max(SCHED_RR);
 }
 
-template<class Value>
-VxStatus SetChecked(Value& target, const void* buffer, unsigned long size, Value least, Value most) {
-    Value value{};
-    const VxStatus status = SetValue(value, buffer, size);
-    if (status != VX_OK) return status;
-    if (value < least || value > most) return VX_E_INVALID_PARAMETER;
-    target = value;
-    return VX_OK;
-}
-
 } // namespace
 
 CVxEventStream::CVxEventStream(std::unique_ptr<Impl> impl) : m_Impl(std::move(impl)) {}
@@ -115,12 +105,12 @@ VxStatus CVxEventStream::SetProperty(EPropertyValue id, const void* buffer, unsi
     EventEngine::Settings& settings = m_Impl->settings;
     switch (id) {
     case Property_NumBuffer:
-        return open ? VX_E_INVALID_STATE : SetChecked(settings.buffers, buffer, size, 1u, kMostBuffers);
+        return open ? VX_E_INVALID_STATE : SetValueWithin(settings.buffers, buffer, size, 1u, kMostBuffers);
     case Property_NumMaxQueuedUrbs:
-        return open ? VX_E_INVALID_STATE : SetChecked(settings.maxQueuedTransfers, buffer, size, 1u, kMostQueued);
+        return open ? VX_E_INVALID_STATE : SetValueWithin(settings.maxQueuedTransfers, buffer, size, 1u, kMostQueued);
     case Property_TransferLoopThreadPriority:
         return open ? VX_E_INVALID_STATE
-                    : SetChecked(settings.priority, buffer, size, kLowestPriority, HighestPriority());
+                    : SetValueWithin(settings.priority, buffer, size, kLowestPriority, HighestPriority());
     case Property_GenerateNumTestEvents: {
         std::uint8_t count = 0;
         const VxStatus status = SetValue(count, buffer, size);

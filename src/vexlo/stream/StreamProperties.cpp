@@ -1,30 +1,12 @@
 // Properties of a stream by identifier.
 
 #include "StreamImpl.h"
-
-#include <cstring>
+#include "vexlo/PropertyValue.h"
 
 namespace vexlo {
 namespace {
 
 using Id = CVxStream::EPropertyValue;
-
-template<class Value>
-VxStatus Give(Value value, void* buffer, unsigned long size) {
-    if (size != sizeof value) return VX_E_INVALID_SIZE;
-    std::memcpy(buffer, &value, sizeof value); // x86-64 is little-endian, as the properties are
-    return VX_OK;
-}
-
-template<class Value>
-VxStatus Take(const void* buffer, unsigned long size, Value lowest, Value highest, Value& target) {
-    Value value{};
-    if (size != sizeof value) return VX_E_INVALID_SIZE;
-    std::memcpy(&value, buffer, sizeof value);
-    if (value < lowest || value > highest) return VX_E_INVALID_PARAMETER;
-    target = value;
-    return VX_OK;
-}
 
 } // namespace
 
@@ -33,37 +15,37 @@ VxStatus CVxStream::Impl::GetProperty(EPropertyValue id, void* buffer, unsigned 
     std::lock_guard<std::mutex> guard(m_SettingsMutex);
     switch (id) {
     case Id::Property_NumMaxQueuedUrbs:
-        return Give(m_Settings.maxQueuedUrbs, buffer, size);
+        return GetValue(m_Settings.maxQueuedUrbs, buffer, size);
     case Id::Property_MaxTransferSize:
-        return Give(m_Settings.maxTransferSize, buffer, size);
+        return GetValue(m_Settings.maxTransferSize, buffer, size);
     case Id::Property_MaxTransferSizeMax:
-        return Give(StreamSettings::kLargestTransfer, buffer, size);
+        return GetValue(StreamSettings::kLargestTransfer, buffer, size);
     case Id::Property_MaxTransferSizeMin:
-        return Give(StreamSettings::kSmallestTransfer, buffer, size);
+        return GetValue(StreamSettings::kSmallestTransfer, buffer, size);
     case Id::Property_MaxTransferSizeInc:
-        return Give(StreamSettings::kTransferIncrement, buffer, size);
+        return GetValue(StreamSettings::kTransferIncrement, buffer, size);
     case Id::Property_TotalBufferCount:
-        return Give(statistics.totalBuffers.load(), buffer, size);
+        return GetValue(statistics.totalBuffers.load(), buffer, size);
     case Id::Property_FailedBufferCount:
-        return Give(statistics.failedBuffers.load(), buffer, size);
+        return GetValue(statistics.failedBuffers.load(), buffer, size);
     case Id::Property_MissedFrameCount:
-        return Give(statistics.missedFrames.load(), buffer, size);
+        return GetValue(statistics.missedFrames.load(), buffer, size);
     case Id::Property_ResynchronizationCount:
-        return Give(statistics.resynchronizations.load(), buffer, size);
+        return GetValue(statistics.resynchronizations.load(), buffer, size);
     case Id::Property_LastBlockId:
-        return Give(statistics.lastBlockId.load(), buffer, size);
+        return GetValue(statistics.lastBlockId.load(), buffer, size);
     case Id::Property_LastFailedBufferStatus:
-        return Give(statistics.lastFailedStatus.load(), buffer, size);
+        return GetValue(statistics.lastFailedStatus.load(), buffer, size);
     case Id::Property_TransferLoopThreadPriority:
-        return Give(m_Settings.threadPriority, buffer, size);
+        return GetValue(m_Settings.threadPriority, buffer, size);
     case Id::Property_TransferLoopThreadPriorityMax:
-        return Give(StreamSettings::kHighestPriority, buffer, size);
+        return GetValue(StreamSettings::kHighestPriority, buffer, size);
     case Id::Property_TransferLoopThreadPriorityMin:
-        return Give(StreamSettings::kLowestPriority, buffer, size);
+        return GetValue(StreamSettings::kLowestPriority, buffer, size);
     case Id::Property_CopiedByteCount:
-        return Give(statistics.copiedBytes.load(), buffer, size);
+        return GetValue(statistics.copiedBytes.load(), buffer, size);
     case Id::Property_FirstDataTimeout:
-        return Give(m_Settings.firstDataTimeout, buffer, size);
+        return GetValue(m_Settings.firstDataTimeout, buffer, size);
     }
     return VX_E_INVALID_PROPERTY;
 }
@@ -74,16 +56,17 @@ VxStatus CVxStream::Impl::SetProperty(EPropertyValue id, const void* buffer, uns
     std::lock_guard<std::mutex> guard(m_SettingsMutex);
     switch (id) {
     case Id::Property_NumMaxQueuedUrbs:
-        return Take<std::uint32_t>(buffer, size, 1, StreamSettings::kMostQueuedUrbs, m_Settings.maxQueuedUrbs);
+        return SetValueWithin<std::uint32_t>(m_Settings.maxQueuedUrbs, buffer, size, 1,
+                                             StreamSettings::kMostQueuedUrbs);
     case Id::Property_MaxTransferSize:
-        return Take(buffer, size, StreamSettings::kSmallestTransfer, StreamSettings::kLargestTransfer,
-                    m_Settings.maxTransferSize);
+        return SetValueWithin(m_Settings.maxTransferSize, buffer, size, StreamSettings::kSmallestTransfer,
+                              StreamSettings::kLargestTransfer);
     case Id::Property_TransferLoopThreadPriority:
-        return Take(buffer, size, StreamSettings::kLowestPriority, StreamSettings::kHighestPriority,
-                    m_Settings.threadPriority);
+        return SetValueWithin(m_Settings.threadPriority, buffer, size, StreamSettings::kLowestPriority,
+                              StreamSettings::kHighestPriority);
     case Id::Property_FirstDataTimeout:
-        return Take<std::uint32_t>(buffer, size, 0, StreamSettings::kLongestFirstDataTimeout,
-                                   m_Settings.firstDataTimeout);
+        return SetValueWithin<std::uint32_t>(m_Settings.firstDataTimeout, buffer, size, 0,
+                                             StreamSettings::kLongestFirstDataTimeout);
     default:
         return VX_E_INVALID_PROPERTY;
     }
