@@ -1,3 +1,5 @@
+// A change in three steps: the write notes what it passes, Commit drops the caches of all that hears of it and gathers
+// their callbacks, Finish calls them around the release of the lock. docs/node-maps.md draws it.
 #include "genapi/nodes/Operation.h"
 
 #include "genapi/callback/CallbackRegistry.h"
