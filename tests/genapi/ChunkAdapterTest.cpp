@@ -205,3 +205,13 @@ TEST(ChunkAdapter, LetsACallbackOfItsChangeMakeChangesOfItsOwn) {
     adapter.AttachAtOnce(map.buffer, sizeof map.buffer);
     EXPECT_EQ(calls, 2) << "once for the chunk and once for the callback";
 }
+
+TEST(ChunkPort, LeavesItsNodeForAnother) {
+    TestMap map;
+    map.Add("Port", "First", {{"ChunkID", "01", ""}}).Add("Port", "Second", {{"ChunkID", "02", ""}});
+    map.Add("IntReg", "A", {{"pPort", "First", ""}, {"Address", "0", ""}, {"Length", "4", ""}}).Ready();
+    CChunkPort port(&map.As<IPort>("First"));
+    ASSERT_EQ(map.Mode("A"), NA);
+    EXPECT_TRUE(port.AttachPort(&map.As<IPort>("Second")));
+    EXPECT_EQ(map.Mode("A"), NI) << "nothing is connected there any more";
+}

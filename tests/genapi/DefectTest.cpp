@@ -185,3 +185,20 @@ TEST(XMLValidation, ChecksOnlyWhatItIsAskedFor) {
     EXPECT_FALSE(Stands(Held("A", "1"), xvSFNC));
     EXPECT_TRUE(Stands(Held("A", "1"), xvCycles));
 }
+
+TEST(Defect, OfACopyIsNamedWhenTheWriteIsDenied) {
+    XmlMap map(Held("A", "1") + "<Integer Name=\"Copy\"><pValue>Nobody</pValue></Integer>" +
+               "<Integer Name=\"I\"><pValue>A</pValue><pValueCopy>Copy</pValueCopy></Integer>");
+    EXPECT_EQ(map.Integer("I").GetValue(/*Verify=*/true), 1);
+    EXPECT_NE(Fault([&] { map.Integer("I").SetValue(2); }).find("pValue names the unknown node 'Nobody'"),
+              std::string::npos);
+}
+
+TEST(Defect, OfACircleIsSaidOfLinksAndOfFormulas) {
+    XmlMap map("<Integer Name=\"A\"><pValue>B</pValue></Integer><Integer Name=\"B\"><pValue>A</pValue></Integer>"
+               "<IntSwissKnife Name=\"F\"><pVariable Name=\"X\">F</pVariable><Formula>X</Formula></IntSwissKnife>");
+    for (const char* const name : {"A", "F"}) {
+        EXPECT_NE(Fault([&] { map.Integer(name).GetValue(); }).find("read one another in a circle"), std::string::npos)
+            << name;
+    }
+}

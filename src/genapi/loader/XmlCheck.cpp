@@ -96,18 +96,23 @@ bool XmlCheck::StartsWith(std::string_view start) const {
     return m_Text.compare(m_At, start.size(), start) == 0;
 }
 
+// To the first character that is, or is not, one of the set; to the end when there is none.
+void XmlCheck::SkipUntil(uint8_t set, bool isWanted) {
+    const char* at = m_Text.data() + m_At;
+    const char* const end = m_Text.data() + m_Text.size();
+    while (at != end && Is(*at, set) != isWanted)
+        ++at;
+    m_At = static_cast<std::size_t>(at - m_Text.data());
+}
+
 void XmlCheck::SkipBlanks() {
-    while (m_At < m_Text.size() && Is(m_Text[m_At], kBlank))
-        ++m_At;
+    SkipUntil(kBlank, /*isWanted=*/false);
 }
 
 // Empty when there is none.
 std::string_view XmlCheck::TakeName() {
     const std::size_t start = m_At;
-    if (!IsAtEnd() && Is(m_Text[m_At], kNameStart)) {
-        while (m_At < m_Text.size() && Is(m_Text[m_At], kNamePart))
-            ++m_At;
-    }
+    if (!IsAtEnd() && Is(m_Text[m_At], kNameStart)) SkipUntil(kNamePart, /*isWanted=*/false);
     return m_Text.substr(start, m_At - start);
 }
 
@@ -131,13 +136,13 @@ bool XmlCheck::CheckOutside() {
 }
 
 bool XmlCheck::CheckText() {
-    for (; m_At < m_Text.size(); ++m_At) {
+    for (SkipUntil(kStopsText, /*isWanted=*/true); !IsAtEnd(); SkipUntil(kStopsText, /*isWanted=*/true)) {
         const char c = m_Text[m_At];
-        if (!Is(c, kStopsText)) continue;
         if (c == '<') return true;
         if (c == '&' && !CheckReference()) return false;
         if (c == ']' && StartsWith("]]>")) return Fail(m_At, "']]>' stands in a text");
         if (Is(c, kControl)) return Fail(m_At, "there is a control character");
+        ++m_At;
     }
     return true;
 }
@@ -265,17 +270,17 @@ bool XmlCheck::CheckAttribute() {
 
 // False without a fault: it has no end.
 bool XmlCheck::CheckValue(char quote) {
-    for (; m_At < m_Text.size(); ++m_At) {
+    for (SkipUntil(kStopsValue, /*isWanted=*/true); !IsAtEnd(); SkipUntil(kStopsValue, /*isWanted=*/true)) {
         const char c = m_Text[m_At];
-        if (!Is(c, kStopsValue)) continue;
+        if (c == quote) break;
         if (c == '<') return Fail(m_At, "'<' stands in the value of an attribute");
         if (c == '&' && !CheckReference()) return false;
         if (Is(c, kControl)) return Fail(m_At, "there is a control character");
-        if (c != quote) continue;
         ++m_At;
-        return true;
     }
-    return false;
+    if (IsAtEnd()) return false;
+    ++m_At;
+    return true;
 }
 
 bool XmlCheck::CheckAttributeNames(std::size_t start) {

@@ -37,6 +37,7 @@ private:
     [[nodiscard]] bool IsAtEnd() const { return m_At == m_Text.size(); }
     [[nodiscard]] char Here() const { return m_At < m_Text.size() ? m_Text[m_At] : '\0'; }
     [[nodiscard]] bool StartsWith(std::string_view start) const;
+    void SkipUntil(uint8_t set, bool isWanted);
     void SkipBlanks();
     std::string_view TakeName();
 

@@ -35,7 +35,6 @@ public:
     void Finalise(std::string_view root, Strictness strictness);
     // All of it at once; the map takes the texts over. RuntimeException when it has nodes already.
     void Load(Description description);
-    bool IsFinished() const { return m_IsFinished; }
 
     // Use.
     GenICam::gcstring DeviceName() const override { return m_DeviceName; }

@@ -69,6 +69,14 @@ TEST(Lint, SuggestsWhatWasMeant) {
     EXPECT_EQ(FindFinding(findings, "unknown-element")->advice, "did you mean Representation?");
 }
 
+TEST(Lint, TellsWhichSchemaAnElementCameWith) {
+    const std::vector<Finding> findings =
+        LintDescription(LintText(Frame("A") + "<String Name='A'><DocuURL>x</DocuURL><Value>x</Value></String>", '0'));
+    const Finding* const finding = FindFinding(findings, "newer-element");
+    ASSERT_NE(finding, nullptr);
+    EXPECT_EQ(finding->text, "String came with schema 1.1, the file states 1.0");
+}
+
 TEST(Lint, NamesTheNodesOfACircle) {
     const auto findings = LintDescription(LintText(
         Frame("A") + "<Integer Name='A'><pValue>B</pValue></Integer><Integer Name='B'><pValue>C</pValue></Integer>"
