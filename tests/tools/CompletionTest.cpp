@@ -95,6 +95,29 @@ TEST(Completion, ForBashKnowsCommandsBehindOptionsAndTheirValues) {
     EXPECT_EQ(Offered(folder, "tavix virtual serve --usb"), "--usbip --usbredir");
 }
 
+/// As Offered, with the program where the shell finds it.
+std::string OfferedByTheProgram(const TestFolder& folder, const std::string& line) {
+    std::filesystem::create_directory(folder.Path("bin"));
+    std::filesystem::create_symlink(TAVIX_TOOL, folder.Path("bin/tavix"));
+    const std::string before = std::getenv("PATH");
+    setenv("PATH", (folder.Path("bin") + ":" + before).c_str(), /*overwrite=*/1);
+    const std::string offered = Offered(folder, line);
+    setenv("PATH", before.c_str(), /*overwrite=*/1);
+    return offered;
+}
+
+TEST(Completion, ForBashKnowsTheCamerasThatThereAre) {
+    for (const char* line : {"tavix --virtual 2 grab -c ''", "tavix --virtual 2 get --camera 4"})
+        EXPECT_EQ(OfferedByTheProgram(TestFolder(), line), "40000001 40000002") << line;
+}
+
+TEST(Completion, ForBashKnowsTheFeaturesOfTheCamera) {
+    for (const char* line : {"tavix --virtual 1 get ExposureT", "tavix --virtual 1 set Width ExposureT",
+                             "tavix --virtual 2 why -c 40000002 ExposureT", "tavix --virtual 1 grab -s ExposureT",
+                             "tavix --virtual 1 features ExposureT"})
+        EXPECT_EQ(OfferedByTheProgram(TestFolder(), line), "ExposureTime ExposureTicks") << line;
+}
+
 TEST(Completion, ForBashOffersFilesWhereFilesAreMeant) {
     const TestFolder folder;
     const std::string settings = folder.Write("cameras.json", "{}");

@@ -14,6 +14,11 @@ bool TakesPath(const std::string& name) {
     return std::find(paths.begin(), paths.end(), name) != paths.end();
 }
 
+/// So are those that name a camera or a feature.
+bool NamesFeature(const std::string& name) {
+    return name == "--set" || name == "name" || name == "setting" || name == "part";
+}
+
 std::string Upper(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
     return text;
@@ -28,6 +33,8 @@ OptionModel ModelOf(const CLI::Option& option) {
     model.isPositional = option.get_positional();
     const std::string last = model.isPositional ? option.get_name(/*positional=*/true) : model.names.back();
     model.isFile = TakesPath(last);
+    model.isCamera = last == "--camera";
+    model.isFeature = NamesFeature(last);
     if (option.get_items_expected_max() > 0) {
         model.value = option.get_type_name();
         const auto colon = model.value.rfind(':'); // "TEXT:png|pgm|raw": the type and its check

@@ -17,8 +17,10 @@ struct OptionModel {
     bool isPositional = false;
     bool isRequired = false;
     bool isRepeatable = false;
-    bool isFile = false;   ///< its value is a path
-    bool isChoice = false; ///< its value is one of those that `value` names, with bars between them
+    bool isFile = false;    ///< its value is a path
+    bool isChoice = false;  ///< its value is one of those that `value` names, with bars between them
+    bool isCamera = false;  ///< its value names a camera
+    bool isFeature = false; ///< its value begins with the name of a feature
 };
 
 struct CommandModel {
