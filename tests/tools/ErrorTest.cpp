@@ -228,6 +228,33 @@ TEST(TransportLayer, ThatIsMeantIsNotBlamedForMissingCameras) {
     EXPECT_EQ(RunTool({"list"}).err.find("TAVIX_USE_TL"), std::string::npos);
 }
 
+TEST(TransportLayer, ThatIsBrokenIsTold) {
+    const TestFolder folder;
+    const std::string broken = folder.Write("libtavixusb-4.0.0.so", "no library");
+    const Variable variable("TAVIX_TL_PATH", folder.Path());
+    const auto lines = Lines(RunTool({"--virtual", "1", "list"}).err);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0].rfind("tavix: a transport layer cannot be loaded: ", 0), 0u) << lines[0];
+    EXPECT_NE(lines[0].find(broken), std::string::npos) << lines[0];
+    EXPECT_NE(RunTool({"doctor"}).out.find(broken), std::string::npos);
+}
+
+/// What it costs to ask a camera that does not answer is spent once.
+TEST(SilentCamera, IsNotAskedAgainForAdvice) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "NoAnswer", "count": 0}]}}]})");
+    const std::string properties = "log4cpp.rootCategory=DEBUG, file\n"
+                                   "log4cpp.appender.file=FileAppender\n"
+                                   "log4cpp.appender.file.layout=BasicLayout\n"
+                                   "log4cpp.appender.file.fileName=" +
+                                   folder.Path("log") + "\n";
+    const Variable log("TAVIX_LOG_CONFIG", folder.Write("log.properties", properties));
+    ExpectOneLine(RunTool({"--virtual", settings, "info"}), 1, "The camera did not answer in time.");
+    EXPECT_NE(folder.Read("log").find("Failed to open device"), std::string::npos);
+    EXPECT_EQ(folder.Read("log").find("ccessib"), std::string::npos);
+}
+
 TEST(Removal, IsFollowedByTheAdviceOnce) {
     const TestFolder folder;
     for (const int skip : {0, 1, 5, 20, 60}) {

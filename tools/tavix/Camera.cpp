@@ -117,7 +117,9 @@ Camera::Camera(const Tavix::CDeviceInfo& info) : m_Device(nullptr), m_Name(Print
     } catch (const std::exception& e) {
         if (m_Device) Tavix::CTlFactory::GetInstance().DestroyDevice(m_Device);
         const std::string reason = Reason(e);
-        throw Error("cannot open " + m_Name + ": " + reason + (TellsOfRemoval(reason) ? "" : Advice(info)));
+        // What these say is advice enough; asking a silent camera once more costs seconds.
+        const bool isClear = TellsOfRemoval(reason) || TellsOfSilence(reason);
+        throw Error("cannot open " + m_Name + ": " + reason + (isClear ? "" : Advice(info)));
     }
 }
 

@@ -47,4 +47,8 @@ bool TellsOfRemoval(const std::string& reason) {
     return reason.find("The camera was removed.") != std::string::npos;
 }
 
+bool TellsOfSilence(const std::string& reason) {
+    return reason.find("The camera did not answer in time.") != std::string::npos;
+}
+
 } // namespace tool
