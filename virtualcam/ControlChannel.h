@@ -51,7 +51,6 @@ public:
     std::optional<TimePoint> Deadline() const;
     /// Sends what has become due; true when there is something new to take.
     bool RunTimers(TimePoint now);
-    bool HasAcknowledge() const { return m_Acknowledges.Size() != 0; }
     std::uint64_t Commands() const { return m_Commands; }
 
 private:

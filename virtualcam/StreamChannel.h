@@ -40,7 +40,6 @@ public:
     void Stop();
     /// Zeros behind each image without chunk data that belong to the payload.
     void SetExtraPayload(std::uint32_t bytes) { m_ExtraPayload = bytes; }
-    bool IsOn() const { return m_On; }
     void SetFaults(std::vector<StreamFaultRule> rules);
 
     /// True when the next block can begin.
