@@ -25,7 +25,8 @@ private:
     static constexpr unsigned int kMostBroken = 3;
 
     static bool TellsNothing(VxStatus status) {
-        return status == VX_E_CANCELLED || status == VX_E_USB_NO_DEVICE || status == VX_E_NO_MEMORY;
+        return status == VX_E_CANCELLED || status == VX_E_USB_NO_DEVICE || status == VX_E_NO_MEMORY ||
+               status == VX_E_USB_NO_MEMORY;
     }
 
     /// Not those that the camera itself cut short, for want of memory or by an overrun: their transfers work.

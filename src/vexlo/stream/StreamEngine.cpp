@@ -1,6 +1,7 @@
 #include "StreamEngine.h"
 
 #include "vexlo/Logging.h"
+#include "vexlo/UsbStatus.h"
 
 #include <algorithm>
 #include <chrono>
@@ -42,6 +43,12 @@ std::size_t SlotCount(const EngineSettings& settings, const u3v::TransferPlan& p
 
 std::size_t ScanSize(const u3v::TransferPlan& plan, std::size_t packetSize) {
     return std::max(plan.LongestPayload() / packetSize * packetSize, kFewestScanPackets * packetSize);
+}
+
+/// What a system answers now and then without any reason that lasts.
+bool MayPass(usb::Result result) {
+    return result == usb::Result::Io || result == usb::Result::Busy || result == usb::Result::Interrupted ||
+           result == usb::Result::Other;
 }
 
 /// Not touched before it is used, so that it costs what comes and not what a camera states.
@@ -171,7 +178,7 @@ void StreamEngine::Work() {
     if (m_Stopping && m_InFlight.IsEmpty()) return;
     if (m_IsGone && m_InFlight.IsEmpty() && m_Mode != Mode::Dead) return Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
     if (HearsNothing()) OnSilence();
-    if (m_NarrowIsDue && m_Mode == Mode::Planned && !m_Stopping) return LeaveToNarrow();
+    if (m_NarrowTo != 0 && m_Mode == Mode::Planned && !m_Stopping) return LeaveToNarrow();
     if (m_Mode == Mode::Pausing && Clock::now() >= m_PauseEnd) Restart();
     SubmitMore();
     if (m_Mode == Mode::Reaping && m_InFlight.IsEmpty()) return;
@@ -269,17 +276,16 @@ void StreamEngine::SubmitMore() {
 
 bool StreamEngine::Submit(PlannedTransfer& transfer) {
     transfer.done = false;
-    switch (m_Handle.Submit(transfer.usb)) {
+    usb::Result result = m_Handle.Submit(transfer.usb);
+    if (MayPass(result)) result = m_Handle.Submit(transfer.usb);
+    switch (result) {
     case usb::Result::Ok:
+        m_RefusedSince = {};
         m_LeadsOff = false;
         m_InFlight.Append(&transfer);
         m_BytesInFlight += transfer.cost;
         m_Budget.Accepted(m_InFlight.Size());
         return true;
-    case usb::Result::NoMemory:
-        // The transfer keeps its place in the order; it is tried again when another one has made room.
-        m_Budget.Refused(m_InFlight.Size());
-        return false;
     case usb::Result::NoDevice:
         if (m_InFlight.IsEmpty()) {
             Leave(Reason::Lost, VX_E_USB_NO_DEVICE);
@@ -292,7 +298,14 @@ bool StreamEngine::Submit(PlannedTransfer& transfer) {
         Leave(Reason::Restart, VX_E_USB_STALL);
         return false;
     default:
-        Leave(Reason::Restart, VX_E_USB_IO);
+        if (result != usb::Result::NoMemory && !MayPass(result)) {
+            Leave(Reason::Restart, VX_E_USB_IO);
+            return false;
+        }
+        // The transfer keeps its place in the order; it is tried again when another one has made room. For want of
+        // memory some systems answer as if the line were bad.
+        m_Budget.Refused(m_InFlight.Size());
+        if (m_InFlight.IsEmpty()) OnRefusedAlone(ToStatus(result));
         return false;
     }
 }

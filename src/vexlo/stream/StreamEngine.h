@@ -49,8 +49,8 @@ struct EngineSettings {
 ///           or its end to be known.
 ///
 /// A camera that halted its endpoint, a link that failed, packets in which no block's end is found, and transfers too
-/// large to bring anything need more: the stream is switched off and on between reaping and planned. A camera that is
-/// gone ends the stream; all buffers complete as failed.
+/// large to bring anything or to find memory need more: the stream is switched off and on between reaping and planned.
+/// A camera that is gone ends the stream; all buffers complete as failed.
 ///
 /// One thread does all this; the public operations only ask it to. They are thread-safe.
 class StreamEngine {
@@ -141,6 +141,7 @@ private:
     void OnSilence();
     void LeaveToNarrow();
     VxStatus Narrow();
+    void OnRefusedAlone(VxStatus status);
     void NoteFirstBlock(VxStatus status);
     void OnFirstWhole();
     void Die(VxStatus status);
@@ -187,7 +188,9 @@ private:
     std::uint64_t m_Scanned = 0; // bytes since scanning began
     PlannedTransfer m_Scan;
     FirstBlocks m_FirstBlocks;
-    bool m_NarrowIsDue = false; // smaller transfers are to be tried
+    std::uint32_t m_NarrowTo = 0;       // size of the smaller transfers that are to be tried; 0: none are
+    bool m_IsForMemory = false;         // since the system has no memory for larger ones
+    Clock::time_point m_RefusedSince{}; // nothing is queued and nothing is taken since then; 0: it is
     Silence m_Silence;
     bool m_Heard = false;         // a transfer has ended
     std::uint32_t m_SilentAt = 0; // size of the transfers that brought nothing, while smaller ones are tried

@@ -126,6 +126,7 @@ void StreamEngine::RestartSoon() {
         m_RestartReason = m_ReapedFailure;
     } else if (m_Reason == Reason::Restart && m_Damage != VX_OK) {
         m_RestartReason = m_Damage;
+        if (m_Damage == VX_E_USB_NO_MEMORY) m_RestartsInARow = 0; // the camera is not to blame
     }
     m_IsOff = true;
     m_Mode = Mode::Pausing; // for no time at all, unless the last restart failed
@@ -198,7 +199,7 @@ VxStatus StreamEngine::SwitchOnAgain() {
     (void)m_Registers.Disable(); // a halted camera may have done so itself
     if (m_RestartsInARow >= kRestartsUntilHalt) m_Registers.SetHalt();
     if (const VxStatus status = m_Registers.ClearHalt()) return status;
-    if (m_NarrowIsDue)
+    if (m_NarrowTo != 0)
         if (const VxStatus status = Narrow()) return status;
     if (const VxStatus status = m_Registers.Program(m_Plan)) return status;
     m_Mode = Mode::Planned;

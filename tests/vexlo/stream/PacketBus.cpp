@@ -77,9 +77,30 @@ bool PacketBus::IsGone() const {
     return m_Gone;
 }
 
-void PacketBus::AllowTransfers(std::size_t count) {
+void PacketBus::AllowTransfers(std::size_t count, Result refusal) {
     Lock lock(m_Mutex);
     m_Limit = count;
+    m_Refusal = refusal;
+}
+
+void PacketBus::AllowBytes(std::size_t bytes) {
+    Lock lock(m_Mutex);
+    m_ByteLimit = bytes;
+}
+
+void PacketBus::RefuseSubmits(Result result, unsigned int each) {
+    Lock lock(m_Mutex);
+    m_EachRefusal = result;
+    m_Each = each;
+}
+
+Result PacketBus::Refusal(const usb::Transfer& transfer) {
+    if (const Result refused = std::exchange(m_NextSubmit, Result::Ok); refused != Result::Ok) return refused;
+    if (m_Each != 0 && ++m_Submits % m_Each == 0) return m_EachRefusal;
+    std::size_t bytes = transfer.length;
+    for (const usb::Transfer* queued : m_Queue)
+        bytes += queued->length;
+    return m_Queue.size() >= m_Limit || bytes > m_ByteLimit ? m_Refusal : Result::Ok;
 }
 
 void PacketBus::FailEvents(Result result) {
@@ -253,8 +274,7 @@ Result PacketBus::Submit(usb::Transfer& transfer) {
         ++m_Refused;
         return Result::NoDevice;
     }
-    if (const Result refused = std::exchange(m_NextSubmit, Result::Ok); refused != Result::Ok) return refused;
-    if (m_Queue.size() >= m_Limit) return Result::NoMemory;
+    if (const Result refused = Refusal(transfer); refused != Result::Ok) return refused;
     if (IsBusy(transfer)) m_Offences.push_back("a queued transfer was submitted");
     if (transfer.length % m_PacketSize != 0) m_Offences.push_back("a transfer is no multiple of the packet size");
     transfer.actualLength = 0;

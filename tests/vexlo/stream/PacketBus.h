@@ -37,8 +37,11 @@ public:
     bool IsGone() const;
 
     // Faults of the system.
-    void AllowTransfers(std::size_t count); ///< more at once give NoMemory
-    void FailEvents(usb::Result result);    ///< HandleEvents answers this at once; Ok ends it
+    /// More at once are refused, with NoMemory if nothing else is said.
+    void AllowTransfers(std::size_t count, usb::Result refusal = usb::Result::NoMemory);
+    void AllowBytes(std::size_t bytes);                        ///< the same for what all of them take together
+    void RefuseSubmits(usb::Result result, unsigned int each); ///< each n-th
+    void FailEvents(usb::Result result);                       ///< HandleEvents answers this at once; Ok ends it
     void RefuseClearHalt(usb::Result result);
     void RefuseSubmit(usb::Result result); ///< the next one
 
@@ -92,6 +95,7 @@ private:
     void End(std::size_t index, usb::TransferStatus status);
     void UnplugLocked();
     bool IsBusy(const usb::Transfer& transfer) const;
+    usb::Result Refusal(const usb::Transfer& transfer);
 
     const std::size_t m_PacketSize;
     mutable std::mutex m_Mutex;
@@ -101,6 +105,11 @@ private:
     std::deque<usb::Transfer*> m_Ended;
     std::vector<std::string> m_Offences;
     std::size_t m_Limit = SIZE_MAX;
+    std::size_t m_ByteLimit = SIZE_MAX;
+    usb::Result m_Refusal = usb::Result::NoMemory;
+    usb::Result m_EachRefusal = usb::Result::Ok;
+    unsigned int m_Each = 0;
+    unsigned int m_Submits = 0;
     std::size_t m_MostQueued = 0;
     unsigned int m_EventCalls = 0;
     unsigned int m_Refused = 0;

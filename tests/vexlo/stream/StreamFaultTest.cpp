@@ -224,10 +224,68 @@ TEST(StreamFault, UsesMemoryAgainThatWasShortForATime) {
     EXPECT_GE(bench.bus.MostQueued(), 6u);
 }
 
-TEST(StreamFault, RestartsWhenATransferIsRefused) {
+TEST(StreamFault, LosesNothingWhenTheSystemIsShortOfMemoryAndBlamesTheLine) {
+    for (std::size_t limit = 1; limit <= 5; ++limit) {
+        EngineBench bench;
+        bench.bus.AllowTransfers(limit, usb::Result::Io);
+        bench.Start();
+        for (std::uint64_t id = 0; id < 20; ++id) {
+            bench.bus.Send(bench.Good(id));
+            bench.ExpectGood(id);
+        }
+        EXPECT_EQ(bench.statistics.failedBuffers, 0u);
+    }
+}
+
+TEST(StreamFault, LosesNothingWhenATransferIsRefusedNowAndThen) {
+    for (const usb::Result refusal : {usb::Result::Io, usb::Result::Busy}) {
+        EngineBench bench;
+        bench.bus.RefuseSubmits(refusal, 11);
+        bench.Start();
+        for (std::uint64_t id = 0; id < 100; ++id) {
+            bench.bus.Send(bench.Good(id));
+            bench.ExpectGood(id);
+        }
+        EXPECT_FALSE(bench.engine->WasRestarted());
+    }
+}
+
+TEST(StreamFault, MakesItsTransfersSmallerUntilThereIsMemoryForThem) {
+    Sizes sizes;
+    sizes.payload = 3 << 20;
+    sizes.transfer = 1 << 20;
+    EngineBench bench(sizes);
+    bench.camera.Set(0x00, 0x0A000000); // alignment 1024
+    bench.camera.Set(0x08, 3 << 20);
+    bench.bus.AllowBytes(100 << 10);
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    bench.bus.Send(bench.Good(0));
+    CVxStream::GrabResult result = bench.NextAndQueue();
+    EXPECT_EQ(result.Status, VX_E_USB_NO_MEMORY) << "it had begun";
+    for (int i = 0; i < 4 && result.Status == VX_E_USB_NO_MEMORY; ++i)
+        result = bench.NextAndQueue();
+    bench.Check(result, 0);
+    EXPECT_EQ(bench.camera.TransferLimit(), UINT32_MAX) << "the camera is not to blame";
+}
+
+TEST(StreamFault, TellsThatThereIsNoMemoryAtAllAndGoesOnWhenThereIs) {
+    EngineBench bench;
+    bench.bus.AllowTransfers(0);
+    bench.Start();
+    EXPECT_EQ(bench.NextAndQueue().Status, VX_E_USB_NO_MEMORY);
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.bus.AllowTransfers(SIZE_MAX);
+    bench.bus.Send(bench.Good(0));
+    while (bench.NextAndQueue().Status == VX_E_USB_NO_MEMORY) {
+    }
+    EXPECT_EQ(bench.statistics.lastFailedStatus, VX_E_USB_NO_MEMORY);
+}
+
+TEST(StreamFault, RestartsWhenATransferIsRefusedForGood) {
     EngineBench bench;
     bench.StartWithoutBuffers();
-    bench.bus.RefuseSubmit(usb::Result::Io);
+    bench.bus.RefuseSubmit(usb::Result::InvalidParam);
     bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
     bench.QueueAll();
     EXPECT_EQ(bench.NextAndQueue().Status, VX_E_USB_IO);
