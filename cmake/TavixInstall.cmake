@@ -13,6 +13,8 @@ install(TARGETS camera core gcbase genapi imaging tavixbase vexlo
 # Loaded at run time and never linked against: the plug-in lies beside the library whose factory looks for it, the
 # virtual camera beside the one that loads it.
 install(TARGETS tavixusb virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Consumers of GenTL take every producer of a folder, so ours has one of its own; GENICAM_GENTL64_PATH names it.
+install(TARGETS gentl LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavix-gentl)
 install(TARGETS tavix_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development

@@ -1,0 +1,89 @@
+#include "Cameras.h"
+
+#include "Failure.h"
+
+#include "vexlo/VxDevice.h"
+
+#include <map>
+#include <memory>
+
+namespace gentl {
+namespace {
+
+class Collector final : public vexlo::CEnumerator::Callee {
+public:
+    int EnumCallback(const vexlo::DeviceDiscoveryInfo* info) override {
+        FoundCamera camera;
+        camera.record = *info;
+        m_Cameras.push_back(std::move(camera));
+        return 0;
+    }
+    std::vector<FoundCamera>& Cameras() { return m_Cameras; }
+
+private:
+    std::vector<FoundCamera> m_Cameras;
+};
+
+const char* Preferred(const char* preferred, const char* fallback) {
+    return preferred[0] != '\0' ? preferred : fallback;
+}
+
+} // namespace
+
+std::string FoundCamera::Vendor() const {
+    return Preferred(record.VendorName, record.FallbackVendorName);
+}
+
+std::string FoundCamera::Model() const {
+    return Preferred(record.ModelName, record.FallbackModelName);
+}
+
+std::string FoundCamera::Serial() const {
+    return Preferred(record.SerialNumber, record.FallbackSerialNumber);
+}
+
+std::string FoundCamera::UserName() const {
+    return record.UserDefinedName;
+}
+
+std::string FoundCamera::Path() const {
+    return record.DevicePath;
+}
+
+std::string FoundCamera::DisplayName() const {
+    const std::string name = UserName();
+    return (name.find_first_not_of(" \t") == name.npos ? Model() : name) + " (" + Serial() + ")";
+}
+
+std::vector<FoundCamera> FindCameras() {
+    Collector collector;
+    Check(vexlo::CEnumerator::Discover(&collector), "Looking for cameras failed");
+    std::vector<FoundCamera> cameras = std::move(collector.Cameras());
+    std::map<std::string, int> counts;
+    for (const FoundCamera& camera : cameras)
+        ++counts[camera.record.DeviceGUID];
+    for (FoundCamera& camera : cameras) {
+        const std::string guid = camera.record.DeviceGUID;
+        camera.id = guid.empty() || counts[guid] > 1 ? camera.Path() : guid;
+        camera.controller = ControllerOf(camera.Path());
+    }
+    return cameras;
+}
+
+int32_t AccessStatusOf(const FoundCamera& camera) {
+    struct Destroy {
+        void operator()(vexlo::CVxDevice* device) const { vexlo::CVxDevice::DestroyDevice(device); }
+    };
+    const std::unique_ptr<vexlo::CVxDevice, Destroy> device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
+    if (!device) return DEVICE_ACCESS_STATUS_UNKNOWN;
+    switch (device->Open(camera.record)) {
+    case vexlo::VX_OK:
+        return DEVICE_ACCESS_STATUS_READWRITE;
+    case vexlo::VX_E_BUSY:
+        return DEVICE_ACCESS_STATUS_BUSY;
+    default:
+        return DEVICE_ACCESS_STATUS_NOACCESS;
+    }
+}
+
+} // namespace gentl

@@ -1,0 +1,33 @@
+#pragma once
+// The cameras that are attached, as the USB access library finds them.
+
+#include "HostControllers.h"
+
+#include "vexlo/Enumerator.h"
+
+#include <string>
+#include <vector>
+
+namespace gentl {
+
+/// What is told of a camera without opening it. Re-entrant.
+struct FoundCamera {
+    vexlo::DeviceDiscoveryInfo record{};
+    std::string id; ///< its GUID; its path where it has none or another one has the same
+    HostController controller;
+
+    std::string Vendor() const;
+    std::string Model() const;
+    std::string Serial() const;
+    std::string UserName() const;
+    std::string Path() const;
+    std::string DisplayName() const;
+};
+
+/// In the order of discovery. Throws Failure.
+std::vector<FoundCamera> FindCameras();
+
+/// DEVICE_ACCESS_STATUS of a camera that this process does not have open: asks its port, which takes a moment.
+int32_t AccessStatusOf(const FoundCamera& camera);
+
+} // namespace gentl

@@ -1,0 +1,138 @@
+#include "Device.h"
+
+#include "Interface.h"
+#include "RemoteEvent.h"
+#include "RemotePort.h"
+#include "Stream.h"
+
+namespace gentl {
+
+Device::Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags)
+    : Module(Kind::Device), m_Interface(std::move(interface)), m_Camera(std::move(camera)), m_Path(m_Camera.Path()),
+      m_IsReadOnly(flags == DEVICE_ACCESS_READONLY), m_Port("TLDevice", m_Camera.id),
+      m_Device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)) {
+    if (!m_Device) Fail(GC_ERR_OUT_OF_MEMORY, "memory is short");
+    BuildPort();
+}
+
+Device::~Device() = default;
+
+int32_t Device::AccessStatus() const {
+    if (m_IsLost) return DEVICE_ACCESS_STATUS_NOACCESS;
+    return m_IsReadOnly ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
+}
+
+void Device::Info(DEVICE_INFO_CMD command, Answer& answer) {
+    if (command == DEVICE_INFO_ACCESS_STATUS) return answer.Int32(AccessStatus());
+    if (command == DEVICE_INFO_VERSION) return answer.String(m_Remote->DeviceVersion());
+    m_Interface->DeviceInfo(m_Camera, command, answer);
+}
+
+void Device::BuildPort() {
+    m_Port.Constant("DeviceID", m_Camera.id);
+    m_Port.Constant("DeviceVendorName", m_Camera.Vendor());
+    m_Port.Constant("DeviceModelName", m_Camera.Model());
+    m_Port.Choice("DeviceType", {{"USB3Vision", 0}, {"Custom", 1}}, [] { return 0; });
+    m_Port.Constant("DeviceDisplayName", m_Camera.DisplayName());
+    m_Port.Choice("DeviceAccessStatus",
+                  {{"Unknown", 0},
+                   {"ReadWrite", 1},
+                   {"ReadOnly", 2},
+                   {"NoAccess", 3},
+                   {"Busy", 4},
+                   {"OpenReadWrite", 5},
+                   {"OpenReadOnly", 6}},
+                  [this] { return static_cast<std::uint64_t>(AccessStatus()); });
+    m_Port.Constant("DeviceSerialNumber", m_Camera.Serial());
+    m_Port.Constant("DeviceUserID", m_Camera.UserName());
+    m_Port.Limited(
+        "StreamSelector", {0, [] { return 0; }, 1}, [] { return 0; },
+        [](std::uint64_t number) {
+            if (number != 0) Fail(GC_ERR_INVALID_VALUE, "the device has one stream");
+        },
+        {"StreamID"});
+    m_Port.Constant("StreamID", kStreamId);
+    m_Port.Event("EventDeviceLost", kLostEvent);
+}
+
+void Device::Open() {
+    Check(m_Device->Open(m_Camera.record), "The camera cannot be opened");
+    m_Remote = std::make_shared<RemotePort>(*this);
+    m_Remote->Register();
+    try {
+        WatchRemoval();
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+void Device::WatchRemoval() {
+    m_Callbacks.reserve(2);
+    for (const vexlo::EVxCallbackKind kind : {vexlo::VxCallback_DeviceRemoved, vexlo::VxCallback_DeviceLost}) {
+        const vexlo::VxCallbackParams params{kind, this, m_Device.get(), &Device::OnRemoval};
+        unsigned long handle = 0;
+        Check(vexlo::VxRegisterCallback(&params, &handle), "The camera's removal cannot be watched");
+        m_Callbacks.push_back(handle);
+    }
+}
+
+/// On a thread of the USB access library. The device is there: closing it waits for this call.
+void Device::OnRemoval(const vexlo::VxCallbackData* data) {
+    static_cast<Device*>(data->Context)->NoteRemoval();
+}
+
+void Device::NoteRemoval() noexcept {
+    if (m_IsLost.exchange(true)) return;
+    if (const auto event = Event(EVENT_MODULE)) event->PushModule(kLostEvent);
+    if (const auto event = Event(EVENT_ERROR)) event->PushError(GC_ERR_IO, "the camera was unplugged");
+    if (const auto event = std::static_pointer_cast<RemoteEvent>(Event(EVENT_REMOTE_DEVICE))) event->NoteLoss();
+    Invalidate("DeviceAccessStatus");
+    m_Interface->NoteLoss();
+    std::shared_ptr<Stream> stream;
+    {
+        const std::lock_guard<std::mutex> guard(m_StreamMutex);
+        stream = m_Stream;
+    }
+    if (stream) stream->NoteLoss();
+}
+
+std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
+    if (id != kStreamId) Fail(GC_ERR_INVALID_ID, "there is no stream of that ID");
+    if (m_Stream) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
+    auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
+    stream->Open();
+    stream->Register();
+    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    m_Stream = stream;
+    return stream;
+}
+
+void Device::Forget(const Stream&) noexcept {
+    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    m_Stream.reset();
+}
+
+std::shared_ptr<EventQueue> Device::MakeEvent(EVENT_TYPE type) {
+    if (type != EVENT_REMOTE_DEVICE) return Module::MakeEvent(type);
+    return std::make_shared<RemoteEvent>(*m_Device);
+}
+
+void Device::ForgetEvent(EVENT_TYPE type) noexcept {
+    if (type != EVENT_REMOTE_DEVICE) return;
+    if (const auto event = std::static_pointer_cast<RemoteEvent>(Event(type))) event->Stop();
+}
+
+void Device::Close() noexcept {
+    const std::shared_ptr<Object> self = shared_from_this(); // the interface may hold the last share
+    for (const unsigned long callback : m_Callbacks)
+        (void)vexlo::VxDeregisterCallback(callback);
+    m_Callbacks.clear();
+    if (const std::shared_ptr<Stream> stream = m_Stream) stream->Close();
+    if (m_Remote) m_Remote->Unregister();
+    Module::Close();
+    (void)m_Device->Close(); // what it says does not matter to a camera that is given back
+    m_Interface->Forget(*this);
+}
+
+} // namespace gentl

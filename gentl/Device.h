@@ -1,0 +1,74 @@
+#pragma once
+// An open camera: the module, its streams, and the port that leads to the camera itself.
+
+#include "Cameras.h"
+#include "ModulePort.h"
+
+#include "vexlo/VxCallback.h"
+#include "vexlo/VxDevice.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace gentl {
+
+class Interface;
+class RemotePort;
+class Stream;
+
+/// Thread-safe.
+class Device final : public Module {
+public:
+    Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags);
+    ~Device() override;
+
+    gentl::Port* GetPort() override { return &m_Port; }
+    const std::shared_ptr<Interface>& Parent() const { return m_Interface; }
+    const std::string& PathInUse() const { return m_Path; }
+    const FoundCamera& Camera() const { return m_Camera; }
+    const std::shared_ptr<RemotePort>& Remote() const { return m_Remote; }
+    bool IsReadOnly() const { return m_IsReadOnly; }
+    int32_t AccessStatus() const;
+    void Info(DEVICE_INFO_CMD command, Answer& answer);
+    vexlo::CVxDevice& Vx() const { return *m_Device; }
+    /// The camera left; nothing that asks it will succeed any more.
+    bool IsLost() const { return m_IsLost; }
+
+    // With TreeMutex() held.
+
+    /// ACCESS_DENIED when it is open elsewhere or not permitted.
+    void Open();
+    void Close() noexcept override;
+    std::shared_ptr<Stream> OpenStream(const std::string& id);
+    void Forget(const Stream& stream) noexcept;
+    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
+    void ForgetEvent(EVENT_TYPE type) noexcept override;
+
+    static constexpr const char* kStreamId = "Stream0";
+    static constexpr std::uint64_t kLostEvent = 0x9001;
+
+private:
+    struct Destroy {
+        void operator()(vexlo::CVxDevice* device) const { vexlo::CVxDevice::DestroyDevice(device); }
+    };
+
+    void BuildPort();
+    void WatchRemoval();
+    static void OnRemoval(const vexlo::VxCallbackData* data);
+    void NoteRemoval() noexcept;
+
+    const std::shared_ptr<Interface> m_Interface;
+    const FoundCamera m_Camera;
+    const std::string m_Path;
+    const bool m_IsReadOnly;
+    ModulePort m_Port;
+    std::unique_ptr<vexlo::CVxDevice, Destroy> m_Device; // constant after construction
+    std::shared_ptr<RemotePort> m_Remote;                // constant after Open
+    std::vector<unsigned long> m_Callbacks;              // guarded by TreeMutex()
+    std::atomic<bool> m_IsLost{false};
+    std::mutex m_StreamMutex;
+    std::shared_ptr<Stream> m_Stream; // guarded by m_StreamMutex, changed under TreeMutex(); null while closed
+};
+
+} // namespace gentl

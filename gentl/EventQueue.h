@@ -1,0 +1,63 @@
+#pragma once
+// Events that a consumer waits for.
+
+#include "Handles.h"
+#include "Info.h"
+
+#include "core/WaitObject.h"
+
+#include <atomic>
+#include <deque>
+#include <mutex>
+#include <vector>
+
+namespace gentl {
+
+/// What came first is taken first. This class keeps what was pushed; heirs take from a source of their own instead.
+/// Thread-safe.
+class EventQueue : public Object {
+public:
+    explicit EventQueue(EVENT_TYPE type);
+
+    EVENT_TYPE Type() const { return m_Type; }
+    /// Waits for the oldest event and takes it. TIMEOUT; ABORT after Kill or Close; BUFFER_TOO_SMALL takes nothing.
+    /// Without a buffer it only tells the largest size.
+    void GetData(void* buffer, size_t* size, std::uint64_t timeoutMs);
+    /// About the data that GetData gave.
+    virtual void DataInfo(const void* data, size_t size, EVENT_DATA_INFO_CMD command, Answer& answer) const;
+    void GetInfo(EVENT_INFO_CMD command, Answer& answer);
+    /// One waiter, or the next one, is turned away.
+    void Kill();
+    virtual void Flush();
+    /// Turns all waiters away, for good. With TreeMutex() held.
+    void Close() noexcept;
+
+    // For the module that tells. When memory is short the event is dropped; when nobody takes them, the oldest.
+    void PushText(const char* text) noexcept;
+    void PushError(GC_ERROR code, const char* text) noexcept;
+    void PushModule(std::uint64_t id) noexcept;
+
+protected:
+    /// Takes the oldest event, if there is one. Throws BUFFER_TOO_SMALL without taking it, or why none will come.
+    virtual bool TryTake(void* buffer, size_t& size);
+    virtual size_t CountPending();
+    virtual size_t LargestData() const { return 512; }
+    /// Signalled, by pulse or level, when there may be something to take.
+    const Tavix::WaitObjectEx& WaitObject() const { return m_WaitObject; }
+
+private:
+    using Bytes = std::vector<std::uint8_t>;
+
+    void Push(Bytes bytes) noexcept;
+    void CheckTurnedAway();
+
+    const EVENT_TYPE m_Type;
+    const Tavix::WaitObjectEx m_WaitObject;
+    std::mutex m_Mutex;
+    std::deque<Bytes> m_Pending;           // guarded by m_Mutex
+    std::size_t m_Kills = 0;               // guarded by m_Mutex
+    bool m_IsClosed = false;               // guarded by m_Mutex
+    std::atomic<std::uint64_t> m_Taken{0}; // events that a consumer got
+};
+
+} // namespace gentl

@@ -1,0 +1,74 @@
+// The functions of events.
+
+#include "Library.h"
+
+using namespace gentl;
+
+namespace {
+
+using TreeGuard = std::lock_guard<std::mutex>;
+
+/// Whatever can be a source of events.
+std::shared_ptr<Module> SourceOf(EVENTSRC_HANDLE handle) {
+    const auto object = Use<Object>(handle);
+    if (object->GetKind() == Kind::Event || object->GetKind() == Kind::RemotePort)
+        Fail(GC_ERR_INVALID_HANDLE, "the handle is no source of events");
+    if (object->GetKind() == Kind::Buffer) Fail(GC_ERR_NOT_IMPLEMENTED, "buffers have no events");
+    return std::static_pointer_cast<Module>(object);
+}
+
+void CheckType(EVENT_TYPE type) {
+    if (type < EVENT_ERROR || type > EVENT_MODULE) Fail(GC_ERR_NOT_IMPLEMENTED, "unknown kind of event");
+}
+
+} // namespace
+
+GC_ERROR GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HANDLE* phEvent) {
+    return Call([&] {
+        (void)SourceOf(hEventSrc);
+        CheckType(iEventID);
+        EVENT_HANDLE& handle = Needed(phEvent);
+        const TreeGuard guard(TreeMutex());
+        SourceOf(hEventSrc)->RegisterEvent(iEventID, &handle);
+    });
+}
+
+GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
+    return Call([&] {
+        (void)SourceOf(hEventSrc);
+        CheckType(iEventID);
+        const TreeGuard guard(TreeMutex());
+        SourceOf(hEventSrc)->UnregisterEvent(iEventID);
+    });
+}
+
+GC_ERROR EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
+    return Call([&] { Use<EventQueue>(hEvent)->GetData(pBuffer, piSize, iTimeout); });
+}
+
+GC_ERROR EventGetDataInfo(EVENT_HANDLE hEvent, const void* pInBuffer, size_t iInSize, EVENT_DATA_INFO_CMD iInfoCmd,
+                          INFO_DATATYPE* piType, void* pOutBuffer, size_t* piOutSize) {
+    return Call([&] {
+        const auto event = Use<EventQueue>(hEvent);
+        if (!pInBuffer) Fail(GC_ERR_INVALID_PARAMETER, "the event's data are null");
+        Answer answer(piType, pOutBuffer, piOutSize);
+        event->DataInfo(pInBuffer, iInSize, iInfoCmd, answer);
+    });
+}
+
+GC_ERROR EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
+                      size_t* piSize) {
+    return Call([&] {
+        const auto event = Use<EventQueue>(hEvent);
+        Answer answer(piType, pBuffer, piSize);
+        event->GetInfo(iInfoCmd, answer);
+    });
+}
+
+GC_ERROR EventFlush(EVENT_HANDLE hEvent) {
+    return Call([&] { Use<EventQueue>(hEvent)->Flush(); });
+}
+
+GC_ERROR EventKill(EVENT_HANDLE hEvent) {
+    return Call([&] { Use<EventQueue>(hEvent)->Kill(); });
+}

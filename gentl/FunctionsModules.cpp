@@ -1,0 +1,224 @@
+// The functions of system, interface and device.
+
+#include "Device.h"
+#include "Interface.h"
+#include "Library.h"
+#include "RemotePort.h"
+#include "Stream.h"
+
+using namespace gentl;
+
+namespace {
+
+using TreeGuard = std::lock_guard<std::mutex>;
+
+/// An ID as the consumer gave it.
+std::string IdOf(const char* id) {
+    return &Needed(id);
+}
+
+/// With TreeMutex() held: a module may have been closed while this thread waited for the lock.
+template<class T>
+std::shared_ptr<T> StillOpen(const std::shared_ptr<T>& module) {
+    return Use<T>(module->Handle());
+}
+
+template<class T>
+GC_ERROR Close(void* handle) {
+    return Call([&] {
+        const auto module = Use<T>(handle);
+        const TreeGuard guard(TreeMutex());
+        StillOpen(module)->Close();
+    });
+}
+
+} // namespace
+
+GC_ERROR TLOpen(TL_HANDLE* phTL) {
+    return Call([&] {
+        TL_HANDLE& handle = Needed(phTL);
+        handle = OpenSystem()->Handle();
+    });
+}
+
+GC_ERROR TLClose(TL_HANDLE hTL) {
+    return Call([&] { CloseSystem(*Use<System>(hTL)); });
+}
+
+GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
+    return Call([&] {
+        (void)Use<System>(hTL);
+        Answer answer(piType, pBuffer, piSize);
+        System::Info(iInfoCmd, answer);
+    });
+}
+
+GC_ERROR TLUpdateInterfaceList(TL_HANDLE hTL, bool8_t* pbChanged, uint64_t) {
+    return Call([&] {
+        const bool changed = Use<System>(hTL)->UpdateInterfaces();
+        if (pbChanged) *pbChanged = changed ? 1 : 0;
+    });
+}
+
+GC_ERROR TLGetNumInterfaces(TL_HANDLE hTL, uint32_t* piNumIfaces) {
+    return Call([&] {
+        const auto system = Use<System>(hTL);
+        Needed(piNumIfaces) = static_cast<uint32_t>(system->CountInterfaces());
+    });
+}
+
+GC_ERROR TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sID, size_t* piSize) {
+    return Call([&] {
+        const auto system = Use<System>(hTL);
+        Answer answer(nullptr, sID, piSize);
+        answer.String(system->InterfaceAt(iIndex).id);
+    });
+}
+
+GC_ERROR TLGetInterfaceInfo(TL_HANDLE hTL, const char* sIfaceID, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
+                            void* pBuffer, size_t* piSize) {
+    return Call([&] {
+        const auto system = Use<System>(hTL);
+        const std::string id = IdOf(sIfaceID);
+        Answer answer(piType, pBuffer, piSize);
+        Interface::Info(system->FindInterface(id), iInfoCmd, answer);
+    });
+}
+
+GC_ERROR TLOpenInterface(TL_HANDLE hTL, const char* sIfaceID, IF_HANDLE* phIface) {
+    return Call([&] {
+        const auto system = Use<System>(hTL);
+        const std::string id = IdOf(sIfaceID);
+        IF_HANDLE& handle = Needed(phIface);
+        const TreeGuard guard(TreeMutex());
+        handle = StillOpen(system)->OpenInterface(id)->Handle();
+    });
+}
+
+GC_ERROR IFClose(IF_HANDLE hIface) {
+    return Close<Interface>(hIface);
+}
+
+GC_ERROR IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
+                   size_t* piSize) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        Answer answer(piType, pBuffer, piSize);
+        interface->Info(iInfoCmd, answer);
+    });
+}
+
+GC_ERROR IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t) {
+    return Call([&] {
+        const bool changed = Use<Interface>(hIface)->UpdateDevices();
+        if (pbChanged) *pbChanged = changed ? 1 : 0;
+    });
+}
+
+GC_ERROR IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        Needed(piNumDevices) = static_cast<uint32_t>(interface->CountDevices());
+    });
+}
+
+GC_ERROR IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sID, size_t* piSize) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        Answer answer(nullptr, sID, piSize);
+        answer.String(interface->DeviceAt(iIndex).id);
+    });
+}
+
+GC_ERROR IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
+                         void* pBuffer, size_t* piSize) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        const std::string id = IdOf(sDeviceID);
+        Answer answer(piType, pBuffer, piSize);
+        interface->DeviceInfo(interface->FindDevice(id), iInfoCmd, answer);
+    });
+}
+
+GC_ERROR IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE* phDevice) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        const std::string id = IdOf(sDeviceID);
+        DEV_HANDLE& handle = Needed(phDevice);
+        if (iOpenFlags < DEVICE_ACCESS_READONLY || iOpenFlags > DEVICE_ACCESS_EXCLUSIVE)
+            Fail(GC_ERR_INVALID_PARAMETER, "a device is opened to read only, to control, or exclusively");
+        const TreeGuard guard(TreeMutex());
+        handle = StillOpen(interface)->OpenDevice(id, iOpenFlags)->Handle();
+    });
+}
+
+GC_ERROR IFGetParentTL(IF_HANDLE hIface, TL_HANDLE* phSystem) {
+    return Call([&] {
+        const auto interface = Use<Interface>(hIface);
+        Needed(phSystem) = interface->Parent()->Handle();
+    });
+}
+
+GC_ERROR DevClose(DEV_HANDLE hDevice) {
+    return Close<Device>(hDevice);
+}
+
+GC_ERROR DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
+                    size_t* piSize) {
+    return Call([&] {
+        const auto device = Use<Device>(hDevice);
+        Answer answer(piType, pBuffer, piSize);
+        device->Info(iInfoCmd, answer);
+    });
+}
+
+GC_ERROR DevGetPort(DEV_HANDLE hDevice, PORT_HANDLE* phRemoteDevice) {
+    return Call([&] {
+        const auto device = Use<Device>(hDevice);
+        Needed(phRemoteDevice) = device->Remote()->Handle();
+    });
+}
+
+GC_ERROR DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
+    return Call([&] {
+        (void)Use<Device>(hDevice);
+        Needed(piNumDataStreams) = 1;
+    });
+}
+
+GC_ERROR DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID, size_t* piSize) {
+    return Call([&] {
+        (void)Use<Device>(hDevice);
+        Answer answer(nullptr, sDataStreamID, piSize);
+        if (iIndex != 0) Fail(GC_ERR_INVALID_INDEX, "the device has one stream");
+        answer.String(Device::kStreamId);
+    });
+}
+
+GC_ERROR DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HANDLE* phDataStream) {
+    return Call([&] {
+        const auto device = Use<Device>(hDevice);
+        const std::string id = IdOf(sDataStreamID);
+        DS_HANDLE& handle = Needed(phDataStream);
+        const TreeGuard guard(TreeMutex());
+        handle = StillOpen(device)->OpenStream(id)->Handle();
+    });
+}
+
+GC_ERROR DevGetParentIF(DEV_HANDLE hDevice, IF_HANDLE* phIface) {
+    return Call([&] {
+        const auto device = Use<Device>(hDevice);
+        Needed(phIface) = device->Parent()->Handle();
+    });
+}
+
+GC_ERROR DSClose(DS_HANDLE hDataStream) {
+    return Close<Stream>(hDataStream);
+}
+
+GC_ERROR DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
+    return Call([&] {
+        const auto stream = Use<Stream>(hDataStream);
+        Needed(phDevice) = stream->Parent()->Handle();
+    });
+}

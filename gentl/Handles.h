@@ -1,0 +1,96 @@
+#pragma once
+// From handles to the objects behind them, so that closed, foreign and invented handles are told from good ones.
+
+#include "Failure.h"
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace gentl {
+
+enum class Kind { System, Interface, Device, Stream, RemotePort, Buffer, Event };
+
+/// Whatever a handle stands for. Thread-safe.
+class Object : public std::enable_shared_from_this<Object> {
+public:
+    explicit Object(Kind kind) : m_Kind(kind) {}
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    virtual ~Object() = default;
+
+    Kind GetKind() const { return m_Kind; }
+    void* Handle() const { return m_Handle; }
+    /// Gives the object its handle, once, before anybody else knows it.
+    void Register();
+    /// From here on the handle is void; more with TreeMutex() held.
+    void Unregister() noexcept;
+
+private:
+    const Kind m_Kind;
+    void* m_Handle = nullptr; // constant once registered
+};
+
+/// For a few instructions at a time: an answer about a buffer must cost far less than a mutex that sleeps.
+/// Thread-safe.
+class SpinLock {
+public:
+    void lock() noexcept {
+        while (m_Flag.test_and_set(std::memory_order_acquire))
+            Pause();
+    }
+    void unlock() noexcept { m_Flag.clear(std::memory_order_release); }
+
+private:
+    static void Pause() noexcept;
+
+    std::atomic_flag m_Flag = ATOMIC_FLAG_INIT;
+};
+
+/// One place of the table. A handle holds the place's number and its generation, which grows each time that the place
+/// is given to another object, so that no handle ever comes back.
+struct Slot {
+    SpinLock lock;
+    std::uint64_t generation = 0;   // guarded by lock
+    std::shared_ptr<Object> object; // guarded by lock; null while the place is free
+};
+
+/// Thread-safe. Places are never freed, so whoever found one may keep its lock.
+class Handles {
+public:
+    static Handles& Get();
+
+    /// RESOURCE_EXHAUSTED when there are no more places.
+    void* Add(const std::shared_ptr<Object>& object);
+    void Remove(void* handle) noexcept;
+    /// Null for what is no handle of ours, or not any more.
+    std::shared_ptr<Object> Find(void* handle) noexcept;
+    /// The place that the handle names, which may have been given to another since; null when there is no such place.
+    Slot* FindSlot(void* handle) noexcept;
+    /// Whether the slot, whose lock is held, still belongs to the handle.
+    static bool IsOf(const Slot& slot, void* handle) noexcept;
+
+private:
+    static constexpr std::size_t kBlockSize = 256;
+    static constexpr std::size_t kBlocks = 4096;
+    using Block = std::array<Slot, kBlockSize>;
+
+    std::size_t TakePlace();
+
+    std::array<std::atomic<Block*>, kBlocks> m_Blocks{}; // each is set once and lives as long as the process
+    std::mutex m_Mutex;
+    std::vector<std::size_t> m_Free; // guarded by m_Mutex
+    std::size_t m_Count = 0;         // guarded by m_Mutex; places made so far
+};
+
+/// The object behind a handle. INVALID_HANDLE when there is none of that class.
+template<class T>
+std::shared_ptr<T> Use(void* handle) {
+    auto object = std::dynamic_pointer_cast<T>(Handles::Get().Find(handle));
+    if (!object) Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
+    return object;
+}
+
+} // namespace gentl

@@ -1,0 +1,61 @@
+#pragma once
+// The pattern of every query: a type, a buffer and its size by pointer.
+
+#include "Failure.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace gentl {
+
+/// Where an answer goes, as the consumer gave it. Without a buffer only the size is told. Bound to a thread.
+class Answer {
+public:
+    /// INVALID_PARAMETER without a size.
+    Answer(INFO_DATATYPE* type, void* buffer, size_t* size) : m_Type(type), m_Buffer(buffer), m_Size(size) {
+        if (!size) Fail(GC_ERR_INVALID_PARAMETER, "the pointer to the size is null");
+    }
+
+    /// With its closing NUL.
+    void String(const std::string& text) { Bytes(INFO_DATATYPE_STRING, text.c_str(), text.size() + 1); }
+    void Int32(int32_t value) { Bytes(INFO_DATATYPE_INT32, &value, sizeof value); }
+    void Uint32(uint32_t value) { Bytes(INFO_DATATYPE_UINT32, &value, sizeof value); }
+    void Uint64(uint64_t value) { Bytes(INFO_DATATYPE_UINT64, &value, sizeof value); }
+    void Size(size_t value) { Bytes(INFO_DATATYPE_SIZET, &value, sizeof value); }
+    void Bool(bool value) {
+        const bool8_t byte = value ? 1 : 0;
+        Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
+    }
+    void Pointer(void* value) { Bytes(INFO_DATATYPE_PTR, &value, sizeof value); }
+
+    void Bytes(INFO_DATATYPE type, const void* data, size_t size) {
+        if (m_Buffer && *m_Size < size) {
+            *m_Size = size;
+            Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the answer");
+        }
+        if (m_Type) *m_Type = type;
+        if (m_Buffer && size != 0) std::memcpy(m_Buffer, data, size);
+        *m_Size = size;
+    }
+
+private:
+    INFO_DATATYPE* m_Type;
+    void* m_Buffer;
+    size_t* m_Size;
+};
+
+/// As URLs and events have their numbers: capitals, no prefix.
+inline std::string Hexadecimal(std::uint64_t number) {
+    char text[17];
+    std::snprintf(text, sizeof text, "%llX", static_cast<unsigned long long>(number));
+    return text;
+}
+
+/// The texts that queries and module registers both tell.
+inline constexpr const char* kVendor = "Tavix";
+inline constexpr const char* kModel = "USB3 Vision producer";
+inline constexpr const char* kVersion = "4.0.0";
+inline constexpr const char* kTechnology = "U3V";
+
+} // namespace gentl

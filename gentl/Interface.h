@@ -1,0 +1,61 @@
+#pragma once
+// A USB host controller and the cameras on it.
+
+#include "Cameras.h"
+#include "ModulePort.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace gentl {
+
+class Device;
+class System;
+
+/// Thread-safe.
+class Interface final : public Module {
+public:
+    Interface(std::shared_ptr<System> system, HostController controller);
+    ~Interface() override;
+
+    gentl::Port* GetPort() override { return &m_Port; }
+    void Close() noexcept override;
+
+    const HostController& Controller() const { return m_Controller; }
+    const std::shared_ptr<System>& Parent() const { return m_System; }
+    void Info(INTERFACE_INFO_CMD command, Answer& answer) const { Info(m_Controller, command, answer); }
+    static void Info(const HostController& controller, INTERFACE_INFO_CMD command, Answer& answer);
+
+    /// True when the list changed.
+    bool UpdateDevices();
+    size_t CountDevices();
+    FoundCamera DeviceAt(size_t index);              ///< INVALID_INDEX
+    FoundCamera FindDevice(const std::string& id);   ///< INVALID_ID
+    int32_t AccessStatus(const FoundCamera& camera); ///< asks a camera that is not open here
+    void DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, Answer& answer);
+
+    // With TreeMutex() held.
+    std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags);
+    bool HasOpen(const std::string& path) const { return m_Open.count(path) != 0; }
+    void Forget(const Device& device) noexcept;
+
+    /// A camera on this interface left.
+    void NoteLoss() noexcept;
+
+private:
+    void BuildPort();
+    FoundCamera Selected();
+
+    const std::shared_ptr<System> m_System;
+    const HostController m_Controller;
+    ModulePort m_Port;
+    std::mutex m_Mutex;
+    std::vector<FoundCamera> m_Devices;                    // guarded by m_Mutex
+    std::uint64_t m_Selected = 0;                          // guarded by m_Mutex
+    std::map<std::string, std::shared_ptr<Device>> m_Open; // by path; guarded by TreeMutex()
+    std::mutex m_StatusMutex;
+    std::map<std::string, int32_t> m_OpenStatus; // by path, of devices that are open here; guarded by m_StatusMutex
+};
+
+} // namespace gentl

@@ -1,0 +1,39 @@
+#pragma once
+// The camera's event messages.
+
+#include "EventQueue.h"
+
+#include "vexlo/VxDevice.h"
+#include "vexlo/VxEventStream.h"
+
+namespace gentl {
+
+/// Runs the camera's event channel while it lives; the messages stay where the USB access library keeps them until they
+/// are taken. Lives within its device. Thread-safe.
+class RemoteEvent final : public EventQueue {
+public:
+    /// Throws Failure when the camera has no event channel.
+    explicit RemoteEvent(vexlo::CVxDevice& device);
+    ~RemoteEvent() override;
+    /// Ends the event channel. Nothing comes any more.
+    void Stop() noexcept;
+
+    /// The camera left: who waits gets an error instead of waiting for ever.
+    void NoteLoss() noexcept;
+
+    void DataInfo(const void* data, size_t size, EVENT_DATA_INFO_CMD command, Answer& answer) const override;
+    void Flush() override;
+
+protected:
+    bool TryTake(void* buffer, size_t& size) override;
+    size_t CountPending() override { return m_Left; }
+    size_t LargestData() const override { return 1024; }
+
+private:
+    std::mutex m_StreamMutex;
+    vexlo::CVxEventStream* m_Stream = nullptr; // guarded by m_StreamMutex; owned by the device, null once stopped
+    std::atomic<bool> m_IsLost{false};
+    std::atomic<unsigned long> m_Left{0}; // as the last retrieval told
+};
+
+} // namespace gentl

@@ -1,0 +1,146 @@
+#include "RemotePort.h"
+
+#include "Device.h"
+
+#include "u3v/LittleEndian.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace gentl {
+namespace {
+
+constexpr std::uint64_t kMostEntries = 64;
+/// What one command reads at most when neighbours are joined.
+constexpr size_t kMostJoined = 1024;
+
+/// A file name that no consumer stumbles over.
+std::string FileNameOf(const std::string& model) {
+    std::string name;
+    for (const char c : model)
+        name += std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' ? c : '_';
+    return name.empty() ? "camera" : name;
+}
+
+/// How many entries, from the first on, lie one behind the other; their bytes go to `size`.
+size_t CountNeighbours(const PORT_REGISTER_STACK_ENTRY* entries, size_t count, size_t& size) {
+    size = entries[0].Size;
+    size_t n = 1;
+    while (n < count && entries[n].Address == entries[0].Address + size && entries[n].Size <= kMostJoined - size) {
+        size += entries[n].Size;
+        ++n;
+    }
+    return n;
+}
+
+} // namespace
+
+RemotePort::RemotePort(Device& device)
+    : Module(Kind::RemotePort), m_Device(device.weak_from_this()), m_Model(device.Camera().Model()) {}
+
+std::shared_ptr<Device> RemotePort::Owner() const {
+    auto device = std::static_pointer_cast<Device>(m_Device.lock());
+    if (!device) Fail(GC_ERR_INVALID_HANDLE, "the device is closed");
+    return device;
+}
+
+void RemotePort::Read(std::uint64_t address, void* buffer, size_t& size) {
+    const auto device = Owner();
+    unsigned long count = size;
+    const vexlo::VxStatus status = device->Vx().ReadMem(buffer, address, &count);
+    size = count;
+    Check(status, "The camera's registers cannot be read");
+}
+
+void RemotePort::Write(std::uint64_t address, const void* buffer, size_t& size) {
+    const auto device = Owner();
+    if (device->IsReadOnly()) Fail(GC_ERR_ACCESS_DENIED, "the device was opened to read only");
+    Check(device->Vx().WriteMem(buffer, address, size), "The camera's registers cannot be written");
+}
+
+void RemotePort::ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, size_t count, size_t& done) {
+    std::array<std::uint8_t, kMostJoined> joined;
+    for (done = 0; done < count;) {
+        size_t size = 0;
+        const size_t n = entries[done].Size > kMostJoined ? 1 : CountNeighbours(entries + done, count - done, size);
+        size_t got = size;
+        bool isRead = false;
+        if (n > 1) {
+            unsigned long bytes = size;
+            isRead =
+                Owner()->Vx().ReadMem(joined.data(), entries[done].Address, &bytes) == vexlo::VX_OK && bytes == got;
+        }
+        if (!isRead) { // alone; also where a run was refused, to tell which of them it was
+            size_t single = entries[done].Size;
+            Read(entries[done].Address, entries[done].pBuffer, single);
+            entries[done++].Size = single;
+            continue;
+        }
+        size_t offset = 0;
+        for (const size_t end = done + n; done < end; ++done) {
+            std::memcpy(entries[done].pBuffer, joined.data() + offset, entries[done].Size);
+            offset += entries[done].Size;
+        }
+    }
+}
+
+std::vector<u3v::ManifestEntry> RemotePort::ReadManifest() {
+    std::array<std::uint8_t, 8> word{};
+    size_t size = word.size();
+    Read(u3v::abrm::kManifestTableAddress, word.data(), size);
+    const std::uint64_t address = u3v::Load64(word.data());
+    Read(address, word.data(), size = word.size());
+    const std::uint64_t count = u3v::Load64(word.data());
+    if (count == 0 || count > kMostEntries) Fail(GC_ERR_NOT_AVAILABLE, "the camera's manifest is broken");
+    std::vector<u3v::ManifestEntry> entries;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        std::array<std::uint8_t, u3v::manifest::kEntrySize> bytes{};
+        Read(address + u3v::manifest::kCountSize + i * u3v::manifest::kEntrySize, bytes.data(), size = bytes.size());
+        const auto entry = u3v::DecodeManifestEntry({bytes.data(), bytes.size()});
+        if (entry && entry->IsCameraDescription() && entry->size != 0) entries.push_back(*entry);
+    }
+    return entries;
+}
+
+Port::Url RemotePort::ToUrl(const u3v::ManifestEntry& entry) const {
+    Url url;
+    url.fileName = FileNameOf(m_Model) + (entry.format == u3v::manifest::kFormatZip ? ".zip" : ".xml");
+    url.address = entry.address;
+    url.size = entry.size;
+    url.schemaMajor = entry.schemaMajor;
+    url.schemaMinor = entry.schemaMinor;
+    url.fileMajor = entry.versionMajor;
+    url.fileMinor = entry.versionMinor;
+    url.fileSubMinor = entry.versionSubMinor;
+    if (entry.HasHash()) url.sha1.assign(entry.sha1.begin(), entry.sha1.end());
+    url.text = "local:" + url.fileName + ";" + Hexadecimal(url.address) + ";" + Hexadecimal(url.size) +
+               "?SchemaVersion=" + std::to_string(url.schemaMajor) + "." + std::to_string(url.schemaMinor) + ".0";
+    return url;
+}
+
+std::vector<Port::Url> RemotePort::Urls() {
+    const std::vector<u3v::ManifestEntry> entries = ReadManifest();
+    const u3v::ManifestEntry* const best = u3v::FindBestDescription(entries);
+    std::vector<Url> urls;
+    if (best) urls.push_back(ToUrl(*best));
+    for (const u3v::ManifestEntry& entry : entries) {
+        if (&entry != best) urls.push_back(ToUrl(entry));
+    }
+    return urls;
+}
+
+std::string RemotePort::DeviceVersion() {
+    std::array<char, u3v::abrm::kStringSize> text{};
+    size_t size = text.size();
+    Read(u3v::abrm::kDeviceVersion, text.data(), size);
+    return std::string(text.data(), ::strnlen(text.data(), text.size()));
+}
+
+Port::Identity RemotePort::Identify() {
+    const auto device = Owner();
+    const FoundCamera& camera = device->Camera();
+    return {camera.id, camera.Vendor(), camera.Model(), DeviceVersion(), "Device", true, !device->IsReadOnly()};
+}
+
+} // namespace gentl

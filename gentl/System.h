@@ -1,0 +1,54 @@
+#pragma once
+// The one system of the producer and its interfaces.
+
+#include "Cameras.h"
+#include "ModulePort.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace gentl {
+
+class Device;
+class Interface;
+
+/// Thread-safe.
+class System final : public Module {
+public:
+    System();
+    ~System() override;
+
+    gentl::Port* GetPort() override { return &m_Port; }
+    void Close() noexcept override;
+
+    /// Looks for controllers and cameras. True when the list of interfaces changed.
+    bool UpdateInterfaces();
+    size_t CountInterfaces();
+    /// INVALID_INDEX.
+    HostController InterfaceAt(size_t index);
+    /// INVALID_ID.
+    HostController FindInterface(const std::string& id);
+    /// With TreeMutex() held. RESOURCE_IN_USE when it is open already.
+    std::shared_ptr<Interface> OpenInterface(const std::string& id);
+    void Forget(const Interface& interface) noexcept;
+
+    /// With TreeMutex() held: whether one of the interfaces has that camera open.
+    bool HasOpen(const std::string& path);
+
+    static void Info(TL_INFO_CMD command, Answer& answer);
+
+private:
+    void BuildPort();
+
+    ModulePort m_Port;
+    std::mutex m_Mutex;
+    std::vector<HostController> m_Interfaces;                 // guarded by m_Mutex
+    std::uint64_t m_Selected = 0;                             // guarded by m_Mutex
+    std::map<std::string, std::shared_ptr<Interface>> m_Open; // guarded by TreeMutex()
+};
+
+/// The path of the producer's own file.
+std::string ProducerPath();
+
+} // namespace gentl

@@ -1,0 +1,154 @@
+// From the library to the camera's features.
+
+#include "RemoteFeatures.h"
+#include "Session.h"
+
+namespace {
+
+using consumer::NumberOf;
+using consumer::TextOf;
+
+class GenTL : public consumer::Session {};
+
+TEST_F(GenTL, TellsOfItselfBeforeItIsInitialised) {
+    consumer::Producer other(TAVIX_GENTL_PRODUCER);
+    EXPECT_EQ(TextOf([&](char* text, size_t* size) { return other.GCGetInfo(TL_INFO_TLTYPE, nullptr, text, size); }),
+              "U3V");
+    EXPECT_EQ(NumberOf<uint32_t>([&](void* value, size_t* size) {
+                  return other.GCGetInfo(TL_INFO_GENTL_VER_MINOR, nullptr, value, size);
+              }),
+              6U);
+}
+
+TEST_F(GenTL, IsInitialisedAndOpenedOnceOnly) {
+    EXPECT_EQ(gc.GCInitLib(), GC_ERR_RESOURCE_IN_USE);
+    TL_HANDLE second = nullptr;
+    EXPECT_EQ(gc.TLOpen(&second), GC_ERR_RESOURCE_IN_USE);
+}
+
+TEST_F(GenTL, TellsSizeAndTypeWithoutABufferAndRefusesOneThatIsTooSmall) {
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    size_t size = 0;
+    ASSERT_EQ(gc.TLGetInfo(tl, TL_INFO_TLTYPE, &type, nullptr, &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_STRING);
+    EXPECT_EQ(size, 4U);
+    char text[4] = "";
+    size = 3;
+    EXPECT_EQ(gc.TLGetInfo(tl, TL_INFO_TLTYPE, &type, text, &size), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(gc.TLGetInfo(tl, TL_INFO_TLTYPE, &type, text, nullptr), GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(gc.TLGetInfo(tl, 777, &type, text, &size), GC_ERR_NOT_IMPLEMENTED);
+}
+
+TEST_F(GenTL, NamesTheCameraWithoutOpeningIt) {
+    const auto info = [&](DEVICE_INFO_CMD command) {
+        return TextOf([&](char* text, size_t* size) {
+            return gc.IFGetDeviceInfo(interface, deviceId.c_str(), command, nullptr, text, size);
+        });
+    };
+    EXPECT_EQ(info(DEVICE_INFO_VENDOR), "Vandrel");
+    EXPECT_EQ(info(DEVICE_INFO_MODEL), "VC-1300");
+    EXPECT_EQ(info(DEVICE_INFO_SERIAL_NUMBER), "40000001");
+    EXPECT_EQ(info(DEVICE_INFO_ID), deviceId);
+    EXPECT_EQ(NumberOf<int32_t>([&](void* value, size_t* size) {
+                  return gc.IFGetDeviceInfo(interface, deviceId.c_str(), DEVICE_INFO_ACCESS_STATUS, nullptr, value,
+                                            size);
+              }),
+              DEVICE_ACCESS_STATUS_READWRITE);
+}
+
+TEST_F(GenTL, OpensADeviceOnceAndSaysSo) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    DEV_HANDLE second = nullptr;
+    EXPECT_EQ(gc.IFOpenDevice(interface, deviceId.c_str(), DEVICE_ACCESS_EXCLUSIVE, &second), GC_ERR_RESOURCE_IN_USE);
+    EXPECT_EQ(LastText(), "the device is open already");
+    EXPECT_EQ(NumberOf<int32_t>([&](void* value, size_t* size) {
+                  return gc.IFGetDeviceInfo(interface, deviceId.c_str(), DEVICE_INFO_ACCESS_STATUS, nullptr, value,
+                                            size);
+              }),
+              DEVICE_ACCESS_STATUS_OPEN_READWRITE);
+    ASSERT_EQ(gc.DevClose(device), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.DevClose(device), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(gc.IFOpenDevice(interface, deviceId.c_str(), DEVICE_ACCESS_CONTROL, &second), GC_ERR_SUCCESS);
+}
+
+TEST_F(GenTL, ReadsOnlyFromADeviceThatWasOpenedForThat) {
+    ASSERT_EQ(gc.IFOpenDevice(interface, deviceId.c_str(), DEVICE_ACCESS_READONLY, &device), GC_ERR_SUCCESS);
+    ASSERT_EQ(gc.DevGetPort(device, &port), GC_ERR_SUCCESS);
+    char vendor[64] = "";
+    size_t size = sizeof vendor;
+    ASSERT_EQ(gc.GCReadPort(port, 0x4, vendor, &size), GC_ERR_SUCCESS);
+    EXPECT_STREQ(vendor, "Vandrel");
+    EXPECT_EQ(gc.GCWritePort(port, 0x184, "x", &(size = 1)), GC_ERR_ACCESS_DENIED);
+}
+
+TEST_F(GenTL, LeadsToTheCamerasOwnDescriptionAndFeatures) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    consumer::Features features(gc, port);
+    GenApi::CIntegerPtr width(features.map._GetNode("Width"));
+    ASSERT_TRUE(GenApi::IsWritable(width));
+    width->SetValue(width->GetMin());
+    EXPECT_EQ(width->GetValue(), width->GetMin());
+    uint32_t urls = 0;
+    ASSERT_EQ(gc.GCGetNumPortURLs(port, &urls), GC_ERR_SUCCESS);
+    EXPECT_GE(urls, 1U);
+    std::vector<uint8_t> hash(20);
+    size_t size = hash.size();
+    EXPECT_EQ(gc.GCGetPortURLInfo(port, 0, URL_INFO_FILE_SHA1_HASH, nullptr, hash.data(), &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.GCGetPortURLInfo(port, urls, URL_INFO_URL, nullptr, nullptr, &size), GC_ERR_INVALID_INDEX);
+}
+
+TEST_F(GenTL, ReadsNeighboursAndStrangersInOneStack) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    char vendor[64] = "", model[64] = "", serial[64] = "";
+    PORT_REGISTER_STACK_ENTRY entries[] = {{0x4, vendor, 64}, {0x44, model, 64}, {0x144, serial, 64}};
+    size_t count = 3;
+    ASSERT_EQ(gc.GCReadPortStacked(port, entries, &count), GC_ERR_SUCCESS);
+    EXPECT_EQ(count, 3U);
+    EXPECT_STREQ(vendor, "Vandrel");
+    EXPECT_STREQ(model, "VC-1300");
+    EXPECT_STREQ(serial, "40000001");
+    entries[1].Address = 0xFFFFFFFFFFFFFF00;
+    EXPECT_NE(gc.GCReadPortStacked(port, entries, &(count = 3)), GC_ERR_SUCCESS);
+    EXPECT_EQ(count, 1U);
+}
+
+TEST_F(GenTL, DescribesEachModule) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    const auto text = [&](PORT_HANDLE handle, const char* feature) {
+        consumer::Features features(gc, handle);
+        GenApi::CValuePtr value(features.map._GetNode(feature));
+        return value.IsValid() ? std::string(value->ToString().c_str()) : std::string("(missing)");
+    };
+    EXPECT_EQ(text(tl, "TLVendorName"), "Tavix");
+    EXPECT_EQ(text(tl, "GenTLVersionMinor"), "6");
+    EXPECT_EQ(text(interface, "InterfaceID"), interfaceId);
+    EXPECT_EQ(text(interface, "DeviceModelName"), "VC-1300");
+    EXPECT_EQ(text(device, "DeviceAccessStatus"), "OpenReadWrite");
+    EXPECT_EQ(text(stream, "StreamBufferHandlingMode"), "Default");
+    EXPECT_EQ(text(stream, "StreamAnnounceBufferMinimum"), "1");
+}
+
+TEST_F(GenTL, ClosesEverythingBelowWhatIsClosed) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    ASSERT_EQ(gc.TLClose(tl), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.DSClose(stream), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(gc.DevClose(device), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(gc.IFClose(interface), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(gc.TLOpen(&tl), GC_ERR_SUCCESS);
+}
+
+TEST_F(GenTL, StartsAndEndsManyTimes) {
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_EQ(gc.GCCloseLib(), GC_ERR_SUCCESS);
+        EXPECT_EQ(gc.TLOpen(&tl), GC_ERR_NOT_INITIALIZED);
+        ASSERT_EQ(gc.GCInitLib(), GC_ERR_SUCCESS);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    consumer::UseVirtualCameras();
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
