@@ -46,6 +46,19 @@ void AttachToPorts(const std::vector<CChunkPort*>& ports, const Chunk& chunk, Se
     }
 }
 
+/// Callbacks of the application may throw anything; what is to be done is done before they run.
+template<class Step>
+void Silently(Step step) {
+    try {
+        step();
+    } catch (const std::exception& e) {
+        Tavix::LogTrace(Tavix::LogCategoryDevice(), Tavix::kLogWarning, "A callback of a chunk feature failed: %s",
+                        e.what());
+    } catch (...) {
+        Tavix::LogTrace(Tavix::LogCategoryDevice(), Tavix::kLogWarning, "A callback of a chunk feature failed.");
+    }
+}
+
 } // namespace
 
 CChunkAdapterUsb::CChunkAdapterUsb(INodeMap* pNodeMap, int64_t maxChunkCacheSize)
@@ -74,6 +87,16 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
     AttachStatistics_t unwanted;
     AttachStatistics_t& statistics = pStatistics ? *pStatistics : unwanted;
     statistics = {static_cast<uint32_t>(m_ChunkPorts.size()), 0, 0};
+    try {
+        AttachChunks(pBuffer, length, statistics);
+    } catch (...) {
+        // The caller takes the buffer for one that is not attached, and so may free it.
+        Silently([this] { DetachBuffer(); });
+        throw;
+    }
+}
+
+void CChunkAdapterUsb::AttachChunks(uint8_t* pBuffer, int64_t length, AttachStatistics_t& statistics) {
     Served served(m_ChunkPorts.size(), false);
     // A derived layout check may let pass what is none, so that less than a trailer is left in front.
     for (int64_t end = length; end >= kTrailerSize;) {
@@ -90,6 +113,12 @@ void CChunkAdapterUsb::AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStat
     }
     for (std::size_t i = 0; i < m_ChunkPorts.size(); ++i) {
         if (!served[i]) m_ChunkPorts[i]->DetachChunk();
+    }
+}
+
+void CChunkAdapterUsb::ConnectPorts() {
+    for (CChunkPort* const pPort : m_ChunkPorts) {
+        Silently([pPort] { dynamic_cast<IPortConstruct&>(*pPort->GetNode()).SetPortImpl(pPort); });
     }
 }
 

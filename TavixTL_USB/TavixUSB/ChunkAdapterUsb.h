@@ -18,8 +18,14 @@ public:
     /// True when the buffer is a sequence of chunks from its first byte to its last.
     bool CheckBufferLayout(uint8_t* pBuffer, int64_t length) override;
     /// Attaches every chunk to all ports of its id, the one nearest the start last, and detaches all other ports. A
-    /// rejected buffer (RuntimeException) leaves every port as it was.
+    /// rejected buffer (RuntimeException) leaves every port as it was; what a callback throws leaves all detached.
     void AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStatistics_t* pStatistics = nullptr) override;
+
+    /// Makes its ports those of the node map again, each with the chunk that it had. Throws nothing.
+    void ConnectPorts();
+
+private:
+    void AttachChunks(uint8_t* pBuffer, int64_t length, AttachStatistics_t& statistics);
 };
 
 } // namespace GenApi

@@ -85,6 +85,8 @@ void CTavixUsbDevice::CloseOnDestruction() noexcept {
 void CTavixUsbDevice::Open(AccessModeSet accessMode) {
     LogTrace(LogCategoryDevice(), kLogInfo, "Opening device '%s' accessMode: %#x", m_FullName.c_str(),
              static_cast<unsigned int>(accessMode.to_ullong()));
+    std::optional<GenApi::AutoLock> nodeMapGuard; // nobody reads what is left from before
+    if (_Ptr) nodeMapGuard.emplace(_Ptr->GetLock());
     Guard guard(m_Lock);
     if (m_IsOpen) Throw<LogicalErrorException>(Here(), "Device is already open.");
     const unsigned int status = OpenWithRetry(*m_pVxDevice, MakeOpenRecord(m_DeviceInfo));
@@ -104,6 +106,8 @@ void CTavixUsbDevice::Open(AccessModeSet accessMode) {
     }
     m_IsOpen = true;
     LogTrace(LogCategoryDevice(), kLogInfo, "Opened device '%s' successfully", m_FullName.c_str());
+    guard.unlock();
+    if (_Ptr) _Ptr->InvalidateNodes(); // the camera may have been unplugged and forgotten its settings
 }
 
 void CTavixUsbDevice::Close() {

@@ -3,6 +3,7 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
+#include "PortSuccession.h"
 #include "VxDevicePtr.h"
 #include "params/UsbTLParams.h"
 
@@ -21,8 +22,10 @@
 namespace Tavix {
 
 class CNodeCompatibilityLayer;
+class CTavixUsbEventAdapter;
 class CTavixUsbEventGrabber;
 class CTavixUsbStream;
+class CUsbChunkParser;
 
 /// The addresses of its registers are CVxDevice::EPropertyValue.
 using CVexloDevicePort = CGenericUsbPort<vexlo::CVxDevice>;
@@ -93,8 +96,10 @@ private:
     ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> m_pTlParams;       // constant after construction
     std::unique_ptr<CVexloDevicePort> m_pTlPort;                        // constant after construction
     mutable boost::recursive_mutex m_Lock;
-    std::set<IChunkParser*> m_ChunkParsers;   // owned; guarded by m_Lock
-    std::set<IEventAdapter*> m_EventAdapters; // owned; guarded by m_Lock, but see DestroyEventAdapter
+    std::set<IChunkParser*> m_ChunkParsers;                    // owned; guarded by m_Lock
+    std::set<IEventAdapter*> m_EventAdapters;                  // owned; guarded by m_Lock, but see DestroyEventAdapter
+    PortSuccession<CUsbChunkParser> m_ParserSuccession;        // of m_ChunkParsers
+    PortSuccession<CTavixUsbEventAdapter> m_AdapterSuccession; // of m_EventAdapters
     std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{
         nullptr}; // owned; set once, under the lock of m_pTlParams
     std::atomic<bool> m_MigrationMode{false};

@@ -11,11 +11,13 @@ using GenICam::RuntimeException;
 
 IChunkParser* CTavixUsbDevice::CreateChunkParser() {
     const NodeMapAndDeviceGuard guard(*this);
-    auto pParser = std::make_unique<CUsbChunkParser>(GetNodeMap());
-    if (!m_ChunkParsers.insert(pParser.get()).second) {
-        Throw<RuntimeException>(Here(), "Failed to create chunk parser");
-    }
-    return pParser.release();
+    return m_ParserSuccession.Add([this] {
+        auto pParser = std::make_unique<CUsbChunkParser>(GetNodeMap());
+        if (!m_ChunkParsers.insert(pParser.get()).second) {
+            Throw<RuntimeException>(Here(), "Failed to create chunk parser");
+        }
+        return pParser.release();
+    });
 }
 
 void CTavixUsbDevice::DestroyChunkParser(IChunkParser* pParser) {
@@ -24,7 +26,7 @@ void CTavixUsbDevice::DestroyChunkParser(IChunkParser* pParser) {
     if (m_ChunkParsers.erase(pParser) == 0) {
         Throw<RuntimeException>(Here(), "Failed to destroy chunk parser: Invalid pointer");
     }
-    delete pParser;
+    m_ParserSuccession.Remove(dynamic_cast<CUsbChunkParser*>(pParser), [&] { delete pParser; });
 }
 
 ISelfReliantChunkParser* CTavixUsbDevice::CreateSelfReliantChunkParser() {
@@ -39,11 +41,13 @@ void CTavixUsbDevice::DestroySelfReliantChunkParser(ISelfReliantChunkParser* pPa
 
 IEventAdapter* CTavixUsbDevice::CreateEventAdapter() {
     const NodeMapAndDeviceGuard guard(*this);
-    auto pAdapter = std::make_unique<CTavixUsbEventAdapter>(GetNodeMap());
-    if (!m_EventAdapters.insert(pAdapter.get()).second) {
-        Throw<RuntimeException>(Here(), "Failed to create event adapter.");
-    }
-    return pAdapter.release();
+    return m_AdapterSuccession.Add([this] {
+        auto pAdapter = std::make_unique<CTavixUsbEventAdapter>(GetNodeMap());
+        if (!m_EventAdapters.insert(pAdapter.get()).second) {
+            Throw<RuntimeException>(Here(), "Failed to create event adapter.");
+        }
+        return pAdapter.release();
+    });
 }
 
 void CTavixUsbDevice::DestroyEventAdapter(IEventAdapter* pAdapter) {
@@ -51,13 +55,16 @@ void CTavixUsbDevice::DestroyEventAdapter(IEventAdapter* pAdapter) {
     if (m_EventAdapters.erase(pAdapter) == 0) {
         Throw<RuntimeException>(Here(), "Failed to destroy event adapter: Invalid pointer");
     }
-    delete static_cast<CTavixUsbEventAdapter*>(pAdapter);
+    auto* const pDestroyed = static_cast<CTavixUsbEventAdapter*>(pAdapter);
+    m_AdapterSuccession.Remove(pDestroyed, [&] { delete pDestroyed; });
 }
 
 void CTavixUsbDevice::DestroyHandedOut() {
+    m_ParserSuccession.Clear();
     for (IChunkParser* pParser : m_ChunkParsers)
         delete pParser;
     m_ChunkParsers.clear();
+    m_AdapterSuccession.Clear();
     for (IEventAdapter* pAdapter : m_EventAdapters)
         delete static_cast<CTavixUsbEventAdapter*>(pAdapter);
     m_EventAdapters.clear();

@@ -2,6 +2,8 @@
 
 #include "Failure.h"
 
+#include <GenApi/Synch/Lock.h>
+
 namespace Tavix {
 namespace {
 
@@ -31,13 +33,24 @@ bool IsGood(const unsigned char* msg, std::uint32_t numBytes) {
 } // namespace
 
 CTavixUsbEventAdapter::CTavixUsbEventAdapter(GenApi::INodeMap* pCameraNodeMap)
-    : m_pAdapter(std::make_unique<GenApi::CEventAdapterGeneric>(pCameraNodeMap)) {}
+    : m_pNodeMap(pCameraNodeMap), m_pAdapter(std::make_unique<GenApi::CEventAdapterGeneric>(pCameraNodeMap)) {}
 
 void CTavixUsbEventAdapter::DeliverMessage(const unsigned char* msg, std::uint32_t numBytes) {
     if (!msg || !IsGood(msg, numBytes)) {
         Throw<GenICam::RuntimeException>(Here(), "Cannot deliver bad USB event message.");
     }
+    if (!m_HasPorts) {
+        Throw<GenICam::LogicalErrorException>(
+            Here(), "Another event adapter of this device has the event features until it is destroyed.");
+    }
     m_pAdapter->DeliverMessage(msg + kHeaderSize, numBytes - kHeaderSize, std::uint64_t{Load16(msg + 14)});
+}
+
+void CTavixUsbEventAdapter::RegainPorts() {
+    if (!m_pNodeMap) return;
+    const GenApi::AutoLock guard(m_pNodeMap->GetLock()); // a message may be on its way through the old ports
+    m_pAdapter->AttachNodeMap(m_pNodeMap);
+    m_HasPorts = true;
 }
 
 } // namespace Tavix

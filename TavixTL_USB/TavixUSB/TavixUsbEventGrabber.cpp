@@ -63,8 +63,14 @@ void CTavixUsbEventGrabber::Open() {
         Throw<LogicalErrorException>(Here(), "Device is not opened. Open the device before opening the event stream!");
     }
     ObtainEventStream();
+    m_WaitObject.Lower(); // raised by the last Close
     OpenEventStream();
-    m_ptrStatusReg->SetValue(1, /*Verify=*/true);
+    try {
+        m_ptrStatusReg->SetValue(1, /*Verify=*/true);
+    } catch (...) { // thrown by a callback of "StatusReg"
+        InternalClose(/*throwOnError=*/false);
+        throw;
+    }
 }
 
 void CTavixUsbEventGrabber::ObtainEventStream() {
@@ -99,9 +105,11 @@ void CTavixUsbEventGrabber::Close() {
 
 void CTavixUsbEventGrabber::InternalClose(bool throwOnError) {
     Guard guard(m_Lock);
+    const bool wasOpen = IsOpen();
     unsigned int status = 0;
     if (m_pVxEventStream && m_pVxEventStream->IsOpen()) status = m_pVxEventStream->Close();
     m_ptrStatusReg->SetValue(0, /*Verify=*/true);
+    if (wasOpen) m_WaitObject.Raise(); // or whoever waits for an event would wait for ever
     if (status == 0) return;
     constexpr char kFailure[] = "Failed to close event stream grabber: %s";
     const gcstring text = VxStatus2Msg(status);

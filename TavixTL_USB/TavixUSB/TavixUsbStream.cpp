@@ -3,6 +3,7 @@
 #include "TavixUsbDevice.h"
 #include "UsbGrabResult.h"
 
+#include "core/Format.h"
 #include "vexlo/VxDevice.h"
 
 namespace Tavix {
@@ -75,6 +76,23 @@ void CTavixUsbStream::SetState(EStreamGrabberState state) {
     m_pParams->StatusReg().SetValue(state, /*Verify=*/true);
 }
 
+/// For steps that must not keep those behind them from being done: whatever is thrown is logged and returned. Callbacks
+/// of nodes may throw anything.
+template<class Step>
+std::exception_ptr CTavixUsbStream::Attempt(Step step) const {
+    constexpr char kFailure[] = "A parameter of the stream grabber for device '%hs' cannot be set: %s";
+    try {
+        step();
+        return nullptr;
+    } catch (const std::exception& e) {
+        LogTrace(LogCategoryStream(), kLogWarning, kFailure, m_DeviceName.c_str(), e.what());
+        return std::current_exception();
+    } catch (...) {
+        LogTrace(LogCategoryStream(), kLogWarning, kFailure, m_DeviceName.c_str(), "unknown exception");
+        return std::current_exception();
+    }
+}
+
 const char* CTavixUsbStream::GetStateName() const {
     switch (m_State) {
     case Closed:
@@ -119,8 +137,13 @@ void CTavixUsbStream::Open() {
     }
     FindTLParamsLocked();
     ObtainStream();
+    m_WaitObject.Lower(); // raised by the last Close
     OpenStream();
-    SetState(Opened);
+    if (const std::exception_ptr thrown = Attempt([this] { SetState(Opened); })) {
+        static_cast<void>(m_pVxStream->Close());
+        Attempt([this] { SetState(Closed); });
+        std::rethrow_exception(thrown);
+    }
     LogTrace(LogCategoryStream(), kLogInfo, "Opened stream grabber for device '%hs' successfully",
              m_DeviceName.c_str());
 }
@@ -178,7 +201,9 @@ void CTavixUsbStream::Close() {
                      VxStatus2Msg(status).c_str());
         }
     }
+    const bool wasOpen = m_State != Closed;
     SetState(Closed);
+    if (wasOpen) m_WaitObject.Raise(); // or whoever waits for a result would wait for ever
     LogTrace(LogCategoryStream(), kLogInfo, "Closed stream grabber for device '%hs' successfully.",
              m_DeviceName.c_str());
 }
@@ -194,9 +219,18 @@ StreamBufferHandle CTavixUsbStream::RegisterBuffer(void* pBuffer, unsigned long 
     vexlo::BufferHandle_s* pHandle = nullptr;
     const unsigned int status = m_pVxStream->RegisterBuffer(pBuffer, size, &pHandle);
     if (status != 0) {
-        FailWithStatus(Here(), "Failed to register buffer at vx stream for device %'hs'. Error: '%hs'", status); // sic
+        LogAndThrow<RuntimeException>(LogCategoryStream(), Here(),
+                                      "Failed to register buffer at vx stream for device %'hs'. Error: '%hs'", // sic
+                                      m_DeviceName.c_str(), RegistrationFailure(status, size).c_str());
     }
     return pHandle;
+}
+
+gcstring CTavixUsbStream::RegistrationFailure(unsigned int status, unsigned long size) const {
+    const gcstring text = VxStatus2Msg(status);
+    const auto allowed = static_cast<unsigned long>(m_pParams->MaxBufferSize().GetValue());
+    if (status != vexlo::VX_E_INVALID_SIZE || size <= allowed) return text;
+    return text + Format(" The buffer has %lu bytes, and MaxBufferSize allows %lu.", size, allowed);
 }
 
 const void* CTavixUsbStream::DeregisterBuffer(StreamBufferHandle handle) {
@@ -221,11 +255,11 @@ void CTavixUsbStream::PrepareGrab() {
     StartStreaming();
     try {
         LockTLParams(true);
+        SetState(Grabbing);
     } catch (...) {
-        UndoPrepareGrab(); // or the camera would stream into a grabber that nobody can finish
+        GiveUpGrab(); // or the camera would stream into a grabber that nobody can finish
         throw;
     }
-    SetState(Grabbing);
     LogTrace(LogCategoryStream(), kLogInfo, "Prepared grab for device '%hs' successfully.", m_DeviceName.c_str());
 }
 
@@ -247,6 +281,12 @@ void CTavixUsbStream::UndoPrepareGrab() {
              VxStatus2Msg(status).c_str());
 }
 
+void CTavixUsbStream::GiveUpGrab() {
+    Attempt([this] { SetState(Opened); });
+    UndoPrepareGrab();
+    Attempt([this] { LockTLParams(false); });
+}
+
 void CTavixUsbStream::LockTLParams(bool lock) {
     if (!m_ptrTLParamsLocked.IsValid()) return;
     if (!GenApi::IsWritable(m_ptrTLParamsLocked->GetAccessMode())) return;
@@ -257,19 +297,18 @@ void CTavixUsbStream::FinishGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Finishing grab for device '%hs'.", m_DeviceName.c_str());
     Guard guard(m_Lock);
     RequireState(m_State == Grabbing, "FinishGrab", Here());
-    SetState(Opened); // first, so that a failure below leaves a grabber that can be used again
+    // First, so that a failure below leaves a grabber that can be used again.
+    std::exception_ptr thrown = Attempt([this] { SetState(Opened); });
     const unsigned int status = m_pVxStream->IsPrepared() ? m_pVxStream->FinishGrab() : vexlo::VX_OK;
-    try {
-        LockTLParams(false);
-    } catch (...) {
-        if (status == 0) throw; // else the stream's failure, which came first, is the one to report
-    }
+    const std::exception_ptr unlockFailure = Attempt([this] { LockTLParams(false); });
+    if (!thrown) thrown = unlockFailure;
     if (status != 0) {
         const gcstring text = VxStatus2Msg(status);
         LogTrace(LogCategoryStream(), kLogError, "FinishGrab failed for device '%hs'. Error: '%hs'",
                  m_DeviceName.c_str(), text.c_str());
         Throw<RuntimeException>(Here(), "FinishGrab() failed: %s", text.c_str());
     }
+    if (thrown) std::rethrow_exception(thrown);
     LogTrace(LogCategoryStream(), kLogInfo, "Finished grab for device '%hs' successfully.", m_DeviceName.c_str());
 }
 

@@ -12,6 +12,8 @@
 #include <boost/thread/locks.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <exception>
+
 namespace vexlo {
 class CVxDevice;
 }
@@ -73,7 +75,11 @@ private:
     void OpenStream();
     void StartStreaming();
     void UndoPrepareGrab();
+    void GiveUpGrab();
     void LockTLParams(bool lock);
+    gcstring RegistrationFailure(unsigned int status, unsigned long size) const;
+    template<class Step>
+    std::exception_ptr Attempt(Step step) const;
     [[noreturn]] void FailWithStatus(SourcePlace place, const char* format, unsigned int status) const;
 
     vexlo::CVxDevice* const m_pVxDevice;                                // borrowed

@@ -41,6 +41,11 @@ private:
     DeviceInfoList& m_List;  // borrowed
 };
 
+void LogProbeFailure(const gcstring& fullName, unsigned int status) {
+    LogTrace(LogCategoryTl(), kLogError, "%s: Error checking accessibility of device '%s'. (Err=%#x '%s')",
+             kProbeFunction, fullName.c_str(), status, VxStatus2Msg(status).c_str());
+}
+
 /// Closes the connection of a download, whatever became of the download.
 class DownloadConnection {
 public:
@@ -179,6 +184,14 @@ bool CTavixUsbTL::InternalIsDeviceAccessible(const CDeviceInfo& info, AccessMode
 }
 
 EDeviceAccessiblityInfo CTavixUsbTL::Probe(const CDeviceInfo& info) {
+    // The path is the key, as for the description: an open might find the same camera at another one, which can then
+    // not be created by this info.
+    vexlo::DeviceDiscoveryInfo present = {};
+    const unsigned int found = vexlo::CEnumerator::DeviceInfoFromPath(info.GetFullName().c_str(), present);
+    if (found != 0) {
+        LogProbeFailure(info.GetFullName(), found);
+        return Accessibility_Unknown;
+    }
     const vexlo::DeviceDiscoveryInfo record = MakeProbeRecord(info);
     const VxDevicePtr device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
     if (!device) {
@@ -206,8 +219,7 @@ EDeviceAccessiblityInfo CTavixUsbTL::ProbeOpen(vexlo::CVxDevice& device, const v
     const unsigned int status = device.Open(record);
     if (status == vexlo::VX_E_BUSY) return Accessibility_OpenedExclusively;
     if (status != 0) {
-        LogTrace(LogCategoryTl(), kLogError, "%s: Error checking accessibility of device '%s'. (Err=%#x '%s')",
-                 kProbeFunction, fullName.c_str(), status, VxStatus2Msg(status).c_str());
+        LogProbeFailure(fullName, status);
         return Accessibility_Unknown;
     }
     const unsigned int closeStatus = device.Close();

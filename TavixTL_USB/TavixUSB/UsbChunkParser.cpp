@@ -15,9 +15,24 @@ constexpr std::int64_t kCacheEveryChunk = -1;
 } // namespace
 
 CUsbChunkParser::CUsbChunkParser(GenApi::INodeMap* pChunkNodeMap)
-    : CChunkParser(new GenApi::CChunkAdapterUsb(pChunkNodeMap, kCacheEveryChunk)), m_pChunkNodeMap(pChunkNodeMap) {}
+    : CUsbChunkParser(new GenApi::CChunkAdapterUsb(pChunkNodeMap, kCacheEveryChunk), pChunkNodeMap) {}
+
+CUsbChunkParser::CUsbChunkParser(GenApi::CChunkAdapterUsb* pAdapter, GenApi::INodeMap* pChunkNodeMap)
+    : CChunkParser(pAdapter), m_pUsbAdapter(pAdapter), m_pChunkNodeMap(pChunkNodeMap) {}
+
+void CUsbChunkParser::RequirePorts() const {
+    if (m_HasPorts) return;
+    Throw<GenICam::LogicalErrorException>(
+        Here(), "Another chunk parser of this device has the chunk features until it is destroyed.");
+}
+
+void CUsbChunkParser::RegainPorts() {
+    m_pUsbAdapter->ConnectPorts();
+    m_HasPorts = true;
+}
 
 void CUsbChunkParser::AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics) {
+    RequirePorts();
     CChunkParser::AttachBuffer(pBuffer, length, pStatistics);
     GenApi::INode* const pCrcNode = m_pChunkNodeMap ? m_pChunkNodeMap->GetNode("ChunkPayloadCRC16") : nullptr;
     m_pCrcFeature = dynamic_cast<GenApi::IInteger*>(pCrcNode);
@@ -29,11 +44,13 @@ void CUsbChunkParser::DetachBuffer() {
 }
 
 void CUsbChunkParser::UpdateBuffer(const void* pBuffer) {
+    RequirePorts();
     CChunkParser::UpdateBuffer(pBuffer);
 }
 
 bool CUsbChunkParser::HasCRC() const {
     if (!IsBufferAttached()) Throw<GenICam::LogicalErrorException>(Here(), "No buffer attached.");
+    RequirePorts();
     return m_pCrcFeature && m_pCrcFeature->GetAccessMode() > GenApi::NA;
 }
 

@@ -5,10 +5,16 @@
 
 #include <GenApi/GenApi.h>
 
+#include <atomic>
+
+namespace GenApi {
+class CChunkAdapterUsb;
+}
+
 namespace Tavix {
 
 /// The checksum chunk `ChunkPayloadCRC16`, when present, is the last of the buffer and covers every byte in front of
-/// it. Bound to a thread.
+/// it. Bound to a thread, but for LosePorts and RegainPorts.
 class CUsbChunkParser : public CChunkParser {
 public:
     /// The node map must outlive the parser. Without one there are no features, and so no checksum.
@@ -24,10 +30,20 @@ public:
     /// The CRC-16 of `length` bytes, in the low 16 bits.
     std::uint64_t CRC16(const void* pData, std::uint64_t length) const;
 
+    /// Another parser takes the chunk ports. From now on all calls but DetachBuffer throw LogicalErrorException.
+    void LosePorts() { m_HasPorts = false; }
+    /// The ports show the attached buffer again.
+    void RegainPorts();
+
 protected:
     GenApi::INodeMap* GetChunkNodeMap() const { return m_pChunkNodeMap; }
 
 private:
+    CUsbChunkParser(GenApi::CChunkAdapterUsb* pAdapter, GenApi::INodeMap* pChunkNodeMap);
+    void RequirePorts() const;
+
+    GenApi::CChunkAdapterUsb* const m_pUsbAdapter; // owned by the base
+    std::atomic<bool> m_HasPorts{true};
     GenApi::INodeMap* m_pChunkNodeMap;         // borrowed
     GenApi::IInteger* m_pCrcFeature = nullptr; // borrowed; null while no buffer is attached
 };

@@ -14,10 +14,15 @@ class CChunkAdapter;
 namespace Tavix {
 
 /// The buffer stays the caller's and must be valid while attached. Bound to a thread.
+///
+/// The chunk features of a camera show the buffer of one parser. A second parser of the same device takes them; until
+/// it is destroyed, all calls of the first one but DetachBuffer throw LogicalErrorException. A parser with a node map
+/// of its own stands in nobody's way.
 class IChunkParser {
 public:
     /// RuntimeException when the buffer does not hold chunks; it then changes nothing. Attaching again binds to the new
-    /// buffer and lets go of what it does not hold.
+    /// buffer and lets go of what it does not hold. What a callback of a feature throws passes on; then no buffer is
+    /// attached, as with UpdateBuffer.
     virtual void AttachBuffer(const void* pBuffer, std::int64_t length,
                               GenApi::AttachStatistics_t* pStatistics = nullptr) = 0;
     virtual void DetachBuffer() = 0;
@@ -63,6 +68,8 @@ protected:
     bool IsBufferAttached() const { return m_IsBufferAttached; }
 
 private:
+    void LetGo();
+
     const void* m_pBuffer = nullptr; // borrowed
     std::int64_t m_BufferLength = 0;
     bool m_IsBufferAttached = false;

@@ -12,10 +12,13 @@ namespace Tavix {
 using DeviceCallbackHandle = void*;
 
 /// Failures are GenICam exceptions. Owned by its transport layer: give it back with ITransportLayer::DestroyDevice.
-/// Thread-safe.
+/// Thread-safe. A callback of a camera feature that runs inside the node map's lock (GenApi::cbPostInsideLock) may ask
+/// (IsOpen, AccessMode, GetDeviceInfo, the node maps and grabbers themselves) and use features; it neither opens,
+/// closes or destroys a device nor calls a grabber. Outside that lock (GenApi::cbPostOutsideLock) it may call anything.
 class ITavixDevice {
 public:
-    /// Claims the camera for this process and makes its features accessible. RuntimeException when it is in use,
+    /// Claims the camera for this process and makes its features accessible; what was read of them before is forgotten.
+    /// RuntimeException when it is in use,
     /// may not be opened or does not answer; its text says which. LogicalErrorException when it is open.
     virtual void Open(AccessModeSet modes = DefaultAccessMode()) = 0;
     /// Finishes grabs, destroys parsers and adapters, and gives the camera back. Works after an unplug as well, where
@@ -34,16 +37,19 @@ public:
     virtual GenApi::INodeMap* GetNodeMap() = 0;
     /// The transport layer's parameters of this device: migration mode, statistics. Owned by the device.
     virtual GenApi::INodeMap* GetTLNodeMap() = 0;
-    /// Owned by the device, which destroys it on Close at the latest.
+    /// Owned by the device, which destroys it on Close at the latest. Takes the chunk features from the parser before,
+    /// until it is destroyed.
     virtual IChunkParser* CreateChunkParser() = 0;
     virtual void DestroyChunkParser(IChunkParser* pParser) = 0;
     /// Null when the camera describes no chunk data. Owned by the caller until DestroySelfReliantChunkParser.
     virtual ISelfReliantChunkParser* CreateSelfReliantChunkParser() = 0;
     virtual void DestroySelfReliantChunkParser(ISelfReliantChunkParser* pParser) = 0;
-    /// Owned by the device, which destroys it on Close at the latest.
+    /// Owned by the device, which destroys it on Close at the latest. Takes the event features from the adapter before,
+    /// until it is destroyed.
     virtual IEventAdapter* CreateEventAdapter() = 0;
     virtual void DestroyEventAdapter(IEventAdapter* pAdapter) = 0;
-    /// The callback is cloned; it runs on a thread of the library when the camera is unplugged, with no lock held.
+    /// The callback is cloned; it runs on a thread of the library when the camera is unplugged, with no lock held, and
+    /// nobody waits for it: it may call anything, and may still run when the device has been destroyed.
     /// LogicalErrorException while the device is closed, as for the next one.
     virtual DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) = 0;
     /// False when the handle is not registered.

@@ -11,7 +11,9 @@ struct INodeMap;
 namespace Tavix {
 
 /// Owned by its device. Failures are GenICam exceptions: LogicalErrorException for a call that does not fit the state,
-/// RuntimeException when bus or camera fail. Thread-safe.
+/// RuntimeException when bus or camera fail. Thread-safe, but all operations take the grabber's lock, which comes
+/// before that of the camera's node map: a callback that runs inside that lock (GenApi::cbPostInsideLock) calls none of
+/// them, IsOpen and GetWaitObject included; one that runs outside (GenApi::cbPostOutsideLock) may call all.
 ///
 /// \verbatim
 ///   closed --Open--> open --PrepareGrab--> prepared --FinishGrab--> open --Close--> closed
@@ -20,7 +22,8 @@ class IStreamGrabber {
 public:
     /// Claims the image stream. The device must be open.
     virtual void Open() = 0;
-    /// Finishes a grab that is prepared, too. Completed buffers that nobody retrieved are lost, not their memory.
+    /// Finishes a grab that is prepared, too. Completed buffers that nobody retrieved are lost, not their memory. Wakes
+    /// all who wait for results; what they call then throws.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;
     /// Makes memory known; the grab must be prepared. The buffer stays the caller's and must live until it is
@@ -42,7 +45,8 @@ public:
     /// Takes the oldest completed buffer, which is the application's again. False when nothing has completed. A failed
     /// image is no exception: see GrabResult::Succeeded.
     virtual bool RetrieveResult(GrabResult& result) = 0;
-    /// Signalled while results are pending; each wait takes the signal, so retrieve until there is nothing more.
+    /// Signalled from Close to the next Open and while results are pending; each wait takes the signal, so retrieve
+    /// until there is nothing more.
     virtual WaitObject& GetWaitObject() const = 0;
     /// The stream's parameters: "MaxNumBuffer", "MaxBufferSize" (bytes), "MaxTransferSize" (bytes), "NumMaxQueuedUrbs",
     /// "TransferLoopThreadPriority", and statistics. Owned by the stream grabber.

@@ -19,24 +19,44 @@ CChunkParser::CChunkParser(GenApi::CChunkAdapter* pAdapter) : m_pAdapter(pAdapte
 CChunkParser::~CChunkParser() = default;
 
 void CChunkParser::AttachBuffer(const void* pBuffer, std::int64_t length, GenApi::AttachStatistics_t* pStatistics) {
-    m_pAdapter->AttachAtOnce(AsBytes(pBuffer), length, pStatistics);
+    try {
+        m_pAdapter->AttachAtOnce(AsBytes(pBuffer), length, pStatistics);
+    } catch (...) {
+        const bool isRefused = !pBuffer || !m_pAdapter->CheckBufferLayout(AsBytes(pBuffer), length);
+        if (!isRefused) LetGo();
+        throw;
+    }
     m_pBuffer = pBuffer;
     m_BufferLength = length;
     m_IsBufferAttached = true;
 }
 
 void CChunkParser::DetachBuffer() {
-    m_pAdapter->DetachBuffer();
     m_pBuffer = nullptr;
     m_BufferLength = 0;
     m_IsBufferAttached = false;
+    m_pAdapter->DetachBuffer();
 }
 
 void CChunkParser::UpdateBuffer(const void* pBuffer) {
     RequireBuffer();
     if (!pBuffer) throw INVALID_ARGUMENT_EXCEPTION("Invalid buffer passed to UpdateBuffer.");
-    m_pAdapter->UpdateBuffer(AsBytes(pBuffer));
+    try {
+        m_pAdapter->UpdateBuffer(AsBytes(pBuffer));
+    } catch (...) {
+        LetGo();
+        throw;
+    }
     m_pBuffer = pBuffer;
+}
+
+// After a callback of the application threw, when some features may show one buffer and some another.
+void CChunkParser::LetGo() {
+    try {
+        CChunkParser::DetachBuffer();
+    } catch (...) {
+        // What was thrown first is on its way to the caller; all is detached all the same.
+    }
 }
 
 bool CChunkParser::HasCRC() const {

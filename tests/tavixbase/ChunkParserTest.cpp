@@ -14,9 +14,10 @@ class FakeAdapter final : public GenApi::CChunkAdapter {
 public:
     explicit FakeAdapter(int& destroyed) : m_Destroyed(destroyed) {}
     ~FakeAdapter() override { ++m_Destroyed; }
-    bool CheckBufferLayout(uint8_t*, int64_t) override { return true; }
+    bool CheckBufferLayout(uint8_t*, int64_t length) override { return length != 0; }
     void AttachBuffer(uint8_t* pBuffer, int64_t length, GenApi::AttachStatistics_t* pStatistics) override {
-        if (length == 0) throw RUNTIME_EXCEPTION("Invalid layout of buffer attached to chunk parser!");
+        if (!CheckBufferLayout(pBuffer, length))
+            throw RUNTIME_EXCEPTION("Invalid layout of buffer attached to chunk parser!");
         buffer = pBuffer;
         if (pStatistics) *pStatistics = {3, 2, 1};
     }

@@ -26,14 +26,26 @@ protected:
 TEST_F(DeviceAccessibility, IsGoodWhenTheCameraOpensAndCloses) {
     EXPECT_TRUE(Ask());
     EXPECT_EQ(1, access);
-    EXPECT_THAT(bus.Calls(),
-                ElementsAre("CreateDevice", "Device.SetProperty", "Device.Open", "Device.Close", "DestroyDevice"));
+    EXPECT_THAT(bus.Calls(), ElementsAre("DeviceInfoFromPath", "CreateDevice", "Device.SetProperty", "Device.Open",
+                                         "Device.Close", "DestroyDevice"));
     EXPECT_THAT(log.All(), ElementsAre(Answer(1)));
 }
 
 TEST_F(DeviceAccessibility, TellsTheLibraryThatItOnlyLooks) {
     EXPECT_TRUE(Ask());
     EXPECT_EQ(bus.deviceProperties[vexlo::CVxDevice::Property_OpenAsProbe], FakeVexlo::Number(1, 1));
+}
+
+TEST_F(DeviceAccessibility, IsUnknownWhenNoCameraIsAtThatPath) {
+    bus.cameras = {MakeCameraRecord("1:2:4")}; // the same camera, by GUID and serial number
+    EXPECT_FALSE(Ask());
+    EXPECT_EQ(0, access);
+    EXPECT_EQ(0, bus.Count("Device.Open"));
+    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256,
+                                               "InternalIsDeviceAccessible: Error checking accessibility of device "
+                                               "'1:2:3'. (Err=0xe2000002 'text E2000002')"},
+                                       Answer(0)));
+    EXPECT_THROW(tl->CreateDevice(info), GenICam::RuntimeException) << "nor can it be created";
 }
 
 TEST_F(DeviceAccessibility, StaysGoodWhenTheCameraDoesNotClose) {

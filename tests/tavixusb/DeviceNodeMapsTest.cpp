@@ -28,6 +28,19 @@ TEST_F(DeviceNodeMaps, LoadsTheCameraNodeMapOnce) {
     EXPECT_FAILURE(RuntimeException, "NodeMapRef.h", "DLL already loaded", Load(CameraXml()));
 }
 
+TEST_F(DeviceNodeMaps, ForgetWhatTheyReadBeforeTheDeviceWasOpened) {
+    Load(
+        CameraXmlWith(R"(<IntReg Name="Remembered"><Address>0x300</Address><Length>4</Length><AccessMode>RW</AccessMode>
+        <pPort>Device</pPort><Cachable>WriteThrough</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+        </IntReg>)"));
+    Open();
+    Feature("Remembered").SetValue(64);
+    device->Close();
+    bus.memory[0x300] = 128; // another camera at the same port, or the same one after a loss of power
+    Open();
+    EXPECT_EQ(128, Feature("Remembered").GetValue());
+}
+
 TEST_F(DeviceNodeMaps, InjectsNoMoreThanOneText) {
     EXPECT_FAILURE(RuntimeException, "TavixDevicePrivateImpl.h", kTooMany,
                    device->CreateNodemapFromString(CameraXml(), two));

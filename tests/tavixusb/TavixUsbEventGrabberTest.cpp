@@ -6,6 +6,7 @@
 #include <GenApi/NodeCallback.h>
 
 #include <functional>
+#include <future>
 
 using testing::ElementsAre;
 
@@ -308,6 +309,21 @@ TEST_F(EventGrabber, ThrowsThatItCannotCloseOnlyWhereThatIsAskedFor) {
         }
         EXPECT_FALSE(probe.IsOpen());
     }
+}
+
+TEST_F(EventGrabber, WakesAllWhoWaitForAnEventWhenItIsClosed) {
+    Tavix::WaitObject& waitObject = grabber().GetWaitObject();
+    grabber().Close();
+    EXPECT_FALSE(waitObject.Wait(0)) << "nobody can have waited";
+    grabber().Open();
+    EXPECT_FALSE(waitObject.Wait(0));
+    const auto wait = [&] { return waitObject.Wait(30000); };
+    auto one = std::async(std::launch::async, wait), another = std::async(std::launch::async, wait);
+    grabber().Close();
+    EXPECT_TRUE(one.get());
+    EXPECT_TRUE(another.get());
+    grabber().Open();
+    EXPECT_FALSE(waitObject.Wait(0)) << "nothing has come";
 }
 
 } // namespace

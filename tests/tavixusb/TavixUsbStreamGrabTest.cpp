@@ -257,4 +257,13 @@ TEST_F(StreamGrabber, TellsWhyItCannotCancel) {
     EXPECT_EQ("Grabbing", Status());
 }
 
+TEST_F(StreamGrabber, NamesBothSizesOfABufferThatIsTooLarge) {
+    Prepare();
+    bus.FailNext("Stream.RegisterBuffer", vexlo::VX_E_INVALID_SIZE);
+    ExpectFailure(
+        "Failed to register buffer at vx stream for device 1:2:3'. Error: 'text E200000A The buffer has 200000 "
+        "bytes, and MaxBufferSize allows 131072.'",
+        [&] { grabber().RegisterBuffer(image, 200000); });
+}
+
 } // namespace

@@ -218,4 +218,18 @@ TEST_F(StreamGrabberLife, SaysWhatItIsAboutToDoBeforeItTakesItsLock) {
         thread.join();
 }
 
+TEST_F(StreamGrabberLife, WakesAllWhoWaitForAResultWhenItIsClosed) {
+    grabber().Close();
+    EXPECT_FALSE(grabber().GetWaitObject().Wait(0)) << "nobody can have waited";
+    grabber().Open();
+    EXPECT_FALSE(grabber().GetWaitObject().Wait(0));
+    const auto wait = [this] { return grabber().GetWaitObject().Wait(30000); };
+    auto one = std::async(std::launch::async, wait), another = std::async(std::launch::async, wait);
+    grabber().Close();
+    EXPECT_TRUE(one.get());
+    EXPECT_TRUE(another.get());
+    grabber().Open();
+    EXPECT_FALSE(grabber().GetWaitObject().Wait(0)) << "nothing has completed";
+}
+
 } // namespace

@@ -9,7 +9,10 @@
 #include <boost/weak_ptr.hpp>
 #include <gtest/gtest.h>
 
+#include <GenApi/NodeCallback.h>
+
 #include <cstring>
+#include <stdexcept>
 
 namespace {
 
@@ -45,6 +48,47 @@ TEST_F(UsbChunkParser, FindsTheChecksumRight) {
     parser.AttachBuffer(buffer.Data(), buffer.Size());
     EXPECT_TRUE(parser.HasCRC());
     EXPECT_TRUE(parser.CheckCRC());
+}
+
+/// A callback of a chunk feature that throws.
+struct UsbChunkParserWithThrowingCallback : UsbChunkParser {
+    UsbChunkParserWithThrowingCallback() {
+        parser.AttachBuffer(first.Data(), first.Size());
+        handle =
+            GenApi::Register(map->GetNode("ImageByte"), [](GenApi::INode*) { throw std::runtime_error("not now"); });
+    }
+    void ExpectNothingAttached() {
+        for (const char* name : {"ImageByte", "Counter", "ChunkPayloadCRC16"})
+            EXPECT_EQ(map.Access(name), GenApi::NA) << name;
+        EXPECT_EQ(LogicalError([&] { parser.HasCRC(); }), "No buffer attached.");
+        GenApi::Deregister(handle);
+        parser.AttachBuffer(second.Data(), second.Size());
+        EXPECT_TRUE(parser.CheckCRC());
+    }
+    ChunkBuffer first = Checked(), second = Checked();
+    GenApi::CallbackHandleType handle;
+};
+
+TEST_F(UsbChunkParserWithThrowingCallback, HasNoBufferAfterAnAttachmentThatFailed) {
+    EXPECT_THROW(parser.AttachBuffer(second.Data(), second.Size()), std::runtime_error);
+    ExpectNothingAttached();
+}
+
+TEST_F(UsbChunkParserWithThrowingCallback, HasNoBufferAfterAnUpdateThatFailed) {
+    EXPECT_THROW(parser.UpdateBuffer(second.Data()), std::runtime_error);
+    ExpectNothingAttached();
+}
+
+TEST_F(UsbChunkParserWithThrowingCallback, HasNoBufferAfterADetachmentThatFailed) {
+    EXPECT_THROW(parser.DetachBuffer(), std::runtime_error);
+    ExpectNothingAttached();
+}
+
+TEST_F(UsbChunkParserWithThrowingCallback, KeepsItsBufferWhenItRefusesAnother) {
+    EXPECT_THROW(parser.AttachBuffer(second.Data(), second.Size() - 1), GenICam::RuntimeException);
+    EXPECT_THROW(parser.AttachBuffer(nullptr, 12), GenICam::RuntimeException);
+    EXPECT_TRUE(parser.CheckCRC());
+    GenApi::Deregister(handle);
 }
 
 TEST_F(UsbChunkParser, FindsAnyChangedByteInFrontOfTheChecksum) {
