@@ -126,4 +126,16 @@ TEST_F(WrappedEnumeration, WithAnUnknownNameTranslatesNothing) {
     EXPECT_EQ(plain.ToString(), "Daylight5000K");
 }
 
+TEST(EnumerationEntryOfBothNames, IsTakenByTheCurrentOne) {
+    support::DescribedMap map(R"(<Enumeration Name="PixelFormat">
+        <EnumEntry Name="BGR8Packed"><Value>1</Value></EnumEntry><EnumEntry Name="BGR8"><Value>2</Value></EnumEntry>
+        <Value>1</Value></Enumeration>)");
+    GenApi::INode* const node = map->GetNode("PixelFormat");
+    Tavix::CWrappedEnumeration wrapper(node, "PixelFormat");
+    EXPECT_EQ(2, wrapper.GetEntryByName("BGR8Packed")->GetValue());
+    wrapper.FromString("BGR8Packed");
+    EXPECT_EQ(2, wrapper.GetIntValue());
+    EXPECT_EQ("BGR8Packed", wrapper.ToString());
+}
+
 } // namespace
