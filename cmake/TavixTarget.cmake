@@ -1,9 +1,15 @@
 # Every target of the project is made here, so that all have the same habits and nothing is global.
 
 find_program(TAVIX_CCACHE ccache)
+include(TavixHardening)
 
 # Headers are installed below a folder of their own, since Base/ and Log/ are names that others may use too.
 set(TAVIX_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/tavix-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
+# Where programs and libraries look for our libraries, in the build tree as where they are installed. One path for both:
+# CMake would make room for the later one with an empty entry, and that is the folder somebody happens to stand in.
+set(TAVIX_RPATH "$ORIGIN;$ORIGIN/../lib;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+list(REMOVE_DUPLICATES TAVIX_RPATH)
 
 # Applies language level, warnings, sanitizers and output folders to a target.
 function(tavix_habits target)
@@ -11,7 +17,8 @@ function(tavix_habits target)
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON
-    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}"
+    INSTALL_RPATH "${TAVIX_RPATH}"
+    BUILD_WITH_INSTALL_RPATH ON
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib
     ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
@@ -29,6 +36,7 @@ function(tavix_habits target)
     # Coverage of the libraries is what guides the fuzzer; the fuzz targets themselves link its main.
     target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
+  tavix_harden(${target})
   if(TAVIX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE})
@@ -60,7 +68,8 @@ function(tavix_program name)
 endfunction()
 
 # tavix_test(<name> [PREFIX text] SOURCES ... [LIBS ...] [ENVIRONMENT VAR=value ...] [LABELS ...])
-# A GoogleTest program; every TEST becomes a ctest test of its own.
+# A GoogleTest program; every TEST becomes a ctest test of its own. Each bears its folder's name as a label, so that
+# `ctest -L genapi` runs the tests of one library.
 function(tavix_test name)
   cmake_parse_arguments(ARG "" "PREFIX" "SOURCES;LIBS;ENVIRONMENT;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -72,6 +81,9 @@ function(tavix_test name)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${ARG_PREFIX}" TEST_LIST ${name}_TESTS PROPERTIES TIMEOUT 120)
   tavix_test_lists(${name} ENVIRONMENT ${ARG_ENVIRONMENT})
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  list(PREPEND ARG_LABELS ${folder})
+  list(REMOVE_DUPLICATES ARG_LABELS)
   tavix_test_lists(${name} LABELS ${ARG_LABELS})
 endfunction()
 
