@@ -2,6 +2,11 @@
 
 #include "Crc16Tables.h"
 
+#if defined(__aarch64__)
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+#endif
+
 namespace u3v {
 namespace {
 
@@ -30,6 +35,16 @@ std::uint16_t Crc16Portable(const std::uint8_t* data, std::size_t size) {
         crc = next;
     }
     return ByteSteps(crc, data, size);
+}
+
+bool HasCarryLessMultiply() {
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
+#elif defined(__aarch64__)
+    return (getauxval(AT_HWCAP) & HWCAP_PMULL) != 0;
+#else
+    return false;
+#endif
 }
 
 std::uint16_t Crc16(const std::uint8_t* data, std::size_t size) {

@@ -4,33 +4,97 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#define TAVIX_CARRY_LESS __attribute__((target("pclmul,ssse3,sse4.1")))
+#elif defined(__aarch64__) && defined(__ARM_FEATURE_CRYPTO)
+#include <arm_neon.h>
+#define TAVIX_CARRY_LESS
 #endif
 
 namespace u3v {
 
-#if defined(__x86_64__)
+#if defined(TAVIX_CARRY_LESS)
 
 namespace {
 
-#define TAVIX_CARRY_LESS __attribute__((target("pclmul,ssse3,sse4.1")))
+// What each processor calls sixteen bytes, and multiplying two polynomials of 64 bits.
+#if defined(__x86_64__)
+
+using Vector = __m128i;
+
+TAVIX_CARRY_LESS inline Vector Reversed(Vector value) {
+    return _mm_shuffle_epi8(value, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+}
+
+TAVIX_CARRY_LESS inline Vector LoadBytes(const std::uint8_t* data) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(data));
+}
+
+TAVIX_CARRY_LESS inline void StoreBytes(std::uint8_t* bytes, Vector value) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), value);
+}
+
+TAVIX_CARRY_LESS inline Vector Powers(std::uint64_t forHigh, std::uint64_t forLow) {
+    return _mm_set_epi64x(static_cast<long long>(forHigh), static_cast<long long>(forLow));
+}
+
+TAVIX_CARRY_LESS inline Vector Sum(Vector a, Vector b) {
+    return _mm_xor_si128(a, b);
+}
+
+TAVIX_CARRY_LESS inline Vector HighProduct(Vector a, Vector b) {
+    return _mm_clmulepi64_si128(a, b, 0x11);
+}
+
+TAVIX_CARRY_LESS inline Vector LowProduct(Vector a, Vector b) {
+    return _mm_clmulepi64_si128(a, b, 0x00);
+}
+
+#else
+
+using Vector = uint8x16_t;
+
+inline Vector Reversed(Vector value) {
+    const Vector swapped = vrev64q_u8(value);
+    return vextq_u8(swapped, swapped, 8);
+}
+
+inline Vector LoadBytes(const std::uint8_t* data) {
+    return vld1q_u8(data);
+}
+
+inline void StoreBytes(std::uint8_t* bytes, Vector value) {
+    vst1q_u8(bytes, value);
+}
+
+inline Vector Powers(std::uint64_t forHigh, std::uint64_t forLow) {
+    return vreinterpretq_u8_u64(vcombine_u64(vcreate_u64(forLow), vcreate_u64(forHigh)));
+}
+
+inline Vector Sum(Vector a, Vector b) {
+    return veorq_u8(a, b);
+}
+
+inline Vector HighProduct(Vector a, Vector b) {
+    return vreinterpretq_u8_p128(vmull_high_p64(vreinterpretq_p64_u8(a), vreinterpretq_p64_u8(b)));
+}
+
+inline Vector LowProduct(Vector a, Vector b) {
+    return vreinterpretq_u8_p128(
+        vmull_p64(vgetq_lane_p64(vreinterpretq_p64_u8(a), 0), vgetq_lane_p64(vreinterpretq_p64_u8(b), 0)));
+}
+
+#endif
 
 /// Sixteen message bytes as one polynomial: the first byte holds the highest powers.
-TAVIX_CARRY_LESS inline __m128i Load(const std::uint8_t* data) {
-    const __m128i reversed = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(data)), reversed);
+TAVIX_CARRY_LESS inline Vector Load(const std::uint8_t* data) {
+    return Reversed(LoadBytes(data));
 }
 
 /// `value` moved up by the distance that the powers stand for, plus `next`. A value of 128 bits that stands `distance`
 /// bits before `next` is congruent to high * x^(distance + 64) + low * x^distance; the powers are reduced beforehand,
 /// so the products fit 128 bits.
-TAVIX_CARRY_LESS inline __m128i Fold(__m128i value, __m128i powers, __m128i next) {
-    const __m128i high = _mm_clmulepi64_si128(value, powers, 0x11);
-    const __m128i low = _mm_clmulepi64_si128(value, powers, 0x00);
-    return _mm_xor_si128(_mm_xor_si128(high, low), next);
-}
-
-TAVIX_CARRY_LESS inline __m128i Powers(std::uint64_t forHigh, std::uint64_t forLow) {
-    return _mm_set_epi64x(static_cast<long long>(forHigh), static_cast<long long>(forLow));
+TAVIX_CARRY_LESS inline Vector Fold(Vector value, Vector powers, Vector next) {
+    return Sum(Sum(HighProduct(value, powers), LowProduct(value, powers)), next);
 }
 
 constexpr std::size_t kStep = 16;
@@ -40,28 +104,23 @@ constexpr std::uint64_t kNearHigh = Crc16PowerOfX(128 + 64), kNearLow = Crc16Pow
 
 /// Reduces whole rounds and steps of the message to sixteen bytes with the same remainder; advances data and size.
 TAVIX_CARRY_LESS void Reduce(const std::uint8_t*& data, std::size_t& size, std::uint8_t* remainder) {
-    const __m128i far = Powers(kFarHigh, kFarLow), near = Powers(kNearHigh, kNearLow);
-    __m128i a = Load(data), b = Load(data + kStep), c = Load(data + 2 * kStep), d = Load(data + 3 * kStep);
+    const Vector far = Powers(kFarHigh, kFarLow), near = Powers(kNearHigh, kNearLow);
+    Vector a = Load(data), b = Load(data + kStep), c = Load(data + 2 * kStep), d = Load(data + 3 * kStep);
     for (data += kRound, size -= kRound; size >= kRound; data += kRound, size -= kRound) {
         a = Fold(a, far, Load(data));
         b = Fold(b, far, Load(data + kStep));
         c = Fold(c, far, Load(data + 2 * kStep));
         d = Fold(d, far, Load(data + 3 * kStep));
     }
-    __m128i sum = Fold(Fold(Fold(a, near, b), near, c), near, d);
+    Vector sum = Fold(Fold(Fold(a, near, b), near, c), near, d);
     for (; size >= kStep; data += kStep, size -= kStep)
         sum = Fold(sum, near, Load(data));
-    const __m128i bytes = _mm_shuffle_epi8(sum, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(remainder), bytes);
+    StoreBytes(remainder, Reversed(sum));
 }
 
 #undef TAVIX_CARRY_LESS
 
 } // namespace
-
-bool HasCarryLessMultiply() {
-    return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
-}
 
 std::uint16_t Crc16CarryLess(const std::uint8_t* data, std::size_t size) {
     if (size < kRound) return Crc16ByteTable(data, size);
@@ -73,10 +132,6 @@ std::uint16_t Crc16CarryLess(const std::uint8_t* data, std::size_t size) {
 }
 
 #else
-
-bool HasCarryLessMultiply() {
-    return false;
-}
 
 std::uint16_t Crc16CarryLess(const std::uint8_t* data, std::size_t size) {
     return Crc16Portable(data, size);
