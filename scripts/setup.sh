@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the project needs. Does nothing when all are there.
-# Usage: scripts/setup.sh [--dev | --packaging]
+# Usage: scripts/setup.sh [--dev | --packaging | --arm64]
 #   --dev        adds what only developers need (clang, formatter, fuzzing, virtual machines)
 #   --packaging  adds what trying the Debian packages needs (lintian, debootstrap)
+#   --arm64      adds what building and testing for 64-bit ARM needs (cross compiler, emulator)
 set -euo pipefail
 
 packages=(
@@ -23,8 +24,9 @@ case "${1:-}" in
     packages+=("${developer_packages[@]}")
     ;;
 --packaging) packages+=(dpkg-dev lintian debootstrap) ;;
+--arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static) ;;
 *)
-    echo "setup: $1 is not known; usage: scripts/setup.sh [--dev | --packaging]" >&2
+    echo "setup: $1 is not known; usage: scripts/setup.sh [--dev | --packaging | --arm64]" >&2
     exit 2
     ;;
 esac

@@ -5,6 +5,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
-cmake --preset dev >/dev/null || { echo "test: configuring failed; run 'cmake --preset dev' to see why" >&2; exit 1; }
-cmake --build --preset dev
-exec ctest --preset dev --output-on-failure "$@"
+cmake --preset fresh >/dev/null || { echo "test: configuring failed; run 'cmake --preset fresh' to see why" >&2; exit 1; }
+cmake --build --preset fresh
+exec ctest --preset fresh --output-on-failure "$@"
