@@ -200,7 +200,7 @@ TEST(Camera, WhoseNodeIsMadeAMomentAfterItsArrivalIsOpenedAllTheSame) {
         // libusb takes a device without a node off its list; the system tells it when the node is there.
         EXPECT_TRUE(Eventually([&] { return bus.Cameras().empty(); }));
         usbfs::Bus::Instance().RefuseOpens("2-1", 0, 0);
-        usbfs::PostUdevEvent("add", "2-1", {});
+        usbfs::AnnounceNode("2-1");
     });
     EXPECT_EQ(ErrorOf([&] { camera->Open(); }), "");
     system.join();

@@ -58,7 +58,7 @@ protected:
         const ErrandReport report = RunErrand(name, patience);
         m_Hits += Faults().Disarm() != 0 ? 1 : 0;
         // libusb takes a device without a node off its list, until it hears that the node has been made.
-        if (error == ENOENT) usbfs::PostUdevEvent("add", "2-1", {});
+        if (error == ENOENT) usbfs::AnnounceNode("2-1");
         Judge(name, report);
     }
     /// A camera that does not answer is waited for, too long for the ordinary run; one that is gone is not.

@@ -63,6 +63,11 @@ void PostUdevEvent(const std::string& action, const std::string& name, const std
     }
 }
 
+/// Without /sys the node's name is all that libusb can find the device by.
+void AnnounceNode(const std::string& name) {
+    if (const auto port = Bus::Instance().FindPort(name)) PostUdevEvent("add", name, port->Node());
+}
+
 } // namespace usbfs
 
 using usbfs::Bus;
