@@ -11,6 +11,7 @@ packages=(
     libusb-1.0-0-dev liblog4cpp5-dev libboost-dev libpugixml-dev libzip-dev zlib1g-dev libssl-dev
     libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libtiff-dev libusbredirparser-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    pybind11-dev python3-dev python3-numpy python3-pytest
 )
 developer_packages=(
     clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen

@@ -37,6 +37,7 @@ constexpr OutsideHeader kOutside[] = {
     {"gmock/", "gtest"},
     {"benchmark/", "benchmark"},
     {"usbredirparser.h", "usbredir"},
+    {"pybind11/", "pybind11"},
 };
 
 // Folders of the system's own headers; its headers without a folder end in ".h", those of the language in nothing.

@@ -1,0 +1,21 @@
+#include "python/Callbacks.h"
+
+namespace py = pybind11;
+
+namespace tavixpython {
+
+std::shared_ptr<py::function> Keep(py::function callback) {
+    return {new py::function(std::move(callback)), [](py::function* function) {
+                if (_Py_IsFinalizing()) return; // the interpreter frees it with all the rest
+                const py::gil_scoped_acquire locked;
+                delete function;
+            }};
+}
+
+void BindSubscription(py::module_& module) {
+    py::class_<Tavix::Subscription>(module, "Subscription", "A registered callback; it lasts until end() is called.")
+        .def("end", &Tavix::Subscription::End, py::call_guard<WithoutLock>(),
+             "The callback is not called any more once this returns. Ending twice is harmless.");
+}
+
+} // namespace tavixpython

@@ -1,0 +1,35 @@
+#pragma once
+// Python's functions called by threads of the library.
+
+#include "python/Lock.h"
+
+#include <tavix/camera/Subscription.h>
+
+#include <pybind11/pybind11.h>
+
+#include <functional>
+#include <memory>
+
+namespace tavixpython {
+
+/// Shared by the copies of a callback; the last one takes the interpreter's lock to let go.
+std::shared_ptr<pybind11::function> Keep(pybind11::function callback);
+
+/// Takes the lock for the call and no longer. What the function raises is told by sys.unraisablehook and ends nothing.
+template<class... Args>
+std::function<void(Args...)> CallbackOf(pybind11::function callback) {
+    return [kept = Keep(std::move(callback))](Args... args) {
+        if (_Py_IsFinalizing()) return;
+        const pybind11::gil_scoped_acquire locked;
+        try {
+            (*kept)(args...);
+        } catch (pybind11::error_already_set& e) {
+            e.discard_as_unraisable("a callback of tavix");
+        }
+    };
+}
+
+/// The class Subscription of the package.
+void BindSubscription(pybind11::module_& module);
+
+} // namespace tavixpython

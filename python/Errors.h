@@ -1,0 +1,11 @@
+#pragma once
+// The exceptions of the package.
+
+#include <pybind11/pybind11.h>
+
+namespace tavixpython {
+
+/// Adds them to the module, and translates what the camera class throws.
+void BindErrors(pybind11::module_& module);
+
+} // namespace tavixpython

@@ -1,0 +1,88 @@
+#include "python/FeatureDoor.h"
+
+#include "python/Callbacks.h"
+#include "python/Lock.h"
+#include "python/Values.h"
+
+#include <pybind11/stl.h>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+using Tavix::Feature;
+using Unlocked = py::call_guard<WithoutLock>;
+
+constexpr const char* kTypes[] = {"integer", "float",   "boolean",  "enumeration",
+                                  "text",    "command", "register", "category"};
+
+py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const, double (Feature::*real)() const) {
+    if (feature.Type() == Tavix::FeatureType::Integer) {
+        const std::int64_t value = [&] {
+            const WithoutLock unlocked;
+            return (feature.*whole)();
+        }();
+        return py::int_(value);
+    }
+    const double value = [&] {
+        const WithoutLock unlocked;
+        return (feature.*real)();
+    }();
+    return py::float_(value);
+}
+
+void Execute(const Feature& feature, const py::object& timeout) {
+    const auto time = ToMilliseconds(timeout, Tavix::kCommandTimeout);
+    const WithoutLock unlocked;
+    feature.Execute(time);
+}
+
+Tavix::Subscription OnChange(const Feature& feature, py::function callback) {
+    auto call = CallbackOf<const Feature&>(std::move(callback));
+    const WithoutLock unlocked;
+    return feature.OnChange(std::move(call));
+}
+
+} // namespace
+
+void BindFeature(py::module_& module) {
+    py::class_<Feature>(module, "Feature", "A feature of one camera; every access asks the camera anew.")
+        .def_property_readonly("name", &Feature::Name, "As the camera calls it.")
+        .def_property_readonly(
+            "type", [](const Feature& f) { return kTypes[static_cast<int>(f.Type())]; },
+            "'integer', 'float', 'boolean', 'enumeration', 'text', 'command', 'register' or 'category'.")
+        .def_property("value", &Read, &Write,
+                      "int, float, bool, str or bytes. Raises AccessError when it cannot be read or written now, "
+                      "ValueError beyond the limits.")
+        .def_property_readonly(
+            "min", [](const Feature& f) { return Number(f, &Feature::IntMin, &Feature::Min); },
+            "Least value now, in `unit`. ValueError for what is no number.")
+        .def_property_readonly(
+            "max", [](const Feature& f) { return Number(f, &Feature::IntMax, &Feature::Max); },
+            "Largest value now, in `unit`. ValueError for what is no number.")
+        .def_property_readonly(
+            "inc", [](const Feature& f) { return Number(f, &Feature::IntIncrement, &Feature::Increment); },
+            "Increment, 0.0 for a float without one. ValueError for what is no number.")
+        .def_property_readonly("unit", &Feature::Unit, Unlocked(), "Such as 'us'; '' when there is none.")
+        .def_property_readonly("display_name", &Feature::DisplayName, Unlocked(), "For people.")
+        .def_property_readonly("description", &Feature::Description, Unlocked(), "What the camera says of it.")
+        .def_property_readonly(
+            "entries", [](const Feature& f) { return f.Entries(); }, Unlocked(),
+            "Entries of an enumeration that can be set now. ValueError for others.")
+        .def_property_readonly("readable", &Feature::IsReadable, Unlocked(), "Whether it can be read now.")
+        .def_property_readonly("writable", &Feature::IsWritable, Unlocked(),
+                               "Whether it can be written, or a command executed, now.")
+        .def_property_readonly("why_not", &Feature::WhyNot, Unlocked(),
+                               "Why it cannot be read or written now; '' when both can be done.")
+        .def("set_nearest", &Feature::SetNearest, py::arg("value"), Unlocked(),
+             "Writes the nearest value within the limits and on the increment; returns what was written.")
+        .def("execute", &Execute, py::arg("timeout") = py::none(),
+             "Executes a command and waits until it is done, 5 s unless told otherwise. Timeout when it is not.")
+        .def("__call__", &Execute, py::arg("timeout") = py::none(), "As execute().")
+        .def("on_change", &OnChange, py::arg("callback"),
+             "Calls `callback(feature)` after each change, on the thread that caused it or one of the library.")
+        .def("__repr__", [](const Feature& f) { return "<tavix.Feature " + f.Name() + ">"; });
+}
+
+} // namespace tavixpython

@@ -1,0 +1,33 @@
+#pragma once
+// The interpreter's lock: given back for what takes time, waits that a signal ends.
+
+#include <pybind11/pybind11.h>
+
+#include <chrono>
+#include <functional>
+
+namespace tavixpython {
+
+/// Runs without the interpreter's lock for as long as it lives. A thread that comes back to an interpreter which is
+/// going down sleeps until the process ends, instead of being torn out of C++ frames.
+class WithoutLock {
+public:
+    WithoutLock();
+    ~WithoutLock();
+    WithoutLock(const WithoutLock&) = delete;
+    WithoutLock& operator=(const WithoutLock&) = delete;
+
+private:
+    const bool m_GoesDown; // the interpreter does, and this is the thread that takes it down
+    PyThreadState* const m_State;
+};
+
+/// Calls `step` without the lock, with a time of at most 100 ms each, until it returns true (then true) or the time is
+/// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception. Negative: as
+/// long as it takes.
+bool WaitInSteps(std::chrono::milliseconds time, const std::function<bool(std::chrono::milliseconds)>& step);
+
+/// Seconds of Python as milliseconds; None is `none`. ValueError for what is no time.
+std::chrono::milliseconds ToMilliseconds(const pybind11::object& seconds, std::chrono::milliseconds none);
+
+} // namespace tavixpython

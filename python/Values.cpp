@@ -1,0 +1,80 @@
+#include "python/Values.h"
+
+#include "python/Lock.h"
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+std::vector<std::uint8_t> BytesOf(const py::bytes& bytes) {
+    const std::string text = bytes;
+    return std::vector<std::uint8_t>(text.begin(), text.end());
+}
+
+void WriteNumber(Tavix::Feature& feature, const py::object& value) {
+    if (PyIndex_Check(value.ptr())) {
+        const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+        const long long whole = number ? PyLong_AsLongLong(number.ptr()) : -1;
+        if (PyErr_Occurred()) throw py::error_already_set();
+        const WithoutLock unlocked;
+        return feature.SetInt(whole);
+    }
+    if (!py::hasattr(value, "__float__"))
+        throw py::type_error("a feature takes bool, int, float, str or bytes, not " +
+                             std::string(py::str(py::type::of(value).attr("__name__"))));
+    const double number = PyFloat_AsDouble(value.ptr());
+    if (PyErr_Occurred()) throw py::error_already_set();
+    const WithoutLock unlocked;
+    feature.SetFloat(number);
+}
+
+} // namespace
+
+py::object ToPython(const Tavix::Value& value) {
+    return std::visit([](const auto& data) -> py::object { return py::cast(data); }, value.Get());
+}
+
+py::object Read(const Tavix::Feature& feature) {
+    using Type = Tavix::FeatureType;
+    const Type type = feature.Type();
+    if (type == Type::Command || type == Type::Category) return py::cast(feature);
+    if (type == Type::Register) {
+        std::vector<std::uint8_t> bytes;
+        {
+            const WithoutLock unlocked;
+            bytes = feature.Bytes();
+        }
+        return py::bytes(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    }
+    const Tavix::Value value = [&] {
+        const WithoutLock unlocked;
+        return feature.Read();
+    }();
+    return ToPython(value);
+}
+
+void Write(Tavix::Feature feature, const py::object& value) {
+    const std::string type = py::str(py::type::of(value).attr("__name__"));
+    if (py::isinstance<py::bool_>(value) || type == "bool_") {
+        const bool flag = value.cast<bool>();
+        const WithoutLock unlocked;
+        feature.SetBool(flag);
+    } else if (py::isinstance<py::str>(value)) {
+        const auto text = value.cast<std::string>();
+        const WithoutLock unlocked;
+        feature.SetText(text);
+    } else if (py::isinstance<py::bytes>(value)) {
+        const auto bytes = BytesOf(value);
+        const WithoutLock unlocked;
+        feature.SetBytes(bytes);
+    } else {
+        WriteNumber(feature, value);
+    }
+}
+
+} // namespace tavixpython

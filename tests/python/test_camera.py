@@ -1,0 +1,137 @@
+import gc
+import subprocess
+import sys
+
+import pytest
+
+import tavix
+
+
+def test_lists_the_cameras_with_their_names():
+    assert [(info.serial, info.user_name) for info in tavix.cameras()] == [("7", "left"), ("8", "")]
+
+
+def test_opens_by_any_name_and_closes_at_the_end_of_the_block():
+    with tavix.open("left") as camera:
+        assert camera.is_open and camera.info.guid == "1209000000A7"
+    assert not camera.is_open
+    with pytest.raises(tavix.StateError):
+        camera["Width"]
+
+
+def test_a_second_open_is_refused(camera):
+    with pytest.raises(tavix.AccessError):
+        tavix.open("7")
+
+
+def test_an_unknown_name_is_not_found():
+    with pytest.raises(tavix.NotFound) as caught:
+        tavix.open("nobody")
+    assert isinstance(caught.value, tavix.Error) and isinstance(caught.value, LookupError)
+
+
+def test_virtual_cameras_come_before_all_others():
+    tavix.cameras()
+    with pytest.raises(tavix.StateError):
+        tavix.virtual(2)
+
+
+def test_a_forgotten_camera_warns_and_closes():
+    camera = tavix.open("7")
+    with pytest.warns(ResourceWarning, match="not closed"):
+        del camera
+        gc.collect()
+    tavix.open("7").close()
+
+
+def test_features_are_items_and_attributes_with_types(camera):
+    camera["ExposureTime"] = 5000
+    assert camera.ExposureTime == 5000.0 and isinstance(camera.ExposureTime, float)
+    camera.PixelFormat = "Mono8"
+    assert camera["PixelFormat"] == "Mono8"
+    assert camera["Width"] == 64 and isinstance(camera.Width, int)
+    camera.ChunkModeActive = True
+    assert camera.ChunkModeActive is True
+    assert "Width" in camera and "Nothing" not in camera and "Width" in dir(camera) and "grab" in dir(camera)
+
+
+def test_a_wrong_value_names_the_feature(camera):
+    with pytest.raises(tavix.ValueError) as caught:
+        camera.Width = 100000
+    assert caught.value.feature == "Width" and isinstance(caught.value, ValueError)
+    assert camera.Width == 64
+    with pytest.raises(tavix.ValueError):
+        camera.Width = 32.5
+    with pytest.raises(TypeError):
+        camera.Width = [1]
+    with pytest.raises(OverflowError):
+        camera.Width = 1 << 64
+
+
+def test_an_unknown_feature_tells_the_nearest_names(camera):
+    with pytest.raises(tavix.NotFound) as caught:
+        camera["ExposureTim"]
+    assert "ExposureTime" in caught.value.suggestions
+    assert not hasattr(camera, "Widht")
+    with pytest.raises(AttributeError):
+        camera.Widht = 3
+
+
+def test_a_feature_explains_itself(camera):
+    width = camera.feature("Width")
+    assert (width.name, width.type, width.max, width.value) == ("Width", "integer", 64, 64)
+    assert width.min >= 1 and width.inc >= 1 and width.writable and width.why_not == ""
+    assert camera.feature("ExposureTime").unit == "us"
+    assert "Mono8" in camera.feature("PixelFormat").entries
+    with camera.grab():
+        assert not width.writable and width.why_not != ""
+        with pytest.raises(tavix.AccessError):
+            width.value = 32
+
+
+def test_a_change_is_told(camera):
+    seen = []
+    subscription = camera.feature("Width").on_change(lambda feature: seen.append(feature.value))
+    camera.Width = 32
+    subscription.end()
+    camera.Width = 64
+    assert seen == [32]
+
+
+def test_settings_are_saved_and_loaded(camera, tmp_path):
+    camera.ExposureTime = 1234.0
+    camera.save_settings(tmp_path / "settings.txt")
+    camera.ExposureTime = 5000.0
+    assert camera.load_settings(tmp_path / "settings.txt") == []
+    assert camera.ExposureTime == 1234.0
+
+
+def test_opening_and_closing_leaks_no_reference_and_no_thread():
+    def open_files_and_threads():
+        import os
+        return len(os.listdir("/proc/self/fd")), len(os.listdir("/proc/self/task"))
+
+    def once():
+        with tavix.open("7") as camera:
+            next(iter(camera.grab(1)))
+
+    once()
+    gc.collect()
+    before, objects = open_files_and_threads(), len(gc.get_objects())
+    for _ in range(200):
+        once()
+    gc.collect()
+    assert open_files_and_threads() == before
+    assert len(gc.get_objects()) < objects + 50
+
+
+@pytest.mark.parametrize("ending", [
+    "",
+    "raise SystemExit(0)",
+    "threading.Thread(target=lambda: list(camera.grab()), daemon=True).start()",
+    "subscription = camera.on_event('ExposureEnd', lambda event: None); stream = camera.grab(); next(stream)",
+])
+def test_nothing_hangs_at_the_end_of_the_interpreter(ending):
+    code = f"import tavix, threading\ntavix.virtual(1)\ncamera = tavix.open()\nimage = next(camera.grab(1))\n{ending}\n"
+    done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
+    assert done.returncode == 0, done.stderr

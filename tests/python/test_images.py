@@ -1,0 +1,143 @@
+import gc
+import os
+import signal
+import threading
+
+import numpy
+import pytest
+
+import tavix
+
+
+def test_a_loop_takes_so_many_images_in_order(camera):
+    assert [image.number for image in camera.grab(5)] == [0, 1, 2, 3, 4]
+    assert [image.number for image in camera.grab(2)] == [0, 1]
+
+
+def test_breaking_off_ends_the_stream(camera):
+    for image in camera.grab():
+        break
+    camera.Width = 32  # locked while streaming
+    assert image.is_whole and image.defect == "" and image.missed_before == 0
+
+
+def test_the_array_is_a_view_of_the_image(camera):
+    camera.PixelFormat = "Mono8"
+    image = camera.grab_one()
+    array = image.array
+    assert array.shape == (80, 64) and array.dtype == numpy.uint8 and array.base is image
+    assert numpy.shares_memory(array, image.array) and numpy.shares_memory(array, numpy.asarray(image))
+    assert numpy.shares_memory(array, numpy.from_dlpack(image))
+    assert array.max() > array.min()
+
+
+def test_shapes_follow_the_format(camera):
+    camera.PixelFormat = "Mono8"
+    image = camera.grab_one()
+    colours = image.convert("RGB8")
+    assert colours.array.shape == (80, 64, 3) and colours.pixel_format == "RGB8"
+    assert (colours.array[:, :, 1] == image.array).all()
+    wide = image.convert("Mono16").array
+    assert wide.shape == (80, 64) and wide.dtype == numpy.uint16
+    with pytest.raises(tavix.ValueError):
+        image.convert("Nothing")
+
+
+def test_packed_formats_are_bytes_in_a_row(camera):
+    packed = [name for name in camera.feature("PixelFormat").entries if name.endswith("12p")]
+    assert packed
+    camera.PixelFormat = packed[0]
+    image = camera.grab_one()
+    assert image.array.shape == (80 * 64 * 3 // 2,) and image.array.dtype == numpy.uint8
+    assert image.convert("Mono16").array.shape == (80, 64)
+
+
+def test_kept_slices_are_never_overwritten(camera):
+    stream = camera.grab(40, buffers=2)
+    kept = [(image.array[10:20], image.array[10:20].copy()) for image in stream]
+    camera.close()
+    gc.collect()
+    assert len(kept) == 40 and all((view == copy).all() for view, copy in kept)
+
+
+def test_memory_goes_back_with_the_last_view(camera):
+    stream = camera.grab(200, buffers=2)
+    for image in stream:
+        view = image.array[3:5]
+        del image
+    assert stream.counts.delivered == 200 and stream.counts.buffers <= 8 and view.shape == (2, 64)
+
+
+def test_chunks_and_times_come_with_the_image(camera):
+    camera.ChunkModeActive = True
+    for name in ("FrameCounter", "ExposureTime"):
+        if name in camera.feature("ChunkSelector").entries:
+            camera.ChunkSelector = name
+            camera.ChunkEnable = True
+    image = camera.grab_one()
+    assert image.chunks["ExposureTime"] == camera.ExposureTime
+    assert image.camera_time > 0 and image.host_time.real_ns > 0 and float(image.host_time) > 1.6e9
+
+
+def test_images_are_saved(camera, tmp_path):
+    camera.grab_one().save(tmp_path / "image.png")
+    assert (tmp_path / "image.png").read_bytes()[:4] == b"\x89PNG"
+    with pytest.raises(tavix.Error):
+        camera.grab_one().save(tmp_path / "nowhere" / "image.png")
+
+
+def test_triggers_make_images(triggered):
+    with triggered.grab() as stream:
+        for number in range(3):
+            triggered.trigger()
+            assert next(stream).number == number
+    assert triggered.grab_one().is_whole
+
+
+def test_silence_is_a_timeout_and_ends_nothing(triggered):
+    with triggered.grab(timeout=0.2) as stream:
+        with pytest.raises(tavix.Timeout):
+            next(stream)
+        triggered.trigger()
+        assert next(stream).number == 0
+
+
+def test_a_signal_ends_a_wait(triggered):
+    with triggered.grab(timeout=None) as stream:
+        timer = threading.Timer(0, os.kill, (os.getpid(), signal.SIGINT))
+        with pytest.raises(KeyboardInterrupt):
+            timer.start()
+            next(stream)
+
+
+def test_cancelling_from_another_thread_ends_a_wait(triggered):
+    with triggered.grab(timeout=None) as stream:
+        threading.Thread(target=stream.cancel).start()
+        assert list(stream) == []
+
+
+def test_misspelt_options_and_second_streams_are_refused(camera):
+    with pytest.raises(TypeError, match="bufers"):
+        camera.grab(3, bufers=2)
+    with pytest.raises(tavix.ValueError):
+        camera.grab(3, timeout=-1)
+    with camera.grab():
+        with pytest.raises(tavix.StateError):
+            camera.grab()
+
+
+def test_events_are_told_with_their_values(camera):
+    told = threading.Event()
+    seen = []
+
+    def on_event(event):
+        seen.append((event.name, event["FrameID"], sorted(event.values)))
+        told.set()
+
+    subscription = camera.on_event("ExposureEnd", on_event)
+    with camera.grab() as stream:
+        while not told.is_set():
+            next(stream)
+    subscription.end()
+    name, frame, values = seen[0]
+    assert name == "ExposureEnd" and isinstance(frame, int) and "EventExposureEndFrameID" in values
