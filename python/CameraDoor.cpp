@@ -16,13 +16,13 @@ namespace tavixpython {
 namespace {
 
 using Tavix::CameraInfo;
-using Unlocked = py::call_guard<WithoutLock>;
+using LockFree = py::call_guard<WithoutLock>;
 
 /// A camera that complains when it was forgotten. Destroyed with the interpreter's lock held.
 struct Door {
     explicit Door(Tavix::Camera opened) : camera(std::move(opened)) {}
     ~Door() {
-        if (camera.IsOpen()) {
+        if (Unlocked([&] { return camera.IsOpen(); })) {
             const py::error_scope kept;
             if (PyErr_ResourceWarning(nullptr, 1, "a camera of tavix was not closed") != 0)
                 PyErr_WriteUnraisable(nullptr);
@@ -36,25 +36,29 @@ struct Door {
     Tavix::Camera camera;
 };
 
+Tavix::Feature Find(Door& door, const std::string& name) {
+    return Unlocked([&] { return door.camera[name]; });
+}
+
 py::object GetFeature(Door& door, const std::string& name) {
-    return Read(door.camera[name]);
+    return Read(Find(door, name));
 }
 
 void SetFeature(Door& door, const std::string& name, const py::object& value) {
-    Write(door.camera[name], value);
+    Write(Find(door, name), value);
 }
 
 // What Python asks for when there is no such attribute; it probes for many that no camera has.
 void RequireFeature(Door& door, const std::string& name) {
-    if (!door.camera.IsOpen() || !door.camera.HasFeature(name))
+    if (!Unlocked([&] { return door.camera.IsOpen() && door.camera.HasFeature(name); }))
         throw py::attribute_error("the camera has no feature and no method '" + name + "'");
 }
 
 py::list Directory(const py::object& self) {
     py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
-    auto& camera = self.cast<Door&>().camera;
-    if (!camera.IsOpen()) return names;
-    for (const Tavix::Feature& feature : camera.Features())
+    const Tavix::Camera& camera = self.cast<Door&>().camera;
+    for (const Tavix::Feature& feature :
+         Unlocked([&] { return camera.IsOpen() ? camera.Features() : std::vector<Tavix::Feature>(); }))
         names.append(feature.Name());
     return names;
 }
@@ -120,7 +124,9 @@ void BindEvent(py::module_& module) {
 void BindFeatures(py::class_<Door>& camera) {
     camera.def("__getitem__", &GetFeature, "The value of a feature. NotFound, AccessError.")
         .def("__setitem__", &SetFeature, "Writes a feature. NotFound, AccessError, ValueError.")
-        .def("__contains__", [](Door& door, const std::string& name) { return door.camera.HasFeature(name); })
+        .def(
+            "__contains__", [](Door& door, const std::string& name) { return door.camera.HasFeature(name); },
+            LockFree())
         .def("__getattr__",
              [](Door& door, const std::string& name) {
                  RequireFeature(door, name);
@@ -132,17 +138,16 @@ void BindFeatures(py::class_<Door>& camera) {
                  SetFeature(door, name, value);
              })
         .def("__dir__", &Directory)
+        .def("feature", &Find, py::arg("name"),
+             "The feature itself, with limits, unit and entries. NotFound with the nearest names.")
         .def(
-            "feature", [](Door& door, const std::string& name) { return door.camera[name]; }, py::arg("name"),
-            "The feature itself, with limits, unit and entries. NotFound with the nearest names.")
-        .def(
-            "features", [](Door& door) { return door.camera.Features(); }, Unlocked(),
+            "features", [](Door& door) { return door.camera.Features(); }, LockFree(),
             "All features that the camera implements, in the order of its description.")
         .def(
             "save_settings",
             [](Door& door, const std::filesystem::path& path) { door.camera.ReadSettings().Save(path.string()); },
-            py::arg("path"), Unlocked(), "Writes all settings to a file. Error when it cannot be written.")
-        .def("load_settings", &LoadSettings, py::arg("path"), Unlocked(),
+            py::arg("path"), LockFree(), "Writes all settings to a file. Error when it cannot be written.")
+        .def("load_settings", &LoadSettings, py::arg("path"), LockFree(),
              "Applies a file of settings; returns (name, value, reason) of each that was refused.");
 }
 
@@ -182,25 +187,28 @@ void BindCamera(py::module_& module) {
                  door.camera.Close();
              })
         .def(
-            "close", [](Door& door) { door.camera.Close(); }, Unlocked(),
+            "close", [](Door& door) { door.camera.Close(); }, LockFree(),
             "Ends streams and callbacks and gives the camera back. Images live on; closing twice is harmless.")
         .def_property_readonly(
-            "is_open", [](Door& door) { return door.camera.IsOpen(); }, "Whether it is open.")
+            "is_open", [](Door& door) { return door.camera.IsOpen(); }, LockFree(), "Whether it is open.")
         .def_property_readonly(
-            "info", [](Door& door) { return door.camera.Info(); }, "Names and link speed.")
+            "info", [](Door& door) { return door.camera.Info(); }, LockFree(), "Names and link speed.")
         .def("on_event", &OnEvent, py::arg("name"), py::arg("callback"),
              "Switches the event on and calls `callback(event)` for each message on a thread of the camera.")
         .def("on_removal", &OnRemoval, py::arg("callback"),
              "Calls `callback(is_back)` when the camera is unplugged, and when it is back.")
-        .def("__repr__", [](Door& door) {
-            return door.camera.IsOpen() ? "<tavix.Camera " + door.camera.Info().friendlyName + ">"
-                                        : std::string("<tavix.Camera, closed>");
-        });
+        .def(
+            "__repr__",
+            [](Door& door) {
+                return door.camera.IsOpen() ? "<tavix.Camera " + door.camera.Info().friendlyName + ">"
+                                            : std::string("<tavix.Camera, closed>");
+            },
+            LockFree());
     module.def(
         "_open", [](const std::string& name) { return std::make_unique<Door>(Tavix::Camera::Open(name)); },
-        py::arg("name"), Unlocked());
+        py::arg("name"), LockFree());
     module.def(
-        "_cameras", [] { return Tavix::Cameras(); }, Unlocked());
+        "_cameras", [] { return Tavix::Cameras(); }, LockFree());
 }
 
 } // namespace tavixpython

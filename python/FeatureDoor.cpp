@@ -12,23 +12,17 @@ namespace tavixpython {
 namespace {
 
 using Tavix::Feature;
-using Unlocked = py::call_guard<WithoutLock>;
+using LockFree = py::call_guard<WithoutLock>;
 
 constexpr const char* kTypes[] = {"integer", "float",   "boolean",  "enumeration",
                                   "text",    "command", "register", "category"};
 
 py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const, double (Feature::*real)() const) {
-    if (feature.Type() == Tavix::FeatureType::Integer) {
-        const std::int64_t value = [&] {
-            const WithoutLock unlocked;
-            return (feature.*whole)();
-        }();
+    if (Unlocked([&] { return feature.Type(); }) == Tavix::FeatureType::Integer) {
+        const std::int64_t value = Unlocked([&] { return (feature.*whole)(); });
         return py::int_(value);
     }
-    const double value = [&] {
-        const WithoutLock unlocked;
-        return (feature.*real)();
-    }();
+    const double value = Unlocked([&] { return (feature.*real)(); });
     return py::float_(value);
 }
 
@@ -50,7 +44,7 @@ void BindFeature(py::module_& module) {
     py::class_<Feature>(module, "Feature", "A feature of one camera; every access asks the camera anew.")
         .def_property_readonly("name", &Feature::Name, "As the camera calls it.")
         .def_property_readonly(
-            "type", [](const Feature& f) { return kTypes[static_cast<int>(f.Type())]; },
+            "type", [](const Feature& f) { return kTypes[static_cast<int>(f.Type())]; }, LockFree(),
             "'integer', 'float', 'boolean', 'enumeration', 'text', 'command', 'register' or 'category'.")
         .def_property("value", &Read, &Write,
                       "int, float, bool, str or bytes. Raises AccessError when it cannot be read or written now, "
@@ -64,18 +58,18 @@ void BindFeature(py::module_& module) {
         .def_property_readonly(
             "inc", [](const Feature& f) { return Number(f, &Feature::IntIncrement, &Feature::Increment); },
             "Increment, 0.0 for a float without one. ValueError for what is no number.")
-        .def_property_readonly("unit", &Feature::Unit, Unlocked(), "Such as 'us'; '' when there is none.")
-        .def_property_readonly("display_name", &Feature::DisplayName, Unlocked(), "For people.")
-        .def_property_readonly("description", &Feature::Description, Unlocked(), "What the camera says of it.")
+        .def_property_readonly("unit", &Feature::Unit, LockFree(), "Such as 'us'; '' when there is none.")
+        .def_property_readonly("display_name", &Feature::DisplayName, LockFree(), "For people.")
+        .def_property_readonly("description", &Feature::Description, LockFree(), "What the camera says of it.")
         .def_property_readonly(
-            "entries", [](const Feature& f) { return f.Entries(); }, Unlocked(),
+            "entries", [](const Feature& f) { return f.Entries(); }, LockFree(),
             "Entries of an enumeration that can be set now. ValueError for others.")
-        .def_property_readonly("readable", &Feature::IsReadable, Unlocked(), "Whether it can be read now.")
-        .def_property_readonly("writable", &Feature::IsWritable, Unlocked(),
+        .def_property_readonly("readable", &Feature::IsReadable, LockFree(), "Whether it can be read now.")
+        .def_property_readonly("writable", &Feature::IsWritable, LockFree(),
                                "Whether it can be written, or a command executed, now.")
-        .def_property_readonly("why_not", &Feature::WhyNot, Unlocked(),
+        .def_property_readonly("why_not", &Feature::WhyNot, LockFree(),
                                "Why it cannot be read or written now; '' when both can be done.")
-        .def("set_nearest", &Feature::SetNearest, py::arg("value"), Unlocked(),
+        .def("set_nearest", &Feature::SetNearest, py::arg("value"), LockFree(),
              "Writes the nearest value within the limits and on the increment; returns what was written.")
         .def("execute", &Execute, py::arg("timeout") = py::none(),
              "Executes a command and waits until it is done, 5 s unless told otherwise. Timeout when it is not.")

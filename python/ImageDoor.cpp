@@ -17,7 +17,7 @@ namespace {
 
 using Tavix::HostTime;
 using Tavix::Image;
-using Unlocked = py::call_guard<WithoutLock>;
+using LockFree = py::call_guard<WithoutLock>;
 
 template<class Moment>
 std::int64_t Nanoseconds(Moment moment) {
@@ -28,9 +28,10 @@ std::int64_t Nanoseconds(Moment moment) {
 py::dict ChunksOf(const Image& image) {
     constexpr std::string_view kPrefix = "Chunk";
     py::dict chunks;
-    for (const std::string& name : image.ChunkNames()) {
+    for (const std::string& name : Unlocked([&] { return image.ChunkNames(); })) {
         const bool hasPrefix = name.compare(0, kPrefix.size(), kPrefix) == 0;
-        chunks[py::str(hasPrefix ? name.substr(kPrefix.size()) : name)] = ToPython(image.Chunk(name));
+        chunks[py::str(hasPrefix ? name.substr(kPrefix.size()) : name)] =
+            ToPython(Unlocked([&] { return image.Chunk(name); }));
     }
     return chunks;
 }
@@ -80,7 +81,8 @@ void BindImage(py::module_& module) {
         .def_property_readonly("is_whole", &Image::IsWhole, "Whether all of it came.")
         .def_property_readonly("defect", &Image::Defect, "What is missing, as a sentence; '' for a whole image.")
         .def_property_readonly("camera_time", &Image::CameraTime, "Nanoseconds of the camera's clock.")
-        .def_property_readonly("host_time", &Image::Time, "The same moment on the host's clocks, a HostTime.")
+        .def_property_readonly("host_time", &Image::Time, LockFree(),
+                               "The same moment on the host's clocks, a HostTime.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
         .def_property_readonly(
             "array", [](const py::object& self) { return AsArray(self, py::none()); },
@@ -95,11 +97,11 @@ void BindImage(py::module_& module) {
             py::arg("stream") = py::none())
         .def("__dlpack_device__",
              [](const py::object& self) { return AsArray(self, py::none()).attr("__dlpack_device__")(); })
-        .def("convert", &Image::Convert, py::arg("pixel_format"), Unlocked(),
+        .def("convert", &Image::Convert, py::arg("pixel_format"), LockFree(),
              "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8. ValueError for what cannot be converted.")
         .def(
             "save", [](const Image& image, const std::filesystem::path& path) { image.Save(path.string()); },
-            py::arg("path"), Unlocked(),
+            py::arg("path"), LockFree(),
             "Writes .png .tif .jpg .pgm .ppm or .raw, told by the ending. Error when it cannot be written.")
         .def("__repr__", &Repr);
 }

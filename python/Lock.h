@@ -22,6 +22,13 @@ private:
     PyThreadState* const m_State;
 };
 
+/// What a call returns that was made without the lock: whoever holds one of the library's own may be waiting for it.
+template<class Call>
+auto Unlocked(Call call) {
+    const WithoutLock unlocked;
+    return call();
+}
+
 /// Calls `step` without the lock, with a time of at most 100 ms each, until it returns true (then true) or the time is
 /// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception. Negative: as
 /// long as it takes.

@@ -6,13 +6,34 @@
 #include "python/ImageDoor.h"
 #include "python/StreamDoor.h"
 
-PYBIND11_MODULE(_tavix, module) {
-    if (PyInterpreterState_Get() != PyInterpreterState_Main())
-        throw pybind11::import_error("tavix works in the main interpreter only");
+namespace py = pybind11;
+
+namespace {
+
+void Fill(py::module_& module) {
     tavixpython::BindErrors(module);
     tavixpython::BindSubscription(module);
     tavixpython::BindFeature(module);
     tavixpython::BindImage(module);
     tavixpython::BindStream(module);
     tavixpython::BindCamera(module);
+}
+
+} // namespace
+
+// PYBIND11_MODULE, with a look at the interpreter before: in a subinterpreter the first call of pybind11 never returns.
+extern "C" PYBIND11_EXPORT PyObject* PyInit__tavix() {
+    if (PyInterpreterState_Get() != PyInterpreterState_Main()) {
+        PyErr_SetString(PyExc_ImportError, "tavix works in the main interpreter only");
+        return nullptr;
+    }
+    PYBIND11_CHECK_PYTHON_VERSION
+    PYBIND11_ENSURE_INTERNALS_READY
+    static py::module_::module_def definition;
+    auto module = py::module_::create_extension_module("_tavix", nullptr, &definition);
+    try {
+        Fill(module);
+        return module.ptr();
+    }
+    PYBIND11_CATCH_INIT_EXCEPTIONS
 }

@@ -41,21 +41,13 @@ py::object ToPython(const Tavix::Value& value) {
 
 py::object Read(const Tavix::Feature& feature) {
     using Type = Tavix::FeatureType;
-    const Type type = feature.Type();
+    const Type type = Unlocked([&] { return feature.Type(); });
     if (type == Type::Command || type == Type::Category) return py::cast(feature);
     if (type == Type::Register) {
-        std::vector<std::uint8_t> bytes;
-        {
-            const WithoutLock unlocked;
-            bytes = feature.Bytes();
-        }
+        const std::vector<std::uint8_t> bytes = Unlocked([&] { return feature.Bytes(); });
         return py::bytes(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }
-    const Tavix::Value value = [&] {
-        const WithoutLock unlocked;
-        return feature.Read();
-    }();
-    return ToPython(value);
+    return ToPython(Unlocked([&] { return feature.Read(); }));
 }
 
 void Write(Tavix::Feature feature, const py::object& value) {

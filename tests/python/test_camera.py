@@ -135,3 +135,26 @@ def test_nothing_hangs_at_the_end_of_the_interpreter(ending):
     code = f"import tavix, threading\ntavix.virtual(1)\ncamera = tavix.open()\nimage = next(camera.grab(1))\n{ending}\n"
     done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
     assert done.returncode == 0, done.stderr
+
+
+def test_what_a_callback_raises_is_told_and_ends_nothing(camera, monkeypatch):
+    told = []
+    monkeypatch.setattr(sys, "unraisablehook", lambda hook: told.append(str(hook.exc_value)))
+
+    def callback(feature):
+        raise RuntimeError("of the callback")
+
+    subscription = camera.feature("Width").on_change(callback)
+    camera.Width = 32
+    camera.Width = 64
+    subscription.end()
+    assert told == ["of the callback", "of the callback"]
+
+
+def test_a_subinterpreter_is_refused():
+    code = ("import _xxsubinterpreters as interpreters\nimport sys\n"
+            "inner = interpreters.create()\n"
+            "try:\n    interpreters.run_string(inner, 'import tavix')\n"
+            "except interpreters.RunFailedError as error:\n    print(error)\n")
+    done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
+    assert "main interpreter only" in done.stdout, done.stderr
