@@ -12,8 +12,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
-
 unsigned int MillisecondsUntil(const Deadline& deadline) {
     if (!deadline) return WaitObject::waitForever;
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*deadline - Clock::now()).count() + 1;

@@ -17,6 +17,9 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 /// A negative time is for ever.
 Deadline DeadlineIn(std::chrono::milliseconds time);
 
+/// The block id of what came without leader and trailer.
+inline constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
+
 /// Takes images from one camera. Take and HandOut are for one thread each; the rest is thread-safe.
 class Acquisition final : public std::enable_shared_from_this<Acquisition> {
 public:

@@ -11,7 +11,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kSeekStep{100};
-constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
 
 } // namespace
 

@@ -17,8 +17,6 @@
 namespace Tavix::detail {
 namespace {
 
-constexpr std::size_t kSuggestions = 3;
-
 /// Sets the notification of an event and leaves the selector as it was.
 void Notify(GenApi::INodeMap& nodes, const std::string& event, const char* notification) {
     const GenApi::AutoLock lock(nodes.GetLock());
@@ -74,7 +72,7 @@ void EventPump::SwitchOn(const std::string& event) {
         std::string text = m_Device->Name() + " has no event '" + event + "'; it has ";
         for (std::size_t i = 0; i < m_EventNames.size(); ++i)
             text += (i > 0 ? ", " : "") + m_EventNames[i];
-        throw NotFound(text, event, NearestNames(event, m_EventNames, kSuggestions));
+        throw NotFound(text, event, NearestNames(event, m_EventNames));
     }
     if (std::find(m_SwitchedOn.begin(), m_SwitchedOn.end(), event) != m_SwitchedOn.end()) return;
     Notify(m_Device->Nodes(), event, "On");

@@ -10,8 +10,6 @@
 namespace Tavix::detail {
 namespace {
 
-constexpr std::size_t kSuggestions = 3;
-
 std::string Lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
     return text;
@@ -71,7 +69,7 @@ std::vector<std::string> NearestNames(const std::string& name, const std::vector
 Feature FeatureSource::Find(const std::string& name) {
     const std::shared_ptr<OpenDevice> device = Hold();
     if (dynamic_cast<GenApi::IValue*>(device->Nodes().GetNode(name.c_str()))) return Make(name);
-    const std::vector<std::string> near = NearestNames(name, FeatureNames(device->Nodes()), kSuggestions);
+    const std::vector<std::string> near = NearestNames(name, FeatureNames(device->Nodes()));
     std::string text = device->Name() + " has no feature '" + name + "'";
     for (std::size_t i = 0; i < near.size(); ++i)
         text += (i == 0 ? "; did you mean " : i + 1 < near.size() ? ", " : " or ") + near[i];

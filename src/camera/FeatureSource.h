@@ -35,8 +35,10 @@ public:
     Feature Make(const std::string& name) { return Feature(shared_from_this(), name); }
 };
 
+/// As many nearest names are told to whoever misspelt one.
+inline constexpr std::size_t kSuggestions = 3;
 /// At most `count` of the names, those that `name` was most probably meant to be first.
 std::vector<std::string> NearestNames(const std::string& name, const std::vector<std::string>& names,
-                                      std::size_t count);
+                                      std::size_t count = kSuggestions);
 
 } // namespace Tavix::detail

@@ -10,8 +10,6 @@
 namespace Tavix {
 namespace {
 
-constexpr std::size_t kSuggestions = 3;
-
 std::size_t StrideOf(const detail::Frame& frame) {
     const std::size_t padded = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
     if (padded != 0) return padded;
@@ -138,7 +136,7 @@ Value Image::Chunk(const std::string& name) const {
     if (found != values.end()) return found->second;
     throw NotFound("the image holds no chunk '" + name + "'" +
                        (values.empty() ? "; switch chunks on before the stream starts" : ""),
-                   name, detail::NearestNames(name, ChunkNames(), kSuggestions));
+                   name, detail::NearestNames(name, ChunkNames()));
 }
 
 Checksum Image::ChunkChecksum() const {

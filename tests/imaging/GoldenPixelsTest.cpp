@@ -31,7 +31,7 @@ PictureView ViewOf(const Golden& golden) {
     return {golden.bytes.data(), golden.bytes.size(), golden.source, golden.width, 1};
 }
 
-std::string TestName(const testing::TestParamInfo<Golden>& golden) {
+std::string GoldenName(const testing::TestParamInfo<Golden>& golden) {
     return NameOf(golden.param.source) + "To" + NameOf(golden.param.target);
 }
 
@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Golden{F::YCbCr411_8, {1, 2, 128, 3, 4, 128}, 4, F::Mono8, {1, 2, 3, 4}},
                     Golden{F::YCbCr8_CbYCr, {128, 5, 128}, 1, F::BGR8, {5, 5, 5}},
                     Golden{F::YCbCr8, {6, 128, 128}, 1, F::BGR8, {6, 6, 6}}),
-    TestName);
+    GoldenName);
 
 TEST_P(GoldenUnpacking, IsWhatTheBytesSay) {
     EXPECT_EQ(UnpackedFormat(GetParam().source), GetParam().target);
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Golden{F::RGB10V1Packed, {0x39, 0x01, 0x02, 0x03}, 1, F::RGB10, {5, 10, 15}},
                     Golden{F::RGB12V1Packed, {0x11, 0x21, 0x22, 0x33, 0x00}, 1, F::RGB12, {0x111, 0x222, 0x330}},
                     Golden{F::Mono1p, {0x02}, 2, F::Mono8, {0, 255}}),
-    TestName);
+    GoldenName);
 
 TEST(Unpack, IsForPackedFormatsAlone) {
     const std::uint8_t bytes[8] = {};

@@ -38,11 +38,11 @@ protected:
     SecondUser() { first.AttachBuffer(one.Data(), one.Size()); }
 
     void ExpectTaken(Tavix::IChunkParser& parser) {
-        constexpr char kFile[] = "UsbChunkParser.cpp";
-        EXPECT_FAILURE(LogicalErrorException, kFile, kTakenChunks, parser.HasCRC());
-        EXPECT_FAILURE(LogicalErrorException, kFile, kTakenChunks, parser.CheckCRC());
-        EXPECT_FAILURE(LogicalErrorException, kFile, kTakenChunks, parser.UpdateBuffer(one.Data()));
-        EXPECT_FAILURE(LogicalErrorException, kFile, kTakenChunks, parser.AttachBuffer(one.Data(), one.Size()));
+        constexpr char kParserFile[] = "UsbChunkParser.cpp";
+        EXPECT_FAILURE(LogicalErrorException, kParserFile, kTakenChunks, parser.HasCRC());
+        EXPECT_FAILURE(LogicalErrorException, kParserFile, kTakenChunks, parser.CheckCRC());
+        EXPECT_FAILURE(LogicalErrorException, kParserFile, kTakenChunks, parser.UpdateBuffer(one.Data()));
+        EXPECT_FAILURE(LogicalErrorException, kParserFile, kTakenChunks, parser.AttachBuffer(one.Data(), one.Size()));
     }
     GenApi::EAccessMode Access(const char* name) { return device->GetNodeMap()->GetNode(name)->GetAccessMode(); }
     static void Deliver(Tavix::IEventAdapter& adapter, unsigned char data) {

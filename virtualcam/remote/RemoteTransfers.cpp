@@ -8,7 +8,7 @@ namespace virtualcam {
 namespace {
 
 constexpr std::uint8_t kDirectionIn = 0x80;
-constexpr std::size_t kPiece = 64u << 10; // whole packets
+constexpr std::size_t kGrowth = 64u << 10; // whole packets
 
 } // namespace
 
@@ -111,8 +111,8 @@ PipeAnswer RemoteTransfers::MoveIn(Queue& queue) {
 // --- memory
 
 bool RemoteTransfers::Grow(Queue& queue, std::size_t most) {
-    const std::size_t pieces = (most + kPiece - 1) / kPiece;
-    const std::size_t wanted = std::min(pieces * kPiece, std::max(kPiece, 2 * queue.buffer.size()));
+    const std::size_t pieces = (most + kGrowth - 1) / kGrowth;
+    const std::size_t wanted = std::min(pieces * kGrowth, std::max(kGrowth, 2 * queue.buffer.size()));
     if (!HasRoomFor(wanted - queue.buffer.size())) return false;
     queue.buffer.reserve(wanted);
     queue.buffer.resize(wanted);

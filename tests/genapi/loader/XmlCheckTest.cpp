@@ -16,7 +16,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-std::string ErrorOf(const std::string& xml) {
+std::string XmlErrorOf(const std::string& xml) {
     try {
         static_cast<void>(ParseDescription(xml, {}, "camera.xml"));
     } catch (const GenICam::RuntimeException& error) {
@@ -38,7 +38,7 @@ void PrintTo(const BadText& bad, std::ostream* stream) {
 class XmlCheckRefuses : public ::testing::TestWithParam<BadText> {};
 
 TEST_P(XmlCheckRefuses, WithLineAndReason) {
-    EXPECT_EQ(ErrorOf(GetParam().text), "camera.xml, " + GetParam().error);
+    EXPECT_EQ(XmlErrorOf(GetParam().text), "camera.xml, " + GetParam().error);
 }
 
 std::string NameOf(const ::testing::TestParamInfo<BadText>& info) {
@@ -141,8 +141,8 @@ TEST(XmlCheck, SeesAmongManyAttributesTheOneGivenTwice) {
     std::string attributes;
     for (int i = 0; i < 1000; ++i)
         attributes += "a" + std::to_string(i) + "='' ";
-    EXPECT_EQ(ErrorOf(InNode(attributes)), "no error");
-    EXPECT_THAT(ErrorOf(InNode(attributes + "a500=''")), HasSubstr("an attribute twice"));
+    EXPECT_EQ(XmlErrorOf(InNode(attributes)), "no error");
+    EXPECT_THAT(XmlErrorOf(InNode(attributes + "a500=''")), HasSubstr("an attribute twice"));
 }
 
 TEST(XmlCheck, RefusesWhatIsInjectedAsWell) {
@@ -153,10 +153,10 @@ TEST(XmlCheck, ReadsOtherEncodingsBeforeItLooks) {
     std::string wide = "\xFE\xFF";
     for (const char c : Wrap("\n&x;"))
         wide += {'\0', c};
-    EXPECT_EQ(ErrorOf(wide), "camera.xml, line 2: an entity is not defined");
+    EXPECT_EQ(XmlErrorOf(wide), "camera.xml, line 2: an entity is not defined");
     // U+1D11E, and half of it.
     const std::string pair("\xFF\xFE<\0a\0>\0\x34\xD8\x1E\xDD\x34\xD8<\0/\0a\0>\0", 24);
-    EXPECT_THAT(ErrorOf(pair), HasSubstr("the root element is 'a'"));
+    EXPECT_THAT(XmlErrorOf(pair), HasSubstr("the root element is 'a'"));
 }
 
 TEST(LineIndex, TellsTheLineOfEveryPlace) {
