@@ -53,7 +53,7 @@ std::string DescriptionWith(const TestFolder& folder, const std::string& name, c
     return folder.Write("evil.xml", xml);
 }
 
-std::string CameraWith(const TestFolder& folder, const nlohmann::json& camera) {
+std::string SettingsWith(const TestFolder& folder, const nlohmann::json& camera) {
     return folder.Write("c.json", nlohmann::json{{"cameras", {camera}}}.dump());
 }
 
@@ -61,7 +61,7 @@ TEST(HostileText, OfACamerasStringsIsHarmless) {
     const TestFolder folder;
     for (const char* evil : {"A\u001b[31mB", "A\u007fB", "A\u009b31mB", "A\u0085B", "A\nB"}) {
         const std::string settings =
-            CameraWith(folder, {{"model", evil}, {"vendor", evil}, {"userName", evil}, {"serial", "1"}});
+            SettingsWith(folder, {{"model", evil}, {"vendor", evil}, {"userName", evil}, {"serial", "1"}});
         for (const Arguments& command : std::vector<Arguments>{{"list"},
                                                                {"list", "--json"},
                                                                {"info"},
@@ -88,7 +88,7 @@ TEST(HostileText, OfNamesInADescriptionIsHarmless) {
                              "\xc2\x9b"
                              "31m"}) {
         const std::string xml = DescriptionWith(folder, "ExposureTime", evil);
-        const std::string settings = CameraWith(folder, {{"registers", {{"descriptionPath", xml}}}});
+        const std::string settings = SettingsWith(folder, {{"registers", {{"descriptionPath", xml}}}});
         for (const Arguments& command : std::vector<Arguments>{{"xml", xml},
                                                                {"xml", xml, "--json"},
                                                                {"xml", xml, "--lint"},
