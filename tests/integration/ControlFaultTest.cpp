@@ -113,7 +113,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 class SpoiledWrite : public testing::TestWithParam<SpoiledAnswer> {};
 
-/// The camera has done what it was told, and is not told again, as the register might be a command.
+/// The camera has done what it was told. Where its answer did not come, the register is read back, and tells so; the
+/// trouble is counted all the same.
 TEST_P(SpoiledWrite, IsDoneOnceWhateverTheAnswer) {
     TroubledCamera camera(GetParam().trouble, Command::Write);
     const std::string error = camera.Write("new");
@@ -123,7 +124,7 @@ TEST_P(SpoiledWrite, IsDoneOnceWhateverTheAnswer) {
         EXPECT_NE(error.find(GetParam().seen), std::string::npos) << error;
     }
     EXPECT_EQ(camera.PipeResets(), GetParam().pipeResets);
-    EXPECT_EQ(camera.Statistic("Statistic_Write_Operations_Failed_Count"), error.empty() ? 0 : 1);
+    EXPECT_EQ(camera.Statistic("Statistic_Write_Operations_Failed_Count"), GetParam().pipeResets);
     EXPECT_EQ(camera.Name(), "new");
     camera.ExpectGood();
 }
@@ -131,8 +132,7 @@ TEST_P(SpoiledWrite, IsDoneOnceWhateverTheAnswer) {
 INSTANTIATE_TEST_SUITE_P(
     Each, SpoiledWrite,
     testing::Values(SpoiledAnswer{"LaterThanAReadMayBe", R"("fault": "Late", "value": 800)", "", 0},
-                    SpoiledAnswer{"WrongCommandId", R"("fault": "WrongCommandId")", "The camera's answer is malformed",
-                                  1},
+                    SpoiledAnswer{"WrongCommandId", R"("fault": "WrongCommandId")", "", 1},
                     SpoiledAnswer{"StaleAnswerBefore", R"("fault": "StaleId")", "", 0},
                     SpoiledAnswer{"AnsweredTwice", R"("fault": "Duplicate")", "", 0},
                     SpoiledAnswer{"EmptyPacketBefore", R"("fault": "ZeroLength")", "", 0},
@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SpoiledAnswer{"BusyTenTimes", R"("fault": "Busy", "count": 10)", "", 0},
                     SpoiledAnswer{"OversizeWithinAPacket", R"("fault": "Oversize", "value": 8)", "", 0},
                     SpoiledAnswer{"OversizeByPackets", R"("fault": "Oversize", "value": 2000)", "", 0},
-                    SpoiledAnswer{"StallIn", R"("fault": "StallIn")", "The camera halted the USB endpoint", 1}),
+                    SpoiledAnswer{"StallIn", R"("fault": "StallIn")", "", 1}),
     [](const auto& instance) { return instance.param.name; });
 
 struct Refusal {
