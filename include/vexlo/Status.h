@@ -42,6 +42,7 @@ inline constexpr VxStatus VX_E_PAYLOAD_SIZE = 0xE200010C;     ///< camera report
 inline constexpr VxStatus VX_E_BUFFER_QUEUED = 0xE200010D;    ///< buffer is still queued
 inline constexpr VxStatus VX_E_EVENT_LOST = 0xE200010E;       ///< event came while all event buffers were full
 inline constexpr VxStatus VX_E_LEADER_SIZE = 0xE200010F; ///< camera reports an impossible size of leader or trailer
+inline constexpr VxStatus VX_E_BUFFER_COMPLETED = 0xE2000110; ///< buffer has completed; its result was not retrieved
 
 // USB.
 inline constexpr VxStatus VX_E_USB_IO = 0xE2010130;            ///< input/output error on the bus

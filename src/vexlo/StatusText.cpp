@@ -63,6 +63,7 @@ constexpr StatusRow kStatusRows[] = {
     {VX_E_PAYLOAD_SIZE, "The camera reports no payload size or an impossible one."},
     {VX_E_LEADER_SIZE, "The camera reports an impossible size of its images' leaders or trailers."},
     {VX_E_BUFFER_QUEUED, "The buffer is still queued."},
+    {VX_E_BUFFER_COMPLETED, "The buffer has completed, and its result has not been retrieved."},
     {VX_E_EVENT_LOST,
      "An event was lost because the events before it had not been retrieved. Retrieve events sooner or use "
      "more event buffers."},

@@ -113,6 +113,7 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
     if (!m_Waker) return VX_E_INVALID_STATE;
     BufferHandle_s* buffer = Find(handle);
     if (!buffer) return VX_E_INVALID_HANDLE;
+    if (buffer->state == State::Completed) return VX_E_BUFFER_COMPLETED;
     if (buffer->state != State::Idle) return VX_E_BUFFER_QUEUED;
     buffer->context = context;
     buffer->state = State::Queued;

@@ -32,6 +32,7 @@ inline constexpr vexlo::VxStatus kAllFailures[] = {
     vexlo::VX_E_RESYNCHRONIZED,
     vexlo::VX_E_PAYLOAD_SIZE,
     vexlo::VX_E_BUFFER_QUEUED,
+    vexlo::VX_E_BUFFER_COMPLETED,
     vexlo::VX_E_EVENT_LOST,
     vexlo::VX_E_LEADER_SIZE,
     vexlo::VX_E_USB_IO,

@@ -82,7 +82,7 @@ TEST_F(BufferPoolTest, LetsABufferGoRoundAndRound) {
         EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_QUEUED);
         EXPECT_EQ(pool.Deregister(handle, nullptr), VX_E_BUFFER_QUEUED);
         pool.Complete(handle, EmptyResult(VX_E_INCOMPLETE));
-        EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_QUEUED);
+        EXPECT_EQ(pool.Queue(handle, memory[2]), VX_E_BUFFER_COMPLETED);
         EXPECT_EQ(Retrieve(), VX_OK);
         EXPECT_EQ(result.Handle, handle);
         EXPECT_EQ(result.Buffer, memory[0]);
