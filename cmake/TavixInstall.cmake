@@ -2,6 +2,8 @@
 #
 #   find_package(tavix 4.0 REQUIRED)
 #   target_link_libraries(app PRIVATE tavix::tavixbase)
+#
+# tavix::tavixusb is there for <tavix/usb/VandrelUsbDeviceInfo.h>: it links the transport layer itself.
 include(CMakePackageConfigHelpers)
 
 # Applications go on with a library of the same major version; only who builds them needs the names without it.
@@ -10,9 +12,10 @@ set_target_properties(camera core gcbase genapi imaging tavixbase vexlo PROPERTI
 install(TARGETS camera core gcbase genapi imaging tavixbase vexlo
   EXPORT tavix
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development)
-# Loaded at run time and never linked against: the plug-in lies beside the library whose factory looks for it, the
-# virtual camera beside the one that loads it.
-install(TARGETS tavixusb virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Loaded at run time: the transport layer lies beside the library whose factory looks for it, the virtual camera beside
+# the one that loads it and is never linked against.
+install(TARGETS tavixusb EXPORT tavix LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 # Consumers of GenTL take every producer of a folder, so ours has one of its own; GENICAM_GENTL64_PATH names it.
 install(TARGETS gentl LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavix-gentl)
 install(TARGETS tavix_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

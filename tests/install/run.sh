@@ -16,6 +16,7 @@ unset TAVIX_TL_PATH LD_LIBRARY_PATH
 output=$("$scratch/build/stranger")
 echo "$output"
 grep -qx '2 cameras' <<<"$output"
+grep -qE '^GUID [0-9A-F]{12}$' <<<"$output"
 grep -qE '^Width [1-9][0-9]*$' <<<"$output"
 "$scratch/build/stranger_grab" | tee "$scratch/grab"
 [ "$(grep -c ', good$' "$scratch/grab")" -eq 10 ] || { echo "ten good images were expected" >&2; exit 1; }
@@ -29,6 +30,14 @@ unset TAVIX_VIRTUAL_CAMERAS
 "$scratch/moved/bin/tavix" --virtual 1 grab --frames 3 --output "$scratch/images"
 [ "$(find "$scratch/images" -name '*.png' | wc -l)" -eq 3 ] || { echo "three images were expected" >&2; exit 1; }
 [ -s "$scratch/moved/lib/udev/rules.d/70-tavix-usb3vision.rules" ] || { echo "the udev rule is missing" >&2; exit 1; }
+
+# No library is looked for in whatever folder a program is started from.
+for binary in "$build"/lib/*.so "$build"/bin/tavix "$scratch"/moved/bin/tavix; do
+    if readelf -d "$binary" | grep -E 'R(UN)?PATH.*(\[:|::|:\])'; then
+        echo "$binary looks for libraries in the current folder" >&2
+        exit 1
+    fi
+done
 
 # A package of another major version is not taken for this one.
 sed 's/find_package(tavix 4.0/find_package(tavix 5.0/' "$source/stranger/CMakeLists.txt" >"$scratch/CMakeLists.txt"

@@ -1,5 +1,7 @@
-// A program that knows nothing but the installed package: lists cameras and reads one feature of the first.
+// A program that knows nothing but the installed package: lists cameras and reads what the first tells of itself,
+// before it is opened and then as a feature.
 #include <tavix/Tavix.h>
+#include <tavix/usb/VandrelUsbDeviceInfo.h>
 
 #include <GenApi/GenApi.h>
 
@@ -10,6 +12,8 @@ int main() {
     Tavix::DeviceInfoList cameras;
     std::printf("%d cameras\n", factory.EnumerateDevices(cameras));
     if (cameras.empty()) return 1;
+    const Tavix::CVandrelUsbDeviceInfo info(cameras.front());
+    std::printf("GUID %s\n", info.GetDeviceGUID().c_str());
     Tavix::ITavixDevice* camera = factory.CreateDevice(cameras.front());
     camera->Open();
     GenApi::CIntegerPtr width(camera->GetNodeMap()->GetNode("Width"));
