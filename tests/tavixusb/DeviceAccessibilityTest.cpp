@@ -1,5 +1,6 @@
 // Whether a camera can be opened now.
 
+#include "support/AllStatuses.h"
 #include "support/TransportLayerTest.h"
 
 #include <cstring>
@@ -234,6 +235,15 @@ TEST_F(DeviceAccessibility, RefusesAnotherDeviceClassBeforeAnyUsbAccess) {
     EXPECT_FAILURE(RuntimeException, "TransportLayerPrivateImpl.inl", kText, tl->IsDeviceAccessible(pattern));
     EXPECT_THAT(log.All(), ElementsAre(LogLine{"tavix.base.TL", 256, kText}));
     EXPECT_THAT(bus.Calls(), testing::IsEmpty());
+}
+
+TEST_F(DeviceAccessibility, TellsOnlyOfACameraInUseThatItIsInUse) {
+    for (const vexlo::VxStatus status : kAllFailures) {
+        if (status == vexlo::VX_E_BUSY) continue;
+        bus.FailNext("Device.Open", status);
+        EXPECT_FALSE(Ask());
+        EXPECT_EQ(0, access) << std::hex << status;
+    }
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "support/DeviceTest.h"
 
+#include <GenApi/NodeCallback.h>
+
 namespace {
 
 constexpr char kBadParser[] = "Failed to destroy chunk parser: Invalid pointer";
@@ -64,6 +66,32 @@ TEST_F(HandedOutObjects, DoNotOutliveADeviceThatWasNeverOpen) {
     device->CreateChunkParser();
     device->CreateEventAdapter();
     Destroy(); // the leak checker looks
+}
+
+/// A chunk and an event with data, and a chunk description.
+class HandedOutObjectsWithData : public DeviceTest {
+protected:
+    HandedOutObjectsWithData() {
+        const std::string xml = CameraXmlWith(R"(<Category Name="ChunkData"><pFeature>Chunk</pFeature></Category>
+            <Port Name="ChunkPort"><ChunkID>1</ChunkID></Port>
+            <IntReg Name="Chunk"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>ChunkPort</pPort></IntReg>
+            <Port Name="EventPort"><EventID>1</EventID></Port>
+            <IntReg Name="Event"><Address>2</Address><Length>2</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>)");
+        Load(xml);
+        device->ExtractChunkDataNodeMapFromString(xml, {});
+        Open();
+    }
+
+    unsigned char payload[9] = {42, 1, 0, 0, 0, 1, 0, 0, 0};
+};
+
+TEST_F(HandedOutObjectsWithData, AreGoneAfterADestructionWhenTheyRelyOnThemselves) {
+    Tavix::ISelfReliantChunkParser* const parser = device->CreateSelfReliantChunkParser();
+    parser->AttachBuffer(payload, sizeof payload);
+    bool heardOfTheEnd = false;
+    GenApi::Register(parser->GetChunkDataNodeMap()->GetNode("Chunk"), [&](GenApi::INode*) { heardOfTheEnd = true; });
+    device->DestroySelfReliantChunkParser(parser);
+    EXPECT_TRUE(heardOfTheEnd);
 }
 
 } // namespace

@@ -55,6 +55,15 @@ protected:
     Tavix::IChunkParser& first = *device->CreateChunkParser();
 };
 
+TEST_F(SecondUser, IsGoneWithTheFirstAfterAClose) {
+    Deliver(*device->CreateEventAdapter(), 7);
+    ASSERT_TRUE(GenApi::IsReadable(Access("Counter")));
+    ASSERT_TRUE(GenApi::IsReadable(Access("EventData")));
+    device->Close();
+    EXPECT_FALSE(GenApi::IsReadable(Access("Counter"))) << "it would read a buffer that nobody keeps";
+    EXPECT_FALSE(GenApi::IsReadable(Access("EventData")));
+}
+
 TEST_F(SecondUser, MakesTheFirstParserSaySo) {
     Tavix::IChunkParser& second = *device->CreateChunkParser();
     ExpectTaken(first);

@@ -52,6 +52,28 @@ TEST(UsbDeviceInfo, TakesFallbackTextsWhenThePreferredOnesAreEmpty) {
     EXPECT_EQ("fallback model (fallback serial)", info.GetFriendlyName());
 }
 
+TEST(UsbDeviceInfo, TakesNoFallbackForATextOfBlanks) {
+    auto record = MakeCameraRecord();
+    for (auto* field : {&record.VendorName, &record.ModelName, &record.SerialNumber})
+        SetText(*field, " \t");
+    const auto info = InfoOf(record);
+    EXPECT_EQ(" \t", info.GetVendorName());
+    EXPECT_EQ(" \t", info.GetModelName());
+    EXPECT_EQ(" \t", info.GetSerialNumber());
+}
+
+TEST(UsbDeviceInfo, SetsNamesAndSerialNumberAlsoWhenTheyAreEmpty) {
+    auto record = MakeCameraRecord();
+    record.VendorName[0] = record.ModelName[0] = record.SerialNumber[0] = 0;
+    record.FallbackVendorName[0] = record.FallbackModelName[0] = record.FallbackSerialNumber[0] = 0;
+    const auto info = InfoOf(record);
+    EXPECT_TRUE(info.IsVendorNameAvailable());
+    EXPECT_TRUE(info.IsModelNameAvailable());
+    EXPECT_TRUE(info.IsSerialNumberAvailable());
+    EXPECT_EQ("", info.GetSerialNumber());
+    EXPECT_EQ(" ()", info.GetFriendlyName());
+}
+
 TEST(UsbDeviceInfo, LeavesPropertiesOfEmptyFieldsUnavailable) {
     auto record = MakeCameraRecord();
     record.DeviceGUID[0] = record.ManufacturerInfo[0] = record.UserDefinedName[0] = 0;

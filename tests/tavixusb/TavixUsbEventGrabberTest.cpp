@@ -326,4 +326,14 @@ TEST_F(EventGrabber, WakesAllWhoWaitForAnEventWhenItIsClosed) {
     EXPECT_FALSE(waitObject.Wait(0)) << "nothing has come";
 }
 
+TEST_F(EventGrabber, HasItsParametersOfAStreamThatItGetsLater) {
+    Destroy();
+    bus.FailNext("Device.GetEventStream", kFailure);
+    Make();
+    bus.eventProperties[0x200] = FakeVexlo::Number(12, 4);
+    EXPECT_THROW(Parameter("NumBuffer").GetValue(), GenICam::GenericException);
+    grabber().Open();
+    EXPECT_EQ(12, Parameter("NumBuffer").GetValue());
+}
+
 } // namespace

@@ -266,4 +266,32 @@ TEST_F(StreamGrabber, NamesBothSizesOfABufferThatIsTooLarge) {
         [&] { grabber().RegisterBuffer(image, 200000); });
 }
 
+TEST_F(StreamGrabber, IsOpenUntilTheStreamIsClosed) {
+    OpenGrabber();
+    EXPECT_THAT(CallsAndStates([&] { grabber().Close(); }), ElementsAre("Stream.Close Open"));
+    EXPECT_EQ("Closed", Status());
+}
+
+TEST_F(StreamGrabber, PreparesBuffersLargerThanThirtyTwoBitsCanCount) {
+    OpenGrabber();
+    Parameter("MaxBufferSize").SetValue(0x1'0000'0001);
+    grabber().PrepareGrab();
+    EXPECT_EQ(0x1'0000'0001u, bus.preparedSize);
+}
+
+TEST_F(StreamGrabber, VerifiesTheLockOfTheCameraBothWays) {
+    for (const auto& [limits, step] :
+         {std::pair<const char*, void (*)(Tavix::IStreamGrabber&)>{"<Min>2</Min>", [](auto& g) { g.PrepareGrab(); }},
+          {"<Min>1</Min>", [](auto& g) {
+               g.PrepareGrab();
+               g.FinishGrab();
+           }}}) {
+        MakeWith(CameraXmlWith(std::string(R"(<Integer Name="TLParamsLocked"><pValue>LockReg</pValue>)") + limits +
+                               R"(</Integer><IntReg Name="LockReg"><Address>0x200</Address><Length>4</Length>
+            <AccessMode>RW</AccessMode><pPort>Device</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess></IntReg>)"));
+        OpenGrabber();
+        EXPECT_THROW(step(grabber()), GenICam::OutOfRangeException) << limits;
+    }
+}
+
 } // namespace

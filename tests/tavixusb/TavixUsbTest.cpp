@@ -95,6 +95,13 @@ TEST_F(TavixUsb, CreatesNothingForAnotherDeviceClass) {
     EXPECT_THAT(log.All(), testing::IsEmpty());
 }
 
+TEST_F(TavixUsb, LooksAtTheDeviceClassAlsoWhenThereIsATransportLayer) {
+    ITransportLayer* const living = CreateTl();
+    EXPECT_EQ(nullptr, Create(InfoOfClass("Other")));
+    EXPECT_EQ(living, CreateTl());
+    EXPECT_EQ(1, bus.Count("Init"));
+}
+
 TEST_F(TavixUsb, CreatesOneTransportLayerAndInitialisesOnce) {
     ITransportLayer* const first = CreateTl();
     ASSERT_NE(nullptr, first);

@@ -131,10 +131,12 @@ TEST(UsbGrabResult, TellsTheSizeInBothWidths) {
 
 TEST(UsbGrabResult, HasAllOnesForAnUnknownSize) {
     auto usb = UsbResult();
-    usb.SizeUnknown = 1;
-    const GrabResult result = Translate(usb);
-    EXPECT_EQ(~std::uint64_t(0), result.GetPayloadSize64());
-    EXPECT_EQ(~std::uint32_t(0), result.GetPayloadSize());
+    for (const std::uint64_t word : {std::uint64_t(1), std::uint64_t(2), std::uint64_t(1) << 32, ~std::uint64_t(0)}) {
+        usb.SizeUnknown = word;
+        const GrabResult result = Translate(usb);
+        EXPECT_EQ(~std::uint64_t(0), result.GetPayloadSize64()) << word;
+        EXPECT_EQ(~std::uint32_t(0), result.GetPayloadSize()) << word;
+    }
 }
 
 TEST(UsbGrabResult, KeepsTheBlockId) {

@@ -234,6 +234,16 @@ TEST_F(UsbTLParams, ReadsStatisticsFromTheAccessLibraryEveryTime) {
     EXPECT_EQ(6, Integer("Statistic_Read_Operations_Failed_Count").GetValue());
 }
 
+TEST_F(UsbTLParams, TellsEachStatisticOfItsOwn) {
+    Connect();
+    const char* const names[] = {"Statistic_Read_Pipe_Reset_Count", "Statistic_Write_Pipe_Reset_Count",
+                                 "Statistic_Read_Operations_Failed_Count", "Statistic_Write_Operations_Failed_Count"};
+    for (unsigned int i = 0; i < 4; ++i)
+        bus.deviceProperties[0x200 + 0x100 * i] = FakeVexlo::Number(10 + i, 8);
+    for (unsigned int i = 0; i < 4; ++i)
+        EXPECT_EQ(10 + i, Integer(names[i]).GetValue());
+}
+
 TEST_F(UsbTLParams, ReadsTheLastErrorAsAnUnsignedNumber) {
     Connect();
     bus.deviceProperties[0x600] = FakeVexlo::Number(0xE2000001, 4);
