@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <memory>
 #include <stdexcept>
 
@@ -24,6 +25,7 @@ constexpr std::uint32_t kSchemaAndType = 0x01010000;        // schema 1.1, a cam
 constexpr std::uint32_t kForeignSchemaAndType = 0x02000000; // a schema that nobody knows yet
 constexpr std::uint32_t kZipFlag = 0x0400;
 constexpr std::size_t kLargestDescription = 64u << 20;
+constexpr std::time_t kArchived = 1577836800; // 2020-01-01
 constexpr std::size_t kTrailingZeros = 100;
 constexpr std::size_t kExtraSize = 64; // counted by an entry of too large a size
 
@@ -50,8 +52,10 @@ Bytes Zip(const std::string& text, bool stored) {
     zip_source_keep(target); // the archive takes a reference of its own
     zip_source_t* member = zip_source_buffer(archive, text.data(), text.size(), 0);
     const zip_int64_t index = member ? zip_file_add(archive, "VirtualCamera.xml", member, ZIP_FL_ENC_UTF_8) : -1;
-    const bool set = index >= 0 && zip_set_file_compression(archive, static_cast<zip_uint64_t>(index),
-                                                            stored ? ZIP_CM_STORE : ZIP_CM_DEFLATE, 9) == 0;
+    // The same text makes the same archive, whenever it is made.
+    const bool dated = index >= 0 && zip_file_set_mtime(archive, static_cast<zip_uint64_t>(index), kArchived, 0) == 0;
+    const bool set = dated && zip_set_file_compression(archive, static_cast<zip_uint64_t>(index),
+                                                       stored ? ZIP_CM_STORE : ZIP_CM_DEFLATE, 9) == 0;
     if (!set || zip_close(archive) != 0) {
         zip_discard(archive);
         throw std::runtime_error("cannot write an archive");

@@ -37,11 +37,13 @@ TEST_F(StreamGrabber, RefusesToPrepareTwice) {
 
 TEST_F(StreamGrabber, TellsItsStateOnlyWhenItIsANewOne) {
     int told = 0;
-    GenApi::Register(Parameter("StatusReg").GetNode(), [&](GenApi::INode*) { ++told; });
+    GenApi::INode* const pStatus = Parameter("StatusReg").GetNode();
+    const GenApi::CallbackHandleType handle = GenApi::Register(pStatus, [&](GenApi::INode*) { ++told; });
     grabber().Close();
     EXPECT_EQ(0, told);
     OpenGrabber();
     EXPECT_EQ(1, told);
+    pStatus->DeregisterCallback(handle); // the grabber is closed once more when the camera goes
 }
 
 /// One whose parts that are meant for heirs can be reached.

@@ -13,10 +13,10 @@ using namespace test;
 
 /// Memory of this process that is really there; 0 where a sanitizer keeps what was freed.
 std::size_t ResidentBytes() {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return 0;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
     return 0;
 #endif
 #endif
