@@ -62,7 +62,7 @@ public:
 private:
     explicit ProcessBus(const ProcessBus* parents) : m_Parents(parents) {}
 
-    const ProcessBus* const m_Parents; // which cannot be destroyed here
+    [[maybe_unused]] const ProcessBus* const m_Parents; // which cannot be destroyed here
     const pid_t m_Process = getpid();
     std::mutex m_Lock;
     std::string m_Settings; // guarded by m_Lock, as all below
