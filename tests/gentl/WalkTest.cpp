@@ -3,6 +3,8 @@
 #include "RemoteFeatures.h"
 #include "Session.h"
 
+#include <malloc.h>
+
 namespace {
 
 using consumer::NumberOf;
@@ -143,6 +145,23 @@ TEST_F(GenTL, StartsAndEndsManyTimes) {
         EXPECT_EQ(gc.TLOpen(&tl), GC_ERR_NOT_INITIALIZED);
         ASSERT_EQ(gc.GCInitLib(), GC_ERR_SUCCESS);
     }
+}
+
+TEST(GenTLFile, LosesNothingWhenItIsLoadedAndGivenBackManyTimes) {
+    const auto round = [] {
+        const consumer::Producer gc(TAVIX_GENTL_PRODUCER);
+        ASSERT_EQ(gc.GCInitLib(), GC_ERR_SUCCESS);
+        TL_HANDLE tl = nullptr;
+        ASSERT_EQ(gc.TLOpen(&tl), GC_ERR_SUCCESS);
+        ASSERT_EQ(gc.TLUpdateInterfaceList(tl, nullptr, 100), GC_ERR_SUCCESS);
+        ASSERT_EQ(gc.GCCloseLib(), GC_ERR_SUCCESS);
+    };
+    round();
+    round();
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (int i = 0; i < 20; ++i)
+        ASSERT_NO_FATAL_FAILURE(round());
+    EXPECT_LT(::mallinfo2().uordblks, before + 16 * 1024);
 }
 
 } // namespace
