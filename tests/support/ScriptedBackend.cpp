@@ -35,13 +35,14 @@ public:
 
     bool IsAttached() override {
         Lock lock(m_Camera.m_Mutex);
+        // As it is now: a test that has seen the question may unplug the camera without changing the answer.
+        const bool isAttached = m_Camera.m_Departures == m_Departures;
         ++m_Camera.m_AskedWhetherAttached;
         m_Camera.m_Changed.notify_all();
         const auto handler = m_Camera.m_OnAttachedQuestion;
         lock.unlock();
         if (handler) handler();
-        lock.lock();
-        return m_Camera.m_Departures == m_Departures;
+        return isAttached;
     }
     usb::Result Claim(std::uint8_t number) override {
         const Lock lock(m_Camera.m_Mutex);
