@@ -113,6 +113,7 @@ bool CVxStream::IsOpen() const {
 VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t*) {
     return VX_OK;
 }
+void CVxStream::SetCompletionListener(std::function<void()>) {}
 VxStatus CVxStream::PrepareGrab(unsigned long, unsigned long) {
     m_Impl->prepared = true;
     return VX_OK;

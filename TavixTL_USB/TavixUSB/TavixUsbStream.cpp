@@ -244,12 +244,30 @@ const void* CTavixUsbStream::DeregisterBuffer(StreamBufferHandle handle) {
     return pBuffer;
 }
 
+void CTavixUsbStream::SetResultSink(IStreamResultSink* pSink) {
+    Guard guard(m_Lock);
+    RequireState(m_State != Grabbing, "SetResultSink", Here());
+    m_pSink = pSink;
+}
+
+void CTavixUsbStream::DeliverResults() {
+    m_Delivering = std::this_thread::get_id();
+    vexlo::CVxStream::GrabResult usbResult = {};
+    while (m_pVxStream->RetrieveBuffer(&usbResult, nullptr) == vexlo::VX_OK) {
+        GrabResult result;
+        FillGrabResult(usbResult, result);
+        m_pSink->OnResult(result);
+    }
+    m_Delivering = std::thread::id();
+}
+
 void CTavixUsbStream::PrepareGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Preparing grab for device '%hs'.", m_DeviceName.c_str());
     Guard guard(m_Lock);
     RequireState(m_State == Opened, "PrepareGrab", Here());
     const auto maxNumBuffer = static_cast<unsigned long>(m_pParams->MaxNumBuffer().GetValue());
     const auto maxBufferSize = static_cast<unsigned long>(m_pParams->MaxBufferSize().GetValue());
+    m_pVxStream->SetCompletionListener(m_pSink ? std::function<void()>([this] { DeliverResults(); }) : nullptr);
     const unsigned int status = m_pVxStream->PrepareGrab(maxNumBuffer, maxBufferSize);
     if (status != 0) FailWithStatus(Here(), "PrepareGrab failed for device '%hs'. Error: '%hs'", status);
     StartStreaming();
@@ -313,8 +331,11 @@ void CTavixUsbStream::FinishGrab() {
 }
 
 void CTavixUsbStream::QueueBuffer(StreamBufferHandle handle, const void* pContext) {
-    Guard guard(m_Lock);
-    RequireState(m_State == Grabbing, "QueueBuffer", Here());
+    Guard guard(m_Lock, boost::defer_lock);
+    if (!IsDelivering()) { // else the lock may be held by who waits for this thread, and the stream knows its state
+        guard.lock();
+        RequireState(m_State == Grabbing, "QueueBuffer", Here());
+    }
     const unsigned int status = m_pVxStream->QueueBuffer(UsbHandle(handle), pContext);
     if (status != 0) {
         Throw<RuntimeException>(Here(), "QueueBuffer() failed: %s", VxStatus2Msg(status).c_str());
@@ -339,6 +360,7 @@ bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
             m_DeviceName.c_str());
     }
     result.ResetPayload();
+    if (m_pSink) return false;
     vexlo::CVxStream::GrabResult usbResult = {};
     unsigned long count = 0;
     const unsigned int status = m_pVxStream->RetrieveBuffer(&usbResult, &count);

@@ -5,6 +5,7 @@
 #include "ParamsPtr.h"
 #include "params/UsbStreamParams.h"
 
+#include "tavix/StreamCallback.h"
 #include "tavix/StreamGrabber.h"
 #include "vexlo/VxStream.h"
 
@@ -12,7 +13,9 @@
 #include <boost/thread/locks.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <atomic>
 #include <exception>
+#include <thread>
 
 namespace vexlo {
 class CVxDevice;
@@ -33,7 +36,10 @@ using CStreamGrabberPort = CGenericUsbPort<vexlo::CVxStream>;
 ///   any:      Close, which finishes a grab first
 ///
 /// Each operation holds the grabber's lock from its first check to its end. Thread-safe.
-class CTavixUsbStream : public IStreamGrabber {
+///
+/// With a sink the results go to it on the stream's thread, which holds no lock of the grabber: whoever finishes the
+/// grab waits for that thread with the lock held.
+class CTavixUsbStream : public IStreamGrabber, public IStreamCallback {
 public:
     /// Both are borrowed and outlive the grabber. A camera without a stream is noticed by Open.
     CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* pDevice);
@@ -53,6 +59,7 @@ public:
     bool RetrieveResult(GrabResult& result) override;
     WaitObject& GetWaitObject() const override;
     GenApi::INodeMap* GetNodeMap() override;
+    void SetResultSink(IStreamResultSink* pSink) override;
 
     /// For the device, which closes the grabber and so has to take this lock before its own.
     boost::recursive_mutex& GetLock() const { return m_Lock; }
@@ -80,6 +87,8 @@ private:
     gcstring RegistrationFailure(unsigned int status, unsigned long size) const;
     template<class Step>
     std::exception_ptr Attempt(Step step) const;
+    void DeliverResults();
+    bool IsDelivering() const { return m_Delivering.load() == std::this_thread::get_id(); }
     [[noreturn]] void FailWithStatus(SourcePlace place, const char* format, unsigned int status) const;
 
     vexlo::CVxDevice* const m_pVxDevice;                                // borrowed
@@ -88,6 +97,8 @@ private:
     mutable WaitObjectEx m_WaitObject;                                  // constant after construction
     GenApi::CPointer<GenApi::IInteger> m_ptrTLParamsLocked;             // may be empty; guarded by m_Lock
     EStreamGrabberState m_State = Closed;                               // guarded by m_Lock
+    IStreamResultSink* m_pSink = nullptr;                               // borrowed; constant while grabbing
+    std::atomic<std::thread::id> m_Delivering{};                        // the stream's thread inside the sink
     ParamsPtr<Vandrel_UsbStreamParams::CUsbStreamParamsImpl> m_pParams; // constant after construction
     std::unique_ptr<CStreamGrabberPort> m_pPort;                        // constant after construction
     mutable boost::recursive_mutex m_Lock;

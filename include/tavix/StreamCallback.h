@@ -22,8 +22,9 @@ protected:
 class IStreamCallback {
 public:
     /// From the next PrepareGrab on results go to the sink, and RetrieveResult has none; null takes the road by
-    /// RetrieveResult again. The sink is borrowed, and not called any more once FinishGrab or Close has returned.
-    /// Results of CancelGrab and FinishGrab reach the sink before those return. LogicalErrorException while a grab is
+    /// RetrieveResult again. The sink is borrowed and not called any more once FinishGrab or Close has returned. Both
+    /// wait for a call that runs, perhaps with locks held; so a sink waits for nobody who finishes the grab or closes
+    /// the device. Canceled results reach the sink before FinishGrab returns. LogicalErrorException while a grab is
     /// prepared.
     virtual void SetResultSink(IStreamResultSink* pSink) = 0;
 

@@ -5,6 +5,7 @@
 #include "vexlo/Status.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace vexlo {
@@ -72,6 +73,11 @@ public:
     /// Binds the wait object that is signalled while completed buffers are pending. Null unbinds. The library keeps a
     /// share of its state, so the caller may drop its own at any time.
     [[nodiscard]] VxStatus RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject);
+
+    /// Called on the stream's thread, no lock held, whenever it has completed buffers, which are then there for
+    /// RetrieveBuffer; empty for none. To be set while the stream is not prepared. It may queue buffers and must not
+    /// stop the stream; once FinishGrab has returned it is not called any more.
+    void SetCompletionListener(std::function<void()> listener);
 
     /// Sizes and allocates for `maxBuffers` buffers of at most `maxBufferSize` bytes, and programs the camera's stream
     /// registers. VX_E_PAYLOAD_SIZE when the camera's payload is 0.

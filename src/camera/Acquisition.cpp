@@ -36,7 +36,8 @@ Acquisition::~Acquisition() {
     Shutdown();
 }
 
-void Acquisition::Start() {
+void Acquisition::Start(std::function<void(Image)> receiver) {
+    m_Receiver = std::move(receiver);
     const std::lock_guard<std::mutex> inside(m_Inside);
     m_Core->Attach(shared_from_this());
     m_IsAttached = true;
@@ -55,24 +56,29 @@ void Acquisition::StartSession() {
     const std::shared_ptr<OpenDevice> device = m_Core->Hold();
     m_Pool = std::make_shared<FramePool>();
     m_Origin = std::make_shared<FrameOrigin>(FrameOrigin{device->Name(), ChunkReader::Create(device->Device())});
-    m_Session = std::make_unique<GrabSession>(device, m_Options, m_Pool, /*sink=*/nullptr);
+    m_Clock = m_Core->Clock();
+    m_Clock->Start();
+    m_Session = std::make_unique<GrabSession>(device, m_Options, m_Pool);
+    m_Live = m_Session.get();
+    m_LastSign = Clock::now().time_since_epoch().count();
+    m_Session->Open(m_Receiver ? this : nullptr);
     m_Events.RemoveAll();
-    m_Events.Add(m_Session->Ready());
+    if (!m_Session->HasSink()) m_Events.Add(m_Session->Ready());
     m_Events.Add(m_Alarm);
     m_Events.Add(m_Pool->Bell());
     m_Events.Add(device->GetRemoval().Bell());
     m_KnowsLastBlock = false;
     m_FailedSince = 0;
     m_LastArrival = Clock::now();
-    m_Clock = m_Core->Clock();
-    m_Clock->Start();
     m_Session->StartCamera();
 }
 
 void Acquisition::StopSession() {
+    if (m_Session) m_Session->Close(); // while it closes, results may still come
+    m_Live = nullptr;
+    m_Session.reset();
     if (m_Clock) m_Clock->Stop();
     m_Clock.reset();
-    m_Session.reset();
     if (m_Pool) m_Pool->Retire();
     m_Events.RemoveAll();
 }
@@ -103,12 +109,13 @@ Image Acquisition::Take(Deadline deadline, Absence absence) {
         }
         if (!m_Session) return {};
         try {
-            Replenish();
+            Feed();
             if (Image image = TakeResult()) return image;
             if (IsUnplugged()) {
                 Lose();
             } else if (!Await(deadline)) {
-                return {};
+                if (!deadline || !m_Session->HasSink() || !HasSign(*deadline - patience)) return {};
+                deadline = Clock::now() + patience; // images came meanwhile, by the other road
             }
         } catch (const GenICam::GenericException& e) {
             OnFailure(e);
@@ -117,26 +124,57 @@ Image Acquisition::Take(Deadline deadline, Absence absence) {
     return {};
 }
 
-void Acquisition::Replenish() {
-    for (Frame* frame = m_Pool->TakeReturned(); frame;) {
-        Frame* const next = frame->next; // queued, it may be back before the next line
-        m_Session->Queue(*frame);
-        frame = next;
-    }
-    const std::size_t enough = (m_Options.buffers + 1) / 2;
-    while (m_Session->Queued() < enough && m_Session->AddFrame()) {
+bool Acquisition::HasSign(Clock::time_point since) const {
+    return Clock::time_point(Clock::duration(m_LastSign)) > since;
+}
+
+void Acquisition::Feed() {
+    const std::lock_guard<std::mutex> feeding(m_Feeding);
+    QueueReturned(*m_Session);
+    while (m_Session->Queued() < EnoughQueued() && m_Session->AddFrame()) {
     }
     m_Counts.buffers = m_Session->Frames();
     m_Counts.memory = m_Session->Memory();
     m_Counts.mapped = m_Session->Mapped();
-    const bool isStarving = m_Session->Queued() == 0;
+    NoteStarvation(*m_Session);
+}
+
+void Acquisition::OnResult(const GrabResult& result) noexcept {
+    GrabSession& session = *m_Live.load();
+    session.CountTaken();
+    if (result.Status() == Canceled || m_IsCancelled) return;
+    Attempt("Receiving an image", [&] {
+        Frame& frame = *static_cast<Frame*>(const_cast<void*>(result.Context()));
+        if (Image image = Accept(session, frame, result)) m_Receiver(std::move(image));
+        FeedFromSink(session);
+    });
+}
+
+void Acquisition::FeedFromSink(GrabSession& session) {
+    const std::unique_lock<std::mutex> feeding(m_Feeding, std::try_to_lock);
+    if (feeding) QueueReturned(session);
+    const bool isShort = session.Queued() < EnoughQueued() && session.CanGrow();
+    m_Pool->SetHungry(session.Queued() == 0);
+    if (isShort || session.Queued() == 0) m_Pool->Ring();
+}
+
+void Acquisition::QueueReturned(GrabSession& session) {
+    for (Frame* frame = m_Pool->TakeReturned(); frame;) {
+        Frame* const next = frame->next; // queued, it may be back before the next line
+        session.Queue(*frame);
+        frame = next;
+    }
+}
+
+void Acquisition::NoteStarvation(GrabSession& session) {
+    const bool isStarving = session.Queued() == 0;
     if (isStarving && !m_IsStarving && !m_Pool->HasReturned()) {
         ++m_Counts.starved;
         LogTrace(
             LogCategoryCamera(), kLogWarning,
             "The application keeps all %zu images of '%s' (%zu bytes); what the camera sends until one is given back "
             "is lost. keepBudget allows more.",
-            m_Session->Frames(), m_Origin->camera.c_str(), m_Session->Memory());
+            session.Frames(), m_Origin->camera.c_str(), session.Memory());
     }
     m_IsStarving = isStarving;
 }
@@ -145,20 +183,20 @@ Image Acquisition::TakeResult() {
     GrabResult result;
     while (m_Session->Retrieve(result)) {
         Frame& frame = *static_cast<Frame*>(const_cast<void*>(result.Context()));
-        if (Image image = Accept(frame, result)) return image;
+        if (Image image = Accept(*m_Session, frame, result)) return image;
     }
     return {};
 }
 
-Image Acquisition::Accept(Frame& frame, const GrabResult& result) {
-    frame.Describe(result, m_Session->PayloadSize());
+Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& result) {
+    frame.Describe(result, session.PayloadSize());
     frame.arrival = Clock::now();
     if (!result.Succeeded()) {
-        if (!IsUnplugged()) ++m_Counts.failed;
+        if (!session.Device()->GetRemoval().HasHappened()) ++m_Counts.failed;
         ++m_FailedSince;
     }
     if (!result.Succeeded() && (!m_Options.incomplete || frame.payloadSize == 0)) {
-        m_Session->Queue(frame);
+        session.Queue(frame);
         return {};
     }
     CountMissed(frame);
@@ -168,6 +206,7 @@ Image Acquisition::Accept(Frame& frame, const GrabResult& result) {
         m_HasGap = false;
     }
     m_LastArrival = frame.arrival;
+    m_LastSign = frame.arrival.time_since_epoch().count();
     frame.time = m_Clock->TimeOf(frame.cameraTime, frame.arrival);
     return Image(m_Pool->Lend(frame));
 }
@@ -185,6 +224,7 @@ void Acquisition::CountMissed(const Frame& frame) {
 }
 
 bool Acquisition::Await(const Deadline& deadline) {
+    if (m_Session->HasSink()) return m_Events.WaitForAny(MillisecondsUntil(deadline));
     const bool isHungry = m_Session->Queued() <= m_Options.buffers / 2;
     m_Pool->SetHungry(isHungry);
     if (isHungry && m_Pool->HasReturned()) return true; // they came before the bell was set

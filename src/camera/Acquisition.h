@@ -3,6 +3,7 @@
 
 #include "camera/CameraCore.h"
 #include "camera/GrabSession.h"
+#include "tavix/StreamCallback.h"
 
 #include <atomic>
 #include <chrono>
@@ -21,7 +22,10 @@ Deadline DeadlineIn(std::chrono::milliseconds time);
 inline constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
 
 /// Takes images from one camera. Take and HandOut are for one thread each; the rest is thread-safe.
-class Acquisition final : public std::enable_shared_from_this<Acquisition> {
+///
+/// With a receiver, and a grabber that calls back, images go to the receiver on the grabber's thread, and Take only
+/// looks after the stream: it feeds it when it starves and follows a camera that goes.
+class Acquisition final : public std::enable_shared_from_this<Acquisition>, private IStreamResultSink {
 public:
     /// Whether the time that a camera is away counts against a deadline.
     enum class Absence { Counts, IsForgiven };
@@ -31,8 +35,8 @@ public:
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
 
-    /// StateError when the camera streams already.
-    void Start();
+    /// StateError when the camera streams already. The receiver, which may be empty, lets no exception out.
+    void Start(std::function<void(Image)> receiver);
     /// The next image, not yet handed out; empty when the stream is cancelled or the time is over. Removed when the
     /// camera is gone for good, Error when it fails.
     Image Take(Deadline deadline, Absence absence);
@@ -55,11 +59,19 @@ private:
         std::atomic<std::size_t> buffers{0}, memory{0}, mapped{0};
     };
 
+    void OnResult(const GrabResult& result) noexcept override;
     void StartSession();
     void StopSession();
-    void Replenish();
+    /// From the thread that calls Take, which alone makes buffers: the grabber's own must not wait for the grabber.
+    void Feed();
+    void QueueReturned(GrabSession& session);
+    /// Queues what came back on the grabber's thread, and wakes the other one if that is not enough.
+    void FeedFromSink(GrabSession& session);
+    void NoteStarvation(GrabSession& session);
+    std::size_t EnoughQueued() const { return (m_Options.buffers + 1) / 2; }
     Image TakeResult();
-    Image Accept(Frame& frame, const GrabResult& result);
+    Image Accept(GrabSession& session, Frame& frame, const GrabResult& result);
+    bool HasSign(std::chrono::steady_clock::time_point since) const;
     void CountMissed(const Frame& frame);
     /// Waits until there is something to do. False when the time is over.
     bool Await(const Deadline& deadline);
@@ -74,6 +86,11 @@ private:
     const WaitObjectEx m_Alarm = WaitObjectEx::Create(/*manualReset=*/true);
     std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
     Counters m_Counts;
+
+    std::function<void(Image)> m_Receiver; // constant once started; may be empty
+    std::atomic<GrabSession*> m_Live{nullptr};
+    std::atomic<std::int64_t> m_LastSign{0}; // when an image came last, or the stream began
+    std::mutex m_Feeding; // held while buffers are queued and added; the grabber's thread never waits for it
 
     std::mutex m_Inside; // held by Take, and by who stops; what follows is guarded by it
     std::shared_ptr<FramePool> m_Pool;

@@ -25,6 +25,7 @@ public:
     Frame* TakeReturned() { return m_Returned.exchange(nullptr); }
     /// Whether the bell shall ring when a frame comes back.
     void SetHungry(bool isHungry) { m_IsHungry = isHungry; }
+    void Ring() const { m_Bell.Signal(); }
     bool HasReturned() const { return m_Returned.load() != nullptr; }
     const WaitObject& Bell() const { return m_Bell; }
     void Remove(Frame& frame);

@@ -32,30 +32,23 @@ void Execute(GenApi::INodeMap& nodes, const char* name) {
 } // namespace
 
 GrabSession::GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& options,
-                         std::shared_ptr<FramePool> pool, IStreamResultSink* sink)
-    : m_Device(std::move(device)), m_Options(options), m_Pool(std::move(pool)) {
+                         std::shared_ptr<FramePool> pool)
+    : m_Device(std::move(device)), m_Options(options), m_Pool(std::move(pool)) {}
+
+void GrabSession::Open(IStreamResultSink* sink) {
     const GenApi::CIntegerPtr payload(m_Device->Nodes().GetNode("PayloadSize"));
     if (!payload) throw Error(m_Device->Name() + " does not tell the size of its images");
     m_PayloadSize = static_cast<std::size_t>(payload->GetValue());
-    m_MaxFrames =
-        m_Options.buffers + std::min(m_Options.keepBudget / std::max<std::size_t>(m_PayloadSize, 1), kMostFrames);
+    const std::size_t further = m_Options.keepBudget / std::max<std::size_t>(m_PayloadSize, 1);
+    m_MaxFrames = m_Options.buffers + std::min(further, kMostFrames);
     m_Grabber = m_Device->Device().GetStreamGrabber(0);
     if (!m_Grabber) throw Error(m_Device->Name() + " has no image stream");
     if (!m_Options.allocator) m_Mapper = dynamic_cast<IStreamMemory*>(m_Grabber);
-    try {
-        auto* callbacks = sink ? dynamic_cast<IStreamCallback*>(m_Grabber) : nullptr;
-        m_Grabber->Open();
-        if (callbacks) callbacks->SetResultSink(sink);
-        m_HasSink = callbacks != nullptr;
-        Prepare();
-    } catch (...) {
-        Retreat();
-        throw;
-    }
-}
-
-GrabSession::~GrabSession() {
-    Retreat();
+    m_Grabber->Open();
+    auto* callbacks = dynamic_cast<IStreamCallback*>(m_Grabber);
+    if (callbacks) callbacks->SetResultSink(sink);
+    m_HasSink = callbacks && sink;
+    Prepare();
 }
 
 void GrabSession::Prepare() {
@@ -69,7 +62,7 @@ void GrabSession::Prepare() {
     }
     if (m_Mapper && m_MappedFrames < m_Frames) {
         LogTrace(LogCategoryCamera(), kLogInfo, "%zu of %zu buffers of '%s' are ordinary memory.",
-                 m_Frames - m_MappedFrames, m_Frames, m_Device->Name().c_str());
+                 m_Frames - m_MappedFrames, m_Frames.load(), m_Device->Name().c_str());
     }
 }
 
@@ -96,10 +89,11 @@ bool GrabSession::Allocate(Frame& frame) try {
 }
 
 bool GrabSession::AddFrame() {
-    if (m_Frames >= m_MaxFrames) return false;
+    if (!CanGrow()) return false;
     Frame& frame = m_Pool->Add();
     if (!Allocate(frame)) {
         m_Pool->Remove(frame);
+        m_MaxFrames = m_Frames.load();
         return false;
     }
     frame.handle = m_Grabber->RegisterBuffer(frame.memory.get(), frame.size);
@@ -130,7 +124,8 @@ const WaitObject& GrabSession::Ready() const {
     return m_Grabber->GetWaitObject();
 }
 
-void GrabSession::Retreat() noexcept {
+void GrabSession::Close() noexcept {
+    if (!m_Grabber) return;
     if (m_IsStarted) Attempt("Stopping a camera", [&] { Execute(m_Device->Nodes(), "AcquisitionStop"); });
     if (m_IsPrepared) {
         Attempt("Cancelling a grab", [&] { m_Grabber->CancelGrab(); });
@@ -142,12 +137,12 @@ void GrabSession::Retreat() noexcept {
         for (StreamBufferHandle handle : m_Handles)
             Attempt("Deregistering a buffer", [&] { m_Grabber->DeregisterBuffer(handle); });
     }
-    if (m_HasSink) {
+    if (m_HasSink)
         Attempt("Leaving a grabber", [&] { dynamic_cast<IStreamCallback&>(*m_Grabber).SetResultSink(nullptr); });
-    }
     Attempt("Closing a grabber", [&] {
         if (m_Grabber->IsOpen()) m_Grabber->Close();
     });
+    m_Grabber = nullptr;
 }
 
 } // namespace Tavix::detail

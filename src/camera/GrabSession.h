@@ -16,21 +16,26 @@ class IStreamResultSink;
 
 namespace Tavix::detail {
 
-/// Opens the grabber, gives it memory and starts the camera; the end of its life undoes all of it, whatever state the
-/// camera is in. Throws the SDK's exceptions. Bound to a thread, except Queue.
+/// Opens the grabber, gives it memory and starts the camera; Close, and the end of its life, undo all of it, whatever
+/// state the camera is in. Throws the SDK's exceptions. Bound to a thread, except Queue and the counters.
 class GrabSession {
 public:
-    /// Everything but the start. `sink` receives the results where the grabber offers that, see HasSink.
-    GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& options, std::shared_ptr<FramePool> pool,
-                IStreamResultSink* sink);
-    ~GrabSession();
+    GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& options, std::shared_ptr<FramePool> pool);
+    ~GrabSession() { Close(); }
     GrabSession(const GrabSession&) = delete;
     GrabSession& operator=(const GrabSession&) = delete;
 
+    /// Everything but the start. The sink, which may be null, gets the results where the grabber offers that; HasSink
+    /// tells.
+    void Open(IStreamResultSink* sink);
     void StartCamera();
+    /// Waits for a call of the sink that runs. Closing twice is harmless.
+    void Close() noexcept;
     bool HasSink() const { return m_HasSink; }
-    /// Makes one more buffer and queues it. False when the budget is spent or there is no memory.
+    /// Makes one more buffer and queues it. False when the budget is spent or there is no memory, which is not tried
+    /// again then. Not on the grabber's thread.
     bool AddFrame();
+    bool CanGrow() const { return m_Frames < m_MaxFrames; }
     void Queue(Frame& frame);
     /// Takes the oldest result; false when there is none. CountTaken follows for results of a sink.
     bool Retrieve(GrabResult& result);
@@ -47,7 +52,6 @@ public:
 
 private:
     void Prepare();
-    void Retreat() noexcept;
     bool Allocate(Frame& frame);
     void SetParameter(const char* name, std::size_t value);
 
@@ -57,8 +61,8 @@ private:
     IStreamGrabber* m_Grabber = nullptr; // borrowed from the device
     IStreamMemory* m_Mapper = nullptr;   // the same; null where there is none
     std::vector<StreamBufferHandle> m_Handles;
-    std::size_t m_PayloadSize = 0, m_MaxFrames = 0;
-    std::size_t m_Frames = 0, m_MappedFrames = 0;
+    std::size_t m_PayloadSize = 0, m_MappedFrames = 0;
+    std::atomic<std::size_t> m_MaxFrames{0}, m_Frames{0};
     std::atomic<std::size_t> m_Queued{0};
     bool m_IsPrepared = false, m_IsStarted = false, m_HasSink = false;
 };

@@ -47,9 +47,11 @@ ImageStream ImageStream::Begin(std::shared_ptr<detail::CameraCore> core, const G
     if (options.buffers == 0) throw ValueError("a stream needs one buffer at least");
     auto impl = std::make_unique<Impl>();
     impl->acquisition = std::make_shared<detail::Acquisition>(std::move(core), options);
-    impl->acquisition->Start();
-    if (callback || options.newestOnly)
+    if (callback || options.newestOnly) {
         impl->thread = std::make_unique<detail::StreamThread>(impl->acquisition, std::move(callback));
+    } else {
+        impl->acquisition->Start({});
+    }
     return ImageStream(std::move(impl));
 }
 

@@ -10,8 +10,16 @@ namespace Tavix::detail {
 StreamThread::StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback)
     : m_Acquisition(std::move(acquisition)), m_Callback(std::move(callback)),
       m_Left(m_Acquisition->Options().count > 0 ? m_Acquisition->Options().count
-                                                : std::numeric_limits<std::uint64_t>::max()),
-      m_Thread([this] { Run(); }) {}
+                                                : std::numeric_limits<std::uint64_t>::max()) {
+    m_Acquisition->Start(m_Callback ? [this](Image image) { Receive(std::move(image)); }
+                                    : std::function<void(Image)>());
+    try {
+        m_Thread = std::thread([this] { Run(); });
+    } catch (...) {
+        m_Acquisition->Shutdown(); // or it would call who is not there
+        throw;
+    }
+}
 
 StreamThread::~StreamThread() {
     m_Acquisition->Cancel();
@@ -19,38 +27,49 @@ StreamThread::~StreamThread() {
 }
 
 void StreamThread::Run() {
-    std::exception_ptr failure;
+    const std::chrono::milliseconds timeout = m_Acquisition->Options().timeout;
     try {
-        const std::chrono::milliseconds timeout = m_Acquisition->Options().timeout;
-        while (!HasEnded()) {
+        while (!m_Acquisition->IsCancelled()) {
             Image image = m_Acquisition->Take(timeout.count() == 0 ? Deadline() : DeadlineIn(timeout),
                                               Acquisition::Absence::IsForgiven);
             if (image) {
                 Deliver(std::move(image));
-            } else if (m_Acquisition->IsCancelled() || !m_Acquisition->IsRunning()) {
+            } else if (!m_Acquisition->IsRunning()) {
                 break;
-            } else if (m_Callback) {
+            } else if (m_Callback && !m_Acquisition->IsCancelled()) {
                 throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms");
             }
         }
     } catch (...) {
-        failure = std::current_exception();
+        Fail(std::current_exception());
     }
     m_Acquisition->Shutdown();
     const std::lock_guard<std::mutex> guard(m_Mutex);
-    m_Failure = failure;
     m_HasEnded = true;
     m_Changed.notify_all();
 }
 
-void StreamThread::Deliver(Image image) {
-    if (m_Callback) {
+/// The first failure is the one to tell.
+void StreamThread::Fail(std::exception_ptr failure) {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (!m_Failure) m_Failure = std::move(failure);
+}
+
+void StreamThread::Receive(Image image) noexcept {
+    try {
         m_Acquisition->HandOut(image);
         m_Callback(std::move(image));
-        const std::lock_guard<std::mutex> guard(m_Mutex);
-        m_HasEnded = --m_Left == 0;
+    } catch (...) {
+        Fail(std::current_exception());
+        m_Acquisition->Cancel();
         return;
     }
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (--m_Left == 0) m_Acquisition->Cancel();
+}
+
+void StreamThread::Deliver(Image image) {
+    if (m_Callback) return Receive(std::move(image));
     const std::lock_guard<std::mutex> guard(m_Mutex);
     if (m_Newest) m_Acquisition->Drop(std::move(m_Newest));
     m_Newest = std::move(image);

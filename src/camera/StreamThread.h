@@ -13,7 +13,7 @@ namespace Tavix::detail {
 /// Calls for each image, or keeps the newest one for who asks. Ends with the acquisition. Thread-safe.
 class StreamThread {
 public:
-    /// Without a callback it keeps the newest image.
+    /// Starts the acquisition. Without a callback it keeps the newest image.
     StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback);
     /// Cancels the acquisition and waits for a callback that runs.
     ~StreamThread();
@@ -28,6 +28,8 @@ public:
 
 private:
     void Run();
+    void Receive(Image image) noexcept;
+    void Fail(std::exception_ptr failure);
     void Deliver(Image image);
     /// Waits for the condition; false when the time is over.
     template<class Condition>

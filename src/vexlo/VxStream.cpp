@@ -27,6 +27,10 @@ VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
     return VX_OK;
 }
 
+void CVxStream::SetCompletionListener(std::function<void()> listener) {
+    m_Impl->pool.SetListener(std::move(listener));
+}
+
 VxStatus CVxStream::PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize) {
     return m_Impl->Prepare(maxBuffers, maxBufferSize);
 }

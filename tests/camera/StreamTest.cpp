@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <list>
+#include <mutex>
 #include <thread>
+
+#include <pthread.h>
 
 namespace {
 
@@ -159,6 +163,75 @@ TEST(Stream, CallsForEachImageInOrder) {
     for (std::size_t i = 0; i < numbers.size(); ++i)
         EXPECT_EQ(numbers[i], i);
     EXPECT_TRUE(stream.HasEnded());
+}
+
+TEST(Stream, CallsOnTheThreadThatTookTheTransfers) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.count = 5;
+    std::string thread;
+    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image) {
+        char name[16] = {};
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        thread = name;
+        EXPECT_EQ(camera["Width"].Int(), 64); // no lock is held
+    });
+    stream.Join();
+    EXPECT_EQ(thread, "vx-stream");
+}
+
+TEST(Stream, GoesOnWithACallbackThatKeepsImagesForAWhile) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.buffers = 2;
+    options.keepBudget = 0;
+    std::mutex mutex;
+    std::vector<Tavix::Image> kept;
+    std::condition_variable changed;
+    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image image) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        kept.push_back(std::move(image));
+        changed.notify_all();
+    });
+    for (int i = 0; i < 5; ++i) { // each time there is no buffer left, and nobody but this thread to give one back
+        std::unique_lock<std::mutex> guard(mutex);
+        EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return kept.size() == 2; }));
+        kept.clear();
+    }
+}
+
+// The grabber's thread would wait for the grabber, and that for its thread when somebody finishes the grab.
+TEST(Stream, MakesFurtherBuffersForACallbackOnAnotherThread) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.buffers = 2;
+    options.count = 12;
+    std::atomic<int> allocatedByGrabber{0};
+    options.allocator = [&](std::size_t bytes) {
+        char name[16] = {};
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        if (name == std::string("vx-stream")) ++allocatedByGrabber;
+        return std::shared_ptr<void>(::operator new(bytes), [](void* p) { ::operator delete(p); });
+    };
+    std::vector<Tavix::Image> kept;
+    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image image) { kept.push_back(std::move(image)); });
+    EXPECT_TRUE(stream.Join());
+    EXPECT_EQ(kept.size(), 12U);
+    EXPECT_GE(stream.Counts().buffers, 12U);
+    EXPECT_EQ(allocatedByGrabber, 0);
+}
+
+TEST(Stream, EndsWithACallbackWhoseCameraIsSilent) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerMode"] = "On";
+    Tavix::GrabOptions options;
+    options.timeout = 20ms;
+    Tavix::ImageStream stream = camera.Grab(options, [](Tavix::Image) {});
+    ErrorOf<Tavix::Timeout>([&] { stream.Join(); });
 }
 
 TEST(Stream, GivesWhatACallbackThrowsToWhoJoins) {

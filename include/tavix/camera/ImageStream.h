@@ -17,8 +17,8 @@ class CameraCore;
 }
 
 /// Gives memory of at least so many bytes for one image, aligned as operator new does; whatever it holds is released
-/// with the last share. Null or an exception when there is none. Called on the thread that starts the stream, and on
-/// the stream's own when it needs more.
+/// with the last share. Null or an exception when there is none. Called on the thread that starts the stream, and when
+/// it needs more on the one that takes its images or, with a callback, on one of the library's.
 using BufferAllocator = std::function<std::shared_ptr<void>(std::size_t bytes)>;
 
 /// How to grab. Re-entrant.

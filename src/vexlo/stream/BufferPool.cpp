@@ -27,6 +27,21 @@ void BufferPool::UpdateWaitObjectLocked() {
         m_Completed.IsEmpty() ? Tavix::LowerWaitObject(*m_WaitObject) : Tavix::RaiseWaitObject(*m_WaitObject);
 }
 
+void BufferPool::SetListener(std::function<void()> listener) {
+    Guard guard(m_Mutex);
+    m_Listener = std::move(listener);
+}
+
+void BufferPool::TellListener() {
+    std::function<void()> listener;
+    {
+        Guard guard(m_Mutex);
+        if (m_Completed.IsEmpty() || !m_Listener) return;
+        listener = m_Listener;
+    }
+    listener();
+}
+
 void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
     Guard guard(m_Mutex);
     m_MaxBuffers = maxBuffers;

@@ -22,6 +22,9 @@ public:
     using Waker = std::function<void()>;
 
     void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
+    void SetListener(std::function<void()> listener);
+    /// Calls the listener if completed buffers wait; for the stream's thread, which holds no lock.
+    void TellListener();
     /// Forgets how many buffers may come; registered ones stay.
     void Prepare(std::size_t maxBuffers, std::size_t maxBufferSize);
     /// From here on queued buffers are wanted; `waker` is called when one comes after Take found none.
@@ -63,6 +66,7 @@ private:
     BufferList m_Queued;                                                  // guarded by m_Mutex
     BufferList m_Completed;                                               // guarded by m_Mutex
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;              // guarded by m_Mutex
+    std::function<void()> m_Listener;                                     // guarded by m_Mutex; may be empty
     Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
     bool m_Wanted = false;                                                // guarded by m_Mutex
     VxStatus m_Refusal = VX_OK;                                           // guarded by m_Mutex

@@ -160,9 +160,12 @@ void StreamEngine::Run() {
     { const Lock started(m_Mutex); }
     pthread_setname_np(pthread_self(), "vx-stream");
     SetPriority();
-    while (!(m_Stopping && m_InFlight.IsEmpty() && m_Mode != Mode::Reaping))
+    while (!(m_Stopping && m_InFlight.IsEmpty() && m_Mode != Mode::Reaping)) {
         Work();
+        m_Pool.TellListener();
+    }
     m_Pool.Stop(VX_E_CANCELLED);
+    m_Pool.TellListener();
     Lock lock(m_Mutex);
     m_Ended = true;
     m_Served.notify_all();

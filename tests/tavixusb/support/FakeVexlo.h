@@ -93,6 +93,7 @@ public:
     // For the stand-in's own calls.
     struct StreamState {
         std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject;
+        std::function<void()> listener;
         bool open = false;
         bool prepared = false;
         /// Signalled while something is pending.

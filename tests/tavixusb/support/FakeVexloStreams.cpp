@@ -49,6 +49,11 @@ VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
     return call.status;
 }
 
+void CVxStream::SetCompletionListener(std::function<void()> listener) {
+    const Lock guard(Bus().lock);
+    Bus().stream.listener = std::move(listener);
+}
+
 VxStatus CVxStream::PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize) {
     const Call call("Stream.PrepareGrab");
     Bus().preparedBuffers = maxBuffers;

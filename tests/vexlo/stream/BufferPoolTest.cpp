@@ -57,6 +57,27 @@ TEST_F(BufferPoolTest, TakesBuffersOnlyWhileStarted) {
     EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_STATE);
 }
 
+TEST_F(BufferPoolTest, TellsItsListenerOnlyWhileCompletedBuffersWait) {
+    int told = 0;
+    pool.SetListener([&] {
+        ++told;
+        EXPECT_EQ(Retrieve(), VX_OK); // with no lock held
+    });
+    Start();
+    Queued(0);
+    pool.TellListener();
+    EXPECT_EQ(told, 0);
+    pool.Complete(pool.Take(), {});
+    pool.TellListener();
+    pool.TellListener();
+    EXPECT_EQ(told, 1);
+    pool.SetListener(nullptr);
+    Queued(1);
+    pool.Complete(pool.Take(), {});
+    pool.TellListener();
+    EXPECT_EQ(told, 1);
+}
+
 TEST_F(BufferPoolTest, KnowsOnlyRegisteredHandles) {
     Start();
     BufferHandle_s stranger;
