@@ -24,7 +24,7 @@ set(CPACK_DEBIAN_TAVIX_PACKAGE_NAME tavix)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_RECOMMENDS "udev")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_EXTRA
-  "${TAVIX_DEBIAN}/postinst;${TAVIX_DEBIAN}/postrm;${TAVIX_DEBIAN}/triggers;${PROJECT_BINARY_DIR}/debian/shlibs")
+  "${TAVIX_DEBIAN}/conffiles;${TAVIX_DEBIAN}/postinst;${TAVIX_DEBIAN}/postrm;${TAVIX_DEBIAN}/triggers;${PROJECT_BINARY_DIR}/debian/shlibs")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_TAVIX_DESCRIPTION
 "USB3 Vision cameras on Linux
@@ -49,5 +49,15 @@ install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL
 install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix-dev
   COMPONENT development)
 install(FILES ${TAVIX_DEBIAN}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME tavix)
+
+# Where GenTL programs learn of the producer: from shells, and from what systemd starts for a user. Only a system-wide
+# installation may write there.
+set(TAVIX_GENTL_FOLDER /usr/${CMAKE_INSTALL_LIBDIR}/tavix-gentl)
+configure_file(${TAVIX_DEBIAN}/tavix-gentl.sh.in ${PROJECT_BINARY_DIR}/debian/tavix-gentl.sh @ONLY)
+configure_file(${TAVIX_DEBIAN}/tavix-gentl.conf.in ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl.conf @ONLY)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  install(FILES ${PROJECT_BINARY_DIR}/debian/tavix-gentl.sh DESTINATION /etc/profile.d)
+  install(FILES ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl.conf DESTINATION lib/environment.d)
+endif()
 
 include(CPack)

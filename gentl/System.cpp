@@ -3,6 +3,7 @@
 #include "Interface.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <dlfcn.h>
 
@@ -11,7 +12,10 @@ namespace gentl {
 std::string ProducerPath() {
     Dl_info info{};
     if (::dladdr(reinterpret_cast<const void*>(&GCInitLib), &info) == 0 || !info.dli_fname) return "libtavixgentl.cti";
-    return info.dli_fname;
+    // Consumers may have given a relative name; what they are told is one that also others can use.
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::canonical(info.dli_fname, error);
+    return error ? info.dli_fname : whole.string();
 }
 
 namespace {

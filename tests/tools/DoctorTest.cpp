@@ -129,6 +129,36 @@ TEST(Doctor, MissesTheTransportLayer) {
     ExpectProblem(Said(Examine(patient), "transport-layer"), "none can be loaded", "unset TAVIX_TL_PATH TAVIX_USE_TL");
 }
 
+TEST(Doctor, TellsStrangersProducersFromOurs) {
+    const FakeSystem system;
+    Patient patient = Examined(system);
+    patient.producers = tool::GentlProducers{
+        "/l/tavix-gentl/libtavixgentl.cti",
+        {{"/o/other.cti", false, "crashes with signal 11"}, {"/l/tavix-gentl/libtavixgentl.cti", true, ""}}};
+    std::vector<Finding> said;
+    for (const Finding& finding : Examine(patient))
+        if (finding.id == "gentl-producer") said.push_back(finding);
+    ASSERT_EQ(said.size(), 3U);
+    EXPECT_EQ(said[0].severity, Severity::Note) << "not ours to mend";
+    EXPECT_EQ(said[0].text, "/o/other.cti does not work: crashes with signal 11");
+    EXPECT_EQ(said[0].command, "tavix gentl '/o/other.cti'");
+    EXPECT_EQ(said[1].severity, Severity::Good);
+    EXPECT_EQ(said[2].severity, Severity::Note);
+    EXPECT_EQ(said[2].text, "programs that take the first producer get /o/other.cti, not "
+                            "/l/tavix-gentl/libtavixgentl.cti");
+    patient.producers->checks = {{"/l/tavix-gentl/libtavixgentl.cti", true, "does not come back within 10 s"}};
+    ExpectProblem(Said(Examine(patient), "gentl-producer"), "does not come back within 10 s",
+                  "tavix gentl '/l/tavix-gentl/libtavixgentl.cti'");
+}
+
+TEST(Doctor, MissesNoProducerThatIsNotInstalled) {
+    const FakeSystem system;
+    Patient patient = Examined(system);
+    patient.producers.emplace();
+    for (const Finding& finding : Examine(patient))
+        EXPECT_NE(finding.id, "gentl-producer") << finding.text;
+}
+
 constexpr const char* kRaise = "echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb";
 
 TEST(Doctor, ComparesTransferMemoryWithWhatTheCamerasWant) {

@@ -232,6 +232,12 @@ void CommandLine::AddFileCommands() {
                       "List what is wrong with the file instead; exit status 1 when something cannot work");
     command->add_flag("--json", m_Xml.json, "Print JSON");
     command->callback([this] { run = [this] { return Xml(m_Xml); }; });
+
+    auto* showing = app.add_subcommand("gentl", "Show what a GenTL producer shows to other programs: ours or any");
+    showing->add_option("file", m_Gentl.path, "Producer, a file that ends in .cti; without it those that programs find")
+        ->check(NotEmpty());
+    showing->add_flag("--json", m_Gentl.json, "Print JSON");
+    showing->callback([this] { run = [this] { return Gentl(m_Gentl); }; });
 }
 
 void CommandLine::AddVirtualCommands() {

@@ -49,6 +49,7 @@ private:
     EventsOptions m_Events;
     std::string m_Shell;
     FileOptions m_Xml;
+    FileOptions m_Gentl;
     ServeOptions m_Serve;
     FaultOptions m_Faults;
     std::vector<std::uint16_t> m_UsbipPort; ///< empty: the usual one

@@ -20,5 +20,6 @@ int Save(const SettingsFileOptions& options);
 int Load(const SettingsFileOptions& options);
 int Doctor(const DoctorOptions& options);
 int Xml(const FileOptions& options);
+int Gentl(const FileOptions& options);
 
 } // namespace tool

@@ -18,6 +18,14 @@ std::string LibusbVersion() {
     return std::to_string(version->major) + "." + std::to_string(version->minor) + "." + std::to_string(version->micro);
 }
 
+/// Each is loaded by a process of its own: whatever a stranger's file does, it does not end this one.
+GentlProducers LookForProducers() {
+    GentlProducers producers{OwnProducer(), {}};
+    for (const std::string& path : FindProducers())
+        producers.checks.push_back(CheckProducer("/proc/self/exe", path));
+    return producers;
+}
+
 const char* Name(Severity severity) {
     switch (severity) {
     case Severity::Good:
@@ -61,6 +69,7 @@ int Doctor(const DoctorOptions& options) {
         patient.libusbVersion = LibusbVersion();
         patient.transportLayers = FindTransportLayers();
         patient.demands = AskCameras();
+        patient.producers = LookForProducers();
     } else if (!patient.files.Exists("/")) {
         throw Error("there is no folder " + options.root);
     }

@@ -5,6 +5,7 @@
 #include "doctor/Finding.h"
 #include "doctor/SystemFiles.h"
 #include "doctor/UsbTopology.h"
+#include "producers/ProducerPath.h"
 
 #include <cstdint>
 #include <optional>
@@ -22,6 +23,12 @@ struct CameraDemand {
     std::string failure;              ///< why it could not be asked; empty when it could
 };
 
+/// Producers that GenTL programs find. Re-entrant.
+struct GentlProducers {
+    std::string own;                   ///< where ours lies; empty when it is not installed
+    std::vector<ProducerCheck> checks; ///< in the order in which programs find them
+};
+
 /// All that the checks look at. Re-entrant.
 struct Patient {
     explicit Patient(SystemFiles system) : files(std::move(system)), cameras(FindUsbCameras(files)) {}
@@ -31,6 +38,7 @@ struct Patient {
     std::vector<CameraDemand> demands;
     std::string libusbVersion;                      ///< "1.0.26"; empty: unknown
     std::optional<TransportLayers> transportLayers; ///< nothing: not asked
+    std::optional<GentlProducers> producers;        ///< nothing: not asked
 };
 
 void ExamineKernel(const Patient& patient, Findings& findings);
@@ -41,6 +49,7 @@ void ExaminePermissions(const Patient& patient, Findings& findings);
 void ExamineLinks(const Patient& patient, Findings& findings);
 void ExamineControllers(const Patient& patient, Findings& findings);
 void ExamineOpenings(const Patient& patient, Findings& findings);
+void ExamineProducers(const Patient& patient, Findings& findings);
 /// All of them, in the order of this list.
 Findings Examine(const Patient& patient);
 

@@ -162,7 +162,7 @@ void ExamineRealTime(const Patient& patient, Findings& findings) {
 Findings Examine(const Patient& patient) {
     Findings findings;
     for (const auto check : {ExamineKernel, ExamineLibrary, ExamineTransferMemory, ExamineRealTime, ExaminePermissions,
-                             ExamineLinks, ExamineControllers, ExamineOpenings}) {
+                             ExamineLinks, ExamineControllers, ExamineOpenings, ExamineProducers}) {
         check(patient, findings);
     }
     return findings;

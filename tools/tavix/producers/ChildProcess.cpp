@@ -1,0 +1,135 @@
+#include "producers/ChildProcess.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kMostErrors = 64 << 10;
+
+void Require(int error, const char* what) {
+    if (error != 0) throw std::system_error(error, std::generic_category(), what);
+}
+
+/// Both ends of a pipe; closes what is still open. Bound to a thread.
+struct Pipe {
+    Pipe() { Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "making a pipe"); }
+    ~Pipe() {
+        CloseWriting();
+        close(ends[0]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+    void CloseWriting() {
+        if (ends[1] >= 0) close(ends[1]);
+        ends[1] = -1;
+    }
+    int ends[2] = {-1, -1};
+};
+
+/// Closed at the end of its scope. Bound to a thread.
+class Descriptor {
+public:
+    explicit Descriptor(int file) : m_File(file) { Require(file >= 0 ? 0 : errno, "watching a program"); }
+    ~Descriptor() { close(m_File); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Get() const { return m_File; }
+
+private:
+    const int m_File;
+};
+
+/// What becomes of the three standard files. Bound to a thread.
+class FileActions {
+public:
+    explicit FileActions(int errors) {
+        Require(posix_spawn_file_actions_init(&m_Actions), "preparing a program");
+        posix_spawn_file_actions_addopen(&m_Actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&m_Actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_adddup2(&m_Actions, errors, STDERR_FILENO);
+    }
+    ~FileActions() { posix_spawn_file_actions_destroy(&m_Actions); }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
+    const posix_spawn_file_actions_t* Get() const { return &m_Actions; }
+
+private:
+    posix_spawn_file_actions_t m_Actions;
+};
+
+pid_t Start(const std::string& program, const std::vector<std::string>& arguments, int errors) {
+    std::vector<char*> words{const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments)
+        words.push_back(const_cast<char*>(argument.c_str()));
+    words.push_back(nullptr);
+    pid_t child = 0;
+    Require(posix_spawn(&child, program.c_str(), FileActions(errors).Get(), nullptr, words.data(), environ),
+            "starting a program");
+    return child;
+}
+
+/// Takes what there is to read; false at its end.
+bool Read(int file, std::string& text) {
+    char block[4096];
+    const ssize_t count = read(file, block, sizeof block);
+    if (count < 0) return errno == EINTR;
+    text.append(block, std::min(static_cast<std::size_t>(count), kMostErrors - text.size()));
+    return count > 0;
+}
+
+/// Reads until the program has ended and nothing of it is left; false when the time is over before that.
+bool ReadUntilEnd(pid_t child, int errors, Clock::time_point end, std::string& text) {
+    const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    pollfd files[] = {{errors, POLLIN, 0}, {process.Get(), POLLIN, 0}};
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+        if (left <= 0 || poll(files, 2, static_cast<int>(left)) == 0) return false;
+        if (files[0].revents != 0) {
+            if (!Read(errors, text)) files[0].fd = -1; // closed: only its end is to be waited for
+        } else if (files[1].revents != 0) {
+            return true;
+        }
+    }
+}
+
+int Wait(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status;
+}
+
+} // namespace
+
+ChildOutcome RunChild(const std::string& program, const std::vector<std::string>& arguments, int timeoutMs) {
+    Pipe errors;
+    const pid_t child = Start(program, arguments, errors.ends[1]);
+    errors.CloseWriting();
+    ChildOutcome outcome;
+    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    if (!ReadUntilEnd(child, errors.ends[0], end, outcome.errors)) {
+        outcome.end = ChildOutcome::End::TimedOut;
+        kill(child, SIGKILL);
+    }
+    const int status = Wait(child);
+    if (outcome.end == ChildOutcome::End::TimedOut) return outcome;
+    outcome.end = WIFSIGNALED(status) ? ChildOutcome::End::Killed : ChildOutcome::End::Exited;
+    outcome.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    return outcome;
+}
+
+} // namespace tool

@@ -1,0 +1,22 @@
+#pragma once
+// A program that is run to see how it ends.
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// Re-entrant.
+struct ChildOutcome {
+    enum class End { Exited, Killed, TimedOut };
+
+    End end = End::Exited;
+    int code = 0;       ///< exit status, or the signal
+    std::string errors; ///< the first 64 KiB of its standard error
+};
+
+/// Runs a program without input and with its output thrown away; kills it after `timeoutMs`. Throws std::system_error
+/// when it cannot be started.
+ChildOutcome RunChild(const std::string& program, const std::vector<std::string>& arguments, int timeoutMs);
+
+} // namespace tool

@@ -1,0 +1,84 @@
+#include "Commands.h"
+#include "Error.h"
+#include "Json.h"
+#include "PlainFile.h"
+#include "Table.h"
+#include "Text.h"
+#include "producers/ProducerPath.h"
+#include "producers/Walk.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint64_t kLargestProducer = 1 << 30;
+
+nlohmann::json ToJson(const ModuleInfos& infos) {
+    nlohmann::json json = nlohmann::json::object();
+    for (const auto& [name, value] : infos)
+        json[name] = value;
+    return json;
+}
+
+nlohmann::json ToJson(const ShownSystem& shown) {
+    nlohmann::json json = {{"system", ToJson(shown.infos)}, {"interfaces", nlohmann::json::array()}};
+    for (const ShownInterface& interface : shown.interfaces) {
+        nlohmann::json devices = nlohmann::json::array();
+        for (const ShownDevice& device : interface.devices)
+            devices.push_back({{"id", device.id}, {"infos", ToJson(device.infos)}});
+        json["interfaces"].push_back({{"id", interface.id}, {"infos", ToJson(interface.infos)}, {"devices", devices}});
+    }
+    return json;
+}
+
+void Add(Table& table, const std::string& indent, const char* kind, const std::string& id, const ModuleInfos& infos) {
+    table.Add({indent + kind, id});
+    for (const auto& [name, value] : infos)
+        table.Add({indent + "  " + name, value});
+}
+
+void Print(const std::string& path, const ShownSystem& shown) {
+    Table table({}, /*widest=*/200);
+    Add(table, "", "producer", path, shown.infos);
+    for (const ShownInterface& interface : shown.interfaces) {
+        Add(table, "  ", "interface", interface.id, interface.infos);
+        for (const ShownDevice& device : interface.devices)
+            Add(table, "    ", "device", device.id, device.infos);
+    }
+    table.Print();
+}
+
+int ShowProducer(const FileOptions& options) {
+    RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
+    const ShownSystem shown = WalkProducer(options.path);
+    options.json ? PrintJson(ToJson(shown)) : Print(options.path, shown);
+    return kDone;
+}
+
+std::string MissingText() {
+    const std::string own = OwnProducer();
+    const std::string text = std::string("no GenTL program finds a producer: ") + kProducerPath + " names none";
+    return own.empty() ? text : text + "; export " + kProducerPath + "=" + own.substr(0, own.rfind('/'));
+}
+
+int ShowPath(const FileOptions& options) {
+    nlohmann::json json = nlohmann::json::array();
+    Table table({}, /*widest=*/200);
+    bool allWork = true;
+    for (const std::string& path : FindProducers()) {
+        const ProducerCheck check = CheckProducer("/proc/self/exe", path);
+        allWork = allWork && check.failure.empty();
+        table.Add({path, check.failure.empty() ? "works" : check.failure});
+        json.push_back({{"path", path}, {"works", check.failure.empty()}, {"failure", check.failure}});
+    }
+    options.json ? PrintJson(json) : table.Print();
+    if (json.empty()) throw Error(MissingText());
+    return allWork ? kDone : kPartly;
+}
+
+} // namespace
+
+int Gentl(const FileOptions& options) {
+    return options.path.empty() ? ShowPath(options) : ShowProducer(options);
+}
+
+} // namespace tool

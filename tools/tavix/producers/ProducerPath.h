@@ -1,0 +1,26 @@
+#pragma once
+// The producers that GenTL programs on this machine find.
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// The variable whose folders GenTL programs search.
+inline constexpr const char* kProducerPath = "GENICAM_GENTL64_PATH";
+
+/// How a producer bears a look at it, in a process of its own. Re-entrant.
+struct ProducerCheck {
+    std::string path;
+    bool isOurs = false;
+    std::string failure; ///< what it does instead of working; empty when it works
+};
+
+/// The files that programs find, in their order; of a folder by name.
+std::vector<std::string> FindProducers();
+/// Where this library's own producer lies; empty when it is not installed.
+std::string OwnProducer();
+/// Lets `program` (this one) look at the producer, for ten seconds at most.
+ProducerCheck CheckProducer(const std::string& program, const std::string& path);
+
+} // namespace tool
