@@ -1,0 +1,289 @@
+// Events: registering, waiting, killing, and what they bring.
+#include "Description.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <future>
+
+namespace {
+
+using namespace consumer;
+
+GC_ERROR Wait(Session& session, EVENT_HANDLE event, std::uint64_t timeout) {
+    std::uint8_t data[2048];
+    std::size_t size = sizeof data;
+    return session->EventGetData(event, data, &size, timeout);
+}
+
+EVENT_HANDLE Register(Session& session, EVENTSRC_HANDLE source, std::int32_t type) {
+    EVENT_HANDLE event = nullptr;
+    session.Must(session->GCRegisterEvent(source, type, &event), "GCRegisterEvent");
+    return event;
+}
+
+TEST(Event, IsRegisteredOnce) {
+    Session session;
+    EVENT_HANDLE first = nullptr, second = nullptr;
+    EXPECT_EQ(session->GCRegisterEvent(session.Stream(), EVENT_NEW_BUFFER, &first), GC_ERR_SUCCESS);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(session->GCRegisterEvent(session.Stream(), EVENT_NEW_BUFFER, &second), GC_ERR_RESOURCE_IN_USE);
+    EXPECT_EQ(session->GCUnregisterEvent(session.Stream(), EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
+    EXPECT_NE(session->GCUnregisterEvent(session.Stream(), EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
+    EXPECT_EQ(Wait(session, first, 0), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(session->GCRegisterEvent(session.Stream(), EVENT_NEW_BUFFER, &second), GC_ERR_SUCCESS);
+}
+
+TEST(Event, OfErrorsAndModulesIsThereOnEveryModule) {
+    Session session;
+    for (EVENTSRC_HANDLE source : {session.System(), session.Interface(), session.Device(), session.Stream()})
+        for (const std::int32_t type : {EVENT_ERROR, EVENT_MODULE, EVENT_FEATURE_INVALIDATE, EVENT_FEATURE_CHANGE}) {
+            EVENT_HANDLE event = nullptr;
+            const GC_ERROR code = session->GCRegisterEvent(source, type, &event);
+            EXPECT_TRUE(code == GC_ERR_SUCCESS || code == GC_ERR_NOT_IMPLEMENTED) << type << ": " << code;
+            if (code != GC_ERR_SUCCESS) continue;
+            EXPECT_EQ(session.EventInfo(event, EVENT_TYPE_INFO).Number(), static_cast<std::uint32_t>(type));
+            EXPECT_EQ(Wait(session, event, 0), GC_ERR_TIMEOUT);
+            EXPECT_EQ(session->GCUnregisterEvent(source, type), GC_ERR_SUCCESS);
+        }
+}
+
+TEST(Event, ThatNobodyHasIsRefused) {
+    Session session;
+    EVENT_HANDLE event = nullptr;
+    for (const std::int32_t type : {-1, 6, 999})
+        EXPECT_NE(session->GCRegisterEvent(session.Stream(), type, &event), GC_ERR_SUCCESS) << type;
+    EXPECT_NE(session->GCRegisterEvent(session.Device(), EVENT_NEW_BUFFER, &event), GC_ERR_SUCCESS);
+    EXPECT_NE(session->GCRegisterEvent(session.Stream(), EVENT_REMOTE_DEVICE, &event), GC_ERR_SUCCESS);
+}
+
+TEST(Event, TimesOutWhenNothingComes) {
+    Session session;
+    EXPECT_EQ(Wait(session, session.NewBuffers(), 0), GC_ERR_TIMEOUT);
+    EXPECT_EQ(Wait(session, session.NewBuffers(), 20), GC_ERR_TIMEOUT);
+}
+
+TEST(Event, LosesNoBufferToTooLittleRoom) {
+    Session session;
+    session.Announce(2);
+    session.QueueAll();
+    session.Start();
+    ASSERT_TRUE(session.Reaches(STREAM_INFO_NUM_AWAIT_DELIVERY, 2));
+    std::uint8_t small[4];
+    std::size_t size = sizeof small;
+    EXPECT_EQ(session->EventGetData(session.NewBuffers(), small, &size, 1000), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(session.EventInfo(session.NewBuffers(), EVENT_NUM_IN_QUEUE).Number(), 2u);
+    EXPECT_NE(session.Next(), nullptr);
+    EXPECT_NE(session.Next(), nullptr);
+}
+
+TEST(Event, OfANewBufferTellsHandleAndUserPointer) {
+    Session session;
+    const BUFFER_HANDLE announced = session.Announce(1).front();
+    session.QueueAll();
+    session.Start();
+    EVENT_NEW_BUFFER_DATA data{};
+    std::size_t size = sizeof data;
+    ASSERT_EQ(session->EventGetData(session.NewBuffers(), &data, &size, 10000), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, sizeof data);
+    EXPECT_EQ(data.BufferHandle, announced);
+    EXPECT_EQ(data.pUserPointer, reinterpret_cast<void*>(1));
+    const auto info = [&](Command what) {
+        return Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
+            return session->EventGetDataInfo(session.NewBuffers(), &data, size, what, type, room, length);
+        });
+    };
+    EXPECT_EQ(info(EVENT_DATA_ID).type, kPtr);
+    EXPECT_EQ(info(EVENT_DATA_ID).Pointer(), announced);
+    EXPECT_EQ(info(EVENT_DATA_VALUE).type, kPtr);
+    EXPECT_EQ(info(EVENT_DATA_VALUE).Pointer(), reinterpret_cast<void*>(1));
+    EXPECT_EQ(info(999).code, GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(session.EventInfo(session.NewBuffers(), EVENT_NUM_FIRED).Number(), 1u);
+}
+
+TEST(Event, OfTheCameraReachesItsNodeMap) {
+    Session session;
+    const EVENT_HANDLE event = Register(session, session.Device(), EVENT_REMOTE_DEVICE);
+    Module camera(session, session.Remote());
+    GenApi::CEventAdapterGeneric adapter(camera.Nodes()._Ptr);
+    camera.Execute("TestEventGenerate");
+    std::uint8_t data[2048];
+    std::size_t size = sizeof data;
+    ASSERT_EQ(session->EventGetData(event, data, &size, 10000), GC_ERR_SUCCESS);
+    const auto info = [&](Command what) {
+        return Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
+            return session->EventGetDataInfo(event, data, size, what, type, room, length);
+        });
+    };
+    EXPECT_EQ(info(EVENT_DATA_ID).Text(), "4FFF");
+    EXPECT_EQ(info(EVENT_DATA_NUMID).Number(), 0x4FFFu);
+    const Answer value = info(EVENT_DATA_VALUE);
+    ASSERT_TRUE(value.Ok());
+    adapter.DeliverMessage(value.bytes.data(), static_cast<std::uint32_t>(value.bytes.size()),
+                           info(EVENT_DATA_NUMID).Number());
+    EXPECT_EQ(camera.Integer("EventTest"), 0x4FFF);
+    EXPECT_GT(camera.Integer("EventTestTimestamp"), 0);
+}
+
+TEST(Event, IsFlushed) {
+    Session session;
+    session.Announce(3);
+    session.QueueAll();
+    session.Start();
+    ASSERT_TRUE(session.Reaches(STREAM_INFO_NUM_AWAIT_DELIVERY, 3));
+    session.Stop();
+    EXPECT_EQ(session->EventFlush(session.NewBuffers()), GC_ERR_SUCCESS);
+    EXPECT_EQ(session.EventInfo(session.NewBuffers(), EVENT_NUM_IN_QUEUE).Number(), 0u);
+    EXPECT_EQ(Wait(session, session.NewBuffers(), 0), GC_ERR_TIMEOUT);
+    EXPECT_EQ(session->DSFlushQueue(session.Stream(), ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
+    session.Start();
+    EXPECT_NE(session.Next(), nullptr);
+}
+
+// --- waiters and those who send them away
+
+TEST(Waiting, IsEndedByAKillFromAnotherThread) {
+    Session session;
+    const EVENT_HANDLE event = session.NewBuffers();
+    for (int round = 0; round < 50; ++round) {
+        auto waiter = std::async(std::launch::async, [&] { return Wait(session, event, GENTL_INFINITE); });
+        EXPECT_EQ(session->EventKill(event), GC_ERR_SUCCESS);
+        EXPECT_EQ(waiter.get(), GC_ERR_ABORT);
+    }
+    EXPECT_EQ(Wait(session, event, 0), GC_ERR_TIMEOUT) << "each kill ends one wait";
+}
+
+TEST(Waiting, IsEndedByAnEarlierKill) {
+    Session session;
+    EXPECT_EQ(session->EventKill(session.NewBuffers()), GC_ERR_SUCCESS);
+    EXPECT_EQ(Wait(session, session.NewBuffers(), 1000), GC_ERR_ABORT);
+    EXPECT_EQ(Wait(session, session.NewBuffers(), 0), GC_ERR_TIMEOUT);
+}
+
+TEST(Waiting, OfSeveralIsEndedOneByOne) {
+    Session session;
+    const EVENT_HANDLE event = session.NewBuffers();
+    std::vector<std::future<GC_ERROR>> waiters;
+    for (int i = 0; i < 4; ++i)
+        waiters.push_back(std::async(std::launch::async, [&] { return Wait(session, event, GENTL_INFINITE); }));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(session->EventKill(event), GC_ERR_SUCCESS);
+    for (auto& waiter : waiters)
+        EXPECT_EQ(waiter.get(), GC_ERR_ABORT);
+}
+
+/// A waiter returns with what its handle allows: it was sent away, or came too late.
+void ExpectAway(GC_ERROR code) {
+    EXPECT_TRUE(code == GC_ERR_ABORT || code == GC_ERR_INVALID_HANDLE || code == GC_ERR_NOT_INITIALIZED) << code;
+}
+
+TEST(Waiting, IsEndedWithItsEventItsModuleAndTheLibrary) {
+    for (int way = 0; way < 5; ++way) {
+        Session session;
+        const EVENT_HANDLE event = session.NewBuffers();
+        std::promise<void> ready;
+        auto waiter = std::async(std::launch::async, [&] {
+            ready.set_value();
+            return Wait(session, event, GENTL_INFINITE);
+        });
+        ready.get_future().wait();
+        if (way == 0) session.Must(session->GCUnregisterEvent(session.Stream(), EVENT_NEW_BUFFER), "way");
+        if (way == 1) session.CloseStream();
+        if (way == 2) session.CloseDevice();
+        if (way == 3) session.Must(session->TLClose(session.System()), "way");
+        if (way == 4) session.Must(session->GCCloseLib(), "way");
+        ExpectAway(waiter.get());
+    }
+}
+
+TEST(Waiting, SeesFramesWhileOthersFlushAndAsk) {
+    Session session;
+    session.Announce(8);
+    session.QueueAll();
+    session.Start();
+    const DS_HANDLE stream = session.Stream();
+    const EVENT_HANDLE event = session.NewBuffers();
+    auto other = std::async(std::launch::async, [&] {
+        for (int i = 0; i < 500; ++i) {
+            std::size_t count = 0, size = sizeof count;
+            (void)session->EventGetInfo(event, EVENT_NUM_IN_QUEUE, nullptr, &count, &size);
+            if (i % 10 == 0) (void)session->EventFlush(event);
+            if (i % 10 == 0) (void)session->DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT);
+        }
+    });
+    int seen = 0;
+    while (other.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        if (const BUFFER_HANDLE buffer = session.Next(10)) {
+            ++seen;
+            (void)session->DSQueueBuffer(stream, buffer);
+        }
+    ASSERT_EQ(session->DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
+    EXPECT_NE(session.Next(), nullptr) << seen << " before";
+}
+
+// --- a camera that goes away
+
+TEST(Unplug, IsToldByAnEventOfTheDevice) {
+    Session session(Session::SmallCamera(kUnpluggable));
+    const EVENT_HANDLE event = Register(session, session.Device(), EVENT_MODULE);
+    std::uint32_t value = 0;
+    std::size_t size = sizeof value;
+    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
+    std::uint8_t data[2048];
+    size = sizeof data;
+    ASSERT_EQ(session->EventGetData(event, data, &size, 10000), GC_ERR_SUCCESS);
+    const Answer id = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
+        return session->EventGetDataInfo(event, data, size, EVENT_DATA_ID, type, room, length);
+    });
+    const Answer bytes = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
+        return session->EventGetDataInfo(event, data, size, EVENT_DATA_VALUE, type, room, length);
+    });
+    Module device(session, session.Device());
+    GenApi::CEventAdapterGeneric adapter(device.Nodes()._Ptr);
+    adapter.DeliverMessage(bytes.bytes.data(), static_cast<std::uint32_t>(bytes.bytes.size()), id.Text().c_str());
+    ASSERT_NE(device.Find("EventDeviceLost"), nullptr);
+    EXPECT_EQ(device.Integer("EventDeviceLost"), static_cast<std::int64_t>(std::stoull(id.Text(), nullptr, 16)));
+}
+
+TEST(Unplug, LeavesErrorsAndNoWaiter) {
+    Session session(Session::SmallCamera(kUnpluggable));
+    session.Announce(3);
+    session.QueueAll();
+    session.Start();
+    ASSERT_NE(session.Next(), nullptr);
+    std::uint32_t value = 0;
+    std::size_t size = sizeof value;
+    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
+    size = sizeof value;
+    EXPECT_NE(session->GCReadPort(session.Remote(), kWidth, &value, &size), GC_ERR_SUCCESS);
+    (void)session->DSStopAcquisition(session.Stream(), ACQ_STOP_KILL);
+    EXPECT_EQ(session->DSFlushQueue(session.Stream(), ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
+    session.CloseStream();
+    session.CloseDevice();
+    bool8_t changed = 0;
+    EXPECT_EQ(session->IFUpdateDeviceList(session.Interface(), &changed, 1000), GC_ERR_SUCCESS);
+    std::uint32_t count = 7;
+    EXPECT_EQ(session->IFGetNumDevices(session.Interface(), &count), GC_ERR_SUCCESS);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(changed, 1);
+}
+
+TEST(Unplug, OfACameraThatComesBackLetsItBeOpenedAgain) {
+    Session session(Session::SmallCamera(kReturning));
+    std::uint32_t value = 0;
+    std::size_t size = sizeof value;
+    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
+    const std::string id = session.DeviceId();
+    session.CloseDevice();
+    const IF_HANDLE interface = session.Interface();
+    EXPECT_TRUE(Eventually([&] {
+        std::uint32_t count = 0;
+        (void)session->IFUpdateDeviceList(interface, nullptr, 100);
+        (void)session->IFGetNumDevices(interface, &count);
+        return count == 1;
+    }));
+    EXPECT_EQ(session.Read32(kWidth), 64u);
+    EXPECT_EQ(session.DeviceId(), id) << "it is the same one";
+}
+
+} // namespace
