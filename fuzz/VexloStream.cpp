@@ -3,8 +3,8 @@
 #include "Script.h"
 
 #include "vexlo/stream/BlockJudge.h"
-#include "vexlo/stream/BlockSlot.h"
-#include "vexlo/stream/PacketParser.h"
+#include "vexlo/stream/engine/BlockSlot.h"
+#include "vexlo/stream/engine/PacketParser.h"
 
 #include <algorithm>
 #include <vector>

@@ -4,10 +4,10 @@
 #include "vexlo/VxStream.h"
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/SessionHost.h"
-#include "vexlo/stream/StreamEngine.h"
 #include "vexlo/stream/StreamMemory.h"
 #include "vexlo/stream/StreamSettings.h"
 #include "vexlo/stream/StreamStatistics.h"
+#include "vexlo/stream/engine/StreamEngine.h"
 
 #include <atomic>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "vexlo/stream/BlockSlot.h"
+#include "vexlo/stream/engine/BlockSlot.h"
 
 #include "Blocks.h"
 

@@ -6,7 +6,7 @@
 #include "PacketBus.h"
 
 #include "core/WaitObject.h"
-#include "vexlo/stream/StreamEngine.h"
+#include "vexlo/stream/engine/StreamEngine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "vexlo/stream/PacketParser.h"
+#include "vexlo/stream/engine/PacketParser.h"
 
 #include "Blocks.h"
 

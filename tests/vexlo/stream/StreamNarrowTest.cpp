@@ -2,7 +2,7 @@
 
 #include "EngineBench.h"
 
-#include "vexlo/stream/FirstBlocks.h"
+#include "vexlo/stream/engine/FirstBlocks.h"
 
 using namespace streamtest;
 

@@ -4,7 +4,7 @@
 #include "FakeCamera.h"
 
 #include "core/WaitObject.h"
-#include "vexlo/stream/StreamEngine.h"
+#include "vexlo/stream/engine/StreamEngine.h"
 
 #include <gtest/gtest.h>
 

@@ -30,6 +30,10 @@ struct PlannedTransfer {
 
     /// A short packet ended it, so that the camera's own transfer ended with it.
     bool EndsShort() const { return usb.status == usb::TransferStatus::Completed && usb.actualLength < usb.length; }
+    /// And was not merely cancelled.
+    bool HasFailed() const {
+        return usb.status != usb::TransferStatus::Completed && usb.status != usb::TransferStatus::Cancelled;
+    }
     u3v::ByteView Bytes() const { return {usb.buffer, usb.actualLength}; }
 };
 

@@ -13,8 +13,8 @@ class Silence {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `patience` 0: silence never lasts too long.
-    explicit Silence(std::chrono::milliseconds patience) : m_Patience(patience) {}
+    /// `timeout` 0: silence never lasts too long.
+    explicit Silence(std::chrono::milliseconds timeout) : m_Timeout(timeout) {}
 
     void SwitchedOn(Clock::time_point now) {
         if (m_FirstOn == Clock::time_point{}) m_FirstOn = now;
@@ -23,17 +23,17 @@ public:
     /// Something came, or nothing can come.
     void Break(Clock::time_point now) { m_Since = now; }
     /// It is no matter any more.
-    void Ignore() { m_Patience = m_Patience.zero(); }
-    bool IsIgnored() const { return m_Patience == m_Patience.zero(); }
+    void Ignore() { m_Timeout = m_Timeout.zero(); }
+    bool IsIgnored() const { return m_Timeout == m_Timeout.zero(); }
 
     bool IsTooLong(Clock::time_point now, Clock::time_point lastWrite) const {
         if (IsIgnored() || lastWrite < m_FirstOn) return false;
-        return now >= std::max(m_Since, lastWrite) + m_Patience;
+        return now >= std::max(m_Since, lastWrite) + m_Timeout;
     }
-    std::chrono::milliseconds Patience() const { return m_Patience; }
+    std::chrono::milliseconds Timeout() const { return m_Timeout; }
 
 private:
-    std::chrono::milliseconds m_Patience;
+    std::chrono::milliseconds m_Timeout;
     Clock::time_point m_FirstOn{};
     Clock::time_point m_Since{};
 };

@@ -1,0 +1,136 @@
+// The queue of a stream's transfers, without anybody who judges them.
+
+#include "vexlo/stream/engine/TransferQueue.h"
+
+#include "Blocks.h"
+#include "FakeCamera.h"
+#include "PacketBus.h"
+
+#include <gtest/gtest.h>
+
+using namespace streamtest;
+using namespace vexlo;
+
+namespace {
+
+using Role = PlannedTransfer::Role;
+
+constexpr std::size_t kPerBlock = 5; // leader, three of payload, trailer
+
+/// Two buffers for blocks of 3000 bytes; ends with nothing in flight.
+class Queueing : public testing::Test {
+protected:
+    Queueing() {
+        pool.Prepare(2, 3000);
+        pool.Start([] {});
+        queue.UsePlan(plan);
+        for (std::size_t i = 0; i < 2; ++i)
+            EXPECT_EQ(pool.Register(memory[i].data(), memory[i].size(), &handles[i]), VX_OK);
+    }
+    ~Queueing() override {
+        queue.CancelAll();
+        while (!queue.IsEmpty())
+            (void)Next();
+        (void)queue.Unbind();
+        queue.Forget();
+        for (const std::string& offence : bus.Offences())
+            ADD_FAILURE() << offence;
+    }
+    void Offer(std::size_t buffer) { ASSERT_EQ(pool.Queue(handles[buffer], nullptr), VX_OK); }
+    PlannedTransfer* Next() {
+        PlannedTransfer* transfer = queue.TakeCompleted();
+        for (; !transfer; transfer = queue.TakeCompleted())
+            (void)queue.Wait(1000);
+        return transfer;
+    }
+
+    const u3v::TransferPlan plan = *u3v::MakeTransferPlan({3000, 0, 0, 0, 1024, 1024});
+    Bytes memory[2] = {Bytes(3000), Bytes(3000)};
+    BufferHandle_s* handles[2] = {};
+    BufferPool pool;
+    PacketBus bus{1024};
+    TransferQueue queue{{bus, pool}, FakeCamera::Channel(1024), {2, 64, 0}};
+};
+
+TEST_F(Queueing, QueuesWholeBlocksForTheBuffersThatThereAre) {
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_TRUE(queue.IsEmpty()) << "there is no buffer";
+    Offer(0);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), kPerBlock);
+    Offer(1);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), 2 * kPerBlock);
+}
+
+TEST_F(Queueing, LetsOneLeaderGoAheadOfItsBuffer) {
+    queue.LeadOff();
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), 1u);
+    EXPECT_EQ(queue.Oldest(), nullptr);
+    Offer(0);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), kPerBlock);
+}
+
+TEST_F(Queueing, GivesCompletedTransfersInTheOrderOfThePlan) {
+    Offer(0);
+    ASSERT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_TRUE(queue.IsBetweenBlocks());
+    bus.Send(Block(1, plan));
+    for (const Role role : {Role::Leader, Role::Payload, Role::Payload, Role::Payload, Role::Trailer}) {
+        EXPECT_EQ(Next()->role, role);
+        EXPECT_EQ(queue.IsBetweenBlocks(), role == Role::Trailer);
+    }
+    EXPECT_EQ(queue.EndOldest(), handles[0]);
+    EXPECT_EQ(queue.Oldest(), nullptr);
+}
+
+TEST_F(Queueing, SkipsNothingThatWasRefused) {
+    bus.AllowTransfers(2);
+    Offer(0);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::NoMemory);
+    EXPECT_TRUE(queue.IsShort());
+    EXPECT_EQ(bus.Queued(), 2u);
+    bus.AllowTransfers(SIZE_MAX);
+    bus.Send(Block(1, plan));
+    std::vector<Role> roles;
+    while (roles.size() < kPerBlock) {
+        roles.push_back(Next()->role);
+        EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    }
+    EXPECT_EQ(roles, (std::vector{Role::Leader, Role::Payload, Role::Payload, Role::Payload, Role::Trailer}));
+    EXPECT_FALSE(queue.IsShort());
+}
+
+TEST_F(Queueing, TriesOnceMoreWhatMayPass) {
+    bus.RefuseSubmit(usb::Result::Io);
+    Offer(0);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), kPerBlock);
+}
+
+TEST_F(Queueing, GivesTheBuffersBackInTheirOrderAfterACancel) {
+    Offer(1);
+    Offer(0);
+    ASSERT_EQ(queue.QueueMore(), usb::Result::Ok);
+    queue.CancelAll();
+    for (std::size_t i = 0; i < 2 * kPerBlock; ++i)
+        queue.Keep(*Next());
+    for (std::size_t i = 0; i < 2 * kPerBlock; ++i)
+        EXPECT_EQ(queue.TakeKept()->usb.status, usb::TransferStatus::Cancelled);
+    EXPECT_EQ(queue.TakeKept(), nullptr);
+    BufferList buffers = queue.Unbind();
+    EXPECT_EQ(buffers.TakeFirst(), handles[1]);
+    EXPECT_EQ(buffers.TakeFirst(), handles[0]);
+    EXPECT_TRUE(buffers.IsEmpty());
+}
+
+TEST_F(Queueing, TakesAnotherPlanWhenNothingIsInFlight) {
+    queue.UsePlan(*u3v::MakeTransferPlan({3000, 0, 0, 0, 1024, 65536}));
+    Offer(0);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), 4u) << "leader, what fits the buffer, its tail, trailer";
+}
+
+} // namespace
