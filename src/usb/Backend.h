@@ -162,8 +162,8 @@ public:
     /// True for a moment after a device was attached, while the system may still be making its node and giving it to
     /// its users: Access and NoDevice are then perhaps not the last word. False when it is not attached.
     virtual bool IsArriving(const std::string& /*id*/) const { return false; }
-    /// Registers a handler; 0 when the backend has no hotplug. Deregister returns after a running call has ended,
-    /// except when called from within the handler.
+    /// Registers a handler; 0 when the backend has no hotplug, or neither thread nor memory for it now. Deregister
+    /// returns after a running call has ended, except when called from within the handler.
     virtual std::uint64_t RegisterHotplug(HotplugHandler handler) = 0;
     virtual void DeregisterHotplug(std::uint64_t registration) = 0;
     /// Bytes that all queued transfers together may use, 0 for no known limit (usbfs: usbfs_memory_mb).

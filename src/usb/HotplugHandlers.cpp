@@ -1,12 +1,16 @@
 // The hotplug handlers of a backend.
 #include "usb/HotplugHandlers.h"
 
-#include <algorithm>
 #include <thread>
 #include <utility>
-#include <vector>
 
 namespace usb {
+
+/// Lives on the stack of the thread that calls.
+struct HotplugHandlers::RunningCall {
+    const std::thread::id thread = std::this_thread::get_id();
+    RunningCall* next = nullptr;
+};
 
 struct HotplugHandlers::Entry {
     explicit Entry(HotplugHandler function) : handler(std::move(function)) {}
@@ -14,7 +18,19 @@ struct HotplugHandlers::Entry {
     const HotplugHandler handler;
     // guarded by m_Lock of the owner
     bool removed = false;
-    std::vector<std::thread::id> callers; ///< threads inside the handler
+    RunningCall* calls = nullptr; ///< borrowed
+
+    bool IsOnlyCalledBy(std::thread::id thread) const {
+        for (const RunningCall* call = calls; call != nullptr; call = call->next)
+            if (call->thread != thread) return false;
+        return true;
+    }
+    void End(const RunningCall& ended) {
+        RunningCall** at = &calls;
+        while (*at != &ended)
+            at = &(*at)->next;
+        *at = ended.next;
+    }
 };
 
 HotplugHandlers::HotplugHandlers() = default;
@@ -34,32 +50,38 @@ void HotplugHandlers::Remove(std::uint64_t registration) {
     m_Entries.erase(found);
     entry->removed = true;
     const auto self = std::this_thread::get_id();
-    m_CallEnded.wait(lock, [&] {
-        return std::all_of(entry->callers.begin(), entry->callers.end(), [&](auto caller) { return caller == self; });
-    });
+    m_CallEnded.wait(lock, [&] { return entry->IsOnlyCalledBy(self); });
 }
 
 void HotplugHandlers::Notify(HotplugEvent event, const std::string& id) {
-    std::vector<std::shared_ptr<Entry>> entries;
+    std::uint64_t registration = 0, last = 0;
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
-        for (const auto& item : m_Entries)
-            entries.push_back(item.second);
+        last = m_LastRegistration;
     }
-    for (const auto& entry : entries)
-        Call(entry, event, id);
+    while (const auto entry = Next(registration, last))
+        Call(*entry, event, id);
 }
 
-void HotplugHandlers::Call(const std::shared_ptr<Entry>& entry, HotplugEvent event, const std::string& id) {
-    const auto self = std::this_thread::get_id();
+std::shared_ptr<HotplugHandlers::Entry> HotplugHandlers::Next(std::uint64_t& registration, std::uint64_t last) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto next = m_Entries.upper_bound(registration);
+    if (next == m_Entries.end() || next->first > last) return nullptr;
+    registration = next->first;
+    return next->second;
+}
+
+void HotplugHandlers::Call(Entry& entry, HotplugEvent event, const std::string& id) {
+    RunningCall call;
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
-        if (entry->removed) return;
-        entry->callers.push_back(self);
+        if (entry.removed) return;
+        call.next = entry.calls;
+        entry.calls = &call;
     }
-    entry->handler(event, id);
+    entry.handler(event, id);
     const std::lock_guard<std::mutex> lock(m_Lock);
-    entry->callers.erase(std::find(entry->callers.begin(), entry->callers.end(), self));
+    entry.End(call);
     m_CallEnded.notify_all();
 }
 

@@ -13,7 +13,8 @@
 namespace usb {
 
 /// Keeps handlers and calls them without holding a lock. A handler that has been removed is not called any more, and
-/// Remove waits for a call that is running, unless it is made from within that call. Thread-safe.
+/// Remove waits for a call that is running, unless it is made from within that call. Only Add needs memory.
+/// Thread-safe.
 class HotplugHandlers {
 public:
     HotplugHandlers();
@@ -25,13 +26,16 @@ public:
     std::uint64_t Add(HotplugHandler handler);
     /// Does nothing for an unknown registration.
     void Remove(std::uint64_t registration);
-    /// Calls all handlers in the order of their registration.
+    /// Calls the handlers that are registered now, in the order of their registration.
     void Notify(HotplugEvent event, const std::string& id);
 
 private:
     struct Entry;
+    struct RunningCall;
 
-    void Call(const std::shared_ptr<Entry>& entry, HotplugEvent event, const std::string& id);
+    /// The first handler after `registration`, up to `last`; null when there is none.
+    std::shared_ptr<Entry> Next(std::uint64_t& registration, std::uint64_t last);
+    void Call(Entry& entry, HotplugEvent event, const std::string& id);
 
     std::mutex m_Lock;
     // guarded by m_Lock

@@ -2,10 +2,12 @@
 #include "usb/LibusbBackend.h"
 
 #include "usb/HotplugHandlers.h"
+#include "usb/HotplugNotices.h"
 #include "usb/LibusbContext.h"
 #include "usb/LibusbDescriptors.h"
 #include "usb/LibusbHandle.h"
 #include "usb/LibusbResult.h"
+#include "usb/NoThrow.h"
 #include "usb/NodeAge.h"
 #include "usb/SmallFile.h"
 #include "usb/SpareFiles.h"
@@ -14,8 +16,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
-#include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -35,22 +37,23 @@ public:
     const char* Name() const override { return "libusb"; }
     [[nodiscard]] Result Enumerate(std::vector<DeviceEntry>& devices) override;
     [[nodiscard]] Result Open(const std::string& id, std::unique_ptr<Handle>& handle) override;
-    bool IsArriving(const std::string& id) const override { return IsNodeNew(id); }
+    bool IsArriving(const std::string& id) const override;
     std::uint64_t RegisterHotplug(HotplugHandler handler) override;
     void DeregisterHotplug(std::uint64_t registration) override { m_Handlers.Remove(registration); }
     std::size_t TransferMemoryLimit() const override;
 
 private:
     static int LIBUSB_CALL Noticed(libusb_context*, libusb_device* device, libusb_hotplug_event event, void* self);
-    bool StartWatching();
-    void Watch();
+    [[nodiscard]] Result Watch(HotplugHandler handler, std::uint64_t& registration);
+    [[nodiscard]] Result StartWatching();
+    void Run();
 
     // constant after construction
     const LibusbContext m_Context;
 
     HotplugHandlers m_Handlers;
     /// Filled and emptied by the watching thread alone: handlers must not run inside libusb.
-    std::deque<std::pair<HotplugEvent, std::string>> m_Noticed;
+    HotplugNotices m_Noticed;
     std::atomic<bool> m_Stop{false};
 
     std::mutex m_Lock;
@@ -68,66 +71,96 @@ LibusbBackend::~LibusbBackend() {
 }
 
 Result LibusbBackend::Enumerate(std::vector<DeviceEntry>& devices) {
-    const LibusbDeviceList list(m_Context.get());
-    const auto first = static_cast<std::ptrdiff_t>(devices.size());
-    for (libusb_device* device : list)
-        devices.push_back(Describe(device));
-    // libusb lists the newest first.
-    std::sort(devices.begin() + first, devices.end(), [](const DeviceEntry& a, const DeviceEntry& b) {
-        return std::tie(a.bus, a.ports) < std::tie(b.bus, b.ports);
+    return NoThrow([&] {
+        const LibusbDeviceList list(m_Context.get());
+        const auto first = static_cast<std::ptrdiff_t>(devices.size());
+        for (libusb_device* device : list)
+            devices.push_back(Describe(device));
+        // libusb lists the newest first.
+        std::sort(devices.begin() + first, devices.end(), [](const DeviceEntry& a, const DeviceEntry& b) {
+            return std::tie(a.bus, a.ports) < std::tie(b.bus, b.ports);
+        });
+        return FromLibusb(list.Error());
     });
-    return FromLibusb(list.Error());
 }
 
 Result LibusbBackend::Open(const std::string& id, std::unique_ptr<Handle>& handle) {
-    Result result = Result::Other;
-    handle = LibusbHandle::Open(id, result);
+    const Result result = NoThrow([&] {
+        Result opened = Result::Other;
+        handle = LibusbHandle::Open(id, opened);
+        return opened;
+    });
     const bool isPlain = result == Result::Ok || result == Result::Access || result == Result::Busy;
     return isPlain || HasSpareFiles() ? result : Result::TooManyFiles;
 }
 
+bool LibusbBackend::IsArriving(const std::string& id) const {
+    bool isNew = false;
+    const Result asked = NoThrow([&] {
+        isNew = IsNodeNew(id);
+        return Result::Ok;
+    });
+    return asked == Result::Ok && isNew;
+}
+
 std::uint64_t LibusbBackend::RegisterHotplug(HotplugHandler handler) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    const std::uint64_t registration = m_Handlers.Add(std::move(handler));
-    if (m_Watcher.joinable() || StartWatching()) return registration;
+    std::uint64_t registration = 0;
+    const Result result = NoThrow([&] { return Watch(std::move(handler), registration); });
+    if (result == Result::Ok) return registration;
     m_Handlers.Remove(registration);
     return 0;
 }
 
-bool LibusbBackend::StartWatching() {
-    if (!libusb_has_capability(LIBUSB_CAP_HAS_HOTPLUG)) return false;
+Result LibusbBackend::Watch(HotplugHandler handler, std::uint64_t& registration) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    registration = m_Handlers.Add(std::move(handler));
+    return m_Watcher.joinable() ? Result::Ok : StartWatching();
+}
+
+Result LibusbBackend::StartWatching() {
+    if (!libusb_has_capability(LIBUSB_CAP_HAS_HOTPLUG)) return Result::NotSupported;
     const int events = LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT;
     const int code = libusb_hotplug_register_callback(
         m_Context.get(), events, LIBUSB_HOTPLUG_NO_FLAGS, LIBUSB_HOTPLUG_MATCH_ANY, LIBUSB_HOTPLUG_MATCH_ANY,
         LIBUSB_HOTPLUG_MATCH_ANY, &LibusbBackend::Noticed, this, &m_Callback);
-    if (code != LIBUSB_SUCCESS) return false;
-    m_Watcher = std::thread(&LibusbBackend::Watch, this);
-    return true;
+    if (code != LIBUSB_SUCCESS) return FromLibusb(code);
+    try {
+        m_Watcher = std::thread(&LibusbBackend::Run, this);
+    } catch (...) { // neither thread nor memory: nobody would take what libusb notices
+        libusb_hotplug_deregister_callback(m_Context.get(), m_Callback);
+        throw;
+    }
+    return Result::Ok;
 }
 
 int LibusbBackend::Noticed(libusb_context*, libusb_device* device, libusb_hotplug_event event, void* self) {
-    const bool arrived = event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED;
-    static_cast<LibusbBackend*>(self)->m_Noticed.emplace_back(arrived ? HotplugEvent::Arrived : HotplugEvent::Left,
-                                                              DeviceId(device));
+    if (HotplugNotices::Notice* notice = static_cast<LibusbBackend*>(self)->m_Noticed.Append()) {
+        notice->event = event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED ? HotplugEvent::Arrived : HotplugEvent::Left;
+        WriteDeviceId(device, notice->id);
+    }
     return 0; // stay registered
 }
 
-void LibusbBackend::Watch() {
+void LibusbBackend::Run() {
     while (!m_Stop) {
         timeval limit{60, 0};
         libusb_handle_events_timeout_completed(m_Context.get(), &limit, nullptr);
-        while (!m_Noticed.empty() && !m_Stop) {
-            const auto [event, id] = std::move(m_Noticed.front());
-            m_Noticed.pop_front();
-            m_Handlers.Notify(event, id);
+        while (!m_Noticed.IsEmpty() && !m_Stop) {
+            const HotplugNotices::Notice& notice = m_Noticed.Front();
+            m_Handlers.Notify(notice.event, notice.id);
+            m_Noticed.RemoveFront();
         }
     }
 }
 
 std::size_t LibusbBackend::TransferMemoryLimit() const {
-    const std::vector<std::uint8_t> text = ReadSmallFile(kMemoryLimitPath);
-    const unsigned long megabytes = std::strtoul(std::string(text.begin(), text.end()).c_str(), nullptr, 10);
-    return static_cast<std::size_t>(megabytes) << 20;
+    unsigned long megabytes = 0;
+    const Result result = NoThrow([&] {
+        const std::vector<std::uint8_t> text = ReadSmallFile(kMemoryLimitPath);
+        megabytes = std::strtoul(std::string(text.begin(), text.end()).c_str(), nullptr, 10);
+        return Result::Ok;
+    });
+    return result == Result::Ok ? static_cast<std::size_t>(megabytes) << 20 : 0;
 }
 
 } // namespace

@@ -92,21 +92,32 @@ int ActiveConfiguration(libusb_device* device) {
     return value;
 }
 
-std::vector<std::uint8_t> Ports(libusb_device* device) {
-    std::array<std::uint8_t, 16> ports{};
-    const int count = libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
-    return std::vector<std::uint8_t>(ports.begin(), ports.begin() + std::max(count, 0));
-}
+constexpr std::size_t kMostPorts = 16;
+
+/// Path from the root hub. Needs no memory.
+struct PortPath {
+    explicit PortPath(libusb_device* device)
+        : count(std::max(libusb_get_port_numbers(device, ports.data(), static_cast<int>(kMostPorts)), 0)) {}
+
+    std::array<std::uint8_t, kMostPorts> ports{};
+    const int count;
+};
 
 } // namespace
 
+void WriteDeviceId(libusb_device* device, std::string& id) {
+    const PortPath path(device);
+    id = path.count == 0 ? "usb" : "";
+    id += std::to_string(libusb_get_bus_number(device));
+    for (int i = 0; i < path.count; ++i) {
+        id += i == 0 ? '-' : '.';
+        id += std::to_string(path.ports[static_cast<std::size_t>(i)]);
+    }
+}
+
 std::string DeviceId(libusb_device* device) {
-    const std::string bus = std::to_string(libusb_get_bus_number(device));
-    const std::vector<std::uint8_t> ports = Ports(device);
-    if (ports.empty()) return "usb" + bus;
-    std::string id = bus;
-    for (std::size_t i = 0; i < ports.size(); ++i)
-        id += (i == 0 ? "-" : ".") + std::to_string(ports[i]);
+    std::string id;
+    WriteDeviceId(device, id);
     return id;
 }
 
@@ -160,7 +171,8 @@ DeviceEntry Describe(libusb_device* device) {
     entry.id = DeviceId(device);
     entry.bus = libusb_get_bus_number(device);
     entry.address = libusb_get_device_address(device);
-    entry.ports = Ports(device);
+    const PortPath path(device);
+    entry.ports.assign(path.ports.begin(), path.ports.begin() + path.count);
     entry.speed = FromLibusbSpeed(libusb_get_device_speed(device));
     entry.activeConfiguration = ActiveConfiguration(device);
     libusb_device_descriptor descriptor{};

@@ -15,6 +15,8 @@ namespace usb {
 /// Bus number and port path, "2-1.4"; "usb2" for the root hub of bus 2. This is also the device's name in sysfs, and it
 /// stays the same when the device re-enumerates on its port.
 std::string DeviceId(libusb_device* device);
+/// The same into a text that is there already; needs no memory where it has room.
+void WriteDeviceId(libusb_device* device, std::string& id);
 /// Path of the bytes that the kernel keeps of all descriptors of a device.
 std::string DescriptorsPath(const std::string& id);
 /// Splits such a file: the device descriptor and the configurations behind it. A last configuration that is shorter

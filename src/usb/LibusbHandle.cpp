@@ -3,6 +3,7 @@
 
 #include "usb/LibusbDescriptors.h"
 #include "usb/LibusbResult.h"
+#include "usb/NoThrow.h"
 #include "usb/SynchronousTransfer.h"
 
 #include <algorithm>
@@ -246,10 +247,15 @@ std::vector<std::uint8_t> LibusbHandle::ReadStringDescriptor(std::uint8_t index,
 /// In the first language that the device offers.
 std::string LibusbHandle::ReadString(std::uint8_t index) {
     if (index == 0) return {};
-    const auto languages = ReadStringDescriptor(0, 0);
-    if (languages.size() < 4) return {};
-    const auto language = static_cast<std::uint16_t>(languages[2] | languages[3] << 8);
-    return AsciiOfStringDescriptor(ReadStringDescriptor(index, language));
+    std::string text;
+    const Result result = NoThrow([&] {
+        const auto languages = ReadStringDescriptor(0, 0);
+        if (languages.size() < 4) return Result::NotFound;
+        const auto language = static_cast<std::uint16_t>(languages[2] | languages[3] << 8);
+        text = AsciiOfStringDescriptor(ReadStringDescriptor(index, language));
+        return Result::Ok;
+    });
+    return result == Result::Ok ? text : std::string();
 }
 
 std::uint8_t* LibusbHandle::AllocateMemory(std::size_t size) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 
 namespace usb {
 namespace {
@@ -35,15 +36,18 @@ Result SynchronousTransfer::Control(const ControlSetup& setup, std::uint8_t* dat
     actual = 0;
     if (setup.length > kControlLimit) return Result::InvalidParam;
     if (m_Transfer == nullptr) return Result::NoMemory;
-    std::vector<std::uint8_t> buffer(LIBUSB_CONTROL_SETUP_SIZE + std::size_t{setup.length});
-    libusb_fill_control_setup(buffer.data(), setup.requestType, setup.request, setup.value, setup.index, setup.length);
+    const std::size_t size = LIBUSB_CONTROL_SETUP_SIZE + std::size_t{setup.length};
+    const std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[size]());
+    if (buffer == nullptr) return Result::NoMemory;
+    std::uint8_t* const payload = buffer.get() + LIBUSB_CONTROL_SETUP_SIZE;
+    libusb_fill_control_setup(buffer.get(), setup.requestType, setup.request, setup.value, setup.index, setup.length);
     const bool reads = (setup.requestType & kDirectionIn) != 0;
-    if (!reads) std::copy_n(data, setup.length, buffer.begin() + LIBUSB_CONTROL_SETUP_SIZE);
-    libusb_fill_control_transfer(m_Transfer.get(), m_Device, buffer.data(), &SynchronousTransfer::Ended, this,
+    if (!reads) std::copy_n(data, setup.length, payload);
+    libusb_fill_control_transfer(m_Transfer.get(), m_Device, buffer.get(), &SynchronousTransfer::Ended, this,
                                  timeoutMs);
     const Result result = Run(actual);
     actual = std::min<std::size_t>(actual, setup.length);
-    if (reads) std::copy_n(buffer.begin() + LIBUSB_CONTROL_SETUP_SIZE, actual, data);
+    if (reads) std::copy_n(payload, actual, data);
     return result;
 }
 

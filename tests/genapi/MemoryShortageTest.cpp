@@ -1,6 +1,6 @@
 // Memory that runs out in the middle of an operation: the operation fails, the node map does not.
-#include "genapi/support/Shortage.h"
 #include "genapi/support/XmlMap.h"
+#include "support/Shortage.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-using genapi_test::Shortage;
 using genapi_test::XmlMap;
+using shortage::Whose;
 
 /// Writes go through a converter, a masked register and a selector; formulas and invalidators follow them.
 const char kNodes[] = R"(
@@ -37,7 +37,7 @@ void FailEachAllocationOf(const std::function<void(XmlMap&)>& operation) {
         XmlMap map(kNodes);
         bool isMet = false;
         try {
-            const Shortage shortage(allocation);
+            const shortage::MemoryShortage shortage(Whose::Mine, allocation);
             try {
                 operation(map);
             } catch (...) {
@@ -91,7 +91,7 @@ TEST(MemoryShortage, FailsALoadWithoutHarm) {
     for (long allocation = 0; allocation < 10000; ++allocation) {
         std::unique_ptr<XmlMap> map;
         try {
-            const Shortage shortage(allocation);
+            const shortage::MemoryShortage shortage(Whose::Mine, allocation);
             map = std::make_unique<XmlMap>(kNodes);
         } catch (const std::bad_alloc&) {
             ++failures;

@@ -18,11 +18,15 @@ public:
     AmpleMemory& operator=(const AmpleMemory&) = delete;
 };
 
-/// As long as it lives, one allocation of the process fails, that after the next `left` ones. Those of threads with
-/// ample memory don't count. Needs Shortage.cpp in the program.
+/// Whose allocations: those of the thread that made the shortage, those of all others, or everybody's. Those of threads
+/// with ample memory never count.
+enum class Whose { Mine, Others, All };
+
+/// As long as it lives, allocations fail that come after the next `left` ones: `count` of them. One at a time. Needs
+/// Shortage.cpp in the program.
 class MemoryShortage {
 public:
-    explicit MemoryShortage(long left);
+    MemoryShortage(Whose whose, long left, long count = 1);
     ~MemoryShortage();
     MemoryShortage(const MemoryShortage&) = delete;
     MemoryShortage& operator=(const MemoryShortage&) = delete;
@@ -30,6 +34,9 @@ public:
     /// Whether it came to that.
     bool WasMet() const;
 };
+
+/// Pieces of memory that are allocated now. Needs Shortage.cpp in the program.
+long LiveAllocations();
 
 /// As long as it lives, no thread can be started: each would need more stack than any machine has.
 class ThreadShortage {
@@ -51,6 +58,18 @@ public:
 
 private:
     pthread_attr_t m_Before;
+};
+
+/// As long as it lives, no thread can be started after the next `left` ones. Without effect under sanitizers, which
+/// start threads themselves. One at a time. Needs Shortage.cpp in the program.
+class LaterThreadShortage {
+public:
+    explicit LaterThreadShortage(long left);
+    ~LaterThreadShortage();
+    LaterThreadShortage(const LaterThreadShortage&) = delete;
+    LaterThreadShortage& operator=(const LaterThreadShortage&) = delete;
+
+    static bool CanBe();
 };
 
 } // namespace shortage

@@ -1,7 +1,7 @@
 // The search for transport layers while memory runs out at each of its allocations in turn.
 
 #include "PluginFolder.h"
-#include "genapi/support/Shortage.h"
+#include "support/Shortage.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ namespace {
 template<class Step>
 void ForEachAllocation(Step step) {
     for (long left = 0;; ++left) {
-        const genapi_test::Shortage shortage(left);
+        const shortage::MemoryShortage shortage(shortage::Whose::Mine, left);
         try {
             step();
         } catch (const std::bad_alloc&) {
@@ -56,7 +56,7 @@ TEST_F(MemoryShortage, LeavesNoTransportLayerBehind) {
 
 TEST_F(MemoryShortage, DoesNotHinderTheReleaseOfATransportLayer) {
     ITransportLayer* const pTl = factory.CreateTl("FakeCam");
-    const genapi_test::Shortage shortage(0);
+    const shortage::MemoryShortage shortage(shortage::Whose::Mine, 0);
     factory.ReleaseTl(pTl);
     EXPECT_EQ(fakeCam.destructions, 1);
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <system_error>
 
 #include <fcntl.h>
@@ -108,7 +109,12 @@ void TraceFile::Append(CaptureRecord record) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (m_File == nullptr) return;
     const std::uint64_t now = Now(); // under the lock, so that the file is in the order of time
-    Write(PacketBlock(EncodeCapture(record, now), whole - record.captured, now));
+    try {
+        Write(PacketBlock(EncodeCapture(record, now), whole - record.captured, now));
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        Fail();
+    }
     const auto time = std::chrono::steady_clock::now();
     if (m_File == nullptr || time - m_Flushed < std::chrono::seconds(1)) return;
     m_Flushed = time;
@@ -125,7 +131,11 @@ void TraceFile::FlushLocked() {
 }
 
 void TraceFile::Fail() {
-    Complain(std::string(kFileSwitch) + ": the trace in " + m_Path + " is not whole: " + ErrorText());
+    try {
+        Complain(std::string(kFileSwitch) + ": the trace in " + m_Path + " is not whole: " + ErrorText());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s: the trace is not whole, for want of memory\n", kFileSwitch);
+    }
     if (m_File != nullptr) std::fclose(std::exchange(m_File, nullptr));
 }
 

@@ -33,7 +33,7 @@ public:
     TraceFile(const TraceFile&) = delete;
     TraceFile& operator=(const TraceFile&) = delete;
 
-    /// Writes a record; cuts its data.
+    /// Writes a record; cuts its data. Throws nothing.
     void Append(CaptureRecord record);
     /// Number for the two records of a transfer.
     std::uint64_t NextId() { return ++m_LastId; }

@@ -1,6 +1,7 @@
 // A bus whose traffic is written to a trace.
 #include "usb/trace/TracedBackend.h"
 
+#include "usb/NoThrow.h"
 #include "usb/trace/TracedHandle.h"
 
 #include <algorithm>
@@ -46,10 +47,13 @@ private:
 Result TracedBackend::Enumerate(std::vector<DeviceEntry>& devices) {
     const std::size_t before = devices.size();
     const Result result = m_Backend->Enumerate(devices);
-    for (std::size_t i = before; i < devices.size(); ++i)
-        Describe(devices[i]);
+    const Result described = NoThrow([&] {
+        for (std::size_t i = before; i < devices.size(); ++i)
+            Describe(devices[i]);
+        return Result::Ok;
+    });
     m_Trace->Flush(); // a short program may ask for nothing else
-    return result;
+    return result == Result::Ok ? described : result;
 }
 
 /// The system has read the descriptors long ago; who reads the trace needs them to know what the endpoints are for.
@@ -81,8 +85,11 @@ Result TracedBackend::Open(const std::string& id, std::unique_ptr<Handle>& handl
     }
     std::unique_ptr<Handle> opened;
     const Result result = m_Backend->Open(id, opened);
-    if (opened != nullptr) handle = std::make_unique<TracedHandle>(std::move(opened), m_Trace, place);
-    return result;
+    if (opened == nullptr) return result;
+    return NoThrow([&] {
+        handle = std::make_unique<TracedHandle>(std::move(opened), m_Trace, place);
+        return result;
+    });
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // An opened device whose transfers are written to a trace.
 #include "usb/trace/TracedHandle.h"
 
+#include "usb/NoThrow.h"
+
 #include <new>
 #include <utility>
 
@@ -105,8 +107,12 @@ std::string TracedHandle::ReadString(std::uint8_t index) {
     const auto value = static_cast<std::uint16_t>(kStringType << 8 | index);
     TracedControl record(*m_Trace, m_Place, {kDirectionIn, kGetDescriptor, value, kEnglish, kStringLimit});
     const std::string text = m_Handle->ReadString(index);
-    const auto bytes = StringDescriptor(text);
-    record.Completed(text.empty() ? Result::Pipe : Result::Ok, bytes.data(), text.empty() ? 0 : bytes.size());
+    const Result written = NoThrow([&] {
+        const auto bytes = StringDescriptor(text);
+        record.Completed(text.empty() ? Result::Pipe : Result::Ok, bytes.data(), text.empty() ? 0 : bytes.size());
+        return Result::Ok;
+    });
+    if (written != Result::Ok) record.Completed(written, nullptr, 0);
     return text;
 }
 

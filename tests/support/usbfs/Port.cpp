@@ -1,6 +1,7 @@
 // A port of the emulated bus and the device in it.
 #include "support/usbfs/Port.h"
 
+#include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Udev.h"
 
@@ -95,6 +96,7 @@ void Port::Ask(Wish wish) {
 }
 
 void Port::Work() {
+    const shortage::AmpleMemory ample;
     pthread_setname_np(pthread_self(), "usbfs-port");
     std::unique_lock<std::mutex> lock(m_SignalLock);
     for (;;) {

@@ -1,5 +1,6 @@
 // open(), stat(), close() and ioctl() of this process, with the files of usbfs and of sysfs's USB part taken from the
 // emulated bus. Everything else goes to the C library.
+#include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Ioctl.h"
 #include "support/usbfs/RealCalls.h"
@@ -128,6 +129,7 @@ int StatNode(const char* path, struct stat* status) {
 }
 
 int OpenAny(const char* path, int flags, mode_t mode) {
+    const shortage::AmpleMemory ample;
     return IsOurs(path) ? Finish(OpenOurs(path)) : real::Open(path, flags, mode);
 }
 
@@ -181,10 +183,12 @@ int __open64_2(const char* path, int flags) {
 
 int stat(const char* path, struct stat* status) {
     if (!usbfs::HasPrefix(path, usbfs::kNodes)) return usbfs::real::Stat(path, status);
+    const shortage::AmpleMemory ample;
     return usbfs::Finish(usbfs::StatNode(path, status));
 }
 
 int close(int file) {
+    const shortage::AmpleMemory ample;
     const usbfs::Bus::Opened opened = usbfs::Bus::Instance().TakeOpened(file);
     if (opened.port != nullptr) opened.port->Close(*opened.file);
     return usbfs::real::Close(file);
@@ -195,6 +199,7 @@ int ioctl(int file, unsigned long request, ...) {
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
+    const shortage::AmpleMemory ample;
     const usbfs::Bus::Opened opened = usbfs::Bus::Instance().FindOpened(file);
     if (opened.port == nullptr) return usbfs::real::Ioctl(file, request, argument);
     return usbfs::Finish(usbfs::ServeIoctl(opened, static_cast<unsigned int>(request), argument));

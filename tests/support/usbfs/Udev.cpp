@@ -2,6 +2,7 @@
 // the program, or of a preloaded library, are found first.
 #include "support/usbfs/Udev.h"
 
+#include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Port.h"
 
@@ -77,6 +78,7 @@ using usbfs::Monitors;
 extern "C" {
 
 udev* udev_new() {
+    const shortage::AmpleMemory ample;
     Bus::Instance().Start();
     return new udev;
 }
@@ -87,6 +89,7 @@ udev* udev_unref(udev* self) {
 }
 
 udev_monitor* udev_monitor_new_from_netlink(udev*, const char*) {
+    const shortage::AmpleMemory ample;
     auto* monitor = new udev_monitor;
     monitor->file = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE);
     return monitor;
@@ -97,6 +100,7 @@ int udev_monitor_filter_add_match_subsystem_devtype(udev_monitor*, const char*, 
 }
 
 int udev_monitor_enable_receiving(udev_monitor* self) {
+    const shortage::AmpleMemory ample;
     Monitors& monitors = Monitors::Instance();
     const std::lock_guard<std::mutex> lock(monitors.lock);
     monitors.all.push_back(self);
@@ -108,6 +112,7 @@ int udev_monitor_get_fd(udev_monitor* self) {
 }
 
 udev_device* udev_monitor_receive_device(udev_monitor* self) {
+    const shortage::AmpleMemory ample;
     const std::lock_guard<std::mutex> lock(Monitors::Instance().lock);
     if (self->events.empty()) return nullptr;
     eventfd_t one = 0;
@@ -129,6 +134,7 @@ udev_monitor* udev_monitor_unref(udev_monitor* self) {
 }
 
 udev_enumerate* udev_enumerate_new(udev*) {
+    const shortage::AmpleMemory ample;
     return new udev_enumerate;
 }
 
@@ -146,6 +152,7 @@ int udev_enumerate_add_match_property(udev_enumerate*, const char*, const char*)
 }
 
 int udev_enumerate_scan_devices(udev_enumerate* self) {
+    const shortage::AmpleMemory ample;
     for (const auto& port : Bus::Instance().Ports()) {
         if (!port->IsPresent()) continue;
         self->entries.push_back({kDevicesPath + port->Name(), nullptr});
@@ -168,6 +175,7 @@ const char* udev_list_entry_get_name(udev_list_entry* self) {
 }
 
 udev_device* udev_device_new_from_syspath(udev*, const char* path) {
+    const shortage::AmpleMemory ample;
     const std::string text = path;
     const auto port = Bus::Instance().FindPort(text.substr(text.rfind('/') + 1));
     return port != nullptr ? new udev_device{"", port->Name(), port->Node()} : nullptr;

@@ -11,6 +11,7 @@ using namespace streamtest;
 using shortage::AmpleMemory;
 using shortage::MemoryShortage;
 using shortage::ThreadShortage;
+using shortage::Whose;
 
 namespace {
 
@@ -40,7 +41,7 @@ void FailEachAllocationOf(const std::function<void(EngineBench&)>& scenario, con
         bench.Start();
         bool wasMet = false;
         {
-            const MemoryShortage shortage(allocation);
+            const MemoryShortage shortage(Whose::All, allocation);
             scenario(bench);
             wasMet = shortage.WasMet();
         }
@@ -81,7 +82,7 @@ TEST(StreamShortage, CostsNoBufferWhileBuffersAreTooSmall) {
     const AmpleMemory ours;
     EngineBench bench(sizes);
     bench.Start();
-    const MemoryShortage shortage(0);
+    const MemoryShortage shortage(Whose::All, 0);
     bench.bus.Send(bench.Good(1));
     EXPECT_EQ(bench.NextAndQueue().Status, VX_E_BUFFER_TOO_SMALL);
     EXPECT_FALSE(shortage.WasMet());
@@ -127,7 +128,7 @@ TEST(StreamShortage, CostsNoBufferWhenTheCameraGoes) {
     const AmpleMemory ours;
     EngineBench bench;
     bench.Start();
-    const MemoryShortage shortage(0);
+    const MemoryShortage shortage(Whose::All, 0);
     bench.bus.Unplug();
     for (std::size_t i = 0; i < bench.sizes.buffers; ++i)
         EXPECT_EQ(bench.Next().Status, VX_E_USB_NO_DEVICE);

@@ -7,15 +7,19 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Shortage.h"
 #include "virtualcam/Backend.h"
 #include "virtualcam/DeviceClient.h"
 #include "virtualcam/SmallCamera.h"
-#include "virtualcam/shortage/Shortage.h"
 
 namespace virtualcam {
 namespace {
 
 using namespace test;
+using shortage::LaterThreadShortage;
+using shortage::LiveAllocations;
+using shortage::MemoryShortage;
+using shortage::Whose;
 using usb::Result;
 
 constexpr std::uint32_t kPayload = 128 * 64;
@@ -183,12 +187,12 @@ TEST(BusShortage, WhileItIsMadeLeavesNothingBehind) {
 }
 
 TEST(BusWithoutThreads, IsNotMadeAndSaysWhy) {
-    if (!ThreadShortage::CanBe()) GTEST_SKIP();
+    if (!LaterThreadShortage::CanBe()) GTEST_SKIP();
     { const Backend first(OneCamera()); }
     for (const long left : {0, 1}) {
         const long before = LiveAllocations();
         {
-            const ThreadShortage shortage(left);
+            const LaterThreadShortage shortage(left);
             std::string error;
             EXPECT_EQ(CreateBackend("1", error), nullptr);
             EXPECT_EQ(error, left == 0 ? "no thread is left for a camera" : "no thread is left for the virtual bus");

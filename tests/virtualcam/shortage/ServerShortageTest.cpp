@@ -2,17 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/shortage/Shortage.h"
+#include "support/Shortage.h"
 #include "virtualcam/usbip/ServerFixture.h"
 
 namespace virtualcam::usbip {
 namespace {
 
 using namespace test;
-using virtualcam::test::LiveAllocations;
-using virtualcam::test::MemoryShortage;
-using virtualcam::test::ThreadShortage;
-using virtualcam::test::Whose;
+using shortage::LiveAllocations;
+using shortage::MemoryShortage;
+using shortage::ThreadShortage;
+using shortage::Whose;
 
 /// A client that takes it as it comes when the server closes. Bound to a thread.
 class Visitor {
@@ -89,7 +89,6 @@ TEST(ServerShortage, OfMemoryAtEveryAllocationCostsAtMostAConnection) {
 }
 
 TEST(ServerShortage, OfThreadsCostsAtMostAConnection) {
-    if (!ThreadShortage::CanBe()) GTEST_SKIP();
     RemoteCameras cameras = MakeRemoteCameras(Cameras(2));
     const Server server(cameras, AnyPort(), [](const std::string&) {});
     {
@@ -100,7 +99,6 @@ TEST(ServerShortage, OfThreadsCostsAtMostAConnection) {
 }
 
 TEST(ServerShortage, OfThreadsWhileItIsMadeLeavesNothingBehind) {
-    if (!ThreadShortage::CanBe()) GTEST_SKIP();
     RemoteCameras cameras = MakeRemoteCameras(Cameras(2));
     const long before = LiveAllocations();
     {
