@@ -15,6 +15,8 @@ pkg_check_modules(LOG4CPP REQUIRED IMPORTED_TARGET log4cpp)
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
 # Only for lending virtual cameras to virtual machines: the project builds without it.
 pkg_check_modules(USBREDIR IMPORTED_TARGET libusbredirparser-0.5)
+# Only for the door from GStreamer: the project builds without it.
+pkg_check_modules(GSTREAMER IMPORTED_TARGET gstreamer-1.0>=1.22 gstreamer-base-1.0 gstreamer-video-1.0)
 if(TAVIX_BUILD_TESTS)
   include(GoogleTest)
   find_package(GTest REQUIRED)

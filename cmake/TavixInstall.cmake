@@ -18,6 +18,9 @@ install(TARGETS tavixusb EXPORT tavix LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR
 install(TARGETS virtualcam_backend LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 # Consumers of GenTL take every producer of a folder, so ours has one of its own; GENICAM_GENTL64_PATH names it.
 install(TARGETS gentl LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tavix-gentl)
+if(TARGET gsttavix)
+  install(TARGETS gsttavix LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/gstreamer-1.0 COMPONENT gstreamer)
+endif()
 install(TARGETS tavix_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${TAVIX_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development

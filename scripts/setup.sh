@@ -12,6 +12,8 @@ packages=(
     libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libtiff-dev libusbredirparser-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     pybind11-dev python3-dev python3-numpy python3-pytest
+    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+    python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0
 )
 developer_packages=(
     clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen

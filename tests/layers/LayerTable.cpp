@@ -38,6 +38,9 @@ constexpr OutsideHeader kOutside[] = {
     {"benchmark/", "benchmark"},
     {"usbredirparser.h", "usbredir"},
     {"pybind11/", "pybind11"},
+    {"gst/", "gst"},
+    {"glib.h", "gst"},
+    {"glib-object.h", "gst"},
 };
 
 // Folders of the system's own headers; its headers without a folder end in ".h", those of the language in nothing.

@@ -1,0 +1,38 @@
+#pragma once
+// Caps out of a camera's limits, and a camera set up as caps say.
+
+#include "gstreamer/Format.h"
+#include "gstreamer/Handles.h"
+
+#include <tavix/camera/Camera.h>
+
+#include <gst/video/video.h>
+
+namespace tavixgst {
+
+/// Whether formats that GStreamer lacks are converted on the host.
+enum class Conversion { None, WhereNeeded };
+
+/// What goes down the pipeline. Re-entrant.
+struct Layout {
+    const Format* format = nullptr; ///< null: nothing is negotiated
+    guint width = 0, height = 0;
+    gint rateNumerator = 0, rateDenominator = 1; ///< 0/1: variable
+    gsize stride = 0, size = 0;                  ///< as GStreamer lays such images out when nothing else is told
+    GstVideoInfo video{};                        ///< for raw video
+
+    /// Zero for a variable rate.
+    GstClockTime Duration() const;
+};
+
+/// All that the camera can send now; what it is set to stands first.
+CapsPtr CapsOf(const Tavix::Camera& camera, Conversion conversion);
+/// Chooses what the camera is set to wherever the caps leave a choice, and else what is nearest. Consumes the caps.
+GstCaps* Fixate(const Tavix::Camera& camera, GstCaps* caps);
+/// Null for caps that are not of ours.
+const Format* FormatOf(const Tavix::Camera& camera, const GstStructure& caps, Conversion conversion);
+Layout LayoutOf(const Format& format, const GstCaps& caps);
+/// Sets the camera up; what is so already is not written. The camera must not stream.
+void Configure(Tavix::Camera& camera, const Layout& layout, Conversion conversion);
+
+} // namespace tavixgst

@@ -1,0 +1,140 @@
+#include "gstreamer/Element.h"
+
+#include "gstreamer/Format.h"
+#include "gstreamer/ImageMeta.h"
+#include "gstreamer/Report.h"
+#include "gstreamer/Source.h"
+
+GST_DEBUG_CATEGORY_STATIC(tavixsrc_debug);
+#define GST_CAT_DEFAULT tavixsrc_debug
+
+G_DEFINE_TYPE_WITH_CODE(GstTavixSrc, gst_tavix_src, GST_TYPE_PUSH_SRC,
+                        GST_DEBUG_CATEGORY_INIT(tavixsrc_debug, "tavixsrc", 0, "USB3 Vision camera source"))
+
+namespace tavixgst {
+
+Source& SourceOf(gpointer element) {
+    return *static_cast<GstTavixSrc*>(element)->source;
+}
+
+namespace {
+
+/// Calls what may throw; an exception becomes an error on the bus, and the value for failure is returned.
+template<class Result, class Call>
+Result Guarded(gpointer element, Result failure, Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::exception& problem) {
+        PostError(*GST_ELEMENT(element), problem);
+    }
+    return failure;
+}
+
+GstStateChangeReturn ChangeState(GstElement* element, GstStateChange change) {
+    GST_LOG_OBJECT(element, "state change %s", gst_state_change_get_name(change));
+    Source& source = SourceOf(element);
+    if (change == GST_STATE_CHANGE_NULL_TO_READY && !Guarded(element, false, [&] { return source.Open(), true; }))
+        return GST_STATE_CHANGE_FAILURE;
+    const GstStateChangeReturn result = GST_ELEMENT_CLASS(gst_tavix_src_parent_class)->change_state(element, change);
+    if (change == GST_STATE_CHANGE_PLAYING_TO_PAUSED) source.StopStream(); // what it sends now would be old later
+    if (change == GST_STATE_CHANGE_READY_TO_NULL || result == GST_STATE_CHANGE_FAILURE) source.Close();
+    return result;
+}
+
+GstCaps* GetCaps(GstBaseSrc* element, GstCaps* filter) {
+    CapsPtr caps = Guarded(element, CapsPtr(), [&] { return SourceOf(element).Caps(); });
+    if (!caps) caps.reset(gst_pad_get_pad_template_caps(GST_BASE_SRC_PAD(element)));
+    return filter ? gst_caps_intersect_full(filter, caps.get(), GST_CAPS_INTERSECT_FIRST) : caps.release();
+}
+
+GstCaps* Fixate(GstBaseSrc* element, GstCaps* caps) {
+    return Guarded(element, caps, [&] { return SourceOf(element).Fixate(caps); });
+}
+
+gboolean SetCaps(GstBaseSrc* element, GstCaps* caps) {
+    GST_INFO_OBJECT(element, "caps %" GST_PTR_FORMAT, static_cast<void*>(caps));
+    return Guarded(element, FALSE, [&] { return SourceOf(element).Negotiated(*caps), TRUE; });
+}
+
+/// Images bring their memory along; others' is for what must be copied.
+gboolean DecideAllocation(GstBaseSrc* element, GstQuery* query) {
+    Source& source = SourceOf(element);
+    source.SetKnowsVideoMeta(gst_query_find_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr));
+    while (!source.NeedsPool() && gst_query_get_n_allocation_pools(query) != 0)
+        gst_query_remove_nth_allocation_pool(query, 0);
+    return GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->decide_allocation(element, query);
+}
+
+gboolean Query(GstBaseSrc* element, GstQuery* query) {
+    if (GST_QUERY_TYPE(query) != GST_QUERY_LATENCY)
+        return GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->query(element, query);
+    const auto latency = SourceOf(element).Latency();
+    gst_query_set_latency(query, /*live=*/TRUE, latency.least, latency.most);
+    return TRUE;
+}
+
+gboolean Unlock(GstBaseSrc* element) {
+    SourceOf(element).Interrupt();
+    return TRUE;
+}
+
+gboolean UnlockStop(GstBaseSrc* element) {
+    SourceOf(element).Resume();
+    return TRUE;
+}
+
+gboolean Stop(GstBaseSrc* element) {
+    SourceOf(element).StopStream();
+    return TRUE;
+}
+
+gboolean IsSeekable(GstBaseSrc*) {
+    return FALSE;
+}
+
+GstFlowReturn Create(GstPushSrc* element, GstBuffer** buffer) {
+    return Guarded(element, GST_FLOW_ERROR, [&] { return SourceOf(element).Create(buffer); });
+}
+
+void Finalize(GObject* object) {
+    delete static_cast<GstTavixSrc*>(static_cast<void*>(object))->source;
+    G_OBJECT_CLASS(gst_tavix_src_parent_class)->finalize(object);
+}
+
+} // namespace
+} // namespace tavixgst
+
+static void gst_tavix_src_class_init(GstTavixSrcClass* klass) {
+    using namespace tavixgst;
+    RegisterMeta();
+    G_OBJECT_CLASS(klass)->finalize = Finalize;
+    InstallProperties(*G_OBJECT_CLASS(klass));
+    InstallActions(*G_OBJECT_CLASS(klass));
+
+    GstElementClass* element = GST_ELEMENT_CLASS(klass);
+    element->change_state = ChangeState;
+    gst_element_class_set_static_metadata(element, "USB3 Vision camera source", "Source/Video/Device",
+                                          "Images of USB3 Vision cameras, without a copy", "The Tavix project");
+    GstCaps* caps = TemplateCaps();
+    gst_element_class_add_pad_template(element, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
+    gst_caps_unref(caps);
+
+    GstBaseSrcClass* base = GST_BASE_SRC_CLASS(klass);
+    base->get_caps = GetCaps;
+    base->fixate = Fixate;
+    base->set_caps = SetCaps;
+    base->decide_allocation = DecideAllocation;
+    base->query = Query;
+    base->unlock = Unlock;
+    base->unlock_stop = UnlockStop;
+    base->stop = Stop;
+    base->is_seekable = IsSeekable;
+    GST_PUSH_SRC_CLASS(klass)->create = Create;
+}
+
+static void gst_tavix_src_init(GstTavixSrc* self) {
+    self->source = new tavixgst::Source(*GST_BASE_SRC(self));
+    gst_base_src_set_live(GST_BASE_SRC(self), TRUE);
+    gst_base_src_set_format(GST_BASE_SRC(self), GST_FORMAT_TIME);
+    gst_base_src_set_do_timestamp(GST_BASE_SRC(self), FALSE);
+}

@@ -1,0 +1,32 @@
+#pragma once
+// What an application has set of the element.
+
+#include <tavix/camera/ImageStream.h>
+
+#include <gst/gst.h>
+
+#include <string>
+
+namespace tavixgst {
+
+/// As the properties of the same names. Re-entrant.
+struct Options {
+    std::string camera, features;
+    GstClockTime timeout = 0;
+    bool reconnect = false, convert = false, newestOnly = false, postMessages = false;
+    guint buffers = 8, transferSize = 0;
+    guint64 keepBudget = guint64(512) << 20;
+
+    Tavix::GrabOptions ForGrab() const {
+        Tavix::GrabOptions grab;
+        grab.buffers = buffers;
+        grab.keepBudget = keepBudget;
+        grab.newestOnly = newestOnly;
+        grab.timeout = std::chrono::milliseconds(0);
+        grab.reconnect = std::chrono::milliseconds(reconnect ? -1 : 0);
+        grab.transferSize = transferSize;
+        return grab;
+    }
+};
+
+} // namespace tavixgst

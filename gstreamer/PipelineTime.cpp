@@ -1,0 +1,53 @@
+#include "gstreamer/PipelineTime.h"
+
+#include "gstreamer/Handles.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace tavixgst {
+namespace {
+
+std::int64_t Nanoseconds(std::chrono::steady_clock::time_point moment) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(moment.time_since_epoch()).count();
+}
+
+bool IsMonotonic(GstClock& clock) {
+    if (G_OBJECT_TYPE(&clock) != GST_TYPE_SYSTEM_CLOCK) return false;
+    GstClockType type = GST_CLOCK_TYPE_OTHER;
+    g_object_get(&clock, "clock-type", &type, nullptr);
+    return type == GST_CLOCK_TYPE_MONOTONIC;
+}
+
+// The usual clock counts as the image's moment does; another one is asked now, and tells how long ago that was.
+std::int64_t OnClock(GstClock& clock, std::int64_t moment) {
+    if (IsMonotonic(clock))
+        return static_cast<std::int64_t>(gst_clock_adjust_unlocked(&clock, static_cast<GstClockTime>(moment)));
+    const std::int64_t age = Nanoseconds(std::chrono::steady_clock::now()) - moment;
+    return static_cast<std::int64_t>(gst_clock_get_time(&clock)) - age;
+}
+
+} // namespace
+
+GstClockTime PipelineTime::StampOf(GstElement& element, const Tavix::Image& image) {
+    const ClockPtr clock(gst_element_get_clock(&element));
+    if (!clock) return GST_CLOCK_TIME_NONE;
+    const std::int64_t moment = OnClock(*clock, Nanoseconds(image.Time().monotonic)) -
+                                static_cast<std::int64_t>(gst_element_get_base_time(&element));
+    m_Last = std::max(m_Last, static_cast<GstClockTime>(std::max<std::int64_t>(0, moment)));
+    return m_Last;
+}
+
+void PipelineTime::Reset() {
+    m_Last = 0;
+}
+
+bool PipelineTime::HasGrown(const Tavix::Image& image) {
+    const std::int64_t taken = Nanoseconds(image.Arrival()) - Nanoseconds(image.Time().monotonic);
+    const auto delay = static_cast<GstClockTime>(std::max<std::int64_t>(0, taken));
+    if (delay <= m_Delay) return false;
+    m_Delay = delay + delay / 10;
+    return true;
+}
+
+} // namespace tavixgst

@@ -1,0 +1,30 @@
+#pragma once
+// The moments of images on the clock of a pipeline.
+
+#include <tavix/camera/Image.h>
+
+#include <gst/gst.h>
+
+#include <atomic>
+
+namespace tavixgst {
+
+/// For the pipeline's thread, but for Delay().
+class PipelineTime {
+public:
+    /// When the image was taken, as running time of the element's pipeline; never before that of the image before.
+    /// GST_CLOCK_TIME_NONE without a clock.
+    GstClockTime StampOf(GstElement& element, const Tavix::Image& image);
+    /// Begins anew.
+    void Reset();
+    /// The longest time that it took an image to get here, rounded up to a tenth more.
+    GstClockTime Delay() const { return m_Delay; }
+    /// Whether an image took longer than any before, which the pipeline then has to allow for.
+    bool HasGrown(const Tavix::Image& image);
+
+private:
+    GstClockTime m_Last = 0;
+    std::atomic<GstClockTime> m_Delay{0};
+};
+
+} // namespace tavixgst

@@ -1,0 +1,34 @@
+#include "gstreamer/Report.h"
+
+#include <tavix/camera/Error.h>
+
+namespace tavixgst {
+namespace {
+
+gint CodeOf(const std::exception& problem) {
+    if (dynamic_cast<const Tavix::Removed*>(&problem)) return GST_RESOURCE_ERROR_NOT_FOUND;
+    if (dynamic_cast<const Tavix::Timeout*>(&problem)) return GST_RESOURCE_ERROR_READ;
+    const auto* error = dynamic_cast<const Tavix::Error*>(&problem);
+    if (error && !error->FeatureName().empty()) return GST_RESOURCE_ERROR_SETTINGS;
+    if (dynamic_cast<const Tavix::ValueError*>(&problem)) return GST_RESOURCE_ERROR_SETTINGS;
+    if (dynamic_cast<const Tavix::NotFound*>(&problem)) return GST_RESOURCE_ERROR_NOT_FOUND;
+    if (dynamic_cast<const Tavix::AccessError*>(&problem)) return GST_RESOURCE_ERROR_BUSY;
+    return GST_RESOURCE_ERROR_FAILED;
+}
+
+void Post(GstElement& element, GstMessageType type, const std::exception& problem) {
+    gst_element_message_full(&element, type, GST_RESOURCE_ERROR, CodeOf(problem), g_strdup(problem.what()), nullptr,
+                             __FILE__, "tavixsrc", __LINE__);
+}
+
+} // namespace
+
+void PostError(GstElement& element, const std::exception& problem) {
+    Post(element, GST_MESSAGE_ERROR, problem);
+}
+
+void PostWarning(GstElement& element, const std::exception& problem) {
+    Post(element, GST_MESSAGE_WARNING, problem);
+}
+
+} // namespace tavixgst

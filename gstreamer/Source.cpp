@@ -1,0 +1,171 @@
+#include "gstreamer/Source.h"
+
+#include "gstreamer/Report.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavixgst {
+
+tavixgst::Options Source::Options() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Options;
+}
+
+void Source::Change(const tavixgst::Options& options) {
+    const std::lock_guard lock(m_Mutex);
+    m_Options = options;
+}
+
+std::shared_ptr<Tavix::Camera> Source::Opened() const {
+    const std::lock_guard lock(m_Mutex);
+    if (!m_Camera) throw Tavix::StateError("the camera is not open: set the element to READY first");
+    return m_Camera;
+}
+
+Conversion Source::ConversionWanted() const {
+    return Options().convert ? Conversion::WhereNeeded : Conversion::None;
+}
+
+void Source::Open() {
+    const tavixgst::Options options = Options();
+    const auto camera = std::make_shared<Tavix::Camera>(Tavix::Camera::Open(options.camera));
+    for (const Assignment& assignment : ParseAssignments(options.features))
+        Apply(*camera, assignment);
+    camera->OnRemoval([this](bool isBack) { OnRemoval(isBack); });
+    m_IsAway = false;
+    const std::lock_guard lock(m_Mutex);
+    m_Camera = camera;
+}
+
+void Source::Close() noexcept {
+    m_Flow.Stop();
+    std::shared_ptr<Tavix::Camera> camera;
+    {
+        const std::lock_guard lock(m_Mutex);
+        camera.swap(m_Camera);
+        m_Layout = {};
+    }
+    if (camera) camera->Close();
+}
+
+CapsPtr Source::Caps() {
+    std::shared_ptr<Tavix::Camera> camera;
+    {
+        const std::lock_guard lock(m_Mutex);
+        camera = m_Camera;
+    }
+    return camera ? CapsOf(*camera, ConversionWanted()) : nullptr;
+}
+
+GstCaps* Source::Fixate(GstCaps* caps) {
+    return tavixgst::Fixate(*Opened(), caps);
+}
+
+void Source::Negotiated(GstCaps& caps) {
+    const auto camera = Opened();
+    const Conversion conversion = ConversionWanted();
+    const Format* format = FormatOf(*camera, *gst_caps_get_structure(&caps, 0), conversion);
+    if (format == nullptr) throw Tavix::ValueError("the camera has no pixel format for these caps", "PixelFormat");
+    const Layout layout = LayoutOf(*format, caps);
+    const bool isSame =
+        layout.format == m_Layout.format && layout.width == m_Layout.width && layout.height == m_Layout.height;
+    if (!isSame) m_Flow.Stop();
+    try {
+        Configure(*camera, layout, conversion);
+    } catch (const Tavix::AccessError&) {
+        if (!m_Flow.IsRunning()) throw;
+        m_Flow.Stop(); // some cameras want to stand still even for another rate
+        Configure(*camera, layout, conversion);
+    }
+    const Tavix::imaging::PixelFormatInfo* sent =
+        Tavix::imaging::FindPixelFormat(std::string_view((*camera)["PixelFormat"].Text()));
+    const bool isConverted = sent == nullptr || FindFormat(sent->format) == nullptr;
+    m_NeedsPool = isConverted || layout.stride * 8 != layout.width * sent->BitsPerPixel();
+    const std::lock_guard lock(m_Mutex);
+    m_Layout = layout;
+}
+
+Source::Latencies Source::Latency() const {
+    const std::lock_guard lock(m_Mutex);
+    const GstClockTime period = m_Layout.Duration();
+    Latencies latencies;
+    latencies.least = std::max(m_Time.Delay(), period);
+    if (period != 0) latencies.most = latencies.least + m_Options.buffers * period;
+    return latencies;
+}
+
+void Source::StopStream() noexcept {
+    m_Flow.Stop();
+    m_Time.Reset();
+}
+
+void Source::OnRemoval(bool isBack) {
+    m_IsAway = !isBack;
+    Post(gst_structure_new_empty(isBack ? "tavix-returned" : "tavix-removed"));
+}
+
+void Source::Post(GstStructure* message) const {
+    gst_element_post_message(&Element(), gst_message_new_element(GST_OBJECT(&m_Element), message));
+}
+
+void Source::WhileItMay(const std::function<void(Tavix::Camera&)>& deed) {
+    const auto camera = Opened();
+    try {
+        deed(*camera);
+    } catch (const Tavix::AccessError&) {
+        if (!m_Flow.IsRunning()) throw;
+        const Flow::Pause pause(m_Flow);
+        deed(*camera);
+    }
+    gst_pad_mark_reconfigure(GST_BASE_SRC_PAD(&m_Element)); // caps may be others now
+}
+
+void Source::SetFeatures(const std::string& text) {
+    const std::vector<Assignment> assignments = ParseAssignments(text);
+    {
+        const std::lock_guard lock(m_Mutex);
+        m_Options.features = text;
+        if (!m_Camera) return;
+    }
+    for (const Assignment& assignment : assignments) {
+        try {
+            WhileItMay([&](Tavix::Camera& camera) { Apply(camera, assignment); });
+        } catch (const std::exception& problem) {
+            PostWarning(Element(), problem);
+        }
+    }
+}
+
+void Source::Trigger() {
+    Opened()->Trigger();
+}
+
+void Source::Read(const std::string& feature, GValue& value) {
+    ReadFeature(*Opened(), feature, value);
+}
+
+void Source::Write(const std::string& feature, const GValue& value) {
+    WhileItMay([&](Tavix::Camera& camera) { WriteFeature(camera, feature, value); });
+}
+
+std::vector<std::string> Source::FeatureNames() {
+    std::vector<std::string> names;
+    for (const Tavix::Feature& feature : Opened()->Features())
+        names.push_back(feature.Name());
+    return names;
+}
+
+GstStructure* Source::Stats() const {
+    const Tavix::GrabCounts counts = m_Flow.Counts();
+    const auto wide = [](auto value) { return static_cast<guint64>(value); };
+    return gst_structure_new("tavix-stats", "delivered", G_TYPE_UINT64, wide(counts.delivered), "dropped",
+                             G_TYPE_UINT64, wide(counts.dropped), "failed", G_TYPE_UINT64, wide(counts.failed),
+                             "missed", G_TYPE_UINT64, wide(counts.missed), "starved", G_TYPE_UINT64,
+                             wide(counts.starved), "reconnects", G_TYPE_UINT64, wide(counts.reconnects), "buffers",
+                             G_TYPE_UINT64, wide(counts.buffers), "memory", G_TYPE_UINT64, wide(counts.memory),
+                             "mapped", G_TYPE_UINT64, wide(counts.mapped), "copied", G_TYPE_UINT64,
+                             m_Maker.CopiedBytes(), nullptr);
+}
+
+} // namespace tavixgst

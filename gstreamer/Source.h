@@ -1,0 +1,95 @@
+#pragma once
+// A camera as the source of a pipeline.
+
+#include "gstreamer/BufferMaker.h"
+#include "gstreamer/CameraCaps.h"
+#include "gstreamer/FeatureAccess.h"
+#include "gstreamer/Flow.h"
+#include "gstreamer/Options.h"
+#include "gstreamer/PipelineTime.h"
+
+#include <gst/base/gstbasesrc.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tavixgst {
+
+/// What stands behind a tavixsrc. The element calls it from the threads that its base class names; all that is not said
+/// to be for the pipeline's thread is thread-safe. Throws as the camera classes do.
+class Source {
+public:
+    explicit Source(GstBaseSrc& element) : m_Element(element) {}
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    tavixgst::Options Options() const;
+    void Change(const tavixgst::Options& options);
+    /// Keeps the text for the next opening, and applies it now if the camera is open.
+    void SetFeatures(const std::string& text);
+
+    void Open();
+    void Close() noexcept;
+    /// Null while no camera is open: any caps might do.
+    CapsPtr Caps();
+    GstCaps* Fixate(GstCaps* caps);
+    /// From the moment when an image is taken: how long it takes to get into the pipeline, and how long the camera's
+    /// buffers could keep it. GST_CLOCK_TIME_NONE: for ever.
+    struct Latencies {
+        GstClockTime least = 0, most = GST_CLOCK_TIME_NONE;
+    };
+    Latencies Latency() const;
+
+    // For the pipeline's thread.
+    void Negotiated(GstCaps& caps);
+    void SetKnowsVideoMeta(bool knows) { m_Maker.SetKnowsVideoMeta(knows); }
+    bool NeedsPool() const { return m_NeedsPool; }
+    GstFlowReturn Create(GstBuffer** buffer);
+
+    void Interrupt() noexcept { m_Flow.Interrupt(); }
+    void Resume() noexcept { m_Flow.Resume(); }
+    void StopStream() noexcept;
+
+    void Trigger();
+    void Read(const std::string& feature, GValue& value);
+    void Write(const std::string& feature, const GValue& value);
+    std::vector<std::string> FeatureNames();
+    /// Counts of the stream. Owned by the caller.
+    GstStructure* Stats() const;
+
+private:
+    std::shared_ptr<Tavix::Camera> Opened() const;
+    /// Does it while the camera streams, or between two streams where it cannot be done otherwise.
+    void WhileItMay(const std::function<void(Tavix::Camera&)>& deed);
+    void OnRemoval(bool isBack);
+    GstFlowReturn NextImage(Tavix::Camera& camera, Tavix::Image& image);
+    bool Fits(const Tavix::Image& image) const;
+    BufferPtr BufferOf(Tavix::Image image);
+    void TellMissed(const GstBuffer& buffer);
+    void TellStarvation();
+    void CheckSilence(const tavixgst::Options& options);
+    void Post(GstStructure* message) const;
+    Conversion ConversionWanted() const;
+    GstElement& Element() const { return *GST_ELEMENT(&m_Element); }
+
+    GstBaseSrc& m_Element;
+    Flow m_Flow;
+    mutable std::mutex m_Mutex;
+    // Guarded by m_Mutex.
+    tavixgst::Options m_Options;
+    std::shared_ptr<Tavix::Camera> m_Camera;
+    Layout m_Layout; // written by the pipeline's thread only
+
+    BufferMaker m_Maker;
+    PipelineTime m_Time;
+    std::atomic<bool> m_IsAway{false}, m_NeedsPool{true};
+
+    // Of the pipeline's thread.
+    std::chrono::steady_clock::time_point m_LastImage;
+    std::uint64_t m_Starved = 0, m_Offset = 0;
+};
+
+} // namespace tavixgst

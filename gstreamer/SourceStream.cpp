@@ -1,0 +1,107 @@
+#include "gstreamer/ImageMeta.h"
+#include "gstreamer/Source.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavixgst {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+/// The longest time for which nobody looks whether caps are to be negotiated anew.
+constexpr milliseconds kGlance{100};
+
+BufferPtr Allocate(GstBaseSrc& element, gsize bytes) {
+    GstBuffer* buffer = nullptr;
+    const GstFlowReturn result =
+        GST_BASE_SRC_GET_CLASS(&element)->alloc(&element, /*offset=*/0, static_cast<guint>(bytes), &buffer);
+    return result == GST_FLOW_OK ? BufferPtr(buffer) : nullptr;
+}
+
+milliseconds PatienceOf(const Options& options) {
+    if (options.timeout == 0) return kGlance;
+    return std::clamp(milliseconds(options.timeout / GST_MSECOND), milliseconds(1), kGlance);
+}
+
+} // namespace
+
+GstFlowReturn Source::Create(GstBuffer** buffer) {
+    Tavix::Image image;
+    const GstFlowReturn result = NextImage(*Opened(), image);
+    if (result != GST_FLOW_OK) return result;
+    if (!Fits(image)) { // the camera sends something else by now
+        if (!gst_base_src_negotiate(&m_Element)) return GST_FLOW_NOT_NEGOTIATED;
+        if (!Fits(image)) throw Tavix::Error("the images are not of the size that was negotiated");
+    }
+    TellStarvation();
+    *buffer = BufferOf(std::move(image)).release();
+    return GST_FLOW_OK;
+}
+
+bool Source::Fits(const Tavix::Image& image) const {
+    return image.Width() == m_Layout.width && image.Height() == m_Layout.height;
+}
+
+GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
+    const tavixgst::Options options = Options();
+    m_LastImage = Clock::now();
+    while (!m_Flow.IsInterrupted()) {
+        if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
+            return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
+        image = m_Flow.Next(camera, options.ForGrab(), PatienceOf(options));
+        if (image) return GST_FLOW_OK;
+        TellStarvation();
+        CheckSilence(options);
+    }
+    m_Flow.Stop();
+    return GST_FLOW_FLUSHING;
+}
+
+void Source::CheckSilence(const tavixgst::Options& options) {
+    const auto silence = Clock::now() - m_LastImage;
+    if (m_IsAway) m_LastImage = Clock::now();
+    if (options.timeout == 0 || m_IsAway || silence < std::chrono::nanoseconds(options.timeout)) return;
+    throw Tavix::Timeout("no image came for " + std::to_string(options.timeout / GST_MSECOND) +
+                         " ms; check trigger, exposure time and cable");
+}
+
+void Source::TellStarvation() {
+    const std::uint64_t starved = m_Flow.Counts().starved;
+    if (starved > m_Starved) {
+        Post(gst_structure_new("tavix-starved", "keep-budget", G_TYPE_UINT64, Options().keepBudget, nullptr));
+    }
+    m_Starved = starved;
+}
+
+BufferPtr Source::BufferOf(Tavix::Image image) {
+    const GstClockTime stamp = m_Time.StampOf(Element(), image);
+    const std::uint64_t missed = image.MissedBefore();
+    const bool hasGap = missed != 0 || image.GapBefore().count() != 0;
+    if (m_Time.HasGrown(image)) gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
+    BufferPtr buffer =
+        m_Maker.Make(std::move(image), m_Layout, [this](gsize bytes) { return Allocate(m_Element, bytes); });
+    GST_BUFFER_PTS(buffer.get()) = stamp;
+    if (m_Layout.Duration() != 0) GST_BUFFER_DURATION(buffer.get()) = m_Layout.Duration();
+    m_Offset += missed;
+    GST_BUFFER_OFFSET(buffer.get()) = m_Offset++;
+    GST_BUFFER_OFFSET_END(buffer.get()) = m_Offset;
+    if (hasGap) GST_BUFFER_FLAG_SET(buffer.get(), GST_BUFFER_FLAG_DISCONT);
+    if (missed != 0) TellMissed(*buffer);
+    if (Options().postMessages) Post(NewImageStructure(*buffer));
+    return buffer;
+}
+
+/// So many images are between the one before and this one that the pipeline never gets.
+void Source::TellMissed(const GstBuffer& buffer) {
+    const GstClockTime time = GST_BUFFER_PTS(&buffer);
+    GstMessage* message =
+        gst_message_new_qos(GST_OBJECT(&m_Element), /*live=*/TRUE, time, time, time, GST_BUFFER_DURATION(&buffer));
+    const Tavix::GrabCounts counts = m_Flow.Counts();
+    gst_message_set_qos_stats(message, GST_FORMAT_BUFFERS, counts.delivered,
+                              counts.missed + counts.failed + counts.dropped);
+    gst_element_post_message(&Element(), message);
+}
+
+} // namespace tavixgst

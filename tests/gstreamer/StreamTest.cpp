@@ -1,0 +1,89 @@
+#include "gstreamer/Pipeline.h"
+
+#include <gst/video/video.h>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace gsttest;
+using integration::VirtualBus;
+using testing::HasSubstr;
+
+constexpr char kSmall[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200}])";
+constexpr char kTriggered[] = "features=\"TriggerSource=Software TriggerMode=On\"";
+
+TEST(GstStream, EndsAfterTheBuffersThatWereAskedFor) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline("tavixsrc name=src num-buffers=10 ! appsink name=sink sync=false async=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    for (int i = 0; i < 10; ++i)
+        EXPECT_TRUE(pipeline.Pull());
+    EXPECT_FALSE(pipeline.Pull());
+    EXPECT_TRUE(pipeline.AwaitEnd());
+}
+
+TEST(GstStream, HandsOnTheMemoryOfTheCamera) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline("tavixsrc name=src num-buffers=5 ! appsink name=sink sync=false async=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    while (const Handle<GstSample> sample = pipeline.Pull()) {
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        ASSERT_EQ(gst_buffer_n_memory(buffer), 1U);
+        EXPECT_TRUE(gst_memory_is_type(gst_buffer_peek_memory(buffer, 0), "TavixImage"));
+        EXPECT_EQ(gst_buffer_get_size(buffer), 64U * 64);
+    }
+    EXPECT_EQ(pipeline.Stat("copied"), 0U);
+}
+
+TEST(GstStream, CountsBlocksAndTime) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline("tavixsrc name=src num-buffers=5 ! appsink name=sink sync=false async=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    GstClockTime last = 0;
+    for (guint64 i = 0; i < 5; ++i) {
+        const Handle<GstSample> sample = pipeline.Pull();
+        ASSERT_TRUE(sample);
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        EXPECT_EQ(GST_BUFFER_OFFSET(buffer), i);
+        EXPECT_EQ(Unsigned(FactsOf(sample.get()), "block-id"), i);
+        EXPECT_GE(GST_BUFFER_PTS(buffer), last);
+        EXPECT_EQ(GST_BUFFER_DURATION(buffer), 5 * GST_MSECOND);
+        last = GST_BUFFER_PTS(buffer);
+    }
+    EXPECT_GT(last, 0U);
+}
+
+TEST(GstStream, IsMadeByTriggers) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + " ! appsink name=sink sync=false async=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    for (int i = 0; i < 3; ++i) {
+        gboolean isTriggered = FALSE;
+        g_signal_emit_by_name(pipeline.Find("src").get(), "trigger", &isTriggered);
+        EXPECT_TRUE(isTriggered);
+        const Handle<GstSample> sample = pipeline.Pull();
+        ASSERT_TRUE(sample);
+        EXPECT_THAT(CapsOf(sample.get()), HasSubstr("framerate=0/1"));
+    }
+}
+
+TEST(GstStream, IsLeftAtOnceWhileNothingComes) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + " ! appsink name=sink sync=false async=false");
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_PAUSED));
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    }
+}
+
+TEST(GstStream, FailsAfterSilenceOnlyWhereATimeIsSet) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline(std::string("tavixsrc name=src timeout=50000000 ") + kTriggered + " ! fakesink async=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("no image came for 50 ms"));
+}
+
+} // namespace
