@@ -159,6 +159,8 @@ void BufferInfo(const Buffer& buffer, BUFFER_INFO_CMD command, Answer& answer) {
     case BUFFER_INFO_CONTAINS_CHUNKDATA:
         return answer.Bool(HasChunks(record));
     case BUFFER_INFO_CHUNKLAYOUTID:
+        if (!HasChunks(record)) NothingYet();
+        return answer.Uint64(record.result.ChunkLayoutId);
     case BUFFER_INFO_FILENAME:
         NothingYet();
     default:

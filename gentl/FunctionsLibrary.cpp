@@ -59,8 +59,8 @@ GC_ERROR Stacked(PORT_HANDLE handle, PORT_REGISTER_STACK_ENTRY* entries, size_t*
         const UsedPort used(handle);
         const size_t wanted = Needed(count);
         (void)Needed(entries);
+        *count = 0; // whatever goes wrong, nothing has been done yet
         CheckEntries(entries, wanted);
-        *count = 0;
         (used.port->*access)(entries, wanted, *count);
     });
 }

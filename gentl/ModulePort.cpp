@@ -23,17 +23,18 @@ std::string Element(const char* name, const std::string& value) {
 }
 
 /// The register behind a feature, with what all of ours have in common.
-std::string RegisterNode(const char* kind, const std::string& name, std::uint64_t address, size_t length,
-                         const char* access, const char* more = "") {
+std::string RegisterNode(const char* module, const char* kind, const std::string& name, std::uint64_t address,
+                         size_t length, const char* access, const char* more = "") {
     return std::string("<") + kind + " Name=\"" + name + "\"" +
            (name.find('_') == name.npos ? "" : " NameSpace=\"Custom\"") + ">" +
            Element("Address", "0x" + Hexadecimal(address)) + Element("Length", std::to_string(length)) +
-           Element("AccessMode", access) + Element("pPort", "ModulePort") + Element("Cachable", "NoCache") + more +
-           "</" + kind + ">\n";
+           Element("AccessMode", access) + Element("pPort", module) + Element("Cachable", "NoCache") + more + "</" +
+           kind + ">\n";
 }
 
-std::string NumberRegister(const std::string& name, std::uint64_t address, const char* access) {
-    return RegisterNode("IntReg", name, address, 8, access, "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>");
+std::string NumberRegister(const char* module, const std::string& name, std::uint64_t address, const char* access) {
+    return RegisterNode(module, "IntReg", name, address, 8, access,
+                        "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>");
 }
 
 const char* AccessOf(const ModulePort::SetNumber& set) {
@@ -68,7 +69,7 @@ std::uint64_t ModulePort::AddText(GetText get) {
 }
 
 void ModulePort::Text(const char* name, GetText get) {
-    m_Nodes += RegisterNode("StringReg", name, AddText(std::move(get)), kTextLength, "RO");
+    m_Nodes += RegisterNode(m_Module, "StringReg", name, AddText(std::move(get)), kTextLength, "RO");
     AddFeature(name);
 }
 
@@ -78,16 +79,16 @@ void ModulePort::Constant(const char* name, std::string text) {
 
 void ModulePort::Number(const char* name, GetNumber get, SetNumber set) {
     const char* const access = AccessOf(set);
-    m_Nodes += NumberRegister(name, AddNumber(std::move(get), std::move(set)), access);
+    m_Nodes += NumberRegister(m_Module, name, AddNumber(std::move(get), std::move(set)), access);
     AddFeature(name);
 }
 
 void ModulePort::Limited(const char* name, Limits limits, GetNumber get, SetNumber set,
                          std::vector<std::string> selected) {
     const std::string base = name;
-    m_Nodes += NumberRegister(base + "_Max", AddNumber(std::move(limits.max), {}), "RO");
+    m_Nodes += NumberRegister(m_Module, base + "_Max", AddNumber(std::move(limits.max), {}), "RO");
     const char* const access = AccessOf(set);
-    m_Nodes += NumberRegister(base + "_Value", AddNumber(std::move(get), std::move(set)), access);
+    m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set)), access);
     m_Nodes += "<Integer Name=\"" + base + "\">" + Element("pValue", base + "_Value") +
                Element("Min", std::to_string(limits.min)) + Element("pMax", base + "_Max") +
                Element("Inc", std::to_string(limits.increment));
@@ -101,7 +102,7 @@ void ModulePort::Choice(const char* name, std::vector<std::pair<const char*, std
                         SetNumber set) {
     const std::string base = name;
     const char* const access = AccessOf(set);
-    m_Nodes += NumberRegister(base + "_Value", AddNumber(std::move(get), std::move(set)), access);
+    m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set)), access);
     m_Nodes += "<Enumeration Name=\"" + base + "\">";
     for (const auto& [entry, value] : entries)
         m_Nodes += "<EnumEntry Name=\"" + std::string(entry) + "\">" + Element("Value", std::to_string(value)) +
@@ -114,7 +115,7 @@ void ModulePort::Command(const char* name, std::function<void()> execute) {
     const std::string base = name;
     const std::uint64_t address =
         AddNumber([] { return std::uint64_t(0); }, [run = std::move(execute)](std::uint64_t) { run(); });
-    m_Nodes += NumberRegister(base + "_Value", address, "RW");
+    m_Nodes += NumberRegister(m_Module, base + "_Value", address, "RW");
     m_Nodes += "<Command Name=\"" + base + "\">" + Element("pValue", base + "_Value") + Element("CommandValue", "1") +
                "</Command>\n";
     AddFeature(name);
@@ -123,7 +124,7 @@ void ModulePort::Command(const char* name, std::function<void()> execute) {
 void ModulePort::Flag(const char* name, GetNumber get, SetNumber set) {
     const std::string base = name;
     const char* const access = AccessOf(set);
-    m_Nodes += NumberRegister(base + "_Value", AddNumber(std::move(get), std::move(set)), access);
+    m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set)), access);
     m_Nodes += "<Boolean Name=\"" + base + "\">" + Element("pValue", base + "_Value") + "</Boolean>\n";
     AddFeature(name);
 }
@@ -154,7 +155,8 @@ const std::string& ModulePort::Description() {
             "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n"
             "<Category Name=\"Root\" NameSpace=\"Standard\">\n<pFeature>" +
             std::string(m_Module) + "Control</pFeature>\n</Category>\n<Category Name=\"" + m_Module + "Control\">\n" +
-            m_Category + "</Category>\n" + m_Nodes + "<Port Name=\"ModulePort\"></Port>\n</RegisterDescription>\n";
+            m_Category + "</Category>\n" + m_Nodes + "<Port Name=\"" + m_Module +
+            "\"></Port>\n</RegisterDescription>\n";
     });
     return m_Description;
 }

@@ -68,6 +68,7 @@ private:
     void BuildSettings();
     std::uint64_t Property(vexlo::CVxStream::EPropertyValue id, size_t width);
     void SetProperty(vexlo::CVxStream::EPropertyValue id, size_t width, std::uint64_t value);
+    void RequireUnlocked() const; // m_Mutex held
     std::uint64_t PayloadSize();
 
     // With m_Mutex held.
@@ -100,6 +101,7 @@ private:
     List m_Input;                                   // in the input pool; guarded by m_Mutex
     List m_Output;                                  // guarded by m_Mutex
     bool m_IsRunning = false;                       // guarded by m_Mutex
+    bool m_IsLocked = false;                        // by TLParamsLocked; guarded by m_Mutex
     std::uint64_t m_Left = 0;                       // buffers still to acquire; guarded by m_Mutex
     std::uint64_t m_Started = 0;                    // guarded by m_Mutex
     std::uint64_t m_Delivered = 0;                  // guarded by m_Mutex

@@ -23,6 +23,10 @@ std::uint64_t Stream::Property(Vx::EPropertyValue id, size_t width) {
     return u3v::Load64(bytes.data());
 }
 
+void Stream::RequireUnlocked() const {
+    if (m_IsLocked) Fail(GC_ERR_BUSY, "TLParamsLocked is set");
+}
+
 void Stream::SetProperty(Vx::EPropertyValue id, size_t width, std::uint64_t value) {
     std::array<std::uint8_t, 8> bytes{};
     for (size_t i = 0; i < bytes.size(); ++i)
@@ -97,6 +101,7 @@ void Stream::BuildPort() {
                   counted([](const Stream& stream) { return stream.m_Handling; }), [this](std::uint64_t mode) {
                       const Guard guard(m_Mutex);
                       if (m_IsRunning) Fail(GC_ERR_BUSY, "the stream is running");
+                      RequireUnlocked();
                       if (mode > 3) Fail(GC_ERR_INVALID_VALUE, "there is no such handling of buffers");
                       m_Handling = static_cast<Handling>(mode);
                   });
@@ -112,7 +117,12 @@ void Stream::BuildPort() {
                 counted([](const Stream& stream) { return stream.m_IsRunning && stream.m_Left != 0; }));
     m_Port.Number("StreamChunkCountMaximum", [] { return 64; });
     m_Port.Number("StreamBufferAlignment", [] { return 1; });
-    m_Port.Flag("TLParamsLocked", counted([](const Stream& stream) { return stream.m_IsRunning; }));
+    // Consumers lock before they start and unlock after they have stopped; a running stream is locked in any case.
+    m_Port.Flag("TLParamsLocked", counted([](const Stream& stream) { return stream.m_IsRunning || stream.m_IsLocked; }),
+                [this](std::uint64_t locked) {
+                    const Guard guard(m_Mutex);
+                    m_IsLocked = locked != 0;
+                });
     BuildSettings();
 }
 
@@ -128,7 +138,11 @@ void Stream::BuildSettings() {
         return [this, id, width] { return Property(id, width); };
     };
     const auto set = [this](Vx::EPropertyValue id, size_t width) {
-        return [this, id, width](std::uint64_t value) { SetProperty(id, width, value); };
+        return [this, id, width](std::uint64_t value) {
+            const Guard guard(m_Mutex);
+            RequireUnlocked();
+            SetProperty(id, width, value);
+        };
     };
     m_Port.Limited("StreamMaxTransferSize", {1024, get(Vx::Property_MaxTransferSizeMax, 4), 1024},
                    get(Vx::Property_MaxTransferSize, 4), set(Vx::Property_MaxTransferSize, 4));

@@ -48,22 +48,23 @@ public:
 
     /// A completed buffer.
     struct GrabResult {
-        BufferHandle_s* Handle;    ///< from RegisterBuffer
-        void* Buffer;              ///< from RegisterBuffer
-        const void* Context;       ///< from QueueBuffer
-        std::uint32_t Status;      ///< 0, VX_E_CANCELLED or a failure; a failed buffer holds the bytes that arrived
-        std::uint16_t PayloadType; ///< payload type of the leader; 0 when there was none
-        std::uint64_t PayloadSize; ///< valid bytes in the buffer
-        std::uint64_t Timestamp;   ///< ns, the camera's clock
-        std::uint32_t PixelFormat; ///< PFNC code
-        std::uint32_t G1;          ///< size y in lines, as delivered
-        std::uint32_t G2;          ///< size x in pixels
-        std::uint32_t G3;          ///< offset x
-        std::uint32_t G4;          ///< offset y
-        std::uint16_t H1;          ///< padding y
-        std::uint16_t H2;          ///< padding x
-        std::uint64_t BlockId;     ///< of the leader, else of the trailer; all ones when there was neither
-        std::uint64_t SizeUnknown; ///< non-zero when PayloadSize means nothing
+        BufferHandle_s* Handle;      ///< from RegisterBuffer
+        void* Buffer;                ///< from RegisterBuffer
+        const void* Context;         ///< from QueueBuffer
+        std::uint32_t Status;        ///< 0, VX_E_CANCELLED or a failure; a failed buffer holds the bytes that arrived
+        std::uint16_t PayloadType;   ///< payload type of the leader; 0 when there was none
+        std::uint64_t PayloadSize;   ///< valid bytes in the buffer
+        std::uint64_t Timestamp;     ///< ns, the camera's clock
+        std::uint32_t PixelFormat;   ///< PFNC code
+        std::uint32_t G1;            ///< size y in lines, as delivered
+        std::uint32_t G2;            ///< size x in pixels
+        std::uint32_t G3;            ///< offset x
+        std::uint32_t G4;            ///< offset y
+        std::uint16_t H1;            ///< padding y
+        std::uint16_t H2;            ///< padding x
+        std::uint64_t BlockId;       ///< of the leader, else of the trailer; all ones when there was neither
+        std::uint64_t SizeUnknown;   ///< non-zero when PayloadSize means nothing
+        std::uint32_t ChunkLayoutId; ///< of the trailer; 0 for payloads without chunks
     };
 
     [[nodiscard]] VxStatus Open();

@@ -44,8 +44,10 @@ Features::Features(Producer& producer, PORT_HANDLE handle) : m_Port(producer, ha
     } else {
         map._LoadXMLFromString(bytes.c_str());
     }
-    std::string portName = "Device";
-    if (!map._Connect(&m_Port, portName.c_str())) map._Connect(&m_Port, "ModulePort");
+    const std::string port = TextOf([&](char* text, size_t* length) {
+        return producer.GCGetPortInfo(handle, PORT_INFO_PORTNAME, nullptr, text, length);
+    });
+    if (!map._Connect(&m_Port, port.c_str())) throw std::runtime_error("the description has no port " + port);
 }
 
 } // namespace consumer

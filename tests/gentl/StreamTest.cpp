@@ -97,6 +97,9 @@ TEST_F(GenTLStream, TellsTheChunksOfAnImage) {
     EVENT_NEW_BUFFER_DATA data{};
     ASSERT_EQ(Next(data), GC_ERR_SUCCESS);
     EXPECT_EQ(BufferNumber<bool8_t>(data.BufferHandle, BUFFER_INFO_CONTAINS_CHUNKDATA), 1);
+    const auto layout = BufferNumber<uint64_t>(data.BufferHandle, BUFFER_INFO_CHUNKLAYOUTID);
+    EXPECT_NE(layout, 0U);
+    EXPECT_NE(layout, ~0ULL);
     size_t count = 0;
     ASSERT_EQ(gc.DSGetBufferChunkData(stream, data.BufferHandle, nullptr, &count), GC_ERR_SUCCESS) << LastText();
     ASSERT_GE(count, 1U);

@@ -130,6 +130,28 @@ TEST_F(GenTL, DescribesEachModule) {
     EXPECT_EQ(text(stream, "StreamAnnounceBufferMinimum"), "1");
 }
 
+TEST_F(GenTL, LocksTheStreamsFeaturesUntilTheyAreUnlocked) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    consumer::Features features(gc, stream);
+    GenApi::CIntegerPtr size = features.map._GetNode("StreamMaxTransferSize");
+    GenApi::CBooleanPtr locked = features.map._GetNode("TLParamsLocked");
+    EXPECT_FALSE(locked->GetValue());
+    locked->SetValue(true);
+    EXPECT_TRUE(locked->GetValue());
+    EXPECT_THROW(size->SetValue(65536), std::exception);
+    locked->SetValue(false);
+    size->SetValue(65536);
+    EXPECT_EQ(size->GetValue(), 65536);
+}
+
+TEST_F(GenTL, CountsNoEntryThatWasRefused) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    PORT_REGISTER_STACK_ENTRY entry{0, nullptr, 4};
+    size_t count = 1;
+    EXPECT_EQ(gc.GCReadPortStacked(port, &entry, &count), GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(count, 0U);
+}
+
 TEST_F(GenTL, ClosesEverythingBelowWhatIsClosed) {
     ASSERT_NO_FATAL_FAILURE(OpenStream());
     ASSERT_EQ(gc.TLClose(tl), GC_ERR_SUCCESS);

@@ -61,6 +61,7 @@ CVxStream::GrabResult JudgeBlock(const BlockEvidence& evidence) {
     const std::uint64_t valid = ValidSize(evidence);
     CVxStream::GrabResult result = EmptyResult(BlockStatus(evidence, valid));
     result.PayloadSize = std::min(valid, evidence.bufferSize);
+    if (evidence.trailer) result.ChunkLayoutId = evidence.trailer->chunkLayoutId.value_or(0);
     if (evidence.leader) {
         FillGeometry(result, evidence);
     } else if (evidence.trailer) {

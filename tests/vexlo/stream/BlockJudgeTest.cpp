@@ -60,6 +60,13 @@ TEST(BlockJudge, PassesOnWhatLeaderAndTrailerTell) {
     EXPECT_EQ(result.SizeUnknown, 0u);
 }
 
+TEST(BlockJudge, TellsTheLayoutOfTheChunks) {
+    BlockEvidence evidence = GoodImage();
+    EXPECT_EQ(JudgeBlock(evidence).ChunkLayoutId, 0u);
+    evidence.trailer->chunkLayoutId = 480;
+    EXPECT_EQ(JudgeBlock(evidence).ChunkLayoutId, 480u);
+}
+
 TEST(BlockJudge, BelievesTheTrailerAboutTheHeight) {
     BlockEvidence evidence = GoodImage();
     evidence.trailer->sizeY = 12;
