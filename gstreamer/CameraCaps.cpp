@@ -135,12 +135,11 @@ CapsPtr CapsOf(const Camera& camera, Conversion conversion) {
     const FrameRate rate = FrameRateOf(camera);
     CapsPtr caps(gst_caps_new_empty());
     for (const Format* row : RowsOf(camera, conversion)) {
-        GstStructure* one = gst_structure_new(row->media, "format", G_TYPE_STRING, row->name, nullptr);
+        StructurePtr one(gst_structure_new(row->media, "format", G_TYPE_STRING, row->name, nullptr));
         AddSize(*one, "width", camera["Width"]);
         AddSize(*one, "height", camera["Height"]);
-        AddFrameRate(*one, rate);
-        if (row->colorimetry) gst_structure_set(one, "colorimetry", G_TYPE_STRING, row->colorimetry, nullptr);
-        gst_caps_append_structure(caps.get(), one);
+        if (row->colorimetry) gst_structure_set(one.get(), "colorimetry", G_TYPE_STRING, row->colorimetry, nullptr);
+        AppendWithFrameRate(*caps, std::move(one), rate);
     }
     return caps;
 }

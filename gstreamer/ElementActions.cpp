@@ -22,10 +22,11 @@ gboolean Trigger(GstElement* element) {
     return Succeeds(element, [&] { SourceOf(element).Trigger(); });
 }
 
-/// Null, or a value that the caller frees.
+/// Never null, which bindings do not expect: what cannot be read is a string without text.
 GValue* GetFeature(GstElement* element, const gchar* name) {
     GValue value = G_VALUE_INIT;
-    if (!Succeeds(element, [&] { SourceOf(element).Read(name ? name : "", value); })) return nullptr;
+    if (!Succeeds(element, [&] { SourceOf(element).Read(name ? name : "", value); }))
+        g_value_init(&value, G_TYPE_STRING);
     GValue* copy = g_new0(GValue, 1);
     *copy = value;
     return copy;

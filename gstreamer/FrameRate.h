@@ -1,6 +1,8 @@
 #pragma once
 // How fast a camera sends, as caps put it.
 
+#include "gstreamer/Handles.h"
+
 #include <tavix/camera/Camera.h>
 
 #include <gst/gst.h>
@@ -15,8 +17,9 @@ struct FrameRate {
 };
 
 FrameRate FrameRateOf(const Tavix::Camera& camera);
-/// 0/1 for variable, and the camera's limits.
-void AddFrameRate(GstStructure& caps, const FrameRate& rate);
+/// Once with a variable rate, which is 0/1, and once with the camera's limits; what it is set to comes first. In one
+/// list they would be caps that GStreamer cannot compare.
+void AppendWithFrameRate(GstCaps& caps, StructurePtr one, const FrameRate& rate);
 /// Chooses the present rate if the caps allow it, else the nearest.
 void FixateFrameRate(GstStructure& caps, const FrameRate& rate);
 /// 0/1 changes nothing.

@@ -1,0 +1,157 @@
+#include "gstreamer/Pipeline.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace gsttest;
+using integration::VirtualBus;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char kCamera[] = R"([{"serial": "7", "sensorWidth": 640, "sensorHeight": 480, "frameRate": 100}])";
+constexpr char kSink[] = " ! appsink name=sink sync=false async=false";
+
+std::string Offered(Pipeline& pipeline) {
+    GstPad* pad = gst_element_get_static_pad(pipeline.Find("src").get(), "src");
+    const Handle<GstCaps> caps(gst_pad_query_caps(pad, nullptr));
+    gst_object_unref(pad);
+    gchar* text = gst_caps_to_string(caps.get());
+    const std::string copy = text;
+    g_free(text);
+    return copy;
+}
+
+std::string Feature(Pipeline& pipeline, const char* name) {
+    GValue* value = nullptr;
+    g_signal_emit_by_name(pipeline.Find("src").get(), "get-feature", name, &value);
+    gchar* text = g_strdup_value_contents(value);
+    const std::string copy = text;
+    g_free(text);
+    g_boxed_free(G_TYPE_VALUE, value);
+    return copy;
+}
+
+TEST(GstCaps, AreTheLimitsOfTheCamera) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    EXPECT_THAT(Offered(pipeline), HasSubstr("width=(int)[ 1, 2147483647 ]")); // no camera is open
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    const std::string offered = Offered(pipeline);
+    EXPECT_THAT(offered, StartsWith("video/x-raw, format=(string)GRAY8, width=(int)[ 16, 640, 4 ]"));
+    EXPECT_THAT(offered, AllOf(HasSubstr("framerate=(fraction)[ 1/10, "), HasSubstr("framerate=(fraction)0/1")));
+    for (const char* format : {"RGB", "BGR", "YUY2", "rggb"})
+        EXPECT_THAT(offered, HasSubstr(std::string("format=(string)") + format + ","));
+    EXPECT_THAT(offered, Not(HasSubstr("GRAY16_LE"))); // the camera has 12 bits, which GStreamer does not
+}
+
+TEST(GstCaps, AreSetInTheCamera) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(
+        std::string("tavixsrc name=src num-buffers=1 ! video/x-raw,format=BGR,width=320,height=240,framerate=25/2") +
+        kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> sample = pipeline.Pull();
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(CapsOf(sample.get()), "video/x-raw,format=BGR,width=320,height=240,framerate=25/2");
+    EXPECT_EQ(gst_buffer_get_size(gst_sample_get_buffer(sample.get())), 320U * 240 * 3);
+    EXPECT_EQ(Feature(pipeline, "PixelFormat"), "\"BGR8\"");
+    EXPECT_EQ(Feature(pipeline, "Width"), "320");
+    EXPECT_EQ(Feature(pipeline, "AcquisitionFrameRate"), "12.500000");
+}
+
+TEST(GstCaps, FollowTheCameraWhereThePipelineDoesNotCare) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(
+        std::string("tavixsrc name=src num-buffers=1 features=\"PixelFormat=BayerRG8 Width=128 Height=64\"") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> sample = pipeline.Pull();
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(CapsOf(sample.get()), "video/x-bayer,format=rggb,width=128,height=64,framerate=100/1");
+}
+
+TEST(GstCaps, TakeTheNearestOfWhatThePipelineAllows) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=1 ! video/x-raw,width=[1,330],framerate=[1/1,30/1]") +
+                      kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> sample = pipeline.Pull();
+    ASSERT_TRUE(sample);
+    EXPECT_THAT(CapsOf(sample.get()), AllOf(HasSubstr("width=328,"), EndsWith("framerate=30/1")));
+}
+
+TEST(GstCaps, AreRefusedBeyondTheLimits) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,width=101") + kSink); // no multiple of 4
+    pipeline.Reach(GST_STATE_PLAYING);
+    EXPECT_FALSE(pipeline.AwaitError().empty());
+}
+
+TEST(GstCaps, CanBeComparedByOthers) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    const Handle<GstCaps> offered(gst_caps_from_string(Offered(pipeline).c_str()));
+    const Handle<GstCaps> wanted(gst_caps_from_string("video/x-raw,framerate=[1/1,30/1]"));
+    const Handle<GstCaps> common(gst_caps_intersect(offered.get(), wanted.get()));
+    EXPECT_FALSE(gst_caps_is_empty(common.get()));
+    EXPECT_TRUE(gst_caps_is_subset(common.get(), offered.get()));
+}
+
+TEST(GstCaps, ChangeWhileThePipelineRuns) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! capsfilter name=filter caps=video/x-raw,width=320") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_EQ(WidthOf(pipeline.Pull().get()), 320);
+    const Handle<GstCaps> other(gst_caps_from_string("video/x-raw,width=128"));
+    g_object_set(pipeline.Find("filter").get(), "caps", other.get(), nullptr);
+    Handle<GstSample> sample = pipeline.Pull();
+    while (sample && WidthOf(sample.get()) == 320)
+        sample = pipeline.Pull();
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(WidthOf(sample.get()), 128);
+    EXPECT_EQ(Unsigned(FactsOf(sample.get()), "block-id"), 0U); // the camera began anew
+}
+
+TEST(GstCaps, ChangeWhileThePipelineWaitsForATrigger) {
+    VirtualBus bus(kCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src features=\"TriggerSource=Software TriggerMode=On\" ! "
+                                  "capsfilter name=filter caps=video/x-raw,width=320") +
+                      kSink);
+    const auto trigger = [&] {
+        gboolean isTriggered = FALSE;
+        g_signal_emit_by_name(pipeline.Find("src").get(), "trigger", &isTriggered);
+        return isTriggered != FALSE;
+    };
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    ASSERT_TRUE(trigger());
+    EXPECT_EQ(WidthOf(pipeline.Pull().get()), 320);
+    const Handle<GstCaps> other(gst_caps_from_string("video/x-raw,width=128"));
+    g_object_set(pipeline.Find("filter").get(), "caps", other.get(), nullptr);
+    while (Feature(pipeline, "Width") != "128")
+        g_thread_yield();
+    ASSERT_TRUE(trigger());
+    EXPECT_EQ(WidthOf(pipeline.Pull().get()), 128);
+}
+
+TEST(GstCaps, HoldConvertedFormatsOnRequestOnly) {
+    VirtualBus bus(kCamera);
+    const std::string twelve = "tavixsrc name=src num-buffers=1 features=PixelFormat=Mono12p ";
+    Pipeline without(twelve + "! video/x-raw,format=GRAY16_LE" + kSink);
+    without.Reach(GST_STATE_PLAYING);
+    EXPECT_FALSE(without.AwaitError().empty());
+    without.Reach(GST_STATE_NULL);
+
+    Pipeline with(twelve + "convert=true" + kSink);
+    ASSERT_TRUE(with.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> sample = with.Pull();
+    ASSERT_TRUE(sample);
+    EXPECT_THAT(CapsOf(sample.get()), HasSubstr("format=GRAY16_LE"));
+    EXPECT_EQ(gst_buffer_get_size(gst_sample_get_buffer(sample.get())), 640U * 480 * 2);
+    EXPECT_EQ(with.Stat("copied"), 640U * 480 * 2);
+    EXPECT_EQ(Feature(with, "PixelFormat"), "\"Mono12p\"");
+}
+
+} // namespace

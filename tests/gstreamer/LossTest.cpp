@@ -1,0 +1,88 @@
+#include "gstreamer/Pipeline.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace gsttest;
+using integration::VirtualBus;
+using testing::HasSubstr;
+
+std::string CameraWith(const std::string& faults) {
+    return R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200, "faults": {)" + faults + "}}]";
+}
+constexpr char kUnplug[] = R"("stream": [{"fault": "Unplug", "frame": 5, "value": 100}])";
+constexpr char kSink[] = " ! appsink name=sink sync=false async=false";
+
+TEST(GstLoss, OfAnImageIsFlaggedAndTold) {
+    VirtualBus bus(CameraWith(R"("stream": [{"fault": "LostTrailer", "frame": 3}])"));
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=6") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    for (guint64 i = 0; i < 6; ++i) {
+        const Handle<GstSample> sample = pipeline.Pull();
+        ASSERT_TRUE(sample);
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        const bool isAfter = Unsigned(FactsOf(sample.get()), "block-id") == 4;
+        EXPECT_EQ(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT), i == 0 || isAfter) << i;
+        EXPECT_EQ(Unsigned(FactsOf(sample.get()), "missed-before"), isAfter ? 1U : 0U);
+        EXPECT_EQ(GST_BUFFER_OFFSET(buffer), Unsigned(FactsOf(sample.get()), "block-id"));
+    }
+    const Handle<GstMessage> message = pipeline.Await(GST_MESSAGE_QOS);
+    ASSERT_TRUE(message);
+    guint64 processed = 0, dropped = 0;
+    GstFormat format = GST_FORMAT_UNDEFINED;
+    gst_message_parse_qos_stats(message.get(), &format, &processed, &dropped);
+    EXPECT_EQ(format, GST_FORMAT_BUFFERS);
+    EXPECT_EQ(dropped, 1U);
+}
+
+TEST(GstLoss, OfTheCameraIsAnError) {
+    VirtualBus bus(CameraWith(kUnplug));
+    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstMessage> removed = pipeline.AwaitElementMessage("tavix-removed");
+    EXPECT_TRUE(removed);
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("unplugged"));
+}
+
+TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
+    VirtualBus bus(CameraWith(std::string(kUnplug) + R"(, "replugAfterMs": 200)"));
+    Pipeline pipeline(std::string("tavixsrc name=src reconnect=true timeout=100000000 features=ExposureTime=1234 "
+                                  "num-buffers=12") +
+                      kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    GstClockTime last = 0;
+    int gaps = 0;
+    for (int i = 0; i < 12; ++i) {
+        const Handle<GstSample> sample = pipeline.Pull();
+        ASSERT_TRUE(sample) << i;
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        if (i > 0 && GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT)) {
+            ++gaps;
+            EXPECT_GT(GST_BUFFER_PTS(buffer), last + 200 * GST_MSECOND);
+        }
+        last = GST_BUFFER_PTS(buffer);
+    }
+    EXPECT_EQ(gaps, 1);
+    EXPECT_TRUE(pipeline.AwaitElementMessage("tavix-returned"));
+    EXPECT_EQ(pipeline.Stat("reconnects"), 1U);
+}
+
+TEST(GstLoss, OfMemoryToThePipelineIsToldAndEndsWithTheFirstBufferThatComesBack) {
+    VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 1000}])");
+    Pipeline pipeline(std::string("tavixsrc name=src buffers=2 keep-budget=0") + kSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstMessage> starved = pipeline.AwaitElementMessage("tavix-starved"); // the appsink holds them all
+    EXPECT_TRUE(starved);
+    for (int i = 0; i < 50; ++i)
+        EXPECT_TRUE(pipeline.Pull());
+}
+
+TEST(GstLoss, OfTheCameraBeforeItIsOpenedIsAnError) {
+    VirtualBus bus(CameraWith(R"("refuseClaims": 50)"));
+    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    EXPECT_FALSE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_FALSE(pipeline.AwaitError().empty());
+}
+
+} // namespace
