@@ -4,6 +4,7 @@
 #include <GenApi/EventPort.h>
 #include <GenApi/INodeMap.h>
 
+#include <memory>
 #include <vector>
 
 namespace GenApi {
@@ -27,8 +28,8 @@ protected:
     /// Gives the bytes to every port of that ID; all callbacks of the event fire once, after the last port has them.
     void Deliver(const uint8_t msg[], uint32_t numBytes, uint64_t eventId);
 
-    std::vector<CEventPort*> m_EventPorts; ///< owned, in node-map order
-    INodeMap* m_pNodeMap;                  ///< borrowed
+    std::vector<std::unique_ptr<CEventPort>> m_EventPorts; ///< in node-map order
+    INodeMap* m_pNodeMap;                                  ///< borrowed
 };
 
 } // namespace GenApi

@@ -9,8 +9,8 @@ namespace GenApi {
 
 struct INode;
 
-/// Keeps a copy of the last event's bytes. Access is NA before the first event, then RO. Its state belongs to the lock
-/// of the node map it is attached to. thread-safe
+/// Keeps a copy of the last event's bytes; ports of one ID that an adapter fills share it. Access is NA before the
+/// first event, then RO. Its state belongs to the lock of the node map it is attached to. thread-safe
 class CEventPort : virtual public IPort {
 public:
     explicit CEventPort(INode* pNode = nullptr);

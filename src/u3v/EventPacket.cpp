@@ -24,6 +24,7 @@ std::optional<EventPacket> DecodeEvent(ByteView bytes) {
     packet.flags = Load16(bytes.data + control::kFlagsOffset);
     packet.requestId = Load16(bytes.data + control::kRequestIdOffset);
     packet.entries = bytes.From(event::kHeaderSize).First(length);
+    packet.firstId = Load16(packet.entries.data + kEntryIdOffset);
     return packet;
 }
 

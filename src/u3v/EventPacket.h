@@ -16,6 +16,7 @@ namespace u3v {
 struct EventPacket {
     std::uint16_t flags = 0;
     std::uint16_t requestId = 0;
+    std::uint16_t firstId = 0; ///< event id of the first entry, whatever size that states
     ByteView entries;
 };
 

@@ -107,3 +107,33 @@ TEST(EventPort, ComparesIdsAsNumbers) {
     EXPECT_FALSE(port.AttachNode(&map.Node("Device")));
     EXPECT_FALSE(port.CheckEventID(0x9C43));
 }
+
+TEST(EventPort, LeavesBytesAloneThatAnAdapterGaveToAnother) {
+    TestMap map;
+    map.Add("Port", "FirstPort", {{"EventID", "0001", ""}});
+    map.Add("Port", "SecondPort", {{"EventID", "0001", ""}});
+    map.Add("IntReg", "First", {{"pPort", "FirstPort", ""}, {"Address", "0", ""}, {"Length", "1", ""}});
+    map.Add("IntReg", "Second", {{"pPort", "SecondPort", ""}, {"Address", "0", ""}, {"Length", "1", ""}}).Ready();
+    uint8_t seven = 7;
+    uint8_t eight = 8;
+    CEventAdapterGeneric adapter(&map);
+    adapter.DeliverMessage(&seven, 1, 1);
+    EXPECT_EQ(map.Integer("First").GetValue(), 7);
+    EXPECT_EQ(map.Integer("Second").GetValue(), 7);
+    CEventPort other(&map.Node("SecondPort"));
+    other.AttachEvent(&eight, 1);
+    EXPECT_EQ(map.Integer("First").GetValue(), 7);
+    EXPECT_EQ(map.Integer("Second").GetValue(), 8);
+    adapter.DeliverMessage(&eight, 1, 1);
+    EXPECT_EQ(map.Integer("First").GetValue(), 8);
+}
+
+TEST(EventAdapter, ReadsIdsOnceAndTellsTheirNodesAllTheSame) {
+    EventMap map;
+    CEventAdapterGeneric adapter(&map);
+    adapter.AttachNodeMap(&map);
+    adapter.DeliverMessage(map.data, 20, 0x9C43);
+    EXPECT_EQ(map.Mode("Stamp"), RO);
+    adapter.DeliverMessage(map.data, 4, 0x1);
+    EXPECT_EQ(map.Integer("Stamp").GetValue(), 0x0B0A090807060504) << "another event";
+}

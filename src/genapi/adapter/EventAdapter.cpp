@@ -52,17 +52,14 @@ void CEventAdapter::AttachNodeMap(INodeMap* pNodeMap) {
     for (INode* const pNode : nodes) {
         auto pPort = std::make_unique<CEventPort>();
         if (!pPort->AttachNode(pNode)) continue;
-        m_EventPorts.push_back(pPort.get());
-        static_cast<void>(pPort.release());
+        m_EventPorts.push_back(std::move(pPort));
     }
     m_pNodeMap = pNodeMap;
 }
 
 void CEventAdapter::DetachNodeMap() {
-    std::vector<CEventPort*> ports;
+    std::vector<std::unique_ptr<CEventPort>> ports;
     ports.swap(m_EventPorts);
-    for (CEventPort* const pPort : ports)
-        delete pPort;
     m_pNodeMap = nullptr;
 }
 
@@ -70,12 +67,20 @@ void CEventAdapter::Deliver(const uint8_t msg[], uint32_t numBytes, uint64_t eve
     if (!m_pNodeMap) throw LOGICAL_ERROR_EXCEPTION("The event adapter is not attached to a node map.");
     if (!msg && numBytes > 0) throw INVALID_ARGUMENT_EXCEPTION("The event message is null.");
     std::vector<INode*> told;
+    CEventPort::State* pFirst = nullptr; // of the ports that get the bytes
     {
         const AutoLock lock(m_pNodeMap->GetLock());
-        for (CEventPort* const pPort : m_EventPorts) {
-            if (!pPort->CheckEventID(eventId)) continue;
-            if (pPort->m_pState->pPort) pPort->m_pState->Take(msg, numBytes);
-            told.push_back(pPort->GetNode());
+        for (const auto& pPort : m_EventPorts) {
+            CEventPort::State& state = *pPort->m_pState;
+            if (state.id != eventId) continue;
+            told.push_back(state.pNode);
+            if (!state.pPort) continue;
+            if (pFirst) {
+                state.ShareBytesOf(*pFirst);
+            } else {
+                pFirst = &state;
+                state.Fill(msg, numBytes);
+            }
         }
     }
     Announce(told);

@@ -22,15 +22,14 @@ CEventPort::~CEventPort() {
         DetachNode();
     } catch (...) {
         // A callback of the application threw while it heard of the detachment; the node is detached all the same.
-        m_pState->data.clear();
+        m_pState->hasData = false;
     }
 }
 
 bool CEventPort::AttachNode(INode* pNode) {
     DetachNode();
     if (!pNode || pNode->GetEventID().empty()) return false;
-    m_pState->pNode = pNode;
-    m_pState->pPort = dynamic_cast<IPortConstruct*>(pNode);
+    m_pState->Attach(pNode);
     if (m_pState->pPort) genapi::ConnectPort(*m_pState->pPort, *this);
     return true;
 }
@@ -41,10 +40,10 @@ void CEventPort::DetachNode() {
     {
         const MapLock lock(m_pState->pNode);
         if (m_pState->hasData) data = genapi::PortData::Attached;
-        m_pState->hasData = false;
-        m_pState->data.clear();
+        m_pState->Drop();
         m_pState->pNode = nullptr;
         m_pState->pPort = nullptr;
+        m_pState->id.reset();
     }
     if (pPort) genapi::DisconnectPort(*pPort, *this, data);
 }
@@ -63,8 +62,7 @@ void CEventPort::DetachEvent() {
     if (!m_pState->pNode) return;
     {
         const MapLock lock(m_pState->pNode);
-        m_pState->hasData = false;
-        m_pState->data.clear();
+        m_pState->Drop();
     }
     m_pState->pNode->InvalidateNode();
 }
@@ -80,7 +78,7 @@ bool CEventPort::CheckEventID(uint8_t* pEventIDBuffer, int EventIDLength) {
 }
 
 bool CEventPort::CheckEventID(uint64_t EventID) {
-    return m_pState->pNode && genapi::ParseId(m_pState->pNode->GetEventID().view()) == EventID;
+    return m_pState->id == EventID;
 }
 
 INode* CEventPort::GetNode() {
@@ -95,13 +93,13 @@ EAccessMode CEventPort::GetAccessMode() const {
 void CEventPort::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const MapLock lock(m_pState->pNode);
     if (!m_pState->hasData) throw ACCESS_EXCEPTION("No event data are attached.");
-    const int64_t size = static_cast<int64_t>(m_pState->data.size());
+    const int64_t size = static_cast<int64_t>(m_pState->data->size());
     if (Address < 0 || Length < 0 || Address > size || Length > size - Address) {
         throw OUT_OF_RANGE_EXCEPTION("%lld bytes at address %lld lie outside of an event of %lld bytes.",
                                      static_cast<long long>(Length), static_cast<long long>(Address),
                                      static_cast<long long>(size));
     }
-    if (Length > 0) std::memcpy(pBuffer, m_pState->data.data() + Address, static_cast<std::size_t>(Length));
+    if (Length > 0) std::memcpy(pBuffer, m_pState->data->data() + Address, static_cast<std::size_t>(Length));
 }
 
 void CEventPort::Write(const void*, int64_t, int64_t) {

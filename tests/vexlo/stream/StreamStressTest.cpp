@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kBuffers = 6;
-constexpr std::size_t kPayload = 5000;
+constexpr std::size_t kStressPayload = 5000;
 constexpr std::chrono::seconds kDuration{2};
 
 std::uint32_t Seed() {
@@ -31,7 +31,7 @@ std::uint32_t Seed() {
 }
 
 u3v::TransferPlan Plan() {
-    return *u3v::MakeTransferPlan({kPayload, 0, 0, 0, 1024, 2048});
+    return *u3v::MakeTransferPlan({kStressPayload, 0, 0, 0, 1024, 2048});
 }
 
 /// What a consumer that queues and retrieves has seen. Bound to its thread until that is joined.
@@ -39,7 +39,7 @@ class Consumer {
 public:
     Consumer(BufferPool& pool, std::uint32_t seed) : m_Pool(pool), m_Random(seed) {
         pool.SetWaitObject(Tavix::ShareWaitObject(m_Wait));
-        m_Memory.resize(kBuffers, Bytes(kPayload));
+        m_Memory.resize(kBuffers, Bytes(kStressPayload));
         for (Bytes& memory : m_Memory) {
             Buffer buffer;
             EXPECT_EQ(pool.Register(memory.data(), memory.size(), &buffer.handle), VX_OK);
@@ -90,7 +90,7 @@ private:
             ++failed;
         } else {
             ++good;
-            const Bytes wanted = Pixels(result.BlockId, kPayload);
+            const Bytes wanted = Pixels(result.BlockId, kStressPayload);
             damaged += !std::equal(wanted.begin(), wanted.end(), static_cast<const std::uint8_t*>(result.Buffer));
         }
     }
@@ -169,7 +169,7 @@ TEST(StreamStress, BringsEveryBufferBackOnceAndAlwaysRecovers) {
         FakeCamera camera(bus);
         BufferPool pool;
         StreamStatistics statistics;
-        pool.Prepare(kBuffers, kPayload);
+        pool.Prepare(kBuffers, kStressPayload);
         StreamEngine engine({camera, bus, pool, statistics}, Settings(random));
         Consumer consumer(pool, random());
         Mischief mischief(bus, random());
