@@ -266,6 +266,17 @@ TEST_F(StreamGrabber, NamesBothSizesOfABufferThatIsTooLarge) {
         [&] { grabber().RegisterBuffer(image, 200000); });
 }
 
+TEST_F(StreamGrabber, NamesSizesThatThirtyTwoBitsCannotCount) {
+    OpenGrabber();
+    Parameter("MaxBufferSize").SetValue(0x1'0000'0001);
+    grabber().PrepareGrab();
+    bus.FailNext("Stream.RegisterBuffer", vexlo::VX_E_INVALID_SIZE);
+    ExpectFailure(
+        "Failed to register buffer at vx stream for device 1:2:3'. Error: 'text E200000A The buffer has 4294967298 "
+        "bytes, and MaxBufferSize allows 4294967297.'",
+        [&] { grabber().RegisterBuffer(image, 0x1'0000'0002); });
+}
+
 TEST_F(StreamGrabber, IsOpenUntilTheStreamIsClosed) {
     OpenGrabber();
     EXPECT_THAT(CallsAndStates([&] { grabber().Close(); }), ElementsAre("Stream.Close Open"));
