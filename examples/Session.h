@@ -4,6 +4,9 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include <GenApi/GenApi.h>
@@ -65,8 +68,12 @@ private:
 /// A prepared stream with queued buffers, undone at the end of its scope. Bound to a thread.
 class Stream {
 public:
-    explicit Stream(const Camera& camera, std::size_t count = 4) : m_Grabber(*camera->GetStreamGrabber(0)) {
-        m_Buffers.assign(count, std::vector<unsigned char>(static_cast<std::size_t>(camera.Integer("PayloadSize"))));
+    /// A camera may state any size of its images; one for which the buffers would take more than `most` bytes is not
+    /// believed.
+    explicit Stream(const Camera& camera, std::size_t count = 4, std::size_t most = std::size_t(1) << 30)
+        : m_Grabber(*camera->GetStreamGrabber(0)), m_Size(Believable(camera.Integer("PayloadSize"), count, most)) {
+        while (m_Buffers.size() < count)
+            m_Buffers.emplace_back(new unsigned char[m_Size]); // not touched before an image comes
         m_Grabber.Open();
         try {
             Prepare();
@@ -82,13 +89,18 @@ public:
     Tavix::IStreamGrabber* operator->() const { return &m_Grabber; }
 
 private:
+    static std::size_t Believable(long long stated, std::size_t count, std::size_t most) {
+        if (stated > 0 && static_cast<std::size_t>(stated) <= most / count) return static_cast<std::size_t>(stated);
+        throw std::runtime_error("The camera states " + std::to_string(stated) + " bytes for an image; " +
+                                 std::to_string(count) + " buffers may have " + std::to_string(most) + " bytes.");
+    }
     void Prepare() {
         SetParameter("MaxNumBuffer", m_Buffers.size());
-        SetParameter("MaxBufferSize", m_Buffers.front().size());
+        SetParameter("MaxBufferSize", m_Size);
         m_Grabber.PrepareGrab(); // buffers are registered from here on
         m_IsPrepared = true;
         for (auto& buffer : m_Buffers) {
-            m_Handles.push_back(m_Grabber.RegisterBuffer(buffer.data(), buffer.size()));
+            m_Handles.push_back(m_Grabber.RegisterBuffer(buffer.get(), m_Size));
             m_Grabber.QueueBuffer(m_Handles.back());
         }
     }
@@ -110,7 +122,8 @@ private:
     }
 
     Tavix::IStreamGrabber& m_Grabber;
-    std::vector<std::vector<unsigned char>> m_Buffers;
+    const std::size_t m_Size;
+    std::vector<std::unique_ptr<unsigned char[]>> m_Buffers;
     std::vector<Tavix::StreamBufferHandle> m_Handles;
     bool m_IsPrepared = false;
 };

@@ -12,6 +12,7 @@ int main() try {
     GenApi::INodeMap* features = camera->GetNodeMap();
     GenApi::CEnumerationPtr(features->GetNode("PixelFormat"))->FromString("Mono8");
     const auto size = GenApi::CIntegerPtr(features->GetNode("PayloadSize"))->GetValue();
+    if (size < 1 || size > 256 << 20) throw RUNTIME_EXCEPTION("%d MiB for an image", static_cast<int>(size >> 20));
 
     Tavix::IStreamGrabber* stream = camera->GetStreamGrabber(0);
     stream->Open();

@@ -18,7 +18,8 @@ void RefuseOthers(const py::kwargs& options) {
     for (const auto& option : options) {
         const auto name = option.first.cast<std::string>();
         bool isKnown = false;
-        for (const char* known : {"buffers", "keep_budget", "newest_only", "incomplete", "timeout", "reconnect"})
+        for (const char* known :
+             {"buffers", "memory_limit", "keep_budget", "newest_only", "incomplete", "timeout", "reconnect"})
             isKnown = isKnown || name == known;
         if (!isKnown) throw py::type_error("grab() has no option '" + name + "'");
     }
@@ -34,6 +35,7 @@ Tavix::GrabOptions OptionsOf(std::uint64_t count, const py::kwargs& options) {
     Tavix::GrabOptions made;
     made.count = count;
     Take(options, "buffers", made.buffers);
+    Take(options, "memory_limit", made.memoryLimit);
     Take(options, "keep_budget", made.keepBudget);
     Take(options, "newest_only", made.newestOnly);
     Take(options, "incomplete", made.incomplete);

@@ -167,6 +167,7 @@ class Camera:
         count: int = 0,
         *,
         buffers: int = 8,
+        memory_limit: int = ...,
         keep_budget: int = ...,
         newest_only: bool = False,
         incomplete: bool = False,

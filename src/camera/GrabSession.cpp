@@ -38,7 +38,7 @@ GrabSession::GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& 
 void GrabSession::Open(IStreamResultSink* sink) {
     const GenApi::CIntegerPtr payload(m_Device->Nodes().GetNode("PayloadSize"));
     if (!payload) throw Error(m_Device->Name() + " does not tell the size of its images");
-    m_PayloadSize = static_cast<std::size_t>(payload->GetValue());
+    m_PayloadSize = Believable(payload->GetValue());
     const std::size_t further = m_Options.keepBudget / std::max<std::size_t>(m_PayloadSize, 1);
     m_MaxFrames = m_Options.buffers + std::min(further, kMostFrames);
     m_Grabber = m_Device->Device().GetStreamGrabber(0);
@@ -49,6 +49,15 @@ void GrabSession::Open(IStreamResultSink* sink) {
     if (callbacks) callbacks->SetResultSink(sink);
     m_HasSink = callbacks && sink;
     Prepare();
+}
+
+std::size_t GrabSession::Believable(std::int64_t stated) const {
+    if (stated <= 0) throw Error(m_Device->Name() + " says that its images have " + std::to_string(stated) + " bytes");
+    const auto size = static_cast<std::size_t>(stated);
+    if (size <= m_Options.memoryLimit / std::max<std::size_t>(m_Options.buffers, 1)) return size;
+    throw Error(m_Device->Name() + ": " + std::to_string(m_Options.buffers) + " buffers for images of " +
+                std::to_string(size) + " bytes take more than the " + std::to_string(m_Options.memoryLimit) +
+                " bytes of memoryLimit");
 }
 
 void GrabSession::Prepare() {

@@ -51,6 +51,8 @@ public:
     const std::shared_ptr<OpenDevice>& Device() const { return m_Device; }
 
 private:
+    /// The size that the camera states for an image; throws when it cannot be so.
+    std::size_t Believable(std::int64_t stated) const;
     void Prepare();
     bool Allocate(Frame& frame);
     void SetParameter(const char* name, std::size_t value);

@@ -50,6 +50,21 @@ TEST(Stream, RefusesASecondOneOfTheSameCamera) {
     EXPECT_THAT(ErrorOf<Tavix::StateError>([&] { camera.Grab(); }), HasSubstr("streams already"));
 }
 
+TEST(Stream, RefusesImagesThatAreLargerThanAllowed) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["PixelFormat"] = "Mono8";
+    Tavix::GrabOptions options;
+    options.buffers = 3;
+    options.count = 1;
+    options.memoryLimit = 3 * 64 * 64 - 1;
+    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }),
+                HasSubstr("3 buffers for images of 4096 bytes take more than the 12287 bytes of memoryLimit"));
+    ++options.memoryLimit;
+    for (const Tavix::Image& image : camera.Grab(options))
+        EXPECT_TRUE(image.IsWhole()) << image.Defect();
+}
+
 TEST(Stream, IsNotFrozenByImagesThatAreKept) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();

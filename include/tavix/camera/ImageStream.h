@@ -27,6 +27,9 @@ struct GrabOptions {
     std::uint64_t count = 0;
     /// Images that may wait for the application.
     std::size_t buffers = 8;
+    /// Most bytes that these may take together, so that a camera which states an absurd size of its images takes no
+    /// more; a stream that would need more is refused.
+    std::size_t memoryLimit = std::size_t(2) << 30;
     /// Further memory, in bytes, for images that the application keeps. Beyond it the stream waits until one is given
     /// back, and what the camera sends meanwhile is lost and counted.
     std::size_t keepBudget = std::size_t(512) << 20;
