@@ -1,10 +1,7 @@
 #include "Session.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <stdexcept>
-
-#include <unistd.h>
 
 namespace consumer {
 
@@ -16,8 +13,7 @@ std::string Session::SmallCamera(const std::string& more, const std::string& siz
            size.substr(cross + 1) + R"(, "frameRateEnable": false)" + (more.empty() ? "" : ", " + more) + "}]";
 }
 
-Session::Session(const std::string& cameras) {
-    setenv("TAVIX_VIRTUAL_CAMERAS", ("{\"cameras\": " + cameras + "}").c_str(), 1);
+Session::Session(const std::string& cameras) : m_Cameras(integration::PlugIn("{\"cameras\": " + cameras + "}")) {
     Must(m_Library.GCInitLib(), "GCInitLib");
 }
 

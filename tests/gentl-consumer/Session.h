@@ -4,8 +4,11 @@
 #include "Library.h"
 #include "Query.h"
 
+#include "integration/CamerasOnBus.h"
+
 #include <chrono>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,8 +18,8 @@ namespace consumer {
 /// is closed by GCCloseLib. Anything that must succeed throws std::runtime_error when it does not. Bound to a thread.
 class Session {
 public:
-    /// `cameras` are the JSON text of the array of cameras. An equal text means the same cameras as before, with the
-    /// state that they were left in.
+    /// `cameras` are the JSON text of the array of cameras. Beside the real bus an equal text means the same cameras
+    /// as before, with the state that they were left in.
     explicit Session(const std::string& cameras);
     Session() : Session(SmallCamera()) {}
     ~Session();
@@ -64,6 +67,7 @@ public:
     void Must(GC_ERROR code, const char* what);
 
 private:
+    std::unique_ptr<integration::CamerasOnBus> m_Cameras;
     Library m_Library;
     TL_HANDLE m_System = nullptr;
     IF_HANDLE m_Interface = nullptr;
