@@ -118,11 +118,6 @@ std::shared_ptr<EventQueue> Device::MakeEvent(EVENT_TYPE type) {
     return std::make_shared<RemoteEvent>(*m_Device);
 }
 
-void Device::ForgetEvent(EVENT_TYPE type) noexcept {
-    if (type != EVENT_REMOTE_DEVICE) return;
-    if (const auto event = std::static_pointer_cast<RemoteEvent>(Event(type))) event->Stop();
-}
-
 void Device::Close() noexcept {
     const std::shared_ptr<Object> self = shared_from_this(); // the interface may hold the last share
     for (const unsigned long callback : m_Callbacks)

@@ -43,7 +43,6 @@ public:
     std::shared_ptr<Stream> OpenStream(const std::string& id);
     void Forget(const Stream& stream) noexcept;
     std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
-    void ForgetEvent(EVENT_TYPE type) noexcept override;
 
     static constexpr const char* kStreamId = "Stream0";
     static constexpr std::uint64_t kLostEvent = 0x9001;

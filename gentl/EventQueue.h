@@ -30,7 +30,7 @@ public:
     void Kill();
     virtual void Flush();
     /// Turns all waiters away, for good. With TreeMutex() held.
-    void Close() noexcept;
+    virtual void Close() noexcept;
 
     // For the module that tells. When memory is short the event is dropped; when nobody takes them, the oldest.
     void PushText(const char* text) noexcept;

@@ -24,6 +24,11 @@ void RemoteEvent::Stop() noexcept {
     m_Stream = nullptr;
 }
 
+void RemoteEvent::Close() noexcept {
+    Stop();
+    EventQueue::Close();
+}
+
 void RemoteEvent::NoteLoss() noexcept {
     m_IsLost = true;
     WaitObject().Signal();

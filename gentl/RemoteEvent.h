@@ -15,8 +15,8 @@ public:
     /// Throws Failure when the camera has no event channel.
     explicit RemoteEvent(vexlo::CVxDevice& device);
     ~RemoteEvent() override;
-    /// Ends the event channel. Nothing comes any more.
-    void Stop() noexcept;
+    /// Ends the event channel, too, which must not outlive the device: who waits here may hold the last share of this.
+    void Close() noexcept override;
 
     /// The camera left: who waits gets an error instead of waiting for ever.
     void NoteLoss() noexcept;
@@ -30,6 +30,8 @@ protected:
     size_t LargestData() const override { return 1024; }
 
 private:
+    void Stop() noexcept;
+
     std::mutex m_StreamMutex;
     vexlo::CVxEventStream* m_Stream = nullptr; // guarded by m_StreamMutex; owned by the device, null once stopped
     std::atomic<bool> m_IsLost{false};

@@ -118,11 +118,12 @@ void Stream::BuildPort() {
     m_Port.Number("StreamChunkCountMaximum", [] { return 64; });
     m_Port.Number("StreamBufferAlignment", [] { return 1; });
     // Consumers lock before they start and unlock after they have stopped; a running stream is locked in any case.
-    m_Port.Flag("TLParamsLocked", counted([](const Stream& stream) { return stream.m_IsRunning || stream.m_IsLocked; }),
-                [this](std::uint64_t locked) {
-                    const Guard guard(m_Mutex);
-                    m_IsLocked = locked != 0;
-                });
+    m_Port.Limited("TLParamsLocked", {0, [] { return 1; }, 1}, // an integer, as everywhere
+                   counted([](const Stream& stream) { return stream.m_IsRunning || stream.m_IsLocked; }),
+                   [this](std::uint64_t locked) {
+                       const Guard guard(m_Mutex);
+                       m_IsLocked = locked != 0;
+                   });
     BuildSettings();
 }
 

@@ -3,6 +3,9 @@
 #include "RemoteFeatures.h"
 #include "Session.h"
 
+#include <future>
+#include <thread>
+
 #include <malloc.h>
 
 namespace {
@@ -134,14 +137,33 @@ TEST_F(GenTL, LocksTheStreamsFeaturesUntilTheyAreUnlocked) {
     ASSERT_NO_FATAL_FAILURE(OpenStream());
     consumer::Features features(gc, stream);
     GenApi::CIntegerPtr size = features.map._GetNode("StreamMaxTransferSize");
-    GenApi::CBooleanPtr locked = features.map._GetNode("TLParamsLocked");
-    EXPECT_FALSE(locked->GetValue());
-    locked->SetValue(true);
-    EXPECT_TRUE(locked->GetValue());
+    GenApi::CIntegerPtr locked = features.map._GetNode("TLParamsLocked");
+    EXPECT_EQ(locked->GetValue(), 0);
+    locked->SetValue(1);
+    EXPECT_EQ(locked->GetValue(), 1);
     EXPECT_THROW(size->SetValue(65536), std::exception);
-    locked->SetValue(false);
+    locked->SetValue(0);
     size->SetValue(65536);
     EXPECT_EQ(size->GetValue(), 65536);
+}
+
+TEST_F(GenTL, ClosesTheDeviceUnderOneWhoWaitsForItsEvents) {
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_NO_FATAL_FAILURE(OpenDevice());
+        EVENT_HANDLE event = nullptr;
+        ASSERT_EQ(gc.GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &event), GC_ERR_SUCCESS);
+        std::promise<void> begun;
+        std::thread waiter([&] {
+            begun.set_value();
+            unsigned char data[1024];
+            size_t size = sizeof data;
+            const GC_ERROR result = gc.EventGetData(event, data, &size, GENTL_INFINITE);
+            EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_INVALID_HANDLE) << result;
+        });
+        begun.get_future().wait();
+        EXPECT_EQ(gc.DevClose(device), GC_ERR_SUCCESS);
+        waiter.join();
+    }
 }
 
 TEST_F(GenTL, CountsNoEntryThatWasRefused) {
