@@ -39,6 +39,7 @@ public:
 void RetrieveResultAndQueueBuffer(benchmark::State& state) {
     Session session;
     Tavix::GrabResult result;
+    session.stream.QueueBuffer(session.handle, nullptr);
     for (auto _ : state) {
         session.stream.RetrieveResult(result);
         session.stream.QueueBuffer(result.Handle(), result.Context());

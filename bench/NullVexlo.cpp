@@ -17,6 +17,8 @@ struct CVxStream::Impl {
     bool open = false;
     bool prepared = false;
     void* buffer = nullptr;
+    const void* context = nullptr;
+    bool queued = false;
 };
 struct CVxEventStream::Impl {};
 struct CVxDevice::Impl {
@@ -35,7 +37,11 @@ VxStatus IsLibraryLoadable() {
 VxStatus GetStatusMessage(VxStatus, char*, unsigned long, unsigned long*) {
     return VX_OK;
 }
-VxStatus CEnumerator::Discover(Callee*) {
+VxStatus CEnumerator::Discover(Callee* callee) {
+    DeviceDiscoveryInfo camera{};
+    std::strcpy(camera.DeviceGUID, "000000000001");
+    std::strcpy(camera.DevicePath, "1-1");
+    (void)callee->EnumCallback(&camera);
     return VX_OK;
 }
 VxStatus CEnumerator::DeviceInfoFromPath(const char*, DeviceDiscoveryInfo&) {
@@ -131,6 +137,12 @@ VxStatus CVxStream::FinishGrab() {
 VxStatus CVxStream::CancelGrab() {
     return VX_OK;
 }
+VxStatus CVxStream::AllocateMemory(unsigned long, void**) {
+    return VX_E_NO_MEMORY;
+}
+VxStatus CVxStream::FreeMemory(void*) {
+    return VX_E_NOT_FOUND;
+}
 VxStatus CVxStream::RegisterBuffer(void* buffer, unsigned long, BufferHandle_s** ppHandle) {
     m_Impl->buffer = buffer;
     *ppHandle = static_cast<BufferHandle_s*>(buffer);
@@ -140,10 +152,17 @@ VxStatus CVxStream::DeregisterBuffer(BufferHandle_s*, void** ppBuffer) {
     *ppBuffer = m_Impl->buffer;
     return VX_OK;
 }
-VxStatus CVxStream::QueueBuffer(BufferHandle_s*, const void*) {
+VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
+    m_Impl->buffer = handle;
+    m_Impl->context = context;
+    m_Impl->queued = true;
     return VX_OK;
 }
 VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long*) {
+    if (!m_Impl->queued) return VX_E_NO_DATA;
+    m_Impl->queued = false;
+    *result = {};
+    result->Context = m_Impl->context;
     result->Handle = static_cast<BufferHandle_s*>(m_Impl->buffer);
     result->Buffer = m_Impl->buffer;
     result->PayloadType = 1;
