@@ -230,4 +230,13 @@ TEST(Description, OfABufferIsThereOrNotImplemented) {
     ExpectFeatures(module, {"BufferData", "BufferUserData"});
 }
 
+TEST(Description, HasAPortNodeOfThePortsName) {
+    Session session;
+    for (PORT_HANDLE port : {session.System(), session.Interface(), session.Device(), session.Stream()}) {
+        Module module(session, port);
+        const std::string name = module.PortInfo(PORT_INFO_PORTNAME).Text();
+        EXPECT_NE(module.Find(name.c_str()), nullptr) << name;
+    }
+}
+
 } // namespace

@@ -151,6 +151,19 @@ TEST(Habit, ChunkAdaptersTakeTheWholeBufferOrTheListOfChunks) {
     EXPECT_EQ(camera.Integer("ChunkTimestamp"), time);
 }
 
+TEST(Habit, TheLayoutOfChunksIsThatOfTheTrailer) {
+    Session session;
+    session.Write32(kChunkModeActive, 1);
+    session.Write32(kChunkEnable + 4 * 1, 1); // time stamp
+    session.Write32(kChunkEnable + 4 * 2, 1); // frame number
+    session.Announce(1);
+    session.QueueAll();
+    session.Start();
+    const BUFFER_HANDLE buffer = session.Next();
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(session.BufferInfo(buffer, BUFFER_INFO_CHUNKLAYOUTID).Number(), 0x107u);
+}
+
 TEST(Habit, ChunksOfAnImageWithoutThemAreNone) {
     Session session;
     session.Announce(1);

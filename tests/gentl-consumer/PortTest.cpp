@@ -70,6 +70,17 @@ TEST(Port, AnEmptyStackSucceeds) {
     EXPECT_EQ(count, 0u);
 }
 
+TEST(Port, AStackWithoutRoomIsRefused) {
+    Session session;
+    PORT_REGISTER_STACK_ENTRY entry{kWidth, nullptr, 4};
+    std::size_t count = 1;
+    EXPECT_EQ(session->GCReadPortStacked(session.Remote(), &entry, &count), GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(count, 0u);
+    count = 1;
+    EXPECT_EQ(session->GCWritePortStacked(session.Remote(), &entry, &count), GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(count, 0u);
+}
+
 TEST(Port, AnAddressThatNobodyHasIsAnError) {
     Session session;
     std::uint32_t value = 0;
