@@ -63,12 +63,6 @@ std::uint64_t Caller::Address() {
     return known[draw % std::size(known)] + (Draw(8) == 0 ? Draw(64) : 0);
 }
 
-/// Any but the camera's own events: the table tests and the stream tests have those.
-std::int32_t Caller::EventType() {
-    const auto type = static_cast<std::int32_t>(Draw(7));
-    return type == EVENT_REMOTE_DEVICE ? EVENT_MODULE : type;
-}
-
 template<class Function, class... Arguments>
 GC_ERROR Caller::Call(const char* name, Function function, Arguments... arguments) {
     m_Doing = name;
@@ -277,10 +271,11 @@ void Caller::Events() {
     GC_ERROR code = GC_ERR_SUCCESS;
     switch (Draw(8)) {
     case 0:
-        return Open("GCRegisterEvent", Booty::Event, m_Library.GCRegisterEvent, source, EventType());
+        return Open("GCRegisterEvent", Booty::Event, m_Library.GCRegisterEvent, source,
+                    static_cast<std::int32_t>(Draw(7)));
     case 1:
         if (Draw(4) != 0) return;
-        (void)Call("GCUnregisterEvent", m_Library.GCUnregisterEvent, source, EventType());
+        (void)Call("GCUnregisterEvent", m_Library.GCUnregisterEvent, source, static_cast<std::int32_t>(Draw(7)));
         return;
     case 2:
         (void)Call("EventKill", m_Library.EventKill, event);

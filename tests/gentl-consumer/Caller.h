@@ -61,7 +61,6 @@ private:
     std::uint32_t Draw(std::uint32_t below) { return static_cast<std::uint32_t>(m_Random() % below); }
     void* Handle(Booty::Kind kind);
     std::uint64_t Address();
-    std::int32_t EventType();
     std::string Id(Booty::Kind kind);
     template<class Function, class... Arguments>
     GC_ERROR Call(const char* name, Function function, Arguments... arguments);

@@ -239,4 +239,11 @@ TEST(Description, HasAPortNodeOfThePortsName) {
     }
 }
 
+TEST(Description, LetsTheConsumerLockTheParametersOfAStream) {
+    Session session;
+    Module stream(session, session.Stream());
+    stream.Set("TLParamsLocked", "1");
+    EXPECT_EQ(stream.Integer("TLParamsLocked"), 1);
+}
+
 } // namespace

@@ -196,6 +196,21 @@ TEST(Waiting, IsEndedWithItsEventItsModuleAndTheLibrary) {
     }
 }
 
+TEST(Waiting, ForTheCamerasEventsOutlivesItsDevice) {
+    for (int round = 0; round < 50; ++round) {
+        Session session;
+        const EVENT_HANDLE event = Register(session, session.Device(), EVENT_REMOTE_DEVICE);
+        std::promise<void> ready;
+        auto waiter = std::async(std::launch::async, [&] {
+            ready.set_value();
+            return Wait(session, event, GENTL_INFINITE);
+        });
+        ready.get_future().wait();
+        session.CloseDevice();
+        ExpectAway(waiter.get());
+    }
+}
+
 TEST(Waiting, SeesFramesWhileOthersFlushAndAsk) {
     Session session;
     session.Announce(8);
