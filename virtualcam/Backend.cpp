@@ -73,9 +73,8 @@ void Backend::Slot::Plugged() {
 
 Backend::Backend(const BackendSettings& settings) {
     m_Memory->limit = settings.transferMemoryLimit;
-    std::uint8_t port = 1;
     for (const CameraSettings& camera : settings.cameras)
-        m_Slots.push_back(std::make_unique<Slot>(*this, port++, camera));
+        m_Slots.push_back(std::make_unique<Slot>(*this, static_cast<std::uint8_t>(m_Slots.size() + 1), camera));
     try {
         m_Thread = std::thread([this] { Run(); });
     } catch (const std::system_error&) {
@@ -84,7 +83,7 @@ Backend::Backend(const BackendSettings& settings) {
 }
 
 Backend::~Backend() {
-    m_Slots.clear();
+    m_Slots.clear(); // nobody calls any more
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
         m_Stop = true;
@@ -93,8 +92,27 @@ Backend::~Backend() {
     m_Thread.join();
 }
 
+std::vector<Backend::Slot*> Backend::Slots() const {
+    const std::lock_guard<std::mutex> lock(m_SlotsLock);
+    std::vector<Slot*> slots;
+    for (const auto& slot : m_Slots)
+        slots.push_back(slot.get());
+    return slots;
+}
+
+void Backend::Add(const CameraSettings& settings) {
+    Slot* added = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(m_SlotsLock);
+        m_Slots.push_back(std::make_unique<Slot>(*this, static_cast<std::uint8_t>(m_Slots.size() + 1), settings));
+        added = m_Slots.back().get();
+    }
+    const std::shared_ptr<Attachment> attachment = added->Current();
+    if (attachment) Announce({{usb::HotplugEvent::Arrived, attachment->Id()}});
+}
+
 usb::Result Backend::Enumerate(std::vector<usb::DeviceEntry>& devices) try {
-    for (const auto& slot : m_Slots) {
+    for (Slot* const slot : Slots()) {
         const std::shared_ptr<Attachment> attachment = slot->Current();
         if (attachment && attachment->IsPresent()) devices.push_back(attachment->Entry());
     }
@@ -104,7 +122,7 @@ usb::Result Backend::Enumerate(std::vector<usb::DeviceEntry>& devices) try {
 }
 
 usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) try {
-    for (const auto& slot : m_Slots) {
+    for (Slot* const slot : Slots()) {
         const std::shared_ptr<Attachment> attachment = slot->Current();
         if (!attachment || attachment->Id() != id || !attachment->IsPresent()) continue;
         if (slot->device->RefusesOpen()) return usb::Result::Access;
@@ -117,17 +135,19 @@ usb::Result Backend::Open(const std::string& id, std::unique_ptr<usb::Handle>& h
 }
 
 void Backend::Plug(std::size_t index) {
-    m_Slots[index]->device->Plug();
-    m_Slots[index]->Await(/*plugged=*/true);
+    Slot* const slot = Slots()[index];
+    slot->device->Plug();
+    slot->Await(/*plugged=*/true);
 }
 
 void Backend::Unplug(std::size_t index) {
-    m_Slots[index]->device->Unplug();
-    m_Slots[index]->Await(/*plugged=*/false);
+    Slot* const slot = Slots()[index];
+    slot->device->Unplug();
+    slot->Await(/*plugged=*/false);
 }
 
 std::string Backend::IdOf(std::size_t index) {
-    const std::shared_ptr<Attachment> attachment = m_Slots[index]->Current();
+    const std::shared_ptr<Attachment> attachment = Slots()[index]->Current();
     return attachment && attachment->IsPresent() ? attachment->Id() : std::string();
 }
 

@@ -32,9 +32,11 @@ public:
     std::size_t TransferMemoryLimit() const override { return m_Memory->limit; }
 
     // --- the cameras behind the bus
-    std::size_t CameraCount() const { return m_Slots.size(); }
+    std::size_t CameraCount() const { return Slots().size(); }
     /// The camera; it exists whether plugged or not.
-    Device& Camera(std::size_t index) { return *m_Slots[index]->device; }
+    Device& Camera(std::size_t index) { return *Slots()[index]->device; }
+    /// One more camera, for as long as the bus lives. Throws as the constructor does.
+    void Add(const CameraSettings& settings);
     /// Plugs or unplugs a camera and returns when the bus knows.
     void Plug(std::size_t index);
     void Unplug(std::size_t index);
@@ -79,8 +81,11 @@ private:
     std::list<News> m_News;
     bool m_Stop = false;
 
-    std::vector<std::unique_ptr<Slot>> m_Slots; // constant after construction
+    mutable std::mutex m_SlotsLock;
+    std::vector<std::unique_ptr<Slot>> m_Slots; // grows only; guarded by m_SlotsLock
     std::thread m_Thread;
+
+    std::vector<Slot*> Slots() const;
 
     std::uint8_t NextAddress() { return static_cast<std::uint8_t>(1 + (m_NextAddress++ - 1) % 127); }
     void Announce(std::list<News> news);

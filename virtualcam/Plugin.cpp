@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "virtualcam/Backend.h"
+#include "virtualcam/Bench.h"
 
 namespace virtualcam {
 namespace {
@@ -42,12 +43,18 @@ public:
     std::shared_ptr<usb::Backend> Find(const std::string& settings, std::string& reason) {
         const std::lock_guard<std::mutex> lock(m_Lock);
         if (m_Bus && m_Settings == settings) return m_Bus;
-        std::shared_ptr<usb::Backend> made = CreateBackend(settings, reason);
+        std::shared_ptr<Backend> made = CreateBackend(settings, reason);
         if (made) {
             m_Bus = made;
             m_Settings = settings;
         }
         return made;
+    }
+
+    /// Null before anybody asked for a bus.
+    std::shared_ptr<Backend> Find() {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        return m_Bus;
     }
 
     /// A process that was forked has none of its parent's threads: it begins anew.
@@ -66,7 +73,7 @@ private:
     const pid_t m_Process = getpid();
     std::mutex m_Lock;
     std::string m_Settings; // guarded by m_Lock, as all below
-    std::shared_ptr<usb::Backend> m_Bus;
+    std::shared_ptr<Backend> m_Bus;
 };
 
 } // namespace
@@ -79,4 +86,13 @@ extern "C" __attribute__((visibility("default"))) usb::Backend* UsbCreateBackend
     if (!settings) return nullptr;
     std::shared_ptr<usb::Backend> bus = ProcessBus::Present().Find(settings, reason);
     return bus ? new LentBus(std::move(bus)) : nullptr;
+}
+
+/// What a bench does with the cameras of this process's bus: a request and its answer as JSON, see Bench.h. False with
+/// a reason as the answer.
+extern "C" __attribute__((visibility("default"))) bool VirtualCameraControl(const char* request, std::string& answer) {
+    using namespace virtualcam;
+    answer = "virtual cameras were not asked for when the program began";
+    const std::shared_ptr<Backend> bus = ProcessBus::Present().Find();
+    return bus && request && Obey(*bus, request, answer);
 }
