@@ -38,4 +38,5 @@ echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, M
 echo '{"cameras": [{"sensorWidth": 1920, "sensorHeight": 1088, "frameRateEnable": false}]}' >"$settings"
 "$tavix" --virtual "$settings" grab --frames 2000 --set Height=1080 || fail "the fast grab failed"
 
-echo; echo "demo: $count images are in $images, for example $(find "$images" -name '*.png' | sort | head -n 1)"
+echo; echo "demo: to look at the cameras live, in the browser:  $tavix --virtual 2 view"
+echo "demo: $count images are in $images, for example $(find "$images" -name '*.png' | sort | head -n 1)"

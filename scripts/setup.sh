@@ -14,6 +14,7 @@ packages=(
     pybind11-dev python3-dev python3-numpy python3-pytest
     libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0
+    libjs-chart.js chromium
 )
 developer_packages=(
     clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen

@@ -63,6 +63,7 @@ CommandLine::CommandLine()
     AddSettingsCommands();
     AddGrabCommand();
     AddStreamCommands();
+    AddViewCommand();
     AddFileCommands();
     AddVirtualCommands();
     AddTextCommands();
@@ -223,6 +224,20 @@ void CommandLine::AddStreamCommands() {
     AddGrabOptions(*measuring, m_Bench);
     measuring->footer("As fast as camera, cable and library go: tavix bench --set AcquisitionFrameRateEnable=0");
     measuring->callback([this] { run = [this] { return Bench(m_Bench); }; });
+}
+
+void CommandLine::AddViewCommand() {
+    auto* command = app.add_subcommand("view", "Show cameras on a page in the browser, until Ctrl-C");
+    command->add_option("--listen", m_View.address, "Address to be reached at; 0.0.0.0 lets other computers in")
+        ->capture_default_str()
+        ->check(NotEmpty());
+    command->add_option("--port", m_View.port, "TCP port; 0 for a free one")->capture_default_str();
+    command->add_option("-o,--output", m_View.folder, "Folder for recorded series")
+        ->capture_default_str()
+        ->check(NotEmpty());
+    command->add_flag("--no-browser", m_View.noBrowser, "Only print the address");
+    command->footer("From another computer: ssh -L 8080:127.0.0.1:8080 HOST tavix view --port 8080");
+    command->callback([this] { run = [this] { return View(m_View); }; });
 }
 
 void CommandLine::AddFileCommands() {

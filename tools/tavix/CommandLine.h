@@ -36,6 +36,7 @@ private:
     void AddGrabCommand();
     void AddStreamCommands();
     void AddFileCommands();
+    void AddViewCommand();
     void AddVirtualCommands();
     void AddTextCommands();
     void AddServeCommand(CLI::App& parent);
@@ -44,6 +45,7 @@ private:
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
     WatchOptions m_Watch;
     DoctorOptions m_Doctor;
+    ViewOptions m_View;
     SettingsFileOptions m_Save, m_Load;
     GrabOptions m_Grab, m_Chunks, m_Bench;
     EventsOptions m_Events;

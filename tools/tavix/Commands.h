@@ -19,6 +19,7 @@ int Watch(const WatchOptions& options);
 int Save(const SettingsFileOptions& options);
 int Load(const SettingsFileOptions& options);
 int Doctor(const DoctorOptions& options);
+int View(const ViewOptions& options);
 int Xml(const FileOptions& options);
 int Gentl(const FileOptions& options);
 

@@ -70,4 +70,11 @@ struct DoctorOptions {
     bool json = false;
 };
 
+struct ViewOptions {
+    std::string address = "127.0.0.1"; ///< to listen at
+    std::uint16_t port = 0;            ///< 0: a free one
+    std::string folder = "recordings"; ///< where series go
+    bool noBrowser = false;            ///< only prints the address
+};
+
 } // namespace tool

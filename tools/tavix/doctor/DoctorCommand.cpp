@@ -57,7 +57,20 @@ void Print(const Findings& findings) {
     }
 }
 
+void AskComputer(Patient& patient) {
+    patient.libusbVersion = LibusbVersion();
+    patient.transportLayers = FindTransportLayers();
+    patient.demands = AskCameras();
+    patient.producers = LookForProducers();
+}
+
 } // namespace
+
+Findings ExamineThisComputer() {
+    Patient patient{SystemFiles("/")};
+    AskComputer(patient);
+    return Examine(patient);
+}
 
 int Doctor(const DoctorOptions& options) {
     if (options.udevRule) {
@@ -66,10 +79,7 @@ int Doctor(const DoctorOptions& options) {
     }
     Patient patient{SystemFiles(options.root)};
     if (patient.files.IsHere()) {
-        patient.libusbVersion = LibusbVersion();
-        patient.transportLayers = FindTransportLayers();
-        patient.demands = AskCameras();
-        patient.producers = LookForProducers();
+        AskComputer(patient);
     } else if (!patient.files.Exists("/")) {
         throw Error("there is no folder " + options.root);
     }

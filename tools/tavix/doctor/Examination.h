@@ -53,6 +53,9 @@ void ExamineProducers(const Patient& patient, Findings& findings);
 /// All of them, in the order of this list.
 Findings Examine(const Patient& patient);
 
+/// All of this computer, its cameras asked.
+Findings ExamineThisComputer();
+
 /// The command that lets more transfers wait for data.
 inline constexpr const char* kRaiseTransferMemory =
     "echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb";

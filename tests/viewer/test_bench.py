@@ -1,0 +1,133 @@
+"""The bench: what a new user does without a camera, and what goes wrong on the way."""
+
+import json
+import os
+
+from browser import Server
+from page import CAMERA, TWO, control, is_in, open_camera, set_feature, show_all, stop, tab, wait_for_images
+
+FIGURES = "document.querySelector('.figures').dataset"
+
+
+def shot(page, name):
+    page.screenshot(os.path.join(os.environ["TAVIX_SCREENSHOTS"], f"{name}.png"))
+
+
+def test_a_new_user_without_a_camera(look):
+    server, page = look("2")
+    open_camera(page, 0)
+    open_camera(page, 1)
+    wait_for_images(page, 0)
+    shot(page, "step-1-two-live-images")
+    show_all(page)
+    set_feature(page, "ExposureTime", "3000")
+    page.wait("document.querySelector('.others').textContent.includes('ExposureTicks')")
+    shot(page, "step-2-exposure-moved")
+    page.click(".panel .tools button", "Trigger")
+    page.wait("document.querySelector('#notes').textContent.includes('trigger')", "what has happened")
+    set_feature(page, "TriggerMode", "Off")
+    wait_for_images(page)
+    shot(page, "step-3-trigger")
+    tab(page, "Bench")
+    page.choose("[aria-label^='Images']", "5")
+    page.click(".panel button", "Record")
+    page.wait("document.querySelector('.recording').dataset.done === 'true'", "five images are on the disk")
+    shot(page, "step-4-recorded")
+    assert sorted(os.listdir(os.path.join(server.folder, "series"))) == [f"00000{i}.png" for i in range(1, 6)]
+    page.wait("document.querySelector('[aria-label=Fault]').options.length > 5")
+    page.click(".fault")
+    page.wait(f"Number({FIGURES}.missed) + Number({FIGURES}.failed) > 0", "the fault is counted")
+    page.wait("document.querySelector('.figures').textContent.includes('3 lost')", "the fault is seen")
+    shot(page, "step-5-fault-seen")
+
+
+def test_events_and_chunk_values_come_with_the_images(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    stop(page)
+    show_all(page)
+    page.run(f"{control('ChunkModeActive')}.click()")
+    page.wait(f"{control('ChunkSelector')}.value")
+    page.run(f"{control('ChunkEnable')}.click()")
+    page.wait(f"{control('ChunkEnable')}.checked")
+    page.click(".tools button", "Start")
+    tab(page, "Values")
+    page.wait("document.querySelector('.chunks').rows.length > 0", "chunk values")
+    tab(page, "Bench")
+    page.run("document.querySelector('.panel [role=switch].steers').click()")
+    page.wait("document.querySelectorAll('.events li').length > 3", "events")
+
+
+def test_a_camera_is_unplugged_and_comes_back(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    show_all(page)
+    set_feature(page, "Gain", "2")
+    page.click("nav li button", "Unplug")
+    page.wait(is_in("away"), "the page says so")
+    page.wait("document.querySelectorAll('.camera').length === 0", "it has left the list")
+    shot(page, "unplugged")
+    page.click(".panel button", "Plug in again")
+    page.wait(is_in("streaming"), "it goes on")
+    wait_for_images(page)
+    page.wait(f"{control('Gain')}.value === '2'", "it is set as before")
+
+
+def test_a_virtual_camera_is_added_by_a_click(look):
+    _, page = look('{"cameras": []}')
+    page.wait("document.querySelector('#cameras .none')", "none is there")
+    page.click("#add")
+    page.choose("dialog input[maxlength]", "bench")
+    page.click("dialog button.main")
+    page.wait("document.querySelector('.camera')?.textContent.includes('bench')", "it is in the list")
+    open_camera(page)
+
+
+def test_the_doctor_tells_what_is_amiss(look):
+    _, page = look(CAMERA)
+    page.click("#doctor")
+    page.wait("document.querySelectorAll('.findings li').length > 2", "findings")
+    page.wait("document.querySelector('.findings code')?.textContent.length > 3", "a command")
+
+
+def test_plots_show_rates_over_time(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    tab(page, "Plots")
+    page.wait("document.querySelectorAll('.plot canvas').length === 5", "the plots are there")
+    page.wait("document.querySelector('.plot canvas').getContext('2d').getImageData(0, 0, 200, 100).data.some(Boolean)")
+    page.wait(f"Number({FIGURES}.taken) > 0")
+
+
+def test_the_server_goes_and_comes_back(look):
+    server, page = look(CAMERA)
+    open_camera(page)
+    server.stop()
+    page.wait("document.querySelector('#connection').textContent.includes('not there')", "the page notices")
+    with Server(CAMERA, port=server.port) as again:
+        page.wait("document.querySelector('#connection').textContent.includes('anew')", "it says what to do")
+        page.go(again.address)
+        page.wait("document.querySelector('#connection')?.textContent === 'Connected'")
+        open_camera(page)
+        page.go("about:blank")
+
+
+def test_narrow_dark_and_large(look):
+    _, page = look(TWO)
+    open_camera(page)
+    for name, width, scale, scheme in (("narrow", 400, 1, "light"), ("dark", 1400, 1, "dark"), ("twice", 700, 2, "light")):
+        page.resize(width, 900, scale)
+        page.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
+        page.wait(f"innerWidth === {width}")
+        wait_for_images(page)
+        assert page.run("document.documentElement.scrollWidth <= innerWidth + 1"), f"{name}: nothing beside the screen"
+        shot(page, name)
+
+
+def test_the_page_can_be_used_within_a_second(look):
+    _, page = look(TWO)
+    times = []
+    for _ in range(3):
+        page.call("Page.reload")
+        times.append(int(page.wait("document.readyState === 'complete' && document.body?.dataset.ready")))
+    assert min(times) < 1000

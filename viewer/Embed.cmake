@@ -1,0 +1,28 @@
+# Writes files into the source OUTPUT, as the table that Page.h finds them in. FILES is a list of PATH=FILE.
+set(arrays "")
+set(rows "")
+set(count 0)
+foreach(entry IN LISTS FILES)
+  string(REGEX MATCH "^([^=]+)=(.*)$" _ "${entry}")
+  set(path ${CMAKE_MATCH_1})
+  file(READ ${CMAKE_MATCH_2} bytes HEX)
+  string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
+  string(REGEX REPLACE "(................................................................................)" "\\1\n" bytes "${bytes}")
+  set(type "text/plain; charset=utf-8")
+  if(path MATCHES "\\.js$")
+    set(type "text/javascript; charset=utf-8")
+  elseif(path MATCHES "\\.css$")
+    set(type "text/css; charset=utf-8")
+  elseif(path MATCHES "\\.svg$")
+    set(type "image/svg+xml")
+  elseif(path STREQUAL "/")
+    set(type "text/html; charset=utf-8")
+  endif()
+  string(APPEND arrays "const unsigned char kFile${count}[] = {\n${bytes}};\n")
+  string(APPEND rows "    {\"${path}\", \"${type}\", {reinterpret_cast<const char*>(kFile${count}), sizeof kFile${count}}},\n")
+  math(EXPR count "${count} + 1")
+endforeach()
+file(WRITE ${OUTPUT}
+  "#include \"viewer/Page.h\"\n\nnamespace viewer {\nnamespace {\n\n${arrays}\nconst PageFile kFiles[] = {\n${rows}};\n\n"
+  "} // namespace\n\nconst PageFile* FindPageFile(std::string_view path) {\n    for (const PageFile& file : kFiles)\n"
+  "        if (file.path == path) return &file;\n    return nullptr;\n}\n\n} // namespace viewer\n")

@@ -1,0 +1,143 @@
+#include "LiveImage.h"
+
+#include "core/Printable.h"
+
+#include <ctime>
+#include <exception>
+#include <utility>
+
+#include <pthread.h>
+
+namespace viewer {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kInFlight = 2; // one is drawn while the next is on its way
+constexpr std::chrono::milliseconds kBetweenDetails{200};
+
+std::chrono::nanoseconds ThreadTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+} // namespace
+
+LiveImage::LiveImage(std::string camera, Outlet& outlet)
+    : m_Camera(std::move(camera)), m_Outlet(outlet), m_Thread([this] { Run(); }) {
+    pthread_setname_np(m_Thread.native_handle(), "view-image");
+}
+
+LiveImage::~LiveImage() {
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Stop = true;
+        m_Changed.notify_all();
+    }
+    m_Thread.join();
+}
+
+void LiveImage::Put(Tavix::Image image) {
+    const auto time = image.Time();
+    auto picture = std::make_shared<Picture>();
+    picture->exposed = time.monotonic;
+    picture->image = std::move(image);
+    PicturePtr replaced; // goes after the lock
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    picture->number = ++m_LastNumber;
+    replaced = std::exchange(m_Newest, std::move(picture));
+    if (!m_Views.empty()) m_Changed.notify_all();
+}
+
+void LiveImage::SetView(std::uint64_t client, const ViewOptions& options) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    View& view = m_Views[client];
+    view.options = options;
+    view.isNew = true;
+    m_Changed.notify_all();
+}
+
+void LiveImage::DropView(std::uint64_t client) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Views.erase(client);
+}
+
+void LiveImage::Shown(std::uint64_t client, std::uint64_t number) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    const auto view = m_Views.find(client);
+    if (view == m_Views.end()) return;
+    const auto sent = view->second.sent.find(number);
+    if (sent == view->second.sent.end()) return;
+    ++m_Figures.shown;
+    ++m_Figures.timed;
+    m_Figures.delay += Clock::now() - sent->second;
+    view->second.sent.erase(sent);
+    m_Changed.notify_all();
+}
+
+LiveFigures LiveImage::Figures() const {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Figures;
+}
+
+std::map<std::uint64_t, LiveImage::View>::iterator LiveImage::FindWaiting(std::uint64_t last) {
+    if (!m_Newest) return m_Views.end();
+    const auto waits = [this](const View& view) {
+        return view.sent.size() < kInFlight && view.sent.count(m_Newest->number) == 0 &&
+               (view.isNew || view.last != m_Newest->number);
+    };
+    for (auto view = m_Views.upper_bound(last); view != m_Views.end(); ++view)
+        if (waits(view->second)) return view;
+    for (auto view = m_Views.begin(); view != m_Views.end(); ++view)
+        if (waits(view->second)) return view;
+    return m_Views.end();
+}
+
+void LiveImage::Run() {
+    std::uint64_t last = 0;
+    std::unique_lock<std::mutex> lock(m_Lock);
+    while (true) {
+        auto waiting = m_Views.end();
+        m_Changed.wait(lock, [&] {
+            waiting = FindWaiting(last);
+            return m_Stop || waiting != m_Views.end();
+        });
+        if (m_Stop) return;
+        last = waiting->first;
+        View& view = waiting->second;
+        const PicturePtr picture = m_Newest;
+        ViewOptions options = view.options;
+        const bool isDue = view.isNew || Clock::now() - view.detailed >= kBetweenDetails;
+        options.details = options.details && isDue;
+        if (options.details) view.detailed = Clock::now();
+        view.isNew = false;
+        view.last = picture->number;
+        view.sent[picture->number] = picture->exposed;
+        lock.unlock();
+        Serve(last, picture, options);
+        lock.lock();
+    }
+}
+
+void LiveImage::Serve(std::uint64_t client, const PicturePtr& picture, const ViewOptions& options) {
+    try {
+        const auto before = ThreadTime();
+        std::string message = MakeImage(m_Camera, picture->number, picture->image, options);
+        const auto work = ThreadTime() - before;
+        {
+            const std::lock_guard<std::mutex> lock(m_Lock);
+            ++m_Figures.made;
+            m_Figures.bytes += message.size();
+            m_Figures.work += work;
+        }
+        m_Outlet.Show(client, std::move(message));
+    } catch (const std::exception& e) {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        const auto view = m_Views.find(client);
+        if (view != m_Views.end()) view->second.sent.erase(picture->number);
+        m_Outlet.Answer(client, {{"event", "unshowable"}, {"camera", m_Camera}, {"why", Tavix::Printable(e.what())}});
+    }
+}
+
+} // namespace viewer
