@@ -50,8 +50,10 @@ GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
     while (!m_Flow.IsInterrupted()) {
         if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
             return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
+        const bool isStarting = !m_Flow.IsRunning();
         image = m_Flow.Next(camera, options.ForGrab(), PatienceOf(options));
         if (image) return GST_FLOW_OK;
+        if (isStarting) m_LastImage = Clock::now(); // to start the camera takes its time
         TellStarvation();
         CheckSilence(options);
     }

@@ -11,8 +11,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr char kCamera[] = R"([{"serial": "7", "sensorWidth": 640, "sensorHeight": 480, "frameRate": 100}])";
-constexpr char kSink[] = " ! appsink name=sink sync=false async=false";
+constexpr char kCapsCamera[] = R"([{"serial": "7", "sensorWidth": 640, "sensorHeight": 480, "frameRate": 100}])";
 
 std::string Offered(Pipeline& pipeline) {
     GstPad* pad = gst_element_get_static_pad(pipeline.Find("src").get(), "src");
@@ -35,8 +34,8 @@ std::string Feature(Pipeline& pipeline, const char* name) {
 }
 
 TEST(GstCaps, AreTheLimitsOfTheCamera) {
-    VirtualBus bus(kCamera);
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     EXPECT_THAT(Offered(pipeline), HasSubstr("width=(int)[ 1, 2147483647 ]")); // no camera is open
     ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
     const std::string offered = Offered(pipeline);
@@ -48,10 +47,10 @@ TEST(GstCaps, AreTheLimitsOfTheCamera) {
 }
 
 TEST(GstCaps, AreSetInTheCamera) {
-    VirtualBus bus(kCamera);
+    VirtualBus bus(kCapsCamera);
     Pipeline pipeline(
         std::string("tavixsrc name=src num-buffers=1 ! video/x-raw,format=BGR,width=320,height=240,framerate=25/2") +
-        kSink);
+        kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     const Handle<GstSample> sample = pipeline.Pull();
     ASSERT_TRUE(sample);
@@ -63,9 +62,10 @@ TEST(GstCaps, AreSetInTheCamera) {
 }
 
 TEST(GstCaps, FollowTheCameraWhereThePipelineDoesNotCare) {
-    VirtualBus bus(kCamera);
+    VirtualBus bus(kCapsCamera);
     Pipeline pipeline(
-        std::string("tavixsrc name=src num-buffers=1 features=\"PixelFormat=BayerRG8 Width=128 Height=64\"") + kSink);
+        std::string("tavixsrc name=src num-buffers=1 features=\"PixelFormat=BayerRG8 Width=128 Height=64\"") +
+        kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     const Handle<GstSample> sample = pipeline.Pull();
     ASSERT_TRUE(sample);
@@ -73,9 +73,9 @@ TEST(GstCaps, FollowTheCameraWhereThePipelineDoesNotCare) {
 }
 
 TEST(GstCaps, TakeTheNearestOfWhatThePipelineAllows) {
-    VirtualBus bus(kCamera);
+    VirtualBus bus(kCapsCamera);
     Pipeline pipeline(std::string("tavixsrc name=src num-buffers=1 ! video/x-raw,width=[1,330],framerate=[1/1,30/1]") +
-                      kSink);
+                      kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     const Handle<GstSample> sample = pipeline.Pull();
     ASSERT_TRUE(sample);
@@ -83,15 +83,15 @@ TEST(GstCaps, TakeTheNearestOfWhatThePipelineAllows) {
 }
 
 TEST(GstCaps, AreRefusedBeyondTheLimits) {
-    VirtualBus bus(kCamera);
-    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,width=101") + kSink); // no multiple of 4
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,width=101") + kAppSink); // no multiple of 4
     pipeline.Reach(GST_STATE_PLAYING);
     EXPECT_FALSE(pipeline.AwaitError().empty());
 }
 
 TEST(GstCaps, CanBeComparedByOthers) {
-    VirtualBus bus(kCamera);
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
     const Handle<GstCaps> offered(gst_caps_from_string(Offered(pipeline).c_str()));
     const Handle<GstCaps> wanted(gst_caps_from_string("video/x-raw,framerate=[1/1,30/1]"));
@@ -101,8 +101,8 @@ TEST(GstCaps, CanBeComparedByOthers) {
 }
 
 TEST(GstCaps, ChangeWhileThePipelineRuns) {
-    VirtualBus bus(kCamera);
-    Pipeline pipeline(std::string("tavixsrc name=src ! capsfilter name=filter caps=video/x-raw,width=320") + kSink);
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! capsfilter name=filter caps=video/x-raw,width=320") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     EXPECT_EQ(WidthOf(pipeline.Pull().get()), 320);
     const Handle<GstCaps> other(gst_caps_from_string("video/x-raw,width=128"));
@@ -116,10 +116,10 @@ TEST(GstCaps, ChangeWhileThePipelineRuns) {
 }
 
 TEST(GstCaps, ChangeWhileThePipelineWaitsForATrigger) {
-    VirtualBus bus(kCamera);
+    VirtualBus bus(kCapsCamera);
     Pipeline pipeline(std::string("tavixsrc name=src features=\"TriggerSource=Software TriggerMode=On\" ! "
                                   "capsfilter name=filter caps=video/x-raw,width=320") +
-                      kSink);
+                      kAppSink);
     const auto trigger = [&] {
         gboolean isTriggered = FALSE;
         g_signal_emit_by_name(pipeline.Find("src").get(), "trigger", &isTriggered);
@@ -137,14 +137,14 @@ TEST(GstCaps, ChangeWhileThePipelineWaitsForATrigger) {
 }
 
 TEST(GstCaps, HoldConvertedFormatsOnRequestOnly) {
-    VirtualBus bus(kCamera);
+    VirtualBus bus(kCapsCamera);
     const std::string twelve = "tavixsrc name=src num-buffers=1 features=PixelFormat=Mono12p ";
-    Pipeline without(twelve + "! video/x-raw,format=GRAY16_LE" + kSink);
+    Pipeline without(twelve + "! video/x-raw,format=GRAY16_LE" + kAppSink);
     without.Reach(GST_STATE_PLAYING);
     EXPECT_FALSE(without.AwaitError().empty());
     without.Reach(GST_STATE_NULL);
 
-    Pipeline with(twelve + "convert=true" + kSink);
+    Pipeline with(twelve + "convert=true" + kAppSink);
     ASSERT_TRUE(with.Reach(GST_STATE_PLAYING));
     const Handle<GstSample> sample = with.Pull();
     ASSERT_TRUE(sample);

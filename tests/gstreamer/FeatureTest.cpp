@@ -8,11 +8,11 @@ using namespace gsttest;
 using integration::VirtualBus;
 using testing::HasSubstr;
 
-constexpr char kCamera[] = R"([{"serial": "7", "sensorWidth": 640, "sensorHeight": 480, "frameRate": 200}])";
+constexpr char kFeatureCamera[] = R"([{"serial": "7", "sensorWidth": 640, "sensorHeight": 480, "frameRate": 200}])";
 
 class GstFeature : public testing::Test {
 protected:
-    VirtualBus bus{kCamera};
+    VirtualBus bus{kFeatureCamera};
     Pipeline pipeline{"tavixsrc name=src ! appsink name=sink sync=false async=false drop=true max-buffers=1"};
 
     /// The value's type as GObject calls it, then the value.

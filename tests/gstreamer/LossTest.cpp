@@ -12,11 +12,10 @@ std::string CameraWith(const std::string& faults) {
     return R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200, "faults": {)" + faults + "}}]";
 }
 constexpr char kUnplug[] = R"("stream": [{"fault": "Unplug", "frame": 5, "value": 100}])";
-constexpr char kSink[] = " ! appsink name=sink sync=false async=false";
 
 TEST(GstLoss, OfAnImageIsFlaggedAndTold) {
     VirtualBus bus(CameraWith(R"("stream": [{"fault": "LostTrailer", "frame": 3}])"));
-    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=6") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=6") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     for (guint64 i = 0; i < 6; ++i) {
         const Handle<GstSample> sample = pipeline.Pull();
@@ -38,7 +37,7 @@ TEST(GstLoss, OfAnImageIsFlaggedAndTold) {
 
 TEST(GstLoss, OfTheCameraIsAnError) {
     VirtualBus bus(CameraWith(kUnplug));
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     const Handle<GstMessage> removed = pipeline.AwaitElementMessage("tavix-removed");
     EXPECT_TRUE(removed);
@@ -46,10 +45,10 @@ TEST(GstLoss, OfTheCameraIsAnError) {
 }
 
 TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
-    VirtualBus bus(CameraWith(std::string(kUnplug) + R"(, "replugAfterMs": 200)"));
-    Pipeline pipeline(std::string("tavixsrc name=src reconnect=true timeout=100000000 features=ExposureTime=1234 "
+    VirtualBus bus(CameraWith(std::string(kUnplug) + R"(, "replugAfterMs": 1500)"));
+    Pipeline pipeline(std::string("tavixsrc name=src reconnect=true timeout=1000000000 features=ExposureTime=1234 "
                                   "num-buffers=12") +
-                      kSink);
+                      kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     GstClockTime last = 0;
     int gaps = 0;
@@ -59,7 +58,7 @@ TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
         GstBuffer* buffer = gst_sample_get_buffer(sample.get());
         if (i > 0 && GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT)) {
             ++gaps;
-            EXPECT_GT(GST_BUFFER_PTS(buffer), last + 200 * GST_MSECOND);
+            EXPECT_GT(GST_BUFFER_PTS(buffer), last + 1500 * GST_MSECOND);
         }
         last = GST_BUFFER_PTS(buffer);
     }
@@ -70,7 +69,7 @@ TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
 
 TEST(GstLoss, OfMemoryToThePipelineIsToldAndEndsWithTheFirstBufferThatComesBack) {
     VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 1000}])");
-    Pipeline pipeline(std::string("tavixsrc name=src buffers=2 keep-budget=0") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src buffers=2 keep-budget=0") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     const Handle<GstMessage> starved = pipeline.AwaitElementMessage("tavix-starved"); // the appsink holds them all
     EXPECT_TRUE(starved);
@@ -80,7 +79,7 @@ TEST(GstLoss, OfMemoryToThePipelineIsToldAndEndsWithTheFirstBufferThatComesBack)
 
 TEST(GstLoss, OfTheCameraBeforeItIsOpenedIsAnError) {
     VirtualBus bus(CameraWith(R"("refuseClaims": 50)"));
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     EXPECT_FALSE(pipeline.Reach(GST_STATE_PLAYING));
     EXPECT_FALSE(pipeline.AwaitError().empty());
 }

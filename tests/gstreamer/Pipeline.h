@@ -11,6 +11,9 @@
 
 namespace gsttest {
 
+/// Takes buffers as they come, and is no reason to wait for the first.
+inline constexpr char kAppSink[] = " ! appsink name=sink sync=false async=false";
+
 struct Unref {
     void operator()(GstMessage* message) const { gst_message_unref(message); }
     void operator()(GstSample* sample) const { gst_sample_unref(sample); }

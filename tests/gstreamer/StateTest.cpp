@@ -12,11 +12,10 @@ using integration::VirtualBus;
 constexpr char kTwo[] = R"([
     {"serial": "7", "guid": "120900000007", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200},
     {"serial": "8", "guid": "120900000008", "sensorWidth": 128, "sensorHeight": 64, "frameRate": 200}])";
-constexpr char kSink[] = " ! appsink name=sink sync=false async=false";
 
 TEST(GstState, ChangesFiveHundredTimes) {
     VirtualBus bus(kTwo);
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     constexpr GstState kStates[] = {GST_STATE_PLAYING, GST_STATE_PAUSED, GST_STATE_PLAYING, GST_STATE_READY};
     for (int i = 0; i < 500; ++i) {
         const GstState state = i % 50 == 49 ? GST_STATE_NULL : kStates[i % 4];
@@ -39,7 +38,7 @@ TEST(GstState, OfTwoCamerasIsThatOfOnePipeline) {
 
 TEST(GstState, KeepsASecondElementFromTheSameCamera) {
     VirtualBus bus(kTwo);
-    Pipeline first(std::string("tavixsrc camera=7") + kSink), second(std::string("tavixsrc camera=7") + kSink);
+    Pipeline first(std::string("tavixsrc camera=7") + kAppSink), second(std::string("tavixsrc camera=7") + kAppSink);
     ASSERT_TRUE(first.Reach(GST_STATE_READY));
     EXPECT_FALSE(second.Reach(GST_STATE_READY));
     ASSERT_TRUE(first.Reach(GST_STATE_NULL));
@@ -48,7 +47,7 @@ TEST(GstState, KeepsASecondElementFromTheSameCamera) {
 
 TEST(GstState, RefusesToSeek) {
     VirtualBus bus(kTwo);
-    Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+    Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     ASSERT_TRUE(pipeline.Pull());
     EXPECT_FALSE(gst_element_seek_simple(pipeline.Get(), GST_FORMAT_TIME,
@@ -60,7 +59,7 @@ TEST(GstState, KeepsBuffersAliveLongerThanThePipeline) {
     VirtualBus bus(kTwo);
     Handle<GstSample> kept;
     {
-        Pipeline pipeline(std::string("tavixsrc name=src") + kSink);
+        Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
         ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
         kept = pipeline.Pull();
     }

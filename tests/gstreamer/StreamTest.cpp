@@ -15,7 +15,7 @@ constexpr char kTriggered[] = "features=\"TriggerSource=Software TriggerMode=On\
 
 TEST(GstStream, EndsAfterTheBuffersThatWereAskedFor) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline("tavixsrc name=src num-buffers=10 ! appsink name=sink sync=false async=false");
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=10") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     for (int i = 0; i < 10; ++i)
         EXPECT_TRUE(pipeline.Pull());
@@ -25,7 +25,7 @@ TEST(GstStream, EndsAfterTheBuffersThatWereAskedFor) {
 
 TEST(GstStream, HandsOnTheMemoryOfTheCamera) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline("tavixsrc name=src num-buffers=5 ! appsink name=sink sync=false async=false");
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     while (const Handle<GstSample> sample = pipeline.Pull()) {
         GstBuffer* buffer = gst_sample_get_buffer(sample.get());
@@ -38,7 +38,7 @@ TEST(GstStream, HandsOnTheMemoryOfTheCamera) {
 
 TEST(GstStream, CountsBlocksAndTime) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline("tavixsrc name=src num-buffers=5 ! appsink name=sink sync=false async=false");
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     GstClockTime last = 0;
     for (guint64 i = 0; i < 5; ++i) {
@@ -56,7 +56,7 @@ TEST(GstStream, CountsBlocksAndTime) {
 
 TEST(GstStream, IsMadeByTriggers) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + " ! appsink name=sink sync=false async=false");
+    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     for (int i = 0; i < 3; ++i) {
         gboolean isTriggered = FALSE;
@@ -70,7 +70,7 @@ TEST(GstStream, IsMadeByTriggers) {
 
 TEST(GstStream, IsLeftAtOnceWhileNothingComes) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + " ! appsink name=sink sync=false async=false");
+    Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + kAppSink);
     for (int i = 0; i < 5; ++i) {
         ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
         ASSERT_TRUE(pipeline.Reach(GST_STATE_PAUSED));
