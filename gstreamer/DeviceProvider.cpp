@@ -96,6 +96,7 @@ void Come(GstDeviceProvider* provider, const CameraInfo& info) {
     const std::lock_guard lock(watching.mutex);
     GstDevice*& known = watching.known[KeyOf(info)];
     if (known != nullptr) return;
+    GST_INFO_OBJECT(provider, "%s is here: %s", info.friendlyName.c_str(), info.path.c_str());
     known = NewDevice(info);
     gst_device_provider_device_add(provider, known);
 }
@@ -105,6 +106,7 @@ void Go(GstDeviceProvider* provider, const CameraInfo& info) {
     const std::lock_guard lock(watching.mutex);
     const auto found = watching.known.find(KeyOf(info));
     if (found == watching.known.end()) return;
+    GST_INFO_OBJECT(provider, "%s is gone: %s", info.friendlyName.c_str(), info.path.c_str());
     gst_device_provider_device_remove(provider, found->second);
     watching.known.erase(found);
 }

@@ -26,8 +26,8 @@ struct CameraWatch::Impl {
     std::vector<CameraInfo> known; // of the thread
     std::thread thread;            // last, since it uses all of it
 
-    explicit Impl(std::function<void(const CameraInfo&, bool)> function)
-        : callback(std::move(function)), thread([this] { Run(); }) {}
+    Impl(std::function<void(const CameraInfo&, bool)> function, std::vector<CameraInfo> toldBefore)
+        : callback(std::move(function)), known(std::move(toldBefore)), thread([this] { Run(); }) {}
     ~Impl() {
         stop.Signal();
         thread.join();
@@ -50,8 +50,8 @@ struct CameraWatch::Impl {
     }
 };
 
-CameraWatch::CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback)
-    : m_Impl(std::make_unique<Impl>(std::move(callback))) {}
+CameraWatch::CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback, std::vector<CameraInfo> known)
+    : m_Impl(std::make_unique<Impl>(std::move(callback), std::move(known))) {}
 CameraWatch::CameraWatch(CameraWatch&&) noexcept = default;
 CameraWatch& CameraWatch::operator=(CameraWatch&&) noexcept = default;
 CameraWatch::~CameraWatch() = default;

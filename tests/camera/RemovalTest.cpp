@@ -150,4 +150,23 @@ TEST(CameraWatch, TellsOfCamerasThatGoAndComeBack) {
     EXPECT_THAT(told, ElementsAre(true));
 }
 
+TEST(CameraWatch, TellsOfKnownCamerasThatWentBeforeItLooked) {
+    VirtualBus bus(kPaced);
+    Tavix::CameraInfo gone = Tavix::FindCamera("7");
+    gone.path += " of yesterday";
+    std::mutex mutex;
+    std::vector<std::pair<std::string, bool>> told;
+    std::condition_variable changed;
+    Tavix::CameraWatch watch(
+        [&](const Tavix::CameraInfo& info, bool arrived) {
+            const std::lock_guard<std::mutex> guard(mutex);
+            told.emplace_back(info.path, arrived);
+            changed.notify_all();
+        },
+        {gone});
+    std::unique_lock<std::mutex> guard(mutex);
+    EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return told.size() == 2; }));
+    EXPECT_THAT(told, ElementsAre(testing::Pair(gone.path, false), testing::Pair(Tavix::FindCamera("7").path, true)));
+}
+
 } // namespace

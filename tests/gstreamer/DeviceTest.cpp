@@ -43,18 +43,19 @@ public:
         g_list_free_full(devices, gst_object_unref);
         return Handle<GstElement>(element ? GST_ELEMENT(gst_object_ref_sink(element)) : nullptr);
     }
-    /// The name of the device that the next message of the type is about.
-    std::string Await(GstMessageType type) {
-        const Handle<GstMessage> message(gst_bus_timed_pop_filtered(m_Bus, 20 * GST_SECOND, type));
-        if (!message) return {};
+    /// What the next message is about: "+" or "-" for a device that came or went, and its name.
+    std::string Await() {
+        const Handle<GstMessage> message(gst_bus_timed_pop(m_Bus, 20 * GST_SECOND));
+        if (!message) return "nothing";
+        const bool isArrival = GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_DEVICE_ADDED;
         GstDevice* device = nullptr;
-        if (type == GST_MESSAGE_DEVICE_ADDED)
+        if (isArrival)
             gst_message_parse_device_added(message.get(), &device);
         else
             gst_message_parse_device_removed(message.get(), &device);
         const std::string name = NameOf(device);
         gst_object_unref(device);
-        return name;
+        return (isArrival ? "+" : "-") + name;
     }
 
 private:
@@ -86,11 +87,11 @@ TEST(GstDevice, ComesAndGoesWithTheCamera) {
     VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200, "faults":
         {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}], "replugAfterMs": 2000}}])");
     Monitor monitor;
-    EXPECT_EQ(monitor.Await(GST_MESSAGE_DEVICE_ADDED), "VC-1300 (7)");
+    EXPECT_EQ(monitor.Await(), "+VC-1300 (7)");
     Pipeline pipeline("tavixsrc ! fakesink async=false");
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
-    EXPECT_EQ(monitor.Await(GST_MESSAGE_DEVICE_REMOVED), "VC-1300 (7)");
-    EXPECT_EQ(monitor.Await(GST_MESSAGE_DEVICE_ADDED), "VC-1300 (7)");
+    EXPECT_EQ(monitor.Await(), "-VC-1300 (7)");
+    EXPECT_EQ(monitor.Await(), "+VC-1300 (7)");
 }
 
 } // namespace

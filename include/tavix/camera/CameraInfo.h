@@ -44,9 +44,10 @@ CameraInfo FindCamera(const std::string& name);
 class CameraWatch {
 public:
     /// `callback(info, true)` for an arrival, `callback(info, false)` for a departure, one after the other on a thread
-    /// of the watch, no lock held. Cameras that are there already are told first, as arrivals. An exception that the
-    /// callback lets out is logged.
-    explicit CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback);
+    /// of the watch, no lock held. Cameras that are there already are told first, as arrivals, but for `known` ones:
+    /// those are told of only when they have gone. An exception that the callback lets out is logged.
+    explicit CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback,
+                         std::vector<CameraInfo> known = {});
     CameraWatch(CameraWatch&&) noexcept;
     CameraWatch& operator=(CameraWatch&&) noexcept;
     ~CameraWatch();
