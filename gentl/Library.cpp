@@ -5,38 +5,53 @@
 #include <atomic>
 #include <utility>
 
-#include <unistd.h>
+#include <pthread.h>
 
 namespace gentl {
 namespace {
 
-std::atomic<pid_t> g_Owner{0};      // the process that initialised the library; 0 for nobody
+enum class Usage { No, Here, ByParent };
+
+std::atomic<Usage> g_Usage{Usage::No};
 std::shared_ptr<System>& Opened() { // guarded by TreeMutex()
     static auto& system = *new std::shared_ptr<System>;
     return system;
 }
 
+/// A forked child has neither the parent's threads nor its cameras: to it the library was never initialised. Noted when
+/// it is born, for asking the system who one is at each call costs more than an answer about a buffer.
+void NoteChild() {
+    if (g_Usage == Usage::Here) g_Usage = Usage::ByParent;
+}
+
+void WatchForks() {
+    static const int refused = ::pthread_atfork(nullptr, nullptr, &NoteChild); // once; this file is never unloaded
+    if (refused != 0) Fail(GC_ERR_OUT_OF_MEMORY, "there is no memory to watch for forks");
+}
+
 } // namespace
 
-/// A forked child has neither the parent's threads nor its cameras: to it the library was never initialised.
 void CheckInitialized() {
-    if (g_Owner.load(std::memory_order_acquire) != ::getpid())
+    // Acquired: whoever sees it in use sees what was made before.
+    if (g_Usage.load(std::memory_order_acquire) != Usage::Here)
         Fail(GC_ERR_NOT_INITIALIZED, "GCInitLib was not called in this process");
 }
 
 void InitLibrary() {
     const std::lock_guard<std::mutex> guard(TreeMutex());
-    if (g_Owner == ::getpid()) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");
-    if (g_Owner != 0) Fail(GC_ERR_RESOURCE_IN_USE, "the library belongs to the process that this one was forked from");
+    if (g_Usage == Usage::Here) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");
+    if (g_Usage == Usage::ByParent)
+        Fail(GC_ERR_RESOURCE_IN_USE, "the library belongs to the process that this one was forked from");
+    WatchForks();
     Check(vexlo::Init(), "USB cannot be used here");
-    g_Owner.store(::getpid(), std::memory_order_release);
+    g_Usage.store(Usage::Here, std::memory_order_release);
 }
 
 void CloseLibrary() {
     const std::lock_guard<std::mutex> guard(TreeMutex());
     CheckInitialized();
     if (const auto system = std::exchange(Opened(), nullptr)) system->Close();
-    g_Owner = 0;
+    g_Usage = Usage::No;
     vexlo::Exit();
 }
 
