@@ -84,6 +84,12 @@ VxStatus CVxDevice::ReadMem(void* buffer, unsigned long, unsigned long* pCount) 
 VxStatus CVxDevice::WriteMem(const void*, unsigned long, unsigned long) {
     return VX_OK;
 }
+bool CVxDevice::IsWriteInDoubt(VxStatus) {
+    return false;
+}
+VxStatus CVxDevice::RewriteMem(const void*, unsigned long, unsigned long) {
+    return VX_OK;
+}
 VxStatus CVxDevice::GetProperty(EPropertyValue, void* buffer, unsigned long size) {
     std::memset(buffer, 0, size);
     return VX_OK;
