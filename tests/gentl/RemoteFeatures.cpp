@@ -4,6 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace consumer {
@@ -34,13 +35,13 @@ Features::Features(Producer& producer, PORT_HANDLE handle) : m_Port(producer, ha
     std::string bytes(size, '\0');
     Expect(producer.GCReadPort(handle, address, bytes.data(), &size), "reading the description");
     if (bytes.compare(0, 2, "PK") == 0) {
-        char name[] = "/tmp/descriptionXXXXXX";
-        const int file = ::mkstemp(name);
+        // In memory: the machine may have no folder to write to.
+        const int file = ::memfd_create("description", MFD_CLOEXEC);
         if (file < 0) throw std::runtime_error("no file for the description");
-        ::close(file);
+        const std::string name = "/proc/self/fd/" + std::to_string(file);
         std::ofstream(name, std::ios::binary) << bytes;
-        map._LoadXMLFromZIPFile(name);
-        ::unlink(name);
+        map._LoadXMLFromZIPFile(name.c_str());
+        ::close(file);
     } else {
         map._LoadXMLFromString(bytes.c_str());
     }

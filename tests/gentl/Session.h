@@ -12,9 +12,10 @@
 
 namespace consumer {
 
-/// Virtual cameras for the whole program, before the producer looks for the first time.
+/// Virtual cameras for the whole program, before the producer looks for the first time; unless the machine has a real
+/// one that is to be used.
 inline void UseVirtualCameras() {
-    ::setenv("TAVIX_VIRTUAL_CAMERAS", TAVIX_GENTL_CAMERAS, 1);
+    if (!::getenv("TAVIX_GENTL_REAL_CAMERA")) ::setenv("TAVIX_VIRTUAL_CAMERAS", TAVIX_GENTL_CAMERAS, 1);
 }
 
 /// System, interface, device and stream of the first camera; closes what it opened. Bound to a thread.
