@@ -168,13 +168,6 @@ bool IsHexPairs(std::string_view text) noexcept {
     return !text.empty() && text.size() % 2 == 0 && std::all_of(text.begin(), text.end(), IsHexDigit);
 }
 
-std::optional<uint64_t> ParseHexPairs(std::string_view text) noexcept {
-    text = Trim(text);
-    if (!IsHexPairs(text)) return std::nullopt;
-    const std::size_t firstDigit = std::min(text.find_first_not_of('0'), text.size() - 1);
-    return ParseHexDigits(text.substr(firstDigit));
-}
-
 std::optional<int> ParseKeyword(Keyword family, std::string_view text) noexcept {
     text = Trim(text);
     for (const Word& word : kWords) {

@@ -28,9 +28,6 @@ namespace genapi {
 // An even, non-zero number of hexadecimal digits without prefix (EventID, ChunkID).
 [[nodiscard]] bool IsHexPairs(std::string_view text) noexcept;
 
-// The number that hex pairs form, most significant first; nothing when malformed or beyond 64 bits.
-[[nodiscard]] std::optional<uint64_t> ParseHexPairs(std::string_view text) noexcept;
-
 // Families of keywords. ParseKeyword gives the number that the public enumeration of that name has.
 enum class Keyword : uint8_t {
     Visibility,      // Beginner 0, Expert, Guru, Invisible
