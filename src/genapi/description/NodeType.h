@@ -1,6 +1,8 @@
 #pragma once
 // Node types as a node map knows them: the element names that remain after preprocessing.
 
+#include "genapi/description/NodeTypeTable.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -11,40 +13,18 @@ namespace genapi {
 
 // StructEntry and StructReg do not occur: an entry of a StructReg has become a MaskedIntReg.
 enum class NodeType : uint8_t {
-    Node,
-    Category,
-    Integer,
-    IntReg,
-    MaskedIntReg,
-    Boolean,
-    Command,
-    Enumeration,
-    EnumEntry,
-    Float,
-    FloatReg,
-    String,
-    StringReg,
-    Register,
-    Converter,
-    IntConverter,
-    SwissKnife,
-    IntSwissKnife,
-    Port,
-    ConfRom,
-    TextDesc,
-    IntKey,
-    AdvFeatureLock,
-    SmartFeature,
+#define GENAPI_ENUMERATOR(name, kind, face, flags, properties) name,
+    GENAPI_NODE_TYPES(GENAPI_ENUMERATOR)
+#undef GENAPI_ENUMERATOR
 };
 
 inline constexpr std::string_view kNodeTypeNames[] = {
-    "Node",       "Category",      "Integer",  "IntReg",  "MaskedIntReg", "Boolean",  "Command",        "Enumeration",
-    "EnumEntry",  "Float",         "FloatReg", "String",  "StringReg",    "Register", "Converter",      "IntConverter",
-    "SwissKnife", "IntSwissKnife", "Port",     "ConfRom", "TextDesc",     "IntKey",   "AdvFeatureLock", "SmartFeature",
+#define GENAPI_SPELLING(name, kind, face, flags, properties) #name,
+    GENAPI_NODE_TYPES(GENAPI_SPELLING)
+#undef GENAPI_SPELLING
 };
 
 inline constexpr std::size_t kNodeTypeCount = std::size(kNodeTypeNames);
-static_assert(kNodeTypeCount == static_cast<std::size_t>(NodeType::SmartFeature) + 1);
 
 [[nodiscard]] constexpr std::string_view NodeTypeName(NodeType type) {
     return kNodeTypeNames[static_cast<std::size_t>(type)];

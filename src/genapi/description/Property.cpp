@@ -1,5 +1,7 @@
 #include "genapi/description/Property.h"
 
+#include <array>
+
 namespace genapi {
 
 namespace {
@@ -39,31 +41,6 @@ std::optional<PropertyId> FindProperty(std::string_view name) noexcept {
         if (kPropertyNames[kSlots[at]] == name) return static_cast<PropertyId>(kSlots[at]);
     }
     return std::nullopt;
-}
-
-bool IsListProperty(PropertyId id) noexcept {
-    switch (id) {
-    case PropertyId::pError:
-    case PropertyId::pInvalidator:
-    case PropertyId::Address:
-    case PropertyId::pAddress:
-    case PropertyId::pIndex:
-    case PropertyId::pFeature:
-    case PropertyId::pValueCopy:
-    case PropertyId::ValueIndexed:
-    case PropertyId::pValueIndexed:
-    case PropertyId::pSelected:
-    case PropertyId::pVariable:
-    case PropertyId::Constant:
-    case PropertyId::Expression:
-    case PropertyId::pEnumEntry:
-    case PropertyId::pDependent:
-    case PropertyId::pTerminal:
-    case PropertyId::pSelecting:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace genapi

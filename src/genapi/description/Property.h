@@ -1,7 +1,6 @@
 #pragma once
-// Property names of nodes: what XML elements, generated links and maps built in code have in common.
+// Properties of nodes: what XML elements, generated links and maps built in code have in common.
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,98 +8,150 @@
 
 namespace genapi {
 
-// The names in one list, so that identifiers and spellings cannot drift apart.
+// Which XML attribute accompanies the value.
+enum class AttributeKind : uint8_t {
+    None,
+    Name,    // pVariable, Constant, Expression: the name used in formulas
+    Index,   // ValueIndexed, pValueIndexed: the index that selects this slot
+    Offset,  // pIndex of a register: constant stride
+    pOffset, // pIndex of a register: name of the node that holds the stride
+};
+
+// What the value of a property looks like.
+enum class Form : uint8_t {
+    Text,     // trimmed
+    FreeText, // keeps its white space
+    Link,     // name of another node
+    Value,    // as the node's own value
+    Number,   // integer or real, as the node's own value
+    Integer,
+    Float,
+    YesNo,
+    HexPairs,
+    IntegerList,
+    Visibility,
+    AccessMode,
+    CachingMode,
+    Representation,
+    Sign,
+    Endianess, // sic
+    Slope,
+    DisplayNotation,
+};
+
+// What a property means for the map when it is finished, besides.
+using PropertyFlags = uint8_t;
+inline constexpr PropertyFlags kList = 1;     // may occur several times, and each counts; of others the last one wins
+inline constexpr PropertyFlags kOptional = 2; // left out when it is malformed or its target is missing
+inline constexpr PropertyFlags kTells = 4;    // over this link the node hears of a change of the target
+inline constexpr PropertyFlags kNeeded = 8;   // the target of this link belongs to a part of a description
+inline constexpr PropertyFlags kGivesValue = 16; // over this link the target takes part in the node's value
+
+// All that is known of a property: its name, the form of its value, the attribute that it takes, its flags. A new one
+// is a row here.
 #define GENAPI_PROPERTIES(X)                                                                                           \
-    X(ToolTip)                                                                                                         \
-    X(Description)                                                                                                     \
-    X(DisplayName)                                                                                                     \
-    X(Visibility)                                                                                                      \
-    X(DocuURL)                                                                                                         \
-    X(IsDeprecated)                                                                                                    \
-    X(EventID)                                                                                                         \
-    X(pIsImplemented)                                                                                                  \
-    X(pIsAvailable)                                                                                                    \
-    X(pIsLocked)                                                                                                       \
-    X(pBlockPolling)                                                                                                   \
-    X(ImposedAccessMode)                                                                                               \
-    X(pError)                                                                                                          \
-    X(pAlias)                                                                                                          \
-    X(pCastAlias)                                                                                                      \
-    X(pInvalidator)                                                                                                    \
-    X(Streamable)                                                                                                      \
-    X(Address)                                                                                                         \
-    X(pAddress)                                                                                                        \
-    X(pIndex)                                                                                                          \
-    X(Length)                                                                                                          \
-    X(pLength)                                                                                                         \
-    X(AccessMode)                                                                                                      \
-    X(pPort)                                                                                                           \
-    X(Cachable)                                                                                                        \
-    X(PollingTime)                                                                                                     \
-    X(pFeature)                                                                                                        \
-    X(Value)                                                                                                           \
-    X(pValue)                                                                                                          \
-    X(pValueCopy)                                                                                                      \
-    X(ValueIndexed)                                                                                                    \
-    X(pValueIndexed)                                                                                                   \
-    X(ValueDefault)                                                                                                    \
-    X(pValueDefault)                                                                                                   \
-    X(Min)                                                                                                             \
-    X(pMin)                                                                                                            \
-    X(Max)                                                                                                             \
-    X(pMax)                                                                                                            \
-    X(Inc)                                                                                                             \
-    X(pInc)                                                                                                            \
-    X(Unit)                                                                                                            \
-    X(Representation)                                                                                                  \
-    X(DisplayNotation)                                                                                                 \
-    X(DisplayPrecision)                                                                                                \
-    X(ValidValueSet)                                                                                                   \
-    X(pSelected)                                                                                                       \
-    X(Sign)                                                                                                            \
-    X(Endianess) /* sic */                                                                                             \
-    X(Bit)                                                                                                             \
-    X(LSB)                                                                                                             \
-    X(MSB)                                                                                                             \
-    X(OnValue)                                                                                                         \
-    X(OffValue)                                                                                                        \
-    X(CommandValue)                                                                                                    \
-    X(pCommandValue)                                                                                                   \
-    X(pVariable)                                                                                                       \
-    X(Constant)                                                                                                        \
-    X(Expression)                                                                                                      \
-    X(Formula)                                                                                                         \
-    X(FormulaTo)                                                                                                       \
-    X(FormulaFrom)                                                                                                     \
-    X(Slope)                                                                                                           \
-    X(IsLinear)                                                                                                        \
-    X(NumericValue)                                                                                                    \
-    X(IsSelfClearing)                                                                                                  \
-    X(ChunkID)                                                                                                         \
-    X(pChunkID)                                                                                                        \
-    X(SwapEndianess) /* sic */                                                                                         \
-    X(CacheChunkData)                                                                                                  \
-    X(p1212Parser)                                                                                                     \
-    X(Key)                                                                                                             \
-    X(FeatureID)                                                                                                       \
-    X(Timeout)                                                                                                         \
-    X(Symbolic)                                                                                                        \
-    X(pEnumEntry)                                                                                                      \
-    X(IsFeature)                                                                                                       \
-    X(pDependent)                                                                                                      \
-    X(pTerminal)                                                                                                       \
-    X(pSelecting)
+    X(ToolTip, FreeText, None, 0)                                                                                      \
+    X(Description, FreeText, None, 0)                                                                                  \
+    X(DisplayName, FreeText, None, 0)                                                                                  \
+    X(Visibility, Visibility, None, kOptional)                                                                         \
+    X(DocuURL, Text, None, 0)                                                                                          \
+    X(IsDeprecated, YesNo, None, kOptional)                                                                            \
+    X(EventID, HexPairs, None, 0)                                                                                      \
+    X(pIsImplemented, Link, None, kTells | kNeeded)                                                                    \
+    X(pIsAvailable, Link, None, kTells | kNeeded)                                                                      \
+    X(pIsLocked, Link, None, kTells | kNeeded)                                                                         \
+    X(pBlockPolling, Link, None, kOptional | kNeeded)                                                                  \
+    X(ImposedAccessMode, AccessMode, None, 0)                                                                          \
+    X(pError, Link, None, kList | kOptional | kNeeded)                                                                 \
+    X(pAlias, Link, None, kOptional)                                                                                   \
+    X(pCastAlias, Link, None, kOptional)                                                                               \
+    X(pInvalidator, Link, None, kList | kOptional | kTells)                                                            \
+    X(Streamable, YesNo, None, kOptional)                                                                              \
+    X(Address, Integer, None, kList)                                                                                   \
+    X(pAddress, Link, None, kList | kTells | kNeeded | kGivesValue)                                                    \
+    X(pIndex, Link, Offset, kList | kTells | kNeeded | kGivesValue)                                                    \
+    X(Length, Integer, None, 0)                                                                                        \
+    X(pLength, Link, None, kTells | kNeeded | kGivesValue)                                                             \
+    X(AccessMode, AccessMode, None, 0)                                                                                 \
+    X(pPort, Link, None, kTells | kNeeded)                                                                             \
+    X(Cachable, CachingMode, None, 0)                                                                                  \
+    X(PollingTime, Integer, None, kOptional)                                                                           \
+    X(pFeature, Link, None, kList | kOptional | kNeeded)                                                               \
+    X(Value, Value, None, 0)                                                                                           \
+    X(pValue, Link, None, kTells | kNeeded | kGivesValue)                                                              \
+    X(pValueCopy, Link, None, kList | kTells | kNeeded)                                                                \
+    X(ValueIndexed, Number, Index, kList)                                                                              \
+    X(pValueIndexed, Link, Index, kList | kTells | kNeeded | kGivesValue)                                              \
+    X(ValueDefault, Number, None, 0)                                                                                   \
+    X(pValueDefault, Link, None, kTells | kNeeded | kGivesValue)                                                       \
+    X(Min, Number, None, 0)                                                                                            \
+    X(pMin, Link, None, kTells | kNeeded)                                                                              \
+    X(Max, Number, None, 0)                                                                                            \
+    X(pMax, Link, None, kTells | kNeeded)                                                                              \
+    X(Inc, Number, None, 0)                                                                                            \
+    X(pInc, Link, None, kTells | kNeeded)                                                                              \
+    X(Unit, Text, None, 0)                                                                                             \
+    X(Representation, Representation, None, kOptional)                                                                 \
+    X(DisplayNotation, DisplayNotation, None, kOptional)                                                               \
+    X(DisplayPrecision, Integer, None, kOptional)                                                                      \
+    X(ValidValueSet, IntegerList, None, 0)                                                                             \
+    X(pSelected, Link, None, kList | kOptional)                                                                        \
+    X(Sign, Sign, None, 0)                                                                                             \
+    X(Endianess, Endianess, None, 0) /* sic */                                                                         \
+    X(Bit, Integer, None, 0)                                                                                           \
+    X(LSB, Integer, None, 0)                                                                                           \
+    X(MSB, Integer, None, 0)                                                                                           \
+    X(OnValue, Integer, None, 0)                                                                                       \
+    X(OffValue, Integer, None, 0)                                                                                      \
+    X(CommandValue, Integer, None, 0)                                                                                  \
+    X(pCommandValue, Link, None, kTells | kNeeded)                                                                     \
+    X(pVariable, Link, Name, kList | kTells | kNeeded | kGivesValue)                                                   \
+    X(Constant, Float, Name, kList)                                                                                    \
+    X(Expression, Text, Name, kList)                                                                                   \
+    X(Formula, Text, None, 0)                                                                                          \
+    X(FormulaTo, Text, None, 0)                                                                                        \
+    X(FormulaFrom, Text, None, 0)                                                                                      \
+    X(Slope, Slope, None, 0)                                                                                           \
+    X(IsLinear, YesNo, None, 0)                                                                                        \
+    X(NumericValue, Float, None, 0)                                                                                    \
+    X(IsSelfClearing, YesNo, None, 0)                                                                                  \
+    X(ChunkID, HexPairs, None, 0)                                                                                      \
+    X(pChunkID, Link, None, kTells | kNeeded)                                                                          \
+    X(SwapEndianess, YesNo, None, 0) /* sic */                                                                         \
+    X(CacheChunkData, YesNo, None, 0)                                                                                  \
+    X(p1212Parser, Link, None, kOptional | kNeeded)                                                                    \
+    X(Key, Text, None, 0)                                                                                              \
+    X(FeatureID, Text, None, 0)                                                                                        \
+    X(Timeout, Text, None, 0)                                                                                          \
+    X(Symbolic, Text, None, 0)                                                                                         \
+    X(pEnumEntry, Link, None, kList | kTells | kNeeded)                                                                \
+    X(IsFeature, YesNo, None, kOptional)                                                                               \
+    X(pDependent, Link, None, kList | kOptional)                                                                       \
+    X(pTerminal, Link, None, kList | kOptional)                                                                        \
+    X(pSelecting, Link, None, kList | kOptional)
 
 enum class PropertyId : uint8_t {
-#define GENAPI_ENUMERATOR(name) name,
+#define GENAPI_ENUMERATOR(name, form, attribute, flags) name,
     GENAPI_PROPERTIES(GENAPI_ENUMERATOR)
 #undef GENAPI_ENUMERATOR
 };
 
 inline constexpr std::string_view kPropertyNames[] = {
-#define GENAPI_SPELLING(name) #name,
+#define GENAPI_SPELLING(name, form, attribute, flags) #name,
     GENAPI_PROPERTIES(GENAPI_SPELLING)
 #undef GENAPI_SPELLING
+};
+
+struct PropertyTraits {
+    Form form;
+    AttributeKind attribute; // pIndex takes Offset or pOffset: this names Offset
+    PropertyFlags flags;
+};
+
+inline constexpr PropertyTraits kPropertyTraits[] = {
+#define GENAPI_TRAITS(name, form, attribute, flags) {Form::form, AttributeKind::attribute, flags},
+    GENAPI_PROPERTIES(GENAPI_TRAITS)
+#undef GENAPI_TRAITS
 };
 #undef GENAPI_PROPERTIES
 
@@ -113,50 +164,24 @@ inline constexpr std::size_t kPropertyCount = std::size(kPropertyNames);
 // Case-sensitive; nothing when the name is no property. Constant time.
 [[nodiscard]] std::optional<PropertyId> FindProperty(std::string_view name) noexcept;
 
-// True for links: the value is the name of another node.
-inline constexpr auto kIsLink = [] {
-    std::array<bool, kPropertyCount> isLink{};
-    for (std::size_t i = 0; i < kPropertyCount; ++i)
-        isLink[i] = kPropertyNames[i][0] == 'p';
-    return isLink;
-}();
-
+[[nodiscard]] constexpr const PropertyTraits& TraitsOf(PropertyId id) {
+    return kPropertyTraits[static_cast<std::size_t>(id)];
+}
+[[nodiscard]] constexpr bool HasFlag(PropertyId id, PropertyFlags flag) {
+    return (TraitsOf(id).flags & flag) != 0;
+}
 [[nodiscard]] constexpr bool IsLink(PropertyId id) {
-    return kIsLink[static_cast<std::size_t>(id)];
+    return TraitsOf(id).form == Form::Link;
 }
-
-// Which XML attribute accompanies the value.
-enum class AttributeKind : uint8_t {
-    None,
-    Name,    // pVariable, Constant, Expression: the name used in formulas
-    Index,   // ValueIndexed, pValueIndexed: the index that selects this slot
-    Offset,  // pIndex of a register: constant stride
-    pOffset, // pIndex of a register: name of the node that holds the stride
-};
-
-// The attribute that a property takes; None when it takes none. pIndex takes Offset or pOffset: this names Offset.
+// None when it takes none.
 [[nodiscard]] constexpr AttributeKind AttributeOf(PropertyId id) {
-    switch (id) {
-    case PropertyId::pVariable:
-    case PropertyId::Constant:
-    case PropertyId::Expression:
-        return AttributeKind::Name;
-    case PropertyId::ValueIndexed:
-    case PropertyId::pValueIndexed:
-        return AttributeKind::Index;
-    case PropertyId::pIndex:
-        return AttributeKind::Offset;
-    default:
-        return AttributeKind::None;
-    }
+    return TraitsOf(id).attribute;
 }
-
-// Properties that may occur several times; each occurrence counts. Of all others the last one wins.
-[[nodiscard]] bool IsListProperty(PropertyId id) noexcept;
-
-// Free text keeps its white space; every other value is trimmed.
+[[nodiscard]] constexpr bool IsListProperty(PropertyId id) {
+    return HasFlag(id, kList);
+}
 [[nodiscard]] constexpr bool IsFreeText(PropertyId id) {
-    return id == PropertyId::ToolTip || id == PropertyId::Description || id == PropertyId::DisplayName;
+    return TraitsOf(id).form == Form::FreeText;
 }
 
 // The place of a node among those of its map.

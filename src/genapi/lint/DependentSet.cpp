@@ -6,27 +6,6 @@
 
 namespace genapi {
 
-namespace {
-
-using P = PropertyId;
-
-bool IsValueLink(PropertyId id) {
-    switch (id) {
-    case P::pValue:
-    case P::pIndex:
-    case P::pValueIndexed:
-    case P::pValueDefault:
-    case P::pVariable:
-    case P::pAddress:
-    case P::pLength:
-        return true;
-    default:
-        return false;
-    }
-}
-
-} // namespace
-
 Dependents::Dependents(const LintModel& model, Spread spread)
     : m_Links(static_cast<std::size_t>(model.Count())), m_IsMet(m_Links.size()) {
     for (int node = 0; node < model.Count(); ++node) {
@@ -36,7 +15,8 @@ Dependents::Dependents(const LintModel& model, Spread spread)
         };
         for (const PropertyRecord& property : model.Node(node).properties) {
             if (!HasProperty(model.Node(node).type, property.id)) continue;
-            if (spread == Spread::Any ? IsDependencyLink(property.id) : IsValueLink(property.id)) add(property.value);
+            if (spread == Spread::Any ? IsDependencyLink(property.id) : HasFlag(property.id, kGivesValue))
+                add(property.value);
             if (property.attributeKind == AttributeKind::pOffset) add(property.attribute);
         }
     }
@@ -70,7 +50,7 @@ std::vector<int> SourcesOf(const LintModel& model, int node) {
     for (std::size_t head = 0; head < met.size(); ++head) {
         if (model.IsRegister(met[head])) continue;
         for (const PropertyRecord& property : model.Node(met[head]).properties) {
-            const int next = IsValueLink(property.id) ? model.Find(property.value) : LintModel::kNone;
+            const int next = HasFlag(property.id, kGivesValue) ? model.Find(property.value) : LintModel::kNone;
             if (next != LintModel::kNone && marks.insert(next).second) met.push_back(next);
         }
     }
@@ -79,9 +59,9 @@ std::vector<int> SourcesOf(const LintModel& model, int node) {
 
 bool KeepsOldValue(const LintModel& model, int registerNode) {
     if (!model.IsRegister(registerNode) || !model.IsOnDevice(registerNode)) return false;
-    if (model.Value(registerNode, P::Cachable) == "NoCache") return false;
-    if (model.Value(registerNode, P::AccessMode) == "WO") return false;
-    return model.Integer(registerNode, P::PollingTime).value_or(0) <= 0;
+    if (model.Value(registerNode, PropertyId::Cachable) == "NoCache") return false;
+    if (model.Value(registerNode, PropertyId::AccessMode) == "WO") return false;
+    return model.Integer(registerNode, PropertyId::PollingTime).value_or(0) <= 0;
 }
 
 } // namespace genapi

@@ -9,94 +9,59 @@ namespace {
 using P = PropertyId;
 using T = NodeType;
 
-// What a node can be read as.
-enum class Kind : uint8_t { Integer, Float, Boolean, Enumeration, Text, Port, ConfRom, Other };
-
-Kind KindOf(NodeType type) {
-    switch (type) {
-    case T::Integer:
-    case T::IntReg:
-    case T::MaskedIntReg:
-    case T::IntSwissKnife:
-    case T::IntConverter:
-    case T::IntKey:
-    case T::AdvFeatureLock:
-    case T::SmartFeature:
-        return Kind::Integer;
-    case T::Float:
-    case T::FloatReg:
-    case T::Converter:
-    case T::SwissKnife:
-        return Kind::Float;
-    case T::Boolean:
-        return Kind::Boolean;
-    case T::Enumeration:
-        return Kind::Enumeration;
-    case T::String:
-    case T::StringReg:
-    case T::TextDesc:
-        return Kind::Text;
-    case T::Port:
-        return Kind::Port;
-    case T::ConfRom:
-        return Kind::ConfRom;
-    default:
-        return Kind::Other;
-    }
-}
-
-bool IsNumber(Kind kind) {
-    return kind == Kind::Integer || kind == Kind::Float || kind == Kind::Boolean || kind == Kind::Enumeration;
+bool IsNumber(GenApi::EInterfaceType face) {
+    return face == GenApi::intfIInteger || face == GenApi::intfIFloat || face == GenApi::intfIBoolean ||
+           face == GenApi::intfIEnumeration;
 }
 
 // Without such a target the link cannot do its work.
 bool IsUsable(NodeType owner, PropertyId id, NodeType target) {
-    const Kind kind = KindOf(target);
+    const GenApi::EInterfaceType face = TraitsOf(target).face;
     switch (id) {
     case P::pPort:
-        return kind == Kind::Port;
+        return face == GenApi::intfIPort;
     case P::pEnumEntry:
         return target == T::EnumEntry;
     case P::pError:
-        return kind == Kind::Enumeration;
+        return face == GenApi::intfIEnumeration;
     case P::p1212Parser:
-        return kind == Kind::ConfRom;
+        return target == T::ConfRom;
     case P::pChunkID:
-        return kind == Kind::Text;
+        return face == GenApi::intfIString;
     case P::pFeature:
         return target != T::EnumEntry;
     case P::pValue:
-        return owner == T::String ? kind == Kind::Text : IsNumber(kind);
+        return owner == T::String ? face == GenApi::intfIString : IsNumber(face);
     default:
-        return !IsDependencyLink(id) || id == P::pInvalidator || IsNumber(kind);
+        return !IsDependencyLink(id) || id == P::pInvalidator || IsNumber(face);
     }
 }
 
 // What the schema of the file's version allows.
 bool IsInSchema(NodeType owner, PropertyId id, NodeType target, bool isNewSchema) {
-    const Kind kind = KindOf(target);
-    const bool isPlain = kind == Kind::Integer || kind == Kind::Float;
+    const GenApi::EInterfaceType face = TraitsOf(target).face;
+    const bool isPlain = face == GenApi::intfIInteger || face == GenApi::intfIFloat;
     switch (id) {
     case P::pAddress:
-        return kind == Kind::Integer || kind == Kind::Enumeration;
+        return face == GenApi::intfIInteger || face == GenApi::intfIEnumeration;
     case P::pLength:
-        return kind == Kind::Integer;
+        return face == GenApi::intfIInteger;
     case P::pIsImplemented:
     case P::pIsAvailable:
     case P::pIsLocked:
-        return isNewSchema || kind == Kind::Integer || kind == Kind::Boolean;
+        return isNewSchema || face == GenApi::intfIInteger || face == GenApi::intfIBoolean;
     case P::pVariable:
         return isNewSchema ? true : isPlain;
     case P::pValue:
         if (owner == T::String) return true;
-        if (isNewSchema) return kind != Kind::Boolean || (owner != T::Float && owner != T::Converter);
-        if (owner == T::Float) return kind == Kind::Float;
-        return owner == T::Converter ? isPlain : kind == Kind::Integer;
+        if (isNewSchema) return face != GenApi::intfIBoolean || (owner != T::Float && owner != T::Converter);
+        if (owner == T::Float) return face == GenApi::intfIFloat;
+        return owner == T::Converter ? isPlain : face == GenApi::intfIInteger;
     case P::pMin:
     case P::pMax:
     case P::pInc:
         if (isNewSchema) return true;
-        return kind == (owner == T::Float ? Kind::Float : Kind::Integer);
+        return face == (owner == T::Float ? GenApi::intfIFloat : GenApi::intfIInteger);
     default:
         return true;
     }

@@ -122,16 +122,8 @@ int LintModel::Target(int index, PropertyId id) const {
 }
 
 bool LintModel::IsRegister(int index) const {
-    switch (Node(index).type) {
-    case NodeType::IntReg:
-    case NodeType::MaskedIntReg:
-    case NodeType::FloatReg:
-    case NodeType::StringReg:
-    case NodeType::Register:
-        return true;
-    default:
-        return false;
-    }
+    const NodeType type = Node(index).type;
+    return genapi::IsRegister(type) && !IsObsolete(type);
 }
 
 bool LintModel::IsOnDevice(int index) const {

@@ -11,17 +11,8 @@ using T = NodeType;
 // What an application or the transport layer finds without a link.
 bool IsFoundByItself(const LintModel& model, int node) {
     const NodeRecord& record = model.Node(node);
-    switch (record.type) {
-    case T::Port:
-    case T::ConfRom:
-    case T::TextDesc:
-    case T::IntKey:
-    case T::AdvFeatureLock:
-    case T::SmartFeature:
-        return true;
-    default:
-        return record.name == "Root" || record.name == "TLParamsLocked" || model.Property(node, P::EventID) != nullptr;
-    }
+    if (record.type == T::Port || IsObsolete(record.type)) return true;
+    return record.name == "Root" || record.name == "TLParamsLocked" || model.Property(node, P::EventID) != nullptr;
 }
 
 // Follows all links of the description from some nodes. bound to a thread

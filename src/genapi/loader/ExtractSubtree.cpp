@@ -5,22 +5,6 @@ namespace genapi {
 
 namespace {
 
-// Links that a node needs to work. Others stay only where their target stays anyway.
-bool IsFollowed(PropertyId id) {
-    switch (id) {
-    case PropertyId::pInvalidator:
-    case PropertyId::pSelected:
-    case PropertyId::pAlias:
-    case PropertyId::pCastAlias:
-    case PropertyId::pDependent:
-    case PropertyId::pTerminal:
-    case PropertyId::pSelecting:
-        return false;
-    default:
-        return IsLink(id);
-    }
-}
-
 // The nodes that can be reached from one over followed links. Bound to a thread.
 class Closure final : public WriteFilter {
 public:
@@ -39,7 +23,7 @@ public:
             const NodeRecord& node = m_Description.nodes[m_Waiting.back()];
             m_Waiting.pop_back();
             for (const PropertyRecord& property : node.properties) {
-                if (IsFollowed(property.id)) Add(property.value);
+                if (HasFlag(property.id, kNeeded)) Add(property.value);
                 if (property.attributeKind == AttributeKind::pOffset) Add(property.attribute);
             }
         }
@@ -49,7 +33,7 @@ public:
     bool KeepsNode(std::size_t index) const override { return m_IsIn[index]; }
 
     bool KeepsProperty(const PropertyRecord& property) const override {
-        if (!IsLink(property.id) || IsFollowed(property.id)) return true;
+        if (!IsLink(property.id) || HasFlag(property.id, kNeeded)) return true;
         const auto found = m_IndexOf.find(property.value);
         return found != m_IndexOf.end() && m_IsIn[found->second];
     }

@@ -1,6 +1,7 @@
 #include "genapi/loader/RecordBuilder.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/description/NodeTraits.h"
 #include "genapi/description/Shown.h"
 
 #include <core/Log.h>
@@ -24,22 +25,6 @@ constexpr std::size_t kMaxInherited = 500'000;
 unsigned int LogCategory() {
     static const unsigned int category = Tavix::LogGetCatID("GenApi.Loader");
     return category;
-}
-
-bool IsRegister(NodeType type) {
-    switch (type) {
-    case NodeType::IntReg:
-    case NodeType::MaskedIntReg:
-    case NodeType::FloatReg:
-    case NodeType::StringReg:
-    case NodeType::Register:
-    case NodeType::ConfRom:
-    case NodeType::AdvFeatureLock:
-    case NodeType::SmartFeature:
-        return true;
-    default:
-        return false;
-    }
 }
 
 // An entry's own Length replaces an inherited pLength, and the other way round.

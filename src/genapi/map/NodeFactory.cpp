@@ -30,54 +30,13 @@ Node* Make(Arena& arena, const NodeSeed& seed) {
 } // namespace
 
 Node* MakeNode(Arena& arena, const NodeSeed& seed) {
-    switch (seed.type) {
-    case NodeType::Node:
-        return Make<PlainNode>(arena, seed);
-    case NodeType::Category:
-        return Make<CategoryNode>(arena, seed);
-    case NodeType::Integer:
-        return Make<IntegerNode>(arena, seed);
-    case NodeType::IntReg:
-    case NodeType::MaskedIntReg:
-        return Make<IntRegNode>(arena, seed);
-    case NodeType::Boolean:
-        return Make<BooleanNode>(arena, seed);
-    case NodeType::Command:
-        return Make<CommandNode>(arena, seed);
-    case NodeType::Enumeration:
-        return Make<EnumerationNode>(arena, seed);
-    case NodeType::EnumEntry:
-        return Make<EnumEntryNode>(arena, seed);
-    case NodeType::Float:
-        return Make<FloatNode>(arena, seed);
-    case NodeType::FloatReg:
-        return Make<FloatRegNode>(arena, seed);
-    case NodeType::String:
-        return Make<StringNode>(arena, seed);
-    case NodeType::StringReg:
-        return Make<StringRegNode>(arena, seed);
-    case NodeType::Register:
-        return Make<RegisterNode>(arena, seed);
-    case NodeType::Converter:
-        return Make<ConverterNode>(arena, seed);
-    case NodeType::IntConverter:
-        return Make<IntConverterNode>(arena, seed);
-    case NodeType::SwissKnife:
-        return Make<SwissKnifeNode>(arena, seed);
-    case NodeType::IntSwissKnife:
-        return Make<IntSwissKnifeNode>(arena, seed);
-    case NodeType::Port:
-        return Make<PortNode>(arena, seed);
-    case NodeType::ConfRom:
-        return Make<ObsoleteRegisterNode>(arena, seed);
-    case NodeType::TextDesc:
-        return Make<ObsoleteStringNode>(arena, seed);
-    case NodeType::IntKey:
-    case NodeType::AdvFeatureLock:
-    case NodeType::SmartFeature:
-        return Make<ObsoleteIntegerNode>(arena, seed);
-    }
-    return Make<PlainNode>(arena, seed);
+    using Maker = Node* (*)(Arena&, const NodeSeed&);
+    static constexpr Maker kMakers[] = {
+#define GENAPI_MAKER(name, kind, face, flags, properties) &Make<kind>,
+        GENAPI_NODE_TYPES(GENAPI_MAKER)
+#undef GENAPI_MAKER
+    };
+    return kMakers[static_cast<std::size_t>(seed.type)](arena, seed);
 }
 
 } // namespace genapi

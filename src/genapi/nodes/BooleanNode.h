@@ -22,7 +22,6 @@ public:
     GenApi::IBoolean& operator=(bool Value) override;
     bool GetValue(bool Verify = false, bool IgnoreCache = false) const override;
     bool operator()() const override { return GetValue(); }
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIBoolean; }
 
 protected:
     int64_t DoReadInteger(ReadFlags flags) override;

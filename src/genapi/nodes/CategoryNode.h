@@ -19,7 +19,6 @@ public:
 
     // GenApi::ICategory
     void GetFeatures(GenApi::FeatureList_t& Features) const override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfICategory; }
 
 protected:
     std::string DoReadText(ReadFlags) override { return std::string(Name()); }

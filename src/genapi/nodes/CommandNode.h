@@ -26,7 +26,6 @@ public:
     void Execute(bool Verify = true) override;
     void operator()() override { Execute(); }
     bool IsDone(bool Verify = true) override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfICommand; }
 
 protected:
     int64_t DoReadInteger(ReadFlags flags) override { return m_Source.Read(flags); }

@@ -38,7 +38,6 @@ public:
         return NumericNumber();
     }
     bool IsSelfClearing() override { return m_ClearsItself; }
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIEnumEntry; }
 
 protected:
     int64_t DoReadInteger(ReadFlags) override { return m_Value; }
@@ -82,7 +81,6 @@ public:
     GenApi::IEnumEntry* GetEntryByName(const GenICam::gcstring& Symbolic) override;
     GenApi::IEnumEntry* GetEntry(int64_t IntValue) override;
     GenApi::IEnumEntry* GetCurrentEntry(bool Verify = false, bool IgnoreCache = false) override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIEnumeration; }
 
 protected:
     int64_t DoReadInteger(ReadFlags flags) override;

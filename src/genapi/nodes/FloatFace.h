@@ -118,7 +118,6 @@ public:
         const GenApi::AutoLock lock(this->Host().Lock());
         return Mutable().Precision();
     }
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIFloat; }
 
 protected:
     // The number without checks.

@@ -13,7 +13,6 @@ public:
     using FloatFace::operator=;
 
     void Bind(const BoundProperty& property) override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIFloat; }
 
 protected:
     double RawReal(ReadFlags flags) override;

@@ -14,7 +14,6 @@ public:
     using IntegerFace::operator=;
 
     void Bind(const BoundProperty& property) override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIInteger; }
 
 protected:
     int64_t RawInteger(ReadFlags flags) override;

@@ -100,7 +100,6 @@ public:
         }
         return inside;
     }
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIInteger; }
 
 protected:
     // The number without checks.

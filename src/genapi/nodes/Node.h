@@ -2,6 +2,7 @@
 // The base of all nodes: identity, texts, access, and the faces that nodes show one another.
 
 #include "genapi/description/Description.h"
+#include "genapi/description/NodeTraits.h"
 #include "genapi/formula/FormulaValue.h"
 #include "genapi/nodes/NodeHost.h"
 
@@ -148,7 +149,7 @@ public:
     GenApi::INode* GetCastAlias() const override;
     GenICam::gcstring GetDocuURL() const override;
     bool IsDeprecated() const override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIValue; }
+    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return TraitsOf(m_Type).face; }
     bool IsFeature() const override { return m_IsFeature; }
 
     // Lock held. Registers answer for themselves, others for what they read.

@@ -32,8 +32,6 @@ public:
     void SetPortImpl(GenApi::IPort* pPort) override;
     GenApi::EYesNo GetSwapEndianess() override { return m_SwapsBytes ? GenApi::Yes : GenApi::No; }
 
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIPort; }
-
 protected:
     // The text of a port is the ID of its chunk.
     std::string DoReadText(ReadFlags flags) override;

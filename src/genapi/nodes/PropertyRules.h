@@ -1,23 +1,26 @@
 #pragma once
-// Which properties a type of node has, and what their values look like.
+// What the properties of a node have to look like.
 
-#include "genapi/description/NodeType.h"
-#include "genapi/description/Property.h"
+#include "genapi/description/NodeTraits.h"
 
 #include <string>
 
 namespace genapi {
 
-[[nodiscard]] bool HasProperty(NodeType type, PropertyId id);
-
 // Links whose target has to exist for the node to be of use. A dangling one of the others is left out.
-[[nodiscard]] bool IsVitalLink(PropertyId id);
+[[nodiscard]] constexpr bool IsVitalLink(PropertyId id) {
+    return IsLink(id) && !HasFlag(id, kOptional);
+}
 
 // A malformed one makes the node unusable. Of the others, which concern presentation and polling, it is left out.
-[[nodiscard]] bool IsVitalProperty(PropertyId id);
+[[nodiscard]] constexpr bool IsVitalProperty(PropertyId id) {
+    return IsLink(id) || !HasFlag(id, kOptional);
+}
 
 // Links over which the node hears of a change of the target.
-[[nodiscard]] bool IsDependencyLink(PropertyId id);
+[[nodiscard]] constexpr bool IsDependencyLink(PropertyId id) {
+    return HasFlag(id, kTells);
+}
 
 // What is wrong with the value or the attribute; empty when nothing is.
 [[nodiscard]] std::string CheckForm(NodeType type, const PropertyRecord& record);

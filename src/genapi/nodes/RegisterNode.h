@@ -48,7 +48,6 @@ public:
     void Get(uint8_t* pBuffer, int64_t Length, bool Verify = false, bool IgnoreCache = false) override;
     int64_t GetAddress() override;
     int64_t GetLength() override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIRegister; }
 
 protected:
     std::string DoReadText(ReadFlags flags) override;

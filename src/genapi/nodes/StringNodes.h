@@ -31,7 +31,6 @@ public:
         const GenApi::AutoLock lock(this->Host().Lock());
         return this->MaxTextLength();
     }
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIString; }
 };
 
 // Throws OutOfRangeException in a verified write; the text as it fits otherwise.
@@ -63,8 +62,6 @@ class StringRegNode final : public StringFace<RegisterNode> {
 public:
     using StringFace::StringFace;
     using StringFace::operator=;
-
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIString; }
 
 protected:
     std::string DoReadText(ReadFlags flags) override;

@@ -1,5 +1,5 @@
 #include "genapi/description/Property.h"
-#include "genapi/description/NodeType.h"
+#include "genapi/description/NodeTraits.h"
 
 #include <gtest/gtest.h>
 
@@ -46,4 +46,25 @@ TEST(NodeType, IsFoundByItsName) {
 }
 
 } // namespace
+
+TEST(NodeTraits, TellRegistersFromWhatNoCameraHasAnyMore) {
+    EXPECT_TRUE(IsRegister(NodeType::MaskedIntReg));
+    EXPECT_FALSE(IsObsolete(NodeType::MaskedIntReg));
+    EXPECT_TRUE(IsRegister(NodeType::ConfRom));
+    EXPECT_TRUE(IsObsolete(NodeType::ConfRom));
+    EXPECT_FALSE(IsRegister(NodeType::IntKey));
+    EXPECT_TRUE(IsObsolete(NodeType::IntKey));
+    EXPECT_FALSE(IsRegister(NodeType::Integer));
+}
+
+TEST(NodeTraits, NameInterfaceAndPropertiesOfEachType) {
+    EXPECT_EQ(TraitsOf(NodeType::IntSwissKnife).face, GenApi::intfIInteger);
+    EXPECT_EQ(TraitsOf(NodeType::Node).face, GenApi::intfIValue);
+    EXPECT_TRUE(HasProperty(NodeType::MaskedIntReg, PropertyId::LSB));
+    EXPECT_FALSE(HasProperty(NodeType::IntReg, PropertyId::LSB));
+    EXPECT_FALSE(HasProperty(NodeType::StringReg, PropertyId::Sign));
+    for (std::size_t i = 0; i < kNodeTypeCount; ++i)
+        EXPECT_TRUE(HasProperty(static_cast<NodeType>(i), PropertyId::pIsAvailable)) << kNodeTypeNames[i];
+}
+
 } // namespace genapi
