@@ -1,5 +1,7 @@
 #include "python/Callbacks.h"
 
+#include "python/Fork.h"
+
 namespace py = pybind11;
 
 namespace tavixpython {
@@ -13,7 +15,8 @@ std::shared_ptr<py::function> Keep(py::function callback) {
 }
 
 void BindSubscription(py::module_& module) {
-    py::class_<Tavix::Subscription>(module, "Subscription", "A registered callback; it lasts until end() is called.")
+    py::class_<Tavix::Subscription, Owned<Tavix::Subscription>>(
+        module, "Subscription", "A registered callback; it lasts until end() is called.")
         .def("end", &Tavix::Subscription::End, py::call_guard<WithoutLock>(),
              "The callback is not called any more once this returns. Ending twice is harmless.");
 }

@@ -1,6 +1,8 @@
 #include "python/CameraDoor.h"
 
 #include "python/Callbacks.h"
+#include "python/Door.h"
+#include "python/Fork.h"
 #include "python/StreamDoor.h"
 #include "python/Values.h"
 
@@ -15,26 +17,11 @@ namespace py = pybind11;
 namespace tavixpython {
 namespace {
 
-using Tavix::CameraInfo;
 using LockFree = py::call_guard<WithoutLock>;
 
-/// A camera that complains when it was forgotten. Destroyed with the interpreter's lock held.
-struct Door {
-    explicit Door(Tavix::Camera opened) : camera(std::move(opened)) {}
-    ~Door() {
-        if (Unlocked([&] { return camera.IsOpen(); })) {
-            const py::error_scope kept;
-            if (PyErr_ResourceWarning(nullptr, 1, "a camera of tavix was not closed") != 0)
-                PyErr_WriteUnraisable(nullptr);
-        }
-        const WithoutLock unlocked;
-        camera.Close();
-    }
-    Door(const Door&) = delete;
-    Door& operator=(const Door&) = delete;
-
-    Tavix::Camera camera;
-};
+bool IsOpen(Door& door) {
+    return !IsLeftToParent() && Unlocked([&] { return door.camera.IsOpen(); });
+}
 
 Tavix::Feature Find(Door& door, const std::string& name) {
     return Unlocked([&] { return door.camera[name]; });
@@ -50,15 +37,16 @@ void SetFeature(Door& door, const std::string& name, const py::object& value) {
 
 // What Python asks for when there is no such attribute; it probes for many that no camera has.
 void RequireFeature(Door& door, const std::string& name) {
-    if (!Unlocked([&] { return door.camera.IsOpen() && door.camera.HasFeature(name); }))
+    if (!IsOpen(door)) throw py::attribute_error("the camera is closed, and has no method '" + name + "'");
+    if (!Unlocked([&] { return door.camera.HasFeature(name); }))
         throw py::attribute_error("the camera has no feature and no method '" + name + "'");
 }
 
 py::list Directory(const py::object& self) {
     py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
-    const Tavix::Camera& camera = self.cast<Door&>().camera;
-    for (const Tavix::Feature& feature :
-         Unlocked([&] { return camera.IsOpen() ? camera.Features() : std::vector<Tavix::Feature>(); }))
+    Door& door = self.cast<Door&>();
+    if (!IsOpen(door)) return names;
+    for (const Tavix::Feature& feature : Unlocked([&] { return door.camera.Features(); }))
         names.append(feature.Name());
     return names;
 }
@@ -75,10 +63,14 @@ Tavix::Subscription OnRemoval(Door& door, py::function callback) {
     return door.camera.OnRemoval(std::move(call));
 }
 
-void Trigger(Door& door, const py::object& timeout) {
-    const auto time = ToMilliseconds(timeout, std::chrono::milliseconds(5000));
+void Close(Door& door) {
+    if (IsLeftToParent()) return;
     const WithoutLock unlocked;
-    door.camera.Trigger(time);
+    door.camera.Close();
+}
+
+Tavix::HostTime ToHostTime(Door& door, std::uint64_t cameraTime) {
+    return door.camera.ToHostTime(cameraTime);
 }
 
 std::vector<std::tuple<std::string, std::string, std::string>> LoadSettings(Door& door,
@@ -89,39 +81,7 @@ std::vector<std::tuple<std::string, std::string, std::string>> LoadSettings(Door
     return refused;
 }
 
-void BindInfo(py::module_& module) {
-    py::class_<CameraInfo>(module, "CameraInfo", "What is known of a camera without opening it.")
-        .def_readonly("number", &CameraInfo::number, "Place in the list, from 0.")
-        .def_readonly("vendor", &CameraInfo::vendor, "Who made it.")
-        .def_readonly("model", &CameraInfo::model, "As its maker calls it.")
-        .def_readonly("serial", &CameraInfo::serial, "Alone not always unique.")
-        .def_readonly("guid", &CameraInfo::guid, "Twelve hexadecimal digits, unique in the world.")
-        .def_readonly("user_name", &CameraInfo::userName, "As the user calls it.")
-        .def_readonly("friendly_name", &CameraInfo::friendlyName, "For titles.")
-        .def_readonly("path", &CameraInfo::path, "The full name, which tells the port.")
-        .def_readonly("speed", &CameraInfo::speed, "Of the link: 'Super', 'High', ...; '' when unknown.")
-        .def("__repr__", [](const CameraInfo& info) { return "<tavix.CameraInfo " + info.friendlyName + ">"; });
-}
-
-void BindEvent(py::module_& module) {
-    using Tavix::CameraEvent;
-    py::class_<CameraEvent>(module, "Event", "A message of the camera, with the values that came with it.")
-        .def_readonly("name", &CameraEvent::name, "As the camera's EventSelector calls it.")
-        .def_property_readonly(
-            "values",
-            [](const CameraEvent& event) {
-                py::dict values;
-                for (const auto& [name, value] : event.values)
-                    values[py::str(name)] = ToPython(value);
-                return values;
-            },
-            "By the features' names: a dict.")
-        .def(
-            "__getitem__", [](const CameraEvent& event, const std::string& name) { return ToPython(event[name]); },
-            "By the feature's name, or what follows 'Event' and the event's name. NotFound for others.");
-}
-
-void BindFeatures(py::class_<Door>& camera) {
+void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
     camera.def("__getitem__", &GetFeature, "The value of a feature. NotFound, AccessError.")
         .def("__setitem__", &SetFeature, "Writes a feature. NotFound, AccessError, ValueError.")
         .def(
@@ -151,12 +111,13 @@ void BindFeatures(py::class_<Door>& camera) {
              "Applies a file of settings; returns (name, value, reason) of each that was refused.");
 }
 
-void BindImages(py::class_<Door>& camera) {
+void BindImages(py::class_<Door, Owned<Door>>& camera) {
     camera
         .def(
             "grab",
             [](Door& door, std::uint64_t count, const py::kwargs& options) {
-                return Grab(door.camera, count, options);
+                return Owned<Running<Tavix::ImageStream>>(
+                    new Running<Tavix::ImageStream>(Start(door.camera, count, options)));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
@@ -164,51 +125,55 @@ void BindImages(py::class_<Door>& camera) {
             "ever). "
             "Its steps raise Timeout or Removed. StateError when the camera streams already.")
         .def(
+            "_feed",
+            [](Door& door, std::uint64_t count, const py::kwargs& options) {
+                return Owned<Feed<Tavix::ImageStream>>(
+                    new Feed<Tavix::ImageStream>(Start(door.camera, count, options)));
+            },
+            py::arg("count") = 0, py::keep_alive<0, 1>())
+        .def(
             "grab_one", [](Door& door, const py::object& timeout) { return GrabOne(door.camera, timeout); },
             py::arg("timeout") = 5.0,
             "One image within so many seconds, after a software trigger if the camera waits for one.")
-        .def("trigger", &Trigger, py::arg("timeout") = py::none(),
-             "Triggers by software as soon as the camera is ready; waits 5 s for that unless told otherwise.");
+        .def(
+            "trigger",
+            [](Door& door, const py::object& timeout) {
+                TriggerInSteps(timeout, [&](std::chrono::milliseconds slice) { door.camera.Trigger(slice); });
+            },
+            py::arg("timeout") = py::none(),
+            "Triggers by software as soon as the camera is ready; waits 5 s for that unless told otherwise.");
 }
 
 } // namespace
 
 void BindCamera(py::module_& module) {
-    BindInfo(module);
-    BindEvent(module);
-    py::class_<Door> camera(module, "Camera",
-                            "An open camera and a context manager; features are its items and attributes.");
+    py::class_<Door, Owned<Door>> camera(
+        module, "Camera", "An open camera and a context manager; features are its items and attributes.");
     BindFeatures(camera);
     BindImages(camera);
     camera.def("__enter__", [](const py::object& self) { return self; })
-        .def("__exit__",
-             [](Door& door, const py::args&) {
-                 const WithoutLock unlocked;
-                 door.camera.Close();
-             })
-        .def(
-            "close", [](Door& door) { door.camera.Close(); }, LockFree(),
-            "Ends streams and callbacks and gives the camera back. Images live on; closing twice is harmless.")
-        .def_property_readonly(
-            "is_open", [](Door& door) { return door.camera.IsOpen(); }, LockFree(), "Whether it is open.")
+        .def("__exit__", [](Door& door, const py::args&) { Close(door); })
+        .def("close", &Close,
+             "Ends streams and callbacks and gives the camera back. Images live on; closing twice is harmless.")
+        .def_property_readonly("is_open", &IsOpen, "Whether it is open.")
         .def_property_readonly(
             "info", [](Door& door) { return door.camera.Info(); }, LockFree(), "Names and link speed.")
         .def("on_event", &OnEvent, py::arg("name"), py::arg("callback"),
              "Switches the event on and calls `callback(event)` for each message on a thread of the camera.")
         .def("on_removal", &OnRemoval, py::arg("callback"),
              "Calls `callback(is_back)` when the camera is unplugged, and when it is back.")
-        .def(
-            "__repr__",
-            [](Door& door) {
-                return door.camera.IsOpen() ? "<tavix.Camera " + door.camera.Info().friendlyName + ">"
-                                            : std::string("<tavix.Camera, closed>");
-            },
-            LockFree());
+        .def("to_host_time", &ToHostTime, py::arg("camera_time"), LockFree(),
+             "A moment of the camera's clock, in nanoseconds, on the host's clocks.")
+        .def("__repr__", [](Door& door) {
+            return IsOpen(door) ? "<tavix.Camera " + Unlocked([&] { return door.camera.Info().friendlyName; }) + ">"
+                                : std::string("<tavix.Camera, closed>");
+        });
     module.def(
-        "_open", [](const std::string& name) { return std::make_unique<Door>(Tavix::Camera::Open(name)); },
+        "_open",
+        [](const std::string& name) {
+            return Owned<Door>(new Door(std::make_shared<Tavix::Camera>(Tavix::Camera::Open(name))));
+        },
         py::arg("name"), LockFree());
-    module.def(
-        "_cameras", [] { return Tavix::Cameras(); }, LockFree());
 }
 
 } // namespace tavixpython

@@ -1,5 +1,5 @@
 #pragma once
-// The classes Camera, CameraInfo and Event of the package.
+// The class Camera of the package.
 
 #include <pybind11/pybind11.h>
 

@@ -1,21 +1,31 @@
 #include "python/FeatureDoor.h"
 
 #include "python/Callbacks.h"
+#include "python/Fork.h"
 #include "python/Lock.h"
 #include "python/Values.h"
 
+#include <tavix/camera/Error.h>
+
+#include <GenApi/ICommand.h>
 #include <pybind11/stl.h>
+
+#include <string>
+#include <thread>
 
 namespace py = pybind11;
 
 namespace tavixpython {
 namespace {
 
+using std::chrono::milliseconds;
 using Tavix::Feature;
 using LockFree = py::call_guard<WithoutLock>;
 
 constexpr const char* kTypes[] = {"integer", "float",   "boolean",  "enumeration",
                                   "text",    "command", "register", "category"};
+
+constexpr const char* kLevels[] = {"beginner", "expert", "guru", "invisible"};
 
 py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const, double (Feature::*real)() const) {
     if (Unlocked([&] { return feature.Type(); }) == Tavix::FeatureType::Integer) {
@@ -26,10 +36,33 @@ py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const
     return py::float_(value);
 }
 
+bool IsStartedAndDone(const Feature& feature) {
+    try {
+        feature.Execute(milliseconds(0));
+        return true;
+    } catch (const Tavix::Timeout&) {
+        return false;
+    }
+}
+
+bool IsDoneWithin(const Feature& feature, milliseconds time) {
+    constexpr milliseconds kStep{2};
+    auto& command = dynamic_cast<GenApi::ICommand&>(feature.Node());
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (!command.IsDone()) {
+        if (std::chrono::steady_clock::now() >= end) return false;
+        std::this_thread::sleep_for(kStep);
+    }
+    return true;
+}
+
 void Execute(const Feature& feature, const py::object& timeout) {
-    const auto time = ToMilliseconds(timeout, Tavix::kCommandTimeout);
-    const WithoutLock unlocked;
-    feature.Execute(time);
+    const milliseconds longest = ToMilliseconds(timeout, Tavix::kCommandTimeout);
+    const auto isDone = [&](milliseconds time) { return IsDoneWithin(feature, time); };
+    if (Unlocked([&] { return IsStartedAndDone(feature); }) || WaitInSteps(longest, isDone)) return;
+    throw Tavix::Timeout(feature.Name() + " was started and is not done after " + std::to_string(longest.count()) +
+                             " ms",
+                         feature.Name());
 }
 
 Tavix::Subscription OnChange(const Feature& feature, py::function callback) {
@@ -41,7 +74,8 @@ Tavix::Subscription OnChange(const Feature& feature, py::function callback) {
 } // namespace
 
 void BindFeature(py::module_& module) {
-    py::class_<Feature>(module, "Feature", "A feature of one camera; every access asks the camera anew.")
+    py::class_<Feature, Owned<Feature>>(module, "Feature",
+                                        "A feature of one camera; every access asks the camera anew.")
         .def_property_readonly("name", &Feature::Name, "As the camera calls it.")
         .def_property_readonly(
             "type", [](const Feature& f) { return kTypes[static_cast<int>(f.Type())]; }, LockFree(),
@@ -69,6 +103,12 @@ void BindFeature(py::module_& module) {
                                "Whether it can be written, or a command executed, now.")
         .def_property_readonly("why_not", &Feature::WhyNot, LockFree(),
                                "Why it cannot be read or written now; '' when both can be done.")
+        .def_property_readonly(
+            "level", [](const Feature& f) { return kLevels[static_cast<int>(f.Level())]; }, LockFree(),
+            "For whom it is: 'beginner', 'expert', 'guru' or 'invisible'.")
+        .def_property_readonly("is_setting", &Feature::IsSetting, LockFree(), "Whether save_settings() writes it.")
+        .def_property_readonly("children", &Feature::Children, LockFree(),
+                               "The features of a category. ValueError for others.")
         .def("set_nearest", &Feature::SetNearest, py::arg("value"), LockFree(),
              "Writes the nearest value within the limits and on the increment; returns what was written.")
         .def("execute", &Execute, py::arg("timeout") = py::none(),

@@ -1,14 +1,18 @@
 #include "python/ImageDoor.h"
 
+#include "python/Fork.h"
 #include "python/Lock.h"
 #include "python/Pixels.h"
 #include "python/Values.h"
 
 #include <tavix/camera/Image.h>
+#include <tavix/imaging/ImageFile.h>
 
 #include <pybind11/stl/filesystem.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -36,9 +40,68 @@ py::dict ChunksOf(const Image& image) {
     return chunks;
 }
 
-py::array AsArray(const py::object& self, const py::object& type) {
-    const py::array array = ArrayOf(self.cast<const Image&>(), self);
-    return type.is_none() ? array : array.attr("astype")(type).cast<py::array>();
+py::array ViewOf(const py::object& self) {
+    return ArrayOf(self.cast<const Image&>(), self);
+}
+
+// A copy where the type is another one, or where one is asked for.
+py::object AsArray(const py::object& self, const py::object& type, const py::object& copy) {
+    const py::array view = ViewOf(self);
+    const bool isForced = !copy.is_none() && copy.cast<bool>();
+    const bool isOther = !type.is_none() && !py::dtype::from_args(type).equal(view.dtype());
+    if (isOther && !copy.is_none() && !isForced)
+        throw py::value_error("numbers of another type cannot be had without a copy");
+    return isOther || isForced ? view.attr("astype")(isOther ? type : py::object(view.dtype())) : py::object(view);
+}
+
+// Later consumers give more arguments than NumPy's own arrays may know, all of which only ever ask for less.
+py::object AsDlpack(const py::object& self, const py::object& stream, const py::kwargs& more) {
+    if (more.contains("copy") && more["copy"].ptr() == Py_True) {
+        const py::object copy = ViewOf(self).attr("copy")();
+        return copy.attr("__dlpack__")(py::arg("stream") = stream);
+    }
+    return ViewOf(self).attr("__dlpack__")(py::arg("stream") = stream);
+}
+
+py::buffer_info BufferOf(Image& image) {
+    const py::array view = ArrayOf(image, py::none());
+    const std::string format = view.itemsize() == 1 ? "B" : "H";
+    return {const_cast<void*>(view.data()),
+            view.itemsize(),
+            format,
+            view.ndim(),
+            std::vector<py::ssize_t>(view.shape(), view.shape() + view.ndim()),
+            std::vector<py::ssize_t>(view.strides(), view.strides() + view.ndim())};
+}
+
+std::vector<std::uint8_t> Preview(const Image& image, std::uint32_t largest) {
+    namespace imaging = Tavix::imaging;
+    constexpr std::size_t kPixel = 3;
+    const Image colours = image.Convert("RGB8");
+    const std::uint32_t width = colours.Width(), height = colours.Height();
+    const std::uint32_t step = std::max(1U, (std::max(width, height) + largest - 1) / largest);
+    std::vector<std::uint8_t> pixels;
+    for (std::uint32_t y = 0; y < height; y += step) {
+        for (std::uint32_t x = 0; x < width; x += step) {
+            const std::uint8_t* pixel = colours.Data().data + y * colours.Stride() + x * kPixel;
+            pixels.insert(pixels.end(), pixel, pixel + kPixel);
+        }
+    }
+    const imaging::PictureView picture{pixels.data(), pixels.size(), imaging::PixelFormat::RGB8,
+                                       (width + step - 1) / step, (height + step - 1) / step};
+    return imaging::Encode(imaging::FileFormat::Png, picture);
+}
+
+// With lines and columns left out until neither is more than `largest`.
+py::bytes PngOf(const Image& image, std::uint32_t largest) {
+    const std::vector<std::uint8_t> file = Unlocked([&] { return Preview(image, largest); });
+    return py::bytes(reinterpret_cast<const char*>(file.data()), file.size());
+}
+
+py::object ChecksumOf(const Image& image) {
+    const Tavix::Checksum checksum = Unlocked([&] { return image.ChunkChecksum(); });
+    if (checksum == Tavix::Checksum::None) return py::none();
+    return py::bool_(checksum == Tavix::Checksum::Right);
 }
 
 std::string Repr(const Image& image) {
@@ -69,12 +132,19 @@ void BindHostTime(py::module_& module) {
 
 void BindImage(py::module_& module) {
     BindHostTime(module);
-    py::class_<Image>(module, "Image",
-                      "One image, in memory of its stream that nobody else writes to while the image or an array of "
-                      "it lives.")
+    py::class_<Image, Owned<Image>>(module, "Image", py::buffer_protocol(),
+                                    "One image, in memory of its stream that nobody else writes to while the image or "
+                                    "an array of it lives.")
+        .def_buffer(&BufferOf)
         .def_property_readonly("number", &Image::Number, "Counts the images of a stream, from 0.")
         .def_property_readonly("block_id", &Image::BlockId, "The camera's count; a gap is an image that never came.")
         .def_property_readonly("missed_before", &Image::MissedBefore, "Images that were lost just before this one.")
+        .def_property_readonly(
+            "gap_before", [](const Image& image) { return static_cast<double>(image.GapBefore().count()) / 1e9; },
+            "Seconds that the camera was away just before this image; 0.0 when it was not.")
+        .def_property_readonly("offset_x", &Image::OffsetX, "First column, on the sensor.")
+        .def_property_readonly("offset_y", &Image::OffsetY, "First line, on the sensor.")
+        .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
         .def_property_readonly("width", &Image::Width, "Columns; 0 for data that is no image.")
         .def_property_readonly("height", &Image::Height, "Lines; 0 for data that is no image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
@@ -84,19 +154,17 @@ void BindImage(py::module_& module) {
         .def_property_readonly("host_time", &Image::Time, LockFree(),
                                "The same moment on the host's clocks, a HostTime.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
+        .def_property_readonly("chunk_checksum", &ChecksumOf,
+                               "Whether the chunk data came as it was sent: True or False, None without a checksum.")
         .def_property_readonly(
-            "array", [](const py::object& self) { return AsArray(self, py::none()); },
+            "array", &ViewOf,
             "The pixels as a NumPy view, no copy, which keeps the image's memory: uint8 or uint16 of shape (height, "
             "width), or (height, width, components); packed formats as bytes in a row.")
-        .def("__array__", &AsArray, py::arg("dtype") = py::none())
-        .def(
-            "__dlpack__",
-            [](const py::object& self, const py::object& stream) {
-                return AsArray(self, py::none()).attr("__dlpack__")(py::arg("stream") = stream);
-            },
-            py::arg("stream") = py::none())
-        .def("__dlpack_device__",
-             [](const py::object& self) { return AsArray(self, py::none()).attr("__dlpack_device__")(); })
+        .def("__array__", &AsArray, py::arg("dtype") = py::none(), py::kw_only(), py::arg("copy") = py::none())
+        .def("__dlpack__", &AsDlpack, py::kw_only(), py::arg("stream") = py::none())
+        .def("__dlpack_device__", [](const py::object& self) { return ViewOf(self).attr("__dlpack_device__")(); })
+        .def("_png", &PngOf)
+        .def("clone", &Image::Clone, LockFree(), "A copy in memory of its own, which does not belong to the stream.")
         .def("convert", &Image::Convert, py::arg("pixel_format"), LockFree(),
              "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8. ValueError for what cannot be converted.")
         .def(

@@ -1,5 +1,7 @@
 #include "python/Lock.h"
 
+#include "python/Fork.h"
+
 #include <tavix/camera/Error.h>
 
 #include <algorithm>
@@ -12,9 +14,15 @@ namespace {
 constexpr std::chrono::milliseconds kStep{100};
 constexpr double kLongest = 1e9; // seconds
 
+PyThreadState* GiveUp() {
+    if (IsLeftToParent())
+        throw Tavix::StateError("this process was forked off one that uses tavix; open cameras in one of them only");
+    return PyEval_SaveThread();
+}
+
 } // namespace
 
-WithoutLock::WithoutLock() : m_GoesDown(_Py_IsFinalizing() != 0), m_State(PyEval_SaveThread()) {}
+WithoutLock::WithoutLock() : m_GoesDown(_Py_IsFinalizing() != 0), m_State(GiveUp()) {}
 
 WithoutLock::~WithoutLock() {
     while (!m_GoesDown && _Py_IsFinalizing())
@@ -40,12 +48,15 @@ bool WaitInSteps(std::chrono::milliseconds time, const std::function<bool(std::c
     }
 }
 
+std::chrono::nanoseconds ToNanoseconds(double seconds) {
+    if (!(seconds >= 0 && seconds <= kLongest))
+        throw Tavix::ValueError("a time is a number of seconds from 0 to 1e9, or None");
+    return std::chrono::nanoseconds(static_cast<std::int64_t>(std::ceil(seconds * 1e9)));
+}
+
 std::chrono::milliseconds ToMilliseconds(const pybind11::object& seconds, std::chrono::milliseconds none) {
     if (seconds.is_none()) return none;
-    const double value = seconds.cast<double>();
-    if (!(value >= 0 && value <= kLongest))
-        throw Tavix::ValueError("a time is a number of seconds from 0 to 1e9, or None");
-    return std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(value * 1000)));
+    return std::chrono::ceil<std::chrono::milliseconds>(ToNanoseconds(seconds.cast<double>()));
 }
 
 } // namespace tavixpython

@@ -9,7 +9,8 @@
 namespace tavixpython {
 
 /// Runs without the interpreter's lock for as long as it lives. A thread that comes back to an interpreter which is
-/// going down sleeps until the process ends, instead of being torn out of C++ frames.
+/// going down sleeps until the process ends, instead of being torn out of C++ frames. StateError in a forked process,
+/// as all that is called so needs what the parent has.
 class WithoutLock {
 public:
     WithoutLock();
@@ -34,6 +35,8 @@ auto Unlocked(Call call) {
 /// long as it takes.
 bool WaitInSteps(std::chrono::milliseconds time, const std::function<bool(std::chrono::milliseconds)>& step);
 
+/// ValueError for what is no time.
+std::chrono::nanoseconds ToNanoseconds(double seconds);
 /// Seconds of Python as milliseconds; None is `none`. ValueError for what is no time.
 std::chrono::milliseconds ToMilliseconds(const pybind11::object& seconds, std::chrono::milliseconds none);
 

@@ -3,7 +3,10 @@
 #include "python/CameraDoor.h"
 #include "python/Errors.h"
 #include "python/FeatureDoor.h"
+#include "python/Fork.h"
+#include "python/GroupDoor.h"
 #include "python/ImageDoor.h"
+#include "python/InfoDoor.h"
 #include "python/StreamDoor.h"
 
 namespace py = pybind11;
@@ -16,7 +19,10 @@ void Fill(py::module_& module) {
     tavixpython::BindFeature(module);
     tavixpython::BindImage(module);
     tavixpython::BindStream(module);
+    tavixpython::BindInfo(module);
     tavixpython::BindCamera(module);
+    tavixpython::BindGroup(module);
+    module.def("_leave_to_parent", &tavixpython::LeaveToParent);
 }
 
 } // namespace

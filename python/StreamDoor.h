@@ -1,44 +1,66 @@
 #pragma once
-// The class Stream of the package: an iterator over the images of a camera.
+// The classes Stream and Counts of the package, and what streams of groups have in common with them.
+
+#include "python/Feed.h"
+#include "python/Fork.h"
+#include "python/Running.h"
 
 #include <tavix/camera/Camera.h>
 
 #include <pybind11/pybind11.h>
-
-#include <chrono>
-#include <memory>
-#include <mutex>
+#include <pybind11/stl.h>
 
 namespace tavixpython {
 
-/// A running stream, for any number of threads. Every call is made with the interpreter's lock held.
-class Stream {
-public:
-    /// `silence` is how long an image may take; negative: for ever.
-    Stream(Tavix::ImageStream stream, std::chrono::milliseconds silence);
-    /// Ends the stream without the interpreter's lock.
-    ~Stream();
-
-    /// Empty at the end; Timeout after the silence that is allowed.
-    Tavix::Image Next();
-    void Cancel();
-    /// Returns when the camera was stopped. Closing twice is harmless.
-    void Close();
-    Tavix::GrabCounts Counts() const;
-
-private:
-    std::shared_ptr<Tavix::ImageStream> Running() const;
-
-    const std::chrono::milliseconds m_Silence;
-    mutable std::mutex m_Guard;                   // of the pointer, never held for long
-    std::shared_ptr<Tavix::ImageStream> m_Stream; // null once closed
-    std::mutex m_Turn;                            // of who takes the next image
-};
-
 /// Starts the camera, with the options by name.
-std::unique_ptr<Stream> Grab(Tavix::Camera& camera, std::uint64_t count, const pybind11::kwargs& options);
+Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::uint64_t count, const pybind11::kwargs& options);
 /// One image, triggered by software where the camera waits for that; Timeout when none came.
 Tavix::Image GrabOne(Tavix::Camera& camera, const pybind11::object& timeout);
+
+/// Images and sets as the interpreter has them.
+pybind11::object Present(Tavix::Image image);
+pybind11::object Present(Tavix::ImageSet set);
+
+template<class Source>
+void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
+    namespace py = pybind11;
+    using Stream = Running<Source>;
+    py::class_<Stream, Owned<Stream>>(module, name, doc)
+        .def("__iter__", [](const py::object& self) { return self; })
+        .def("__next__",
+             [](Stream& stream) {
+                 auto item = stream.Next();
+                 if (!item) throw py::stop_iteration();
+                 return Present(std::move(*item));
+             })
+        .def("__enter__", [](const py::object& self) { return self; })
+        .def("__exit__", [](Stream& stream, const py::args&) { stream.Close(); })
+        .def("cancel", &Stream::Cancel, "Ends the stream from any thread; a wait that is going on ends.")
+        .def("close", &Stream::Close, "Stops the camera. Closing twice is harmless; images live on.")
+        .def_property_readonly("counts", &Stream::Counts, "Counts of delivered, lost and damaged images.");
+}
+
+/// For the package's own AsyncStream.
+template<class Source>
+void BindFeed(pybind11::module_& module, const char* name) {
+    namespace py = pybind11;
+    using Fed = Feed<Source>;
+    py::class_<Fed, Owned<Fed>>(module, name)
+        .def("fileno", &Fed::Descriptor)
+        .def("take",
+             [](Fed& feed) {
+                 auto item = feed.Take();
+                 return item ? Present(std::move(*item)) : py::object(py::none());
+             })
+        .def("close", &Fed::Close)
+        .def_property_readonly("has_ended", &Fed::HasEnded)
+        .def_property_readonly("silence",
+                               [](const Fed& feed) {
+                                   const double seconds = static_cast<double>(feed.Silence().count()) / 1000;
+                                   return seconds < 0 ? py::object(py::none()) : py::object(py::float_(seconds));
+                               })
+        .def_property_readonly("counts", &Fed::Counts);
+}
 
 void BindStream(pybind11::module_& module);
 

@@ -11,15 +11,22 @@ import json as _json
 import os as _os
 import weakref as _weakref
 
-from ._tavix import (AccessError, Camera, CameraInfo, Counts, Error, Event, Feature, HostTime, Image, NotFound, Removed,
-                     StateError, Stream, Subscription, Timeout, ValueError)
-from . import _tavix
+from . import _html, _tavix
+from ._asynchronous import AsyncStream, stream as _stream
+from ._tavix import (AccessError, Camera, CameraInfo, Counts, Error, Event, Feature, Group, GroupStream, HostTime, Image,
+                     ImageSet, NotFound, Removed, StateError, Stream, Subscription, Timeout, ValueError, Watch)
 
-__all__ = ["AccessError", "Camera", "CameraInfo", "Counts", "Error", "Event", "Feature", "HostTime", "Image",
-           "NotFound", "Removed", "StateError", "Stream", "Subscription", "Timeout", "ValueError", "cameras", "open",
-           "virtual"]
+__all__ = ["AccessError", "AsyncStream", "Camera", "CameraInfo", "Counts", "Error", "Event", "Feature", "Group",
+           "GroupStream", "HostTime", "Image", "ImageSet", "NotFound", "Removed", "StateError", "Stream",
+           "Subscription", "Timeout", "ValueError", "Watch", "cameras", "group", "open", "virtual", "watch"]
+
+Camera.stream = Group.stream = _stream
+Camera._repr_html_ = _html.of_camera
+Feature._repr_html_ = _html.of_feature
+Image._repr_html_ = _html.of_image
 
 _opened = _weakref.WeakSet()
+_watches = _weakref.WeakSet()
 _used = False
 
 
@@ -42,6 +49,27 @@ def cameras():
     return _tavix._cameras()
 
 
+def group(*names):
+    """Open several cameras as one, each by a name as open() takes it; all cameras without names.
+
+    NotFound and AccessError as open() raises them; then none stays open.
+    """
+    global _used
+    _used = True
+    opened = _tavix._group([str(name) for name in names])
+    _opened.update(opened.cameras)
+    return opened
+
+
+def watch(callback):
+    """Call `callback(info, arrived)` for each camera that is there, comes or goes, on a thread of the library."""
+    global _used
+    _used = True
+    started = _tavix._watch(callback)
+    _watches.add(started)
+    return started
+
+
 def virtual(cameras=1):
     """Add virtual cameras: their number, or a list of dicts with their settings. Call it before any other function.
 
@@ -55,8 +83,17 @@ def virtual(cameras=1):
 
 def _close_all():
     # While the interpreter still stands: threads that wait for images come back, callbacks end.
+    for watch in list(_watches):
+        watch.end()
     for camera in list(_opened):
         camera.close()
 
 
+def _leave_to_parent():
+    # Threads and cameras are the parent's, and a child that never touches them may do whatever else it likes.
+    if _used:
+        _tavix._leave_to_parent()
+
+
 _atexit.register(_close_all)
+_os.register_at_fork(after_in_child=_leave_to_parent)

@@ -17,6 +17,8 @@ def test_opens_by_any_name_and_closes_at_the_end_of_the_block():
     assert not camera.is_open
     with pytest.raises(tavix.StateError):
         camera["Width"]
+    with pytest.raises(AttributeError, match="closed"):
+        camera.Width
 
 
 def test_a_second_open_is_refused(camera):

@@ -1,0 +1,136 @@
+#include "python/GroupDoor.h"
+
+#include "python/Door.h"
+#include "python/Options.h"
+#include "python/StreamDoor.h"
+#include "python/Values.h"
+
+#include <tavix/camera/Group.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct SetDoor {
+    py::list images; // None for those that are missing
+    std::vector<std::string> gaps;
+    bool isComplete;
+};
+
+/// The cameras of a group, each of which complains for itself when the group was forgotten.
+struct GroupDoor {
+    std::shared_ptr<Tavix::Group> group;
+    py::list cameras;
+};
+
+Owned<GroupDoor> Open(const std::vector<std::string>& names) {
+    auto door = Owned<GroupDoor>(new GroupDoor);
+    door->group = Unlocked([&] { return std::make_shared<Tavix::Group>(Tavix::Group::Open(names)); });
+    for (Tavix::Camera& camera : *door->group)
+        door->cameras.append(py::cast(Owned<Door>(new Door({door->group, &camera}))));
+    return door;
+}
+
+Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+    const Tavix::GroupOptions made = GroupOptionsOf(count, options);
+    const WithoutLock unlocked;
+    return {door.group->Grab(made), SilenceOf(made.grab)};
+}
+
+void Close(GroupDoor& door) {
+    if (IsLeftToParent()) return;
+    const WithoutLock unlocked;
+    for (Tavix::Camera& camera : *door.group)
+        camera.Close();
+}
+
+void Set(GroupDoor& door, const std::string& name, const py::object& value) {
+    for (Tavix::Camera& camera : *door.group)
+        Write(Unlocked([&] { return camera[name]; }), value);
+}
+
+bool IsOpen(const GroupDoor& door) {
+    for (Tavix::Camera& camera : *door.group)
+        if (!camera.IsOpen()) return false;
+    return true;
+}
+
+void BindSet(py::module_& module) {
+    py::class_<SetDoor>(module, "ImageSet", "Images of one moment, one place for each camera of the group.")
+        .def_readonly("images", &SetDoor::images, "In the order of the cameras, None where one is missing: a list.")
+        .def_readonly("gaps", &SetDoor::gaps, "Why an image is missing, for each camera; '' where none is.")
+        .def_readonly("is_complete", &SetDoor::isComplete, "Whether no image is missing.")
+        .def("__len__", [](const SetDoor& set) { return set.images.size(); })
+        .def("__iter__", [](const SetDoor& set) { return py::iter(set.images); })
+        .def("__getitem__", [](const SetDoor& set, const py::object& place) -> py::object {
+            return set.images.attr("__getitem__")(place);
+        });
+}
+
+} // namespace
+
+py::object Present(Tavix::ImageSet set) {
+    SetDoor made{py::list(), std::move(set.gaps), set.IsComplete()};
+    for (Tavix::Image& image : set.images)
+        made.images.append(image ? py::cast(std::move(image)) : py::object(py::none()));
+    return py::cast(std::move(made));
+}
+
+void BindGroup(py::module_& module) {
+    BindSet(module);
+    BindRunning<Tavix::GroupStream>(module, "GroupStream", "An iterator over sets of images, and a context manager.");
+    BindFeed<Tavix::GroupStream>(module, "_GroupFeed");
+    py::class_<GroupDoor, Owned<GroupDoor>>(module, "Group", "Several open cameras, in order, and a context manager.")
+        .def_readonly("cameras", &GroupDoor::cameras, "The cameras: a list.")
+        .def("__len__", [](const GroupDoor& door) { return door.cameras.size(); })
+        .def("__iter__", [](const GroupDoor& door) { return py::iter(door.cameras); })
+        .def("__getitem__",
+             [](const GroupDoor& door, const py::object& place) -> py::object {
+                 return door.cameras.attr("__getitem__")(place);
+             })
+        .def(
+            "set", &Set, py::arg("name"), py::arg("value"),
+            "Writes a feature of every camera. Raises what the first one raises that refuses; those before it are set.")
+        .def(
+            "grab",
+            [](GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+                return Owned<Running<Tavix::GroupStream>>(
+                    new Running<Tavix::GroupStream>(StartGroup(door, count, options)));
+            },
+            py::arg("count") = 0, py::keep_alive<0, 1>(),
+            "Starts all cameras: an iterator over `count` sets, or without end for 0. Options: those of Camera.grab, "
+            "by ('host_time' or 'block_id'), tolerance (seconds between images of a set, 0.005), patience (seconds "
+            "that a set waits for those missing, 0.5). Its steps raise Timeout when no camera sends anything.")
+        .def(
+            "_feed",
+            [](GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+                return Owned<Feed<Tavix::GroupStream>>(new Feed<Tavix::GroupStream>(StartGroup(door, count, options)));
+            },
+            py::arg("count") = 0, py::keep_alive<0, 1>())
+        .def(
+            "trigger",
+            [](GroupDoor& door, const py::object& timeout) {
+                TriggerInSteps(timeout, [&](milliseconds slice) { door.group->Trigger(slice); });
+            },
+            py::arg("timeout") = py::none(),
+            "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.")
+        .def("close", &Close, "Closes all cameras. Images live on; closing twice is harmless.")
+        .def_property_readonly(
+            "is_open",
+            [](const GroupDoor& door) { return !IsLeftToParent() && Unlocked([&] { return IsOpen(door); }); },
+            "Whether all of them are.")
+        .def("__enter__", [](const py::object& self) { return self; })
+        .def("__exit__", [](GroupDoor& door, const py::args&) { Close(door); })
+        .def("__repr__",
+             [](const GroupDoor& door) { return "<tavix.Group of " + std::to_string(door.cameras.size()) + ">"; });
+    module.def("_group", &Open, py::arg("names"));
+}
+
+} // namespace tavixpython

@@ -1,0 +1,93 @@
+#include "python/InfoDoor.h"
+
+#include "python/Callbacks.h"
+#include "python/Fork.h"
+#include "python/Values.h"
+
+#include <tavix/camera/CameraEvent.h>
+#include <tavix/camera/CameraInfo.h>
+
+#include <pybind11/stl.h>
+
+#include <memory>
+#include <string>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+using Tavix::CameraInfo;
+using LockFree = py::call_guard<WithoutLock>;
+
+constexpr const char* kAccess[] = {"free", "in use", "not permitted", "not reachable", "unknown"};
+
+/// Ended without the interpreter's lock, since its callback may be waiting for that.
+struct Watch {
+    explicit Watch(py::function callback) {
+        auto call = CallbackOf<const CameraInfo&, bool>(std::move(callback));
+        const WithoutLock unlocked;
+        watch = std::make_unique<Tavix::CameraWatch>(std::move(call));
+    }
+    ~Watch() { End(); }
+    void End() {
+        if (IsLeftToParent()) return;
+        const WithoutLock unlocked;
+        watch.reset();
+    }
+
+    std::unique_ptr<Tavix::CameraWatch> watch;
+};
+
+void BindEvent(py::module_& module) {
+    using Tavix::CameraEvent;
+    py::class_<CameraEvent>(module, "Event", "A message of the camera, with the values that came with it.")
+        .def_readonly("name", &CameraEvent::name, "As the camera's EventSelector calls it.")
+        .def_property_readonly(
+            "arrival_ns",
+            [](const CameraEvent& event) { return std::chrono::nanoseconds(event.arrival.time_since_epoch()).count(); },
+            "When the message came: nanoseconds of CLOCK_MONOTONIC, as time.monotonic_ns().")
+        .def_property_readonly(
+            "values",
+            [](const CameraEvent& event) {
+                py::dict values;
+                for (const auto& [name, value] : event.values)
+                    values[py::str(name)] = ToPython(value);
+                return values;
+            },
+            "By the features' names: a dict.")
+        .def(
+            "__getitem__", [](const CameraEvent& event, const std::string& name) { return ToPython(event[name]); },
+            "By the feature's name, or what follows 'Event' and the event's name. NotFound for others.");
+}
+
+void BindWatch(py::module_& module) {
+    py::class_<Watch, Owned<Watch>>(module, "Watch", "Tells of cameras that come and go, until end() is called.")
+        .def("end", &Watch::End, "The callback is not called any more once this returns. Ending twice is harmless.");
+    module.def("_watch", [](py::function callback) { return Owned<Watch>(new Watch(std::move(callback))); });
+}
+
+} // namespace
+
+void BindInfo(py::module_& module) {
+    py::class_<CameraInfo>(module, "CameraInfo", "What is known of a camera without opening it.")
+        .def_readonly("number", &CameraInfo::number, "Place in the list, from 0.")
+        .def_readonly("vendor", &CameraInfo::vendor, "Who made it.")
+        .def_readonly("model", &CameraInfo::model, "As its maker calls it.")
+        .def_readonly("serial", &CameraInfo::serial, "Alone not always unique.")
+        .def_readonly("guid", &CameraInfo::guid, "Twelve hexadecimal digits, unique in the world.")
+        .def_readonly("user_name", &CameraInfo::userName, "As the user calls it.")
+        .def_readonly("friendly_name", &CameraInfo::friendlyName, "For titles.")
+        .def_readonly("path", &CameraInfo::path, "The full name, which tells the port.")
+        .def_readonly("speed", &CameraInfo::speed, "Of the link: 'Super', 'High', ...; '' when unknown.")
+        .def(
+            "access", [](const CameraInfo& info) { return kAccess[static_cast<int>(info.Access())]; }, LockFree(),
+            "Asks whether it could be opened now: 'free', 'in use', 'not permitted', 'not reachable' or 'unknown'.")
+        .def("__repr__", [](const CameraInfo& info) { return "<tavix.CameraInfo " + info.friendlyName + ">"; });
+    BindEvent(module);
+    BindWatch(module);
+    module.def(
+        "_cameras", [] { return Tavix::Cameras(); }, LockFree());
+}
+
+} // namespace tavixpython

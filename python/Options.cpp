@@ -1,0 +1,83 @@
+#include "python/Options.h"
+
+#include "python/Lock.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kForEver{-1};
+constexpr auto kOfCameras = {"buffers",    "memory_limit", "keep_budget", "newest_only",
+                             "incomplete", "timeout",      "reconnect",   "transfer_size"};
+constexpr auto kOfGroups = {"by", "tolerance", "patience"};
+
+using Names = std::initializer_list<const char*>;
+
+bool Holds(Names names, const std::string& name) {
+    return std::any_of(names.begin(), names.end(), [&](const char* known) { return name == known; });
+}
+
+void RefuseOthers(const py::kwargs& options, Names further) {
+    for (const auto& option : options) {
+        const auto name = option.first.cast<std::string>();
+        if (!Holds(kOfCameras, name) && !Holds(further, name))
+            throw py::type_error("grab() has no option '" + name + "'");
+    }
+}
+
+template<class T>
+void Take(const py::kwargs& options, const char* name, T& value) {
+    if (options.contains(name)) value = options[name].cast<T>();
+}
+
+Tavix::GrabOptions Known(std::uint64_t count, const py::kwargs& options) {
+    Tavix::GrabOptions made;
+    made.count = count;
+    Take(options, "buffers", made.buffers);
+    Take(options, "memory_limit", made.memoryLimit);
+    Take(options, "keep_budget", made.keepBudget);
+    Take(options, "newest_only", made.newestOnly);
+    Take(options, "incomplete", made.incomplete);
+    Take(options, "transfer_size", made.transferSize);
+    if (options.contains("timeout")) made.timeout = ToMilliseconds(options["timeout"], milliseconds(0));
+    if (options.contains("reconnect")) made.reconnect = ToMilliseconds(options["reconnect"], kForEver);
+    return made;
+}
+
+Tavix::GroupBy ByOf(const std::string& name) {
+    if (name == "host_time") return Tavix::GroupBy::HostTime;
+    if (name == "block_id") return Tavix::GroupBy::BlockId;
+    throw Tavix::ValueError("images are grouped by 'host_time' or 'block_id', not by '" + name + "'");
+}
+
+} // namespace
+
+Tavix::GrabOptions OptionsOf(std::uint64_t count, const py::kwargs& options) {
+    RefuseOthers(options, {});
+    return Known(count, options);
+}
+
+Tavix::GroupOptions GroupOptionsOf(std::uint64_t count, const py::kwargs& options) {
+    RefuseOthers(options, kOfGroups);
+    Tavix::GroupOptions made;
+    made.grab = Known(count, options);
+    if (options.contains("by")) made.by = ByOf(options["by"].cast<std::string>());
+    if (options.contains("tolerance")) made.tolerance = ToNanoseconds(options["tolerance"].cast<double>());
+    if (options.contains("patience")) made.patience = ToMilliseconds(options["patience"], made.patience);
+    return made;
+}
+
+// A camera that is waited for may be silent for as long, besides.
+milliseconds SilenceOf(const Tavix::GrabOptions& options) {
+    if (options.timeout.count() == 0 || options.reconnect.count() < 0) return kForEver;
+    return options.timeout + options.reconnect;
+}
+
+} // namespace tavixpython

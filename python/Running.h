@@ -1,0 +1,102 @@
+#pragma once
+// A running stream, of one camera or of a group.
+
+#include "python/Fork.h"
+#include "python/Lock.h"
+
+#include <tavix/camera/Group.h>
+
+#include <pybind11/pybind11.h>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace tavixpython {
+
+inline bool HasCome(const Tavix::Image& image) {
+    return !image.IsEmpty();
+}
+inline bool HasCome(const Tavix::ImageSet& set) {
+    return !set.images.empty();
+}
+
+/// A stream with the time that it may be silent; negative: for ever.
+template<class Source>
+struct Started {
+    Source stream;
+    std::chrono::milliseconds silence;
+};
+
+Tavix::Timeout NothingCame(std::chrono::milliseconds time);
+
+/// Takes images one after the other, for any number of threads. Every call is made with the interpreter's lock held.
+template<class Source>
+class Running {
+public:
+    using Item = decltype(std::declval<Source&>().Next());
+
+    explicit Running(Started<Source> started)
+        : m_Silence(started.silence), m_Stream(std::make_shared<Source>(std::move(started.stream))) {}
+    ~Running() { Close(); }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    /// Nothing at the end; Timeout after the silence that is allowed.
+    std::optional<Item> Next() {
+        std::optional<Item> item;
+        const bool isDone = WaitInSteps(m_Silence, [&](std::chrono::milliseconds time) {
+            const std::lock_guard turn(m_Turn);
+            const auto stream = Held();
+            if (!stream) return true;
+            auto come = stream->Wait(time);
+            if (!HasCome(come)) return stream->HasEnded();
+            item.emplace(std::move(come));
+            return true;
+        });
+        if (!isDone) throw NothingCame(m_Silence);
+        return item;
+    }
+
+    void Cancel() {
+        if (IsLeftToParent()) return;
+        const WithoutLock unlocked;
+        if (const auto stream = Held()) stream->Cancel();
+    }
+
+    /// Returns when the cameras were stopped. Closing twice is harmless.
+    void Close() {
+        if (IsLeftToParent()) return;
+        const WithoutLock unlocked;
+        std::shared_ptr<Source> stream;
+        {
+            const std::lock_guard lock(m_Guard);
+            stream.swap(m_Stream);
+        }
+        if (!stream) return;
+        stream->Cancel();
+        const std::lock_guard turn(m_Turn); // nobody waits in it any more
+        stream.reset();
+    }
+
+    auto Counts() const {
+        const auto stream = Held();
+        if (!stream) throw Tavix::StateError("the stream is closed");
+        return stream->Counts();
+    }
+
+private:
+    std::shared_ptr<Source> Held() const {
+        const std::lock_guard lock(m_Guard);
+        return m_Stream;
+    }
+
+    const std::chrono::milliseconds m_Silence;
+    mutable std::mutex m_Guard;       // of the pointer, never held for long
+    std::shared_ptr<Source> m_Stream; // null once closed
+    std::mutex m_Turn;                // of who takes the next image
+};
+
+} // namespace tavixpython

@@ -1,0 +1,83 @@
+"""Images for `async for`."""
+
+import asyncio
+
+from ._tavix import Timeout
+
+
+class AsyncStream:
+    """A running stream for `async for` and `async with`.
+
+    It ends at once when the task that waits for an image is cancelled; otherwise with its last reference, with aclose(),
+    or when the camera is closed. Timeout, which the option `timeout` sets, ends nothing.
+    """
+
+    def __init__(self, feed):
+        self._feed = feed
+
+    def __aiter__(self):
+        return self
+
+    async def __anext__(self):
+        try:
+            await asyncio.sleep(0)  # others have their turn, however fast images come
+            return await self._next()
+        except asyncio.CancelledError:
+            self.close()
+            raise
+
+    async def _next(self):
+        while True:
+            image = self._feed.take()
+            if image is not None:
+                return image
+            if self._feed.has_ended:
+                raise StopAsyncIteration
+            await self._wait()
+
+    async def _wait(self):
+        loop = asyncio.get_running_loop()
+        ready = loop.create_future()
+        silence = self._feed.silence
+        limit = None if silence is None else loop.call_later(silence, _give_up, ready, silence)
+        loop.add_reader(self._feed.fileno(), _wake, ready)
+        try:
+            await ready
+        finally:
+            loop.remove_reader(self._feed.fileno())
+            if limit:
+                limit.cancel()
+
+    async def __aenter__(self):
+        return self
+
+    async def __aexit__(self, *error):
+        self.close()
+
+    async def aclose(self):
+        """Stop the camera. Closing twice is harmless; images live on."""
+        self.close()
+
+    def close(self):
+        """As aclose(), for those who cannot wait."""
+        self._feed.close()
+
+    @property
+    def counts(self):
+        """Counts of delivered, lost and damaged images."""
+        return self._feed.counts
+
+
+def _wake(ready):
+    if not ready.done():
+        ready.set_result(None)
+
+
+def _give_up(ready, silence):
+    if not ready.done():
+        ready.set_exception(Timeout(f"no image came for {silence:g} s; check trigger, exposure time and cable"))
+
+
+def stream(self, count=0, **options):
+    """Start as grab() does, for `async for`: an AsyncStream. Takes the options of grab()."""
+    return AsyncStream(self._feed(count, **options))

@@ -1,0 +1,116 @@
+import asyncio
+import gc
+import os
+
+import pytest
+
+import tavix
+
+
+def threads():
+    return len(os.listdir("/proc/self/task"))
+
+
+def test_a_loop_takes_so_many_images_in_order(camera):
+    async def numbers():
+        return [image.number async for image in camera.stream(5)]
+
+    assert asyncio.run(numbers()) == [0, 1, 2, 3, 4]
+
+
+def test_others_have_their_turn(camera):
+    async def count():
+        turns = 0
+        stream = camera.stream(20)
+
+        async def other():
+            nonlocal turns
+            while True:
+                turns += 1
+                await asyncio.sleep(0)
+
+        task = asyncio.create_task(other())
+        async for _ in stream:
+            pass
+        task.cancel()
+        return turns
+
+    assert asyncio.run(count()) >= 20
+
+
+def test_cancelling_ends_the_stream_and_leaves_no_thread(triggered):
+    async def cancel():
+        before = threads()
+        for _ in range(5):
+            waiting = asyncio.Event()
+
+            async def wait():
+                stream = triggered.stream(timeout=None)
+                waiting.set()
+                async for _ in stream:
+                    pass
+
+            task = asyncio.create_task(wait())
+            await waiting.wait()
+            task.cancel()
+            with pytest.raises(asyncio.CancelledError):
+                await task
+            triggered.Width = 32  # locked while streaming
+            triggered.Width = 64
+        return before, threads()
+
+    before, after = asyncio.run(cancel())
+    assert after == before
+
+
+def test_silence_is_a_timeout_and_ends_nothing(triggered):
+    async def wait():
+        async with triggered.stream(timeout=0.1) as stream:
+            with pytest.raises(tavix.Timeout):
+                await anext(stream)
+            triggered.trigger()
+            return (await anext(stream)).number, stream.counts.delivered
+
+    assert asyncio.run(wait()) == (0, 1)
+
+
+def test_a_stream_ends_with_its_block_and_with_its_last_reference(camera):
+    async def grab():
+        async with camera.stream() as stream:
+            await anext(stream)
+        camera.Width = 32
+        async for _ in camera.stream():
+            break
+        gc.collect()
+        camera.Width = 64
+        with pytest.raises(StopAsyncIteration):
+            await anext(stream)
+        with pytest.raises(tavix.StateError):
+            stream.counts
+
+    asyncio.run(grab())
+
+
+def test_closing_the_camera_ends_the_loop(triggered):
+    async def grab():
+        stream = triggered.stream(timeout=None)
+        asyncio.get_running_loop().call_soon(triggered.close)
+        return [image async for image in stream]
+
+    assert asyncio.run(grab()) == []
+
+
+def test_two_cameras_at_once(camera):
+    async def count(opened):
+        return len([image async for image in opened.stream(5)])
+
+    async def both():
+        with tavix.open("8") as other:
+            return await asyncio.gather(count(camera), count(other))
+
+    assert asyncio.run(both()) == [5, 5]
+
+
+def test_options_are_those_of_grab(camera):
+    with pytest.raises(TypeError, match="bufers"):
+        camera.stream(bufers=2)

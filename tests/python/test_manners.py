@@ -1,0 +1,189 @@
+"""Notebooks, processes, threads, arrays for others: what is expected of a package that is at home in Python."""
+import base64
+import os
+import re
+import signal
+import subprocess
+import sys
+import threading
+
+import numpy
+import pytest
+
+import tavix
+
+
+def run(code):
+    return subprocess.run([sys.executable, "-c", code], timeout=100, capture_output=True, text=True)
+
+
+def test_an_image_shows_itself(camera):
+    camera.PixelFormat = "Mono8"
+    html = camera.grab_one()._repr_html_()
+    png = base64.b64decode(re.search(r"data:image/png;base64,([^']*)'", html).group(1))
+    assert png[:8] == b"\x89PNG\r\n\x1a\n" and png[16:24] == bytes([0, 0, 0, 64, 0, 0, 0, 80])
+    assert "Mono8, 64 x 80" in html
+
+
+def test_a_picture_that_is_large_is_shown_smaller(camera):
+    png = camera.grab_one()._png(30)
+    assert png[16:24] == bytes([0, 0, 0, 22, 0, 0, 0, 27])  # every third column and line
+
+
+def test_a_camera_and_a_feature_show_themselves(camera):
+    camera.DeviceUserID = "<left>"
+    assert "PixelFormat" in camera._repr_html_() and camera.info.serial in camera._repr_html_()
+    html = camera.feature("ExposureTime")._repr_html_()
+    assert "us" in html and str(camera.feature("ExposureTime").max) in html
+    assert "&lt;left&gt;" in camera.feature("DeviceUserID")._repr_html_()
+    for feature in camera.features():
+        assert feature._repr_html_().startswith("<table>")
+    camera.close()
+    assert "closed" in camera._repr_html_()
+
+
+def test_an_image_is_a_buffer(camera):
+    camera.PixelFormat = "Mono8"
+    image = camera.grab_one()
+    view = memoryview(image)
+    assert view.shape == (80, 64) and view.format == "B" and view.nbytes == 80 * 64
+    assert bytes(view) == image.array.tobytes()
+    wide = memoryview(image.convert("Mono16"))
+    assert wide.format == "H" and wide.itemsize == 2
+    kept = numpy.frombuffer(memoryview(image).cast("B"), dtype=numpy.uint8)
+    copy = kept.copy()
+    del image, view
+    camera.grab_one()
+    assert (kept == copy).all()
+
+
+def test_an_array_is_made_as_asked(camera):
+    camera.PixelFormat = "Mono8"
+    image = camera.grab_one()
+    assert numpy.shares_memory(image.__array__(), image.array)
+    assert numpy.shares_memory(image.__array__(numpy.uint8), image.array)
+    assert image.__array__("float32").dtype == numpy.float32
+    assert not numpy.shares_memory(image.__array__(copy=True), image.array)
+    with pytest.raises(ValueError):
+        image.__array__("float32", copy=False)
+
+
+def test_other_libraries_take_the_pixels_without_a_copy(camera):
+    camera.PixelFormat = "Mono8"
+    image = camera.grab_one()
+    assert image.__dlpack_device__() == (1, 0)
+    assert numpy.shares_memory(numpy.from_dlpack(image), image.array)
+    assert image.__dlpack__(max_version=(1, 0), dl_device=None, copy=None) is not None
+
+
+def test_a_signal_ends_a_wait_for_a_trigger(triggered):
+    triggered.feature("AcquisitionFrameRateEnable").value = True
+    triggered.AcquisitionFrameRate = triggered.feature("AcquisitionFrameRate").min
+    with triggered.grab(timeout=None):
+        triggered.trigger()
+        timer = threading.Timer(0, os.kill, (os.getpid(), signal.SIGINT))
+        with pytest.raises(KeyboardInterrupt):
+            timer.start()
+            while True:
+                triggered.trigger(timeout=60)
+
+
+def test_threads_share_a_stream_and_each_image_comes_once(camera):
+    taken, guard = [], threading.Lock()
+    with camera.grab(60) as stream:
+        def take():
+            for image in stream:
+                with guard:
+                    taken.append(image.number)
+
+        threads = [threading.Thread(target=take) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+    assert sorted(taken) == list(range(60))
+
+
+def test_threads_read_write_and_close_at_once(camera):
+    problems = []
+
+    def use():
+        try:
+            while True:
+                camera["ExposureTime"] = 1000
+                assert camera["Width"] == 64
+        except tavix.StateError:
+            pass  # closed, as it should be
+        except BaseException as error:
+            problems.append(error)
+
+    threads = [threading.Thread(target=use) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for _ in camera.grab(5):
+        pass
+    camera.close()
+    for thread in threads:
+        thread.join()
+    assert problems == []
+
+
+def test_a_forked_child_harms_nobody():
+    done = run("""
+import os, tavix
+tavix.virtual(1)
+camera = tavix.open()
+stream = camera.grab()
+image = next(stream)
+child = os.fork()
+if child == 0:
+    for use in (tavix.open, tavix.cameras, lambda: camera['Width'], lambda: next(stream), lambda: image.convert("RGB8")):
+        try:
+            use()
+        except tavix.StateError:
+            continue
+        os._exit(1)
+    assert not camera.is_open and image.array.size and image.number == 0
+    stream.close()
+    camera.close()
+    del image, stream, camera
+    raise SystemExit(7)
+assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 7
+assert [next(stream).number for _ in range(3)] == [1, 2, 3]
+camera.close()
+print("good")
+""")
+    assert done.stdout == "good\n" and done.returncode == 0, done.stderr
+
+
+def test_a_child_that_was_forked_before_has_cameras_of_its_own():
+    done = run("""
+import os, tavix
+child = os.fork()
+if child == 0:
+    tavix.virtual(1)
+    with tavix.open() as camera:
+        assert len(list(camera.grab(3))) == 3
+    raise SystemExit(7)
+assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 7
+""")
+    assert done.returncode == 0, done.stderr
+
+
+@pytest.mark.parametrize("ending", [
+    "group = tavix.group(); stream = group.grab(); next(stream)",
+    "watch = tavix.watch(lambda info, arrived: None)",
+    "camera = tavix.open(); kept = [image.array[:2] for image in camera.grab(5)]",
+    "camera = tavix.open(); thread = threading.Thread(target=lambda: list(camera.grab(timeout=None)), daemon=True)\n"
+    "thread.start(); raise RuntimeError('of the program')",
+    "camera = tavix.open()\nasync def leave():\n    stream = camera.stream()\n    await anext(stream)\n"
+    "    raise SystemExit(0)\nasyncio.run(leave())",
+    "camera = tavix.open(); builtins.kept = camera.grab(); builtins.image = next(builtins.kept)",
+    "camera = tavix.open(); stream = camera.stream(); builtins.kept = (stream, camera)",
+])
+def test_nothing_hangs_at_the_end_of_the_interpreter(ending):
+    done = run(f"import asyncio, builtins, tavix, threading\ntavix.virtual(2)\n{ending}\n")
+    if "of the program" in ending:
+        assert done.returncode == 1 and "of the program" in done.stderr
+    else:
+        assert done.returncode == 0, done.stderr
