@@ -126,6 +126,9 @@ VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t*) {
     return VX_OK;
 }
 void CVxStream::SetCompletionListener(std::function<void()>) {}
+std::shared_ptr<void> CVxStream::ShareMemory(unsigned long) {
+    return nullptr;
+}
 VxStatus CVxStream::PrepareGrab(unsigned long, unsigned long) {
     m_Impl->prepared = true;
     return VX_OK;

@@ -261,6 +261,12 @@ void CTavixUsbStream::DeliverResults() {
     m_Delivering = std::thread::id();
 }
 
+std::shared_ptr<void> CTavixUsbStream::AllocateBuffer(std::size_t size) {
+    Guard guard(m_Lock);
+    RequireState(m_State != Closed, "AllocateBuffer", Here());
+    return m_pVxStream->ShareMemory(size);
+}
+
 void CTavixUsbStream::PrepareGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Preparing grab for device '%hs'.", m_DeviceName.c_str());
     Guard guard(m_Lock);

@@ -7,6 +7,7 @@
 
 #include "tavix/StreamCallback.h"
 #include "tavix/StreamGrabber.h"
+#include "tavix/StreamMemory.h"
 #include "vexlo/VxStream.h"
 
 #include <GenApi/Pointer.h>
@@ -39,7 +40,7 @@ using CStreamGrabberPort = CGenericUsbPort<vexlo::CVxStream>;
 ///
 /// With a sink the results go to it on the stream's thread, which holds no lock of the grabber: whoever finishes the
 /// grab waits for that thread with the lock held.
-class CTavixUsbStream : public IStreamGrabber, public IStreamCallback {
+class CTavixUsbStream : public IStreamGrabber, public IStreamCallback, public IStreamMemory {
 public:
     /// Both are borrowed and outlive the grabber. A camera without a stream is noticed by Open.
     CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* pDevice);
@@ -60,6 +61,7 @@ public:
     WaitObject& GetWaitObject() const override;
     GenApi::INodeMap* GetNodeMap() override;
     void SetResultSink(IStreamResultSink* pSink) override;
+    std::shared_ptr<void> AllocateBuffer(std::size_t size) override;
 
     /// For the device, which closes the grabber and so has to take this lock before its own.
     boost::recursive_mutex& GetLock() const { return m_Lock; }

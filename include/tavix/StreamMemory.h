@@ -12,8 +12,9 @@ class IStreamMemory {
 public:
     /// At least `size` contiguous bytes that the host's controller can write to without the kernel copying them; null
     /// when there is none, be it that the system does not offer it or that its limit is reached. The grabber must be
-    /// open. The memory lives as long as a share of it, also after grabber and device; it is registered and queued like
-    /// any other.
+    /// open; best the grab is prepared, for whose transfers the memory is laid out then. It lives as long as a share of
+    /// it, also after grabber and device; it is registered and queued like any other, and deregistered before the last
+    /// share goes. LogicalErrorException while the grabber is closed.
     virtual std::shared_ptr<void> AllocateBuffer(std::size_t size) = 0;
 
 protected:

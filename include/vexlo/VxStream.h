@@ -95,6 +95,10 @@ public:
     [[nodiscard]] VxStatus AllocateMemory(unsigned long size, void** ppMemory);
     /// VX_E_BUFFER_QUEUED while a registered buffer lies in it, VX_E_NOT_FOUND when it is not of AllocateMemory.
     [[nodiscard]] VxStatus FreeMemory(void* memory);
+    /// Memory that the kernel maps, which lives as long as a share of it, also after Close; null when the kernel gives
+    /// none, or when mapped memory takes half of what the bus allows. From Open on, best after PrepareGrab, whose
+    /// transfers it is laid out for. The application deregisters buffers in it before it lets go of it.
+    std::shared_ptr<void> ShareMemory(unsigned long size);
     [[nodiscard]] VxStatus RegisterBuffer(void* buffer, unsigned long size, BufferHandle_s** ppHandle);
     /// VX_E_BUFFER_QUEUED while the buffer is queued. `ppBuffer` receives the pointer given at registration.
     [[nodiscard]] VxStatus DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer);

@@ -134,8 +134,10 @@ public:
     /// Reads a string descriptor as ASCII (other characters become '?'); empty when index is 0 or unreadable.
     virtual std::string ReadString(std::uint8_t index) = 0;
 
-    /// Memory that the kernel maps for transfers without a copy; null where there is none (use ordinary memory then).
-    virtual std::uint8_t* AllocateMemory(std::size_t) { return nullptr; }
+    /// Contiguous memory that the kernel maps for transfers without a copy; null where there is none (use ordinary
+    /// memory then). It may be laid together from pieces of `piece` bytes, a multiple of 64 KiB, across whose borders
+    /// no transfer may reach.
+    virtual std::uint8_t* AllocateMemory(std::size_t /*size*/, std::size_t /*piece*/) { return nullptr; }
     virtual void FreeMemory(std::uint8_t*, std::size_t) {}
 };
 

@@ -3,12 +3,15 @@
 
 #include "usb/LibusbDescriptors.h"
 #include "usb/LibusbResult.h"
+#include "usb/MappedPieces.h"
 #include "usb/NoThrow.h"
 #include "usb/SynchronousTransfer.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
+
+#include <poll.h>
 
 namespace usb {
 namespace {
@@ -258,12 +261,25 @@ std::string LibusbHandle::ReadString(std::uint8_t index) {
     return result == Result::Ok ? text : std::string();
 }
 
-std::uint8_t* LibusbHandle::AllocateMemory(std::size_t size) {
-    return size == 0 ? nullptr : libusb_dev_mem_alloc(m_Device.get(), size);
+/// libusb tells its files for whoever polls them himself. This context has one device, whose file alone is polled for
+/// writing.
+int LibusbHandle::File() const {
+    const libusb_pollfd** const files = libusb_get_pollfds(m_Context.get());
+    int file = -1;
+    for (const libusb_pollfd** each = files; each != nullptr && *each != nullptr; ++each)
+        if (((*each)->events & POLLOUT) != 0) file = (*each)->fd;
+    libusb_free_pollfds(files);
+    return file;
+}
+
+/// libusb's own allocation gives one mapping, and the kernel none of more than some MiB.
+std::uint8_t* LibusbHandle::AllocateMemory(std::size_t size, std::size_t piece) {
+    const int file = File();
+    return file < 0 ? nullptr : MapPieces(file, size, piece);
 }
 
 void LibusbHandle::FreeMemory(std::uint8_t* memory, std::size_t size) {
-    if (memory != nullptr) libusb_dev_mem_free(m_Device.get(), memory, size);
+    if (memory != nullptr) UnmapPieces(memory, size);
 }
 
 } // namespace usb

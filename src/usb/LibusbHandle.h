@@ -43,7 +43,7 @@ public:
     bool IsAttached() override;
     [[nodiscard]] Result Reset() override;
     std::string ReadString(std::uint8_t index) override;
-    std::uint8_t* AllocateMemory(std::size_t size) override;
+    std::uint8_t* AllocateMemory(std::size_t size, std::size_t piece) override;
     void FreeMemory(std::uint8_t* memory, std::size_t size) override;
 
 private:
@@ -57,6 +57,8 @@ private:
         void Remove(Slot& slot);
     };
 
+    /// The open file of usbfs; -1 when there is none.
+    int File() const;
     static void Ended(libusb_transfer* transfer);
     static Slot* SlotOf(Transfer& transfer);
     void MoveToEnded(Slot& slot);

@@ -56,6 +56,10 @@ VxStatus CVxStream::AllocateMemory(unsigned long size, void** ppMemory) {
     return m_Impl->AllocateMemory(size, ppMemory);
 }
 
+std::shared_ptr<void> CVxStream::ShareMemory(unsigned long size) {
+    return m_Impl->ShareMemory(size);
+}
+
 VxStatus CVxStream::FreeMemory(void* memory) {
     return m_Impl->FreeMemory(memory);
 }

@@ -152,10 +152,11 @@ public:
         m_Camera.m_Selected.push_back(value);
         return usb::Result::Ok;
     }
-    std::uint8_t* AllocateMemory(std::size_t size) override {
+    std::uint8_t* AllocateMemory(std::size_t size, std::size_t piece) override {
         const Lock lock(m_Camera.m_Mutex);
         if (size > m_Camera.m_Mappable) return nullptr;
         m_Camera.m_Mappable -= size;
+        m_Camera.m_Piece = piece;
         Bytes memory(size);
         std::uint8_t* where = memory.data();
         m_Camera.m_Mapped.emplace(where, std::move(memory));

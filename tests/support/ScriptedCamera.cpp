@@ -100,6 +100,10 @@ std::size_t Camera::MappedBytes() const {
         bytes += memory.size();
     return bytes;
 }
+std::size_t Camera::MappedPiece() const {
+    const Lock lock(m_Mutex);
+    return m_Piece;
+}
 void Camera::Describe(std::function<void(usb::DeviceEntry&)> change) {
     const Lock lock(m_Mutex);
     m_Describe = std::move(change);

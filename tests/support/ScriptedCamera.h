@@ -63,6 +63,8 @@ public:
     unsigned int Resets() const;
     std::vector<int> SelectedConfigurations() const;
     std::size_t MappedBytes() const;
+    /// What the memory that was mapped last is laid together from.
+    std::size_t MappedPiece() const;
 
     // Faults.
     void RefuseOpen(usb::Result result);
@@ -134,7 +136,7 @@ private:
     std::function<void()> m_OnAttachedQuestion;
     unsigned int m_Resets = 0;
     std::vector<int> m_Selected;
-    std::size_t m_Mappable = 0;
+    std::size_t m_Mappable = 0, m_Piece = 0;
     std::map<std::uint8_t*, Bytes> m_Mapped;
     std::map<int, unsigned int> m_HaltsCleared;
     unsigned int m_HaltsSet = 0;

@@ -232,8 +232,8 @@ TEST_F(LibusbTest, ARemovalEndsASynchronousCall) {
 
 TEST_F(LibusbTest, GivesNoMappedMemoryWhereThereIsNone) {
     const auto handle = Open();
-    EXPECT_EQ(handle->AllocateMemory(1 << 20), nullptr);
-    EXPECT_EQ(handle->AllocateMemory(0), nullptr);
+    EXPECT_EQ(handle->AllocateMemory(1 << 20, 1 << 20), nullptr);
+    EXPECT_EQ(handle->AllocateMemory(0, 1 << 20), nullptr);
     handle->FreeMemory(nullptr, 0);
 }
 

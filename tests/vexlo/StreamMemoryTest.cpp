@@ -1,6 +1,8 @@
 // Buffers in memory of the library.
 
+#include "vexlo/stream/StreamMemory.h"
 #include "vexlo/StreamFixture.h"
+#include "vexlo/stream/TransferBudget.h"
 
 namespace {
 
@@ -70,6 +72,114 @@ TEST_F(StreamMemory, IsFreedWithTheStream) {
     Allocate();
     EXPECT_EQ(device->Close(), VX_OK);
     EXPECT_EQ(camera.MappedBytes(), 0u);
+}
+
+TEST_F(StreamMemory, OutlivesTheStreamWhenShared) {
+    camera.AllowMapping(kPayload);
+    Prepare();
+    std::shared_ptr<void> shared = stream->ShareMemory(kPayload);
+    ASSERT_NE(shared, nullptr);
+    QueueIn(shared.get());
+    Send(Block(0));
+    ExpectGood(0);
+    EXPECT_EQ(device->Close(), VX_OK);
+    EXPECT_EQ(camera.MappedBytes(), kPayload);
+    const auto* bytes = static_cast<const std::uint8_t*>(shared.get());
+    EXPECT_EQ(Bytes(bytes, bytes + kPayload), Pattern(kPayload, 0));
+    shared.reset();
+    EXPECT_EQ(camera.MappedBytes(), 0u);
+}
+
+TEST_F(StreamMemory, IsNotSharedWhereTheKernelMapsNone) {
+    EXPECT_EQ(stream->ShareMemory(kPayload), nullptr) << "closed";
+    Prepare();
+    EXPECT_EQ(stream->ShareMemory(kPayload), nullptr);
+    EXPECT_EQ(stream->ShareMemory(0), nullptr);
+}
+
+TEST_F(StreamMemory, IsNotFreedByPointerWhenShared) {
+    camera.AllowMapping(kPayload);
+    Prepare();
+    const std::shared_ptr<void> shared = stream->ShareMemory(kPayload);
+    EXPECT_EQ(stream->FreeMemory(shared.get()), VX_E_NOT_FOUND);
+    EXPECT_EQ(camera.MappedBytes(), kPayload);
+}
+
+TEST_F(StreamMemory, IsLaidTogetherOfWholeTransfers) {
+    constexpr std::uint32_t kLarge = 9 << 20;
+    SetTransferSize(192 << 10);
+    camera.Set64(kSirm + 8, kLarge);
+    camera.AllowMapping(kLarge);
+    Prepare(2, kLarge);
+    EXPECT_NE(stream->ShareMemory(kLarge), nullptr);
+    EXPECT_EQ(camera.MappedPiece(), 192u << 10);
+}
+
+/// Otherwise a transfer would reach across two mappings, which the kernel refuses.
+TEST_F(StreamMemory, IsSuitedByTransfersThatArePlannedLater) {
+    constexpr std::uint32_t kLarge = 9 << 20;
+    camera.Set64(kSirm + 8, kLarge);
+    camera.AllowMapping(kLarge);
+    SetTransferSize(192 << 10);
+    ASSERT_EQ(Open(), VX_OK);
+    ASSERT_EQ(stream->Open(), VX_OK);
+    Allocate(kLarge);
+    ASSERT_EQ(camera.MappedPiece(), 192u << 10);
+    SetTransferSize(256 << 10);
+    Prepare(2, kLarge);
+    EXPECT_EQ(camera.Get32(kSirm + 0x1C), 64u << 10);
+}
+
+TEST(PieceOfMappedMemory, IsAMultipleOfTheTransferAndOfSmallOnes) {
+    EXPECT_EQ(vexlo::PieceFor(9 << 20, 1 << 20), 1u << 20);
+    EXPECT_EQ(vexlo::PieceFor(9 << 20, 48 << 10), 192u << 10);
+    EXPECT_EQ(vexlo::PieceFor(9 << 20, 4 << 20), 4u << 20);
+}
+
+TEST(PieceOfMappedMemory, IsTheWholeWhereTransfersFitNone) {
+    EXPECT_EQ(vexlo::PieceFor(100000, 99328), 128u << 10);
+    EXPECT_EQ(vexlo::PieceFor(4 << 20, 0), 4u << 20);
+    EXPECT_EQ(vexlo::PieceFor(9 << 20, (1 << 20) + 1024), 0u) << "no such mapping is to be had";
+    EXPECT_EQ(vexlo::PieceFor(SIZE_MAX, 0), 0u);
+}
+
+/// Gives as much as it is asked for.
+struct GenerousHandle : usb::Handle {
+    usb::Result Claim(std::uint8_t) override { return usb::Result::Ok; }
+    usb::Result Release(std::uint8_t) override { return usb::Result::Ok; }
+    usb::Result Control(const usb::ControlSetup&, std::uint8_t*, std::size_t&, unsigned int) override {
+        return usb::Result::NotSupported;
+    }
+    usb::Result Bulk(std::uint8_t, std::uint8_t*, std::size_t, std::size_t&, unsigned int) override {
+        return usb::Result::NotSupported;
+    }
+    usb::Result Submit(usb::Transfer&) override { return usb::Result::NotSupported; }
+    usb::Result Cancel(usb::Transfer&) override { return usb::Result::NotFound; }
+    void Forget(usb::Transfer&) override {}
+    usb::Result HandleEvents(unsigned int) override { return usb::Result::Ok; }
+    void WakeEvents() override {}
+    usb::Result ClearHalt(std::uint8_t) override { return usb::Result::Ok; }
+    usb::Result Reset() override { return usb::Result::Ok; }
+    std::string ReadString(std::uint8_t) override { return {}; }
+    std::uint8_t* AllocateMemory(std::size_t size, std::size_t) override { return new std::uint8_t[size]; }
+    void FreeMemory(std::uint8_t* memory, std::size_t) override { delete[] memory; }
+};
+
+TEST(MappedMemory, TakesHalfOfTheBussLimitAndIsCounted) {
+    constexpr std::size_t kMegabyte = 1 << 20;
+    const auto handle = std::make_shared<GenerousHandle>();
+    vexlo::StreamMemory memory;
+    const vexlo::StreamMemory::Request request{3 * kMegabyte, kMegabyte, 16 * kMegabyte};
+    std::shared_ptr<void> first = memory.Share(handle, request), second = memory.Share(handle, request);
+    EXPECT_NE(second, nullptr);
+    EXPECT_EQ(memory.Share(handle, request), nullptr);
+    EXPECT_EQ(vexlo::MappedCount::Bytes(), 6 * kMegabyte);
+    first.reset();
+    EXPECT_NE(memory.Share(handle, request), nullptr);
+    EXPECT_EQ(vexlo::MappedCount::Bytes(), 3 * kMegabyte);
+    EXPECT_TRUE(memory.IsMapped(static_cast<const std::uint8_t*>(second.get()), 3 * kMegabyte));
+    memory.Clear();
+    EXPECT_FALSE(memory.IsMapped(static_cast<const std::uint8_t*>(second.get()), 3 * kMegabyte)) << "another handle's";
 }
 
 TEST_F(StreamMemory, NeedsAnOpenStreamAndASize) {

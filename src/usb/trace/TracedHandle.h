@@ -51,7 +51,9 @@ public:
     [[nodiscard]] Result Reset() override { return m_Handle->Reset(); }
     bool IsAttached() override { return m_Handle->IsAttached(); }
     std::string ReadString(std::uint8_t index) override;
-    std::uint8_t* AllocateMemory(std::size_t size) override { return m_Handle->AllocateMemory(size); }
+    std::uint8_t* AllocateMemory(std::size_t size, std::size_t piece) override {
+        return m_Handle->AllocateMemory(size, piece);
+    }
     void FreeMemory(std::uint8_t* memory, std::size_t size) override { m_Handle->FreeMemory(memory, size); }
 
 private:

@@ -11,6 +11,12 @@ namespace vexlo {
 
 using Guard = std::lock_guard<std::mutex>;
 
+namespace {
+
+constexpr std::uint32_t kAlwaysSuitable = 64u << 10; // transfers for which mapped memory is always laid together
+
+} // namespace
+
 std::shared_ptr<StreamEngine> CVxStream::Impl::Engine() {
     Guard guard(m_EngineMutex);
     return m_Engine;
@@ -75,15 +81,27 @@ VxStatus CVxStream::Impl::Prepare(unsigned long maxBuffers, unsigned long maxBuf
     return VX_OK;
 }
 
-VxStatus CVxStream::Impl::MakePlan() {
+StreamRegisters::PlanWishes CVxStream::Impl::Wishes() {
     StreamRegisters::PlanWishes wishes;
-    wishes.memory = {host.TransferMemoryLimit(), StreamCount::Open()};
+    wishes.memory = {host.TransferMemoryLimit(), StreamCount::Open(), MappedCount::Bytes()};
     {
         Guard settings(m_SettingsMutex);
         wishes.maxTransferSize = m_Settings.maxTransferSize;
     }
     wishes.maxTransferSize = std::min(wishes.maxTransferSize, host.TransferLimit());
-    return StreamRegisters(host, *m_Handle, m_Channel).MakePlan(wishes, m_Plan);
+    return wishes;
+}
+
+VxStatus CVxStream::Impl::MakePlan() {
+    StreamRegisters::PlanWishes wishes = Wishes();
+    StreamRegisters registers(host, *m_Handle, m_Channel);
+    if (const VxStatus status = registers.MakePlan(wishes, m_Plan)) return status;
+    {
+        Guard memory(m_MemoryMutex);
+        if (m_Memory.Suits(m_Plan.LongestPayload())) return VX_OK;
+    }
+    wishes.maxTransferSize = kAlwaysSuitable; // memory was mapped for other transfers, before they were planned
+    return registers.MakePlan(wishes, m_Plan);
 }
 
 /// A camera may refuse because of what a predecessor left behind; remedies come in the order of their harm.
@@ -196,8 +214,26 @@ VxStatus CVxStream::Impl::AllocateMemory(unsigned long size, void** memory) {
     if (state == State::Closed) return VX_E_NOT_OPEN;
     if (!m_Handle) return VX_E_USB_NO_DEVICE;
     Guard memoryGuard(m_MemoryMutex);
-    *memory = m_Memory.Allocate(*m_Handle, size);
+    *memory = m_Memory.Allocate(m_Handle, MemoryRequest(size));
     return *memory ? VX_OK : VX_E_NO_MEMORY;
+}
+
+std::shared_ptr<void> CVxStream::Impl::ShareMemory(unsigned long size) {
+    Guard guard(m_StateMutex);
+    if (size == 0 || state == State::Closed || !m_Handle) return nullptr;
+    Guard memoryGuard(m_MemoryMutex);
+    return m_Memory.Share(m_Handle, MemoryRequest(size));
+}
+
+/// For the transfers that are planned; before that, for those that blocks of the buffer's size would take.
+StreamMemory::Request CVxStream::Impl::MemoryRequest(std::size_t size) {
+    const StreamRegisters::PlanWishes wishes = Wishes();
+    StreamMemory::Request request;
+    request.size = size;
+    request.limit = wishes.memory.limit;
+    request.transfer = state == State::Open ? SuitableTransferSize(wishes.maxTransferSize, size, wishes.memory)
+                                            : m_Plan.LongestPayload();
+    return request;
 }
 
 VxStatus CVxStream::Impl::FreeMemory(void* memory) {

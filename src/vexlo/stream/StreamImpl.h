@@ -5,6 +5,7 @@
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/SessionHost.h"
 #include "vexlo/stream/StreamMemory.h"
+#include "vexlo/stream/StreamRegisters.h"
 #include "vexlo/stream/StreamSettings.h"
 #include "vexlo/stream/StreamStatistics.h"
 #include "vexlo/stream/engine/StreamEngine.h"
@@ -36,6 +37,7 @@ public:
     VxStatus Finish();
     VxStatus Cancel();
     VxStatus AllocateMemory(unsigned long size, void** memory);
+    std::shared_ptr<void> ShareMemory(unsigned long size);
     VxStatus FreeMemory(void* memory);
     VxStatus Register(void* buffer, unsigned long size, BufferHandle_s** handle);
     VxStatus GetProperty(EPropertyValue id, void* buffer, unsigned long size);
@@ -49,7 +51,9 @@ public:
 private:
     VxStatus OpenHandle();
     void CloseHandle();
+    StreamRegisters::PlanWishes Wishes();
     VxStatus MakePlan();
+    StreamMemory::Request MemoryRequest(std::size_t size);
     VxStatus SwitchOn();
     VxStatus TryEngine(StreamRegisters& registers);
     VxStatus StartOver();
@@ -61,13 +65,13 @@ private:
     std::mutex m_StateMutex;
     /// Guarded by m_StateMutex; with the interface claimed. Null while closed, and after the camera was lost in a
     /// reset.
-    std::unique_ptr<usb::Handle> m_Handle;
+    std::shared_ptr<usb::Handle> m_Handle;
     std::optional<StreamCount> m_Counted; // guarded by m_StateMutex; while open on a bus with limited memory
     StreamChannel m_Channel;              // guarded by m_StateMutex
     u3v::TransferPlan m_Plan;             // guarded by m_StateMutex
     std::size_t m_MaxBuffers = 0;         // guarded by m_StateMutex
     std::mutex m_MemoryMutex;
-    StreamMemory m_Memory; // guarded by m_MemoryMutex; dies before the handle
+    StreamMemory m_Memory; // guarded by m_MemoryMutex
     std::mutex m_EngineMutex;
     std::shared_ptr<StreamEngine> m_Engine; // guarded by m_EngineMutex
     std::mutex m_SettingsMutex;

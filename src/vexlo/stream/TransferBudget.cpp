@@ -23,9 +23,10 @@ std::uint64_t RoundUp(std::uint64_t value, std::uint64_t unit) {
 } // namespace
 
 std::atomic<unsigned int> StreamCount::s_Open{0};
+std::atomic<std::size_t> MappedCount::s_Bytes{0};
 
 std::size_t TransferMemory::Share() const {
-    return limit == 0 ? SIZE_MAX : limit / 4 * 3 / std::max(1u, streams);
+    return limit == 0 ? SIZE_MAX : (limit - std::min(limit, mapped)) / 4 * 3 / std::max(1u, streams);
 }
 
 std::uint32_t SuitableTransferSize(std::uint32_t setting, std::uint64_t payload, const TransferMemory& memory) {
@@ -44,7 +45,7 @@ TransferBudget::TransferBudget(const Wishes& wishes)
 
 bool TransferBudget::HasRoom(std::size_t count, std::size_t bytes, std::size_t length) const {
     if (count == 0) return true;
-    const std::size_t share = TransferMemory{m_Wishes.limit, StreamCount::Open()}.Share();
+    const std::size_t share = TransferMemory{m_Wishes.limit, StreamCount::Open(), MappedCount::Bytes()}.Share();
     return count < m_Most && bytes + length <= std::min(m_Wishes.bytes, share);
 }
 

@@ -14,6 +14,7 @@ namespace vexlo {
 struct TransferMemory {
     std::size_t limit = 0;    ///< bytes; 0: unknown or unlimited
     unsigned int streams = 1; ///< open streams of this process that share it
+    std::size_t mapped = 0;   ///< bytes that buffers of this process take for good
 
     /// What one stream may plan with; a quarter is left to others. SIZE_MAX when there is no limit.
     std::size_t Share() const;
@@ -30,6 +31,17 @@ public:
 
 private:
     static std::atomic<unsigned int> s_Open;
+};
+
+/// Counts the memory of buffers that the kernel maps, which is taken from the same limit. Thread-safe.
+class MappedCount {
+public:
+    static void Add(std::size_t bytes) { s_Bytes += bytes; }
+    static void Remove(std::size_t bytes) { s_Bytes -= bytes; }
+    static std::size_t Bytes() { return s_Bytes; }
+
+private:
+    static std::atomic<std::size_t> s_Bytes;
 };
 
 /// The size of a stream's transfers: as the setting allows, smaller where memory is short, so that several can be

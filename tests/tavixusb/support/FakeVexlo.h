@@ -94,6 +94,7 @@ public:
     struct StreamState {
         std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject;
         std::function<void()> listener;
+        std::size_t mappable = 0; ///< largest memory that the kernel maps
         bool open = false;
         bool prepared = false;
         /// Signalled while something is pending.

@@ -49,6 +49,12 @@ VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject) {
     return call.status;
 }
 
+std::shared_ptr<void> CVxStream::ShareMemory(unsigned long size) {
+    const Lock guard(Bus().lock);
+    if (size > Bus().stream.mappable) return nullptr;
+    return {new std::uint8_t[size], [](void* memory) { delete[] static_cast<std::uint8_t*>(memory); }};
+}
+
 void CVxStream::SetCompletionListener(std::function<void()> listener) {
     const Lock guard(Bus().lock);
     Bus().stream.listener = std::move(listener);

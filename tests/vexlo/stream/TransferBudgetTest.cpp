@@ -40,6 +40,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SizeCase{"WithTheKernelsDefaultAndEightCameras", kDefault, 4096 * 3000, {16 * kMib, 8}, 384 * kKib},
                     SizeCase{"WithHardlyAnyMemory", kDefault, 4096 * 3000, {kMib, 8}, 64 * kKib},
                     SizeCase{"WithPlentyOfMemory", kDefault, 4096 * 3000, {1000 * kMib, 8}, 63 * 64 * kKib},
+                    SizeCase{"BesideMappedBuffers", kDefault, 4096 * 3000, {16 * kMib, 1, 12 * kMib}, 768 * kKib},
                     SizeCase{"AsSet", 256 * kKib, 4096 * 3000, {0, 1}, 256 * kKib},
                     SizeCase{"AsSetAndLess", 16 * kKib, 4096 * 3000, {16 * kMib, 8}, 16 * kKib}),
     [](const auto& instance) { return instance.param.name; });
