@@ -3,12 +3,21 @@
 #include <tavix/TlFactory.h>
 #include <tavix/camera/CameraInfo.h>
 
+#include <cstdlib>
+
 namespace Tavix {
 namespace {
 
 std::string Property(const CDeviceInfo& info, const char* name) {
     gcstring value;
     return info.GetPropertyValue(name, value) ? detail::Text(value) : std::string();
+}
+
+/// A device states its version as its link is: one for USB 3 states 2.1 behind a slower port.
+std::string LinkSpeed(const CDeviceInfo& info) {
+    const unsigned long version = std::strtoul(Property(info, "UsbPortVersionBcd").c_str(), nullptr, 16);
+    if (version >= 0x0300) return "Super";
+    return version >= 0x0200 ? "High" : "";
 }
 
 CameraInfo MakeInfo(const CDeviceInfo& device, std::size_t number) {
@@ -21,7 +30,7 @@ CameraInfo MakeInfo(const CDeviceInfo& device, std::size_t number) {
     info.userName = Property(device, "UserDefinedName");
     info.friendlyName = Property(device, "FriendlyName");
     info.path = Property(device, "FullName");
-    info.speed = Property(device, "LinkSpeed");
+    info.speed = LinkSpeed(device);
     info.device = device;
     return info;
 }

@@ -24,7 +24,7 @@ struct CameraInfo {
     std::string userName;     ///< as the user calls it
     std::string friendlyName; ///< for titles: "MODEL (SERIAL)"
     std::string path;         ///< the full name, which tells the port
-    std::string speed;        ///< of the link: "Super", "High", ...; empty when unknown
+    std::string speed;        ///< of the link: "Super" (5 Gbit/s or more) or "High" (480 Mbit/s); empty when unknown
     CDeviceInfo device;       ///< for the SDK's factory
 
     /// Asks the camera's port, which takes a moment. Never throws.
