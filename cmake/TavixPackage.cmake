@@ -1,4 +1,5 @@
-# Two Debian packages: `tavix` runs applications, `tavix-dev` builds them. scripts/test-package.sh makes and tries them:
+# Debian packages: `tavix` runs applications, `tavix-dev` builds them, `gstreamer1.0-tavix` is the door from GStreamer
+# where that could be built. scripts/test-package.sh makes and tries them:
 #
 #   cmake --preset package && cmake --build --preset package && cpack --config build/package/CPackConfig.cmake -B build/package
 set(TAVIX_DEBIAN ${CMAKE_CURRENT_LIST_DIR}/debian)
@@ -41,6 +42,17 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 Headers, CMake package and examples for applications that work with USB3
 Vision cameras.")
 
+if(TARGET gsttavix)
+  list(APPEND CPACK_COMPONENTS_ALL gstreamer)
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-tavix)
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_DEPENDS "tavix (= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_GSTREAMER_DESCRIPTION
+"USB3 Vision cameras on Linux - GStreamer plug-in
+The element tavixsrc, which brings the images of USB3 Vision cameras into
+GStreamer pipelines without a copy, and a device provider for them.")
+endif()
+
 # Debian wants to read in each package who may do what with it, and what changed.
 set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
 execute_process(COMMAND gzip -9nc ${TAVIX_DEBIAN}/changelog OUTPUT_FILE ${changelog} COMMAND_ERROR_IS_FATAL ANY)
@@ -48,6 +60,10 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${TAVIX_DEBIAN}/c
 install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix)
 install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix-dev
   COMPONENT development)
+if(TARGET gsttavix)
+  install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/gstreamer1.0-tavix
+    COMPONENT gstreamer)
+endif()
 install(FILES ${TAVIX_DEBIAN}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME tavix)
 
 # Where GenTL programs learn of the producer: from shells, and from what systemd starts for a user. Only a system-wide

@@ -9,7 +9,7 @@
 
 namespace tavixgst {
 
-/// For the pipeline's thread, but for Delay().
+/// For the pipeline's thread, but for Delay() and Reset().
 class PipelineTime {
 public:
     /// When the image was taken, as running time of the element's pipeline; never before that of the image before.
@@ -23,7 +23,7 @@ public:
     bool HasGrown(const Tavix::Image& image);
 
 private:
-    GstClockTime m_Last = 0;
+    std::atomic<GstClockTime> m_Last{0};
     std::atomic<GstClockTime> m_Delay{0};
 };
 

@@ -34,6 +34,13 @@ count=$(find "$images" -name '*.png' -size +0 | wc -l)
 echo; echo "demo: events that a camera sends while it takes images"
 build/release/bin/example_events || fail "no events came"
 
+if [ -f build/release/lib/gstreamer-1.0/libgsttavix.so ] && command -v gst-launch-1.0 >/dev/null; then
+    echo; echo "demo: two cameras in one GStreamer pipeline"
+    GST_PLUGIN_PATH=build/release/lib/gstreamer-1.0 gst-launch-1.0 --no-position \
+        tavixsrc camera=0 num-buffers=30 ! video/x-raw,width=640,height=480 ! videoconvert ! fakesink \
+        tavixsrc camera=1 num-buffers=30 ! video/x-bayer ! fakesink || fail "the pipeline failed"
+fi
+
 echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, Mono8, no frame rate limit)"
 echo '{"cameras": [{"sensorWidth": 1920, "sensorHeight": 1088, "frameRateEnable": false}]}' >"$settings"
 "$tavix" --virtual "$settings" grab --frames 2000 --set Height=1080 || fail "the fast grab failed"

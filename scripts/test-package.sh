@@ -28,6 +28,7 @@ quietly cmake --build --preset package || fail "building failed"
 rm -f "$build"/*.deb
 quietly cpack --config "$build/CPackConfig.cmake" -B "$build" || fail "cpack failed"
 runtime=$(ls "$build"/tavix_*.deb) development=$(ls "$build"/tavix-dev_*.deb)
+gstreamer=$(ls "$build"/gstreamer1.0-tavix_*.deb)
 
 echo "package: looking into $(basename "$runtime") and $(basename "$development")"
 has() { # package, then paths as patterns
@@ -46,12 +47,13 @@ has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^
     usr/share/doc/tavix/copyright 'usr/share/doc/tavix/changelog\.gz'
 has "$development" 'usr/include/tavix-4\.0/tavix/Tavix\.h' 'usr/lib/[^/]+/cmake/tavix/tavixConfig\.cmake' \
     'usr/lib/[^/]+/libtavixbase\.so' 'usr/share/doc/.*/examples/enumerate_and_grab\.cpp' usr/share/doc/tavix-dev/copyright
+has "$gstreamer" 'usr/lib/[^/]+/gstreamer-1\.0/libgsttavix\.so' usr/share/doc/gstreamer1.0-tavix/copyright
 if dpkg-deb --contents "$runtime" | grep -q '/include/'; then fail "the runtime package holds headers"; fi
 depends=$(dpkg-deb --field "$runtime" Depends)
 for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16 libjpeg62-turbo libtiff6; do
     grep -q "$library" <<<"$depends" || fail "the package does not depend on $library: $depends"
 done
-quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" || fail "lintian has something to say"
+quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" "$gstreamer" || fail "lintian has something to say"
 
 if [ "$(id -u)" -ne 0 ]; then
     echo "package: ######## SKIPPED: no clean system was tried; that needs root ########"
@@ -64,7 +66,7 @@ if ! quietly debootstrap --variant=minbase bookworm "$system" ${mirror:+"$mirror
 fi
 cp /etc/resolv.conf "$system/etc/" 2>/dev/null || true
 mount -t proc proc "$system/proc" 2>/dev/null && mounted=yes
-cp "$runtime" "$development" "$system/tmp/"
+cp "$runtime" "$development" "$gstreamer" "$system/tmp/"
 echo "package: installing"
 quietly inside DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
     "/tmp/$(basename "$runtime")" || fail "apt-get could not install it"
@@ -81,6 +83,11 @@ inside sh -c '. /etc/profile.d/tavix-gentl.sh && tavix gentl' | grep -q '/tavix-
 inside tavix doctor --udev-rule | cmp - "$system/usr/lib/udev/rules.d/70-tavix-usb3vision.rules" ||
     fail "the rule is not the one that the doctor knows"
 
+echo "package: running a GStreamer pipeline from it"
+quietly inside DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends gstreamer1.0-tools \
+    "/tmp/$(basename "$gstreamer")" || fail "apt-get could not install the plug-in"
+quietly inside TAVIX_VIRTUAL_CAMERAS=1 gst-launch-1.0 tavixsrc num-buffers=10 ! fakesink || fail "the pipeline failed"
+
 echo "package: compiling an example against the installed headers"
 quietly inside dpkg --install --force-depends "/tmp/$(basename "$development")" || fail "tavix-dev could not be unpacked"
 cp -r tests/install/stranger "$scratch/stranger"
@@ -92,7 +99,7 @@ inside TAVIX_VIRTUAL_CAMERAS=1 /tmp/stranger_grab | tee "$scratch/grab"
 [ "$(grep -c ', good$' "$scratch/grab")" -eq 10 ] || fail "ten good images were expected"
 
 echo "package: removing"
-quietly inside dpkg --purge tavix-dev tavix || fail "it could not be removed"
+quietly inside dpkg --purge gstreamer1.0-tavix tavix-dev tavix || fail "it could not be removed"
 if [ -n "$(find "$system/usr" -name '*tavix*' -print -quit)" ]; then
     find "$system/usr" -name '*tavix*' >&2
     fail "the files above stayed behind"
