@@ -2,6 +2,8 @@
 
 #include "Viewer.h"
 
+#include <tavix/camera/CameraInfo.h>
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -14,12 +16,8 @@ using Control = bool (*)(const char* request, std::string& answer);
 
 /// The library is loaded already, where the transport layer found it; it is never unloaded.
 Control FindControl() {
-    for (const char* name : {"libtavixvirtualcam.so"}) {
-        void* const library = dlopen(name, RTLD_NOW | RTLD_NOLOAD);
-        void* const symbol = library ? dlsym(library, "VirtualCameraControl") : nullptr;
-        if (symbol) return reinterpret_cast<Control>(symbol);
-    }
-    return nullptr;
+    void* const library = dlopen("libtavixvirtualcam.so", RTLD_NOW | RTLD_NOLOAD);
+    return library ? reinterpret_cast<Control>(dlsym(library, "VirtualCameraControl")) : nullptr;
 }
 
 } // namespace
@@ -29,7 +27,11 @@ void PrepareVirtualCameras() {
 }
 
 Json AskVirtualCameras(const Json& request) {
-    const Control control = FindControl();
+    Control control = FindControl();
+    if (!control) {
+        (void)Tavix::Cameras(); // nobody has looked for cameras yet, and so nobody has loaded it
+        control = FindControl();
+    }
     if (!control) throw std::runtime_error("virtual cameras are not installed");
     std::string answer;
     if (!control(Dump(request).c_str(), answer)) throw std::runtime_error(answer);

@@ -92,8 +92,9 @@ bool Wire::SendMessage(const std::string& text) {
     if (size < 126) {
         frame += static_cast<char>(0x80 | size);
     } else {
-        frame += static_cast<char>(0x80 | 127);
-        for (int shift = 56; shift >= 0; shift -= 8)
+        const bool isShort = size < 65536;
+        frame += static_cast<char>(0x80 | (isShort ? 126 : 127));
+        for (int shift = isShort ? 8 : 56; shift >= 0; shift -= 8)
             frame += static_cast<char>(size >> shift & 0xFF);
     }
     return Send(frame + std::string(4, '\0') + text); // a mask of zeros leaves the bytes as they are

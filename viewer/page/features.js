@@ -1,6 +1,6 @@
 // The features of a camera: a tree by category, with search and level.
 import {attempt, chooseText, dialog, download, h, note, setText} from './dom.js';
-import {FeatureRow} from './widgets.js';
+import {FeatureRow, words} from './widgets.js';
 
 const kLevels = ['beginner', 'expert', 'guru', 'invisible'];
 const kLevelNames = ['Most used', 'Experts', 'Gurus', 'All'];
@@ -68,7 +68,7 @@ export class FeatureTree {
       if (typeof node !== 'string') {
         const list = h('div', {class: 'category'}, ...this.#children(node.of, open));
         return h('details', {'data-category': node.name, open: open.has(node.name), ontoggle: () => this.#watch()},
-          h('summary', {}, node.title), list);
+          h('summary', {}, words(node.title)), list);
       }
       const row = new FeatureRow(node, this.#about[node], {
         change: (value, nearest) => this.change(node, value, nearest),
@@ -94,17 +94,17 @@ export class FeatureTree {
 
   /** Shows what has the words in its name, title or text; categories with nothing left are hidden. */
   #filter() {
-    const words = this.#search.value.toLowerCase().split(/\s+/).filter(Boolean);
+    const wanted = this.#search.value.toLowerCase().split(/\s+/).filter(Boolean);
     for (const [name, rows] of this.#rows) {
       const about = this.#about[name];
-      const text = `${name} ${about.title} ${about.tip}`.toLowerCase();
+      const text = `${name} ${words(about.title)} ${about.tip}`.toLowerCase();
       const isShown = kLevels.indexOf(about.level) <= Number(this.#level.value) &&
-        words.every((word) => text.includes(word));
+        wanted.every((word) => text.includes(word));
       for (const row of rows) row.element.hidden = !isShown;
     }
     for (const category of [...this.#tree.querySelectorAll('details')].reverse()) {
       category.hidden = !category.querySelector('.feature:not([hidden])');
-      if (words.length) category.open = !category.hidden;
+      if (wanted.length) category.open = !category.hidden;
     }
     this.#watch();
   }

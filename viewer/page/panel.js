@@ -27,8 +27,8 @@ export class Panel {
   #histogram = h('canvas', {class: 'curves', role: 'img', 'aria-label': 'Histogram'});
   #profile = h('canvas', {class: 'curves', role: 'img', 'aria-label': 'Profile along the line', hidden: true});
   #measures = h('p', {class: 'measures'});
-  #black = h('input', {type: 'number', min: 0, value: 0, oninput: () => this.#setWindow()});
-  #white = h('input', {type: 'number', min: 0, value: 0, oninput: () => this.#setWindow()});
+  #black = h('input', {type: 'number', min: 0, value: 0, 'aria-label': 'Shown black', oninput: () => this.#setWindow()});
+  #white = h('input', {type: 'number', min: 0, value: 0, 'aria-label': 'Shown white', oninput: () => this.#setWindow()});
   #tabs;
 
   constructor(link, camera, isVirtual) {
@@ -144,7 +144,7 @@ export class Panel {
       choice('Colour', 'Bayer images in colour, or as the sensor has them', true, (on) => { image.settings.colour = on; }),
       choice('Saturation', 'Marks saturated pixels red', false, (on) => { image.settings.marks = on; }),
       choice('Crosshair', 'At the pointer (X)', false, (on) => { image.settings.crosshair = on; }),
-      h('label', {title: 'Values that are shown black and white; 0 and 0: all that the depth has'}, 'Window ',
+      h('span', {title: 'Values that are shown black and white; 0 and 0: all that the depth has'}, 'Window ',
         this.#black, ' to ', this.#white));
   }
 

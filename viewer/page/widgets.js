@@ -21,6 +21,11 @@ export function shortNumber(text) {
   return Number.isInteger(number) ? String(number) : String(Number(number.toPrecision(7)));
 }
 
+/** A name that was made for programs, in words: ExposureTime becomes Exposure Time. */
+export function words(name) {
+  return name.replace(/([a-z0-9])([A-Z])/g, '$1 $2').replace(/([A-Z]+)([A-Z][a-z])/g, '$1 $2');
+}
+
 /** The row of a feature. `change(value, nearest)` sets it, `execute()` runs a command. */
 export class FeatureRow {
   #about;
@@ -42,7 +47,7 @@ export class FeatureRow {
     this.#execute = execute;
     this.#control = this.#makeControl();
     this.#control.id = `f${Math.random().toString(36).slice(2)}`;
-    const label = h('label', {for: this.#control.id, title: `${name}: ${about.tip}`}, about.title);
+    const label = h('label', {for: this.#control.id, title: `${name}: ${about.tip}`}, words(about.title));
     this.element = h('div', {class: `feature ${about.type}`, 'data-feature': name},
       about.type === 'command' ? null : label,
       h('span', {class: 'control'}, this.#slider, this.#control, about.unit ? h('span', {class: 'unit'}, about.unit) : null),
@@ -102,7 +107,7 @@ export class FeatureRow {
     const set = (value) => this.#set(value, false);
     switch (type) {
       case 'command':
-        return h('button', {type: 'button', title: this.#about.tip, onclick: () => attempt(() => this.#execute())}, title);
+        return h('button', {type: 'button', title: this.#about.tip, onclick: () => attempt(() => this.#execute())}, words(title));
       case 'boolean':
         return h('input', {type: 'checkbox', role: 'switch', onchange: (event) => set(String(event.target.checked))});
       case 'enumeration':
