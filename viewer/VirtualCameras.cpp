@@ -27,11 +27,8 @@ void PrepareVirtualCameras() {
 }
 
 Json AskVirtualCameras(const Json& request) {
-    Control control = FindControl();
-    if (!control) {
-        (void)Tavix::Cameras(); // nobody has looked for cameras yet, and so nobody has loaded it
-        control = FindControl();
-    }
+    (void)Tavix::Cameras(); // whoever looks for cameras loads the bus; nobody may have done so yet
+    const Control control = FindControl();
     if (!control) throw std::runtime_error("virtual cameras are not installed");
     std::string answer;
     if (!control(Dump(request).c_str(), answer)) throw std::runtime_error(answer);
