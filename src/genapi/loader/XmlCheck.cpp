@@ -15,6 +15,8 @@ constexpr std::size_t kElementCost = 320;
 constexpr std::size_t kAttributeCost = 1100;
 // What parts a text makes a node of the tree of what follows, and a section is one itself.
 constexpr std::size_t kPieceCost = 128;
+// What each character of a formula may become: an operation, its place in the text, its operand.
+constexpr std::size_t kFormulaCost = 40;
 
 enum Class : uint8_t {
     kBlank = 1,
@@ -66,6 +68,10 @@ uint32_t ReferredPoint(std::string_view digits) {
     return point;
 }
 
+bool IsFormula(std::string_view element) {
+    return element == "Formula" || element == "FormulaTo" || element == "FormulaFrom" || element == "Expression";
+}
+
 bool IsPredefined(std::string_view entity) {
     return entity == "amp" || entity == "lt" || entity == "gt" || entity == "quot" || entity == "apos";
 }
@@ -90,6 +96,12 @@ bool XmlCheck::Fail(std::size_t offset, const char* reason) {
 bool XmlCheck::Charge(std::size_t bytes) {
     m_Cost += bytes;
     return m_Cost <= m_Budget || Fail(m_At, "the description has more elements than may be kept in memory");
+}
+
+bool XmlCheck::ChargeText(std::size_t start) {
+    if (!m_IsFormula) return true;
+    m_Cost += (m_At - start) * kFormulaCost;
+    return m_Cost <= m_Budget || Fail(m_At, "the description has longer formulas than may be kept in memory");
 }
 
 bool XmlCheck::StartsWith(std::string_view start) const {
@@ -136,9 +148,10 @@ bool XmlCheck::CheckOutside() {
 }
 
 bool XmlCheck::CheckText() {
+    const std::size_t start = m_At;
     for (SkipUntil(kStopsText, /*isWanted=*/true); !IsAtEnd(); SkipUntil(kStopsText, /*isWanted=*/true)) {
         const char c = m_Text[m_At];
-        if (c == '<') return true;
+        if (c == '<') return ChargeText(start);
         if (c == '&' && !CheckReference()) return false;
         if (c == ']' && StartsWith("]]>")) return Fail(m_At, "']]>' stands in a text");
         if (Is(c, kControl)) return Fail(m_At, "there is a control character");
@@ -173,7 +186,7 @@ bool XmlCheck::CheckSection() {
     const std::size_t end = m_Text.find("]]>", start);
     if (end == std::string_view::npos) return Fail(start, "a CDATA section has no end");
     m_At = end + 3;
-    return CheckCharacters(start, end) && Charge(kPieceCost);
+    return CheckCharacters(start, end) && Charge(kPieceCost) && ChargeText(start);
 }
 
 bool XmlCheck::CheckInstruction() {
@@ -231,6 +244,7 @@ bool XmlCheck::CheckEndTag() {
     if (!hasName || Here() != '>') return Fail(start, "an end tag is malformed");
     ++m_At;
     --m_Depth;
+    m_IsFormula = false;
     return Charge(kPieceCost / 2);
 }
 
@@ -238,7 +252,9 @@ bool XmlCheck::CheckStartTag() {
     const std::size_t start = m_At++;
     if (m_Depth == 0 && m_HasRoot) return Fail(start, "there is a second root element");
     m_HasRoot = true;
-    if (TakeName().empty()) return Fail(start, "a '<' begins no markup");
+    const std::string_view name = TakeName();
+    if (name.empty()) return Fail(start, "a '<' begins no markup");
+    m_IsFormula = IsFormula(name);
     if (!Charge(kElementCost)) return false;
     m_Names.clear();
     for (;;) {

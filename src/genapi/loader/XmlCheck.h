@@ -34,6 +34,8 @@ private:
     bool Fail(std::size_t offset, const char* reason);
     // Fails when the budget is used up.
     bool Charge(std::size_t bytes);
+    // The same for a text that ends here, which costs more when it is compiled.
+    bool ChargeText(std::size_t start);
     [[nodiscard]] bool IsAtEnd() const { return m_At == m_Text.size(); }
     [[nodiscard]] char Here() const { return m_At < m_Text.size() ? m_Text[m_At] : '\0'; }
     [[nodiscard]] bool StartsWith(std::string_view start) const;
@@ -65,6 +67,7 @@ private:
     std::size_t m_At = 0;
     std::size_t m_Depth = 0;
     std::size_t m_Cost = 0;
+    bool m_IsFormula = false; // the text that follows
     bool m_HasRoot = false;
     bool m_HasDocumentType = false;
     std::vector<std::string_view> m_Names;           // of the attributes of the tag at hand

@@ -91,6 +91,21 @@ TEST_F(DescriptionLimit, OfElementsCountsWhatTheyCostInMemory) {
     }
 }
 
+TEST_F(DescriptionLimit, OfFormulasIsThatOfWhatTheyBecome) {
+    constexpr const char* kTooLong = "the description has longer formulas than may be kept in memory";
+    const std::string text(12'000'000, '-');
+    for (const char* const name : {"Formula", "FormulaTo", "FormulaFrom", "Expression"}) {
+        const std::string tag = std::string(name) + ">";
+        const std::string plain = Wrap("<IntConverter Name='A'><" + tag + text + "1</" + tag + "</IntConverter>");
+        EXPECT_THAT(ErrorOf([&] { static_cast<void>(ParseDescription(plain)); }), HasSubstr(kTooLong)) << name;
+    }
+    const std::string section =
+        Wrap("<IntSwissKnife Name='A'><Formula><![CDATA[" + text + "1]]></Formula></IntSwissKnife>");
+    EXPECT_THAT(ErrorOf([&] { static_cast<void>(ParseDescription(section)); }), HasSubstr(kTooLong));
+    const std::string tip = Wrap("<Integer Name='A'><ToolTip>" + text + "</ToolTip><Value>1</Value></Integer>");
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(ParseDescription(tip)); }), "no error");
+}
+
 TEST_F(DescriptionLimit, OfElementsHoldsForBothTextsTogether) {
     const std::string half = Wrap(Repeat("<a/>", 1'000'000));
     EXPECT_EQ(ErrorOf([&] { static_cast<void>(ParseDescription(half)); }), "no error");
