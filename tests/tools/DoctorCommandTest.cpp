@@ -2,6 +2,7 @@
 
 #include "FakeSystem.h"
 #include "ToolRun.h"
+#include "Variable.h"
 
 #include <gtest/gtest.h>
 
@@ -51,6 +52,15 @@ TEST(DoctorCommand, GivesEachFindingAsJson) {
         EXPECT_NE(finding["command"], "");
     }
     EXPECT_EQ(problems, 1);
+}
+
+TEST(DoctorCommand, NamesTheVariableThatIsWrongOnce) {
+    const Variable variable("TAVIX_VIRTUAL_CAMERAS", "abc");
+    const std::string out = RunTool({"doctor"}).out;
+    const auto first = out.find("TAVIX_VIRTUAL_CAMERAS: \"abc\"");
+    ASSERT_NE(first, std::string::npos) << out;
+    EXPECT_EQ(out.find("abc", first + 30), std::string::npos) << out;
+    EXPECT_EQ(out.find("TAVIX_TL_PATH"), std::string::npos) << out;
 }
 
 TEST(DoctorCommand, AsksTheCamerasOfThisMachine) {

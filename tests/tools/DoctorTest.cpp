@@ -129,6 +129,17 @@ TEST(Doctor, MissesTheTransportLayer) {
     ExpectProblem(Said(Examine(patient), "transport-layer"), "none can be loaded", "unset TAVIX_TL_PATH TAVIX_USE_TL");
 }
 
+TEST(Doctor, BlamesTheVariableAndNoTransportLayerForWrongVirtualCameras) {
+    const FakeSystem system;
+    Patient patient = Examined(system);
+    patient.transportLayers = tool::TransportLayers{{}, {}, {"it does not load"}, "TAVIX_VIRTUAL_CAMERAS: wrong"};
+    std::vector<Finding> said;
+    for (const Finding& finding : Examine(patient))
+        if (finding.id == "transport-layer") said.push_back(finding);
+    ASSERT_EQ(said.size(), 1u);
+    ExpectProblem(said.front(), "TAVIX_VIRTUAL_CAMERAS: wrong", "unset TAVIX_VIRTUAL_CAMERAS");
+}
+
 TEST(Doctor, TellsStrangersProducersFromOurs) {
     const FakeSystem system;
     Patient patient = Examined(system);

@@ -241,20 +241,44 @@ TEST(TransportLayer, ThatIsBrokenIsToldAndTheNextOneUsed) {
     EXPECT_NE(RunTool({"doctor"}).out.find(broken), std::string::npos);
 }
 
+/// Properties for a log of everything in a file.
+std::string LogInto(const std::string& path) {
+    return "log4cpp.rootCategory=DEBUG, file\n"
+           "log4cpp.appender.file=FileAppender\n"
+           "log4cpp.appender.file.layout=BasicLayout\n"
+           "log4cpp.appender.file.fileName=" +
+           path + "\n";
+}
+
 /// What it costs to ask a camera that does not answer is spent once.
 TEST(SilentCamera, IsNotAskedAgainForAdvice) {
     const TestFolder folder;
     const std::string settings =
         folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "NoAnswer", "count": 0}]}}]})");
-    const std::string properties = "log4cpp.rootCategory=DEBUG, file\n"
-                                   "log4cpp.appender.file=FileAppender\n"
-                                   "log4cpp.appender.file.layout=BasicLayout\n"
-                                   "log4cpp.appender.file.fileName=" +
-                                   folder.Path("log") + "\n";
-    const Variable log("TAVIX_LOG_CONFIG", folder.Write("log.properties", properties));
+    const Variable log("TAVIX_LOG_CONFIG", folder.Write("log.properties", LogInto(folder.Path("log"))));
     ExpectOneLine(RunTool({"--virtual", settings, "info"}), 1, "The camera did not answer in time.");
     EXPECT_NE(folder.Read("log").find("Failed to open device"), std::string::npos);
     EXPECT_EQ(folder.Read("log").find("ccessib"), std::string::npos);
+}
+
+/// The first attempt on a silent camera takes ten seconds; those on several must not follow each other.
+TEST(SilentCamera, DoesNotKeepOthersWaiting) {
+    const TestFolder folder;
+    const std::string silent = R"({"faults": {"control": [{"fault": "NoAnswer", "count": 0}]}})";
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [)" + silent + "," + silent + "," + silent + "]}");
+    const Variable log("TAVIX_LOG_CONFIG", folder.Write("log.properties", LogInto(folder.Path("log"))));
+    for (const Arguments& command : {Arguments{"info", "--all"}, {"doctor"}}) {
+        Arguments arguments{"--virtual", settings};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        std::filesystem::remove(folder.Path("log"));
+        RunTool(arguments);
+        const std::string text = folder.Read("log");
+        const auto lastBegin = text.rfind("Creating stream grabber"), firstEnd = text.find("Failed to open device");
+        ASSERT_NE(lastBegin, std::string::npos) << text;
+        ASSERT_NE(firstEnd, std::string::npos) << text;
+        EXPECT_LT(lastBegin, firstEnd) << command.front();
+    }
 }
 
 TEST(Removal, IsFollowedByTheAdviceOnce) {

@@ -4,11 +4,8 @@
 #include "Text.h"
 #include "TransportLayers.h"
 
-#include "virtualcam/Settings.h"
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 namespace tool {
 namespace {
@@ -36,16 +33,6 @@ Tavix::CDeviceInfo ChooseOne(const Tavix::DeviceInfoList& cameras, const std::st
     return found.front();
 }
 
-/// A transport layer that cannot have its virtual cameras finds no other camera either, and says so in the log only.
-void ThrowIfVirtualCamerasAreWrong() {
-    const char* wanted = secure_getenv("TAVIX_VIRTUAL_CAMERAS");
-    if (wanted == nullptr || *wanted == '\0') return;
-    virtualcam::BackendSettings settings;
-    std::string error;
-    if (!virtualcam::ReadSettings(wanted, settings, error))
-        throw Error("TAVIX_VIRTUAL_CAMERAS: " + Printable(error) + "; mend it or unset the variable");
-}
-
 } // namespace
 
 std::string NoCameraText() {
@@ -58,7 +45,7 @@ Tavix::DeviceInfoList FindCameras() {
     const TransportLayers layers = FindTransportLayers();
     Tavix::DeviceInfoList cameras;
     Tavix::CTlFactory::GetInstance().EnumerateDevices(cameras);
-    if (cameras.empty()) ThrowIfVirtualCamerasAreWrong(); // which breaks a transport layer, too
+    if (cameras.empty() && !layers.virtualCameras.empty()) throw Error(layers.virtualCameras);
     // The factory tells of a library once, so this does.
     for (const std::string& text : layers.broken)
         std::fprintf(stderr, "tavix: a transport layer cannot be loaded: %s\n", Printable(text).c_str());

@@ -1,3 +1,4 @@
+#include "AtOnce.h"
 #include "Camera.h"
 #include "Commands.h"
 #include "Json.h"
@@ -79,6 +80,13 @@ void PrintInfo(const nlohmann::json& one) {
     table.Print();
 }
 
+nlohmann::json InfoOf(const Tavix::CDeviceInfo& info) {
+    Camera camera(info);
+    return {{"device", Properties(camera.Device().GetDeviceInfo())},
+            {"features", CountFeatures(camera.Features())},
+            {"transport", Statistics(camera.Device().GetTLNodeMap())}};
+}
+
 } // namespace
 
 int List(const CommonOptions& options) {
@@ -97,13 +105,9 @@ int List(const CommonOptions& options) {
 }
 
 int Info(const CommonOptions& options) {
-    nlohmann::json all = nlohmann::json::array();
-    for (const auto& info : ChooseCameras(options)) {
-        Camera camera(info);
-        all.push_back({{"device", Properties(camera.Device().GetDeviceInfo())},
-                       {"features", CountFeatures(camera.Features())},
-                       {"transport", Statistics(camera.Device().GetTLNodeMap())}});
-    }
+    const auto chosen = ChooseCameras(options);
+    std::vector<nlohmann::json> all(chosen.size());
+    AtOnce(chosen.size(), [&](std::size_t number) { all[number] = InfoOf(chosen[number]); });
     if (options.json) {
         PrintJson(all);
         return 0;

@@ -5,6 +5,7 @@
 
 #include "core/Log.h"
 #include "core/LogSink.h"
+#include "virtualcam/Settings.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,16 @@ constexpr const char* kFactoryCategory = "tavix.base.Factory"; // where the fact
 std::string WantedClass() {
     const char* wanted = secure_getenv("TAVIX_USE_TL");
     return wanted ? wanted : "";
+}
+
+/// A transport layer that cannot have its virtual cameras does not load, and says why in the log only.
+std::string VirtualCamerasText() {
+    const char* wanted = secure_getenv("TAVIX_VIRTUAL_CAMERAS");
+    if (wanted == nullptr || *wanted == '\0') return {};
+    virtualcam::BackendSettings settings;
+    std::string error;
+    if (virtualcam::ReadSettings(wanted, settings, error)) return {};
+    return "TAVIX_VIRTUAL_CAMERAS: " + Printable(error) + "; mend it or unset the variable";
 }
 
 } // namespace
@@ -38,6 +49,7 @@ TransportLayers FindTransportLayers() {
         const std::string wanted = WantedClass();
         if (!wanted.empty() && Text(info.GetDeviceClass()) != wanted) layers.switchedOff.push_back(layers.names.back());
     }
+    layers.virtualCameras = VirtualCamerasText();
     return layers;
 }
 

@@ -11,6 +11,9 @@ struct TransportLayers {
     std::vector<std::string> names;       ///< of those that load
     std::vector<std::string> switchedOff; ///< of these, those that TAVIX_USE_TL keeps from finding cameras
     std::vector<std::string> broken;      ///< what is wrong with libraries that do not load
+    /// What is wrong with the virtual cameras that the environment asks for, through no fault of the libraries; empty
+    /// when nothing is.
+    std::string virtualCameras = {};
 };
 
 TransportLayers FindTransportLayers();

@@ -1,5 +1,6 @@
 #include "Demand.h"
 
+#include "AtOnce.h"
 #include "Camera.h"
 #include "Error.h"
 #include "Text.h"
@@ -77,8 +78,9 @@ CameraDemand Ask(const Tavix::CDeviceInfo& info) {
 std::vector<CameraDemand> AskCameras() {
     std::vector<CameraDemand> demands;
     try {
-        for (const auto& info : FindCameras())
-            demands.push_back(Ask(info));
+        const Tavix::DeviceInfoList cameras = FindCameras();
+        demands.resize(cameras.size());
+        AtOnce(cameras.size(), [&](std::size_t number) { demands[number] = Ask(cameras[number]); });
     } catch (const std::exception& e) { // no bus can be asked at all; the other checks may say why
         CameraDemand none;
         none.name = "cameras";

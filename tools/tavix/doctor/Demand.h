@@ -5,7 +5,7 @@
 
 namespace tool {
 
-/// Opens each camera in turn and closes it again.
+/// Opens all cameras at the same time and closes them again.
 std::vector<CameraDemand> AskCameras();
 
 } // namespace tool

@@ -60,7 +60,7 @@ void Print(const Findings& findings) {
 void AskComputer(Patient& patient) {
     patient.libusbVersion = LibusbVersion();
     patient.transportLayers = FindTransportLayers();
-    patient.demands = AskCameras();
+    if (patient.transportLayers->virtualCameras.empty()) patient.demands = AskCameras();
     patient.producers = LookForProducers();
 }
 

@@ -73,6 +73,8 @@ void ExamineTransportLayers(const TransportLayers& layers, Findings& findings) {
     const auto tell = [&](Severity severity, const std::string& text, const char* command) {
         findings.push_back({severity, "transport-layer", "transport layer", text, command});
     };
+    if (!layers.virtualCameras.empty())
+        return tell(Severity::Problem, layers.virtualCameras, "unset TAVIX_VIRTUAL_CAMERAS");
     for (const std::string& text : layers.broken)
         tell(Severity::Problem, "one cannot be loaded: " + text, "unset TAVIX_TL_PATH");
     if (const std::string text = SwitchedOffText(layers); !text.empty())
