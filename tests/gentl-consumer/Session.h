@@ -91,10 +91,10 @@ bool Eventually(Condition condition) {
 
 // Registers of the virtual camera.
 inline constexpr std::uint64_t kWidth = 0x101010, kHeight = 0x101014, kPayload = 0x101038, kAcquisitionStart = 0x102004,
-                               kAcquisitionStop = 0x102008, kTestEvent = 0x108004, kEventNotification = 0x108010,
-                               kChunkModeActive = 0x109000, kChunkEnable = 0x109010, kSelfTest = 0x10B000,
-                               kAcquisitionMode = 0x102000, kFrameCount = 0x10200C, kOffsetX = 0x101018,
-                               kOffsetY = 0x10101C;
+                               kFrameRateEnable = 0x102014, kAcquisitionStop = 0x102008, kTestEvent = 0x108004,
+                               kEventNotification = 0x108010, kChunkModeActive = 0x109000, kChunkEnable = 0x109010,
+                               kSelfTest = 0x10B000, kAcquisitionMode = 0x102000, kFrameCount = 0x10200C,
+                               kOffsetX = 0x101018, kOffsetY = 0x10101C;
 
 /// Takes the camera off the bus when kSelfTest is read.
 inline constexpr const char* kUnpluggable = R"("faults": {"control": [{"fault": "Unplug", "address": 1093632}]})";
