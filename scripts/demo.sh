@@ -41,6 +41,13 @@ if [ -f build/release/lib/gstreamer-1.0/libgsttavix.so ] && command -v gst-launc
         tavixsrc camera=1 num-buffers=30 ! video/x-bayer ! fakesink || fail "the pipeline failed"
 fi
 
+if [ -f build/release/python/tavix/__init__.py ]; then
+    echo; echo "demo: images as NumPy arrays in Python"
+    root=$PWD
+    (cd "$images" && PYTHONPATH=$root/build/release/python /usr/bin/python3 -B "$root/examples/python/save_series.py") ||
+        fail "Python got no images"
+fi
+
 echo; echo "demo: how fast one camera goes when nothing is saved (1920 x 1080, Mono8, no frame rate limit)"
 echo '{"cameras": [{"sensorWidth": 1920, "sensorHeight": 1088, "frameRateEnable": false}]}' >"$settings"
 "$tavix" --virtual "$settings" grab --frames 2000 --set Height=1080 || fail "the fast grab failed"

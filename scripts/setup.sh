@@ -17,7 +17,7 @@ packages=(
     libjs-chart.js chromium
 )
 developer_packages=(
-    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen
+    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen mypy
     qemu-system-x86 busybox-static cpio kmod udev usbip
 )
 developer=no
