@@ -1,5 +1,7 @@
 #include "support/ScriptedBackend.h"
 
+#include "support/Shortage.h"
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -45,6 +47,7 @@ public:
         return isAttached;
     }
     usb::Result Claim(std::uint8_t number) override {
+        const shortage::AmpleMemory ample;
         const Lock lock(m_Camera.m_Mutex);
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
         if (m_Camera.m_ClaimResult != usb::Result::Ok) return m_Camera.m_ClaimResult;
@@ -72,6 +75,7 @@ public:
     }
     usb::Result Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t length, std::size_t& actual,
                      unsigned int timeoutMs) override {
+        const shortage::AmpleMemory ample;
         const Lock lock(m_Camera.m_Mutex);
         actual = 0;
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
@@ -92,6 +96,7 @@ public:
         return usb::Result::Ok;
     }
     usb::Result Submit(usb::Transfer& transfer) override {
+        const shortage::AmpleMemory ample;
         const Lock lock(m_Camera.m_Mutex);
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
         if (m_Camera.QueuedInAll() >= m_Camera.m_TransferLimit) return usb::Result::NoMemory;
@@ -102,6 +107,7 @@ public:
         return usb::Result::Ok;
     }
     usb::Result Cancel(usb::Transfer& transfer) override {
+        const shortage::AmpleMemory ample;
         const Lock lock(m_Camera.m_Mutex);
         auto& queue = m_Camera.m_Pipes[transfer.endpoint].queue;
         for (std::size_t i = 0; i < queue.size(); ++i) {
@@ -134,6 +140,7 @@ public:
         m_Camera.m_Changed.notify_all();
     }
     usb::Result ClearHalt(std::uint8_t endpoint) override {
+        const shortage::AmpleMemory ample;
         const Lock lock(m_Camera.m_Mutex);
         if (m_Camera.m_Gone) return usb::Result::NoDevice;
         if (!m_Camera.m_Pipes[endpoint].queue.empty()) return usb::Result::Busy; // would disturb a real controller

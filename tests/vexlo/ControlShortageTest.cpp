@@ -115,6 +115,84 @@ TEST_P(ControlShortage, OfMemoryAtEveryAllocationEndsNothingAndLeavesNothingBehi
 INSTANTIATE_TEST_SUITE_P(Once, ControlShortage, testing::Values(1));
 INSTANTIATE_TEST_SUITE_P(FromThereOn, ControlShortage, testing::Values(1000000));
 
+/// Events come, the endpoint halts and recovers, and more events come. What is taken at the end tells how many.
+class EventShortage : public OnScriptedCamera {
+protected:
+    EventShortage() { EXPECT_EQ(device->GetEventStream(&events), VX_OK); }
+    std::uint64_t Count(CVxEventStream::EPropertyValue id) { return Property<std::uint64_t>(*events, id); }
+    bool Come(std::uint64_t count) {
+        return camera.WaitFor([&] { return Count(CVxEventStream::Property_TotalEventCount) >= count; });
+    }
+    void Send() {
+        const shortage::AmpleMemory ours;
+        camera.Send(kEventIn, {Hex("55335645 0000 000C 0C00 0000 0000 FF4F E803000000000000")});
+    }
+    void ComeAndRecover() {
+        const std::uint64_t before = Count(CVxEventStream::Property_TotalEventCount);
+        const unsigned int halts = camera.HaltsCleared(kEventIn);
+        Send();
+        ASSERT_TRUE(Come(before + 1));
+        camera.Fail(kEventIn, usb::TransferStatus::Stall);
+        ASSERT_TRUE(camera.WaitFor([&] { return camera.HaltsCleared(kEventIn) > halts; }));
+        ASSERT_TRUE(camera.WaitFor([&] { return camera.Queued(kEventIn) == 8; }));
+        Send();
+        ASSERT_TRUE(Come(before + 3)) << "the failure counts as one";
+    }
+
+    CVxEventStream* events = nullptr;
+};
+
+TEST_F(EventShortage, OfMemoryOnThePumpsThreadCostsNoEventAndNoRecovery) {
+    ASSERT_EQ(Open(), VX_OK);
+    ASSERT_EQ(events->Open(), VX_OK);
+    bool wasMet = true;
+    for (long left = 0; wasMet && !HasFatalFailure(); ++left) {
+        SCOPED_TRACE(left);
+        const MemoryShortage shortage(Whose::Others, left);
+        ComeAndRecover();
+        wasMet = shortage.WasMet();
+    }
+    EXPECT_EQ(events->Close(), VX_OK);
+}
+
+TEST_F(EventShortage, OfAllMemoryOnThePumpsThreadLeavesAStreamThatCanBeOpenedAgain) {
+    ASSERT_EQ(Open(), VX_OK);
+    ASSERT_EQ(events->Open(), VX_OK);
+    {
+        const MemoryShortage shortage(Whose::Others, 0, 1000000);
+        Send();
+        EXPECT_TRUE(Come(1));
+        camera.Fail(kEventIn, usb::TransferStatus::Stall);
+        EXPECT_TRUE(Come(2)) << "the failure counts as one";
+    }
+    EXPECT_EQ(events->Close(), VX_OK);
+    EXPECT_EQ(camera.Queued(kEventIn), 0u);
+    ASSERT_EQ(events->Open(), VX_OK);
+    ComeAndRecover();
+}
+
+TEST_F(EventShortage, OfMemoryWhileTheyAreSwitchedOnLeavesNothingQueued) {
+    ASSERT_EQ(Open(), VX_OK);
+    const auto claimed = camera.Claimed();
+    long tried = 0;
+    for (bool wasMet = true; wasMet && !HasFailure(); ++tried) {
+        VxStatus status = VX_OK;
+        {
+            const MemoryShortage shortage(Whose::Mine, tried);
+            status = events->Open();
+            wasMet = shortage.WasMet();
+        }
+        if (status == VX_OK) {
+            EXPECT_EQ(events->Close(), VX_OK);
+        } else {
+            EXPECT_EQ(status, VX_E_NO_MEMORY);
+        }
+        EXPECT_EQ(camera.Queued(kEventIn), 0u) << tried;
+        EXPECT_EQ(camera.Claimed(), claimed) << tried;
+    }
+    EXPECT_GT(tried, 8);
+}
+
 class RemovalShortage : public OnScriptedCamera {};
 
 TEST_F(RemovalShortage, OfMemoryOnTheNotifiersThreadLosesNoReport) {
