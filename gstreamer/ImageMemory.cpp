@@ -13,15 +13,15 @@ struct ImageMemory {
     GstMemory base;
     std::uint8_t* data;
     Tavix::Image image;
-    /// Passed on by each thread that has had the memory. GStreamer's own counter does the same, out of sight of the
-    /// thread sanitizer.
-    std::atomic<unsigned int> baton{0};
 };
 
+/// Passed on by each thread that has had a memory. GStreamer's own counters do the same, out of sight of the thread
+/// sanitizer.
+std::atomic<unsigned int> baton{0};
+
 ImageMemory& Received(GstMemory* memory) {
-    auto* received = reinterpret_cast<ImageMemory*>(memory);
-    received->baton.fetch_add(1, std::memory_order_acq_rel);
-    return *received;
+    baton.fetch_add(1, std::memory_order_acq_rel);
+    return *reinterpret_cast<ImageMemory*>(memory);
 }
 
 GstMemory* NewMemory(GstAllocator* allocator, GstMemory* parent, std::uint8_t* data, gsize whole) {

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace {
 
 using namespace gsttest;
@@ -50,19 +52,16 @@ TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
                                   "num-buffers=12") +
                       kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
-    GstClockTime last = 0;
-    int gaps = 0;
+    GstClockTime last = 0, longest = 0;
     for (int i = 0; i < 12; ++i) {
         const Handle<GstSample> sample = pipeline.Pull();
         ASSERT_TRUE(sample) << i;
         GstBuffer* buffer = gst_sample_get_buffer(sample.get());
-        if (i > 0 && GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT)) {
-            ++gaps;
-            EXPECT_GT(GST_BUFFER_PTS(buffer), last + 1500 * GST_MSECOND);
-        }
+        if (i > 0 && GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT))
+            longest = std::max(longest, GST_BUFFER_PTS(buffer) - last);
         last = GST_BUFFER_PTS(buffer);
     }
-    EXPECT_EQ(gaps, 1);
+    EXPECT_GT(longest, 1500 * GST_MSECOND);
     EXPECT_TRUE(pipeline.AwaitElementMessage("tavix-returned"));
     EXPECT_EQ(pipeline.Stat("reconnects"), 1U);
 }
