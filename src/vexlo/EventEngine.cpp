@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kMostRecoveries = 5; ///< without an event in between
 constexpr std::chrono::milliseconds kRecoveryPause{50};
-constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::seconds kReapingTimeout{5};
 constexpr std::uint32_t kLargestMessage = 65536 + 16; ///< more cannot be stated in a message
 constexpr std::uint32_t kSmallestMessage = 24;
 
@@ -231,7 +231,7 @@ void EventEngine::Complete(Slot& slot) {
 
 void EventEngine::WaitUntilIdle(MutexLock& lock) {
     while (m_InFlight != 0) {
-        if (lock.WaitUntil(m_Changed, Clock::now() + kPatience)) continue;
+        if (lock.WaitUntil(m_Changed, Clock::now() + kReapingTimeout)) continue;
         Log(Tavix::kLogError, "Still waiting for %u event transfers to end", static_cast<unsigned>(m_InFlight));
     }
 }

@@ -12,7 +12,7 @@
 
 namespace vexlo {
 
-/// What the pump turns for. No operation throws.
+/// What the pump serves. No operation throws.
 class PumpClient {
 public:
     using Clock = std::chrono::steady_clock;
@@ -34,7 +34,7 @@ public:
     TransferPump(const TransferPump&) = delete;
     TransferPump& operator=(const TransferPump&) = delete;
 
-    /// Turns for the client from now on, with a thread of at least its priority (0 ordinary, 1..99 real-time). A
+    /// Serves the client from now on, with a thread of at least its priority (0 ordinary, 1..99 real-time). A
     /// priority that the system refuses is a warning in the log. VX_E_NO_MEMORY when neither thread nor
     /// memory can be had.
     [[nodiscard]] VxStatus Attach(PumpClient& client, int priority) TAVIX_EXCLUDES(m_Turnover, m_Lock);

@@ -14,7 +14,7 @@
 namespace tool {
 namespace {
 
-constexpr std::chrono::seconds kCommandPatience{5};
+constexpr std::chrono::seconds kCommandTimeout{5};
 
 /// Names that hold the one asked for or are held by it, whatever their case, to help with a misspelling.
 std::string SimilarNames(GenApi::INodeMap& features, const std::string& name) {
@@ -42,7 +42,7 @@ std::string Accepts(GenApi::INode& node) {
 }
 
 void Execute(GenApi::ICommand& command, const std::string& name) {
-    const auto deadline = std::chrono::steady_clock::now() + kCommandPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kCommandTimeout;
     command.Execute();
     while (!command.IsDone()) {
         if (std::chrono::steady_clock::now() > deadline) {

@@ -14,7 +14,7 @@
 namespace tool {
 namespace {
 
-constexpr int kPatienceMs = 700; // for the end in good order
+constexpr int kEndTimeoutMs = 700; // for the end in good order
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 /// The signal that came; 0 for none. The system gives it to any thread.
@@ -51,7 +51,7 @@ void OnSignal(int signal) {
 /// Does without the standard library's streams: what holds the command up may hold their locks.
 void EndWhatIsStuck() {
     if (!Await(g_Came, -1) || g_Signal == 0) return; // the command has ended by itself
-    if (Await(g_Ended, kPatienceMs)) return;
+    if (Await(g_Ended, kEndTimeoutMs)) return;
     (void)!write(STDERR_FILENO, kInterruptedLine, sizeof kInterruptedLine - 1);
     _exit(InterruptedStatus());
 }

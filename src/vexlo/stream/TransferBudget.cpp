@@ -8,13 +8,13 @@ namespace vexlo {
 namespace {
 
 constexpr std::size_t kMebibyte = 1u << 20;
-constexpr std::uint64_t kStep = 64u << 10;      ///< transfers are whole multiples, and work with every camera
-constexpr std::uint64_t kOrdinary = kMebibyte;  ///< larger ones gain little
-constexpr std::uint64_t kFewTransfers = 3;      ///< of a large block, where memory is plenty
-constexpr std::size_t kPlenty = 64 * kMebibyte; ///< for one stream
-constexpr std::size_t kLeastAtOnce = 4;         ///< transfers, where memory is short
-constexpr unsigned int kShortestPatience = 4;   ///< blocks from a refusal to the next try for more
-constexpr unsigned int kLongestPatience = 256;
+constexpr std::uint64_t kStep = 64u << 10;         ///< transfers are whole multiples, and work with every camera
+constexpr std::uint64_t kOrdinary = kMebibyte;     ///< larger ones gain little
+constexpr std::uint64_t kFewTransfers = 3;         ///< of a large block, where memory is plenty
+constexpr std::size_t kPlenty = 64 * kMebibyte;    ///< for one stream
+constexpr std::size_t kLeastAtOnce = 4;            ///< transfers, where memory is short
+constexpr unsigned int kShortestRetryInterval = 4; ///< blocks from a refusal to the next try for more
+constexpr unsigned int kLongestRetryInterval = 256;
 
 std::uint64_t RoundUp(std::uint64_t value, std::uint64_t unit) {
     return (value + unit - 1) / unit * unit;
@@ -41,7 +41,7 @@ std::uint32_t SuitableTransferSize(std::uint32_t setting, std::uint64_t payload,
 }
 
 TransferBudget::TransferBudget(const Wishes& wishes)
-    : m_Wishes(wishes), m_Most(std::max<std::size_t>(1, wishes.transfers)), m_Patience(kShortestPatience) {}
+    : m_Wishes(wishes), m_Most(std::max<std::size_t>(1, wishes.transfers)), m_RetryInterval(kShortestRetryInterval) {}
 
 bool TransferBudget::HasRoom(std::size_t count, std::size_t bytes, std::size_t length) const {
     if (count == 0) return true;
@@ -53,22 +53,22 @@ void TransferBudget::Accepted(std::size_t count) {
     m_IsShort = false;
     if (count <= m_RefusedBeside) return;
     m_RefusedBeside = SIZE_MAX; // there is more memory than there was
-    m_Patience = kShortestPatience;
+    m_RetryInterval = kShortestRetryInterval;
 }
 
 void TransferBudget::Refused(std::size_t count) {
     Tell(count);
-    if (count >= m_RefusedBeside) m_Patience = std::min(2 * m_Patience, kLongestPatience);
+    if (count >= m_RefusedBeside) m_RetryInterval = std::min(2 * m_RetryInterval, kLongestRetryInterval);
     m_IsShort = true;
     m_RefusedBeside = count;
     m_Most = std::max<std::size_t>(1, count);
-    m_BlocksToGo = m_Patience;
+    m_BlocksToGo = m_RetryInterval;
 }
 
 void TransferBudget::BlockCompleted() {
     if (m_Most >= m_Wishes.transfers || m_BlocksToGo-- > 1) return;
     m_Most = std::min(m_Wishes.transfers, m_Most + std::max<std::size_t>(1, m_Most / 2));
-    m_BlocksToGo = m_Patience;
+    m_BlocksToGo = m_RetryInterval;
 }
 
 /// Once: it may happen with every block.

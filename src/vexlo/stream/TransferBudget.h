@@ -75,7 +75,7 @@ private:
     Wishes m_Wishes;
     std::size_t m_Most;
     std::size_t m_RefusedBeside = SIZE_MAX;
-    unsigned int m_Patience;
+    unsigned int m_RetryInterval; // blocks
     unsigned int m_BlocksToGo = 0;
     bool m_IsShort = false;
     bool m_Told = false;
