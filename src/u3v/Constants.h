@@ -31,7 +31,6 @@ inline constexpr std::uint16_t kFlagResend = 0x8000;
 inline constexpr std::size_t kReadMemCommandSize = 24;
 inline constexpr std::size_t kWriteMemHeaderSize = 20; ///< write command without its data
 inline constexpr std::size_t kWriteMemAckSize = 16;
-inline constexpr std::size_t kPendingAckSize = 16;
 inline constexpr std::size_t kSmallestAckTransfer = 16; ///< room for a pending acknowledge
 inline constexpr std::size_t kMaxReadLength = 65535;
 inline constexpr std::size_t kMaxWriteLength = 65527;
@@ -99,39 +98,14 @@ inline constexpr std::uint64_t kDeviceCapability = 0x01C4;
 inline constexpr std::uint64_t kMaximumDeviceResponseTime = 0x01CC;
 inline constexpr std::uint64_t kManifestTableAddress = 0x01D0;
 inline constexpr std::uint64_t kSbrmAddress = 0x01D8;
-inline constexpr std::uint64_t kDeviceConfiguration = 0x01E0;
-inline constexpr std::uint64_t kHeartbeatTimeout = 0x01E8;
-inline constexpr std::uint64_t kMessageChannelId = 0x01EC;
 inline constexpr std::uint64_t kTimestamp = 0x01F0;
 inline constexpr std::uint64_t kTimestampLatch = 0x01F8;
 inline constexpr std::uint64_t kTimestampIncrement = 0x01FC;
-inline constexpr std::uint64_t kAccessPrivilege = 0x0204;
-inline constexpr std::uint64_t kProtocolEndianness = 0x0208;
 inline constexpr std::uint64_t kImplementationEndianness = 0x020C;
-inline constexpr std::uint64_t kDeviceSoftwareInterfaceVersion = 0x0210;
 inline constexpr std::uint64_t kReserved = 0x0250;
 inline constexpr std::uint64_t kEnd = 0x10000;
 
 inline constexpr std::size_t kStringSize = 64;
-inline constexpr std::uint32_t kLittleEndianMarker = 0xFFFFFFFF;
-
-// Bits of Device Capability.
-inline constexpr std::uint64_t kCapUserDefinedName = 1u << 0;
-inline constexpr std::uint64_t kCapAccessPrivilege = 1u << 1;
-inline constexpr std::uint64_t kCapMessageChannel = 1u << 2;
-inline constexpr std::uint64_t kCapTimestamp = 1u << 3;
-inline constexpr std::uint64_t kCapStringEncodingMask = 0xFu << 4;
-inline constexpr std::uint64_t kCapFamilyName = 1u << 8;
-inline constexpr std::uint64_t kCapSbrm = 1u << 9;
-inline constexpr std::uint64_t kCapEndianness = 1u << 10;
-inline constexpr std::uint64_t kCapWrittenLength = 1u << 11;
-inline constexpr std::uint64_t kCapMultiEvent = 1u << 12;
-inline constexpr std::uint64_t kCapStackedCommands = 1u << 13;
-inline constexpr std::uint64_t kCapSoftwareInterfaceVersion = 1u << 14;
-
-// Bits of Device Configuration.
-inline constexpr std::uint64_t kConfigHeartbeatEnable = 1u << 0;
-inline constexpr std::uint64_t kConfigMultiEventEnable = 1u << 1;
 } // namespace abrm
 
 /// USB3 Vision bootstrap registers, offsets from the SBRM address.
@@ -145,15 +119,11 @@ inline constexpr std::uint64_t kNumberOfStreamChannels = 0x1C;
 inline constexpr std::uint64_t kSirmAddress = 0x20;
 inline constexpr std::uint64_t kSirmLength = 0x28;
 inline constexpr std::uint64_t kEirmAddress = 0x2C;
-inline constexpr std::uint64_t kEirmLength = 0x34;
-inline constexpr std::uint64_t kIidc2Address = 0x38;
-inline constexpr std::uint64_t kCurrentSpeed = 0x40;
 inline constexpr std::uint64_t kReserved = 0x44;
 inline constexpr std::uint64_t kEnd = 0x10000;
 
 inline constexpr std::uint64_t kCapSirm = 1u << 0;
 inline constexpr std::uint64_t kCapEirm = 1u << 1;
-inline constexpr std::uint64_t kCapIidc2 = 1u << 2;
 } // namespace sbrm
 
 /// Stream interface registers, offsets from the address of the stream's block.
@@ -169,10 +139,7 @@ inline constexpr std::uint64_t kPayloadTransferCount = 0x20;
 inline constexpr std::uint64_t kPayloadFinalTransfer1Size = 0x24;
 inline constexpr std::uint64_t kPayloadFinalTransfer2Size = 0x28;
 inline constexpr std::uint64_t kMaximumTrailerSize = 0x2C;
-inline constexpr std::uint64_t kSupportedPayloadModes = 0x30;
 inline constexpr std::uint64_t kPayloadMode = 0x34;
-inline constexpr std::uint64_t kGsirmAddress = 0x38;
-inline constexpr std::uint64_t kGsirmSize = 0x40;
 inline constexpr std::uint64_t kLength = 0x30; ///< of a block without payload modes
 
 inline constexpr std::uint32_t kInfoPayloadModes = 1u << 0;
@@ -205,10 +172,8 @@ inline constexpr std::size_t kSha1Size = 20;
 
 inline constexpr std::uint32_t kFileTypeMask = 0x7;
 inline constexpr std::uint32_t kFileTypeCameraXml = 0;
-inline constexpr std::uint32_t kFileTypeBufferXml = 1;
 inline constexpr std::uint32_t kFormatShift = 10;
 inline constexpr std::uint32_t kFormatMask = 0x3F;
-inline constexpr std::uint32_t kFormatPlain = 0;
 inline constexpr std::uint32_t kFormatZip = 1;
 inline constexpr std::uint32_t kSchemaMinorShift = 16;
 inline constexpr std::uint32_t kSchemaMajorShift = 24;
@@ -260,11 +225,8 @@ inline constexpr std::size_t kHeaderSize = 12;
 inline constexpr std::size_t kEntryHeaderSize = 12;
 inline constexpr std::size_t kSmallestSize = 24;
 inline constexpr std::size_t kSizeOffset = 12; ///< event_size, 0 unless multi-event is enabled
-inline constexpr std::size_t kIdOffset = 14;
 inline constexpr std::size_t kTimestampOffset = 16;
 inline constexpr std::size_t kDataOffset = 24;
-inline constexpr std::uint16_t kTestEventId = 0x4FFF;
-inline constexpr std::uint16_t kErrorEventId = 0x0000;
 } // namespace event
 
 /// Chunk trailers: data, id, length; read from the end of the payload.
@@ -272,32 +234,25 @@ namespace chunk {
 inline constexpr std::size_t kTrailerSize = 8;
 inline constexpr std::size_t kIdFromEnd = 8;
 inline constexpr std::size_t kLengthFromEnd = 4;
-inline constexpr std::size_t kAlignment = 4;
 } // namespace chunk
 
 /// USB descriptors and standard requests.
 namespace descriptor {
 inline constexpr std::uint8_t kTypeDevice = 0x01;
 inline constexpr std::uint8_t kTypeConfiguration = 0x02;
-inline constexpr std::uint8_t kTypeString = 0x03;
 inline constexpr std::uint8_t kTypeInterface = 0x04;
 inline constexpr std::uint8_t kTypeEndpoint = 0x05;
 inline constexpr std::uint8_t kTypeInterfaceAssociation = 0x0B;
-inline constexpr std::uint8_t kTypeBos = 0x0F;
 inline constexpr std::uint8_t kTypeClassInterface = 0x24;
-inline constexpr std::uint8_t kTypeSuperSpeedCompanion = 0x30;
 
 inline constexpr std::size_t kDeviceSize = 18;
 inline constexpr std::size_t kConfigurationSize = 9;
 inline constexpr std::size_t kInterfaceAssociationSize = 8;
 inline constexpr std::size_t kInterfaceSize = 9;
 inline constexpr std::size_t kEndpointSize = 7;
-inline constexpr std::size_t kCompanionSize = 6;
 inline constexpr std::size_t kDeviceInfoSize = 20;
 
 inline constexpr std::uint8_t kClassMiscellaneous = 0xEF;
-inline constexpr std::uint8_t kSubclassCommon = 0x02;
-inline constexpr std::uint8_t kProtocolAssociation = 0x01;
 inline constexpr std::uint8_t kSubclassUsb3Vision = 0x05;
 inline constexpr std::uint8_t kProtocolControl = 0x00;
 inline constexpr std::uint8_t kProtocolEvent = 0x01;
@@ -308,7 +263,6 @@ inline constexpr std::uint8_t kEndpointIn = 0x80;
 inline constexpr std::uint8_t kAttributesTransferTypeMask = 0x03;
 inline constexpr std::uint8_t kAttributesBulk = 0x02;
 inline constexpr std::uint16_t kSuperSpeedPacket = 1024;
-inline constexpr std::uint16_t kHighSpeedPacket = 512;
 
 // Device Info descriptor.
 inline constexpr std::size_t kInfoGenCpVersionOffset = 3;
@@ -334,9 +288,6 @@ inline constexpr std::uint8_t kSpeedSuperPlusGen2x2 = 1u << 6;
 
 // Standard requests to an endpoint.
 inline constexpr std::uint8_t kRequestTypeEndpointOut = 0x02;
-inline constexpr std::uint8_t kRequestTypeEndpointIn = 0x82;
-inline constexpr std::uint8_t kRequestGetStatus = 0x00;
-inline constexpr std::uint8_t kRequestClearFeature = 0x01;
 inline constexpr std::uint8_t kRequestSetFeature = 0x03;
 inline constexpr std::uint16_t kFeatureEndpointHalt = 0x0000;
 } // namespace descriptor
