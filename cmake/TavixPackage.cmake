@@ -1,5 +1,5 @@
-# Debian packages: `tavix` runs applications, `tavix-dev` builds them, `gstreamer1.0-tavix` is the door from GStreamer
-# where that could be built. scripts/test-package.sh makes and tries them:
+# Debian packages: `tavix` runs applications, `tavix-dev` builds them; `gstreamer1.0-tavix` and `python3-tavix` are the
+# doors from GStreamer and Python where those could be built. scripts/test-package.sh makes and tries them:
 #
 #   cmake --preset package && cmake --build --preset package && cpack --config build/package/CPackConfig.cmake -B build/package
 set(TAVIX_DEBIAN ${CMAKE_CURRENT_LIST_DIR}/debian)
@@ -53,6 +53,20 @@ The element tavixsrc, which brings the images of USB3 Vision cameras into
 GStreamer pipelines without a copy, and a device provider for them.")
 endif()
 
+if(TARGET python_module)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-tavix)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "tavix (= ${PROJECT_VERSION}), python3 (>= ${TAVIX_PYTHON_VERSION}~), python3 (<< ${TAVIX_NEXT_PYTHON}), python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${TAVIX_DEBIAN}/python3/postinst;${TAVIX_DEBIAN}/python3/prerm")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+  set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+"USB3 Vision cameras on Linux - Python
+The package tavix for Python: cameras opened by name, features as attributes,
+images as NumPy arrays without a copy.")
+endif()
+
 # Debian wants to read in each package who may do what with it, and what changed.
 set(changelog ${PROJECT_BINARY_DIR}/debian/changelog.gz)
 execute_process(COMMAND gzip -9nc ${TAVIX_DEBIAN}/changelog OUTPUT_FILE ${changelog} COMMAND_ERROR_IS_FATAL ANY)
@@ -63,6 +77,10 @@ install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL
 if(TARGET gsttavix)
   install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/gstreamer1.0-tavix
     COMPONENT gstreamer)
+endif()
+if(TARGET python_module)
+  install(FILES ${TAVIX_DEBIAN}/copyright ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/python3-tavix
+    COMPONENT python)
 endif()
 install(FILES ${TAVIX_DEBIAN}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME tavix)
 

@@ -29,6 +29,7 @@ rm -f "$build"/*.deb
 quietly cpack --config "$build/CPackConfig.cmake" -B "$build" || fail "cpack failed"
 runtime=$(ls "$build"/tavix_*.deb) development=$(ls "$build"/tavix-dev_*.deb)
 gstreamer=$(ls "$build"/gstreamer1.0-tavix_*.deb)
+python=$(ls "$build"/python3-tavix_*.deb)
 
 echo "package: looking into $(basename "$runtime") and $(basename "$development")"
 has() { # package, then paths as patterns
@@ -48,12 +49,16 @@ has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^
 has "$development" 'usr/include/tavix-4\.0/tavix/Tavix\.h' 'usr/lib/[^/]+/cmake/tavix/tavixConfig\.cmake' \
     'usr/lib/[^/]+/libtavixbase\.so' 'usr/share/doc/.*/examples/enumerate_and_grab\.cpp' usr/share/doc/tavix-dev/copyright
 has "$gstreamer" 'usr/lib/[^/]+/gstreamer-1\.0/libgsttavix\.so' usr/share/doc/gstreamer1.0-tavix/copyright
+has "$python" usr/lib/python3/dist-packages/tavix/__init__.py usr/lib/python3/dist-packages/tavix/__init__.pyi \
+    usr/lib/python3/dist-packages/tavix/py.typed 'usr/lib/python3/dist-packages/tavix/_tavix\..*\.so' \
+    usr/share/doc/python3-tavix/copyright
 if dpkg-deb --contents "$runtime" | grep -q '/include/'; then fail "the runtime package holds headers"; fi
 depends=$(dpkg-deb --field "$runtime" Depends)
 for library in libc6 libstdc++6 libusb-1.0-0 liblog4cpp5v5 libpugixml1v5 libzip4 libpng16-16 libjpeg62-turbo libtiff6; do
     grep -q "$library" <<<"$depends" || fail "the package does not depend on $library: $depends"
 done
-quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" "$gstreamer" || fail "lintian has something to say"
+quietly lintian --allow-root --fail-on error,warning "$runtime" "$development" "$gstreamer" "$python" ||
+    fail "lintian has something to say"
 
 if [ "$(id -u)" -ne 0 ]; then
     echo "package: ######## SKIPPED: no clean system was tried; that needs root ########"
@@ -66,7 +71,7 @@ if ! quietly debootstrap --variant=minbase bookworm "$system" ${mirror:+"$mirror
 fi
 cp /etc/resolv.conf "$system/etc/" 2>/dev/null || true
 mount -t proc proc "$system/proc" 2>/dev/null && mounted=yes
-cp "$runtime" "$development" "$gstreamer" "$system/tmp/"
+cp "$runtime" "$development" "$gstreamer" "$python" "$system/tmp/"
 echo "package: installing"
 quietly inside DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
     "/tmp/$(basename "$runtime")" || fail "apt-get could not install it"
@@ -88,6 +93,15 @@ quietly inside DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-re
     "/tmp/$(basename "$gstreamer")" || fail "apt-get could not install the plug-in"
 quietly inside TAVIX_VIRTUAL_CAMERAS=1 gst-launch-1.0 tavixsrc num-buffers=10 ! fakesink || fail "the pipeline failed"
 
+echo "package: the door from Python"
+quietly inside DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
+    "/tmp/$(basename "$python")" || fail "apt-get could not install $(basename "$python")"
+inside python3 -c "import tavix; tavix.virtual(1)
+with tavix.open() as camera:
+    shapes = [image.array.shape for image in camera.grab(10)]
+    assert shapes == [(camera.Height, camera.Width)] * 10, shapes
+    print(len(shapes), 'images of', camera.info.friendly_name)" || fail "Python does not get images"
+
 echo "package: compiling an example against the installed headers"
 quietly inside dpkg --install --force-depends "/tmp/$(basename "$development")" || fail "tavix-dev could not be unpacked"
 cp -r tests/install/stranger "$scratch/stranger"
@@ -99,7 +113,7 @@ inside TAVIX_VIRTUAL_CAMERAS=1 /tmp/stranger_grab | tee "$scratch/grab"
 [ "$(grep -c ', good$' "$scratch/grab")" -eq 10 ] || fail "ten good images were expected"
 
 echo "package: removing"
-quietly inside dpkg --purge gstreamer1.0-tavix tavix-dev tavix || fail "it could not be removed"
+quietly inside dpkg --purge python3-tavix gstreamer1.0-tavix tavix-dev tavix || fail "it could not be removed"
 if [ -n "$(find "$system/usr" -name '*tavix*' -print -quit)" ]; then
     find "$system/usr" -name '*tavix*' >&2
     fail "the files above stayed behind"
