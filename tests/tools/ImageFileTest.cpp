@@ -64,6 +64,15 @@ TEST(ImageFile, WritesColourPng) {
     EXPECT_EQ(image.samples, bytes);
 }
 
+TEST(ImageFile, KnowsFormatsByTheSdksTypeAsWell) {
+    const TestFolder folder;
+    const Bytes bytes{0x05};
+    const PngImage image =
+        ReadPng(WriteImage(folder.Path("bits"), tool::ImageFormat::Png, ViewOf(bytes, 0x8101000C, 4, 1)));
+    ASSERT_TRUE(image.isRead);
+    EXPECT_EQ(image.samples, (Bytes{255, 0, 255, 0}));
+}
+
 TEST(ImageFile, WritesPgmForGreyAndPpmForColour) {
     const TestFolder folder;
     const Bytes bytes{'a', 'b', 'c', 'd', 'e', 'f'};

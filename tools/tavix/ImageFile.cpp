@@ -1,32 +1,50 @@
 #include "ImageFile.h"
 
 #include "NewFile.h"
-#include "PngFile.h"
+
+#include <cstdio>
+#include <vector>
 
 #include <nlohmann/json.hpp>
+#include <tavix/imaging/ImageFile.h>
 
 namespace tool {
 namespace {
 
+namespace imaging = Tavix::imaging;
+
 constexpr const char* kAdvice = "choose another --output";
 constexpr const char* kRaw = ".raw";
 
-void WritePgm(NewFile& file, const Picture& picture) {
-    const std::string head = std::string(picture.channels == 3 ? "P6" : "P5") + "\n" + std::to_string(picture.width) +
-                             " " + std::to_string(picture.height) + "\n" + (picture.depth == 16 ? "65535" : "255") +
-                             "\n";
-    file.Write(head.data(), head.size());
-    file.Write(picture.samples.data(), picture.samples.size());
+imaging::PictureView PictureOf(const ImageView& view) {
+    const auto* known = imaging::FindPixelType(static_cast<std::int32_t>(view.pixelFormat));
+    imaging::PictureView picture;
+    picture.data = view.data;
+    picture.size = view.size;
+    picture.format = known ? known->format : imaging::PixelFormat{view.pixelFormat};
+    picture.width = view.width;
+    picture.height = view.height;
+    picture.stride = imaging::StrideOf(picture.format, view.width, view.paddingX);
+    return picture;
 }
 
-std::string WritePicture(ImageNames& names, ImageFormat format, const Picture& picture, const ImageFacts& facts) {
-    const std::string extension = format == ImageFormat::Png ? ".png" : picture.channels == 3 ? ".ppm" : ".pgm";
+imaging::Metadata MetadataOf(const ImageFacts& facts) {
+    imaging::Metadata metadata;
+    metadata.camera = facts.camera;
+    metadata.blockId = facts.blockId;
+    metadata.more = {{"Software", "tavix"}, {"Timestamp", std::to_string(facts.timestamp)}};
+    return metadata;
+}
+
+std::string WritePicture(ImageNames& names, imaging::FileFormat format, const ImageView& view,
+                         const ImageFacts& facts) {
+    const imaging::PictureView picture = PictureOf(view);
+    imaging::FileOptions options;
+    options.facts = format == imaging::FileFormat::Png;
+    const std::vector<std::uint8_t> bytes = imaging::Encode(format, picture, MetadataOf(facts), options);
+    const std::string extension = imaging::ExtensionOf(format, picture.format);
     NewFile file(names.Wanted(facts.blockId, extension), kAdvice, NewFile::Links::Replaced);
-    if (format == ImageFormat::Png) {
-        if (!WritePng(file.Get(), picture, facts)) file.Fail();
-    } else {
-        WritePgm(file, picture);
-    }
+    file.Write(bytes.data(), bytes.size());
     return names.Place(file, facts.blockId, extension);
 }
 
@@ -56,9 +74,13 @@ std::string WriteRaw(ImageNames& names, const ImageView& view, const ImageFacts&
 } // namespace
 
 WrittenImage WriteImage(ImageNames& names, ImageFormat format, const ImageView& view, const ImageFacts& facts) {
-    Picture picture;
-    if (format == ImageFormat::Raw || !Convert(view, picture)) return {WriteRaw(names, view, facts), /*isRaw=*/true};
-    return {WritePicture(names, format, picture, facts), /*isRaw=*/false};
+    const auto file = format == ImageFormat::Png ? imaging::FileFormat::Png : imaging::FileFormat::Pnm;
+    try {
+        if (format != ImageFormat::Raw) return {WritePicture(names, file, view, facts), /*isRaw=*/false};
+    } catch (const imaging::Error&) { // it cannot be converted
+        return {WriteRaw(names, view, facts), /*isRaw=*/true};
+    }
+    return {WriteRaw(names, view, facts), /*isRaw=*/true};
 }
 
 } // namespace tool

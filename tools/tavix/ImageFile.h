@@ -3,11 +3,22 @@
 
 #include "ImageNames.h"
 #include "Options.h"
-#include "PixelConversion.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace tool {
+
+/// Where an image lies and what it is. Borrowed bytes.
+struct ImageView {
+    const std::uint8_t* data = nullptr;
+    std::size_t size = 0;          ///< bytes at data
+    std::uint32_t pixelFormat = 0; ///< as results state it: the SDK's type, or the code
+    std::uint32_t width = 0;       ///< pixels
+    std::uint32_t height = 0;      ///< lines
+    std::uint32_t paddingX = 0;    ///< bytes behind every line
+};
 
 /// What a file tells of its image, beside the pixels.
 struct ImageFacts {

@@ -38,6 +38,7 @@ struct FileOptions {
     Demosaicing demosaicing = Demosaicing::EdgeAware;
     int quality = 90;    ///< JPEG: 1...100
     int compression = 1; ///< PNG and TIFF: 0 none, 1 fastest ... 9 smallest
+    bool facts = true;   ///< whether the file tells what is known of the picture
 };
 
 /// By the name's extension: png, tif, tiff, jpg, jpeg, pgm, ppm, pnm, raw, in capitals as well.

@@ -96,6 +96,7 @@ std::vector<std::uint8_t> Encode(FileFormat file, const PictureView& picture, co
                                  const FileOptions& options) {
     if (file == FileFormat::Raw) return {picture.data, picture.data + picture.size};
     const Picture stored = Convert(picture, StoredAs(file, picture.format), {options.demosaicing});
+    if (!options.facts) return EncodeConverted(file, stored.View(), {}, {}, options);
     return EncodeConverted(file, stored.View(), FactsOf(picture, metadata), metadata, options);
 }
 
