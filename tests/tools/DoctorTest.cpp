@@ -172,6 +172,33 @@ TEST(Doctor, MissesNoProducerThatIsNotInstalled) {
 
 constexpr const char* kRaise = "echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb";
 
+TEST(Doctor, TellsHowManyBuffersTheKernelMaps) {
+    FakeSystem system;
+    system.Write("/sys/module/usbcore/parameters/usbfs_memory_mb", "16");
+    system.Add({});
+    Patient patient = Examined(system);
+    patient.demands = {Demand("2-1", 2u << 20)};
+    EXPECT_EQ(Said(Examine(patient), "mapped-memory").id, "") << "it was not asked";
+    patient.demands[0].mappedBuffers = 4;
+    const Finding some = Said(Examine(patient), "mapped-memory");
+    EXPECT_EQ(some.severity, Severity::Note);
+    EXPECT_THAT(some.text, HasSubstr("4 of the 8 buffers"));
+    EXPECT_EQ(some.command, kRaise);
+    patient.demands[0].mappedBuffers = 8;
+    EXPECT_EQ(Said(Examine(patient), "mapped-memory").severity, Severity::Good);
+}
+
+TEST(Doctor, RaisesNoLimitThatIsNotWhyNothingIsMapped) {
+    FakeSystem system;
+    system.Write("/sys/module/usbcore/parameters/usbfs_memory_mb", "1000");
+    system.Add({});
+    Patient patient = Examined(system);
+    patient.demands = {Demand("2-1", 2u << 20)};
+    patient.demands[0].mappedBuffers = 0;
+    EXPECT_THAT(Said(Examine(patient), "mapped-memory").text, HasSubstr("0 of the 8 buffers"));
+    EXPECT_EQ(Said(Examine(patient), "mapped-memory").command, "");
+}
+
 TEST(Doctor, ComparesTransferMemoryWithWhatTheCamerasWant) {
     FakeSystem system;
     system.Write("/sys/module/usbcore/parameters/usbfs_memory_mb", "16");

@@ -6,8 +6,11 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 #include <GenApi/GenApi.h>
+#include <tavix/StreamMemory.h>
 
 namespace tool {
 namespace {
@@ -45,6 +48,18 @@ std::uint64_t TransferMemory(GenApi::INodeMap* stream, std::uint64_t payload) {
     return most == 0 ? wanted : std::min(wanted, most);
 }
 
+/// Of the buffers that a stream usually has.
+std::optional<unsigned int> MappedBuffers(Tavix::IStreamGrabber& stream, std::uint64_t payload) {
+    auto* const mapper = dynamic_cast<Tavix::IStreamMemory*>(&stream);
+    if (!mapper || payload == 0) return {};
+    std::vector<std::shared_ptr<void>> buffers;
+    while (buffers.size() < kUsualBuffers) {
+        buffers.push_back(mapper->AllocateBuffer(payload));
+        if (!buffers.back()) return static_cast<unsigned int>(buffers.size() - 1);
+    }
+    return kUsualBuffers;
+}
+
 /// The kernel's name of the port in "libusb:2-1.4#0".
 std::string PortOf(const std::string& path) {
     const std::string kBackend = "libusb:";
@@ -65,6 +80,7 @@ CameraDemand Ask(const Tavix::CDeviceInfo& info) {
         if (stream) {
             stream->Open();
             demand.transferMemory = TransferMemory(stream->GetNodeMap(), demand.payload);
+            if (!demand.port.empty()) demand.mappedBuffers = MappedBuffers(*stream, demand.payload);
             stream->Close();
         }
     } catch (const std::exception& e) {

@@ -15,12 +15,13 @@ namespace tool {
 /// What a camera asks of the system, as far as it could be asked itself.
 struct CameraDemand {
     std::string name;
-    std::string path;                 ///< full name, which --camera takes
-    std::string port;                 ///< "2-1.4"; empty for a camera that is not on the bus
-    std::uint64_t payload = 0;        ///< bytes of an image
-    std::uint64_t transferMemory = 0; ///< bytes that are in flight while it streams
-    std::uint64_t bytesPerSecond = 0; ///< that it is set up to send
-    std::string failure;              ///< why it could not be asked; empty when it could
+    std::string path;                          ///< full name, which --camera takes
+    std::string port;                          ///< "2-1.4"; empty for a camera that is not on the bus
+    std::uint64_t payload = 0;                 ///< bytes of an image
+    std::uint64_t transferMemory = 0;          ///< bytes that are in flight while it streams
+    std::uint64_t bytesPerSecond = 0;          ///< that it is set up to send
+    std::optional<unsigned int> mappedBuffers; ///< that the kernel maps for a stream; nothing: not asked
+    std::string failure;                       ///< why it could not be asked; empty when it could
 };
 
 /// Producers that GenTL programs find. Re-entrant.
@@ -44,6 +45,7 @@ struct Patient {
 void ExamineKernel(const Patient& patient, Findings& findings);
 void ExamineLibrary(const Patient& patient, Findings& findings);
 void ExamineTransferMemory(const Patient& patient, Findings& findings);
+void ExamineMappedMemory(const Patient& patient, Findings& findings);
 void ExamineRealTime(const Patient& patient, Findings& findings);
 void ExaminePermissions(const Patient& patient, Findings& findings);
 void ExamineLinks(const Patient& patient, Findings& findings);
@@ -56,6 +58,8 @@ Findings Examine(const Patient& patient);
 /// All of this computer, its cameras asked.
 Findings ExamineThisComputer();
 
+/// Buffers that a stream has when nobody says otherwise.
+inline constexpr unsigned int kUsualBuffers = 8;
 /// The command that lets more transfers wait for data.
 inline constexpr const char* kRaiseTransferMemory =
     "echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb";

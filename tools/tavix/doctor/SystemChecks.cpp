@@ -148,6 +148,26 @@ void ExamineTransferMemory(const Patient& patient, Findings& findings) {
     findings.push_back(std::move(finding));
 }
 
+/// Half of the limit may be mapped.
+void ExamineMappedMemory(const Patient& patient, Findings& findings) {
+    const std::int64_t limit = patient.files.Number(kMemoryLimit).value_or(0);
+    for (const CameraDemand& demand : patient.demands) {
+        if (!demand.mappedBuffers) continue;
+        const std::string all = std::to_string(kUsualBuffers);
+        if (*demand.mappedBuffers >= kUsualBuffers) {
+            findings.push_back({Severity::Good, "mapped-memory", demand.name,
+                                "the kernel maps all " + all + " buffers of a stream: images come without a copy", ""});
+            continue;
+        }
+        const bool isLimit =
+            limit > 0 && kUsualBuffers * demand.payload > kMegabyte * static_cast<std::uint64_t>(limit) / 2;
+        findings.push_back({Severity::Note, "mapped-memory", demand.name,
+                            "the kernel maps " + std::to_string(*demand.mappedBuffers) + " of the " + all +
+                                " buffers of a stream; the others are ordinary memory, which it copies images into",
+                            isLimit ? kRaiseTransferMemory : ""});
+    }
+}
+
 void ExamineRealTime(const Patient& patient, Findings& findings) {
     const std::int64_t limit = RealTimeLimit(patient.files);
     if (limit > 0 || MaySetPriorities(patient.files)) {
@@ -163,8 +183,8 @@ void ExamineRealTime(const Patient& patient, Findings& findings) {
 
 Findings Examine(const Patient& patient) {
     Findings findings;
-    for (const auto check : {ExamineKernel, ExamineLibrary, ExamineTransferMemory, ExamineRealTime, ExaminePermissions,
-                             ExamineLinks, ExamineControllers, ExamineOpenings, ExamineProducers}) {
+    for (const auto check : {ExamineKernel, ExamineLibrary, ExamineTransferMemory, ExamineMappedMemory, ExamineRealTime,
+                             ExaminePermissions, ExamineLinks, ExamineControllers, ExamineOpenings, ExamineProducers}) {
         check(patient, findings);
     }
     return findings;
