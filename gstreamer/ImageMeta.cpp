@@ -34,6 +34,7 @@ std::string ShortName(const std::string& chunk) {
 }
 
 void AddChunks(GstStructure& fields, const Tavix::Image& image) {
+    if (image.Payload().size == image.Data().size) return; // nothing but pixels, and looking for more costs time
     const std::vector<std::string> names = image.ChunkNames();
     if (names.empty()) return;
     GstStructure* chunks = gst_structure_new_empty("chunks");
