@@ -161,3 +161,25 @@ def test_a_subinterpreter_is_refused():
             "except interpreters.RunFailedError as error:\n    print(error)\n")
     done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
     assert "main interpreter only" in done.stdout, done.stderr
+
+
+def test_a_camera_that_comes_back_tells_how_long_it_was_away(camera):
+    told = []
+    subscription = camera.on_removal(told.append)
+    camera.ExposureTime = 1234.0
+    with camera.grab(reconnect=60) as stream:
+        next(stream)
+        camera.DeviceReset()
+        image = next(image for image in stream if image.gap_before > 0)
+        assert image.is_whole and stream.counts.reconnects == 1
+    subscription.end()
+    assert told == [False, True] and camera.ExposureTime == 1234.0
+
+
+def test_a_camera_that_is_not_waited_for_is_removed(camera):
+    with camera.grab() as stream:
+        next(stream)
+        camera.DeviceReset()
+        with pytest.raises(tavix.Removed):
+            for _ in stream:
+                pass
