@@ -77,11 +77,11 @@ Layout::Layout(const PictureView& picture, const PixelFormatInfo& info)
                 std::to_string(picture.stride));
 }
 
-Line Layout::From(std::size_t offset, std::size_t samples, unsigned skip) const {
+PlaneLine Layout::From(std::size_t offset, std::size_t samples, unsigned skip) const {
     return {m_Picture.data + offset, m_Picture.size - offset, skip, samples};
 }
 
-Line Layout::At(std::uint32_t y, unsigned plane) const {
+PlaneLine Layout::At(std::uint32_t y, unsigned plane) const {
     const Geometry& g = m_Geometry;
     if (m_Info.packing == Packing::SemiPlanar && plane == 1) {
         const std::size_t line = g.chromaLines < Height() ? y / 2 : y;

@@ -23,7 +23,7 @@ struct Geometry {
 };
 
 /// One line of one plane.
-struct Line {
+struct PlaneLine {
     const std::uint8_t* data; ///< where it begins, or the last byte border before
     std::size_t size;         ///< bytes that can be read there
     unsigned skip;            ///< samples (Pairs) or bits (Dense) before its first
@@ -41,14 +41,14 @@ public:
     const PixelFormatInfo& Info() const { return m_Info; }
     /// `plane` counts the components of Planar. Of SemiPlanar, 0 is luma and 1 is chroma, whose line `y` counts lines
     /// of luma.
-    Line At(std::uint32_t y, unsigned plane = 0) const;
+    PlaneLine At(std::uint32_t y, unsigned plane = 0) const;
 
 private:
     const PictureView m_Picture;
     const PixelFormatInfo& m_Info;
     const Geometry m_Geometry;
 
-    Line From(std::size_t offset, std::size_t samples, unsigned skip = 0) const;
+    PlaneLine From(std::size_t offset, std::size_t samples, unsigned skip = 0) const;
 };
 
 } // namespace Tavix::imaging

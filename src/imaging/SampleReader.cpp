@@ -15,7 +15,7 @@ T Scaled(unsigned value, unsigned bits) {
 }
 
 /// One sample of Dense; `bit` counts from `line` on.
-unsigned DenseValue(const Line& line, std::size_t bit, unsigned bits) {
+unsigned DenseValue(const PlaneLine& line, std::size_t bit, unsigned bits) {
     unsigned value = 0;
     for (std::size_t i = 0, at = bit / 8; i < 3 && at + i < line.size; ++i)
         value |= unsigned{line.data[at + i]} << (8 * i);
@@ -23,7 +23,7 @@ unsigned DenseValue(const Line& line, std::size_t bit, unsigned bits) {
 }
 
 /// One sample of Pairs; `index` counts from `line` on.
-unsigned PairedValue(const Line& line, std::size_t index, unsigned bits) {
+unsigned PairedValue(const PlaneLine& line, std::size_t index, unsigned bits) {
     const std::uint8_t* pair = line.data + index / 2 * 3;
     const unsigned low = index % 2 == 0 ? pair[1] & 0xFU : unsigned{pair[1]} >> 4;
     const unsigned high = index % 2 == 0 ? pair[0] : pair[2];
@@ -90,7 +90,7 @@ void SampleReader<T>::ReadSamples(std::uint32_t y, T* to) const {
 }
 
 template<class T>
-void SampleReader<T>::ReadLine(const Line& line, T* to) const {
+void SampleReader<T>::ReadLine(const PlaneLine& line, T* to) const {
     switch (m_Layout.Info().packing) {
     case Packing::Dense:
         return ReadDense(line, to);
@@ -118,7 +118,7 @@ void SampleReader<T>::ReadWhole(const std::uint8_t* from, std::size_t count, T* 
 
 // The least value becomes black: the sign bit turned round, and where a byte became a word, in both of its halves.
 template<class T>
-void SampleReader<T>::ReadSigned(const Line& line, T* to) const {
+void SampleReader<T>::ReadSigned(const PlaneLine& line, T* to) const {
     ReadWhole(line.data, line.samples, to);
     const unsigned sign = sizeof(T) == 1 ? 0x80U : m_Layout.Info().bits == 8 ? 0x8080U : 0x8000U;
     for (std::size_t i = 0; i < line.samples; ++i)
@@ -126,7 +126,7 @@ void SampleReader<T>::ReadSigned(const Line& line, T* to) const {
 }
 
 template<class T>
-void SampleReader<T>::ReadDense(const Line& line, T* to) const {
+void SampleReader<T>::ReadDense(const PlaneLine& line, T* to) const {
     const unsigned bits = m_Layout.Info().bits;
     const auto one = [&](std::size_t i) { to[i] = Scaled<T>(DenseValue(line, line.skip + i * bits, bits), bits); };
     std::size_t done = 0;
@@ -139,7 +139,7 @@ void SampleReader<T>::ReadDense(const Line& line, T* to) const {
 }
 
 template<class T>
-void SampleReader<T>::ReadPairs(const Line& line, T* to) const {
+void SampleReader<T>::ReadPairs(const PlaneLine& line, T* to) const {
     const unsigned bits = m_Layout.Info().bits;
     const auto one = [&](std::size_t i) { to[i] = Scaled<T>(PairedValue(line, line.skip + i, bits), bits); };
     std::size_t done = 0;
@@ -152,7 +152,7 @@ void SampleReader<T>::ReadPairs(const Line& line, T* to) const {
 }
 
 template<class T>
-void SampleReader<T>::ReadTriples(const Line& line, T* to) const {
+void SampleReader<T>::ReadTriples(const PlaneLine& line, T* to) const {
     const Packing packing = m_Layout.Info().packing;
     const std::uint8_t* from = line.data;
     for (std::size_t i = 0; i + 3 <= line.samples; i += 3) {
@@ -192,7 +192,7 @@ void SampleReader<T>::Gather(char component, const GatherPlan& plan) {
 template<class T>
 void SampleReader<T>::ReadGroups(std::uint32_t y) {
     const std::string_view order = m_Layout.Info().order;
-    const Line line = m_Layout.At(y);
+    const PlaneLine line = m_Layout.At(y);
     ReadLine(line, m_Samples.Get());
     CompleteGroup(line.samples);
     for (const char component : {'R', 'G', 'B', 'A', 'Y', 'U', 'V'}) {

@@ -52,11 +52,11 @@ private:
     Row<T> m_Samples;
     std::vector<Row<T>> m_Planes;
 
-    void ReadLine(const Line& line, T* to) const;
-    void ReadDense(const Line& line, T* to) const;
-    void ReadPairs(const Line& line, T* to) const;
-    void ReadTriples(const Line& line, T* to) const;
-    void ReadSigned(const Line& line, T* to) const;
+    void ReadLine(const PlaneLine& line, T* to) const;
+    void ReadDense(const PlaneLine& line, T* to) const;
+    void ReadPairs(const PlaneLine& line, T* to) const;
+    void ReadTriples(const PlaneLine& line, T* to) const;
+    void ReadSigned(const PlaneLine& line, T* to) const;
     void ReadWhole(const std::uint8_t* from, std::size_t count, T* to) const;
     void CompleteGroup(std::size_t samples);
     void Gather(char component, const GatherPlan& plan);

@@ -23,10 +23,10 @@ struct Errors {
 
 void OnMessage(j_common_ptr) {}
 
-struct Memory {
+struct JpegMemory {
     unsigned char* bytes = nullptr;
     unsigned long size = 0;
-    ~Memory() { std::free(bytes); }
+    ~JpegMemory() { std::free(bytes); }
 };
 
 void Describe(jpeg_compress_struct& jpeg, const PictureView& picture, int quality) {
@@ -40,7 +40,7 @@ void Describe(jpeg_compress_struct& jpeg, const PictureView& picture, int qualit
 }
 
 /// libjpeg reports failures by longjmp, so nothing with a destructor lives between here and its calls.
-bool Write(const PictureView& picture, const std::string& comment, int quality, Memory& memory) {
+bool Write(const PictureView& picture, const std::string& comment, int quality, JpegMemory& memory) {
     jpeg_compress_struct jpeg{};
     Errors errors;
     jpeg.err = jpeg_std_error(&errors.manager);
@@ -70,7 +70,7 @@ bool Write(const PictureView& picture, const std::string& comment, int quality, 
 
 FileBytes EncodeJpeg(const PictureView& picture, const Facts& facts, const FileOptions& options) {
     constexpr std::size_t kLongestComment = 65533;
-    Memory memory;
+    JpegMemory memory;
     if (!Write(picture, Lines(facts).substr(0, kLongestComment), std::clamp(options.quality, 1, 100), memory))
         throw Error("libjpeg refuses a picture of " + std::to_string(picture.width) + " x " +
                     std::to_string(picture.height));

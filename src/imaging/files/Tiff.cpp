@@ -11,17 +11,17 @@ namespace Tavix::imaging {
 namespace {
 
 /// A file in memory, as libtiff wants to meet it.
-struct Memory {
+struct TiffMemory {
     FileBytes bytes;
     std::size_t place = 0;
 };
 
-Memory& MemoryOf(thandle_t handle) {
-    return *static_cast<Memory*>(handle);
+TiffMemory& MemoryOf(thandle_t handle) {
+    return *static_cast<TiffMemory*>(handle);
 }
 
 tmsize_t OnRead(thandle_t handle, void* to, tmsize_t size) {
-    Memory& memory = MemoryOf(handle);
+    TiffMemory& memory = MemoryOf(handle);
     if (memory.place >= memory.bytes.size() || size <= 0) return 0;
     const std::size_t count = std::min(static_cast<std::size_t>(size), memory.bytes.size() - memory.place);
     std::memcpy(to, memory.bytes.data() + memory.place, count);
@@ -30,7 +30,7 @@ tmsize_t OnRead(thandle_t handle, void* to, tmsize_t size) {
 }
 
 tmsize_t OnWrite(thandle_t handle, void* from, tmsize_t size) {
-    Memory& memory = MemoryOf(handle);
+    TiffMemory& memory = MemoryOf(handle);
     if (size <= 0) return 0;
     try {
         const std::size_t end = memory.place + static_cast<std::size_t>(size);
@@ -44,7 +44,7 @@ tmsize_t OnWrite(thandle_t handle, void* from, tmsize_t size) {
 }
 
 toff_t OnSeek(thandle_t handle, toff_t offset, int whence) {
-    Memory& memory = MemoryOf(handle);
+    TiffMemory& memory = MemoryOf(handle);
     const toff_t base = whence == SEEK_CUR ? memory.place : whence == SEEK_END ? memory.bytes.size() : 0;
     memory.place = static_cast<std::size_t>(base + offset);
     return memory.place;
@@ -69,7 +69,7 @@ struct Closer {
 };
 using File = std::unique_ptr<TIFF, Closer>;
 
-File Open(Memory& memory) {
+File Open(TiffMemory& memory) {
     const std::unique_ptr<TIFFOpenOptions, Closer> options(TIFFOpenOptionsAlloc());
     if (!options) return nullptr;
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnMessage, nullptr);
@@ -114,7 +114,7 @@ void Tell(TIFF* tiff, const Facts& facts, const Metadata& metadata) {
 
 FileBytes EncodeTiff(const PictureView& picture, const Facts& facts, const Metadata& metadata,
                      const FileOptions& options) {
-    Memory memory;
+    TiffMemory memory;
     const auto refuse = [&picture] {
         throw Error("libtiff refuses a picture of " + std::to_string(picture.width) + " x " +
                     std::to_string(picture.height));
