@@ -7,7 +7,6 @@
 
 #include <tavix/camera/Error.h>
 
-#include <GenApi/ICommand.h>
 #include <pybind11/stl.h>
 
 #include <string>
@@ -47,9 +46,8 @@ bool IsStartedAndDone(const Feature& feature) {
 
 bool IsDoneWithin(const Feature& feature, milliseconds time) {
     constexpr milliseconds kStep{2};
-    auto& command = dynamic_cast<GenApi::ICommand&>(feature.Node());
     const auto end = std::chrono::steady_clock::now() + time;
-    while (!command.IsDone()) {
+    while (!feature.IsDone()) {
         if (std::chrono::steady_clock::now() >= end) return false;
         std::this_thread::sleep_for(kStep);
     }

@@ -182,4 +182,11 @@ void Feature::Execute(std::chrono::milliseconds timeout) const {
     }
 }
 
+bool Feature::IsDone() const {
+    const NodeAccess access(*m_Source, m_Name);
+    auto* command = access.As<GenApi::ICommand>();
+    if (!command) access.ThrowWrongType("command");
+    return access.Ask([&] { return command->IsDone(); });
+}
+
 } // namespace Tavix

@@ -84,6 +84,8 @@ TEST_F(FeatureOfCamera, IsSetToTheNearestValueThatItTakes) {
 
 TEST_F(FeatureOfCamera, ExecutesCommandsAndNothingElse) {
     camera["TimestampLatch"].Execute();
+    EXPECT_TRUE(camera["TimestampLatch"].IsDone());
+    ErrorOf<Tavix::ValueError>([&] { (void)camera["Width"].IsDone(); });
     EXPECT_GT(camera["TimestampLatchValue"].Int(), 0);
     ErrorOf<Tavix::ValueError>([&] { camera["Width"].Execute(); });
     ErrorOf<Tavix::ValueError>([&] { camera["TimestampLatch"] = "now"; });

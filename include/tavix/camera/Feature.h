@@ -86,6 +86,8 @@ public:
 
     /// Executes a command and waits until it is done. Timeout when it is not by then.
     void Execute(std::chrono::milliseconds timeout = kCommandTimeout) const;
+    /// Whether a command that was executed is done. Asks the camera.
+    bool IsDone() const;
 
     const std::string& Name() const;
     FeatureType Type() const;
