@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int64_t kLongestBytes = 16; // a register of more bytes is not shown
 
-std::string Number(double value) {
+std::string FloatText(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.6g", value);
     return text;
@@ -59,9 +59,9 @@ std::string IntegerLimits(GenApi::IInteger& feature) {
 }
 
 std::string FloatLimits(GenApi::IFloat& feature) {
-    std::string text = RangeText(feature.GetMin(), feature.GetMax(), Number);
+    std::string text = RangeText(feature.GetMin(), feature.GetMax(), FloatText);
     const bool hasStep = feature.HasInc() && feature.GetIncMode() == GenApi::fixedIncrement;
-    return hasStep ? text + " step " + Number(feature.GetInc()) : text;
+    return hasStep ? text + " step " + FloatText(feature.GetInc()) : text;
 }
 
 std::string EntryNames(GenApi::IEnumeration& feature) {
@@ -118,9 +118,9 @@ std::string DeclaredNumbers(GenApi::INode& node) {
     }
     if (auto* number = dynamic_cast<GenApi::IFloat*>(&node)) {
         return DeclaredRange(DeclaredOr(
-                                 node, "Min", [&] { return number->GetMin(); }, Number),
+                                 node, "Min", [&] { return number->GetMin(); }, FloatText),
                              DeclaredOr(
-                                 node, "Max", [&] { return number->GetMax(); }, Number));
+                                 node, "Max", [&] { return number->GetMax(); }, FloatText));
     }
     return {};
 }

@@ -41,12 +41,12 @@ struct Pipe {
 };
 
 /// Closed at the end of its scope. Bound to a thread.
-class Descriptor {
+class ProcessFile {
 public:
-    explicit Descriptor(int file) : m_File(file) { Require(file >= 0 ? 0 : errno, "watching a program"); }
-    ~Descriptor() { close(m_File); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    explicit ProcessFile(int file) : m_File(file) { Require(file >= 0 ? 0 : errno, "watching a program"); }
+    ~ProcessFile() { close(m_File); }
+    ProcessFile(const ProcessFile&) = delete;
+    ProcessFile& operator=(const ProcessFile&) = delete;
     int Get() const { return m_File; }
 
 private:
@@ -93,7 +93,7 @@ bool Read(int file, std::string& text) {
 
 /// Reads until the program has ended and nothing of it is left; false when the time is over before that.
 bool ReadUntilEnd(pid_t child, int errors, Clock::time_point end, std::string& text) {
-    const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    const ProcessFile process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
     pollfd files[] = {{errors, POLLIN, 0}, {process.Get(), POLLIN, 0}};
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
