@@ -68,6 +68,9 @@ void* operator new[](std::size_t size) {
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return TryToAllocate(size);
 }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return TryToAllocate(size);
+}
 void operator delete(void* memory) noexcept {
     Free(memory);
 }
