@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <string>
 
 #include <dlfcn.h>
 
@@ -14,9 +15,18 @@ namespace {
 
 using Control = bool (*)(const char* request, std::string& answer);
 
+/// Beside the camera class, as all libraries are. By its name alone it would be found only by a program that has this
+/// folder in its own path.
+std::string LibraryPath() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(&Tavix::Cameras), &info) == 0 || !info.dli_fname) return {};
+    const std::string camera = info.dli_fname;
+    return camera.substr(0, camera.rfind('/') + 1) + "libtavixvirtualcam.so";
+}
+
 /// The library is loaded already, where the transport layer found it; it is never unloaded.
 Control FindControl() {
-    void* const library = dlopen("libtavixvirtualcam.so", RTLD_NOW | RTLD_NOLOAD);
+    void* const library = dlopen(LibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
     return library ? reinterpret_cast<Control>(dlsym(library, "VirtualCameraControl")) : nullptr;
 }
 

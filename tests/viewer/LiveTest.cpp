@@ -24,7 +24,8 @@ constexpr const char* kView = R"(, "x": 0, "y": 0, "width": 0, "height": 0, "col
 /// A server with a fast, small virtual camera, and a browser that has opened it.
 class Live : public testing::Test {
 protected:
-    Live() : m_Folder(MakeFolder()), m_Server(Options(m_Folder)), m_Thread([this] { m_Server.Run(); }) {
+    Live() : m_Folder(MakeFolder()), m_Server(Options(m_Folder)), m_Thread([this] { m_Server.Run(); }) {}
+    void SetUp() override { // not while it is made: what fails here must still end the thread
         Enter();
         m_Camera = Ask("virtual", R"(, "request": {"add": {"sensorWidth": 64, "sensorHeight": 64, "frameRate": 200}})")
                        .at("guid")
