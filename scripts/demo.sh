@@ -13,9 +13,9 @@ trap 'rm -f "$log" "$settings"' EXIT
 fail() { echo "demo: $1" >&2; exit 1; }
 quietly() { "$@" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }; }
 
-scripts/setup.sh || fail "the packages above could not be installed"
+scripts/setup.sh --demo || fail "the packages above could not be installed"
 echo "demo: building"
-quietly cmake --preset release || fail "configuring failed, see above"
+quietly cmake --preset release -DTAVIX_BUILD_BENCH=OFF || fail "configuring failed, see above"
 quietly cmake --build --preset release --target demo || fail "building failed, see above"
 
 tavix=build/release/bin/tavix

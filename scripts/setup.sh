@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the project needs. Does nothing when all are there.
-# Usage: scripts/setup.sh [--dev | --packaging | --arm64]
+# Usage: scripts/setup.sh [--demo | --dev | --packaging | --arm64]
+#   --demo       leaves out what only tests and benchmarks need
 #   --dev        adds what only developers need (clang, formatter, fuzzing, virtual machines)
 #   --packaging  adds what trying the Debian packages needs (lintian, debootstrap)
 #   --arm64      adds what building and testing for 64-bit ARM needs (cross compiler, emulator)
@@ -10,11 +11,14 @@ packages=(
     build-essential cmake ninja-build pkg-config git
     libusb-1.0-0-dev liblog4cpp5-dev libboost-dev libpugixml-dev libzip-dev zlib1g-dev libssl-dev
     libcli11-dev nlohmann-json3-dev libpng-dev libjpeg62-turbo-dev libtiff-dev libusbredirparser-dev
+    pybind11-dev python3-dev python3-numpy
+    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
+    libjs-chart.js
+)
+test_packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
-    pybind11-dev python3-dev python3-numpy python3-pytest
-    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
-    python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0
-    libjs-chart.js chromium
+    python3-pytest python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0 gstreamer1.0-plugins-good
+    chromium
 )
 developer_packages=(
     clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen mypy
@@ -22,15 +26,16 @@ developer_packages=(
 )
 developer=no
 case "${1:-}" in
-"") ;;
+"") packages+=("${test_packages[@]}") ;;
+--demo) ;;
 --dev)
     developer=yes
-    packages+=("${developer_packages[@]}")
+    packages+=("${test_packages[@]}" "${developer_packages[@]}")
     ;;
---packaging) packages+=(dpkg-dev lintian debootstrap) ;;
---arm64) packages+=(g++-aarch64-linux-gnu qemu-user-static) ;;
+--packaging) packages+=("${test_packages[@]}" dpkg-dev lintian debootstrap) ;;
+--arm64) packages+=("${test_packages[@]}" g++-aarch64-linux-gnu qemu-user-static) ;;
 *)
-    echo "setup: $1 is not known; usage: scripts/setup.sh [--dev | --packaging | --arm64]" >&2
+    echo "setup: $1 is not known; usage: scripts/setup.sh [--demo | --dev | --packaging | --arm64]" >&2
     exit 2
     ;;
 esac
