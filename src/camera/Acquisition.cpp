@@ -42,7 +42,7 @@ void Acquisition::Start(std::function<void(Image)> receiver) {
     m_Core->Attach(shared_from_this());
     m_IsAttached = true;
     try {
-        StartSession();
+        StartSession(Clock::now());
         m_IsRunning = true;
     } catch (...) {
         StopSession();
@@ -52,7 +52,7 @@ void Acquisition::Start(std::function<void(Image)> receiver) {
     }
 }
 
-void Acquisition::StartSession() {
+void Acquisition::StartSession(Clock::time_point lastArrival) {
     const std::shared_ptr<OpenDevice> device = m_Core->Hold();
     m_Pool = std::make_shared<FramePool>();
     m_Origin = std::make_shared<FrameOrigin>(FrameOrigin{device->Name(), ChunkReader::Create(device->Device())});
@@ -69,7 +69,7 @@ void Acquisition::StartSession() {
     m_Events.Add(device->GetRemoval().Bell());
     m_KnowsLastBlock = false;
     m_FailedSince = 0;
-    m_LastArrival = Clock::now();
+    m_LastArrival = lastArrival;
     m_Session->StartCamera();
 }
 

@@ -60,7 +60,8 @@ private:
     };
 
     void OnResult(const GrabResult& result) noexcept override;
-    void StartSession();
+    /// `lastArrival`: of an image, or what stands for it.
+    void StartSession(std::chrono::steady_clock::time_point lastArrival);
     void StopSession();
     /// From the thread that calls Take, which alone makes buffers: the grabber's own must not wait for the grabber.
     void Feed();

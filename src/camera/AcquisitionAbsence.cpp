@@ -17,10 +17,9 @@ constexpr std::chrono::milliseconds kSeekStep{100};
 void Acquisition::SeekCamera(const Deadline& deadline) {
     try {
         if (m_Core->TryReopen()) {
-            StartSession();
-            m_LastArrival = m_AwaySince;
+            m_HasGap = true; // first, since an image may come, on the grabber's thread, before the start has returned
+            StartSession(m_AwaySince);
             m_IsAway = false;
-            m_HasGap = true;
             ++m_Counts.reconnects;
             return;
         }
