@@ -114,7 +114,7 @@ void Source::WhileItMay(const std::function<void(Tavix::Camera&)>& deed) {
     try {
         deed(*camera);
     } catch (const Tavix::AccessError&) {
-        if (!m_Flow.IsRunning()) throw;
+        // A stream that is just being started or ended locks features, too, so whether one runs is not asked.
         const Flow::Pause pause(m_Flow);
         deed(*camera);
     }

@@ -46,7 +46,7 @@ TEST_F(GstFeature, IsReadAndWrittenWithItsType) {
     EXPECT_EQ(Get("ExposureTime"), "gdouble 1250.500000");
     EXPECT_TRUE(Set("ExposureTime", G_TYPE_INT, "1300"));
     EXPECT_TRUE(Set("ReverseX", G_TYPE_BOOLEAN, "true"));
-    EXPECT_TRUE(Set("PixelFormat", G_TYPE_STRING, "RGB8"));
+    ASSERT_TRUE(Set("PixelFormat", G_TYPE_STRING, "RGB8"));
     EXPECT_TRUE(Set("Width", G_TYPE_UINT64, "320"));
     EXPECT_EQ(Get("Width"), "gint64 320");
 }
