@@ -69,6 +69,14 @@ DEV_HANDLE Session::Device() {
     return m_Device;
 }
 
+bool Session::CanBeOpened(const std::string& id) {
+    DEV_HANDLE device = nullptr;
+    if (m_Library.IFOpenDevice(Interface(), id.c_str(), DEVICE_ACCESS_EXCLUSIVE, &device) != GC_ERR_SUCCESS)
+        return false;
+    Must(m_Library.DevClose(device), "DevClose");
+    return true;
+}
+
 PORT_HANDLE Session::Remote() {
     if (!m_Remote) Must(m_Library.DevGetPort(Device(), &m_Remote), "DevGetPort");
     return m_Remote;

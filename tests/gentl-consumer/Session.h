@@ -42,6 +42,8 @@ public:
     const std::string& StreamId() const { return m_StreamId; }
     void CloseStream();
     void CloseDevice();
+    // Whether a device can be had now; it is given back.
+    bool CanBeOpened(const std::string& id);
 
     // --- registers of the camera
     std::uint32_t Read32(std::uint64_t address);

@@ -36,8 +36,9 @@ def test_a_new_user_without_a_camera(look):
     assert sorted(os.listdir(os.path.join(server.folder, "series"))) == [f"00000{i}.png" for i in range(1, 6)]
     page.wait("document.querySelector('[aria-label=Fault]').options.length > 5")
     page.click(".fault")
-    page.wait(f"Number({FIGURES}.missed) + Number({FIGURES}.failed) > 0", "the fault is counted")
-    page.wait("document.querySelector('.figures').textContent.includes('3 lost')", "the fault is seen")
+    # A busy machine may miss further ones by itself.
+    page.wait(f"Number({FIGURES}.missed) + Number({FIGURES}.failed) >= 3", "the fault is counted")
+    page.wait("/\\b([3-9]|\\d\\d+) lost/.test(document.querySelector('.figures').textContent)", "the fault is seen")
     shot(page, "step-5-fault-seen")
 
 
