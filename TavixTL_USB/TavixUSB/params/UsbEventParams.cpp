@@ -18,7 +18,7 @@ CUsbEventParamsImpl::CUsbEventParamsImpl(const GenICam::gcstring& name) : CNodeM
     SetMapProperties();
     NameNodes();
     SetNodeProperties();
-    FinishNodes();
+    FinalConstruct("Root");
 }
 
 CUsbEventParamsImpl::~CUsbEventParamsImpl() = default;
@@ -82,31 +82,6 @@ void CUsbEventParamsImpl::SetNodeProperties() {
     SetPropertiesTransferLoopThreadPriority_Max();
     SetPropertiesTransferLoopThreadPriority_Min();
     SetPropertiesGenerateNumTestEvents_Value();
-}
-
-void CUsbEventParamsImpl::FinishNodes() {
-    m_Root.FinalConstruct();
-    m_Statistic.FinalConstruct();
-    m_NumBuffer.FinalConstruct();
-    m_NumMaxQueuedUrbs.FinalConstruct();
-    m_TransferLoopThreadPriority.FinalConstruct();
-    m_EnumEntry_Status_Closed.FinalConstruct();
-    m_EnumEntry_Status_Open.FinalConstruct();
-    m_Status.FinalConstruct();
-    m_StatusReg.FinalConstruct();
-    m_StatusIsOpen.FinalConstruct();
-    m_EventStreamGrabberPort.FinalConstruct();
-    m_NumBuffer_Value.FinalConstruct();
-    m_NumMaxQueuedUrbs_Value.FinalConstruct();
-    m_MaximumTransferLength_Value.FinalConstruct();
-    m_Statistic_Total_Event_Count.FinalConstruct();
-    m_Statistic_Failed_Event_Count.FinalConstruct();
-    m_Statistic_Last_Failed_Event_Buffer_Status.FinalConstruct();
-    m_TransferLoopThreadPriority_Value.FinalConstruct();
-    m_TransferLoopThreadPriority_Max.FinalConstruct();
-    m_TransferLoopThreadPriority_Min.FinalConstruct();
-    m_GenerateNumTestEvents_Value.FinalConstruct();
-    FinalConstruct("Root");
 }
 
 void CUsbEventParamsImpl::SetPropertiesRoot() {

@@ -18,7 +18,7 @@ CUsbStreamParamsImpl::CUsbStreamParamsImpl(const GenICam::gcstring& name) : CNod
     SetMapProperties();
     NameNodes();
     SetNodeProperties();
-    FinishNodes();
+    FinalConstruct("Root");
 }
 
 CUsbStreamParamsImpl::~CUsbStreamParamsImpl() = default;
@@ -97,39 +97,6 @@ void CUsbStreamParamsImpl::SetNodeProperties() {
     SetPropertiesTransferLoopThreadPriority_Value();
     SetPropertiesTransferLoopThreadPriority_Max();
     SetPropertiesTransferLoopThreadPriority_Min();
-}
-
-void CUsbStreamParamsImpl::FinishNodes() {
-    m_Root.FinalConstruct();
-    m_Statistic.FinalConstruct();
-    m_MaxNumBuffer.FinalConstruct();
-    m_MaxBufferSize.FinalConstruct();
-    m_NumMaxQueuedUrbs.FinalConstruct();
-    m_MaxTransferSize.FinalConstruct();
-    m_TransferLoopThreadPriority.FinalConstruct();
-    m_EnumEntry_Status_Closed.FinalConstruct();
-    m_EnumEntry_Status_Open.FinalConstruct();
-    m_EnumEntry_Status_Grabbing.FinalConstruct();
-    m_Status.FinalConstruct();
-    m_StatusReg.FinalConstruct();
-    m_StatusIsOpen.FinalConstruct();
-    m_StatusIsLocked.FinalConstruct();
-    m_StreamGrabberPort.FinalConstruct();
-    m_NumMaxQueuedUrbs_Value.FinalConstruct();
-    m_MaxTransferSize_Value.FinalConstruct();
-    m_MaxTransferSize_Max.FinalConstruct();
-    m_MaxTransferSize_Min.FinalConstruct();
-    m_MaxTransferSize_Inc.FinalConstruct();
-    m_Statistic_Total_Buffer_Count.FinalConstruct();
-    m_Statistic_Failed_Buffer_Count.FinalConstruct();
-    m_Statistic_Missed_Frame_Count.FinalConstruct();
-    m_Statistic_Resynchronization_Count.FinalConstruct();
-    m_Statistic_Last_Block_Id.FinalConstruct();
-    m_Statistic_Last_Failed_Buffer_Status.FinalConstruct();
-    m_TransferLoopThreadPriority_Value.FinalConstruct();
-    m_TransferLoopThreadPriority_Max.FinalConstruct();
-    m_TransferLoopThreadPriority_Min.FinalConstruct();
-    FinalConstruct("Root");
 }
 
 void CUsbStreamParamsImpl::SetPropertiesRoot() {

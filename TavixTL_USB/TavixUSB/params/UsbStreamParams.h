@@ -23,7 +23,6 @@ private:
     void SetMapProperties();
     void NameNodes();
     void SetNodeProperties();
-    void FinishNodes();
 
     void SetPropertiesRoot();
     void SetPropertiesStatistic();
