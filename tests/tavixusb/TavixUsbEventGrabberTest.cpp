@@ -53,6 +53,19 @@ protected:
     Tavix::EventResult result;
 };
 
+TEST_F(EventGrabber, VerifiesItsStateBothWaysAndReadsItAsItIs) {
+    GenApi::INode& status = *Parameter("StatusReg").GetNode();
+    status.ImposeAccessMode(GenApi::RO);
+    EXPECT_THROW(grabber().Open(), GenICam::AccessException);
+    status.ImposeAccessMode(GenApi::RW);
+    grabber().Open();
+    status.ImposeAccessMode(GenApi::RO);
+    EXPECT_THROW(grabber().Close(), GenICam::AccessException);
+    status.ImposeAccessMode(GenApi::WO);
+    EXPECT_TRUE(grabber().IsOpen());
+    status.ImposeAccessMode(GenApi::RW);
+}
+
 TEST_F(EventGrabber, IsMadeClosed) {
     EXPECT_FALSE(grabber().IsOpen());
     EXPECT_EQ(0, Parameter("StatusReg").GetValue());

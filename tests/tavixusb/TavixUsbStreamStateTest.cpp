@@ -46,6 +46,18 @@ TEST_F(StreamGrabber, TellsItsStateOnlyWhenItIsANewOne) {
     pStatus->DeregisterCallback(handle); // the grabber is closed once more when the camera goes
 }
 
+TEST_F(StreamGrabber, VerifiesItsStateBothWays) {
+    Open();
+    GenApi::INode& status = *Parameter("StatusReg").GetNode();
+    status.ImposeAccessMode(GenApi::RO);
+    EXPECT_THROW(grabber().Open(), GenICam::AccessException);
+    status.ImposeAccessMode(GenApi::RW);
+    grabber().Open();
+    status.ImposeAccessMode(GenApi::RO);
+    EXPECT_THROW(grabber().Close(), GenICam::AccessException);
+    status.ImposeAccessMode(GenApi::RW);
+}
+
 /// One whose parts that are meant for heirs can be reached.
 struct StateProbe : Tavix::CTavixUsbStream {
     using CTavixUsbStream::CTavixUsbStream;

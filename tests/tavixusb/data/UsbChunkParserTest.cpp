@@ -50,6 +50,15 @@ TEST_F(UsbChunkParser, FindsTheChecksumRight) {
     EXPECT_TRUE(parser.CheckCRC());
 }
 
+TEST_F(UsbChunkParser, FindsTheChecksumOfNothingRight) {
+    for (const std::uint32_t crc : {0u, 1u}) {
+        ChunkBuffer buffer;
+        buffer.Word(crc).Word(0xC1).Word(4);
+        parser.AttachBuffer(buffer.Data(), buffer.Size());
+        EXPECT_EQ(crc == 0, parser.CheckCRC());
+    }
+}
+
 /// A callback of a chunk feature that throws.
 struct UsbChunkParserWithThrowingCallback : UsbChunkParser {
     UsbChunkParserWithThrowingCallback() {
