@@ -113,6 +113,20 @@ TEST(Trailer, OfChunksTellsItsLayout) {
     EXPECT_FALSE(decoded->sizeY);
 }
 
+TEST(Trailer, TellsALayoutOnlyWhereItHasOne) {
+    const auto shorter = DecodeTrailer(kImageTrailer, kPayloadImageExtendedChunk);
+    ASSERT_TRUE(shorter);
+    EXPECT_EQ(shorter->sizeY, 480u);
+    EXPECT_FALSE(shorter->chunkLayoutId);
+    const auto ofImage = DecodeTrailer(kExtendedTrailer, kPayloadImage);
+    ASSERT_TRUE(ofImage);
+    EXPECT_EQ(ofImage->sizeY, 16u);
+    EXPECT_FALSE(ofImage->chunkLayoutId);
+    const auto ofChunks = DecodeTrailer(Cut(With(kImageTrailer, 6, 28), 28), kPayloadChunk);
+    ASSERT_TRUE(ofChunks);
+    EXPECT_FALSE(ofChunks->chunkLayoutId);
+}
+
 TEST(Trailer, OfAnImageMayLackItsLines) {
     const auto decoded = DecodeTrailer(Cut(With(kImageTrailer, 6, 28), 28), kPayloadImage);
     ASSERT_TRUE(decoded);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <libusb.h>
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -48,6 +50,15 @@ TEST(SplitDescriptors, StopsAtATotalLengthBelowItsOwnHeader) {
     EXPECT_TRUE(entry.configurations.empty());
 }
 
+TEST(SplitDescriptors, KeepsAConfigurationThatIsNothingButItsHeader) {
+    const Bytes empty = {9, 2, 9, 0, 0, 1, 0, 0x80, 112};
+    Bytes bytes = TestDevice::DeviceDescriptor();
+    bytes.insert(bytes.end(), empty.begin(), empty.end());
+    usb::DeviceEntry entry;
+    ASSERT_TRUE(usb::SplitDescriptors(bytes, entry));
+    EXPECT_EQ(entry.configurations, std::vector<Bytes>{empty});
+}
+
 TEST(SplitDescriptors, KeepsAConfigurationThatPromisesMoreThanThereIs) {
     Bytes bytes = WholeFile();
     bytes[18 + 3] = 0xFF;
@@ -55,6 +66,27 @@ TEST(SplitDescriptors, KeepsAConfigurationThatPromisesMoreThanThereIs) {
     ASSERT_TRUE(usb::SplitDescriptors(bytes, entry));
     ASSERT_EQ(entry.configurations.size(), 1u);
     EXPECT_EQ(entry.configurations[0].size(), bytes.size() - 18);
+}
+
+TEST(ConfigurationBytes, HaveTheTwoMoreBytesOfAnAudioEndpoint) {
+    libusb_endpoint_descriptor endpoint{};
+    endpoint.bLength = 9;
+    endpoint.bDescriptorType = 5;
+    endpoint.bEndpointAddress = 0x81;
+    endpoint.wMaxPacketSize = 0x0123;
+    endpoint.bRefresh = 7;
+    endpoint.bSynchAddress = 0x82;
+    libusb_interface_descriptor setting{};
+    setting.bLength = 9;
+    setting.bNumEndpoints = 1;
+    setting.endpoint = &endpoint;
+    const libusb_interface interface = {&setting, 1};
+    libusb_config_descriptor configuration{};
+    configuration.bNumInterfaces = 1;
+    configuration.interface = &interface;
+    const Bytes bytes = usb::ConfigurationBytes(configuration);
+    ASSERT_EQ(bytes.size(), 9u + 9u + 9u);
+    EXPECT_EQ(Bytes(bytes.begin() + 18, bytes.end()), Bytes({9, 5, 0x81, 0, 0x23, 0x01, 0, 7, 0x82}));
 }
 
 TEST(AsciiOfStringDescriptor, ReplacesWhatIsNotAscii) {

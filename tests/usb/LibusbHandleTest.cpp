@@ -154,6 +154,8 @@ TEST_F(LibusbTest, RefusesLengthsThatLibusbCannotCount) {
     std::uint8_t byte = 0;
     std::size_t actual = 0;
     EXPECT_EQ(handle->Bulk(TestDevice::kSource, &byte, std::size_t{INT_MAX} + 1, actual, 1), Result::InvalidParam);
+    usbfs::Bus::Instance().Unplug(m_Plugged.Name()); // or the bus would be asked for so much
+    EXPECT_EQ(handle->Bulk(TestDevice::kSource, &byte, INT_MAX, actual, 1), Result::NoDevice);
 }
 
 TEST_F(LibusbTest, TwoHandlesCannotHoldOneInterface) {

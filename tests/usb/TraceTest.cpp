@@ -216,6 +216,7 @@ TEST_F(TracedBusTest, ShowsHaltsStringsAndFailures) {
     EXPECT_EQ(m_Handle->ClearHalt(0x81), Result::Ok);
     EXPECT_EQ(m_Handle->ReadString(6), "VC-1300");
     EXPECT_EQ(PacketsOf(0x81).back().Status(), -32);
+    EXPECT_EQ(PacketsOf(0x81).back().bytes[15], '<') << "nothing came";
     const auto packets = Packets();
     const std::size_t count = packets.size();
     EXPECT_EQ(packets[count - 1].Data(), Hex("10 03 56004300 2D00 3100 3300 3000 3000"));
