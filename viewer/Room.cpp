@@ -3,7 +3,6 @@
 #include "core/Printable.h"
 
 #include <chrono>
-#include <ctime>
 #include <utility>
 
 namespace viewer {
@@ -12,7 +11,6 @@ namespace {
 using namespace Tavix;
 
 constexpr std::size_t kBuffers = 16;
-constexpr std::size_t kMostWatched = 300;
 
 } // namespace
 
@@ -31,14 +29,6 @@ bool Room::Post(std::function<void(Room&)> task) {
     return m_Worker.Post([this, task = std::move(task)] { task(*this); });
 }
 
-void Room::Watch(std::uint64_t client, const std::vector<std::string>& names) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (names.empty())
-        m_Watches.erase(client);
-    else
-        m_Watches[client] = names;
-}
-
 void Room::Tick() {
     if (m_IsLooking.exchange(true)) return; // the last look is still going on
     if (!Post([](Room& room) { room.Look(); })) m_IsLooking = false;
@@ -50,7 +40,7 @@ void Room::Look() {
     if (!m_Camera) return;
     NoticeEnd();
     if (!m_IsAway) {
-        const Json changed = m_States.Update(*m_Camera, Watched());
+        const Json changed = m_States.Update(*m_Camera, m_Watches.Names());
         if (!changed.empty()) m_Outlet.Tell({{"event", "values"}, {"camera", m_Key}, {"values", changed}});
     }
     TellFigures();
@@ -191,16 +181,10 @@ void Room::Trigger() {
 }
 
 void Room::OnImage(Image image) {
+    m_Figures.CountArrival(image);
     std::shared_ptr<Recorder> recorder;
-    const HostTime time = image.Time();
     {
         const std::lock_guard<std::mutex> lock(m_Lock);
-        ++m_Arrivals.frames;
-        m_Arrivals.bytes += image.Payload().size;
-        if (time.IsKnown()) {
-            ++m_Arrivals.timed;
-            m_Arrivals.latency += image.Arrival() - time.monotonic;
-        }
         recorder = m_Recorder;
     }
     if (recorder) recorder->Put(image);
@@ -288,34 +272,9 @@ void Room::NoticeEnd() {
 }
 
 void Room::TellFigures() {
-    const GrabCounts counts = m_Stream ? m_Stream->Counts() : GrabCounts();
-    const LiveFigures live = m_Live.Figures();
-    Arrivals arrivals;
-    {
-        const std::lock_guard<std::mutex> lock(m_Lock);
-        arrivals = m_Arrivals;
-    }
-    const auto ms = [](std::chrono::nanoseconds time) {
-        return std::chrono::duration<double, std::milli>(time).count();
-    };
-    m_Outlet.Tell({{"event", "figures"},
-                   {"camera", m_Key},
-                   {"time", ms(std::chrono::steady_clock::now().time_since_epoch())},
-                   {"frames", arrivals.frames},
-                   {"bytes", arrivals.bytes},
-                   {"timed", arrivals.timed},
-                   {"latencyMs", ms(arrivals.latency)},
-                   {"missed", counts.missed},
-                   {"failed", counts.failed},
-                   {"starved", counts.starved},
-                   {"reconnects", counts.reconnects},
-                   {"shown", live.shown},
-                   {"sentBytes", live.bytes},
-                   {"made", live.made},
-                   {"workMs", ms(live.work)},
-                   {"drawn", live.timed},
-                   {"delayMs", ms(live.delay)},
-                   {"cpuSeconds", static_cast<double>(std::clock()) / CLOCKS_PER_SEC}});
+    Json report = m_Figures.Report(m_Stream ? m_Stream->Counts() : GrabCounts(), m_Live.Figures());
+    report.update({{"event", "figures"}, {"camera", m_Key}});
+    m_Outlet.Tell(std::move(report));
 }
 
 void Room::TellRecording() {
@@ -326,16 +285,6 @@ void Room::TellRecording() {
         if (m_Recorder && m_Recorder->IsDone()) m_Recorder.reset(); // told once more
     }
     if (recorder) m_Outlet.Tell({{"event", "recording"}, {"camera", m_Key}, {"state", recorder->State()}});
-}
-
-std::vector<std::string> Room::Watched() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    std::set<std::string> names;
-    for (const auto& [client, watched] : m_Watches) {
-        for (const std::string& name : watched)
-            if (names.size() < kMostWatched) names.insert(name);
-    }
-    return {names.begin(), names.end()};
 }
 
 } // namespace viewer

@@ -3,19 +3,19 @@
 
 #include "Client.h"
 #include "FeatureTree.h"
+#include "Figures.h"
 #include "LiveImage.h"
 #include "Recorder.h"
+#include "Watches.h"
 #include "Worker.h"
 
 #include <tavix/camera/Camera.h>
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -34,7 +34,7 @@ public:
     const std::string& Key() const { return m_Key; }
     const std::string& Name() const { return m_Name; }
     /// What a browser whose window shows these features wants to follow; none for a browser that left.
-    void Watch(std::uint64_t client, const std::vector<std::string>& names);
+    void Watch(std::uint64_t client, const std::vector<std::string>& names) { m_Watches.Set(client, names); }
     /// Looks at everything that changes by itself, and tells of it. Once every half second.
     void Tick();
 
@@ -60,11 +60,6 @@ public:
     Json Compare(const std::string& text);
 
 private:
-    struct Arrivals {
-        std::uint64_t frames = 0, bytes = 0, timed = 0;
-        std::chrono::nanoseconds latency{};
-    };
-
     Tavix::Camera& Camera();
     void OnImage(Tavix::Image image);
     void OnEvent(const Tavix::CameraEvent& event);
@@ -76,7 +71,6 @@ private:
     void TellRecording();
     void NoticeEnd();
     void Look();
-    std::vector<std::string> Watched() const;
 
     const std::string m_Key, m_Name;
     Outlet& m_Outlet;
@@ -84,10 +78,11 @@ private:
     std::atomic<bool> m_IsAway{false}, m_IsLooking{false};
     std::atomic<int> m_EventCredit{0};
 
+    Watches m_Watches;
+    Figures m_Figures;
+
     mutable std::mutex m_Lock;
-    std::map<std::uint64_t, std::vector<std::string>> m_Watches; // guarded by m_Lock, as the next two
-    std::shared_ptr<Recorder> m_Recorder;
-    Arrivals m_Arrivals;
+    std::shared_ptr<Recorder> m_Recorder; // guarded by m_Lock
 
     // of the room's thread
     std::vector<std::string> m_Names; // of all features
