@@ -9,9 +9,14 @@
 namespace viewer {
 namespace {
 
+using Tavix::CameraInfo;
 using Tavix::Printable;
 
 constexpr std::size_t kMostRooms = 16;
+
+bool IsVirtual(const std::string& path) {
+    return path.rfind("virtual:", 0) == 0;
+}
 
 } // namespace
 
@@ -129,10 +134,13 @@ std::string Hub::KeyOf(const Tavix::CameraInfo& info) const {
 }
 
 void Hub::OnCamera(const Tavix::CameraInfo& info, bool arrived) {
-    if (arrived)
+    if (arrived) {
         m_Cameras[info.path] = info;
-    else
-        m_Cameras.erase(info.path);
+        m_Pulled.erase(info.guid);
+    } else if (const auto known = m_Cameras.find(info.path); known != m_Cameras.end()) {
+        if (IsVirtual(info.path)) m_Pulled[known->second.guid] = known->second;
+        m_Cameras.erase(known);
+    }
     TellCameras();
     const RoomPtr room = arrived ? RoomOf(KeyOf(info)) : nullptr;
     if (room) room->Post([info](Room& self) { self.Reopen(info); });
@@ -140,17 +148,23 @@ void Hub::OnCamera(const Tavix::CameraInfo& info, bool arrived) {
 
 Json Hub::CameraList() const {
     Json list = Json::array();
-    for (const auto& [path, info] : m_Cameras) {
-        list.push_back({{"key", KeyOf(info)},
-                        {"name", Printable(info.userName.empty() ? info.friendlyName : info.userName)},
-                        {"model", Printable(info.model)},
-                        {"vendor", Printable(info.vendor)},
-                        {"serial", Printable(info.serial)},
-                        {"path", Printable(path)},
-                        {"speed", Printable(info.speed)},
-                        {"isVirtual", path.rfind("virtual:", 0) == 0}});
-    }
+    for (const auto& [path, info] : m_Cameras)
+        list.push_back(Describe(info, /*isAway=*/false));
+    for (const auto& [guid, info] : m_Pulled)
+        list.push_back(Describe(info, /*isAway=*/true));
     return list;
+}
+
+Json Hub::Describe(const CameraInfo& info, bool isAway) const {
+    return {{"key", KeyOf(info)},
+            {"name", Printable(info.userName.empty() ? info.friendlyName : info.userName)},
+            {"model", Printable(info.model)},
+            {"vendor", Printable(info.vendor)},
+            {"serial", Printable(info.serial)},
+            {"path", Printable(info.path)},
+            {"speed", Printable(info.speed)},
+            {"isVirtual", IsVirtual(info.path)},
+            {"isAway", isAway}};
 }
 
 void Hub::TellCameras() {

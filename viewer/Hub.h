@@ -53,6 +53,7 @@ private:
     std::string KeyOf(const Tavix::CameraInfo& info) const;
     RoomPtr RoomOf(const std::string& key) const;
     Json CameraList() const;
+    Json Describe(const Tavix::CameraInfo& info, bool isAway) const;
     void TellCameras();
 
     const ViewerOptions m_Options;
@@ -61,6 +62,7 @@ private:
     std::map<std::uint64_t, Client*> m_Clients; // borrowed
     std::uint64_t m_Steering = 0;
     std::map<std::string, Tavix::CameraInfo> m_Cameras; // by path
+    std::map<std::string, Tavix::CameraInfo> m_Pulled;  // virtual ones that can be plugged in again, by GUID
     std::map<std::string, RoomPtr> m_Rooms;             // by key
     std::map<std::string, Json> m_RoomStates;           // what was told last of each
     Worker m_Desk;                                      // for what no room does

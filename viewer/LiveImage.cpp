@@ -2,6 +2,7 @@
 
 #include "core/Printable.h"
 
+#include <algorithm>
 #include <ctime>
 #include <exception>
 #include <utility>
@@ -81,11 +82,14 @@ LiveFigures LiveImage::Figures() const {
     return m_Figures;
 }
 
+bool LiveImage::CanTake(const View& view) const {
+    return m_Newest && view.sent.size() < kInFlight && view.sent.count(m_Newest->number) == 0;
+}
+
 std::map<std::uint64_t, LiveImage::View>::iterator LiveImage::FindWaiting(std::uint64_t last) {
-    if (!m_Newest) return m_Views.end();
     const auto waits = [this](const View& view) {
-        return view.sent.size() < kInFlight && view.sent.count(m_Newest->number) == 0 &&
-               (view.isNew || view.last != m_Newest->number);
+        const bool isOwed = view.owesDetails && Clock::now() >= view.detailed + kBetweenDetails;
+        return CanTake(view) && (view.isNew || isOwed || view.last != m_Newest->number);
     };
     for (auto view = m_Views.upper_bound(last); view != m_Views.end(); ++view)
         if (waits(view->second)) return view;
@@ -94,24 +98,41 @@ std::map<std::uint64_t, LiveImage::View>::iterator LiveImage::FindWaiting(std::u
     return m_Views.end();
 }
 
+ViewOptions LiveImage::Due(View& view) {
+    ViewOptions options = view.options;
+    const auto now = Clock::now();
+    const bool isDue = options.details && (view.isNew || now - view.detailed >= kBetweenDetails);
+    // What moves has them with the next image; a single one may be the last for a long time.
+    view.owesDetails = options.details && !isDue && options.kind != ImageKind::Jpeg;
+    options.details = isDue;
+    if (isDue) view.detailed = now;
+    view.isNew = false;
+    return options;
+}
+
+void LiveImage::Wait(std::unique_lock<std::mutex>& lock) {
+    auto due = Clock::time_point::max();
+    for (const auto& [client, view] : m_Views)
+        if (view.owesDetails && CanTake(view)) due = std::min(due, view.detailed + kBetweenDetails);
+    if (due == Clock::time_point::max())
+        m_Changed.wait(lock);
+    else
+        m_Changed.wait_until(lock, due);
+}
+
 void LiveImage::Run() {
     std::uint64_t last = 0;
     std::unique_lock<std::mutex> lock(m_Lock);
-    while (true) {
-        auto waiting = m_Views.end();
-        m_Changed.wait(lock, [&] {
-            waiting = FindWaiting(last);
-            return m_Stop || waiting != m_Views.end();
-        });
-        if (m_Stop) return;
+    while (!m_Stop) {
+        const auto waiting = FindWaiting(last);
+        if (waiting == m_Views.end()) {
+            Wait(lock);
+            continue;
+        }
         last = waiting->first;
         View& view = waiting->second;
         const PicturePtr picture = m_Newest;
-        ViewOptions options = view.options;
-        const bool isDue = view.isNew || Clock::now() - view.detailed >= kBetweenDetails;
-        options.details = options.details && isDue;
-        if (options.details) view.detailed = Clock::now();
-        view.isNew = false;
+        const ViewOptions options = Due(view);
         view.last = picture->number;
         view.sent[picture->number] = picture->exposed;
         lock.unlock();

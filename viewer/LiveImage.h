@@ -52,9 +52,15 @@ private:
         std::uint64_t last = 0; ///< number of the image sent last
         std::map<std::uint64_t, std::chrono::steady_clock::time_point> sent; ///< not yet drawn, with their exposures
         std::chrono::steady_clock::time_point detailed{};
+        bool owesDetails = false; ///< the last one went without them, since others had just been sent
     };
 
     void Run();
+    /// Until something has changed or is due.
+    void Wait(std::unique_lock<std::mutex>& lock);
+    bool CanTake(const View& view) const;
+    /// What is sent to the view now: details only so often.
+    static ViewOptions Due(View& view);
     /// The next browser to serve, after `last` in turn; the end when none waits.
     std::map<std::uint64_t, View>::iterator FindWaiting(std::uint64_t last);
     void Serve(std::uint64_t client, const PicturePtr& picture, const ViewOptions& options);

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <list>
+#include <map>
+#include <string>
 #include <thread>
 
 namespace {
@@ -186,7 +188,7 @@ TEST_F(Hostile, WhoSteeredAndLeftLeavesItToAnother) {
 
 class HurriedServer : public Hostile {
 protected:
-    HurriedServer() : Hostile(std::chrono::milliseconds(300)) {}
+    HurriedServer() : Hostile(std::chrono::seconds(1)) {} // which a busy machine does not take for a request
 };
 
 TEST_F(HurriedServer, DoesNotWaitForARequestThatNeverEnds) {
@@ -211,14 +213,16 @@ protected:
 
 TEST_F(SmallServer, RefusesMoreConnectionsThanItHasRoomFor) {
     const std::string cookie = Cookie();
-    std::list<Wire> wires;
-    std::string refused;
+    std::list<Wire> wires; // which stay open; that of the key may still be about to be closed
+    std::map<std::string, int> answers;
     for (int i = 0; i < 5; ++i) {
         wires.emplace_back(Port());
         wires.back().Send(Get("/", cookie));
-        refused = StatusOf(wires.back().ReadAnswer());
+        ++answers[StatusOf(wires.back().ReadAnswer())];
     }
-    EXPECT_EQ("503", refused);
+    EXPECT_LE(1, answers["503"]);
+    EXPECT_GE(4, answers["200"]);
+    EXPECT_EQ(5, answers["503"] + answers["200"]);
 }
 
 } // namespace

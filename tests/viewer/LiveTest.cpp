@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -73,7 +74,8 @@ protected:
                 return text;
             }
             ++m_Images;
-            m_LastNumber = HeaderOf(message).at("number").get<std::uint64_t>();
+            m_LastHeader = HeaderOf(message);
+            m_LastNumber = m_LastHeader.at("number").get<std::uint64_t>();
         }
     }
     static Json HeaderOf(const std::string& image) {
@@ -108,6 +110,7 @@ protected:
     std::unique_ptr<Wire> m_Wire;
     std::string m_Camera;
     std::uint64_t m_LastId = 1, m_LastNumber = 0;
+    Json m_LastHeader;
     int m_Images = 0;
     bool m_IsAway = false; ///< as it was told last, as is the next
     std::string m_Listed;
@@ -116,6 +119,8 @@ protected:
 TEST_F(Live, ABrowserThatDrawsNothingGetsTwoImagesAndHoldsNothingUp) {
     AskCamera("start");
     AskCamera("view", kView);
+    while (m_Images < 2)
+        Figures();
     const Json first = Figures();
     Json last = first;
     while (last.at("frames").get<int>() < first.at("frames").get<int>() + 200)
@@ -137,6 +142,39 @@ TEST_F(Live, TheSameImageComesAgainWhenItIsLookedAtInAnotherWay) {
     AskCamera("view", std::string(kView) + R"(, "profile": [0, 0, 63, 63])");
     while (m_Images < 3)
         Figures();
+}
+
+TEST_F(Live, ASingleImageHasItsDetailsHoweverSoonAfterAnotherItComes) {
+    std::string detailed = kView;
+    detailed.replace(detailed.rfind("false"), 5, "true");
+    AskCamera("view", detailed);
+    AskCamera("single");
+    AskCamera("single");
+    while (m_LastNumber < 2 || !m_LastHeader.contains("details")) {
+        TellShown(m_LastNumber);
+        Figures();
+    }
+}
+
+TEST_F(Live, AVirtualCameraThatWasPulledIsListedAsAway) {
+    const auto awaitAway = [this](bool isAway) {
+        const auto isAsWanted = [&](const Json& camera) {
+            return camera.at("key") == m_Camera && camera.at("isAway") == isAway;
+        };
+        const auto isListed = [&] {
+            const Json cameras = Json::parse(m_Listed).at("cameras");
+            return std::any_of(cameras.begin(), cameras.end(), isAsWanted);
+        };
+        while (!isListed())
+            Next();
+    };
+    AskCamera("close");
+    const std::string camera = R"(": ")" + m_Camera + "\"}";
+    Ask("virtual", R"(, "request": {"unplug)" + camera);
+    awaitAway(true);
+    Ask("virtual", R"(, "request": {"plug)" + camera);
+    awaitAway(false);
+    EXPECT_FALSE(AskCamera("open").contains("error"));
 }
 
 TEST_F(Live, WhatChangesByAChangeIsTold) {

@@ -153,6 +153,12 @@ class Tab:
                 raise AssertionError(f"{why or script}: it did not come true; the page says:\n{shown}")
             time.sleep(0.05)  # between two looks, not instead of one
 
+    def wait_for_count(self, script, goal, why=None):
+        """Waits for a figure as long as it grows, be it ever so slowly."""
+        count = -1
+        while count < goal:
+            count = self.wait(f"((count) => count > {count} && count)({script})", why)
+
     def click(self, selector, text=None):
         """Presses the button that a selector and its text find."""
         find = (f"[...document.querySelectorAll({json.dumps(selector)})].find((one) => !one.disabled && one.offsetParent && "
@@ -166,10 +172,10 @@ class Tab:
                  f"{json.dumps(value)}; field.dispatchEvent(new Event('input', {{bubbles: true}}));"
                  f"field.dispatchEvent(new Event('change', {{bubbles: true}})); }})()")
 
-    def key(self, key):
-        for kind in ("keyDown", "keyUp"):
+    def key(self, key, times=1, shift=False):
+        for kind in ("keyDown", "keyUp") * times:
             text = {"text": key} if len(key) == 1 and kind == "keyDown" else {}
-            self.call("Input.dispatchKeyEvent", type=kind, key=key, **text)
+            self.call("Input.dispatchKeyEvent", type=kind, key=key, modifiers=8 if shift else 0, **text)
 
     def drag(self, start, end):
         for kind, at in (("mousePressed", start), ("mouseMoved", end), ("mouseReleased", end)):

@@ -27,9 +27,11 @@ def look(browser, request):
         return server, page
 
     yield start
+    problems = []
     for page in pages:
         page.screenshot(os.path.join(os.environ["TAVIX_SCREENSHOTS"], f"{request.node.name}.png"))
-        assert page.problems == []
+        problems += page.problems
         page.close()
     for server in servers:
         server.__exit__()
+    assert problems == []

@@ -30,16 +30,23 @@ def is_in(state):
     return f"document.querySelector('.panel').dataset.state === '{state}'"
 
 
+def middle_of_image(page):
+    """Of the window, in pixels."""
+    return page.run("(() => { const {x, y, width, height} = document.querySelector('canvas.image')"
+                    ".getBoundingClientRect(); return [x + width / 2, y + height / 2]; })()")
+
+
 def stop(page):
     page.click(".panel .tools button", "Stop")
     page.wait(is_in("open"), "it has stopped")
 
 
 def take_single(page):
-    """The first image of an acquisition, which is the same at any time."""
+    """The first image of an acquisition, which is the same at any time, without loss."""
     page.run("document.querySelector('canvas.image').dataset.block = 'none'")
     page.click(".panel .tools button", "Single")
-    page.wait("document.querySelector('canvas.image').dataset.block === '0'", "a single image")
+    page.wait("(({block, kind}) => block === '0' && kind !== 'jpeg')(document.querySelector('canvas.image').dataset)",
+              "a single image")
 
 
 def tab(page, name):
@@ -57,9 +64,21 @@ def show_all(page):
     page.choose(".features select", "3")
 
 
-def set_feature(page, name, value):
+def await_unlocked(page, name):
     page.wait(f"{control(name)} && !{control(name)}.disabled", f"{name} can be set")
+
+
+def set_feature(page, name, value):
+    """Until the camera has taken it, or refused it."""
+    await_unlocked(page, name)
     page.choose(f"[data-feature={name}] .control :is(input[type=text], select)", value)
+    page.wait(f"document.querySelector('[data-feature={name}]').ariaBusy !== 'true'", f"{name} is set")
+
+
+def press_feature(page, name):
+    """A switch or a command."""
+    await_unlocked(page, name)
+    page.run(f"{control(name)}.click()")
 
 
 def wait_for_value(page, name, value):

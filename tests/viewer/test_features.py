@@ -1,7 +1,7 @@
 """Features: to the camera, from the camera, and between two browsers."""
 
 from browser import wait_until
-from page import CAMERA, control, is_in, open_camera, set_feature, show_all, stop, wait_for_value
+from page import CAMERA, control, is_in, open_camera, set_feature, show_all, stop, tab, wait_for_value
 
 
 def choose_file(page, button, path):
@@ -91,6 +91,61 @@ def test_one_steers_and_another_looks_on_until_it_takes_over(look, browser):
     page.wait(f"{control('Gain')}.disabled")
     other.close()
     page.wait("document.querySelector('#steering').textContent === 'You steer'", "who is left steers")
+
+
+def point_and_look(page, tool):
+    """Shows the image pixel by pixel and chooses a tool, by keys alone."""
+    page.run("document.querySelector('canvas.image').focus()")
+    page.key("1")
+    page.wait("document.querySelector('.about').textContent.includes('100 %')", "pixel by pixel")
+    page.key(tool)
+
+
+def test_a_region_is_drawn_by_keyboard(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    point_and_look(page, "r")
+    page.key("Enter")
+    page.key("ArrowRight", times=3)
+    page.key("Escape")  # not so
+    page.run("document.querySelector('canvas.image').blur()")  # the pointer stays where it was
+    page.key("r")
+    page.key("ArrowLeft", times=3)
+    page.key("Enter")
+    page.key("ArrowRight", times=31, shift=True)
+    page.key("ArrowDown", times=23, shift=True)
+    page.key("Enter")
+    page.wait("document.querySelector('.about').textContent.startsWith('32 × 24 ')", "the camera sends the region")
+    show_all(page)
+    wait_for_value(page, "OffsetX", "160")
+    wait_for_value(page, "OffsetY", "120")
+
+
+def test_a_profile_and_the_crosshair_are_moved_by_keyboard(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    stop(page)
+    tab(page, "Values")
+    point_and_look(page, "p")
+    page.key("Enter")
+    page.key("ArrowRight", times=2)
+    page.key("Enter")
+    page.wait("document.querySelector('[aria-label^=Profile]').getContext('2d')"
+              ".getImageData(0, 0, 300, 100).data.some(Boolean)", "a profile is drawn")
+    page.key("m")
+    page.wait("document.querySelector('[aria-label^=Profile]').hidden", "it goes with its tool")
+    page.key("x")
+    before = page.wait("document.querySelector('.pixel').textContent.match(/x (\\d+), y (\\d+)/)?.slice(1).map(Number)")
+    page.key("ArrowLeft", times=2, shift=True)
+    page.key("ArrowDown", shift=True)
+    page.wait(f"document.querySelector('.pixel').textContent.startsWith('x {before[0] - 2}, y {before[1] + 1}')")
+    assert page.run("[...document.querySelectorAll('.tools label')].find((one) => one.textContent.includes('Crosshair'))"
+                    ".control.checked"), "the switch says so"
+    lines = page.run("""(() => { const canvas = document.querySelector('canvas.image');
+        const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, 1);
+        const yellow = (i) => data[i] > 120 && data[i + 2] < 90 && data[i + 3] > 0;
+        return Array.from({length: canvas.width}, (_, x) => yellow(4 * x)).filter(Boolean).length; })()""")
+    assert 1 <= lines <= 3, "one upright line"
 
 
 def test_everything_can_be_done_by_keyboard(look):

@@ -29,9 +29,13 @@ export class CameraList {
     await this.#link.ask('start', {camera: key});
   }
 
-  #item({key, name, vendor, path, speed, isVirtual}) {
+  #item({key, name, vendor, path, speed, isVirtual, isAway}) {
     const isOpen = this.#rooms.has(key);
     const plug = (what) => attempt(() => this.#link.ask('virtual', {request: {[what]: key}}));
+    if (isAway) {
+      return h('li', {class: 'away'}, h('span', {}, `${name} is unplugged`), h('button', {type: 'button',
+        class: 'small steers', title: `Plugs ${name} in again`, onclick: () => plug('plug')}, 'Plug in again'));
+    }
     return h('li', {},
       h('button', {type: 'button', class: isOpen ? 'camera open' : 'camera', 'data-key': key, title: path,
         'aria-pressed': String(isOpen),

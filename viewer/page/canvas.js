@@ -1,13 +1,15 @@
 // The image of a camera: asks the server for the part that is seen, draws it, and lets a person move in it.
 import {attempt} from './dom.js';
+import {Frame} from './frame.js';
+import {drawCrosshair, drawLine, drawRegion, drawValues} from './overlay.js';
+import {Viewport} from './viewport.js';
 
-const kTrueValues = 8; // screen pixels for an image pixel from which on values are asked for
+const kTrueValues = 8; // canvas pixels for an image pixel from which on values are asked for
 const kPrinted = 30; // and printed
-const kLargestZoom = 128;
+const kArrows = {ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1]};
 
 export class ImageCanvas extends EventTarget {
   canvas = document.createElement('canvas');
-  size = {width: 0, height: 0};
   header = null;
   settings = {colour: true, marks: false, black: 0, white: 0, details: true, crosshair: false};
   tool = 'move';
@@ -15,15 +17,15 @@ export class ImageCanvas extends EventTarget {
 
   #link;
   #camera;
-  #scale = 1;
-  #centre = {x: 0, y: 0};
-  #fits = true;
+  #view = new Viewport();
   #moves = false;
   #frame = null; // what was drawn last, and can be drawn again
+  #came = 0; // images so far
+  #drawn = 0; // which of them the frame is
   #asked = '';
   #planned = false;
-  #drag = null;
-  #pointer = null;
+  #drag = null; // a tool between its two ends, which are places in the image
+  #pointer = null; // on the canvas
 
   constructor(link, camera) {
     super();
@@ -35,8 +37,8 @@ export class ImageCanvas extends EventTarget {
     canvas.setAttribute('role', 'img');
     canvas.addEventListener('wheel', (event) => this.#onWheel(event), {passive: false});
     canvas.addEventListener('pointerdown', (event) => this.#onDown(event));
-    canvas.addEventListener('pointermove', (event) => this.#onMove(event));
-    canvas.addEventListener('pointerup', (event) => this.#onUp(event));
+    canvas.addEventListener('pointermove', (event) => this.#pointTo(this.#at(event)));
+    canvas.addEventListener('pointerup', () => this.#end());
     canvas.addEventListener('pointerleave', () => { this.#pointer = null; this.redraw(); });
     canvas.addEventListener('keydown', (event) => this.#onKey(event));
     link.on(`image ${camera}`, (image) => this.#onImage(image));
@@ -44,7 +46,7 @@ export class ImageCanvas extends EventTarget {
   }
 
   get scale() {
-    return this.#scale;
+    return this.#view.scale;
   }
 
   /** Whether new images come all the time; single ones are sent without loss. */
@@ -56,14 +58,7 @@ export class ImageCanvas extends EventTarget {
 
   /** Looks at the whole image again, or with `scale` screen pixels for an image pixel. */
   zoom(scale, at = null) {
-    const before = at && this.toImage(at.x, at.y);
-    this.#fits = scale === 0;
-    if (!this.#fits) this.#scale = Math.min(Math.max(scale, Math.min(1, this.#fitScale()) / 2), kLargestZoom);
-    if (before) {
-      const after = this.toImage(at.x, at.y);
-      this.#centre.x += before.x - after.x;
-      this.#centre.y += before.y - after.y;
-    }
+    this.#view.zoom(scale, at);
     this.look();
   }
 
@@ -84,48 +79,50 @@ export class ImageCanvas extends EventTarget {
     this.look();
   }
 
-  /** Screen coordinates, in pixels of the canvas, to those of the image. */
-  toImage(x, y) {
-    const {width, height} = this.canvas;
-    return {x: this.#centre.x + (x - width / 2) / this.#scale, y: this.#centre.y + (y - height / 2) / this.#scale};
+  /** Draws the last image again, and what lies over it. */
+  redraw() {
+    const context = this.canvas.getContext('2d');
+    context.clearRect(0, 0, this.canvas.width, this.canvas.height);
+    if (!this.#frame) return;
+    const {header, picture, values} = this.#frame;
+    const view = this.#view;
+    const at = view.toCanvas(header);
+    context.imageSmoothingEnabled = header.columns > header.width * view.scale;
+    context.drawImage(picture, at.x, at.y, header.width * view.scale, header.height * view.scale);
+    if (values && view.scale >= kPrinted) drawValues(context, view, this.#frame);
+    if (this.settings.crosshair && this.#pointer) drawCrosshair(context, view, this.#pointer);
+    if (this.profile) drawLine(context, view, this.profile);
+    if (this.#drag?.tool === 'region') drawRegion(context, view, this.#region());
   }
 
-  toScreen(x, y) {
-    const {width, height} = this.canvas;
-    return {x: (x - this.#centre.x) * this.#scale + width / 2, y: (y - this.#centre.y) * this.#scale + height / 2};
+  /** The pixel below the pointer, with its values where they are known. */
+  pixel() {
+    if (!this.#pointer || !this.#frame) return null;
+    const at = this.#view.toImage(this.#pointer);
+    const {x, y} = this.#view.pixelAt(at);
+    if (x !== Math.floor(at.x) || y !== Math.floor(at.y)) return null;
+    return {x, y, values: this.#frame.valuesAt(x, y)};
   }
 
-  #fitScale() {
-    if (!this.size.width) return 1;
-    return Math.min(this.canvas.width / this.size.width, this.canvas.height / this.size.height);
-  }
-
-  #measure() {
+  #measure(image = this.#view.image) {
     const ratio = window.devicePixelRatio || 1;
     const width = Math.max(1, Math.round(this.canvas.clientWidth * ratio));
     const height = Math.max(1, Math.round(this.canvas.clientHeight * ratio));
     if (this.canvas.width !== width || this.canvas.height !== height) Object.assign(this.canvas, {width, height});
-    if (!this.#fits) return;
-    this.#scale = this.#fitScale();
-    this.#centre = {x: this.size.width / 2, y: this.size.height / 2};
+    this.#view.measure({image, canvas: {width, height}});
   }
 
   #ask() {
     this.#measure();
-    const from = this.toImage(0, 0);
-    const to = this.toImage(this.canvas.width, this.canvas.height);
-    const x = Math.max(0, Math.floor(from.x));
-    const y = Math.max(0, Math.floor(from.y));
-    const known = this.size.width > 0 && !this.#fits;
-    const width = known ? Math.max(1, Math.min(this.size.width, Math.ceil(to.x)) - x) : 0;
-    const height = known ? Math.max(1, Math.min(this.size.height, Math.ceil(to.y)) - y) : 0;
-    const scale = this.size.width ? Math.min(1, this.#scale) : 1;
+    const {scale, fits, image, canvas} = this.#view;
+    const seen = this.#view.seen();
+    const shrunk = image.width ? Math.min(1, scale) : 1;
     const {colour, marks, black, white, details} = this.settings;
     const request = {
-      camera: this.#camera, x: known ? x : 0, y: known ? y : 0, width, height,
-      columns: Math.max(1, Math.round((width || this.size.width || this.canvas.width) * scale)),
-      rows: Math.max(1, Math.round((height || this.size.height || this.canvas.height) * scale)),
-      kind: this.#scale >= kTrueValues && known ? 'values' : this.#moves ? 'jpeg' : 'plain',
+      camera: this.#camera, ...seen,
+      columns: Math.max(1, Math.round((seen.width || image.width || canvas.width) * shrunk)),
+      rows: Math.max(1, Math.round((seen.height || image.height || canvas.height) * shrunk)),
+      kind: scale >= kTrueValues && image.width && !fits ? 'values' : this.#moves ? 'jpeg' : 'plain',
       colour, marks, black, white, details,
     };
     if (this.profile) request.profile = this.profile;
@@ -135,98 +132,31 @@ export class ImageCanvas extends EventTarget {
     attempt(() => this.#link.ask('view', request)).then((answer) => { if (!answer) this.#asked = ''; });
   }
 
-  async #onImage({header, body}) {
-    const {columns, rows, channels, kind} = header;
-    let picture;
-    let values = null;
-    if (kind === 'jpeg') {
-      picture = await createImageBitmap(new Blob([body], {type: 'image/jpeg'}));
-    } else {
-      picture = picturefrom(body, columns, rows, channels);
-      if (kind === 'values') values = valuesFrom(body.subarray(columns * rows * channels), header);
+  async #onImage(image) {
+    const turn = ++this.#came;
+    try {
+      const frame = await Frame.from(image);
+      if (turn > this.#drawn) this.#show(frame, turn);
+      else frame.close(); // it took longer than one that came after it
+    } finally {
+      this.#link.ask('shown', {camera: this.#camera, number: image.header.number}).catch(() => {});
     }
-    this.#frame?.picture.close?.();
-    this.#frame = {header, picture, values};
+  }
+
+  #show(frame, turn) {
+    const {header} = frame;
+    this.#drawn = turn;
+    this.#frame?.close();
+    this.#frame = frame;
     this.header = header;
-    if (header.imageWidth !== this.size.width || header.imageHeight !== this.size.height) {
-      this.size = {width: header.imageWidth, height: header.imageHeight};
-      this.#measure();
+    const {width, height} = this.#view.image;
+    if (header.imageWidth !== width || header.imageHeight !== height) {
+      this.#measure({width: header.imageWidth, height: header.imageHeight});
       this.look();
     }
     this.redraw();
-    this.canvas.dataset.number = header.number;
-    this.canvas.dataset.block = header.block;
-    this.canvas.dataset.kind = kind;
-    this.#link.ask('shown', {camera: this.#camera, number: header.number}).catch(() => {});
+    Object.assign(this.canvas.dataset, {number: header.number, block: header.block, kind: header.kind});
     this.dispatchEvent(new CustomEvent('image', {detail: header}));
-  }
-
-  /** Draws the last image again, and what lies over it. */
-  redraw() {
-    const context = this.canvas.getContext('2d');
-    context.clearRect(0, 0, this.canvas.width, this.canvas.height);
-    if (!this.#frame) return;
-    const {header, picture, values} = this.#frame;
-    const at = this.toScreen(header.x, header.y);
-    context.imageSmoothingEnabled = header.columns > header.width * this.#scale;
-    context.drawImage(picture, at.x, at.y, header.width * this.#scale, header.height * this.#scale);
-    if (values && this.#scale >= kPrinted) this.#print(context, values, header);
-    this.#drawOver(context);
-  }
-
-  #print(context, values, header) {
-    const size = Math.min(14 * (window.devicePixelRatio || 1), this.#scale / (header.components === 3 ? 4 : 3));
-    context.font = `${size}px sans-serif`;
-    context.textAlign = 'center';
-    context.textBaseline = 'middle';
-    for (let y = 0; y < header.height; ++y) {
-      for (let x = 0; x < header.width; ++x) {
-        const at = this.toScreen(header.x + x + 0.5, header.y + y + 0.5);
-        const own = values.slice((y * header.width + x) * header.components).slice(0, header.components);
-        context.fillStyle = own[0] > 0.5 * (2 ** header.bits) ? '#000' : '#fff';
-        own.forEach((value, i) => context.fillText(value, at.x, at.y + (i - (own.length - 1) / 2) * size * 1.1));
-      }
-    }
-  }
-
-  #drawOver(context) {
-    context.lineWidth = Math.max(1, window.devicePixelRatio || 1);
-    context.strokeStyle = '#ffb000';
-    if (this.settings.crosshair && this.#pointer) {
-      context.beginPath();
-      context.moveTo(this.#pointer.x, 0);
-      context.lineTo(this.#pointer.x, this.canvas.height);
-      context.moveTo(0, this.#pointer.y);
-      context.lineTo(this.canvas.width, this.#pointer.y);
-      context.stroke();
-    }
-    if (this.profile) {
-      const [x1, y1, x2, y2] = this.profile;
-      const a = this.toScreen(x1 + 0.5, y1 + 0.5);
-      const b = this.toScreen(x2 + 0.5, y2 + 0.5);
-      context.beginPath();
-      context.moveTo(a.x, a.y);
-      context.lineTo(b.x, b.y);
-      context.stroke();
-    }
-    if (this.#drag?.tool === 'region') {
-      const {from, to} = this.#drag;
-      context.strokeRect(from.x, from.y, to.x - from.x, to.y - from.y);
-    }
-  }
-
-  /** The pixel below the pointer, with its values where they are known. */
-  pixel() {
-    if (!this.#pointer || !this.size.width) return null;
-    const at = this.toImage(this.#pointer.x, this.#pointer.y);
-    const x = Math.floor(at.x);
-    const y = Math.floor(at.y);
-    if (x < 0 || y < 0 || x >= this.size.width || y >= this.size.height) return null;
-    const {values, header} = this.#frame;
-    const inside = values && x >= header.x && y >= header.y && x < header.x + header.width &&
-      y < header.y + header.height;
-    const first = inside ? ((y - header.y) * header.width + x - header.x) * header.components : 0;
-    return {x, y, values: inside ? [...values.slice(first, first + header.components)] : null};
   }
 
   #at(event) {
@@ -237,96 +167,97 @@ export class ImageCanvas extends EventTarget {
 
   #onWheel(event) {
     event.preventDefault();
-    this.zoom(this.#scale * Math.exp(-event.deltaY / 300), this.#at(event));
+    this.zoom(this.scale * Math.exp(-event.deltaY / 300), this.#at(event));
   }
 
   #onDown(event) {
     if (event.button !== 0) return;
     this.canvas.setPointerCapture(event.pointerId);
-    this.#drag = {tool: this.tool, from: this.#at(event), to: this.#at(event)};
+    this.#begin(this.#at(event));
   }
 
-  #onMove(event) {
-    const at = this.#at(event);
+  #pointTo(at) {
     this.#pointer = at;
-    if (this.#drag) this.#dragTo(at);
+    if (this.#drag) this.#dragTo(this.#view.toImage(at));
     this.redraw();
     this.dispatchEvent(new CustomEvent('pointer'));
   }
 
-  #dragTo(at) {
-    const drag = this.#drag;
-    if (drag.tool === 'move') {
-      this.#pan((drag.to.x - at.x) / this.#scale, (drag.to.y - at.y) / this.#scale);
-    } else if (drag.tool === 'line') {
-      this.profile = [...this.#clamped(drag.from), ...this.#clamped(at)];
-      this.look();
+  #begin(at) {
+    const place = this.#view.toImage(at);
+    this.#drag = {tool: this.tool, from: place, to: place};
+  }
+
+  #dragTo(place) {
+    const {tool, from} = this.#drag;
+    if (tool === 'move') {
+      this.#view.pan(from.x - place.x, from.y - place.y);
+    } else {
+      this.#drag.to = place;
+      if (tool === 'line') this.profile = this.#ends();
     }
-    drag.to = at;
-  }
-
-  #clamped(at) {
-    const {x, y} = this.toImage(at.x, at.y);
-    return [Math.min(Math.max(0, Math.floor(x)), this.size.width - 1),
-      Math.min(Math.max(0, Math.floor(y)), this.size.height - 1)];
-  }
-
-  #onUp() {
-    const drag = this.#drag;
-    this.#drag = null;
-    if (drag?.tool !== 'region') return;
-    const [x1, y1] = this.#clamped(drag.from);
-    const [x2, y2] = this.#clamped(drag.to);
-    this.redraw();
-    if (Math.abs(x2 - x1) < 2 || Math.abs(y2 - y1) < 2) return;
-    const detail = {x: Math.min(x1, x2) + this.header.offsetX, y: Math.min(y1, y2) + this.header.offsetY,
-      width: Math.abs(x2 - x1) + 1, height: Math.abs(y2 - y1) + 1};
-    this.dispatchEvent(new CustomEvent('region', {detail}));
-  }
-
-  #pan(x, y) {
-    this.#fits = false;
-    this.#centre.x = Math.min(Math.max(0, this.#centre.x + x), this.size.width);
-    this.#centre.y = Math.min(Math.max(0, this.#centre.y + y), this.size.height);
     this.look();
+  }
+
+  /** The pixels at both ends of what is dragged: x, y, x, y. */
+  #ends() {
+    const [a, b] = [this.#drag.from, this.#drag.to].map((place) => this.#view.pixelAt(place));
+    return [a.x, a.y, b.x, b.y];
+  }
+
+  #region() {
+    const [x1, y1, x2, y2] = this.#ends();
+    return {x: Math.min(x1, x2), y: Math.min(y1, y2), width: Math.abs(x2 - x1) + 1, height: Math.abs(y2 - y1) + 1};
+  }
+
+  #end() {
+    const region = this.#drag?.tool === 'region' ? this.#region() : null;
+    this.#drag = null;
+    this.redraw();
+    if (!region || region.width < 3 || region.height < 3) return;
+    const {offsetX, offsetY} = this.header;
+    this.dispatchEvent(new CustomEvent('region', {detail: {...region, x: region.x + offsetX, y: region.y + offsetY}}));
   }
 
   #onKey(event) {
     if (event.ctrlKey || event.metaKey || event.altKey) return;
-    const step = 0.1 * this.canvas.width / this.#scale;
     const keys = {
-      '+': () => this.zoom(this.#scale * 2), '=': () => this.zoom(this.#scale * 2),
-      '-': () => this.zoom(this.#scale / 2), '0': () => this.zoom(0), '1': () => this.zoom(1),
-      ArrowLeft: () => this.#pan(-step, 0), ArrowRight: () => this.#pan(step, 0),
-      ArrowUp: () => this.#pan(0, -step), ArrowDown: () => this.#pan(0, step),
+      '+': () => this.zoom(this.scale * 2), '=': () => this.zoom(this.scale * 2),
+      '-': () => this.zoom(this.scale / 2), '0': () => this.zoom(0), '1': () => this.zoom(1),
     };
-    if (!keys[event.key]) return;
+    if (this.tool !== 'move') keys.Enter = () => this.#mark();
+    if (this.#drag) keys.Escape = () => { this.#drag = null; this.redraw(); };
+    const arrow = kArrows[event.key];
+    const run = arrow ? () => this.#onArrow(...arrow, event.shiftKey) : keys[event.key];
+    if (!run) return;
     event.preventDefault();
-    keys[event.key]();
+    run();
   }
-}
 
-/** Samples of one or three bytes a pixel as something that can be drawn. */
-function picturefrom(samples, columns, rows, channels) {
-  const image = new ImageData(columns, rows);
-  const pixels = image.data;
-  const last = channels - 1;
-  for (let i = 0, from = 0; i < pixels.length; i += 4, from += channels) {
-    pixels[i] = samples[from];
-    pixels[i + 1] = samples[from + Math.min(1, last)];
-    pixels[i + 2] = samples[from + last];
-    pixels[i + 3] = 255;
+  /** Arrows move the image, or what a tool points at; with Shift they point pixel by pixel. */
+  #onArrow(x, y, byPixel) {
+    const step = byPixel ? this.scale : 0.1 * this.canvas.width;
+    if (this.tool === 'move' && !byPixel) {
+      this.#view.pan(x * step / this.scale, y * step / this.scale);
+      this.look();
+      return;
+    }
+    const {width, height} = this.canvas;
+    const from = this.#pointer ?? this.#middle();
+    this.#pointTo({x: Math.min(Math.max(0, from.x + x * step), width - 1),
+      y: Math.min(Math.max(0, from.y + y * step), height - 1)});
   }
-  const canvas = new OffscreenCanvas(columns, rows);
-  canvas.getContext('2d').putImageData(image, 0, 0);
-  return canvas;
-}
 
-function valuesFrom(data, header) {
-  const view = new DataView(data.buffer, data.byteOffset, data.byteLength);
-  const count = header.width * header.height * header.components;
-  const values = new Array(count);
-  for (let i = 0; i < count; ++i)
-    values[i] = header.valueBytes === 2 ? view.getUint16(2 * i, true) : view.getUint8(i);
-  return values;
+  /** The middle of the pixel in the middle of what is seen. */
+  #middle() {
+    const {x, y} = this.#view.pixelAt(this.#view.centre);
+    return this.#view.toCanvas({x: x + 0.5, y: y + 0.5});
+  }
+
+  /** Enter sets the first end of what a tool draws, and then the other. */
+  #mark() {
+    if (this.#drag) return this.#end();
+    this.#begin(this.#pointer ?? this.#middle());
+    return this.#pointTo(this.#pointer ?? this.#middle());
+  }
 }

@@ -43,7 +43,10 @@ export function addVirtualCamera(link) {
 const kKeys = [
   ['S', 'start or stop the image of the chosen camera'], ['G', 'a single image'], ['T', 'a software trigger'],
   ['/', 'search the features'], ['0', 'the whole image'], ['1', 'one screen pixel for an image pixel'],
-  ['+ −', 'larger, smaller'], ['Arrows', 'move in the image'], ['X', 'crosshair'], ['?', 'this help'],
+  ['+ −', 'larger, smaller'], ['Arrows', 'move in the image'], ['Shift and arrows', 'point at its pixels, one by one'],
+  ['X', 'crosshair'], ['R, P, M', 'draw a region or the line of a profile, or move again'],
+  ['Enter', 'in the image: one end of the region or line, then the other; arrows move it, Escape gives it up'],
+  ['?', 'this help'],
 ];
 
 export function showHelp() {

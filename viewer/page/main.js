@@ -58,7 +58,9 @@ link.on('welcome', (message) => {
   document.body.dataset.ready = String(Math.round(performance.now()));
 });
 link.on('lost', ({isStranger}) => setConnection(byId('connection'), isStranger
-  ? 'The server was started anew: open the address that it printed' : 'The server is not there; looking for it …', false));
+  ? 'The server was started anew and does not know this browser: open the address that it printed, or press Enter in its ' +
+    'terminal for another one. This page goes on by itself then.'
+  : 'The server is not there; looking for it …', false));
 link.on('cameras', (message) => {
   cameras = message.cameras;
   list.update(cameras, new Set(panels.keys()));
@@ -77,7 +79,8 @@ function chosenPanel() {
 
 const kKeys = {
   s: (panel) => panel?.startOrStop(), g: (panel) => panel?.single(), t: (panel) => panel?.trigger(),
-  x: (panel) => panel?.toggleCrosshair(), '/': (panel) => panel?.search(), '?': () => showHelp(),
+  x: (panel) => panel?.toggleCrosshair(), m: (panel) => panel?.chooseTool('move'),
+  r: (panel) => panel?.chooseTool('region'), p: (panel) => panel?.chooseTool('line'), '/': (panel) => panel?.search(), '?': () => showHelp(),
 };
 document.addEventListener('keydown', (event) => {
   const isTyping = event.target.matches('input:not([type=range],[type=checkbox]), select, textarea');

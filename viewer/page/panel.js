@@ -6,6 +6,8 @@ import {attempt, figure, h, note, setText} from './dom.js';
 import {FeatureTree} from './features.js';
 import {Plots} from './plots.js';
 
+const kTools = {move: 'Move', region: 'Region', line: 'Profile'};
+
 export class Panel {
   #link;
   #camera;
@@ -22,6 +24,10 @@ export class Panel {
   #plug = h('button', {type: 'button', class: 'steers', hidden: true, onclick: () => attempt(() =>
     this.#link.ask('virtual', {request: {plug: this.#camera}}))}, 'Plug in again');
   #start = h('button', {type: 'button', class: 'main steers', onclick: () => this.startOrStop()}, 'Start');
+  #tool = h('select', {'aria-label': 'What dragging in the image, or Enter and the arrows, does',
+    onchange: () => this.#useTool()},
+  ...Object.entries(kTools).map(([value, text]) => h('option', {value}, text)));
+  #crosshair = h('input', {type: 'checkbox', onchange: () => this.#showCrosshair()});
   #pixel = h('span', {class: 'pixel'});
   #about = h('span', {class: 'about'});
   #histogram = h('canvas', {class: 'curves', role: 'img', 'aria-label': 'Histogram'});
@@ -117,8 +123,28 @@ export class Panel {
   }
 
   toggleCrosshair() {
-    this.#image.settings.crosshair = !this.#image.settings.crosshair;
+    this.#crosshair.checked = !this.#crosshair.checked;
+    this.#showCrosshair();
+  }
+
+  /** One of kTools, ready for the keys that work in the image. */
+  chooseTool(name) {
+    this.#tool.value = name;
+    this.#useTool();
+    this.#image.canvas.focus();
+  }
+
+  #showCrosshair() {
+    this.#image.settings.crosshair = this.#crosshair.checked;
     this.#image.redraw();
+  }
+
+  #useTool() {
+    const image = this.#image;
+    image.tool = this.#tool.value;
+    this.#profile.hidden = image.tool !== 'line';
+    if (image.tool !== 'line') image.profile = null;
+    image.look();
   }
 
   #toolbar() {
@@ -127,23 +153,16 @@ export class Panel {
     const choice = (text, title, checked, onchange) => h('label', {title}, h('input', {type: 'checkbox', checked,
       onchange: (event) => { onchange(event.target.checked); this.#image.look(); this.#image.redraw(); }}), ` ${text}`);
     const image = this.#image;
-    const tools = {move: 'Move', region: 'Region', line: 'Profile'};
-    const tool = h('select', {'aria-label': 'What dragging in the image does', onchange: (event) => {
-      image.tool = event.target.value;
-      this.#profile.hidden = image.tool !== 'line';
-      if (image.tool !== 'line') image.profile = null;
-      image.look();
-    }}, ...Object.entries(tools).map(([value, text]) => h('option', {value}, text)));
     return h('div', {class: 'row tools', role: 'toolbar', 'aria-label': 'Image'},
       this.#start, button('Single', 'One image (G)', () => this.single(), 'steers'),
       button('Trigger', 'A software trigger (T)', () => this.trigger(), 'steers trigger'),
-      h('label', {}, 'Drag: ', tool),
+      h('label', {title: 'M, R and P; Enter begins and ends, arrows point, with Shift pixel by pixel'}, 'Drag: ', this.#tool),
       button('Whole sensor', 'Ends the region', () => this.#setRegion({x: 0, y: 0, width: 1e6, height: 1e6}), 'steers'),
       button('Fit', 'The whole image (0)', () => image.zoom(0)), button('1:1', 'Pixel by pixel (1)', () => image.zoom(1)),
       button('+', 'Larger', () => image.zoom(image.scale * 2)), button('−', 'Smaller', () => image.zoom(image.scale / 2)),
       choice('Colour', 'Bayer images in colour, or as the sensor has them', true, (on) => { image.settings.colour = on; }),
       choice('Saturation', 'Marks saturated pixels red', false, (on) => { image.settings.marks = on; }),
-      choice('Crosshair', 'At the pointer (X)', false, (on) => { image.settings.crosshair = on; }),
+      h('label', {title: 'At the pointer (X)'}, this.#crosshair, ' Crosshair'),
       h('span', {title: 'Values that are shown black and white; 0 and 0: all that the depth has'}, 'Window ',
         this.#black, ' to ', this.#white));
   }

@@ -129,12 +129,14 @@ export class FeatureRow {
     this.#next = {value, nearest};
     if (this.#isBusy) return;
     this.#isBusy = true;
+    this.element.ariaBusy = 'true';
     while (this.#next) {
       const {value: wanted, nearest: isNear} = this.#next;
       this.#next = null;
       await attempt(() => this.#change(wanted, isNear));
     }
     this.#isBusy = false;
+    this.element.ariaBusy = null;
     this.#control.dataset.shown = this.#control.value;
     this.#showValue();
   }
