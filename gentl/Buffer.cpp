@@ -207,11 +207,16 @@ void BufferPartInfo(const Buffer& buffer, uint32_t part, BUFFER_PART_INFO_CMD co
     }
 }
 
+Contents ContentsOf(const Buffer& buffer) {
+    return {buffer.record, static_cast<const std::uint8_t*>(buffer.data), buffer.size, buffer.own};
+}
+
 /// Each chunk is followed by its ID and its length, so the walk goes from the end to the beginning.
-std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Record& record, const std::uint8_t* data, size_t size) {
-    if (!HasChunks(record)) Fail(GC_ERR_NO_DATA, "the buffer holds no chunk data");
+std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Contents& contents) {
+    if (!HasChunks(contents.record)) Fail(GC_ERR_NO_DATA, "the buffer holds no chunk data");
+    const std::uint8_t* const data = contents.data;
     std::vector<SINGLE_CHUNK_DATA> chunks;
-    for (size_t end = Filled(record, size); end > 0;) {
+    for (size_t end = Filled(contents.record, contents.size); end > 0;) {
         if (end < u3v::chunk::kTrailerSize) Fail(GC_ERR_PARSING_CHUNK_DATA, "the chunk data are broken");
         const std::uint32_t id = u3v::Load32(data + end - u3v::chunk::kIdFromEnd);
         const std::uint32_t length = u3v::Load32(data + end - u3v::chunk::kLengthFromEnd);

@@ -20,15 +20,17 @@ enum class Place { Announced, Input, Output, Delivered };
 /// lock of the buffer's slot, so that they wait for nobody. Thread-safe in that sense.
 class Buffer final : public Object {
 public:
-    Buffer(void* streamHandle, void* memory, size_t bytes, void* user)
-        : Object(Kind::Buffer), stream(streamHandle), data(memory), size(bytes), userPointer(user) {}
+    /// `shareOfMemory` is null for memory of the consumer, who keeps it until the buffer is revoked.
+    Buffer(void* streamHandle, void* memory, size_t bytes, void* user, std::shared_ptr<void> shareOfMemory = nullptr)
+        : Object(Kind::Buffer), stream(streamHandle), data(memory), size(bytes), userPointer(user),
+          own(std::move(shareOfMemory)) {}
 
     void* const stream; ///< handle of the stream it belongs to
-    void* const data;   ///< the consumer's, or the USB access library's
+    void* const data;   ///< the consumer's, or our own
     const size_t size;
     void* const userPointer;
+    const std::shared_ptr<void> own; ///< memory that we allocated lives as long as somebody reads it
 
-    bool isOwn = false;                      ///< memory of AllocateMemory
     Place place = Place::Announced;          ///< with the stream's lock
     vexlo::BufferHandle_s* handle = nullptr; ///< with the stream's lock; null while not registered
     bool isOnBus = false;                    ///< with the stream's lock: the USB access library has it
@@ -57,9 +59,19 @@ void BufferInfo(const Buffer& buffer, BUFFER_INFO_CMD command, Answer& answer);
 void BufferPartInfo(const Buffer& buffer, uint32_t part, BUFFER_PART_INFO_CMD command, Answer& answer);
 /// NO_DATA when the buffer holds no image.
 uint32_t CountParts(const Buffer& buffer);
+
+/// What is in a buffer, to be read without its lock.
+struct Contents {
+    Buffer::Record record;
+    const std::uint8_t* data;
+    size_t size;
+    std::shared_ptr<const void> share; ///< memory of ours stays until then, even if the buffer or its stream goes
+};
+/// With the lock held.
+Contents ContentsOf(const Buffer& buffer);
 /// The chunks of a buffer, in the order in which they lie there. NO_DATA without chunks, PARSING_CHUNK_DATA when their
 /// layout is broken. Reads the memory, so the consumer must not have queued it.
-std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Buffer::Record& record, const std::uint8_t* data, size_t size);
+std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Contents& contents);
 
 /// Runs `ask(buffer)` with the record's lock held. INVALID_HANDLE for a stream or buffer that is none, or a buffer of
 /// another stream.

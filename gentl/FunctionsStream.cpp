@@ -114,16 +114,10 @@ GC_ERROR DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS
 GC_ERROR DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, SINGLE_CHUNK_DATA* pChunkData,
                               size_t* piNumChunks) {
     return Call([&] {
-        Buffer::Record record;
-        const std::uint8_t* data = nullptr;
-        size_t size = 0;
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
-            record = buffer.record;
-            data = static_cast<const std::uint8_t*>(buffer.data);
-            size = buffer.size;
-        });
+        Contents contents{};
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) { contents = ContentsOf(buffer); });
         size_t& count = Needed(piNumChunks);
-        const auto chunks = ChunksOf(record, data, size);
+        const auto chunks = ChunksOf(contents);
         if (pChunkData && count < chunks.size()) {
             count = chunks.size();
             Fail(GC_ERR_BUFFER_TOO_SMALL, "there are more chunks than room for them");

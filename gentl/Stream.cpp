@@ -33,9 +33,7 @@ void Stream::CheckOwn(const std::shared_ptr<Buffer>& buffer) const {
     if (buffer->stream != Handle()) NotOfThisStream();
 }
 
-std::shared_ptr<Buffer> Stream::Add(void* memory, size_t size, void* user, bool isOwn) {
-    auto buffer = std::make_shared<Buffer>(Handle(), memory, size, user);
-    buffer->isOwn = isOwn;
+std::shared_ptr<Buffer> Stream::Add(const std::shared_ptr<Buffer>& buffer) {
     m_Buffers.reserve(m_Buffers.size() + 1);
     buffer->Register();
     try {
@@ -54,20 +52,15 @@ std::shared_ptr<Buffer> Stream::Announce(void* memory, size_t size, void* user) 
     const bool isKnown =
         std::any_of(m_Buffers.begin(), m_Buffers.end(), [&](const auto& each) { return each->data == memory; });
     if (isKnown) Fail(GC_ERR_RESOURCE_IN_USE, "the memory is announced already");
-    return Add(memory, size, user, /*isOwn=*/false);
+    return Add(std::make_shared<Buffer>(Handle(), memory, size, user));
 }
 
 std::shared_ptr<Buffer> Stream::Allocate(size_t size, void* user) {
     if (size == 0) Fail(GC_ERR_INVALID_PARAMETER, "the buffer has no size");
     const Guard guard(m_Mutex);
-    void* memory = nullptr;
-    Check(m_Vx->AllocateMemory(size, &memory), "There is no memory for the buffer");
-    try {
-        return Add(memory, size, user, /*isOwn=*/true);
-    } catch (...) {
-        (void)m_Vx->FreeMemory(memory);
-        throw;
-    }
+    std::shared_ptr<void> memory = m_Vx->ShareMemory(size);
+    if (!memory) memory.reset(new std::uint8_t[size], std::default_delete<std::uint8_t[]>());
+    return Add(std::make_shared<Buffer>(Handle(), memory.get(), size, user, memory));
 }
 
 void Stream::RegisterOnBus(Buffer& buffer) {
@@ -118,9 +111,8 @@ void Stream::Revoke(const std::shared_ptr<Buffer>& buffer, void** memory, void**
     }
     m_Buffers.erase(std::remove(m_Buffers.begin(), m_Buffers.end(), buffer), m_Buffers.end());
     buffer->Unregister();
-    if (memory) *memory = buffer->isOwn ? nullptr : buffer->data;
+    if (memory) *memory = buffer->own ? nullptr : buffer->data;
     if (user) *user = buffer->userPointer;
-    if (buffer->isOwn) (void)m_Vx->FreeMemory(buffer->data);
 }
 
 BUFFER_HANDLE Stream::BufferAt(size_t index) {
@@ -235,16 +227,15 @@ void Stream::ForgetEvent(EVENT_TYPE type) noexcept {
 
 void Stream::Close() noexcept {
     StopPump();
+    std::vector<std::shared_ptr<Buffer>> buffers; // their memory stays until the bus has let go of it
     {
         const Guard guard(m_Mutex);
         StopLocked();
-        for (const auto& buffer : m_Buffers) {
+        for (const auto& buffer : m_Buffers)
             buffer->Unregister();
-            if (buffer->isOwn) (void)m_Vx->FreeMemory(buffer->data);
-        }
         m_Input.clear();
         m_Output.clear();
-        m_Buffers.clear();
+        buffers.swap(m_Buffers);
     }
     Module::Close();
     (void)m_Vx->RegisterWaitObject(nullptr);

@@ -73,7 +73,7 @@ private:
 
     // With m_Mutex held.
     void CheckOwn(const std::shared_ptr<Buffer>& buffer) const;
-    std::shared_ptr<Buffer> Add(void* memory, size_t size, void* user, bool isOwn);
+    std::shared_ptr<Buffer> Add(const std::shared_ptr<Buffer>& buffer);
     void RegisterOnBus(Buffer& buffer);
     void QueueOnBus(const std::shared_ptr<Buffer>& buffer);
     void PutIntoInput(const std::shared_ptr<Buffer>& buffer);

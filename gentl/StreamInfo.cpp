@@ -131,7 +131,7 @@ void Stream::BuildSettings() {
     m_Port.Choice("StreamMemory", {{"Ordinary", 0}, {"Mapped", 1}}, [this]() -> std::uint64_t {
         const Guard guard(m_Mutex);
         for (const auto& buffer : m_Buffers) {
-            if (buffer->isOwn) return 1;
+            if (buffer->own) return 1;
         }
         return 0;
     });
