@@ -213,7 +213,8 @@ TEST(Grab, TakesShorterTransfersForACameraThatNeedsThem) {
 
 TEST(Grab, EndsInGoodOrderAtCtrlC) {
     const TestFolder folder;
-    ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-o", folder.Path("images"), "--json"});
+    const std::string settings = folder.Write("c.json", R"({"cameras": [{"frameRateEnable": false}]})"); // misses none
+    ToolRun run({"--virtual", settings, "grab", "-n", "1000000", "-o", folder.Path("images"), "--json"});
     ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
     run.Signal(SIGINT);
     const Outcome outcome = run.Finish();

@@ -115,7 +115,9 @@ TEST(Chunks, ShowTheDataOfEachFrame) {
 }
 
 TEST(Chunks, PrintALineAFrame) {
-    const Outcome outcome = RunTool({"--virtual", "1", "chunks", "-n", "2"});
+    const TestFolder folder;
+    const Outcome outcome =
+        RunTool({"--virtual", CameraWith(folder, R"("frameRateEnable": false)"), "chunks", "-n", "2"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     ASSERT_EQ(Lines(outcome.out).size(), 2u);
     EXPECT_EQ(Lines(outcome.out)[1].rfind("block 1: Chunk", 0), 0u) << outcome.out;
