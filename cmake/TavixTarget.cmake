@@ -79,7 +79,12 @@ function(tavix_test name)
   if(TAVIX_SANITIZE) # what it checks is optimised; the test's own code, instrumented, takes the compiler for ever
     target_compile_options(${name} PRIVATE -O0 -fno-sanitize=undefined)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${ARG_PREFIX}" TEST_LIST ${name}_TESTS PROPERTIES TIMEOUT 120)
+  set(limit 120)
+  if(CMAKE_CROSSCOMPILING) # under emulation
+    set(limit 900)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT ${limit} TEST_PREFIX "${ARG_PREFIX}"
+    TEST_LIST ${name}_TESTS PROPERTIES TIMEOUT ${limit})
   tavix_test_lists(${name} ENVIRONMENT ${ARG_ENVIRONMENT})
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   list(PREPEND ARG_LABELS ${folder})

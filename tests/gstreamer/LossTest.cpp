@@ -10,15 +10,14 @@ using namespace gsttest;
 using integration::VirtualBus;
 using testing::HasSubstr;
 
-std::string CameraWith(const std::string& faults) {
-    // Without a rate of its own, so that a busy machine misses none beside those that the fault takes.
-    return R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false, "faults": {)" + faults +
-           "}}]";
+std::string CameraWith(const std::string& faults, const std::string& rate = R"("frameRate": 200)") {
+    return R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, )" + rate + R"(, "faults": {)" + faults + "}}]";
 }
 constexpr char kUnplug[] = R"("stream": [{"fault": "Unplug", "frame": 5, "value": 100}])";
 
 TEST(GstLoss, OfAnImageIsFlaggedAndTold) {
-    VirtualBus bus(CameraWith(R"("stream": [{"fault": "LostTrailer", "frame": 3}])"));
+    // Without a rate of its own, so that a busy machine misses none beside the one that the fault takes.
+    VirtualBus bus(CameraWith(R"("stream": [{"fault": "LostTrailer", "frame": 3}])", R"("frameRateEnable": false)"));
     Pipeline pipeline(std::string("tavixsrc name=src num-buffers=6") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     for (guint64 i = 0; i < 6; ++i) {

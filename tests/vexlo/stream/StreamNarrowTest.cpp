@@ -178,8 +178,8 @@ TEST_F(SilentNarrow, TransfersAreTriedWhenNothingCame) {
 
 TEST_F(SilentNarrow, TransfersAreTriedWhenNothingFollowsALeader) {
     StartSettled();
-    Write();
     bench.bus.Send({Leader(0, kNarrowPayload)});
+    Write();
     EXPECT_EQ(bench.NextAndQueue().Status, VX_E_INCOMPLETE);
     for (std::uint64_t id = 0; id < 4; ++id)
         bench.ExpectGood(id);
@@ -189,8 +189,8 @@ TEST_F(SilentNarrow, TransfersAreTriedWhenNothingFollowsALeader) {
 
 TEST_F(SilentNarrow, TransfersAreTriedWhenTheFirstBlockBrokeOff) {
     StartSettled();
-    Write();
     bench.bus.Send(Broken(0));
+    Write();
     EXPECT_EQ(bench.NextAndQueue().Status, VX_E_INCOMPLETE);
     bench.ExpectGood(0);
     EXPECT_EQ(bench.camera.transferLimit, 64u << 10);
@@ -236,8 +236,8 @@ TEST_F(SilentNarrow, TransfersAreNotTriedForACameraThatIsKnownToDoBetter) {
 
 TEST_F(SilentNarrow, TransfersAreStillInDoubtWhenTheCameraGoes) {
     StartSettled();
-    Write();
     bench.bus.Unplug();
+    Write();
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(bench.Next().Status, VX_E_USB_NO_DEVICE);
     EXPECT_EQ(bench.camera.trustedTransfer, 0u);
@@ -246,10 +246,10 @@ TEST_F(SilentNarrow, TransfersAreStillInDoubtWhenTheCameraGoes) {
 
 TEST_F(SilentNarrow, TransfersAreNotTriedAfterOneWholeBlock) {
     StartSettled();
-    Write();
     bench.bus.Send(bench.Good(0));
     bench.ExpectGood(0);
     EXPECT_EQ(bench.camera.trustedTransfer, kWide);
+    Write();
     LetTimePass();
     EXPECT_EQ(bench.camera.TimesEnabled(), 0u);
 }
