@@ -77,7 +77,8 @@ public:
 
     /// Called on the stream's thread, no lock held, whenever it has completed buffers, which are then there for
     /// RetrieveBuffer; empty for none. To be set while the stream is not prepared. It may queue buffers and must not
-    /// stop the stream; once FinishGrab has returned it is not called any more.
+    /// stop the stream; once FinishGrab has returned it is not called any more. With a listener the wait object tells
+    /// of no buffers.
     void SetCompletionListener(std::function<void()> listener);
 
     /// Sizes and allocates for `maxBuffers` buffers of at most `maxBufferSize` bytes, and programs the camera's stream

@@ -62,6 +62,7 @@ void Acquisition::StartSession(Clock::time_point lastArrival) {
     m_Live = m_Session.get();
     m_LastSign = Clock::now().time_since_epoch().count();
     m_Session->Open(m_Receiver ? this : nullptr);
+    CountMemory(*m_Session);
     m_Events.RemoveAll();
     if (!m_Session->HasSink()) m_Events.Add(m_Session->Ready());
     m_Events.Add(m_Alarm);
@@ -97,8 +98,28 @@ void Acquisition::Cancel() noexcept {
     m_Alarm.Signal();
 }
 
-Image Acquisition::Take(Deadline deadline, Absence absence) {
+std::chrono::milliseconds Acquisition::Patience() const {
+    return m_Options.timeout.count() == 0 ? std::chrono::milliseconds(-1) : m_Options.timeout;
+}
+
+Image Acquisition::Take(std::chrono::milliseconds patience, Absence absence) {
     const std::lock_guard<std::mutex> inside(m_Inside);
+    if (Image image = TakeReady()) return image; // which costs no look at the clock
+    return AwaitImage(DeadlineIn(patience), absence);
+}
+
+Image Acquisition::TakeReady() {
+    if (m_IsCancelled || m_IsAway || !m_Session) return {};
+    try {
+        Feed();
+        return TakeResult();
+    } catch (const GenICam::GenericException& e) {
+        OnFailure(e);
+        return {};
+    }
+}
+
+Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
     const auto patience = deadline ? *deadline - Clock::now() : Clock::duration();
     while (!m_IsCancelled) {
         if (m_IsAway) {
@@ -129,14 +150,18 @@ bool Acquisition::HasSign(Clock::time_point since) const {
 }
 
 void Acquisition::Feed() {
-    const std::lock_guard<std::mutex> feeding(m_Feeding);
+    std::unique_lock<std::mutex> feeding(m_Feeding, std::defer_lock);
+    if (m_Session->HasSink()) feeding.lock();
     QueueReturned(*m_Session);
-    while (m_Session->Queued() < EnoughQueued() && m_Session->AddFrame()) {
-    }
-    m_Counts.buffers = m_Session->Frames();
-    m_Counts.memory = m_Session->Memory();
-    m_Counts.mapped = m_Session->Mapped();
+    while (m_Session->Queued() < EnoughQueued() && m_Session->AddFrame())
+        CountMemory(*m_Session);
     NoteStarvation(*m_Session);
+}
+
+void Acquisition::CountMemory(const GrabSession& session) {
+    m_Counts.buffers = session.Frames();
+    m_Counts.memory = session.Memory();
+    m_Counts.mapped = session.Mapped();
 }
 
 void Acquisition::OnResult(const GrabResult& result) noexcept {
@@ -200,13 +225,13 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
         return {};
     }
     CountMissed(frame);
-    frame.origin = m_Origin;
+    if (frame.origin != m_Origin) frame.origin = m_Origin;
     if (m_HasGap) {
         frame.gapBefore = frame.arrival - m_LastArrival;
         m_HasGap = false;
     }
     m_LastArrival = frame.arrival;
-    m_LastSign = frame.arrival.time_since_epoch().count();
+    m_LastSign.store(frame.arrival.time_since_epoch().count(), std::memory_order_relaxed);
     frame.time = m_Clock->TimeOf(frame.cameraTime, frame.arrival);
     return Image(m_Pool->Lend(frame));
 }

@@ -37,9 +37,11 @@ public:
 
     /// StateError when the camera streams already. The receiver, which may be empty, lets no exception out.
     void Start(std::function<void(Image)> receiver);
-    /// The next image, not yet handed out; empty when the stream is cancelled or the time is over. Removed when the
-    /// camera is gone for good, Error when it fails.
-    Image Take(Deadline deadline, Absence absence);
+    /// The next image, not yet handed out; empty when the stream is cancelled or the time is over, which a negative one
+    /// never is. Removed when the camera is gone for good, Error when it fails.
+    Image Take(std::chrono::milliseconds patience, Absence absence);
+    /// How long the application is ready to wait for an image.
+    std::chrono::milliseconds Patience() const;
     /// Numbers an image that the application is about to get.
     void HandOut(Image& image);
     /// Counts an image that a newer one replaces.
@@ -65,11 +67,15 @@ private:
     void StopSession();
     /// From the thread that calls Take, which alone makes buffers: the grabber's own must not wait for the grabber.
     void Feed();
+    void CountMemory(const GrabSession& session);
     void QueueReturned(GrabSession& session);
     /// Queues what came back on the grabber's thread, and wakes the other one if that is not enough.
     void FeedFromSink(GrabSession& session);
     void NoteStarvation(GrabSession& session);
     std::size_t EnoughQueued() const { return (m_Options.buffers + 1) / 2; }
+    /// An image that is there; empty for none.
+    Image TakeReady();
+    Image AwaitImage(Deadline deadline, Absence absence);
     Image TakeResult();
     Image Accept(GrabSession& session, Frame& frame, const GrabResult& result);
     bool HasSign(std::chrono::steady_clock::time_point since) const;

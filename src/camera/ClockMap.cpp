@@ -19,15 +19,20 @@ std::int64_t Scaled(std::int64_t time, double factor) {
 
 } // namespace
 
-bool ClockMap::Add(const Pair& pair) {
+bool ClockMap::Fits(const Pair& pair) const {
     const std::optional<Estimate> expected = ToHost(pair.camera);
-    const bool fits = !expected || std::llabs(expected->host - pair.host) <= expected->bound + pair.roundTrip / 2;
-    const bool isForward = m_Pairs.empty() || pair.camera > m_Pairs.back().camera;
-    if (!fits || !isForward) m_Pairs.clear();
+    if (!expected) return true;
+    const bool isNear = std::llabs(expected->host - pair.host) <= expected->bound + pair.roundTrip / 2;
+    return isNear && pair.camera > m_Pairs.back().camera;
+}
+
+bool ClockMap::Add(const Pair& pair) {
+    const bool fits = Fits(pair);
+    if (!fits) m_Pairs.clear();
     m_Pairs.push_back(pair);
     while (m_Pairs.size() > 2 && pair.host - m_Pairs.front().host > kMemory)
         m_Pairs.pop_front();
-    return fits && isForward;
+    return fits;
 }
 
 ClockMap::Rate ClockMap::FitRate() const {

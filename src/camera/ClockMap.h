@@ -18,6 +18,8 @@ public:
         std::int64_t host = 0, bound = 0;
     };
 
+    /// Whether the pair may lie on the line; any may before the first one.
+    bool Fits(const Pair& pair) const;
     /// False for a pair that cannot lie on the line of those before: the camera's clock has jumped, and the line begins
     /// anew with it.
     bool Add(const Pair& pair);

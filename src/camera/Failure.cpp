@@ -30,9 +30,9 @@ void RethrowAsError(const std::string& context, const std::string& feature, cons
     }
 }
 
-void Attempt(const char* what, const std::function<void()>& step) noexcept {
+void LogFailure(const char* what) noexcept {
     try {
-        step();
+        throw;
     } catch (const std::exception& e) {
         LogTrace(LogCategoryCamera(), kLogInfo, "%s failed: %s", what, Reason(e).c_str());
     } catch (...) {

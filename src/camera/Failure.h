@@ -6,7 +6,6 @@
 #include <Base/GCException.h>
 #include <Base/GCString.h>
 
-#include <functional>
 #include <string>
 
 namespace Tavix::detail {
@@ -23,7 +22,17 @@ std::string Reason(const std::exception& failure);
 [[noreturn]] void RethrowAsError(const std::string& context, const std::string& feature = {},
                                  const std::string& advice = {});
 
+/// Logs a failure that nobody is told of. In a catch block.
+void LogFailure(const char* what) noexcept;
+
 /// Runs a step of a retreat, where a failure is logged and the next step follows.
-void Attempt(const char* what, const std::function<void()>& step) noexcept;
+template<class Step>
+void Attempt(const char* what, Step&& step) noexcept {
+    try {
+        step();
+    } catch (...) {
+        LogFailure(what);
+    }
+}
 
 } // namespace Tavix::detail

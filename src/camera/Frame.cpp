@@ -33,7 +33,10 @@ void Frame::Describe(const GrabResult& result, std::size_t expected) {
     offsetX = Known(result.GetOffsetX());
     offsetY = Known(result.GetOffsetY());
     paddingX = Known(result.GetPaddingX());
-    format = FormatOf(result.GetPixelType());
+    if (pixelType != result.GetPixelType()) { // seldom, and to look it up takes time
+        pixelType = result.GetPixelType();
+        format = FormatOf(pixelType);
+    }
     defect.clear();
     missingBytes = 0;
     gapBefore = {};

@@ -45,7 +45,8 @@ struct Frame : ImageFacts {
     std::size_t size = 0; ///< bytes of memory
     bool isMapped = false;
     StreamBufferHandle handle = nullptr;
-    Frame* next = nullptr; ///< in the pool's list of those that came back
+    Frame* next = nullptr;                      ///< in the pool's list of those that came back
+    EPixelType pixelType = PixelType_Undefined; ///< of the image that was here last, whose format is known
     std::atomic<bool> isLent{false}, isReleased{false};
     std::shared_ptr<FramePool> home;          ///< set while an image has it; null for copies, which have none
     std::unique_ptr<ChunkValues> chunkValues; ///< once somebody asked

@@ -15,23 +15,14 @@ namespace {
 using std::chrono::nanoseconds;
 using Steady = std::chrono::steady_clock;
 
-constexpr int kTries = 9, kFastest = 3;
-constexpr std::chrono::milliseconds kFirstPeriod{50}, kLongestPeriod{500};
-constexpr std::int64_t kMillisecond = 1'000'000;
-constexpr std::int64_t kSuspicionPause = 100 * kMillisecond;
-constexpr std::int64_t kOldest = 2000 * kMillisecond; // no image is under way for longer
+// A line begins with more tries than it is followed with: what follows rests on its beginning.
+constexpr std::size_t kTriesToBegin = 9, kTriesToFollow = 5, kFastest = 3;
+constexpr std::chrono::milliseconds kFirstPeriod{50}, kLongestPeriod{2000};
+constexpr std::int64_t kRealClockStays = 10'000'000; // before somebody sets it, or the time service pulls at it
+constexpr std::int64_t kOldest = 2'000'000'000;      // no image is under way for longer
 
 std::int64_t Nanoseconds(Steady::time_point time) {
     return std::chrono::duration_cast<nanoseconds>(time.time_since_epoch()).count();
-}
-
-HostTime MakeTime(std::int64_t host, std::int64_t bound) {
-    HostTime time;
-    time.monotonic = Steady::time_point(nanoseconds(host));
-    const auto ago = Steady::now() - time.monotonic;
-    time.real = std::chrono::system_clock::now() - std::chrono::duration_cast<std::chrono::system_clock::duration>(ago);
-    time.bound = nanoseconds(bound);
-    return time;
 }
 
 } // namespace
@@ -55,7 +46,7 @@ void HostClock::Start() {
         m_IsStopped = false;
     }
     if (!m_CanLatch) return;
-    Compare();
+    Compare(kTriesToBegin);
     m_Thread = std::thread([this] { Run(); });
 }
 
@@ -73,7 +64,7 @@ void HostClock::Run() {
     std::unique_lock<std::mutex> guard(m_Mutex);
     while (!m_Stopped.wait_for(guard, period, [this] { return m_IsStopped; })) {
         guard.unlock();
-        Compare();
+        Compare(kTriesToFollow);
         period = std::min(period * 2, kLongestPeriod);
         guard.lock();
     }
@@ -91,11 +82,11 @@ ClockMap::Pair HostClock::LatchOnce() {
 }
 
 /// Of several tries the fastest are the ones to believe, and of these the middle one.
-void HostClock::Compare() noexcept {
-    Attempt("Comparing a camera's clock", [this] {
+void HostClock::Compare(std::size_t tries) noexcept {
+    Attempt("Comparing a camera's clock", [&] {
         const std::lock_guard<std::mutex> latching(m_Latching);
         std::vector<ClockMap::Pair> pairs;
-        for (int i = 0; i < kTries; ++i)
+        for (std::size_t i = 0; i < tries; ++i)
             pairs.push_back(LatchOnce());
         std::sort(pairs.begin(), pairs.end(), [](const auto& a, const auto& b) { return a.roundTrip < b.roundTrip; });
         pairs.resize(kFastest);
@@ -105,7 +96,7 @@ void HostClock::Compare() noexcept {
         const ClockMap former = m_Map;
         if (m_Map.Add(pairs[kFastest / 2])) return;
         m_Former = former;
-        m_UsualDelay = 0;
+        m_Watch.Forget();
         LogTrace(LogCategoryCamera(), kLogInfo, "The clock of '%s' has jumped.", m_Device->Name().c_str());
     });
 }
@@ -120,10 +111,28 @@ std::optional<ClockMap::Estimate> HostClock::Plausible(std::int64_t camera, std:
     return isPossible(former) ? former : std::nullopt;
 }
 
-bool HostClock::IsSuspicious(const std::optional<ClockMap::Estimate>& estimate, std::int64_t arrival) const {
-    if (arrival - m_LastSuspicion < kSuspicionPause) return false;
-    if (!estimate) return true;
-    return m_UsualDelay > 0 && arrival - estimate->host > 2 * m_UsualDelay + 2 * kMillisecond;
+bool HostClock::HasJumped() noexcept {
+    bool hasJumped = false;
+    Attempt("Looking at a camera's clock", [&] {
+        const ClockMap::Pair pair = LatchOnce();
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        hasJumped = !m_Map.Fits(pair);
+    });
+    return hasJumped;
+}
+
+HostTime HostClock::MakeTime(const std::optional<ClockMap::Estimate>& estimate, std::int64_t now) {
+    using Real = std::chrono::system_clock;
+    if (now - m_RealAskedAt >= kRealClockStays) {
+        m_RealAskedAt = now;
+        m_RealAhead = Real::now().time_since_epoch() - Steady::now().time_since_epoch();
+    }
+    HostTime time;
+    time.monotonic = Steady::time_point(nanoseconds(estimate ? estimate->host : now));
+    time.real =
+        Real::time_point(std::chrono::duration_cast<Real::duration>(time.monotonic.time_since_epoch() + m_RealAhead));
+    time.bound = nanoseconds(estimate ? estimate->bound : -1);
+    return time;
 }
 
 HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival) {
@@ -133,31 +142,29 @@ HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival)
     std::optional<ClockMap::Estimate> estimate;
     if (m_CanLatch) {
         estimate = Plausible(camera, host);
-        if (IsSuspicious(estimate, host)) {
-            m_LastSuspicion = host;
+        if (m_Watch.Doubts(camera, estimate, host)) {
             guard.unlock();
-            Compare();
+            if (HasJumped()) Compare(kTriesToBegin);
             guard.lock();
             estimate = Plausible(camera, host);
         }
-        if (estimate) m_UsualDelay = std::max(host - estimate->host, std::int64_t(1));
+        if (estimate) m_Watch.NoteDelay(host - estimate->host);
     } else {
         m_Arrivals.Add(camera, host);
         estimate = m_Arrivals.ToHost(camera);
     }
-    return estimate ? MakeTime(estimate->host, estimate->bound) : MakeTime(host, -1);
+    return MakeTime(estimate, host);
 }
 
 HostTime HostClock::TimeOf(std::uint64_t cameraTime) {
     std::unique_lock<std::mutex> guard(m_Mutex);
     if (m_IsStopped && m_CanLatch) {
         guard.unlock();
-        Compare();
+        Compare(kTriesToBegin);
         guard.lock();
     }
     const auto camera = static_cast<std::int64_t>(cameraTime);
-    const auto estimate = m_CanLatch ? m_Map.ToHost(camera) : m_Arrivals.ToHost(camera);
-    return estimate ? MakeTime(estimate->host, estimate->bound) : MakeTime(Nanoseconds(Steady::now()), -1);
+    return MakeTime(m_CanLatch ? m_Map.ToHost(camera) : m_Arrivals.ToHost(camera), Nanoseconds(Steady::now()));
 }
 
 } // namespace Tavix::detail

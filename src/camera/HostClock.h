@@ -1,7 +1,7 @@
 #pragma once
 // The clock of a camera, told by the host's.
 
-#include "camera/ClockMap.h"
+#include "camera/JumpWatch.h"
 #include "camera/OpenDevice.h"
 
 #include <tavix/camera/HostTime.h>
@@ -14,8 +14,8 @@
 
 namespace Tavix::detail {
 
-/// Compares both clocks: while a stream runs again and again on a thread of its own, and at once when an image seems to
-/// come from the future or from long ago, because the camera's clock has jumped. Thread-safe.
+/// Compares both clocks: while a stream runs again and again on a thread of its own, and at once when an image shows
+/// that the camera's clock has jumped. Thread-safe.
 class HostClock {
 public:
     explicit HostClock(std::shared_ptr<OpenDevice> device);
@@ -34,11 +34,13 @@ public:
 private:
     bool CanLatch() const;
     ClockMap::Pair LatchOnce();
-    void Compare() noexcept;
+    void Compare(std::size_t tries) noexcept;
+    /// Looks once, which is enough to know that nothing has happened.
+    bool HasJumped() noexcept;
     void Run();
+    HostTime MakeTime(const std::optional<ClockMap::Estimate>& estimate, std::int64_t now);
     /// By the present line, or for an image that is older than a jump by the one before; nothing if neither may be.
     std::optional<ClockMap::Estimate> Plausible(std::int64_t camera, std::int64_t arrival);
-    bool IsSuspicious(const std::optional<ClockMap::Estimate>& estimate, std::int64_t arrival) const;
 
     const std::shared_ptr<OpenDevice> m_Device;
     const bool m_CanLatch;
@@ -47,8 +49,9 @@ private:
     ClockMap m_Map;
     std::optional<ClockMap> m_Former; // before the last jump
     ArrivalMap m_Arrivals;
-    std::int64_t m_UsualDelay = 0; // of an image's arrival behind its time; longer ones are looked into
-    std::int64_t m_LastSuspicion = 0;
+    JumpWatch m_Watch;
+    std::chrono::nanoseconds m_RealAhead{0}; // of the real clock to the monotonic one, asked for now and then
+    std::int64_t m_RealAskedAt = 0;
     bool m_IsStopped = true;
     std::condition_variable m_Stopped;
     std::thread m_Thread;

@@ -8,7 +8,6 @@ namespace Tavix {
 struct ImageStream::Impl {
     std::shared_ptr<detail::Acquisition> acquisition;
     std::unique_ptr<detail::StreamThread> thread; // null where the application's thread takes the images itself
-    std::uint64_t handedOut = 0;                  // of the application's thread
 
     ~Impl() {
         acquisition->Cancel();
@@ -20,13 +19,13 @@ struct ImageStream::Impl {
         const std::uint64_t count = acquisition->Options().count;
         return count > 0 && acquisition->Counts().delivered >= count;
     }
-    Image Take(detail::Deadline deadline, detail::Acquisition::Absence absence) {
-        if (thread) return thread->Take(deadline);
+    Image Take(std::chrono::milliseconds patience, detail::Acquisition::Absence absence) {
+        if (thread) return thread->Take(detail::DeadlineIn(patience));
         if (IsComplete()) {
             acquisition->Shutdown();
             return {};
         }
-        Image image = acquisition->Take(deadline, absence);
+        Image image = acquisition->Take(patience, absence);
         if (image) acquisition->HandOut(image);
         return image;
     }
@@ -56,17 +55,16 @@ ImageStream ImageStream::Begin(std::shared_ptr<detail::CameraCore> core, const G
 }
 
 Image ImageStream::Next() {
-    const std::chrono::milliseconds timeout = Checked().acquisition->Options().timeout;
-    const auto deadline = timeout.count() == 0 ? detail::Deadline() : detail::DeadlineIn(timeout);
-    Image image = m_Impl->Take(deadline, detail::Acquisition::Absence::IsForgiven);
+    const std::chrono::milliseconds patience = Checked().acquisition->Patience();
+    Image image = m_Impl->Take(patience, detail::Acquisition::Absence::IsForgiven);
     if (!image && !HasEnded())
-        throw Timeout("no image came for " + std::to_string(timeout.count()) +
+        throw Timeout("no image came for " + std::to_string(patience.count()) +
                       " ms; check trigger, exposure time and cable");
     return image;
 }
 
 Image ImageStream::Wait(std::chrono::milliseconds timeout) {
-    return Checked().Take(detail::DeadlineIn(timeout), detail::Acquisition::Absence::Counts);
+    return Checked().Take(timeout, detail::Acquisition::Absence::Counts);
 }
 
 void ImageStream::Cancel() noexcept {

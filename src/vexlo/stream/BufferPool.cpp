@@ -22,14 +22,17 @@ void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitOb
     UpdateWaitObjectLocked();
 }
 
+/// What a listener takes is nothing to wait for, and telling of it would cost system calls.
 void BufferPool::UpdateWaitObjectLocked() {
-    if (m_WaitObject)
-        m_Completed.IsEmpty() ? Tavix::LowerWaitObject(*m_WaitObject) : Tavix::RaiseWaitObject(*m_WaitObject);
+    if (!m_WaitObject) return;
+    const bool isReady = !m_Completed.IsEmpty() && !m_Listener;
+    isReady ? Tavix::RaiseWaitObject(*m_WaitObject) : Tavix::LowerWaitObject(*m_WaitObject);
 }
 
 void BufferPool::SetListener(std::function<void()> listener) {
     Guard guard(m_Mutex);
     m_Listener = std::move(listener);
+    UpdateWaitObjectLocked();
 }
 
 void BufferPool::TellListener() {

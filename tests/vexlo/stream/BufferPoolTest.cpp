@@ -78,6 +78,20 @@ TEST_F(BufferPoolTest, TellsItsListenerOnlyWhileCompletedBuffersWait) {
     EXPECT_EQ(told, 1);
 }
 
+TEST_F(BufferPoolTest, SignalsNoBuffersThatItsListenerTakes) {
+    Start();
+    Queued(0);
+    pool.Complete(pool.Take(), {});
+    EXPECT_TRUE(IsSignalled());
+    pool.SetListener([] {});
+    EXPECT_FALSE(IsSignalled());
+    Queued(1);
+    pool.Complete(pool.Take(), {});
+    EXPECT_FALSE(IsSignalled());
+    pool.SetListener(nullptr);
+    EXPECT_TRUE(IsSignalled()) << "both wait for who retrieves them";
+}
+
 TEST_F(BufferPoolTest, KnowsOnlyRegisteredHandles) {
     Start();
     BufferHandle_s stranger;
