@@ -27,7 +27,7 @@ mkdir "$scratch/ten" && (cd "$scratch/ten" && "$scratch/build/stranger_images")
 mv "$scratch/usr" "$scratch/moved"
 unset TAVIX_VIRTUAL_CAMERAS
 [ "$("$scratch/moved/bin/tavix" --virtual 2 list | wc -l)" -eq 3 ] || { echo "two cameras were expected" >&2; exit 1; }
-"$scratch/moved/bin/tavix" --virtual 1 grab --frames 3 --output "$scratch/images"
+"$scratch/moved/bin/tavix" --virtual 1 grab --frames 3 --set AcquisitionFrameRateEnable=0 --output "$scratch/images"
 [ "$(find "$scratch/images" -name '*.png' | wc -l)" -eq 3 ] || { echo "three images were expected" >&2; exit 1; }
 [ -s "$scratch/moved/lib/udev/rules.d/70-tavix-usb3vision.rules" ] || { echo "the udev rule is missing" >&2; exit 1; }
 

@@ -41,7 +41,8 @@ TEST_P(EachSignal, EndsACommandThatWaitsForASilentCamera) {
 
 TEST_P(EachSignal, EndsAGrabInGoodOrder) {
     const TestFolder folder;
-    ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-o", folder.Path("images")});
+    ToolRun run(
+        {"--virtual", "1", "grab", "-n", "1000000", "-s", "AcquisitionFrameRateEnable=0", "-o", folder.Path("images")});
     ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
     run.Signal(GetParam());
     const Outcome outcome = run.Finish();
