@@ -2,8 +2,10 @@
 
 #include "Failure.h"
 
-#include "vexlo/VxDevice.h"
+#include "u3v/Constants.h"
 
+#include <array>
+#include <cstring>
 #include <map>
 #include <memory>
 
@@ -23,6 +25,16 @@ public:
 private:
     std::vector<FoundCamera> m_Cameras;
 };
+
+struct Destroy {
+    void operator()(vexlo::CVxDevice* device) const { vexlo::CVxDevice::DestroyDevice(device); }
+};
+using VxDevicePtr = std::unique_ptr<vexlo::CVxDevice, Destroy>;
+
+/// Null when memory is short.
+VxDevicePtr CreateDevice() {
+    return VxDevicePtr(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
+}
 
 const char* Preferred(const char* preferred, const char* fallback) {
     return preferred[0] != '\0' ? preferred : fallback;
@@ -71,10 +83,7 @@ std::vector<FoundCamera> FindCameras() {
 }
 
 int32_t AccessStatusOf(const FoundCamera& camera) {
-    struct Destroy {
-        void operator()(vexlo::CVxDevice* device) const { vexlo::CVxDevice::DestroyDevice(device); }
-    };
-    const std::unique_ptr<vexlo::CVxDevice, Destroy> device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
+    const VxDevicePtr device = CreateDevice();
     if (!device) return DEVICE_ACCESS_STATUS_UNKNOWN;
     switch (device->Open(camera.record)) {
     case vexlo::VX_OK:
@@ -84,6 +93,20 @@ int32_t AccessStatusOf(const FoundCamera& camera) {
     default:
         return DEVICE_ACCESS_STATUS_NOACCESS;
     }
+}
+
+std::string ReadVersion(vexlo::CVxDevice& device) {
+    std::array<char, u3v::abrm::kStringSize> text{};
+    unsigned long count = text.size();
+    Check(device.ReadMem(text.data(), u3v::abrm::kDeviceVersion, &count), "The camera's version cannot be read");
+    return std::string(text.data(), ::strnlen(text.data(), text.size()));
+}
+
+std::string VersionOf(const FoundCamera& camera) {
+    const VxDevicePtr device = CreateDevice();
+    if (!device || device->Open(camera.record) != vexlo::VX_OK)
+        Fail(GC_ERR_NOT_AVAILABLE, "only the camera itself knows its version, and it cannot be opened now");
+    return ReadVersion(*device);
 }
 
 } // namespace gentl

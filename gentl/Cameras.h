@@ -4,6 +4,7 @@
 #include "HostControllers.h"
 
 #include "vexlo/Enumerator.h"
+#include "vexlo/VxDevice.h"
 
 #include <string>
 #include <vector>
@@ -29,5 +30,9 @@ std::vector<FoundCamera> FindCameras();
 
 /// DEVICE_ACCESS_STATUS of a camera that this process does not have open: asks its port, which takes a moment.
 int32_t AccessStatusOf(const FoundCamera& camera);
+/// Of a camera that this process does not have open: opens it for a moment, or says NOT_AVAILABLE. Throws Failure.
+std::string VersionOf(const FoundCamera& camera);
+/// Of an open one. Throws Failure.
+std::string ReadVersion(vexlo::CVxDevice& device);
 
 } // namespace gentl

@@ -22,9 +22,13 @@ int32_t Device::AccessStatus() const {
     return m_IsReadOnly ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
 }
 
+std::string Device::Version() const {
+    return m_Remote->DeviceVersion();
+}
+
 void Device::Info(DEVICE_INFO_CMD command, Answer& answer) {
     if (command == DEVICE_INFO_ACCESS_STATUS) return answer.Int32(AccessStatus());
-    if (command == DEVICE_INFO_VERSION) return answer.String(m_Remote->DeviceVersion());
+    if (command == DEVICE_INFO_VERSION) return answer.String(Version());
     m_Interface->DeviceInfo(m_Camera, command, answer);
 }
 

@@ -30,6 +30,7 @@ public:
     const std::shared_ptr<RemotePort>& Remote() const { return m_Remote; }
     bool IsReadOnly() const { return m_IsReadOnly; }
     int32_t AccessStatus() const;
+    std::string Version() const; ///< the camera tells it; throws Failure
     void Info(DEVICE_INFO_CMD command, Answer& answer);
     vexlo::CVxDevice& Vx() const { return *m_Device; }
     /// The camera left; nothing that asks it will succeed any more.

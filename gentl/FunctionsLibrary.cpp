@@ -135,7 +135,8 @@ GC_ERROR GCGetPortURL(PORT_HANDLE hPort, char* sURL, size_t* piSize) {
 GC_ERROR GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
     return Call([&] {
         const UsedPort used(hPort);
-        Needed(piNumURLs) = static_cast<uint32_t>(used.port->Urls().size());
+        uint32_t& count = Needed(piNumURLs);
+        count = static_cast<uint32_t>(used.port->Urls().size());
     });
 }
 

@@ -129,7 +129,10 @@ GC_ERROR DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, SING
 
 GC_ERROR DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t* piNumParts) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) { Needed(piNumParts) = CountParts(buffer); });
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+            uint32_t& count = Needed(piNumParts);
+            count = CountParts(buffer);
+        });
     });
 }
 

@@ -111,12 +111,19 @@ FoundCamera Interface::FindDevice(const std::string& id) {
 }
 
 int32_t Interface::AccessStatus(const FoundCamera& camera) {
-    {
-        const std::lock_guard<std::mutex> guard(m_StatusMutex);
-        const auto open = m_OpenStatus.find(camera.Path());
-        if (open != m_OpenStatus.end()) return open->second;
-    }
-    return AccessStatusOf(camera);
+    const auto device = OpenHere(camera);
+    return device ? device->AccessStatus() : AccessStatusOf(camera);
+}
+
+std::string Interface::Version(const FoundCamera& camera) {
+    const auto device = OpenHere(camera);
+    return device ? device->Version() : VersionOf(camera);
+}
+
+std::shared_ptr<Device> Interface::OpenHere(const FoundCamera& camera) {
+    const std::lock_guard<std::mutex> guard(m_OpenHereMutex);
+    const auto open = m_OpenHere.find(camera.Path());
+    return open == m_OpenHere.end() ? nullptr : open->second.lock();
 }
 
 void Interface::DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, Answer& answer) {
@@ -138,7 +145,7 @@ void Interface::DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, A
     case DEVICE_INFO_SERIAL_NUMBER:
         return answer.String(camera.Serial());
     case DEVICE_INFO_VERSION:
-        Fail(GC_ERR_NOT_AVAILABLE, "only the camera itself knows its version");
+        return answer.String(Version(camera));
     case DEVICE_INFO_TIMESTAMP_FREQUENCY:
         return answer.Uint64(1000000000); // this technology counts nanoseconds
     default:
@@ -155,8 +162,8 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
     CloseGuard guard(device);
     m_Open[camera.Path()] = device;
     {
-        const std::lock_guard<std::mutex> status(m_StatusMutex);
-        m_OpenStatus[camera.Path()] = device->AccessStatus();
+        const std::lock_guard<std::mutex> here(m_OpenHereMutex);
+        m_OpenHere[camera.Path()] = device;
     }
     guard.Release();
     return device;
@@ -165,8 +172,8 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
 void Interface::Forget(const Device& device) noexcept {
     const std::string& path = device.PathInUse();
     m_Open.erase(path);
-    const std::lock_guard<std::mutex> guard(m_StatusMutex);
-    m_OpenStatus.erase(path);
+    const std::lock_guard<std::mutex> guard(m_OpenHereMutex);
+    m_OpenHere.erase(path);
 }
 
 void Interface::NoteLoss() noexcept {

@@ -33,6 +33,7 @@ public:
     FoundCamera DeviceAt(size_t index);              ///< INVALID_INDEX
     FoundCamera FindDevice(const std::string& id);   ///< INVALID_ID
     int32_t AccessStatus(const FoundCamera& camera); ///< asks a camera that is not open here
+    std::string Version(const FoundCamera& camera);  ///< the same; NOT_AVAILABLE when it cannot be asked
     void DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, Answer& answer);
 
     // With TreeMutex() held.
@@ -46,6 +47,8 @@ public:
 private:
     void BuildPort();
     FoundCamera Selected();
+    /// Null when this process does not have it open.
+    std::shared_ptr<Device> OpenHere(const FoundCamera& camera);
 
     const std::shared_ptr<System> m_System;
     const HostController m_Controller;
@@ -54,8 +57,9 @@ private:
     std::vector<FoundCamera> m_Devices;                    // guarded by m_Mutex
     std::uint64_t m_Selected = 0;                          // guarded by m_Mutex
     std::map<std::string, std::shared_ptr<Device>> m_Open; // by path; guarded by TreeMutex()
-    std::mutex m_StatusMutex;
-    std::map<std::string, int32_t> m_OpenStatus; // by path, of devices that are open here; guarded by m_StatusMutex
+    std::mutex m_OpenHereMutex;
+    std::map<std::string, std::weak_ptr<Device>>
+        m_OpenHere; // the same for those without it; guarded by m_OpenHereMutex
 };
 
 } // namespace gentl

@@ -131,10 +131,7 @@ std::vector<Port::Url> RemotePort::Urls() {
 }
 
 std::string RemotePort::DeviceVersion() {
-    std::array<char, u3v::abrm::kStringSize> text{};
-    size_t size = text.size();
-    Read(u3v::abrm::kDeviceVersion, text.data(), size);
-    return std::string(text.data(), ::strnlen(text.data(), text.size()));
+    return ReadVersion(Owner()->Vx());
 }
 
 Port::Identity RemotePort::Identify() {

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -12,9 +15,15 @@ using namespace consumer;
 class Arguments : public testing::Test {
 protected:
     void ExpectAll(GC_ERROR wanted, const std::vector<std::pair<const char*, GC_ERROR>>& calls) {
-        for (const auto& [name, code] : calls)
+        for (const auto& [name, code] : calls) {
             EXPECT_EQ(code, wanted) << name;
+            m_Tested.insert(std::string(name, std::strcspn(name, " ")));
+        }
     }
+    void TryPortsAndEvents();
+    void TryModules();
+    void TryStreams();
+    void TryBuffers();
 
     Session m_Session;
     Library& m_Lib = m_Session.Lib();
@@ -27,12 +36,22 @@ protected:
     std::size_t m_Size = 64;
     char m_Room[64] = {};
     void* m_Handle = nullptr;
+    GC_ERROR m_Code = 0;
+    std::set<std::string> m_Tested;
 };
 
-TEST_F(Arguments, OfPortsAndEventsMustBeThere) {
+void Arguments::TryPortsAndEvents() {
     PORT_REGISTER_STACK_ENTRY entry{kWidth, m_Room, 4};
     ExpectAll(GC_ERR_INVALID_PARAMETER,
-              {{"GCReadPortStacked entries", m_Lib.GCReadPortStacked(m_Device, nullptr, &(m_Size = 1))},
+              {{"GCGetInfo", m_Lib.GCGetInfo(TL_INFO_ID, nullptr, m_Room, nullptr)},
+               {"GCGetLastError code", m_Lib.GCGetLastError(nullptr, m_Room, &m_Size)},
+               {"GCGetLastError size", m_Lib.GCGetLastError(&m_Code, m_Room, nullptr)},
+               {"GCReadPort room", m_Lib.GCReadPort(m_Device, 0, nullptr, &(m_Size = 4))},
+               {"GCReadPort size", m_Lib.GCReadPort(m_Device, 0, m_Room, nullptr)},
+               {"GCWritePort data", m_Lib.GCWritePort(m_Device, 0, nullptr, &(m_Size = 4))},
+               {"GCWritePort size", m_Lib.GCWritePort(m_Device, 0, m_Room, nullptr)},
+               {"EventGetInfo", m_Lib.EventGetInfo(m_Event, EVENT_TYPE_INFO, nullptr, m_Room, nullptr)},
+               {"GCReadPortStacked entries", m_Lib.GCReadPortStacked(m_Device, nullptr, &(m_Size = 1))},
                {"GCReadPortStacked count", m_Lib.GCReadPortStacked(m_Device, &entry, nullptr)},
                {"GCWritePortStacked entries", m_Lib.GCWritePortStacked(m_Device, nullptr, &(m_Size = 1))},
                {"GCWritePortStacked count", m_Lib.GCWritePortStacked(m_Device, &entry, nullptr)},
@@ -48,12 +67,15 @@ TEST_F(Arguments, OfPortsAndEventsMustBeThere) {
                 m_Lib.EventGetDataInfo(m_Event, m_Room, 16, EVENT_DATA_ID, nullptr, m_Room, nullptr)}});
 }
 
-TEST_F(Arguments, OfModulesMustBeThere) {
+void Arguments::TryModules() {
     const char* interfaceId = m_Session.InterfaceId().c_str();
     const char* deviceId = m_Session.DeviceId().c_str();
     const char* streamId = m_Session.StreamId().c_str();
     ExpectAll(GC_ERR_INVALID_PARAMETER,
               {{"TLOpen", m_Lib.TLOpen(nullptr)},
+               {"TLGetInfo", m_Lib.TLGetInfo(m_System, TL_INFO_ID, nullptr, m_Room, nullptr)},
+               {"IFGetInfo", m_Lib.IFGetInfo(m_Interface, INTERFACE_INFO_ID, nullptr, m_Room, nullptr)},
+               {"DevGetInfo", m_Lib.DevGetInfo(m_Device, DEVICE_INFO_ID, nullptr, m_Room, nullptr)},
                {"TLGetNumInterfaces", m_Lib.TLGetNumInterfaces(m_System, nullptr)},
                {"TLGetInterfaceID", m_Lib.TLGetInterfaceID(m_System, 0, m_Room, nullptr)},
                {"TLGetInterfaceInfo", m_Lib.TLGetInterfaceInfo(m_System, nullptr, 0, nullptr, m_Room, &m_Size)},
@@ -73,10 +95,11 @@ TEST_F(Arguments, OfModulesMustBeThere) {
                {"DevGetParentIF", m_Lib.DevGetParentIF(m_Device, nullptr)}});
 }
 
-TEST_F(Arguments, OfStreamsMustBeThere) {
+void Arguments::TryStreams() {
     ExpectAll(
         GC_ERR_INVALID_PARAMETER,
-        {{"DSAnnounceBuffer memory", m_Lib.DSAnnounceBuffer(m_Stream, nullptr, 64, nullptr, &m_Handle)},
+        {{"DSGetInfo", m_Lib.DSGetInfo(m_Stream, STREAM_INFO_ID, nullptr, m_Room, nullptr)},
+         {"DSAnnounceBuffer memory", m_Lib.DSAnnounceBuffer(m_Stream, nullptr, 64, nullptr, &m_Handle)},
          {"DSAnnounceBuffer size", m_Lib.DSAnnounceBuffer(m_Stream, m_Room, 0, nullptr, &m_Handle)},
          {"DSAnnounceBuffer handle", m_Lib.DSAnnounceBuffer(m_Stream, m_Room, 64, nullptr, nullptr)},
          {"DSAllocAndAnnounceBuffer size", m_Lib.DSAllocAndAnnounceBuffer(m_Stream, 0, nullptr, &m_Handle)},
@@ -87,6 +110,58 @@ TEST_F(Arguments, OfStreamsMustBeThere) {
          {"DSGetBufferChunkData", m_Lib.DSGetBufferChunkData(m_Stream, m_Buffer, nullptr, nullptr)},
          {"DSGetParentDev", m_Lib.DSGetParentDev(m_Stream, nullptr)},
          {"DSStartAcquisition", m_Lib.DSStartAcquisition(m_Stream, ACQ_START_DEFAULT, 0)}});
+}
+
+void Arguments::TryBuffers() {
+    void* memory = m_Room;
+    ExpectAll(GC_ERR_INVALID_PARAMETER,
+              {{"DSGetNumBufferParts", m_Lib.DSGetNumBufferParts(m_Stream, m_Buffer, nullptr)},
+               {"DSGetBufferPartInfo", m_Lib.DSGetBufferPartInfo(m_Stream, m_Buffer, 0, 0, nullptr, m_Room, nullptr)},
+               {"DSGetBufferPartInfoStacked", m_Lib.DSGetBufferPartInfoStacked(m_Stream, m_Buffer, nullptr, 1)},
+               {"DSFlushQueue", m_Lib.DSFlushQueue(m_Stream, 99)},
+               {"DSStartAcquisition flags", m_Lib.DSStartAcquisition(m_Stream, 99, 1)},
+               {"DSStopAcquisition", m_Lib.DSStopAcquisition(m_Stream, 99)}});
+    // What this technology does not have, it does not have with good arguments either.
+    ExpectAll(
+        GC_ERR_NOT_IMPLEMENTED,
+        {{"GCUnregisterEvent", m_Lib.GCUnregisterEvent(m_Device, 99)},
+         {"DSAnnounceCompositeBuffer",
+          m_Lib.DSAnnounceCompositeBuffer(m_Stream, 1, &memory, &(m_Size = 64), nullptr, &m_Handle)},
+         {"DSGetNumFlows", m_Lib.DSGetNumFlows(m_Stream, nullptr)},
+         {"DSGetFlowInfo", m_Lib.DSGetFlowInfo(m_Stream, 0, 0, nullptr, m_Room, nullptr)},
+         {"DSGetNumBufferSegments", m_Lib.DSGetNumBufferSegments(m_Stream, m_Buffer, nullptr)},
+         {"DSGetBufferSegmentInfo", m_Lib.DSGetBufferSegmentInfo(m_Stream, m_Buffer, 0, 0, nullptr, m_Room, nullptr)}});
+}
+
+TEST_F(Arguments, OfPortsAndEventsMustBeThere) {
+    TryPortsAndEvents();
+}
+
+TEST_F(Arguments, OfModulesMustBeThere) {
+    TryModules();
+}
+
+TEST_F(Arguments, OfStreamsMustBeThere) {
+    TryStreams();
+    TryBuffers();
+}
+
+TEST_F(Arguments, OfEveryFunctionAreTried) {
+    TryPortsAndEvents();
+    TryModules();
+    TryStreams();
+    TryBuffers();
+    std::set<std::string> wanted;
+#define CONSUMER_NAME(name, parameters) wanted.insert(#name);
+    CONSUMER_FUNCTIONS(CONSUMER_NAME)
+#undef CONSUMER_NAME
+    // Those that are given a handle alone, beside which a buffer may stand, and those whose outputs nobody need ask
+    // for.
+    for (const char* none :
+         {"GCInitLib", "GCCloseLib", "TLClose", "IFClose", "DevClose", "DSClose", "EventFlush", "EventKill",
+          "DSQueueBuffer", "DSRevokeBuffer", "TLUpdateInterfaceList", "IFUpdateDeviceList"})
+        EXPECT_EQ(wanted.erase(none), 1u) << none;
+    EXPECT_EQ(m_Tested, wanted);
 }
 
 TEST_F(Arguments, NobodyHasSuchAnId) {

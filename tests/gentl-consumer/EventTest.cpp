@@ -16,12 +16,6 @@ GC_ERROR Wait(Session& session, EVENT_HANDLE event, std::uint64_t timeout) {
     return session->EventGetData(event, data, &size, timeout);
 }
 
-EVENT_HANDLE Register(Session& session, EVENTSRC_HANDLE source, std::int32_t type) {
-    EVENT_HANDLE event = nullptr;
-    session.Must(session->GCRegisterEvent(source, type, &event), "GCRegisterEvent");
-    return event;
-}
-
 TEST(Event, IsRegisteredOnce) {
     Session session;
     EVENT_HANDLE first = nullptr, second = nullptr;
@@ -103,7 +97,7 @@ TEST(Event, OfANewBufferTellsHandleAndUserPointer) {
 
 TEST(Event, OfTheCameraReachesItsNodeMap) {
     Session session;
-    const EVENT_HANDLE event = Register(session, session.Device(), EVENT_REMOTE_DEVICE);
+    const EVENT_HANDLE event = session.Register(session.Device(), EVENT_REMOTE_DEVICE);
     Module camera(session, session.Remote());
     GenApi::CEventAdapterGeneric adapter(camera.Nodes()._Ptr);
     camera.Execute("TestEventGenerate");
@@ -199,7 +193,7 @@ TEST(Waiting, IsEndedWithItsEventItsModuleAndTheLibrary) {
 TEST(Waiting, ForTheCamerasEventsOutlivesItsDevice) {
     for (int round = 0; round < 50; ++round) {
         Session session;
-        const EVENT_HANDLE event = Register(session, session.Device(), EVENT_REMOTE_DEVICE);
+        const EVENT_HANDLE event = session.Register(session.Device(), EVENT_REMOTE_DEVICE);
         std::promise<void> ready;
         auto waiter = std::async(std::launch::async, [&] {
             ready.set_value();
@@ -234,75 +228,6 @@ TEST(Waiting, SeesFramesWhileOthersFlushAndAsk) {
         }
     ASSERT_EQ(session->DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
     EXPECT_NE(session.Next(), nullptr) << seen << " before";
-}
-
-// --- a camera that goes away
-
-TEST(Unplug, IsToldByAnEventOfTheDevice) {
-    Session session(Session::SmallCamera(kUnpluggable));
-    const EVENT_HANDLE event = Register(session, session.Device(), EVENT_MODULE);
-    std::uint32_t value = 0;
-    std::size_t size = sizeof value;
-    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
-    std::uint8_t data[2048];
-    size = sizeof data;
-    ASSERT_EQ(session->EventGetData(event, data, &size, 10000), GC_ERR_SUCCESS);
-    const Answer id = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
-        return session->EventGetDataInfo(event, data, size, EVENT_DATA_ID, type, room, length);
-    });
-    const Answer bytes = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
-        return session->EventGetDataInfo(event, data, size, EVENT_DATA_VALUE, type, room, length);
-    });
-    Module device(session, session.Device());
-    GenApi::CEventAdapterGeneric adapter(device.Nodes()._Ptr);
-    adapter.DeliverMessage(bytes.bytes.data(), static_cast<std::uint32_t>(bytes.bytes.size()), id.Text().c_str());
-    ASSERT_NE(device.Find("EventDeviceLost"), nullptr);
-    EXPECT_EQ(device.Integer("EventDeviceLost"), static_cast<std::int64_t>(std::stoull(id.Text(), nullptr, 16)));
-}
-
-TEST(Unplug, LeavesErrorsAndNoWaiter) {
-    Session session(Session::SmallCamera(kUnpluggable));
-    session.Announce(3);
-    session.QueueAll();
-    session.Start();
-    ASSERT_NE(session.Next(), nullptr);
-    std::uint32_t value = 0;
-    std::size_t size = sizeof value;
-    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
-    size = sizeof value;
-    EXPECT_NE(session->GCReadPort(session.Remote(), kWidth, &value, &size), GC_ERR_SUCCESS);
-    (void)session->DSStopAcquisition(session.Stream(), ACQ_STOP_KILL);
-    EXPECT_EQ(session->DSFlushQueue(session.Stream(), ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
-    session.CloseStream();
-    session.CloseDevice();
-    // The system lists it until it has noticed.
-    bool8_t changed = 0, hasChanged = 0;
-    std::uint32_t count = 7;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (count != 0 && std::chrono::steady_clock::now() < end) {
-        ASSERT_EQ(session->IFUpdateDeviceList(session.Interface(), &changed, 1000), GC_ERR_SUCCESS);
-        hasChanged |= changed;
-        ASSERT_EQ(session->IFGetNumDevices(session.Interface(), &count), GC_ERR_SUCCESS);
-    }
-    EXPECT_EQ(count, 0u);
-    EXPECT_EQ(hasChanged, 1);
-}
-
-TEST(Unplug, OfACameraThatComesBackLetsItBeOpenedAgain) {
-    Session session(Session::SmallCamera(kReturning));
-    std::uint32_t value = 0;
-    std::size_t size = sizeof value;
-    EXPECT_NE(session->GCReadPort(session.Remote(), kSelfTest, &value, &size), GC_ERR_SUCCESS);
-    const std::string id = session.DeviceId();
-    session.CloseDevice();
-    const IF_HANDLE interface = session.Interface();
-    // The system may list it until it has noticed that it went, so being listed does not say that it is back.
-    EXPECT_TRUE(Eventually([&] {
-        (void)session->IFUpdateDeviceList(interface, nullptr, 100);
-        return session.CanBeOpened(id);
-    }));
-    EXPECT_EQ(session.Read32(kWidth), 64u);
-    EXPECT_EQ(session.DeviceId(), id) << "it is the same one";
 }
 
 } // namespace

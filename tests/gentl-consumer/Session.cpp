@@ -177,6 +177,12 @@ Answer Session::StreamInfo(Command what) {
     });
 }
 
+EVENT_HANDLE Session::Register(EVENTSRC_HANDLE source, std::int32_t type) {
+    EVENT_HANDLE event = nullptr;
+    Must(m_Library.GCRegisterEvent(source, type, &event), "GCRegisterEvent");
+    return event;
+}
+
 Answer Session::EventInfo(EVENT_HANDLE event, Command what) {
     return Ask([&](INFO_DATATYPE* type, void* room, std::size_t* size) {
         return m_Library.EventGetInfo(event, what, type, room, size);

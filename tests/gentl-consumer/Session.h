@@ -55,6 +55,7 @@ public:
     const std::vector<BUFFER_HANDLE>& Announce(std::size_t count);
     void QueueAll();
     EVENT_HANDLE NewBuffers(); ///< the event, registered once
+    EVENT_HANDLE Register(EVENTSRC_HANDLE source, std::int32_t type);
     void Start(std::uint64_t count = GENTL_INFINITE);
     /// The camera first, then the stream.
     void Stop(std::int32_t flags = ACQ_STOP_DEFAULT);
