@@ -9,6 +9,7 @@ namespace {
 enum Property : guint {
     kCamera = 1,
     kFeatures,
+    kEvents,
     kTimeout,
     kReconnect,
     kConvert,
@@ -30,6 +31,9 @@ void Assign(Options& options, guint id, const GValue& value) {
     switch (id) {
     case kCamera:
         options.camera = text();
+        break;
+    case kEvents:
+        options.events = text();
         break;
     case kTimeout:
         options.timeout = g_value_get_uint64(&value);
@@ -67,7 +71,7 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec*) {
             const gchar* text = g_value_get_string(value);
             return source.SetFeatures(text ? text : "");
         }
-        Options options = source.Options();
+        Options options = *source.Options();
         Assign(options, id, *value);
         source.Change(options);
     } catch (const std::exception& problem) {
@@ -76,13 +80,17 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec*) {
 }
 
 void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
-    const Options options = SourceOf(object).Options();
+    const auto shared = SourceOf(object).Options();
+    const Options& options = *shared;
     switch (id) {
     case kCamera:
         g_value_set_string(value, options.camera.c_str());
         break;
     case kFeatures:
         g_value_set_string(value, options.features.c_str());
+        break;
+    case kEvents:
+        g_value_set_string(value, options.events.c_str());
         break;
     case kTimeout:
         g_value_set_uint64(value, options.timeout);
@@ -129,6 +137,12 @@ void InstallTexts(GObjectClass& klass) {
                             "Features to set in this order, and commands to execute, such as \"ExposureTime=5000 "
                             "Gain=3 UserSetLoad\". At once while the camera is open",
                             "", kAtAnyTime));
+    g_object_class_install_property(
+        &klass, kEvents,
+        g_param_spec_string("events", "Events",
+                            "Events of the camera to post as element message tavix-event, such as \"ExposureEnd "
+                            "FrameStart\"",
+                            "", kFixedWhileOpen));
 }
 
 void InstallStream(GObjectClass& klass) {

@@ -25,7 +25,7 @@ bool Transform(const GValue& value, GType type, GValue& target) {
 
 } // namespace
 
-std::vector<Assignment> ParseAssignments(const std::string& text) {
+std::vector<std::string> ParseWords(const std::string& text) {
     if (text.find_first_not_of(" \t\n") == std::string::npos) return {};
     gint count = 0;
     gchar** raw = nullptr;
@@ -33,12 +33,16 @@ std::vector<Assignment> ParseAssignments(const std::string& text) {
     if (!g_shell_parse_argv(text.c_str(), &count, &raw, &problem)) {
         const std::string reason = problem->message;
         g_error_free(problem);
-        throw Tavix::ValueError("the features cannot be read: " + reason);
+        throw Tavix::ValueError("the words \"" + text + "\" cannot be read: " + reason);
     }
     const std::unique_ptr<gchar*, FreeWords> words(raw);
+    return {raw, raw + count};
+}
+
+std::vector<Assignment> ParseAssignments(const std::string& text) {
     std::vector<Assignment> assignments;
-    for (gint i = 0; i < count; ++i)
-        assignments.push_back(Parse(raw[i]));
+    for (const std::string& word : ParseWords(text))
+        assignments.push_back(Parse(word));
     return assignments;
 }
 

@@ -18,6 +18,7 @@ struct Assignment {
 };
 
 /// Words apart by blanks, quoted as in a shell. Tavix::ValueError for text that is none.
+std::vector<std::string> ParseWords(const std::string& text);
 std::vector<Assignment> ParseAssignments(const std::string& text);
 void Apply(Tavix::Camera& camera, const Assignment& assignment);
 

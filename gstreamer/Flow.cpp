@@ -20,7 +20,7 @@ private:
     const bool m_IsInside;
 };
 
-Tavix::Image Flow::Next(Tavix::Camera& camera, const Tavix::GrabOptions& options, std::chrono::milliseconds patience) {
+Tavix::Image Flow::Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds patience) {
     const Visit visit(*this);
     if (!visit) return {};
     if (!m_Stream) Begin(camera, options);
@@ -42,8 +42,8 @@ void Flow::Leave() noexcept {
     m_Changed.notify_all();
 }
 
-void Flow::Begin(Tavix::Camera& camera, const Tavix::GrabOptions& options) {
-    auto stream = std::make_unique<Tavix::ImageStream>(camera.Grab(options));
+void Flow::Begin(Tavix::Camera& camera, const Options& options) {
+    auto stream = std::make_unique<Tavix::ImageStream>(camera.Grab(options.ForGrab()));
     const std::lock_guard lock(m_Mutex);
     m_Stream = std::move(stream);
     if (m_IsInterrupted || m_Pauses != 0) m_Stream->Cancel(); // asked for while the camera was being started

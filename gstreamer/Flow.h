@@ -1,6 +1,8 @@
 #pragma once
 // The camera's stream as a pipeline runs and interrupts it.
 
+#include "gstreamer/Options.h"
+
 #include <tavix/camera/Camera.h>
 
 #include <chrono>
@@ -16,7 +18,7 @@ class Flow {
 public:
     /// The next image; empty when none came in that time or the wait was interrupted. Starts the camera when it does
     /// not stream. Throws as ImageStream does.
-    Tavix::Image Next(Tavix::Camera& camera, const Tavix::GrabOptions& options, std::chrono::milliseconds patience);
+    Tavix::Image Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds patience);
     /// Ends a wait at once, and those to come until Resume.
     void Interrupt() noexcept;
     void Resume() noexcept;
@@ -43,7 +45,7 @@ private:
     class Visit;
     bool Enter();
     void Leave() noexcept;
-    void Begin(Tavix::Camera& camera, const Tavix::GrabOptions& options);
+    void Begin(Tavix::Camera& camera, const Options& options);
     void End(std::unique_lock<std::mutex>& lock) noexcept;
 
     mutable std::mutex m_Mutex;

@@ -26,6 +26,15 @@ struct Setter {
     }
 };
 
+/// What every image has, looked up once.
+struct ImageFields {
+    const GstMetaInfo* const meta = gst_meta_get_info(kImageMeta);
+    const GQuark blockId = g_quark_from_static_string("block-id");
+    const GQuark cameraTime = g_quark_from_static_string("camera-time");
+    const GQuark bound = g_quark_from_static_string("host-time-bound");
+    const GQuark missed = g_quark_from_static_string("missed-before");
+};
+
 // Without their prefix, as the guide calls them.
 std::string ShortName(const std::string& chunk) {
     constexpr char kPrefix[] = "Chunk";
@@ -60,11 +69,12 @@ void RegisterMeta() {
 }
 
 void AttachMeta(GstBuffer& buffer, const Tavix::Image& image) {
-    GstStructure* fields = gst_custom_meta_get_structure(gst_buffer_add_custom_meta(&buffer, kImageMeta));
-    gst_structure_set(fields, "block-id", G_TYPE_UINT64, image.BlockId(), "camera-time", G_TYPE_UINT64,
-                      image.CameraTime(), "host-time-bound", G_TYPE_INT64,
-                      static_cast<gint64>(image.Time().bound.count()), "missed-before", G_TYPE_UINT64,
-                      image.MissedBefore(), nullptr);
+    static const ImageFields names;
+    GstMeta* meta = gst_buffer_add_meta(&buffer, names.meta, nullptr);
+    GstStructure* fields = gst_custom_meta_get_structure(reinterpret_cast<GstCustomMeta*>(meta));
+    gst_structure_id_set(fields, names.blockId, G_TYPE_UINT64, image.BlockId(), names.cameraTime, G_TYPE_UINT64,
+                         image.CameraTime(), names.bound, G_TYPE_INT64, static_cast<gint64>(image.Time().bound.count()),
+                         names.missed, G_TYPE_UINT64, image.MissedBefore(), nullptr);
     AddChunks(*fields, image);
 }
 
@@ -73,6 +83,19 @@ GstStructure* NewImageStructure(const GstBuffer& buffer) {
     GstStructure* message = gst_structure_copy(gst_custom_meta_get_structure(meta));
     gst_structure_set_name(message, kImageMessage);
     gst_structure_set(message, "timestamp", G_TYPE_UINT64, GST_BUFFER_PTS(&buffer), nullptr);
+    return message;
+}
+
+GstStructure* NewEventStructure(const Tavix::CameraEvent& event) {
+    GstStructure* values = gst_structure_new_empty("values");
+    for (const auto& [name, content] : event.values) {
+        GValue value = G_VALUE_INIT;
+        SetValue(value, content);
+        gst_structure_take_value(values, name.c_str(), &value);
+    }
+    GstStructure* message = gst_structure_new(kEventMessage, "event", G_TYPE_STRING, event.name.c_str(), "values",
+                                              GST_TYPE_STRUCTURE, values, nullptr);
+    gst_structure_free(values);
     return message;
 }
 

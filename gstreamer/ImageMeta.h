@@ -1,6 +1,7 @@
 #pragma once
 // What the camera says of an image, as metadata of its buffer.
 
+#include <tavix/camera/CameraEvent.h>
 #include <tavix/camera/Image.h>
 #include <tavix/camera/Value.h>
 
@@ -8,9 +9,10 @@
 
 namespace tavixgst {
 
-/// The name of the custom meta, and of the message.
+/// The name of the custom meta, and of the messages.
 inline constexpr char kImageMeta[] = "TavixImageMeta";
 inline constexpr char kImageMessage[] = "tavix-image";
+inline constexpr char kEventMessage[] = "tavix-event";
 
 /// Once for the process, before the first AttachMeta().
 void RegisterMeta();
@@ -19,6 +21,8 @@ void RegisterMeta();
 void AttachMeta(GstBuffer& buffer, const Tavix::Image& image);
 /// The same fields and the buffer's "timestamp". Owned by the caller.
 GstStructure* NewImageStructure(const GstBuffer& buffer);
+/// Fields: "event", its name, and "values", a structure with a field for each of its values. Owned by the caller.
+GstStructure* NewEventStructure(const Tavix::CameraEvent& event);
 /// An empty GValue becomes one of the value's own type: gint64, gdouble, gboolean or a string.
 void SetValue(GValue& target, const Tavix::Value& value);
 

@@ -11,7 +11,7 @@ namespace tavixgst {
 
 /// As the properties of the same names. Re-entrant.
 struct Options {
-    std::string camera, features;
+    std::string camera, features, events;
     GstClockTime timeout = 0;
     bool reconnect = false, convert = false, newestOnly = false, postMessages = false;
     guint buffers = 8, transferSize = 0;

@@ -1,9 +1,8 @@
 #include "gstreamer/PipelineTime.h"
 
-#include "gstreamer/Handles.h"
-
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace tavixgst {
 namespace {
@@ -19,21 +18,25 @@ bool IsMonotonic(GstClock& clock) {
     return type == GST_CLOCK_TYPE_MONOTONIC;
 }
 
-// The usual clock counts as the image's moment does; another one is asked now, and tells how long ago that was.
-std::int64_t OnClock(GstClock& clock, std::int64_t moment) {
-    if (IsMonotonic(clock))
-        return static_cast<std::int64_t>(gst_clock_adjust_unlocked(&clock, static_cast<GstClockTime>(moment)));
-    const std::int64_t age = Nanoseconds(std::chrono::steady_clock::now()) - moment;
-    return static_cast<std::int64_t>(gst_clock_get_time(&clock)) - age;
-}
-
 } // namespace
 
+// The usual clock counts as the image's moment does; another one is asked now, and tells how long ago that was.
+std::int64_t PipelineTime::OnClock(std::int64_t moment) const {
+    if (m_IsMonotonic)
+        return static_cast<std::int64_t>(gst_clock_adjust_unlocked(m_Clock.get(), static_cast<GstClockTime>(moment)));
+    const std::int64_t age = Nanoseconds(std::chrono::steady_clock::now()) - moment;
+    return static_cast<std::int64_t>(gst_clock_get_time(m_Clock.get())) - age;
+}
+
 GstClockTime PipelineTime::StampOf(GstElement& element, const Tavix::Image& image) {
-    const ClockPtr clock(gst_element_get_clock(&element));
+    ClockPtr clock(gst_element_get_clock(&element));
     if (!clock) return GST_CLOCK_TIME_NONE;
-    const std::int64_t moment = OnClock(*clock, Nanoseconds(image.Time().monotonic)) -
-                                static_cast<std::int64_t>(gst_element_get_base_time(&element));
+    if (clock != m_Clock) {
+        m_Clock = std::move(clock);
+        m_IsMonotonic = IsMonotonic(*m_Clock);
+    }
+    const std::int64_t moment =
+        OnClock(Nanoseconds(image.Time().monotonic)) - static_cast<std::int64_t>(gst_element_get_base_time(&element));
     const GstClockTime stamp = std::max(m_Last.load(), static_cast<GstClockTime>(std::max<std::int64_t>(0, moment)));
     m_Last = stamp;
     return stamp;

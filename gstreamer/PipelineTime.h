@@ -3,7 +3,7 @@
 
 #include <tavix/camera/Image.h>
 
-#include <gst/gst.h>
+#include "gstreamer/Handles.h"
 
 #include <atomic>
 
@@ -23,6 +23,10 @@ public:
     bool HasGrown(const Tavix::Image& image);
 
 private:
+    std::int64_t OnClock(std::int64_t moment) const;
+
+    ClockPtr m_Clock; // that the pipeline had last
+    bool m_IsMonotonic = false;
     std::atomic<GstClockTime> m_Last{0};
     std::atomic<GstClockTime> m_Delay{0};
 };

@@ -1,5 +1,6 @@
 #include "gstreamer/Source.h"
 
+#include "gstreamer/ImageMeta.h"
 #include "gstreamer/Report.h"
 
 #include <algorithm>
@@ -7,14 +8,16 @@
 
 namespace tavixgst {
 
-tavixgst::Options Source::Options() const {
+/// As they are now; each image asks, so they are not copied.
+std::shared_ptr<const tavixgst::Options> Source::Options() const {
     const std::lock_guard lock(m_Mutex);
     return m_Options;
 }
 
 void Source::Change(const tavixgst::Options& options) {
+    auto changed = std::make_shared<const tavixgst::Options>(options);
     const std::lock_guard lock(m_Mutex);
-    m_Options = options;
+    m_Options = std::move(changed);
 }
 
 std::shared_ptr<Tavix::Camera> Source::Opened() const {
@@ -24,16 +27,18 @@ std::shared_ptr<Tavix::Camera> Source::Opened() const {
 }
 
 Conversion Source::ConversionWanted() const {
-    return Options().convert ? Conversion::WhereNeeded : Conversion::None;
+    return Options()->convert ? Conversion::WhereNeeded : Conversion::None;
 }
 
 void Source::Open() {
-    const tavixgst::Options options = Options();
-    const auto camera = std::make_shared<Tavix::Camera>(Tavix::Camera::Open(options.camera));
-    for (const Assignment& assignment : ParseAssignments(options.features))
+    const auto options = Options();
+    const auto camera = std::make_shared<Tavix::Camera>(Tavix::Camera::Open(options->camera));
+    for (const Assignment& assignment : ParseAssignments(options->features))
         Apply(*camera, assignment);
     camera->OnRemoval([this](bool isBack) { OnRemoval(isBack); });
     m_IsAway = false;
+    for (const std::string& name : ParseWords(options->events))
+        camera->OnEvent(name, [this](const Tavix::CameraEvent& event) { Post(NewEventStructure(event)); });
     const std::lock_guard lock(m_Mutex);
     m_Camera = camera;
 }
@@ -91,7 +96,7 @@ Source::Latencies Source::Latency() const {
     const GstClockTime period = m_Layout.Duration();
     Latencies latencies;
     latencies.least = std::max(m_Time.Delay(), period);
-    if (period != 0) latencies.most = latencies.least + m_Options.buffers * period;
+    if (period != 0) latencies.most = latencies.least + m_Options->buffers * period;
     return latencies;
 }
 
@@ -125,7 +130,9 @@ void Source::SetFeatures(const std::string& text) {
     const std::vector<Assignment> assignments = ParseAssignments(text);
     {
         const std::lock_guard lock(m_Mutex);
-        m_Options.features = text;
+        auto changed = std::make_shared<tavixgst::Options>(*m_Options);
+        changed->features = text;
+        m_Options = std::move(changed);
         if (!m_Camera) return;
     }
     for (const Assignment& assignment : assignments) {

@@ -26,7 +26,7 @@ public:
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
-    tavixgst::Options Options() const;
+    std::shared_ptr<const tavixgst::Options> Options() const;
     void Change(const tavixgst::Options& options);
     /// Keeps the text for the next opening, and applies it now if the camera is open.
     void SetFeatures(const std::string& text);
@@ -79,7 +79,7 @@ private:
     Flow m_Flow;
     mutable std::mutex m_Mutex;
     // Guarded by m_Mutex.
-    tavixgst::Options m_Options;
+    std::shared_ptr<const tavixgst::Options> m_Options = std::make_shared<tavixgst::Options>();
     std::shared_ptr<Tavix::Camera> m_Camera;
     Layout m_Layout; // written by the pipeline's thread only
 

@@ -45,17 +45,17 @@ bool Source::Fits(const Tavix::Image& image) const {
 }
 
 GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
-    const tavixgst::Options options = Options();
+    const auto options = Options();
     m_LastImage = Clock::now();
     while (!m_Flow.IsInterrupted()) {
         if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
             return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
         const bool isStarting = !m_Flow.IsRunning();
-        image = m_Flow.Next(camera, options.ForGrab(), PatienceOf(options));
+        image = m_Flow.Next(camera, *options, PatienceOf(*options));
         if (image) return GST_FLOW_OK;
         if (isStarting) m_LastImage = Clock::now(); // to start the camera takes its time
         TellStarvation();
-        CheckSilence(options);
+        CheckSilence(*options);
     }
     m_Flow.Stop();
     return GST_FLOW_FLUSHING;
@@ -72,7 +72,7 @@ void Source::CheckSilence(const tavixgst::Options& options) {
 void Source::TellStarvation() {
     const std::uint64_t starved = m_Flow.Counts().starved;
     if (starved > m_Starved) {
-        Post(gst_structure_new("tavix-starved", "keep-budget", G_TYPE_UINT64, Options().keepBudget, nullptr));
+        Post(gst_structure_new("tavix-starved", "keep-budget", G_TYPE_UINT64, Options()->keepBudget, nullptr));
     }
     m_Starved = starved;
 }
@@ -91,7 +91,7 @@ BufferPtr Source::BufferOf(Tavix::Image image) {
     GST_BUFFER_OFFSET_END(buffer.get()) = m_Offset;
     if (hasGap) GST_BUFFER_FLAG_SET(buffer.get(), GST_BUFFER_FLAG_DISCONT);
     if (missed != 0) TellMissed(*buffer);
-    if (Options().postMessages) Post(NewImageStructure(*buffer));
+    if (Options()->postMessages) Post(NewImageStructure(*buffer));
     return buffer;
 }
 

@@ -66,6 +66,25 @@ TEST_F(GstFeature, IsOutOfReachWithoutACamera) {
     EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("READY"));
 }
 
+TEST_F(GstFeature, EventsArePostedThatWereAskedFor) {
+    g_object_set(pipeline.Find("src").get(), "events", "ExposureEnd", nullptr);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstMessage> message = pipeline.AwaitElementMessage("tavix-event");
+    ASSERT_TRUE(message);
+    const GstStructure* event = gst_message_get_structure(message.get());
+    EXPECT_STREQ(gst_structure_get_string(event, "event"), "ExposureEnd");
+    GstStructure* values = nullptr;
+    ASSERT_TRUE(gst_structure_get(event, "values", GST_TYPE_STRUCTURE, &values, nullptr));
+    const Handle<GstStructure> owned(values);
+    EXPECT_TRUE(gst_structure_has_field_typed(values, "EventExposureEndTimestamp", G_TYPE_INT64));
+}
+
+TEST_F(GstFeature, AnEventThatTheCameraHasNotIsAnError) {
+    g_object_set(pipeline.Find("src").get(), "events", "ExposureEnd Sunset", nullptr);
+    EXPECT_FALSE(pipeline.Reach(GST_STATE_READY));
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("Sunset"));
+}
+
 TEST_F(GstFeature, IsSetWhileTheStreamGoesOn) {
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     ASSERT_TRUE(pipeline.Pull());
