@@ -8,11 +8,13 @@
 
 #include <gst/gst.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <limits>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -22,13 +24,16 @@
 namespace {
 
 constexpr unsigned int kWarmUp = 100;
+constexpr unsigned int kBuffers = 256; // as many as a busy machine needs at a thousand images a second
+constexpr unsigned int kRounds = 5;
 
 /// The file with the camera's settings, as long as this lives.
 class Settings {
 public:
     explicit Settings(unsigned int rate) : m_Path("/tmp/tavix-bench-gst-" + std::to_string(getpid()) + ".json") {
-        std::ofstream(m_Path) << "{\"cameras\": [{\"sensorWidth\": 640, \"sensorHeight\": 480, \"frameRate\": " << rate
-                              << "}]}";
+        std::ofstream(m_Path) << "{\"cameras\": [{\"sensorWidth\": 640, \"sensorHeight\": 480, "
+                                 "\"bufferedFrames\": 1000, \"frameRate\": "
+                              << rate << "}]}";
         setenv("TAVIX_VIRTUAL_CAMERAS", m_Path.c_str(), /*overwrite=*/1);
     }
     ~Settings() { std::remove(m_Path.c_str()); }
@@ -60,7 +65,9 @@ private:
 
 double RunLoop(unsigned int frames) {
     Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::ImageStream stream = camera.Grab();
+    Tavix::GrabOptions options;
+    options.buffers = kBuffers;
+    Tavix::ImageStream stream = camera.Grab(options);
     Meter meter;
     for (unsigned int i = 0; i < frames + kWarmUp; ++i) {
         if (i == kWarmUp) meter.Begin();
@@ -104,7 +111,8 @@ guint64 Stat(GstElement* source, const char* name) {
 }
 
 double RunPipeline(unsigned int frames) {
-    GstElement* pipeline = gst_parse_launch("tavixsrc name=src ! fakesink name=sink", nullptr);
+    GstElement* pipeline = gst_parse_launch(
+        ("tavixsrc name=src buffers=" + std::to_string(kBuffers) + " ! fakesink name=sink").c_str(), nullptr);
     if (pipeline == nullptr) throw std::runtime_error("no pipeline: set GST_PLUGIN_PATH");
     GstElement* source = gst_bin_get_by_name(GST_BIN(pipeline), "src");
     GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
@@ -137,8 +145,12 @@ int main(int argc, char** argv) {
         gst_init(nullptr, nullptr);
         std::printf("%-24s %8s %9s %9s %9s %8s %6s\n", "", "host us", "ioctl us", "switches", "cam us", "frames/s",
                     "lost");
-        const double loop = RunLoop(frames);
-        std::printf("processor time of a frame above the loop: %.1f us\n", RunPipeline(frames) - loop);
+        double loop = std::numeric_limits<double>::max(), pipeline = loop;
+        for (unsigned int round = 0; round < kRounds; ++round) { // others' work adds to the figures, and takes nothing
+            loop = std::min(loop, RunLoop(frames));
+            pipeline = std::min(pipeline, RunPipeline(frames));
+        }
+        std::printf("least processor time of a frame above that of the loop: %.1f us\n", pipeline - loop);
         return EXIT_SUCCESS;
     } catch (const std::exception& problem) {
         std::fprintf(stderr, "bench_gstreamer: %s\n", problem.what());

@@ -5,7 +5,9 @@
 #include <fstream>
 #include <string>
 
+#include <ctime>
 #include <dlfcn.h>
+#include <sys/resource.h>
 
 namespace bench {
 namespace {
@@ -49,21 +51,36 @@ double IoctlSeconds() {
     return ask != nullptr ? static_cast<double>(ask()) * 1e-9 : 0;
 }
 
+/// Processor time and switches of all threads, also of those that have ended.
+double ProcessSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+std::uint64_t ProcessSwitches() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::uint64_t>(usage.ru_nvcsw + usage.ru_nivcsw);
+}
+
 } // namespace
 
 Cost MeasureThreads() {
     Cost cost;
     cost.ioctlSeconds = IoctlSeconds();
+    cost.hostSeconds = ProcessSeconds();
+    cost.hostSwitches = ProcessSwitches();
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         const std::string name = Name(task.path());
         if (name.rfind("vcam", 0) == 0 || name.rfind("usbfs", 0) == 0) {
             cost.cameraSeconds += Seconds(task.path());
+            cost.hostSwitches -= Switches(task.path());
             continue;
         }
-        cost.hostSeconds += Seconds(task.path());
-        cost.hostSwitches += Switches(task.path());
         cost.hostTransfers += Transfers(task.path());
     }
+    cost.hostSeconds -= cost.cameraSeconds;
     return cost;
 }
 

@@ -14,8 +14,8 @@ struct Cost {
     std::uint64_t hostTransfers = 0; ///< their system calls that read or wrote, as the kernel counts them
 };
 
-/// Threads whose names begin with "vcam" belong to virtual cameras, "usbfs" to the emulated bus. Threads that have
-/// ended are not counted.
+/// Threads whose names begin with "vcam" belong to virtual cameras, "usbfs" to the emulated bus; these are to live as
+/// long as anything is measured. Reads and writes of threads that have ended are not counted.
 Cost MeasureThreads();
 Cost operator-(const Cost& after, const Cost& before);
 
