@@ -128,6 +128,31 @@ void PrintTo(const BadSettings& bad, std::ostream* out) {
     *out << bad.name;
 }
 
+TEST_F(SettingsTest, TakeTheLastValueOfEachRange) {
+    for (const char* members :
+         {R"("sensorWidth": 64, "sensorHeight": 16384)", R"("frameRate": 0.1, "streams": 1)",
+          R"("frameRate": 10000, "streams": 4)", R"("clock": {"driftPpm": -100000})",
+          R"("clock": {"driftPpm": 100000})", R"("faults": {"stream": [{"fault": "LongLeader", "value": 67108864}]})",
+          R"("faults": {"control": [{"fault": "Oversize", "value": 67108864}]})",
+          R"("faults": {"control": [{"fault": "Pending", "value": 1000}]})",
+          R"("registers": {"extraPayload": 67108864, "alignmentExponent": 255})", R"("guid": "0123456789aF")"})
+        EXPECT_TRUE(virtualcam::ParseSettings(std::string("{\"cameras\": [{") + members + "}]}", settings, error))
+            << error;
+}
+
+TEST_F(SettingsTest, TakeAsManyCamerasAsThereMayBe) {
+    std::string cameras = "{}";
+    for (int i = 1; i < 32; ++i)
+        cameras += ", {}";
+    EXPECT_TRUE(virtualcam::ParseSettings("{\"cameras\": [" + cameras + "]}", settings, error)) << error;
+    EXPECT_EQ(settings.cameras.size(), 32u);
+    EXPECT_FALSE(virtualcam::ParseSettings("{\"cameras\": [{}, " + cameras + "]}", settings, error));
+    EXPECT_EQ(error, "cameras: there may be at most 32 cameras");
+    EXPECT_TRUE(virtualcam::ReadSettings("32", settings, error)) << error;
+    EXPECT_FALSE(virtualcam::ReadSettings("33", settings, error));
+    EXPECT_EQ(error, "there may be at most 32 cameras");
+}
+
 class SettingsErrorTest : public testing::TestWithParam<BadSettings> {};
 
 TEST_P(SettingsErrorTest, NamesTheKeyAndWhatIsAllowed) {
@@ -159,6 +184,20 @@ INSTANTIATE_TEST_SUITE_P(
                     "cameras[0].queuedEvents: a whole number from 0 to 4294967295 is expected, not 1.5"},
         BadSettings{"Guid", R"({"cameras": [{"guid": "12"}]})",
                     "cameras[0].guid: 12 hexadecimal digits are expected, not \"12\""},
+        BadSettings{"GuidOfOtherLetters", R"({"cameras": [{"guid": "12094000000g"}]})",
+                    "cameras[0].guid: 12 hexadecimal digits are expected, not \"12094000000g\""},
+        BadSettings{"TooSmall", R"({"cameras": [{"sensorWidth": 48}]})",
+                    "cameras[0].sensorWidth: a multiple of 16 from 64 to 16384 is expected, not 48"},
+        BadSettings{"TooLargeSensor", R"({"cameras": [{"sensorHeight": 16400}]})",
+                    "cameras[0].sensorHeight: a multiple of 16 from 64 to 16384 is expected, not 16400"},
+        BadSettings{"TooSlow", R"({"cameras": [{"frameRate": 0.09}]})",
+                    "cameras[0].frameRate: 0.1 to 10000 is expected"},
+        BadSettings{"TooFast", R"({"cameras": [{"frameRate": 10001}]})",
+                    "cameras[0].frameRate: 0.1 to 10000 is expected"},
+        BadSettings{"DriftBack", R"({"cameras": [{"clock": {"driftPpm": -100001}}]})",
+                    "cameras[0].clock.driftPpm: -100000 to 100000 is expected"},
+        BadSettings{"Alignment", R"({"cameras": [{"registers": {"alignmentExponent": 256}}]})",
+                    "cameras[0].registers.alignmentExponent: 0 to 255 is expected"},
         BadSettings{"NoStreams", R"({"cameras": [{"streams": 0}]})", "cameras[0].streams: 1 to 4 is expected"},
         BadSettings{"TooManyStreams", R"({"cameras": [{"streams": 5}]})", "cameras[0].streams: 1 to 4 is expected"},
         BadSettings{"Drift", R"({"cameras": [{"clock": {"driftPpm": 1e6}}]})",
