@@ -70,12 +70,16 @@ TEST(Trace, ThatTheVariableCannotHaveIsTold) {
 TEST(Trace, WithABadNumberOfPayloadBytesIsTold) {
     const TestFolder folder;
     const Variable variable("TAVIX_TRACE", folder.Path("t"));
-    for (const char* bad : {"many", "-1", "5k", "99999999999999999999"}) {
+    for (const char* bad : {"many", "-1", "5k", "1000000000000000000", "99999999999999999999"}) {
         const Variable payload("TAVIX_TRACE_PAYLOAD", bad);
         ExpectItTold(RunTool(kGrab), "TAVIX_TRACE_PAYLOAD: '" + std::string(bad) + "' is no number of bytes; 64 ");
     }
-    const Variable payload("TAVIX_TRACE_PAYLOAD", "0");
-    EXPECT_EQ(RunTool(kGrab).status, 0);
+    for (const char* good : {"0", "999999999999999999"}) {
+        const Variable payload("TAVIX_TRACE_PAYLOAD", good);
+        const Outcome outcome = RunTool(kGrab);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err.find("TAVIX_TRACE_PAYLOAD"), std::string::npos) << outcome.err;
+    }
 }
 
 } // namespace
