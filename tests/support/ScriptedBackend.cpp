@@ -157,7 +157,7 @@ public:
     usb::Result SelectConfiguration(std::uint8_t value) override {
         const Lock lock(m_Camera.m_Mutex);
         m_Camera.m_Selected.push_back(value);
-        return usb::Result::Ok;
+        return m_Camera.m_SelectResult;
     }
     std::uint8_t* AllocateMemory(std::size_t size, std::size_t piece) override {
         const Lock lock(m_Camera.m_Mutex);
@@ -183,7 +183,9 @@ public:
 private:
     usb::Result Out(const Command& command, std::size_t& actual) {
         const usb::Result result = std::exchange(m_Camera.m_NextOut, usb::Result::Ok);
-        if (result != usb::Result::Ok) return result;
+        const auto sent = std::exchange(m_Camera.m_NextSent, std::nullopt);
+        if (sent) actual = *sent;
+        if (sent || result != usb::Result::Ok) return result;
         actual = command.bytes.size();
         m_Camera.Execute(command);
         return usb::Result::Ok;

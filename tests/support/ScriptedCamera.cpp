@@ -167,6 +167,15 @@ void Camera::FailNextOut(usb::Result result) {
     const Lock lock(m_Mutex);
     m_NextOut = result;
 }
+void Camera::CutNextOut(std::size_t sent, usb::Result result) {
+    const Lock lock(m_Mutex);
+    m_NextSent = sent;
+    m_NextOut = result;
+}
+void Camera::RefuseConfiguration(usb::Result result) {
+    const Lock lock(m_Mutex);
+    m_SelectResult = result;
+}
 void Camera::FailNextIn(usb::Result result) {
     const Lock lock(m_Mutex);
     m_NextIn = result;

@@ -69,6 +69,7 @@ public:
     // Faults.
     void RefuseOpen(usb::Result result);
     void RefuseClaim(usb::Result result);
+    void RefuseConfiguration(usb::Result result);
     void HideStrings();
     /// Changes how the device is listed: descriptors, speed, configurations.
     void Describe(std::function<void(usb::DeviceEntry&)> change);
@@ -80,6 +81,8 @@ public:
     /// Memory that the system maps for transfers; none at first.
     void AllowMapping(std::size_t bytes);
     void FailNextOut(usb::Result result);
+    /// Of the next command so much is said to have been sent; none of it arrives.
+    void CutNextOut(std::size_t sent, usb::Result result);
     void FailNextIn(usb::Result result);
     void RefuseClearing(usb::Result result);
     void AllowTransfers(std::size_t count); ///< more at once give NoMemory
@@ -150,7 +153,9 @@ private:
     usb::Result m_OpenResult = usb::Result::Ok;
     usb::Result m_ClaimResult = usb::Result::Ok;
     usb::Result m_ClearResult = usb::Result::Ok;
+    usb::Result m_SelectResult = usb::Result::Ok;
     usb::Result m_NextOut = usb::Result::Ok;
+    std::optional<std::size_t> m_NextSent; ///< of a command that does not arrive
     usb::Result m_NextIn = usb::Result::Ok;
     std::size_t m_TransferLimit = SIZE_MAX;
     usb::ControlSetup m_LastControl;

@@ -128,6 +128,18 @@ TEST_F(Channel, RepeatsAWriteThatNeverReachedTheCamera) {
     EXPECT_EQ(Commands(0x1CC), 1u);
 }
 
+TEST_F(Channel, RepeatsAWriteThatDidNotArriveWhole) {
+    constexpr std::size_t kWhole = 24;
+    for (const usb::Result result : {usb::Result::Ok, usb::Result::Timeout}) {
+        camera.CutNextOut(kWhole - 1, result);
+        EXPECT_EQ(Write(Repeat::Never), VX_OK);
+    }
+    EXPECT_EQ(Commands(0x1CC), 2u);
+    camera.CutNextOut(kWhole, usb::Result::Timeout); // all of it may have arrived
+    EXPECT_EQ(Write(Repeat::Never), VX_E_TIMEOUT);
+    EXPECT_EQ(Commands(0x1CC), 2u);
+}
+
 TEST_F(Channel, FetchesTheAnswerToAWriteWhenTheSystemHasMemoryAgain) {
     camera.FailNextIn(usb::Result::NoMemory);
     EXPECT_EQ(Write(Repeat::Never), VX_OK);

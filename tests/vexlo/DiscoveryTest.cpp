@@ -137,6 +137,20 @@ TEST_F(Discovery, FindsAFunctionThatIsNotInTheActiveConfigurationAndSelectsItsOw
     EXPECT_EQ(camera.SelectedConfigurations(), std::vector<int>{2});
 }
 
+TEST_F(Discovery, OpensWhereNoConfigurationCanBeSelectedButNotWhereItIsRefused) {
+    camera.Describe([](usb::DeviceEntry& entry) {
+        entry.configurations = {Configuration(1, {}), Configuration(2, Function(4, "01", "85", "83"))};
+        entry.activeConfiguration = 1;
+    });
+    const auto found = All();
+    ASSERT_EQ(found.size(), 1u);
+    camera.RefuseConfiguration(usb::Result::Busy);
+    EXPECT_EQ(device->Open(found[0]), VX_E_BUSY);
+    EXPECT_TRUE(camera.Commands().empty());
+    camera.RefuseConfiguration(usb::Result::NotSupported); // the bus knows no such request
+    EXPECT_EQ(device->Open(found[0]), VX_OK);
+}
+
 TEST_F(Discovery, UsesEndpointsOfDifferentNumbers) {
     camera.Describe(
         [](usb::DeviceEntry& entry) { entry.configurations = {Configuration(1, Function(0, "01", "85", "83"))}; });

@@ -36,9 +36,15 @@ TEST_F(Access, ReadsAroundWhatTheCameraWantsAligned) {
         if (aligned) return std::nullopt;
         return std::vector<Bytes>{Ack(0x8005, 0x0801, command.RequestId(), {})};
     });
-    Bytes read(3);
-    ASSERT_EQ(access.Read(0x90003, read.data(), read.size(), done), VX_OK);
-    EXPECT_EQ(read, Hex("030405"));
+    const Bytes all = Hex("0001020304050607");
+    for (std::size_t first = 0; first < all.size(); ++first) {
+        for (std::size_t end = first + 1; end <= all.size(); ++end) {
+            Bytes read(end - first);
+            ASSERT_EQ(access.Read(0x90000 + first, read.data(), read.size(), done), VX_OK) << first << " " << end;
+            EXPECT_EQ(read, Bytes(all.begin() + static_cast<std::ptrdiff_t>(first),
+                                  all.begin() + static_cast<std::ptrdiff_t>(end)));
+        }
+    }
 }
 
 TEST_F(Access, HalvesBlocksThatTheCameraRefuses) {

@@ -157,6 +157,11 @@ unsigned int PacketBus::EventCalls() const {
     return m_EventCalls;
 }
 
+unsigned int PacketBus::ShortestWait() const {
+    Lock lock(m_Mutex);
+    return m_ShortestWait;
+}
+
 unsigned int PacketBus::Refused() const {
     Lock lock(m_Mutex);
     return m_Refused;
@@ -308,6 +313,7 @@ void PacketBus::Forget(usb::Transfer& transfer) {
 Result PacketBus::HandleEvents(unsigned int timeoutMs) {
     Lock lock(m_Mutex);
     ++m_EventCalls;
+    m_ShortestWait = std::min(m_ShortestWait, timeoutMs);
     if (m_Events != Result::Ok) {
         m_Wake = false;
         return m_Events;

@@ -3,6 +3,7 @@
 
 #include "usb/Backend.h"
 
+#include <climits>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -53,6 +54,8 @@ public:
     std::size_t MostQueued() const;
     std::size_t Unsent() const; ///< packets and faults of the script that are still to come
     unsigned int EventCalls() const;
+    /// Of all waits for events, in milliseconds.
+    unsigned int ShortestWait() const;
     /// Transfers that came after the camera had gone.
     unsigned int Refused() const;
     unsigned int HaltsCleared() const;
@@ -112,6 +115,7 @@ private:
     unsigned int m_Submits = 0;
     std::size_t m_MostQueued = 0;
     unsigned int m_EventCalls = 0;
+    unsigned int m_ShortestWait = UINT_MAX;
     unsigned int m_Refused = 0;
     unsigned int m_HaltsCleared = 0;
     unsigned int m_HaltsSet = 0;

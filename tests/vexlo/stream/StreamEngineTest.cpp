@@ -166,6 +166,17 @@ TEST(StreamEngine, IgnoresWhatFollowsAShortTransfer) {
     bench.ExpectGood(1);
 }
 
+TEST(StreamEngine, WaitsAsLongAsEverForTransfersThatTheSystemHadMemoryFor) {
+    EngineBench bench;
+    bench.bus.AllowTransfers(2);
+    bench.Start();
+    for (std::uint64_t id = 0; id < 3; ++id) {
+        bench.bus.Send(bench.Good(id));
+        bench.ExpectGood(id);
+    }
+    EXPECT_EQ(bench.bus.ShortestWait(), 1000u);
+}
+
 TEST(StreamEngine, CancelsInTheOrderOfQueuing) {
     EngineBench bench({3000, 1024, 1024, 8, 0, 7});
     bench.Start();
