@@ -62,14 +62,14 @@ class Browser:
         shutil.rmtree(self._profile, ignore_errors=True)
 
     @property
-    def processes(self):
-        """Ids of all processes of the browser."""
-        found = []
+    def memory(self):
+        """Bytes of each of the browser's processes, by its id."""
+        found = {}
         for name in filter(str.isdigit, os.listdir("/proc")):
             try:
                 if os.getpgid(int(name)) == self._process.pid:
-                    found.append(int(name))
-            except ProcessLookupError:
+                    found[int(name)] = memory(name)
+            except (ProcessLookupError, FileNotFoundError):
                 continue
         return found
 
