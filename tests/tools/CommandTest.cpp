@@ -178,6 +178,14 @@ TEST(Set, ExecutesCommandsWithAndWithoutAValue) {
     EXPECT_EQ(JsonOf({"set", "TimestampLatch"})[0]["type"], "Command");
 }
 
+/// The set that is loaded brings the whole width back, which leaves no room for an offset.
+TEST(Set, ExecutesACommandBeforeItGoesOn) {
+    const Outcome outcome = RunTool({"--virtual", "1", "set", "Width=640", "UserSetLoad", "OffsetX=640"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "Width=640\nUserSetLoad done\n");
+    EXPECT_EQ(TextOf({"set", "Width=640", "OffsetX=640"}), "Width=640\nOffsetX=640\n");
+}
+
 TEST(Set, DoesWhatCameBeforeTheFirstFailure) {
     const Outcome outcome = RunTool({"--virtual", "1", "set", "Width=640", "Height=1"});
     EXPECT_EQ(outcome.status, 1);

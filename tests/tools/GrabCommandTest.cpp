@@ -188,6 +188,16 @@ TEST(Grab, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
     EXPECT_EQ(outcome.err, "tavix: " + Report(outcome)["errors"][0].get<std::string>() + "\n");
 }
 
+TEST(Grab, ReportsAsManyFailuresAsSuccesses) {
+    const TestFolder folder;
+    const std::string settings =
+        OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 1, "value": 1000}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "2"});
+    EXPECT_EQ(outcome.status, 3) << outcome.err;
+    EXPECT_NE(outcome.out.find("frames  failed  missed"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find(": first failure: "), std::string::npos) << outcome.out;
+}
+
 TEST(Grab, PutsACameraThatFailedBeforeOneWithFailedFrames) {
     const TestFolder folder;
     const std::string settings = folder.Write("two.json", R"({"cameras": [

@@ -99,6 +99,24 @@ TEST(Load, NamesWhatCouldNotBeSetAndSetsTheOthers) {
     EXPECT_EQ(report["failed"][1]["feature"], "Colour");
 }
 
+TEST(Load, SaysWhatIsWrongWithAValueHoweverOftenItTried) {
+    const TestFolder folder;
+    const Outcome outcome = OnVirtualCamera({"load", folder.Write("s.txt", "Height\t512\nWidth\t99999\n")});
+    EXPECT_EQ(outcome.status, 3);
+    ASSERT_EQ(Lines(outcome.out).size(), 2u) << outcome.out;
+    EXPECT_EQ(Lines(outcome.out)[1], "  Width: Value 99999 must be smaller than or equal to Max 1280.");
+}
+
+TEST(Load, TakesNoMoreThanAFileOfSettingsMayHave) {
+    const TestFolder folder;
+    constexpr std::size_t kMost = 16777216;
+    const std::string exact = folder.Write("most.txt", std::string(kMost, '#'));
+    EXPECT_NE(OnVirtualCamera({"load", exact}).err.find("holds no settings"), std::string::npos);
+    const std::string more = folder.Write("more.txt", std::string(kMost + 1, '#'));
+    EXPECT_NE(OnVirtualCamera({"load", more}).err.find("has more than the 16777216 bytes that it may have"),
+              std::string::npos);
+}
+
 TEST(Load, DoesNotSayThatOthersWereSetWhenNoneWas) {
     const TestFolder folder;
     const Outcome outcome = OnVirtualCamera({"load", folder.Write("s.txt", "Colour\tRed\n")});
