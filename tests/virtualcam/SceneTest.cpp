@@ -137,6 +137,29 @@ TEST(Scene, PutsRedFirstInItsBayerPattern) {
     EXPECT_EQ(image[blue], 0);
 }
 
+/// White, yellow, cyan, green, magenta, red, blue and black: red, green, blue, and the same as brightness and colour.
+constexpr int kBars[8][6] = {{255, 255, 255, 255, 128, 128}, {255, 255, 0, 226, 1, 149},   {0, 255, 255, 179, 171, 1},
+                             {0, 255, 0, 149, 44, 22},       {255, 0, 255, 106, 212, 234}, {255, 0, 0, 76, 85, 255},
+                             {0, 0, 255, 29, 255, 107},      {0, 0, 0, 0, 128, 128}};
+
+TEST(Scene, ShowsColouredBars) {
+    Geometry geometry = Size(768, 16, PixelFormat::RGB8);
+    geometry.pattern = TestPattern::ColorBars;
+    const Bytes rgb = Draw(geometry, 0);
+    geometry.format = PixelFormat::YCbCr422_8;
+    const Bytes ycbcr = Draw(geometry, 0);
+    geometry.format = PixelFormat::Mono8;
+    const Bytes grey = Draw(geometry, 0);
+    for (std::size_t bar = 0; bar < 8; ++bar) {
+        const std::size_t x = 96 * bar + 48;
+        const int pixel[6] = {rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2], grey[x], ycbcr[2 * x + 1], ycbcr[2 * x + 3]};
+        for (std::size_t i = 0; i < 6; ++i)
+            EXPECT_NEAR(pixel[i], kBars[bar][i], 2) << "bar " << bar << ", value " << i;
+        EXPECT_EQ(ycbcr[2 * x], grey[x]);
+        EXPECT_EQ(ycbcr[2 * x + 2], grey[x + 1]);
+    }
+}
+
 TEST(Scene, MirrorsWhatItShows) {
     Geometry geometry = Size(320, 16);
     const Bytes image = Draw(geometry, 4);
