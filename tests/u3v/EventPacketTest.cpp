@@ -75,6 +75,8 @@ TEST(SingleEvent, IsRefusedWhenItDoesNotFit) {
     const auto packet = DecodeEvent(kTestEvent).value();
     Packet message(23);
     EXPECT_FALSE(EncodeSingleEvent(packet, EntriesOf(kTestEvent)[0], message.data(), message.size()));
+    message.resize(24);
+    EXPECT_EQ(EncodeSingleEvent(packet, EntriesOf(kTestEvent)[0], message.data(), message.size()), 24u);
 }
 
 } // namespace

@@ -190,10 +190,12 @@ TEST_F(LibusbTest, WakeEventsEndsARunningHandleEvents) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
-TEST_F(LibusbTest, HandleEventsReturnsAtItsTimeLimit) {
+TEST_F(LibusbTest, HandleEventsReturnsAtItsTimeLimitAndNotBefore) {
     const auto handle = Open();
     EXPECT_EQ(handle->HandleEvents(0), Result::Ok);
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(handle->HandleEvents(5), Result::Ok);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(5));
 }
 
 TEST_F(LibusbTest, CompletionsRunOnThePumpOnlyWhileOthersCallSynchronously) {
