@@ -21,11 +21,27 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 # What packages of applications depend on. CPack could make the file, but for the plug-in's name.
 configure_file(${TAVIX_DEBIAN}/shlibs.in ${PROJECT_BINARY_DIR}/debian/shlibs @ONLY)
 
+# The same symbol by symbol, from the lists that the tests compare; no package is made of libraries that show other ones.
+get_property(libraries GLOBAL PROPERTY TAVIX_SHARED)
+get_property(lists GLOBAL PROPERTY TAVIX_EXPORTS)
+foreach(library list IN ZIP_LISTS libraries lists)
+  list(APPEND pairs $<TARGET_FILE:${library}> ${list})
+endforeach()
+set(symbols ${PROJECT_BINARY_DIR}/debian/symbols)
+add_custom_command(OUTPUT ${symbols}
+  COMMAND ${PROJECT_SOURCE_DIR}/scripts/exports.sh symbols ${PROJECT_VERSION} ${pairs} > ${symbols}
+  DEPENDS ${libraries} ${lists} ${PROJECT_SOURCE_DIR}/scripts/exports.sh
+  VERBATIM)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(always ALL)
+endif()
+add_custom_target(debian_symbols ${always} DEPENDS ${symbols})
+
 set(CPACK_DEBIAN_TAVIX_PACKAGE_NAME tavix)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_TAVIX_PACKAGE_RECOMMENDS "udev")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_EXTRA
-  "${TAVIX_DEBIAN}/conffiles;${TAVIX_DEBIAN}/postinst;${TAVIX_DEBIAN}/postrm;${TAVIX_DEBIAN}/triggers;${PROJECT_BINARY_DIR}/debian/shlibs")
+  "${TAVIX_DEBIAN}/conffiles;${TAVIX_DEBIAN}/postinst;${TAVIX_DEBIAN}/postrm;${TAVIX_DEBIAN}/triggers;${PROJECT_BINARY_DIR}/debian/shlibs;${symbols}")
 set(CPACK_DEBIAN_TAVIX_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_TAVIX_DESCRIPTION
 "USB3 Vision cameras on Linux

@@ -53,10 +53,30 @@ function(tavix_target name kind)
   target_include_directories(${name}
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${TAVIX_INSTALL_INCLUDEDIR}>
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   if(ARG_OUTPUT_NAME)
     set_target_properties(${name} PROPERTIES OUTPUT_NAME ${ARG_OUTPUT_NAME})
   endif()
+endfunction()
+
+# tavix_shared(<name> OUTPUT_NAME <name> NAMESPACE <name> SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
+# A library that shows of its namespace what its public headers promise and lists in exports.txt beside its CMakeLists.txt,
+# which a test compares; scripts/exports.sh renews the list. Beside it the object library <name>_objects that it is made
+# of: tests of its inside link that instead, so that no process has the code twice.
+function(tavix_shared name)
+  cmake_parse_arguments(ARG "" "OUTPUT_NAME;NAMESPACE" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  tavix_target(${name}_objects OBJECT SOURCES ${ARG_SOURCES} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  tavix_target(${name} SHARED OUTPUT_NAME ${ARG_OUTPUT_NAME} SOURCES $<TARGET_OBJECTS:${name}_objects>
+    PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  set(map ${CMAKE_CURRENT_BINARY_DIR}/exports.map)
+  string(LENGTH ${ARG_NAMESPACE} length)
+  set(prefix ${length}${ARG_NAMESPACE}) # as compilers spell it
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${map} @ONLY)
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map})
+  target_link_options(${name} PRIVATE -Wl,--version-script=${map})
+  set_property(GLOBAL APPEND PROPERTY TAVIX_SHARED ${name})
+  set_property(GLOBAL APPEND PROPERTY TAVIX_EXPORTS ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
 endfunction()
 
 # tavix_program(<name> SOURCES ... LIBS ...): an executable with the project's habits.

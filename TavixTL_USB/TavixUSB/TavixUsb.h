@@ -2,6 +2,7 @@
 // The entry points of the transport layer's shared library and the info record that describes it.
 
 #include "tavix/TransportLayer.h"
+#include "tavix/usb/Export.h"
 
 namespace Tavix {
 
@@ -25,12 +26,12 @@ const CUsbTlInfo& GetTLInfo();
 extern "C" {
 
 /// Appends one entry and returns true.
-bool GetTLInfoList(Tavix::TlInfoList& list);
+TAVIX_USB_API bool GetTLInfoList(Tavix::TlInfoList& list);
 
 /// The one transport layer of the process; the same object for every caller until it is destroyed. Null for an info of
 /// another device class. RuntimeException when the USB access library cannot be initialised.
-Tavix::ITransportLayer* Create(const Tavix::CTlInfo& info);
+TAVIX_USB_API Tavix::ITransportLayer* Create(const Tavix::CTlInfo& info);
 
 /// Null and pointers that are not the present transport layer are ignored.
-void Destroy(Tavix::ITransportLayer* tl);
+TAVIX_USB_API void Destroy(Tavix::ITransportLayer* tl);
 }

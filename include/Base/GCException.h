@@ -3,6 +3,8 @@
 //   throw RUNTIME_EXCEPTION("Failed to open device '%hs'", name.c_str());
 //   throw ACCESS_EXCEPTION_NODE(nodeName, "SetValue()", "Node is not writable.");
 
+#include "Base/Export.h"
+
 #include <cstdarg>
 #include <exception>
 #include <memory>
@@ -12,7 +14,7 @@ namespace GenICam {
 
 /// What all exceptions of GenICam have in common. Copies share the texts, so copying never throws.
 /// Re-entrant.
-class GenericException : public std::exception {
+class TAVIX_GCBASE_API GenericException : public std::exception {
 public:
     GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                      const char* exceptionType = "GenericException");
@@ -41,7 +43,7 @@ private:
 // Each kind: thrown as itself, caught as itself or as GenericException.
 // re-entrant
 #define GENICAM_DECLARE_EXCEPTION(Kind)                                                                                \
-    class Kind : public GenericException {                                                                             \
+    class TAVIX_GCBASE_API Kind : public GenericException {                                                            \
     public:                                                                                                            \
         Kind(const char* description, const char* sourceFileName, unsigned int sourceLine,                             \
              const char* exceptionType = #Kind)                                                                        \
@@ -64,7 +66,7 @@ GENICAM_DECLARE_EXCEPTION(DynamicCastException);
 #undef GENICAM_DECLARE_EXCEPTION
 
 /// The text of an exception; formats as core/Format.h says.
-std::string FormatDescription(const char* format, va_list arguments);
+TAVIX_GCBASE_API std::string FormatDescription(const char* format, va_list arguments);
 
 /// Remembers where an exception is thrown and makes it from a format (core/Format.h: `%hs`, `%Ix`; any length).
 /// Arguments are those of printf: a gcstring goes in as c_str(), and the compiler refuses it otherwise.

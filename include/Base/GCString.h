@@ -1,6 +1,8 @@
 #pragma once
 // GenICam's text: narrow, UTF-8, used like std::string and accepted wherever a C text is.
 
+#include "Base/Export.h"
+
 #include <cstddef>
 #include <iosfwd>
 #include <string>
@@ -11,7 +13,7 @@ namespace GenICam {
 /// A null C text counts as empty. Positions and counts are bytes. What std::string throws for a position outside, this
 /// throws as well (std::out_of_range). Text may hold zero bytes; the conversion to a C text then ends early for its
 /// reader. Re-entrant.
-class gcstring {
+class TAVIX_GCBASE_API gcstring {
 public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
@@ -132,19 +134,19 @@ inline bool operator>=(const gcstring& a, const gcstring& b) noexcept {
     return !(a < b);
 }
 
-gcstring operator+(const gcstring& a, const gcstring& b);
-gcstring operator+(const gcstring& a, const char* b);
-gcstring operator+(const char* a, const gcstring& b);
-gcstring operator+(const gcstring& a, char b);
-gcstring operator+(char a, const gcstring& b);
+TAVIX_GCBASE_API gcstring operator+(const gcstring& a, const gcstring& b);
+TAVIX_GCBASE_API gcstring operator+(const gcstring& a, const char* b);
+TAVIX_GCBASE_API gcstring operator+(const char* a, const gcstring& b);
+TAVIX_GCBASE_API gcstring operator+(const gcstring& a, char b);
+TAVIX_GCBASE_API gcstring operator+(char a, const gcstring& b);
 
 inline void swap(gcstring& a, gcstring& b) noexcept {
     a.swap(b);
 }
 
-std::ostream& operator<<(std::ostream& out, const gcstring& text);
-std::istream& operator>>(std::istream& in, gcstring& text); ///< one word
-std::istream& getline(std::istream& in, gcstring& line, char end = '\n');
+TAVIX_GCBASE_API std::ostream& operator<<(std::ostream& out, const gcstring& text);
+TAVIX_GCBASE_API std::istream& operator>>(std::istream& in, gcstring& text); ///< one word
+TAVIX_GCBASE_API std::istream& getline(std::istream& in, gcstring& line, char end = '\n');
 
 } // namespace GenICam
 /// \cond

@@ -2,6 +2,7 @@
 // The base of adapters that hand the chunks of a buffer to a node map.
 
 #include <GenApi/ChunkPort.h>
+#include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
 #include <vector>
@@ -9,7 +10,7 @@
 namespace GenApi {
 
 /// Works over any INodeMap. The node map must outlive it. bound to a thread
-class CChunkAdapter {
+class TAVIX_GENAPI_API CChunkAdapter {
 public:
     /// MaxChunkCacheSize: the largest chunk that may be copied, -1 for any.
     explicit CChunkAdapter(INodeMap* pNodeMap = nullptr, int64_t MaxChunkCacheSize = -1);

@@ -1,6 +1,7 @@
 #pragma once
 // The port of chunk features.
 
+#include <GenApi/Export.h>
 #include <GenApi/IChunkPort.h>
 
 #include <memory>
@@ -9,7 +10,7 @@ namespace GenApi {
 
 /// Reads and writes one chunk of a payload buffer. Access is RW while a chunk is attached, else NA. Its state belongs
 /// to the lock of the node map it is attached to. thread-safe
-class CChunkPort : virtual public IChunkPort {
+class TAVIX_GENAPI_API CChunkPort : virtual public IChunkPort {
 public:
     /// Attaches at once when the node is given.
     explicit CChunkPort(IPort* pPortNode = nullptr);

@@ -1,6 +1,7 @@
 #pragma once
 // Text forms of the enumerations, spelled as in description files.
 
+#include <GenApi/Export.h>
 #include <GenApi/Types.h>
 
 namespace GenApi {
@@ -8,7 +9,7 @@ namespace GenApi {
 /// FromString leaves the value alone and returns false for an unknown text; ToString of a value without a text
 /// gives an empty one.
 #define GENAPI_ENUM_CLASS(Enum)                                                                                        \
-    struct Enum##Class {                                                                                               \
+    struct TAVIX_GENAPI_API Enum##Class {                                                                              \
         static bool FromString(const GenICam::gcstring& text, Enum* pValue);                                           \
         static void ToString(GenICam::gcstring& text, const Enum* pValue);                                             \
         static void ToString(GenICam::gcstring& text, Enum value);                                                     \

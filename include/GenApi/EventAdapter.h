@@ -2,6 +2,7 @@
 // The base of adapters that hand event messages to a node map.
 
 #include <GenApi/EventPort.h>
+#include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
 #include <memory>
@@ -10,7 +11,7 @@
 namespace GenApi {
 
 /// Works over any INodeMap. The node map must outlive it. bound to a thread
-class CEventAdapter {
+class TAVIX_GENAPI_API CEventAdapter {
 public:
     explicit CEventAdapter(INodeMap* pNodeMap = nullptr);
     virtual ~CEventAdapter();

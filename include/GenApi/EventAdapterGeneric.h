@@ -2,11 +2,12 @@
 // An event adapter for messages whose ID is known apart from their bytes.
 
 #include <GenApi/EventAdapter.h>
+#include <GenApi/Export.h>
 
 namespace GenApi {
 
 /// bound to a thread
-class CEventAdapterGeneric : public CEventAdapter {
+class TAVIX_GENAPI_API CEventAdapterGeneric : public CEventAdapter {
 public:
     explicit CEventAdapterGeneric(INodeMap* pNodeMap = nullptr);
 

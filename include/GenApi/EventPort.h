@@ -1,6 +1,7 @@
 #pragma once
 // The port of event features.
 
+#include <GenApi/Export.h>
 #include <GenApi/IPort.h>
 
 #include <memory>
@@ -11,7 +12,7 @@ struct INode;
 
 /// Keeps a copy of the last event's bytes; ports of one ID that an adapter fills share it. Access is NA before the
 /// first event, then RO. Its state belongs to the lock of the node map it is attached to. thread-safe
-class CEventPort : virtual public IPort {
+class TAVIX_GENAPI_API CEventPort : virtual public IPort {
 public:
     explicit CEventPort(INode* pNode = nullptr);
     virtual ~CEventPort();

@@ -1,12 +1,13 @@
 #pragma once
 // What every node and value can do.
 
+#include <GenApi/Export.h>
 #include <GenApi/Types.h>
 
 namespace GenApi {
 
 /// All interfaces derive from it virtually, so that an object of several interfaces has one access mode. thread-safe
-struct IBase {
+struct TAVIX_GENAPI_API IBase {
     /// What may be done now; it is asked anew, down to the port. Throws what a node that decides it throws.
     virtual EAccessMode GetAccessMode() const = 0;
 

@@ -1,12 +1,13 @@
 #pragma once
 // A yes or a no.
 
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IBoolean : virtual public IValue {
+struct TAVIX_GENAPI_API IBoolean : virtual public IValue {
     /// AccessException when Verify finds the node not writable.
     virtual void SetValue(bool Value, bool Verify = true) = 0;
     /// SetValue with Verify.

@@ -1,12 +1,13 @@
 #pragma once
 // A port that reads from a piece of a buffer.
 
+#include <GenApi/Export.h>
 #include <GenApi/IPort.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IChunkPort : virtual public IPort {
+struct TAVIX_GENAPI_API IChunkPort : virtual public IPort {
     /// The data lie Length bytes long at pBaseAddress + ChunkOffset and stay there while attached, unless Cache and
     /// the Port node's description both allow a copy.
     virtual void AttachChunk(uint8_t* pBaseAddress, int64_t ChunkOffset, int64_t Length, bool Cache) = 0;

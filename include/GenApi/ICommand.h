@@ -1,12 +1,13 @@
 #pragma once
 // Something that the device does when told to.
 
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct ICommand : virtual public IValue {
+struct TAVIX_GENAPI_API ICommand : virtual public IValue {
     /// Starts the command and returns at once. AccessException when Verify finds the node not writable.
     virtual void Execute(bool Verify = true) = 0;
     /// Execute with Verify.

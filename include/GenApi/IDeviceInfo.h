@@ -1,12 +1,13 @@
 #pragma once
 // What a description says about itself.
 
+#include <GenApi/Export.h>
 #include <GenApi/Types.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IDeviceInfo {
+struct TAVIX_GENAPI_API IDeviceInfo {
     /// The texts are attributes of the root element, empty when it has none.
     virtual GenICam::gcstring GetModelName() = 0;
     virtual GenICam::gcstring GetVendorName() = 0;

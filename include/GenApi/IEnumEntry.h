@@ -1,12 +1,13 @@
 #pragma once
 // One of the values of an enumeration.
 
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IEnumEntry : virtual public IValue {
+struct TAVIX_GENAPI_API IEnumEntry : virtual public IValue {
     /// The number that the enumeration has when this entry is chosen.
     virtual int64_t GetValue() = 0;
     /// The name within the enumeration.

@@ -1,12 +1,13 @@
 #pragma once
 // One choice of several named ones.
 
+#include <GenApi/Export.h>
 #include <GenApi/IEnumEntry.h>
 
 namespace GenApi {
 
 /// The order of the operations is part of the binary interface. thread-safe
-struct IEnumeration : virtual public IValue {
+struct TAVIX_GENAPI_API IEnumeration : virtual public IValue {
     /// The names of the entries that are available at this moment.
     virtual void GetSymbolics(StringList_t& Symbolics) = 0;
     /// All entries in their order, whatever their access.

@@ -2,12 +2,13 @@
 // A floating-point number.
 
 #include <GenApi/Autovector.h>
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IFloat : virtual public IValue {
+struct TAVIX_GENAPI_API IFloat : virtual public IValue {
     /// AccessException when the node is not writable, OutOfRangeException for a value beyond Min and Max. The increment
     /// is not enforced. Not-a-number is refused always.
     virtual void SetValue(double Value, bool Verify = true) = 0;

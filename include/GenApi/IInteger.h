@@ -2,12 +2,13 @@
 // A whole number of 64 bits.
 
 #include <GenApi/Autovector.h>
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IInteger : virtual public IValue {
+struct TAVIX_GENAPI_API IInteger : virtual public IValue {
     /// AccessException when the node is not writable, OutOfRangeException for a value beyond Min, Max or off the
     /// increment; without Verify nothing is checked and the value is cut to what fits.
     virtual void SetValue(int64_t Value, bool Verify = true) = 0;

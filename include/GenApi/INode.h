@@ -1,6 +1,7 @@
 #pragma once
 // The interface of every node of a node map.
 
+#include <GenApi/Export.h>
 #include <GenApi/IBase.h>
 
 namespace GenApi {
@@ -9,7 +10,7 @@ class CNodeCallback;
 struct INodeMap;
 
 /// Names, texts and links of a node. The order of the operations is part of the binary interface. thread-safe
-struct INode : virtual public IBase {
+struct TAVIX_GENAPI_API INode : virtual public IBase {
     /// With FullQualified the name carries its prefix, "Std::" or "Cust::".
     virtual GenICam::gcstring GetName(bool FullQualified = false) const = 0;
     /// Standard for names of a standard list, Custom for the maker's own.

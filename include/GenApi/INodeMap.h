@@ -1,6 +1,7 @@
 #pragma once
 // A map of nodes by name.
 
+#include <GenApi/Export.h>
 #include <GenApi/INode.h>
 #include <GenApi/IPort.h>
 
@@ -9,7 +10,7 @@ namespace GenApi {
 class CLock;
 
 /// thread-safe: everything that touches state takes the map's lock.
-struct INodeMap {
+struct TAVIX_GENAPI_API INodeMap {
     /// In the order of the description.
     virtual void GetNodes(NodeList_t& Nodes) const = 0;
     /// Null when unknown. Accepts "Std::Name" and "Cust::Name".

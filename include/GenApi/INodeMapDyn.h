@@ -1,6 +1,7 @@
 #pragma once
 // A node map that is filled from a description text.
 
+#include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
 #include <cstddef>
@@ -8,7 +9,7 @@
 namespace GenApi {
 
 /// A map is loaded once; a second load throws RuntimeException. thread-safe
-struct INodeMapDyn : virtual public INodeMap {
+struct TAVIX_GENAPI_API INodeMapDyn : virtual public INodeMap {
     /// A description or an archive that holds one. RuntimeException with file, line and reason when it is no
     /// description.
     virtual void LoadXMLFromFile(const GenICam::gcstring& FileName) = 0;

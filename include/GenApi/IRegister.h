@@ -1,12 +1,13 @@
 #pragma once
 // Bytes at an address of a port.
 
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IRegister : virtual public IValue {
+struct TAVIX_GENAPI_API IRegister : virtual public IValue {
     /// Length must be the register's length.
     virtual void Set(const uint8_t* pBuffer, int64_t Length, bool Verify = true) = 0;
     /// A length below the register's gives its first bytes; a length above it throws OutOfRangeException.

@@ -1,12 +1,13 @@
 #pragma once
 // A text.
 
+#include <GenApi/Export.h>
 #include <GenApi/IValue.h>
 
 namespace GenApi {
 
 /// thread-safe
-struct IString : virtual public IValue {
+struct TAVIX_GENAPI_API IString : virtual public IValue {
     /// AccessException when the node is not writable, OutOfRangeException for a longer text than fits; without Verify
     /// it is cut.
     virtual void SetValue(const GenICam::gcstring& Value, bool Verify = true) = 0;

@@ -1,12 +1,13 @@
 #pragma once
 // What every node with a value can do.
 
+#include <GenApi/Export.h>
 #include <GenApi/INode.h>
 
 namespace GenApi {
 
 /// Verify asks for access and range checks; IgnoreCache makes registers read their port. thread-safe
-struct IValue : virtual public IBase {
+struct TAVIX_GENAPI_API IValue : virtual public IBase {
     /// The node that the value belongs to; never null.
     virtual INode* GetNode() = 0;
     /// The value as text, in the C locale. AccessException when Verify finds the node not readable; what the port

@@ -1,6 +1,7 @@
 #pragma once
 // How to be told that a node may have changed.
 
+#include <GenApi/Export.h>
 #include <GenApi/INode.h>
 
 #include <type_traits>
@@ -14,7 +15,7 @@ namespace GenApi {
 ///
 /// Made on the heap and handed to its node, which destroys it unless it is deregistered before. Its handle is its
 /// address. thread-safe once registered
-class CNodeCallback {
+class TAVIX_GENAPI_API CNodeCallback {
 public:
     CNodeCallback(INode* pNode, ECallbackType callbackType);
     CNodeCallback(const CNodeCallback&) = delete;
@@ -85,6 +86,6 @@ CallbackHandleType Register(INode* pNode, Client& client, Member member,
 
 /// Removes the callback from its node and destroys it, after its present call if it is running. False when there is no
 /// callback of that handle, be it because its node map is gone. A callback may deregister itself or another.
-bool Deregister(CallbackHandleType hCallback);
+TAVIX_GENAPI_API bool Deregister(CallbackHandleType hCallback);
 
 } // namespace GenApi

@@ -1,6 +1,7 @@
 #pragma once
 // Node maps that are built in code.
 
+#include <GenApi/Export.h>
 #include <GenApi/IBoolean.h>
 #include <GenApi/ICategory.h>
 #include <GenApi/ICommand.h>
@@ -28,7 +29,7 @@ class CNodeMap;
 /// it. Names and values of properties are those of the elements of a description file. Repeated calls append for
 /// properties that may occur several times (pFeature, pEnumEntry, pInvalidator, pSelected, pVariable, pDependent,
 /// pValueCopy, pError, Address, pAddress, pIndex, Constant, Expression, ...) and replace otherwise. bound to a thread
-class CMapNode {
+class TAVIX_GENAPI_API CMapNode {
 public:
     /// An unknown property or a value of the wrong form: PropertyException. After FinalConstruct or on an empty handle:
     /// LogicalErrorException.
@@ -88,25 +89,25 @@ private:
 };
 
 /// One class a node type; the type name given to RegisterNode must fit.
-class CIntegerNode : public CTypedMapNode<IInteger> {};
-class CIntRegNode : public CTypedMapNode<IInteger> {};
-class CMaskedIntRegNode : public CTypedMapNode<IInteger> {};
-class CIntSwissKnifeNode : public CTypedMapNode<IInteger> {};
-class CIntConverterNode : public CTypedMapNode<IInteger> {};
-class CFloatNode : public CTypedMapNode<IFloat> {};
-class CFloatRegNode : public CTypedMapNode<IFloat> {};
-class CSwissKnifeNode : public CTypedMapNode<IFloat> {};
-class CConverterNode : public CTypedMapNode<IFloat> {};
-class CBooleanNode : public CTypedMapNode<IBoolean> {};
-class CCommandNode : public CTypedMapNode<ICommand> {};
-class CEnumerationNode : public CTypedMapNode<IEnumeration> {};
-class CEnumEntryNode : public CTypedMapNode<IEnumEntry> {};
-class CStringNode : public CTypedMapNode<IString> {};
-class CStringRegNode : public CTypedMapNode<IString> {};
-class CRegisterNode : public CTypedMapNode<IRegister> {};
-class CCategoryNode : public CTypedMapNode<ICategory> {};
-class CPortNode : public CTypedMapNode<IPort> {};
-class CPlainNode : public CTypedMapNode<IValue> {};
+class TAVIX_GENAPI_API CIntegerNode : public CTypedMapNode<IInteger> {};
+class TAVIX_GENAPI_API CIntRegNode : public CTypedMapNode<IInteger> {};
+class TAVIX_GENAPI_API CMaskedIntRegNode : public CTypedMapNode<IInteger> {};
+class TAVIX_GENAPI_API CIntSwissKnifeNode : public CTypedMapNode<IInteger> {};
+class TAVIX_GENAPI_API CIntConverterNode : public CTypedMapNode<IInteger> {};
+class TAVIX_GENAPI_API CFloatNode : public CTypedMapNode<IFloat> {};
+class TAVIX_GENAPI_API CFloatRegNode : public CTypedMapNode<IFloat> {};
+class TAVIX_GENAPI_API CSwissKnifeNode : public CTypedMapNode<IFloat> {};
+class TAVIX_GENAPI_API CConverterNode : public CTypedMapNode<IFloat> {};
+class TAVIX_GENAPI_API CBooleanNode : public CTypedMapNode<IBoolean> {};
+class TAVIX_GENAPI_API CCommandNode : public CTypedMapNode<ICommand> {};
+class TAVIX_GENAPI_API CEnumerationNode : public CTypedMapNode<IEnumeration> {};
+class TAVIX_GENAPI_API CEnumEntryNode : public CTypedMapNode<IEnumEntry> {};
+class TAVIX_GENAPI_API CStringNode : public CTypedMapNode<IString> {};
+class TAVIX_GENAPI_API CStringRegNode : public CTypedMapNode<IString> {};
+class TAVIX_GENAPI_API CRegisterNode : public CTypedMapNode<IRegister> {};
+class TAVIX_GENAPI_API CCategoryNode : public CTypedMapNode<ICategory> {};
+class TAVIX_GENAPI_API CPortNode : public CTypedMapNode<IPort> {};
+class TAVIX_GENAPI_API CPlainNode : public CTypedMapNode<IValue> {};
 
 /// A node map whose nodes are registered and described by calls:
 ///
@@ -125,7 +126,7 @@ class CPlainNode : public CTypedMapNode<IValue> {};
 ///     };
 ///
 /// thread-safe after FinalConstruct, bound to a thread before
-class CNodeMap : virtual public INodeMap, public IDeviceInfo, public IDestroy {
+class TAVIX_GENAPI_API CNodeMap : virtual public INodeMap, public IDeviceInfo, public IDestroy {
 public:
     explicit CNodeMap(const GenICam::gcstring& DeviceName = "Device");
     virtual ~CNodeMap();

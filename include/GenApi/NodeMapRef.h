@@ -2,6 +2,7 @@
 // A shared reference to a node map that is loaded from a description.
 
 #include <Base/GCException.h>
+#include <GenApi/Export.h>
 #include <GenApi/IDestroy.h>
 #include <GenApi/IDeviceInfo.h>
 #include <GenApi/INodeMapDyn.h>
@@ -12,7 +13,7 @@
 namespace GenApi {
 
 /// Parameters without a member for each feature. bound to a thread
-class CGeneric_XMLLoaderParams {
+class TAVIX_GENAPI_API CGeneric_XMLLoaderParams {
 public:
     virtual ~CGeneric_XMLLoaderParams() = default;
 
@@ -21,8 +22,9 @@ protected:
 };
 
 /// An empty map of the loader kind "Generic" of the library "XMLLoader"; null for any other.
-INodeMapDyn* CreateLoaderNodeMap(const GenICam::gcstring& LoaderKind, const GenICam::gcstring& LibraryName,
-                                 const GenICam::gcstring& DeviceName);
+TAVIX_GENAPI_API INodeMapDyn* CreateLoaderNodeMap(const GenICam::gcstring& LoaderKind,
+                                                  const GenICam::gcstring& LibraryName,
+                                                  const GenICam::gcstring& DeviceName);
 
 /// Copies share the map; the last one destroys it through IDestroy. Loading into a reference that holds a map throws
 /// RuntimeException "DLL already loaded"; a load that fails leaves it empty, so that it can be repeated. Operations

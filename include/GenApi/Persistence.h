@@ -1,6 +1,7 @@
 #pragma once
 // A bag that keeps the settings of a node map as text.
 
+#include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
 #include <iosfwd>
@@ -10,7 +11,7 @@
 namespace GenApi {
 
 /// A list of settings that can be written and read as text. bound to a thread
-struct IPersistScript {
+struct TAVIX_GENAPI_API IPersistScript {
     virtual void SetInfo(const GenICam::gcstring& Info) = 0;
     virtual void PersistFeature(IValue& Value) = 0;
 
@@ -21,7 +22,7 @@ protected:
 /// Lines "Name<TAB>Value"; lines that start with # are comments. Features below selectors are stored once for each
 /// value of the selectors. Storing and loading keep the map's lock from the first line to the last, so that nobody else
 /// moves a selector in between; outside-lock callbacks run once each, after the lock's release. bound to a thread
-class CFeatureBag final : public IPersistScript {
+class TAVIX_GENAPI_API CFeatureBag final : public IPersistScript {
 public:
     CFeatureBag() = default;
     ~CFeatureBag() override = default;
@@ -50,7 +51,7 @@ private:
     std::vector<Line> m_Lines;
 };
 
-std::ostream& operator<<(std::ostream& stream, const CFeatureBag& bag);
-std::istream& operator>>(std::istream& stream, CFeatureBag& bag);
+TAVIX_GENAPI_API std::ostream& operator<<(std::ostream& stream, const CFeatureBag& bag);
+TAVIX_GENAPI_API std::istream& operator>>(std::istream& stream, CFeatureBag& bag);
 
 } // namespace GenApi

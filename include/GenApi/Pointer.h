@@ -2,6 +2,7 @@
 // A pointer to an interface that finds its way by dynamic_cast.
 
 #include <Base/GCException.h>
+#include <GenApi/Export.h>
 #include <GenApi/IBoolean.h>
 #include <GenApi/ICategory.h>
 #include <GenApi/IChunkPort.h>
@@ -20,9 +21,9 @@ namespace GenApi {
 
 /// What the calling thread looked for last without finding it: "'Misspelt' is unknown", "'Gain' does not offer this
 /// interface"; empty when it has found all. Thread-safe.
-GenICam::gcstring LastMiss();
+TAVIX_GENAPI_API GenICam::gcstring LastMiss();
 /// Remembers that the node does not offer an interface; null is nothing to remember. Thread-safe.
-void NoteMiss(const IBase* pNode);
+TAVIX_GENAPI_API void NoteMiss(const IBase* pNode);
 inline void NoteMiss(const INodeMap*) {}
 
 /// Owns nothing. A pointer that does not offer T leaves it empty; using it empty through ->, * or () throws

@@ -1,13 +1,14 @@
 #pragma once
 // The base of ports that bring a node map to a device.
 
+#include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
 namespace GenApi {
 
 /// A port needs GetAccessMode, Read and Write and nothing else. It is connected with INodeMap::Connect, which borrows
 /// it. bound to whatever its Read and Write are
-class CPortImpl : virtual public IPort {
+class TAVIX_GENAPI_API CPortImpl : virtual public IPort {
 public:
     CPortImpl();
     virtual ~CPortImpl();

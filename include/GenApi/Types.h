@@ -4,6 +4,7 @@
 #include <Base/GCString.h>
 #include <Base/GCStringVector.h>
 #include <Base/GCTypes.h>
+#include <GenApi/Export.h>
 
 #include <cstdint>
 #include <vector>
@@ -101,7 +102,7 @@ inline bool IsVisible(EVisibility visibility, EVisibility maximum) {
 }
 
 /// The mode of something that is subject to both modes; never wider than either.
-EAccessMode Combine(EAccessMode a, EAccessMode b);
+TAVIX_GENAPI_API EAccessMode Combine(EAccessMode a, EAccessMode b);
 /// The more hidden of the two.
 inline EVisibility Combine(EVisibility a, EVisibility b) {
     return a > b ? a : b;

@@ -1,12 +1,13 @@
 #pragma once
 // Why a feature has the access mode that it has.
 
+#include <GenApi/Export.h>
 #include <GenApi/INode.h>
 
 namespace GenApi {
 
 /// A sentence for a person: which link, register or port takes the access away ("locked: TLParamsLocked is 1"). Empty
 /// for a feature that is readable and writable. Never throws for a fault of the device; the fault is part of the text.
-GenICam::gcstring ExplainAccess(INode* pNode);
+TAVIX_GENAPI_API GenICam::gcstring ExplainAccess(INode* pNode);
 
 } // namespace GenApi

@@ -1,6 +1,7 @@
 #pragma once
 // GenICam's own log: the category "GenApi" and those below it.
 
+#include "Base/Export.h"
 #include "core/Log.h"
 
 #include <string>
@@ -12,7 +13,7 @@ namespace GenICam {
 ///     log.Error("Read of %u bytes failed", count);
 /// Formats as core/Format.h says. Nothing here throws, and the log is silent unless configured (core/Log.h).
 /// Thread-safe.
-class CLog {
+class TAVIX_GCBASE_API CLog {
 public:
     /// The category "GenApi" itself.
     CLog() : m_Id(Tavix::LogGetCatID("GenApi")) {}

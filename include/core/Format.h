@@ -1,6 +1,8 @@
 #pragma once
 // printf-style text of any length, with the one item that the C library reads differently.
 
+#include "core/Export.h"
+
 #include <cstdarg>
 #include <string>
 
@@ -14,7 +16,7 @@ namespace Tavix {
 /// - `%#p` prints a pointer.
 /// A null format gives an empty text. Never pass text that came from elsewhere as the format.
 /// Thread-safe.
-[[nodiscard]] std::string Format(const char* format, ...);
-[[nodiscard]] std::string FormatV(const char* format, va_list arguments);
+[[nodiscard]] TAVIX_CORE_API std::string Format(const char* format, ...);
+[[nodiscard]] TAVIX_CORE_API std::string FormatV(const char* format, va_list arguments);
 
 } // namespace Tavix

@@ -1,6 +1,7 @@
 #pragma once
 // A recursive lock and the guard that holds it for a scope, both known to clang's thread-safety analysis.
 
+#include "core/Export.h"
 #include "core/ThreadAnnotations.h"
 
 #include <pthread.h>
@@ -10,7 +11,7 @@ namespace Tavix {
 /// A mutex that the thread which holds it may take again; each lock() needs its own unlock().
 /// The names are those of the standard library's Lockable, so std::unique_lock and std::lock take it as well.
 /// Thread-safe.
-class TAVIX_CAPABILITY("mutex") RecursiveLock {
+class TAVIX_CORE_API TAVIX_CAPABILITY("mutex") RecursiveLock {
 public:
     /// Throws boost::thread_resource_error when the system has no mutex left.
     RecursiveLock();

@@ -1,6 +1,8 @@
 #pragma once
 // Log lines: a category, a numeric level and a printf-style text. Silent unless someone asks for them.
 
+#include "core/Export.h"
+
 #include <cstdarg>
 
 namespace Tavix {
@@ -22,14 +24,14 @@ enum LogLevel : unsigned int {
 // All functions are thread-safe; none throws.
 
 /// The id of a category, made on first use and the same for the rest of the process. Names are nested by dots.
-[[nodiscard]] unsigned int LogGetCatID(const char* name);
+[[nodiscard]] TAVIX_CORE_API unsigned int LogGetCatID(const char* name);
 
 /// Whether a line of this category and level would go anywhere; to skip the work of preparing one.
-[[nodiscard]] bool LogIsEnabled(unsigned int catId, unsigned int level);
+[[nodiscard]] TAVIX_CORE_API bool LogIsEnabled(unsigned int catId, unsigned int level);
 
 /// Writes one line; formats as core/Format.h says, of any length, shown as core/Printable.h says. An id that
 /// LogGetCatID never gave out is ignored.
-void LogTrace(unsigned int catId, unsigned int level, const char* format, ...);
-void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_list arguments);
+TAVIX_CORE_API void LogTrace(unsigned int catId, unsigned int level, const char* format, ...);
+TAVIX_CORE_API void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_list arguments);
 
 } // namespace Tavix

@@ -1,6 +1,8 @@
 #pragma once
 // A listener for log lines, for applications that want them in their own log and for tests that look at them.
 
+#include "core/Export.h"
+
 #include <functional>
 #include <memory>
 
@@ -13,7 +15,7 @@ namespace Tavix {
 /// Once Remove() or the destructor has returned, the listener is not called any more (a removal from within the
 /// listener's own call lets that call finish).
 /// Thread-safe.
-class LogSink {
+class TAVIX_CORE_API LogSink {
 public:
     using Listener = std::function<void(const char* category, unsigned int level, const char* text)>;
 

@@ -2,6 +2,8 @@
 // The one door for text that somebody else wrote - a camera, a file, a peer - on its way to a person: to a terminal, a
 // log or a page.
 
+#include "core/Export.h"
+
 #include <string>
 #include <string_view>
 
@@ -10,6 +12,6 @@ namespace Tavix {
 /// The text with '?' for each control character (C0, DEL, and C1, which terminals obey as well) and for each byte that
 /// is not part of well-formed UTF-8. So it can neither move a cursor nor begin a line. All else stays.
 /// Thread-safe.
-[[nodiscard]] std::string Printable(std::string_view text);
+[[nodiscard]] TAVIX_CORE_API std::string Printable(std::string_view text);
 
 } // namespace Tavix

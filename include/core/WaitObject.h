@@ -1,6 +1,8 @@
 #pragma once
 // Events that one thread signals and another waits for, with a file descriptor for the application's own event loop.
 
+#include "core/Export.h"
+
 #include <memory>
 #include <vector>
 
@@ -11,11 +13,11 @@ namespace Tavix {
 struct _WaitObjectPosix_t;
 
 /// A share of the state, which keeps it and its descriptor alive. Empty for null.
-[[nodiscard]] std::shared_ptr<_WaitObjectPosix_t> ShareWaitObject(_WaitObjectPosix_t* handle);
-void SignalWaitObject(_WaitObjectPosix_t& state) noexcept;
-void ResetWaitObject(_WaitObjectPosix_t& state) noexcept;
-void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept;
-void LowerWaitObject(_WaitObjectPosix_t& state) noexcept;
+[[nodiscard]] TAVIX_CORE_API std::shared_ptr<_WaitObjectPosix_t> ShareWaitObject(_WaitObjectPosix_t* handle);
+TAVIX_CORE_API void SignalWaitObject(_WaitObjectPosix_t& state) noexcept;
+TAVIX_CORE_API void ResetWaitObject(_WaitObjectPosix_t& state) noexcept;
+TAVIX_CORE_API void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept;
+TAVIX_CORE_API void LowerWaitObject(_WaitObjectPosix_t& state) noexcept;
 
 /// Something to wait for. Copies share one state. It is signalled by a pulse, by a level, or by both.
 /// A pulse is what Signal() gives: with automatic reset a signal is consumed by exactly one successful wait, and
@@ -24,7 +26,7 @@ void LowerWaitObject(_WaitObjectPosix_t& state) noexcept;
 /// the level, so that whoever waits and whoever only asks see the same.
 /// An object that is not valid is never signalled; waiting for it returns false at once.
 /// Thread-safe (except assignment to the same instance)
-class WaitObject {
+class TAVIX_CORE_API WaitObject {
 public:
     static constexpr unsigned int waitForever = 0xFFFFFFFF;
 
@@ -53,7 +55,7 @@ protected:
 
 /// The side that signals.
 /// Thread-safe (except assignment to the same instance)
-class WaitObjectEx : public WaitObject {
+class TAVIX_CORE_API WaitObjectEx : public WaitObject {
 public:
     WaitObjectEx() = default; ///< not valid; its operations do nothing
 
@@ -71,7 +73,7 @@ private:
 
 /// Waits for several objects at once. The objects are shared, not copied.
 /// Re-entrant.
-class WaitObjects {
+class TAVIX_CORE_API WaitObjects {
 public:
     /// Returns the index of the object: 0, 1, 2 ... in the order of adding.
     unsigned int Add(const WaitObject& object);

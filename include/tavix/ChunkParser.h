@@ -1,6 +1,7 @@
 #pragma once
 // Makes the chunk data of a buffer readable through a node map.
 
+#include "tavix/Export.h"
 #include "tavix/Types.h"
 
 #include <memory>
@@ -18,7 +19,7 @@ namespace Tavix {
 /// The chunk features of a camera show the buffer of one parser. A second parser of the same device takes them; until
 /// it is destroyed, all calls of the first one but DetachBuffer throw LogicalErrorException. A parser with a node map
 /// of its own stands in nobody's way.
-class IChunkParser {
+class TAVIX_BASE_API IChunkParser {
 public:
     /// RuntimeException when the buffer does not hold chunks; it then changes nothing. Attaching again binds to the new
     /// buffer and lets go of what it does not hold. What a callback of a feature throws passes on; then no buffer is
@@ -37,7 +38,7 @@ public:
 };
 
 /// A chunk parser with a node map of its own, which lives at least as long. Bound to a thread.
-class ISelfReliantChunkParser : public virtual IChunkParser {
+class TAVIX_BASE_API ISelfReliantChunkParser : public virtual IChunkParser {
 public:
     virtual GenApi::INodeMap* GetChunkDataNodeMap() = 0;
     virtual void Destroy() = 0;
@@ -45,7 +46,7 @@ public:
 
 /// The part that all chunk layouts share: it keeps the buffer and the adapter that knows the layout, and has no
 /// checksum. Bound to a thread.
-class CChunkParser : public virtual IChunkParser {
+class TAVIX_BASE_API CChunkParser : public virtual IChunkParser {
 public:
     CChunkParser(const CChunkParser&) = delete;
     CChunkParser& operator=(const CChunkParser&) = delete;

@@ -1,6 +1,7 @@
 #pragma once
 // Which description file a device gets.
 
+#include "tavix/Export.h"
 #include "tavix/Info.h"
 
 #include <memory>
@@ -17,7 +18,7 @@ struct XmlFileBinding {
 };
 
 /// Bindings of device patterns to files. Without an entry that fits, a device's own description is used. Thread-safe.
-class CConfigFileRegistry {
+class TAVIX_BASE_API CConfigFileRegistry {
 public:
     static CConfigFileRegistry& GetInstance();
 
@@ -43,6 +44,6 @@ private:
 
 /// The whole file as text; RuntimeException naming file and reason when it cannot be read, is no regular file, or is
 /// larger than 64 MiB.
-gcstring textFileToString(const gcstring& fileName);
+TAVIX_BASE_API gcstring textFileToString(const gcstring& fileName);
 
 } // namespace Tavix

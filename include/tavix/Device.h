@@ -4,6 +4,7 @@
 #include "tavix/Callback.h"
 #include "tavix/ChunkParser.h"
 #include "tavix/EventGrabber.h"
+#include "tavix/Export.h"
 #include "tavix/Info.h"
 #include "tavix/StreamGrabber.h"
 
@@ -15,7 +16,7 @@ using DeviceCallbackHandle = void*;
 /// Thread-safe. A callback of a camera feature that runs inside the node map's lock (GenApi::cbPostInsideLock) may ask
 /// (IsOpen, AccessMode, GetDeviceInfo, the node maps and grabbers themselves) and use features; it neither opens,
 /// closes or destroys a device nor calls a grabber. Outside that lock (GenApi::cbPostOutsideLock) it may call anything.
-class ITavixDevice {
+class TAVIX_BASE_API ITavixDevice {
 public:
     /// Claims the camera for this process and makes its features accessible; what was read of them before is forgotten.
     /// RuntimeException when it is in use,

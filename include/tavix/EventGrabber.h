@@ -2,6 +2,7 @@
 // The event channel of a device as applications see it.
 
 #include "core/WaitObject.h"
+#include "tavix/Export.h"
 #include "tavix/Result.h"
 
 namespace GenApi {
@@ -12,7 +13,7 @@ namespace Tavix {
 
 /// Owned by its device. Failures are GenICam exceptions. Thread-safe; callbacks of nodes call it as they call a stream
 /// grabber, see there.
-class IEventGrabber {
+class TAVIX_BASE_API IEventGrabber {
 public:
     /// Claims the event channel. LogicalErrorException when it is open, or the device is not.
     virtual void Open() = 0;
@@ -33,7 +34,7 @@ protected:
 
 /// Hands event messages to a node map. Bound to a thread. A second adapter of the same device takes the event features;
 /// until it is destroyed, DeliverMessage of the first one throws LogicalErrorException.
-class IEventAdapter {
+class TAVIX_BASE_API IEventAdapter {
 public:
     /// Delivers one message of `numBytes` bytes, borrowed for the call. Callbacks of the nodes of its event run in this
     /// thread before it returns. RuntimeException for a bad message.

@@ -1,6 +1,7 @@
 #pragma once
 // Property bags that describe transport layers, interfaces and devices.
 
+#include "tavix/Export.h"
 #include "tavix/Types.h"
 
 #include <map>
@@ -9,7 +10,7 @@ namespace Tavix {
 
 /// Named string values. "_BornFree" and "_sap" are hidden: they tell a transport layer how to reach a device and say
 /// nothing about the device itself. Copyable; re-entrant.
-class CInfoBase {
+class TAVIX_BASE_API CInfoBase {
 public:
     virtual ~CInfoBase() = default;
 
@@ -59,7 +60,7 @@ private:
 
 /// What all infos have: names and the class of device they belong to. Property names are the accessors' without Get.
 /// Re-entrant.
-class CCommonInfo : public CInfoBase {
+class TAVIX_BASE_API CCommonInfo : public CInfoBase {
 public:
     gcstring GetFriendlyName() const { return Get("FriendlyName"); }
     gcstring GetFullName() const { return Get("FullName"); }
@@ -72,7 +73,7 @@ public:
 };
 
 /// Describes a transport layer. Re-entrant.
-class CTlInfo : public CCommonInfo {
+class TAVIX_BASE_API CTlInfo : public CCommonInfo {
 public:
     CTlInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }
     CTlInfo& SetFullName(const gcstring& v) { return Set(*this, "FullName", v); }
@@ -84,10 +85,10 @@ public:
 };
 
 /// Describes an interface card or host controller of a transport layer. Re-entrant.
-class CInterfaceInfo : public CCommonInfo {};
+class TAVIX_BASE_API CInterfaceInfo : public CCommonInfo {};
 
 /// Describes a device. Re-entrant.
-class CDeviceInfo : public CCommonInfo {
+class TAVIX_BASE_API CDeviceInfo : public CCommonInfo {
 public:
     CDeviceInfo& SetFriendlyName(const gcstring& v) { return Set(*this, "FriendlyName", v); }
     CDeviceInfo& SetFullName(const gcstring& v) { return Set(*this, "FullName", v); }

@@ -1,6 +1,8 @@
 #pragma once
 // Gives the node map behind a wrapper.
 
+#include "tavix/Export.h"
+
 namespace GenApi {
 struct INodeMap;
 }
@@ -8,7 +10,7 @@ struct INodeMap;
 namespace Tavix {
 
 /// Offered by wrappers of node maps beside INodeMap. Thread-safe.
-class INodeMapProvider {
+class TAVIX_BASE_API INodeMapProvider {
 public:
     /// The wrapped node map; borrowed.
     virtual GenApi::INodeMap* GetNodeMap() = 0;

@@ -1,6 +1,7 @@
 #pragma once
 // Records that grabbers fill.
 
+#include "tavix/Export.h"
 #include "tavix/Types.h"
 
 #include <cstring>
@@ -28,7 +29,7 @@ using EPixelType = std::int32_t;
 inline constexpr EPixelType PixelType_Undefined = -1;
 
 /// One completed buffer of a stream grabber. The buffer stays the application's. Re-entrant.
-class GrabResult {
+class TAVIX_BASE_API GrabResult {
 public:
     GrabResult() { Reset(); }
 
@@ -98,7 +99,7 @@ public:
 };
 
 /// One event message. Re-entrant.
-class EventResult {
+class TAVIX_BASE_API EventResult {
 public:
     static constexpr std::size_t kBufferSize = 576;
 

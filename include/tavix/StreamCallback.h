@@ -1,12 +1,13 @@
 #pragma once
 // Results on the thread that took them off the bus: an optional interface of stream grabbers.
 
+#include <tavix/Export.h>
 #include <tavix/Result.h>
 
 namespace Tavix {
 
 /// Who receives results.
-class IStreamResultSink {
+class TAVIX_BASE_API IStreamResultSink {
 public:
     /// One completed buffer, which is the application's again, called as RetrieveResult would give it: in order, one
     /// after the other, no lock held. It may queue buffers, not finish the grab or close. What it takes long for delays
@@ -19,7 +20,7 @@ protected:
 
 /// Found by dynamic_cast from an IStreamGrabber; null where the grabber has none. The order of the operations is part
 /// of the binary interface. Thread-safe.
-class IStreamCallback {
+class TAVIX_BASE_API IStreamCallback {
 public:
     /// From the next PrepareGrab on results go to the sink, and RetrieveResult has none; null takes the road by
     /// RetrieveResult again. The sink is borrowed and not called any more once FinishGrab or Close has returned. Both

@@ -2,6 +2,7 @@
 // The image stream of a device as applications see it.
 
 #include "core/WaitObject.h"
+#include "tavix/Export.h"
 #include "tavix/Result.h"
 
 namespace GenApi {
@@ -18,7 +19,7 @@ namespace Tavix {
 /// \verbatim
 ///   closed --Open--> open --PrepareGrab--> prepared --FinishGrab--> open --Close--> closed
 /// \endverbatim
-class IStreamGrabber {
+class TAVIX_BASE_API IStreamGrabber {
 public:
     /// Claims the image stream. The device must be open.
     virtual void Open() = 0;

@@ -1,6 +1,8 @@
 #pragma once
 // Memory that the bus writes straight into: an optional interface of stream grabbers.
 
+#include "tavix/Export.h"
+
 #include <cstddef>
 #include <memory>
 
@@ -8,7 +10,7 @@ namespace Tavix {
 
 /// Found by dynamic_cast from an IStreamGrabber; null where the grabber has none. The order of the operations is part
 /// of the binary interface. Thread-safe.
-class IStreamMemory {
+class TAVIX_BASE_API IStreamMemory {
 public:
     /// At least `size` contiguous bytes that the host's controller can write to without the kernel copying them; null
     /// when there is none, be it that the system does not offer it or that its limit is reached. The grabber must be

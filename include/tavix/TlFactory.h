@@ -1,6 +1,7 @@
 #pragma once
 // Finds and loads transport layers and creates devices from them.
 
+#include "tavix/Export.h"
 #include "tavix/TransportLayer.h"
 
 #include <memory>
@@ -17,7 +18,7 @@ namespace Tavix {
 ///
 /// Transport layers are counted: each CreateTl and GetTl needs a ReleaseTl, each live device holds one reference more.
 /// The last one that is given back destroys the transport layer; asking for it again makes a new one. Thread-safe.
-class CTlFactory {
+class TAVIX_BASE_API CTlFactory {
 public:
     static CTlFactory& GetInstance();
 
@@ -65,8 +66,8 @@ private:
 };
 
 /// The device filter that applies to every enumeration of the process; null for none. Borrowed.
-const DeviceInfoList* GetGlobalDeviceFilterInstance();
+TAVIX_BASE_API const DeviceInfoList* GetGlobalDeviceFilterInstance();
 /// Returns the previous one. The list must live until it is replaced.
-const DeviceInfoList* SetGlobalDeviceFilterInstance(const DeviceInfoList* pFilter);
+TAVIX_BASE_API const DeviceInfoList* SetGlobalDeviceFilterInstance(const DeviceInfoList* pFilter);
 
 } // namespace Tavix

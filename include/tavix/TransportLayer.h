@@ -3,11 +3,12 @@
 
 #include "tavix/Container.h"
 #include "tavix/Device.h"
+#include "tavix/Export.h"
 
 namespace Tavix {
 
 /// Gives camera description files. Thread-safe.
-class IXmlFileProvider {
+class TAVIX_BASE_API IXmlFileProvider {
 public:
     virtual bool CanProvideXmlFile(const CDeviceInfo& info) = 0;
     /// Both strings are empty after a failure, which is a RuntimeException.
@@ -19,7 +20,7 @@ protected:
 
 /// Sees every device that is about to be created. It may append description fragments to `xmlStrings`, but must leave
 /// `info` as it is. Called on the thread that creates the device: thread-safe when several do.
-class IDeviceCreationObserver {
+class TAVIX_BASE_API IDeviceCreationObserver {
 public:
     virtual void OnCreateDevice(CDeviceInfo& info, gcstring_vector& xmlStrings) = 0;
 
@@ -29,7 +30,7 @@ protected:
 
 /// Failures are GenICam exceptions. Got from CTlFactory and given back with CTlFactory::ReleaseTl. The order of the
 /// operations is part of the binary interface. Thread-safe.
-class ITransportLayer {
+class TAVIX_BASE_API ITransportLayer {
 public:
     /// Number of devices; without `addToList` the list is emptied first.
     virtual int EnumerateDevices(DeviceInfoList& list, bool addToList = false) = 0;

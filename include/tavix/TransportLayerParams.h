@@ -1,6 +1,8 @@
 #pragma once
 // The parameter node map that every transport layer offers.
 
+#include "tavix/Export.h"
+
 namespace GenApi {
 struct INodeMap;
 }
@@ -8,8 +10,8 @@ struct INodeMap;
 namespace Tavix {
 
 /// A new node map with the Boolean "ChunkNodeMapSupportEnable" (value held in the node, initially true).
-GenApi::INodeMap* CreateDefaultTransportLayerParams();
+TAVIX_BASE_API GenApi::INodeMap* CreateDefaultTransportLayerParams();
 /// Null is ignored.
-void DestroyDefaultTransportLayerParams(GenApi::INodeMap* pNodeMap);
+TAVIX_BASE_API void DestroyDefaultTransportLayerParams(GenApi::INodeMap* pNodeMap);
 
 } // namespace Tavix

@@ -2,12 +2,13 @@
 // Finds USB3 Vision cameras.
 
 #include "vexlo/DeviceDiscoveryInfo.h"
+#include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
 namespace vexlo {
 
 /// Thread-safe.
-class CEnumerator {
+class TAVIX_VEXLO_API CEnumerator {
 public:
     /// Receives what discovery finds.
     class Callee {

@@ -1,6 +1,7 @@
 #pragma once
 // Notifications of the USB access library, used for surprise removal.
 
+#include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
 namespace vexlo {
@@ -30,9 +31,9 @@ struct VxCallbackParams {
 
 /// Registers a notification. A removal calls the handler of every registered kind at most once each, on a thread of the
 /// library that holds no lock of the library; the handler may deregister, close the device and call any operation.
-[[nodiscard]] VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHandle);
+[[nodiscard]] TAVIX_VEXLO_API VxStatus VxRegisterCallback(const VxCallbackParams* params, unsigned long* pHandle);
 /// Ends a registration; returns after a running call of its handler has ended, except when called from a handler.
 /// VX_E_NOT_FOUND when the handle is not registered (any more).
-[[nodiscard]] VxStatus VxDeregisterCallback(unsigned long handle);
+[[nodiscard]] TAVIX_VEXLO_API VxStatus VxDeregisterCallback(unsigned long handle);
 
 } // namespace vexlo

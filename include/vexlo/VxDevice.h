@@ -2,6 +2,7 @@
 // One USB3 Vision camera: control channel, properties and its two streams.
 
 #include "vexlo/DeviceDiscoveryInfo.h"
+#include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
 #include <memory>
@@ -17,7 +18,7 @@ enum EDeviceType : int { DeviceType_WinUsb = 0, DeviceType_Vandrel = 1, DeviceTy
 
 /// All operations answer with a status and never throw. Thread-safe; register transactions of one camera are
 /// serialised.
-class CVxDevice {
+class TAVIX_VEXLO_API CVxDevice {
 public:
     /// Identifiers for GetProperty and SetProperty. Values are little-endian of the width given; any other size fails
     /// with VX_E_INVALID_SIZE.

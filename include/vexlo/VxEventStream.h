@@ -2,6 +2,7 @@
 // The event channel of a camera.
 
 #include "core/WaitObject.h"
+#include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
 #include <memory>
@@ -9,7 +10,7 @@
 namespace vexlo {
 
 /// Owned by its CVxDevice. Thread-safe.
-class CVxEventStream {
+class TAVIX_VEXLO_API CVxEventStream {
 public:
     /// Identifiers for GetProperty and SetProperty; widths are exact.
     enum EPropertyValue : unsigned int {

@@ -2,6 +2,7 @@
 // The image stream of a camera.
 
 #include "core/WaitObject.h"
+#include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
 #include <cstdint>
@@ -20,7 +21,7 @@ struct BufferHandle_s;
 ///
 /// Buffers are registered from PrepareGrab on and belong to the caller; they must stay valid until deregistered.
 /// FinishGrab completes every queued buffer with VX_E_CANCELLED; completed buffers stay retrievable until Close.
-class CVxStream {
+class TAVIX_VEXLO_API CVxStream {
 public:
     /// Identifiers for GetProperty and SetProperty; widths are exact.
     enum EPropertyValue : unsigned int {

@@ -1,13 +1,15 @@
 #pragma once
 // Holder of a camera's description file.
 
+#include "vexlo/Export.h"
+
 #include <memory>
 #include <string>
 
 namespace vexlo {
 
 /// Filled by CVxDevice::ProvideXmlFile. Bound to a thread.
-class CXmlFile {
+class TAVIX_VEXLO_API CXmlFile {
 public:
     /// The file's text, unpacked and NUL-terminated; null when empty. Owned by this object.
     const char* GetBuffer() const { return m_HasText ? m_Text.c_str() : nullptr; }

@@ -1,4 +1,5 @@
 #include "camera/CallbackList.h"
+#include "core/Export.h"
 #include "core/WaitObject.h"
 
 #include <tavix/camera/CameraInfo.h>
@@ -20,7 +21,7 @@ bool Holds(const std::vector<CameraInfo>& cameras, const CameraInfo& camera) {
 
 } // namespace
 
-struct CameraWatch::Impl {
+struct TAVIX_HIDDEN CameraWatch::Impl {
     detail::GuardedCallback<const CameraInfo&, bool> callback;
     const WaitObjectEx stop = WaitObjectEx::Create(/*manualReset=*/true);
     std::vector<CameraInfo> known; // of the thread

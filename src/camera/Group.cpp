@@ -1,5 +1,6 @@
 #include "camera/Acquisition.h"
 #include "camera/ImageSets.h"
+#include "core/Export.h"
 
 #include <tavix/camera/Group.h>
 
@@ -9,7 +10,7 @@
 namespace Tavix {
 
 /// A thread for each camera puts its images into the sets; the application's thread takes sets.
-struct GroupStream::Impl {
+struct TAVIX_HIDDEN GroupStream::Impl {
     struct Member {
         ImageStream stream;
         std::thread thread;

@@ -1,11 +1,12 @@
 #include "camera/StreamThread.h"
+#include "core/Export.h"
 
 #include <tavix/camera/Error.h>
 
 namespace Tavix {
 
 /// With a thread, the thread takes the images, and the application gets them from it.
-struct ImageStream::Impl {
+struct TAVIX_HIDDEN ImageStream::Impl {
     std::shared_ptr<detail::Acquisition> acquisition;
     std::unique_ptr<detail::StreamThread> thread; // null where the application's thread takes the images itself
 

@@ -1,10 +1,12 @@
+#include "core/Export.h"
+
 #include <tavix/camera/Subscription.h>
 
 #include <atomic>
 
 namespace Tavix {
 
-struct Subscription::Impl {
+struct TAVIX_HIDDEN Subscription::Impl {
     std::function<void()> end;
     std::atomic<bool> hasEnded{false};
 };

@@ -9,7 +9,7 @@
 namespace Tavix {
 
 // thread-safe
-struct LogSink::Entry {
+struct TAVIX_HIDDEN LogSink::Entry {
     explicit Entry(Listener listener) : m_Listener(std::move(listener)) {}
 
     void Call(const std::string& category, unsigned int level, const std::string& text);

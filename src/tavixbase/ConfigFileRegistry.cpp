@@ -1,5 +1,6 @@
 #include "tavix/ConfigFileRegistry.h"
 
+#include "core/Export.h"
 #include "core/Lock.h"
 
 #include <algorithm>
@@ -24,7 +25,7 @@ const Entry* FirstThatFits(const Entries& entries, const CDeviceInfo& info) {
 
 } // namespace
 
-struct CConfigFileRegistry::Impl {
+struct TAVIX_HIDDEN CConfigFileRegistry::Impl {
     mutable RecursiveLock lock;
     Entries files TAVIX_GUARDED_BY(lock);
     Entries mergeFiles TAVIX_GUARDED_BY(lock);

@@ -2,6 +2,7 @@
 
 #include "TlRegistry.h"
 
+#include "core/Export.h"
 #include "core/Log.h"
 
 #include <exception>
@@ -51,7 +52,7 @@ void LogFailure(const CTlInfo& info) {
 
 } // namespace
 
-struct CTlFactory::Impl {
+struct TAVIX_HIDDEN CTlFactory::Impl {
     TlRegistry registry;
 
     // Lets `step` work with each transport layer and the info it is offered by, until it returns true. One that fails

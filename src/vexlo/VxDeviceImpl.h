@@ -39,7 +39,7 @@ private:
     std::shared_ptr<DeviceSession> m_Session TAVIX_GUARDED_BY(m_Lock);
 };
 
-struct CVxDevice::Impl {
+struct TAVIX_HIDDEN CVxDevice::Impl {
     Impl();
 
     VxStatus SetTimeout(EPropertyValue id, const void* buffer, unsigned long size) TAVIX_REQUIRES(lock);

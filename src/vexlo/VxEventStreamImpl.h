@@ -8,7 +8,7 @@
 namespace vexlo {
 
 /// Thread-safe.
-struct CVxEventStream::Impl {
+struct TAVIX_HIDDEN CVxEventStream::Impl {
     explicit Impl(SessionSource& source) : sessions(source) {}
 
     SessionSource& sessions; // constant after construction

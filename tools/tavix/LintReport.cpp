@@ -3,7 +3,7 @@
 #include "Json.h"
 #include "Text.h"
 
-#include "genapi/lint/Lint.h"
+#include <GenApi/Lint.h>
 
 #include <array>
 #include <cstdio>
@@ -12,8 +12,8 @@
 namespace tool {
 namespace {
 
-using genapi::Finding;
-using genapi::Severity;
+using Finding = GenApi::LintFinding;
+using Severity = GenApi::ELintSeverity;
 
 /// Number of findings by severity.
 using Counts = std::array<std::size_t, 3>;
@@ -21,8 +21,19 @@ using Counts = std::array<std::size_t, 3>;
 Counts Count(const std::vector<Finding>& findings) {
     Counts counts{};
     for (const Finding& finding : findings)
-        ++counts[static_cast<std::size_t>(finding.GetSeverity())];
+        ++counts[static_cast<std::size_t>(finding.Severity)];
     return counts;
+}
+
+const char* NameOf(Severity severity) {
+    switch (severity) {
+    case Severity::Error:
+        return "error";
+    case Severity::Warning:
+        return "warning";
+    default:
+        return "note";
+    }
 }
 
 std::string Plural(std::size_t count, const char* noun) {
@@ -32,10 +43,10 @@ std::string Plural(std::size_t count, const char* noun) {
 void PrintText(const std::string& path, const std::vector<Finding>& findings, const Counts& counts) {
     for (const Finding& finding : findings) {
         std::string line = path;
-        if (finding.place.line > 0) line += ":" + std::to_string(finding.place.line);
-        line += ": " + std::string(genapi::SeverityName(finding.GetSeverity())) + ": ";
-        if (!finding.node.empty()) line += finding.node + ": ";
-        line += finding.text + "; " + finding.advice + " [" + std::string(genapi::FactsOf(finding.rule).name) + "]";
+        if (finding.Line > 0) line += ":" + std::to_string(finding.Line);
+        line += std::string(": ") + NameOf(finding.Severity) + ": ";
+        if (!finding.Node.empty()) line += finding.Node.str() + ": ";
+        line += finding.Text.str() + "; " + finding.Advice.str() + " [" + finding.Rule.str() + "]";
         PrintLine(line);
     }
     std::printf("%s, %s, %s\n", Plural(counts[0], "error").c_str(), Plural(counts[1], "warning").c_str(),
@@ -43,12 +54,9 @@ void PrintText(const std::string& path, const std::vector<Finding>& findings, co
 }
 
 nlohmann::json ToJson(const Finding& finding) {
-    return {{"severity", genapi::SeverityName(finding.GetSeverity())},
-            {"rule", genapi::FactsOf(finding.rule).name},
-            {"node", finding.node},
-            {"line", finding.place.line},
-            {"text", finding.text},
-            {"advice", finding.advice}};
+    return {{"severity", NameOf(finding.Severity)}, {"rule", finding.Rule.str()},
+            {"node", finding.Node.str()},           {"line", finding.Line},
+            {"text", finding.Text.str()},           {"advice", finding.Advice.str()}};
 }
 
 void PrintFindings(const std::vector<Finding>& findings, const Counts& counts) {
@@ -61,7 +69,7 @@ void PrintFindings(const std::vector<Finding>& findings, const Counts& counts) {
 } // namespace
 
 std::size_t ReportLint(const std::string& path, ReportForm form) {
-    const std::vector<Finding> findings = genapi::LintDescriptionFile(path);
+    const std::vector<Finding> findings = GenApi::LintDescriptionFile(path);
     const Counts counts = Count(findings);
     if (form == ReportForm::Json)
         PrintFindings(findings, counts);

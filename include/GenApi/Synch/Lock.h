@@ -1,6 +1,7 @@
 #pragma once
 // The lock that each node map has one of.
 
+#include <GenApi/Export.h>
 #include <core/ThreadAnnotations.h>
 
 #include <mutex>
@@ -9,7 +10,7 @@ namespace GenApi {
 
 /// A recursive mutex. An application that needs a lock of its own takes it before this one; a port's lock comes after
 /// it. thread-safe
-class TAVIX_CAPABILITY("mutex") CLock {
+class TAVIX_GENAPI_API TAVIX_CAPABILITY("mutex") CLock {
 public:
     CLock() = default;
     CLock(const CLock&) = delete;
@@ -29,7 +30,7 @@ private:
 };
 
 /// Holds a lock for the length of a scope. bound to a thread
-class TAVIX_SCOPED_CAPABILITY AutoLock {
+class TAVIX_GENAPI_API TAVIX_SCOPED_CAPABILITY AutoLock {
 public:
     /// Borrows the lock.
     explicit AutoLock(CLock& lock) TAVIX_ACQUIRE(lock) : m_Lock(lock) { m_Lock.Lock(); }

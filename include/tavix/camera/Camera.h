@@ -4,6 +4,7 @@
 #include <tavix/camera/CameraEvent.h>
 #include <tavix/camera/CameraInfo.h>
 #include <tavix/camera/Error.h>
+#include <tavix/camera/Export.h>
 #include <tavix/camera/Feature.h>
 #include <tavix/camera/Image.h>
 #include <tavix/camera/ImageStream.h>
@@ -29,7 +30,7 @@ class CameraCore;
 
 /// An open camera, closed at the end of its scope. Move-only; a moved-from or closed one throws StateError. Everything
 /// that fails throws Error or one of its heirs. Thread-safe, except moving.
-class Camera {
+class TAVIX_CAMERA_API Camera {
 public:
     /// By number, serial number, GUID, user-defined name, friendly name, model or path; the first camera for an empty
     /// name. NotFound when there is none or there are several, AccessError when it is in use or not permitted.

@@ -1,6 +1,7 @@
 #pragma once
 // A message that a camera sends when something happened.
 
+#include <tavix/camera/Export.h>
 #include <tavix/camera/Value.h>
 
 #include <chrono>
@@ -10,7 +11,7 @@
 namespace Tavix {
 
 /// One event with the values that came with it. Re-entrant.
-struct CameraEvent {
+struct TAVIX_CAMERA_API CameraEvent {
     /// As the camera's EventSelector calls it: "ExposureEnd".
     std::string name;
     /// When the message came, on the host's monotonic clock.

@@ -2,6 +2,7 @@
 // Which cameras there are.
 
 #include <tavix/Info.h>
+#include <tavix/camera/Export.h>
 #include <tavix/camera/Subscription.h>
 
 #include <functional>
@@ -15,7 +16,7 @@ namespace Tavix {
 enum class Accessibility { Free, InUse, NotPermitted, NotReachable, Unknown };
 
 /// What is known of a camera without opening it. Texts that it does not tell are empty. Re-entrant.
-struct CameraInfo {
+struct TAVIX_CAMERA_API CameraInfo {
     std::size_t number = 0;   ///< place in the list, from 0
     std::string vendor;       ///< who made it
     std::string model;        ///< as its maker calls it
@@ -34,14 +35,14 @@ struct CameraInfo {
 };
 
 /// All cameras of all transport layers. Error when every transport layer failed. Thread-safe.
-std::vector<CameraInfo> Cameras();
+TAVIX_CAMERA_API std::vector<CameraInfo> Cameras();
 /// The one camera of that name; the first one for an empty name. NotFound when there is none or there are several.
 /// Thread-safe.
-CameraInfo FindCamera(const std::string& name);
+TAVIX_CAMERA_API CameraInfo FindCamera(const std::string& name);
 
 /// Tells of cameras that come and go, for as long as it lives. The destructor waits for a callback that runs.
 /// Thread-safe.
-class CameraWatch {
+class TAVIX_CAMERA_API CameraWatch {
 public:
     /// `callback(info, true)` for an arrival, `callback(info, false)` for a departure, one after the other on a thread
     /// of the watch, no lock held. Cameras that are there already are told first, as arrivals, but for `known` ones:

@@ -1,6 +1,8 @@
 #pragma once
 // What the camera classes throw.
 
+#include "tavix/camera/Export.h"
+
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,7 +11,7 @@ namespace Tavix {
 
 /// Everything that a camera class throws; what() is one sentence that names camera or feature, value and limits.
 /// Re-entrant.
-class Error : public std::runtime_error {
+class TAVIX_CAMERA_API Error : public std::runtime_error {
 public:
     explicit Error(const std::string& text, std::string feature = {})
         : std::runtime_error(text), m_Feature(std::move(feature)) {}
@@ -21,7 +23,7 @@ private:
 };
 
 /// No camera, feature, chunk or event has that name, or several cameras have it.
-class NotFound final : public Error {
+class TAVIX_CAMERA_API NotFound final : public Error {
 public:
     explicit NotFound(const std::string& text, std::string feature = {}, std::vector<std::string> suggestions = {})
         : Error(text, std::move(feature)), m_Suggestions(std::move(suggestions)) {}
@@ -33,27 +35,27 @@ private:
 };
 
 /// The camera is in use or not permitted, or a feature cannot be read, written or executed now.
-class AccessError final : public Error {
+class TAVIX_CAMERA_API AccessError final : public Error {
     using Error::Error;
 };
 
 /// A value of the wrong type, beyond the limits, off the increment, or no entry.
-class ValueError final : public Error {
+class TAVIX_CAMERA_API ValueError final : public Error {
     using Error::Error;
 };
 
 /// Nothing came in time.
-class Timeout final : public Error {
+class TAVIX_CAMERA_API Timeout final : public Error {
     using Error::Error;
 };
 
 /// The camera is unplugged, and nobody asked to wait for it.
-class Removed final : public Error {
+class TAVIX_CAMERA_API Removed final : public Error {
     using Error::Error;
 };
 
 /// The call does not fit: the object is empty or closed, or the camera streams already.
-class StateError final : public Error {
+class TAVIX_CAMERA_API StateError final : public Error {
     using Error::Error;
 };
 

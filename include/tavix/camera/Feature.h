@@ -1,6 +1,7 @@
 #pragma once
 // A feature of a camera: read, written, executed and explained by name.
 
+#include <tavix/camera/Export.h>
 #include <tavix/camera/Subscription.h>
 #include <tavix/camera/Value.h>
 
@@ -32,7 +33,7 @@ inline constexpr std::chrono::milliseconds kCommandTimeout{5000};
 /// after the camera came back. It keeps no camera open: when the camera is closed, accesses throw StateError, when it
 /// is unplugged Removed. All other failures are AccessError, ValueError or Error and name feature, value and limits.
 /// Copying makes a second name for the same feature; assigning a feature to another copies its value. Thread-safe.
-class Feature {
+class TAVIX_CAMERA_API Feature {
 public:
     Feature(const Feature&) = default;
     /// Writes the value of the other.

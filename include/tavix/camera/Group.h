@@ -2,6 +2,7 @@
 // Several cameras as one.
 
 #include <tavix/camera/Camera.h>
+#include <tavix/camera/Export.h>
 
 #include <chrono>
 #include <functional>
@@ -12,7 +13,7 @@
 namespace Tavix {
 
 /// Images of one moment, one place for each camera of the group, in its order. Move-only.
-struct ImageSet {
+struct TAVIX_CAMERA_API ImageSet {
     std::vector<Image> images;     ///< empty ones for cameras whose image is missing
     std::vector<std::string> gaps; ///< why, for each camera; empty texts where nothing is missing
     bool IsComplete() const;
@@ -31,7 +32,7 @@ struct GroupOptions {
 };
 
 /// Sets of images. Next and Wait are for one thread at a time, Cancel is thread-safe.
-class GroupStream {
+class TAVIX_CAMERA_API GroupStream {
 public:
     GroupStream(GroupStream&&) noexcept;
     GroupStream& operator=(GroupStream&&) noexcept;
@@ -56,7 +57,7 @@ private:
 };
 
 /// Owns its cameras. Move-only; thread-safe, except moving.
-class Group {
+class TAVIX_CAMERA_API Group {
 public:
     /// Each by a name as Camera::Open takes it; all cameras for no names. Either all are open in the end or none.
     static Group Open(const std::vector<std::string>& names = {});

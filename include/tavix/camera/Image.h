@@ -1,6 +1,7 @@
 #pragma once
 // One image.
 
+#include <tavix/camera/Export.h>
 #include <tavix/camera/HostTime.h>
 #include <tavix/camera/Value.h>
 #include <tavix/imaging/Picture.h>
@@ -17,7 +18,7 @@ namespace Tavix {
 
 namespace detail {
 struct Frame;
-struct FrameReturn {
+struct TAVIX_CAMERA_API FrameReturn {
     void operator()(Frame* frame) const noexcept;
 };
 using FramePtr = std::unique_ptr<Frame, FrameReturn>;
@@ -38,7 +39,7 @@ enum class Checksum { Right, Wrong, None };
 /// image goes: on any thread, without waiting, and also after stream, camera and factory went. Moving is cheap, and a
 /// moved-from image is empty; every call on it but IsEmpty throws StateError. Bound to a thread at a time, as a value
 /// is.
-class Image {
+class TAVIX_CAMERA_API Image {
 public:
     Image() = default; ///< empty
     explicit Image(detail::FramePtr frame) : m_Frame(std::move(frame)) {}

@@ -1,6 +1,7 @@
 #pragma once
 // Images of one camera, one after the other.
 
+#include <tavix/camera/Export.h>
 #include <tavix/camera/Image.h>
 
 #include <chrono>
@@ -62,7 +63,7 @@ struct GrabCounts {
 
 /// A running stream. It ends with its object, after `count` images or with Cancel. Images outlive it. Wait and Next are
 /// for one thread at a time; Cancel and Counts are thread-safe.
-class ImageStream {
+class TAVIX_CAMERA_API ImageStream {
 public:
     ImageStream(ImageStream&&) noexcept;
     ImageStream& operator=(ImageStream&&) noexcept;

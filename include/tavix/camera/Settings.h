@@ -1,6 +1,8 @@
 #pragma once
 // All settings of a camera, as text.
 
+#include "tavix/camera/Export.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -23,7 +25,7 @@ struct RefusedSetting {
 
 /// Settings in the order in which they are applied. The file has lines "Name<TAB>Value" and comments that begin with #;
 /// features below selectors appear once for each value of the selector, behind a line that sets it. Re-entrant.
-class Settings {
+class TAVIX_CAMERA_API Settings {
 public:
     struct Line {
         std::string name;

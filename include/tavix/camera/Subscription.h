@@ -1,6 +1,8 @@
 #pragma once
 // A callback that an application has registered.
 
+#include "tavix/camera/Export.h"
+
 #include <functional>
 #include <memory>
 
@@ -8,7 +10,7 @@ namespace Tavix {
 
 /// Lets a registration be ended before its owner ends. Dropping it changes nothing: the callback stays until End() or
 /// until the object that it was registered with goes. Movable; thread-safe.
-class Subscription {
+class TAVIX_CAMERA_API Subscription {
 public:
     Subscription() = default; ///< of nothing
     explicit Subscription(std::function<void()> end);

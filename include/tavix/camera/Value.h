@@ -1,6 +1,8 @@
 #pragma once
 // A value that was read: of a chunk, an event, a setting.
 
+#include "tavix/camera/Export.h"
+
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -8,7 +10,7 @@
 namespace Tavix {
 
 /// One value with its type. The readers convert where nothing is lost and throw ValueError otherwise. Re-entrant.
-class Value {
+class TAVIX_CAMERA_API Value {
 public:
     using Data = std::variant<std::int64_t, double, bool, std::string>;
 

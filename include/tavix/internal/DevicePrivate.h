@@ -1,6 +1,7 @@
 #pragma once
 // What a transport layer needs of its device objects beyond the interface for applications.
 
+#include "tavix/Export.h"
 #include "tavix/Types.h"
 
 #include <boost/shared_ptr.hpp>
@@ -11,7 +12,7 @@ namespace Tavix {
 
 /// Used when a device is created, asked for a chunk node map or destroyed. The order of the operations is part of the
 /// binary interface, and the destructor follows it in the device's own. Bound to a thread.
-class ITavixDevicePrivate {
+class TAVIX_BASE_API ITavixDevicePrivate {
 public:
     virtual void CreateNodemapFromFile(const gcstring& fileName, const gcstring_vector& injectStrings) = 0;
     virtual void CreateNodemapFromString(const gcstring& xml, const gcstring_vector& injectStrings) = 0;

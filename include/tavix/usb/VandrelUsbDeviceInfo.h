@@ -2,12 +2,13 @@
 // Typed access to the USB properties of a device info. Exported by the USB transport layer.
 
 #include "tavix/Info.h"
+#include "tavix/usb/Export.h"
 
 namespace Tavix {
 
 /// A device info with accessors for what only USB cameras have. A getter gives CInfoBase::PropertyNotAvailable for a
 /// property that is not set; a setter returns the record for chaining. Re-entrant.
-class CVandrelUsbDeviceInfo : public CDeviceInfo {
+class TAVIX_USB_API CVandrelUsbDeviceInfo : public CDeviceInfo {
 public:
     /// Only the device class is set.
     CVandrelUsbDeviceInfo();

@@ -67,11 +67,6 @@ auto SortKey(const Finding& finding) {
 
 } // namespace
 
-std::string_view SeverityName(Severity severity) {
-    constexpr std::string_view kNames[] = {"error", "warning", "note"};
-    return kNames[static_cast<std::size_t>(severity)];
-}
-
 const RuleFacts& FactsOf(Rule rule) {
     return kRules[static_cast<std::size_t>(rule)];
 }

@@ -13,8 +13,6 @@ namespace genapi {
 // usable. Note: worth a look.
 enum class Severity : uint8_t { Error, Warning, Note };
 
-[[nodiscard]] std::string_view SeverityName(Severity severity);
-
 // Kinds of findings. The order is that of the table in Finding.cpp.
 enum class Rule : uint8_t {
     MissingRootAttribute,

@@ -19,7 +19,7 @@ namespace vexlo {
 
 /// Lock order: state, then memory, then engine pointer, then the pool's own. The pool's operations need none of the
 /// first two, so that queuing and retrieving never wait for a stream that starts or stops. Thread-safe.
-struct CVxStream::Impl {
+struct TAVIX_HIDDEN CVxStream::Impl {
     explicit Impl(std::unique_ptr<StreamHost> streamHost) : m_Host(std::move(streamHost)), host(*m_Host) {}
     /// On the camera that is open at the moment; the source outlives the stream.
     explicit Impl(SessionSource& sessions) : Impl(std::make_unique<SessionHost>(sessions)) {}

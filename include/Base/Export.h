@@ -1,0 +1,4 @@
+#pragma once
+// What libtavixgcbase shows.
+
+#define TAVIX_GCBASE_API __attribute__((visibility("default")))

@@ -1,0 +1,4 @@
+#pragma once
+// What libtavixgenapi shows.
+
+#define TAVIX_GENAPI_API __attribute__((visibility("default")))

@@ -1,0 +1,4 @@
+#pragma once
+// What libvexlo shows.
+
+#define TAVIX_VEXLO_API __attribute__((visibility("default")))
