@@ -2,13 +2,14 @@
 
 # tavix_fuzz(<name> SOURCES ... [LIBS ...])
 # The sources define `extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)`; small inputs, each named
-# after the reason why it exists, lie in fuzz/corpus/<name>/; those named found-* reach code that no other input does.
+# after the reason why it exists, lie in the file fuzz/corpus/<name>, which scripts/corpus.sh packs; those named found-* reach
+# code that no other input does.
 # With TAVIX_BUILD_FUZZ (preset fuzz) this makes the libFuzzer program fuzz_<name>. With TAVIX_BUILD_TESTS it makes the
 # program replay_<name>, and the ctest test fuzz.<name> that runs over the corpus in an ordinary build.
 function(tavix_fuzz name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   set(corpus ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
-  if(NOT IS_DIRECTORY ${corpus})
+  if(NOT EXISTS ${corpus})
     message(FATAL_ERROR "fuzz target ${name} has no corpus: ${corpus}")
   endif()
   if(TAVIX_BUILD_FUZZ)
