@@ -31,17 +31,12 @@ public:
     }
 
     std::uint16_t Write(std::uint64_t address, std::uint32_t value) {
-        Bytes command;
-        for (const std::uint16_t half : {0x3355, 0x4356, 0x4000, 0x0802, 12})
-            virtualcam::Append(command, half);
-        virtualcam::Append(command, ++m_Id);
-        virtualcam::Append(command, address);
-        virtualcam::Append(command, value);
+        Bytes command = virtualcam::test::WriteCommand(++m_Id, address, value);
         std::size_t actual = 0;
         Bytes answer(1024);
         if (m_Handle->Bulk(0x01, command.data(), command.size(), actual, 1000) != Result::Ok) return 0xFFFF;
         if (m_Handle->Bulk(0x81, answer.data(), answer.size(), actual, 1000) != Result::Ok) return 0xFFFF;
-        return Load<std::uint16_t>(answer.data() + 4);
+        return virtualcam::test::StatusOf(answer);
     }
     // Programs a stream of blocks of leader, one payload transfer and trailer, queues them and starts.
     void Start(std::uint32_t payload, std::size_t blocks) {

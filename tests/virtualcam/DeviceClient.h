@@ -9,20 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "virtualcam/ControlPackets.h"
 #include "virtualcam/Device.h"
 
 namespace virtualcam::test {
-
-/// Bytes from hexadecimal digits; blanks separate fields as the reader likes.
-inline Bytes Hex(const std::string& digits) {
-    Bytes bytes;
-    std::string clean;
-    for (const char c : digits)
-        if (c != ' ' && c != '\n') clean.push_back(c);
-    for (std::size_t i = 0; i + 1 < clean.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(clean.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
 
 inline std::string ToHex(const Bytes& bytes) {
     std::string text;
@@ -64,16 +54,7 @@ public:
     Bytes Ask(const std::string& command, int timeoutMs = 0) { return Ask(Hex(command), timeoutMs); }
 
     std::uint16_t Write(std::uint64_t address, const Bytes& data) {
-        Bytes command;
-        Append<std::uint32_t>(command, 0x43563355);
-        Append<std::uint16_t>(command, 0x4000);
-        Append<std::uint16_t>(command, 0x0802);
-        Append<std::uint16_t>(command, static_cast<std::uint16_t>(8 + data.size()));
-        Append<std::uint16_t>(command, NextId());
-        Append<std::uint64_t>(command, address);
-        command.insert(command.end(), data.begin(), data.end());
-        const Bytes answer = Ask(command, 2000);
-        return answer.size() < 12 ? 0xFFFF : Load<std::uint16_t>(answer.data() + 4);
+        return StatusOf(Ask(WriteCommand(NextId(), address, data), 2000));
     }
     std::uint16_t Write32(std::uint64_t address, std::uint32_t value) {
         Bytes data;
@@ -81,21 +62,12 @@ public:
         return Write(address, data);
     }
     std::uint16_t Read(std::uint64_t address, std::size_t length, Bytes& data) {
-        Bytes command;
-        Append<std::uint32_t>(command, 0x43563355);
-        Append<std::uint16_t>(command, 0x4000);
-        Append<std::uint16_t>(command, 0x0800);
-        Append<std::uint16_t>(command, 12);
-        Append<std::uint16_t>(command, NextId());
-        Append<std::uint64_t>(command, address);
-        Append<std::uint16_t>(command, 0);
-        Append<std::uint16_t>(command, static_cast<std::uint16_t>(length));
-        if (Send(command) != PipeStatus::Complete) return 0xFFFE;
+        if (Send(ReadCommand(NextId(), address, length)) != PipeStatus::Complete) return 0xFFFE;
         Bytes answer;
         Receive(0x81, 12 + length, answer);
         if (answer.size() < 12) return 0xFFFF;
         data.assign(answer.begin() + 12, answer.end());
-        return Load<std::uint16_t>(answer.data() + 4);
+        return StatusOf(answer);
     }
     /// The register's value; dies loudly by the test when the read fails.
     std::uint64_t Read(std::uint64_t address, std::size_t length) {

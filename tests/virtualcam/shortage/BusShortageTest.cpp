@@ -72,10 +72,7 @@ private:
     std::uint16_t m_Id = 0;
 
     bool Write(std::uint64_t address, std::uint32_t value) {
-        Bytes command = Hex("55335643 0040 0208 0C00");
-        Append(command, ++m_Id);
-        Append(command, address);
-        Append(command, value);
+        Bytes command = WriteCommand(++m_Id, address, value);
         std::size_t actual = 0;
         std::uint8_t answer[64] = {};
         if (m_Handle->Bulk(0x01, command.data(), command.size(), actual, 1000) != Result::Ok) return false;

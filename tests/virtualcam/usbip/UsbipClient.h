@@ -15,7 +15,9 @@
 namespace virtualcam::usbip::test {
 
 using virtualcam::test::Hex;
+using virtualcam::test::StatusOf;
 using virtualcam::test::ToHex;
+using virtualcam::test::WriteCommand;
 
 /// Head of a reply and the data behind it.
 struct Reply {
@@ -101,13 +103,7 @@ public:
         return Next(/*in=*/true).data;
     }
     void Write32(std::uint64_t address, std::uint32_t value) {
-        Bytes command = Hex("55335643 0040 0208 0C00");
-        Append<std::uint16_t>(command, ++m_Request);
-        Append(command, address);
-        Append(command, value);
-        const Bytes answer = Command(command);
-        ASSERT_GE(answer.size(), 12u);
-        EXPECT_EQ(Load<std::uint16_t>(answer.data() + 4), 0) << "write to " << address;
+        EXPECT_EQ(StatusOf(Command(WriteCommand(++m_Request, address, value))), 0) << "write to " << address;
     }
 
 private:

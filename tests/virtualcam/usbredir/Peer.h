@@ -118,12 +118,7 @@ public:
         return packet.data;
     }
     std::uint16_t Write32(std::uint64_t address, std::uint32_t value) {
-        Bytes command = virtualcam::test::Hex("55335643 0040 0208 0C00");
-        Append<std::uint16_t>(command, ++m_Request);
-        Append(command, address);
-        Append(command, value);
-        const Bytes answer = Command(command);
-        return answer.size() < 12 ? 0xFFFF : Load<std::uint16_t>(answer.data() + 4);
+        return virtualcam::test::StatusOf(Command(virtualcam::test::WriteCommand(++m_Request, address, value)));
     }
 
 private:
