@@ -79,6 +79,15 @@ function(tavix_shared name)
   set_property(GLOBAL APPEND PROPERTY TAVIX_EXPORTS ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
 endfunction()
 
+# tavix_strict(<targets>...): warns of numbers that may change where they are converted, and of casts as C writes them. For
+# the rooms that are clean of both; signs may differ, as in every use of the standard library's sizes.
+function(tavix_strict)
+  foreach(target IN LISTS ARGN)
+    target_compile_options(${target} PRIVATE
+      -Wconversion -Wold-style-cast $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
+  endforeach()
+endfunction()
+
 # tavix_program(<name> SOURCES ... LIBS ...): an executable with the project's habits.
 function(tavix_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
