@@ -68,6 +68,22 @@ TEST_F(DeviceTest, ForgetsAnUnreadAnswerWhenTheChannelIsHalted) {
     EXPECT_EQ(client.Receive(0x81, 1024, answer, 0), PipeStatus::NotYet);
 }
 
+TEST_F(DeviceTest, TakesNoCommandWhoseAnswerItCouldNotKeep) {
+    const Bytes command = Hex("55335643 0040 0008 0C00 0000 0000000000000000 0000 0400");
+    std::size_t taken = 0;
+    PipeAnswer answer = device.Out(0x01, command.data(), command.size());
+    for (; answer.status == PipeStatus::Complete && taken < 1000; ++taken)
+        answer = device.Out(0x01, command.data(), command.size());
+    EXPECT_EQ(answer.status, PipeStatus::NotYet);
+    EXPECT_EQ(answer.bytes, 0u);
+    EXPECT_GT(taken, 0u);
+    Bytes acknowledge;
+    for (std::size_t i = 0; i < taken; ++i)
+        EXPECT_EQ(client.Receive(0x81, 1024, acknowledge, 0), PipeStatus::Complete) << i;
+    EXPECT_EQ(client.Receive(0x81, 1024, acknowledge, 0), PipeStatus::NotYet);
+    EXPECT_EQ(client.Send(command), PipeStatus::Complete);
+}
+
 TEST_F(DeviceTest, KeepsTheUserDefinedNameAcrossPowerAndShowsItInItsString) {
     Bytes name(64);
     name[0] = 'c';
@@ -87,6 +103,8 @@ TEST_F(DeviceTest, AnswersGoneWhileUnplugged) {
     EXPECT_EQ(device.In(0x81, data.data(), 16).status, PipeStatus::Gone);
     EXPECT_EQ(device.Out(0x01, data.data(), 16).status, PipeStatus::Gone);
     EXPECT_EQ(device.Control({0x80, 6, 0x0100, 0, 16}, data.data()).status, PipeStatus::Gone);
+    EXPECT_EQ(device.LostFrames(), 0u);
+    EXPECT_EQ(device.Commands(), 0u);
 }
 
 TEST_F(DeviceTest, LatchesATimestampThatGrows) {
