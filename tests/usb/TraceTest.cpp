@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -256,7 +257,7 @@ TEST_F(TracedBusTest, CarriesOutAsynchronousTransfersForTheirOwner) {
 }
 
 /// A bus whose one device knows only how to select a configuration.
-class Selecting final : public usb::Handle {
+class Selecting : public usb::Handle {
 public:
     Result Claim(std::uint8_t) override { return Result::Other; }
     Result Release(std::uint8_t) override { return Result::Other; }
@@ -285,6 +286,33 @@ TEST_F(TraceTest, ShowsTheChoiceOfAConfiguration) {
     EXPECT_EQ(Bytes(packets[0].bytes.begin() + 40, packets[0].bytes.begin() + 48), Hex("00 09 0200 0000 0000"));
     EXPECT_EQ(packets[1].Status(), 0);
     EXPECT_EQ(packets[3].Status(), -71);
+}
+
+/// One that takes what it is sent, and answers a request with its own number in each byte.
+class Answering final : public Selecting {
+public:
+    Result Control(const usb::ControlSetup& setup, std::uint8_t* data, std::size_t& actual, unsigned int) override {
+        actual = setup.length;
+        if ((setup.requestType & usb::kDirectionIn) != 0) std::fill_n(data, actual, setup.request);
+        return Result::Ok;
+    }
+};
+
+TEST_F(TraceTest, ShowsTheDataOfAControlTransferWhereItTravels) {
+    usb::TracedHandle handle(std::make_unique<Answering>(), m_Trace, {});
+    Bytes sent = Hex("01020304"), received(3);
+    std::size_t actual = 0;
+    EXPECT_EQ(handle.Control({0x40, 7, 0, 0, 4}, sent.data(), actual, 1000), Result::Ok);
+    EXPECT_EQ(handle.Control({0xC0, 9, 0, 0, 3}, received.data(), actual, 1000), Result::Ok);
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 4u);
+    EXPECT_EQ(packets[0].Data(), sent);
+    EXPECT_TRUE(packets[1].Data().empty());
+    EXPECT_EQ(packets[1].bytes[15], '>') << "nothing comes back";
+    EXPECT_TRUE(packets[2].Data().empty());
+    EXPECT_EQ(packets[2].bytes[15], '<');
+    EXPECT_EQ(packets[3].Data(), Hex("090909"));
 }
 
 TEST_F(TracedBusTest, ShowsASubmissionThatWasRefusedAsEndedAtOnce) {
