@@ -12,8 +12,8 @@
 
 namespace genapi {
 
-// Runs the step with the map locked. Callbacks wait for its end and are called once each, also when it throws; nodes of
-// a foreign engine are told port by port.
+/// Runs the step with the map locked. Callbacks wait for its end and are called once each, also when it throws; nodes
+/// of a foreign engine are told port by port.
 template<class Step>
 void ChangeChunks(const std::vector<GenApi::CChunkPort*>& ports, Step step) {
     std::optional<ChangeFrame> frame;

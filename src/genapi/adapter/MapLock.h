@@ -6,7 +6,7 @@
 
 namespace genapi {
 
-// Holds it for the length of a scope; nothing for no node. bound to a thread
+/// Holds it for the length of a scope; nothing for no node. bound to a thread
 class MapLock {
 public:
     explicit MapLock(const GenApi::INode* pNode) TAVIX_NO_THREAD_SAFETY_ANALYSIS : m_pLock(LockOf(pNode)) {

@@ -11,10 +11,10 @@ namespace genapi {
 using NodeTypeFlags = uint8_t;
 
 struct NodeTraits {
-    static constexpr NodeTypeFlags kRegister = 1; // lies at an address behind a port
-    static constexpr NodeTypeFlags kObsolete = 2; // of an older bus: found by name and never implemented
+    static constexpr NodeTypeFlags kRegister = 1; ///< lies at an address behind a port
+    static constexpr NodeTypeFlags kObsolete = 2; ///< of an older bus: found by name and never implemented
 
-    GenApi::EInterfaceType face; // principal interface
+    GenApi::EInterfaceType face; ///< principal interface
     NodeTypeFlags flags;
     PropertySet properties;
 };

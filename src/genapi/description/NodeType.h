@@ -11,7 +11,7 @@
 
 namespace genapi {
 
-// StructEntry and StructReg do not occur: an entry of a StructReg has become a MaskedIntReg.
+/// StructEntry and StructReg do not occur: an entry of a StructReg has become a MaskedIntReg.
 enum class NodeType : uint8_t {
 #define GENAPI_ENUMERATOR(name, kind, face, flags, properties) name,
     GENAPI_NODE_TYPES(GENAPI_ENUMERATOR)
@@ -30,7 +30,7 @@ inline constexpr std::size_t kNodeTypeCount = std::size(kNodeTypeNames);
     return kNodeTypeNames[static_cast<std::size_t>(type)];
 }
 
-// Case-sensitive; "StructEntry" gives MaskedIntReg and "DcamLock" gives AdvFeatureLock. Nothing for other names.
+/// Case-sensitive; "StructEntry" gives MaskedIntReg and "DcamLock" gives AdvFeatureLock. Nothing for other names.
 [[nodiscard]] std::optional<NodeType> FindNodeType(std::string_view name) noexcept;
 
 } // namespace genapi

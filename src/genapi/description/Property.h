@@ -8,22 +8,22 @@
 
 namespace genapi {
 
-// Which XML attribute accompanies the value.
+/// Which XML attribute accompanies the value.
 enum class AttributeKind : uint8_t {
     None,
-    Name,    // pVariable, Constant, Expression: the name used in formulas
-    Index,   // ValueIndexed, pValueIndexed: the index that selects this slot
-    Offset,  // pIndex of a register: constant stride
-    pOffset, // pIndex of a register: name of the node that holds the stride
+    Name,    ///< pVariable, Constant, Expression: the name used in formulas
+    Index,   ///< ValueIndexed, pValueIndexed: the index that selects this slot
+    Offset,  ///< pIndex of a register: constant stride
+    pOffset, ///< pIndex of a register: name of the node that holds the stride
 };
 
-// What the value of a property looks like.
+/// What the value of a property looks like.
 enum class Form : uint8_t {
-    Text,     // trimmed
-    FreeText, // keeps its white space
-    Link,     // name of another node
-    Value,    // as the node's own value
-    Number,   // integer or real, as the node's own value
+    Text,     ///< trimmed
+    FreeText, ///< keeps its white space
+    Link,     ///< name of another node
+    Value,    ///< as the node's own value
+    Number,   ///< integer or real, as the node's own value
     Integer,
     Float,
     YesNo,
@@ -34,12 +34,12 @@ enum class Form : uint8_t {
     CachingMode,
     Representation,
     Sign,
-    Endianess, // sic
+    Endianess, ///< sic
     Slope,
     DisplayNotation,
 };
 
-// What a property means for the map when it is finished, besides.
+/// What a property means for the map when it is finished, besides.
 using PropertyFlags = uint8_t;
 inline constexpr PropertyFlags kList = 1;     // may occur several times, and each counts; of others the last one wins
 inline constexpr PropertyFlags kOptional = 2; // left out when it is malformed or its target is missing
@@ -144,7 +144,7 @@ inline constexpr std::string_view kPropertyNames[] = {
 
 struct PropertyTraits {
     Form form;
-    AttributeKind attribute; // pIndex takes Offset or pOffset: this names Offset
+    AttributeKind attribute; ///< pIndex takes Offset or pOffset: this names Offset
     PropertyFlags flags;
 };
 
@@ -161,7 +161,7 @@ inline constexpr std::size_t kPropertyCount = std::size(kPropertyNames);
     return kPropertyNames[static_cast<std::size_t>(id)];
 }
 
-// Case-sensitive; nothing when the name is no property. Constant time.
+/// Case-sensitive; nothing when the name is no property. Constant time.
 [[nodiscard]] std::optional<PropertyId> FindProperty(std::string_view name) noexcept;
 
 [[nodiscard]] constexpr const PropertyTraits& TraitsOf(PropertyId id) {
@@ -173,7 +173,7 @@ inline constexpr std::size_t kPropertyCount = std::size(kPropertyNames);
 [[nodiscard]] constexpr bool IsLink(PropertyId id) {
     return TraitsOf(id).form == Form::Link;
 }
-// None when it takes none.
+/// None when it takes none.
 [[nodiscard]] constexpr AttributeKind AttributeOf(PropertyId id) {
     return TraitsOf(id).attribute;
 }
@@ -184,11 +184,11 @@ inline constexpr std::size_t kPropertyCount = std::size(kPropertyNames);
     return TraitsOf(id).form == Form::FreeText;
 }
 
-// The place of a node among those of its map.
+/// The place of a node among those of its map.
 using NodeIndex = uint32_t;
 inline constexpr NodeIndex kNoNode = 0xFFFFFFFF;
 
-// One property as text. The texts belong to whoever made the record (a Description, or a caller's strings).
+/// One property as text. The texts belong to whoever made the record (a Description, or a caller's strings).
 struct PropertyRecord {
     PropertyRecord() = default;
     PropertyRecord(PropertyId propertyId, AttributeKind kind, std::string_view valueText,
@@ -197,7 +197,7 @@ struct PropertyRecord {
 
     PropertyId id = PropertyId::ToolTip;
     AttributeKind attributeKind = AttributeKind::None;
-    NodeIndex target = kNoNode; // of a link, once the map is finished; kNoNode when there is no such node
+    NodeIndex target = kNoNode; ///< of a link, once the map is finished; kNoNode when there is no such node
     std::string_view value;
     std::string_view attribute;
 };

@@ -17,7 +17,7 @@ inline Value FromBool(bool truth) {
     return Value::Integer(truth ? 1 : 0);
 }
 
-// Toward zero. False when the number has no place in 64 bits.
+/// Toward zero. False when the number has no place in 64 bits.
 inline bool Truncate(Value value, int64_t& integer) {
     constexpr double kLimit = 9223372036854775808.0; // 2 to the 63rd
     if (!value.isReal) {
@@ -38,7 +38,7 @@ inline int64_t WrapSubtract(int64_t a, int64_t b) {
 inline int64_t WrapMultiply(int64_t a, int64_t b) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
 }
-// The divisor is not 0. Minus 2 to the 63rd over -1 wraps instead of trapping.
+/// The divisor is not 0. Minus 2 to the 63rd over -1 wraps instead of trapping.
 inline int64_t WrapDivide(int64_t a, int64_t b) {
     return b == -1 ? WrapSubtract(0, a) : a / b;
 }
@@ -46,7 +46,7 @@ inline int64_t WrapRemainder(int64_t a, int64_t b) {
     return b == -1 ? 0 : a % b;
 }
 
-// Operations on two integers that stay integers: wrapping in integer mode, turning to double in float mode.
+/// Operations on two integers that stay integers: wrapping in integer mode, turning to double in float mode.
 enum class Sum : uint8_t { Add, Subtract, Multiply };
 
 template<FormulaMode kMode, Sum kSum>
@@ -103,7 +103,7 @@ inline FormulaFault Remainder(Value& left, Value right) {
     return FormulaFault::None;
 }
 
-// Both sides as 64-bit patterns; floats are cut toward zero.
+/// Both sides as 64-bit patterns; floats are cut toward zero.
 template<class Operation>
 inline FormulaFault Bitwise(Value& left, Value right, Operation operation) {
     int64_t a = 0;
@@ -122,10 +122,10 @@ inline int64_t ShiftRight(int64_t pattern, int64_t count) {
 
 [[nodiscard]] Value Power(Value base, Value exponent, FormulaMode mode);
 
-// Halves away from zero, at `digits` decimals.
+/// Halves away from zero, at `digits` decimals.
 [[nodiscard]] FormulaFault RoundTo(Value& number, Value digits);
 
-// All unary operators and functions.
+/// All unary operators and functions.
 [[nodiscard]] FormulaFault ApplyUnary(Code code, Value& value);
 
 } // namespace genapi::arithmetic

@@ -5,12 +5,12 @@
 
 namespace genapi {
 
-// Where an instruction finds its right operand.
+/// Where an instruction finds its right operand.
 enum class Operand : uint8_t { None, Stack, Constant, Variable };
 
-// What it does. Binary operations take the top of the stack as left operand and leave the result there.
+/// What it does. Binary operations take the top of the stack as left operand and leave the result there.
 enum class Code : uint8_t {
-    Load, // pushes the operand
+    Load, ///< pushes the operand
     Power,
     Multiply,
     Divide,
@@ -29,7 +29,7 @@ enum class Code : uint8_t {
     BitXor,
     BitOr,
     RoundTo,
-    // Unary: replace the top of the stack.
+    /// Unary: replace the top of the stack.
     Negate,
     Complement,
     Not,
@@ -50,12 +50,12 @@ enum class Code : uint8_t {
     Floor,
     Ceil,
     Round,
-    // Control: the argument is an index of an instruction, for the last two of a sub-formula.
+    /// Control: the argument is an index of an instruction, for the last two of a sub-formula.
     Jump,
-    JumpIfFalse, // pops
-    AndJump,     // false: 0 replaces the top, jump; true: pops
-    OrJump,      // true: 1 replaces the top, jump; false: pops
-    Call,        // pushes the sub-formula's value, computed at the first call
+    JumpIfFalse, ///< pops
+    AndJump,     ///< false: 0 replaces the top, jump; true: pops
+    OrJump,      ///< true: 1 replaces the top, jump; false: pops
+    Call,        ///< pushes the sub-formula's value, computed at the first call
     Return,
     End,
 };

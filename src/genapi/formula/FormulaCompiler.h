@@ -14,7 +14,7 @@
 
 namespace genapi {
 
-// Compiles one formula and the expressions that it uses. Cost is linear in their texts. Bound to a thread.
+/// Compiles one formula and the expressions that it uses. Cost is linear in their texts. Bound to a thread.
 class FormulaCompiler {
 public:
     FormulaCompiler(FormulaMode mode, const FormulaNames& names);
@@ -22,16 +22,16 @@ public:
     [[nodiscard]] Formula Run(std::string_view text);
 
 private:
-    // What waits for its right side.
+    /// What waits for its right side.
     enum class Pending : uint8_t { Binary, Unary, And, Or, Question, Colon, Parenthesis, Function };
     struct Waiting {
         Pending kind;
-        uint8_t precedence; // 0: nothing reduces across it
+        uint8_t precedence; ///< 0: nothing reduces across it
         Code code;
-        uint32_t argument; // jump to patch, or number of arguments
+        uint32_t argument; ///< jump to patch, or number of arguments
         std::size_t position;
     };
-    // Each returns false after an error.
+    /// Each returns false after an error.
     bool CompileBlock(std::string_view text);
     bool Step(const Token& token);
     bool TakeOperand(const Token& token);
@@ -58,7 +58,7 @@ private:
     [[nodiscard]] bool HasCycle() const;
     void Conclude();
 
-    const FormulaNames& m_Names; // borrowed
+    const FormulaNames& m_Names; ///< borrowed
     Formula m_Formula;
     FormulaNameTable m_Table;
     FormulaEmitter m_Emitter;
@@ -67,9 +67,9 @@ private:
     bool m_ExpectsOperand = true;
 
     static constexpr uint32_t kNoBlock = UINT32_MAX;
-    std::vector<uint32_t> m_BlockOf;                        // expression to sub-formula
-    std::vector<uint32_t> m_Blocks;                         // sub-formula to expression, in order of first use
-    std::vector<std::pair<uint32_t, uint32_t>> m_CallEdges; // caller's sub-formula (kNoBlock: the formula), callee's
+    std::vector<uint32_t> m_BlockOf;                        ///< expression to sub-formula
+    std::vector<uint32_t> m_Blocks;                         ///< sub-formula to expression, in order of first use
+    std::vector<std::pair<uint32_t, uint32_t>> m_CallEdges; ///< caller's sub-formula (kNoBlock: the formula), callee's
     uint32_t m_CurrentBlock = kNoBlock;
 };
 

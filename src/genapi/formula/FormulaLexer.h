@@ -14,7 +14,7 @@ enum class TokenKind : uint8_t {
     End,
     Number,
     Name,
-    Operator, // binary, by `code`; plus and minus may turn out to be signs
+    Operator, ///< binary, by `code`; plus and minus may turn out to be signs
     Complement,
     Not,
     And,
@@ -24,26 +24,26 @@ enum class TokenKind : uint8_t {
     Comma,
     LeftParenthesis,
     RightParenthesis,
-    Malformed, // `text` says why
+    Malformed, ///< `text` says why
 };
 
 struct Token {
     TokenKind kind = TokenKind::End;
     Code code = Code::End;
-    std::size_t position = 0; // of the first character, counted from 0
+    std::size_t position = 0; ///< of the first character, counted from 0
     std::string_view text;
     Value number;
 };
 
-// Bound to a thread.
+/// Bound to a thread.
 class FormulaLexer {
 public:
-    // Decimal literals beyond 63 bits are a bit pattern in integer formulas and a float in others.
+    /// Decimal literals beyond 63 bits are a bit pattern in integer formulas and a float in others.
     FormulaLexer(std::string_view text, bool isInteger) : m_Text(text), m_IsInteger(isInteger) {}
 
-    // After the last token: End, again and again.
+    /// After the last token: End, again and again.
     Token Next();
-    // The next character that is no white space, not consumed; 0 at the end.
+    /// The next character that is no white space, not consumed; 0 at the end.
     char Peek();
 
 private:

@@ -8,8 +8,8 @@
 
 namespace genapi {
 
-// One evaluation. Each instruction runs at most once, so the time is bounded by the formula's length; sub-formulas
-// are computed when first needed. Bound to a thread.
+/// One evaluation. Each instruction runs at most once, so the time is bounded by the formula's length; sub-formulas
+/// are computed when first needed. Bound to a thread.
 template<FormulaMode kMode>
 class FormulaMachine {
 public:
@@ -31,8 +31,8 @@ private:
     FormulaResult Finish(Value value) const;
     static FormulaFault Apply(Code code, Value& left, Value right);
 
-    const Formula& m_Formula; // borrowed
-    VariableSource& m_Source; // borrowed
+    const Formula& m_Formula; ///< borrowed
+    VariableSource& m_Source; ///< borrowed
     std::vector<Memo> m_Memos;
 };
 

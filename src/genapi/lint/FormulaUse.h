@@ -8,14 +8,14 @@
 
 namespace genapi {
 
-// A formula of a node, compiled.
+/// A formula of a node, compiled.
 struct NodeFormula {
-    const PropertyRecord* property = nullptr; // Formula, FormulaFrom or FormulaTo
+    const PropertyRecord* property = nullptr; ///< Formula, FormulaFrom or FormulaTo
     Formula formula;
-    std::vector<const PropertyRecord*> mentioned; // its pVariables
+    std::vector<const PropertyRecord*> mentioned; ///< its pVariables
 };
 
-// All that the node has; empty for nodes without formulas.
+/// All that the node has; empty for nodes without formulas.
 [[nodiscard]] std::vector<NodeFormula> FormulasOf(const LintModel& model, int node);
 
 } // namespace genapi

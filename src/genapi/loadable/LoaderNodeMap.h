@@ -6,7 +6,7 @@
 
 namespace genapi {
 
-// Ties the map to the loader. thread-safe
+/// Ties the map to the loader. thread-safe
 class LoaderNodeMap final : public GenApi::CNodeMap, public GenApi::INodeMapDyn {
 public:
     explicit LoaderNodeMap(const GenICam::gcstring& deviceName) : CNodeMap(deviceName) {}

@@ -9,7 +9,7 @@
 
 namespace genapi {
 
-// What writing leaves in or out. All members are borrowed and optional.
+/// What writing leaves in or out. All members are borrowed and optional.
 class WriteFilter {
 public:
     virtual ~WriteFilter() = default;
@@ -17,12 +17,12 @@ public:
     [[nodiscard]] virtual bool KeepsProperty(const PropertyRecord& property) const = 0;
 };
 
-// Entries are written inside their enumerations. Bound to a thread.
+/// Entries are written inside their enumerations. Bound to a thread.
 class DescriptionWriter {
 public:
     DescriptionWriter(const Description& description, const WriteFilter& filter);
 
-    // With a feature named, a category "Root" that lists nothing else comes first.
+    /// With a feature named, a category "Root" that lists nothing else comes first.
     [[nodiscard]] std::string Write(std::string_view onlyFeature = {});
 
 private:
@@ -35,13 +35,13 @@ private:
     void Attribute(std::string_view name, std::string_view value);
     void Escaped(std::string_view text);
 
-    const Description& m_Description; // borrowed
-    const WriteFilter& m_Filter;      // borrowed
+    const Description& m_Description; ///< borrowed
+    const WriteFilter& m_Filter;      ///< borrowed
     std::unordered_map<std::string_view, const NodeRecord*> m_Entries;
     std::string m_Text;
 };
 
-// "On" for entry "EnumEntry_Mode_On" of the enumeration "Mode"; empty when the name is made otherwise.
+/// "On" for entry "EnumEntry_Mode_On" of the enumeration "Mode"; empty when the name is made otherwise.
 [[nodiscard]] std::string_view EntryShortName(std::string_view enumeration, std::string_view entry);
 
 } // namespace genapi

@@ -7,8 +7,8 @@
 
 namespace genapi {
 
-// Calls visit(element) for each element below the root, in the order of the text; what a group holds stands for the
-// group. Groups may lie in each other as deep as they will. re-entrant
+/// Calls visit(element) for each element below the root, in the order of the text; what a group holds stands for the
+/// group. Groups may lie in each other as deep as they will. re-entrant
 template<class Visit>
 void ForEachInGroups(const pugi::xml_node& root, Visit visit) {
     for (pugi::xml_node at = root.first_child(); at;) {

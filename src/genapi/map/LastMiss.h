@@ -5,7 +5,7 @@
 
 namespace genapi {
 
-// Remembers that no node has the name. Thread-safe; lets no exception out.
+/// Remembers that no node has the name. Thread-safe; lets no exception out.
 void NoteUnknown(std::string_view name) noexcept;
 
 } // namespace genapi

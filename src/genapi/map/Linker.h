@@ -9,35 +9,35 @@
 
 namespace genapi {
 
-// Touches no port and evaluates nothing. bound to a thread
+/// Touches no port and evaluates nothing. bound to a thread
 class Linker {
 public:
     Linker(Map& map, Strictness strictness) : m_Map(map), m_Strictness(strictness) {}
-    // `root` is the category below which features lie.
+    /// `root` is the category below which features lie.
     void Run(std::string_view root);
 
 private:
     void Bind(Node& node);
     void BindProperty(Node& node, const PropertyRecord& record);
     void AddDependencies(const Node& node, const BoundProperty& property);
-    // What the rest of the linking has to look at again.
+    /// What the rest of the linking has to look at again.
     void Note(Node& node, const PropertyRecord& record);
     void MarkFeatures(std::string_view root);
     void CollectPolled();
-    // Nodes whose values come through too many others, or from themselves.
+    /// Nodes whose values come through too many others, or from themselves.
     void RefuseLongChains();
 
     using Fault = Node::DefectKind;
-    // Throws, or makes the node report it.
+    /// Throws, or makes the node report it.
     void Fail(Node& node, Fault fault, const std::string& text);
-    // Throws, or leaves the link out.
+    /// Throws, or leaves the link out.
     void Leave(Node& node, const std::string& text);
     void Report(const Node& node, const std::string& text);
 
     Map& m_Map;
     Strictness m_Strictness;
-    std::vector<std::pair<Node*, int64_t>> m_Polled;     // with their periods
-    std::vector<std::pair<Node*, bool>> m_GivenFeatures; // that say themselves whether they are features
+    std::vector<std::pair<Node*, int64_t>> m_Polled;     ///< with their periods
+    std::vector<std::pair<Node*, bool>> m_GivenFeatures; ///< that say themselves whether they are features
     std::vector<Node*> m_Enumerations;
     bool m_HasSelfClearingEntries = false;
 };

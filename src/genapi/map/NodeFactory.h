@@ -6,7 +6,7 @@
 
 namespace genapi {
 
-// In the arena; the caller calls the destructor.
+/// In the arena; the caller calls the destructor.
 Node* MakeNode(Arena& arena, const NodeSeed& seed);
 
 } // namespace genapi

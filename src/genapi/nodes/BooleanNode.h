@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// Holds its state or shows whether a number equals the one that stands for yes. thread-safe
+/// Holds its state or shows whether a number equals the one that stands for yes. thread-safe
 class BooleanNode final : public ValueNode, virtual public GenApi::IBoolean {
 public:
     using ValueNode::ValueNode;
@@ -33,7 +33,7 @@ protected:
     void DoWriteText(std::string_view text, bool verify) override;
 
 private:
-    // A held state is kept as 1 or 0, whatever stands for yes in the target of a link.
+    /// A held state is kept as 1 or 0, whatever stands for yes in the target of a link.
     bool IsHeld() const { return !m_Source.FixedTarget(); }
 
     ValueSource<int64_t> m_Source;

@@ -9,7 +9,7 @@
 
 namespace genapi {
 
-// A list of features, as available as the best of them. thread-safe
+/// A list of features, as available as the best of them. thread-safe
 class CategoryNode final : public ValueNode, virtual public GenApi::ICategory {
 public:
     using ValueNode::ValueNode;

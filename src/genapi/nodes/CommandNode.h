@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// Writes a number to a target and is done when the target shows another. thread-safe
+/// Writes a number to a target and is done when the target shows another. thread-safe
 class CommandNode final : public ValueNode, virtual public GenApi::ICommand {
 public:
     using ValueNode::ValueNode;
@@ -17,8 +17,8 @@ public:
     std::string_view Missing() const override;
     GenApi::EAccessMode TargetAccess() override { return m_Source.Access(); }
 
-    // Asks the device whether the command is done, in a frame of the caller's. When it has become so, all that depends
-    // on the command is invalidated and its callbacks are gathered.
+    /// Asks the device whether the command is done, in a frame of the caller's. When it has become so, all that depends
+    /// on the command is invalidated and its callbacks are gathered.
     bool CheckDone(ChangeFrame& frame, bool verify);
     bool IsWaiting() const { return m_IsWaiting; }
 
@@ -42,7 +42,7 @@ private:
     Node* m_pCommandValue = nullptr;
     int64_t m_CommandValue = 1;
     bool m_HasCommandValue = false;
-    bool m_IsWaiting = false; // executed and not seen done yet; guarded by the map's lock
+    bool m_IsWaiting = false; ///< executed and not seen done yet; guarded by the map's lock
 };
 
 } // namespace genapi

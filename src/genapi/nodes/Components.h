@@ -8,14 +8,14 @@
 
 namespace genapi {
 
-// Finds the strongly connected components of a graph by Tarjan's method, on a stack of its own. The graph tells
-// `DegreeOf(vertex)` and `TargetOf(vertex, edge)`. Linear in vertices and edges. Bound to a thread.
+/// Finds the strongly connected components of a graph by Tarjan's method, on a stack of its own. The graph tells
+/// `DegreeOf(vertex)` and `TargetOf(vertex, edge)`. Linear in vertices and edges. Bound to a thread.
 template<class Graph>
 class Components {
 public:
     Components(const Graph& graph, uint32_t count) : m_Graph(graph), m_States(count) {}
 
-    // Calls visit(members) for each component, each vertex being in one.
+    /// Calls visit(members) for each component, each vertex being in one.
     template<class Visit>
     void ForEach(Visit visit) {
         for (uint32_t vertex = 0; vertex < m_States.size(); ++vertex) {
@@ -25,9 +25,9 @@ public:
 
 private:
     struct State {
-        uint32_t order = 0; // of the visit, from 1
+        uint32_t order = 0; ///< of the visit, from 1
         uint32_t lowest = 0;
-        uint32_t next = 0; // edge to look at
+        uint32_t next = 0; ///< edge to look at
         bool isOpen = false;
     };
 
@@ -69,7 +69,7 @@ private:
         visit(members);
     }
 
-    const Graph& m_Graph; // borrowed
+    const Graph& m_Graph; ///< borrowed
     std::vector<State> m_States;
     std::vector<uint32_t> m_Open;
     std::vector<uint32_t> m_Path;

@@ -7,8 +7,8 @@
 
 namespace genapi {
 
-// To the nearest, halves away from zero; what is beyond 64 bits becomes the nearest extreme, not-a-number zero. Exact
-// decimal factors in formulas give results such as 2.9999999999999996, so cutting would be wrong.
+/// To the nearest, halves away from zero; what is beyond 64 bits becomes the nearest extreme, not-a-number zero. Exact
+/// decimal factors in formulas give results such as 2.9999999999999996, so cutting would be wrong.
 inline int64_t RoundToInteger(double value) {
     constexpr double kLimit = 9223372036854775808.0; // 2^63
     if (std::isnan(value)) return 0;

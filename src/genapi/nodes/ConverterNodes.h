@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// What both kinds have in common: the raw node, and a formula for each direction. Guarded by the map's lock.
+/// What both kinds have in common: the raw node, and a formula for each direction. Guarded by the map's lock.
 class ConverterCore {
 public:
     explicit ConverterCore(FormulaMode mode) : m_From(mode, "TO"), m_To(mode, "FROM"), m_Mode(mode) {
@@ -21,12 +21,12 @@ public:
     bool IsLinear() const { return m_IsLinear; }
     GenApi::EAccessMode Access();
     std::string CompileError();
-    // Whether one of the formulas mentions the value of the variable.
+    /// Whether one of the formulas mentions the value of the variable.
     bool Mentions(std::string_view variable) {
         return m_From.Mentions(m_Scope, variable) || m_To.Mentions(m_Scope, variable);
     }
 
-    // Raw value to the node's own, and back.
+    /// Raw value to the node's own, and back.
     Value From(Node& owner, Value raw, ReadFlags flags) { return m_From.Evaluate(owner, m_Scope, flags, raw); }
     Value To(Node& owner, Value own) { return m_To.Evaluate(owner, m_Scope, {}, own); }
 
@@ -40,7 +40,7 @@ private:
     bool m_IsLinear = false;
 };
 
-// A whole number computed from another one and back. thread-safe
+/// A whole number computed from another one and back. thread-safe
 class IntConverterNode final : public IntegerFace<ValueNode> {
 public:
     using IntegerFace::IntegerFace;
@@ -68,7 +68,7 @@ private:
     Remembered<int64_t> m_Max;
 };
 
-// A floating-point number computed from a raw one and back. thread-safe
+/// A floating-point number computed from a raw one and back. thread-safe
 class ConverterNode final : public FloatFace<ValueNode> {
 public:
     using FloatFace::FloatFace;

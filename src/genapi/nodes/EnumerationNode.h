@@ -12,7 +12,7 @@
 
 namespace genapi {
 
-// One named value. thread-safe
+/// One named value. thread-safe
 class EnumEntryNode final : public ValueNode, virtual public GenApi::IEnumEntry {
 public:
     using ValueNode::ValueNode;
@@ -20,7 +20,7 @@ public:
     void Bind(const BoundProperty& property) override;
     std::string_view Missing() const override { return m_HasValue ? "" : "Value"; }
 
-    // False for all numbers when the entry's own is not known.
+    /// False for all numbers when the entry's own is not known.
     bool HasNumber(int64_t number) const { return m_Value == number && !IsDefective(); }
     int64_t Number() const { return m_Value; }
     double NumericNumber() const { return m_HasNumericValue ? m_NumericValue : static_cast<double>(m_Value); }
@@ -53,8 +53,8 @@ private:
     bool m_ClearsItself = false;
 };
 
-// A number of which some have names. Reading it never looks at the access of entries, unless several entries have its
-// number: their access may depend on the enumeration itself. thread-safe
+/// A number of which some have names. Reading it never looks at the access of entries, unless several entries have its
+/// number: their access may depend on the enumeration itself. thread-safe
 class EnumerationNode final : public ValueNode, virtual public GenApi::IEnumeration {
 public:
     using ValueNode::ValueNode;
@@ -64,11 +64,11 @@ public:
     GenApi::EAccessMode TargetAccess() override { return m_Source.Access(); }
 
     const std::vector<EnumEntryNode*>& Entries() const { return m_Entries; }
-    // Null when there is none.
+    /// Null when there is none.
     EnumEntryNode* FindEntry(std::string_view symbolic) const;
     EnumEntryNode* FindEntry(int64_t number);
     bool HasSelfClearingEntries() const { return m_HasSelfClearing; }
-    // Whether the last value known is one that the device takes back by itself.
+    /// Whether the last value known is one that the device takes back by itself.
     bool AwaitsClearing() const { return m_AwaitsClearing; }
 
     // GenApi::IEnumeration
@@ -89,7 +89,7 @@ protected:
     void DoWriteReal(double value, bool verify) override;
     int64_t DoIntegerMin() override { return LimitOf(&EnumEntryNode::Number, IsLess, ValueNode::DoIntegerMin()); }
     int64_t DoIntegerMax() override { return LimitOf(&EnumEntryNode::Number, IsGreater, ValueNode::DoIntegerMax()); }
-    // Of the numbers that reals are read as.
+    /// Of the numbers that reals are read as.
     double DoRealMin() override { return LimitOf(&EnumEntryNode::NumericNumber, IsLess, ValueNode::DoRealMin()); }
     double DoRealMax() override { return LimitOf(&EnumEntryNode::NumericNumber, IsGreater, ValueNode::DoRealMax()); }
     bool DoHasRealInc() override { return !m_HasNumericValues; }
@@ -99,7 +99,7 @@ protected:
 private:
     static constexpr std::less<> IsLess{};
     static constexpr std::greater<> IsGreater{};
-    // The first of the entries' numbers in that order; `unlimited` without entries.
+    /// The first of the entries' numbers in that order; `unlimited` without entries.
     template<class Number, class Order>
     Number LimitOf(Number (EnumEntryNode::*pNumber)() const, Order order, Number unlimited) const {
         std::optional<Number> limit;
@@ -119,8 +119,8 @@ private:
     std::vector<EnumEntryNode*> m_Entries;
     bool m_HasNumericValues = false;
     bool m_HasSelfClearing = false;
-    bool m_AwaitsClearing = false; // guarded by the map's lock
-    bool m_IsChoosing = false;     // guarded by the map's lock
+    bool m_AwaitsClearing = false; ///< guarded by the map's lock
+    bool m_IsChoosing = false;     ///< guarded by the map's lock
 };
 
 } // namespace genapi

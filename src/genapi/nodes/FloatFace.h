@@ -13,19 +13,19 @@
 
 namespace genapi {
 
-// Checks of numbers and texts, apart from the template. re-entrant
+/// Checks of numbers and texts, apart from the template. re-entrant
 class FloatChecks {
 public:
-    // Of any write; throws OutOfRangeException.
+    /// Of any write; throws OutOfRangeException.
     static void RefuseNaN(Node& node, double value);
-    // Of a verified write; throws OutOfRangeException. The increment is not enforced.
+    /// Of a verified write; throws OutOfRangeException. The increment is not enforced.
     static void CheckWrite(Node& node, double value);
     static void CheckRead(Node& node, double value);
     static double ParseText(Node& node, std::string_view text);
     [[noreturn]] static void ThrowNoIncrement(Node& node);
 };
 
-// Puts IFloat upon a base, which is ValueNode or a register. thread-safe
+/// Puts IFloat upon a base, which is ValueNode or a register. thread-safe
 template<class Base>
 class FloatFace : public Base, virtual public GenApi::IFloat {
 public:
@@ -120,10 +120,10 @@ public:
     }
 
 protected:
-    // The number without checks.
+    /// The number without checks.
     virtual double RawReal(ReadFlags flags) = 0;
     virtual void StoreReal(double value, bool verify) = 0;
-    // The node whose presentation is taken over; null for none.
+    /// The node whose presentation is taken over; null for none.
     virtual Node* InheritsFrom() { return nullptr; }
 
     double DoReadReal(ReadFlags flags) override {
@@ -166,7 +166,7 @@ private:
         const Descent descent(*this);
         return getter(*pInherited);
     }
-    // Presentation may come from other nodes, whose guards count under the lock.
+    /// Presentation may come from other nodes, whose guards count under the lock.
     FloatFace& Mutable() const { return const_cast<FloatFace&>(*this); }
 
     int64_t m_Precision = kUndefined;

@@ -7,7 +7,7 @@
 
 namespace genapi {
 
-// Holds a number, passes one on, or chooses among several. thread-safe
+/// Holds a number, passes one on, or chooses among several. thread-safe
 class FloatNode final : public FloatFace<ValueNode> {
 public:
     using FloatFace::FloatFace;
@@ -29,7 +29,7 @@ protected:
 
 private:
     ValueSource<double> m_Source;
-    Limits<double> m_Limits; // constant after Bind
+    Limits<double> m_Limits; ///< constant after Bind
 };
 
 } // namespace genapi

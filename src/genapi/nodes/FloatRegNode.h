@@ -6,7 +6,7 @@
 
 namespace genapi {
 
-// A register that holds a single or double of IEEE 754. thread-safe
+/// A register that holds a single or double of IEEE 754. thread-safe
 class FloatRegNode final : public FloatFace<RegisterNode> {
 public:
     using FloatFace::FloatFace;
@@ -23,7 +23,7 @@ protected:
     void DoWriteText(std::string_view text, bool verify) override { FloatFace::DoWriteText(text, verify); }
 
 private:
-    // 4 or 8; anything else throws.
+    /// 4 or 8; anything else throws.
     std::size_t NumberLength();
     bool ReadsBigEndian() const;
 

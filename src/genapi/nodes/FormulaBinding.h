@@ -10,7 +10,7 @@
 
 namespace genapi {
 
-// The declarations of one node, shared by its formulas. Constant after Bind, re-entrant.
+/// The declarations of one node, shared by its formulas. Constant after Bind, re-entrant.
 class FormulaScope {
 public:
     void Bind(const BoundProperty& property);
@@ -34,21 +34,21 @@ private:
     std::vector<Text> m_Expressions;
 };
 
-// One formula, compiled when it is first needed. Guarded by the map's lock.
+/// One formula, compiled when it is first needed. Guarded by the map's lock.
 class FormulaBinding {
 public:
     FormulaBinding(FormulaMode mode, std::string_view implicitName) : m_Mode(mode), m_ImplicitName(implicitName) {}
 
     void SetText(std::string_view text) { m_Text = text; }
-    // Before the first use. Nothing but whole numbers will come under the implicit name.
+    /// Before the first use. Nothing but whole numbers will come under the implicit name.
     void SetImplicitInteger() { m_IsImplicitInteger = true; }
-    // Throws RuntimeException in the owner's name when the formula is malformed, unbound or has no value.
+    /// Throws RuntimeException in the owner's name when the formula is malformed, unbound or has no value.
     Value Evaluate(Node& owner, const FormulaScope& scope, ReadFlags flags, Value implicit = {});
-    // False when a variable that the formula mentions cannot be read.
+    /// False when a variable that the formula mentions cannot be read.
     bool AreVariablesReadable(const FormulaScope& scope);
-    // Whether the formula mentions the value of the variable.
+    /// Whether the formula mentions the value of the variable.
     bool Mentions(const FormulaScope& scope, std::string_view variable);
-    // What is wrong with the text; empty when nothing is.
+    /// What is wrong with the text; empty when nothing is.
     const std::string& CompileError(const FormulaScope& scope) { return Compiled(scope).Error(); }
 
 private:
@@ -58,7 +58,7 @@ private:
     std::string_view m_ImplicitName;
     std::string_view m_Text;
     std::unique_ptr<Formula> m_pFormula;
-    std::unique_ptr<std::unordered_set<std::string_view>> m_pMentioned; // when somebody asked
+    std::unique_ptr<std::unordered_set<std::string_view>> m_pMentioned; ///< when somebody asked
     bool m_IsImplicitInteger = false;
 };
 

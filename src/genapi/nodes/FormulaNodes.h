@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// A whole number that is computed. thread-safe
+/// A whole number that is computed. thread-safe
 class IntSwissKnifeNode final : public IntegerFace<ValueNode> {
 public:
     using IntegerFace::IntegerFace;
@@ -29,7 +29,7 @@ private:
     Remembered<int64_t> m_Value;
 };
 
-// A floating-point number that is computed. thread-safe
+/// A floating-point number that is computed. thread-safe
 class SwissKnifeNode final : public FloatFace<ValueNode> {
 public:
     using FloatFace::FloatFace;

@@ -7,7 +7,7 @@
 
 namespace genapi {
 
-// A register that holds a whole number in all or some of its bits. thread-safe
+/// A register that holds a whole number in all or some of its bits. thread-safe
 class IntRegNode final : public IntegerFace<RegisterNode> {
 public:
     using IntegerFace::IntegerFace;
@@ -26,10 +26,10 @@ protected:
 private:
     int64_t NumberLength();
     BitField Field(int64_t length);
-    // The order of the bytes, which a port may turn round; bits are counted as declared.
+    /// The order of the bytes, which a port may turn round; bits are counted as declared.
     bool ReadsBigEndian() const;
 
-    int64_t m_Lsb = -1; // none: the whole register
+    int64_t m_Lsb = -1; ///< none: the whole register
     int64_t m_Msb = -1;
     bool m_IsSigned = false;
     bool m_IsBigEndian = false;

@@ -12,18 +12,18 @@
 
 namespace genapi {
 
-// Checks of numbers and texts, apart from the template. re-entrant
+/// Checks of numbers and texts, apart from the template. re-entrant
 class IntegerChecks {
 public:
-    // Of a verified write; throws OutOfRangeException.
+    /// Of a verified write; throws OutOfRangeException.
     static void CheckWrite(Node& node, int64_t value, const std::vector<int64_t>& validValues);
     static void CheckRead(Node& node, int64_t value);
     static int64_t ParseText(Node& node, std::string_view text);
     static std::vector<int64_t> ParseValidValues(std::string_view text);
 };
 
-// Puts IInteger upon a base, which is ValueNode or a register: presentation, checks and text form. Kinds give the raw
-// value and its limits. thread-safe
+/// Puts IInteger upon a base, which is ValueNode or a register: presentation, checks and text form. Kinds give the raw
+/// value and its limits. thread-safe
 template<class Base>
 class IntegerFace : public Base, virtual public GenApi::IInteger {
 public:
@@ -102,10 +102,10 @@ public:
     }
 
 protected:
-    // The number without checks.
+    /// The number without checks.
     virtual int64_t RawInteger(ReadFlags flags) = 0;
     virtual void StoreInteger(int64_t value, bool verify) = 0;
-    // The node whose presentation is taken over; null for none.
+    /// The node whose presentation is taken over; null for none.
     virtual Node* InheritsFrom() { return nullptr; }
 
     int64_t DoReadInteger(ReadFlags flags) override {

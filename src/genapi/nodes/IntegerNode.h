@@ -7,7 +7,7 @@
 
 namespace genapi {
 
-// Holds a number, passes one on, or chooses among several. thread-safe
+/// Holds a number, passes one on, or chooses among several. thread-safe
 class IntegerNode final : public IntegerFace<ValueNode> {
 public:
     using IntegerFace::IntegerFace;
@@ -28,7 +28,7 @@ protected:
 
 private:
     ValueSource<int64_t> m_Source;
-    Limits<int64_t> m_Limits; // constant after Bind
+    Limits<int64_t> m_Limits; ///< constant after Bind
 };
 
 } // namespace genapi

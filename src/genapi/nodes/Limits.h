@@ -6,7 +6,7 @@
 
 namespace genapi {
 
-// One of them. Number is int64_t or double. Constant after Bind, re-entrant
+/// One of them. Number is int64_t or double. Constant after Bind, re-entrant
 template<class Number>
 struct Limit {
     bool IsGiven() const { return pNode || isConstant; }
@@ -26,7 +26,7 @@ inline double Limit<double>::Read() const {
     return isConstant ? constant : pNode->ReadReal({});
 }
 
-// All three. A constant wins over a link. Constant after Bind, re-entrant
+/// All three. A constant wins over a link. Constant after Bind, re-entrant
 template<class Number>
 struct Limits {
     Limit<Number> min;

@@ -15,13 +15,13 @@ namespace genapi {
 
 class RegisterNode;
 
-// How a value is to be read.
+/// How a value is to be read.
 struct ReadFlags {
     bool verify = false;
     bool ignoreCache = false;
 };
 
-// Where a node comes from. The texts are borrowed from the map.
+/// Where a node comes from. The texts are borrowed from the map.
 struct NodeSeed {
     NodeHost* pHost = nullptr;
     NodeIndex index = 0;
@@ -30,15 +30,15 @@ struct NodeSeed {
     std::string_view name;
 };
 
-// A link or scalar to be taken over by the node.
+/// A link or scalar to be taken over by the node.
 struct BoundProperty {
     const PropertyRecord& record;
-    Node* pTarget = nullptr;       // of a link
-    Node* pOffsetTarget = nullptr; // of a pIndex with pOffset
+    Node* pTarget = nullptr;       ///< of a link
+    Node* pOffsetTarget = nullptr; ///< of a pIndex with pOffset
 };
 
-// What an application calls takes the map's lock; what nodes call among themselves expects it held, guards its depth,
-// and throws what is wrong with the node's description. The links are constant after Bind. thread-safe
+/// What an application calls takes the map's lock; what nodes call among themselves expects it held, guards its depth,
+/// and throws what is wrong with the node's description. The links are constant after Bind. thread-safe
 class Node : virtual public GenApi::INode {
 public:
     explicit Node(const NodeSeed& seed);
@@ -53,12 +53,12 @@ public:
     std::string_view Name() const { return m_Name; }
     const PropertySpan& Properties() const { return m_Properties; }
 
-    // Finalising, by the map. A property of a form that its rule refuses does not come here.
+    /// Finalising, by the map. A property of a form that its rule refuses does not come here.
     void SetProperties(const PropertySpan& properties) { m_Properties = properties; }
     virtual void Bind(const BoundProperty& property);
     void MarkAsFeature(bool isFeature) { m_IsFeature = isFeature; }
-    // The node keeps its place in the map and throws the text of its first defect when it is used: PropertyException
-    // for a property, RuntimeException for a link.
+    /// The node keeps its place in the map and throws the text of its first defect when it is used: PropertyException
+    /// for a property, RuntimeException for a link.
     enum class DefectKind : uint8_t { Property, Link };
     void MarkAsDefective(DefectKind kind, std::string text);
     bool IsDefective() const { return m_pDefect != nullptr; }
@@ -67,9 +67,9 @@ public:
     }
     std::string_view Defect() const { return m_pDefect ? std::string_view(m_pDefect->text) : std::string_view(); }
 
-    // Access, lock held.
+    /// Access, lock held.
     GenApi::EAccessMode Access();
-    // The three parts of it, for those who explain. They pass on what predicates and ports throw.
+    /// The three parts of it, for those who explain. They pass on what predicates and ports throw.
     GenApi::EAccessMode OwnAccess();
     virtual GenApi::EAccessMode TargetAccess() { return GenApi::RW; }
     GenApi::EAccessMode ImposedAccess() const;
@@ -77,10 +77,10 @@ public:
     Node* AvailableBy() const { return m_pIsAvailable; }
     Node* LockedBy() const { return m_pIsLocked; }
 
-    // Numbers, lock held. A node that holds none throws AccessException.
+    /// Numbers, lock held. A node that holds none throws AccessException.
     int64_t ReadInteger(ReadFlags flags);
     double ReadReal(ReadFlags flags);
-    // In the node's own kind; an enumeration gives its numeric value where reals are wanted.
+    /// In the node's own kind; an enumeration gives its numeric value where reals are wanted.
     Value ReadNumber(ReadFlags flags, bool wantsReal);
     bool ReadTruth();
     void WriteInteger(int64_t value, bool verify);
@@ -92,28 +92,28 @@ public:
     double RealMax();
     bool HasRealInc();
     double RealInc();
-    // Whether ReadNumber gives reals.
+    /// Whether ReadNumber gives reals.
     virtual bool IsReal() const { return false; }
 
-    // Texts, lock held.
+    /// Texts, lock held.
     std::string ReadText(ReadFlags flags);
     void WriteText(std::string_view text, bool verify);
     int64_t MaxTextLength();
 
-    // What presentation inherits along pValue.
+    /// What presentation inherits along pValue.
     virtual GenApi::ERepresentation Representation() { return GenApi::PureNumber; }
     virtual std::string_view Unit() { return {}; }
     virtual GenApi::EDisplayNotation Notation() { return GenApi::fnAutomatic; }
     virtual int64_t Precision() { return 6; }
 
-    // Reads the nodes that report errors of the device; throws RuntimeException with what they say.
+    /// Reads the nodes that report errors of the device; throws RuntimeException with what they say.
     void CheckErrorNodes();
-    // Throw in the name of the operation: what is wrong with the description when that is why, of the node itself or
-    // of one that it needs; else AccessException.
+    /// Throw in the name of the operation: what is wrong with the description when that is why, of the node itself or
+    /// of one that it needs; else AccessException.
     void RequireReadable(const char* operation);
     void RequireWritable(const char* operation);
 
-    // The first property of that name; null when there is none.
+    /// The first property of that name; null when there is none.
     const PropertyRecord* FindRecord(PropertyId id) const;
     std::string_view PropertyText(PropertyId id) const;
     Node* LinkedNode(PropertyId id) const;
@@ -152,26 +152,26 @@ public:
     GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return TraitsOf(m_Type).face; }
     bool IsFeature() const override { return m_IsFeature; }
 
-    // Lock held. Registers answer for themselves, others for what they read.
+    /// Lock held. Registers answer for themselves, others for what they read.
     GenApi::ECachingMode CachingMode() const;
     virtual const GenApi::ECachingMode* OwnCachingMode() const { return nullptr; }
     virtual bool IsOwnCacheValid() { return true; }
-    // What is wrong with the node's formulas, compiling them if need be; empty when nothing is. Lock held.
+    /// What is wrong with the node's formulas, compiling them if need be; empty when nothing is. Lock held.
     virtual std::string CompileError() { return {}; }
-    // Whether the node reads the value that it knows under this name; formulas need not mention all of theirs. Lock
-    // held.
+    /// Whether the node reads the value that it knows under this name; formulas need not mention all of theirs. Lock
+    /// held.
     virtual bool MindsVariable(std::string_view) { return false; }
-    // The node that gives the value at present; null when there is none or it cannot be told.
+    /// The node that gives the value at present; null when there is none or it cannot be told.
     virtual Node* ValueTarget() { return LinkedNode(PropertyId::pValue); }
-    // Null for all but registers.
+    /// Null for all but registers.
     virtual RegisterNode* AsRegister() { return nullptr; }
-    // Whether a plain read would be served without the port.
+    /// Whether a plain read would be served without the port.
     bool IsCacheValid();
-    // What the description ought to have given the node and did not; empty when it is complete.
+    /// What the description ought to have given the node and did not; empty when it is complete.
     virtual std::string_view Missing() const { return {}; }
 
 protected:
-    // Kinds implement these; they are called with the depth guarded and the description sound.
+    /// Kinds implement these; they are called with the depth guarded and the description sound.
     virtual int64_t DoReadInteger(ReadFlags flags);
     virtual double DoReadReal(ReadFlags flags) { return static_cast<double>(DoReadInteger(flags)); }
     virtual void DoWriteInteger(int64_t value, bool verify);
@@ -213,8 +213,8 @@ private:
     bool m_IsStandard;
     bool m_IsFeature = false;
     bool m_IsInAccess TAVIX_GUARDED_BY(m_pHost->Lock()) = false;
-    bool m_HasErrorLinks = false;                     // pError
-    GenApi::EAccessMode m_ImposedByFile = GenApi::RW; // constant after Bind
+    bool m_HasErrorLinks = false;                     ///< pError
+    GenApi::EAccessMode m_ImposedByFile = GenApi::RW; ///< constant after Bind
     GenApi::EAccessMode m_ImposedByCode TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::RW;
     GenApi::EVisibility m_Visibility = GenApi::Beginner;
     GenApi::EVisibility m_ImposedVisibility TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::Beginner;

@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// IntKey, AdvFeatureLock and SmartFeature. thread-safe
+/// IntKey, AdvFeatureLock and SmartFeature. thread-safe
 class ObsoleteIntegerNode final : public IntegerFace<ValueNode> {
 public:
     using IntegerFace::IntegerFace;

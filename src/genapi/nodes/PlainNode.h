@@ -5,7 +5,7 @@
 
 namespace genapi {
 
-// A name to hang invalidators, events and callbacks on. thread-safe
+/// A name to hang invalidators, events and callbacks on. thread-safe
 class PlainNode final : public ValueNode {
 public:
     using ValueNode::ValueNode;

@@ -13,7 +13,7 @@ namespace genapi {
 
 class PortNode;
 
-// Bytes at an address of a port, with a cache that belongs to that address and length. thread-safe
+/// Bytes at an address of a port, with a cache that belongs to that address and length. thread-safe
 class RegisterNode : public ValueNode, virtual public GenApi::IRegister {
 public:
     using ValueNode::ValueNode;
@@ -25,22 +25,22 @@ public:
     bool IsOwnCacheValid() override;
     RegisterNode* AsRegister() override { return this; }
 
-    // The place, lock held.
+    /// The place, lock held.
     PortNode* Port() const { return m_pPort; }
     int64_t Length();
     int64_t Address() { return AddressFor(Length()); }
     bool HasConstantPlace() const { return m_Address.IsConstant() && !m_pLength; }
-    // Where the register lies; of a computed place where it lay when it was read or written last, without a port
-    // before.
+    /// Where the register lies; of a computed place where it lay when it was read or written last, without a port
+    /// before.
     RegisterPlace LastPlace() const;
-    // Equal for registers whose variable place is described alike.
+    /// Equal for registers whose variable place is described alike.
     std::string PlaceSpelling() const;
 
-    // The bytes, lock held, one port access of the full length at most. The pointer holds until the next call.
+    /// The bytes, lock held, one port access of the full length at most. The pointer holds until the next call.
     const uint8_t* Fetch(int64_t length, bool ignoreCache);
-    // `length` is that of the register.
+    /// `length` is that of the register.
     void Store(const uint8_t* pBytes, int64_t length);
-    // The bytes as they are in the device, for a change of some of them; zeros when they cannot be known.
+    /// The bytes as they are in the device, for a change of some of them; zeros when they cannot be known.
     std::vector<uint8_t> FetchForChange(int64_t length);
 
     // GenApi::IRegister
@@ -57,7 +57,7 @@ private:
     int64_t AddressFor(int64_t length) const {
         return m_Address.IsConstant() ? m_Address.ConstantPart() : m_Address.Evaluate(length);
     }
-    // Where the cache keeps what lies there.
+    /// Where the cache keeps what lies there.
     uint8_t* Room(int64_t address, int64_t length);
     void DropOverlapping(const RegisterPlace& written);
     bool IsReadableElsewhere(const RegisterPlace& place);
@@ -69,7 +69,7 @@ private:
     GenApi::EAccessMode m_AccessMode = GenApi::RO;
     GenApi::ECachingMode m_CachingMode = GenApi::WriteThrough;
 
-    // The cache, guarded by the map's lock. Short registers are kept in place.
+    /// The cache, guarded by the map's lock. Short registers are kept in place.
     int64_t m_CachedAddress = 0;
     int64_t m_CachedLength = -1;
     uint8_t m_Short[8] = {};

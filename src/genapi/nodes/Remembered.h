@@ -7,11 +7,11 @@
 
 namespace genapi {
 
-// Nodes that name another one twice would otherwise double the work from node to node. Guarded by the map's lock.
+/// Nodes that name another one twice would otherwise double the work from node to node. Guarded by the map's lock.
 template<class Number>
 class Remembered {
 public:
-    // The number, computed at most once in an operation. A fresh one was computed with all caches ignored.
+    /// The number, computed at most once in an operation. A fresh one was computed with all caches ignored.
     template<class Compute>
     Number Get(const NodeHost& host, bool isFresh, Compute compute) {
         const uint32_t generation = host.Generation();

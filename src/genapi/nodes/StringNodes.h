@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// Puts IString upon a base, which is ValueNode or a register. thread-safe
+/// Puts IString upon a base, which is ValueNode or a register. thread-safe
 template<class Base>
 class StringFace : public Base, virtual public GenApi::IString {
 public:
@@ -33,10 +33,10 @@ public:
     }
 };
 
-// Throws OutOfRangeException in a verified write; the text as it fits otherwise.
+/// Throws OutOfRangeException in a verified write; the text as it fits otherwise.
 std::string_view FitText(Node& node, std::string_view text, int64_t maxLength, bool verify);
 
-// Holds a text or passes one on. thread-safe
+/// Holds a text or passes one on. thread-safe
 class StringNode final : public StringFace<ValueNode> {
 public:
     using StringFace::StringFace;
@@ -52,12 +52,12 @@ protected:
     int64_t DoMaxTextLength() override;
 
 private:
-    std::string m_Held; // guarded by the map's lock
+    std::string m_Held; ///< guarded by the map's lock
     Node* m_pValue = nullptr;
     bool m_IsHeld = false;
 };
 
-// A register that holds a text up to its first zero byte or its end. thread-safe
+/// A register that holds a text up to its first zero byte or its end. thread-safe
 class StringRegNode final : public StringFace<RegisterNode> {
 public:
     using StringFace::StringFace;

@@ -8,7 +8,7 @@ namespace genapi {
 
 class Node;
 
-// Where a call stands in the source; the default argument of the functions below fills it in.
+/// Where a call stands in the source; the default argument of the functions below fills it in.
 struct Origin {
     const char* file;
     unsigned line;
@@ -17,7 +17,7 @@ struct Origin {
     }
 };
 
-// Each names the node and the operation ("GetValue") in the text of what().
+/// Each names the node and the operation ("GetValue") in the text of what().
 [[noreturn]] void ThrowAccess(const Node& node, const char* operation, std::string_view text,
                               Origin origin = Origin::Here());
 [[noreturn]] void ThrowOutOfRange(const Node& node, const char* operation, std::string_view text,
@@ -31,7 +31,7 @@ struct Origin {
 [[noreturn]] void ThrowProperty(const Node& node, const char* operation, std::string_view text,
                                 Origin origin = Origin::Here());
 
-// For what concerns no node.
+/// For what concerns no node.
 [[noreturn]] void ThrowRuntime(std::string_view text, Origin origin = Origin::Here());
 [[noreturn]] void ThrowLogicalError(std::string_view text, Origin origin = Origin::Here());
 [[noreturn]] void ThrowProperty(std::string_view text, Origin origin = Origin::Here());

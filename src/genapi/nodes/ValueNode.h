@@ -8,7 +8,7 @@
 
 namespace genapi {
 
-// Text access and selectors. thread-safe
+/// Text access and selectors. thread-safe
 class ValueNode : public Node, virtual public GenApi::IValue, virtual public GenApi::ISelector {
 public:
     using Node::Node;

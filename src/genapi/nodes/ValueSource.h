@@ -11,8 +11,8 @@
 
 namespace genapi {
 
-// Number is int64_t or double. Links are constant after Bind, held numbers guarded by the map's lock. thread-safe
-// through that lock
+/// Number is int64_t or double. Links are constant after Bind, held numbers guarded by the map's lock. thread-safe
+/// through that lock
 template<class Number>
 class ValueSource {
 public:
@@ -50,9 +50,9 @@ public:
 
     bool IsComplete() const { return m_pValue || m_pIndex || m_IsHeld; }
 
-    // The node that gives the value at this moment; null when it is held here.
+    /// The node that gives the value at this moment; null when it is held here.
     Node* Target() { return Select().pTarget; }
-    // The same for explanations: null also when the index cannot be read.
+    /// The same for explanations: null also when the index cannot be read.
     Node* TargetIfKnown() {
         try {
             return Target();
@@ -60,7 +60,7 @@ public:
             return nullptr;
         }
     }
-    // The node that the description names as pValue; null without one.
+    /// The node that the description names as pValue; null without one.
     Node* FixedTarget() const { return m_pValue; }
 
     Number Read(ReadFlags flags) {
@@ -95,7 +95,7 @@ public:
 
 private:
     struct Slot {
-        Node* pTarget = nullptr; // null: the number is held here
+        Node* pTarget = nullptr; ///< null: the number is held here
         Number number = Number();
     };
     struct IndexedSlot {
@@ -132,7 +132,7 @@ private:
     Slot m_Default;
     Node* m_pValue = nullptr;
     Node* m_pIndex = nullptr;
-    std::vector<Node*> m_Written; // pValue and its copies in document order
+    std::vector<Node*> m_Written; ///< pValue and its copies in document order
     std::vector<IndexedSlot> m_Slots;
     bool m_IsHeld = false;
     bool m_HasCopies = false;

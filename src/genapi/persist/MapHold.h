@@ -10,9 +10,9 @@
 
 namespace genapi {
 
-// Keeps a map for one thread. Inside-lock callbacks run as the accesses cause them; outside-lock ones wait for Finish,
-// which releases the map and calls each of them once. A map of a foreign engine is not kept, since its callbacks would
-// run under the lock. bound to a thread
+/// Keeps a map for one thread. Inside-lock callbacks run as the accesses cause them; outside-lock ones wait for Finish,
+/// which releases the map and calls each of them once. A map of a foreign engine is not kept, since its callbacks would
+/// run under the lock. bound to a thread
 class MapHold {
 public:
     explicit MapHold(const GenApi::INodeMap& map) {
