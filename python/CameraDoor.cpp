@@ -81,6 +81,15 @@ std::vector<std::tuple<std::string, std::string, std::string>> LoadSettings(Door
     return refused;
 }
 
+std::vector<std::tuple<std::string, std::string, std::string>> CompareSettings(Door& door,
+                                                                               const std::filesystem::path& path) {
+    const Tavix::Settings file = Tavix::Settings::FromFile(path.string());
+    std::vector<std::tuple<std::string, std::string, std::string>> different;
+    for (const Tavix::SettingDifference& one : door.camera.ReadSettings().Compare(file))
+        different.emplace_back(one.name, one.left, one.right);
+    return different;
+}
+
 void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
     camera.def("__getitem__", &GetFeature, "The value of a feature. NotFound, AccessError.")
         .def("__setitem__", &SetFeature, "Writes a feature. NotFound, AccessError, ValueError.")
@@ -108,7 +117,10 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
             [](Door& door, const std::filesystem::path& path) { door.camera.ReadSettings().Save(path.string()); },
             py::arg("path"), LockFree(), "Writes all settings to a file. Error when it cannot be written.")
         .def("load_settings", &LoadSettings, py::arg("path"), LockFree(),
-             "Applies a file of settings; returns (name, value, reason) of each that was refused.");
+             "Applies a file of settings; returns (name, value, reason) of each that was refused.")
+        .def("compare_settings", &CompareSettings, py::arg("path"), LockFree(),
+             "Compares the present settings with a file; returns (name, present value, value in the file) of each that "
+             "differs, '' where one side does not have it.");
 }
 
 void BindImages(py::class_<Door, Owned<Door>>& camera) {

@@ -109,6 +109,19 @@ def test_settings_are_saved_and_loaded(camera, tmp_path):
     assert camera.ExposureTime == 1234.0
 
 
+def test_settings_are_compared_with_a_file(camera, tmp_path):
+    camera.ExposureTime = 1234.0
+    camera.save_settings(tmp_path / "settings.txt")
+    assert camera.compare_settings(tmp_path / "settings.txt") == []
+    camera.ExposureTime = 5000.0
+    camera.Width = 32
+    different = {name: (present, saved) for name, present, saved in camera.compare_settings(tmp_path / "settings.txt")}
+    assert different["Width"] == ("32", "64")
+    assert [float(value) for value in different["ExposureTime"]] == [5000.0, 1234.0]
+    with pytest.raises(tavix.Error):
+        camera.compare_settings(tmp_path / "nowhere.txt")
+
+
 def test_opening_and_closing_leaks_no_reference_and_no_thread():
     """TAVIX_PYTHON_ROUNDS=1000 for those who have a minute."""
     def open_files_and_threads():
