@@ -23,7 +23,7 @@ int main(int count, char** arguments) {
     camera["TestPattern"] = "Checkerboard";
     Tavix::GrabOptions options;
     options.count = frames;
-    options.buffers = 64;
+    options.buffers = 256;
     std::uint64_t sum = 0, missed = 0;
     double thread = 0, process = 0, begin = 0;
     auto stream = camera.Grab(options);
