@@ -26,7 +26,7 @@ pack() { # folder
 }
 
 merge() { # folders
-    local fuzzer=build/fuzz/bin/fuzz_$target scratch file
+    local fuzzer=build/fuzz/bin/fuzz_$target file
     [ -x "$fuzzer" ] || { echo "$fuzzer is not built" >&2; return 1; }
     scratch=$(mktemp -d)
     trap 'rm -rf "$scratch"' EXIT
