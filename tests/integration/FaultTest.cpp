@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DamagedFrame{"Overrun", R"({"fault": "Overrun", "frame": 5, "value": 10})", 2}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST(Removal, DuringAGrabEndsWithFailedBuffersAndACallback) {
+TEST(LeavingCamera, DuringAGrabEndsWithFailedBuffersAndACallback) {
     VirtualBus bus(StreamFault(R"({"fault": "Unplug", "frame": 8, "value": 5000})"));
     auto camera = bus.Open();
     std::atomic<int> calls{0};
@@ -106,7 +106,7 @@ TEST(Removal, DuringAGrabEndsWithFailedBuffersAndACallback) {
 }
 
 /// For a while before the removal is known the bus reports line errors.
-TEST(Removal, ThatBeginsWithLineErrorsIsOneRemovalToo) {
+TEST(LeavingCamera, ThatBeginsWithLineErrorsIsOneRemovalToo) {
     VirtualBus bus(OneCamera(R"("faults": {"stream": [{"fault": "Unplug", "frame": 8}], "unplugErrorsMs": 150})"));
     auto camera = bus.Open();
     std::atomic<int> calls{0};
@@ -135,7 +135,7 @@ TEST(Removal, ThatBeginsWithLineErrorsIsOneRemovalToo) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(Removal, LetsTheCameraBeClosedAndOpenedAgainAfterReplugging) {
+TEST(LeavingCamera, LetsTheCameraBeClosedAndOpenedAgainAfterReplugging) {
     VirtualBus bus(OneCamera(R"("faults": {"stream": [{"fault": "Unplug", "frame": 3}], "replugAfterMs": 500})"));
     {
         auto camera = bus.Open();
@@ -188,9 +188,9 @@ void PrintTo(const BadDescription& description, std::ostream* out) {
     *out << description.name;
 }
 
-class Description : public testing::TestWithParam<BadDescription> {};
+class DoubtfulDescription : public testing::TestWithParam<BadDescription> {};
 
-TEST_P(Description, OfDoubtfulFormLoadsOrFailsCleanly) {
+TEST_P(DoubtfulDescription, OfDoubtfulFormLoadsOrFailsCleanly) {
     VirtualBus bus(OneCamera(std::string("\"registers\": {\"manifest\": \"") + GetParam().manifest + "\"}"));
     for (int round = 0; round < 2; ++round) {
         const std::string error = ErrorOf([&] {
@@ -203,7 +203,7 @@ TEST_P(Description, OfDoubtfulFormLoadsOrFailsCleanly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EachForm, Description,
+    EachForm, DoubtfulDescription,
     testing::Values(
         BadDescription{"PlainXml", "PlainXml", true}, BadDescription{"WrongHash", "WrongHash", true},
         BadDescription{"ZeroHash", "ZeroHash", true}, BadDescription{"WrongFormatFlag", "WrongFormatFlag", true},
@@ -213,14 +213,14 @@ INSTANTIATE_TEST_SUITE_P(
         BadDescription{"NoEntries", "NoEntries", false}, BadDescription{"HugeCount", "HugeCount", false}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST(Description, WithoutRootStillServesItsFeatures) {
+TEST(DownloadedDescription, WithoutRootStillServesItsFeatures) {
     VirtualBus bus(OneCamera(R"("registers": {"manifest": "NoRoot"})"));
     auto camera = bus.Open();
     EXPECT_EQ(camera->GetNodeMap()->GetNode("Root"), nullptr);
     EXPECT_GT(Integer(camera->GetNodeMap(), "Width"), 0);
 }
 
-TEST(Description, ThatIsNoneIsRefusedAndTheCameraReleased) {
+TEST(DownloadedDescription, ThatIsNoneIsRefusedAndTheCameraReleased) {
     const std::string path = testing::TempDir() + "no-description-" + std::to_string(::getpid()) + ".xml";
     std::ofstream(path) << "<Recipe><Flour/></Recipe>";
     VirtualBus bus(OneCamera("\"registers\": {\"descriptionPath\": \"" + path + "\"}"));

@@ -12,7 +12,7 @@ using namespace integration;
 
 constexpr const char* kTwo = R"([{"serial": "1", "guid": "120900000001"}, {"serial": "2", "guid": "120900000002"}])";
 
-TEST(Discovery, DescribesEveryCamera) {
+TEST(FoundCameras, DescribesEveryCamera) {
     VirtualBus bus(R"([{"model": "VC-Test", "serial": "4711", "userName": "left", "guid": "120900004711"}])");
     const auto cameras = bus.Cameras();
     ASSERT_EQ(cameras.size(), 1u);
@@ -27,13 +27,13 @@ TEST(Discovery, DescribesEveryCamera) {
     EXPECT_EQ(guid, "120900004711");
 }
 
-TEST(Discovery, ListsNoVirtualCameraUnlessAskedFor) {
+TEST(FoundCameras, ListsNoVirtualCameraUnlessAskedFor) {
     VirtualBus bus("[]");
     for (const auto& camera : bus.Cameras())
         EXPECT_NE(camera.GetVendorName(), "Vandrel");
 }
 
-TEST(Discovery, ReadsTheSettingsOfVirtualCamerasOnce) {
+TEST(FoundCameras, ReadsTheSettingsOfVirtualCamerasOnce) {
     VirtualBus bus(kTwo);
     setenv("TAVIX_VIRTUAL_CAMERAS", "/no/such/settings.json", /*overwrite=*/1);
     EXPECT_EQ(bus.Cameras().size(), 2u);

@@ -47,9 +47,9 @@ TEST(Grab, ShowsAMovingPicture) {
     run.Stop();
 }
 
-class Format : public testing::TestWithParam<std::pair<const char*, int>> {};
+class ChosenFormat : public testing::TestWithParam<std::pair<const char*, int>> {};
 
-TEST_P(Format, FillsWidthTimesHeightTimesItsBits) {
+TEST_P(ChosenFormat, FillsWidthTimesHeightTimesItsBits) {
     VirtualBus bus(kFast);
     auto camera = bus.Open();
     Set(camera->GetNodeMap(), "Width", "320");
@@ -63,7 +63,7 @@ TEST_P(Format, FillsWidthTimesHeightTimesItsBits) {
     run.Stop();
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Format,
+INSTANTIATE_TEST_SUITE_P(All, ChosenFormat,
                          testing::Values(std::make_pair("Mono8", 8), std::make_pair("Mono12", 16),
                                          std::make_pair("BayerRG8", 8), std::make_pair("RGB8", 24),
                                          std::make_pair("YCbCr422_8", 16)));

@@ -123,7 +123,7 @@ TEST(StreamThreads, MayGoOnWhileTheCameraIsUnpluggedAndComesBack) {
     EXPECT_GT(Integer(bus.Open()->GetNodeMap(), "Width"), 0);
 }
 
-TEST(Removal, LeavesTheStreamOpenThoughTheCameraCannotBeTold) {
+TEST(LeavingCamera, LeavesTheStreamOpenThoughTheCameraCannotBeTold) {
     VirtualBus bus(R"([{"frameRateEnable": false, "faults": {"stream": [{"fault": "Unplug", "frame": 3}]}}])");
     auto camera = bus.Open();
     std::atomic<int> removals{0};
