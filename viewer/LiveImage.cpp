@@ -8,12 +8,15 @@
 #include <utility>
 
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace viewer {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int kNice = 5;
 constexpr std::size_t kInFlight = 2; // one is drawn while the next is on its way
 constexpr std::chrono::milliseconds kBetweenDetails{200};
 
@@ -121,6 +124,8 @@ void LiveImage::Wait(std::unique_lock<std::mutex>& lock) {
 }
 
 void LiveImage::Run() {
+    // What browsers see may wait, what the camera sends may not. On Linux that is of the thread alone.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
     std::uint64_t last = 0;
     std::unique_lock<std::mutex> lock(m_Lock);
     while (!m_Stop) {

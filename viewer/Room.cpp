@@ -2,6 +2,7 @@
 
 #include "core/Printable.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -10,7 +11,15 @@ namespace {
 
 using namespace Tavix;
 
-constexpr std::size_t kBuffers = 16;
+constexpr std::int64_t kFewestBuffers = 16, kMostBuffers = 64;
+constexpr std::int64_t kMemory = 64 << 20;
+
+/// As many images as fit into a memory that a bench can spare: on a busy computer nobody may come for them for a while.
+std::size_t CountBuffers(Tavix::Camera& camera) {
+    const std::int64_t payload = camera.HasFeature("PayloadSize") ? camera["PayloadSize"].Int() : kMemory;
+    return static_cast<std::size_t>(
+        std::clamp(kMemory / std::max<std::int64_t>(1, payload), kFewestBuffers, kMostBuffers));
+}
 
 } // namespace
 
@@ -151,7 +160,7 @@ Json Room::SetRegion(const imaging::Region& region) {
 void Room::Start() {
     if (m_Stream) return;
     GrabOptions options;
-    options.buffers = kBuffers;
+    options.buffers = CountBuffers(Camera());
     options.timeout = std::chrono::milliseconds(0);
     options.reconnect = std::chrono::milliseconds(-1);
     m_Trouble.clear();

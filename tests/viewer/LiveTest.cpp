@@ -10,8 +10,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <thread>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -175,6 +178,26 @@ TEST_F(Live, AVirtualCameraThatWasPulledIsListedAsAway) {
     Ask("virtual", R"(, "request": {"plug)" + camera);
     awaitAway(false);
     EXPECT_FALSE(AskCamera("open").contains("error"));
+}
+
+/// The kernel's number of this process's thread of that name; 0 when there is none.
+id_t FindThread(const std::string& wanted) {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm") >> std::ws, name);
+        if (name == wanted) return static_cast<id_t>(std::stoul(task.path().filename().string()));
+    }
+    return 0;
+}
+
+TEST_F(Live, WhoMakesImagesForBrowsersYieldsToWhoFetchesThem) {
+    AskCamera("view", kView);
+    AskCamera("single");
+    while (m_Images < 1)
+        Next(); // so that the thread has begun
+    const id_t thread = FindThread("view-image");
+    ASSERT_NE(0u, thread);
+    EXPECT_GT(getpriority(PRIO_PROCESS, thread), getpriority(PRIO_PROCESS, 0));
 }
 
 TEST_F(Live, WhatChangesByAChangeIsTold) {
