@@ -73,6 +73,13 @@ TEST(GentlCommand, TellsWhichProducersOfThePathWork) {
     EXPECT_EQ(shown[2]["works"], true) << outcome.out;
 }
 
+TEST(GentlCommand, EndsWithZeroWhenAllProducersOfThePathWork) {
+    const Variable path(kPath, TAVIX_GENTL_PRODUCER);
+    const Outcome outcome = RunTool({"gentl"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("works"));
+}
+
 TEST(GentlCommand, SaysWhatToExportWhenNothingIsFound) {
     const Variable path(kPath, "/nowhere");
     const Outcome outcome = RunTool({"gentl"});

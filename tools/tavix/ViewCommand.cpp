@@ -24,14 +24,10 @@ namespace {
 
 constexpr int kStepMs = 50;
 
-const char* NameOf(Severity severity) {
-    return severity == Severity::Good ? "good" : severity == Severity::Note ? "note" : "problem";
-}
-
 std::vector<viewer::Finding> ExamineForPage() {
     std::vector<viewer::Finding> findings;
     for (const Finding& finding : ExamineThisComputer())
-        findings.push_back({NameOf(finding.severity), finding.about, finding.text, finding.command});
+        findings.push_back({Name(finding.severity), finding.about, finding.text, finding.command});
     return findings;
 }
 

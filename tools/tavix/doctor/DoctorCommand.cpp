@@ -26,17 +26,6 @@ GentlProducers LookForProducers() {
     return producers;
 }
 
-const char* Name(Severity severity) {
-    switch (severity) {
-    case Severity::Good:
-        return "good";
-    case Severity::Note:
-        return "note";
-    default:
-        return "problem";
-    }
-}
-
 nlohmann::json ToJson(const Findings& findings) {
     nlohmann::json json = nlohmann::json::array();
     for (const Finding& finding : findings) {
@@ -65,6 +54,17 @@ void AskComputer(Patient& patient) {
 }
 
 } // namespace
+
+const char* Name(Severity severity) {
+    switch (severity) {
+    case Severity::Good:
+        return "good";
+    case Severity::Note:
+        return "note";
+    default:
+        return "problem";
+    }
+}
 
 Findings ExamineThisComputer() {
     Patient patient{SystemFiles("/")};

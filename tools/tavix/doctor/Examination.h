@@ -55,6 +55,9 @@ void ExamineProducers(const Patient& patient, Findings& findings);
 /// All of them, in the order of this list.
 Findings Examine(const Patient& patient);
 
+/// As it stands in front of a finding, for people and for programs.
+const char* Name(Severity severity);
+
 /// All of this computer, its cameras asked.
 Findings ExamineThisComputer();
 
