@@ -1,4 +1,4 @@
-#include "tools/tavix/CameraWatch.h"
+#include "tools/tavix/cameras/CameraWatch.h"
 
 #include <gtest/gtest.h>
 

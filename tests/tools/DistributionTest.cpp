@@ -1,4 +1,4 @@
-#include "tools/tavix/Distribution.h"
+#include "tools/tavix/grabs/Distribution.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "TestFolder.h"
 
 #include "tools/tavix/Error.h"
-#include "tools/tavix/ImageFile.h"
+#include "tools/tavix/images/ImageFile.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "TestFolder.h"
 
-#include "tools/tavix/ImageNames.h"
+#include "tools/tavix/images/ImageNames.h"
 
 #include <gtest/gtest.h>
 

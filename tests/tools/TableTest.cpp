@@ -1,6 +1,6 @@
 // Columns.
 
-#include "tools/tavix/Table.h"
+#include "tools/tavix/output/Table.h"
 
 #include <gtest/gtest.h>
 

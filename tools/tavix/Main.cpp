@@ -1,9 +1,9 @@
 // The program `tavix`. Status.h says what its exit status means; each but 0 comes with one line on standard error.
 
-#include "CommandLine.h"
 #include "Error.h"
 #include "Interrupt.h"
 #include "TraceWatch.h"
+#include "line/CommandLine.h"
 
 #include "core/Printable.h"
 

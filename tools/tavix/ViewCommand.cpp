@@ -1,7 +1,7 @@
-#include "Commands.h"
 #include "Error.h"
 #include "Interrupt.h"
-#include "Text.h"
+#include "line/Commands.h"
+#include "output/Text.h"
 
 #ifdef TAVIX_VIEWER
 #include "doctor/Examination.h"

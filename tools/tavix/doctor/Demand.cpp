@@ -1,9 +1,9 @@
 #include "Demand.h"
 
 #include "AtOnce.h"
-#include "Camera.h"
 #include "Error.h"
-#include "Text.h"
+#include "cameras/Camera.h"
+#include "output/Text.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,9 +1,9 @@
-#include "Commands.h"
 #include "Error.h"
-#include "Json.h"
-#include "Text.h"
 #include "doctor/Demand.h"
 #include "doctor/Examination.h"
+#include "line/Commands.h"
+#include "output/Json.h"
+#include "output/Text.h"
 
 #include <algorithm>
 #include <cstdio>

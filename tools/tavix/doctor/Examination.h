@@ -1,7 +1,7 @@
 #pragma once
 // The checks of `tavix doctor`.
 
-#include "TransportLayers.h"
+#include "cameras/TransportLayers.h"
 #include "doctor/Finding.h"
 #include "doctor/SystemFiles.h"
 #include "doctor/UsbTopology.h"

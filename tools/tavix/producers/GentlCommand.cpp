@@ -1,9 +1,9 @@
-#include "Commands.h"
 #include "Error.h"
-#include "Json.h"
 #include "PlainFile.h"
-#include "Table.h"
-#include "Text.h"
+#include "line/Commands.h"
+#include "output/Json.h"
+#include "output/Table.h"
+#include "output/Text.h"
 #include "producers/ProducerPath.h"
 #include "producers/Walk.h"
 

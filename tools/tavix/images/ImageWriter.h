@@ -1,0 +1,60 @@
+#pragma once
+// Writes images on a thread of its own, so that the grab does not wait for the disk.
+
+#include "images/ImageFile.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace tool {
+
+/// Jobs are written in the order in which they come. The bytes of a job stay borrowed until its `done` has run, on the
+/// writer's thread. Thread-safe.
+class ImageWriter {
+public:
+    struct Job {
+        ImageView view;
+        ImageFacts facts;
+        std::function<void()> done; ///< gives the bytes back; must not throw
+    };
+
+    ImageWriter(ImageNames names, ImageFormat format);
+    ~ImageWriter();
+    ImageWriter(const ImageWriter&) = delete;
+    ImageWriter& operator=(const ImageWriter&) = delete;
+
+    void Write(Job job);
+    /// Waits until everything is written; throws the first Error that writing met. What comes after an error is not
+    /// written any more.
+    void Finish();
+    /// Gives back what it has not begun to write yet, unwritten.
+    void Abandon() { m_IsAbandoned = true; }
+    bool HasFailed() const { return m_HasFailed; }
+    /// Images written so far, and how many of them are raw because their pixel format cannot be converted.
+    std::uint64_t Written() const { return m_Written; }
+    std::uint64_t Unconverted() const { return m_Unconverted; }
+
+private:
+    void Run();
+    void Save(const Job& job);
+
+    const ImageFormat m_Format;
+    ImageNames m_Names; // the thread's
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::deque<Job> m_Jobs;   // guarded by m_Mutex
+    bool m_Busy = false;      // guarded by m_Mutex
+    bool m_Ending = false;    // guarded by m_Mutex
+    std::string m_FirstError; // guarded by m_Mutex
+    std::atomic<bool> m_HasFailed{false}, m_IsAbandoned{false};
+    std::atomic<std::uint64_t> m_Written{0}, m_Unconverted{0};
+    std::thread m_Thread; // joined by the destructor
+};
+
+} // namespace tool
