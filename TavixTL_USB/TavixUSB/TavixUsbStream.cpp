@@ -4,6 +4,8 @@
 #include "UsbGrabResult.h"
 
 #include "core/Format.h"
+#include "u3v/Constants.h"
+#include "u3v/LittleEndian.h"
 #include "vexlo/VxDevice.h"
 
 namespace Tavix {
@@ -265,6 +267,21 @@ std::shared_ptr<void> CTavixUsbStream::AllocateBuffer(std::size_t size) {
     Guard guard(m_Lock);
     RequireState(m_State != Closed, "AllocateBuffer", Here());
     return m_pVxStream->ShareMemory(size);
+}
+
+/// 0 when it cannot be read.
+std::uint64_t CTavixUsbStream::ReadRegister(std::uint64_t address) const {
+    std::uint8_t bytes[8] = {};
+    unsigned long count = sizeof bytes;
+    const unsigned int status = m_pVxDevice->ReadMem(bytes, address, &count);
+    return status == 0 && count == sizeof bytes ? u3v::Load64(bytes) : 0;
+}
+
+std::size_t CTavixUsbStream::RequiredSize() {
+    Guard guard(m_Lock);
+    const std::uint64_t sbrm = ReadRegister(u3v::abrm::kSbrmAddress);
+    const std::uint64_t sirm = sbrm == 0 ? 0 : ReadRegister(sbrm + u3v::sbrm::kSirmAddress);
+    return sirm == 0 ? 0 : ReadRegister(sirm + u3v::sirm::kRequiredPayloadSize);
 }
 
 void CTavixUsbStream::PrepareGrab() {

@@ -62,6 +62,7 @@ public:
     GenApi::INodeMap* GetNodeMap() override;
     void SetResultSink(IStreamResultSink* pSink) override;
     std::shared_ptr<void> AllocateBuffer(std::size_t size) override;
+    std::size_t RequiredSize() override;
 
     /// For the device, which closes the grabber and so has to take this lock before its own.
     boost::recursive_mutex& GetLock() const { return m_Lock; }
@@ -86,6 +87,7 @@ private:
     void UndoPrepareGrab();
     void GiveUpGrab();
     void LockTLParams(bool lock);
+    std::uint64_t ReadRegister(std::uint64_t address) const;
     gcstring RegistrationFailure(unsigned int status, unsigned long size) const;
     template<class Step>
     std::exception_ptr Attempt(Step step) const;

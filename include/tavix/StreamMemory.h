@@ -1,5 +1,5 @@
 #pragma once
-// Memory that the bus writes straight into: an optional interface of stream grabbers.
+// Memory for images, and how much of it they take: an optional interface of stream grabbers.
 
 #include "tavix/Export.h"
 
@@ -18,6 +18,10 @@ public:
     /// it, also after grabber and device; it is registered and queued like any other, and deregistered before the last
     /// share goes. LogicalErrorException while the grabber is closed.
     virtual std::shared_ptr<void> AllocateBuffer(std::size_t size) = 0;
+
+    /// Bytes that an image takes as the camera is set now, as its stream states it, by which its transfers are planned;
+    /// a feature PayloadSize may state anything. 0 when the stream does not tell.
+    virtual std::size_t RequiredSize() = 0;
 
 protected:
     ~IStreamMemory() = default;

@@ -22,6 +22,13 @@ bool IsOver(const Deadline& deadline) {
     return deadline && Clock::now() >= *deadline;
 }
 
+/// The failures of a camera that has gone may come before the notice of it.
+bool IsExplainedByRemoval(const std::exception& failure, const OpenDevice* device) {
+    if (!device) return dynamic_cast<const Removed*>(&failure) != nullptr;
+    const Removal& removal = device->GetRemoval();
+    return dynamic_cast<const GenICam::GenericException*>(&failure) ? removal.IsLikely() : removal.HasHappened();
+}
+
 } // namespace
 
 Deadline DeadlineIn(std::chrono::milliseconds time) {
@@ -42,13 +49,24 @@ void Acquisition::Start(std::function<void(Image)> receiver) {
     m_Core->Attach(shared_from_this());
     m_IsAttached = true;
     try {
-        StartSession(Clock::now());
+        StartOrSeek();
         m_IsRunning = true;
     } catch (...) {
         StopSession();
         m_Core->Detach(*this);
         m_IsAttached = false;
         RethrowAsError("cannot start the stream of " + m_Core->Info().friendlyName + ": ");
+    }
+}
+
+void Acquisition::StartOrSeek() {
+    std::shared_ptr<OpenDevice> device;
+    try {
+        device = m_Core->Hold();
+        StartSession(Clock::now());
+    } catch (const std::exception& e) {
+        if (!IsExplainedByRemoval(e, device.get())) throw;
+        Lose();
     }
 }
 
@@ -216,10 +234,7 @@ Image Acquisition::TakeResult() {
 Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& result) {
     frame.Describe(result, session.PayloadSize());
     frame.arrival = Clock::now();
-    if (!result.Succeeded()) {
-        if (!session.Device()->GetRemoval().HasHappened()) ++m_Counts.failed;
-        ++m_FailedSince;
-    }
+    if (!result.Succeeded()) CountFailed(session, frame);
     if (!result.Succeeded() && (!m_Options.incomplete || frame.payloadSize == 0)) {
         session.Queue(frame);
         return {};
@@ -234,6 +249,14 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
     m_LastSign.store(frame.arrival.time_since_epoch().count(), std::memory_order_relaxed);
     frame.time = m_Clock->TimeOf(frame.cameraTime, frame.arrival);
     return Image(m_Pool->Lend(frame));
+}
+
+void Acquisition::CountFailed(const GrabSession& session, const Frame& frame) {
+    ++m_FailedSince;
+    if (session.Device()->GetRemoval().HasHappened()) return;
+    ++m_Counts.failed;
+    const std::lock_guard<std::mutex> guard(m_DefectMutex);
+    if (m_FirstDefect.empty()) m_FirstDefect = frame.defect;
 }
 
 void Acquisition::CountMissed(const Frame& frame) {
@@ -268,7 +291,7 @@ void Acquisition::OnFailure(const std::exception& failure) {
 }
 
 void Acquisition::Lose() {
-    const std::string camera = m_Origin->camera;
+    const std::string camera = m_Core->Info().friendlyName;
     StopSession();
     if (m_Options.reconnect.count() == 0) {
         m_IsRunning = false;
@@ -292,6 +315,11 @@ GrabCounts Acquisition::Counts() const {
     counts.memory = m_Counts.memory;
     counts.mapped = m_Counts.mapped;
     return counts;
+}
+
+std::string Acquisition::FirstDefect() const {
+    const std::lock_guard<std::mutex> guard(m_DefectMutex);
+    return m_FirstDefect;
 }
 
 } // namespace Tavix::detail

@@ -35,7 +35,8 @@ public:
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
 
-    /// StateError when the camera streams already. The receiver, which may be empty, lets no exception out.
+    /// StateError when the camera streams already. One that goes meanwhile is waited for by Take, as one that goes
+    /// later. The receiver, which may be empty, lets no exception out.
     void Start(std::function<void(Image)> receiver);
     /// The next image, not yet handed out; empty when the stream is cancelled or the time is over, which a negative one
     /// never is. Removed when the camera is gone for good, Error when it fails.
@@ -53,6 +54,7 @@ public:
     /// Stops the camera, once nobody is inside Take.
     void Shutdown();
     GrabCounts Counts() const;
+    std::string FirstDefect() const;
     const GrabOptions& Options() const { return m_Options; }
 
 private:
@@ -62,6 +64,7 @@ private:
     };
 
     void OnResult(const GrabResult& result) noexcept override;
+    void StartOrSeek();
     /// `lastArrival`: of an image, or what stands for it.
     void StartSession(std::chrono::steady_clock::time_point lastArrival);
     void StopSession();
@@ -79,6 +82,7 @@ private:
     Image TakeResult();
     Image Accept(GrabSession& session, Frame& frame, const GrabResult& result);
     bool HasSign(std::chrono::steady_clock::time_point since) const;
+    void CountFailed(const GrabSession& session, const Frame& frame);
     void CountMissed(const Frame& frame);
     /// Waits until there is something to do. False when the time is over.
     bool Await(const Deadline& deadline);
@@ -98,6 +102,9 @@ private:
     std::atomic<GrabSession*> m_Live{nullptr};
     std::atomic<std::int64_t> m_LastSign{0}; // when an image came last, or the stream began
     std::mutex m_Feeding; // held while buffers are queued and added; the grabber's thread never waits for it
+
+    mutable std::mutex m_DefectMutex;
+    std::string m_FirstDefect; // guarded by m_DefectMutex
 
     std::mutex m_Inside; // held by Take, and by who stops; what follows is guarded by it
     std::shared_ptr<FramePool> m_Pool;

@@ -24,7 +24,7 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
             return;
         }
     } catch (const std::exception& e) { // it may be booting, or gone again
-        LogTrace(LogCategoryCamera(), kLogInfo, "'%s' cannot be had back yet: %s", m_Origin->camera.c_str(),
+        LogTrace(LogCategoryCamera(), kLogInfo, "'%s' cannot be had back yet: %s", m_Core->Info().friendlyName.c_str(),
                  Reason(e).c_str());
         StopSession();
         m_Core->LetGo();
@@ -33,7 +33,7 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
     if (m_Options.reconnect.count() > 0 && away >= m_Options.reconnect) {
         m_IsAway = false;
         m_IsRunning = false;
-        throw Removed(m_Origin->camera + " is unplugged and did not come back within " +
+        throw Removed(m_Core->Info().friendlyName + " is unplugged and did not come back within " +
                       std::to_string(m_Options.reconnect.count()) + " ms");
     }
     auto until = Clock::now() + kSeekStep;

@@ -25,14 +25,30 @@ std::vector<RefusedSetting> ApplyOnce(detail::CameraCore& core, const Settings& 
     return refused;
 }
 
+constexpr int kAllSettings = -1;
+
+/// From "NAME: REASON".
+std::vector<RefusedSetting> Unread(const GenICam::gcstring_vector& errors) {
+    std::vector<RefusedSetting> unread;
+    for (const auto& error : errors) {
+        const std::string text = detail::Text(error);
+        const auto colon = text.find(": ");
+        const bool isNamed = colon != std::string::npos;
+        unread.push_back({isNamed ? text.substr(0, colon) : "", {}, isNamed ? text.substr(colon + 2) : text});
+    }
+    return unread;
+}
+
 } // namespace
 
-Settings Camera::ReadSettings() const {
+Settings Camera::ReadSettings(std::vector<RefusedSetting>* unread) const {
     const std::shared_ptr<detail::OpenDevice> device = Checked().Hold();
     std::ostringstream text;
     try {
         GenApi::CFeatureBag bag;
-        bag.StoreToBag(&device->Nodes());
+        GenICam::gcstring_vector errors;
+        bag.StoreToBag(&device->Nodes(), kAllSettings, &errors);
+        if (unread) *unread = Unread(errors);
         text << bag;
     } catch (const GenICam::GenericException&) {
         detail::RethrowAsError("cannot read the settings of " + device->Name() + ": ");

@@ -32,18 +32,17 @@ ChunkReader::~ChunkReader() {
     m_Parser->Destroy();
 }
 
-ChunkValues ChunkReader::Read(ByteView payload) {
+bool ChunkReader::Read(ByteView payload, ChunkValues& values) {
     const std::lock_guard<std::mutex> guard(m_Mutex);
-    ChunkValues values;
     try {
         m_Parser->AttachBuffer(payload.data, static_cast<std::int64_t>(payload.size));
     } catch (const GenICam::GenericException& e) {
         LogTrace(LogCategoryCamera(), kLogDetail, "An image without chunks: %s", e.GetDescription());
-        return values;
+        return false;
     }
     ReadAttached(values);
     Attempt("Detaching an image", [&] { m_Parser->DetachBuffer(); });
-    return values;
+    return true;
 }
 
 void ChunkReader::ReadAttached(ChunkValues& values) {
@@ -64,9 +63,11 @@ void ChunkReader::ReadAttached(ChunkValues& values) {
 
 const ChunkValues& ChunksOf(Frame& frame) {
     if (frame.chunkValues) return *frame.chunkValues;
-    const bool canHave = frame.origin && frame.origin->chunks;
-    frame.chunkValues = std::make_unique<ChunkValues>(
-        canHave ? frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}) : ChunkValues());
+    auto values = std::make_unique<ChunkValues>();
+    const bool canHave = frame.payloadType != PayloadType_Image && frame.origin && frame.origin->chunks;
+    const bool isRead = canHave && frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}, *values);
+    if (!isRead && frame.payloadType == PayloadType_ChunkData) values->checksum = Checksum::Damaged;
+    frame.chunkValues = std::move(values);
     return *frame.chunkValues;
 }
 

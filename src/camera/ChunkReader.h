@@ -34,8 +34,8 @@ public:
     ChunkReader(const ChunkReader&) = delete;
     ChunkReader& operator=(const ChunkReader&) = delete;
 
-    /// Nothing for a payload that holds no chunks.
-    ChunkValues Read(ByteView payload);
+    /// False for a payload in which no chunks can be found.
+    bool Read(ByteView payload, ChunkValues& values);
 
 private:
     explicit ChunkReader(ISelfReliantChunkParser* parser) : m_Parser(parser) {}

@@ -1,6 +1,11 @@
 #include "camera/EventHub.h"
 
 namespace Tavix::detail {
+namespace {
+
+constexpr char kAllEvents[] = "";
+
+} // namespace
 
 std::shared_ptr<EventHub::List> EventHub::ListOf(const std::string& event) {
     const std::lock_guard<std::mutex> guard(m_Mutex);
@@ -26,8 +31,19 @@ Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std:
     }
 }
 
+void EventHub::CallOf(const std::string& list, const CameraEvent& event) {
+    std::shared_ptr<List> callbacks;
+    {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const auto found = m_Lists.find(list);
+        if (found != m_Lists.end()) callbacks = found->second;
+    }
+    if (callbacks) callbacks->Call(event);
+}
+
 void EventHub::Tell(const CameraEvent& event) {
-    ListOf(event.name)->Call(event);
+    if (!event.name.empty()) CallOf(event.name, event);
+    CallOf(kAllEvents, event);
 }
 
 void EventHub::Stop() {

@@ -25,6 +25,7 @@ private:
     using List = CallbackList<const CameraEvent&>;
 
     std::shared_ptr<List> ListOf(const std::string& event);
+    void CallOf(const std::string& list, const CameraEvent& event);
     void Tell(const CameraEvent& event);
     EventPump& PumpOf(const std::shared_ptr<OpenDevice>& device);
 

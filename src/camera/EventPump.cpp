@@ -17,15 +17,17 @@
 namespace Tavix::detail {
 namespace {
 
-/// Sets the notification of an event and leaves the selector as it was.
-void Notify(GenApi::INodeMap& nodes, const std::string& event, const char* notification) {
+/// Sets the notification of an event and leaves the selector as it was. Returns what the notification was.
+std::string Notify(GenApi::INodeMap& nodes, const std::string& event, const std::string& notification) {
     const GenApi::AutoLock lock(nodes.GetLock());
     const GenApi::CEnumerationPtr selector(nodes.GetNode("EventSelector"));
     const GenApi::CEnumerationPtr value(nodes.GetNode("EventNotification"));
     const GenICam::gcstring before = selector->ToString();
     selector->FromString(event.c_str());
-    value->FromString(notification);
+    const std::string former = Text(value->ToString());
+    value->FromString(notification.c_str());
     selector->FromString(before);
+    return former;
 }
 
 } // namespace
@@ -34,7 +36,8 @@ EventPump::EventPump(std::shared_ptr<OpenDevice> device, std::function<void(cons
     : m_Device(std::move(device)), m_Listener(std::move(listener)) {
     m_Grabber = m_Device->Device().GetEventGrabber();
     const GenApi::CEnumerationPtr selector(m_Device->Nodes().GetNode("EventSelector"));
-    if (!m_Grabber || !selector) throw Error(m_Device->Name() + " has no events");
+    const GenApi::CEnumerationPtr notification(m_Device->Nodes().GetNode("EventNotification"));
+    if (!m_Grabber || !selector || !notification) throw Error(m_Device->Name() + " has no events");
     GenApi::StringList_t names;
     selector->GetSymbolics(names);
     for (const auto& name : names)
@@ -57,8 +60,8 @@ EventPump::~EventPump() {
 }
 
 void EventPump::Retreat() noexcept {
-    for (const std::string& event : m_SwitchedOn)
-        Attempt("Switching an event off", [&] { Notify(m_Device->Nodes(), event, "Off"); });
+    for (const Notification& one : m_SwitchedOn)
+        Attempt("Switching an event off", [&] { Notify(m_Device->Nodes(), one.event, one.before); });
     for (const std::intptr_t callback : m_Callbacks)
         Attempt("Deregistering an event", [&] { GenApi::Deregister(callback); });
     if (m_Adapter) Attempt("Destroying an event adapter", [&] { m_Device->Device().DestroyEventAdapter(m_Adapter); });
@@ -67,16 +70,24 @@ void EventPump::Retreat() noexcept {
     });
 }
 
+void EventPump::RequireEvent(const std::string& event) const {
+    if (std::find(m_EventNames.begin(), m_EventNames.end(), event) != m_EventNames.end()) return;
+    std::string text = m_Device->Name() + " has no event '" + event + "'; it has ";
+    for (std::size_t i = 0; i < m_EventNames.size(); ++i)
+        text += (i > 0 ? ", " : "") + m_EventNames[i];
+    throw NotFound(text, event, NearestNames(event, m_EventNames));
+}
+
 void EventPump::SwitchOn(const std::string& event) {
-    if (std::find(m_EventNames.begin(), m_EventNames.end(), event) == m_EventNames.end()) {
-        std::string text = m_Device->Name() + " has no event '" + event + "'; it has ";
-        for (std::size_t i = 0; i < m_EventNames.size(); ++i)
-            text += (i > 0 ? ", " : "") + m_EventNames[i];
-        throw NotFound(text, event, NearestNames(event, m_EventNames));
+    if (event.empty()) {
+        for (const std::string& each : m_EventNames)
+            SwitchOn(each);
+        return;
     }
-    if (std::find(m_SwitchedOn.begin(), m_SwitchedOn.end(), event) != m_SwitchedOn.end()) return;
-    Notify(m_Device->Nodes(), event, "On");
-    m_SwitchedOn.push_back(event);
+    RequireEvent(event);
+    const auto isThis = [&](const Notification& one) { return one.event == event; };
+    if (std::any_of(m_SwitchedOn.begin(), m_SwitchedOn.end(), isThis)) return;
+    m_SwitchedOn.push_back({event, Notify(m_Device->Nodes(), event, "On")});
 }
 
 /// All that is named like a part of an event and cannot be set: the identifier, the time, and whatever else it tells.
@@ -143,8 +154,12 @@ void EventPump::Deliver(const EventResult& message) {
     m_Delivering = std::this_thread::get_id();
     Attempt("Reading an event message", [&] { m_Adapter->DeliverMessage(message.Buffer(), EventResult::kBufferSize); });
     m_Delivering = std::thread::id();
-    for (const CameraEvent& event : m_Events)
+    if (m_Events.empty()) m_Events.emplace_back(); // the description does not know it
+    for (CameraEvent& event : m_Events) {
+        event.message.assign(message.Buffer(), message.Buffer() + EventResult::kBufferSize);
+        if (event.name.empty()) event.arrival = std::chrono::steady_clock::now();
         m_Listener(event);
+    }
 }
 
 } // namespace Tavix::detail

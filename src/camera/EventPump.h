@@ -33,10 +33,17 @@ public:
     EventPump(const EventPump&) = delete;
     EventPump& operator=(const EventPump&) = delete;
 
-    /// Switches the notification on. NotFound when the camera does not have the event.
+    /// Switches the notification on, for an empty name those of all events. NotFound when the camera does not have the
+    /// event.
     void SwitchOn(const std::string& event);
 
 private:
+    struct Notification {
+        std::string event;
+        std::string before; ///< what it was
+    };
+
+    void RequireEvent(const std::string& event) const;
     void RegisterCallbacks();
     void Retreat() noexcept;
     void Run() noexcept;
@@ -51,7 +58,7 @@ private:
     IEventGrabber* m_Grabber = nullptr;    // borrowed from the device
     IEventAdapter* m_Adapter = nullptr;    // owned
     std::vector<std::intptr_t> m_Callbacks;
-    std::vector<std::string> m_SwitchedOn;
+    std::vector<Notification> m_SwitchedOn;
     const WaitObjectEx m_Stop = WaitObjectEx::Create(/*manualReset=*/true);
     std::atomic<std::thread::id> m_Delivering{}; // the pump's thread while it delivers a message
     std::vector<CameraEvent> m_Events;           // of the pump's thread: those of the message that is being delivered

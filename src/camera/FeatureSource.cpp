@@ -31,8 +31,10 @@ std::size_t Distance(const std::string& a, const std::string& b) {
     return row[b.size()];
 }
 
-/// The lower, the likelier; a name that holds the wanted one is nearer than its length tells.
+/// The lower, the likelier, 0 for one that differs in case alone; a name that holds the wanted one is nearer than its
+/// length tells.
 std::size_t Unlikeness(const std::string& wanted, const std::string& candidate) {
+    if (candidate == wanted) return 0;
     const bool holds = candidate.find(wanted) != std::string::npos ||
                        (candidate.size() > 3 && wanted.find(candidate) != std::string::npos);
     return holds ? 1 : Distance(wanted, candidate);
@@ -61,7 +63,8 @@ std::vector<std::string> NearestNames(const std::string& name, const std::vector
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> nearest;
-    for (std::size_t i = 0; i < near.size() && i < count; ++i)
+    const bool isCertain = !near.empty() && near.front().first == 0;
+    for (std::size_t i = 0; i < near.size() && i < (isCertain ? 1 : count); ++i)
         nearest.push_back(near[i].second);
     return nearest;
 }

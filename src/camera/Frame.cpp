@@ -37,6 +37,7 @@ void Frame::Describe(const GrabResult& result, std::size_t expected) {
         pixelType = result.GetPixelType();
         format = FormatOf(pixelType);
     }
+    payloadType = result.GetPayloadType();
     defect.clear();
     missingBytes = 0;
     gapBefore = {};

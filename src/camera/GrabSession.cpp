@@ -36,14 +36,13 @@ GrabSession::GrabSession(std::shared_ptr<OpenDevice> device, const GrabOptions& 
     : m_Device(std::move(device)), m_Options(options), m_Pool(std::move(pool)) {}
 
 void GrabSession::Open(IStreamResultSink* sink) {
-    const GenApi::CIntegerPtr payload(m_Device->Nodes().GetNode("PayloadSize"));
-    if (!payload) throw Error(m_Device->Name() + " does not tell the size of its images");
-    m_PayloadSize = Believable(payload->GetValue());
-    const std::size_t further = m_Options.keepBudget / std::max<std::size_t>(m_PayloadSize, 1);
-    m_MaxFrames = m_Options.buffers + std::min(further, kMostFrames);
     m_Grabber = m_Device->Device().GetStreamGrabber(0);
     if (!m_Grabber) throw Error(m_Device->Name() + " has no image stream");
-    if (!m_Options.allocator) m_Mapper = dynamic_cast<IStreamMemory*>(m_Grabber);
+    auto* const memory = dynamic_cast<IStreamMemory*>(m_Grabber);
+    m_PayloadSize = Believable(StatedSize(memory));
+    const std::size_t further = m_Options.keepBudget / std::max<std::size_t>(m_PayloadSize, 1);
+    m_MaxFrames = m_Options.buffers + std::min(further, kMostFrames);
+    if (!m_Options.allocator) m_Mapper = memory;
     m_Grabber->Open();
     auto* callbacks = dynamic_cast<IStreamCallback*>(m_Grabber);
     if (callbacks) callbacks->SetResultSink(sink);
@@ -51,13 +50,20 @@ void GrabSession::Open(IStreamResultSink* sink) {
     Prepare();
 }
 
+std::int64_t GrabSession::StatedSize(IStreamMemory* stream) const {
+    if (const std::size_t size = stream ? stream->RequiredSize() : 0; size > 0) return static_cast<std::int64_t>(size);
+    const GenApi::CIntegerPtr payload(m_Device->Nodes().GetNode("PayloadSize"));
+    if (!payload) throw Error(m_Device->Name() + " does not tell the size of its images");
+    return payload->GetValue();
+}
+
 std::size_t GrabSession::Believable(std::int64_t stated) const {
     if (stated <= 0) throw Error(m_Device->Name() + " says that its images have " + std::to_string(stated) + " bytes");
     const auto size = static_cast<std::size_t>(stated);
     if (size <= m_Options.memoryLimit / std::max<std::size_t>(m_Options.buffers, 1)) return size;
-    throw Error(m_Device->Name() + ": " + std::to_string(m_Options.buffers) + " buffers for images of " +
-                std::to_string(size) + " bytes take more than the " + std::to_string(m_Options.memoryLimit) +
-                " bytes of memoryLimit");
+    throw ValueError(m_Device->Name() + ": " + std::to_string(m_Options.buffers) + " buffers for images of " +
+                     std::to_string(size) + " bytes take more than the " + std::to_string(m_Options.memoryLimit) +
+                     " bytes of memoryLimit");
 }
 
 void GrabSession::Prepare() {

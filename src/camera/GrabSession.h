@@ -51,6 +51,8 @@ public:
     const std::shared_ptr<OpenDevice>& Device() const { return m_Device; }
 
 private:
+    /// Of an image: what the stream itself says; of a stream that does not, the feature.
+    std::int64_t StatedSize(IStreamMemory* stream) const;
     /// The size that the camera states for an image; throws when it cannot be so.
     std::size_t Believable(std::int64_t stated) const;
     void Prepare();

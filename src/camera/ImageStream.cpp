@@ -87,6 +87,10 @@ GrabCounts ImageStream::Counts() const {
     return Checked().acquisition->Counts();
 }
 
+std::string ImageStream::FirstDefect() const {
+    return Checked().acquisition->FirstDefect();
+}
+
 ImageStream::Iterator ImageStream::begin() {
     Iterator first;
     first.m_Stream = this;

@@ -9,9 +9,15 @@ namespace {
 
 constexpr unsigned int kNoticePatienceMs = 500;
 
+/// What these say is advice enough, and asking a silent camera once more would cost seconds.
+bool IsClear(const std::string& reason) {
+    return reason.find("The camera was removed.") != std::string::npos ||
+           reason.find("The camera did not answer in time.") != std::string::npos;
+}
+
 [[noreturn]] void ThrowCannotOpen(const CameraInfo& info, const std::exception& failure) {
-    const std::string text = "cannot open " + info.friendlyName + ": " + Reason(failure);
-    switch (info.Access()) {
+    const std::string reason = Reason(failure), text = "cannot open " + info.friendlyName + ": " + reason;
+    switch (IsClear(reason) ? Accessibility::Unknown : info.Access()) {
     case Accessibility::InUse:
         throw AccessError(text + "; end the program that uses it and try again");
     case Accessibility::NotReachable:

@@ -1,20 +1,21 @@
 #include "camera/Failure.h"
 #include "camera/SettingLines.h"
+#include "core/NewFile.h"
 
 #include <tavix/camera/Settings.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 
 namespace Tavix {
 namespace {
 
-[[noreturn]] void ThrowFileError(const char* what, const std::string& path) {
-    throw Error(std::string("cannot ") + what + " " + path + ": " + std::strerror(errno));
+[[noreturn]] void ThrowUnreadable(const std::string& path) {
+    throw Error("cannot read " + path + ": " + std::strerror(errno));
 }
 
 bool IsSelector(const std::string& name) {
@@ -66,23 +67,22 @@ std::string Settings::Text() const {
 
 Settings Settings::FromFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) ThrowFileError("read", path);
+    if (!file) ThrowUnreadable(path);
     std::ostringstream text;
     text << file.rdbuf();
-    if (file.bad()) ThrowFileError("read", path);
+    if (file.bad()) ThrowUnreadable(path);
     return FromText(text.str());
 }
 
 void Settings::Save(const std::string& path) const {
-    const std::string draft = path + ".part";
-    std::ofstream file(draft, std::ios::binary | std::ios::trunc);
-    file << Text() << std::flush;
-    file.close();
-    if (file && std::rename(draft.c_str(), path.c_str()) == 0) return;
-    const int reason = errno;
-    std::remove(draft.c_str());
-    errno = reason;
-    ThrowFileError("write", path);
+    const std::string text = Text();
+    try {
+        NewFile file(path);
+        file.Write(text.data(), text.size());
+        file.Close();
+    } catch (const std::runtime_error& e) {
+        throw Error(e.what());
+    }
 }
 
 std::vector<SettingDifference> Settings::Compare(const Settings& other) const {

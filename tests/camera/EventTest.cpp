@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <set>
 
 namespace {
 
@@ -58,6 +59,35 @@ TEST(Event, GoesToThoseWhoAskedForIt) {
         EXPECT_EQ(event.name, "FrameStart");
     for (const Tavix::CameraEvent& event : ends.Await(3))
         EXPECT_EQ(event.name, "ExposureEnd");
+}
+
+TEST(Event, OfAnyKindGoesToThoseWhoAskedForAll) {
+    VirtualBus bus(kPaced);
+    Inbox inbox;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnEvent("", std::ref(inbox));
+    Tavix::ImageStream stream = camera.Grab();
+    std::set<std::string> names;
+    for (const Tavix::CameraEvent& event : inbox.Await(6)) {
+        names.insert(event.name);
+        ASSERT_GE(event.message.size(), 16U);
+        EXPECT_EQ(event.message[14] | event.message[15] << 8, event.values.at("Event" + event.name).Int());
+    }
+    EXPECT_THAT(names, testing::IsSupersetOf({"ExposureEnd", "FrameStart"}));
+}
+
+TEST(Event, LeavesANotificationThatWasOn) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["EventSelector"] = "ExposureEnd";
+    camera["EventNotification"] = "On";
+    camera.OnEvent("", [](const Tavix::CameraEvent&) {});
+    camera.Close();
+    camera = Tavix::Camera::Open();
+    camera["EventSelector"] = "ExposureEnd";
+    EXPECT_EQ(camera["EventNotification"].Text(), "On");
+    camera["EventSelector"] = "FrameStart";
+    EXPECT_EQ(camera["EventNotification"].Text(), "Off");
 }
 
 TEST(Event, LeavesTheSelectorAsItWas) {

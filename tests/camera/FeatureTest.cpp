@@ -27,6 +27,10 @@ TEST_F(FeatureOfCamera, IsWrittenAndReadInItsType) {
     EXPECT_TRUE(camera["AcquisitionFrameRateEnable"].Bool());
 }
 
+TEST_F(FeatureOfCamera, OfANameInOtherLettersIsThatOneAlone) {
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["width"]; }), HasSubstr("did you mean Width?"));
+}
+
 TEST_F(FeatureOfCamera, TakesAWholeNumberForAFloat) {
     camera["ExposureTime"] = 7000;
     const double read = camera["ExposureTime"];

@@ -87,6 +87,47 @@ TEST(Removal, EndsAStreamWhoseCameraStaysAway) {
                 HasSubstr("did not come back within 300 ms"));
 }
 
+/// Leaves on the command that switches its stream on, or on the next one, and comes back.
+std::string GoesWhileItStarts(const char* moment) {
+    return std::string(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
+        "faults": {"control": [{"fault": "Unplug", )") +
+           moment + R"(}], "replugAfterMs": 20}}])";
+}
+
+constexpr const char* kMomentsOfTheStart[] = {R"("command": 2050, "address": 131076)", R"("whileStreaming": true)"};
+
+TEST(Removal, WhileAStreamStartsIsSurvivedByOneThatWaits) {
+    for (const char* moment : kMomentsOfTheStart) {
+        VirtualBus bus(GoesWhileItStarts(moment));
+        Tavix::Camera camera = Tavix::Camera::Open();
+        camera["Width"] = 32;
+        Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+        const Tavix::Image first = stream.Next();
+        EXPECT_EQ(first.Width(), 32U) << moment;
+        EXPECT_GT(first.GapBefore().count(), 0) << moment;
+        EXPECT_EQ(stream.Counts().reconnects, 1U) << moment;
+    }
+}
+
+TEST(Removal, WhileAStreamWithACallbackStartsIsSurvivedByOneThatWaits) {
+    for (const char* moment : kMomentsOfTheStart) {
+        VirtualBus bus(GoesWhileItStarts(moment));
+        Tavix::Camera camera = Tavix::Camera::Open();
+        Tavix::GrabOptions options = Reconnecting(20s);
+        options.count = 3;
+        int images = 0;
+        Tavix::ImageStream stream = camera.Grab(options, [&](const Tavix::Image&) { ++images; });
+        EXPECT_TRUE(stream.Join(20s)) << moment;
+        EXPECT_EQ(images, 3) << moment;
+    }
+}
+
+TEST(Removal, WhileAStreamStartsEndsOneThatDoesNotWait) {
+    VirtualBus bus(GoesWhileItStarts(kMomentsOfTheStart[0]));
+    Tavix::Camera camera = Tavix::Camera::Open();
+    EXPECT_THAT(ErrorOf<Tavix::Removed>([&] { camera.Grab(); }), HasSubstr("unplugged"));
+}
+
 TEST(Removal, LeavesAWaitForTheCameraCancellable) {
     VirtualBus bus(kGoes);
     Tavix::Camera camera = Tavix::Camera::Open();

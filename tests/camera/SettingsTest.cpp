@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -35,6 +38,18 @@ TEST(Settings, BringACameraBackToWhatItWas) {
     EXPECT_EQ(camera["Width"].Int(), 640);
     EXPECT_EQ(camera["OffsetX"].Int(), 320);
     EXPECT_THAT(camera.ReadSettings().Compare(settings), IsEmpty());
+}
+
+TEST(Settings, TellWhatCouldNotBeRead) {
+    VirtualBus bus(R"([{"serial": "7", "faults": {"control": [{"fault": "Status", "value": 32774, "count": 0,
+                        "command": 2048, "address": 1056832}]}}])"); // where it keeps the exposure time
+    Tavix::Camera camera = Tavix::Camera::Open();
+    std::vector<Tavix::RefusedSetting> unread;
+    const Tavix::Settings settings = camera.ReadSettings(&unread);
+    ASSERT_EQ(unread.size(), 1U);
+    EXPECT_EQ(unread[0].name, "ExposureTime");
+    EXPECT_NE(unread[0].reason, "");
+    EXPECT_GT(settings.Lines().size(), 80U);
 }
 
 TEST(Settings, AreAppliedAgainAsLongAsMoreOfThemSucceed) {
@@ -74,6 +89,32 @@ TEST(Settings, AreTheSameFromAFile) {
     ASSERT_EQ(read.Lines().size(), 2U);
     EXPECT_EQ(read.Lines()[0].value, "two\nlines \\ and a slash");
     EXPECT_THAT(read.Compare(settings), IsEmpty());
+}
+
+TEST(Settings, FollowNoLinkThatSomebodyPlantedBesideTheirFile) {
+    const std::string path = TemporaryPath(), victim = TemporaryPath();
+    std::ofstream(victim) << "whole";
+    ASSERT_EQ(symlink(victim.c_str(), (path + ".part").c_str()), 0);
+    Tavix::Settings settings;
+    settings.Add("Width", "640");
+    settings.Save(path);
+    EXPECT_EQ(Tavix::Settings::FromFile(path).Lines().size(), 1U);
+    std::string kept;
+    std::ifstream(victim) >> kept;
+    EXPECT_EQ(kept, "whole");
+    for (const std::string& file : {path, victim, path + ".part"})
+        std::remove(file.c_str());
+}
+
+TEST(Settings, GoIntoAPipeInsteadOfReplacingIt) {
+    const std::string path = TemporaryPath() + ".pipe";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    Tavix::Settings().Save(path);
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
+    close(reader);
+    std::remove(path.c_str());
 }
 
 TEST(Settings, CompareByPlaceAndNotByLine) {

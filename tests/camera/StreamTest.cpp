@@ -1,11 +1,10 @@
 #include "camera/CameraTest.h"
 
+#include "core/LogSink.h"
+
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <list>
-#include <mutex>
 #include <thread>
 
 #include <pthread.h>
@@ -48,68 +47,6 @@ TEST(Stream, RefusesASecondOneOfTheSameCamera) {
     Tavix::Camera camera = Tavix::Camera::Open();
     const Tavix::ImageStream stream = camera.Grab();
     EXPECT_THAT(ErrorOf<Tavix::StateError>([&] { camera.Grab(); }), HasSubstr("streams already"));
-}
-
-TEST(Stream, RefusesImagesThatAreLargerThanAllowed) {
-    VirtualBus bus(kFast);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    camera["PixelFormat"] = "Mono8";
-    Tavix::GrabOptions options;
-    options.buffers = 3;
-    options.count = 1;
-    options.memoryLimit = 3 * 64 * 64 - 1;
-    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }),
-                HasSubstr("3 buffers for images of 4096 bytes take more than the 12287 bytes of memoryLimit"));
-    ++options.memoryLimit;
-    for (const Tavix::Image& image : camera.Grab(options))
-        EXPECT_TRUE(image.IsWhole()) << image.Defect();
-}
-
-TEST(Stream, IsNotFrozenByImagesThatAreKept) {
-    VirtualBus bus(kPaced);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.buffers = 4;
-    Tavix::ImageStream stream = camera.Grab(options);
-    std::vector<Tavix::Image> kept;
-    while (kept.size() < 30)
-        kept.push_back(stream.Next());
-    EXPECT_EQ(stream.Counts().starved, 0U);
-    EXPECT_GE(stream.Counts().buffers, 30U);
-    for (std::size_t i = 0; i < kept.size(); ++i)
-        EXPECT_EQ(kept[i].Number(), i);
-}
-
-TEST(Stream, StopsAtTheBudgetAndGoesOnOnceAnImageIsGivenBack) {
-    VirtualBus bus(kPaced);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.buffers = 2;
-    options.keepBudget = 0;
-    options.timeout = 100ms;
-    Tavix::ImageStream stream = camera.Grab(options);
-    Tavix::Image first = stream.Next(), second = stream.Next();
-    ErrorOf<Tavix::Timeout>([&] { stream.Next(); });
-    EXPECT_EQ(stream.Counts().starved, 1U);
-    EXPECT_EQ(stream.Counts().buffers, 2U);
-    first = Tavix::Image();
-    std::uint64_t missed = 0;
-    while (missed == 0) // behind those that the camera itself could keep
-        missed = stream.Next().MissedBefore();
-    EXPECT_EQ(stream.Counts().missed, missed);
-}
-
-TEST(Stream, IsWokenByAnImageThatAnotherThreadGivesBack) {
-    VirtualBus bus(kPaced);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.buffers = 1;
-    options.keepBudget = 0;
-    Tavix::ImageStream stream = camera.Grab(options);
-    Tavix::Image only = stream.Next();
-    std::thread other([image = std::move(only)]() mutable { image = Tavix::Image(); });
-    EXPECT_TRUE(stream.Next());
-    other.join();
 }
 
 TEST(Stream, LeavesImagesWhoeverGoesFirst) {
@@ -196,49 +133,6 @@ TEST(Stream, CallsOnTheThreadThatTookTheTransfers) {
     EXPECT_EQ(thread, "vx-stream");
 }
 
-TEST(Stream, GoesOnWithACallbackThatKeepsImagesForAWhile) {
-    VirtualBus bus(kPaced);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.buffers = 2;
-    options.keepBudget = 0;
-    std::mutex mutex;
-    std::vector<Tavix::Image> kept;
-    std::condition_variable changed;
-    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image image) {
-        const std::lock_guard<std::mutex> guard(mutex);
-        kept.push_back(std::move(image));
-        changed.notify_all();
-    });
-    for (int i = 0; i < 5; ++i) { // each time there is no buffer left, and nobody but this thread to give one back
-        std::unique_lock<std::mutex> guard(mutex);
-        EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return kept.size() == 2; }));
-        kept.clear();
-    }
-}
-
-// The grabber's thread would wait for the grabber, and that for its thread when somebody finishes the grab.
-TEST(Stream, MakesFurtherBuffersForACallbackOnAnotherThread) {
-    VirtualBus bus(kPaced);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.buffers = 2;
-    options.count = 12;
-    std::atomic<int> allocatedByGrabber{0};
-    options.allocator = [&](std::size_t bytes) {
-        char name[16] = {};
-        pthread_getname_np(pthread_self(), name, sizeof name);
-        if (name == std::string("vx-stream")) ++allocatedByGrabber;
-        return std::shared_ptr<void>(::operator new(bytes), [](void* p) { ::operator delete(p); });
-    };
-    std::vector<Tavix::Image> kept;
-    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image image) { kept.push_back(std::move(image)); });
-    EXPECT_TRUE(stream.Join());
-    EXPECT_EQ(kept.size(), 12U);
-    EXPECT_GE(stream.Counts().buffers, 12U);
-    EXPECT_EQ(allocatedByGrabber, 0);
-}
-
 TEST(Stream, EndsWithACallbackWhoseCameraIsSilent) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -299,6 +193,7 @@ TEST(Stream, LeavesOutDamagedImagesAndCountsThem) {
     EXPECT_EQ(stream.Counts().failed, 1U);
     EXPECT_EQ(stream.Counts().missed, 0U);
     EXPECT_EQ(missed, 1U);
+    EXPECT_NE(stream.FirstDefect(), "");
 }
 
 TEST(Stream, HandsOutDamagedImagesIfAskedFor) {
@@ -316,33 +211,6 @@ TEST(Stream, HandsOutDamagedImagesIfAskedFor) {
         EXPECT_EQ(image.MissingBytes() + image.Payload().size, 64U * 64U);
     }
     EXPECT_EQ(damaged, 1);
-}
-
-TEST(Stream, TakesMemoryFromAnAllocator) {
-    VirtualBus bus(kFast);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    std::list<std::weak_ptr<void>> given;
-    Tavix::GrabOptions options;
-    options.count = 5;
-    options.allocator = [&](std::size_t bytes) {
-        std::shared_ptr<void> memory(::operator new(bytes), [](void* p) { ::operator delete(p); });
-        given.push_back(memory);
-        return memory;
-    };
-    for (const Tavix::Image& image : camera.Grab(options)) {
-        EXPECT_TRUE(std::any_of(given.begin(), given.end(),
-                                [&](const auto& memory) { return memory.lock() == image.Memory(); }));
-    }
-    EXPECT_TRUE(std::all_of(given.begin(), given.end(), [](const auto& memory) { return memory.expired(); }));
-}
-
-TEST(Stream, FailsToStartWithoutMemoryAndCanBeStartedAgain) {
-    VirtualBus bus(kFast);
-    Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.allocator = [](std::size_t) { return nullptr; };
-    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }), HasSubstr("no memory"));
-    EXPECT_TRUE(camera.Grab(1).Next());
 }
 
 TEST(Stream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {
@@ -369,8 +237,26 @@ TEST(Stream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {
 TEST(Stream, HasNoChunksUnlessTheyAreOn) {
     VirtualBus bus(kFast);
     const Tavix::Image image = Tavix::Camera::Open().Grab(1).Next();
+    std::atomic<int> searches{0};
+    const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) {
+        if (std::string(text).find("without chunks") != std::string::npos) ++searches;
+    });
     EXPECT_TRUE(image.ChunkNames().empty());
     EXPECT_EQ(image.ChunkChecksum(), Tavix::Checksum::None);
+    EXPECT_EQ(searches, 0) << "the camera said that there are none";
+}
+
+TEST(Stream, TellsOfChunksThatCannotBeMadeOut) {
+    VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
+                        "faults": {"stream": [{"fault": "Truncated", "value": 4000}]}}])");
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["ChunkModeActive"] = true;
+    Tavix::GrabOptions options;
+    options.incomplete = true;
+    const Tavix::Image image = camera.Grab(options).Next();
+    EXPECT_FALSE(image.IsWhole());
+    EXPECT_EQ(image.ChunkChecksum(), Tavix::Checksum::Damaged);
+    EXPECT_TRUE(image.ChunkNames().empty());
 }
 
 TEST(Stream, ClonesAnImageIntoMemoryOfItsOwn) {

@@ -65,14 +65,16 @@ public:
     /// mode or source are others.
     void Trigger(std::chrono::milliseconds timeout = std::chrono::milliseconds(5000));
 
-    /// Switches the event's notification on and calls for each message, one after the other on a thread of the camera.
+    /// Switches the event's notification on and calls for each message, one after the other on a thread of the camera;
+    /// for an empty name every event that the camera has, and those messages that its description does not know.
     /// NotFound when the camera does not have the event.
     Subscription OnEvent(const std::string& name, std::function<void(const CameraEvent&)> callback);
     /// Calls when the camera is unplugged, and when it is back with `true` as the argument, no lock held.
     Subscription OnRemoval(std::function<void(bool isBack)> callback);
 
-    /// All that is worth keeping of its present state.
-    Tavix::Settings ReadSettings() const;
+    /// All that is worth keeping of its present state; `unread`, if it is given, gets what could not be read, and why.
+    /// Removed when the camera goes meanwhile.
+    Tavix::Settings ReadSettings(std::vector<RefusedSetting>* unread = nullptr) const;
     /// Applies the lines in order, again as long as more of them succeed; returns those that did not.
     std::vector<RefusedSetting> Apply(const Tavix::Settings& settings);
 

@@ -33,7 +33,12 @@ struct ByteView {
 };
 
 /// What the checksum that came with an image says.
-enum class Checksum { Right, Wrong, None };
+enum class Checksum {
+    Right,
+    Wrong,
+    None,   ///< there is none
+    Damaged ///< there should be chunk data, and it cannot be made out
+};
 
 /// One image in memory of its stream, which nobody writes to while the image lives. It goes back to the stream when the
 /// image goes: on any thread, without waiting, and also after stream, camera and factory went. Moving is cheap, and a

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace Tavix {
 
@@ -62,7 +63,7 @@ struct GrabCounts {
 };
 
 /// A running stream. It ends with its object, after `count` images or with Cancel. Images outlive it. Wait and Next are
-/// for one thread at a time; Cancel and Counts are thread-safe.
+/// for one thread at a time; Cancel and what is asked are thread-safe.
 class TAVIX_CAMERA_API ImageStream {
 public:
     ImageStream(ImageStream&&) noexcept;
@@ -83,6 +84,8 @@ public:
     /// False when the time is over before. Negative: as long as it takes.
     bool Join(std::chrono::milliseconds timeout = std::chrono::milliseconds(-1));
     GrabCounts Counts() const;
+    /// What was wrong with the first image that came damaged, as a sentence; empty when none did.
+    std::string FirstDefect() const;
 
     /// For `for (const Image& image : stream)`. An image is the loop's until the next step; to keep it, take the
     /// reference without const and move it out.

@@ -16,7 +16,7 @@ struct SettingDifference {
     std::string right;
 };
 
-/// A setting that a camera did not take, and why.
+/// A setting that a camera did not take or, without its value, did not tell, and why.
 struct RefusedSetting {
     std::string name;
     std::string value;
