@@ -1,6 +1,7 @@
 // Finds USB3 Vision cameras.
 #include "vexlo/Enumerator.h"
 
+#include "core/AtOnce.h"
 #include "vexlo/Discovery.h"
 #include "vexlo/Library.h"
 #include "vexlo/NoThrow.h"
@@ -13,8 +14,8 @@ VxStatus DescribeAll(const BackendList& backends, std::vector<DeviceDiscoveryInf
     const VxStatus status = FindCameras(backends, cameras);
     if (status != VX_OK) return status;
     infos.resize(cameras.size());
-    for (std::size_t i = 0; i < cameras.size(); ++i)
-        Describe(cameras[i], i, infos[i]);
+    // A camera that does not answer takes seconds; those behind it in the list need not wait for it.
+    Tavix::AtOnce(cameras.size(), [&](std::size_t i) { Describe(cameras[i], i, infos[i]); });
     WarnOfEqualGuids(infos);
     return VX_OK;
 }
