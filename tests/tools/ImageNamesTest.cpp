@@ -15,25 +15,22 @@ using tool::ImageNames;
 
 /// Writes a file with that text as the image with that block id; gives its name.
 std::string Place(ImageNames& names, std::uint64_t blockId, const std::string& text) {
-    tool::NewFile file(names.Wanted(blockId, ".x"), "choose another", tool::NewFile::Links::Replaced);
+    Tavix::NewFile file(names.Wanted(blockId, ".x"), "choose another", Tavix::NewFile::Links::Replaced);
     file.Write(text.data(), text.size());
     const std::string path = names.Place(file, blockId, ".x");
     return path.substr(path.rfind('/') + 1);
 }
 
-Tavix::CDeviceInfo Camera(const char* model, const char* serial, const char* guid, const char* path) {
-    Tavix::CDeviceInfo info;
-    info.SetModelName(model);
-    info.SetSerialNumber(serial);
-    info.SetPropertyValue("DeviceGUID", guid);
-    info.SetFullName(path);
+Tavix::CameraInfo Camera(const char* model, const char* serial, const char* guid, const char* path) {
+    Tavix::CameraInfo info;
+    info.model = model;
+    info.serial = serial;
+    info.guid = guid;
+    info.path = path;
     return info;
 }
 
-std::set<std::string> Prefixes(std::initializer_list<Tavix::CDeviceInfo> infos) {
-    Tavix::DeviceInfoList cameras;
-    for (const auto& info : infos)
-        cameras.push_back(info);
+std::set<std::string> Prefixes(const std::vector<Tavix::CameraInfo>& cameras) {
     std::set<std::string> prefixes;
     for (const auto& camera : cameras)
         prefixes.insert(tool::ImagePrefix(camera, cameras));

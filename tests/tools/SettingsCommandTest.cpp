@@ -92,7 +92,7 @@ TEST(Load, NamesWhatCouldNotBeSetAndSetsTheOthers) {
     ASSERT_EQ(lines.size(), 3u) << text.out;
     EXPECT_EQ(lines[0].rfind("1 of 3 settings from ", 0), 0u) << lines[0];
     EXPECT_EQ(lines[1].rfind("  Gain: ", 0), 0u) << lines[1];
-    EXPECT_EQ(lines[2], "  Colour: There is no such feature.");
+    EXPECT_EQ(lines[2], "  Colour: VC-1300 (40000001) has no feature 'Colour'");
 
     const json report = json::parse(OnVirtualCamera({"load", path, "--json"}).out, nullptr, false);
     ASSERT_EQ(report["failed"].size(), 2u);

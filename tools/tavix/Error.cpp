@@ -5,6 +5,7 @@
 #include <new>
 
 #include <GenICam.h>
+#include <tavix/camera/Error.h>
 
 namespace tool {
 namespace {
@@ -22,7 +23,8 @@ std::string Reason(const std::exception& exception) {
     text = Tavix::Printable(text);
     while (!text.empty() && (text.back() == ' ' || text.back() == '.'))
         text.pop_back();
-    const bool lacksAdvice = TellsOfRemoval(text) && text.find(kPlugIn) == std::string::npos;
+    const bool isGone = TellsOfRemoval(text) || dynamic_cast<const Tavix::Removed*>(&exception) != nullptr;
+    const bool lacksAdvice = isGone && text.find(kPlugIn) == std::string::npos;
     return lacksAdvice ? text + kPlugIn : text;
 }
 
@@ -45,10 +47,6 @@ std::string CaughtReason() noexcept {
 
 bool TellsOfRemoval(const std::string& reason) {
     return reason.find("The camera was removed.") != std::string::npos;
-}
-
-bool TellsOfSilence(const std::string& reason) {
-    return reason.find("The camera did not answer in time.") != std::string::npos;
 }
 
 } // namespace tool

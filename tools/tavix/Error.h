@@ -27,7 +27,5 @@ std::string CaughtReason() noexcept;
 
 /// Whether a reason is that the camera has gone.
 bool TellsOfRemoval(const std::string& reason);
-/// Whether a reason is that the camera does not answer.
-bool TellsOfSilence(const std::string& reason);
 
 } // namespace tool

@@ -5,16 +5,15 @@
 namespace tool {
 namespace {
 
-template<class List>
-bool Holds(const List& cameras, const Tavix::CDeviceInfo& info) {
-    return std::any_of(cameras.begin(), cameras.end(), [&](const Tavix::CDeviceInfo& other) {
-        return other.GetFullName() == info.GetFullName() && other.GetSerialNumber() == info.GetSerialNumber();
+bool Holds(const std::vector<Tavix::CameraInfo>& cameras, const Tavix::CameraInfo& info) {
+    return std::any_of(cameras.begin(), cameras.end(), [&](const Tavix::CameraInfo& other) {
+        return other.path == info.path && other.serial == info.serial;
     });
 }
 
 } // namespace
 
-std::vector<CameraChange> CameraWatch::Update(const Tavix::DeviceInfoList& cameras) {
+std::vector<CameraChange> CameraWatch::Update(const std::vector<Tavix::CameraInfo>& cameras) {
     std::vector<CameraChange> changes;
     for (const auto& info : m_Known) {
         if (!Holds(cameras, info)) changes.push_back({/*isArrival=*/false, info});
@@ -22,7 +21,7 @@ std::vector<CameraChange> CameraWatch::Update(const Tavix::DeviceInfoList& camer
     for (const auto& info : cameras) {
         if (!Holds(m_Known, info)) changes.push_back({/*isArrival=*/true, info});
     }
-    m_Known.assign(cameras.begin(), cameras.end());
+    m_Known = cameras;
     return changes;
 }
 

@@ -3,14 +3,14 @@
 
 #include <vector>
 
-#include <tavix/Tavix.h>
+#include <tavix/camera/CameraInfo.h>
 
 namespace tool {
 
 /// A camera that came or went.
 struct CameraChange {
     bool isArrival = false;
-    Tavix::CDeviceInfo info;
+    Tavix::CameraInfo info;
 };
 
 /// Compares lists of cameras that are taken one after the other; a camera is known by its full name. Bound to a thread.
@@ -18,10 +18,10 @@ class CameraWatch {
 public:
     /// What has changed since the last list; with the first one, all of it has come. Departures stand first: a camera
     /// that was plugged in again goes before it comes.
-    std::vector<CameraChange> Update(const Tavix::DeviceInfoList& cameras);
+    std::vector<CameraChange> Update(const std::vector<Tavix::CameraInfo>& cameras);
 
 private:
-    std::vector<Tavix::CDeviceInfo> m_Known;
+    std::vector<Tavix::CameraInfo> m_Known;
 };
 
 } // namespace tool

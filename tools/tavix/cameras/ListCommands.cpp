@@ -1,13 +1,15 @@
-#include "AtOnce.h"
-#include "cameras/Camera.h"
+#include "cameras/CameraChoice.h"
 #include "line/Commands.h"
 #include "output/Json.h"
 #include "output/Table.h"
 #include "output/Text.h"
 
-#include <GenApi/GenApi.h>
+#include "core/AtOnce.h"
 
 #include <cstdio>
+
+#include <GenApi/GenApi.h>
+#include <tavix/Tavix.h>
 
 namespace tool {
 namespace {
@@ -23,19 +25,16 @@ nlohmann::json Properties(const Tavix::CInfoBase& info) {
     return json;
 }
 
-std::string Property(const Tavix::CDeviceInfo& info, const char* name) {
-    GenICam::gcstring value;
-    return info.GetPropertyValue(name, value) && !value.empty() ? Printable(Text(value)) : "-";
+std::string OrDash(const std::string& text) {
+    return text.empty() ? "-" : Printable(text);
 }
 
-void PrintList(const Tavix::DeviceInfoList& cameras) {
+void PrintList(const std::vector<Tavix::CameraInfo>& cameras) {
     Table table;
     table.Add({"#", "vendor", "model", "serial", "GUID", "user name", "path"});
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-        const Tavix::CDeviceInfo& info = cameras[i];
-        table.Add({std::to_string(i), Property(info, "VendorName"), Property(info, "ModelName"),
-                   Property(info, "SerialNumber"), Property(info, "DeviceGUID"), Property(info, "UserDefinedName"),
-                   Property(info, "FullName")});
+    for (const Tavix::CameraInfo& info : cameras) {
+        table.Add({std::to_string(info.number), OrDash(info.vendor), OrDash(info.model), OrDash(info.serial),
+                   OrDash(info.guid), OrDash(info.userName), OrDash(info.path)});
     }
     table.Print();
 }
@@ -80,21 +79,21 @@ void PrintInfo(const nlohmann::json& one) {
     table.Print();
 }
 
-nlohmann::json InfoOf(const Tavix::CDeviceInfo& info) {
-    Camera camera(info);
+nlohmann::json InfoOf(const Tavix::CameraInfo& info) {
+    const Tavix::Camera camera = Tavix::Camera::Open(info);
     return {{"device", Properties(camera.Device().GetDeviceInfo())},
-            {"features", CountFeatures(camera.Features())},
+            {"features", CountFeatures(camera.Nodes())},
             {"transport", Statistics(camera.Device().GetTLNodeMap())}};
 }
 
 } // namespace
 
 int List(const CommonOptions& options) {
-    const Tavix::DeviceInfoList cameras = FindCameras();
+    const std::vector<Tavix::CameraInfo> cameras = FindCameras();
     if (options.json) {
         nlohmann::json json = nlohmann::json::array();
         for (const auto& info : cameras)
-            json.push_back(Properties(info));
+            json.push_back(Properties(info.device));
         PrintJson(json);
     } else if (cameras.empty()) {
         std::fprintf(stderr, "tavix: %s\n", Printable(NoCameraText()).c_str());
@@ -107,7 +106,7 @@ int List(const CommonOptions& options) {
 int Info(const CommonOptions& options) {
     const auto chosen = ChooseCameras(options);
     std::vector<nlohmann::json> all(chosen.size());
-    AtOnce(chosen.size(), [&](std::size_t number) { all[number] = InfoOf(chosen[number]); });
+    Tavix::AtOnce(chosen.size(), [&](std::size_t number) { all[number] = InfoOf(chosen[number]); });
     if (options.json) {
         PrintJson(all);
         return 0;

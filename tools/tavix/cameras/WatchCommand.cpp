@@ -1,10 +1,12 @@
 #include "Error.h"
 #include "Interrupt.h"
-#include "cameras/Camera.h"
+#include "cameras/CameraChoice.h"
 #include "cameras/CameraWatch.h"
 #include "line/Commands.h"
 #include "output/Json.h"
 #include "output/Text.h"
+
+#include "core/WaitObject.h"
 
 #include <chrono>
 #include <cstdio>
@@ -26,12 +28,12 @@ std::string TimeOfDay() {
 
 void Print(const CameraChange& change, bool asJson) {
     const std::string time = TimeOfDay();
-    const std::string name = Text(change.info.GetFriendlyName()), path = Text(change.info.GetFullName());
+    const std::string &name = change.info.friendlyName, &path = change.info.path;
     if (asJson) {
         PrintJsonLine({{"time", time},
                        {"change", change.isArrival ? "arrived" : "left"},
                        {"camera", name},
-                       {"serial", Text(change.info.GetSerialNumber())},
+                       {"serial", change.info.serial},
                        {"path", path}});
         return;
     }

@@ -1,9 +1,10 @@
 #include "Demand.h"
 
-#include "AtOnce.h"
 #include "Error.h"
-#include "cameras/Camera.h"
+#include "cameras/CameraChoice.h"
 #include "output/Text.h"
+
+#include "core/AtOnce.h"
 
 #include <algorithm>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include <GenApi/GenApi.h>
 #include <tavix/StreamMemory.h>
+#include <tavix/Tavix.h>
 
 namespace tool {
 namespace {
@@ -67,15 +69,15 @@ std::string PortOf(const std::string& path) {
     return path.substr(kBackend.size(), path.rfind('#') - kBackend.size());
 }
 
-CameraDemand Ask(const Tavix::CDeviceInfo& info) {
+CameraDemand Ask(const Tavix::CameraInfo& info) {
     CameraDemand demand;
-    demand.name = Printable(Text(info.GetFriendlyName()));
-    demand.path = Text(info.GetFullName());
+    demand.name = Printable(info.friendlyName);
+    demand.path = info.path;
     demand.port = PortOf(demand.path);
     try {
-        Camera camera(info);
-        demand.payload = Integer(&camera.Features(), "PayloadSize");
-        demand.bytesPerSecond = BytesPerSecond(camera.Features(), demand.payload);
+        const Tavix::Camera camera = Tavix::Camera::Open(info);
+        demand.payload = Integer(&camera.Nodes(), "PayloadSize");
+        demand.bytesPerSecond = BytesPerSecond(camera.Nodes(), demand.payload);
         Tavix::IStreamGrabber* stream = camera.Device().GetStreamGrabber(0);
         if (stream) {
             stream->Open();
@@ -94,9 +96,9 @@ CameraDemand Ask(const Tavix::CDeviceInfo& info) {
 std::vector<CameraDemand> AskCameras() {
     std::vector<CameraDemand> demands;
     try {
-        const Tavix::DeviceInfoList cameras = FindCameras();
+        const std::vector<Tavix::CameraInfo> cameras = FindCameras();
         demands.resize(cameras.size());
-        AtOnce(cameras.size(), [&](std::size_t number) { demands[number] = Ask(cameras[number]); });
+        Tavix::AtOnce(cameras.size(), [&](std::size_t number) { demands[number] = Ask(cameras[number]); });
     } catch (const std::exception& e) { // no bus can be asked at all; the other checks may say why
         CameraDemand none;
         none.name = "cameras";

@@ -1,5 +1,5 @@
 #include "Error.h"
-#include "cameras/Camera.h"
+#include "cameras/CameraChoice.h"
 #include "features/FeatureText.h"
 #include "features/FeatureTree.h"
 #include "features/Features.h"
@@ -7,27 +7,21 @@
 #include "output/Json.h"
 #include "output/Text.h"
 
-#include <GenApi/Why.h>
-
 namespace tool {
 namespace {
 
-void RequireReadable(GenApi::IValue& feature, const std::string& name) {
-    if (dynamic_cast<GenApi::ICommand*>(&feature)) {
+void RequireValue(const Tavix::Feature& feature) {
+    const std::string& name = feature.Name();
+    if (feature.Type() == Tavix::FeatureType::Command)
         throw Error(name + " is a command and has no value; `tavix set " + name + "` executes it");
-    }
-    if (dynamic_cast<GenApi::ICategory*>(&feature)) {
+    if (feature.Type() == Tavix::FeatureType::Category)
         throw Error(name + " is a group of features; `tavix features " + name + "` lists them");
-    }
-    if (!GenApi::IsReadable(feature.GetAccessMode())) {
-        throw Error(name + " cannot be read now" + WhyText(*feature.GetNode()));
-    }
 }
 
-std::string WhyLine(GenApi::INode& node, const std::string& name) {
-    const std::string reason = Text(GenApi::ExplainAccess(&node));
-    return name + " (" + AccessName(node) +
-           "): " + (reason.empty() ? "nothing stands in the way of reading and writing it" : Printable(reason));
+std::string WhyLine(const Tavix::Feature& feature) {
+    const std::string reason = feature.WhyNot();
+    return feature.Name() + " (" + AccessName(feature.Node()) +
+           "): " + (reason.empty() ? "nothing stands in the way of reading and writing it" : reason);
 }
 
 /// Does `one` for each name in turn. What it gives is printed as one array, also when a later name fails: whoever asked
@@ -60,10 +54,10 @@ TreeReport PrintTreeJson(GenApi::INode& root, const TreeOptions& options) {
 } // namespace
 
 int Features(const FeatureOptions& options) {
-    Camera camera(ChooseCamera(options));
-    GenApi::INode* root = camera.Features().GetNode("Root");
+    const Tavix::Camera camera = OpenCamera(options);
+    GenApi::INode* root = camera.Nodes().GetNode("Root");
     if (!root) {
-        throw Error("the description of " + camera.Name() +
+        throw Error("the description of " + NameOf(camera) +
                     " has no category Root, so its features cannot be listed; get and set work by name");
     }
     TreeOptions tree;
@@ -72,7 +66,7 @@ int Features(const FeatureOptions& options) {
     const TreeReport report = options.json ? PrintTreeJson(*root, tree) : PrintTree(*root, tree);
     if (report.isEmpty) throw Error("no feature's name holds '" + tree.part + "'; `tavix features` lists all");
     if (report.failures > 0) {
-        throw Error(std::to_string(report.failures) + " features of " + camera.Name() +
+        throw Error(std::to_string(report.failures) + " features of " + NameOf(camera) +
                         " could not be read: " + report.firstFailure,
                     TellsOfRemoval(report.firstFailure) ? kFailed : kPartly);
     }
@@ -80,36 +74,35 @@ int Features(const FeatureOptions& options) {
 }
 
 int Get(const FeatureOptions& options) {
-    Camera camera(ChooseCamera(options));
+    const Tavix::Camera camera = OpenCamera(options);
     return ForEachName(options, [&](const std::string& name) {
-        GenApi::IValue& feature = FindFeature(camera.Features(), name);
-        RequireReadable(feature, name);
-        if (options.json) return FeatureJson(*feature.GetNode());
-        PrintLine(name + "=" + Text(feature.ToString()));
+        const Tavix::Feature feature = FindFeature(camera, name);
+        RequireValue(feature);
+        const std::string text = feature.Text();
+        if (options.json) return FeatureJson(feature.Node());
+        PrintLine(name + "=" + text);
         return nlohmann::json();
     });
 }
 
 int Set(const FeatureOptions& options) {
-    Camera camera(ChooseCamera(options));
+    const Tavix::Camera camera = OpenCamera(options);
     return ForEachName(options, [&](const std::string& setting) {
-        GenApi::INode& node = *ApplySetting(camera.Features(), setting).GetNode();
-        if (options.json) return FeatureJson(node);
-        const bool isCommand = dynamic_cast<GenApi::ICommand*>(&node) != nullptr;
-        PrintLine(Text(node.GetName()) + (isCommand ? " done" : "=" + ValueText(node)));
+        const Tavix::Feature feature = ApplySetting(camera, setting);
+        if (options.json) return FeatureJson(feature.Node());
+        const bool isCommand = feature.Type() == Tavix::FeatureType::Command;
+        PrintLine(feature.Name() + (isCommand ? " done" : "=" + ValueText(feature.Node())));
         return nlohmann::json();
     });
 }
 
 int Why(const FeatureOptions& options) {
-    Camera camera(ChooseCamera(options));
+    const Tavix::Camera camera = OpenCamera(options);
     return ForEachName(options, [&](const std::string& name) {
-        GenApi::INode& node = *FindFeature(camera.Features(), name).GetNode();
-        if (options.json) {
-            return nlohmann::json{
-                {"name", name}, {"access", AccessName(node)}, {"reason", Text(GenApi::ExplainAccess(&node))}};
-        }
-        PrintLine(WhyLine(node, name));
+        const Tavix::Feature feature = FindFeature(camera, name);
+        if (options.json)
+            return nlohmann::json{{"name", name}, {"access", AccessName(feature.Node())}, {"reason", feature.WhyNot()}};
+        PrintLine(WhyLine(feature));
         return nlohmann::json();
     });
 }

@@ -2,15 +2,22 @@
 
 #include "descriptions/XmlAccess.h"
 #include "features/FeatureText.h"
-#include "features/Features.h"
 #include "output/Table.h"
 #include "output/Text.h"
+
+#include <algorithm>
+#include <cctype>
 
 namespace tool {
 namespace {
 
 constexpr std::size_t kDeepest = 16; // a category that names itself must not be walked for ever
 constexpr std::size_t kWidestColumn = 44;
+
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
 
 bool NameHolds(GenApi::INode& node, const std::string& part) {
     return Lower(Text(node.GetName())).find(Lower(part)) != std::string::npos;

@@ -3,24 +3,18 @@
 
 #include <string>
 
-#include <GenApi/GenApi.h>
+#include <tavix/camera/Camera.h>
 
 namespace tool {
 
-/// `text` in lower case (ASCII).
-std::string Lower(std::string text);
+/// Throws Error with similar names when there is none.
+Tavix::Feature FindFeature(const Tavix::Camera& camera, const std::string& name);
 
-/// The value of a feature; throws Error with similar names when there is none.
-GenApi::IValue& FindFeature(GenApi::INodeMap& features, const std::string& name);
-
-/// Sets a feature from "NAME=VALUE", or executes the command "NAME" and waits until it is done. Throws Error when there
-/// is no such feature or it refuses. Returns the feature.
-GenApi::IValue& ApplySetting(GenApi::INodeMap& features, const std::string& setting);
+/// Sets a feature from "NAME=VALUE", or executes the command "NAME" and waits until it is done. Throws when there is no
+/// such feature or it refuses. Returns the feature.
+Tavix::Feature ApplySetting(const Tavix::Camera& camera, const std::string& setting);
 
 /// Switches chunk data on, and every chunk that the camera offers. Throws Error when it offers none.
-void EnableAllChunks(GenApi::INodeMap& features);
-
-/// " (reason)" why the access to a feature is restricted now; empty when nothing is known.
-std::string WhyText(GenApi::INode& node);
+void EnableAllChunks(const Tavix::Camera& camera);
 
 } // namespace tool

@@ -1,46 +1,20 @@
 #include "Error.h"
-#include "NewFile.h"
 #include "PlainFile.h"
-#include "cameras/Camera.h"
+#include "cameras/CameraChoice.h"
 #include "line/Commands.h"
 #include "output/Json.h"
 #include "output/Text.h"
 
-#include <cstdio>
-#include <sstream>
+#include "core/NewFile.h"
 
-#include <GenApi/Persistence.h>
+#include <cstdio>
 
 namespace tool {
 namespace {
 
 constexpr std::size_t kMostBytes = 16 << 20; // of a file of settings
 
-/// A setting that could be neither read nor written.
-struct Refusal {
-    std::string feature, reason;
-};
-
-std::vector<Refusal> Refusals(const GenICam::gcstring_vector& errors) {
-    std::vector<Refusal> refusals;
-    for (const auto& error : errors) {
-        const std::string text = Text(error);
-        const auto colon = text.find(": ");
-        refusals.push_back(colon == std::string::npos ? Refusal{"", text}
-                                                      : Refusal{text.substr(0, colon), text.substr(colon + 2)});
-    }
-    return refusals;
-}
-
-/// Lines that hold a setting.
-std::size_t CountSettings(const std::string& text) {
-    std::istringstream stream(text);
-    std::size_t count = 0;
-    for (std::string line; std::getline(stream, line);) {
-        if (!line.empty() && line[0] != '#' && line.find('\t') != std::string::npos) ++count;
-    }
-    return count;
-}
+using Refusals = std::vector<Tavix::RefusedSetting>;
 
 constexpr const char* kStandardOutput = "-";
 
@@ -49,48 +23,42 @@ void WriteFile(const std::string& path, const std::string& text) {
         std::fputs(text.c_str(), stdout);
         return;
     }
-    NewFile file(path, "choose another file");
+    Tavix::NewFile file(path, "choose another file");
     file.Write(text.data(), text.size());
     file.Close();
 }
 
-void Report(const std::string& summary, const std::vector<Refusal>& refusals) {
+void Report(const std::string& summary, const Refusals& refusals) {
     PrintLine(summary);
-    for (const Refusal& refusal : refusals)
-        PrintLine("  " + refusal.feature + ": " + refusal.reason);
+    for (const Tavix::RefusedSetting& refusal : refusals)
+        PrintLine("  " + refusal.name + ": " + refusal.reason);
 }
 
-nlohmann::json ReportJson(const Camera& camera, std::size_t settings, const std::vector<Refusal>& refusals) {
+nlohmann::json ReportJson(const Tavix::Camera& camera, std::size_t settings, const Refusals& refusals) {
     nlohmann::json failed = nlohmann::json::array();
-    for (const Refusal& refusal : refusals)
-        failed.push_back({{"feature", refusal.feature}, {"reason", refusal.reason}});
-    return {{"camera", camera.Name()}, {"settings", settings}, {"failed", failed}};
-}
-
-/// Settings depend on each other in ways that no order of lines does justice to: an offset may fit only once the size
-/// is set. So the lines are applied again as long as that makes fewer of them fail.
-std::vector<Refusal> Apply(GenApi::CFeatureBag& bag, GenApi::INodeMap& features) {
-    GenICam::gcstring_vector errors;
-    bag.LoadFromBag(&features, /*Verify=*/true, &errors);
-    while (!errors.empty()) {
-        GenICam::gcstring_vector again;
-        bag.LoadFromBag(&features, /*Verify=*/true, &again);
-        const bool isBetter = again.size() < errors.size();
-        errors.swap(again);
-        if (!isBetter) break;
-    }
-    return Refusals(errors);
+    for (const Tavix::RefusedSetting& refusal : refusals)
+        failed.push_back({{"feature", refusal.name}, {"reason", refusal.reason}});
+    return {{"camera", NameOf(camera)}, {"settings", settings}, {"failed", failed}};
 }
 
 /// A camera that has gone is no reason for a file or a camera with a part of the settings to be called done.
-void ThrowIfGone(const Camera& camera, const std::vector<Refusal>& refusals, const std::string& consequence) {
-    for (const Refusal& refusal : refusals) {
-        if (TellsOfRemoval(refusal.reason))
-            throw Error(camera.Name() + " was unplugged; " + consequence + "; plug it in again");
-    }
+[[noreturn]] void ThrowGone(const Tavix::Camera& camera, const std::string& consequence) {
+    throw Error(NameOf(camera) + " was unplugged; " + consequence + "; plug it in again");
 }
 
-void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& noun, const std::string& text) {
+Tavix::Settings Read(const Tavix::Camera& camera, Refusals& refusals) try {
+    return camera.ReadSettings(&refusals);
+} catch (const Tavix::Removed&) {
+    ThrowGone(camera, "nothing was saved");
+}
+
+Refusals Apply(Tavix::Camera& camera, const Tavix::Settings& settings) try {
+    return camera.Apply(settings);
+} catch (const Tavix::Removed&) {
+    ThrowGone(camera, "not all settings were set");
+}
+
+void ThrowIfRefused(const Refusals& refusals, const std::string& noun, const std::string& text) {
     const char* plural = refusals.size() == 1 ? "" : "s";
     if (!refusals.empty()) throw Error(std::to_string(refusals.size()) + " " + noun + plural + text, kPartly);
 }
@@ -98,21 +66,15 @@ void ThrowIfRefused(const std::vector<Refusal>& refusals, const std::string& nou
 } // namespace
 
 int Save(const SettingsFileOptions& options) {
-    Camera camera(ChooseCamera(options));
-    GenApi::CFeatureBag bag;
-    bag.SetInfo(("Settings of " + camera.Name()).c_str());
-    GenICam::gcstring_vector errors;
-    bag.StoreToBag(&camera.Features(), /*MaxNumEntries=*/-1, &errors);
-    const std::vector<Refusal> refusals = Refusals(errors);
-    ThrowIfGone(camera, refusals, "nothing was saved");
-    std::ostringstream text;
-    text << bag;
-    const std::size_t count = CountSettings(text.str());
+    const Tavix::Camera camera = OpenCamera(options);
+    Refusals refusals;
+    const Tavix::Settings settings = Read(camera, refusals);
+    const std::size_t count = settings.Lines().size();
     if (count == 0) {
-        throw Error("the description of " + camera.Name() +
+        throw Error("the description of " + NameOf(camera) +
                     " marks no feature as a setting to be kept; `tavix get` and `tavix set` work by name");
     }
-    WriteFile(options.path, text.str());
+    WriteFile(options.path, "# Settings of " + NameOf(camera) + "\n" + settings.Text());
     if (options.path == kStandardOutput) {
         ThrowIfRefused(refusals, "feature", " could not be read; the others are above");
         return kDone; // a report would be taken for settings
@@ -120,7 +82,7 @@ int Save(const SettingsFileOptions& options) {
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {
-        Report(std::to_string(count) + " settings of " + camera.Name() + " in " + options.path, refusals);
+        Report(std::to_string(count) + " settings of " + NameOf(camera) + " in " + options.path, refusals);
     }
     ThrowIfRefused(refusals, "feature", " could not be read; the others are in " + options.path);
     return kDone;
@@ -128,19 +90,16 @@ int Save(const SettingsFileOptions& options) {
 
 int Load(const SettingsFileOptions& options) {
     const std::string text = ReadWholeFile(options.path, kMostBytes, "name a file that `tavix save` wrote");
-    const std::size_t count = CountSettings(text);
+    const Tavix::Settings settings = Tavix::Settings::FromText(text);
+    const std::size_t count = settings.Lines().size();
     if (count == 0) throw Error(options.path + " holds no settings; name a file that `tavix save` wrote");
-    Camera camera(ChooseCamera(options));
-    GenApi::CFeatureBag bag;
-    std::istringstream stream(text);
-    stream >> bag;
-    const std::vector<Refusal> refusals = Apply(bag, camera.Features());
-    ThrowIfGone(camera, refusals, "not all settings were set");
+    Tavix::Camera camera = OpenCamera(options);
+    const Refusals refusals = Apply(camera, settings);
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {
         Report(std::to_string(count - refusals.size()) + " of " + std::to_string(count) + " settings from " +
-                   options.path + " set in " + camera.Name(),
+                   options.path + " set in " + NameOf(camera),
                refusals);
     }
     const bool isNone = refusals.size() >= count;

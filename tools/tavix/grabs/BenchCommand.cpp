@@ -1,5 +1,5 @@
 #include "Error.h"
-#include "cameras/CameraClock.h"
+#include "cameras/CameraChoice.h"
 #include "grabs/Distribution.h"
 #include "grabs/GrabReport.h"
 #include "line/Commands.h"
@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace tool {
 namespace {
@@ -18,50 +19,37 @@ class Stopwatch final : public FrameObserver {
 public:
     const ProcessCost& Cost() const { return m_Cost; }
     /// Milliseconds from one good frame to the next.
-    Distribution Intervals() const {
-        Distribution intervals;
-        for (std::size_t i = 1; i < m_Arrivals.size(); ++i)
-            intervals.Add(Milliseconds(m_Arrivals[i].host - m_Arrivals[i - 1].host));
-        return intervals;
-    }
+    const Distribution& Intervals() const { return m_Intervals; }
     /// Milliseconds from a frame's timestamp to its arrival; empty when the camera's clock cannot be read.
-    Distribution Latencies() const {
-        Distribution latencies;
-        for (const Arrival& arrival : m_Arrivals) {
-            if (const auto sent = m_Clock.ToHost(arrival.timestamp)) latencies.Add(Milliseconds(arrival.host - *sent));
-        }
-        return latencies;
-    }
+    const Distribution& Latencies() const { return m_Latencies; }
 
 private:
-    struct Arrival {
-        std::int64_t host;
-        std::uint64_t timestamp;
-    };
+    using Clock = std::chrono::steady_clock;
 
-    static double Milliseconds(std::int64_t nanoseconds) { return static_cast<double>(nanoseconds) * 1e-6; }
+    static double Milliseconds(Clock::duration time) { return std::chrono::duration<double, std::milli>(time).count(); }
 
-    void OnReady(Camera& camera) override {
-        m_Clock.Read(camera);
+    void OnReady(Tavix::Camera& camera) override {
+        m_CanLatch = camera.HasFeature("TimestampLatch") && camera.HasFeature("TimestampLatchValue");
         m_Before = MeasureProcess();
     }
-    void OnFrame(const Tavix::GrabResult& result, ChunkCheck) override {
-        m_Arrivals.push_back({HostNanoseconds(), result.GetTimeStamp()});
+    void OnImage(const Tavix::Image& image) override {
+        if (m_Last) m_Intervals.Add(Milliseconds(image.Arrival() - *m_Last));
+        m_Last = image.Arrival();
+        const Tavix::HostTime time = image.Time();
+        if (m_CanLatch && time.IsKnown()) m_Latencies.Add(Milliseconds(*m_Last - time.monotonic));
     }
-    void OnEnd(Camera& camera) override {
-        m_Cost = MeasureProcess() - m_Before;
-        m_Clock.Read(camera);
-    }
+    void OnEnd() override { m_Cost = MeasureProcess() - m_Before; }
 
-    CameraClock m_Clock;
+    bool m_CanLatch = false;
     ProcessCost m_Before, m_Cost;
-    std::vector<Arrival> m_Arrivals;
+    std::optional<Clock::time_point> m_Last; // arrival
+    Distribution m_Intervals, m_Latencies;
 };
 
-nlohmann::json Figures(const GrabSession& session, const Stopwatch& stopwatch) {
-    const GrabFigures& f = session.Figures();
+nlohmann::json Figures(const CameraGrab& grab, const Stopwatch& stopwatch) {
+    const GrabFigures& f = grab.Figures();
     const double frames = static_cast<double>(f.good);
-    return {{"camera", session.Name()},
+    return {{"camera", grab.Name()},
             {"frames", f.good.load()},
             {"failed", f.failed.load()},
             {"missed", f.missed.load()},
@@ -105,13 +93,13 @@ void PrintFigures(const nlohmann::json& figures) {
 
 int Bench(const GrabOptions& options) {
     Stopwatch stopwatch;
-    GrabSession session(ChooseCamera(options), options, &stopwatch);
-    RunSession(session);
-    if (session.Figures().good > 0) {
-        const nlohmann::json figures = Figures(session, stopwatch);
+    CameraGrab grab(ChooseCamera(options), options, &stopwatch);
+    RunGrab(grab);
+    if (grab.Figures().good > 0) {
+        const nlohmann::json figures = Figures(grab, stopwatch);
         options.json ? PrintJson(figures) : PrintFigures(figures);
     }
-    ThrowIfFramesAreLost(session);
+    ThrowIfFramesAreLost(grab);
     return kDone;
 }
 

@@ -1,4 +1,5 @@
 #include "Error.h"
+#include "cameras/CameraChoice.h"
 #include "grabs/GrabRun.h"
 #include "line/Commands.h"
 #include "output/Json.h"
@@ -8,13 +9,13 @@
 namespace tool {
 namespace {
 
-const char* CheckText(ChunkCheck check) {
+const char* CheckText(Tavix::Checksum check) {
     switch (check) {
-    case ChunkCheck::Right:
+    case Tavix::Checksum::Right:
         return "right";
-    case ChunkCheck::Wrong:
+    case Tavix::Checksum::Wrong:
         return "wrong";
-    case ChunkCheck::Missing:
+    case Tavix::Checksum::None:
         return "missing";
     default:
         return "damaged";
@@ -28,30 +29,18 @@ public:
     std::uint64_t DamagedFrames() const { return m_Damaged; }
 
 private:
-    void OnReady(Camera& camera) override {
-        GenApi::NodeList_t nodes;
-        camera.Features().GetNodes(nodes);
-        for (GenApi::INode* node : nodes) {
-            auto* value = dynamic_cast<GenApi::IValue*>(node);
-            const bool isNamed = value && node->IsFeature() && Text(node->GetName()).rfind("Chunk", 0) == 0;
-            if (isNamed && !dynamic_cast<GenApi::ICategory*>(node) && !GenApi::IsReadable(value->GetAccessMode())) {
-                m_Silent.push_back(value); // what can be read without an image tells nothing of it
-            }
-        }
+    void OnReady(Tavix::Camera&) override {}
+    void OnImage(const Tavix::Image& image) override {
+        const Tavix::Checksum check = image.ChunkChecksum();
+        if (check == Tavix::Checksum::Wrong || check == Tavix::Checksum::Damaged) ++m_Damaged;
+        Values values;
+        for (const std::string& name : image.ChunkNames())
+            values.emplace(name, image.Chunk(name));
+        Print(image.BlockId(), values, CheckText(check));
     }
+    void OnEnd() override {}
 
-    void OnFrame(const Tavix::GrabResult& result, ChunkCheck check) override {
-        std::vector<NamedValue> values;
-        for (GenApi::IValue* value : m_Silent) {
-            if (GenApi::IsReadable(value->GetAccessMode())) values.push_back(ReadValue(*value->GetNode()));
-        }
-        if (check == ChunkCheck::Wrong || check == ChunkCheck::Damaged) ++m_Damaged;
-        Print(result.GetBlockID(), values, CheckText(check));
-    }
-
-    void OnEnd(Camera&) override { m_Silent.clear(); }
-
-    void Print(std::uint64_t block, const std::vector<NamedValue>& values, const char* check) const {
+    void Print(std::uint64_t block, const Values& values, const char* check) const {
         if (m_AsJson) {
             PrintJsonLine({{"block", block}, {"checksum", check}, {"chunks", ValuesJson(values)}});
         } else {
@@ -60,7 +49,6 @@ private:
     }
 
     const bool m_AsJson;
-    std::vector<GenApi::IValue*> m_Silent; // cannot be read while no buffer is attached
     std::uint64_t m_Damaged = 0;
 };
 
@@ -68,16 +56,16 @@ private:
 
 int Chunks(const GrabOptions& options) {
     ChunkPrinter printer(options.json);
-    GrabOptions grab = options;
-    grab.checkChunks = true;
-    GrabSession session(ChooseCamera(options), grab, &printer);
-    RunSession(session);
+    GrabOptions checked = options;
+    checked.checkChunks = true;
+    CameraGrab grab(ChooseCamera(options), checked, &printer);
+    RunGrab(grab);
     if (printer.DamagedFrames() > 0) {
-        throw Error(session.Name() + ": the chunk data of " + std::to_string(printer.DamagedFrames()) +
+        throw Error(grab.Name() + ": the chunk data of " + std::to_string(printer.DamagedFrames()) +
                         " frames is not right; check cable and hub, `tavix doctor` helps",
                     kPartly);
     }
-    ThrowIfFramesAreLost(session);
+    ThrowIfFramesAreLost(grab);
     return kDone;
 }
 

@@ -1,6 +1,7 @@
 #include "Error.h"
 #include "Interrupt.h"
 #include "TraceWatch.h"
+#include "cameras/CameraChoice.h"
 #include "grabs/GrabReport.h"
 #include "line/Commands.h"
 #include "output/Json.h"
@@ -23,11 +24,11 @@ void MakeFolder(const std::string& folder) {
     if (code) throw Error("cannot write to the folder " + folder + ": " + code.message() + "; choose another --output");
 }
 
-void ShowProgress(Progress& progress, const Sessions& sessions, std::chrono::steady_clock::time_point start) {
+void ShowProgress(Progress& progress, const Grabs& grabs, std::chrono::steady_clock::time_point start) {
     std::uint64_t frames = 0, bytes = 0;
-    for (const auto& session : sessions) {
-        frames += session->Figures().good + session->Figures().failed;
-        bytes += session->Figures().bytes;
+    for (const auto& grab : grabs) {
+        frames += grab->Figures().good + grab->Figures().failed;
+        bytes += grab->Figures().bytes;
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     progress.Show(frames, static_cast<double>(bytes) * 1e-6 / seconds);
@@ -39,24 +40,24 @@ struct Ailments {
     std::vector<std::string> damages;  ///< it did, and not every frame is good
 };
 
-std::string DamageText(const GrabSession& session) {
-    const GrabFigures& figures = session.Figures();
-    if (figures.checksumWrong + figures.checksumMissing == 0) return LostFramesText(session);
-    return session.Name() + ": the checksum is wrong in " + std::to_string(figures.checksumWrong) +
+std::string DamageText(const CameraGrab& grab) {
+    const GrabFigures& figures = grab.Figures();
+    if (figures.checksumWrong + figures.checksumMissing == 0) return LostFramesText(grab);
+    return grab.Name() + ": the checksum is wrong in " + std::to_string(figures.checksumWrong) +
            " frames and missing in " + std::to_string(figures.checksumMissing) +
            "; check cable and hub, or grab without --chunks";
 }
 
 /// One text a camera at most.
-Ailments Diagnose(const Sessions& sessions, const std::vector<std::string>& errors) {
+Ailments Diagnose(const Grabs& grabs, const std::vector<std::string>& errors) {
     Ailments ailments;
-    for (std::size_t i = 0; i < sessions.size(); ++i) {
-        const GrabFigures& figures = sessions[i]->Figures();
+    for (std::size_t i = 0; i < grabs.size(); ++i) {
+        const GrabFigures& figures = grabs[i]->Figures();
         if (!errors[i].empty()) {
             ailments.failures.push_back(errors[i]);
         } else if (figures.good == 0 && !IsInterrupted()) {
-            ailments.failures.push_back(NoFrameText(*sessions[i]));
-        } else if (const std::string text = DamageText(*sessions[i]); !text.empty()) {
+            ailments.failures.push_back(NoFrameText(*grabs[i]));
+        } else if (const std::string text = DamageText(*grabs[i]); !text.empty()) {
             ailments.damages.push_back(text);
         }
     }
@@ -70,27 +71,27 @@ void ThrowIfAny(const std::vector<std::string>& texts, ExitStatus status) {
                 status);
 }
 
-void Report(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options,
+void Report(const Grabs& grabs, const ProcessCost& cost, const GrabOptions& options,
             const std::vector<std::string>& failures) {
     if (options.json) {
-        PrintJson(ReportJson(sessions, cost, failures));
+        PrintJson(ReportJson(grabs, cost, failures));
         return;
     }
-    for (const auto& session : sessions) {
-        if (session->Figures().good + session->Figures().failed > 0) return PrintReport(sessions, cost, options);
+    for (const auto& grab : grabs) {
+        if (grab->Figures().good + grab->Figures().failed > 0) return PrintReport(grabs, cost, options);
     }
 }
 
-Sessions MakeSessions(const GrabOptions& options) {
+Grabs MakeGrabs(const GrabOptions& options) {
     const auto chosen = ChooseCameras(options);
     MakeFolder(options.folder);
-    const Tavix::DeviceInfoList all = options.folder.empty() ? Tavix::DeviceInfoList() : FindCameras();
-    Sessions sessions;
+    const auto all = options.folder.empty() ? std::vector<Tavix::CameraInfo>() : FindCameras();
+    Grabs grabs;
     for (const auto& info : chosen) {
-        sessions.push_back(std::make_unique<GrabSession>(info, options));
-        if (!options.folder.empty()) sessions.back()->SaveAs(options.folder + "/" + ImagePrefix(info, all));
+        grabs.push_back(std::make_unique<CameraGrab>(info, options));
+        if (!options.folder.empty()) grabs.back()->SaveAs(options.folder + "/" + ImagePrefix(info, all));
     }
-    return sessions;
+    return grabs;
 }
 
 } // namespace
@@ -98,20 +99,20 @@ Sessions MakeSessions(const GrabOptions& options) {
 int Grab(const GrabOptions& options) {
     if (!options.trace.empty()) StartTrace(options.trace);
     const TraceWatch trace;
-    const Sessions sessions = MakeSessions(options);
+    const Grabs grabs = MakeGrabs(options);
     const ProcessCost before = MeasureProcess();
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::string> errors;
     {
-        Progress progress(options.frames * sessions.size(), options.quiet || options.json);
-        errors = RunSessions(sessions, [&] { ShowProgress(progress, sessions, start); });
+        Progress progress(options.frames * grabs.size(), options.quiet || options.json);
+        errors = RunGrabs(grabs, [&] { ShowProgress(progress, grabs, start); });
     }
     const ProcessCost cost = MeasureProcess() - before;
 
-    const Ailments ailments = Diagnose(sessions, errors);
+    const Ailments ailments = Diagnose(grabs, errors);
     std::vector<std::string> all = ailments.failures;
     all.insert(all.end(), ailments.damages.begin(), ailments.damages.end());
-    Report(sessions, cost, options, all);
+    Report(grabs, cost, options, all);
     ThrowIfAny(all, ailments.failures.empty() ? kPartly : kFailed);
     return trace.IsWhole() ? kDone : kPartly;
 }

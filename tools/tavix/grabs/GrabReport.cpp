@@ -15,10 +15,10 @@ double Seconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
 }
 
-std::uint64_t AllFrames(const Sessions& sessions) {
+std::uint64_t AllFrames(const Grabs& grabs) {
     std::uint64_t frames = 0;
-    for (const auto& session : sessions)
-        frames += session->Figures().good;
+    for (const auto& grab : grabs)
+        frames += grab->Figures().good;
     return frames;
 }
 
@@ -32,26 +32,26 @@ std::string Fixed(double value) {
     return text;
 }
 
-void PrintFigures(const Sessions& sessions) {
+void PrintFigures(const Grabs& grabs) {
     constexpr auto kLeft = Table::Align::Left, kRight = Table::Align::Right;
     Table table({kLeft, kRight, kRight, kRight, kRight, kRight});
     table.Add({"camera", "frames", "failed", "missed", "frames/s", "MB/s"});
-    for (const auto& session : sessions) {
-        const GrabFigures& f = session->Figures();
-        table.Add({session->Name(), std::to_string(f.good), std::to_string(f.failed), std::to_string(f.missed),
+    for (const auto& grab : grabs) {
+        const GrabFigures& f = grab->Figures();
+        table.Add({grab->Name(), std::to_string(f.good), std::to_string(f.failed), std::to_string(f.missed),
                    Fixed(FramesPerSecond(f)), Fixed(MegabytesPerSecond(f))});
     }
     table.Print();
 }
 
-void PrintNotes(const GrabSession& session) {
-    const GrabFigures& f = session.Figures();
-    const char* name = session.Name().c_str();
+void PrintNotes(const CameraGrab& grab) {
+    const GrabFigures& f = grab.Figures();
+    const char* name = grab.Name().c_str();
     if (f.checksumRight + f.checksumWrong + f.checksumMissing > 0) {
         std::printf("%s: checksum of the chunk data right in %llu frames, wrong in %llu, missing in %llu\n", name,
                     Plain(f.checksumRight), Plain(f.checksumWrong), Plain(f.checksumMissing));
     }
-    if (!f.firstError.empty()) PrintLine(session.Name() + ": first failure: " + f.firstError);
+    if (!f.firstError.empty()) PrintLine(grab.Name() + ": first failure: " + f.firstError);
 }
 
 } // namespace
@@ -75,11 +75,11 @@ ProcessCost operator-(const ProcessCost& after, const ProcessCost& before) {
     return {after.cpuSeconds - before.cpuSeconds, after.contextSwitches - before.contextSwitches};
 }
 
-nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, const std::vector<std::string>& failures) {
+nlohmann::json ReportJson(const Grabs& grabs, const ProcessCost& cost, const std::vector<std::string>& failures) {
     nlohmann::json cameras = nlohmann::json::array();
-    for (const auto& session : sessions) {
-        const GrabFigures& f = session->Figures();
-        cameras.push_back({{"camera", session->Name()},
+    for (const auto& grab : grabs) {
+        const GrabFigures& f = grab->Figures();
+        cameras.push_back({{"camera", grab->Name()},
                            {"frames", f.good.load()},
                            {"failed", f.failed.load()},
                            {"missed", f.missed.load()},
@@ -99,20 +99,20 @@ nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, con
             {"errors", failures}};
 }
 
-void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options) {
-    PrintFigures(sessions);
+void PrintReport(const Grabs& grabs, const ProcessCost& cost, const GrabOptions& options) {
+    PrintFigures(grabs);
     std::uint64_t images = 0, unconverted = 0;
-    for (const auto& session : sessions) {
-        PrintNotes(*session);
-        images += session->Figures().images;
-        unconverted += session->Figures().unconverted;
+    for (const auto& grab : grabs) {
+        PrintNotes(*grab);
+        images += grab->Figures().images;
+        unconverted += grab->Figures().unconverted;
     }
     if (images > 0) PrintLine(std::to_string(images) + " images in " + options.folder);
     if (unconverted > 0) {
         std::printf("%llu of them hold the camera's bytes (.raw): their pixel format cannot be converted\n",
                     Plain(unconverted));
     }
-    const std::uint64_t frames = AllFrames(sessions);
+    const std::uint64_t frames = AllFrames(grabs);
     if (frames == 0) return;
     std::printf("processor time %.2f s: %.3f ms and %.1f context switches a frame%s\n", cost.cpuSeconds,
                 1e3 * cost.cpuSeconds / static_cast<double>(frames),

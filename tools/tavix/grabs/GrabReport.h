@@ -23,7 +23,7 @@ double FramesPerSecond(const GrabFigures& figures);
 double MegabytesPerSecond(const GrabFigures& figures);
 
 /// `failures` are what the command will complain of.
-nlohmann::json ReportJson(const Sessions& sessions, const ProcessCost& cost, const std::vector<std::string>& failures);
-void PrintReport(const Sessions& sessions, const ProcessCost& cost, const GrabOptions& options);
+nlohmann::json ReportJson(const Grabs& grabs, const ProcessCost& cost, const std::vector<std::string>& failures);
+void PrintReport(const Grabs& grabs, const ProcessCost& cost, const GrabOptions& options);
 
 } // namespace tool

@@ -2,6 +2,7 @@
 
 #include "Error.h"
 #include "Interrupt.h"
+#include "core/WaitObject.h"
 #include "doctor/Examination.h"
 
 #include <atomic>
@@ -11,15 +12,15 @@ namespace tool {
 namespace {
 
 constexpr unsigned int kTickMs = 100;
-constexpr int kTicksToStop = 4; // that a session has to end by itself once it was interrupted
+constexpr int kTicksToStop = 4; // that a grab has to end by itself once it was interrupted
 
-/// Runs a session on a thread of its own and keeps what it threw for the main thread. Bound to a thread.
+/// Runs a grab on a thread of its own and keeps what it threw for the main thread. Bound to a thread.
 class Runner {
 public:
-    Runner(GrabSession& session, const Tavix::WaitObjectEx& ended)
-        : m_Session(session), m_Thread([this, ended] {
+    Runner(CameraGrab& grab, const Tavix::WaitObjectEx& ended)
+        : m_Grab(grab), m_Thread([this, ended] {
               try {
-                  m_Session.Run();
+                  m_Grab.Run();
               } catch (...) {
                   m_Error = CaughtReason();
               }
@@ -31,13 +32,13 @@ public:
         if (m_Thread.joinable()) m_Thread.join();
     }
     bool HasEnded() const { return m_HasEnded; }
-    void Stop() { m_Session.Stop(); }
-    void StopCamera() { m_Session.StopCamera(); }
+    void Stop() { m_Grab.Stop(); }
+    void StopCamera() { m_Grab.StopCamera(); }
     /// Valid after Join; empty when all went well.
     const std::string& ErrorText() const { return m_Error; }
 
 private:
-    GrabSession& m_Session;
+    CameraGrab& m_Grab;
     std::string m_Error;
     std::atomic<bool> m_HasEnded{false};
     std::thread m_Thread;
@@ -59,11 +60,11 @@ void StopAll(const Runners& runners, int ticks) {
 }
 
 /// A grab whose thread cannot be started ends those that have begun.
-Runners Start(const std::vector<GrabSession*>& sessions, const Tavix::WaitObjectEx& ended) {
+Runners Start(const std::vector<CameraGrab*>& grabs, const Tavix::WaitObjectEx& ended) {
     Runners runners;
     try {
-        for (GrabSession* session : sessions)
-            runners.push_back(std::make_unique<Runner>(*session, ended));
+        for (CameraGrab* grab : grabs)
+            runners.push_back(std::make_unique<Runner>(*grab, ended));
     } catch (...) {
         StopAll(runners, 0);
         throw;
@@ -71,9 +72,9 @@ Runners Start(const std::vector<GrabSession*>& sessions, const Tavix::WaitObject
     return runners;
 }
 
-std::vector<std::string> Run(const std::vector<GrabSession*>& sessions, const std::function<void()>& onTick) {
+std::vector<std::string> Run(const std::vector<CameraGrab*>& grabs, const std::function<void()>& onTick) {
     const Tavix::WaitObjectEx ended = Tavix::WaitObjectEx::Create();
-    const Runners runners = Start(sessions, ended);
+    const Runners runners = Start(grabs, ended);
     for (int interruptedTicks = 0; !HaveAllEnded(runners);) {
         (void)ended.Wait(kTickMs);
         if (IsInterrupted()) StopAll(runners, ++interruptedTicks);
@@ -89,18 +90,18 @@ std::vector<std::string> Run(const std::vector<GrabSession*>& sessions, const st
 
 } // namespace
 
-std::vector<std::string> RunSessions(const Sessions& sessions, const std::function<void()>& onTick) {
-    std::vector<GrabSession*> borrowed;
-    for (const auto& session : sessions)
-        borrowed.push_back(session.get());
+std::vector<std::string> RunGrabs(const Grabs& grabs, const std::function<void()>& onTick) {
+    std::vector<CameraGrab*> borrowed;
+    for (const auto& grab : grabs)
+        borrowed.push_back(grab.get());
     return Run(borrowed, onTick);
 }
 
-void RunSession(GrabSession& session) {
-    const std::string text = Run({&session}, {}).front();
+void RunGrab(CameraGrab& grab) {
+    const std::string text = Run({&grab}, {}).front();
     if (!text.empty()) throw Error(text);
-    const bool isEmpty = session.Figures().good == 0 && !IsInterrupted();
-    if (isEmpty) throw Error(NoFrameText(session));
+    const bool isEmpty = grab.Figures().good == 0 && !IsInterrupted();
+    if (isEmpty) throw Error(NoFrameText(grab));
 }
 
 namespace {
@@ -114,25 +115,25 @@ std::string CureOf(const std::string& failure) {
 
 } // namespace
 
-std::string NoFrameText(const GrabSession& session) {
-    const std::string& failure = session.Figures().firstError;
-    return session.Name() + ": no good frame came: " + failure + CureOf(failure);
+std::string NoFrameText(const CameraGrab& grab) {
+    const std::string& failure = grab.Figures().firstError;
+    return grab.Name() + ": no good frame came: " + failure + CureOf(failure);
 }
 
-std::string LostFramesText(const GrabSession& session) {
-    const GrabFigures& figures = session.Figures();
+std::string LostFramesText(const CameraGrab& grab) {
+    const GrabFigures& figures = grab.Figures();
     const std::string missed = std::to_string(figures.missed) + " frames never came";
     if (figures.failed > 0) {
-        return session.Name() + ": " + std::to_string(figures.failed) + " of " +
+        return grab.Name() + ": " + std::to_string(figures.failed) + " of " +
                std::to_string(figures.good + figures.failed) + " frames failed: " + figures.firstError +
                (figures.missed > 0 ? "; " + missed : "") + CureOf(figures.firstError);
     }
     if (figures.missed == 0) return {};
-    return session.Name() + ": " + missed + "; bridge longer pauses with more --buffers, ask `tavix doctor`";
+    return grab.Name() + ": " + missed + "; bridge longer pauses with more --buffers, ask `tavix doctor`";
 }
 
-void ThrowIfFramesAreLost(const GrabSession& session) {
-    const std::string text = LostFramesText(session);
+void ThrowIfFramesAreLost(const CameraGrab& grab) {
+    const std::string text = LostFramesText(grab);
     if (!text.empty()) throw Error(text, kPartly);
 }
 

@@ -1,7 +1,5 @@
 #include "images/ImageNames.h"
 
-#include "output/Text.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -18,28 +16,26 @@ std::string Plain(std::string name) {
     return name;
 }
 
-std::string ShortPrefix(const Tavix::CDeviceInfo& camera) {
-    return Plain(Text(camera.GetModelName()) + "_" + Text(camera.GetSerialNumber()));
+std::string ShortPrefix(const Tavix::CameraInfo& camera) {
+    return Plain(camera.model + "_" + camera.serial);
 }
 
-std::string LongPrefix(const Tavix::CDeviceInfo& camera) {
-    GenICam::gcstring guid;
-    (void)camera.GetPropertyValue("DeviceGUID", guid);
-    return ShortPrefix(camera) + "_" + Plain(Text(guid));
+std::string LongPrefix(const Tavix::CameraInfo& camera) {
+    return ShortPrefix(camera) + "_" + Plain(camera.guid);
 }
 
 template<class NameOf>
-bool IsAlone(const std::string& name, const Tavix::DeviceInfoList& all, NameOf nameOf) {
+bool IsAlone(const std::string& name, const std::vector<Tavix::CameraInfo>& all, NameOf nameOf) {
     return std::count_if(all.begin(), all.end(), [&](const auto& other) { return nameOf(other) == name; }) < 2;
 }
 
 } // namespace
 
-std::string ImagePrefix(const Tavix::CDeviceInfo& camera, const Tavix::DeviceInfoList& all) {
+std::string ImagePrefix(const Tavix::CameraInfo& camera, const std::vector<Tavix::CameraInfo>& all) {
     if (const std::string name = ShortPrefix(camera); IsAlone(name, all, ShortPrefix)) return name;
     const std::string name = LongPrefix(camera);
     if (IsAlone(name, all, LongPrefix)) return name;
-    return name + "_" + Plain(Text(camera.GetFullName())); // where it is plugged in tells any two apart
+    return name + "_" + Plain(camera.path); // where it is plugged in tells any two apart
 }
 
 std::string ImageNames::Name(std::uint64_t blockId, std::uint64_t copy, const std::string& extension) const {
@@ -56,7 +52,7 @@ bool ImageNames::IsFirst(std::uint64_t blockId) {
     return true;
 }
 
-std::string ImageNames::Place(NewFile& file, std::uint64_t blockId, const std::string& extension) {
+std::string ImageNames::Place(Tavix::NewFile& file, std::uint64_t blockId, const std::string& extension) {
     if (IsFirst(blockId) && m_Overwrites) {
         file.Close();
         return Wanted(blockId, extension);

@@ -1,18 +1,19 @@
 #pragma once
 // Names of image files.
 
-#include "NewFile.h"
+#include "core/NewFile.h"
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include <tavix/Tavix.h>
+#include <tavix/camera/CameraInfo.h>
 
 namespace tool {
 
 /// What the names of a camera's images begin with: model and serial number, and what it takes to tell the camera from
 /// all the others of the list.
-std::string ImagePrefix(const Tavix::CDeviceInfo& camera, const Tavix::DeviceInfoList& all);
+std::string ImagePrefix(const Tavix::CameraInfo& camera, const std::vector<Tavix::CameraInfo>& all);
 
 /// Finds places for the images of one grab from one camera: PREFIX_NUMBER.EXTENSION, with -2, -3 ... behind the number
 /// where that is taken. An image never takes the place of another one of the same grab, and that of an earlier grab
@@ -27,7 +28,7 @@ public:
         return Name(blockId, 1, extension);
     }
     /// Closes the file in a place of its own, and gives that.
-    std::string Place(NewFile& file, std::uint64_t blockId, const std::string& extension);
+    std::string Place(Tavix::NewFile& file, std::uint64_t blockId, const std::string& extension);
 
 private:
     std::string Name(std::uint64_t blockId, std::uint64_t copy, const std::string& extension) const;

@@ -31,9 +31,12 @@ void ImageWriter::Finish() {
 }
 
 void ImageWriter::Save(const Job& job) {
-    const WrittenImage image = WriteImage(m_Names, m_Format, job.view, job.facts);
+    Tavix::imaging::PictureView picture = job.image.Picture();
+    picture.size = job.image.Payload().size; // a raw file holds all that came
+    const ImageFacts facts{job.camera, job.image.PixelFormat(), job.image.BlockId(), job.image.CameraTime()};
+    const WrittenImage written = WriteImage(m_Names, m_Format, picture, facts);
     ++m_Written;
-    if (image.isRaw && m_Format != ImageFormat::Raw) ++m_Unconverted;
+    if (written.isRaw && m_Format != ImageFormat::Raw) ++m_Unconverted;
 }
 
 void ImageWriter::Run() {
@@ -52,7 +55,7 @@ void ImageWriter::Run() {
             error = CaughtReason();
             m_HasFailed = true;
         }
-        job.done();
+        job.image = Tavix::Image();
         lock.lock();
         m_Busy = false;
         if (m_FirstError.empty()) m_FirstError = error;

@@ -7,21 +7,20 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 
+#include <tavix/camera/Image.h>
+
 namespace tool {
 
-/// Jobs are written in the order in which they come. The bytes of a job stay borrowed until its `done` has run, on the
-/// writer's thread. Thread-safe.
+/// Jobs are written in the order in which they come, and their images given back to the stream then. Thread-safe.
 class ImageWriter {
 public:
     struct Job {
-        ImageView view;
-        ImageFacts facts;
-        std::function<void()> done; ///< gives the bytes back; must not throw
+        Tavix::Image image;
+        std::string camera; ///< its name
     };
 
     ImageWriter(ImageNames names, ImageFormat format);

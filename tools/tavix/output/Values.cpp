@@ -1,26 +1,18 @@
 #include "output/Values.h"
 
-#include "features/FeatureText.h"
-#include "output/Text.h"
-
 namespace tool {
 
-NamedValue ReadValue(GenApi::INode& node) {
-    const nlohmann::json json = FeatureJson(node);
-    return {Text(node.GetName()), ValueText(node), json.contains("value") ? json["value"] : nlohmann::json()};
-}
-
-std::string ValuesText(const std::vector<NamedValue>& values) {
+std::string ValuesText(const Values& values) {
     std::string text;
-    for (const NamedValue& value : values)
-        text += (text.empty() ? "" : " ") + value.name + "=" + value.text;
+    for (const auto& [name, value] : values)
+        text += (text.empty() ? "" : " ") + name + "=" + value.Text();
     return text;
 }
 
-nlohmann::json ValuesJson(const std::vector<NamedValue>& values) {
+nlohmann::json ValuesJson(const Values& values) {
     nlohmann::json json = nlohmann::json::object();
-    for (const NamedValue& value : values)
-        json[value.name] = value.value;
+    for (const auto& [name, value] : values)
+        json[name] = std::visit([](const auto& plain) { return nlohmann::json(plain); }, value.Get());
     return json;
 }
 

@@ -1,24 +1,19 @@
 #pragma once
-// Values of features as they are printed side by side.
+// Values that came with an event or an image, as they are printed side by side.
 
+#include <map>
 #include <string>
-#include <vector>
 
-#include <GenApi/GenApi.h>
 #include <nlohmann/json.hpp>
+#include <tavix/camera/Value.h>
 
 namespace tool {
 
-/// A feature's name with its value at one moment. Re-entrant.
-struct NamedValue {
-    std::string name;
-    std::string text;     ///< for a terminal
-    nlohmann::json value; ///< with its type
-};
+/// By their names.
+using Values = std::map<std::string, Tavix::Value>;
 
-NamedValue ReadValue(GenApi::INode& node);
 /// "Name=value Name=value".
-std::string ValuesText(const std::vector<NamedValue>& values);
-nlohmann::json ValuesJson(const std::vector<NamedValue>& values);
+std::string ValuesText(const Values& values);
+nlohmann::json ValuesJson(const Values& values);
 
 } // namespace tool

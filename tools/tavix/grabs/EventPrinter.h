@@ -1,0 +1,47 @@
+#pragma once
+// Prints the events of a camera.
+
+#include "grabs/FrameObserver.h"
+#include "line/Options.h"
+
+#include "core/WaitObject.h"
+
+#include <chrono>
+#include <mutex>
+#include <string>
+
+namespace tool {
+
+/// Works with a camera that is open: alone, or as the observer of a grab. Prints on the thread that delivers events.
+/// Thread-safe.
+class EventPrinter final : public FrameObserver {
+public:
+    explicit EventPrinter(const EventsOptions& options) : m_Options(options) {}
+
+    /// Switches the events on and begins to print. Throws Tavix::Error.
+    void Start(Tavix::Camera& camera);
+    /// Whether enough events have come, none came in time, or they cannot be taken any more; waits a moment for that.
+    bool HasEnded(std::chrono::milliseconds patience = {});
+    /// Why it ended early; empty for no reason.
+    std::string Failure() const;
+
+private:
+    void OnReady(Tavix::Camera& camera) override { Start(camera); }
+    void OnImage(const Tavix::Image&) override {}
+    void OnEnd() override {}
+
+    void Take(const Tavix::CameraEvent& event);
+    void Print(const Tavix::CameraEvent& event) const;
+    bool IsEnough() const { return m_Options.count > 0 && m_Count >= m_Options.count; }
+    std::string SilenceText() const;
+    void End(const std::string& failure);
+
+    const EventsOptions m_Options;
+    const Tavix::WaitObjectEx m_Ended = Tavix::WaitObjectEx::Create(/*manualReset=*/true);
+    mutable std::mutex m_Mutex;
+    std::uint64_t m_Count = 0;                        // guarded by m_Mutex
+    std::chrono::steady_clock::time_point m_LastSign; // guarded by m_Mutex
+    std::string m_Failure;                            // guarded by m_Mutex
+};
+
+} // namespace tool
