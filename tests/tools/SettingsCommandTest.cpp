@@ -104,7 +104,9 @@ TEST(Load, SaysWhatIsWrongWithAValueHoweverOftenItTried) {
     const Outcome outcome = OnVirtualCamera({"load", folder.Write("s.txt", "Height\t512\nWidth\t99999\n")});
     EXPECT_EQ(outcome.status, 3);
     ASSERT_EQ(Lines(outcome.out).size(), 2u) << outcome.out;
-    EXPECT_EQ(Lines(outcome.out)[1], "  Width: Value 99999 must be smaller than or equal to Max 1280.");
+    EXPECT_EQ(Lines(outcome.out)[1],
+              "  Width: cannot set Width of VC-1300 (40000001) to '99999': Value 99999 must be smaller "
+              "than or equal to Max 1280; it takes 16 .. 1280 step 4");
 }
 
 TEST(Load, TakesNoMoreThanAFileOfSettingsMayHave) {
