@@ -6,6 +6,7 @@
 
 #include <GenApi/Persistence.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace Tavix {
@@ -39,21 +40,33 @@ std::vector<RefusedSetting> Unread(const GenICam::gcstring_vector& errors) {
     return unread;
 }
 
+/// What could not be read of a camera that has gone are no settings of it, whether the notice has come yet or not.
+void ThrowIfGone(const detail::OpenDevice& device, const std::vector<RefusedSetting>& unread) {
+    const detail::Removal& removal = device.GetRemoval();
+    const auto isByRemoval = [&](const RefusedSetting& each) { return removal.Explains(each.reason); };
+    const bool isGone = unread.empty() ? removal.HasHappened()
+                                       : std::any_of(unread.begin(), unread.end(), isByRemoval) || removal.IsLikely();
+    if (isGone) throw Removed(device.Name() + " is unplugged");
+}
+
 } // namespace
 
 Settings Camera::ReadSettings(std::vector<RefusedSetting>* unread) const {
     const std::shared_ptr<detail::OpenDevice> device = Checked().Hold();
     std::ostringstream text;
+    std::vector<RefusedSetting> failed;
     try {
         GenApi::CFeatureBag bag;
         GenICam::gcstring_vector errors;
         bag.StoreToBag(&device->Nodes(), kAllSettings, &errors);
-        if (unread) *unread = Unread(errors);
+        failed = Unread(errors);
         text << bag;
-    } catch (const GenICam::GenericException&) {
+    } catch (const GenICam::GenericException& e) {
+        if (device->GetRemoval().Explains(detail::Reason(e))) throw Removed(device->Name() + " is unplugged");
         detail::RethrowAsError("cannot read the settings of " + device->Name() + ": ");
     }
-    if (device->GetRemoval().HasHappened()) throw Removed(device->Name() + " is unplugged");
+    ThrowIfGone(*device, failed);
+    if (unread) *unread = std::move(failed);
     return Settings::FromText(text.str());
 }
 

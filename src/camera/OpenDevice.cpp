@@ -8,10 +8,11 @@ namespace Tavix::detail {
 namespace {
 
 constexpr unsigned int kNoticePatienceMs = 500;
+constexpr char kRemoved[] = "The camera was removed.";
 
 /// What these say is advice enough, and asking a silent camera once more would cost seconds.
 bool IsClear(const std::string& reason) {
-    return reason.find("The camera was removed.") != std::string::npos ||
+    return reason.find(kRemoved) != std::string::npos ||
            reason.find("The camera did not answer in time.") != std::string::npos;
 }
 
@@ -28,6 +29,10 @@ bool IsClear(const std::string& reason) {
 }
 
 } // namespace
+
+bool Removal::Explains(const std::string& reason) const {
+    return HasHappened() || reason.find(kRemoved) != std::string::npos;
+}
 
 bool Removal::IsLikely() const {
     return m_Bell.Wait(kNoticePatienceMs);

@@ -29,6 +29,8 @@ public:
     bool HasHappened() const { return m_HasHappened; }
     /// Stays signalled once it has happened.
     const WaitObject& Bell() const { return m_Bell; }
+    /// Whether an access failed for that reason because the camera has gone, even if the notice of it is still to come.
+    bool Explains(const std::string& reason) const;
     /// Waits a moment for a notice that may lag behind the failures that it explains.
     bool IsLikely() const;
     void Happen();

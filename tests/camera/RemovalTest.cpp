@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr char kGoes[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
+constexpr char kGoes[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
     "faults": {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}]}}])";
 constexpr char kComesBack[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
     "faults": {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}], "replugAfterMs": 200}}])";
@@ -35,6 +35,26 @@ TEST(Removal, EndsAStreamThatDoesNotWait) {
     EXPECT_TRUE(stream.HasEnded());
     EXPECT_EQ(stream.Counts().delivered, 5U);
     ErrorOf<Tavix::Removed>([&] { camera["ExposureTime"] = 1.0; });
+}
+
+constexpr char kGoesWhileItIsAsked[] = R"([{"serial": "7", "faults": {"control": [{"fault": "Unplug", "skip": 60}]}}])";
+
+TEST(Removal, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
+    VirtualBus bus(kGoesWhileItIsAsked);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    EXPECT_THAT(ErrorOf<Tavix::Removed>([&] {
+                    for (double time = 1000;; ++time)
+                        camera["ExposureTime"] = time;
+                }),
+                HasSubstr("unplugged"));
+}
+
+TEST(Removal, LeavesNoSettingsThatOneCouldKeep) {
+    VirtualBus bus(kGoesWhileItIsAsked);
+    const Tavix::Camera camera = Tavix::Camera::Open();
+    std::vector<Tavix::RefusedSetting> unread;
+    ErrorOf<Tavix::Removed>([&] { camera.ReadSettings(&unread); });
+    EXPECT_TRUE(unread.empty());
 }
 
 TEST(Removal, IsSurvivedByAStreamThatWaits) {
