@@ -12,6 +12,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+/// What a camera that has gone had sent before is completed by then; usually it is at once.
+constexpr unsigned int kRestPatienceMs = 200;
+
 unsigned int MillisecondsUntil(const Deadline& deadline) {
     if (!deadline) return WaitObject::waitForever;
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*deadline - Clock::now()).count() + 1;
@@ -93,6 +96,7 @@ void Acquisition::StartSession(Clock::time_point lastArrival) {
 }
 
 void Acquisition::StopSession() {
+    m_IsGoing = false;
     if (m_Session) m_Session->Close(); // while it closes, results may still come
     m_Live = nullptr;
     m_Session.reset();
@@ -150,8 +154,10 @@ Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
         try {
             Feed();
             if (Image image = TakeResult()) return image;
-            if (IsUnplugged()) {
-                Lose();
+            if (m_IsGoing) {
+                if (!AwaitRest()) Lose();
+            } else if (IsUnplugged()) {
+                m_IsGoing = true;
             } else if (!Await(deadline)) {
                 if (!deadline || !m_Session->HasSink() || !HasSign(*deadline - patience)) return {};
                 deadline = Clock::now() + patience; // images came meanwhile, by the other road
@@ -163,11 +169,16 @@ Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
     return {};
 }
 
+bool Acquisition::AwaitRest() const {
+    return !m_Session->HasSink() && m_Session->Queued() != 0 && m_Session->Ready().Wait(kRestPatienceMs);
+}
+
 bool Acquisition::HasSign(Clock::time_point since) const {
     return Clock::time_point(Clock::duration(m_LastSign)) > since;
 }
 
 void Acquisition::Feed() {
+    if (m_IsGoing) return;
     std::unique_lock<std::mutex> feeding(m_Feeding, std::defer_lock);
     if (m_Session->HasSink()) feeding.lock();
     QueueReturned(*m_Session);
@@ -236,7 +247,7 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
     frame.arrival = Clock::now();
     if (!result.Succeeded()) CountFailed(session, frame);
     if (!result.Succeeded() && (!m_Options.incomplete || frame.payloadSize == 0)) {
-        session.Queue(frame);
+        if (!session.Device()->GetRemoval().HasHappened()) session.Queue(frame);
         return {};
     }
     CountMissed(frame);
@@ -280,10 +291,9 @@ bool Acquisition::Await(const Deadline& deadline) {
 }
 
 void Acquisition::OnFailure(const std::exception& failure) {
-    if (m_Session->Device()->GetRemoval().IsLikely()) {
-        Lose();
-        return;
-    }
+    if (m_IsGoing) return Lose();
+    m_IsGoing = m_Session->Device()->GetRemoval().IsLikely();
+    if (m_IsGoing) return;
     const std::string text = m_Origin->camera + " streams no more: " + Reason(failure);
     m_IsRunning = false;
     StopSession();

@@ -88,6 +88,8 @@ private:
     bool Await(const Deadline& deadline);
     void OnFailure(const std::exception& failure);
     void Lose();
+    /// Of a camera that has gone: false when nothing that it sent before is still to come.
+    bool AwaitRest() const;
     /// One try to have the camera back. Removed when the time for it is over.
     void SeekCamera(const Deadline& deadline);
     bool IsUnplugged() const { return m_Session && m_Session->Device()->GetRemoval().HasHappened(); }
@@ -112,6 +114,7 @@ private:
     std::shared_ptr<HostClock> m_Clock;
     WaitObjects m_Events;
     std::shared_ptr<const FrameOrigin> m_Origin;
+    bool m_IsGoing = false; // the camera has left, and what it sent before is still handed out
     bool m_IsAttached = false, m_IsAway = false, m_IsStarving = false;
     std::uint64_t m_LastBlock = 0;
     bool m_KnowsLastBlock = false;
