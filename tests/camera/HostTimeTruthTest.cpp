@@ -21,12 +21,14 @@ constexpr std::int64_t kJump = 300'000'000;
 /// own enclose that.
 class TrueClock {
 public:
-    /// A latch happens between the moments before and after it.
+    /// The latch whose value is read happens between the moments before and after; it may be the one of the camera's
+    /// own clock thread, which comes between ours and the reading.
     void Enclose(Tavix::Camera& camera) {
         const std::int64_t before = Now();
         camera["TimestampLatch"].Execute();
+        const auto value = static_cast<std::uint64_t>(camera["TimestampLatchValue"].Int());
         const std::int64_t after = Now();
-        const std::int64_t passed = Passed(static_cast<std::uint64_t>(camera["TimestampLatchValue"].Int()));
+        const std::int64_t passed = Passed(value);
         m_Earliest = std::max(m_Earliest, before - passed);
         m_Latest = std::min(m_Latest, after - passed);
     }
