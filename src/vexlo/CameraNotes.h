@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 
 namespace vexlo {
@@ -34,11 +35,25 @@ public:
         std::uint32_t& trusted = m_TrustedTransfers[camera];
         trusted = std::max(trusted, size);
     }
+    /// Whether its texts were read at once when they were read last; false when nothing is known.
+    bool IsQuick(const std::string& camera) const TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        return m_Quick.count(camera) != 0;
+    }
+    void NoteQuick(const std::string& camera, bool isQuick) TAVIX_EXCLUDES(m_Lock) {
+        const MutexLock lock(m_Lock);
+        if (isQuick) {
+            m_Quick.insert(camera);
+        } else {
+            m_Quick.erase(camera);
+        }
+    }
 
 private:
     mutable Mutex m_Lock;
     std::map<std::string, std::uint32_t> m_TransferLimits TAVIX_GUARDED_BY(m_Lock);
     std::map<std::string, std::uint32_t> m_TrustedTransfers TAVIX_GUARDED_BY(m_Lock);
+    std::set<std::string> m_Quick TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace vexlo

@@ -2,6 +2,7 @@
 #include "vexlo/Enumerator.h"
 
 #include "core/AtOnce.h"
+#include "vexlo/Deadline.h"
 #include "vexlo/Discovery.h"
 #include "vexlo/Library.h"
 #include "vexlo/NoThrow.h"
@@ -9,13 +10,42 @@
 namespace vexlo {
 namespace {
 
-VxStatus DescribeAll(const BackendList& backends, std::vector<DeviceDiscoveryInfo>& infos) {
+constexpr Clock::Duration kQuick{50};
+
+/// What one thread does: the cameras' places in the list.
+using Share = std::vector<std::size_t>;
+
+/// A camera that does not answer takes seconds, and the others need not wait for it. Those that were quick the last
+/// time share a thread, since whoever waits for cameras lists them often.
+std::vector<Share> PartWork(const std::vector<FoundCamera>& cameras, const CameraNotes& notes) {
+    std::vector<Share> shares(1);
+    for (std::size_t i = 0; i < cameras.size(); ++i) {
+        if (notes.IsQuick(cameras[i].path)) {
+            shares.front().push_back(i);
+        } else {
+            shares.push_back({i});
+        }
+    }
+    if (shares.front().empty()) shares.erase(shares.begin());
+    return shares;
+}
+
+void DescribeNoting(const FoundCamera& camera, std::size_t index, CameraNotes& notes, DeviceDiscoveryInfo& info) {
+    const Clock::TimePoint start = CurrentClock().Now();
+    Describe(camera, index, info);
+    notes.NoteQuick(camera.path, CurrentClock().Now() - start <= kQuick);
+}
+
+VxStatus DescribeAll(Library& library, std::vector<DeviceDiscoveryInfo>& infos) {
     std::vector<FoundCamera> cameras;
-    const VxStatus status = FindCameras(backends, cameras);
+    const VxStatus status = FindCameras(library.Backends(), cameras);
     if (status != VX_OK) return status;
     infos.resize(cameras.size());
-    // A camera that does not answer takes seconds; those behind it in the list need not wait for it.
-    Tavix::AtOnce(cameras.size(), [&](std::size_t i) { Describe(cameras[i], i, infos[i]); });
+    const std::vector<Share> shares = PartWork(cameras, library.Notes());
+    Tavix::AtOnce(shares.size(), [&](std::size_t number) {
+        for (const std::size_t i : shares[number])
+            DescribeNoting(cameras[i], i, library.Notes(), infos[i]);
+    });
     WarnOfEqualGuids(infos);
     return VX_OK;
 }
@@ -39,7 +69,7 @@ VxStatus CEnumerator::Discover(Callee* callee) {
     const auto library = Library::Get();
     if (!library) return VX_E_NOT_INITIALIZED;
     std::vector<DeviceDiscoveryInfo> infos;
-    const VxStatus status = NoThrow([&] { return DescribeAll(library->Backends(), infos); });
+    const VxStatus status = NoThrow([&] { return DescribeAll(*library, infos); });
     if (status != VX_OK) return status;
     for (const DeviceDiscoveryInfo& info : infos) // what the callee throws is its caller's
         if (callee->EnumCallback(&info) != 0) break;

@@ -4,9 +4,7 @@
 #include "vexlo/Fixture.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
 
 namespace {
 
@@ -180,68 +178,6 @@ TEST_F(Discovery, WarnsOfEqualGuidsAndTellsCamerasApartByTheirPlaces) {
     EXPECT_EQ(twin.OpenHandles(), 1);
     EXPECT_EQ(camera.OpenHandles(), 0);
     ASSERT_EQ(device->Close(), VX_OK);
-    InjectBackends({std::make_shared<ScriptedBackend>(camera)});
-    Exit();
-    ASSERT_EQ(Init(), VX_OK);
-}
-
-/// Where those who open cameras wait for each other. Thread-safe.
-class Meeting {
-public:
-    explicit Meeting(int wanted) : m_Wanted(wanted) {}
-    void Join() {
-        std::unique_lock<std::mutex> guard(m_Mutex);
-        ++m_Present;
-        m_Changed.notify_all();
-        m_Met += m_Changed.wait_for(guard, std::chrono::seconds(30), [this] { return m_Present >= m_Wanted; });
-    }
-    int Met() const { return m_Met; }
-
-private:
-    const int m_Wanted;
-    std::mutex m_Mutex;
-    std::condition_variable m_Changed;
-    int m_Present = 0; // guarded by m_Mutex
-    int m_Met = 0;     // guarded by m_Mutex; read when all have gone
-};
-
-/// A bus whose camera opens once those of all other buses are being opened, too.
-class MeetingBackend final : public usb::Backend {
-public:
-    MeetingBackend(Camera& camera, const std::string& name, Meeting& meeting)
-        : m_Bus(camera, name), m_Meeting(meeting) {}
-    const char* Name() const override { return m_Bus.Name(); }
-    usb::Result Enumerate(std::vector<usb::DeviceEntry>& devices) override { return m_Bus.Enumerate(devices); }
-    usb::Result Open(const std::string& id, std::unique_ptr<usb::Handle>& handle) override {
-        m_Meeting.Join();
-        return m_Bus.Open(id, handle);
-    }
-    std::uint64_t RegisterHotplug(usb::HotplugHandler handler) override {
-        return m_Bus.RegisterHotplug(std::move(handler));
-    }
-    void DeregisterHotplug(std::uint64_t registration) override { m_Bus.DeregisterHotplug(registration); }
-
-private:
-    ScriptedBackend m_Bus;
-    Meeting& m_Meeting;
-};
-
-/// A camera that does not answer at endpoint 0 takes seconds to be asked for its names.
-TEST_F(Discovery, AsksAllCamerasAtTheSameTime) {
-    Camera second, third;
-    Meeting meeting(3);
-    InjectBackends({std::make_shared<MeetingBackend>(camera, "first", meeting),
-                    std::make_shared<MeetingBackend>(second, "second", meeting),
-                    std::make_shared<MeetingBackend>(third, "third", meeting)});
-    Exit();
-    ASSERT_EQ(Init(), VX_OK);
-    const auto found = All();
-    EXPECT_EQ(meeting.Met(), 3);
-    ASSERT_EQ(found.size(), 3u);
-    EXPECT_STREQ(found[0].DevicePath, "first:1#0");
-    EXPECT_STREQ(found[2].DevicePath, "third:1#0");
-    EXPECT_EQ(found[2].DeviceIndex, 2);
-    EXPECT_STREQ(found[2].ModelName, "Model");
     InjectBackends({std::make_shared<ScriptedBackend>(camera)});
     Exit();
     ASSERT_EQ(Init(), VX_OK);
