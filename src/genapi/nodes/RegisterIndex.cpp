@@ -67,8 +67,7 @@ std::vector<RegisterNode*> RegisterIndex::Overlapping(const RegisterNode& change
         const uint64_t reach = uint64_t{1} << level;
         const Key from{written.pPort, level, first > reach ? first - reach : 0};
         const Key to{written.pPort, level, last < first ? UINT64_MAX : last};
-        const auto end = m_Places.upper_bound(to);
-        for (auto place = m_Places.lower_bound(from); place != end; ++place) {
+        for (auto place = m_Places.lower_bound(from); place != m_Places.end() && place->first <= to; ++place) {
             RegisterNode* const pNode = place->second;
             if (pNode != &changed && Overlap(pNode->LastPlace(), written)) found.push_back(pNode);
         }
