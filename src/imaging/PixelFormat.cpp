@@ -17,25 +17,38 @@ constexpr PixelFormatInfo kRows[] = {
 #include <tavix/imaging/PixelFormats.inc>
 };
 
-using Index = std::array<std::uint16_t, std::size(kRows)>;
+// Rows by code. Every image asks, so that a glance must do: a hash table, made by the compiler, more than half empty.
+constexpr std::size_t kSlots = 512;
+constexpr std::uint16_t kEmpty = UINT16_MAX;
+using Slots = std::array<std::uint16_t, kSlots>;
+static_assert(2 * std::size(kRows) < kSlots);
 
-/// Rows by code, ascending; the table itself stands in families.
-constexpr Index ByCode() {
-    Index index{};
-    for (std::size_t i = 0; i < index.size(); ++i) {
-        std::size_t place = i;
-        for (; place > 0 && kRows[index[place - 1]].format > kRows[i].format; --place)
-            index[place] = index[place - 1];
-        index[place] = static_cast<std::uint16_t>(i);
-    }
-    return index;
+constexpr std::size_t FirstSlot(PixelFormat format) {
+    return (static_cast<std::uint32_t>(format) * 2654435761U) >> 23;
 }
 
-constexpr Index kByCode = ByCode();
+/// Where the format stands, or the empty slot where it would.
+constexpr std::size_t SlotOf(const Slots& slots, PixelFormat format) {
+    std::size_t slot = FirstSlot(format);
+    while (slots[slot] != kEmpty && kRows[slots[slot]].format != format)
+        slot = (slot + 1) % kSlots;
+    return slot;
+}
+
+constexpr Slots ByCode() {
+    Slots slots{};
+    for (std::uint16_t& slot : slots)
+        slot = kEmpty;
+    for (std::size_t i = 0; i < std::size(kRows); ++i)
+        slots[SlotOf(slots, kRows[i].format)] = static_cast<std::uint16_t>(i);
+    return slots;
+}
+
+constexpr Slots kByCode = ByCode();
 
 constexpr bool HasEachCodeOnce() {
-    for (std::size_t i = 1; i < kByCode.size(); ++i) {
-        if (kRows[kByCode[i - 1]].format == kRows[kByCode[i]].format) return false;
+    for (std::size_t i = 0; i < std::size(kRows); ++i) {
+        if (kByCode[SlotOf(kByCode, kRows[i].format)] != i) return false;
     }
     return true;
 }
@@ -54,9 +67,8 @@ PixelFormatTable PixelFormats() noexcept {
 }
 
 const PixelFormatInfo* FindPixelFormat(PixelFormat format) noexcept {
-    const auto row = std::lower_bound(kByCode.begin(), kByCode.end(), format,
-                                      [](std::uint16_t i, PixelFormat code) { return kRows[i].format < code; });
-    return row == kByCode.end() || kRows[*row].format != format ? nullptr : &kRows[*row];
+    const std::uint16_t row = kByCode[SlotOf(kByCode, format)];
+    return row == kEmpty ? nullptr : &kRows[row];
 }
 
 const PixelFormatInfo* FindPixelFormat(std::string_view name) noexcept {
