@@ -119,6 +119,11 @@ void PacketBus::RefuseSubmit(Result result) {
     m_NextSubmit = result;
 }
 
+void PacketBus::OnCancel(std::function<void()> handler) {
+    Lock lock(m_Mutex);
+    m_OnCancel = std::move(handler);
+}
+
 std::size_t PacketBus::Queued() const {
     Lock lock(m_Mutex);
     return m_Queue.size();
@@ -155,6 +160,11 @@ std::size_t PacketBus::Unsent() const {
 unsigned int PacketBus::EventCalls() const {
     Lock lock(m_Mutex);
     return m_EventCalls;
+}
+
+unsigned int PacketBus::Wakes() const {
+    Lock lock(m_Mutex);
+    return m_Wakes;
 }
 
 unsigned int PacketBus::ShortestWait() const {
@@ -297,6 +307,11 @@ Result PacketBus::Submit(usb::Transfer& transfer) {
 Result PacketBus::Cancel(usb::Transfer& transfer) {
     const shortage::AmpleMemory ample;
     Lock lock(m_Mutex);
+    if (const auto handler = std::exchange(m_OnCancel, nullptr)) {
+        lock.unlock();
+        handler();
+        lock.lock();
+    }
     const auto found = std::find(m_Queue.begin(), m_Queue.end(), &transfer);
     if (found == m_Queue.end()) return Result::NotFound;
     if (found + 1 != m_Queue.end()) m_Offences.push_back("a transfer was cancelled before a later one");
@@ -335,6 +350,7 @@ Result PacketBus::HandleEvents(unsigned int timeoutMs) {
 void PacketBus::WakeEvents() {
     Lock lock(m_Mutex);
     m_Wake = true;
+    ++m_Wakes;
     m_Changed.notify_all();
 }
 

@@ -46,6 +46,9 @@ public:
     void RefuseClearHalt(usb::Result result);
     void RefuseSubmit(usb::Result result); ///< the next one
 
+    /// Called once, at the next transfer that the host cancels, with no lock held.
+    void OnCancel(std::function<void()> handler);
+
     // What the host did.
     std::size_t Queued() const;
     std::size_t Ended() const; ///< transfers whose completion has not run yet
@@ -54,6 +57,7 @@ public:
     std::size_t MostQueued() const;
     std::size_t Unsent() const; ///< packets and faults of the script that are still to come
     unsigned int EventCalls() const;
+    unsigned int Wakes() const;
     /// Of all waits for events, in milliseconds.
     unsigned int ShortestWait() const;
     /// Transfers that came after the camera had gone.
@@ -114,7 +118,9 @@ private:
     unsigned int m_Each = 0;
     unsigned int m_Submits = 0;
     std::size_t m_MostQueued = 0;
+    std::function<void()> m_OnCancel;
     unsigned int m_EventCalls = 0;
+    unsigned int m_Wakes = 0;
     unsigned int m_ShortestWait = UINT_MAX;
     unsigned int m_Refused = 0;
     unsigned int m_HaltsCleared = 0;

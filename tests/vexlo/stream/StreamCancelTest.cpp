@@ -3,6 +3,8 @@
 #include "EngineBench.h"
 
 #include <atomic>
+#include <future>
+#include <thread>
 
 using namespace streamtest;
 
@@ -20,6 +22,32 @@ TEST(StreamCancel, SurvivesARestart) {
         if (status == VX_OK) break;
         ASSERT_TRUE(status == VX_E_CANCELLED || status == VX_E_USB_STALL) << status;
     }
+    EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
+}
+
+/// The cancel comes between the failure and the end of what was queued behind it, which fails no more.
+TEST(StreamCancel, LeavesAFailureItsRestart) {
+    EngineBench bench;
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 20; }));
+    std::promise<void> cancelled;
+    std::thread canceller;
+    bench.bus.OnCancel([&] {
+        const unsigned int wakes = bench.bus.Wakes();
+        canceller = std::thread([&] {
+            bench.engine->Cancel();
+            cancelled.set_value();
+        });
+        EXPECT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Wakes() > wakes; }));
+    });
+    bench.bus.Fail(usb::TransferStatus::Error);
+    cancelled.get_future().wait();
+    canceller.join();
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(bench.Next().Status, VX_E_CANCELLED);
+    bench.QueueAll();
+    bench.ExpectGood(0);
     EXPECT_EQ(bench.camera.TimesEnabled(), 1u);
 }
 
