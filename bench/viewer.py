@@ -21,7 +21,8 @@ CASES = [(1920, 1088, 1080, 100), (4096, 3008, 3000, 30)]  # sensors have multip
 
 
 def camera(width, height, rate):
-    return json.dumps({"cameras": [{"sensorWidth": width, "sensorHeight": height, "frameRate": rate}]})
+    """A real camera keeps its pace on a busy computer; this one's thread comes late and sends at once what it owes."""
+    return json.dumps({"cameras": [{"sensorWidth": width, "sensorHeight": height, "frameRate": rate, "bufferedFrames": 32}]})
 
 
 def processor_seconds(process):

@@ -13,6 +13,9 @@ using namespace Tavix;
 
 constexpr std::int64_t kFewestBuffers = 16, kMostBuffers = 64;
 constexpr std::int64_t kMemory = 64 << 20;
+// The browser, often on the same computer, takes all the processor time that it gets; the camera's transfers wait for
+// nobody. The thread works for microseconds at a time.
+constexpr unsigned int kStreamPriority = 10;
 
 /// As many images as fit into a memory that a bench can spare: on a busy computer nobody may come for them for a while.
 std::size_t CountBuffers(Tavix::Camera& camera) {
@@ -161,6 +164,7 @@ void Room::Start() {
     if (m_Stream) return;
     GrabOptions options;
     options.buffers = CountBuffers(Camera());
+    options.threadPriority = kStreamPriority;
     options.timeout = std::chrono::milliseconds(0);
     options.reconnect = std::chrono::milliseconds(-1);
     m_Trouble.clear();

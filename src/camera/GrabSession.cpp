@@ -70,6 +70,7 @@ void GrabSession::Prepare() {
     SetParameter("MaxNumBuffer", m_MaxFrames);
     SetParameter("MaxBufferSize", m_PayloadSize);
     if (m_Options.transferSize > 0) SetParameter("MaxTransferSize", m_Options.transferSize);
+    if (m_Options.threadPriority > 0) SetParameter("TransferLoopThreadPriority", m_Options.threadPriority);
     m_Grabber->PrepareGrab();
     m_IsPrepared = true;
     while (m_Frames < m_Options.buffers) {

@@ -133,6 +133,23 @@ TEST(Stream, CallsOnTheThreadThatTookTheTransfers) {
     EXPECT_EQ(thread, "vx-stream");
 }
 
+TEST(Stream, GivesItsThreadThePriorityThatIsAskedFor) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    const GenApi::CIntegerPtr priority(
+        camera.Device().GetStreamGrabber(0)->GetNodeMap()->GetNode("TransferLoopThreadPriority"));
+    const std::int64_t usual = priority->GetValue();
+    const auto grab = [&](unsigned int asked) {
+        Tavix::GrabOptions options;
+        options.threadPriority = asked;
+        const Tavix::ImageStream stream = camera.Grab(options);
+        return priority->GetValue();
+    };
+    EXPECT_EQ(grab(0), usual);
+    EXPECT_EQ(grab(7), 7);
+    EXPECT_THROW(grab(100), Tavix::ValueError) << "the highest is 99";
+}
+
 TEST(Stream, EndsWithACallbackWhoseCameraIsSilent) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();

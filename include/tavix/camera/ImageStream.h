@@ -45,6 +45,9 @@ struct GrabOptions {
     std::chrono::milliseconds reconnect{0};
     /// Largest transfer in bytes, for hosts or cameras that need smaller ones; 0: as the transport layer thinks best.
     std::size_t transferSize = 0;
+    /// Real-time priority of the thread that takes the transfers, 1 to 99, so that a busy computer does not keep it
+    /// from them; 0: as all other threads. Where the system does not permit it (`ulimit -r`) the log says so.
+    unsigned int threadPriority = 0;
     /// Memory for the images; empty for the library's own: mapped by the kernel where it can.
     BufferAllocator allocator;
 };
