@@ -32,6 +32,7 @@ bool ClockMap::Add(const Pair& pair) {
     m_Pairs.push_back(pair);
     while (m_Pairs.size() > 2 && pair.host - m_Pairs.front().host > kMemory)
         m_Pairs.pop_front();
+    m_Rate = FitRate();
     return fits;
 }
 
@@ -47,10 +48,9 @@ ClockMap::Rate ClockMap::FitRate() const {
 std::optional<ClockMap::Estimate> ClockMap::ToHost(std::int64_t camera) const {
     if (m_Pairs.empty()) return {};
     const Pair& last = m_Pairs.back();
-    const Rate rate = FitRate();
     const std::int64_t since = camera - last.camera;
-    return Estimate{last.host + Scaled(since, rate.value),
-                    last.roundTrip / 2 + Scaled(std::llabs(since), rate.error) + 1};
+    return Estimate{last.host + Scaled(since, m_Rate.value),
+                    last.roundTrip / 2 + Scaled(std::llabs(since), m_Rate.error) + 1};
 }
 
 void ArrivalMap::Begin(std::int64_t camera, std::int64_t offset) {

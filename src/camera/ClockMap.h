@@ -33,6 +33,7 @@ private:
     Rate FitRate() const;
 
     std::deque<Pair> m_Pairs; // oldest first
+    Rate m_Rate;              // that fits them; each image asks for it, and pairs come seldom
 };
 
 /// The same from the arrivals of images, for cameras whose clock cannot be read: an image may be late and never early.

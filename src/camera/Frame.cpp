@@ -3,6 +3,8 @@
 #include "camera/ChunkReader.h"
 #include "camera/Failure.h"
 
+#include <tavix/imaging/Picture.h>
+
 #include <algorithm>
 
 namespace Tavix::detail {
@@ -20,23 +22,39 @@ imaging::PixelFormat FormatOf(std::int32_t pixelType) {
 
 } // namespace
 
+void ImageFacts::MeasureLines() {
+    givenStride = stride = imaging::StrideOf(format, width, paddingX);
+    wholeBytes = imaging::BytesOf(format, width, height, givenStride);
+    if (givenStride != 0) return;
+    const std::uint64_t bits = std::uint64_t(imaging::BitsPerPixel(format)) * width;
+    stride = bits % 8 == 0 ? static_cast<std::size_t>(bits / 8) : 0;
+}
+
 Frame::Frame() = default;
 Frame::~Frame() = default;
+
+/// They seldom differ from those of the image that was here before, and looking them up takes time.
+void Frame::DescribeLines(const GrabResult& result) {
+    const std::uint32_t newWidth = Known(result.GetSizeX()), newHeight = Known(result.GetSizeY());
+    const std::uint32_t newPadding = Known(result.GetPaddingX());
+    const bool isSameFormat = pixelType == result.GetPixelType();
+    if (isSameFormat && width == newWidth && height == newHeight && paddingX == newPadding) return;
+    width = newWidth;
+    height = newHeight;
+    paddingX = newPadding;
+    pixelType = result.GetPixelType();
+    if (!isSameFormat) format = FormatOf(pixelType);
+    MeasureLines();
+}
 
 void Frame::Describe(const GrabResult& result, std::size_t expected) {
     const std::uint64_t bytes = result.GetPayloadSize64();
     payloadSize = bytes == ~std::uint64_t(0) ? 0 : std::min<std::size_t>(size, bytes);
     blockId = result.GetBlockID();
     cameraTime = result.GetTimeStamp();
-    width = Known(result.GetSizeX());
-    height = Known(result.GetSizeY());
     offsetX = Known(result.GetOffsetX());
     offsetY = Known(result.GetOffsetY());
-    paddingX = Known(result.GetPaddingX());
-    if (pixelType != result.GetPixelType()) { // seldom, and to look it up takes time
-        pixelType = result.GetPixelType();
-        format = FormatOf(pixelType);
-    }
+    DescribeLines(result);
     payloadType = result.GetPayloadType();
     defect.clear();
     missingBytes = 0;

@@ -7,6 +7,7 @@
 #include <tavix/camera/Image.h>
 #include <tavix/imaging/PixelFormat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -31,6 +32,9 @@ struct ImageFacts {
     std::uint64_t number = 0, blockId = 0, missedBefore = 0, cameraTime = 0;
     std::uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0, paddingX = 0;
     imaging::PixelFormat format = imaging::PixelFormat::Undefined;
+    std::size_t stride = 0;       ///< from line to line, padding included; 0 when lines do not begin at whole bytes
+    std::size_t givenStride = 0;  ///< as imaging takes it: 0 without padding
+    std::size_t wholeBytes = 0;   ///< of all pixels; 0 when the format does not tell
     std::size_t payloadSize = 0;  ///< bytes that came
     std::size_t missingBytes = 0; ///< bytes that did not
     std::string defect;           ///< empty for a whole image
@@ -38,6 +42,11 @@ struct ImageFacts {
     std::chrono::nanoseconds gapBefore{0};
     std::chrono::steady_clock::time_point arrival{};
     HostTime time;
+
+    /// Works out strides and bytes, anew when format, size or padding are others.
+    void MeasureLines();
+    /// The part of the payload that is pixels.
+    std::size_t PixelBytes() const { return wholeBytes == 0 ? payloadSize : std::min(wholeBytes, payloadSize); }
 };
 
 /// Bound to a thread at a time: the stream's, then the image's, then the stream's again.
@@ -60,6 +69,9 @@ struct Frame : ImageFacts {
     const std::uint8_t* Bytes() const { return static_cast<const std::uint8_t*>(memory.get()); }
     /// Takes over what the result says of the image; `expected` are the bytes of a whole payload.
     void Describe(const GrabResult& result, std::size_t expected);
+
+private:
+    void DescribeLines(const GrabResult& result);
 };
 
 } // namespace Tavix::detail

@@ -5,26 +5,7 @@
 #include <tavix/camera/Error.h>
 #include <tavix/camera/Image.h>
 
-#include <algorithm>
-
 namespace Tavix {
-namespace {
-
-std::size_t StrideOf(const detail::Frame& frame) {
-    const std::size_t padded = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
-    if (padded != 0) return padded;
-    const std::uint64_t bits = std::uint64_t(imaging::BitsPerPixel(frame.format)) * frame.width;
-    return bits % 8 == 0 ? static_cast<std::size_t>(bits / 8) : 0;
-}
-
-std::size_t PixelBytes(const detail::Frame& frame) {
-    const std::size_t stride = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
-    const std::size_t bytes = imaging::BytesOf(frame.format, frame.width, frame.height, stride);
-    return bytes == 0 ? frame.payloadSize : std::min(bytes, frame.payloadSize);
-}
-
-} // namespace
-
 detail::Frame& Image::Checked() const {
     if (!m_Frame) throw StateError("the image is empty: none was taken, or it was moved away");
     return *m_Frame;
@@ -63,7 +44,7 @@ std::uint32_t Image::OffsetY() const {
 }
 
 std::size_t Image::Stride() const {
-    return StrideOf(Checked());
+    return Checked().stride;
 }
 
 std::string Image::PixelFormat() const {
@@ -78,16 +59,16 @@ imaging::PictureView Image::Picture() const {
     const detail::Frame& frame = Checked();
     imaging::PictureView view;
     view.data = frame.Bytes();
-    view.size = PixelBytes(frame);
+    view.size = frame.PixelBytes();
     view.format = frame.format;
     view.width = frame.width;
     view.height = frame.height;
-    view.stride = imaging::StrideOf(frame.format, frame.width, frame.paddingX);
+    view.stride = frame.givenStride;
     return view;
 }
 
 ByteView Image::Data() const {
-    return {Checked().Bytes(), PixelBytes(*m_Frame)};
+    return {Checked().Bytes(), m_Frame->PixelBytes()};
 }
 
 ByteView Image::Payload() const {

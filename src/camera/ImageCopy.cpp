@@ -39,6 +39,7 @@ Image Image::Convert(const std::string& pixelFormat) const {
         Image image(MakeCopy(from, std::shared_ptr<void>(picture, picture->Data()), picture->Size()));
         image.m_Frame->format = target->format;
         image.m_Frame->paddingX = 0;
+        image.m_Frame->MeasureLines();
         detail::ChunksOf(*m_Frame); // read from the payload, which the copy does not have
         image.m_Frame->chunkValues = std::make_unique<detail::ChunkValues>(*m_Frame->chunkValues);
         return image;
