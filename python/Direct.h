@@ -1,6 +1,6 @@
 #pragma once
-// What loops ask for each image: attributes and steps as the interpreter's own classes have them. Those of pybind11 look
-// up types and arguments at each call, which takes longer than all that they do.
+// What loops ask for each image: attributes and steps as the interpreter's own classes have them. Those of pybind11
+// look up types and arguments at each call, which takes longer than all that they do.
 
 #include "python/Errors.h"
 #include "python/Fork.h"

@@ -5,6 +5,7 @@
 
 #include <tavix/camera/Camera.h>
 
+#include <functional>
 #include <memory>
 
 namespace tavixpython {

@@ -2,6 +2,7 @@
 
 #include <tavix/camera/Error.h>
 
+#include <new>
 #include <string>
 
 namespace py = pybind11;
@@ -61,6 +62,20 @@ void Translate(std::exception_ptr thrown) {
 }
 
 } // namespace
+
+void SetError() {
+    try {
+        Translate(std::current_exception());
+    } catch (py::error_already_set& e) {
+        e.restore();
+    } catch (const py::builtin_exception& e) {
+        e.set_error();
+    } catch (const std::bad_alloc&) {
+        PyErr_NoMemory();
+    } catch (const std::exception& e) {
+        PyErr_SetString(PyExc_RuntimeError, e.what());
+    }
+}
 
 void BindErrors(py::module_& module) {
     g_Error = Make(module, "Error", "All that fails; `feature` is the name of the feature that refused, or ''.",

@@ -7,5 +7,7 @@ namespace tavixpython {
 
 /// Adds them to the module, and translates what the camera class throws.
 void BindErrors(pybind11::module_& module);
+/// Sets the interpreter's exception for what is being thrown: where a caller in C takes no other. In a catch block.
+void SetError();
 
 } // namespace tavixpython

@@ -1,5 +1,6 @@
 #include "python/ImageDoor.h"
 
+#include "python/Direct.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
 #include "python/Pixels.h"
@@ -38,6 +39,10 @@ py::dict ChunksOf(const Image& image) {
             ToPython(Unlocked([&] { return image.Chunk(name); }));
     }
     return chunks;
+}
+
+py::object ArrayOfInstance(py::handle self, const Image& image) {
+    return ArrayOf(image, self);
 }
 
 py::array ViewOf(const py::object& self) {
@@ -128,38 +133,41 @@ void BindHostTime(py::module_& module) {
              [](const HostTime& t) { return "<tavix.HostTime " + std::to_string(Nanoseconds(t.real)) + " ns>"; });
 }
 
+void BindWhatLoopsAsk(const py::class_<Image, Owned<Image>>& type) {
+    DefineAttribute<Image, &Image::Number>(type, "number", "Counts the images of a stream, from 0.");
+    DefineAttribute<Image, &Image::BlockId>(type, "block_id", "The camera's count; a gap is an image that never came.");
+    DefineAttribute<Image, &Image::MissedBefore>(type, "missed_before", "Images that were lost just before this one.");
+    DefineAttribute<Image, &Image::Width>(type, "width", "Columns; 0 for data that is no image.");
+    DefineAttribute<Image, &Image::Height>(type, "height", "Lines; 0 for data that is no image.");
+    DefineAttribute<Image, &Image::IsWhole>(type, "is_whole", "Whether all of it came.");
+    DefineAttribute<Image, &Image::CameraTime>(type, "camera_time", "Nanoseconds of the camera's clock.");
+    DefineAttribute<Image, &Image::Time>(type, "host_time", "The same moment on the host's clocks, a HostTime.");
+    DefineAttribute<Image, &ArrayOfInstance>(
+        type, "array",
+        "The pixels as a NumPy view, no copy, which keeps the image's memory: uint8 or uint16 of shape (height, "
+        "width), or (height, width, components); packed formats as bytes in a row.");
+}
+
 } // namespace
 
 void BindImage(py::module_& module) {
     BindHostTime(module);
-    py::class_<Image, Owned<Image>>(module, "Image", py::buffer_protocol(),
-                                    "One image, in memory of its stream that nobody else writes to while the image or "
-                                    "an array of it lives.")
-        .def_buffer(&BufferOf)
-        .def_property_readonly("number", &Image::Number, "Counts the images of a stream, from 0.")
-        .def_property_readonly("block_id", &Image::BlockId, "The camera's count; a gap is an image that never came.")
-        .def_property_readonly("missed_before", &Image::MissedBefore, "Images that were lost just before this one.")
+    py::class_<Image, Owned<Image>> type(
+        module, "Image", py::buffer_protocol(),
+        "One image, in memory of its stream that nobody else writes to while the image or an array of it lives.");
+    BindWhatLoopsAsk(type);
+    type.def_buffer(&BufferOf)
         .def_property_readonly(
             "gap_before", [](const Image& image) { return static_cast<double>(image.GapBefore().count()) / 1e9; },
             "Seconds that the camera was away just before this image; 0.0 when it was not.")
         .def_property_readonly("offset_x", &Image::OffsetX, "First column, on the sensor.")
         .def_property_readonly("offset_y", &Image::OffsetY, "First line, on the sensor.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
-        .def_property_readonly("width", &Image::Width, "Columns; 0 for data that is no image.")
-        .def_property_readonly("height", &Image::Height, "Lines; 0 for data that is no image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
-        .def_property_readonly("is_whole", &Image::IsWhole, "Whether all of it came.")
         .def_property_readonly("defect", &Image::Defect, "What is missing, as a sentence; '' for a whole image.")
-        .def_property_readonly("camera_time", &Image::CameraTime, "Nanoseconds of the camera's clock.")
-        .def_property_readonly("host_time", &Image::Time, LockFree(),
-                               "The same moment on the host's clocks, a HostTime.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
         .def_property_readonly("chunk_checksum", &ChecksumOf,
                                "Whether the chunk data came as it was sent: True or False, None without a checksum.")
-        .def_property_readonly(
-            "array", &ViewOf,
-            "The pixels as a NumPy view, no copy, which keeps the image's memory: uint8 or uint16 of shape (height, "
-            "width), or (height, width, components); packed formats as bytes in a row.")
         .def("__array__", &AsArray, py::arg("dtype") = py::none(), py::kw_only(), py::arg("copy") = py::none())
         .def("__dlpack__", &AsDlpack, py::kw_only(), py::arg("stream") = py::none())
         .def("__dlpack_device__", [](const py::object& self) { return ViewOf(self).attr("__dlpack_device__")(); })

@@ -4,14 +4,12 @@
 
 #include <tavix/camera/Error.h>
 
-#include <algorithm>
 #include <cmath>
 #include <unistd.h>
 
 namespace tavixpython {
 namespace {
 
-constexpr std::chrono::milliseconds kStep{100};
 constexpr double kLongest = 1e9; // seconds
 
 PyThreadState* GiveUp() {
@@ -28,24 +26,6 @@ WithoutLock::~WithoutLock() {
     while (!m_GoesDown && _Py_IsFinalizing())
         pause();
     PyEval_RestoreThread(m_State);
-}
-
-bool WaitInSteps(std::chrono::milliseconds time, const std::function<bool(std::chrono::milliseconds)>& step) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point start = Clock::now();
-    for (;;) {
-        std::chrono::milliseconds slice = kStep;
-        const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-        if (time.count() >= 0) slice = std::clamp(time - gone, std::chrono::milliseconds(0), kStep);
-        bool isDone = false;
-        {
-            const WithoutLock unlocked;
-            isDone = step(slice);
-        }
-        if (isDone) return true;
-        if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
-        if (time.count() >= 0 && Clock::now() - start >= time) return false;
-    }
 }
 
 std::chrono::nanoseconds ToNanoseconds(double seconds) {

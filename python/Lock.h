@@ -3,8 +3,8 @@
 
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
 #include <chrono>
-#include <functional>
 
 namespace tavixpython {
 
@@ -30,10 +30,26 @@ auto Unlocked(Call call) {
     return call();
 }
 
-/// Calls `step` without the lock, with a time of at most 100 ms each, until it returns true (then true) or the time is
+/// The longest time for which nobody looks for Ctrl-C.
+inline constexpr std::chrono::milliseconds kStep{100};
+
+/// Calls `step` without the lock, with a time of at most kStep each, until it returns true (then true) or the time is
 /// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception. Negative: as
 /// long as it takes.
-bool WaitInSteps(std::chrono::milliseconds time, const std::function<bool(std::chrono::milliseconds)>& step);
+template<class Step>
+bool WaitInSteps(std::chrono::milliseconds time, Step step) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    std::chrono::milliseconds slice = time.count() >= 0 ? std::min(time, kStep) : kStep;
+    while (!Unlocked([&] { return step(slice); })) {
+        if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
+        if (time.count() < 0) continue;
+        const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+        if (gone >= time) return false;
+        slice = std::min(time - gone, kStep);
+    }
+    return true;
+}
 
 /// ValueError for what is no time.
 std::chrono::nanoseconds ToNanoseconds(double seconds);

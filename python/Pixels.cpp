@@ -1,46 +1,79 @@
 #include "python/Pixels.h"
 
 #include <algorithm>
-#include <vector>
+#include <array>
 
 namespace py = pybind11;
 
 namespace tavixpython {
 namespace {
 
+namespace imaging = Tavix::imaging;
+
 struct Layout {
     std::size_t word = 1;   // bytes of a component
     std::size_t planes = 0; // components side by side; 0: the pixels are no array
 };
 
-Layout LayoutOf(const Tavix::Image& image) {
-    namespace imaging = Tavix::imaging;
-    const auto* format = imaging::FindPixelFormat(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
-    if (!format || format->packing != imaging::Packing::Whole || image.Width() == 0) return {};
+Layout LayoutOf(imaging::PixelFormat code) {
+    const auto* format = imaging::FindPixelFormat(code);
+    if (!format || format->packing != imaging::Packing::Whole) return {};
     const unsigned bits = format->BitsPerPixel();
     const std::size_t word = format->bits <= 8 ? 1 : 2;
     if (format->bits > 16 || bits % (8 * word) != 0) return {};
     return {word, bits / (8 * word)};
 }
 
-} // namespace
+/// The format of one image is mostly that of the one before. Called with the interpreter's lock held.
+const Layout& LastLayout(imaging::PixelFormat code) {
+    static imaging::PixelFormat last = imaging::PixelFormat::Undefined;
+    static Layout layout;
+    if (code != last) layout = LayoutOf(code);
+    last = code;
+    return layout;
+}
 
-py::array ArrayOf(const Tavix::Image& image, const py::object& owner) {
-    const Tavix::ByteView data = image.Data();
-    const Layout layout = LayoutOf(image);
-    if (layout.planes == 0)
-        return py::array(py::dtype::of<std::uint8_t>(), {data.size}, {std::size_t(1)}, data.data, owner);
+/// As NumPy counts: one to three dimensions.
+struct Shape {
+    int dimensions = 0;
+    std::array<Py_intptr_t, 3> lengths{}, strides{};
+
+    void Add(std::size_t length, std::size_t stride) {
+        lengths[static_cast<std::size_t>(dimensions)] = static_cast<Py_intptr_t>(length);
+        strides[static_cast<std::size_t>(dimensions)] = static_cast<Py_intptr_t>(stride);
+        ++dimensions;
+    }
+};
+
+Shape ShapeOf(const Tavix::Image& image, const Layout& layout) {
+    const std::size_t bytes = image.Data().size;
+    Shape shape;
+    if (layout.planes == 0 || image.Width() == 0) {
+        shape.Add(bytes, 1);
+        return shape;
+    }
     const std::size_t pixel = layout.word * layout.planes, line = pixel * image.Width();
     const std::size_t stride = image.Stride() ? image.Stride() : line;
-    const std::size_t whole = data.size < line ? 0 : (data.size - line) / stride + 1;
-    std::vector<std::size_t> shape{std::min<std::size_t>(image.Height(), whole), image.Width()};
-    std::vector<std::size_t> strides{stride, pixel};
-    if (layout.planes > 1) {
-        shape.push_back(layout.planes);
-        strides.push_back(layout.word);
-    }
-    const py::dtype type = layout.word == 1 ? py::dtype::of<std::uint8_t>() : py::dtype::of<std::uint16_t>();
-    return py::array(type, shape, strides, data.data, owner);
+    const std::size_t whole = bytes < line ? 0 : (bytes - line) / stride + 1;
+    shape.Add(std::min<std::size_t>(image.Height(), whole), stride);
+    shape.Add(image.Width(), pixel);
+    if (layout.planes > 1) shape.Add(layout.planes, layout.word);
+    return shape;
+}
+
+} // namespace
+
+py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
+    const Layout& layout = LastLayout(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
+    const Shape shape = ShapeOf(image, layout);
+    py::dtype type = layout.word == 1 ? py::dtype::of<std::uint8_t>() : py::dtype::of<std::uint16_t>();
+    using Api = py::detail::npy_api; // whose own array class takes vectors for a shape
+    const Api& numpy = Api::get();
+    auto array = py::reinterpret_steal<py::array>(numpy.PyArray_NewFromDescr_(
+        numpy.PyArray_Type_, type.release().ptr(), shape.dimensions, shape.lengths.data(), shape.strides.data(),
+        const_cast<std::uint8_t*>(image.Data().data), Api::NPY_ARRAY_WRITEABLE_, nullptr));
+    if (!array || numpy.PyArray_SetBaseObject_(array.ptr(), owner.inc_ref().ptr()) != 0) throw py::error_already_set();
+    return array;
 }
 
 } // namespace tavixpython

@@ -9,6 +9,6 @@ namespace tavixpython {
 
 /// A view of the image's memory, which keeps `owner` alive: uint8 or uint16 of (lines, columns) or (lines, columns,
 /// components) for formats of whole bytes, else all bytes in a row. Lines that did not come whole are left out.
-pybind11::array ArrayOf(const Tavix::Image& image, const pybind11::object& owner);
+pybind11::array ArrayOf(const Tavix::Image& image, pybind11::handle owner);
 
 } // namespace tavixpython

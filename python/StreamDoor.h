@@ -1,6 +1,7 @@
 #pragma once
 // The classes Stream and Counts of the package, and what streams of groups have in common with them.
 
+#include "python/Direct.h"
 #include "python/Feed.h"
 #include "python/Fork.h"
 #include "python/Running.h"
@@ -21,23 +22,31 @@ Tavix::Image GrabOne(Tavix::Camera& camera, const pybind11::object& timeout);
 pybind11::object Present(Tavix::Image image);
 pybind11::object Present(Tavix::ImageSet set);
 
+/// The next item; null at the end.
+template<class Source>
+pybind11::object Advance(Running<Source>& stream) {
+    auto item = stream.Next();
+    return item ? Present(std::move(*item)) : pybind11::object();
+}
+
 template<class Source>
 void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
     namespace py = pybind11;
     using Stream = Running<Source>;
-    py::class_<Stream, Owned<Stream>>(module, name, doc)
-        .def("__iter__", [](const py::object& self) { return self; })
+    py::class_<Stream, Owned<Stream>> type(module, name, doc);
+    type.def("__iter__", [](const py::object& self) { return self; })
         .def("__next__",
              [](Stream& stream) {
-                 auto item = stream.Next();
+                 py::object item = Advance(stream);
                  if (!item) throw py::stop_iteration();
-                 return Present(std::move(*item));
+                 return item;
              })
         .def("__enter__", [](const py::object& self) { return self; })
         .def("__exit__", [](Stream& stream, const py::args&) { stream.Close(); })
         .def("cancel", &Stream::Cancel, "Ends the stream from any thread; a wait that is going on ends.")
         .def("close", &Stream::Close, "Stops the camera. Closing twice is harmless; images live on.")
         .def_property_readonly("counts", &Stream::Counts, "Counts of delivered, lost and damaged images.");
+    DefineStep<Stream, &Advance<Source>>(type);
 }
 
 /// For the package's own AsyncStream.
