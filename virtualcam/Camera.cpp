@@ -35,6 +35,15 @@ std::uint32_t Plausible(std::uint32_t length) {
     return length >= kSmallestPlausible ? length : kTransferLength;
 }
 
+// What the host has written stays, as of a command that is at work.
+void MakeEndless(Register& command) {
+    command.written = [&command, execute = std::move(command.written)] {
+        const Bytes wanted = command.bytes;
+        if (execute) execute();
+        command.bytes = wanted;
+    };
+}
+
 ControlLimits LimitsOf(const CameraSettings& settings) {
     ControlLimits limits;
     limits.packetSize = PacketSize(settings.speed);
@@ -66,6 +75,8 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
     AddFeatures();
     for (const std::uint64_t address : settings.registers.absent)
         if (address <= abrm::kLast) m_Registers.Remove(address);
+    for (const std::uint64_t address : settings.registers.endlessCommands)
+        if (m_Registers.Has(address)) MakeEndless(m_Registers.At(address));
 }
 
 void Camera::AddIdentity() {

@@ -144,8 +144,9 @@ struct RegisterFaults {
     std::uint32_t bootMs = 0;          ///< so long after power-on the control channel does not answer
     bool missingOptional = false;      ///< registers that a camera need not have are not there
     std::vector<std::uint64_t> absent; ///< bootstrap registers, by address, that are refused although they are promised
-    bool singleRegisterReads = false;  ///< a read that goes beyond one register is refused
-    std::uint32_t extraPayload = 0;    ///< zeros behind an image without chunk data that belong to the payload
+    std::vector<std::uint64_t> endlessCommands; ///< command registers, by address: executed, and never said to be done
+    bool singleRegisterReads = false;           ///< a read that goes beyond one register is refused
+    std::uint32_t extraPayload = 0;             ///< zeros behind an image without chunk data that belong to the payload
     bool zeroLeaderSize = false;
     bool zeroTrailerSize = false;
     bool zeroPayloadSize = false;

@@ -99,6 +99,7 @@ void ReadRegisterFaults(const json& object, const std::string& place, RegisterFa
     reader.Value("alignmentExponent", faults.alignmentExponent);
     reader.Value("lateAlignmentCheck", faults.lateAlignmentCheck);
     reader.Value("absent", faults.absent);
+    reader.Value("endlessCommands", faults.endlessCommands);
     reader.Value("largestRead", faults.largestRead);
     reader.Value("streamCount", faults.streamCount);
     reader.Value("largestTransfer", faults.largestTransfer);

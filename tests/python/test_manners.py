@@ -88,6 +88,22 @@ def test_a_signal_ends_a_wait_for_a_trigger(triggered):
                 triggered.trigger(timeout=60)
 
 
+def test_a_signal_ends_a_wait_for_a_command_that_is_never_done():
+    with tavix.open("8") as camera:
+        timer = threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT))
+        with pytest.raises(KeyboardInterrupt):
+            timer.start()
+            camera["TestEventGenerate"].execute(timeout=600)
+        assert camera["Width"] == 64  # and the camera is at hand as before
+
+
+def test_a_command_that_is_never_done_is_a_timeout():
+    with tavix.open("8") as camera:
+        with pytest.raises(tavix.Timeout, match="TestEventGenerate was started and is not done") as caught:
+            camera.TestEventGenerate(timeout=0.05)
+        assert caught.value.feature == "TestEventGenerate"
+
+
 def test_threads_share_a_stream_and_each_image_comes_once(camera):
     taken, guard = [], threading.Lock()
     with camera.grab(60) as stream:

@@ -18,6 +18,15 @@ namespace {
 
 using namespace tooltest;
 
+constexpr char kAddressOfTestEventGenerate[] = "\x04\x80\x10";
+
+std::size_t CountOf(const std::string& part, const std::string& text) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
 class EachSignal : public testing::TestWithParam<int> {};
 
 /// A camera that does not answer keeps a command for ten seconds and more; whoever asks for the end need not wait.
@@ -37,6 +46,20 @@ TEST_P(EachSignal, EndsACommandThatWaitsForASilentCamera) {
         EXPECT_EQ(outcome.status, 128 + GetParam()) << command.front();
         EXPECT_EQ(outcome.err, "tavix: interrupted\n") << command.front();
     }
+}
+
+/// The command is at work in the camera, which is asked for the end of it again and again.
+TEST_P(EachSignal, EndsACommandOfTheCameraThatIsNeverDone) {
+    const TestFolder folder;
+    const std::string settings =
+        folder.Write("c.json", R"({"cameras": [{"registers": {"endlessCommands": [1081348]}}]})");
+    const Variable trace("TAVIX_TRACE", folder.Path("t.pcapng"));
+    ToolRun run({"--virtual", settings, "set", "TestEventGenerate=1"});
+    ASSERT_TRUE(Eventually([&] { return CountOf(kAddressOfTestEventGenerate, folder.Read("t.pcapng")) > 10; }));
+    run.Signal(GetParam());
+    const Outcome outcome = run.Finish();
+    EXPECT_EQ(outcome.status, 128 + GetParam());
+    EXPECT_EQ(outcome.err, "tavix: interrupted\n") << "which is not that it was not done in time";
 }
 
 TEST_P(EachSignal, EndsAGrabInGoodOrder) {

@@ -130,6 +130,20 @@ TEST(RegisterFaultTest, ARegisterIsRefusedAlthoughItIsPromised) {
     device.BusReset();
 }
 
+TEST(RegisterFaultTest, ACommandIsNeverDone) {
+    constexpr std::uint64_t kUserSetSave = 0x10A008, kUserSetLoad = 0x10A004;
+    CameraSettings settings = Small();
+    settings.registers.endlessCommands = {kUserSetSave};
+    Device device(settings);
+    DeviceClient client(device);
+    EXPECT_EQ(client.Read(kUserSetSave, 4), 0u) << "before it was executed it is at rest";
+    EXPECT_EQ(client.Write32(0x10A000, 1), 0) << "a set that can be saved";
+    EXPECT_EQ(client.Write32(kUserSetSave, 1), 0);
+    EXPECT_EQ(client.Read(kUserSetSave, 4), 1u);
+    EXPECT_EQ(client.Write32(kUserSetLoad, 1), 0);
+    EXPECT_EQ(client.Read(kUserSetLoad, 4), 0u) << "others are done as always";
+}
+
 TEST(RegisterFaultTest, LargeReadsAndReadsOfSeveralRegistersAreRefused) {
     CameraSettings settings = Small();
     settings.registers.largestRead = 64;
