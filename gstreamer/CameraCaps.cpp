@@ -145,11 +145,13 @@ CapsPtr CapsOf(const Camera& camera, Conversion conversion) {
 }
 
 GstCaps* Fixate(const Camera& camera, GstCaps* caps) {
-    caps = gst_caps_truncate(gst_caps_make_writable(caps));
+    const auto width = static_cast<gint>(camera["Width"].Int()), height = static_cast<gint>(camera["Height"].Int());
+    const FrameRate rate = FrameRateOf(camera);
+    caps = gst_caps_truncate(gst_caps_make_writable(caps)); // the caller's no more, so nothing throws from here on
     GstStructure* one = gst_caps_get_structure(caps, 0);
-    gst_structure_fixate_field_nearest_int(one, "width", static_cast<gint>(camera["Width"].Int()));
-    gst_structure_fixate_field_nearest_int(one, "height", static_cast<gint>(camera["Height"].Int()));
-    FixateFrameRate(*one, FrameRateOf(camera));
+    gst_structure_fixate_field_nearest_int(one, "width", width);
+    gst_structure_fixate_field_nearest_int(one, "height", height);
+    FixateFrameRate(*one, rate);
     return gst_caps_fixate(caps);
 }
 

@@ -27,7 +27,8 @@ struct Layout {
 
 /// All that the camera can send now; what it is set to stands first.
 CapsPtr CapsOf(const Tavix::Camera& camera, Conversion conversion);
-/// Chooses what the camera is set to wherever the caps leave a choice, and else what is nearest. Consumes the caps.
+/// Chooses what the camera is set to wherever the caps leave a choice, and else what is nearest. Consumes the caps
+/// unless it throws.
 GstCaps* Fixate(const Tavix::Camera& camera, GstCaps* caps);
 /// Null for caps that are not of ours.
 const Format* FormatOf(const Tavix::Camera& camera, const GstStructure& caps, Conversion conversion);

@@ -5,6 +5,8 @@
 #include "gstreamer/Report.h"
 #include "gstreamer/Source.h"
 
+#include <tavix/camera/Error.h>
+
 GST_DEBUG_CATEGORY_STATIC(tavixsrc_debug);
 #define GST_CAT_DEFAULT tavixsrc_debug
 
@@ -19,13 +21,24 @@ Source& SourceOf(gpointer element) {
 
 namespace {
 
+constexpr char kUnplugged[] = "the camera is unplugged";
+
+/// Once the camera has gone everything fails, each in a way of its own; the loss is what to tell, and once.
+void PostFailure(gpointer element, const std::exception& problem) {
+    Source& source = SourceOf(element);
+    const auto* loss = dynamic_cast<const Tavix::Removed*>(&problem);
+    const bool isSilence = dynamic_cast<const Tavix::Timeout*>(&problem) != nullptr;
+    if (!loss && (isSilence || !source.HasGone())) return PostError(*GST_ELEMENT(element), problem);
+    if (source.IsFirstToTellLoss()) PostError(*GST_ELEMENT(element), loss ? *loss : Tavix::Removed(kUnplugged));
+}
+
 /// Calls what may throw; an exception becomes an error on the bus, and the value for failure is returned.
 template<class Result, class Call>
 Result Guarded(gpointer element, Result failure, Call call) noexcept {
     try {
         return call();
     } catch (const std::exception& problem) {
-        PostError(*GST_ELEMENT(element), problem);
+        PostFailure(element, problem);
     }
     return failure;
 }
@@ -54,6 +67,13 @@ GstCaps* Fixate(GstBaseSrc* element, GstCaps* caps) {
 gboolean SetCaps(GstBaseSrc* element, GstCaps* caps) {
     GST_INFO_OBJECT(element, "caps %" GST_PTR_FORMAT, static_cast<void*>(caps));
     return Guarded(element, FALSE, [&] { return SourceOf(element).Negotiated(*caps), TRUE; });
+}
+
+/// Where the camera goes meanwhile, its limits are empty and no step need fail by itself.
+gboolean Negotiate(GstBaseSrc* element) {
+    if (GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element)) return TRUE;
+    if (SourceOf(element).HasGone()) PostFailure(element, Tavix::Removed(kUnplugged));
+    return FALSE;
 }
 
 /// Images bring their memory along; others' is for what must be copied.
@@ -123,6 +143,7 @@ static void gst_tavix_src_class_init(GstTavixSrcClass* klass) {
     base->get_caps = GetCaps;
     base->fixate = Fixate;
     base->set_caps = SetCaps;
+    base->negotiate = Negotiate;
     base->decide_allocation = DecideAllocation;
     base->query = Query;
     base->unlock = Unlock;

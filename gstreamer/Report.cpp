@@ -2,6 +2,8 @@
 
 #include <tavix/camera/Error.h>
 
+#include <string>
+
 namespace tavixgst {
 namespace {
 
@@ -16,9 +18,15 @@ gint CodeOf(const std::exception& problem) {
     return GST_RESOURCE_ERROR_FAILED;
 }
 
+std::string TextOf(const std::exception& problem) {
+    const bool isLoss = dynamic_cast<const Tavix::Removed*>(&problem) != nullptr;
+    return problem.what() +
+           std::string(isLoss ? "; plug it in and start the pipeline again, or let it wait with reconnect=true" : "");
+}
+
 void Post(GstElement& element, GstMessageType type, const std::exception& problem) {
-    gst_element_message_full(&element, type, GST_RESOURCE_ERROR, CodeOf(problem), g_strdup(problem.what()), nullptr,
-                             __FILE__, "tavixsrc", __LINE__);
+    gst_element_message_full(&element, type, GST_RESOURCE_ERROR, CodeOf(problem), g_strdup(TextOf(problem).c_str()),
+                             nullptr, __FILE__, "tavixsrc", __LINE__);
 }
 
 } // namespace

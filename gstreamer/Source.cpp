@@ -36,7 +36,7 @@ void Source::Open() {
     for (const Assignment& assignment : ParseAssignments(options->features))
         Apply(*camera, assignment);
     camera->OnRemoval([this](bool isBack) { OnRemoval(isBack); });
-    m_IsAway = false;
+    m_IsAway = m_IsLossTold = false;
     for (const std::string& name : ParseWords(options->events))
         camera->OnEvent(name, [this](const Tavix::CameraEvent& event) { Post(NewEventStructure(event)); });
     const std::lock_guard lock(m_Mutex);
@@ -105,8 +105,27 @@ void Source::StopStream() noexcept {
     m_Time.Reset();
 }
 
+void Source::Interrupt() noexcept {
+    m_Flow.Interrupt();
+    const std::lock_guard lock(m_Mutex);
+    m_Changed.notify_all();
+}
+
+bool Source::HasGone() {
+    constexpr std::chrono::milliseconds kLag{500};
+    std::unique_lock lock(m_Mutex);
+    if (!m_Camera) return false;
+    m_Changed.wait_for(lock, kLag, [this] { return m_IsAway || m_Flow.IsInterrupted(); });
+    return m_IsAway;
+}
+
 void Source::OnRemoval(bool isBack) {
-    m_IsAway = !isBack;
+    {
+        const std::lock_guard lock(m_Mutex);
+        m_IsAway = !isBack;
+        if (isBack) m_IsLossTold = false;
+        m_Changed.notify_all();
+    }
     Post(gst_structure_new_empty(isBack ? "tavix-returned" : "tavix-removed"));
 }
 

@@ -11,6 +11,7 @@
 #include <gst/base/gstbasesrc.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -49,9 +50,15 @@ public:
     bool NeedsPool() const { return m_NeedsPool; }
     GstFlowReturn Create(GstBuffer** buffer);
 
-    void Interrupt() noexcept { m_Flow.Interrupt(); }
+    void Interrupt() noexcept;
     void Resume() noexcept { m_Flow.Resume(); }
     void StopStream() noexcept;
+
+    /// Whether a failure is one of a camera that has gone. The notice of that may lag behind what fails by it, and is
+    /// waited for.
+    bool HasGone();
+    /// True for the first who asks since the camera was opened.
+    bool IsFirstToTellLoss() { return !m_IsLossTold.exchange(true); }
 
     void Trigger();
     void Read(const std::string& feature, GValue& value);
@@ -85,7 +92,8 @@ private:
 
     BufferMaker m_Maker;
     PipelineTime m_Time;
-    std::atomic<bool> m_IsAway{false}, m_NeedsPool{true};
+    std::atomic<bool> m_IsAway{false}, m_NeedsPool{true}, m_IsLossTold{false};
+    std::condition_variable m_Changed; // m_IsAway, or the flow is interrupted
 
     // Of the pipeline's thread.
     std::chrono::steady_clock::time_point m_LastImage;

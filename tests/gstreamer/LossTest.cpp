@@ -47,6 +47,21 @@ TEST(GstLoss, OfTheCameraIsAnError) {
     EXPECT_THAT(pipeline.AwaitError(), HasSubstr("unplugged"));
 }
 
+/// At one command after the other, from when it is open until it sends.
+TEST(GstLoss, OfTheCameraBeforeItSendsIsThatError) {
+    int lost = 0;
+    for (int skip = 0;; ++skip) {
+        VirtualBus bus(CameraWith(R"("control": [{"fault": "Unplug", "skip": )" + std::to_string(skip) + "}]"));
+        Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
+        if (!pipeline.Reach(GST_STATE_READY)) continue;
+        pipeline.Reach(GST_STATE_PLAYING);
+        if (pipeline.Pull()) break;
+        EXPECT_THAT(pipeline.AwaitError(), HasSubstr("unplugged; plug it in")) << skip;
+        ++lost;
+    }
+    EXPECT_GT(lost, 5);
+}
+
 TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
     VirtualBus bus(CameraWith(std::string(kUnplug) + R"(, "replugAfterMs": 1500)"));
     Pipeline pipeline(std::string("tavixsrc name=src reconnect=true timeout=1000000000 features=ExposureTime=1234 "
