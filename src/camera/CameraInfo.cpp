@@ -65,6 +65,11 @@ Accessibility CameraInfo::Access() const {
     }
 }
 
+void detail::ThrowNoCamera() {
+    throw NotFound("no camera found; plug one in, ask `tavix doctor` where one is, or try a virtual one with "
+                   "TAVIX_VIRTUAL_CAMERAS=1");
+}
+
 std::vector<CameraInfo> Cameras() {
     DeviceInfoList devices;
     try {
@@ -80,7 +85,7 @@ std::vector<CameraInfo> Cameras() {
 
 CameraInfo FindCamera(const std::string& name) {
     const std::vector<CameraInfo> cameras = Cameras();
-    if (cameras.empty()) throw NotFound("no camera is plugged in");
+    if (cameras.empty()) detail::ThrowNoCamera();
     if (name.empty()) return cameras.front();
     std::vector<std::string> others;
     const CameraInfo* found = nullptr;

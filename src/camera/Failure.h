@@ -24,6 +24,9 @@ std::string CurrentReason();
 [[noreturn]] void RethrowAsError(const std::string& context, const std::string& feature = {},
                                  const std::string& advice = {});
 
+/// NotFound, with what can be done about it.
+[[noreturn]] void ThrowNoCamera();
+
 /// Logs a failure that nobody is told of. In a catch block.
 void LogFailure(const char* what) noexcept;
 

@@ -6,26 +6,30 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 namespace Tavix::detail {
 namespace {
 
-std::string Lower(std::string text) {
+/// Without what people write differently: exposure_time for ExposureTime.
+std::string Plain(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '_'), text.end());
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
     return text;
 }
 
-/// How many letters must be changed, added or left out to make one text of the other.
+/// How many letters must be changed, added, left out or swapped with their neighbour to make one text of the other.
 std::size_t Distance(const std::string& a, const std::string& b) {
-    std::vector<std::size_t> row(b.size() + 1);
+    std::vector<std::size_t> beforeLast, last, row(b.size() + 1);
     for (std::size_t j = 0; j <= b.size(); ++j)
         row[j] = j;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        beforeLast = std::exchange(last, row);
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            row[j] = std::min({last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1), row[j - 1] + 1, last[j] + 1});
+            const bool isSwapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (isSwapped) row[j] = std::min(row[j], beforeLast[j - 2] + 1);
         }
     }
     return row[b.size()];
@@ -54,11 +58,11 @@ std::vector<std::string> FeatureNames(const GenApi::INodeMap& nodes) {
 
 std::vector<std::string> NearestNames(const std::string& name, const std::vector<std::string>& names,
                                       std::size_t count) {
-    const std::string wanted = Lower(name);
+    const std::string wanted = Plain(name);
     const std::size_t limit = std::max<std::size_t>(1, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& candidate : names) {
-        const std::size_t unlikeness = wanted.empty() ? limit + 1 : Unlikeness(wanted, Lower(candidate));
+        const std::size_t unlikeness = wanted.empty() ? limit + 1 : Unlikeness(wanted, Plain(candidate));
         if (unlikeness <= limit) near.emplace_back(unlikeness, candidate);
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });

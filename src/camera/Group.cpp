@@ -127,7 +127,7 @@ Group Group::Open(const std::vector<std::string>& names) {
     }
     for (const std::string& name : names)
         cameras.push_back(Camera::Open(name));
-    if (cameras.empty()) throw NotFound("no camera is plugged in");
+    if (cameras.empty()) detail::ThrowNoCamera();
     return Group(std::move(cameras));
 }
 

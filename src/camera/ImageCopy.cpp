@@ -33,7 +33,9 @@ Image Image::Clone() const {
 Image Image::Convert(const std::string& pixelFormat) const {
     const detail::Frame& from = Checked();
     const imaging::PixelFormatInfo* target = imaging::FindPixelFormat(pixelFormat);
-    if (!target) throw ValueError("there is no pixel format '" + pixelFormat + "'");
+    if (!target)
+        throw ValueError("there is no pixel format '" + pixelFormat +
+                         "'; images are converted to Mono8, Mono16, RGB8, BGR8, RGBa8 and BGRa8");
     try {
         auto picture = std::make_shared<imaging::Picture>(imaging::Convert(Picture(), target->format));
         Image image(MakeCopy(from, std::shared_ptr<void>(picture, picture->Data()), picture->Size()));

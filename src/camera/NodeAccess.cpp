@@ -5,13 +5,21 @@
 #include <GenApi/Why.h>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace Tavix::detail {
 namespace {
 
+/// Without what a computation leaves behind the twelfth digit.
 std::string Number(double value) {
-    return Value(value).Text();
+    char text[40];
+    std::snprintf(text, sizeof text, "%.12g", value);
+    return text;
+}
+
+std::string Number(std::int64_t value) {
+    return std::to_string(value);
 }
 
 bool IsLimit(std::int64_t value) {
@@ -25,10 +33,9 @@ bool IsLimit(double value) {
 
 template<class T>
 std::string RangeText(T low, T high) {
-    const auto text = [](T value) { return Value(Value::Data(value)).Text(); };
-    if (IsLimit(low) && IsLimit(high)) return text(low) + " .. " + text(high);
-    if (IsLimit(low)) return text(low) + " or more";
-    return IsLimit(high) ? text(high) + " or less" : std::string();
+    if (IsLimit(low) && IsLimit(high)) return Number(low) + " .. " + Number(high);
+    if (IsLimit(low)) return Number(low) + " or more";
+    return IsLimit(high) ? Number(high) + " or less" : std::string();
 }
 
 std::string EntryText(GenApi::IEnumeration& enumeration) {

@@ -9,6 +9,7 @@ namespace {
 using namespace cameratest;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 class FeatureOfCamera : public testing::Test {
 protected:
@@ -29,6 +30,18 @@ TEST_F(FeatureOfCamera, IsWrittenAndReadInItsType) {
 
 TEST_F(FeatureOfCamera, OfANameInOtherLettersIsThatOneAlone) {
     EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["width"]; }), HasSubstr("did you mean Width?"));
+}
+
+TEST_F(FeatureOfCamera, IsFoundForANameWithSwappedLettersOrUnderscores) {
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["Widht"]; }), HasSubstr("did you mean Width?"));
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["Gian"]; }), HasSubstr("did you mean Gain"));
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["exposure_time"]; }), HasSubstr("did you mean ExposureTime?"));
+}
+
+TEST_F(FeatureOfCamera, TellsItsLimitsWithoutWhatAComputationLeftBehind) {
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["ExposureTime"] = 1.0; }),
+                HasSubstr("; it takes 10 .. 10000000 step 0.1"));
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["ExposureTime"] = 1.0; }), Not(HasSubstr("0.1000")));
 }
 
 TEST_F(FeatureOfCamera, TakesAWholeNumberForAFloat) {
