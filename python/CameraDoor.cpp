@@ -35,11 +35,24 @@ void SetFeature(Door& door, const std::string& name, const py::object& value) {
     Write(Find(door, name), value);
 }
 
-// What Python asks for when there is no such attribute; it probes for many that no camera has.
+std::string Suggestion(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        text += (i == 0 ? "; did you mean " : i + 1 < names.size() ? ", " : " or ") + names[i];
+    return text.empty() ? text : text + "?";
+}
+
+// What Python asks for when there is no such attribute. It probes for many that begin with an underscore.
 void RequireFeature(Door& door, const std::string& name) {
     if (!IsOpen(door)) throw py::attribute_error("the camera is closed, and has no method '" + name + "'");
-    if (!Unlocked([&] { return door.camera.HasFeature(name); }))
-        throw py::attribute_error("the camera has no feature and no method '" + name + "'");
+    if (Unlocked([&] { return door.camera.HasFeature(name); })) return;
+    const std::string text = "the camera has no feature and no method '" + name + "'";
+    if (name.empty() || name.front() == '_') throw py::attribute_error(text);
+    try {
+        Find(door, name);
+    } catch (const Tavix::NotFound& e) {
+        throw py::attribute_error(text + Suggestion(e.Suggestions()));
+    }
 }
 
 py::list Directory(const py::object& self) {
@@ -127,7 +140,7 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
     camera
         .def(
             "grab",
-            [](Door& door, std::uint64_t count, const py::kwargs& options) {
+            [](Door& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Running<Tavix::ImageStream>>(
                     new Running<Tavix::ImageStream>(Start(door.camera, count, options)));
             },
@@ -138,7 +151,7 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "Its steps raise Timeout or Removed. StateError when the camera streams already.")
         .def(
             "_feed",
-            [](Door& door, std::uint64_t count, const py::kwargs& options) {
+            [](Door& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Feed<Tavix::ImageStream>>(
                     new Feed<Tavix::ImageStream>(Start(door.camera, count, options)));
             },

@@ -38,7 +38,7 @@ Owned<GroupDoor> Open(const std::vector<std::string>& names) {
     return door;
 }
 
-Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::int64_t count, const py::kwargs& options) {
     const Tavix::GroupOptions made = GroupOptionsOf(count, options);
     const WithoutLock unlocked;
     return {door.group->Grab(made), SilenceOf(made.grab)};
@@ -100,7 +100,7 @@ void BindGroup(py::module_& module) {
             "Writes a feature of every camera. Raises what the first one raises that refuses; those before it are set.")
         .def(
             "grab",
-            [](GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+            [](GroupDoor& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Running<Tavix::GroupStream>>(
                     new Running<Tavix::GroupStream>(StartGroup(door, count, options)));
             },
@@ -110,7 +110,7 @@ void BindGroup(py::module_& module) {
             "that a set waits for those missing, 0.5). Its steps raise Timeout when no camera sends anything.")
         .def(
             "_feed",
-            [](GroupDoor& door, std::uint64_t count, const py::kwargs& options) {
+            [](GroupDoor& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Feed<Tavix::GroupStream>>(new Feed<Tavix::GroupStream>(StartGroup(door, count, options)));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>())

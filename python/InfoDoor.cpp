@@ -58,7 +58,8 @@ void BindEvent(py::module_& module) {
             "By the features' names: a dict.")
         .def(
             "__getitem__", [](const CameraEvent& event, const std::string& name) { return ToPython(event[name]); },
-            "By the feature's name, or what follows 'Event' and the event's name. NotFound for others.");
+            "By the feature's name, or what follows 'Event' and the event's name. NotFound for others.")
+        .def("__repr__", [](const CameraEvent& event) { return "<tavix.Event " + event.name + ">"; });
 }
 
 void BindWatch(py::module_& module) {

@@ -13,7 +13,10 @@ namespace py = pybind11;
 
 namespace {
 
+// The classes are those of the package, and say so in all texts.
 void Fill(py::module_& module) {
+    const py::object name = module.attr("__name__");
+    module.attr("__name__") = "tavix";
     tavixpython::BindErrors(module);
     tavixpython::BindSubscription(module);
     tavixpython::BindFeature(module);
@@ -23,6 +26,7 @@ void Fill(py::module_& module) {
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
+    module.attr("__name__") = name;
 }
 
 } // namespace

@@ -37,9 +37,10 @@ void Take(const py::kwargs& options, const char* name, T& value) {
     if (options.contains(name)) value = options[name].cast<T>();
 }
 
-Tavix::GrabOptions Known(std::uint64_t count, const py::kwargs& options) {
+Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
+    if (count < 0) throw Tavix::ValueError("a number of images is 0, which is without end, or more");
     Tavix::GrabOptions made;
-    made.count = count;
+    made.count = static_cast<std::uint64_t>(count);
     Take(options, "buffers", made.buffers);
     Take(options, "memory_limit", made.memoryLimit);
     Take(options, "keep_budget", made.keepBudget);
@@ -59,12 +60,12 @@ Tavix::GroupBy ByOf(const std::string& name) {
 
 } // namespace
 
-Tavix::GrabOptions OptionsOf(std::uint64_t count, const py::kwargs& options) {
+Tavix::GrabOptions OptionsOf(std::int64_t count, const py::kwargs& options) {
     RefuseOthers(options, {});
     return Known(count, options);
 }
 
-Tavix::GroupOptions GroupOptionsOf(std::uint64_t count, const py::kwargs& options) {
+Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const py::kwargs& options) {
     RefuseOthers(options, kOfGroups);
     Tavix::GroupOptions made;
     made.grab = Known(count, options);

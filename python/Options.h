@@ -10,9 +10,9 @@
 namespace tavixpython {
 
 /// TypeError for an option that is not known, so that a misspelt one does not pass for its default.
-Tavix::GrabOptions OptionsOf(std::uint64_t count, const pybind11::kwargs& options);
+Tavix::GrabOptions OptionsOf(std::int64_t count, const pybind11::kwargs& options);
 /// Those of a group besides.
-Tavix::GroupOptions GroupOptionsOf(std::uint64_t count, const pybind11::kwargs& options);
+Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const pybind11::kwargs& options);
 /// How long a stream with these options may be silent; negative: for ever.
 std::chrono::milliseconds SilenceOf(const Tavix::GrabOptions& options);
 

@@ -23,6 +23,18 @@ bool WaitsForSoftware(Tavix::Camera& camera) {
     return Is(camera, "TriggerMode", "On") && Is(camera, "TriggerSource", "Software");
 }
 
+std::string CountsText(const Tavix::GrabCounts& counts) {
+    const std::pair<const char*, std::uint64_t> lost[] = {{"dropped", counts.dropped},
+                                                          {"failed", counts.failed},
+                                                          {"missed", counts.missed},
+                                                          {"starved", counts.starved},
+                                                          {"reconnects", counts.reconnects}};
+    std::string text = "<tavix.Counts delivered=" + std::to_string(counts.delivered);
+    for (const auto& [name, count] : lost)
+        if (count > 0) text += " " + std::string(name) + "=" + std::to_string(count);
+    return text + ">";
+}
+
 Started<Tavix::ImageStream> StartWith(Tavix::Camera& camera, const Tavix::GrabOptions& options, milliseconds silence) {
     const WithoutLock unlocked;
     return {camera.Grab(options), silence};
@@ -35,7 +47,7 @@ Tavix::Timeout NothingCame(milliseconds time) {
                           " ms; check trigger, exposure time and cable");
 }
 
-Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::uint64_t count, const py::kwargs& options) {
+Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::int64_t count, const py::kwargs& options) {
     const Tavix::GrabOptions made = OptionsOf(count, options);
     return StartWith(camera, made, SilenceOf(made));
 }
@@ -68,7 +80,8 @@ void BindStream(py::module_& module) {
         .def_readonly("reconnects", &GrabCounts::reconnects, "Times that the camera was lost and came back.")
         .def_readonly("buffers", &GrabCounts::buffers, "In use now.")
         .def_readonly("memory", &GrabCounts::memory, "Bytes of these.")
-        .def_readonly("mapped", &GrabCounts::mapped, "Of these bytes, those that the controller writes to itself.");
+        .def_readonly("mapped", &GrabCounts::mapped, "Of these bytes, those that the controller writes to itself.")
+        .def("__repr__", &CountsText);
     BindRunning<Tavix::ImageStream>(module, "Stream",
                                     "A running stream: an iterator over images, and a context manager.");
     BindFeed<Tavix::ImageStream>(module, "_Feed");

@@ -14,7 +14,7 @@
 namespace tavixpython {
 
 /// Starts the camera, with the options by name.
-Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::uint64_t count, const pybind11::kwargs& options);
+Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::int64_t count, const pybind11::kwargs& options);
 /// One image, triggered by software where the camera waits for that; Timeout when none came.
 Tavix::Image GrabOne(Tavix::Camera& camera, const pybind11::object& timeout);
 

@@ -20,6 +20,7 @@ __all__ = ["AccessError", "AsyncStream", "Camera", "CameraInfo", "Counts", "Erro
            "GroupStream", "HostTime", "Image", "ImageSet", "NotFound", "Removed", "StateError", "Stream",
            "Subscription", "Timeout", "ValueError", "Watch", "cameras", "group", "open", "virtual", "watch"]
 
+Camera.__iter__ = None  # numbers are no names of features, and the loop over images is grab()
 Camera.stream = Group.stream = _stream
 Camera._repr_html_ = _html.of_camera
 Feature._repr_html_ = _html.of_feature
@@ -30,14 +31,18 @@ _watches = _weakref.WeakSet()
 _used = False
 
 
+def _name(camera):
+    return camera.path if isinstance(camera, CameraInfo) else str(camera)
+
+
 def open(name=""):
-    """Open a camera by number, serial number, GUID, user-defined name, model or path; the first one without a name.
+    """Open a camera by number, serial number, GUID, user-defined name, model, path or CameraInfo; else the first one.
 
     NotFound when there is none or there are several, AccessError when it is in use or not permitted.
     """
     global _used
     _used = True
-    camera = _tavix._open(str(name))
+    camera = _tavix._open(_name(name))
     _opened.add(camera)
     return camera
 
@@ -56,7 +61,7 @@ def group(*names):
     """
     global _used
     _used = True
-    opened = _tavix._group([str(name) for name in names])
+    opened = _tavix._group([_name(name) for name in names])
     _opened.update(opened.cameras)
     return opened
 
@@ -76,7 +81,8 @@ def virtual(cameras=1):
     StateError when cameras were listed or opened already.
     """
     if _used:
-        raise StateError("virtual cameras are added before cameras are listed or opened")
+        raise StateError("virtual cameras are added before cameras are listed or opened; start Python anew and call "
+                         "tavix.virtual() first")
     text = _json.dumps({"cameras": cameras}) if isinstance(cameras, list) else str(int(cameras))
     _os.environ["TAVIX_VIRTUAL_CAMERAS"] = text
 

@@ -80,6 +80,40 @@ def test_an_unknown_feature_tells_the_nearest_names(camera):
         camera.Widht = 3
 
 
+def test_a_misspelt_attribute_is_answered_with_the_nearest_names(camera):
+    with pytest.raises(AttributeError, match=r"'Widht'; did you mean Width\?"):
+        camera.Widht
+    with pytest.raises(AttributeError, match=r"did you mean ExposureTime\?"):
+        camera.exposure_time = 3
+    with pytest.raises(AttributeError, match="no method '_nothing_'$"):
+        camera._nothing_
+
+
+def test_a_camera_is_opened_as_it_was_listed():
+    with tavix.open(tavix.cameras()[1]) as camera:
+        assert camera.info.serial == "8"
+    with tavix.group(*reversed(tavix.cameras())) as group:
+        assert [camera.info.serial for camera in group] == ["8", "7"]
+
+
+def test_without_a_camera_one_is_told_what_to_do():
+    code = "import tavix\ntry:\n    tavix.open()\nexcept tavix.NotFound as error:\n    print(error)\n"
+    done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True,
+                          env={name: value for name, value in os.environ.items() if name != "TAVIX_VIRTUAL_CAMERAS"})
+    assert "plug one in" in done.stdout or done.stdout == "", done.stderr  # nothing where a real one is plugged in
+
+
+def test_a_loop_over_a_camera_is_refused(camera):
+    with pytest.raises(TypeError, match="not iterable"):
+        for _ in camera:
+            pass
+
+
+def test_texts_name_the_package_and_not_its_halves(camera):
+    assert tavix.Camera.__module__ == "tavix" and tavix.Image.__module__ == "tavix"
+    assert "_tavix" not in tavix.Camera.grab.__doc__
+
+
 def test_a_feature_explains_itself(camera):
     width = camera.feature("Width")
     assert (width.name, width.type, width.max, width.value) == ("Width", "integer", 64, 64)

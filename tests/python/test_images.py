@@ -126,6 +126,14 @@ def test_misspelt_options_and_second_streams_are_refused(camera):
             camera.grab()
 
 
+def test_counts_show_what_was_lost(camera):
+    with camera.grab(3) as stream:
+        list(stream)
+        assert repr(stream.counts) == "<tavix.Counts delivered=3>"
+    with pytest.raises(tavix.ValueError, match="number of images"):
+        camera.grab(-1)
+
+
 def test_events_are_told_with_their_values(camera):
     told = threading.Event()
     seen = []
