@@ -20,11 +20,11 @@ private:
     const bool m_IsInside;
 };
 
-Tavix::Image Flow::Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds patience) {
+Tavix::Image Flow::Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds timeout) {
     const Visit visit(*this);
     if (!visit) return {};
     if (!m_Stream) Begin(camera, options);
-    return m_Stream->Wait(patience);
+    return m_Stream->Wait(timeout);
 }
 
 bool Flow::Enter() {

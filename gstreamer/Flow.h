@@ -18,7 +18,7 @@ class Flow {
 public:
     /// The next image; empty when none came in that time or the wait was interrupted. Starts the camera when it does
     /// not stream. Throws as ImageStream does.
-    Tavix::Image Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds patience);
+    Tavix::Image Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds timeout);
     /// Ends a wait at once, and those to come until Resume.
     void Interrupt() noexcept;
     void Resume() noexcept;

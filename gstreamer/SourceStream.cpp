@@ -20,7 +20,7 @@ BufferPtr Allocate(GstBaseSrc& element, gsize bytes) {
     return result == GST_FLOW_OK ? BufferPtr(buffer) : nullptr;
 }
 
-milliseconds PatienceOf(const Options& options) {
+milliseconds TimeoutOf(const Options& options) {
     if (options.timeout == 0) return kGlance;
     return std::clamp(milliseconds(options.timeout / GST_MSECOND), milliseconds(1), kGlance);
 }
@@ -51,7 +51,7 @@ GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
         if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
             return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
         const bool isStarting = !m_Flow.IsRunning();
-        image = m_Flow.Next(camera, *options, PatienceOf(*options));
+        image = m_Flow.Next(camera, *options, TimeoutOf(*options));
         if (image) return GST_FLOW_OK;
         if (isStarting) m_LastImage = Clock::now(); // to start the camera takes its time
         TellStarvation();

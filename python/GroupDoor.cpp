@@ -106,7 +106,7 @@ void BindGroup(py::module_& module) {
             },
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts all cameras: an iterator over `count` sets, or without end for 0. Options: those of Camera.grab, "
-            "by ('host_time' or 'block_id'), tolerance (seconds between images of a set, 0.005), patience (seconds "
+            "by ('host_time' or 'block_id'), tolerance (seconds between images of a set, 0.005), set_timeout (seconds "
             "that a set waits for those missing, 0.5). Its steps raise Timeout when no camera sends anything.")
         .def(
             "_feed",

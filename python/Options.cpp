@@ -16,7 +16,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kForEver{-1};
 constexpr auto kOfCameras = {"buffers",    "memory_limit", "keep_budget", "newest_only",
                              "incomplete", "timeout",      "reconnect",   "transfer_size"};
-constexpr auto kOfGroups = {"by", "tolerance", "patience"};
+constexpr auto kOfGroups = {"by", "tolerance", "set_timeout"};
 
 using Names = std::initializer_list<const char*>;
 
@@ -71,7 +71,7 @@ Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const py::kwargs& options
     made.grab = Known(count, options);
     if (options.contains("by")) made.by = ByOf(options["by"].cast<std::string>());
     if (options.contains("tolerance")) made.tolerance = ToNanoseconds(options["tolerance"].cast<double>());
-    if (options.contains("patience")) made.patience = ToMilliseconds(options["patience"], made.patience);
+    if (options.contains("set_timeout")) made.setTimeout = ToMilliseconds(options["set_timeout"], made.setTimeout);
     return made;
 }
 

@@ -47,7 +47,7 @@ void HttpSession::Read() {
     m_Parser.emplace();
     m_Parser->header_limit(kLongestHeader);
     m_Parser->body_limit(0);
-    m_Stream.expires_after(m_House->settings.patience);
+    m_Stream.expires_after(m_House->settings.timeout);
     http::async_read(m_Stream, m_Buffer, *m_Parser,
                      [self = shared_from_this()](error_code failed, std::size_t) { self->OnRead(failed); });
 }
@@ -116,7 +116,7 @@ void HttpSession::Send(Response response) {
     response.prepare_payload();
     if (isHead) response.body().clear();
     auto kept = std::make_shared<Response>(std::move(response));
-    m_Stream.expires_after(m_House->settings.patience);
+    m_Stream.expires_after(m_House->settings.timeout);
     http::async_write(m_Stream, *kept, [self = shared_from_this(), kept, goesOn](error_code failed, std::size_t) {
         if (failed || !goesOn) return self->Close();
         self->Read();

@@ -25,8 +25,8 @@ SocketSession::~SocketSession() {
 void SocketSession::Run(const boost::beast::http::request<boost::beast::http::empty_body>& request) {
     boost::beast::get_lowest_layer(m_Socket).expires_never();
     websocket::stream_base::timeout limits{};
-    limits.handshake_timeout = m_House->settings.patience;
-    limits.idle_timeout = m_House->settings.patience * 2;
+    limits.handshake_timeout = m_House->settings.timeout;
+    limits.idle_timeout = m_House->settings.timeout * 2;
     limits.keep_alive_pings = true;
     m_Socket.set_option(limits);
     m_Socket.read_message_max(kLongestRequest);
@@ -61,7 +61,7 @@ void SocketSession::Queue(Message message) {
 void SocketSession::Write() {
     const Message& next = m_Queue.front();
     m_Socket.binary(next.isBinary);
-    m_Deadline.expires_after(m_House->settings.patience);
+    m_Deadline.expires_after(m_House->settings.timeout);
     m_Deadline.async_wait([weak = weak_from_this()](error_code cancelled) {
         const auto self = weak.lock();
         if (self && !cancelled) self->End();

@@ -25,7 +25,7 @@ struct ViewerOptions {
     std::string folder = "recordings"; ///< where series go, each in a folder of its own
     std::vector<std::string> open;     ///< cameras to open at once, by their names
     std::size_t connections = 64;
-    std::chrono::milliseconds patience{10000};     ///< with a browser that sends or takes nothing
+    std::chrono::milliseconds timeout{10000};      ///< with a browser that sends or takes nothing
     std::function<std::vector<Finding>()> examine; ///< the doctor; empty: there is none
 };
 

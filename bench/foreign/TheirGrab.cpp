@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr guint64 kPatienceUs = 5000000;
+constexpr guint64 kTimeoutUs = 5000000;
 constexpr unsigned int kBuffers = 8;
 
 void Check(GError* error) {
@@ -27,7 +27,7 @@ void Check(GError* error) {
 unsigned int Frames(ArvStream* stream, unsigned int count) {
     unsigned int lost = 0;
     for (unsigned int i = 0; i < count; ++i) {
-        ArvBuffer* buffer = arv_stream_timeout_pop_buffer(stream, kPatienceUs);
+        ArvBuffer* buffer = arv_stream_timeout_pop_buffer(stream, kTimeoutUs);
         if (buffer == nullptr) return lost + count - i;
         if (arv_buffer_get_status(buffer) != ARV_BUFFER_STATUS_SUCCESS) ++lost;
         arv_stream_push_buffer(stream, buffer);

@@ -13,7 +13,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// What a camera that has gone had sent before is completed by then; usually it is at once.
-constexpr unsigned int kRestPatienceMs = 200;
+constexpr unsigned int kRestTimeoutMs = 200;
 
 unsigned int MillisecondsUntil(const Deadline& deadline) {
     if (!deadline) return WaitObject::waitForever;
@@ -120,14 +120,14 @@ void Acquisition::Cancel() noexcept {
     m_Alarm.Signal();
 }
 
-std::chrono::milliseconds Acquisition::Patience() const {
+std::chrono::milliseconds Acquisition::ImageTimeout() const {
     return m_Options.timeout.count() == 0 ? std::chrono::milliseconds(-1) : m_Options.timeout;
 }
 
-Image Acquisition::Take(std::chrono::milliseconds patience, Absence absence) {
+Image Acquisition::Take(std::chrono::milliseconds timeout, Absence absence) {
     const std::lock_guard<std::mutex> inside(m_Inside);
     if (Image image = TakeReady()) return image; // which costs no look at the clock
-    return AwaitImage(DeadlineIn(patience), absence);
+    return AwaitImage(DeadlineIn(timeout), absence);
 }
 
 Image Acquisition::TakeReady() {
@@ -142,11 +142,11 @@ Image Acquisition::TakeReady() {
 }
 
 Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
-    const auto patience = deadline ? *deadline - Clock::now() : Clock::duration();
+    const auto timeout = deadline ? *deadline - Clock::now() : Clock::duration();
     while (!m_IsCancelled) {
         if (m_IsAway) {
             SeekCamera(absence == Absence::Counts ? deadline : Deadline());
-            if (deadline && absence == Absence::IsForgiven) deadline = Clock::now() + patience;
+            if (deadline && absence == Absence::IsForgiven) deadline = Clock::now() + timeout;
             if (m_IsAway && IsOver(deadline)) return {};
             continue;
         }
@@ -159,8 +159,8 @@ Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
             } else if (IsUnplugged()) {
                 m_IsGoing = true;
             } else if (!Await(deadline)) {
-                if (!deadline || !m_Session->HasSink() || !HasSign(*deadline - patience)) return {};
-                deadline = Clock::now() + patience; // images came meanwhile, by the other road
+                if (!deadline || !m_Session->HasSink() || !HasSign(*deadline - timeout)) return {};
+                deadline = Clock::now() + timeout; // images came meanwhile, by the other road
             }
         } catch (const GenICam::GenericException& e) {
             OnFailure(e);
@@ -170,7 +170,7 @@ Image Acquisition::AwaitImage(Deadline deadline, Absence absence) {
 }
 
 bool Acquisition::AwaitRest() const {
-    return !m_Session->HasSink() && m_Session->Queued() != 0 && m_Session->Ready().Wait(kRestPatienceMs);
+    return !m_Session->HasSink() && m_Session->Queued() != 0 && m_Session->Ready().Wait(kRestTimeoutMs);
 }
 
 bool Acquisition::HasSign(Clock::time_point since) const {

@@ -40,9 +40,9 @@ public:
     void Start(std::function<void(Image)> receiver);
     /// The next image, not yet handed out; empty when the stream is cancelled or the time is over, which a negative one
     /// never is. Removed when the camera is gone for good, Error when it fails.
-    Image Take(std::chrono::milliseconds patience, Absence absence);
+    Image Take(std::chrono::milliseconds timeout, Absence absence);
     /// How long the application is ready to wait for an image.
-    std::chrono::milliseconds Patience() const;
+    std::chrono::milliseconds ImageTimeout() const;
     /// Numbers an image that the application is about to get.
     void HandOut(Image& image);
     /// Counts an image that a newer one replaces.

@@ -49,13 +49,13 @@ bool ImageSets::Belongs(const Waiting& one, const Waiting& oldest) const {
 std::optional<ImageSets::Time> ImageSets::NextDecision() const {
     const Waiting* oldest = Oldest();
     if (!oldest) return {};
-    return oldest->since + m_Options.patience;
+    return oldest->since + m_Options.setTimeout;
 }
 
 std::optional<ImageSet> ImageSets::Take(Time now) {
     const Waiting* oldest = Oldest();
     if (!oldest) return {};
-    const bool isOverdue = now >= oldest->since + m_Options.patience;
+    const bool isOverdue = now >= oldest->since + m_Options.setTimeout;
     const bool mustWait = std::any_of(m_Members.begin(), m_Members.end(), [&](const Member& member) {
         return member.images.empty() && !member.end && !isOverdue;
     });

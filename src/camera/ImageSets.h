@@ -12,7 +12,7 @@
 namespace Tavix::detail {
 
 /// Takes images camera by camera and gives sets. A set waits for a camera only while that may still send an image of
-/// its moment: not once a later image of it is there, not once it has ended, and not longer than the patience. Bound to
+/// its moment: not once a later image of it is there, not once it has ended, and not longer than its timeout. Bound to
 /// a thread.
 class ImageSets {
 public:

@@ -20,13 +20,13 @@ struct TAVIX_HIDDEN ImageStream::Impl {
         const std::uint64_t count = acquisition->Options().count;
         return count > 0 && acquisition->Counts().delivered >= count;
     }
-    Image Take(std::chrono::milliseconds patience, detail::Acquisition::Absence absence) {
-        if (thread) return thread->Take(detail::DeadlineIn(patience));
+    Image Take(std::chrono::milliseconds timeout, detail::Acquisition::Absence absence) {
+        if (thread) return thread->Take(detail::DeadlineIn(timeout));
         if (IsComplete()) {
             acquisition->Shutdown();
             return {};
         }
-        Image image = acquisition->Take(patience, absence);
+        Image image = acquisition->Take(timeout, absence);
         if (image) acquisition->HandOut(image);
         return image;
     }
@@ -56,10 +56,10 @@ ImageStream ImageStream::Begin(std::shared_ptr<detail::CameraCore> core, const G
 }
 
 Image ImageStream::Next() {
-    const std::chrono::milliseconds patience = Checked().acquisition->Patience();
-    Image image = m_Impl->Take(patience, detail::Acquisition::Absence::IsForgiven);
+    const std::chrono::milliseconds timeout = Checked().acquisition->ImageTimeout();
+    Image image = m_Impl->Take(timeout, detail::Acquisition::Absence::IsForgiven);
     if (!image && !HasEnded())
-        throw Timeout("no image came for " + std::to_string(patience.count()) +
+        throw Timeout("no image came for " + std::to_string(timeout.count()) +
                       " ms; check trigger, exposure time and cable");
     return image;
 }

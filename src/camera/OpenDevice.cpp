@@ -7,7 +7,7 @@
 namespace Tavix::detail {
 namespace {
 
-constexpr unsigned int kNoticePatienceMs = 500;
+constexpr unsigned int kNoticeTimeoutMs = 500;
 constexpr char kRemoved[] = "The camera was removed.";
 
 /// What these say is advice enough, and asking a silent camera once more would cost seconds.
@@ -35,7 +35,7 @@ bool Removal::Explains(const std::string& reason) const {
 }
 
 bool Removal::IsLikely() const {
-    return m_Bell.Wait(kNoticePatienceMs);
+    return m_Bell.Wait(kNoticeTimeoutMs);
 }
 
 void Removal::Happen() {

@@ -27,16 +27,16 @@ StreamThread::~StreamThread() {
 }
 
 void StreamThread::Run() {
-    const std::chrono::milliseconds patience = m_Acquisition->Patience();
+    const std::chrono::milliseconds timeout = m_Acquisition->ImageTimeout();
     try {
         while (!m_Acquisition->IsCancelled()) {
-            Image image = m_Acquisition->Take(patience, Acquisition::Absence::IsForgiven);
+            Image image = m_Acquisition->Take(timeout, Acquisition::Absence::IsForgiven);
             if (image) {
                 Deliver(std::move(image));
             } else if (!m_Acquisition->IsRunning()) {
                 break;
             } else if (m_Callback && !m_Acquisition->IsCancelled()) {
-                throw Timeout("no image came for " + std::to_string(patience.count()) + " ms");
+                throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms");
             }
         }
     } catch (...) {

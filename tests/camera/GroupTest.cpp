@@ -66,12 +66,12 @@ TEST(Group, GivesSetsOfOneMoment) {
     }
 }
 
-TEST(Group, LeavesThePlaceOfASilentCameraEmptyAndWaitsForItNoLongerThanItsPatience) {
+TEST(Group, LeavesThePlaceOfASilentCameraEmptyAndWaitsForItNoLongerThanItsTimeout) {
     VirtualBus bus(kThree);
     Tavix::Group group = Tavix::Group::Open();
     AwaitSoftware(group);
     Tavix::GroupOptions options = Triggered();
-    options.patience = 1s; // the two others come within it, also on a machine that is busy
+    options.setTimeout = 1s; // the two others come within it, also on a machine that is busy
     Tavix::GroupStream stream = group.Grab(options);
     group[0].Trigger();
     group[2].Trigger();

@@ -18,9 +18,9 @@ constexpr char kGoes[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 
 constexpr char kComesBack[] = R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 200,
     "faults": {"stream": [{"fault": "Unplug", "frame": 5, "value": 100}], "replugAfterMs": 200}}])";
 
-Tavix::GrabOptions Reconnecting(std::chrono::milliseconds patience) {
+Tavix::GrabOptions Reconnecting(std::chrono::milliseconds timeout) {
     Tavix::GrabOptions options;
-    options.reconnect = patience;
+    options.reconnect = timeout;
     return options;
 }
 

@@ -1,5 +1,5 @@
 // What is large costs as much as it is long. Each of these took minutes, or would have, when its cost grew with the
-// square; nothing here measures time, the test runner's patience is enough.
+// square; nothing here measures time, the test runner's time limit is enough.
 
 #include "genapi/lint/LintTesting.h"
 #include "genapi/support/XmlMap.h"

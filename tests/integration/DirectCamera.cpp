@@ -100,10 +100,10 @@ void DirectStream::Finish() {
     m_Memory.clear();
 }
 
-vexlo::CVxStream::GrabResult DirectStream::Next(unsigned int patienceMs) {
+vexlo::CVxStream::GrabResult DirectStream::Next(unsigned int timeoutMs) {
     vexlo::CVxStream::GrabResult result{};
     while (m_Stream.RetrieveBuffer(&result, nullptr) != vexlo::VX_OK) {
-        if (m_Wait.Wait(patienceMs)) continue;
+        if (m_Wait.Wait(timeoutMs)) continue;
         result.Status = vexlo::VX_E_TIMEOUT;
         return result;
     }

@@ -74,7 +74,7 @@ public:
     void Start();
     void Finish();
     /// The next result, its buffer queued again; VX_E_TIMEOUT when none came in time.
-    vexlo::CVxStream::GrabResult Next(unsigned int patienceMs = 10000);
+    vexlo::CVxStream::GrabResult Next(unsigned int timeoutMs = 10000);
     std::uint64_t Count(vexlo::CVxStream::EPropertyValue id) { return GetProperty<std::uint64_t>(m_Stream, id); }
 
 private:

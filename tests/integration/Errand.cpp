@@ -115,8 +115,8 @@ bool Errand::TakeImage(Tavix::IStreamGrabber& stream) {
     s_Doing = "take image";
     Tavix::GrabResult result;
     while (!stream.RetrieveResult(result)) {
-        if (stream.GetWaitObject().Wait(m_Patience.imageMs)) continue;
-        if (m_Patience.mustCome) m_Report.complaints.push_back("no image came, and no error");
+        if (stream.GetWaitObject().Wait(m_Limits.imageMs)) continue;
+        if (m_Limits.mustCome) m_Report.complaints.push_back("no image came, and no error");
         return false;
     }
     Note(result);
@@ -146,7 +146,7 @@ void Errand::TakeEvent(Tavix::ITavixDevice& device) {
     Step("take event", [&] {
         Tavix::EventResult event;
         while (!grabber.RetrieveEvent(event))
-            if (!grabber.GetWaitObject().Wait(m_Patience.eventMs)) return;
+            if (!grabber.GetWaitObject().Wait(m_Limits.eventMs)) return;
         if (event.Succeeded()) ++m_Report.events;
     });
     Step("close events", [&] { grabber.Close(); });

@@ -28,12 +28,12 @@ struct ErrandReport {
 class Errand {
 public:
     /// That no image comes in time is a complaint if one must come.
-    struct Patience {
+    struct Limits {
         unsigned int imageMs = 5000;
         unsigned int eventMs = 5000;
         bool mustCome = true;
     };
-    Errand(Tavix::ITransportLayer& layer, const Patience& patience) : m_Layer(layer), m_Patience(patience) {}
+    Errand(Tavix::ITransportLayer& layer, const Limits& limits) : m_Layer(layer), m_Limits(limits) {}
     ErrandReport Run();
 
     /// What any errand is doing just now. A literal.
@@ -54,7 +54,7 @@ private:
     void Note(const Tavix::GrabResult& result);
 
     Tavix::ITransportLayer& m_Layer;
-    const Patience m_Patience;
+    const Limits m_Limits;
     ErrandReport m_Report;
     std::vector<std::vector<unsigned char>> m_Memory;
     std::vector<Tavix::StreamBufferHandle> m_Handles;

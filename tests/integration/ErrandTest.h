@@ -47,9 +47,9 @@ protected:
             chosen.insert(wanted == 1 ? 0 : i * (count - 1) / (wanted - 1));
         return chosen;
     }
-    ErrandReport RunErrand(const std::string& name, const Errand::Patience& patience) {
+    ErrandReport RunErrand(const std::string& name, const Errand::Limits& limits) {
         m_Watchdog.Watch(name);
-        return Errand(m_Bus.Layer(), patience).Run();
+        return Errand(m_Bus.Layer(), limits).Run();
     }
     /// After it nothing fails any more: nothing was lost or left, and another errand succeeds.
     void Judge(const std::string& name, const ErrandReport& report) {

@@ -29,7 +29,7 @@ public:
         while (counter < wanted) {
             Tavix::EventResult event;
             if (!grabber.RetrieveEvent(event)) {
-                if (!grabber.GetWaitObject().Wait(GrabRun::kPatienceMs)) return false;
+                if (!grabber.GetWaitObject().Wait(GrabRun::kTimeoutMs)) return false;
                 continue;
             }
             m_Adapter->DeliverMessage(event.Buffer(), Tavix::EventResult::kBufferSize);
@@ -105,12 +105,12 @@ TEST(EventsThatNobodyRetrieves, AreCountedWhereTheyDoNotFitAndTheOldestStay) {
     const auto handle =
         GenApi::Register(camera->GetNodeMap()->GetNode("EventTestTimestamp"), [&](GenApi::INode*) { ++heard; });
     const auto fire = [&](std::int64_t wanted) {
-        const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+        const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
         for (; wanted > 0; --wanted) {
             const std::int64_t before = count("Statistic_Total_Event_Count");
             Execute(camera->GetNodeMap(), "TestEventGenerate");
             for (int i = 0; i < 1000 && count("Statistic_Total_Event_Count") == before; ++i)
-                (void)Tavix::WaitObject(patience).Wait(1);
+                (void)Tavix::WaitObject(pause).Wait(1);
         }
     };
     fire(room + 3);

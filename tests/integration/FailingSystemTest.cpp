@@ -52,10 +52,10 @@ protected:
         if (!IsWanted(name)) return;
         SCOPED_TRACE(name);
         // Where the failing call is the one that would have brought it, an event is waited for in vain.
-        Errand::Patience patience{5000, kBriefMs, true};
-        if (times != 1 || fault.before) patience = {kBriefMs, kBriefMs, false};
+        Errand::Limits limits{5000, kBriefMs, true};
+        if (times != 1 || fault.before) limits = {kBriefMs, kBriefMs, false};
         Faults().Arm(std::move(fault));
-        const ErrandReport report = RunErrand(name, patience);
+        const ErrandReport report = RunErrand(name, limits);
         m_Hits += Faults().Disarm() != 0 ? 1 : 0;
         // libusb takes a device without a node off its list, until it hears that the node has been made.
         if (error == ENOENT) usbfs::AnnounceNode("2-1");

@@ -97,9 +97,9 @@ TEST(LeavingCamera, DuringAGrabEndsWithFailedBuffersAndACallback) {
         ++(frame.result.Succeeded() ? good : failed);
     }
     EXPECT_GE(good, 8u);
-    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
     for (int i = 0; i < 500 && calls == 0; ++i)
-        (void)Tavix::WaitObject(patience).Wait(10);
+        (void)Tavix::WaitObject(pause).Wait(10);
     EXPECT_EQ(calls, 1);
     EXPECT_TRUE(camera->IsOpen());
     EXPECT_NE(ErrorOf([&] { run.Stop(); }), "");
@@ -129,9 +129,9 @@ TEST(LeavingCamera, ThatBeginsWithLineErrorsIsOneRemovalToo) {
     }
     EXPECT_GE(good, 8u);
     EXPECT_EQ(last, vexlo::VX_E_USB_NO_DEVICE);
-    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
     for (int i = 0; i < 500 && calls == 0; ++i)
-        (void)Tavix::WaitObject(patience).Wait(10);
+        (void)Tavix::WaitObject(pause).Wait(10);
     EXPECT_EQ(calls, 1);
 }
 
@@ -144,11 +144,11 @@ TEST(LeavingCamera, LetsTheCameraBeClosedAndOpenedAgainAfterReplugging) {
         while (run.Next().result.Succeeded()) {
         }
     }
-    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
     // The camera that left stays listed until the bus has noticed.
     for (const bool isEmpty : {true, false})
         for (int i = 0; i < 500 && bus.Cameras().empty() != isEmpty; ++i)
-            (void)Tavix::WaitObject(patience).Wait(10);
+            (void)Tavix::WaitObject(pause).Wait(10);
     auto camera = bus.Open();
     EXPECT_GT(Integer(camera->GetNodeMap(), "Width"), 0);
 }

@@ -39,7 +39,7 @@ void GrabRun::Stop() {
 Frame GrabRun::Next(Then then) {
     Frame frame;
     if (!m_Grabber.RetrieveResult(frame.result)) {
-        if (!m_Grabber.GetWaitObject().Wait(kPatienceMs) || !m_Grabber.RetrieveResult(frame.result)) return frame;
+        if (!m_Grabber.GetWaitObject().Wait(kTimeoutMs) || !m_Grabber.RetrieveResult(frame.result)) return frame;
     }
     frame.bytes = *static_cast<const std::vector<std::uint8_t>*>(frame.result.Context());
     if (then == Then::Requeue) ErrorOf([&] { m_Grabber.QueueBuffer(frame.result.Handle(), frame.result.Context()); });

@@ -35,7 +35,7 @@ public:
     Tavix::IStreamGrabber& Grabber() { return m_Grabber; }
     std::size_t BufferSize() const { return m_Size; }
 
-    static constexpr unsigned int kPatienceMs = 10000;
+    static constexpr unsigned int kTimeoutMs = 10000;
 
 private:
     Tavix::ITavixDevice& m_Device;

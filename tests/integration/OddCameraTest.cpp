@@ -63,9 +63,9 @@ TEST_F(CameraInTheSecondConfiguration, ComesBackAfterAnUnplug) {
     ExpectGoodFrames(*m_Bus.Open());
     usbfs::Bus::Instance().Unplug(m_Plugged.Name());
     usbfs::Bus::Instance().Replug(m_Plugged.Name());
-    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
     for (int i = 0; i < 500 && m_Bus.Cameras().empty(); ++i)
-        (void)Tavix::WaitObject(patience).Wait(10);
+        (void)Tavix::WaitObject(pause).Wait(10);
     EXPECT_EQ(m_Device->Active(), SecondConfiguration::kOther) << "as the system chooses";
     ExpectGoodFrames(*m_Bus.Open());
     EXPECT_EQ(m_Device->Active(), SecondConfiguration::kCamera);

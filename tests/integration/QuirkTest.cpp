@@ -196,9 +196,9 @@ TEST(ControlChannelDeadToClearing, IsRevivedByAResetOfThePort) {
     ASSERT_EQ(vexlo::Init(), vexlo::VX_OK);
     {
         const DevicePointer device = NewDevice();
-        for (const auto patience :
+        for (const auto timeout :
              {vexlo::CVxDevice::Property_ConnectTimeout, vexlo::CVxDevice::Property_ControlTimeout})
-            EXPECT_EQ(SetProperty<std::uint32_t>(*device, patience, 200), vexlo::VX_OK);
+            EXPECT_EQ(SetProperty<std::uint32_t>(*device, timeout, 200), vexlo::VX_OK);
         ASSERT_EQ(device->Open(Discovered().at(0)), vexlo::VX_OK);
         std::uint32_t version = 0;
         unsigned long count = sizeof version;
@@ -368,13 +368,13 @@ TEST(CameraThatResetsItself, IsARemovalAndAnArrivalWithTheSameIdentity) {
     auto camera = bus.Open();
     camera->RegisterRemovalCallback(callback);
     Execute(camera->GetNodeMap(), "DeviceReset");
-    const Tavix::WaitObjectEx patience = Tavix::WaitObjectEx::Create();
+    const Tavix::WaitObjectEx pause = Tavix::WaitObjectEx::Create();
     for (int i = 0; i < 500 && calls == 0; ++i)
-        (void)Tavix::WaitObject(patience).Wait(10);
+        (void)Tavix::WaitObject(pause).Wait(10);
     EXPECT_EQ(calls, 1);
     camera.reset();
     for (int i = 0; i < 500 && bus.Cameras().empty(); ++i)
-        (void)Tavix::WaitObject(patience).Wait(10);
+        (void)Tavix::WaitObject(pause).Wait(10);
     ASSERT_EQ(bus.Cameras().size(), 1u);
     GenICam::gcstring guid;
     ASSERT_TRUE(bus.Cameras()[0].GetPropertyValue("DeviceGUID", guid));

@@ -20,9 +20,9 @@ constexpr std::uint32_t kNarrow = 65536;
 /// The camera is silent with transfers of more than 64 KiB.
 class SilentStream : public testing::Test {
 protected:
-    SilentStream() { SetPatience(600); }
+    SilentStream() { SetTimeout(600); }
 
-    void SetPatience(std::uint32_t milliseconds) {
+    void SetTimeout(std::uint32_t milliseconds) {
         EXPECT_EQ(SetProperty(*stream, CVxStream::Property_FirstDataTimeout, milliseconds), vexlo::VX_OK);
     }
     void ExpectFrames() {
@@ -60,9 +60,9 @@ TEST_F(SilentStream, IsHelpedBySmallerTransfersAndByThemAtOnceTheNextTime) {
 }
 
 TEST_F(SilentStream, StaysSilentWhenNothingIsToBeTried) {
-    SetPatience(0);
+    SetTimeout(0);
     stream.Start();
-    EXPECT_EQ(stream.Next(/*patienceMs=*/400).Status, vexlo::VX_E_TIMEOUT);
+    EXPECT_EQ(stream.Next(/*timeoutMs=*/400).Status, vexlo::VX_E_TIMEOUT);
     EXPECT_GT(camera.Read(kTransferSize), kNarrow);
 }
 
@@ -81,7 +81,7 @@ TEST(WaitingStream, IsTriedOnceWithSmallerTransfersAndAnswersItsTrigger) {
     ASSERT_EQ(camera.Write(kTriggerMode, 1), vexlo::VX_OK);
     stream.Start();
     for (int i = 0; i < 100 && !isKnownToWait; ++i)
-        EXPECT_EQ(stream.Next(/*patienceMs=*/20).Status, vexlo::VX_E_TIMEOUT);
+        EXPECT_EQ(stream.Next(/*timeoutMs=*/20).Status, vexlo::VX_E_TIMEOUT);
     EXPECT_TRUE(isKnownToWait);
     EXPECT_EQ(camera.Read(kTransferSize), kNarrow);
     ASSERT_EQ(camera.Write(kTriggerSoftware, 1), vexlo::VX_OK);
@@ -89,7 +89,7 @@ TEST(WaitingStream, IsTriedOnceWithSmallerTransfersAndAnswersItsTrigger) {
     EXPECT_EQ(stream.Count(CVxStream::Property_FailedBufferCount), 0u);
     stream.Finish();
     stream.Start();
-    EXPECT_EQ(stream.Next(/*patienceMs=*/300).Status, vexlo::VX_E_TIMEOUT);
+    EXPECT_EQ(stream.Next(/*timeoutMs=*/300).Status, vexlo::VX_E_TIMEOUT);
     EXPECT_GT(camera.Read(kTransferSize), kNarrow) << "what was learnt is not forgotten";
     ASSERT_EQ(camera.Write(kTriggerSoftware, 1), vexlo::VX_OK);
     EXPECT_EQ(stream.Next().Status, vexlo::VX_OK);

@@ -97,8 +97,8 @@ TEST_P(SpoiledRead, IsOvercomeOrReportedAndDoesNoLastingHarm) {
 // bytes.
 INSTANTIATE_TEST_SUITE_P(
     Each, SpoiledRead,
-    testing::Values(SpoiledAnswer{"LateWithinPatience", R"("fault": "Late", "value": 150)", "", 0},
-                    SpoiledAnswer{"LateBeyondPatience", R"("fault": "Late", "value": 800)", "", 1},
+    testing::Values(SpoiledAnswer{"LateWithinTheTimeout", R"("fault": "Late", "value": 150)", "", 0},
+                    SpoiledAnswer{"LateBeyondTheTimeout", R"("fault": "Late", "value": 800)", "", 1},
                     SpoiledAnswer{"WrongCommandId", R"("fault": "WrongCommandId")", "", 1},
                     SpoiledAnswer{"WrongCommandIdEachTime", R"("fault": "WrongCommandId", "count": 3)",
                                   "The camera's answer is malformed", 3},

@@ -8,8 +8,8 @@
 namespace mischief {
 namespace {
 
-constexpr unsigned int kPatienceMs = 20;
-constexpr unsigned int kLongPatienceMs = 10000;
+constexpr unsigned int kTimeoutMs = 20;
+constexpr unsigned int kLongTimeoutMs = 10000;
 constexpr unsigned int kGoodFrames = 20;
 constexpr int kOpenings = 500;
 
@@ -121,7 +121,7 @@ void Application::Prepare(Tavix::ITavixDevice& device, Stream& stream) {
 void Application::Consume(Stream& stream, unsigned int frames) {
     for (unsigned int i = 0; i < frames; ++i) {
         m_Pulse.Beat("waiting for a frame");
-        (void)stream.grabber.GetWaitObject().Wait(kPatienceMs);
+        (void)stream.grabber.GetWaitObject().Wait(kTimeoutMs);
         while (TakeResult(stream, /*requeue=*/Roll(20) != 0)) {
         }
     }
@@ -159,7 +159,7 @@ void Application::Finish(Tavix::ITavixDevice& device, Stream& stream) {
     while (stream.books.Outside() != 0) {
         if (TakeResult(stream, /*requeue=*/false)) continue;
         m_Pulse.Beat("waiting for cancelled buffers");
-        if (!stream.grabber.GetWaitObject().Wait(kLongPatienceMs)) break;
+        if (!stream.grabber.GetWaitObject().Wait(kLongTimeoutMs)) break;
     }
     stream.books.Close();
     CompareCounters(stream);
@@ -192,7 +192,7 @@ void Application::ProveThatAllIsWell() {
                Try("opening", [&] { device->Open(); });
     };
     for (int i = 0; i < kOpenings && !isOpen(); ++i)
-        Tavix::WaitObject::Sleep(kPatienceMs);
+        Tavix::WaitObject::Sleep(kTimeoutMs);
     if (device == nullptr || !device->IsOpen())
         return m_Ledger.Complain(m_Serial, "the camera cannot be opened any more");
     m_Disturbed = false;
@@ -201,7 +201,7 @@ void Application::ProveThatAllIsWell() {
     Prepare(*device, stream);
     while (stream.good < kGoodFrames && stream.failed == 0) {
         m_Pulse.Beat("waiting for a good frame");
-        if (!stream.grabber.GetWaitObject().Wait(kLongPatienceMs)) break;
+        if (!stream.grabber.GetWaitObject().Wait(kLongTimeoutMs)) break;
         while (TakeResult(stream, /*requeue=*/true)) {
         }
     }

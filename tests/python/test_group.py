@@ -33,7 +33,7 @@ def test_all_are_open_or_none():
 
 
 def test_triggered_sets_hold_an_image_of_each(group):
-    with group.grab(by="block_id", patience=10) as stream:
+    with group.grab(by="block_id", set_timeout=10) as stream:
         for number in range(3):
             group.trigger()
             images = next(stream)
@@ -44,7 +44,7 @@ def test_triggered_sets_hold_an_image_of_each(group):
 
 
 def test_a_silent_camera_leaves_its_place_empty(group):
-    with group.grab(patience=0.1) as stream:
+    with group.grab(set_timeout=0.1) as stream:
         group[0].trigger()
         images = next(stream)
         assert images[0].number == 0 and images[1] is None and not images.is_complete
@@ -61,7 +61,7 @@ def test_a_camera_of_a_group_may_be_closed_for_itself(group):
 
 def test_sets_come_to_an_event_loop(group):
     async def grab():
-        async with group.stream(2, by="block_id", patience=10) as stream:
+        async with group.stream(2, by="block_id", set_timeout=10) as stream:
             group.trigger()
             first = await anext(stream)
             group.trigger()

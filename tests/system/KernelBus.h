@@ -13,8 +13,8 @@ namespace systemtest {
 
 /// Waits until the condition holds; false when it does not in time.
 template<class Condition>
-bool Await(Condition condition, std::chrono::seconds patience = std::chrono::seconds(20)) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+bool Await(Condition condition, std::chrono::seconds timeout = std::chrono::seconds(20)) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     const Tavix::WaitObjectEx never = Tavix::WaitObjectEx::Create();
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;

@@ -20,17 +20,17 @@ using testing::Not;
 /// A server without cameras, and the key of one browser.
 class Hostile : public testing::Test {
 protected:
-    explicit Hostile(std::chrono::milliseconds patience = std::chrono::seconds(60), std::size_t connections = 64)
-        : m_Server(Options(patience, connections)), m_Thread([this] { m_Server.Run(); }) {}
+    explicit Hostile(std::chrono::milliseconds timeout = std::chrono::seconds(60), std::size_t connections = 64)
+        : m_Server(Options(timeout, connections)), m_Thread([this] { m_Server.Run(); }) {}
     ~Hostile() override {
         m_Server.Stop();
         m_Thread.join();
     }
 
-    static viewer::ViewerOptions Options(std::chrono::milliseconds patience, std::size_t connections) {
+    static viewer::ViewerOptions Options(std::chrono::milliseconds timeout, std::size_t connections) {
         viewer::PrepareVirtualCameras();
         viewer::ViewerOptions options;
-        options.patience = patience;
+        options.timeout = timeout;
         options.connections = connections;
         return options;
     }

@@ -11,7 +11,7 @@
 namespace viewertest {
 namespace {
 
-constexpr int kPatienceMs = 60000;
+constexpr int kTimeoutMs = 60000;
 
 } // namespace
 
@@ -39,7 +39,7 @@ bool Wire::Send(const std::string& bytes) {
 
 bool Wire::Fill() {
     pollfd waited{m_Socket, POLLIN, 0};
-    if (poll(&waited, 1, kPatienceMs) != 1) throw std::runtime_error("nothing came for a minute");
+    if (poll(&waited, 1, kTimeoutMs) != 1) throw std::runtime_error("nothing came for a minute");
     char bytes[65536];
     const ssize_t got = recv(m_Socket, bytes, sizeof bytes, 0);
     if (got <= 0) return false;

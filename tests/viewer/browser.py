@@ -12,12 +12,12 @@ import subprocess
 import tempfile
 import time
 
-PATIENCE = 60.0  # seconds until a condition that does not come true is a failure; machines may be busy
+TIMEOUT = 60.0  # seconds until a condition that does not come true is a failure; machines may be busy
 
 
 def wait_until(condition, why="what was waited for"):
     """What a function returns once that is something."""
-    deadline = time.monotonic() + PATIENCE
+    deadline = time.monotonic() + TIMEOUT
     while not (value := condition()):
         assert time.monotonic() < deadline, f"{why} did not come"
         time.sleep(0.05)  # between two looks, not instead of one
@@ -90,7 +90,7 @@ class Browser:
         if session:
             message["sessionId"] = session
         os.write(self._write, json.dumps(message).encode() + b"\0")
-        deadline = time.monotonic() + PATIENCE
+        deadline = time.monotonic() + TIMEOUT
         while True:
             answer = self._receive(deadline)
             if answer.get("id") == message["id"]:
@@ -139,7 +139,7 @@ class Tab:
 
     def wait(self, script, why=None):
         """Waits until an expression is true, and returns its value."""
-        deadline = time.monotonic() + PATIENCE
+        deadline = time.monotonic() + TIMEOUT
         script = f"((value) => value instanceof Node ? true : value)({script})"
         while True:
             try:
@@ -250,7 +250,7 @@ class Server:
     def stop(self):
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGINT)
-            self.process.wait(PATIENCE)
+            self.process.wait(TIMEOUT)
         self.process.stdin.close()
         self.process.stdout.close()
 

@@ -208,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadSettings{"EndlessAnswer",
                     R"({"cameras": [{"faults": {"control": [{"fault": "Oversize", "value": 67108865}]}}]})",
                     "cameras[0].faults.control[0].value: at most 67108864 is expected"},
-        BadSettings{"EndlessPatience",
+        BadSettings{"EndlessPending",
                     R"({"cameras": [{"faults": {"control": [{"fault": "Pending", "value": 1001}]}}]})",
                     "cameras[0].faults.control[0].value: at most 1000 is expected"},
         BadSettings{"EndlessPayload", R"({"cameras": [{"registers": {"extraPayload": 67108865}}]})",

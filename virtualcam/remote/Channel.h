@@ -27,11 +27,11 @@ private:
 };
 
 /// How long a peer may take for a record of so many bytes: some time, and a second more for each MiB.
-inline milliseconds TimeFor(milliseconds patience, std::size_t bytes) {
-    return patience + milliseconds(1000 * (bytes >> 20));
+inline milliseconds TimeFor(milliseconds timeout, std::size_t bytes) {
+    return timeout + milliseconds(1000 * (bytes >> 20));
 }
-/// What patience a server has, if nobody says otherwise.
-inline constexpr milliseconds kPatience{10000};
+/// The timeout of a server, if nobody says otherwise.
+inline constexpr milliseconds kTimeout{10000};
 
 /// What is left until a moment, as poll() wants it; without one for ever.
 int PollTime(std::optional<TimePoint> until);

@@ -23,7 +23,7 @@ std::string EndText(const RemoteCamera& camera, SessionEnd end) {
 }
 
 Server::Server(RemoteCameras& cameras, const ServerSettings& settings, Notify notify)
-    : m_Cameras(cameras), m_Notify(std::move(notify)), m_Patience(settings.patience) {
+    : m_Cameras(cameras), m_Notify(std::move(notify)), m_Timeout(settings.timeout) {
     m_Listener = std::make_unique<Listener>(
         Listener::OpenTcp(settings.address, settings.port), [this](Connection& connection) { Answer(connection); },
         m_Notify);
@@ -38,7 +38,7 @@ Server::~Server() {
 // One connection: a question and its answer, and the whole session if that was an import.
 void Server::Answer(Connection& connection) {
     Channel channel(connection.Socket(), connection.End());
-    channel.SetDeadline(Clock::Now() + m_Patience);
+    channel.SetDeadline(Clock::Now() + m_Timeout);
     std::array<std::uint8_t, kOperationSize> header{};
     if (!channel.Receive(header.data(), header.size())) return;
     const std::optional<Operation> operation = DecodeOperation(header);
@@ -79,7 +79,7 @@ void Server::Import(Channel& channel, Connection& connection) {
     connection.Keep();
     if (!channel.Send(ImportReply(DescribeCamera(*camera)))) return;
     m_Notify("camera " + BusIdOf(*camera) + " (serial number " + camera->Settings().serial + ") was attached");
-    m_Notify(EndText(*camera, Session(*camera, connection.Socket(), m_Patience).Run()));
+    m_Notify(EndText(*camera, Session(*camera, connection.Socket(), m_Timeout).Run()));
 }
 
 } // namespace virtualcam::usbip

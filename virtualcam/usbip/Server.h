@@ -11,7 +11,7 @@ namespace virtualcam::usbip {
 struct ServerSettings {
     std::string address = "127.0.0.1";
     std::uint16_t port = kDefaultPort; ///< 0: any
-    milliseconds patience = kPatience; ///< with clients, see TimeFor
+    milliseconds timeout = kTimeout;   ///< with clients, see TimeFor
 };
 
 /// Serves from construction to destruction; ends the sessions of the cameras then, which are closed. Thread-safe.
@@ -26,7 +26,7 @@ public:
 private:
     RemoteCameras& m_Cameras;
     const Notify m_Notify;
-    const milliseconds m_Patience;
+    const milliseconds m_Timeout;
     std::unique_ptr<Listener> m_Listener;
 
     void Answer(Connection& connection);

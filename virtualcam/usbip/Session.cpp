@@ -38,13 +38,13 @@ usb::ControlSetup SetupOf(const std::array<std::uint8_t, 8>& bytes) {
 
 } // namespace
 
-Session::Session(RemoteCamera& camera, int socket, milliseconds patience)
-    : m_Camera(camera), m_Patience(patience), m_Channel(socket, camera.EndFd()),
+Session::Session(RemoteCamera& camera, int socket, milliseconds timeout)
+    : m_Camera(camera), m_Timeout(timeout), m_Channel(socket, camera.EndFd()),
       m_Transfers(camera.GetDevice(), *this, kBudget) {}
 
 SessionEnd Session::Run() {
     try {
-        m_SpeakBy = Clock::Now() + m_Patience;
+        m_SpeakBy = Clock::Now() + m_Timeout;
         while (Serve()) {
         }
     } catch (const std::bad_alloc&) {

@@ -26,15 +26,15 @@ enum class SessionEnd {
 /// Serves a camera that the caller has taken, on a socket that belongs to the caller. Bound to a thread.
 class Session final : private RemoteHost {
 public:
-    /// `patience` is for the first command, for the rest of each, and for the client to take each reply; see TimeFor.
-    Session(RemoteCamera& camera, int socket, milliseconds patience = kPatience);
+    /// `timeout` is for the first command, for the rest of each, and for the client to take each reply; see TimeFor.
+    Session(RemoteCamera& camera, int socket, milliseconds timeout = kTimeout);
 
     /// Returns when it is over; the caller closes the socket, which is how the client learns of an unplug.
     SessionEnd Run();
 
 private:
     RemoteCamera& m_Camera;
-    const milliseconds m_Patience;
+    const milliseconds m_Timeout;
     Channel m_Channel;
     RemoteTransfers m_Transfers;
     std::optional<TimePoint> m_SpeakBy; // for its first command
@@ -53,7 +53,7 @@ private:
     void Finished(const RemoteTransfer& transfer, const RemoteOutcome& outcome) override;
     bool HasRoom() override { return !m_ClientGone && !m_CameraGone; }
     bool Reply(std::uint32_t number, PipeStatus status, const std::uint8_t* data, std::size_t moved);
-    void Expect(std::size_t bytes) { m_Channel.SetDeadline(Clock::Now() + TimeFor(m_Patience, bytes)); }
+    void Expect(std::size_t bytes) { m_Channel.SetDeadline(Clock::Now() + TimeFor(m_Timeout, bytes)); }
     bool Violation();
 };
 

@@ -9,8 +9,8 @@
 
 namespace virtualcam::usbredir {
 
-Server::Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds patience)
-    : m_Cameras(cameras), m_Path(path), m_Notify(std::move(notify)), m_Patience(patience),
+Server::Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds timeout)
+    : m_Cameras(cameras), m_Path(path), m_Notify(std::move(notify)), m_Timeout(timeout),
       m_Reserved(cameras.size(), false) {
     m_Listener = std::make_unique<Listener>(
         Listener::OpenUnix(path), [this](Connection& connection) { Answer(connection); }, m_Notify);
@@ -36,7 +36,7 @@ void Server::Free(const RemoteCamera& camera) {
 
 void Server::Answer(Connection& connection) {
     Channel channel(connection.Socket(), connection.End());
-    channel.SetDeadline(Clock::Now() + m_Patience);
+    channel.SetDeadline(Clock::Now() + m_Timeout);
     Bytes greeting = ReceiveGreeting(channel);
     if (greeting.empty()) return;
     RemoteCamera* const camera = Reserve();
@@ -46,7 +46,7 @@ void Server::Answer(Connection& connection) {
     }
     try {
         connection.Keep();
-        Session(*camera, connection.Socket(), connection.End(), m_Notify, std::move(greeting), m_Patience).Run();
+        Session(*camera, connection.Socket(), connection.End(), m_Notify, std::move(greeting), m_Timeout).Run();
     } catch (...) {
         Free(*camera);
         throw;

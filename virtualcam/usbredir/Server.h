@@ -9,16 +9,16 @@ namespace virtualcam::usbredir {
 /// Serves from construction to destruction. Thread-safe.
 class Server {
 public:
-    /// Throws std::runtime_error when it cannot listen. The cameras are borrowed. `patience` is with peers, see
+    /// Throws std::runtime_error when it cannot listen. The cameras are borrowed. `timeout` is with peers, see
     /// TimeFor.
-    Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds patience = kPatience);
+    Server(RemoteCameras& cameras, const std::string& path, Notify notify, milliseconds timeout = kTimeout);
     ~Server();
 
 private:
     RemoteCameras& m_Cameras;
     const std::string m_Path;
     const Notify m_Notify;
-    const milliseconds m_Patience;
+    const milliseconds m_Timeout;
     std::mutex m_Lock;
     std::vector<bool> m_Reserved; // guarded by m_Lock
     std::unique_ptr<Listener> m_Listener;

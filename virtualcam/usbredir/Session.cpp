@@ -32,8 +32,8 @@ std::uint8_t SpeedOf(usb::Speed speed) {
 
 } // namespace
 
-Session::Session(RemoteCamera& camera, int socket, int end, const Notify& notify, Bytes greeting, milliseconds patience)
-    : m_Camera(camera), m_End(end), m_Notify(notify), m_Wire(socket, std::move(greeting), patience),
+Session::Session(RemoteCamera& camera, int socket, int end, const Notify& notify, Bytes greeting, milliseconds timeout)
+    : m_Camera(camera), m_End(end), m_Notify(notify), m_Wire(socket, std::move(greeting), timeout),
       m_Transfers(camera.GetDevice(), *this, kBudget), m_Parser(usbredirparser_create()) {
     if (!m_Parser) throw std::bad_alloc();
     SetCallbacks();

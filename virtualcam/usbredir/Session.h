@@ -23,10 +23,10 @@ inline constexpr std::size_t kMostUnread = 8u << 20;
 /// and `end`, which ends it by becoming readable, belong to the caller. Bound to a thread.
 class Session final : private RemoteHost {
 public:
-    /// `greeting` was read of the socket already. `patience` is for the rest of each packet, and for the peer to read
+    /// `greeting` was read of the socket already. `timeout` is for the rest of each packet, and for the peer to read
     /// what it is sent; see TimeFor.
     Session(RemoteCamera& camera, int socket, int end, const Notify& notify, Bytes greeting = {},
-            milliseconds patience = kPatience);
+            milliseconds timeout = kTimeout);
     ~Session();
 
     void Run();

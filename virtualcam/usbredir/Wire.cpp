@@ -31,8 +31,8 @@ Bytes ReceiveGreeting(Channel& channel) {
     return greeting;
 }
 
-Wire::Wire(int socket, Bytes greeting, milliseconds patience)
-    : m_Socket(socket), m_Patience(patience), m_Greeting(std::move(greeting)) {
+Wire::Wire(int socket, Bytes greeting, milliseconds timeout)
+    : m_Socket(socket), m_Timeout(timeout), m_Greeting(std::move(greeting)) {
     fcntl(m_Socket, F_SETFL, fcntl(m_Socket, F_GETFL) | O_NONBLOCK);
 }
 
@@ -71,8 +71,8 @@ void Wire::SetUnread(bool unread) {
 
 std::optional<TimePoint> Wire::Deadline() const {
     std::optional<TimePoint> deadline;
-    if (m_Unparsed != 0) deadline = m_PacketBegan + TimeFor(m_Patience, m_Unparsed);
-    if (m_UnreadSince) deadline = Earlier(deadline, *m_UnreadSince + m_Patience);
+    if (m_Unparsed != 0) deadline = m_PacketBegan + TimeFor(m_Timeout, m_Unparsed);
+    if (m_UnreadSince) deadline = Earlier(deadline, *m_UnreadSince + m_Timeout);
     return deadline;
 }
 

@@ -19,8 +19,8 @@ Bytes ReceiveGreeting(Channel& channel);
 /// that the peer leaves unread. Bound to a thread.
 class Wire {
 public:
-    /// `greeting` was read of the socket already, and comes first. The socket is borrowed. For `patience` see TimeFor.
-    Wire(int socket, Bytes greeting, milliseconds patience);
+    /// `greeting` was read of the socket already, and comes first. The socket is borrowed. For `timeout` see TimeFor.
+    Wire(int socket, Bytes greeting, milliseconds timeout);
 
     int Socket() const { return m_Socket; }
     /// Bytes that were moved; 0: none can be now; -1: it is over, or a packet is larger than any may be.
@@ -37,7 +37,7 @@ public:
 
 private:
     const int m_Socket;
-    const milliseconds m_Patience;
+    const milliseconds m_Timeout;
     Bytes m_Greeting; // what of it is not read yet
     std::size_t m_Unparsed = 0;
     TimePoint m_PacketBegan;

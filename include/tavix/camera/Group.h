@@ -28,7 +28,7 @@ struct GroupOptions {
     /// Images whose moments are at most so far apart belong together. Less than half a frame period.
     std::chrono::nanoseconds tolerance{5'000'000};
     /// How long a set that is not complete waits for its missing images after its first one.
-    std::chrono::milliseconds patience{500};
+    std::chrono::milliseconds setTimeout{500};
 };
 
 /// Sets of images. Next and Wait are for one thread at a time, Cancel is thread-safe.

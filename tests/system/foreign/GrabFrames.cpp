@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr guint64 kPatienceUs = 10000000;
+constexpr guint64 kTimeoutUs = 10000000;
 
 [[noreturn]] void Fail(const char* what, GError* error = nullptr) {
     std::fprintf(stderr, "grab_frames: %s%s%s\n", what, error != nullptr ? ": " : "",
@@ -95,7 +95,7 @@ void Grab(ArvCamera* camera, guint64 frames, const std::string& folder, const Ex
     arv_camera_start_acquisition(camera, &error);
     Check("starting", error);
     for (guint64 number = 0; number < frames; ++number) {
-        ArvBuffer* buffer = arv_stream_timeout_pop_buffer(stream, kPatienceUs);
+        ArvBuffer* buffer = arv_stream_timeout_pop_buffer(stream, kTimeoutUs);
         if (buffer == nullptr) Fail("no frame came in time");
         CheckFrame(buffer, expected, number);
         if (expected.chunks) CheckChunks(parser, buffer, expected, number);

@@ -7,7 +7,7 @@
 namespace streamtest {
 namespace {
 
-constexpr unsigned int kPatienceMs = 20000;
+constexpr unsigned int kTimeoutMs = 20000;
 
 u3v::TransferPlan MakePlan(const Sizes& sizes) {
     u3v::TransferNeeds needs;
@@ -75,7 +75,7 @@ void EngineBench::QueueAll() {
 CVxStream::GrabResult EngineBench::Next() {
     CVxStream::GrabResult result{};
     while (pool.Retrieve(&result, nullptr) != VX_OK) {
-        if (m_Wait.Wait(kPatienceMs)) continue;
+        if (m_Wait.Wait(kTimeoutMs)) continue;
         ADD_FAILURE() << "no buffer came back in time";
         return EmptyResult(VX_E_TIMEOUT);
     }

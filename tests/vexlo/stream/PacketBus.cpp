@@ -14,7 +14,7 @@ using Lock = std::unique_lock<std::mutex>;
 using usb::Result;
 using usb::TransferStatus;
 
-constexpr std::chrono::seconds kPatience{20};
+constexpr std::chrono::seconds kTimeout{20};
 
 } // namespace
 
@@ -188,7 +188,7 @@ std::vector<std::string> PacketBus::Offences() const {
 }
 
 bool PacketBus::WaitFor(const std::function<bool()>& condition) const {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const auto end = std::chrono::steady_clock::now() + kTimeout;
     while (!condition()) {
         Lock lock(m_Mutex);
         if (std::chrono::steady_clock::now() > end) return false;

@@ -50,7 +50,7 @@ TEST(Silence, IsTooLongFromTheLatestOfStartTransferAndWriteOn) {
     EXPECT_FALSE(silence.IsTooLong(start + milliseconds(300), start + milliseconds(20)));
 }
 
-TEST(Silence, OfNoPatienceIsNeverTooLong) {
+TEST(Silence, OfNoTimeoutIsNeverTooLong) {
     Silence silence(std::chrono::milliseconds(0));
     silence.SwitchedOn(Silence::Clock::now());
     EXPECT_TRUE(silence.IsIgnored());
@@ -149,19 +149,19 @@ TEST_F(Narrow, TransfersAreWaitedForWhenTheSizesCannotBeRead) {
 /// Cameras of which nothing comes at all, or nothing more.
 class SilentNarrow : public Narrow {
 protected:
-    SilentNarrow() : Narrow(kPatience) {}
+    SilentNarrow() : Narrow(kTimeout) {}
 
     /// The application starts the acquisition.
     void Write() { bench.camera.lastWrite = std::chrono::steady_clock::now(); }
     /// Much more time than a camera is given passes.
     void LetTimePass() {
-        const auto end = std::chrono::steady_clock::now() + 4 * kPatience;
+        const auto end = std::chrono::steady_clock::now() + 4 * kTimeout;
         ASSERT_TRUE(bench.bus.WaitFor([&] {
             bench.bus.WakeEvents(); // the engine looks at the clock each time
             return std::chrono::steady_clock::now() >= end;
         }));
     }
-    static constexpr std::chrono::milliseconds kPatience{40};
+    static constexpr std::chrono::milliseconds kTimeout{40};
     static constexpr std::uint32_t kWide = 299008; // all of the payload but its tail
 };
 

@@ -72,11 +72,11 @@ TEST_F(UsbipStrangers, AreNotTriedAgainAtOnceWhenDescriptorsAreShort) {
     EXPECT_GE(Clock::Now() - begin, milliseconds(kTries * 10));
 }
 
-struct UsbipServerWithoutPatience : UsbipServer {
-    UsbipServerWithoutPatience() : UsbipServer(milliseconds(200)) {}
+struct UsbipServerWithABriefTimeout : UsbipServer {
+    UsbipServerWithABriefTimeout() : UsbipServer(milliseconds(200)) {}
 };
 
-TEST_F(UsbipServerWithoutPatience, ClosesOnARequestThatComesByteByByte) {
+TEST_F(UsbipServerWithABriefTimeout, ClosesOnARequestThatComesByteByByte) {
     UsbipClient client = Connect();
     const Bytes request = Hex(Import("1-1"));
     std::size_t sent = 0;
@@ -86,14 +86,14 @@ TEST_F(UsbipServerWithoutPatience, ClosesOnARequestThatComesByteByByte) {
     EXPECT_EQ(DevicesListed(), 2u);
 }
 
-TEST_F(UsbipServerWithoutPatience, DetachesAClientThatNeverSaysAnything) {
+TEST_F(UsbipServerWithABriefTimeout, DetachesAClientThatNeverSaysAnything) {
     UsbipClient client = Connect();
     ASSERT_EQ(StatusOfImport(client, "1-1"), 0u);
     EXPECT_TRUE(client.IsClosed());
     AwaitNote("camera 1-1 (serial number 40000001) was detached, since its client was silent for too long");
 }
 
-TEST_F(UsbipServerWithoutPatience, DetachesAClientThatLeavesACommandUnfinished) {
+TEST_F(UsbipServerWithABriefTimeout, DetachesAClientThatLeavesACommandUnfinished) {
     UsbipClient client = Connect();
     ASSERT_EQ(StatusOfImport(client, "1-1"), 0u);
     EXPECT_EQ(ToHex(client.Ask("80 08 00 00 00 00 01 00", 1).data), "01");
@@ -102,7 +102,7 @@ TEST_F(UsbipServerWithoutPatience, DetachesAClientThatLeavesACommandUnfinished) 
     AwaitNote("since its client was silent for too long");
 }
 
-TEST_F(UsbipServerWithoutPatience, DetachesAClientThatReadsNothing) {
+TEST_F(UsbipServerWithABriefTimeout, DetachesAClientThatReadsNothing) {
     UsbipClient client = Connect();
     ASSERT_EQ(StatusOfImport(client, "1-1"), 0u);
     constexpr std::uint32_t kPayload = 1280 * 1024;
@@ -117,7 +117,7 @@ TEST_F(UsbipServerWithoutPatience, DetachesAClientThatReadsNothing) {
     AwaitNote("since its client was silent for too long");
 }
 
-TEST_F(UsbipServerWithoutPatience, LeavesAnIdleClientAloneThatHasSpoken) {
+TEST_F(UsbipServerWithABriefTimeout, LeavesAnIdleClientAloneThatHasSpoken) {
     UsbipClient client = Connect();
     ASSERT_EQ(StatusOfImport(client, "1-1"), 0u);
     EXPECT_EQ(ToHex(client.Ask("80 08 00 00 00 00 01 00", 1).data), "01");

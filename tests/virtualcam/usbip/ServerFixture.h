@@ -20,10 +20,10 @@ inline BackendSettings Cameras(unsigned count) {
     return settings;
 }
 
-inline ServerSettings AnyPort(milliseconds patience = kPatience) {
+inline ServerSettings AnyPort(milliseconds timeout = kTimeout) {
     ServerSettings settings;
     settings.port = 0;
-    settings.patience = patience;
+    settings.timeout = timeout;
     return settings;
 }
 
@@ -48,7 +48,7 @@ inline UsbipClient ConnectTo(std::uint16_t port) {
 /// Two cameras on a free port of this computer.
 class UsbipServer : public testing::Test {
 protected:
-    explicit UsbipServer(milliseconds patience = kPatience) : server(cameras, AnyPort(patience), TakeNotes()) {}
+    explicit UsbipServer(milliseconds timeout = kTimeout) : server(cameras, AnyPort(timeout), TakeNotes()) {}
 
     UsbipClient Connect() { return ConnectTo(server.Port()); }
     // Status of the reply to an import; 0 leaves the connection in use.

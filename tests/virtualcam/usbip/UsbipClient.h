@@ -37,11 +37,11 @@ public:
     }
     void Send(const std::string& digits) { Send(Hex(digits)); }
     /// Exactly so many bytes, or fewer when the server closes or is silent for too long.
-    Bytes Receive(std::size_t count, int patienceMs = 5000) {
+    Bytes Receive(std::size_t count, int timeoutMs = 5000) {
         Bytes bytes(count);
         std::size_t done = 0;
         pollfd polled{m_Socket.Get(), POLLIN, 0};
-        while (done < count && poll(&polled, 1, patienceMs) > 0) {
+        while (done < count && poll(&polled, 1, timeoutMs) > 0) {
             const ssize_t got = recv(m_Socket.Get(), bytes.data() + done, count - done, 0);
             if (got <= 0) break;
             done += static_cast<std::size_t>(got);

@@ -86,17 +86,17 @@ TEST_F(UsbredirHostility, ClosesOnAPacketThatIsLargerThanAnyMayBe) {
     EXPECT_TRUE(peer->IsClosed());
 }
 
-struct UsbredirHostilityWithoutPatience : UsbredirSession {
-    UsbredirHostilityWithoutPatience() : UsbredirSession(Fast(), milliseconds(200)) {}
+struct UsbredirHostilityWithinABriefTimeout : UsbredirSession {
+    UsbredirHostilityWithinABriefTimeout() : UsbredirSession(Fast(), milliseconds(200)) {}
 };
 
-TEST_F(UsbredirHostilityWithoutPatience, EndsWithAPacketThatIsLeftUnfinished) {
+TEST_F(UsbredirHostilityWithinABriefTimeout, EndsWithAPacketThatIsLeftUnfinished) {
     Connect();
     peer->SendRaw(Hex("65000000 1A000000"));
     EXPECT_TRUE(peer->IsClosed());
 }
 
-TEST_F(UsbredirHostilityWithoutPatience, EndsWithAnswersThatAreLeftUnread) {
+TEST_F(UsbredirHostilityWithinABriefTimeout, EndsWithAnswersThatAreLeftUnread) {
     constexpr std::uint32_t kPayload = 640 * 480;
     Connect();
     StartStream(kPayload);
@@ -107,7 +107,7 @@ TEST_F(UsbredirHostilityWithoutPatience, EndsWithAnswersThatAreLeftUnread) {
         std::this_thread::yield();
 }
 
-TEST_F(UsbredirHostilityWithoutPatience, LeavesAnIdlePeerAlone) {
+TEST_F(UsbredirHostilityWithinABriefTimeout, LeavesAnIdlePeerAlone) {
     Connect();
     EXPECT_TRUE(peer->IsSilent(500));
     peer->SendControl(3, {0x80, 0x08, 0, 0, 1});

@@ -55,10 +55,10 @@ public:
         return done;
     }
     /// The next packet.
-    Packet Next(int patienceMs = 5000) {
+    Packet Next(int timeoutMs = 5000) {
         Flush();
         pollfd polled{m_Socket.Get(), POLLIN, 0};
-        while (m_Packets.empty() && poll(&polled, 1, patienceMs) > 0)
+        while (m_Packets.empty() && poll(&polled, 1, timeoutMs) > 0)
             if (usbredirparser_do_read(Parser()) != 0) break;
         if (m_Packets.empty()) return {};
         Packet packet = std::move(m_Packets.front());
@@ -72,7 +72,7 @@ public:
             packet = Next();
         return packet;
     }
-    bool IsSilent(int patienceMs = 20) { return Next(patienceMs).kind.empty(); }
+    bool IsSilent(int timeoutMs = 20) { return Next(timeoutMs).kind.empty(); }
     bool IsClosed() {
         while (!Next(2000).kind.empty()) {
         }

@@ -22,7 +22,7 @@ protected:
         EXPECT_EQ(connect(made.Get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
         return made;
     }
-    void Serve(milliseconds patience = kPatience) { m_Server.emplace(m_Cameras, m_Path, kSilent, patience); }
+    void Serve(milliseconds timeout = kTimeout) { m_Server.emplace(m_Cameras, m_Path, kSilent, timeout); }
 
 private:
     const std::string m_Path = testing::TempDir() + "tavix-usbredir-" + std::to_string(getpid());

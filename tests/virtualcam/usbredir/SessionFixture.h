@@ -30,11 +30,11 @@ inline const Notify kSilent = [](const std::string&) {};
 /// A camera, its session in a thread, and a peer.
 class UsbredirSession : public testing::Test {
 protected:
-    explicit UsbredirSession(const CameraSettings& settings = Fast(), milliseconds patience = kPatience)
+    explicit UsbredirSession(const CameraSettings& settings = Fast(), milliseconds timeout = kTimeout)
         : camera(settings, 0) {
         peer.emplace(std::move(m_Sockets.ours));
-        m_Thread = std::thread([this, patience] {
-            Session(camera, m_Sockets.theirs.Get(), m_End.Get(), kSilent, {}, patience).Run();
+        m_Thread = std::thread([this, timeout] {
+            Session(camera, m_Sockets.theirs.Get(), m_End.Get(), kSilent, {}, timeout).Run();
             m_Sockets.theirs.Close();
         });
     }

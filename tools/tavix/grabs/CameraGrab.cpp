@@ -114,10 +114,10 @@ bool CameraGrab::WantsMore() const {
 }
 
 void CameraGrab::Loop(const Tavix::Camera& camera, Tavix::ImageStream& stream) {
-    const std::chrono::milliseconds patience(m_Options.timeoutMs);
-    for (auto end = Clock::now() + patience; WantsMore();) {
+    const std::chrono::milliseconds timeout(m_Options.timeoutMs);
+    for (auto end = Clock::now() + timeout; WantsMore();) {
         if (TakeNext(stream, end)) {
-            end = Clock::now() + patience;
+            end = Clock::now() + timeout;
         } else if (Clock::now() >= end) {
             throw Error(SilenceText(camera));
         }

@@ -26,8 +26,8 @@ void EventPrinter::Start(Tavix::Camera& camera) {
         camera.OnEvent(name, take);
 }
 
-bool EventPrinter::HasEnded(std::chrono::milliseconds patience) {
-    if (m_Ended.Wait(static_cast<unsigned int>(patience.count()))) return true;
+bool EventPrinter::HasEnded(std::chrono::milliseconds timeout) {
+    if (m_Ended.Wait(static_cast<unsigned int>(timeout.count()))) return true;
     const std::lock_guard<std::mutex> guard(m_Mutex);
     const auto silence = std::chrono::steady_clock::now() - m_LastSign;
     if (m_Options.timeoutMs == 0 || silence < std::chrono::milliseconds(m_Options.timeoutMs)) return false;

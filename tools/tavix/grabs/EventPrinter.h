@@ -21,7 +21,7 @@ public:
     /// Switches the events on and begins to print. Throws Tavix::Error.
     void Start(Tavix::Camera& camera);
     /// Whether enough events have come, none came in time, or they cannot be taken any more; waits a moment for that.
-    bool HasEnded(std::chrono::milliseconds patience = {});
+    bool HasEnded(std::chrono::milliseconds timeout = {});
     /// Why it ended early; empty for no reason.
     std::string Failure() const;
 
