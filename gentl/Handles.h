@@ -34,7 +34,7 @@ private:
 };
 
 /// For a few instructions at a time: an answer about a buffer must cost far less than a mutex that sleeps.
-/// Thread-safe.
+/// Taking it acquires what its last holder released, and nothing moves out of the section between. Thread-safe.
 class SpinLock {
 public:
     void lock() noexcept {
@@ -79,7 +79,9 @@ private:
 
     std::size_t TakePlace();
 
-    std::array<std::atomic<Block*>, kBlocks> m_Blocks{}; // each is set once and lives as long as the process
+    // Each is set once and lives as long as the process. The store releases the block that was made, the load acquires
+    // it.
+    std::array<std::atomic<Block*>, kBlocks> m_Blocks{};
     std::mutex m_Mutex;
     std::vector<std::size_t> m_Free; // guarded by m_Mutex
     std::size_t m_Count = 0;         // guarded by m_Mutex; places made so far

@@ -15,8 +15,8 @@ struct ImageMemory {
     Tavix::Image image;
 };
 
-/// Passed on by each thread that has had a memory. GStreamer's own counters do the same, out of sight of the thread
-/// sanitizer.
+/// Passed on by each thread that has had a memory: every addition acquires what all before it released. GStreamer's own
+/// counters do the same, out of sight of the thread sanitizer.
 std::atomic<unsigned int> baton{0};
 
 ImageMemory& Received(GstMemory* memory) {

@@ -100,8 +100,9 @@ private:
     std::set<IEventAdapter*> m_EventAdapters;                  // owned; guarded by m_Lock, but see DestroyEventAdapter
     PortSuccession<CUsbChunkParser> m_ParserSuccession;        // of m_ChunkParsers
     PortSuccession<CTavixUsbEventAdapter> m_AdapterSuccession; // of m_EventAdapters
-    std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{
-        nullptr}; // owned; set once, under the lock of m_pTlParams
+    // Owned; set once, under the lock of m_pTlParams. The store releases the layer that was made, and the load acquires
+    // it.
+    std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{nullptr};
     std::atomic<bool> m_MigrationMode{false};
     const gcstring m_FullName;
 };

@@ -95,14 +95,15 @@ private:
     bool IsDelivering() const { return m_Delivering.load() == std::this_thread::get_id(); }
     [[noreturn]] void FailWithStatus(SourcePlace place, const char* format, unsigned int status) const;
 
-    vexlo::CVxDevice* const m_pVxDevice;                                // borrowed
-    CTavixUsbDevice* const m_pDevice;                                   // borrowed
-    vexlo::CVxStream* m_pVxStream = nullptr;                            // borrowed, may be null; guarded by m_Lock
-    mutable WaitObjectEx m_WaitObject;                                  // constant after construction
-    GenApi::CPointer<GenApi::IInteger> m_ptrTLParamsLocked;             // may be empty; guarded by m_Lock
-    EStreamGrabberState m_State = Closed;                               // guarded by m_Lock
-    IStreamResultSink* m_pSink = nullptr;                               // borrowed; constant while grabbing
-    std::atomic<std::thread::id> m_Delivering{};                        // the stream's thread inside the sink
+    vexlo::CVxDevice* const m_pVxDevice;                    // borrowed
+    CTavixUsbDevice* const m_pDevice;                       // borrowed
+    vexlo::CVxStream* m_pVxStream = nullptr;                // borrowed, may be null; guarded by m_Lock
+    mutable WaitObjectEx m_WaitObject;                      // constant after construction
+    GenApi::CPointer<GenApi::IInteger> m_ptrTLParamsLocked; // may be empty; guarded by m_Lock
+    EStreamGrabberState m_State = Closed;                   // guarded by m_Lock
+    IStreamResultSink* m_pSink = nullptr;                   // borrowed; constant while grabbing
+    // The stream's thread inside the sink. A thread compares it with itself, and always sees what it wrote last.
+    std::atomic<std::thread::id> m_Delivering{};
     ParamsPtr<Vandrel_UsbStreamParams::CUsbStreamParamsImpl> m_pParams; // constant after construction
     std::unique_ptr<CStreamGrabberPort> m_pPort;                        // constant after construction
     mutable boost::recursive_mutex m_Lock;

@@ -191,7 +191,7 @@ private:
     }
 
     GenICam::gcstring m_DeviceName;
-    std::atomic<long>* m_pCount = nullptr; ///< owned together with all copies
+    std::atomic<long>* m_pCount = nullptr; ///< owned together with all copies; its last one sees what others did
 };
 
 using CNodeMapRef = CNodeMapRefT<CGeneric_XMLLoaderParams>;

@@ -257,6 +257,7 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
         m_HasGap = false;
     }
     m_LastArrival = frame.arrival;
+    // Relaxed: the reader compares it with a time, and reads nothing else by it.
     m_LastSign.store(frame.arrival.time_since_epoch().count(), std::memory_order_relaxed);
     frame.time = m_Clock->TimeOf(frame.cameraTime, frame.arrival);
     return Image(m_Pool->Lend(frame));

@@ -100,9 +100,9 @@ private:
     std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
     Counters m_Counts;
 
-    std::function<void(Image)> m_Receiver; // constant once started; may be empty
-    std::atomic<GrabSession*> m_Live{nullptr};
-    std::atomic<std::int64_t> m_LastSign{0}; // when an image came last, or the stream began
+    std::function<void(Image)> m_Receiver;     // constant once started; may be empty
+    std::atomic<GrabSession*> m_Live{nullptr}; // set before the stream's thread starts, cleared when it has ended
+    std::atomic<std::int64_t> m_LastSign{0};   // when an image came last, or the stream began
     std::mutex m_Feeding; // held while buffers are queued and added; the grabber's thread never waits for it
 
     mutable std::mutex m_DefectMutex;

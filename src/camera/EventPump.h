@@ -60,8 +60,9 @@ private:
     std::vector<std::intptr_t> m_Callbacks;
     std::vector<Notification> m_SwitchedOn;
     const WaitObjectEx m_Stop = WaitObjectEx::Create(/*manualReset=*/true);
-    std::atomic<std::thread::id> m_Delivering{}; // the pump's thread while it delivers a message
-    std::vector<CameraEvent> m_Events;           // of the pump's thread: those of the message that is being delivered
+    // The pump's thread while it delivers a message; a thread compares it with itself.
+    std::atomic<std::thread::id> m_Delivering{};
+    std::vector<CameraEvent> m_Events; // of the pump's thread: those of the message that is being delivered
     std::thread m_Thread;
 };
 

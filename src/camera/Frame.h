@@ -57,9 +57,10 @@ struct Frame : ImageFacts {
     StreamBufferHandle handle = nullptr;
     Frame* next = nullptr;                      ///< in the pool's list of those that came back
     EPixelType pixelType = PixelType_Undefined; ///< of the image that was here last, whose format is known
-    std::atomic<bool> isLent{false}, isReleased{false};
-    std::shared_ptr<FramePool> home;          ///< set while an image has it; null for copies, which have none
-    std::unique_ptr<ChunkValues> chunkValues; ///< once somebody asked
+    std::atomic<bool> isLent{false};            ///< see FramePool::m_IsRetired for its order
+    std::atomic<bool> isReleased{false};        ///< an exchange: one of two comes first
+    std::shared_ptr<FramePool> home;            ///< set while an image has it; null for copies, which have none
+    std::unique_ptr<ChunkValues> chunkValues;   ///< once somebody asked
 
     Frame();
     ~Frame();

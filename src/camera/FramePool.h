@@ -38,7 +38,11 @@ public:
 
 private:
     std::vector<std::unique_ptr<Frame>> m_Frames; // of the stream's thread
+    // A list that many push to and one takes whole, so that no node is met twice in it: the push releases what the
+    // image did to its frame, the exchange acquires it.
     std::atomic<Frame*> m_Returned{nullptr};
+    // Two sides set a flag of their own and then look at the other's: hunger and the list, the end and isLent. In any
+    // order weaker than the sequentially consistent one both could miss each other: no bell, or memory that stays.
     std::atomic<bool> m_IsHungry{false};
     std::atomic<bool> m_IsRetired{false};
     const WaitObjectEx m_Bell = WaitObjectEx::Create(/*manualReset=*/false);

@@ -10,7 +10,7 @@ namespace logging {
 constexpr unsigned int kNothing = 0xFFFFFFFF; // a lowest level that no line reaches
 
 // Levels below this one go nowhere, whatever the category. Only a hint: it may lag behind for an instant.
-extern std::atomic<unsigned int> g_LowestLevel;
+extern std::atomic<unsigned int> g_LowestLevel; // read relaxed: categories and listeners have locks of their own
 
 // Recomputes g_LowestLevel from the appenders and the listeners.
 void UpdateLowestLevel();

@@ -37,6 +37,8 @@ public:
         return listeners;
     }
 
+    // Nothing is read by the count: who sees a listener takes the lock for the list. A line that is written while one
+    // joins may be early for it, in any order.
     bool IsEmpty() const { return m_Count.load(std::memory_order_acquire) == 0; }
 
     Entries Copy() const {

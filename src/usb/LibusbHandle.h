@@ -78,6 +78,9 @@ private:
     SlotList m_InFlight;
     SlotList m_Ended;
 
+    // WakeEvents sets m_Wake before m_Attention, HandleEvents clears m_Attention before it looks at m_Wake: in one
+    // order of all four, a wake-up whose mark is cleared is seen all the same. The mark set later meets libusb under
+    // its event lock, which the thread that took the interruption in our place has held.
     std::atomic<bool> m_Wake{false};
     /// Read by libusb as a plain int once it holds its event lock; not 0 when HandleEvents has something to look at.
     int m_Attention = 0;

@@ -62,6 +62,7 @@ Result SynchronousTransfer::Bulk(std::uint8_t endpoint, std::uint8_t* data, std:
 }
 
 void SynchronousTransfer::Ended(libusb_transfer* transfer) {
+    // Released with what libusb wrote of the transfer; Run acquires it, also when another thread handled the event.
     __atomic_store_n(&static_cast<SynchronousTransfer*>(transfer->user_data)->m_Done, 1, __ATOMIC_RELEASE);
 }
 

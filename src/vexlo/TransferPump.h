@@ -69,7 +69,7 @@ private:
     Mutex m_Lock;
     std::condition_variable m_Idle; ///< a call of a client has ended
     std::vector<Entry> m_Clients TAVIX_GUARDED_BY(m_Lock);
-    std::atomic<bool> m_Stop{false};
+    std::atomic<bool> m_Stop{false}; // set before the wake-up that makes the thread look at it
 };
 
 } // namespace vexlo
