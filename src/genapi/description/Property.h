@@ -45,7 +45,10 @@ inline constexpr PropertyFlags kList = 1;     // may occur several times, and ea
 inline constexpr PropertyFlags kOptional = 2; // left out when it is malformed or its target is missing
 inline constexpr PropertyFlags kTells = 4;    // over this link the node hears of a change of the target
 inline constexpr PropertyFlags kNeeded = 8;   // the target of this link belongs to a part of a description
-inline constexpr PropertyFlags kGivesValue = 16; // over this link the target takes part in the node's value
+inline constexpr PropertyFlags kGivesValue = 16;   // over this link the target takes part in the node's value
+inline constexpr PropertyFlags kReads = 32;        // over this link the node reads the target, be it not for its value
+inline constexpr PropertyFlags kWrites = 64;       // over this link a write of the node goes on to the target
+inline constexpr PropertyFlags kTellsTarget = 128; // over this link the target hears of a change of the node
 
 // All that is known of a property: its name, the form of its value, the attribute that it takes, its flags. A new one
 // is a row here.
@@ -57,10 +60,10 @@ inline constexpr PropertyFlags kGivesValue = 16; // over this link the target ta
     X(DocuURL, Text, None, 0)                                                                                          \
     X(IsDeprecated, YesNo, None, kOptional)                                                                            \
     X(EventID, HexPairs, None, 0)                                                                                      \
-    X(pIsImplemented, Link, None, kTells | kNeeded)                                                                    \
-    X(pIsAvailable, Link, None, kTells | kNeeded)                                                                      \
-    X(pIsLocked, Link, None, kTells | kNeeded)                                                                         \
-    X(pBlockPolling, Link, None, kOptional | kNeeded)                                                                  \
+    X(pIsImplemented, Link, None, kTells | kNeeded | kReads)                                                           \
+    X(pIsAvailable, Link, None, kTells | kNeeded | kReads)                                                             \
+    X(pIsLocked, Link, None, kTells | kNeeded | kReads)                                                                \
+    X(pBlockPolling, Link, None, kOptional | kNeeded | kReads)                                                         \
     X(ImposedAccessMode, AccessMode, None, 0)                                                                          \
     X(pError, Link, None, kList | kOptional | kNeeded)                                                                 \
     X(pAlias, Link, None, kOptional)                                                                                   \
@@ -68,34 +71,34 @@ inline constexpr PropertyFlags kGivesValue = 16; // over this link the target ta
     X(pInvalidator, Link, None, kList | kOptional | kTells)                                                            \
     X(Streamable, YesNo, None, kOptional)                                                                              \
     X(Address, Integer, None, kList)                                                                                   \
-    X(pAddress, Link, None, kList | kTells | kNeeded | kGivesValue)                                                    \
-    X(pIndex, Link, Offset, kList | kTells | kNeeded | kGivesValue)                                                    \
+    X(pAddress, Link, None, kList | kTells | kNeeded | kGivesValue | kReads)                                           \
+    X(pIndex, Link, Offset, kList | kTells | kNeeded | kGivesValue | kReads)                                           \
     X(Length, Integer, None, 0)                                                                                        \
-    X(pLength, Link, None, kTells | kNeeded | kGivesValue)                                                             \
+    X(pLength, Link, None, kTells | kNeeded | kGivesValue | kReads)                                                    \
     X(AccessMode, AccessMode, None, 0)                                                                                 \
-    X(pPort, Link, None, kTells | kNeeded)                                                                             \
+    X(pPort, Link, None, kTells | kNeeded | kReads)                                                                    \
     X(Cachable, CachingMode, None, 0)                                                                                  \
     X(PollingTime, Integer, None, kOptional)                                                                           \
     X(pFeature, Link, None, kList | kOptional | kNeeded)                                                               \
     X(Value, Value, None, 0)                                                                                           \
-    X(pValue, Link, None, kTells | kNeeded | kGivesValue)                                                              \
-    X(pValueCopy, Link, None, kList | kTells | kNeeded)                                                                \
+    X(pValue, Link, None, kTells | kNeeded | kGivesValue | kReads | kWrites)                                           \
+    X(pValueCopy, Link, None, kList | kTells | kNeeded | kWrites)                                                      \
     X(ValueIndexed, Number, Index, kList)                                                                              \
-    X(pValueIndexed, Link, Index, kList | kTells | kNeeded | kGivesValue)                                              \
+    X(pValueIndexed, Link, Index, kList | kTells | kNeeded | kGivesValue | kReads | kWrites)                           \
     X(ValueDefault, Number, None, 0)                                                                                   \
-    X(pValueDefault, Link, None, kTells | kNeeded | kGivesValue)                                                       \
+    X(pValueDefault, Link, None, kTells | kNeeded | kGivesValue | kReads | kWrites)                                    \
     X(Min, Number, None, 0)                                                                                            \
-    X(pMin, Link, None, kTells | kNeeded)                                                                              \
+    X(pMin, Link, None, kTells | kNeeded | kReads)                                                                     \
     X(Max, Number, None, 0)                                                                                            \
-    X(pMax, Link, None, kTells | kNeeded)                                                                              \
+    X(pMax, Link, None, kTells | kNeeded | kReads)                                                                     \
     X(Inc, Number, None, 0)                                                                                            \
-    X(pInc, Link, None, kTells | kNeeded)                                                                              \
+    X(pInc, Link, None, kTells | kNeeded | kReads)                                                                     \
     X(Unit, Text, None, 0)                                                                                             \
     X(Representation, Representation, None, kOptional)                                                                 \
     X(DisplayNotation, DisplayNotation, None, kOptional)                                                               \
     X(DisplayPrecision, Integer, None, kOptional)                                                                      \
     X(ValidValueSet, IntegerList, None, 0)                                                                             \
-    X(pSelected, Link, None, kList | kOptional)                                                                        \
+    X(pSelected, Link, None, kList | kOptional | kTellsTarget)                                                         \
     X(Sign, Sign, None, 0)                                                                                             \
     X(Endianess, Endianess, None, 0) /* sic */                                                                         \
     X(Bit, Integer, None, 0)                                                                                           \
@@ -104,8 +107,8 @@ inline constexpr PropertyFlags kGivesValue = 16; // over this link the target ta
     X(OnValue, Integer, None, 0)                                                                                       \
     X(OffValue, Integer, None, 0)                                                                                      \
     X(CommandValue, Integer, None, 0)                                                                                  \
-    X(pCommandValue, Link, None, kTells | kNeeded)                                                                     \
-    X(pVariable, Link, Name, kList | kTells | kNeeded | kGivesValue)                                                   \
+    X(pCommandValue, Link, None, kTells | kNeeded | kReads)                                                            \
+    X(pVariable, Link, Name, kList | kTells | kNeeded | kGivesValue | kReads)                                          \
     X(Constant, Float, Name, kList)                                                                                    \
     X(Expression, Text, Name, kList)                                                                                   \
     X(Formula, Text, None, 0)                                                                                          \
@@ -116,7 +119,7 @@ inline constexpr PropertyFlags kGivesValue = 16; // over this link the target ta
     X(NumericValue, Float, None, 0)                                                                                    \
     X(IsSelfClearing, YesNo, None, 0)                                                                                  \
     X(ChunkID, HexPairs, None, 0)                                                                                      \
-    X(pChunkID, Link, None, kTells | kNeeded)                                                                          \
+    X(pChunkID, Link, None, kTells | kNeeded | kGivesValue | kReads)                                                   \
     X(SwapEndianess, YesNo, None, 0) /* sic */                                                                         \
     X(CacheChunkData, YesNo, None, 0)                                                                                  \
     X(p1212Parser, Link, None, kOptional | kNeeded)                                                                    \
@@ -126,7 +129,7 @@ inline constexpr PropertyFlags kGivesValue = 16; // over this link the target ta
     X(Symbolic, Text, None, 0)                                                                                         \
     X(pEnumEntry, Link, None, kList | kTells | kNeeded)                                                                \
     X(IsFeature, YesNo, None, kOptional)                                                                               \
-    X(pDependent, Link, None, kList | kOptional)                                                                       \
+    X(pDependent, Link, None, kList | kOptional | kTellsTarget)                                                        \
     X(pTerminal, Link, None, kList | kOptional)                                                                        \
     X(pSelecting, Link, None, kList | kOptional)
 

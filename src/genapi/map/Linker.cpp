@@ -84,8 +84,7 @@ void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
     const NodeIndex target = property.record.target; // the target itself may be far away in memory
     DependencyGraph& graph = m_Map.m_Graph;
     if (IsDependencyLink(id)) graph.Add(target, node.Index(), id == PropertyId::pInvalidator);
-    // These two tell who depends on the node itself.
-    if (id == PropertyId::pSelected || id == PropertyId::pDependent) graph.Add(node.Index(), target, false);
+    if (HasFlag(id, kTellsTarget)) graph.Add(node.Index(), target, false);
     if (id == PropertyId::pSelecting) graph.Add(target, node.Index(), false);
     if (property.pOffsetTarget) graph.Add(property.pOffsetTarget->Index(), node.Index(), false);
 }

@@ -3,39 +3,35 @@
 #include "genapi/nodes/Node.h"
 #include "genapi/nodes/ReverseLinks.h"
 
-#include <algorithm>
 #include <unordered_set>
 
 namespace genapi {
 
 namespace {
 
-using Ids = std::vector<PropertyId>;
 using P = PropertyId;
 
-// What a node reads for its value, registers for their place.
-const Ids kValueLinks = {P::pValue,    P::pIndex,   P::pValueIndexed, P::pValueDefault,
-                         P::pVariable, P::pAddress, P::pLength,       P::pChunkID};
-// What it reads at all.
-const Ids kReadingLinks = {P::pIsImplemented, P::pIsAvailable,  P::pIsLocked, P::pBlockPolling, P::pValue,  P::pIndex,
-                           P::pValueIndexed,  P::pValueDefault, P::pVariable, P::pAddress,      P::pLength, P::pPort,
-                           P::pMin,           P::pMax,          P::pInc,      P::pCommandValue, P::pChunkID};
-const Ids kWritingLinks = {P::pValue, P::pValueCopy, P::pValueIndexed, P::pValueDefault};
-const Ids kInvalidatorLinks = {P::pInvalidator};
-const Ids kFeatureLinks = {P::pFeature, P::pEnumEntry};
-
-bool Contains(const Ids& ids, PropertyId id) {
-    return std::find(ids.begin(), ids.end(), id) != ids.end();
+constexpr bool IsGivingValue(P id) {
+    return HasFlag(id, kGivesValue);
+}
+constexpr bool IsWriting(P id) {
+    return HasFlag(id, kWrites);
+}
+constexpr bool IsReading(P id) {
+    return HasFlag(id, kReads);
+}
+constexpr bool IsListing(P id) {
+    return id == P::pFeature || id == P::pEnumEntry;
 }
 
-// Calls visit(target) for each link, as often as a target is named.
-template<class Visitor>
-void ForEachLink(const Node& node, const Ids& ids, Visitor visit) {
+// Calls visit(target) for each link of the chosen properties, as often as a target is named.
+template<class Choice, class Visitor>
+void ForEachLink(const Node& node, Choice isMeant, Visitor visit) {
     const auto meet = [&visit](Node* pNode) {
         if (pNode) visit(*pNode);
     };
     for (const PropertyRecord& record : node.Properties()) {
-        if (!Contains(ids, record.id)) continue;
+        if (!isMeant(record.id)) continue;
         meet(node.Host().NodeAt(record.target));
         if (record.attributeKind == AttributeKind::pOffset) meet(node.Host().Find(record.attribute));
     }
@@ -48,8 +44,9 @@ public:
     void Add(Node& node) {
         if (m_IsIn.insert(&node).second) m_Nodes.push_back(&node);
     }
-    void AddLinked(const Node& node, const Ids& ids) {
-        ForEachLink(node, ids, [this](Node& target) { Add(target); });
+    template<class Choice>
+    void AddLinked(const Node& node, Choice isMeant) {
+        ForEachLink(node, isMeant, [this](Node& target) { Add(target); });
     }
 
 private:
@@ -58,13 +55,13 @@ private:
 };
 
 // Visits all nodes that the links lead to, each once; a node for which the visitor returns false leads no further.
-template<class Visitor>
-void Walk(const Node& start, const Ids& ids, Visitor visit) {
+template<class Choice, class Visitor>
+void Walk(const Node& start, Choice isMeant, Visitor visit) {
     std::vector<bool> isMet(start.Host().Nodes().size(), false);
     std::vector<const Node*> queue{&start};
     isMet[start.Index()] = true;
     for (std::size_t head = 0; head < queue.size(); ++head) {
-        ForEachLink(*queue[head], ids, [&](Node& next) {
+        ForEachLink(*queue[head], isMeant, [&](Node& next) {
             if (isMet[next.Index()]) return;
             isMet[next.Index()] = true;
             if (visit(next)) queue.push_back(&next);
@@ -74,7 +71,7 @@ void Walk(const Node& start, const Ids& ids, Visitor visit) {
 
 bool IsTerminal(const Node& node) {
     bool isWritingOn = false;
-    ForEachLink(node, kWritingLinks, [&isWritingOn](Node&) { isWritingOn = true; });
+    ForEachLink(node, IsWriting, [&isWritingOn](Node&) { isWritingOn = true; });
     return node.OwnCachingMode() || !isWritingOn;
 }
 
@@ -87,7 +84,7 @@ int64_t OwnPollingTime(const Node& node) {
 GenApi::ECachingMode Node::CachingMode() const {
     if (const GenApi::ECachingMode* const pOwn = OwnCachingMode()) return *pOwn;
     GenApi::ECachingMode mode = GenApi::WriteThrough;
-    Walk(*this, kReadingLinks, [&mode](const Node& node) {
+    Walk(*this, IsReading, [&mode](const Node& node) {
         const GenApi::ECachingMode* const pOwn = node.OwnCachingMode();
         if (!pOwn) return true;
         if (*pOwn == GenApi::NoCache || mode == GenApi::WriteThrough) mode = *pOwn;
@@ -99,7 +96,7 @@ GenApi::ECachingMode Node::CachingMode() const {
 bool Node::IsCacheValid() {
     if (m_pDefect) return false;
     bool isValid = IsOwnCacheValid();
-    Walk(*this, kValueLinks, [&isValid](Node& node) {
+    Walk(*this, IsGivingValue, [&isValid](Node& node) {
         isValid = isValid && node.IsOwnCacheValid();
         return isValid;
     });
@@ -109,7 +106,7 @@ bool Node::IsCacheValid() {
 GenApi::EYesNo Node::IsAccessModeCacheable() const {
     // What lies behind a port may change its mode silently, together with the port.
     bool needsPort = m_Type == NodeType::Port;
-    Walk(*this, kReadingLinks, [&needsPort](const Node& node) {
+    Walk(*this, IsReading, [&needsPort](const Node& node) {
         needsPort = needsPort || node.Type() == NodeType::Port;
         return !needsPort;
     });
@@ -127,7 +124,7 @@ bool Node::IsCachable() const {
 int64_t Node::GetPollingTime() const {
     if (FindRecord(PropertyId::PollingTime)) return OwnPollingTime(*this);
     int64_t shortest = -1;
-    Walk(*this, kReadingLinks, [&shortest](const Node& node) {
+    Walk(*this, IsReading, [&shortest](const Node& node) {
         const int64_t time = OwnPollingTime(node);
         if (time > 0 && (shortest < 0 || time < shortest)) shortest = time;
         return time <= 0;
@@ -142,17 +139,14 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
     case GenApi::ctParentNodes:
         GetParents(Children);
         break;
-    case GenApi::ctReadingChildren: {
-        Ids ids = kReadingLinks;
-        ids.insert(ids.end(), kFeatureLinks.begin(), kFeatureLinks.end());
-        children.AddLinked(*this, ids);
+    case GenApi::ctReadingChildren:
+        children.AddLinked(*this, [](P id) { return IsReading(id) || IsListing(id); });
         break;
-    }
     case GenApi::ctWritingChildren:
-        children.AddLinked(*this, kWritingLinks);
+        children.AddLinked(*this, IsWriting);
         break;
     case GenApi::ctInvalidatingChildren:
-        children.AddLinked(*this, kInvalidatorLinks);
+        children.AddLinked(*this, [](P id) { return id == P::pInvalidator; });
         break;
     case GenApi::ctDependingNodes: {
         const GenApi::AutoLock lock(m_pHost->Lock());
@@ -163,12 +157,12 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
     }
     case GenApi::ctTerminalNodes:
         if (IsTerminal(*this)) children.Add(const_cast<Node&>(*this));
-        Walk(*this, kWritingLinks, [&children](Node& node) {
+        Walk(*this, IsWriting, [&children](Node& node) {
             const bool isTerminal = IsTerminal(node);
             if (isTerminal) children.Add(node);
             return !isTerminal;
         });
-        children.AddLinked(*this, {P::pTerminal});
+        children.AddLinked(*this, [](P id) { return id == P::pTerminal; });
         break;
     }
 }
@@ -184,9 +178,9 @@ const DependencyGraph& NodeHost::Parents() {
     m_Lock.AssertHeld();
     if (!m_pParents) {
         std::bitset<kPropertyCount> properties;
-        for (const Ids& ids : {kReadingLinks, kWritingLinks, kFeatureLinks, kInvalidatorLinks}) {
-            for (const PropertyId id : ids)
-                properties.set(static_cast<std::size_t>(id));
+        for (std::size_t i = 0; i < kPropertyCount; ++i) {
+            const auto id = static_cast<P>(i);
+            properties.set(i, IsReading(id) || IsWriting(id) || IsListing(id) || id == P::pInvalidator);
         }
         m_pParents = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
     }
