@@ -6,6 +6,8 @@
 #include "u3v/ManifestTable.h"
 #include "vexlo/Logging.h"
 
+#include "core/Unzip.h"
+
 #include <openssl/sha.h>
 
 #include <algorithm>
@@ -91,9 +93,9 @@ VxStatus UnpackDescription(u3v::ByteView stored, bool statedAsZip, CXmlFile& fil
         SetText(file, std::string(reinterpret_cast<const char*>(stored.data), stored.size));
         return VX_OK;
     }
-    ZipMember member;
-    const VxStatus status = UnzipFirst(stored, member);
-    if (status != VX_OK) return status;
+    Tavix::Unzipped member = Tavix::UnzipFirst(stored.data, stored.size, kLargestDescription);
+    if (member.verdict == Tavix::Unzipped::Verdict::TooLarge) return VX_E_XML_TOO_LARGE;
+    if (member.verdict != Tavix::Unzipped::Verdict::Good) return VX_E_XML_BAD_ZIP;
     SetText(file, std::move(member.text));
     if (!member.name.empty()) file.SetFilename(std::move(member.name));
     return VX_OK;

@@ -21,11 +21,4 @@ namespace vexlo {
 /// As stored and as text. What a camera or an archive states of a size is a claim: memory grows as bytes come.
 inline constexpr std::size_t kLargestDescription = 64u << 20;
 
-/// First member of a zip archive, which may be damaged or empty.
-struct ZipMember {
-    std::string name;
-    std::string text;
-};
-[[nodiscard]] VxStatus UnzipFirst(u3v::ByteView archive, ZipMember& found);
-
 } // namespace vexlo
