@@ -6,8 +6,14 @@
 
 namespace genapi {
 
+namespace {
+
+constexpr NodeIndex kTargetMask = 0x7FFFFFFF; // more nodes than any description has
+
+} // namespace
+
 void DependencyGraph::Add(NodeIndex source, NodeIndex dependent, bool isInvalidator) {
-    m_Pending.push_back({source, {dependent, isInvalidator ? 1u : 0u}});
+    m_Pending.push_back({source, {dependent & kTargetMask, isInvalidator ? 1u : 0u}});
 }
 
 void DependencyGraph::Build(NodeIndex nodeCount) {
