@@ -50,6 +50,16 @@ void Camera::Set64(std::uint64_t address, std::uint64_t value) {
     Set(address, Little(value, 8));
 }
 
+Camera::Memory Camera::Remember() const {
+    const Lock lock(m_Mutex);
+    return m_Memory;
+}
+
+void Camera::Restore(const Memory& memory) {
+    const Lock lock(m_Mutex);
+    m_Memory = memory;
+}
+
 std::uint32_t Camera::Get32(std::uint64_t address) const {
     const Lock lock(m_Mutex);
     Bytes bytes;
@@ -291,6 +301,12 @@ void Camera::Send(std::uint8_t endpoint, const std::vector<Bytes>& transfers) {
     data.insert(data.end(), transfers.begin(), transfers.end());
     Match(endpoint);
     m_Changed.notify_all();
+}
+
+void Camera::DropUnsent(std::uint8_t endpoint) {
+    const Lock lock(m_Mutex);
+    m_Pipes[endpoint].data.clear();
+    m_Pipes[endpoint].consumed = 0;
 }
 
 void Camera::Fail(std::uint8_t endpoint, usb::TransferStatus status) {

@@ -48,6 +48,10 @@ public:
     void Set32(std::uint64_t address, std::uint32_t value);
     void Set64(std::uint64_t address, std::uint64_t value);
     std::uint32_t Get32(std::uint64_t address) const;
+    /// All that it holds, to be given back to it.
+    using Memory = std::map<std::uint64_t, std::uint8_t>;
+    Memory Remember() const;
+    void Restore(const Memory& memory);
     void OnCommand(Intercept intercept);
     std::vector<Command> Commands() const;
     /// Values written to a register, in order.
@@ -97,6 +101,8 @@ public:
 
     // Bulk data to the host. A transfer ends short unless it is a multiple of the packet size; {} is an empty packet.
     void Send(std::uint8_t endpoint, const std::vector<Bytes>& transfers);
+    /// Drops what no transfer has taken, as a camera does that is switched off.
+    void DropUnsent(std::uint8_t endpoint);
     /// Ends the oldest queued transfer of the endpoint with a failure.
     void Fail(std::uint8_t endpoint, usb::TransferStatus status);
     /// Ends all queued transfers of the endpoint with a failure.
@@ -126,7 +132,7 @@ private:
 
     mutable std::mutex m_Mutex;
     mutable std::condition_variable m_Changed;
-    std::map<std::uint64_t, std::uint8_t> m_Memory;
+    Memory m_Memory;
     Intercept m_Intercept;
     std::vector<Command> m_Commands;
     std::deque<Bytes> m_Answers;
