@@ -32,7 +32,7 @@ private:
     std::vector<Tavix::CameraEvent> m_Events;
 };
 
-TEST(Event, IsDeliveredWithItsValues) {
+TEST(CameraEvents, IsDeliveredWithItsValues) {
     VirtualBus bus(kPaced);
     Inbox inbox;
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -48,7 +48,7 @@ TEST(Event, IsDeliveredWithItsValues) {
     ErrorOf<Tavix::NotFound>([&] { events[0]["Weather"]; });
 }
 
-TEST(Event, GoesToThoseWhoAskedForIt) {
+TEST(CameraEvents, GoesToThoseWhoAskedForIt) {
     VirtualBus bus(kPaced);
     Inbox starts, ends;
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -61,7 +61,7 @@ TEST(Event, GoesToThoseWhoAskedForIt) {
         EXPECT_EQ(event.name, "ExposureEnd");
 }
 
-TEST(Event, OfAnyKindGoesToThoseWhoAskedForAll) {
+TEST(CameraEvents, OfAnyKindGoesToThoseWhoAskedForAll) {
     VirtualBus bus(kPaced);
     Inbox inbox;
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -76,7 +76,7 @@ TEST(Event, OfAnyKindGoesToThoseWhoAskedForAll) {
     EXPECT_THAT(names, testing::IsSupersetOf({"ExposureEnd", "FrameStart"}));
 }
 
-TEST(Event, LeavesANotificationThatWasOn) {
+TEST(CameraEvents, LeavesANotificationThatWasOn) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["EventSelector"] = "ExposureEnd";
@@ -90,7 +90,7 @@ TEST(Event, LeavesANotificationThatWasOn) {
     EXPECT_EQ(camera["EventNotification"].Text(), "Off");
 }
 
-TEST(Event, LeavesTheSelectorAsItWas) {
+TEST(CameraEvents, LeavesTheSelectorAsItWas) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["EventSelector"] = "FrameStart";
@@ -100,7 +100,7 @@ TEST(Event, LeavesTheSelectorAsItWas) {
     EXPECT_EQ(camera["EventNotification"].Text(), "On");
 }
 
-TEST(Event, OfAnUnknownNameIsRefusedWithThoseThatThereAre) {
+TEST(CameraEvents, OfAnUnknownNameIsRefusedWithThoseThatThereAre) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     try {
@@ -113,7 +113,7 @@ TEST(Event, OfAnUnknownNameIsRefusedWithThoseThatThereAre) {
     }
 }
 
-TEST(Event, LetsItsCallbackReadFeaturesAndEndItself) {
+TEST(CameraEvents, LetsItsCallbackReadFeaturesAndEndItself) {
     VirtualBus bus(kPaced);
     Inbox inbox;
     Tavix::Camera camera = Tavix::Camera::Open();

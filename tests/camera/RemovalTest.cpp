@@ -24,7 +24,7 @@ Tavix::GrabOptions Reconnecting(std::chrono::milliseconds timeout) {
     return options;
 }
 
-TEST(Removal, EndsAStreamThatDoesNotWait) {
+TEST(CameraRemoval, EndsAStreamThatDoesNotWait) {
     VirtualBus bus(kGoes);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab();
@@ -38,7 +38,7 @@ TEST(Removal, EndsAStreamThatDoesNotWait) {
     ErrorOf<Tavix::Removed>([&] { camera["ExposureTime"] = 1.0; });
 }
 
-TEST(Removal, LeavesTheImagesThatCameBefore) {
+TEST(CameraRemoval, LeavesTheImagesThatCameBefore) {
     VirtualBus bus(kGoes);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["TriggerMode"] = "On";
@@ -61,7 +61,7 @@ TEST(Removal, LeavesTheImagesThatCameBefore) {
 
 constexpr char kGoesWhileItIsAsked[] = R"([{"serial": "7", "faults": {"control": [{"fault": "Unplug", "skip": 60}]}}])";
 
-TEST(Removal, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
+TEST(CameraRemoval, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
     VirtualBus bus(kGoesWhileItIsAsked);
     Tavix::Camera camera = Tavix::Camera::Open();
     EXPECT_THAT(ErrorOf<Tavix::Removed>([&] {
@@ -71,7 +71,7 @@ TEST(Removal, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
                 HasSubstr("unplugged"));
 }
 
-TEST(Removal, LeavesNoSettingsThatOneCouldKeep) {
+TEST(CameraRemoval, LeavesNoSettingsThatOneCouldKeep) {
     VirtualBus bus(kGoesWhileItIsAsked);
     const Tavix::Camera camera = Tavix::Camera::Open();
     std::vector<Tavix::RefusedSetting> unread;
@@ -79,7 +79,7 @@ TEST(Removal, LeavesNoSettingsThatOneCouldKeep) {
     EXPECT_TRUE(unread.empty());
 }
 
-TEST(Removal, IsSurvivedByAStreamThatWaits) {
+TEST(CameraRemoval, IsSurvivedByAStreamThatWaits) {
     VirtualBus bus(kComesBack);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["ExposureTime"] = 1234.0;
@@ -101,7 +101,7 @@ TEST(Removal, IsSurvivedByAStreamThatWaits) {
     EXPECT_EQ(camera["ExposureTime"].Float(), 1234.0);
 }
 
-TEST(Removal, SetsACameraThatIsBackInTheApplicationsOrder) {
+TEST(CameraRemoval, SetsACameraThatIsBackInTheApplicationsOrder) {
     VirtualBus bus(kComesBack);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["Width"] = 32;
@@ -118,7 +118,7 @@ TEST(Removal, SetsACameraThatIsBackInTheApplicationsOrder) {
     EXPECT_EQ(camera["EventNotification"].Text(), "On");
 }
 
-TEST(Removal, EndsAStreamWhoseCameraStaysAway) {
+TEST(CameraRemoval, EndsAStreamWhoseCameraStaysAway) {
     VirtualBus bus(kGoes);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(Reconnecting(300ms));
@@ -138,7 +138,7 @@ std::string GoesWhileItStarts(const char* moment) {
 
 constexpr const char* kMomentsOfTheStart[] = {R"("command": 2050, "address": 131076)", R"("whileStreaming": true)"};
 
-TEST(Removal, WhileAStreamStartsIsSurvivedByOneThatWaits) {
+TEST(CameraRemoval, WhileAStreamStartsIsSurvivedByOneThatWaits) {
     for (const char* moment : kMomentsOfTheStart) {
         VirtualBus bus(GoesWhileItStarts(moment));
         Tavix::Camera camera = Tavix::Camera::Open();
@@ -151,7 +151,7 @@ TEST(Removal, WhileAStreamStartsIsSurvivedByOneThatWaits) {
     }
 }
 
-TEST(Removal, WhileAStreamWithACallbackStartsIsSurvivedByOneThatWaits) {
+TEST(CameraRemoval, WhileAStreamWithACallbackStartsIsSurvivedByOneThatWaits) {
     for (const char* moment : kMomentsOfTheStart) {
         VirtualBus bus(GoesWhileItStarts(moment));
         Tavix::Camera camera = Tavix::Camera::Open();
@@ -164,13 +164,13 @@ TEST(Removal, WhileAStreamWithACallbackStartsIsSurvivedByOneThatWaits) {
     }
 }
 
-TEST(Removal, WhileAStreamStartsEndsOneThatDoesNotWait) {
+TEST(CameraRemoval, WhileAStreamStartsEndsOneThatDoesNotWait) {
     VirtualBus bus(GoesWhileItStarts(kMomentsOfTheStart[0]));
     Tavix::Camera camera = Tavix::Camera::Open();
     EXPECT_THAT(ErrorOf<Tavix::Removed>([&] { camera.Grab(); }), HasSubstr("unplugged"));
 }
 
-TEST(Removal, LeavesAWaitForTheCameraCancellable) {
+TEST(CameraRemoval, LeavesAWaitForTheCameraCancellable) {
     VirtualBus bus(kGoes);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(Reconnecting(-1ms));
@@ -181,7 +181,7 @@ TEST(Removal, LeavesAWaitForTheCameraCancellable) {
     EXPECT_FALSE(stream.Next());
 }
 
-TEST(Removal, IsToldAndSoIsTheReturn) {
+TEST(CameraRemoval, IsToldAndSoIsTheReturn) {
     VirtualBus bus(kComesBack);
     std::mutex mutex;
     std::vector<bool> told;
@@ -206,7 +206,7 @@ TEST(Removal, IsToldAndSoIsTheReturn) {
     EXPECT_EQ(changes, 1);
 }
 
-TEST(Removal, LeavesKeptImagesAsTheyWere) {
+TEST(CameraRemoval, LeavesKeptImagesAsTheyWere) {
     VirtualBus bus(kComesBack);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));

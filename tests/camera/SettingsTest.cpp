@@ -24,7 +24,7 @@ std::string TemporaryPath() {
     return path;
 }
 
-TEST(Settings, BringACameraBackToWhatItWas) {
+TEST(CameraSettings, BringACameraBackToWhatItWas) {
     VirtualBus bus(kCamera);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["Width"] = 640;
@@ -40,7 +40,7 @@ TEST(Settings, BringACameraBackToWhatItWas) {
     EXPECT_THAT(camera.ReadSettings().Compare(settings), IsEmpty());
 }
 
-TEST(Settings, TellWhatCouldNotBeRead) {
+TEST(CameraSettings, TellWhatCouldNotBeRead) {
     VirtualBus bus(R"([{"serial": "7", "faults": {"control": [{"fault": "Status", "value": 32774, "count": 0,
                         "command": 2048, "address": 1056832}]}}])"); // where it keeps the exposure time
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -52,7 +52,7 @@ TEST(Settings, TellWhatCouldNotBeRead) {
     EXPECT_GT(settings.Lines().size(), 80U);
 }
 
-TEST(Settings, AreAppliedAgainAsLongAsMoreOfThemSucceed) {
+TEST(CameraSettings, AreAppliedAgainAsLongAsMoreOfThemSucceed) {
     VirtualBus bus(kCamera);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::Settings settings;
@@ -62,7 +62,7 @@ TEST(Settings, AreAppliedAgainAsLongAsMoreOfThemSucceed) {
     EXPECT_EQ(camera["OffsetX"].Int(), 320);
 }
 
-TEST(Settings, TellWhatWasRefusedAndWhy) {
+TEST(CameraSettings, TellWhatWasRefusedAndWhy) {
     VirtualBus bus(kCamera);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::Settings settings;
@@ -78,7 +78,7 @@ TEST(Settings, TellWhatWasRefusedAndWhy) {
     EXPECT_EQ(camera["Width"].Int(), 640);
 }
 
-TEST(Settings, AreTheSameFromAFile) {
+TEST(CameraSettings, AreTheSameFromAFile) {
     const std::string path = TemporaryPath();
     Tavix::Settings settings;
     settings.Add("DeviceUserID", "two\nlines \\ and a slash");
@@ -91,7 +91,7 @@ TEST(Settings, AreTheSameFromAFile) {
     EXPECT_THAT(read.Compare(settings), IsEmpty());
 }
 
-TEST(Settings, FollowNoLinkThatSomebodyPlantedBesideTheirFile) {
+TEST(CameraSettings, FollowNoLinkThatSomebodyPlantedBesideTheirFile) {
     const std::string path = TemporaryPath(), victim = TemporaryPath();
     std::ofstream(victim) << "whole";
     ASSERT_EQ(symlink(victim.c_str(), (path + ".part").c_str()), 0);
@@ -106,7 +106,7 @@ TEST(Settings, FollowNoLinkThatSomebodyPlantedBesideTheirFile) {
         std::remove(file.c_str());
 }
 
-TEST(Settings, GoIntoAPipeInsteadOfReplacingIt) {
+TEST(CameraSettings, GoIntoAPipeInsteadOfReplacingIt) {
     const std::string path = TemporaryPath() + ".pipe";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
@@ -117,7 +117,7 @@ TEST(Settings, GoIntoAPipeInsteadOfReplacingIt) {
     std::remove(path.c_str());
 }
 
-TEST(Settings, CompareByPlaceAndNotByLine) {
+TEST(CameraSettings, CompareByPlaceAndNotByLine) {
     const auto left = Tavix::Settings::FromText("# a comment\nWidth\t640\nGainSelector\tRed\nGain\t1\n"
                                                 "GainSelector\tBlue\nGain\t2\n");
     const auto right = Tavix::Settings::FromText("GainSelector\tBlue\nGain\t3\nGainSelector\tRed\nGain\t1\nWidth\t640\n"
@@ -132,7 +132,7 @@ TEST(Settings, CompareByPlaceAndNotByLine) {
     EXPECT_EQ(differences[2].left, "");
 }
 
-TEST(Settings, RefuseTextThatIsNone) {
+TEST(CameraSettings, RefuseTextThatIsNone) {
     EXPECT_THAT(ErrorOf<Tavix::Error>([] { Tavix::Settings::FromText("Width 640\n"); }), HasSubstr("'Width 640'"));
     ErrorOf<Tavix::Error>([] { Tavix::Settings::FromFile("/nowhere/at/all"); });
     ErrorOf<Tavix::Error>([] { Tavix::Settings().Save("/nowhere/at/all"); });

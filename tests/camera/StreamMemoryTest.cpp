@@ -20,7 +20,7 @@ using namespace cameratest;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-TEST(StreamMemory, RefusesImagesThatAreLargerThanAllowed) {
+TEST(ImageMemory, RefusesImagesThatAreLargerThanAllowed) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["PixelFormat"] = "Mono8";
@@ -35,7 +35,7 @@ TEST(StreamMemory, RefusesImagesThatAreLargerThanAllowed) {
         EXPECT_TRUE(image.IsWhole()) << image.Defect();
 }
 
-TEST(StreamMemory, IsNotFrozenByImagesThatAreKept) {
+TEST(ImageMemory, IsNotFrozenByImagesThatAreKept) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -50,7 +50,7 @@ TEST(StreamMemory, IsNotFrozenByImagesThatAreKept) {
         EXPECT_EQ(kept[i].Number(), i);
 }
 
-TEST(StreamMemory, StopsAtTheBudgetAndGoesOnOnceAnImageIsGivenBack) {
+TEST(ImageMemory, StopsAtTheBudgetAndGoesOnOnceAnImageIsGivenBack) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -69,7 +69,7 @@ TEST(StreamMemory, StopsAtTheBudgetAndGoesOnOnceAnImageIsGivenBack) {
     EXPECT_EQ(stream.Counts().missed, missed);
 }
 
-TEST(StreamMemory, IsWokenByAnImageThatAnotherThreadGivesBack) {
+TEST(ImageMemory, IsWokenByAnImageThatAnotherThreadGivesBack) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -82,7 +82,7 @@ TEST(StreamMemory, IsWokenByAnImageThatAnotherThreadGivesBack) {
     other.join();
 }
 
-TEST(StreamMemory, GoesOnWithACallbackThatKeepsImagesForAWhile) {
+TEST(ImageMemory, GoesOnWithACallbackThatKeepsImagesForAWhile) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -104,7 +104,7 @@ TEST(StreamMemory, GoesOnWithACallbackThatKeepsImagesForAWhile) {
 }
 
 // The grabber's thread would wait for the grabber, and that for its thread when somebody finishes the grab.
-TEST(StreamMemory, MakesFurtherBuffersForACallbackOnAnotherThread) {
+TEST(ImageMemory, MakesFurtherBuffersForACallbackOnAnotherThread) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -125,7 +125,7 @@ TEST(StreamMemory, MakesFurtherBuffersForACallbackOnAnotherThread) {
     EXPECT_EQ(allocatedByGrabber, 0);
 }
 
-TEST(StreamMemory, TakesMemoryFromAnAllocator) {
+TEST(ImageMemory, TakesMemoryFromAnAllocator) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     std::list<std::weak_ptr<void>> given;
@@ -143,7 +143,7 @@ TEST(StreamMemory, TakesMemoryFromAnAllocator) {
     EXPECT_TRUE(std::all_of(given.begin(), given.end(), [](const auto& memory) { return memory.expired(); }));
 }
 
-TEST(StreamMemory, FailsToStartWithoutMemoryAndCanBeStartedAgain) {
+TEST(ImageMemory, FailsToStartWithoutMemoryAndCanBeStartedAgain) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -168,7 +168,7 @@ private:
     char m_Path[32] = "/tmp/tavix-camera-XXXXXX";
 };
 
-TEST(StreamMemory, IsAsLargeAsTheStreamSaysWhateverAFeatureSays) {
+TEST(ImageMemory, IsAsLargeAsTheStreamSaysWhateverAFeatureSays) {
     std::ifstream file(TAVIX_VIRTUAL_CAMERA_XML);
     std::string xml{std::istreambuf_iterator<char>(file), {}};
     const std::string link = "<pValue>PayloadSize_Reg</pValue>";

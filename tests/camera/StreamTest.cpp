@@ -15,7 +15,7 @@ using namespace cameratest;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-TEST(Stream, LoopsOverAsManyImagesAsAreAskedFor) {
+TEST(ImageStream, LoopsOverAsManyImagesAsAreAskedFor) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["PixelFormat"] = "Mono8";
@@ -33,7 +33,7 @@ TEST(Stream, LoopsOverAsManyImagesAsAreAskedFor) {
     EXPECT_EQ(count, 10U);
 }
 
-TEST(Stream, EndsWhenTheLoopIsBrokenOff) {
+TEST(ImageStream, EndsWhenTheLoopIsBrokenOff) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     for (const Tavix::Image& image : camera.Grab())
@@ -42,14 +42,14 @@ TEST(Stream, EndsWhenTheLoopIsBrokenOff) {
         EXPECT_EQ(image.Number(), 0U);
 }
 
-TEST(Stream, RefusesASecondOneOfTheSameCamera) {
+TEST(ImageStream, RefusesASecondOneOfTheSameCamera) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     const Tavix::ImageStream stream = camera.Grab();
     EXPECT_THAT(ErrorOf<Tavix::StateError>([&] { camera.Grab(); }), HasSubstr("streams already"));
 }
 
-TEST(Stream, LeavesImagesWhoeverGoesFirst) {
+TEST(ImageStream, LeavesImagesWhoeverGoesFirst) {
     Tavix::Image image;
     {
         VirtualBus bus(kFast);
@@ -66,7 +66,7 @@ TEST(Stream, LeavesImagesWhoeverGoesFirst) {
     ErrorOf<Tavix::StateError>([&] { image.Width(); });
 }
 
-TEST(Stream, EndsWithItsCamera) {
+TEST(ImageStream, EndsWithItsCamera) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab();
@@ -77,7 +77,7 @@ TEST(Stream, EndsWithItsCamera) {
     EXPECT_TRUE(image.IsWhole());
 }
 
-TEST(Stream, ReturnsEmptyFromAWaitThatIsCancelled) {
+TEST(ImageStream, ReturnsEmptyFromAWaitThatIsCancelled) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["TriggerMode"] = "On";
@@ -88,7 +88,7 @@ TEST(Stream, ReturnsEmptyFromAWaitThatIsCancelled) {
     EXPECT_TRUE(stream.HasEnded());
 }
 
-TEST(Stream, EndsInATimeoutThatEndsNothing) {
+TEST(ImageStream, EndsInATimeoutThatEndsNothing) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["TriggerSource"] = "Software";
@@ -103,7 +103,7 @@ TEST(Stream, EndsInATimeoutThatEndsNothing) {
     EXPECT_TRUE(stream.Wait(10s));
 }
 
-TEST(Stream, CallsForEachImageInOrder) {
+TEST(ImageStream, CallsForEachImageInOrder) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -117,7 +117,7 @@ TEST(Stream, CallsForEachImageInOrder) {
     EXPECT_TRUE(stream.HasEnded());
 }
 
-TEST(Stream, CallsOnTheThreadThatTookTheTransfers) {
+TEST(ImageStream, CallsOnTheThreadThatTookTheTransfers) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -133,7 +133,7 @@ TEST(Stream, CallsOnTheThreadThatTookTheTransfers) {
     EXPECT_EQ(thread, "vx-stream");
 }
 
-TEST(Stream, GivesItsThreadThePriorityThatIsAskedFor) {
+TEST(ImageStream, GivesItsThreadThePriorityThatIsAskedFor) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     const GenApi::CIntegerPtr priority(
@@ -150,7 +150,7 @@ TEST(Stream, GivesItsThreadThePriorityThatIsAskedFor) {
     EXPECT_THROW(grab(100), Tavix::ValueError) << "the highest is 99";
 }
 
-TEST(Stream, EndsWithACallbackWhoseCameraIsSilent) {
+TEST(ImageStream, EndsWithACallbackWhoseCameraIsSilent) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     camera["TriggerMode"] = "On";
@@ -160,14 +160,14 @@ TEST(Stream, EndsWithACallbackWhoseCameraIsSilent) {
     ErrorOf<Tavix::Timeout>([&] { stream.Join(); });
 }
 
-TEST(Stream, GivesWhatACallbackThrowsToWhoJoins) {
+TEST(ImageStream, GivesWhatACallbackThrowsToWhoJoins) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(Tavix::GrabOptions(), [](Tavix::Image) { throw std::logic_error("mine"); });
     EXPECT_EQ(ErrorOf<std::logic_error>([&] { stream.Join(); }), "mine");
 }
 
-TEST(Stream, HandsOutTheNewestImageAndCountsTheOthers) {
+TEST(ImageStream, HandsOutTheNewestImageAndCountsTheOthers) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -183,7 +183,7 @@ TEST(Stream, HandsOutTheNewestImageAndCountsTheOthers) {
     EXPECT_EQ(next.BlockId(), first.BlockId() + next.MissedBefore() + 1);
 }
 
-TEST(Stream, TellsOfImagesThatNeverCame) {
+TEST(ImageStream, TellsOfImagesThatNeverCame) {
     VirtualBus bus(R"([{"sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
                         "faults": {"stream": [{"fault": "IdGap", "frame": 3, "value": 2}]}}])");
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -198,7 +198,7 @@ TEST(Stream, TellsOfImagesThatNeverCame) {
 constexpr char kDamaged[] = R"([{"sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
                                 "faults": {"stream": [{"fault": "Truncated", "frame": 3, "value": 1000}]}}])";
 
-TEST(Stream, LeavesOutDamagedImagesAndCountsThem) {
+TEST(ImageStream, LeavesOutDamagedImagesAndCountsThem) {
     VirtualBus bus(kDamaged);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(8);
@@ -213,7 +213,7 @@ TEST(Stream, LeavesOutDamagedImagesAndCountsThem) {
     EXPECT_NE(stream.FirstDefect(), "");
 }
 
-TEST(Stream, HandsOutDamagedImagesIfAskedFor) {
+TEST(ImageStream, HandsOutDamagedImagesIfAskedFor) {
     VirtualBus bus(kDamaged);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
@@ -230,7 +230,7 @@ TEST(Stream, HandsOutDamagedImagesIfAskedFor) {
     EXPECT_EQ(damaged, 1);
 }
 
-TEST(Stream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {
+TEST(ImageStream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {
     Tavix::Image image;
     {
         VirtualBus bus(kFast);
@@ -251,7 +251,7 @@ TEST(Stream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {
     EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { image.Chunk("ExposureTim"); }), HasSubstr("ExposureTim"));
 }
 
-TEST(Stream, HasNoChunksUnlessTheyAreOn) {
+TEST(ImageStream, HasNoChunksUnlessTheyAreOn) {
     VirtualBus bus(kFast);
     const Tavix::Image image = Tavix::Camera::Open().Grab(1).Next();
     std::atomic<int> searches{0};
@@ -263,7 +263,7 @@ TEST(Stream, HasNoChunksUnlessTheyAreOn) {
     EXPECT_EQ(searches, 0) << "the camera said that there are none";
 }
 
-TEST(Stream, TellsOfChunksThatCannotBeMadeOut) {
+TEST(ImageStream, TellsOfChunksThatCannotBeMadeOut) {
     VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
                         "faults": {"stream": [{"fault": "Truncated", "value": 4000}]}}])");
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -276,7 +276,7 @@ TEST(Stream, TellsOfChunksThatCannotBeMadeOut) {
     EXPECT_TRUE(image.ChunkNames().empty());
 }
 
-TEST(Stream, ClonesAnImageIntoMemoryOfItsOwn) {
+TEST(ImageStream, ClonesAnImageIntoMemoryOfItsOwn) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::Image image = camera.Grab(1).Next();

@@ -12,7 +12,7 @@ using genapi_test::Reg;
 using genapi_test::TestMap;
 using genapi_test::XmlMap;
 
-TEST(Formula, ComputesFromItsVariables) {
+TEST(FormulaNodes, ComputesFromItsVariables) {
     TestMap map;
     map.Add("Integer", "X", {{"Value", "4", ""}, {"Min", "1", ""}, {"Max", "9", ""}, {"Inc", "1", ""}});
     map.Add("IntSwissKnife", "I",
@@ -33,7 +33,7 @@ TEST(Formula, ComputesFromItsVariables) {
     EXPECT_EQ(map.Integer("I").GetMax(), INT64_MAX);
 }
 
-TEST(Formula, ReportsItsFaultWhenItIsUsed) {
+TEST(FormulaNodes, ReportsItsFaultWhenItIsUsed) {
     TestMap map;
     map.Add("IntSwissKnife", "Bad", {{"Formula", "1 +", ""}});
     map.Add("IntSwissKnife", "Unknown", {{"Formula", "NOBODY", ""}});
@@ -43,7 +43,7 @@ TEST(Formula, ReportsItsFaultWhenItIsUsed) {
     EXPECT_THROW(map.Float("Zero").GetValue(), GenICam::RuntimeException);
 }
 
-TEST(Formula, ThatIsFaultyIsNotOfferedForReading) {
+TEST(FormulaNodes, ThatIsFaultyIsNotOfferedForReading) {
     TestMap map;
     map.Add("IntSwissKnife", "I", {{"Formula", "1 +", ""}}).Add("SwissKnife", "F", {{"Formula", "NOBODY", ""}});
     map.Add("Integer", "Raw", {{"Value", "7", ""}}).Add("Integer", "User", {{"pValue", "I", ""}});
@@ -60,7 +60,7 @@ TEST(Formula, ThatIsFaultyIsNotOfferedForReading) {
     EXPECT_THROW(map.Integer("To").SetValue(1), GenICam::RuntimeException);
 }
 
-TEST(Formula, IsNotAvailableWithoutItsVariables) {
+TEST(FormulaNodes, IsNotAvailableWithoutItsVariables) {
     TestMap map;
     map.AddRegister("IntReg", "R", "0", {{"AccessMode", "WO", ""}});
     map.Add("IntSwissKnife", "I", {{"pVariable", "R", "R"}, {"Formula", "R", ""}});
@@ -69,7 +69,7 @@ TEST(Formula, IsNotAvailableWithoutItsVariables) {
     EXPECT_EQ(map.Mode("Unused"), RO);
 }
 
-TEST(Formula, UponFormulaIsComputedOnceAlsoWhenCachesAreIgnored) {
+TEST(FormulaNodes, UponFormulaIsComputedOnceAlsoWhenCachesAreIgnored) {
     std::string nodes = Reg("K0", "0");
     for (int i = 1; i <= 40; ++i) {
         const std::string below = "K" + std::to_string(i - 1);
@@ -83,7 +83,7 @@ TEST(Formula, UponFormulaIsComputedOnceAlsoWhenCachesAreIgnored) {
     EXPECT_EQ(map.Integer("K40").GetValue(/*Verify=*/false, /*IgnoreCache=*/true), int64_t{1} << 41);
 }
 
-TEST(Formula, ReadsNoIncrementWhereThereIsNone) {
+TEST(FormulaNodes, ReadsNoIncrementWhereThereIsNone) {
     const XmlMap map(
         Reg("R", "0") +
         "<Converter Name='C'><FormulaTo>FROM*4</FormulaTo><FormulaFrom>TO/4</FormulaFrom><pValue>R</pValue>"
@@ -93,7 +93,7 @@ TEST(Formula, ReadsNoIncrementWhereThereIsNone) {
     EXPECT_EQ(map.Float("K").GetValue(), 0.0);
 }
 
-TEST(Formula, ReadsEntriesOfEnumerations) {
+TEST(FormulaNodes, ReadsEntriesOfEnumerations) {
     TestMap map;
     map.Add("EnumEntry", "EnumEntry_E_On", {{"Value", "7", ""}, {"Symbolic", "On", ""}, {"NumericValue", "0.5", ""}});
     map.Add("Enumeration", "E", {{"pEnumEntry", "EnumEntry_E_On", ""}, {"Value", "7", ""}});

@@ -109,7 +109,7 @@ void ExpectAllReadable(Module& module) {
         }
 }
 
-TEST(Description, OfTheCameraZippedOrNotIsReadByItsUrl) {
+TEST(ConsumerDescription, OfTheCameraZippedOrNotIsReadByItsUrl) {
     for (const char* stored : {"None", "PlainXml", "StoredZip"}) {
         SCOPED_TRACE(stored);
         Session session(Session::SmallCamera(std::string(R"("registers": {"manifest": ")") + stored + R"("})"));
@@ -124,7 +124,7 @@ TEST(Description, OfTheCameraZippedOrNotIsReadByItsUrl) {
     }
 }
 
-TEST(Description, OfTheCameraComesInBlocksOfAnySize) {
+TEST(ConsumerDescription, OfTheCameraComesInBlocksOfAnySize) {
     Session session;
     Module whole(session, session.Remote());
     for (const std::size_t block : {std::size_t{7}, std::size_t{100}, std::size_t{4096}}) {
@@ -137,7 +137,7 @@ TEST(Description, OfTheCameraComesInBlocksOfAnySize) {
     }
 }
 
-TEST(Description, OfTheSystemHasTheStandardFeatures) {
+TEST(ConsumerDescription, OfTheSystemHasTheStandardFeatures) {
     Session session;
     ExpectUrlInfos(session, session.System());
     ExpectPortInfos(session, session.System(), "TLSystem");
@@ -159,7 +159,7 @@ TEST(Description, OfTheSystemHasTheStandardFeatures) {
     }
 }
 
-TEST(Description, OfTheInterfaceHasTheStandardFeatures) {
+TEST(ConsumerDescription, OfTheInterfaceHasTheStandardFeatures) {
     Session session(
         R"([{"serial": "D1", "guid": "1209000000D1", "sensorWidth": 64, "sensorHeight": 64, "userName": "one"},
                         {"serial": "D2", "guid": "1209000000D2", "sensorWidth": 64, "sensorHeight": 64}])");
@@ -181,7 +181,7 @@ TEST(Description, OfTheInterfaceHasTheStandardFeatures) {
     EXPECT_EQ(serials, (std::vector<std::string>{"D1", "D2"}));
 }
 
-TEST(Description, OfTheDeviceHasTheStandardFeatures) {
+TEST(ConsumerDescription, OfTheDeviceHasTheStandardFeatures) {
     Session session;
     ExpectUrlInfos(session, session.Device());
     ExpectPortInfos(session, session.Device(), "TLDevice");
@@ -194,7 +194,7 @@ TEST(Description, OfTheDeviceHasTheStandardFeatures) {
     EXPECT_EQ(device.Text("StreamID"), session.StreamId());
 }
 
-TEST(Description, OfTheStreamHasTheStandardFeatures) {
+TEST(ConsumerDescription, OfTheStreamHasTheStandardFeatures) {
     Session session;
     ExpectUrlInfos(session, session.Stream());
     ExpectPortInfos(session, session.Stream(), "TLDataStream");
@@ -217,7 +217,7 @@ TEST(Description, OfTheStreamHasTheStandardFeatures) {
     }
 }
 
-TEST(Description, OfABufferIsThereOrNotImplemented) {
+TEST(ConsumerDescription, OfABufferIsThereOrNotImplemented) {
     Session session;
     const BUFFER_HANDLE buffer = session.Announce(1).front();
     std::uint32_t count = 0;
@@ -230,7 +230,7 @@ TEST(Description, OfABufferIsThereOrNotImplemented) {
     ExpectFeatures(module, {"BufferData", "BufferUserData"});
 }
 
-TEST(Description, HasAPortNodeOfThePortsName) {
+TEST(ConsumerDescription, HasAPortNodeOfThePortsName) {
     Session session;
     for (PORT_HANDLE port : {session.System(), session.Interface(), session.Device(), session.Stream()}) {
         Module module(session, port);
@@ -239,7 +239,7 @@ TEST(Description, HasAPortNodeOfThePortsName) {
     }
 }
 
-TEST(Description, LetsTheConsumerLockTheParametersOfAStream) {
+TEST(ConsumerDescription, LetsTheConsumerLockTheParametersOfAStream) {
     Session session;
     Module stream(session, session.Stream());
     stream.Set("TLParamsLocked", "1");

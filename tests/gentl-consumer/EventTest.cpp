@@ -16,7 +16,7 @@ GC_ERROR Wait(Session& session, EVENT_HANDLE event, std::uint64_t timeout) {
     return session->EventGetData(event, data, &size, timeout);
 }
 
-TEST(Event, IsRegisteredOnce) {
+TEST(ConsumerEvent, IsRegisteredOnce) {
     Session session;
     EVENT_HANDLE first = nullptr, second = nullptr;
     EXPECT_EQ(session->GCRegisterEvent(session.Stream(), EVENT_NEW_BUFFER, &first), GC_ERR_SUCCESS);
@@ -28,7 +28,7 @@ TEST(Event, IsRegisteredOnce) {
     EXPECT_EQ(session->GCRegisterEvent(session.Stream(), EVENT_NEW_BUFFER, &second), GC_ERR_SUCCESS);
 }
 
-TEST(Event, OfErrorsAndModulesIsThereOnEveryModule) {
+TEST(ConsumerEvent, OfErrorsAndModulesIsThereOnEveryModule) {
     Session session;
     for (EVENTSRC_HANDLE source : {session.System(), session.Interface(), session.Device(), session.Stream()})
         for (const std::int32_t type : {EVENT_ERROR, EVENT_MODULE, EVENT_FEATURE_INVALIDATE, EVENT_FEATURE_CHANGE}) {
@@ -42,7 +42,7 @@ TEST(Event, OfErrorsAndModulesIsThereOnEveryModule) {
         }
 }
 
-TEST(Event, ThatNobodyHasIsRefused) {
+TEST(ConsumerEvent, ThatNobodyHasIsRefused) {
     Session session;
     EVENT_HANDLE event = nullptr;
     for (const std::int32_t type : {-1, 6, 999})
@@ -51,13 +51,13 @@ TEST(Event, ThatNobodyHasIsRefused) {
     EXPECT_NE(session->GCRegisterEvent(session.Stream(), EVENT_REMOTE_DEVICE, &event), GC_ERR_SUCCESS);
 }
 
-TEST(Event, TimesOutWhenNothingComes) {
+TEST(ConsumerEvent, TimesOutWhenNothingComes) {
     Session session;
     EXPECT_EQ(Wait(session, session.NewBuffers(), 0), GC_ERR_TIMEOUT);
     EXPECT_EQ(Wait(session, session.NewBuffers(), 20), GC_ERR_TIMEOUT);
 }
 
-TEST(Event, LosesNoBufferToTooLittleRoom) {
+TEST(ConsumerEvent, LosesNoBufferToTooLittleRoom) {
     Session session;
     session.Announce(2);
     session.QueueAll();
@@ -71,7 +71,7 @@ TEST(Event, LosesNoBufferToTooLittleRoom) {
     EXPECT_NE(session.Next(), nullptr);
 }
 
-TEST(Event, OfANewBufferTellsHandleAndUserPointer) {
+TEST(ConsumerEvent, OfANewBufferTellsHandleAndUserPointer) {
     Session session;
     const BUFFER_HANDLE announced = session.Announce(1).front();
     session.QueueAll();
@@ -95,7 +95,7 @@ TEST(Event, OfANewBufferTellsHandleAndUserPointer) {
     EXPECT_EQ(session.EventInfo(session.NewBuffers(), EVENT_NUM_FIRED).Number(), 1u);
 }
 
-TEST(Event, OfTheCameraReachesItsNodeMap) {
+TEST(ConsumerEvent, OfTheCameraReachesItsNodeMap) {
     Session session;
     const EVENT_HANDLE event = session.Register(session.Device(), EVENT_REMOTE_DEVICE);
     Module camera(session, session.Remote());
@@ -119,7 +119,7 @@ TEST(Event, OfTheCameraReachesItsNodeMap) {
     EXPECT_GT(camera.Integer("EventTestTimestamp"), 0);
 }
 
-TEST(Event, IsFlushed) {
+TEST(ConsumerEvent, IsFlushed) {
     Session session;
     session.Announce(3);
     session.QueueAll();

@@ -34,7 +34,7 @@ bool Fits(Kind wanted, Kind is) {
     return wanted == is;
 }
 
-TEST(Table, HasEveryFunctionThatTakesAHandle) {
+TEST(ConsumerTable, HasEveryFunctionThatTakesAHandle) {
     std::set<std::string> wanted, had;
 #define CONSUMER_NAME(name, parameters) wanted.insert(#name);
     CONSUMER_FUNCTIONS(CONSUMER_NAME)
@@ -54,13 +54,13 @@ void ExpectNotInitialized(Library& library, void* handle) {
     EXPECT_EQ(library.GCCloseLib(), GC_ERR_NOT_INITIALIZED);
 }
 
-TEST(Table, BeforeInitNothingIsInitialized) {
+TEST(ConsumerTable, BeforeInitNothingIsInitialized) {
     Library library;
     ExpectNotInitialized(library, nullptr);
     ExpectNotInitialized(library, &library);
 }
 
-TEST(Table, AfterCloseNothingIsInitialized) {
+TEST(ConsumerTable, AfterCloseNothingIsInitialized) {
     Session session;
     const Handles handles(session);
     ASSERT_EQ(session->GCCloseLib(), GC_ERR_SUCCESS);
@@ -68,7 +68,7 @@ TEST(Table, AfterCloseNothingIsInitialized) {
         ExpectNotInitialized(session.Lib(), handle);
 }
 
-TEST(Table, NoHandleAndForeignOnesAreInvalid) {
+TEST(ConsumerTable, NoHandleAndForeignOnesAreInvalid) {
     Session session;
     const Handles handles(session);
     for (void* handle : {static_cast<void*>(nullptr), static_cast<void*>(&session), reinterpret_cast<void*>(1),
@@ -78,7 +78,7 @@ TEST(Table, NoHandleAndForeignOnesAreInvalid) {
                 << call.name << " " << handle;
 }
 
-TEST(Table, HandlesOfAnotherKindAreInvalid) {
+TEST(ConsumerTable, HandlesOfAnotherKindAreInvalid) {
     Session session;
     const Handles handles(session);
     for (const Call& call : AllCalls()) {
@@ -95,7 +95,7 @@ TEST(Table, HandlesOfAnotherKindAreInvalid) {
     EXPECT_EQ(session.StreamInfo(STREAM_INFO_NUM_ANNOUNCED).Number(), 1u);
 }
 
-TEST(Table, ClosedHandlesAreInvalid) {
+TEST(ConsumerTable, ClosedHandlesAreInvalid) {
     Session session;
     const Handles handles(session);
     ASSERT_EQ(session->TLClose(session.System()), GC_ERR_SUCCESS);
@@ -105,7 +105,7 @@ TEST(Table, ClosedHandlesAreInvalid) {
                 << call.name << " with kind " << static_cast<int>(kind);
 }
 
-TEST(Table, BuffersThatAreNoneAreInvalid) {
+TEST(ConsumerTable, BuffersThatAreNoneAreInvalid) {
     Session session;
     const Handles handles(session);
     const BUFFER_HANDLE revoked = handles.buffer;

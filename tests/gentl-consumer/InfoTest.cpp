@@ -137,7 +137,7 @@ TEST(InterfaceInfo, IsTheSameFromSystemAndInterface) {
     }
 }
 
-class DeviceInfo : public testing::Test {
+class ConsumerDeviceInfo : public testing::Test {
 protected:
     Session m_Session{
         Session::SmallCamera(R"("userName": "left", "vendor": "Maker", "model": "VC-X", "guid": "1209000000B7",
@@ -170,7 +170,7 @@ protected:
     }
 };
 
-TEST_F(DeviceInfo, NeedsNoOpenDevice) {
+TEST_F(ConsumerDeviceInfo, NeedsNoOpenDevice) {
     ExpectAll(m_Above);
     ExpectPattern(m_Above, DEVICE_INFO_VERSION, kString);
     EXPECT_EQ(AskOf(m_Above, DEVICE_INFO_VERSION).Text(), "7.31");
@@ -178,7 +178,7 @@ TEST_F(DeviceInfo, NeedsNoOpenDevice) {
     EXPECT_EQ(AskOf(m_Above, DEVICE_INFO_ACCESS_STATUS).Number(), unsigned{DEVICE_ACCESS_STATUS_READWRITE});
 }
 
-TEST_F(DeviceInfo, OfTheOpenDeviceIsTheSame) {
+TEST_F(ConsumerDeviceInfo, OfTheOpenDeviceIsTheSame) {
     ExpectAll(m_Below);
     ExpectPattern(m_Below, DEVICE_INFO_VERSION, kString);
     EXPECT_EQ(AskOf(m_Below, DEVICE_INFO_VERSION).Text(), "7.31");
@@ -186,7 +186,7 @@ TEST_F(DeviceInfo, OfTheOpenDeviceIsTheSame) {
     EXPECT_EQ(AskOf(m_Below, DEVICE_INFO_ID).Text(), m_Id);
 }
 
-TEST_F(DeviceInfo, SaysThatThisProcessHasItOpen) {
+TEST_F(ConsumerDeviceInfo, SaysThatThisProcessHasItOpen) {
     m_Session.Device();
     EXPECT_EQ(AskOf(m_Below, DEVICE_INFO_ACCESS_STATUS).Number(), unsigned{DEVICE_ACCESS_STATUS_OPEN_READWRITE});
     EXPECT_EQ(AskOf(m_Above, DEVICE_INFO_ACCESS_STATUS).Number(), unsigned{DEVICE_ACCESS_STATUS_OPEN_READWRITE});

@@ -51,7 +51,7 @@ void SwitchChunksOn(Session& session) {
     session.Write32(kChunkEnable + 4 * 7, 1); // checksum
 }
 
-TEST(Stream, TellsAllOfAPlainImage) {
+TEST(ConsumerStream, TellsAllOfAPlainImage) {
     Session session;
     session.Write32(kWidth, 48);
     session.Write32(kHeight, 32);
@@ -104,7 +104,7 @@ TEST(Stream, TellsAllOfAPlainImage) {
 }
 
 /// The number in a larger picture is black and white, all else is the ramp.
-TEST(Stream, ShowsTheNumberInALargerPicture) {
+TEST(ConsumerStream, ShowsTheNumberInALargerPicture) {
     Session session(Session::SmallCamera({}, "160x64"));
     session.Announce(1);
     session.QueueAll();
@@ -219,7 +219,7 @@ std::uint64_t FrameCount() {
     return count ? std::strtoull(count, nullptr, 10) : 10000;
 }
 
-TEST(Stream, OfTenThousandFramesWithChunksAndEventsIsWhole) {
+TEST(ConsumerStream, OfTenThousandFramesWithChunksAndEventsIsWhole) {
     const std::uint64_t count = FrameCount();
     Session session;
     CheckedRun run(session);
@@ -232,7 +232,7 @@ TEST(Stream, OfTenThousandFramesWithChunksAndEventsIsWhole) {
     EXPECT_EQ(run.Lost() == 0, session.StreamInfo(STREAM_INFO_NUM_UNDERRUN).Number() == 0) << run.Lost();
 }
 
-TEST(Stream, StackedBufferInfosAreThoseAskedOneByOne) {
+TEST(ConsumerStream, StackedBufferInfosAreThoseAskedOneByOne) {
     Session session;
     session.Announce(1);
     session.QueueAll();
@@ -258,7 +258,7 @@ TEST(Stream, StackedBufferInfosAreThoseAskedOneByOne) {
     EXPECT_EQ(session->DSGetBufferInfoStacked(session.Stream(), buffer, infos, 1), GC_ERR_SUCCESS);
 }
 
-TEST(Stream, PartsAreWholeOrNotThereAtAll) {
+TEST(ConsumerStream, PartsAreWholeOrNotThereAtAll) {
     Session session;
     SwitchChunksOn(session);
     session.Announce(1);
@@ -291,7 +291,7 @@ TEST(Stream, PartsAreWholeOrNotThereAtAll) {
     EXPECT_EQ(width, 64u);
 }
 
-TEST(Stream, AFrameThatArrivesCutIsIncomplete) {
+TEST(ConsumerStream, AFrameThatArrivesCutIsIncomplete) {
     Session session(
         Session::SmallCamera(R"("faults": {"stream": [{"fault": "Truncated", "frame": 1, "value": 1000}]})"));
     session.Announce(3);
@@ -305,7 +305,7 @@ TEST(Stream, AFrameThatArrivesCutIsIncomplete) {
     }
 }
 
-TEST(Stream, ABufferThatIsTooSmallSaysSo) {
+TEST(ConsumerStream, ABufferThatIsTooSmallSaysSo) {
     Session session;
     std::vector<std::uint8_t> memory(1024 + 16, 0xEE);
     BUFFER_HANDLE buffer = nullptr;

@@ -62,7 +62,7 @@ TEST(Hotplug, ShowsInTheListOfCameras) {
     ExpectGoodFrames(*bus.Open());
 }
 
-TEST(Unplugging, AtAnyCommandOfTheOpeningLeavesNothingBehind) {
+TEST(UnpluggingBelowLibusb, AtAnyCommandOfTheOpeningLeavesNothingBehind) {
     VirtualBus bus(kFast);
     unsigned int failed = 0;
     for (unsigned int commands = 0; commands < 60; commands += 3) {
@@ -81,7 +81,7 @@ TEST(Unplugging, AtAnyCommandOfTheOpeningLeavesNothingBehind) {
     ExpectGoodFrames(*bus.Open());
 }
 
-TEST(Unplugging, WhileTheDescriptionIsReadFailsTheCreation) {
+TEST(UnpluggingBelowLibusb, WhileTheDescriptionIsReadFailsTheCreation) {
     VirtualBus bus(kFast);
     virtualcam::FaultScript script;
     virtualcam::ControlFaultRule rule;
@@ -93,7 +93,7 @@ TEST(Unplugging, WhileTheDescriptionIsReadFailsTheCreation) {
     ExpectNothingLeft();
 }
 
-TEST(Unplugging, WhenTheStreamIsEnabledFailsTheStart) {
+TEST(UnpluggingBelowLibusb, WhenTheStreamIsEnabledFailsTheStart) {
     VirtualBus bus(kFast);
     auto camera = bus.Open();
     virtualcam::FaultScript script;
@@ -108,7 +108,7 @@ TEST(Unplugging, WhenTheStreamIsEnabledFailsTheStart) {
     ExpectNothingLeft();
 }
 
-TEST(Unplugging, WhileAGrabIsCancelledGivesEveryBufferBack) {
+TEST(UnpluggingBelowLibusb, WhileAGrabIsCancelledGivesEveryBufferBack) {
     VirtualBus bus(kFast);
     for (int round = 0; round < 20; ++round) {
         auto camera = bus.Open();
@@ -133,7 +133,7 @@ TEST(Unplugging, WhileAGrabIsCancelledGivesEveryBufferBack) {
     }
 }
 
-TEST(Unplugging, IsToldOnceAndTheNextOpeningFindsTheCameraAgain) {
+TEST(UnpluggingBelowLibusb, IsToldOnceAndTheNextOpeningFindsTheCameraAgain) {
     VirtualBus bus(kFast);
     std::atomic<int> calls{0};
     auto callback = Tavix::MakeCallback<Tavix::ITavixDevice*>([&](Tavix::ITavixDevice*) { ++calls; });
@@ -234,7 +234,7 @@ TEST(Camera, LeftStreamingByACrashedHostStartsAgain) {
     ExpectGoodFrames(*bus.Open());
 }
 
-TEST(TransferMemory, OfTheSystemIsSharedByTwoStreams) {
+TEST(TransferMemoryBelowLibusb, OfTheSystemIsSharedByTwoStreams) {
     VirtualBus bus(R"([{"serial": "1", "guid": "120900000001"}, {"serial": "2", "guid": "120900000002"}])",
                    R"("transferMemoryLimit": 8388608)");
     auto first = bus.Open(0), second = bus.Open(1);
@@ -253,10 +253,10 @@ TEST(TransferMemory, OfTheSystemIsSharedByTwoStreams) {
 
 // --- the event channel
 
-class Events : public testing::Test {
+class EventsBelowLibusb : public testing::Test {
 protected:
-    Events() { m_Events.Open(); }
-    ~Events() override { m_Events.Close(); }
+    EventsBelowLibusb() { m_Events.Open(); }
+    ~EventsBelowLibusb() override { m_Events.Close(); }
 
     static Bytes Message(const Bytes& data, std::uint16_t id = 0x9001, std::uint16_t size = 0) {
         Bytes message;
@@ -292,11 +292,11 @@ protected:
     Tavix::IEventGrabber& m_Events = *m_Device->GetEventGrabber();
 };
 
-TEST_F(Events, BringATestEvent) {
+TEST_F(EventsBelowLibusb, BringATestEvent) {
     ExpectAlive();
 }
 
-TEST_F(Events, OfTheLargestMessageArriveWhole) {
+TEST_F(EventsBelowLibusb, OfTheLargestMessageArriveWhole) {
     const Bytes message = Message(Bytes(Tavix::EventResult::kBufferSize - 24, 0xAB));
     m_Bus.Camera().FireRawEvent(message);
     Tavix::EventResult event;
@@ -305,7 +305,7 @@ TEST_F(Events, OfTheLargestMessageArriveWhole) {
     ExpectAlive();
 }
 
-TEST_F(Events, OfAMultiEventAreTakenApart) {
+TEST_F(EventsBelowLibusb, OfAMultiEventAreTakenApart) {
     Bytes second;
     virtualcam::Append<std::uint16_t>(second, 12);
     virtualcam::Append<std::uint16_t>(second, 0x9002);
@@ -318,14 +318,14 @@ TEST_F(Events, OfAMultiEventAreTakenApart) {
     EXPECT_EQ(event.Buffer()[14], 0x02);
 }
 
-TEST_F(Events, ThatAreMalformedAreDropped) {
+TEST_F(EventsBelowLibusb, ThatAreMalformedAreDropped) {
     for (const Bytes& message :
          {Bytes(), Bytes(3, 0x55), Bytes(24, 0), Bytes(1024, 0xFF), Message({}, 0x9001, 5), Message({}, 0x9001, 5000)})
         m_Bus.Camera().FireRawEvent(message);
     ExpectAlive();
 }
 
-TEST_F(Events, FasterThanTheApplicationDoNoHarm) {
+TEST_F(EventsBelowLibusb, FasterThanTheApplicationDoNoHarm) {
     for (int i = 0; i < 5000; ++i)
         m_Bus.Camera().FireEvent(0x9001, Bytes(8));
     Tavix::EventResult event;
@@ -333,7 +333,7 @@ TEST_F(Events, FasterThanTheApplicationDoNoHarm) {
     ExpectAlive();
 }
 
-TEST_F(Events, ComeAgainAfterAHalt) {
+TEST_F(EventsBelowLibusb, ComeAgainAfterAHalt) {
     m_Bus.Camera().SetHalt(virtualcam::kEventIn);
     ASSERT_TRUE(Eventually([&] { return !m_Bus.Camera().IsHalted(virtualcam::kEventIn); })) << "nobody clears the halt";
     std::uint32_t enabled = 0;

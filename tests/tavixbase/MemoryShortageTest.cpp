@@ -24,9 +24,9 @@ void ForEachAllocation(Step step) {
     }
 }
 
-class MemoryShortage : public testing::Test {
+class FactoryShortage : public testing::Test {
 protected:
-    MemoryShortage() {
+    FactoryShortage() {
         fakeCam.Reset();
         folder.Add("libtavixfakecam-1.0.0.so", kFakeCamPlugin);
         folder.Add("libtavixothercam-1.0.0.so", kOtherCamPlugin);
@@ -39,7 +39,7 @@ protected:
 
 } // namespace
 
-TEST_F(MemoryShortage, DoesNotEndTheSearch) {
+TEST_F(FactoryShortage, DoesNotEndTheSearch) {
     ForEachAllocation([&] {
         TlInfoList tls;
         factory.EnumerateTls(tls);
@@ -48,13 +48,13 @@ TEST_F(MemoryShortage, DoesNotEndTheSearch) {
     EXPECT_EQ(factory.EnumerateTls(tls), 2);
 }
 
-TEST_F(MemoryShortage, LeavesNoTransportLayerBehind) {
+TEST_F(FactoryShortage, LeavesNoTransportLayerBehind) {
     ForEachAllocation([&] { factory.ReleaseTl(factory.CreateTl("FakeCam")); });
     EXPECT_GT(fakeCam.creations, 0);
     EXPECT_EQ(fakeCam.creations, fakeCam.destructions);
 }
 
-TEST_F(MemoryShortage, DoesNotHinderTheReleaseOfATransportLayer) {
+TEST_F(FactoryShortage, DoesNotHinderTheReleaseOfATransportLayer) {
     ITransportLayer* const pTl = factory.CreateTl("FakeCam");
     const shortage::MemoryShortage shortage(shortage::Whose::Mine, 0);
     factory.ReleaseTl(pTl);

@@ -281,8 +281,8 @@ TEST_F(UsbStreamParams, ShowsItsStatusByName) {
     }
 }
 
-class StreamStatistics : public UsbStreamParams, public testing::WithParamInterface<std::string> {};
-TEST_P(StreamStatistics, AreInvalidatedWithTheStatusAndPolledEachSecond) {
+class StreamStatisticsNode : public UsbStreamParams, public testing::WithParamInterface<std::string> {};
+TEST_P(StreamStatisticsNode, AreInvalidatedWithTheStatusAndPolledEachSecond) {
     port.SetObject(m_pStream);
     EXPECT_EQ(1000, map->GetNode(GetParam().c_str())->GetPollingTime());
     EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->StatusReg().SetValue(1); }));
@@ -290,7 +290,7 @@ TEST_P(StreamStatistics, AreInvalidatedWithTheStatusAndPolledEachSecond) {
     EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->Poll(1); }));
     EXPECT_EQ(GenApi::RO, Integer(GetParam().c_str()).GetAccessMode());
 }
-INSTANTIATE_TEST_SUITE_P(Names, StreamStatistics,
+INSTANTIATE_TEST_SUITE_P(Names, StreamStatisticsNode,
                          testing::Values("Statistic_Total_Buffer_Count", "Statistic_Failed_Buffer_Count",
                                          "Statistic_Missed_Frame_Count", "Statistic_Resynchronization_Count",
                                          "Statistic_Last_Block_Id", "Statistic_Last_Failed_Buffer_Status"));

@@ -11,7 +11,7 @@ Tavix::CameraInfo Camera(const char* serial, const char* path) {
     return info;
 }
 
-TEST(CameraWatch, TakesTheFirstListForArrivals) {
+TEST(CameraList, TakesTheFirstListForArrivals) {
     tool::CameraWatch watch;
     const auto changes = watch.Update({Camera("1", "a"), Camera("2", "b")});
     ASSERT_EQ(changes.size(), 2u);
@@ -20,7 +20,7 @@ TEST(CameraWatch, TakesTheFirstListForArrivals) {
     EXPECT_TRUE(watch.Update({Camera("2", "b"), Camera("1", "a")}).empty());
 }
 
-TEST(CameraWatch, TellsWhatHasGone) {
+TEST(CameraList, TellsWhatHasGone) {
     tool::CameraWatch watch;
     watch.Update({Camera("1", "a"), Camera("2", "b")});
     const auto changes = watch.Update({Camera("2", "b")});
@@ -29,7 +29,7 @@ TEST(CameraWatch, TellsWhatHasGone) {
     EXPECT_EQ(changes[0].info.serial, "1");
 }
 
-TEST(CameraWatch, TellsOfACameraAtAnotherPortThatItWentAndCame) {
+TEST(CameraList, TellsOfACameraAtAnotherPortThatItWentAndCame) {
     tool::CameraWatch watch;
     watch.Update({Camera("1", "a")});
     const auto changes = watch.Update({Camera("1", "b")});
@@ -38,7 +38,7 @@ TEST(CameraWatch, TellsOfACameraAtAnotherPortThatItWentAndCame) {
     EXPECT_TRUE(changes[1].isArrival);
 }
 
-TEST(CameraWatch, TellsOfAnotherCameraAtTheSamePort) {
+TEST(CameraList, TellsOfAnotherCameraAtTheSamePort) {
     tool::CameraWatch watch;
     watch.Update({Camera("1", "a")});
     EXPECT_EQ(watch.Update({Camera("2", "a")}).size(), 2u);

@@ -81,7 +81,7 @@ TEST(List, ShowsWhatCannotBePrintedWithoutPrintingIt) {
     EXPECT_TRUE(json::accept(RunTool({"--virtual", settings, "list", "--json"}).out));
 }
 
-TEST(Info, CountsFeaturesAndTellsStatistics) {
+TEST(InfoCommand, CountsFeaturesAndTellsStatistics) {
     const json info = JsonOf({"info"});
     ASSERT_EQ(info.size(), 1u);
     EXPECT_GT(info[0]["features"], 100);
@@ -90,12 +90,12 @@ TEST(Info, CountsFeaturesAndTellsStatistics) {
     EXPECT_NE(LineOf(TextOf({"info"}), "ModelName"), "");
 }
 
-TEST(Features, ShowTheTextOfStrings) {
+TEST(FeaturesCommand, ShowTheTextOfStrings) {
     EXPECT_EQ(LineOf(TextOf({"features"}), "DeviceModelName").find("(64 bytes)"), std::string::npos);
     EXPECT_NE(LineOf(TextOf({"features"}), "DeviceModelName").find("VC-1300"), std::string::npos);
 }
 
-TEST(Features, ShowLimitsOnlyOfWhatCanBeSetAndOnlyRealOnes) {
+TEST(FeaturesCommand, ShowLimitsOnlyOfWhatCanBeSetAndOnlyRealOnes) {
     const std::string text = TextOf({"features"});
     EXPECT_NE(LineOf(text, "Width").find("16 .. 1280 step 4"), std::string::npos);
     EXPECT_EQ(LineOf(text, "SensorWidth").find(".."), std::string::npos);
@@ -103,7 +103,7 @@ TEST(Features, ShowLimitsOnlyOfWhatCanBeSetAndOnlyRealOnes) {
     EXPECT_EQ(text.find("e+308"), std::string::npos);
 }
 
-TEST(Features, AreChosenByAPartOfTheirNameOrOfTheirGroup) {
+TEST(FeaturesCommand, AreChosenByAPartOfTheirNameOrOfTheirGroup) {
     const std::string byName = TextOf({"features", "exposuretime"});
     EXPECT_NE(LineOf(byName, "ExposureTime"), "");
     EXPECT_EQ(LineOf(byName, "Width"), "");
@@ -112,7 +112,7 @@ TEST(Features, AreChosenByAPartOfTheirNameOrOfTheirGroup) {
     EXPECT_EQ(LineOf(byGroup, "Width"), "");
 }
 
-TEST(Features, GiveNameTypeAccessValueAndLimitsAsJson) {
+TEST(FeaturesCommand, GiveNameTypeAccessValueAndLimitsAsJson) {
     const json features = JsonOf({"features"});
     ASSERT_TRUE(features.is_array());
     ASSERT_GT(features.size(), 80u);
@@ -130,7 +130,7 @@ TEST(Features, GiveNameTypeAccessValueAndLimitsAsJson) {
     EXPECT_EQ((*width)["increment"], 4);
 }
 
-TEST(Features, SayThatTheCameraLeftWhileTheyWereRead) {
+TEST(FeaturesCommand, SayThatTheCameraLeftWhileTheyWereRead) {
     const TestFolder folder;
     const std::string settings =
         folder.Write("c.json", R"({"cameras": [{"faults": {"control": [{"fault": "Unplug", "skip": 60}]}}]})");
@@ -205,17 +205,17 @@ TEST(Set, PrintsWhatWasDoneBeforeTheFirstFailureAsJson) {
     }
 }
 
-TEST(Features, RoundTheIncrementsOfComputedNumbers) {
+TEST(FeaturesCommand, RoundTheIncrementsOfComputedNumbers) {
     for (const json& feature : JsonOf({"get", "ExposureTime", "Gain"}))
         EXPECT_EQ(feature["increment"].dump(), "0.1");
 }
 
-TEST(Why, NamesWhatAPersonCanChange) {
+TEST(WhyCommand, NamesWhatAPersonCanChange) {
     const Outcome outcome = RunTool({"--virtual", "1", "set", "ExposureAuto=Continuous", "ExposureTime=500"});
     EXPECT_NE(outcome.err.find("'ExposureAuto' is Continuous"), std::string::npos) << outcome.err;
 }
 
-TEST(Why, NamesWhatTakesTheAccessAway) {
+TEST(WhyCommand, NamesWhatTakesTheAccessAway) {
     EXPECT_NE(TextOf({"why", "AcquisitionMultiFrameCount"}).find("(NA): "), std::string::npos);
     EXPECT_NE(TextOf({"why", "Width"}).find("nothing stands in the way"), std::string::npos);
     EXPECT_EQ(JsonOf({"why", "SensorWidth"})[0]["access"], "RO");

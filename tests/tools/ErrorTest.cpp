@@ -289,7 +289,7 @@ TEST(SilentCamera, DoesNotKeepOthersWaiting) {
     }
 }
 
-TEST(Removal, IsFollowedByTheAdviceOnce) {
+TEST(RemovalWhileGrabbing, IsFollowedByTheAdviceOnce) {
     const TestFolder folder;
     for (const int skip : {0, 1, 5, 20, 60}) {
         const std::string settings =
@@ -306,7 +306,7 @@ TEST(Removal, IsFollowedByTheAdviceOnce) {
     }
 }
 
-TEST(TransferMemory, ThatIsTooShortIsNamedWithTheCommandThatMendsIt) {
+TEST(TransferMemoryOfACommand, ThatIsTooShortIsNamedWithTheCommandThatMendsIt) {
     const TestFolder folder;
     const std::string settings = folder.Write("c.json", R"({"transferMemoryLimit": 500, "cameras": [{}]})");
     const Outcome outcome = RunTool({"--virtual", settings, "grab", "-n", "1", "-q", "--timeout", "300"});

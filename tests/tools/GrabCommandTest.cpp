@@ -28,7 +28,7 @@ json Report(const Outcome& outcome) {
     return json::parse(outcome.out, nullptr, /*allow_exceptions=*/false);
 }
 
-TEST(Grab, SavesEveryFrameOfTwoCamerasAtOnce) {
+TEST(GrabCommand, SavesEveryFrameOfTwoCamerasAtOnce) {
     const TestFolder folder;
     // Cameras that make a frame when the host asks for one, so that a slow machine misses none.
     const std::string cameras =
@@ -60,7 +60,7 @@ TEST(Grab, SavesEveryFrameOfTwoCamerasAtOnce) {
     EXPECT_GE(contents.size(), 20u) << "each frame of a camera shows its own number";
 }
 
-TEST(Grab, WritesWhatGoesOverTheWireToATrace) {
+TEST(GrabCommand, WritesWhatGoesOverTheWireToATrace) {
     const TestFolder folder;
     const std::string old(1000, 'x');
     const std::string trace = folder.Write("wire.pcapng", old);
@@ -76,7 +76,7 @@ TEST(Grab, WritesWhatGoesOverTheWireToATrace) {
     EXPECT_GE(leaders, 3u);
 }
 
-TEST(Grab, ChecksTheChecksumOfEveryFrame) {
+TEST(GrabCommand, ChecksTheChecksumOfEveryFrame) {
     const TestFolder folder;
     const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "25", "--chunks", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -86,7 +86,7 @@ TEST(Grab, ChecksTheChecksumOfEveryFrame) {
     EXPECT_EQ(camera["checksumMissing"], 0);
 }
 
-TEST(Grab, SavesTheImageWithoutItsChunks) {
+TEST(GrabCommand, SavesTheImageWithoutItsChunks) {
     const TestFolder folder;
     const Outcome outcome =
         RunTool({"--virtual", OneCamera(folder), "grab", "-n", "1", "--chunks", "-o", folder.Path(), "-f", "pgm"});
@@ -96,7 +96,7 @@ TEST(Grab, SavesTheImageWithoutItsChunks) {
               std::string("P5\n320 240\n255\n").size() + 320 * 240);
 }
 
-TEST(Grab, SavesEveryNthFrameInTheFormatAskedFor) {
+TEST(GrabCommand, SavesEveryNthFrameInTheFormatAskedFor) {
     const TestFolder folder;
     const Outcome outcome = RunTool({"--virtual", OneCamera(folder), "grab", "-n", "10", "--every", "4", "-f", "raw",
                                      "-o", folder.Path("new/images")});
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(Grab, EachPixelFormat,
                          testing::Values("Mono8", "Mono12", "Mono12p", "BayerRG8", "RGB8", "BGR8", "YCbCr422_8"),
                          [](const auto& instance) { return std::string(instance.param); });
 
-TEST(Grab, GivesUpWhenTheCameraFallsSilent) {
+TEST(GrabCommand, GivesUpWhenTheCameraFallsSilent) {
     const Outcome outcome =
         RunTool({"--virtual", "1", "grab", "-n", "5", "-s", "AcquisitionFrameRate=0.1", "--timeout", "200"});
     EXPECT_EQ(outcome.status, 1);
@@ -147,7 +147,7 @@ TEST(Grab, GivesUpWhenTheCameraFallsSilent) {
     EXPECT_NE(outcome.err.find("wait longer with --timeout"), std::string::npos) << outcome.err;
 }
 
-TEST(Grab, EndsAtOnceWhenTheCameraIsUnplugged) {
+TEST(GrabCommand, EndsAtOnceWhenTheCameraIsUnplugged) {
     const TestFolder folder;
     const std::string settings =
         OneCamera(folder, R"("faults": {"stream": [{"fault": "Unplug", "frame": 7, "value": 500}]})");
@@ -161,7 +161,7 @@ TEST(Grab, EndsAtOnceWhenTheCameraIsUnplugged) {
     EXPECT_EQ(outcome.err, "tavix: " + report["errors"][0].get<std::string>() + "\n");
 }
 
-TEST(Grab, KeepsTheFiguresOfTheOtherCameraWhenOneIsUnplugged) {
+TEST(GrabCommand, KeepsTheFiguresOfTheOtherCameraWhenOneIsUnplugged) {
     const TestFolder folder;
     const std::string settings = folder.Write("two.json", R"({"cameras": [
         {"serial": "1", "guid": "120900000001", "faults": {"stream": [{"fault": "Unplug", "frame": 3}]}},
@@ -173,7 +173,7 @@ TEST(Grab, KeepsTheFiguresOfTheOtherCameraWhenOneIsUnplugged) {
     EXPECT_NE(outcome.out.find("VC-1300 (2)      10"), std::string::npos) << outcome.out;
 }
 
-TEST(Grab, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
+TEST(GrabCommand, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
     const TestFolder folder;
     const std::string settings =
         OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 5, "value": 1000}]})");
@@ -188,7 +188,7 @@ TEST(Grab, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
     EXPECT_EQ(outcome.err, "tavix: " + Report(outcome)["errors"][0].get<std::string>() + "\n");
 }
 
-TEST(Grab, ReportsAsManyFailuresAsSuccesses) {
+TEST(GrabCommand, ReportsAsManyFailuresAsSuccesses) {
     const TestFolder folder;
     const std::string settings =
         OneCamera(folder, R"("faults": {"stream": [{"fault": "Truncated", "frame": 1, "value": 1000}]})");
@@ -198,7 +198,7 @@ TEST(Grab, ReportsAsManyFailuresAsSuccesses) {
     EXPECT_NE(outcome.out.find(": first failure: "), std::string::npos) << outcome.out;
 }
 
-TEST(Grab, PutsACameraThatFailedBeforeOneWithFailedFrames) {
+TEST(GrabCommand, PutsACameraThatFailedBeforeOneWithFailedFrames) {
     const TestFolder folder;
     const std::string settings = folder.Write("two.json", R"({"cameras": [
         {"serial": "1", "guid": "120900000001", "frameRateEnable": false,
@@ -210,7 +210,7 @@ TEST(Grab, PutsACameraThatFailedBeforeOneWithFailedFrames) {
     EXPECT_NE(outcome.err.find("(and 1 more)"), std::string::npos) << outcome.err;
 }
 
-TEST(Grab, TakesShorterTransfersForACameraThatNeedsThem) {
+TEST(GrabCommand, TakesShorterTransfersForACameraThatNeedsThem) {
     const TestFolder folder;
     const std::string settings =
         folder.Write("c.json", R"({"cameras": [{"registers": {"silentAboveTransfer": 65536}}]})");
@@ -221,7 +221,7 @@ TEST(Grab, TakesShorterTransfersForACameraThatNeedsThem) {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
 }
 
-TEST(Grab, EndsInGoodOrderAtCtrlC) {
+TEST(GrabCommand, EndsInGoodOrderAtCtrlC) {
     const TestFolder folder;
     const std::string settings = folder.Write("c.json", R"({"cameras": [{"frameRateEnable": false}]})"); // misses none
     ToolRun run({"--virtual", settings, "grab", "-n", "1000000", "-o", folder.Path("images"), "--json"});

@@ -32,7 +32,7 @@ std::string WriteImage(const std::string& base, tool::ImageFormat format, const 
 constexpr std::uint32_t kMono8 = 0x01080001, kMono12 = 0x01100005, kRGB8 = 0x02180014, kMono1p = 0x01010037,
                         kUnknown = 0x01080055;
 
-TEST(ImageFile, WritesGreyPngThatLibpngReadsBack) {
+TEST(GrabbedFile, WritesGreyPngThatLibpngReadsBack) {
     const TestFolder folder;
     const Bytes bytes{0, 1, 2, 253, 254, 255};
     const std::string path = WriteImage(folder.Path("grey"), tool::ImageFormat::Png, ViewOf(bytes, kMono8, 3, 2));
@@ -46,7 +46,7 @@ TEST(ImageFile, WritesGreyPngThatLibpngReadsBack) {
     EXPECT_EQ(image.samples, bytes);
 }
 
-TEST(ImageFile, WritesSixteenBitPngWithTheUpperByteFirst) {
+TEST(GrabbedFile, WritesSixteenBitPngWithTheUpperByteFirst) {
     const TestFolder folder;
     const Bytes bytes{0x23, 0x01, 0xFF, 0x0F};
     const PngImage image =
@@ -56,7 +56,7 @@ TEST(ImageFile, WritesSixteenBitPngWithTheUpperByteFirst) {
     EXPECT_EQ(image.samples, (Bytes{0x12, 0x31, 0xFF, 0xFF}));
 }
 
-TEST(ImageFile, WritesColourPng) {
+TEST(GrabbedFile, WritesColourPng) {
     const TestFolder folder;
     const Bytes bytes{255, 0, 0, 0, 255, 0};
     const PngImage image = ReadPng(WriteImage(folder.Path("rgb"), tool::ImageFormat::Png, ViewOf(bytes, kRGB8, 2, 1)));
@@ -65,7 +65,7 @@ TEST(ImageFile, WritesColourPng) {
     EXPECT_EQ(image.samples, bytes);
 }
 
-TEST(ImageFile, WritesBitsAsBlackAndWhite) {
+TEST(GrabbedFile, WritesBitsAsBlackAndWhite) {
     const TestFolder folder;
     const Bytes bytes{0x05};
     const PngImage image =
@@ -74,7 +74,7 @@ TEST(ImageFile, WritesBitsAsBlackAndWhite) {
     EXPECT_EQ(image.samples, (Bytes{255, 0, 255, 0}));
 }
 
-TEST(ImageFile, WritesPgmForGreyAndPpmForColour) {
+TEST(GrabbedFile, WritesPgmForGreyAndPpmForColour) {
     const TestFolder folder;
     const Bytes bytes{'a', 'b', 'c', 'd', 'e', 'f'};
     EXPECT_EQ(WriteImage(folder.Path("grey"), tool::ImageFormat::Pgm, ViewOf(bytes, kMono8, 3, 2)),
@@ -85,7 +85,7 @@ TEST(ImageFile, WritesPgmForGreyAndPpmForColour) {
     EXPECT_EQ(folder.Read("rgb_000000.ppm"), "P6\n1 2\n255\nabcdef");
 }
 
-TEST(ImageFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
+TEST(GrabbedFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
     const TestFolder folder;
     const Bytes bytes{9, 8, 7};
     const std::string content(bytes.begin(), bytes.end());
@@ -99,7 +99,7 @@ TEST(ImageFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
               folder.Path("c_000000.raw"));
 }
 
-TEST(ImageFile, NamesTheFileThatCannotBeWritten) {
+TEST(GrabbedFile, NamesTheFileThatCannotBeWritten) {
     const Bytes bytes{1};
     for (const auto format : {tool::ImageFormat::Png, tool::ImageFormat::Pgm, tool::ImageFormat::Raw}) {
         try {

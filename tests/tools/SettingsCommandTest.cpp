@@ -136,7 +136,7 @@ TEST(Save, WritesToStandardOutputWhenAskedTo) {
     EXPECT_FALSE(std::filesystem::exists("-"));
 }
 
-TEST(Settings, GetOneLineWhenTheFileIsOfNoUse) {
+TEST(SettingsCommand, GetOneLineWhenTheFileIsOfNoUse) {
     const TestFolder folder;
     for (const auto& [arguments, says] : std::vector<std::pair<Arguments, std::string>>{
              {{"load", folder.Path("none.txt")}, "cannot read " + folder.Path("none.txt")},

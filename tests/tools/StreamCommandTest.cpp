@@ -25,7 +25,7 @@ std::string CameraWith(const TestFolder& folder, const std::string& members) {
     return folder.Write("camera.json", "{\"cameras\": [{" + members + "}]}");
 }
 
-TEST(Events, TellWhatTheCameraSendsDuringAGrab) {
+TEST(EventsCommand, TellWhatTheCameraSendsDuringAGrab) {
     const Outcome outcome =
         RunTool({"--virtual", "1", "events", "--grab", "ExposureEnd", "FrameStart", "--count", "6", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -46,7 +46,7 @@ TEST(Events, TellWhatTheCameraSendsDuringAGrab) {
     EXPECT_EQ(frames, (std::vector<int>{0, 1, 2}));
 }
 
-TEST(Events, AreOnlyThoseThatWereNamed) {
+TEST(EventsCommand, AreOnlyThoseThatWereNamed) {
     const Outcome outcome = RunTool({"--virtual", "1", "events", "-g", "FrameStart", "-n", "3"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     ASSERT_EQ(Lines(outcome.out).size(), 3u);
@@ -54,14 +54,14 @@ TEST(Events, AreOnlyThoseThatWereNamed) {
         EXPECT_EQ(line.rfind("FrameStart 0x9002: EventFrameStart=", 0), 0u) << line;
 }
 
-TEST(Events, SayWhatToDoWhenNoneComes) {
+TEST(EventsCommand, SayWhatToDoWhenNoneComes) {
     const Outcome outcome = RunTool({"--virtual", "1", "events", "--timeout", "100"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("it sent no event for 100 ms"), std::string::npos) << outcome.err;
     EXPECT_NE(outcome.err.find("add --grab"), std::string::npos) << outcome.err;
 }
 
-TEST(Events, DoNotAskForTheGrabThatThereIs) {
+TEST(EventsCommand, DoNotAskForTheGrabThatThereIs) {
     const Outcome outcome =
         RunTool({"--virtual", "1", "events", "ExposureEnd", "-g", "--timeout", "50", "--set", "TriggerMode=On"});
     EXPECT_EQ(outcome.status, 1);
@@ -69,7 +69,7 @@ TEST(Events, DoNotAskForTheGrabThatThereIs) {
     EXPECT_NE(outcome.err.find("add --set TriggerMode=Off"), std::string::npos) << outcome.err;
 }
 
-TEST(Events, NameTheEventsThatThereAre) {
+TEST(EventsCommand, NameTheEventsThatThereAre) {
     for (const Arguments& more : {Arguments{}, {"--grab"}}) {
         Arguments arguments{"--virtual", "1", "events", "Sunrise"};
         arguments.insert(arguments.end(), more.begin(), more.end());
@@ -80,7 +80,7 @@ TEST(Events, NameTheEventsThatThereAre) {
     }
 }
 
-TEST(Events, AreWrittenAtOnceUntilCtrlC) {
+TEST(EventsCommand, AreWrittenAtOnceUntilCtrlC) {
     ToolRun run({"--virtual", "1", "events", "--grab"});
     ASSERT_TRUE(Eventually([&] { return Lines(run.Output()).size() >= 3; }));
     run.Signal(SIGINT);
@@ -89,7 +89,7 @@ TEST(Events, AreWrittenAtOnceUntilCtrlC) {
     EXPECT_EQ(outcome.err, "tavix: interrupted\n");
 }
 
-TEST(Events, EndWhenTheCameraIsUnplugged) {
+TEST(EventsCommand, EndWhenTheCameraIsUnplugged) {
     const TestFolder folder;
     const std::string settings = CameraWith(folder, R"("faults": {"stream": [{"fault": "Unplug", "frame": 3}]})");
     const Outcome outcome = RunTool({"--virtual", settings, "events", "--grab"});

@@ -244,14 +244,14 @@ TEST(StatusCode, IsAnErrorOnlyWithBitFifteen) {
     EXPECT_TRUE(status::IsError(0xA100));
 }
 
-TEST(PixelFormat, CarriesItsBitsPerPixel) {
+TEST(PixelFormatCode, CarriesItsBitsPerPixel) {
     EXPECT_EQ(BitsPerPixel(0x01080001), 8u);
     EXPECT_EQ(BitsPerPixel(0x010C0047), 12u);
     EXPECT_EQ(BitsPerPixel(0x01010037), 1u);
     EXPECT_EQ(BitsPerPixel(0x026000C0), 96u);
 }
 
-TEST(PixelFormat, IsCustomWithBitThirtyOne) {
+TEST(PixelFormatCode, IsCustomWithBitThirtyOne) {
     EXPECT_FALSE(IsCustomPixelFormat(0x01080001));
     EXPECT_TRUE(IsCustomPixelFormat(0x81080001));
 }

@@ -26,13 +26,13 @@ std::uint16_t SlowCrc(const std::uint8_t* data, std::size_t length) {
     return static_cast<std::uint16_t>(crc);
 }
 
-TEST(Crc16, HasItsCheckValue) {
+TEST(ChunkChecksum, HasItsCheckValue) {
     const Bytes digits = Hex("31 32 33 34 35 36 37 38 39");
     EXPECT_EQ(virtualcam::Crc16(0, digits.data(), digits.size()), 0x31C3);
     EXPECT_EQ(SlowCrc(digits.data(), digits.size()), 0x31C3);
 }
 
-TEST(Crc16, ContinuesWhereItStopped) {
+TEST(ChunkChecksum, ContinuesWhereItStopped) {
     Bytes data(1000);
     for (std::size_t i = 0; i < data.size(); ++i)
         data[i] = static_cast<std::uint8_t>(i * i + i / 7);

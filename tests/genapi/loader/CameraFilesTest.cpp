@@ -16,7 +16,7 @@ namespace {
 
 using ::testing::IsEmpty;
 
-class CameraFiles : public ::testing::Test {
+class CameraTexts : public ::testing::Test {
 protected:
     void SetUp() override {
         const char* const folder = std::getenv("TAVIX_CAMERA_XML_DIR");
@@ -46,7 +46,7 @@ std::vector<std::string> DanglingLinks(const Description& description) {
     return dangling;
 }
 
-TEST_F(CameraFiles, LoadWithoutProblemsAndDanglingLinks) {
+TEST_F(CameraTexts, LoadWithoutProblemsAndDanglingLinks) {
     for (const auto& file : m_Files) {
         const Description description = ParseDescriptionFile(file);
         EXPECT_GT(description.nodes.size(), 50U) << file;
@@ -57,7 +57,7 @@ TEST_F(CameraFiles, LoadWithoutProblemsAndDanglingLinks) {
     }
 }
 
-TEST_F(CameraFiles, SurviveBeingWrittenAndReadAgain) {
+TEST_F(CameraTexts, SurviveBeingWrittenAndReadAgain) {
     for (const auto& file : m_Files) {
         const Description first = ParseDescriptionFile(file);
         const Description second = ParseDescription(WriteDescription(first));
@@ -70,7 +70,7 @@ TEST_F(CameraFiles, SurviveBeingWrittenAndReadAgain) {
     }
 }
 
-TEST_F(CameraFiles, GiveSubtreesThatStandAlone) {
+TEST_F(CameraTexts, GiveSubtreesThatStandAlone) {
     std::size_t count = 0;
     for (const auto& file : m_Files) {
         const std::string xml = ReadDescriptionFile(file);
@@ -101,7 +101,7 @@ FormulaNames NamesOf(const NodeRecord& node) {
     return names;
 }
 
-TEST_F(CameraFiles, HaveFormulasThatCompileExceptForUndeclaredNames) {
+TEST_F(CameraTexts, HaveFormulasThatCompileExceptForUndeclaredNames) {
     std::size_t count = 0;
     for (const auto& file : m_Files) {
         const Description description = ParseDescriptionFile(file);

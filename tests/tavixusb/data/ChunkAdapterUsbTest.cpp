@@ -21,7 +21,7 @@ bool IsValid(ChunkBuffer& buffer) {
     return CChunkAdapterUsb().CheckBufferLayout(buffer.Data(), buffer.Size());
 }
 
-struct ChunkAdapter : testing::Test {
+struct ChunkAdapterUsb : testing::Test {
     void Attach(ChunkBuffer& buffer) { adapter.AttachBuffer(buffer.Data(), buffer.Size(), &statistics); }
     std::string Refusal(std::uint8_t* data, std::int64_t size) {
         try {
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(AllStepsBelowATrailer, WrappedLength,
                          testing::Values(0xFFFFFFF8, 0xFFFFFFF9, 0xFFFFFFFA, 0xFFFFFFFB, 0xFFFFFFFC, 0xFFFFFFFD,
                                          0xFFFFFFFE, 0xFFFFFFFF));
 
-TEST_F(ChunkAdapter, MakesChunksReadableByFeature) {
+TEST_F(ChunkAdapterUsb, MakesChunksReadableByFeature) {
     ChunkBuffer buffer;
     buffer.Chunk(1, {0x83, 0, 0, 0}).Chunk(0x0A0B0C0D, {0x78, 0x56, 0x34, 0x12});
     Attach(buffer);
@@ -127,7 +127,7 @@ TEST_F(ChunkAdapter, MakesChunksReadableByFeature) {
     EXPECT_EQ(map.Integer("Counter"), 0x12345678);
 }
 
-TEST_F(ChunkAdapter, CountsPortsChunksAndAttachments) {
+TEST_F(ChunkAdapterUsb, CountsPortsChunksAndAttachments) {
     ChunkBuffer buffer;
     buffer.Chunk(1, {1}).Chunk(0x99, {2}).Chunk(0x0A0B0C0D, {1, 2, 3, 4});
     Attach(buffer);
@@ -136,7 +136,7 @@ TEST_F(ChunkAdapter, CountsPortsChunksAndAttachments) {
     EXPECT_EQ(statistics.NumAttachedChunks, 2u);
 }
 
-TEST_F(ChunkAdapter, CountsWhileItWalks) {
+TEST_F(ChunkAdapterUsb, CountsWhileItWalks) {
     const auto handle = GenApi::Register(map->GetNode("ImageByte"), [](GenApi::INode*) { throw 1; });
     ChunkBuffer buffer;
     buffer.Chunk(1, {1}).Chunk(0x0A0B0C0D, {1, 2, 3, 4}).Chunk(0x99, {2});
@@ -147,7 +147,7 @@ TEST_F(ChunkAdapter, CountsWhileItWalks) {
     GenApi::Deregister(handle);
 }
 
-TEST_F(ChunkAdapter, LeavesTheStatisticsOfARefusedBufferAlone) {
+TEST_F(ChunkAdapterUsb, LeavesTheStatisticsOfARefusedBufferAlone) {
     std::uint8_t bad[9] = {};
     EXPECT_THROW(adapter.AttachBuffer(bad, sizeof bad, &statistics), GenICam::RuntimeException);
     EXPECT_THROW(adapter.AttachBuffer(nullptr, 9, &statistics), GenICam::RuntimeException);
@@ -155,7 +155,7 @@ TEST_F(ChunkAdapter, LeavesTheStatisticsOfARefusedBufferAlone) {
     EXPECT_EQ(statistics.NumChunks, 9u);
 }
 
-TEST_F(ChunkAdapter, ComparesAllFourBytesOfTheId) {
+TEST_F(ChunkAdapterUsb, ComparesAllFourBytesOfTheId) {
     for (const std::uint32_t id : {0x0A0B0C0Eu, 0x0A0B0D0Du, 0x0A0C0C0Du, 0x0B0B0C0Du, 0x0D0C0B0Au}) {
         ChunkBuffer buffer;
         buffer.Chunk(id, {1, 2, 3, 4});
@@ -165,14 +165,14 @@ TEST_F(ChunkAdapter, ComparesAllFourBytesOfTheId) {
     }
 }
 
-TEST_F(ChunkAdapter, WorksWithoutStatistics) {
+TEST_F(ChunkAdapterUsb, WorksWithoutStatistics) {
     ChunkBuffer buffer;
     buffer.Chunk(1, {5});
     adapter.AttachBuffer(buffer.Data(), buffer.Size());
     EXPECT_EQ(map.Integer("ImageByte"), 5);
 }
 
-TEST_F(ChunkAdapter, OfTwoChunksWithOneIdReadsTheOneNearerTheStart) {
+TEST_F(ChunkAdapterUsb, OfTwoChunksWithOneIdReadsTheOneNearerTheStart) {
     ChunkBuffer buffer;
     buffer.Chunk(1, {11}).Chunk(1, {22});
     Attach(buffer);
@@ -180,7 +180,7 @@ TEST_F(ChunkAdapter, OfTwoChunksWithOneIdReadsTheOneNearerTheStart) {
     EXPECT_EQ(statistics.NumAttachedChunks, 2u);
 }
 
-TEST_F(ChunkAdapter, DetachesPortsWhoseChunkIsMissing) {
+TEST_F(ChunkAdapterUsb, DetachesPortsWhoseChunkIsMissing) {
     ChunkBuffer first, second;
     first.Chunk(1, {1}).Chunk(0x0A0B0C0D, {1, 0, 0, 0});
     second.Chunk(1, {2});
@@ -191,7 +191,7 @@ TEST_F(ChunkAdapter, DetachesPortsWhoseChunkIsMissing) {
     EXPECT_THROW(map.Integer("Counter"), GenICam::AccessException);
 }
 
-TEST_F(ChunkAdapter, AttachesOneChunkToSeveralPorts) {
+TEST_F(ChunkAdapterUsb, AttachesOneChunkToSeveralPorts) {
     support::DescribedMap twins(R"(
         <Port Name="A"><ChunkID>05</ChunkID></Port><Port Name="B"><ChunkID>00000005</ChunkID></Port>
         <IntReg Name="OfA"><Address>0</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>A</pPort></IntReg>
@@ -205,11 +205,11 @@ TEST_F(ChunkAdapter, AttachesOneChunkToSeveralPorts) {
     EXPECT_EQ(statistics.NumAttachedChunks, 2u);
 }
 
-TEST_F(ChunkAdapter, RefusesANullBuffer) {
+TEST_F(ChunkAdapterUsb, RefusesANullBuffer) {
     EXPECT_EQ(Refusal(nullptr, 20), "Invalid buffer attached to chunk parser!");
 }
 
-TEST_F(ChunkAdapter, RefusesABadLayoutAndLeavesEveryPortAsItWas) {
+TEST_F(ChunkAdapterUsb, RefusesABadLayoutAndLeavesEveryPortAsItWas) {
     ChunkBuffer good, bad;
     good.Chunk(1, {42});
     bad.Bytes({0, 0, 0}).Word(1).Word(400);
@@ -218,7 +218,7 @@ TEST_F(ChunkAdapter, RefusesABadLayoutAndLeavesEveryPortAsItWas) {
     EXPECT_EQ(map.Integer("ImageByte"), 42);
 }
 
-TEST_F(ChunkAdapter, AsksTheVirtualLayoutCheck) {
+TEST_F(ChunkAdapterUsb, AsksTheVirtualLayoutCheck) {
     struct Strict : CChunkAdapterUsb {
         using CChunkAdapterUsb::CChunkAdapterUsb;
         bool CheckBufferLayout(uint8_t*, int64_t) override { return false; }
@@ -228,7 +228,7 @@ TEST_F(ChunkAdapter, AsksTheVirtualLayoutCheck) {
     EXPECT_THROW(strict.AttachBuffer(buffer.Data(), buffer.Size()), GenICam::RuntimeException);
 }
 
-TEST_F(ChunkAdapter, NamesItsSourceFile) {
+TEST_F(ChunkAdapterUsb, NamesItsSourceFile) {
     try {
         adapter.AttachBuffer(nullptr, 0);
         FAIL() << "a null buffer was attached";
@@ -238,7 +238,7 @@ TEST_F(ChunkAdapter, NamesItsSourceFile) {
     }
 }
 
-TEST_F(ChunkAdapter, ReadsNothingInFrontOfABufferThatADerivedCheckLetsPass) {
+TEST_F(ChunkAdapterUsb, ReadsNothingInFrontOfABufferThatADerivedCheckLetsPass) {
     struct Lenient : CChunkAdapterUsb {
         using CChunkAdapterUsb::CChunkAdapterUsb;
         bool CheckBufferLayout(uint8_t*, int64_t) override { return true; }
@@ -279,7 +279,7 @@ TEST(ChunkCache, TakesChunksUpToItsSizeAndEveryChunkWithoutOne) {
     EXPECT_FALSE(Copies(-2));
 }
 
-TEST_F(ChunkAdapter, AttachesAnEmptyChunk) {
+TEST_F(ChunkAdapterUsb, AttachesAnEmptyChunk) {
     ChunkBuffer buffer;
     buffer.Chunk(0x99, {1}).Chunk(1, {});
     Attach(buffer);
@@ -288,7 +288,7 @@ TEST_F(ChunkAdapter, AttachesAnEmptyChunk) {
     EXPECT_THROW(map.Integer("ImageByte"), GenICam::OutOfRangeException);
 }
 
-TEST_F(ChunkAdapter, CountsAChunkOfAWrappedLengthAndAttachesItNowhere) {
+TEST_F(ChunkAdapterUsb, CountsAChunkOfAWrappedLengthAndAttachesItNowhere) {
     ChunkBuffer buffer;
     buffer.Bytes({1}).Word(1).Bytes({1, 0, 0, 0}).Bytes({0xFC, 0xFF, 0xFF, 0xFF}); // as in StepsBackByTheWrappedSum
     Attach(buffer);

@@ -41,7 +41,7 @@ using Member = Result (Class::*)(Arguments...);
 template<class Class, class Result, class... Arguments>
 using ConstMember = Result (Class::*)(Arguments...) const;
 
-TEST(Interface, OfTheStreamGrabber) {
+TEST(DataInterface, OfTheStreamGrabber) {
     using Grabber = IStreamGrabber;
     static_assert(std::is_base_of_v<IStreamGrabber, CTavixUsbStream>);
     static_assert(std::is_constructible_v<CTavixUsbStream, vexlo::CVxDevice*, CTavixUsbDevice*>);
@@ -59,7 +59,7 @@ TEST(Interface, OfTheStreamGrabber) {
     static_assert(std::is_same_v<CStreamGrabberPort, CGenericUsbPort<vexlo::CVxStream>>);
 }
 
-TEST(Interface, OfTheEventGrabber) {
+TEST(DataInterface, OfTheEventGrabber) {
     using Grabber = IEventGrabber;
     static_assert(std::is_base_of_v<IEventGrabber, CTavixUsbEventGrabber>);
     static_assert(std::is_constructible_v<CTavixUsbEventGrabber, vexlo::CVxDevice*>);
@@ -72,7 +72,7 @@ TEST(Interface, OfTheEventGrabber) {
     static_assert(sizeof(EventResult::m_ErrorCode) == 4);
 }
 
-TEST(Interface, OfTheParameterNodeMaps) {
+TEST(DataInterface, OfTheParameterNodeMaps) {
     using Vandrel_UsbEventParams::CUsbEventParamsImpl;
     using Vandrel_UsbStreamParams::CUsbStreamParamsImpl;
     static_assert(std::is_base_of_v<GenApi::CNodeMap, CUsbStreamParamsImpl>);
@@ -85,7 +85,7 @@ TEST(Interface, OfTheParameterNodeMaps) {
     makeEvents("")->Destroy();
 }
 
-TEST(Interface, OfTheChunkParsers) {
+TEST(DataInterface, OfTheChunkParsers) {
     static_assert(std::is_base_of_v<GenApi::CChunkAdapter, CChunkAdapterUsb>);
     static_assert(std::is_constructible_v<CChunkAdapterUsb, GenApi::INodeMap*, std::int64_t>);
     static_assert(sizeof(CChunkAdapterUsb) == sizeof(GenApi::CChunkAdapter), "it adds no members");
@@ -112,7 +112,7 @@ TEST(Interface, OfTheChunkParsers) {
     EXPECT_EQ(words[2], counters.NumAttachedChunks);
 }
 
-TEST(Interface, OfTheEventAdapter) {
+TEST(DataInterface, OfTheEventAdapter) {
     static_assert(std::is_base_of_v<IEventAdapter, CTavixUsbEventAdapter>);
     static_assert(std::is_constructible_v<CTavixUsbEventAdapter, GenApi::INodeMap*>);
     static_assert(!std::has_virtual_destructor_v<IEventAdapter>);
@@ -121,7 +121,7 @@ TEST(Interface, OfTheEventAdapter) {
     EXPECT_EQ(0u, Slot(deliver));
 }
 
-TEST(Interface, OfTheCompatibilityLayer) {
+TEST(DataInterface, OfTheCompatibilityLayer) {
     static_assert(std::is_base_of_v<GenApi::INodeMap, CNodeCompatibilityLayer>);
     static_assert(std::is_base_of_v<INodeMapProvider, CNodeCompatibilityLayer>);
     static_assert(std::is_constructible_v<CNodeCompatibilityLayer, GenApi::INodeMap*>);
@@ -132,7 +132,7 @@ TEST(Interface, OfTheCompatibilityLayer) {
     [[maybe_unused]] constexpr Member<INodeMapProvider, GenApi::INodeMap*> getNodeMap = &INodeMapProvider::GetNodeMap;
 }
 
-TEST(Interface, OfTheWrappers) {
+TEST(DataInterface, OfTheWrappers) {
     static_assert(std::is_base_of_v<INode, CNodeWrapper> &&
                   std::is_constructible_v<CWrappedEnumeration, INode*, gcstring>);
     static_assert(std::is_base_of_v<GenApi::ISelector, CSelectorWrapper>);

@@ -14,7 +14,7 @@ std::vector<std::uint8_t> Message() {
             0x43, 0x9C, 0xE8, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x2A, 0x00, 0x00, 0x00};
 }
 
-struct EventAdapter : testing::Test {
+struct TavixUsbEventAdapter : testing::Test {
     void Deliver(const std::vector<std::uint8_t>& message) {
         adapter.DeliverMessage(message.data(), static_cast<std::uint32_t>(message.size()));
     }
@@ -36,28 +36,28 @@ struct EventAdapter : testing::Test {
     Tavix::CTavixUsbEventAdapter adapter{map.Get()};
 };
 
-TEST_F(EventAdapter, DeliversIdTimeAndData) {
+TEST_F(TavixUsbEventAdapter, DeliversIdTimeAndData) {
     Deliver(Message());
     EXPECT_EQ(map.Integer("Id"), 0x9C43);
     EXPECT_EQ(map.Integer("Time"), 1000);
     EXPECT_EQ(map.Integer("Data"), 42);
 }
 
-TEST_F(EventAdapter, IgnoresAnEventThatNoPortHas) {
+TEST_F(TavixUsbEventAdapter, IgnoresAnEventThatNoPortHas) {
     auto message = Message();
     message[14] = 0x44;
     Deliver(message);
     EXPECT_EQ(map.Access("Data"), GenApi::NA);
 }
 
-TEST_F(EventAdapter, RefusesTwentyThreeBytes) {
+TEST_F(TavixUsbEventAdapter, RefusesTwentyThreeBytes) {
     auto message = Message();
     message[8] = 12;
     message.resize(23);
     EXPECT_EQ(Refusal(message), kBad);
 }
 
-TEST_F(EventAdapter, DeliversTwentyFourBytesWithoutData) {
+TEST_F(TavixUsbEventAdapter, DeliversTwentyFourBytesWithoutData) {
     auto message = Message();
     message[8] = 12;
     message.resize(24);
@@ -66,32 +66,32 @@ TEST_F(EventAdapter, DeliversTwentyFourBytesWithoutData) {
     EXPECT_THROW(map.Integer("Data"), GenICam::OutOfRangeException);
 }
 
-TEST_F(EventAdapter, RefusesALengthOfEleven) {
+TEST_F(TavixUsbEventAdapter, RefusesALengthOfEleven) {
     auto message = Message();
     message[8] = 11;
     EXPECT_EQ(Refusal(message), kBad);
 }
 
-TEST_F(EventAdapter, RefusesALengthBeyondTheMessage) {
+TEST_F(TavixUsbEventAdapter, RefusesALengthBeyondTheMessage) {
     auto message = Message();
     message[8] = 17;
     EXPECT_EQ(Refusal(message), kBad);
 }
 
-TEST_F(EventAdapter, HandsOnBytesBeyondTheLengthField) {
+TEST_F(TavixUsbEventAdapter, HandsOnBytesBeyondTheLengthField) {
     auto message = Message();
     message[8] = 12;
     Deliver(message);
     EXPECT_EQ(map.Integer("Data"), 42);
 }
 
-TEST_F(EventAdapter, RefusesAnAcknowledge) {
+TEST_F(TavixUsbEventAdapter, RefusesAnAcknowledge) {
     auto message = Message();
     message[6] = 1;
     EXPECT_EQ(Refusal(message), kBad);
 }
 
-TEST_F(EventAdapter, RefusesAnyOtherCommand) {
+TEST_F(TavixUsbEventAdapter, RefusesAnyOtherCommand) {
     for (const int command : {0x0000, 0x0C01, 0x0D00, 0x000C, 0x0800, 0xFFFF}) {
         auto message = Message();
         message[6] = static_cast<std::uint8_t>(command);
@@ -100,7 +100,7 @@ TEST_F(EventAdapter, RefusesAnyOtherCommand) {
     }
 }
 
-TEST_F(EventAdapter, ReadsBothBytesOfTheLengthAndOfTheEventId) {
+TEST_F(TavixUsbEventAdapter, ReadsBothBytesOfTheLengthAndOfTheEventId) {
     auto message = Message();
     message[9] = 1;
     EXPECT_EQ(Refusal(message), kBad) << "272 bytes of 16";
@@ -111,7 +111,7 @@ TEST_F(EventAdapter, ReadsBothBytesOfTheLengthAndOfTheEventId) {
     EXPECT_EQ(Refusal(message), kBad) << "one byte too many";
 }
 
-TEST_F(EventAdapter, RefusesAnotherPrefix) {
+TEST_F(TavixUsbEventAdapter, RefusesAnotherPrefix) {
     for (std::size_t i = 0; i < 4; ++i) {
         auto message = Message();
         message[i] ^= 1;
@@ -119,14 +119,14 @@ TEST_F(EventAdapter, RefusesAnotherPrefix) {
     }
 }
 
-TEST_F(EventAdapter, TakesAnyFlagsAndRequestId) {
+TEST_F(TavixUsbEventAdapter, TakesAnyFlagsAndRequestId) {
     auto message = Message();
     message[4] = message[5] = message[10] = message[11] = 0xFF;
     Deliver(message);
     EXPECT_EQ(map.Integer("Data"), 42);
 }
 
-TEST_F(EventAdapter, RefusesEveryTruncation) {
+TEST_F(TavixUsbEventAdapter, RefusesEveryTruncation) {
     const auto whole = Message();
     for (std::size_t size = 0; size < whole.size(); ++size) {
         EXPECT_EQ(Refusal({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}), kBad) << size;
@@ -134,7 +134,7 @@ TEST_F(EventAdapter, RefusesEveryTruncation) {
     EXPECT_THROW(adapter.DeliverMessage(nullptr, 24), GenICam::RuntimeException);
 }
 
-TEST_F(EventAdapter, FiresTheCallbackOfAFeatureOnce) {
+TEST_F(TavixUsbEventAdapter, FiresTheCallbackOfAFeatureOnce) {
     int calls = 0;
     const auto count = [&calls](GenApi::INode*) { ++calls; };
     const auto handle = GenApi::Register(map->GetNode("Data"), count);
@@ -143,7 +143,7 @@ TEST_F(EventAdapter, FiresTheCallbackOfAFeatureOnce) {
     GenApi::Deregister(handle);
 }
 
-TEST_F(EventAdapter, HandsOnAllBytesBehindTheHeaderAndNoMore) {
+TEST_F(TavixUsbEventAdapter, HandsOnAllBytesBehindTheHeaderAndNoMore) {
     support::DescribedMap all(R"(
         <Port Name="EventPort"><EventID>9C43</EventID></Port>
         <IntReg Name="Last"><Address>15</Address><Length>1</Length><AccessMode>RO</AccessMode><pPort>EventPort</pPort></IntReg>
@@ -162,7 +162,7 @@ TEST_F(EventAdapter, HandsOnAllBytesBehindTheHeaderAndNoMore) {
     EXPECT_THROW(all.Integer("Beyond"), GenICam::OutOfRangeException);
 }
 
-TEST_F(EventAdapter, DeliversToEveryPortOfTheEventAndToNoOther) {
+TEST_F(TavixUsbEventAdapter, DeliversToEveryPortOfTheEventAndToNoOther) {
     support::DescribedMap ports(R"(
         <Port Name="A"><EventID>9C43</EventID></Port><Port Name="B"><EventID>9c43</EventID></Port>
         <Port Name="C"><EventID>9C44</EventID></Port>
@@ -179,12 +179,12 @@ TEST_F(EventAdapter, DeliversToEveryPortOfTheEventAndToNoOther) {
     EXPECT_EQ(ports.Access("OfC"), GenApi::NA);
 }
 
-TEST_F(EventAdapter, PassesOnWhatACallbackThrows) {
+TEST_F(TavixUsbEventAdapter, PassesOnWhatACallbackThrows) {
     GenApi::Register(map->GetNode("Data"), [](GenApi::INode*) { throw RUNTIME_EXCEPTION("no"); });
     EXPECT_EQ(Refusal(Message()), "no");
 }
 
-TEST_F(EventAdapter, NamesItsSourceFile) {
+TEST_F(TavixUsbEventAdapter, NamesItsSourceFile) {
     try {
         adapter.DeliverMessage(nullptr, 0);
         FAIL() << "nothing was delivered";

@@ -31,7 +31,7 @@ TEST(FirstBlocks, AreContentWithOneThatCameWhole) {
     }
 }
 
-TEST(Silence, IsTooLongFromTheLatestOfStartTransferAndWriteOn) {
+TEST(SilentTransfers, IsTooLongFromTheLatestOfStartTransferAndWriteOn) {
     using std::chrono::milliseconds;
     const Silence::Clock::time_point start{std::chrono::hours(1)};
     Silence silence(milliseconds(100));
@@ -50,7 +50,7 @@ TEST(Silence, IsTooLongFromTheLatestOfStartTransferAndWriteOn) {
     EXPECT_FALSE(silence.IsTooLong(start + milliseconds(300), start + milliseconds(20)));
 }
 
-TEST(Silence, OfNoTimeoutIsNeverTooLong) {
+TEST(SilentTransfers, OfNoTimeoutIsNeverTooLong) {
     Silence silence(std::chrono::milliseconds(0));
     silence.SwitchedOn(Silence::Clock::now());
     EXPECT_TRUE(silence.IsIgnored());
