@@ -1,8 +1,8 @@
 // What the program says when it cannot go on: one line, what to do next, and the right exit status.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tests/tools/TestFolder.h"
+#include "tests/tools/ToolRun.h"
+#include "tests/tools/Variable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The doctor as a program.
 
 #include "FakeSystem.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tests/tools/ToolRun.h"
+#include "tests/tools/Variable.h"
 
 #include <gtest/gtest.h>
 

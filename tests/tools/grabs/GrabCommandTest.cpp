@@ -1,8 +1,8 @@
 // Grabbing: figures, files, and ends of every kind.
 
 #include "Png.h"
-#include "TestFolder.h"
-#include "ToolRun.h"
+#include "tests/tools/TestFolder.h"
+#include "tests/tools/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Ctrl-C, the request to terminate, and the terminal that goes away: each ends every command, at every moment.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tests/tools/TestFolder.h"
+#include "tests/tools/ToolRun.h"
+#include "tests/tools/Variable.h"
 
 #include <gtest/gtest.h>
 
