@@ -96,18 +96,34 @@ function(tavix_program name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
 endfunction()
 
+# tavix_test_habits(<name> [LIBS ...]): what programs of tests and the objects that several of them share have in common.
+# Their own code is not optimised, which the compiler thanks with a fifth of its time; what they check is.
+function(tavix_test_habits name)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  tavix_habits(${name})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  target_compile_options(${name} PRIVATE -O0)
+  if(TAVIX_SANITIZE)
+    target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
+  endif()
+endfunction()
+
+# tavix_test_objects(<name> SOURCES ... [LIBS ...]): tests that several programs run, compiled once. Programs list
+# $<TARGET_OBJECTS:name> among their sources.
+function(tavix_test_objects name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_library(${name} OBJECT ${ARG_SOURCES})
+  tavix_test_habits(${name} LIBS ${ARG_LIBS})
+endfunction()
+
 # tavix_test(<name> [PREFIX text] SOURCES ... [LIBS ...] [ENVIRONMENT VAR=value ...] [LABELS ...])
 # A GoogleTest program; every TEST becomes a ctest test of its own. Each bears its folder's name as a label, so that
 # `ctest -L genapi` runs the tests of one library.
 function(tavix_test name)
   cmake_parse_arguments(ARG "" "PREFIX" "SOURCES;LIBS;ENVIRONMENT;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  tavix_habits(${name})
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
-  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
-  if(TAVIX_SANITIZE) # what it checks is optimised; the test's own code, instrumented, takes the compiler for ever
-    target_compile_options(${name} PRIVATE -O0 -fno-sanitize=undefined)
-  endif()
+  tavix_test_habits(${name} LIBS ${ARG_LIBS})
   set(limit 120)
   if(CMAKE_CROSSCOMPILING) # under emulation
     set(limit 900)
