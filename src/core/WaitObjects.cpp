@@ -42,9 +42,10 @@ bool TryConsumeAll(const States& states) {
     return true;
 }
 
-bool TryConsumeAny(const std::vector<WaitObject>& objects, unsigned int* pIndex) {
+/// Of those that poll has found signalled. Asking each one without that would take a call of the system for each.
+bool TryConsumeAny(const std::vector<WaitObject>& objects, const std::vector<pollfd>& polled, unsigned int* pIndex) {
     for (std::size_t i = 0; i < objects.size(); ++i) {
-        if (!objects[i].IsValid() || objects[i].GetHandle()->TryConsume() == Taken::Nothing) continue;
+        if ((polled[i].revents & POLLIN) == 0 || objects[i].GetHandle()->TryConsume() == Taken::Nothing) continue;
         if (pIndex != nullptr) *pIndex = static_cast<unsigned int>(i);
         return true;
     }
@@ -80,9 +81,9 @@ bool WaitObjects::WaitForAny(unsigned int timeoutMs, unsigned int* pIndex) const
     for (const WaitObject& object : m_Objects)
         descriptors.push_back({object.GetFd(), POLLIN, 0}); // poll skips the -1 of an object that is not valid
     const Deadline deadline(timeoutMs);
-    while (!TryConsumeAny(m_Objects, pIndex)) {
+    do {
         if (!deadline.Poll(descriptors.data(), descriptors.size())) return false;
-    }
+    } while (!TryConsumeAny(m_Objects, descriptors, pIndex)); // somebody else was faster
     return true;
 }
 
