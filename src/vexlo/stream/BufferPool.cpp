@@ -41,6 +41,7 @@ void BufferPool::TellListener() {
         Guard guard(m_Mutex);
         if (m_Completed.IsEmpty() || !m_Listener) return;
         listener = m_Listener;
+        m_Teller = std::this_thread::get_id();
     }
     listener();
 }
@@ -56,6 +57,7 @@ void BufferPool::Start(Waker waker) {
     Guard guard(m_Mutex);
     m_Waker = std::move(waker);
     m_Wanted = false;
+    m_Teller = {};
 }
 
 void BufferPool::Stop(VxStatus status) {
@@ -138,7 +140,7 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
     m_Queued.Append(*buffer);
     if (m_Wanted) {
         m_Wanted = false;
-        m_Waker();
+        if (m_Teller != std::this_thread::get_id()) m_Waker();
     }
     return VX_OK;
 }

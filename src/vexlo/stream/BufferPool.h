@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 namespace vexlo {
 
@@ -27,7 +28,8 @@ public:
     void TellListener();
     /// Forgets how many buffers may come; registered ones stay.
     void Prepare(std::size_t maxBuffers, std::size_t maxBufferSize);
-    /// From here on queued buffers are wanted; `waker` is called when one comes after Take found none.
+    /// From here on queued buffers are wanted; `waker` is called when one comes after Take found none, unless from the
+    /// listener: whoever tells it takes buffers anyway when it returns.
     void Start(Waker waker);
     /// No buffer is taken any more; queued ones complete with `status`.
     void Stop(VxStatus status);
@@ -69,6 +71,7 @@ private:
     std::function<void()> m_Listener;                                     // guarded by m_Mutex; may be empty
     Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
     bool m_Wanted = false;                                                // guarded by m_Mutex
+    std::thread::id m_Teller;                                             // guarded by m_Mutex; the stream's thread
     VxStatus m_Refusal = VX_OK;                                           // guarded by m_Mutex
     std::size_t m_MaxBuffers = 0;                                         // guarded by m_Mutex
     std::size_t m_MaxBufferSize = 0;                                      // guarded by m_Mutex

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace vexlo;
 
 namespace {
@@ -76,6 +78,24 @@ TEST_F(BufferPoolTest, TellsItsListenerOnlyWhileCompletedBuffersWait) {
     pool.Complete(pool.Take(), {});
     pool.TellListener();
     EXPECT_EQ(told, 1);
+}
+
+TEST_F(BufferPoolTest, WakesNobodyForBuffersThatItsListenerQueues) {
+    BufferHandle_s* handle = nullptr;
+    pool.SetListener([&] {
+        EXPECT_EQ(Retrieve(), VX_OK);
+        EXPECT_EQ(pool.Queue(handle, nullptr), VX_OK);
+    });
+    Start();
+    handle = Queued(0);
+    pool.Complete(pool.Take(), {});
+    EXPECT_EQ(pool.Take(), nullptr) << "so that the next one is wanted";
+    pool.TellListener();
+    EXPECT_EQ(wakes, 0);
+    EXPECT_EQ(pool.Take(), handle);
+    EXPECT_EQ(pool.Take(), nullptr);
+    std::thread([&] { Queued(1); }).join();
+    EXPECT_EQ(wakes, 1) << "for others' the stream's thread waits";
 }
 
 TEST_F(BufferPoolTest, SignalsNoBuffersThatItsListenerTakes) {
