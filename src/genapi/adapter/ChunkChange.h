@@ -1,8 +1,8 @@
 #pragma once
 // What happens to several chunk ports as one change of their node map.
 
-#include "genapi/nodes/Node.h"
-#include "genapi/nodes/Operation.h"
+#include "genapi/nodes/base/Node.h"
+#include "genapi/nodes/base/Operation.h"
 
 #include <GenApi/ChunkPort.h>
 

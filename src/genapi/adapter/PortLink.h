@@ -1,7 +1,7 @@
 #pragma once
 // How an adapter's port joins its node and leaves it.
 
-#include "genapi/nodes/PortNode.h"
+#include "genapi/nodes/register/PortNode.h"
 
 namespace genapi {
 

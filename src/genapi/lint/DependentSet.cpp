@@ -1,6 +1,6 @@
 #include "genapi/lint/DependentSet.h"
 
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
 
 #include <unordered_set>
 

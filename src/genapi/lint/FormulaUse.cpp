@@ -1,7 +1,7 @@
 #include "genapi/lint/FormulaUse.h"
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
 
 namespace genapi {
 

@@ -1,6 +1,6 @@
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/NameSearch.h"
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
 
 namespace genapi {
 

@@ -4,7 +4,7 @@
 #include "genapi/loader/Loader.h"
 #include "genapi/loader/NodeElements.h"
 #include "genapi/loader/RecordBuilder.h"
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
 
 #include <array>
 #include <utility>

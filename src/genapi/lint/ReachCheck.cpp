@@ -1,5 +1,5 @@
 #include "genapi/lint/Checks.h"
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
 
 namespace genapi {
 

@@ -1,7 +1,7 @@
 #include "genapi/lint/RegisterBits.h"
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/BitField.h"
+#include "genapi/nodes/register/BitField.h"
 
 #include <algorithm>
 #include <map>

@@ -1,7 +1,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/lint/Checks.h"
-#include "genapi/nodes/BitField.h"
-#include "genapi/nodes/PropertyRules.h"
+#include "genapi/nodes/base/PropertyRules.h"
+#include "genapi/nodes/register/BitField.h"
 
 #include <map>
 #include <utility>

@@ -3,7 +3,7 @@
 #include "genapi/loadable/Validation.h"
 #include "genapi/loader/Loader.h"
 #include "genapi/map/Map.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <GenApi/NodeMapRef.h>
 

@@ -1,7 +1,7 @@
 #include "genapi/loadable/Validation.h"
 
 #include "genapi/lint/Lint.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <GenApi/Types.h>
 

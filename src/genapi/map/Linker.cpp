@@ -2,8 +2,8 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/EnumerationNode.h"
-#include "genapi/nodes/PropertyRules.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/PropertyRules.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <algorithm>
 

@@ -2,9 +2,9 @@
 
 #include "genapi/map/Linker.h"
 #include "genapi/map/NodeFactory.h"
-#include "genapi/nodes/PropertyRules.h"
-#include "genapi/nodes/RegisterIndex.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/PropertyRules.h"
+#include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/register/RegisterIndex.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 
 #include "genapi/description/Description.h"
 #include "genapi/map/Arena.h"
-#include "genapi/nodes/Node.h"
+#include "genapi/nodes/base/Node.h"
 
 #include <array>
 #include <string>

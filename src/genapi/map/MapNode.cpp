@@ -1,7 +1,7 @@
 // The handles of nodes that are described in code.
 #include "genapi/description/Lexical.h"
 #include "genapi/map/Map.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <GenApi/NodeMap.h>
 

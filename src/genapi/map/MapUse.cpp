@@ -2,8 +2,8 @@
 #include "genapi/map/Map.h"
 #include "genapi/nodes/CommandNode.h"
 #include "genapi/nodes/EnumerationNode.h"
-#include "genapi/nodes/Operation.h"
-#include "genapi/nodes/PortNode.h"
+#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/register/PortNode.h"
 
 #include <exception>
 #include <limits>

@@ -2,7 +2,7 @@
 // From a type's name to a node.
 
 #include "genapi/map/Arena.h"
-#include "genapi/nodes/Node.h"
+#include "genapi/nodes/base/Node.h"
 
 namespace genapi {
 

@@ -1,7 +1,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/map/LastMiss.h"
 #include "genapi/map/Map.h"
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <GenApi/NodeMap.h>
 

@@ -1,6 +1,6 @@
 #include "genapi/nodes/BooleanNode.h"
 
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 namespace genapi {
 

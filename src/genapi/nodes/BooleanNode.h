@@ -1,8 +1,8 @@
 #pragma once
 // The node type Boolean.
 
-#include "genapi/nodes/ValueNode.h"
 #include "genapi/nodes/ValueSource.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 #include <GenApi/IBoolean.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 // The node type Category.
 
-#include "genapi/nodes/ValueNode.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 #include <GenApi/ICategory.h>
 

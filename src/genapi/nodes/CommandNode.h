@@ -1,8 +1,8 @@
 #pragma once
 // The node type Command.
 
-#include "genapi/nodes/ValueNode.h"
 #include "genapi/nodes/ValueSource.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 #include <GenApi/ICommand.h>
 

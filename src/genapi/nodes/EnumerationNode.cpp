@@ -1,6 +1,6 @@
 #include "genapi/nodes/EnumerationNode.h"
 
-#include "genapi/nodes/Throw.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <algorithm>
 #include <cmath>

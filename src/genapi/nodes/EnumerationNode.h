@@ -1,8 +1,8 @@
 #pragma once
 // The node types Enumeration and EnumEntry.
 
-#include "genapi/nodes/ValueNode.h"
 #include "genapi/nodes/ValueSource.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 #include <GenApi/IEnumeration.h>
 

@@ -2,10 +2,10 @@
 // What all nodes with a floating-point number have in common.
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/Convert.h"
-#include "genapi/nodes/Operation.h"
-#include "genapi/nodes/TextForms.h"
-#include "genapi/nodes/ValueNode.h"
+#include "genapi/nodes/base/Convert.h"
+#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/base/TextForms.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 #include <GenApi/IFloat.h>
 

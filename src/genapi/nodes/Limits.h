@@ -2,7 +2,7 @@
 // The limits that a description gives a number: constants or links.
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/Node.h"
+#include "genapi/nodes/base/Node.h"
 
 namespace genapi {
 

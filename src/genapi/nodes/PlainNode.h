@@ -1,7 +1,7 @@
 #pragma once
 // The node type Node.
 
-#include "genapi/nodes/ValueNode.h"
+#include "genapi/nodes/base/ValueNode.h"
 
 namespace genapi {
 

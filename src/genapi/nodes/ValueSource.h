@@ -2,8 +2,8 @@
 // Where a number comes from: held in the node, in another node, or chosen among several by an index.
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/Node.h"
-#include "genapi/nodes/Operation.h"
+#include "genapi/nodes/base/Node.h"
+#include "genapi/nodes/base/Operation.h"
 
 #include <Base/GCException.h>
 

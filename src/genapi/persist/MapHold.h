@@ -1,8 +1,8 @@
 #pragma once
 // Many accesses of a node map as one.
 
-#include "genapi/nodes/Node.h"
-#include "genapi/nodes/Operation.h"
+#include "genapi/nodes/base/Node.h"
+#include "genapi/nodes/base/Operation.h"
 
 #include <GenApi/INodeMap.h>
 

@@ -1,5 +1,5 @@
 #include "genapi/description/Shown.h"
-#include "genapi/nodes/Node.h"
+#include "genapi/nodes/base/Node.h"
 
 #include <Base/GCException.h>
 #include <GenApi/EnumClasses.h>
