@@ -5,8 +5,8 @@
 
 namespace viewer {
 
-/// Hands a request to the bus of virtual cameras; virtualcam/Bench.h has its forms. Throws std::runtime_error with the
-/// reason when it cannot be done. Thread-safe.
+/// Hands a request to the bus of virtual cameras; virtualcam/backend/Bench.h has its forms. Throws std::runtime_error
+/// with the reason when it cannot be done. Thread-safe.
 Json AskVirtualCameras(const Json& request);
 
 } // namespace viewer

@@ -6,8 +6,8 @@
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Udev.h"
 #include "usb/LibusbBackend.h"
-#include "virtualcam/Device.h"
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Device.h"
+#include "virtualcam/device/Protocol.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include "GrabRun.h"
 #include "VirtualBus.h"
 
-#include "virtualcam/Device.h"
-#include "virtualcam/FaultScript.h"
+#include "virtualcam/device/Device.h"
+#include "virtualcam/device/FaultScript.h"
 
 #include <gtest/gtest.h>
 

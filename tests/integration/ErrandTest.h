@@ -6,7 +6,7 @@
 #include "Watchdog.h"
 
 #include "support/usbfs/Bus.h"
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // left behind, and the next errand succeeds.
 #include "ErrandTest.h"
 
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Protocol.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "ErrandTest.h"
 
 #include "support/usbfs/Udev.h"
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Protocol.h"
 
 #include <cerrno>
 

@@ -3,8 +3,8 @@
 #include "VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
-#include "virtualcam/Device.h"
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Device.h"
+#include "virtualcam/device/Protocol.h"
 
 #include <vexlo/Vexlo.h>
 

@@ -1,7 +1,7 @@
 // Whatever can befall a camera.
 #include "Mischief.h"
 
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Protocol.h"
 
 #include <chrono>
 #include <mutex>

@@ -3,7 +3,7 @@
 
 #include "Ledger.h"
 
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 
 #include <atomic>
 #include <condition_variable>

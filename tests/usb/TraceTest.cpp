@@ -3,8 +3,8 @@
 #include "usb/trace/TracedBackend.h"
 #include "usb/trace/TracedHandle.h"
 
-#include "virtualcam/Backend.h"
 #include "virtualcam/DeviceClient.h"
+#include "virtualcam/backend/Backend.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "usb/LibusbBackend.h"
 #include "usb/Transfers.h"
 #include "virtualcam/Bytes.h"
-#include "virtualcam/Protocol.h"
+#include "virtualcam/device/Protocol.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/Settings.h"
+#include "virtualcam/settings/Settings.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "virtualcam/Backend.h"
-#include "virtualcam/FaultNames.h"
+#include "virtualcam/backend/Backend.h"
+#include "virtualcam/settings/FaultNames.h"
 
 namespace {
 

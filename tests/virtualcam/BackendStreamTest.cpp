@@ -6,8 +6,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "virtualcam/Backend.h"
 #include "virtualcam/DeviceClient.h"
+#include "virtualcam/backend/Backend.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/Backend.h"
+#include "virtualcam/backend/Backend.h"
 
 #include <chrono>
 #include <condition_variable>

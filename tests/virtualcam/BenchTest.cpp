@@ -1,6 +1,6 @@
-#include "virtualcam/Bench.h"
+#include "virtualcam/backend/Bench.h"
 
-#include "virtualcam/Backend.h"
+#include "virtualcam/backend/Backend.h"
 
 #include <gtest/gtest.h>
 

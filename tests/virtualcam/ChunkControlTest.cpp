@@ -1,4 +1,4 @@
-#include "virtualcam/ChunkControl.h"
+#include "virtualcam/firmware/ChunkControl.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The camera's clock, which need not go as this computer's does.
 
-#include "virtualcam/Clock.h"
+#include "virtualcam/firmware/Clock.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/ControlChannel.h"
+#include "virtualcam/device/ControlChannel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/Descriptors.h"
+#include "virtualcam/device/Descriptors.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "virtualcam/ControlPackets.h"
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 
 namespace virtualcam::test {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 
 #include <gtest/gtest.h>
 

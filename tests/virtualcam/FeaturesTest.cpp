@@ -4,8 +4,8 @@
 #include <GenICam.h>
 #include <gtest/gtest.h>
 
-#include "virtualcam/Device.h"
-#include "virtualcam/Manifest.h"
+#include "virtualcam/device/Device.h"
+#include "virtualcam/device/Manifest.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/Manifest.h"
+#include "virtualcam/device/Manifest.h"
 
 #include <gtest/gtest.h>
 #include <openssl/sha.h>

@@ -1,4 +1,4 @@
-#include "virtualcam/Pipe.h"
+#include "virtualcam/device/Pipe.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Registers and descriptors out of the ordinary.
 
-#include "virtualcam/FaultScript.h"
+#include "virtualcam/device/FaultScript.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/RegisterSpace.h"
+#include "virtualcam/firmware/RegisterSpace.h"
 
 #include <gtest/gtest.h>
 

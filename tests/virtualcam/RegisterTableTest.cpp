@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/Device.h"
 #include "virtualcam/DeviceClient.h"
+#include "virtualcam/device/Device.h"
 
 namespace {
 namespace register_table {

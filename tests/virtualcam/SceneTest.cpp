@@ -1,4 +1,4 @@
-#include "virtualcam/Scene.h"
+#include "virtualcam/firmware/Scene.h"
 
 #include <gtest/gtest.h>
 

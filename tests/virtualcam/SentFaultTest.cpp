@@ -1,6 +1,6 @@
 // Scripted faults of the stream as a host meets them.
 
-#include "virtualcam/FaultScript.h"
+#include "virtualcam/device/FaultScript.h"
 
 #include <gtest/gtest.h>
 

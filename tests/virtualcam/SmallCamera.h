@@ -1,7 +1,7 @@
 #pragma once
 // A camera whose images are soon drawn.
 
-#include "virtualcam/Settings.h"
+#include "virtualcam/settings/Settings.h"
 
 namespace virtualcam::test {
 

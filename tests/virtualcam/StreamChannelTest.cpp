@@ -1,4 +1,4 @@
-#include "virtualcam/StreamChannel.h"
+#include "virtualcam/device/StreamChannel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/StreamMeter.h"
+#include "virtualcam/device/StreamMeter.h"
 
 #include "virtualcam/CameraFixture.h"
 

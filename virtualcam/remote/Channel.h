@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/Clock.h"
+#include "virtualcam/firmware/Clock.h"
 
 namespace virtualcam {
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 #include "virtualcam/remote/Channel.h"
 
 namespace virtualcam {

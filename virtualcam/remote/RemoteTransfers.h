@@ -6,7 +6,7 @@
 #include <map>
 #include <optional>
 
-#include "virtualcam/Device.h"
+#include "virtualcam/device/Device.h"
 
 namespace virtualcam {
 

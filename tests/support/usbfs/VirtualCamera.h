@@ -4,9 +4,9 @@
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/DeviceModel.h"
 
-#include "virtualcam/Device.h"
-#include "virtualcam/DeviceListener.h"
-#include "virtualcam/Settings.h"
+#include "virtualcam/device/Device.h"
+#include "virtualcam/device/DeviceListener.h"
+#include "virtualcam/settings/Settings.h"
 
 #include <memory>
 #include <string>

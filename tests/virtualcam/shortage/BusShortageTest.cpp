@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "support/Shortage.h"
-#include "virtualcam/Backend.h"
 #include "virtualcam/DeviceClient.h"
 #include "virtualcam/SmallCamera.h"
+#include "virtualcam/backend/Backend.h"
 
 namespace virtualcam {
 namespace {

@@ -1,6 +1,6 @@
 #include "line/Validators.h"
 
-#include "virtualcam/Settings.h"
+#include "virtualcam/settings/Settings.h"
 
 namespace tool {
 

@@ -2,8 +2,8 @@
 
 #include "Error.h"
 
-#include "virtualcam/FaultNames.h"
-#include "virtualcam/Settings.h"
+#include "virtualcam/settings/FaultNames.h"
+#include "virtualcam/settings/Settings.h"
 
 #include <algorithm>
 #include <cstdio>

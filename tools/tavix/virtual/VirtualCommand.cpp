@@ -4,9 +4,9 @@
 #include "output/Text.h"
 #include "virtual/FaultCommand.h"
 
-#include "virtualcam/Settings.h"
 #include "virtualcam/remote/Addresses.h"
 #include "virtualcam/remote/RemoteCamera.h"
+#include "virtualcam/settings/Settings.h"
 #include "virtualcam/usbip/Export.h"
 #include "virtualcam/usbip/Server.h"
 #include "virtualcam/usbip/Vhci.h"

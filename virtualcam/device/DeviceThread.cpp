@@ -1,0 +1,152 @@
+#include "virtualcam/device/DeviceThread.h"
+
+#include <new>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <pthread.h>
+
+namespace virtualcam {
+namespace {
+
+constexpr milliseconds kRetryDelay{10};
+constexpr unsigned kEndpoints = 32;
+
+// OUT endpoints have the lower half of the bits.
+std::uint32_t BitOf(std::uint8_t endpoint) {
+    return 1u << ((endpoint & 0x0F) | ((endpoint & 0x80) >> 3));
+}
+
+std::uint8_t EndpointOf(unsigned bit) {
+    return static_cast<std::uint8_t>(bit < kEndpoints / 2 ? bit : 0x80 | (bit - kEndpoints / 2));
+}
+
+} // namespace
+
+void DeviceThread::Stop() {
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Stop = true;
+        m_Posted.notify_all();
+    }
+    if (m_Thread.joinable()) m_Thread.join();
+}
+
+void DeviceThread::SetListener(DeviceListener* listener) {
+    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    try {
+        if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+        throw std::runtime_error("no thread is left for a camera");
+    }
+    m_Listener = listener;
+}
+
+void DeviceThread::Ready(std::uint8_t endpoint) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Ready |= BitOf(endpoint);
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void DeviceThread::Tell(bool plugged) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    ++m_Notices;
+    m_LastPlugged = plugged;
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void DeviceThread::Reschedule(std::optional<TimePoint> deadline) {
+    if (!deadline) return;
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_WakeAt && *m_WakeAt <= *deadline) return;
+    m_Rethink = true;
+    if (m_Waiting) m_Posted.notify_one();
+}
+
+void DeviceThread::Run() {
+    pthread_setname_np(pthread_self(), "vcam");
+    std::unique_lock<std::mutex> lock(m_Lock);
+    while (!m_Stop) {
+        m_Rethink = false;
+        lock.unlock();
+        const std::optional<TimePoint> deadline = RunDueTimers();
+        lock.lock();
+        if (m_Ready == 0 && m_Notices == 0)
+            Wait(lock, deadline);
+        else if (!Deliver(lock))
+            m_Posted.wait_for(lock, kRetryDelay, [this] { return m_Stop; });
+    }
+}
+
+std::optional<TimePoint> DeviceThread::RunDueTimers() {
+    try {
+        return m_RunTimers();
+    } catch (const std::bad_alloc&) {
+        return Clock::Now() + kRetryDelay;
+    }
+}
+
+void DeviceThread::Wait(std::unique_lock<std::mutex>& lock, std::optional<TimePoint> deadline) {
+    m_WakeAt = deadline;
+    m_Waiting = true;
+    const auto due = [this] { return m_Stop || m_Rethink || m_Ready != 0 || m_Notices != 0; };
+    if (deadline)
+        m_Posted.wait_until(lock, *deadline, due);
+    else
+        m_Posted.wait(lock, due);
+    m_Waiting = false;
+    m_WakeAt.reset();
+}
+
+// --- telling the listener
+
+// False when something has to be told again.
+bool DeviceThread::Deliver(std::unique_lock<std::mutex>& lock) {
+    while (m_Notices != 0) {
+        const bool oldest = m_LastPlugged == (m_Notices % 2 == 1);
+        lock.unlock();
+        const bool told = DeliverNotice(oldest);
+        lock.lock();
+        if (!told) return false;
+        --m_Notices;
+    }
+    const std::uint32_t ready = std::exchange(m_Ready, 0);
+    lock.unlock();
+    const std::uint32_t left = DeliverReady(ready);
+    lock.lock();
+    m_Ready |= left;
+    return left == 0;
+}
+
+bool DeviceThread::DeliverNotice(bool plugged) {
+    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    if (!m_Listener) return true;
+    try {
+        if (plugged)
+            m_Listener->Plugged();
+        else
+            m_Listener->Unplugged();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+// What is left to be told.
+std::uint32_t DeviceThread::DeliverReady(std::uint32_t ready) {
+    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    if (!m_Listener) return 0;
+    try {
+        for (unsigned bit = 0; bit < kEndpoints; ++bit) {
+            if ((ready >> bit & 1) == 0) continue;
+            m_Listener->EndpointReady(EndpointOf(bit));
+            ready &= ~(1u << bit);
+        }
+    } catch (const std::bad_alloc&) {
+        return ready;
+    }
+    return 0;
+}
+
+} // namespace virtualcam

@@ -1,0 +1,227 @@
+#include "virtualcam/device/EndpointQueue.h"
+
+#include <new>
+#include <utility>
+
+namespace virtualcam {
+namespace {
+
+// Like a host controller, the pump gathers completions for a moment before it disturbs the host.
+constexpr std::chrono::microseconds kModeration{100};
+
+usb::TransferStatus StatusOf(PipeStatus status) {
+    switch (status) {
+    case PipeStatus::Stall:
+        return usb::TransferStatus::Stall;
+    case PipeStatus::Overflow:
+        return usb::TransferStatus::Overflow;
+    case PipeStatus::Error:
+    case PipeStatus::NoMemory:
+        return usb::TransferStatus::Error;
+    case PipeStatus::Gone:
+        return usb::TransferStatus::NoDevice;
+    default:
+        return usb::TransferStatus::Completed;
+    }
+}
+
+} // namespace
+
+// --- completions
+
+void CompletionQueue::Add(RequestList& from, Request& request) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Done.splice(m_Done.end(), from, request.self);
+}
+
+usb::Transfer* CompletionQueue::Take() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (m_Done.empty()) return nullptr;
+    Request& oldest = *m_Done.front();
+    oldest.place.splice(oldest.place.end(), m_Done, oldest.self);
+    return oldest.transfer;
+}
+
+void CompletionQueue::Remove(Request& request) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (request.place.empty()) request.place.splice(request.place.end(), m_Done, request.self);
+}
+
+void CompletionQueue::Wake() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Changed.notify_all();
+}
+
+void CompletionQueue::Interrupt() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Interrupted = true;
+    m_Changed.notify_all();
+}
+
+std::size_t CompletionQueue::Wait(unsigned int timeoutMs) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    m_Changed.wait_for(lock, milliseconds(timeoutMs), [this] { return m_Interrupted || !m_Done.empty(); });
+    m_Interrupted = false;
+    return m_Done.size();
+}
+
+// --- host side
+
+void EndpointQueue::Enqueue(Request& request) {
+    request.endpoint = this;
+    request.queued = true;
+    m_Queue.splice(m_Queue.end(), request.place, request.self);
+}
+
+void EndpointQueue::Submit(Request& request) {
+    bool kick = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        kick = m_Queue.empty() || !m_Starved;
+        Enqueue(request);
+        if (m_Pumping) {
+            m_Again = true;
+            kick = false;
+        }
+    }
+    if (kick) m_Device.RequestService(m_Endpoint);
+}
+
+void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
+    const TimePoint deadline = Clock::Now() + milliseconds(timeoutMs);
+    std::unique_lock<std::mutex> lock(m_Lock);
+    Enqueue(request);
+    PumpLocked(lock);
+    const auto done = [&request] { return !request.queued; };
+    if (done()) return;
+    if (timeoutMs == 0) {
+        m_Finished.wait(lock, done);
+        return;
+    }
+    if (m_Finished.wait_until(lock, deadline, done)) return;
+    request.cancelled = true;
+    if (m_Pumping) { // it may just be served: the pump decides
+        m_Again = true;
+        m_Finished.wait(lock, done);
+    } else {
+        Finish(request, usb::TransferStatus::Cancelled);
+    }
+    if (request.status == usb::TransferStatus::Cancelled) request.status = usb::TransferStatus::TimedOut;
+}
+
+bool EndpointQueue::Cancel(Request& request) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    if (!request.queued) return false;
+    request.cancelled = true;
+    if (m_Pumping) {
+        m_Again = true;
+        return true;
+    }
+    Finish(request, usb::TransferStatus::Cancelled);
+    WakeHost();
+    return true;
+}
+
+void EndpointQueue::Withdraw(Request& request) {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    if (!request.queued) return;
+    request.transfer = nullptr; // like a synchronous one: its end concerns nobody else
+    request.cancelled = true;
+    if (m_Pumping) {
+        m_Again = true;
+        m_Finished.wait(lock, [&request] { return !request.queued; });
+    } else {
+        Finish(request, usb::TransferStatus::Cancelled);
+    }
+}
+
+bool EndpointQueue::IsIdle() {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_Queue.empty();
+}
+
+// --- device side
+
+void EndpointQueue::Pump() {
+    std::unique_lock<std::mutex> lock(m_Lock);
+    PumpLocked(lock);
+}
+
+void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
+    if (m_Pumping) {
+        m_Again = true;
+        return;
+    }
+    m_Pumping = true;
+    do {
+        m_Again = false;
+        m_Starved = false;
+        do
+            ReapCancelled();
+        while (!m_Queue.empty() && ServeOldest(lock));
+    } while (m_Again);
+    m_Pumping = false;
+    WakeHost();
+}
+
+// Ends what was cancelled while the pump was at work, wherever it stands in the queue.
+void EndpointQueue::ReapCancelled() {
+    for (auto request = m_Queue.begin(); request != m_Queue.end();) {
+        Request& queued = **request++;
+        if (queued.cancelled) Finish(queued, usb::TransferStatus::Cancelled);
+    }
+}
+
+// Serves the oldest request as far as it goes; false when it has to wait.
+bool EndpointQueue::ServeOldest(std::unique_lock<std::mutex>& lock) {
+    Request& request = *m_Queue.front();
+    lock.unlock();
+    const PipeAnswer answer = Move(request);
+    lock.lock();
+    request.actual += answer.bytes;
+    if (answer.status == PipeStatus::NotYet && !request.cancelled) {
+        m_Starved = true;
+        return false;
+    }
+    Finish(request, answer.status == PipeStatus::NotYet ? usb::TransferStatus::Cancelled : StatusOf(answer.status));
+    if (m_Unwoken && Clock::Now() - m_UnwokenSince > kModeration) WakeHost();
+    return true;
+}
+
+PipeAnswer EndpointQueue::Move(const Request& request) const {
+    if (m_Device.Generation() != m_Generation) return {PipeStatus::Gone, 0};
+    try {
+        if ((m_Endpoint & 0x80) == 0) return m_Device.Out(m_Endpoint, request.buffer, request.length);
+        return m_Device.In(m_Endpoint, request.buffer + request.actual, request.length - request.actual);
+    } catch (const std::bad_alloc&) {
+        return {PipeStatus::NoMemory, 0}; // the host's thread works for the camera; its call must not end half-way
+    }
+}
+
+// The request may be gone as soon as whoever waits for it can know.
+void EndpointQueue::Finish(Request& request, usb::TransferStatus status) {
+    request.queued = false;
+    request.status = status;
+    if (request.memory) *request.memory -= request.length;
+    if (!request.transfer) {
+        request.place.splice(request.place.end(), m_Queue, request.self);
+        m_Finished.notify_all();
+        return;
+    }
+    request.transfer->status = status;
+    request.transfer->actualLength = request.actual;
+    const Completed completions = request.completions;
+    if (m_Unwoken != completions) {
+        WakeHost();
+        m_Unwoken = completions;
+        m_UnwokenSince = Clock::Now();
+    }
+    completions->Add(m_Queue, request);
+}
+
+void EndpointQueue::WakeHost() {
+    if (m_Unwoken) m_Unwoken->Wake();
+    m_Unwoken.reset();
+}
+
+} // namespace virtualcam

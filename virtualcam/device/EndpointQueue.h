@@ -1,0 +1,106 @@
+#pragma once
+// Host transfers that wait at one endpoint of a virtual device, and the completions that wait for their host.
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <mutex>
+
+#include "usb/Backend.h"
+#include "virtualcam/device/Device.h"
+
+namespace virtualcam {
+
+class CompletionQueue;
+class EndpointQueue;
+struct Request;
+using RequestList = std::list<Request*>;
+
+/// One host transfer at work. Its place in a queue is made with it, so that queueing and completing take no memory.
+struct Request {
+    Request() : place{this} {}
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+
+    RequestList place; ///< holds the request while it is in no queue
+    const RequestList::iterator self = place.begin();
+    EndpointQueue* endpoint = nullptr;
+    std::uint8_t* buffer = nullptr;
+    std::size_t length = 0;
+    std::size_t actual = 0;
+    usb::TransferStatus status = usb::TransferStatus::Completed;
+    bool queued = false;
+    bool cancelled = false;
+    usb::Transfer* transfer = nullptr;            ///< null for a synchronous one
+    std::shared_ptr<CompletionQueue> completions; ///< null for a synchronous one
+    std::atomic<std::size_t>* memory = nullptr;   ///< bytes to give back at completion
+};
+
+/// Completed transfers of one handle, until its event thread runs them. Thread-safe.
+class CompletionQueue {
+public:
+    /// Takes a request out of another queue. Does not wake: the pump wakes once for several.
+    void Add(RequestList& from, Request& request);
+    void Wake();
+    /// Ends a Wait early.
+    void Interrupt();
+    /// How many there are, after a wait if there were none.
+    std::size_t Wait(unsigned int timeoutMs);
+    /// The oldest one's transfer; null when there is none.
+    usb::Transfer* Take();
+    /// Takes a request out if it is there.
+    void Remove(Request& request);
+
+private:
+    std::mutex m_Lock;
+    std::condition_variable m_Changed;
+    RequestList m_Done;         // guarded by m_Lock
+    bool m_Interrupted = false; // guarded by m_Lock
+};
+
+/// The queue of one endpoint. Whoever pumps holds no lock while the device works on the buffer of the oldest request,
+/// and one thread pumps at a time. Thread-safe.
+class EndpointQueue {
+public:
+    EndpointQueue(Device& device, std::uint64_t generation, std::uint8_t endpoint)
+        : m_Device(device), m_Generation(generation), m_Endpoint(endpoint) {}
+
+    /// Queues an asynchronous request. The device's thread serves it.
+    void Submit(Request& request);
+    /// Queues a request, serves it on this thread and waits for its end; after the time it is taken back.
+    void Transfer(Request& request, unsigned int timeoutMs);
+    /// False when the request is not queued any more.
+    bool Cancel(Request& request);
+    /// Takes a request back, if it is queued, without a completion; its buffer is not used any more afterwards.
+    void Withdraw(Request& request);
+    /// Serves the queue as far as the device goes.
+    void Pump();
+    bool IsIdle();
+
+private:
+    using Completed = std::shared_ptr<CompletionQueue>;
+
+    Device& m_Device;
+    const std::uint64_t m_Generation;
+    const std::uint8_t m_Endpoint;
+    std::mutex m_Lock;
+    std::condition_variable m_Finished;
+    RequestList m_Queue; // guarded by m_Lock, as all below
+    bool m_Pumping = false;
+    bool m_Again = false;
+    bool m_Starved = false; // the device has nothing for the oldest request and will tell
+    Completed m_Unwoken;    // has completions that it was not woken for
+    TimePoint m_UnwokenSince;
+
+    void PumpLocked(std::unique_lock<std::mutex>& lock);
+    void ReapCancelled();
+    bool ServeOldest(std::unique_lock<std::mutex>& lock);
+    PipeAnswer Move(const Request& request) const;
+    void Enqueue(Request& request);
+    void Finish(Request& request, usb::TransferStatus status);
+    void WakeHost();
+};
+
+} // namespace virtualcam
