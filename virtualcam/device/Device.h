@@ -15,7 +15,7 @@
 #include "virtualcam/device/Pipe.h"
 #include "virtualcam/device/StreamChannel.h"
 #include "virtualcam/device/StreamMeter.h"
-#include "virtualcam/firmware/Camera.h"
+#include "virtualcam/firmware/Firmware.h"
 #include "virtualcam/settings/Settings.h"
 
 namespace virtualcam {
@@ -110,7 +110,7 @@ private:
     mutable std::mutex m_Lock;
     FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
     Persistent m_Persistent;
-    std::unique_ptr<Camera> m_Camera; // null while unplugged
+    std::unique_ptr<Firmware> m_Camera; // null while unplugged
     std::uint32_t m_Halts = 0;
     std::uint8_t m_Configuration = 1;
     std::array<std::uint8_t, request::kScratchSize> m_Scratch{};

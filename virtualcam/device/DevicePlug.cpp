@@ -29,7 +29,7 @@ void Device::PlugLocked() {
 // Nothing has changed when memory is short for it.
 void Device::PowerUpLocked() {
     CameraHost& host = *this;
-    auto camera = std::make_unique<Camera>(m_Settings, *m_Manifest, m_Persistent, host);
+    auto camera = std::make_unique<Firmware>(m_Settings, *m_Manifest, m_Persistent, host);
     camera->Control().SetFaults(m_Faults.control);
     camera->Events().SetFaults(m_Faults.events);
     SetStreamFaults();

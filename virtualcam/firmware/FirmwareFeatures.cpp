@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "virtualcam/device/StreamMeter.h"
-#include "virtualcam/firmware/Camera.h"
+#include "virtualcam/firmware/Firmware.h"
 
 namespace virtualcam {
 namespace {
@@ -13,7 +13,7 @@ constexpr std::uint64_t kHighSpeedBytes = 60000000;
 
 } // namespace
 
-void Camera::AddFeatures() {
+void Firmware::AddFeatures() {
     const FeatureMaker make(m_Registers, [this] { return m_Streaming.any(); });
     AddDeviceControl(make);
     m_Registers.AddValue<std::uint32_t>(reg::kPayloadSize, Access::ReadOnly, 0);
@@ -32,7 +32,7 @@ void Camera::AddFeatures() {
     m_UserSets->PowerUp();
 }
 
-void Camera::AddDeviceControl(const FeatureMaker& make) {
+void Firmware::AddDeviceControl(const FeatureMaker& make) {
     make.Reading(reg::kTemperature, [this] {
         const double seconds = static_cast<double>(m_Clock.Nanoseconds()) * 1e-9;
         return FloatBits(static_cast<float>(40.0 + 2.0 * std::sin(seconds / 60.0)));
@@ -50,7 +50,7 @@ void Camera::AddDeviceControl(const FeatureMaker& make) {
     make.Command(reg::kTestEventGenerate, [this] { RaiseEvent(kTestEvent, {}); });
 }
 
-void Camera::PayloadChanged() {
+void Firmware::PayloadChanged() {
     const ChunkPlan plan = m_Chunks->Plan();
     const std::size_t extra = plan.active ? 0 : m_Settings.registers.extraPayload;
     const std::size_t payload = plan.PayloadBytes(m_Format->Get().ImageBytes()) + extra;
@@ -60,16 +60,16 @@ void Camera::PayloadChanged() {
                                        m_Settings.registers.zeroPayloadSize ? 0 : payload);
 }
 
-void Camera::Available() {
+void Firmware::Available() {
     m_Host.StreamAvailable();
     if (m_Events.HasMessage()) m_Host.EventQueued();
 }
 
-void Camera::SetInput(std::uint32_t line, bool high) {
+void Firmware::SetInput(std::uint32_t line, bool high) {
     if (m_Io->SetInput(line, high)) m_Acquisition->LineEdge(line, m_Io->Level(line));
 }
 
-void Camera::RunTimers(TimePoint now) {
+void Firmware::RunTimers(TimePoint now) {
     m_Acquisition->RunTimers(now);
 }
 

@@ -1,4 +1,4 @@
-#include "virtualcam/firmware/Camera.h"
+#include "virtualcam/firmware/Firmware.h"
 
 #include <array>
 
@@ -58,7 +58,7 @@ ControlLimits LimitsOf(const CameraSettings& settings) {
 
 } // namespace
 
-Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host)
+Firmware::Firmware(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host)
     : m_Settings(settings), m_Persistent(persistent), m_Host(host), m_Clock(settings.clock),
       m_Events(PacketSize(settings.speed), settings.queuedEvents) {
     m_Events.SetFaults(settings.faults.events);
@@ -79,7 +79,7 @@ Camera::Camera(const CameraSettings& settings, const Manifest& manifest, Persist
         if (m_Registers.Has(address)) MakeEndless(m_Registers.At(address));
 }
 
-void Camera::AddIdentity() {
+void Firmware::AddIdentity() {
     RegisterSpace& registers = m_Registers;
     const auto text = [&registers](std::uint64_t address, const std::string& value) {
         registers.AddText(address, abrm::kTextSize, Access::ReadOnly, value);
@@ -97,7 +97,7 @@ void Camera::AddIdentity() {
     name.written = [this, &name] { m_Persistent.userName = LoadText(name.bytes.data(), name.bytes.size()); };
 }
 
-void Camera::AddTechnology() {
+void Firmware::AddTechnology() {
     RegisterSpace& registers = m_Registers;
     const std::uint64_t family = HasFamily(m_Settings) ? kFamilyCapability : 0;
     const std::uint64_t missing = m_Settings.registers.missingOptional ? kOptionalCapabilities : 0;
@@ -119,7 +119,7 @@ void Camera::AddTechnology() {
     registers.AddValue<std::uint32_t>(abrm::kImplementationEndianness, Access::ReadOnly, 0xFFFFFFFF);
 }
 
-void Camera::AddConfiguration() {
+void Firmware::AddConfiguration() {
     Register& configuration = m_Registers.AddValue<std::uint64_t>(abrm::kConfiguration, Access::ReadWrite, 0);
     configuration.check = [](const std::uint8_t* wanted) {
         return (Load<std::uint64_t>(wanted) & ~kMultiEvent) == 0 ? Status::Success : Status::InvalidParameter;
@@ -129,7 +129,7 @@ void Camera::AddConfiguration() {
     };
 }
 
-void Camera::AddUsbRegisters() {
+void Firmware::AddUsbRegisters() {
     RegisterSpace& registers = m_Registers;
     const std::uint64_t base = memory::kSbrm;
     registers.AddValue<std::uint32_t>(base + 0x00, Access::ReadOnly, kU3vVersion);
@@ -152,7 +152,7 @@ void Camera::AddUsbRegisters() {
 
 // --- stream interfaces
 
-Status Camera::CheckStreamControl(unsigned stream, const std::uint8_t* wanted) {
+Status Firmware::CheckStreamControl(unsigned stream, const std::uint8_t* wanted) {
     const std::uint32_t value = Load<std::uint32_t>(wanted);
     const bool on = (value & 1) != 0;
     if (value > 1) return Status::InvalidParameter;
@@ -161,7 +161,7 @@ Status Camera::CheckStreamControl(unsigned stream, const std::uint8_t* wanted) {
     return on ? m_Host.CheckStreamEnable(stream) : Status::Success;
 }
 
-void Camera::AddStreamRegisters(unsigned stream) {
+void Firmware::AddStreamRegisters(unsigned stream) {
     const RegisterFaults& faults = m_Settings.registers;
     const auto add = [this, stream](std::uint64_t address, std::uint32_t value) {
         m_Registers.AddValue(sirm::Of(stream, address), Access::ReadOnly, value);
@@ -179,7 +179,7 @@ void Camera::AddStreamRegisters(unsigned stream) {
     AddStreamSizes(stream);
 }
 
-void Camera::AddStreamSizes(unsigned stream) {
+void Firmware::AddStreamSizes(unsigned stream) {
     const RegisterFaults& faults = m_Settings.registers;
     const auto aligned = [&faults](const std::uint8_t* wanted) {
         const bool fits = Load<std::uint32_t>(wanted) % AlignmentUnit(faults) == 0;
@@ -191,7 +191,7 @@ void Camera::AddStreamSizes(unsigned stream) {
     }
 }
 
-StreamLayout Camera::Layout(unsigned stream) const {
+StreamLayout Firmware::Layout(unsigned stream) const {
     const auto value = [this, stream](std::uint64_t address) {
         return m_Registers.Get<std::uint32_t>(sirm::Of(stream, address));
     };
@@ -205,7 +205,7 @@ StreamLayout Camera::Layout(unsigned stream) const {
     return layout;
 }
 
-bool Camera::IsLayoutAligned(unsigned stream) const {
+bool Firmware::IsLayoutAligned(unsigned stream) const {
     const StreamLayout layout = Layout(stream);
     const std::uint32_t all =
         layout.maximumLeader | layout.transferSize | layout.final1 | layout.final2 | layout.maximumTrailer;
@@ -214,7 +214,7 @@ bool Camera::IsLayoutAligned(unsigned stream) const {
 
 // --- event interface
 
-void Camera::AddEventRegisters(std::size_t packetSize) {
+void Firmware::AddEventRegisters(std::size_t packetSize) {
     RegisterSpace& registers = m_Registers;
     Register& control = registers.AddValue<std::uint32_t>(eirm::kControl, Access::ReadWrite, 0);
     control.check = [this](const std::uint8_t* wanted) {
@@ -231,33 +231,33 @@ void Camera::AddEventRegisters(std::size_t packetSize) {
     };
 }
 
-void Camera::RaiseEvent(std::uint16_t id, const Bytes& data) {
+void Firmware::RaiseEvent(std::uint16_t id, const Bytes& data) {
     if (m_Events.Raise(id, m_Clock.Nanoseconds(), data)) m_Host.EventQueued();
     if (m_Events.TakeHalt()) m_Host.HaltEvents();
 }
 
-void Camera::DisableStream(unsigned stream) {
+void Firmware::DisableStream(unsigned stream) {
     m_Registers.Set<std::uint32_t>(sirm::Of(stream, sirm::kControl), 0);
     if (m_Streaming[stream]) SwitchStream(stream, false);
 }
 
-void Camera::DisableStreams() {
+void Firmware::DisableStreams() {
     for (unsigned stream = 0; stream < m_Settings.streams; ++stream)
         DisableStream(stream);
 }
 
-void Camera::SwitchStream(unsigned stream, bool on) {
+void Firmware::SwitchStream(unsigned stream, bool on) {
     m_Streaming[stream] = on;
     m_Host.StreamEnabled(stream, on);
     m_Acquisition->StreamEnabled(stream, on);
 }
 
-void Camera::DisableEvents() {
+void Firmware::DisableEvents() {
     m_Registers.Set<std::uint32_t>(eirm::kControl, 0);
     m_Events.Enable(false);
 }
 
-void Camera::ResetInterfaces() {
+void Firmware::ResetInterfaces() {
     DisableStreams();
     DisableEvents();
     m_Events.GatherSeveral(false);
@@ -270,7 +270,7 @@ void Camera::ResetInterfaces() {
 
 // --- description
 
-void Camera::AddManifest(const Manifest& manifest) {
+void Firmware::AddManifest(const Manifest& manifest) {
     m_Registers.Add(memory::kManifest, manifest.table.size(), Access::ReadOnly).bytes = manifest.table;
     m_Registers.Add(memory::kDescription, manifest.files.size(), Access::ReadOnly).bytes = manifest.files;
 }

@@ -42,10 +42,10 @@ protected:
     ~CameraHost() = default;
 };
 
-/// A powered camera. Bound to a thread; its owner locks.
-class Camera {
+/// What a camera with power runs: registers, features, channels. Bound to a thread; its owner locks.
+class Firmware {
 public:
-    Camera(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host);
+    Firmware(const CameraSettings& settings, const Manifest& manifest, Persistent& persistent, CameraHost& host);
 
     RegisterSpace& Registers() { return m_Registers; }
     ControlChannel& Control() { return *m_Control; }
