@@ -4,30 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
-
 namespace {
 
 using namespace consumer;
 
 constexpr std::uint64_t kMono8 = 0x01080001;
-
-template<class Number>
-Number At(const std::uint8_t* bytes) {
-    Number number;
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-}
-
-std::vector<SINGLE_CHUNK_DATA> Chunks(Session& session, BUFFER_HANDLE buffer) {
-    std::size_t count = 0;
-    EXPECT_EQ(session->DSGetBufferChunkData(session.Stream(), buffer, nullptr, &count), GC_ERR_SUCCESS);
-    std::vector<SINGLE_CHUNK_DATA> chunks(count);
-    EXPECT_EQ(session->DSGetBufferChunkData(session.Stream(), buffer, chunks.data(), &count), GC_ERR_SUCCESS);
-    EXPECT_EQ(count, chunks.size());
-    return chunks;
-}
 
 struct Told {
     Command command;
@@ -42,13 +23,6 @@ void ExpectTold(Session& session, BUFFER_HANDLE buffer, const std::vector<Told>&
         EXPECT_EQ(answer.type, told.type) << told.command;
         EXPECT_EQ(answer.Number(), told.value) << told.command;
     }
-}
-
-void SwitchChunksOn(Session& session) {
-    session.Write32(kChunkModeActive, 1);
-    session.Write32(kChunkEnable + 4 * 1, 1); // time stamp
-    session.Write32(kChunkEnable + 4 * 2, 1); // frame number
-    session.Write32(kChunkEnable + 4 * 7, 1); // checksum
 }
 
 TEST(ConsumerStream, TellsAllOfAPlainImage) {
@@ -124,114 +98,6 @@ TEST(ConsumerStream, ShowsTheNumberInALargerPicture) {
     EXPECT_EQ(inked, 6u * 19u * 4u) << "six times the figure 0, of 19 points";
 }
 
-/// Ten thousand frames with chunks and events, each byte of each.
-class CheckedRun {
-public:
-    explicit CheckedRun(Session& session) : m_Session(session) {
-        session.Write32(kFrameRateEnable, 0);
-        session.Write32(kWidth, 64);
-        session.Write32(kHeight, 64);
-        SwitchChunksOn(session);
-        for (int event = 0; event < 2; ++event)
-            session.Write32(kEventNotification + 4 * event, 1); // the end of the exposure, the beginning of the frame
-        session.Must(session->GCRegisterEvent(session.Device(), EVENT_REMOTE_DEVICE, &m_Events), "GCRegisterEvent");
-        session.Announce(32);
-        session.QueueAll();
-        session.Start();
-    }
-
-    void Frame(std::uint64_t frame) {
-        const BUFFER_HANDLE buffer = m_Session.Next();
-        ASSERT_NE(buffer, nullptr) << "frame " << frame;
-        const auto info = [&](Command what) { return m_Session.BufferInfo(buffer, what).Number(); };
-        const std::uint64_t id = info(BUFFER_INFO_FRAMEID);
-        ASSERT_TRUE(frame == 0 || id > m_LastId);
-        m_Lost += id - (frame == 0 ? 0 : m_LastId + 1);
-        m_LastId = id;
-        ASSERT_EQ(info(BUFFER_INFO_IS_INCOMPLETE), 0u);
-        ASSERT_EQ(info(BUFFER_INFO_SIZE_FILLED), kBytes);
-        ASSERT_EQ(info(BUFFER_INFO_DATA_SIZE), kBytes);
-        ASSERT_EQ(info(BUFFER_INFO_CONTAINS_CHUNKDATA), 1u);
-        ASSERT_EQ(info(BUFFER_INFO_PAYLOADTYPE), PAYLOAD_TYPE_IMAGE);
-        const auto* bytes = static_cast<const std::uint8_t*>(m_Session.BufferInfo(buffer, BUFFER_INFO_BASE).Pointer());
-        ASSERT_EQ((Picture{64, 64, 0, 0, id}.FirstDifference(bytes)), 4096u) << "frame " << id;
-        ExpectChunks(buffer, bytes, id, info(BUFFER_INFO_TIMESTAMP));
-        TakeEvents();
-        ASSERT_EQ(m_Session->DSQueueBuffer(m_Session.Stream(), buffer), GC_ERR_SUCCESS);
-    }
-
-    std::uint64_t LastId() const { return m_LastId; }
-    std::uint64_t Lost() const { return m_Lost; }
-    std::uint64_t Events() const { return m_Count; }
-
-private:
-    static constexpr std::size_t kBytes = 4096 + 8 + 16 + 16 + 12;
-    Session& m_Session;
-    EVENT_HANDLE m_Events = nullptr;
-    std::uint64_t m_LastId = 0, m_Lost = 0, m_Count = 0;
-
-    void ExpectChunks(BUFFER_HANDLE buffer, const std::uint8_t* bytes, std::uint64_t id, std::uint64_t time) {
-        const std::vector<SINGLE_CHUNK_DATA> chunks = Chunks(m_Session, buffer);
-        ASSERT_EQ(chunks.size(), 4u);
-        const SINGLE_CHUNK_DATA wanted[] = {
-            {0x5A4D0001, 0, 4096}, {0x5A4D0002, 4104, 8}, {0x5A4D0003, 4120, 8}, {0x5A4D00FF, 4136, 4}};
-        for (const SINGLE_CHUNK_DATA& one : wanted) {
-            bool found = false;
-            for (const SINGLE_CHUNK_DATA& chunk : chunks)
-                found |= std::memcmp(&chunk, &one, sizeof one) == 0;
-            ASSERT_TRUE(found) << std::hex << one.ChunkID;
-        }
-        ASSERT_EQ(At<std::uint64_t>(bytes + 4104), time);
-        ASSERT_EQ(At<std::uint64_t>(bytes + 4120), id);
-        ASSERT_EQ(At<std::uint32_t>(bytes + 4100), 4096u) << "length behind the image";
-        ASSERT_EQ(At<std::uint32_t>(bytes + 4140), 0x5A4D00FFu);
-    }
-
-    /// All that are there: each bears its number, its time and the frame.
-    void TakeEvents() {
-        std::uint8_t data[2048];
-        std::size_t size = sizeof data;
-        while (m_Session->EventGetData(m_Events, data, &size, 0) == GC_ERR_SUCCESS) {
-            const Answer id = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
-                return m_Session->EventGetDataInfo(m_Events, data, size, EVENT_DATA_ID, type, room, length);
-            });
-            const Answer number = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
-                return m_Session->EventGetDataInfo(m_Events, data, size, EVENT_DATA_NUMID, type, room, length);
-            });
-            const Answer value = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* length) {
-                return m_Session->EventGetDataInfo(m_Events, data, size, EVENT_DATA_VALUE, type, room, length);
-            });
-            ASSERT_EQ(id.type, kString);
-            ASSERT_TRUE(id.Text() == "9001" || id.Text() == "9002") << id.Text();
-            ASSERT_EQ(number.type, kUInt64);
-            ASSERT_EQ(number.Number(), std::stoull(id.Text(), nullptr, 16));
-            ASSERT_GE(value.bytes.size(), 20u);
-            ASSERT_EQ(At<std::uint16_t>(value.bytes.data() + 2), number.Number()) << "laid out for the event node";
-            ++m_Count;
-            size = sizeof data;
-        }
-    }
-};
-
-/// Ten thousand; fewer where a machine is emulated.
-std::uint64_t FrameCount() {
-    const char* count = std::getenv("TAVIX_CONSUMER_FRAMES");
-    return count ? std::strtoull(count, nullptr, 10) : 10000;
-}
-
-TEST(ConsumerStream, OfTenThousandFramesWithChunksAndEventsIsWhole) {
-    const std::uint64_t count = FrameCount();
-    Session session;
-    CheckedRun run(session);
-    for (std::uint64_t frame = 0; frame < count && !testing::Test::HasFatalFailure(); ++frame)
-        run.Frame(frame);
-    session.Stop();
-    EXPECT_GT(run.Events(), count / 100);
-    EXPECT_EQ(session.StreamInfo(STREAM_INFO_NUM_DELIVERED).type, kUInt64);
-    EXPECT_GE(session.StreamInfo(STREAM_INFO_NUM_DELIVERED).Number(), count);
-    EXPECT_EQ(run.Lost() == 0, session.StreamInfo(STREAM_INFO_NUM_UNDERRUN).Number() == 0) << run.Lost();
-}
-
 TEST(ConsumerStream, StackedBufferInfosAreThoseAskedOneByOne) {
     Session session;
     session.Announce(1);
@@ -260,7 +126,7 @@ TEST(ConsumerStream, StackedBufferInfosAreThoseAskedOneByOne) {
 
 TEST(ConsumerStream, PartsAreWholeOrNotThereAtAll) {
     Session session;
-    SwitchChunksOn(session);
+    session.SwitchChunksOn();
     session.Announce(1);
     session.QueueAll();
     session.Start();

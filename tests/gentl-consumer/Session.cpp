@@ -117,6 +117,12 @@ void Session::Write32(std::uint64_t address, std::uint32_t value) {
     Must(m_Library.GCWritePort(Remote(), address, &value, &size), "GCWritePort");
 }
 
+void Session::SwitchChunksOn() {
+    Write32(kChunkModeActive, 1);
+    for (const unsigned chunk : {1, 2, 7})
+        Write32(kChunkEnable + 4 * chunk, 1);
+}
+
 // --- streaming
 
 std::size_t Session::PayloadSize() {

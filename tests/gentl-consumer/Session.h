@@ -49,6 +49,8 @@ public:
     std::uint32_t Read32(std::uint64_t address);
     void Write32(std::uint64_t address, std::uint32_t value);
 
+    void SwitchChunksOn(); ///< time stamp, frame number and checksum
+
     // --- streaming
     std::size_t PayloadSize();
     /// Announces buffers of the consumer's own memory; the user pointer of the i-th is i + 1.
