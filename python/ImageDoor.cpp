@@ -164,7 +164,7 @@ void BindImage(py::module_& module) {
         .def_property_readonly("offset_y", &Image::OffsetY, "First line, on the sensor.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
-        .def_property_readonly("defect", &Image::Defect, "What is missing, as a sentence; '' for a whole image.")
+        .def_property_readonly("defect", &Image::Defect, "What is missing, in words; '' for a whole image.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
         .def_property_readonly("chunk_checksum", &ChecksumOf,
                                "Whether the chunk data came as it was sent: True or False, None without a checksum.")

@@ -4,11 +4,14 @@
 
 namespace Tavix::detail {
 
+std::string WithoutFullStop(std::string text) {
+    if (!text.empty() && text.back() == '.') text.pop_back();
+    return text;
+}
+
 std::string Reason(const std::exception& failure) {
     const auto* known = dynamic_cast<const GenICam::GenericException*>(&failure);
-    std::string text = known ? known->GetDescription() : failure.what();
-    if (!text.empty() && text.back() == '.') text.pop_back(); // it becomes part of a sentence
-    return text;
+    return WithoutFullStop(known ? known->GetDescription() : failure.what());
 }
 
 std::string CurrentReason() {

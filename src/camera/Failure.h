@@ -14,7 +14,9 @@ inline std::string Text(const GenICam::gcstring& text) {
     return {text.c_str(), text.size()};
 }
 
-/// The sentence of an exception, without the place that it came from.
+/// What others wrote as a sentence, fit to become part of one.
+std::string WithoutFullStop(std::string text);
+/// The sentence of an exception, fit to become part of one, without the place that it came from.
 std::string Reason(const std::exception& failure);
 /// The same of the exception that is being handled; empty for one that is none of the standard library.
 std::string CurrentReason();

@@ -61,7 +61,8 @@ void Frame::Describe(const GrabResult& result, std::size_t expected) {
     gapBefore = {};
     chunkValues.reset();
     if (result.Succeeded()) return;
-    defect = result.GetErrorDescription().empty() ? "it is damaged" : Text(result.GetErrorDescription());
+    defect = WithoutFullStop(Text(result.GetErrorDescription()));
+    if (defect.empty()) defect = "it is damaged";
     missingBytes = expected - std::min(expected, payloadSize);
 }
 

@@ -84,7 +84,7 @@ public:
 
     /// Whether all of it came. Others are handed out only if GrabOptions asks for them.
     bool IsWhole() const;
-    /// What is missing, as a sentence; empty for a whole image.
+    /// What is missing, in words without a full stop; empty for a whole image.
     std::string Defect() const;
     /// Bytes that did not come, as far as is known; 0 for a whole image.
     std::size_t MissingBytes() const;

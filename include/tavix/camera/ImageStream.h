@@ -87,7 +87,7 @@ public:
     /// False when the time is over before. Negative: as long as it takes.
     bool Join(std::chrono::milliseconds timeout = std::chrono::milliseconds(-1));
     GrabCounts Counts() const;
-    /// What was wrong with the first image that came damaged, as a sentence; empty when none did.
+    /// What was wrong with the first image that came damaged, in words without a full stop; empty when none did.
     std::string FirstDefect() const;
 
     /// For `for (const Image& image : stream)`. An image is the loop's until the next step; to keep it, take the

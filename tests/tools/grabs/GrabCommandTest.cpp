@@ -181,6 +181,7 @@ TEST(GrabCommand, CountsADamagedFrameOnceGoesOnAndEndsWithAStatusOfItsOwn) {
     EXPECT_EQ(outcome.status, 3) << outcome.err;
     ASSERT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
     EXPECT_NE(outcome.err.find(" of 20 frames failed: "), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("limit; check cable and hub"), std::string::npos) << outcome.err;
     const json camera = Report(outcome)["cameras"][0];
     EXPECT_GE(camera["failed"], 1);
     EXPECT_EQ(camera["frames"].get<int>() + camera["failed"].get<int>(), 20);
