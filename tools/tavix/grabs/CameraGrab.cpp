@@ -100,7 +100,7 @@ Tavix::ImageStream CameraGrab::Begin(Tavix::Camera& camera) const {
     Tavix::GrabOptions options;
     options.buffers = m_Options.buffers;
     options.memoryLimit = m_Options.memoryMegabytes * kMegabyte;
-    if (m_ImagePrefix.empty()) options.keepBudget = 0; // nobody keeps any
+    options.keepBudget = m_ImagePrefix.empty() ? 0 : kWaitingMegabytes * kMegabyte; // for what waits for the disk
     options.transferSize = m_Options.transferSize;
     try {
         return camera.Grab(options);

@@ -180,6 +180,9 @@ void CommandLine::AddGrabCommand() {
     auto* command = app.add_subcommand("grab", "Grab images, from several cameras at once if asked");
     AddCameraOptions(*command, m_Grab, /*several=*/true);
     AddGrabOptions(*command, m_Grab);
+    command->get_option("--memory")
+        ->description("Most memory for the buffers of a camera in MiB; images that wait for the disk take up to " +
+                      std::to_string(kWaitingMegabytes) + " more");
     command->add_option("-o,--output", m_Grab.folder, "Folder for images; none are saved without it")
         ->check(NotEmpty());
     command

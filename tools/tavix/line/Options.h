@@ -29,6 +29,9 @@ struct FileOptions {
 
 enum class ImageFormat { Png, Pgm, Raw };
 
+/// What images of a camera that wait for the disk may take beside its buffers, in MiB.
+constexpr std::uint64_t kWaitingMegabytes = 512;
+
 struct GrabOptions : CommonOptions {
     std::uint64_t frames = 100; ///< per camera
     std::string folder;         ///< where images go; empty for none
