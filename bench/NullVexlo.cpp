@@ -47,6 +47,9 @@ VxStatus CEnumerator::Discover(Callee* callee) {
 VxStatus CEnumerator::DeviceInfoFromPath(const char*, DeviceDiscoveryInfo&) {
     return VX_E_NOT_FOUND;
 }
+VxStatus CEnumerator::DeviceVersion(const DeviceDiscoveryInfo&, char*, unsigned long) {
+    return VX_E_NOT_FOUND;
+}
 VxStatus VxRegisterCallback(const VxCallbackParams*, unsigned long* pHandle) {
     *pHandle = 1;
     return VX_OK;

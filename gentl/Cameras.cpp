@@ -103,10 +103,10 @@ std::string ReadVersion(vexlo::CVxDevice& device) {
 }
 
 std::string VersionOf(const FoundCamera& camera) {
-    const VxDevicePtr device = CreateDevice();
-    if (!device || device->Open(camera.record) != vexlo::VX_OK)
+    std::array<char, u3v::abrm::kStringSize + 1> text{};
+    if (vexlo::CEnumerator::DeviceVersion(camera.record, text.data(), text.size()) != vexlo::VX_OK)
         Fail(GC_ERR_NOT_AVAILABLE, "only the camera itself knows its version, and it cannot be opened now");
-    return ReadVersion(*device);
+    return text.data();
 }
 
 } // namespace gentl

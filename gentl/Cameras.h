@@ -30,7 +30,8 @@ std::vector<FoundCamera> FindCameras();
 
 /// DEVICE_ACCESS_STATUS of a camera that this process does not have open: asks its port, which takes a moment.
 int32_t AccessStatusOf(const FoundCamera& camera);
-/// Of a camera that this process does not have open: opens it for a moment, or says NOT_AVAILABLE. Throws Failure.
+/// Of a camera that this process does not have open: it is opened for a moment, once while it stays plugged in.
+/// NOT_AVAILABLE when it cannot be. Throws Failure.
 std::string VersionOf(const FoundCamera& camera);
 /// Of an open one. Throws Failure.
 std::string ReadVersion(vexlo::CVxDevice& device);

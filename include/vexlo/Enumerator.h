@@ -23,6 +23,10 @@ public:
     [[nodiscard]] static VxStatus Discover(Callee* callee);
     /// Fills `info` for the camera with the given device path. VX_E_NOT_FOUND when it is not attached.
     [[nodiscard]] static VxStatus DeviceInfoFromPath(const char* path, DeviceDiscoveryInfo& info);
+    /// The version that a camera states of itself, cut to `size` bytes with the closing NUL. The camera is opened for a
+    /// moment, once while it stays plugged in: its answer is kept where the bus tells of departures. Fails as Open and
+    /// ReadMem of CVxDevice do.
+    [[nodiscard]] static VxStatus DeviceVersion(const DeviceDiscoveryInfo& info, char* buffer, unsigned long size);
 };
 
 } // namespace vexlo

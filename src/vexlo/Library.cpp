@@ -42,6 +42,7 @@ public:
     ~HotplugWatch() {
         if (m_Registration != 0) m_Bus.DeregisterHotplug(m_Registration);
     }
+    bool HasReports() const { return m_Registration != 0; }
     HotplugWatch(const HotplugWatch&) = delete;
     HotplugWatch& operator=(const HotplugWatch&) = delete;
 
@@ -67,8 +68,10 @@ void Library::Watch(usb::Backend& bus) {
         std::make_unique<HotplugWatch>(bus, [this, &bus](usb::HotplugEvent event, const std::string& id) {
             if (event != usb::HotplugEvent::Left) return;
             m_Silence.NoteDeparture(&bus, id);
+            m_Versions.NoteDeparture(bus.Name(), id);
             m_Notifier->BusReportsRemoval(&bus, id);
         }));
+    m_HearsOfDepartures = m_HearsOfDepartures && m_Hotplugs.back()->HasReports();
 }
 
 VxStatus Init() {

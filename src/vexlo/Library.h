@@ -4,6 +4,7 @@
 #include "vexlo/BackendSet.h"
 #include "vexlo/CameraNotes.h"
 #include "vexlo/SilenceNotes.h"
+#include "vexlo/VersionNotes.h"
 
 #include <memory>
 #include <string>
@@ -27,6 +28,8 @@ public:
     const std::shared_ptr<RemovalNotifier>& Notifier() const { return m_Notifier; }
     CameraNotes& Notes() { return m_Notes; }
     SilenceNotes& Silence() { return m_Silence; }
+    /// Null when a bus does not tell of departures.
+    VersionNotes* Versions() { return m_HearsOfDepartures ? &m_Versions : nullptr; }
 
 private:
     class HotplugWatch;
@@ -37,6 +40,8 @@ private:
     const std::shared_ptr<RemovalNotifier> m_Notifier;
     SilenceNotes m_Silence;
     CameraNotes m_Notes;
+    VersionNotes m_Versions;
+    bool m_HearsOfDepartures = true;                       ///< of all buses; constant after construction
     std::vector<std::unique_ptr<HotplugWatch>> m_Hotplugs; ///< constant after construction; ends before the rest
 };
 

@@ -194,6 +194,23 @@ TEST_F(ConsumerDeviceInfo, SaysThatThisProcessHasItOpen) {
     EXPECT_EQ(AskOf(m_Above, DEVICE_INFO_ACCESS_STATUS).Number(), unsigned{DEVICE_ACCESS_STATUS_READWRITE});
 }
 
+/// The camera refuses to say its version a second time.
+TEST(ConsumerDeviceVersion, OfAClosedCameraIsAskedForOnce) {
+    Session session(Session::SmallCamera(
+        R"("deviceVersion": "7.31",
+           "faults": {"control": [{"fault": "Status", "address": 196, "value": 32775, "skip": 1, "count": 0}]})"));
+    const IF_HANDLE interface = session.Interface();
+    const Answer id =
+        AskText([&](char* text, std::size_t* size) { return session->IFGetDeviceID(interface, 0, text, size); });
+    for (int round = 0; round < 3; ++round) {
+        const Answer version = Ask([&](INFO_DATATYPE* type, void* room, std::size_t* size) {
+            return session->IFGetDeviceInfo(interface, id.Text().c_str(), DEVICE_INFO_VERSION, type, room, size);
+        });
+        EXPECT_EQ(version.code, GC_ERR_SUCCESS) << "round " << round;
+        EXPECT_EQ(version.Text(), "7.31") << "round " << round;
+    }
+}
+
 TEST(StreamInfo, HasAllEntriesOfAnIdleStream) {
     Session session;
     const DS_HANDLE stream = session.Stream();

@@ -1,0 +1,67 @@
+#include "vexlo/Fixture.h"
+
+#include <string>
+
+namespace {
+
+using namespace vexlotest;
+using namespace scripted;
+
+class DeviceVersion : public OnScriptedCamera {
+protected:
+    void State(const std::string& version) {
+        Bytes text(version.begin(), version.end());
+        text.resize(64);
+        camera.Set(0xC4, text);
+    }
+    /// What the library says, or the status as a number.
+    std::string Told(unsigned long size = 65) {
+        std::string text(size, '#');
+        const VxStatus status = CEnumerator::DeviceVersion(m_Info, text.data(), size);
+        return status == VX_OK ? text.c_str() : std::to_string(status);
+    }
+    const DeviceDiscoveryInfo m_Info = Found();
+};
+
+TEST_F(DeviceVersion, IsAskedForOnceWhileTheCameraIsPluggedIn) {
+    State("1.2");
+    EXPECT_EQ(Told(), "1.2");
+    State("3.4");
+    EXPECT_EQ(Told(), "1.2");
+    camera.Unplug(/*announce=*/true);
+    camera.Replug();
+    EXPECT_EQ(Told(), "3.4");
+}
+
+TEST_F(DeviceVersion, OfACameraThatIsInUseIsToldOnceItIsKnown) {
+    State("1.2");
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(Told(), std::to_string(VX_E_BUSY));
+    ASSERT_EQ(device->Close(), VX_OK);
+    EXPECT_EQ(Told(), "1.2") << "a refusal is not remembered";
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(Told(), "1.2");
+}
+
+TEST_F(DeviceVersion, IsNotThatOfAnotherCameraInTheSamePort) {
+    State("1.2");
+    EXPECT_EQ(Told(), "1.2");
+    camera.SetString(4, "120900000099");
+    DeviceDiscoveryInfo other = Found();
+    ASSERT_STRNE(other.DeviceGUID, m_Info.DeviceGUID);
+    State("3.4");
+    char text[65];
+    EXPECT_EQ(CEnumerator::DeviceVersion(other, text, sizeof text), VX_OK);
+    EXPECT_STREQ(text, "3.4");
+}
+
+TEST_F(DeviceVersion, IsCutToTheRoomThatIsThere) {
+    State("version");
+    EXPECT_EQ(Told(4), "ver");
+    EXPECT_EQ(CEnumerator::DeviceVersion(m_Info, nullptr, 4), VX_E_INVALID_PARAMETER);
+    char text = '#';
+    EXPECT_EQ(CEnumerator::DeviceVersion(m_Info, &text, 0), VX_E_INVALID_PARAMETER);
+    EXPECT_EQ(text, '#');
+}
+
+} // namespace
