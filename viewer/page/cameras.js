@@ -6,6 +6,7 @@ export class CameraList {
   #list;
   #cameras = [];
   #rooms = new Set();
+  #canSteer = true;
 
   constructor(link, list) {
     this.#link = link;
@@ -23,6 +24,11 @@ export class CameraList {
     if (focused) this.#list.querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus();
   }
 
+  set canSteer(canSteer) {
+    this.#canSteer = canSteer;
+    this.update(null, null);
+  }
+
   /** Opens a camera and shows its image at once. */
   async open(key) {
     await this.#link.ask('open', {camera: key});
@@ -31,17 +37,17 @@ export class CameraList {
 
   #item({key, name, vendor, path, speed, isVirtual, isAway}) {
     const isOpen = this.#rooms.has(key);
-    const plug = (what) => attempt(() => this.#link.ask('virtual', {request: {[what]: key}}));
+    const plug = (what, text, title) => h('button', {type: 'button', class: 'small', title, disabled: !this.#canSteer,
+      onclick: () => attempt(() => this.#link.ask('virtual', {request: {[what]: key}}))}, text);
     if (isAway) {
-      return h('li', {class: 'away'}, h('span', {}, `${name} is unplugged`), h('button', {type: 'button',
-        class: 'small steers', title: `Plugs ${name} in again`, onclick: () => plug('plug')}, 'Plug in again'));
+      return h('li', {class: 'away'}, h('span', {}, `${name} is unplugged`),
+        plug('plug', 'Plug in again', `Plugs ${name} in again`));
     }
     return h('li', {},
       h('button', {type: 'button', class: isOpen ? 'camera open' : 'camera', 'data-key': key, title: path,
-        'aria-pressed': String(isOpen),
+        'aria-pressed': String(isOpen), disabled: !isOpen && !this.#canSteer,
         onclick: () => (isOpen ? document.getElementById(`panel-${key}`)?.focus() : attempt(() => this.open(key)))},
       h('strong', {}, name), h('small', {}, `${vendor}${speed ? `, USB ${speed}` : ''}`)),
-      isVirtual ? h('button', {type: 'button', class: 'small steers', title: `Pulls the plug of ${name}`,
-        onclick: () => plug('unplug')}, 'Unplug') : null);
+      isVirtual ? plug('unplug', 'Unplug', `Pulls the plug of ${name}`) : null);
   }
 }

@@ -19,6 +19,7 @@ function showSteering() {
   byId('steering').replaceChildren(canSteer ? 'You steer' : h('span', {}, 'Another browser steers ',
     h('button', {type: 'button', id: 'take', onclick: () => attempt(() => link.ask('take'))}, 'Take over')));
   for (const id of ['doctor', 'invite', 'add']) byId(id).disabled = !canSteer;
+  list.canSteer = canSteer;
   for (const panel of panels.values()) panel.canSteer = canSteer;
 }
 
