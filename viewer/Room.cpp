@@ -286,7 +286,9 @@ void Room::NoticeEnd() {
 
 void Room::TellFigures() {
     Json report = m_Figures.Report(m_Stream ? m_Stream->Counts() : GrabCounts(), m_Live.Figures());
-    report.update({{"event", "figures"}, {"camera", m_Key}});
+    report.update({{"event", "figures"},
+                   {"camera", m_Key},
+                   {"defect", m_Stream ? Printable(m_Stream->FirstDefect()) : std::string()}});
     m_Outlet.Tell(std::move(report));
 }
 

@@ -36,9 +36,11 @@ def test_a_new_user_without_a_camera(look):
     assert sorted(os.listdir(os.path.join(server.folder, "series"))) == [f"00000{i}.png" for i in range(1, 6)]
     page.wait("document.querySelector('[aria-label=Fault]').options.length > 5")
     page.click(".fault")
-    # A busy machine may miss further ones by itself.
-    page.wait(f"Number({FIGURES}.missed) + Number({FIGURES}.failed) >= 3", "the fault is counted")
-    page.wait("/\\b([3-9]|\\d\\d+) lost/.test(document.querySelector('.figures').textContent)", "the fault is seen")
+    # Others than these are missed on a busy machine, too; damaged ones are the fault's alone.
+    page.wait(f"Number({FIGURES}.failed) >= 1", "the fault is counted")
+    page.wait("/\\b[1-9]\\d* lost/.test(document.querySelector('.figures').textContent)", "the fault is seen")
+    page.wait("/came damaged\\. The first: .*[^.]\\.( |$)/.test(document.querySelector('.losses').textContent)",
+              "and said in words")
     shot(page, "step-5-fault-seen")
 
 

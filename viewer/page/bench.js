@@ -12,7 +12,7 @@ export class Recording {
     ...['png', 'tif', 'jpg', 'pgm', 'raw'].map((name) => h('option', {}, name)));
   #count = h('input', {type: 'number', min: 0, value: 100, 'aria-label': 'Images, 0 for no end', size: 6});
   #begin = h('button', {type: 'button', class: 'steers', onclick: () => this.#record()}, 'Record');
-  #end = h('button', {type: 'button', class: 'steers', disabled: true,
+  #end = h('button', {type: 'button', class: 'steers', hidden: true,
     onclick: () => attempt(() => this.#link.ask('endRecord', {camera: this.#camera}))}, 'End');
   #progress = h('progress', {max: 1, value: 0, hidden: true});
   #state = h('p', {class: 'recording', role: 'status'});
@@ -35,7 +35,7 @@ export class Recording {
   #show({folder, saved, of, leftOut, waiting, bytes: size, spaceLeft, done, why}) {
     this.#progress.hidden = done || !of;
     if (of) Object.assign(this.#progress, {max: of, value: saved});
-    this.#end.disabled = done;
+    this.#end.hidden = done;
     const left = leftOut ? `; ${leftOut} left out, since the disk is too slow` : '';
     const end = why ? `Ended: ${why}. ` : done ? 'Done: ' : '';
     setText(this.#state, `${end}${saved}${of ? ` of ${of}` : ''} images, ${bytes(size)} in ${folder}${left}; ` +

@@ -27,14 +27,17 @@ export class Panel {
   #tool = h('select', {'aria-label': 'What dragging in the image, or Enter and the arrows, does',
     onchange: () => this.#useTool()},
   ...Object.entries(kTools).map(([value, text]) => h('option', {value}, text)));
+  #colour;
   #crosshair = h('input', {type: 'checkbox', onchange: () => this.#showCrosshair()});
   #pixel = h('span', {class: 'pixel'});
   #about = h('span', {class: 'about'});
   #histogram = h('canvas', {class: 'curves', role: 'img', 'aria-label': 'Histogram'});
   #profile = h('canvas', {class: 'curves', role: 'img', 'aria-label': 'Profile along the line', hidden: true});
   #measures = h('p', {class: 'measures'});
-  #black = h('input', {type: 'number', min: 0, value: 0, 'aria-label': 'Shown black', oninput: () => this.#setWindow()});
-  #white = h('input', {type: 'number', min: 0, value: 0, 'aria-label': 'Shown white', oninput: () => this.#setWindow()});
+  #black = h('input', {type: 'number', min: 0, placeholder: '0', 'aria-label': 'Shown black',
+    oninput: () => this.#setWindow()});
+  #white = h('input', {type: 'number', min: 0, placeholder: 'all', 'aria-label': 'Shown white',
+    oninput: () => this.#setWindow()});
   #tabs;
 
   constructor(link, camera, isVirtual) {
@@ -56,7 +59,7 @@ export class Panel {
           onclick: () => this.#ask('close')}, 'Close')),
       this.#trouble, this.#plug, this.#toolbar(), h('div', {class: 'split'},
         h('div', {class: 'seen'}, this.#image.canvas, h('p', {class: 'row small'}, this.#about, this.#pixel),
-          this.#plots.summary), this.#tabs));
+          this.#plots.summary, this.#plots.losses), this.#tabs));
     this.#features.load();
     this.#image.look();
   }
@@ -153,6 +156,8 @@ export class Panel {
     const choice = (text, title, checked, onchange) => h('label', {title}, h('input', {type: 'checkbox', checked,
       onchange: (event) => { onchange(event.target.checked); this.#image.look(); this.#image.redraw(); }}), ` ${text}`);
     const image = this.#image;
+    this.#colour = choice('Colour', 'Bayer images in colour, or as the sensor has them', true,
+      (on) => { image.settings.colour = on; });
     return h('div', {class: 'row tools', role: 'toolbar', 'aria-label': 'Image'},
       this.#start, button('Single', 'One image (G)', () => this.single(), 'steers'),
       button('Trigger', 'A software trigger (T)', () => this.trigger(), 'steers trigger'),
@@ -160,10 +165,10 @@ export class Panel {
       button('Whole sensor', 'Ends the region', () => this.#setRegion({x: 0, y: 0, width: 1e6, height: 1e6}), 'steers'),
       button('Fit', 'The whole image (0)', () => image.zoom(0)), button('1:1', 'Pixel by pixel (1)', () => image.zoom(1)),
       button('+', 'Larger', () => image.zoom(image.scale * 2)), button('−', 'Smaller', () => image.zoom(image.scale / 2)),
-      choice('Colour', 'Bayer images in colour, or as the sensor has them', true, (on) => { image.settings.colour = on; }),
+      this.#colour,
       choice('Saturation', 'Marks saturated pixels red', false, (on) => { image.settings.marks = on; }),
       h('label', {title: 'At the pointer (X)'}, this.#crosshair, ' Crosshair'),
-      h('span', {title: 'Values that are shown black and white; 0 and 0: all that the depth has'}, 'Window ',
+      h('span', {title: 'Values that are shown black and white; empty: all that the depth has'}, 'Window ',
         this.#black, ' to ', this.#white));
   }
 
@@ -213,6 +218,7 @@ export class Panel {
 
   #onImage(header) {
     const size = `${header.imageWidth} × ${header.imageHeight} ${header.format}`;
+    this.#colour.hidden = !header.format.startsWith('Bayer');
     setText(this.#about, `${size}, image ${header.block}, ${figure(this.#image.scale * 100, 0)} %`);
     this.#showPixel();
     if (header.details) this.#showDetails(header.details);

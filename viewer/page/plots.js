@@ -34,9 +34,19 @@ export function rates(before, now) {
   };
 }
 
+/** Why images were lost since the start, a sentence each. */
+export function reasons({missed, failed, starved, defect}) {
+  return [
+    failed && `${failed} came damaged. ${defect ? `The first: ${defect.replace(/\.?$/, '.')}` : ''}`,
+    missed && `${missed} never came: the camera, the line or this computer was too slow for a moment.`,
+    starved && `${starved} times no memory was free for the next one.`,
+  ].filter(Boolean);
+}
+
 export class Plots {
   element = h('section', {class: 'plots', 'aria-label': 'Plots'});
   summary = h('p', {class: 'figures', role: 'status'});
+  losses = h('p', {class: 'losses', hidden: true});
   #last = null;
   #points = [];
   #charts = null;
@@ -88,6 +98,8 @@ export class Plots {
     setText(this.summary, `${figure(point.taken)} images/s · ${figure(point.shown)} shown/s · ` +
       `${figure(point.megabytes)} MB/s · ${lost ? `${lost} lost` : 'none lost'} · ` +
       `latency ${figure(point.latency)} ms, to the screen ${figure(point.delay)} ms`);
+    this.losses.hidden = !lost;
+    setText(this.losses, `Lost: ${reasons(report).join(' ')}`);
     Object.assign(this.summary.dataset, {taken: point.taken, shown: point.shown, latency: point.latency,
       delay: point.delay, work: point.work, missed: report.missed, failed: report.failed, frames: report.frames,
       drawn: report.drawn, cpu: point.cpu});
