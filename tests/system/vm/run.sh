@@ -7,7 +7,7 @@ script=$1
 shift
 here=$(cd "$(dirname "$0")" && pwd)
 cache=$here/../../../build/cache
-seconds=${TAVIX_VM_SECONDS:-150}
+seconds=${TAVIX_VM_SECONDS:-300}
 
 skip() {
     printf '\n*** SKIPPED: %s ***\n*** scripts/setup.sh --dev installs what a test with a real kernel needs ***\n\n' "$1"
