@@ -170,7 +170,8 @@ VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
     m_Impl->queued = true;
     return VX_OK;
 }
-VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long*) {
+VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
+    if (pCount != nullptr) *pCount = 0;
     if (!m_Impl->queued) return VX_E_NO_DATA;
     m_Impl->queued = false;
     *result = {};

@@ -54,10 +54,9 @@ void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
     const Deadline deadline(timeoutMs);
     for (;;) {
         CheckTurnedAway();
-        if (TryTake(buffer, *size)) {
+        if (const Taken taken = TryTake(buffer, *size); taken != Taken::Nothing) {
             ++m_Taken;
-            // A pulse may have been meant for another waiter.
-            if (CountPending() != 0) m_WaitObject.Signal();
+            if (taken == Taken::OneOfSeveral) m_WaitObject.Signal(); // a pulse may have been meant for another waiter
             return;
         }
         if (deadline.IsOver()) Fail(GC_ERR_TIMEOUT, "no event came in time");
@@ -65,13 +64,13 @@ void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
     }
 }
 
-bool EventQueue::TryTake(void* buffer, size_t& size) {
+EventQueue::Taken EventQueue::TryTake(void* buffer, size_t& size) {
     const std::lock_guard<std::mutex> guard(m_Mutex);
-    if (m_Pending.empty()) return false;
+    if (m_Pending.empty()) return Taken::Nothing;
     const Bytes& bytes = m_Pending.front();
     Answer(nullptr, buffer, &size).Bytes(INFO_DATATYPE_BUFFER, bytes.data(), bytes.size());
     m_Pending.pop_front();
-    return true;
+    return m_Pending.empty() ? Taken::Last : Taken::OneOfSeveral;
 }
 
 size_t EventQueue::CountPending() {

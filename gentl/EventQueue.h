@@ -38,8 +38,9 @@ public:
     void PushModule(std::uint64_t id) noexcept;
 
 protected:
+    enum class Taken { Nothing, Last, OneOfSeveral };
     /// Takes the oldest event, if there is one. Throws BUFFER_TOO_SMALL without taking it, or why none will come.
-    virtual bool TryTake(void* buffer, size_t& size);
+    virtual Taken TryTake(void* buffer, size_t& size);
     virtual size_t CountPending();
     virtual size_t LargestData() const { return 512; }
     /// Signalled, by pulse or level, when there may be something to take.

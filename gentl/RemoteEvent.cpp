@@ -34,7 +34,7 @@ void RemoteEvent::NoteLoss() noexcept {
     WaitObject().Signal();
 }
 
-bool RemoteEvent::TryTake(void* buffer, size_t& size) {
+EventQueue::Taken RemoteEvent::TryTake(void* buffer, size_t& size) {
     const std::lock_guard<std::mutex> guard(m_StreamMutex);
     if (!m_Stream) Fail(GC_ERR_ABORT, "the event was unregistered");
     unsigned long bytes = size;
@@ -42,7 +42,7 @@ bool RemoteEvent::TryTake(void* buffer, size_t& size) {
     const vexlo::VxStatus status = m_Stream->RetrieveEvent(buffer, &bytes, &left);
     if (status == vexlo::VX_E_NO_DATA) {
         m_Left = 0;
-        if (!m_IsLost) return false;
+        if (!m_IsLost) return Taken::Nothing;
         WaitObject().Signal(); // for the next waiter
         Fail(GC_ERR_IO, "the camera was unplugged");
     }
@@ -50,13 +50,13 @@ bool RemoteEvent::TryTake(void* buffer, size_t& size) {
     if (status == vexlo::VX_E_INVALID_SIZE) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     Check(status, "The camera's events cannot be received");
     m_Left = left;
-    return true;
+    return left == 0 ? Taken::Last : Taken::OneOfSeveral;
 }
 
 void RemoteEvent::Flush() {
     std::array<std::uint8_t, 4096> message;
     try {
-        for (size_t size = message.size(); TryTake(message.data(), size); size = message.size()) {
+        for (size_t size = message.size(); TryTake(message.data(), size) != Taken::Nothing; size = message.size()) {
         }
     } catch (const Failure& failure) {
         if (failure.Code() != GC_ERR_ABORT && failure.Code() != GC_ERR_IO) throw;

@@ -25,7 +25,7 @@ public:
     void Flush() override;
 
 protected:
-    bool TryTake(void* buffer, size_t& size) override;
+    Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override { return m_Left; }
     size_t LargestData() const override { return 1024; }
 

@@ -138,20 +138,20 @@ std::shared_ptr<Buffer> Stream::FindFilled(const GrabResult& result) const {
 void Stream::Drain() {
     if (!m_Vx) return;
     GrabResult result{};
-    while (m_Vx->RetrieveBuffer(&result, nullptr) == vexlo::VX_OK) {
-        const std::shared_ptr<Buffer> buffer = FindFilled(result);
-        buffer->isOnBus = false;
-        if (result.Status == vexlo::VX_E_CANCELLED) {
-            // Recalled: it stays where it is, in the input pool.
-            buffer->Update([](Buffer::Record& record) { record.isOnBus = false; });
-            continue;
-        }
-        if (m_Left == 0) { // came after the last one that was wanted
-            buffer->Update([](Buffer::Record& record) { record.isOnBus = false; });
-            continue;
-        }
-        Accept(buffer, result);
+    for (unsigned long left = 1; left != 0 && m_Vx->RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
+        Sort(result);
+        if (m_Left == 0) left = 1; // what was recalled comes behind it
     }
+}
+
+void Stream::Sort(const GrabResult& result) {
+    const std::shared_ptr<Buffer> buffer = FindFilled(result);
+    buffer->isOnBus = false;
+    // Recalled, or come after the last one that was wanted: it stays where it is, in the input pool.
+    if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
+        buffer->Update([](Buffer::Record& record) { record.isOnBus = false; });
+    else
+        Accept(buffer, result);
 }
 
 void Stream::Accept(const std::shared_ptr<Buffer>& buffer, const GrabResult& result) {
@@ -179,12 +179,13 @@ void Stream::Overwrite() {
     }
 }
 
-std::shared_ptr<Buffer> Stream::TakeOutput() {
+std::shared_ptr<Buffer> Stream::TakeOutput(size_t& left) {
     const Guard guard(m_Mutex);
     Drain();
     if (m_Output.empty()) return nullptr;
-    const std::shared_ptr<Buffer> buffer = m_Output.front();
+    std::shared_ptr<Buffer> buffer = std::move(m_Output.front());
     m_Output.pop_front();
+    left = m_Output.size();
     buffer->place = Place::Delivered;
     ++m_Delivered;
     return buffer;

@@ -55,8 +55,9 @@ public:
     void NoteLoss() noexcept;
 
     // For the event.
-    /// The oldest buffer of the output queue, now delivered; null when there is none.
-    std::shared_ptr<Buffer> TakeOutput();
+    /// The oldest buffer of the output queue, now delivered; null when there is none. `left` becomes how many are in
+    /// it still.
+    std::shared_ptr<Buffer> TakeOutput(size_t& left);
     size_t CountOutput();
     void DiscardOutput();
     bool IsLost() const;
@@ -81,6 +82,7 @@ private:
     void TakeOut(const std::shared_ptr<Buffer>& buffer);
     void PutAside(const std::shared_ptr<Buffer>& buffer);
     void Drain();
+    void Sort(const vexlo::CVxStream::GrabResult& result);
     void Accept(const std::shared_ptr<Buffer>& buffer, const vexlo::CVxStream::GrabResult& result);
     void Overwrite();
     void Recall();
@@ -124,7 +126,7 @@ public:
     const Tavix::WaitObjectEx& Wait() const { return WaitObject(); }
 
 protected:
-    bool TryTake(void* buffer, size_t& size) override;
+    Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override;
     size_t LargestData() const override { return sizeof(EVENT_NEW_BUFFER_DATA); }
 

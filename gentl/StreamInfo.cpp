@@ -166,19 +166,20 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
     return stream;
 }
 
-bool NewBufferEvent::TryTake(void* data, size_t& size) {
+EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     const auto stream = Owner();
-    const std::shared_ptr<Buffer> buffer = stream->TakeOutput();
+    size_t left = 0;
+    const std::shared_ptr<Buffer> buffer = stream->TakeOutput(left);
     if (!buffer) {
-        if (!stream->IsLost()) return false;
+        if (!stream->IsLost()) return Taken::Nothing;
         WaitObject().Signal(); // for the next waiter
         Fail(GC_ERR_IO, "the camera was unplugged");
     }
     const EVENT_NEW_BUFFER_DATA event{buffer->Handle(), buffer->userPointer};
     size = sizeof event;
     std::memcpy(data, &event, sizeof event);
-    return true;
+    return left == 0 ? Taken::Last : Taken::OneOfSeveral;
 }
 
 size_t NewBufferEvent::CountPending() {
