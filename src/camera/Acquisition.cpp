@@ -265,7 +265,7 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
 
 void Acquisition::CountFailed(const GrabSession& session, const Frame& frame) {
     ++m_FailedSince;
-    if (session.Device()->GetRemoval().HasHappened()) return;
+    if (session.Device()->GetRemoval().Explains(frame.defect)) return; // these buffers wait, and come back empty
     ++m_Counts.failed;
     const std::lock_guard<std::mutex> guard(m_DefectMutex);
     if (m_FirstDefect.empty()) m_FirstDefect = frame.defect;

@@ -8,7 +8,7 @@ namespace Tavix::detail {
 namespace {
 
 constexpr unsigned int kNoticeTimeoutMs = 500;
-constexpr char kRemoved[] = "The camera was removed.";
+constexpr char kRemoved[] = "The camera was removed"; // reasons go without their full stop
 
 /// What these say is advice enough, and asking a silent camera once more would cost seconds.
 bool IsClear(const std::string& reason) {

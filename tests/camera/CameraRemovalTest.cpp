@@ -35,6 +35,7 @@ TEST(CameraRemoval, EndsAStreamThatDoesNotWait) {
                 HasSubstr("unplugged"));
     EXPECT_TRUE(stream.HasEnded());
     EXPECT_LE(stream.Counts().delivered, 5U);
+    EXPECT_EQ(stream.FirstDefect().find("removed"), std::string::npos) << "buffers that waited are no damaged images";
     ErrorOf<Tavix::Removed>([&] { camera["ExposureTime"] = 1.0; });
 }
 
