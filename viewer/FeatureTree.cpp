@@ -95,6 +95,13 @@ private:
     std::set<std::string> m_Categories;
 };
 
+/// Whether something is for reading only however the camera is set, which needs no reason.
+bool IsForReading(const std::string& why) {
+    for (const char* always : {"the register is RO", "it is computed by a formula", "restricted to RO"})
+        if (why.find(always) != why.npos) return true;
+    return false;
+}
+
 void AddLimits(const Feature& feature, Json& state) {
     if (feature.Type() != FeatureType::Integer && feature.Type() != FeatureType::Float) return;
     state["least"] = feature.Min();
@@ -113,7 +120,8 @@ Json DescribeFeatures(const Camera& camera) {
 Json StateOf(const Feature& feature) {
     Json state = Json::object();
     try {
-        state["why"] = Printable(feature.WhyNot());
+        const std::string why = Printable(feature.WhyNot());
+        state["why"] = IsForReading(why) ? std::string() : why;
         state["writable"] = feature.IsWritable();
         const bool isReadable = feature.IsReadable() && feature.Type() != FeatureType::Command;
         state["available"] = feature.IsAvailable();

@@ -210,6 +210,14 @@ TEST_F(Live, WhatChangesByAChangeIsTold) {
                 HasSubstr("64"));
 }
 
+TEST_F(Live, WhatIsLockedSaysWhyAndWhatIsForReadingOnlyNeedsNoReason) {
+    AskCamera("start");
+    const Json values = AskCamera("features").at("values");
+    EXPECT_THAT(values.at("Width").at("why").get<std::string>(), HasSubstr("locked"));
+    EXPECT_FALSE(values.at("DeviceModelName").at("writable").get<bool>());
+    EXPECT_EQ("", values.at("DeviceModelName").at("why"));
+}
+
 TEST_F(Live, ARegionIsAsNearAsTheStepsAllowAndTheImageGoesOn) {
     AskCamera("start");
     AskCamera("region", R"(, "x": 9, "y": 7, "width": 33, "height": 21)");
