@@ -12,6 +12,7 @@ import subprocess
 import tempfile
 import time
 
+LOOK = 0.01  # seconds between two looks, never instead of one
 TIMEOUT = 60.0  # seconds until a condition that does not come true is a failure; machines may be busy
 
 
@@ -20,7 +21,7 @@ def wait_until(condition, why="what was waited for"):
     deadline = time.monotonic() + TIMEOUT
     while not (value := condition()):
         assert time.monotonic() < deadline, f"{why} did not come"
-        time.sleep(0.05)  # between two looks, not instead of one
+        time.sleep(LOOK)
     return value
 
 
@@ -151,7 +152,7 @@ class Tab:
             if time.monotonic() > deadline:
                 shown = self.run("document.body.innerText.slice(0, 1500)")
                 raise AssertionError(f"{why or script}: it did not come true; the page says:\n{shown}")
-            time.sleep(0.05)  # between two looks, not instead of one
+            time.sleep(LOOK)
 
     def wait_for_count(self, script, goal, why=None):
         """Waits for a figure as long as it grows, be it ever so slowly."""
