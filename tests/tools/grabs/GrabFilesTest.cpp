@@ -127,6 +127,12 @@ TEST(GrabBuffers, AreRefusedBeyondALimitThatCanBeSet) {
     EXPECT_EQ(RunTool({"--virtual", settings, "grab", "-n", "1", "-q", "--buffers", "13", "--memory", "1"}).status, 0);
 }
 
+TEST(GrabBuffers, TellHowMuchImagesThatWaitForTheDiskTakeBesides) {
+    const std::string text = "images that wait for the disk take up to 512 more";
+    EXPECT_NE(RunTool({"grab", "--help"}).out.find(text), std::string::npos);
+    EXPECT_EQ(RunTool({"bench", "--help"}).out.find(text), std::string::npos) << "it saves none";
+}
+
 TEST(GrabStatus, TellsOfFramesThatNeverCame) {
     const TestFolder folder;
     const json gap{{"stream", {{{"fault", "IdGap"}, {"frame", 3}, {"value", 5}}}}};
