@@ -112,6 +112,16 @@ TEST(Doctor, NamesTheHubThatMakesALinkSlow) {
     EXPECT_THAT(Said(system, "link-speed").text, HasSubstr("the hub at 1-1 (Four Ports) has no more"));
 }
 
+TEST(Doctor, BlamesNoHubThatIsFasterThanTheLink) {
+    const FakeSystem system;
+    system.AddHub("1-1", 480);
+    FakeCamera camera;
+    camera.port = "1-1.4";
+    camera.speed = 12;
+    system.Add(camera);
+    EXPECT_THAT(Said(system, "link-speed").text, HasSubstr("12 Mbit/s of 5 Gbit/s; use a USB 3 port"));
+}
+
 TEST(Doctor, NotesTheHubsAboveACamera) {
     const FakeSystem system;
     system.AddHub("2-1", 5000);

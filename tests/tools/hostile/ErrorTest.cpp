@@ -48,6 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"UnknownCommand", 2, {"grasp"}, "there is no command 'grasp'; the commands are list, "},
         Mistake{"UnknownOption", 2, {"list", "--fast"}, "--fast; see tavix list --help"},
         Mistake{"ExtraWord", 2, {"list", "all"}, "see tavix list --help"},
+        Mistake{"TwoPartsOfNames", 2, {"features", "Width", "Height"}, "see tavix features --help"},
         Mistake{"NoFrames", 2, {"grab", "-n", "0"}, "'0' is no whole number of 1 .. "},
         Mistake{"NegativeFrames", 2, {"grab", "--frames=-5"}, "'-5' is no whole number"},
         Mistake{"WordyFrames", 2, {"grab", "-n", "many"}, "'many' is no whole number"},
