@@ -1,6 +1,7 @@
 #include "python/Options.h"
 
 #include "python/Lock.h"
+#include "python/Pixels.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -38,6 +39,7 @@ void Take(const py::kwargs& options, const char* name, T& value) {
 }
 
 Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
+    PrepareArrays();
     if (count < 0) throw Tavix::ValueError("a number of images is 0, which is without end, or more");
     Tavix::GrabOptions made;
     made.count = static_cast<std::uint64_t>(count);

@@ -63,6 +63,14 @@ Shape ShapeOf(const Tavix::Image& image, const Layout& layout) {
 
 } // namespace
 
+void PrepareArrays() {
+    try {
+        py::detail::npy_api::get();
+    } catch (const py::error_already_set& e) {
+        if (!e.matches(PyExc_ImportError)) throw;
+    }
+}
+
 py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
     const Layout& layout = LastLayout(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
     const Shape shape = ShapeOf(image, layout);

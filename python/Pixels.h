@@ -11,4 +11,8 @@ namespace tavixpython {
 /// components) for formats of whole bytes, else all bytes in a row. Lines that did not come whole are left out.
 pybind11::array ArrayOf(const Tavix::Image& image, pybind11::handle owner);
 
+/// Loads NumPy, which takes a tenth of a second: before images come, and not while they wait. Without NumPy arrays are
+/// refused when they are asked for.
+void PrepareArrays();
+
 } // namespace tavixpython

@@ -1,6 +1,8 @@
 import gc
 import os
 import signal
+import subprocess
+import sys
 import threading
 
 import numpy
@@ -29,6 +31,14 @@ def test_the_array_is_a_view_of_the_image(camera):
     assert numpy.shares_memory(array, image.array) and numpy.shares_memory(array, numpy.asarray(image))
     assert numpy.shares_memory(array, numpy.from_dlpack(image))
     assert array.max() > array.min()
+
+
+def test_numpy_is_loaded_before_images_come():
+    code = ("import sys, tavix\ntavix.virtual(1)\nwith tavix.open() as camera:\n"
+            "    before = 'numpy' in sys.modules\n    stream = camera.grab(1)\n"
+            "    print(before, 'numpy' in sys.modules)\n    stream.close()\n")
+    done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
+    assert done.stdout == "False True\n", done.stderr
 
 
 def test_shapes_follow_the_format(camera):
