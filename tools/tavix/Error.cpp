@@ -46,7 +46,7 @@ std::string CaughtReason() noexcept {
 }
 
 bool TellsOfRemoval(const std::string& reason) {
-    return reason.find("The camera was removed.") != std::string::npos;
+    return reason.find("The camera was removed") != std::string::npos;
 }
 
 } // namespace tool
