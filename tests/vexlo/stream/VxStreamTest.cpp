@@ -141,14 +141,13 @@ TEST_F(VxStreamTest, RefusesToPrepareForNothing) {
 
 TEST_F(VxStreamTest, TellsSizesClearsTheHaltAndSwitchesOn) {
     Start();
-    using Write = FakeCamera::Write;
     EXPECT_EQ(camera->Writes(),
-              (std::vector<Write>{
+              (std::vector<FakeCamera::Write>{
                   {0x18, 1024}, {0x1C, 1 << 20}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}, {0x04, 1}}));
     EXPECT_EQ(camera->HaltsBeforeEnable(), 1u);
     EXPECT_EQ(camera->QueuedBeforeEnable(), 1u) << "the transfer of the first leader";
     EXPECT_EQ(stream->FinishGrab(), VX_OK);
-    EXPECT_EQ(camera->Writes().back(), (Write{0x04, 0}));
+    EXPECT_EQ(camera->Writes().back(), (FakeCamera::Write{0x04, 0}));
 }
 
 TEST_F(VxStreamTest, GrabsAgainAndAgain) {
