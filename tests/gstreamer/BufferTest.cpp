@@ -19,6 +19,7 @@ Tavix::Image ImageOf(PixelFormat format, std::uint32_t width, std::uint32_t heig
     frame->width = width;
     frame->height = height;
     frame->paddingX = padding;
+    frame->MeasureLines();
     frame->origin = std::make_shared<Tavix::detail::FrameOrigin>();
     frame->payloadSize = frame->size = (width * Tavix::imaging::BitsPerPixel(format) / 8 + padding) * height;
     auto bytes = std::make_shared<std::vector<std::uint8_t>>(frame->size);
