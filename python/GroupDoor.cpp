@@ -44,7 +44,7 @@ Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::int64_t count, cons
     return {door.group->Grab(made), SilenceOf(made.grab)};
 }
 
-void Close(GroupDoor& door) {
+void CloseAll(GroupDoor& door) {
     if (IsLeftToParent()) return;
     const WithoutLock unlocked;
     for (Tavix::Camera& camera : *door.group)
@@ -121,13 +121,13 @@ void BindGroup(py::module_& module) {
             },
             py::arg("timeout") = py::none(),
             "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.")
-        .def("close", &Close, "Closes all cameras. Images live on; closing twice is harmless.")
+        .def("close", &CloseAll, "Closes all cameras. Images live on; closing twice is harmless.")
         .def_property_readonly(
             "is_open",
             [](const GroupDoor& door) { return !IsLeftToParent() && Unlocked([&] { return IsOpen(door); }); },
             "Whether all of them are.")
         .def("__enter__", [](const py::object& self) { return self; })
-        .def("__exit__", [](GroupDoor& door, const py::args&) { Close(door); })
+        .def("__exit__", [](GroupDoor& door, const py::args&) { CloseAll(door); })
         .def("__repr__",
              [](const GroupDoor& door) { return "<tavix.Group of " + std::to_string(door.cameras.size()) + ">"; });
     module.def("_group", &Open, py::arg("names"));
