@@ -24,15 +24,6 @@ Layout LayoutOf(imaging::PixelFormat code) {
     return {word, bits / (8 * word)};
 }
 
-/// The format of one image is mostly that of the one before. Called with the interpreter's lock held.
-const Layout& LastLayout(imaging::PixelFormat code) {
-    static imaging::PixelFormat last = imaging::PixelFormat::Undefined;
-    static Layout layout;
-    if (code != last) layout = LayoutOf(code);
-    last = code;
-    return layout;
-}
-
 /// As NumPy counts: one to three dimensions.
 struct Shape {
     int dimensions = 0;
@@ -72,7 +63,7 @@ void PrepareArrays() {
 }
 
 py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
-    const Layout& layout = LastLayout(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
+    const Layout layout = LayoutOf(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
     const Shape shape = ShapeOf(image, layout);
     py::dtype type = layout.word == 1 ? py::dtype::of<std::uint8_t>() : py::dtype::of<std::uint16_t>();
     using Api = py::detail::npy_api; // whose own array class takes vectors for a shape
