@@ -147,7 +147,7 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
             "(bytes), newest_only, incomplete, timeout (seconds, 5; None for ever), reconnect (seconds; None for "
-            "ever). "
+            "ever), memory_limit and transfer_size (bytes), thread_priority (1 to 99). "
             "Its steps raise Timeout or Removed. StateError when the camera streams already.")
         .def(
             "_feed",

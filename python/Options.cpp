@@ -15,8 +15,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kForEver{-1};
-constexpr auto kOfCameras = {"buffers",    "memory_limit", "keep_budget", "newest_only",
-                             "incomplete", "timeout",      "reconnect",   "transfer_size"};
+constexpr auto kOfCameras = {"buffers", "memory_limit", "keep_budget",   "newest_only",    "incomplete",
+                             "timeout", "reconnect",    "transfer_size", "thread_priority"};
 constexpr auto kOfGroups = {"by", "tolerance", "set_timeout"};
 
 using Names = std::initializer_list<const char*>;
@@ -49,6 +49,7 @@ Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
     Take(options, "newest_only", made.newestOnly);
     Take(options, "incomplete", made.incomplete);
     Take(options, "transfer_size", made.transferSize);
+    Take(options, "thread_priority", made.threadPriority);
     if (options.contains("timeout")) made.timeout = ToMilliseconds(options["timeout"], milliseconds(0));
     if (options.contains("reconnect")) made.reconnect = ToMilliseconds(options["reconnect"], kForEver);
     return made;

@@ -131,6 +131,8 @@ def test_misspelt_options_and_second_streams_are_refused(camera):
         camera.grab(3, bufers=2)
     with pytest.raises(tavix.ValueError):
         camera.grab(3, timeout=-1)
+    with pytest.raises(tavix.ValueError, match="99"):
+        camera.grab(3, thread_priority=100)
     with camera.grab():
         with pytest.raises(tavix.StateError):
             camera.grab()
