@@ -3,8 +3,8 @@
 #include "Script.h"
 
 #include "usb/Backend.h"
-#include "vexlo/Bootstrap.h"
-#include "vexlo/DescriptionFile.h"
+#include "vexlo/device/Bootstrap.h"
+#include "vexlo/device/DescriptionFile.h"
 
 #include <algorithm>
 #include <array>

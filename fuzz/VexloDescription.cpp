@@ -1,6 +1,6 @@
 // Description files as a camera stores them.
 
-#include "vexlo/DescriptionFile.h"
+#include "vexlo/device/DescriptionFile.h"
 
 #include "core/Unzip.h"
 

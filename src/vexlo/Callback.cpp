@@ -1,8 +1,8 @@
 // Notifications of the USB access library.
 #include "vexlo/Library.h"
 #include "vexlo/NoThrow.h"
-#include "vexlo/RemovalNotifier.h"
 #include "vexlo/VxCallback.h"
+#include "vexlo/discovery/RemovalNotifier.h"
 
 namespace vexlo {
 

@@ -3,8 +3,8 @@
 
 #include "vexlo/Mutex.h"
 #include "vexlo/NoThrow.h"
-#include "vexlo/RemovalNotifier.h"
 #include "vexlo/Vexlo.h"
+#include "vexlo/discovery/RemovalNotifier.h"
 
 #include <unistd.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 // What the library keeps between Init and Exit.
 
-#include "vexlo/BackendSet.h"
-#include "vexlo/CameraNotes.h"
-#include "vexlo/SilenceNotes.h"
-#include "vexlo/VersionNotes.h"
+#include "vexlo/control/SilenceNotes.h"
+#include "vexlo/device/CameraNotes.h"
+#include "vexlo/discovery/BackendSet.h"
+#include "vexlo/discovery/VersionNotes.h"
 
 #include <memory>
 #include <string>

@@ -2,7 +2,7 @@
 // A control channel to a scripted camera, and what the tests of it share.
 
 #include "support/ScriptedBackend.h"
-#include "vexlo/ControlChannel.h"
+#include "vexlo/control/ControlChannel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "vexlo/DescriptionFile.h"
+#include "vexlo/device/DescriptionFile.h"
 
 #include "core/Unzip.h"
 #include "vexlo/Fixture.h"

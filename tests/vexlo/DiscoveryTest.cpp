@@ -1,4 +1,4 @@
-#include "vexlo/Discovery.h"
+#include "vexlo/discovery/Discovery.h"
 
 #include "tavixbase/LogRecorder.h"
 #include "vexlo/Fixture.h"

@@ -1,4 +1,4 @@
-#include "vexlo/EventRing.h"
+#include "vexlo/event/EventRing.h"
 
 #include "tavixbase/LogRecorder.h"
 

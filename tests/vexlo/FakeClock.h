@@ -2,7 +2,7 @@
 // Time that passes only where somebody waits.
 
 #include "support/ScriptedCamera.h"
-#include "vexlo/Deadline.h"
+#include "vexlo/control/Deadline.h"
 
 #include <atomic>
 

@@ -3,13 +3,13 @@
 
 #include "support/ScriptedBackend.h"
 
-#include "vexlo/BackendSet.h"
 #include "vexlo/Enumerator.h"
 #include "vexlo/Vexlo.h"
 #include "vexlo/VxCallback.h"
 #include "vexlo/VxDevice.h"
 #include "vexlo/VxEventStream.h"
 #include "vexlo/VxStream.h"
+#include "vexlo/discovery/BackendSet.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Reading and writing of any length through a control channel.
-#include "vexlo/RegisterAccess.h"
+#include "vexlo/control/RegisterAccess.h"
 #include "vexlo/ControlChannelFixture.h"
 
 namespace {

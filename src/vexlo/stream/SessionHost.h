@@ -1,7 +1,7 @@
 #pragma once
 // The camera that is open at the moment, as its image stream sees it.
 
-#include "vexlo/VxDeviceImpl.h"
+#include "vexlo/device/VxDeviceImpl.h"
 #include "vexlo/stream/StreamHost.h"
 
 namespace vexlo {

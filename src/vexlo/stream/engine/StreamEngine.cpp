@@ -13,8 +13,6 @@
 namespace vexlo {
 namespace {
 
-using Clock = RecoveryPolicy::Clock;
-
 constexpr unsigned int kWaitMs = 1000;
 constexpr unsigned int kMemoryRetryMs = 5;
 constexpr std::chrono::milliseconds kEventsRetry{20};
@@ -45,7 +43,7 @@ VxStatus StreamEngine::Start() {
     }
     m_Pool.Start([this] { m_Handle.WakeEvents(); });
     m_Queue.LeadOff();
-    m_Sizes.Start(Clock::now());
+    m_Sizes.Start(RecoveryPolicy::Clock::now());
     QueueMore();
     m_Requests.Begin();
     return VX_OK;
@@ -94,9 +92,10 @@ void StreamEngine::Work() {
     if (m_Policy.IsGone() && m_Queue.IsEmpty() && !m_Policy.Is(State::Dead))
         return Leave(Cause::Lost, VX_E_USB_NO_DEVICE);
     const bool isPlanned = m_Policy.Is(State::Planned);
-    if (m_Sizes.Listens()) m_Sizes.Look(Clock::now(), isPlanned && m_Queue.Oldest() && !m_Queue.IsEmpty());
+    if (m_Sizes.Listens())
+        m_Sizes.Look(RecoveryPolicy::Clock::now(), isPlanned && m_Queue.Oldest() && !m_Queue.IsEmpty());
     if (m_Sizes.Wanted() != 0 && isPlanned && !m_Requests.IsStopping()) return TrySmaller();
-    if (m_Policy.Is(State::Pausing) && Clock::now() >= m_Policy.PauseEnd()) Restart();
+    if (m_Policy.Is(State::Pausing) && RecoveryPolicy::Clock::now() >= m_Policy.PauseEnd()) Restart();
     QueueMore();
     if (m_Policy.Is(State::Reaping) && m_Queue.IsEmpty()) return;
     WaitForWork();
@@ -118,7 +117,7 @@ void StreamEngine::WaitForWork() {
     const usb::Result result = m_Queue.Wait(retrySoon ? kMemoryRetryMs : MostWaitMs());
     if (result == usb::Result::Ok || result == usb::Result::Interrupted) return;
     // Transfers end there only, so it must be tried again, but not without a pause.
-    m_Requests.WaitUntil(Clock::now() + kEventsRetry);
+    m_Requests.WaitUntil(RecoveryPolicy::Clock::now() + kEventsRetry);
 }
 
 unsigned int StreamEngine::MostWaitMs() const {
@@ -147,7 +146,7 @@ void StreamEngine::OnQueued(usb::Result result) {
     if (result != usb::Result::NoMemory && !MayPass(result)) return Leave(Cause::Failure, VX_E_USB_IO);
     // It is tried again when another one has made room.
     if (!m_Queue.IsEmpty()) return;
-    const auto refusal = m_Sizes.NoteRefused(Clock::now(), m_Policy.Is(State::Planned));
+    const auto refusal = m_Sizes.NoteRefused(RecoveryPolicy::Clock::now(), m_Policy.Is(State::Planned));
     if (refusal == SizeTrial::Refusal::GiveUp) Leave(Cause::Failure, ToStatus(result));
 }
 
