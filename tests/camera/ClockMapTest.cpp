@@ -1,4 +1,4 @@
-#include "camera/ClockMap.h"
+#include "camera/time/ClockMap.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "camera/FramePool.h"
+#include "camera/stream/FramePool.h"
 
 #include <gtest/gtest.h>
 

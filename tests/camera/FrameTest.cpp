@@ -1,6 +1,6 @@
-#include "camera/Frame.h"
+#include "camera/image/Frame.h"
 
-#include "camera/ChunkReader.h"
+#include "camera/image/ChunkReader.h"
 
 #include <tavix/imaging/PixelType.h>
 

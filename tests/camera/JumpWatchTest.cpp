@@ -1,4 +1,4 @@
-#include "camera/JumpWatch.h"
+#include "camera/time/JumpWatch.h"
 
 #include <gtest/gtest.h>
 

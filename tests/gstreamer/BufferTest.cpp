@@ -1,4 +1,4 @@
-#include "camera/Frame.h"
+#include "camera/image/Frame.h"
 #include "gstreamer/BufferMaker.h"
 #include "gstreamer/ImageMemory.h"
 #include "gstreamer/ImageMeta.h"

@@ -1,0 +1,73 @@
+#include "camera/device/OpenDevice.h"
+
+#include "camera/Failure.h"
+
+#include <tavix/TlFactory.h>
+
+namespace Tavix::detail {
+namespace {
+
+constexpr unsigned int kNoticeTimeoutMs = 500;
+constexpr char kRemoved[] = "The camera was removed"; // reasons go without their full stop
+
+/// What these say is advice enough, and asking a silent camera once more would cost seconds.
+bool IsClear(const std::string& reason) {
+    return reason.find(kRemoved) != std::string::npos ||
+           reason.find("The camera did not answer in time.") != std::string::npos;
+}
+
+[[noreturn]] void ThrowCannotOpen(const CameraInfo& info, const std::exception& failure) {
+    const std::string reason = Reason(failure), text = "cannot open " + info.friendlyName + ": " + reason;
+    switch (IsClear(reason) ? Accessibility::Unknown : info.Access()) {
+    case Accessibility::InUse:
+        throw AccessError(text + "; end the program that uses it and try again");
+    case Accessibility::NotReachable:
+        throw AccessError(text + "; plug it in again");
+    default:
+        throw AccessError(text);
+    }
+}
+
+} // namespace
+
+bool Removal::Explains(const std::string& reason) const {
+    return HasHappened() || reason.find(kRemoved) != std::string::npos;
+}
+
+bool Removal::IsLikely() const {
+    return m_Bell.Wait(kNoticeTimeoutMs);
+}
+
+void Removal::Happen() {
+    if (m_HasHappened.exchange(true)) return;
+    m_Bell.Signal();
+    m_Listener();
+}
+
+OpenDevice::OpenDevice(const CameraInfo& info, std::function<void()> onRemoval)
+    : m_Name(info.friendlyName), m_Removal(std::make_shared<Removal>(std::move(onRemoval))) {
+    CTlFactory& factory = CTlFactory::GetInstance();
+    try {
+        m_Device = factory.CreateDevice(info.device);
+        m_Device->Open();
+        auto callback = MakeCallback<ITavixDevice*>([removal = m_Removal](ITavixDevice*) { removal->Happen(); });
+        m_RemovalCallback = m_Device->RegisterRemovalCallback(callback);
+    } catch (const std::exception& e) {
+        if (m_Device) Attempt("Giving a camera back", [&] { factory.DestroyDevice(m_Device); });
+        ThrowCannotOpen(info, e);
+    }
+}
+
+OpenDevice::~OpenDevice() {
+    Attempt("Deregistering from a camera", [&] { m_Device->DeregisterRemovalCallback(m_RemovalCallback); });
+    Attempt("Closing a camera", [&] {
+        if (m_Device->IsOpen()) m_Device->Close();
+    });
+    Attempt("Giving a camera back", [&] { CTlFactory::GetInstance().DestroyDevice(m_Device); });
+}
+
+GenApi::INodeMap& OpenDevice::Nodes() const {
+    return *m_Device->GetNodeMap();
+}
+
+} // namespace Tavix::detail

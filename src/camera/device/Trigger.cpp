@@ -1,0 +1,121 @@
+#include "camera/device/Trigger.h"
+
+#include "camera/device/CameraCore.h"
+
+#include <tavix/camera/Camera.h>
+
+#include <GenApi/INodeMap.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace Tavix {
+namespace detail {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::microseconds kStep{200};
+
+bool Has(FeatureSource& camera, const char* name) {
+    const auto device = camera.Hold();
+    return device->Nodes().GetNode(name) != nullptr;
+}
+
+bool Is(FeatureSource& camera, const char* name, const char* value) {
+    return Has(camera, name) && camera.Make(name).IsReadable() && camera.Make(name).Text() == value;
+}
+
+/// The status that tells of the trigger which is selected.
+std::string StatusOfTrigger(FeatureSource& camera) {
+    const std::string trigger = Has(camera, "TriggerSelector") ? camera.Make("TriggerSelector").Text() : "FrameStart";
+    if (trigger == "FrameBurstStart") return "FrameBurstTriggerWait";
+    return trigger == "AcquisitionStart" ? "AcquisitionTriggerWait" : "FrameTriggerWait";
+}
+
+/// Whether the camera tells that it waits for a trigger.
+bool TellsReadiness(FeatureSource& camera) {
+    if (!Has(camera, "AcquisitionStatus") || !Has(camera, "AcquisitionStatusSelector")) return false;
+    Feature selector = camera.Make("AcquisitionStatusSelector");
+    const std::string wanted = StatusOfTrigger(camera);
+    if (selector.Text() == wanted) return true;
+    const std::vector<std::string> entries = selector.Entries();
+    if (std::find(entries.begin(), entries.end(), wanted) == entries.end()) return false;
+    selector = wanted;
+    return true;
+}
+
+/// By the rate that the camera states; 0 when it states none.
+std::chrono::nanoseconds StatedPeriod(FeatureSource& camera) {
+    for (const char* name : {"ResultingFrameRate", "AcquisitionResultingFrameRate", "AcquisitionFrameRate"}) {
+        if (!Has(camera, name) || !camera.Make(name).IsReadable()) continue;
+        const double rate = camera.Make(name).Float();
+        if (rate > 0) return std::chrono::nanoseconds(static_cast<std::int64_t>(1e9 / rate));
+    }
+    return {};
+}
+
+bool AwaitReadiness(FeatureSource& camera, Clock::time_point deadline) {
+    const Feature status = camera.Make("AcquisitionStatus");
+    while (!status.Bool()) {
+        if (Clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(kStep);
+    }
+    return true;
+}
+
+} // namespace
+
+bool TriggerClock::AwaitTurn(std::chrono::nanoseconds period, Clock::time_point deadline) const {
+    const Clock::time_point turn = Clock::time_point(Clock::duration(m_Last)) + period;
+    if (turn > deadline) return false;
+    std::this_thread::sleep_until(turn);
+    return true;
+}
+
+bool WaitsForSoftware(FeatureSource& camera) {
+    return Is(camera, "TriggerMode", "On") && Is(camera, "TriggerSource", "Software");
+}
+
+void AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono::milliseconds timeout) {
+    if (!WaitsForSoftware(camera)) {
+        throw AccessError("the camera takes no trigger by software now; set TriggerMode to On and TriggerSource to "
+                          "Software",
+                          "TriggerSoftware");
+    }
+    const Clock::time_point deadline = Clock::now() + timeout;
+    const bool isReady =
+        TellsReadiness(camera) ? AwaitReadiness(camera, deadline) : clock.AwaitTurn(StatedPeriod(camera), deadline);
+    if (!isReady)
+        throw Timeout("the camera was not ready for a trigger within " + std::to_string(timeout.count()) + " ms",
+                      "TriggerSoftware");
+}
+
+void FireTrigger(FeatureSource& camera, TriggerClock& clock) {
+    camera.Make("TriggerSoftware").Execute();
+    clock.NoteTrigger();
+}
+
+} // namespace detail
+
+void Camera::Trigger(std::chrono::milliseconds timeout) {
+    detail::AwaitTrigger(Checked(), m_Core->GetTriggerClock(), timeout);
+    detail::FireTrigger(*m_Core, m_Core->GetTriggerClock());
+}
+
+Image Camera::GrabOne(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    GrabOptions options;
+    options.count = 1;
+    options.buffers = 2;
+    const bool isTriggered = detail::WaitsForSoftware(Checked());
+    ImageStream stream = Grab(options);
+    if (isTriggered) Trigger(timeout);
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    Image image = stream.Wait(std::max(left, std::chrono::milliseconds(0)));
+    if (!image) throw Timeout("no image came within " + std::to_string(timeout.count()) + " ms");
+    return image;
+}
+
+} // namespace Tavix

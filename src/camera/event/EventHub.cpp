@@ -1,0 +1,71 @@
+#include "camera/event/EventHub.h"
+
+namespace Tavix::detail {
+namespace {
+
+constexpr char kAllEvents[] = "";
+
+} // namespace
+
+std::shared_ptr<EventHub::List> EventHub::ListOf(const std::string& event) {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    std::shared_ptr<List>& list = m_Lists[event];
+    if (!list) list = std::make_shared<List>();
+    return list;
+}
+
+EventPump& EventHub::PumpOf(const std::shared_ptr<OpenDevice>& device) {
+    if (!m_Pump) m_Pump = std::make_unique<EventPump>(device, [this](const CameraEvent& event) { Tell(event); });
+    return *m_Pump;
+}
+
+Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std::string& event,
+                           std::function<void(const CameraEvent&)> callback) {
+    const std::lock_guard<std::mutex> guard(m_Starting);
+    try {
+        EventPump& pump = PumpOf(device);
+        pump.SwitchOn(event); // NotFound before the callback is known
+        return ListOf(event)->Add(std::move(callback));
+    } catch (const GenICam::GenericException&) {
+        RethrowAsError("cannot receive events of " + device->Name() + ": ");
+    }
+}
+
+void EventHub::CallOf(const std::string& list, const CameraEvent& event) {
+    std::shared_ptr<List> callbacks;
+    {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const auto found = m_Lists.find(list);
+        if (found != m_Lists.end()) callbacks = found->second;
+    }
+    if (callbacks) callbacks->Call(event);
+}
+
+void EventHub::Tell(const CameraEvent& event) {
+    if (!event.name.empty()) CallOf(event.name, event);
+    CallOf(kAllEvents, event);
+}
+
+void EventHub::Stop() {
+    std::unique_ptr<EventPump> pump;
+    {
+        const std::lock_guard<std::mutex> guard(m_Starting);
+        pump.swap(m_Pump);
+    }
+    pump.reset(); // unlocked, since a callback that runs may want to add another
+}
+
+void EventHub::Restart(const std::shared_ptr<OpenDevice>& device) {
+    std::vector<std::string> events;
+    {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        for (const auto& [name, list] : m_Lists)
+            events.push_back(name);
+    }
+    if (events.empty()) return;
+    const std::lock_guard<std::mutex> guard(m_Starting);
+    for (const std::string& event : events)
+        Attempt("Switching an event on again", [&] { PumpOf(device).SwitchOn(event); });
+}
+
+} // namespace Tavix::detail

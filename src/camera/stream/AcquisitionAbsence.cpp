@@ -1,0 +1,65 @@
+// A camera that is away, and images on their way out.
+#include "camera/stream/Acquisition.h"
+
+#include <tavix/camera/Error.h>
+
+#include <algorithm>
+
+namespace Tavix::detail {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kSeekStep{100};
+
+} // namespace
+
+void Acquisition::SeekCamera(const Deadline& deadline) {
+    try {
+        if (m_Core->TryReopen()) {
+            m_HasGap = true; // first, since an image may come, on the grabber's thread, before the start has returned
+            StartSession(m_AwaySince);
+            m_IsAway = false;
+            ++m_Counts.reconnects;
+            return;
+        }
+    } catch (const std::exception& e) { // it may be booting, or gone again
+        LogTrace(LogCategoryCamera(), kLogInfo, "'%s' cannot be had back yet: %s", m_Core->Info().friendlyName.c_str(),
+                 Reason(e).c_str());
+        StopSession();
+        m_Core->LetGo();
+    }
+    const auto away = Clock::now() - m_AwaySince;
+    if (m_Options.reconnect.count() > 0 && away >= m_Options.reconnect) {
+        m_IsAway = false;
+        m_IsRunning = false;
+        throw Removed(m_Core->Info().friendlyName + " is unplugged and did not come back within " +
+                      std::to_string(m_Options.reconnect.count()) + " ms");
+    }
+    auto until = Clock::now() + kSeekStep;
+    if (deadline) until = std::min(until, *deadline);
+    const auto pause = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count() + 1;
+    m_Alarm.Wait(static_cast<unsigned int>(std::max<std::int64_t>(pause, 0)));
+}
+
+void Acquisition::HandOut(Image& image) {
+    Frame& frame = image.Inside();
+    frame.number = m_Number++;
+    frame.gapBefore += m_GapOfDropped;
+    m_GapOfDropped = {};
+    frame.missedBefore = 0;
+    const bool isSameRun = m_HasHandedOut && frame.gapBefore.count() == 0 && frame.blockId != kUnknownBlock;
+    if (isSameRun && frame.blockId > m_LastHandedOut) frame.missedBefore = frame.blockId - m_LastHandedOut - 1;
+    if (frame.blockId != kUnknownBlock) {
+        m_LastHandedOut = frame.blockId;
+        m_HasHandedOut = true;
+    }
+    ++m_Counts.delivered;
+}
+
+void Acquisition::Drop(Image image) {
+    m_GapOfDropped += image.Inside().gapBefore;
+    ++m_Counts.dropped;
+}
+
+} // namespace Tavix::detail

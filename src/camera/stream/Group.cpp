@@ -1,0 +1,166 @@
+#include "camera/stream/Acquisition.h"
+#include "camera/stream/ImageSets.h"
+#include "core/Export.h"
+
+#include <tavix/camera/Group.h>
+
+#include <condition_variable>
+#include <thread>
+
+namespace Tavix {
+
+/// A thread for each camera puts its images into the sets; the application's thread takes sets.
+struct TAVIX_HIDDEN GroupStream::Impl {
+    struct Member {
+        ImageStream stream;
+        std::thread thread;
+    };
+
+    Impl(std::vector<std::string> names, const GroupOptions& given) : options(given), sets(std::move(names), given) {}
+    ~Impl() {
+        Cancel();
+        for (Member& member : members)
+            if (member.thread.joinable()) member.thread.join();
+    }
+
+    void Cancel() noexcept {
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            isCancelled = true;
+            changed.notify_all();
+        }
+        for (Member& member : members)
+            member.stream.Cancel();
+    }
+    void Start(std::size_t camera) {
+        members[camera].thread = std::thread([this, camera] { Run(camera); });
+    }
+    void Run(std::size_t camera) noexcept;
+    bool IsOver() const {
+        return isCancelled || (options.grab.count > 0 && taken >= options.grab.count) || sets.HasEnded();
+    }
+    ImageSet Take(const detail::Deadline& deadline);
+
+    const GroupOptions options;
+    std::vector<Member> members; // constant once the threads run
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    detail::ImageSets sets;   // guarded by mutex
+    bool isCancelled = false; // guarded by mutex
+    std::uint64_t taken = 0;  // guarded by mutex
+};
+
+void GroupStream::Impl::Run(std::size_t camera) noexcept {
+    std::string reason = "its stream has ended";
+    try {
+        while (Image image = members[camera].stream.Wait(std::chrono::milliseconds(-1))) {
+            const std::lock_guard<std::mutex> guard(mutex);
+            sets.Add(camera, std::move(image), std::chrono::steady_clock::now());
+            changed.notify_all();
+        }
+    } catch (const std::exception& e) {
+        reason = detail::Reason(e);
+    }
+    const std::lock_guard<std::mutex> guard(mutex);
+    sets.End(camera, reason);
+    changed.notify_all();
+}
+
+ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
+    std::unique_lock<std::mutex> guard(mutex);
+    while (!IsOver()) {
+        const auto now = std::chrono::steady_clock::now();
+        if (auto set = sets.Take(now)) {
+            ++taken;
+            return std::move(*set);
+        }
+        if (deadline && now >= *deadline) break;
+        detail::Deadline until = sets.NextDecision();
+        if (deadline && (!until || *deadline < *until)) until = deadline;
+        if (until) {
+            changed.wait_until(guard, *until);
+        } else {
+            changed.wait(guard);
+        }
+    }
+    return {};
+}
+
+GroupStream::GroupStream(std::unique_ptr<Impl> impl) : m_Impl(std::move(impl)) {}
+GroupStream::GroupStream(GroupStream&&) noexcept = default;
+GroupStream& GroupStream::operator=(GroupStream&&) noexcept = default;
+GroupStream::~GroupStream() = default;
+
+ImageSet GroupStream::Next() {
+    const std::chrono::milliseconds timeout = m_Impl->options.grab.timeout;
+    ImageSet set = m_Impl->Take(timeout.count() == 0 ? detail::Deadline() : detail::DeadlineIn(timeout));
+    if (set.images.empty() && !HasEnded())
+        throw Timeout("none of the cameras sent an image for " + std::to_string(timeout.count()) + " ms");
+    return set;
+}
+
+ImageSet GroupStream::Wait(std::chrono::milliseconds timeout) {
+    return m_Impl->Take(detail::DeadlineIn(timeout));
+}
+
+void GroupStream::Cancel() noexcept {
+    m_Impl->Cancel();
+}
+
+bool GroupStream::HasEnded() const {
+    const std::lock_guard<std::mutex> guard(m_Impl->mutex);
+    return m_Impl->IsOver();
+}
+
+std::vector<GrabCounts> GroupStream::Counts() const {
+    std::vector<GrabCounts> counts;
+    for (const Impl::Member& member : m_Impl->members)
+        counts.push_back(member.stream.Counts());
+    return counts;
+}
+
+Group Group::Open(const std::vector<std::string>& names) {
+    std::vector<Camera> cameras;
+    if (names.empty()) {
+        for (const CameraInfo& info : Cameras())
+            cameras.push_back(Camera::Open(info));
+    }
+    for (const std::string& name : names)
+        cameras.push_back(Camera::Open(name));
+    if (cameras.empty()) detail::ThrowNoCamera();
+    return Group(std::move(cameras));
+}
+
+void Group::Set(const std::string& feature, const std::string& value) {
+    for (Camera& camera : m_Cameras)
+        camera[feature] = value;
+}
+
+GroupStream Group::Grab(const GroupOptions& options) {
+    std::vector<std::string> names;
+    for (const Camera& camera : m_Cameras)
+        names.push_back(camera.Info().friendlyName);
+    auto impl = std::make_unique<GroupStream::Impl>(std::move(names), options);
+    GrabOptions each = options.grab;
+    each.count = 0; // of sets, not of images
+    for (Camera& camera : m_Cameras)
+        impl->members.push_back({camera.Grab(each), {}});
+    impl->sets.Begin(std::chrono::steady_clock::now());
+    for (std::size_t i = 0; i < m_Cameras.size(); ++i)
+        impl->Start(i);
+    return GroupStream(std::move(impl));
+}
+
+void Group::Trigger(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (Camera& camera : m_Cameras) {
+        const auto left = deadline - std::chrono::steady_clock::now();
+        const auto wait =
+            std::max(std::chrono::duration_cast<std::chrono::milliseconds>(left), std::chrono::milliseconds(0));
+        detail::AwaitTrigger(camera.Checked(), camera.m_Core->GetTriggerClock(), wait);
+    }
+    for (Camera& camera : m_Cameras)
+        detail::FireTrigger(camera.Checked(), camera.m_Core->GetTriggerClock());
+}
+
+} // namespace Tavix

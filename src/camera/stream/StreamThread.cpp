@@ -1,0 +1,118 @@
+#include "camera/stream/StreamThread.h"
+
+#include <tavix/camera/Error.h>
+
+#include <limits>
+#include <utility>
+
+namespace Tavix::detail {
+
+StreamThread::StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback)
+    : m_Acquisition(std::move(acquisition)), m_Callback(std::move(callback)),
+      m_Left(m_Acquisition->Options().count > 0 ? m_Acquisition->Options().count
+                                                : std::numeric_limits<std::uint64_t>::max()) {
+    m_Acquisition->Start(m_Callback ? [this](Image image) { Receive(std::move(image)); }
+                                    : std::function<void(Image)>());
+    try {
+        m_Thread = std::thread([this] { Run(); });
+    } catch (...) {
+        m_Acquisition->Shutdown(); // or it would call who is not there
+        throw;
+    }
+}
+
+StreamThread::~StreamThread() {
+    m_Acquisition->Cancel();
+    m_Thread.join();
+}
+
+void StreamThread::Run() {
+    const std::chrono::milliseconds timeout = m_Acquisition->ImageTimeout();
+    try {
+        while (!m_Acquisition->IsCancelled()) {
+            Image image = m_Acquisition->Take(timeout, Acquisition::Absence::IsForgiven);
+            if (image) {
+                Deliver(std::move(image));
+            } else if (!m_Acquisition->IsRunning()) {
+                break;
+            } else if (m_Callback && !m_Acquisition->IsCancelled()) {
+                throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms");
+            }
+        }
+    } catch (...) {
+        Fail(std::current_exception());
+    }
+    m_Acquisition->Shutdown();
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    m_HasEnded = true;
+    m_Changed.notify_all();
+}
+
+/// The first failure is the one to tell.
+void StreamThread::Fail(std::exception_ptr failure) {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (!m_Failure) m_Failure = std::move(failure);
+}
+
+void StreamThread::Receive(Image image) noexcept {
+    try {
+        m_Acquisition->HandOut(image);
+        m_Callback(std::move(image));
+    } catch (...) {
+        Fail(std::current_exception());
+        m_Acquisition->Cancel();
+        return;
+    }
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (--m_Left == 0) m_Acquisition->Cancel();
+}
+
+void StreamThread::Deliver(Image image) {
+    if (m_Callback) return Receive(std::move(image));
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    if (m_Newest) m_Acquisition->Drop(std::move(m_Newest));
+    m_Newest = std::move(image);
+    m_Changed.notify_all();
+}
+
+template<class Condition>
+bool StreamThread::Await(std::unique_lock<std::mutex>& guard, const Deadline& deadline, Condition condition) {
+    if (deadline) return m_Changed.wait_until(guard, *deadline, condition);
+    m_Changed.wait(guard, condition);
+    return true;
+}
+
+void StreamThread::RethrowFailure() {
+    if (m_Failure) std::rethrow_exception(std::exchange(m_Failure, nullptr));
+}
+
+Image StreamThread::Take(const Deadline& deadline) {
+    if (m_Callback) throw StateError("the images of this stream go to its callback");
+    std::unique_lock<std::mutex> guard(m_Mutex);
+    if (!Await(guard, deadline, [&] { return m_Newest || m_HasEnded; })) return {};
+    Image image = std::move(m_Newest);
+    if (image) {
+        m_Acquisition->HandOut(image);
+        if (--m_Left == 0) {
+            m_HasEnded = true;
+            m_Acquisition->Cancel();
+        }
+        return image;
+    }
+    RethrowFailure();
+    return image;
+}
+
+bool StreamThread::Join(const Deadline& deadline) {
+    std::unique_lock<std::mutex> guard(m_Mutex);
+    if (!Await(guard, deadline, [&] { return m_HasEnded; })) return false;
+    RethrowFailure();
+    return true;
+}
+
+bool StreamThread::HasEnded() const {
+    const std::lock_guard<std::mutex> guard(m_Mutex);
+    return m_HasEnded;
+}
+
+} // namespace Tavix::detail

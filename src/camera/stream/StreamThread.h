@@ -1,0 +1,50 @@
+#pragma once
+// A thread that takes images as they come.
+
+#include "camera/stream/Acquisition.h"
+
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <thread>
+
+namespace Tavix::detail {
+
+/// Calls for each image, or keeps the newest one for who asks. Ends with the acquisition. Thread-safe.
+class StreamThread {
+public:
+    /// Starts the acquisition. Without a callback it keeps the newest image.
+    StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback);
+    /// Cancels the acquisition and waits for a callback that runs.
+    ~StreamThread();
+    StreamThread(const StreamThread&) = delete;
+    StreamThread& operator=(const StreamThread&) = delete;
+
+    /// The newest image, handed out; empty when the stream has ended or the time is over. Throws what ended it.
+    Image Take(const Deadline& deadline);
+    /// False when the time is over. Throws what ended the stream, once.
+    bool Join(const Deadline& deadline);
+    bool HasEnded() const;
+
+private:
+    void Run();
+    void Receive(Image image) noexcept;
+    void Fail(std::exception_ptr failure);
+    void Deliver(Image image);
+    /// Waits for the condition; false when the time is over.
+    template<class Condition>
+    bool Await(std::unique_lock<std::mutex>& guard, const Deadline& deadline, Condition condition);
+    void RethrowFailure();
+
+    const std::shared_ptr<Acquisition> m_Acquisition;
+    const std::function<void(Image)> m_Callback;
+    mutable std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    Image m_Newest;               // guarded by m_Mutex
+    std::uint64_t m_Left;         // images to hand out yet; guarded by m_Mutex
+    bool m_HasEnded = false;      // guarded by m_Mutex
+    std::exception_ptr m_Failure; // guarded by m_Mutex
+    std::thread m_Thread;         // last, since it uses all of it
+};
+
+} // namespace Tavix::detail
