@@ -1,8 +1,8 @@
 // What the transport layer adds to a frame: RetrieveResult and QueueBuffer over a USB access library that costs
 // nothing.
 
-#include "TavixTL_USB/TavixUSB/TavixUsbDevice.h"
-#include "TavixTL_USB/TavixUSB/UsbChunkParser.h"
+#include "TavixTL_USB/TavixUSB/chunk/UsbChunkParser.h"
+#include "TavixTL_USB/TavixUSB/device/TavixUsbDevice.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,8 +1,8 @@
 // Payloads with chunks, and event messages, handed to a camera's node map by the transport layer.
 
-#include "ChunkAdapterUsb.h"
-#include "TavixUsbEventAdapter.h"
-#include "UsbChunkParser.h"
+#include "chunk/ChunkAdapterUsb.h"
+#include "chunk/UsbChunkParser.h"
+#include "event/TavixUsbEventAdapter.h"
 
 #include "ChunkMap.h"
 #include "Script.h"

@@ -2,7 +2,7 @@
 
 #include "Failure.h"
 #include "Log.h"
-#include "TavixUsbTL.h"
+#include "discovery/TavixUsbTL.h"
 
 #include "vexlo/Vexlo.h"
 

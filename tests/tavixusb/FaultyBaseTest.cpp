@@ -2,7 +2,7 @@
 // they come before the library's own.
 
 #include "TavixTL_USB/TavixUSB/TavixUsb.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbDeviceInfoImpl.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbDeviceInfoImpl.h"
 
 #include "support/Camera.h"
 #include "support/Expect.h"

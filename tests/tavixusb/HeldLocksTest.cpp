@@ -1,7 +1,7 @@
 // Operations that wait for a lock which another thread holds.
 
-#include "TavixTL_USB/TavixUSB/TavixUsbEventGrabber.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbStream.h"
+#include "TavixTL_USB/TavixUSB/event/TavixUsbEventGrabber.h"
+#include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
 
 #include "support/DeviceTest.h"
 

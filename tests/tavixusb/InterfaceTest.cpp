@@ -2,11 +2,11 @@
 
 #include "TavixTL_USB/TavixUSB/Failure.h"
 #include "TavixTL_USB/TavixUSB/TavixUsb.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbDevice.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbDeviceInfoImpl.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbEventGrabber.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbStream.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbTL.h"
+#include "TavixTL_USB/TavixUSB/device/TavixUsbDevice.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbDeviceInfoImpl.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbTL.h"
+#include "TavixTL_USB/TavixUSB/event/TavixUsbEventGrabber.h"
+#include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
 
 #include "support/Camera.h"
 

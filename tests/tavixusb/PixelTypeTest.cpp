@@ -1,4 +1,4 @@
-#include "TavixTL_USB/TavixUSB/PixelType.h"
+#include "TavixTL_USB/TavixUSB/stream/PixelType.h"
 
 #include <gtest/gtest.h>
 

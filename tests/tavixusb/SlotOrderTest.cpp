@@ -1,7 +1,7 @@
 // The order of virtual operations, which binaries built earlier rely on.
 
-#include "TavixTL_USB/TavixUSB/TavixUsbDevice.h"
-#include "TavixTL_USB/TavixUSB/TavixUsbTL.h"
+#include "TavixTL_USB/TavixUSB/device/TavixUsbDevice.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbTL.h"
 
 #include <gmock/gmock.h>
 

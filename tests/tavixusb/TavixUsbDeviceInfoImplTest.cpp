@@ -1,4 +1,4 @@
-#include "TavixTL_USB/TavixUSB/TavixUsbDeviceInfoImpl.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbDeviceInfoImpl.h"
 
 #include "support/Camera.h"
 

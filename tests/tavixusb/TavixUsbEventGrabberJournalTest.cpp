@@ -1,9 +1,9 @@
 // Every operation of the event grabber on every road: the calls it makes and the lines it writes, in their order and
 // nothing besides.
 
-#include "TavixUsbEventGrabber.h"
+#include "event/TavixUsbEventGrabber.h"
 
-#include "VxDevicePtr.h"
+#include "device/VxDevicePtr.h"
 #include "support/DeviceTest.h"
 #include "support/Journal.h"
 #include "support/ParamsRows.h"

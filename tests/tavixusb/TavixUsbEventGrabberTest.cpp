@@ -1,6 +1,6 @@
-#include "TavixUsbEventGrabber.h"
+#include "event/TavixUsbEventGrabber.h"
 
-#include "VxDevicePtr.h"
+#include "device/VxDevicePtr.h"
 #include "support/DeviceTest.h"
 
 #include <GenApi/NodeCallback.h>

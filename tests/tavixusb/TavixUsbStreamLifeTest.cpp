@@ -1,6 +1,6 @@
 // How a stream grabber comes, goes and gets its stream: calls and lines in their order.
 
-#include "TavixTL_USB/TavixUSB/VxDevicePtr.h"
+#include "TavixTL_USB/TavixUSB/device/VxDevicePtr.h"
 #include "support/Journal.h"
 #include "support/ParamsRows.h"
 #include "support/StreamGrabberTest.h"

@@ -1,4 +1,4 @@
-#include "TavixTL_USB/TavixUSB/VxDevicePtr.h"
+#include "TavixTL_USB/TavixUSB/device/VxDevicePtr.h"
 
 #include "support/StreamGrabberTest.h"
 

@@ -1,4 +1,4 @@
-#include "TavixTL_USB/TavixUSB/TavixUsbTL.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbTL.h"
 
 #include "support/Together.h"
 #include "support/TransportLayerTest.h"

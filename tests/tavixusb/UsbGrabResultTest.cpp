@@ -1,4 +1,4 @@
-#include "TavixTL_USB/TavixUSB/UsbGrabResult.h"
+#include "TavixTL_USB/TavixUSB/stream/UsbGrabResult.h"
 
 #include "support/Camera.h"
 

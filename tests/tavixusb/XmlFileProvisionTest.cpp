@@ -1,6 +1,6 @@
 // How the transport layer downloads a camera's description.
 
-#include "TavixTL_USB/TavixUSB/PowerRequest.h"
+#include "TavixTL_USB/TavixUSB/discovery/PowerRequest.h"
 
 #include "support/TransportLayerTest.h"
 

@@ -1,6 +1,6 @@
 // What the checksum question asks first, reads how, and covers.
 
-#include "UsbChunkParser.h"
+#include "chunk/UsbChunkParser.h"
 
 #include "ChunkBuffer.h"
 #include "tavixusb/support/Description.h"

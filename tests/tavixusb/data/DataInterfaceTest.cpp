@@ -1,11 +1,11 @@
 // The interfaces as they are documented, held fast by the compiler: names, signatures and the order of the slots.
 
-#include "ChunkAdapterUsb.h"
-#include "NodeCompatibilityLayer.h"
-#include "SelfReliantUsbChunkParser.h"
-#include "TavixUsbEventAdapter.h"
-#include "TavixUsbEventGrabber.h"
-#include "TavixUsbStream.h"
+#include "chunk/ChunkAdapterUsb.h"
+#include "chunk/SelfReliantUsbChunkParser.h"
+#include "compatibility/NodeCompatibilityLayer.h"
+#include "event/TavixUsbEventAdapter.h"
+#include "event/TavixUsbEventGrabber.h"
+#include "stream/TavixUsbStream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "WrappedEnumeration.h"
+#include "compatibility/WrappedEnumeration.h"
 
 #include "tavixusb/support/Description.h"
 

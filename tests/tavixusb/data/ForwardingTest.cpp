@@ -1,7 +1,7 @@
 // What the wrappers and the compatibility layer hand on as it is: every operation, its arguments and its result.
 
 #include "MockNode.h"
-#include "NodeCompatibilityLayer.h"
+#include "compatibility/NodeCompatibilityLayer.h"
 
 #include <gtest/gtest.h>
 

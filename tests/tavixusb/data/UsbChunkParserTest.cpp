@@ -1,5 +1,5 @@
-#include "UsbChunkParser.h"
-#include "SelfReliantUsbChunkParser.h"
+#include "chunk/UsbChunkParser.h"
+#include "chunk/SelfReliantUsbChunkParser.h"
 
 #include "ChunkBuffer.h"
 #include "tavixusb/support/Description.h"

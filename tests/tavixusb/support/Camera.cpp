@@ -1,6 +1,6 @@
 #include "support/Camera.h"
 
-#include "TavixTL_USB/TavixUSB/TavixUsbDeviceInfoImpl.h"
+#include "TavixTL_USB/TavixUSB/discovery/TavixUsbDeviceInfoImpl.h"
 
 #include <cstring>
 

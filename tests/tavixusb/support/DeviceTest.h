@@ -1,7 +1,7 @@
 #pragma once
 // A device over the stand-in, for the tests of device and grabbers.
 
-#include "TavixTL_USB/TavixUSB/TavixUsbDevice.h"
+#include "TavixTL_USB/TavixUSB/device/TavixUsbDevice.h"
 
 #include "support/Camera.h"
 #include "support/Expect.h"

@@ -1,7 +1,7 @@
 #pragma once
 // A stream grabber over the stand-in, and what it says.
 
-#include "TavixTL_USB/TavixUSB/TavixUsbStream.h"
+#include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
 
 #include "support/DeviceTest.h"
 

@@ -3,8 +3,8 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
-#include "PortSuccession.h"
-#include "VxDevicePtr.h"
+#include "device/PortSuccession.h"
+#include "device/VxDevicePtr.h"
 #include "params/UsbTLParams.h"
 
 #include "tavix/Device.h"

@@ -1,4 +1,4 @@
-#include "VxDevicePtr.h"
+#include "device/VxDevicePtr.h"
 
 #include "Log.h"
 

@@ -1,4 +1,4 @@
-#include "ChunkAdapterUsb.h"
+#include "chunk/ChunkAdapterUsb.h"
 
 #include "Failure.h"
 

@@ -1,4 +1,4 @@
-#include "TavixUsbDeviceInfoImpl.h"
+#include "discovery/TavixUsbDeviceInfoImpl.h"
 
 #include "core/Format.h"
 #include "vexlo/DeviceDiscoveryInfo.h"

@@ -1,9 +1,9 @@
 #pragma once
 // What the compatibility layer answers for an enumeration.
 
-#include "EnumerationWrapper.h"
-#include "NodeWrapper.h"
-#include "SelectorWrapper.h"
+#include "compatibility/EnumerationWrapper.h"
+#include "compatibility/NodeWrapper.h"
+#include "compatibility/SelectorWrapper.h"
 
 namespace Tavix {
 

@@ -1,4 +1,4 @@
-#include "SurpriseRemovalController.h"
+#include "device/SurpriseRemovalController.h"
 
 #include "Failure.h"
 

@@ -1,4 +1,4 @@
-#include "TavixUsbEventGrabber.h"
+#include "event/TavixUsbEventGrabber.h"
 
 #include "vexlo/VxDevice.h"
 

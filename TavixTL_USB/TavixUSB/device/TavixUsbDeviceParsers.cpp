@@ -1,9 +1,9 @@
 // The chunk parsers and event adapters that a device hands out.
 
-#include "DeviceGuards.h"
-#include "SelfReliantUsbChunkParser.h"
-#include "TavixUsbEventAdapter.h"
-#include "UsbChunkParser.h"
+#include "chunk/SelfReliantUsbChunkParser.h"
+#include "chunk/UsbChunkParser.h"
+#include "device/DeviceGuards.h"
+#include "event/TavixUsbEventAdapter.h"
 
 namespace Tavix {
 

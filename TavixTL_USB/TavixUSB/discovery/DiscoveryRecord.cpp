@@ -1,4 +1,4 @@
-#include "DiscoveryRecord.h"
+#include "discovery/DiscoveryRecord.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "DeviceGuards.h"
+#include "device/DeviceGuards.h"
 
-#include "TavixUsbEventGrabber.h"
-#include "TavixUsbStream.h"
+#include "event/TavixUsbEventGrabber.h"
+#include "stream/TavixUsbStream.h"
 
 namespace Tavix {
 

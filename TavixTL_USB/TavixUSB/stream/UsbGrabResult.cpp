@@ -1,7 +1,7 @@
-#include "UsbGrabResult.h"
+#include "stream/UsbGrabResult.h"
 
 #include "Failure.h"
-#include "PixelType.h"
+#include "stream/PixelType.h"
 
 namespace Tavix {
 

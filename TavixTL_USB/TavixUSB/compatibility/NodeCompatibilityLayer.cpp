@@ -1,4 +1,4 @@
-#include "NodeCompatibilityLayer.h"
+#include "compatibility/NodeCompatibilityLayer.h"
 
 #include <boost/make_shared.hpp>
 

@@ -1,7 +1,7 @@
-#include "TavixUsbStream.h"
+#include "stream/TavixUsbStream.h"
 
-#include "TavixUsbDevice.h"
-#include "UsbGrabResult.h"
+#include "device/TavixUsbDevice.h"
+#include "stream/UsbGrabResult.h"
 
 #include "core/Format.h"
 #include "u3v/Constants.h"

@@ -1,7 +1,7 @@
 #pragma once
 // Hears that an open camera was unplugged and tells the application.
 
-#include "TavixUsbDevice.h"
+#include "device/TavixUsbDevice.h"
 
 #include "vexlo/VxCallback.h"
 

@@ -1,5 +1,5 @@
 // Which registers of a camera are commands.
-#include "CommandRegisters.h"
+#include "device/CommandRegisters.h"
 
 #include <algorithm>
 

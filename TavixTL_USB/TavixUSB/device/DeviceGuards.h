@@ -1,7 +1,7 @@
 #pragma once
 // The locks of a device in their order, for operations that need more than its own.
 
-#include "TavixUsbDevice.h"
+#include "device/TavixUsbDevice.h"
 
 #include <GenApi/Synch/Lock.h>
 

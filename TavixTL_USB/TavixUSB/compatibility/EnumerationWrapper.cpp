@@ -1,4 +1,4 @@
-#include "EnumerationWrapper.h"
+#include "compatibility/EnumerationWrapper.h"
 
 namespace Tavix {
 namespace {

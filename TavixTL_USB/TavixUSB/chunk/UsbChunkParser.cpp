@@ -1,7 +1,7 @@
-#include "UsbChunkParser.h"
+#include "chunk/UsbChunkParser.h"
 
-#include "ChunkAdapterUsb.h"
 #include "Failure.h"
+#include "chunk/ChunkAdapterUsb.h"
 
 #include "u3v/Crc16.h"
 

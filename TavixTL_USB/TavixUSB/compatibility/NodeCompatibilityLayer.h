@@ -1,7 +1,7 @@
 #pragma once
 // A node map that answers older feature names with a camera's current nodes.
 
-#include "WrappedEnumeration.h"
+#include "compatibility/WrappedEnumeration.h"
 
 #include "tavix/NodeMapProvider.h"
 

@@ -1,4 +1,4 @@
-#include "SelfReliantUsbChunkParser.h"
+#include "chunk/SelfReliantUsbChunkParser.h"
 
 namespace Tavix {
 

@@ -1,4 +1,4 @@
-#include "TavixUsbEventAdapter.h"
+#include "event/TavixUsbEventAdapter.h"
 
 #include "Failure.h"
 

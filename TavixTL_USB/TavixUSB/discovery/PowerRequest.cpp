@@ -1,4 +1,4 @@
-#include "PowerRequest.h"
+#include "discovery/PowerRequest.h"
 
 #include "Log.h"
 

@@ -1,12 +1,12 @@
-#include "TavixUsbTL.h"
+#include "discovery/TavixUsbTL.h"
 
-#include "DiscoveryRecord.h"
 #include "Failure.h"
-#include "PowerRequest.h"
 #include "TavixUsb.h"
-#include "TavixUsbDevice.h"
-#include "TavixUsbDeviceInfoImpl.h"
-#include "VxDevicePtr.h"
+#include "device/TavixUsbDevice.h"
+#include "device/VxDevicePtr.h"
+#include "discovery/DiscoveryRecord.h"
+#include "discovery/PowerRequest.h"
+#include "discovery/TavixUsbDeviceInfoImpl.h"
 
 #include "tavix/usb/VandrelUsbDeviceInfo.h"
 #include "vexlo/Enumerator.h"

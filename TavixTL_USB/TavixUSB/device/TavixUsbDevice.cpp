@@ -1,11 +1,11 @@
-#include "TavixUsbDevice.h"
+#include "device/TavixUsbDevice.h"
 
-#include "DeviceGuards.h"
-#include "DiscoveryRecord.h"
-#include "NodeCompatibilityLayer.h"
-#include "SurpriseRemovalController.h"
-#include "TavixUsbEventGrabber.h"
-#include "TavixUsbStream.h"
+#include "compatibility/NodeCompatibilityLayer.h"
+#include "device/DeviceGuards.h"
+#include "device/SurpriseRemovalController.h"
+#include "discovery/DiscoveryRecord.h"
+#include "event/TavixUsbEventGrabber.h"
+#include "stream/TavixUsbStream.h"
 
 #include <GenApi/NodeCallback.h>
 

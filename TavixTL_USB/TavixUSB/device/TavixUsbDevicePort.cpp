@@ -1,7 +1,7 @@
 // The device as the port of its camera node map.
 
-#include "CommandRegisters.h"
-#include "TavixUsbDevice.h"
+#include "device/CommandRegisters.h"
+#include "device/TavixUsbDevice.h"
 
 namespace Tavix {
 

@@ -1,4 +1,4 @@
-#include "PixelType.h"
+#include "stream/PixelType.h"
 
 #include <tavix/imaging/PixelFormat.h>
 

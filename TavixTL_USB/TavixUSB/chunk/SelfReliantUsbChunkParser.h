@@ -1,7 +1,7 @@
 #pragma once
 // A USB chunk parser with a node map of its own.
 
-#include "UsbChunkParser.h"
+#include "chunk/UsbChunkParser.h"
 
 #include <boost/shared_ptr.hpp>
 
