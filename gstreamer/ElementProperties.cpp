@@ -17,6 +17,7 @@ enum Property : guint {
     kKeepBudget,
     kNewestOnly,
     kTransferSize,
+    kThreadPriority,
     kPostMessages,
     kStats
 };
@@ -25,6 +26,8 @@ constexpr auto kFixedWhileOpen =
     static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_READY);
 constexpr auto kAtAnyTime =
     static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING);
+
+constexpr guint kHighestPriority = 99;
 
 void Assign(Options& options, guint id, const GValue& value) {
     const auto text = [&] { return g_value_get_string(&value) ? g_value_get_string(&value) : ""; };
@@ -55,6 +58,9 @@ void Assign(Options& options, guint id, const GValue& value) {
         break;
     case kTransferSize:
         options.transferSize = g_value_get_uint(&value);
+        break;
+    case kThreadPriority:
+        options.threadPriority = g_value_get_uint(&value);
         break;
     case kPostMessages:
         options.postMessages = g_value_get_boolean(&value) != FALSE;
@@ -112,6 +118,9 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
         break;
     case kTransferSize:
         g_value_set_uint(value, options.transferSize);
+        break;
+    case kThreadPriority:
+        g_value_set_uint(value, options.threadPriority);
         break;
     case kPostMessages:
         g_value_set_boolean(value, options.postMessages);
@@ -177,6 +186,16 @@ void InstallStream(GObjectClass& klass) {
                           0, G_MAXUINT, standard.transferSize, kFixedWhileOpen));
 }
 
+void InstallThread(GObjectClass& klass) {
+    g_object_class_install_property(
+        &klass, kThreadPriority,
+        g_param_spec_uint("thread-priority", "Thread priority",
+                          "Real-time priority of the thread that takes the transfers, so that a busy computer does not "
+                          "keep it from them; where the system does not permit it (ulimit -r), the log says so. 0: as "
+                          "all other threads",
+                          0, kHighestPriority, Options().threadPriority, kFixedWhileOpen));
+}
+
 void InstallRest(GObjectClass& klass) {
     const Options standard;
     g_object_class_install_property(
@@ -205,6 +224,7 @@ void InstallProperties(GObjectClass& klass) {
     klass.get_property = GetProperty;
     InstallTexts(klass);
     InstallStream(klass);
+    InstallThread(klass);
     InstallRest(klass);
 }
 

@@ -14,7 +14,7 @@ struct Options {
     std::string camera, features, events;
     GstClockTime timeout = 0;
     bool reconnect = false, convert = false, newestOnly = false, postMessages = false;
-    guint buffers = 8, transferSize = 0;
+    guint buffers = 8, transferSize = 0, threadPriority = 0;
     guint64 keepBudget = guint64(512) << 20;
 
     Tavix::GrabOptions ForGrab() const {
@@ -25,6 +25,7 @@ struct Options {
         grab.timeout = std::chrono::milliseconds(0);
         grab.reconnect = std::chrono::milliseconds(reconnect ? -1 : 0);
         grab.transferSize = transferSize;
+        grab.threadPriority = threadPriority;
         return grab;
     }
 };

@@ -1,7 +1,9 @@
 #include "camera/image/Frame.h"
 #include "gstreamer/BufferMaker.h"
+#include "gstreamer/Element.h"
 #include "gstreamer/ImageMemory.h"
 #include "gstreamer/ImageMeta.h"
+#include "gstreamer/Source.h"
 
 #include <gtest/gtest.h>
 
@@ -117,6 +119,23 @@ TEST_F(GstBufferOfAnImage, IsCopiedDeeplyWithItsFacts) {
     EXPECT_FALSE(IsWrapped(*copy));
     EXPECT_EQ(BytesOf(*copy).size(), 8U);
     EXPECT_NE(gst_buffer_get_custom_meta(copy.get(), kImageMeta), nullptr);
+}
+
+TEST(GstOptions, GiveTheStreamThePropertiesOfTheElement) {
+    gst_init(nullptr, nullptr);
+    const auto element = static_cast<GstElement*>(gst_object_ref_sink(g_object_new(gst_tavix_src_get_type(), nullptr)));
+    const auto grab = [&] { return SourceOf(element).Options()->ForGrab(); };
+    EXPECT_EQ(grab().threadPriority, 0U);
+    g_object_set(element, "thread-priority", 7U, "transfer-size", 65536U, "buffers", 3U, "keep-budget", guint64(5),
+                 "newest-only", TRUE, nullptr);
+    EXPECT_EQ(grab().threadPriority, 7U);
+    EXPECT_EQ(grab().transferSize, 65536U);
+    EXPECT_EQ(grab().buffers, 3U);
+    EXPECT_EQ(grab().keepBudget, 5U);
+    EXPECT_TRUE(grab().newestOnly);
+    const GParamSpec* priority = g_object_class_find_property(G_OBJECT_GET_CLASS(element), "thread-priority");
+    EXPECT_EQ(G_PARAM_SPEC_UINT(priority)->maximum, 99U);
+    gst_object_unref(element);
 }
 
 } // namespace
