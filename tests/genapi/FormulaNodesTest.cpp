@@ -124,6 +124,20 @@ TEST(Converter, ConvertsBothWays) {
     EXPECT_EQ(map.Integer("I").GetValue(), 100);
 }
 
+TEST(Converter, HasAStepWithoutWhatRoundingLeavesBehind) {
+    const std::pair<const char*, double> cases[] = {
+        {"TO * 0.1", 0.1}, {"3.3 - TO * 0.001", 0.001}, {"TO / 32", 0.03125}, {"TO * 1e-9", 1e-9}};
+    for (const auto& [formula, step] : cases) {
+        TestMap map;
+        map.Add("Integer", "Raw", {{"Value", "100", ""}, {"Min", "100", ""}});
+        map.Add(
+            "Converter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", formula, ""}, {"FormulaTo", "FROM", ""}, {"IsLinear", "Yes", ""}});
+        map.Ready();
+        EXPECT_EQ(map.Float("C").GetInc(), step) << formula;
+    }
+}
+
 TEST(Converter, OrdersItsLimitsWhateverTheSlope) {
     for (const char* const slope : {"Decreasing", "Automatic", "Increasing"}) {
         TestMap map;

@@ -118,7 +118,7 @@ def test_a_feature_explains_itself(camera):
     width = camera.feature("Width")
     assert (width.name, width.type, width.max, width.value) == ("Width", "integer", 64, 64)
     assert width.min >= 1 and width.inc >= 1 and width.writable and width.why_not == ""
-    assert camera.feature("ExposureTime").unit == "us"
+    assert camera.feature("ExposureTime").unit == "us" and camera.feature("ExposureTime").inc == 0.1
     assert "Mono8" in camera.feature("PixelFormat").entries
     with camera.grab():
         assert not width.writable and width.why_not != ""

@@ -5,6 +5,7 @@
 #include <Base/GCException.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -67,6 +68,22 @@ Number ConvertedLimit(Node& raw, GenApi::ESlope slope, bool isMax, Number unlimi
     const bool wantsRawMax = isMax != *isFalling;
     const bool isOpen = wantsRawMax ? isMaxOpen : isMinOpen;
     return isOpen ? unlimited : convert(RawLimit(raw, wantsRawMax));
+}
+
+// The decimal number with the fewest digits that is a difference of two neighbours, each of which is rounded: 0.1, not
+// 0.10000000000000142.
+double ShortestStep(double first, double second) {
+    const double step = std::fabs(second - first);
+    const double roundings = 4 * std::numeric_limits<double>::epsilon() * std::max(std::fabs(first), std::fabs(second));
+    for (int digits = 1; digits <= std::numeric_limits<double>::digits10; ++digits) {
+        char text[32];
+        const char* const end =
+            std::to_chars(text, text + sizeof text, step, std::chars_format::scientific, digits - 1).ptr;
+        double shorter = 0;
+        std::from_chars(text, end, shorter);
+        if (shorter > 0 && std::fabs(shorter - step) <= roundings) return shorter;
+    }
+    return step;
 }
 
 // Rounding at the edge may push a raw value out of its range by less than a unit.
@@ -175,7 +192,7 @@ double ConverterNode::DoRealInc() {
     Node& raw = *m_Core.Raw();
     const double first = m_Core.From(*this, Value::Real(raw.RealMin()), {}).real;
     const double second = m_Core.From(*this, Value::Real(raw.RealMin() + raw.RealInc()), {}).real;
-    return std::fabs(second - first);
+    return ShortestStep(first, second);
 }
 
 } // namespace genapi
