@@ -76,6 +76,13 @@ Tavix::Subscription OnRemoval(Door& door, py::function callback) {
     return door.camera.OnRemoval(std::move(call));
 }
 
+py::object Enter(const py::object& self) {
+    Door& door = self.cast<Door&>();
+    if (!Unlocked([&] { return door.camera.IsOpen(); }))
+        throw Tavix::StateError("the camera is closed; tavix.open() opens it anew");
+    return self;
+}
+
 void Close(Door& door) {
     if (IsLeftToParent()) return;
     const WithoutLock unlocked;
@@ -176,7 +183,7 @@ void BindCamera(py::module_& module) {
         module, "Camera", "An open camera and a context manager; features are its items and attributes.");
     BindFeatures(camera);
     BindImages(camera);
-    camera.def("__enter__", [](const py::object& self) { return self; })
+    camera.def("__enter__", &Enter)
         .def("__exit__", [](Door& door, const py::args&) { Close(door); })
         .def("close", &Close,
              "Ends streams and callbacks and gives the camera back. Images live on; closing twice is harmless.")

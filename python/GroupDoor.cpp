@@ -7,6 +7,7 @@
 
 #include <tavix/camera/Group.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,9 +58,14 @@ void Set(GroupDoor& door, const std::string& name, const py::object& value) {
 }
 
 bool IsOpen(const GroupDoor& door) {
-    for (Tavix::Camera& camera : *door.group)
-        if (!camera.IsOpen()) return false;
-    return true;
+    const WithoutLock unlocked;
+    return std::all_of(door.group->begin(), door.group->end(), [](Tavix::Camera& camera) { return camera.IsOpen(); });
+}
+
+py::object Enter(const py::object& self) {
+    if (!IsOpen(self.cast<GroupDoor&>()))
+        throw Tavix::StateError("a camera of the group is closed; tavix.group() opens them anew");
+    return self;
 }
 
 void BindSet(py::module_& module) {
@@ -123,10 +129,9 @@ void BindGroup(py::module_& module) {
             "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.")
         .def("close", &CloseAll, "Closes all cameras. Images live on; closing twice is harmless.")
         .def_property_readonly(
-            "is_open",
-            [](const GroupDoor& door) { return !IsLeftToParent() && Unlocked([&] { return IsOpen(door); }); },
+            "is_open", [](const GroupDoor& door) { return !IsLeftToParent() && IsOpen(door); },
             "Whether all of them are.")
-        .def("__enter__", [](const py::object& self) { return self; })
+        .def("__enter__", &Enter)
         .def("__exit__", [](GroupDoor& door, const py::args&) { CloseAll(door); })
         .def("__repr__",
              [](const GroupDoor& door) { return "<tavix.Group of " + std::to_string(door.cameras.size()) + ">"; });

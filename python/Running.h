@@ -60,6 +60,9 @@ public:
         return item;
     }
 
+    /// StateError once closed.
+    void RequireOpen() const { Checked(); }
+
     void Cancel() {
         if (IsLeftToParent()) return;
         const WithoutLock unlocked;
@@ -81,16 +84,17 @@ public:
         stream.reset();
     }
 
-    auto Counts() const {
-        const auto stream = Held();
-        if (!stream) throw Tavix::StateError("the stream is closed");
-        return stream->Counts();
-    }
+    auto Counts() const { return Checked()->Counts(); }
 
 private:
     std::shared_ptr<Source> Held() const {
         const std::lock_guard lock(m_Guard);
         return m_Stream;
+    }
+    std::shared_ptr<Source> Checked() const {
+        auto stream = Held();
+        if (!stream) throw Tavix::StateError("the stream is closed; grab() starts another one");
+        return stream;
     }
 
     const std::chrono::milliseconds m_Silence;

@@ -41,7 +41,11 @@ void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
                  if (!item) throw py::stop_iteration();
                  return item;
              })
-        .def("__enter__", [](const py::object& self) { return self; })
+        .def("__enter__",
+             [](const py::object& self) {
+                 self.cast<const Stream&>().RequireOpen();
+                 return self;
+             })
         .def("__exit__", [](Stream& stream, const py::args&) { stream.Close(); })
         .def("cancel", &Stream::Cancel, "Ends the stream from any thread; a wait that is going on ends.")
         .def("close", &Stream::Close, "Stops the camera. Closing twice is harmless; images live on.")

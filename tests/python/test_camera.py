@@ -22,6 +22,23 @@ def test_opens_by_any_name_and_closes_at_the_end_of_the_block():
         camera.Width
 
 
+def test_what_is_closed_is_not_entered(camera):
+    stream = camera.grab()
+    stream.close()
+    with pytest.raises(tavix.StateError, match=r"closed; grab\(\)"):
+        with stream:
+            pass
+    camera.close()
+    with pytest.raises(tavix.StateError, match=r"closed; tavix.open\(\)"):
+        with camera:
+            pass
+    with tavix.group("7", "8") as group:
+        group[1].close()
+        with pytest.raises(tavix.StateError, match=r"closed; tavix.group\(\)"):
+            with group:
+                pass
+
+
 def test_a_second_open_is_refused(camera):
     with pytest.raises(tavix.AccessError):
         tavix.open("7")
