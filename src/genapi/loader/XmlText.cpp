@@ -126,9 +126,9 @@ void XmlText::Check(std::string_view xml, std::size_t cost) {
     m_Lines = LineIndex(xml);
     m_Cost = 2 * xml.size(); // the caller's and the one that is parsed in place
     const std::size_t taken = cost + m_Cost;
-    XmlCheck check(xml, taken < kMaxDescriptionCost ? kMaxDescriptionCost - taken : 0);
-    if (const std::optional<XmlFault> fault = check.Run()) Refuse(m_Lines.LineAt(fault->offset), fault->reason);
-    m_Cost += check.Cost();
+    const XmlVerdict verdict = CheckXml(xml, taken < kMaxDescriptionCost ? kMaxDescriptionCost - taken : 0);
+    if (verdict.fault) Refuse(m_Lines.LineAt(verdict.fault->offset), verdict.fault->reason);
+    m_Cost += verdict.cost;
 }
 
 void XmlText::Parse(std::string_view xml) {

@@ -1,0 +1,45 @@
+#pragma once
+// The classes of characters that the check of a text tells apart.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace genapi {
+
+enum XmlClass : uint8_t {
+    kXmlBlank = 1,
+    kXmlNameStart = 2,
+    kXmlNamePart = 4,
+    kXmlControl = 8,    ///< those that may stand nowhere
+    kXmlSpecial = 16,   ///< in texts: references, what may begin the end of a section, controls
+    kXmlEndsValue = 32, ///< quotes, markup, references, controls
+};
+
+inline constexpr std::array<uint8_t, 256> kXmlClasses = [] {
+    std::array<uint8_t, 256> classes{};
+    for (unsigned c = 0; c < 256; ++c) {
+        const bool isBlank = c == ' ' || c == '\t' || c == '\n' || c == '\r';
+        const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        const bool isStart = isLetter || c == '_' || c == ':' || c >= 0x80;
+        const bool isPart = isStart || (c >= '0' && c <= '9') || c == '-' || c == '.';
+        const bool isControl = c < 0x20 && !isBlank;
+        const bool isQuote = c == '"' || c == '\'';
+        classes[c] = static_cast<uint8_t>((isBlank ? kXmlBlank : 0) | (isStart ? kXmlNameStart : 0) |
+                                          (isPart ? kXmlNamePart : 0) | (isControl ? kXmlControl : 0) |
+                                          (isControl || c == '&' || c == ']' ? kXmlSpecial : 0) |
+                                          (isControl || c == '&' || c == '<' || isQuote ? kXmlEndsValue : 0));
+    }
+    return classes;
+}();
+
+constexpr bool IsXml(char c, uint8_t set) {
+    return (kXmlClasses[static_cast<uint8_t>(c)] & set) != 0;
+}
+
+/// The first character from there on that is special in a text; its size when none is. Looks at many characters at
+/// once, and at none behind the text.
+[[nodiscard]] std::size_t FindXmlSpecial(std::string_view text, std::size_t from);
+
+} // namespace genapi
