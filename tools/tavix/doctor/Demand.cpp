@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <GenApi/GenApi.h>
@@ -50,18 +51,6 @@ std::uint64_t TransferMemory(GenApi::INodeMap* stream, std::uint64_t payload) {
     return most == 0 ? wanted : std::min(wanted, most);
 }
 
-/// Of the buffers that a stream usually has.
-std::optional<unsigned int> MappedBuffers(Tavix::IStreamGrabber& stream, std::uint64_t payload) {
-    auto* const mapper = dynamic_cast<Tavix::IStreamMemory*>(&stream);
-    if (!mapper || payload == 0) return {};
-    std::vector<std::shared_ptr<void>> buffers;
-    while (buffers.size() < kUsualBuffers) {
-        buffers.push_back(mapper->AllocateBuffer(payload));
-        if (!buffers.back()) return static_cast<unsigned int>(buffers.size() - 1);
-    }
-    return kUsualBuffers;
-}
-
 /// The kernel's name of the port in "libusb:2-1.4#0".
 std::string PortOf(const std::string& path) {
     const std::string kBackend = "libusb:";
@@ -82,7 +71,9 @@ CameraDemand Ask(const Tavix::CameraInfo& info) {
         if (stream) {
             stream->Open();
             demand.transferMemory = TransferMemory(stream->GetNodeMap(), demand.payload);
-            if (!demand.port.empty()) demand.mappedBuffers = MappedBuffers(*stream, demand.payload);
+            auto* const mapper = dynamic_cast<Tavix::IStreamMemory*>(stream);
+            if (mapper && demand.payload != 0 && !demand.port.empty())
+                demand.mappedBuffers = MappedBuffers(*mapper, demand.payload);
             stream->Close();
         }
     } catch (const std::exception& e) {
@@ -92,6 +83,16 @@ CameraDemand Ask(const Tavix::CameraInfo& info) {
 }
 
 } // namespace
+
+unsigned int MappedBuffers(Tavix::IStreamMemory& mapper, std::uint64_t payload) {
+    std::vector<std::shared_ptr<void>> buffers;
+    while (buffers.size() < kUsualBuffers) {
+        std::shared_ptr<void> buffer = mapper.AllocateBuffer(payload);
+        if (!buffer) break;
+        buffers.push_back(std::move(buffer));
+    }
+    return static_cast<unsigned int>(buffers.size());
+}
 
 std::vector<CameraDemand> AskCameras() {
     std::vector<CameraDemand> demands;
