@@ -1,6 +1,7 @@
 #include "Base/GCException.h"
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <type_traits>
 
@@ -97,6 +98,10 @@ struct MacroRow {
     void (*thrower)();
     void (*nodeThrower)();
 };
+
+void PrintTo(const MacroRow& row, std::ostream* to) {
+    *to << row.type;
+}
 
 #define TAVIX_MACRO_ROW(type, macro)                                                                                   \
     MacroRow {                                                                                                         \

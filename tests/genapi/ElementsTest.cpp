@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <map>
+#include <ostream>
 
 using genapi::FindGrammar;
 using genapi::Grammar;
@@ -32,6 +33,10 @@ struct Manner {
     std::string (*write)(const std::string& text) = [](const std::string& text) { return text; };
     bool changesBlanks = false; // free text keeps its blanks
 };
+
+void PrintTo(const Manner& row, std::ostream* to) {
+    *to << row.name;
+}
 
 std::string Half(const std::string& text, const char* middle) {
     const std::size_t half = text.size() / 2;
@@ -278,6 +283,10 @@ struct NumberForm {
     const char* element;
     std::vector<const char*> texts;
 };
+
+void PrintTo(const NumberForm& row, std::ostream* to) {
+    *to << row.name;
+}
 
 class NumberForms : public ::testing::TestWithParam<NumberForm> {};
 

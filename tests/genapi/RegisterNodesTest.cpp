@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <ostream>
 
 using namespace GenApi;
 using genapi_test::Property;
@@ -21,6 +22,10 @@ struct FieldRow {
     int64_t unsignedValue;
     int64_t signedValue;
 };
+
+void PrintTo(const FieldRow& row, std::ostream* to) {
+    *to << row.byteOrder << " " << row.lsb << " to " << row.msb;
+}
 
 class BitFields : public testing::TestWithParam<FieldRow> {};
 

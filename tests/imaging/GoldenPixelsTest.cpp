@@ -1,5 +1,6 @@
 #include <tavix/imaging/Convert.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ struct Golden {
     PixelFormat target;
     std::vector<std::uint16_t> samples;
 };
+
+void PrintTo(const Golden& row, std::ostream* to) {
+    *to << NameOf(row.source) << " to " << NameOf(row.target);
+}
 
 std::vector<std::uint16_t> SamplesOf(const Picture& picture) {
     std::vector<std::uint16_t> samples;

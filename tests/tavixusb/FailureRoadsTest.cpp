@@ -10,6 +10,7 @@
 #include <GenApi/Pointer.h>
 
 #include <cstdio>
+#include <ostream>
 
 namespace {
 
@@ -27,6 +28,10 @@ struct Road {
     void (FailureRoad::*walk)();
     std::vector<Step> steps;
 };
+
+void PrintTo(const Road& row, std::ostream* to) {
+    *to << row.name;
+}
 
 class FailureRoad : public TransportLayerTest, public testing::WithParamInterface<Road> {
 public:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <set>
 
 using Tavix::PixelTypeOf;
@@ -12,6 +13,10 @@ struct Row {
     std::uint32_t format;
     std::uint32_t type;
 };
+
+void PrintTo(const Row& row, std::ostream* to) {
+    *to << std::hex << "0x" << row.format;
+}
 
 constexpr std::uint32_t kUnchanged[] = {
     0x01080001, 0x01080002, 0x01080008, 0x01080009, 0x0108000A, 0x0108000B, 0x010A0046, 0x010C0047,

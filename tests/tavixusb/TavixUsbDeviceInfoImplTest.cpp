@@ -2,6 +2,8 @@
 
 #include "support/Camera.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 using Tavix::CDeviceInfo;
@@ -127,6 +129,10 @@ struct DriverType {
     std::int32_t type;
     const char* name;
 };
+
+void PrintTo(const DriverType& row, std::ostream* to) {
+    *to << row.type;
+}
 class DriverTypes : public testing::TestWithParam<DriverType> {};
 TEST_P(DriverTypes, HaveAName) {
     auto record = MakeCameraRecord();

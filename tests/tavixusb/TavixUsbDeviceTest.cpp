@@ -1,5 +1,6 @@
 #include "support/DeviceTest.h"
 
+#include <ostream>
 #include <stdexcept>
 
 using testing::ElementsAre;
@@ -319,6 +320,10 @@ struct PortMode {
     std::uint64_t modes;
     GenApi::EAccessMode expected;
 };
+
+void PrintTo(const PortMode& row, std::ostream* to) {
+    *to << std::hex << "0x" << row.modes;
+}
 class TavixUsbDeviceAccess : public DeviceTest, public testing::WithParamInterface<PortMode> {};
 TEST_P(TavixUsbDeviceAccess, DecidesTheModeOfThePort) {
     EXPECT_EQ(GenApi::NA, device->GetAccessMode());

@@ -1,5 +1,7 @@
 #include "tavix/usb/VandrelUsbDeviceInfo.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 using Tavix::CInfoBase;
@@ -14,6 +16,10 @@ struct Accessors {
     Info& (Info::*set)(const gcstring&);
     bool (Info::*available)() const;
 };
+
+void PrintTo(const Accessors& row, std::ostream* to) {
+    *to << row.property;
+}
 
 const Accessors kAccessors[] = {
     {"DeviceGUID", &Info::GetDeviceGUID, &Info::SetDeviceGUID, &Info::IsDeviceGUIDAvailable},

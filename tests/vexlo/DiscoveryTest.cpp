@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <ostream>
 
 namespace {
 
@@ -209,6 +210,10 @@ struct SpeedCase {
     std::uint8_t supported;
     const char* part; ///< of the warning; null: none
 };
+
+void PrintTo(const SpeedCase& row, std::ostream* to) {
+    *to << static_cast<int>(row.speed) << " of " << static_cast<int>(row.supported);
+}
 
 class LinkSpeed : public testing::TestWithParam<SpeedCase> {};
 

@@ -2,6 +2,8 @@
 
 #include "tavixusb/support/Description.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -11,6 +13,10 @@ struct EntryRow {
     const char* older;
     const char* current;
 };
+
+void PrintTo(const EntryRow& row, std::ostream* to) {
+    *to << row.wrapper << " " << row.older;
+}
 
 /// An enumeration of that node name with the entry and one that has no older name.
 std::string Enumeration(const std::string& node, const std::string& entry) {

@@ -2,6 +2,8 @@
 
 #include "tavixusb/support/Description.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -11,6 +13,10 @@ struct NameRow {
     const char* current;
     bool castAlias;
 };
+
+void PrintTo(const NameRow& row, std::ostream* to) {
+    *to << row.older;
+}
 
 std::string FloatWithAlias(const std::string& name) {
     return "<Float Name=\"" + name +
@@ -128,6 +134,10 @@ struct WrapperRow {
     const char* current;
     const char* older;
 };
+
+void PrintTo(const WrapperRow& row, std::ostream* to) {
+    *to << row.name << " " << row.current;
+}
 
 class WrapperOfLayer : public testing::TestWithParam<WrapperRow> {};
 

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 
 #include <sys/resource.h>
@@ -80,6 +81,10 @@ struct Hostile {
     const char* name;
     const char *before, *pieceBefore, *pieceAfter, *after;
 };
+
+void PrintTo(const Hostile& row, std::ostream* to) {
+    *to << row.name;
+}
 
 class HostileDescription : public testing::TestWithParam<Hostile> {};
 

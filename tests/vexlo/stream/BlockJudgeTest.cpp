@@ -1,5 +1,7 @@
 #include "vexlo/stream/BlockJudge.h"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 using namespace vexlo;
@@ -134,6 +136,10 @@ struct Status {
     std::uint16_t trailer;
     VxStatus expected;
 };
+
+void PrintTo(const Status& row, std::ostream* to) {
+    *to << std::hex << "0x" << row.trailer;
+}
 
 class TrailerStatus : public testing::TestWithParam<Status> {};
 
