@@ -1,7 +1,7 @@
 #pragma once
 // What the tests of the camera classes share.
 
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <tavix/camera/Camera.h>
 

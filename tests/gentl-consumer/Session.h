@@ -4,7 +4,7 @@
 #include "Library.h"
 #include "Query.h"
 
-#include "integration/CamerasOnBus.h"
+#include "integration/support/CamerasOnBus.h"
 
 #include <chrono>
 #include <deque>

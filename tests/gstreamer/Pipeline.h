@@ -1,7 +1,7 @@
 #pragma once
 // A pipeline that a test has written down.
 
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>

@@ -1,7 +1,7 @@
 // Each thing that can go wrong with a block, as an application sees it: what comes back for the damaged frame, and that
 // good frames follow at once.
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <vexlo/Status.h>
 

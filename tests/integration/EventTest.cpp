@@ -1,7 +1,7 @@
 // Events and chunk data of the virtual camera through the whole stack, by present and by older names.
 
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <GenApi/NodeCallback.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // What an application sees of bad cameras and bad luck.
 
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include "core/LogSink.h"
 

@@ -1,6 +1,6 @@
 // Features of the virtual camera through the whole stack.
 
-#include "VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Programs that fork while they use cameras, as those that start workers do.
-#include "GoodFrames.h"
-#include "VirtualBus.h"
+#include "integration/support/GoodFrames.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

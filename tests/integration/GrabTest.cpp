@@ -1,7 +1,7 @@
 // Images from the virtual camera through the factory and the shared library.
 
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Writes that the camera carries out and never answers, as the caller of the USB access library sees it: told in time,
 // not written twice, and the camera good again afterwards.
-#include "DirectCamera.h"
+#include "integration/support/DirectCamera.h"
 
 #include <gtest/gtest.h>
 

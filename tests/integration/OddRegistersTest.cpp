@@ -1,6 +1,6 @@
 // Cameras whose registers, descriptors or transfers are odd, as an application sees them.
-#include "GoodFrames.h"
-#include "VirtualBus.h"
+#include "integration/support/GoodFrames.h"
+#include "integration/support/VirtualBus.h"
 
 #include <core/LogSink.h>
 

@@ -1,8 +1,8 @@
 // Cameras with ways of their own, and what an application may expect of them.
-#include "CamerasOnBus.h"
-#include "DirectCamera.h"
-#include "GoodFrames.h"
-#include "VirtualBus.h"
+#include "integration/support/CamerasOnBus.h"
+#include "integration/support/DirectCamera.h"
+#include "integration/support/GoodFrames.h"
+#include "integration/support/VirtualBus.h"
 
 #include <core/LogSink.h>
 #include <vexlo/Vexlo.h>

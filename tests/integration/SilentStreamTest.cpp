@@ -1,5 +1,5 @@
 // Cameras that bring nothing at all as long as they are asked for large transfers.
-#include "DirectCamera.h"
+#include "integration/support/DirectCamera.h"
 
 #include <core/LogSink.h>
 

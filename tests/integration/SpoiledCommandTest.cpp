@@ -1,7 +1,7 @@
 // Each thing that can go wrong with a command, as an application sees it: what its read or write comes to, and that the
 // camera is good again afterwards.
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

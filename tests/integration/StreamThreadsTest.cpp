@@ -1,7 +1,7 @@
 // A device closed or unplugged while other threads queue, retrieve, cancel, take events and use features. The thread
 // sanitizer looks at what they share.
 
-#include "VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // A camera with several streams: an application gets the first one, and nothing that happens on the others disturbs it.
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

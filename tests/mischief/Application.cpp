@@ -1,7 +1,7 @@
 // An application that opens one camera again and again and streams from it.
 #include "Application.h"
 
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <GenApi/GenApi.h>
 

@@ -6,7 +6,7 @@
 #include "Application.h"
 #include "Mischief.h"
 
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 #include "support/usbfs/Bus.h"
 
 #include <chrono>

@@ -4,7 +4,7 @@
 #include "SoakCamera.h"
 
 #include "core/WaitObject.h"
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <CLI/CLI.hpp>
 

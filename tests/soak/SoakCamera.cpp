@@ -1,6 +1,6 @@
 #include "SoakCamera.h"
 
-#include "integration/VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <cstdio>
 #include <stdexcept>

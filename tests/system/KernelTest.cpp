@@ -3,8 +3,8 @@
 #include "KernelBus.h"
 #include "MemoryHog.h"
 
-#include "integration/GrabRun.h"
-#include "integration/VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

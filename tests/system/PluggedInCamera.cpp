@@ -1,5 +1,5 @@
 // The camera that the machine has: whatever a test asks for, this one it gets.
-#include "integration/CamerasOnBus.h"
+#include "integration/support/CamerasOnBus.h"
 
 namespace integration {
 namespace {

@@ -1,7 +1,7 @@
 // One errand of an application.
 #include "Errand.h"
 
-#include "VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <exception>
 

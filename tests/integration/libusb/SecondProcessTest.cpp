@@ -1,5 +1,5 @@
 // Two processes and one camera, below the real libusb of each.
-#include "VirtualBus.h"
+#include "integration/support/VirtualBus.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Devices and buses below the real libusb that the virtual camera alone cannot be.
 #include "OddCamera.h"
-#include "DirectCamera.h"
-#include "GoodFrames.h"
-#include "VirtualBus.h"
+#include "integration/support/DirectCamera.h"
+#include "integration/support/GoodFrames.h"
+#include "integration/support/VirtualBus.h"
 
 #include "usb/LibusbBackend.h"
 

@@ -1,6 +1,6 @@
 // What the application is told, and what is done about it, when the system below libusb fails in a certain way.
-#include "DirectCamera.h"
-#include "VirtualBus.h"
+#include "integration/support/DirectCamera.h"
+#include "integration/support/VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
 #include "virtualcam/device/Device.h"

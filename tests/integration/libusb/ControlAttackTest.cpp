@@ -1,7 +1,7 @@
 // Every kind of fault of the control channel at every command of a grab: what may be repeated is repeated, so only
 // commands of the camera fail a grab, and then they say so.
-#include "GrabRun.h"
-#include "VirtualBus.h"
+#include "integration/support/GrabRun.h"
+#include "integration/support/VirtualBus.h"
 
 #include "virtualcam/device/Device.h"
 #include "virtualcam/device/FaultScript.h"

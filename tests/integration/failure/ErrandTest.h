@@ -2,8 +2,8 @@
 // What must hold after an errand in which something failed.
 
 #include "Errand.h"
-#include "VirtualBus.h"
 #include "Watchdog.h"
+#include "integration/support/VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
 #include "virtualcam/device/Device.h"

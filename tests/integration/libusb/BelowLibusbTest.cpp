@@ -1,7 +1,7 @@
 // What happens on the bus itself, below the real libusb: cameras that come and go at the worst moments, others who hold
 // them, missing rights, and an event channel that misbehaves.
-#include "GoodFrames.h"
-#include "VirtualBus.h"
+#include "integration/support/GoodFrames.h"
+#include "integration/support/VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Udev.h"

@@ -1,5 +1,5 @@
 // Opens the first camera and prints what came of it: a second program for the tests.
-#include "DirectCamera.h"
+#include "integration/support/DirectCamera.h"
 
 #include <vexlo/Vexlo.h>
 
