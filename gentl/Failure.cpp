@@ -1,4 +1,4 @@
-#include "Failure.h"
+#include "gentl/Failure.h"
 
 #include "vexlo/Vexlo.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // How the producer's inside tells its functions that something failed.
 
-#include "GenTL.h"
+#include "gentl/GenTL.h"
 #include "vexlo/Status.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "Handles.h"
+#include "gentl/Handles.h"
 
 #include <sched.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 // From handles to the objects behind them, so that closed, foreign and invented handles are told from good ones.
 
-#include "Failure.h"
+#include "gentl/Failure.h"
 
 #include <array>
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 // The pattern of every query: a type, a buffer and its size by pointer.
 
-#include "Failure.h"
+#include "gentl/Failure.h"
 
 #include <cstdio>
 #include <cstring>

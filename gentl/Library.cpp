@@ -1,4 +1,4 @@
-#include "Library.h"
+#include "gentl/Library.h"
 
 #include "vexlo/Vexlo.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // Whether the producer is in use, and its one system.
 
-#include "System.h"
+#include "gentl/module/System.h"
 
 namespace gentl {
 

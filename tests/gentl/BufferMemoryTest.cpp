@@ -1,6 +1,6 @@
 // Memory of the producer's own, read by one thread while another closes what it belongs to.
 
-#include "gentl/Buffer.h"
+#include "gentl/stream/Buffer.h"
 
 #include <gtest/gtest.h>
 

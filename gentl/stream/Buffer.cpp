@@ -1,4 +1,4 @@
-#include "Buffer.h"
+#include "gentl/stream/Buffer.h"
 
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"

@@ -1,4 +1,4 @@
-#include "ModulePort.h"
+#include "gentl/module/ModulePort.h"
 
 #include <algorithm>
 

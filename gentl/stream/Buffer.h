@@ -1,8 +1,8 @@
 #pragma once
 // A buffer of a stream and what came into it.
 
-#include "Handles.h"
-#include "Info.h"
+#include "gentl/Handles.h"
+#include "gentl/Info.h"
 
 #include "vexlo/VxStream.h"
 

@@ -1,4 +1,4 @@
-#include "RemoteEvent.h"
+#include "gentl/event/RemoteEvent.h"
 
 #include "u3v/EventPacket.h"
 

@@ -1,6 +1,6 @@
-#include "Stream.h"
+#include "gentl/stream/Stream.h"
 
-#include "Device.h"
+#include "gentl/module/Device.h"
 
 #include <algorithm>
 

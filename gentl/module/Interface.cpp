@@ -1,7 +1,7 @@
-#include "Interface.h"
+#include "gentl/module/Interface.h"
 
-#include "Device.h"
-#include "System.h"
+#include "gentl/module/Device.h"
+#include "gentl/module/System.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "HostControllers.h"
+#include "gentl/module/HostControllers.h"
 
 #include <climits>
 #include <cstdlib>

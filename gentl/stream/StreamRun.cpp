@@ -1,7 +1,7 @@
 // Starting, stopping and flushing a stream.
 
-#include "Device.h"
-#include "Stream.h"
+#include "gentl/module/Device.h"
+#include "gentl/stream/Stream.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,8 @@
 #pragma once
 // The one system of the producer and its interfaces.
 
-#include "Cameras.h"
-#include "ModulePort.h"
+#include "gentl/module/Cameras.h"
+#include "gentl/module/ModulePort.h"
 
 #include <map>
 #include <memory>

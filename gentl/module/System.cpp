@@ -1,6 +1,6 @@
-#include "System.h"
+#include "gentl/module/System.h"
 
-#include "Interface.h"
+#include "gentl/module/Interface.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #pragma once
 // What every module of the producer has: a handle, registers and events.
 
-#include "EventQueue.h"
-#include "Handles.h"
+#include "gentl/Handles.h"
+#include "gentl/event/EventQueue.h"
 
 #include <map>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 // An open camera: the module, its streams, and the port that leads to the camera itself.
 
-#include "Cameras.h"
-#include "ModulePort.h"
+#include "gentl/module/Cameras.h"
+#include "gentl/module/ModulePort.h"
 
 #include "vexlo/VxCallback.h"
 #include "vexlo/VxDevice.h"

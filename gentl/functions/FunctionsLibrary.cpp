@@ -1,6 +1,6 @@
 // The library's functions and those of ports.
 
-#include "Library.h"
+#include "gentl/Library.h"
 
 using namespace gentl;
 

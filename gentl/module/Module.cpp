@@ -1,4 +1,4 @@
-#include "Module.h"
+#include "gentl/module/Module.h"
 
 namespace gentl {
 

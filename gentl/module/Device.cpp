@@ -1,9 +1,9 @@
-#include "Device.h"
+#include "gentl/module/Device.h"
 
-#include "Interface.h"
-#include "RemoteEvent.h"
-#include "RemotePort.h"
-#include "Stream.h"
+#include "gentl/event/RemoteEvent.h"
+#include "gentl/module/Interface.h"
+#include "gentl/module/RemotePort.h"
+#include "gentl/stream/Stream.h"
 
 namespace gentl {
 

@@ -1,6 +1,6 @@
-#include "RemotePort.h"
+#include "gentl/module/RemotePort.h"
 
-#include "Device.h"
+#include "gentl/module/Device.h"
 
 #include "u3v/LittleEndian.h"
 

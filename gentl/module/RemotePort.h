@@ -1,7 +1,7 @@
 #pragma once
 // The camera's own registers and description.
 
-#include "Module.h"
+#include "gentl/module/Module.h"
 
 #include "u3v/ManifestTable.h"
 

@@ -1,4 +1,4 @@
-#include "EventQueue.h"
+#include "gentl/event/EventQueue.h"
 
 #include <algorithm>
 #include <chrono>

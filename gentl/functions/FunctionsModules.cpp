@@ -1,10 +1,10 @@
 // The functions of system, interface and device.
 
-#include "Device.h"
-#include "Interface.h"
-#include "Library.h"
-#include "RemotePort.h"
-#include "Stream.h"
+#include "gentl/Library.h"
+#include "gentl/module/Device.h"
+#include "gentl/module/Interface.h"
+#include "gentl/module/RemotePort.h"
+#include "gentl/stream/Stream.h"
 
 using namespace gentl;
 

@@ -1,8 +1,8 @@
 #pragma once
 // Events that a consumer waits for.
 
-#include "Handles.h"
-#include "Info.h"
+#include "gentl/Handles.h"
+#include "gentl/Info.h"
 
 #include "core/WaitObject.h"
 

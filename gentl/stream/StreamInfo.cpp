@@ -1,8 +1,8 @@
 // What a stream tells of itself: queries, registers, and its event.
 
-#include "Device.h"
-#include "RemotePort.h"
-#include "Stream.h"
+#include "gentl/module/Device.h"
+#include "gentl/module/RemotePort.h"
+#include "gentl/stream/Stream.h"
 
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"

@@ -1,8 +1,8 @@
 #pragma once
 // A camera's image stream and its buffers.
 
-#include "Buffer.h"
-#include "ModulePort.h"
+#include "gentl/module/ModulePort.h"
+#include "gentl/stream/Buffer.h"
 
 #include "core/WaitObject.h"
 

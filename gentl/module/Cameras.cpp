@@ -1,6 +1,6 @@
-#include "Cameras.h"
+#include "gentl/module/Cameras.h"
 
-#include "Failure.h"
+#include "gentl/Failure.h"
 
 #include "u3v/Constants.h"
 

@@ -1,7 +1,7 @@
 // The functions of data streams and buffers.
 
-#include "Library.h"
-#include "Stream.h"
+#include "gentl/Library.h"
+#include "gentl/stream/Stream.h"
 
 using namespace gentl;
 

@@ -1,7 +1,7 @@
 #pragma once
 // The registers of a module and the description that gives them names.
 
-#include "Module.h"
+#include "gentl/module/Module.h"
 
 #include <functional>
 #include <string>

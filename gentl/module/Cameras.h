@@ -1,7 +1,7 @@
 #pragma once
 // The cameras that are attached, as the USB access library finds them.
 
-#include "HostControllers.h"
+#include "gentl/module/HostControllers.h"
 
 #include "vexlo/Enumerator.h"
 #include "vexlo/VxDevice.h"

@@ -1,8 +1,8 @@
 #pragma once
 // A USB host controller and the cameras on it.
 
-#include "Cameras.h"
-#include "ModulePort.h"
+#include "gentl/module/Cameras.h"
+#include "gentl/module/ModulePort.h"
 
 #include <map>
 #include <memory>

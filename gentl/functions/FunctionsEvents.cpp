@@ -1,6 +1,6 @@
 // The functions of events.
 
-#include "Library.h"
+#include "gentl/Library.h"
 
 using namespace gentl;
 

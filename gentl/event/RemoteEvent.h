@@ -1,7 +1,7 @@
 #pragma once
 // The camera's event messages.
 
-#include "EventQueue.h"
+#include "gentl/event/EventQueue.h"
 
 #include "vexlo/VxDevice.h"
 #include "vexlo/VxEventStream.h"
