@@ -1,7 +1,7 @@
 // What a browser, or somebody who passes for one, sends to the viewer: headers and requests.
 
-#include "viewer/Gate.h"
-#include "viewer/Protocol.h"
+#include "viewer/server/Gate.h"
+#include "viewer/server/Protocol.h"
 
 #include <string>
 

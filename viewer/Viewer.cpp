@@ -1,6 +1,6 @@
-#include "Viewer.h"
+#include "viewer/Viewer.h"
 
-#include "HttpSession.h"
+#include "viewer/server/HttpSession.h"
 
 #include <stdexcept>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "Worker.h"
+#include "viewer/Worker.h"
 
 #include <exception>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "viewer/Gate.h"
+#include "viewer/server/Gate.h"
 
 #include <gtest/gtest.h>
 

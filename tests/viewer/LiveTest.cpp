@@ -1,8 +1,8 @@
 // A camera looked at by a browser that is a plain socket: what is sent when, whatever the browser does.
 
-#include "viewer/Protocol.h"
 #include "viewer/Viewer.h"
 #include "viewer/Wire.h"
+#include "viewer/server/Protocol.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "viewer/Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <gtest/gtest.h>
 

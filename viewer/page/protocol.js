@@ -1,4 +1,4 @@
-// What browser and server say to each other: the server's table in viewer/Protocol.cpp, and a test compares them.
+// What browser and server say to each other: the server's table in viewer/server/Protocol.cpp, and a test compares them.
 
 /** Requests with their fields. Those that steer are for the browser that steers. */
 export const commands = {

@@ -1,4 +1,4 @@
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #pragma once
 // A series of images on its way to the disk.
 
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Image.h>
 

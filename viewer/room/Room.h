@@ -1,13 +1,13 @@
 #pragma once
 // An open camera with all that browsers do with it.
 
-#include "Client.h"
-#include "FeatureTree.h"
-#include "Figures.h"
-#include "LiveImage.h"
-#include "Recorder.h"
-#include "Watches.h"
-#include "Worker.h"
+#include "viewer/Worker.h"
+#include "viewer/image/Figures.h"
+#include "viewer/image/LiveImage.h"
+#include "viewer/image/Recorder.h"
+#include "viewer/room/FeatureTree.h"
+#include "viewer/room/Watches.h"
+#include "viewer/server/Client.h"
 
 #include <tavix/camera/Camera.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 // A browser's connection for messages.
 
-#include "Client.h"
-#include "HttpSession.h"
+#include "viewer/server/Client.h"
+#include "viewer/server/HttpSession.h"
 
 #include <chrono>
 #include <deque>

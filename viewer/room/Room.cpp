@@ -1,4 +1,4 @@
-#include "Room.h"
+#include "viewer/room/Room.h"
 
 #include "core/Printable.h"
 

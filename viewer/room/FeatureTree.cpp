@@ -1,4 +1,4 @@
-#include "FeatureTree.h"
+#include "viewer/room/FeatureTree.h"
 
 #include "core/Printable.h"
 

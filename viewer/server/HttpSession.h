@@ -1,8 +1,8 @@
 #pragma once
 // A connection until it becomes a socket for messages, or ends.
 
-#include "Gate.h"
-#include "Hub.h"
+#include "viewer/room/Hub.h"
+#include "viewer/server/Gate.h"
 
 #include <chrono>
 #include <memory>

@@ -1,7 +1,7 @@
-#include "Hub.h"
+#include "viewer/room/Hub.h"
 
-#include "VirtualCameras.h"
 #include "core/Printable.h"
+#include "viewer/room/VirtualCameras.h"
 
 #include <algorithm>
 #include <utility>

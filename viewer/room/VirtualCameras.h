@@ -1,7 +1,7 @@
 #pragma once
 // Virtual cameras that are added and plagued while the program runs.
 
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 namespace viewer {
 

@@ -1,8 +1,8 @@
 #pragma once
 // What came from a camera and what looking at it took, as the figures that browsers plot.
 
-#include "LiveImage.h"
-#include "Protocol.h"
+#include "viewer/image/LiveImage.h"
+#include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Camera.h>
 

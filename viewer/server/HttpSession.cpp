@@ -1,7 +1,7 @@
-#include "HttpSession.h"
+#include "viewer/server/HttpSession.h"
 
-#include "Page.h"
-#include "SocketSession.h"
+#include "viewer/Page.h"
+#include "viewer/server/SocketSession.h"
 
 #include <utility>
 

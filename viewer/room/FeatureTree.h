@@ -1,7 +1,7 @@
 #pragma once
 // Features of a camera as JSON.
 
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Camera.h>
 

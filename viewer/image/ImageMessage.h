@@ -1,7 +1,7 @@
 #pragma once
 // From an image to what a browser draws.
 
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Image.h>
 #include <tavix/imaging/Display.h>

@@ -1,4 +1,4 @@
-#include "LiveImage.h"
+#include "viewer/image/LiveImage.h"
 
 #include "core/Printable.h"
 

@@ -1,4 +1,4 @@
-#include "ImageMessage.h"
+#include "viewer/image/ImageMessage.h"
 
 #include "core/Printable.h"
 

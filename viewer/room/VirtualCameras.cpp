@@ -1,6 +1,6 @@
-#include "VirtualCameras.h"
+#include "viewer/room/VirtualCameras.h"
 
-#include "Viewer.h"
+#include "viewer/Viewer.h"
 
 #include <tavix/camera/CameraInfo.h>
 

@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "viewer/image/Figures.h"
 
 #include <ctime>
 

@@ -1,4 +1,4 @@
-#include "Watches.h"
+#include "viewer/room/Watches.h"
 
 #include <set>
 

@@ -1,4 +1,4 @@
-#include "SocketSession.h"
+#include "viewer/server/SocketSession.h"
 
 #include <utility>
 

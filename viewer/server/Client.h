@@ -1,7 +1,7 @@
 #pragma once
 // A browser, as those see it who have something to tell.
 
-#include "Protocol.h"
+#include "viewer/server/Protocol.h"
 
 #include <cstdint>
 #include <memory>

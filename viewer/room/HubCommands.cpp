@@ -1,7 +1,7 @@
 // What each request has done.
-#include "Hub.h"
+#include "viewer/room/Hub.h"
 
-#include "VirtualCameras.h"
+#include "viewer/room/VirtualCameras.h"
 
 #include <stdexcept>
 #include <utility>

@@ -1,8 +1,8 @@
 #pragma once
 // The newest image of a camera on its way to those who look at it.
 
-#include "Client.h"
-#include "ImageMessage.h"
+#include "viewer/image/ImageMessage.h"
+#include "viewer/server/Client.h"
 
 #include <tavix/camera/Image.h>
 

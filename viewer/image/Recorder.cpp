@@ -1,4 +1,4 @@
-#include "Recorder.h"
+#include "viewer/image/Recorder.h"
 
 #include "core/Printable.h"
 

@@ -1,4 +1,4 @@
-#include "Gate.h"
+#include "viewer/server/Gate.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #pragma once
 // Who is there: browsers, cameras, open cameras; and who of the browsers steers.
 
-#include "Client.h"
-#include "Room.h"
-#include "Viewer.h"
-#include "Worker.h"
+#include "viewer/Viewer.h"
+#include "viewer/Worker.h"
+#include "viewer/room/Room.h"
+#include "viewer/server/Client.h"
 
 #include <tavix/camera/CameraInfo.h>
 
