@@ -1,6 +1,6 @@
 // The plug-in as GStreamer loads it.
 #include "gstreamer/DeviceProvider.h"
-#include "gstreamer/Element.h"
+#include "gstreamer/element/Element.h"
 
 static gboolean PluginInit(GstPlugin* plugin) {
     return gst_element_register(plugin, "tavixsrc", GST_RANK_NONE, gst_tavix_src_get_type()) &&

@@ -1,9 +1,9 @@
 #include "camera/image/Frame.h"
-#include "gstreamer/BufferMaker.h"
-#include "gstreamer/Element.h"
-#include "gstreamer/ImageMemory.h"
-#include "gstreamer/ImageMeta.h"
-#include "gstreamer/Source.h"
+#include "gstreamer/buffer/BufferMaker.h"
+#include "gstreamer/buffer/ImageMemory.h"
+#include "gstreamer/buffer/ImageMeta.h"
+#include "gstreamer/element/Element.h"
+#include "gstreamer/source/Source.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "gstreamer/Flow.h"
+#include "gstreamer/source/Flow.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "gstreamer/Format.h"
+#include "gstreamer/caps/Format.h"
 
 #include <cstring>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 // The camera's stream as a pipeline runs and interrupts it.
 
-#include "gstreamer/Options.h"
+#include "gstreamer/element/Options.h"
 
 #include <tavix/camera/Camera.h>
 

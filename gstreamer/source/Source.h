@@ -1,12 +1,12 @@
 #pragma once
 // A camera as the source of a pipeline.
 
-#include "gstreamer/BufferMaker.h"
-#include "gstreamer/CameraCaps.h"
-#include "gstreamer/FeatureAccess.h"
-#include "gstreamer/Flow.h"
-#include "gstreamer/Options.h"
-#include "gstreamer/PipelineTime.h"
+#include "gstreamer/buffer/BufferMaker.h"
+#include "gstreamer/caps/CameraCaps.h"
+#include "gstreamer/element/FeatureAccess.h"
+#include "gstreamer/element/Options.h"
+#include "gstreamer/source/Flow.h"
+#include "gstreamer/source/PipelineTime.h"
 
 #include <gst/base/gstbasesrc.h>
 

@@ -1,4 +1,4 @@
-#include "gstreamer/ImageMeta.h"
+#include "gstreamer/buffer/ImageMeta.h"
 
 #include <string>
 #include <variant>

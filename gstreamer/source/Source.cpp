@@ -1,7 +1,7 @@
-#include "gstreamer/Source.h"
+#include "gstreamer/source/Source.h"
 
-#include "gstreamer/ImageMeta.h"
 #include "gstreamer/Report.h"
+#include "gstreamer/buffer/ImageMeta.h"
 
 #include <algorithm>
 #include <utility>

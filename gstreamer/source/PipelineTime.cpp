@@ -1,4 +1,4 @@
-#include "gstreamer/PipelineTime.h"
+#include "gstreamer/source/PipelineTime.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // The action signals of `tavixsrc`.
-#include "gstreamer/Element.h"
 #include "gstreamer/Report.h"
-#include "gstreamer/Source.h"
+#include "gstreamer/element/Element.h"
+#include "gstreamer/source/Source.h"
 
 namespace tavixgst {
 namespace {

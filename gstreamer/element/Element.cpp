@@ -1,9 +1,9 @@
-#include "gstreamer/Element.h"
+#include "gstreamer/element/Element.h"
 
-#include "gstreamer/Format.h"
-#include "gstreamer/ImageMeta.h"
 #include "gstreamer/Report.h"
-#include "gstreamer/Source.h"
+#include "gstreamer/buffer/ImageMeta.h"
+#include "gstreamer/caps/Format.h"
+#include "gstreamer/source/Source.h"
 
 #include <tavix/camera/Error.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 // Caps out of a camera's limits, and a camera set up as caps say.
 
-#include "gstreamer/Format.h"
 #include "gstreamer/Handles.h"
+#include "gstreamer/caps/Format.h"
 
 #include <tavix/camera/Camera.h>
 

@@ -1,6 +1,6 @@
-#include "gstreamer/CameraCaps.h"
+#include "gstreamer/caps/CameraCaps.h"
 
-#include "gstreamer/FrameRate.h"
+#include "gstreamer/caps/FrameRate.h"
 
 #include <tavix/imaging/Convert.h>
 

@@ -1,4 +1,4 @@
-#include "gstreamer/ImageMemory.h"
+#include "gstreamer/buffer/ImageMemory.h"
 
 #include <atomic>
 #include <utility>

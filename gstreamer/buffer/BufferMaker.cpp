@@ -1,7 +1,7 @@
-#include "gstreamer/BufferMaker.h"
+#include "gstreamer/buffer/BufferMaker.h"
 
-#include "gstreamer/ImageMemory.h"
-#include "gstreamer/ImageMeta.h"
+#include "gstreamer/buffer/ImageMemory.h"
+#include "gstreamer/buffer/ImageMeta.h"
 
 #include <tavix/camera/Error.h>
 #include <tavix/imaging/Convert.h>

@@ -1,6 +1,6 @@
-#include "gstreamer/FeatureAccess.h"
+#include "gstreamer/element/FeatureAccess.h"
 
-#include "gstreamer/ImageMeta.h"
+#include "gstreamer/buffer/ImageMeta.h"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 #pragma once
 // Images as buffers of a pipeline.
 
-#include "gstreamer/CameraCaps.h"
 #include "gstreamer/Handles.h"
+#include "gstreamer/caps/CameraCaps.h"
 
 #include <tavix/camera/Image.h>
 

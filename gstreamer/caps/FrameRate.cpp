@@ -1,4 +1,4 @@
-#include "gstreamer/FrameRate.h"
+#include "gstreamer/caps/FrameRate.h"
 
 namespace tavixgst {
 namespace {

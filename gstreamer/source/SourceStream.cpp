@@ -1,5 +1,5 @@
-#include "gstreamer/ImageMeta.h"
-#include "gstreamer/Source.h"
+#include "gstreamer/buffer/ImageMeta.h"
+#include "gstreamer/source/Source.h"
 
 #include <algorithm>
 #include <utility>
