@@ -1,6 +1,6 @@
 // Descriptors of any device on the bus, as the kernel keeps them.
 
-#include "usb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbDescriptors.h"
 
 #include <cstddef>
 #include <cstdint>

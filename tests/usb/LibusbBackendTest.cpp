@@ -1,7 +1,7 @@
 #include "usb/LibusbTest.h"
 
-#include "usb/LibusbContext.h"
-#include "usb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbContext.h"
+#include "usb/libusb/LibusbDescriptors.h"
 
 #include <cerrno>
 #include <condition_variable>

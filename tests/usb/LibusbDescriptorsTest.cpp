@@ -1,4 +1,4 @@
-#include "usb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbDescriptors.h"
 
 #include "usb/TestDevice.h"
 

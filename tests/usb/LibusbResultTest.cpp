@@ -1,4 +1,4 @@
-#include "usb/LibusbResult.h"
+#include "usb/libusb/LibusbResult.h"
 
 #include <gtest/gtest.h>
 #include <libusb.h>

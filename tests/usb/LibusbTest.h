@@ -2,9 +2,9 @@
 // Words for tests of the libusb backend: the real libusb, with a device of ours beneath it.
 
 #include "support/usbfs/Bus.h"
-#include "usb/LibusbBackend.h"
 #include "usb/TestDevice.h"
 #include "usb/Transfers.h"
+#include "usb/libusb/LibusbBackend.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Prints id, speed and the first string of every device on the real bus: a program that knows nothing of an emulation.
-#include "usb/LibusbBackend.h"
+#include "usb/libusb/LibusbBackend.h"
 
 #include <cstdio>
 

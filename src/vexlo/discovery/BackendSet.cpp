@@ -5,8 +5,8 @@
 #include "vexlo/Mutex.h"
 #include "vexlo/Vexlo.h"
 
-#include "usb/LibusbBackend.h"
 #include "usb/LoadedBackend.h"
+#include "usb/libusb/LibusbBackend.h"
 #include "usb/trace/TracedBackend.h"
 
 #include <dlfcn.h>

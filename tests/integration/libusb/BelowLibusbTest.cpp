@@ -5,7 +5,7 @@
 
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Udev.h"
-#include "usb/LibusbBackend.h"
+#include "usb/libusb/LibusbBackend.h"
 #include "virtualcam/device/Device.h"
 #include "virtualcam/device/Protocol.h"
 

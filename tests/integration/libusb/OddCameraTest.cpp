@@ -4,7 +4,7 @@
 #include "integration/support/GoodFrames.h"
 #include "integration/support/VirtualBus.h"
 
-#include "usb/LibusbBackend.h"
+#include "usb/libusb/LibusbBackend.h"
 
 #include <core/LogSink.h>
 #include <vexlo/Vexlo.h>

@@ -1,16 +1,16 @@
 // The real bus, reached through libusb-1.0.
-#include "usb/LibusbBackend.h"
+#include "usb/libusb/LibusbBackend.h"
 
 #include "usb/HotplugHandlers.h"
-#include "usb/HotplugNotices.h"
-#include "usb/LibusbContext.h"
-#include "usb/LibusbDescriptors.h"
-#include "usb/LibusbHandle.h"
-#include "usb/LibusbResult.h"
 #include "usb/NoThrow.h"
-#include "usb/NodeAge.h"
-#include "usb/SmallFile.h"
-#include "usb/SpareFiles.h"
+#include "usb/libusb/HotplugNotices.h"
+#include "usb/libusb/LibusbContext.h"
+#include "usb/libusb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbHandle.h"
+#include "usb/libusb/LibusbResult.h"
+#include "usb/libusb/NodeAge.h"
+#include "usb/libusb/SmallFile.h"
+#include "usb/libusb/SpareFiles.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,4 +1,4 @@
-#include "usb/MappedPieces.h"
+#include "usb/libusb/MappedPieces.h"
 
 #include <algorithm>
 

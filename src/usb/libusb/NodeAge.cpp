@@ -1,7 +1,7 @@
 // How long a device has had its node under /dev.
-#include "usb/NodeAge.h"
+#include "usb/libusb/NodeAge.h"
 
-#include "usb/SmallFile.h"
+#include "usb/libusb/SmallFile.h"
 
 #include <sys/stat.h>
 

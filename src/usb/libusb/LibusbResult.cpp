@@ -1,5 +1,5 @@
 // From libusb's codes to those of the border.
-#include "usb/LibusbResult.h"
+#include "usb/libusb/LibusbResult.h"
 
 #include <libusb.h>
 

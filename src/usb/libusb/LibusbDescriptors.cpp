@@ -1,9 +1,9 @@
 // What libusb knows of a device without opening it.
-#include "usb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbDescriptors.h"
 
-#include "usb/LibusbContext.h"
-#include "usb/LibusbResult.h"
-#include "usb/SmallFile.h"
+#include "usb/libusb/LibusbContext.h"
+#include "usb/libusb/LibusbResult.h"
+#include "usb/libusb/SmallFile.h"
 
 #include <libusb.h>
 

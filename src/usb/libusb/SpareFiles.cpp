@@ -1,5 +1,5 @@
 // Whether the process may still open files.
-#include "usb/SpareFiles.h"
+#include "usb/libusb/SpareFiles.h"
 
 #include <fcntl.h>
 #include <unistd.h>

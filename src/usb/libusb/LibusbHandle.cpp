@@ -1,11 +1,11 @@
 // One opened device of the real bus.
-#include "usb/LibusbHandle.h"
+#include "usb/libusb/LibusbHandle.h"
 
-#include "usb/LibusbDescriptors.h"
-#include "usb/LibusbResult.h"
-#include "usb/MappedPieces.h"
 #include "usb/NoThrow.h"
-#include "usb/SynchronousTransfer.h"
+#include "usb/libusb/LibusbDescriptors.h"
+#include "usb/libusb/LibusbResult.h"
+#include "usb/libusb/MappedPieces.h"
+#include "usb/libusb/SynchronousTransfer.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,7 +1,7 @@
 // One transfer of libusb that the calling thread waits for.
-#include "usb/SynchronousTransfer.h"
+#include "usb/libusb/SynchronousTransfer.h"
 
-#include "usb/LibusbResult.h"
+#include "usb/libusb/LibusbResult.h"
 
 #include <algorithm>
 #include <climits>

@@ -2,7 +2,7 @@
 // One opened device of the real bus.
 
 #include "usb/Backend.h"
-#include "usb/LibusbContext.h"
+#include "usb/libusb/LibusbContext.h"
 
 #include <atomic>
 #include <chrono>
