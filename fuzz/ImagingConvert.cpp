@@ -2,7 +2,7 @@
 // of processor: all of them agree, and nothing beyond is touched.
 
 #include "fuzz/Script.h"
-#include "imaging/Converter.h"
+#include "imaging/conversion/Converter.h"
 
 #include <cstring>
 #include <memory>

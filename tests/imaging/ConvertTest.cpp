@@ -1,5 +1,5 @@
-#include "imaging/Converter.h"
 #include "imaging/Reference.h"
+#include "imaging/conversion/Converter.h"
 
 #include <cstring>
 #include <memory>

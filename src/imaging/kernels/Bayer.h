@@ -1,7 +1,7 @@
 #pragma once
 // Demosaicing.
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 #include "imaging/kernels/Vector.h"
 
 namespace Tavix::imaging {

@@ -2,9 +2,9 @@
 // All loops, for the processor that the including source is compiled for. They lie in a nameless name space, and call
 // nothing of the standard library that could be shared with sources for lesser processors.
 
-#include "imaging/Kernels.h"
 #include "imaging/kernels/Bayer.h"
 #include "imaging/kernels/Colours.h"
+#include "imaging/kernels/Kernels.h"
 #include "imaging/kernels/Planes.h"
 #include "imaging/kernels/Samples.h"
 

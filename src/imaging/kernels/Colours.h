@@ -1,7 +1,7 @@
 #pragma once
 // From luma and chroma to colours and back, written so that compilers make vectors of it.
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 #include "imaging/kernels/Vector.h"
 
 namespace Tavix::imaging {

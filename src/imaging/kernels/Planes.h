@@ -1,8 +1,8 @@
 #pragma once
 // Between components side by side and planes.
 
-#include "imaging/Kernels.h"
 #include "imaging/kernels/Block.h"
+#include "imaging/kernels/Kernels.h"
 
 namespace Tavix::imaging {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 // Samples of all packings to rows of bytes or words.
 
-#include "imaging/Kernels.h"
 #include "imaging/kernels/Block.h"
+#include "imaging/kernels/Kernels.h"
 
 namespace Tavix::imaging {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 // The loops of each source that is compiled for a kind of processor of its own.
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 namespace Tavix::imaging {
 

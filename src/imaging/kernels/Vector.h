@@ -1,7 +1,7 @@
 #pragma once
 // Arithmetic on as many samples as a register holds, in the compilers' own vector types.
 
-#include "imaging/Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <type_traits>
 

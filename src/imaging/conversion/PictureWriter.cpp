@@ -1,4 +1,4 @@
-#include "PictureWriter.h"
+#include "imaging/conversion/PictureWriter.h"
 
 #include <algorithm>
 #include <string>

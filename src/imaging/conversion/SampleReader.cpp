@@ -1,4 +1,4 @@
-#include "SampleReader.h"
+#include "imaging/conversion/SampleReader.h"
 
 #include <algorithm>
 

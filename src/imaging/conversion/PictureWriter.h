@@ -1,8 +1,8 @@
 #pragma once
 // Rows of red, green and blue, or of grey, into lines of a target.
 
-#include "Kernels.h"
-#include "SampleReader.h"
+#include "imaging/conversion/SampleReader.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <tavix/imaging/Picture.h>
 

@@ -1,4 +1,4 @@
-#include "Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include "imaging/kernels/Tiers.h"
 

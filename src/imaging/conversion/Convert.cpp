@@ -1,9 +1,9 @@
-#include "ColourMatrix.h"
-#include "Converter.h"
-#include "Demosaicer.h"
-#include "Layout.h"
-#include "PictureWriter.h"
-#include "SampleReader.h"
+#include "imaging/Layout.h"
+#include "imaging/conversion/ColourMatrix.h"
+#include "imaging/conversion/Converter.h"
+#include "imaging/conversion/Demosaicer.h"
+#include "imaging/conversion/PictureWriter.h"
+#include "imaging/conversion/SampleReader.h"
 
 #include <algorithm>
 

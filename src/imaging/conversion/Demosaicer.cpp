@@ -1,4 +1,4 @@
-#include "Demosaicer.h"
+#include "imaging/conversion/Demosaicer.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "Converter.h"
-#include "Layout.h"
-#include "SampleReader.h"
+#include "imaging/Layout.h"
+#include "imaging/conversion/Converter.h"
+#include "imaging/conversion/SampleReader.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 #pragma once
 // Lines of any packing as rows of samples that use all of T's range.
 
-#include "Kernels.h"
-#include "Layout.h"
+#include "imaging/Layout.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <vector>
 

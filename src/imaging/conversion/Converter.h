@@ -1,7 +1,7 @@
 #pragma once
 // A conversion as a whole, for a kind of processor that a test or benchmark may choose.
 
-#include "Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <tavix/imaging/Convert.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 // Bayer pictures to red, green and blue, line by line.
 
-#include "Kernels.h"
-#include "SampleReader.h"
+#include "imaging/conversion/SampleReader.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <array>
 

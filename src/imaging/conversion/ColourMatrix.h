@@ -1,7 +1,7 @@
 #pragma once
 // How luma and chroma of a colour model become red, green and blue.
 
-#include "Kernels.h"
+#include "imaging/kernels/Kernels.h"
 
 #include <tavix/imaging/PixelFormat.h>
 

@@ -1,4 +1,4 @@
-#include "ColourMatrix.h"
+#include "imaging/conversion/ColourMatrix.h"
 
 #include <cmath>
 
