@@ -1,13 +1,13 @@
 // The native half of the package `tavix`.
 #include "python/Callbacks.h"
-#include "python/CameraDoor.h"
 #include "python/Errors.h"
-#include "python/FeatureDoor.h"
 #include "python/Fork.h"
-#include "python/GroupDoor.h"
-#include "python/ImageDoor.h"
-#include "python/InfoDoor.h"
-#include "python/StreamDoor.h"
+#include "python/classes/CameraDoor.h"
+#include "python/classes/FeatureDoor.h"
+#include "python/classes/GroupDoor.h"
+#include "python/classes/ImageDoor.h"
+#include "python/classes/InfoDoor.h"
+#include "python/classes/StreamDoor.h"
 
 namespace py = pybind11;
 

@@ -1,7 +1,7 @@
-#include "python/Options.h"
+#include "python/values/Options.h"
 
 #include "python/Lock.h"
-#include "python/Pixels.h"
+#include "python/values/Pixels.h"
 
 #include <algorithm>
 #include <initializer_list>

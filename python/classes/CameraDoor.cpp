@@ -1,10 +1,10 @@
-#include "python/CameraDoor.h"
+#include "python/classes/CameraDoor.h"
 
 #include "python/Callbacks.h"
-#include "python/Door.h"
 #include "python/Fork.h"
-#include "python/StreamDoor.h"
-#include "python/Values.h"
+#include "python/classes/Door.h"
+#include "python/classes/StreamDoor.h"
+#include "python/values/Values.h"
 
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>

@@ -1,8 +1,8 @@
-#include "python/InfoDoor.h"
+#include "python/classes/InfoDoor.h"
 
 #include "python/Callbacks.h"
 #include "python/Fork.h"
-#include "python/Values.h"
+#include "python/values/Values.h"
 
 #include <tavix/camera/CameraEvent.h>
 #include <tavix/camera/CameraInfo.h>

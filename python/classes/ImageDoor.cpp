@@ -1,10 +1,10 @@
-#include "python/ImageDoor.h"
+#include "python/classes/ImageDoor.h"
 
 #include "python/Direct.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
-#include "python/Pixels.h"
-#include "python/Values.h"
+#include "python/values/Pixels.h"
+#include "python/values/Values.h"
 
 #include <tavix/camera/Image.h>
 #include <tavix/imaging/ImageFile.h>

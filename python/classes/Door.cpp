@@ -1,4 +1,4 @@
-#include "python/Door.h"
+#include "python/classes/Door.h"
 
 #include <tavix/camera/Error.h>
 

@@ -1,4 +1,4 @@
-#include "python/Pixels.h"
+#include "python/values/Pixels.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "python/GroupDoor.h"
+#include "python/classes/GroupDoor.h"
 
-#include "python/Door.h"
-#include "python/Options.h"
-#include "python/StreamDoor.h"
-#include "python/Values.h"
+#include "python/classes/Door.h"
+#include "python/classes/StreamDoor.h"
+#include "python/values/Options.h"
+#include "python/values/Values.h"
 
 #include <tavix/camera/Group.h>
 

@@ -1,7 +1,7 @@
-#include "python/StreamDoor.h"
+#include "python/classes/StreamDoor.h"
 
-#include "python/Door.h"
-#include "python/Options.h"
+#include "python/classes/Door.h"
+#include "python/values/Options.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "python/Values.h"
+#include "python/values/Values.h"
 
 #include "python/Lock.h"
 
