@@ -1,7 +1,7 @@
 #include "core/Log.h"
 
-#include "LogCore.h"
 #include "core/Format.h"
+#include "core/LogCore.h"
 #include "core/Printable.h"
 
 #include <algorithm>

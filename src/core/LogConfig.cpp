@@ -1,4 +1,4 @@
-#include "LogCore.h"
+#include "core/LogCore.h"
 
 #include "core/Log.h"
 

@@ -1,6 +1,6 @@
 #include "core/LogSink.h"
 
-#include "LogCore.h"
+#include "core/LogCore.h"
 
 #include <algorithm>
 #include <mutex>

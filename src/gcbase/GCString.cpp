@@ -1,6 +1,6 @@
 #include "Base/GCString.h"
 
-#include "WideText.h"
+#include "gcbase/WideText.h"
 
 #include <istream>
 #include <ostream>

@@ -1,4 +1,4 @@
-#include "WideText.h"
+#include "gcbase/WideText.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "Layout.h"
+#include "imaging/Layout.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include <tavix/imaging/Picture.h>
 
-#include "Layout.h"
+#include "imaging/Layout.h"
 
 #include <limits>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "PluginLibrary.h"
+#include "tavixbase/PluginLibrary.h"
 
 #include <dlfcn.h>
 #include <exception>

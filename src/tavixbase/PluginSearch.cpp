@@ -1,4 +1,4 @@
-#include "PluginSearch.h"
+#include "tavixbase/PluginSearch.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "tavix/TlFactory.h"
 
-#include "TlRegistry.h"
+#include "tavixbase/TlRegistry.h"
 
 #include "core/Export.h"
 #include "core/Log.h"

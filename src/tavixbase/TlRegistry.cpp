@@ -1,6 +1,6 @@
-#include "TlRegistry.h"
+#include "tavixbase/TlRegistry.h"
 
-#include "PluginSearch.h"
+#include "tavixbase/PluginSearch.h"
 
 #include "core/Log.h"
 #include "tavix/TransportLayer.h"

@@ -1,7 +1,7 @@
 #pragma once
 // The transport layers of the process: what the libraries offer and what lives.
 
-#include "PluginLibrary.h"
+#include "tavixbase/PluginLibrary.h"
 
 #include "core/Lock.h"
 

@@ -1,6 +1,6 @@
-#include "Crc16.h"
+#include "u3v/Crc16.h"
 
-#include "Crc16Tables.h"
+#include "u3v/Crc16Tables.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>

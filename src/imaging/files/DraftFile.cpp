@@ -1,4 +1,4 @@
-#include "DraftFile.h"
+#include "imaging/files/DraftFile.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,5 +1,5 @@
-#include "DraftFile.h"
-#include "Encoders.h"
+#include "imaging/files/DraftFile.h"
+#include "imaging/files/Encoders.h"
 
 #include <algorithm>
 #include <cctype>

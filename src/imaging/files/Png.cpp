@@ -1,4 +1,4 @@
-#include "Encoders.h"
+#include "imaging/files/Encoders.h"
 
 #include <png.h>
 

@@ -1,6 +1,6 @@
-#include "BlockJudge.h"
+#include "vexlo/stream/BlockJudge.h"
 
-#include "BufferPool.h"
+#include "vexlo/stream/BufferPool.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "BufferPool.h"
+#include "vexlo/stream/BufferPool.h"
 
 #include <new>
 #include <utility>

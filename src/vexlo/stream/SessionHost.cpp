@@ -1,4 +1,4 @@
-#include "SessionHost.h"
+#include "vexlo/stream/SessionHost.h"
 
 #include "vexlo/Library.h"
 

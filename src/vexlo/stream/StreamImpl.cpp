@@ -1,4 +1,4 @@
-#include "StreamImpl.h"
+#include "vexlo/stream/StreamImpl.h"
 
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"

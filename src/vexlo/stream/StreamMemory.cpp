@@ -1,4 +1,4 @@
-#include "StreamMemory.h"
+#include "vexlo/stream/StreamMemory.h"
 
 #include "vexlo/stream/StreamSettings.h"
 #include "vexlo/stream/TransferBudget.h"

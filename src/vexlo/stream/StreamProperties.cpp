@@ -1,7 +1,7 @@
 // Properties of a stream by identifier.
 
-#include "StreamImpl.h"
 #include "vexlo/PropertyValue.h"
+#include "vexlo/stream/StreamImpl.h"
 
 namespace vexlo {
 namespace {

@@ -1,4 +1,4 @@
-#include "StreamRegisters.h"
+#include "vexlo/stream/StreamRegisters.h"
 
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"

@@ -1,4 +1,4 @@
-#include "TransferBudget.h"
+#include "vexlo/stream/TransferBudget.h"
 
 #include "vexlo/Logging.h"
 

@@ -1,4 +1,4 @@
-#include "BlockSlot.h"
+#include "vexlo/stream/engine/BlockSlot.h"
 
 #include <algorithm>
 #include <cstring>

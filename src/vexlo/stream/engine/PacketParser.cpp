@@ -1,4 +1,4 @@
-#include "PacketParser.h"
+#include "vexlo/stream/engine/PacketParser.h"
 
 #include <algorithm>
 #include <new>

@@ -1,4 +1,4 @@
-#include "PlaceFinder.h"
+#include "vexlo/stream/engine/PlaceFinder.h"
 
 #include <algorithm>
 

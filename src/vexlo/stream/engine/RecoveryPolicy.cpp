@@ -1,4 +1,4 @@
-#include "RecoveryPolicy.h"
+#include "vexlo/stream/engine/RecoveryPolicy.h"
 
 #include <algorithm>
 

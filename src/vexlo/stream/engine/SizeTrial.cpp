@@ -1,4 +1,4 @@
-#include "SizeTrial.h"
+#include "vexlo/stream/engine/SizeTrial.h"
 
 #include "vexlo/Logging.h"
 #include "vexlo/stream/StreamSettings.h"

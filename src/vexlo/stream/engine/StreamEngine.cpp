@@ -1,4 +1,4 @@
-#include "StreamEngine.h"
+#include "vexlo/stream/engine/StreamEngine.h"
 
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"

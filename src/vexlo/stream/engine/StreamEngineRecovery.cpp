@@ -1,6 +1,6 @@
 // What the stream's loop does while the plan is left.
 
-#include "StreamEngine.h"
+#include "vexlo/stream/engine/StreamEngine.h"
 
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"

@@ -1,4 +1,4 @@
-#include "StreamRequests.h"
+#include "vexlo/stream/engine/StreamRequests.h"
 
 namespace vexlo {
 

@@ -1,4 +1,4 @@
-#include "TransferJudge.h"
+#include "vexlo/stream/engine/TransferJudge.h"
 
 #include "vexlo/UsbStatus.h"
 

@@ -1,4 +1,4 @@
-#include "TransferQueue.h"
+#include "vexlo/stream/engine/TransferQueue.h"
 
 #include <algorithm>
 #include <type_traits>
