@@ -54,6 +54,15 @@ TEST(EventsCommand, AreOnlyThoseThatWereNamed) {
         EXPECT_EQ(line.rfind("FrameStart 0x9002: EventFrameStart=", 0), 0u) << line;
 }
 
+TEST(EventsCommand, MayBeNamedAfterASetting) {
+    const Outcome outcome =
+        RunTool({"--virtual", "1", "events", "-g", "-n", "2", "--set", "AcquisitionFrameRateEnable=0", "FrameStart"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    ASSERT_EQ(Lines(outcome.out).size(), 2u);
+    for (const std::string& line : Lines(outcome.out))
+        EXPECT_EQ(line.rfind("FrameStart ", 0), 0u) << line;
+}
+
 TEST(EventsCommand, SayWhatToDoWhenNoneComes) {
     const Outcome outcome = RunTool({"--virtual", "1", "events", "--timeout", "100"});
     EXPECT_EQ(outcome.status, 1);
