@@ -21,7 +21,7 @@ test_packages=(
     chromium
 )
 developer_packages=(
-    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen mypy
+    clang-14 clang libclang-rt-14-dev clang-format clang-tidy ccache doxygen mypy mandoc zsh fish
     qemu-system-x86 busybox-static cpio kmod udev usbip
 )
 developer=no

@@ -126,6 +126,45 @@ TEST(Completion, ForBashOffersFilesWhereFilesAreMeant) {
     EXPECT_EQ(Offered(folder, "tavix grab --trace " + folder.Path("cam")), settings);
 }
 
+bool HasProgram(const std::string& name) {
+    return std::system(("command -v " + name + " >/dev/null").c_str()) == 0;
+}
+
+/// What zsh's function for arguments is given once a command's name stands in the line.
+std::string ZshArguments(const TestFolder& folder, const std::string& command) {
+    folder.Write("ask.zsh", "_describe() { : }\n"
+                            "_arguments() { print -rl -- \"$@\" >" +
+                                folder.Path("given") + "; state=argument }\n" + "words=(" + command + " '')\n" +
+                                "source " + folder.Write("_tavix", Printed({"completion", "zsh"})));
+    EXPECT_EQ(std::system(("zsh -f " + folder.Path("ask.zsh")).c_str()), 0) << command;
+    return folder.Read("given");
+}
+
+TEST(Completion, ForZshGivesEachCommandItsOptions) {
+    if (!HasProgram("zsh")) GTEST_SKIP() << "there is no zsh";
+    const TestFolder folder;
+    for (const std::string& command : Commands()) {
+        const std::string given = ZshArguments(folder, command);
+        for (const std::string& option : OptionsIn(Printed({command, "--help"})))
+            EXPECT_TRUE(HasWord(given, option)) << command << " " << option << ": " << given;
+    }
+    EXPECT_FALSE(HasWord(ZshArguments(folder, "list"), "--format"));
+}
+
+TEST(Completion, ForFishOffersCommandsAndTheirOptions) {
+    if (!HasProgram("fish")) GTEST_SKIP() << "there is no fish";
+    const TestFolder folder;
+    const std::string script = folder.Write("tavix.fish", Printed({"completion", "fish"}));
+    const auto offered = [&](const std::string& line) {
+        folder.Write("ask.fish", "source " + script + "\ncomplete -C '" + line + "' >" + folder.Path("offered"));
+        EXPECT_EQ(std::system(("HOME=" + folder.Path("") + " fish --no-config " + folder.Path("ask.fish")).c_str()), 0);
+        return folder.Read("offered");
+    };
+    EXPECT_EQ(offered("tavix gra").rfind("grab\t", 0), 0u);
+    EXPECT_EQ(offered("tavix grab --over").rfind("--overwrite\t", 0), 0u);
+    EXPECT_EQ(offered("tavix list --over"), "");
+}
+
 class EachShell : public testing::TestWithParam<const char*> {};
 
 TEST_P(EachShell, GetsEveryCommandAndOptionInAScriptThatItCanRead) {
@@ -141,7 +180,7 @@ TEST_P(EachShell, GetsEveryCommandAndOptionInAScriptThatItCanRead) {
         }
     }
     const std::string path = folder.Write("script", script);
-    if (std::system(("command -v " + shell + " >/dev/null").c_str()) != 0) GTEST_SKIP() << "there is no " << shell;
+    if (!HasProgram(shell)) GTEST_SKIP() << "there is no " << shell;
     EXPECT_EQ(std::system((shell + " -n " + path).c_str()), 0);
 }
 
@@ -165,7 +204,7 @@ TEST(Manual, DescribesEveryCommandAndEveryOption) {
 }
 
 TEST(Manual, IsAPageThatAReaderOfManualsTakesWithoutAWarning) {
-    if (std::system("command -v mandoc >/dev/null") != 0) GTEST_SKIP() << "there is no mandoc";
+    if (!HasProgram("mandoc")) GTEST_SKIP() << "there is no mandoc";
     const TestFolder folder;
     const std::string page = folder.Write("tavix.1", Printed({"man"}));
     EXPECT_EQ(std::system(("mandoc -T lint -W warning " + page).c_str()), 0);
