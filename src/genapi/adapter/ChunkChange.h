@@ -2,7 +2,7 @@
 // What happens to several chunk ports as one change of their node map.
 
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <GenApi/ChunkPort.h>
 

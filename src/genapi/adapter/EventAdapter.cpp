@@ -1,7 +1,7 @@
 #include "genapi/adapter/EventPortState.h"
 #include "genapi/adapter/HexId.h"
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <Base/GCException.h>
 #include <GenApi/EventAdapterGeneric.h>

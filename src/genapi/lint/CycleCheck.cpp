@@ -1,6 +1,6 @@
 #include "genapi/lint/Checks.h"
 #include "genapi/lint/FormulaUse.h"
-#include "genapi/nodes/base/Components.h"
+#include "genapi/nodes/host/Components.h"
 
 #include <algorithm>
 #include <unordered_map>

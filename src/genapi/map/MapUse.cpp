@@ -2,7 +2,7 @@
 #include "genapi/map/Map.h"
 #include "genapi/nodes/CommandNode.h"
 #include "genapi/nodes/EnumerationNode.h"
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 #include "genapi/nodes/register/PortNode.h"
 
 #include <exception>

@@ -2,10 +2,10 @@
 // What all nodes with a floating-point number have in common.
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/base/Convert.h"
-#include "genapi/nodes/base/Operation.h"
-#include "genapi/nodes/base/TextForms.h"
 #include "genapi/nodes/base/ValueNode.h"
+#include "genapi/nodes/host/Operation.h"
+#include "genapi/nodes/text/Convert.h"
+#include "genapi/nodes/text/TextForms.h"
 
 #include <GenApi/IFloat.h>
 

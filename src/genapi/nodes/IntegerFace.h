@@ -2,9 +2,9 @@
 // What all nodes with a whole number have in common.
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/base/Operation.h"
-#include "genapi/nodes/base/TextForms.h"
 #include "genapi/nodes/base/ValueNode.h"
+#include "genapi/nodes/host/Operation.h"
+#include "genapi/nodes/text/TextForms.h"
 
 #include <GenApi/IInteger.h>
 

@@ -3,7 +3,7 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <Base/GCException.h>
 

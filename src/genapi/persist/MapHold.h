@@ -2,7 +2,7 @@
 // Many accesses of a node map as one.
 
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <GenApi/INodeMap.h>
 

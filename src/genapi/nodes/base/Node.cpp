@@ -1,8 +1,8 @@
 #include "genapi/nodes/base/Node.h"
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/base/Convert.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/text/Convert.h"
 
 namespace genapi {
 

@@ -4,7 +4,7 @@
 #include "genapi/description/Description.h"
 #include "genapi/description/NodeTraits.h"
 #include "genapi/formula/FormulaValue.h"
-#include "genapi/nodes/base/NodeHost.h"
+#include "genapi/nodes/host/NodeHost.h"
 
 #include <GenApi/INode.h>
 

@@ -1,7 +1,7 @@
 // The access mode of a node and what restricts it.
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/Operation.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Operation.h"
 
 namespace genapi {
 

@@ -1,7 +1,7 @@
 // How nodes hang together, as an application may ask.
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/base/ReverseLinks.h"
+#include "genapi/nodes/host/ReverseLinks.h"
 
 #include <unordered_set>
 

@@ -1,6 +1,6 @@
 #include "genapi/nodes/base/ValueNode.h"
 
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <unordered_set>
 

@@ -3,8 +3,8 @@
 
 #include "genapi/nodes/FloatFace.h"
 #include "genapi/nodes/IntegerFace.h"
-#include "genapi/nodes/base/Remembered.h"
 #include "genapi/nodes/formula/FormulaBinding.h"
+#include "genapi/nodes/host/Remembered.h"
 
 namespace genapi {
 

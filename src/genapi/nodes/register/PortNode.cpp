@@ -1,8 +1,8 @@
 #include "genapi/nodes/register/PortNode.h"
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/base/Operation.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include <GenApi/PortImpl.h>
 

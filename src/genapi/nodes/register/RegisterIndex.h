@@ -1,7 +1,7 @@
 #pragma once
 // Which register nodes show the same bytes.
 
-#include "genapi/nodes/base/Graph.h"
+#include "genapi/nodes/host/Graph.h"
 
 #include <cstddef>
 #include <cstdint>

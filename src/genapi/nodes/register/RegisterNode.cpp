@@ -2,10 +2,10 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/formula/FormulaArithmetic.h"
-#include "genapi/nodes/base/Operation.h"
-#include "genapi/nodes/base/TextForms.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Operation.h"
 #include "genapi/nodes/register/PortNode.h"
+#include "genapi/nodes/text/TextForms.h"
 
 #include <algorithm>
 #include <cstring>

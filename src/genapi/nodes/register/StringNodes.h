@@ -1,7 +1,7 @@
 #pragma once
 // The node types String and StringReg.
 
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 #include "genapi/nodes/register/RegisterNode.h"
 
 #include <GenApi/IString.h>

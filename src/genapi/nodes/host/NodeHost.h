@@ -2,7 +2,7 @@
 // What the nodes of one map share: its lock, the state of their caches, and what a change reaches.
 
 #include "genapi/callback/CallbackRegistry.h"
-#include "genapi/nodes/base/Graph.h"
+#include "genapi/nodes/host/Graph.h"
 
 #include <GenApi/INodeMap.h>
 #include <GenApi/Synch/Lock.h>

@@ -1,4 +1,4 @@
-#include "genapi/nodes/base/TextForms.h"
+#include "genapi/nodes/text/TextForms.h"
 
 #include "genapi/description/Lexical.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // Who names a node.
 
-#include "genapi/nodes/base/Graph.h"
+#include "genapi/nodes/host/Graph.h"
 
 #include <bitset>
 #include <vector>

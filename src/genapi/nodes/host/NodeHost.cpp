@@ -1,4 +1,4 @@
-#include "genapi/nodes/base/NodeHost.h"
+#include "genapi/nodes/host/NodeHost.h"
 
 #include "genapi/nodes/base/Node.h"
 #include "genapi/nodes/base/Throw.h"

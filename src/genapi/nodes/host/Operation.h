@@ -1,7 +1,7 @@
 #pragma once
 // One change of a node map, from the lock to the last callback.
 
-#include "genapi/nodes/base/NodeHost.h"
+#include "genapi/nodes/host/NodeHost.h"
 
 #include <GenApi/NodeCallback.h>
 

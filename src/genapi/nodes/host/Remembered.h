@@ -1,7 +1,7 @@
 #pragma once
 // A number that a node has computed in the present operation.
 
-#include "genapi/nodes/base/NodeHost.h"
+#include "genapi/nodes/host/NodeHost.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "genapi/nodes/base/ReverseLinks.h"
+#include "genapi/nodes/host/ReverseLinks.h"
 
 #include "genapi/nodes/base/Node.h"
 

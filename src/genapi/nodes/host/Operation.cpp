@@ -1,6 +1,6 @@
 // A change in three steps: the write notes what it passes, Commit drops the caches of all that hears of it and gathers
 // their callbacks, Finish calls them around the release of the lock. docs/node-maps.md draws it.
-#include "genapi/nodes/base/Operation.h"
+#include "genapi/nodes/host/Operation.h"
 
 #include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/base/Node.h"

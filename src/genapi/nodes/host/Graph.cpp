@@ -1,6 +1,6 @@
-#include "genapi/nodes/base/Graph.h"
+#include "genapi/nodes/host/Graph.h"
 
-#include "genapi/nodes/base/Components.h"
+#include "genapi/nodes/host/Components.h"
 
 #include <algorithm>
 
