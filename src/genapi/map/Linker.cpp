@@ -4,6 +4,7 @@
 #include "genapi/nodes/EnumerationNode.h"
 #include "genapi/nodes/base/PropertyRules.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Descent.h"
 
 #include <algorithm>
 
@@ -18,9 +19,10 @@ Node* FixedTarget(const Node& node) {
 } // namespace
 
 void Linker::Run(std::string_view root) {
+    const GenApi::AutoLock lock(m_Map.Lock());
     for (Node* const pNode : m_Map.m_Nodes)
         Bind(*pNode);
-    m_Map.m_Graph.Build(static_cast<NodeIndex>(m_Map.m_Nodes.size()));
+    m_Map.Reach().Build();
     MarkFeatures(root);
     CollectPolled();
     RefuseLongChains();
@@ -82,11 +84,11 @@ void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
     if (!property.pTarget) return;
     const PropertyId id = property.record.id;
     const NodeIndex target = property.record.target; // the target itself may be far away in memory
-    DependencyGraph& graph = m_Map.m_Graph;
-    if (IsDependencyLink(id)) graph.Add(target, node.Index(), id == PropertyId::pInvalidator);
-    if (HasFlag(id, kTellsTarget)) graph.Add(node.Index(), target, false);
-    if (id == PropertyId::pSelecting) graph.Add(target, node.Index(), false);
-    if (property.pOffsetTarget) graph.Add(property.pOffsetTarget->Index(), node.Index(), false);
+    ChangeReach& reach = m_Map.Reach();
+    if (IsDependencyLink(id)) reach.Add(target, node.Index(), id == PropertyId::pInvalidator);
+    if (HasFlag(id, kTellsTarget)) reach.Add(node.Index(), target, false);
+    if (id == PropertyId::pSelecting) reach.Add(target, node.Index(), false);
+    if (property.pOffsetTarget) reach.Add(property.pOffsetTarget->Index(), node.Index(), false);
 }
 
 void Linker::MarkFeatures(std::string_view root) {
@@ -128,7 +130,7 @@ void Linker::CollectPolled() {
 // Each use of such a node would go down to the limit before it is refused.
 void Linker::RefuseLongChains() {
     constexpr uint32_t kUnknown = 0;
-    constexpr uint32_t kEndless = NodeHost::kMaxDepth + 1;
+    constexpr uint32_t kEndless = Effort::kMaxDepth + 1;
     std::vector<uint32_t> lengths(m_Map.m_Nodes.size(), kUnknown);
     std::vector<Node*> way;
     for (Node* const pStart : m_Map.m_Nodes) {
@@ -141,7 +143,7 @@ void Linker::RefuseLongChains() {
         for (; !way.empty(); way.pop_back()) {
             length = std::min(length + 1, kEndless);
             lengths[way.back()->Index()] = length;
-            if (length == kEndless) way.back()->MarkAsDefective(Fault::Link, NodeHost::kTooDeep);
+            if (length == kEndless) way.back()->MarkAsDefective(Fault::Link, Descent::kTooDeep);
         }
     }
 }

@@ -29,8 +29,7 @@ Node& Map::AddNode(NodeType type, std::string_view name, bool isStandard) {
     if (name.empty()) ThrowRuntime("A node needs a name.");
     if (m_Names.Insert(name) == kNoNode) ThrowRuntime("There is a node '" + std::string(name) + "' already.");
     m_Nodes.push_back(MakeNode(m_Arena, {this, index, type, isStandard, name}));
-    const GenApi::AutoLock lock(Lock());
-    m_States.emplace_back();
+    ResizeParts(m_Nodes.size());
     m_Drafts.emplace_back();
     return *m_Nodes.back();
 }
@@ -96,10 +95,7 @@ void Map::Load(Description description) {
     m_Names = std::move(m_Description.names);
     m_Names.Resolve(m_Description.properties.data(), m_Description.properties.size());
     m_Nodes.reserve(count);
-    {
-        const GenApi::AutoLock lock(Lock());
-        m_States.resize(count);
-    }
+    ResizeParts(count);
     for (const NodeRecord& record : m_Description.nodes) {
         const NodeIndex index = static_cast<NodeIndex>(m_Nodes.size());
         m_Nodes.push_back(MakeNode(m_Arena, {this, index, record.type, record.isStandard, record.name}));

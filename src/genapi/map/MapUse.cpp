@@ -12,9 +12,9 @@ namespace genapi {
 
 void Map::InvalidateAll() {
     ChangeFrame frame(*this);
-    NextGeneration();
+    Modes().NextGeneration();
     for (const Node* const pNode : m_Nodes) {
-        SetInvalid(pNode->Index());
+        Caches().SetInvalid(pNode->Index());
         frame.GatherCallbacks(pNode->Index());
     }
     frame.Finish();

@@ -1,6 +1,7 @@
 #include "genapi/nodes/CommandNode.h"
 
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Descent.h"
 
 namespace genapi {
 

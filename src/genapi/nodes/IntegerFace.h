@@ -3,6 +3,7 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/base/ValueNode.h"
+#include "genapi/nodes/host/Descent.h"
 #include "genapi/nodes/host/Operation.h"
 #include "genapi/nodes/text/TextForms.h"
 

@@ -2,6 +2,7 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Descent.h"
 #include "genapi/nodes/text/Convert.h"
 
 namespace genapi {

@@ -188,7 +188,7 @@ protected:
     virtual int64_t DoMaxTextLength();
 
 private:
-    GenApi::EAccessMode ComputeAccess();
+    GenApi::EAccessMode ComputeAccess(AccessMemory& modes);
     [[noreturn]] void ThrowDefect(const char* operation) const;
     enum class Permission : uint8_t { Read, Write };
     static bool Grants(GenApi::EAccessMode mode, Permission permission);
@@ -212,7 +212,6 @@ private:
     NodeType m_Type;
     bool m_IsStandard;
     bool m_IsFeature = false;
-    bool m_IsInAccess TAVIX_GUARDED_BY(m_pHost->Lock()) = false;
     bool m_HasErrorLinks = false;                     ///< pError
     GenApi::EAccessMode m_ImposedByFile = GenApi::RW; ///< constant after Bind
     GenApi::EAccessMode m_ImposedByCode TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::RW;

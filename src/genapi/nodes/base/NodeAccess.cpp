@@ -1,65 +1,32 @@
 // The access mode of a node and what restricts it.
 #include "genapi/nodes/base/Node.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Descent.h"
 #include "genapi/nodes/host/Operation.h"
 
 namespace genapi {
 
-namespace {
-
-// Marks a node while its mode is computed, also when that throws.
-class Mark {
-public:
-    explicit Mark(bool& flag) : m_Flag(flag) { m_Flag = true; }
-    ~Mark() { m_Flag = false; }
-
-private:
-    bool& m_Flag;
-};
-
-} // namespace
-
 GenApi::EAccessMode Node::Access() {
     const Descent descent(*this, *m_pHost);
-    m_pHost->Lock().AssertHeld();
-    if (m_IsInAccess) {
-        // Its own mode leads back to the node. The inner question restricts nothing, and what is computed under it
-        // holds for nobody else.
-        ++m_pHost->m_CyclesMet;
-        return GenApi::RW;
-    }
-    NodeHost::NodeState& state = m_pHost->m_States[m_Index];
-    const uint32_t generation = m_pHost->m_Generation;
-    if (state.accessGeneration == generation) {
-        if (state.isBehindClosedPort) ++m_pHost->m_ClosedPortsMet;
-        return static_cast<GenApi::EAccessMode>(state.access);
-    }
-
-    const uint32_t cyclesBefore = m_pHost->m_CyclesMet;
-    const uint32_t closedBefore = m_pHost->m_ClosedPortsMet;
-    const Mark mark(m_IsInAccess);
-    const GenApi::EAccessMode mode = ComputeAccess();
-    // Modes are remembered for one operation only: a port may change its own at any time.
-    if (m_pHost->m_CyclesMet == cyclesBefore && m_pHost->m_Generation == generation) {
-        state.accessGeneration = generation;
-        state.access = static_cast<uint8_t>(mode);
-        state.isBehindClosedPort = m_pHost->m_ClosedPortsMet != closedBefore;
-    }
+    AccessMemory& modes = m_pHost->Modes();
+    if (const std::optional<GenApi::EAccessMode> known = modes.Find(m_Index)) return *known;
+    AccessMemory::Evaluation evaluation(modes, m_Index);
+    const GenApi::EAccessMode mode = ComputeAccess(modes);
+    evaluation.Keep(mode);
     return mode;
 }
 
-GenApi::EAccessMode Node::ComputeAccess() {
-    m_pHost->Lock().AssertHeld();
+GenApi::EAccessMode Node::ComputeAccess(AccessMemory& modes) {
     if (m_pDefect) return GenApi::NI;
-    const uint32_t closedBefore = m_pHost->m_ClosedPortsMet;
+    const uint32_t closedBefore = modes.ClosedPorts();
     const GenApi::EAccessMode target = TargetAccess();
     if (target == GenApi::NI) return GenApi::NI;
     // A closed device cannot be asked for predicates, so its port has the last word.
-    if (target == GenApi::NA && m_pHost->m_ClosedPortsMet != closedBefore) return GenApi::NA;
+    if (target == GenApi::NA && modes.ClosedPorts() != closedBefore) return GenApi::NA;
     const bool isMissing = target == GenApi::NA && m_pIsImplemented && !m_pIsImplemented->ReadTruth();
     const GenApi::EAccessMode own = target == GenApi::NA ? GenApi::RW : OwnAccess();
     // Ports that only predicates asked for are not what the node lies behind.
-    m_pHost->m_ClosedPortsMet = closedBefore;
+    modes.ForgetClosedPortsSince(closedBefore);
     return isMissing ? GenApi::NI : GenApi::Combine(GenApi::Combine(own, ImposedAccess()), target);
 }
 
@@ -83,7 +50,7 @@ GenApi::EAccessMode Node::GetAccessMode() const {
 void Node::ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) {
     const GenApi::AutoLock lock(m_pHost->Lock());
     m_ImposedByCode = ImposedAccessMode;
-    m_pHost->NextGeneration();
+    m_pHost->Modes().NextGeneration();
 }
 
 void Node::ImposeVisibility(GenApi::EVisibility ImposedVisibility) {
@@ -119,13 +86,13 @@ void Node::InvalidateNode() {
 GenApi::CallbackHandleType Node::RegisterCallback(GenApi::CNodeCallback* pCallback) {
     if (!pCallback) ThrowInvalidArgument(*this, "RegisterCallback", "The callback is null.");
     const GenApi::AutoLock lock(m_pHost->Lock());
-    m_pHost->AddCallback(m_Index, pCallback);
+    m_pHost->Callbacks().Add(m_Index, this, pCallback);
     return reinterpret_cast<GenApi::CallbackHandleType>(pCallback);
 }
 
 bool Node::DeregisterCallback(GenApi::CallbackHandleType hCallback) {
     const GenApi::AutoLock lock(m_pHost->Lock());
-    return m_pHost->RemoveCallback(m_Index, reinterpret_cast<GenApi::CNodeCallback*>(hCallback));
+    return m_pHost->Callbacks().Remove(m_Index, reinterpret_cast<GenApi::CNodeCallback*>(hCallback));
 }
 
 } // namespace genapi

@@ -1,7 +1,7 @@
 // How nodes hang together, as an application may ask.
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/base/Node.h"
-#include "genapi/nodes/host/ReverseLinks.h"
+#include "genapi/nodes/host/LinkVisit.h"
 
 #include <unordered_set>
 
@@ -10,32 +10,6 @@ namespace genapi {
 namespace {
 
 using P = PropertyId;
-
-constexpr bool IsGivingValue(P id) {
-    return HasFlag(id, kGivesValue);
-}
-constexpr bool IsWriting(P id) {
-    return HasFlag(id, kWrites);
-}
-constexpr bool IsReading(P id) {
-    return HasFlag(id, kReads);
-}
-constexpr bool IsListing(P id) {
-    return id == P::pFeature || id == P::pEnumEntry;
-}
-
-// Calls visit(target) for each link of the chosen properties, as often as a target is named.
-template<class Choice, class Visitor>
-void ForEachLink(const Node& node, Choice isMeant, Visitor visit) {
-    const auto meet = [&visit](Node* pNode) {
-        if (pNode) visit(*pNode);
-    };
-    for (const PropertyRecord& record : node.Properties()) {
-        if (!isMeant(record.id)) continue;
-        meet(node.Host().NodeAt(record.target));
-        if (record.attributeKind == AttributeKind::pOffset) meet(node.Host().Find(record.attribute));
-    }
-}
 
 // Nodes in the order of their coming, each once. bound to a thread
 class NodeList {
@@ -150,7 +124,7 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
         break;
     case GenApi::ctDependingNodes: {
         const GenApi::AutoLock lock(m_pHost->Lock());
-        for (const NodeIndex index : m_pHost->Reach({m_Index})) {
+        for (const NodeIndex index : m_pHost->Reach().Of({m_Index})) {
             if (index != m_Index) children.Add(*m_pHost->Nodes()[index]);
         }
         break;
@@ -170,41 +144,8 @@ void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType)
 void Node::GetParents(GenApi::NodeList_t& Parents) const {
     Parents.clear();
     const GenApi::AutoLock lock(m_pHost->Lock());
-    for (const DependencyGraph::Link link : m_pHost->Parents().DependentsOf(m_Index))
+    for (const DependencyGraph::Link link : m_pHost->Named().Parents().DependentsOf(m_Index))
         Parents.push_back(m_pHost->NodeAt(link.target));
-}
-
-const DependencyGraph& NodeHost::Parents() {
-    m_Lock.AssertHeld();
-    if (!m_pParents) {
-        std::bitset<kPropertyCount> properties;
-        for (std::size_t i = 0; i < kPropertyCount; ++i) {
-            const auto id = static_cast<P>(i);
-            properties.set(i, IsReading(id) || IsWriting(id) || IsListing(id) || id == P::pInvalidator);
-        }
-        m_pParents = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
-    }
-    return *m_pParents;
-}
-
-const DependencyGraph& NodeHost::NamedBy(std::unique_ptr<DependencyGraph>& pGraph, PropertyId id) {
-    m_Lock.AssertHeld();
-    if (!pGraph) {
-        std::bitset<kPropertyCount> properties;
-        properties.set(static_cast<std::size_t>(id));
-        pGraph = std::make_unique<DependencyGraph>(MakeReverseLinks(m_Nodes, properties));
-    }
-    return *pGraph;
-}
-
-const DependencyGraph& NodeHost::Selecting() {
-    m_Lock.AssertHeld();
-    return NamedBy(m_pSelecting, P::pSelected);
-}
-
-const DependencyGraph& NodeHost::SelectedBy() {
-    m_Lock.AssertHeld();
-    return NamedBy(m_pSelectedBy, P::pSelecting);
 }
 
 } // namespace genapi

@@ -43,18 +43,18 @@ bool ValueNode::IsValueCacheValid() const {
 bool ValueNode::IsSelector() const {
     if (FindRecord(PropertyId::pSelected)) return true;
     const GenApi::AutoLock lock(Host().Lock());
-    const DependencyGraph::LinkRange selected = Host().SelectedBy().DependentsOf(Index());
+    const DependencyGraph::LinkRange selected = Host().Named().SelectedBy().DependentsOf(Index());
     return selected.begin() != selected.end();
 }
 
 void ValueNode::GetSelectedFeatures(GenApi::FeatureList_t& Features) const {
     const GenApi::AutoLock lock(Host().Lock());
-    List(Features, *this, PropertyId::pSelected, Host().SelectedBy().DependentsOf(Index()));
+    List(Features, *this, PropertyId::pSelected, Host().Named().SelectedBy().DependentsOf(Index()));
 }
 
 void ValueNode::GetSelectingFeatures(GenApi::FeatureList_t& Features) const {
     const GenApi::AutoLock lock(Host().Lock());
-    List(Features, *this, PropertyId::pSelecting, Host().Selecting().DependentsOf(Index()));
+    List(Features, *this, PropertyId::pSelecting, Host().Named().Selecting().DependentsOf(Index()));
 }
 
 } // namespace genapi

@@ -27,15 +27,15 @@ void ChangeFrame::Release() {
 }
 
 void ChangeFrame::Invalidate(const std::vector<NodeIndex>& sources) {
-    m_Host.NextGeneration();
-    for (const NodeIndex node : m_Host.Reach(sources)) {
-        m_Host.SetInvalid(node);
+    m_Host.Modes().NextGeneration();
+    for (const NodeIndex node : m_Host.Reach().Of(sources)) {
+        m_Host.Caches().SetInvalid(node);
         GatherCallbacks(node);
     }
 }
 
 void ChangeFrame::GatherCallbacks(NodeIndex node) {
-    const std::vector<RegisteredCallback>* const pCallbacks = m_Host.CallbacksOf(node);
+    const CallbackTable::List* const pCallbacks = m_Host.Callbacks().Of(node);
     if (!pCallbacks) return;
     for (const RegisteredCallback& callback : *pCallbacks)
         Gather(callback);
@@ -91,13 +91,13 @@ WriteOperation::~WriteOperation() {
     m_Host.Lock().AssertHeld();
     if (!IsOutermost() || m_IsCommitted) return;
     m_Host.m_pOperation = nullptr;
-    m_Host.NextGeneration();
+    m_Host.Modes().NextGeneration();
     MarkTerminals(false);
     try {
-        for (const NodeIndex node : m_Host.Reach(m_Touched))
-            m_Host.SetInvalid(node);
+        for (const NodeIndex node : m_Host.Reach().Of(m_Touched))
+            m_Host.Caches().SetInvalid(node);
     } catch (const std::bad_alloc&) {
-        m_Host.SetAllInvalid();
+        m_Host.Caches().SetAllInvalid();
     }
 }
 
@@ -105,11 +105,11 @@ void WriteOperation::Commit() {
     m_Host.Lock().AssertHeld();
     if (!IsOutermost()) return;
     m_Host.m_pOperation = nullptr;
-    m_Host.NextGeneration();
+    m_Host.Modes().NextGeneration();
     MarkTerminals(true);
-    for (const NodeIndex node : m_Host.Reach(m_Touched)) {
+    for (const NodeIndex node : m_Host.Reach().Of(m_Touched)) {
         // What was just written is known, unless its author wants it to be read again.
-        if (!m_Host.m_States[node].isTerminal || m_Host.RereadsItself(node)) m_Host.SetInvalid(node);
+        if (!m_Host.Caches().IsTerminal(node) || m_Host.Reach().RereadsItself(node)) m_Host.Caches().SetInvalid(node);
         m_pFrame->GatherCallbacks(node);
     }
     MarkTerminals(false);
@@ -119,7 +119,7 @@ void WriteOperation::Commit() {
 void WriteOperation::MarkTerminals(bool areTerminals) {
     m_Host.Lock().AssertHeld();
     for (const NodeIndex node : m_Terminals)
-        m_Host.m_States[node].isTerminal = areTerminals;
+        m_Host.Caches().SetTerminal(node, areTerminals);
 }
 
 void WriteOperation::NotePassed(NodeHost& host, NodeIndex node) {
@@ -129,7 +129,7 @@ void WriteOperation::NotePassed(NodeHost& host, NodeIndex node) {
 
 void WriteOperation::NoteTerminal(NodeHost& host, NodeIndex node) {
     host.Lock().AssertHeld();
-    host.NextGeneration();
+    host.Modes().NextGeneration();
     if (!host.m_pOperation) return;
     host.m_pOperation->m_Touched.push_back(node);
     host.m_pOperation->m_Terminals.push_back(node);

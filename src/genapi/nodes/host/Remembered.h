@@ -13,8 +13,8 @@ class Remembered {
 public:
     /// The number, computed at most once in an operation. A fresh one was computed with all caches ignored.
     template<class Compute>
-    Number Get(const NodeHost& host, bool isFresh, Compute compute) {
-        const uint32_t generation = host.Generation();
+    Number Get(NodeHost& host, bool isFresh, Compute compute) {
+        const uint64_t generation = host.Modes().Generation();
         if ((isFresh ? m_FreshGeneration : m_Generation) == generation) return m_Number;
         m_Number = compute();
         m_Generation = generation;
@@ -23,8 +23,8 @@ public:
     }
 
 private:
-    uint32_t m_Generation = 0;
-    uint32_t m_FreshGeneration = 0;
+    uint64_t m_Generation = 0;
+    uint64_t m_FreshGeneration = 0;
     Number m_Number = Number();
 };
 

@@ -1,27 +1,41 @@
 #include "genapi/nodes/host/ReverseLinks.h"
 
-#include "genapi/nodes/base/Node.h"
+#include "genapi/nodes/host/LinkVisit.h"
 
 namespace genapi {
 
-DependencyGraph MakeReverseLinks(const std::vector<Node*>& nodes, const std::bitset<kPropertyCount>& properties) {
+namespace {
+
+template<class Choice>
+DependencyGraph Reverse(const std::vector<Node*>& nodes, Choice isMeant) {
     DependencyGraph links;
     std::vector<NodeIndex> lastNamedBy(nodes.size(), kNoNode);
     for (const Node* const pNode : nodes) {
         const NodeIndex index = pNode->Index();
-        const auto add = [&](const Node* pTarget) {
-            if (!pTarget || lastNamedBy[pTarget->Index()] == index) return;
-            lastNamedBy[pTarget->Index()] = index;
-            links.Add(pTarget->Index(), index, /*isInvalidator=*/false);
-        };
-        for (const PropertyRecord& record : pNode->Properties()) {
-            if (!properties.test(static_cast<std::size_t>(record.id))) continue;
-            add(pNode->Host().NodeAt(record.target));
-            if (record.attributeKind == AttributeKind::pOffset) add(pNode->Host().Find(record.attribute));
-        }
+        ForEachLink(*pNode, isMeant, [&](const Node& target) {
+            if (lastNamedBy[target.Index()] == index) return;
+            lastNamedBy[target.Index()] = index;
+            links.Add(target.Index(), index, /*isInvalidator=*/false);
+        });
     }
     links.Build(static_cast<NodeIndex>(nodes.size()));
     return links;
+}
+
+} // namespace
+
+const DependencyGraph& ReverseLinks::Parents() {
+    if (!m_Parents) {
+        m_Parents = Reverse(m_Nodes, [](PropertyId id) {
+            return IsReading(id) || IsWriting(id) || IsListing(id) || id == PropertyId::pInvalidator;
+        });
+    }
+    return *m_Parents;
+}
+
+const DependencyGraph& ReverseLinks::NamedBy(std::optional<DependencyGraph>& links, PropertyId id) {
+    if (!links) links = Reverse(m_Nodes, [id](PropertyId other) { return other == id; });
+    return *links;
 }
 
 } // namespace genapi

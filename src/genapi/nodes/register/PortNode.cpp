@@ -18,7 +18,7 @@ void PortNode::Bind(const BoundProperty& property) {
 
 GenApi::EAccessMode PortNode::TargetAccess() {
     const GenApi::EAccessMode mode = m_pPort ? m_pPort->GetAccessMode() : GenApi::NI;
-    if (!GenApi::IsAvailable(mode)) Host().NoteClosedPort();
+    if (!GenApi::IsAvailable(mode)) Host().Modes().NoteClosedPort();
     return mode;
 }
 
@@ -61,9 +61,9 @@ void PortNode::ConnectQuietly(GenApi::IPort& port) {
 }
 
 void PortNode::DropCaches() {
-    Host().NextGeneration();
-    for (const NodeIndex node : Host().Reach({Index()}))
-        Host().SetInvalid(node);
+    Host().Modes().NextGeneration();
+    for (const NodeIndex node : Host().Reach().Of({Index()}))
+        Host().Caches().SetInvalid(node);
 }
 
 void PortNode::DisconnectQuietly(const GenApi::IPort* pPort) {

@@ -3,6 +3,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/formula/FormulaArithmetic.h"
 #include "genapi/nodes/base/Throw.h"
+#include "genapi/nodes/host/Descent.h"
 #include "genapi/nodes/host/Operation.h"
 #include "genapi/nodes/register/PortNode.h"
 #include "genapi/nodes/text/TextForms.h"
@@ -74,7 +75,7 @@ std::string RegisterNode::PlaceSpelling() const {
 }
 
 bool RegisterNode::IsOwnCacheValid() {
-    return m_CachingMode != GenApi::NoCache && Host().IsValid(Index());
+    return m_CachingMode != GenApi::NoCache && Host().Caches().IsValid(Index());
 }
 
 RegisterPlace RegisterNode::LastPlace() const {
@@ -96,12 +97,12 @@ uint8_t* RegisterNode::Room(int64_t address, int64_t length) {
 const uint8_t* RegisterNode::Fetch(int64_t length, bool ignoreCache) {
     if (!m_pPort) ThrowAccess(*this, "GetValue", "The register has no port.");
     const int64_t address = AddressFor(length);
-    const bool isHit = Host().IsValid(Index()) && m_CachedAddress == address && m_CachedLength == length;
+    const bool isHit = Host().Caches().IsValid(Index()) && m_CachedAddress == address && m_CachedLength == length;
     if (isHit && !ignoreCache) return length <= static_cast<int64_t>(sizeof m_Short) ? m_Short : m_Bytes.data();
-    Host().SetInvalid(Index());
+    Host().Caches().SetInvalid(Index());
     uint8_t* const pRoom = Room(address, length);
     m_pPort->ReadBytes(pRoom, address, length);
-    if (m_CachingMode != GenApi::NoCache) Host().SetValid(Index());
+    if (m_CachingMode != GenApi::NoCache) Host().Caches().SetValid(Index());
     return pRoom;
 }
 
@@ -110,20 +111,20 @@ void RegisterNode::Store(const uint8_t* pBytes, int64_t length) {
     WriteOperation::NotePassed(Host(), Index());
     const RegisterPlace place{m_pPort, AddressFor(length), length};
     m_pPort->WriteBytes(pBytes, place.address, length);
-    Host().SetInvalid(Index());
+    Host().Caches().SetInvalid(Index());
     DropOverlapping(place);
     if (m_AccessMode == GenApi::WO) Host().Registers().SetPattern(place, pBytes);
     if (m_CachingMode == GenApi::WriteThrough) {
         // pBytes may lie in the cache itself.
         std::memmove(Room(place.address, length), pBytes, static_cast<std::size_t>(length));
-        Host().SetValid(Index());
+        Host().Caches().SetValid(Index());
     }
     WriteOperation::NoteTerminal(Host(), Index());
 }
 
 void RegisterNode::DropOverlapping(const RegisterPlace& written) {
     for (RegisterNode* const pOther : Host().Registers().Overlapping(*this, written)) {
-        Host().SetInvalid(pOther->Index());
+        Host().Caches().SetInvalid(pOther->Index());
         WriteOperation::NotePassed(Host(), pOther->Index());
     }
 }
