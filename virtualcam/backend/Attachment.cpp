@@ -6,8 +6,8 @@ namespace virtualcam {
 
 Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, std::uint8_t port)
     : m_Device(device), m_Generation(device.Generation()) {
-    for (const std::uint8_t role : device.Endpoints())
-        m_Endpoints.emplace_back(device, m_Generation, device.AddressOf(role));
+    for (const std::uint8_t role : device.Endpoints().Roles())
+        m_Endpoints.emplace_back(device, m_Generation, device.Endpoints().AddressOf(role));
     m_Entry.id = "virtual:" + std::to_string(bus) + ":" + std::to_string(address);
     m_Entry.bus = bus;
     m_Entry.address = address;
@@ -47,13 +47,13 @@ EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* ow
     EndpointQueue* const queue = FindEndpoint(endpoint);
     if (!queue) return nullptr;
     const std::lock_guard<std::mutex> lock(m_Lock);
-    const auto found = m_Claims.find(InterfaceOf(m_Device.RoleOf(endpoint)));
+    const auto found = m_Claims.find(InterfaceOf(m_Device.Endpoints().RoleOf(endpoint)));
     return found != m_Claims.end() && found->second == owner ? queue : nullptr;
 }
 
 EndpointQueue* Attachment::FindEndpoint(std::uint8_t endpoint) {
-    const std::vector<std::uint8_t>& roles = m_Device.Endpoints();
-    const auto found = std::find(roles.begin(), roles.end(), m_Device.RoleOf(endpoint));
+    const std::vector<std::uint8_t>& roles = m_Device.Endpoints().Roles();
+    const auto found = std::find(roles.begin(), roles.end(), m_Device.Endpoints().RoleOf(endpoint));
     return found == roles.end() ? nullptr : &m_Endpoints[static_cast<std::size_t>(found - roles.begin())];
 }
 

@@ -5,8 +5,8 @@
 namespace virtualcam {
 namespace {
 
-constexpr milliseconds kRestartDelay{20};
-constexpr int kRestartTimeMs = 100;
+constexpr std::uint32_t kSmallestLeader = 52;
+constexpr std::uint32_t kSmallestTrailer = 36;
 
 // The built-in description is packed once for all cameras of the process.
 std::shared_ptr<const Manifest> ManifestFor(const RegisterFaults& registers) {
@@ -16,22 +16,17 @@ std::shared_ptr<const Manifest> ManifestFor(const RegisterFaults& registers) {
     return builtIn;
 }
 
-std::vector<std::uint8_t> EndpointsOf(const CameraSettings& settings) {
-    std::vector<std::uint8_t> endpoints{kControlOut, kControlIn, kEventIn};
-    for (unsigned stream = 0; stream < settings.streams; ++stream)
-        endpoints.push_back(StreamEndpoint(stream));
-    return endpoints;
-}
-
 } // namespace
 
 Device::Device(const CameraSettings& settings)
     : m_Settings(settings), m_Descriptors(m_Settings), m_Manifest(ManifestFor(settings.registers)),
-      m_Endpoints(EndpointsOf(settings)), m_Faults(settings.faults), m_Thread([this] { return RunTimers(); }) {
+      m_Endpoints(settings.streams, settings.registers.asymmetricEndpoints), m_Faults(settings.faults),
+      m_Zero({m_Descriptors, m_Endpoints, *this}, !settings.registers.unreadableStrings),
+      m_Thread([this] { return RunTimers(); }) {
     for (unsigned stream = 0; stream < settings.streams; ++stream)
         m_Streams.emplace_back(stream, m_Descriptors.MaxPacketSize());
     m_Persistent.userName = settings.userName;
-    if (settings.plugged) PowerUpLocked();
+    if (settings.plugged) PowerUp();
 }
 
 Device::~Device() {
@@ -40,10 +35,17 @@ Device::~Device() {
 
 // --- transfers
 
+PipeAnswer Device::Control(const usb::ControlSetup& setup, std::uint8_t* data) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    if (!m_Camera) return {PipeStatus::Gone, 0};
+    if (m_Presence.IsLeaving()) return {PipeStatus::Error, 0};
+    return m_Zero.Serve(setup, data);
+}
+
 PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) {
     const std::lock_guard<std::mutex> lock(m_Lock);
     if (endpoint != kControlOut) return {m_Camera ? PipeStatus::Error : PipeStatus::Gone, 0};
-    const PipeStatus obstacle = ObstacleLocked(endpoint);
+    const PipeStatus obstacle = Obstacle(endpoint);
     if (obstacle != PipeStatus::Complete) return {obstacle, 0};
     const TimePoint now = Clock::Now();
     m_Camera->Control().RunTimers(now);
@@ -51,23 +53,23 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
     m_OutRefused = !effect.accepted;
     if (!effect.accepted) return {PipeStatus::NotYet, 0};
     if (effect.unplug) {
-        UnplugLocked();
-        return {ObstacleLocked(endpoint), 0};
+        PullOut();
+        return {Obstacle(endpoint), 0};
     }
-    if (effect.haltIn) SetHaltLocked(kControlIn);
-    if (effect.haltOut) SetHaltLocked(kControlOut);
-    m_Thread.Reschedule(DeadlineLocked());
+    if (effect.haltIn) Halt(kControlIn);
+    if (effect.haltOut) Halt(kControlOut);
+    m_Thread.Reschedule(Deadline());
     return effect.haltOut ? PipeAnswer{PipeStatus::Stall, 0} : PipeAnswer{PipeStatus::Complete, length};
 }
 
-PipeAnswer Device::In(std::uint8_t address, std::uint8_t* buffer, std::size_t room) {
-    const std::uint8_t endpoint = RoleOf(address);
-    if (Stream* const stream = FindStream(endpoint)) return StreamIn(*stream, buffer, room);
+PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room) {
+    const std::uint8_t role = m_Endpoints.RoleOf(endpoint);
+    if (DeviceStream* const stream = FindStream(role)) return StreamIn(*stream, buffer, room);
     const std::lock_guard<std::mutex> lock(m_Lock);
-    const PipeStatus obstacle = ObstacleLocked(endpoint);
+    const PipeStatus obstacle = Obstacle(role);
     if (obstacle != PipeStatus::Complete) return {obstacle, 0};
-    if (endpoint == kEventIn) return m_Camera->Events().Take(buffer, room);
-    if (endpoint != kControlIn) return {PipeStatus::Error, 0};
+    if (role == kEventIn) return m_Camera->Events().Take(buffer, room);
+    if (role != kControlIn) return {PipeStatus::Error, 0};
     m_Camera->Control().RunTimers(Clock::Now());
     const PipeAnswer answer = m_Camera->Control().Take(buffer, room);
     if (m_OutRefused && answer.bytes != 0) Post(kControlOut);
@@ -78,106 +80,87 @@ void Device::RequestService(std::uint8_t endpoint) {
     m_Thread.Ready(endpoint);
 }
 
-// --- camera host
-
-void Device::ResetRequested() {
-    m_Restart = Clock::Now() + kRestartDelay;
+PipeStatus Device::Obstacle(std::uint8_t role) const {
+    if (!m_Camera) return PipeStatus::Gone;
+    if (m_Presence.IsLeaving()) return PipeStatus::Error;
+    return m_States.IsHalted(role) ? PipeStatus::Stall : PipeStatus::Complete;
 }
 
-// --- the device's own thread
+// --- streams: where the sensors' frames meet the host's transfers
 
-std::optional<TimePoint> Device::DeadlineLocked() const {
-    std::optional<TimePoint> deadline = Earlier(Earlier(m_Replug, m_Restart), m_Leaving);
-    if (m_Camera) deadline = Earlier(deadline, m_Camera->Deadline());
-    return deadline;
+DeviceStream* Device::FindStream(std::uint8_t role) {
+    const unsigned stream = StreamOf(role);
+    return stream < m_Streams.size() ? &m_Streams[stream] : nullptr;
 }
 
-std::optional<TimePoint> Device::RunTimers() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    RunTimersLocked(Clock::Now());
-    return DeadlineLocked();
-}
-
-void Device::RunTimersLocked(TimePoint now) {
-    if (m_Replug && now >= *m_Replug) PlugLocked();
-    if (m_Leaving && now >= *m_Leaving) LeaveLocked();
-    if (m_Restart && now >= *m_Restart) {
-        LeaveLocked();
-        m_Replug = now + milliseconds(kRestartTimeMs);
+PipeAnswer Device::StreamIn(DeviceStream& stream, std::uint8_t* buffer, std::size_t room) {
+    const PipeStatus obstacle = StreamObstacle(stream.Index());
+    if (obstacle != PipeStatus::Complete) return {obstacle, 0};
+    std::size_t done = 0;
+    while (true) {
+        const DeviceStream::Taken taken = stream.Take(buffer + done, room - done);
+        const PipeStatus status = taken.answer.status;
+        done += taken.answer.bytes;
+        if (status == PipeStatus::NotYet && taken.wantsFrame && BeginBlock(stream)) continue;
+        const bool goesOn = status == PipeStatus::NotYet || status == PipeStatus::Complete;
+        return {goesOn ? status : StreamBroke(stream.Index(), status), done};
     }
-    if (!m_Camera) return;
-    if (m_Camera->Control().RunTimers(now)) Post(kControlIn);
-    m_Camera->RunTimers(now);
 }
 
-// --- inside
-
-Status Device::ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t length) {
+PipeStatus Device::StreamObstacle(unsigned stream) const {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Camera ? m_Camera->Registers().Read(address, to, length) : Status::AccessDenied;
+    const PipeStatus obstacle = Obstacle(StreamEndpoint(stream));
+    if (obstacle != PipeStatus::Complete) return obstacle;
+    return m_States.IsSilent(StreamEndpoint(stream)) ? PipeStatus::NotYet : PipeStatus::Complete;
 }
 
-Status Device::WriteRegister(std::uint64_t address, const std::uint8_t* from, std::size_t length) {
+// Hands the next frame to the stream; false when there is none yet.
+bool Device::BeginBlock(DeviceStream& stream) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    const Status status = m_Camera ? m_Camera->Registers().Write(address, from, length) : Status::AccessDenied;
-    m_Thread.Reschedule(DeadlineLocked());
-    return status;
+    if (!m_Camera) return false;
+    const std::optional<Frame> frame = m_Camera->TakeFrame(stream.Index(), Clock::Now());
+    m_Thread.Reschedule(Deadline());
+    return frame && stream.Begin(*frame);
 }
 
-void Device::FireEvent(std::uint16_t id, const Bytes& data) {
+// The scripted end of a transfer, as the host sees it.
+PipeStatus Device::StreamBroke(unsigned stream, PipeStatus status) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera) m_Camera->RaiseEvent(id, data);
+    if (!m_Camera) return PipeStatus::Gone;
+    if (status == PipeStatus::Stall) Halt(StreamEndpoint(stream));
+    if (status != PipeStatus::Gone) return status;
+    PullOut();
+    return Obstacle(StreamEndpoint(stream));
 }
 
-void Device::FireRawEvent(const Bytes& message) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera && m_Camera->Events().RaiseRaw(message)) EventQueued();
+// --- what the camera asks for
+
+void Device::StreamAvailable() {
+    for (const DeviceStream& stream : m_Streams)
+        Post(StreamEndpoint(stream.Index()));
 }
 
-void Device::SetFaults(const FaultScript& faults) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    m_Faults = faults;
-    if (m_Camera) {
-        m_Camera->Control().SetFaults(faults.control);
-        m_Camera->Events().SetFaults(faults.events);
+Status Device::CheckStreamEnable(unsigned stream) {
+    if (const std::optional<Status> refusal = m_Faults.RefusesStream()) return *refusal;
+    const StreamLayout layout = m_Camera->Layout(stream);
+    const bool fits =
+        layout.maximumLeader >= kSmallestLeader && layout.maximumTrailer >= kSmallestTrailer && layout.Capacity() != 0;
+    return fits && m_Camera->IsLayoutAligned(stream) ? Status::Success : Status::StreamRegistersInconsistent;
+}
+
+void Device::StreamEnabled(unsigned stream, bool on) {
+    const std::uint8_t role = StreamEndpoint(stream);
+    const StreamLayout layout = m_Camera->Layout(stream);
+    const std::uint32_t limit = m_Settings.registers.silentAboveTransfer;
+    m_States.SetChoked(role, on && limit != 0 && layout.LargestTransfer() > limit);
+    if (on) {
+        m_Streams[stream].Start(layout, m_Settings.registers.largestTransfer);
+    } else {
+        m_Streams[stream].Stop();
+        if (m_Faults.Script().haltOnStreamDisable) m_States.Halt(role);
+        m_States.SetMute(role, m_Faults.Script().muteUntilClearHalt);
     }
-    SetStreamFaults();
-}
-
-void Device::JumpClock(std::chrono::nanoseconds by) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera) m_Camera->Time().Jump(by);
-}
-
-void Device::SetInput(std::uint32_t line, bool high) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_Camera) m_Camera->SetInput(line, high);
-    m_Thread.Reschedule(DeadlineLocked());
-}
-
-std::uint64_t Device::LostFrames() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Camera ? m_Camera->LostFrames() : 0;
-}
-
-bool Device::RefusesOpen() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Faults.refuseOpens != 0 && m_Faults.refuseOpens-- != 0;
-}
-
-bool Device::RefusesClaim() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Faults.refuseClaims != 0 && m_Faults.refuseClaims-- != 0;
-}
-
-std::string Device::UserName() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Persistent.userName;
-}
-
-std::uint64_t Device::Commands() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    return m_Camera ? m_Camera->Control().Commands() : 0;
+    Post(role);
 }
 
 } // namespace virtualcam

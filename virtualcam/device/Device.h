@@ -1,7 +1,6 @@
 #pragma once
-// The virtual camera as a USB device, free of any transport: endpoint 0, bulk endpoints, plugging and unplugging.
+// The virtual camera as a USB device, free of any transport.
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <deque>
@@ -11,10 +10,14 @@
 
 #include "virtualcam/device/Descriptors.h"
 #include "virtualcam/device/DeviceListener.h"
+#include "virtualcam/device/DeviceStream.h"
 #include "virtualcam/device/DeviceThread.h"
+#include "virtualcam/device/EndpointMap.h"
+#include "virtualcam/device/EndpointStates.h"
+#include "virtualcam/device/EndpointZero.h"
 #include "virtualcam/device/Pipe.h"
-#include "virtualcam/device/StreamChannel.h"
-#include "virtualcam/device/StreamMeter.h"
+#include "virtualcam/device/Presence.h"
+#include "virtualcam/device/ScriptedFaults.h"
 #include "virtualcam/firmware/Firmware.h"
 #include "virtualcam/settings/Settings.h"
 
@@ -25,8 +28,18 @@ namespace virtualcam {
 ///  - In for the oldest IN transfer of an endpoint, with the room that is left in it, again and again until the answer
 ///    is not NotYet. After NotYet the listener's EndpointReady tells when it is worth asking again; of an acknowledge
 ///    that is there at the end of Out it does not tell, so ask after each Out.
-/// Bytes of images are made in the buffer handed in. One In at a time for each endpoint. Thread-safe.
-class Device final : private CameraHost {
+/// Bytes of images are made in the buffer handed in. One In at a time for each endpoint.
+///
+/// It holds the lock and ties its parts:
+///
+///   Control --> EndpointZero ----.
+///   Out, In --> EndpointStates --+--> Firmware --> DeviceStream, for each stream
+///   RunTimers --> Presence ------'        ^
+///      ^                            ScriptedFaults
+///   DeviceThread --> listener
+///
+/// Thread-safe.
+class Device final : private CameraHost, private RequestHost {
 public:
     /// Throws std::runtime_error when the settings' description file cannot be read.
     explicit Device(const CameraSettings& settings);
@@ -44,14 +57,10 @@ public:
     PipeAnswer Control(const usb::ControlSetup& setup, std::uint8_t* data);
     PipeAnswer Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length);
     PipeAnswer In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room);
-    /// All bulk endpoints by their roles: commands, acknowledges, events, streams. Constant after construction.
-    const std::vector<std::uint8_t>& Endpoints() const { return m_Endpoints; }
+    /// The endpoints of all these functions and of the listener are those of the bus.
+    const EndpointMap& Endpoints() const { return m_Endpoints; }
     /// Has EndpointReady called from the device's thread, so that the adapter can serve the endpoint there.
     void RequestService(std::uint8_t endpoint);
-    /// Cameras differ in the number of one endpoint. Inside it has its usual address, its role; on the bus that of the
-    /// descriptors, which is what all these functions and the listener mean.
-    std::uint8_t RoleOf(std::uint8_t endpoint) const;
-    std::uint8_t AddressOf(std::uint8_t role) const;
     void SetHalt(std::uint8_t endpoint);
     void ClearHalt(std::uint8_t endpoint);
     bool IsHalted(std::uint8_t endpoint) const;
@@ -89,82 +98,61 @@ private:
     const CameraSettings m_Settings;
     const Descriptors m_Descriptors;
     const std::shared_ptr<const Manifest> m_Manifest;
-    const std::vector<std::uint8_t> m_Endpoints;
+    const EndpointMap m_Endpoints;
 
     std::atomic<std::uint64_t> m_Generation{0};
 
-    /// One stream on its way to its endpoint.
-    struct Stream {
-        Stream(unsigned number, std::size_t packetSize) : index(number), channel(packetSize, number) {}
-
-        const unsigned index;
-        bool mute = false;   // guarded by m_Lock
-        bool choked = false; // by transfers that it cannot serve, until it is disabled; guarded by m_Lock
-        mutable std::mutex lock;
-        StreamChannel channel; // guarded by lock
-        StreamMeter meter;     // guarded by lock
-    };
-
-    // Lock order: m_Lock, then a stream's lock or one of m_Thread. Images are drawn under the stream's lock alone, so
-    // that commands are answered meanwhile.
+    // Lock order: m_Lock, then that of a stream or one of m_Thread.
     mutable std::mutex m_Lock;
-    FaultScript m_Faults; // guarded by m_Lock, as all down to the next lock
+    ScriptedFaults m_Faults; // guarded by m_Lock, as all down to the streams
     Persistent m_Persistent;
     std::unique_ptr<Firmware> m_Camera; // null while unplugged
-    std::uint32_t m_Halts = 0;
-    std::uint8_t m_Configuration = 1;
-    std::array<std::uint8_t, request::kScratchSize> m_Scratch{};
+    EndpointStates m_States;
+    EndpointZero m_Zero;
+    Presence m_Presence;
     bool m_OutRefused = false;
-    std::optional<TimePoint> m_Replug;
-    std::optional<TimePoint> m_Restart;
-    std::optional<TimePoint> m_Leaving; // until then transfers fail, then it is gone
 
-    std::deque<Stream> m_Streams; // constant after construction
-
+    std::deque<DeviceStream> m_Streams; // constant after construction
     DeviceThread m_Thread;
 
     // CameraHost
     Status CheckStreamEnable(unsigned stream) override;
     void StreamEnabled(unsigned stream, bool on) override;
-    bool IsStreamHalted(unsigned stream) const override { return IsHaltedLocked(StreamEndpoint(stream)); }
-    Bytes StreamFigures(unsigned stream) const override;
-    bool IsEventHalted() const override { return IsHaltedLocked(kEventIn); }
+    bool IsStreamHalted(unsigned stream) const override { return m_States.IsHalted(StreamEndpoint(stream)); }
+    Bytes StreamFigures(unsigned stream) const override { return m_Streams[stream].Figures(); }
+    bool IsEventHalted() const override { return m_States.IsHalted(kEventIn); }
     void StreamAvailable() override;
     void EventQueued() override { Post(kEventIn); }
-    void HaltEvents() override { SetHaltLocked(kEventIn); }
+    void HaltEvents() override { Halt(kEventIn); }
     void ResetRequested() override;
 
+    // RequestHost
+    void ResetInterfaces() override;
+    bool IsRoleHalted(std::uint8_t role) const override { return m_States.IsHalted(role); }
+    void HostSetHalt(std::uint8_t role) override;
+    void HostClearedHalt(std::uint8_t role) override;
+    const std::string& Name() const override { return m_Persistent.userName; }
+
     // the streams
-    Stream* FindStream(std::uint8_t endpoint);
-    void SetStreamFaults();
-    PipeAnswer StreamIn(Stream& stream, std::uint8_t* buffer, std::size_t room);
-    bool BeginBlock(Stream& stream);
-    PipeStatus StreamBroke(const Stream& stream, PipeStatus status);
+    DeviceStream* FindStream(std::uint8_t role);
+    PipeAnswer StreamIn(DeviceStream& stream, std::uint8_t* buffer, std::size_t room);
+    PipeStatus StreamObstacle(unsigned stream) const;
+    bool BeginBlock(DeviceStream& stream);
+    PipeStatus StreamBroke(unsigned stream, PipeStatus status);
 
-    // endpoint 0; under m_Lock
-    PipeAnswer Answer(const usb::ControlSetup& setup, std::uint8_t* data, const Bytes& bytes) const;
-    PipeAnswer GetDescriptor(const usb::ControlSetup& setup, std::uint8_t* data) const;
-    PipeAnswer DeviceRequest(const usb::ControlSetup& setup, std::uint8_t* data);
-    PipeAnswer EndpointRequest(const usb::ControlSetup& setup, std::uint8_t* data);
-    PipeAnswer ScratchRequest(const usb::ControlSetup& setup, std::uint8_t* data);
-    static std::uint32_t EndpointBit(std::uint8_t endpoint);
-    bool HasEndpoint(std::uint8_t endpoint) const;
-    bool IsHaltedLocked(std::uint8_t endpoint) const { return (m_Halts & EndpointBit(endpoint)) != 0; }
-    void SetHaltLocked(std::uint8_t endpoint);
-    void ClearHaltLocked(std::uint8_t endpoint);
-
+    // under m_Lock from here on
+    void Halt(std::uint8_t role);
     /// What keeps a transfer from the endpoint; Complete when nothing does.
-    PipeStatus ObstacleLocked(std::uint8_t endpoint) const;
+    PipeStatus Obstacle(std::uint8_t role) const;
+    void PassFaults();
+    void PowerUp();
+    void PlugIn();
+    void PullOut();
+    void Leave();
+    std::optional<TimePoint> Deadline() const;
+    void Post(std::uint8_t role) { m_Thread.Ready(m_Endpoints.AddressOf(role)); }
 
-    // the device's own doing
-    void PowerUpLocked();
-    void PlugLocked();
-    void UnplugLocked();
-    void LeaveLocked();
-    std::optional<TimePoint> DeadlineLocked() const;
-    std::optional<TimePoint> RunTimers();
-    void RunTimersLocked(TimePoint now);
-    void Post(std::uint8_t role) { m_Thread.Ready(AddressOf(role)); }
+    std::optional<TimePoint> RunTimers(); // takes m_Lock
 };
 
 } // namespace virtualcam

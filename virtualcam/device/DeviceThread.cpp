@@ -11,16 +11,6 @@ namespace virtualcam {
 namespace {
 
 constexpr milliseconds kRetryDelay{10};
-constexpr unsigned kEndpoints = 32;
-
-// OUT endpoints have the lower half of the bits.
-std::uint32_t BitOf(std::uint8_t endpoint) {
-    return 1u << ((endpoint & 0x0F) | ((endpoint & 0x80) >> 3));
-}
-
-std::uint8_t EndpointOf(unsigned bit) {
-    return static_cast<std::uint8_t>(bit < kEndpoints / 2 ? bit : 0x80 | (bit - kEndpoints / 2));
-}
 
 } // namespace
 
@@ -45,7 +35,7 @@ void DeviceThread::SetListener(DeviceListener* listener) {
 
 void DeviceThread::Ready(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_Ready |= BitOf(endpoint);
+    m_Ready.Add(endpoint);
     if (m_Waiting) m_Posted.notify_one();
 }
 
@@ -72,7 +62,7 @@ void DeviceThread::Run() {
         lock.unlock();
         const std::optional<TimePoint> deadline = RunDueTimers();
         lock.lock();
-        if (m_Ready == 0 && m_Notices == 0)
+        if (m_Ready.IsEmpty() && m_Notices == 0)
             Wait(lock, deadline);
         else if (!Deliver(lock))
             m_Posted.wait_for(lock, kRetryDelay, [this] { return m_Stop; });
@@ -90,7 +80,7 @@ std::optional<TimePoint> DeviceThread::RunDueTimers() {
 void DeviceThread::Wait(std::unique_lock<std::mutex>& lock, std::optional<TimePoint> deadline) {
     m_WakeAt = deadline;
     m_Waiting = true;
-    const auto due = [this] { return m_Stop || m_Rethink || m_Ready != 0 || m_Notices != 0; };
+    const auto due = [this] { return m_Stop || m_Rethink || !m_Ready.IsEmpty() || m_Notices != 0; };
     if (deadline)
         m_Posted.wait_until(lock, *deadline, due);
     else
@@ -111,12 +101,12 @@ bool DeviceThread::Deliver(std::unique_lock<std::mutex>& lock) {
         if (!told) return false;
         --m_Notices;
     }
-    const std::uint32_t ready = std::exchange(m_Ready, 0);
+    const EndpointSet ready = std::exchange(m_Ready, EndpointSet());
     lock.unlock();
-    const std::uint32_t left = DeliverReady(ready);
+    const EndpointSet left = DeliverReady(ready);
     lock.lock();
-    m_Ready |= left;
-    return left == 0;
+    m_Ready.Add(left);
+    return left.IsEmpty();
 }
 
 bool DeviceThread::DeliverNotice(bool plugged) {
@@ -134,19 +124,19 @@ bool DeviceThread::DeliverNotice(bool plugged) {
 }
 
 // What is left to be told.
-std::uint32_t DeviceThread::DeliverReady(std::uint32_t ready) {
+EndpointSet DeviceThread::DeliverReady(EndpointSet ready) {
     const std::lock_guard<std::mutex> lock(m_ListenerLock);
-    if (!m_Listener) return 0;
-    try {
-        for (unsigned bit = 0; bit < kEndpoints; ++bit) {
-            if ((ready >> bit & 1) == 0) continue;
-            m_Listener->EndpointReady(EndpointOf(bit));
-            ready &= ~(1u << bit);
+    if (!m_Listener) return {};
+    while (!ready.IsEmpty()) {
+        const std::uint8_t endpoint = ready.TakeFirst();
+        try {
+            m_Listener->EndpointReady(endpoint);
+        } catch (const std::bad_alloc&) {
+            ready.Add(endpoint);
+            break;
         }
-    } catch (const std::bad_alloc&) {
-        return ready;
     }
-    return 0;
+    return ready;
 }
 
 } // namespace virtualcam

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "virtualcam/device/DeviceListener.h"
+#include "virtualcam/device/EndpointSet.h"
 #include "virtualcam/firmware/Clock.h"
 
 namespace virtualcam {
@@ -40,8 +41,8 @@ private:
     const RunTimers m_RunTimers;
     std::mutex m_Lock;
     std::condition_variable m_Posted;
-    std::uint32_t m_Ready = 0; // guarded by m_Lock, as all down to the next lock; a bit for each endpoint
-    unsigned m_Notices = 0;    // comings and goings that were not told yet
+    EndpointSet m_Ready;    // guarded by m_Lock, as all down to the next lock
+    unsigned m_Notices = 0; // comings and goings that were not told yet
     bool m_LastPlugged = false;
     std::optional<TimePoint> m_WakeAt;
     bool m_Waiting = false;
@@ -58,7 +59,7 @@ private:
     void Wait(std::unique_lock<std::mutex>& lock, std::optional<TimePoint> deadline);
     bool Deliver(std::unique_lock<std::mutex>& lock);
     bool DeliverNotice(bool plugged);
-    std::uint32_t DeliverReady(std::uint32_t ready);
+    EndpointSet DeliverReady(EndpointSet ready);
 };
 
 } // namespace virtualcam

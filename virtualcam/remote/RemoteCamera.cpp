@@ -46,7 +46,7 @@ bool RemoteCamera::Take() {
         const std::lock_guard<std::mutex> lock(m_Lock);
         if (!m_Plugged || m_Taken || m_Closed) return false;
         m_Taken = true;
-        m_Ready.reset();
+        m_Ready.Clear();
         Lower(m_Wake);
         Lower(m_End);
     }
@@ -85,7 +85,7 @@ EndpointSet RemoteCamera::TakeReady() {
 
 void RemoteCamera::EndpointReady(std::uint8_t endpoint) {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_Ready.set(endpoint);
+    m_Ready.Add(endpoint);
     Raise(m_Wake);
 }
 

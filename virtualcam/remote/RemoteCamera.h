@@ -1,7 +1,6 @@
 #pragma once
 // A camera that waits for a host outside this process: whose it is, and what wakes that host's session.
 
-#include <bitset>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -12,9 +11,6 @@
 #include "virtualcam/remote/Channel.h"
 
 namespace virtualcam {
-
-/// Endpoints by their addresses.
-using EndpointSet = std::bitset<256>;
 
 /// Belongs to one session at a time. A session polls its two descriptors: WakeFd is readable when TakeReady has
 /// something to tell and when the camera has been plugged in, EndFd when the session has to end, because the camera was

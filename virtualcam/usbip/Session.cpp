@@ -74,9 +74,9 @@ bool Session::Serve() {
 }
 
 void Session::ServeReady() {
-    const EndpointSet ready = m_Camera.TakeReady();
-    for (std::size_t endpoint = 0; endpoint < ready.size(); ++endpoint)
-        if (ready.test(endpoint)) m_Transfers.Serve(static_cast<std::uint8_t>(endpoint));
+    EndpointSet ready = m_Camera.TakeReady();
+    while (!ready.IsEmpty())
+        m_Transfers.Serve(ready.TakeFirst());
 }
 
 bool Session::Violation() {

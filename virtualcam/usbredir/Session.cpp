@@ -88,9 +88,9 @@ bool Session::ServeSocket(short events) {
 }
 
 void Session::ServeCamera() {
-    const EndpointSet ready = m_Camera.TakeReady();
-    for (std::size_t endpoint = 0; m_Connected && endpoint < ready.size(); ++endpoint)
-        if (ready.test(endpoint)) m_Transfers.Serve(static_cast<std::uint8_t>(endpoint));
+    EndpointSet ready = m_Camera.TakeReady();
+    while (m_Connected && !ready.IsEmpty())
+        m_Transfers.Serve(ready.TakeFirst());
 }
 
 bool Session::Flush() {
