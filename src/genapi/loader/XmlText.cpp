@@ -109,10 +109,9 @@ std::string_view ElementText(const pugi::xml_node& element, TextArena& arena) {
 
 XmlText::XmlText(std::string_view xml, std::string_view source, std::size_t cost) : m_Source(source) {
     if (xml.size() > kMaxDescriptionSize) RefuseSize();
-    std::string converted;
     if (NeedsConversion(xml)) {
-        converted = ConvertToUtf8(xml);
-        xml = converted;
+        m_Converted = ConvertToUtf8(xml);
+        xml = m_Converted;
         if (xml.size() > kMaxDescriptionSize) RefuseSize();
     }
     // A camera's memory is filled up behind its description.

@@ -42,7 +42,7 @@ private:
 class XmlText {
 public:
     /// Throws GenICam::RuntimeException when the text is too large, not well-formed or no description of schema 1.
-    /// `cost` is that of texts that are kept beside this one.
+    /// `cost` is that of texts that are kept beside this one. Source and text are borrowed.
     XmlText(std::string_view xml, std::string_view source, std::size_t cost = 0);
     XmlText(const XmlText&) = delete;
     XmlText& operator=(const XmlText&) = delete;
@@ -66,6 +66,7 @@ private:
     [[noreturn]] void Refuse(uint32_t line, const std::string& reason) const;
 
     std::string_view m_Source; ///< borrowed
+    std::string m_Converted;   ///< the text when it came in another encoding
     std::unique_ptr<char[]> m_Buffer;
     LineIndex m_Lines;
     std::size_t m_Cost = 0;
