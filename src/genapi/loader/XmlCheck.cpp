@@ -3,6 +3,7 @@
 #include "genapi/loader/XmlCursor.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace genapi {
@@ -11,12 +12,14 @@ namespace {
 
 // What an element becomes: a node of the tree and a property, which is kept in lists that grow by doubling.
 constexpr std::size_t kElementCost = 320;
+constexpr std::size_t kEndTagCost = 64;
 // What the attribute of an element may make of it: a node of the map, with its names, caches and links.
 constexpr std::size_t kAttributeCost = 1100;
 // What each character of a formula may become: an operation, its place in the text, its operand.
 constexpr std::size_t kFormulaCost = 40;
 
 bool IsFormula(std::string_view element) {
+    if (element.front() != 'F' && element.front() != 'E') return false;
     return element == "Formula" || element == "FormulaTo" || element == "FormulaFrom" || element == "Expression";
 }
 
@@ -33,6 +36,25 @@ bool AreUnique(std::vector<std::string_view>& names) {
     return true;
 }
 
+// Goes behind a plain element, one of a name and a text alone, and what stands in front of it. Null when another tag
+// comes first. Nothing is special up to the end.
+const char* PlainElementEnd(const char* at, const char* end) {
+    const auto findTag = [end](const char* from) {
+        if (from < end && *from == '<') return from;
+        return static_cast<const char*>(std::memchr(from, '<', static_cast<std::size_t>(end - from)));
+    };
+    const char* const tag = findTag(at);
+    if (tag == nullptr || tag + 1 == end || !IsXml(tag[1], kXmlNameStart)) return nullptr;
+    const char* const name = tag + 1;
+    const char* const nameEnd = XmlNameEnd(name, end);
+    if (nameEnd == end || *nameEnd != '>') return nullptr;
+    const auto size = static_cast<std::size_t>(nameEnd - name);
+    const char* const close = findTag(nameEnd);
+    if (close == nullptr || static_cast<std::size_t>(end - close) < size + 3) return nullptr; // </name>
+    const bool isClosed = close[1] == '/' && close[size + 2] == '>' && std::memcmp(close + 2, name, size) == 0;
+    return isClosed && !IsFormula({name, size}) ? close + size + 3 : nullptr;
+}
+
 // Unnamed, so that all of it becomes one loop. Bound to a thread.
 class Checker final : XmlCursor {
 public:
@@ -43,6 +65,7 @@ public:
 private:
     bool ChargeText(std::size_t start);
     bool TakeOpenName();
+    void SkipPlainElements();
 
     bool Step();
     bool CheckText();
@@ -84,23 +107,41 @@ bool Checker::TakeOpenName() {
     return true;
 }
 
+// They are most of a description.
+void Checker::SkipPlainElements() {
+    constexpr std::size_t kCost = kElementCost + kEndTagCost;
+    if (m_IsFormula) return;
+    const char* const start = m_Text.data() + m_At;
+    const char* const end = m_Text.data() + SpecialFrom(m_At);
+    const char* at = start;
+    std::size_t left = Left() / kCost;
+    for (const char* next = at; left > 0 && (next = PlainElementEnd(at, end)) != nullptr; --left) {
+        at = next;
+        m_Cost += kCost;
+    }
+    if (at == start) return;
+    m_At += static_cast<std::size_t>(at - start);
+    m_Open = {};
+}
+
 bool Checker::Step() {
-    if (Here() == '<') return CheckMarkup();
-    return m_Depth > 0 ? CheckText() : CheckOutside();
+    if (m_Depth > 0) SkipPlainElements();
+    if (Here() != '<' && !(m_Depth > 0 ? CheckText() : CheckOutside())) return false;
+    return IsAtEnd() || CheckMarkup();
 }
 
 bool Checker::CheckText() {
     const std::size_t start = m_At;
     const std::size_t end = std::min(m_Text.find('<', start), m_Text.size());
-    if (HasSpecial(start, end) && !CheckSpecial(end)) return false;
+    if (SpecialFrom(start) < end && !CheckSpecial(end)) return false;
     m_At = end;
     return IsAtEnd() || ChargeText(start);
 }
 
 // What is special in the text that ends there.
 bool Checker::CheckSpecial(std::size_t end) {
-    while (HasSpecial(m_At, end)) {
-        m_At = SpecialAt();
+    while (SpecialFrom(m_At) < end) {
+        m_At = SpecialFrom(m_At);
         const char c = m_Text[m_At];
         if (c == '&' && !CheckReference()) return false;
         if (c == ']' && StartsWith("]]>")) return Fail(m_At, "']]>' stands in a text");
@@ -132,7 +173,7 @@ bool Checker::CheckEndTag() {
     --m_Depth;
     m_Open = {};
     m_IsFormula = false;
-    return Charge(kPieceCost / 2);
+    return Charge(kEndTagCost);
 }
 
 bool Checker::CheckStartTag() {
@@ -182,6 +223,11 @@ bool Checker::CheckAttribute() {
 }
 
 bool Checker::CheckValue(std::size_t start, char quote) {
+    const std::size_t end = m_Text.find(quote, m_At);
+    if (end < SpecialFrom(m_At) && m_Text.substr(m_At, end - m_At).find('<') == std::string_view::npos) {
+        m_At = end + 1;
+        return true;
+    }
     for (;; ++m_At) {
         while (!IsAtEnd() && !IsXml(m_Text[m_At], kXmlEndsValue))
             ++m_At;

@@ -135,7 +135,7 @@ bool XmlCursor::CheckReference() {
 }
 
 bool XmlCursor::CheckPart(std::size_t first, std::size_t last) {
-    return !HasSpecial(first, last) || CheckCharacters(first, last);
+    return SpecialFrom(first) >= last || CheckCharacters(first, last);
 }
 
 bool XmlCursor::CheckCharacters(std::size_t first, std::size_t last) {

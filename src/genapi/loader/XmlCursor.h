@@ -31,6 +31,8 @@ protected:
         m_Cost += bytes;
         return m_Cost <= m_Budget || Fail(m_At, reason);
     }
+    /// What is left of the budget.
+    [[nodiscard]] std::size_t Left() const { return m_Budget - m_Cost; }
 
     [[nodiscard]] bool IsAtEnd() const { return m_At == m_Text.size(); }
     [[nodiscard]] char Here() const { return m_At < m_Text.size() ? m_Text[m_At] : '\0'; }
@@ -38,13 +40,11 @@ protected:
         return m_Text.size() - m_At >= start.size() &&
                std::memcmp(m_Text.data() + m_At, start.data(), start.size()) == 0;
     }
-    /// Whether a part of the text holds a special character. Each part lies behind the one that was asked for before.
-    bool HasSpecial(std::size_t first, std::size_t last) {
+    /// The first special character from there on. Each search begins behind where the one before began.
+    std::size_t SpecialFrom(std::size_t first) {
         if (m_Special < first) m_Special = FindXmlSpecial(m_Text, first);
-        return m_Special < last;
+        return m_Special;
     }
-    /// The character that made it so.
-    [[nodiscard]] std::size_t SpecialAt() const { return m_Special; }
     void SkipBlanks() {
         while (!IsAtEnd() && IsXml(m_Text[m_At], kXmlBlank))
             ++m_At;
@@ -80,12 +80,8 @@ private:
 inline std::string_view XmlCursor::TakeName() {
     const char* const start = m_Text.data() + m_At;
     const char* const end = m_Text.data() + m_Text.size();
-    const char* at = start;
-    if (at != end && IsXml(*at, kXmlNameStart)) {
-        while (++at != end && IsXml(*at, kXmlNamePart)) {
-        }
-    }
-    const auto size = static_cast<std::size_t>(at - start);
+    if (start == end || !IsXml(*start, kXmlNameStart)) return {};
+    const auto size = static_cast<std::size_t>(XmlNameEnd(start, end) - start);
     m_At += size;
     return {start, size};
 }

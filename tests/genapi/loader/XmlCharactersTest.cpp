@@ -65,6 +65,25 @@ TEST(XmlCharacters, LooksAtNothingBehindTheText) {
     }
 }
 
+TEST(XmlCharacters, EndsANameWhereTheFirstOtherCharacterStands) {
+    for (int c = 0; c < 256; ++c) {
+        const auto character = static_cast<char>(c);
+        const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        const bool isPart = isLetter || (c >= '0' && c <= '9') || c >= 0x80 || std::strchr("_:-.", c ? c : '?');
+        EXPECT_EQ(IsXml(character, kXmlNamePart), isPart) << c;
+        for (std::size_t at = 0; at < 20; ++at) {
+            std::string name(20, 'z');
+            name[at] = character;
+            // The end lies in front of more letters, which are none of the text's.
+            for (const std::size_t size : {at + 1, std::size_t{19}, std::size_t{20}}) {
+                if (size <= at) continue;
+                const char* const end = XmlNameEnd(name.data(), name.data() + size);
+                ASSERT_EQ(end - name.data(), static_cast<ptrdiff_t>(isPart ? size : at)) << c << " of " << size;
+            }
+        }
+    }
+}
+
 // What may stand in no text, in whatever it stands, at each distance from its end.
 struct Place {
     const char* name;
@@ -119,6 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Place{"Text", "<a>", "</a>",
                             Besides({kNoReference, kUnknown, {"]]>", "']]>' stands in a text"}})},
                       Place{"TextBehindAnElement", "<a><b>&amp;]</b>", "</a>", Besides({kNoReference, kUnknown})},
+                      Place{"TextOfAnElement", "<a><bcdefghij>", "</bcdefghij></a>", Besides({kNoReference, kUnknown})},
                       Place{"Value", "<a b='", "'/>",
                             Besides({kNoReference, kUnknown, {"<", "'<' stands in the value of an attribute"}})},
                       Place{"Comment", "<a><!--", "--></a>", Besides({{"--", "'--' stands in a comment"}})},
@@ -145,6 +165,32 @@ TEST(XmlCheck, TellsTheFirstOfSeveralFaults) {
     EXPECT_EQ(FaultOf(crowd), (Fault{"there is a control character", crowd.find('\x01')}));
     EXPECT_EQ(FaultOf("<!DOCTYPE a [\x01<!-- \x02 -->]><a/>"), (Fault{"there is a control character", 19}));
     EXPECT_EQ(FaultOf("<!DOCTYPE a [\x01<!-- c -->]><a>&x;</a>"), (Fault{"there is a control character", 13}));
+}
+
+std::size_t CostOf(const std::string& text) {
+    return CheckXml(text, kBudget).cost;
+}
+
+TEST(XmlCheck, CountsPlainElementsAsItDoesOthers) {
+    const std::string plain = "<bc>x</bc><bc></bc> <bc>y</bc>";
+    const std::size_t cost = CostOf("<a>" + plain + "</a>");
+    EXPECT_EQ(cost, CostOf("<a><bc >x</bc><bc>&lt;</bc> <bc>y</bc ></a>"));
+    EXPECT_EQ(cost - CostOf("<a></a>"), 3 * (CostOf("<a><b></b></a>") - CostOf("<a></a>")));
+    // A formula costs by its length wherever it stands.
+    EXPECT_EQ(CostOf("<a>" + plain + "<Formula>12345</Formula></a>") -
+                  CostOf("<a>" + plain + "<Formula></Formula></a>"),
+              CostOf("<a><Formula >12345</Formula></a>") - CostOf("<a><Formula ></Formula></a>"));
+}
+
+TEST(XmlCheck, StopsAtThePlainElementThatIsTooMuch) {
+    const std::string text = "<a><b>x</b><b>y</b></a>";
+    const std::size_t cost = CostOf(text);
+    EXPECT_FALSE(CheckXml(text, cost).fault);
+    const std::size_t atEndTag = text.rfind("</a>") + 4;
+    EXPECT_EQ(CheckXml(text, cost - 1).fault->offset, atEndTag);
+    const std::size_t left = cost - CostOf("<a></a>") + CostOf("<a>"); // but for the last end tag
+    EXPECT_EQ(CheckXml(text, left - 1).fault->offset, text.rfind("</b>") + 4);
+    EXPECT_EQ(CheckXml(text, CostOf("<a><b>x</b>")).fault->offset, text.rfind("<b>") + 2);
 }
 
 TEST(XmlCheck, TakesOnlyTheWholeNameOfAnEndTag) {
