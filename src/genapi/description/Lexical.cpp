@@ -1,6 +1,7 @@
 #include "genapi/description/Lexical.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -106,9 +107,25 @@ constexpr Word kWords[] = {
     {Keyword::DisplayNotation, "Scientific", 2},
 };
 
+// The words of a family stand together.
+constexpr std::size_t kFamilies = static_cast<std::size_t>(Keyword::DisplayNotation) + 1;
+struct Words {
+    const Word* begin = nullptr;
+    const Word* end = nullptr;
+};
+constexpr std::array<Words, kFamilies> kWordsOf = [] {
+    std::array<Words, kFamilies> families{};
+    for (const Word& word : kWords) {
+        Words& words = families[static_cast<std::size_t>(word.family)];
+        if (words.begin == nullptr) words.begin = &word;
+        words.end = &word + 1;
+    }
+    return families;
+}();
+
 } // namespace
 
-std::string_view Trim(std::string_view text) noexcept {
+std::string_view TrimBlanks(std::string_view text) noexcept {
     while (!text.empty() && IsBlank(text.front()))
         text.remove_prefix(1);
     while (!text.empty() && IsBlank(text.back()))
@@ -170,10 +187,11 @@ bool IsHexPairs(std::string_view text) noexcept {
 
 std::optional<int> ParseKeyword(Keyword family, std::string_view text) noexcept {
     text = Trim(text);
-    for (const Word& word : kWords) {
-        if (word.family == family && word.text == text) return word.number;
-    }
-    return std::nullopt;
+    const Words& words = kWordsOf[static_cast<std::size_t>(family)];
+    const Word* const found =
+        std::find_if(words.begin, words.end, [text](const Word& word) { return word.text == text; });
+    if (found == words.end) return std::nullopt;
+    return found->number;
 }
 
 } // namespace genapi

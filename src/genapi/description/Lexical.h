@@ -8,7 +8,14 @@
 namespace genapi {
 
 /// Without XML white space (blank, tab, line ends) at both ends.
-[[nodiscard]] std::string_view Trim(std::string_view text) noexcept;
+[[nodiscard]] std::string_view TrimBlanks(std::string_view text) noexcept;
+
+/// The same, soon done where nothing is to be trimmed, as is the rule.
+[[nodiscard]] inline std::string_view Trim(std::string_view text) noexcept {
+    const auto isNoBlank = [](char c) { return static_cast<unsigned char>(c) > ' '; };
+    if (!text.empty() && isNoBlank(text.front()) && isNoBlank(text.back())) return text;
+    return TrimBlanks(text);
+}
 
 // All parsers below accept white space around the value and nothing else besides it.
 

@@ -15,19 +15,29 @@ uint64_t Mix(uint64_t hash, uint64_t word) {
     return hash ^ hash >> 32;
 }
 
-// Eight characters a step.
+constexpr std::size_t kWord = sizeof(uint64_t);
+
+uint64_t WordAt(const char* at) {
+    uint64_t word;
+    std::memcpy(&word, at, kWord);
+    return word;
+}
+
+uint64_t ShortWord(std::string_view name) {
+    uint64_t word = 0;
+    for (const char c : name)
+        word = word << 8 | static_cast<uint8_t>(c);
+    return word;
+}
+
+// Eight characters a step; the last ones may be met twice.
 uint64_t Hash(std::string_view name) {
-    uint64_t hash = name.size();
-    const char* at = name.data();
-    std::size_t left = name.size();
-    for (; left >= sizeof hash; left -= sizeof hash, at += sizeof hash) {
-        uint64_t word;
-        std::memcpy(&word, at, sizeof word);
-        hash = Mix(hash, word);
-    }
-    uint64_t rest = 0;
-    if (left > 0) std::memcpy(&rest, at, left);
-    return Mix(Mix(hash, rest), left);
+    const std::size_t size = name.size();
+    if (size < kWord) return Mix(Mix(size, ShortWord(name)), size);
+    uint64_t hash = size;
+    for (std::size_t at = 0; at + kWord < size; at += kWord)
+        hash = Mix(hash, WordAt(name.data() + at));
+    return Mix(Mix(hash, WordAt(name.data() + size - kWord)), size);
 }
 
 uint32_t Tag(uint64_t hash) {

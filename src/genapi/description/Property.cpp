@@ -10,11 +10,10 @@ constexpr std::size_t kSlotCount = 512;
 constexpr uint8_t kEmpty = 0xFF;
 static_assert(kPropertyCount < kEmpty);
 
+// Three characters and the length tell all properties apart; the factors are such that none shares a slot.
 constexpr std::size_t SlotOf(std::string_view name) {
-    uint32_t hash = 2166136261U;
-    for (const char c : name)
-        hash = (hash ^ static_cast<uint8_t>(c)) * 16777619U;
-    return (hash ^ (hash >> 15U)) % kSlotCount;
+    const auto at = [name](std::size_t i) { return std::size_t{static_cast<uint8_t>(name[i])}; };
+    return (at(0) * 244 + at(name.size() / 2) * 328 + at(name.size() - 1) * 499 + name.size() * 416) % kSlotCount;
 }
 
 constexpr std::array<uint8_t, kSlotCount> MakeSlots() {
@@ -36,7 +35,7 @@ constexpr std::size_t kLongestName = 17; // ImposedAccessMode
 } // namespace
 
 std::optional<PropertyId> FindProperty(std::string_view name) noexcept {
-    if (name.size() > kLongestName) return std::nullopt;
+    if (name.empty() || name.size() > kLongestName) return std::nullopt;
     for (std::size_t at = SlotOf(name); kSlots[at] != kEmpty; at = (at + 1) % kSlotCount) {
         if (kPropertyNames[kSlots[at]] == name) return static_cast<PropertyId>(kSlots[at]);
     }

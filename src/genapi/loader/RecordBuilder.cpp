@@ -131,10 +131,13 @@ void RecordBuilder::FinishRecords() {
 }
 
 void RecordBuilder::AddProperties(const pugi::xml_node& element) {
-    for (const pugi::xml_node child : element.children()) {
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element) continue;
-        const std::string_view kind = LocalName(child);
-        if (const std::optional<PropertyId> id = FindProperty(kind))
+        // Prefixes are rare, and no property has a colon in its name.
+        std::optional<PropertyId> id = FindProperty(child.name());
+        const std::string_view kind = id ? std::string_view() : LocalName(child);
+        if (!id) id = FindProperty(kind);
+        if (id)
             AddProperty(child, *id);
         else if (!TakeInner(child, kind))
             LogIgnored(child);
@@ -142,24 +145,17 @@ void RecordBuilder::AddProperties(const pugi::xml_node& element) {
 }
 
 void RecordBuilder::AddProperty(const pugi::xml_node& element, PropertyId id) {
-    PropertyRecord record;
-    record.id = id;
-    record.value = ElementText(element, m_Arena);
+    std::string_view value = ElementText(element, m_Arena);
     const bool isFree = IsFreeText(id) || (id == PropertyId::Value && m_Type == NodeType::String);
-    if (!isFree) record.value = Trim(record.value);
-    if (IsLink(id) && record.value.empty()) {
-        Complain(element, "link without a target");
-        return;
-    }
-    if (AddAttribute(element, record)) m_Properties.push_back(record);
+    if (!isFree) value = Trim(value);
+    if (IsLink(id) && value.empty()) return Complain(element, "link without a target");
+    PropertyRecord record(id, AttributeOf(id), value, {});
+    if (record.attributeKind == AttributeKind::None || AddAttribute(element, record)) m_Properties.push_back(record);
 }
 
 // False when the attribute is required and missing.
 bool RecordBuilder::AddAttribute(const pugi::xml_node& element, PropertyRecord& record) {
-    record.attributeKind = AttributeOf(record.id);
     switch (record.attributeKind) {
-    case AttributeKind::None:
-        return true;
     case AttributeKind::Name:
         record.attribute = AttributeText(element, "Name");
         break;

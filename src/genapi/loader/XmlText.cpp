@@ -38,6 +38,29 @@ std::string_view VersionPart(std::string_view uri, std::size_t index) {
     return split == std::string_view::npos ? std::string_view() : numbers.substr(split + 1);
 }
 
+// Of an element's own text and of its children, from the first one on.
+std::string_view JoinTexts(std::string_view embedded, const pugi::xml_node& first, TextArena& arena) {
+    std::string_view last = embedded;
+    std::size_t pieces = embedded.empty() ? 0 : 1;
+    std::size_t size = embedded.size();
+    for (pugi::xml_node child = first; child; child = child.next_sibling()) {
+        const std::string_view piece = IsText(child) ? child.value() : std::string_view();
+        if (piece.empty()) continue;
+        last = piece;
+        size += piece.size();
+        ++pieces;
+    }
+    if (pieces <= 1) return last;
+
+    char* const place = arena.Allocate(size);
+    char* at = std::copy(embedded.begin(), embedded.end(), place);
+    for (pugi::xml_node child = first; child; child = child.next_sibling()) {
+        const std::string_view piece = IsText(child) ? child.value() : std::string_view();
+        at = std::copy(piece.begin(), piece.end(), at);
+    }
+    return {place, size};
+}
+
 } // namespace
 
 char* TextArena::Allocate(std::size_t size) {
@@ -74,8 +97,8 @@ void TextArena::MoveTo(std::vector<std::unique_ptr<char[]>>& blocks) {
 
 std::string_view LocalName(const pugi::xml_node& element) noexcept {
     const std::string_view name = element.name();
-    const std::size_t colon = name.rfind(':');
-    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+    if (name.find(':') == std::string_view::npos) return name; // as a rule, and found sooner than the last one
+    return name.substr(name.rfind(':') + 1);
 }
 
 std::string_view AttributeText(const pugi::xml_node& element, const char* name) noexcept {
@@ -83,28 +106,9 @@ std::string_view AttributeText(const pugi::xml_node& element, const char* name) 
 }
 
 std::string_view ElementText(const pugi::xml_node& element, TextArena& arena) {
-    std::string_view first = element.value();
-    std::size_t pieces = first.empty() ? 0 : 1;
-    std::size_t size = first.size();
-    for (const pugi::xml_node child : element.children()) {
-        if (!IsText(child)) continue;
-        const std::string_view piece = child.value();
-        if (piece.empty()) continue;
-        if (pieces++ == 0) first = piece;
-        size += piece.size();
-    }
-    if (pieces <= 1) return first;
-
-    char* const place = arena.Allocate(size);
-    char* at = place;
     const std::string_view embedded = element.value();
-    at = std::copy(embedded.begin(), embedded.end(), at);
-    for (const pugi::xml_node child : element.children()) {
-        if (!IsText(child)) continue;
-        const std::string_view piece = child.value();
-        at = std::copy(piece.begin(), piece.end(), at);
-    }
-    return {place, size};
+    const pugi::xml_node child = element.first_child();
+    return child ? JoinTexts(embedded, child, arena) : embedded;
 }
 
 XmlText::XmlText(std::string_view xml, std::string_view source, std::size_t cost) : m_Source(source) {

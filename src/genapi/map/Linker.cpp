@@ -12,6 +12,9 @@ namespace genapi {
 
 namespace {
 
+constexpr PropertySet kNoted =
+    PropertySet::Of(PropertyId::IsFeature, PropertyId::PollingTime, PropertyId::IsSelfClearing);
+
 Node* FixedTarget(const Node& node) {
     return HasProperty(node.Type(), PropertyId::pValue) ? node.LinkedNode(PropertyId::pValue) : nullptr;
 }
@@ -29,9 +32,10 @@ void Linker::Run(std::string_view root) {
 }
 
 void Linker::Bind(Node& node) {
+    const PropertySet& properties = TraitsOf(node.Type()).properties;
     for (const PropertyRecord& record : node.Properties()) {
         // Elements that a type does not have are of no meaning to it.
-        if (HasProperty(node.Type(), record.id)) BindProperty(node, record);
+        if (properties.Has(record.id)) BindProperty(node, record);
     }
     if (node.Type() == NodeType::Enumeration) m_Enumerations.push_back(&node);
     const std::string_view missing = node.Missing();
@@ -39,8 +43,10 @@ void Linker::Bind(Node& node) {
 }
 
 void Linker::BindProperty(Node& node, const PropertyRecord& record) {
-    const std::string fault = CheckForm(node.Type(), record);
-    if (!fault.empty()) return IsVitalProperty(record.id) ? Fail(node, Fault::Property, fault) : Leave(node, fault);
+    if (!HasForm(node.Type(), record)) {
+        const std::string fault = CheckForm(node.Type(), record);
+        return IsVitalProperty(record.id) ? Fail(node, Fault::Property, fault) : Leave(node, fault);
+    }
     BoundProperty property{record, nullptr, nullptr};
     if (IsLink(record.id)) {
         property.pTarget = m_Map.NodeAt(record.target);
@@ -56,8 +62,8 @@ void Linker::BindProperty(Node& node, const PropertyRecord& record) {
             return Fail(node, Fault::Link, "pOffset names the unknown node '" + std::string(record.attribute) + "'");
         }
     }
-    AddDependencies(node, property);
-    Note(node, record);
+    if (property.pTarget) AddDependencies(node, property);
+    if (kNoted.Has(record.id)) Note(node, record);
     node.Bind(property);
 }
 
@@ -81,7 +87,6 @@ void Linker::Note(Node& node, const PropertyRecord& record) {
 }
 
 void Linker::AddDependencies(const Node& node, const BoundProperty& property) {
-    if (!property.pTarget) return;
     const PropertyId id = property.record.id;
     const NodeIndex target = property.record.target; // the target itself may be far away in memory
     ChangeReach& reach = m_Map.Reach();

@@ -19,6 +19,7 @@ public:
 private:
     void Bind(Node& node);
     void BindProperty(Node& node, const PropertyRecord& record);
+    /// Of a link that has its target.
     void AddDependencies(const Node& node, const BoundProperty& property);
     /// What the rest of the linking has to look at again.
     void Note(Node& node, const PropertyRecord& record);

@@ -23,6 +23,16 @@ TEST(Property, IsNotFoundByAnotherName) {
     EXPECT_FALSE(FindProperty(std::string(100000, 'p')).has_value());
 }
 
+TEST(Property, IsNotFoundByANameThatDiffersInOnePlace) {
+    for (const std::string_view name : kPropertyNames) {
+        for (std::size_t at = 0; at < name.size(); ++at) {
+            std::string other(name);
+            other[at] = '#';
+            EXPECT_FALSE(FindProperty(other).has_value()) << other;
+        }
+    }
+}
+
 TEST(Property, KnowsLinksAndLists) {
     EXPECT_TRUE(IsLink(PropertyId::pValue));
     EXPECT_TRUE(IsLink(PropertyId::p1212Parser));

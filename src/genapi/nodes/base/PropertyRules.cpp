@@ -91,6 +91,10 @@ bool HasAttributeForm(const PropertyRecord& record) {
 
 } // namespace
 
+bool HasForm(NodeType type, const PropertyRecord& record) {
+    return HasValueForm(type, record) && HasAttributeForm(record);
+}
+
 std::string CheckForm(NodeType type, const PropertyRecord& record) {
     const bool isValueBad = !HasValueForm(type, record);
     if (!isValueBad && HasAttributeForm(record)) return {};

@@ -22,6 +22,9 @@ namespace genapi {
     return HasFlag(id, kTells);
 }
 
+/// Whether value and attribute look as they have to.
+[[nodiscard]] bool HasForm(NodeType type, const PropertyRecord& record);
+
 /// What is wrong with the value or the attribute; empty when nothing is.
 [[nodiscard]] std::string CheckForm(NodeType type, const PropertyRecord& record);
 
