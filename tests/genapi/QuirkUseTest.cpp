@@ -21,9 +21,9 @@ std::string KnifeOf(const std::string& name, const std::string& formula, const s
 }
 
 // Hands the whole buffer to every port. bound to a thread
-class WholeBuffer final : public CChunkAdapter {
+class WholeBufferForAll final : public CChunkAdapter {
 public:
-    explicit WholeBuffer(INodeMap* pNodeMap) : CChunkAdapter(pNodeMap) {}
+    explicit WholeBufferForAll(INodeMap* pNodeMap) : CChunkAdapter(pNodeMap) {}
     bool CheckBufferLayout(uint8_t*, int64_t) override { return true; }
     void AttachBuffer(uint8_t* pBuffer, int64_t length, AttachStatistics_t*) override {
         for (CChunkPort* const pPort : m_ChunkPorts)
@@ -134,7 +134,7 @@ TEST(Quirk, ChunksAreFreshWithTheNextImage) {
         "<AccessMode>RO</AccessMode><pPort>Chunk</pPort></IntReg>");
     uint8_t first[4] = {1};
     uint8_t second[4] = {2};
-    WholeBuffer adapter(&map.Map());
+    WholeBufferForAll adapter(&map.Map());
     adapter.AttachBuffer(first, sizeof first, nullptr);
     EXPECT_EQ(map.Integer("N").GetValue(), 1);
     adapter.AttachBuffer(second, sizeof second, nullptr);
@@ -205,7 +205,7 @@ TEST(Quirk, AdaptersAndCallbacksEndInAnyOrder) {
     const auto alive = std::make_shared<int>();
     Register(&map->Node("N"), [alive](INode*) {});
     {
-        WholeBuffer chunks(&map->Map());
+        WholeBufferForAll chunks(&map->Map());
         CEventAdapterGeneric events(&map->Map());
         chunks.AttachBuffer(buffer, sizeof buffer, nullptr);
         EXPECT_EQ(map->Mode("N"), RO);
