@@ -3,8 +3,8 @@
 #include "usb/trace/TracedBackend.h"
 #include "usb/trace/TracedHandle.h"
 
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/backend/Backend.h"
+#include "virtualcam/support/DeviceClient.h"
 
 #include <gtest/gtest.h>
 

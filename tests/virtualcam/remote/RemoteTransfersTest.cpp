@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/DeviceClient.h"
-#include "virtualcam/SmallCamera.h"
-#include "virtualcam/StreamClient.h"
 #include "virtualcam/remote/RemoteTransfers.h"
+#include "virtualcam/support/DeviceClient.h"
+#include "virtualcam/support/SmallCamera.h"
+#include "virtualcam/support/StreamClient.h"
 
 namespace virtualcam {
 namespace {

@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "support/Shortage.h"
-#include "virtualcam/DeviceClient.h"
-#include "virtualcam/SmallCamera.h"
 #include "virtualcam/backend/Backend.h"
+#include "virtualcam/support/DeviceClient.h"
+#include "virtualcam/support/SmallCamera.h"
 
 namespace virtualcam {
 namespace {

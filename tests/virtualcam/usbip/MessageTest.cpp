@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/DeviceClient.h"
+#include "virtualcam/support/DeviceClient.h"
 #include "virtualcam/usbip/Message.h"
 
 namespace virtualcam::usbip {

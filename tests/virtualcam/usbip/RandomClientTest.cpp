@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "virtualcam/SmallCamera.h"
+#include "virtualcam/support/SmallCamera.h"
 #include "virtualcam/usbip/Session.h"
 
 namespace virtualcam::usbip {

@@ -9,8 +9,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/remote/Channel.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace virtualcam::usbip::test {
 

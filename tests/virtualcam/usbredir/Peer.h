@@ -10,8 +10,8 @@
 #include <sys/socket.h>
 #include <usbredirparser.h>
 
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/remote/Channel.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace virtualcam::usbredir::test {
 

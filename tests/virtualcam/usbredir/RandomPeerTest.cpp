@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "virtualcam/SmallCamera.h"
+#include "virtualcam/support/SmallCamera.h"
 
 namespace virtualcam::usbredir {
 namespace {

@@ -6,8 +6,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/backend/Backend.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Images on triggers.
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // Events that the camera raises.
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 namespace {
 

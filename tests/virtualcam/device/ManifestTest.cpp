@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <openssl/sha.h>
 
-#include "virtualcam/DeviceClient.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace {
 

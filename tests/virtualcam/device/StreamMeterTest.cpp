@@ -1,6 +1,6 @@
 #include "virtualcam/device/StreamMeter.h"
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Scripted faults of the event channel, and several events in a message.
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 namespace {
 

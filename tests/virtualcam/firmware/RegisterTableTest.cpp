@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/device/Device.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace {
 namespace register_table {

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/SmallCamera.h"
-#include "virtualcam/StreamClient.h"
+#include "virtualcam/support/SmallCamera.h"
+#include "virtualcam/support/StreamClient.h"
 
 namespace {
 
@@ -15,11 +15,10 @@ using virtualcam::Device;
 using virtualcam::PipeStatus;
 using virtualcam::test::DeviceClient;
 using virtualcam::test::Hex;
+using virtualcam::test::kRead;
+using virtualcam::test::kReadAck;
 using virtualcam::test::Small;
 using virtualcam::test::StreamClient;
-
-const char* const kRead = "55335643 0040 0008 0C00 0900 0000000000000000 0000 0400";
-const char* const kReadAck = "55335643 0000 0108 0400 0900 03000100";
 
 TEST(RegisterFaultTest, BootstrapRegistersAreOutOfTheOrdinary) {
     CameraSettings settings = Small();

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "virtualcam/ControlPackets.h"
 #include "virtualcam/device/Device.h"
+#include "virtualcam/support/ControlPackets.h"
 
 namespace virtualcam::test {
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "virtualcam/DeviceClient.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace virtualcam::test {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/StreamClient.h"
+#include "virtualcam/support/StreamClient.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
-#include "virtualcam/DeviceClient.h"
 #include "virtualcam/device/Manifest.h"
 #include "virtualcam/firmware/CameraRegisters.h"
+#include "virtualcam/support/DeviceClient.h"
 
 namespace {
 

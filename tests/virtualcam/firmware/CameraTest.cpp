@@ -1,6 +1,6 @@
 // The camera's features as a host works with them.
 
-#include "virtualcam/CameraFixture.h"
+#include "virtualcam/support/CameraFixture.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "usb/Transfers.h"
-#include "virtualcam/SmallCamera.h"
-#include "virtualcam/StreamClient.h"
 #include "virtualcam/backend/Backend.h"
+#include "virtualcam/support/SmallCamera.h"
+#include "virtualcam/support/StreamClient.h"
 
 namespace {
 

@@ -19,6 +19,10 @@ inline Bytes Hex(const std::string& digits) {
     return bytes;
 }
 
+/// Asks for the version of the protocol, number 9, and what a camera in order answers.
+inline constexpr const char* kRead = "55335643 0040 0008 0C00 0900 0000000000000000 0000 0400";
+inline constexpr const char* kReadAck = "55335643 0000 0108 0400 0900 03000100";
+
 /// Asks for `length` bytes.
 inline Bytes ReadCommand(std::uint16_t id, std::uint64_t address, std::size_t length) {
     Bytes command = Hex("55335643 0040 0008 0C00");

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/SmallCamera.h"
-#include "virtualcam/StreamClient.h"
+#include "virtualcam/support/SmallCamera.h"
+#include "virtualcam/support/StreamClient.h"
 
 namespace virtualcam::test {
 
