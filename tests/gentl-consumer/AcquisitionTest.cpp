@@ -1,5 +1,5 @@
 // Starting and stopping, in every order.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Every function with arguments that are missing or that nobody knows.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The descriptions of the camera and of every module, as node maps.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

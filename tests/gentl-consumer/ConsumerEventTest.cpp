@@ -1,5 +1,5 @@
 // Events: registering, waiting, killing, and what they bring.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

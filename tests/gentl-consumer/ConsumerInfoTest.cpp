@@ -1,5 +1,5 @@
 // Every query of every module: type, value, and the two steps of asking.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Frames, byte for byte, and what is told of each.
-#include "Pattern.h"
-#include "Session.h"
+#include "gentl-consumer/support/Pattern.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

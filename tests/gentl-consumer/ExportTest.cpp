@@ -1,5 +1,5 @@
 // What the file offers to the dynamic linker, and how it behaves as a guest of a process.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

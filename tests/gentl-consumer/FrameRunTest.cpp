@@ -1,6 +1,6 @@
 // Ten thousand frames: each byte, each chunk, each event of them.
-#include "Pattern.h"
-#include "Session.h"
+#include "gentl-consumer/support/Pattern.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What consumers in the field do, whatever their documents say.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Every function with every handle that is not its own.
-#include "Calls.h"
+#include "gentl-consumer/support/Calls.h"
 
 #include <gtest/gtest.h>
 

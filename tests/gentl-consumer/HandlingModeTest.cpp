@@ -1,5 +1,5 @@
 // What becomes of ten frames that meet four buffers while nobody takes them.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

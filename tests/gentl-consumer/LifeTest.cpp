@@ -1,5 +1,5 @@
 // The producer as a guest: initialised again and again, loaded twice, left alone in a forked child, silent always.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

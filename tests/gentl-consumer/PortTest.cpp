@@ -1,5 +1,5 @@
 // Registers through ports: one by one, and stacked.
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
 

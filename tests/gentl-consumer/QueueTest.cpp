@@ -1,5 +1,5 @@
 // Where the buffers of a stream are: announced, in the input pool, in the output queue, with the consumer.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

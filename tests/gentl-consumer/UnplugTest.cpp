@@ -1,5 +1,5 @@
 // A camera that goes away: what its modules tell, whoever waits, and what is left.
-#include "Description.h"
+#include "gentl-consumer/support/Description.h"
 
 #include <gtest/gtest.h>
 

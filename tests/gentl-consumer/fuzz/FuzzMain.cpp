@@ -3,7 +3,7 @@
 //
 //   gentl_fuzz [--seconds N] [--calls N] [--seed N]
 #include "Caller.h"
-#include "Session.h"
+#include "gentl-consumer/support/Session.h"
 
 #include <cstdio>
 #include <cstring>

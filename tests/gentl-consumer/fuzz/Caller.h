@@ -2,7 +2,7 @@
 // Random calls of the interface, with handles that are right, closed, foreign or of another kind.
 
 #include "Booty.h"
-#include "Library.h"
+#include "gentl-consumer/support/Library.h"
 
 #include <atomic>
 #include <random>
