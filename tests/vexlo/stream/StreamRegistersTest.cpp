@@ -1,6 +1,6 @@
 #include "vexlo/stream/StreamRegisters.h"
 
-#include "FakeCamera.h"
+#include "vexlo/stream/support/FakeCamera.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "vexlo/VxStream.h"
 
-#include "Blocks.h"
-#include "FakeCamera.h"
+#include "vexlo/stream/support/Blocks.h"
+#include "vexlo/stream/support/FakeCamera.h"
 
 #include "vexlo/stream/StreamImpl.h"
 

@@ -1,6 +1,6 @@
 // The engine when the camera sends what it should not.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 using namespace streamtest;
 

@@ -1,6 +1,6 @@
 // The engine as long as the camera does what it should.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 using namespace streamtest;
 

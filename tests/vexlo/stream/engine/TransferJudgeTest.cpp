@@ -2,7 +2,7 @@
 
 #include "vexlo/stream/engine/TransferJudge.h"
 
-#include "Blocks.h"
+#include "vexlo/stream/support/Blocks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The engine when link or system misbehave, and in states that last.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 using namespace streamtest;
 

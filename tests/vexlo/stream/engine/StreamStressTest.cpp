@@ -1,7 +1,7 @@
 // The engine under random load: faults, cancels and stops from one thread, buffers round and round from another.
 
-#include "Blocks.h"
-#include "FakeCamera.h"
+#include "vexlo/stream/support/Blocks.h"
+#include "vexlo/stream/support/FakeCamera.h"
 
 #include "core/WaitObject.h"
 #include "vexlo/stream/engine/StreamEngine.h"

@@ -1,6 +1,6 @@
 // What becomes of a stream when its camera has gone.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 using namespace streamtest;
 

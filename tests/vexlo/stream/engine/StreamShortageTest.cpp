@@ -1,6 +1,6 @@
 // Memory and threads that run out while a stream starts and while it runs: no end, no lost buffer, and the stream goes
 // on.
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 #include "support/Shortage.h"
 

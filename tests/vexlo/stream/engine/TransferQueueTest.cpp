@@ -2,9 +2,9 @@
 
 #include "vexlo/stream/engine/TransferQueue.h"
 
-#include "Blocks.h"
-#include "FakeCamera.h"
-#include "PacketBus.h"
+#include "vexlo/stream/support/Blocks.h"
+#include "vexlo/stream/support/FakeCamera.h"
+#include "vexlo/stream/support/PacketBus.h"
 
 #include <gtest/gtest.h>
 

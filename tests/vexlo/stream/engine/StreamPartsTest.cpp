@@ -4,9 +4,9 @@
 #include "vexlo/stream/engine/SizeTrial.h"
 #include "vexlo/stream/engine/StreamRequests.h"
 
-#include "Blocks.h"
-#include "FakeCamera.h"
-#include "PacketBus.h"
+#include "vexlo/stream/support/Blocks.h"
+#include "vexlo/stream/support/FakeCamera.h"
+#include "vexlo/stream/support/PacketBus.h"
 
 #include <gtest/gtest.h>
 

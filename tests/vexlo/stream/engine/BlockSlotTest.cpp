@@ -1,6 +1,6 @@
 #include "vexlo/stream/engine/BlockSlot.h"
 
-#include "Blocks.h"
+#include "vexlo/stream/support/Blocks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The engine when an application cancels while link or system misbehave.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 #include <atomic>
 #include <future>

@@ -1,7 +1,7 @@
 // How a stream is switched on, by cameras that refuse it among others.
 
-#include "Blocks.h"
-#include "FakeCamera.h"
+#include "vexlo/stream/support/Blocks.h"
+#include "vexlo/stream/support/FakeCamera.h"
 
 #include "vexlo/stream/StreamImpl.h"
 

@@ -1,6 +1,6 @@
 // Cameras whose blocks come whole with small transfers only.
 
-#include "EngineBench.h"
+#include "vexlo/stream/support/EngineBench.h"
 
 #include "vexlo/stream/engine/FirstBlocks.h"
 
