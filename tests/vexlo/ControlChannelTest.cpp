@@ -1,5 +1,5 @@
 // Commands and their acknowledges, one at a time.
-#include "vexlo/ControlChannelFixture.h"
+#include "vexlo/support/ControlChannelFixture.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The control roads of the library, when memory or threads run out at any moment.
 #include "support/Shortage.h"
-#include "vexlo/Fixture.h"
 #include "vexlo/XmlFile.h"
+#include "vexlo/support/Fixture.h"
 
 #include <atomic>
 

@@ -1,8 +1,8 @@
 #include "vexlo/device/DescriptionFile.h"
 
 #include "core/Unzip.h"
-#include "vexlo/Fixture.h"
 #include "vexlo/XmlFile.h"
+#include "vexlo/support/Fixture.h"
 
 #include <zip.h>
 

@@ -1,7 +1,7 @@
 #include "vexlo/discovery/Discovery.h"
 
 #include "tavixbase/LogRecorder.h"
-#include "vexlo/Fixture.h"
+#include "vexlo/support/Fixture.h"
 
 #include <chrono>
 #include <cstring>

@@ -1,7 +1,7 @@
 // Which cameras are asked for their names by which thread.
 
-#include "vexlo/FakeClock.h"
-#include "vexlo/Fixture.h"
+#include "vexlo/support/FakeClock.h"
+#include "vexlo/support/Fixture.h"
 
 #include <chrono>
 #include <condition_variable>

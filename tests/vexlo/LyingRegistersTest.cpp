@@ -1,8 +1,8 @@
 // Registers that say anything. It costs neither the program nor much time or memory, and once they are right again the
 // camera is as good as ever.
-#include "vexlo/FakeClock.h"
-#include "vexlo/StreamFixture.h"
 #include "vexlo/XmlFile.h"
+#include "vexlo/support/FakeClock.h"
+#include "vexlo/support/StreamFixture.h"
 
 #include <cstdlib>
 #include <numeric>

@@ -1,6 +1,6 @@
 // What is waited for where there is nothing to be told: the tries that would otherwise follow each other at once.
-#include "vexlo/ControlChannelFixture.h"
-#include "vexlo/FakeClock.h"
+#include "vexlo/support/ControlChannelFixture.h"
+#include "vexlo/support/FakeClock.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Reading and writing of any length through a control channel.
 #include "vexlo/control/RegisterAccess.h"
-#include "vexlo/ControlChannelFixture.h"
+#include "vexlo/support/ControlChannelFixture.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "vexlo/Fixture.h"
+#include "vexlo/support/Fixture.h"
 
 #include <condition_variable>
 #include <mutex>

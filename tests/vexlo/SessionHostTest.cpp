@@ -1,7 +1,7 @@
 // What an image stream is told of a camera that has been closed meanwhile.
 #include "vexlo/stream/SessionHost.h"
 
-#include "vexlo/Fixture.h"
+#include "vexlo/support/Fixture.h"
 
 namespace {
 

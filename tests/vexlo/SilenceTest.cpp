@@ -1,7 +1,7 @@
 // What a camera that does not answer costs: whoever asks, however often.
-#include "vexlo/FakeClock.h"
-#include "vexlo/Fixture.h"
 #include "vexlo/XmlFile.h"
+#include "vexlo/support/FakeClock.h"
+#include "vexlo/support/Fixture.h"
 
 #include <atomic>
 

@@ -1,5 +1,5 @@
 // Opening the control channel of a camera that does not answer, or not at once.
-#include "vexlo/ControlChannelFixture.h"
+#include "vexlo/support/ControlChannelFixture.h"
 
 #include <atomic>
 #include <climits>

@@ -1,8 +1,8 @@
 // Buffers in memory of the library.
 
 #include "vexlo/stream/StreamMemory.h"
-#include "vexlo/StreamFixture.h"
 #include "vexlo/stream/TransferBudget.h"
+#include "vexlo/support/StreamFixture.h"
 
 namespace {
 

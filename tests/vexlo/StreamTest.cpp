@@ -1,4 +1,4 @@
-#include "vexlo/StreamFixture.h"
+#include "vexlo/support/StreamFixture.h"
 
 namespace {
 

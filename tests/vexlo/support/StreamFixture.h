@@ -1,7 +1,7 @@
 #pragma once
 // The stream of a scripted camera, through the public classes.
 
-#include "vexlo/Fixture.h"
+#include "vexlo/support/Fixture.h"
 
 #include "core/WaitObject.h"
 
