@@ -1,6 +1,6 @@
 #include "tavix/ChunkParser.h"
 
-#include "Expect.h"
+#include "tavixbase/support/Expect.h"
 
 #include <GenApi/ChunkAdapter.h>
 

@@ -1,5 +1,5 @@
-#include "Expect.h"
-#include "Scoped.h"
+#include "tavixbase/support/Expect.h"
+#include "tavixbase/support/Scoped.h"
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
 // The search for transport layers while memory runs out at each of its allocations in turn.
 
-#include "PluginFolder.h"
 #include "support/Shortage.h"
+#include "tavixbase/support/PluginFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "tavixbase/PluginSearch.h"
 
-#include "AskedEnvironment.h"
-#include "Scoped.h"
+#include "tavixbase/support/AskedEnvironment.h"
+#include "tavixbase/support/Scoped.h"
 
 #include <gtest/gtest.h>
 

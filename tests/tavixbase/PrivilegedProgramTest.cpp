@@ -1,6 +1,6 @@
 // What the libraries ask the environment, which in a program with more rights than its user is a stranger's word.
 
-#include "AskedEnvironment.h"
+#include "tavixbase/support/AskedEnvironment.h"
 
 #include "core/Log.h"
 #include "tavix/TlFactory.h"

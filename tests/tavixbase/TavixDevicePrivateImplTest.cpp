@@ -1,7 +1,7 @@
 #include "tavix/internal/TavixDevicePrivateImpl.h"
 
-#include "Expect.h"
-#include "Scoped.h"
+#include "tavixbase/support/Expect.h"
+#include "tavixbase/support/Scoped.h"
 
 #include <GenApi/Pointer.h>
 #include <GenApi/PortImpl.h>

@@ -1,4 +1,4 @@
-#include "PluginFolder.h"
+#include "tavixbase/support/PluginFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "Expect.h"
-#include "LogRecorder.h"
-#include "PluginFolder.h"
+#include "tavixbase/support/Expect.h"
+#include "tavixbase/support/LogRecorder.h"
+#include "tavixbase/support/PluginFolder.h"
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
-#include "Expect.h"
-#include "FakeTransportLayer.h"
-#include "LogRecorder.h"
-#include "Scoped.h"
+#include "tavixbase/support/Expect.h"
+#include "tavixbase/support/FakeTransportLayer.h"
+#include "tavixbase/support/LogRecorder.h"
+#include "tavixbase/support/Scoped.h"
 
 #include <GenApi/Pointer.h>
 

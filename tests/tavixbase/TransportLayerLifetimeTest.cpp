@@ -1,6 +1,6 @@
-#include "Expect.h"
-#include "FakeTransportLayer.h"
-#include "LogRecorder.h"
+#include "tavixbase/support/Expect.h"
+#include "tavixbase/support/FakeTransportLayer.h"
+#include "tavixbase/support/LogRecorder.h"
 
 #include <GenApi/Pointer.h>
 

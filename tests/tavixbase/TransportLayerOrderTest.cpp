@@ -1,7 +1,7 @@
 // What the transport layer's base does before what, and what it leaves alone.
 
-#include "FakeTransportLayer.h"
-#include "Scoped.h"
+#include "tavixbase/support/FakeTransportLayer.h"
+#include "tavixbase/support/Scoped.h"
 
 #include <GenApi/NodeMapRef.h>
 #include <GenApi/Pointer.h>

@@ -1,6 +1,6 @@
 #include "vexlo/discovery/Discovery.h"
 
-#include "tavixbase/LogRecorder.h"
+#include "tavixbase/support/LogRecorder.h"
 #include "vexlo/support/Fixture.h"
 
 #include <chrono>

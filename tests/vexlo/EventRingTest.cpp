@@ -1,6 +1,6 @@
 #include "vexlo/event/EventRing.h"
 
-#include "tavixbase/LogRecorder.h"
+#include "tavixbase/support/LogRecorder.h"
 
 #include "support/ScriptedBytes.h"
 

@@ -3,7 +3,7 @@
 
 #include "FakePluginControl.h"
 
-#include "tavixbase/FakeTransportLayer.h"
+#include "tavixbase/support/FakeTransportLayer.h"
 
 #include "tavix/internal/PluginEntry.h"
 

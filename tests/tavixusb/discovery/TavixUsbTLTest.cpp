@@ -3,7 +3,7 @@
 #include "tavixusb/support/Together.h"
 #include "tavixusb/support/TransportLayerTest.h"
 
-#include "tavixbase/Scoped.h"
+#include "tavixbase/support/Scoped.h"
 
 #include "tavix/usb/VandrelUsbDeviceInfo.h"
 

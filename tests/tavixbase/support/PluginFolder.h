@@ -2,7 +2,7 @@
 // A folder of fake plug-ins that the factory searches.
 
 #include "Scoped.h"
-#include "plugins/FakePluginControl.h"
+#include "tavixbase/plugins/FakePluginControl.h"
 
 #include <dlfcn.h>
 
