@@ -1,9 +1,11 @@
 // Commands and their acknowledges, one at a time.
 #include "vexlo/support/ControlChannelFixture.h"
+#include "vexlo/support/FakeClock.h"
 
 namespace {
 
 using namespace vexlotest;
+using namespace std::chrono_literals;
 
 TEST_F(Channel, ConnectsByReadingTheVersionWithRequestIdZero) {
     ASSERT_EQ(channel.Connect(InTime()), VX_OK);
@@ -71,6 +73,40 @@ TEST_F(Channel, DropsStaleShortAndForeignPackets) {
 TEST_F(Channel, IsNotTakenInByEndlessForeignPackets) {
     AnswerFirst(99, [](const Command&) { return std::vector<Bytes>(200, Ack(0, 0x0801, 0xEEEE, Hex("FF000000"))); });
     EXPECT_EQ(Read(), VX_E_TIMEOUT);
+}
+
+TEST_F(Channel, CountsForeignPacketsTowardsTheTimeForAnAnswer) {
+    FakeClock clock(camera);
+    AnswerFirst(1, [&clock](const Command&) {
+        clock.Pause(400ms);
+        return std::vector<Bytes>{Ack(0, 0x0801, 0xEEEE, Hex("FF000000"))};
+    });
+    const auto taken = clock.Of([this] { EXPECT_EQ(Read(), VX_OK); });
+    EXPECT_GE(taken, 600ms);
+    EXPECT_LT(taken, 700ms) << "as if the foreign one had not come";
+}
+
+// Accesses are many, and readings of the clock a good part of what the host does for one.
+TEST_F(Channel, ReadsTheClockOnceForAnAnswerThatComesAtOnce) {
+    class CountingClock final : public Clock {
+    public:
+        CountingClock() { InjectClock(this); }
+        ~CountingClock() override { InjectClock(nullptr); }
+        TimePoint Now() const override {
+            ++readings;
+            return std::chrono::steady_clock::now();
+        }
+        void Pause(Duration) override {}
+        mutable int readings = 0;
+    };
+    CountingClock clock;
+    const Deadline inTime = InTime();
+    clock.readings = 0;
+    std::uint8_t bytes[4] = {};
+    EXPECT_EQ(channel.Read(0x1CC, bytes, sizeof bytes, inTime), VX_OK);
+    EXPECT_EQ(clock.readings, 1);
+    EXPECT_EQ(channel.Write(0x1CC, {bytes, sizeof bytes}, Repeat::Never, inTime), VX_OK);
+    EXPECT_EQ(clock.readings, 2);
 }
 
 TEST_F(Channel, AsksABusyCameraAgainWithFreshIds) {

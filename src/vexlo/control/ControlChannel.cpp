@@ -65,18 +65,26 @@ ControlTiming::Duration ControlChannel::Timeout() const {
     return std::max({stated, busy, ControlTiming::Duration(m_Floor.load())}) + m_Timing.margin;
 }
 
-ControlTiming::Duration ControlChannel::WriteTimeout(Repeat repeat) const {
-    return repeat == Repeat::Never ? std::max(Timeout(), Duration(m_LastingFloor.load())) : Timeout();
+ControlTiming::Duration ControlChannel::TimeoutOf(Repeat repeat, Duration ordinary) const {
+    return repeat == Repeat::Never ? std::max(ordinary, Duration(m_LastingFloor.load())) : ordinary;
 }
 
 /// A camera that says nothing any more is not given as much time as it may take for an answer.
-ControlTiming::Duration ControlChannel::LimitOfTries(Duration timeout) const {
+ControlTiming::Duration ControlChannel::LimitOfTries(Duration twoAnswers) const {
     if (m_IsBrief) return m_Timing.briefLimit;
-    return m_IsSilent ? m_Timing.silentLimit : std::max(m_Timing.retryLimit, timeout + Timeout());
+    return m_IsSilent ? m_Timing.silentLimit : std::max(m_Timing.retryLimit, twoAnswers);
 }
 
 Deadline ControlChannel::WholeAccess() const {
-    return Deadline(std::max(m_Timing.operationLimit, WriteTimeout(Repeat::Never) + Timeout()));
+    const Duration ordinary = Timeout();
+    return Deadline(std::max(m_Timing.operationLimit, TimeoutOf(Repeat::Never, ordinary) + ordinary));
+}
+
+ControlChannel::Limits ControlChannel::LimitsOf(Repeat repeat, const Deadline& whole) const {
+    const Clock::TimePoint now = CurrentClock().Now();
+    const Duration ordinary = Timeout();
+    const Duration timeout = TimeoutOf(repeat, ordinary);
+    return {whole.Within(LimitOfTries(timeout + ordinary), now), whole, ordinary, timeout, now};
 }
 
 VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::size_t count, const Deadline& whole) {
@@ -84,24 +92,23 @@ VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::si
     if (count > m_MaxRead) return VX_E_INVALID_SIZE;
     const auto once = [=](const Limits& limits)
                           TAVIX_REQUIRES(m_Lock) { return ReadOnce(address, data, count, limits); };
-    return Retry(once, Repeat::Safe, Timeout(), whole);
+    return Retry(once, Repeat::Safe, whole);
 }
 
 VxStatus ControlChannel::Write(std::uint64_t address, u3v::ByteView data, Repeat repeat, const Deadline& whole) {
     const MutexLock lock(m_Lock);
     if (data.size > m_MaxWrite) return VX_E_INVALID_SIZE;
-    const auto once = [=](const Limits& limits)
-                          TAVIX_REQUIRES(m_Lock) { return WriteOnce(address, data, repeat, limits); };
-    return Retry(once, repeat, WriteTimeout(repeat), whole);
+    const auto once = [=](const Limits& limits) TAVIX_REQUIRES(m_Lock) { return WriteOnce(address, data, limits); };
+    return Retry(once, repeat, whole);
 }
 
 /// Tries until it works, the camera refuses, or the time is over.
 template<class Once>
-VxStatus ControlChannel::Retry(Once once, Repeat repeat, Duration timeout, const Deadline& whole) {
-    if (whole.IsOver()) return VX_E_TIMEOUT;
-    const Limits limits{whole.Within(LimitOfTries(timeout)), whole};
+VxStatus ControlChannel::Retry(Once once, Repeat repeat, const Deadline& whole) {
+    Limits limits = LimitsOf(repeat, whole);
+    if (whole.IsOver(limits.start)) return VX_E_TIMEOUT;
     int busy = 0;
-    for (int failures = 0;;) {
+    for (int failures = 0;; limits.start = CurrentClock().Now()) {
         const Outcome outcome = once(limits);
         if (IsDeviceBusy(outcome.status) && busy++ < kBusyRepeats && !limits.tries.IsOver()) {
             CurrentClock().Pause(m_Timing.busyPause);
@@ -121,43 +128,40 @@ VxStatus ControlChannel::Retry(Once once, Repeat repeat, Duration timeout, const
 
 ControlChannel::Outcome ControlChannel::ReadOnce(std::uint64_t address, std::uint8_t* data, std::size_t count,
                                                  const Limits& limits) {
-    Exchange exchange(limits.whole.Within(m_Timing.pendingLimit));
+    Exchange exchange;
     exchange.requestId = TakeRequestId();
     const auto packet = u3v::EncodeReadMem(exchange.requestId, address, static_cast<std::uint16_t>(count));
     exchange.command = {packet.data(), packet.size()};
     exchange.expectedAck = u3v::kReadMemAck;
     exchange.largestAck = u3v::control::kHeaderSize + count;
-    exchange.timeout = std::min(Timeout(), limits.tries.Left());
     exchange.data = data;
     exchange.count = count;
-    return Run(exchange);
+    return Run(exchange, limits);
 }
 
-ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::ByteView data, Repeat repeat,
-                                                  const Limits& limits) {
-    Exchange exchange(limits.whole.Within(m_Timing.pendingLimit));
+ControlChannel::Outcome ControlChannel::WriteOnce(std::uint64_t address, u3v::ByteView data, const Limits& limits) {
+    Exchange exchange;
     exchange.requestId = TakeRequestId();
     const auto size = u3v::EncodeWriteMem(exchange.requestId, address, data, m_Command.data(), m_Command.size());
     if (!size) return {VX_E_INVALID_SIZE, /*confused=*/false, /*delivered=*/false};
     exchange.command = {m_Command.data(), *size};
     exchange.expectedAck = u3v::kWriteMemAck;
     exchange.largestAck = u3v::control::kWriteMemAckSize;
-    exchange.timeout = std::min(WriteTimeout(repeat), limits.tries.Left());
     exchange.count = data.size;
-    return Run(exchange);
+    return Run(exchange, limits);
 }
 
-ControlChannel::Outcome ControlChannel::Run(const Exchange& exchange) {
-    const Outcome sent = Send(exchange);
-    return sent.status == VX_OK ? Receive(exchange) : sent;
+ControlChannel::Outcome ControlChannel::Run(const Exchange& exchange, const Limits& limits) {
+    const Duration timeout = limits.tries.Left(limits.timeout, limits.start);
+    const Outcome sent = Send(exchange, std::min(limits.ordinary, timeout));
+    return sent.status == VX_OK ? Receive(exchange, timeout, limits) : sent;
 }
 
-ControlChannel::Outcome ControlChannel::Send(const Exchange& exchange) {
+ControlChannel::Outcome ControlChannel::Send(const Exchange& exchange, Duration timeout) {
     std::size_t sent = 0;
     // The border takes writable memory for both directions; a transfer to the camera does not write to it.
     auto* bytes = const_cast<std::uint8_t*>(exchange.command.data);
-    const auto timeout = Milliseconds(std::min(Timeout(), exchange.timeout));
-    const usb::Result result = m_Handle.Bulk(m_Out.address, bytes, exchange.command.size, sent, timeout);
+    const usb::Result result = m_Handle.Bulk(m_Out.address, bytes, exchange.command.size, sent, Milliseconds(timeout));
     if (result == usb::Result::Ok && sent == exchange.command.size) return {};
     const bool gone = result == usb::Result::NoDevice;
     // A command that did not arrive whole is ignored by the camera.
@@ -165,18 +169,19 @@ ControlChannel::Outcome ControlChannel::Send(const Exchange& exchange) {
             /*delivered=*/sent == exchange.command.size};
 }
 
-ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
-    Deadline end(exchange.timeout);
+ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange, Duration timeout, const Limits& limits) {
     // Room for a pending acknowledge, and up to the end of a packet so that no camera can send more than fits; no
     // further, or the camera would have to end a full packet by an empty one.
     const std::size_t room =
         RoundUp(std::max(exchange.largestAck, u3v::control::kSmallestAckTransfer), m_In.packetSize);
     usb::Result result = usb::Result::Timeout;
-    for (int foreign = 0; foreign < kMostForeign; ++foreign) {
-        if (end.IsOver()) break;
+    // The clock is read only where the first thing that comes is not the answer.
+    Deadline end(timeout, limits.start);
+    Duration left = timeout;
+    for (int foreign = 0; foreign < kMostForeign && left > Duration(0); ++foreign, left = end.Left()) {
         std::size_t received = 0;
         result = m_Handle.Bulk(m_In.address, m_Acknowledge.data(), std::min(room, m_Acknowledge.size()), received,
-                               Milliseconds(end.Left()));
+                               Milliseconds(left));
         if (result == usb::Result::Timeout) break;
         if (result == usb::Result::NoMemory) { // the answer waits in the camera
             CurrentClock().Pause(m_Timing.busyPause);
@@ -192,7 +197,9 @@ ControlChannel::Outcome ControlChannel::Receive(const Exchange& exchange) {
         }
         if (acknowledge->command != u3v::kPendingAck) return Judge(*acknowledge, exchange);
         const Duration asked(u3v::DecodePendingTimeout(*acknowledge).value_or(0));
-        end = exchange.latest.Within(std::max(asked + m_Timing.margin, Timeout()));
+        // However often the camera asks for more time, there is a limit.
+        const Deadline latest = limits.whole.Within(m_Timing.pendingLimit, limits.start);
+        end = latest.Within(std::max(asked + m_Timing.margin, limits.ordinary));
         foreign = 0;
     }
     // The next command will drop what it finds of this one.

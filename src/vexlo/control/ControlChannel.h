@@ -100,20 +100,20 @@ public:
 private:
     using Duration = ControlTiming::Duration;
 
-    /// For a command: when it is tried no more, and when it is not even waited for any more.
+    /// For a try of a command.
     struct Limits {
-        Deadline tries;
-        Deadline whole;
+        Deadline tries;         ///< it is tried no more
+        Deadline whole;         ///< it is not even waited for any more
+        Duration ordinary;      ///< time for an ordinary answer
+        Duration timeout;       ///< time for the answer to this command
+        Clock::TimePoint start; ///< of the try
     };
     /// A command on its way.
     struct Exchange {
-        explicit Exchange(const Deadline& end) : latest(end) {}
-        Deadline latest; ///< however often the camera asks for more time
         u3v::ByteView command;
         std::uint16_t requestId = 0;
         std::uint16_t expectedAck = 0;
         std::size_t largestAck = 0;
-        Duration timeout{0};          ///< for an answer
         std::uint8_t* data = nullptr; ///< where a read's bytes go
         std::size_t count = 0;
     };
@@ -124,19 +124,19 @@ private:
         bool delivered = false; ///< the camera may have executed the command
     };
 
-    Duration WriteTimeout(Repeat repeat) const;
+    Duration TimeoutOf(Repeat repeat, Duration ordinary) const;
+    Limits LimitsOf(Repeat repeat, const Deadline& whole) const;
     Outcome ReadOnce(std::uint64_t address, std::uint8_t* data, std::size_t count, const Limits& limits)
         TAVIX_REQUIRES(m_Lock);
-    Outcome WriteOnce(std::uint64_t address, u3v::ByteView data, Repeat repeat, const Limits& limits)
-        TAVIX_REQUIRES(m_Lock);
+    Outcome WriteOnce(std::uint64_t address, u3v::ByteView data, const Limits& limits) TAVIX_REQUIRES(m_Lock);
     VxStatus ConnectWithin(Duration limit, const Deadline& whole) TAVIX_REQUIRES(m_Lock);
     VxStatus Reset() TAVIX_REQUIRES(m_Lock);
     template<class Once>
-    VxStatus Retry(Once once, Repeat repeat, Duration timeout, const Deadline& whole) TAVIX_REQUIRES(m_Lock);
-    Duration LimitOfTries(Duration timeout) const;
-    Outcome Run(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
-    Outcome Send(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
-    Outcome Receive(const Exchange& exchange) TAVIX_REQUIRES(m_Lock);
+    VxStatus Retry(Once once, Repeat repeat, const Deadline& whole) TAVIX_REQUIRES(m_Lock);
+    Duration LimitOfTries(Duration twoAnswers) const;
+    Outcome Run(const Exchange& exchange, const Limits& limits) TAVIX_REQUIRES(m_Lock);
+    Outcome Send(const Exchange& exchange, Duration timeout) TAVIX_REQUIRES(m_Lock);
+    Outcome Receive(const Exchange& exchange, Duration timeout, const Limits& limits) TAVIX_REQUIRES(m_Lock);
     static Outcome Judge(const u3v::Acknowledge& acknowledge, const Exchange& exchange);
     VxStatus Resynchronise(bool forceHalt, const Deadline& end) TAVIX_REQUIRES(m_Lock);
     bool ClearHalts(bool forceHalt) TAVIX_REQUIRES(m_Lock);

@@ -86,7 +86,9 @@ void ControlChannel::Drain() {
 
 VxStatus ControlChannel::ReadVersion(const Deadline& end) {
     std::uint8_t version[4];
-    return ReadOnce(u3v::abrm::kGenCpVersion, version, sizeof version, {end, end}).status;
+    const Duration timeout = Timeout();
+    const Limits limits{end, end, timeout, timeout, CurrentClock().Now()};
+    return ReadOnce(u3v::abrm::kGenCpVersion, version, sizeof version, limits).status;
 }
 
 } // namespace vexlo

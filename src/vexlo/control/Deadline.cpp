@@ -1,7 +1,6 @@
 // Time as the library's control roads see it: one clock, and deadlines that go along with a whole operation.
 #include "vexlo/control/Deadline.h"
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -25,16 +24,6 @@ Clock& CurrentClock() {
 
 void InjectClock(Clock* clock) {
     g_Clock = clock != nullptr ? clock : &g_SystemClock;
-}
-
-Deadline Deadline::Within(Duration limit) const {
-    Deadline sooner(limit);
-    sooner.m_End = std::min(sooner.m_End, m_End);
-    return sooner;
-}
-
-Deadline::Duration Deadline::Left() const {
-    return std::max(std::chrono::ceil<Duration>(m_End - CurrentClock().Now()), Duration(0));
 }
 
 } // namespace vexlo
