@@ -28,7 +28,7 @@ private:
     /// Nodes whose values come through too many others, or from themselves.
     void RefuseLongChains();
 
-    using Fault = Node::DefectKind;
+    using Fault = NodeDefect::Kind;
     /// Throws, or makes the node report it.
     void Fail(Node& node, Fault fault, const std::string& text);
     /// Throws, or leaves the link out.

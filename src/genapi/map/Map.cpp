@@ -104,7 +104,7 @@ void Map::Load(Description description) {
     m_IsFinished = true;
     for (const Description::Duplicate& duplicate : m_Description.duplicates) {
         Find(duplicate.name)
-            ->MarkAsDefective(Node::DefectKind::Link, "The description of the node is faulty: line " +
+            ->MarkAsDefective(NodeDefect::Kind::Link, "The description of the node is faulty: line " +
                                                           std::to_string(duplicate.line) +
                                                           " has a second node of this name");
     }

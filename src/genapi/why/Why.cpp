@@ -118,16 +118,16 @@ Step ExplainTarget(Node& node) {
 Step ExplainNode(Node& node) {
     if (node.IsDefective()) return {std::string(node.Defect()), nullptr};
     const GenApi::EAccessMode target = node.TargetAccess();
-    Node* const pImplemented = node.ImplementedBy();
+    Node* const pImplemented = node.Rule().ImplementedBy();
     const bool isMissing = target == GenApi::NA && node.Access() == GenApi::NI;
     if (!GenApi::IsAvailable(target) && !isMissing) return ExplainTarget(node);
     if (pImplemented && !pImplemented->ReadTruth()) return {Because("not implemented", *pImplemented), nullptr};
-    Node* const pAvailable = node.AvailableBy();
+    Node* const pAvailable = node.Rule().AvailableBy();
     if (pAvailable && !pAvailable->ReadTruth()) return {Because("not available", *pAvailable), nullptr};
-    Node* const pLocked = node.LockedBy();
+    Node* const pLocked = node.Rule().LockedBy();
     const bool isLocked = pLocked && pLocked->ReadTruth();
     if (isLocked && GenApi::IsWritable(target)) return {Because("locked", *pLocked), nullptr};
-    const GenApi::EAccessMode imposed = node.ImposedAccess();
+    const GenApi::EAccessMode imposed = node.Rule().Imposed();
     if (GenApi::Combine(imposed, target) != target) return {"restricted to " + ModeText(imposed), nullptr};
     return ExplainTarget(node);
 }

@@ -239,7 +239,7 @@ TEST(Exceptions, TellWhereTheyWereThrown) {
         map.Integer("I").SetValue(1);
         FAIL() << "the write succeeded";
     } catch (const GenICam::AccessException& exception) {
-        EXPECT_STREQ(exception.GetSourceFileName(), "NodeFault.cpp");
+        EXPECT_STREQ(exception.GetSourceFileName(), "Denial.cpp");
         EXPECT_GT(exception.GetSourceLine(), 0u);
     }
 }

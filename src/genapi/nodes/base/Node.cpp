@@ -1,179 +1,135 @@
 #include "genapi/nodes/base/Node.h"
 
 #include "genapi/description/Lexical.h"
+#include "genapi/nodes/base/Denial.h"
+#include "genapi/nodes/base/Links.h"
 #include "genapi/nodes/base/Throw.h"
 #include "genapi/nodes/host/Descent.h"
-#include "genapi/nodes/text/Convert.h"
+#include "genapi/nodes/host/Operation.h"
 
 namespace genapi {
 
-namespace {
-
-constexpr const char* kGet = "GetValue";
-constexpr const char* kSet = "SetValue";
-
-} // namespace
-
-Node::Node(const NodeSeed& seed)
-    : m_pHost(seed.pHost), m_Name(seed.name), m_Index(seed.index), m_Type(seed.type), m_IsStandard(seed.isStandard) {}
+Node::Node(const NodeSeed& seed) : m_Seed(seed) {}
 
 Node::~Node() = default;
 
 void Node::Bind(const BoundProperty& property) {
-    const std::string_view value = property.record.value;
+    Host().Lock().AssertHeld();
     switch (property.record.id) {
-    case PropertyId::pIsImplemented:
-        m_pIsImplemented = property.pTarget;
-        break;
-    case PropertyId::pIsAvailable:
-        m_pIsAvailable = property.pTarget;
-        break;
-    case PropertyId::pIsLocked:
-        m_pIsLocked = property.pTarget;
-        break;
     case PropertyId::pError:
         m_HasErrorLinks = true;
         break;
-    case PropertyId::ImposedAccessMode:
-        m_ImposedByFile = ParseKeywordAs<GenApi::EAccessMode>(Keyword::AccessMode, value).value_or(GenApi::RW);
-        break;
     case PropertyId::Visibility:
-        m_Visibility = ParseKeywordAs<GenApi::EVisibility>(Keyword::Visibility, value).value_or(GenApi::Beginner);
+        m_Visibility.SetOwn(
+            ParseKeywordAs<GenApi::EVisibility>(Keyword::Visibility, property.record.value).value_or(GenApi::Beginner));
         break;
     default:
+        m_Rule.Bind(property);
         break;
     }
 }
 
-int64_t Node::ReadInteger(ReadFlags flags) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kGet);
-    if (flags.verify) RequireReadable(kGet);
-    return DoReadInteger(flags);
+// --- access
+
+GenApi::EAccessMode Node::Access() {
+    const Descent descent(*this, Host());
+    AccessMemory& modes = Host().Modes();
+    if (const std::optional<GenApi::EAccessMode> known = modes.Find(Index())) return *known;
+    AccessMemory::Evaluation evaluation(modes, Index());
+    const GenApi::EAccessMode mode = ComputeAccess(modes);
+    evaluation.Keep(mode);
+    return mode;
 }
 
-double Node::ReadReal(ReadFlags flags) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kGet);
-    if (flags.verify) RequireReadable(kGet);
-    return DoReadReal(flags);
+GenApi::EAccessMode Node::ComputeAccess(AccessMemory& modes) {
+    if (IsDefective()) return GenApi::NI;
+    const uint32_t closedBefore = modes.ClosedPorts();
+    const GenApi::EAccessMode target = TargetAccess();
+    if (target == GenApi::NI) return GenApi::NI;
+    // A closed device cannot be asked for predicates, so its port has the last word.
+    if (target == GenApi::NA && modes.ClosedPorts() != closedBefore) return GenApi::NA;
+    const bool isMissing = target == GenApi::NA && !Rule().IsImplemented();
+    const GenApi::EAccessMode own = target == GenApi::NA ? GenApi::RW : Rule().Own();
+    // Ports that only predicates asked for are not what the node lies behind.
+    modes.ForgetClosedPortsSince(closedBefore);
+    return isMissing ? GenApi::NI : GenApi::Combine(GenApi::Combine(own, Rule().Imposed()), target);
 }
 
-Value Node::ReadNumber(ReadFlags flags, bool wantsReal) {
-    const bool isReal = IsReal() || (wantsReal && m_Type == NodeType::Enumeration);
-    return isReal ? Value::Real(ReadReal(flags)) : Value::Integer(ReadInteger(flags));
+void Node::RequireReadable(const char* operation) {
+    ThrowIfDefective(operation);
+    if (!GenApi::IsReadable(Access())) ThrowDenied(*this, operation, Permission::Read);
 }
 
-bool Node::ReadTruth() {
-    return IsReal() ? ReadReal({}) != 0.0 : ReadInteger({}) != 0;
+void Node::RequireWritable(const char* operation) {
+    ThrowIfDefective(operation);
+    if (!GenApi::IsWritable(Access())) ThrowDenied(*this, operation, Permission::Write);
 }
 
-void Node::WriteInteger(int64_t value, bool verify) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kSet);
-    if (verify) RequireWritable(kSet);
-    DoWriteInteger(value, verify);
+GenApi::EAccessMode Node::GetAccessMode() const {
+    const GenApi::AutoLock lock(Host().Lock());
+    return const_cast<Node*>(this)->Access();
 }
 
-void Node::WriteReal(double value, bool verify) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kSet);
-    if (verify) RequireWritable(kSet);
-    DoWriteReal(value, verify);
+void Node::ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) {
+    const GenApi::AutoLock lock(Host().Lock());
+    m_Rule.Impose(ImposedAccessMode);
+    Host().Modes().NextGeneration();
 }
 
-int64_t Node::IntegerMin() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetMin");
-    return DoIntegerMin();
+void Node::ImposeVisibility(GenApi::EVisibility ImposedVisibility) {
+    const GenApi::AutoLock lock(Host().Lock());
+    m_Visibility.Impose(ImposedVisibility);
 }
 
-int64_t Node::IntegerMax() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetMax");
-    return DoIntegerMax();
+GenApi::EVisibility Node::GetVisibility() const {
+    const GenApi::AutoLock lock(Host().Lock());
+    return m_Visibility.Get();
 }
 
-int64_t Node::IntegerInc() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetInc");
-    return DoIntegerInc();
+// --- changes
+
+void Node::InvalidateNode() {
+    ChangeFrame frame(Host());
+    frame.Invalidate({Index()});
+    frame.Finish();
 }
 
-double Node::RealMin() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetMin");
-    return DoRealMin();
+GenApi::CallbackHandleType Node::RegisterCallback(GenApi::CNodeCallback* pCallback) {
+    if (!pCallback) ThrowInvalidArgument(*this, "RegisterCallback", "The callback is null.");
+    const GenApi::AutoLock lock(Host().Lock());
+    Host().Callbacks().Add(Index(), this, pCallback);
+    return reinterpret_cast<GenApi::CallbackHandleType>(pCallback);
 }
 
-double Node::RealMax() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetMax");
-    return DoRealMax();
+bool Node::DeregisterCallback(GenApi::CallbackHandleType hCallback) {
+    const GenApi::AutoLock lock(Host().Lock());
+    return Host().Callbacks().Remove(Index(), reinterpret_cast<GenApi::CNodeCallback*>(hCallback));
 }
 
-bool Node::HasRealInc() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("HasInc");
-    return DoHasRealInc();
+// --- links
+
+GenApi::ECachingMode Node::GetCachingMode() const {
+    return CachingModeOf(*this);
 }
 
-double Node::RealInc() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetInc");
-    return DoRealInc();
+bool Node::IsCachable() const {
+    return CachingModeOf(*this) != GenApi::NoCache;
 }
 
-std::string Node::ReadText(ReadFlags flags) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kGet);
-    if (flags.verify) RequireReadable(kGet);
-    return DoReadText(flags);
+GenApi::EYesNo Node::IsAccessModeCacheable() const {
+    return NeedsPort(*this) ? GenApi::No : GenApi::Yes;
 }
 
-void Node::WriteText(std::string_view text, bool verify) {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective(kSet);
-    if (verify) RequireWritable(kSet);
-    DoWriteText(text, verify);
+int64_t Node::GetPollingTime() const {
+    return PollingTimeOf(*this);
 }
 
-int64_t Node::MaxTextLength() {
-    const Descent descent(*this, *m_pHost);
-    ThrowIfDefective("GetMaxLength");
-    return DoMaxTextLength();
+void Node::GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType) const {
+    ListChildren(*this, LinkType, Children);
 }
 
-int64_t Node::DoReadInteger(ReadFlags) {
-    ThrowAccess(*this, kGet, "The node holds no number.");
-}
-
-void Node::DoWriteInteger(int64_t, bool) {
-    ThrowAccess(*this, kSet, "The node takes no number.");
-}
-
-void Node::DoWriteReal(double value, bool verify) {
-    DoWriteInteger(RoundToInteger(value), verify);
-}
-
-int64_t Node::DoIntegerMin() {
-    return std::numeric_limits<int64_t>::min();
-}
-
-int64_t Node::DoIntegerMax() {
-    return std::numeric_limits<int64_t>::max();
-}
-
-std::string Node::DoReadText(ReadFlags) {
-    ThrowAccess(*this, kGet, "The node holds no text.");
-}
-
-void Node::DoWriteText(std::string_view, bool) {
-    ThrowAccess(*this, kSet, "The node takes no text.");
-}
-
-int64_t Node::DoMaxTextLength() {
-    ThrowAccess(*this, "GetMaxLength", "The node holds no text.");
+void Node::GetParents(GenApi::NodeList_t& Parents) const {
+    ListParents(*this, Parents);
 }
 
 } // namespace genapi

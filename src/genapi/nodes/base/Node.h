@@ -1,9 +1,12 @@
 #pragma once
-// The base of all nodes: identity, texts, access, and the faces that nodes show one another.
+// The base of all nodes.
 
-#include "genapi/description/Description.h"
 #include "genapi/description/NodeTraits.h"
 #include "genapi/formula/FormulaValue.h"
+#include "genapi/nodes/base/AccessRule.h"
+#include "genapi/nodes/base/Imposable.h"
+#include "genapi/nodes/base/NodeDefect.h"
+#include "genapi/nodes/base/NodeProperties.h"
 #include "genapi/nodes/host/NodeHost.h"
 
 #include <GenApi/INode.h>
@@ -37,8 +40,21 @@ struct BoundProperty {
     Node* pOffsetTarget = nullptr; ///< of a pIndex with pOffset
 };
 
-/// What an application calls takes the map's lock; what nodes call among themselves expects it held, guards its depth,
-/// and throws what is wrong with the node's description. The links are constant after Bind. thread-safe
+/// Ties what a node is made of:
+///
+///   NodeProperties  what its description says
+///   NodeDefect      what is wrong with that
+///   AccessRule      what takes access away from it
+///   Links           what follows from the nodes that it names
+///   Denial          why an operation is denied
+///   NodeHost        what it shares with all nodes of its map: lock, memories, callbacks
+///
+/// and shows it to two sides: to applications as INode, and to other nodes as a number or a text. There is one class
+/// for both, because a cast of an application walks over each base that there is.
+///
+/// What an application calls takes the map's lock, but for what is constant once the map is finished: identity,
+/// properties and defect. What nodes call among themselves expects the lock held, guards the depth, and throws what is
+/// wrong with the node's description. thread-safe
 class Node : virtual public GenApi::INode {
 public:
     explicit Node(const NodeSeed& seed);
@@ -46,36 +62,45 @@ public:
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
-    // Identity.
-    NodeHost& Host() const { return *m_pHost; }
-    NodeIndex Index() const { return m_Index; }
-    NodeType Type() const { return m_Type; }
-    std::string_view Name() const { return m_Name; }
-    const PropertySpan& Properties() const { return m_Properties; }
+    // Identity and properties.
+    NodeHost& Host() const { return *m_Seed.pHost; }
+    NodeIndex Index() const { return m_Seed.index; }
+    NodeType Type() const { return m_Seed.type; }
+    std::string_view Name() const { return m_Seed.name; }
+    const NodeProperties& Properties() const { return m_Properties; }
+    /// As those of the properties.
+    const PropertyRecord* FindRecord(PropertyId id) const { return m_Properties.Find(id); }
+    std::string_view PropertyText(PropertyId id) const { return m_Properties.Text(id); }
+    /// Null when there is none.
+    Node* LinkedNode(PropertyId id) const { return Host().NodeAt(m_Properties.Target(id)); }
 
-    /// Finalising, by the map. A property of a form that its rule refuses does not come here.
-    void SetProperties(const PropertySpan& properties) { m_Properties = properties; }
-    virtual void Bind(const BoundProperty& property);
+    // Finalising, by the map.
+    void SetProperties(const PropertySpan& properties) { m_Properties = NodeProperties(properties); }
     void MarkAsFeature(bool isFeature) { m_IsFeature = isFeature; }
-    /// The node keeps its place in the map and throws the text of its first defect when it is used: PropertyException
-    /// for a property, RuntimeException for a link.
-    enum class DefectKind : uint8_t { Property, Link };
-    void MarkAsDefective(DefectKind kind, std::string text);
-    bool IsDefective() const { return m_pDefect != nullptr; }
-    void ThrowIfDefective(const char* operation) const {
-        if (m_pDefect) ThrowDefect(operation);
-    }
-    std::string_view Defect() const { return m_pDefect ? std::string_view(m_pDefect->text) : std::string_view(); }
+    void MarkAsDefective(NodeDefect::Kind kind, std::string text) { m_Defect.Mark(kind, std::move(text)); }
+    /// A property of a form that its rule refuses does not come here.
+    virtual void Bind(const BoundProperty& property);
+    /// What the description ought to have given the node and did not; empty when it is complete.
+    virtual std::string_view Missing() const { return {}; }
 
-    /// Access, lock held.
+    bool IsDefective() const { return static_cast<bool>(m_Defect); }
+    /// Empty when there is none.
+    std::string_view Defect() const { return m_Defect.Text(); }
+    void ThrowIfDefective(const char* operation) const {
+        if (m_Defect) m_Defect.Throw(*this, operation);
+    }
+
+    // Access, lock held. What is computed passes on what predicates and ports throw.
     GenApi::EAccessMode Access();
-    /// The three parts of it, for those who explain. They pass on what predicates and ports throw.
-    GenApi::EAccessMode OwnAccess();
+    /// What the nodes leave that it reads and writes.
     virtual GenApi::EAccessMode TargetAccess() { return GenApi::RW; }
-    GenApi::EAccessMode ImposedAccess() const;
-    Node* ImplementedBy() const { return m_pIsImplemented; }
-    Node* AvailableBy() const { return m_pIsAvailable; }
-    Node* LockedBy() const { return m_pIsLocked; }
+    const AccessRule& Rule() const {
+        Host().Lock().AssertHeld();
+        return m_Rule;
+    }
+    /// Throw in the name of the operation, as ThrowDenied.
+    void RequireReadable(const char* operation);
+    void RequireWritable(const char* operation);
 
     /// Numbers, lock held. A node that holds none throws AccessException.
     int64_t ReadInteger(ReadFlags flags);
@@ -106,69 +131,54 @@ public:
     virtual GenApi::EDisplayNotation Notation() { return GenApi::fnAutomatic; }
     virtual int64_t Precision() { return 6; }
 
-    /// Reads the nodes that report errors of the device; throws RuntimeException with what they say.
-    void CheckErrorNodes();
-    /// Throw in the name of the operation: what is wrong with the description when that is why, of the node itself or
-    /// of one that it needs; else AccessException.
-    void RequireReadable(const char* operation);
-    void RequireWritable(const char* operation);
-
-    /// The first property of that name; null when there is none.
-    const PropertyRecord* FindRecord(PropertyId id) const;
-    std::string_view PropertyText(PropertyId id) const;
-    Node* LinkedNode(PropertyId id) const;
+    // What links lead to, lock held.
+    /// Null for all but registers.
+    virtual const GenApi::ECachingMode* OwnCachingMode() const { return nullptr; }
+    virtual bool IsOwnCacheValid() { return true; }
+    /// What is wrong with the node's formulas, compiling them if need be; empty when nothing is.
+    virtual std::string CompileError() { return {}; }
+    /// Whether the node reads the value that it knows under this name; formulas need not mention all of theirs.
+    virtual bool MindsVariable(std::string_view) { return false; }
+    /// The node that gives the value at present; null when there is none or it cannot be told.
+    virtual Node* ValueTarget() { return LinkedNode(PropertyId::pValue); }
+    /// Null for all but registers.
+    virtual RegisterNode* AsRegister() { return nullptr; }
+    /// It names nodes that report errors of the device after a write.
+    bool HasErrorLinks() const { return m_HasErrorLinks; }
 
     // GenApi::IBase
     GenApi::EAccessMode GetAccessMode() const override;
     // GenApi::INode
     GenICam::gcstring GetName(bool FullQualified = false) const override;
     GenApi::ENameSpace GetNameSpace() const override;
-    GenApi::EVisibility GetVisibility() const override;
-    void InvalidateNode() override;
-    bool IsCachable() const override;
-    GenApi::EYesNo IsAccessModeCacheable() const override;
-    GenApi::ECachingMode GetCachingMode() const override;
-    int64_t GetPollingTime() const override;
     GenICam::gcstring GetToolTip() const override;
     GenICam::gcstring GetDescription() const override;
     GenICam::gcstring GetDisplayName() const override;
     GenICam::gcstring GetDeviceName() const override;
-    void GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType) const override;
-    void GetParents(GenApi::NodeList_t& Parents) const override;
-    GenApi::CallbackHandleType RegisterCallback(GenApi::CNodeCallback* pCallback) override;
-    bool DeregisterCallback(GenApi::CallbackHandleType hCallback) override;
     GenApi::INodeMap* GetNodeMap() const override;
     GenICam::gcstring GetEventID() const override;
     bool IsStreamable() const override;
     void GetPropertyNames(GenICam::gcstring_vector& PropertyNames) const override;
     bool GetProperty(const GenICam::gcstring& PropertyName, GenICam::gcstring& ValueStr,
                      GenICam::gcstring& AttributeStr) override;
-    void ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) override;
-    void ImposeVisibility(GenApi::EVisibility ImposedVisibility) override;
     GenApi::INode* GetAlias() const override;
     GenApi::INode* GetCastAlias() const override;
     GenICam::gcstring GetDocuURL() const override;
     bool IsDeprecated() const override;
-    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return TraitsOf(m_Type).face; }
+    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return TraitsOf(Type()).face; }
     bool IsFeature() const override { return m_IsFeature; }
-
-    /// Lock held. Registers answer for themselves, others for what they read.
-    GenApi::ECachingMode CachingMode() const;
-    virtual const GenApi::ECachingMode* OwnCachingMode() const { return nullptr; }
-    virtual bool IsOwnCacheValid() { return true; }
-    /// What is wrong with the node's formulas, compiling them if need be; empty when nothing is. Lock held.
-    virtual std::string CompileError() { return {}; }
-    /// Whether the node reads the value that it knows under this name; formulas need not mention all of theirs. Lock
-    /// held.
-    virtual bool MindsVariable(std::string_view) { return false; }
-    /// The node that gives the value at present; null when there is none or it cannot be told.
-    virtual Node* ValueTarget() { return LinkedNode(PropertyId::pValue); }
-    /// Null for all but registers.
-    virtual RegisterNode* AsRegister() { return nullptr; }
-    /// Whether a plain read would be served without the port.
-    bool IsCacheValid();
-    /// What the description ought to have given the node and did not; empty when it is complete.
-    virtual std::string_view Missing() const { return {}; }
+    GenApi::EVisibility GetVisibility() const override;
+    void InvalidateNode() override;
+    bool IsCachable() const override;
+    GenApi::EYesNo IsAccessModeCacheable() const override;
+    GenApi::ECachingMode GetCachingMode() const override;
+    int64_t GetPollingTime() const override;
+    void GetChildren(GenApi::NodeList_t& Children, GenApi::ELinkType LinkType) const override;
+    void GetParents(GenApi::NodeList_t& Parents) const override;
+    GenApi::CallbackHandleType RegisterCallback(GenApi::CNodeCallback* pCallback) override;
+    bool DeregisterCallback(GenApi::CallbackHandleType hCallback) override;
+    void ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) override;
+    void ImposeVisibility(GenApi::EVisibility ImposedVisibility) override;
 
 protected:
     /// Kinds implement these; they are called with the depth guarded and the description sound.
@@ -189,34 +199,14 @@ protected:
 
 private:
     GenApi::EAccessMode ComputeAccess(AccessMemory& modes);
-    [[noreturn]] void ThrowDefect(const char* operation) const;
-    enum class Permission : uint8_t { Read, Write };
-    static bool Grants(GenApi::EAccessMode mode, Permission permission);
-    static bool Hinders(Node& target, Permission permission);
-    [[noreturn]] void ThrowDenied(const char* operation, const char* text, Permission permission);
-    Node* FindFaulty(Permission permission);
-    std::vector<Node*> AccessTargets(Permission permission);
 
-    NodeHost* m_pHost;
-    std::string_view m_Name;
-    PropertySpan m_Properties;
-    Node* m_pIsImplemented = nullptr;
-    Node* m_pIsAvailable = nullptr;
-    Node* m_pIsLocked = nullptr;
-    struct NodeDefect {
-        DefectKind kind;
-        std::string text;
-    };
-    std::unique_ptr<NodeDefect> m_pDefect;
-    NodeIndex m_Index;
-    NodeType m_Type;
-    bool m_IsStandard;
+    const NodeSeed m_Seed;
+    NodeProperties m_Properties;
+    NodeDefect m_Defect;
+    AccessRule m_Rule TAVIX_GUARDED_BY(m_Seed.pHost->Lock());
+    Imposable<GenApi::EVisibility> m_Visibility TAVIX_GUARDED_BY(m_Seed.pHost->Lock()){GenApi::Beginner};
     bool m_IsFeature = false;
-    bool m_HasErrorLinks = false;                     ///< pError
-    GenApi::EAccessMode m_ImposedByFile = GenApi::RW; ///< constant after Bind
-    GenApi::EAccessMode m_ImposedByCode TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::RW;
-    GenApi::EVisibility m_Visibility = GenApi::Beginner;
-    GenApi::EVisibility m_ImposedVisibility TAVIX_GUARDED_BY(m_pHost->Lock()) = GenApi::Beginner;
+    bool m_HasErrorLinks = false; ///< pError
 };
 
 } // namespace genapi

@@ -4,31 +4,13 @@
 
 namespace genapi {
 
-const PropertyRecord* Node::FindRecord(PropertyId id) const {
-    const PropertyRecord* pFound = nullptr;
-    for (const PropertyRecord& record : m_Properties) {
-        if (record.id == id) pFound = &record; // of a single property the last one counts
-    }
-    return pFound;
-}
-
-std::string_view Node::PropertyText(PropertyId id) const {
-    const PropertyRecord* const pRecord = FindRecord(id);
-    return pRecord ? pRecord->value : std::string_view();
-}
-
-Node* Node::LinkedNode(PropertyId id) const {
-    const PropertyRecord* const pRecord = FindRecord(id);
-    return pRecord ? m_pHost->NodeAt(pRecord->target) : nullptr;
-}
-
 GenICam::gcstring Node::GetName(bool FullQualified) const {
-    if (!FullQualified) return GenICam::gcstring(m_Name);
-    return GenICam::gcstring((m_IsStandard ? "Std::" : "Cust::") + std::string(m_Name));
+    if (!FullQualified) return GenICam::gcstring(Name());
+    return GenICam::gcstring((m_Seed.isStandard ? "Std::" : "Cust::") + std::string(Name()));
 }
 
 GenApi::ENameSpace Node::GetNameSpace() const {
-    return m_IsStandard ? GenApi::Standard : GenApi::Custom;
+    return m_Seed.isStandard ? GenApi::Standard : GenApi::Custom;
 }
 
 GenICam::gcstring Node::GetToolTip() const {
@@ -44,11 +26,15 @@ GenICam::gcstring Node::GetDisplayName() const {
         return GenICam::gcstring(pRecord->value);
     }
     const std::string_view symbolic = PropertyText(PropertyId::Symbolic);
-    return GenICam::gcstring(symbolic.empty() ? m_Name : symbolic);
+    return GenICam::gcstring(symbolic.empty() ? Name() : symbolic);
 }
 
 GenICam::gcstring Node::GetDeviceName() const {
-    return m_pHost->DeviceName();
+    return Host().DeviceName();
+}
+
+GenApi::INodeMap* Node::GetNodeMap() const {
+    return Host().Facade();
 }
 
 GenICam::gcstring Node::GetEventID() const {
@@ -67,10 +53,6 @@ bool Node::IsStreamable() const {
     return ParseYesNo(PropertyText(PropertyId::Streamable)).value_or(false);
 }
 
-GenApi::INodeMap* Node::GetNodeMap() const {
-    return m_pHost->Facade();
-}
-
 GenApi::INode* Node::GetAlias() const {
     return LinkedNode(PropertyId::pAlias);
 }
@@ -80,38 +62,16 @@ GenApi::INode* Node::GetCastAlias() const {
 }
 
 void Node::GetPropertyNames(GenICam::gcstring_vector& PropertyNames) const {
-    PropertyNames.clear();
-    bool isListed[kPropertyCount] = {};
-    for (const PropertyRecord& record : m_Properties) {
-        bool& wasListed = isListed[static_cast<std::size_t>(record.id)];
-        if (!wasListed) PropertyNames.push_back(GenICam::gcstring(PropertyName(record.id)));
-        wasListed = true;
-    }
+    m_Properties.ListNames(PropertyNames);
 }
 
 bool Node::GetProperty(const GenICam::gcstring& PropertyName, GenICam::gcstring& ValueStr,
                        GenICam::gcstring& AttributeStr) {
     const std::optional<PropertyId> id = FindProperty(PropertyName.view());
-    if (!id) return false;
-    std::string values;
-    std::string attributes;
-    unsigned count = 0;
-    for (const PropertyRecord& record : m_Properties) {
-        if (record.id != *id) continue;
-        if (!IsListProperty(*id)) { // the last one counts
-            values.clear();
-            attributes.clear();
-        } else if (count > 0) {
-            values += '\t';
-            attributes += '\t';
-        }
-        values += record.value;
-        attributes += record.attribute;
-        ++count;
-    }
-    if (count == 0) return false;
-    ValueStr = values;
-    AttributeStr = attributes;
+    const std::optional<NodeProperties::Texts> texts = id ? m_Properties.Join(*id) : std::nullopt;
+    if (!texts) return false;
+    ValueStr = texts->value;
+    AttributeStr = texts->attribute;
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "genapi/nodes/base/ValueNode.h"
 
+#include "genapi/nodes/base/Links.h"
 #include "genapi/nodes/host/Operation.h"
 
 #include <unordered_set>
@@ -37,7 +38,7 @@ void ValueNode::FromString(const GenICam::gcstring& ValueStr, bool Verify) {
 
 bool ValueNode::IsValueCacheValid() const {
     const GenApi::AutoLock lock(Host().Lock());
-    return const_cast<ValueNode*>(this)->IsCacheValid();
+    return IsCacheValid(*const_cast<ValueNode*>(this));
 }
 
 bool ValueNode::IsSelector() const {

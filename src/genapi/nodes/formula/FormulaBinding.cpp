@@ -2,6 +2,7 @@
 
 #include "genapi/description/Lexical.h"
 #include "genapi/nodes/EnumerationNode.h"
+#include "genapi/nodes/base/Links.h"
 #include "genapi/nodes/base/Throw.h"
 
 #include <utility>
@@ -66,7 +67,7 @@ private:
         case VariableSuffix::Visibility:
             return Value::Integer(node.GetVisibility());
         case VariableSuffix::CachingMode:
-            return Value::Integer(node.CachingMode());
+            return Value::Integer(CachingModeOf(node));
         case VariableSuffix::Entry:
             return ReadEntry(node, variable.parts.entry);
         case VariableSuffix::Value:

@@ -4,6 +4,7 @@
 
 #include "genapi/callback/CallbackRegistry.h"
 #include "genapi/nodes/base/Node.h"
+#include "genapi/nodes/base/Throw.h"
 
 #include <new>
 
@@ -76,7 +77,17 @@ NodeHost& HostOf(const Node& node) {
 }
 
 void CheckErrors(Node& node) {
-    node.CheckErrorNodes();
+    if (!node.HasErrorLinks()) return;
+    for (const PropertyRecord& record : node.Properties()) {
+        if (record.id != PropertyId::pError) continue;
+        Node* const pError = node.Host().NodeAt(record.target);
+        if (!pError || pError->ReadInteger({false, true}) == 0) continue;
+        const std::string symbolic = pError->ReadText({});
+        Node* const pEntry = node.Host().Find("EnumEntry_" + std::string(pError->Name()) + "_" + symbolic);
+        const std::string description = pEntry ? pEntry->GetDescription().str() : std::string();
+        ThrowRuntime(node, "SetValue",
+                     "The device reports " + symbolic + (description.empty() ? "" : ": ") + description);
+    }
 }
 
 WriteOperation::WriteOperation(ChangeFrame& frame, const Node& target) : m_Host(frame.Host()) {

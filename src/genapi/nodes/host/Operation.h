@@ -52,6 +52,7 @@ private:
 
 /// What RunChange needs of a node.
 NodeHost& HostOf(const Node& node);
+/// Reads the nodes that report errors of the device; throws RuntimeException with what they say.
 void CheckErrors(Node& node);
 
 /// The writing part of a change. Writes below the outermost one belong to it. Without Commit everything that was
