@@ -99,6 +99,15 @@ TEST(GrabbedFile, KeepsTheCamerasBytesWhenAskedToOrUnableToConvert) {
               folder.Path("c_000000.raw"));
 }
 
+TEST(GrabbedFile, HoldsAllBytesHoweverFewTheyAre) {
+    for (const std::size_t size : {0, 1, 2, 3}) {
+        const TestFolder folder;
+        const Bytes bytes(size, 0xA5);
+        WriteImage(folder.Path("few"), tool::ImageFormat::Raw, ViewOf(bytes, kMono8, 1, 1));
+        EXPECT_EQ(folder.Read("few_000000.raw"), std::string(bytes.begin(), bytes.end())) << size;
+    }
+}
+
 TEST(GrabbedFile, NamesTheFileThatCannotBeWritten) {
     const Bytes bytes{1};
     for (const auto format : {tool::ImageFormat::Png, tool::ImageFormat::Pgm, tool::ImageFormat::Raw}) {
