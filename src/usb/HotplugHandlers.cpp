@@ -37,26 +37,27 @@ HotplugHandlers::HotplugHandlers() = default;
 HotplugHandlers::~HotplugHandlers() = default;
 
 std::uint64_t HotplugHandlers::Add(HotplugHandler handler) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Entries.emplace(++m_LastRegistration, std::make_shared<Entry>(std::move(handler)));
     return m_LastRegistration;
 }
 
 void HotplugHandlers::Remove(std::uint64_t registration) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     const auto found = m_Entries.find(registration);
     if (found == m_Entries.end()) return;
     const std::shared_ptr<Entry> entry = found->second;
     m_Entries.erase(found);
     entry->removed = true;
     const auto self = std::this_thread::get_id();
-    m_CallEnded.wait(lock, [&] { return entry->IsOnlyCalledBy(self); });
+    while (!entry->IsOnlyCalledBy(self))
+        lock.Wait(m_CallEnded);
 }
 
 void HotplugHandlers::Notify(HotplugEvent event, const std::string& id) {
     std::uint64_t registration = 0, last = 0;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         last = m_LastRegistration;
     }
     while (const auto entry = Next(registration, last))
@@ -64,7 +65,7 @@ void HotplugHandlers::Notify(HotplugEvent event, const std::string& id) {
 }
 
 std::shared_ptr<HotplugHandlers::Entry> HotplugHandlers::Next(std::uint64_t& registration, std::uint64_t last) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto next = m_Entries.upper_bound(registration);
     if (next == m_Entries.end() || next->first > last) return nullptr;
     registration = next->first;
@@ -74,13 +75,13 @@ std::shared_ptr<HotplugHandlers::Entry> HotplugHandlers::Next(std::uint64_t& reg
 void HotplugHandlers::Call(Entry& entry, HotplugEvent event, const std::string& id) {
     RunningCall call;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         if (entry.removed) return;
         call.next = entry.calls;
         entry.calls = &call;
     }
     entry.handler(event, id);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     entry.End(call);
     m_CallEnded.notify_all();
 }

@@ -3,11 +3,12 @@
 
 #include "usb/Backend.h"
 
+#include "core/Mutex.h"
+
 #include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace usb {
@@ -37,11 +38,10 @@ private:
     std::shared_ptr<Entry> Next(std::uint64_t& registration, std::uint64_t last);
     void Call(Entry& entry, HotplugEvent event, const std::string& id);
 
-    std::mutex m_Lock;
-    // guarded by m_Lock
+    Tavix::Mutex m_Lock;
     std::condition_variable m_CallEnded;
-    std::map<std::uint64_t, std::shared_ptr<Entry>> m_Entries;
-    std::uint64_t m_LastRegistration = 0;
+    std::map<std::uint64_t, std::shared_ptr<Entry>> m_Entries TAVIX_GUARDED_BY(m_Lock);
+    std::uint64_t m_LastRegistration TAVIX_GUARDED_BY(m_Lock) = 0;
 };
 
 } // namespace usb

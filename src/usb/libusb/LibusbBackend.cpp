@@ -12,11 +12,12 @@
 #include "usb/libusb/SmallFile.h"
 #include "usb/libusb/SpareFiles.h"
 
+#include "core/Mutex.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -45,7 +46,7 @@ public:
 private:
     static int LIBUSB_CALL Noticed(libusb_context*, libusb_device* device, libusb_hotplug_event event, void* self);
     [[nodiscard]] Result Watch(HotplugHandler handler, std::uint64_t& registration);
-    [[nodiscard]] Result StartWatching();
+    [[nodiscard]] Result StartWatching() TAVIX_REQUIRES(m_Lock);
     void Run();
 
     // constant after construction
@@ -56,10 +57,9 @@ private:
     HotplugNotices m_Noticed;
     std::atomic<bool> m_Stop{false};
 
-    std::mutex m_Lock;
-    // guarded by m_Lock
-    std::thread m_Watcher;
-    libusb_hotplug_callback_handle m_Callback = 0;
+    Tavix::Mutex m_Lock;
+    std::thread m_Watcher TAVIX_GUARDED_BY(m_Lock);
+    libusb_hotplug_callback_handle m_Callback TAVIX_GUARDED_BY(m_Lock) = 0;
 };
 
 LibusbBackend::~LibusbBackend() {
@@ -112,7 +112,7 @@ std::uint64_t LibusbBackend::RegisterHotplug(HotplugHandler handler) {
 }
 
 Result LibusbBackend::Watch(HotplugHandler handler, std::uint64_t& registration) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     registration = m_Handlers.Add(std::move(handler));
     return m_Watcher.joinable() ? Result::Ok : StartWatching();
 }

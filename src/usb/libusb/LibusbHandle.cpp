@@ -84,7 +84,7 @@ LibusbHandle::~LibusbHandle() {
     for (;;) {
         RunCompletions();
         {
-            const std::lock_guard<std::mutex> lock(m_Lock);
+            const Tavix::MutexLock lock(m_Lock);
             if (m_InFlight.first == nullptr && m_Ended.first == nullptr) return;
         }
         if (Clock::now() >= deadline || WaitForEvents(deadline) != Result::Ok) return;
@@ -126,12 +126,12 @@ Result LibusbHandle::Submit(Transfer& transfer) {
     libusb_fill_bulk_transfer(slot->transfer, m_Device.get(), transfer.endpoint, transfer.buffer,
                               static_cast<int>(transfer.length), &LibusbHandle::Ended, slot, /*timeout=*/0);
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_InFlight.Append(*slot);
     }
     const Result result = AskLibusb([&] { return libusb_submit_transfer(slot->transfer); });
     if (result != Result::Ok) {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_InFlight.Remove(*slot);
     }
     return result;
@@ -191,14 +191,14 @@ void LibusbHandle::Ended(libusb_transfer* transfer) {
 }
 
 void LibusbHandle::MoveToEnded(Slot& slot) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_InFlight.Remove(slot);
     m_Ended.Append(slot);
     __atomic_store_n(&m_Attention, 1, __ATOMIC_SEQ_CST);
 }
 
 LibusbHandle::Slot* LibusbHandle::TakeEnded() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     Slot* slot = m_Ended.first;
     if (slot != nullptr) m_Ended.Remove(*slot);
     return slot;
@@ -218,7 +218,7 @@ bool LibusbHandle::RunCompletions() {
 
 /// From the last to the first, so that no transfer receives what was meant for an earlier one.
 void LibusbHandle::CancelAllInFlight() {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     for (Slot* slot = m_InFlight.last; slot != nullptr; slot = slot->previous)
         libusb_cancel_transfer(slot->transfer);
 }

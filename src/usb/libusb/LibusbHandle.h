@@ -4,10 +4,11 @@
 #include "usb/Backend.h"
 #include "usb/libusb/LibusbContext.h"
 
+#include "core/Mutex.h"
+
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 
 namespace usb {
 
@@ -73,10 +74,9 @@ private:
     const LibusbContext m_Context;
     const LibusbDeviceHandle m_Device;
 
-    std::mutex m_Lock;
-    // guarded by m_Lock
-    SlotList m_InFlight;
-    SlotList m_Ended;
+    Tavix::Mutex m_Lock;
+    SlotList m_InFlight TAVIX_GUARDED_BY(m_Lock);
+    SlotList m_Ended TAVIX_GUARDED_BY(m_Lock);
 
     // WakeEvents sets m_Wake before m_Attention, HandleEvents clears m_Attention before it looks at m_Wake: in one
     // order of all four, a wake-up whose mark is cleared is seen all the same. The mark set later meets libusb under

@@ -92,21 +92,21 @@ std::shared_ptr<TraceFile> TraceFile::Create(const std::string& path, std::size_
     std::FILE* file = OpenPlainFile(path);
     if (file == nullptr) return nullptr;
     std::shared_ptr<TraceFile> trace(new TraceFile(file, path, payloadBytes));
-    const std::lock_guard<std::mutex> lock(trace->m_Lock);
+    const Tavix::MutexLock lock(trace->m_Lock);
     trace->Write(SectionHeaderBlock());
     trace->Write(InterfaceBlock());
     return trace;
 }
 
 TraceFile::~TraceFile() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_File != nullptr && std::fclose(std::exchange(m_File, nullptr)) != 0) Fail();
 }
 
 void TraceFile::Append(CaptureRecord record) {
     const std::size_t whole = record.data != nullptr ? record.captured : 0;
     if (!IsMessage(record)) record.captured = std::min(record.captured, m_PayloadBytes);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_File == nullptr) return;
     const std::uint64_t now = Now(); // under the lock, so that the file is in the order of time
     try {
@@ -140,12 +140,12 @@ void TraceFile::Fail() {
 }
 
 bool TraceFile::IsNew(const std::string& device) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Devices.insert(device).second;
 }
 
 void TraceFile::Flush() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     FlushLocked();
 }
 

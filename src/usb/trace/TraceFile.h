@@ -3,12 +3,13 @@
 
 #include "usb/trace/CapturePacket.h"
 
+#include "core/Mutex.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -44,20 +45,18 @@ public:
 private:
     TraceFile(std::FILE* file, std::string path, std::size_t payloadBytes)
         : m_Path(std::move(path)), m_PayloadBytes(payloadBytes), m_File(file) {}
-    // With m_Lock.
-    void Write(const std::vector<std::uint8_t>& block);
-    void FlushLocked();
-    void Fail();
+    void Write(const std::vector<std::uint8_t>& block) TAVIX_REQUIRES(m_Lock);
+    void FlushLocked() TAVIX_REQUIRES(m_Lock);
+    void Fail() TAVIX_REQUIRES(m_Lock);
 
     const std::string m_Path;
     const std::size_t m_PayloadBytes;
     std::atomic<std::uint64_t> m_LastId{0};
 
-    std::mutex m_Lock;
-    // guarded by m_Lock
-    std::FILE* m_File; ///< owned; null after a failure
-    std::chrono::steady_clock::time_point m_Flushed{};
-    std::set<std::string> m_Devices;
+    Tavix::Mutex m_Lock;
+    std::FILE* m_File TAVIX_GUARDED_BY(m_Lock); ///< owned; null after a failure
+    std::chrono::steady_clock::time_point m_Flushed TAVIX_GUARDED_BY(m_Lock){};
+    std::set<std::string> m_Devices TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace usb

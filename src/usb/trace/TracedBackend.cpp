@@ -4,9 +4,10 @@
 #include "usb/NoThrow.h"
 #include "usb/trace/TracedHandle.h"
 
+#include "core/Mutex.h"
+
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -40,8 +41,8 @@ private:
     const std::unique_ptr<Backend> m_Backend;
     const std::shared_ptr<TraceFile> m_Trace;
 
-    std::mutex m_Lock;
-    std::map<std::string, TracedPlace> m_Places; ///< guarded by m_Lock; by DeviceEntry::id
+    Tavix::Mutex m_Lock;
+    std::map<std::string, TracedPlace> m_Places TAVIX_GUARDED_BY(m_Lock); ///< by DeviceEntry::id
 };
 
 Result TracedBackend::Enumerate(std::vector<DeviceEntry>& devices) {
@@ -60,7 +61,7 @@ Result TracedBackend::Enumerate(std::vector<DeviceEntry>& devices) {
 void TracedBackend::Describe(const DeviceEntry& entry) {
     const TracedPlace place{entry.bus, entry.address};
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Places[entry.id] = place;
     }
     const std::string stay = std::to_string(entry.bus) + ":" + std::to_string(entry.address) + ":" + entry.id;
@@ -79,7 +80,7 @@ void TracedBackend::RecordDescriptor(const TracedPlace& place, std::uint16_t val
 Result TracedBackend::Open(const std::string& id, std::unique_ptr<Handle>& handle) {
     TracedPlace place;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         const auto found = m_Places.find(id);
         if (found != m_Places.end()) place = found->second;
     }
