@@ -21,7 +21,7 @@ Attachment::Attachment(Device& device, std::uint8_t bus, std::uint8_t address, s
 usb::Result Attachment::Claim(std::uint8_t interfaceNumber, const void* owner) {
     if (!IsPresent()) return usb::Result::NoDevice;
     if (interfaceNumber >= m_Device.GetDescriptors().InterfaceCount()) return usb::Result::NotFound;
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto found = m_Claims.find(interfaceNumber);
     if (found != m_Claims.end()) return found->second == owner ? usb::Result::Ok : usb::Result::Busy;
     if (m_Device.RefusesClaim()) return usb::Result::Busy;
@@ -30,7 +30,7 @@ usb::Result Attachment::Claim(std::uint8_t interfaceNumber, const void* owner) {
 }
 
 usb::Result Attachment::Release(std::uint8_t interfaceNumber, const void* owner) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto found = m_Claims.find(interfaceNumber);
     if (found == m_Claims.end() || found->second != owner) return usb::Result::NotFound;
     m_Claims.erase(found);
@@ -38,7 +38,7 @@ usb::Result Attachment::Release(std::uint8_t interfaceNumber, const void* owner)
 }
 
 void Attachment::ReleaseAll(const void* owner) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     for (auto claim = m_Claims.begin(); claim != m_Claims.end();)
         claim = claim->second == owner ? m_Claims.erase(claim) : std::next(claim);
 }
@@ -46,7 +46,7 @@ void Attachment::ReleaseAll(const void* owner) {
 EndpointQueue* Attachment::ClaimedEndpoint(std::uint8_t endpoint, const void* owner) {
     EndpointQueue* const queue = FindEndpoint(endpoint);
     if (!queue) return nullptr;
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto found = m_Claims.find(InterfaceOf(m_Device.Endpoints().RoleOf(endpoint)));
     return found != m_Claims.end() && found->second == owner ? queue : nullptr;
 }

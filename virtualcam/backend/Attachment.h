@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 
+#include "core/Mutex.h"
 #include "virtualcam/device/EndpointQueue.h"
 
 namespace virtualcam {
@@ -40,8 +40,8 @@ private:
     const std::uint64_t m_Generation;
     usb::DeviceEntry m_Entry;              // constant after construction
     std::deque<EndpointQueue> m_Endpoints; // in the order of the device's
-    std::mutex m_Lock;
-    std::map<std::uint8_t, const void*> m_Claims; // guarded by m_Lock
+    Tavix::Mutex m_Lock;
+    std::map<std::uint8_t, const void*> m_Claims TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace virtualcam

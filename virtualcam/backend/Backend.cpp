@@ -29,13 +29,14 @@ Backend::Slot::~Slot() {
 }
 
 std::shared_ptr<Attachment> Backend::Slot::Current() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Attachment;
 }
 
 void Backend::Slot::Await(bool plugged) {
-    std::unique_lock<std::mutex> lock(m_Lock);
-    m_Changed.wait(lock, [this, plugged] { return (m_Attachment && m_Attachment->IsPresent()) == plugged; });
+    Tavix::MutexLock lock(m_Lock);
+    while ((m_Attachment && m_Attachment->IsPresent()) != plugged)
+        lock.Wait(m_Changed);
 }
 
 void Backend::Slot::EndpointReady(std::uint8_t endpoint) {
@@ -50,7 +51,7 @@ void Backend::Slot::Unplugged() {
     if (!attachment) return;
     std::list<News> news{{usb::HotplugEvent::Left, attachment->Id()}};
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Attachment.reset();
         m_Changed.notify_all();
     }
@@ -62,7 +63,7 @@ void Backend::Slot::Plugged() {
     const auto attachment = std::make_shared<Attachment>(*device, kBus, m_Backend.NextAddress(), m_Port);
     std::list<News> news{{usb::HotplugEvent::Arrived, attachment->Id()}};
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Attachment = attachment;
         m_Changed.notify_all();
     }
@@ -85,7 +86,7 @@ Backend::Backend(const BackendSettings& settings) {
 Backend::~Backend() {
     m_Slots.clear(); // nobody calls any more
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Stop = true;
         m_Changed.notify_all();
     }
@@ -93,7 +94,7 @@ Backend::~Backend() {
 }
 
 std::vector<Backend::Slot*> Backend::Slots() const {
-    const std::lock_guard<std::mutex> lock(m_SlotsLock);
+    const Tavix::MutexLock lock(m_SlotsLock);
     std::vector<Slot*> slots;
     for (const auto& slot : m_Slots)
         slots.push_back(slot.get());
@@ -103,7 +104,7 @@ std::vector<Backend::Slot*> Backend::Slots() const {
 void Backend::Add(const CameraSettings& settings) {
     Slot* added = nullptr;
     {
-        const std::lock_guard<std::mutex> lock(m_SlotsLock);
+        const Tavix::MutexLock lock(m_SlotsLock);
         m_Slots.push_back(std::make_unique<Slot>(*this, static_cast<std::uint8_t>(m_Slots.size() + 1), settings));
         added = m_Slots.back().get();
     }
@@ -154,7 +155,7 @@ std::string Backend::IdOf(std::size_t index) {
 // --- hotplug
 
 std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) try {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Handlers[m_LastRegistration + 1] = std::make_shared<usb::HotplugHandler>(std::move(handler));
     return ++m_LastRegistration;
 } catch (const std::bad_alloc&) {
@@ -163,29 +164,31 @@ std::uint64_t Backend::RegisterHotplug(usb::HotplugHandler handler) try {
 
 void Backend::DeregisterHotplug(std::uint64_t registration) {
     if (registration == 0) return; // there was no memory for it
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     m_Handlers.erase(registration);
     if (std::this_thread::get_id() == m_Thread.get_id()) return;
-    m_Changed.wait(lock, [this, registration] { return m_Calling != registration; });
+    while (m_Calling == registration)
+        lock.Wait(m_Changed);
 }
 
 void Backend::Announce(std::list<News> news) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_News.splice(m_News.end(), news);
     m_Changed.notify_all();
 }
 
 void Backend::Run() {
     pthread_setname_np(pthread_self(), "vcam-bus");
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     while (true) {
-        m_Changed.wait(lock, [this] { return m_Stop || !m_News.empty(); });
+        while (!m_Stop && m_News.empty())
+            lock.Wait(m_Changed);
         if (m_Stop) return;
         std::list<News> news;
         news.splice(news.end(), m_News, m_News.begin());
-        lock.unlock();
+        lock.Unlock();
         Call(news.front());
-        lock.lock();
+        lock.Lock();
     }
 }
 
@@ -194,7 +197,7 @@ void Backend::Call(const News& news) {
     while (true) {
         std::shared_ptr<usb::HotplugHandler> handler;
         {
-            const std::lock_guard<std::mutex> lock(m_Lock);
+            const Tavix::MutexLock lock(m_Lock);
             const auto next = m_Handlers.upper_bound(last);
             m_Calling = next == m_Handlers.end() ? 0 : next->first;
             m_Changed.notify_all();

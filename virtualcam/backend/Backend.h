@@ -6,10 +6,10 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "core/Mutex.h"
 #include "usb/Backend.h"
 #include "virtualcam/backend/Attachment.h"
 #include "virtualcam/backend/Handle.h"
@@ -61,9 +61,9 @@ private:
     private:
         Backend& m_Backend;
         const std::uint8_t m_Port;
-        std::mutex m_Lock;
+        Tavix::Mutex m_Lock;
         std::condition_variable m_Changed;
-        std::shared_ptr<Attachment> m_Attachment; // guarded by m_Lock
+        std::shared_ptr<Attachment> m_Attachment TAVIX_GUARDED_BY(m_Lock);
     };
     struct News {
         usb::HotplugEvent event;
@@ -73,16 +73,16 @@ private:
     const std::shared_ptr<TransferMemory> m_Memory = std::make_shared<TransferMemory>();
     std::atomic<unsigned> m_NextAddress{1};
 
-    std::mutex m_Lock;
+    Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    std::map<std::uint64_t, std::shared_ptr<usb::HotplugHandler>> m_Handlers; // guarded by m_Lock, as all below
-    std::uint64_t m_LastRegistration = 0;
-    std::uint64_t m_Calling = 0; // registration whose handler runs now
-    std::list<News> m_News;
-    bool m_Stop = false;
+    std::map<std::uint64_t, std::shared_ptr<usb::HotplugHandler>> m_Handlers TAVIX_GUARDED_BY(m_Lock);
+    std::uint64_t m_LastRegistration TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::uint64_t m_Calling TAVIX_GUARDED_BY(m_Lock) = 0; // registration whose handler runs now
+    std::list<News> m_News TAVIX_GUARDED_BY(m_Lock);
+    bool m_Stop TAVIX_GUARDED_BY(m_Lock) = false;
 
-    mutable std::mutex m_SlotsLock;
-    std::vector<std::unique_ptr<Slot>> m_Slots; // grows only; guarded by m_SlotsLock
+    mutable Tavix::Mutex m_SlotsLock;
+    std::vector<std::unique_ptr<Slot>> m_Slots TAVIX_GUARDED_BY(m_SlotsLock); // grows only
     std::thread m_Thread;
 
     std::vector<Slot*> Slots() const;

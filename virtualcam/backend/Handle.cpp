@@ -98,7 +98,7 @@ bool Handle::Reserve(std::size_t bytes) {
 
 usb::Result Handle::Prepare(usb::Transfer& transfer) {
     if (transfer.backendData) return usb::Result::Ok;
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     try {
         transfer.backendData = &m_Requests.emplace_back();
     } catch (const std::bad_alloc&) {
@@ -139,7 +139,7 @@ void Handle::Forget(usb::Transfer& transfer) {
     if (!request) return;
     if (request->endpoint) request->endpoint->Withdraw(*request);
     m_Completions->Remove(*request);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Requests.remove_if([request](const Request& each) { return &each == request; });
     transfer.backendData = nullptr;
 }

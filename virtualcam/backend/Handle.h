@@ -3,8 +3,8 @@
 
 #include <list>
 #include <memory>
-#include <mutex>
 
+#include "core/Mutex.h"
 #include "virtualcam/backend/Attachment.h"
 
 namespace virtualcam {
@@ -42,8 +42,8 @@ private:
     const std::shared_ptr<TransferMemory> m_Memory;
     const std::shared_ptr<CompletionQueue> m_Completions = std::make_shared<CompletionQueue>();
 
-    std::mutex m_Lock;
-    std::list<Request> m_Requests; // of all transfers that were submitted and not forgotten; guarded by m_Lock
+    Tavix::Mutex m_Lock;
+    std::list<Request> m_Requests TAVIX_GUARDED_BY(m_Lock); // of all transfers that were submitted and not forgotten
 
     usb::Result Prepare(usb::Transfer& transfer);
     bool Reserve(std::size_t bytes);

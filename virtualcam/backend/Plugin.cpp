@@ -1,11 +1,11 @@
 // The loadable form of the virtual bus.
 
 #include <memory>
-#include <mutex>
 #include <utility>
 
 #include <unistd.h>
 
+#include "core/Mutex.h"
 #include "virtualcam/backend/Backend.h"
 #include "virtualcam/backend/Bench.h"
 
@@ -41,7 +41,7 @@ private:
 class ProcessBus {
 public:
     std::shared_ptr<usb::Backend> Find(const std::string& settings, std::string& reason) {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         if (m_Bus && m_Settings == settings) return m_Bus;
         std::shared_ptr<Backend> made = CreateBackend(settings, reason);
         if (made) {
@@ -53,15 +53,15 @@ public:
 
     /// Null before anybody asked for a bus.
     std::shared_ptr<Backend> Find() {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         return m_Bus;
     }
 
     /// A process that was forked has none of its parent's threads: it begins anew.
     static ProcessBus& Present() {
-        static std::mutex lock;
+        static Tavix::Mutex lock;
         static ProcessBus* present = nullptr;
-        const std::lock_guard<std::mutex> guard(lock);
+        const Tavix::MutexLock guard(lock);
         if (!present || present->m_Process != getpid()) present = new ProcessBus(present);
         return *present;
     }
@@ -71,9 +71,9 @@ private:
 
     [[maybe_unused]] const ProcessBus* const m_Parents; // which cannot be destroyed here
     const pid_t m_Process = getpid();
-    std::mutex m_Lock;
-    std::string m_Settings; // guarded by m_Lock, as all below
-    std::shared_ptr<Backend> m_Bus;
+    Tavix::Mutex m_Lock;
+    std::string m_Settings TAVIX_GUARDED_BY(m_Lock);
+    std::shared_ptr<Backend> m_Bus TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace

@@ -36,14 +36,14 @@ Device::~Device() {
 // --- transfers
 
 PipeAnswer Device::Control(const usb::ControlSetup& setup, std::uint8_t* data) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Camera) return {PipeStatus::Gone, 0};
     if (m_Presence.IsLeaving()) return {PipeStatus::Error, 0};
     return m_Zero.Serve(setup, data);
 }
 
 PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (endpoint != kControlOut) return {m_Camera ? PipeStatus::Error : PipeStatus::Gone, 0};
     const PipeStatus obstacle = Obstacle(endpoint);
     if (obstacle != PipeStatus::Complete) return {obstacle, 0};
@@ -65,7 +65,7 @@ PipeAnswer Device::Out(std::uint8_t endpoint, const std::uint8_t* data, std::siz
 PipeAnswer Device::In(std::uint8_t endpoint, std::uint8_t* buffer, std::size_t room) {
     const std::uint8_t role = m_Endpoints.RoleOf(endpoint);
     if (DeviceStream* const stream = FindStream(role)) return StreamIn(*stream, buffer, room);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const PipeStatus obstacle = Obstacle(role);
     if (obstacle != PipeStatus::Complete) return {obstacle, 0};
     if (role == kEventIn) return m_Camera->Events().Take(buffer, room);
@@ -108,7 +108,7 @@ PipeAnswer Device::StreamIn(DeviceStream& stream, std::uint8_t* buffer, std::siz
 }
 
 PipeStatus Device::StreamObstacle(unsigned stream) const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const PipeStatus obstacle = Obstacle(StreamEndpoint(stream));
     if (obstacle != PipeStatus::Complete) return obstacle;
     return m_States.IsSilent(StreamEndpoint(stream)) ? PipeStatus::NotYet : PipeStatus::Complete;
@@ -116,7 +116,7 @@ PipeStatus Device::StreamObstacle(unsigned stream) const {
 
 // Hands the next frame to the stream; false when there is none yet.
 bool Device::BeginBlock(DeviceStream& stream) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Camera) return false;
     const std::optional<Frame> frame = m_Camera->TakeFrame(stream.Index(), Clock::Now());
     m_Thread.Reschedule(Deadline());
@@ -125,7 +125,7 @@ bool Device::BeginBlock(DeviceStream& stream) {
 
 // The scripted end of a transfer, as the host sees it.
 PipeStatus Device::StreamBroke(unsigned stream, PipeStatus status) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Camera) return PipeStatus::Gone;
     if (status == PipeStatus::Stall) Halt(StreamEndpoint(stream));
     if (status != PipeStatus::Gone) return status;

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "core/Mutex.h"
 #include "virtualcam/device/Descriptors.h"
 #include "virtualcam/device/DeviceListener.h"
 #include "virtualcam/device/DeviceStream.h"
@@ -103,56 +103,57 @@ private:
     std::atomic<std::uint64_t> m_Generation{0};
 
     // Lock order: m_Lock, then that of a stream or one of m_Thread.
-    mutable std::mutex m_Lock;
-    ScriptedFaults m_Faults; // guarded by m_Lock, as all down to the streams
-    Persistent m_Persistent;
-    std::unique_ptr<Firmware> m_Camera; // null while unplugged
-    EndpointStates m_States;
-    EndpointZero m_Zero;
-    Presence m_Presence;
-    bool m_OutRefused = false;
+    mutable Tavix::Mutex m_Lock;
+    ScriptedFaults m_Faults TAVIX_GUARDED_BY(m_Lock);
+    Persistent m_Persistent TAVIX_GUARDED_BY(m_Lock);
+    std::unique_ptr<Firmware> m_Camera TAVIX_GUARDED_BY(m_Lock); // null while unplugged
+    EndpointStates m_States TAVIX_GUARDED_BY(m_Lock);
+    EndpointZero m_Zero TAVIX_GUARDED_BY(m_Lock);
+    Presence m_Presence TAVIX_GUARDED_BY(m_Lock);
+    bool m_OutRefused TAVIX_GUARDED_BY(m_Lock) = false;
 
     std::deque<DeviceStream> m_Streams; // constant after construction
     DeviceThread m_Thread;
 
-    // CameraHost
-    Status CheckStreamEnable(unsigned stream) override;
-    void StreamEnabled(unsigned stream, bool on) override;
-    bool IsStreamHalted(unsigned stream) const override { return m_States.IsHalted(StreamEndpoint(stream)); }
+    // CameraHost: the camera calls within a call of this device
+    Status CheckStreamEnable(unsigned stream) override TAVIX_REQUIRES(m_Lock);
+    void StreamEnabled(unsigned stream, bool on) override TAVIX_REQUIRES(m_Lock);
+    bool IsStreamHalted(unsigned stream) const override TAVIX_REQUIRES(m_Lock) {
+        return m_States.IsHalted(StreamEndpoint(stream));
+    }
     Bytes StreamFigures(unsigned stream) const override { return m_Streams[stream].Figures(); }
-    bool IsEventHalted() const override { return m_States.IsHalted(kEventIn); }
+    bool IsEventHalted() const override TAVIX_REQUIRES(m_Lock) { return m_States.IsHalted(kEventIn); }
     void StreamAvailable() override;
     void EventQueued() override { Post(kEventIn); }
-    void HaltEvents() override { Halt(kEventIn); }
-    void ResetRequested() override;
+    void HaltEvents() override TAVIX_REQUIRES(m_Lock) { Halt(kEventIn); }
+    void ResetRequested() override TAVIX_REQUIRES(m_Lock);
 
-    // RequestHost
-    void ResetInterfaces() override;
-    bool IsRoleHalted(std::uint8_t role) const override { return m_States.IsHalted(role); }
-    void HostSetHalt(std::uint8_t role) override;
-    void HostClearedHalt(std::uint8_t role) override;
-    const std::string& Name() const override { return m_Persistent.userName; }
+    // RequestHost: so does endpoint 0
+    void ResetInterfaces() override TAVIX_REQUIRES(m_Lock);
+    bool IsRoleHalted(std::uint8_t role) const override TAVIX_REQUIRES(m_Lock) { return m_States.IsHalted(role); }
+    void HostSetHalt(std::uint8_t role) override TAVIX_REQUIRES(m_Lock);
+    void HostClearedHalt(std::uint8_t role) override TAVIX_REQUIRES(m_Lock);
+    const std::string& Name() const override TAVIX_REQUIRES(m_Lock) { return m_Persistent.userName; }
 
     // the streams
     DeviceStream* FindStream(std::uint8_t role);
-    PipeAnswer StreamIn(DeviceStream& stream, std::uint8_t* buffer, std::size_t room);
-    PipeStatus StreamObstacle(unsigned stream) const;
-    bool BeginBlock(DeviceStream& stream);
-    PipeStatus StreamBroke(unsigned stream, PipeStatus status);
+    PipeAnswer StreamIn(DeviceStream& stream, std::uint8_t* buffer, std::size_t room) TAVIX_EXCLUDES(m_Lock);
+    PipeStatus StreamObstacle(unsigned stream) const TAVIX_EXCLUDES(m_Lock);
+    bool BeginBlock(DeviceStream& stream) TAVIX_EXCLUDES(m_Lock);
+    PipeStatus StreamBroke(unsigned stream, PipeStatus status) TAVIX_EXCLUDES(m_Lock);
 
-    // under m_Lock from here on
-    void Halt(std::uint8_t role);
+    void Halt(std::uint8_t role) TAVIX_REQUIRES(m_Lock);
     /// What keeps a transfer from the endpoint; Complete when nothing does.
-    PipeStatus Obstacle(std::uint8_t role) const;
-    void PassFaults();
-    void PowerUp();
-    void PlugIn();
-    void PullOut();
-    void Leave();
-    std::optional<TimePoint> Deadline() const;
+    PipeStatus Obstacle(std::uint8_t role) const TAVIX_REQUIRES(m_Lock);
+    void PassFaults() TAVIX_REQUIRES(m_Lock);
+    void PowerUp() TAVIX_REQUIRES(m_Lock);
+    void PlugIn() TAVIX_REQUIRES(m_Lock);
+    void PullOut() TAVIX_REQUIRES(m_Lock);
+    void Leave() TAVIX_REQUIRES(m_Lock);
+    std::optional<TimePoint> Deadline() const TAVIX_REQUIRES(m_Lock);
     void Post(std::uint8_t role) { m_Thread.Ready(m_Endpoints.AddressOf(role)); }
 
-    std::optional<TimePoint> RunTimers(); // takes m_Lock
+    std::optional<TimePoint> RunTimers() TAVIX_EXCLUDES(m_Lock);
 };
 
 } // namespace virtualcam

@@ -5,29 +5,29 @@
 namespace virtualcam {
 
 Status Device::ReadRegister(std::uint64_t address, std::uint8_t* to, std::size_t length) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Camera ? m_Camera->Registers().Read(address, to, length) : Status::AccessDenied;
 }
 
 Status Device::WriteRegister(std::uint64_t address, const std::uint8_t* from, std::size_t length) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const Status status = m_Camera ? m_Camera->Registers().Write(address, from, length) : Status::AccessDenied;
     m_Thread.Reschedule(Deadline());
     return status;
 }
 
 void Device::FireEvent(std::uint16_t id, const Bytes& data) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Camera) m_Camera->RaiseEvent(id, data);
 }
 
 void Device::FireRawEvent(const Bytes& message) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Camera && m_Camera->Events().RaiseRaw(message)) EventQueued();
 }
 
 void Device::SetFaults(const FaultScript& faults) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Faults = ScriptedFaults(faults);
     if (m_Camera) {
         m_Camera->Control().SetFaults(faults.control);
@@ -37,38 +37,38 @@ void Device::SetFaults(const FaultScript& faults) {
 }
 
 void Device::JumpClock(std::chrono::nanoseconds by) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Camera) m_Camera->Time().Jump(by);
 }
 
 void Device::SetInput(std::uint32_t line, bool high) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Camera) m_Camera->SetInput(line, high);
     m_Thread.Reschedule(Deadline());
 }
 
 std::uint64_t Device::LostFrames() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Camera ? m_Camera->LostFrames() : 0;
 }
 
 bool Device::RefusesOpen() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Faults.RefusesOpen();
 }
 
 bool Device::RefusesClaim() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Faults.RefusesClaim();
 }
 
 std::string Device::UserName() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Persistent.userName;
 }
 
 std::uint64_t Device::Commands() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Camera ? m_Camera->Control().Commands() : 0;
 }
 

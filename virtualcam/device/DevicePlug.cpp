@@ -13,18 +13,18 @@ constexpr milliseconds kRestartTime{100};
 } // namespace
 
 bool Device::IsPlugged() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Camera != nullptr;
 }
 
 void Device::Plug() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Camera) PlugIn();
     m_Thread.Reschedule(Deadline());
 }
 
 void Device::Unplug() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Camera) PullOut();
     m_Presence.StayAway();
 }
@@ -78,7 +78,7 @@ void Device::Leave() {
 }
 
 void Device::BusReset() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Camera) return;
     ResetInterfaces();
     m_Camera->Control().Revive();
@@ -92,19 +92,19 @@ void Device::ResetInterfaces() {
 // --- halts
 
 void Device::SetHalt(std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const std::uint8_t role = m_Endpoints.RoleOf(endpoint);
     if (m_Camera && m_Endpoints.HasRole(role)) Halt(role);
 }
 
 void Device::ClearHalt(std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const std::uint8_t role = m_Endpoints.RoleOf(endpoint);
     if (m_Camera && m_Endpoints.HasRole(role)) HostClearedHalt(role);
 }
 
 bool Device::IsHalted(std::uint8_t endpoint) const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_States.IsHalted(m_Endpoints.RoleOf(endpoint));
 }
 
@@ -146,7 +146,7 @@ std::optional<TimePoint> Device::Deadline() const {
 }
 
 std::optional<TimePoint> Device::RunTimers() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const TimePoint now = Clock::Now();
     if (m_Presence.IsReturnDue(now)) PlugIn();
     if (m_Presence.IsLeavingDue(now)) Leave();

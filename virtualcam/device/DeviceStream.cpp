@@ -6,28 +6,28 @@ namespace virtualcam {
 
 void DeviceStream::SetFaults(const ScriptedFaults& faults) {
     std::vector<StreamFaultRule> rules = faults.OfStream(m_Index);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Channel.SetFaults(std::move(rules));
 }
 
 void DeviceStream::SetExtraPayload(std::uint32_t bytes) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Channel.SetExtraPayload(bytes);
 }
 
 void DeviceStream::Start(const StreamLayout& layout, std::uint32_t largestTransfer) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Meter = StreamMeter();
     m_Channel.Start(layout, largestTransfer);
 }
 
 void DeviceStream::Stop() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Channel.Stop();
 }
 
 DeviceStream::Taken DeviceStream::Take(std::uint8_t* buffer, std::size_t room) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Meter.IsWaiting()) m_Meter.Asked(Clock::Now());
     const PipeAnswer answer = m_Channel.Take(buffer, room);
     const bool wantsFrame = m_Channel.WantsFrame();
@@ -37,14 +37,14 @@ DeviceStream::Taken DeviceStream::Take(std::uint8_t* buffer, std::size_t room) {
 }
 
 bool DeviceStream::Begin(const Frame& frame) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!m_Channel.WantsFrame()) return false;
     m_Channel.Begin(frame);
     return true;
 }
 
 Bytes DeviceStream::Figures() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Meter.Figures();
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 // One stream of a camera on its way to its endpoint.
 
-#include <mutex>
-
+#include "core/Mutex.h"
 #include "virtualcam/device/ScriptedFaults.h"
 #include "virtualcam/device/StreamChannel.h"
 #include "virtualcam/device/StreamMeter.h"
@@ -35,9 +34,9 @@ public:
 
 private:
     const unsigned m_Index;
-    mutable std::mutex m_Lock;
-    StreamChannel m_Channel; // guarded by m_Lock
-    StreamMeter m_Meter;     // guarded by m_Lock
+    mutable Tavix::Mutex m_Lock;
+    StreamChannel m_Channel TAVIX_GUARDED_BY(m_Lock);
+    StreamMeter m_Meter TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace virtualcam

@@ -16,7 +16,7 @@ constexpr milliseconds kRetryDelay{10};
 
 void DeviceThread::Stop() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Stop = true;
         m_Posted.notify_all();
     }
@@ -24,7 +24,7 @@ void DeviceThread::Stop() {
 }
 
 void DeviceThread::SetListener(DeviceListener* listener) {
-    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    const Tavix::MutexLock lock(m_ListenerLock);
     try {
         if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
     } catch (const std::system_error&) {
@@ -34,13 +34,13 @@ void DeviceThread::SetListener(DeviceListener* listener) {
 }
 
 void DeviceThread::Ready(std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Ready.Add(endpoint);
     if (m_Waiting) m_Posted.notify_one();
 }
 
 void DeviceThread::Tell(bool plugged) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     ++m_Notices;
     m_LastPlugged = plugged;
     if (m_Waiting) m_Posted.notify_one();
@@ -48,7 +48,7 @@ void DeviceThread::Tell(bool plugged) {
 
 void DeviceThread::Reschedule(std::optional<TimePoint> deadline) {
     if (!deadline) return;
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_WakeAt && *m_WakeAt <= *deadline) return;
     m_Rethink = true;
     if (m_Waiting) m_Posted.notify_one();
@@ -56,16 +56,16 @@ void DeviceThread::Reschedule(std::optional<TimePoint> deadline) {
 
 void DeviceThread::Run() {
     pthread_setname_np(pthread_self(), "vcam");
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     while (!m_Stop) {
         m_Rethink = false;
-        lock.unlock();
+        lock.Unlock();
         const std::optional<TimePoint> deadline = RunDueTimers();
-        lock.lock();
+        lock.Lock();
         if (m_Ready.IsEmpty() && m_Notices == 0)
             Wait(lock, deadline);
-        else if (!Deliver(lock))
-            m_Posted.wait_for(lock, kRetryDelay, [this] { return m_Stop; });
+        else if (!Deliver())
+            WaitForRetry(lock);
     }
 }
 
@@ -77,40 +77,51 @@ std::optional<TimePoint> DeviceThread::RunDueTimers() {
     }
 }
 
-void DeviceThread::Wait(std::unique_lock<std::mutex>& lock, std::optional<TimePoint> deadline) {
+void DeviceThread::Wait(Tavix::MutexLock& lock, std::optional<TimePoint> deadline) {
     m_WakeAt = deadline;
     m_Waiting = true;
-    const auto due = [this] { return m_Stop || m_Rethink || !m_Ready.IsEmpty() || m_Notices != 0; };
-    if (deadline)
-        m_Posted.wait_until(lock, *deadline, due);
-    else
-        m_Posted.wait(lock, due);
+    while (!IsDue()) {
+        if (!deadline)
+            lock.Wait(m_Posted);
+        else if (!lock.WaitUntil(m_Posted, *deadline))
+            break;
+    }
     m_Waiting = false;
     m_WakeAt.reset();
+}
+
+bool DeviceThread::IsDue() const {
+    return m_Stop || m_Rethink || !m_Ready.IsEmpty() || m_Notices != 0;
+}
+
+void DeviceThread::WaitForRetry(Tavix::MutexLock& lock) {
+    const TimePoint end = Clock::Now() + kRetryDelay;
+    while (!m_Stop)
+        if (!lock.WaitUntil(m_Posted, end)) return;
 }
 
 // --- telling the listener
 
 // False when something has to be told again.
-bool DeviceThread::Deliver(std::unique_lock<std::mutex>& lock) {
+bool DeviceThread::Deliver() {
     while (m_Notices != 0) {
         const bool oldest = m_LastPlugged == (m_Notices % 2 == 1);
-        lock.unlock();
+        m_Lock.unlock();
         const bool told = DeliverNotice(oldest);
-        lock.lock();
+        m_Lock.lock();
         if (!told) return false;
         --m_Notices;
     }
     const EndpointSet ready = std::exchange(m_Ready, EndpointSet());
-    lock.unlock();
+    m_Lock.unlock();
     const EndpointSet left = DeliverReady(ready);
-    lock.lock();
+    m_Lock.lock();
     m_Ready.Add(left);
     return left.IsEmpty();
 }
 
 bool DeviceThread::DeliverNotice(bool plugged) {
-    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    const Tavix::MutexLock lock(m_ListenerLock);
     if (!m_Listener) return true;
     try {
         if (plugged)
@@ -125,7 +136,7 @@ bool DeviceThread::DeliverNotice(bool plugged) {
 
 // What is left to be told.
 EndpointSet DeviceThread::DeliverReady(EndpointSet ready) {
-    const std::lock_guard<std::mutex> lock(m_ListenerLock);
+    const Tavix::MutexLock lock(m_ListenerLock);
     if (!m_Listener) return {};
     while (!ready.IsEmpty()) {
         const std::uint8_t endpoint = ready.TakeFirst();

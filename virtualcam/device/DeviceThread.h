@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <thread>
 
+#include "core/Mutex.h"
 #include "virtualcam/device/DeviceListener.h"
 #include "virtualcam/device/EndpointSet.h"
 #include "virtualcam/firmware/Clock.h"
@@ -39,25 +39,27 @@ public:
 
 private:
     const RunTimers m_RunTimers;
-    std::mutex m_Lock;
+    Tavix::Mutex m_Lock;
     std::condition_variable m_Posted;
-    EndpointSet m_Ready;    // guarded by m_Lock, as all down to the next lock
-    unsigned m_Notices = 0; // comings and goings that were not told yet
-    bool m_LastPlugged = false;
-    std::optional<TimePoint> m_WakeAt;
-    bool m_Waiting = false;
-    bool m_Rethink = false;
-    bool m_Stop = false;
+    EndpointSet m_Ready TAVIX_GUARDED_BY(m_Lock);
+    unsigned m_Notices TAVIX_GUARDED_BY(m_Lock) = 0; // comings and goings that were not told yet
+    bool m_LastPlugged TAVIX_GUARDED_BY(m_Lock) = false;
+    std::optional<TimePoint> m_WakeAt TAVIX_GUARDED_BY(m_Lock);
+    bool m_Waiting TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Rethink TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Stop TAVIX_GUARDED_BY(m_Lock) = false;
 
-    std::mutex m_ListenerLock;            // held while the listener is called
-    DeviceListener* m_Listener = nullptr; // guarded by m_ListenerLock, as is the start of the thread
-    std::thread m_Thread;
+    Tavix::Mutex m_ListenerLock; // held while the listener is called
+    DeviceListener* m_Listener TAVIX_GUARDED_BY(m_ListenerLock) = nullptr;
+    std::thread m_Thread; // started under m_ListenerLock
 
     void Tell(bool plugged);
     void Run();
     std::optional<TimePoint> RunDueTimers();
-    void Wait(std::unique_lock<std::mutex>& lock, std::optional<TimePoint> deadline);
-    bool Deliver(std::unique_lock<std::mutex>& lock);
+    void Wait(Tavix::MutexLock& lock, std::optional<TimePoint> deadline) TAVIX_REQUIRES(m_Lock);
+    void WaitForRetry(Tavix::MutexLock& lock) TAVIX_REQUIRES(m_Lock);
+    bool Deliver() TAVIX_REQUIRES(m_Lock);
+    bool IsDue() const TAVIX_REQUIRES(m_Lock);
     bool DeliverNotice(bool plugged);
     EndpointSet DeliverReady(EndpointSet ready);
 };

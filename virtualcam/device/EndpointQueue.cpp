@@ -30,12 +30,12 @@ usb::TransferStatus StatusOf(PipeStatus status) {
 // --- completions
 
 void CompletionQueue::Add(RequestList& from, Request& request) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Done.splice(m_Done.end(), from, request.self);
 }
 
 usb::Transfer* CompletionQueue::Take() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Done.empty()) return nullptr;
     Request& oldest = *m_Done.front();
     oldest.place.splice(oldest.place.end(), m_Done, oldest.self);
@@ -43,24 +43,26 @@ usb::Transfer* CompletionQueue::Take() {
 }
 
 void CompletionQueue::Remove(Request& request) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (request.place.empty()) request.place.splice(request.place.end(), m_Done, request.self);
 }
 
 void CompletionQueue::Wake() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Changed.notify_all();
 }
 
 void CompletionQueue::Interrupt() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Interrupted = true;
     m_Changed.notify_all();
 }
 
 std::size_t CompletionQueue::Wait(unsigned int timeoutMs) {
-    std::unique_lock<std::mutex> lock(m_Lock);
-    m_Changed.wait_for(lock, milliseconds(timeoutMs), [this] { return m_Interrupted || !m_Done.empty(); });
+    Tavix::MutexLock lock(m_Lock);
+    const auto end = std::chrono::steady_clock::now() + milliseconds(timeoutMs);
+    while (!m_Interrupted && m_Done.empty())
+        if (!lock.WaitUntil(m_Changed, end)) break;
     m_Interrupted = false;
     return m_Done.size();
 }
@@ -76,7 +78,7 @@ void EndpointQueue::Enqueue(Request& request) {
 void EndpointQueue::Submit(Request& request) {
     bool kick = false;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         kick = m_Queue.empty() || !m_Starved;
         Enqueue(request);
         if (m_Pumping) {
@@ -89,20 +91,21 @@ void EndpointQueue::Submit(Request& request) {
 
 void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
     const TimePoint deadline = Clock::Now() + milliseconds(timeoutMs);
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     Enqueue(request);
-    PumpLocked(lock);
-    const auto done = [&request] { return !request.queued; };
-    if (done()) return;
-    if (timeoutMs == 0) {
-        m_Finished.wait(lock, done);
-        return;
+    PumpLocked();
+    while (request.queued) {
+        if (timeoutMs == 0)
+            lock.Wait(m_Finished);
+        else if (!lock.WaitUntil(m_Finished, deadline))
+            break;
     }
-    if (m_Finished.wait_until(lock, deadline, done)) return;
+    if (!request.queued) return;
     request.cancelled = true;
     if (m_Pumping) { // it may just be served: the pump decides
         m_Again = true;
-        m_Finished.wait(lock, done);
+        while (request.queued)
+            lock.Wait(m_Finished);
     } else {
         Finish(request, usb::TransferStatus::Cancelled);
     }
@@ -110,7 +113,7 @@ void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
 }
 
 bool EndpointQueue::Cancel(Request& request) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     if (!request.queued) return false;
     request.cancelled = true;
     if (m_Pumping) {
@@ -123,31 +126,32 @@ bool EndpointQueue::Cancel(Request& request) {
 }
 
 void EndpointQueue::Withdraw(Request& request) {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     if (!request.queued) return;
     request.transfer = nullptr; // like a synchronous one: its end concerns nobody else
     request.cancelled = true;
     if (m_Pumping) {
         m_Again = true;
-        m_Finished.wait(lock, [&request] { return !request.queued; });
+        while (request.queued)
+            lock.Wait(m_Finished);
     } else {
         Finish(request, usb::TransferStatus::Cancelled);
     }
 }
 
 bool EndpointQueue::IsIdle() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Queue.empty();
 }
 
 // --- device side
 
 void EndpointQueue::Pump() {
-    std::unique_lock<std::mutex> lock(m_Lock);
-    PumpLocked(lock);
+    Tavix::MutexLock lock(m_Lock);
+    PumpLocked();
 }
 
-void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
+void EndpointQueue::PumpLocked() {
     if (m_Pumping) {
         m_Again = true;
         return;
@@ -158,7 +162,7 @@ void EndpointQueue::PumpLocked(std::unique_lock<std::mutex>& lock) {
         m_Starved = false;
         do
             ReapCancelled();
-        while (!m_Queue.empty() && ServeOldest(lock));
+        while (!m_Queue.empty() && ServeOldest());
     } while (m_Again);
     m_Pumping = false;
     WakeHost();
@@ -173,11 +177,11 @@ void EndpointQueue::ReapCancelled() {
 }
 
 // Serves the oldest request as far as it goes; false when it has to wait.
-bool EndpointQueue::ServeOldest(std::unique_lock<std::mutex>& lock) {
+bool EndpointQueue::ServeOldest() {
     Request& request = *m_Queue.front();
-    lock.unlock();
+    m_Lock.unlock();
     const PipeAnswer answer = Move(request);
-    lock.lock();
+    m_Lock.lock();
     request.actual += answer.bytes;
     if (answer.status == PipeStatus::NotYet && !request.cancelled) {
         m_Starved = true;

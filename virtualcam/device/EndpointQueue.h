@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 
+#include "core/Mutex.h"
 #include "usb/Backend.h"
 #include "virtualcam/device/Device.h"
 
@@ -54,10 +54,10 @@ public:
     void Remove(Request& request);
 
 private:
-    std::mutex m_Lock;
+    Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    RequestList m_Done;         // guarded by m_Lock
-    bool m_Interrupted = false; // guarded by m_Lock
+    RequestList m_Done TAVIX_GUARDED_BY(m_Lock);
+    bool m_Interrupted TAVIX_GUARDED_BY(m_Lock) = false;
 };
 
 /// The queue of one endpoint. Whoever pumps holds no lock while the device works on the buffer of the oldest request,
@@ -85,22 +85,22 @@ private:
     Device& m_Device;
     const std::uint64_t m_Generation;
     const std::uint8_t m_Endpoint;
-    std::mutex m_Lock;
+    Tavix::Mutex m_Lock;
     std::condition_variable m_Finished;
-    RequestList m_Queue; // guarded by m_Lock, as all below
-    bool m_Pumping = false;
-    bool m_Again = false;
-    bool m_Starved = false; // the device has nothing for the oldest request and will tell
-    Completed m_Unwoken;    // has completions that it was not woken for
-    TimePoint m_UnwokenSince;
+    RequestList m_Queue TAVIX_GUARDED_BY(m_Lock);
+    bool m_Pumping TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Again TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Starved TAVIX_GUARDED_BY(m_Lock) = false; // the device has nothing for the oldest request and will tell
+    Completed m_Unwoken TAVIX_GUARDED_BY(m_Lock);    // has completions that it was not woken for
+    TimePoint m_UnwokenSince TAVIX_GUARDED_BY(m_Lock);
 
-    void PumpLocked(std::unique_lock<std::mutex>& lock);
-    void ReapCancelled();
-    bool ServeOldest(std::unique_lock<std::mutex>& lock);
-    PipeAnswer Move(const Request& request) const;
-    void Enqueue(Request& request);
-    void Finish(Request& request, usb::TransferStatus status);
-    void WakeHost();
+    void PumpLocked() TAVIX_REQUIRES(m_Lock);
+    void ReapCancelled() TAVIX_REQUIRES(m_Lock);
+    bool ServeOldest() TAVIX_REQUIRES(m_Lock);
+    PipeAnswer Move(const Request& request) const TAVIX_EXCLUDES(m_Lock);
+    void Enqueue(Request& request) TAVIX_REQUIRES(m_Lock);
+    void Finish(Request& request, usb::TransferStatus status) TAVIX_REQUIRES(m_Lock);
+    void WakeHost() TAVIX_REQUIRES(m_Lock);
 };
 
 } // namespace virtualcam

@@ -16,7 +16,7 @@ struct Connections::Peer final : Connection {
     int Socket() const override { return m_Socket.Get(); }
     int End() const override { return m_Owner.m_End; }
     void Keep() override {
-        const std::lock_guard<std::mutex> lock(m_Owner.m_Lock);
+        const Tavix::MutexLock lock(m_Owner.m_Lock);
         m_Kept = true;
     }
 
@@ -65,7 +65,7 @@ void Connections::Admit(Descriptor socket) {
     }
     std::list<Peer> made;
     Peer& peer = made.emplace_back(*this, std::move(socket));
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     peer.thread = std::thread([this, &peer] { Run(peer); });
     m_Peers.splice(m_Peers.end(), made);
 }
@@ -75,7 +75,7 @@ bool Connections::MakeRoom() {
     std::list<Peer> finished;
     std::size_t strangers = 0, peers = 0;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         for (auto peer = m_Peers.begin(); peer != m_Peers.end();) {
             const auto next = std::next(peer);
             if (peer->IsDone()) finished.splice(finished.end(), m_Peers, peer);
@@ -92,7 +92,7 @@ bool Connections::MakeRoom() {
 }
 
 bool Connections::GiveUpOldest() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto oldest =
         std::find_if(m_Peers.begin(), m_Peers.end(), [](const Peer& peer) { return peer.IsStranger(); });
     if (oldest == m_Peers.end()) return false;
@@ -108,7 +108,7 @@ void Connections::Run(Peer& peer) {
     } catch (const std::exception& trouble) {
         Tell(trouble.what());
     }
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     peer.Finish();
 }
 

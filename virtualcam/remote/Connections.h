@@ -3,10 +3,10 @@
 
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <thread>
 
+#include "core/Mutex.h"
 #include "virtualcam/remote/Channel.h"
 
 namespace virtualcam {
@@ -55,8 +55,8 @@ private:
     const int m_End;
     const Serve m_Serve;
     const Notify m_Notify;
-    std::mutex m_Lock;
-    std::list<Peer> m_Peers; // guarded by m_Lock
+    Tavix::Mutex m_Lock;
+    std::list<Peer> m_Peers TAVIX_GUARDED_BY(m_Lock);
 
     void Admit(Descriptor socket);
     bool MakeRoom();

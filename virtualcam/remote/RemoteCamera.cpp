@@ -37,13 +37,13 @@ RemoteCamera::~RemoteCamera() {
 }
 
 bool RemoteCamera::IsFree() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Plugged && !m_Taken && !m_Closed;
 }
 
 bool RemoteCamera::Take() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         if (!m_Plugged || m_Taken || m_Closed) return false;
         m_Taken = true;
         m_Ready.Clear();
@@ -56,12 +56,12 @@ bool RemoteCamera::Take() {
 
 void RemoteCamera::GiveBack() {
     m_Device.BusReset(); // a camera without a host does not go on streaming
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Taken = false;
 }
 
 void RemoteCamera::Close() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Closed = true;
     m_Changed.notify_all();
     Raise(m_End);
@@ -69,14 +69,15 @@ void RemoteCamera::Close() {
 }
 
 bool RemoteCamera::AwaitStay(std::uint64_t& stay) {
-    std::unique_lock<std::mutex> lock(m_Lock);
-    m_Changed.wait(lock, [this, stay] { return m_Closed || (m_Plugged && m_Stays > stay); });
+    Tavix::MutexLock lock(m_Lock);
+    while (!m_Closed && !(m_Plugged && m_Stays > stay))
+        lock.Wait(m_Changed);
     stay = m_Stays;
     return !m_Closed;
 }
 
 EndpointSet RemoteCamera::TakeReady() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     Lower(m_Wake);
     return std::exchange(m_Ready, {});
 }
@@ -84,19 +85,19 @@ EndpointSet RemoteCamera::TakeReady() {
 // --- the device speaks
 
 void RemoteCamera::EndpointReady(std::uint8_t endpoint) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Ready.Add(endpoint);
     Raise(m_Wake);
 }
 
 void RemoteCamera::Unplugged() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Plugged = false;
     Raise(m_End);
 }
 
 void RemoteCamera::Plugged() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Plugged = true;
     ++m_Stays;
     m_Changed.notify_all();

@@ -4,9 +4,9 @@
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "core/Mutex.h"
 #include "virtualcam/device/Device.h"
 #include "virtualcam/remote/Channel.h"
 
@@ -50,13 +50,13 @@ private:
     const unsigned m_Index;
     const Descriptor m_Wake;
     const Descriptor m_End;
-    mutable std::mutex m_Lock;
+    mutable Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    EndpointSet m_Ready;       // guarded by m_Lock, as all below
-    std::uint64_t m_Stays = 0; // how often it was plugged
-    bool m_Plugged = false;
-    bool m_Taken = false;
-    bool m_Closed = false;
+    EndpointSet m_Ready TAVIX_GUARDED_BY(m_Lock);
+    std::uint64_t m_Stays TAVIX_GUARDED_BY(m_Lock) = 0; // how often it was plugged
+    bool m_Plugged TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Taken TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Closed TAVIX_GUARDED_BY(m_Lock) = false;
 
     void EndpointReady(std::uint8_t endpoint) override;
     void Unplugged() override;

@@ -15,7 +15,7 @@ namespace {
 struct CloseFile {
     void operator()(FILE* file) const { fclose(file); }
 };
-using File = std::unique_ptr<FILE, CloseFile>;
+using OpenFile = std::unique_ptr<FILE, CloseFile>;
 
 [[noreturn]] void Fail(int error) {
     throw std::runtime_error(std::strerror(error));
@@ -26,7 +26,7 @@ using File = std::unique_ptr<FILE, CloseFile>;
 std::string ReadRegularFile(const std::string& path, std::size_t most) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) Fail(errno);
-    const File file(fdopen(descriptor, "rb"));
+    const OpenFile file(fdopen(descriptor, "rb"));
     if (!file) Fail(errno);
     struct stat facts {};
     if (fstat(descriptor, &facts) != 0) Fail(errno);

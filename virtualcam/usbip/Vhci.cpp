@@ -108,7 +108,7 @@ void Vhci::Lend(TakenCamera camera) {
 
 // Throws std::runtime_error with the reason.
 void Vhci::Attach(const RemoteCamera& camera, int socket) {
-    const std::lock_guard<std::mutex> lock(m_AttachLock);
+    const Tavix::MutexLock lock(m_AttachLock);
     const int port = FindFreePort(ReadFile(m_Folder + "/status"), SpeedOf(camera));
     if (port < 0) throw std::runtime_error("no port of the virtual host controller is free");
     std::ostringstream text;

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/Mutex.h"
 #include "virtualcam/remote/Listener.h"
 #include "virtualcam/remote/RemoteCamera.h"
 
@@ -28,7 +29,7 @@ private:
     RemoteCameras& m_Cameras;
     const Notify m_Notify;
     const std::string m_Folder;
-    std::mutex m_AttachLock; // from looking for a port to taking it
+    Tavix::Mutex m_AttachLock; // from looking for a port to taking it
     std::vector<std::thread> m_Threads;
 
     void CheckAccess() const;

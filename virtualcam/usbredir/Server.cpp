@@ -22,7 +22,7 @@ Server::~Server() {
 }
 
 RemoteCamera* Server::Reserve() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto free = std::find(m_Reserved.begin(), m_Reserved.end(), false);
     if (free == m_Reserved.end()) return nullptr;
     *free = true;
@@ -30,7 +30,7 @@ RemoteCamera* Server::Reserve() {
 }
 
 void Server::Free(const RemoteCamera& camera) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Reserved[camera.Index()] = false;
 }
 

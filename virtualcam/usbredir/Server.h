@@ -1,6 +1,7 @@
 #pragma once
 // Offers virtual cameras to virtual machines: each connection to a local socket gets the next camera that has none.
 
+#include "core/Mutex.h"
 #include "virtualcam/remote/Listener.h"
 #include "virtualcam/remote/RemoteCamera.h"
 
@@ -19,8 +20,8 @@ private:
     const std::string m_Path;
     const Notify m_Notify;
     const milliseconds m_Timeout;
-    std::mutex m_Lock;
-    std::vector<bool> m_Reserved; // guarded by m_Lock
+    Tavix::Mutex m_Lock;
+    std::vector<bool> m_Reserved TAVIX_GUARDED_BY(m_Lock);
     std::unique_ptr<Listener> m_Listener;
 
     void Answer(Connection& connection);
