@@ -26,6 +26,9 @@ struct FrameOrigin {
     std::shared_ptr<ChunkReader> chunks; ///< null when the camera describes none
 };
 
+/// The block id of what came without leader and trailer.
+inline constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
+
 /// What is known of an image. Re-entrant.
 struct ImageFacts {
     std::shared_ptr<const FrameOrigin> origin;

@@ -89,8 +89,7 @@ void Acquisition::StartSession(Clock::time_point lastArrival) {
     m_Events.Add(m_Alarm);
     m_Events.Add(m_Pool->Bell());
     m_Events.Add(device->GetRemoval().Bell());
-    m_KnowsLastBlock = false;
-    m_FailedSince = 0;
+    m_Missed.Begin();
     m_LastArrival = lastArrival;
     m_Session->StartCamera();
 }
@@ -250,7 +249,7 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
         if (!session.Device()->GetRemoval().HasHappened()) session.Queue(frame);
         return {};
     }
-    CountMissed(frame);
+    m_Counts.missed += m_Missed.Note(frame.blockId, /*isBroken=*/!frame.defect.empty());
     if (frame.origin != m_Origin) frame.origin = m_Origin;
     if (m_HasGap) {
         frame.gapBefore = frame.arrival - m_LastArrival;
@@ -264,23 +263,11 @@ Image Acquisition::Accept(GrabSession& session, Frame& frame, const GrabResult& 
 }
 
 void Acquisition::CountFailed(const GrabSession& session, const Frame& frame) {
-    ++m_FailedSince;
+    m_Missed.NoteBroken();
     if (session.Device()->GetRemoval().Explains(frame.defect)) return; // these buffers wait, and come back empty
     ++m_Counts.failed;
     const std::lock_guard<std::mutex> guard(m_DefectMutex);
     if (m_FirstDefect.empty()) m_FirstDefect = frame.defect;
-}
-
-void Acquisition::CountMissed(const Frame& frame) {
-    if (frame.blockId == kUnknownBlock) return;
-    const std::uint64_t failedBefore = m_FailedSince - (frame.defect.empty() ? 0 : 1);
-    if (m_KnowsLastBlock && frame.blockId > m_LastBlock) {
-        const std::uint64_t between = frame.blockId - m_LastBlock - 1;
-        m_Counts.missed += between - std::min(between, failedBefore);
-    }
-    m_LastBlock = frame.blockId;
-    m_KnowsLastBlock = true;
-    m_FailedSince = 0;
 }
 
 bool Acquisition::Await(const Deadline& deadline) {

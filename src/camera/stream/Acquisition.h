@@ -3,6 +3,8 @@
 
 #include "camera/device/CameraCore.h"
 #include "camera/stream/GrabSession.h"
+#include "camera/stream/ImageNumbers.h"
+#include "camera/stream/MissedBlocks.h"
 #include "tavix/StreamCallback.h"
 
 #include <atomic>
@@ -17,9 +19,6 @@ namespace Tavix::detail {
 using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 /// A negative time is for ever.
 Deadline DeadlineIn(std::chrono::milliseconds time);
-
-/// The block id of what came without leader and trailer.
-inline constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0);
 
 /// Takes images from one camera. Take and HandOut are for one thread each; the rest is thread-safe.
 ///
@@ -83,7 +82,6 @@ private:
     Image Accept(GrabSession& session, Frame& frame, const GrabResult& result);
     bool HasSign(std::chrono::steady_clock::time_point since) const;
     void CountFailed(const GrabSession& session, const Frame& frame);
-    void CountMissed(const Frame& frame);
     /// Waits until there is something to do. False when the time is over.
     bool Await(const Deadline& deadline);
     void OnFailure(const std::exception& failure);
@@ -116,16 +114,11 @@ private:
     std::shared_ptr<const FrameOrigin> m_Origin;
     bool m_IsGoing = false; // the camera has left, and what it sent before is still handed out
     bool m_IsAttached = false, m_IsAway = false, m_IsStarving = false;
-    std::uint64_t m_LastBlock = 0;
-    bool m_KnowsLastBlock = false;
-    std::uint64_t m_FailedSince = 0; // since the last good block
+    MissedBlocks m_Missed;
     std::chrono::steady_clock::time_point m_LastArrival, m_AwaySince;
     bool m_HasGap = false;
 
-    // Of the thread that hands out.
-    std::uint64_t m_Number = 0, m_LastHandedOut = 0;
-    bool m_HasHandedOut = false;
-    std::chrono::nanoseconds m_GapOfDropped{0};
+    ImageNumbers m_Numbers; // of the thread that hands out
 };
 
 } // namespace Tavix::detail

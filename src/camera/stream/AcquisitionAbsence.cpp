@@ -43,22 +43,12 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
 }
 
 void Acquisition::HandOut(Image& image) {
-    Frame& frame = image.Inside();
-    frame.number = m_Number++;
-    frame.gapBefore += m_GapOfDropped;
-    m_GapOfDropped = {};
-    frame.missedBefore = 0;
-    const bool isSameRun = m_HasHandedOut && frame.gapBefore.count() == 0 && frame.blockId != kUnknownBlock;
-    if (isSameRun && frame.blockId > m_LastHandedOut) frame.missedBefore = frame.blockId - m_LastHandedOut - 1;
-    if (frame.blockId != kUnknownBlock) {
-        m_LastHandedOut = frame.blockId;
-        m_HasHandedOut = true;
-    }
+    m_Numbers.HandOut(image.Inside());
     ++m_Counts.delivered;
 }
 
 void Acquisition::Drop(Image image) {
-    m_GapOfDropped += image.Inside().gapBefore;
+    m_Numbers.Drop(image.Inside());
     ++m_Counts.dropped;
 }
 
