@@ -11,14 +11,12 @@ constexpr std::size_t kReadCommandSize = 12;
 constexpr std::size_t kAddressSize = 8;
 
 Bytes Acknowledge(Status status, std::uint16_t commandId, std::uint16_t request, std::size_t length = 0) {
-    Bytes packet;
-    packet.reserve(kHeaderSize + length);
-    Append<std::uint32_t>(packet, kControlPrefix);
-    Append<std::uint16_t>(packet, static_cast<std::uint16_t>(status));
-    Append<std::uint16_t>(packet, static_cast<std::uint16_t>(commandId | 1));
-    Append<std::uint16_t>(packet, static_cast<std::uint16_t>(length));
-    Append<std::uint16_t>(packet, request);
-    packet.resize(kHeaderSize + length);
+    Bytes packet(kHeaderSize + length);
+    Store<std::uint32_t>(packet.data(), kControlPrefix);
+    Store<std::uint16_t>(packet.data() + 4, static_cast<std::uint16_t>(status));
+    Store<std::uint16_t>(packet.data() + 6, static_cast<std::uint16_t>(commandId | 1));
+    Store<std::uint16_t>(packet.data() + 8, static_cast<std::uint16_t>(length));
+    Store<std::uint16_t>(packet.data() + 10, request);
     return packet;
 }
 

@@ -31,20 +31,21 @@ usb::TransferStatus StatusOf(PipeStatus status) {
 
 void CompletionQueue::Add(RequestList& from, Request& request) {
     const Tavix::MutexLock lock(m_Lock);
-    m_Done.splice(m_Done.end(), from, request.self);
+    from.Remove(request);
+    m_Done.Append(request);
 }
 
 usb::Transfer* CompletionQueue::Take() {
     const Tavix::MutexLock lock(m_Lock);
-    if (m_Done.empty()) return nullptr;
-    Request& oldest = *m_Done.front();
-    oldest.place.splice(oldest.place.end(), m_Done, oldest.self);
-    return oldest.transfer;
+    Request* const oldest = m_Done.First();
+    if (!oldest) return nullptr;
+    m_Done.Remove(*oldest);
+    return oldest->transfer;
 }
 
 void CompletionQueue::Remove(Request& request) {
     const Tavix::MutexLock lock(m_Lock);
-    if (request.place.empty()) request.place.splice(request.place.end(), m_Done, request.self);
+    m_Done.Remove(request);
 }
 
 void CompletionQueue::Wake() {
@@ -61,10 +62,10 @@ void CompletionQueue::Interrupt() {
 std::size_t CompletionQueue::Wait(unsigned int timeoutMs) {
     Tavix::MutexLock lock(m_Lock);
     const auto end = std::chrono::steady_clock::now() + milliseconds(timeoutMs);
-    while (!m_Interrupted && m_Done.empty())
+    while (!m_Interrupted && m_Done.IsEmpty())
         if (!lock.WaitUntil(m_Changed, end)) break;
     m_Interrupted = false;
-    return m_Done.size();
+    return m_Done.Size();
 }
 
 // --- host side
@@ -72,14 +73,14 @@ std::size_t CompletionQueue::Wait(unsigned int timeoutMs) {
 void EndpointQueue::Enqueue(Request& request) {
     request.endpoint = this;
     request.queued = true;
-    m_Queue.splice(m_Queue.end(), request.place, request.self);
+    m_Queue.Append(request);
 }
 
 void EndpointQueue::Submit(Request& request) {
     bool kick = false;
     {
         const Tavix::MutexLock lock(m_Lock);
-        kick = m_Queue.empty() || !m_Starved;
+        kick = m_Queue.IsEmpty() || !m_Starved;
         Enqueue(request);
         if (m_Pumping) {
             m_Again = true;
@@ -141,7 +142,7 @@ void EndpointQueue::Withdraw(Request& request) {
 
 bool EndpointQueue::IsIdle() {
     const Tavix::MutexLock lock(m_Lock);
-    return m_Queue.empty();
+    return m_Queue.IsEmpty();
 }
 
 // --- device side
@@ -162,7 +163,7 @@ void EndpointQueue::PumpLocked() {
         m_Starved = false;
         do
             ReapCancelled();
-        while (!m_Queue.empty() && ServeOldest());
+        while (!m_Queue.IsEmpty() && ServeOldest());
     } while (m_Again);
     m_Pumping = false;
     WakeHost();
@@ -170,15 +171,16 @@ void EndpointQueue::PumpLocked() {
 
 // Ends what was cancelled while the pump was at work, wherever it stands in the queue.
 void EndpointQueue::ReapCancelled() {
-    for (auto request = m_Queue.begin(); request != m_Queue.end();) {
-        Request& queued = **request++;
+    for (Request* request = m_Queue.First(); request;) {
+        Request& queued = *request;
+        request = queued.next;
         if (queued.cancelled) Finish(queued, usb::TransferStatus::Cancelled);
     }
 }
 
 // Serves the oldest request as far as it goes; false when it has to wait.
 bool EndpointQueue::ServeOldest() {
-    Request& request = *m_Queue.front();
+    Request& request = *m_Queue.First();
     m_Lock.unlock();
     const PipeAnswer answer = Move(request);
     m_Lock.lock();
@@ -208,7 +210,7 @@ void EndpointQueue::Finish(Request& request, usb::TransferStatus status) {
     request.status = status;
     if (request.memory) *request.memory -= request.length;
     if (!request.transfer) {
-        request.place.splice(request.place.end(), m_Queue, request.self);
+        m_Queue.Remove(request);
         m_Finished.notify_all();
         return;
     }

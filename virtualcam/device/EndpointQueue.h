@@ -4,39 +4,14 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <list>
 #include <memory>
 
 #include "core/Mutex.h"
 #include "usb/Backend.h"
 #include "virtualcam/device/Device.h"
+#include "virtualcam/device/RequestList.h"
 
 namespace virtualcam {
-
-class CompletionQueue;
-class EndpointQueue;
-struct Request;
-using RequestList = std::list<Request*>;
-
-/// One host transfer at work. Its place in a queue is made with it, so that queueing and completing take no memory.
-struct Request {
-    Request() : place{this} {}
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
-
-    RequestList place; ///< holds the request while it is in no queue
-    const RequestList::iterator self = place.begin();
-    EndpointQueue* endpoint = nullptr;
-    std::uint8_t* buffer = nullptr;
-    std::size_t length = 0;
-    std::size_t actual = 0;
-    usb::TransferStatus status = usb::TransferStatus::Completed;
-    bool queued = false;
-    bool cancelled = false;
-    usb::Transfer* transfer = nullptr;            ///< null for a synchronous one
-    std::shared_ptr<CompletionQueue> completions; ///< null for a synchronous one
-    std::atomic<std::size_t>* memory = nullptr;   ///< bytes to give back at completion
-};
 
 /// Completed transfers of one handle, until its event thread runs them. Thread-safe.
 class CompletionQueue {
