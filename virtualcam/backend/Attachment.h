@@ -8,7 +8,7 @@
 #include <string>
 
 #include "core/Mutex.h"
-#include "virtualcam/device/EndpointQueue.h"
+#include "virtualcam/device/endpoint/EndpointQueue.h"
 
 namespace virtualcam {
 

@@ -8,16 +8,16 @@
 #include <vector>
 
 #include "core/Mutex.h"
-#include "virtualcam/device/Descriptors.h"
 #include "virtualcam/device/DeviceListener.h"
-#include "virtualcam/device/DeviceStream.h"
 #include "virtualcam/device/DeviceThread.h"
-#include "virtualcam/device/EndpointMap.h"
-#include "virtualcam/device/EndpointStates.h"
-#include "virtualcam/device/EndpointZero.h"
-#include "virtualcam/device/Pipe.h"
 #include "virtualcam/device/Presence.h"
 #include "virtualcam/device/ScriptedFaults.h"
+#include "virtualcam/device/channel/DeviceStream.h"
+#include "virtualcam/device/endpoint/Descriptors.h"
+#include "virtualcam/device/endpoint/EndpointMap.h"
+#include "virtualcam/device/endpoint/EndpointStates.h"
+#include "virtualcam/device/endpoint/EndpointZero.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 #include "virtualcam/firmware/Firmware.h"
 #include "virtualcam/settings/Settings.h"
 

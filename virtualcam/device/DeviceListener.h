@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "usb/Backend.h"
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 
 namespace virtualcam {
 

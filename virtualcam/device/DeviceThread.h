@@ -9,7 +9,7 @@
 
 #include "core/Mutex.h"
 #include "virtualcam/device/DeviceListener.h"
-#include "virtualcam/device/EndpointSet.h"
+#include "virtualcam/device/endpoint/EndpointSet.h"
 #include "virtualcam/firmware/Clock.h"
 
 namespace virtualcam {

@@ -29,14 +29,14 @@ constexpr std::time_t kArchived = 1577836800; // 2020-01-01
 constexpr std::size_t kTrailingZeros = 100;
 constexpr std::size_t kExtraSize = 64; // counted by an entry of too large a size
 
-struct File {
+struct DescriptionFile {
     Bytes bytes;
     std::uint32_t version = kFileVersion;
     std::uint32_t type = kSchemaAndType;
     std::array<std::uint8_t, kHashSize> hash{};
 };
 
-void Hash(File& file) {
+void Hash(DescriptionFile& file) {
     SHA1(file.bytes.data(), file.bytes.size(), file.hash.data());
 }
 
@@ -70,15 +70,15 @@ Bytes Zip(const std::string& text, bool stored) {
     return bytes;
 }
 
-File PlainFile(const std::string& text) {
-    File file;
+DescriptionFile PlainFile(const std::string& text) {
+    DescriptionFile file;
     file.bytes.assign(text.begin(), text.end());
     Hash(file);
     return file;
 }
 
-File ZippedFile(const std::string& text, bool stored) {
-    File file;
+DescriptionFile ZippedFile(const std::string& text, bool stored) {
+    DescriptionFile file;
     file.bytes = Zip(text, stored);
     file.type |= kZipFlag;
     Hash(file);
@@ -100,16 +100,16 @@ std::string ReadFile(const std::string& path) {
     }
 }
 
-File RightFile(ManifestFault fault, const std::string& text) {
+DescriptionFile RightFile(ManifestFault fault, const std::string& text) {
     if (fault == ManifestFault::PlainXml) return PlainFile(text);
     if (fault == ManifestFault::TrailingZeros) return PlainFile(text + std::string(kTrailingZeros, '\0'));
     if (fault == ManifestFault::WrongZipFlag) {
-        File plain = PlainFile(text);
+        DescriptionFile plain = PlainFile(text);
         plain.type |= kZipFlag;
         return plain;
     }
     if (fault == ManifestFault::NoRoot) return ZippedFile(WithoutRoot(text), /*stored=*/false);
-    File file = ZippedFile(text, fault == ManifestFault::StoredZip);
+    DescriptionFile file = ZippedFile(text, fault == ManifestFault::StoredZip);
     if (fault == ManifestFault::WrongHash) file.hash[0] = static_cast<std::uint8_t>(file.hash[0] ^ 0xFF);
     if (fault == ManifestFault::ZeroHash) file.hash.fill(0);
     if (fault == ManifestFault::WrongFormatFlag) file.type &= ~kZipFlag;
@@ -121,13 +121,13 @@ File RightFile(ManifestFault fault, const std::string& text) {
     return file;
 }
 
-std::vector<File> AllFiles(ManifestFault fault, const std::string& text) {
-    std::vector<File> files;
+std::vector<DescriptionFile> AllFiles(ManifestFault fault, const std::string& text) {
+    std::vector<DescriptionFile> files;
     if (fault == ManifestFault::NoEntries) return files;
     if (fault == ManifestFault::SeveralEntries) {
-        File older = PlainFile(WithoutRoot(text));
+        DescriptionFile older = PlainFile(WithoutRoot(text));
         older.version = kOlderFileVersion;
-        File foreign = PlainFile("<Unknown/>");
+        DescriptionFile foreign = PlainFile("<Unknown/>");
         foreign.type = kForeignSchemaAndType;
         files = {older, foreign};
     }
@@ -142,14 +142,14 @@ std::string BuiltInDescription() {
 }
 
 Manifest BuildManifest(ManifestFault fault, const std::string& descriptionPath) {
-    const std::vector<File> files =
+    const std::vector<DescriptionFile> files =
         AllFiles(fault, descriptionPath.empty() ? BuiltInDescription() : ReadFile(descriptionPath));
     Manifest manifest;
     manifest.table.resize(kCountSize + kEntrySize * std::max<std::size_t>(files.size(), 1));
     Store<std::uint64_t>(manifest.table.data(), fault == ManifestFault::HugeCount ? 0x7FFFFFFFFFFFFFFF : files.size());
     const std::size_t extra = fault == ManifestFault::LargerSize ? kExtraSize : 0;
     std::uint8_t* entry = manifest.table.data() + kCountSize;
-    for (const File& file : files) {
+    for (const DescriptionFile& file : files) {
         Store<std::uint32_t>(entry, file.version);
         Store<std::uint32_t>(entry + 4, file.type);
         Store<std::uint64_t>(entry + 8, memory::kDescription + manifest.files.size());

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "virtualcam/device/EventChannel.h"
+#include "virtualcam/device/channel/EventChannel.h"
 #include "virtualcam/firmware/Feature.h"
 
 namespace virtualcam {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "virtualcam/device/Descriptors.h"
+#include "virtualcam/device/endpoint/Descriptors.h"
 
 namespace virtualcam {
 namespace {

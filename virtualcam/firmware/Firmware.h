@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "virtualcam/device/ControlChannel.h"
-#include "virtualcam/device/EventChannel.h"
 #include "virtualcam/device/Manifest.h"
-#include "virtualcam/device/StreamChannel.h"
+#include "virtualcam/device/channel/ControlChannel.h"
+#include "virtualcam/device/channel/EventChannel.h"
+#include "virtualcam/device/channel/StreamChannel.h"
 #include "virtualcam/firmware/Acquisition.h"
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "virtualcam/device/StreamMeter.h"
+#include "virtualcam/device/channel/StreamMeter.h"
 #include "virtualcam/firmware/Firmware.h"
 
 namespace virtualcam {

@@ -8,7 +8,7 @@ namespace virtualcam {
 namespace {
 
 constexpr std::uint16_t kWhite = 4095;
-constexpr std::uint32_t kKinds = 2;
+constexpr std::uint32_t kPatterns = 2;
 constexpr std::uint32_t kStep = 2;      // pixels that the picture moves with each frame
 constexpr std::uint32_t kViewStep = 32; // pixels between two views
 constexpr std::uint32_t kBarWidth = 96;
@@ -91,8 +91,8 @@ Scene::Light Scene::At(std::uint32_t kind, std::uint32_t x) const {
 void Scene::MakeStrips() {
     const std::uint32_t pixels = m_Geometry.width + Period(m_Geometry.pattern);
     m_Strips.clear(); // without memory the next image makes them
-    std::vector<Bytes> strips(std::size_t{kKinds} * 2);
-    for (std::uint32_t kind = 0; kind < kKinds; ++kind)
+    std::vector<Bytes> strips(std::size_t{kPatterns} * 2);
+    for (std::uint32_t kind = 0; kind < kPatterns; ++kind)
         for (std::uint32_t parity = 0; parity < 2; ++parity) {
             Bytes& strip = strips[kind * 2 + parity];
             strip.reserve(PixelBytes(pixels) + 8);

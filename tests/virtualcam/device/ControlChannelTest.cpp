@@ -1,4 +1,4 @@
-#include "virtualcam/device/ControlChannel.h"
+#include "virtualcam/device/channel/ControlChannel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/DeviceStream.h"
+#include "virtualcam/device/channel/DeviceStream.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "virtualcam/device/EndpointMap.h"
-#include "virtualcam/device/EndpointSet.h"
-#include "virtualcam/device/EndpointStates.h"
 #include "virtualcam/device/Protocol.h"
+#include "virtualcam/device/endpoint/EndpointMap.h"
+#include "virtualcam/device/endpoint/EndpointSet.h"
+#include "virtualcam/device/endpoint/EndpointStates.h"
 
 namespace {
 

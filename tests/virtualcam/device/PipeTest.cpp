@@ -1,4 +1,4 @@
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 
 #include <gtest/gtest.h>
 

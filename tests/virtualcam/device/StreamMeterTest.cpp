@@ -1,4 +1,4 @@
-#include "virtualcam/device/StreamMeter.h"
+#include "virtualcam/device/channel/StreamMeter.h"
 
 #include "virtualcam/support/CameraFixture.h"
 

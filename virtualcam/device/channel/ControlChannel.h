@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "virtualcam/device/FaultScript.h"
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/EndpointMap.h"
+#include "virtualcam/device/endpoint/EndpointMap.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/EventChannel.h"
+#include "virtualcam/device/channel/EventChannel.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/StreamChannel.h"
+#include "virtualcam/device/channel/StreamChannel.h"
 
 #include <algorithm>
 #include <cstring>

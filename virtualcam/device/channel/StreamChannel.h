@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "virtualcam/device/FaultScript.h"
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 #include "virtualcam/firmware/Acquisition.h"
 #include "virtualcam/firmware/Scene.h"
 

@@ -3,8 +3,8 @@
 
 #include "core/Mutex.h"
 #include "virtualcam/device/ScriptedFaults.h"
-#include "virtualcam/device/StreamChannel.h"
-#include "virtualcam/device/StreamMeter.h"
+#include "virtualcam/device/channel/StreamChannel.h"
+#include "virtualcam/device/channel/StreamMeter.h"
 
 namespace virtualcam {
 

@@ -1,7 +1,7 @@
 #pragma once
 // What keeps the endpoints of a camera from answering.
 
-#include "virtualcam/device/EndpointSet.h"
+#include "virtualcam/device/endpoint/EndpointSet.h"
 
 namespace virtualcam {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/Descriptors.h"
+#include "virtualcam/device/endpoint/Descriptors.h"
 
 #include <cstdlib>
 #include <initializer_list>

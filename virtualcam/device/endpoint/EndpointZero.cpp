@@ -1,4 +1,4 @@
-#include "virtualcam/device/EndpointZero.h"
+#include "virtualcam/device/endpoint/EndpointZero.h"
 
 #include <algorithm>
 

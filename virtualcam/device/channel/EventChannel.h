@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "virtualcam/device/FaultScript.h"
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 
 namespace virtualcam {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/device/EndpointQueue.h"
+#include "virtualcam/device/endpoint/EndpointQueue.h"
 
 #include <new>
 #include <utility>

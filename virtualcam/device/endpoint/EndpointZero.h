@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
-#include "virtualcam/device/Descriptors.h"
 #include "virtualcam/device/DeviceListener.h"
-#include "virtualcam/device/EndpointMap.h"
-#include "virtualcam/device/Pipe.h"
+#include "virtualcam/device/endpoint/Descriptors.h"
+#include "virtualcam/device/endpoint/EndpointMap.h"
+#include "virtualcam/device/endpoint/Pipe.h"
 
 namespace virtualcam {
 
