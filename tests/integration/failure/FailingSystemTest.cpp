@@ -2,7 +2,7 @@
 // that a kernel may give. No crash, no hang, no buffer lost, nothing left behind, and the next errand succeeds.
 #include "ErrandTest.h"
 
-#include "support/usbfs/Udev.h"
+#include "support/usbfs/system/Udev.h"
 #include "virtualcam/device/Protocol.h"
 
 #include <cerrno>

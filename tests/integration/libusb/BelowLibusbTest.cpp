@@ -4,7 +4,7 @@
 #include "integration/support/VirtualBus.h"
 
 #include "support/usbfs/Bus.h"
-#include "support/usbfs/Udev.h"
+#include "support/usbfs/system/Udev.h"
 #include "usb/libusb/LibusbBackend.h"
 #include "virtualcam/device/Device.h"
 #include "virtualcam/device/Protocol.h"

@@ -4,10 +4,10 @@
 // Linked into a program as an object library (tavix::usbfs) it takes the place of usbfs, sysfs and udev for everything
 // in that process, so that the unmodified libusb finds the devices plugged in here and no others.
 
-#include "support/usbfs/CallFaults.h"
 #include "support/usbfs/DeviceModel.h"
 #include "support/usbfs/OpenFile.h"
 #include "support/usbfs/Port.h"
+#include "support/usbfs/system/CallFaults.h"
 
 #include <array>
 #include <atomic>

@@ -1,8 +1,8 @@
 #pragma once
 // One open of a device node, with the transfers that were submitted through it.
 
-#include "support/usbfs/ReadySignal.h"
 #include "support/usbfs/TransferMemory.h"
+#include "support/usbfs/system/ReadySignal.h"
 
 #include <cstddef>
 #include <deque>

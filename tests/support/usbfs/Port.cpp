@@ -3,7 +3,7 @@
 
 #include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
-#include "support/usbfs/Udev.h"
+#include "support/usbfs/system/Udev.h"
 
 #include <linux/usbdevice_fs.h>
 #include <pthread.h>

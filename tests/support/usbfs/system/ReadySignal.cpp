@@ -1,7 +1,7 @@
 // A file descriptor that poll() sees as a usbfs node.
-#include "support/usbfs/ReadySignal.h"
+#include "support/usbfs/system/ReadySignal.h"
 
-#include "support/usbfs/RealCalls.h"
+#include "support/usbfs/system/RealCalls.h"
 
 #include <fcntl.h>
 #include <unistd.h>

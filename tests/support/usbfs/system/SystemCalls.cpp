@@ -3,7 +3,7 @@
 #include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
 #include "support/usbfs/Ioctl.h"
-#include "support/usbfs/RealCalls.h"
+#include "support/usbfs/system/RealCalls.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
 // Failures of the system itself.
-#include "support/usbfs/CallFaults.h"
+#include "support/usbfs/system/CallFaults.h"
 
 #include <cstdio>
 #include <cstring>

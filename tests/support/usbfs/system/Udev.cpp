@@ -1,6 +1,6 @@
 // The part of libudev that libusb uses. The library's own functions of these names are never reached, because those of
 // the program, or of a preloaded library, are found first.
-#include "support/usbfs/Udev.h"
+#include "support/usbfs/system/Udev.h"
 
 #include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
