@@ -3,12 +3,12 @@
 //
 //   bench_camera [ROUNDS]
 
-#include "LockWaits.h"
-#include "RawHost.h"
-#include "StreamBus.h"
-#include "StreamGrab.h"
-#include "ThreadTimes.h"
-#include "Turnstile.h"
+#include "support/LockWaits.h"
+#include "support/RawHost.h"
+#include "support/StreamBus.h"
+#include "support/StreamGrab.h"
+#include "support/ThreadTimes.h"
+#include "support/Turnstile.h"
 
 #include <tavix/camera/Camera.h>
 

@@ -1,7 +1,7 @@
 // What chunk data and events cost: attaching an image's chunks, delivering an event message, and the way of an event
 // from the moment that the camera makes it to the callback of a node.
 
-#include "BenchCamera.h"
+#include "support/BenchCamera.h"
 
 #include <GenApi/GenApi.h>
 #include <GenApi/NodeCallback.h>

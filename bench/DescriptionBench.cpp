@@ -1,7 +1,7 @@
 // How long real descriptions take to load and to read whole, and how the load grows with the size of a made one.
 // Real ones come from the folder that TAVIX_CAMERA_XML_DIR names.
 
-#include "MemoryPort.h"
+#include "support/MemoryPort.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,9 +1,9 @@
 // Processor time of a frame at 100 frames a second: by the GenTL producer, as consumers take it, beside our own stream
 // grabber. Figures only.
 
-#include "StreamBus.h"
-#include "StreamGrab.h"
-#include "ThreadTimes.h"
+#include "support/StreamBus.h"
+#include "support/StreamGrab.h"
+#include "support/ThreadTimes.h"
 
 #include "gentl/GenTL.h"
 

@@ -2,7 +2,7 @@
 //
 //   bench_gstreamer [FRAMES [RATE]]; GST_PLUGIN_PATH names the folder of libgsttavix.so
 
-#include "ThreadTimes.h"
+#include "support/ThreadTimes.h"
 
 #include <tavix/camera/Camera.h>
 

@@ -1,6 +1,6 @@
 // What single accesses of a node map cost: a cached number, a formula, a write that many nodes hear of.
 
-#include "MemoryPort.h"
+#include "support/MemoryPort.h"
 
 #include "genapi/formula/Formula.h"
 

@@ -1,6 +1,6 @@
 // How long a register read takes from the feature to the camera and back, and from the node's cache.
 
-#include "BenchCamera.h"
+#include "support/BenchCamera.h"
 
 #include <GenApi/GenApi.h>
 #include <benchmark/benchmark.h>

@@ -2,9 +2,9 @@
 // one camera and eight, on the bus in this process and below the real libusb. Figures only; it fails when a frame is
 // lost or a byte of payload copied.
 
-#include "StreamBus.h"
-#include "StreamGrab.h"
-#include "ThreadTimes.h"
+#include "support/StreamBus.h"
+#include "support/StreamGrab.h"
+#include "support/ThreadTimes.h"
 
 #include <algorithm>
 #include <chrono>

@@ -2,9 +2,9 @@
 //
 //   bench_our_grab FRAMES RATE, with rate 0 for as fast as the host takes them; prints the figures of a frame
 
-#include "BenchCamera.h"
-#include "StreamGrab.h"
-#include "ThreadTimes.h"
+#include "support/BenchCamera.h"
+#include "support/StreamGrab.h"
+#include "support/ThreadTimes.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // One camera below the real libusb as the source of a GStreamer pipeline, ours or that of others; both in the same one.
 //
 //   pipeline FRAMES SOURCE, where SOURCE is an element with its properties and caps; prints the figures of a frame
-#include "ThreadTimes.h"
-#include "Turnstile.h"
+#include "support/ThreadTimes.h"
+#include "support/Turnstile.h"
 
 #include <gst/gst.h>
 

@@ -2,7 +2,7 @@
 // its two ways of reading a stream.
 //
 //   their_grab FRAMES RATE sync|async, with rate 0 for as fast as the host takes them; prints the figures of a frame
-#include "ThreadTimes.h"
+#include "support/ThreadTimes.h"
 
 #include <arv.h>
 

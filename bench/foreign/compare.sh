@@ -19,7 +19,7 @@ trap 'rm -rf "$work"' EXIT
 make() { # program, package, source...
     local program=$1 package=$2
     shift 2
-    "${CXX:-c++}" -std=c++17 -O2 -I"$here/.." "$@" "$here/../ThreadTimes.cpp" -o "$work/$program" \
+    "${CXX:-c++}" -std=c++17 -O2 -I"$here/.." "$@" "$here/../support/ThreadTimes.cpp" -o "$work/$program" \
         $(pkg-config --cflags --libs "$package") || exit 1
 }
 make their_grab aravis-0.8 "$here/TheirGrab.cpp"
