@@ -1,5 +1,7 @@
 #include "camera/time/ClockMap.h"
 
+#include "camera/Durations.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,8 +12,6 @@ namespace {
 
 using Tavix::detail::ArrivalMap;
 using Tavix::detail::ClockMap;
-
-constexpr std::int64_t kMicrosecond = 1000, kMillisecond = 1'000'000, kSecond = 1'000'000'000;
 
 /// A camera whose clock runs 50 ppm fast from some time on, and can jump.
 struct Camera {

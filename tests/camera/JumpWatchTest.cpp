@@ -1,5 +1,7 @@
 #include "camera/time/JumpWatch.h"
 
+#include "camera/Durations.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -7,7 +9,6 @@ namespace {
 using Tavix::detail::ClockMap;
 using Tavix::detail::JumpWatch;
 
-constexpr std::int64_t kMillisecond = 1'000'000, kSecond = 1'000'000'000;
 constexpr std::int64_t kStep = 10 * kMillisecond, kUsual = kMillisecond / 2;
 
 /// Images that arrive at a watch, of a camera whose clock counts as the host's does.

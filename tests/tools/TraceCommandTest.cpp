@@ -1,5 +1,6 @@
 // Whoever asks for a trace learns when it is not whole.
 
+#include "SmallFiles.h"
 #include "TestFolder.h"
 #include "ToolRun.h"
 #include "Variable.h"
@@ -8,25 +9,9 @@
 
 #include <cstdlib>
 
-#include <sys/resource.h>
-
 namespace {
 
 using namespace tooltest;
-
-/// Limits the size of files as a full disk would. Restores it at the end of the scope.
-class SmallFiles {
-public:
-    explicit SmallFiles(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_Before);
-        const rlimit limit{bytes, m_Before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~SmallFiles() { setrlimit(RLIMIT_FSIZE, &m_Before); }
-
-private:
-    rlimit m_Before{};
-};
 
 void ExpectItTold(const Outcome& outcome, const std::string& says) {
     EXPECT_EQ(outcome.status, 3);

@@ -8,24 +8,24 @@ namespace {
 
 using namespace u3v;
 
-struct Row {
+struct Constant {
     const char* name;
     std::uint64_t value;
     std::uint64_t literal;
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const Constant& row) {
     return out << row.name;
 }
 
-class EveryConstant : public testing::TestWithParam<Row> {};
+class EveryConstant : public testing::TestWithParam<Constant> {};
 
 TEST_P(EveryConstant, HasTheNumberOfTheWire) {
     EXPECT_EQ(GetParam().value, GetParam().literal);
 }
 
 // clang-format off
-const Row kRows[] = {
+const Constant kRows[] = {
     {"kControlMagic", kControlMagic, 0x43563355},
     {"kEventMagic", kEventMagic, 0x45563355},
     {"kLeaderMagic", kLeaderMagic, 0x4C563355},

@@ -8,7 +8,7 @@ namespace {
 
 using namespace u3v;
 
-struct Row {
+struct PlanRow {
     std::uint64_t required;
     std::uint32_t exponent;
     std::uint16_t packet;
@@ -16,15 +16,15 @@ struct Row {
     std::uint32_t size, count, final1, final2;
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row) {
+std::ostream& operator<<(std::ostream& out, const PlanRow& row) {
     return out << row.required << " by " << row.largest;
 }
 
-TransferNeeds NeedsOf(const Row& row) {
+TransferNeeds NeedsOf(const PlanRow& row) {
     return {row.required, 52, 32, row.exponent, row.packet, row.largest};
 }
 
-class EveryPlan : public testing::TestWithParam<Row> {};
+class EveryPlan : public testing::TestWithParam<PlanRow> {};
 
 TEST_P(EveryPlan, CutsThePayloadAsExpected) {
     const auto plan = MakeTransferPlan(NeedsOf(GetParam()));
@@ -53,16 +53,16 @@ TEST_P(EveryPlan, HasOnlyMultiplesOfTheAlignedUnit) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, EveryPlan,
-                         testing::Values(Row{326680, 10, 1024, 65536, 65536, 4, 64512, 1024},
-                                         Row{1440000, 10, 1024, 65536, 65536, 21, 62 * 1024, 1024},
-                                         Row{1440000, 10, 1024, 1048576, 1048576, 1, 382 * 1024, 1024},
-                                         Row{2073648, 6, 1024, 1048576, 1048576, 1, 1001 * 1024, 1024},
-                                         Row{76800, 10, 1024, 1048576, 1048576, 0, 76800, 0},
-                                         Row{2097152, 10, 1024, 1048576, 1048576, 2, 0, 0},
-                                         Row{1, 0, 512, 1048576, 1048576, 0, 0, 512},
-                                         Row{5000, 12, 1024, 100, 4096, 1, 0, 4096},
-                                         Row{5000, 200, 1024, 65536, 65536, 0, 4096, 1024},
-                                         Row{3000, 2, 512, 1000, 512, 5, 0, 512}));
+                         testing::Values(PlanRow{326680, 10, 1024, 65536, 65536, 4, 64512, 1024},
+                                         PlanRow{1440000, 10, 1024, 65536, 65536, 21, 62 * 1024, 1024},
+                                         PlanRow{1440000, 10, 1024, 1048576, 1048576, 1, 382 * 1024, 1024},
+                                         PlanRow{2073648, 6, 1024, 1048576, 1048576, 1, 1001 * 1024, 1024},
+                                         PlanRow{76800, 10, 1024, 1048576, 1048576, 0, 76800, 0},
+                                         PlanRow{2097152, 10, 1024, 1048576, 1048576, 2, 0, 0},
+                                         PlanRow{1, 0, 512, 1048576, 1048576, 0, 0, 512},
+                                         PlanRow{5000, 12, 1024, 100, 4096, 1, 0, 4096},
+                                         PlanRow{5000, 200, 1024, 65536, 65536, 0, 4096, 1024},
+                                         PlanRow{3000, 2, 512, 1000, 512, 5, 0, 512}));
 
 TEST(TransferPlan, IsRefusedWithoutPayload) {
     EXPECT_FALSE(MakeTransferPlan({0, 52, 32, 10, 1024, 65536}));

@@ -11,8 +11,7 @@ namespace {
 
 using namespace vexlotest;
 using namespace scripted;
-
-constexpr unsigned int kWarning = 128;
+using Tavix::kWarning;
 
 class Discovery : public OnScriptedCamera {
 protected:

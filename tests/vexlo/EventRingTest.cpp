@@ -10,8 +10,7 @@ namespace {
 
 using namespace vexlo;
 using namespace scripted;
-
-constexpr unsigned int kWarning = 128;
+using Tavix::kWarning;
 
 Bytes Event(std::uint8_t id) {
     return Hex("55335645 0000 000C 0C00 0100 0000") + Bytes{id, 0x90} + Hex("0100000000000000");

@@ -1,5 +1,7 @@
 #include "FormulaTesting.h"
 
+#include "genapi/support/Repeat.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -203,13 +205,6 @@ TEST(Formula, NamesReasonAndPositionOfParseErrors) {
         EXPECT_FALSE(formula.IsValid()) << row.text;
         EXPECT_EQ(formula.Error(), row.error) << row.text;
     }
-}
-
-std::string Repeat(std::string_view part, std::size_t count) {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i)
-        text += part;
-    return text;
 }
 
 TEST(Formula, TakesChainsOfThousandsOfConditions) {

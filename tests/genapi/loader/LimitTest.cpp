@@ -2,6 +2,8 @@
 
 #include "LoaderTesting.h"
 
+#include "genapi/support/Repeat.h"
+
 #include <Base/GCException.h>
 #include <GenApi/GenApi.h>
 
@@ -29,14 +31,6 @@ std::string ErrorOf(Step step) {
         return error.GetDescription();
     }
     return "no error";
-}
-
-std::string Repeat(std::string_view part, std::size_t count) {
-    std::string text;
-    text.reserve(part.size() * count);
-    for (std::size_t i = 0; i < count; ++i)
-        text += part;
-    return text;
 }
 
 // A folder that goes with the test.

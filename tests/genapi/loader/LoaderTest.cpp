@@ -2,6 +2,8 @@
 
 #include "LoaderTesting.h"
 
+#include "genapi/support/Repeat.h"
+
 #include <Base/GCException.h>
 
 #include <gmock/gmock.h>
@@ -175,14 +177,6 @@ TEST(Loader, KeepsTextsWhenTheDescriptionMoves) {
     const Description second = std::move(first);
     EXPECT_THAT(Properties(second, "A"), ElementsAre("pEnumEntry=EnumEntry_A_X"));
     EXPECT_THAT(Properties(second, "EnumEntry_A_X"), ElementsAre("Symbolic=X"));
-}
-
-std::string Repeat(std::string_view part, std::size_t count) {
-    std::string text;
-    text.reserve(part.size() * count);
-    for (std::size_t i = 0; i < count; ++i)
-        text += part;
-    return text;
 }
 
 TEST(Loader, SurvivesDeepNesting) {

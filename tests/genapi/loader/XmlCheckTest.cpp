@@ -41,7 +41,7 @@ TEST_P(XmlCheckRefuses, WithLineAndReason) {
     EXPECT_EQ(XmlErrorOf(GetParam().text), "camera.xml, " + GetParam().error);
 }
 
-std::string NameOf(const ::testing::TestParamInfo<BadText>& info) {
+std::string NameOfBadText(const ::testing::TestParamInfo<BadText>& info) {
     return info.param.name;
 }
 
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                               "line 2: there is a document type behind the start of the text"},
                       BadText{"AnOpenDocumentType", "\n<!DOCTYPE x [<!ENTITY a \"]>\">\n" + kEmpty,
                               "line 2: the document type has no end"}),
-    NameOf);
+    NameOfBadText);
 
 INSTANTIATE_TEST_SUITE_P(
     Content, XmlCheckRefuses,
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"ANamelessInstruction", InRoot("<? a ?>"), "line 2: a processing instruction has no name"},
         BadText{"UnknownMarkup", InRoot("<!ELEMENT a>"), "line 2: there is unknown markup"},
         BadText{"ALessThan", InRoot("1 < 2"), "line 2: a '<' begins no markup"}),
-    NameOf);
+    NameOfBadText);
 
 INSTANTIATE_TEST_SUITE_P(
     Tags, XmlCheckRefuses,
@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"AnOpenTag", "<RegisterDescription\n", "line 1: a start tag has no end"},
         BadText{"AMalformedEndTag", InRoot("<a></a b>"), "line 2: an end tag is malformed"},
         BadText{"ADigitAsAName", InRoot("<1/>"), "line 2: a '<' begins no markup"}),
-    NameOf);
+    NameOfBadText);
 
 TEST(XmlCheck, TakesWhatXmlAllows) {
     const Description description = ParseDescription(

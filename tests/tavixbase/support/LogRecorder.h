@@ -10,6 +10,8 @@
 
 namespace Tavix {
 
+inline constexpr unsigned int kWarning = 128; // its level
+
 struct LogLine {
     unsigned int level;
     std::string text;

@@ -1,6 +1,7 @@
 // Grabbing: figures, files, and ends of every kind.
 
 #include "Png.h"
+#include "tests/tools/SmallFiles.h"
 #include "tests/tools/TestFolder.h"
 #include "tests/tools/ToolRun.h"
 
@@ -10,7 +11,6 @@
 #include <set>
 
 #include <nlohmann/json.hpp>
-#include <sys/resource.h>
 
 namespace {
 
@@ -238,20 +238,6 @@ TEST(GrabCommand, EndsInGoodOrderAtCtrlC) {
     for (const std::string& file : folder.Files(".png"))
         EXPECT_TRUE(ReadPng(file).isRead) << file;
 }
-
-/// Limits the size of files as a full disk would. Restores it at the end of the scope.
-class SmallFiles {
-public:
-    explicit SmallFiles(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_Before);
-        const rlimit limit{bytes, m_Before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~SmallFiles() { setrlimit(RLIMIT_FSIZE, &m_Before); }
-
-private:
-    rlimit m_Before{};
-};
 
 class EachFileFormat : public testing::TestWithParam<const char*> {};
 

@@ -25,7 +25,7 @@ void FeedShort(PacketParser& parser, const Bytes& bytes) {
 void FeedFull(PacketParser& parser, const Bytes& bytes) {
     parser.Feed(bytes.data(), bytes.size(), false);
 }
-Bytes operator+(Bytes left, const Bytes& right) {
+Bytes Joined(Bytes left, const Bytes& right) {
     left.insert(left.end(), right.begin(), right.end());
     return left;
 }
@@ -93,8 +93,8 @@ INSTANTIATE_TEST_SUITE_P(PacketSizes, Split, testing::Values(512, 1024));
 
 TEST(PacketParser, FindsLeaderAndTrailerBehindFullPackets) {
     PacketParser parser(512, kMuch, Place::Lost);
-    FeedShort(parser, Bytes(1024, 9) + kLeader);
-    FeedShort(parser, Pixels(1, 1024) + kTrailer);
+    FeedShort(parser, Joined(Bytes(1024, 9), kLeader));
+    FeedShort(parser, Joined(Pixels(1, 1024), kTrailer));
     const auto blocks = Taken(parser);
     ASSERT_EQ(blocks.size(), 1u);
     EXPECT_EQ(blocks[0].payload, Pixels(1, 1024));
@@ -161,7 +161,7 @@ TEST(PacketParser, IsNotLedAstrayBySwappedEnds) {
 TEST(PacketParser, KeepsPayloadThatEndsLikeTheTrailerOfAnotherBlock) {
     PacketParser parser(1024, kMuch, Place::Lost);
     FeedShort(parser, kLeader);
-    const Bytes payload = Pixels(1, 1024) + WithId(kTrailer, 9);
+    const Bytes payload = Joined(Pixels(1, 1024), WithId(kTrailer, 9));
     FeedShort(parser, payload);
     EXPECT_EQ(parser.GetPlace(), Place::InBlock);
     FeedShort(parser, kTrailer);

@@ -20,9 +20,11 @@ using Writes = std::vector<Write>;
 constexpr std::uint32_t kBlockPayload = 3000;
 const Writes kSizes = {{0x18, 1024}, {0x1C, 1 << 20}, {0x20, 0}, {0x24, 2048}, {0x28, 1024}, {0x2C, 1024}};
 
-Writes operator+(Writes left, const Writes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
+Writes InTurn(std::initializer_list<Writes> parts) {
+    Writes all;
+    for (const Writes& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
 }
 
 class StreamStart : public testing::Test {
@@ -71,7 +73,7 @@ protected:
 
 TEST_F(StreamStart, QueuesATransferBeforeTheCameraIsSwitchedOn) {
     ASSERT_EQ(stream->StartStreaming(), VX_OK);
-    EXPECT_EQ(camera->Writes(), (kSizes + Writes{{0x04, 1}}));
+    EXPECT_EQ(camera->Writes(), InTurn({kSizes, Writes{{0x04, 1}}}));
     EXPECT_EQ(camera->QueuedBeforeEnable(), 1u);
     EXPECT_EQ(bus.HaltsSet(), 0u) << "some cameras do not survive it";
     ExpectGoodBlock();
@@ -136,7 +138,7 @@ TEST_P(Refusal, IsAnsweredBySwitchingOffHaltingAndTellingAllSizesAgain) {
     Refuse(GetParam(), 1);
     EXPECT_EQ(stream->StartStreaming(), VX_OK);
     const Writes off{{0x04, 0}};
-    EXPECT_EQ(camera->Writes(), (kSizes + Writes{{0x04, 1}} + off + off + kSizes + Writes{{0x04, 1}}));
+    EXPECT_EQ(camera->Writes(), InTurn({kSizes, Writes{{0x04, 1}}, off, off, kSizes, Writes{{0x04, 1}}}));
     EXPECT_EQ(bus.HaltsSet(), 1u);
     EXPECT_EQ(camera->HaltsBeforeEnable(), 3u);
     EXPECT_EQ(camera->QueuedBeforeEnable(), 1u);

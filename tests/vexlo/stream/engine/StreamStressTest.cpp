@@ -30,7 +30,7 @@ std::uint32_t Seed() {
     return given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 0)) : std::random_device{}();
 }
 
-u3v::TransferPlan Plan() {
+u3v::TransferPlan StressPlan() {
     return *u3v::MakeTransferPlan({kStressPayload, 0, 0, 0, 1024, 2048});
 }
 
@@ -106,7 +106,7 @@ private:
 /// Sends blocks, some of them damaged such that it can be noticed, and pulls at the line.
 class Mischief {
 public:
-    Mischief(PacketBus& bus, std::uint32_t seed) : m_Bus(bus), m_Random(seed), m_Plan(Plan()) {}
+    Mischief(PacketBus& bus, std::uint32_t seed) : m_Bus(bus), m_Random(seed), m_Plan(StressPlan()) {}
 
     void Step() {
         if (m_Bus.Unsent() > 200) return std::this_thread::yield();
@@ -150,7 +150,7 @@ private:
 EngineSettings Settings(std::mt19937& random) {
     EngineSettings settings;
     settings.channel = FakeCamera::Channel(1024);
-    settings.plan = Plan();
+    settings.plan = StressPlan();
     settings.maxBuffers = kBuffers;
     settings.maxQueuedTransfers = random() % 20 + 1;
     return settings;
