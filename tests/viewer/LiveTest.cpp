@@ -210,6 +210,20 @@ TEST_F(Live, WhatChangesByAChangeIsTold) {
                 HasSubstr("64"));
 }
 
+TEST_F(Live, WhatChangesByItselfIsNotToldAsChangedByASetting) {
+    AskCamera("start");
+    AskCamera("set", R"(, "name": "CounterEventSource", "value": "FrameStart")");
+    bool isTold = true;
+    for (int gain = 1; isTold && gain <= 15; ++gain) {
+        for (int ticks = 0; ticks < 4; ++ticks)
+            Figures(); // which come every half second
+        const Json answer = AskCamera("set", R"(, "name": "Gain", "value": ")" + std::to_string(gain) + "\"");
+        EXPECT_THAT(answer.dump(), HasSubstr("GainRaw"));
+        isTold = answer.dump().find("CounterValue") != std::string::npos;
+    }
+    EXPECT_FALSE(isTold) << "it counts images whatever the gain is";
+}
+
 TEST_F(Live, WhatIsLockedSaysWhyAndWhatIsForReadingOnlyNeedsNoReason) {
     AskCamera("start");
     const Json values = AskCamera("features").at("values");

@@ -135,13 +135,16 @@ Json StateOf(const Feature& feature) {
     return state;
 }
 
-Json FeatureStates::Update(const Camera& camera, const std::vector<std::string>& names) {
+Json FeatureStates::Update(const Camera& camera, const std::vector<std::string>& names, Occasion occasion) {
     Json changed = Json::object();
+    if (occasion == Occasion::Setting) m_Restless.NoteSetting(Restless::Clock::now());
     for (const std::string& name : names) {
         if (!camera.HasFeature(name)) continue;
         Json state = StateOf(camera[name]);
         Json& known = m_Known[name];
         if (known == state) continue;
+        if (!known.is_null() && known.value("value", "") != state.value("value", ""))
+            m_Restless.NoteChange(name, Restless::Clock::now());
         known = state;
         changed[name] = std::move(state);
     }

@@ -1,6 +1,7 @@
 #pragma once
 // Features of a camera as JSON.
 
+#include "Restless.h"
 #include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Camera.h>
@@ -17,16 +18,24 @@ Json DescribeFeatures(const Tavix::Camera& camera);
 /// What does: value, limits, access, reasons. Never throws what a feature throws: a failure is part of it.
 Json StateOf(const Tavix::Feature& feature);
 
+/// Why features are read again: somebody has set something, or time has passed.
+enum class Occasion { Setting, Look };
+
 /// The states that browsers have been told. Bound to a thread.
 class FeatureStates {
 public:
     /// Reads features again and returns those that have changed, by name.
-    Json Update(const Tavix::Camera& camera, const std::vector<std::string>& names);
+    Json Update(const Tavix::Camera& camera, const std::vector<std::string>& names, Occasion occasion);
     const Json& Known() const { return m_Known; }
     void Forget() { m_Known = Json::object(); }
+    /// Whether its value changes without a setting.
+    bool IsRestless(const std::string& name) const { return m_Restless.Is(name, Restless::Clock::now()); }
+    /// Whether nobody has set anything for a while.
+    bool IsQuiet() const { return m_Restless.IsQuiet(Restless::Clock::now()); }
 
 private:
     Json m_Known = Json::object();
+    Restless m_Restless;
 };
 
 } // namespace viewer

@@ -52,7 +52,7 @@ void Room::Look() {
     if (!m_Camera) return;
     NoticeEnd();
     if (!m_IsAway) {
-        const Json changed = m_States.Update(*m_Camera, m_Watches.Names());
+        const Json changed = m_States.Update(*m_Camera, m_Watches.Names(), Occasion::Look);
         if (!changed.empty()) m_Outlet.Tell({{"event", "values"}, {"camera", m_Key}, {"values", changed}});
     }
     TellFigures();
@@ -95,24 +95,25 @@ void Room::Reopen(const CameraInfo& info) {
 
 Json Room::Features() {
     Json json = DescribeFeatures(Camera());
-    m_States.Update(Camera(), m_Names);
+    m_States.Update(Camera(), m_Names, Occasion::Look);
     json["values"] = m_States.Known();
     return json;
 }
 
-Json Room::TellChanges() {
-    Json changed = m_States.Update(Camera(), m_Names);
+Json Room::TellChanges(Occasion occasion) {
+    Json changed = m_States.Update(Camera(), m_Names, occasion);
     if (!changed.empty()) m_Outlet.Tell({{"event", "values"}, {"camera", m_Key}, {"values", changed}});
     return changed;
 }
 
 /// Whatever happens, what has changed is told: a change that failed half-way has changed something.
 Json Room::Changing(const std::function<void()>& change, const std::string& asked) {
+    if (m_States.IsQuiet()) TellChanges(Occasion::Look); // what has changed by itself until now
     const Json before = m_States.Known();
     try {
         change();
     } catch (...) {
-        m_States.Update(Camera(), {asked});
+        m_States.Update(Camera(), {asked}, Occasion::Setting);
         m_Outlet.Tell({{"event", "values"}, {"camera", m_Key}, {"values", {{asked, StateOf(Camera()[asked])}}}});
         throw;
     }
@@ -120,7 +121,7 @@ Json Room::Changing(const std::function<void()>& change, const std::string& aske
     const Json changes = TellChanges();
     for (const auto& [name, state] : changes.items()) {
         const std::string to = state.value("value", ""), from = before.value(name, Json::object()).value("value", "");
-        if (name != asked && from != to && before.contains(name))
+        if (name != asked && from != to && before.contains(name) && !m_States.IsRestless(name))
             others.push_back({{"name", name}, {"from", from}, {"to", to}});
     }
     return {{"changed", others}};

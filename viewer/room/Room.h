@@ -65,7 +65,7 @@ private:
     void OnEvent(const Tavix::CameraEvent& event);
     void TellState();
     /// Reads all features again and tells what has changed.
-    Json TellChanges();
+    Json TellChanges(Occasion occasion = Occasion::Setting);
     Json Changing(const std::function<void()>& change, const std::string& asked);
     void TellFigures();
     void TellRecording();
