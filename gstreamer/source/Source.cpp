@@ -164,7 +164,15 @@ void Source::SetFeatures(const std::string& text) {
 }
 
 void Source::Trigger() {
-    Opened()->Trigger();
+    constexpr std::chrono::milliseconds kGlance{100}, kReadiness{5000};
+    const auto camera = Opened();
+    const auto deadline = std::chrono::steady_clock::now() + kReadiness;
+    while (!camera->AwaitTrigger(kGlance)) {
+        if (m_Flow.IsInterrupted()) throw Tavix::StateError("the camera does not stream: set the pipeline to PLAYING");
+        if (std::chrono::steady_clock::now() < deadline) continue;
+        throw Tavix::Timeout("the camera was not ready for a trigger within 5 s; its images may take longer");
+    }
+    camera->FireTrigger();
 }
 
 void Source::Read(const std::string& feature, GValue& value) {

@@ -169,9 +169,7 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "One image within so many seconds, after a software trigger if the camera waits for one.")
         .def(
             "trigger",
-            [](Door& door, const py::object& timeout) {
-                TriggerInSteps(timeout, [&](std::chrono::milliseconds slice) { door.camera.Trigger(slice); });
-            },
+            [](Door& door, const py::object& timeout) { TriggerInSteps(door.camera, timeout, {&door.camera}); },
             py::arg("timeout") = py::none(),
             "Triggers by software as soon as the camera is ready; waits 5 s for that unless told otherwise.");
 }

@@ -4,11 +4,16 @@
 #include "python/Lock.h"
 
 #include <tavix/camera/Camera.h>
+#include <tavix/camera/Error.h>
 
-#include <functional>
 #include <memory>
+#include <vector>
 
 namespace tavixpython {
+
+/// How long a trigger waits for the camera to be ready unless told otherwise.
+inline constexpr std::chrono::milliseconds kReadiness{5000};
+Tavix::Timeout NotReady(std::chrono::milliseconds time);
 
 /// Complains when it was forgotten. Destroyed with the interpreter's lock held.
 struct Door {
@@ -21,7 +26,18 @@ struct Door {
     Tavix::Camera& camera;
 };
 
-/// Triggers by `trigger`, which takes the longest time to wait for readiness, so that a signal ends the wait.
-void TriggerInSteps(const pybind11::object& timeout, const std::function<void(std::chrono::milliseconds)>& trigger);
+/// Waits in steps until `feature`, a command that was started, is done; a signal ends the wait. Timeout.
+void AwaitDoneInSteps(const Tavix::Feature& feature, std::chrono::milliseconds longest);
+
+/// Triggers a camera or a group; a signal ends the waits for readiness and for the commands to be done.
+template<class Source>
+void TriggerInSteps(Source& source, const pybind11::object& timeout, const std::vector<Tavix::Camera*>& cameras) {
+    const std::chrono::milliseconds longest = ToMilliseconds(timeout, kReadiness);
+    if (!WaitInSteps(longest, [&](std::chrono::milliseconds time) { return source.AwaitTrigger(time); }))
+        throw NotReady(longest);
+    Unlocked([&] { source.FireTrigger(); });
+    for (Tavix::Camera* camera : cameras)
+        AwaitDoneInSteps(Unlocked([&] { return (*camera)["TriggerSoftware"]; }), Tavix::kCommandTimeout);
+}
 
 } // namespace tavixpython

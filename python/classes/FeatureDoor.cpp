@@ -1,6 +1,7 @@
 #include "python/classes/FeatureDoor.h"
 
 #include "python/Callbacks.h"
+#include "python/Door.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
 #include "python/values/Values.h"
@@ -10,7 +11,6 @@
 #include <pybind11/stl.h>
 
 #include <string>
-#include <thread>
 
 namespace py = pybind11;
 
@@ -35,32 +35,10 @@ py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const
     return py::float_(value);
 }
 
-bool IsStartedAndDone(const Feature& feature) {
-    try {
-        feature.Execute(milliseconds(0));
-        return true;
-    } catch (const Tavix::Timeout&) {
-        return false;
-    }
-}
-
-bool IsDoneWithin(const Feature& feature, milliseconds time) {
-    constexpr milliseconds kStep{2};
-    const auto end = std::chrono::steady_clock::now() + time;
-    while (!feature.IsDone()) {
-        if (std::chrono::steady_clock::now() >= end) return false;
-        std::this_thread::sleep_for(kStep);
-    }
-    return true;
-}
-
 void Execute(const Feature& feature, const py::object& timeout) {
     const milliseconds longest = ToMilliseconds(timeout, Tavix::kCommandTimeout);
-    const auto isDone = [&](milliseconds time) { return IsDoneWithin(feature, time); };
-    if (Unlocked([&] { return IsStartedAndDone(feature); }) || WaitInSteps(longest, isDone)) return;
-    throw Tavix::Timeout(feature.Name() + " was started and is not done after " + std::to_string(longest.count()) +
-                             " ms",
-                         feature.Name());
+    Unlocked([&] { feature.Start(); });
+    AwaitDoneInSteps(feature, longest);
 }
 
 Tavix::Subscription OnChange(const Feature& feature, py::function callback) {

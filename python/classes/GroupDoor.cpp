@@ -123,7 +123,10 @@ void BindGroup(py::module_& module) {
         .def(
             "trigger",
             [](GroupDoor& door, const py::object& timeout) {
-                TriggerInSteps(timeout, [&](milliseconds slice) { door.group->Trigger(slice); });
+                std::vector<Tavix::Camera*> cameras;
+                for (Tavix::Camera& camera : *door.group)
+                    cameras.push_back(&camera);
+                TriggerInSteps(*door.group, timeout, cameras);
             },
             py::arg("timeout") = py::none(),
             "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.")

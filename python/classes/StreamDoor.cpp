@@ -59,7 +59,7 @@ Tavix::Image GrabOne(Tavix::Camera& camera, const py::object& timeout) {
     const milliseconds time = ToMilliseconds(timeout, milliseconds(-1));
     const bool isTriggered = WaitsForSoftware(camera);
     Running<Tavix::ImageStream> stream(StartWith(camera, options, time));
-    if (isTriggered) TriggerInSteps(timeout, [&](milliseconds slice) { camera.Trigger(slice); });
+    if (isTriggered) TriggerInSteps(camera, timeout, {&camera});
     auto image = stream.Next();
     if (!image) throw Tavix::StateError("the camera was closed");
     return std::move(*image);

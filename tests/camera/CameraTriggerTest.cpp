@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 namespace {
 
 using namespace cameratest;
@@ -33,6 +35,30 @@ TEST(Trigger, TimesOutForACameraThatIsNotReady) {
     camera["TriggerSource"] = "Software";
     camera["TriggerMode"] = "On";
     EXPECT_THAT(ErrorOf<Tavix::Timeout>([&] { camera.Trigger(1ms); }), HasSubstr("not ready")); // it does not stream
+}
+
+TEST(Trigger, IsFiredWithoutWaitingForItToBeDone) {
+    VirtualBus bus(R"([{"sensorWidth": 64, "sensorHeight": 64,
+                        "registers": {"endlessCommands": [1057056, 1057088, 1057120]}}])"); // TriggerSoftware
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerSource"] = "Software";
+    camera["TriggerMode"] = "On";
+    Tavix::ImageStream stream = camera.Grab();
+    while (!camera.AwaitTrigger(1ms)) {
+    }
+    camera.FireTrigger();
+    EXPECT_FALSE(camera["TriggerSoftware"].AwaitDone(1ms));
+    EXPECT_TRUE(stream.Next()) << "it is taken all the same";
+}
+
+TEST(Trigger, IsNotWaitedForWhenTheCameraIsClosed) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerSource"] = "Software";
+    camera["TriggerMode"] = "On";
+    std::thread other([&] { ErrorOf<Tavix::StateError>([&] { camera.Trigger(10min); }); }); // it does not stream
+    camera.Close();
+    other.join();
 }
 
 TEST(GrabOne, IsAFreeImageOrATriggeredOne) {

@@ -97,6 +97,26 @@ def test_a_signal_ends_a_wait_for_a_command_that_is_never_done():
         assert camera["Width"] == 64  # and the camera is at hand as before
 
 
+def test_a_signal_ends_a_wait_for_a_trigger_that_is_never_done():
+    done = run("""
+import os, signal, tavix, threading
+tavix.virtual([{"registers": {"endlessCommands": [0x102120, 0x102140, 0x102160]}}])  # TriggerSoftware
+with tavix.open() as camera:
+    camera.TriggerSource = "Software"
+    camera.TriggerMode = "On"
+    with camera.grab(timeout=None) as stream:
+        def interrupt():
+            next(stream)  # so the trigger was given
+            os.kill(os.getpid(), signal.SIGINT)
+        threading.Thread(target=interrupt).start()
+        try:
+            camera.trigger()
+        except KeyboardInterrupt:
+            print("good")
+""")
+    assert done.stdout == "good\n", done.stderr
+
+
 def test_a_command_that_is_never_done_is_a_timeout():
     with tavix.open("8") as camera:
         with pytest.raises(tavix.Timeout, match="TestEventGenerate was started and is not done") as caught:

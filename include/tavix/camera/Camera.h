@@ -64,6 +64,11 @@ public:
     /// does not, so that no trigger is lost. Timeout when it is not ready in that time; AccessError when its trigger
     /// mode or source are others.
     void Trigger(std::chrono::milliseconds timeout = std::chrono::milliseconds(5000));
+    /// The parts of Trigger(), for those who look at something else meanwhile: whether the camera is ready within that
+    /// time, AccessError when it takes no triggers by software; and the trigger itself, now, without waiting for
+    /// camera["TriggerSoftware"].IsDone().
+    bool AwaitTrigger(std::chrono::milliseconds timeout) const;
+    void FireTrigger();
 
     /// Switches the event's notification on and calls for each message, one after the other on a thread of the camera;
     /// for an empty name every event that the camera has, and those messages that its description does not know.

@@ -87,6 +87,10 @@ public:
 
     /// Executes a command and waits until it is done. Timeout when it is not by then.
     void Execute(std::chrono::milliseconds timeout = kCommandTimeout) const;
+    /// The parts of Execute(), for those who look at something else meanwhile: starts a command; whether it is done
+    /// within that time.
+    void Start() const;
+    bool AwaitDone(std::chrono::milliseconds timeout) const;
     /// Whether a command that was executed is done. Asks the camera.
     bool IsDone() const;
 

@@ -73,6 +73,9 @@ public:
     GroupStream Grab(const GroupOptions& options = {});
     /// Triggers all by software, as near to each other as the bus allows, once all are ready.
     void Trigger(std::chrono::milliseconds timeout = std::chrono::milliseconds(5000));
+    /// Its parts, as those of a camera.
+    bool AwaitTrigger(std::chrono::milliseconds timeout) const;
+    void FireTrigger();
 
 private:
     explicit Group(std::vector<Camera> cameras) : m_Cameras(std::move(cameras)) {}

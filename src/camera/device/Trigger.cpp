@@ -55,6 +55,17 @@ std::chrono::nanoseconds StatedPeriod(FeatureSource& camera) {
     return {};
 }
 
+/// Closing the camera ends the wait.
+bool AwaitTurn(FeatureSource& camera, Clock::time_point turn, Clock::time_point deadline) {
+    constexpr std::chrono::milliseconds kGlance{50};
+    const Clock::time_point end = std::min(turn, deadline);
+    for (auto now = Clock::now(); now < end; now = Clock::now()) {
+        camera.Hold();
+        std::this_thread::sleep_until(std::min(end, now + kGlance));
+    }
+    return turn <= deadline;
+}
+
 bool AwaitReadiness(FeatureSource& camera, Clock::time_point deadline) {
     const Feature status = camera.Make("AcquisitionStatus");
     while (!status.Bool()) {
@@ -66,41 +77,52 @@ bool AwaitReadiness(FeatureSource& camera, Clock::time_point deadline) {
 
 } // namespace
 
-bool TriggerClock::AwaitTurn(std::chrono::nanoseconds period, Clock::time_point deadline) const {
-    const Clock::time_point turn = Clock::time_point(Clock::duration(m_Last)) + period;
-    if (turn > deadline) return false;
-    std::this_thread::sleep_until(turn);
-    return true;
-}
-
 bool WaitsForSoftware(FeatureSource& camera) {
     return Is(camera, "TriggerMode", "On") && Is(camera, "TriggerSource", "Software");
 }
 
-void AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono::milliseconds timeout) {
+bool AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono::milliseconds timeout) {
     if (!WaitsForSoftware(camera)) {
         throw AccessError("the camera takes no trigger by software now; set TriggerMode to On and TriggerSource to "
                           "Software",
                           "TriggerSoftware");
     }
     const Clock::time_point deadline = Clock::now() + timeout;
-    const bool isReady =
-        TellsReadiness(camera) ? AwaitReadiness(camera, deadline) : clock.AwaitTurn(StatedPeriod(camera), deadline);
-    if (!isReady)
-        throw Timeout("the camera was not ready for a trigger within " + std::to_string(timeout.count()) + " ms",
-                      "TriggerSoftware");
+    return TellsReadiness(camera) ? AwaitReadiness(camera, deadline)
+                                  : AwaitTurn(camera, clock.Last() + StatedPeriod(camera), deadline);
+}
+
+void ThrowNotReady(std::chrono::milliseconds timeout) {
+    throw Timeout("the camera was not ready for a trigger within " + std::to_string(timeout.count()) + " ms",
+                  "TriggerSoftware");
 }
 
 void FireTrigger(FeatureSource& camera, TriggerClock& clock) {
-    camera.Make("TriggerSoftware").Execute();
+    camera.Make("TriggerSoftware").Start();
     clock.NoteTrigger();
+}
+
+void AwaitFired(FeatureSource& camera) {
+    const Feature trigger = camera.Make("TriggerSoftware");
+    if (trigger.AwaitDone(kCommandTimeout)) return;
+    throw Timeout("the trigger was given and is not done after " + std::to_string(kCommandTimeout.count()) + " ms",
+                  trigger.Name());
 }
 
 } // namespace detail
 
 void Camera::Trigger(std::chrono::milliseconds timeout) {
-    detail::AwaitTrigger(Checked(), m_Core->GetTriggerClock(), timeout);
-    detail::FireTrigger(*m_Core, m_Core->GetTriggerClock());
+    if (!AwaitTrigger(timeout)) detail::ThrowNotReady(timeout);
+    FireTrigger();
+    detail::AwaitFired(*m_Core);
+}
+
+bool Camera::AwaitTrigger(std::chrono::milliseconds timeout) const {
+    return detail::AwaitTrigger(Checked(), m_Core->GetTriggerClock(), timeout);
+}
+
+void Camera::FireTrigger() {
+    detail::FireTrigger(Checked(), m_Core->GetTriggerClock());
 }
 
 Image Camera::GrabOne(std::chrono::milliseconds timeout) {
@@ -114,8 +136,9 @@ Image Camera::GrabOne(std::chrono::milliseconds timeout) {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     Image image = stream.Wait(std::max(left, std::chrono::milliseconds(0)));
-    if (!image) throw Timeout("no image came within " + std::to_string(timeout.count()) + " ms");
-    return image;
+    if (image) return image;
+    m_Core->Hold(); // closed meanwhile, that is the reason
+    throw Timeout("no image came within " + std::to_string(timeout.count()) + " ms");
 }
 
 } // namespace Tavix

@@ -166,20 +166,28 @@ void Feature::SetBytes(const std::vector<std::uint8_t>& bytes) {
     m_Source->OnWritten(access.Node(), detail::Text(memory->ToString()));
 }
 
-void Feature::Execute(std::chrono::milliseconds timeout) const {
+void Feature::Start() const {
     const NodeAccess access(*m_Source, m_Name);
     auto* command = access.As<GenApi::ICommand>();
     if (!command) access.ThrowWrongType("command");
     if (!GenApi::IsWritable(command->GetAccessMode())) access.ThrowNoAccess("executed");
     access.Write("done", [&] { command->Execute(); });
     m_Source->OnWritten(access.Node(), {});
+}
+
+bool Feature::AwaitDone(std::chrono::milliseconds timeout) const {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!access.Ask([&] { return command->IsDone(); })) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            throw Timeout(m_Name + " was started and is not done after " + std::to_string(timeout.count()) + " ms",
-                          m_Name);
+    while (!IsDone()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
         std::this_thread::sleep_for(kCommandStep);
     }
+    return true;
+}
+
+void Feature::Execute(std::chrono::milliseconds timeout) const {
+    Start();
+    if (AwaitDone(timeout)) return;
+    throw Timeout(m_Name + " was started and is not done after " + std::to_string(timeout.count()) + " ms", m_Name);
 }
 
 bool Feature::IsDone() const {

@@ -4,6 +4,7 @@
 
 #include <tavix/camera/Group.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <thread>
 
@@ -151,16 +152,25 @@ GroupStream Group::Grab(const GroupOptions& options) {
     return GroupStream(std::move(impl));
 }
 
-void Group::Trigger(std::chrono::milliseconds timeout) {
+bool Group::AwaitTrigger(std::chrono::milliseconds timeout) const {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (Camera& camera : m_Cameras) {
-        const auto left = deadline - std::chrono::steady_clock::now();
-        const auto wait =
-            std::max(std::chrono::duration_cast<std::chrono::milliseconds>(left), std::chrono::milliseconds(0));
-        detail::AwaitTrigger(camera.Checked(), camera.m_Core->GetTriggerClock(), wait);
-    }
+    return std::all_of(m_Cameras.begin(), m_Cameras.end(), [&](const Camera& camera) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        return camera.AwaitTrigger(std::max(left, std::chrono::milliseconds(0)));
+    });
+}
+
+void Group::FireTrigger() {
     for (Camera& camera : m_Cameras)
-        detail::FireTrigger(camera.Checked(), camera.m_Core->GetTriggerClock());
+        camera.FireTrigger();
+}
+
+void Group::Trigger(std::chrono::milliseconds timeout) {
+    if (!AwaitTrigger(timeout)) detail::ThrowNotReady(timeout);
+    FireTrigger();
+    for (Camera& camera : m_Cameras)
+        detail::AwaitFired(camera.Checked());
 }
 
 } // namespace Tavix
