@@ -224,6 +224,22 @@ TEST_F(Live, WhatChangesByItselfIsNotToldAsChangedByASetting) {
     EXPECT_FALSE(isTold) << "it counts images whatever the gain is";
 }
 
+TEST_F(Live, ACameraThatWaitsForItsTriggerIsClosedAtOnce) {
+    AskCamera("set", R"(, "name": "TriggerSource", "value": "Line1")");
+    AskCamera("set", R"(, "name": "TriggerMode", "value": "On")");
+    const std::uint64_t single = 1000;
+    m_Wire->SendMessage(R"({"id": 1000, "do": "single", "camera": ")" + m_Camera + "\"}");
+    m_Wire->SendMessage(R"({"id": 1001, "do": "close", "camera": ")" + m_Camera + "\"}");
+    m_Wire->SendMessage(R"({"id": 1002, "do": "faults"})"); // answered when the camera is closed
+    std::string why;
+    AwaitEvent([&](const Json& message) {
+        const std::uint64_t id = message.value("re", std::uint64_t(0));
+        if (id == single) why = message.value("error", "");
+        return id == 1002;
+    });
+    EXPECT_THAT(why, testing::Not(HasSubstr("5000 ms"))) << "no image came, but nobody wants it any more";
+}
+
 TEST_F(Live, WhatIsLockedSaysWhyAndWhatIsForReadingOnlyNeedsNoReason) {
     AskCamera("start");
     const Json values = AskCamera("features").at("values");

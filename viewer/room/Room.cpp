@@ -31,7 +31,13 @@ Room::Room(std::string key, std::string name, Outlet& outlet)
 }
 
 Room::~Room() {
-    m_Worker.Stop(); // before anything that its tasks use goes; callbacks of the camera find it there still
+    std::shared_ptr<Tavix::Camera> camera;
+    {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        camera = m_Camera;
+    }
+    if (camera) camera->Close(); // which ends what the last task waits for: an image, a trigger, a command
+    m_Worker.Stop();             // before anything that its tasks use goes; callbacks of the camera find it there still
     m_Stream.reset();
     m_Events.clear();
     m_Camera.reset();
@@ -65,8 +71,13 @@ Camera& Room::Camera() {
     return *m_Camera;
 }
 
+void Room::Replace(std::shared_ptr<Tavix::Camera> camera) {
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    m_Camera.swap(camera); // the old one closes without the lock
+}
+
 void Room::Open(const CameraInfo& info) {
-    m_Camera.emplace(Camera::Open(info));
+    Replace(std::make_shared<Tavix::Camera>(Camera::Open(info)));
     m_IsAway = false;
     m_Camera->OnRemoval([this](bool isBack) {
         m_IsAway = !isBack;
@@ -86,7 +97,7 @@ void Room::Reopen(const CameraInfo& info) {
     if (!m_IsAway || m_Stream) return; // a stream has its camera back by itself
     const bool hadEvents = !m_Events.empty();
     m_Events.clear();
-    m_Camera.reset();
+    Replace(nullptr);
     m_States.Forget();
     Open(info);
     if (hadEvents) ListenToEvents(true);

@@ -15,7 +15,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,6 +60,7 @@ public:
 
 private:
     Tavix::Camera& Camera();
+    void Replace(std::shared_ptr<Tavix::Camera> camera);
     void OnImage(Tavix::Image image);
     void OnEvent(const Tavix::CameraEvent& event);
     void TellState();
@@ -88,7 +88,7 @@ private:
     std::vector<std::string> m_Names; // of all features
     FeatureStates m_States;
     std::string m_Trouble;
-    std::optional<Tavix::Camera> m_Camera;
+    std::shared_ptr<Tavix::Camera> m_Camera; // replaced under m_Lock
     std::vector<Tavix::Subscription> m_Events;
     std::unique_ptr<Tavix::ImageStream> m_Stream;
 
