@@ -1,5 +1,6 @@
 // The native half of the package `tavix`.
 #include "python/Callbacks.h"
+#include "python/Errand.h"
 #include "python/Errors.h"
 #include "python/Fork.h"
 #include "python/classes/CameraDoor.h"
@@ -25,6 +26,7 @@ void Fill(py::module_& module) {
     tavixpython::BindInfo(module);
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
+    module.def("_await_errands", &tavixpython::AwaitErrands);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
     module.attr("__name__") = name;
 }

@@ -1,6 +1,7 @@
 #include "python/classes/CameraDoor.h"
 
 #include "python/Callbacks.h"
+#include "python/Errand.h"
 #include "python/Fork.h"
 #include "python/classes/Door.h"
 #include "python/classes/StreamDoor.h"
@@ -55,12 +56,21 @@ void RequireFeature(Door& door, const std::string& name) {
     }
 }
 
+std::vector<Tavix::Feature> Features(Door& door) {
+    return Errand([camera = door.shared] { return camera->Features(); });
+}
+
+// Of a camera that cannot be asked now, what all cameras have: whoever completes a name wants no exception.
 py::list Directory(const py::object& self) {
     py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
     Door& door = self.cast<Door&>();
     if (!IsOpen(door)) return names;
-    for (const Tavix::Feature& feature : Unlocked([&] { return door.camera.Features(); }))
-        names.append(feature.Name());
+    try {
+        for (const Tavix::Feature& feature : Features(door))
+            names.append(feature.Name());
+    } catch (const Tavix::Error&) {
+        return names;
+    }
     return names;
 }
 
@@ -90,24 +100,39 @@ void Close(Door& door) {
 }
 
 Tavix::HostTime ToHostTime(Door& door, std::uint64_t cameraTime) {
-    return door.camera.ToHostTime(cameraTime);
+    return Errand([camera = door.shared, cameraTime] { return camera->ToHostTime(cameraTime); });
 }
 
-std::vector<std::tuple<std::string, std::string, std::string>> LoadSettings(Door& door,
-                                                                            const std::filesystem::path& path) {
-    std::vector<std::tuple<std::string, std::string, std::string>> refused;
-    for (const Tavix::RefusedSetting& one : door.camera.Apply(Tavix::Settings::FromFile(path.string())))
-        refused.emplace_back(one.name, one.value, one.reason);
-    return refused;
+using Refused = std::vector<std::tuple<std::string, std::string, std::string>>;
+
+std::vector<std::pair<std::string, std::string>> SaveSettings(Door& door, const std::filesystem::path& path) {
+    return Errand([camera = door.shared, path] {
+        std::vector<Tavix::RefusedSetting> unread;
+        camera->ReadSettings(&unread).Save(path.string());
+        std::vector<std::pair<std::string, std::string>> told;
+        for (const Tavix::RefusedSetting& one : unread)
+            told.emplace_back(one.name, one.reason);
+        return told;
+    });
 }
 
-std::vector<std::tuple<std::string, std::string, std::string>> CompareSettings(Door& door,
-                                                                               const std::filesystem::path& path) {
-    const Tavix::Settings file = Tavix::Settings::FromFile(path.string());
-    std::vector<std::tuple<std::string, std::string, std::string>> different;
-    for (const Tavix::SettingDifference& one : door.camera.ReadSettings().Compare(file))
-        different.emplace_back(one.name, one.left, one.right);
-    return different;
+Refused LoadSettings(Door& door, const std::filesystem::path& path) {
+    return Errand([camera = door.shared, path] {
+        Refused refused;
+        for (const Tavix::RefusedSetting& one : camera->Apply(Tavix::Settings::FromFile(path.string())))
+            refused.emplace_back(one.name, one.value, one.reason);
+        return refused;
+    });
+}
+
+Refused CompareSettings(Door& door, const std::filesystem::path& path) {
+    return Errand([camera = door.shared, path] {
+        const Tavix::Settings file = Tavix::Settings::FromFile(path.string());
+        Refused different;
+        for (const Tavix::SettingDifference& one : camera->ReadSettings().Compare(file))
+            different.emplace_back(one.name, one.left, one.right);
+        return different;
+    });
 }
 
 void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
@@ -129,16 +154,14 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
         .def("__dir__", &Directory)
         .def("feature", &Find, py::arg("name"),
              "The feature itself, with limits, unit and entries. NotFound with the nearest names.")
-        .def(
-            "features", [](Door& door) { return door.camera.Features(); }, LockFree(),
-            "All features that the camera implements, in the order of its description.")
-        .def(
-            "save_settings",
-            [](Door& door, const std::filesystem::path& path) { door.camera.ReadSettings().Save(path.string()); },
-            py::arg("path"), LockFree(), "Writes all settings to a file. Error when it cannot be written.")
-        .def("load_settings", &LoadSettings, py::arg("path"), LockFree(),
+        .def("features", &Features, "All features that the camera implements, in the order of its description.")
+        .def("save_settings", &SaveSettings, py::arg("path"),
+             "Writes all settings to a file; returns (name, reason) of each that could not be read. Error when it "
+             "cannot be "
+             "written.")
+        .def("load_settings", &LoadSettings, py::arg("path"),
              "Applies a file of settings; returns (name, value, reason) of each that was refused.")
-        .def("compare_settings", &CompareSettings, py::arg("path"), LockFree(),
+        .def("compare_settings", &CompareSettings, py::arg("path"),
              "Compares the present settings with a file; returns (name, present value, value in the file) of each that "
              "differs, '' where one side does not have it.");
 }
@@ -149,7 +172,7 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "grab",
             [](Door& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Running<Tavix::ImageStream>>(
-                    new Running<Tavix::ImageStream>(Start(door.camera, count, options)));
+                    new Running<Tavix::ImageStream>(Start(door.shared, count, options)));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
@@ -160,11 +183,11 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "_feed",
             [](Door& door, std::int64_t count, const py::kwargs& options) {
                 return Owned<Feed<Tavix::ImageStream>>(
-                    new Feed<Tavix::ImageStream>(Start(door.camera, count, options)));
+                    new Feed<Tavix::ImageStream>(Start(door.shared, count, options)));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>())
         .def(
-            "grab_one", [](Door& door, const py::object& timeout) { return GrabOne(door.camera, timeout); },
+            "grab_one", [](Door& door, const py::object& timeout) { return GrabOne(door.shared, timeout); },
             py::arg("timeout") = 5.0,
             "One image within so many seconds, after a software trigger if the camera waits for one.")
         .def(
@@ -192,7 +215,7 @@ void BindCamera(py::module_& module) {
              "Switches the event on and calls `callback(event)` for each message on a thread of the camera.")
         .def("on_removal", &OnRemoval, py::arg("callback"),
              "Calls `callback(is_back)` when the camera is unplugged, and when it is back.")
-        .def("to_host_time", &ToHostTime, py::arg("camera_time"), LockFree(),
+        .def("to_host_time", &ToHostTime, py::arg("camera_time"),
              "A moment of the camera's clock, in nanoseconds, on the host's clocks.")
         .def("__repr__", [](Door& door) {
             return IsOpen(door) ? "<tavix.Camera " + Unlocked([&] { return door.camera.Info().friendlyName; }) + ">"
@@ -201,9 +224,10 @@ void BindCamera(py::module_& module) {
     module.def(
         "_open",
         [](const std::string& name) {
-            return Owned<Door>(new Door(std::make_shared<Tavix::Camera>(Tavix::Camera::Open(name))));
+            return Owned<Door>(
+                new Door(Errand([name] { return std::make_shared<Tavix::Camera>(Tavix::Camera::Open(name)); })));
         },
-        py::arg("name"), LockFree());
+        py::arg("name"));
 }
 
 } // namespace tavixpython

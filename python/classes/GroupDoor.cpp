@@ -1,5 +1,6 @@
 #include "python/classes/GroupDoor.h"
 
+#include "python/Errand.h"
 #include "python/classes/Door.h"
 #include "python/classes/StreamDoor.h"
 #include "python/values/Options.h"
@@ -33,7 +34,7 @@ struct GroupDoor {
 
 Owned<GroupDoor> Open(const std::vector<std::string>& names) {
     auto door = Owned<GroupDoor>(new GroupDoor);
-    door->group = Unlocked([&] { return std::make_shared<Tavix::Group>(Tavix::Group::Open(names)); });
+    door->group = Errand([names] { return std::make_shared<Tavix::Group>(Tavix::Group::Open(names)); });
     for (Tavix::Camera& camera : *door->group)
         door->cameras.append(py::cast(Owned<Door>(new Door({door->group, &camera}))));
     return door;
@@ -41,8 +42,7 @@ Owned<GroupDoor> Open(const std::vector<std::string>& names) {
 
 Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::int64_t count, const py::kwargs& options) {
     const Tavix::GroupOptions made = GroupOptionsOf(count, options);
-    const WithoutLock unlocked;
-    return {door.group->Grab(made), SilenceOf(made.grab)};
+    return {Errand([group = door.group, made] { return group->Grab(made); }), SilenceOf(made.grab)};
 }
 
 void CloseAll(GroupDoor& door) {

@@ -1,6 +1,7 @@
 #include "python/classes/InfoDoor.h"
 
 #include "python/Callbacks.h"
+#include "python/Errand.h"
 #include "python/Fork.h"
 #include "python/values/Values.h"
 
@@ -18,7 +19,6 @@ namespace tavixpython {
 namespace {
 
 using Tavix::CameraInfo;
-using LockFree = py::call_guard<WithoutLock>;
 
 constexpr const char* kAccess[] = {"free", "in use", "not permitted", "not reachable", "unknown"};
 
@@ -82,13 +82,13 @@ void BindInfo(py::module_& module) {
         .def_readonly("path", &CameraInfo::path, "The full name, which tells the port.")
         .def_readonly("speed", &CameraInfo::speed, "Of the link: 'Super', 'High', ...; '' when unknown.")
         .def(
-            "access", [](const CameraInfo& info) { return kAccess[static_cast<int>(info.Access())]; }, LockFree(),
+            "access",
+            [](const CameraInfo& info) { return kAccess[static_cast<int>(Errand([info] { return info.Access(); }))]; },
             "Asks whether it could be opened now: 'free', 'in use', 'not permitted', 'not reachable' or 'unknown'.")
         .def("__repr__", [](const CameraInfo& info) { return "<tavix.CameraInfo " + info.friendlyName + ">"; });
     BindEvent(module);
     BindWatch(module);
-    module.def(
-        "_cameras", [] { return Tavix::Cameras(); }, LockFree());
+    module.def("_cameras", [] { return Errand([] { return Tavix::Cameras(); }); });
 }
 
 } // namespace tavixpython

@@ -1,5 +1,6 @@
 #include "python/classes/StreamDoor.h"
 
+#include "python/Errand.h"
 #include "python/classes/Door.h"
 #include "python/values/Options.h"
 
@@ -18,9 +19,10 @@ bool Is(Tavix::Camera& camera, const char* feature, const char* value) {
     return camera.HasFeature(feature) && camera[feature].IsReadable() && camera[feature].Text() == value;
 }
 
-bool WaitsForSoftware(Tavix::Camera& camera) {
-    const WithoutLock unlocked;
-    return Is(camera, "TriggerMode", "On") && Is(camera, "TriggerSource", "Software");
+using SharedCamera = std::shared_ptr<Tavix::Camera>;
+
+bool WaitsForSoftware(const SharedCamera& camera) {
+    return Errand([camera] { return Is(*camera, "TriggerMode", "On") && Is(*camera, "TriggerSource", "Software"); });
 }
 
 std::string CountsText(const Tavix::GrabCounts& counts) {
@@ -35,9 +37,9 @@ std::string CountsText(const Tavix::GrabCounts& counts) {
     return text + ">";
 }
 
-Started<Tavix::ImageStream> StartWith(Tavix::Camera& camera, const Tavix::GrabOptions& options, milliseconds silence) {
-    const WithoutLock unlocked;
-    return {camera.Grab(options), silence};
+Started<Tavix::ImageStream> StartWith(const SharedCamera& camera, const Tavix::GrabOptions& options,
+                                      milliseconds silence) {
+    return {Errand([camera, options] { return camera->Grab(options); }), silence};
 }
 
 } // namespace
@@ -47,19 +49,19 @@ Tavix::Timeout NothingCame(milliseconds time) {
                           " ms; check trigger, exposure time and cable");
 }
 
-Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::int64_t count, const py::kwargs& options) {
+Started<Tavix::ImageStream> Start(const SharedCamera& camera, std::int64_t count, const py::kwargs& options) {
     const Tavix::GrabOptions made = OptionsOf(count, options);
     return StartWith(camera, made, SilenceOf(made));
 }
 
-Tavix::Image GrabOne(Tavix::Camera& camera, const py::object& timeout) {
+Tavix::Image GrabOne(const SharedCamera& camera, const py::object& timeout) {
     Tavix::GrabOptions options;
     options.count = 1;
     options.buffers = 2;
     const milliseconds time = ToMilliseconds(timeout, milliseconds(-1));
     const bool isTriggered = WaitsForSoftware(camera);
     Running<Tavix::ImageStream> stream(StartWith(camera, options, time));
-    if (isTriggered) TriggerInSteps(camera, timeout, {&camera});
+    if (isTriggered) TriggerInSteps(*camera, timeout, {camera.get()});
     auto image = stream.Next();
     if (!image) throw Tavix::StateError("the camera was closed");
     return std::move(*image);

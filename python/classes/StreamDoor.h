@@ -11,12 +11,15 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <memory>
+
 namespace tavixpython {
 
 /// Starts the camera, with the options by name.
-Started<Tavix::ImageStream> Start(Tavix::Camera& camera, std::int64_t count, const pybind11::kwargs& options);
+Started<Tavix::ImageStream> Start(const std::shared_ptr<Tavix::Camera>& camera, std::int64_t count,
+                                  const pybind11::kwargs& options);
 /// One image, triggered by software where the camera waits for that; Timeout when none came.
-Tavix::Image GrabOne(Tavix::Camera& camera, const pybind11::object& timeout);
+Tavix::Image GrabOne(const std::shared_ptr<Tavix::Camera>& camera, const pybind11::object& timeout);
 
 /// Images and sets as the interpreter has them.
 pybind11::object Present(Tavix::Image image);

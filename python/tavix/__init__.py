@@ -93,6 +93,7 @@ def _close_all():
         watch.end()
     for camera in list(_opened):
         camera.close()
+    _tavix._await_errands()  # what Ctrl-C has left behind
 
 
 def _leave_to_parent():

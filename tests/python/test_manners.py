@@ -117,6 +117,60 @@ with tavix.open() as camera:
     assert done.stdout == "good\n", done.stderr
 
 
+def test_names_are_completed_for_a_camera_that_does_not_answer():
+    done = run("""
+import tavix
+silent = {"fault": "NoAnswer", "command": 0x800, "count": 0, "whileStreaming": True}
+tavix.virtual([{"faults": {"control": [silent]}}])
+with tavix.open() as camera, camera.grab():
+    try:
+        camera.features()
+    except tavix.Error as error:
+        print(str(error).startswith("cannot list the features of"))
+    print("grab" in dir(camera))
+""")
+    assert done.stdout == "True\nTrue\n", done.stderr
+
+
+@pytest.mark.parametrize("work, late", [
+    ("tavix.open('7').close()", 50),
+    ("tavix.cameras()[0].access()", 100),
+    ("tavix.group('8', '7').close()", 50),
+    ("slow.save_settings(path)", 10),
+    ("slow.load_settings(path)", 10),
+    ("slow.grab().close()", 20),
+    ("slow.features()", 50),
+])
+def test_a_signal_ends_what_a_slow_camera_makes_long(work, late, tmp_path):
+    """What is left goes on, and hinders neither another camera nor the end."""
+    code = f"""
+import os, signal, tavix, threading, time
+slowly = {{"control": [{{"fault": "Late", "value": {late}, "count": 0}}]}}
+tavix.virtual([{{"serial": "7", "faults": slowly}}, {{"serial": "8"}}, {{"serial": "9"}}])
+path = {str(tmp_path / "settings.txt")!r}
+with tavix.open("9") as camera:
+    camera.save_settings(path)
+slow = tavix.open("7") if {"slow" in work} else None
+begun = time.monotonic()
+{work}
+whole = time.monotonic() - begun
+try:
+    begun = time.monotonic()
+    threading.Timer(0.01, os.kill, (os.getpid(), signal.SIGINT)).start()
+    {work}
+    print("too late")
+except KeyboardInterrupt:
+    print("at once" if time.monotonic() - begun < whole / 2 else "too late")
+with tavix.open("9") as camera:
+    print(camera.info.serial)
+"""
+    for _ in range(5):  # a busy computer may need another try
+        done = run(code)
+        if "at once" in done.stdout:
+            break
+    assert done.stdout == "at once\n9\n" and done.returncode == 0, done.stderr
+
+
 def test_a_command_that_is_never_done_is_a_timeout():
     with tavix.open("8") as camera:
         with pytest.raises(tavix.Timeout, match="TestEventGenerate was started and is not done") as caught:

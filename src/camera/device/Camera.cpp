@@ -7,6 +7,16 @@
 #include <GenApi/GenApi.h>
 
 namespace Tavix {
+namespace {
+
+/// What the camera implements, and people read, set or execute.
+bool IsListed(GenApi::INode& node) {
+    const bool isCategory = node.GetPrincipalInterfaceType() == GenApi::intfICategory;
+    return node.IsFeature() && !isCategory && dynamic_cast<GenApi::IValue*>(&node) != nullptr &&
+           GenApi::IsImplemented(node.GetAccessMode());
+}
+
+} // namespace
 
 Camera::Camera(std::shared_ptr<detail::CameraCore> core) : m_Core(std::move(core)) {}
 Camera::Camera(Camera&&) noexcept = default;
@@ -60,11 +70,12 @@ std::vector<Feature> Camera::Features() const {
     GenApi::NodeList_t nodes;
     device->Nodes().GetNodes(nodes);
     std::vector<Feature> features;
-    for (GenApi::INode* node : nodes) {
-        const bool isCategory = node->GetPrincipalInterfaceType() == GenApi::intfICategory;
-        if (!node->IsFeature() || isCategory || !dynamic_cast<GenApi::IValue*>(node)) continue;
-        if (GenApi::IsImplemented(node->GetAccessMode()))
-            features.push_back(m_Core->Make(detail::Text(node->GetName())));
+    try {
+        for (GenApi::INode* node : nodes)
+            if (IsListed(*node)) features.push_back(m_Core->Make(detail::Text(node->GetName())));
+    } catch (const GenICam::GenericException& e) {
+        if (device->GetRemoval().Explains(detail::Reason(e))) throw Removed(device->Name() + " is unplugged");
+        detail::RethrowAsError("cannot list the features of " + device->Name() + ": ");
     }
     return features;
 }

@@ -19,6 +19,8 @@ std::vector<RefusedSetting> ApplyOnce(detail::CameraCore& core, const Settings& 
             core.Find(line.name) = line.value;
         } catch (const Removed&) {
             throw; // the rest would be refused, too
+        } catch (const StateError&) {
+            throw; // closed by somebody who wants no more of it
         } catch (const Error& e) {
             refused.push_back({line.name, line.value, e.what()});
         }

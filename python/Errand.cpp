@@ -1,0 +1,61 @@
+#include "python/Errand.h"
+
+#include "python/Fork.h"
+
+#include <condition_variable>
+#include <mutex>
+
+#include <unistd.h>
+
+namespace tavixpython {
+namespace {
+
+/// Those that go on. Never destroyed, since a thread may outlive the end of the program.
+struct Count {
+    std::mutex mutex;
+    std::condition_variable changed;
+    unsigned int out = 0; // guarded by mutex
+};
+
+Count& TheCount() {
+    static Count& count = *new Count;
+    return count;
+}
+
+void Change(int by) {
+    Count& count = TheCount();
+    const std::lock_guard lock(count.mutex);
+    count.out += static_cast<unsigned int>(by);
+    count.changed.notify_all();
+}
+
+} // namespace
+
+bool HandlesSignals() {
+    return gettid() == getpid();
+}
+
+std::thread SendOut(std::function<void()> work) {
+    Change(1);
+    try {
+        return std::thread([work = std::move(work)]() mutable {
+            work();
+            work = nullptr; // what it held goes before it counts as done
+            Change(-1);
+        });
+    } catch (...) {
+        Change(-1);
+        throw;
+    }
+}
+
+void AwaitErrands() {
+    if (IsLeftToParent()) return;
+    WaitInSteps(std::chrono::milliseconds(-1), [](std::chrono::milliseconds time) {
+        Count& count = TheCount();
+        std::unique_lock lock(count.mutex);
+        return count.changed.wait_for(lock, time, [&count] { return count.out == 0; });
+    });
+}
+
+} // namespace tavixpython
