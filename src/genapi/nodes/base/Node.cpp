@@ -14,7 +14,7 @@ Node::Node(const NodeSeed& seed) : m_Seed(seed) {}
 Node::~Node() = default;
 
 void Node::Bind(const BoundProperty& property) {
-    Host().Lock().AssertHeld();
+    m_Seed.pHost->Lock().AssertHeld();
     switch (property.record.id) {
     case PropertyId::pError:
         m_HasErrorLinks = true;
@@ -71,18 +71,18 @@ GenApi::EAccessMode Node::GetAccessMode() const {
 }
 
 void Node::ImposeAccessMode(GenApi::EAccessMode ImposedAccessMode) {
-    const GenApi::AutoLock lock(Host().Lock());
+    const GenApi::AutoLock lock(m_Seed.pHost->Lock());
     m_Rule.Impose(ImposedAccessMode);
     Host().Modes().NextGeneration();
 }
 
 void Node::ImposeVisibility(GenApi::EVisibility ImposedVisibility) {
-    const GenApi::AutoLock lock(Host().Lock());
+    const GenApi::AutoLock lock(m_Seed.pHost->Lock());
     m_Visibility.Impose(ImposedVisibility);
 }
 
 GenApi::EVisibility Node::GetVisibility() const {
-    const GenApi::AutoLock lock(Host().Lock());
+    const GenApi::AutoLock lock(m_Seed.pHost->Lock());
     return m_Visibility.Get();
 }
 
