@@ -39,8 +39,8 @@ def test_what_is_closed_is_not_entered(camera):
                 pass
 
 
-def test_a_second_open_is_refused(camera):
-    with pytest.raises(tavix.AccessError):
+def test_a_second_open_is_refused_and_told_who_has_it(camera):
+    with pytest.raises(tavix.AccessError, match="this program has it open already"):
         tavix.open("7")
 
 
@@ -118,6 +118,13 @@ def test_without_a_camera_one_is_told_what_to_do():
     done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True,
                           env={name: value for name, value in os.environ.items() if name != "TAVIX_VIRTUAL_CAMERAS"})
     assert "plug one in" in done.stdout or done.stdout == "", done.stderr  # nothing where a real one is plugged in
+
+
+def test_settings_of_virtual_cameras_that_are_wrong_are_named_as_the_reason():
+    code = ("import tavix\ntavix.virtual([{'serail': 7}])\n"
+            "try:\n    tavix.open()\nexcept tavix.NotFound as error:\n    print(error)\n")
+    done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
+    assert "TAVIX_VIRTUAL_CAMERAS" in done.stdout or done.stdout == "", done.stderr  # nothing beside a real camera
 
 
 def test_a_loop_over_a_camera_is_refused(camera):

@@ -66,6 +66,9 @@ Accessibility CameraInfo::Access() const {
 }
 
 void detail::ThrowNoCamera() {
+    if (const char* settings = std::getenv("TAVIX_VIRTUAL_CAMERAS"); settings && *settings)
+        throw NotFound("no camera found, and no virtual one either; `tavix list` tells what is wrong with "
+                       "TAVIX_VIRTUAL_CAMERAS");
     throw NotFound("no camera found; plug one in, ask `tavix doctor` where one is, or try a virtual one with "
                    "TAVIX_VIRTUAL_CAMERAS=1");
 }

@@ -4,6 +4,9 @@
 
 #include <tavix/TlFactory.h>
 
+#include <mutex>
+#include <set>
+
 namespace Tavix::detail {
 namespace {
 
@@ -16,7 +19,36 @@ bool IsClear(const std::string& reason) {
            reason.find("The camera did not answer in time.") != std::string::npos;
 }
 
+/// Their full names; a camera may be closed on any thread, also when the program ends.
+class OpenHere {
+public:
+    static OpenHere& Get() {
+        static auto& names = *new OpenHere;
+        return names;
+    }
+    void Add(const std::string& name) {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Names.insert(name);
+    }
+    void Remove(const std::string& name) {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const auto found = m_Names.find(name);
+        if (found != m_Names.end()) m_Names.erase(found);
+    }
+    bool Has(const std::string& name) const {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        return m_Names.count(name) != 0;
+    }
+
+private:
+    mutable std::mutex m_Mutex;
+    std::multiset<std::string> m_Names; // guarded by m_Mutex
+};
+
 [[noreturn]] void ThrowCannotOpen(const CameraInfo& info, const std::exception& failure) {
+    if (OpenHere::Get().Has(info.path))
+        throw AccessError("cannot open " + info.friendlyName +
+                          ": this program has it open already; close it there, or use that one");
     const std::string reason = Reason(failure), text = "cannot open " + info.friendlyName + ": " + reason;
     switch (IsClear(reason) ? Accessibility::Unknown : info.Access()) {
     case Accessibility::InUse:
@@ -45,7 +77,7 @@ void Removal::Happen() {
 }
 
 OpenDevice::OpenDevice(const CameraInfo& info, std::function<void()> onRemoval)
-    : m_Name(info.friendlyName), m_Removal(std::make_shared<Removal>(std::move(onRemoval))) {
+    : m_Name(info.friendlyName), m_Path(info.path), m_Removal(std::make_shared<Removal>(std::move(onRemoval))) {
     CTlFactory& factory = CTlFactory::GetInstance();
     try {
         m_Device = factory.CreateDevice(info.device);
@@ -56,9 +88,11 @@ OpenDevice::OpenDevice(const CameraInfo& info, std::function<void()> onRemoval)
         if (m_Device) Attempt("Giving a camera back", [&] { factory.DestroyDevice(m_Device); });
         ThrowCannotOpen(info, e);
     }
+    OpenHere::Get().Add(m_Path);
 }
 
 OpenDevice::~OpenDevice() {
+    Attempt("Forgetting a camera", [&] { OpenHere::Get().Remove(m_Path); });
     Attempt("Deregistering from a camera", [&] { m_Device->DeregisterRemovalCallback(m_RemovalCallback); });
     Attempt("Closing a camera", [&] {
         if (m_Device->IsOpen()) m_Device->Close();

@@ -57,7 +57,7 @@ public:
     const std::string& Name() const { return m_Name; }
 
 private:
-    const std::string m_Name;
+    const std::string m_Name, m_Path;
     const std::shared_ptr<Removal> m_Removal;
     ITavixDevice* m_Device = nullptr;  // constant after construction
     void* m_RemovalCallback = nullptr; // constant after construction
