@@ -32,7 +32,18 @@ _used = False
 
 
 def _name(camera):
+    if camera is None:
+        return ""
     return camera.path if isinstance(camera, CameraInfo) else str(camera)
+
+
+def _no_pickle(image, protocol):
+    raise TypeError("an image belongs to the stream that it came from; pickle its array, or save() it")
+
+
+Image.__copy__ = Image.clone
+Image.__deepcopy__ = lambda image, memo: image.clone()
+Image.__reduce_ex__ = _no_pickle
 
 
 def open(name=""):

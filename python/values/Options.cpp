@@ -34,8 +34,32 @@ void RefuseOthers(const py::kwargs& options, Names further) {
 }
 
 template<class T>
+constexpr const char* kWanted = "a whole number, 0 or more";
+template<>
+constexpr const char* kWanted<bool> = "True or False";
+template<>
+constexpr const char* kWanted<double> = "a number of seconds";
+template<>
+constexpr const char* kWanted<std::string> = "a text";
+
+template<class T>
+T ValueOf(const py::kwargs& options, const char* name) {
+    try {
+        return options[name].cast<T>();
+    } catch (const py::cast_error&) {
+        throw py::type_error("grab() takes " + std::string(kWanted<T>) + " for " + name + ", not " +
+                             std::string(py::repr(options[name])));
+    }
+}
+
+template<class T>
 void Take(const py::kwargs& options, const char* name, T& value) {
-    if (options.contains(name)) value = options[name].cast<T>();
+    if (options.contains(name)) value = ValueOf<T>(options, name);
+}
+
+milliseconds TimeOf(const py::kwargs& options, const char* name, milliseconds none) {
+    if (!options[name].is_none()) ValueOf<double>(options, name);
+    return ToMilliseconds(options[name], none);
 }
 
 Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
@@ -50,8 +74,8 @@ Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
     Take(options, "incomplete", made.incomplete);
     Take(options, "transfer_size", made.transferSize);
     Take(options, "thread_priority", made.threadPriority);
-    if (options.contains("timeout")) made.timeout = ToMilliseconds(options["timeout"], milliseconds(0));
-    if (options.contains("reconnect")) made.reconnect = ToMilliseconds(options["reconnect"], kForEver);
+    if (options.contains("timeout")) made.timeout = TimeOf(options, "timeout", milliseconds(0));
+    if (options.contains("reconnect")) made.reconnect = TimeOf(options, "reconnect", kForEver);
     return made;
 }
 
@@ -72,9 +96,9 @@ Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const py::kwargs& options
     RefuseOthers(options, kOfGroups);
     Tavix::GroupOptions made;
     made.grab = Known(count, options);
-    if (options.contains("by")) made.by = ByOf(options["by"].cast<std::string>());
-    if (options.contains("tolerance")) made.tolerance = ToNanoseconds(options["tolerance"].cast<double>());
-    if (options.contains("set_timeout")) made.setTimeout = ToMilliseconds(options["set_timeout"], made.setTimeout);
+    if (options.contains("by")) made.by = ByOf(ValueOf<std::string>(options, "by"));
+    if (options.contains("tolerance")) made.tolerance = ToNanoseconds(ValueOf<double>(options, "tolerance"));
+    if (options.contains("set_timeout")) made.setTimeout = TimeOf(options, "set_timeout", made.setTimeout);
     return made;
 }
 

@@ -1,5 +1,7 @@
+import copy
 import gc
 import os
+import pickle
 import signal
 import subprocess
 import sys
@@ -133,6 +135,12 @@ def test_misspelt_options_and_second_streams_are_refused(camera):
         camera.grab(3, timeout=-1)
     with pytest.raises(tavix.ValueError, match="99"):
         camera.grab(3, thread_priority=100)
+    with pytest.raises(TypeError, match="whole number, 0 or more for buffers, not 'many'"):
+        camera.grab(3, buffers="many")
+    with pytest.raises(TypeError, match="for keep_budget, not -1"):
+        camera.grab(3, keep_budget=-1)
+    with pytest.raises(TypeError, match="number of seconds for timeout, not 'long'"):
+        camera.grab(3, timeout="long")
     with camera.grab():
         with pytest.raises(tavix.StateError):
             camera.grab()
@@ -161,3 +169,12 @@ def test_events_are_told_with_their_values(camera):
     subscription.end()
     name, frame, values = seen[0]
     assert name == "ExposureEnd" and isinstance(frame, int) and "EventExposureEndFrameID" in values
+
+
+def test_an_image_is_copied_and_tells_how_to_be_pickled(camera):
+    image = camera.grab_one()
+    for copied in (copy.copy(image), copy.deepcopy(image)):
+        assert (copied.array == image.array).all() and not numpy.shares_memory(copied.array, image.array)
+    with pytest.raises(TypeError, match="pickle its array, or save"):
+        pickle.dumps(image)
+    assert (pickle.loads(pickle.dumps(image.array)) == image.array).all()
