@@ -7,6 +7,9 @@
 
 #include <tavix/camera/Error.h>
 
+#include <memory>
+#include <string>
+
 GST_DEBUG_CATEGORY_STATIC(tavixsrc_debug);
 #define GST_CAT_DEFAULT tavixsrc_debug
 
@@ -69,10 +72,27 @@ gboolean SetCaps(GstBaseSrc* element, GstCaps* caps) {
     return Guarded(element, FALSE, [&] { return SourceOf(element).Negotiated(*caps), TRUE; });
 }
 
+std::string TextOf(const GstCaps& caps) {
+    const std::unique_ptr<gchar, decltype(&g_free)> text(gst_caps_to_string(&caps), &g_free);
+    return text.get();
+}
+
+/// GStreamer itself says only that nothing was agreed on.
+void TellMisfit(GstBaseSrc* element) {
+    const CapsPtr has(GetCaps(element, nullptr));
+    const CapsPtr wanted(gst_pad_peer_query_caps(GST_BASE_SRC_PAD(element), nullptr));
+    if (!wanted || gst_caps_is_empty(wanted.get()) || gst_caps_can_intersect(has.get(), wanted.get())) return;
+    PostFailure(element, Tavix::ValueError("the camera has no such images as the pipeline wants: " + TextOf(*wanted) +
+                                           "; it has " + TextOf(*has)));
+}
+
 /// Where the camera goes meanwhile, its limits are empty and no step need fail by itself.
 gboolean Negotiate(GstBaseSrc* element) {
     if (GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element)) return TRUE;
-    if (SourceOf(element).HasGone()) PostFailure(element, Tavix::Removed(kUnplugged));
+    if (SourceOf(element).HasGone())
+        PostFailure(element, Tavix::Removed(kUnplugged));
+    else
+        TellMisfit(element);
     return FALSE;
 }
 

@@ -86,7 +86,10 @@ TEST(GstCaps, AreRefusedBeyondTheLimits) {
     VirtualBus bus(kCapsCamera);
     Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,width=101") + kAppSink); // no multiple of 4
     pipeline.Reach(GST_STATE_PLAYING);
-    EXPECT_FALSE(pipeline.AwaitError().empty());
+    const std::string error = pipeline.AwaitError();
+    EXPECT_THAT(error, HasSubstr("no such images")) << "what the pipeline wants, and what there is";
+    EXPECT_THAT(error, HasSubstr("width=(int)101"));
+    EXPECT_THAT(error, HasSubstr("640, 4 ]"));
 }
 
 TEST(GstCaps, CanBeComparedByOthers) {
