@@ -28,7 +28,10 @@ struct GstTavixDevice {
 struct GstTavixDeviceClass {
     GstDeviceClass parent;
 };
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast" // in GObject's macro
 G_DEFINE_TYPE(GstTavixDevice, gst_tavix_device, GST_TYPE_DEVICE)
+#pragma GCC diagnostic pop
 
 struct GstTavixDeviceProvider {
     GstDeviceProvider parent;
@@ -37,9 +40,12 @@ struct GstTavixDeviceProvider {
 struct GstTavixDeviceProviderClass {
     GstDeviceProviderClass parent;
 };
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast" // in GObject's macro
 G_DEFINE_TYPE_WITH_CODE(GstTavixDeviceProvider, gst_tavix_device_provider, GST_TYPE_DEVICE_PROVIDER,
                         GST_DEBUG_CATEGORY_INIT(tavixdevice_debug, "tavixdeviceprovider", 0,
                                                 "USB3 Vision camera devices"))
+#pragma GCC diagnostic pop
 
 namespace {
 

@@ -58,7 +58,10 @@ struct GstTavixAllocator {
 struct GstTavixAllocatorClass {
     GstAllocatorClass parent;
 };
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast" // in GObject's macro
 G_DEFINE_TYPE(GstTavixAllocator, gst_tavix_allocator, GST_TYPE_ALLOCATOR)
+#pragma GCC diagnostic pop
 
 static void gst_tavix_allocator_class_init(GstTavixAllocatorClass* klass) {
     GST_ALLOCATOR_CLASS(klass)->free = [](GstAllocator*, GstMemory* memory) { delete &tavixgst::Received(memory); };

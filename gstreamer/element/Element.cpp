@@ -13,8 +13,11 @@
 GST_DEBUG_CATEGORY_STATIC(tavixsrc_debug);
 #define GST_CAT_DEFAULT tavixsrc_debug
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast" // in GObject's macro
 G_DEFINE_TYPE_WITH_CODE(GstTavixSrc, gst_tavix_src, GST_TYPE_PUSH_SRC,
                         GST_DEBUG_CATEGORY_INIT(tavixsrc_debug, "tavixsrc", 0, "USB3 Vision camera source"))
+#pragma GCC diagnostic pop
 
 namespace tavixgst {
 
