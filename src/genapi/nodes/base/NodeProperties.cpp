@@ -2,11 +2,6 @@
 
 namespace genapi {
 
-std::string_view NodeProperties::Text(PropertyId id) const {
-    const PropertyRecord* const pRecord = Find(id);
-    return pRecord ? pRecord->value : std::string_view();
-}
-
 NodeIndex NodeProperties::Target(PropertyId id) const {
     const PropertyRecord* const pRecord = Find(id);
     return pRecord ? pRecord->target : kNoNode;

@@ -26,7 +26,10 @@ public:
         return pFound;
     }
     /// Empty when there is none.
-    std::string_view Text(PropertyId id) const;
+    std::string_view Text(PropertyId id) const {
+        const PropertyRecord* const pRecord = Find(id);
+        return pRecord ? pRecord->value : std::string_view();
+    }
     /// kNoNode when there is none.
     NodeIndex Target(PropertyId id) const;
 
