@@ -1,16 +1,22 @@
 // Processor time of a frame at 100 frames a second: by the GenTL producer, as consumers take it, beside our own stream
 // grabber. Figures only.
+//
+//   bench_gentl_frames [ROUNDS [WORD...]]
+//
+// With words, only these roads are measured: grabber, producer.
 
+#include "support/Roads.h"
 #include "support/StreamBus.h"
 #include "support/StreamGrab.h"
-#include "support/ThreadTimes.h"
 
 #include "gentl/GenTL.h"
 
 #include <GenApi/GenApi.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -18,8 +24,7 @@
 
 namespace {
 
-constexpr unsigned int kFrames = 500;
-constexpr unsigned int kRounds = 5;
+constexpr unsigned int kFrames = 300, kWarmUp = 20;
 constexpr unsigned int kBuffers = 8;                                          // as many as the grabber has
 constexpr uint64_t kAcquisitionStart = 0x102004, kAcquisitionStop = 0x102008; // of the virtual camera
 
@@ -64,8 +69,7 @@ public:
             EVENT_NEW_BUFFER_DATA data{};
             size_t size = sizeof data;
             Require(EventGetData(m_Event, &data, &size, 5000), "EventGetData");
-            const std::vector<uint64_t> answers = Ask(data.BufferHandle);
-            if (answers.front() != 0) ++lost;
+            if (Ask(data.BufferHandle).front() != 0) ++lost;
             Require(DSQueueBuffer(m_Stream, data.BufferHandle), "DSQueueBuffer");
         }
     }
@@ -74,16 +78,15 @@ public:
 
 private:
     /// What consumers ask of each buffer, whether it is incomplete first.
-    std::vector<uint64_t> Ask(BUFFER_HANDLE buffer) const {
-        std::vector<uint64_t> answers;
-        for (const BUFFER_INFO_CMD command :
-             {BUFFER_INFO_IS_INCOMPLETE, BUFFER_INFO_PAYLOADTYPE, BUFFER_INFO_WIDTH, BUFFER_INFO_HEIGHT,
-              BUFFER_INFO_PIXELFORMAT, BUFFER_INFO_XPADDING, BUFFER_INFO_FRAMEID, BUFFER_INFO_TIMESTAMP_NS,
-              BUFFER_INFO_SIZE_FILLED, BUFFER_INFO_DATA_SIZE, BUFFER_INFO_BASE, BUFFER_INFO_CONTAINS_CHUNKDATA}) {
-            uint64_t value = 0;
-            size_t size = sizeof value;
-            Require(DSGetBufferInfo(m_Stream, buffer, command, nullptr, &value, &size), "DSGetBufferInfo");
-            answers.push_back(value);
+    std::array<uint64_t, 12> Ask(BUFFER_HANDLE buffer) const {
+        static constexpr BUFFER_INFO_CMD kAsked[12] = {
+            BUFFER_INFO_IS_INCOMPLETE, BUFFER_INFO_PAYLOADTYPE, BUFFER_INFO_WIDTH,   BUFFER_INFO_HEIGHT,
+            BUFFER_INFO_PIXELFORMAT,   BUFFER_INFO_XPADDING,    BUFFER_INFO_FRAMEID, BUFFER_INFO_TIMESTAMP_NS,
+            BUFFER_INFO_SIZE_FILLED,   BUFFER_INFO_DATA_SIZE,   BUFFER_INFO_BASE,    BUFFER_INFO_CONTAINS_CHUNKDATA};
+        std::array<uint64_t, 12> answers{};
+        for (size_t i = 0; i < answers.size(); ++i) {
+            size_t size = sizeof answers[i];
+            Require(DSGetBufferInfo(m_Stream, buffer, kAsked[i], nullptr, &answers[i], &size), "DSGetBufferInfo");
         }
         return answers;
     }
@@ -124,57 +127,41 @@ private:
     EVENT_HANDLE m_Event = nullptr;
 };
 
-/// What the host did for a frame.
-struct Figures {
-    std::vector<double> microseconds, switches;
-    unsigned int lost = 0;
-};
-
 template<class Grab>
-void Measure(Grab& grab, Figures& figures) {
-    grab.Frames(20);
-    const bench::Cost before = bench::MeasureThreads();
-    grab.Frames(kFrames);
-    const bench::Cost cost = bench::MeasureThreads() - before;
-    figures.microseconds.push_back(cost.hostSeconds / kFrames * 1e6);
-    figures.switches.push_back(static_cast<double>(cost.hostSwitches) / kFrames);
-    figures.lost += grab.lost;
+bench::FrameCost Measure(Grab& grab) {
+    grab.Frames(kWarmUp);
+    bench::FrameCost cost = bench::MeasureFrames(kFrames, [&] { grab.Frames(kFrames); });
+    cost.lost = grab.lost;
+    return cost;
 }
 
-double Middle(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+bench::FrameCost MeasureGrabber() {
+    bench::BenchCamera camera;
+    SetUp(camera);
+    bench::StreamGrab grab(camera);
+    return Measure(grab);
 }
 
-void Print(const char* name, const Figures& figures) {
-    const auto [least, most] = std::minmax_element(figures.microseconds.begin(), figures.microseconds.end());
-    std::printf("%-28s %8.1f %8.1f %8.1f %8.2f %6u\n", name, Middle(figures.microseconds), *least, *most,
-                Middle(figures.switches), figures.lost);
+bench::FrameCost MeasureProducer() {
+    std::size_t payload = 0;
+    {
+        bench::BenchCamera camera;
+        SetUp(camera);
+        payload = static_cast<std::size_t>(camera.Integer("PayloadSize"));
+    }
+    ProducerGrab grab(payload);
+    return Measure(grab);
 }
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    const auto rounds = static_cast<unsigned int>(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 9);
     try {
         const bench::StreamBus bus(bench::BusKind::BelowLibusb, 1);
-        Figures ours, producers;
-        for (unsigned int round = 0; round < kRounds; ++round) { // in turn, so that both meet the same machine
-            std::size_t payload = 0;
-            {
-                bench::BenchCamera camera;
-                SetUp(camera);
-                bench::StreamGrab grab(camera);
-                payload = grab.Size();
-                Measure(grab, ours);
-            }
-            ProducerGrab grab(payload);
-            Measure(grab, producers);
-        }
-        std::printf("1920 x 1080 at 100 frames/s, host's processor time of a frame in us, of %u rounds of %u frames\n",
-                    kRounds, kFrames);
-        std::printf("%-28s %8s %8s %8s %8s %6s\n", "", "median", "least", "most", "switches", "lost");
-        Print("stream grabber", ours);
-        Print("GenTL producer", producers);
+        std::printf("1920 x 1080 at 100 frames/s\n");
+        bench::MeasureInTurn({{"stream grabber", MeasureGrabber}, {"GenTL producer", MeasureProducer}}, rounds,
+                             {argv + std::min(argc, 2), argv + argc});
         return 0;
     } catch (const GenICam::GenericException& problem) {
         std::fprintf(stderr, "bench_gentl_frames: %s\n", problem.GetDescription());

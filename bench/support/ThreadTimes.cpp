@@ -80,14 +80,19 @@ Cost MeasureThreads() {
         }
         cost.hostTransfers += Transfers(task.path());
     }
+    cost.ownSeconds = ProcessSeconds() - cost.hostSeconds;
     cost.hostSeconds -= cost.cameraSeconds;
     return cost;
 }
 
 Cost operator-(const Cost& after, const Cost& before) {
-    return {after.cameraSeconds - before.cameraSeconds, after.hostSeconds - before.hostSeconds,
-            after.ioctlSeconds - before.ioctlSeconds, after.hostSwitches - before.hostSwitches,
-            after.hostTransfers - before.hostTransfers};
+    Cost between;
+    between.cameraSeconds = after.cameraSeconds - before.cameraSeconds;
+    between.hostSeconds = after.hostSeconds - before.hostSeconds - before.ownSeconds;
+    between.ioctlSeconds = after.ioctlSeconds - before.ioctlSeconds;
+    between.hostSwitches = after.hostSwitches - before.hostSwitches;
+    between.hostTransfers = after.hostTransfers - before.hostTransfers;
+    return between;
 }
 
 void Print(const Cost& cost, unsigned int frames, std::chrono::steady_clock::duration time, unsigned int lost) {

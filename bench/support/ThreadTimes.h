@@ -9,6 +9,7 @@ namespace bench {
 struct Cost {
     double cameraSeconds = 0;        ///< processor time of the virtual cameras' threads, and of their bus
     double hostSeconds = 0;          ///< processor time of all others: the library and the application
+    double ownSeconds = 0;           ///< of that, what measuring took, which a difference leaves out
     double ioctlSeconds = 0;         ///< of that, in the ioctls of the emulated bus where it has been preloaded
     std::uint64_t hostSwitches = 0;  ///< context switches of those others
     std::uint64_t hostTransfers = 0; ///< their system calls that read or wrote, as the kernel counts them

@@ -1,0 +1,88 @@
+#include "Roads.h"
+
+#include "ThreadTimes.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace bench {
+namespace {
+
+/// One road, round by round.
+struct Record {
+    const Road* road;
+    std::vector<FrameCost> rounds;
+    std::vector<double> ratios;
+};
+
+bool IsWanted(const Road& road, const std::vector<std::string>& words) {
+    const auto isIn = [&](const std::string& word) { return road.name.find(word) != std::string::npos; };
+    return words.empty() || std::any_of(words.begin(), words.end(), isIn);
+}
+
+/// Half of the values are below `part` = 0.5, a quarter below 0.25; between two values it lies on their line.
+double Quantile(std::vector<double> values, double part) {
+    std::sort(values.begin(), values.end());
+    const double place = part * static_cast<double>(values.size() - 1);
+    const auto below = static_cast<std::size_t>(place);
+    const std::size_t above = std::min(below + 1, values.size() - 1);
+    return values[below] + (values[above] - values[below]) * (place - static_cast<double>(below));
+}
+
+std::vector<double> Each(const Record& record, double FrameCost::*figure) {
+    std::vector<double> values;
+    for (const FrameCost& cost : record.rounds)
+        values.push_back(cost.*figure);
+    return values;
+}
+
+void Print(const Record& record) {
+    const std::vector<double> times = Each(record, &FrameCost::microseconds);
+    unsigned int lost = 0;
+    for (const FrameCost& cost : record.rounds)
+        lost += cost.lost;
+    std::printf("%-40s %8.1f %8.1f %6.1f..%-6.1f %8.2f %6.2f %7.2f %5.2f..%-5.2f %5u\n", record.road->name.c_str(),
+                Quantile(Each(record, &FrameCost::rate), 0.5), Quantile(times, 0.5), Quantile(times, 0.25),
+                Quantile(times, 0.75), Quantile(Each(record, &FrameCost::switches), 0.5),
+                Quantile(Each(record, &FrameCost::transfers), 0.5), Quantile(record.ratios, 0.5),
+                Quantile(record.ratios, 0.25), Quantile(record.ratios, 0.75), lost);
+}
+
+} // namespace
+
+FrameCost MeasureFrames(unsigned int frames, const std::function<void()>& take) {
+    const Cost before = MeasureThreads();
+    const auto start = std::chrono::steady_clock::now();
+    take();
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const Cost cost = MeasureThreads() - before;
+    const auto count = static_cast<double>(frames);
+    FrameCost frame;
+    frame.rate = count / seconds;
+    frame.microseconds = cost.hostSeconds / count * 1e6;
+    frame.switches = static_cast<double>(cost.hostSwitches) / count;
+    frame.transfers = static_cast<double>(cost.hostTransfers) / count;
+    return frame;
+}
+
+void MeasureInTurn(const std::vector<Road>& roads, unsigned int rounds, const std::vector<std::string>& words) {
+    std::vector<Record> records;
+    for (const Road& road : roads)
+        if (IsWanted(road, words)) records.push_back({&road, {}, {}});
+    for (unsigned int round = 0; round < rounds; ++round) {
+        for (Record& record : records) {
+            record.rounds.push_back(record.road->measure());
+            record.ratios.push_back(record.rounds.back().microseconds / records.front().rounds.back().microseconds);
+        }
+    }
+    std::printf("%u rounds in turn: host's processor time of a frame, and what part it is of the first road's in the "
+                "same round; median, lower..upper quartile\n",
+                rounds);
+    std::printf("%-40s %8s %8s %14s %8s %6s %7s %12s %5s\n", "", "frames/s", "us", "quartiles", "switches", "r/w",
+                "ratio", "quartiles", "lost");
+    for (const Record& record : records)
+        Print(record);
+}
+
+} // namespace bench
