@@ -40,64 +40,50 @@ void _WaitObjectPosix_t::Write() noexcept {
     }
 }
 
-/// False when there was nothing to read.
-bool _WaitObjectPosix_t::Read() noexcept {
+void _WaitObjectPosix_t::Read() noexcept {
     std::uint64_t count = 0;
-    ssize_t result = 0;
-    do {
-        result = read(m_Fd, &count, sizeof count);
-    } while (result < 0 && errno == EINTR);
-    return result == sizeof count;
+    while (read(m_Fd, &count, sizeof count) < 0 && errno == EINTR) {
+    }
+}
+
+/// The descriptor follows what is held; only a change of both together costs a call of the system.
+void _WaitObjectPosix_t::Hold(bool pulse, bool level) noexcept {
+    const bool was = m_HasPulse || m_IsRaised, is = pulse || level;
+    m_HasPulse = pulse;
+    m_IsRaised = level;
+    if (is != was) is ? Write() : Read();
 }
 
 void _WaitObjectPosix_t::Signal() noexcept {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_IsRaised) {
-        m_PulseBeside = true;
-    } else {
-        Write();
-    }
+    Hold(/*pulse=*/true, m_IsRaised);
 }
 
 void _WaitObjectPosix_t::Reset() noexcept {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    m_PulseBeside = false;
-    if (!m_IsRaised) (void)Read();
+    Hold(/*pulse=*/false, m_IsRaised);
 }
 
 void _WaitObjectPosix_t::Raise() noexcept {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_IsRaised) return;
-    m_IsRaised = true;
-    m_PulseBeside = IsSignalled();
-    if (!m_PulseBeside) Write();
+    Hold(m_HasPulse, /*level=*/true);
 }
 
 void _WaitObjectPosix_t::Lower() noexcept {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (!m_IsRaised) return;
-    m_IsRaised = false;
-    if (!m_PulseBeside) (void)Read();
+    Hold(m_HasPulse, /*level=*/false);
 }
 
 Taken _WaitObjectPosix_t::TryConsume() noexcept {
     const std::lock_guard<std::mutex> lock(m_Lock);
-    if (m_IsRaised) {
-        const bool takes = m_PulseBeside && !m_ManualReset;
-        if (takes) m_PulseBeside = false;
-        return takes ? Taken::Pulse : Taken::Level;
-    }
-    const bool signalled = m_ManualReset ? IsSignalled() : Read();
-    return signalled ? Taken::Pulse : Taken::Nothing;
+    if (!m_HasPulse || (m_ManualReset && m_IsRaised)) return m_IsRaised ? Taken::Level : Taken::Nothing;
+    if (!m_ManualReset) Hold(/*pulse=*/false, m_IsRaised);
+    return Taken::Pulse;
 }
 
 bool _WaitObjectPosix_t::IsSignalled() const noexcept {
-    pollfd descriptor{m_Fd, POLLIN, 0};
-    int result = 0;
-    do {
-        result = poll(&descriptor, 1, 0);
-    } while (result < 0 && errno == EINTR);
-    return result > 0 && (descriptor.revents & POLLIN) != 0;
+    const std::lock_guard<std::mutex> lock(m_Lock);
+    return m_HasPulse || m_IsRaised;
 }
 
 Deadline::Deadline(unsigned int timeoutMs) {

@@ -42,7 +42,7 @@ bool TryConsumeAll(const States& states) {
     return true;
 }
 
-/// Of those that poll has found signalled. Asking each one without that would take a call of the system for each.
+/// Of those that poll has found signalled.
 bool TryConsumeAny(const std::vector<WaitObject>& objects, const std::vector<pollfd>& polled, unsigned int* pIndex) {
     for (std::size_t i = 0; i < objects.size(); ++i) {
         if ((polled[i].revents & POLLIN) == 0 || objects[i].GetHandle()->TryConsume() == Taken::Nothing) continue;

@@ -1,5 +1,5 @@
 #pragma once
-// The state behind a wait object: one eventfd. Non-zero counter = signalled, by a pulse or by the level.
+// The state behind a wait object, and one eventfd: non-zero counter = signalled, by a pulse or by the level.
 
 #include "core/WaitObject.h"
 
@@ -14,8 +14,8 @@ namespace Tavix {
 // What a wait took: of the level it takes nothing.
 enum class Taken { Nothing, Pulse, Level };
 
-// While the level is down the descriptor alone knows of the pulse; while it is up the descriptor is readable because of
-// it, and a flag remembers a pulse beside it.
+// What is held is known here, and the descriptor only shows it to those who poll: it is readable while there is a pulse
+// or a level, which changes with the lock held. So nobody asks the system what he can know.
 // thread-safe
 struct _WaitObjectPosix_t : std::enable_shared_from_this<_WaitObjectPosix_t> {
     explicit _WaitObjectPosix_t(bool manualReset);
@@ -37,11 +37,12 @@ struct _WaitObjectPosix_t : std::enable_shared_from_this<_WaitObjectPosix_t> {
 
 private:
     void Write() noexcept;
-    bool Read() noexcept;
+    void Read() noexcept;
+    void Hold(bool pulse, bool level) noexcept; // with m_Lock held
 
-    std::mutex m_Lock;
-    bool m_IsRaised = false;    // guarded by m_Lock
-    bool m_PulseBeside = false; // guarded by m_Lock; meaningful while raised
+    mutable std::mutex m_Lock;
+    bool m_IsRaised = false; // guarded by m_Lock
+    bool m_HasPulse = false; // guarded by m_Lock
 };
 
 // The end of a wait, fixed when it begins, so that a wait that starts over doesn't get longer.

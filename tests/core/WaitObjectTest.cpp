@@ -3,8 +3,11 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -164,6 +167,36 @@ TEST(WaitObject, IsReadableWhileSignalled) {
     EXPECT_TRUE(IsReadable(object.GetFd()));
     EXPECT_TRUE(object.Wait(0));
     EXPECT_FALSE(IsReadable(object.GetFd()));
+}
+
+/// Reads and writes of the calling thread, as the kernel counts them; those that fail as well.
+std::uint64_t CountTransfers() {
+    std::ifstream io("/proc/thread-self/io");
+    std::uint64_t sum = 0;
+    for (std::string name; io >> name;) {
+        std::uint64_t count = 0;
+        io >> count;
+        if (name == "syscr:" || name == "syscw:") sum += count;
+    }
+    return sum;
+}
+
+TEST(WaitObject, CallsTheSystemOnlyForAChange) {
+    if (!std::ifstream("/proc/thread-self/io")) GTEST_SKIP() << "the kernel counts no calls";
+    const WaitObjectEx object = WaitObjectEx::Create();
+    const auto countIn = [](auto&& calls) {
+        const std::uint64_t before = CountTransfers();
+        for (int i = 0; i < 100; ++i)
+            calls();
+        return CountTransfers() - before;
+    };
+    const std::uint64_t ofCounting = countIn([] {});
+    EXPECT_EQ(countIn([&] { EXPECT_FALSE(object.Wait(0)); }), ofCounting);
+    EXPECT_EQ(countIn([&] { object.Lower(); }), ofCounting);
+    EXPECT_EQ(countIn([&] { object.Signal(); }), ofCounting + 1);
+    EXPECT_EQ(countIn([&] { object.Raise(); }), ofCounting);
+    EXPECT_EQ(countIn([&] { EXPECT_TRUE(object.Wait(0)); }), ofCounting);
+    EXPECT_EQ(countIn([&] { object.Lower(); }), ofCounting + 1);
 }
 
 TEST(WaitObject, IsHeldByItsLevelHoweverOftenSomebodyWaits) {
