@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <utility>
 
 #include <poll.h>
 
@@ -20,10 +21,12 @@ constexpr std::chrono::seconds kCloseLimit{2};
 constexpr std::uint16_t kStringLimit = 255;
 constexpr unsigned int kStringTimeoutMs = 1000;
 
-timeval Remaining(std::chrono::steady_clock::time_point deadline) {
-    using std::chrono::microseconds;
-    const auto left = std::chrono::duration_cast<microseconds>(deadline - std::chrono::steady_clock::now());
-    const auto count = std::max<microseconds::rep>(left.count(), 0);
+std::chrono::microseconds Remaining(std::chrono::steady_clock::time_point deadline) {
+    return std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
+}
+
+timeval ToTimeval(std::chrono::microseconds time) {
+    const auto count = std::max<std::chrono::microseconds::rep>(time.count(), 0);
     timeval value{};
     value.tv_sec = static_cast<time_t>(count / 1000000);
     value.tv_usec = static_cast<suseconds_t>(count % 1000000);
@@ -87,7 +90,7 @@ LibusbHandle::~LibusbHandle() {
             const Tavix::MutexLock lock(m_Lock);
             if (m_InFlight.first == nullptr && m_Ended.first == nullptr) return;
         }
-        if (Clock::now() >= deadline || WaitForEvents(deadline) != Result::Ok) return;
+        if (Clock::now() >= deadline || WaitForEvents(Remaining(deadline)) != Result::Ok) return;
     }
 }
 
@@ -160,12 +163,14 @@ void LibusbHandle::Forget(Transfer& transfer) {
 }
 
 Result LibusbHandle::HandleEvents(unsigned int timeoutMs) {
-    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    const std::chrono::milliseconds limit(timeoutMs);
+    const auto deadline = Clock::now() + limit;
+    std::chrono::microseconds left = limit;
     for (bool waited = false;; waited = true) {
         __atomic_store_n(&m_Attention, 0, __ATOMIC_SEQ_CST);
-        if (RunCompletions() || m_Wake.exchange(false)) return Result::Ok;
-        if (waited && Clock::now() >= deadline) return Result::Ok;
-        const Result result = WaitForEvents(deadline);
+        if (RunCompletions() || (m_Wake && m_Wake.exchange(false))) return Result::Ok;
+        if (waited && (left = Remaining(deadline)).count() <= 0) return Result::Ok;
+        const Result result = WaitForEvents(left);
         if (result != Result::Ok) return result;
     }
 }
@@ -178,8 +183,8 @@ void LibusbHandle::WakeEvents() {
 
 /// One turn of libusb's event handling. Another thread may have handled our event, or taken our wake-up, since we last
 /// looked; m_Attention makes libusb turn back then instead of waiting for what is over.
-Result LibusbHandle::WaitForEvents(Clock::time_point deadline) {
-    timeval left = Remaining(deadline);
+Result LibusbHandle::WaitForEvents(std::chrono::microseconds time) {
+    timeval left = ToTimeval(time);
     const int code = libusb_handle_events_timeout_completed(m_Context.get(), &left, &m_Attention);
     return code == LIBUSB_ERROR_INTERRUPTED ? Result::Ok : FromLibusb(code);
 }
@@ -197,21 +202,20 @@ void LibusbHandle::MoveToEnded(Slot& slot) {
     __atomic_store_n(&m_Attention, 1, __ATOMIC_SEQ_CST);
 }
 
-LibusbHandle::Slot* LibusbHandle::TakeEnded() {
+LibusbHandle::SlotList LibusbHandle::TakeEnded() {
     const Tavix::MutexLock lock(m_Lock);
-    Slot* slot = m_Ended.first;
-    if (slot != nullptr) m_Ended.Remove(*slot);
-    return slot;
+    return std::exchange(m_Ended, {});
 }
 
 bool LibusbHandle::RunCompletions() {
-    bool any = false;
-    while (Slot* slot = TakeEnded()) {
+    Slot* slot = TakeEnded().first;
+    const bool any = slot != nullptr;
+    while (slot != nullptr) {
         Transfer& transfer = *slot->owner;
         transfer.status = FromLibusbStatus(slot->transfer->status);
         transfer.actualLength = static_cast<std::size_t>(std::max(slot->transfer->actual_length, 0));
+        slot = slot->next; // the completion may submit or forget the one before
         transfer.completed(transfer);
-        any = true;
     }
     return any;
 }

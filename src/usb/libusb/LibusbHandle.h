@@ -63,9 +63,9 @@ private:
     static void Ended(libusb_transfer* transfer);
     static Slot* SlotOf(Transfer& transfer);
     void MoveToEnded(Slot& slot);
-    Slot* TakeEnded();
+    SlotList TakeEnded();
     bool RunCompletions();
-    Result WaitForEvents(Clock::time_point deadline);
+    Result WaitForEvents(std::chrono::microseconds time);
     void CancelAllInFlight();
     /// Empty when it cannot be read.
     std::vector<std::uint8_t> ReadStringDescriptor(std::uint8_t index, std::uint16_t language);
