@@ -19,26 +19,35 @@ void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitOb
     Guard guard(m_Mutex);
     if (m_WaitObject && m_WaitObject != waitObject) Tavix::LowerWaitObject(*m_WaitObject);
     m_WaitObject = std::move(waitObject);
+    m_IsRaised = !IsReadyLocked(); // its owner may have raised or lowered it meanwhile
     UpdateWaitObjectLocked();
 }
 
 /// What a listener takes is nothing to wait for, and telling of it would cost system calls.
+bool BufferPool::IsReadyLocked() const {
+    return !m_Completed.IsEmpty() && !m_Listener;
+}
+
 void BufferPool::UpdateWaitObjectLocked() {
-    if (!m_WaitObject) return;
-    const bool isReady = !m_Completed.IsEmpty() && !m_Listener;
+    const bool isReady = IsReadyLocked();
+    if (!m_WaitObject || isReady == m_IsRaised) return;
+    m_IsRaised = isReady;
     isReady ? Tavix::RaiseWaitObject(*m_WaitObject) : Tavix::LowerWaitObject(*m_WaitObject);
 }
 
 void BufferPool::SetListener(std::function<void()> listener) {
     Guard guard(m_Mutex);
     m_Listener = std::move(listener);
+    m_HasNews = m_Listener && !m_Completed.IsEmpty();
     UpdateWaitObjectLocked();
 }
 
 void BufferPool::TellListener() {
+    if (!m_HasNews) return; // as after most of a block's transfers, which need no lock to know it
     std::function<void()> listener;
     {
         Guard guard(m_Mutex);
+        m_HasNews = false;
         if (m_Completed.IsEmpty() || !m_Listener) return;
         listener = m_Listener;
         m_Teller = std::this_thread::get_id();
@@ -178,18 +187,19 @@ void BufferPool::PutBack(BufferList buffers) {
     m_Queued.Prepend(std::move(buffers));
 }
 
-void BufferPool::Complete(BufferHandle_s* buffer, CVxStream::GrabResult result) {
+void BufferPool::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
     Guard guard(m_Mutex);
     CompleteLocked(buffer, result);
 }
 
-void BufferPool::CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult result) {
-    result.Handle = buffer;
-    result.Buffer = buffer->data;
-    result.Context = buffer->context;
+void BufferPool::CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
     buffer->state = State::Completed;
     buffer->result = result;
+    buffer->result.Handle = buffer;
+    buffer->result.Buffer = buffer->data;
+    buffer->result.Context = buffer->context;
     m_Completed.Append(*buffer);
+    if (m_Listener) m_HasNews = true;
     UpdateWaitObjectLocked();
 }
 

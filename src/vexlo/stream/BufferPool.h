@@ -4,6 +4,7 @@
 #include "core/WaitObject.h"
 #include "vexlo/stream/BufferList.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,7 +25,8 @@ public:
 
     void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
     void SetListener(std::function<void()> listener);
-    /// Calls the listener if completed buffers wait; for the stream's thread, which holds no lock.
+    /// Calls the listener if buffers have completed since it was called last; for the stream's thread, which holds no
+    /// lock.
     void TellListener();
     /// Forgets how many buffers may come; registered ones stay.
     void Prepare(std::size_t maxBuffers, std::size_t maxBufferSize);
@@ -53,13 +55,14 @@ public:
     /// Gives bound buffers back to the head of the queue, keeping their order.
     void PutBack(BufferList buffers);
     /// Makes a bound buffer retrievable. Handle, buffer and context of the result are filled in here.
-    void Complete(BufferHandle_s* buffer, CVxStream::GrabResult result);
+    void Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
     /// Completes all queued buffers with `status`, in order.
     void CompleteQueued(VxStatus status);
 
 private:
+    bool IsReadyLocked() const;
     void UpdateWaitObjectLocked();
-    void CompleteLocked(BufferHandle_s* buffer, CVxStream::GrabResult result);
+    void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
     void CompleteQueuedLocked(VxStatus status);
     BufferHandle_s* Find(BufferHandle_s* handle) const;
 
@@ -68,7 +71,9 @@ private:
     BufferList m_Queued;                                                  // guarded by m_Mutex
     BufferList m_Completed;                                               // guarded by m_Mutex
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;              // guarded by m_Mutex
+    bool m_IsRaised = false;                                              // guarded by m_Mutex; the wait object's level
     std::function<void()> m_Listener;                                     // guarded by m_Mutex; may be empty
+    std::atomic<bool> m_HasNews{false};                                   // for the listener; set under m_Mutex
     Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
     bool m_Wanted = false;                                                // guarded by m_Mutex
     std::thread::id m_Teller;                                             // guarded by m_Mutex; the stream's thread

@@ -80,6 +80,22 @@ TEST_F(BufferPoolTest, TellsItsListenerOnlyWhileCompletedBuffersWait) {
     EXPECT_EQ(told, 1);
 }
 
+TEST_F(BufferPoolTest, TellsItsListenerOnceOfWhatHasCompleted) {
+    int told = 0;
+    Start();
+    Queued(0);
+    pool.Complete(pool.Take(), {});
+    pool.SetListener([&] { ++told; });
+    pool.TellListener();
+    EXPECT_EQ(told, 1) << "of what completed before it was there";
+    pool.TellListener();
+    EXPECT_EQ(told, 1) << "what it left is no news";
+    Queued(1);
+    pool.Complete(pool.Take(), {});
+    pool.TellListener();
+    EXPECT_EQ(told, 2);
+}
+
 TEST_F(BufferPoolTest, WakesNobodyForBuffersThatItsListenerQueues) {
     BufferHandle_s* handle = nullptr;
     pool.SetListener([&] {
@@ -221,6 +237,18 @@ TEST_F(BufferPoolTest, SignalsAWaitObjectThatComesLater) {
     Queued(0);
     pool.CompleteQueued(VX_OK);
     EXPECT_FALSE(IsSignalled());
+    pool.SetWaitObject(Tavix::ShareWaitObject(wait));
+    EXPECT_TRUE(IsSignalled());
+}
+
+TEST_F(BufferPoolTest, PutsRightTheLevelOfAWaitObjectThatComesAgain) {
+    Start();
+    wait.Raise();
+    pool.SetWaitObject(Tavix::ShareWaitObject(wait));
+    EXPECT_FALSE(IsSignalled());
+    Queued(0);
+    pool.CompleteQueued(VX_OK);
+    wait.Lower();
     pool.SetWaitObject(Tavix::ShareWaitObject(wait));
     EXPECT_TRUE(IsSignalled());
 }

@@ -18,6 +18,7 @@ void StreamRequests::Cancel() {
     MutexLock lock(m_Mutex);
     if (m_Ended) return; // what the waker wakes may be gone
     const unsigned int mine = ++m_CancelsAsked;
+    m_IsNew = true;
     m_Asked.notify_all();
     m_Waker();
     while (!m_Ended && m_CancelsServed < mine)
@@ -28,6 +29,7 @@ void StreamRequests::Stop() {
     const MutexLock lock(m_Mutex);
     if (m_Ended) return;
     m_StopAsked = true;
+    m_IsNew = HasNew();
     m_Asked.notify_all();
     m_Waker();
 }
@@ -36,15 +38,11 @@ bool StreamRequests::HasNew() const {
     return (m_StopAsked && !m_Stopping) || m_CancelsAsked != m_CancelsTaken;
 }
 
-bool StreamRequests::IsNew() const {
-    const MutexLock lock(m_Mutex);
-    return HasNew();
-}
-
 void StreamRequests::Take() {
     const MutexLock lock(m_Mutex);
     m_CancelsTaken = m_CancelsAsked;
     m_Stopping = m_StopAsked;
+    m_IsNew = false;
 }
 
 void StreamRequests::Serve() {

@@ -3,6 +3,7 @@
 
 #include "vexlo/Mutex.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 
@@ -23,7 +24,7 @@ public:
     /// All below are the stream's thread's own.
     void AwaitBegin() TAVIX_EXCLUDES(m_Mutex);
     /// Something was asked that is not taken yet.
-    bool IsNew() const TAVIX_EXCLUDES(m_Mutex);
+    bool IsNew() const { return m_IsNew; }
     void Take() TAVIX_EXCLUDES(m_Mutex);
     /// A stop was taken.
     bool IsStopping() const { return m_Stopping; }
@@ -49,6 +50,8 @@ private:
     unsigned int m_CancelsServed TAVIX_GUARDED_BY(m_Mutex) = 0;
     bool m_Ended TAVIX_GUARDED_BY(m_Mutex) = false;
 
+    // What HasNew says, for a look without the lock: set before the waker's call, which the stream's thread sees first.
+    std::atomic<bool> m_IsNew{false};
     unsigned int m_CancelsTaken = 0; // of the stream's thread
     bool m_Stopping = false;         // of the stream's thread
 };

@@ -9,6 +9,7 @@ namespace {
 constexpr std::size_t kFewestBytesInFlight = 8u << 20;
 constexpr std::size_t kMostSlots = 64;
 constexpr std::size_t kFewestScanPackets = 64;
+constexpr std::size_t kWholeBlocksQueued = 2; // behind the one that is being filled
 
 std::size_t BlockBytes(const u3v::TransferPlan& plan) {
     return static_cast<std::size_t>(plan.Capacity()) + plan.leaderSize + plan.trailerSize;
@@ -134,8 +135,17 @@ bool TransferQueue::HasRoomForNext() const {
     return m_Budget.HasRoom(m_InFlight.Size(), m_BytesInFlight, cost);
 }
 
+/// Two whole blocks wait for their data, and there is no room yet for the whole of the next: it is queued at one go
+/// when the oldest has ended, and not transfer by transfer, so that most wake-ups of the stream's thread have less to
+/// do.
+bool TransferQueue::CanNextBlockWait() const {
+    const std::size_t transfers = m_Slots[m_NextSlot]->Transfers().size();
+    if (m_NextTransfer != 0 || m_Bound.Size() <= kWholeBlocksQueued) return false;
+    return !m_Budget.HasRoom(m_InFlight.Size() + transfers - 1, m_BytesInFlight, BlockBytes(m_Plan));
+}
+
 usb::Result TransferQueue::QueueMore() {
-    while (HasRoomForNext()) {
+    while (HasRoomForNext() && !CanNextBlockWait()) {
         PlannedTransfer* transfer = NextTransfer();
         if (!transfer) break;
         if (const usb::Result result = Submit(*transfer); result != usb::Result::Ok) return result;

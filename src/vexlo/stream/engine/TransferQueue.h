@@ -39,8 +39,9 @@ public:
 
     /// The first leader may be queued before there is a buffer for its block.
     void LeadOff() { m_LeadsOff = true; }
-    /// The next transfers of the plan, as many as there are buffers and room for. Ok, or why the bus took no more; the
-    /// one that it refused keeps its place in the order.
+    /// The next transfers of the plan, as many as there are buffers and room for; a block's together, as long as whole
+    /// blocks are queued before it. Ok, or why the bus took no more; the one that it refused keeps its place in the
+    /// order.
     usb::Result QueueMore();
     /// The transfer that looks for the place. Nothing else may be in flight.
     usb::Result QueueScan() { return Submit(m_Scan); }
@@ -76,6 +77,7 @@ private:
 
     Slots MakeSlots(const u3v::TransferPlan& plan, std::uint8_t* dump);
     bool HasRoomForNext() const;
+    bool CanNextBlockWait() const;
     PlannedTransfer* NextTransfer();
     bool BindNext(BlockSlot& slot);
     usb::Result Submit(PlannedTransfer& transfer);

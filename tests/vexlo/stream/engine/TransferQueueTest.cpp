@@ -17,14 +17,16 @@ using Role = PlannedTransfer::Role;
 
 constexpr std::size_t kPerBlock = 5; // leader, three of payload, trailer
 
-/// Two buffers for blocks of 3000 bytes; ends with nothing in flight.
+/// Two buffers, or as many as a test wants, for blocks of 3000 bytes; ends with nothing in flight.
 class Queueing : public testing::Test {
 protected:
-    Queueing() {
-        pool.Prepare(2, 3000);
+    explicit Queueing(std::size_t buffers = 2, std::uint32_t transfers = 64)
+        : memory(buffers, Bytes(3000)), handles(buffers),
+          queue({bus, pool}, FakeCamera::Channel(1024), {buffers, transfers, 0}) {
+        pool.Prepare(buffers, 3000);
         pool.Start([] {});
         queue.UsePlan(plan);
-        for (std::size_t i = 0; i < 2; ++i)
+        for (std::size_t i = 0; i < buffers; ++i)
             EXPECT_EQ(pool.Register(memory[i].data(), memory[i].size(), &handles[i]), VX_OK);
     }
     ~Queueing() override {
@@ -45,11 +47,27 @@ protected:
     }
 
     const u3v::TransferPlan plan = *u3v::MakeTransferPlan({3000, 0, 0, 0, 1024, 1024});
-    Bytes memory[2] = {Bytes(3000), Bytes(3000)};
-    BufferHandle_s* handles[2] = {};
+    std::vector<Bytes> memory;
+    std::vector<BufferHandle_s*> handles;
     BufferPool pool;
     PacketBus bus{1024};
-    TransferQueue queue{{bus, pool}, FakeCamera::Channel(1024), {2, 64, 0}};
+    TransferQueue queue;
+};
+
+/// Room for four blocks.
+class QueueingInBlocks : public Queueing {
+protected:
+    QueueingInBlocks() : Queueing(8, 4 * kPerBlock) {
+        for (std::size_t i = 0; i < handles.size(); ++i)
+            Offer(i);
+    }
+    /// Takes what the next transfers of the oldest block brought, queuing more after each.
+    void TakeFromOldest(std::size_t transfers) {
+        for (std::size_t i = 0; i < transfers; ++i) {
+            (void)Next();
+            EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+        }
+    }
 };
 
 TEST_F(Queueing, QueuesWholeBlocksForTheBuffersThatThereAre) {
@@ -124,6 +142,27 @@ TEST_F(Queueing, GivesTheBuffersBackInTheirOrderAfterACancel) {
     EXPECT_EQ(buffers.TakeFirst(), handles[1]);
     EXPECT_EQ(buffers.TakeFirst(), handles[0]);
     EXPECT_TRUE(buffers.IsEmpty());
+}
+
+TEST_F(QueueingInBlocks, QueuesABlockAtOneGoWhenItsPredecessorHasEnded) {
+    ASSERT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), 4 * kPerBlock);
+    bus.Send(Block(1, plan));
+    TakeFromOldest(kPerBlock - 1);
+    EXPECT_EQ(bus.Queued(), 3 * kPerBlock) << "there is room for the begin of the next";
+    (void)Next();
+    (void)queue.EndOldest();
+    ASSERT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), 4 * kPerBlock);
+}
+
+TEST_F(QueueingInBlocks, QueuesWhatItCanWhileFewerThanTwoBlocksWait) {
+    bus.AllowTransfers(2 * kPerBlock + 2);
+    EXPECT_EQ(queue.QueueMore(), usb::Result::NoMemory);
+    EXPECT_EQ(bus.Queued(), 2 * kPerBlock + 2);
+    bus.Send(Block(1, plan));
+    TakeFromOldest(1);
+    EXPECT_EQ(bus.Queued(), 2 * kPerBlock + 2 - kPerBlock + 1) << "one for the one that was taken";
 }
 
 TEST_F(Queueing, TakesAnotherPlanWhenNothingIsInFlight) {
