@@ -14,18 +14,18 @@ GenICam::gcstring VxStatus2Msg(unsigned int status);
 
 /// A source line, written into exceptions.
 struct SourcePlace {
-    const char* file; ///< without folders
+    const char* file; ///< with its folders, which Throw leaves out
     unsigned int line;
 };
 
-/// The line that calls it.
+/// The line that calls it. Costs nothing, since it stands in calls that seldom fail.
 inline SourcePlace Here(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) {
-    return {GenICam::SourceFileBaseName(file), line};
+    return {file, line};
 }
 
 template<class Exception, class... Arguments>
 [[noreturn]] void Throw(SourcePlace place, const char* format, Arguments... arguments) {
-    throw Exception(Format(format, arguments...).c_str(), place.file, place.line);
+    throw Exception(Format(format, arguments...).c_str(), GenICam::SourceFileBaseName(place.file), place.line);
 }
 
 /// Logs an error and throws an exception of the same text.

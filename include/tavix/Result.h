@@ -51,7 +51,7 @@ public:
         m_SizeX = m_SizeY = m_OffsetX = m_OffsetY = m_PaddingX = m_PaddingY = -1;
         m_BlockId = ~std::uint64_t(0);
         m_ErrorCode = 0;
-        m_ErrorDescription = gcstring();
+        m_ErrorDescription.clear();
         m_PayloadSize64 = ~std::uint64_t(0);
     }
 

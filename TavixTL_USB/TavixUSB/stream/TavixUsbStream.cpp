@@ -255,7 +255,7 @@ void CTavixUsbStream::SetResultSink(IStreamResultSink* pSink) {
 void CTavixUsbStream::DeliverResults() {
     m_Delivering = std::this_thread::get_id();
     vexlo::CVxStream::GrabResult usbResult = {};
-    while (m_pVxStream->RetrieveBuffer(&usbResult, nullptr) == vexlo::VX_OK) {
+    for (unsigned long left = 1; left != 0 && m_pVxStream->RetrieveBuffer(&usbResult, &left) == vexlo::VX_OK;) {
         GrabResult result;
         FillGrabResult(usbResult, result);
         m_pSink->OnResult(result);
@@ -376,7 +376,7 @@ void CTavixUsbStream::CancelGrab() {
 
 bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
     Guard guard(m_Lock);
-    if (!IsOpen()) {
+    if (m_State == Closed) {
         LogAndThrow<LogicalErrorException>(
             LogCategoryStream(), Here(),
             "Stream grabber not open when calling RetrievResult for device '%hs'.", // sic
