@@ -30,7 +30,8 @@ Frame& FramePool::Add() {
 
 FramePtr FramePool::Lend(Frame& frame) {
     frame.home = shared_from_this();
-    frame.isLent = true;
+    // Relaxed: the image that clears it is made after this, and the stream ends on this thread or after it was joined.
+    frame.isLent.store(true, std::memory_order_relaxed);
     return FramePtr(&frame);
 }
 

@@ -24,7 +24,9 @@ public:
     /// The frames that came back since; linked by `next`, null for none.
     Frame* TakeReturned() { return m_Returned.exchange(nullptr); }
     /// Whether the bell shall ring when a frame comes back.
-    void SetHungry(bool isHungry) { m_IsHungry = isHungry; }
+    void SetHungry(bool isHungry) {
+        if (m_IsHungry != isHungry) m_IsHungry = isHungry; // it seldom changes, and a write has its price
+    }
     void Ring() const { m_Bell.Signal(); }
     bool HasReturned() const { return m_Returned.load() != nullptr; }
     const WaitObject& Bell() const { return m_Bell; }

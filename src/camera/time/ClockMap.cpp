@@ -1,7 +1,6 @@
 #include "camera/time/ClockMap.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 
 namespace Tavix::detail {
@@ -13,8 +12,10 @@ constexpr std::int64_t kMemory = 60 * kSecond; // how far back pairs tell of the
 constexpr std::size_t kMostSeconds = 60;
 constexpr std::int64_t kJump = kSecond / 2; // between two images, by one clock and not by the other
 
+/// Rounded here, since the mathematical library's rounding is a call for each image.
 std::int64_t Scaled(std::int64_t time, double factor) {
-    return static_cast<std::int64_t>(std::llround(static_cast<double>(time) * factor));
+    const double exact = static_cast<double>(time) * factor;
+    return static_cast<std::int64_t>(exact < 0 ? exact - 0.5 : exact + 0.5);
 }
 
 } // namespace

@@ -21,6 +21,18 @@ constexpr std::chrono::milliseconds kFirstPeriod{50}, kLongestPeriod{2000};
 constexpr std::int64_t kRealClockStays = 10'000'000; // before somebody sets it, or the time service pulls at it
 constexpr std::int64_t kOldest = 2'000'000'000;      // no image is under way for longer
 
+bool IsFaster(const ClockMap::Pair& a, const ClockMap::Pair& b) {
+    return a.roundTrip < b.roundTrip;
+}
+
+/// The fastest of these tries took about the same time: more of them would tell nothing new.
+bool AreEnough(std::vector<ClockMap::Pair> pairs) {
+    if (pairs.size() < kFastest) return false;
+    std::nth_element(pairs.begin(), pairs.begin() + kFastest - 1, pairs.end(), IsFaster);
+    const auto fastest = std::min_element(pairs.begin(), pairs.end(), IsFaster);
+    return pairs[kFastest - 1].roundTrip <= fastest->roundTrip + fastest->roundTrip / 4;
+}
+
 std::int64_t Nanoseconds(Steady::time_point time) {
     return std::chrono::duration_cast<nanoseconds>(time.time_since_epoch()).count();
 }
@@ -81,14 +93,16 @@ ClockMap::Pair HostClock::LatchOnce() {
     return {before + (after - before) / 2, value->GetValue(/*Verify=*/false, /*IgnoreCache=*/true), after - before};
 }
 
-/// Of several tries the fastest are the ones to believe, and of these the middle one.
+/// Of several tries the fastest are the ones to believe, and of these the middle one. A line is followed with fewer
+/// when they agree: each is four transfers.
 void HostClock::Compare(std::size_t tries) noexcept {
     Attempt("Comparing a camera's clock", [&] {
         const std::lock_guard<std::mutex> latching(m_Latching);
         std::vector<ClockMap::Pair> pairs;
-        for (std::size_t i = 0; i < tries; ++i)
+        const std::size_t fewest = tries == kTriesToFollow ? kFastest : tries;
+        while (pairs.size() < tries && (pairs.size() < fewest || !AreEnough(pairs)))
             pairs.push_back(LatchOnce());
-        std::sort(pairs.begin(), pairs.end(), [](const auto& a, const auto& b) { return a.roundTrip < b.roundTrip; });
+        std::sort(pairs.begin(), pairs.end(), IsFaster);
         pairs.resize(kFastest);
         std::sort(pairs.begin(), pairs.end(),
                   [](const auto& a, const auto& b) { return a.host - a.camera < b.host - b.camera; });
