@@ -22,6 +22,8 @@ public:
     virtual ~Object() = default;
 
     Kind GetKind() const { return m_Kind; }
+    /// Whether objects of that kind are of this class; each class below that handles stand for has one of its own.
+    static bool IsOne(Kind) { return true; }
     void* Handle() const { return m_Handle; }
     /// Gives the object its handle, once, before anybody else knows it.
     void Register();
@@ -90,9 +92,10 @@ private:
 /// The object behind a handle. INVALID_HANDLE when there is none of that class.
 template<class T>
 std::shared_ptr<T> Use(void* handle) {
-    auto object = std::dynamic_pointer_cast<T>(Handles::Get().Find(handle));
-    if (!object) Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
-    return object;
+    const std::shared_ptr<Object> object = Handles::Get().Find(handle);
+    if (!object || !T::IsOne(object->GetKind()))
+        Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
+    return std::static_pointer_cast<T>(object);
 }
 
 } // namespace gentl

@@ -10,26 +10,27 @@ constexpr std::size_t kMostPending = 1000;
 
 using Clock = std::chrono::steady_clock;
 
-/// The moment when a wait is over; never for GENTL_INFINITE and what is as good as that.
-class Deadline {
+/// Waits until a moment that is fixed when the first of them begins; for ever with GENTL_INFINITE and what is as good
+/// as that. Who takes what is there already needs no clock.
+class Waits {
 public:
-    explicit Deadline(std::uint64_t timeoutMs) : m_IsNever(timeoutMs > kLongest) {
-        if (!m_IsNever) m_End = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    }
-    /// For one wait, rounded up.
-    unsigned int Left() const {
-        if (m_IsNever) return Tavix::WaitObject::waitForever;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_End - Clock::now()).count();
+    explicit Waits(std::uint64_t timeoutMs) : m_TimeoutMs(timeoutMs) {}
+    /// For the next wait, rounded up; 0 when the time is over.
+    unsigned int Next() {
+        if (m_TimeoutMs > kLongest) return Tavix::WaitObject::waitForever;
+        if (m_TimeoutMs == 0) return 0;
+        const Clock::time_point now = Clock::now();
+        if (m_End == Clock::time_point::max()) m_End = now + std::chrono::milliseconds(m_TimeoutMs);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_End - now).count();
         return left <= 0 ? 0 : static_cast<unsigned int>(std::min<std::int64_t>(left, kLongestWait));
     }
-    bool IsOver() const { return !m_IsNever && Clock::now() >= m_End; }
 
 private:
     static constexpr std::uint64_t kLongest = 1000ULL * 60 * 60 * 24 * 365;
     static constexpr std::int64_t kLongestWait = 1000 * 60 * 60;
 
-    bool m_IsNever;
-    Clock::time_point m_End{};
+    const std::uint64_t m_TimeoutMs;
+    Clock::time_point m_End = Clock::time_point::max(); // no wait has begun
 };
 
 } // namespace
@@ -51,7 +52,7 @@ void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
         *size = LargestData();
         return;
     }
-    const Deadline deadline(timeoutMs);
+    Waits waits(timeoutMs);
     for (;;) {
         CheckTurnedAway();
         if (const Taken taken = TryTake(buffer, *size); taken != Taken::Nothing) {
@@ -59,8 +60,9 @@ void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
             if (taken == Taken::OneOfSeveral) m_WaitObject.Signal(); // a pulse may have been meant for another waiter
             return;
         }
-        if (deadline.IsOver()) Fail(GC_ERR_TIMEOUT, "no event came in time");
-        (void)m_WaitObject.Wait(deadline.Left());
+        const unsigned int left = waits.Next();
+        if (left == 0) Fail(GC_ERR_TIMEOUT, "no event came in time");
+        (void)m_WaitObject.Wait(left);
     }
 }
 

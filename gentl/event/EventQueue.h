@@ -17,6 +17,7 @@ namespace gentl {
 /// Thread-safe.
 class EventQueue : public Object {
 public:
+    static bool IsOne(Kind kind) { return kind == Kind::Event; }
     explicit EventQueue(EVENT_TYPE type);
 
     EVENT_TYPE Type() const { return m_Type; }

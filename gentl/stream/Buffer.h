@@ -20,6 +20,7 @@ enum class Place { Announced, Input, Output, Delivered };
 /// lock of the buffer's slot, so that they wait for nobody. Thread-safe in that sense.
 class Buffer final : public Object {
 public:
+    static bool IsOne(Kind kind) { return kind == Kind::Buffer; }
     /// `shareOfMemory` is null for memory of the consumer, who keeps it until the buffer is revoked.
     Buffer(void* streamHandle, void* memory, size_t bytes, void* user, std::shared_ptr<void> shareOfMemory = nullptr)
         : Object(Kind::Buffer), stream(streamHandle), data(memory), size(bytes), userPointer(user),

@@ -26,6 +26,7 @@ enum class Handling : std::uint64_t { Default = 0, OldestFirstOverwrite = 1, New
 /// or not. Lock order: TreeMutex(), the stream's, the slots'. Thread-safe.
 class Stream final : public Module {
 public:
+    static bool IsOne(Kind kind) { return kind == Kind::Stream; }
     explicit Stream(std::shared_ptr<Device> device);
     ~Stream() override;
 
