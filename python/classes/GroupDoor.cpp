@@ -62,7 +62,7 @@ bool IsOpen(const GroupDoor& door) {
     return std::all_of(door.group->begin(), door.group->end(), [](Tavix::Camera& camera) { return camera.IsOpen(); });
 }
 
-py::object Enter(const py::object& self) {
+py::object EnterGroup(const py::object& self) {
     if (!IsOpen(self.cast<GroupDoor&>()))
         throw Tavix::StateError("a camera of the group is closed; tavix.group() opens them anew");
     return self;
@@ -134,7 +134,7 @@ void BindGroup(py::module_& module) {
         .def_property_readonly(
             "is_open", [](const GroupDoor& door) { return !IsLeftToParent() && IsOpen(door); },
             "Whether all of them are.")
-        .def("__enter__", &Enter)
+        .def("__enter__", &EnterGroup)
         .def("__exit__", [](GroupDoor& door, const py::args&) { CloseAll(door); })
         .def("__repr__",
              [](const GroupDoor& door) { return "<tavix.Group of " + std::to_string(door.cameras.size()) + ">"; });
