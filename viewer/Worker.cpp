@@ -22,7 +22,7 @@ Worker::~Worker() {
 
 void Worker::Stop() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Stop = true;
         m_Changed.notify_all();
     }
@@ -30,7 +30,7 @@ void Worker::Stop() {
 }
 
 bool Worker::Post(std::function<void()> task) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Stop || m_Tasks.size() >= kMostWaiting) return false;
     m_Tasks.push_back(std::move(task));
     m_Changed.notify_all();
@@ -38,18 +38,19 @@ bool Worker::Post(std::function<void()> task) {
 }
 
 void Worker::Run() {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     while (true) {
-        m_Changed.wait(lock, [this] { return m_Stop || !m_Tasks.empty(); });
+        while (!m_Stop && m_Tasks.empty())
+            lock.Wait(m_Changed);
         if (m_Stop) return;
         const std::function<void()> task = std::move(m_Tasks.front());
         m_Tasks.pop_front();
-        lock.unlock();
+        lock.Unlock();
         try {
             task();
         } catch (const std::exception&) { // tasks tell their failures themselves; this one could not even do that
         }
-        lock.lock();
+        lock.Lock();
     }
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 // A thread for what may take its time.
 
+#include "core/Mutex.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace viewer {
@@ -26,10 +27,10 @@ public:
 private:
     void Run();
 
-    std::mutex m_Lock;
+    Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    std::deque<std::function<void()>> m_Tasks; // guarded by m_Lock
-    bool m_Stop = false;                       // guarded by m_Lock
+    std::deque<std::function<void()>> m_Tasks TAVIX_GUARDED_BY(m_Lock);
+    bool m_Stop TAVIX_GUARDED_BY(m_Lock) = false;
     std::thread m_Thread;
 };
 

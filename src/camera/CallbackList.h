@@ -3,6 +3,7 @@
 
 #include "camera/CameraLog.h"
 #include "camera/Failure.h"
+#include "core/Mutex.h"
 
 #include <tavix/camera/Subscription.h>
 
@@ -10,7 +11,6 @@
 #include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -21,35 +21,34 @@ class CallGate {
 public:
     /// False once Close was called; otherwise Leave must follow.
     bool Enter() {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         if (m_IsClosed) return false;
         m_Running.push_back(std::this_thread::get_id());
         return true;
     }
     void Leave() {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         m_Running.erase(std::find(m_Running.begin(), m_Running.end(), std::this_thread::get_id()));
         m_Left.notify_all();
     }
     /// Nobody enters any more; waits for those inside, the calling thread's own calls apart.
     void Close() {
-        std::unique_lock<std::mutex> guard(m_Mutex);
+        MutexLock guard(m_Mutex);
         m_IsClosed = true;
         const auto self = std::this_thread::get_id();
-        m_Left.wait(guard, [&] {
-            return std::all_of(m_Running.begin(), m_Running.end(), [&](std::thread::id id) { return id == self; });
-        });
+        while (std::any_of(m_Running.begin(), m_Running.end(), [&](std::thread::id id) { return id != self; }))
+            guard.Wait(m_Left);
     }
     bool IsClosed() const {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         return m_IsClosed;
     }
 
 private:
-    mutable std::mutex m_Mutex;
+    mutable Mutex m_Mutex;
     std::condition_variable m_Left;
-    bool m_IsClosed = false;                // guarded by m_Mutex
-    std::vector<std::thread::id> m_Running; // guarded by m_Mutex
+    bool m_IsClosed TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::vector<std::thread::id> m_Running TAVIX_GUARDED_BY(m_Mutex);
 };
 
 /// One registered callback. What it lets out is logged. Thread-safe.
@@ -79,7 +78,7 @@ public:
 
     Subscription Add(std::function<void(Args...)> function) {
         auto callback = std::make_shared<Callback>(std::move(function));
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         m_Callbacks.erase(
             std::remove_if(m_Callbacks.begin(), m_Callbacks.end(), [](const auto& old) { return old->HasEnded(); }),
             m_Callbacks.end());
@@ -98,12 +97,12 @@ public:
 
 private:
     std::vector<std::shared_ptr<Callback>> All() const {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         return m_Callbacks;
     }
 
-    mutable std::mutex m_Mutex;
-    std::vector<std::shared_ptr<Callback>> m_Callbacks; // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    std::vector<std::shared_ptr<Callback>> m_Callbacks TAVIX_GUARDED_BY(m_Mutex);
 };
 
 } // namespace Tavix::detail

@@ -6,7 +6,7 @@ namespace viewer {
 
 void Figures::CountArrival(const Tavix::Image& image) {
     const Tavix::HostTime time = image.Time();
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     ++m_Arrivals.frames;
     m_Arrivals.bytes += image.Payload().size;
     if (!time.IsKnown()) return;
@@ -17,7 +17,7 @@ void Figures::CountArrival(const Tavix::Image& image) {
 Json Figures::Report(const Tavix::GrabCounts& stream, const LiveFigures& live) const {
     Arrivals arrivals;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         arrivals = m_Arrivals;
     }
     const auto ms = [](std::chrono::nanoseconds time) {

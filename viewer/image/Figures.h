@@ -1,6 +1,7 @@
 #pragma once
 // What came from a camera and what looking at it took, as the figures that browsers plot.
 
+#include "core/Mutex.h"
 #include "viewer/image/LiveImage.h"
 #include "viewer/server/Protocol.h"
 
@@ -8,7 +9,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 
 namespace viewer {
 
@@ -25,8 +25,8 @@ private:
         std::chrono::nanoseconds latency{};
     };
 
-    mutable std::mutex m_Lock;
-    Arrivals m_Arrivals; // guarded by m_Lock
+    mutable Tavix::Mutex m_Lock;
+    Arrivals m_Arrivals TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace viewer

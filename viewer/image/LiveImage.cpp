@@ -35,7 +35,7 @@ LiveImage::LiveImage(std::string camera, Outlet& outlet)
 
 LiveImage::~LiveImage() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Stop = true;
         m_Changed.notify_all();
     }
@@ -48,14 +48,14 @@ void LiveImage::Put(Tavix::Image image) {
     picture->exposed = time.monotonic;
     picture->image = std::move(image);
     PicturePtr replaced; // goes after the lock
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     picture->number = ++m_LastNumber;
     replaced = std::exchange(m_Newest, std::move(picture));
     if (!m_Views.empty()) m_Changed.notify_all();
 }
 
 void LiveImage::SetView(std::uint64_t client, const ViewOptions& options) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     View& view = m_Views[client];
     view.options = options;
     view.isNew = true;
@@ -63,12 +63,12 @@ void LiveImage::SetView(std::uint64_t client, const ViewOptions& options) {
 }
 
 void LiveImage::DropView(std::uint64_t client) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Views.erase(client);
 }
 
 void LiveImage::Shown(std::uint64_t client, std::uint64_t number) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto view = m_Views.find(client);
     if (view == m_Views.end()) return;
     const auto sent = view->second.sent.find(number);
@@ -81,7 +81,7 @@ void LiveImage::Shown(std::uint64_t client, std::uint64_t number) {
 }
 
 LiveFigures LiveImage::Figures() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_Figures;
 }
 
@@ -89,15 +89,16 @@ bool LiveImage::CanTake(const View& view) const {
     return m_Newest && view.sent.size() < kInFlight && view.sent.count(m_Newest->number) == 0;
 }
 
+bool LiveImage::IsWaiting(const View& view) const {
+    const bool isOwed = view.owesDetails && Clock::now() >= view.detailed + kBetweenDetails;
+    return CanTake(view) && (view.isNew || isOwed || view.last != m_Newest->number);
+}
+
 std::map<std::uint64_t, LiveImage::View>::iterator LiveImage::FindWaiting(std::uint64_t last) {
-    const auto waits = [this](const View& view) {
-        const bool isOwed = view.owesDetails && Clock::now() >= view.detailed + kBetweenDetails;
-        return CanTake(view) && (view.isNew || isOwed || view.last != m_Newest->number);
-    };
     for (auto view = m_Views.upper_bound(last); view != m_Views.end(); ++view)
-        if (waits(view->second)) return view;
+        if (IsWaiting(view->second)) return view;
     for (auto view = m_Views.begin(); view != m_Views.end(); ++view)
-        if (waits(view->second)) return view;
+        if (IsWaiting(view->second)) return view;
     return m_Views.end();
 }
 
@@ -113,21 +114,21 @@ ViewOptions LiveImage::Due(View& view) {
     return options;
 }
 
-void LiveImage::Wait(std::unique_lock<std::mutex>& lock) {
+void LiveImage::Wait(Tavix::MutexLock& lock) {
     auto due = Clock::time_point::max();
     for (const auto& [client, view] : m_Views)
         if (view.owesDetails && CanTake(view)) due = std::min(due, view.detailed + kBetweenDetails);
     if (due == Clock::time_point::max())
-        m_Changed.wait(lock);
+        lock.Wait(m_Changed);
     else
-        m_Changed.wait_until(lock, due);
+        lock.WaitUntil(m_Changed, due);
 }
 
 void LiveImage::Run() {
     // What browsers see may wait, what the camera sends may not. On Linux that is of the thread alone.
     (void)setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
     std::uint64_t last = 0;
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     while (!m_Stop) {
         const auto waiting = FindWaiting(last);
         if (waiting == m_Views.end()) {
@@ -140,9 +141,9 @@ void LiveImage::Run() {
         const ViewOptions options = Due(view);
         view.last = picture->number;
         view.sent[picture->number] = picture->exposed;
-        lock.unlock();
+        lock.Unlock();
         Serve(last, picture, options);
-        lock.lock();
+        lock.Lock();
     }
 }
 
@@ -152,14 +153,14 @@ void LiveImage::Serve(std::uint64_t client, const PicturePtr& picture, const Vie
         std::string message = MakeImage(m_Camera, picture->number, picture->image, options);
         const auto work = ThreadTime() - before;
         {
-            const std::lock_guard<std::mutex> lock(m_Lock);
+            const Tavix::MutexLock lock(m_Lock);
             ++m_Figures.made;
             m_Figures.bytes += message.size();
             m_Figures.work += work;
         }
         m_Outlet.Show(client, std::move(message));
     } catch (const std::exception& e) {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         const auto view = m_Views.find(client);
         if (view != m_Views.end()) view->second.sent.erase(picture->number);
         m_Outlet.Answer(client, {{"event", "unshowable"}, {"camera", m_Camera}, {"why", Tavix::Printable(e.what())}});

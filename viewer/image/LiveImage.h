@@ -1,6 +1,7 @@
 #pragma once
 // The newest image of a camera on its way to those who look at it.
 
+#include "core/Mutex.h"
 #include "viewer/image/ImageMessage.h"
 #include "viewer/server/Client.h"
 
@@ -10,7 +11,6 @@
 #include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -57,24 +57,25 @@ private:
 
     void Run();
     /// Until something has changed or is due.
-    void Wait(std::unique_lock<std::mutex>& lock);
-    bool CanTake(const View& view) const;
+    void Wait(Tavix::MutexLock& lock) TAVIX_REQUIRES(m_Lock);
+    bool CanTake(const View& view) const TAVIX_REQUIRES(m_Lock);
+    bool IsWaiting(const View& view) const TAVIX_REQUIRES(m_Lock);
     /// What is sent to the view now: details only so often.
     static ViewOptions Due(View& view);
     /// The next browser to serve, after `last` in turn; the end when none waits.
-    std::map<std::uint64_t, View>::iterator FindWaiting(std::uint64_t last);
+    std::map<std::uint64_t, View>::iterator FindWaiting(std::uint64_t last) TAVIX_REQUIRES(m_Lock);
     void Serve(std::uint64_t client, const PicturePtr& picture, const ViewOptions& options);
 
     const std::string m_Camera;
     Outlet& m_Outlet;
 
-    mutable std::mutex m_Lock; // guards all below
+    mutable Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    PicturePtr m_Newest;
-    std::uint64_t m_LastNumber = 0;
-    std::map<std::uint64_t, View> m_Views;
-    LiveFigures m_Figures;
-    bool m_Stop = false;
+    PicturePtr m_Newest TAVIX_GUARDED_BY(m_Lock);
+    std::uint64_t m_LastNumber TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::map<std::uint64_t, View> m_Views TAVIX_GUARDED_BY(m_Lock);
+    LiveFigures m_Figures TAVIX_GUARDED_BY(m_Lock);
+    bool m_Stop TAVIX_GUARDED_BY(m_Lock) = false;
     std::thread m_Thread;
 };
 

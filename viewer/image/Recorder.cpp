@@ -59,7 +59,7 @@ Recorder::Recorder(const RecordOptions& options) : m_Options(options) {
 
 Recorder::~Recorder() {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Stop = true;
         m_Changed.notify_all();
     }
@@ -68,7 +68,7 @@ Recorder::~Recorder() {
 
 void Recorder::Put(const Tavix::Image& image) {
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         if (m_HasEnded) return;
         if (m_WaitingBytes + image.Payload().size > kMostWaitingBytes && !m_Waiting.empty()) {
             ++m_LeftOut;
@@ -76,7 +76,7 @@ void Recorder::Put(const Tavix::Image& image) {
         }
     }
     Tavix::Image copy = image.Clone();
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_HasEnded) return;
     m_WaitingBytes += copy.Payload().size;
     m_Waiting.push_back(std::move(copy));
@@ -85,41 +85,42 @@ void Recorder::Put(const Tavix::Image& image) {
 }
 
 void Recorder::End() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_HasEnded = true;
     m_Changed.notify_all();
 }
 
 bool Recorder::IsDone() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return m_IsDone;
 }
 
 Json Recorder::State() const {
     const std::uint64_t left = SpaceLeft(m_Folder);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return {{"folder", m_Folder.string()}, {"saved", m_Saved}, {"of", m_Options.count},
             {"leftOut", m_LeftOut},        {"bytes", m_Bytes}, {"waiting", m_Waiting.size()},
             {"spaceLeft", left},           {"done", m_IsDone}, {"why", m_Why}};
 }
 
 void Recorder::Run() {
-    std::unique_lock<std::mutex> lock(m_Lock);
+    Tavix::MutexLock lock(m_Lock);
     while (!m_Stop) {
-        m_Changed.wait(lock, [this] { return m_Stop || m_HasEnded || !m_Waiting.empty(); });
+        while (!m_Stop && !m_HasEnded && m_Waiting.empty())
+            lock.Wait(m_Changed);
         if (m_Stop || m_Waiting.empty()) break;
         const Tavix::Image image = std::move(m_Waiting.front());
         m_Waiting.pop_front();
         m_WaitingBytes -= image.Payload().size;
         const std::uint64_t number = m_Saved + 1;
-        lock.unlock();
+        lock.Unlock();
         std::string why;
         try {
             Write(image, number);
         } catch (const std::exception& e) {
             why = Tavix::Printable(e.what());
         }
-        lock.lock();
+        lock.Lock();
         if (why.empty()) {
             ++m_Saved;
             continue;
@@ -140,7 +141,7 @@ void Recorder::Write(const Tavix::Image& image, std::uint64_t number) {
     image.Save(path.string());
     std::error_code failed;
     const std::uintmax_t size = fs::file_size(path, failed);
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (!failed) m_Bytes += size;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // A series of images on its way to the disk.
 
+#include "core/Mutex.h"
 #include "viewer/server/Protocol.h"
 
 #include <tavix/camera/Image.h>
@@ -9,7 +10,6 @@
 #include <condition_variable>
 #include <deque>
 #include <filesystem>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -51,13 +51,18 @@ private:
     const RecordOptions m_Options;
     std::filesystem::path m_Folder;
 
-    mutable std::mutex m_Lock; // guards all below
+    mutable Tavix::Mutex m_Lock;
     std::condition_variable m_Changed;
-    std::deque<Tavix::Image> m_Waiting;
-    std::size_t m_WaitingBytes = 0;
-    std::uint64_t m_Taken = 0, m_Saved = 0, m_LeftOut = 0, m_Bytes = 0;
-    bool m_HasEnded = false, m_IsDone = false, m_Stop = false;
-    std::string m_Why;
+    std::deque<Tavix::Image> m_Waiting TAVIX_GUARDED_BY(m_Lock);
+    std::size_t m_WaitingBytes TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::uint64_t m_Taken TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::uint64_t m_Saved TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::uint64_t m_LeftOut TAVIX_GUARDED_BY(m_Lock) = 0;
+    std::uint64_t m_Bytes TAVIX_GUARDED_BY(m_Lock) = 0;
+    bool m_HasEnded TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_IsDone TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_Stop TAVIX_GUARDED_BY(m_Lock) = false;
+    std::string m_Why TAVIX_GUARDED_BY(m_Lock);
     std::thread m_Thread;
 };
 

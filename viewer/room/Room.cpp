@@ -33,7 +33,7 @@ Room::Room(std::string key, std::string name, Outlet& outlet)
 Room::~Room() {
     std::shared_ptr<Tavix::Camera> camera;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         camera = m_Camera;
     }
     if (camera) camera->Close(); // which ends what the last task waits for: an image, a trigger, a command
@@ -72,7 +72,7 @@ Camera& Room::Camera() {
 }
 
 void Room::Replace(std::shared_ptr<Tavix::Camera> camera) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     m_Camera.swap(camera); // the old one closes without the lock
 }
 
@@ -209,7 +209,7 @@ void Room::OnImage(Image image) {
     m_Figures.CountArrival(image);
     std::shared_ptr<Recorder> recorder;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         recorder = m_Recorder;
     }
     if (recorder) recorder->Put(image);
@@ -219,19 +219,19 @@ void Room::OnImage(Image image) {
 void Room::Record(const RecordOptions& options) {
     if (!m_Stream) throw StateError("start the live image first; its images are recorded");
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         if (m_Recorder && !m_Recorder->IsDone()) throw StateError("a series is being recorded already; end it first");
     }
     const auto recorder = std::make_shared<Recorder>(options);
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         m_Recorder = recorder;
     }
     TellRecording();
 }
 
 void Room::EndRecord() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Recorder) m_Recorder->End();
 }
 
@@ -307,7 +307,7 @@ void Room::TellFigures() {
 void Room::TellRecording() {
     std::shared_ptr<Recorder> recorder;
     {
-        const std::lock_guard<std::mutex> lock(m_Lock);
+        const Tavix::MutexLock lock(m_Lock);
         recorder = m_Recorder;
         if (m_Recorder && m_Recorder->IsDone()) m_Recorder.reset(); // told once more
     }

@@ -1,6 +1,7 @@
 #pragma once
 // An open camera with all that browsers do with it.
 
+#include "core/Mutex.h"
 #include "viewer/Worker.h"
 #include "viewer/image/Figures.h"
 #include "viewer/image/LiveImage.h"
@@ -14,7 +15,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -81,8 +81,8 @@ private:
     Watches m_Watches;
     Figures m_Figures;
 
-    mutable std::mutex m_Lock;
-    std::shared_ptr<Recorder> m_Recorder; // guarded by m_Lock
+    mutable Tavix::Mutex m_Lock;
+    std::shared_ptr<Recorder> m_Recorder TAVIX_GUARDED_BY(m_Lock);
 
     // of the room's thread
     std::vector<std::string> m_Names; // of all features

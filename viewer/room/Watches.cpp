@@ -10,7 +10,7 @@ constexpr std::size_t kMostWatched = 300;
 } // namespace
 
 void Watches::Set(std::uint64_t client, const std::vector<std::string>& names) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (names.empty())
         m_Names.erase(client);
     else
@@ -18,7 +18,7 @@ void Watches::Set(std::uint64_t client, const std::vector<std::string>& names) {
 }
 
 std::vector<std::string> Watches::Names() const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     std::set<std::string> all;
     for (const auto& [client, names] : m_Names) {
         for (const std::string& name : names)

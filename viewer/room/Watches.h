@@ -1,9 +1,10 @@
 #pragma once
 // Which features browsers have in view, and so want to follow.
 
+#include "core/Mutex.h"
+
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,8 @@ public:
     std::vector<std::string> Names() const;
 
 private:
-    mutable std::mutex m_Lock;
-    std::map<std::uint64_t, std::vector<std::string>> m_Names; // guarded by m_Lock
+    mutable Tavix::Mutex m_Lock;
+    std::map<std::uint64_t, std::vector<std::string>> m_Names TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace viewer

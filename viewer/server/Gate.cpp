@@ -100,13 +100,13 @@ bool Gate::IsOriginAllowed(std::string_view origin, std::string_view host) const
 }
 
 std::string Gate::MakeToken() {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     if (m_Tokens.size() >= kMostTokens) m_Tokens.erase(m_Tokens.begin());
     return *m_Tokens.insert(Random()).first;
 }
 
 std::string Gate::Exchange(const std::string& token) {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     const auto found = Find(m_Tokens, token);
     if (found == m_Tokens.end() || m_Keys.size() >= kMostKeys) return {};
     m_Tokens.erase(found);
@@ -114,7 +114,7 @@ std::string Gate::Exchange(const std::string& token) {
 }
 
 bool Gate::IsKey(const std::string& key) const {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const Tavix::MutexLock lock(m_Lock);
     return Find(m_Keys, key) != m_Keys.end();
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 // Who may come in: hosts, origins, one-time tokens and the keys that browsers get for them.
 
+#include "core/Mutex.h"
+
 #include <chrono>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -38,8 +39,8 @@ public:
 
 private:
     const bool m_Others;
-    mutable std::mutex m_Lock;
-    std::set<std::string> m_Tokens, m_Keys; // guarded by m_Lock
+    mutable Tavix::Mutex m_Lock;
+    std::set<std::string> m_Tokens, m_Keys TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace viewer

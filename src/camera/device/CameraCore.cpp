@@ -13,7 +13,9 @@ namespace Tavix::detail {
 
 std::shared_ptr<CameraCore> CameraCore::Open(const CameraInfo& info) {
     const std::shared_ptr<CameraCore> core(new CameraCore(info));
-    core->m_Device = core->MakeDevice(info);
+    std::shared_ptr<OpenDevice> device = core->MakeDevice(info);
+    const MutexLock guard(core->m_Mutex);
+    core->m_Device = std::move(device);
     return core;
 }
 
@@ -32,7 +34,7 @@ void CameraCore::Close() {
     std::shared_ptr<Acquisition> stream;
     std::vector<Watcher> watchers;
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         if (m_IsClosed) return;
         m_IsClosed = true;
         stream = m_Stream.lock();
@@ -45,23 +47,23 @@ void CameraCore::Close() {
     m_RemovalCallbacks.EndAll();
     std::shared_ptr<OpenDevice> device;
     std::shared_ptr<HostClock> clock;
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     device.swap(m_Device);
     clock.swap(m_Clock);
 }
 
 bool CameraCore::IsOpen() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     return !m_IsClosed;
 }
 
 CameraInfo CameraCore::Info() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     return m_Info;
 }
 
 std::shared_ptr<OpenDevice> CameraCore::Hold() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (m_IsClosed) throw StateError(m_Info.friendlyName + " is closed");
     if (!m_Device) throw Removed(m_Info.friendlyName + " is unplugged");
     return m_Device;
@@ -70,11 +72,11 @@ std::shared_ptr<OpenDevice> CameraCore::Hold() const {
 std::shared_ptr<HostClock> CameraCore::Clock() {
     const std::shared_ptr<OpenDevice> device = Hold();
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         if (m_Clock) return m_Clock;
     }
     const auto clock = std::make_shared<HostClock>(device); // unlocked, since it asks the camera
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (!m_Clock && m_Device == device) m_Clock = clock;
     return m_Clock ? m_Clock : clock;
 }
@@ -99,7 +101,7 @@ Subscription CameraCore::Watch(const std::string& feature, std::function<void(co
     const Watcher watcher{feature, std::make_shared<GuardedCallback<const Feature&>>(std::move(callback))};
     const std::shared_ptr<OpenDevice> device = Hold();
     Register(device->Nodes(), watcher);
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     m_Watchers.erase(std::remove_if(m_Watchers.begin(), m_Watchers.end(),
                                     [](const Watcher& old) { return old.callback->HasEnded(); }),
                      m_Watchers.end());
@@ -108,14 +110,14 @@ Subscription CameraCore::Watch(const std::string& feature, std::function<void(co
 }
 
 void CameraCore::Attach(const std::shared_ptr<Acquisition>& stream) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (m_IsClosed) throw StateError(m_Info.friendlyName + " is closed");
     if (m_Stream.lock()) throw StateError(m_Info.friendlyName + " streams already; end that stream first");
     m_Stream = stream;
 }
 
 void CameraCore::Detach(const Acquisition& stream) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (m_Stream.lock().get() == &stream) m_Stream.reset();
 }
 
@@ -123,7 +125,7 @@ void CameraCore::LetGo() {
     m_Events.Stop();
     std::shared_ptr<OpenDevice> device;
     std::shared_ptr<HostClock> clock;
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     device.swap(m_Device);
     clock.swap(m_Clock);
 }
@@ -139,7 +141,7 @@ bool CameraCore::TryReopen() {
     m_Journal.Replay(device->Nodes());
     std::vector<Watcher> watchers;
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         if (m_IsClosed) return false;
         m_Info = *found;
         m_Device = device;

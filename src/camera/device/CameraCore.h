@@ -7,11 +7,11 @@
 #include "camera/feature/FeatureSource.h"
 #include "camera/settings/Journal.h"
 #include "camera/time/HostClock.h"
+#include "core/Mutex.h"
 
 #include <tavix/camera/CameraInfo.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -64,13 +64,13 @@ private:
     std::shared_ptr<OpenDevice> MakeDevice(const CameraInfo& info);
     void Register(GenApi::INodeMap& nodes, const Watcher& watcher);
 
-    mutable std::mutex m_Mutex;
-    CameraInfo m_Info;                    // guarded by m_Mutex
-    std::shared_ptr<OpenDevice> m_Device; // guarded by m_Mutex; null when closed or unplugged
-    std::shared_ptr<HostClock> m_Clock;   // guarded by m_Mutex; made when it is needed
-    bool m_IsClosed = false;              // guarded by m_Mutex
-    std::weak_ptr<Acquisition> m_Stream;  // guarded by m_Mutex
-    std::vector<Watcher> m_Watchers;      // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    CameraInfo m_Info TAVIX_GUARDED_BY(m_Mutex);
+    std::shared_ptr<OpenDevice> m_Device TAVIX_GUARDED_BY(m_Mutex); // null when closed or unplugged
+    std::shared_ptr<HostClock> m_Clock TAVIX_GUARDED_BY(m_Mutex);   // made when it is needed
+    bool m_IsClosed TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::weak_ptr<Acquisition> m_Stream TAVIX_GUARDED_BY(m_Mutex);
+    std::vector<Watcher> m_Watchers TAVIX_GUARDED_BY(m_Mutex);
     Journal m_Journal;
     CallbackList<bool> m_RemovalCallbacks;
     EventHub m_Events;

@@ -8,7 +8,7 @@ constexpr char kAllEvents[] = "";
 } // namespace
 
 std::shared_ptr<EventHub::List> EventHub::ListOf(const std::string& event) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     std::shared_ptr<List>& list = m_Lists[event];
     if (!list) list = std::make_shared<List>();
     return list;
@@ -21,7 +21,7 @@ EventPump& EventHub::PumpOf(const std::shared_ptr<OpenDevice>& device) {
 
 Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std::string& event,
                            std::function<void(const CameraEvent&)> callback) {
-    const std::lock_guard<std::mutex> guard(m_Starting);
+    const MutexLock guard(m_Starting);
     try {
         EventPump& pump = PumpOf(device);
         pump.SwitchOn(event); // NotFound before the callback is known
@@ -34,7 +34,7 @@ Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std:
 void EventHub::CallOf(const std::string& list, const CameraEvent& event) {
     std::shared_ptr<List> callbacks;
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         const auto found = m_Lists.find(list);
         if (found != m_Lists.end()) callbacks = found->second;
     }
@@ -49,7 +49,7 @@ void EventHub::Tell(const CameraEvent& event) {
 void EventHub::Stop() {
     std::unique_ptr<EventPump> pump;
     {
-        const std::lock_guard<std::mutex> guard(m_Starting);
+        const MutexLock guard(m_Starting);
         pump.swap(m_Pump);
     }
     pump.reset(); // unlocked, since a callback that runs may want to add another
@@ -58,14 +58,17 @@ void EventHub::Stop() {
 void EventHub::Restart(const std::shared_ptr<OpenDevice>& device) {
     std::vector<std::string> events;
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         for (const auto& [name, list] : m_Lists)
             events.push_back(name);
     }
     if (events.empty()) return;
-    const std::lock_guard<std::mutex> guard(m_Starting);
-    for (const std::string& event : events)
-        Attempt("Switching an event on again", [&] { PumpOf(device).SwitchOn(event); });
+    const MutexLock guard(m_Starting);
+    for (const std::string& event : events) {
+        const auto switchOn = [&]() TAVIX_NO_THREAD_SAFETY_ANALYSIS { PumpOf(device).SwitchOn(event); };
+        Attempt("Switching an event on again",
+                switchOn); // under the lock of this function, which a lambda does not see
+    }
 }
 
 } // namespace Tavix::detail

@@ -3,10 +3,10 @@
 
 #include "camera/CallbackList.h"
 #include "camera/event/EventPump.h"
+#include "core/Mutex.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace Tavix::detail {
@@ -27,12 +27,12 @@ private:
     std::shared_ptr<List> ListOf(const std::string& event);
     void CallOf(const std::string& list, const CameraEvent& event);
     void Tell(const CameraEvent& event);
-    EventPump& PumpOf(const std::shared_ptr<OpenDevice>& device);
+    EventPump& PumpOf(const std::shared_ptr<OpenDevice>& device) TAVIX_REQUIRES(m_Starting);
 
-    std::mutex m_Starting;             // held while the pump is started or taken away; never by the pump's thread
-    std::unique_ptr<EventPump> m_Pump; // guarded by m_Starting
-    std::mutex m_Mutex;
-    std::map<std::string, std::shared_ptr<List>> m_Lists; // guarded by m_Mutex
+    Mutex m_Starting; // held while the pump is started or taken away; never by the pump's thread
+    std::unique_ptr<EventPump> m_Pump TAVIX_GUARDED_BY(m_Starting);
+    Mutex m_Mutex;
+    std::map<std::string, std::shared_ptr<List>> m_Lists TAVIX_GUARDED_BY(m_Mutex);
 };
 
 } // namespace Tavix::detail

@@ -33,7 +33,7 @@ ChunkReader::~ChunkReader() {
 }
 
 bool ChunkReader::Read(ByteView payload, ChunkValues& values) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     try {
         m_Parser->AttachBuffer(payload.data, static_cast<std::int64_t>(payload.size));
     } catch (const GenICam::GenericException& e) {

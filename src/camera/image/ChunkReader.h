@@ -1,11 +1,12 @@
 #pragma once
 // The chunk values of images.
 
+#include "core/Mutex.h"
+
 #include <tavix/camera/Image.h>
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace GenApi {
@@ -39,9 +40,9 @@ public:
 
 private:
     explicit ChunkReader(ISelfReliantChunkParser* parser) : m_Parser(parser) {}
-    void ReadAttached(ChunkValues& values);
+    void ReadAttached(ChunkValues& values) TAVIX_REQUIRES(m_Mutex);
 
-    std::mutex m_Mutex;
+    Mutex m_Mutex;
     ISelfReliantChunkParser* const m_Parser; // owned; its use guarded by m_Mutex
 };
 

@@ -41,7 +41,7 @@ void Journal::Note(GenApi::INode& node, const std::string& value) {
     const bool isCommand = node.GetPrincipalInterfaceType() == GenApi::intfICommand;
     if (isCommand && entry.feature != kLoadUserSet) return;
     Attempt("Asking for selectors", [&] { entry.selection = SelectionOf(node); });
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     m_Entries.erase(std::remove_if(m_Entries.begin(), m_Entries.end(),
                                    [&](const Entry& old) {
                                        return (isCommand && old.feature != kUserSet) ||
@@ -52,7 +52,7 @@ void Journal::Note(GenApi::INode& node, const std::string& value) {
 }
 
 std::vector<Journal::Entry> Journal::Entries() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     return m_Entries;
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 // What an application has set.
 
+#include "core/Mutex.h"
+
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,8 @@ private:
     static Selection SelectionOf(GenApi::INode& node);
     std::vector<Entry> Entries() const;
 
-    mutable std::mutex m_Mutex;
-    std::vector<Entry> m_Entries; // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    std::vector<Entry> m_Entries TAVIX_GUARDED_BY(m_Mutex);
 };
 
 } // namespace Tavix::detail

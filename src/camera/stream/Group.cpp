@@ -1,6 +1,7 @@
 #include "camera/stream/Acquisition.h"
 #include "camera/stream/ImageSets.h"
 #include "core/Export.h"
+#include "core/Mutex.h"
 
 #include <tavix/camera/Group.h>
 
@@ -26,7 +27,7 @@ struct TAVIX_HIDDEN GroupStream::Impl {
 
     void Cancel() noexcept {
         {
-            const std::lock_guard<std::mutex> guard(mutex);
+            const MutexLock guard(mutex);
             isCancelled = true;
             changed.notify_all();
         }
@@ -37,38 +38,38 @@ struct TAVIX_HIDDEN GroupStream::Impl {
         members[camera].thread = std::thread([this, camera] { Run(camera); });
     }
     void Run(std::size_t camera) noexcept;
-    bool IsOver() const {
+    bool IsOver() const TAVIX_REQUIRES(mutex) {
         return isCancelled || (options.grab.count > 0 && taken >= options.grab.count) || sets.HasEnded();
     }
     ImageSet Take(const detail::Deadline& deadline);
 
     const GroupOptions options;
     std::vector<Member> members; // constant once the threads run
-    mutable std::mutex mutex;
+    mutable Mutex mutex;
     std::condition_variable changed;
-    detail::ImageSets sets;   // guarded by mutex
-    bool isCancelled = false; // guarded by mutex
-    std::uint64_t taken = 0;  // guarded by mutex
+    detail::ImageSets sets TAVIX_GUARDED_BY(mutex);
+    bool isCancelled TAVIX_GUARDED_BY(mutex) = false;
+    std::uint64_t taken TAVIX_GUARDED_BY(mutex) = 0;
 };
 
 void GroupStream::Impl::Run(std::size_t camera) noexcept {
     std::string reason = "its stream has ended";
     try {
         while (Image image = members[camera].stream.Wait(std::chrono::milliseconds(-1))) {
-            const std::lock_guard<std::mutex> guard(mutex);
+            const MutexLock guard(mutex);
             sets.Add(camera, std::move(image), std::chrono::steady_clock::now());
             changed.notify_all();
         }
     } catch (const std::exception& e) {
         reason = detail::Reason(e);
     }
-    const std::lock_guard<std::mutex> guard(mutex);
+    const MutexLock guard(mutex);
     sets.End(camera, reason);
     changed.notify_all();
 }
 
 ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
-    std::unique_lock<std::mutex> guard(mutex);
+    MutexLock guard(mutex);
     while (!IsOver()) {
         const auto now = std::chrono::steady_clock::now();
         if (auto set = sets.Take(now)) {
@@ -79,9 +80,9 @@ ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
         detail::Deadline until = sets.NextDecision();
         if (deadline && (!until || *deadline < *until)) until = deadline;
         if (until) {
-            changed.wait_until(guard, *until);
+            guard.WaitUntil(changed, *until);
         } else {
-            changed.wait(guard);
+            guard.Wait(changed);
         }
     }
     return {};
@@ -109,7 +110,7 @@ void GroupStream::Cancel() noexcept {
 }
 
 bool GroupStream::HasEnded() const {
-    const std::lock_guard<std::mutex> guard(m_Impl->mutex);
+    const MutexLock guard(m_Impl->mutex);
     return m_Impl->IsOver();
 }
 
@@ -146,7 +147,10 @@ GroupStream Group::Grab(const GroupOptions& options) {
     each.count = 0; // of sets, not of images
     for (Camera& camera : m_Cameras)
         impl->members.push_back({camera.Grab(each), {}});
-    impl->sets.Begin(std::chrono::steady_clock::now());
+    {
+        const MutexLock guard(impl->mutex);
+        impl->sets.Begin(std::chrono::steady_clock::now());
+    }
     for (std::size_t i = 0; i < m_Cameras.size(); ++i)
         impl->Start(i);
     return GroupStream(std::move(impl));

@@ -43,14 +43,14 @@ void StreamThread::Run() {
         Fail(std::current_exception());
     }
     m_Acquisition->Shutdown();
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     m_HasEnded = true;
     m_Changed.notify_all();
 }
 
 /// The first failure is the one to tell.
 void StreamThread::Fail(std::exception_ptr failure) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (!m_Failure) m_Failure = std::move(failure);
 }
 
@@ -63,22 +63,21 @@ void StreamThread::Receive(Image image) noexcept {
         m_Acquisition->Cancel();
         return;
     }
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (--m_Left == 0) m_Acquisition->Cancel();
 }
 
 void StreamThread::Deliver(Image image) {
     if (m_Callback) return Receive(std::move(image));
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     if (m_Newest) m_Acquisition->Drop(std::move(m_Newest));
     m_Newest = std::move(image);
     m_Changed.notify_all();
 }
 
-template<class Condition>
-bool StreamThread::Await(std::unique_lock<std::mutex>& guard, const Deadline& deadline, Condition condition) {
-    if (deadline) return m_Changed.wait_until(guard, *deadline, condition);
-    m_Changed.wait(guard, condition);
+bool StreamThread::Wait(MutexLock& guard, const Deadline& deadline) {
+    if (deadline) return guard.WaitUntil(m_Changed, *deadline);
+    guard.Wait(m_Changed);
     return true;
 }
 
@@ -88,8 +87,10 @@ void StreamThread::RethrowFailure() {
 
 Image StreamThread::Take(const Deadline& deadline) {
     if (m_Callback) throw StateError("the images of this stream go to its callback");
-    std::unique_lock<std::mutex> guard(m_Mutex);
-    if (!Await(guard, deadline, [&] { return m_Newest || m_HasEnded; })) return {};
+    MutexLock guard(m_Mutex);
+    while (!m_Newest && !m_HasEnded)
+        if (!Wait(guard, deadline)) break;
+    if (!m_Newest && !m_HasEnded) return {};
     Image image = std::move(m_Newest);
     if (image) {
         m_Acquisition->HandOut(image);
@@ -104,14 +105,16 @@ Image StreamThread::Take(const Deadline& deadline) {
 }
 
 bool StreamThread::Join(const Deadline& deadline) {
-    std::unique_lock<std::mutex> guard(m_Mutex);
-    if (!Await(guard, deadline, [&] { return m_HasEnded; })) return false;
+    MutexLock guard(m_Mutex);
+    while (!m_HasEnded)
+        if (!Wait(guard, deadline)) break;
+    if (!m_HasEnded) return false;
     RethrowFailure();
     return true;
 }
 
 bool StreamThread::HasEnded() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const MutexLock guard(m_Mutex);
     return m_HasEnded;
 }
 

@@ -2,6 +2,7 @@
 // A thread that takes images as they come.
 
 #include "camera/stream/Acquisition.h"
+#include "core/Mutex.h"
 
 #include <condition_variable>
 #include <exception>
@@ -31,20 +32,19 @@ private:
     void Receive(Image image) noexcept;
     void Fail(std::exception_ptr failure);
     void Deliver(Image image);
-    /// Waits for the condition; false when the time is over.
-    template<class Condition>
-    bool Await(std::unique_lock<std::mutex>& guard, const Deadline& deadline, Condition condition);
-    void RethrowFailure();
+    /// Until something changes; false when the time is over.
+    bool Wait(MutexLock& guard, const Deadline& deadline) TAVIX_REQUIRES(m_Mutex);
+    void RethrowFailure() TAVIX_REQUIRES(m_Mutex);
 
     const std::shared_ptr<Acquisition> m_Acquisition;
     const std::function<void(Image)> m_Callback;
-    mutable std::mutex m_Mutex;
+    mutable Mutex m_Mutex;
     std::condition_variable m_Changed;
-    Image m_Newest;               // guarded by m_Mutex
-    std::uint64_t m_Left;         // images to hand out yet; guarded by m_Mutex
-    bool m_HasEnded = false;      // guarded by m_Mutex
-    std::exception_ptr m_Failure; // guarded by m_Mutex
-    std::thread m_Thread;         // last, since it uses all of it
+    Image m_Newest TAVIX_GUARDED_BY(m_Mutex);
+    std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex); // images to hand out yet
+    bool m_HasEnded TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::exception_ptr m_Failure TAVIX_GUARDED_BY(m_Mutex);
+    std::thread m_Thread; // last, since it uses all of it
 };
 
 } // namespace Tavix::detail

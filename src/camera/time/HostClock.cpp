@@ -54,7 +54,7 @@ bool HostClock::CanLatch() const {
 void HostClock::Start() {
     Stop();
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         m_IsStopped = false;
     }
     if (!m_CanLatch) return;
@@ -64,7 +64,7 @@ void HostClock::Start() {
 
 void HostClock::Stop() {
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         m_IsStopped = true;
         m_Stopped.notify_all();
     }
@@ -73,13 +73,20 @@ void HostClock::Stop() {
 
 void HostClock::Run() {
     std::chrono::milliseconds period = kFirstPeriod;
-    std::unique_lock<std::mutex> guard(m_Mutex);
-    while (!m_Stopped.wait_for(guard, period, [this] { return m_IsStopped; })) {
-        guard.unlock();
+    MutexLock guard(m_Mutex);
+    while (!WaitForStop(guard, Steady::now() + period)) {
+        guard.Unlock();
         Compare(kTriesToFollow);
         period = std::min(period * 2, kLongestPeriod);
-        guard.lock();
+        guard.Lock();
     }
+}
+
+/// False when the time is over.
+bool HostClock::WaitForStop(MutexLock& guard, Steady::time_point end) {
+    while (!m_IsStopped)
+        if (!guard.WaitUntil(m_Stopped, end)) return m_IsStopped;
+    return true;
 }
 
 ClockMap::Pair HostClock::LatchOnce() {
@@ -97,7 +104,7 @@ ClockMap::Pair HostClock::LatchOnce() {
 /// when they agree: each is four transfers.
 void HostClock::Compare(std::size_t tries) noexcept {
     Attempt("Comparing a camera's clock", [&] {
-        const std::lock_guard<std::mutex> latching(m_Latching);
+        const MutexLock latching(m_Latching);
         std::vector<ClockMap::Pair> pairs;
         const std::size_t fewest = tries == kTriesToFollow ? kFastest : tries;
         while (pairs.size() < tries && (pairs.size() < fewest || !AreEnough(pairs)))
@@ -106,7 +113,7 @@ void HostClock::Compare(std::size_t tries) noexcept {
         pairs.resize(kFastest);
         std::sort(pairs.begin(), pairs.end(),
                   [](const auto& a, const auto& b) { return a.host - a.camera < b.host - b.camera; });
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         const ClockMap former = m_Map;
         if (m_Map.Add(pairs[kFastest / 2])) return;
         m_Former = former;
@@ -129,7 +136,7 @@ bool HostClock::HasJumped() noexcept {
     bool hasJumped = false;
     Attempt("Looking at a camera's clock", [&] {
         const ClockMap::Pair pair = LatchOnce();
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         hasJumped = !m_Map.Fits(pair);
     });
     return hasJumped;
@@ -152,14 +159,14 @@ HostTime HostClock::MakeTime(const std::optional<ClockMap::Estimate>& estimate, 
 HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival) {
     const auto camera = static_cast<std::int64_t>(cameraTime);
     const std::int64_t host = Nanoseconds(arrival);
-    std::unique_lock<std::mutex> guard(m_Mutex);
+    MutexLock guard(m_Mutex);
     std::optional<ClockMap::Estimate> estimate;
     if (m_CanLatch) {
         estimate = Plausible(camera, host);
         if (m_Watch.Doubts(camera, estimate, host)) {
-            guard.unlock();
+            guard.Unlock();
             if (HasJumped()) Compare(kTriesToBegin);
-            guard.lock();
+            guard.Lock();
             estimate = Plausible(camera, host);
         }
         if (estimate) m_Watch.NoteDelay(host - estimate->host);
@@ -171,11 +178,11 @@ HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival)
 }
 
 HostTime HostClock::TimeOf(std::uint64_t cameraTime) {
-    std::unique_lock<std::mutex> guard(m_Mutex);
+    MutexLock guard(m_Mutex);
     if (m_IsStopped && m_CanLatch) {
-        guard.unlock();
+        guard.Unlock();
         Compare(kTriesToBegin);
-        guard.lock();
+        guard.Lock();
     }
     const auto camera = static_cast<std::int64_t>(cameraTime);
     return MakeTime(m_CanLatch ? m_Map.ToHost(camera) : m_Arrivals.ToHost(camera), Nanoseconds(Steady::now()));

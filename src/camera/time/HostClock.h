@@ -3,12 +3,12 @@
 
 #include "camera/device/OpenDevice.h"
 #include "camera/time/JumpWatch.h"
+#include "core/Mutex.h"
 
 #include <tavix/camera/HostTime.h>
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -38,21 +38,23 @@ private:
     /// Looks once, which is enough to know that nothing has happened.
     bool HasJumped() noexcept;
     void Run();
-    HostTime MakeTime(const std::optional<ClockMap::Estimate>& estimate, std::int64_t now);
+    bool WaitForStop(MutexLock& guard, std::chrono::steady_clock::time_point end) TAVIX_REQUIRES(m_Mutex);
+    HostTime MakeTime(const std::optional<ClockMap::Estimate>& estimate, std::int64_t now) TAVIX_REQUIRES(m_Mutex);
     /// By the present line, or for an image that is older than a jump by the one before; nothing if neither may be.
-    std::optional<ClockMap::Estimate> Plausible(std::int64_t camera, std::int64_t arrival);
+    std::optional<ClockMap::Estimate> Plausible(std::int64_t camera, std::int64_t arrival) TAVIX_REQUIRES(m_Mutex);
 
     const std::shared_ptr<OpenDevice> m_Device;
     const bool m_CanLatch;
-    std::mutex m_Latching; // held while the clocks are compared; what follows is guarded by m_Mutex
-    std::mutex m_Mutex;
-    ClockMap m_Map;
-    std::optional<ClockMap> m_Former; // before the last jump
-    ArrivalMap m_Arrivals;
-    JumpWatch m_Watch;
-    std::chrono::nanoseconds m_RealAhead{0}; // of the real clock to the monotonic one, asked for now and then
-    std::int64_t m_RealAskedAt = 0;
-    bool m_IsStopped = true;
+    Mutex m_Latching; // held while the clocks are compared
+    Mutex m_Mutex TAVIX_ACQUIRED_AFTER(m_Latching);
+    ClockMap m_Map TAVIX_GUARDED_BY(m_Mutex);
+    std::optional<ClockMap> m_Former TAVIX_GUARDED_BY(m_Mutex); // before the last jump
+    ArrivalMap m_Arrivals TAVIX_GUARDED_BY(m_Mutex);
+    JumpWatch m_Watch TAVIX_GUARDED_BY(m_Mutex);
+    /// Of the real clock to the monotonic one, asked for now and then.
+    std::chrono::nanoseconds m_RealAhead TAVIX_GUARDED_BY(m_Mutex){0};
+    std::int64_t m_RealAskedAt TAVIX_GUARDED_BY(m_Mutex) = 0;
+    bool m_IsStopped TAVIX_GUARDED_BY(m_Mutex) = true;
     std::condition_variable m_Stopped;
     std::thread m_Thread;
 };

@@ -28,7 +28,7 @@ public:
 
 private:
     void Show(const Tavix::Camera* camera) {
-        const std::lock_guard<std::mutex> lock(m_Grab.m_CameraLock);
+        const Tavix::MutexLock lock(m_Grab.m_CameraLock);
         m_Grab.m_Camera = camera;
     }
 
@@ -36,7 +36,7 @@ private:
 };
 
 void CameraGrab::StopCamera() {
-    const std::lock_guard<std::mutex> lock(m_CameraLock);
+    const Tavix::MutexLock lock(m_CameraLock);
     if (!m_Camera) return;
     try {
         (*m_Camera)["AcquisitionStop"].Execute(std::chrono::milliseconds(0));

@@ -1,6 +1,7 @@
 #pragma once
 // Grabbing from one camera.
 
+#include "core/Mutex.h"
 #include "grabs/FrameObserver.h"
 #include "images/ImageWriter.h"
 #include "line/Options.h"
@@ -8,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
-#include <mutex>
 #include <string>
 
 namespace tool {
@@ -73,8 +73,8 @@ private:
     std::atomic<bool> m_IsStopped{false};
     GrabFigures m_Figures;
     std::string m_ImagePrefix; // constant during Run; empty: no images
-    std::mutex m_CameraLock;
-    const Tavix::Camera* m_Camera = nullptr; // guarded by m_CameraLock; borrowed while it is open
+    Tavix::Mutex m_CameraLock;
+    const Tavix::Camera* m_Camera TAVIX_GUARDED_BY(m_CameraLock) = nullptr; // borrowed while it is open
 
     // Valid inside Run only.
     std::unique_ptr<ImageWriter> m_Writer;

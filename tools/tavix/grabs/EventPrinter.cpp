@@ -19,7 +19,10 @@ unsigned int EventId(const Tavix::CameraEvent& event) {
 } // namespace
 
 void EventPrinter::Start(Tavix::Camera& camera) {
-    m_LastSign = std::chrono::steady_clock::now();
+    {
+        const Tavix::MutexLock guard(m_Mutex);
+        m_LastSign = std::chrono::steady_clock::now();
+    }
     const auto take = [this](const Tavix::CameraEvent& event) { Take(event); };
     if (m_Options.names.empty()) camera.OnEvent({}, take);
     for (const std::string& name : m_Options.names)
@@ -28,7 +31,7 @@ void EventPrinter::Start(Tavix::Camera& camera) {
 
 bool EventPrinter::HasEnded(std::chrono::milliseconds timeout) {
     if (m_Ended.Wait(static_cast<unsigned int>(timeout.count()))) return true;
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     const auto silence = std::chrono::steady_clock::now() - m_LastSign;
     if (m_Options.timeoutMs == 0 || silence < std::chrono::milliseconds(m_Options.timeoutMs)) return false;
     End(SilenceText());
@@ -42,7 +45,7 @@ std::string EventPrinter::SilenceText() const {
 }
 
 std::string EventPrinter::Failure() const {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     return m_Failure;
 }
 
@@ -53,7 +56,7 @@ void EventPrinter::End(const std::string& failure) {
 }
 
 void EventPrinter::Take(const Tavix::CameraEvent& event) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     m_LastSign = std::chrono::steady_clock::now();
     if (m_Ended.Wait(0)) return;
     Print(event);

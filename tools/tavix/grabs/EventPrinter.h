@@ -4,10 +4,10 @@
 #include "grabs/FrameObserver.h"
 #include "line/Options.h"
 
+#include "core/Mutex.h"
 #include "core/WaitObject.h"
 
 #include <chrono>
-#include <mutex>
 #include <string>
 
 namespace tool {
@@ -32,16 +32,16 @@ private:
 
     void Take(const Tavix::CameraEvent& event);
     void Print(const Tavix::CameraEvent& event) const;
-    bool IsEnough() const { return m_Options.count > 0 && m_Count >= m_Options.count; }
+    bool IsEnough() const TAVIX_REQUIRES(m_Mutex) { return m_Options.count > 0 && m_Count >= m_Options.count; }
     std::string SilenceText() const;
-    void End(const std::string& failure);
+    void End(const std::string& failure) TAVIX_REQUIRES(m_Mutex);
 
     const EventsOptions m_Options;
     const Tavix::WaitObjectEx m_Ended = Tavix::WaitObjectEx::Create(/*manualReset=*/true);
-    mutable std::mutex m_Mutex;
-    std::uint64_t m_Count = 0;                        // guarded by m_Mutex
-    std::chrono::steady_clock::time_point m_LastSign; // guarded by m_Mutex
-    std::string m_Failure;                            // guarded by m_Mutex
+    mutable Tavix::Mutex m_Mutex;
+    std::uint64_t m_Count TAVIX_GUARDED_BY(m_Mutex) = 0;
+    std::chrono::steady_clock::time_point m_LastSign TAVIX_GUARDED_BY(m_Mutex);
+    std::string m_Failure TAVIX_GUARDED_BY(m_Mutex);
 };
 
 } // namespace tool

@@ -9,7 +9,7 @@ ImageWriter::ImageWriter(ImageNames names, ImageFormat format)
 
 ImageWriter::~ImageWriter() {
     {
-        std::lock_guard<std::mutex> lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         m_Ending = true;
     }
     m_Changed.notify_all();
@@ -18,15 +18,16 @@ ImageWriter::~ImageWriter() {
 
 void ImageWriter::Write(Job job) {
     {
-        std::lock_guard<std::mutex> lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         m_Jobs.push_back(std::move(job));
     }
     m_Changed.notify_all();
 }
 
 void ImageWriter::Finish() {
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait(lock, [this] { return m_Jobs.empty() && !m_Busy; });
+    Tavix::MutexLock lock(m_Mutex);
+    while (!m_Jobs.empty() || m_Busy)
+        lock.Wait(m_Changed);
     if (!m_FirstError.empty()) throw Error(m_FirstError);
 }
 
@@ -40,14 +41,15 @@ void ImageWriter::Save(const Job& job) {
 }
 
 void ImageWriter::Run() {
-    std::unique_lock<std::mutex> lock(m_Mutex);
+    Tavix::MutexLock lock(m_Mutex);
     for (;;) {
-        m_Changed.wait(lock, [this] { return m_Ending || !m_Jobs.empty(); });
+        while (!m_Ending && m_Jobs.empty())
+            lock.Wait(m_Changed);
         if (m_Jobs.empty()) return;
         Job job = std::move(m_Jobs.front());
         m_Jobs.pop_front();
         m_Busy = true;
-        lock.unlock();
+        lock.Unlock();
         std::string error;
         try {
             if (!m_HasFailed && !m_IsAbandoned) Save(job);
@@ -56,7 +58,7 @@ void ImageWriter::Run() {
             m_HasFailed = true;
         }
         job.image = Tavix::Image();
-        lock.lock();
+        lock.Lock();
         m_Busy = false;
         if (m_FirstError.empty()) m_FirstError = error;
         m_Changed.notify_all();

@@ -1,13 +1,13 @@
 #pragma once
 // Writes images on a thread of its own, so that the grab does not wait for the disk.
 
+#include "core/Mutex.h"
 #include "images/ImageFile.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -45,12 +45,12 @@ private:
 
     const ImageFormat m_Format;
     ImageNames m_Names; // the thread's
-    std::mutex m_Mutex;
+    Tavix::Mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::deque<Job> m_Jobs;   // guarded by m_Mutex
-    bool m_Busy = false;      // guarded by m_Mutex
-    bool m_Ending = false;    // guarded by m_Mutex
-    std::string m_FirstError; // guarded by m_Mutex
+    std::deque<Job> m_Jobs TAVIX_GUARDED_BY(m_Mutex);
+    bool m_Busy TAVIX_GUARDED_BY(m_Mutex) = false;
+    bool m_Ending TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::string m_FirstError TAVIX_GUARDED_BY(m_Mutex);
     std::atomic<bool> m_HasFailed{false}, m_IsAbandoned{false};
     std::atomic<std::uint64_t> m_Written{0}, m_Unconverted{0};
     std::thread m_Thread; // joined by the destructor
