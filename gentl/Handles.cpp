@@ -39,7 +39,7 @@ Handles& Handles::Get() {
 }
 
 std::size_t Handles::TakePlace() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     if (m_Free.empty()) {
         if (m_Count == kBlockSize * kBlocks) Fail(GC_ERR_RESOURCE_EXHAUSTED, "too many handles");
         m_Free.reserve(m_Count + 1); // so that giving a place back never needs memory
@@ -54,7 +54,7 @@ std::size_t Handles::TakePlace() {
 void* Handles::Add(const std::shared_ptr<Object>& object) {
     const std::size_t place = TakePlace();
     Slot& slot = (*m_Blocks[place / kBlockSize].load(std::memory_order_acquire))[place % kBlockSize];
-    const std::lock_guard<SpinLock> guard(slot.lock);
+    const SpinGuard guard(slot.lock);
     slot.object = object;
     return ToHandle(place, ++slot.generation);
 }
@@ -75,7 +75,7 @@ bool Handles::IsOf(const Slot& slot, void* handle) noexcept {
 std::shared_ptr<Object> Handles::Find(void* handle) noexcept {
     Slot* const slot = FindSlot(handle);
     if (!slot) return nullptr;
-    const std::lock_guard<SpinLock> guard(slot->lock);
+    const SpinGuard guard(slot->lock);
     return IsOf(*slot, handle) ? slot->object : nullptr;
 }
 
@@ -84,11 +84,11 @@ void Handles::Remove(void* handle) noexcept {
     if (!slot) return;
     std::shared_ptr<Object> last; // dies without the lock
     {
-        const std::lock_guard<SpinLock> guard(slot->lock);
+        const SpinGuard guard(slot->lock);
         if (!IsOf(*slot, handle)) return;
         last.swap(slot->object);
     }
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     const auto place = ((reinterpret_cast<std::uintptr_t>(handle) >> kMarkBits) & ((1U << kPlaceBits) - 1)) - 1;
     m_Free.push_back(place); // there is room
 }

@@ -1,12 +1,13 @@
 #pragma once
 // From handles to the objects behind them, so that closed, foreign and invented handles are told from good ones.
 
+#include "core/Lock.h"
+#include "core/Mutex.h"
 #include "gentl/Failure.h"
 
 #include <array>
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace gentl {
@@ -37,13 +38,13 @@ private:
 
 /// For a few instructions at a time: an answer about a buffer must cost far less than a mutex that sleeps.
 /// Taking it acquires what its last holder released, and nothing moves out of the section between. Thread-safe.
-class SpinLock {
+class TAVIX_CAPABILITY("mutex") SpinLock {
 public:
-    void lock() noexcept {
+    void lock() noexcept TAVIX_ACQUIRE() {
         while (m_Flag.test_and_set(std::memory_order_acquire))
             Pause();
     }
-    void unlock() noexcept { m_Flag.clear(std::memory_order_release); }
+    void unlock() noexcept TAVIX_RELEASE() { m_Flag.clear(std::memory_order_release); }
 
 private:
     static void Pause() noexcept;
@@ -51,12 +52,14 @@ private:
     std::atomic_flag m_Flag = ATOMIC_FLAG_INIT;
 };
 
+using SpinGuard = Tavix::BasicScopedLock<SpinLock>;
+
 /// One place of the table. A handle holds the place's number and its generation, which grows each time that the place
 /// is given to another object, so that no handle ever comes back.
 struct Slot {
     SpinLock lock;
-    std::uint64_t generation = 0;   // guarded by lock
-    std::shared_ptr<Object> object; // guarded by lock; null while the place is free
+    std::uint64_t generation TAVIX_GUARDED_BY(lock) = 0;
+    std::shared_ptr<Object> object TAVIX_GUARDED_BY(lock); // null while the place is free
 };
 
 /// Thread-safe. Places are never freed, so whoever found one may keep its lock.
@@ -71,8 +74,8 @@ public:
     std::shared_ptr<Object> Find(void* handle) noexcept;
     /// The place that the handle names, which may have been given to another since; null when there is no such place.
     Slot* FindSlot(void* handle) noexcept;
-    /// Whether the slot, whose lock is held, still belongs to the handle.
-    static bool IsOf(const Slot& slot, void* handle) noexcept;
+    /// Whether the slot still belongs to the handle.
+    static bool IsOf(const Slot& slot, void* handle) noexcept TAVIX_REQUIRES(slot.lock);
 
 private:
     static constexpr std::size_t kBlockSize = 256;
@@ -84,9 +87,9 @@ private:
     // Each is set once and lives as long as the process. The store releases the block that was made, the load acquires
     // it.
     std::array<std::atomic<Block*>, kBlocks> m_Blocks{};
-    std::mutex m_Mutex;
-    std::vector<std::size_t> m_Free; // guarded by m_Mutex
-    std::size_t m_Count = 0;         // guarded by m_Mutex; places made so far
+    Tavix::Mutex m_Mutex;
+    std::vector<std::size_t> m_Free TAVIX_GUARDED_BY(m_Mutex);
+    std::size_t m_Count TAVIX_GUARDED_BY(m_Mutex) = 0; // places made so far
 };
 
 /// The object behind a handle. INVALID_HANDLE when there is none of that class.

@@ -38,7 +38,7 @@ void CheckInitialized() {
 }
 
 void InitLibrary() {
-    const std::lock_guard<std::mutex> guard(TreeMutex());
+    const Tavix::MutexLock guard(TreeMutex());
     if (g_Usage == Usage::Here) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");
     if (g_Usage == Usage::ByParent)
         Fail(GC_ERR_RESOURCE_IN_USE, "the library belongs to the process that this one was forked from");
@@ -48,7 +48,7 @@ void InitLibrary() {
 }
 
 void CloseLibrary() {
-    const std::lock_guard<std::mutex> guard(TreeMutex());
+    const Tavix::MutexLock guard(TreeMutex());
     CheckInitialized();
     if (const auto system = std::exchange(Opened(), nullptr)) system->Close();
     g_Usage = Usage::No;
@@ -56,7 +56,7 @@ void CloseLibrary() {
 }
 
 std::shared_ptr<System> OpenSystem() {
-    const std::lock_guard<std::mutex> guard(TreeMutex());
+    const Tavix::MutexLock guard(TreeMutex());
     CheckInitialized();
     if (Opened()) Fail(GC_ERR_RESOURCE_IN_USE, "the system is open already");
     auto system = std::make_shared<System>();
@@ -66,7 +66,7 @@ std::shared_ptr<System> OpenSystem() {
 }
 
 void CloseSystem(System& system) {
-    const std::lock_guard<std::mutex> guard(TreeMutex());
+    const Tavix::MutexLock guard(TreeMutex());
     if (Opened().get() != &system) Fail(GC_ERR_INVALID_HANDLE, "the system is closed");
     Opened() = nullptr;
     system.Close();

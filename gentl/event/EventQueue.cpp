@@ -39,7 +39,7 @@ EventQueue::EventQueue(EVENT_TYPE type)
     : Object(Kind::Event), m_Type(type), m_WaitObject(Tavix::WaitObjectEx::Create()) {}
 
 void EventQueue::CheckTurnedAway() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     if (m_IsClosed) Fail(GC_ERR_ABORT, "the event was unregistered");
     if (m_Kills == 0) return;
     if (--m_Kills != 0) m_WaitObject.Signal();
@@ -67,7 +67,7 @@ void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
 }
 
 EventQueue::Taken EventQueue::TryTake(void* buffer, size_t& size) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     if (m_Pending.empty()) return Taken::Nothing;
     const Bytes& bytes = m_Pending.front();
     Answer(nullptr, buffer, &size).Bytes(INFO_DATATYPE_BUFFER, bytes.data(), bytes.size());
@@ -76,18 +76,18 @@ EventQueue::Taken EventQueue::TryTake(void* buffer, size_t& size) {
 }
 
 size_t EventQueue::CountPending() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     return m_Pending.size();
 }
 
 void EventQueue::Flush() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     m_Pending.clear();
 }
 
 void EventQueue::Kill() {
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         ++m_Kills;
     }
     m_WaitObject.Signal();
@@ -95,7 +95,7 @@ void EventQueue::Kill() {
 
 void EventQueue::Close() noexcept {
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         m_IsClosed = true;
     }
     m_WaitObject.Raise(); // for all who wait, and for good
@@ -120,7 +120,7 @@ void EventQueue::GetInfo(EVENT_INFO_CMD command, Answer& answer) {
 
 void EventQueue::Push(Bytes bytes) noexcept {
     try {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         if (m_Pending.size() == kMostPending) m_Pending.pop_front();
         m_Pending.push_back(std::move(bytes));
     } catch (const std::bad_alloc&) {

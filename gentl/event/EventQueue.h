@@ -4,11 +4,11 @@
 #include "gentl/Handles.h"
 #include "gentl/Info.h"
 
+#include "core/Mutex.h"
 #include "core/WaitObject.h"
 
 #include <atomic>
 #include <deque>
-#include <mutex>
 #include <vector>
 
 namespace gentl {
@@ -55,10 +55,10 @@ private:
 
     const EVENT_TYPE m_Type;
     const Tavix::WaitObjectEx m_WaitObject;
-    std::mutex m_Mutex;
-    std::deque<Bytes> m_Pending;           // guarded by m_Mutex
-    std::size_t m_Kills = 0;               // guarded by m_Mutex
-    bool m_IsClosed = false;               // guarded by m_Mutex
+    Tavix::Mutex m_Mutex;
+    std::deque<Bytes> m_Pending TAVIX_GUARDED_BY(m_Mutex);
+    std::size_t m_Kills TAVIX_GUARDED_BY(m_Mutex) = 0;
+    bool m_IsClosed TAVIX_GUARDED_BY(m_Mutex) = false;
     std::atomic<std::uint64_t> m_Taken{0}; // events that a consumer got
 };
 

@@ -17,7 +17,7 @@ RemoteEvent::~RemoteEvent() {
 }
 
 void RemoteEvent::Stop() noexcept {
-    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    const Tavix::MutexLock guard(m_StreamMutex);
     if (!m_Stream) return;
     (void)m_Stream->RegisterWaitObject(nullptr);
     (void)m_Stream->Close(); // a camera that is gone must not keep it open
@@ -35,7 +35,7 @@ void RemoteEvent::NoteLoss() noexcept {
 }
 
 EventQueue::Taken RemoteEvent::TryTake(void* buffer, size_t& size) {
-    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    const Tavix::MutexLock guard(m_StreamMutex);
     if (!m_Stream) Fail(GC_ERR_ABORT, "the event was unregistered");
     unsigned long bytes = size;
     unsigned long left = 0;

@@ -3,6 +3,7 @@
 
 #include "gentl/event/EventQueue.h"
 
+#include "core/Mutex.h"
 #include "vexlo/VxDevice.h"
 #include "vexlo/VxEventStream.h"
 
@@ -32,8 +33,8 @@ protected:
 private:
     void Stop() noexcept;
 
-    std::mutex m_StreamMutex;
-    vexlo::CVxEventStream* m_Stream = nullptr; // guarded by m_StreamMutex; owned by the device, null once stopped
+    Tavix::Mutex m_StreamMutex;
+    vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // owned by the device, null once stopped
     std::atomic<bool> m_IsLost{false};
     std::atomic<unsigned long> m_Left{0}; // as the last retrieval told
 };

@@ -6,7 +6,7 @@ using namespace gentl;
 
 namespace {
 
-using TreeGuard = std::lock_guard<std::mutex>;
+using TreeGuard = Tavix::MutexLock;
 
 /// Whatever can be a source of events.
 std::shared_ptr<Module> SourceOf(EVENTSRC_HANDLE handle) {

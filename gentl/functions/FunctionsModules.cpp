@@ -10,7 +10,7 @@ using namespace gentl;
 
 namespace {
 
-using TreeGuard = std::lock_guard<std::mutex>;
+using TreeGuard = Tavix::MutexLock;
 
 /// An ID as the consumer gave it.
 std::string IdOf(const char* id) {

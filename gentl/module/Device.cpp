@@ -95,7 +95,7 @@ void Device::NoteRemoval() noexcept {
     m_Interface->NoteLoss();
     std::shared_ptr<Stream> stream;
     {
-        const std::lock_guard<std::mutex> guard(m_StreamMutex);
+        const Tavix::MutexLock guard(m_StreamMutex);
         stream = m_Stream;
     }
     if (stream) stream->NoteLoss();
@@ -107,13 +107,13 @@ std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
     auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
     stream->Open();
     stream->Register();
-    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    const Tavix::MutexLock guard(m_StreamMutex);
     m_Stream = stream;
     return stream;
 }
 
 void Device::Forget(const Stream&) noexcept {
-    const std::lock_guard<std::mutex> guard(m_StreamMutex);
+    const Tavix::MutexLock guard(m_StreamMutex);
     m_Stream.reset();
 }
 

@@ -4,12 +4,12 @@
 #include "gentl/module/Cameras.h"
 #include "gentl/module/ModulePort.h"
 
+#include "core/Mutex.h"
 #include "vexlo/VxCallback.h"
 #include "vexlo/VxDevice.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 namespace gentl {
 
@@ -68,7 +68,7 @@ private:
     std::shared_ptr<RemotePort> m_Remote;                // constant after Open
     std::vector<unsigned long> m_Callbacks;              // guarded by TreeMutex()
     std::atomic<bool> m_IsLost{false};
-    std::mutex m_StreamMutex;
+    Tavix::Mutex m_StreamMutex;
     std::shared_ptr<Stream> m_Stream; // guarded by m_StreamMutex, changed under TreeMutex(); null while closed
 };
 

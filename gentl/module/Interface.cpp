@@ -36,11 +36,11 @@ void Interface::BuildPort() {
     m_Port.Limited(
         "DeviceSelector", {0, [this] { return std::max<size_t>(1, CountDevices()) - 1; }, 1},
         [this] {
-            const std::lock_guard<std::mutex> guard(m_Mutex);
+            const Tavix::MutexLock guard(m_Mutex);
             return m_Selected;
         },
         [this](std::uint64_t number) {
-            const std::lock_guard<std::mutex> guard(m_Mutex);
+            const Tavix::MutexLock guard(m_Mutex);
             if (number >= std::max<size_t>(1, m_Devices.size()))
                 Fail(GC_ERR_INVALID_VALUE, "there is no device of that number");
             m_Selected = number;
@@ -67,7 +67,7 @@ void Interface::BuildPort() {
 }
 
 FoundCamera Interface::Selected() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     return m_Devices.empty() ? FoundCamera() : m_Devices[std::min<size_t>(m_Selected, m_Devices.size() - 1)];
 }
 
@@ -77,7 +77,7 @@ bool Interface::UpdateDevices() {
                                  [this](const FoundCamera& each) { return each.controller.id != m_Controller.id; }),
                   devices.end());
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         const bool isSame = std::equal(devices.begin(), devices.end(), m_Devices.begin(), m_Devices.end(),
                                        [](const FoundCamera& a, const FoundCamera& b) {
                                            return a.id == b.id && a.Path() == b.Path() && a.UserName() == b.UserName();
@@ -92,18 +92,18 @@ bool Interface::UpdateDevices() {
 }
 
 size_t Interface::CountDevices() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     return m_Devices.size();
 }
 
 FoundCamera Interface::DeviceAt(size_t index) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     if (index >= m_Devices.size()) Fail(GC_ERR_INVALID_INDEX, "there is no device of that number");
     return m_Devices[index];
 }
 
 FoundCamera Interface::FindDevice(const std::string& id) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     const auto found = std::find_if(m_Devices.begin(), m_Devices.end(),
                                     [&](const FoundCamera& each) { return each.id == id || each.Path() == id; });
     if (found == m_Devices.end()) Fail(GC_ERR_INVALID_ID, "there is no device of that ID");
@@ -121,7 +121,7 @@ std::string Interface::Version(const FoundCamera& camera) {
 }
 
 std::shared_ptr<Device> Interface::OpenHere(const FoundCamera& camera) {
-    const std::lock_guard<std::mutex> guard(m_OpenHereMutex);
+    const Tavix::MutexLock guard(m_OpenHereMutex);
     const auto open = m_OpenHere.find(camera.Path());
     return open == m_OpenHere.end() ? nullptr : open->second.lock();
 }
@@ -162,7 +162,7 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
     CloseGuard guard(device);
     m_Open[camera.Path()] = device;
     {
-        const std::lock_guard<std::mutex> here(m_OpenHereMutex);
+        const Tavix::MutexLock here(m_OpenHereMutex);
         m_OpenHere[camera.Path()] = device;
     }
     guard.Release();
@@ -172,7 +172,7 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
 void Interface::Forget(const Device& device) noexcept {
     const std::string& path = device.PathInUse();
     m_Open.erase(path);
-    const std::lock_guard<std::mutex> guard(m_OpenHereMutex);
+    const Tavix::MutexLock guard(m_OpenHereMutex);
     m_OpenHere.erase(path);
 }
 

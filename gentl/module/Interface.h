@@ -1,12 +1,12 @@
 #pragma once
 // A USB host controller and the cameras on it.
 
+#include "core/Mutex.h"
 #include "gentl/module/Cameras.h"
 #include "gentl/module/ModulePort.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace gentl {
 
@@ -54,13 +54,13 @@ private:
     const std::shared_ptr<System> m_System;
     const HostController m_Controller;
     ModulePort m_Port;
-    std::mutex m_Mutex;
-    std::vector<FoundCamera> m_Devices;                    // guarded by m_Mutex
-    std::uint64_t m_Selected = 0;                          // guarded by m_Mutex
+    Tavix::Mutex m_Mutex;
+    std::vector<FoundCamera> m_Devices TAVIX_GUARDED_BY(m_Mutex);
+    std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
     std::map<std::string, std::shared_ptr<Device>> m_Open; // by path; guarded by TreeMutex()
-    std::mutex m_OpenHereMutex;
+    Tavix::Mutex m_OpenHereMutex;
     std::map<std::string, std::weak_ptr<Device>>
-        m_OpenHere; // the same for those without it; guarded by m_OpenHereMutex
+        m_OpenHere TAVIX_GUARDED_BY(m_OpenHereMutex); // the same for those without it
 };
 
 } // namespace gentl

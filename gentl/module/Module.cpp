@@ -2,8 +2,8 @@
 
 namespace gentl {
 
-std::mutex& TreeMutex() {
-    static std::mutex& mutex = *new std::mutex; // consumers may call while the process ends
+Tavix::Mutex& TreeMutex() {
+    static Tavix::Mutex& mutex = *new Tavix::Mutex; // consumers may call while the process ends
     return mutex;
 }
 
@@ -38,7 +38,7 @@ void Module::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle) {
     if (Event(type)) Fail(GC_ERR_RESOURCE_IN_USE, "the event is registered already");
     auto event = MakeEvent(type);
     event->Register();
-    const std::lock_guard<std::mutex> guard(m_EventMutex);
+    const Tavix::MutexLock guard(m_EventMutex);
     m_Events[type] = event;
     *handle = event->Handle();
 }
@@ -48,12 +48,12 @@ void Module::UnregisterEvent(EVENT_TYPE type) {
     if (!event) Fail(GC_ERR_NOT_AVAILABLE, "the event is not registered");
     ForgetEvent(type);
     event->Close();
-    const std::lock_guard<std::mutex> guard(m_EventMutex);
+    const Tavix::MutexLock guard(m_EventMutex);
     m_Events.erase(type);
 }
 
 std::shared_ptr<EventQueue> Module::Event(EVENT_TYPE type) {
-    const std::lock_guard<std::mutex> guard(m_EventMutex);
+    const Tavix::MutexLock guard(m_EventMutex);
     const auto found = m_Events.find(type);
     return found == m_Events.end() ? nullptr : found->second;
 }
@@ -65,7 +65,7 @@ void Module::Invalidate(const char* feature) noexcept {
 void Module::Close() noexcept {
     std::map<EVENT_TYPE, std::shared_ptr<EventQueue>> events;
     {
-        const std::lock_guard<std::mutex> guard(m_EventMutex);
+        const Tavix::MutexLock guard(m_EventMutex);
         events.swap(m_Events);
     }
     for (const auto& [type, event] : events) {

@@ -1,6 +1,7 @@
 #pragma once
 // What every module of the producer has: a handle, registers and events.
 
+#include "core/Mutex.h"
 #include "gentl/Handles.h"
 #include "gentl/event/EventQueue.h"
 
@@ -14,7 +15,7 @@ namespace gentl {
 
 /// One lock for opening and closing: the tree of modules changes in one place at a time. Taken before any other lock of
 /// the producer; no thread is joined and no consumer called with it, apart from those that end a stream.
-std::mutex& TreeMutex();
+Tavix::Mutex& TreeMutex();
 
 /// Registers that a consumer reads and writes. Thread-safe.
 class Port {
@@ -74,8 +75,8 @@ public:
     void Invalidate(const char* feature) noexcept;
 
 private:
-    std::mutex m_EventMutex;
-    std::map<EVENT_TYPE, std::shared_ptr<EventQueue>> m_Events; // guarded by m_EventMutex
+    Tavix::Mutex m_EventMutex;
+    std::map<EVENT_TYPE, std::shared_ptr<EventQueue>> m_Events TAVIX_GUARDED_BY(m_EventMutex);
 };
 
 /// The module, and all that is below it, is closed when the guard dies, unless it was released: for openings that fail.

@@ -77,12 +77,12 @@ void System::BuildPort() {
     m_Port.Number("GenTLVersionMinor", [] { return kGenTLMinor; });
     m_Port.Command("InterfaceUpdateList", [this] { (void)UpdateInterfaces(); });
     const auto selected = [this] {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         return m_Selected;
     };
     m_Port.Limited("InterfaceSelector", {0, [this] { return std::max<size_t>(1, CountInterfaces()) - 1; }, 1}, selected,
                    [this](std::uint64_t number) {
-                       const std::lock_guard<std::mutex> guard(m_Mutex);
+                       const Tavix::MutexLock guard(m_Mutex);
                        if (number >= std::max<size_t>(1, m_Interfaces.size()))
                            Fail(GC_ERR_INVALID_VALUE, "there is no interface of that number");
                        m_Selected = number;
@@ -102,7 +102,7 @@ bool System::UpdateInterfaces() {
             interfaces.push_back(camera.controller);
     }
     {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const Tavix::MutexLock guard(m_Mutex);
         if (interfaces == m_Interfaces) return false;
         m_Interfaces = std::move(interfaces);
         m_Selected = 0;
@@ -113,18 +113,18 @@ bool System::UpdateInterfaces() {
 }
 
 size_t System::CountInterfaces() {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     return m_Interfaces.size();
 }
 
 HostController System::InterfaceAt(size_t index) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     if (index >= m_Interfaces.size()) Fail(GC_ERR_INVALID_INDEX, "there is no interface of that number");
     return m_Interfaces[index];
 }
 
 HostController System::FindInterface(const std::string& id) {
-    const std::lock_guard<std::mutex> guard(m_Mutex);
+    const Tavix::MutexLock guard(m_Mutex);
     const auto found = std::find_if(m_Interfaces.begin(), m_Interfaces.end(),
                                     [&](const HostController& each) { return each.id == id; });
     if (found == m_Interfaces.end()) Fail(GC_ERR_INVALID_ID, "there is no interface of that ID");

@@ -1,12 +1,12 @@
 #pragma once
 // The one system of the producer and its interfaces.
 
+#include "core/Mutex.h"
 #include "gentl/module/Cameras.h"
 #include "gentl/module/ModulePort.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace gentl {
 
@@ -43,9 +43,9 @@ private:
     void BuildPort();
 
     ModulePort m_Port;
-    std::mutex m_Mutex;
-    std::vector<HostController> m_Interfaces;                 // guarded by m_Mutex
-    std::uint64_t m_Selected = 0;                             // guarded by m_Mutex
+    Tavix::Mutex m_Mutex;
+    std::vector<HostController> m_Interfaces TAVIX_GUARDED_BY(m_Mutex);
+    std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
     std::map<std::string, std::shared_ptr<Interface>> m_Open; // guarded by TreeMutex()
 };
 

@@ -50,7 +50,7 @@ public:
     template<class Change>
     void Update(Change&& change) {
         Slot* const slot = Handles::Get().FindSlot(Handle());
-        const std::lock_guard<SpinLock> guard(slot->lock);
+        const SpinGuard guard(slot->lock);
         change(record);
     }
 };
@@ -80,7 +80,7 @@ template<class Ask>
 void WithBuffer(DS_HANDLE stream, BUFFER_HANDLE handle, Ask&& ask) {
     Slot* const slot = Handles::Get().FindSlot(handle);
     if (slot) {
-        const std::lock_guard<SpinLock> guard(slot->lock);
+        const SpinGuard guard(slot->lock);
         if (Handles::IsOf(*slot, handle) && slot->object->GetKind() == Kind::Buffer) {
             const auto& buffer = static_cast<const Buffer&>(*slot->object);
             if (buffer.stream == stream) return ask(buffer);

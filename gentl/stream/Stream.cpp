@@ -7,7 +7,7 @@
 namespace gentl {
 namespace {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = Tavix::MutexLock;
 using GrabResult = vexlo::CVxStream::GrabResult;
 
 [[noreturn]] void NotOfThisStream() {

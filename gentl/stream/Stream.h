@@ -4,12 +4,12 @@
 #include "gentl/module/ModulePort.h"
 #include "gentl/stream/Buffer.h"
 
+#include "core/Mutex.h"
 #include "core/WaitObject.h"
 
 #include <atomic>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -99,7 +99,7 @@ private:
     const std::shared_ptr<Device> m_Device;
     ModulePort m_Port;
     vexlo::CVxStream* m_Vx = nullptr; // constant after Open; owned by the device
-    std::mutex m_Mutex;
+    Tavix::Mutex m_Mutex;
     std::vector<std::shared_ptr<Buffer>> m_Buffers; // all announced ones; guarded by m_Mutex
     List m_Input;                                   // in the input pool; guarded by m_Mutex
     List m_Output;                                  // guarded by m_Mutex
@@ -113,7 +113,7 @@ private:
     std::weak_ptr<NewBufferEvent> m_Event;          // guarded by m_Mutex
     Tavix::WaitObjectEx m_PumpWait;                 // constant after Open
     std::thread m_Pump;                             // guarded by m_PumpMutex
-    std::mutex m_PumpMutex;                         // before m_Mutex: starting and stopping
+    Tavix::Mutex m_PumpMutex;                       // before m_Mutex: starting and stopping
     std::atomic<bool> m_PumpEnds{false};
 };
 

@@ -13,7 +13,7 @@ namespace gentl {
 namespace {
 
 using Vx = vexlo::CVxStream;
-using Guard = std::lock_guard<std::mutex>;
+using Guard = Tavix::MutexLock;
 
 } // namespace
 

@@ -9,7 +9,7 @@
 namespace gentl {
 namespace {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = Tavix::MutexLock;
 
 /// More buffers than anybody announces; they cost nothing before they are there.
 constexpr unsigned long kMostBuffers = 65536;

@@ -5,7 +5,7 @@
 
 namespace vexlo {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = MutexLock;
 using State = BufferHandle_s::State;
 
 CVxStream::GrabResult EmptyResult(VxStatus status) {

@@ -2,13 +2,13 @@
 // The buffers that an application gave to a stream, and their way through it.
 
 #include "core/WaitObject.h"
+#include "vexlo/Mutex.h"
 #include "vexlo/stream/BufferList.h"
 
 #include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace vexlo {
@@ -60,26 +60,26 @@ public:
     void CompleteQueued(VxStatus status);
 
 private:
-    bool IsReadyLocked() const;
-    void UpdateWaitObjectLocked();
-    void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result);
-    void CompleteQueuedLocked(VxStatus status);
-    BufferHandle_s* Find(BufferHandle_s* handle) const;
+    bool IsReadyLocked() const TAVIX_REQUIRES(m_Mutex);
+    void UpdateWaitObjectLocked() TAVIX_REQUIRES(m_Mutex);
+    void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
+    void CompleteQueuedLocked(VxStatus status) TAVIX_REQUIRES(m_Mutex);
+    BufferHandle_s* Find(BufferHandle_s* handle) const TAVIX_REQUIRES(m_Mutex);
 
-    mutable std::mutex m_Mutex;
-    std::map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers; // guarded by m_Mutex
-    BufferList m_Queued;                                                  // guarded by m_Mutex
-    BufferList m_Completed;                                               // guarded by m_Mutex
-    std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject;              // guarded by m_Mutex
-    bool m_IsRaised = false;                                              // guarded by m_Mutex; the wait object's level
-    std::function<void()> m_Listener;                                     // guarded by m_Mutex; may be empty
-    std::atomic<bool> m_HasNews{false};                                   // for the listener; set under m_Mutex
-    Waker m_Waker;                                                        // guarded by m_Mutex; empty while stopped
-    bool m_Wanted = false;                                                // guarded by m_Mutex
-    std::thread::id m_Teller;                                             // guarded by m_Mutex; the stream's thread
-    VxStatus m_Refusal = VX_OK;                                           // guarded by m_Mutex
-    std::size_t m_MaxBuffers = 0;                                         // guarded by m_Mutex
-    std::size_t m_MaxBufferSize = 0;                                      // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    std::map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers TAVIX_GUARDED_BY(m_Mutex);
+    BufferList m_Queued TAVIX_GUARDED_BY(m_Mutex);
+    BufferList m_Completed TAVIX_GUARDED_BY(m_Mutex);
+    std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject TAVIX_GUARDED_BY(m_Mutex);
+    bool m_IsRaised TAVIX_GUARDED_BY(m_Mutex) = false;          // the wait object's level
+    std::function<void()> m_Listener TAVIX_GUARDED_BY(m_Mutex); // may be empty
+    std::atomic<bool> m_HasNews{false};                         // for the listener; set under m_Mutex
+    Waker m_Waker TAVIX_GUARDED_BY(m_Mutex);                    // empty while stopped
+    bool m_Wanted TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::thread::id m_Teller TAVIX_GUARDED_BY(m_Mutex); // the stream's thread
+    VxStatus m_Refusal TAVIX_GUARDED_BY(m_Mutex) = VX_OK;
+    std::size_t m_MaxBuffers TAVIX_GUARDED_BY(m_Mutex) = 0;
+    std::size_t m_MaxBufferSize TAVIX_GUARDED_BY(m_Mutex) = 0;
 };
 
 /// A result without any block: all numbers unknown.

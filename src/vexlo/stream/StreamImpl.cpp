@@ -9,7 +9,7 @@
 
 namespace vexlo {
 
-using Guard = std::lock_guard<std::mutex>;
+using Guard = MutexLock;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 // The inside of CVxStream.
 
+#include "vexlo/Mutex.h"
 #include "vexlo/VxStream.h"
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/SessionHost.h"
@@ -12,7 +13,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace vexlo {
@@ -49,33 +49,32 @@ public:
     std::atomic<State> state{State::Closed}; // changed under stateMutex
 
 private:
-    VxStatus OpenHandle();
-    void CloseHandle();
+    VxStatus OpenHandle() TAVIX_REQUIRES(m_StateMutex);
+    void CloseHandle() TAVIX_REQUIRES(m_StateMutex);
     StreamRegisters::PlanWishes Wishes();
-    VxStatus MakePlan();
-    StreamMemory::Request MemoryRequest(std::size_t size);
-    VxStatus SwitchOn();
-    VxStatus TryEngine(StreamRegisters& registers);
-    VxStatus StartOver();
-    VxStatus ResetAndStartOver(VxStatus refusal);
-    VxStatus FinishLocked();
+    VxStatus MakePlan() TAVIX_REQUIRES(m_StateMutex);
+    StreamMemory::Request MemoryRequest(std::size_t size) TAVIX_REQUIRES(m_StateMutex);
+    VxStatus SwitchOn() TAVIX_REQUIRES(m_StateMutex);
+    VxStatus TryEngine(StreamRegisters& registers) TAVIX_REQUIRES(m_StateMutex);
+    VxStatus StartOver() TAVIX_REQUIRES(m_StateMutex);
+    VxStatus ResetAndStartOver(VxStatus refusal) TAVIX_REQUIRES(m_StateMutex);
+    VxStatus FinishLocked() TAVIX_REQUIRES(m_StateMutex);
     std::shared_ptr<StreamEngine> Engine();
     void SetEngine(std::shared_ptr<StreamEngine> engine);
 
-    std::mutex m_StateMutex;
-    /// Guarded by m_StateMutex; with the interface claimed. Null while closed, and after the camera was lost in a
-    /// reset.
-    std::shared_ptr<usb::Handle> m_Handle;
-    std::optional<StreamCount> m_Counted; // guarded by m_StateMutex; while open on a bus with limited memory
-    StreamChannel m_Channel;              // guarded by m_StateMutex
-    u3v::TransferPlan m_Plan;             // guarded by m_StateMutex
-    std::size_t m_MaxBuffers = 0;         // guarded by m_StateMutex
-    std::mutex m_MemoryMutex;
-    StreamMemory m_Memory; // guarded by m_MemoryMutex
-    std::mutex m_EngineMutex;
-    std::shared_ptr<StreamEngine> m_Engine; // guarded by m_EngineMutex
-    std::mutex m_SettingsMutex;
-    StreamSettings m_Settings; // guarded by m_SettingsMutex
+    Mutex m_StateMutex;
+    /// With the interface claimed. Null while closed, and after the camera was lost in a reset.
+    std::shared_ptr<usb::Handle> m_Handle TAVIX_GUARDED_BY(m_StateMutex);
+    std::optional<StreamCount> m_Counted TAVIX_GUARDED_BY(m_StateMutex); // while open on a bus with limited memory
+    StreamChannel m_Channel TAVIX_GUARDED_BY(m_StateMutex);
+    u3v::TransferPlan m_Plan TAVIX_GUARDED_BY(m_StateMutex);
+    std::size_t m_MaxBuffers TAVIX_GUARDED_BY(m_StateMutex) = 0;
+    Mutex m_MemoryMutex;
+    StreamMemory m_Memory TAVIX_GUARDED_BY(m_MemoryMutex);
+    Mutex m_EngineMutex;
+    std::shared_ptr<StreamEngine> m_Engine TAVIX_GUARDED_BY(m_EngineMutex);
+    Mutex m_SettingsMutex;
+    StreamSettings m_Settings TAVIX_GUARDED_BY(m_SettingsMutex);
 };
 
 } // namespace vexlo

@@ -12,7 +12,7 @@ using Id = CVxStream::EPropertyValue;
 
 VxStatus CVxStream::Impl::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
     if (!buffer) return VX_E_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> guard(m_SettingsMutex);
+    const MutexLock guard(m_SettingsMutex);
     switch (id) {
     case Id::Property_NumMaxQueuedUrbs:
         return GetValue(m_Settings.maxQueuedUrbs, buffer, size);
@@ -53,7 +53,7 @@ VxStatus CVxStream::Impl::GetProperty(EPropertyValue id, void* buffer, unsigned 
 VxStatus CVxStream::Impl::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
     if (!buffer) return VX_E_INVALID_PARAMETER;
     if (state == State::Prepared || state == State::Streaming) return VX_E_INVALID_STATE;
-    std::lock_guard<std::mutex> guard(m_SettingsMutex);
+    const MutexLock guard(m_SettingsMutex);
     switch (id) {
     case Id::Property_NumMaxQueuedUrbs:
         return SetValueWithin<std::uint32_t>(m_Settings.maxQueuedUrbs, buffer, size, 1,
