@@ -19,7 +19,7 @@ PropertyRecord Record(PropertyId id, std::string_view value, std::string_view at
     return record;
 }
 
-struct SomeProperties : testing::Test {
+struct SomeProperties : ::testing::Test {
     SomeProperties() {
         records = {Record(PropertyId::ToolTip, "old"), Record(PropertyId::pVariable, "NodeA", "A"),
                    Record(PropertyId::ToolTip, "new"), Record(PropertyId::pVariable, "NodeB", "B")};
