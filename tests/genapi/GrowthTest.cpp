@@ -13,8 +13,8 @@
 namespace genapi_test {
 namespace {
 
-using genapi::testing::Frame;
-using genapi::testing::LintText;
+using genapi::testkit::Frame;
+using genapi::testkit::LintText;
 
 std::string Series(int count, const std::function<std::string(const std::string&, const std::string&)>& make) {
     std::string text;
@@ -28,7 +28,7 @@ std::string Linked(const std::string& name, const std::string& target) {
 }
 
 bool Finds(const std::string& nodes, const std::string& rule) {
-    return genapi::testing::FindFinding(genapi::LintDescription(LintText(nodes)), rule) != nullptr;
+    return genapi::testkit::FindFinding(genapi::LintDescription(LintText(nodes)), rule) != nullptr;
 }
 
 TEST(Growth, OfLintWithALongChainIsLinear) {

@@ -25,7 +25,7 @@ std::string IntegerText(const std::string& name, const std::string& content) {
     return "<Integer Name=\"" + name + "\">" + content + "</Integer>";
 }
 
-PropertyRecord Record(PropertyId id, std::string_view value = {}) {
+PropertyRecord PropertyOf(PropertyId id, std::string_view value = {}) {
     PropertyRecord record{};
     record.id = id;
     record.value = value;
@@ -109,13 +109,13 @@ TEST(AccessRule, AsksItsPredicatesFromTheMostSevereOn) {
 TEST(AccessRule, TakesWhatIsImposedFromFileAndCode) {
     AccessRule rule;
     EXPECT_EQ(rule.Imposed(), GenApi::RW);
-    const PropertyRecord readOnly = Record(PropertyId::ImposedAccessMode, "RO");
+    const PropertyRecord readOnly = PropertyOf(PropertyId::ImposedAccessMode, "RO");
     rule.Bind({readOnly});
     EXPECT_EQ(rule.Imposed(), GenApi::RO);
     EXPECT_EQ(rule.Own(), GenApi::RW) << "predicates say nothing";
     rule.Impose(GenApi::WO);
     EXPECT_EQ(rule.Imposed(), GenApi::NA) << "neither is left";
-    const PropertyRecord other = Record(PropertyId::ToolTip, "NI");
+    const PropertyRecord other = PropertyOf(PropertyId::ToolTip, "NI");
     rule.Bind({other});
     EXPECT_EQ(rule.Imposed(), GenApi::NA);
 }

@@ -8,7 +8,7 @@
 #include <chrono>
 #include <stdexcept>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -245,4 +245,4 @@ TEST(FormulaNames, SplitsSuffixes) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 
 // Gives slot n the n-th value and remembers what was asked for.
 class ListSource final : public VariableSource {
@@ -47,4 +47,4 @@ inline FormulaNames OneVariable(std::string_view name) {
     return names;
 }
 
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -6,7 +6,7 @@
 
 #include <ostream>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 struct Row {
@@ -190,4 +190,4 @@ constexpr Row kFaults[] = {
 INSTANTIATE_TEST_SUITE_P(Faults, FormulaVector, ::testing::ValuesIn(kFaults));
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -6,7 +6,7 @@
 #include <limits>
 #include <random>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 
 namespace {
 
@@ -98,4 +98,4 @@ TEST(IntegerMachine, KnowsTheImplicitName) {
     EXPECT_EQ(Show("TO * 2", FormulaMode::Integer, names, {Value::Real(2.5)}), "5");
 }
 
-} // namespace genapi::testing
+} // namespace genapi::testkit

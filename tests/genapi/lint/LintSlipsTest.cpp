@@ -6,9 +6,9 @@
 
 using genapi::Finding;
 using genapi::LintDescription;
-using genapi::testing::Frame;
-using genapi::testing::LintText;
-using genapi::testing::Said;
+using genapi::testkit::Frame;
+using genapi::testkit::LintText;
+using genapi::testkit::Said;
 using ::testing::UnorderedElementsAreArray;
 
 namespace {

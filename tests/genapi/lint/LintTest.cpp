@@ -9,10 +9,10 @@
 using genapi::Finding;
 using genapi::LintDescription;
 using genapi::Severity;
-using genapi::testing::FindFinding;
-using genapi::testing::Frame;
-using genapi::testing::LintText;
-using genapi::testing::Said;
+using genapi::testkit::FindFinding;
+using genapi::testkit::Frame;
+using genapi::testkit::LintText;
+using genapi::testkit::Said;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 
 // The nodes in a description of schema 1.<minor>, from line 2 on.
 inline std::string LintText(std::string_view nodes, char minor = '1') {
@@ -45,7 +45,7 @@ inline const Finding* FindFinding(const std::vector<Finding>& findings, std::str
     return found == findings.end() ? nullptr : &*found;
 }
 
-} // namespace genapi::testing
+} // namespace genapi::testkit
 
 // What a register needs besides its address.
 #define REGISTER_REST "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <unordered_set>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::IsEmpty;
@@ -121,4 +121,4 @@ TEST_F(CameraTexts, HaveFormulasThatCompileExceptForUndeclaredNames) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

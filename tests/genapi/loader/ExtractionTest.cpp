@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -126,4 +126,4 @@ TEST(Extraction, EndsInCyclesAndLongChains) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -140,4 +140,4 @@ TEST(Merge, LeavesADescriptionWithoutInjectionAsItIs) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

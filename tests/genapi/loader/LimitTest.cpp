@@ -16,7 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -154,4 +154,4 @@ TEST_F(DescriptionLimit, OfASparseFileIsKnownBeforeItIsRead) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

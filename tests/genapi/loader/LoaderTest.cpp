@@ -16,7 +16,7 @@
 
 #include <unistd.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -236,4 +236,4 @@ TEST(Loader, NamesFilesThatItCannotRead) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 
 // A description of schema 1.1 around the given nodes.
 inline std::string Wrap(std::string_view nodes, std::string_view attributes = R"(SchemaMinorVersion="1")") {
@@ -60,4 +60,4 @@ inline std::vector<std::string> Problems(const Description& description) {
     return texts;
 }
 
-} // namespace genapi::testing
+} // namespace genapi::testkit

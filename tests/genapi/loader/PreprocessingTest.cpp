@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -236,4 +236,4 @@ TEST(Preprocessing, StopsRepeatingOverlongNames) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

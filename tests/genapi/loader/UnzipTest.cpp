@@ -12,7 +12,7 @@
 
 #include <unistd.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -128,4 +128,4 @@ TEST(Loader, UnpacksArchiveFiles) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 // Longer than what is looked at in one go, twice.
@@ -204,4 +204,4 @@ TEST(XmlCheck, TakesOnlyTheWholeNameOfAnEndTag) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

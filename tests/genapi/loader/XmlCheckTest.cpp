@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -177,4 +177,4 @@ TEST(LineIndex, TellsTheLineOfEveryPlace) {
 }
 
 } // namespace
-} // namespace genapi::testing
+} // namespace genapi::testkit

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace genapi::testing {
+namespace genapi::testkit {
 
 inline std::string Repeat(std::string_view part, std::size_t count) {
     std::string text;
@@ -14,4 +14,4 @@ inline std::string Repeat(std::string_view part, std::size_t count) {
     return text;
 }
 
-} // namespace genapi::testing
+} // namespace genapi::testkit
