@@ -92,7 +92,7 @@ TEST(AccessRule, AsksItsPredicatesFromTheMostSevereOn) {
     for (const auto& [id, name] :
          {std::pair(PropertyId::pIsImplemented, "Implemented"), std::pair(PropertyId::pIsAvailable, "Available"),
           std::pair(PropertyId::pIsLocked, "Locked")}) {
-        const PropertyRecord record = Record(id);
+        const PropertyRecord record = PropertyOf(id);
         rule.Bind({record, &Inner(map.Node(name)), nullptr});
     }
     EXPECT_EQ(rule.Own(), GenApi::RW);
