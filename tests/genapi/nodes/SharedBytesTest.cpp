@@ -65,6 +65,20 @@ TEST(SharedBytes, AreThoseOfThePlaceAsItIsNow) {
     EXPECT_EQ(map.port.reads, reads) << "it has left that place";
 }
 
+TEST(SharedBytes, AreDroppedAtEachWriteHoweverManyShareThem) {
+    for (const int count : {1, 15, 16, 17, 40}) {
+        std::string nodes = Reg("Written", "16");
+        for (int i = 0; i < count; ++i)
+            nodes += Reg("R" + std::to_string(i), "16");
+        XmlMap map(nodes);
+        for (const int value : {7, 8, 9}) {
+            map.Integer("Written").SetValue(value);
+            for (int i = 0; i < count; ++i)
+                ASSERT_EQ(map.Integer("R" + std::to_string(i)).GetValue(), value) << i << " of " << count;
+        }
+    }
+}
+
 TEST(SharedBytes, OfAComputedLengthAreDropped) {
     const std::string byLength = "<pLength>Length</pLength><AccessMode>RW</AccessMode><pPort>Device</pPort>";
     XmlMap map(Held("Length", "8") + Computed("Long", "<Address>12</Address>", byLength) + Reg("B", "16"));

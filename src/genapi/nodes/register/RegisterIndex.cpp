@@ -4,10 +4,14 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace genapi {
 
 namespace {
+
+// Where all registers share their bytes, what is kept for each of them must not grow with their square.
+constexpr std::size_t kMostKept = 16;
 
 uint64_t LengthOf(const RegisterPlace& place) {
     return static_cast<uint64_t>(std::max<int64_t>(place.length, 1));
@@ -50,6 +54,7 @@ RegisterIndex::Places::iterator RegisterIndex::Find(const RegisterPlace& place, 
 }
 
 void RegisterIndex::Move(RegisterNode& node, const RegisterPlace& from, const RegisterPlace& to) {
+    ++m_Moves;
     const auto old = from.pPort ? Find(from, node) : m_Places.end();
     if (to.pPort) {
         m_Places.emplace(KeyOf(to), &node); // first: nothing has changed when memory runs out
@@ -58,7 +63,20 @@ void RegisterIndex::Move(RegisterNode& node, const RegisterPlace& from, const Re
     if (old != m_Places.end()) m_Places.erase(old);
 }
 
-std::vector<RegisterNode*> RegisterIndex::Overlapping(const RegisterNode& changed, const RegisterPlace& written) const {
+// The same features are written again and again, and registers seldom move.
+const std::vector<RegisterNode*>& RegisterIndex::Overlapping(const RegisterNode& changed,
+                                                             const RegisterPlace& written) {
+    const auto known = m_Answers.find(&changed);
+    if (known != m_Answers.end() && known->second.moves == m_Moves && known->second.written == written)
+        return known->second.found;
+    std::vector<RegisterNode*> found = Search(changed, written);
+    if (found.size() > kMostKept) return m_Long = std::move(found);
+    Answer& answer = m_Answers[&changed];
+    answer = {written, m_Moves, std::move(found)};
+    return answer.found;
+}
+
+std::vector<RegisterNode*> RegisterIndex::Search(const RegisterNode& changed, const RegisterPlace& written) const {
     std::vector<RegisterNode*> found;
     const auto first = static_cast<uint64_t>(written.address);
     const uint64_t last = first + (LengthOf(written) - 1);

@@ -35,7 +35,8 @@ public:
     explicit RegisterIndex(const std::vector<Node*>& nodes);
 
     /// The other registers that share bytes with what was written through one, or whose computed place is spelt alike.
-    std::vector<RegisterNode*> Overlapping(const RegisterNode& changed, const RegisterPlace& written) const;
+    /// Holds until the next call.
+    const std::vector<RegisterNode*>& Overlapping(const RegisterNode& changed, const RegisterPlace& written);
     /// A register of computed place has come from one place to another.
     void Move(RegisterNode& node, const RegisterPlace& from, const RegisterPlace& to);
 
@@ -52,11 +53,22 @@ private:
         std::size_t operator()(const PatternKey& key) const;
     };
 
+    /// What was found for a register, as long as none has moved since.
+    struct Answer {
+        RegisterPlace written;
+        uint64_t moves = 0;
+        std::vector<RegisterNode*> found;
+    };
+
     static Key KeyOf(const RegisterPlace& place);
+    std::vector<RegisterNode*> Search(const RegisterNode& changed, const RegisterPlace& written) const;
     Places::iterator Find(const RegisterPlace& place, const RegisterNode& node);
 
     Places m_Places;
     uint64_t m_Classes = 0; ///< a bit for each length class that occurs
+    uint64_t m_Moves = 1;
+    std::unordered_map<const RegisterNode*, Answer> m_Answers; ///< short ones only
+    std::vector<RegisterNode*> m_Long;                         ///< the last one that was too long to be kept
     std::unordered_map<std::string, std::vector<RegisterNode*>> m_BySpelling; ///< of computed places
     std::unordered_map<PatternKey, std::vector<uint8_t>, PatternHash> m_Patterns;
 };
