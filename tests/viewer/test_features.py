@@ -45,6 +45,16 @@ def test_what_is_locked_says_why(look):
     page.wait("document.querySelector('#notes .problem').textContent.includes('320')", "the limits, in words")
 
 
+def test_limits_are_told_where_there_are_any(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    show_all(page)
+    limits = "document.querySelector('[data-feature={}] .limits').textContent"
+    page.wait(limits.format("Height") + " === '2 … 240, steps of 2'", "the limits of a whole number")
+    page.wait(limits.format("ExposureTime") + ".startsWith('10 … 10000000')", "the limits of a float")
+    assert page.run(limits.format("DeviceSFNCVersionMajor")) == "", "a number of any size has none"
+
+
 def test_search_and_level_find_features(look):
     _, page = look(CAMERA)
     open_camera(page)

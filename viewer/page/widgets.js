@@ -21,6 +21,18 @@ export function shortNumber(text) {
   return Number.isInteger(number) ? String(number) : String(Number(number.toPrecision(7)));
 }
 
+/** What the limits of a number say; nothing where they are only those of its kind. */
+export function limitsText({least, most, step}, type) {
+  const beyond = type === 'integer' ? 2 ** 63 : 3.4e38;
+  const text = type === 'integer' ? String : shortNumber;
+  const hasLeast = Number(least) > -beyond;
+  const hasMost = Number(most) < beyond;
+  const steps = step > 1 ? `steps of ${step}` : '';
+  if (hasLeast && hasMost) return `${text(least)} … ${text(most)}${steps ? `, ${steps}` : ''}`;
+  if (hasLeast || hasMost) return `${hasLeast ? `${text(least)} or more` : `${text(most)} or less`}${steps ? `, ${steps}` : ''}`;
+  return steps;
+}
+
 /** A name that was made for programs, in words: ExposureTime becomes Exposure Time. */
 export function words(name) {
   return name.replace(/([a-z0-9])([A-Z])/g, '$1 $2').replace(/([A-Z]+)([A-Z][a-z])/g, '$1 $2');
@@ -67,7 +79,7 @@ export class FeatureRow {
   }
 
   #showValue() {
-    const {value = '', least, most, step} = this.#state;
+    const {value = '', least, most} = this.#state;
     const control = this.#control;
     switch (this.#about.type) {
       case 'boolean':
@@ -85,7 +97,7 @@ export class FeatureRow {
         }
     }
     if (least === undefined) return;
-    setText(this.#limits, `${shortNumber(least)} … ${shortNumber(most)}${step > 1 ? `, steps of ${step}` : ''}`);
+    setText(this.#limits, limitsText(this.#state, this.#about.type));
     if (!this.#slider || document.activeElement === this.#slider && this.#slider.matches(':active')) return;
     this.#scale = sliderScale(this.#state, this.#about.shownAs);
     this.#slider.value = this.#scale.toSlider(Number(value)) * kSteps;
