@@ -9,6 +9,10 @@ namespace {
 // Like a host controller, the pump gathers completions for a moment before it disturbs the host.
 constexpr std::chrono::microseconds kModeration{100};
 
+// After so many requests the other endpoints have their turn: a host that queues as fast as it is served would keep the
+// device's only thread for one of them.
+constexpr unsigned kTurn = 32;
+
 usb::TransferStatus StatusOf(PipeStatus status) {
     switch (status) {
     case PipeStatus::Stall:
@@ -87,7 +91,10 @@ void EndpointQueue::Submit(Request& request) {
             kick = false;
         }
     }
-    if (kick) m_Device.RequestService(m_Endpoint);
+    if (m_Device.Generation() != m_Generation)
+        Pump(); // the queue was emptied when the device left, and will not be again
+    else if (kick)
+        m_Device.RequestService(m_Endpoint);
 }
 
 void EndpointQueue::Transfer(Request& request, unsigned int timeoutMs) {
@@ -158,15 +165,22 @@ void EndpointQueue::PumpLocked() {
         return;
     }
     m_Pumping = true;
+    unsigned served = 0;
     do {
         m_Again = false;
         m_Starved = false;
         do
             ReapCancelled();
-        while (!m_Queue.IsEmpty() && ServeOldest());
-    } while (m_Again);
+        while (!m_Queue.IsEmpty() && !IsTurnOver(served++) && ServeOldest());
+    } while (m_Again && !IsTurnOver(served));
     m_Pumping = false;
     WakeHost();
+    if (IsTurnOver(served)) m_Device.RequestService(m_Endpoint);
+}
+
+// What is queued when the device leaves ends at once.
+bool EndpointQueue::IsTurnOver(unsigned served) const {
+    return served >= kTurn && m_Device.Generation() == m_Generation;
 }
 
 // Ends what was cancelled while the pump was at work, wherever it stands in the queue.

@@ -50,7 +50,7 @@ public:
     bool Cancel(Request& request);
     /// Takes a request back, if it is queued, without a completion; its buffer is not used any more afterwards.
     void Withdraw(Request& request);
-    /// Serves the queue as far as the device goes.
+    /// Serves the queue as far as the device goes; of many requests some, and the device's thread soon the others.
     void Pump();
     bool IsIdle();
 
@@ -70,6 +70,7 @@ private:
     TimePoint m_UnwokenSince TAVIX_GUARDED_BY(m_Lock);
 
     void PumpLocked() TAVIX_REQUIRES(m_Lock);
+    bool IsTurnOver(unsigned served) const;
     void ReapCancelled() TAVIX_REQUIRES(m_Lock);
     bool ServeOldest() TAVIX_REQUIRES(m_Lock);
     PipeAnswer Move(const Request& request) const TAVIX_EXCLUDES(m_Lock);
