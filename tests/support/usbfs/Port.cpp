@@ -3,6 +3,7 @@
 
 #include "support/Shortage.h"
 #include "support/usbfs/Bus.h"
+#include "support/usbfs/system/LibusbStart.h"
 #include "support/usbfs/system/Udev.h"
 
 #include <linux/usbdevice_fs.h>
@@ -133,6 +134,7 @@ bool Port::PlugNow() {
 
 void Port::UnplugNow() {
     {
+        const std::lock_guard<std::recursive_mutex> leaving(LeavingLock());
         const Lock lock = LockAlone();
         if (!m_Present) return;
         m_Present = false;
