@@ -13,16 +13,13 @@ namespace genapi {
 namespace {
 
 constexpr PropertySet kNoted =
-    PropertySet::Of(PropertyId::IsFeature, PropertyId::PollingTime, PropertyId::IsSelfClearing);
-
-Node* FixedTarget(const Node& node) {
-    return HasProperty(node.Type(), PropertyId::pValue) ? node.LinkedNode(PropertyId::pValue) : nullptr;
-}
+    PropertySet::Of(PropertyId::pValue, PropertyId::IsFeature, PropertyId::PollingTime, PropertyId::IsSelfClearing);
 
 } // namespace
 
 void Linker::Run(std::string_view root) {
     const GenApi::AutoLock lock(m_Map.Lock());
+    m_ValueTargets.assign(m_Map.m_Nodes.size(), kNoNode);
     for (Node* const pNode : m_Map.m_Nodes)
         Bind(*pNode);
     m_Map.Reach().Build();
@@ -69,6 +66,9 @@ void Linker::BindProperty(Node& node, const PropertyRecord& record) {
 
 void Linker::Note(Node& node, const PropertyRecord& record) {
     switch (record.id) {
+    case PropertyId::pValue:
+        m_ValueTargets[node.Index()] = record.target;
+        break;
     case PropertyId::IsFeature:
         m_GivenFeatures.emplace_back(&node, ParseYesNo(record.value).value_or(false));
         break;
@@ -136,19 +136,19 @@ void Linker::CollectPolled() {
 void Linker::RefuseLongChains() {
     constexpr uint32_t kUnknown = 0;
     constexpr uint32_t kEndless = Effort::kMaxDepth + 1;
-    std::vector<uint32_t> lengths(m_Map.m_Nodes.size(), kUnknown);
-    std::vector<Node*> way;
-    for (Node* const pStart : m_Map.m_Nodes) {
-        Node* pNode = pStart;
-        for (; pNode && lengths[pNode->Index()] == kUnknown; pNode = FixedTarget(*pNode)) {
-            lengths[pNode->Index()] = kEndless; // until it is left; who meets it before goes round
-            way.push_back(pNode);
+    std::vector<uint32_t> lengths(m_ValueTargets.size(), kUnknown);
+    std::vector<NodeIndex> way;
+    for (NodeIndex start = 0; start < lengths.size(); ++start) {
+        NodeIndex node = start;
+        for (; node != kNoNode && lengths[node] == kUnknown; node = m_ValueTargets[node]) {
+            lengths[node] = kEndless; // until it is left; who meets it before goes round
+            way.push_back(node);
         }
-        uint32_t length = pNode ? lengths[pNode->Index()] : 0;
+        uint32_t length = node != kNoNode ? lengths[node] : 0;
         for (; !way.empty(); way.pop_back()) {
             length = std::min(length + 1, kEndless);
-            lengths[way.back()->Index()] = length;
-            if (length == kEndless) way.back()->MarkAsDefective(Fault::Link, Descent::kTooDeep);
+            lengths[way.back()] = length;
+            if (length == kEndless) m_Map.NodeAt(way.back())->MarkAsDefective(Fault::Link, Descent::kTooDeep);
         }
     }
 }

@@ -37,6 +37,7 @@ private:
 
     Map& m_Map;
     Strictness m_Strictness;
+    std::vector<NodeIndex> m_ValueTargets;               ///< of each node; the nodes lie far apart in memory
     std::vector<std::pair<Node*, int64_t>> m_Polled;     ///< with their periods
     std::vector<std::pair<Node*, bool>> m_GivenFeatures; ///< that say themselves whether they are features
     std::vector<Node*> m_Enumerations;
