@@ -64,6 +64,9 @@ Description ParseDescription(std::string_view xml, std::string_view inject, std:
         const NodeElements more = CollectNodeElements(*injected, description.problems);
         InjectNodeElements(elements, more, description.problems);
     }
+    // An element that becomes no node becomes a property, as a rule.
+    const std::size_t count = text.Elements() + (injected ? injected->Elements() : 0);
+    description.properties.reserve(count - elements.size());
     RecordBuilder(description, arena).Run(elements);
     description.texts.push_back(text.TakeBuffer());
     if (injected) description.texts.push_back(injected->TakeBuffer());

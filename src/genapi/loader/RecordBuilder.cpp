@@ -45,8 +45,6 @@ RecordBuilder::RecordBuilder(Description& description, TextArena& arena)
 void RecordBuilder::Run(const NodeElements& elements) {
     m_Description.nodes.reserve(elements.size() * 5 / 4);
     m_Ranges.reserve(elements.size() * 5 / 4);
-    constexpr std::size_t kMostReserved = 1U << 17U;
-    m_Properties.reserve(std::min(elements.size() * 10, kMostReserved));
     ClaimNames(elements);
     for (std::size_t i = 0; i < elements.size(); ++i) {
         // Large documents lie outside of the processor's caches.

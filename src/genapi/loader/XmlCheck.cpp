@@ -78,6 +78,7 @@ private:
     bool CheckValue(std::size_t start, char quote);
 
     std::size_t m_Depth = 0;
+    std::size_t m_Elements = 0;
     bool m_HasRoot = false;
     bool m_IsFormula = false;              ///< the text that follows
     std::string_view m_Open;               ///< the innermost element, when it has held none yet; else empty
@@ -91,7 +92,7 @@ XmlVerdict Checker::Run() {
         isFine = Step();
     if (isFine && m_Depth > 0) Fail(m_At, "the text ends inside of an element");
     if (isFine && !m_HasRoot) Fail(m_At, "there is no element");
-    return {m_Fault, m_Cost};
+    return {m_Fault, m_Cost, m_Elements};
 }
 
 bool Checker::ChargeText(std::size_t start) {
@@ -118,6 +119,7 @@ void Checker::SkipPlainElements() {
     for (const char* next = at; left > 0 && (next = PlainElementEnd(at, end)) != nullptr; --left) {
         at = next;
         m_Cost += kCost;
+        ++m_Elements;
     }
     if (at == start) return;
     m_At += static_cast<std::size_t>(at - start);
@@ -180,6 +182,7 @@ bool Checker::CheckStartTag() {
     const std::size_t start = m_At++;
     if (m_Depth == 0 && m_HasRoot) return Fail(start, "there is a second root element");
     m_HasRoot = true;
+    ++m_Elements;
     m_Open = TakeName();
     if (m_Open.empty()) return Fail(start, "a '<' begins no markup");
     m_IsFormula = IsFormula(m_Open);

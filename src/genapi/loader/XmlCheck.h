@@ -16,6 +16,7 @@ struct XmlVerdict {
     std::optional<XmlFault> fault; ///< the first one
     /// Bytes of memory that the tree of the text and the nodes made from it need at most, whatever they are.
     std::size_t cost = 0;
+    std::size_t elements = 0; ///< how many the text has
 };
 
 /// Looks for what the parser of the tree lets pass: a second root, text outside of it, undefined entities, attributes

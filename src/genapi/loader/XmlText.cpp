@@ -132,6 +132,7 @@ void XmlText::Check(std::string_view xml, std::size_t cost) {
     const XmlVerdict verdict = CheckXml(xml, taken < kMaxDescriptionCost ? kMaxDescriptionCost - taken : 0);
     if (verdict.fault) Refuse(m_Lines.LineAt(verdict.fault->offset), verdict.fault->reason);
     m_Cost += verdict.cost;
+    m_Elements = verdict.elements;
 }
 
 void XmlText::Parse(std::string_view xml) {

@@ -55,6 +55,7 @@ public:
     [[nodiscard]] uint32_t Line(const pugi::xml_node& element) const;
     /// Bytes of memory that the text, its tree and the nodes made from it need at most.
     [[nodiscard]] std::size_t Cost() const { return m_Cost; }
+    [[nodiscard]] std::size_t Elements() const { return m_Elements; }
     /// Afterwards only Root's texts remain usable, while the returned buffer lives.
     [[nodiscard]] std::unique_ptr<char[]> TakeBuffer() { return std::move(m_Buffer); }
 
@@ -70,6 +71,7 @@ private:
     std::unique_ptr<char[]> m_Buffer;
     LineIndex m_Lines;
     std::size_t m_Cost = 0;
+    std::size_t m_Elements = 0;
     pugi::xml_document m_Document;
     pugi::xml_node m_Root;
 };

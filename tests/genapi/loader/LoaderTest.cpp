@@ -204,6 +204,14 @@ TEST(Loader, LoadsManyNodesInLinearTime) {
     EXPECT_LT(time, std::chrono::seconds(10)) << "quadratic cost takes minutes";
 }
 
+TEST(Loader, KeepsNoMoreRoomForPropertiesThanTheTextHasElements) {
+    const std::string nodes = Repeat("<IntReg Name='A'><Address>1</Address><Length>4</Length></IntReg>", 10) +
+                              "<Integer Name='B'><Value>1</Value></Integer>";
+    const Description description = Load(nodes, "<Integer Name='C'><Min>1</Min><Max>2</Max></Integer>");
+    EXPECT_LE(description.properties.capacity(), 25U) << "23 and two roots";
+    EXPECT_GE(description.properties.capacity(), description.properties.size());
+}
+
 TEST(Loader, LimitsTheNumberOfReports) {
     const Description description = Load(Repeat("<Integer Name='A'/>", 5000));
     EXPECT_EQ(description.nodes.size(), 1U);

@@ -182,6 +182,11 @@ TEST(XmlCheck, CountsPlainElementsAsItDoesOthers) {
               CostOf("<a><Formula >12345</Formula></a>") - CostOf("<a><Formula ></Formula></a>"));
 }
 
+TEST(XmlCheck, TellsHowManyElementsThereAre) {
+    EXPECT_EQ(CheckXml("<?xml version='1.0'?><a><!-- <b/> --><![CDATA[<b/>]]></a>", kBudget).elements, 1u);
+    EXPECT_EQ(CheckXml("<a><b>x</b><b/><b c='1'><d></d></b><Formula>1</Formula></a>", kBudget).elements, 6u);
+}
+
 TEST(XmlCheck, StopsAtThePlainElementThatIsTooMuch) {
     const std::string text = "<a><b>x</b><b>y</b></a>";
     const std::size_t cost = CostOf(text);
