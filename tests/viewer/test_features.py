@@ -1,7 +1,8 @@
 """Features: to the camera, from the camera, and between two browsers."""
 
 from browser import wait_until
-from page import CAMERA, control, is_in, open_camera, set_feature, show_all, stop, tab, wait_for_value
+from page import (CAMERA, control, is_in, open_camera, set_feature, show_all, stop, tab, wait_for_images,
+                  wait_for_value)
 
 
 def choose_file(page, button, path):
@@ -161,6 +162,26 @@ def test_a_profile_and_the_crosshair_are_moved_by_keyboard(look):
         const yellow = (i) => data[i] > 120 && data[i + 2] < 90 && data[i + 3] > 0;
         return Array.from({length: canvas.width}, (_, x) => yellow(4 * x)).filter(Boolean).length; })()""")
     assert 1 <= lines <= 3, "one upright line"
+
+
+def test_an_image_that_was_on_its_way_does_not_bring_a_profile_back(look):
+    _, page = look(CAMERA)
+    open_camera(page)
+    tab(page, "Values")
+    point_and_look(page, "p")
+    page.key("Enter")
+    page.run("""(() => { window.held = []; window.create = window.createImageBitmap;
+        window.createImageBitmap = (...all) => new Promise((resolve) => held.push(() => resolve(create(...all)))); })()""")
+    page.wait("held.length === 2", "as many images as the server sends ahead")
+    page.key("ArrowRight")
+    page.key("Enter")
+    page.run("new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(() => resolve())))")  # it is asked for
+    page.run("held.splice(0).forEach((letGo) => letGo())")
+    page.wait("held.length > 0", "an image with the line's profile")
+    page.key("m")
+    page.run("(() => { window.createImageBitmap = create; held.splice(0).forEach((letGo) => letGo()); })()")
+    wait_for_images(page)
+    assert page.run("document.querySelector('[aria-label^=Profile]').hidden"), "it went with its tool"
 
 
 def test_everything_can_be_done_by_keyboard(look):

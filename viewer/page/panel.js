@@ -234,7 +234,7 @@ export class Panel {
       `focus ${figure(focus, 2)}`);
     this.#measures.dataset.focus = focus;
     if (this.#histogram.offsetParent) drawCurves(this.#histogram, histogramCurves(channels));
-    if (profile) {
+    if (profile && this.#image.tool === 'line') { // an image may have been on its way when the tool was put away
       this.#profile.hidden = false;
       const components = this.#image.header.channels === 3 && !this.#image.header.format.startsWith('Bayer') ? 3 : 1;
       if (this.#profile.offsetParent) drawCurves(this.#profile, profileCurves(profile, components), 2 ** bits - 1);
