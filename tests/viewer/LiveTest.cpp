@@ -224,6 +224,21 @@ TEST_F(Live, WhatChangesByItselfIsNotToldAsChangedByASetting) {
     EXPECT_FALSE(isTold) << "it counts images whatever the gain is";
 }
 
+TEST_F(Live, WhatChangedSinceTheSettingBeforeIsNotToldAsChangedByTheNext) {
+    AskCamera("set", R"(, "name": "CounterEventSource", "value": "FrameStart")");
+    AskCamera("set", R"(, "name": "TriggerSource", "value": "Software")");
+    AskCamera("set", R"(, "name": "TriggerMode", "value": "On")");
+    AskCamera("start");
+    AskCamera("view", kView);
+    AskCamera("set", R"(, "name": "Gain", "value": "1")");
+    AskCamera("trigger");
+    while (m_Images == 0) // or it has come with the answers already
+        Next();
+    const std::string answer = AskCamera("set", R"(, "name": "Gain", "value": "2")").dump();
+    EXPECT_THAT(answer, HasSubstr("GainRaw"));
+    EXPECT_THAT(answer, testing::Not(HasSubstr("CounterValue"))) << "the trigger was, not the gain";
+}
+
 TEST_F(Live, ACameraThatWaitsForItsTriggerIsClosedAtOnce) {
     AskCamera("set", R"(, "name": "TriggerSource", "value": "Line1")");
     AskCamera("set", R"(, "name": "TriggerMode", "value": "On")");

@@ -30,8 +30,6 @@ public:
     void Forget() { m_Known = Json::object(); }
     /// Whether its value changes without a setting.
     bool IsRestless(const std::string& name) const { return m_Restless.Is(name, Restless::Clock::now()); }
-    /// Whether nobody has set anything for a while.
-    bool IsQuiet() const { return m_Restless.IsQuiet(Restless::Clock::now()); }
 
 private:
     Json m_Known = Json::object();

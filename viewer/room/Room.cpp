@@ -119,7 +119,7 @@ Json Room::TellChanges(Occasion occasion) {
 
 /// Whatever happens, what has changed is told: a change that failed half-way has changed something.
 Json Room::Changing(const std::function<void()>& change, const std::string& asked) {
-    if (m_States.IsQuiet()) TellChanges(Occasion::Look); // what has changed by itself until now
+    TellChanges(Occasion::Look); // what has changed by itself until now, or as a late effect of the setting before
     const Json before = m_States.Known();
     try {
         change();
