@@ -39,7 +39,7 @@ GC_ERROR DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* ph
     return Call([&] {
         const auto stream = Use<Stream>(hDataStream);
         BUFFER_HANDLE& handle = Needed(phBuffer);
-        handle = stream->BufferAt(iIndex);
+        handle = stream->Engine().BufferAt(iIndex);
     });
 }
 
@@ -51,7 +51,7 @@ GC_ERROR DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
 }
 
 GC_ERROR DSFlushQueue(DS_HANDLE hDataStream, ACQ_QUEUE_TYPE iOperation) {
-    return Call([&] { Use<Stream>(hDataStream)->Flush(iOperation); });
+    return Call([&] { Use<Stream>(hDataStream)->Engine().Flush(iOperation); });
 }
 
 GC_ERROR DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags, uint64_t iNumToAcquire) {
@@ -67,7 +67,7 @@ GC_ERROR DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
         const auto stream = Use<Stream>(hDataStream);
         if (iStopFlags != ACQ_STOP_FLAGS_DEFAULT && iStopFlags != ACQ_STOP_FLAGS_KILL)
             Fail(GC_ERR_INVALID_PARAMETER, "unknown flags for a stop");
-        stream->Stop(iStopFlags);
+        stream->Stop();
     });
 }
 

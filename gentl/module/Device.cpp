@@ -93,17 +93,17 @@ void Device::NoteRemoval() noexcept {
     if (const auto event = std::static_pointer_cast<RemoteEvent>(Event(EVENT_REMOTE_DEVICE))) event->NoteLoss();
     Invalidate("DeviceAccessStatus");
     m_Interface->NoteLoss();
-    std::shared_ptr<Stream> stream;
-    {
-        const Tavix::MutexLock guard(m_StreamMutex);
-        stream = m_Stream;
-    }
-    if (stream) stream->NoteLoss();
+    if (const auto stream = OpenedStream()) stream->NoteLoss();
+}
+
+std::shared_ptr<Stream> Device::OpenedStream() {
+    const Tavix::MutexLock guard(m_StreamMutex);
+    return m_Stream;
 }
 
 std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
     if (id != kStreamId) Fail(GC_ERR_INVALID_ID, "there is no stream of that ID");
-    if (m_Stream) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
+    if (OpenedStream()) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
     auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
     stream->Open();
     stream->Register();
@@ -127,7 +127,7 @@ void Device::Close() noexcept {
     for (const unsigned long callback : m_Callbacks)
         (void)vexlo::VxDeregisterCallback(callback);
     m_Callbacks.clear();
-    if (const std::shared_ptr<Stream> stream = m_Stream) stream->Close();
+    if (const auto stream = OpenedStream()) stream->Close();
     if (m_Remote) m_Remote->Unregister();
     Module::Close();
     (void)m_Device->Close(); // what it says does not matter to a camera that is given back

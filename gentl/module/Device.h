@@ -58,6 +58,7 @@ private:
     void WatchRemoval();
     static void OnRemoval(const vexlo::VxCallbackData* data);
     void NoteRemoval() noexcept;
+    std::shared_ptr<Stream> OpenedStream();
 
     const std::shared_ptr<Interface> m_Interface;
     const FoundCamera m_Camera;
@@ -69,7 +70,7 @@ private:
     std::vector<unsigned long> m_Callbacks;              // guarded by TreeMutex()
     std::atomic<bool> m_IsLost{false};
     Tavix::Mutex m_StreamMutex;
-    std::shared_ptr<Stream> m_Stream; // guarded by m_StreamMutex, changed under TreeMutex(); null while closed
+    std::shared_ptr<Stream> m_Stream TAVIX_GUARDED_BY(m_StreamMutex); // null while closed
 };
 
 } // namespace gentl

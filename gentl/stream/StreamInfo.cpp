@@ -1,4 +1,4 @@
-// What a stream tells of itself: queries, registers, and its event.
+// What a stream tells of itself: queries and registers.
 
 #include "gentl/module/Device.h"
 #include "gentl/module/RemotePort.h"
@@ -13,13 +13,14 @@ namespace gentl {
 namespace {
 
 using Vx = vexlo::CVxStream;
-using Guard = Tavix::MutexLock;
+
+constexpr std::uint64_t kMostChunks = 64;
 
 } // namespace
 
 std::uint64_t Stream::Property(Vx::EPropertyValue id, size_t width) {
     std::array<std::uint8_t, 8> bytes{};
-    Check(m_Vx->GetProperty(id, bytes.data(), width), "The stream does not tell");
+    Check(m_Vx.GetProperty(id, bytes.data(), width), "The stream does not tell");
     return u3v::Load64(bytes.data());
 }
 
@@ -31,7 +32,7 @@ void Stream::SetProperty(Vx::EPropertyValue id, size_t width, std::uint64_t valu
     std::array<std::uint8_t, 8> bytes{};
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
-    Check(m_Vx->SetProperty(id, bytes.data(), width), "The stream does not take the value");
+    Check(m_Vx.SetProperty(id, bytes.data(), width), "The stream does not take the value");
 }
 
 /// As the camera's stream registers say now.
@@ -46,33 +47,36 @@ std::uint64_t Stream::PayloadSize() {
     return read(sirm + u3v::sirm::kRequiredPayloadSize);
 }
 
+std::uint64_t Stream::CountLost(const Figures& figures) {
+    return Property(Vx::Property_MissedFrameCount, 8) + figures.overwritten;
+}
+
 void Stream::Info(STREAM_INFO_CMD command, Answer& answer) {
-    if (command == STREAM_INFO_PAYLOAD_SIZE) return answer.Size(PayloadSize());
-    const Guard guard(m_Mutex);
-    Drain();
     switch (command) {
+    case STREAM_INFO_PAYLOAD_SIZE:
+        return answer.Size(PayloadSize());
     case STREAM_INFO_ID:
         return answer.String(Device::kStreamId);
     case STREAM_INFO_NUM_DELIVERED:
-        return answer.Uint64(m_Delivered);
+        return answer.Uint64(m_Engine.Look().delivered);
     case STREAM_INFO_NUM_UNDERRUN:
-        return answer.Uint64(Property(Vx::Property_MissedFrameCount, 8) + m_Overwritten);
+        return answer.Uint64(CountLost(m_Engine.Look()));
     case STREAM_INFO_NUM_ANNOUNCED:
-        return answer.Size(m_Buffers.size());
+        return answer.Size(m_Engine.Look().announced);
     case STREAM_INFO_NUM_QUEUED:
-        return answer.Size(m_Input.size());
+        return answer.Size(m_Engine.Look().input);
     case STREAM_INFO_NUM_AWAIT_DELIVERY:
-        return answer.Size(m_Output.size());
+        return answer.Size(m_Engine.Look().output);
     case STREAM_INFO_NUM_STARTED:
-        return answer.Uint64(m_Started);
+        return answer.Uint64(m_Engine.Look().filled);
     case STREAM_INFO_IS_GRABBING:
-        return answer.Bool(m_IsRunning && m_Left != 0);
+        return answer.Bool(m_Engine.Look().isGrabbing != 0);
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
         return answer.Bool(false);
     case STREAM_INFO_TLTYPE:
         return answer.String(kTechnology);
     case STREAM_INFO_NUM_CHUNKS_MAX:
-        return answer.Size(64);
+        return answer.Size(kMostChunks);
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
     case STREAM_INFO_BUF_ALIGNMENT:
         return answer.Size(1);
@@ -84,63 +88,50 @@ void Stream::Info(STREAM_INFO_CMD command, Answer& answer) {
     }
 }
 
+ModulePort::GetNumber Stream::Figure(std::uint64_t Figures::*figure) {
+    return [this, figure] { return m_Engine.Look().*figure; };
+}
+
 void Stream::BuildPort() {
     m_Port.Constant("StreamID", Device::kStreamId);
     m_Port.Choice("StreamType", {{"USB3Vision", 0}, {"Custom", 1}}, [] { return 0; });
-    const auto counted = [this](auto&& count) {
-        return [this, count] {
-            const Guard guard(m_Mutex);
-            Drain();
-            return static_cast<std::uint64_t>(count(*this));
-        };
-    };
-    m_Port.Number("StreamAnnouncedBufferCount", counted([](const Stream& stream) { return stream.m_Buffers.size(); }));
+    m_Port.Number("StreamAnnouncedBufferCount", Figure(&Figures::announced));
     m_Port.Number("StreamAnnounceBufferMinimum", [] { return 1; });
     m_Port.Choice("StreamBufferHandlingMode",
                   {{"Default", 0}, {"OldestFirst", 3}, {"OldestFirstOverwrite", 1}, {"NewestOnly", 2}},
-                  counted([](const Stream& stream) { return stream.m_Handling; }), [this](std::uint64_t mode) {
-                      const Guard guard(m_Mutex);
-                      if (m_IsRunning) Fail(GC_ERR_BUSY, "the stream is running");
+                  Figure(&Figures::handling), [this](std::uint64_t mode) {
                       RequireUnlocked();
                       if (mode > 3) Fail(GC_ERR_INVALID_VALUE, "there is no such handling of buffers");
-                      m_Handling = static_cast<Handling>(mode);
+                      m_Engine.SetHandling(static_cast<Handling>(mode));
                   });
-    m_Port.Number("StreamDeliveredFrameCount", counted([](const Stream& stream) { return stream.m_Delivered; }));
-    m_Port.Number("StreamLostFrameCount", counted([](Stream& stream) {
-                      return stream.Property(Vx::Property_MissedFrameCount, 8) + stream.m_Overwritten;
-                  }));
-    m_Port.Number("StreamInputBufferCount", counted([](const Stream& stream) { return stream.m_Input.size(); }));
-    m_Port.Number("StreamOutputBufferCount", counted([](const Stream& stream) { return stream.m_Output.size(); }));
-    m_Port.Number("StreamStartedFrameCount", counted([](const Stream& stream) { return stream.m_Started; }));
+    BuildCounters();
     m_Port.Number("PayloadSize", [this] { return PayloadSize(); });
-    m_Port.Flag("StreamIsGrabbing",
-                counted([](const Stream& stream) { return stream.m_IsRunning && stream.m_Left != 0; }));
-    m_Port.Number("StreamChunkCountMaximum", [] { return 64; });
+    m_Port.Flag("StreamIsGrabbing", Figure(&Figures::isGrabbing));
+    m_Port.Number("StreamChunkCountMaximum", [] { return kMostChunks; });
     m_Port.Number("StreamBufferAlignment", [] { return 1; });
     // Consumers lock before they start and unlock after they have stopped; a running stream is locked in any case.
-    m_Port.Limited("TLParamsLocked", {0, [] { return 1; }, 1}, // an integer, as everywhere
-                   counted([](const Stream& stream) { return stream.m_IsRunning || stream.m_IsLocked; }),
-                   [this](std::uint64_t locked) {
-                       const Guard guard(m_Mutex);
-                       m_IsLocked = locked != 0;
-                   });
+    m_Port.Limited(
+        "TLParamsLocked", {0, [] { return 1; }, 1}, // an integer, as everywhere
+        [this]() -> std::uint64_t { return m_Engine.Look().isRunning || m_IsLocked ? 1 : 0; },
+        [this](std::uint64_t locked) { m_IsLocked = locked != 0; });
     BuildSettings();
 }
 
+void Stream::BuildCounters() {
+    m_Port.Number("StreamDeliveredFrameCount", Figure(&Figures::delivered));
+    m_Port.Number("StreamLostFrameCount", [this] { return CountLost(m_Engine.Look()); });
+    m_Port.Number("StreamInputBufferCount", Figure(&Figures::input));
+    m_Port.Number("StreamOutputBufferCount", Figure(&Figures::output));
+    m_Port.Number("StreamStartedFrameCount", Figure(&Figures::filled));
+}
+
 void Stream::BuildSettings() {
-    m_Port.Choice("StreamMemory", {{"Ordinary", 0}, {"Mapped", 1}}, [this]() -> std::uint64_t {
-        const Guard guard(m_Mutex);
-        for (const auto& buffer : m_Buffers) {
-            if (buffer->own) return 1;
-        }
-        return 0;
-    });
+    m_Port.Choice("StreamMemory", {{"Ordinary", 0}, {"Mapped", 1}}, Figure(&Figures::hasOwnMemory));
     const auto get = [this](Vx::EPropertyValue id, size_t width) {
         return [this, id, width] { return Property(id, width); };
     };
     const auto set = [this](Vx::EPropertyValue id, size_t width) {
         return [this, id, width](std::uint64_t value) {
-            const Guard guard(m_Mutex);
             RequireUnlocked();
             SetProperty(id, width, value);
         };
@@ -155,55 +146,6 @@ void Stream::BuildSettings() {
     m_Port.Number("StreamFailedBufferCount", get(Vx::Property_FailedBufferCount, 8));
     m_Port.Number("StreamResynchronizationCount", get(Vx::Property_ResynchronizationCount, 8));
     m_Port.Number("StreamCopiedByteCount", get(Vx::Property_CopiedByteCount, 8));
-}
-
-NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
-    : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
-
-std::shared_ptr<Stream> NewBufferEvent::Owner() const {
-    auto stream = std::static_pointer_cast<Stream>(m_Stream.lock());
-    if (!stream) Fail(GC_ERR_ABORT, "the stream is closed");
-    return stream;
-}
-
-EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
-    if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
-    const auto stream = Owner();
-    size_t left = 0;
-    const std::shared_ptr<Buffer> buffer = stream->TakeOutput(left);
-    if (!buffer) {
-        if (!stream->IsLost()) return Taken::Nothing;
-        WaitObject().Signal(); // for the next waiter
-        Fail(GC_ERR_IO, "the camera was unplugged");
-    }
-    const EVENT_NEW_BUFFER_DATA event{buffer->Handle(), buffer->userPointer};
-    size = sizeof event;
-    std::memcpy(data, &event, sizeof event);
-    return left == 0 ? Taken::Last : Taken::OneOfSeveral;
-}
-
-size_t NewBufferEvent::CountPending() {
-    return Owner()->CountOutput();
-}
-
-void NewBufferEvent::Flush() {
-    Owner()->DiscardOutput();
-}
-
-void NewBufferEvent::DataInfo(const void* data, size_t size, EVENT_DATA_INFO_CMD command, Answer& answer) const {
-    EVENT_NEW_BUFFER_DATA event;
-    if (size < sizeof event) Fail(GC_ERR_INVALID_BUFFER, "these are no data of a new buffer");
-    std::memcpy(&event, data, sizeof event);
-    switch (command) {
-    case EVENT_DATA_ID:
-        return answer.Pointer(event.BufferHandle);
-    case EVENT_DATA_VALUE:
-        return answer.Pointer(event.pUserPointer);
-    case EVENT_DATA_NUMID:
-        Fail(GC_ERR_NOT_AVAILABLE, "a new buffer has no number");
-    default:
-        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about event data");
-    }
 }
 
 } // namespace gentl

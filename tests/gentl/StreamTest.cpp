@@ -3,6 +3,7 @@
 #include "RemoteFeatures.h"
 #include "Session.h"
 
+#include <atomic>
 #include <cstring>
 #include <thread>
 
@@ -230,6 +231,29 @@ TEST_F(GenTLStream, DeliversTheCamerasEvents) {
                   return gc.EventGetDataInfo(remote, message, size, EVENT_DATA_ID, nullptr, value, bytes);
               }),
               text);
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
+TEST_F(GenTLStream, TellsAnEventThatCameWhileItStartedAndStopped) {
+    consumer::Features module(gc, stream);
+    GenApi::CEnumerationPtr(module.map._GetNode("StreamBufferHandlingMode"))->FromString("NewestOnly");
+    ASSERT_NO_FATAL_FAILURE(Announce(3));
+    std::atomic<bool> isOver{false};
+    std::thread starter([&] {
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS);
+            EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+        }
+        isOver = true;
+    });
+    while (!isOver) {
+        EXPECT_EQ(gc.GCUnregisterEvent(stream, EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
+        EXPECT_EQ(gc.GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event), GC_ERR_SUCCESS);
+    }
+    starter.join();
+    ASSERT_NO_FATAL_FAILURE(Start());
+    EVENT_NEW_BUFFER_DATA data{};
+    EXPECT_EQ(Next(data), GC_ERR_SUCCESS) << LastText();
     ASSERT_NO_FATAL_FAILURE(Stop());
 }
 

@@ -1,0 +1,199 @@
+#include "gentl/stream/AcquisitionEngine.h"
+
+#include <algorithm>
+
+namespace gentl {
+namespace {
+
+using Guard = Tavix::MutexLock;
+using GrabResult = vexlo::CVxStream::GrabResult;
+
+SharedBuffer FilledBy(const GrabResult& result) {
+    auto object = const_cast<Buffer*>(static_cast<const Buffer*>(result.Context))->shared_from_this();
+    return std::static_pointer_cast<Buffer>(std::move(object));
+}
+
+} // namespace
+
+AcquisitionEngine::AcquisitionEngine(vexlo::CVxStream& stream)
+    : m_Vx(stream), m_Pump(m_PumpBell, [this] { DrainForPump(); }) {}
+
+void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
+    const Guard guard(m_Mutex);
+    if (m_Queues.HasMemory(buffer->data)) Fail(GC_ERR_RESOURCE_IN_USE, "the memory is announced already");
+    buffer->Register();
+    try {
+        m_Queues.Announce(buffer);
+        if (m_IsRunning) RegisterOnBus(*buffer);
+    } catch (...) {
+        m_Queues.Revoke(buffer);
+        buffer->Unregister();
+        throw;
+    }
+}
+
+void AcquisitionEngine::RegisterOnBus(Buffer& buffer) {
+    if (buffer.handle) return;
+    Check(m_Vx.RegisterBuffer(buffer.data, buffer.size, &buffer.handle), "The buffer cannot be used");
+}
+
+void AcquisitionEngine::QueueOnBus(const SharedBuffer& buffer) {
+    Check(m_Vx.QueueBuffer(buffer->handle, buffer.get()), "The buffer cannot be queued");
+    buffer->isOnBus = true;
+    buffer->Update([](Buffer::Record& record) { record.isOnBus = true; });
+}
+
+void AcquisitionEngine::PutIntoInput(const SharedBuffer& buffer) {
+    m_Queues.PutIntoInput(buffer);
+    if (!m_IsRunning || m_Left == 0) return;
+    try {
+        QueueOnBus(buffer);
+    } catch (...) {
+        PutAside(buffer);
+        throw;
+    }
+}
+
+void AcquisitionEngine::PutAside(const SharedBuffer& buffer) {
+    if (buffer->isOnBus) Fail(GC_ERR_BUSY, "the buffer is being filled");
+    m_Queues.PutAside(buffer);
+}
+
+void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
+    const Guard guard(m_Mutex);
+    Drain();
+    PutAside(buffer);
+    if (buffer->handle) {
+        void* unused = nullptr;
+        Check(m_Vx.DeregisterBuffer(buffer->handle, &unused), "The buffer is in use");
+        buffer->handle = nullptr;
+    }
+    m_Queues.Revoke(buffer);
+    buffer->Unregister();
+}
+
+BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
+    const Guard guard(m_Mutex);
+    if (index >= m_Queues.Announced().size()) Fail(GC_ERR_INVALID_INDEX, "there is no buffer of that number");
+    return m_Queues.Announced()[index]->Handle();
+}
+
+void AcquisitionEngine::Queue(const SharedBuffer& buffer) {
+    const Guard guard(m_Mutex);
+    if (buffer->place == Place::Input) Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is queued already");
+    if (buffer->place == Place::Output) Fail(GC_ERR_BUSY, "the buffer was filled and waits to be delivered");
+    PutIntoInput(buffer);
+}
+
+void AcquisitionEngine::Drain() {
+    GrabResult result{};
+    for (unsigned long left = 1; left != 0 && m_Vx.RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
+        Sort(result);
+        if (m_Left == 0) left = 1; // what was recalled comes behind it
+    }
+}
+
+void AcquisitionEngine::Sort(const GrabResult& result) {
+    const SharedBuffer buffer = FilledBy(result);
+    buffer->isOnBus = false;
+    // Recalled, or come after the last one that was wanted: it stays where it is, in the input pool.
+    if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
+        buffer->Update([](Buffer::Record& record) { record.isOnBus = false; });
+    else
+        Accept(buffer, result);
+}
+
+void AcquisitionEngine::Accept(const SharedBuffer& buffer, const GrabResult& result) {
+    m_Queues.Fill(buffer, result);
+    if (m_Left != GENTL_INFINITE && --m_Left == 0) Recall();
+    Overwrite();
+}
+
+void AcquisitionEngine::Overwrite() {
+    while (m_IsRunning && m_Left != 0) {
+        const SharedBuffer oldest = m_Queues.TakeOverwritten(m_Handling);
+        if (!oldest) return;
+        PutIntoInput(oldest);
+    }
+}
+
+/// Nothing more is taken off the bus.
+void AcquisitionEngine::Recall() {
+    (void)m_Vx.CancelGrab();
+}
+
+SharedBuffer AcquisitionEngine::TakeOutput(size_t& left) {
+    const Guard guard(m_Mutex);
+    Drain();
+    SharedBuffer buffer = m_Queues.Deliver();
+    left = m_Queues.Output().size();
+    return buffer;
+}
+
+void AcquisitionEngine::PutAllAside(std::deque<SharedBuffer> buffers) {
+    for (const SharedBuffer& buffer : buffers)
+        PutAside(buffer);
+}
+
+void AcquisitionEngine::QueueAll(bool andOutput) {
+    for (const SharedBuffer& buffer : std::vector<SharedBuffer>(m_Queues.Announced())) {
+        if (buffer->place == Place::Input || (buffer->place == Place::Output && !andOutput)) continue;
+        PutIntoInput(buffer);
+    }
+}
+
+void AcquisitionEngine::FlushInputToOutput() {
+    if (m_IsRunning) {
+        Recall();
+        Drain();
+    }
+    m_Queues.MoveInputToOutput();
+    m_Listener.Signal();
+}
+
+void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
+    const Guard guard(m_Mutex);
+    Drain();
+    switch (operation) {
+    case ACQ_QUEUE_INPUT_TO_OUTPUT:
+        return FlushInputToOutput();
+    case ACQ_QUEUE_OUTPUT_DISCARD:
+        return PutAllAside(m_Queues.Output());
+    case ACQ_QUEUE_ALL_TO_INPUT:
+        return QueueAll(/*andOutput=*/true);
+    case ACQ_QUEUE_UNQUEUED_TO_INPUT:
+        return QueueAll(/*andOutput=*/false);
+    case ACQ_QUEUE_ALL_DISCARD:
+        if (m_IsRunning) {
+            Recall();
+            Drain();
+        }
+        PutAllAside(m_Queues.Input());
+        return PutAllAside(m_Queues.Output());
+    default:
+        Fail(GC_ERR_INVALID_PARAMETER, "unknown flush operation");
+    }
+}
+
+AcquisitionEngine::Figures AcquisitionEngine::Look() {
+    const Guard guard(m_Mutex);
+    Drain();
+    const auto& announced = m_Queues.Announced();
+    const bool hasOwnMemory =
+        std::any_of(announced.begin(), announced.end(), [](const SharedBuffer& each) { return each->own != nullptr; });
+    const BufferQueues::Counts& counts = m_Queues.Counted();
+    Figures figures{};
+    figures.announced = announced.size();
+    figures.input = m_Queues.Input().size();
+    figures.output = m_Queues.Output().size();
+    figures.filled = counts.filled;
+    figures.delivered = counts.delivered;
+    figures.overwritten = counts.overwritten;
+    figures.isRunning = m_IsRunning;
+    figures.isGrabbing = m_IsRunning && m_Left != 0;
+    figures.hasOwnMemory = hasOwnMemory;
+    figures.handling = static_cast<std::uint64_t>(m_Handling);
+    return figures;
+}
+
+} // namespace gentl

@@ -1,0 +1,89 @@
+#pragma once
+// What moves buffers between a stream's queues and the bus.
+
+#include "gentl/stream/BufferQueues.h"
+#include "gentl/stream/Pump.h"
+
+#include "core/Mutex.h"
+#include "core/WaitObject.h"
+
+namespace gentl {
+
+/// Completed buffers stay with the USB access library until somebody asks for them, so that an image costs one wake-up,
+/// that of the consumer. Only handling modes that overwrite need a thread that takes images whether they are asked for
+/// or not. Throws Failure. Lock order: who starts and stops, the queues', the slots'. Thread-safe.
+class AcquisitionEngine {
+public:
+    /// Of a stream that its owner opens before anything else, and closes after Close.
+    explicit AcquisitionEngine(vexlo::CVxStream& stream);
+
+    /// RESOURCE_IN_USE when its memory is announced already. It has its handle then.
+    void Announce(const SharedBuffer& buffer);
+    /// BUSY while it is being filled. Its handle is void then.
+    void Revoke(const SharedBuffer& buffer);
+    /// INVALID_INDEX.
+    BUFFER_HANDLE BufferAt(size_t index);
+    void Queue(const SharedBuffer& buffer);
+    void Flush(ACQ_QUEUE_TYPE operation);
+    /// The oldest buffer of the output queue, now delivered; null when there is none. `left` becomes how many are in
+    /// it still.
+    SharedBuffer TakeOutput(size_t& left);
+
+    /// `count` is GENTL_INFINITE or a number of buffers.
+    void Start(std::uint64_t count);
+    void Stop();
+    /// Stops, and revokes all buffers. The caller keeps their memory until the bus has let go of it.
+    std::vector<SharedBuffer> Close() noexcept;
+
+    /// BUSY while it runs.
+    void SetHandling(Handling handling);
+    /// Who is signalled when there may be something in the output queue; one that is not valid is nobody.
+    void SetListener(const Tavix::WaitObjectEx& listener) noexcept;
+
+    struct Figures {
+        std::uint64_t announced, input, output;            ///< buffers there now
+        std::uint64_t filled, delivered, overwritten;      ///< since the last start
+        std::uint64_t isRunning, isGrabbing, hasOwnMemory; ///< 0 or 1; it grabs until it has what was asked for
+        std::uint64_t handling;
+    };
+    Figures Look();
+
+private:
+    void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void QueueOnBus(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void PutIntoInput(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    /// BUSY when it is being filled.
+    void PutAside(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void PutAllAside(std::deque<SharedBuffer> buffers) TAVIX_REQUIRES(m_Mutex);
+    /// Those that are in none of the queues; with `andOutput` also those of the output queue.
+    void QueueAll(bool andOutput) TAVIX_REQUIRES(m_Mutex);
+    void FlushInputToOutput() TAVIX_REQUIRES(m_Mutex);
+    /// Brings what the USB access library has completed to where it belongs.
+    void Drain() TAVIX_REQUIRES(m_Mutex);
+    void Sort(const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
+    void Accept(const SharedBuffer& buffer, const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
+    /// Images that nobody took make room for newer ones, where that is wished.
+    void Overwrite() TAVIX_REQUIRES(m_Mutex);
+    void Recall() TAVIX_REQUIRES(m_Mutex);
+    void Begin(std::uint64_t count) TAVIX_REQUIRES(m_Mutex);
+    void End() TAVIX_REQUIRES(m_Mutex);
+
+    void StartPump() TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
+    void StopPump() noexcept TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
+    void DrainForPump() noexcept TAVIX_EXCLUDES(m_Mutex);
+    void BindWaitObject() noexcept TAVIX_REQUIRES(m_Mutex);
+
+    vexlo::CVxStream& m_Vx;
+    const Tavix::WaitObjectEx m_PumpBell = Tavix::WaitObjectEx::Create();
+    Tavix::Mutex m_PumpMutex; // starting and stopping
+    Tavix::Mutex m_Mutex TAVIX_ACQUIRED_AFTER(m_PumpMutex);
+    BufferQueues m_Queues TAVIX_GUARDED_BY(m_Mutex);
+    bool m_IsRunning TAVIX_GUARDED_BY(m_Mutex) = false;
+    bool m_IsPumped TAVIX_GUARDED_BY(m_Mutex) = false;  // the bus wakes the pump, which then wakes the listener
+    std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex) = 0; // buffers still to acquire
+    Handling m_Handling TAVIX_GUARDED_BY(m_Mutex) = Handling::Default;
+    Tavix::WaitObjectEx m_Listener TAVIX_GUARDED_BY(m_Mutex);
+    Pump m_Pump TAVIX_GUARDED_BY(m_PumpMutex); // last, since it uses all of it
+};
+
+} // namespace gentl

@@ -1,0 +1,63 @@
+#pragma once
+// The input pool and the output queue of a stream.
+
+#include "gentl/stream/Buffer.h"
+
+#include <deque>
+#include <memory>
+#include <vector>
+
+namespace gentl {
+
+/// What to do when images come faster than the consumer takes them. The default is OldestFirst.
+enum class Handling : std::uint64_t { Default = 0, OldestFirstOverwrite = 1, NewestOnly = 2, OldestFirst = 3 };
+
+using SharedBuffer = std::shared_ptr<Buffer>;
+
+/// Where the announced buffers of a stream are, by the places of `Place`, and how many went which way. Knows nothing of
+/// the bus. Its owner's lock guards it, and the places of its buffers; these have handles. Re-entrant.
+class BufferQueues {
+public:
+    /// Since the last BeginCounting.
+    struct Counts {
+        std::uint64_t filled = 0;
+        std::uint64_t delivered = 0;
+        std::uint64_t overwritten = 0;
+    };
+
+    const std::vector<SharedBuffer>& Announced() const { return m_Announced; }
+    const std::deque<SharedBuffer>& Input() const { return m_Input; }
+    const std::deque<SharedBuffer>& Output() const { return m_Output; }
+    const Counts& Counted() const { return m_Counts; }
+    void BeginCounting() { m_Counts = {}; }
+
+    void Announce(SharedBuffer buffer) { m_Announced.push_back(std::move(buffer)); }
+    bool HasMemory(const void* memory) const;
+    /// From everywhere.
+    void Revoke(const SharedBuffer& buffer);
+    /// All are revoked; these are the ones that were announced.
+    std::vector<SharedBuffer> RevokeAll() noexcept;
+
+    /// From wherever it is to the end of the input pool, without what it held.
+    void PutIntoInput(const SharedBuffer& buffer);
+    /// To neither.
+    void PutAside(const SharedBuffer& buffer);
+    /// From the input pool to the end of the output queue.
+    void Fill(const SharedBuffer& buffer, const vexlo::CVxStream::GrabResult& result);
+    /// What is in the input pool follows in the output queue as it is.
+    void MoveInputToOutput();
+    /// The oldest of the output queue goes to the consumer; null when there is none.
+    SharedBuffer Deliver();
+    /// The oldest of the output queue if it is to make room for newer ones, now put aside; null when none is. The
+    /// newest image never is.
+    SharedBuffer TakeOverwritten(Handling handling);
+
+private:
+    void TakeOut(const SharedBuffer& buffer);
+
+    std::vector<SharedBuffer> m_Announced;
+    std::deque<SharedBuffer> m_Input, m_Output;
+    Counts m_Counts;
+};
+
+} // namespace gentl

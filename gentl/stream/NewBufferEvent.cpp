@@ -1,0 +1,58 @@
+#include "gentl/stream/NewBufferEvent.h"
+
+#include "gentl/stream/Stream.h"
+
+#include <cstring>
+
+namespace gentl {
+
+NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
+    : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
+
+std::shared_ptr<Stream> NewBufferEvent::Owner() const {
+    auto stream = std::static_pointer_cast<Stream>(m_Stream.lock());
+    if (!stream) Fail(GC_ERR_ABORT, "the stream is closed");
+    return stream;
+}
+
+EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
+    if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
+    const auto stream = Owner();
+    size_t left = 0;
+    const std::shared_ptr<Buffer> buffer = stream->Engine().TakeOutput(left);
+    if (!buffer) {
+        if (!stream->IsLost()) return Taken::Nothing;
+        WaitObject().Signal(); // for the next waiter
+        Fail(GC_ERR_IO, "the camera was unplugged");
+    }
+    const EVENT_NEW_BUFFER_DATA event{buffer->Handle(), buffer->userPointer};
+    size = sizeof event;
+    std::memcpy(data, &event, sizeof event);
+    return left == 0 ? Taken::Last : Taken::OneOfSeveral;
+}
+
+size_t NewBufferEvent::CountPending() {
+    return static_cast<size_t>(Owner()->Engine().Look().output);
+}
+
+void NewBufferEvent::Flush() {
+    Owner()->Engine().Flush(ACQ_QUEUE_OUTPUT_DISCARD);
+}
+
+void NewBufferEvent::DataInfo(const void* data, size_t size, EVENT_DATA_INFO_CMD command, Answer& answer) const {
+    EVENT_NEW_BUFFER_DATA event;
+    if (size < sizeof event) Fail(GC_ERR_INVALID_BUFFER, "these are no data of a new buffer");
+    std::memcpy(&event, data, sizeof event);
+    switch (command) {
+    case EVENT_DATA_ID:
+        return answer.Pointer(event.BufferHandle);
+    case EVENT_DATA_VALUE:
+        return answer.Pointer(event.pUserPointer);
+    case EVENT_DATA_NUMID:
+        Fail(GC_ERR_NOT_AVAILABLE, "a new buffer has no number");
+    default:
+        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about event data");
+    }
+}
+
+} // namespace gentl

@@ -1,0 +1,32 @@
+#pragma once
+// What a consumer of images waits for.
+
+#include "gentl/event/EventQueue.h"
+
+#include <memory>
+
+namespace gentl {
+
+class Stream;
+
+/// "A buffer is in the output queue." Lives within its stream. Thread-safe.
+class NewBufferEvent final : public EventQueue {
+public:
+    explicit NewBufferEvent(const std::shared_ptr<Stream>& stream);
+    void DataInfo(const void* data, size_t size, EVENT_DATA_INFO_CMD command, Answer& answer) const override;
+    void Flush() override;
+
+    const Tavix::WaitObjectEx& Wait() const { return WaitObject(); }
+
+protected:
+    Taken TryTake(void* buffer, size_t& size) override;
+    size_t CountPending() override;
+    size_t LargestData() const override { return sizeof(EVENT_NEW_BUFFER_DATA); }
+
+private:
+    std::shared_ptr<Stream> Owner() const;
+
+    const std::weak_ptr<Object> m_Stream;
+};
+
+} // namespace gentl
