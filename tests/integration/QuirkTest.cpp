@@ -187,24 +187,46 @@ TEST(ControlChannelDeadAfterACrash, IsRevivedAtTheOpening) {
     EXPECT_EQ(ErrorOf([&] { bus.Open(); }), "");
 }
 
-TEST(ControlChannelDeadToClearing, IsRevivedByAResetOfThePort) {
-    const auto cameras = PlugIn(R"({"cameras": [{"faults": {"control": [{"fault": "Deaf", "value": 1}]}}]})");
-    std::atomic<int> resets{0};
-    const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) {
-        if (std::string(text).find("it is reset now") != std::string::npos) ++resets;
-    });
-    ASSERT_EQ(vexlo::Init(), vexlo::VX_OK);
-    {
+/// Opens the first camera with short limits; each opening's status in turn.
+std::vector<vexlo::VxStatus> OpeningsOfADeadCamera(const char* settings, std::size_t openings) {
+    const auto cameras = PlugIn(settings);
+    EXPECT_EQ(vexlo::Init(), vexlo::VX_OK);
+    std::vector<vexlo::VxStatus> statuses;
+    while (statuses.size() < openings) {
         const DevicePointer device = NewDevice();
         for (const auto timeout :
              {vexlo::CVxDevice::Property_ConnectTimeout, vexlo::CVxDevice::Property_ControlTimeout})
             EXPECT_EQ(SetProperty<std::uint32_t>(*device, timeout, 200), vexlo::VX_OK);
-        ASSERT_EQ(device->Open(Discovered().at(0)), vexlo::VX_OK);
+        statuses.push_back(device->Open(Discovered().at(0)));
+        if (statuses.back() != vexlo::VX_OK) continue;
         std::uint32_t version = 0;
         unsigned long count = sizeof version;
         EXPECT_EQ(device->ReadMem(&version, 0, &count), vexlo::VX_OK);
     }
     vexlo::Exit();
+    return statuses;
+}
+
+class ControlChannelDeadToClearing : public testing::Test {
+protected:
+    std::atomic<int> resets{0};
+    const Tavix::LogSink sink{[this](const char*, unsigned int, const char* text) {
+        if (std::string(text).find("it is reset now") != std::string::npos) ++resets;
+    }};
+};
+
+TEST_F(ControlChannelDeadToClearing, IsRevivedByAResetOfThePort) {
+    EXPECT_EQ(OpeningsOfADeadCamera(R"({"cameras": [{"faults": {"control": [{"fault": "Deaf", "value": 1}]}}]})", 1),
+              (std::vector<vexlo::VxStatus>{vexlo::VX_OK}));
+    EXPECT_EQ(resets, 1);
+}
+
+// The reset is still owed when the camera falls silent after it had answered the opening's first question.
+TEST_F(ControlChannelDeadToClearing, IsRevivedByTheNextOpeningWhenItDiesDuringOne) {
+    const auto statuses = OpeningsOfADeadCamera(
+        R"({"cameras": [{"faults": {"control": [{"fault": "Deaf", "value": 1, "skip": 2}]}}]})", 2);
+    EXPECT_EQ(statuses.at(0), vexlo::VX_E_TIMEOUT);
+    EXPECT_EQ(statuses.at(1), vexlo::VX_OK);
     EXPECT_EQ(resets, 1);
 }
 

@@ -5,13 +5,15 @@
 
 #include <GenApi/GenApi.h>
 
+#include <chrono>
+
 namespace mischief {
 namespace {
 
 constexpr unsigned int kTimeoutMs = 20;
 constexpr unsigned int kLongTimeoutMs = 10000;
 constexpr unsigned int kGoodFrames = 20;
-constexpr int kOpenings = 500;
+constexpr std::chrono::seconds kOpeningLimit(60);
 
 const char* const kWidths[] = {"64", "128", "640", "1280"};
 const char* const kTransferSizes[] = {"65536", "262144", "1048576"};
@@ -191,7 +193,8 @@ void Application::ProveThatAllIsWell() {
         return Try("finding the camera", [&] { device = Find(); }) && device != nullptr &&
                Try("opening", [&] { device->Open(); });
     };
-    for (int i = 0; i < kOpenings && !isOpen(); ++i)
+    for (const auto end = std::chrono::steady_clock::now() + kOpeningLimit;
+         !isOpen() && std::chrono::steady_clock::now() < end;)
         Tavix::WaitObject::Sleep(kTimeoutMs);
     if (device == nullptr || !device->IsOpen())
         return m_Ledger.Complain(m_Serial, "the camera cannot be opened any more");

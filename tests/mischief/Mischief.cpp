@@ -6,6 +6,7 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace mischief {
 namespace {
@@ -58,6 +59,7 @@ void Mischief::Disturb() {
         m_Camera.Unplug();
         Pause(80);
         m_Camera.Plug();
+        m_MayDie = true;
         return;
     case 1:
         m_Camera.SetHalt(virtualcam::kStreamIn);
@@ -95,6 +97,7 @@ virtualcam::FaultScript Mischief::RandomFaults() {
         rule.fault = kControlFaults[Roll(CountOf(kControlFaults))];
         rule.skip = Roll(10);
         rule.value = rule.fault == ControlFault::Status ? kErrorStatus : 1 + Roll(20);
+        if (rule.fault == ControlFault::Deaf) rule.value = std::exchange(m_MayDie, false) ? 1 : 0;
         script.control.push_back(rule);
     }
     script.refuseStreamEnable = Roll(10) == 0 ? 1 : 0;

@@ -31,6 +31,7 @@ private:
     virtualcam::Device& m_Camera;
     std::mt19937 m_Random;
     Ledger& m_Ledger;
+    bool m_MayDie = true; ///< a camera that has to be reset twice in a row is given up until it is plugged in anew
 };
 
 } // namespace mischief

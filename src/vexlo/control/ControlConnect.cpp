@@ -19,6 +19,7 @@ VxStatus ControlChannel::Connect(const Deadline& whole) {
     Log(Tavix::kLogWarning, "The camera does not answer (0x%08X); it is reset now", status);
     const VxStatus reset = Reset();
     if (reset == VX_E_USB_NO_DEVICE) return reset;
+    m_IsBrief = false; // nothing is known of it any more
     return reset == VX_OK ? ConnectWithin(m_Timing.resetLimit, whole) : status;
 }
 

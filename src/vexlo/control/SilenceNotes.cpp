@@ -17,7 +17,6 @@ constexpr Duration kResetEcho{5000}; ///< a reset may make a camera leave the bu
 
 ControlTiming Brief(ControlTiming timing, Duration limit) {
     timing.isBrief = true;
-    timing.mayReset = false;
     timing.briefLimit = limit;
     timing.connectLimit = std::min(timing.connectLimit, limit);
     return timing;
@@ -29,9 +28,9 @@ ControlTiming SilenceNotes::LimitsFor(const std::string& path, ControlTiming tim
     const MutexLock lock(m_Lock);
     const auto found = m_Notes.find(path);
     const Note note = found == m_Notes.end() ? Note{} : found->second;
+    if (isProbe || note.resetAt != Clock::TimePoint{}) timing.mayReset = false;
     if (note.isSpent) return Brief(timing, CurrentClock().Now() - note.silentAt < kAtOnce ? kGlanceLimit : kBriefLimit);
     timing.connectLimit = std::max(timing.connectLimit - note.waited, Duration(0));
-    if (isProbe) timing.mayReset = false;
     if (isProbe && found != m_Notes.end()) {
         timing.connectLimit = std::min(timing.connectLimit, kProbeConnectLimit);
         timing.leastOpenLimit = kProbeLimit;

@@ -16,7 +16,8 @@ namespace vexlo {
 ///        +------------------------- answers, or leaves the bus -----------------+
 ///
 /// A probe waits as well, though not for long with a camera that was seen before, and never resets; what it has waited
-/// is not waited again. Thread-safe.
+/// is not waited again. When a camera fell silent after an opening's first answer, its reset is still owed: the first
+/// attempt that gets no answer at all makes up for it. Thread-safe.
 class SilenceNotes {
 public:
     /// The same timing with the limits of an attempt to open the camera now.
