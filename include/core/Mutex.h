@@ -14,6 +14,7 @@ namespace Tavix {
 class TAVIX_CAPABILITY("mutex") Mutex {
 public:
     void lock() TAVIX_ACQUIRE() { m_Mutex.lock(); }
+    bool try_lock() TAVIX_TRY_ACQUIRE(true) { return m_Mutex.try_lock(); }
     void unlock() TAVIX_RELEASE() { m_Mutex.unlock(); }
 
 private:
@@ -25,6 +26,8 @@ private:
 class TAVIX_SCOPED_CAPABILITY MutexLock {
 public:
     explicit MutexLock(Mutex& mutex) TAVIX_ACQUIRE(mutex) : m_Lock(mutex.m_Mutex) {}
+    /// Takes over a Mutex that is locked already.
+    MutexLock(Mutex& mutex, std::adopt_lock_t adopt) TAVIX_REQUIRES(mutex) : m_Lock(mutex.m_Mutex, adopt) {}
     ~MutexLock() TAVIX_RELEASE() {}
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;

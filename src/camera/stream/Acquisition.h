@@ -2,15 +2,17 @@
 // A stream of images that lives through whatever its camera does.
 
 #include "camera/device/CameraCore.h"
+#include "camera/stream/BufferFeed.h"
 #include "camera/stream/GrabSession.h"
+#include "camera/stream/ImageIntake.h"
 #include "camera/stream/ImageNumbers.h"
-#include "camera/stream/MissedBlocks.h"
+#include "camera/stream/StreamCounters.h"
+#include "core/Mutex.h"
 #include "tavix/StreamCallback.h"
 
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace Tavix::detail {
@@ -52,71 +54,59 @@ public:
     bool IsRunning() const { return m_IsRunning; }
     /// Stops the camera, once nobody is inside Take.
     void Shutdown();
-    GrabCounts Counts() const;
-    std::string FirstDefect() const;
+    GrabCounts Counts() const { return m_Counters.Read(); }
+    std::string FirstDefect() const { return m_Counters.FirstDefect(); }
     const GrabOptions& Options() const { return m_Options; }
 
 private:
-    struct Counters {
-        std::atomic<std::uint64_t> delivered{0}, dropped{0}, failed{0}, missed{0}, starved{0}, reconnects{0};
-        std::atomic<std::size_t> buffers{0}, memory{0}, mapped{0};
+    /// One run of the camera's grabber.
+    struct Run {
+        Run(std::shared_ptr<OpenDevice> device, std::shared_ptr<HostClock> hostClock, const GrabOptions& options,
+            StreamCounters& counters, std::optional<ImageIntake::Time> awaySince);
+
+        const std::shared_ptr<FramePool> pool = std::make_shared<FramePool>();
+        const std::shared_ptr<HostClock> clock;
+        GrabSession session;
+        ImageIntake intake;
+        BufferFeed feed;
     };
 
     void OnResult(const GrabResult& result) noexcept override;
-    void StartOrSeek();
-    /// `lastArrival`: of an image, or what stands for it.
-    void StartSession(std::chrono::steady_clock::time_point lastArrival);
-    void StopSession();
-    /// From the thread that calls Take, which alone makes buffers: the grabber's own must not wait for the grabber.
-    void Feed();
-    void CountMemory(const GrabSession& session);
-    void QueueReturned(GrabSession& session);
-    /// Queues what came back on the grabber's thread, and wakes the other one if that is not enough.
-    void FeedFromSink(GrabSession& session);
-    void NoteStarvation(GrabSession& session);
-    std::size_t EnoughQueued() const { return (m_Options.buffers + 1) / 2; }
+    void StartOrSeek() TAVIX_REQUIRES(m_Inside);
+    /// `awaySince`: of a camera that came back.
+    void StartRun(std::optional<ImageIntake::Time> awaySince) TAVIX_REQUIRES(m_Inside);
+    void StopRun() TAVIX_REQUIRES(m_Inside);
+    void Feed() TAVIX_REQUIRES(m_Inside);
     /// An image that is there; empty for none.
-    Image TakeReady();
-    Image AwaitImage(Deadline deadline, Absence absence);
-    Image TakeResult();
-    Image Accept(GrabSession& session, Frame& frame, const GrabResult& result);
-    bool HasSign(std::chrono::steady_clock::time_point since) const;
-    void CountFailed(const GrabSession& session, const Frame& frame);
+    Image TakeReady() TAVIX_REQUIRES(m_Inside);
+    Image AwaitImage(Deadline deadline, Absence absence) TAVIX_REQUIRES(m_Inside);
+    Image TakeResult() TAVIX_REQUIRES(m_Inside);
     /// Waits until there is something to do. False when the time is over.
-    bool Await(const Deadline& deadline);
-    void OnFailure(const std::exception& failure);
-    void Lose();
+    bool Await(const Deadline& deadline) TAVIX_REQUIRES(m_Inside);
+    void OnFailure(const std::exception& failure) TAVIX_REQUIRES(m_Inside);
+    void Lose() TAVIX_REQUIRES(m_Inside);
     /// Of a camera that has gone: false when nothing that it sent before is still to come.
-    bool AwaitRest() const;
+    bool AwaitRest() const TAVIX_REQUIRES(m_Inside);
     /// One try to have the camera back. Removed when the time for it is over.
-    void SeekCamera(const Deadline& deadline);
-    bool IsUnplugged() const { return m_Session && m_Session->Device()->GetRemoval().HasHappened(); }
+    void SeekCamera(const Deadline& deadline) TAVIX_REQUIRES(m_Inside);
+    const Removal& GetRemoval() const TAVIX_REQUIRES(m_Inside) { return m_Run->session.Device()->GetRemoval(); }
 
     const std::shared_ptr<CameraCore> m_Core;
     const GrabOptions m_Options;
     const WaitObjectEx m_Alarm = WaitObjectEx::Create(/*manualReset=*/true);
     std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
-    Counters m_Counts;
+    StreamCounters m_Counters;
 
-    std::function<void(Image)> m_Receiver;     // constant once started; may be empty
-    std::atomic<GrabSession*> m_Live{nullptr}; // set before the stream's thread starts, cleared when it has ended
-    std::atomic<std::int64_t> m_LastSign{0};   // when an image came last, or the stream began
-    std::mutex m_Feeding; // held while buffers are queued and added; the grabber's thread never waits for it
+    std::function<void(Image)> m_Receiver; // constant once started; may be empty
+    std::atomic<Run*> m_Live{nullptr};     // set before the stream's thread starts, cleared when it has ended
 
-    mutable std::mutex m_DefectMutex;
-    std::string m_FirstDefect; // guarded by m_DefectMutex
-
-    std::mutex m_Inside; // held by Take, and by who stops; what follows is guarded by it
-    std::shared_ptr<FramePool> m_Pool;
-    std::unique_ptr<GrabSession> m_Session;
-    std::shared_ptr<HostClock> m_Clock;
-    WaitObjects m_Events;
-    std::shared_ptr<const FrameOrigin> m_Origin;
-    bool m_IsGoing = false; // the camera has left, and what it sent before is still handed out
-    bool m_IsAttached = false, m_IsAway = false, m_IsStarving = false;
-    MissedBlocks m_Missed;
-    std::chrono::steady_clock::time_point m_LastArrival, m_AwaySince;
-    bool m_HasGap = false;
+    Mutex m_Inside; // held by Take, and by who stops
+    std::unique_ptr<Run> m_Run TAVIX_GUARDED_BY(m_Inside);
+    WaitObjects m_Events TAVIX_GUARDED_BY(m_Inside);
+    bool m_IsGoing TAVIX_GUARDED_BY(m_Inside) = false; // the camera has left, and what it sent is still handed out
+    bool m_IsAttached TAVIX_GUARDED_BY(m_Inside) = false;
+    bool m_IsAway TAVIX_GUARDED_BY(m_Inside) = false;
+    ImageIntake::Time m_AwaySince TAVIX_GUARDED_BY(m_Inside);
 
     ImageNumbers m_Numbers; // of the thread that hands out
 };

@@ -17,16 +17,15 @@ constexpr std::chrono::milliseconds kSeekStep{100};
 void Acquisition::SeekCamera(const Deadline& deadline) {
     try {
         if (m_Core->TryReopen()) {
-            m_HasGap = true; // first, since an image may come, on the grabber's thread, before the start has returned
-            StartSession(m_AwaySince);
+            StartRun(m_AwaySince);
             m_IsAway = false;
-            ++m_Counts.reconnects;
+            ++m_Counters.reconnects;
             return;
         }
     } catch (const std::exception& e) { // it may be booting, or gone again
         LogTrace(LogCategoryCamera(), kLogInfo, "'%s' cannot be had back yet: %s", m_Core->Info().friendlyName.c_str(),
                  Reason(e).c_str());
-        StopSession();
+        StopRun();
         m_Core->LetGo();
     }
     const auto away = Clock::now() - m_AwaySince;
@@ -44,12 +43,12 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
 
 void Acquisition::HandOut(Image& image) {
     m_Numbers.HandOut(image.Inside());
-    ++m_Counts.delivered;
+    ++m_Counters.delivered;
 }
 
 void Acquisition::Drop(Image image) {
     m_Numbers.Drop(image.Inside());
-    ++m_Counts.dropped;
+    ++m_Counters.dropped;
 }
 
 } // namespace Tavix::detail
