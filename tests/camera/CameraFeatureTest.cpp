@@ -55,6 +55,25 @@ TEST_F(FeatureOfCamera, DoesNotRoundAFloatToAWholeNumber) {
     ErrorOf<Tavix::ValueError>([&] { camera["Width"].Text(), camera["PixelFormat"] = 3; });
 }
 
+TEST_F(FeatureOfCamera, WithANulCharacterInItsNameIsAnotherOne) {
+    const std::string name("Width\0x", 7);
+    EXPECT_FALSE(camera.HasFeature(name));
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera[name]; }), HasSubstr("'Width?x'"));
+}
+
+TEST_F(FeatureOfCamera, TakesNoTextThatWouldBeCutOff) {
+    const std::string text("left\0right", 10);
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["DeviceUserID"] = text; }), HasSubstr("NUL"));
+    EXPECT_EQ(camera["DeviceUserID"].Text(), "");
+}
+
+TEST_F(FeatureOfCamera, ThatIsACommandSaysSoWhoeverAssignsToIt) {
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["TriggerSoftware"] = 1; }), HasSubstr("it is a command"));
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["TriggerSoftware"] = 1.0; }), HasSubstr("it is a command"));
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["TriggerSoftware"] = true; }), HasSubstr("it is a command"));
+    EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["TriggerSoftware"] = "1"; }), HasSubstr("it is a command"));
+}
+
 TEST_F(FeatureOfCamera, NamesFeatureValueAndLimitsWhenAValueIsRefused) {
     const std::string text = ErrorOf<Tavix::ValueError>([&] { camera["Width"] = 5000; });
     EXPECT_THAT(text, HasSubstr("Width of VC-1300 (7)"));

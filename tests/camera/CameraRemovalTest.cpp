@@ -72,6 +72,18 @@ TEST(CameraRemoval, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
                 HasSubstr("unplugged"));
 }
 
+constexpr char kResets[] = R"([{"serial": "7", "faults": {"control": [{"fault": "Unplug", "address": 1048580)";
+
+TEST(CameraRemoval, ByAResetIsWhatWasAskedForHoweverSoonItComes) {
+    for (const char* moment :
+         {R"(, "command": 2050}]}}])", R"(, "command": 2048}]}}])"}) { // written, or asked whether done
+        VirtualBus bus(std::string(kResets) + moment);
+        const Tavix::Camera camera = Tavix::Camera::Open();
+        EXPECT_NO_THROW(camera["DeviceReset"].Execute()) << moment;
+        ErrorOf<Tavix::Removed>([&] { camera["ExposureTime"].Float(); });
+    }
+}
+
 TEST(CameraRemoval, LeavesNoSettingsThatOneCouldKeep) {
     VirtualBus bus(kGoesWhileItIsAsked);
     const Tavix::Camera camera = Tavix::Camera::Open();

@@ -62,7 +62,7 @@ Feature Camera::operator[](const std::string& name) const {
 }
 
 bool Camera::HasFeature(const std::string& name) const {
-    return dynamic_cast<GenApi::IValue*>(Checked().Hold()->Nodes().GetNode(name.c_str())) != nullptr;
+    return dynamic_cast<GenApi::IValue*>(Checked().Hold()->Nodes().GetNode(GenICam::gcstring(name))) != nullptr;
 }
 
 std::vector<Feature> Camera::Features() const {

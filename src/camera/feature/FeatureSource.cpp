@@ -1,6 +1,7 @@
 #include "camera/feature/FeatureSource.h"
 
 #include "camera/Failure.h"
+#include "core/Printable.h"
 
 #include <GenApi/GenApi.h>
 
@@ -36,12 +37,14 @@ std::size_t Distance(const std::string& a, const std::string& b) {
 }
 
 /// The lower, the likelier, 0 for one that differs in case alone; a name that holds the wanted one is nearer than its
-/// length tells.
-std::size_t Unlikeness(const std::string& wanted, const std::string& candidate) {
+/// length tells. One that is much longer or shorter is not looked at letter by letter.
+std::size_t Unlikeness(const std::string& wanted, const std::string& candidate, std::size_t limit) {
     if (candidate == wanted) return 0;
     const bool holds = candidate.find(wanted) != std::string::npos ||
                        (candidate.size() > 3 && wanted.find(candidate) != std::string::npos);
-    return holds ? 1 : Distance(wanted, candidate);
+    if (holds) return 1;
+    const auto [shorter, longer] = std::minmax(wanted.size(), candidate.size());
+    return longer - shorter > limit ? limit + 1 : Distance(wanted, candidate);
 }
 
 std::vector<std::string> FeatureNames(const GenApi::INodeMap& nodes) {
@@ -62,7 +65,7 @@ std::vector<std::string> NearestNames(const std::string& name, const std::vector
     const std::size_t limit = std::max<std::size_t>(1, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& candidate : names) {
-        const std::size_t unlikeness = wanted.empty() ? limit + 1 : Unlikeness(wanted, Plain(candidate));
+        const std::size_t unlikeness = wanted.empty() ? limit + 1 : Unlikeness(wanted, Plain(candidate), limit);
         if (unlikeness <= limit) near.emplace_back(unlikeness, candidate);
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
@@ -75,9 +78,9 @@ std::vector<std::string> NearestNames(const std::string& name, const std::vector
 
 Feature FeatureSource::Find(const std::string& name) {
     const std::shared_ptr<OpenDevice> device = Hold();
-    if (dynamic_cast<GenApi::IValue*>(device->Nodes().GetNode(name.c_str()))) return Make(name);
+    if (dynamic_cast<GenApi::IValue*>(device->Nodes().GetNode(GenICam::gcstring(name)))) return Make(name);
     const std::vector<std::string> near = NearestNames(name, FeatureNames(device->Nodes()));
-    std::string text = device->Name() + " has no feature '" + name + "'";
+    std::string text = device->Name() + " has no feature '" + Printable(name) + "'";
     for (std::size_t i = 0; i < near.size(); ++i)
         text += (i == 0 ? "; did you mean " : i + 1 < near.size() ? ", " : " or ") + near[i];
     throw NotFound(text + (near.empty() ? "" : "?"), name, near);

@@ -1,6 +1,7 @@
 // Reading and writing the value of a feature.
 #include "camera/Failure.h"
 #include "camera/feature/NodeAccess.h"
+#include "core/Printable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,17 @@ double Nearest(double value, double low, double high, double step) {
     if (step <= 0) return inside;
     const double onGrid = low + std::round((inside - low) / step) * step;
     return onGrid > high ? onGrid - step : onGrid;
+}
+
+[[noreturn]] void ThrowOtherType(const detail::NodeAccess& access, const std::string& value,
+                                 const std::string& reason) {
+    const bool isCommand = access.Type() == GenApi::intfICommand;
+    access.ThrowBadValue(value, isCommand ? "it is a command, which takes no value and is executed" : reason);
+}
+
+/// It leaves the bus by that, often before it has answered.
+bool MakesTheCameraLeave(const std::string& command) {
+    return command == "DeviceReset";
 }
 
 } // namespace
@@ -57,7 +69,7 @@ void Feature::SetInt(std::int64_t value) {
     } else if (auto* integer = access.As<GenApi::IInteger>(); integer && access.Type() == GenApi::intfIInteger) {
         access.Write(text, [&] { integer->SetValue(value); });
     } else {
-        access.ThrowBadValue(text, "it takes no whole number");
+        ThrowOtherType(access, text, "it takes no whole number");
     }
     m_Source->OnWritten(access.Node(), text);
 }
@@ -65,7 +77,7 @@ void Feature::SetInt(std::int64_t value) {
 void Feature::SetFloat(double value) {
     const NodeAccess access(*m_Source, m_Name);
     const std::string text = Value(value).Text();
-    if (access.Type() != GenApi::intfIFloat) access.ThrowBadValue(text, "it takes no floating-point number");
+    if (access.Type() != GenApi::intfIFloat) ThrowOtherType(access, text, "it takes no floating-point number");
     access.Write(text, [&] { access.As<GenApi::IFloat>()->SetValue(value); });
     m_Source->OnWritten(access.Node(), text);
 }
@@ -73,16 +85,18 @@ void Feature::SetFloat(double value) {
 void Feature::SetBool(bool value) {
     const NodeAccess access(*m_Source, m_Name);
     const std::string text = value ? "true" : "false";
-    if (access.Type() != GenApi::intfIBoolean) access.ThrowBadValue(text, "it takes no Boolean");
+    if (access.Type() != GenApi::intfIBoolean) ThrowOtherType(access, text, "it takes no Boolean");
     access.Write(text, [&] { access.As<GenApi::IBoolean>()->SetValue(value); });
     m_Source->OnWritten(access.Node(), text);
 }
 
 void Feature::SetText(const std::string& value) {
     const NodeAccess access(*m_Source, m_Name);
+    const std::string shown = "'" + Printable(value) + "'";
     if (access.Type() == GenApi::intfICommand || access.Type() == GenApi::intfICategory)
-        access.ThrowBadValue("'" + value + "'", "it takes no value");
-    access.Write("'" + value + "'", [&] { access.As<GenApi::IValue>()->FromString(value.c_str()); });
+        ThrowOtherType(access, shown, "it takes no value");
+    if (value.find('\0') != std::string::npos) access.ThrowBadValue(shown, "a text ends where a NUL character stands");
+    access.Write(shown, [&] { access.As<GenApi::IValue>()->FromString(value.c_str()); });
     m_Source->OnWritten(access.Node(), value);
 }
 
@@ -160,9 +174,9 @@ std::vector<std::uint8_t> Feature::Bytes() const {
 void Feature::SetBytes(const std::vector<std::uint8_t>& bytes) {
     const NodeAccess access(*m_Source, m_Name);
     auto* memory = access.As<GenApi::IRegister>();
-    if (!memory) access.ThrowWrongType("register");
-    access.Write(std::to_string(bytes.size()) + " bytes",
-                 [&] { memory->Set(bytes.data(), static_cast<std::int64_t>(bytes.size())); });
+    const std::string text = std::to_string(bytes.size()) + " bytes";
+    if (!memory) ThrowOtherType(access, text, "it takes no bytes");
+    access.Write(text, [&] { memory->Set(bytes.data(), static_cast<std::int64_t>(bytes.size())); });
     m_Source->OnWritten(access.Node(), detail::Text(memory->ToString()));
 }
 
@@ -171,7 +185,12 @@ void Feature::Start() const {
     auto* command = access.As<GenApi::ICommand>();
     if (!command) access.ThrowWrongType("command");
     if (!GenApi::IsWritable(command->GetAccessMode())) access.ThrowNoAccess("executed");
-    access.Write("done", [&] { command->Execute(); });
+    try {
+        access.Write("done", [&] { command->Execute(); });
+    } catch (const Removed&) {
+        if (!MakesTheCameraLeave(m_Name)) throw;
+        return;
+    }
     m_Source->OnWritten(access.Node(), {});
 }
 
@@ -190,11 +209,14 @@ void Feature::Execute(std::chrono::milliseconds timeout) const {
     throw Timeout(m_Name + " was started and is not done after " + std::to_string(timeout.count()) + " ms", m_Name);
 }
 
-bool Feature::IsDone() const {
+bool Feature::IsDone() const try {
     const NodeAccess access(*m_Source, m_Name);
     auto* command = access.As<GenApi::ICommand>();
     if (!command) access.ThrowWrongType("command");
     return access.Ask([&] { return command->IsDone(); });
+} catch (const Removed&) {
+    if (!MakesTheCameraLeave(m_Name)) throw;
+    return true;
 }
 
 } // namespace Tavix

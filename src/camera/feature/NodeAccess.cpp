@@ -1,6 +1,7 @@
 #include "camera/feature/NodeAccess.h"
 
 #include "camera/Failure.h"
+#include "core/Printable.h"
 
 #include <GenApi/Why.h>
 
@@ -67,8 +68,8 @@ std::string LimitText(GenApi::INode& node) try {
 }
 
 NodeAccess::NodeAccess(const FeatureSource& source, const std::string& name)
-    : m_Device(source.Hold()), m_Name(name), m_Node(m_Device->Nodes().GetNode(name.c_str())) {
-    if (!m_Node) throw NotFound(m_Device->Name() + " has no feature '" + name + "'", name);
+    : m_Device(source.Hold()), m_Name(name), m_Node(m_Device->Nodes().GetNode(GenICam::gcstring(name))) {
+    if (!m_Node) throw NotFound(m_Device->Name() + " has no feature '" + Printable(name) + "'", name);
 }
 
 std::string NodeAccess::WhyText() const {
