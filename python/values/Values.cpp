@@ -2,6 +2,8 @@
 
 #include "python/Lock.h"
 
+#include <tavix/camera/Error.h>
+
 #include <string>
 #include <variant>
 #include <vector>
@@ -16,21 +18,38 @@ std::vector<std::uint8_t> BytesOf(const py::bytes& bytes) {
     return std::vector<std::uint8_t>(text.begin(), text.end());
 }
 
-void WriteNumber(Tavix::Feature& feature, const py::object& value) {
-    if (PyIndex_Check(value.ptr())) {
-        const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
-        const long long whole = number ? PyLong_AsLongLong(number.ptr()) : -1;
-        if (PyErr_Occurred()) throw py::error_already_set();
-        const WithoutLock unlocked;
-        return feature.SetInt(whole);
+/// A number that is larger than any is refused like others beyond the limits.
+void WriteWhole(Tavix::Feature& feature, const py::object& value) {
+    const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    int isBeyond = 0;
+    const long long whole = number ? PyLong_AsLongLongAndOverflow(number.ptr(), &isBeyond) : -1;
+    if (PyErr_Occurred()) throw py::error_already_set();
+    const std::string text = isBeyond != 0 ? py::str(number) : py::str();
+    const WithoutLock unlocked;
+    const Tavix::FeatureType type = feature.Type();
+    const bool isNumber = type == Tavix::FeatureType::Integer || type == Tavix::FeatureType::Float;
+    isBeyond != 0 && isNumber ? feature.SetText(text) : feature.SetInt(whole);
+}
+
+void WriteFloat(Tavix::Feature& feature, double number) {
+    const WithoutLock unlocked;
+    try {
+        feature.SetFloat(number);
+    } catch (const Tavix::ValueError& e) {
+        if (feature.Type() != Tavix::FeatureType::Integer) throw;
+        throw Tavix::ValueError(e.what() + std::string("; int() makes a whole number, set_nearest() an allowed one"),
+                                e.FeatureName());
     }
+}
+
+void WriteNumber(Tavix::Feature& feature, const py::object& value) {
+    if (PyIndex_Check(value.ptr())) return WriteWhole(feature, value);
     if (!py::hasattr(value, "__float__"))
-        throw py::type_error("a feature takes bool, int, float, str or bytes, not " +
+        throw py::type_error(feature.Name() + " takes bool, int, float, str or bytes, not " +
                              std::string(py::str(py::type::of(value).attr("__name__"))));
     const double number = PyFloat_AsDouble(value.ptr());
     if (PyErr_Occurred()) throw py::error_already_set();
-    const WithoutLock unlocked;
-    feature.SetFloat(number);
+    WriteFloat(feature, number);
 }
 
 } // namespace
