@@ -13,8 +13,81 @@ import pytest
 import tavix
 
 
+def begin(code):
+    return subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+
+def end(process):
+    with process:
+        try:
+            stdout, stderr = process.communicate(timeout=100)
+        finally:
+            process.kill()  # one that hangs; others have ended
+    return subprocess.CompletedProcess(process.args, process.returncode, stdout, stderr)
+
+
 def run(code):
-    return subprocess.run([sys.executable, "-c", code], timeout=100, capture_output=True, text=True)
+    return end(begin(code))
+
+
+SILENT = """
+import tavix
+silent = {"fault": "NoAnswer", "command": 0x800, "count": 0, "whileStreaming": True}
+tavix.virtual([{"faults": {"control": [silent]}}])
+with tavix.open() as camera, camera.grab():
+    try:
+        camera.features()
+    except tavix.Error as error:
+        print(str(error).startswith("cannot list the features of"))
+    print("grab" in dir(camera))
+"""
+
+SLOW = {
+    "tavix.open('7').close()": 50,
+    "tavix.cameras()[0].access()": 100,
+    "tavix.group('8', '7').close()": 50,
+    "slow.save_settings(path)": 10,
+    "slow.load_settings(path)": 10,
+    "slow.grab().close()": 20,
+    "slow.features()": 50,
+}
+
+
+def interrupted(work, path):
+    return f"""
+import os, signal, tavix, threading, time
+slowly = {{"control": [{{"fault": "Late", "value": {SLOW[work]}, "count": 0}}]}}
+tavix.virtual([{{"serial": "7", "faults": slowly}}, {{"serial": "8"}}, {{"serial": "9"}}])
+path = {path!r}
+with tavix.open("9") as camera:
+    camera.save_settings(path)
+slow = tavix.open("7") if {"slow" in work} else None
+begun = time.monotonic()
+{work}
+whole = time.monotonic() - begun
+try:
+    begun = time.monotonic()
+    threading.Timer(0.01, os.kill, (os.getpid(), signal.SIGINT)).start()
+    {work}
+    print("too late")
+except KeyboardInterrupt:
+    print("at once" if time.monotonic() - begun < whole / 2 else "too late")
+with tavix.open("9") as camera:
+    print(camera.info.serial)
+"""
+
+
+@pytest.fixture(scope="module", autouse=True)
+def ahead(tmp_path_factory):
+    """What waits for a slow camera, all begun at once; each test asks for its own, the longest comes last."""
+    folder = tmp_path_factory.mktemp("settings")
+    codes = {work: interrupted(work, str(folder / str(i))) for i, work in enumerate(SLOW)}
+    codes[SILENT] = SILENT
+    processes = {work: begin(code) for work, code in codes.items()}
+    yield processes
+    for process in processes.values():  # of tests that were not run
+        process.kill()
+        process.communicate()
 
 
 def test_an_image_shows_itself(camera):
@@ -117,57 +190,14 @@ with tavix.open() as camera:
     assert done.stdout == "good\n", done.stderr
 
 
-def test_names_are_completed_for_a_camera_that_does_not_answer():
-    done = run("""
-import tavix
-silent = {"fault": "NoAnswer", "command": 0x800, "count": 0, "whileStreaming": True}
-tavix.virtual([{"faults": {"control": [silent]}}])
-with tavix.open() as camera, camera.grab():
-    try:
-        camera.features()
-    except tavix.Error as error:
-        print(str(error).startswith("cannot list the features of"))
-    print("grab" in dir(camera))
-""")
-    assert done.stdout == "True\nTrue\n", done.stderr
-
-
-@pytest.mark.parametrize("work, late", [
-    ("tavix.open('7').close()", 50),
-    ("tavix.cameras()[0].access()", 100),
-    ("tavix.group('8', '7').close()", 50),
-    ("slow.save_settings(path)", 10),
-    ("slow.load_settings(path)", 10),
-    ("slow.grab().close()", 20),
-    ("slow.features()", 50),
-])
-def test_a_signal_ends_what_a_slow_camera_makes_long(work, late, tmp_path):
+@pytest.mark.parametrize("work", SLOW)
+def test_a_signal_ends_what_a_slow_camera_makes_long(work, ahead, tmp_path):
     """What is left goes on, and hinders neither another camera nor the end."""
-    code = f"""
-import os, signal, tavix, threading, time
-slowly = {{"control": [{{"fault": "Late", "value": {late}, "count": 0}}]}}
-tavix.virtual([{{"serial": "7", "faults": slowly}}, {{"serial": "8"}}, {{"serial": "9"}}])
-path = {str(tmp_path / "settings.txt")!r}
-with tavix.open("9") as camera:
-    camera.save_settings(path)
-slow = tavix.open("7") if {"slow" in work} else None
-begun = time.monotonic()
-{work}
-whole = time.monotonic() - begun
-try:
-    begun = time.monotonic()
-    threading.Timer(0.01, os.kill, (os.getpid(), signal.SIGINT)).start()
-    {work}
-    print("too late")
-except KeyboardInterrupt:
-    print("at once" if time.monotonic() - begun < whole / 2 else "too late")
-with tavix.open("9") as camera:
-    print(camera.info.serial)
-"""
-    for _ in range(5):  # a busy computer may need another try
-        done = run(code)
+    done = end(ahead.pop(work))
+    for _ in range(4):  # a busy computer may need another try
         if "at once" in done.stdout:
             break
+        done = run(interrupted(work, str(tmp_path / "settings.txt")))
     assert done.stdout == "at once\n9\n" and done.returncode == 0, done.stderr
 
 
@@ -277,3 +307,8 @@ def test_nothing_hangs_at_the_end_of_the_interpreter(ending):
         assert done.returncode == 1 and "of the program" in done.stderr
     else:
         assert done.returncode == 0, done.stderr
+
+
+def test_names_are_completed_for_a_camera_that_does_not_answer(ahead):
+    done = end(ahead.pop(SILENT))
+    assert done.stdout == "True\nTrue\n", done.stderr
