@@ -10,7 +10,7 @@
 #include "virtualcam/device/Manifest.h"
 #include "virtualcam/device/channel/ControlChannel.h"
 #include "virtualcam/device/channel/EventChannel.h"
-#include "virtualcam/device/channel/StreamChannel.h"
+#include "virtualcam/device/channel/StreamLayout.h"
 #include "virtualcam/firmware/Acquisition.h"
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"
