@@ -10,8 +10,10 @@ bool BufferQueues::HasMemory(const void* memory) const {
 }
 
 void BufferQueues::TakeOut(const SharedBuffer& buffer) {
-    for (std::deque<SharedBuffer>* queue : {&m_Input, &m_Output})
-        queue->erase(std::remove(queue->begin(), queue->end(), buffer), queue->end());
+    if (buffer->place != Place::Input && buffer->place != Place::Output) return;
+    std::deque<SharedBuffer>& queue = buffer->place == Place::Input ? m_Input : m_Output;
+    const auto found = std::find(queue.begin(), queue.end(), buffer); // the first one, as a rule
+    if (found != queue.end()) queue.erase(found);
 }
 
 void BufferQueues::Revoke(const SharedBuffer& buffer) {
