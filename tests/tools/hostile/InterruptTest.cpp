@@ -64,8 +64,9 @@ TEST_P(EachSignal, EndsACommandOfTheCameraThatIsNeverDone) {
 
 TEST_P(EachSignal, EndsAGrabInGoodOrder) {
     const TestFolder folder;
-    ToolRun run(
-        {"--virtual", "1", "grab", "-n", "1000000", "-s", "AcquisitionFrameRateEnable=0", "-o", folder.Path("images")});
+    // Small images: one that is just being written is finished, and there is not a second for that.
+    ToolRun run({"--virtual", "1", "grab", "-n", "1000000", "-s", "AcquisitionFrameRateEnable=0", "-s", "Width=64",
+                 "-s", "Height=64", "-o", folder.Path("images")});
     ASSERT_TRUE(Eventually([&] { return !folder.Files(".png").empty(); }));
     run.Signal(GetParam());
     const Outcome outcome = run.Finish();
