@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 namespace virtualcam {
 

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "virtualcam/firmware/Clock.h"
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 namespace virtualcam {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "virtualcam/device/channel/EventChannel.h"
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 namespace virtualcam {
 

@@ -11,7 +11,7 @@
 #include "virtualcam/device/channel/ControlChannel.h"
 #include "virtualcam/device/channel/EventChannel.h"
 #include "virtualcam/device/channel/StreamLayout.h"
-#include "virtualcam/firmware/Acquisition.h"
+#include "virtualcam/firmware/AcquisitionControl.h"
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"
 #include "virtualcam/firmware/UserSets.h"
@@ -88,7 +88,7 @@ private:
     std::unique_ptr<ChunkControl> m_Chunks;
     std::unique_ptr<DigitalIo> m_Io;
     std::unique_ptr<EventControl> m_EventControl;
-    std::unique_ptr<Acquisition> m_Acquisition;
+    std::unique_ptr<AcquisitionControl> m_Acquisition;
     std::unique_ptr<UserSets> m_UserSets;
 
     void AddIdentity();

@@ -26,7 +26,7 @@ void Firmware::AddFeatures() {
     const AcquisitionParts parts{*m_Format, *m_Analog, *m_Chunks, *m_Io, *m_EventControl, m_Clock};
     const AcquisitionOptions options{m_Settings.frameRate, m_Settings.frameRateEnable, m_Settings.bufferedFrames,
                                      m_Settings.streams};
-    m_Acquisition = std::make_unique<Acquisition>(make, parts, options, [this] { Available(); });
+    m_Acquisition = std::make_unique<AcquisitionControl>(make, parts, options, [this] { Available(); });
     m_UserSets = std::make_unique<UserSets>(make, m_Persistent.sets);
     PayloadChanged();
     m_UserSets->PowerUp();

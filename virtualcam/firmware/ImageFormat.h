@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 #include <tavix/imaging/PixelFormat.h>
 

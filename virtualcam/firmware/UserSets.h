@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 namespace virtualcam {
 

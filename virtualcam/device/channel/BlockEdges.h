@@ -3,7 +3,7 @@
 
 #include "virtualcam/Bytes.h"
 #include "virtualcam/device/channel/BlockFaults.h"
-#include "virtualcam/firmware/Acquisition.h"
+#include "virtualcam/firmware/AcquisitionControl.h"
 
 namespace virtualcam {
 

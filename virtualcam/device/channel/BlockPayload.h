@@ -2,7 +2,7 @@
 // The payload of a block: an image, and what follows it.
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/firmware/Acquisition.h"
+#include "virtualcam/firmware/AcquisitionControl.h"
 #include "virtualcam/firmware/Scene.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "virtualcam/firmware/Feature.h"
+#include "virtualcam/firmware/FeatureMaker.h"
 
 #include <algorithm>
 #include <utility>

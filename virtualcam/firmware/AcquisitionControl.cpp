@@ -1,4 +1,4 @@
-#include "virtualcam/firmware/Acquisition.h"
+#include "virtualcam/firmware/AcquisitionControl.h"
 
 #include <algorithm>
 #include <utility>
@@ -22,8 +22,8 @@ TimePoint::duration Seconds(double seconds) {
 
 } // namespace
 
-Acquisition::Acquisition(const FeatureMaker& make, const AcquisitionParts& parts, const AcquisitionOptions& options,
-                         std::function<void()> available)
+AcquisitionControl::AcquisitionControl(const FeatureMaker& make, const AcquisitionParts& parts,
+                                       const AcquisitionOptions& options, std::function<void()> available)
     : m_Registers(make.Registers()), m_Parts(parts), m_BufferedFrames(options.bufferedFrames),
       m_Available(std::move(available)), m_Sources(options.sources) {
     AddModes(make, options);
@@ -32,7 +32,7 @@ Acquisition::Acquisition(const FeatureMaker& make, const AcquisitionParts& parts
     AddTrigger(make, TriggerKind::FrameStart);
 }
 
-void Acquisition::AddModes(const FeatureMaker& make, const AcquisitionOptions& options) {
+void AcquisitionControl::AddModes(const FeatureMaker& make, const AcquisitionOptions& options) {
     make.Choice(reg::kAcquisitionMode, Continuous, {SingleFrame, MultiFrame, Continuous});
     make.Command(reg::kAcquisitionStart, [this] { Start(); });
     make.Command(reg::kAcquisitionStop, [this] { Stop(); });
@@ -56,7 +56,7 @@ void Acquisition::AddModes(const FeatureMaker& make, const AcquisitionOptions& o
     };
 }
 
-void Acquisition::AddTrigger(const FeatureMaker& make, TriggerKind kind) {
+void AcquisitionControl::AddTrigger(const FeatureMaker& make, TriggerKind kind) {
     const std::uint64_t block = TriggerBlock(kind);
     make.Switch(block + reg::kTriggerMode).written = m_Available;
     make.Choice(block + reg::kTriggerSource, Software, {Software, FirstLine, FirstLine + 1});
@@ -69,7 +69,7 @@ void Acquisition::AddTrigger(const FeatureMaker& make, TriggerKind kind) {
 
 // --- timing
 
-Acquisition::Duration Acquisition::Period() const {
+AcquisitionControl::Duration AcquisitionControl::Period() const {
     double seconds = 0;
     if (Value(reg::kFrameRateEnable) != 0)
         seconds = 1.0 / FromFloatBits(m_Registers.Get<std::uint64_t>(reg::kFrameRate));
@@ -80,14 +80,14 @@ Acquisition::Duration Acquisition::Period() const {
     return Seconds(seconds);
 }
 
-double Acquisition::ResultingRate() const {
+double AcquisitionControl::ResultingRate() const {
     const Duration period = Period();
     if (period.count() > 0) return 1.0 / std::chrono::duration<double>(period).count();
     return kNominalLinkRate /
            static_cast<double>(m_Parts.chunks.Plan().PayloadBytes(m_Parts.format.Get().ImageBytes()));
 }
 
-std::optional<TimePoint> Acquisition::Deadline() const {
+std::optional<TimePoint> AcquisitionControl::Deadline() const {
     std::optional<TimePoint> deadline;
     for (const DelayedTrigger& trigger : m_Delayed)
         deadline = Earlier(deadline, trigger.at);
@@ -96,7 +96,7 @@ std::optional<TimePoint> Acquisition::Deadline() const {
     return period.count() > 0 ? Earlier(deadline, m_LastFrame + period) : deadline;
 }
 
-void Acquisition::RunTimers(TimePoint now) {
+void AcquisitionControl::RunTimers(TimePoint now) {
     RunDelayedTriggers(now);
     if (!IsFreeRunning()) return;
     const Duration period = Period();
@@ -107,7 +107,7 @@ void Acquisition::RunTimers(TimePoint now) {
 }
 
 // After a long pause (a debugger, a loaded machine) the frames of that time are lost, not taken in a rush.
-void Acquisition::SkipMissed(TimePoint now, Duration period) {
+void AcquisitionControl::SkipMissed(TimePoint now, Duration period) {
     if (now - m_LastFrame < kLongestCatchUp + period) return;
     const auto missed = (now - m_LastFrame) / period - 1;
     if (missed <= 0) return;
@@ -122,7 +122,7 @@ void Acquisition::SkipMissed(TimePoint now, Duration period) {
 
 // --- start and stop
 
-void Acquisition::Start() {
+void AcquisitionControl::Start() {
     const std::uint32_t mode = Value(reg::kAcquisitionMode);
     const TimePoint now = Clock::Now();
     m_Active = true;
@@ -138,14 +138,14 @@ void Acquisition::Start() {
     m_Available();
 }
 
-void Acquisition::Stop() {
+void AcquisitionControl::Stop() {
     m_Active = false;
     for (Source& source : m_Sources)
         source.ready.clear();
     m_Delayed.clear();
 }
 
-void Acquisition::StreamEnabled(unsigned source, bool on) {
+void AcquisitionControl::StreamEnabled(unsigned source, bool on) {
     m_Sources[source].on = on; // without memory: a camera that leaves the bus comes by
     m_Sources[source].nextBlock = 0;
     m_Sources[source].ready.clear();
@@ -154,7 +154,7 @@ void Acquisition::StreamEnabled(unsigned source, bool on) {
 
 // --- triggers
 
-void Acquisition::LineEdge(std::uint32_t line, bool rising) {
+void AcquisitionControl::LineEdge(std::uint32_t line, bool rising) {
     for (const TriggerKind kind : {TriggerKind::FrameBurstStart, TriggerKind::FrameStart}) {
         const std::uint32_t activation = Value(TriggerBlock(kind) + reg::kTriggerActivation);
         if (Value(TriggerBlock(kind) + reg::kTriggerSource) != FirstLine + line) continue;
@@ -162,7 +162,7 @@ void Acquisition::LineEdge(std::uint32_t line, bool rising) {
     }
 }
 
-void Acquisition::Trigger(TriggerKind kind, TimePoint now) {
+void AcquisitionControl::Trigger(TriggerKind kind, TimePoint now) {
     if (!IsTriggered(kind) || !m_Active) return;
     const float delay = FromFloatBits(Value(TriggerBlock(kind) + reg::kTriggerDelay));
     if (delay > 0)
@@ -171,7 +171,7 @@ void Acquisition::Trigger(TriggerKind kind, TimePoint now) {
         FireTrigger(kind, now);
 }
 
-void Acquisition::RunDelayedTriggers(TimePoint now) {
+void AcquisitionControl::RunDelayedTriggers(TimePoint now) {
     const auto due = std::stable_partition(m_Delayed.begin(), m_Delayed.end(),
                                            [now](const DelayedTrigger& trigger) { return trigger.at > now; });
     const std::vector<DelayedTrigger> fired(due, m_Delayed.end());
@@ -180,7 +180,7 @@ void Acquisition::RunDelayedTriggers(TimePoint now) {
         if (m_Active) FireTrigger(trigger.kind, trigger.at);
 }
 
-void Acquisition::FireTrigger(TriggerKind kind, TimePoint now) {
+void AcquisitionControl::FireTrigger(TriggerKind kind, TimePoint now) {
     if (kind == TriggerKind::FrameBurstStart) {
         OpenBurst(now);
         return;
@@ -194,7 +194,7 @@ void Acquisition::FireTrigger(TriggerKind kind, TimePoint now) {
     m_Available();
 }
 
-void Acquisition::OpenBurst(TimePoint now) {
+void AcquisitionControl::OpenBurst(TimePoint now) {
     const bool free = m_BurstLeft == 0;
     if (free) {
         m_BurstLeft = Value(reg::kBurstFrameCount);
@@ -206,7 +206,7 @@ void Acquisition::OpenBurst(TimePoint now) {
     m_Available();
 }
 
-bool Acquisition::Level(LineSource source) const {
+bool AcquisitionControl::Level(LineSource source) const {
     if (source == LineSource::FrameTriggerWait)
         return m_Active && IsTriggered(TriggerKind::FrameStart) && IsBurstOpen() &&
                Clock::Now() >= m_LastFrame + Period(); // earlier it would be an overtrigger
@@ -217,12 +217,12 @@ bool Acquisition::Level(LineSource source) const {
 // --- frames
 
 // No two frames bear the same time, unless the clock was set back.
-std::uint64_t Acquisition::NextTimestamp(std::uint64_t time) const {
+std::uint64_t AcquisitionControl::NextTimestamp(std::uint64_t time) const {
     const bool behind = time <= m_LastTimestamp && m_LastTimestamp - time < kSetBack;
     return behind ? m_LastTimestamp + 1 : time;
 }
 
-Frame Acquisition::Snapshot(TimePoint at) {
+Frame AcquisitionControl::Snapshot(TimePoint at) {
     m_Parts.analog.Adjust();
     m_LastTimestamp = NextTimestamp(m_Parts.clock.Nanoseconds(at));
     Frame frame;
@@ -237,14 +237,14 @@ Frame Acquisition::Snapshot(TimePoint at) {
     return frame;
 }
 
-void Acquisition::Report(const Frame& frame) {
+void AcquisitionControl::Report(const Frame& frame) {
     m_Parts.io.Happened(Signal::FrameStart);
     m_Parts.io.Happened(Signal::ExposureEnd);
     m_Parts.events.Notify(CameraEvent::FrameStart, frame.values.timestamp, frame.values.frameId);
     m_Parts.events.Notify(CameraEvent::ExposureEnd, frame.values.timestamp, frame.values.frameId);
 }
 
-void Acquisition::Expose(TimePoint at) {
+void AcquisitionControl::Expose(TimePoint at) {
     Frame frame = Snapshot(at);
     m_LastFrame = at;
     Report(frame);
@@ -256,7 +256,7 @@ void Acquisition::Expose(TimePoint at) {
     m_Available();
 }
 
-void Acquisition::Hand(const Frame& frame, Source& source) {
+void AcquisitionControl::Hand(const Frame& frame, Source& source) {
     const std::uint64_t block = source.nextBlock++;
     if (source.ready.size() >= m_BufferedFrames) {
         ++m_Lost;
@@ -266,12 +266,12 @@ void Acquisition::Hand(const Frame& frame, Source& source) {
     source.ready.back().blockId = block;
 }
 
-bool Acquisition::HasRoom() const {
+bool AcquisitionControl::HasRoom() const {
     return std::none_of(m_Sources.begin(), m_Sources.end(),
                         [this](const Source& source) { return source.on && source.ready.size() >= m_BufferedFrames; });
 }
 
-std::optional<Frame> Acquisition::Take(unsigned source, TimePoint now) {
+std::optional<Frame> AcquisitionControl::Take(unsigned source, TimePoint now) {
     RunTimers(now);
     Source& from = m_Sources[source];
     if (from.on && from.ready.empty() && IsFreeRunning() && Period().count() == 0 && HasRoom()) Expose(now);

@@ -48,11 +48,11 @@ enum class TriggerKind : std::uint32_t { FrameBurstStart = 0, FrameStart = 1 };
 /// Takes frames by itself at the frame rate, on demand when nothing limits it, or on triggers. Exposures take no time
 /// here: a frame is ready when its exposure begins. All sources (sensors) expose together; on demand the slowest of
 /// those whose stream is on sets the pace. Bound to a thread; the register space's owner locks.
-class Acquisition {
+class AcquisitionControl {
 public:
     /// `available` runs when the stream may have something to send, or events were queued.
-    Acquisition(const FeatureMaker& make, const AcquisitionParts& parts, const AcquisitionOptions& options,
-                std::function<void()> available);
+    AcquisitionControl(const FeatureMaker& make, const AcquisitionParts& parts, const AcquisitionOptions& options,
+                       std::function<void()> available);
 
     void StreamEnabled(unsigned source, bool on);
     /// The next frame of a source to send, if there is one now.
