@@ -4,7 +4,7 @@
 
 #include "usb/Backend.h"
 #include "vexlo/device/Bootstrap.h"
-#include "vexlo/device/DescriptionFile.h"
+#include "vexlo/device/DescriptionDownload.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // Description files as a camera stores them.
 
-#include "vexlo/device/DescriptionFile.h"
+#include "vexlo/device/DescriptionDownload.h"
 
 #include "core/Unzip.h"
 

@@ -6,7 +6,7 @@
 #include "viewer/image/Figures.h"
 #include "viewer/image/LiveImage.h"
 #include "viewer/image/Recorder.h"
-#include "viewer/room/FeatureTree.h"
+#include "viewer/room/FeatureStates.h"
 #include "viewer/room/Watches.h"
 #include "viewer/server/Client.h"
 

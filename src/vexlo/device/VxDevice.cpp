@@ -7,7 +7,7 @@
 #include "vexlo/PropertyValue.h"
 #include "vexlo/UsbStatus.h"
 #include "vexlo/XmlFile.h"
-#include "vexlo/device/DescriptionFile.h"
+#include "vexlo/device/DescriptionDownload.h"
 #include "vexlo/device/OpenCamera.h"
 #include "vexlo/device/VxDeviceImpl.h"
 #include "vexlo/event/VxEventStreamImpl.h"

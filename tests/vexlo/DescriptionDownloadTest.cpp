@@ -1,4 +1,4 @@
-#include "vexlo/device/DescriptionFile.h"
+#include "vexlo/device/DescriptionDownload.h"
 
 #include "core/Unzip.h"
 #include "vexlo/XmlFile.h"
@@ -34,7 +34,7 @@ Bytes Entry(const char* version, const char* schema, std::uint64_t address, std:
     return bytes + sha + Bytes(20);
 }
 
-class Description : public OnScriptedCamera {
+class DescriptionDownload : public OnScriptedCamera {
 protected:
     void Offer(const Bytes& stored, const char* schema = "00000101") {
         camera.Set(kFile, stored);
@@ -49,21 +49,21 @@ protected:
     CXmlFile file;
 };
 
-TEST_F(Description, IsDownloadedAsText) {
+TEST_F(DescriptionDownload, IsDownloadedAsText) {
     Offer(Text("<a/>"));
     ASSERT_EQ(Download(), VX_OK);
     EXPECT_STREQ(file.GetBuffer(), "<a/>");
     EXPECT_EQ(file.GetFilename(), nullptr);
 }
 
-TEST_F(Description, IsUnzippedAndNamed) {
+TEST_F(DescriptionDownload, IsUnzippedAndNamed) {
     Offer(kZip, "00040101");
     ASSERT_EQ(Download(), VX_OK);
     EXPECT_STREQ(file.GetBuffer(), "<a/>");
     EXPECT_STREQ(file.GetFilename(), "a.xml");
 }
 
-TEST_F(Description, IsJudgedByContentWhateverTheManifestSays) {
+TEST_F(DescriptionDownload, IsJudgedByContentWhateverTheManifestSays) {
     Offer(kZip, "00000101");
     ASSERT_EQ(Download(), VX_OK);
     EXPECT_STREQ(file.GetBuffer(), "<a/>");
@@ -72,20 +72,20 @@ TEST_F(Description, IsJudgedByContentWhateverTheManifestSays) {
     EXPECT_STREQ(file.GetBuffer(), "\xEF\xBB\xBF<b/>");
 }
 
-TEST_F(Description, LosesTrailingZeros) {
+TEST_F(DescriptionDownload, LosesTrailingZeros) {
     Offer(Text("<a/>") + Bytes(5));
     ASSERT_EQ(Download(), VX_OK);
     EXPECT_EQ(std::string(file.GetBuffer()).size(), 4u);
 }
 
-TEST_F(Description, IsUsedThoughItsHashDoesNotFit) {
+TEST_F(DescriptionDownload, IsUsedThoughItsHashDoesNotFit) {
     camera.Set(kFile, Text("<a/>"));
     camera.Set64(kManifest, 1);
     camera.Set(kManifest + 8, Entry("01000001", "00000101", kFile, 4, Bytes(20, 0xEE)));
     EXPECT_EQ(Download(), VX_OK);
 }
 
-TEST_F(Description, IsTheBestOfSeveral) {
+TEST_F(DescriptionDownload, IsTheBestOfSeveral) {
     camera.Set(kFile, Text("<old/><new/>"));
     camera.Set64(kManifest, 3);
     camera.Set(kManifest + 8, Entry("01000001", "00000101", kFile, 6));
@@ -95,13 +95,13 @@ TEST_F(Description, IsTheBestOfSeveral) {
     EXPECT_STREQ(file.GetBuffer(), "<new/>");
 }
 
-TEST_F(Description, IsFoundInAManifestThatCountsTooMany) {
+TEST_F(DescriptionDownload, IsFoundInAManifestThatCountsTooMany) {
     Offer(Text("<a/>"));
     camera.Set64(kManifest, 7);
     EXPECT_EQ(Download(), VX_OK);
 }
 
-TEST_F(Description, IsMissingWithoutAManifest) {
+TEST_F(DescriptionDownload, IsMissingWithoutAManifest) {
     EXPECT_NE(Download(), VX_OK) << "nothing at the manifest's address";
     camera.Set64(kManifest, 0);
     EXPECT_EQ(Download(), VX_E_XML_NO_MANIFEST);
@@ -109,12 +109,12 @@ TEST_F(Description, IsMissingWithoutAManifest) {
     EXPECT_EQ(Download(), VX_E_XML_NO_MANIFEST);
 }
 
-TEST_F(Description, IsMissingWhenNoEntryIsUsable) {
+TEST_F(DescriptionDownload, IsMissingWhenNoEntryIsUsable) {
     Offer(Text("<a/>"), "00000102");
     EXPECT_EQ(Download(), VX_E_XML_NO_FILE);
 }
 
-TEST_F(Description, IsRefusedWhenItsStatedSizeIsBeyondTheLimit) {
+TEST_F(DescriptionDownload, IsRefusedWhenItsStatedSizeIsBeyondTheLimit) {
     Offer(Text("<a/>"));
     for (const std::size_t size : {(std::size_t{64} << 20) + 1, std::size_t{1} << 40}) {
         camera.Set(kManifest + 8, Entry("01000001", "00000101", kFile, size));
@@ -122,7 +122,7 @@ TEST_F(Description, IsRefusedWhenItsStatedSizeIsBeyondTheLimit) {
     }
 }
 
-TEST_F(Description, IsRefusedWhenTheZipIsDamaged) {
+TEST_F(DescriptionDownload, IsRefusedWhenTheZipIsDamaged) {
     Bytes damaged = kZip;
     damaged[36] ^= 1; // a byte of the member
     Offer(damaged, "00040101");

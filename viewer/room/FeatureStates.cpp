@@ -1,4 +1,4 @@
-#include "viewer/room/FeatureTree.h"
+#include "viewer/room/FeatureStates.h"
 
 #include "core/Printable.h"
 

@@ -1,5 +1,5 @@
 // The camera's description file: found in the manifest, downloaded, checked, unpacked.
-#include "vexlo/device/DescriptionFile.h"
+#include "vexlo/device/DescriptionDownload.h"
 
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"
