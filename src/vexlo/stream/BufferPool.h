@@ -7,9 +7,9 @@
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <memory>
 #include <thread>
+#include <unordered_map>
 
 namespace vexlo {
 
@@ -67,7 +67,7 @@ private:
     BufferHandle_s* Find(BufferHandle_s* handle) const TAVIX_REQUIRES(m_Mutex);
 
     mutable Mutex m_Mutex;
-    std::map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers TAVIX_GUARDED_BY(m_Mutex);
+    std::unordered_map<BufferHandle_s*, std::unique_ptr<BufferHandle_s>> m_Buffers TAVIX_GUARDED_BY(m_Mutex);
     BufferList m_Queued TAVIX_GUARDED_BY(m_Mutex);
     BufferList m_Completed TAVIX_GUARDED_BY(m_Mutex);
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject TAVIX_GUARDED_BY(m_Mutex);
