@@ -1,5 +1,6 @@
 #include "tavix/internal/TavixDevicePrivateImpl.h"
 
+#include "tavixbase/support/EmptyDevice.h"
 #include "tavixbase/support/Expect.h"
 #include "tavixbase/support/Scoped.h"
 
@@ -39,7 +40,7 @@ const gcstring kChunkXml = Description(std::string(kWidth) + kChunk);
 const gcstring kInject = Description(R"(<Integer Name="Injected"><Value>5</Value></Integer>)");
 
 // A device with one register, which reads as its own address. Bound to a thread.
-class Camera final : public CTavixDevicePrivateImpl<ITavixDevice>, public GenApi::CPortImpl {
+class Camera final : public EmptyDevice<CTavixDevicePrivateImpl<ITavixDevice>>, public GenApi::CPortImpl {
 public:
     explicit Camera(bool* pDestroyed = nullptr, bool supportsChunks = true)
         : m_pDestroyed(pDestroyed), m_SupportsChunks(supportsChunks) {}
@@ -49,24 +50,8 @@ public:
 
     bool GetChunkDataNodeMapSupported() const override { return m_SupportsChunks; }
 
-    void Open(AccessModeSet) override {}
-    void Close() override {}
     bool IsOpen() const override { return true; }
-    const CDeviceInfo& GetDeviceInfo() const override { return m_Info; }
-    std::uint32_t GetNumStreamGrabberChannels() const override { return 0; }
-    IStreamGrabber* GetStreamGrabber(std::uint32_t) override { return nullptr; }
-    IEventGrabber* GetEventGrabber() override { return nullptr; }
     GenApi::INodeMap* GetNodeMap() override { return _Ptr; }
-    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
-    IChunkParser* CreateChunkParser() override { return nullptr; }
-    void DestroyChunkParser(IChunkParser*) override {}
-    ISelfReliantChunkParser* CreateSelfReliantChunkParser() override { return nullptr; }
-    void DestroySelfReliantChunkParser(ISelfReliantChunkParser*) override {}
-    IEventAdapter* CreateEventAdapter() override { return nullptr; }
-    void DestroyEventAdapter(IEventAdapter*) override {}
-    DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>&) override { return nullptr; }
-    bool DeregisterRemovalCallback(DeviceCallbackHandle) override { return false; }
-    AccessModeSet AccessMode() const override { return {}; }
 
     GenApi::EAccessMode GetAccessMode() const override { return GenApi::RW; }
     void Read(void* pBuffer, int64_t address, int64_t length) override {
@@ -76,7 +61,6 @@ public:
     void Write(const void*, int64_t, int64_t) override {}
 
 private:
-    CDeviceInfo m_Info;
     bool* m_pDestroyed;
     bool m_SupportsChunks;
 };

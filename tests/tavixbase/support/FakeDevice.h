@@ -1,8 +1,8 @@
 #pragma once
 // A device that writes down what its transport layer does with it.
 
-#include "tavix/Device.h"
 #include "tavix/internal/DevicePrivate.h"
+#include "tavixbase/support/EmptyDevice.h"
 
 #include <functional>
 #include <memory>
@@ -20,34 +20,7 @@ struct DeviceDiary {
     bool isAlive = false;
 };
 
-// The interface for applications, empty but for the info. Bound to a thread.
-class ApplicationSideOfFakeDevice : public ITavixDevice {
-public:
-    explicit ApplicationSideOfFakeDevice(const CDeviceInfo& info) : m_Info(info) {}
-    ~ApplicationSideOfFakeDevice() override = default;
-
-    void Open(AccessModeSet) override {}
-    void Close() override {}
-    bool IsOpen() const override { return false; }
-    const CDeviceInfo& GetDeviceInfo() const override { return m_Info; }
-    std::uint32_t GetNumStreamGrabberChannels() const override { return 0; }
-    IStreamGrabber* GetStreamGrabber(std::uint32_t) override { return nullptr; }
-    IEventGrabber* GetEventGrabber() override { return nullptr; }
-    GenApi::INodeMap* GetNodeMap() override { return nullptr; }
-    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
-    IChunkParser* CreateChunkParser() override { return nullptr; }
-    void DestroyChunkParser(IChunkParser*) override {}
-    ISelfReliantChunkParser* CreateSelfReliantChunkParser() override { return nullptr; }
-    void DestroySelfReliantChunkParser(ISelfReliantChunkParser*) override {}
-    IEventAdapter* CreateEventAdapter() override { return nullptr; }
-    void DestroyEventAdapter(IEventAdapter*) override {}
-    DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>&) override { return nullptr; }
-    bool DeregisterRemovalCallback(DeviceCallbackHandle) override { return false; }
-    AccessModeSet AccessMode() const override { return {}; }
-
-private:
-    CDeviceInfo m_Info;
-};
+using ApplicationSideOfFakeDevice = EmptyDevice<ITavixDevice>;
 
 // Bound to a thread.
 class FakeDevice final : public ITavixDevicePrivate, public ApplicationSideOfFakeDevice {

@@ -22,20 +22,11 @@ constexpr char kEventPort[] = "EventStreamGrabberPort";
 
 NodeProperties EventStatistic(const char* address, const char* length, const char* sign, const char* displayName,
                               const char* toolTip) {
-    return RegisterProperties(address, length, "RO", sign, kEventPort,
-                              {{"DisplayName", displayName},
-                               {"ToolTip", toolTip},
-                               {"PollingTime", "1000"},
-                               {"pInvalidator", "StatusReg"},
-                               {"IsFeature", "Yes"}});
+    return StatisticProperties(address, length, sign, kEventPort, displayName, toolTip);
 }
 
 NodeProperties PlainRegister(const char* address, const char* length, const char* access, const char* sign) {
     return RegisterProperties(address, length, access, sign, kEventPort, {{"IsFeature", "No"}});
-}
-
-NodeProperties EventEntry(const char* value, const char* symbolic) {
-    return {{"Value", value}, {"Symbolic", symbolic}, {"IsFeature", "No"}};
 }
 
 const NodeRow kEventRows[] = {
@@ -69,8 +60,8 @@ const NodeRow kEventRows[] = {
       {"pMin", "TransferLoopThreadPriority_Min"},
       {"pMax", "TransferLoopThreadPriority_Max"},
       {"IsFeature", "Yes"}}},
-    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, EventEntry("0", "Closed")},
-    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, EventEntry("1", "Open")},
+    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, EntryProperties("0", "Closed")},
+    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, EntryProperties("1", "Open")},
     {"Status",
      GenApi::intfIEnumeration,
      {{"ToolTip", "For internal use only."},
@@ -137,25 +128,13 @@ INSTANTIATE_TEST_SUITE_P(Rows, UsbEventParamsTable, testing::ValuesIn(kEventRows
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbEventParams, HasTheNodesOfTheTableInOrderAndNoOthers) {
-    std::vector<std::string> rows;
-    for (const NodeRow& row : kEventRows)
-        rows.emplace_back(row.name);
-    EXPECT_EQ(rows, NodeNames(*map));
+    EXPECT_EQ(RowNames(kEventRows), NodeNames(*map));
     EXPECT_EQ(nullptr, map->GetNode("StatusIsLocked"));
     EXPECT_EQ(nullptr, map->GetNode("MaxNumBuffer"));
 }
 
 TEST_F(UsbEventParams, DescribesItself) {
-    GenApi::IDeviceInfo& info = *map;
-    GenApi::Version_t version = {9, 9, 9};
-    EXPECT_EQ("UsbEventParams", info.GetModelName());
-    EXPECT_EQ("Vandrel", info.GetVendorName());
-    EXPECT_EQ("Interface to the TavixUsb Event Grabber parameters", info.GetToolTip());
-    EXPECT_EQ("None", info.GetStandardNameSpace());
-    info.GetSchemaVersion(version);
-    EXPECT_EQ(1, version.Major);
-    EXPECT_EQ(0, version.Minor);
-    EXPECT_EQ(0, version.SubMinor);
+    ExpectDescription(*map, "UsbEventParams", "Interface to the TavixUsb Event Grabber parameters");
 }
 
 TEST_F(UsbEventParams, ListsItsFeaturesInOrder) {
@@ -210,10 +189,7 @@ TEST_F(UsbEventParams, AsksForTestEventsByAWriteOfOneByte) {
 
 class EventStatistics : public UsbEventParams, public testing::WithParamInterface<std::string> {};
 TEST_P(EventStatistics, AreInvalidatedWithTheStatusAndPolledEachSecond) {
-    EXPECT_EQ(1000, map->GetNode(GetParam().c_str())->GetPollingTime());
-    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->StatusReg().SetValue(1); }));
-    EXPECT_EQ(0, CallbacksOf(*map, GetParam(), [this] { map->Poll(999); }));
-    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->Poll(1); }));
+    ExpectStatusAndPolling(*map, GetParam());
 }
 INSTANTIATE_TEST_SUITE_P(Names, EventStatistics,
                          testing::Values("Statistic_Total_Event_Count", "Statistic_Failed_Event_Count",
@@ -250,13 +226,7 @@ constexpr int kFirstEventRegister = 11;
 
 class EventRegister : public UsbEventParams, public testing::WithParamInterface<NodeRow> {};
 TEST_P(EventRegister, ReadsItsOwnPropertyInItsOwnWidth) {
-    const auto address = static_cast<unsigned int>(std::stoul(GetParam().properties.at("Address"), nullptr, 16));
-    const bool isWide = GetParam().properties.at("Length") == "8";
-    const bool isSigned = GetParam().properties.at("Sign") == "Signed";
-    bus.eventProperties[address] = FakeVexlo::Bytes(8, 0xFF);
-    EXPECT_EQ(isSigned ? std::int64_t(-1) : std::int64_t(0xFFFFFFFF), Integer(GetParam().name).GetValue());
-    bus.eventProperties[address] = FakeVexlo::Number(0x01020304'05060708, 8);
-    EXPECT_EQ(isWide ? 0x01020304'05060708 : 0x05060708, Integer(GetParam().name).GetValue());
+    ExpectOwnProperty(*map, GetParam(), bus.eventProperties);
 }
 INSTANTIATE_TEST_SUITE_P(Rows, EventRegister,
                          testing::ValuesIn(std::begin(kEventRows) + kFirstEventRegister,

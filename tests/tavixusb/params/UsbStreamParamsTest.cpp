@@ -19,22 +19,13 @@ const NodeProperties kPlain = {{"IsFeature", "No"}};
 
 NodeProperties Statistic(const char* address, const char* length, const char* sign, const char* displayName,
                          const char* toolTip, const NodeProperties& others = {}) {
-    NodeProperties all = RegisterProperties(address, length, "RO", sign, kPort,
-                                            {{"DisplayName", displayName},
-                                             {"ToolTip", toolTip},
-                                             {"PollingTime", "1000"},
-                                             {"pInvalidator", "StatusReg"},
-                                             {"IsFeature", "Yes"}});
+    NodeProperties all = StatisticProperties(address, length, sign, kPort, displayName, toolTip);
     all.insert(others.begin(), others.end());
     return all;
 }
 
 NodeProperties Setting(const char* address, const char* sign) {
     return RegisterProperties(address, "4", "RW", sign, kPort, kPlain);
-}
-
-NodeProperties Entry(const char* value, const char* symbolic) {
-    return {{"Value", value}, {"Symbolic", symbolic}, {"IsFeature", "No"}};
 }
 
 NodeProperties Formula(const char* formula) {
@@ -101,9 +92,9 @@ const NodeRow kRows[] = {
       {"pMin", "TransferLoopThreadPriority_Min"},
       {"pMax", "TransferLoopThreadPriority_Max"},
       {"IsFeature", "Yes"}}},
-    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, Entry("0", "Closed")},
-    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, Entry("1", "Open")},
-    {"EnumEntry_Status_Grabbing", GenApi::intfIEnumEntry, Entry("2", "Grabbing")},
+    {"EnumEntry_Status_Closed", GenApi::intfIEnumEntry, EntryProperties("0", "Closed")},
+    {"EnumEntry_Status_Open", GenApi::intfIEnumEntry, EntryProperties("1", "Open")},
+    {"EnumEntry_Status_Grabbing", GenApi::intfIEnumEntry, EntryProperties("2", "Grabbing")},
     {"Status",
      GenApi::intfIEnumeration,
      {{"ToolTip", "Shows the current stream grabber status."},
@@ -181,23 +172,12 @@ INSTANTIATE_TEST_SUITE_P(Rows, UsbStreamParamsTable, testing::ValuesIn(kRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbStreamParams, HasItsNodesInTheOrderOfTheTable) {
-    std::vector<std::string> rows;
-    for (const NodeRow& row : kRows)
-        rows.emplace_back(row.name);
-    EXPECT_EQ(rows, NodeNames(*map));
+    EXPECT_EQ(RowNames(kRows), NodeNames(*map));
 }
 
 TEST_F(UsbStreamParams, DescribesItself) {
     GenApi::IDeviceInfo& info = *map;
-    GenApi::Version_t version = {9, 9, 9};
-    EXPECT_EQ("UsbStreamParams", info.GetModelName());
-    EXPECT_EQ("Vandrel", info.GetVendorName());
-    EXPECT_EQ("Interface to the TavixUsb Stream Grabber parameters", info.GetToolTip());
-    EXPECT_EQ("None", info.GetStandardNameSpace());
-    info.GetSchemaVersion(version);
-    EXPECT_EQ(1, version.Major);
-    EXPECT_EQ(0, version.Minor);
-    EXPECT_EQ(0, version.SubMinor);
+    ExpectDescription(info, "UsbStreamParams", "Interface to the TavixUsb Stream Grabber parameters");
     EXPECT_FALSE(info.GetProductGuid().empty());
     EXPECT_NE(info.GetProductGuid(), info.GetVersionGuid());
 }
@@ -284,10 +264,7 @@ TEST_F(UsbStreamParams, ShowsItsStatusByName) {
 class StreamStatisticsNode : public UsbStreamParams, public testing::WithParamInterface<std::string> {};
 TEST_P(StreamStatisticsNode, AreInvalidatedWithTheStatusAndPolledEachSecond) {
     port.SetObject(m_pStream);
-    EXPECT_EQ(1000, map->GetNode(GetParam().c_str())->GetPollingTime());
-    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->StatusReg().SetValue(1); }));
-    EXPECT_EQ(0, CallbacksOf(*map, GetParam(), [this] { map->Poll(999); }));
-    EXPECT_EQ(1, CallbacksOf(*map, GetParam(), [this] { map->Poll(1); }));
+    ExpectStatusAndPolling(*map, GetParam());
     EXPECT_EQ(GenApi::RO, Integer(GetParam().c_str()).GetAccessMode());
 }
 INSTANTIATE_TEST_SUITE_P(Names, StreamStatisticsNode,
@@ -332,13 +309,7 @@ TEST_F(UsbStreamParams, WantsAtLeastOneOfEach) {
 class StreamRegister : public UsbStreamParams, public testing::WithParamInterface<NodeRow> {};
 TEST_P(StreamRegister, ReadsItsOwnPropertyInItsOwnWidth) {
     port.SetObject(m_pStream);
-    const auto address = static_cast<unsigned int>(std::stoul(GetParam().properties.at("Address"), nullptr, 16));
-    const bool isWide = GetParam().properties.at("Length") == "8";
-    const bool isSigned = GetParam().properties.at("Sign") == "Signed";
-    bus.streamProperties[address] = FakeVexlo::Bytes(8, 0xFF);
-    EXPECT_EQ(isSigned ? std::int64_t(-1) : std::int64_t(0xFFFFFFFF), Integer(GetParam().name).GetValue());
-    bus.streamProperties[address] = FakeVexlo::Number(0x01020304'05060708, 8);
-    EXPECT_EQ(isWide ? 0x01020304'05060708 : 0x05060708, Integer(GetParam().name).GetValue());
+    ExpectOwnProperty(*map, GetParam(), bus.streamProperties);
 }
 INSTANTIATE_TEST_SUITE_P(Rows, StreamRegister, testing::ValuesIn(std::begin(kRows) + kFirstRegister, std::end(kRows)),
                          [](const auto& row) { return std::string(row.param.name); });

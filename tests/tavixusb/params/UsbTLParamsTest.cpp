@@ -98,10 +98,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, UsbTLParamsTable, testing::ValuesIn(kTransportRow
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(UsbTLParams, HasNoOtherNodesAndThoseInTheirOrder) {
-    std::vector<std::string> rows;
-    for (const NodeRow& row : kTransportRows)
-        rows.emplace_back(row.name);
-    EXPECT_EQ(rows, NodeNames(*map));
+    EXPECT_EQ(RowNames(kTransportRows), NodeNames(*map));
 }
 
 /// Lists have tests of their own.
@@ -132,15 +129,8 @@ TEST_F(UsbTLParams, NamesTheDependentsOfItsPort) {
 TEST_F(UsbTLParams, DescribesItself) {
     GenApi::IDeviceInfo& info = *map;
     GenApi::Version_t version = {9, 9, 9};
-    EXPECT_EQ("UsbTLParams", info.GetModelName());
-    EXPECT_EQ("Vandrel", info.GetVendorName());
-    EXPECT_EQ("Interface to the USB transport layer specific parameters.", info.GetToolTip());
-    EXPECT_EQ("None", info.GetStandardNameSpace());
+    ExpectDescription(info, "UsbTLParams", "Interface to the USB transport layer specific parameters.");
     EXPECT_EQ("", map->GetDeviceName());
-    info.GetSchemaVersion(version);
-    EXPECT_EQ(1, version.Major);
-    EXPECT_EQ(0, version.Minor);
-    EXPECT_EQ(0, version.SubMinor);
     info.GetDeviceVersion(version);
     EXPECT_EQ(0, version.Major);
     EXPECT_EQ(0, version.Minor);
