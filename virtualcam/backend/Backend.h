@@ -13,7 +13,7 @@
 #include "usb/Backend.h"
 #include "virtualcam/backend/Attachment.h"
 #include "virtualcam/backend/Handle.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam {
 

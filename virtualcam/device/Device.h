@@ -19,7 +19,7 @@
 #include "virtualcam/device/endpoint/EndpointZero.h"
 #include "virtualcam/device/endpoint/Pipe.h"
 #include "virtualcam/firmware/Firmware.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam {
 

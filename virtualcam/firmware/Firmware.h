@@ -15,7 +15,7 @@
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"
 #include "virtualcam/firmware/UserSets.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam {
 

@@ -6,7 +6,7 @@
 
 #include "virtualcam/device/Device.h"
 #include "virtualcam/device/DeviceListener.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 // A camera whose images are soon drawn.
 
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam::test {
 

@@ -5,7 +5,7 @@
 
 #include "core/Log.h"
 #include "core/LogSink.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 #include <cstdlib>
 #include <cstring>

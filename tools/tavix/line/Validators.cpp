@@ -1,6 +1,6 @@
 #include "line/Validators.h"
 
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace tool {
 

@@ -2,8 +2,8 @@
 
 #include "Error.h"
 
+#include "virtualcam/settings/BackendSettings.h"
 #include "virtualcam/settings/FaultNames.h"
-#include "virtualcam/settings/Settings.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -6,7 +6,7 @@
 
 #include "virtualcam/remote/Addresses.h"
 #include "virtualcam/remote/RemoteCamera.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 #include "virtualcam/usbip/Export.h"
 #include "virtualcam/usbip/Server.h"
 #include "virtualcam/usbip/Vhci.h"

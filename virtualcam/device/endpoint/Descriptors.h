@@ -6,7 +6,7 @@
 #include <string>
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam {
 

@@ -1,4 +1,4 @@
-#include "virtualcam/settings/Settings.h"
+#include "virtualcam/settings/BackendSettings.h"
 
 #include <algorithm>
 #include <cctype>
