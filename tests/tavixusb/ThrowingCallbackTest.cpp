@@ -1,6 +1,6 @@
 // Callbacks of the application that throw while the grabbers change their state.
 
-#include "support/StreamGrabberTest.h"
+#include "support/StreamGrabberFixture.h"
 
 #include <GenApi/NodeCallback.h>
 

@@ -1,6 +1,6 @@
 // What a device's lock keeps apart, and which operations do without it.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 #include "tavixusb/support/Together.h"
 
 #include <atomic>
@@ -8,7 +8,7 @@
 
 namespace {
 
-class DeviceLocks : public DeviceTest {
+class DeviceLocks : public DeviceFixture {
 protected:
     DeviceLocks() { Load(CameraXml()); }
     ~DeviceLocks() override { bus.onCall = nullptr; } // it looks at what goes now

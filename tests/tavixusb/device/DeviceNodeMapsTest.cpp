@@ -1,6 +1,6 @@
 // The camera node map, the chunk node maps and the switch for older names.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 namespace {
 
@@ -8,7 +8,7 @@ constexpr char kTooMany[] =
     "Cannot create node map. Too many strings(2) to inject. Currently the injection of only one "
     "XML string is supported.";
 
-class DeviceNodeMaps : public DeviceTest {
+class DeviceNodeMaps : public DeviceFixture {
 protected:
     const Tavix::gcstring_vector two{"<a/>", "<b/>"};
 };

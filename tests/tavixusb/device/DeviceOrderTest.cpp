@@ -1,7 +1,7 @@
 // In which order a device does things: what is there already, and what still is, while a call of the USB access library
 // is made.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <GenApi/NodeCallback.h>
 
@@ -13,7 +13,7 @@ namespace {
 const LogLine kStreamGone{"Tavix.USB.Stream", 64, "Destroyed stream grabber for device '1:2:3' successfully."};
 const LogLine kDeviceGone{kDeviceLog, 64, "Destroyed device '1:2:3' successfully."};
 
-class DeviceOrder : public DeviceTest {
+class DeviceOrder : public DeviceFixture {
 protected:
     ~DeviceOrder() override { bus.onCall = nullptr; }
 

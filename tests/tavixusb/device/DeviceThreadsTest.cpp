@@ -1,13 +1,13 @@
 // Several threads on one device. The thread sanitizer looks at the order of the locks.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 #include "tavixusb/support/Together.h"
 
 #include <atomic>
 
 namespace {
 
-class DeviceThreads : public DeviceTest {
+class DeviceThreads : public DeviceFixture {
 protected:
     DeviceThreads() { Load(CameraXmlWithChunks()); }
 

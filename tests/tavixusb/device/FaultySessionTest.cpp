@@ -1,14 +1,14 @@
 // A whole session with images and events in which each call of the USB access library fails in its turn, alone or with
 // all that come after it, as if the camera had been unplugged.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <functional>
 #include <limits>
 
 namespace {
 
-class FaultySession : public DeviceTest, public testing::WithParamInterface<bool> {
+class FaultySession : public DeviceFixture, public testing::WithParamInterface<bool> {
 protected:
     FaultySession() { Load(CameraXml()); }
 

@@ -1,6 +1,6 @@
 // The chunk parsers and event adapters that a device hands out.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <GenApi/NodeCallback.h>
 
@@ -10,7 +10,7 @@ constexpr char kBadParser[] = "Failed to destroy chunk parser: Invalid pointer";
 constexpr char kBadAdapter[] = "Failed to destroy event adapter: Invalid pointer";
 constexpr char kFile[] = "TavixUsbDeviceParsers.cpp";
 
-class HandedOutObjects : public DeviceTest {
+class HandedOutObjects : public DeviceFixture {
 protected:
     HandedOutObjects() { Load(CameraXmlWithChunks()); }
 };
@@ -69,7 +69,7 @@ TEST_F(HandedOutObjects, DoNotOutliveADeviceThatWasNeverOpen) {
 }
 
 /// A chunk and an event with data, and a chunk description.
-class HandedOutObjectsWithData : public DeviceTest {
+class HandedOutObjectsWithData : public DeviceFixture {
 protected:
     HandedOutObjectsWithData() {
         const std::string xml = CameraXmlWith(R"(<Category Name="ChunkData"><pFeature>Chunk</pFeature></Category>

@@ -3,7 +3,7 @@
 #include "TavixTL_USB/TavixUSB/event/TavixUsbEventGrabber.h"
 #include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <GenApi/Synch/Lock.h>
 
@@ -70,7 +70,7 @@ private:
     std::thread m_Holder;
 };
 
-class HeldLocks : public DeviceTest {
+class HeldLocks : public DeviceFixture {
 protected:
     HeldLocks() {
         Load(CameraXmlWithChunks());

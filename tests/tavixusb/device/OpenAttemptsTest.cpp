@@ -1,7 +1,7 @@
 // The attempts to open a camera follow each other at once. What lets a thread pause is replaced, so that the test sees
 // it.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 #include "tavixusb/support/TransportLayerTest.h"
 
 #include <ctime>
@@ -37,7 +37,7 @@ namespace {
 
 const std::vector<vexlo::VxStatus> kFourFailures{kFailure, kFailure, kFailure, kFailure};
 
-class OpenAttempts : public DeviceTest {};
+class OpenAttempts : public DeviceFixture {};
 
 TEST_F(OpenAttempts, OfADeviceFollowEachOtherWithoutAPause) {
     bus.Script("Device.Open", kFourFailures);

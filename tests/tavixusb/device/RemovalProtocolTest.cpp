@@ -1,6 +1,6 @@
 // How handler and Close agree who came first: see the section "Removal" of docs/threads.md.
 
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <atomic>
 #include <future>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto kRemoved = vexlo::VxCallback_DeviceRemoved;
 
-class RemovalProtocol : public DeviceTest {
+class RemovalProtocol : public DeviceFixture {
 protected:
     RemovalProtocol() { Open(); }
     ~RemovalProtocol() override { bus.onCall = nullptr; }

@@ -1,7 +1,7 @@
 // Several chunk parsers and event adapters of one device: the ports of its features are there once.
 
 #include "tavixusb/data/ChunkBuffer.h"
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include "u3v/Crc16.h"
 
@@ -25,7 +25,7 @@ ChunkBuffer Payload(int counter) {
     return buffer;
 }
 
-class ChunkCamera : public DeviceTest {
+class ChunkCamera : public DeviceFixture {
 protected:
     ChunkCamera() {
         Load(CameraXmlWith(std::string(support::kChunkNodes) + kEventNodes));

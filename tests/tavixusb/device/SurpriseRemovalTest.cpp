@@ -1,4 +1,4 @@
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <algorithm>
 #include <future>
@@ -28,7 +28,7 @@ public:
     static inline int living = 0, mostLiving = 0, calls = 0;
 };
 
-class SurpriseRemoval : public DeviceTest {
+class SurpriseRemoval : public DeviceFixture {
 protected:
     template<class Function>
     Tavix::DeviceCallbackHandle Register(Function function) {

@@ -1,9 +1,9 @@
 #include "tavixusb/support/Description.h"
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 namespace {
 
-class TavixUsbDevicePort : public DeviceTest {
+class TavixUsbDevicePort : public DeviceFixture {
 protected:
     /// The only line since Open or Forget.
     void ExpectErrorLine(const char* text) {

@@ -1,4 +1,4 @@
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <ostream>
 #include <stdexcept>
@@ -9,7 +9,7 @@ namespace {
 
 const LogLine kRetry{"Tavix.USB.TL", 128, "Failed to open device. Retry."};
 
-class TavixUsbDevice : public DeviceTest {};
+class TavixUsbDevice : public DeviceFixture {};
 
 TEST_F(TavixUsbDevice, IsMadeClosed) {
     EXPECT_FALSE(device->IsOpen());
@@ -324,7 +324,7 @@ struct PortMode {
 void PrintTo(const PortMode& row, std::ostream* to) {
     *to << std::hex << "0x" << row.modes;
 }
-class TavixUsbDeviceAccess : public DeviceTest, public testing::WithParamInterface<PortMode> {};
+class TavixUsbDeviceAccess : public DeviceFixture, public testing::WithParamInterface<PortMode> {};
 TEST_P(TavixUsbDeviceAccess, DecidesTheModeOfThePort) {
     EXPECT_EQ(GenApi::NA, device->GetAccessMode());
     device->Open(Tavix::AccessModeSet(GetParam().modes));

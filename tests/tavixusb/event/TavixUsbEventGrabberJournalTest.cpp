@@ -4,7 +4,7 @@
 #include "event/TavixUsbEventGrabber.h"
 
 #include "device/VxDevicePtr.h"
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 #include "tavixusb/support/Journal.h"
 #include "tavixusb/support/ParamsRows.h"
 
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-class EventGrabberJournal : public DeviceTest {
+class EventGrabberJournal : public DeviceFixture {
 protected:
     EventGrabberJournal() { bus.deviceSaysItIsOpen = true; }
 

@@ -1,7 +1,7 @@
 #include "event/TavixUsbEventGrabber.h"
 
 #include "device/VxDevicePtr.h"
-#include "tavixusb/support/DeviceTest.h"
+#include "tavixusb/support/DeviceFixture.h"
 
 #include <GenApi/NodeCallback.h>
 
@@ -15,7 +15,7 @@ namespace {
 constexpr char kEvents[] = "Tavix.USB.EventStream";
 constexpr char kEventFile[] = "TavixUsbEventGrabber.cpp";
 
-class EventGrabber : public DeviceTest {
+class EventGrabber : public DeviceFixture {
 protected:
     Tavix::IEventGrabber& grabber() {
         if (!device->IsOpen()) Open();

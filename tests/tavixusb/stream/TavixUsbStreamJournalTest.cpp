@@ -2,7 +2,7 @@
 // it writes, in their order and nothing besides.
 
 #include "tavixusb/support/Journal.h"
-#include "tavixusb/support/StreamGrabberTest.h"
+#include "tavixusb/support/StreamGrabberFixture.h"
 
 using testing::ElementsAreArray;
 

@@ -3,7 +3,7 @@
 #include "TavixTL_USB/TavixUSB/device/VxDevicePtr.h"
 #include "tavixusb/support/Journal.h"
 #include "tavixusb/support/ParamsRows.h"
-#include "tavixusb/support/StreamGrabberTest.h"
+#include "tavixusb/support/StreamGrabberFixture.h"
 
 #include <GenApi/NodeCallback.h>
 

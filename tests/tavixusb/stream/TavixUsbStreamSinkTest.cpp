@@ -1,4 +1,4 @@
-#include "tavixusb/support/StreamGrabberTest.h"
+#include "tavixusb/support/StreamGrabberFixture.h"
 
 #include <thread>
 #include <vector>

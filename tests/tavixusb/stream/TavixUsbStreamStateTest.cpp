@@ -1,6 +1,6 @@
 #include "TavixTL_USB/TavixUSB/device/VxDevicePtr.h"
 
-#include "tavixusb/support/StreamGrabberTest.h"
+#include "tavixusb/support/StreamGrabberFixture.h"
 
 #include <GenApi/NodeCallback.h>
 

@@ -11,13 +11,13 @@
 
 inline constexpr char kDeviceLog[] = "Tavix.USB.Device"; // category of its log lines
 
-class DeviceTest : public testing::Test {
+class DeviceFixture : public testing::Test {
 protected:
-    DeviceTest() {
+    DeviceFixture() {
         bus.Reset();
         Make();
     }
-    ~DeviceTest() override { Destroy(); }
+    ~DeviceFixture() override { Destroy(); }
 
     void Make(const Tavix::CDeviceInfo& info = MakeCameraInfo()) { device = new Tavix::CTavixUsbDevice(info); }
     void Destroy() {

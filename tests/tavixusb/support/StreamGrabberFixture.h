@@ -3,7 +3,7 @@
 
 #include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
 
-#include "support/DeviceTest.h"
+#include "support/DeviceFixture.h"
 
 #include <functional>
 
@@ -13,7 +13,7 @@ inline LogLine StreamLine(unsigned int level, const std::string& text) {
     return {"Tavix.USB.Stream", level, text};
 }
 
-class StreamGrabber : public DeviceTest {
+class StreamGrabber : public DeviceFixture {
 protected:
     StreamGrabber() { Load(CameraXml()); }
 
