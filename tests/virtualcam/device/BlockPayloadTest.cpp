@@ -12,7 +12,7 @@ using virtualcam::Chunk;
 using virtualcam::Frame;
 
 /// 8 lines of 16 bytes.
-Frame Small() {
+Frame SmallFrame() {
     const auto look = std::make_shared<virtualcam::Look>();
     for (auto& colour : look->map)
         for (std::size_t i = 0; i < colour.size(); ++i)
@@ -25,7 +25,7 @@ Frame Small() {
 }
 
 Frame WithCrc() {
-    Frame frame = Small();
+    Frame frame = SmallFrame();
     frame.chunks.active = true;
     frame.chunks.enabled = 1U << static_cast<unsigned>(Chunk::Image) | 1U << static_cast<unsigned>(Chunk::Timestamp) |
                            1U << static_cast<unsigned>(Chunk::PayloadCrc16);
@@ -71,7 +71,7 @@ TEST(BlockPayload, HasZerosBehindAnImageWithoutChunksOnly) {
     const std::size_t withChunks = payload.Size();
     payload.Begin(WithCrc(), 5);
     EXPECT_EQ(payload.Size(), withChunks);
-    payload.Begin(Small(), 5);
+    payload.Begin(SmallFrame(), 5);
     ASSERT_EQ(payload.Size(), 16U * 8 + 5);
     const Bytes bytes = TakeAll(payload, 100);
     EXPECT_EQ(Bytes(bytes.end() - 5, bytes.end()), Bytes(5, 0));
@@ -79,7 +79,7 @@ TEST(BlockPayload, HasZerosBehindAnImageWithoutChunksOnly) {
 
 TEST(BlockPayload, EndsWhereItIsCut) {
     BlockPayload payload(/*view=*/0);
-    payload.Begin(Small(), 0);
+    payload.Begin(SmallFrame(), 0);
     payload.Cut(1000);
     EXPECT_EQ(payload.Size(), 128U) << "it was shorter";
     payload.Cut(20);
@@ -92,9 +92,9 @@ TEST(BlockPayload, EndsWhereItIsCut) {
 
 TEST(BlockPayload, GoesOnBehindWhatIsSkipped) {
     BlockPayload payload(/*view=*/0);
-    payload.Begin(Small(), 0);
+    payload.Begin(SmallFrame(), 0);
     const Bytes whole = TakeAll(payload, 128);
-    payload.Begin(Small(), 0);
+    payload.Begin(SmallFrame(), 0);
     payload.Skip(33);
     const Bytes rest = [&] {
         Bytes bytes(10);
