@@ -94,3 +94,20 @@ TEST(Why, TellsAFaultOfTheDevice) {
     map.port.failure = "cable";
     EXPECT_EQ(ExplainAccess(&map.Node("I")), "'I' cannot be asked: cable");
 }
+
+TEST(IsForReadingOnly, IsSoByRegisterFormulaOrDescriptionAndNotByWhatIsSet) {
+    TestMap map;
+    map.AddRegister("IntReg", "ReadOnly", "0", {{"AccessMode", "RO", ""}});
+    map.AddRegister("IntReg", "Plain", "4", {{"AccessMode", "RW", ""}});
+    map.AddRegister("IntReg", "WriteOnly", "8", {{"AccessMode", "WO", ""}});
+    map.Add("Integer", "Lock", {{"Value", "1", ""}});
+    map.Add("Integer", "OfRegister", {{"pValue", "ReadOnly", ""}});
+    map.Add("IntSwissKnife", "Computed", {{"pVariable", "Plain", "A"}, {"Formula", "A + 1", ""}});
+    map.Add("Integer", "Restricted", {{"pValue", "Plain", ""}, {"ImposedAccessMode", "RO", ""}});
+    map.Add("Integer", "Locked", {{"pValue", "Plain", ""}, {"pIsLocked", "Lock", ""}}).Ready();
+    for (const char* name : {"ReadOnly", "OfRegister", "Computed", "Restricted"})
+        EXPECT_TRUE(IsForReadingOnly(&map.Node(name))) << name;
+    for (const char* name : {"Plain", "WriteOnly", "Lock", "Locked"})
+        EXPECT_FALSE(IsForReadingOnly(&map.Node(name))) << name;
+    EXPECT_FALSE(IsForReadingOnly(nullptr));
+}

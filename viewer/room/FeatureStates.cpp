@@ -5,6 +5,7 @@
 #include <set>
 
 #include <GenApi/GenApi.h>
+#include <GenApi/Why.h>
 
 namespace viewer {
 namespace {
@@ -95,13 +96,6 @@ private:
     std::set<std::string> m_Categories;
 };
 
-/// Whether something is for reading only however the camera is set, which needs no reason.
-bool IsForReading(const std::string& why) {
-    for (const char* always : {"the register is RO", "it is computed by a formula", "restricted to RO"})
-        if (why.find(always) != why.npos) return true;
-    return false;
-}
-
 void AddLimits(const Feature& feature, Json& state) {
     if (feature.Type() != FeatureType::Integer && feature.Type() != FeatureType::Float) return;
     state["least"] = feature.Min();
@@ -120,8 +114,8 @@ Json DescribeFeatures(const Camera& camera) {
 Json StateOf(const Feature& feature) {
     Json state = Json::object();
     try {
-        const std::string why = Printable(feature.WhyNot());
-        state["why"] = IsForReading(why) ? std::string() : why;
+        // What is for reading only, however the camera is set, needs no reason.
+        state["why"] = GenApi::IsForReadingOnly(&feature.Node()) ? std::string() : Printable(feature.WhyNot());
         state["writable"] = feature.IsWritable();
         const bool isReadable = feature.IsReadable() && feature.Type() != FeatureType::Command;
         state["available"] = feature.IsAvailable();

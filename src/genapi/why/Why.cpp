@@ -71,13 +71,15 @@ std::string Because(const char* what, Node& predicate) {
 struct Step {
     std::string text;
     Node* pNext = nullptr;
+    bool isForGood = false; // no setting makes it writable
 };
 
 Step ExplainRegister(Node& node) {
     Node* const pPort = node.LinkedNode(PropertyId::pPort);
     if (pPort && pPort->Access() != GenApi::RW) return {"it lies behind the port " + Quote(*pPort), pPort};
     const std::string_view mode = node.PropertyText(PropertyId::AccessMode);
-    return {"the register is " + (mode.empty() ? std::string("RO") : std::string(mode)), nullptr};
+    const bool isReadOnly = mode.empty() || mode == "RO";
+    return {"the register is " + (isReadOnly ? std::string("RO") : std::string(mode)), nullptr, isReadOnly};
 }
 
 Step ExplainLinks(Node& node) {
@@ -109,7 +111,7 @@ Step ExplainTarget(Node& node) {
     Step step = ExplainLinks(node);
     if (!step.text.empty()) return step;
     if (node.Type() == NodeType::IntSwissKnife || node.Type() == NodeType::SwissKnife) {
-        return {"it is computed by a formula", nullptr};
+        return {"it is computed by a formula", nullptr, /*isForGood=*/true};
     }
     if (node.Type() == NodeType::Category) return {"it is a group of features", nullptr};
     return {"the node that it selects at present is " + ModeText(node.TargetAccess()), nullptr};
@@ -128,23 +130,25 @@ Step ExplainNode(Node& node) {
     const bool isLocked = pLocked && pLocked->ReadTruth();
     if (isLocked && GenApi::IsWritable(target)) return {Because("locked", *pLocked), nullptr};
     const GenApi::EAccessMode imposed = node.Rule().Imposed();
-    if (GenApi::Combine(imposed, target) != target) return {"restricted to " + ModeText(imposed), nullptr};
+    if (GenApi::Combine(imposed, target) != target)
+        return {"restricted to " + ModeText(imposed), nullptr, imposed == GenApi::RO};
     return ExplainTarget(node);
 }
 
 // Follows the reasons down, each node once; the length of a chain is bounded as that of reading is.
-std::string Explain(Node& start) {
+Step Explain(Node& start) {
     const GenApi::EAccessMode mode = start.Access();
     if (mode == GenApi::RW) return {};
-    std::string text = Quote(start) + " is " + ModeText(mode);
+    Step whole{Quote(start) + " is " + ModeText(mode)};
     std::vector<bool> isMet(start.Host().Nodes().size(), false);
     for (Node* pNode = &start; pNode && !isMet[pNode->Index()];) {
         isMet[pNode->Index()] = true;
         const Step step = ExplainNode(*pNode);
-        text += ": " + step.text;
+        whole.text += ": " + step.text;
+        whole.isForGood = step.isForGood;
         pNode = step.pNext;
     }
-    return text;
+    return whole;
 }
 
 } // namespace
@@ -159,13 +163,24 @@ GenICam::gcstring ExplainAccess(INode* pNode) {
     try {
         if (pOwn) {
             const AutoLock lock(pOwn->Host().Lock());
-            return genapi::Shown(genapi::Explain(*pOwn));
+            return genapi::Shown(genapi::Explain(*pOwn).text);
         }
         // A wrapper of another engine: only its mode can be told.
         const EAccessMode mode = pNode->GetAccessMode();
         return mode == RW ? GenICam::gcstring() : "'" + pNode->GetName() + "' is " + EAccessModeClass::ToString(mode);
     } catch (const GenICam::GenericException& exception) {
         return "'" + pNode->GetName() + "' cannot be asked: " + exception.GetDescription();
+    }
+}
+
+bool IsForReadingOnly(INode* pNode) {
+    genapi::Node* const pOwn = dynamic_cast<genapi::Node*>(pNode);
+    if (!pOwn) return false;
+    try {
+        const AutoLock lock(pOwn->Host().Lock());
+        return pOwn->Access() == RO && genapi::Explain(*pOwn).isForGood;
+    } catch (const GenICam::GenericException&) {
+        return false; // the fault is told by whoever reads it
     }
 }
 
