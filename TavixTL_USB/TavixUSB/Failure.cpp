@@ -11,4 +11,9 @@ GenICam::gcstring VxStatus2Msg(unsigned int status) {
     return text;
 }
 
+DevicePresence PresenceBy(unsigned int status) {
+    if (status == vexlo::VX_E_USB_NO_DEVICE) return DevicePresence::Gone;
+    return status == vexlo::VX_E_TIMEOUT ? DevicePresence::Silent : DevicePresence::There;
+}
+
 } // namespace Tavix

@@ -14,16 +14,6 @@ std::string Reason(const std::exception& failure) {
     return WithoutFullStop(known ? known->GetDescription() : failure.what());
 }
 
-std::string CurrentReason() {
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        return Reason(e);
-    } catch (...) {
-        return {};
-    }
-}
-
 void RethrowAsError(const std::string& context, const std::string& feature, const std::string& advice) {
     const auto text = [&](const std::exception& e) { return context + Reason(e) + advice; };
     try {

@@ -18,8 +18,6 @@ inline std::string Text(const GenICam::gcstring& text) {
 std::string WithoutFullStop(std::string text);
 /// The sentence of an exception, fit to become part of one, without the place that it came from.
 std::string Reason(const std::exception& failure);
-/// The same of the exception that is being handled; empty for one that is none of the standard library.
-std::string CurrentReason();
 
 /// Rethrows the exception that is being handled, which is of the SDK, as the heir of Error that fits its kind; Errors
 /// pass as they are. `context` goes before the reason ("cannot open VC-1300: "), `advice` behind it.

@@ -8,12 +8,6 @@
 #include <tavix/camera/Error.h>
 
 namespace tool {
-namespace {
-
-constexpr const char* kPlugIn = "; plug it in again";
-
-} // namespace
-
 std::string Reason(const std::exception& exception) {
     const auto* generic = dynamic_cast<const GenICam::GenericException*>(&exception);
     std::string text = generic ? generic->GetDescription() : exception.what();
@@ -23,8 +17,7 @@ std::string Reason(const std::exception& exception) {
     text = Tavix::Printable(text);
     while (!text.empty() && (text.back() == ' ' || text.back() == '.'))
         text.pop_back();
-    const bool isGone = TellsOfRemoval(text) || dynamic_cast<const Tavix::Removed*>(&exception) != nullptr;
-    const bool lacksAdvice = isGone && text.find(kPlugIn) == std::string::npos;
+    const bool lacksAdvice = dynamic_cast<const Tavix::Removed*>(&exception) && text.find(kPlugIn) == std::string::npos;
     return lacksAdvice ? text + kPlugIn : text;
 }
 
@@ -43,10 +36,6 @@ std::string CaughtReason() noexcept {
     } catch (...) {
         return "no reason";
     }
-}
-
-bool TellsOfRemoval(const std::string& reason) {
-    return reason.find("The camera was removed") != std::string::npos;
 }
 
 } // namespace tool

@@ -25,7 +25,7 @@ std::string Reason(const std::exception& exception);
 /// The same of whatever is being handled, in a catch block; "out of memory" when there is none left for the text.
 std::string CaughtReason() noexcept;
 
-/// Whether a reason is that the camera has gone.
-bool TellsOfRemoval(const std::string& reason);
+/// What to do when a camera has gone, to follow the reason.
+inline constexpr const char* kPlugIn = "; plug it in again";
 
 } // namespace tool

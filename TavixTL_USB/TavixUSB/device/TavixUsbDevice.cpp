@@ -39,6 +39,7 @@ CTavixUsbDevice::CTavixUsbDevice(const CDeviceInfo& info)
     GenApi::INode* const pMigration = m_pTlParams->GetNode("MigrationModeEnable");
     GenApi::Register(pMigration, *this, &CTavixUsbDevice::OnMigrationModeEnable, GenApi::cbPostInsideLock);
     OnMigrationModeEnable(pMigration);
+    m_pWatched = m_pVxDevice.get();
     m_pTlPort->SetObject(m_pVxDevice.get());
     m_pTlParams->Connect(m_pTlPort.get(), kTlPortName);
     LogTrace(LogCategoryDevice(), kLogInfo, "Created device '%hs' successfully.", m_FullName.c_str());
@@ -94,7 +95,7 @@ void CTavixUsbDevice::Open(AccessModeSet accessMode) {
         const gcstring text = VxStatus2Msg(status);
         LogTrace(LogCategoryDevice(), kLogError, "%s: Failed to open device '%s'! Error: '%s'", "Open",
                  m_FullName.c_str(), text.c_str());
-        Throw<RuntimeException>(Here(), "Failed to open device '%s'! Error: '%s'", m_FullName.c_str(), text.c_str());
+        ThrowStatus(Here(), status, "Failed to open device '%s'! Error: '%s'", m_FullName.c_str(), text.c_str());
     }
     const AccessModeSet previous = std::exchange(m_AccessMode, accessMode);
     try {
@@ -141,6 +142,18 @@ void CTavixUsbDevice::InternalClose() {
 bool CTavixUsbDevice::IsOpen() const {
     Guard guard(m_Lock);
     return m_IsOpen;
+}
+
+DevicePresence CUsbDevicePresence::PresenceBy(unsigned int status) const {
+    return Tavix::PresenceBy(status);
+}
+
+/// A camera that was silent once may answer now; one that has gone stays away until it is opened anew.
+DevicePresence CUsbDevicePresence::Presence() const {
+    std::uint32_t last = vexlo::VX_OK;
+    const unsigned int status = m_pWatched->GetProperty(vexlo::CVxDevice::Property_LastErrorStatus, &last, sizeof last);
+    const bool isGone = status == vexlo::VX_OK && PresenceBy(last) == DevicePresence::Gone;
+    return isGone ? DevicePresence::Gone : DevicePresence::There;
 }
 
 AccessModeSet CTavixUsbDevice::AccessMode() const {

@@ -8,6 +8,7 @@
 #include "params/UsbTLParams.h"
 
 #include "tavix/Device.h"
+#include "tavix/DevicePresence.h"
 #include "tavix/internal/TavixDevicePrivateImpl.h"
 #include "tavix/usb/VandrelUsbDeviceInfo.h"
 
@@ -30,13 +31,26 @@ class CUsbChunkParser;
 /// The addresses of its registers are CVxDevice::EPropertyValue.
 using CVexloDevicePort = CGenericUsbPort<vexlo::CVxDevice>;
 
+/// A base of the device, whose own slots would otherwise be more. Thread-safe.
+class CUsbDevicePresence : public IDevicePresence {
+public:
+    DevicePresence Presence() const override;
+    DevicePresence PresenceBy(unsigned int status) const override;
+
+protected:
+    ~CUsbDevicePresence() = default;
+    vexlo::CVxDevice* m_pWatched = nullptr; // borrowed from the device; constant after construction
+};
+
 ///   closed --Open--> open --Close--> closed
 ///
 /// Also the port of its camera node map. An unplugged camera stays open until the application closes it.
 ///
 /// Locks, in the order in which they are taken: stream grabber, event grabber, camera node map, device, removal
 /// controller; see docs/threads.md. Thread-safe.
-class CTavixUsbDevice final : public CTavixDevicePrivateImpl<ITavixDevice>, public GenApi::CPortImpl {
+class CTavixUsbDevice final : public CTavixDevicePrivateImpl<ITavixDevice>,
+                              public CUsbDevicePresence,
+                              public GenApi::CPortImpl {
 public:
     explicit CTavixUsbDevice(const CDeviceInfo& info);
     ~CTavixUsbDevice() override;

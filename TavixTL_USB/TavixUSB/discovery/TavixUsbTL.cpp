@@ -130,9 +130,9 @@ void CTavixUsbTL::ProvideXmlFile(const CDeviceInfo& info, gcstring& fileName, gc
 
     const unsigned int status = OpenWithRetry(*device, record);
     if (status != 0) {
-        LogAndThrow<RuntimeException>(LogCategoryTl(), Here(),
-                                      "Failed to open device '%hs' for XML file download. Error: '%hs'",
-                                      fullName.c_str(), VxStatus2Msg(status).c_str());
+        LogAndThrowStatus(LogCategoryTl(), Here(), status,
+                          "Failed to open device '%hs' for XML file download. Error: '%hs'", fullName.c_str(),
+                          VxStatus2Msg(status).c_str());
     }
     Download(*device, fullName, fileName, xml);
     device.reset();
@@ -143,8 +143,8 @@ void CTavixUsbTL::ProvideXmlFile(const CDeviceInfo& info, gcstring& fileName, gc
 void CTavixUsbTL::PreparePower(vexlo::CVxDevice& device, const CDeviceInfo& info, vexlo::DeviceDiscoveryInfo& record) {
     const unsigned int status = RequestPower(device, info, record);
     if (status != 0) {
-        LogAndThrow<RuntimeException>(LogCategoryTl(), Here(), "Failed to set power for device '%hs'. Error: '%hs'",
-                                      info.GetFullName().c_str(), VxStatus2Msg(status).c_str());
+        LogAndThrowStatus(LogCategoryTl(), Here(), status, "Failed to set power for device '%hs'. Error: '%hs'",
+                          info.GetFullName().c_str(), VxStatus2Msg(status).c_str());
     }
     record.UsbPortVersionBcd = 0x300;
     record.SpeedSupportBitmask = 0xFF;
@@ -155,9 +155,9 @@ void CTavixUsbTL::Download(vexlo::CVxDevice& device, const gcstring& fullName, g
     vexlo::CXmlFile file;
     const unsigned int status = device.ProvideXmlFile(file);
     if (status != 0) {
-        LogAndThrow<RuntimeException>(LogCategoryTl(), Here(),
-                                      "Failed to retrieve XML file from camera device '%s'. Error: '%s'",
-                                      fullName.c_str(), VxStatus2Msg(status).c_str());
+        LogAndThrowStatus(LogCategoryTl(), Here(), status,
+                          "Failed to retrieve XML file from camera device '%s'. Error: '%s'", fullName.c_str(),
+                          VxStatus2Msg(status).c_str());
     }
     if (file.GetBuffer()) xml = file.GetBuffer();
     if (file.GetFilename()) fileName = file.GetFilename();

@@ -74,7 +74,7 @@ std::vector<Feature> Camera::Features() const {
         for (GenApi::INode* node : nodes)
             if (IsListed(*node)) features.push_back(m_Core->Make(detail::Text(node->GetName())));
     } catch (const GenICam::GenericException& e) {
-        if (device->GetRemoval().Explains(detail::Reason(e))) throw Removed(device->Name() + " is unplugged");
+        if (device->HasGone()) throw Removed(device->Name() + " is unplugged");
         detail::RethrowAsError("cannot list the features of " + device->Name() + ": ");
     }
     return features;

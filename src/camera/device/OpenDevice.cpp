@@ -2,22 +2,18 @@
 
 #include "camera/Failure.h"
 
+#include <tavix/DevicePresence.h>
 #include <tavix/TlFactory.h>
 
+#include <algorithm>
 #include <mutex>
 #include <set>
+#include <vector>
 
 namespace Tavix::detail {
 namespace {
 
 constexpr unsigned int kNoticeTimeoutMs = 500;
-constexpr char kRemoved[] = "The camera was removed"; // reasons go without their full stop
-
-/// What these say is advice enough, and asking a silent camera once more would cost seconds.
-bool IsClear(const std::string& reason) {
-    return reason.find(kRemoved) != std::string::npos ||
-           reason.find("The camera did not answer in time.") != std::string::npos;
-}
 
 /// Their full names; a camera may be closed on any thread, also when the program ends.
 class OpenHere {
@@ -45,12 +41,21 @@ private:
     std::multiset<std::string> m_Names; // guarded by m_Mutex
 };
 
+bool IsListed(const CameraInfo& info) {
+    const std::vector<CameraInfo> cameras = Cameras();
+    return std::any_of(cameras.begin(), cameras.end(), [&](const CameraInfo& each) { return each.path == info.path; });
+}
+
 [[noreturn]] void ThrowCannotOpen(const CameraInfo& info, const std::exception& failure) {
     if (OpenHere::Get().Has(info.path))
         throw AccessError("cannot open " + info.friendlyName +
                           ": this program has it open already; close it there, or use that one");
-    const std::string reason = Reason(failure), text = "cannot open " + info.friendlyName + ": " + reason;
-    switch (IsClear(reason) ? Accessibility::Unknown : info.Access()) {
+    const std::string text = "cannot open " + info.friendlyName + ": " + Reason(failure);
+    const auto* known = dynamic_cast<const PresenceException*>(&failure);
+    const DevicePresence presence = known ? known->Presence() : DevicePresence::There;
+    if (presence == DevicePresence::Gone || !IsListed(info)) throw Removed(text + "; plug it in again");
+    // What is said of a silent camera is advice enough, and to ask that once more would cost seconds.
+    switch (presence == DevicePresence::Silent ? Accessibility::Unknown : info.Access()) {
     case Accessibility::InUse:
         throw AccessError(text + "; end the program that uses it and try again");
     case Accessibility::NotReachable:
@@ -61,10 +66,6 @@ private:
 }
 
 } // namespace
-
-bool Removal::Explains(const std::string& reason) const {
-    return HasHappened() || reason.find(kRemoved) != std::string::npos;
-}
 
 bool Removal::IsLikely() const {
     return m_Bell.Wait(kNoticeTimeoutMs);
@@ -81,6 +82,7 @@ OpenDevice::OpenDevice(const CameraInfo& info, std::function<void()> onRemoval)
     CTlFactory& factory = CTlFactory::GetInstance();
     try {
         m_Device = factory.CreateDevice(info.device);
+        m_Presence = dynamic_cast<const IDevicePresence*>(m_Device);
         m_Device->Open();
         auto callback = MakeCallback<ITavixDevice*>([removal = m_Removal](ITavixDevice*) { removal->Happen(); });
         m_RemovalCallback = m_Device->RegisterRemovalCallback(callback);
@@ -98,6 +100,14 @@ OpenDevice::~OpenDevice() {
         if (m_Device->IsOpen()) m_Device->Close();
     });
     Attempt("Giving a camera back", [&] { CTlFactory::GetInstance().DestroyDevice(m_Device); });
+}
+
+bool OpenDevice::HasGone() const {
+    return m_Removal->HasHappened() || (m_Presence && m_Presence->Presence() == DevicePresence::Gone);
+}
+
+bool OpenDevice::IsByRemoval(unsigned int status) const {
+    return m_Removal->HasHappened() || (m_Presence && m_Presence->PresenceBy(status) == DevicePresence::Gone);
 }
 
 GenApi::INodeMap& OpenDevice::Nodes() const {

@@ -15,8 +15,9 @@ struct INodeMap;
 }
 
 namespace Tavix {
+class IDevicePresence;
 class ITavixDevice;
-}
+} // namespace Tavix
 
 namespace Tavix::detail {
 
@@ -29,8 +30,6 @@ public:
     bool HasHappened() const { return m_HasHappened; }
     /// Stays signalled once it has happened.
     const WaitObject& Bell() const { return m_Bell; }
-    /// Whether an access failed for that reason because the camera has gone, even if the notice of it is still to come.
-    bool Explains(const std::string& reason) const;
     /// Waits a moment for a notice that may lag behind the failures that it explains.
     bool IsLikely() const;
     void Happen();
@@ -54,13 +53,18 @@ public:
     ITavixDevice& Device() const { return *m_Device; }
     GenApi::INodeMap& Nodes() const;
     const Removal& GetRemoval() const { return *m_Removal; }
+    /// Whether an access has found that the camera has gone, even if the notice of it is still to come.
+    bool HasGone() const;
+    /// The same of an image that failed with that status.
+    bool IsByRemoval(unsigned int status) const;
     const std::string& Name() const { return m_Name; }
 
 private:
     const std::string m_Name, m_Path;
     const std::shared_ptr<Removal> m_Removal;
-    ITavixDevice* m_Device = nullptr;  // constant after construction
-    void* m_RemovalCallback = nullptr; // constant after construction
+    ITavixDevice* m_Device = nullptr;            // constant after construction
+    const IDevicePresence* m_Presence = nullptr; // of m_Device, null where it has none; constant after construction
+    void* m_RemovalCallback = nullptr;           // constant after construction
 };
 
 } // namespace Tavix::detail

@@ -78,7 +78,7 @@ std::string NodeAccess::WhyText() const {
 }
 
 void NodeAccess::ThrowNoAccess(const std::string& wanted) const {
-    if (m_Device->GetRemoval().HasHappened()) throw Removed(m_Device->Name() + " is unplugged", m_Name);
+    if (m_Device->HasGone()) throw Removed(m_Device->Name() + " is unplugged", m_Name);
     throw AccessError(Called() + " cannot be " + wanted + " now" + WhyText(), m_Name);
 }
 
@@ -94,7 +94,7 @@ void NodeAccess::ThrowWrongType(const std::string& wanted) const {
 }
 
 void NodeAccess::Rethrow(const std::string& what, const std::string& value) const {
-    if (m_Device->GetRemoval().Explains(CurrentReason())) throw Removed(m_Device->Name() + " is unplugged", m_Name);
+    if (m_Device->HasGone()) throw Removed(m_Device->Name() + " is unplugged", m_Name);
     const std::string limits = value.empty() ? "" : LimitText(*m_Node);
     RethrowAsError(what + Called() + value + ": ", m_Name, limits.empty() ? "" : "; it takes " + limits);
 }

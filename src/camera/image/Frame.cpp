@@ -57,6 +57,7 @@ void Frame::Describe(const GrabResult& result, std::size_t expected) {
     DescribeLines(result);
     payloadType = result.GetPayloadType();
     defect.clear();
+    errorCode = result.GetErrorCode();
     missingBytes = 0;
     gapBefore = {};
     chunkValues.reset();

@@ -41,6 +41,7 @@ struct ImageFacts {
     std::size_t payloadSize = 0;  ///< bytes that came
     std::size_t missingBytes = 0; ///< bytes that did not
     std::string defect;           ///< empty for a whole image
+    unsigned int errorCode = 0;   ///< of the transport layer
     EPayloadType payloadType = PayloadType_Undefined;
     std::chrono::nanoseconds gapBefore{0};
     std::chrono::steady_clock::time_point arrival{};

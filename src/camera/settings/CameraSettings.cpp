@@ -6,7 +6,6 @@
 
 #include <GenApi/Persistence.h>
 
-#include <algorithm>
 #include <sstream>
 
 namespace Tavix {
@@ -44,11 +43,8 @@ std::vector<RefusedSetting> Unread(const GenICam::gcstring_vector& errors) {
 
 /// What could not be read of a camera that has gone are no settings of it, whether the notice has come yet or not.
 void ThrowIfGone(const detail::OpenDevice& device, const std::vector<RefusedSetting>& unread) {
-    const detail::Removal& removal = device.GetRemoval();
-    const auto isByRemoval = [&](const RefusedSetting& each) { return removal.Explains(each.reason); };
-    const bool isGone = unread.empty() ? removal.HasHappened()
-                                       : std::any_of(unread.begin(), unread.end(), isByRemoval) || removal.IsLikely();
-    if (isGone) throw Removed(device.Name() + " is unplugged");
+    if (device.HasGone() || (!unread.empty() && device.GetRemoval().IsLikely()))
+        throw Removed(device.Name() + " is unplugged");
 }
 
 } // namespace
@@ -64,7 +60,7 @@ Settings Camera::ReadSettings(std::vector<RefusedSetting>* unread) const {
         failed = Unread(errors);
         text << bag;
     } catch (const GenICam::GenericException& e) {
-        if (device->GetRemoval().Explains(detail::Reason(e))) throw Removed(device->Name() + " is unplugged");
+        if (device->HasGone()) throw Removed(device->Name() + " is unplugged");
         detail::RethrowAsError("cannot read the settings of " + device->Name() + ": ");
     }
     ThrowIfGone(*device, failed);

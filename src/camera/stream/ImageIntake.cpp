@@ -34,7 +34,7 @@ Image ImageIntake::Accept(const GrabResult& result) {
 
 void ImageIntake::CountFailed(const Frame& frame) {
     m_Missed.NoteBroken();
-    if (m_Session.Device()->GetRemoval().Explains(frame.defect)) return; // these buffers wait, and come back empty
+    if (m_Session.Device()->IsByRemoval(frame.errorCode)) return; // these buffers wait, and come back empty
     m_Counters.CountFailed(frame.defect);
 }
 

@@ -33,6 +33,36 @@ TEST_F(TavixUsbDevicePort, WritesRegisters) {
     EXPECT_EQ(4, bus.memory[0x103]);
 }
 
+TEST_F(TavixUsbDevicePort, TellsByTheLastStatusWhetherTheCameraIsStillThere) {
+    const auto* presence = dynamic_cast<const Tavix::IDevicePresence*>(device);
+    ASSERT_NE(nullptr, presence);
+    Open();
+    EXPECT_EQ(Tavix::DevicePresence::There, presence->Presence());
+    bus.answers[vexlo::CVxDevice::Property_LastErrorStatus] = bus.Number(vexlo::VX_E_TIMEOUT, 4);
+    EXPECT_EQ(Tavix::DevicePresence::There, presence->Presence()) << "it may answer again";
+    bus.answers[vexlo::CVxDevice::Property_LastErrorStatus] = bus.Number(vexlo::VX_E_USB_NO_DEVICE, 4);
+    EXPECT_EQ(Tavix::DevicePresence::Gone, presence->Presence());
+    EXPECT_EQ(Tavix::DevicePresence::Gone, presence->PresenceBy(vexlo::VX_E_USB_NO_DEVICE));
+    EXPECT_EQ(Tavix::DevicePresence::There, presence->PresenceBy(vexlo::VX_E_USB_IO));
+}
+
+TEST_F(TavixUsbDevicePort, TellsByTheKindOfFailureThatACameraIsSilentOrGone) {
+    const auto presenceOf = [this](vexlo::VxStatus status) {
+        bus.Script("Device.Open", std::vector<vexlo::VxStatus>(9, status));
+        try {
+            Open();
+        } catch (const Tavix::PresenceException& e) {
+            return e.Presence();
+        } catch (const GenICam::RuntimeException&) {
+            return Tavix::DevicePresence::There;
+        }
+        throw std::logic_error("no failure");
+    };
+    EXPECT_EQ(Tavix::DevicePresence::Silent, presenceOf(vexlo::VX_E_TIMEOUT));
+    EXPECT_EQ(Tavix::DevicePresence::Gone, presenceOf(vexlo::VX_E_USB_NO_DEVICE));
+    EXPECT_EQ(Tavix::DevicePresence::There, presenceOf(vexlo::VX_E_BUSY));
+}
+
 TEST_F(TavixUsbDevicePort, RefusesToReadWhileClosedWithoutALine) {
     log.Forget();
     EXPECT_FAILURE(LogicalErrorException, "TavixUsbDevicePort.cpp", "Device not yet opened.",

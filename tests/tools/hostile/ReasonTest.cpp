@@ -1,5 +1,7 @@
 #include "tools/tavix/Error.h"
 
+#include <tavix/camera/Error.h>
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -7,15 +9,15 @@
 namespace {
 
 TEST(Reason, OfARemovalSaysWhatToDoOnce) {
-    EXPECT_EQ(tool::Reason(std::runtime_error("The camera was removed.")), "The camera was removed; plug it in again");
-    EXPECT_EQ(tool::Reason(std::runtime_error("The camera was removed; plug it in again")),
-              "The camera was removed; plug it in again");
+    EXPECT_EQ(tool::Reason(Tavix::Removed("VC-1300 (7) is unplugged")), "VC-1300 (7) is unplugged; plug it in again");
+    EXPECT_EQ(tool::Reason(Tavix::Removed("cannot open VC-1300 (7): gone; plug it in again")),
+              "cannot open VC-1300 (7): gone; plug it in again");
 }
 
-/// Parts of sentences bear no full stop.
-TEST(Reason, TellsOfARemovalInTheMiddleOfASentence) {
-    EXPECT_TRUE(tool::TellsOfRemoval("Gain cannot be read: The camera was removed"));
-    EXPECT_FALSE(tool::TellsOfRemoval("Gain cannot be read: The camera does not answer"));
+/// Cameras and files have texts of their own, which decide nothing.
+TEST(Reason, OfSomethingElseIsNotJudgedByItsWords) {
+    EXPECT_EQ(tool::Reason(std::runtime_error("notes.txt: The camera was removed.")),
+              "notes.txt: The camera was removed");
 }
 
 TEST(Reason, IsOneLineWithoutItsFullStop) {

@@ -7,6 +7,9 @@
 #include "output/Json.h"
 #include "output/Text.h"
 
+#include <tavix/Device.h>
+#include <tavix/DevicePresence.h>
+
 namespace tool {
 namespace {
 
@@ -40,6 +43,16 @@ int ForEachName(const FeatureOptions& options, Action one) {
     return kDone;
 }
 
+/// Whether that is why its features could not be read.
+bool HasGone(const Tavix::Camera& camera) {
+    try {
+        const auto* presence = dynamic_cast<const Tavix::IDevicePresence*>(&camera.Device());
+        return presence && presence->Presence() == Tavix::DevicePresence::Gone;
+    } catch (const Tavix::Removed&) {
+        return true;
+    }
+}
+
 TreeReport PrintTreeJson(GenApi::INode& root, const TreeOptions& options) {
     const nlohmann::json features = TreeJson(root, options);
     PrintJson(features);
@@ -66,9 +79,10 @@ int Features(const FeatureOptions& options) {
     const TreeReport report = options.json ? PrintTreeJson(*root, tree) : PrintTree(*root, tree);
     if (report.isEmpty) throw Error("no feature's name holds '" + tree.part + "'; `tavix features` lists all");
     if (report.failures > 0) {
+        const bool isGone = HasGone(camera);
         throw Error(std::to_string(report.failures) + " features of " + NameOf(camera) +
-                        " could not be read: " + report.firstFailure,
-                    TellsOfRemoval(report.firstFailure) ? kFailed : kPartly);
+                        " could not be read: " + report.firstFailure + (isGone ? kPlugIn : ""),
+                    isGone ? kFailed : kPartly);
     }
     return kDone;
 }
