@@ -173,9 +173,9 @@ void MeasureReadyImages(unsigned int rounds) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const auto rounds = static_cast<unsigned int>(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 9);
     const std::vector<std::string> words(argv + std::min(argc, 2), argv + argc);
     try {
+        const unsigned int rounds = bench::RoundsOf(argc, argv);
         const bench::StreamBus bus(bench::BusKind::BelowLibusb, 1);
         const bool isReadyWanted = words.empty() || words.front() == "ready";
         if (words.empty() || !isReadyWanted) MeasureRoads(rounds, words);

@@ -156,8 +156,8 @@ bench::FrameCost MeasureProducer() {
 } // namespace
 
 int main(int argc, char** argv) {
-    const auto rounds = static_cast<unsigned int>(argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 9);
     try {
+        const unsigned int rounds = bench::RoundsOf(argc, argv);
         const bench::StreamBus bus(bench::BusKind::BelowLibusb, 1);
         std::printf("1920 x 1080 at 100 frames/s\n");
         bench::MeasureInTurn({{"stream grabber", MeasureGrabber}, {"GenTL producer", MeasureProducer}}, rounds,

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
 
 namespace bench {
 namespace {
@@ -66,10 +68,20 @@ FrameCost MeasureFrames(unsigned int frames, const std::function<void()>& take) 
     return frame;
 }
 
+unsigned int RoundsOf(int argc, char** argv) {
+    if (argc < 2) return 9;
+    char* end = nullptr;
+    const unsigned long rounds = std::strtoul(argv[1], &end, 10);
+    if (rounds == 0 || rounds > 1000000 || *end != '\0')
+        throw std::invalid_argument(std::string("'") + argv[1] + "' is no number of rounds, which comes first");
+    return static_cast<unsigned int>(rounds);
+}
+
 void MeasureInTurn(const std::vector<Road>& roads, unsigned int rounds, const std::vector<std::string>& words) {
     std::vector<Record> records;
     for (const Road& road : roads)
         if (IsWanted(road, words)) records.push_back({&road, {}, {}});
+    if (records.empty()) throw std::invalid_argument("no road's name holds such a word");
     for (unsigned int round = 0; round < rounds; ++round) {
         for (Record& record : records) {
             record.rounds.push_back(record.road->measure());

@@ -19,6 +19,9 @@ struct FrameCost {
 /// What `take` does, which takes so many frames.
 FrameCost MeasureFrames(unsigned int frames, const std::function<void()>& take);
 
+/// How often a program measures: its first argument, 9 without one. Throws std::invalid_argument for no such number.
+unsigned int RoundsOf(int argc, char** argv);
+
 struct Road {
     std::string name;
     std::function<FrameCost()> measure;
