@@ -43,7 +43,8 @@ std::size_t Unlikeness(const std::string& wanted, const std::string& candidate, 
     const bool holds = candidate.find(wanted) != std::string::npos ||
                        (candidate.size() > 3 && wanted.find(candidate) != std::string::npos);
     if (holds) return 1;
-    const auto [shorter, longer] = std::minmax(wanted.size(), candidate.size());
+    const std::size_t longer = std::max(wanted.size(), candidate.size());
+    const std::size_t shorter = std::min(wanted.size(), candidate.size());
     return longer - shorter > limit ? limit + 1 : Distance(wanted, candidate);
 }
 
