@@ -108,5 +108,15 @@ TEST(Lexical, GivesKeywordsTheirPublicNumbers) {
     EXPECT_FALSE(ParseKeyword(Keyword::Visibility, "").has_value());
 }
 
+TEST(Lexical, TakesNoWordOfTheNextFamily) {
+    const std::pair<Keyword, const char*> cases[] = {
+        {Keyword::Visibility, "RO"},          {Keyword::AccessMode, "NoCache"}, {Keyword::CachingMode, "Linear"},
+        {Keyword::Representation, "Signed"},  {Keyword::Sign, "BigEndian"},     {Keyword::Endianess, "No"},
+        {Keyword::YesNo, "Custom"},           {Keyword::NameSpace, "None"},     {Keyword::StandardName, "Increasing"},
+        {Keyword::DisplayNotation, "Varying"}};
+    for (const auto& [family, word] : cases)
+        EXPECT_FALSE(ParseKeyword(family, word).has_value()) << word;
+}
+
 } // namespace
 } // namespace genapi

@@ -278,6 +278,12 @@ const Slip kCircles[] = {
      "<Integer Name='A'><pIsLocked>K</pIsLocked><Value>1</Value></Integer><IntSwissKnife Name='K'>"
      "<pVariable Name='X.AccessMode'>A</pVariable><Formula>X.AccessMode</Formula></IntSwissKnife>",
      {"access-cycle A"}},
+    {"OfAccessModesThroughAFormula",
+     "A B",
+     "<SwissKnife Name='A'><pVariable Name='X'>B</pVariable><Formula>X</Formula></SwissKnife>"
+     "<Integer Name='B'><pIsAvailable>K</pIsAvailable><Value>1</Value></Integer><IntSwissKnife Name='K'>"
+     "<pVariable Name='Y.AccessMode'>A</pVariable><Formula>Y.AccessMode</Formula></IntSwissKnife>",
+     {"access-cycle A"}},
     {"OfCategories",
      "A",
      "<Category Name='A'><pFeature>B</pFeature></Category><Category Name='B'><pFeature>A</pFeature>"

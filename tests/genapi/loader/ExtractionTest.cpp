@@ -116,6 +116,15 @@ TEST(Extraction, TakesAnEntryThatIsNeededAlone) {
     EXPECT_EQ(description.nodes[2].type, NodeType::EnumEntry);
 }
 
+TEST(Extraction, TakesAnEntryThatStandsAloneAndFirst) {
+    const Description description = Extract("<EnumEntry Name='Alone'><Value>3</Value></EnumEntry>"
+                                            "<IntSwissKnife Name='A'><pVariable Name='X'>Alone</pVariable>"
+                                            "</IntSwissKnife>",
+                                            "A");
+    EXPECT_THAT(Names(description), UnorderedElementsAre("Root", "A", "Alone"));
+    EXPECT_THAT(Properties(description, "Alone"), ElementsAre("Value=3", "Symbolic=Alone"));
+}
+
 TEST(Extraction, EndsInCyclesAndLongChains) {
     std::string nodes = "<Integer Name='N0'><pMax>N0</pMax><pValue>N1</pValue></Integer>";
     for (int i = 1; i < 20000; ++i) {

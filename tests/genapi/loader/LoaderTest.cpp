@@ -157,6 +157,38 @@ TEST(Loader, ConvertsOtherEncodings) {
     EXPECT_THAT(Names(ParseDescription(wide)), ElementsAre("A"));
 }
 
+// Characters of one to four bytes in UTF-8, with bits that differ from their neighbours'.
+constexpr std::u32string_view kPoints = U"C\u03A9\u20AC\U0001F6B5";
+constexpr std::u16string_view kPairs = u"C\u03A9\u20AC\U0001F6B5";
+constexpr std::string_view kBytes = "C\xCE\xA9\xE2\x82\xAC\xF0\x9F\x9A\xB5";
+
+template<class Text>
+std::string Wide(Text text, std::size_t size, bool isBigEndian) {
+    std::string bytes;
+    for (const auto unit : text) {
+        for (std::size_t i = 0; i < size; ++i)
+            bytes += static_cast<char>(unit >> 8 * (isBigEndian ? size - 1 - i : i));
+    }
+    return bytes;
+}
+
+TEST(Loader, ReadsTheSameCharactersInEveryEncoding) {
+    const std::string xml = Wrap("<Float Name='A'><Unit>@</Unit></Float>");
+    const std::string_view start = std::string_view(xml).substr(0, xml.find('@'));
+    const std::string_view end = std::string_view(xml).substr(start.size() + 1);
+    for (const std::size_t size : {std::size_t{2}, std::size_t{4}}) {
+        for (const bool isBigEndian : {true, false}) {
+            const std::string unit = size == 2 ? Wide(kPairs, size, isBigEndian) : Wide(kPoints, size, isBigEndian);
+            const std::string text = Wide(start, size, isBigEndian) + unit + Wide(end, size, isBigEndian);
+            const std::string mark = Wide(std::u32string_view(U"\uFEFF"), size, isBigEndian);
+            for (const std::string& all : {text, mark + text}) {
+                EXPECT_THAT(Properties(ParseDescription(all), "A"), ElementsAre("Unit=" + std::string(kBytes)))
+                    << size << (isBigEndian ? ", big" : ", little");
+            }
+        }
+    }
+}
+
 TEST(Loader, ToleratesPaddingAfterTheRoot) {
     for (const std::string& padding : {std::string("\n \n"), std::string(100, '\0'), std::string("<!-- end -->")}) {
         EXPECT_THAT(Names(ParseDescription(Wrap("<Integer Name='A'/>") + padding)), ElementsAre("A"));

@@ -234,6 +234,16 @@ TEST(Polling, CountsForEachNodeAndStartsAgain) {
     EXPECT_EQ(map.Node("Device").GetPollingTime(), -1);
 }
 
+TEST(Polling, IsDueWhenThePeriodIsOverAndNotBefore) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0", {{"PollingTime", "1000", ""}}).Ready();
+    Watch watch(map.Node("R"));
+    map.Poll(999);
+    EXPECT_EQ(watch.calls, 0);
+    map.Poll(1);
+    EXPECT_EQ(watch.calls, 1);
+}
+
 TEST(Polling, WaitsWhileItIsBlocked) {
     TestMap map;
     map.Add("Integer", "Block", {{"Value", "1", ""}});

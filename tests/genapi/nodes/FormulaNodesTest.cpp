@@ -249,3 +249,15 @@ TEST(Converter, TellsTheIncrementWhenItIsLinear) {
     map.Ready();
     EXPECT_EQ(map.Float("C").GetInc(), 1.0);
 }
+
+TEST(Converter, TakesItsStepFromWithinItsLimits) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});
+    map.Add("Converter", "C",
+            {{"pValue", "Raw", ""},
+             {"FormulaFrom", "(TO < 0) ? 0 : (TO * 0.5)", ""},
+             {"FormulaTo", "FROM * 2", ""},
+             {"IsLinear", "Yes", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Float("C").GetInc(), 0.5);
+}

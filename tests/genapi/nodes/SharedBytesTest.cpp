@@ -65,6 +65,19 @@ TEST(SharedBytes, AreThoseOfThePlaceAsItIsNow) {
     EXPECT_EQ(map.port.reads, reads) << "it has left that place";
 }
 
+TEST(SharedBytes, OfTheOneThatStaysAreDroppedWhenItsNeighbourHasLeft) {
+    const std::string eight = "<Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>";
+    XmlMap map(kBase + Computed("Stays", kAtBase) + Computed("Leaves", kAtSelector) + Reg("Far", "28") +
+               Computed("Both", "<Address>16</Address>", eight));
+    map.Integer("Far").SetValue(5);
+    EXPECT_EQ(map.Integer("Stays").GetValue(), 0);
+    EXPECT_EQ(map.Integer("Leaves").GetValue(), 0);
+    map.Integer("Selector").SetValue(5);
+    EXPECT_EQ(map.Integer("Leaves").GetValue(), 5);
+    map.Integer("Both").SetValue(7);
+    EXPECT_EQ(map.Integer("Stays").GetValue(), 7);
+}
+
 TEST(SharedBytes, AreDroppedAtEachWriteHoweverManyShareThem) {
     for (const int count : {1, 15, 16, 17, 40}) {
         std::string nodes = Reg("Written", "16");
