@@ -14,6 +14,9 @@ namespace gentl {
 
 enum class Kind { System, Interface, Device, Stream, RemotePort, Buffer, Event };
 
+class Handles;
+struct Slot;
+
 /// Whatever a handle stands for. Thread-safe.
 class Object : public std::enable_shared_from_this<Object> {
 public:
@@ -31,9 +34,16 @@ public:
     /// From here on the handle is void; more with TreeMutex() held.
     void Unregister() noexcept;
 
+protected:
+    /// The place that its handle names. Once registered.
+    Slot& OwnSlot() const { return *m_Slot; }
+
 private:
+    friend class Handles;
+
     const Kind m_Kind;
     void* m_Handle = nullptr; // constant once registered
+    Slot* m_Slot = nullptr;   // constant once registered
 };
 
 /// For a few instructions at a time: an answer about a buffer must cost far less than a mutex that sleeps.
@@ -62,20 +72,46 @@ struct Slot {
     std::shared_ptr<Object> object TAVIX_GUARDED_BY(lock); // null while the place is free
 };
 
-/// Thread-safe. Places are never freed, so whoever found one may keep its lock.
+/// A handle: generation, number of the place plus one, and a mark that tells it from small integers.
+struct HandleBits {
+    static constexpr unsigned int kMarkBits = 4;
+    static constexpr unsigned int kPlaceBits = 24;
+    static constexpr std::uintptr_t kMark = 0x9;
+
+    explicit HandleBits(void* handle) : number(reinterpret_cast<std::uintptr_t>(handle)) {}
+    HandleBits(std::size_t place, std::uint64_t generation)
+        : number(static_cast<std::uintptr_t>((generation << kPlaceBits | (place + 1)) << kMarkBits | kMark)) {}
+
+    bool IsMarked() const { return (number & ((1U << kMarkBits) - 1)) == kMark; }
+    /// Beyond all places for a handle that has none.
+    std::size_t Place() const { return ((number >> kMarkBits) & ((1U << kPlaceBits) - 1)) - 1; }
+    std::uint64_t Generation() const { return number >> (kPlaceBits + kMarkBits); }
+
+    std::uintptr_t number;
+};
+
+/// One table for the process. Thread-safe. Places are never freed, so whoever found one may keep its lock; to find one
+/// takes no lock, as each question about a buffer does it.
 class Handles {
 public:
     static Handles& Get();
 
-    /// RESOURCE_EXHAUSTED when there are no more places.
-    void* Add(const std::shared_ptr<Object>& object);
+    /// Gives it handle and place. RESOURCE_EXHAUSTED when there are no more places.
+    void Add(std::shared_ptr<Object> object);
     void Remove(void* handle) noexcept;
-    /// Null for what is no handle of ours, or not any more.
-    std::shared_ptr<Object> Find(void* handle) noexcept;
+
     /// The place that the handle names, which may have been given to another since; null when there is no such place.
-    Slot* FindSlot(void* handle) noexcept;
+    static Slot* FindSlot(void* handle) noexcept {
+        const HandleBits bits(handle);
+        const std::size_t place = bits.Place();
+        if (!bits.IsMarked() || place >= kBlockSize * kBlocks) return nullptr;
+        Block* const block = s_Blocks[place / kBlockSize].load(std::memory_order_acquire);
+        return block ? &(*block)[place % kBlockSize] : nullptr;
+    }
     /// Whether the slot still belongs to the handle.
-    static bool IsOf(const Slot& slot, void* handle) noexcept TAVIX_REQUIRES(slot.lock);
+    static bool IsOf(const Slot& slot, void* handle) noexcept TAVIX_REQUIRES(slot.lock) {
+        return slot.object && slot.generation == HandleBits(handle).Generation();
+    }
 
 private:
     static constexpr std::size_t kBlockSize = 256;
@@ -84,9 +120,9 @@ private:
 
     std::size_t TakePlace();
 
-    // Each is set once and lives as long as the process. The store releases the block that was made, the load acquires
-    // it.
-    std::array<std::atomic<Block*>, kBlocks> m_Blocks{};
+    // Each is set once and lives as long as the process, without a constructor to wait for. The store releases the
+    // block that was made, the load acquires it.
+    static inline std::array<std::atomic<Block*>, kBlocks> s_Blocks{};
     Tavix::Mutex m_Mutex;
     std::vector<std::size_t> m_Free TAVIX_GUARDED_BY(m_Mutex);
     std::size_t m_Count TAVIX_GUARDED_BY(m_Mutex) = 0; // places made so far
@@ -95,10 +131,12 @@ private:
 /// The object behind a handle. INVALID_HANDLE when there is none of that class.
 template<class T>
 std::shared_ptr<T> Use(void* handle) {
-    const std::shared_ptr<Object> object = Handles::Get().Find(handle);
-    if (!object || !T::IsOne(object->GetKind()))
-        Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
-    return std::static_pointer_cast<T>(object);
+    if (Slot* const slot = Handles::FindSlot(handle)) {
+        const SpinGuard guard(slot->lock);
+        if (Handles::IsOf(*slot, handle) && T::IsOne(slot->object->GetKind()))
+            return {slot->object, static_cast<T*>(slot->object.get())};
+    }
+    Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
 }
 
 } // namespace gentl
