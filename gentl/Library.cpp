@@ -13,7 +13,7 @@ namespace {
 enum class Usage { No, Here, ByParent };
 
 std::atomic<Usage> g_Usage{Usage::No};
-std::shared_ptr<System>& Opened() { // guarded by TreeMutex()
+std::shared_ptr<System>& Opened() TAVIX_REQUIRES(TreeMutex()) {
     static auto& system = *new std::shared_ptr<System>;
     return system;
 }

@@ -17,9 +17,9 @@ std::string IdOf(const char* id) {
     return &Needed(id);
 }
 
-/// With TreeMutex() held: a module may have been closed while this thread waited for the lock.
+/// A module may have been closed while this thread waited for the lock.
 template<class T>
-std::shared_ptr<T> StillOpen(const std::shared_ptr<T>& module) {
+std::shared_ptr<T> StillOpen(const std::shared_ptr<T>& module) TAVIX_REQUIRES(TreeMutex()) {
     return Use<T>(module->Handle());
 }
 

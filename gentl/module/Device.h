@@ -37,14 +37,12 @@ public:
     /// The camera left; nothing that asks it will succeed any more.
     bool IsLost() const { return m_IsLost; }
 
-    // With TreeMutex() held.
-
     /// ACCESS_DENIED when it is open elsewhere or not permitted.
-    void Open();
-    void Close() noexcept override;
-    std::shared_ptr<Stream> OpenStream(const std::string& id);
-    void Forget(const Stream& stream) noexcept;
-    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
+    void Open() TAVIX_REQUIRES(TreeMutex());
+    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
+    std::shared_ptr<Stream> OpenStream(const std::string& id) TAVIX_REQUIRES(TreeMutex());
+    void Forget(const Stream& stream) noexcept TAVIX_REQUIRES(TreeMutex());
+    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override TAVIX_REQUIRES(TreeMutex());
 
     static constexpr const char* kStreamId = "Stream0";
     static constexpr std::uint64_t kLostEvent = 0x9001;
@@ -55,7 +53,7 @@ private:
     };
 
     void BuildPort();
-    void WatchRemoval();
+    void WatchRemoval() TAVIX_REQUIRES(TreeMutex());
     static void OnRemoval(const vexlo::VxCallbackData* data);
     void NoteRemoval() noexcept;
     std::shared_ptr<Stream> OpenedStream();
@@ -67,7 +65,7 @@ private:
     ModulePort m_Port;
     std::unique_ptr<vexlo::CVxDevice, Destroy> m_Device; // constant after construction
     std::shared_ptr<RemotePort> m_Remote;                // constant after Open
-    std::vector<unsigned long> m_Callbacks;              // guarded by TreeMutex()
+    std::vector<unsigned long> m_Callbacks TAVIX_GUARDED_BY(TreeMutex());
     std::atomic<bool> m_IsLost{false};
     Tavix::Mutex m_StreamMutex;
     std::shared_ptr<Stream> m_Stream TAVIX_GUARDED_BY(m_StreamMutex); // null while closed

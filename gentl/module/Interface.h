@@ -21,7 +21,7 @@ public:
     ~Interface() override;
 
     gentl::Port* GetPort() override { return &m_Port; }
-    void Close() noexcept override;
+    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     const HostController& Controller() const { return m_Controller; }
     const std::shared_ptr<System>& Parent() const { return m_System; }
@@ -37,10 +37,9 @@ public:
     std::string Version(const FoundCamera& camera);  ///< the same; NOT_AVAILABLE when it cannot be asked
     void DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, Answer& answer);
 
-    // With TreeMutex() held.
-    std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags);
-    bool HasOpen(const std::string& path) const { return m_Open.count(path) != 0; }
-    void Forget(const Device& device) noexcept;
+    std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) TAVIX_REQUIRES(TreeMutex());
+    bool HasOpen(const std::string& path) const TAVIX_REQUIRES(TreeMutex()) { return m_Open.count(path) != 0; }
+    void Forget(const Device& device) noexcept TAVIX_REQUIRES(TreeMutex());
 
     /// A camera on this interface left.
     void NoteLoss() noexcept;
@@ -57,7 +56,7 @@ private:
     Tavix::Mutex m_Mutex;
     std::vector<FoundCamera> m_Devices TAVIX_GUARDED_BY(m_Mutex);
     std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
-    std::map<std::string, std::shared_ptr<Device>> m_Open; // by path; guarded by TreeMutex()
+    std::map<std::string, std::shared_ptr<Device>> m_Open TAVIX_GUARDED_BY(TreeMutex()); // by path
     Tavix::Mutex m_OpenHereMutex;
     std::map<std::string, std::weak_ptr<Device>>
         m_OpenHere TAVIX_GUARDED_BY(m_OpenHereMutex); // the same for those without it

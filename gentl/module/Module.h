@@ -58,16 +58,14 @@ public:
     /// Null when the module has no registers.
     virtual gentl::Port* GetPort() { return nullptr; }
 
-    // With TreeMutex() held.
-
     /// Ends what is below it and its events; its handle is void afterwards. Closing twice is harmless.
-    virtual void Close() noexcept;
+    virtual void Close() noexcept TAVIX_REQUIRES(TreeMutex());
     /// The event that was registered, for NOT_IMPLEMENTED when the module never has such ones.
-    virtual std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type);
-    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle);
-    void UnregisterEvent(EVENT_TYPE type);
+    virtual std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) TAVIX_REQUIRES(TreeMutex());
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle) TAVIX_REQUIRES(TreeMutex());
+    void UnregisterEvent(EVENT_TYPE type) TAVIX_REQUIRES(TreeMutex());
     /// The last thing before an event goes: whoever feeds it stops.
-    virtual void ForgetEvent(EVENT_TYPE) noexcept {}
+    virtual void ForgetEvent(EVENT_TYPE) noexcept TAVIX_REQUIRES(TreeMutex()) {}
 
     /// The registered event of that type, null when nobody registered it.
     std::shared_ptr<EventQueue> Event(EVENT_TYPE type);
@@ -85,7 +83,7 @@ public:
     explicit CloseGuard(std::shared_ptr<Module> module) : m_Module(std::move(module)) {}
     CloseGuard(const CloseGuard&) = delete;
     CloseGuard& operator=(const CloseGuard&) = delete;
-    ~CloseGuard() {
+    ~CloseGuard() TAVIX_REQUIRES(TreeMutex()) {
         if (m_Module) m_Module->Close();
     }
     void Release() { m_Module.reset(); }

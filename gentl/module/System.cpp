@@ -147,7 +147,9 @@ void System::Forget(const Interface& interface) noexcept {
 }
 
 bool System::HasOpen(const std::string& path) {
-    return std::any_of(m_Open.begin(), m_Open.end(), [&](const auto& each) { return each.second->HasOpen(path); });
+    for (const auto& [id, interface] : m_Open)
+        if (interface->HasOpen(path)) return true;
+    return false;
 }
 
 void System::Close() noexcept {

@@ -21,7 +21,7 @@ public:
     ~System() override;
 
     gentl::Port* GetPort() override { return &m_Port; }
-    void Close() noexcept override;
+    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     /// Looks for controllers and cameras. True when the list of interfaces changed.
     bool UpdateInterfaces();
@@ -30,12 +30,12 @@ public:
     HostController InterfaceAt(size_t index);
     /// INVALID_ID.
     HostController FindInterface(const std::string& id);
-    /// With TreeMutex() held. RESOURCE_IN_USE when it is open already.
-    std::shared_ptr<Interface> OpenInterface(const std::string& id);
-    void Forget(const Interface& interface) noexcept;
+    /// RESOURCE_IN_USE when it is open already.
+    std::shared_ptr<Interface> OpenInterface(const std::string& id) TAVIX_REQUIRES(TreeMutex());
+    void Forget(const Interface& interface) noexcept TAVIX_REQUIRES(TreeMutex());
 
-    /// With TreeMutex() held: whether one of the interfaces has that camera open.
-    bool HasOpen(const std::string& path);
+    /// Whether one of the interfaces has that camera open.
+    bool HasOpen(const std::string& path) TAVIX_REQUIRES(TreeMutex());
 
     static void Info(TL_INFO_CMD command, Answer& answer);
 
@@ -46,7 +46,7 @@ private:
     Tavix::Mutex m_Mutex;
     std::vector<HostController> m_Interfaces TAVIX_GUARDED_BY(m_Mutex);
     std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
-    std::map<std::string, std::shared_ptr<Interface>> m_Open; // guarded by TreeMutex()
+    std::map<std::string, std::shared_ptr<Interface>> m_Open TAVIX_GUARDED_BY(TreeMutex());
 };
 
 /// The path of the producer's own file.

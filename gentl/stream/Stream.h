@@ -32,11 +32,10 @@ public:
     void Start(std::uint64_t count);
     void Stop();
 
-    // With TreeMutex() held.
-    void Open();
-    void Close() noexcept override;
-    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
-    void ForgetEvent(EVENT_TYPE type) noexcept override;
+    void Open() TAVIX_REQUIRES(TreeMutex());
+    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
+    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override TAVIX_REQUIRES(TreeMutex());
+    void ForgetEvent(EVENT_TYPE type) noexcept override TAVIX_REQUIRES(TreeMutex());
 
     /// The camera left.
     void NoteLoss() noexcept;
