@@ -83,9 +83,9 @@ GC_ERROR DSGetInfo(DS_HANDLE hDataStream, STREAM_INFO_CMD iInfoCmd, INFO_DATATYP
 GC_ERROR DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                          void* pBuffer, size_t* piSize) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
             Answer answer(piType, pBuffer, piSize);
-            BufferInfo(buffer, iInfoCmd, answer);
+            BufferInfo(buffer, record, iInfoCmd, answer);
         });
     });
 }
@@ -93,7 +93,7 @@ GC_ERROR DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_IN
 GC_ERROR DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS_BUFFER_INFO_STACKED* pInfoStacked,
                                 size_t iNumInfos) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
             (void)Needed(pInfoStacked);
             for (size_t i = 0; i < iNumInfos; ++i) {
                 // The structures are packed: their members are copied, not pointed at.
@@ -102,7 +102,7 @@ GC_ERROR DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS
                 size_t size = entry.iSize;
                 entry.iResult = Guarded([&] {
                     Answer answer(&type, entry.pBuffer, &size);
-                    BufferInfo(buffer, entry.iInfoCmd, answer);
+                    BufferInfo(buffer, record, entry.iInfoCmd, answer);
                 });
                 entry.iType = type;
                 entry.iSize = size;
@@ -115,7 +115,8 @@ GC_ERROR DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, SING
                               size_t* piNumChunks) {
     return Call([&] {
         Contents contents{};
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) { contents = ContentsOf(buffer); });
+        WithBuffer(hDataStream, hBuffer,
+                   [&](const Buffer& buffer, const Buffer::Record& record) { contents = ContentsOf(buffer, record); });
         size_t& count = Needed(piNumChunks);
         const auto chunks = ChunksOf(contents);
         if (pChunkData && count < chunks.size()) {
@@ -129,9 +130,9 @@ GC_ERROR DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, SING
 
 GC_ERROR DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t* piNumParts) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer&, const Buffer::Record& record) {
             uint32_t& count = Needed(piNumParts);
-            count = CountParts(buffer);
+            count = CountParts(record);
         });
     });
 }
@@ -139,9 +140,9 @@ GC_ERROR DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint3
 GC_ERROR DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t iPartIndex,
                              BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
             Answer answer(piType, pBuffer, piSize);
-            BufferPartInfo(buffer, iPartIndex, iInfoCmd, answer);
+            BufferPartInfo(buffer, record, iPartIndex, iInfoCmd, answer);
         });
     });
 }
@@ -149,7 +150,7 @@ GC_ERROR DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint3
 GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
                                     DS_BUFFER_PART_INFO_STACKED* pInfoStacked, size_t iNumInfos) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer) {
+        WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
             (void)Needed(pInfoStacked);
             for (size_t i = 0; i < iNumInfos; ++i) {
                 DS_BUFFER_PART_INFO_STACKED& entry = pInfoStacked[i];
@@ -157,7 +158,7 @@ GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer
                 size_t size = entry.iSize;
                 entry.iResult = Guarded([&] {
                     Answer answer(&type, entry.pBuffer, &size);
-                    BufferPartInfo(buffer, entry.iPartIndex, entry.iInfoCmd, answer);
+                    BufferPartInfo(buffer, record, entry.iPartIndex, entry.iInfoCmd, answer);
                 });
                 entry.iType = type;
                 entry.iSize = size;
@@ -182,7 +183,7 @@ GC_ERROR DSGetFlowInfo(DS_HANDLE hDataStream, uint32_t, FLOW_INFO_CMD, INFO_DATA
 
 GC_ERROR DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t*) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [](const Buffer&) {});
+        WithBuffer(hDataStream, hBuffer, [](const Buffer&, const Buffer::Record&) {});
         Fail(GC_ERR_NOT_IMPLEMENTED, "this technology has no composite buffers");
     });
 }
@@ -190,7 +191,7 @@ GC_ERROR DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, ui
 GC_ERROR DSGetBufferSegmentInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t, SEGMENT_INFO_CMD,
                                 INFO_DATATYPE*, void*, size_t*) {
     return Call([&] {
-        WithBuffer(hDataStream, hBuffer, [](const Buffer&) {});
+        WithBuffer(hDataStream, hBuffer, [](const Buffer&, const Buffer::Record&) {});
         Fail(GC_ERR_NOT_IMPLEMENTED, "this technology has no composite buffers");
     });
 }

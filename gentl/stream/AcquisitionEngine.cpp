@@ -8,9 +8,9 @@ namespace {
 using Guard = Tavix::MutexLock;
 using GrabResult = vexlo::CVxStream::GrabResult;
 
-SharedBuffer FilledBy(const GrabResult& result) {
-    auto object = const_cast<Buffer*>(static_cast<const Buffer*>(result.Context))->shared_from_this();
-    return std::static_pointer_cast<Buffer>(std::move(object));
+/// Announced still: it is revoked only when it is back from the bus.
+Buffer& FilledBy(const GrabResult& result) {
+    return *const_cast<Buffer*>(static_cast<const Buffer*>(result.Context));
 }
 
 } // namespace
@@ -33,40 +33,40 @@ void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
 }
 
 void AcquisitionEngine::RegisterOnBus(Buffer& buffer) {
-    if (buffer.handle) return;
-    Check(m_Vx.RegisterBuffer(buffer.data, buffer.size, &buffer.handle), "The buffer cannot be used");
+    vexlo::BufferHandle_s*& handle = m_Queues.WayOf(buffer).handle;
+    if (handle) return;
+    Check(m_Vx.RegisterBuffer(buffer.data, buffer.size, &handle), "The buffer cannot be used");
 }
 
-void AcquisitionEngine::QueueOnBus(const SharedBuffer& buffer) {
-    Check(m_Vx.QueueBuffer(buffer->handle, buffer.get()), "The buffer cannot be queued");
-    buffer->isOnBus = true;
-    buffer->Update([](Buffer::Record& record) { record.isOnBus = true; });
+void AcquisitionEngine::QueueOnBus(Buffer& buffer) {
+    Check(m_Vx.QueueBuffer(m_Queues.WayOf(buffer).handle, &buffer), "The buffer cannot be queued");
+    m_Queues.NoteOnBus(buffer, true);
 }
 
 void AcquisitionEngine::PutIntoInput(const SharedBuffer& buffer) {
     m_Queues.PutIntoInput(buffer);
     if (!m_IsRunning || m_Left == 0) return;
     try {
-        QueueOnBus(buffer);
+        QueueOnBus(*buffer);
     } catch (...) {
-        PutAside(buffer);
+        PutAside(*buffer);
         throw;
     }
 }
 
-void AcquisitionEngine::PutAside(const SharedBuffer& buffer) {
-    if (buffer->isOnBus) Fail(GC_ERR_BUSY, "the buffer is being filled");
+void AcquisitionEngine::PutAside(Buffer& buffer) {
+    if (m_Queues.WayOf(buffer).isOnBus) Fail(GC_ERR_BUSY, "the buffer is being filled");
     m_Queues.PutAside(buffer);
 }
 
 void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
     Drain();
-    PutAside(buffer);
-    if (buffer->handle) {
+    PutAside(*buffer);
+    if (vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle) {
         void* unused = nullptr;
-        Check(m_Vx.DeregisterBuffer(buffer->handle, &unused), "The buffer is in use");
-        buffer->handle = nullptr;
+        Check(m_Vx.DeregisterBuffer(handle, &unused), "The buffer is in use");
+        handle = nullptr;
     }
     m_Queues.Revoke(buffer);
     buffer->Unregister();
@@ -80,8 +80,9 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
 
 void AcquisitionEngine::Queue(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
-    if (buffer->place == Place::Input) Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is queued already");
-    if (buffer->place == Place::Output) Fail(GC_ERR_BUSY, "the buffer was filled and waits to be delivered");
+    const Place place = m_Queues.WayOf(*buffer).place;
+    if (place == Place::Input) Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is queued already");
+    if (place == Place::Output) Fail(GC_ERR_BUSY, "the buffer was filled and waits to be delivered");
     PutIntoInput(buffer);
 }
 
@@ -94,16 +95,15 @@ void AcquisitionEngine::Drain() {
 }
 
 void AcquisitionEngine::Sort(const GrabResult& result) {
-    const SharedBuffer buffer = FilledBy(result);
-    buffer->isOnBus = false;
+    Buffer& buffer = FilledBy(result);
     // Recalled, or come after the last one that was wanted: it stays where it is, in the input pool.
     if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
-        buffer->Update([](Buffer::Record& record) { record.isOnBus = false; });
+        m_Queues.NoteOnBus(buffer, false);
     else
         Accept(buffer, result);
 }
 
-void AcquisitionEngine::Accept(const SharedBuffer& buffer, const GrabResult& result) {
+void AcquisitionEngine::Accept(Buffer& buffer, const GrabResult& result) {
     m_Queues.Fill(buffer, result);
     if (m_Left != GENTL_INFINITE && --m_Left == 0) Recall();
     Overwrite();
@@ -132,12 +132,13 @@ SharedBuffer AcquisitionEngine::TakeOutput(size_t& left) {
 
 void AcquisitionEngine::PutAllAside(std::deque<SharedBuffer> buffers) {
     for (const SharedBuffer& buffer : buffers)
-        PutAside(buffer);
+        PutAside(*buffer);
 }
 
 void AcquisitionEngine::QueueAll(bool andOutput) {
     for (const SharedBuffer& buffer : std::vector<SharedBuffer>(m_Queues.Announced())) {
-        if (buffer->place == Place::Input || (buffer->place == Place::Output && !andOutput)) continue;
+        const Place place = m_Queues.WayOf(*buffer).place;
+        if (place == Place::Input || (place == Place::Output && !andOutput)) continue;
         PutIntoInput(buffer);
     }
 }

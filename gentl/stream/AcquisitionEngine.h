@@ -50,10 +50,10 @@ public:
 
 private:
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
-    void QueueOnBus(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void PutIntoInput(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// BUSY when it is being filled.
-    void PutAside(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void PutAside(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void PutAllAside(std::deque<SharedBuffer> buffers) TAVIX_REQUIRES(m_Mutex);
     /// Those that are in none of the queues; with `andOutput` also those of the output queue.
     void QueueAll(bool andOutput) TAVIX_REQUIRES(m_Mutex);
@@ -61,7 +61,7 @@ private:
     /// Brings what the USB access library has completed to where it belongs.
     void Drain() TAVIX_REQUIRES(m_Mutex);
     void Sort(const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
-    void Accept(const SharedBuffer& buffer, const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
+    void Accept(Buffer& buffer, const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
     /// Images that nobody took make room for newer ones, where that is wished.
     void Overwrite() TAVIX_REQUIRES(m_Mutex);
     void Recall() TAVIX_REQUIRES(m_Mutex);

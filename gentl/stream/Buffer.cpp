@@ -5,6 +5,7 @@
 #include "u3v/StreamPacket.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace gentl {
 namespace {
@@ -53,134 +54,96 @@ size_t OfImage(const Record& record, std::uint32_t value) {
     return value;
 }
 
-/// Questions about the image; false when the command is none.
-bool ImageInfo(const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
-    const auto& result = record.result;
-    switch (command) {
-    case BUFFER_INFO_WIDTH:
-        answer.Size(OfImage(record, result.G2));
-        return true;
-    case BUFFER_INFO_HEIGHT:
-    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
-        answer.Size(OfImage(record, result.G1));
-        return true;
-    case BUFFER_INFO_XOFFSET:
-        answer.Size(OfImage(record, result.G3));
-        return true;
-    case BUFFER_INFO_YOFFSET:
-        answer.Size(OfImage(record, result.G4));
-        return true;
-    case BUFFER_INFO_XPADDING:
-        answer.Size(OfImage(record, result.H2));
-        return true;
-    case BUFFER_INFO_YPADDING:
-        answer.Size(OfImage(record, result.H1));
-        return true;
-    case BUFFER_INFO_IMAGEOFFSET:
-        answer.Size(OfImage(record, 0));
-        return true;
-    case BUFFER_INFO_PIXELFORMAT:
-        answer.Uint64(OfImage(record, result.PixelFormat));
-        return true;
-    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
-        answer.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
-        return true;
-    case BUFFER_INFO_PIXEL_ENDIANNESS:
-        answer.Int32(PIXELENDIANNESS_LITTLE);
-        return true;
-    default:
-        return false;
-    }
-}
-
-/// Questions about where the buffer is; false when the command is none.
-bool StateInfo(const Buffer& buffer, BUFFER_INFO_CMD command, Answer& answer) {
-    const Record& record = buffer.record;
-    switch (command) {
-    case BUFFER_INFO_BASE:
-        answer.Pointer(buffer.data);
-        return true;
-    case BUFFER_INFO_SIZE:
-        answer.Size(buffer.size);
-        return true;
-    case BUFFER_INFO_USER_PTR:
-        answer.Pointer(buffer.userPointer);
-        return true;
-    case BUFFER_INFO_NEW_DATA:
-        answer.Bool(record.isNew);
-        return true;
-    case BUFFER_INFO_IS_QUEUED:
-        answer.Bool(record.isQueued);
-        return true;
-    case BUFFER_INFO_IS_ACQUIRING:
-        answer.Bool(record.isOnBus && !record.hasData);
-        return true;
-    case BUFFER_INFO_TLTYPE:
-        answer.String(kTechnology);
-        return true;
-    case BUFFER_INFO_IS_COMPOSITE:
-        answer.Bool(false);
-        return true;
-    default:
-        return false;
-    }
-}
-
 std::uint64_t OfData(const Record& record, std::uint64_t value) {
     if (!record.hasData) NothingYet();
     return value;
 }
 
-} // namespace
-
-void BufferInfo(const Buffer& buffer, BUFFER_INFO_CMD command, Answer& answer) {
-    const Record& record = buffer.record;
-    if (StateInfo(buffer, command, answer) || ImageInfo(record, command, answer)) return;
-    switch (command) {
-    case BUFFER_INFO_TIMESTAMP:
-    case BUFFER_INFO_TIMESTAMP_NS:
-        return answer.Uint64(OfData(record, record.result.Timestamp));
-    case BUFFER_INFO_IS_INCOMPLETE:
-        return answer.Bool(record.hasData && record.result.Status != vexlo::VX_OK);
-    case BUFFER_INFO_SIZE_FILLED:
-    case BUFFER_INFO_DATA_SIZE:
-        return answer.Size(Filled(record, buffer.size));
-    case BUFFER_INFO_FRAMEID:
-        return answer.Uint64(OfData(record, record.result.BlockId));
-    case BUFFER_INFO_IMAGEPRESENT:
-        return answer.Bool(HasImage(record));
-    case BUFFER_INFO_PAYLOADTYPE:
-        return answer.Size(PayloadType(record));
-    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
-        if (!HasChunks(record)) NothingYet();
-        return answer.Size(Filled(record, buffer.size));
-    case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
-        return answer.Bool(record.hasData && record.result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
-    case BUFFER_INFO_CONTAINS_CHUNKDATA:
-        return answer.Bool(HasChunks(record));
-    case BUFFER_INFO_CHUNKLAYOUTID:
-        if (!HasChunks(record)) NothingYet();
-        return answer.Uint64(record.result.ChunkLayoutId);
-    case BUFFER_INFO_FILENAME:
-        NothingYet();
-    default:
-        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a buffer");
-    }
+std::uint64_t OfChunks(const Record& record, std::uint64_t value) {
+    if (!HasChunks(record)) NothingYet();
+    return value;
 }
 
-uint32_t CountParts(const Buffer& buffer) {
-    if (!HasImage(buffer.record)) Fail(GC_ERR_NO_DATA, "the buffer holds no image");
+/// Consumers ask a dozen of these for each image, one call each: a table answers at the same price wherever one stands.
+struct Question {
+    BUFFER_INFO_CMD command;
+    void (*answer)(const Buffer& buffer, const Record& record, Answer& answer);
+};
+constexpr Question kQuestions[] = {
+    {BUFFER_INFO_BASE, [](const Buffer& b, const Record&, Answer& a) { a.Pointer(b.data); }},
+    {BUFFER_INFO_SIZE, [](const Buffer& b, const Record&, Answer& a) { a.Size(b.size); }},
+    {BUFFER_INFO_USER_PTR, [](const Buffer& b, const Record&, Answer& a) { a.Pointer(b.userPointer); }},
+    {BUFFER_INFO_TIMESTAMP, [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.Timestamp)); }},
+    {BUFFER_INFO_NEW_DATA, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isNew); }},
+    {BUFFER_INFO_IS_QUEUED, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isQueued); }},
+    {BUFFER_INFO_IS_ACQUIRING, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isOnBus && !r.hasData); }},
+    {BUFFER_INFO_IS_INCOMPLETE,
+     [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.hasData && r.result.Status != vexlo::VX_OK); }},
+    {BUFFER_INFO_TLTYPE, [](const Buffer&, const Record&, Answer& a) { a.String(kTechnology); }},
+    {BUFFER_INFO_SIZE_FILLED, [](const Buffer& b, const Record& r, Answer& a) { a.Size(Filled(r, b.size)); }},
+    {BUFFER_INFO_WIDTH, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G2)); }},
+    {BUFFER_INFO_HEIGHT, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G1)); }},
+    {BUFFER_INFO_XOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G3)); }},
+    {BUFFER_INFO_YOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G4)); }},
+    {BUFFER_INFO_XPADDING, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.H2)); }},
+    {BUFFER_INFO_YPADDING, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.H1)); }},
+    {BUFFER_INFO_FRAMEID, [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.BlockId)); }},
+    {BUFFER_INFO_IMAGEPRESENT, [](const Buffer&, const Record& r, Answer& a) { a.Bool(HasImage(r)); }},
+    {BUFFER_INFO_IMAGEOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, 0)); }},
+    {BUFFER_INFO_PAYLOADTYPE, [](const Buffer&, const Record& r, Answer& a) { a.Size(PayloadType(r)); }},
+    {BUFFER_INFO_PIXELFORMAT,
+     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfImage(r, r.result.PixelFormat)); }},
+    {BUFFER_INFO_PIXELFORMAT_NAMESPACE,
+     [](const Buffer&, const Record&, Answer& a) { a.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT); }},
+    {BUFFER_INFO_DELIVERED_IMAGEHEIGHT,
+     [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G1)); }},
+    {BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE,
+     [](const Buffer& b, const Record& r, Answer& a) { a.Size(OfChunks(r, Filled(r, b.size))); }},
+    {BUFFER_INFO_CHUNKLAYOUTID,
+     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfChunks(r, r.result.ChunkLayoutId)); }},
+    {BUFFER_INFO_FILENAME, [](const Buffer&, const Record&, Answer&) { NothingYet(); }},
+    {BUFFER_INFO_PIXEL_ENDIANNESS, [](const Buffer&, const Record&, Answer& a) { a.Int32(PIXELENDIANNESS_LITTLE); }},
+    {BUFFER_INFO_DATA_SIZE, [](const Buffer& b, const Record& r, Answer& a) { a.Size(Filled(r, b.size)); }},
+    {BUFFER_INFO_TIMESTAMP_NS,
+     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.Timestamp)); }},
+    {BUFFER_INFO_DATA_LARGER_THAN_BUFFER,
+     [](const Buffer&, const Record& r, Answer& a) {
+         a.Bool(r.hasData && r.result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
+     }},
+    {BUFFER_INFO_CONTAINS_CHUNKDATA, [](const Buffer&, const Record& r, Answer& a) { a.Bool(HasChunks(r)); }},
+    {BUFFER_INFO_IS_COMPOSITE, [](const Buffer&, const Record&, Answer& a) { a.Bool(false); }},
+};
+
+constexpr bool StandInOrder() {
+    BUFFER_INFO_CMD next = 0;
+    for (const Question& question : kQuestions)
+        if (question.command != next++) return false;
+    return true;
+}
+static_assert(StandInOrder(), "a command is the number of its row");
+
+} // namespace
+
+void BufferInfo(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
+    if (command < 0 || static_cast<size_t>(command) >= std::size(kQuestions))
+        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a buffer");
+    kQuestions[command].answer(buffer, record, answer);
+}
+
+uint32_t CountParts(const Record& record) {
+    if (!HasImage(record)) Fail(GC_ERR_NO_DATA, "the buffer holds no image");
     return 1;
 }
 
-void BufferPartInfo(const Buffer& buffer, uint32_t part, BUFFER_PART_INFO_CMD command, Answer& answer) {
-    if (part >= CountParts(buffer)) Fail(GC_ERR_INVALID_INDEX, "the buffer has one part");
-    const auto& result = buffer.record.result;
+void BufferPartInfo(const Buffer& buffer, const Record& record, uint32_t part, BUFFER_PART_INFO_CMD command,
+                    Answer& answer) {
+    if (part >= CountParts(record)) Fail(GC_ERR_INVALID_INDEX, "the buffer has one part");
+    const auto& result = record.result;
     switch (command) {
     case BUFFER_PART_INFO_BASE:
         return answer.Pointer(buffer.data);
     case BUFFER_PART_INFO_DATA_SIZE:
-        return answer.Size(ImageBytes(buffer.record, buffer.size));
+        return answer.Size(ImageBytes(record, buffer.size));
     case BUFFER_PART_INFO_DATA_TYPE:
         return answer.Size(PART_DATATYPE_2D_IMAGE);
     case BUFFER_PART_INFO_DATA_FORMAT:
@@ -207,8 +170,8 @@ void BufferPartInfo(const Buffer& buffer, uint32_t part, BUFFER_PART_INFO_CMD co
     }
 }
 
-Contents ContentsOf(const Buffer& buffer) {
-    return {buffer.record, static_cast<const std::uint8_t*>(buffer.data), buffer.size, buffer.own};
+Contents ContentsOf(const Buffer& buffer, const Record& record) {
+    return {record, static_cast<const std::uint8_t*>(buffer.data), buffer.size, buffer.own};
 }
 
 /// Each chunk is followed by its ID and its length, so the walk goes from the end to the beginning.

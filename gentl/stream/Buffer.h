@@ -6,6 +6,7 @@
 
 #include "vexlo/VxStream.h"
 
+#include <cassert>
 #include <memory>
 #include <vector>
 
@@ -16,8 +17,8 @@ namespace gentl {
 ///   announced --queue--> input --filled--> output --EventGetData--> delivered --queue--> input
 enum class Place { Announced, Input, Output, Delivered };
 
-/// Memory and its state belong to the stream, whose lock guards them; `record` is what queries read, guarded by the
-/// lock of the buffer's slot, so that they wait for nobody. Thread-safe in that sense.
+/// Its memory belongs to the stream; what changes has two guards: where it is belongs to the stream's queues, what
+/// queries tell to the lock of the buffer's slot, so that they wait for nobody. Thread-safe.
 class Buffer final : public Object {
 public:
     static bool IsOne(Kind kind) { return kind == Kind::Buffer; }
@@ -32,10 +33,6 @@ public:
     void* const userPointer;
     const std::shared_ptr<void> own; ///< memory that we allocated lives as long as somebody reads it
 
-    Place place = Place::Announced;          ///< with the stream's lock
-    vexlo::BufferHandle_s* handle = nullptr; ///< with the stream's lock; null while not registered
-    bool isOnBus = false;                    ///< with the stream's lock: the USB access library has it
-
     /// What queries tell.
     struct Record {
         vexlo::CVxStream::GrabResult result{};
@@ -44,22 +41,45 @@ public:
         bool isQueued = false; ///< in the input pool
         bool isOnBus = false;
     };
-    Record record;
-
-    /// Changes the record with its lock held.
+    /// Changes the record with its lock held; once it has its handle.
     template<class Change>
     void Update(Change&& change) {
-        Slot* const slot = Handles::Get().FindSlot(Handle());
-        const SpinGuard guard(slot->lock);
-        change(record);
+        const SpinGuard guard(OwnSlot().lock);
+        change(m_Record);
     }
+    Record Look() const {
+        const SpinGuard guard(OwnSlot().lock);
+        return m_Record;
+    }
+    /// The record of the buffer that was found in this slot, to be read as long as the lock is held.
+    const Record& RecordIn(const Slot& slot) const TAVIX_REQUIRES(slot.lock) {
+        HoldsLockOf(slot);
+        return m_Record;
+    }
+
+private:
+    friend class BufferQueues;
+    /// Who has it.
+    struct Way {
+        Place place = Place::Announced;
+        vexlo::BufferHandle_s* handle = nullptr; ///< null while not registered on the bus
+        bool isOnBus = false;                    ///< the USB access library has it
+    };
+
+    void HoldsLockOf([[maybe_unused]] const Slot& slot) const TAVIX_ASSERT_CAPABILITY(OwnSlot().lock) {
+        assert(&slot == &OwnSlot());
+    }
+
+    Way m_Way; // BufferQueues::WayOf is the only road to it
+    Record m_Record TAVIX_GUARDED_BY(OwnSlot().lock);
 };
 
 /// Answers from a record whose lock is held.
-void BufferInfo(const Buffer& buffer, BUFFER_INFO_CMD command, Answer& answer);
-void BufferPartInfo(const Buffer& buffer, uint32_t part, BUFFER_PART_INFO_CMD command, Answer& answer);
+void BufferInfo(const Buffer& buffer, const Buffer::Record& record, BUFFER_INFO_CMD command, Answer& answer);
+void BufferPartInfo(const Buffer& buffer, const Buffer::Record& record, uint32_t part, BUFFER_PART_INFO_CMD command,
+                    Answer& answer);
 /// NO_DATA when the buffer holds no image.
-uint32_t CountParts(const Buffer& buffer);
+uint32_t CountParts(const Buffer::Record& record);
 
 /// What is in a buffer, to be read without its lock.
 struct Contents {
@@ -69,21 +89,20 @@ struct Contents {
     std::shared_ptr<const void> share; ///< memory of ours stays until then, even if the buffer or its stream goes
 };
 /// With the lock held.
-Contents ContentsOf(const Buffer& buffer);
+Contents ContentsOf(const Buffer& buffer, const Buffer::Record& record);
 /// The chunks of a buffer, in the order in which they lie there. NO_DATA without chunks, PARSING_CHUNK_DATA when their
 /// layout is broken. Reads the memory, so the consumer must not have queued it.
 std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Contents& contents);
 
-/// Runs `ask(buffer)` with the record's lock held. INVALID_HANDLE for a stream or buffer that is none, or a buffer of
-/// another stream.
+/// Runs `ask(buffer, record)` with the record's lock held. INVALID_HANDLE for a stream or buffer that is none, or a
+/// buffer of another stream.
 template<class Ask>
 void WithBuffer(DS_HANDLE stream, BUFFER_HANDLE handle, Ask&& ask) {
-    Slot* const slot = Handles::Get().FindSlot(handle);
-    if (slot) {
+    if (Slot* const slot = Handles::FindSlot(handle)) {
         const SpinGuard guard(slot->lock);
         if (Handles::IsOf(*slot, handle) && slot->object->GetKind() == Kind::Buffer) {
             const auto& buffer = static_cast<const Buffer&>(*slot->object);
-            if (buffer.stream == stream) return ask(buffer);
+            if (buffer.stream == stream) return ask(buffer, buffer.RecordIn(*slot));
         }
     }
     Fail(GC_ERR_INVALID_HANDLE, "the stream or buffer is not valid (any more), or they do not belong together");

@@ -15,7 +15,8 @@ enum class Handling : std::uint64_t { Default = 0, OldestFirstOverwrite = 1, New
 using SharedBuffer = std::shared_ptr<Buffer>;
 
 /// Where the announced buffers of a stream are, by the places of `Place`, and how many went which way. Knows nothing of
-/// the bus. Its owner's lock guards it, and the places of its buffers; these have handles. Re-entrant.
+/// the bus. Who has it has the ways of its buffers, so its owner's lock guards both; the buffers have handles.
+/// Re-entrant.
 class BufferQueues {
 public:
     /// Since the last BeginCounting.
@@ -25,6 +26,7 @@ public:
         std::uint64_t overwritten = 0;
     };
 
+    Buffer::Way& WayOf(Buffer& buffer) { return buffer.m_Way; }
     const std::vector<SharedBuffer>& Announced() const { return m_Announced; }
     const std::deque<SharedBuffer>& Input() const { return m_Input; }
     const std::deque<SharedBuffer>& Output() const { return m_Output; }
@@ -40,10 +42,12 @@ public:
 
     /// From wherever it is to the end of the input pool, without what it held.
     void PutIntoInput(const SharedBuffer& buffer);
-    /// To neither.
-    void PutAside(const SharedBuffer& buffer);
-    /// From the input pool to the end of the output queue.
-    void Fill(const SharedBuffer& buffer, const vexlo::CVxStream::GrabResult& result);
+    /// Given to the bus, or back from it.
+    void NoteOnBus(Buffer& buffer, bool isOnBus);
+    /// To neither queue.
+    void PutAside(Buffer& buffer);
+    /// From the input pool to the end of the output queue; it is back from the bus.
+    void Fill(Buffer& buffer, const vexlo::CVxStream::GrabResult& result);
     /// What is in the input pool follows in the output queue as it is.
     void MoveInputToOutput();
     /// The oldest of the output queue goes to the consumer; null when there is none.
@@ -53,7 +57,8 @@ public:
     SharedBuffer TakeOverwritten(Handling handling);
 
 private:
-    void TakeOut(const SharedBuffer& buffer);
+    /// What its queue held of it; null when it was in none.
+    SharedBuffer TakeOut(Buffer& buffer);
 
     std::vector<SharedBuffer> m_Announced;
     std::deque<SharedBuffer> m_Input, m_Output;

@@ -35,7 +35,7 @@ void AcquisitionEngine::Begin(std::uint64_t count) {
         Check(m_Vx.StartStreaming(), "The stream cannot be started");
         m_IsRunning = true;
         for (const SharedBuffer& buffer : m_Queues.Input())
-            QueueOnBus(buffer);
+            QueueOnBus(*buffer);
     } catch (...) {
         End();
         throw;
@@ -56,11 +56,12 @@ void AcquisitionEngine::End() {
     (void)m_Vx.FinishGrab(); // a camera that is gone does not keep its buffers
     Drain();
     for (const SharedBuffer& buffer : m_Queues.Announced()) {
-        if (!buffer->handle) continue;
+        vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle;
+        if (!handle) continue;
         void* unused = nullptr;
-        (void)m_Vx.DeregisterBuffer(buffer->handle, &unused);
-        buffer->handle = nullptr;
-        buffer->isOnBus = false;
+        (void)m_Vx.DeregisterBuffer(handle, &unused);
+        handle = nullptr;
+        m_Queues.NoteOnBus(*buffer, false);
     }
 }
 

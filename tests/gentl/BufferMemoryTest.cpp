@@ -38,7 +38,9 @@ TEST_F(OwnMemory, GoesWithItsBuffer) {
 TEST_F(OwnMemory, StaysForWhoIsJustReadingChunksWhenTheStreamIsClosed) {
     std::shared_ptr<Buffer> buffer = Filled();
     gentl::Contents contents{};
-    gentl::WithBuffer(this, buffer->Handle(), [&](const Buffer& each) { contents = gentl::ContentsOf(each); });
+    gentl::WithBuffer(this, buffer->Handle(), [&](const Buffer& each, const Buffer::Record& record) {
+        contents = gentl::ContentsOf(each, record);
+    });
     buffer->Unregister();
     buffer.reset();
     ASSERT_FALSE(life.expired());

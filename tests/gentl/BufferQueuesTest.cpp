@@ -31,8 +31,9 @@ protected:
     void Fill(std::size_t index, std::uint64_t blockId) {
         vexlo::CVxStream::GrabResult result{};
         result.BlockId = blockId;
-        queues.Fill(buffers[index], result);
+        queues.Fill(*buffers[index], result);
     }
+    Place PlaceOf(std::size_t index) { return queues.WayOf(*buffers[index]).place; }
     void QueueAll() {
         for (const SharedBuffer& buffer : buffers)
             queues.PutIntoInput(buffer);
@@ -51,18 +52,18 @@ TEST_F(BufferQueues, KnowWhichMemoryIsAnnounced) {
 }
 
 TEST_F(BufferQueues, LeadABufferFromTheInputPoolOverTheOutputQueueToTheConsumer) {
-    EXPECT_EQ(buffers[0]->place, Place::Announced);
+    EXPECT_EQ(PlaceOf(0), Place::Announced);
     queues.PutIntoInput(buffers[0]);
-    EXPECT_EQ(buffers[0]->place, Place::Input);
-    EXPECT_TRUE(buffers[0]->record.isQueued);
+    EXPECT_EQ(PlaceOf(0), Place::Input);
+    EXPECT_TRUE(buffers[0]->Look().isQueued);
     Fill(0, 7);
-    EXPECT_EQ(buffers[0]->place, Place::Output);
+    EXPECT_EQ(PlaceOf(0), Place::Output);
     EXPECT_TRUE(queues.Input().empty());
-    EXPECT_FALSE(buffers[0]->record.isQueued);
-    EXPECT_TRUE(buffers[0]->record.hasData && buffers[0]->record.isNew);
-    EXPECT_EQ(buffers[0]->record.result.BlockId, 7U);
+    EXPECT_FALSE(buffers[0]->Look().isQueued);
+    EXPECT_TRUE(buffers[0]->Look().hasData && buffers[0]->Look().isNew);
+    EXPECT_EQ(buffers[0]->Look().result.BlockId, 7U);
     EXPECT_EQ(queues.Deliver(), buffers[0]);
-    EXPECT_EQ(buffers[0]->place, Place::Delivered);
+    EXPECT_EQ(PlaceOf(0), Place::Delivered);
     EXPECT_EQ(queues.Deliver(), nullptr);
 }
 
@@ -79,18 +80,18 @@ TEST_F(BufferQueues, ForgetWhatABufferHeldWhenItIsQueuedAgain) {
     Fill(1, 5);
     queues.PutIntoInput(buffers[1]);
     EXPECT_TRUE(queues.Output().empty());
-    EXPECT_FALSE(buffers[1]->record.hasData);
-    EXPECT_EQ(buffers[1]->record.result.BlockId, 0U);
+    EXPECT_FALSE(buffers[1]->Look().hasData);
+    EXPECT_EQ(buffers[1]->Look().result.BlockId, 0U);
     EXPECT_EQ(queues.Input().back(), buffers[1]);
 }
 
 TEST_F(BufferQueues, KeepWhatABufferHoldsWhenItIsPutAside) {
     QueueAll();
     Fill(1, 5);
-    queues.PutAside(buffers[1]);
-    EXPECT_EQ(buffers[1]->place, Place::Announced);
+    queues.PutAside(*buffers[1]);
+    EXPECT_EQ(PlaceOf(1), Place::Announced);
     EXPECT_TRUE(queues.Output().empty());
-    EXPECT_EQ(buffers[1]->record.result.BlockId, 5U);
+    EXPECT_EQ(buffers[1]->Look().result.BlockId, 5U);
 }
 
 TEST_F(BufferQueues, CountWhatWentWhichWay) {
@@ -121,7 +122,7 @@ TEST_F(BufferQueues, KeepTheNewestOnly) {
     EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), nullptr) << "the newest one itself";
     Fill(1, 1);
     EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), buffers[0]);
-    EXPECT_EQ(buffers[0]->place, Place::Announced);
+    EXPECT_EQ(PlaceOf(0), Place::Announced);
     EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), nullptr);
     EXPECT_EQ(queues.Deliver(), buffers[1]);
 }
@@ -146,8 +147,8 @@ TEST_F(BufferQueues, FlushTheInputPoolBehindWhatIsInTheOutputQueue) {
     EXPECT_EQ(queues.Counted().filled, 1U) << "they hold nothing";
     EXPECT_EQ(queues.Deliver(), buffers[1]);
     EXPECT_EQ(queues.Deliver(), buffers[0]);
-    EXPECT_FALSE(buffers[0]->record.isQueued);
-    EXPECT_FALSE(buffers[0]->record.hasData);
+    EXPECT_FALSE(buffers[0]->Look().isQueued);
+    EXPECT_FALSE(buffers[0]->Look().hasData);
     EXPECT_EQ(queues.Deliver(), buffers[2]);
 }
 
