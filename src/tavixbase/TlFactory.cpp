@@ -1,20 +1,15 @@
 #include "tavix/TlFactory.h"
 
+#include "tavixbase/FactoryLog.h"
 #include "tavixbase/TlRegistry.h"
 
 #include "core/Export.h"
-#include "core/Log.h"
 
 #include <exception>
 #include <utility>
 
 namespace Tavix {
 namespace {
-
-unsigned int LogCategory() {
-    static const unsigned int category = LogGetCatID("tavix.base.Factory");
-    return category;
-}
 
 // A reference on a transport layer for the length of a scope.
 class TlReference {
@@ -42,11 +37,11 @@ void LogFailure(const CTlInfo& info) {
     try {
         throw;
     } catch (const GenICam::GenericException& e) {
-        LogTrace(LogCategory(), kLogError, "Transport layer '%s': %s", name.c_str(), e.GetDescription());
+        LogTrace(FactoryLogCategory(), kLogError, "Transport layer '%s': %s", name.c_str(), e.GetDescription());
     } catch (const std::exception& e) {
-        LogTrace(LogCategory(), kLogError, "Transport layer '%s': %s", name.c_str(), e.what());
+        LogTrace(FactoryLogCategory(), kLogError, "Transport layer '%s': %s", name.c_str(), e.what());
     } catch (...) {
-        LogTrace(LogCategory(), kLogError, "Transport layer '%s': unknown exception", name.c_str());
+        LogTrace(FactoryLogCategory(), kLogError, "Transport layer '%s': unknown exception", name.c_str());
     }
 }
 

@@ -1,8 +1,8 @@
 #include "tavixbase/TlRegistry.h"
 
+#include "tavixbase/FactoryLog.h"
 #include "tavixbase/PluginSearch.h"
 
-#include "core/Log.h"
 #include "tavix/TransportLayer.h"
 
 #include <algorithm>
@@ -12,11 +12,6 @@ namespace Tavix {
 namespace {
 
 constexpr const char* kFileName = "FileName";
-
-unsigned int LogCategory() {
-    static const unsigned int category = LogGetCatID("tavix.base.Factory");
-    return category;
-}
 
 // Changes whenever the file at that path does; empty when there is none.
 std::string StampOf(const std::string& path) {
@@ -104,7 +99,8 @@ void TlRegistry::Release(const ITransportLayer* pTl) {
         if (m_Made.count(pTl) == 0) {
             pReleased->Release();
         } else {
-            LogTrace(LogCategory(), kLogError, "A transport layer that has been destroyed already was released again");
+            LogTrace(FactoryLogCategory(), kLogError,
+                     "A transport layer that has been destroyed already was released again");
         }
         return;
     }
@@ -123,7 +119,7 @@ void TlRegistry::Destroy(LivingList::iterator one) {
     try {
         one->library->Destroy(one->tl);
     } catch (const std::exception& e) {
-        LogTrace(LogCategory(), kLogError, "%s", e.what());
+        LogTrace(FactoryLogCategory(), kLogError, "%s", e.what());
     }
     m_Lock.lock();
     m_Dying.erase(one);
@@ -195,7 +191,7 @@ std::vector<TlRegistry::Offer> TlRegistry::CollectOffers(const std::vector<std::
             }
             usable.insert(plugin::FileNameOf(path));
         } catch (const GenICam::GenericException& e) {
-            LogTrace(LogCategory(), kLogError, "%s", e.GetDescription());
+            LogTrace(FactoryLogCategory(), kLogError, "%s", e.GetDescription());
             failures.push_back(e.GetDescription());
         }
     }
@@ -219,7 +215,7 @@ const PluginLibrary* TlRegistry::Load(const std::string& path, Failures& failure
             return file.library.get();
         } catch (const GenICam::GenericException& e) {
             file.failure = e.GetDescription();
-            LogTrace(LogCategory(), kLogError, "%s", e.GetDescription());
+            LogTrace(FactoryLogCategory(), kLogError, "%s", e.GetDescription());
         }
     }
     failures.push_back(file.failure);

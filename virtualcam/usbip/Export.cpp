@@ -4,8 +4,6 @@ namespace virtualcam::usbip {
 namespace {
 
 constexpr std::uint32_t kBus = 1;
-constexpr std::uint32_t kLinuxHighSpeed = 3;
-constexpr std::uint32_t kLinuxSuperSpeed = 5;
 constexpr std::uint8_t kInterfaceDescriptor = 0x04;
 
 std::uint32_t AddressOf(const RemoteCamera& camera) {

@@ -6,6 +6,9 @@
 
 namespace virtualcam::usbip {
 
+inline constexpr std::uint32_t kLinuxHighSpeed = 3;
+inline constexpr std::uint32_t kLinuxSuperSpeed = 5;
+
 /// "1-1" for the first camera, "1-2" for the next.
 std::string BusIdOf(const RemoteCamera& camera);
 /// Number that stands for the camera in the headers of its transfers.

@@ -19,7 +19,6 @@
 namespace virtualcam::usbip {
 namespace {
 
-constexpr std::uint32_t kLinuxSuperSpeed = 5;
 constexpr int kPortFree = 4;
 
 std::string ReadFile(const std::string& path) {

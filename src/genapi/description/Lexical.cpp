@@ -14,10 +14,6 @@ constexpr bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-constexpr bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 constexpr bool IsHexDigit(char c) {
     return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }

@@ -7,6 +7,10 @@
 
 namespace genapi {
 
+[[nodiscard]] constexpr bool IsDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+
 /// Without XML white space (blank, tab, line ends) at both ends.
 [[nodiscard]] std::string_view TrimBlanks(std::string_view text) noexcept;
 

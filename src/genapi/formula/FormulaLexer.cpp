@@ -9,10 +9,6 @@ namespace genapi {
 
 namespace {
 
-constexpr bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 constexpr bool IsNameStart(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
@@ -22,7 +18,7 @@ constexpr bool IsNameCharacter(char c) {
     return IsNameStart(c) || IsDigit(c) || c == '.';
 }
 
-constexpr bool IsBlank(char c) {
+constexpr bool IsSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
@@ -67,7 +63,7 @@ constexpr SymbolRow kSymbols[] = {
 } // namespace
 
 void FormulaLexer::SkipBlanks() {
-    while (m_At < m_Text.size() && IsBlank(m_Text[m_At]))
+    while (m_At < m_Text.size() && IsSpace(m_Text[m_At]))
         ++m_At;
 }
 

@@ -4,6 +4,7 @@
 #include "u3v/Constants.h"
 #include "u3v/LittleEndian.h"
 #include "vexlo/Logging.h"
+#include "vexlo/NoThrow.h"
 #include "vexlo/UsbStatus.h"
 
 #include <algorithm>
@@ -22,16 +23,6 @@ bool IsHalted(VxStatus status) {
     return status == (VX_E_DEVICE_STATUS_BASE | u3v::status::kEventEndpointHalted);
 }
 
-/// What goes on without memory, on whatever thread.
-template<class Call>
-VxStatus WithoutMemory(Call call) noexcept {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return VX_E_NO_MEMORY;
-    }
-}
-
 /// Size of a transfer that takes any message: a multiple of the packet size, so that no camera can send more.
 std::uint32_t TransferSize(std::uint32_t stated, std::uint16_t packetSize) {
     const std::uint32_t most = std::clamp(stated, kSmallestMessage, kLargestMessage);
@@ -46,7 +37,7 @@ VxStatus EventEngine::Start(DeviceSession& session, const Settings& settings) {
     m_Base = session.Registers().eventAddress;
     std::uint32_t stated = 0;
     VxStatus status =
-        WithoutMemory([&] { return session.Memory().Read32(m_Base + u3v::eirm::kMaximumEventTransferLength, stated); });
+        NoThrow([&] { return session.Memory().Read32(m_Base + u3v::eirm::kMaximumEventTransferLength, stated); });
     if (status == VX_E_USB_NO_DEVICE) return session.Note(status);
     status = MakeSlots(settings, TransferSize(status == VX_OK ? stated : 0, m_Endpoint.packetSize));
     if (status == VX_OK) status = session.Pump().Attach(*this, settings.priority);
@@ -104,13 +95,11 @@ VxStatus EventEngine::Launch() {
 
 VxStatus EventEngine::Enable(bool enabled) {
     const std::uint32_t value = enabled ? u3v::eirm::kControlEventEnable : 0;
-    return WithoutMemory(
-        [&] { return m_Session->Note(m_Session->Memory().Write32(m_Base + u3v::eirm::kControl, value)); });
+    return NoThrow([&] { return m_Session->Note(m_Session->Memory().Write32(m_Base + u3v::eirm::kControl, value)); });
 }
 
 VxStatus EventEngine::ClearHalt() {
-    return WithoutMemory(
-        [this] { return m_Session->Note(ToStatus(m_Session->Handle().ClearHalt(m_Endpoint.address))); });
+    return NoThrow([this] { return m_Session->Note(ToStatus(m_Session->Handle().ClearHalt(m_Endpoint.address))); });
 }
 
 VxStatus EventEngine::Stop() {
@@ -201,7 +190,7 @@ void EventEngine::End(VxStatus reason) {
     Leave(Phase::Ended);
     m_Ring.CountFailure(reason);
     m_Ring.End(reason);
-    (void)WithoutMemory([&] { return m_Session->Note(reason); });
+    (void)NoThrow([&] { return m_Session->Note(reason); });
     m_Changed.notify_all();
 }
 

@@ -1,6 +1,7 @@
 #include "vexlo/stream/SessionHost.h"
 
 #include "vexlo/Library.h"
+#include "vexlo/NoThrow.h"
 
 #include <new>
 
@@ -11,16 +12,6 @@ namespace {
 std::string NameOf(const FoundCamera& camera) {
     return camera.path + " " + std::to_string(camera.identity.vendorId) + ":" +
            std::to_string(camera.identity.productId);
-}
-
-/// The stream's thread asks here for what may need memory, and must go on without it.
-template<class Call>
-VxStatus WithoutMemory(Call call) noexcept {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return VX_E_NO_MEMORY;
-    }
 }
 
 /// What is known of cameras only saves time.
@@ -39,7 +30,7 @@ Value AskNotes(SessionSource& sessions, Value unknown, Question question) noexce
 
 VxStatus SessionHost::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
     const auto session = m_Sessions.Get();
-    return session ? WithoutMemory([&] { return session->OpenHandle(handle); }) : VX_E_NOT_OPEN;
+    return session ? NoThrow([&] { return session->OpenHandle(handle); }) : VX_E_NOT_OPEN;
 }
 
 VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
@@ -59,7 +50,7 @@ VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
 VxStatus SessionHost::ReadRegister(std::uint64_t address, void* data, std::size_t size) {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    return WithoutMemory([&] {
+    return NoThrow([&] {
         std::size_t done = 0;
         return session->Note(session->Memory().Read(address, static_cast<std::uint8_t*>(data), size, done));
     });
@@ -68,7 +59,7 @@ VxStatus SessionHost::ReadRegister(std::uint64_t address, void* data, std::size_
 VxStatus SessionHost::WriteRegister(std::uint64_t address, const void* data, std::size_t size) {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    return WithoutMemory([&] {
+    return NoThrow([&] {
         std::size_t done = 0;
         // Stream registers hold plain values: writing one twice changes nothing.
         const u3v::ByteView bytes(static_cast<const std::uint8_t*>(data), size);
@@ -113,7 +104,7 @@ std::chrono::steady_clock::time_point SessionHost::LastWrite() {
 VxStatus SessionHost::ResetCamera() {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    return WithoutMemory([&] { return session->Note(session->Control().ResetCamera()); });
+    return NoThrow([&] { return session->Note(session->Control().ResetCamera()); });
 }
 
 void SessionHost::NoteStreaming(bool isOn) {
@@ -123,7 +114,7 @@ void SessionHost::NoteStreaming(bool isOn) {
 }
 
 void SessionHost::ReportLost() {
-    if (const auto session = m_Sessions.Get()) (void)WithoutMemory([&] { return session->Note(VX_E_USB_NO_DEVICE); });
+    if (const auto session = m_Sessions.Get()) (void)NoThrow([&] { return session->Note(VX_E_USB_NO_DEVICE); });
 }
 
 } // namespace vexlo

@@ -12,7 +12,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostBytes = 64 << 20; // of a description, zipped or not
+constexpr std::size_t kMostDescriptionBytes = 64 << 20; // of a description, zipped or not
 
 int Lint(const FileOptions& options) {
     std::size_t errors = 0;
@@ -51,7 +51,7 @@ std::vector<std::string> Problems(const GenApi::CNodeMapRef& map) {
 } // namespace
 
 int Xml(const FileOptions& options) {
-    RequirePlainFile(options.path, kMostBytes, "name a camera description file");
+    RequirePlainFile(options.path, kMostDescriptionBytes, "name a camera description file");
     if (options.lint) return Lint(options);
     GenApi::CNodeMapRef map;
     Load(map, options.path);

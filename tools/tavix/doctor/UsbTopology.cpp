@@ -70,7 +70,7 @@ std::vector<UsbHub> HubsAbove(const SystemFiles& files, const std::string& port)
     return hubs;
 }
 
-std::string NameOf(const SystemFiles& files, const std::string& device) {
+std::string DeviceNameOf(const SystemFiles& files, const std::string& device) {
     const std::string product = Attribute(files, device, "product"), serial = Attribute(files, device, "serial");
     if (product.empty()) return "camera at " + device;
     return serial.empty() ? product + " at " + device : product + " (" + serial + ")";
@@ -79,7 +79,7 @@ std::string NameOf(const SystemFiles& files, const std::string& device) {
 UsbCamera Describe(const SystemFiles& files, const std::string& device, const std::vector<std::string>& interfaces) {
     UsbCamera camera;
     camera.port = device;
-    camera.name = NameOf(files, device);
+    camera.name = DeviceNameOf(files, device);
     camera.node = NodeOf(files, device);
     camera.speed = Number(files, device, "speed");
     camera.bestSpeed = BestSpeed(files.Text(kDevices + device + "/descriptors").value_or(""));

@@ -12,7 +12,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostBytes = 16 << 20; // of a file of settings
+constexpr std::size_t kMostSettingsBytes = 16 << 20; // of a file of settings
 
 using Refusals = std::vector<Tavix::RefusedSetting>;
 
@@ -89,7 +89,7 @@ int Save(const SettingsFileOptions& options) {
 }
 
 int Load(const SettingsFileOptions& options) {
-    const std::string text = ReadWholeFile(options.path, kMostBytes, "name a file that `tavix save` wrote");
+    const std::string text = ReadWholeFile(options.path, kMostSettingsBytes, "name a file that `tavix save` wrote");
     const Tavix::Settings settings = Tavix::Settings::FromText(text);
     const std::size_t count = settings.Lines().size();
     if (count == 0) throw Error(options.path + " holds no settings; name a file that `tavix save` wrote");

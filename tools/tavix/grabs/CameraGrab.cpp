@@ -11,7 +11,9 @@ namespace tool {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{50}; // after which a stop is noticed
-constexpr std::size_t kMegabyte = std::size_t(1) << 20;
+constexpr std::size_t BytesOf(std::size_t megabytes) {
+    return megabytes << 20;
+}
 
 } // namespace
 
@@ -99,8 +101,8 @@ void CameraGrab::Prepare(Tavix::Camera& camera) {
 Tavix::ImageStream CameraGrab::Begin(Tavix::Camera& camera) const {
     Tavix::GrabOptions options;
     options.buffers = m_Options.buffers;
-    options.memoryLimit = m_Options.memoryMegabytes * kMegabyte;
-    options.keepBudget = m_ImagePrefix.empty() ? 0 : kWaitingMegabytes * kMegabyte; // for what waits for the disk
+    options.memoryLimit = BytesOf(m_Options.memoryMegabytes);
+    options.keepBudget = m_ImagePrefix.empty() ? 0 : BytesOf(kWaitingMegabytes); // for what waits for the disk
     options.transferSize = m_Options.transferSize;
     try {
         return camera.Grab(options);
