@@ -41,7 +41,8 @@ public:
         return taken;
     }
 
-    /// Returns when the cameras were stopped and the thread has ended. Closing twice is harmless.
+    /// Returns when the cameras were stopped and the thread has ended, in a callback on that thread before it. Closing
+    /// twice is harmless.
     void Close() {
         if (IsLeftToParent()) return;
         const WithoutLock unlocked;
@@ -54,6 +55,7 @@ public:
             m_Item.reset();
             m_Changed.notify_all();
         }
+        if (m_Thread.get_id() == std::this_thread::get_id()) return;
         m_Thread.join();
         m_Stream.reset();
     }

@@ -8,10 +8,12 @@
 
 #include <pybind11/pybind11.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace tavixpython {
@@ -48,9 +50,11 @@ public:
     std::optional<Item> Next() {
         std::optional<Item> item;
         const bool isDone = WaitInSteps(m_Silence, [&](std::chrono::milliseconds time) {
+            if (HasTurn()) throw Tavix::StateError("a callback that a wait for an image makes cannot wait for one");
             const std::lock_guard turn(m_Turn);
             const auto stream = Held();
             if (!stream) return true;
+            const Taking taking(m_Taker);
             auto come = stream->Wait(time);
             if (!HasCome(come)) return stream->HasEnded();
             item.emplace(std::move(come));
@@ -69,7 +73,7 @@ public:
         if (const auto stream = Held()) stream->Cancel();
     }
 
-    /// Returns when the cameras were stopped. Closing twice is harmless.
+    /// Returns when the cameras were stopped, in a callback that Next() makes before that. Closing twice is harmless.
     void Close() {
         if (IsLeftToParent()) return;
         const WithoutLock unlocked;
@@ -80,6 +84,7 @@ public:
         }
         if (!stream) return;
         stream->Cancel();
+        if (HasTurn()) return;              // Next() lets it go
         const std::lock_guard turn(m_Turn); // nobody waits in it any more
         stream.reset();
     }
@@ -87,6 +92,18 @@ public:
     auto Counts() const { return Checked()->Counts(); }
 
 private:
+    /// Says which thread takes, while it does.
+    struct Taking {
+        explicit Taking(std::atomic<std::thread::id>& place) : taker(place) { taker = std::this_thread::get_id(); }
+        ~Taking() { taker = std::thread::id(); }
+        Taking(const Taking&) = delete;
+        Taking& operator=(const Taking&) = delete;
+
+        std::atomic<std::thread::id>& taker;
+    };
+
+    /// Whether the library has called the caller out of Next().
+    bool HasTurn() const { return m_Taker.load() == std::this_thread::get_id(); }
     std::shared_ptr<Source> Held() const {
         const std::lock_guard lock(m_Guard);
         return m_Stream;
@@ -98,9 +115,10 @@ private:
     }
 
     const std::chrono::milliseconds m_Silence;
-    mutable std::mutex m_Guard;       // of the pointer, never held for long
-    std::shared_ptr<Source> m_Stream; // null once closed
-    std::mutex m_Turn;                // of who takes the next image
+    mutable std::mutex m_Guard;             // of the pointer, never held for long
+    std::shared_ptr<Source> m_Stream;       // null once closed
+    std::mutex m_Turn;                      // of who takes the next image
+    std::atomic<std::thread::id> m_Taker{}; // who has it; a thread compares it with itself
 };
 
 } // namespace tavixpython

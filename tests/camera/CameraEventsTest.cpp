@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <condition_variable>
+#include <future>
 #include <mutex>
+#include <optional>
 #include <set>
 
 namespace {
@@ -131,6 +133,41 @@ TEST(CameraEvents, LetsItsCallbackReadFeaturesAndEndItself) {
     while (stream.Next())
         continue;
     EXPECT_EQ(inbox.Await(1).size(), 1U);
+}
+
+TEST(CameraEvents, LetsItsCallbackCloseTheCamera) {
+    VirtualBus bus(kPaced);
+    Inbox inbox;
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnEvent("", [&](const Tavix::CameraEvent& event) {
+        camera.Close();
+        inbox(event);
+    });
+    Tavix::ImageStream stream = camera.Grab();
+    while (stream.Next())
+        continue;
+    inbox.Await(1);
+    EXPECT_FALSE(camera.IsOpen());
+    camera.Close(); // now it is given back
+    Tavix::Camera::Open()["Width"] = 32;
+    EXPECT_EQ(inbox.Await(1).size(), 1U) << "events of a camera that is closed";
+}
+
+TEST(CameraEvents, LetsItsCallbackDestroyTheCamera) {
+    VirtualBus bus(kPaced);
+    std::promise<void> alone, gone;
+    std::shared_ptr<void> last(nullptr, [&](void*) { gone.set_value(); }); // goes with the callback, after all the rest
+    std::optional<Tavix::Camera> camera(Tavix::Camera::Open());
+    auto destroy = [&, last, isAlone = alone.get_future().share()](const Tavix::CameraEvent&) mutable {
+        isAlone.wait();
+        camera.reset(); // with all that belongs to it, since no stream holds it any more
+    };
+    camera->OnEvent("ExposureEnd", std::move(destroy));
+    EXPECT_TRUE(camera->Grab().Next());
+    last.reset();
+    alone.set_value();
+    EXPECT_EQ(gone.get_future().wait_for(20s), std::future_status::ready);
+    EXPECT_FALSE(camera);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <future>
 #include <mutex>
+#include <optional>
 
 namespace {
 
@@ -219,6 +220,19 @@ TEST(CameraRemoval, IsToldAndSoIsTheReturn) {
     EXPECT_EQ(changes, 1);
 }
 
+TEST(CameraRemoval, LetsItsCallbackCloseTheCameraThatIsBack) {
+    VirtualBus bus(kComesBack);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera.OnRemoval([&](bool isBack) {
+        if (isBack) camera.Close();
+    });
+    Tavix::ImageStream stream = camera.Grab(Reconnecting(20s));
+    while (stream.Next())
+        continue;
+    EXPECT_TRUE(stream.HasEnded());
+    EXPECT_FALSE(camera.IsOpen());
+}
+
 TEST(CameraRemoval, LeavesKeptImagesAsTheyWere) {
     VirtualBus bus(kComesBack);
     Tavix::Camera camera = Tavix::Camera::Open();
@@ -244,6 +258,21 @@ TEST(CameraWatch, TellsOfCamerasThatGoAndComeBack) {
     std::unique_lock<std::mutex> guard(mutex);
     EXPECT_TRUE(changed.wait_for(guard, 20s, [&] { return told.size() == 1; }));
     EXPECT_THAT(told, ElementsAre(true));
+}
+
+TEST(CameraWatch, MayBeEndedByItsCallback) {
+    VirtualBus bus(R"([{"serial": "7"}, {"serial": "8"}])");
+    std::optional<Tavix::CameraWatch> watch;
+    std::promise<void> made, ended;
+    int calls = 0;
+    watch.emplace([&, isMade = made.get_future().share()](const Tavix::CameraInfo&, bool) {
+        isMade.wait();
+        EXPECT_EQ(++calls, 1) << "the watch had ended";
+        watch.reset();
+        ended.set_value();
+    });
+    made.set_value();
+    EXPECT_EQ(ended.get_future().wait_for(20s), std::future_status::ready);
 }
 
 TEST(CameraWatch, TellsOfKnownCamerasThatWentBeforeItLooked) {

@@ -2,6 +2,7 @@ import gc
 import os
 import subprocess
 import sys
+import threading
 
 import pytest
 
@@ -262,6 +263,55 @@ def test_a_camera_that_comes_back_tells_how_long_it_was_away(camera):
         assert image.is_whole and stream.counts.reconnects == 1
     subscription.end()
     assert told == [False, True] and camera.ExposureTime == 1234.0
+
+
+@pytest.mark.parametrize("by", [tavix.Stream.close, tavix.Stream.cancel, next])
+def test_the_callback_that_tells_of_the_return_may_end_the_stream(camera, by):
+    told = []
+
+    def end(is_back):
+        if is_back:
+            try:
+                by(stream)
+            except tavix.StateError as error:  # the wait that makes the callback is the stream's own
+                told.append(error)
+                stream.cancel()
+
+    camera.on_removal(end)
+    with camera.grab(reconnect=60) as stream:
+        next(stream)
+        camera.DeviceReset()
+        for _ in stream:
+            pass
+    assert len(told) == (by is next)
+
+
+def test_a_callback_may_close_the_camera(camera):
+    closed = threading.Event()
+
+    def close(_):
+        camera.close()
+        closed.set()
+
+    camera.on_event("ExposureEnd", close)
+    list(camera.grab())
+    assert closed.wait(60) and not camera.is_open
+    camera.close()  # returns when the callback has
+    tavix.open("7").close()
+
+
+def test_a_callback_may_end_its_watch():
+    known = threading.Event()
+    ended = threading.Event()
+
+    def end(*_):
+        known.wait()
+        watch.end()
+        ended.set()
+
+    watch = tavix.watch(end)
+    known.set()
+    assert ended.wait(60)
 
 
 def test_a_camera_that_is_not_waited_for_is_removed(camera):

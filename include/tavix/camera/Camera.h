@@ -38,7 +38,8 @@ public:
     static Camera Open(const CameraInfo& info);
     Camera(Camera&&) noexcept;
     Camera& operator=(Camera&&) noexcept;
-    /// Ends streams and callbacks, and waits for callbacks that run. Images live on.
+    /// Ends streams and callbacks, and waits for callbacks that run. Images live on. Called from a callback on an
+    /// event, a removal or a change, gives the camera back when that returns.
     ~Camera();
 
     /// As the destructor. Closing twice is harmless.

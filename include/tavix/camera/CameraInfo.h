@@ -40,8 +40,8 @@ TAVIX_CAMERA_API std::vector<CameraInfo> Cameras();
 /// Thread-safe.
 TAVIX_CAMERA_API CameraInfo FindCamera(const std::string& name);
 
-/// Tells of cameras that come and go, for as long as it lives. The destructor waits for a callback that runs.
-/// Thread-safe.
+/// Tells of cameras that come and go, for as long as it lives. The destructor waits for a callback that runs, except
+/// when called from it: then it is the last one. Thread-safe.
 class TAVIX_CAMERA_API CameraWatch {
 public:
     /// `callback(info, true)` for an arrival, `callback(info, false)` for a departure, one after the other on a thread

@@ -8,6 +8,7 @@
 #include <GenApi/NodeCallback.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tavix::detail {
 
@@ -33,13 +34,14 @@ CameraCore::~CameraCore() {
 void CameraCore::Close() {
     std::shared_ptr<Acquisition> stream;
     std::vector<Watcher> watchers;
+    bool isAgain;
     {
         const MutexLock guard(m_Mutex);
-        if (m_IsClosed) return;
-        m_IsClosed = true;
-        stream = m_Stream.lock();
+        isAgain = std::exchange(m_IsClosed, true);
+        if (!isAgain) stream = m_Stream.lock();
         watchers.swap(m_Watchers);
     }
+    if (isAgain) return m_Events.Stop(); // which a callback that has closed the camera cannot wait for
     if (stream) stream->Shutdown();
     m_Events.Stop();
     for (const Watcher& watcher : watchers)

@@ -5,6 +5,7 @@
 #include <tavix/camera/CameraInfo.h>
 
 #include <algorithm>
+#include <memory>
 #include <thread>
 #include <utility>
 
@@ -19,20 +20,14 @@ bool Holds(const std::vector<CameraInfo>& cameras, const CameraInfo& camera) {
     });
 }
 
-} // namespace
-
-struct TAVIX_HIDDEN CameraWatch::Impl {
+/// Belongs to the thread too, whose callback may destroy the watch.
+struct Lookout {
     detail::GuardedCallback<const CameraInfo&, bool> callback;
     const WaitObjectEx stop = WaitObjectEx::Create(/*manualReset=*/true);
     std::vector<CameraInfo> known; // of the thread
-    std::thread thread;            // last, since it uses all of it
 
-    Impl(std::function<void(const CameraInfo&, bool)> function, std::vector<CameraInfo> toldBefore)
-        : callback(std::move(function)), known(std::move(toldBefore)), thread([this] { Run(); }) {}
-    ~Impl() {
-        stop.Signal();
-        thread.join();
-    }
+    Lookout(std::function<void(const CameraInfo&, bool)> function, std::vector<CameraInfo> toldBefore)
+        : callback(std::move(function)), known(std::move(toldBefore)) {}
 
     void Run() {
         do {
@@ -48,6 +43,25 @@ struct TAVIX_HIDDEN CameraWatch::Impl {
         for (const CameraInfo& camera : known) {
             if (!Holds(before, camera)) callback.Call(camera, true);
         }
+    }
+};
+
+} // namespace
+
+struct TAVIX_HIDDEN CameraWatch::Impl {
+    const std::shared_ptr<Lookout> lookout;
+    std::thread thread;
+
+    Impl(std::function<void(const CameraInfo&, bool)> function, std::vector<CameraInfo> toldBefore)
+        : lookout(std::make_shared<Lookout>(std::move(function), std::move(toldBefore))),
+          thread([lookout = lookout] { lookout->Run(); }) {}
+    ~Impl() {
+        lookout->stop.Signal();
+        lookout->callback.End();
+        if (thread.get_id() == std::this_thread::get_id())
+            thread.detach(); // ends when the callback that runs returns
+        else
+            thread.join();
     }
 };
 

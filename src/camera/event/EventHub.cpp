@@ -7,31 +7,22 @@ constexpr char kAllEvents[] = "";
 
 } // namespace
 
-std::shared_ptr<EventHub::List> EventHub::ListOf(const std::string& event) {
+std::shared_ptr<EventHub::List> EventHub::Directory::ListOf(const std::string& event) {
     const MutexLock guard(m_Mutex);
     std::shared_ptr<List>& list = m_Lists[event];
     if (!list) list = std::make_shared<List>();
     return list;
 }
 
-EventPump& EventHub::PumpOf(const std::shared_ptr<OpenDevice>& device) {
-    if (!m_Pump) m_Pump = std::make_unique<EventPump>(device, [this](const CameraEvent& event) { Tell(event); });
-    return *m_Pump;
+std::vector<std::string> EventHub::Directory::Events() const {
+    std::vector<std::string> events;
+    const MutexLock guard(m_Mutex);
+    for (const auto& [name, list] : m_Lists)
+        events.push_back(name);
+    return events;
 }
 
-Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std::string& event,
-                           std::function<void(const CameraEvent&)> callback) {
-    const MutexLock guard(m_Starting);
-    try {
-        EventPump& pump = PumpOf(device);
-        pump.SwitchOn(event); // NotFound before the callback is known
-        return ListOf(event)->Add(std::move(callback));
-    } catch (const GenICam::GenericException&) {
-        RethrowAsError("cannot receive events of " + device->Name() + ": ");
-    }
-}
-
-void EventHub::CallOf(const std::string& list, const CameraEvent& event) {
+void EventHub::Directory::CallOf(const std::string& list, const CameraEvent& event) {
     std::shared_ptr<List> callbacks;
     {
         const MutexLock guard(m_Mutex);
@@ -41,27 +32,44 @@ void EventHub::CallOf(const std::string& list, const CameraEvent& event) {
     if (callbacks) callbacks->Call(event);
 }
 
-void EventHub::Tell(const CameraEvent& event) {
+void EventHub::Directory::Tell(const CameraEvent& event) {
     if (!event.name.empty()) CallOf(event.name, event);
     CallOf(kAllEvents, event);
 }
 
+EventPump& EventHub::PumpOf(const std::shared_ptr<OpenDevice>& device) {
+    if (!m_Pump)
+        m_Pump = EventPump::Start(device, [told = m_Directory](const CameraEvent& event) { told->Tell(event); });
+    return *m_Pump;
+}
+
+Subscription EventHub::Add(const std::shared_ptr<OpenDevice>& device, const std::string& event,
+                           std::function<void(const CameraEvent&)> callback) {
+    const MutexLock guard(m_Starting);
+    try {
+        EventPump& pump = PumpOf(device);
+        pump.SwitchOn(event); // NotFound before the callback is known
+        return m_Directory->ListOf(event)->Add(std::move(callback));
+    } catch (const GenICam::GenericException&) {
+        RethrowAsError("cannot receive events of " + device->Name() + ": ");
+    }
+}
+
 void EventHub::Stop() {
-    std::unique_ptr<EventPump> pump;
+    std::shared_ptr<EventPump> pump, leaving;
     {
         const MutexLock guard(m_Starting);
         pump.swap(m_Pump);
+        if (pump) pump->End();
+        if (pump && pump->IsOnItsThread()) m_Leaving.swap(pump);
+        if (m_Leaving && !m_Leaving->IsOnItsThread()) leaving.swap(m_Leaving);
     }
-    pump.reset(); // unlocked, since a callback that runs may want to add another
+    for (const auto& ending : {pump, leaving}) // unlocked, since a callback that runs may want to add another
+        if (ending) ending->Join();
 }
 
 void EventHub::Restart(const std::shared_ptr<OpenDevice>& device) {
-    std::vector<std::string> events;
-    {
-        const MutexLock guard(m_Mutex);
-        for (const auto& [name, list] : m_Lists)
-            events.push_back(name);
-    }
+    const std::vector<std::string> events = m_Directory->Events();
     if (events.empty()) return;
     const MutexLock guard(m_Starting);
     for (const std::string& event : events) {

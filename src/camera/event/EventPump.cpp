@@ -46,17 +46,27 @@ EventPump::EventPump(std::shared_ptr<OpenDevice> device, std::function<void(cons
         m_Grabber->Open();
         m_Adapter = m_Device->Device().CreateEventAdapter();
         RegisterCallbacks(); // after the adapter, whose making touches the nodes of all events
-        m_Thread = std::thread([this] { Run(); });
     } catch (...) {
         Retreat();
         throw;
     }
 }
 
+std::shared_ptr<EventPump> EventPump::Start(std::shared_ptr<OpenDevice> device,
+                                            std::function<void(const CameraEvent&)> listener) {
+    const std::shared_ptr<EventPump> pump(new EventPump(std::move(device), std::move(listener)));
+    try {
+        pump->m_Thread = std::thread([pump] { pump->Run(); });
+    } catch (...) {
+        pump->Retreat();
+        throw;
+    }
+    return pump;
+}
+
+// On its own thread at the end of that where nobody joins it, since one of its callbacks destroyed the camera.
 EventPump::~EventPump() {
-    m_Stop.Signal();
-    m_Thread.join();
-    Retreat();
+    if (m_Thread.joinable()) m_Thread.detach();
 }
 
 void EventPump::Retreat() noexcept {
@@ -133,6 +143,8 @@ void EventPump::Run() noexcept {
         for (unsigned int which = 0; events.WaitForAny(WaitObject::waitForever, &which) && which != 0;)
             Drain();
     });
+    Retreat();
+    m_Device.reset();
 }
 
 void EventPump::Drain() {
@@ -159,6 +171,7 @@ void EventPump::Deliver(const EventResult& message) {
         event.message.assign(message.Buffer(), message.Buffer() + EventResult::kBufferSize);
         if (event.name.empty()) event.arrival = std::chrono::steady_clock::now();
         m_Listener(event);
+        if (m_Stop.Wait(0)) return;
     }
 }
 

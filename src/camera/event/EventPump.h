@@ -23,12 +23,13 @@ class IEventGrabber;
 
 namespace Tavix::detail {
 
-/// Runs from its making to its end, which switches the notifications back. Thread-safe.
+/// Runs from Start() to its end, which switches the notifications back and lets the device go. Thread-safe.
 class EventPump {
 public:
     /// `listener` is called on the pump's thread, no lock held. Throws the SDK's exceptions, or Error when the camera
     /// has no event channel.
-    EventPump(std::shared_ptr<OpenDevice> device, std::function<void(const CameraEvent&)> listener);
+    static std::shared_ptr<EventPump> Start(std::shared_ptr<OpenDevice> device,
+                                            std::function<void(const CameraEvent&)> listener);
     ~EventPump();
     EventPump(const EventPump&) = delete;
     EventPump& operator=(const EventPump&) = delete;
@@ -37,12 +38,20 @@ public:
     /// event.
     void SwitchOn(const std::string& event);
 
+    /// Whether the caller is one of its callbacks.
+    bool IsOnItsThread() const { return m_Thread.get_id() == std::this_thread::get_id(); }
+    /// It ends as soon as the callback that runs now has returned, and must not be asked for anything more.
+    void End() { m_Stop.Signal(); }
+    /// Waits for its end. Once, and not on its own thread.
+    void Join() { m_Thread.join(); }
+
 private:
     struct Notification {
         std::string event;
         std::string before; ///< what it was
     };
 
+    EventPump(std::shared_ptr<OpenDevice> device, std::function<void(const CameraEvent&)> listener);
     void RequireEvent(const std::string& event) const;
     void RegisterCallbacks();
     void Retreat() noexcept;
@@ -52,7 +61,7 @@ private:
     void Collect(GenApi::INode& node);
     std::string EventOf(const std::string& feature) const;
 
-    const std::shared_ptr<OpenDevice> m_Device;
+    std::shared_ptr<OpenDevice> m_Device; // of the thread alone once it ends
     const std::function<void(const CameraEvent&)> m_Listener;
     std::vector<std::string> m_EventNames; // constant after construction
     IEventGrabber* m_Grabber = nullptr;    // borrowed from the device

@@ -111,6 +111,7 @@ void Acquisition::StopRun() {
 
 void Acquisition::Shutdown() {
     Cancel();
+    if (m_Reopener.load() == std::this_thread::get_id()) return;
     const MutexLock inside(m_Inside);
     m_IsRunning = false;
     StopRun();

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace Tavix::detail {
 
@@ -52,7 +53,8 @@ public:
     bool IsCancelled() const { return m_IsCancelled; }
     /// False once it has stopped for good.
     bool IsRunning() const { return m_IsRunning; }
-    /// Stops the camera, once nobody is inside Take.
+    /// Stops the camera, once nobody is inside Take. Called from there, by a callback on the camera's return, only
+    /// cancels: Take comes back by itself.
     void Shutdown();
     GrabCounts Counts() const { return m_Counters.Read(); }
     std::string FirstDefect() const { return m_Counters.FirstDefect(); }
@@ -87,6 +89,8 @@ private:
     void Lose() TAVIX_REQUIRES(m_Inside);
     /// Of a camera that has gone: false when nothing that it sent before is still to come.
     bool AwaitRest() const TAVIX_REQUIRES(m_Inside);
+    /// What CameraCore::TryReopen returns, whose callbacks may cancel.
+    bool Reopen();
     /// One try to have the camera back. Removed when the time for it is over.
     void SeekCamera(const Deadline& deadline) TAVIX_REQUIRES(m_Inside);
     const Removal& GetRemoval() const TAVIX_REQUIRES(m_Inside) { return m_Run->session.Device()->GetRemoval(); }
@@ -95,6 +99,7 @@ private:
     const GrabOptions m_Options;
     const WaitObjectEx m_Alarm = WaitObjectEx::Create(/*manualReset=*/true);
     std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
+    std::atomic<std::thread::id> m_Reopener{}; // who is inside Reopen; a thread compares it with itself
     StreamCounters m_Counters;
 
     std::function<void(Image)> m_Receiver; // constant once started; may be empty

@@ -14,9 +14,19 @@ constexpr std::chrono::milliseconds kSeekStep{100};
 
 } // namespace
 
+bool Acquisition::Reopen() {
+    struct Mark {
+        std::atomic<std::thread::id>& id;
+        explicit Mark(std::atomic<std::thread::id>& place) : id(place) { id = std::this_thread::get_id(); }
+        ~Mark() { id = std::thread::id(); }
+    };
+    const Mark mark(m_Reopener);
+    return m_Core->TryReopen();
+}
+
 void Acquisition::SeekCamera(const Deadline& deadline) {
     try {
-        if (m_Core->TryReopen()) {
+        if (Reopen()) {
             StartRun(m_AwaySince);
             m_IsAway = false;
             ++m_Counters.reconnects;
