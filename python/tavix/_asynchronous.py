@@ -8,12 +8,14 @@ from ._tavix import Timeout
 class AsyncStream:
     """A running stream for `async for` and `async with`.
 
-    It ends at once when the task that waits for an image is cancelled; otherwise with its last reference, with aclose(),
-    or when the camera is closed. Timeout, which the option `timeout` sets, ends nothing.
+    It ends at once when a task that waits for an image is cancelled; otherwise with its last reference, with aclose(),
+    or when the camera is closed. Timeout, which the option `timeout` sets, ends nothing. Tasks may share it: each image
+    goes to one of them.
     """
 
     def __init__(self, feed):
         self._feed = feed
+        self._waiting = {}  # by event loop, the futures of the tasks that wait in it
 
     def __aiter__(self):
         return self
@@ -40,13 +42,18 @@ class AsyncStream:
         ready = loop.create_future()
         silence = self._feed.silence
         limit = None if silence is None else loop.call_later(silence, _give_up, ready, silence)
-        loop.add_reader(self._feed.fileno(), _wake, ready)
+        waiting = self._waiting.setdefault(loop, [])
+        waiting.append(ready)
+        loop.add_reader(self._feed.fileno(), _wake, waiting)
         try:
             await ready
         finally:
-            loop.remove_reader(self._feed.fileno())
             if limit:
                 limit.cancel()
+            waiting.remove(ready)
+            if not waiting:
+                del self._waiting[loop]
+                loop.remove_reader(self._feed.fileno())
 
     async def __aenter__(self):
         return self
@@ -68,9 +75,10 @@ class AsyncStream:
         return self._feed.counts
 
 
-def _wake(ready):
-    if not ready.done():
-        ready.set_result(None)
+def _wake(waiting):
+    for ready in waiting:
+        if not ready.done():
+            ready.set_result(None)
 
 
 def _give_up(ready, silence):

@@ -111,6 +111,32 @@ def test_two_cameras_at_once(camera):
     assert asyncio.run(both()) == [5, 5]
 
 
+def test_tasks_share_a_stream_and_each_image_comes_once(camera):
+    async def share():
+        stream = camera.stream(30)
+
+        async def take():
+            return [image.number async for image in stream]
+
+        return await asyncio.gather(take(), take(), take())
+
+    assert sorted(number for numbers in asyncio.run(share()) for number in numbers) == list(range(30))
+
+
+def test_callbacks_may_close_the_stream_and_the_camera(camera):
+    async def grab(end):
+        with tavix.open("7") as opened:
+            async with opened.stream(reconnect=None) as stream:
+                opened.on_removal(lambda is_back: is_back and end(opened, stream))
+                await anext(stream)
+                opened.DeviceReset()
+                return [image async for image in stream]
+
+    camera.close()
+    for end in (lambda opened, stream: stream.close(), lambda opened, stream: opened.close()):
+        asyncio.run(grab(end))
+
+
 def test_options_are_those_of_grab(camera):
     with pytest.raises(TypeError, match="bufers"):
         camera.stream(bufers=2)
