@@ -18,6 +18,10 @@ TAVIX_CORE_API void SignalWaitObject(_WaitObjectPosix_t& state) noexcept;
 TAVIX_CORE_API void ResetWaitObject(_WaitObjectPosix_t& state) noexcept;
 TAVIX_CORE_API void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept;
 TAVIX_CORE_API void LowerWaitObject(_WaitObjectPosix_t& state) noexcept;
+/// Raises it for whoever asks or polls; true when those who sleep are still to be woken: by WakeWaitObject, once the
+/// caller has given back the locks that they will want.
+[[nodiscard]] TAVIX_CORE_API bool RaiseWaitObjectQuietly(_WaitObjectPosix_t& state) noexcept;
+TAVIX_CORE_API void WakeWaitObject(_WaitObjectPosix_t& state) noexcept;
 
 /// Something to wait for. Copies share one state. It is signalled by a pulse, by a level, or by both.
 /// A pulse is what Signal() gives: with automatic reset a signal is consumed by exactly one successful wait, and

@@ -47,43 +47,79 @@ void _WaitObjectPosix_t::Read() noexcept {
 }
 
 /// The descriptor follows what is held; only a change of both together costs a call of the system.
-void _WaitObjectPosix_t::Hold(bool pulse, bool level) noexcept {
+bool _WaitObjectPosix_t::Hold(bool pulse, bool level) noexcept {
     const bool was = m_HasPulse || m_IsRaised, is = pulse || level;
     m_HasPulse = pulse;
     m_IsRaised = level;
-    if (is != was) is ? Write() : Read();
+    if (is != was && m_IsWatched) is ? Write() : Read();
+    return is && !was;
+}
+
+/// Without the lock, which the woken would run into.
+void _WaitObjectPosix_t::Wake() noexcept {
+    m_Signalled.notify_all();
 }
 
 void _WaitObjectPosix_t::Signal() noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    Hold(/*pulse=*/true, m_IsRaised);
+    {
+        const MutexLock lock(m_Lock);
+        if (!Hold(/*pulse=*/true, m_IsRaised)) return;
+    }
+    Wake();
 }
 
 void _WaitObjectPosix_t::Reset() noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    Hold(/*pulse=*/false, m_IsRaised);
+    const MutexLock lock(m_Lock);
+    (void)Hold(/*pulse=*/false, m_IsRaised);
 }
 
-void _WaitObjectPosix_t::Raise() noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    Hold(m_HasPulse, /*level=*/true);
+bool _WaitObjectPosix_t::Raise() noexcept {
+    const MutexLock lock(m_Lock);
+    return Hold(m_HasPulse, /*level=*/true);
 }
 
 void _WaitObjectPosix_t::Lower() noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
-    Hold(m_HasPulse, /*level=*/false);
+    const MutexLock lock(m_Lock);
+    (void)Hold(m_HasPulse, /*level=*/false);
 }
 
-Taken _WaitObjectPosix_t::TryConsume() noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+Taken _WaitObjectPosix_t::Consume() noexcept {
     if (!m_HasPulse || (m_ManualReset && m_IsRaised)) return m_IsRaised ? Taken::Level : Taken::Nothing;
-    if (!m_ManualReset) Hold(/*pulse=*/false, m_IsRaised);
+    if (!m_ManualReset) (void)Hold(/*pulse=*/false, m_IsRaised);
     return Taken::Pulse;
 }
 
+Taken _WaitObjectPosix_t::TryConsume() noexcept {
+    const MutexLock lock(m_Lock);
+    return Consume();
+}
+
 bool _WaitObjectPosix_t::IsSignalled() const noexcept {
-    const std::lock_guard<std::mutex> lock(m_Lock);
+    const MutexLock lock(m_Lock);
     return m_HasPulse || m_IsRaised;
+}
+
+int _WaitObjectPosix_t::Watch() noexcept {
+    const MutexLock lock(m_Lock);
+    if (!m_IsWatched && (m_HasPulse || m_IsRaised)) Write();
+    m_IsWatched = true;
+    return m_Fd;
+}
+
+bool _WaitObjectPosix_t::Wait(unsigned int timeoutMs) {
+    MutexLock lock(m_Lock);
+    if (Consume() != Taken::Nothing) return true;
+    if (timeoutMs == 0) return false;
+    if (timeoutMs == WaitObject::waitForever) {
+        do
+            lock.Wait(m_Signalled);
+        while (Consume() == Taken::Nothing);
+        return true;
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (lock.WaitUntil(m_Signalled, end))
+        if (Consume() != Taken::Nothing) return true;
+    return Consume() != Taken::Nothing; // it may have come with the end of the time
 }
 
 Deadline::Deadline(unsigned int timeoutMs) {
@@ -113,7 +149,15 @@ void ResetWaitObject(_WaitObjectPosix_t& state) noexcept {
 }
 
 void RaiseWaitObject(_WaitObjectPosix_t& state) noexcept {
-    state.Raise();
+    if (state.Raise()) state.Wake();
+}
+
+bool RaiseWaitObjectQuietly(_WaitObjectPosix_t& state) noexcept {
+    return state.Raise();
+}
+
+void WakeWaitObject(_WaitObjectPosix_t& state) noexcept {
+    state.Wake();
 }
 
 void LowerWaitObject(_WaitObjectPosix_t& state) noexcept {
@@ -121,19 +165,11 @@ void LowerWaitObject(_WaitObjectPosix_t& state) noexcept {
 }
 
 bool WaitObject::Wait(unsigned int timeoutMs) const {
-    if (!m_State) return false;
-    if (m_State->TryConsume() != Taken::Nothing) return true;
-    if (timeoutMs == 0) return false;
-    const Deadline deadline(timeoutMs);
-    pollfd descriptor{m_State->m_Fd, POLLIN, 0};
-    while (deadline.Poll(&descriptor, 1)) {
-        if (m_State->TryConsume() != Taken::Nothing) return true;
-    }
-    return false;
+    return m_State && m_State->Wait(timeoutMs);
 }
 
 int WaitObject::GetFd() const {
-    return m_State ? m_State->m_Fd : -1;
+    return m_State ? m_State->Watch() : -1;
 }
 
 void WaitObject::Sleep(unsigned int ms) {
@@ -153,7 +189,7 @@ void WaitObjectEx::Reset() const noexcept {
 }
 
 void WaitObjectEx::Raise() const noexcept {
-    if (m_State) m_State->Raise();
+    if (m_State) RaiseWaitObject(*m_State);
 }
 
 void WaitObjectEx::Lower() const noexcept {

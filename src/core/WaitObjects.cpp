@@ -19,7 +19,7 @@ States DistinctStates(const std::vector<WaitObject>& objects) {
 
 bool WaitUntilEachWasSignalled(const States& states, const Deadline& deadline) {
     for (_WaitObjectPosix_t* state : states) {
-        pollfd descriptor{state->m_Fd, POLLIN, 0};
+        pollfd descriptor{state->Watch(), POLLIN, 0};
         if (!deadline.Poll(&descriptor, 1)) return false;
     }
     return true;

@@ -1,10 +1,11 @@
 #pragma once
-// The state behind a wait object, and one eventfd: non-zero counter = signalled, by a pulse or by the level.
+// The state behind a wait object, and an eventfd for those who poll: non-zero counter = signalled.
 
+#include "core/Mutex.h"
 #include "core/WaitObject.h"
 
 #include <chrono>
-#include <mutex>
+#include <condition_variable>
 #include <optional>
 
 #include <poll.h>
@@ -14,8 +15,9 @@ namespace Tavix {
 // What a wait took: of the level it takes nothing.
 enum class Taken { Nothing, Pulse, Level };
 
-// What is held is known here, and the descriptor only shows it to those who poll: it is readable while there is a pulse
-// or a level, which changes with the lock held. So nobody asks the system what he can know.
+// What is held is known here. Who waits for one object sleeps on a condition; the descriptor shows the same to those
+// who poll: from the moment that somebody asks for it, it is readable while there is a pulse or a level, which changes
+// with the lock held. An object whose descriptor nobody has asked for calls no system but to sleep and to wake.
 // thread-safe
 struct _WaitObjectPosix_t : std::enable_shared_from_this<_WaitObjectPosix_t> {
     explicit _WaitObjectPosix_t(bool manualReset);
@@ -25,24 +27,33 @@ struct _WaitObjectPosix_t : std::enable_shared_from_this<_WaitObjectPosix_t> {
 
     void Signal() noexcept;
     void Reset() noexcept;
-    void Raise() noexcept;
+    // True when it was not signalled before: whoever waits is to be woken.
+    [[nodiscard]] bool Raise() noexcept;
     void Lower() noexcept;
+    void Wake() noexcept;
+    bool Wait(unsigned int timeoutMs);
+    // The descriptor, which tells the truth from here on.
+    int Watch() noexcept;
     // Takes the pulse with automatic reset, looks at it with manual reset.
     Taken TryConsume() noexcept;
     bool IsSignalled() const noexcept;
 
     // constant after construction
     const bool m_ManualReset;
-    const int m_Fd;
 
 private:
     void Write() noexcept;
     void Read() noexcept;
-    void Hold(bool pulse, bool level) noexcept; // with m_Lock held
+    // True when it became signalled.
+    bool Hold(bool pulse, bool level) noexcept TAVIX_REQUIRES(m_Lock);
+    Taken Consume() noexcept TAVIX_REQUIRES(m_Lock);
 
-    mutable std::mutex m_Lock;
-    bool m_IsRaised = false; // guarded by m_Lock
-    bool m_HasPulse = false; // guarded by m_Lock
+    const int m_Fd;
+    mutable Mutex m_Lock;
+    std::condition_variable m_Signalled;
+    bool m_IsWatched TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_IsRaised TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_HasPulse TAVIX_GUARDED_BY(m_Lock) = false;
 };
 
 // The end of a wait, fixed when it begins, so that a wait that starts over doesn't get longer.

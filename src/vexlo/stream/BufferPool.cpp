@@ -16,11 +16,12 @@ CVxStream::GrabResult EmptyResult(VxStatus status) {
 }
 
 void BufferPool::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+    Alarm alarm;
     Guard guard(m_Mutex);
     if (m_WaitObject && m_WaitObject != waitObject) Tavix::LowerWaitObject(*m_WaitObject);
     m_WaitObject = std::move(waitObject);
     m_IsRaised = !IsReadyLocked(); // its owner may have raised or lowered it meanwhile
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
 }
 
 /// What a listener takes is nothing to wait for, and telling of it would cost system calls.
@@ -28,18 +29,19 @@ bool BufferPool::IsReadyLocked() const {
     return !m_Completed.IsEmpty() && !m_Listener;
 }
 
-void BufferPool::UpdateWaitObjectLocked() {
+void BufferPool::UpdateWaitObjectLocked(Alarm& alarm) {
     const bool isReady = IsReadyLocked();
     if (!m_WaitObject || isReady == m_IsRaised) return;
     m_IsRaised = isReady;
-    isReady ? Tavix::RaiseWaitObject(*m_WaitObject) : Tavix::LowerWaitObject(*m_WaitObject);
+    isReady ? alarm.Raise(m_WaitObject) : Tavix::LowerWaitObject(*m_WaitObject);
 }
 
 void BufferPool::SetListener(std::function<void()> listener) {
+    Alarm alarm;
     Guard guard(m_Mutex);
     m_Listener = std::move(listener);
     m_HasNews = m_Listener && !m_Completed.IsEmpty();
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
 }
 
 void BufferPool::TellListener() {
@@ -70,9 +72,10 @@ void BufferPool::Start(Waker waker) {
 }
 
 void BufferPool::Stop(VxStatus status) {
+    Alarm alarm;
     Guard guard(m_Mutex);
     m_Waker = nullptr;
-    CompleteQueuedLocked(status);
+    CompleteQueuedLocked(status, alarm);
 }
 
 BufferList BufferPool::Refuse(VxStatus status) {
@@ -84,11 +87,12 @@ BufferList BufferPool::Refuse(VxStatus status) {
 }
 
 void BufferPool::Clear() {
+    Alarm alarm;
     Guard guard(m_Mutex);
     m_Queued.Forget();
     m_Completed.Forget();
     m_Buffers.clear();
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
 }
 
 BufferHandle_s* BufferPool::Find(BufferHandle_s* handle) const {
@@ -124,13 +128,14 @@ bool BufferPool::Uses(const void* data, std::size_t size) const {
 }
 
 VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
+    Alarm alarm;
     Guard guard(m_Mutex);
     BufferHandle_s* buffer = Find(handle);
     if (!buffer) return VX_E_INVALID_HANDLE;
     if (buffer->state == State::Queued || buffer->state == State::Bound) return VX_E_BUFFER_QUEUED;
     // A result that nobody took goes with its buffer: its handle would mean nothing any more.
     if (buffer->state == State::Completed) m_Completed.Remove(*buffer);
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
     if (data) *data = buffer->data;
     m_Buffers.erase(handle);
     return VX_OK;
@@ -156,6 +161,7 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
 
 VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
     if (!result) return VX_E_INVALID_PARAMETER;
+    Alarm alarm;
     Guard guard(m_Mutex);
     BufferHandle_s* const buffer = m_Completed.TakeFirst();
     if (!buffer) {
@@ -165,7 +171,7 @@ VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left
     *result = buffer->result;
     buffer->state = State::Idle;
     if (left) *left = m_Completed.Size();
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
     return VX_OK;
 }
 
@@ -188,11 +194,12 @@ void BufferPool::PutBack(BufferList buffers) {
 }
 
 void BufferPool::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
+    Alarm alarm;
     Guard guard(m_Mutex);
-    CompleteLocked(buffer, result);
+    CompleteLocked(buffer, result, alarm);
 }
 
-void BufferPool::CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
+void BufferPool::CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result, Alarm& alarm) {
     buffer->state = State::Completed;
     buffer->result = result;
     buffer->result.Handle = buffer;
@@ -200,17 +207,18 @@ void BufferPool::CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabRes
     buffer->result.Context = buffer->context;
     m_Completed.Append(*buffer);
     if (m_Listener) m_HasNews = true;
-    UpdateWaitObjectLocked();
+    UpdateWaitObjectLocked(alarm);
 }
 
 void BufferPool::CompleteQueued(VxStatus status) {
+    Alarm alarm;
     Guard guard(m_Mutex);
-    CompleteQueuedLocked(status);
+    CompleteQueuedLocked(status, alarm);
 }
 
-void BufferPool::CompleteQueuedLocked(VxStatus status) {
+void BufferPool::CompleteQueuedLocked(VxStatus status, Alarm& alarm) {
     while (BufferHandle_s* buffer = m_Queued.TakeFirst())
-        CompleteLocked(buffer, EmptyResult(status));
+        CompleteLocked(buffer, EmptyResult(status), alarm);
 }
 
 } // namespace vexlo

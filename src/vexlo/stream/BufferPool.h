@@ -60,10 +60,30 @@ public:
     void CompleteQueued(VxStatus status);
 
 private:
+    /// Who sleeps on the wait object is woken when this dies. It stands before the guard of the lock that they want
+    /// next.
+    class Alarm {
+    public:
+        Alarm() = default;
+        ~Alarm() {
+            if (m_WaitObject) Tavix::WakeWaitObject(*m_WaitObject);
+        }
+        Alarm(const Alarm&) = delete;
+        Alarm& operator=(const Alarm&) = delete;
+
+        void Raise(const std::shared_ptr<Tavix::_WaitObjectPosix_t>& waitObject) {
+            if (Tavix::RaiseWaitObjectQuietly(*waitObject)) m_WaitObject = waitObject;
+        }
+
+    private:
+        std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject; // null when nobody has to be woken
+    };
+
     bool IsReadyLocked() const TAVIX_REQUIRES(m_Mutex);
-    void UpdateWaitObjectLocked() TAVIX_REQUIRES(m_Mutex);
-    void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
-    void CompleteQueuedLocked(VxStatus status) TAVIX_REQUIRES(m_Mutex);
+    void UpdateWaitObjectLocked(Alarm& alarm) TAVIX_REQUIRES(m_Mutex);
+    void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result, Alarm& alarm)
+        TAVIX_REQUIRES(m_Mutex);
+    void CompleteQueuedLocked(VxStatus status, Alarm& alarm) TAVIX_REQUIRES(m_Mutex);
     BufferHandle_s* Find(BufferHandle_s* handle) const TAVIX_REQUIRES(m_Mutex);
 
     mutable Mutex m_Mutex;
