@@ -1,5 +1,7 @@
 #include "python/Errors.h"
 
+#include "python/values/Values.h"
+
 #include <tavix/camera/Error.h>
 
 #include <new>
@@ -28,8 +30,8 @@ PyObject* Make(py::module_& module, const char* name, const char* doc, const py:
 }
 
 void Raise(PyObject* type, const Tavix::Error& error, const py::list& suggestions) {
-    const py::object exception = py::reinterpret_borrow<py::object>(type)(error.what());
-    exception.attr("feature") = error.FeatureName();
+    const py::object exception = py::reinterpret_borrow<py::object>(type)(ToText(error.what()));
+    exception.attr("feature") = ToText(error.FeatureName());
     exception.attr("suggestions") = suggestions;
     PyErr_SetObject(type, exception.ptr());
 }
@@ -37,7 +39,7 @@ void Raise(PyObject* type, const Tavix::Error& error, const py::list& suggestion
 py::list SuggestionsOf(const Tavix::NotFound& error) {
     py::list list;
     for (const std::string& name : error.Suggestions())
-        list.append(name);
+        list.append(ToText(name));
     return list;
 }
 

@@ -57,14 +57,15 @@ public:
         }
         if (m_Thread.get_id() == std::this_thread::get_id()) return;
         m_Thread.join();
+        m_LastCounts.emplace(m_Stream->Counts());
         m_Stream.reset();
     }
 
-    auto Counts() const {
+    /// Those of its end once closed.
+    CountsOf<Source> Counts() const {
         const WithoutLock unlocked;
         const std::lock_guard closing(m_Closing);
-        if (!m_Stream) throw Tavix::StateError("the stream is closed");
-        return m_Stream->Counts();
+        return m_Stream ? m_Stream->Counts() : *m_LastCounts;
     }
 
 private:
@@ -96,7 +97,8 @@ private:
     Wake m_Wake;
     mutable std::mutex m_Closing;
     std::optional<Source> m_Stream; // guarded by m_Closing, besides the thread's
-    mutable std::mutex m_Guard;     // of all below, never held for long
+    std::optional<CountsOf<Source>> m_LastCounts;
+    mutable std::mutex m_Guard; // of all below, never held for long
     std::condition_variable m_Changed;
     std::optional<Item> m_Item;
     std::exception_ptr m_Error;

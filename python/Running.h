@@ -14,6 +14,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <type_traits>
 #include <utility>
 
 namespace tavixpython {
@@ -31,6 +32,9 @@ struct Started {
     Source stream;
     std::chrono::milliseconds silence;
 };
+
+template<class Source>
+using CountsOf = std::decay_t<decltype(std::declval<const Source&>().Counts())>;
 
 Tavix::Timeout NothingCame(std::chrono::milliseconds time);
 
@@ -81,6 +85,7 @@ public:
         {
             const std::lock_guard lock(m_Guard);
             stream.swap(m_Stream);
+            if (stream) m_LastCounts.emplace(stream->Counts());
         }
         if (!stream) return;
         stream->Cancel();
@@ -89,7 +94,12 @@ public:
         stream.reset();
     }
 
-    auto Counts() const { return Checked()->Counts(); }
+    /// Those of its end once closed.
+    CountsOf<Source> Counts() const {
+        const WithoutLock unlocked;
+        const std::lock_guard lock(m_Guard);
+        return m_Stream ? m_Stream->Counts() : *m_LastCounts;
+    }
 
 private:
     /// Says which thread takes, while it does.
@@ -115,8 +125,9 @@ private:
     }
 
     const std::chrono::milliseconds m_Silence;
-    mutable std::mutex m_Guard;             // of the pointer, never held for long
-    std::shared_ptr<Source> m_Stream;       // null once closed
+    mutable std::mutex m_Guard;       // of the pointer, never held for long
+    std::shared_ptr<Source> m_Stream; // null once closed
+    std::optional<CountsOf<Source>> m_LastCounts;
     std::mutex m_Turn;                      // of who takes the next image
     std::atomic<std::thread::id> m_Taker{}; // who has it; a thread compares it with itself
 };

@@ -10,8 +10,8 @@
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
 
+#include <array>
 #include <filesystem>
-#include <tuple>
 
 namespace py = pybind11;
 
@@ -103,36 +103,50 @@ Tavix::HostTime ToHostTime(Door& door, std::uint64_t cameraTime) {
     return Errand([camera = door.shared, cameraTime] { return camera->ToHostTime(cameraTime); });
 }
 
-using Refused = std::vector<std::tuple<std::string, std::string, std::string>>;
+template<std::size_t Columns>
+using Rows = std::vector<std::array<std::string, Columns>>;
 
-std::vector<std::pair<std::string, std::string>> SaveSettings(Door& door, const std::filesystem::path& path) {
-    return Errand([camera = door.shared, path] {
+/// A list of tuples.
+template<std::size_t Columns>
+py::list ToList(const Rows<Columns>& rows) {
+    py::list list;
+    for (const auto& row : rows) {
+        py::tuple made(Columns);
+        for (std::size_t i = 0; i < Columns; ++i)
+            made[i] = ToText(row[i]);
+        list.append(made);
+    }
+    return list;
+}
+
+py::list SaveSettings(Door& door, const std::filesystem::path& path) {
+    return ToList(Errand([camera = door.shared, path] {
         std::vector<Tavix::RefusedSetting> unread;
         camera->ReadSettings(&unread).Save(path.string());
-        std::vector<std::pair<std::string, std::string>> told;
+        Rows<2> told;
         for (const Tavix::RefusedSetting& one : unread)
-            told.emplace_back(one.name, one.reason);
+            told.push_back({one.name, one.reason});
         return told;
-    });
+    }));
 }
 
-Refused LoadSettings(Door& door, const std::filesystem::path& path) {
-    return Errand([camera = door.shared, path] {
-        Refused refused;
+py::list LoadSettings(Door& door, const std::filesystem::path& path) {
+    return ToList(Errand([camera = door.shared, path] {
+        Rows<3> refused;
         for (const Tavix::RefusedSetting& one : camera->Apply(Tavix::Settings::FromFile(path.string())))
-            refused.emplace_back(one.name, one.value, one.reason);
+            refused.push_back({one.name, one.value, one.reason});
         return refused;
-    });
+    }));
 }
 
-Refused CompareSettings(Door& door, const std::filesystem::path& path) {
-    return Errand([camera = door.shared, path] {
+py::list CompareSettings(Door& door, const std::filesystem::path& path) {
+    return ToList(Errand([camera = door.shared, path] {
         const Tavix::Settings file = Tavix::Settings::FromFile(path.string());
-        Refused different;
+        Rows<3> different;
         for (const Tavix::SettingDifference& one : camera->ReadSettings().Compare(file))
-            different.emplace_back(one.name, one.left, one.right);
+            different.push_back({one.name, one.left, one.right});
         return different;
-    });
+    }));
 }
 
 void BindFeatures(py::class_<Door, Owned<Door>>& camera) {

@@ -35,6 +35,12 @@ py::object Number(const Feature& feature, std::int64_t (Feature::*whole)() const
     return py::float_(value);
 }
 
+py::object SetNearest(Feature& feature, double value) {
+    const bool isWhole = Unlocked([&] { return feature.Type(); }) == Tavix::FeatureType::Integer;
+    const double written = Unlocked([&] { return feature.SetNearest(value); });
+    return isWhole ? py::object(py::int_(py::float_(written))) : py::object(py::float_(written));
+}
+
 void Execute(const Feature& feature, const py::object& timeout) {
     const milliseconds longest = ToMilliseconds(timeout, Tavix::kCommandTimeout);
     Unlocked([&] { feature.Start(); });
@@ -85,8 +91,9 @@ void BindFeature(py::module_& module) {
         .def_property_readonly("is_setting", &Feature::IsSetting, LockFree(), "Whether save_settings() writes it.")
         .def_property_readonly("children", &Feature::Children, LockFree(),
                                "The features of a category. ValueError for others.")
-        .def("set_nearest", &Feature::SetNearest, py::arg("value"), LockFree(),
-             "Writes the nearest value within the limits and on the increment; returns what was written.")
+        .def("set_nearest", &SetNearest, py::arg("value"),
+             "Writes the nearest value within the limits and on the increment; returns what was written, an int where "
+             "the feature is an integer.")
         .def("execute", &Execute, py::arg("timeout") = py::none(),
              "Executes a command and waits until it is done, 5 s unless told otherwise. Timeout when it is not.")
         .def("__call__", &Execute, py::arg("timeout") = py::none(), "As execute().")

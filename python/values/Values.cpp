@@ -18,6 +18,14 @@ std::vector<std::uint8_t> BytesOf(const py::bytes& bytes) {
     return std::vector<std::uint8_t>(text.begin(), text.end());
 }
 
+// Not every str has a form in UTF-8, and Python says best why.
+std::string TextOf(const py::object& value) {
+    py::ssize_t size = 0;
+    const char* text = PyUnicode_AsUTF8AndSize(value.ptr(), &size);
+    if (!text) throw py::error_already_set();
+    return {text, static_cast<std::size_t>(size)};
+}
+
 /// A number that is larger than any is refused like others beyond the limits.
 void WriteWhole(Tavix::Feature& feature, const py::object& value) {
     const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
@@ -54,7 +62,14 @@ void WriteNumber(Tavix::Feature& feature, const py::object& value) {
 
 } // namespace
 
+py::str ToText(const std::string& text) {
+    PyObject* decoded = PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace");
+    if (!decoded) throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(decoded);
+}
+
 py::object ToPython(const Tavix::Value& value) {
+    if (const auto* text = std::get_if<std::string>(&value.Get())) return ToText(*text);
     return std::visit([](const auto& data) -> py::object { return py::cast(data); }, value.Get());
 }
 
@@ -76,7 +91,7 @@ void Write(Tavix::Feature feature, const py::object& value) {
         const WithoutLock unlocked;
         feature.SetBool(flag);
     } else if (py::isinstance<py::str>(value)) {
-        const auto text = value.cast<std::string>();
+        const std::string text = TextOf(value);
         const WithoutLock unlocked;
         feature.SetText(text);
     } else if (py::isinstance<py::bytes>(value)) {

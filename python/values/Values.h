@@ -9,6 +9,9 @@
 namespace tavixpython {
 
 /// int, float, bool or str.
+/// The text, with a mark for each byte that is not part of well-formed UTF-8: what a camera or a file says may be
+/// anything.
+pybind11::str ToText(const std::string& text);
 pybind11::object ToPython(const Tavix::Value& value);
 /// The same, bytes for a register; a command or category, which has no value, as the feature itself.
 pybind11::object Read(const Tavix::Feature& feature);

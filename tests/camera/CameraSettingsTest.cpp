@@ -40,6 +40,16 @@ TEST(CameraSettings, BringACameraBackToWhatItWas) {
     EXPECT_THAT(camera.ReadSettings().Compare(settings), IsEmpty());
 }
 
+TEST(CameraSettings, AreNotReadFromAFolderOrAnotherKindOfFile) {
+    EXPECT_THAT(ErrorOf<Tavix::Error>([] { Tavix::Settings::FromFile("/tmp"); }), HasSubstr("cannot read /tmp"));
+    const std::string text = "\x7f"
+                             "ELF\xff" +
+                             std::string(1000, '\0');
+    const std::string told = ErrorOf<Tavix::Error>([&] { Tavix::Settings::FromText(text); });
+    EXPECT_THAT(told, HasSubstr("'?ELF???"));
+    EXPECT_LT(told.size(), 200U);
+}
+
 TEST(CameraSettings, TellWhatCouldNotBeRead) {
     VirtualBus bus(R"([{"serial": "7", "faults": {"control": [{"fault": "Status", "value": 32774, "count": 0,
                         "command": 2048, "address": 1056832}]}}])"); // where it keeps the exposure time

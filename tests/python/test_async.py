@@ -85,8 +85,7 @@ def test_a_stream_ends_with_its_block_and_with_its_last_reference(camera):
         camera.Width = 64
         with pytest.raises(StopAsyncIteration):
             await anext(stream)
-        with pytest.raises(tavix.StateError):
-            stream.counts
+        assert stream.counts.delivered >= 1  # still told
 
     asyncio.run(grab())
 

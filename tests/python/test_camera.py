@@ -243,6 +243,34 @@ def test_a_number_of_the_wrong_kind_is_answered_with_the_right_one(camera):
         camera.PixelFormat = b"Mono8"
 
 
+def test_what_was_written_as_the_nearest_value_may_be_written_again(camera):
+    width = camera.feature("Width").set_nearest(33)
+    assert isinstance(width, int) and width % camera.feature("Width").inc == 0
+    camera.Width = width
+    assert camera.feature("ExposureTime").set_nearest(1000) == 1000.0
+
+
+def test_texts_that_are_not_utf_8_are_told_all_the_same(camera, tmp_path):
+    path = tmp_path / "settings.txt"
+    path.write_bytes(b"DeviceUserID\tcaf\xe9\n")
+    assert camera.load_settings(path) == []
+    assert camera.DeviceUserID == camera.feature("DeviceUserID").value == "caf\N{REPLACEMENT CHARACTER}"
+    path.write_bytes(b"PixelFormat\tcaf\xe9\nWeather\xff\t1\n")
+    assert ("PixelFormat", "caf\N{REPLACEMENT CHARACTER}") in [row[:2] for row in camera.load_settings(path)]
+    path.write_bytes(b"\x7fELF\x00\xff" + b"x" * 100000)
+    with pytest.raises(tavix.Error, match=r"ELF\?\?x*\.\.\.' is no setting") as caught:
+        camera.load_settings(path)
+    assert len(str(caught.value)) < 200
+    with pytest.raises(UnicodeEncodeError):
+        camera.DeviceUserID = "\udce9"
+    camera.DeviceUserID = "left"
+
+
+def test_a_folder_is_no_file_of_settings(camera, tmp_path):
+    with pytest.raises(tavix.Error, match="directory"):
+        camera.load_settings(tmp_path)
+
+
 def test_a_subinterpreter_is_refused():
     code = ("import _xxsubinterpreters as interpreters\nimport sys\n"
             "inner = interpreters.create()\n"

@@ -150,6 +150,7 @@ def test_counts_show_what_was_lost(camera):
     with camera.grab(3) as stream:
         list(stream)
         assert repr(stream.counts) == "<tavix.Counts delivered=3>"
+    assert stream.counts.delivered == 3  # and afterwards
     with pytest.raises(tavix.ValueError, match="number of images"):
         camera.grab(-1)
 

@@ -1,4 +1,5 @@
 #include "camera/Failure.h"
+#include "core/Printable.h"
 
 #include <tavix/TlFactory.h>
 #include <tavix/camera/CameraInfo.h>
@@ -102,8 +103,9 @@ CameraInfo FindCamera(const std::string& name) {
     }
     if (fits == 1) return *found;
     if (fits > 1)
-        throw NotFound("'" + name + "' fits " + std::to_string(fits) + " cameras; use the number or the GUID");
-    std::string text = "no camera is called '" + name + "'; there are ";
+        throw NotFound("'" + Printable(name) + "' fits " + std::to_string(fits) +
+                       " cameras; use the number or the GUID");
+    std::string text = "no camera is called '" + Printable(name) + "'; there are ";
     for (std::size_t i = 0; i < others.size(); ++i)
         text += (i > 0 ? ", " : "") + others[i];
     throw NotFound(text, {}, others);

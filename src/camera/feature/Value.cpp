@@ -1,3 +1,5 @@
+#include "core/Printable.h"
+
 #include <tavix/camera/Error.h>
 #include <tavix/camera/Value.h>
 
@@ -7,7 +9,7 @@ namespace Tavix {
 namespace {
 
 [[noreturn]] void ThrowWrongType(const Value& value, const char* wanted) {
-    throw ValueError("'" + value.Text() + "' is no " + wanted);
+    throw ValueError("'" + Printable(value.Text()) + "' is no " + wanted);
 }
 
 } // namespace

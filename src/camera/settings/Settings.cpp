@@ -1,6 +1,7 @@
 #include "camera/Failure.h"
 #include "camera/settings/SettingLines.h"
 #include "core/NewFile.h"
+#include "core/Printable.h"
 
 #include <tavix/camera/Settings.h>
 
@@ -16,6 +17,13 @@ namespace {
 
 [[noreturn]] void ThrowUnreadable(const std::string& path) {
     throw Error("cannot read " + path + ": " + std::strerror(errno));
+}
+
+constexpr std::size_t kMostShown = 80; // of a line that is refused, since another kind of file has lines without end
+
+[[noreturn]] void ThrowNoSetting(const std::string& line) {
+    const std::string shown = Printable(line.substr(0, kMostShown)) + (line.size() > kMostShown ? "..." : "");
+    throw Error("'" + shown + "' is no setting: NAME, a tab and VALUE");
 }
 
 bool IsSelector(const std::string& name) {
@@ -52,7 +60,7 @@ Settings Settings::FromText(const std::string& text) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (line.empty() || line.front() == '#') continue;
         const std::size_t tab = line.find('\t');
-        if (tab == std::string::npos || tab == 0) throw Error("'" + line + "' is no setting: NAME, a tab and VALUE");
+        if (tab == std::string::npos || tab == 0) ThrowNoSetting(line);
         settings.Add(line.substr(0, tab), detail::Unescape(line.substr(tab + 1)));
     }
     return settings;
@@ -68,6 +76,8 @@ std::string Settings::Text() const {
 Settings Settings::FromFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) ThrowUnreadable(path);
+    file.peek(); // a folder opens like a file
+    if (file.bad()) ThrowUnreadable(path);
     std::ostringstream text;
     text << file.rdbuf();
     if (file.bad()) ThrowUnreadable(path);
