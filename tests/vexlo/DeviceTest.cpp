@@ -1,6 +1,10 @@
 #include "vexlo/support/Fixture.h"
 
+#include "core/Log.h"
+#include "core/LogSink.h"
+
 #include <cstring>
+#include <string>
 #include <thread>
 
 namespace {
@@ -49,6 +53,19 @@ TEST_F(Device, OpensClosesAndOpensAgain) {
         EXPECT_EQ(device->Close(), VX_OK);
         EXPECT_TRUE(camera.Claimed().empty());
     }
+}
+
+TEST_F(Device, IsWarnedOfWhenItStatesAnotherVersionOfTheProtocol) {
+    std::vector<std::string> warnings;
+    const Tavix::LogSink sink([&](const char*, unsigned int level, const std::string& text) {
+        if (level == Tavix::kLogWarning && text.find("control protocol") != std::string::npos) warnings.push_back(text);
+    });
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(device->Close(), VX_OK);
+    EXPECT_EQ(warnings, std::vector<std::string>{});
+    camera.Set32(0, 0x00020003);
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(warnings, std::vector<std::string>{"The camera states version 2.3 of the control protocol"});
 }
 
 TEST_F(Device, SaysThatItIsInUseElsewhere) {

@@ -106,6 +106,17 @@ TEST_F(EventStream, StaysSignalledWhileMessagesArePending) {
     EXPECT_FALSE(wait.Wait(0)) << "none is left";
 }
 
+TEST_F(EventStream, LetsTheDeviceTellThatItCouldNotBeSwitchedOff) {
+    OpenEvents();
+    camera.OnCommand([](const Command& command) -> std::optional<std::vector<Bytes>> {
+        if (command.Address() != kEirm) return std::nullopt;
+        return std::vector<Bytes>{Ack(0x8005, 0x0803, command.RequestId(), {})};
+    });
+    EXPECT_EQ(device->Close(), VX_E_DEVICE_STATUS_BASE | 0x8005);
+    EXPECT_FALSE(events->IsOpen());
+    EXPECT_FALSE(device->IsOpen());
+}
+
 TEST_F(EventStream, IsNotSignalledForWhatWasPendingWhenItClosed) {
     OpenEvents();
     camera.Send(kEventIn, {Event(1, {})});

@@ -91,4 +91,22 @@ TEST_F(Silent, IsGoneWhenItComesBackAsAnotherDevice) {
     }
 }
 
+TEST_F(Silent, IsConnectedAnewByAResetThatIsAskedFor) {
+    AnswerAfter(3, 1);
+    EXPECT_EQ(patient.ResetCamera(), VX_OK);
+    EXPECT_EQ(camera.Commands().size(), 4u) << "until it answers";
+    EXPECT_EQ(camera.Resets(), 1u);
+}
+
+TEST_F(Silent, IsNotTakenForConnectedWhenAResetChangesNothing) {
+    AnswerAfter(UINT_MAX, 0);
+    EXPECT_EQ(channel.ResetCamera(), VX_E_TIMEOUT);
+}
+
+TEST_F(Silent, IsNotAskedWhenTheResetIsRefused) {
+    camera.OnReset([] { return usb::Result::NotFound; });
+    EXPECT_EQ(channel.ResetCamera(), VX_E_USB_NO_DEVICE);
+    EXPECT_TRUE(camera.Commands().empty());
+}
+
 } // namespace
