@@ -141,6 +141,23 @@ def test_narrow_dark_and_large(look):
         shot(page, name)
 
 
+def test_words_without_end_stay_on_the_screen(look):
+    camera = {"vendor": "V" * 60, "model": "M" * 60, "serial": "S" * 60, "userName": "n" * 60}
+    _, page = look(json.dumps({"cameras": [camera]}))
+    open_camera(page)
+    show_all(page)
+    set_feature(page, "DeviceUserID", "u" * 200)  # refused, with all of these names
+    page.wait("document.querySelector('#notes .problem')")
+    for width in (1400, 400):
+        page.resize(width, 900)
+        page.wait(f"innerWidth === {width}")
+        beside = page.run("[...document.querySelectorAll('h2, p, li, button')].filter((one) => one.checkVisibility() &&"
+                          "one.getBoundingClientRect().right > innerWidth + 1).map((one) => one.outerHTML)")
+        assert beside == [], f"nothing beside a screen of {width} pixels"
+        shot(page, f"long-words-{width}")
+    page.click("[aria-label='Close this message']")
+
+
 def test_text_of_twice_the_size_is_readable(look):
     _, page = look(TWO)
     open_camera(page)
