@@ -34,6 +34,19 @@ TEST(VirtualBench, AddsCamerasWithNamesOfTheirOwn) {
     EXPECT_EQ(640u, bus.Camera(1).Settings().sensorWidth);
 }
 
+TEST(VirtualBench, PlugsEachCameraIntoAPortOfItsOwn) {
+    BackendSettings settings;
+    settings.cameras.resize(1);
+    Backend bus(settings);
+    Ask(bus, R"({"add": {}})");
+    Ask(bus, R"({"add": {}})");
+    std::vector<usb::DeviceEntry> devices;
+    ASSERT_EQ(usb::Result::Ok, bus.Enumerate(devices));
+    ASSERT_EQ(3u, devices.size());
+    for (std::uint8_t i = 0; i < 3; ++i)
+        EXPECT_EQ(std::vector<std::uint8_t>{static_cast<std::uint8_t>(i + 1)}, devices[i].ports);
+}
+
 TEST(VirtualBench, TellsOfAnAddedCameraAsOfOneThatIsPluggedIn) {
     std::mutex lock;
     std::condition_variable changed;

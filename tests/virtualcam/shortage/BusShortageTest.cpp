@@ -1,9 +1,12 @@
 // The virtual bus and its cameras, when memory or threads run out at any moment.
 
+#include <atomic>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -181,6 +184,25 @@ TEST(BusShortage, WhileItIsMadeLeavesNothingBehind) {
         }
         ASSERT_EQ(LiveAllocations(), before) << left;
     }
+}
+
+TEST(BusShortage, OfMemoryForAHandlerLeavesItUnregisteredAndOthersAlone) {
+    Backend bus(OneCamera());
+    for (const long left : {0, 1}) {
+        const MemoryShortage shortage(Whose::Mine, left);
+        EXPECT_EQ(bus.RegisterHotplug([](usb::HotplugEvent, const std::string&) {}), 0u) << left;
+        EXPECT_TRUE(shortage.WasMet());
+    }
+    std::atomic<unsigned> news{0};
+    const std::uint64_t registration = bus.RegisterHotplug([&news](usb::HotplugEvent, const std::string&) { ++news; });
+    EXPECT_NE(registration, 0u);
+    bus.DeregisterHotplug(0);
+    bus.Unplug(0);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (news == 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    EXPECT_NE(news, 0u);
+    bus.DeregisterHotplug(registration);
 }
 
 TEST(BusWithoutThreads, IsNotMadeAndSaysWhy) {
