@@ -39,10 +39,12 @@ EventQueue::EventQueue(EVENT_TYPE type)
     : Object(Kind::Event), m_Type(type), m_WaitObject(Tavix::WaitObjectEx::Create()) {}
 
 void EventQueue::CheckTurnedAway() {
+    if (!m_TurnsAway) return; // as a rule; whoever sets it signals afterwards
     const Tavix::MutexLock guard(m_Mutex);
     if (m_IsClosed) Fail(GC_ERR_ABORT, "the event was unregistered");
     if (m_Kills == 0) return;
-    if (--m_Kills != 0) m_WaitObject.Signal();
+    m_TurnsAway = --m_Kills != 0;
+    if (m_Kills != 0) m_WaitObject.Signal();
     Fail(GC_ERR_ABORT, "the wait was killed");
 }
 
@@ -89,6 +91,7 @@ void EventQueue::Kill() {
     {
         const Tavix::MutexLock guard(m_Mutex);
         ++m_Kills;
+        m_TurnsAway = true;
     }
     m_WaitObject.Signal();
 }
@@ -97,6 +100,7 @@ void EventQueue::Close() noexcept {
     {
         const Tavix::MutexLock guard(m_Mutex);
         m_IsClosed = true;
+        m_TurnsAway = true;
     }
     m_WaitObject.Raise(); // for all who wait, and for good
     Unregister();

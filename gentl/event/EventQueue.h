@@ -59,6 +59,7 @@ private:
     std::deque<Bytes> m_Pending TAVIX_GUARDED_BY(m_Mutex);
     std::size_t m_Kills TAVIX_GUARDED_BY(m_Mutex) = 0;
     bool m_IsClosed TAVIX_GUARDED_BY(m_Mutex) = false;
+    std::atomic<bool> m_TurnsAway{false};  // closed, or a kill waits for its waiter; set under m_Mutex
     std::atomic<std::uint64_t> m_Taken{0}; // events that a consumer got
 };
 

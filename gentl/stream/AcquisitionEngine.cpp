@@ -122,11 +122,11 @@ void AcquisitionEngine::Recall() {
     (void)m_Vx.CancelGrab();
 }
 
-SharedBuffer AcquisitionEngine::TakeOutput(size_t& left) {
+SharedBuffer AcquisitionEngine::TakeOutput(bool& isLast) {
     const Guard guard(m_Mutex);
     Drain();
     SharedBuffer buffer = m_Queues.Deliver();
-    left = m_Queues.Output().size();
+    isLast = m_Queues.Output().empty();
     return buffer;
 }
 

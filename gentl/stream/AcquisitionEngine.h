@@ -25,9 +25,8 @@ public:
     BUFFER_HANDLE BufferAt(size_t index);
     void Queue(const SharedBuffer& buffer);
     void Flush(ACQ_QUEUE_TYPE operation);
-    /// The oldest buffer of the output queue, now delivered; null when there is none. `left` becomes how many are in
-    /// it still.
-    SharedBuffer TakeOutput(size_t& left);
+    /// The oldest buffer of the output queue, now delivered; null when there is none. `isLast` when none follows.
+    SharedBuffer TakeOutput(bool& isLast);
 
     /// `count` is GENTL_INFINITE or a number of buffers.
     void Start(std::uint64_t count);

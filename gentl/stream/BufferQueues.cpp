@@ -90,10 +90,9 @@ SharedBuffer BufferQueues::Deliver() {
 }
 
 SharedBuffer BufferQueues::TakeOverwritten(Handling handling) {
-    if (m_Output.size() < 2) return nullptr;
     const bool isFull =
         handling == Handling::NewestOnly || (handling == Handling::OldestFirstOverwrite && m_Input.empty());
-    if (!isFull) return nullptr;
+    if (!isFull || m_Output.size() < 2) return nullptr;
     SharedBuffer oldest = m_Output.front();
     PutAside(*oldest);
     ++m_Counts.overwritten;

@@ -18,8 +18,8 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
 EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     const auto stream = Owner();
-    size_t left = 0;
-    const std::shared_ptr<Buffer> buffer = stream->Engine().TakeOutput(left);
+    bool isLast = false;
+    const std::shared_ptr<Buffer> buffer = stream->Engine().TakeOutput(isLast);
     if (!buffer) {
         if (!stream->IsLost()) return Taken::Nothing;
         WaitObject().Signal(); // for the next waiter
@@ -28,7 +28,7 @@ EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     const EVENT_NEW_BUFFER_DATA event{buffer->Handle(), buffer->userPointer};
     size = sizeof event;
     std::memcpy(data, &event, sizeof event);
-    return left == 0 ? Taken::Last : Taken::OneOfSeveral;
+    return isLast ? Taken::Last : Taken::OneOfSeveral;
 }
 
 size_t NewBufferEvent::CountPending() {
