@@ -19,9 +19,14 @@ std::shared_ptr<System>& Opened() TAVIX_REQUIRES(TreeMutex()) {
 }
 
 /// A forked child has neither the parent's threads nor its cameras: to it the library was never initialised. Noted when
-/// it is born, for asking the system who one is at each call costs more than an answer about a buffer.
+/// it is born, for asking the system who one is at each call costs more than an answer about a buffer. Nobody will
+/// give back the lock of a tree that another thread was just changing.
 void NoteChild() {
-    if (g_Usage == Usage::Here) g_Usage = Usage::ByParent;
+    if (TreeMutex().try_lock()) {
+        TreeMutex().unlock();
+        if (g_Usage != Usage::Here) return;
+    }
+    g_Usage = Usage::ByParent;
 }
 
 void WatchForks() {
@@ -38,16 +43,17 @@ void CheckInitialized() {
 }
 
 void InitLibrary() {
-    const Tavix::MutexLock guard(TreeMutex());
-    if (g_Usage == Usage::Here) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");
     if (g_Usage == Usage::ByParent)
         Fail(GC_ERR_RESOURCE_IN_USE, "the library belongs to the process that this one was forked from");
     WatchForks();
+    const Tavix::MutexLock guard(TreeMutex());
+    if (g_Usage == Usage::Here) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");
     Check(vexlo::Init(), "USB cannot be used here");
     g_Usage.store(Usage::Here, std::memory_order_release);
 }
 
 void CloseLibrary() {
+    CheckInitialized(); // first, since a child may not wait for a thread of its parent
     const Tavix::MutexLock guard(TreeMutex());
     CheckInitialized();
     if (const auto system = std::exchange(Opened(), nullptr)) system->Close();
