@@ -3,6 +3,8 @@
 #include "gentl/Library.h"
 #include "gentl/stream/Stream.h"
 
+#include <algorithm>
+
 using namespace gentl;
 
 GC_ERROR DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, void* pPrivate, BUFFER_HANDLE* phBuffer) {
@@ -123,7 +125,7 @@ GC_ERROR DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, SING
             count = chunks.size();
             Fail(GC_ERR_BUFFER_TOO_SMALL, "there are more chunks than room for them");
         }
-        if (pChunkData) std::memcpy(pChunkData, chunks.data(), chunks.size() * sizeof chunks[0]);
+        if (pChunkData) std::copy(chunks.begin(), chunks.end(), pChunkData);
         count = chunks.size();
     });
 }

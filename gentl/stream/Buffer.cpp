@@ -186,6 +186,8 @@ std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Contents& contents) {
         end -= u3v::chunk::kTrailerSize;
         if (length > end) Fail(GC_ERR_PARSING_CHUNK_DATA, "the chunk data are broken");
         end -= length;
+        if (chunks.size() == kMostChunks)
+            Fail(GC_ERR_PARSING_CHUNK_DATA, "there are more chunks than a block can have");
         chunks.push_back({id, static_cast<ptrdiff_t>(end), length});
     }
     std::reverse(chunks.begin(), chunks.end());

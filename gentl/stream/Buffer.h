@@ -90,8 +90,10 @@ struct Contents {
 };
 /// With the lock held.
 Contents ContentsOf(const Buffer& buffer, const Buffer::Record& record);
+/// A black image whose chunks are missing looks like chunks without length, one behind the other.
+inline constexpr std::size_t kMostChunks = 256;
 /// The chunks of a buffer, in the order in which they lie there. NO_DATA without chunks, PARSING_CHUNK_DATA when their
-/// layout is broken. Reads the memory, so the consumer must not have queued it.
+/// layout is broken or there are more than kMostChunks. Reads the memory, so the consumer must not have queued it.
 std::vector<SINGLE_CHUNK_DATA> ChunksOf(const Contents& contents);
 
 /// Runs `ask(buffer, record)` with the record's lock held. INVALID_HANDLE for a stream or buffer that is none, or a

@@ -14,8 +14,6 @@ namespace {
 
 using Vx = vexlo::CVxStream;
 
-constexpr std::uint64_t kMostChunks = 64;
-
 } // namespace
 
 std::uint64_t Stream::Property(Vx::EPropertyValue id, size_t width) {
