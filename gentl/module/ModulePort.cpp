@@ -205,6 +205,7 @@ void ModulePort::Write(std::uint64_t address, const void* buffer, size_t& size) 
     if (!entry || entry->address != address || size > entry->length)
         Fail(GC_ERR_INVALID_ADDRESS, "the module has no register of that length there");
     if (!entry->set) Fail(GC_ERR_ACCESS_DENIED, "the register is read-only");
+    if (size == 0) return;
     std::uint64_t number = 0;
     for (size_t i = 0; i < size; ++i)
         number |= static_cast<std::uint64_t>(static_cast<const std::uint8_t*>(buffer)[i]) << (8 * i);

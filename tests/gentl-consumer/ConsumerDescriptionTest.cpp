@@ -246,4 +246,17 @@ TEST(ConsumerDescription, LetsTheConsumerLockTheParametersOfAStream) {
     EXPECT_EQ(stream.Integer("TLParamsLocked"), 1);
 }
 
+TEST(ConsumerDescription, HasRegistersThatChangeByNoWriteOfNoBytes) {
+    Session session;
+    Module stream(session, session.Stream());
+    stream.Set("TLParamsLocked", "1");
+    const GenApi::CRegisterPtr lock(stream.Nodes()._GetNode("TLParamsLocked_Value"));
+    ASSERT_TRUE(lock.IsValid());
+    const auto address = static_cast<std::uint64_t>(lock->GetAddress());
+    const std::uint64_t zero = 0;
+    std::size_t none = 0;
+    (void)session->GCWritePort(session.Stream(), address, &zero, &none);
+    EXPECT_EQ(stream.Integer("TLParamsLocked"), 1);
+}
+
 } // namespace
