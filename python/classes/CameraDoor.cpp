@@ -60,14 +60,14 @@ std::vector<Tavix::Feature> Features(Door& door) {
     return Errand([camera = door.shared] { return camera->Features(); });
 }
 
-// Of a camera that cannot be asked now, what all cameras have: whoever completes a name wants no exception.
+// Of a camera that has gone, what all cameras have: whoever completes a name wants no exception, and no wait.
 py::list Directory(const py::object& self) {
     py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
     Door& door = self.cast<Door&>();
     if (!IsOpen(door)) return names;
     try {
-        for (const Tavix::Feature& feature : Features(door))
-            names.append(feature.Name());
+        for (const std::string& name : Unlocked([&] { return door.camera.FeatureNames(); }))
+            names.append(name);
     } catch (const Tavix::Error&) {
         return names;
     }

@@ -21,22 +21,32 @@ def of_camera(camera):
     info = camera.info
     rows = [("serial number", info.serial), ("GUID", info.guid), ("user-defined name", info.user_name),
             ("link", info.speed)]
-    for name in ("Width", "Height", "PixelFormat", "ExposureTime", "Gain", "TriggerMode"):
-        if name in camera:
-            feature = camera.feature(name)
-            rows.append((name, f"{_value(feature)} {feature.unit}".rstrip()))
+    try:
+        for name in ("Width", "Height", "PixelFormat", "ExposureTime", "Gain", "TriggerMode"):
+            if name in camera:
+                feature = camera.feature(name)
+                rows.append((name, f"{_value(feature)} {feature.unit}".rstrip()))
+    except _Error as error:  # one that does not answer would let each of them wait
+        rows.append(("", error))
     return _table(f"{info.vendor} {info.model}", rows)
 
 
 def of_feature(feature):
-    """A table of value, limits and access."""
+    """A table of value, limits and access, or of why they cannot be had."""
+    try:
+        rows = _rows_of(feature)
+    except _Error as error:
+        rows = [("", error)]
+    return _table(feature.name, rows)
+
+
+def _rows_of(feature):
     rows = [("type", feature.type), ("value", _value(feature)), ("unit", feature.unit)]
     if feature.type in ("integer", "float") and feature.readable:
         rows += [("from", feature.min), ("to", feature.max), ("in steps of", feature.inc or "")]
     if feature.type == "enumeration":
         rows.append(("entries", ", ".join(feature.entries)))
-    rows += [("why not", feature.why_not), ("", feature.description)]
-    return _table(feature.name, rows)
+    return rows + [("why not", feature.why_not), ("", feature.description)]
 
 
 def of_image(image):

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace {
@@ -170,6 +171,10 @@ TEST_F(FeatureOfCamera, IsListedWithTheOthers) {
     EXPECT_GT(features.size(), 50U);
     for (const Tavix::Feature& feature : features)
         EXPECT_NE(feature.Type(), Tavix::FeatureType::Category) << feature.Name();
+    const std::vector<std::string> names = camera.FeatureNames();
+    for (const Tavix::Feature& feature : features)
+        EXPECT_EQ(std::count(names.begin(), names.end(), feature.Name()), 1) << feature.Name();
+    EXPECT_EQ(std::count(names.begin(), names.end(), "ImageFormatControl"), 0);
     EXPECT_TRUE(camera.HasFeature("Width"));
     EXPECT_FALSE(camera.HasFeature("Wdth"));
     EXPECT_GT(camera["ImageFormatControl"].Children().size(), 3U);

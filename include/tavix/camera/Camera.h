@@ -52,6 +52,9 @@ public:
     bool HasFeature(const std::string& name) const;
     /// All features that the camera implements, categories left out, in the order of its description.
     std::vector<Feature> Features() const;
+    /// Their names and those of features that its description knows and the camera does not implement, which asks
+    /// nothing of it.
+    std::vector<std::string> FeatureNames() const;
 
     /// Starts the camera; ends after `count` images, or when broken off. StateError when it streams already.
     ImageStream Grab(std::uint64_t count = 0);

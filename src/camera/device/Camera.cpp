@@ -9,11 +9,10 @@
 namespace Tavix {
 namespace {
 
-/// What the camera implements, and people read, set or execute.
+/// What people read, set or execute, if the camera implements it.
 bool IsListed(GenApi::INode& node) {
     const bool isCategory = node.GetPrincipalInterfaceType() == GenApi::intfICategory;
-    return node.IsFeature() && !isCategory && dynamic_cast<GenApi::IValue*>(&node) != nullptr &&
-           GenApi::IsImplemented(node.GetAccessMode());
+    return node.IsFeature() && !isCategory && dynamic_cast<GenApi::IValue*>(&node) != nullptr;
 }
 
 } // namespace
@@ -72,12 +71,22 @@ std::vector<Feature> Camera::Features() const {
     std::vector<Feature> features;
     try {
         for (GenApi::INode* node : nodes)
-            if (IsListed(*node)) features.push_back(m_Core->Make(detail::Text(node->GetName())));
+            if (IsListed(*node) && GenApi::IsImplemented(node->GetAccessMode()))
+                features.push_back(m_Core->Make(detail::Text(node->GetName())));
     } catch (const GenICam::GenericException& e) {
         if (device->HasGone()) throw Removed(device->Name() + " is unplugged");
         detail::RethrowAsError("cannot list the features of " + device->Name() + ": ");
     }
     return features;
+}
+
+std::vector<std::string> Camera::FeatureNames() const {
+    GenApi::NodeList_t nodes;
+    Checked().Hold()->Nodes().GetNodes(nodes);
+    std::vector<std::string> names;
+    for (GenApi::INode* node : nodes)
+        if (IsListed(*node)) names.push_back(detail::Text(node->GetName()));
+    return names;
 }
 
 ImageStream Camera::Grab(std::uint64_t count) {
