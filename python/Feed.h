@@ -61,6 +61,13 @@ public:
         m_Stream.reset();
     }
 
+    /// What to do when nothing comes; nothing once closed.
+    std::string Why() const {
+        const WithoutLock unlocked;
+        const std::lock_guard closing(m_Closing);
+        return m_Stream ? WhySilent(*m_Stream) : std::string();
+    }
+
     /// Those of its end once closed.
     CountsOf<Source> Counts() const {
         const WithoutLock unlocked;

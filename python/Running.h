@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -36,7 +37,14 @@ struct Started {
 template<class Source>
 using CountsOf = std::decay_t<decltype(std::declval<const Source&>().Counts())>;
 
-Tavix::Timeout NothingCame(std::chrono::milliseconds time);
+inline std::string WhySilent(const Tavix::ImageStream& stream) {
+    return stream.WhySilent();
+}
+inline std::string WhySilent(const Tavix::GroupStream&) {
+    return "check trigger, exposure time and cables";
+}
+
+Tavix::Timeout NothingCame(std::chrono::milliseconds time, const std::string& why);
 
 /// Takes images one after the other, for any number of threads. Every call is made with the interpreter's lock held.
 template<class Source>
@@ -64,7 +72,7 @@ public:
             item.emplace(std::move(come));
             return true;
         });
-        if (!isDone) throw NothingCame(m_Silence);
+        if (!isDone) throw NothingCame(m_Silence, WhySilent(*Checked()));
         return item;
     }
 

@@ -44,9 +44,8 @@ Started<Tavix::ImageStream> StartWith(const SharedCamera& camera, const Tavix::G
 
 } // namespace
 
-Tavix::Timeout NothingCame(milliseconds time) {
-    return Tavix::Timeout("no image came for " + std::to_string(time.count()) +
-                          " ms; check trigger, exposure time and cable");
+Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
+    return Tavix::Timeout("no image came for " + std::to_string(time.count()) + " ms; " + why);
 }
 
 Started<Tavix::ImageStream> Start(const SharedCamera& camera, std::int64_t count, const py::kwargs& options) {

@@ -75,6 +75,7 @@ void BindFeed(pybind11::module_& module, const char* name) {
                                    const double seconds = static_cast<double>(feed.Silence().count()) / 1000;
                                    return seconds < 0 ? py::object(py::none()) : py::object(py::float_(seconds));
                                })
+        .def_property_readonly("why_silent", &Fed::Why)
         .def_property_readonly("counts", &Fed::Counts);
 }
 

@@ -41,7 +41,7 @@ class AsyncStream:
         loop = asyncio.get_running_loop()
         ready = loop.create_future()
         silence = self._feed.silence
-        limit = None if silence is None else loop.call_later(silence, _give_up, ready, silence)
+        limit = None if silence is None else loop.call_later(silence, _give_up, ready, self._feed)
         waiting = self._waiting.setdefault(loop, [])
         waiting.append(ready)
         loop.add_reader(self._feed.fileno(), _wake, waiting)
@@ -81,9 +81,9 @@ def _wake(waiting):
             ready.set_result(None)
 
 
-def _give_up(ready, silence):
+def _give_up(ready, feed):
     if not ready.done():
-        ready.set_exception(Timeout(f"no image came for {silence:g} s; check trigger, exposure time and cable"))
+        ready.set_exception(Timeout(f"no image came for {feed.silence:g} s; {feed.why_silent}"))
 
 
 def stream(self, count=0, **options):

@@ -146,6 +146,15 @@ def test_misspelt_options_and_second_streams_are_refused(camera):
             camera.grab()
 
 
+def test_who_keeps_all_images_is_told_so(camera):
+    with camera.grab(buffers=3, keep_budget=0, timeout=0.1) as stream:
+        kept = [next(stream).array[:1] for _ in range(3)]
+        with pytest.raises(tavix.Timeout, match="all 3 images that there is memory for are kept"):
+            next(stream)
+        kept.clear()
+        assert next(stream).is_whole
+
+
 def test_counts_show_what_was_lost(camera):
     with camera.grab(3) as stream:
         list(stream)

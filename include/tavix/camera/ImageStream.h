@@ -89,6 +89,9 @@ public:
     GrabCounts Counts() const;
     /// What was wrong with the first image that came damaged, in words without a full stop; empty when none did.
     std::string FirstDefect() const;
+    /// What to do when no image comes, in words without a full stop: give images back where all memory is kept, or look
+    /// for the reason at the camera.
+    std::string WhySilent() const;
 
     /// For `for (const Image& image : stream)`. An image is the loop's until the next step; to keep it, take the
     /// reference without const and move it out.

@@ -124,6 +124,12 @@ void Acquisition::Cancel() noexcept {
     m_Alarm.Signal();
 }
 
+std::string Acquisition::WhySilent() const {
+    if (!m_Counters.isStarving) return "check trigger, exposure time and cable";
+    return "all " + std::to_string(m_Counters.buffers) +
+           " images that there is memory for are kept; let some go, or allow more";
+}
+
 std::chrono::milliseconds Acquisition::ImageTimeout() const {
     return m_Options.timeout.count() == 0 ? std::chrono::milliseconds(-1) : m_Options.timeout;
 }

@@ -58,6 +58,7 @@ public:
     void Shutdown();
     GrabCounts Counts() const { return m_Counters.Read(); }
     std::string FirstDefect() const { return m_Counters.FirstDefect(); }
+    std::string WhySilent() const;
     const GrabOptions& Options() const { return m_Options; }
 
 private:

@@ -57,6 +57,7 @@ void BufferFeed::NoteStarvation() {
             m_Session.Frames(), m_Session.Device()->Name().c_str(), m_Session.Memory());
     }
     m_IsStarving = isStarving;
+    m_Counters.isStarving = isStarving;
 }
 
 } // namespace Tavix::detail

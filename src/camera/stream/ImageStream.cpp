@@ -59,8 +59,7 @@ Image ImageStream::Next() {
     const std::chrono::milliseconds timeout = Checked().acquisition->ImageTimeout();
     Image image = m_Impl->Take(timeout, detail::Acquisition::Absence::IsForgiven);
     if (!image && !HasEnded())
-        throw Timeout("no image came for " + std::to_string(timeout.count()) +
-                      " ms; check trigger, exposure time and cable");
+        throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms; " + WhySilent());
     return image;
 }
 
@@ -85,6 +84,10 @@ bool ImageStream::Join(std::chrono::milliseconds timeout) {
 
 GrabCounts ImageStream::Counts() const {
     return Checked().acquisition->Counts();
+}
+
+std::string ImageStream::WhySilent() const {
+    return Checked().acquisition->WhySilent();
 }
 
 std::string ImageStream::FirstDefect() const {

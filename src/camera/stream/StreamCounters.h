@@ -15,6 +15,7 @@ namespace Tavix::detail {
 struct StreamCounters {
     std::atomic<std::uint64_t> delivered{0}, dropped{0}, failed{0}, missed{0}, starved{0}, reconnects{0};
     std::atomic<std::size_t> buffers{0}, memory{0}, mapped{0};
+    std::atomic<bool> isStarving{false}; // now
 
     /// Counts a broken image; the first one's defect is kept.
     void CountFailed(const std::string& defect) {

@@ -36,7 +36,8 @@ void StreamThread::Run() {
             } else if (!m_Acquisition->IsRunning()) {
                 break;
             } else if (m_Callback && !m_Acquisition->IsCancelled()) {
-                throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms");
+                throw Timeout("no image came for " + std::to_string(timeout.count()) + " ms; " +
+                              m_Acquisition->WhySilent());
             }
         }
     } catch (...) {
