@@ -61,7 +61,7 @@ void AcquisitionEngine::PutAside(Buffer& buffer) {
 
 void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
-    Drain();
+    DrainForOthers();
     PutAside(*buffer);
     if (vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle) {
         void* unused = nullptr;
@@ -92,6 +92,12 @@ void AcquisitionEngine::Drain() {
         Sort(result);
         if (m_Left == 0) left = 1; // what was recalled comes behind it
     }
+}
+
+void AcquisitionEngine::DrainForOthers() {
+    const std::uint64_t before = m_Queues.Counted().filled;
+    Drain();
+    if (m_Queues.Counted().filled != before) m_Listener.Signal();
 }
 
 void AcquisitionEngine::Sort(const GrabResult& result) {
@@ -154,7 +160,7 @@ void AcquisitionEngine::FlushInputToOutput() {
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
     const Guard guard(m_Mutex);
-    Drain();
+    DrainForOthers();
     switch (operation) {
     case ACQ_QUEUE_INPUT_TO_OUTPUT:
         return FlushInputToOutput();
@@ -178,7 +184,7 @@ void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
 
 AcquisitionEngine::Figures AcquisitionEngine::Look() {
     const Guard guard(m_Mutex);
-    Drain();
+    DrainForOthers();
     const auto& announced = m_Queues.Announced();
     const bool hasOwnMemory =
         std::any_of(announced.begin(), announced.end(), [](const SharedBuffer& each) { return each->own != nullptr; });

@@ -59,6 +59,8 @@ private:
     void FlushInputToOutput() TAVIX_REQUIRES(m_Mutex);
     /// Brings what the USB access library has completed to where it belongs.
     void Drain() TAVIX_REQUIRES(m_Mutex);
+    /// The same by who is not waiting for buffers himself: those who are would not be told any more.
+    void DrainForOthers() TAVIX_REQUIRES(m_Mutex);
     void Sort(const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
     void Accept(Buffer& buffer, const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
     /// Images that nobody took make room for newer ones, where that is wished.

@@ -54,7 +54,7 @@ void AcquisitionEngine::Stop() {
 void AcquisitionEngine::End() {
     m_IsRunning = false;
     (void)m_Vx.FinishGrab(); // a camera that is gone does not keep its buffers
-    Drain();
+    DrainForOthers();
     for (const SharedBuffer& buffer : m_Queues.Announced()) {
         vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle;
         if (!handle) continue;

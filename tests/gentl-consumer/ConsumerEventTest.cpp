@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <future>
 
@@ -228,6 +230,35 @@ TEST(Waiting, SeesFramesWhileOthersFlushAndAsk) {
         }
     ASSERT_EQ(session->DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
     EXPECT_NE(session.Next(), nullptr) << seen << " before";
+}
+
+/// Asking for figures brings what the bus has completed into the output queue.
+TEST(Waiting, MissesNoFrameThatAnotherThreadHasLookedAt) {
+    Session session;
+    session.Write32(kAcquisitionMode, 1); // so many frames
+    session.Write32(kFrameCount, 1);
+    session.Announce(2);
+    session.QueueAll();
+    const EVENT_HANDLE event = session.NewBuffers();
+    session.Start();
+    std::atomic<bool> stop{false};
+    auto asker = std::async(std::launch::async, [&, stream = session.Stream()] {
+        std::size_t count = 0, size = sizeof count;
+        while (!stop)
+            (void)session->DSGetInfo(stream, STREAM_INFO_NUM_AWAIT_DELIVERY, nullptr, &count, &size);
+    });
+    for (int frame = 0; frame < 100; ++frame) {
+        if (frame != 0) session.Write32(kAcquisitionStart, 1);
+        EVENT_NEW_BUFFER_DATA data{};
+        std::size_t size = sizeof data;
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(session->EventGetData(event, &data, &size, 20000), GC_ERR_SUCCESS) << frame;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)) << "found when the time was over";
+        (void)session->DSQueueBuffer(session.Stream(), data.BufferHandle);
+        if (HasFailure()) break;
+    }
+    stop = true;
+    asker.get();
 }
 
 } // namespace
