@@ -44,7 +44,7 @@ void EventQueue::CheckTurnedAway() {
     if (m_IsClosed) Fail(GC_ERR_ABORT, "the event was unregistered");
     if (m_Kills == 0) return;
     m_TurnsAway = --m_Kills != 0;
-    if (m_Kills != 0) m_WaitObject.Signal();
+    m_WaitObject.Signal(); // the pulse that this waiter took may have been meant for another, too
     Fail(GC_ERR_ABORT, "the wait was killed");
 }
 
