@@ -112,6 +112,19 @@ TEST(WaitObjectDescriptor, IsHeldAtOnceWhenItIsRaisedQuietly) {
     EXPECT_FALSE(RaiseWaitObjectQuietly(*object.GetHandle())) << "the pulse has woken them";
 }
 
+TEST(WaitObjectDescriptor, IsReadableAsLongAsTheLevelIsUp) {
+    for (const bool manualReset : {false, true}) {
+        const WaitObjectEx object = WaitObjectEx::Create(manualReset);
+        object.Raise();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(object.Wait(0));
+            EXPECT_TRUE(IsReadable(object.GetFd()));
+        }
+        object.Lower();
+        EXPECT_FALSE(IsReadable(object.GetFd()));
+    }
+}
+
 TEST(WaitObjectDescriptor, ClosesItsDescriptorOnExec) {
     const WaitObjectEx object = WaitObjectEx::Create();
     EXPECT_NE(fcntl(object.GetFd(), F_GETFD) & FD_CLOEXEC, 0);
