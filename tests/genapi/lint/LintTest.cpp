@@ -85,6 +85,13 @@ TEST(Lint, NamesTheNodesOfACircle) {
     EXPECT_THAT(findings[0].text, HasSubstr("B -> C -> B"));
 }
 
+TEST(Lint, LooksAtTheFirstNodeAsWell) {
+    const auto findings = LintDescription(LintText(
+        "<Integer Name='S'><pValue>SelectorReg</pValue><pSelected>A</pSelected></Integer>" + Frame("A S") +
+        "<Integer Name='A'><pValue>R</pValue></Integer>" REGISTER("R", "4", "") REGISTER("SelectorReg", "0", "")));
+    EXPECT_THAT(Said(findings), ElementsAre("missing-invalidator R"));
+}
+
 TEST(Lint, MissesRootAndDevice) {
     const auto findings = LintDescription(LintText("<Integer Name='A'><Value>1</Value></Integer>"));
     EXPECT_THAT(Said(findings), ElementsAre("no-root "));

@@ -80,6 +80,17 @@ TEST(Command, IsCheckedByPolling) {
     EXPECT_EQ(calls, 1);
 }
 
+TEST(Command, IsDoneForPollingWhateverTheRegisterShowsThen) {
+    TestMap map;
+    map.AddRegister("IntReg", "R", "0");
+    map.Add("Integer", "I", {{"pValue", "R", ""}, {"Min", "0", ""}, {"Max", "1", ""}});
+    map.Add("Command", "C", {{"pValue", "I", ""}, {"CommandValue", "1", ""}, {"PollingTime", "100", ""}}).Ready();
+    map.As<ICommand>("C").Execute();
+    map.port.Put(0, {5});
+    map.Poll(100);
+    EXPECT_EQ(map.Value("C").ToString(), "1");
+}
+
 TEST(ErrorLink, TurnsAnErrorOfTheDeviceIntoAnException) {
     TestMap map;
     map.Add("EnumEntry", "EnumEntry_Err_None", {{"Value", "0", ""}, {"Symbolic", "None", ""}});
