@@ -49,6 +49,16 @@ TEST(Statistics, CallAnEdgeSharperThanASlope) {
     EXPECT_GT(Measure(Bytes(edge, PixelFormat::Mono8, 6)).focus, Measure(Bytes(slope, PixelFormat::Mono8, 6)).focus);
 }
 
+TEST(Statistics, CountTheLastLineOfAnOddHeightOnce) {
+    const std::vector<std::uint8_t> pixels = {1, 1, 2, 2, 3, 3, 9, 9};
+    PictureView view = Bytes(pixels, PixelFormat::Mono8, 2);
+    view.height = 3; // what lies behind it is none of its lines
+    const ChannelStatistics grey = Measure(view).channels.at(0);
+    EXPECT_EQ(6u, grey.count);
+    EXPECT_EQ(2u, grey.histogram[3]);
+    EXPECT_EQ(3u, grey.most);
+}
+
 TEST(Statistics, LookAtSomeLinesOfALargePictureOnly) {
     const std::vector<std::uint8_t> pixels(1000 * 100, 50);
     const PictureStatistics told = Measure(Bytes(pixels, PixelFormat::Mono8, 1000), {}, 10000);
