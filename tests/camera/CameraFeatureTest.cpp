@@ -39,6 +39,10 @@ TEST_F(FeatureOfCamera, IsFoundForANameWithSwappedLettersOrUnderscores) {
     EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["exposure_time"]; }), HasSubstr("did you mean ExposureTime?"));
 }
 
+TEST_F(FeatureOfCamera, OfANameBetweenSeveralIsOneOfThem) {
+    EXPECT_THAT(ErrorOf<Tavix::NotFound>([&] { camera["OffsetZ"]; }), HasSubstr("did you mean OffsetX or OffsetY?"));
+}
+
 TEST_F(FeatureOfCamera, TellsItsLimitsWithoutWhatAComputationLeftBehind) {
     EXPECT_THAT(ErrorOf<Tavix::ValueError>([&] { camera["ExposureTime"] = 1.0; }),
                 HasSubstr("; it takes 10 .. 10000000 step 0.1"));

@@ -37,6 +37,20 @@ TEST(Trigger, TimesOutForACameraThatIsNotReady) {
     EXPECT_THAT(ErrorOf<Tavix::Timeout>([&] { camera.Trigger(1ms); }), HasSubstr("not ready")); // it does not stream
 }
 
+TEST(Trigger, WaitsForTheStatusOfItsTriggerWhicheverIsSelected) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerSource"] = "Software";
+    camera["TriggerMode"] = "On";
+    Tavix::ImageStream stream = camera.Grab();
+    for (const char* status : {"AcquisitionActive", "FrameTriggerWait"}) {
+        camera["AcquisitionStatusSelector"] = status;
+        while (!camera.AwaitTrigger(1s)) {
+        }
+        EXPECT_EQ(camera["AcquisitionStatusSelector"].Text(), "FrameTriggerWait") << status;
+    }
+}
+
 TEST(Trigger, IsFiredWithoutWaitingForItToBeDone) {
     VirtualBus bus(R"([{"sensorWidth": 64, "sensorHeight": 64,
                         "registers": {"endlessCommands": [1057056, 1057088, 1057120]}}])"); // TriggerSoftware

@@ -80,6 +80,9 @@ TEST(ArrivalMap, FollowsTheLowerEnvelopeOfTheArrivals) {
         const auto estimate = map.ToHost(camera.At(now));
         ASSERT_TRUE(estimate);
         EXPECT_LE(std::llabs(estimate->host - now), estimate->bound) << "frame " << frame;
+        if (frame > 0) {
+            EXPECT_LE(estimate->bound, 11 * kMillisecond) << "an image comes before the next one";
+        }
         if (frame > 100) worst = std::max(worst, estimate->host - now);
     }
     EXPECT_LT(worst, 2 * kMillisecond) << "the least delay is a millisecond";
