@@ -88,6 +88,7 @@ TEST(Log, IgnoresIdsThatItNeverGaveOut) {
     Collector collector;
     LogTrace(0xFFFFFFFF, kLogError, "nobody's line");
     EXPECT_FALSE(LogIsEnabled(0xFFFFFFFF, kLogError));
+    EXPECT_FALSE(LogIsEnabled(LogGetCatID("Test.Last") + 1, kLogError));
     EXPECT_TRUE(collector.lines.empty());
 }
 

@@ -46,6 +46,19 @@ TEST(NewFile, LeavesWhatWasThereWhenItIsGivenUp) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path("x.part")));
 }
 
+// As a service manager starts it: the first file that is opened then is number 0.
+TEST(NewFile, IsWrittenByAProgramWithoutStandardInput) {
+    const TestFolder folder;
+    const int kept = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    close(STDIN_FILENO);
+    EXPECT_NO_THROW(WriteWhole(folder.Path("x")));
+    if (kept >= 0) {
+        dup2(kept, STDIN_FILENO);
+        close(kept);
+    }
+    EXPECT_EQ(folder.Read("x"), kText);
+}
+
 TEST(NewFile, LeavesALinkAndWritesWhatItLeadsTo) {
     const TestFolder folder;
     folder.Write("x", "old");

@@ -14,6 +14,12 @@ TEST(Printable, LeavesOrdinaryTextAlone) {
               "K\xC3\xB6ln \xE2\x82\xAC \xF0\x9F\x93\xB7 \xC2\xA0|");
 }
 
+TEST(Printable, KnowsTheFirstAndTheLastCharacterOfEachLength) {
+    for (const char* const text : {"\x20", "\x7E", "\xC2\xA0", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF",
+                                   "\xEE\x80\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"})
+        EXPECT_EQ(Printable(text), text);
+}
+
 TEST(Printable, LetsNoControlCharacterThrough) {
     EXPECT_EQ(Printable(std::string("a\0b", 3)), "a?b");
     EXPECT_EQ(Printable("\x1B[2J\r\n\t\b\a"), "?[2J?????");
