@@ -90,6 +90,7 @@ void ExpectFeatures(Module& module, const std::vector<const char*>& names) {
         GenApi::INode* node = module.Find(name);
         ASSERT_NE(node, nullptr) << name;
         EXPECT_TRUE(GenApi::IsImplemented(node)) << name;
+        EXPECT_TRUE(node->IsFeature()) << name << " is in no category";
     }
 }
 
@@ -191,6 +192,8 @@ TEST(ConsumerDescription, OfTheDeviceHasTheStandardFeatures) {
     ExpectAllReadable(device);
     EXPECT_EQ(device.Text("DeviceID"), session.DeviceId());
     session.Stream();
+    EXPECT_EQ(device.Text("StreamID"), session.StreamId());
+    device.Set("StreamSelector", "0");
     EXPECT_EQ(device.Text("StreamID"), session.StreamId());
 }
 

@@ -74,6 +74,13 @@ TEST_P(Flushes, MoveBuffersWhileTheStreamStands) {
     EXPECT_EQ(session->DSFlushQueue(session.Stream(), GetParam().what), GC_ERR_SUCCESS);
     EXPECT_EQ(CountsOf(session), GetParam().after);
     EXPECT_EQ(session.EventInfo(session.NewBuffers(), EVENT_NUM_IN_QUEUE).Number(), GetParam().after.awaiting);
+    std::uint64_t queued = 0; // by what each buffer tells of itself
+    for (std::uint32_t i = 0; i < GetParam().after.announced; ++i) {
+        BUFFER_HANDLE buffer = nullptr;
+        ASSERT_EQ(session->DSGetBufferID(session.Stream(), i, &buffer), GC_ERR_SUCCESS);
+        queued += session.BufferInfo(buffer, BUFFER_INFO_IS_QUEUED).Number();
+    }
+    EXPECT_EQ(queued, GetParam().after.queued);
     ExpectFrames(session);
 }
 
