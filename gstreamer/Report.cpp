@@ -21,7 +21,8 @@ gint CodeOf(const std::exception& problem) {
 std::string TextOf(const std::exception& problem) {
     const bool isLoss = dynamic_cast<const Tavix::Removed*>(&problem) != nullptr;
     return problem.what() +
-           std::string(isLoss ? "; plug it in and start the pipeline again, or let it wait with reconnect=true" : "");
+           std::string(isLoss ? "; plug it in and start the pipeline again; one that runs waits with reconnect=true"
+                              : "");
 }
 
 void Post(GstElement& element, GstMessageType type, const std::exception& problem) {

@@ -54,6 +54,8 @@ GstStateChangeReturn ChangeState(GstElement* element, GstStateChange change) {
     Source& source = SourceOf(element);
     if (change == GST_STATE_CHANGE_NULL_TO_READY && !Guarded(element, false, [&] { return source.Open(), true; }))
         return GST_STATE_CHANGE_FAILURE;
+    if (change == GST_STATE_CHANGE_READY_TO_PAUSED && !Guarded(element, false, [&] { return source.Reopen(), true; }))
+        return GST_STATE_CHANGE_FAILURE;
     const GstStateChangeReturn result = GST_ELEMENT_CLASS(gst_tavix_src_parent_class)->change_state(element, change);
     if (change == GST_STATE_CHANGE_PLAYING_TO_PAUSED) source.StopStream(); // what it sends now would be old later
     if (change == GST_STATE_CHANGE_READY_TO_NULL || result == GST_STATE_CHANGE_FAILURE) source.Close();

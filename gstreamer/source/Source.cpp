@@ -4,6 +4,7 @@
 #include "gstreamer/buffer/ImageMeta.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace tavixgst {
@@ -39,8 +40,22 @@ void Source::Open() {
     m_IsAway = m_IsLossTold = false;
     for (const std::string& name : ParseWords(options->events))
         camera->OnEvent(name, [this](const Tavix::CameraEvent& event) { Post(NewEventStructure(event)); });
+    m_OpenedCamera = options->camera;
+    m_OpenedEvents = options->events;
     const std::lock_guard lock(m_Mutex);
     m_Camera = camera;
+}
+
+void Source::Reopen() {
+    const auto options = Options();
+    bool isOpen;
+    {
+        const std::lock_guard lock(m_Mutex);
+        isOpen = m_Camera != nullptr;
+    }
+    if (isOpen && options->camera == m_OpenedCamera && options->events == m_OpenedEvents) return;
+    Close();
+    Open();
 }
 
 void Source::Close() noexcept {
@@ -163,14 +178,20 @@ void Source::SetFeatures(const std::string& text) {
     }
 }
 
+/// Below PLAYING there is nothing to wait for; right after it the pipeline's thread may still have to start the camera.
 void Source::Trigger() {
-    constexpr std::chrono::milliseconds kGlance{100}, kReadiness{5000};
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kGlance{100}, kStart{1}, kReadiness{5000};
     const auto camera = Opened();
-    const auto deadline = std::chrono::steady_clock::now() + kReadiness;
-    while (!camera->AwaitTrigger(kGlance)) {
-        if (m_Flow.IsInterrupted()) throw Tavix::StateError("the camera does not stream: set the pipeline to PLAYING");
-        if (std::chrono::steady_clock::now() < deadline) continue;
-        throw Tavix::Timeout("the camera was not ready for a trigger within 5 s; its images may take longer");
+    const auto deadline = Clock::now() + kReadiness;
+    for (bool isReady = false; !isReady;) {
+        if (m_Flow.IsInterrupted() || GST_STATE_TARGET(&m_Element) != GST_STATE_PLAYING)
+            throw Tavix::StateError("the camera does not stream: set the pipeline to PLAYING");
+        const bool isRunning = m_Flow.IsRunning();
+        isReady = camera->AwaitTrigger(kGlance) && isRunning;
+        if (!isReady && Clock::now() >= deadline)
+            throw Tavix::Timeout("the camera was not ready for a trigger within 5 s; its images may take longer");
+        if (!isRunning) std::this_thread::sleep_for(kStart);
     }
     camera->FireTrigger();
 }

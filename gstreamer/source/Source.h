@@ -33,6 +33,8 @@ public:
     void SetFeatures(const std::string& text);
 
     void Open();
+    /// Once more, where the camera or the events that are wanted are not those that it was opened with.
+    void Reopen();
     void Close() noexcept;
     /// Null while no camera is open: any caps might do.
     CapsPtr Caps();
@@ -94,6 +96,9 @@ private:
     PipelineTime m_Time;
     std::atomic<bool> m_IsAway{false}, m_NeedsPool{true}, m_IsLossTold{false};
     std::condition_variable m_Changed; // m_IsAway, or the flow is interrupted
+
+    // Of who changes the element's state.
+    std::string m_OpenedCamera, m_OpenedEvents;
 
     // Of the pipeline's thread.
     std::chrono::steady_clock::time_point m_LastImage;

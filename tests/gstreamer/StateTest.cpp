@@ -45,6 +45,51 @@ TEST(GstState, KeepsASecondElementFromTheSameCamera) {
     EXPECT_TRUE(second.Reach(GST_STATE_READY));
 }
 
+/// Behind what the sink has kept from before: it forgets in NULL only.
+bool PullsWidth(Pipeline& pipeline, gint width) {
+    while (const Handle<GstSample> sample = pipeline.Pull()) {
+        if (WidthOf(sample.get()) == width) return true;
+    }
+    return false;
+}
+
+TEST(GstState, OfReadyTakesAnotherCameraAndOtherEvents) {
+    VirtualBus bus(kTwo);
+    Pipeline pipeline(std::string("tavixsrc name=src camera=7") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_EQ(WidthOf(pipeline.Pull().get()), 64);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    g_object_set(pipeline.Find("src").get(), "camera", "8", "events", "ExposureEnd", nullptr);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_TRUE(PullsWidth(pipeline, 128));
+    EXPECT_TRUE(pipeline.AwaitElementMessage("tavix-event"));
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    g_object_set(pipeline.Find("src").get(), "camera", "nobody", nullptr);
+    EXPECT_FALSE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_NE(pipeline.AwaitError().find("nobody"), std::string::npos);
+    g_object_set(pipeline.Find("src").get(), "camera", "7", nullptr);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_TRUE(PullsWidth(pipeline, 64));
+}
+
+TEST(GstState, BelowPlayingHasNothingToTrigger) {
+    VirtualBus bus(kTwo);
+    Pipeline pipeline(std::string("tavixsrc name=src camera=7 features=\"TriggerMode=On TriggerSource=Software\"") +
+                      kAppSink);
+    const auto source = pipeline.Find("src");
+    for (const GstState state : {GST_STATE_READY, GST_STATE_PAUSED, GST_STATE_PLAYING, GST_STATE_PAUSED}) {
+        ASSERT_TRUE(pipeline.Reach(state));
+        gboolean isTriggered = FALSE;
+        g_signal_emit_by_name(source.get(), "trigger", &isTriggered);
+        EXPECT_EQ(isTriggered, state == GST_STATE_PLAYING);
+        if (isTriggered) {
+            EXPECT_TRUE(pipeline.Pull());
+        } else {
+            EXPECT_NE(pipeline.AwaitWarning().find("set the pipeline to PLAYING"), std::string::npos);
+        }
+    }
+}
+
 TEST(GstState, RefusesToSeek) {
     VirtualBus bus(kTwo);
     Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
