@@ -53,6 +53,22 @@ TEST(Group, GivesSetsOfOneTriggerByBlockId) {
     }
 }
 
+TEST(Group, LeavesItsCamerasAloneOnceItsStreamHasEnded) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    Tavix::GroupOptions options;
+    options.grab.count = 2;
+    Tavix::GroupStream stream = group.Grab(options);
+    while (!stream.Next().images.empty())
+        continue;
+    group.Set("Width", "32"); // locked while a camera streams
+    EXPECT_EQ(stream.Counts().size(), 3U);
+    Tavix::GroupStream other = group.Grab();
+    other.Cancel();
+    EXPECT_TRUE(other.Next().images.empty());
+    group.Set("Width", "64");
+}
+
 TEST(Group, GivesSetsOfOneMoment) {
     VirtualBus bus(kThree);
     Tavix::Group group = Tavix::Group::Open();

@@ -77,6 +77,16 @@ TEST(ImageStream, EndsWithItsCamera) {
     EXPECT_TRUE(image.IsWhole());
 }
 
+TEST(ImageStream, LeavesTheCameraAloneOnceItIsCancelled) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::ImageStream stream = camera.Grab();
+    ASSERT_TRUE(stream.Next());
+    stream.Cancel();
+    EXPECT_FALSE(stream.Next());
+    EXPECT_TRUE(camera.Grab().Next());
+}
+
 TEST(ImageStream, ReturnsEmptyFromAWaitThatIsCancelled) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();

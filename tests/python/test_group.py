@@ -43,6 +43,30 @@ def test_triggered_sets_hold_an_image_of_each(group):
         assert [counts.delivered for counts in stream.counts] == [3, 3]
 
 
+def test_a_stream_that_has_ended_leaves_the_cameras_alone(group):
+    group.set("TriggerMode", "Off")
+    ended = group.grab(3)
+    assert len(list(ended)) == 3
+    group.set("Width", 32)  # locked while streaming
+    cancelled = group.grab()
+    next(cancelled)
+    cancelled.cancel()
+    assert list(cancelled) == []
+    group.set("Width", 64)
+    with group[0].grab() as stream:
+        next(stream)
+        stream.cancel()
+        assert list(stream) == []
+        group[0].Width = 32
+
+    async def grab():
+        stream = group.stream(2)
+        assert len([images async for images in stream]) == 2
+        group.set("Width", 64)
+
+    asyncio.run(grab())
+
+
 def test_a_silent_camera_leaves_its_place_empty(group):
     with group.grab(set_timeout=0.1) as stream:
         group[0].trigger()

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <mutex>
 #include <thread>
 
 namespace Tavix {
@@ -19,10 +20,15 @@ struct TAVIX_HIDDEN GroupStream::Impl {
     };
 
     Impl(std::vector<std::string> names, const GroupOptions& given) : options(given), sets(std::move(names), given) {}
-    ~Impl() {
+    ~Impl() { End(); }
+
+    /// Returns when all cameras have been stopped, which the threads do.
+    void End() {
         Cancel();
-        for (Member& member : members)
-            if (member.thread.joinable()) member.thread.join();
+        std::call_once(ended, [this] {
+            for (Member& member : members)
+                if (member.thread.joinable()) member.thread.join();
+        });
     }
 
     void Cancel() noexcept {
@@ -42,6 +48,8 @@ struct TAVIX_HIDDEN GroupStream::Impl {
         return isCancelled || (options.grab.count > 0 && taken >= options.grab.count) || sets.HasEnded();
     }
     ImageSet Take(const detail::Deadline& deadline);
+    /// The next set; otherwise whether there will be none.
+    ImageSet Await(const detail::Deadline& deadline, bool& isOver);
 
     const GroupOptions options;
     std::vector<Member> members; // constant once the threads run
@@ -50,6 +58,7 @@ struct TAVIX_HIDDEN GroupStream::Impl {
     detail::ImageSets sets TAVIX_GUARDED_BY(mutex);
     bool isCancelled TAVIX_GUARDED_BY(mutex) = false;
     std::uint64_t taken TAVIX_GUARDED_BY(mutex) = 0;
+    std::once_flag ended;
 };
 
 void GroupStream::Impl::Run(std::size_t camera) noexcept {
@@ -69,6 +78,13 @@ void GroupStream::Impl::Run(std::size_t camera) noexcept {
 }
 
 ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
+    bool isOver = false;
+    ImageSet set = Await(deadline, isOver);
+    if (isOver) End();
+    return set;
+}
+
+ImageSet GroupStream::Impl::Await(const detail::Deadline& deadline, bool& isOver) {
     MutexLock guard(mutex);
     while (!IsOver()) {
         const auto now = std::chrono::steady_clock::now();
@@ -85,6 +101,7 @@ ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
             guard.Wait(changed);
         }
     }
+    isOver = IsOver();
     return {};
 }
 

@@ -22,12 +22,9 @@ struct TAVIX_HIDDEN ImageStream::Impl {
     }
     Image Take(std::chrono::milliseconds timeout, detail::Acquisition::Absence absence) {
         if (thread) return thread->Take(detail::DeadlineIn(timeout));
-        if (IsComplete()) {
-            acquisition->Shutdown();
-            return {};
-        }
-        Image image = acquisition->Take(timeout, absence);
+        Image image = IsComplete() ? Image() : acquisition->Take(timeout, absence);
         if (image) acquisition->HandOut(image);
+        if (!image && (IsComplete() || acquisition->IsCancelled())) acquisition->Shutdown(); // it will bring no more
         return image;
     }
 };
