@@ -143,6 +143,7 @@ void EventPump::Run() noexcept {
         for (unsigned int which = 0; events.WaitForAny(WaitObject::waitForever, &which) && which != 0;)
             Drain();
     });
+    m_Stop.Wait(WaitObject::waitForever); // those who ask it for more need the device, even if the channel has failed
     Retreat();
     m_Device.reset();
 }
