@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -103,6 +104,53 @@ TEST(Life, InAForkedChildIsHarmless) {
         const BUFFER_HANDLE buffer = session.Next();
         ASSERT_NE(buffer, nullptr) << "the child has taken the parent's stream away";
         ASSERT_EQ(session->DSQueueBuffer(session.Stream(), buffer), GC_ERR_SUCCESS);
+    }
+}
+
+TEST(Life, EndsWhileOtherThreadsAreInside) {
+    for (int round = 0; round < 20; ++round) {
+        Session session;
+        session.Announce(4);
+        session.QueueAll();
+        session.Start();
+        const EVENT_HANDLE event = session.NewBuffers();
+        const DS_HANDLE stream = session.Stream();
+        const PORT_HANDLE port = session.Remote();
+        const IF_HANDLE interface = session.Interface();
+        const std::string id = session.DeviceId();
+        const auto until = [](auto&& call) {
+            return std::thread([call] {
+                while (call() != GC_ERR_NOT_INITIALIZED) {
+                }
+            });
+        };
+        std::thread threads[] = {until([&session, event, stream] {
+                                     EVENT_NEW_BUFFER_DATA data{};
+                                     std::size_t size = sizeof data;
+                                     const GC_ERROR code = session->EventGetData(event, &data, &size, 1);
+                                     (void)session->DSQueueBuffer(stream, data.BufferHandle);
+                                     return code;
+                                 }),
+                                 until([&session, stream] {
+                                     std::size_t count = 0, size = sizeof count;
+                                     return session->DSGetInfo(stream, STREAM_INFO_NUM_QUEUED, nullptr, &count, &size);
+                                 }),
+                                 until([&session, port] {
+                                     std::uint32_t value = 0;
+                                     std::size_t size = sizeof value;
+                                     return session->GCReadPort(port, kWidth, &value, &size);
+                                 }),
+                                 until([&session, interface, &id] {
+                                     std::int32_t status = 0;
+                                     std::size_t size = sizeof status;
+                                     (void)session->IFUpdateDeviceList(interface, nullptr, 0);
+                                     return session->IFGetDeviceInfo(interface, id.c_str(), DEVICE_INFO_ACCESS_STATUS,
+                                                                     nullptr, &status, &size);
+                                 })};
+        std::this_thread::sleep_for(std::chrono::milliseconds(round));
+        EXPECT_EQ(session->GCCloseLib(), GC_ERR_SUCCESS);
+        for (std::thread& thread : threads)
+            thread.join();
     }
 }
 
