@@ -121,7 +121,7 @@ GC_ERROR GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE*
         case PORT_INFO_ACCESS_NI:
             return answer.Bool(false);
         case PORT_INFO_VERSION:
-            return answer.String(identity.version);
+            return answer.String(used.port->Version());
         default:
             Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a port");
         }

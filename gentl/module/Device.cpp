@@ -23,7 +23,7 @@ int32_t Device::AccessStatus() const {
 }
 
 std::string Device::Version() const {
-    return m_Remote->DeviceVersion();
+    return m_Remote->Version();
 }
 
 void Device::Info(DEVICE_INFO_CMD command, Answer& answer) {

@@ -41,12 +41,14 @@ public:
     virtual std::vector<Url> Urls() = 0;
 
     struct Identity {
-        std::string id, vendor, model, version;
+        std::string id, vendor, model;
         const char* module = "";
         bool isReadable = true;
         bool isWritable = true;
     };
     virtual Identity Identify() = 0;
+    /// Apart from the rest, since a camera has to be asked for it.
+    virtual std::string Version() = 0;
 };
 
 /// Thread-safe.

@@ -172,7 +172,7 @@ std::vector<Port::Url> ModulePort::Urls() {
 }
 
 Port::Identity ModulePort::Identify() {
-    return {m_Id, kVendor, kModel, kVersion, m_Module, true, true};
+    return {m_Id, kVendor, kModel, m_Module, true, true};
 }
 
 void ModulePort::ReadDescription(std::uint64_t offset, void* buffer, size_t& size) {

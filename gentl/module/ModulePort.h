@@ -42,6 +42,7 @@ public:
     void Write(std::uint64_t address, const void* buffer, size_t& size) override;
     std::vector<Url> Urls() override;
     Identity Identify() override;
+    std::string Version() override { return kVersion; }
 
     /// For tests: what a consumer downloads.
     const std::string& Description();

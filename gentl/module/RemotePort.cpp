@@ -130,14 +130,14 @@ std::vector<Port::Url> RemotePort::Urls() {
     return urls;
 }
 
-std::string RemotePort::DeviceVersion() {
+std::string RemotePort::Version() {
     return ReadVersion(Owner()->Vx());
 }
 
 Port::Identity RemotePort::Identify() {
     const auto device = Owner();
     const FoundCamera& camera = device->Camera();
-    return {camera.id, camera.Vendor(), camera.Model(), DeviceVersion(), "Device", true, !device->IsReadOnly()};
+    return {camera.id, camera.Vendor(), camera.Model(), "Device", true, !device->IsReadOnly()};
 }
 
 } // namespace gentl

@@ -22,8 +22,7 @@ public:
     void ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, size_t count, size_t& done) override;
     std::vector<Url> Urls() override;
     Identity Identify() override;
-
-    std::string DeviceVersion();
+    std::string Version() override;
 
 private:
     std::shared_ptr<Device> Owner() const;

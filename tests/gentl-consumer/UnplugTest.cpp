@@ -142,6 +142,19 @@ TEST(Unplug, LeavesErrorsAndNoWaiter) {
     EXPECT_EQ(hasChanged, 1);
 }
 
+TEST(Unplug, LeavesThePortItsName) {
+    Session session(Session::SmallCamera(kUnpluggable));
+    PullThePlug(session);
+    const auto info = [&](Command what) {
+        return Ask([&](INFO_DATATYPE* type, void* room, std::size_t* size) {
+            return session->GCGetPortInfo(session.Remote(), what, type, room, size);
+        });
+    };
+    EXPECT_EQ(info(PORT_INFO_PORTNAME).Text(), "Device");
+    EXPECT_EQ(info(PORT_INFO_ID).Text(), session.DeviceId());
+    EXPECT_FALSE(info(PORT_INFO_VERSION).Ok()) << "the camera itself tells it";
+}
+
 TEST(Unplug, OfACameraThatComesBackLetsItBeOpenedAgain) {
     Session session(Session::SmallCamera(kReturning));
     PullThePlug(session);
