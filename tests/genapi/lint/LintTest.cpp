@@ -43,6 +43,15 @@ TEST(Lint, TellsTheLineOfTheElement) {
     EXPECT_EQ(findings[0].place.line, 5u);
 }
 
+TEST(Lint, TellsTheLineOfTheValueOrOfTheNodeThatLacksIt) {
+    const auto findings = LintDescription(LintText(
+        Frame("A B") + "<Integer Name='A'>\n<Value>1</Value>\n<Min>5</Min>\n<Max>2</Max></Integer>\n"
+                       "<MaskedIntReg Name='B'>\n<Address>0</Address>\n" REGISTER_REST "<LSB>1</LSB></MaskedIntReg>"));
+    ASSERT_THAT(Said(findings), ElementsAre("min-above-max A", "assumed-element B"));
+    EXPECT_EQ(findings[0].place.line, 5u);
+    EXPECT_EQ(findings[1].place.line, 7u);
+}
+
 TEST(Lint, TellsTheLineOfAStructureForWhatItsEntriesInherit) {
     const auto findings = LintDescription(
         LintText(Frame("A B") +

@@ -58,6 +58,12 @@ TEST(ValueCache, IsNotValidWhileTheAddressHasToBeRead) {
     EXPECT_FALSE(map.Integer("Feature").IsValueCacheValid());
 }
 
+TEST(ValueCache, IsNotValidOfANodeThatIsDefective) {
+    const XmlMap map(Integer("Sound", "<Value>1</Value>") + Integer("Dangling", "<pValue>Nothing</pValue>"));
+    EXPECT_TRUE(map.Integer("Sound").IsValueCacheValid());
+    EXPECT_FALSE(map.Integer("Dangling").IsValueCacheValid());
+}
+
 TEST(AccessModeCache, IsForNodesWithoutAPortBelow) {
     const XmlMap map(Reg("Raw", "0") + Held("Plain", "1") +
                      Integer("LockedByPlain", "<pIsLocked>Plain</pIsLocked><Value>1</Value>") +
