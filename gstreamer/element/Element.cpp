@@ -27,14 +27,13 @@ Source& SourceOf(gpointer element) {
 
 namespace {
 
-constexpr char kUnplugged[] = "the camera is unplugged";
-
 /// Once the camera has gone everything fails, each in a way of its own; the loss is what to tell, and once.
 void PostFailure(gpointer element, const std::exception& problem) {
     Source& source = SourceOf(element);
     const auto* loss = dynamic_cast<const Tavix::Removed*>(&problem);
     const bool isSilence = dynamic_cast<const Tavix::Timeout*>(&problem) != nullptr;
-    if (!loss && (isSilence || !source.HasGone())) return PostError(*GST_ELEMENT(element), problem);
+    const bool hasGone = !isSilence && source.HasGone(); // a loss, too, is told after the message of it
+    if (!loss && !hasGone) return PostError(*GST_ELEMENT(element), problem);
     if (source.IsFirstToTellLoss()) PostError(*GST_ELEMENT(element), loss ? *loss : Tavix::Removed(kUnplugged));
 }
 

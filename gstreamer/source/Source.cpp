@@ -53,9 +53,17 @@ void Source::Reopen() {
         const std::lock_guard lock(m_Mutex);
         isOpen = m_Camera != nullptr;
     }
-    if (isOpen && options->camera == m_OpenedCamera && options->events == m_OpenedEvents) return;
+    const bool isLost = m_IsAway || m_IsLossTold, isSame = options->camera == m_OpenedCamera;
+    if (isOpen && !isLost && isSame && options->events == m_OpenedEvents) return;
     Close();
-    Open();
+    m_IsAway = isLost; // until it is open again
+    m_IsLossTold = false;
+    try {
+        Open();
+    } catch (const Tavix::NotFound& problem) {
+        if (!isLost || !isSame || !problem.FeatureName().empty()) throw;
+        throw Tavix::Removed(kUnplugged);
+    }
 }
 
 void Source::Close() noexcept {
@@ -135,13 +143,11 @@ bool Source::HasGone() {
 }
 
 void Source::OnRemoval(bool isBack) {
-    {
-        const std::lock_guard lock(m_Mutex);
-        m_IsAway = !isBack;
-        if (isBack) m_IsLossTold = false;
-        m_Changed.notify_all();
-    }
     Post(gst_structure_new_empty(isBack ? "tavix-returned" : "tavix-removed"));
+    const std::lock_guard lock(m_Mutex);
+    m_IsAway = !isBack;
+    if (isBack) m_IsLossTold = false;
+    m_Changed.notify_all();
 }
 
 void Source::Post(GstStructure* message) const {

@@ -19,6 +19,8 @@
 
 namespace tavixgst {
 
+inline constexpr char kUnplugged[] = "the camera is unplugged";
+
 /// What stands behind a tavixsrc. The element calls it from the threads that its base class names; all that is not said
 /// to be for the pipeline's thread is thread-safe. Throws as the camera classes do.
 class Source {
@@ -33,7 +35,7 @@ public:
     void SetFeatures(const std::string& text);
 
     void Open();
-    /// Once more, where the camera or the events that are wanted are not those that it was opened with.
+    /// Once more, where the camera has gone, or where it or the events that are wanted are not those of the last time.
     void Reopen();
     void Close() noexcept;
     /// Null while no camera is open: any caps might do.

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace {
 
@@ -80,6 +82,34 @@ TEST(GstLoss, OfTheCameraIsRiddenOutOnRequest) {
     EXPECT_GT(longest, 1500 * GST_MSECOND);
     EXPECT_TRUE(pipeline.AwaitElementMessage("tavix-returned"));
     EXPECT_EQ(pipeline.Stat("reconnects"), 1U);
+}
+
+/// Whether such an error comes, behind those of the base class.
+bool Tells(Pipeline& pipeline, const char* text) {
+    for (std::string error; !(error = pipeline.AwaitError()).empty();) {
+        if (error.find(text) != std::string::npos) return true;
+    }
+    return false;
+}
+
+TEST(GstLoss, OfTheCameraEndsInReadyOnceItIsBack) {
+    VirtualBus bus(CameraWith(std::string(kUnplug) + R"(, "replugAfterMs": 1500)"));
+    Pipeline pipeline("tavixsrc post-messages=true ! fakesink");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_TRUE(Tells(pipeline, "unplugged; plug it in"));
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!pipeline.Reach(GST_STATE_PLAYING)) {
+        ASSERT_TRUE(Tells(pipeline, "unplugged; plug it in"));
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    Handle<GstMessage> message;
+    do {
+        message = pipeline.Await(GST_MESSAGE_ELEMENT);
+    } while (message && !gst_message_has_name(message.get(), "tavix-image"));
+    EXPECT_TRUE(message);
 }
 
 TEST(GstLoss, OfMemoryToThePipelineIsToldAndEndsWithTheFirstBufferThatComesBack) {
