@@ -38,6 +38,17 @@ TEST(FeatureBag, StoresWhatMayBeStoredOnceForEachSelectorValue) {
     EXPECT_EQ(map.Integer("Selector").GetValue(), 1);
 }
 
+TEST(FeatureBag, DoesNotWalkASelectorWithoutLimits) {
+    TestMap map;
+    map.Add("Integer", "Selector", {{"Value", "1", ""}, {"pSelected", "Gain", ""}});
+    map.Add("Integer", "Gain", {{"Value", "5", ""}, {"Streamable", "Yes", ""}}).Ready();
+    CFeatureBag bag;
+    EXPECT_TRUE(bag.StoreToBag(&map));
+    std::ostringstream text;
+    text << bag;
+    EXPECT_EQ(text.str(), "Selector\t1\nGain\t5\nSelector\t1\n");
+}
+
 TEST(FeatureBag, BringsTheSettingsToAnotherMap) {
     CameraMap from;
     from.port.Put(0, {7, 0, 0, 0, 8, 0, 0, 0, 9});
