@@ -3,6 +3,11 @@
 #include "gstreamer/element/Element.h"
 #include "gstreamer/source/Source.h"
 
+#include <tavix/camera/Error.h>
+
+#include <string>
+#include <vector>
+
 namespace tavixgst {
 namespace {
 
@@ -33,7 +38,13 @@ GValue* GetFeature(GstElement* element, const gchar* name) {
 }
 
 gboolean SetFeature(GstElement* element, const gchar* name, const GValue* value) {
-    return value != nullptr && Succeeds(element, [&] { SourceOf(element).Write(name ? name : "", *value); });
+    return Succeeds(element, [&] {
+        const std::string feature = name ? name : "";
+        if (!G_IS_VALUE(value))
+            throw Tavix::ValueError("set-feature needs a value for '" + feature + "': a number, a boolean or a string",
+                                    feature);
+        SourceOf(element).Write(feature, *value);
+    });
 }
 
 gchar** ListFeatures(GstElement* element) {

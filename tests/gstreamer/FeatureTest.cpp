@@ -61,6 +61,17 @@ TEST_F(GstFeature, TellsWhyItIsRefused) {
     EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("GstFraction"));
 }
 
+TEST_F(GstFeature, WithoutAValueIsRefusedAloud) {
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    const GValue unset = G_VALUE_INIT;
+    for (const GValue* value : {static_cast<const GValue*>(nullptr), &unset}) {
+        gboolean isSet = TRUE;
+        g_signal_emit_by_name(pipeline.Find("src").get(), "set-feature", "Width", value, &isSet);
+        EXPECT_FALSE(isSet);
+        EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("needs a value for 'Width'"));
+    }
+}
+
 TEST_F(GstFeature, IsOutOfReachWithoutACamera) {
     EXPECT_EQ(Get("Gain"), "gchararray NULL");
     EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("READY"));
