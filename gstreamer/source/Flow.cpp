@@ -94,6 +94,11 @@ bool Flow::IsRunning() const {
     return m_Stream != nullptr;
 }
 
+std::string Flow::WhySilent() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Stream ? m_Stream->WhySilent() : "the camera was stopped meanwhile";
+}
+
 Flow::Pause::Pause(Flow& flow) : m_Flow(flow) {
     std::unique_lock lock(flow.m_Mutex);
     ++flow.m_Pauses;

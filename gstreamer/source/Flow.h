@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace tavixgst {
 
@@ -28,6 +29,8 @@ public:
     /// Of the present stream, or of the last one.
     Tavix::GrabCounts Counts() const;
     bool IsRunning() const;
+    /// What to do when no image comes, in words without a full stop.
+    std::string WhySilent() const;
 
     /// While it lives the camera does not stream, and the pipeline's thread waits for it to end.
     class Pause {

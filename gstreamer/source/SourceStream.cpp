@@ -65,8 +65,8 @@ void Source::CheckSilence(const tavixgst::Options& options) {
     const auto silence = Clock::now() - m_LastImage;
     if (m_IsAway) m_LastImage = Clock::now();
     if (options.timeout == 0 || m_IsAway || silence < std::chrono::nanoseconds(options.timeout)) return;
-    throw Tavix::Timeout("no image came for " + std::to_string(options.timeout / GST_MSECOND) +
-                         " ms; check trigger, exposure time and cable");
+    throw Tavix::Timeout("no image came for " + std::to_string(options.timeout / GST_MSECOND) + " ms; " +
+                         m_Flow.WhySilent());
 }
 
 void Source::TellStarvation() {

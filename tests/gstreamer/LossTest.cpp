@@ -122,6 +122,13 @@ TEST(GstLoss, OfMemoryToThePipelineIsToldAndEndsWithTheFirstBufferThatComesBack)
         EXPECT_TRUE(pipeline.Pull());
 }
 
+TEST(GstLoss, OfMemoryToThePipelineIsNamedByTheTimeout) {
+    VirtualBus bus(R"([{"serial": "7", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 1000}])");
+    Pipeline pipeline(std::string("tavixsrc name=src buffers=2 keep-budget=0 timeout=2000000000") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("all 2 images that there is memory for are kept"));
+}
+
 TEST(GstLoss, OfTheCameraBeforeItIsOpenedIsAnError) {
     VirtualBus bus(CameraWith(R"("refuseClaims": 50)"));
     Pipeline pipeline(std::string("tavixsrc name=src") + kAppSink);
