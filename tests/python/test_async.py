@@ -18,6 +18,14 @@ def test_a_loop_takes_so_many_images_in_order(camera):
     assert asyncio.run(numbers()) == [0, 1, 2, 3, 4]
 
 
+def test_a_wrong_number_is_told_under_the_name_that_was_called(camera):
+    with pytest.raises(TypeError, match=r"^stream\(\) takes a whole number.* not 'x'$"):
+        camera.stream("x")
+    with pytest.raises(tavix.ValueError, match="number of images"):
+        camera.stream(-1)
+    camera.stream(2**70).close()  # as good as without end
+
+
 def test_others_have_their_turn(camera):
     async def count():
         turns = 0
