@@ -26,6 +26,31 @@ Camera._repr_html_ = _html.of_camera
 Feature._repr_html_ = _html.of_feature
 Image._repr_html_ = _html.of_image
 
+
+def _made_elsewhere(made, by):
+    def refuse(self, *args, **options):
+        raise TypeError(f"{made.__name__}() makes nothing; {by}")
+
+    made.__init__ = refuse
+
+
+for _made, _by in (
+        (Camera, "tavix.open() opens a camera"),
+        (CameraInfo, "tavix.cameras() lists cameras, and camera.info is that of one"),
+        (Counts, "stream.counts has them"),
+        (Event, "callbacks of camera.on_event() get them"),
+        (Feature, "camera.feature() finds one"),
+        (Group, "tavix.group() opens several cameras"),
+        (GroupStream, "group.grab() starts one"),
+        (HostTime, "image.host_time and camera.to_host_time() are such"),
+        (Image, "camera.grab() and camera.grab_one() bring images"),
+        (ImageSet, "group.grab() brings sets"),
+        (Stream, "camera.grab() starts one"),
+        (Subscription, "camera.on_event(), camera.on_removal() and feature.on_change() return one"),
+        (Watch, "tavix.watch() starts one")):
+    _made_elsewhere(_made, _by)
+del _made, _by
+
 _opened = _weakref.WeakSet()
 _watches = _weakref.WeakSet()
 _used = False

@@ -23,6 +23,17 @@ def test_opens_by_any_name_and_closes_at_the_end_of_the_block():
         camera.Width
 
 
+@pytest.mark.parametrize("made, by", [
+    (tavix.Camera, "open"), (tavix.CameraInfo, "cameras"), (tavix.Counts, "counts"), (tavix.Event, "on_event"),
+    (tavix.Feature, "feature"), (tavix.Group, "group"), (tavix.GroupStream, "grab"), (tavix.HostTime, "host_time"),
+    (tavix.Image, "grab_one"), (tavix.ImageSet, "grab"), (tavix.Stream, "grab"), (tavix.Subscription, "on_change"),
+    (tavix.Watch, "watch")])
+def test_what_is_made_elsewhere_says_where(made, by):
+    for arguments in (), ("7",):
+        with pytest.raises(TypeError, match=rf"^{made.__name__}\(\) makes nothing; .*\b{by}\b"):
+            made(*arguments)
+
+
 def test_what_is_closed_is_not_entered(camera):
     stream = camera.grab()
     stream.close()
