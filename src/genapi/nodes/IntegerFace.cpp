@@ -5,6 +5,17 @@
 #include <algorithm>
 
 namespace genapi {
+namespace {
+
+/// Of any size.
+bool IsWholeNumber(std::string_view text) {
+    const bool isHex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+    text.remove_prefix(isHex ? 2 : text.substr(0, 1) == "-" ? 1 : 0);
+    return !text.empty() &&
+           text.find_first_not_of(isHex ? "0123456789abcdefABCDEF" : "0123456789") == std::string_view::npos;
+}
+
+} // namespace
 
 void IntegerChecks::CheckWrite(Node& node, int64_t value, const std::vector<int64_t>& validValues) {
     const int64_t min = node.IntegerMin();
@@ -40,7 +51,10 @@ void IntegerChecks::CheckRead(Node& node, int64_t value) {
 
 int64_t IntegerChecks::ParseText(Node& node, std::string_view text) {
     const std::optional<int64_t> value = ParseIntegerText(text, node.Representation());
-    if (!value) ThrowInvalidArgument(node, "FromString", "'" + std::string(text) + "' is no integer.");
+    if (!value) {
+        const char* reason = IsWholeNumber(TrimBlanks(text)) ? "' is beyond 64 bits." : "' is no integer.";
+        ThrowInvalidArgument(node, "FromString", "'" + std::string(text) + reason);
+    }
     return *value;
 }
 

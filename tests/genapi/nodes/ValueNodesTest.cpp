@@ -90,6 +90,24 @@ TEST(Integer, AcceptsListedValuesOnly) {
     EXPECT_EQ(map.Integer("I").GetListOfValidValues(/*bounded=*/false).size(), 3u);
 }
 
+TEST(Integer, TellsTextThatIsTooLargeFromTextThatIsNoNumber) {
+    TestMap map;
+    map.Add("Integer", "I", {{"Value", "0", ""}}).Ready();
+    const auto complaint = [&](const char* text) -> std::string {
+        try {
+            map.Value("I").FromString(text);
+        } catch (const GenICam::InvalidArgumentException& exception) {
+            return exception.GetDescription();
+        }
+        return "none";
+    };
+    for (const std::string text : {"9223372036854775808", " -9223372036854775809", "0x10000000000000000"})
+        EXPECT_EQ(complaint(text.c_str()), "'" + text + "' is beyond 64 bits.");
+    for (const std::string text : {"", "-", "0x", "-0x10", "92233720368547758080x", "one"})
+        EXPECT_EQ(complaint(text.c_str()), "'" + text + "' is no integer.");
+    EXPECT_EQ(complaint("-9223372036854775808"), "none");
+}
+
 TEST(Integer, WritesAndReadsTheTextOfItsRepresentation) {
     TestMap map;
     map.Add("Integer", "Hex", {{"Value", "255", ""}, {"Representation", "HexNumber", ""}});
