@@ -37,7 +37,8 @@ bool IsSame(const std::string& left, const std::string& right) {
     return difference == 0;
 }
 
-std::set<std::string>::const_iterator Find(const std::set<std::string>& texts, const std::string& text) {
+template<class Texts>
+typename Texts::const_iterator Find(const Texts& texts, const std::string& text) {
     auto found = texts.end();
     for (auto one = texts.begin(); one != texts.end(); ++one) {
         if (IsSame(*one, text)) found = one;
@@ -101,8 +102,8 @@ bool Gate::IsOriginAllowed(std::string_view origin, std::string_view host) const
 
 std::string Gate::MakeToken() {
     const Tavix::MutexLock lock(m_Lock);
-    if (m_Tokens.size() >= kMostTokens) m_Tokens.erase(m_Tokens.begin());
-    return *m_Tokens.insert(Random()).first;
+    if (m_Tokens.size() >= kMostTokens) m_Tokens.pop_front();
+    return m_Tokens.emplace_back(Random());
 }
 
 std::string Gate::Exchange(const std::string& token) {

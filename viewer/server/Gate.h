@@ -5,7 +5,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
+#include <deque>
 #include <set>
 #include <string>
 #include <string_view>
@@ -40,7 +40,8 @@ public:
 private:
     const bool m_Others;
     mutable Tavix::Mutex m_Lock;
-    std::set<std::string> m_Tokens, m_Keys TAVIX_GUARDED_BY(m_Lock);
+    std::deque<std::string> m_Tokens TAVIX_GUARDED_BY(m_Lock); // as they were made
+    std::set<std::string> m_Keys TAVIX_GUARDED_BY(m_Lock);
 };
 
 } // namespace viewer
