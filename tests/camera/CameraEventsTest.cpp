@@ -1,5 +1,8 @@
 #include "camera/CameraTest.h"
 
+#include <tavix/Device.h>
+#include <tavix/EventGrabber.h>
+
 #include <gmock/gmock.h>
 
 #include <condition_variable>
@@ -7,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <thread>
 
 namespace {
 
@@ -100,6 +104,23 @@ TEST(CameraEvents, LeavesTheSelectorAsItWas) {
     EXPECT_EQ(camera["EventSelector"].Text(), "FrameStart");
     camera["EventSelector"] = "ExposureEnd";
     EXPECT_EQ(camera["EventNotification"].Text(), "On");
+}
+
+TEST(CameraEvents, OfAChannelThatHasFailedMayStillBeAskedFor) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["EventSelector"] = "ExposureEnd";
+    camera.OnEvent("ExposureEnd", [](const Tavix::CameraEvent&) {});
+    camera.Device().GetEventGrabber()->Close(); // what waits for events meets an exception
+    for (int i = 0; i < 30; ++i) {
+        ASSERT_EQ(camera["EventNotification"].Text(), "On") << "the thread has let the device go";
+        std::this_thread::sleep_for(10ms);
+    }
+    camera.OnEvent("FrameStart", [](const Tavix::CameraEvent&) {});
+    camera["EventSelector"] = "FrameStart";
+    EXPECT_EQ(camera["EventNotification"].Text(), "On");
+    camera.Close();
+    EXPECT_EQ(Tavix::Camera::Open()["EventNotification"].Text(), "Off");
 }
 
 TEST(CameraEvents, OfAnUnknownNameIsRefusedWithThoseThatThereAre) {
