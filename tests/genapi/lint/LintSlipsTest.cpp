@@ -2,30 +2,16 @@
 
 #include <gmock/gmock.h>
 
-#include <ostream>
-
 using genapi::Finding;
 using genapi::LintDescription;
 using genapi::testkit::Frame;
 using genapi::testkit::LintText;
 using genapi::testkit::Said;
+using genapi::testkit::Slip;
+using genapi::testkit::SlipName;
 using ::testing::UnorderedElementsAreArray;
 
 namespace {
-
-struct Slip {
-    const char* name;
-    const char* features; // below Root
-    const char* nodes;    // from line 3 on
-    std::vector<std::string> said;
-    char minor = '1';
-
-    friend std::ostream& operator<<(std::ostream& stream, const Slip& slip) { return stream << slip.name; }
-};
-
-std::string SlipName(const ::testing::TestParamInfo<Slip>& slip) {
-    return slip.param.name;
-}
 
 class LintSlips : public ::testing::TestWithParam<Slip> {};
 

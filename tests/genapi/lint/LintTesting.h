@@ -3,7 +3,10 @@
 
 #include "genapi/lint/Lint.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +46,21 @@ inline const Finding* FindFinding(const std::vector<Finding>& findings, std::str
     const auto found = std::find_if(findings.begin(), findings.end(),
                                     [rule](const Finding& each) { return FactsOf(each.rule).name == rule; });
     return found == findings.end() ? nullptr : &*found;
+}
+
+// A description in short and what is said about it.
+struct Slip {
+    const char* name;
+    const char* features; // below Root
+    const char* nodes;    // from line 3 on
+    std::vector<std::string> said;
+    char minor = '1';
+
+    friend std::ostream& operator<<(std::ostream& stream, const Slip& slip) { return stream << slip.name; }
+};
+
+inline std::string SlipName(const ::testing::TestParamInfo<Slip>& slip) {
+    return slip.param.name;
 }
 
 } // namespace genapi::testkit
