@@ -150,3 +150,38 @@ TEST(Enumeration, DoesNotTrustAValueThatClearsItself) {
     map->ToString();
     EXPECT_EQ(map.port.reads, reads) << "an ordinary value is cached again";
 }
+
+TEST(Enumeration, DoesNotTrustTheCacheAfterItHasWrittenAValueThatClearsItself) {
+    ModeMap map;
+    map.AddRegister("IntReg", "R", "0");
+    map.Entry("Off", "0").Entry("Once", "1", {{"IsSelfClearing", "Yes", ""}}).Mode({{"pValue", "R", ""}});
+    map->FromString("Once");
+    map.port.Put(0, {0});
+    EXPECT_EQ(map->ToString(), "Off");
+    map->SetIntValue(1);
+    map.port.Put(0, {0});
+    EXPECT_EQ(map->ToString(), "Off");
+}
+
+TEST(Enumeration, TakesTheFirstOfEntriesThatAreEquallyNear) {
+    ModeMap map;
+    map.Add("Float", "F", {{"pValue", "Mode", ""}});
+    map.Entry("Three", "3").Entry("One", "1").Entry("Five", "5").Mode({{"Value", "5", ""}});
+    map.Float("F").SetValue(2.0);
+    EXPECT_EQ(map->ToString(), "Three");
+}
+
+TEST(Enumeration, TakesANameBetweenBlanks) {
+    ModeMap map;
+    map.Entry("Off", "0").Entry("On", "1").Mode({{"Value", "0", ""}});
+    map->FromString(" On\n");
+    EXPECT_EQ(map->ToString(), "On");
+}
+
+TEST(Enumeration, ReplacesTheListOfNames) {
+    ModeMap map;
+    map.Entry("Off", "0").Mode({{"Value", "0", ""}});
+    StringList_t symbolics{"Old"};
+    map->GetSymbolics(symbolics);
+    EXPECT_EQ(symbolics, (StringList_t{"Off"}));
+}

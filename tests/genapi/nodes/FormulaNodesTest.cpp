@@ -261,3 +261,13 @@ TEST(Converter, TakesItsStepFromWithinItsLimits) {
     map.Ready();
     EXPECT_EQ(map.Float("C").GetInc(), 0.5);
 }
+
+TEST(IntConverter, FindsItsOnlyLimitThoughTheFormulaRisesSlowly) {
+    TestMap map;
+    map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}});
+    map.Add("IntConverter", "C",
+            {{"pValue", "Raw", ""}, {"FormulaFrom", "TO / 1048576", ""}, {"FormulaTo", "FROM * 1048576", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Integer("C").GetMin(), 0);
+    EXPECT_EQ(map.Integer("C").GetMax(), INT64_MAX);
+}

@@ -183,6 +183,23 @@ TEST(Float, WritesItsTextAsTheNotationSays) {
     EXPECT_THROW(map.Value("A").FromString("1,5"), GenICam::InvalidArgumentException);
 }
 
+TEST(Float, WritesNoneToAHundredDecimals) {
+    TestMap map;
+    map.Add("Float", "None", {{"Value", "3.14", ""}, {"DisplayNotation", "Fixed", ""}, {"DisplayPrecision", "0", ""}});
+    map.Add("Float", "Many", {{"Value", "0.5", ""}, {"DisplayNotation", "Fixed", ""}, {"DisplayPrecision", "101", ""}});
+    map.Ready();
+    EXPECT_EQ(map.Value("None").ToString(), "3");
+    EXPECT_EQ(map.Value("Many").ToString().str(), "0.5" + std::string(99, '0'));
+}
+
+TEST(Float, IsReadWithVerifyAtItsLimits) {
+    TestMap map;
+    map.Add("Float", "F", {{"Value", "0.1", ""}, {"Min", "0.1", ""}, {"Max", "0.7", ""}}).Ready();
+    EXPECT_EQ(map.Float("F").GetValue(/*Verify=*/true), 0.1);
+    map.Float("F").SetValue(0.7);
+    EXPECT_EQ(map.Float("F").GetValue(/*Verify=*/true), 0.7);
+}
+
 TEST(Float, ChoosesAmongItsSlotsByAnIndexOfAnyKind) {
     TestMap map;
     map.Add("EnumEntry", "EnumEntry_Mode_A", {{"Value", "1", ""}, {"Symbolic", "A", ""}});
