@@ -92,6 +92,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"AReferenceToAControl", InRoot("&#27;"), "line 2: a reference names no character"},
         BadText{"AReferenceToZero", InRoot("&#x0;"), "line 2: a reference names no character"},
         BadText{"AReferenceToASurrogate", InRoot("&#xD800;"), "line 2: a reference names no character"},
+        BadText{"AReferenceToTheLastSurrogate", InRoot("&#xDFFF;"), "line 2: a reference names no character"},
+        BadText{"AReferenceToTheLastButOneOfAPlane", InRoot("&#xFFFE;"), "line 2: a reference names no character"},
+        BadText{"AReferenceToTheLastOfAPlane", InRoot("&#xFFFF;"), "line 2: a reference names no character"},
         BadText{"AReferenceBeyondAllCharacters", InRoot("&#x110000;"), "line 2: a reference names no character"},
         BadText{"AReferenceToNoNumber", InRoot("&#a;"), "line 2: a reference names no character"},
         BadText{"AnEscape", InRoot("\n\x1B[2J"), "line 3: there is a control character"},
@@ -135,6 +138,12 @@ TEST(XmlCheck, TakesWhatXmlAllows) {
         "<![CDATA[<&-- ]] ]]></ToolTip ></String></RegisterDescription\n>\n<!-- end --><?end?>\n");
     EXPECT_THAT(Properties(description, "A"), ElementsAre("ToolTip=]] >\t&e;<&-- ]] "));
     EXPECT_THAT(description.problems, IsEmpty());
+}
+
+TEST(XmlCheck, TakesTheFirstAndLastOfTheCharactersThatAReferenceMayName) {
+    for (const char* const reference :
+         {"&#x20;", "&#xD7FF;", "&#xE000;", "&#xFFFD;", "&#x10000;", "&#x10FFFF;", "&#xfF;", "&#xaA;", "&#1114111;"})
+        EXPECT_EQ(XmlErrorOf(InRoot(reference)), "no error") << reference;
 }
 
 TEST(XmlCheck, SeesAmongManyAttributesTheOneGivenTwice) {
