@@ -90,7 +90,7 @@ const Slip kCaches[] = {
 };
 INSTANTIATE_TEST_SUITE_P(OfCaches, LintEdges, ::testing::ValuesIn(kCaches), SlipName);
 
-const Slip kCircles[] = {
+const Slip kCircleEdges[] = {
     {"OfAnIndexedValue",
      "A S",
      "<Integer Name='A'><pIndex>S</pIndex><pValueIndexed Index='1'>A</pValueIndexed><ValueDefault>0</ValueDefault>"
@@ -140,7 +140,7 @@ const Slip kCircles[] = {
      "<pVariable Name='X.AccessMode'>A</pVariable><Formula>X.AccessMode</Formula></IntSwissKnife>",
      {"access-cycle A"}},
 };
-INSTANTIATE_TEST_SUITE_P(OfCircles, LintEdges, ::testing::ValuesIn(kCircles), SlipName);
+INSTANTIATE_TEST_SUITE_P(OfCircles, LintEdges, ::testing::ValuesIn(kCircleEdges), SlipName);
 
 const Slip kValues[] = {
     {"NotOfValuesAtTheirLimits",
