@@ -4,8 +4,8 @@
 #include "chunk/UsbChunkParser.h"
 #include "event/TavixUsbEventAdapter.h"
 
-#include "ChunkMap.h"
-#include "Script.h"
+#include "fuzz/ChunkMap.h"
+#include "fuzz/Script.h"
 
 #include <vector>
 

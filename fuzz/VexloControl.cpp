@@ -1,6 +1,6 @@
 // A camera that answers commands with anything, while its registers and its description file are read.
 
-#include "Script.h"
+#include "fuzz/Script.h"
 
 #include "usb/Backend.h"
 #include "vexlo/device/Bootstrap.h"

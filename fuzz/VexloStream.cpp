@@ -1,10 +1,10 @@
 // Image streams: plans for any needs, blocks that arrive in any pieces, and what is told of them.
 
-#include "Script.h"
+#include "fuzz/Script.h"
 
 #include "vexlo/stream/BlockJudge.h"
-#include "vexlo/stream/engine/BlockSlot.h"
-#include "vexlo/stream/engine/PacketParser.h"
+#include "vexlo/stream/block/BlockSlot.h"
+#include "vexlo/stream/block/PacketParser.h"
 
 #include <algorithm>
 #include <vector>

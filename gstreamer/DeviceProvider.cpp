@@ -1,6 +1,6 @@
 #include "gstreamer/DeviceProvider.h"
 
-#include "gstreamer/caps/Format.h"
+#include "gstreamer/caps/CapsFormat.h"
 
 #include <tavix/camera/CameraInfo.h>
 

@@ -47,7 +47,7 @@ private:
 };
 
 bool IsSame(const Tavix::Image& image, const Layout& layout) {
-    const Format* format = FindFormat(static_cast<Tavix::imaging::PixelFormat>(image.PixelFormatCode()));
+    const CapsFormat* format = FindFormat(static_cast<Tavix::imaging::PixelFormat>(image.PixelFormatCode()));
     return format != nullptr && std::strcmp(format->name, layout.format->name) == 0;
 }
 

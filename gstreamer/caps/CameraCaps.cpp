@@ -36,8 +36,8 @@ std::vector<const PixelFormatInfo*> FormatsOf(const Camera& camera) {
     return formats;
 }
 
-void Add(std::vector<const Format*>& rows, const Format* row) {
-    const bool isThere = std::any_of(rows.begin(), rows.end(), [&](const Format* other) {
+void Add(std::vector<const CapsFormat*>& rows, const CapsFormat* row) {
+    const bool isThere = std::any_of(rows.begin(), rows.end(), [&](const CapsFormat* other) {
         return std::string(other->name) == row->name && g_strcmp0(other->colorimetry, row->colorimetry) == 0;
     });
     if (!isThere) rows.push_back(row);
@@ -54,7 +54,7 @@ bool IsLacking(const std::vector<const PixelFormatInfo*>& sources) {
     return !sources.empty() && FindFormat(sources.front()->format) == nullptr;
 }
 
-void AddConverted(std::vector<const Format*>& rows, const std::vector<const PixelFormatInfo*>& sources) {
+void AddConverted(std::vector<const CapsFormat*>& rows, const std::vector<const PixelFormatInfo*>& sources) {
     if (sources.empty()) return;
     const bool isGrey = sources.front()->model == Tavix::imaging::ColourModel::Mono;
     for (const PixelFormat target : isGrey ? kGreyFirst : kColoursFirst) {
@@ -63,12 +63,12 @@ void AddConverted(std::vector<const Format*>& rows, const std::vector<const Pixe
 }
 
 /// The formats of the pipeline in the order in which they are preferred.
-std::vector<const Format*> RowsOf(const Camera& camera, Conversion conversion) {
+std::vector<const CapsFormat*> RowsOf(const Camera& camera, Conversion conversion) {
     const std::vector<const PixelFormatInfo*> sources = FormatsOf(camera);
-    std::vector<const Format*> rows;
+    std::vector<const CapsFormat*> rows;
     if (conversion == Conversion::WhereNeeded && IsLacking(sources)) AddConverted(rows, sources);
     for (const PixelFormatInfo* source : sources) {
-        if (const Format* row = FindFormat(source->format)) Add(rows, row);
+        if (const CapsFormat* row = FindFormat(source->format)) Add(rows, row);
     }
     if (conversion == Conversion::WhereNeeded) AddConverted(rows, sources);
     return rows;
@@ -99,15 +99,15 @@ void AddSize(GstStructure& caps, const char* field, const Feature& feature) {
 }
 
 /// Whether the camera, set so, gives this to the pipeline.
-bool Gives(const PixelFormatInfo& source, const Format& format) {
-    const Format* row = FindFormat(source.format);
+bool Gives(const PixelFormatInfo& source, const CapsFormat& format) {
+    const CapsFormat* row = FindFormat(source.format);
     return row != nullptr && std::string(row->name) == format.name &&
            g_strcmp0(row->colorimetry, format.colorimetry) == 0;
 }
 
 /// As the camera is set if that can be converted because GStreamer lacks it; else to the format itself, else to one
 /// that can be converted.
-std::string CameraFormatFor(const Camera& camera, const Format& format, Conversion conversion) {
+std::string CameraFormatFor(const Camera& camera, const CapsFormat& format, Conversion conversion) {
     const std::vector<const PixelFormatInfo*> sources = FormatsOf(camera);
     const bool isAllowed = conversion == Conversion::WhereNeeded;
     if (isAllowed && IsLacking(sources) && Tavix::imaging::IsConvertible(sources.front()->format, format.camera))
@@ -134,7 +134,7 @@ GstClockTime Layout::Duration() const {
 CapsPtr CapsOf(const Camera& camera, Conversion conversion) {
     const FrameRate rate = FrameRateOf(camera);
     CapsPtr caps(gst_caps_new_empty());
-    for (const Format* row : RowsOf(camera, conversion)) {
+    for (const CapsFormat* row : RowsOf(camera, conversion)) {
         StructurePtr one(gst_structure_new(row->media, "format", G_TYPE_STRING, row->name, nullptr));
         AddSize(*one, "width", camera["Width"]);
         AddSize(*one, "height", camera["Height"]);
@@ -155,14 +155,14 @@ GstCaps* Fixate(const Camera& camera, GstCaps* caps) {
     return gst_caps_fixate(caps);
 }
 
-const Format* FormatOf(const Camera& camera, const GstStructure& caps, Conversion conversion) {
-    for (const Format* row : RowsOf(camera, conversion)) {
+const CapsFormat* FormatOf(const Camera& camera, const GstStructure& caps, Conversion conversion) {
+    for (const CapsFormat* row : RowsOf(camera, conversion)) {
         if (IsMeant(*row, caps)) return row;
     }
     return nullptr;
 }
 
-Layout LayoutOf(const Format& format, const GstCaps& caps) {
+Layout LayoutOf(const CapsFormat& format, const GstCaps& caps) {
     const GstStructure* one = gst_caps_get_structure(&caps, 0);
     Layout layout;
     layout.format = &format;

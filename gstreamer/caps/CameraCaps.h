@@ -2,7 +2,7 @@
 // Caps out of a camera's limits, and a camera set up as caps say.
 
 #include "gstreamer/Handles.h"
-#include "gstreamer/caps/Format.h"
+#include "gstreamer/caps/CapsFormat.h"
 
 #include <tavix/camera/Camera.h>
 
@@ -15,7 +15,7 @@ enum class Conversion { None, WhereNeeded };
 
 /// What goes down the pipeline. Re-entrant.
 struct Layout {
-    const Format* format = nullptr; ///< null: nothing is negotiated
+    const CapsFormat* format = nullptr; ///< null: nothing is negotiated
     guint width = 0, height = 0;
     gint rateNumerator = 0, rateDenominator = 1; ///< 0/1: variable
     gsize stride = 0, size = 0;                  ///< as GStreamer lays such images out when nothing else is told
@@ -31,8 +31,8 @@ CapsPtr CapsOf(const Tavix::Camera& camera, Conversion conversion);
 /// unless it throws.
 GstCaps* Fixate(const Tavix::Camera& camera, GstCaps* caps);
 /// Null for caps that are not of ours.
-const Format* FormatOf(const Tavix::Camera& camera, const GstStructure& caps, Conversion conversion);
-Layout LayoutOf(const Format& format, const GstCaps& caps);
+const CapsFormat* FormatOf(const Tavix::Camera& camera, const GstStructure& caps, Conversion conversion);
+Layout LayoutOf(const CapsFormat& format, const GstCaps& caps);
 /// Sets the camera up; what is so already is not written. The camera must not stream.
 void Configure(Tavix::Camera& camera, const Layout& layout, Conversion conversion);
 

@@ -2,7 +2,7 @@
 
 #include "gstreamer/Report.h"
 #include "gstreamer/buffer/ImageMeta.h"
-#include "gstreamer/caps/Format.h"
+#include "gstreamer/caps/CapsFormat.h"
 #include "gstreamer/source/Source.h"
 
 #include <tavix/camera/Error.h>

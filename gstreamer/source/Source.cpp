@@ -93,7 +93,7 @@ GstCaps* Source::Fixate(GstCaps* caps) {
 void Source::Negotiated(GstCaps& caps) {
     const auto camera = Opened();
     const Conversion conversion = ConversionWanted();
-    const Format* format = FormatOf(*camera, *gst_caps_get_structure(&caps, 0), conversion);
+    const CapsFormat* format = FormatOf(*camera, *gst_caps_get_structure(&caps, 0), conversion);
     if (format == nullptr) throw Tavix::ValueError("the camera has no pixel format for these caps", "PixelFormat");
     const Layout layout = LayoutOf(*format, caps);
     const bool isSame =

@@ -1,6 +1,6 @@
 #include "usb/libusb/LibusbDescriptors.h"
 
-#include "usb/TestDevice.h"
+#include "usb/support/TestDevice.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "usb/LibusbTest.h"
+#include "usb/support/LibusbTest.h"
 
 #include <atomic>
 #include <thread>

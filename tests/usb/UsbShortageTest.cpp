@@ -1,7 +1,7 @@
 // The real bus, when memory or threads run out at any moment: nothing throws, nothing stays open, no notice is lost.
 #include "support/Shortage.h"
 #include "usb/HotplugHandlers.h"
-#include "usb/LibusbTest.h"
+#include "usb/support/LibusbTest.h"
 #include "usb/trace/TracedBackend.h"
 
 #include <atomic>

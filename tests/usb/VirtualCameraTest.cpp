@@ -1,8 +1,8 @@
 // The virtual camera below the real libusb.
 #include "support/usbfs/VirtualCamera.h"
 #include "support/usbfs/Ioctl.h"
-#include "usb/Transfers.h"
 #include "usb/libusb/LibusbBackend.h"
+#include "usb/support/Transfers.h"
 #include "virtualcam/Bytes.h"
 #include "virtualcam/device/Protocol.h"
 

@@ -11,10 +11,10 @@
 #include "virtualcam/device/channel/ControlChannel.h"
 #include "virtualcam/device/channel/EventChannel.h"
 #include "virtualcam/device/channel/StreamLayout.h"
-#include "virtualcam/firmware/AcquisitionControl.h"
 #include "virtualcam/firmware/Clock.h"
 #include "virtualcam/firmware/RegisterSpace.h"
-#include "virtualcam/firmware/UserSets.h"
+#include "virtualcam/firmware/control/AcquisitionControl.h"
+#include "virtualcam/firmware/control/UserSets.h"
 #include "virtualcam/settings/BackendSettings.h"
 
 namespace virtualcam {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-#include "virtualcam/firmware/AnalogControl.h"
-#include "virtualcam/firmware/ImageFormat.h"
+#include "virtualcam/firmware/control/AnalogControl.h"
+#include "virtualcam/firmware/control/ImageFormat.h"
 
 namespace virtualcam {
 

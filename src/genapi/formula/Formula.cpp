@@ -1,8 +1,8 @@
 #include "genapi/formula/Formula.h"
 
-#include "genapi/formula/FormulaCompiler.h"
 #include "genapi/formula/FormulaMachine.h"
 #include "genapi/formula/IntegerMachine.h"
+#include "genapi/formula/compile/FormulaCompiler.h"
 
 namespace genapi {
 

@@ -2,8 +2,8 @@
 // Formulas of converters and swiss knives: compiled once to a small program, evaluated often.
 
 #include "genapi/formula/FormulaCode.h"
-#include "genapi/formula/FormulaNames.h"
 #include "genapi/formula/FormulaValue.h"
+#include "genapi/formula/compile/FormulaNames.h"
 
 #include <cstdint>
 #include <string>

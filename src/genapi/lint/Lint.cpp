@@ -1,6 +1,6 @@
 #include "genapi/lint/Lint.h"
 
-#include "genapi/lint/Checks.h"
+#include "genapi/lint/check/Checks.h"
 #include "genapi/loader/Loader.h"
 #include "genapi/map/Map.h"
 

@@ -3,7 +3,7 @@
 
 #include "genapi/description/Description.h"
 #include "genapi/lint/Finding.h"
-#include "genapi/loader/XmlText.h"
+#include "genapi/loader/xml/XmlText.h"
 
 #include <optional>
 #include <string>

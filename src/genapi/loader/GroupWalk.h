@@ -1,7 +1,7 @@
 #pragma once
 // The node elements of a description, in and outside of its groups.
 
-#include "genapi/loader/XmlText.h"
+#include "genapi/loader/xml/XmlText.h"
 
 #include <pugixml.hpp>
 

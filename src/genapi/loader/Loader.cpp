@@ -3,7 +3,7 @@
 #include "genapi/description/Lexical.h"
 #include "genapi/loader/NodeElements.h"
 #include "genapi/loader/RecordBuilder.h"
-#include "genapi/loader/XmlText.h"
+#include "genapi/loader/xml/XmlText.h"
 
 #include <optional>
 

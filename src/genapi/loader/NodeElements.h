@@ -2,7 +2,7 @@
 // The node elements of descriptions as one flat list, before records are made from them.
 
 #include "genapi/description/Description.h"
-#include "genapi/loader/XmlText.h"
+#include "genapi/loader/xml/XmlText.h"
 
 #include <optional>
 #include <string_view>

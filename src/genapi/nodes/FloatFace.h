@@ -5,7 +5,7 @@
 #include "genapi/nodes/base/ValueNode.h"
 #include "genapi/nodes/host/Descent.h"
 #include "genapi/nodes/host/Operation.h"
-#include "genapi/nodes/text/Convert.h"
+#include "genapi/nodes/text/RoundToInteger.h"
 #include "genapi/nodes/text/TextForms.h"
 
 #include <GenApi/IFloat.h>

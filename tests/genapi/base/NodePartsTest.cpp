@@ -1,6 +1,6 @@
 // What a node is made of, part by part.
-#include "genapi/nodes/base/AccessRule.h"
-#include "genapi/nodes/base/Denial.h"
+#include "genapi/nodes/access/AccessRule.h"
+#include "genapi/nodes/access/Denial.h"
 #include "genapi/nodes/base/Imposable.h"
 #include "genapi/nodes/base/Node.h"
 #include "genapi/nodes/base/NodeDefect.h"

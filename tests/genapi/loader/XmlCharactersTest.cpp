@@ -1,5 +1,5 @@
-#include "genapi/loader/XmlCharacters.h"
-#include "genapi/loader/XmlCheck.h"
+#include "genapi/loader/xml/XmlCharacters.h"
+#include "genapi/loader/xml/XmlCheck.h"
 
 #include <gtest/gtest.h>
 

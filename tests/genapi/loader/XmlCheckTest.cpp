@@ -2,7 +2,7 @@
 
 #include "LoaderTesting.h"
 
-#include "genapi/loader/LineIndex.h"
+#include "genapi/loader/xml/LineIndex.h"
 
 #include <Base/GCException.h>
 

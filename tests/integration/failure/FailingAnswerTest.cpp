@@ -1,6 +1,6 @@
-// Each command of an errand in turn is answered badly, in each way that a camera may: nothing may hang, be lost or be
-// left behind, and the next errand succeeds.
-#include "ErrandTest.h"
+// Each command of a tour in turn is answered badly, in each way that a camera may: nothing may hang, be lost or be
+// left behind, and the next tour succeeds.
+#include "TourTest.h"
 
 #include "virtualcam/device/Protocol.h"
 
@@ -20,12 +20,12 @@ void PrintTo(const BadAnswer& answer, std::ostream* out) {
     *out << answer.name;
 }
 
-class FailingAnswer : public ErrandTest, public testing::WithParamInterface<BadAnswer> {
+class FailingAnswer : public TourTest, public testing::WithParamInterface<BadAnswer> {
 protected:
     unsigned int CountCommands() {
         auto& faults = usbfs::Bus::Instance().Faults();
         faults.Count();
-        ExpectGoodErrand();
+        ExpectGoodTour();
         return faults.GetCounts()[{usbfs::Call::TransferEnd, virtualcam::kControlOut}];
     }
     void Fail(unsigned int index, std::uint32_t value) {
@@ -41,7 +41,7 @@ protected:
         rule.command = GetParam().command;
         script.control = {rule};
         m_Bus.Camera().SetFaults(script);
-        const ErrandReport report = RunErrand(name, {5000, kBriefMs, true});
+        const TourReport report = RunTour(name, {5000, kBriefMs, true});
         m_Bus.Camera().SetFaults({});
         Judge(name, report);
     }

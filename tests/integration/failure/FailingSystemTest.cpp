@@ -1,6 +1,6 @@
-// Whatever libusb asks of the system fails once, or from some call on: each call of an errand in turn, with each error
-// that a kernel may give. No crash, no hang, no buffer lost, nothing left behind, and the next errand succeeds.
-#include "ErrandTest.h"
+// Whatever libusb asks of the system fails once, or from some call on: each call of a tour in turn, with each error
+// that a kernel may give. No crash, no hang, no buffer lost, nothing left behind, and the next tour succeeds.
+#include "TourTest.h"
 
 #include "support/usbfs/system/Udev.h"
 #include "virtualcam/device/Protocol.h"
@@ -33,11 +33,11 @@ void PrintTo(const FailingCall& call, std::ostream* out) {
     *out << call.name;
 }
 
-class FailingSystem : public ErrandTest, public testing::WithParamInterface<FailingCall> {
+class FailingSystem : public TourTest, public testing::WithParamInterface<FailingCall> {
 protected:
     CallFaults::Counts CountCalls() {
         Faults().Count();
-        ExpectGoodErrand();
+        ExpectGoodTour();
         return Faults().GetCounts();
     }
     /// A device that is gone does not only fail to answer: the system soon says so.
@@ -45,17 +45,17 @@ protected:
         if (error != ENODEV && error != ESHUTDOWN) return {};
         return [this] { m_Bus.Camera().Unplug(); };
     }
-    /// Fails one call, or all from there on, in one errand.
+    /// Fails one call, or all from there on, in one tour.
     void Fail(const CallSite& site, unsigned int index, int error, unsigned int times) {
         CallFault fault{site, index, error, times, Before(error)};
         const std::string name = usbfs::ToText(fault);
         if (!IsWanted(name)) return;
         SCOPED_TRACE(name);
         // Where the failing call is the one that would have brought it, an event is waited for in vain.
-        Errand::Limits limits{5000, kBriefMs, true};
+        CameraTour::Limits limits{5000, kBriefMs, true};
         if (times != 1 || fault.before) limits = {kBriefMs, kBriefMs, false};
         Faults().Arm(std::move(fault));
-        const ErrandReport report = RunErrand(name, limits);
+        const TourReport report = RunTour(name, limits);
         m_Hits += Faults().Disarm() != 0 ? 1 : 0;
         // libusb takes a device without a node off its list, until it hears that the node has been made.
         if (error == ENOENT) usbfs::AnnounceNode("2-1");

@@ -4,8 +4,8 @@
 #include "event/TavixUsbEventGrabber.h"
 
 #include "device/VxDevicePtr.h"
+#include "tavixusb/support/CallRecord.h"
 #include "tavixusb/support/DeviceFixture.h"
-#include "tavixusb/support/Journal.h"
 #include "tavixusb/support/ParamsRows.h"
 
 #include <GenApi/NodeCallback.h>
@@ -25,8 +25,8 @@ protected:
         MakeGrabber();
     }
     std::vector<std::string> JournalOf(const std::function<void()>& step) {
-        Journal journal("Tavix.USB.EventStream");
-        return journal.Of([&] { failure = FailureOf(step); });
+        CallRecord record("Tavix.USB.EventStream");
+        return record.Of([&] { failure = FailureOf(step); });
     }
     std::vector<std::string> JournalOfOpen() {
         return JournalOf([&] { made->Open(); });

@@ -1,13 +1,13 @@
 // Every operation of the stream grabber in every state and on every road that fails: the calls it makes and the lines
 // it writes, in their order and nothing besides.
 
-#include "tavixusb/support/Journal.h"
+#include "tavixusb/support/CallRecord.h"
 #include "tavixusb/support/StreamGrabberFixture.h"
 
 using testing::ElementsAreArray;
 
 namespace {
-namespace stream_journal {
+namespace stream_calls {
 
 using Tavix::IStreamGrabber;
 using Failing = std::map<std::string, vexlo::VxStatus>;
@@ -16,7 +16,7 @@ struct StreamStep {
     const char* name; // begins with the state that the step begins in
     void (*act)(IStreamGrabber&);
     Failing failing;
-    std::vector<std::string> journal;
+    std::vector<std::string> calls;
     const char* stateAfter;
     std::string failure; // text of the exception; empty for none
 };
@@ -247,10 +247,10 @@ protected:
 
 TEST_P(StreamGrabberStep, DoesAndSaysThisAndNothingBesides) {
     Begin();
-    Journal journal("Tavix.USB.Stream");
+    CallRecord record("Tavix.USB.Stream");
     std::string failure;
-    EXPECT_THAT(journal.Of([&] { failure = FailureOf([&] { GetParam().act(grabber()); }); }),
-                ElementsAreArray(GetParam().journal));
+    EXPECT_THAT(record.Of([&] { failure = FailureOf([&] { GetParam().act(grabber()); }); }),
+                ElementsAreArray(GetParam().calls));
     EXPECT_EQ(GetParam().failure, failure);
     EXPECT_EQ(GetParam().stateAfter, Status());
     EXPECT_EQ(std::string("Closed") != GetParam().stateAfter, grabber().IsOpen());
@@ -258,5 +258,5 @@ TEST_P(StreamGrabberStep, DoesAndSaysThisAndNothingBesides) {
 INSTANTIATE_TEST_SUITE_P(EachState, StreamGrabberStep, testing::ValuesIn(kSteps),
                          [](const auto& step) { return std::string(step.param.name); });
 
-} // namespace stream_journal
+} // namespace stream_calls
 } // namespace

@@ -1,7 +1,7 @@
 // How a stream grabber comes, goes and gets its stream: calls and lines in their order.
 
 #include "TavixTL_USB/TavixUSB/device/VxDevicePtr.h"
-#include "tavixusb/support/Journal.h"
+#include "tavixusb/support/CallRecord.h"
 #include "tavixusb/support/ParamsRows.h"
 #include "tavixusb/support/StreamGrabberFixture.h"
 
@@ -39,8 +39,8 @@ protected:
         MakeGrabber();
     }
     std::vector<std::string> JournalOf(const std::function<void()>& step) {
-        Journal journal("Tavix.USB.Stream");
-        return journal.Of([&] { failure = FailureOf(step); });
+        CallRecord record("Tavix.USB.Stream");
+        return record.Of([&] { failure = FailureOf(step); });
     }
 
     Tavix::VxDevicePtr usbDevice{vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)};

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "usb/Transfers.h"
+#include "usb/support/Transfers.h"
 #include "virtualcam/backend/Backend.h"
 #include "virtualcam/support/SmallCamera.h"
 #include "virtualcam/support/StreamClient.h"

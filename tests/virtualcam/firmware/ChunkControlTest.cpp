@@ -1,4 +1,4 @@
-#include "virtualcam/firmware/ChunkControl.h"
+#include "virtualcam/firmware/control/ChunkControl.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Error.h"
 #include "cameras/CameraChoice.h"
-#include "grabs/GrabRun.h"
+#include "grabs/RunGrabs.h"
 #include "line/Commands.h"
 #include "output/Json.h"
 #include "output/Text.h"

@@ -3,7 +3,7 @@
 #include "cameras/CameraChoice.h"
 #include "features/Features.h"
 #include "grabs/EventPrinter.h"
-#include "grabs/GrabRun.h"
+#include "grabs/RunGrabs.h"
 #include "line/Commands.h"
 
 namespace tool {

@@ -1,7 +1,7 @@
 #pragma once
 // What a grab says at its end.
 
-#include "grabs/GrabRun.h"
+#include "grabs/RunGrabs.h"
 
 #include <string>
 #include <vector>

@@ -3,7 +3,7 @@
 
 #include "virtualcam/Bytes.h"
 #include "virtualcam/device/channel/BlockFaults.h"
-#include "virtualcam/firmware/AcquisitionControl.h"
+#include "virtualcam/firmware/control/AcquisitionControl.h"
 
 namespace virtualcam {
 

@@ -2,8 +2,8 @@
 // The payload of a block: an image, and what follows it.
 
 #include "virtualcam/Bytes.h"
-#include "virtualcam/firmware/AcquisitionControl.h"
 #include "virtualcam/firmware/Scene.h"
+#include "virtualcam/firmware/control/AcquisitionControl.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "genapi/nodes/base/Node.h"
 
 #include "genapi/description/Lexical.h"
-#include "genapi/nodes/base/Denial.h"
+#include "genapi/nodes/access/Denial.h"
 #include "genapi/nodes/base/Links.h"
 #include "genapi/nodes/base/Throw.h"
 #include "genapi/nodes/host/Descent.h"

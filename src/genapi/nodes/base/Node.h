@@ -3,7 +3,7 @@
 
 #include "genapi/description/NodeTraits.h"
 #include "genapi/formula/FormulaValue.h"
-#include "genapi/nodes/base/AccessRule.h"
+#include "genapi/nodes/access/AccessRule.h"
 #include "genapi/nodes/base/Imposable.h"
 #include "genapi/nodes/base/NodeDefect.h"
 #include "genapi/nodes/base/NodeProperties.h"

@@ -2,7 +2,7 @@
 #include "genapi/nodes/base/Node.h"
 #include "genapi/nodes/base/Throw.h"
 #include "genapi/nodes/host/Descent.h"
-#include "genapi/nodes/text/Convert.h"
+#include "genapi/nodes/text/RoundToInteger.h"
 
 #include <limits>
 

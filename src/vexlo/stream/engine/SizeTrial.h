@@ -3,7 +3,7 @@
 
 #include "u3v/TransferPlan.h"
 #include "vexlo/stream/StreamHost.h"
-#include "vexlo/stream/engine/FirstBlocks.h"
+#include "vexlo/stream/block/FirstBlocks.h"
 #include "vexlo/stream/engine/Silence.h"
 
 #include <chrono>

@@ -6,7 +6,7 @@
 #include "vexlo/stream/StreamHost.h"
 #include "vexlo/stream/StreamRegisters.h"
 #include "vexlo/stream/StreamStatistics.h"
-#include "vexlo/stream/engine/PlaceFinder.h"
+#include "vexlo/stream/block/PlaceFinder.h"
 #include "vexlo/stream/engine/RecoveryPolicy.h"
 #include "vexlo/stream/engine/SizeTrial.h"
 #include "vexlo/stream/engine/StreamRequests.h"

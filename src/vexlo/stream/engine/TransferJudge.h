@@ -1,7 +1,7 @@
 #pragma once
 // What a completed transfer tells, by its length and magic before it is believed.
 
-#include "vexlo/stream/engine/BlockSlot.h"
+#include "vexlo/stream/block/BlockSlot.h"
 #include "vexlo/stream/engine/RecoveryPolicy.h"
 
 #include <optional>

@@ -5,7 +5,7 @@
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/StreamHost.h"
 #include "vexlo/stream/TransferBudget.h"
-#include "vexlo/stream/engine/BlockSlot.h"
+#include "vexlo/stream/block/BlockSlot.h"
 #include "vexlo/stream/engine/FixedQueue.h"
 
 #include <memory>

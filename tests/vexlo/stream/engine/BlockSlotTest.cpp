@@ -1,4 +1,4 @@
-#include "vexlo/stream/engine/BlockSlot.h"
+#include "vexlo/stream/block/BlockSlot.h"
 
 #include "vexlo/stream/support/Blocks.h"
 

@@ -1,4 +1,4 @@
-#include "vexlo/stream/engine/PacketParser.h"
+#include "vexlo/stream/block/PacketParser.h"
 
 #include "vexlo/stream/support/Blocks.h"
 

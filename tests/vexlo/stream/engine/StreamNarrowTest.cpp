@@ -2,7 +2,7 @@
 
 #include "vexlo/stream/support/EngineBench.h"
 
-#include "vexlo/stream/engine/FirstBlocks.h"
+#include "vexlo/stream/block/FirstBlocks.h"
 
 using namespace streamtest;
 

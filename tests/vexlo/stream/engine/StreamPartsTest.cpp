@@ -1,6 +1,6 @@
 // The finder, the trial of sizes and the requests, each without the others.
 
-#include "vexlo/stream/engine/PlaceFinder.h"
+#include "vexlo/stream/block/PlaceFinder.h"
 #include "vexlo/stream/engine/SizeTrial.h"
 #include "vexlo/stream/engine/StreamRequests.h"
 
