@@ -34,7 +34,7 @@ std::uint32_t AlignedUnit(const TransferNeeds& needs) {
 
 std::optional<TransferPlan> MakeTransferPlan(const TransferNeeds& needs) {
     const std::uint64_t unit = AlignedUnit(needs);
-    if (needs.payloadSize == 0 || unit > kLargestTransfer) return std::nullopt;
+    if (needs.payloadSize == 0) return std::nullopt;
     const std::uint64_t leader = RoundUp(std::max(needs.leaderSize, kSmallestLeader), unit);
     const std::uint64_t trailer = RoundUp(std::max(needs.trailerSize, kSmallestLeader), unit);
     const std::uint64_t largest = std::min(needs.maxTransferSize, kLargestTransfer);

@@ -46,6 +46,10 @@ TEST(DeviceDescriptor, IsNothingAtEveryTruncation) {
         EXPECT_FALSE(DecodeDeviceDescriptor(Cut(kDevice, size)));
 }
 
+TEST(DeviceDescriptor, IsNothingWhenItStatesLessThanItsLength) {
+    EXPECT_FALSE(DecodeDeviceDescriptor(With(kDevice, 0, 17)));
+}
+
 TEST(DeviceInfo, IsDecoded) {
     const auto info = DecodeDeviceInfo(kInfo);
     ASSERT_TRUE(info);
@@ -69,6 +73,10 @@ TEST(DeviceInfo, MayBeLonger) {
 TEST(DeviceInfo, IsNothingAtEveryTruncation) {
     for (std::size_t size = 0; size < kInfo.size(); ++size)
         EXPECT_FALSE(DecodeDeviceInfo(Cut(kInfo, size)));
+}
+
+TEST(DeviceInfo, IsNothingWhenItStatesLessThanItsLength) {
+    EXPECT_FALSE(DecodeDeviceInfo(With(kInfo, 0, 19)));
 }
 
 TEST(CameraFunction, IsFoundWithItsInterfaces) {
@@ -124,6 +132,62 @@ TEST(CameraFunction, IsOneOfSeveralWithAnAssociationEach) {
     ASSERT_EQ(functions[1].streams.size(), 1u);
     EXPECT_EQ(functions[1].streams[0].number, 4);
     EXPECT_FALSE(functions[1].event);
+}
+
+TEST(CameraFunction, LeavesOutTheInterfaceBehindItsAssociation) {
+    const auto functions = FindCameraFunctions(kWhole + Moved(kStream, 3, 0x84));
+    ASSERT_EQ(functions.size(), 1u);
+    ASSERT_EQ(functions[0].streams.size(), 1u);
+    EXPECT_EQ(functions[0].streams[0].number, 2);
+}
+
+TEST(CameraFunction, TakesNoAssociationThatStandsBeforeAnotherInterface) {
+    const Packet foreign = Hex("09 04 07 00 00 FF 01 02 00");
+    const auto functions =
+        FindCameraFunctions(kHead + With(kAssociation, 3, 1) + foreign + kControlGroup + kEvent + kStream);
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_TRUE(functions[0].event);
+    EXPECT_EQ(functions[0].streams.size(), 1u);
+}
+
+TEST(CameraFunction, TakesItsFirstEventInterface) {
+    const auto functions = FindCameraFunctions(kHead + kControlGroup + kEvent + Moved(kEvent, 4, 0x84));
+    ASSERT_EQ(functions.size(), 1u);
+    ASSERT_TRUE(functions[0].event);
+    EXPECT_EQ(functions[0].event->number, 1);
+}
+
+TEST(CameraFunction, TakesItsFirstDeviceInfo) {
+    const auto functions = FindCameraFunctions(kHead + kControl + kInfo + With(kInfo, 11, 0x44) + kOut + kIn);
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_EQ(functions[0].info.guidIndex, 4);
+}
+
+TEST(CameraFunction, LeavesOutStreamsOfAnotherClass) {
+    const auto functions = FindCameraFunctions(kHead + kControlGroup + With(kStream, 5, 0xFF) + With(kEvent, 6, 0x06));
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_TRUE(functions[0].streams.empty());
+    EXPECT_FALSE(functions[0].event);
+}
+
+TEST(CameraFunction, LeavesOutAlternateSettingsOfItsStreams) {
+    const auto functions = FindCameraFunctions(kHead + kControlGroup + kStream + With(kStream, 3, 1));
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_EQ(functions[0].streams.size(), 1u);
+}
+
+TEST(CameraFunction, LeavesOutEndpointsWithoutAPacketSize) {
+    const Packet silent = With(With(kIn, 2, 0x84), 5, 0);
+    EXPECT_TRUE(FindCameraFunctions(kHead + kControl + kInfo + kOut + silent).empty());
+    const auto functions = FindCameraFunctions(kHead + kControl + kInfo + kOut + silent + kIn);
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_EQ(functions[0].controlIn.address, 0x81);
+}
+
+TEST(CameraFunction, ReadsThePacketSizeWithoutTheBitsAboveIt) {
+    const auto functions = FindCameraFunctions(kHead + kControl + kInfo + kOut + With(kIn, 5, 0x1C));
+    ASSERT_EQ(functions.size(), 1u);
+    EXPECT_EQ(functions[0].controlIn.packetSize, 1024);
 }
 
 TEST(CameraFunction, KeepsSeveralStreamsInTheirOrder) {

@@ -37,6 +37,14 @@ TEST(WriteMemCommand, IsRefusedWhenItDoesNotFit) {
     EXPECT_FALSE(EncodeWriteMem(1, 0, tooLong, large.data(), large.size()));
 }
 
+TEST(WriteMemCommand, TakesAllThatFits) {
+    Packet exact(24);
+    EXPECT_EQ(EncodeWriteMem(1, 0, Hex("01000000"), exact.data(), exact.size()), 24u);
+    const Packet longest(65527);
+    Packet large(70000);
+    EXPECT_EQ(EncodeWriteMem(1, 0, longest, large.data(), large.size()), 65547u);
+}
+
 TEST(Acknowledge, OfAReadCarriesTheData) {
     const auto bytes = Hex("55335643 0000 0108 0400 0000 03000100");
     const auto acknowledge = DecodeAcknowledge(bytes);

@@ -79,4 +79,15 @@ TEST(SingleEvent, IsRefusedWhenItDoesNotFit) {
     EXPECT_EQ(EncodeSingleEvent(packet, EntriesOf(kTestEvent)[0], message.data(), message.size()), 24u);
 }
 
+TEST(SingleEvent, IsAsLongAsAMessageCanSay) {
+    const auto packet = DecodeEvent(kTestEvent).value();
+    const Packet longest(65535), tooLong(65536);
+    Packet message(70000);
+    EventEntry entry;
+    entry.bytes = longest;
+    EXPECT_EQ(EncodeSingleEvent(packet, entry, message.data(), message.size()), 65547u);
+    entry.bytes = tooLong;
+    EXPECT_FALSE(EncodeSingleEvent(packet, entry, message.data(), message.size()));
+}
+
 } // namespace

@@ -88,6 +88,13 @@ TEST(Leader, IsNothingAtEveryTruncation) {
             EXPECT_FALSE(DecodeLeader(Cut(packet, size))) << size;
 }
 
+TEST(Magic, IsSeenInFourBytes) {
+    EXPECT_TRUE(HasLeaderMagic(Cut(kImageLeader, 4)));
+    EXPECT_FALSE(HasLeaderMagic(Cut(kImageLeader, 3)));
+    EXPECT_TRUE(HasTrailerMagic(Cut(kImageTrailer, 4)));
+    EXPECT_FALSE(HasTrailerMagic(Cut(kImageTrailer, 3)));
+}
+
 TEST(Trailer, OfAnImageIsDecoded) {
     const auto decoded = DecodeTrailer(kImageTrailer, kPayloadImage);
     ASSERT_TRUE(decoded);
@@ -160,6 +167,14 @@ TEST(ImageSize, IsUnknownForVendorFormatsAndChunks) {
     leader.pixelFormat = 0x01080001;
     leader.payloadType = kPayloadChunk;
     EXPECT_FALSE(ImageSize(leader, 1));
+}
+
+TEST(ImageSize, CountsAsFarAsSixtyFourBitsGo) {
+    Leader leader;
+    leader.payloadType = kPayloadImage;
+    leader.pixelFormat = 0x01100007;
+    leader.sizeX = 3492383895; // times the lines and 16 bits, 2^64 - 16
+    EXPECT_EQ(ImageSize(leader, 330124505), 2305843009213693950u);
 }
 
 TEST(ImageSize, IsNothingBeyondSixtyFourBits) {

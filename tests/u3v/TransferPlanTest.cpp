@@ -85,6 +85,33 @@ TEST(TransferPlan, MakesRoomForLeaderAndTrailerOfCamerasThatDontTell) {
     EXPECT_EQ(plan->trailerSize, 1024u);
 }
 
+TEST(TransferPlan, TakesSixtyFourBytesForALeaderOfWhichNothingIsKnown) {
+    for (const std::uint16_t packet : {1, 64}) {
+        const auto plan = MakeTransferPlan({1024, 0, 0, 0, packet, 65536});
+        ASSERT_TRUE(plan);
+        EXPECT_EQ(plan->leaderSize, 64u);
+        EXPECT_EQ(plan->trailerSize, 64u);
+    }
+}
+
+TEST(TransferPlan, HasTransfersOfOneGibibyteAtMost) {
+    const std::uint32_t most = 0x40000000;
+    const auto plan = MakeTransferPlan({2ull * most, most, most, 10, 1024, UINT32_MAX});
+    ASSERT_TRUE(plan);
+    EXPECT_EQ(plan->leaderSize, most);
+    EXPECT_EQ(plan->trailerSize, most);
+    EXPECT_EQ(plan->payloadSize, most);
+    EXPECT_EQ(plan->payloadCount, 2u);
+    EXPECT_FALSE(MakeTransferPlan({1024, most + 1, 32, 10, 1024, UINT32_MAX}));
+    EXPECT_FALSE(MakeTransferPlan({1024, 52, most + 1, 10, 1024, UINT32_MAX}));
+}
+
+TEST(TransferPlan, CountsNoMoreTransfersThanANumberWithASignHolds) {
+    const std::uint64_t most = 0x7FFFFFFF;
+    EXPECT_EQ(MakeTransferPlan({most * 1024, 52, 32, 10, 1024, 1024})->payloadCount, most);
+    EXPECT_FALSE(MakeTransferPlan({(most + 1) * 1024, 52, 32, 10, 1024, 1024}));
+}
+
 TEST(TransferPlan, CountsItsTransfers) {
     EXPECT_EQ(MakeTransferPlan({326680, 52, 32, 10, 1024, 65536})->PayloadTransfers(), 6u);
     EXPECT_EQ(MakeTransferPlan({76800, 52, 32, 10, 1024, 1048576})->PayloadTransfers(), 1u);
@@ -94,6 +121,8 @@ TEST(AlignedUnit, IsNeverLessThanAPacket) {
     EXPECT_EQ(AlignedUnit({1, 0, 0, 0, 1024, 1}), 1024u);
     EXPECT_EQ(AlignedUnit({1, 0, 0, 2, 512, 1}), 512u);
     EXPECT_EQ(AlignedUnit({1, 0, 0, 12, 1024, 1}), 4096u);
+    EXPECT_EQ(AlignedUnit({1, 0, 0, 20, 1024, 1}), 1u << 20);
+    EXPECT_EQ(AlignedUnit({1, 0, 0, 21, 1024, 1}), 1024u) << "absurd";
     EXPECT_EQ(AlignedUnit({1, 0, 0, 255, 1024, 1}), 1024u);
     EXPECT_EQ(AlignedUnit({1, 0, 0, 4, 0, 1}), 1024u);
 }
