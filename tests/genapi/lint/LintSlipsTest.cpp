@@ -1,25 +1,16 @@
 #include "genapi/lint/LintTesting.h"
 
-#include <gmock/gmock.h>
-
 using genapi::Finding;
-using genapi::LintDescription;
-using genapi::testkit::Frame;
-using genapi::testkit::LintText;
-using genapi::testkit::Said;
+using genapi::testkit::ExpectSaid;
 using genapi::testkit::Slip;
 using genapi::testkit::SlipName;
-using ::testing::UnorderedElementsAreArray;
 
 namespace {
 
 class LintSlips : public ::testing::TestWithParam<Slip> {};
 
 TEST_P(LintSlips, AreFoundAndNothingElse) {
-    const Slip& slip = GetParam();
-    const auto findings = LintDescription(LintText(Frame(slip.features) + slip.nodes, slip.minor));
-    EXPECT_THAT(Said(findings), UnorderedElementsAreArray(slip.said));
-    for (const Finding& finding : findings) {
+    for (const Finding& finding : ExpectSaid(GetParam())) {
         EXPECT_FALSE(finding.text.empty());
         EXPECT_FALSE(finding.advice.empty());
         EXPECT_GE(finding.place.line, 1u);

@@ -3,6 +3,7 @@
 
 #include "genapi/lint/Lint.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -58,6 +59,13 @@ struct Slip {
 
     friend std::ostream& operator<<(std::ostream& stream, const Slip& slip) { return stream << slip.name; }
 };
+
+// Looks at the description and expects what is to be said about it, and nothing else.
+inline std::vector<Finding> ExpectSaid(const Slip& slip) {
+    std::vector<Finding> findings = LintDescription(LintText(Frame(slip.features) + slip.nodes, slip.minor));
+    EXPECT_THAT(Said(findings), ::testing::UnorderedElementsAreArray(slip.said));
+    return findings;
+}
 
 inline std::string SlipName(const ::testing::TestParamInfo<Slip>& slip) {
     return slip.param.name;

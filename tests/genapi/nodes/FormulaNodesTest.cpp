@@ -250,6 +250,15 @@ TEST(Converter, TellsTheIncrementWhenItIsLinear) {
     EXPECT_EQ(map.Float("C").GetInc(), 1.0);
 }
 
+TEST(FormulaNodes, HaveLimitsWithoutTheirVariables) {
+    TestMap map;
+    map.Add("IntSwissKnife", "K", {{"pVariable", "L", "X"}, {"Formula", "X", ""}});
+    map.Add("IntSwissKnife", "L", {{"pVariable", "K", "Y.Max"}, {"Formula", "Y.Max", ""}}).Ready();
+    EXPECT_EQ(map.Integer("K").GetMax(), INT64_MAX);
+    EXPECT_EQ(map.Integer("K").GetValue(), INT64_MAX);
+    EXPECT_EQ(map.Mode("K"), RO);
+}
+
 TEST(Converter, TakesItsStepFromWithinItsLimits) {
     TestMap map;
     map.Add("Integer", "Raw", {{"Value", "0", ""}, {"Min", "0", ""}, {"Max", "10", ""}});

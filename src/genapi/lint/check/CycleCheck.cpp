@@ -23,6 +23,7 @@ public:
         : m_Model(model), m_Edges(static_cast<std::size_t>(model.Count()) * kFacets) {
         for (m_Node = 0; m_Node < model.Count(); ++m_Node) {
             m_HasOwnLimits = HasOwnLimits();
+            m_LimitsAreComputed = m_Model.Property(m_Node, P::pValue) != nullptr;
             for (const PropertyRecord& property : model.Node(m_Node).properties)
                 AddProperty(property);
             AddFormulas();
@@ -100,7 +101,7 @@ private:
         switch (ParseVariableName(variable.attribute).suffix) {
         case VariableSuffix::Value:
             Add(Facet::Value, variable.value, Facet::Value);
-            Add(Facet::Limit, variable.value, Facet::Value);
+            if (m_LimitsAreComputed) Add(Facet::Limit, variable.value, Facet::Value);
             Add(Facet::Access, variable.value, Facet::Access);
             break;
         case VariableSuffix::Min:
@@ -119,7 +120,8 @@ private:
     const LintModel& m_Model; // borrowed
     std::vector<std::vector<uint32_t>> m_Edges;
     int m_Node = 0;
-    bool m_HasOwnLimits = false; // m_Node
+    bool m_HasOwnLimits = false;      // m_Node
+    bool m_LimitsAreComputed = false; // m_Node's formula computes them as well: a converter, and no SwissKnife
 };
 
 // The components with more than one vertex, or one that needs itself; ascending.
