@@ -24,6 +24,7 @@ std::function<void(Args...)> CallbackOf(pybind11::function callback) {
         try {
             (*kept)(args...);
         } catch (pybind11::error_already_set& e) {
+            if (IsEnding() && e.matches(PyExc_SystemExit)) return;
             e.discard_as_unraisable("a callback of tavix");
         }
     };

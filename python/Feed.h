@@ -33,10 +33,11 @@ public:
 
     /// What came, nothing when it did not come yet or at the end. Throws what ended the stream.
     std::optional<Item> Take() {
+        LeaveAtEnd();
         const std::lock_guard lock(m_Guard);
         if (!m_Item && m_Error) std::rethrow_exception(std::exchange(m_Error, nullptr));
         std::optional<Item> taken = std::exchange(m_Item, std::nullopt);
-        if (taken && !m_HasEnded) m_Wake.Reset();
+        if (!m_HasEnded) m_Wake.Reset();
         m_Changed.notify_all();
         return taken;
     }

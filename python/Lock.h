@@ -1,5 +1,7 @@
 #pragma once
-// The interpreter's lock: given back for what takes time, waits that a signal ends.
+// The interpreter's lock: given back for what takes time, waits that a signal and the end of the program end.
+
+#include "python/Ending.h"
 
 #include <pybind11/pybind11.h>
 
@@ -34,15 +36,17 @@ auto Unlocked(Call call) {
 inline constexpr std::chrono::milliseconds kStep{100};
 
 /// Calls `step` without the lock, with a time of at most kStep each, until it returns true (then true) or the time is
-/// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception. Negative: as
-/// long as it takes.
+/// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception, and so does
+/// the end of the program. Negative: as long as it takes.
 template<class Step>
 bool WaitInSteps(std::chrono::milliseconds time, Step step) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     std::chrono::milliseconds slice = time.count() >= 0 ? std::min(time, kStep) : kStep;
+    LeaveAtEnd();
     while (!Unlocked([&] { return step(slice); })) {
         if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
+        LeaveAtEnd();
         if (time.count() < 0) continue;
         const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         if (gone >= time) return false;

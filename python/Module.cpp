@@ -1,5 +1,6 @@
 // The native half of the package `tavix`.
 #include "python/Callbacks.h"
+#include "python/Ending.h"
 #include "python/Errand.h"
 #include "python/Errors.h"
 #include "python/Fork.h"
@@ -26,6 +27,11 @@ void Fill(py::module_& module) {
     tavixpython::BindInfo(module);
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
+    module.def("_end_waits", [](bool all, unsigned long mainThread) {
+        tavixpython::EndWaits(all ? tavixpython::Ended::AllThreads : tavixpython::Ended::ThreadsThatAreJoined,
+                              mainThread);
+    });
+    module.def("_leave_at_end", &tavixpython::LeaveAtEnd);
     module.def("_await_errands", &tavixpython::AwaitErrands);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
     module.attr("__name__") = name;

@@ -72,6 +72,7 @@ public:
             item.emplace(std::move(come));
             return true;
         });
+        if (!item) LeaveAtEnd(); // that the program ends is not the end of the images
         if (!isDone) throw NothingCame(m_Silence, WhySilent(*Checked()));
         return item;
     }

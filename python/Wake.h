@@ -14,6 +14,8 @@ public:
     int Descriptor() const { return m_Descriptor; }
     void Set() const noexcept;
     void Reset() const noexcept;
+    /// All that there are.
+    static void SetAll() noexcept;
 
 private:
     const int m_Descriptor;

@@ -6,12 +6,10 @@
             print(image.number, image.array.shape)
 """
 
-import atexit as _atexit
 import json as _json
 import os as _os
-import weakref as _weakref
 
-from . import _html, _tavix
+from . import _ending, _html, _tavix
 from ._asynchronous import AsyncStream, stream as _stream
 from ._tavix import (AccessError, Camera, CameraInfo, Counts, Error, Event, Feature, Group, GroupStream, HostTime, Image,
                      ImageSet, NotFound, Removed, StateError, Stream, Subscription, Timeout, ValueError, Watch)
@@ -51,8 +49,6 @@ for _made, _by in (
     _made_elsewhere(_made, _by)
 del _made, _by
 
-_opened = _weakref.WeakSet()
-_watches = _weakref.WeakSet()
 _used = False
 
 
@@ -79,7 +75,7 @@ def open(name=""):
     global _used
     _used = True
     camera = _tavix._open(_name(name))
-    _opened.add(camera)
+    _ending.with_program(camera)
     return camera
 
 
@@ -98,7 +94,7 @@ def group(*names):
     global _used
     _used = True
     opened = _tavix._group([_name(name) for name in names])
-    _opened.update(opened.cameras)
+    _ending.with_program(*opened.cameras)
     return opened
 
 
@@ -107,7 +103,7 @@ def watch(callback):
     global _used
     _used = True
     started = _tavix._watch(callback)
-    _watches.add(started)
+    _ending.with_program(started)
     return started
 
 
@@ -123,20 +119,11 @@ def virtual(cameras=1):
     _os.environ["TAVIX_VIRTUAL_CAMERAS"] = text
 
 
-def _close_all():
-    # While the interpreter still stands: threads that wait for images come back, callbacks end.
-    for watch in list(_watches):
-        watch.end()
-    for camera in list(_opened):
-        camera.close()
-    _tavix._await_errands()  # what Ctrl-C has left behind
-
-
 def _leave_to_parent():
     # Threads and cameras are the parent's, and a child that never touches them may do whatever else it likes.
     if _used:
         _tavix._leave_to_parent()
 
 
-_atexit.register(_close_all)
+_ending.register()
 _os.register_at_fork(after_in_child=_leave_to_parent)

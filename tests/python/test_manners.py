@@ -3,8 +3,6 @@ import base64
 import os
 import re
 import signal
-import subprocess
-import sys
 import threading
 
 import numpy
@@ -12,23 +10,7 @@ import pytest
 
 import tavix
 
-
-def begin(code):
-    return subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-
-
-def end(process):
-    with process:
-        try:
-            stdout, stderr = process.communicate(timeout=100)
-        finally:
-            process.kill()  # one that hangs; others have ended
-    return subprocess.CompletedProcess(process.args, process.returncode, stdout, stderr)
-
-
-def run(code):
-    return end(begin(code))
-
+from child import begin, end, run
 
 SILENT = """
 import tavix, time

@@ -1,0 +1,58 @@
+#include "python/Ending.h"
+
+#include "python/Fork.h"
+#include "python/Wake.h"
+
+#include <tavix/camera/Error.h>
+
+#include <pybind11/pybind11.h>
+
+#include <atomic>
+#include <utility>
+
+namespace py = pybind11;
+
+namespace tavixpython {
+namespace {
+
+std::atomic<bool> g_IsEnding{false};
+// Guarded by the interpreter's lock.
+Ended g_Whose = Ended::ThreadsThatAreJoined;
+unsigned long g_MainThread = 0;
+thread_local bool t_IsTold = false;
+
+/// Threads of the library count as such, too.
+bool IsDaemon() {
+    return py::module_::import("threading").attr("current_thread")().attr("daemon").cast<bool>();
+}
+
+[[noreturn]] void Leave(bool isSilent) {
+    if (isSilent) {
+        PyErr_SetNone(PyExc_SystemExit);
+        throw py::error_already_set();
+    }
+    throw Tavix::StateError("the program is ending, as its main thread has ended, and waits for no camera any more; "
+                            "join() this thread in the main thread to go on");
+}
+
+} // namespace
+
+void EndWaits(Ended whose, unsigned long mainThread) {
+    g_Whose = whose;
+    g_MainThread = mainThread;
+    g_IsEnding = true;
+    if (!IsLeftToParent()) Wake::SetAll();
+}
+
+bool IsEnding() {
+    return g_IsEnding.load(std::memory_order_relaxed);
+}
+
+void LeaveAtEnd() {
+    if (!IsEnding() || PyThread_get_thread_ident() == g_MainThread) return;
+    const bool isDaemon = IsDaemon();
+    if (isDaemon && g_Whose == Ended::ThreadsThatAreJoined) return;
+    Leave(/*isSilent=*/isDaemon || std::exchange(t_IsTold, true));
+}
+
+} // namespace tavixpython

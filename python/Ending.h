@@ -1,0 +1,18 @@
+#pragma once
+// The end of the program, which no thread that waits for a camera puts off.
+
+namespace tavixpython {
+
+/// Whose waits are over: those of threads that the interpreter would wait for, or all but the main thread's.
+enum class Ended { ThreadsThatAreJoined, AllThreads };
+
+/// From now on these threads wait no more. `mainThread` as the interpreter numbers threads; it may go on. With the
+/// interpreter's lock held.
+void EndWaits(Ended whose, unsigned long mainThread);
+bool IsEnding();
+
+/// Called at each step of a wait, with the interpreter's lock held. Once waits have ended it throws StateError in a
+/// thread that is joined; SystemExit, which ends a thread without a word, in one that asks again, and in all others.
+void LeaveAtEnd();
+
+} // namespace tavixpython

@@ -1,0 +1,137 @@
+"""The end of a program, which threads that wait for cameras do not put off."""
+import pytest
+
+from child import run
+
+BEGIN = """
+import asyncio, concurrent.futures, sys, tavix, threading
+tavix.virtual([{"serial": "7", "registers": {"endlessCommands": [0x108004]}}, {"serial": "8"}])  # TestEventGenerate
+camera = tavix.open("7")
+begun = threading.Event()
+
+def forever():
+    for image in camera.grab():
+        begun.set()
+    print("no end of the images")
+
+def silently():
+    camera.TriggerSource = "Software"
+    camera.TriggerMode = "On"
+    begun.set()
+    for image in camera.grab(timeout=None):
+        pass
+
+def one_by_one():
+    while True:
+        camera.grab_one()
+        begun.set()
+
+def all_refusals_away():
+    while True:
+        try:
+            camera.grab_one()
+        except Exception as error:
+            print(error, file=sys.stderr)
+        begun.set()
+
+def in_a_group():
+    with tavix.group("8") as group:
+        for images in group.grab():
+            begun.set()
+
+def in_an_event_loop():
+    async def take():
+        async for image in camera.stream():
+            begun.set()
+        print("no end of the images")
+    asyncio.run(take())
+
+def silently_in_an_event_loop():
+    camera.TriggerSource = "Software"
+    camera.TriggerMode = "On"
+    async def take():
+        begun.set()
+        async for image in camera.stream(timeout=None):
+            pass
+    asyncio.run(take())
+
+def for_a_command():
+    begun.set()
+    camera.TestEventGenerate(timeout=1000)
+
+def for_readiness():
+    camera.TriggerSource = "Software"
+    camera.TriggerMode = "On"
+    begun.set()
+    camera.trigger(timeout=1000)  # nothing streams
+
+def keeping_images():
+    kept = []
+    for image in camera.grab(buffers=2, keep_budget=0, timeout=None):
+        kept.append(image.array)
+        begun.set()
+
+def wait(work):
+    try:
+        work()
+    finally:
+        print("cleaned up", camera["Width"] > 0)  # the camera is open still
+
+"""
+
+WORKS = ["forever", "silently", "one_by_one", "all_refusals_away", "in_a_group", "in_an_event_loop",
+         "silently_in_an_event_loop", "for_a_command", "for_readiness", "keeping_images"]
+
+
+def go(code):
+    return run(BEGIN + code, timeout=30)
+
+
+@pytest.mark.parametrize("work", WORKS)
+def test_a_thread_that_waits_is_told_that_the_program_ends(work):
+    done = go(f"threading.Thread(target=wait, args=[{work}]).start()\nbegun.wait()\n")
+    assert done.returncode == 0 and done.stdout == "cleaned up True\n", done.stderr
+    assert "the program is ending" in done.stderr and "join() this thread" in done.stderr
+
+
+@pytest.mark.parametrize("ending, status", [
+    ("raise RuntimeError('of the program')", 1), ("sys.exit(3)", 3),
+    ("thread = threading.Thread(target=sys.exit); thread.start(); thread.join()", 0)])
+def test_it_ends_as_the_main_thread_does(ending, status):
+    done = go(f"threading.Thread(target=wait, args=[forever]).start()\nbegun.wait()\n{ending}\n")
+    assert done.returncode == status and done.stdout == "cleaned up True\n", done.stderr
+    assert ("of the program" in done.stderr) == (status == 1)
+
+
+def test_a_thread_that_is_joined_goes_on():
+    done = go("def take():\n    print(len(list(camera.grab(20))))\n"
+              "thread = threading.Thread(target=take)\nthread.start()\nthread.join()\n")
+    assert done.stdout == "20\n" and done.stderr == ""
+
+
+def test_the_threads_of_an_executor_end_too():
+    done = go("pool = concurrent.futures.ThreadPoolExecutor()\npool.submit(wait, forever)\nbegun.wait()\n")
+    assert done.returncode == 0 and done.stdout == "cleaned up True\n", done.stderr
+
+
+def test_a_python_that_calls_nobody_before_threads_are_joined_is_watched():
+    done = run("import concurrent.futures.thread, threading\ndel threading._register_atexit\n" + BEGIN +
+               "threading.Thread(target=wait, args=[forever]).start()\nbegun.wait()\n", timeout=30)
+    assert done.returncode == 0 and done.stdout == "cleaned up True\n", done.stderr
+
+
+def test_daemons_end_without_a_word():
+    done = go("threading.Thread(target=forever, daemon=True).start()\nbegun.wait()\n")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+
+
+@pytest.mark.parametrize("work", ["forever", "in_an_event_loop", "in_a_group"])
+def test_a_callback_that_waits_ends_without_a_word(work):
+    done = go(f"watch = tavix.watch(lambda info, arrived: {work}())\nbegun.wait()\n")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+
+
+def test_what_the_program_does_at_its_end_finds_cameras_at_work():
+    done = go("import atexit\natexit.register(lambda: print(len(list(camera.grab(3)))))\n"
+              "threading.Thread(target=wait, args=[forever]).start()\nbegun.wait()\n")
+    assert done.stdout == "cleaned up True\n3\n", done.stderr
