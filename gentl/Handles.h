@@ -31,10 +31,10 @@ public:
     void* Handle() const { return m_Handle; }
     /// Gives the object its handle, once, before anybody else knows it.
     void Register();
-    /// From here on the handle is void; more with TreeMutex() held.
-    void Unregister() noexcept;
 
 protected:
+    /// From here on the handle is void. For those who close modules and events, with TreeMutex() held, and buffers.
+    void Unregister() noexcept;
     /// The place that its handle names. Once registered.
     Slot& OwnSlot() const { return *m_Slot; }
 

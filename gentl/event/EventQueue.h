@@ -3,6 +3,7 @@
 
 #include "gentl/Handles.h"
 #include "gentl/Info.h"
+#include "gentl/TreeMutex.h"
 
 #include "core/Mutex.h"
 #include "core/WaitObject.h"
@@ -30,8 +31,8 @@ public:
     /// One waiter, or the next one, is turned away.
     void Kill();
     virtual void Flush();
-    /// Turns all waiters away, for good. With TreeMutex() held.
-    virtual void Close() noexcept;
+    /// Turns all waiters away, for good; its handle is void afterwards.
+    virtual void Close() noexcept TAVIX_REQUIRES(TreeMutex());
 
     // For the module that tells. When memory is short the event is dropped; when nobody takes them, the oldest.
     void PushText(const char* text) noexcept;

@@ -17,7 +17,7 @@ public:
     explicit RemoteEvent(vexlo::CVxDevice& device);
     ~RemoteEvent() override;
     /// Ends the event channel, too, which must not outlive the device: who waits here may hold the last share of this.
-    void Close() noexcept override;
+    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     /// The camera left: who waits gets an error instead of waiting for ever.
     void NoteLoss() noexcept;

@@ -128,7 +128,7 @@ void Device::Close() noexcept {
         (void)vexlo::VxDeregisterCallback(callback);
     m_Callbacks.clear();
     if (const auto stream = OpenedStream()) stream->Close();
-    if (m_Remote) m_Remote->Unregister();
+    if (m_Remote) m_Remote->Close();
     Module::Close();
     (void)m_Device->Close(); // what it says does not matter to a camera that is given back
     m_Interface->Forget(*this);

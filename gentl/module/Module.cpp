@@ -2,11 +2,6 @@
 
 namespace gentl {
 
-Tavix::Mutex& TreeMutex() {
-    static Tavix::Mutex& mutex = *new Tavix::Mutex; // consumers may call while the process ends
-    return mutex;
-}
-
 void Port::ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, size_t count, size_t& done) {
     for (done = 0; done < count; ++done) {
         size_t size = entries[done].Size;

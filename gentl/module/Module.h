@@ -3,6 +3,7 @@
 
 #include "core/Mutex.h"
 #include "gentl/Handles.h"
+#include "gentl/TreeMutex.h"
 #include "gentl/event/EventQueue.h"
 
 #include <map>
@@ -12,10 +13,6 @@
 #include <vector>
 
 namespace gentl {
-
-/// One lock for opening and closing: the tree of modules changes in one place at a time. Taken before any other lock of
-/// the producer; no thread is joined and no consumer called with it, apart from those that end a stream.
-Tavix::Mutex& TreeMutex();
 
 /// Registers that a consumer reads and writes. Thread-safe.
 class Port {

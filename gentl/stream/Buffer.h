@@ -27,6 +27,8 @@ public:
         : Object(Kind::Buffer), stream(streamHandle), data(memory), size(bytes), userPointer(user),
           own(std::move(shareOfMemory)) {}
 
+    using Object::Unregister;
+
     void* const stream; ///< handle of the stream it belongs to
     void* const data;   ///< the consumer's, or our own
     const size_t size;

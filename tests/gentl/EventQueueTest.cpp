@@ -13,7 +13,10 @@ using gentl::EventQueue;
 class Events : public testing::Test {
 protected:
     Events() { queue->Register(); }
-    ~Events() override { queue->Close(); }
+    ~Events() override {
+        const Tavix::MutexLock guard(gentl::TreeMutex());
+        queue->Close();
+    }
 
     /// SUCCESS, or why nothing came; 20 s are for ever.
     GC_ERROR Take() {

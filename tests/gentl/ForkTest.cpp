@@ -1,7 +1,7 @@
 // A child that is forked while another thread opens or closes something.
 
 #include "gentl/GenTL.h"
-#include "gentl/module/Module.h"
+#include "gentl/TreeMutex.h"
 
 #include <gtest/gtest.h>
 
