@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+#include <thread>
+
 namespace {
 
 using namespace vexlo;
@@ -19,7 +22,15 @@ Bytes Event(std::uint8_t id) {
 class Ring : public testing::Test {
 protected:
     Ring() { ring.Reset(2); }
-    void Push(std::uint8_t id) { ring.Push(Event(id)); }
+    void Push(const Bytes& message) {
+        Alarm alarm;
+        ring.Push(message, alarm);
+    }
+    void Push(std::uint8_t id) { Push(Event(id)); }
+    void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+        Alarm alarm;
+        ring.SetWaitObject(std::move(waitObject), alarm);
+    }
     std::uint8_t Take() {
         Bytes message(576);
         unsigned long size = message.size();
@@ -55,8 +66,8 @@ TEST_F(Ring, TellsThatEventsAreBeingLostAndHowManyWere) {
 
 TEST_F(Ring, LosesTheRestOfAMessageThatDoesNotFit) {
     // Two entries of 12 bytes each, and one that claims more than there is.
-    ring.Push(Hex("55335645 0000 000C 2400 0100") + Hex("0C00 0190 0100000000000000") +
-              Hex("0C00 0290 0200000000000000") + Hex("FF00 0390 0300000000000000"));
+    Push(Hex("55335645 0000 000C 2400 0100") + Hex("0C00 0190 0100000000000000") + Hex("0C00 0290 0200000000000000") +
+         Hex("FF00 0390 0300000000000000"));
     EXPECT_EQ(Take(), 1);
     EXPECT_EQ(Take(), 2);
     EXPECT_EQ(ring.GetCounts().failed, 1u);
@@ -74,7 +85,7 @@ TEST_F(Ring, StartsWithoutLossesWhenItIsReset) {
 
 TEST_F(Ring, HoldsItsWaitObjectSignalledWhileMessagesWait) {
     const Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
-    ring.SetWaitObject(Tavix::ShareWaitObject(wait));
+    SetWaitObject(Tavix::ShareWaitObject(wait));
     EXPECT_FALSE(wait.Wait(0));
     Push(1);
     EXPECT_TRUE(wait.Wait(0));
@@ -82,8 +93,35 @@ TEST_F(Ring, HoldsItsWaitObjectSignalledWhileMessagesWait) {
     EXPECT_EQ(Take(), 1);
     EXPECT_FALSE(wait.Wait(0));
     Push(2);
-    ring.SetWaitObject(nullptr);
+    SetWaitObject(nullptr);
     EXPECT_FALSE(wait.Wait(0)) << "it is nobody's any more";
+}
+
+TEST_F(Ring, WakesWhoSleepsOnItsWaitObjectWithTheAlarm) {
+    const Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
+    SetWaitObject(Tavix::ShareWaitObject(wait));
+    auto sleeper = std::async(std::launch::async, [&] { return wait.Wait(20000); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // if it does not sleep by now it sees the level
+    const auto start = std::chrono::steady_clock::now();
+    {
+        Alarm alarm;
+        ring.Push(Event(1), alarm);
+        EXPECT_TRUE(wait.Wait(0)) << "who asks sees it before";
+    }
+    EXPECT_TRUE(sleeper.get());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << "nobody woke the sleeper";
+}
+
+TEST_F(Ring, TellsTheEndToWhoeverBindsAWaitObjectLater) {
+    const Tavix::WaitObjectEx wait = Tavix::WaitObjectEx::Create();
+    {
+        Alarm alarm;
+        ring.End(VX_E_USB_NO_DEVICE, alarm);
+    }
+    SetWaitObject(Tavix::ShareWaitObject(wait));
+    EXPECT_TRUE(wait.Wait(0));
+    EXPECT_EQ(Take(), 0);
+    EXPECT_FALSE(wait.Wait(0)) << "it is told once";
 }
 
 } // namespace

@@ -85,9 +85,10 @@ VxStatus EventEngine::MakeSlots(const Settings& settings, std::uint32_t length) 
 VxStatus EventEngine::Launch() {
     if (const VxStatus status = ClearHalt()) return status;
     {
+        Alarm alarm;
         const MutexLock lock(m_Lock);
         m_Phase = Phase::Running;
-        SubmitAll();
+        SubmitAll(alarm);
         if (m_Phase != Phase::Running || m_InFlight == 0) return m_Refusal;
     }
     return Enable(true);
@@ -143,8 +144,9 @@ VxStatus EventEngine::Take(void* buffer, unsigned long& size, std::size_t& pendi
 }
 
 void EventEngine::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+    Alarm alarm;
     const MutexLock lock(m_Lock);
-    m_Ring.SetWaitObject(std::move(waitObject));
+    m_Ring.SetWaitObject(std::move(waitObject), alarm);
 }
 
 EventRing::Counts EventEngine::Counts() const {
@@ -157,20 +159,20 @@ std::uint32_t EventEngine::TransferLength() const {
     return m_TransferLength;
 }
 
-void EventEngine::SubmitAll() {
+void EventEngine::SubmitAll(Alarm& alarm) {
     for (auto& slot : m_Slots)
-        if (m_Phase == Phase::Running && !slot->inFlight) Submit(*slot);
+        if (m_Phase == Phase::Running && !slot->inFlight) Submit(*slot, alarm);
 }
 
 /// One that is refused for want of memory waits until another has come back.
-void EventEngine::Submit(Slot& slot) {
+void EventEngine::Submit(Slot& slot, Alarm& alarm) {
     const usb::Result result = m_Session->Handle().Submit(slot.transfer);
     m_Refusal = ToStatus(result);
     if (result == usb::Result::Ok) {
         slot.inFlight = true;
         ++m_InFlight;
     } else if (result == usb::Result::NoDevice) {
-        End(VX_E_USB_NO_DEVICE);
+        End(VX_E_USB_NO_DEVICE, alarm);
     } else if (result != usb::Result::NoMemory || m_InFlight == 0) {
         Leave(Phase::Recovering);
     }
@@ -185,11 +187,11 @@ void EventEngine::Leave(Phase phase) {
         phase == Phase::Recovering ? Clock::now() + kRecoveryPause * m_RecoveriesInRow : Clock::time_point::max();
 }
 
-void EventEngine::End(VxStatus reason) {
+void EventEngine::End(VxStatus reason, Alarm& alarm) {
     if (m_Phase == Phase::Stopped || m_Phase == Phase::Ended) return;
     Leave(Phase::Ended);
     m_Ring.CountFailure(reason);
-    m_Ring.End(reason);
+    m_Ring.End(reason, alarm);
     (void)NoThrow([&] { return m_Session->Note(reason); });
     m_Changed.notify_all();
 }
@@ -200,17 +202,18 @@ void EventEngine::TransferCompleted(usb::Transfer& transfer) {
 }
 
 void EventEngine::Complete(Slot& slot) {
+    Alarm alarm;
     const MutexLock lock(m_Lock);
     slot.inFlight = false;
     --m_InFlight;
     const usb::Transfer& transfer = slot.transfer;
     if (transfer.status == usb::TransferStatus::Completed) {
         // An empty transfer ends a message that filled its packets.
-        if (transfer.actualLength != 0) m_Ring.Push({transfer.buffer, transfer.actualLength});
+        if (transfer.actualLength != 0) m_Ring.Push({transfer.buffer, transfer.actualLength}, alarm);
         m_RecoveriesInRow = 0;
-        SubmitAll();
+        SubmitAll(alarm);
     } else if (transfer.status == usb::TransferStatus::NoDevice) {
-        End(VX_E_USB_NO_DEVICE);
+        End(VX_E_USB_NO_DEVICE, alarm);
     } else if (m_Phase == Phase::Running) {
         m_Ring.CountFailure(ToStatus(transfer.status));
         Leave(Phase::Recovering);
@@ -241,34 +244,38 @@ PumpClient::Clock::time_point EventEngine::Service() {
 /// On the pump's thread. The camera switches its events off when it halts the endpoint.
 void EventEngine::Recover() {
     {
+        Alarm alarm;
         const MutexLock lock(m_Lock);
         if (++m_RecoveriesInRow > kMostRecoveries) {
             Log(Tavix::kLogError, "The event channel has ended after %d recoveries in a row", kMostRecoveries);
-            End(VX_E_USB_IO);
+            End(VX_E_USB_IO, alarm);
             return;
         }
     }
     VxStatus status = ClearHalt();
     if (status == VX_OK) {
+        Alarm alarm;
         const MutexLock lock(m_Lock);
         if (m_Phase != Phase::Recovering) return;
         m_Phase = Phase::Running;
-        SubmitAll();
+        SubmitAll(alarm);
         if (m_Phase != Phase::Running) return;
     }
     if (status == VX_OK) status = Enable(true);
     if (status == VX_OK) return;
+    Alarm alarm;
     const MutexLock lock(m_Lock);
     if (status == VX_E_USB_NO_DEVICE) {
-        End(status);
+        End(status, alarm);
     } else if (m_Phase == Phase::Running || m_Phase == Phase::Recovering) {
         Leave(Phase::Recovering);
     }
 }
 
 void EventEngine::CameraGone() {
+    Alarm alarm;
     const MutexLock lock(m_Lock);
-    End(VX_E_USB_NO_DEVICE);
+    End(VX_E_USB_NO_DEVICE, alarm);
 }
 
 } // namespace vexlo

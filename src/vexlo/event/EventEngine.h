@@ -54,10 +54,10 @@ private:
 
     static void TransferCompleted(usb::Transfer& transfer);
     void Complete(Slot& slot) TAVIX_EXCLUDES(m_Lock);
-    void Submit(Slot& slot) TAVIX_REQUIRES(m_Lock);
-    void SubmitAll() TAVIX_REQUIRES(m_Lock);
+    void Submit(Slot& slot, Alarm& alarm) TAVIX_REQUIRES(m_Lock);
+    void SubmitAll(Alarm& alarm) TAVIX_REQUIRES(m_Lock);
     void Leave(Phase phase) TAVIX_REQUIRES(m_Lock);
-    void End(VxStatus reason) TAVIX_REQUIRES(m_Lock);
+    void End(VxStatus reason, Alarm& alarm) TAVIX_REQUIRES(m_Lock);
     void WaitUntilIdle(MutexLock& lock) TAVIX_REQUIRES(m_Lock);
     [[nodiscard]] VxStatus MakeSlots(const Settings& settings, std::uint32_t length) TAVIX_EXCLUDES(m_Lock);
     [[nodiscard]] VxStatus Launch() TAVIX_EXCLUDES(m_Lock);

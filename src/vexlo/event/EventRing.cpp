@@ -7,19 +7,19 @@
 
 namespace vexlo {
 
-void EventRing::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) {
+void EventRing::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject, Alarm& alarm) {
     if (m_WaitObject && m_WaitObject != waitObject) Tavix::LowerWaitObject(*m_WaitObject);
     m_WaitObject = std::move(waitObject);
-    UpdateWaitObject();
+    LowerUnlessReady(); // its owner may have raised it
+    RaiseIfReady(alarm);
 }
 
-void EventRing::UpdateWaitObject() {
-    if (!m_WaitObject) return;
-    if (m_Count == 0 && m_End == VX_OK) {
-        Tavix::LowerWaitObject(*m_WaitObject);
-    } else {
-        Tavix::RaiseWaitObject(*m_WaitObject);
-    }
+void EventRing::RaiseIfReady(Alarm& alarm) {
+    if (m_WaitObject && IsReady()) alarm.Raise(m_WaitObject);
+}
+
+void EventRing::LowerUnlessReady() {
+    if (m_WaitObject && !IsReady()) Tavix::LowerWaitObject(*m_WaitObject);
 }
 
 void EventRing::Reset(std::size_t capacity) {
@@ -29,10 +29,10 @@ void EventRing::Reset(std::size_t capacity) {
     m_Lost = 0;
     m_Counts = Counts();
     m_End = VX_OK;
-    UpdateWaitObject();
+    LowerUnlessReady();
 }
 
-void EventRing::Push(u3v::ByteView message) {
+void EventRing::Push(u3v::ByteView message, Alarm& alarm) {
     const auto packet = u3v::DecodeEvent(message);
     if (!packet) {
         CountFailure(VX_E_PROTOCOL);
@@ -47,7 +47,7 @@ void EventRing::Push(u3v::ByteView message) {
             CountFailure(VX_E_PROTOCOL);
         }
     }
-    UpdateWaitObject();
+    RaiseIfReady(alarm);
 }
 
 void EventRing::Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry) {
@@ -87,15 +87,15 @@ void EventRing::CountFailure(VxStatus status) {
     m_Counts.lastFailure = status;
 }
 
-void EventRing::End(VxStatus reason) {
+void EventRing::End(VxStatus reason, Alarm& alarm) {
     m_End = reason;
-    UpdateWaitObject();
+    RaiseIfReady(alarm);
 }
 
 void EventRing::Drop() {
     m_Count = 0;
     m_End = VX_OK;
-    UpdateWaitObject();
+    LowerUnlessReady();
 }
 
 VxStatus EventRing::Take(void* buffer, unsigned long& size) {
@@ -116,7 +116,7 @@ VxStatus EventRing::Take(void* buffer, unsigned long& size) {
         m_End = VX_OK;
         size = 0;
     }
-    UpdateWaitObject();
+    LowerUnlessReady();
     return status;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 // Event messages that wait for the application.
 
-#include "core/WaitObject.h"
 #include "u3v/EventPacket.h"
+#include "vexlo/Alarm.h"
 #include "vexlo/Status.h"
 
 #include <array>
@@ -14,7 +14,8 @@ namespace vexlo {
 /// A ring of single-event messages, the oldest first, and the counts of what came by. When it is full, what comes is
 /// lost, counted as failed and told in the log: a message that waits has been announced by the wait object, and the
 /// camera's own queue behaves the same way. Keeps the wait object signalled exactly while there is something
-/// to take: messages, or the news of the channel's end. Bound to a thread: the owner's lock.
+/// to take: messages, or the news of the channel's end; who sleeps on it wakes with the alarm, which outlives the
+/// owner's lock. Bound to a thread: that lock.
 class EventRing {
 public:
     static constexpr std::size_t kLargestMessage = 576;
@@ -25,14 +26,14 @@ public:
         VxStatus lastFailure = VX_OK;
     };
 
-    void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
+    void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject, Alarm& alarm);
     /// Empties the ring and the counts.
     void Reset(std::size_t capacity);
     /// Takes a message apart into its events.
-    void Push(u3v::ByteView message);
+    void Push(u3v::ByteView message, Alarm& alarm);
     void CountFailure(VxStatus status);
     /// The channel has ended: told once, behind the messages that are there.
-    void End(VxStatus reason);
+    void End(VxStatus reason, Alarm& alarm);
     /// What nobody took is dropped; the counts stay.
     void Drop();
 
@@ -48,7 +49,9 @@ private:
     };
 
     void Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry);
-    void UpdateWaitObject();
+    bool IsReady() const { return m_Count != 0 || m_End != VX_OK; }
+    void RaiseIfReady(Alarm& alarm);
+    void LowerUnlessReady();
     void Lose();
     void TellOfLosses();
 

@@ -1,7 +1,7 @@
 #pragma once
 // The buffers that an application gave to a stream, and their way through it.
 
-#include "core/WaitObject.h"
+#include "vexlo/Alarm.h"
 #include "vexlo/Mutex.h"
 #include "vexlo/stream/BufferList.h"
 
@@ -60,25 +60,6 @@ public:
     void CompleteQueued(VxStatus status);
 
 private:
-    /// Who sleeps on the wait object is woken when this dies. It stands before the guard of the lock that they want
-    /// next.
-    class Alarm {
-    public:
-        Alarm() = default;
-        ~Alarm() {
-            if (m_WaitObject) Tavix::WakeWaitObject(*m_WaitObject);
-        }
-        Alarm(const Alarm&) = delete;
-        Alarm& operator=(const Alarm&) = delete;
-
-        void Raise(const std::shared_ptr<Tavix::_WaitObjectPosix_t>& waitObject) {
-            if (Tavix::RaiseWaitObjectQuietly(*waitObject)) m_WaitObject = waitObject;
-        }
-
-    private:
-        std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject; // null when nobody has to be woken
-    };
-
     bool IsReadyLocked() const TAVIX_REQUIRES(m_Mutex);
     void UpdateWaitObjectLocked(Alarm& alarm) TAVIX_REQUIRES(m_Mutex);
     void CompleteLocked(BufferHandle_s* buffer, const CVxStream::GrabResult& result, Alarm& alarm)
