@@ -12,15 +12,19 @@ namespace {
 
 enum class Usage { No, Here, ByParent };
 
+constexpr const char* kForked = "the library belongs to the process that this one was forked from; cameras are for a "
+                                "program that is started anew (in Python by the start method \"spawn\")";
+
 std::atomic<Usage> g_Usage{Usage::No};
 std::shared_ptr<System>& Opened() TAVIX_REQUIRES(TreeMutex()) {
     static auto& system = *new std::shared_ptr<System>;
     return system;
 }
 
-/// A forked child has neither the parent's threads nor its cameras: to it the library was never initialised. Noted when
-/// it is born, for asking the system who one is at each call costs more than an answer about a buffer. Nobody will
-/// give back the lock of a tree that another thread was just changing.
+/// A forked child has neither the parent's threads nor its cameras: to it the library was never initialised. Nor can it
+/// be, for what is below would wait for ever for threads that only the parent has. Noted when it is born, for asking
+/// the system who one is at each call costs more than an answer about a buffer. Nobody will give back the lock of a
+/// tree that another thread was just changing.
 void NoteChild() {
     if (TreeMutex().try_lock()) {
         TreeMutex().unlock();
@@ -38,13 +42,13 @@ void WatchForks() {
 
 void CheckInitialized() {
     // Acquired: whoever sees it in use sees what was made before.
-    if (g_Usage.load(std::memory_order_acquire) != Usage::Here)
-        Fail(GC_ERR_NOT_INITIALIZED, "GCInitLib was not called in this process");
+    const Usage usage = g_Usage.load(std::memory_order_acquire);
+    if (usage == Usage::Here) return;
+    Fail(GC_ERR_NOT_INITIALIZED, usage == Usage::ByParent ? kForked : "GCInitLib was not called in this process");
 }
 
 void InitLibrary() {
-    if (g_Usage == Usage::ByParent)
-        Fail(GC_ERR_RESOURCE_IN_USE, "the library belongs to the process that this one was forked from");
+    if (g_Usage == Usage::ByParent) Fail(GC_ERR_RESOURCE_IN_USE, kForked);
     WatchForks();
     const Tavix::MutexLock guard(TreeMutex());
     if (g_Usage == Usage::Here) Fail(GC_ERR_RESOURCE_IN_USE, "the library is initialised already");

@@ -1,4 +1,4 @@
-// The producer as a guest: initialised again and again, loaded twice, left alone in a forked child, silent always.
+// The producer as a guest: initialised again and again, loaded twice, silent always.
 #include "gentl-consumer/support/Session.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <thread>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -79,32 +78,6 @@ TEST(Life, OfTwoFilesIsApart) {
     EXPECT_EQ(first->TLClose(system), GC_ERR_INVALID_HANDLE);
     EXPECT_EQ(second.GCCloseLib(), GC_ERR_SUCCESS);
     Stream(first, 5);
-}
-
-TEST(Life, InAForkedChildIsHarmless) {
-    Session session;
-    Stream(session, 3);
-    const pid_t child = fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        alarm(20);
-        std::uint32_t value = 0;
-        std::size_t size = sizeof value;
-        (void)session->GCReadPort(session.Remote(), kWidth, &value, &size);
-        (void)session->DSFlushQueue(session.Stream(), ACQ_QUEUE_ALL_TO_INPUT);
-        (void)session->DSStopAcquisition(session.Stream(), ACQ_STOP_DEFAULT);
-        (void)session->DevClose(session.Device());
-        (void)session->GCCloseLib();
-        _exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
-    for (int i = 0; i < 20; ++i) {
-        const BUFFER_HANDLE buffer = session.Next();
-        ASSERT_NE(buffer, nullptr) << "the child has taken the parent's stream away";
-        ASSERT_EQ(session->DSQueueBuffer(session.Stream(), buffer), GC_ERR_SUCCESS);
-    }
 }
 
 TEST(Life, EndsWhileOtherThreadsAreInside) {
