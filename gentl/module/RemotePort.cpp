@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 
 namespace gentl {
 namespace {
@@ -15,11 +14,16 @@ constexpr std::uint64_t kMostEntries = 64;
 /// What one command reads at most when neighbours are joined.
 constexpr size_t kMostJoined = 1024;
 
+/// Whatever locale the consumer has chosen.
+bool IsPlain(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
+}
+
 /// A file name that no consumer stumbles over.
 std::string FileNameOf(const std::string& model) {
     std::string name;
     for (const char c : model)
-        name += std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' ? c : '_';
+        name += IsPlain(c) ? c : '_';
     return name.empty() ? "camera" : name;
 }
 
