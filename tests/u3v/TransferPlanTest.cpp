@@ -108,7 +108,9 @@ TEST(TransferPlan, HasTransfersOfOneGibibyteAtMost) {
 
 TEST(TransferPlan, CountsNoMoreTransfersThanANumberWithASignHolds) {
     const std::uint64_t most = 0x7FFFFFFF;
-    EXPECT_EQ(MakeTransferPlan({most * 1024, 52, 32, 10, 1024, 1024})->payloadCount, most);
+    const auto plan = MakeTransferPlan({most * 1024, 52, 32, 10, 1024, 1024});
+    ASSERT_TRUE(plan);
+    EXPECT_EQ(plan->payloadCount, most);
     EXPECT_FALSE(MakeTransferPlan({(most + 1) * 1024, 52, 32, 10, 1024, 1024}));
 }
 

@@ -165,6 +165,8 @@ TEST_F(Device, TakesTimeoutsWithinTheirLimits) {
     for (const auto id : {CVxDevice::Property_ControlTimeout, CVxDevice::Property_WriteTimeout}) {
         for (const std::uint32_t wrong : {9u, 60001u})
             EXPECT_EQ(device->SetProperty(id, &wrong, 4), VX_E_INVALID_PARAMETER);
+        for (const std::uint32_t edge : {10u, 60000u})
+            EXPECT_EQ(device->SetProperty(id, &edge, 4), VX_OK);
         const std::uint32_t right = 1000 + id;
         EXPECT_EQ(device->SetProperty(id, &right, 4), VX_OK);
         EXPECT_EQ(device->SetProperty(id, &right, 8), VX_E_INVALID_SIZE);
@@ -263,6 +265,22 @@ TEST_F(Device, RefusesACustomRequestWithMoreDataThanItHolds) {
     const std::uint8_t any = 0;
     EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestDataLength, &length, 2), VX_OK);
     EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestExecuteRead, &any, 1), VX_E_INVALID_SIZE);
+}
+
+TEST_F(Device, TakesACustomRequestOfSixtyFourBytes) {
+    ASSERT_EQ(Open(), VX_OK);
+    camera.controlAnswer = Pattern(64);
+    const std::uint16_t length = 64;
+    const std::uint8_t any = 0;
+    Bytes data(65);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestDataLength, &length, 2), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestData, data.data(), 64), VX_OK);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestData, data.data(), 65), VX_E_INVALID_SIZE);
+    EXPECT_EQ(device->SetProperty(CVxDevice::Property_CustomRequestExecuteRead, &any, 1), VX_OK);
+    EXPECT_EQ(device->GetProperty(CVxDevice::Property_CustomRequestData, data.data(), 65), VX_E_INVALID_SIZE);
+    EXPECT_EQ(device->GetProperty(CVxDevice::Property_CustomRequestData, data.data(), 64), VX_OK);
+    data.pop_back();
+    EXPECT_EQ(data, Pattern(64));
 }
 
 TEST_F(Device, ServesSeveralThreads) {

@@ -1,3 +1,4 @@
+#include "usb/NullBackend.h"
 #include "vexlo/support/Fixture.h"
 
 #include <string>
@@ -55,6 +56,15 @@ TEST_F(DeviceVersion, IsNotThatOfAnotherCameraInTheSamePort) {
     EXPECT_STREQ(text, "3.4");
 }
 
+TEST_F(DeviceVersion, IsKeptWhenTheBusTellsOfAnArrivalAlone) {
+    State("1.2");
+    EXPECT_EQ(Told(), "1.2");
+    State("3.4");
+    camera.Unplug(/*announce=*/false);
+    camera.Replug();
+    EXPECT_EQ(Told(), "1.2");
+}
+
 TEST_F(DeviceVersion, IsCutToTheRoomThatIsThere) {
     State("version");
     EXPECT_EQ(Told(4), "ver");
@@ -62,6 +72,27 @@ TEST_F(DeviceVersion, IsCutToTheRoomThatIsThere) {
     char text = '#';
     EXPECT_EQ(CEnumerator::DeviceVersion(m_Info, &text, 0), VX_E_INVALID_PARAMETER);
     EXPECT_EQ(text, '#');
+}
+
+TEST(DeviceVersions, AreAskedForEachTimeWhereABusTellsOfNoDepartures) {
+    Camera camera;
+    const auto speaking = std::make_shared<ScriptedBackend>(camera);
+    const auto mute = std::make_shared<usb::NullBackend>();
+    for (const BackendList& buses : {BackendList{speaking, mute}, BackendList{mute, speaking}}) {
+        InjectBackends(buses);
+        ASSERT_EQ(Init(), VX_OK);
+        Collector collector;
+        ASSERT_EQ(CEnumerator::Discover(&collector), VX_OK);
+        ASSERT_EQ(collector.found.size(), 1u);
+        for (const char version : {'1', '2'}) {
+            camera.Set(0xC4, Bytes{static_cast<std::uint8_t>(version)} + Bytes(63));
+            char text[65] = "";
+            EXPECT_EQ(CEnumerator::DeviceVersion(collector.found[0], text, sizeof text), VX_OK);
+            EXPECT_EQ(text[0], version);
+        }
+        Exit();
+    }
+    InjectBackends({});
 }
 
 } // namespace

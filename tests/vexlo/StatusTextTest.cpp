@@ -1,4 +1,5 @@
 #include "vexlo/Vexlo.h"
+#include "vexlo/VxDevice.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +91,8 @@ TEST(StatusText, IsCutToTheBufferAndTellsItsWholeLength) {
     EXPECT_EQ(GetStatusMessage(VX_OK, text, sizeof text, &length), VX_OK);
     EXPECT_STREQ(text, "The ");
     EXPECT_EQ(length, TextOf(VX_OK).size());
+    EXPECT_EQ(GetStatusMessage(VX_OK, text, 1, nullptr), VX_OK);
+    EXPECT_STREQ(text, "");
     EXPECT_EQ(GetStatusMessage(VX_OK, nullptr, 0, &length), VX_OK);
     EXPECT_EQ(GetStatusMessage(VX_OK, nullptr, 5, &length), VX_E_INVALID_PARAMETER);
 }
@@ -99,6 +102,15 @@ TEST(StatusText, IsNotFoundForStrangers) {
     EXPECT_EQ(GetStatusMessage(0x12345678, text, sizeof text, nullptr), VX_E_NOT_FOUND);
     EXPECT_STREQ(text, "same");
     EXPECT_EQ(GetStatusMessage(VX_E_DEVICE_STATUS_BASE | 0x0001, text, sizeof text, nullptr), VX_E_NOT_FOUND);
+}
+
+TEST(StatusOfAWrite, LeavesItInDoubtWhereTheCameraDidNotAnswerProperly) {
+    std::set<VxStatus> inDoubt;
+    for (const VxStatus status : kEveryStatus)
+        if (CVxDevice::IsWriteInDoubt(status)) inDoubt.insert(status);
+    EXPECT_EQ(inDoubt,
+              (std::set<VxStatus>{VX_E_TIMEOUT, VX_E_USB_STALL, VX_E_USB_IO, VX_E_PROTOCOL, VX_E_USB_OVERFLOW}));
+    EXPECT_FALSE(CVxDevice::IsWriteInDoubt(VX_E_DEVICE_STATUS_BASE | 0x8003)) << "a refusal";
 }
 
 } // namespace
