@@ -5,6 +5,7 @@
 #include <tavix/camera/Error.h>
 
 #include <cmath>
+#include <string>
 #include <unistd.h>
 
 namespace tavixpython {
@@ -36,7 +37,12 @@ std::chrono::nanoseconds ToNanoseconds(double seconds) {
 
 std::chrono::milliseconds ToMilliseconds(const pybind11::object& seconds, std::chrono::milliseconds none) {
     if (seconds.is_none()) return none;
-    return std::chrono::ceil<std::chrono::milliseconds>(ToNanoseconds(seconds.cast<double>()));
+    try {
+        return std::chrono::ceil<std::chrono::milliseconds>(ToNanoseconds(seconds.cast<double>()));
+    } catch (const pybind11::cast_error&) {
+        throw pybind11::type_error("a time is a number of seconds, or None, and not " +
+                                   std::string(pybind11::repr(seconds)));
+    }
 }
 
 } // namespace tavixpython

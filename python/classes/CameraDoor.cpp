@@ -184,9 +184,9 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
     camera
         .def(
             "grab",
-            [](Door& door, std::int64_t count, const py::kwargs& options) {
+            [](Door& door, const py::object& count, const py::kwargs& options) {
                 return Owned<Running<Tavix::ImageStream>>(
-                    new Running<Tavix::ImageStream>(Start(door.shared, count, options)));
+                    new Running<Tavix::ImageStream>(Start(door.shared, {"grab", count, options})));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
@@ -195,9 +195,9 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "Its steps raise Timeout or Removed. StateError when the camera streams already.")
         .def(
             "_feed",
-            [](Door& door, std::int64_t count, const py::kwargs& options) {
+            [](Door& door, const py::object& count, const py::kwargs& options) {
                 return Owned<Feed<Tavix::ImageStream>>(
-                    new Feed<Tavix::ImageStream>(Start(door.shared, count, options)));
+                    new Feed<Tavix::ImageStream>(Start(door.shared, {"stream", count, options})));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>())
         .def(

@@ -3,7 +3,6 @@
 #include "python/Errand.h"
 #include "python/classes/Door.h"
 #include "python/classes/StreamDoor.h"
-#include "python/values/Options.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/Group.h>
@@ -40,8 +39,8 @@ Owned<GroupDoor> Open(const std::vector<std::string>& names) {
     return door;
 }
 
-Started<Tavix::GroupStream> StartGroup(GroupDoor& door, std::int64_t count, const py::kwargs& options) {
-    const Tavix::GroupOptions made = GroupOptionsOf(count, options);
+Started<Tavix::GroupStream> StartGroup(GroupDoor& door, const Asked& asked) {
+    const Tavix::GroupOptions made = GroupOptionsOf(asked);
     return {Errand([group = door.group, made] { return group->Grab(made); }), SilenceOf(made.grab)};
 }
 
@@ -106,9 +105,9 @@ void BindGroup(py::module_& module) {
             "Writes a feature of every camera. Raises what the first one raises that refuses; those before it are set.")
         .def(
             "grab",
-            [](GroupDoor& door, std::int64_t count, const py::kwargs& options) {
+            [](GroupDoor& door, const py::object& count, const py::kwargs& options) {
                 return Owned<Running<Tavix::GroupStream>>(
-                    new Running<Tavix::GroupStream>(StartGroup(door, count, options)));
+                    new Running<Tavix::GroupStream>(StartGroup(door, {"grab", count, options})));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts all cameras: an iterator over `count` sets, or without end for 0. Options: those of Camera.grab, "
@@ -116,8 +115,9 @@ void BindGroup(py::module_& module) {
             "that a set waits for those missing, 0.5). Its steps raise Timeout when no camera sends anything.")
         .def(
             "_feed",
-            [](GroupDoor& door, std::int64_t count, const py::kwargs& options) {
-                return Owned<Feed<Tavix::GroupStream>>(new Feed<Tavix::GroupStream>(StartGroup(door, count, options)));
+            [](GroupDoor& door, const py::object& count, const py::kwargs& options) {
+                return Owned<Feed<Tavix::GroupStream>>(
+                    new Feed<Tavix::GroupStream>(StartGroup(door, {"stream", count, options})));
             },
             py::arg("count") = 0, py::keep_alive<0, 1>())
         .def(

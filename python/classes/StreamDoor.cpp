@@ -2,7 +2,6 @@
 
 #include "python/Errand.h"
 #include "python/classes/Door.h"
-#include "python/values/Options.h"
 
 #include <memory>
 #include <string>
@@ -48,8 +47,8 @@ Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
     return Tavix::Timeout("no image came for " + std::to_string(time.count()) + " ms; " + why);
 }
 
-Started<Tavix::ImageStream> Start(const SharedCamera& camera, std::int64_t count, const py::kwargs& options) {
-    const Tavix::GrabOptions made = OptionsOf(count, options);
+Started<Tavix::ImageStream> Start(const SharedCamera& camera, const Asked& asked) {
+    const Tavix::GrabOptions made = OptionsOf(asked);
     return StartWith(camera, made, SilenceOf(made));
 }
 

@@ -5,6 +5,7 @@
 #include "python/Feed.h"
 #include "python/Fork.h"
 #include "python/Running.h"
+#include "python/values/Options.h"
 
 #include <tavix/camera/Camera.h>
 
@@ -16,8 +17,7 @@
 namespace tavixpython {
 
 /// Starts the camera, with the options by name.
-Started<Tavix::ImageStream> Start(const std::shared_ptr<Tavix::Camera>& camera, std::int64_t count,
-                                  const pybind11::kwargs& options);
+Started<Tavix::ImageStream> Start(const std::shared_ptr<Tavix::Camera>& camera, const Asked& asked);
 /// One image, triggered by software where the camera waits for that; Timeout when none came.
 Tavix::Image GrabOne(const std::shared_ptr<Tavix::Camera>& camera, const pybind11::object& timeout);
 

@@ -1,7 +1,6 @@
 """Images for `async for`."""
 
 import asyncio
-import operator
 
 from ._tavix import Timeout
 
@@ -87,13 +86,6 @@ def _give_up(ready, feed):
         ready.set_exception(Timeout(f"no image came for {feed.silence:g} s; {feed.why_silent}"))
 
 
-def _whole(count):
-    try:
-        return operator.index(count)
-    except TypeError:
-        raise TypeError(f"stream() takes a whole number, 0 or more, for count, not {count!r}") from None
-
-
 def stream(self, count=0, **options):
     """Start as grab() does, for `async for`: an AsyncStream. Takes the options of grab()."""
-    return AsyncStream(self._feed(min(_whole(count), 2**63 - 1), **options))
+    return AsyncStream(self._feed(count, **options))

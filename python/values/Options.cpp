@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <limits>
 #include <string>
 
 namespace py = pybind11;
@@ -25,16 +26,16 @@ bool Holds(Names names, const std::string& name) {
     return std::any_of(names.begin(), names.end(), [&](const char* known) { return name == known; });
 }
 
-void RefuseOthers(const py::kwargs& options, Names further) {
-    for (const auto& option : options) {
+void RefuseOthers(const Asked& asked, Names further) {
+    for (const auto& option : asked.options) {
         const auto name = option.first.cast<std::string>();
         if (!Holds(kOfCameras, name) && !Holds(further, name))
-            throw py::type_error("grab() has no option '" + name + "'");
+            throw py::type_error(asked.function + std::string("() has no option '") + name + "'");
     }
 }
 
 template<class T>
-constexpr const char* kWanted = "a whole number, 0 or more";
+constexpr const char* kWanted = "a whole number, 0 or more,";
 template<>
 constexpr const char* kWanted<bool> = "True or False";
 template<>
@@ -42,40 +43,59 @@ constexpr const char* kWanted<double> = "a number of seconds";
 template<>
 constexpr const char* kWanted<std::string> = "a text";
 
+[[noreturn]] void RefuseValue(const Asked& asked, const char* wanted, const char* name, const py::object& value) {
+    throw py::type_error(asked.function + std::string("() takes ") + wanted + " for " + name + ", not " +
+                         std::string(py::repr(value)));
+}
+
 template<class T>
-T ValueOf(const py::kwargs& options, const char* name) {
+T ValueOf(const Asked& asked, const char* name) {
     try {
-        return options[name].cast<T>();
+        return asked.options[name].cast<T>();
     } catch (const py::cast_error&) {
-        throw py::type_error("grab() takes " + std::string(kWanted<T>) + " for " + name + ", not " +
-                             std::string(py::repr(options[name])));
+        RefuseValue(asked, kWanted<T>, name, asked.options[name]);
     }
 }
 
 template<class T>
-void Take(const py::kwargs& options, const char* name, T& value) {
-    if (options.contains(name)) value = ValueOf<T>(options, name);
+void Take(const Asked& asked, const char* name, T& value) {
+    if (asked.options.contains(name)) value = ValueOf<T>(asked, name);
 }
 
-milliseconds TimeOf(const py::kwargs& options, const char* name, milliseconds none) {
-    if (!options[name].is_none()) ValueOf<double>(options, name);
-    return ToMilliseconds(options[name], none);
+milliseconds TimeOf(const Asked& asked, const char* name, milliseconds none) {
+    if (!asked.options[name].is_none()) ValueOf<double>(asked, name);
+    return ToMilliseconds(asked.options[name], none);
 }
 
-Tavix::GrabOptions Known(std::int64_t count, const py::kwargs& options) {
+/// One that is larger than any is as good as without end.
+std::uint64_t CountOf(const Asked& asked) {
+    const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(asked.count.ptr()));
+    if (!number) {
+        PyErr_Clear();
+        RefuseValue(asked, kWanted<std::uint64_t>, "count", asked.count);
+    }
+    int isBeyond = 0;
+    const long long count = PyLong_AsLongLongAndOverflow(number.ptr(), &isBeyond);
+    if (isBeyond > 0) return std::numeric_limits<std::int64_t>::max();
+    if (isBeyond < 0 || count < 0)
+        throw Tavix::ValueError("a number of images is 0, which is without end, or more; it cannot be " +
+                                std::string(py::str(number)));
+    return static_cast<std::uint64_t>(count);
+}
+
+Tavix::GrabOptions Known(const Asked& asked) {
     PrepareArrays();
-    if (count < 0) throw Tavix::ValueError("a number of images is 0, which is without end, or more");
     Tavix::GrabOptions made;
-    made.count = static_cast<std::uint64_t>(count);
-    Take(options, "buffers", made.buffers);
-    Take(options, "memory_limit", made.memoryLimit);
-    Take(options, "keep_budget", made.keepBudget);
-    Take(options, "newest_only", made.newestOnly);
-    Take(options, "incomplete", made.incomplete);
-    Take(options, "transfer_size", made.transferSize);
-    Take(options, "thread_priority", made.threadPriority);
-    if (options.contains("timeout")) made.timeout = TimeOf(options, "timeout", milliseconds(0));
-    if (options.contains("reconnect")) made.reconnect = TimeOf(options, "reconnect", kForEver);
+    made.count = CountOf(asked);
+    Take(asked, "buffers", made.buffers);
+    Take(asked, "memory_limit", made.memoryLimit);
+    Take(asked, "keep_budget", made.keepBudget);
+    Take(asked, "newest_only", made.newestOnly);
+    Take(asked, "incomplete", made.incomplete);
+    Take(asked, "transfer_size", made.transferSize);
+    Take(asked, "thread_priority", made.threadPriority);
+    if (asked.options.contains("timeout")) made.timeout = TimeOf(asked, "timeout", milliseconds(0));
+    if (asked.options.contains("reconnect")) made.reconnect = TimeOf(asked, "reconnect", kForEver);
     return made;
 }
 
@@ -87,18 +107,18 @@ Tavix::GroupBy ByOf(const std::string& name) {
 
 } // namespace
 
-Tavix::GrabOptions OptionsOf(std::int64_t count, const py::kwargs& options) {
-    RefuseOthers(options, {});
-    return Known(count, options);
+Tavix::GrabOptions OptionsOf(const Asked& asked) {
+    RefuseOthers(asked, {});
+    return Known(asked);
 }
 
-Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const py::kwargs& options) {
-    RefuseOthers(options, kOfGroups);
+Tavix::GroupOptions GroupOptionsOf(const Asked& asked) {
+    RefuseOthers(asked, kOfGroups);
     Tavix::GroupOptions made;
-    made.grab = Known(count, options);
-    if (options.contains("by")) made.by = ByOf(ValueOf<std::string>(options, "by"));
-    if (options.contains("tolerance")) made.tolerance = ToNanoseconds(ValueOf<double>(options, "tolerance"));
-    if (options.contains("set_timeout")) made.setTimeout = TimeOf(options, "set_timeout", made.setTimeout);
+    made.grab = Known(asked);
+    if (asked.options.contains("by")) made.by = ByOf(ValueOf<std::string>(asked, "by"));
+    if (asked.options.contains("tolerance")) made.tolerance = ToNanoseconds(ValueOf<double>(asked, "tolerance"));
+    if (asked.options.contains("set_timeout")) made.setTimeout = TimeOf(asked, "set_timeout", made.setTimeout);
     return made;
 }
 

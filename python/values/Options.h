@@ -9,10 +9,17 @@
 
 namespace tavixpython {
 
+/// What a function was called with.
+struct Asked {
+    const char* function; ///< its name, for texts
+    pybind11::object count;
+    pybind11::kwargs options;
+};
+
 /// TypeError for an option that is not known, so that a misspelt one does not pass for its default.
-Tavix::GrabOptions OptionsOf(std::int64_t count, const pybind11::kwargs& options);
+Tavix::GrabOptions OptionsOf(const Asked& asked);
 /// Those of a group besides.
-Tavix::GroupOptions GroupOptionsOf(std::int64_t count, const pybind11::kwargs& options);
+Tavix::GroupOptions GroupOptionsOf(const Asked& asked);
 /// How long a stream with these options may be silent; negative: for ever.
 std::chrono::milliseconds SilenceOf(const Tavix::GrabOptions& options);
 

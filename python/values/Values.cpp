@@ -34,9 +34,12 @@ void WriteWhole(Tavix::Feature& feature, const py::object& value) {
     if (PyErr_Occurred()) throw py::error_already_set();
     const std::string text = isBeyond != 0 ? py::str(number) : py::str();
     const WithoutLock unlocked;
+    if (isBeyond == 0) return feature.SetInt(whole);
     const Tavix::FeatureType type = feature.Type();
-    const bool isNumber = type == Tavix::FeatureType::Integer || type == Tavix::FeatureType::Float;
-    isBeyond != 0 && isNumber ? feature.SetText(text) : feature.SetInt(whole);
+    if (type == Tavix::FeatureType::Text || type == Tavix::FeatureType::Register)
+        throw Tavix::ValueError("cannot set " + feature.Name() + " to " + text + ": it takes no whole number",
+                                feature.Name());
+    feature.SetText(text); // is refused by all others
 }
 
 void WriteFloat(Tavix::Feature& feature, double number) {

@@ -145,5 +145,9 @@ def test_callbacks_may_close_the_stream_and_the_camera(camera):
 
 
 def test_options_are_those_of_grab(camera):
-    with pytest.raises(TypeError, match="bufers"):
+    with pytest.raises(TypeError, match=r"^stream\(\) has no option 'bufers'"):
         camera.stream(bufers=2)
+    with pytest.raises(TypeError, match=r"^stream\(\) takes a whole number.* for buffers, not 'many'"):
+        camera.stream(buffers="many")
+    with tavix.group("8") as group, pytest.raises(TypeError, match=r"^stream\(\) takes a text for by, not 7"):
+        group.stream(by=7)

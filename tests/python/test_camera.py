@@ -248,6 +248,9 @@ def test_a_number_of_the_wrong_kind_is_answered_with_the_right_one(camera):
             camera.ExposureTime = huge
         with pytest.raises(tavix.ValueError, match="takes no whole number"):
             camera.DeviceUserID = huge
+        for name in ("PixelFormat", "ReverseX", "DeviceUserID", "UserSetLoad"):
+            with pytest.raises(tavix.ValueError, match=f"cannot set {name}.* to '?{huge}'?: "):
+                camera[name] = huge
     with pytest.raises(TypeError, match="Width takes bool, int, float, str or bytes, not NoneType"):
         camera.Width = None
     with pytest.raises(tavix.ValueError, match="PixelFormat .* takes no bytes"):

@@ -135,12 +135,18 @@ def test_misspelt_options_and_second_streams_are_refused(camera):
         camera.grab(3, timeout=-1)
     with pytest.raises(tavix.ValueError, match="99"):
         camera.grab(3, thread_priority=100)
-    with pytest.raises(TypeError, match="whole number, 0 or more for buffers, not 'many'"):
+    with pytest.raises(TypeError, match="whole number, 0 or more, for buffers, not 'many'"):
         camera.grab(3, buffers="many")
     with pytest.raises(TypeError, match="for keep_budget, not -1"):
         camera.grab(3, keep_budget=-1)
     with pytest.raises(TypeError, match="number of seconds for timeout, not 'long'"):
         camera.grab(3, timeout="long")
+    with pytest.raises(TypeError, match=r"^grab\(\) takes a whole number, 0 or more, for count, not 'x'"):
+        camera.grab("x")
+    camera.grab(2**70).close()  # as good as without end
+    for call in camera.grab_one, camera.trigger, camera.UserSetLoad:
+        with pytest.raises(TypeError, match="a time is a number of seconds, or None, and not 'x'"):
+            call(timeout="x")
     with camera.grab():
         with pytest.raises(tavix.StateError):
             camera.grab()
