@@ -1,6 +1,8 @@
 import asyncio
 import gc
 import os
+import threading
+import time
 
 import pytest
 
@@ -142,6 +144,44 @@ def test_callbacks_may_close_the_stream_and_the_camera(camera):
     camera.close()
     for end in (lambda opened, stream: stream.close(), lambda opened, stream: opened.close()):
         asyncio.run(grab(end))
+
+
+def test_a_callback_on_the_thread_of_a_stream_may_drop_it(triggered):
+    async def start():
+        return [triggered.stream(timeout=None, reconnect=None)]
+
+    streams, dropped = asyncio.run(start()), threading.Event()
+
+    def drop(is_back):
+        if is_back:
+            streams.clear()
+            gc.collect()
+            dropped.set()
+
+    subscription = triggered.on_removal(drop)
+    triggered.DeviceReset()
+    assert dropped.wait(60)
+    subscription.end()  # returns when the callback has
+    triggered.close()
+    tavix.open("7").close()
+
+
+def test_a_callback_on_the_thread_of_a_stream_may_ask_while_another_closes(triggered):
+    stream = triggered.stream(timeout=None, reconnect=None)
+    told, counts = threading.Event(), []
+
+    def ask(is_back):
+        if is_back:
+            told.set()
+            time.sleep(0.1)  # meanwhile the other thread waits for this one
+            counts.append(stream.counts)
+            stream.close()
+
+    triggered.on_removal(ask)
+    triggered.DeviceReset()
+    assert told.wait(60)
+    stream.close()
+    assert [one.delivered for one in counts] == [0] and stream.counts.delivered == 0
 
 
 def test_options_are_those_of_grab(camera):
