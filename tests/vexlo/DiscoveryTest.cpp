@@ -231,6 +231,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SpeedCase{usb::Speed::High, 0x04, nullptr}, SpeedCase{usb::Speed::Super, 0x1C, "10 Gbit/s"},
                     SpeedCase{usb::Speed::SuperPlus, 0x1C, nullptr}, SpeedCase{usb::Speed::SuperPlus, 0x4C, nullptr},
                     SpeedCase{usb::Speed::Full, 0x04, "does not state"}, SpeedCase{usb::Speed::Unknown, 0x0C, nullptr},
-                    SpeedCase{usb::Speed::High, 0x00, nullptr}));
+                    SpeedCase{usb::Speed::High, 0x00, nullptr}, SpeedCase{usb::Speed::High, 0x08, "slower link"},
+                    SpeedCase{usb::Speed::Super, 0x10, "10 Gbit/s"}));
 
 } // namespace
