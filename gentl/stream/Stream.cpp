@@ -3,6 +3,8 @@
 #include "gentl/module/Device.h"
 #include "gentl/stream/NewBufferEvent.h"
 
+#include <cstdint>
+
 namespace gentl {
 namespace {
 
@@ -32,6 +34,7 @@ void Stream::CheckOwn(const SharedBuffer& buffer) const {
 
 SharedBuffer Stream::Announce(void* memory, size_t size, void* user) {
     if (!memory || size == 0) Fail(GC_ERR_INVALID_PARAMETER, "the buffer has no memory");
+    if (size > PTRDIFF_MAX) Fail(GC_ERR_INVALID_PARAMETER, "no memory is so large"); // a start would fail by it
     auto buffer = std::make_shared<Buffer>(Handle(), memory, size, user);
     m_Engine.Announce(buffer);
     return buffer;
