@@ -26,7 +26,7 @@ void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
         m_Queues.Announce(buffer);
         if (m_IsRunning) RegisterOnBus(*buffer);
     } catch (...) {
-        m_Queues.Revoke(buffer);
+        m_Queues.Revoke(*buffer);
         buffer->Unregister();
         throw;
     }
@@ -43,13 +43,17 @@ void AcquisitionEngine::QueueOnBus(Buffer& buffer) {
     m_Queues.NoteOnBus(buffer, true);
 }
 
-void AcquisitionEngine::PutIntoInput(const SharedBuffer& buffer) {
+void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
+    if (m_Queues.WayOf(buffer).place == Place::None) Fail(GC_ERR_INVALID_HANDLE, "the buffer was revoked");
+}
+
+void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
     m_Queues.PutIntoInput(buffer);
     if (!m_IsRunning || m_Left == 0) return;
     try {
-        QueueOnBus(*buffer);
+        QueueOnBus(buffer);
     } catch (...) {
-        PutAside(*buffer);
+        PutAside(buffer);
         throw;
     }
 }
@@ -61,6 +65,7 @@ void AcquisitionEngine::PutAside(Buffer& buffer) {
 
 void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
+    CheckAnnounced(*buffer);
     DrainForOthers();
     PutAside(*buffer);
     if (vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle) {
@@ -68,7 +73,7 @@ void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
         Check(m_Vx.DeregisterBuffer(handle, &unused), "The buffer is in use");
         handle = nullptr;
     }
-    m_Queues.Revoke(buffer);
+    m_Queues.Revoke(*buffer);
     buffer->Unregister();
 }
 
@@ -80,10 +85,11 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
 
 void AcquisitionEngine::Queue(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
+    CheckAnnounced(*buffer);
     const Place place = m_Queues.WayOf(*buffer).place;
     if (place == Place::Input) Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is queued already");
     if (place == Place::Output) Fail(GC_ERR_BUSY, "the buffer was filled and waits to be delivered");
-    PutIntoInput(buffer);
+    PutIntoInput(*buffer);
 }
 
 void AcquisitionEngine::Drain() {
@@ -112,14 +118,14 @@ void AcquisitionEngine::Sort(const GrabResult& result) {
 void AcquisitionEngine::Accept(Buffer& buffer, const GrabResult& result) {
     m_Queues.Fill(buffer, result);
     if (m_Left != GENTL_INFINITE && --m_Left == 0) Recall();
-    Overwrite();
+    if (Overwrites(m_Handling)) Overwrite();
 }
 
 void AcquisitionEngine::Overwrite() {
     while (m_IsRunning && m_Left != 0) {
-        const SharedBuffer oldest = m_Queues.TakeOverwritten(m_Handling);
+        Buffer* const oldest = m_Queues.TakeOverwritten(m_Handling);
         if (!oldest) return;
-        PutIntoInput(oldest);
+        PutIntoInput(*oldest);
     }
 }
 
@@ -128,24 +134,25 @@ void AcquisitionEngine::Recall() {
     (void)m_Vx.CancelGrab();
 }
 
-SharedBuffer AcquisitionEngine::TakeOutput(bool& isLast) {
+EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
     const Guard guard(m_Mutex);
     Drain();
-    SharedBuffer buffer = m_Queues.Deliver();
+    const Buffer* const buffer = m_Queues.Deliver();
     isLast = m_Queues.Output().empty();
-    return buffer;
+    if (!buffer) return {};
+    return {buffer->Handle(), buffer->userPointer};
 }
 
-void AcquisitionEngine::PutAllAside(std::deque<SharedBuffer> buffers) {
-    for (const SharedBuffer& buffer : buffers)
+void AcquisitionEngine::PutAllAside(BufferQueues::Queue buffers) {
+    for (Buffer* const buffer : buffers)
         PutAside(*buffer);
 }
 
 void AcquisitionEngine::QueueAll(bool andOutput) {
-    for (const SharedBuffer& buffer : std::vector<SharedBuffer>(m_Queues.Announced())) {
+    for (const SharedBuffer& buffer : m_Queues.Announced()) {
         const Place place = m_Queues.WayOf(*buffer).place;
         if (place == Place::Input || (place == Place::Output && !andOutput)) continue;
-        PutIntoInput(buffer);
+        PutIntoInput(*buffer);
     }
 }
 

@@ -19,14 +19,15 @@ public:
 
     /// RESOURCE_IN_USE when its memory is announced already. It has its handle then.
     void Announce(const SharedBuffer& buffer);
-    /// BUSY while it is being filled. Its handle is void then.
+    /// BUSY while it is being filled; INVALID_HANDLE when another thread was faster. Its handle is void then.
     void Revoke(const SharedBuffer& buffer);
     /// INVALID_INDEX.
     BUFFER_HANDLE BufferAt(size_t index);
     void Queue(const SharedBuffer& buffer);
     void Flush(ACQ_QUEUE_TYPE operation);
-    /// The oldest buffer of the output queue, now delivered; null when there is none. `isLast` when none follows.
-    SharedBuffer TakeOutput(bool& isLast);
+    /// The oldest buffer of the output queue, now delivered; a null handle when there is none. `isLast` when none
+    /// follows.
+    EVENT_NEW_BUFFER_DATA TakeOutput(bool& isLast);
 
     /// `count` is GENTL_INFINITE or a number of buffers.
     void Start(std::uint64_t count);
@@ -50,10 +51,12 @@ public:
 private:
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
-    void PutIntoInput(const SharedBuffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    /// INVALID_HANDLE when it was revoked while this thread waited for the lock.
+    void CheckAnnounced(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void PutIntoInput(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// BUSY when it is being filled.
     void PutAside(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
-    void PutAllAside(std::deque<SharedBuffer> buffers) TAVIX_REQUIRES(m_Mutex);
+    void PutAllAside(BufferQueues::Queue buffers) TAVIX_REQUIRES(m_Mutex);
     /// Those that are in none of the queues; with `andOutput` also those of the output queue.
     void QueueAll(bool andOutput) TAVIX_REQUIRES(m_Mutex);
     void FlushInputToOutput() TAVIX_REQUIRES(m_Mutex);

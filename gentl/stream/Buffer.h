@@ -14,8 +14,9 @@ namespace gentl {
 
 /// Where a buffer is.
 ///
-///   announced --queue--> input --filled--> output --EventGetData--> delivered --queue--> input
-enum class Place { Announced, Input, Output, Delivered };
+///   none --announce--> announced --queue--> input --filled--> output --EventGetData--> delivered --queue--> input
+///   none <--revoke-- all of them
+enum class Place { None, Announced, Input, Output, Delivered };
 
 /// Its memory belongs to the stream; what changes has two guards: where it is belongs to the stream's queues, what
 /// queries tell to the lock of the buffer's slot, so that they wait for nobody. Thread-safe.
@@ -63,7 +64,7 @@ private:
     friend class BufferQueues;
     /// Who has it.
     struct Way {
-        Place place = Place::Announced;
+        Place place = Place::None;
         vexlo::BufferHandle_s* handle = nullptr; ///< null while not registered on the bus
         bool isOnBus = false;                    ///< the USB access library has it
     };

@@ -12,13 +12,19 @@ namespace gentl {
 /// What to do when images come faster than the consumer takes them. The default is OldestFirst.
 enum class Handling : std::uint64_t { Default = 0, OldestFirstOverwrite = 1, NewestOnly = 2, OldestFirst = 3 };
 
+constexpr bool Overwrites(Handling handling) {
+    return handling == Handling::OldestFirstOverwrite || handling == Handling::NewestOnly;
+}
+
 using SharedBuffer = std::shared_ptr<Buffer>;
 
 /// Where the announced buffers of a stream are, by the places of `Place`, and how many went which way. Knows nothing of
-/// the bus. Who has it has the ways of its buffers, so its owner's lock guards both; the buffers have handles.
-/// Re-entrant.
+/// the bus. Who has it has the ways of its buffers, so its owner's lock guards both; the buffers have handles. An
+/// announced buffer lives until it is revoked, so those in the queues are not shared again. Re-entrant.
 class BufferQueues {
 public:
+    using Queue = std::deque<Buffer*>;
+
     /// Since the last BeginCounting.
     struct Counts {
         std::uint64_t filled = 0;
@@ -28,20 +34,20 @@ public:
 
     Buffer::Way& WayOf(Buffer& buffer) { return buffer.m_Way; }
     const std::vector<SharedBuffer>& Announced() const { return m_Announced; }
-    const std::deque<SharedBuffer>& Input() const { return m_Input; }
-    const std::deque<SharedBuffer>& Output() const { return m_Output; }
+    const Queue& Input() const { return m_Input; }
+    const Queue& Output() const { return m_Output; }
     const Counts& Counted() const { return m_Counts; }
     void BeginCounting() { m_Counts = {}; }
 
-    void Announce(SharedBuffer buffer) { m_Announced.push_back(std::move(buffer)); }
+    void Announce(const SharedBuffer& buffer);
     bool HasMemory(const void* memory) const;
-    /// From everywhere.
-    void Revoke(const SharedBuffer& buffer);
+    /// From everywhere. The caller has a share of it.
+    void Revoke(Buffer& buffer);
     /// All are revoked; these are the ones that were announced.
     std::vector<SharedBuffer> RevokeAll() noexcept;
 
     /// From wherever it is to the end of the input pool, without what it held.
-    void PutIntoInput(const SharedBuffer& buffer);
+    void PutIntoInput(Buffer& buffer);
     /// Given to the bus, or back from it.
     void NoteOnBus(Buffer& buffer, bool isOnBus);
     /// To neither queue.
@@ -51,17 +57,17 @@ public:
     /// What is in the input pool follows in the output queue as it is.
     void MoveInputToOutput();
     /// The oldest of the output queue goes to the consumer; null when there is none.
-    SharedBuffer Deliver();
+    Buffer* Deliver();
     /// The oldest of the output queue if it is to make room for newer ones, now put aside; null when none is. The
     /// newest image never is.
-    SharedBuffer TakeOverwritten(Handling handling);
+    Buffer* TakeOverwritten(Handling handling);
 
 private:
-    /// What its queue held of it; null when it was in none.
-    SharedBuffer TakeOut(Buffer& buffer);
+    /// Out of the queue that it is in, if it is in one.
+    void TakeOut(Buffer& buffer);
 
     std::vector<SharedBuffer> m_Announced;
-    std::deque<SharedBuffer> m_Input, m_Output;
+    Queue m_Input, m_Output;
     Counts m_Counts;
 };
 

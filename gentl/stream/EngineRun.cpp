@@ -34,7 +34,7 @@ void AcquisitionEngine::Begin(std::uint64_t count) {
             RegisterOnBus(*buffer);
         Check(m_Vx.StartStreaming(), "The stream cannot be started");
         m_IsRunning = true;
-        for (const SharedBuffer& buffer : m_Queues.Input())
+        for (Buffer* const buffer : m_Queues.Input())
             QueueOnBus(*buffer);
     } catch (...) {
         End();
@@ -93,8 +93,7 @@ void AcquisitionEngine::BindWaitObject() noexcept {
 
 void AcquisitionEngine::StartPump() {
     const Guard guard(m_Mutex);
-    const bool overwrites = m_Handling == Handling::OldestFirstOverwrite || m_Handling == Handling::NewestOnly;
-    if (!overwrites) return;
+    if (!Overwrites(m_Handling)) return;
     try {
         m_Pump.Start();
     } catch (const std::exception&) {

@@ -10,7 +10,7 @@ NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
     : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
 
 std::shared_ptr<Stream> NewBufferEvent::Owner() const {
-    auto stream = std::static_pointer_cast<Stream>(m_Stream.lock());
+    auto stream = m_Stream.lock();
     if (!stream) Fail(GC_ERR_ABORT, "the stream is closed");
     return stream;
 }
@@ -19,13 +19,12 @@ EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     const auto stream = Owner();
     bool isLast = false;
-    const std::shared_ptr<Buffer> buffer = stream->Engine().TakeOutput(isLast);
-    if (!buffer) {
+    const EVENT_NEW_BUFFER_DATA event = stream->Engine().TakeOutput(isLast);
+    if (!event.BufferHandle) {
         if (!stream->IsLost()) return Taken::Nothing;
         WaitObject().Signal(); // for the next waiter
         Fail(GC_ERR_IO, "the camera was unplugged");
     }
-    const EVENT_NEW_BUFFER_DATA event{buffer->Handle(), buffer->userPointer};
     size = sizeof event;
     std::memcpy(data, &event, sizeof event);
     return isLast ? Taken::Last : Taken::OneOfSeveral;

@@ -26,7 +26,7 @@ protected:
 private:
     std::shared_ptr<Stream> Owner() const;
 
-    const std::weak_ptr<Object> m_Stream;
+    const std::weak_ptr<Stream> m_Stream;
 };
 
 } // namespace gentl

@@ -36,7 +36,7 @@ protected:
     Place PlaceOf(std::size_t index) { return queues.WayOf(*buffers[index]).place; }
     void QueueAll() {
         for (const SharedBuffer& buffer : buffers)
-            queues.PutIntoInput(buffer);
+            queues.PutIntoInput(*buffer);
     }
 
     std::array<std::uint8_t, 3> memory{};
@@ -46,14 +46,29 @@ protected:
 
 TEST_F(BufferQueues, KnowWhichMemoryIsAnnounced) {
     EXPECT_TRUE(queues.HasMemory(&memory[2]));
-    queues.Revoke(buffers[2]);
+    queues.Revoke(*buffers[2]);
     EXPECT_FALSE(queues.HasMemory(&memory[2]));
     EXPECT_EQ(queues.Announced().size(), 2U);
 }
 
+TEST_F(BufferQueues, KnowABufferFromItsAnnouncementUntilItIsRevoked) {
+    const auto stranger = std::make_shared<Buffer>(this, &memory[0], 1, nullptr);
+    EXPECT_EQ(queues.WayOf(*stranger).place, Place::None);
+    QueueAll();
+    Fill(1, 0);
+    for (const std::size_t index : {0U, 1U}) {
+        queues.Revoke(*buffers[index]);
+        EXPECT_EQ(PlaceOf(index), Place::None);
+    }
+    EXPECT_EQ(queues.Input(), gentl::BufferQueues::Queue{buffers[2].get()});
+    EXPECT_TRUE(queues.Output().empty());
+    (void)queues.RevokeAll();
+    EXPECT_EQ(PlaceOf(2), Place::None);
+}
+
 TEST_F(BufferQueues, LeadABufferFromTheInputPoolOverTheOutputQueueToTheConsumer) {
     EXPECT_EQ(PlaceOf(0), Place::Announced);
-    queues.PutIntoInput(buffers[0]);
+    queues.PutIntoInput(*buffers[0]);
     EXPECT_EQ(PlaceOf(0), Place::Input);
     EXPECT_TRUE(buffers[0]->Look().isQueued);
     Fill(0, 7);
@@ -62,7 +77,7 @@ TEST_F(BufferQueues, LeadABufferFromTheInputPoolOverTheOutputQueueToTheConsumer)
     EXPECT_FALSE(buffers[0]->Look().isQueued);
     EXPECT_TRUE(buffers[0]->Look().hasData && buffers[0]->Look().isNew);
     EXPECT_EQ(buffers[0]->Look().result.BlockId, 7U);
-    EXPECT_EQ(queues.Deliver(), buffers[0]);
+    EXPECT_EQ(queues.Deliver(), buffers[0].get());
     EXPECT_EQ(PlaceOf(0), Place::Delivered);
     EXPECT_EQ(queues.Deliver(), nullptr);
 }
@@ -71,18 +86,18 @@ TEST_F(BufferQueues, DeliverInTheOrderOfFilling) {
     QueueAll();
     Fill(2, 0);
     Fill(0, 1);
-    EXPECT_EQ(queues.Deliver(), buffers[2]);
-    EXPECT_EQ(queues.Deliver(), buffers[0]);
+    EXPECT_EQ(queues.Deliver(), buffers[2].get());
+    EXPECT_EQ(queues.Deliver(), buffers[0].get());
 }
 
 TEST_F(BufferQueues, ForgetWhatABufferHeldWhenItIsQueuedAgain) {
     QueueAll();
     Fill(1, 5);
-    queues.PutIntoInput(buffers[1]);
+    queues.PutIntoInput(*buffers[1]);
     EXPECT_TRUE(queues.Output().empty());
     EXPECT_FALSE(buffers[1]->Look().hasData);
     EXPECT_EQ(buffers[1]->Look().result.BlockId, 0U);
-    EXPECT_EQ(queues.Input().back(), buffers[1]);
+    EXPECT_EQ(queues.Input().back(), buffers[1].get());
 }
 
 TEST_F(BufferQueues, KeepWhatABufferHoldsWhenItIsPutAside) {
@@ -121,10 +136,10 @@ TEST_F(BufferQueues, KeepTheNewestOnly) {
     Fill(0, 0);
     EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), nullptr) << "the newest one itself";
     Fill(1, 1);
-    EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), buffers[0]);
+    EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), buffers[0].get());
     EXPECT_EQ(PlaceOf(0), Place::Announced);
     EXPECT_EQ(queues.TakeOverwritten(Handling::NewestOnly), nullptr);
-    EXPECT_EQ(queues.Deliver(), buffers[1]);
+    EXPECT_EQ(queues.Deliver(), buffers[1].get());
 }
 
 TEST_F(BufferQueues, OverwriteTheOldestOnlyWhenTheInputPoolIsEmpty) {
@@ -133,9 +148,9 @@ TEST_F(BufferQueues, OverwriteTheOldestOnlyWhenTheInputPoolIsEmpty) {
     Fill(1, 1);
     EXPECT_EQ(queues.TakeOverwritten(Handling::OldestFirstOverwrite), nullptr);
     Fill(2, 2);
-    const SharedBuffer oldest = queues.TakeOverwritten(Handling::OldestFirstOverwrite);
-    ASSERT_EQ(oldest, buffers[0]);
-    queues.PutIntoInput(oldest);
+    Buffer* const oldest = queues.TakeOverwritten(Handling::OldestFirstOverwrite);
+    ASSERT_EQ(oldest, buffers[0].get());
+    queues.PutIntoInput(*oldest);
     EXPECT_EQ(queues.TakeOverwritten(Handling::OldestFirstOverwrite), nullptr);
 }
 
@@ -145,11 +160,11 @@ TEST_F(BufferQueues, FlushTheInputPoolBehindWhatIsInTheOutputQueue) {
     queues.MoveInputToOutput();
     EXPECT_TRUE(queues.Input().empty());
     EXPECT_EQ(queues.Counted().filled, 1U) << "they hold nothing";
-    EXPECT_EQ(queues.Deliver(), buffers[1]);
-    EXPECT_EQ(queues.Deliver(), buffers[0]);
+    EXPECT_EQ(queues.Deliver(), buffers[1].get());
+    EXPECT_EQ(queues.Deliver(), buffers[0].get());
     EXPECT_FALSE(buffers[0]->Look().isQueued);
     EXPECT_FALSE(buffers[0]->Look().hasData);
-    EXPECT_EQ(queues.Deliver(), buffers[2]);
+    EXPECT_EQ(queues.Deliver(), buffers[2].get());
 }
 
 TEST_F(BufferQueues, GiveAllBuffersBackWhenAllAreRevoked) {
