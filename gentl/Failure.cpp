@@ -79,8 +79,8 @@ std::string TextOf(vexlo::VxStatus status) {
     return "unknown failure";
 }
 
-void Check(vexlo::VxStatus status, const char* what) {
-    if (status != vexlo::VX_OK) throw Failure(ErrorOf(status), std::string(what) + ": " + TextOf(status));
+void FailBecauseOf(vexlo::VxStatus status, const char* what) {
+    throw Failure(ErrorOf(status), std::string(what) + ": " + TextOf(status));
 }
 
 GC_ERROR Remember(GC_ERROR code, const char* text) noexcept {

@@ -24,8 +24,11 @@ private:
 /// What a status of the USB access library means to a consumer.
 GC_ERROR ErrorOf(vexlo::VxStatus status);
 std::string TextOf(vexlo::VxStatus status);
+[[noreturn]] void FailBecauseOf(vexlo::VxStatus status, const char* what);
 /// Throws unless the status is 0.
-void Check(vexlo::VxStatus status, const char* what);
+inline void Check(vexlo::VxStatus status, const char* what) {
+    if (status != vexlo::VX_OK) FailBecauseOf(status, what);
+}
 
 /// Remembers a failed call for GCGetLastError of this thread, and returns its code. Never throws: a text that does not
 /// fit in memory is left out.

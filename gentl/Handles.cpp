@@ -56,4 +56,12 @@ void Handles::Remove(void* handle) noexcept {
     m_Free.push_back(HandleBits(handle).Place()); // there is room
 }
 
+std::shared_ptr<Object> UseObject(void* handle, bool (*isOne)(Kind)) {
+    if (Slot* const slot = Handles::FindSlot(handle)) {
+        const SpinGuard guard(slot->lock);
+        if (Handles::IsOf(*slot, handle) && isOne(slot->object->GetKind())) return slot->object;
+    }
+    Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
+}
+
 } // namespace gentl

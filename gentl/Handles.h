@@ -128,15 +128,15 @@ private:
     std::size_t m_Count TAVIX_GUARDED_BY(m_Mutex) = 0; // places made so far
 };
 
-/// The object behind a handle. INVALID_HANDLE when there is none of that class.
+/// The object behind a handle. INVALID_HANDLE when there is none that `isOne`.
+std::shared_ptr<Object> UseObject(void* handle, bool (*isOne)(Kind));
+
+/// The same for objects of that class.
 template<class T>
 std::shared_ptr<T> Use(void* handle) {
-    if (Slot* const slot = Handles::FindSlot(handle)) {
-        const SpinGuard guard(slot->lock);
-        if (Handles::IsOf(*slot, handle) && T::IsOne(slot->object->GetKind()))
-            return {slot->object, static_cast<T*>(slot->object.get())};
-    }
-    Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
+    std::shared_ptr<Object> object = UseObject(handle, &T::IsOne);
+    T* const itself = static_cast<T*>(object.get());
+    return {std::move(object), itself};
 }
 
 } // namespace gentl

@@ -19,25 +19,14 @@ public:
 
     /// With its closing NUL.
     void String(const std::string& text) { Bytes(INFO_DATATYPE_STRING, text.c_str(), text.size() + 1); }
-    void Int32(int32_t value) { Bytes(INFO_DATATYPE_INT32, &value, sizeof value); }
-    void Uint32(uint32_t value) { Bytes(INFO_DATATYPE_UINT32, &value, sizeof value); }
-    void Uint64(uint64_t value) { Bytes(INFO_DATATYPE_UINT64, &value, sizeof value); }
-    void Size(size_t value) { Bytes(INFO_DATATYPE_SIZET, &value, sizeof value); }
-    void Bool(bool value) {
-        const bool8_t byte = value ? 1 : 0;
-        Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
-    }
-    void Pointer(void* value) { Bytes(INFO_DATATYPE_PTR, &value, sizeof value); }
-
-    void Bytes(INFO_DATATYPE type, const void* data, size_t size) {
-        if (m_Buffer && *m_Size < size) {
-            *m_Size = size;
-            Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the answer");
-        }
-        if (m_Type) *m_Type = type;
-        if (m_Buffer && size != 0) std::memcpy(m_Buffer, data, size);
-        *m_Size = size;
-    }
+    void String(const char* text);
+    void Int32(int32_t value);
+    void Uint32(uint32_t value);
+    void Uint64(uint64_t value);
+    void Size(size_t value);
+    void Bool(bool value);
+    void Pointer(void* value);
+    void Bytes(INFO_DATATYPE type, const void* data, size_t size);
 
 private:
     INFO_DATATYPE* m_Type;

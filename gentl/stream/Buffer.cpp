@@ -5,7 +5,6 @@
 #include "u3v/StreamPacket.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace gentl {
 namespace {
@@ -64,70 +63,77 @@ std::uint64_t OfChunks(const Record& record, std::uint64_t value) {
     return value;
 }
 
-/// Consumers ask a dozen of these for each image, one call each: a table answers at the same price wherever one stands.
-struct Question {
-    BUFFER_INFO_CMD command;
-    void (*answer)(const Buffer& buffer, const Record& record, Answer& answer);
-};
-constexpr Question kQuestions[] = {
-    {BUFFER_INFO_BASE, [](const Buffer& b, const Record&, Answer& a) { a.Pointer(b.data); }},
-    {BUFFER_INFO_SIZE, [](const Buffer& b, const Record&, Answer& a) { a.Size(b.size); }},
-    {BUFFER_INFO_USER_PTR, [](const Buffer& b, const Record&, Answer& a) { a.Pointer(b.userPointer); }},
-    {BUFFER_INFO_TIMESTAMP, [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.Timestamp)); }},
-    {BUFFER_INFO_NEW_DATA, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isNew); }},
-    {BUFFER_INFO_IS_QUEUED, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isQueued); }},
-    {BUFFER_INFO_IS_ACQUIRING, [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.isOnBus && !r.hasData); }},
-    {BUFFER_INFO_IS_INCOMPLETE,
-     [](const Buffer&, const Record& r, Answer& a) { a.Bool(r.hasData && r.result.Status != vexlo::VX_OK); }},
-    {BUFFER_INFO_TLTYPE, [](const Buffer&, const Record&, Answer& a) { a.String(kTechnology); }},
-    {BUFFER_INFO_SIZE_FILLED, [](const Buffer& b, const Record& r, Answer& a) { a.Size(Filled(r, b.size)); }},
-    {BUFFER_INFO_WIDTH, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G2)); }},
-    {BUFFER_INFO_HEIGHT, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G1)); }},
-    {BUFFER_INFO_XOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G3)); }},
-    {BUFFER_INFO_YOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G4)); }},
-    {BUFFER_INFO_XPADDING, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.H2)); }},
-    {BUFFER_INFO_YPADDING, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.H1)); }},
-    {BUFFER_INFO_FRAMEID, [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.BlockId)); }},
-    {BUFFER_INFO_IMAGEPRESENT, [](const Buffer&, const Record& r, Answer& a) { a.Bool(HasImage(r)); }},
-    {BUFFER_INFO_IMAGEOFFSET, [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, 0)); }},
-    {BUFFER_INFO_PAYLOADTYPE, [](const Buffer&, const Record& r, Answer& a) { a.Size(PayloadType(r)); }},
-    {BUFFER_INFO_PIXELFORMAT,
-     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfImage(r, r.result.PixelFormat)); }},
-    {BUFFER_INFO_PIXELFORMAT_NAMESPACE,
-     [](const Buffer&, const Record&, Answer& a) { a.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT); }},
-    {BUFFER_INFO_DELIVERED_IMAGEHEIGHT,
-     [](const Buffer&, const Record& r, Answer& a) { a.Size(OfImage(r, r.result.G1)); }},
-    {BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE,
-     [](const Buffer& b, const Record& r, Answer& a) { a.Size(OfChunks(r, Filled(r, b.size))); }},
-    {BUFFER_INFO_CHUNKLAYOUTID,
-     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfChunks(r, r.result.ChunkLayoutId)); }},
-    {BUFFER_INFO_FILENAME, [](const Buffer&, const Record&, Answer&) { NothingYet(); }},
-    {BUFFER_INFO_PIXEL_ENDIANNESS, [](const Buffer&, const Record&, Answer& a) { a.Int32(PIXELENDIANNESS_LITTLE); }},
-    {BUFFER_INFO_DATA_SIZE, [](const Buffer& b, const Record& r, Answer& a) { a.Size(Filled(r, b.size)); }},
-    {BUFFER_INFO_TIMESTAMP_NS,
-     [](const Buffer&, const Record& r, Answer& a) { a.Uint64(OfData(r, r.result.Timestamp)); }},
-    {BUFFER_INFO_DATA_LARGER_THAN_BUFFER,
-     [](const Buffer&, const Record& r, Answer& a) {
-         a.Bool(r.hasData && r.result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
-     }},
-    {BUFFER_INFO_CONTAINS_CHUNKDATA, [](const Buffer&, const Record& r, Answer& a) { a.Bool(HasChunks(r)); }},
-    {BUFFER_INFO_IS_COMPOSITE, [](const Buffer&, const Record&, Answer& a) { a.Bool(false); }},
-};
-
-constexpr bool StandInOrder() {
-    BUFFER_INFO_CMD next = 0;
-    for (const Question& question : kQuestions)
-        if (question.command != next++) return false;
-    return true;
-}
-static_assert(StandInOrder(), "a command is the number of its row");
-
 } // namespace
 
+/// Consumers ask a dozen of these for each image, one call each, long after they asked last: what counts is how little
+/// code they run through.
 void BufferInfo(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
-    if (command < 0 || static_cast<size_t>(command) >= std::size(kQuestions))
+    const auto& result = record.result;
+    switch (command) {
+    case BUFFER_INFO_BASE:
+        return answer.Pointer(buffer.data);
+    case BUFFER_INFO_SIZE:
+        return answer.Size(buffer.size);
+    case BUFFER_INFO_USER_PTR:
+        return answer.Pointer(buffer.userPointer);
+    case BUFFER_INFO_TIMESTAMP:
+    case BUFFER_INFO_TIMESTAMP_NS:
+        return answer.Uint64(OfData(record, result.Timestamp));
+    case BUFFER_INFO_NEW_DATA:
+        return answer.Bool(record.isNew);
+    case BUFFER_INFO_IS_QUEUED:
+        return answer.Bool(record.isQueued);
+    case BUFFER_INFO_IS_ACQUIRING:
+        return answer.Bool(record.isOnBus && !record.hasData);
+    case BUFFER_INFO_IS_INCOMPLETE:
+        return answer.Bool(record.hasData && result.Status != vexlo::VX_OK);
+    case BUFFER_INFO_TLTYPE:
+        return answer.String(kTechnology);
+    case BUFFER_INFO_SIZE_FILLED:
+    case BUFFER_INFO_DATA_SIZE:
+        return answer.Size(Filled(record, buffer.size));
+    case BUFFER_INFO_WIDTH:
+        return answer.Size(OfImage(record, result.G2));
+    case BUFFER_INFO_HEIGHT:
+    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
+        return answer.Size(OfImage(record, result.G1));
+    case BUFFER_INFO_XOFFSET:
+        return answer.Size(OfImage(record, result.G3));
+    case BUFFER_INFO_YOFFSET:
+        return answer.Size(OfImage(record, result.G4));
+    case BUFFER_INFO_XPADDING:
+        return answer.Size(OfImage(record, result.H2));
+    case BUFFER_INFO_YPADDING:
+        return answer.Size(OfImage(record, result.H1));
+    case BUFFER_INFO_FRAMEID:
+        return answer.Uint64(OfData(record, result.BlockId));
+    case BUFFER_INFO_IMAGEPRESENT:
+        return answer.Bool(HasImage(record));
+    case BUFFER_INFO_IMAGEOFFSET:
+        return answer.Size(OfImage(record, 0));
+    case BUFFER_INFO_PAYLOADTYPE:
+        return answer.Size(PayloadType(record));
+    case BUFFER_INFO_PIXELFORMAT:
+        return answer.Uint64(OfImage(record, result.PixelFormat));
+    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
+        return answer.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
+    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
+        return answer.Size(OfChunks(record, Filled(record, buffer.size)));
+    case BUFFER_INFO_CHUNKLAYOUTID:
+        return answer.Uint64(OfChunks(record, result.ChunkLayoutId));
+    case BUFFER_INFO_FILENAME:
+        NothingYet();
+    case BUFFER_INFO_PIXEL_ENDIANNESS:
+        return answer.Int32(PIXELENDIANNESS_LITTLE);
+    case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
+        return answer.Bool(record.hasData && result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
+    case BUFFER_INFO_CONTAINS_CHUNKDATA:
+        return answer.Bool(HasChunks(record));
+    case BUFFER_INFO_IS_COMPOSITE:
+        return answer.Bool(false);
+    default:
         Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a buffer");
-    kQuestions[command].answer(buffer, record, answer);
+    }
 }
 
 uint32_t CountParts(const Record& record) {
