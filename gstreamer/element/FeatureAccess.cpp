@@ -67,6 +67,9 @@ void WriteFeature(Tavix::Camera& camera, const std::string& name, const GValue& 
     } else if (G_VALUE_HOLDS_DOUBLE(&value) || G_VALUE_HOLDS_FLOAT(&value)) {
         Transform(value, G_TYPE_DOUBLE, plain);
         feature.SetFloat(g_value_get_double(&plain));
+    } else if (G_VALUE_HOLDS_UINT64(&value) || G_VALUE_HOLDS_ULONG(&value)) {
+        Transform(value, G_TYPE_UINT64, plain);
+        feature = static_cast<std::uint64_t>(g_value_get_uint64(&plain)); // which does not always fit
     } else if (Transform(value, G_TYPE_INT64, plain)) {
         feature.SetInt(g_value_get_int64(&plain));
     } else {

@@ -18,12 +18,19 @@ bool IsMonotonic(GstClock& clock) {
     return type == GST_CLOCK_TYPE_MONOTONIC;
 }
 
+/// gst_clock_adjust_unlocked() would never tell a moment before that of which somebody has asked the clock last.
+std::int64_t Calibrated(GstClock& clock, std::int64_t moment) {
+    GstClockTime internal = 0, external = 0, numerator = 1, denominator = 1;
+    gst_clock_get_calibration(&clock, &internal, &external, &numerator, &denominator);
+    return static_cast<std::int64_t>(gst_clock_adjust_with_calibration(&clock, static_cast<GstClockTime>(moment),
+                                                                       internal, external, numerator, denominator));
+}
+
 } // namespace
 
 // The usual clock counts as the image's moment does; another one is asked now, and tells how long ago that was.
 std::int64_t PipelineTime::OnClock(std::int64_t moment) const {
-    if (m_IsMonotonic)
-        return static_cast<std::int64_t>(gst_clock_adjust_unlocked(m_Clock.get(), static_cast<GstClockTime>(moment)));
+    if (m_IsMonotonic) return Calibrated(*m_Clock, moment);
     const std::int64_t age = Nanoseconds(std::chrono::steady_clock::now()) - moment;
     return static_cast<std::int64_t>(gst_clock_get_time(m_Clock.get())) - age;
 }

@@ -19,7 +19,9 @@ public:
     void Reset();
     /// The longest time that it took an image to get here, rounded up to a tenth more.
     GstClockTime Delay() const { return m_Delay; }
-    /// Whether an image took longer than any before, which the pipeline then has to allow for.
+    /// Whether an image took longer than any before, which the pipeline then has to allow for. For images that were
+    /// taken when they came: others have waited for the pipeline, and the longer it is allowed to take the longer they
+    /// wait.
     bool HasGrown(const Tavix::Image& image);
 
 private:

@@ -105,6 +105,7 @@ private:
     // Of the pipeline's thread.
     std::chrono::steady_clock::time_point m_LastImage;
     std::uint64_t m_Starved = 0, m_Offset = 0;
+    bool m_IsFresh = false; // the image was waited for, and did not lie ready while the pipeline was busy
 };
 
 } // namespace tavixgst

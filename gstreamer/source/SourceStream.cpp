@@ -51,7 +51,9 @@ GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
         if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
             return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
         const bool isStarting = !m_Flow.IsRunning();
-        image = m_Flow.Next(camera, *options, TimeoutOf(*options));
+        image = m_Flow.Next(camera, *options, milliseconds(0));
+        m_IsFresh = !image;
+        if (m_IsFresh) image = m_Flow.Next(camera, *options, TimeoutOf(*options));
         if (image) return GST_FLOW_OK;
         if (isStarting) m_LastImage = Clock::now(); // to start the camera takes its time
         TellStarvation();
@@ -81,10 +83,11 @@ BufferPtr Source::BufferOf(Tavix::Image image) {
     const GstClockTime stamp = m_Time.StampOf(Element(), image);
     const std::uint64_t missed = image.MissedBefore();
     const bool hasGap = missed != 0 || image.GapBefore().count() != 0;
-    if (m_Time.HasGrown(image)) gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
+    if (m_IsFresh && m_Time.HasGrown(image))
+        gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
     BufferPtr buffer =
         m_Maker.Make(std::move(image), m_Layout, [this](gsize bytes) { return Allocate(m_Element, bytes); });
-    GST_BUFFER_PTS(buffer.get()) = stamp;
+    if (!gst_base_src_get_do_timestamp(&m_Element)) GST_BUFFER_PTS(buffer.get()) = stamp; // else the base class does
     if (m_Layout.Duration() != 0) GST_BUFFER_DURATION(buffer.get()) = m_Layout.Duration();
     m_Offset += missed;
     GST_BUFFER_OFFSET(buffer.get()) = m_Offset++;

@@ -59,6 +59,10 @@ TEST_F(GstFeature, TellsWhyItIsRefused) {
     EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("Width"));
     EXPECT_FALSE(Set("Width", GST_TYPE_FRACTION, "1/2"));
     EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("GstFraction"));
+    for (const GType type : {G_TYPE_UINT64, G_TYPE_ULONG}) {
+        EXPECT_FALSE(Set("Width", type, "18446744073709551615"));
+        EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("18446744073709551615"));
+    }
 }
 
 TEST_F(GstFeature, WithoutAValueIsRefusedAloud) {

@@ -54,6 +54,52 @@ TEST(GstStream, CountsBlocksAndTime) {
     EXPECT_GT(last, 0U);
 }
 
+gint64 Milliseconds(GstClockTimeDiff time) {
+    return time / static_cast<GstClockTimeDiff>(GST_MSECOND);
+}
+
+/// Also where the sink lets the camera's images wait, and has asked the clock meanwhile.
+TEST(GstStream, IsStampedWithTheMomentOfExposure) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline("tavixsrc name=src num-buffers=10 ! appsink name=sink sync=true");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> first = pipeline.Pull();
+    ASSERT_TRUE(first);
+    const auto offset = [](const Handle<GstSample>& sample) {
+        return GST_CLOCK_DIFF(Unsigned(FactsOf(sample.get()), "camera-time"),
+                              GST_BUFFER_PTS(gst_sample_get_buffer(sample.get())));
+    };
+    while (const Handle<GstSample> sample = pipeline.Pull())
+        EXPECT_NEAR(Milliseconds(offset(sample) - offset(first)), 0, 2);
+}
+
+TEST(GstStream, IsStampedByTheBaseClassOnRequest) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5 do-timestamp=true") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    while (const Handle<GstSample> sample = pipeline.Pull()) {
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        EXPECT_TRUE(GST_BUFFER_DTS_IS_VALID(buffer));
+        EXPECT_EQ(GST_BUFFER_PTS(buffer), GST_BUFFER_DTS(buffer)); // which would be later than the exposure
+    }
+}
+
+/// It would wait for what waits for it, longer and longer.
+TEST(GstStream, CountsNoWaitForThePipelineAsLatency) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline("tavixsrc name=src num-buffers=10 ! identity sleep-time=100000 ! fakesink sync=false");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    ASSERT_TRUE(pipeline.AwaitEnd());
+    const std::unique_ptr<GstQuery, decltype(&gst_query_unref)> query(gst_query_new_latency(), &gst_query_unref);
+    ASSERT_TRUE(gst_element_query(pipeline.Find("src").get(), query.get()));
+    gboolean isLive = FALSE;
+    GstClockTime least = 0, most = 0;
+    gst_query_parse_latency(query.get(), &isLive, &least, &most);
+    EXPECT_TRUE(isLive);
+    EXPECT_LT(Milliseconds(static_cast<GstClockTimeDiff>(least)), 300);
+    EXPECT_EQ(Milliseconds(static_cast<GstClockTimeDiff>(most - least)), 40); // of eight images
+}
+
 TEST(GstStream, IsMadeByTriggers) {
     VirtualBus bus(kSmall);
     Pipeline pipeline(std::string("tavixsrc name=src ") + kTriggered + kAppSink);
