@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <future>
 #include <mutex>
@@ -71,6 +72,30 @@ TEST(CameraRemoval, IsToldByTheAccessThatFailsEvenIfTheNoticeIsStillToCome) {
                         camera["ExposureTime"] = time;
                 }),
                 HasSubstr("unplugged"));
+}
+
+TEST(CameraRemoval, IsToldToNobodyAnyMoreOnceTheCameraIsClosed) {
+    VirtualBus bus(kGoesWhileItIsAsked);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    std::promise<void> entered, mayReturn;
+    std::atomic<bool> hasReturned{false};
+    const Tavix::Subscription removal = camera.OnRemoval([&](bool) {
+        entered.set_value();
+        mayReturn.get_future().wait();
+        hasReturned = true;
+    });
+    ErrorOf<Tavix::Removed>([&] {
+        for (double time = 1000;; ++time)
+            camera["ExposureTime"] = time;
+    });
+    ASSERT_EQ(entered.get_future().wait_for(20s), std::future_status::ready);
+    std::future<bool> closed = std::async(std::launch::async, [&] {
+        camera.Close();
+        return hasReturned.load();
+    });
+    EXPECT_EQ(closed.wait_for(300ms), std::future_status::timeout) << "the callback runs";
+    mayReturn.set_value();
+    EXPECT_TRUE(closed.get());
 }
 
 constexpr char kResets[] = R"([{"serial": "7", "faults": {"control": [{"fault": "Unplug", "address": 1048580)";
