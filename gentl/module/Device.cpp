@@ -17,6 +17,10 @@ Device::Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_
 
 Device::~Device() = default;
 
+void Device::CheckWritable() const {
+    if (m_IsReadOnly) Fail(GC_ERR_ACCESS_DENIED, "the device was opened to read only");
+}
+
 int32_t Device::AccessStatus() const {
     if (m_IsLost) return DEVICE_ACCESS_STATUS_NOACCESS;
     return m_IsReadOnly ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
@@ -119,6 +123,7 @@ void Device::Forget(const Stream&) noexcept {
 
 std::shared_ptr<EventQueue> Device::MakeEvent(EVENT_TYPE type) {
     if (type != EVENT_REMOTE_DEVICE) return Module::MakeEvent(type);
+    CheckWritable(); // the camera's events are switched on
     return std::make_shared<RemoteEvent>(*m_Device);
 }
 

@@ -30,6 +30,8 @@ public:
     const FoundCamera& Camera() const { return m_Camera; }
     const std::shared_ptr<RemotePort>& Remote() const { return m_Remote; }
     bool IsReadOnly() const { return m_IsReadOnly; }
+    /// ACCESS_DENIED when it was opened to read only; for whatever writes to the camera's registers.
+    void CheckWritable() const;
     int32_t AccessStatus() const;
     std::string Version() const; ///< the camera tells it; throws Failure
     void Info(DEVICE_INFO_CMD command, Answer& answer);

@@ -59,7 +59,7 @@ void RemotePort::Read(std::uint64_t address, void* buffer, size_t& size) {
 
 void RemotePort::Write(std::uint64_t address, const void* buffer, size_t& size) {
     const auto device = Owner();
-    if (device->IsReadOnly()) Fail(GC_ERR_ACCESS_DENIED, "the device was opened to read only");
+    device->CheckWritable();
     Check(device->Vx().WriteMem(buffer, address, size), "The camera's registers cannot be written");
 }
 

@@ -62,6 +62,7 @@ void Stream::Queue(const SharedBuffer& buffer) {
 }
 
 void Stream::Start(std::uint64_t count) {
+    m_Device->CheckWritable(); // the camera's stream is switched on
     m_Engine.Start(count);
     Invalidate("StreamIsGrabbing");
 }

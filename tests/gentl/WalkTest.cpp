@@ -86,6 +86,17 @@ TEST_F(GenTL, ReadsOnlyFromADeviceThatWasOpenedForThat) {
     EXPECT_EQ(gc.GCWritePort(port, 0x184, "x", &(size = 1)), GC_ERR_ACCESS_DENIED);
 }
 
+TEST_F(GenTL, SwitchesNothingOnInADeviceThatWasOpenedToRead) {
+    ASSERT_EQ(gc.IFOpenDevice(interface, deviceId.c_str(), DEVICE_ACCESS_READONLY, &device), GC_ERR_SUCCESS);
+    ASSERT_EQ(gc.DevOpenDataStream(device, "Stream0", &stream), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_ACCESS_DENIED);
+    EXPECT_EQ(LastText(), "the device was opened to read only");
+    EXPECT_EQ(StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING), 0);
+    EVENT_HANDLE event = nullptr;
+    EXPECT_EQ(gc.GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &event), GC_ERR_ACCESS_DENIED);
+    EXPECT_EQ(gc.GCRegisterEvent(device, EVENT_MODULE, &event), GC_ERR_SUCCESS) << "of the producer itself";
+}
+
 TEST_F(GenTL, LeadsToTheCamerasOwnDescriptionAndFeatures) {
     ASSERT_NO_FATAL_FAILURE(OpenDevice());
     consumer::Features features(gc, port);
