@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <iterator>
+#include <random>
+
 namespace {
 
 using namespace consumer;
@@ -59,6 +63,42 @@ TEST(Port, AStackThatFailsSaysHowManySucceeded) {
     EXPECT_EQ(count, 1u);
     EXPECT_EQ(session.Read32(kWidth), 32u);
     EXPECT_EQ(session.Read32(kHeight), 64u);
+}
+
+TEST(Port, StackedReadsOfAnyLayoutReadWhatOneReadDoes) {
+    Session session;
+    for (PORT_HANDLE port : {session.Remote(), session.Device()}) {
+        std::uint64_t start = 0, length = 0;
+        std::size_t size = sizeof start;
+        session.Must(session->GCGetPortURLInfo(port, 0, URL_INFO_FILE_REGISTER_ADDRESS, nullptr, &start, &size), "URL");
+        session.Must(session->GCGetPortURLInfo(port, 0, URL_INFO_FILE_SIZE, nullptr, &length, &size), "URL");
+        std::vector<std::uint8_t> whole(length);
+        size = whole.size();
+        session.Must(session->GCReadPort(port, start, whole.data(), &size), "GCReadPort");
+        std::mt19937 random(7);
+        const std::size_t sizes[] = {0, 1, 3, 4, 8, 1000, 1024, 1025, 3000};
+        for (int round = 0; round < 100 && !testing::Test::HasFailure(); ++round) {
+            std::vector<std::vector<std::uint8_t>> rooms;
+            std::vector<PORT_REGISTER_STACK_ENTRY> entries;
+            std::uint64_t next = 0; // neighbours, as a rule; else anywhere, so that they overlap
+            for (int i = 0; i < 12; ++i) {
+                const std::size_t bytes = sizes[random() % std::size(sizes)];
+                if (random() % 3 == 0 || next + bytes > length) next = random() % (length - bytes);
+                rooms.emplace_back(bytes + 1, std::uint8_t{0xA5});
+                entries.push_back({start + next, rooms.back().data(), bytes});
+                next += bytes;
+            }
+            std::size_t count = entries.size();
+            ASSERT_EQ(session->GCReadPortStacked(port, entries.data(), &count), GC_ERR_SUCCESS);
+            EXPECT_EQ(count, entries.size());
+            for (std::size_t i = 0; i < entries.size(); ++i) {
+                const PORT_REGISTER_STACK_ENTRY entry = entries[i];
+                ASSERT_EQ(entry.Size, rooms[i].size() - 1);
+                EXPECT_EQ(std::memcmp(rooms[i].data(), whole.data() + (entry.Address - start), entry.Size), 0) << i;
+                EXPECT_EQ(rooms[i].back(), 0xA5) << i;
+            }
+        }
+    }
 }
 
 TEST(Port, AnEmptyStackSucceeds) {
