@@ -110,8 +110,10 @@ std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
     if (OpenedStream()) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
     auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
     stream->Open();
+    CloseGuard guard(stream);
     stream->Register();
-    const Tavix::MutexLock guard(m_StreamMutex);
+    guard.Release();
+    const Tavix::MutexLock lock(m_StreamMutex);
     m_Stream = stream;
     return stream;
 }

@@ -158,8 +158,8 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
     if (m_System->HasOpen(camera.Path())) Fail(GC_ERR_RESOURCE_IN_USE, "the device is open already");
     auto device = std::make_shared<Device>(std::static_pointer_cast<Interface>(shared_from_this()), camera, flags);
     device->Open();
-    device->Register();
     CloseGuard guard(device);
+    device->Register();
     m_Open[camera.Path()] = device;
     {
         const Tavix::MutexLock here(m_OpenHereMutex);
