@@ -9,10 +9,10 @@ namespace {
 
 using namespace consumer;
 
-using Query = std::function<GC_ERROR(INFO_DATATYPE*, void*, std::size_t*)>;
+using RoomQuery = std::function<GC_ERROR(INFO_DATATYPE*, void*, std::size_t*)>;
 
 /// The size that is told is enough, one less is too small and loses nothing, and nothing is written beyond it.
-void ExpectPattern(const char* name, Command command, const Query& query) {
+void ExpectPattern(const char* name, Command command, const RoomQuery& query) {
     SCOPED_TRACE(std::string(name) + " " + std::to_string(command));
     std::size_t needed = 0;
     const GC_ERROR asked = query(nullptr, nullptr, &needed);
