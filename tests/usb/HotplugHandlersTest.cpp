@@ -55,6 +55,17 @@ TEST(HotplugHandlers, AHandlerMayRemoveTheNextOne) {
     EXPECT_EQ(calls, 0);
 }
 
+TEST(HotplugHandlers, CallsNoneThatWasAddedMeanwhile) {
+    HotplugHandlers handlers;
+    int calls = 0;
+    handlers.Add(
+        [&](HotplugEvent, const std::string&) { handlers.Add([&](HotplugEvent, const std::string&) { ++calls; }); });
+    handlers.Notify(HotplugEvent::Arrived, "1");
+    EXPECT_EQ(calls, 0);
+    handlers.Notify(HotplugEvent::Arrived, "1");
+    EXPECT_EQ(calls, 1);
+}
+
 TEST(HotplugHandlers, RemoveReturnsAfterTheRunningCallHasEnded) {
     HotplugHandlers handlers;
     std::promise<void> entered, mayLeave;

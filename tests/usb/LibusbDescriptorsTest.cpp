@@ -28,6 +28,13 @@ TEST(SplitDescriptors, KeepsDeviceAndConfigurationsApart) {
     EXPECT_EQ(entry.configurations[1], TestDevice::ConfigurationDescriptor(2));
 }
 
+TEST(SplitDescriptors, ForgetsWhatTheEntryHeldBefore) {
+    usb::DeviceEntry entry;
+    ASSERT_TRUE(usb::SplitDescriptors(WholeFile(), entry));
+    ASSERT_TRUE(usb::SplitDescriptors(TestDevice::DeviceDescriptor(), entry));
+    EXPECT_TRUE(entry.configurations.empty());
+}
+
 TEST(SplitDescriptors, SurvivesEveryTruncation) {
     const Bytes whole = WholeFile();
     const std::size_t configuration = TestDevice::ConfigurationDescriptor(1).size();
@@ -91,6 +98,7 @@ TEST(ConfigurationBytes, HaveTheTwoMoreBytesOfAnAudioEndpoint) {
 
 TEST(AsciiOfStringDescriptor, ReplacesWhatIsNotAscii) {
     EXPECT_EQ(usb::AsciiOfStringDescriptor({10, 3, 'a', 0, 0xE9, 0, 'b', 1, 'c', 0}), "a??c");
+    EXPECT_EQ(usb::AsciiOfStringDescriptor({6, 3, 0x7F, 0, 0x80, 0}), "\x7F?");
 }
 
 TEST(AsciiOfStringDescriptor, SurvivesBrokenOnes) {

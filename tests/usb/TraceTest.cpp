@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -141,6 +142,35 @@ TEST_F(TraceTest, IsNoneWhereItsFileCannotBeMade) {
     EXPECT_EQ(usb::TraceFile::Create("/nowhere/trace.pcapng", 8), nullptr);
 }
 
+TEST_F(TraceTest, TakesThePlaceOfAnOlderOne) {
+    m_Trace.reset();
+    std::ofstream(m_Path) << std::string(100000, 'x');
+    m_Trace = usb::TraceFile::Create(m_Path, 8);
+    m_Trace->Flush();
+    EXPECT_LT(std::filesystem::file_size(m_Path), 1000u);
+}
+
+TEST_F(TraceTest, KeepsAMessageThatIsNothingButItsBeginning) {
+    m_Trace = usb::TraceFile::Create(m_Path, 0);
+    const Bytes beginning = Hex("553356"), payload = Hex("553357");
+    for (const Bytes& data : {beginning, payload}) {
+        CaptureRecord record;
+        record.endpoint = 0x83;
+        record.length = record.captured = data.size();
+        record.data = data.data();
+        m_Trace->Append(record);
+    }
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 2u);
+    EXPECT_EQ(packets[0].Data(), beginning);
+    EXPECT_TRUE(packets[1].Data().empty());
+}
+
+TEST_F(TraceTest, OfNoBusIsNone) {
+    EXPECT_EQ(usb::Traced(nullptr, m_Trace), nullptr);
+}
+
 TEST_F(TraceTest, LeavesABusAsItIsWhenThereIsNone) {
     auto bus = virtualcam::CreateBackend(virtualcam::BackendSettings{});
     const usb::Backend* bare = bus.get();
@@ -223,6 +253,25 @@ TEST_F(TracedBusTest, ShowsHaltsStringsAndFailures) {
     EXPECT_EQ(packets[count - 1].Data(), Hex("10 03 56004300 2D00 3100 3300 3000 3000"));
     EXPECT_EQ(Bytes(packets[count - 4].bytes.begin() + 40, packets[count - 4].bytes.begin() + 48),
               Hex("02 01 0000 8100 0000"));
+}
+
+TEST_F(TracedBusTest, ShowsThatAStringIsMissing) {
+    EXPECT_EQ(m_Handle->ReadString(99), "");
+    m_Trace->Flush();
+    const auto packets = Packets();
+    EXPECT_EQ(packets.back().Status(), -32);
+    EXPECT_TRUE(packets.back().Data().empty());
+}
+
+TEST_F(TracedBusTest, RefusesATransferWithoutACompletion) {
+    Bytes room(1024);
+    usb::Transfer transfer;
+    transfer.endpoint = 0x82;
+    transfer.buffer = room.data();
+    transfer.length = room.size();
+    EXPECT_EQ(m_Handle->Submit(transfer), Result::InvalidParam);
+    EXPECT_EQ(transfer.backendData, nullptr);
+    EXPECT_TRUE(PacketsOf(0x82).empty());
 }
 
 TEST_F(TracedBusTest, CarriesOutAsynchronousTransfersForTheirOwner) {
