@@ -62,6 +62,11 @@ TEST_F(DeviceEdges, ACameraWithoutStreamRegistersHasNoStream) {
     CVxStream* stream = nullptr;
     ASSERT_EQ(device->GetStream(&stream), VX_OK);
     EXPECT_EQ(stream->Open(), VX_E_NOT_SUPPORTED);
+    EXPECT_EQ(device->Close(), VX_OK);
+    camera.Set64(kCapability, 3);
+    camera.Set32(kStreamCount, 0);
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(stream->Open(), VX_E_NOT_SUPPORTED);
 }
 
 TEST_F(DeviceEdges, ARegisterThatIsAnsweredBadlyCountsAsAbsent) {
