@@ -8,7 +8,7 @@ namespace tavixpython {
 
 std::shared_ptr<py::function> Keep(py::function callback) {
     return {new py::function(std::move(callback)), [](py::function* function) {
-                if (_Py_IsFinalizing()) return; // the interpreter frees it with all the rest
+                if (MayNotCallPython()) return; // the interpreter frees it with all the rest
                 const py::gil_scoped_acquire locked;
                 delete function;
             }};

@@ -19,7 +19,8 @@ std::shared_ptr<pybind11::function> Keep(pybind11::function callback);
 template<class... Args>
 std::function<void(Args...)> CallbackOf(pybind11::function callback) {
     return [kept = Keep(std::move(callback))](Args... args) {
-        if (_Py_IsFinalizing()) return;
+        const InLibrary counted;
+        if (MayNotCallPython()) return;
         const pybind11::gil_scoped_acquire locked;
         try {
             (*kept)(args...);

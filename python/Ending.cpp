@@ -15,10 +15,8 @@ namespace py = pybind11;
 namespace tavixpython {
 namespace {
 
-std::atomic<bool> g_IsEnding{false};
-// Guarded by the interpreter's lock.
-Ended g_Whose = Ended::ThreadsThatAreJoined;
-unsigned long g_MainThread = 0;
+std::atomic<bool> g_IsEnding{false}, g_HasEnded{false};
+std::atomic<unsigned long> g_MainThread{0};
 thread_local bool t_IsTold = false;
 
 /// Threads of the library count as such, too.
@@ -38,8 +36,8 @@ bool IsDaemon() {
 } // namespace
 
 void EndWaits(Ended whose, unsigned long mainThread) {
-    g_Whose = whose;
     g_MainThread = mainThread;
+    g_HasEnded = whose == Ended::AllThreads;
     g_IsEnding = true;
     if (!IsLeftToParent()) Wake::SetAll();
 }
@@ -48,10 +46,18 @@ bool IsEnding() {
     return g_IsEnding.load(std::memory_order_relaxed);
 }
 
+bool MayNotCallPython() {
+    return _Py_IsFinalizing() || (g_HasEnded && PyThread_get_thread_ident() != g_MainThread);
+}
+
+bool EndsSilently() {
+    return g_HasEnded && PyThread_get_thread_ident() != g_MainThread && IsDaemon();
+}
+
 void LeaveAtEnd() {
     if (!IsEnding() || PyThread_get_thread_ident() == g_MainThread) return;
     const bool isDaemon = IsDaemon();
-    if (isDaemon && g_Whose == Ended::ThreadsThatAreJoined) return;
+    if (isDaemon && !g_HasEnded) return;
     Leave(/*isSilent=*/isDaemon || std::exchange(t_IsTold, true));
 }
 

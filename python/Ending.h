@@ -10,6 +10,11 @@ enum class Ended { ThreadsThatAreJoined, AllThreads };
 /// interpreter's lock held.
 void EndWaits(Ended whose, unsigned long mainThread);
 bool IsEnding();
+/// Whether a thread of the library that asked for the interpreter's lock might never get it. Needs no lock.
+bool MayNotCallPython();
+
+/// Whether a thread that is not joined learns of it by SystemExit, whatever it asks for.
+bool EndsSilently();
 
 /// Called at each step of a wait, with the interpreter's lock held. Once waits have ended it throws StateError in a
 /// thread that is joined; SystemExit, which ends a thread without a word, in one that asks again, and in all others.

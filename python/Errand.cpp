@@ -10,6 +10,8 @@
 namespace tavixpython {
 namespace {
 
+constexpr std::chrono::milliseconds kPatience{1000};
+
 /// Those that go on. Never destroyed, since a thread may outlive the end of the program.
 struct Count {
     std::mutex mutex;
@@ -55,6 +57,10 @@ void AwaitErrands() {
         Count& count = TheCount();
         std::unique_lock lock(count.mutex);
         return count.changed.wait_for(lock, time, [&count] { return count.out == 0; });
+    });
+    WaitInSteps(kPatience, [](std::chrono::milliseconds) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return InLibrary::Living() <= 1; // this one
     });
 }
 

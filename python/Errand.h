@@ -15,7 +15,8 @@ namespace tavixpython {
 bool HandlesSignals();
 /// Runs on a thread of its own, which knows nothing of the interpreter, and may be left.
 std::thread SendOut(std::function<void()> work);
-/// Returns when nothing that was left goes on any more; a signal ends the wait by its exception.
+/// Returns when nothing that was left goes on any more, and when daemons have come back from the library or stay in it
+/// for long; a signal ends the wait by its exception.
 void AwaitErrands();
 
 /// What `work` returns or throws, which runs without the interpreter's lock. A signal ends the wait for it: the work,
@@ -24,6 +25,7 @@ void AwaitErrands();
 template<class Work>
 auto Errand(Work work) -> decltype(work()) {
     using Result = decltype(work());
+    if (EndsSilently()) LeaveAtEnd();
     if (!HandlesSignals()) return Unlocked(std::move(work));
     auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
     std::future<Result> result = task->get_future();

@@ -1,5 +1,6 @@
 #include "python/Errors.h"
 
+#include "python/Ending.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/Error.h>
@@ -57,6 +58,7 @@ void Translate(std::exception_ptr thrown) {
     } catch (const Tavix::Removed& e) {
         Raise(g_Removed, e, py::list());
     } catch (const Tavix::StateError& e) {
+        if (EndsSilently()) return PyErr_SetNone(PyExc_SystemExit); // what it uses was closed
         Raise(g_StateError, e, py::list());
     } catch (const Tavix::Error& e) {
         Raise(g_Error, e, py::list());

@@ -9,7 +9,7 @@ namespace {
 
 bool g_IsLeft = false; // set in a process of one thread
 
-// Instead of the ends of libraries that are registered before, which belong to the parent.
+// Instead of the ends of libraries that are registered before.
 void Leave(int status, void*) {
     std::fflush(nullptr);
     _exit(status);
@@ -20,6 +20,10 @@ void Leave(int status, void*) {
 void LeaveToParent() {
     if (g_IsLeft) return;
     g_IsLeft = true;
+    LeaveLibraries();
+}
+
+void LeaveLibraries() {
     on_exit(&Leave, nullptr);
 }
 

@@ -9,6 +9,9 @@ namespace tavixpython {
 void LeaveToParent();
 bool IsLeftToParent();
 
+/// The process ends without the ends of libraries, which other threads may be using still.
+void LeaveLibraries();
+
 /// Destroys what it holds, except in a forked process, where that would wait for threads that are not there and stop
 /// the parent's cameras.
 template<class T>

@@ -6,9 +6,24 @@
 #include <pybind11/pybind11.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 
 namespace tavixpython {
+
+/// Counts those who are at work without the interpreter's lock or will ask for it.
+class InLibrary {
+public:
+    InLibrary() { ++s_Living; }
+    ~InLibrary() { --s_Living; }
+    InLibrary(const InLibrary&) = delete;
+    InLibrary& operator=(const InLibrary&) = delete;
+    /// In all threads.
+    static unsigned int Living() { return s_Living; }
+
+private:
+    static inline std::atomic<unsigned int> s_Living{0};
+};
 
 /// Runs without the interpreter's lock for as long as it lives. A thread that comes back to an interpreter which is
 /// going down sleeps until the process ends, instead of being torn out of C++ frames. StateError in a forked process,
@@ -21,6 +36,7 @@ public:
     WithoutLock& operator=(const WithoutLock&) = delete;
 
 private:
+    const InLibrary m_Counted;
     const bool m_GoesDown; // the interpreter does, and this is the thread that takes it down
     PyThreadState* const m_State;
 };

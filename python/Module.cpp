@@ -4,7 +4,9 @@
 #include "python/Errand.h"
 #include "python/Errors.h"
 #include "python/Fork.h"
+#include "python/Lock.h"
 #include "python/classes/CameraDoor.h"
+#include "python/classes/Door.h"
 #include "python/classes/FeatureDoor.h"
 #include "python/classes/GroupDoor.h"
 #include "python/classes/ImageDoor.h"
@@ -14,6 +16,12 @@
 namespace py = pybind11;
 
 namespace {
+
+// Daemons do not come back to the interpreter, and stay where they are, with what they have opened meanwhile.
+void AfterInterpreter() {
+    if (tavixpython::IsLeftToParent()) return;
+    if (tavixpython::InLibrary::Living() > 0 || tavixpython::Door::IsAnyOpen()) tavixpython::LeaveLibraries();
+}
 
 // The classes are those of the package, and say so in all texts.
 void Fill(py::module_& module) {
@@ -35,6 +43,7 @@ void Fill(py::module_& module) {
     module.def("_await_errands", &tavixpython::AwaitErrands);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
     module.attr("__name__") = name;
+    Py_AtExit(&AfterInterpreter);
 }
 
 } // namespace

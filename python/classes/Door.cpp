@@ -1,11 +1,32 @@
 #include "python/classes/Door.h"
 
+#include <algorithm>
+#include <set>
 #include <string>
 
 namespace py = pybind11;
 
 namespace tavixpython {
+namespace {
+
+/// All that there are; guarded by the interpreter's lock. Never destroyed, since threads may outlive the program's end.
+std::set<const Door*>& Doors() {
+    static std::set<const Door*>& doors = *new std::set<const Door*>;
+    return doors;
+}
+
+} // namespace
+
+Door::Door(std::shared_ptr<Tavix::Camera> opened) : shared(std::move(opened)), camera(*shared) {
+    Doors().insert(this);
+}
+
+bool Door::IsAnyOpen() {
+    return std::any_of(Doors().begin(), Doors().end(), [](const Door* door) { return door->camera.IsOpen(); });
+}
+
 Door::~Door() {
+    Doors().erase(this);
     if (Unlocked([&] { return camera.IsOpen(); })) {
         const py::error_scope kept;
         if (PyErr_ResourceWarning(nullptr, 1, "a camera of tavix was not closed") != 0) PyErr_WriteUnraisable(nullptr);

@@ -17,10 +17,12 @@ Tavix::Timeout NotReady(std::chrono::milliseconds time);
 
 /// Complains when it was forgotten. Destroyed with the interpreter's lock held.
 struct Door {
-    explicit Door(std::shared_ptr<Tavix::Camera> opened) : shared(std::move(opened)), camera(*shared) {}
+    explicit Door(std::shared_ptr<Tavix::Camera> opened);
     ~Door();
     Door(const Door&) = delete;
     Door& operator=(const Door&) = delete;
+    /// Whether one is left that is open.
+    static bool IsAnyOpen();
 
     const std::shared_ptr<Tavix::Camera> shared; // with the group that it was opened by
     Tavix::Camera& camera;

@@ -52,7 +52,9 @@ py::array ViewOf(const py::object& self) {
 // A copy where the type is another one, or where one is asked for.
 py::object AsArray(const py::object& self, const py::object& type, const py::object& copy) {
     const py::array view = ViewOf(self);
-    const bool isForced = !copy.is_none() && copy.cast<bool>();
+    const int truth = PyObject_IsTrue(copy.ptr());
+    if (truth < 0) throw py::error_already_set();
+    const bool isForced = truth > 0;
     const bool isOther = !type.is_none() && !py::dtype::from_args(type).equal(view.dtype());
     if (isOther && !copy.is_none() && !isForced)
         throw py::value_error("numbers of another type cannot be had without a copy");

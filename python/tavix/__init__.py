@@ -55,7 +55,9 @@ _used = False
 def _name(camera):
     if camera is None:
         return ""
-    return camera.path if isinstance(camera, CameraInfo) else str(camera)
+    name = camera.path if isinstance(camera, CameraInfo) else str(camera)
+    name.encode()  # not every str has a form in UTF-8, and Python says best why
+    return name
 
 
 def _no_pickle(image, protocol):
@@ -100,6 +102,8 @@ def group(*names):
 
 def watch(callback):
     """Call `callback(info, arrived)` for each camera that is there, comes or goes, on a thread of the library."""
+    if not callable(callback):
+        raise TypeError(f"watch() takes a function to call, not {callback!r}")
     global _used
     _used = True
     started = _tavix._watch(callback)

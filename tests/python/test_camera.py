@@ -56,6 +56,14 @@ def test_a_second_open_is_refused_and_told_who_has_it(camera):
         tavix.open("7")
 
 
+def test_garbage_is_refused_under_the_name_that_was_called():
+    for call in tavix.open, tavix.group:
+        with pytest.raises(UnicodeEncodeError):
+            call("\udce9")
+    with pytest.raises(TypeError, match=r"^watch\(\) takes a function to call, not 5$"):
+        tavix.watch(5)
+
+
 def test_an_unknown_name_is_not_found():
     with pytest.raises(tavix.NotFound) as caught:
         tavix.open("nobody")

@@ -135,3 +135,36 @@ def test_what_the_program_does_at_its_end_finds_cameras_at_work():
     done = go("import atexit\natexit.register(lambda: print(len(list(camera.grab(3)))))\n"
               "threading.Thread(target=wait, args=[forever]).start()\nbegun.wait()\n")
     assert done.stdout == "cleaned up True\n3\n", done.stderr
+
+
+BUSY = """
+def list_cameras():
+    while True:
+        tavix.cameras()
+
+def open_and_close():
+    while True:
+        tavix.open("8").close()
+
+def ask():
+    while True:
+        camera["Width"], camera.feature("ExposureTime").max, camera.features()
+
+def grab_some():
+    while True:
+        for image in camera.grab(3):
+            image.convert("RGB8")
+
+def watch():
+    while True:
+        tavix.watch(lambda info, arrived: None).end()
+
+for work in list_cameras, open_and_close, ask, grab_some, watch:
+    threading.Thread(target=work, daemon=True).start()
+threading.Event().wait(0.2)
+"""
+
+
+def test_daemons_may_be_at_work_with_everything():
+    for done in [go(BUSY) for _ in range(4)]:
+        assert (done.returncode, done.stderr) == (0, "")

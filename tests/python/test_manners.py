@@ -121,7 +121,8 @@ def test_an_array_is_made_as_asked(camera):
     assert numpy.shares_memory(image.__array__(), image.array)
     assert numpy.shares_memory(image.__array__(numpy.uint8), image.array)
     assert image.__array__("float32").dtype == numpy.float32
-    assert not numpy.shares_memory(image.__array__(copy=True), image.array)
+    for wish in True, 1, "yes":
+        assert not numpy.shares_memory(image.__array__(copy=wish), image.array)
     with pytest.raises(ValueError):
         image.__array__("float32", copy=False)
 
