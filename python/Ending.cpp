@@ -61,4 +61,8 @@ void LeaveAtEnd() {
     Leave(/*isSilent=*/isDaemon || std::exchange(t_IsTold, true));
 }
 
+void LeaveAtClosing() {
+    if (g_HasEnded) LeaveAtEnd();
+}
+
 } // namespace tavixpython

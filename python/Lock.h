@@ -53,16 +53,16 @@ inline constexpr std::chrono::milliseconds kStep{100};
 
 /// Calls `step` without the lock, with a time of at most kStep each, until it returns true (then true) or the time is
 /// over (false). Between the calls signals are handled, so that Ctrl-C leaves the wait by its exception, and so does
-/// the end of the program. Negative: as long as it takes.
+/// the end of the program, which a wait that is younger than `atEnd` outlasts. Negative: as long as it takes.
 template<class Step>
-bool WaitInSteps(std::chrono::milliseconds time, Step step) {
+bool WaitInSteps(std::chrono::milliseconds time, Step step, std::chrono::milliseconds atEnd = {}) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     std::chrono::milliseconds slice = time.count() >= 0 ? std::min(time, kStep) : kStep;
-    LeaveAtEnd();
+    if (atEnd.count() == 0) LeaveAtEnd();
     while (!Unlocked([&] { return step(slice); })) {
         if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
-        LeaveAtEnd();
+        if (Clock::now() - start >= atEnd) LeaveAtEnd();
         if (time.count() < 0) continue;
         const auto gone = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         if (gone >= time) return false;

@@ -39,7 +39,7 @@ void Fill(py::module_& module) {
         tavixpython::EndWaits(all ? tavixpython::Ended::AllThreads : tavixpython::Ended::ThreadsThatAreJoined,
                               mainThread);
     });
-    module.def("_leave_at_end", &tavixpython::LeaveAtEnd);
+    module.def("_leave_at_closing", &tavixpython::LeaveAtClosing);
     module.def("_await_errands", &tavixpython::AwaitErrands);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
     module.attr("__name__") = name;

@@ -1,6 +1,7 @@
 #pragma once
 // A running stream, of one camera or of a group.
 
+#include "python/Ending.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
 
@@ -32,7 +33,13 @@ template<class Source>
 struct Started {
     Source stream;
     std::chrono::milliseconds silence;
+    std::chrono::milliseconds atEnd{}; ///< what an image may take when the program ends
 };
+
+/// A loop over a given number of images ends by itself and is not broken off while they come.
+inline std::chrono::milliseconds AtEnd(const Tavix::GrabOptions& options) {
+    return options.count > 0 ? kPatienceAtEnd : std::chrono::milliseconds(0);
+}
 
 template<class Source>
 using CountsOf = std::decay_t<decltype(std::declval<const Source&>().Counts())>;
@@ -53,7 +60,8 @@ public:
     using Item = decltype(std::declval<Source&>().Next());
 
     explicit Running(Started<Source> started)
-        : m_Silence(started.silence), m_Stream(std::make_shared<Source>(std::move(started.stream))) {}
+        : m_Silence(started.silence), m_AtEnd(started.atEnd),
+          m_Stream(std::make_shared<Source>(std::move(started.stream))) {}
     ~Running() { Close(); }
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
@@ -61,18 +69,10 @@ public:
     /// Nothing at the end; Timeout after the silence that is allowed.
     std::optional<Item> Next() {
         std::optional<Item> item;
-        const bool isDone = WaitInSteps(m_Silence, [&](std::chrono::milliseconds time) {
-            if (HasTurn()) throw Tavix::StateError("a callback that a wait for an image makes cannot wait for one");
-            const std::lock_guard turn(m_Turn);
-            const auto stream = Held();
-            if (!stream) return true;
-            const Taking taking(m_Taker);
-            auto come = stream->Wait(time);
-            if (!HasCome(come)) return stream->HasEnded();
-            item.emplace(std::move(come));
-            return true;
-        });
-        if (!item) LeaveAtEnd(); // that the program ends is not the end of the images
+        const bool isDone = WaitInSteps(
+            m_Silence, [&](std::chrono::milliseconds time) { return Take(time, item); }, m_AtEnd);
+        if (!item)
+            m_AtEnd.count() == 0 ? LeaveAtEnd() : LeaveAtClosing(); // the program's end is not that of the images
         if (!isDone) throw NothingCame(m_Silence, WhySilent(*Checked()));
         return item;
     }
@@ -121,6 +121,18 @@ private:
         std::atomic<std::thread::id>& taker;
     };
 
+    /// Whether there is no more to wait for: an image came, or none will.
+    bool Take(std::chrono::milliseconds time, std::optional<Item>& item) {
+        if (HasTurn()) throw Tavix::StateError("a callback that a wait for an image makes cannot wait for one");
+        const std::lock_guard turn(m_Turn);
+        const auto stream = Held();
+        if (!stream) return true;
+        const Taking taking(m_Taker);
+        auto come = stream->Wait(time);
+        if (!HasCome(come)) return stream->HasEnded();
+        item.emplace(std::move(come));
+        return true;
+    }
     /// Whether the library has called the caller out of Next().
     bool HasTurn() const { return m_Taker.load() == std::this_thread::get_id(); }
     std::shared_ptr<Source> Held() const {
@@ -134,6 +146,7 @@ private:
     }
 
     const std::chrono::milliseconds m_Silence;
+    const std::chrono::milliseconds m_AtEnd;
     mutable std::mutex m_Guard;       // of the pointer, never held for long
     std::shared_ptr<Source> m_Stream; // null once closed
     std::optional<CountsOf<Source>> m_LastCounts;

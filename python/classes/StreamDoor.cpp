@@ -49,7 +49,9 @@ Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
 
 Started<Tavix::ImageStream> Start(const SharedCamera& camera, const Asked& asked) {
     const Tavix::GrabOptions made = OptionsOf(asked);
-    return StartWith(camera, made, SilenceOf(made));
+    Started<Tavix::ImageStream> started = StartWith(camera, made, SilenceOf(made));
+    started.atEnd = AtEnd(made);
+    return started;
 }
 
 Tavix::Image GrabOne(const SharedCamera& camera, const py::object& timeout) {

@@ -15,7 +15,7 @@ def with_program(*opened):
     """Cameras and watches that end with the program at the latest."""
     _living.update(opened)
     try:
-        _tavix._leave_at_end()
+        _tavix._leave_at_closing()
     except BaseException:  # too late to be found by _close_all()
         for one in opened:
             _end(one)

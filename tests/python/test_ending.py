@@ -109,6 +109,26 @@ def test_a_thread_that_is_joined_goes_on():
     assert done.stdout == "20\n" and done.stderr == ""
 
 
+def test_a_loop_over_a_given_number_of_images_goes_on_to_its_end():
+    done = go("def take():\n    with tavix.open('8') as other:\n        print(len(list(other.grab(40))))\n"
+              "threading.Thread(target=take).start()\n")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "40\n", "")
+
+
+def test_a_loop_over_a_given_number_of_sets_goes_on_to_its_end():
+    done = go("def take():\n    with tavix.group('8') as group:\n        print(len(list(group.grab(20))))\n"
+              "threading.Thread(target=take).start()\n")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "20\n", "")
+
+
+def test_a_loop_over_a_given_number_of_images_ends_where_none_comes():
+    done = go("camera.TriggerSource = 'Software'\ncamera.TriggerMode = 'On'\n"
+              "def take():\n    begun.set()\n    list(camera.grab(3, timeout=None))\n"
+              "threading.Thread(target=wait, args=[take]).start()\nbegun.wait()\n")
+    assert done.returncode == 0 and done.stdout == "cleaned up True\n", done.stderr
+    assert "the program is ending" in done.stderr
+
+
 def test_the_threads_of_an_executor_end_too():
     done = go("pool = concurrent.futures.ThreadPoolExecutor()\npool.submit(wait, forever)\nbegun.wait()\n")
     assert done.returncode == 0 and done.stdout == "cleaned up True\n", done.stderr
