@@ -6,11 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <string>
+#include <memory>
+#include <vector>
 
 namespace {
 
-/// Takes all handles that are left, and gives them back at its end.
+/// Takes all handles that are left, and gives back what it still has at its end.
 class NoHandles {
 public:
     NoHandles() {
@@ -18,8 +19,12 @@ public:
         }
     }
     ~NoHandles() {
-        for (const auto& filler : m_Fillers)
-            filler->End();
+        while (!m_Taken.empty())
+            GiveOneBack();
+    }
+    void GiveOneBack() {
+        m_Taken.back()->End();
+        m_Taken.pop_back();
     }
 
 private:
@@ -29,11 +34,11 @@ private:
         void End() { Unregister(); }
     };
     void Take() {
-        auto filler = std::make_shared<Taken>();
-        filler->Register();
-        m_Fillers.push_back(std::move(filler));
+        auto taken = std::make_shared<Taken>();
+        taken->Register();
+        m_Taken.push_back(std::move(taken));
     }
-    std::vector<std::shared_ptr<Taken>> m_Fillers;
+    std::vector<std::shared_ptr<Taken>> m_Taken;
 };
 
 /// The first camera that is found; closes what it opened.
@@ -75,27 +80,31 @@ protected:
 };
 
 TEST_F(Exhaustion, OfHandlesLeavesNothingHalfOpen) {
-    {
-        const NoHandles none;
-        EXPECT_EQ(OpenDevice(), GC_ERR_RESOURCE_EXHAUSTED);
-    }
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a million objects take the sanitizer minutes";
+#endif
+    NoHandles handles;
+    EXPECT_EQ(OpenDevice(), GC_ERR_RESOURCE_EXHAUSTED);
+    handles.GiveOneBack();
+    EXPECT_EQ(OpenDevice(), GC_ERR_RESOURCE_EXHAUSTED) << "its port has a handle, too";
+    handles.GiveOneBack();
     ASSERT_EQ(OpenDevice(), GC_ERR_SUCCESS);
-    {
-        const NoHandles none;
-        EXPECT_EQ(OpenStream(), GC_ERR_RESOURCE_EXHAUSTED);
-        EXPECT_EQ(RegisterEvent(m_Device, EVENT_REMOTE_DEVICE), GC_ERR_RESOURCE_EXHAUSTED);
-    }
+
+    EXPECT_EQ(RegisterEvent(m_Device, EVENT_REMOTE_DEVICE), GC_ERR_RESOURCE_EXHAUSTED);
+    handles.GiveOneBack();
     EXPECT_EQ(RegisterEvent(m_Device, EVENT_REMOTE_DEVICE), GC_ERR_SUCCESS);
+
+    EXPECT_EQ(OpenStream(), GC_ERR_RESOURCE_EXHAUSTED);
+    handles.GiveOneBack();
     ASSERT_EQ(OpenStream(), GC_ERR_SUCCESS);
-    {
-        const NoHandles none;
-        BUFFER_HANDLE buffer = nullptr;
-        EXPECT_EQ(DSAnnounceBuffer(m_Stream, m_Id, sizeof m_Id, nullptr, &buffer), GC_ERR_RESOURCE_EXHAUSTED);
-        EXPECT_EQ(RegisterEvent(m_Stream, EVENT_NEW_BUFFER), GC_ERR_RESOURCE_EXHAUSTED);
-    }
-    EXPECT_EQ(RegisterEvent(m_Stream, EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
+
     BUFFER_HANDLE buffer = nullptr;
+    EXPECT_EQ(DSAnnounceBuffer(m_Stream, m_Id, sizeof m_Id, nullptr, &buffer), GC_ERR_RESOURCE_EXHAUSTED);
+    handles.GiveOneBack();
     EXPECT_EQ(DSAnnounceBuffer(m_Stream, m_Id, sizeof m_Id, nullptr, &buffer), GC_ERR_SUCCESS);
+    EXPECT_EQ(RegisterEvent(m_Stream, EVENT_NEW_BUFFER), GC_ERR_RESOURCE_EXHAUSTED);
+    handles.GiveOneBack();
+    EXPECT_EQ(RegisterEvent(m_Stream, EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
 }
 
 } // namespace
