@@ -167,9 +167,10 @@ void Source::WhileItMay(const std::function<void(Tavix::Camera&)>& deed) {
 }
 
 void Source::SetFeatures(const std::string& text) {
-    const std::vector<Assignment> assignments = ParseAssignments(text);
+    std::vector<Assignment> assignments;
     {
         const std::lock_guard lock(m_Mutex);
+        if (m_Camera) assignments = ParseAssignments(text); // else opening tells, which somebody listens to
         auto changed = std::make_shared<tavixgst::Options>(*m_Options);
         changed->features = text;
         m_Options = std::move(changed);

@@ -65,6 +65,18 @@ TEST_F(GstFeature, TellsWhyItIsRefused) {
     }
 }
 
+TEST_F(GstFeature, ListsThatCannotBeReadAreNoListsOfNothing) {
+    SetAll("\"Gain=3");
+    EXPECT_FALSE(pipeline.Reach(GST_STATE_READY));
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("\"Gain=3\" cannot be read"));
+    SetAll("");
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    SetAll("\"Gain=3");
+    EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("cannot be read"));
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_NULL));
+    EXPECT_TRUE(pipeline.Reach(GST_STATE_READY)); // as before
+}
+
 TEST_F(GstFeature, WithoutAValueIsRefusedAloud) {
     ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
     const GValue unset = G_VALUE_INIT;
