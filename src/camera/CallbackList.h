@@ -8,6 +8,7 @@
 #include <tavix/camera/Subscription.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -26,18 +27,21 @@ public:
         m_Running.push_back(std::this_thread::get_id());
         return true;
     }
-    void Leave() {
+    /// True when nobody is inside or will ever be.
+    bool Leave() {
         const MutexLock guard(m_Mutex);
         m_Running.erase(std::find(m_Running.begin(), m_Running.end(), std::this_thread::get_id()));
         m_Left.notify_all();
+        return m_IsClosed && m_Running.empty();
     }
-    /// Nobody enters any more; waits for those inside, the calling thread's own calls apart.
-    void Close() {
+    /// Nobody enters any more; waits for those inside, the calling thread's own calls apart. True without such.
+    bool Close() {
         MutexLock guard(m_Mutex);
         m_IsClosed = true;
         const auto self = std::this_thread::get_id();
         while (std::any_of(m_Running.begin(), m_Running.end(), [&](std::thread::id id) { return id != self; }))
             guard.Wait(m_Left);
+        return m_Running.empty();
     }
     bool IsClosed() const {
         const MutexLock guard(m_Mutex);
@@ -51,7 +55,8 @@ private:
     std::vector<std::thread::id> m_Running TAVIX_GUARDED_BY(m_Mutex);
 };
 
-/// One registered callback. What it lets out is logged. Thread-safe.
+/// One registered callback. What it lets out is logged, and what it holds goes when it has ended, by whoever is last.
+/// Thread-safe.
 template<class... Args>
 class GuardedCallback {
 public:
@@ -60,14 +65,21 @@ public:
     void Call(Args... args) noexcept {
         if (!m_Gate.Enter()) return;
         Attempt("A callback of the application", [&] { m_Function(args...); });
-        m_Gate.Leave();
+        if (m_Gate.Leave()) LetGo();
     }
-    void End() { m_Gate.Close(); }
+    void End() {
+        if (m_Gate.Close()) LetGo();
+    }
     bool HasEnded() const { return m_Gate.IsClosed(); }
 
 private:
+    void LetGo() {
+        if (!m_IsLetGo.exchange(true)) m_Function = nullptr;
+    }
+
     CallGate m_Gate;
-    const std::function<void(Args...)> m_Function;
+    std::function<void(Args...)> m_Function; // written once nobody is inside or will ever be
+    std::atomic<bool> m_IsLetGo{false};
 };
 
 /// Callbacks in the order of their registration. Thread-safe.

@@ -3,6 +3,7 @@ import os
 import subprocess
 import sys
 import threading
+import weakref
 
 import pytest
 
@@ -348,6 +349,37 @@ def test_a_callback_may_close_the_camera(camera):
     assert closed.wait(60) and not camera.is_open
     camera.close()  # returns when the callback has
     tavix.open("7").close()
+
+
+class Listener:
+    subscription = None
+
+    def __call__(self, *_):
+        if self.subscription:
+            self.subscription.end()
+
+
+@pytest.mark.parametrize("begin", [
+    lambda camera, listener: camera.on_event("ExposureEnd", listener),
+    lambda camera, listener: camera.on_removal(listener),
+    lambda camera, listener: camera.feature("Width").on_change(listener),
+    lambda camera, listener: tavix.watch(listener)])
+def test_a_callback_that_has_ended_is_let_go(camera, begin):
+    listener = Listener()
+    gone = weakref.ref(listener)
+    begin(camera, listener).end()
+    del listener
+    assert gone() is None
+
+
+def test_a_callback_that_has_ended_itself_is_let_go(camera):
+    listener = Listener()
+    gone = weakref.ref(listener)
+    listener.subscription = camera.feature("Width").on_change(listener)
+    camera.Width = 32
+    del listener
+    gc.collect()
+    assert gone() is None
 
 
 def test_a_callback_may_end_its_watch():
