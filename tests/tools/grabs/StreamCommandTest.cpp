@@ -133,6 +133,29 @@ TEST(Chunks, PrintALineAFrame) {
     EXPECT_NE(outcome.out.find(", checksum right\n"), std::string::npos) << outcome.out;
 }
 
+std::string WithChange(std::string text, const std::string& from, const std::string& to) {
+    const auto at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+TEST(Chunks, AreTakenAsTheCameraHasThemWhereTheyCannotBeSelectedOrEnabled) {
+    const TestFolder folder;
+    std::ifstream file(TAVIX_VIRTUAL_CAMERA_XML);
+    const std::string xml{std::istreambuf_iterator<char>(file), {}};
+    const std::string selector = "<ToolTip>Which chunk ChunkEnable is about</ToolTip>";
+    const std::string enable = "Name=\"ChunkEnable\"";
+    const std::string locked = WithChange(xml, selector, selector + "<ImposedAccessMode>RO</ImposedAccessMode>");
+    const std::string lacking = WithChange(xml, enable, "Name=\"ChunkWanted\"");
+    for (const std::string& description : {locked, lacking}) {
+        const std::string settings = CameraWith(folder, R"("registers": {"descriptionPath": ")" +
+                                                            folder.Write("other.xml", description) + "\"}");
+        const Outcome outcome = RunTool({"--virtual", settings, "chunks", "-n", "1"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(Lines(outcome.out).size(), 1u) << outcome.out;
+    }
+}
+
 TEST(Bench, MeasuresRateCostLatencyAndLosses) {
     const TestFolder folder;
     const std::string settings =
