@@ -114,8 +114,10 @@ def watch(callback):
 def virtual(cameras=1):
     """Add virtual cameras: their number, or a list of dicts with their settings. Call it before any other function.
 
-    StateError when cameras were listed or opened already.
+    StateError when cameras were listed or opened already, ValueError when it would be none.
     """
+    if (len(cameras) if isinstance(cameras, list) else int(cameras)) < 1:
+        raise ValueError(f"tavix.virtual() adds one camera at least, not {cameras!r}")
     if _used:
         raise StateError("virtual cameras are added before cameras are listed or opened; start Python anew and call "
                          "tavix.virtual() first")

@@ -1,5 +1,6 @@
 import gc
 import os
+import re
 import subprocess
 import sys
 import threading
@@ -75,6 +76,12 @@ def test_virtual_cameras_come_before_all_others():
     tavix.cameras()
     with pytest.raises(tavix.StateError):
         tavix.virtual(2)
+
+
+@pytest.mark.parametrize("cameras", [0, -1, []])
+def test_no_virtual_camera_is_nothing_to_add(cameras):
+    with pytest.raises(ValueError, match=f"one camera at least, not {re.escape(repr(cameras))}"):
+        tavix.virtual(cameras)
 
 
 def test_a_forgotten_camera_warns_and_closes():
