@@ -255,6 +255,18 @@ TEST_F(ChunkAdapterUsb, ReadsNothingInFrontOfABufferThatADerivedCheckLetsPass) {
     lenient.DetachBuffer();
 }
 
+TEST_F(ChunkAdapterUsb, CountsAnEmptyChunkInFrontThatADerivedCheckLetsPass) {
+    struct LetsPass : CChunkAdapterUsb {
+        using CChunkAdapterUsb::CChunkAdapterUsb;
+        bool CheckBufferLayout(uint8_t*, int64_t) override { return true; }
+    } letsPass(map.Get());
+    ChunkBuffer empty;
+    empty.Chunk(5, {});
+    letsPass.AttachBuffer(empty.Data(), empty.Size(), &statistics);
+    EXPECT_EQ(statistics.NumChunks, 1u);
+    letsPass.DetachBuffer();
+}
+
 /// What is copied does not change any more when the buffer does.
 bool Copies(std::int64_t maxChunkCacheSize) {
     support::DescribedMap cached(R"(<Port Name="P"><ChunkID>05</ChunkID><CacheChunkData>Yes</CacheChunkData></Port>

@@ -68,6 +68,15 @@ TEST_F(HandedOutObjects, DoNotOutliveADeviceThatWasNeverOpen) {
     Destroy(); // the leak checker looks
 }
 
+TEST_F(HandedOutObjects, ComeAndGoWithoutADescription) {
+    Destroy();
+    Make();
+    device->CreateEventAdapter();
+    Tavix::IEventAdapter* const second = device->CreateEventAdapter();
+    EXPECT_NO_THROW(device->DestroyEventAdapter(second));
+    EXPECT_FAILURE(RuntimeException, kFile, kBadAdapter, device->DestroyEventAdapter(second));
+}
+
 /// A chunk and an event with data, and a chunk description.
 class HandedOutObjectsWithData : public DeviceFixture {
 protected:
@@ -91,6 +100,16 @@ TEST_F(HandedOutObjectsWithData, AreGoneAfterADestructionWhenTheyRelyOnThemselve
     bool heardOfTheEnd = false;
     GenApi::Register(parser->GetChunkDataNodeMap()->GetNode("Chunk"), [&](GenApi::INode*) { heardOfTheEnd = true; });
     device->DestroySelfReliantChunkParser(parser);
+    EXPECT_TRUE(heardOfTheEnd);
+}
+
+TEST_F(HandedOutObjectsWithData, AreGoneAfterADestructionThoughTheyWereMadeAfterTheClose) {
+    device->Close();
+    device->CreateChunkParser()->AttachBuffer(payload, sizeof payload);
+    ASSERT_EQ(42, Feature("Chunk").GetValue());
+    bool heardOfTheEnd = false;
+    GenApi::Register(device->GetNodeMap()->GetNode("Chunk"), [&](GenApi::INode*) { heardOfTheEnd = true; });
+    Destroy();
     EXPECT_TRUE(heardOfTheEnd);
 }
 

@@ -76,6 +76,19 @@ TEST_F(RemovalProtocol, EndsTheNotificationsWithoutItsLock) {
     EXPECT_TRUE(cameThrough) << "a handler waits for a lock that its deregistration waits with";
 }
 
+TEST_F(RemovalProtocol, CallsNobodyOnceACloseHasBegun) {
+    int calls = 0;
+    Register([&](Tavix::ITavixDevice*) { ++calls; });
+    bool cameWhileClosing = false;
+    WhenFirstEnding([&] {
+        CallHandler(0);
+        cameWhileClosing = true;
+    });
+    device->Close();
+    EXPECT_TRUE(cameWhileClosing);
+    EXPECT_EQ(0, calls);
+}
+
 TEST_F(RemovalProtocol, EndsTheNotificationsOfAHandlerWithoutItsLock) {
     bool cameThrough = false;
     std::future<void> other;

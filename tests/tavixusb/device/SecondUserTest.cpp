@@ -122,6 +122,22 @@ TEST_F(SecondUser, GoesWithTheOthersOnClose) {
     EXPECT_TRUE(parser.CheckCRC());
 }
 
+TEST_F(SecondUser, IsForgottenByThoseWhoComeAfterAClose) {
+    for (int i = 0; i < 3; ++i) {
+        device->CreateChunkParser();
+        device->CreateEventAdapter();
+    }
+    device->Close();
+    Open();
+    Tavix::IChunkParser* const parser = device->CreateChunkParser();
+    Tavix::IEventAdapter* const adapter = device->CreateEventAdapter();
+    Deliver(*adapter, 7);
+    EXPECT_EQ(7, Feature("EventData").GetValue());
+    device->DestroyEventAdapter(adapter);
+    device->DestroyChunkParser(parser);
+    EXPECT_FALSE(GenApi::IsReadable(Access("Counter")));
+}
+
 TEST_F(SecondUser, StandsInNobodysWayWithANodeMapOfItsOwn) {
     const auto chunks = CameraXmlWith("<Category Name=\"ChunkData\"><pFeature>Counter</pFeature></Category>" +
                                       std::string(support::kChunkNodes));

@@ -211,4 +211,29 @@ TEST_F(WriteInDoubt, IsReportedAsItIsByARefusal) {
     EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
 }
 
+TEST_F(WriteInDoubt, IsNotRepeatedWhileNobodyKnowsWhereACommandIs) {
+    bus.FailNext("Device.ReadMem", kFailure); // Far's address
+    EXPECT_THROW(device->Write(bytes, 0x100, 4), GenICam::RuntimeException);
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+}
+
+TEST_F(WriteInDoubt, IsNotRepeatedOnADeviceThatIsClosedMeanwhile) {
+    bus.onCall = [this](const std::string& call) {
+        if (call == "Device.ReadMem" && device->IsOpen()) device->Close();
+    };
+    EXPECT_THROW(device->Write(bytes, 0x100, 4), GenICam::RuntimeException);
+    EXPECT_FALSE(device->IsOpen());
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+}
+
+TEST_F(WriteInDoubt, IsNotRepeatedWithoutADescriptionOfTheCommands) {
+    Destroy();
+    Make();
+    Open();
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
+                   "Write operation failed on device '1:2:3' at address: 0x100; length 4; Error: 'text E200000C'",
+                   device->Write(bytes, 0x100, 4));
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+}
+
 } // namespace

@@ -266,6 +266,16 @@ TEST_F(StreamGrabber, NamesBothSizesOfABufferThatIsTooLarge) {
         [&] { grabber().RegisterBuffer(image, 200000); });
 }
 
+TEST_F(StreamGrabber, SaysNothingOfSizesWhereTheyAreNotTheReason) {
+    Prepare();
+    bus.FailNext("Stream.RegisterBuffer", vexlo::VX_E_INVALID_SIZE);
+    ExpectFailure("Failed to register buffer at vx stream for device 1:2:3'. Error: 'text E200000A'",
+                  [&] { grabber().RegisterBuffer(image, 131072); });
+    bus.FailNext("Stream.RegisterBuffer", kFailure);
+    ExpectFailure("Failed to register buffer at vx stream for device 1:2:3'. Error: 'text E2000777'",
+                  [&] { grabber().RegisterBuffer(image, 200000); });
+}
+
 TEST_F(StreamGrabber, NamesSizesThatThirtyTwoBitsCannotCount) {
     OpenGrabber();
     Parameter("MaxBufferSize").SetValue(0x1'0000'0001);

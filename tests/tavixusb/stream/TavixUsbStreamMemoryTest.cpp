@@ -45,4 +45,23 @@ TEST_F(MappedBuffers, AreAsLargeAsTheRegistersOfTheStreamSay) {
     EXPECT_EQ(Memory().RequiredSize(), 0U);
 }
 
+TEST_F(MappedBuffers, AreOfNoKnownSizeWhereARegisterIsReadInPart) {
+    Store(bus.memory, 0x1D8, 0x10000);
+    Store(bus.memory, 0x10020, 0x20000);
+    Store(bus.memory, 0x20008, 0x123456789);
+    bus.shortReadBy = 4;
+    Open();
+    EXPECT_EQ(Memory().RequiredSize(), 0U);
+}
+
+TEST_F(MappedBuffers, AreOfNoKnownSizeForACameraWithoutTheRegistersOfTheStream) {
+    Store(bus.memory, 0x20, 0x20000); // would be the place of the stream's registers, were the table at 0
+    Store(bus.memory, 0x8, 0x300);    // and the size, were they at 0
+    Store(bus.memory, 0x20008, 0x400);
+    Open();
+    EXPECT_EQ(Memory().RequiredSize(), 0U);
+    Store(bus.memory, 0x1D8, 0x10000);
+    EXPECT_EQ(Memory().RequiredSize(), 0U);
+}
+
 } // namespace

@@ -71,4 +71,15 @@ TEST_F(StreamSink, QueuesBuffersWhileTheGrabberIsLocked) {
     EXPECT_EQ(sink.ids.size(), 1U);
 }
 
+/// A thread of the application may later have the same id.
+TEST_F(StreamSink, LeavesTheThreadThatDeliveredWithoutPrivileges) {
+    PrepareWithSink();
+    const auto handle = grabber().RegisterBuffer(image, sizeof image);
+    Complete(1);
+    bus.stream.listener();
+    ASSERT_EQ(sink.ids.size(), 1U);
+    grabber().FinishGrab();
+    RefusesIn("Open", "QueueBuffer", [&] { grabber().QueueBuffer(handle); });
+}
+
 } // namespace
