@@ -194,4 +194,31 @@ TEST_F(LibusbTest, WritesAParsedConfigurationBackByteForByte) {
     }
 }
 
+TEST_F(LibusbTest, SaysWhyTheSystemRefusesEvenWhenFilesAreShort) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizers need descriptors themselves to look at objects";
+#endif
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int lowest = dup(STDIN_FILENO); // all below are taken
+    ASSERT_GE(lowest, 0);
+    close(lowest);
+    for (const auto& [error, wanted] : {std::pair{EACCES, Result::Access}, {EBUSY, Result::Busy}}) {
+        unsigned int reasons = 0;
+        for (unsigned int spare = 0; spare < 8; ++spare) { // too few to try again with
+            rlimit limit = before;
+            limit.rlim_cur = static_cast<rlim_t>(lowest) + spare;
+            usbfs::Bus::Instance().RefuseOpens(m_Plugged.Name(), error, 1);
+            ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+            std::unique_ptr<usb::Handle> handle;
+            const Result result = m_Backend->Open(m_Plugged.Name(), handle);
+            ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+            EXPECT_TRUE(result == Result::TooManyFiles || result == wanted) << usb::ToText(result);
+            reasons += result == wanted;
+        }
+        EXPECT_GT(reasons, 0u);
+    }
+    usbfs::Bus::Instance().RefuseOpens(m_Plugged.Name(), 0, 0);
+}
+
 } // namespace

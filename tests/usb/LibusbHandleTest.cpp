@@ -1,6 +1,7 @@
 #include "usb/support/LibusbTest.h"
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <numeric>
 #include <thread>
@@ -70,6 +71,28 @@ TEST_F(LibusbTest, RefusesControlTransfersThatTheKernelWouldRefuse) {
     std::size_t actual = 0;
     EXPECT_EQ(handle->Control({0xC0, TestDevice::kScratchRequest, 0, 0, 4097}, bytes.data(), actual, kLimitMs),
               Result::InvalidParam);
+}
+
+TEST_F(LibusbTest, MovesControlDataUpToTheLimitOfTheKernel) {
+    const auto handle = Open();
+    Bytes bytes(4096);
+    std::size_t actual = 0;
+    EXPECT_EQ(handle->Control({0xC0, TestDevice::kScratchRequest, 0, 0, 4096}, bytes.data(), actual, kLimitMs),
+              Result::Ok);
+    EXPECT_EQ(actual, 64u);
+}
+
+TEST_F(LibusbTest, HasMovedNothingOfWhatItRefuses) {
+    const auto handle = OpenAndClaim();
+    Bytes bytes(4097);
+    std::size_t actual = 4711;
+    EXPECT_EQ(handle->Control({0xC0, TestDevice::kScratchRequest, 0, 0, 4097}, bytes.data(), actual, kLimitMs),
+              Result::InvalidParam);
+    EXPECT_EQ(actual, 0u);
+    actual = 4711;
+    EXPECT_EQ(handle->Bulk(TestDevice::kSource, bytes.data(), std::size_t{INT_MAX} + 1, actual, 1),
+              Result::InvalidParam);
+    EXPECT_EQ(actual, 0u);
 }
 
 TEST_F(LibusbTest, ControlEndsAtItsTimeLimit) {
@@ -237,6 +260,94 @@ TEST_F(LibusbTest, GivesNoMappedMemoryWhereThereIsNone) {
     EXPECT_EQ(handle->AllocateMemory(1 << 20, 1 << 20), nullptr);
     EXPECT_EQ(handle->AllocateMemory(0, 1 << 20), nullptr);
     handle->FreeMemory(nullptr, 0);
+}
+
+TEST_F(LibusbTest, KnowsWhetherItsDeviceIsStillThere) {
+    const auto handle = Open();
+    EXPECT_TRUE(handle->IsAttached());
+    usbfs::Bus::Instance().Unplug(m_Plugged.Name());
+    EXPECT_FALSE(handle->IsAttached());
+    usbfs::Bus::Instance().Replug(m_Plugged.Name());
+    EXPECT_FALSE(handle->IsAttached()) << "what has come is another one";
+    EXPECT_TRUE(Open()->IsAttached());
+}
+
+TEST_F(LibusbTest, LeavesTheActiveConfigurationAlone) {
+    const auto handle = OpenAndClaim();
+    EXPECT_EQ(handle->SelectConfiguration(1), Result::Ok) << "nothing has to be released for it";
+    EXPECT_EQ(handle->SelectConfiguration(2), Result::Busy);
+    EXPECT_EQ(Write(*handle, Counting(8)), Result::Ok);
+}
+
+/// A device with German strings of its own make.
+class GermanDevice final : public usbfs::DeviceModel {
+public:
+    explicit GermanDevice(Bytes languages) : m_Languages(std::move(languages)) {}
+
+    void Attached(usbfs::DevicePort& port) override { m_Rest.Attached(port); }
+    void Detached() override { m_Rest.Detached(); }
+    usbfs::Answer Control(const usb::ControlSetup& setup, std::uint8_t* data) override {
+        if (setup.requestType != 0x80 || setup.request != 0x06 || setup.value >> 8 != 3) {
+            return m_Rest.Control(setup, data);
+        }
+        const unsigned int index = setup.value & 0xFFu;
+        if (index == 0) return Give(m_Languages, data);
+        if (setup.index != 0x0407) return {usbfs::AnswerStatus::Stall, 0};
+        if (index == 1) return Give({6, 3, 'a', 0, 'b', 0}, data);
+        if (index == 2) return Give({6, 9, 'a', 0, 'b', 0}, data); // no string
+        return Give({4, 3, 'a', 0, 'b', 0}, data);                 // with bytes behind it
+    }
+    usbfs::Answer In(std::uint8_t endpoint, std::uint8_t* data, std::size_t room) override {
+        return m_Rest.In(endpoint, data, room);
+    }
+    usbfs::Answer Out(std::uint8_t endpoint, const std::uint8_t* data, std::size_t length) override {
+        return m_Rest.Out(endpoint, data, length);
+    }
+    bool Reset() override { return m_Rest.Reset(); }
+
+private:
+    static usbfs::Answer Give(const Bytes& bytes, std::uint8_t* data) {
+        std::copy(bytes.begin(), bytes.end(), data);
+        return {usbfs::AnswerStatus::Complete, bytes.size()};
+    }
+
+    const Bytes m_Languages;
+    TestDevice m_Rest;
+};
+
+std::string GermanString(usb::Backend& bus, Bytes languages, std::uint8_t index) {
+    const usbfs::Plugged plugged(std::make_shared<GermanDevice>(std::move(languages)));
+    std::unique_ptr<usb::Handle> handle;
+    EXPECT_EQ(bus.Open(plugged.Name(), handle), Result::Ok);
+    return handle->ReadString(index);
+}
+
+TEST_F(LibusbTest, ReadsStringsInTheFirstLanguageOfTheDevice) {
+    EXPECT_EQ(GermanString(*m_Backend, {4, 3, 0x07, 0x04}, 1), "ab");
+    EXPECT_EQ(GermanString(*m_Backend, {6, 3, 0x07, 0x04, 0x09, 0x04}, 1), "ab");
+    EXPECT_EQ(GermanString(*m_Backend, {6, 3, 0x09, 0x04, 0x07, 0x04}, 1), "");
+}
+
+TEST_F(LibusbTest, ReadsNoStringOfADeviceWithHalfALanguage) {
+    EXPECT_EQ(GermanString(*m_Backend, {3, 3, 0x07, 0x04}, 1), "");
+    EXPECT_EQ(GermanString(*m_Backend, {2, 3}, 1), "");
+}
+
+TEST_F(LibusbTest, ReadsNoMoreOfAStringThanItsLengthSays) {
+    EXPECT_EQ(GermanString(*m_Backend, {4, 3, 0x07, 0x04}, 3), "a");
+    EXPECT_EQ(GermanString(*m_Backend, {4, 3, 0x07, 0x04}, 2), "") << "a descriptor of another kind";
+}
+
+TEST_F(LibusbTest, ReadsNoStringWhoseTransferFailedAtItsEnd) {
+    const auto handle = Open();
+    usbfs::CallFault fault;
+    fault.site = {usbfs::Call::TransferEnd, 0};
+    fault.error = EPROTO;
+    fault.index = 1; // behind the languages
+    usbfs::Bus::Instance().Faults().Arm(fault);
+    EXPECT_EQ(handle->ReadString(1), "");
+    EXPECT_EQ(usbfs::Bus::Instance().Faults().Disarm(), 1u);
+    EXPECT_EQ(handle->ReadString(1), "Tester");
 }
 
 } // namespace

@@ -1,7 +1,11 @@
 #include "usb/support/LibusbTest.h"
 
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <thread>
+
+#include <pthread.h>
 
 namespace {
 
@@ -281,6 +285,56 @@ TEST_F(LibusbTest, ClosingCancelsWhatIsLeftAndRunsItsCompletion) {
     handle.reset();
     EXPECT_EQ(owner.completions, 1u);
     EXPECT_EQ(transfer.status, TransferStatus::Cancelled);
+}
+
+TEST_F(LibusbTest, HandleEventsReturnsSoonAfterItsTimeLimit) {
+    const auto handle = Open();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(handle->HandleEvents(400), Result::Ok);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+}
+
+/// Interrupts whatever the thread that made it waits for, again and again.
+class InterruptingSignals {
+public:
+    InterruptingSignals() : m_Waiting(pthread_self()) {
+        struct sigaction action {};
+        action.sa_handler = [](int) {}; // and no system call is begun again
+        sigaction(SIGUSR1, &action, &m_Before);
+        m_Sender = std::thread([this] {
+            while (!m_Stop) {
+                pthread_kill(m_Waiting, SIGUSR1);
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+        });
+    }
+    ~InterruptingSignals() {
+        m_Stop = true;
+        m_Sender.join();
+        sigaction(SIGUSR1, &m_Before, nullptr);
+    }
+
+private:
+    const pthread_t m_Waiting;
+    std::atomic<bool> m_Stop{false};
+    struct sigaction m_Before {};
+    std::thread m_Sender;
+};
+
+TEST_F(LibusbTest, SignalsNeitherFailNorShortenAWaitForEvents) {
+    const auto handle = Open();
+    const InterruptingSignals signals;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(handle->HandleEvents(100), Result::Ok);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+}
+
+TEST_F(LibusbTest, SignalsDoNotEndASynchronousTransfer) {
+    const auto handle = OpenAndClaim();
+    const InterruptingSignals signals;
+    std::uint8_t room[1024];
+    std::size_t actual = 0;
+    EXPECT_EQ(handle->Bulk(TestDevice::kSource, room, sizeof room, actual, 100), Result::Timeout);
 }
 
 } // namespace

@@ -6,12 +6,15 @@
 #include "virtualcam/backend/Backend.h"
 #include "virtualcam/support/DeviceClient.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -377,6 +380,130 @@ TEST_F(TracedBusTest, ShowsASubmissionThatWasRefusedAsEndedAtOnce) {
     ASSERT_EQ(packets.size(), 2u);
     EXPECT_EQ(packets[1].Event(), 'C');
     EXPECT_EQ(packets[1].Status(), -71);
+}
+
+TEST_F(TracedBusTest, ShowsTheDescriptorsBeforeAnythingElseIsAsked) {
+    EXPECT_EQ(Packets().size(), 4u) << "they are in the file at once";
+}
+
+/// A bus with a device of two configurations.
+class TwoConfigurations final : public usb::Backend {
+public:
+    explicit TwoConfigurations(Result listed) : m_Listed(listed) {}
+
+    const char* Name() const override { return "two"; }
+    Result Enumerate(std::vector<usb::DeviceEntry>& devices) override {
+        usb::DeviceEntry entry;
+        entry.id = "1-1";
+        entry.device = Hex("1201");
+        entry.configurations = {Hex("0902"), Hex("090202")};
+        devices.push_back(entry);
+        return m_Listed;
+    }
+    Result Open(const std::string&, std::unique_ptr<usb::Handle>&) override { return Result::NotFound; }
+    std::uint64_t RegisterHotplug(usb::HotplugHandler) override { return 0; }
+    void DeregisterHotplug(std::uint64_t) override {}
+
+private:
+    const Result m_Listed;
+};
+
+TEST_F(TraceTest, NumbersTheConfigurationsThatItShows) {
+    std::vector<usb::DeviceEntry> devices;
+    EXPECT_EQ(usb::Traced(std::make_unique<TwoConfigurations>(Result::Ok), m_Trace)->Enumerate(devices), Result::Ok);
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 6u);
+    EXPECT_EQ(Number<std::uint16_t>(packets[2].bytes, 42), 0x0200);
+    EXPECT_EQ(Number<std::uint16_t>(packets[4].bytes, 42), 0x0201);
+    EXPECT_EQ(packets[5].Data(), Hex("090202"));
+}
+
+TEST_F(TraceTest, PassesOnThatABusCannotBeListed) {
+    std::vector<usb::DeviceEntry> devices;
+    EXPECT_EQ(usb::Traced(std::make_unique<TwoConfigurations>(Result::Io), m_Trace)->Enumerate(devices), Result::Io);
+}
+
+/// One that gets some bytes and then nothing more.
+class HalfAnswering final : public Selecting {
+public:
+    Result Control(const usb::ControlSetup&, std::uint8_t* data, std::size_t& actual, unsigned int) override {
+        actual = 2;
+        std::fill_n(data, actual, std::uint8_t{7});
+        return Result::Timeout;
+    }
+};
+
+TEST_F(TraceTest, ShowsNoDataOfAControlTransferThatFailed) {
+    usb::TracedHandle handle(std::make_unique<HalfAnswering>(), m_Trace, {});
+    Bytes received(4);
+    std::size_t actual = 0;
+    EXPECT_EQ(handle.Control({0xC0, 9, 0, 0, 4}, received.data(), actual, 1000), Result::Timeout);
+    m_Trace->Flush();
+    const auto packets = Packets();
+    ASSERT_EQ(packets.size(), 2u);
+    EXPECT_EQ(packets[1].Status(), -2);
+    EXPECT_TRUE(packets[1].Data().empty());
+}
+
+TEST_F(TraceTest, HasMovedNothingOfWhichABusSaysNothing) {
+    usb::TracedHandle handle(std::make_unique<Selecting>(), m_Trace, {});
+    Bytes room(64);
+    std::size_t actual = 5;
+    EXPECT_EQ(handle.Bulk(0x81, room.data(), room.size(), actual, 1000), Result::Other);
+    EXPECT_EQ(actual, 0u);
+    m_Trace->Flush();
+    EXPECT_TRUE(Packets().at(1).Data().empty());
+}
+
+TEST_F(TraceTest, SaysOnceThatItIsNotWhole) {
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    Bytes message = Hex("5533564C");
+    message.resize(5000);
+    CaptureRecord record;
+    record.length = record.captured = message.size();
+    record.data = message.data();
+    testing::internal::CaptureStderr();
+    rlimit limit = before;
+    limit.rlim_cur = 4096;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    for (int i = 0; i < 3; ++i) {
+        m_Trace->Append(record);
+        m_Trace->Flush();
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "TAVIX_TRACE: the trace in " + m_Path + " is not whole: File too large\n");
+}
+
+using TraceOfTheEnvironment = TraceTest;
+
+TEST_F(TraceOfTheEnvironment, IsNoneForAnEmptyName) {
+    const auto ask = [] {
+        setenv("TAVIX_TRACE", "", 1);
+        _exit(usb::TraceFile::OfEnvironment() == nullptr ? 7 : 1);
+    };
+    EXPECT_EXIT(ask(), testing::ExitedWithCode(7), testing::Eq(std::string()));
+}
+
+TEST_F(TraceOfTheEnvironment, KeepsSixtyFourBytesOfATransferForAnEmptyNumber) {
+    m_Trace.reset();
+    const auto write = [this] {
+        setenv("TAVIX_TRACE", m_Path.c_str(), 1);
+        setenv("TAVIX_TRACE_PAYLOAD", "", 1);
+        const Bytes payload(4096, 0x44);
+        CaptureRecord record;
+        record.endpoint = 0x83;
+        record.length = record.captured = payload.size();
+        record.data = payload.data();
+        usb::TraceFile::OfEnvironment()->Append(record);
+        usb::TraceFile::OfEnvironment()->Flush();
+        _exit(7);
+    };
+    EXPECT_EXIT(write(), testing::ExitedWithCode(7), testing::Eq(std::string()));
+    EXPECT_EQ(Packets().at(0).Data(), Bytes(64, 0x44));
 }
 
 } // namespace

@@ -152,15 +152,16 @@ private:
 
 TEST_F(UsbShortage, OfThreadsMeansNoNoticesAndIsOverLater) {
     Count count;
-    const auto handler = [&](HotplugEvent, const std::string&) { count.Add(); };
+    std::atomic<int> callsOfTheRefused{0};
     {
         const ThreadShortage shortage;
-        EXPECT_EQ(m_Backend->RegisterHotplug(handler), 0u);
+        EXPECT_EQ(m_Backend->RegisterHotplug([&](HotplugEvent, const std::string&) { ++callsOfTheRefused; }), 0u);
     }
-    const auto registration = m_Backend->RegisterHotplug(handler);
+    const auto registration = m_Backend->RegisterHotplug([&](HotplugEvent, const std::string&) { count.Add(); });
     ASSERT_NE(registration, 0u);
     const usbfs::Plugged second(std::make_shared<TestDevice>());
     EXPECT_TRUE(count.Reaches(1));
+    EXPECT_EQ(callsOfTheRefused, 0) << "it may be gone";
     m_Backend->DeregisterHotplug(registration);
 }
 
