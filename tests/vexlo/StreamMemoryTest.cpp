@@ -182,6 +182,37 @@ TEST(MappedMemory, TakesHalfOfTheBussLimitAndIsCounted) {
     EXPECT_FALSE(memory.IsMapped(static_cast<const std::uint8_t*>(second.get()), 3 * kMegabyte)) << "another handle's";
 }
 
+TEST(MappedMemory, TakesAllOfItsHalf) {
+    constexpr std::size_t kMegabyte = 1 << 20;
+    const auto handle = std::make_shared<GenerousHandle>();
+    vexlo::StreamMemory memory;
+    EXPECT_NE(memory.Share(handle, {8 * kMegabyte, kMegabyte, 16 * kMegabyte}), nullptr);
+    const auto first = memory.Share(handle, {4 * kMegabyte, kMegabyte, 16 * kMegabyte});
+    EXPECT_NE(memory.Share(handle, {4 * kMegabyte, kMegabyte, 16 * kMegabyte}), nullptr);
+    EXPECT_EQ(memory.Share(handle, {4 * kMegabyte + 1, kMegabyte, 16 * kMegabyte}), nullptr);
+}
+
+TEST(MappedMemory, DoesNotHoldABufferThatReachesBeyondIt) {
+    constexpr std::size_t kMegabyte = 1 << 20;
+    vexlo::StreamMemory memory;
+    const auto shared = memory.Share(std::make_shared<GenerousHandle>(), {kMegabyte, kMegabyte, 0});
+    const auto* bytes = static_cast<const std::uint8_t*>(shared.get());
+    EXPECT_TRUE(memory.IsMapped(bytes + 1, kMegabyte - 1));
+    EXPECT_FALSE(memory.IsMapped(bytes + 1, kMegabyte));
+    EXPECT_FALSE(memory.IsMapped(bytes, kMegabyte + 1));
+}
+
+TEST(MappedMemory, OfOnePieceSuitsEveryTransfer) {
+    constexpr std::size_t kMegabyte = 1 << 20;
+    const auto handle = std::make_shared<GenerousHandle>();
+    vexlo::StreamMemory memory;
+    const auto whole = memory.Share(handle, {kMegabyte, kMegabyte, 0});
+    EXPECT_TRUE(memory.Suits(192u << 10));
+    const auto pieces = memory.Share(handle, {kMegabyte + 1, kMegabyte, 0});
+    EXPECT_FALSE(memory.Suits(192u << 10));
+    EXPECT_TRUE(memory.Suits(256u << 10));
+}
+
 TEST_F(StreamMemory, NeedsAnOpenStreamAndASize) {
     void* where = nullptr;
     EXPECT_EQ(stream->AllocateMemory(1000, &where), VX_E_NOT_OPEN);

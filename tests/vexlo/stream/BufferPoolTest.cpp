@@ -114,6 +114,19 @@ TEST_F(BufferPoolTest, WakesNobodyForBuffersThatItsListenerQueues) {
     EXPECT_EQ(wakes, 1) << "for others' the stream's thread waits";
 }
 
+TEST_F(BufferPoolTest, WakesAfterARestartForTheThreadThatWasToldBefore) {
+    pool.SetListener([&] { EXPECT_EQ(Retrieve(), VX_OK); });
+    Start();
+    Queued(0);
+    pool.Complete(pool.Take(), {});
+    pool.TellListener();
+    pool.Stop(VX_E_CANCELLED);
+    Start();
+    EXPECT_EQ(pool.Take(), nullptr);
+    Queued(1);
+    EXPECT_EQ(wakes, 1) << "it may be any thread now";
+}
+
 TEST_F(BufferPoolTest, SignalsNoBuffersThatItsListenerTakes) {
     Start();
     Queued(0);

@@ -2,9 +2,13 @@
 #include "vexlo/stream/BufferPool.h"
 #include "vexlo/stream/TransferBudget.h"
 
-#include <gtest/gtest.h>
+#include "core/LogSink.h"
+
+#include <gmock/gmock.h>
 
 #include <array>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -55,6 +59,17 @@ TEST(StreamLimits, MoreIsTriedFourBlocksAfterARefusalAndEightAfterTheNext) {
     budget.Accepted(3);
     budget.Refused(2);
     EXPECT_EQ(BlocksUntilMore(budget), 4) << "one more was taken meanwhile";
+}
+
+TEST(StreamLimits, AreToldOnceWithTwiceTheMemoryAsAdvice) {
+    std::vector<std::string> lines;
+    const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) { lines.emplace_back(text); });
+    TransferBudget budget({8, kMiB, 16 * kMiB});
+    budget.Refused(3);
+    budget.Refused(2);
+    EXPECT_THAT(lines, testing::ElementsAre(testing::AllOf(
+                           testing::HasSubstr("no more than 3 transfers"), testing::HasSubstr("share 16 MiB"),
+                           testing::HasSubstr("echo 32 > /sys/module/usbcore/parameters/usbfs_memory_mb"))));
 }
 
 } // namespace

@@ -149,6 +149,23 @@ TEST_F(Trial, GivesUpWhereTransfersCannotBeSmaller) {
     EXPECT_EQ(sizes.Wanted(), 0u);
 }
 
+TEST_F(Trial, AsksForNothingBelowTheSmallestTransfer) {
+    sizes.Use(PlanOf(32u << 10));
+    (void)sizes.NoteRefused(kStart, /*mayShrink=*/true);
+    EXPECT_EQ(sizes.NoteRefused(kStart + milliseconds(100), /*mayShrink=*/true), SizeTrial::Refusal::TrySmaller);
+    EXPECT_EQ(sizes.Wanted(), 16u << 10);
+}
+
+TEST_F(Trial, HasNothingToTryWhereTransfersAreSmallFromTheBeginning) {
+    SizeTrial narrow(camera, milliseconds(100));
+    narrow.Use(PlanOf(64u << 10));
+    narrow.Start(kStart);
+    EXPECT_FALSE(narrow.Listens());
+    for (int i = 0; i < 3; ++i)
+        narrow.NoteBlock(VX_E_INCOMPLETE);
+    EXPECT_EQ(narrow.Wanted(), 0u);
+}
+
 TEST(StreamRequests, ServeACancelThatTheWakerLeadsTo) {
     std::promise<void> woken;
     StreamRequests requests([&] { woken.set_value(); });

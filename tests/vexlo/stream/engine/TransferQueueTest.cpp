@@ -172,4 +172,69 @@ TEST_F(Queueing, TakesAnotherPlanWhenNothingIsInFlight) {
     EXPECT_EQ(bus.Queued(), 4u) << "leader, what fits the buffer, its tail, trailer";
 }
 
+/// Room for so many transfers, and a buffer for each block that may come.
+class QueueingUpTo : public Queueing, public testing::WithParamInterface<std::pair<std::uint32_t, std::size_t>> {
+protected:
+    QueueingUpTo() : Queueing(200, GetParam().first) {
+        for (std::size_t i = 0; i < handles.size(); ++i)
+            Offer(i);
+    }
+};
+
+TEST_P(QueueingUpTo, QueuesWhatFits) {
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(Transfers, QueueingUpTo,
+                         testing::Values(std::pair{12u, 12u}, // the third block is begun
+                                         std::pair{17u, 15u}, // the fourth waits until it fits
+                                         std::pair{4096u, 64 * kPerBlock}));
+
+/// Blocks of 1 MiB in six transfers.
+class QueueingLargeBlocks : public testing::Test {
+protected:
+    static constexpr std::size_t kSize = 1u << 20;
+    static constexpr std::size_t kFitting = 7 * 6; ///< into 8 MiB, with leaders and trailers
+
+    QueueingLargeBlocks() {
+        pool.Prepare(16, kSize);
+        pool.Start([] {});
+        queue.UsePlan(*u3v::MakeTransferPlan({kSize, 0, 0, 0, 1024, kSize / 4}));
+        for (int i = 0; i < 16; ++i) {
+            BufferHandle_s* handle = nullptr;
+            EXPECT_EQ(pool.Register(memory.data(), kSize, &handle), VX_OK);
+            EXPECT_EQ(pool.Queue(handle, nullptr), VX_OK);
+        }
+    }
+    ~QueueingLargeBlocks() override {
+        CancelAndTakeBack();
+        queue.Forget();
+    }
+    void CancelAndTakeBack() {
+        queue.CancelAll();
+        while (!queue.IsEmpty())
+            if (!queue.TakeCompleted()) (void)queue.Wait(1000);
+        pool.PutBack(queue.Unbind());
+    }
+
+    Bytes memory = Bytes(kSize); // nothing comes
+    BufferPool pool;
+    PacketBus bus{1024};
+    TransferQueue queue{{bus, pool}, FakeCamera::Channel(1024), {16, 4096, 0}};
+};
+
+TEST_F(QueueingLargeBlocks, FillsEightMebibytes) {
+    EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+    EXPECT_EQ(bus.Queued(), kFitting);
+}
+
+TEST_F(QueueingLargeBlocks, HasTheSameRoomAfterEveryCancel) {
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(queue.QueueMore(), usb::Result::Ok);
+        EXPECT_EQ(bus.Queued(), kFitting);
+        CancelAndTakeBack();
+    }
+}
+
 } // namespace
