@@ -69,6 +69,14 @@ TEST_F(StreamRegistersTest, RefuseAPayloadThatCannotBe) {
     EXPECT_EQ(registers.MakePlan({65536, {}}, plan), VX_OK);
 }
 
+TEST_F(StreamRegistersTest, PlanNoMoreThan65536Transfers) {
+    camera.Set(0x08, 0x40000000);
+    EXPECT_EQ(registers.MakePlan({16384, {}}, plan), VX_OK);
+    EXPECT_EQ(plan.PayloadTransfers(), 65536u);
+    camera.Set(0x08, 0x40000001);
+    EXPECT_EQ(registers.MakePlan({16384, {}}, plan), VX_E_PAYLOAD_SIZE);
+}
+
 TEST_F(StreamRegistersTest, RefuseLeadersAndTrailersThatCannotBe) {
     for (const std::uint64_t offset : {0x10, 0x14}) {
         for (const std::uint32_t size : {0x10001u, 0x3FFFFC00u, 0xFFFFFFFFu}) {

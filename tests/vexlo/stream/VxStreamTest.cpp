@@ -3,12 +3,17 @@
 #include "vexlo/stream/support/Blocks.h"
 #include "vexlo/stream/support/FakeCamera.h"
 
+#include "core/LogSink.h"
 #include "vexlo/stream/StreamImpl.h"
+#include "vexlo/stream/TransferBudget.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 using namespace streamtest;
 using namespace vexlo;
@@ -297,6 +302,31 @@ TEST_F(VxStreamTest, KeepsSettingsWithinTheirLimits) {
     Start();
     EXPECT_EQ(Set<std::uint32_t>(S::Property_MaxTransferSize, most), VX_E_INVALID_STATE);
     EXPECT_EQ(Get<std::uint32_t>(S::Property_MaxTransferSize), least);
+}
+
+TEST_F(VxStreamTest, SharesLimitedMemoryWithOthersWhileItIsOpen) {
+    const unsigned int before = StreamCount::Open();
+    camera->memoryLimit = 16u << 20;
+    ASSERT_EQ(stream->Open(), VX_OK);
+    EXPECT_EQ(StreamCount::Open(), before + 1);
+    EXPECT_EQ(stream->Close(), VX_OK);
+    EXPECT_EQ(StreamCount::Open(), before);
+    camera->memoryLimit = 0;
+    ASSERT_EQ(stream->Open(), VX_OK);
+    EXPECT_EQ(StreamCount::Open(), before) << "what has no limit is not shared";
+}
+
+TEST_F(VxStreamTest, SpeaksOfNoPriorityThatNobodyAskedFor) {
+    std::vector<std::string> lines;
+    std::mutex lock;
+    const Tavix::LogSink sink([&](const char*, unsigned int, const char* text) {
+        const std::lock_guard<std::mutex> guard(lock);
+        lines.emplace_back(text);
+    });
+    Start();
+    EXPECT_EQ(stream->FinishGrab(), VX_OK);
+    const std::lock_guard<std::mutex> guard(lock);
+    EXPECT_THAT(lines, testing::Not(testing::Contains(testing::HasSubstr("priority"))));
 }
 
 } // namespace

@@ -177,6 +177,18 @@ TEST_P(Refusal, OfASizeIsAnsweredInTheSameWay) {
 
 INSTANTIATE_TEST_SUITE_P(Each, Refusal, testing::Values(0xA002, 0xA003, 0xA004, 0x8FFF));
 
+TEST_F(StreamStart, ResetsNoCameraWhoseHandleHasMemoryInUse) {
+    void* where = nullptr;
+    ASSERT_EQ(stream->AllocateMemory(1000, &where), VX_OK);
+    Refuse(0xA004, 2);
+    EXPECT_EQ(stream->StartStreaming(), VX_E_DEVICE_STATUS_BASE | 0xA004u);
+    EXPECT_EQ(camera->Resets(), 0u);
+    EXPECT_EQ(stream->FreeMemory(where), VX_OK);
+    Refuse(0xA004, 2);
+    EXPECT_EQ(stream->StartStreaming(), VX_OK);
+    EXPECT_EQ(camera->Resets(), 1u);
+}
+
 TEST_F(StreamStart, AsksForTheSizesAgainAfterARefusal) {
     Refuse(0xA004, 1);
     camera->Set(0x08, 5000); // the camera has changed its mind since the grab was prepared
