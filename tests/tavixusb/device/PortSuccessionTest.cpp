@@ -12,7 +12,7 @@ struct PortUser {
     bool hasPorts = true;
 };
 
-struct PortSuccession : testing::Test {
+struct PortsInSuccession : testing::Test {
     PortUser* Add(PortUser& user) {
         return users.Add([&] { return &user; });
     }
@@ -24,13 +24,13 @@ struct PortSuccession : testing::Test {
     PortUser first, second;
 };
 
-TEST_F(PortSuccession, GivesThePortsBackWhenTheNextUserCannotBeMade) {
+TEST_F(PortsInSuccession, GivesThePortsBackWhenTheNextUserCannotBeMade) {
     Add(first);
     FailToAdd();
     EXPECT_TRUE(first.hasPorts);
 }
 
-TEST_F(PortSuccession, KeepsNoPlaceForAUserThatCouldNotBeMade) {
+TEST_F(PortsInSuccession, KeepsNoPlaceForAUserThatCouldNotBeMade) {
     Add(first);
     FailToAdd();
     Add(second);
@@ -39,7 +39,7 @@ TEST_F(PortSuccession, KeepsNoPlaceForAUserThatCouldNotBeMade) {
     EXPECT_TRUE(first.hasPorts);
 }
 
-TEST_F(PortSuccession, TakesAFirstUserAfterOneThatCouldNotBeMade) {
+TEST_F(PortsInSuccession, TakesAFirstUserAfterOneThatCouldNotBeMade) {
     FailToAdd();
     Add(first);
     EXPECT_TRUE(first.hasPorts);
