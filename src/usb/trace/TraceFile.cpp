@@ -50,10 +50,11 @@ std::FILE* OpenPlainFile(const std::string& path) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
     if (file < 0) return nullptr;
     struct stat status {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && ftruncate(file, 0) == 0) {
-        if (std::FILE* stream = fdopen(file, "wb")) return stream;
-    } else {
+    const bool isKnown = fstat(file, &status) == 0;
+    if (isKnown && !S_ISREG(status.st_mode)) {
         errno = EINVAL;
+    } else if (isKnown && ftruncate(file, 0) == 0) {
+        if (std::FILE* stream = fdopen(file, "wb")) return stream;
     }
     const int error = errno;
     close(file);
