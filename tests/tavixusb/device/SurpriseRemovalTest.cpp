@@ -9,7 +9,7 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr auto kRemoved = vexlo::VxCallback_DeviceRemoved;
+constexpr auto kDeviceRemoved = vexlo::VxCallback_DeviceRemoved;
 constexpr auto kLost = vexlo::VxCallback_DeviceLost;
 
 /// Counts how many of its kind live and how often any of them is called.
@@ -69,7 +69,7 @@ TEST_F(SurpriseRemoval, WorksOnClonesOfTheCallback) {
         EXPECT_TRUE(device->DeregisterRemovalCallback(first));
         EXPECT_EQ(2, CountingCallback::living);
     }
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(1, CountingCallback::calls);
     EXPECT_EQ(2, CountingCallback::mostLiving); // the stored one and the one that is called
     EXPECT_EQ(1, CountingCallback::living);
@@ -84,7 +84,7 @@ TEST_F(SurpriseRemoval, IsForgottenOnCloseWithItsCallbacks) {
     device->Close();
     Open();
     EXPECT_EQ(reinterpret_cast<void*>(1), Register([](Tavix::ITavixDevice*) {})); // a new controller
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(0, calls);
 }
 
@@ -126,7 +126,7 @@ TEST_F(SurpriseRemoval, CallsCallbacksInTheOrderOfTheirCookies) {
             called.push_back(i);
         });
     }
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_THAT(called, ElementsAre(0, 1, 2));
     EXPECT_EQ(device, told);
 }
@@ -135,7 +135,7 @@ TEST_F(SurpriseRemoval, CallsNoCallbackThatWasDeregistered) {
     int calls = 0;
     Open();
     device->DeregisterRemovalCallback(Register([&](Tavix::ITavixDevice*) { ++calls; }));
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(0, calls);
 }
 
@@ -145,7 +145,7 @@ TEST_F(SurpriseRemoval, IsToldOnceOfTheTwoKinds) {
     Register([&](Tavix::ITavixDevice*) { ++calls; });
     bus.Notify(kLost);
     EXPECT_EQ(0u, bus.NumberOfRegistrations());
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(1, calls);
 }
 
@@ -153,7 +153,7 @@ TEST_F(SurpriseRemoval, EndsTheNotificationsBeforeItCallsAnybody) {
     std::size_t registrations = 99;
     Open();
     Register([&](Tavix::ITavixDevice*) { registrations = bus.NumberOfRegistrations(); });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(0u, registrations);
 }
 
@@ -165,13 +165,13 @@ TEST_F(SurpriseRemoval, LetsCallbacksRegisterAndDeregister) {
         deregistered = d->DeregisterRemovalCallback(other);
         Register([](Tavix::ITavixDevice*) {});
     });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_TRUE(deregistered);
 }
 
 TEST_F(SurpriseRemoval, LeavesTheDeviceOpen) {
     Open();
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_TRUE(device->IsOpen());
     EXPECT_EQ(Tavix::DefaultAccessMode(), device->AccessMode());
     device->Close();
@@ -179,12 +179,12 @@ TEST_F(SurpriseRemoval, LeavesTheDeviceOpen) {
 
 TEST_F(SurpriseRemoval, SaysHowManyCallbacksThereAre) {
     Open();
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Received surprise removal for '1:2:3'. Callbacks: 0"}));
     device->Close();
     Open();
     Register([](Tavix::ITavixDevice*) {});
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(1, log.Count({kDeviceLog, 64, "Received surprise removal for '1:2:3'. Callbacks: 1"}));
 }
 
@@ -194,7 +194,7 @@ TEST_F(SurpriseRemoval, GoesOnAfterACallbackThatThrows) {
     Register([](Tavix::ITavixDevice*) { throw std::runtime_error("no"); });
     Register([](Tavix::ITavixDevice*) { throw 1; });
     Register([&](Tavix::ITavixDevice*) { ++calls; });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(1, calls);
     EXPECT_EQ(1, log.Count({kDeviceLog, 256,
                             "Error executing surprise removal callback for '1:2:3'. handle: 0x1; Errormessage: 'no'"}));
@@ -205,14 +205,14 @@ TEST_F(SurpriseRemoval, GoesOnAfterACallbackThatThrows) {
 TEST_F(SurpriseRemoval, LetsACallbackCloseTheDevice) {
     Open();
     Register([](Tavix::ITavixDevice* d) { d->Close(); });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_FALSE(device->IsOpen());
 }
 
 TEST_F(SurpriseRemoval, LetsACallbackDestroyTheDevice) {
     Open();
     Register([this](Tavix::ITavixDevice*) { Destroy(); });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(nullptr, device);
     EXPECT_EQ(1, bus.Count("DestroyDevice"));
 }
@@ -229,7 +229,7 @@ TEST_F(SurpriseRemoval, DoesNotHoldUpACloseOnAnotherThread) {
         device->Close();
         closed.set_value();
     });
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     closer.join();
     EXPECT_FALSE(device->IsOpen());
 }
@@ -249,7 +249,7 @@ TEST_F(SurpriseRemoval, LetsACallbackAndAnotherThreadCloseAtTheSameTime) {
             } catch (const GenICam::LogicalErrorException&) { // the callback was faster
             }
         });
-        bus.Notify(round % 2 ? kRemoved : kLost);
+        bus.Notify(round % 2 ? kDeviceRemoved : kLost);
         closer.join();
         EXPECT_FALSE(device->IsOpen());
     }
@@ -261,7 +261,7 @@ TEST_F(SurpriseRemoval, IsToldOnceWhenBothKindsComeTogether) {
         Open();
         Register([&](Tavix::ITavixDevice*) { ++calls; });
         std::thread other([&] { bus.Notify(kLost); });
-        bus.Notify(kRemoved);
+        bus.Notify(kDeviceRemoved);
         other.join();
         EXPECT_EQ(1, calls);
         device->Close();
@@ -302,7 +302,7 @@ TEST_F(SurpriseRemoval, TellsWhenItCannotBeUnlistenedFor) {
 TEST_F(SurpriseRemoval, TriesOnCloseAgainWhatItCouldNotEndBefore) {
     bus.Script("DeregisterCallback", {kFailure, 0});
     Open();
-    bus.Notify(kRemoved);
+    bus.Notify(kDeviceRemoved);
     EXPECT_EQ(2, bus.Count("DeregisterCallback"));
     device->Close();
     EXPECT_EQ(3, bus.Count("DeregisterCallback")); // the first handle only
@@ -318,7 +318,7 @@ TEST_F(SurpriseRemoval, KeepsTheOneNotificationThatCouldBeRegistered) {
         Open();
         EXPECT_EQ(1u, bus.NumberOfRegistrations());
         Register([&](Tavix::ITavixDevice*) { ++calls; });
-        bus.Notify(kRemoved);
+        bus.Notify(kDeviceRemoved);
         bus.Notify(kLost);
         EXPECT_EQ(1, calls);
         device->Close();

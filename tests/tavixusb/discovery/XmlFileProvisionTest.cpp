@@ -10,9 +10,9 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr char kTl[] = "Tavix.USB.TL";
-const LogLine kOpenedAgain{kTl, 128, "Failed to open device. Retry."};
-const LogLine kSuccess{kTl, 64, "ProvideXmlFile: Successfully downloaded XML file from device: '1:2:3'"};
+constexpr char kProvisionLog[] = "Tavix.USB.TL";
+const LogLine kOpenedAgain{kProvisionLog, 128, "Failed to open device. Retry."};
+const LogLine kSuccess{kProvisionLog, 64, "ProvideXmlFile: Successfully downloaded XML file from device: '1:2:3'"};
 
 class XmlFileProvision : public TransportLayerTest {
 protected:
@@ -77,14 +77,16 @@ TEST_F(XmlFileProvision, FailsForACameraThatIsNotThere) {
     EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to find device for XML file download: '1:2:3'",
                    Provide());
     ExpectNothing();
-    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256, "Failed to find device for XML file download: '1:2:3'"}));
+    EXPECT_THAT(log.All(),
+                ElementsAre(LogLine{kProvisionLog, 256, "Failed to find device for XML file download: '1:2:3'"}));
 }
 
 TEST_F(XmlFileProvision, FailsWithoutDeviceObject) {
     bus.createsDevices = false;
     EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp", "Failed to create USB device for XML file download.", Provide());
     ExpectNothing();
-    EXPECT_THAT(log.All(), ElementsAre(LogLine{kTl, 256, "Failed to create USB device for XML file download."}));
+    EXPECT_THAT(log.All(),
+                ElementsAre(LogLine{kProvisionLog, 256, "Failed to create USB device for XML file download."}));
 }
 
 TEST_F(XmlFileProvision, TriesToOpenFiveTimes) {
@@ -101,7 +103,7 @@ TEST_F(XmlFileProvision, FailsAfterTheFifthAttemptWithTheLastStatus) {
     ExpectNothing();
     EXPECT_EQ(5, bus.Count("Device.Open"));
     EXPECT_THAT(log.All(), ElementsAre(kOpenedAgain, kOpenedAgain, kOpenedAgain, kOpenedAgain,
-                                       LogLine{kTl, 256,
+                                       LogLine{kProvisionLog, 256,
                                                "Failed to open device '1:2:3' for XML file download. "
                                                "Error: 'text E2000777'"}));
 }
@@ -112,8 +114,8 @@ TEST_F(XmlFileProvision, ClosesAndFailsWhenTheDownloadFails) {
                    "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'", Provide());
     ExpectNothing();
     EXPECT_EQ(1, bus.Count("Device.Close"));
-    EXPECT_EQ(1,
-              log.Count({kTl, 256, "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'"}));
+    EXPECT_EQ(1, log.Count({kProvisionLog, 256,
+                            "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'"}));
 }
 
 TEST_F(XmlFileProvision, TellsOfBothWhenDownloadAndCloseFail) {
@@ -121,18 +123,18 @@ TEST_F(XmlFileProvision, TellsOfBothWhenDownloadAndCloseFail) {
     bus.FailNext("Device.Close", 1);
     EXPECT_FAILURE(RuntimeException, "TavixUsbTL.cpp",
                    "Failed to retrieve XML file from camera device '1:2:3'. Error: 'text E2000777'", Provide());
-    EXPECT_EQ(1,
-              log.Count({kTl, 256, "ProvideXmlFile: Failed to close device after XML file download: text 00000001"}));
+    EXPECT_EQ(1, log.Count({kProvisionLog, 256,
+                            "ProvideXmlFile: Failed to close device after XML file download: text 00000001"}));
 }
 
 TEST_F(XmlFileProvision, OnlyLogsAFailureToClose) {
     bus.FailNext("Device.Close", kFailure);
     Provide();
     EXPECT_EQ("<description/>", xml);
-    EXPECT_THAT(
-        log.All(),
-        ElementsAre(LogLine{kTl, 256, "ProvideXmlFile: Failed to close device after XML file download: text E2000777"},
-                    kSuccess));
+    EXPECT_THAT(log.All(),
+                ElementsAre(LogLine{kProvisionLog, 256,
+                                    "ProvideXmlFile: Failed to close device after XML file download: text E2000777"},
+                            kSuccess));
 }
 
 TEST_F(XmlFileProvision, AsksForPowerBeforeTheDownload) {
@@ -147,7 +149,7 @@ TEST_F(XmlFileProvision, AsksForPowerBeforeTheDownload) {
                             "Device.SetProperty", "Device.SetProperty", "Device.SetProperty", "Device.SetProperty",
                             "Device.SetProperty", "Device.GetProperty", "Device.Close", "Device.Open",
                             "Device.ProvideXmlFile", "Device.Close", "DestroyDevice"));
-    EXPECT_EQ(1, log.Count({kTl, 64, "Setting power for device '1:2:3' to '65535'"}));
+    EXPECT_EQ(1, log.Count({kProvisionLog, 64, "Setting power for device '1:2:3' to '65535'"}));
     EXPECT_EQ("<description/>", xml);
 }
 
@@ -167,9 +169,10 @@ TEST_P(PowerOutOfRange, FailsBeforeAnyRequest) {
     ExpectNothing();
     EXPECT_EQ(0, bus.Count("Device.Open"));
     EXPECT_EQ(0, bus.Count("Device.SetProperty"));
-    EXPECT_THAT(log.All(),
-                ElementsAre(LogLine{kTl, 64, std::string("Setting power for device '1:2:3' to '") + GetParam() + "'"},
-                            LogLine{kTl, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000008'"}));
+    EXPECT_THAT(
+        log.All(),
+        ElementsAre(LogLine{kProvisionLog, 64, std::string("Setting power for device '1:2:3' to '") + GetParam() + "'"},
+                    LogLine{kProvisionLog, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000008'"}));
 }
 INSTANTIATE_TEST_SUITE_P(Values, PowerOutOfRange,
                          testing::Values("65536", "-1", "4294967296", "-65536", "99999999999999999999"));
@@ -197,9 +200,9 @@ protected:
                        "Failed to set power for device '1:2:3'. Error: 'text E2000777'", Provide());
         ExpectNothing();
         EXPECT_EQ(0, bus.Count("Device.ProvideXmlFile"));
-        EXPECT_THAT(log.All(),
-                    ElementsAre(LogLine{kTl, 64, "Setting power for device '1:2:3' to '100'"},
-                                LogLine{kTl, 256, "Failed to set power for device '1:2:3'. Error: 'text E2000777'"}));
+        EXPECT_THAT(log.All(), ElementsAre(LogLine{kProvisionLog, 64, "Setting power for device '1:2:3' to '100'"},
+                                           LogLine{kProvisionLog, 256,
+                                                   "Failed to set power for device '1:2:3'. Error: 'text E2000777'"}));
     }
 };
 
