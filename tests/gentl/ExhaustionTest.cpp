@@ -80,8 +80,8 @@ protected:
 };
 
 TEST_F(Exhaustion, OfHandlesLeavesNothingHalfOpen) {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a million objects take the sanitizer minutes";
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "a million objects take sanitizers minutes";
 #endif
     NoHandles handles;
     EXPECT_EQ(OpenDevice(), GC_ERR_RESOURCE_EXHAUSTED);
