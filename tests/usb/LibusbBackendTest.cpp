@@ -81,23 +81,29 @@ TEST_F(LibusbTest, SaysThatItMayNotOpen) {
     EXPECT_EQ(m_Backend->Open(m_Plugged.Name(), handle), Result::Ok);
 }
 
+/// What opening says while the process may have so many files more than it has.
+Result OpenWithFewFiles(usb::Backend& bus, const std::string& id, unsigned int spare) {
+    rlimit before{};
+    EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int lowest = dup(STDIN_FILENO); // all below are taken
+    EXPECT_GE(lowest, 0);
+    close(lowest);
+    rlimit limit = before;
+    limit.rlim_cur = static_cast<rlim_t>(lowest) + spare;
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::unique_ptr<usb::Handle> handle;
+    const Result result = bus.Open(id, handle);
+    handle.reset();
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    return result;
+}
+
 TEST_F(LibusbTest, SaysThatTheProcessHasTooManyFilesOpen) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizers need descriptors themselves to look at objects";
 #endif
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const int lowest = dup(STDIN_FILENO); // all below are taken
-    ASSERT_GE(lowest, 0);
-    close(lowest);
     for (unsigned int spare = 0; spare < 16; ++spare) {
-        rlimit limit = before;
-        limit.rlim_cur = static_cast<rlim_t>(lowest) + spare;
-        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-        std::unique_ptr<usb::Handle> handle;
-        const Result result = m_Backend->Open(m_Plugged.Name(), handle);
-        handle.reset();
-        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+        const Result result = OpenWithFewFiles(*m_Backend, m_Plugged.Name(), spare);
         const bool isPlain = result == Result::TooManyFiles || (spare > 1 && result == Result::Ok);
         EXPECT_TRUE(isPlain) << usb::ToText(result) << " with " << spare << " left";
     }
@@ -198,21 +204,11 @@ TEST_F(LibusbTest, SaysWhyTheSystemRefusesEvenWhenFilesAreShort) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizers need descriptors themselves to look at objects";
 #endif
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const int lowest = dup(STDIN_FILENO); // all below are taken
-    ASSERT_GE(lowest, 0);
-    close(lowest);
     for (const auto& [error, wanted] : {std::pair{EACCES, Result::Access}, {EBUSY, Result::Busy}}) {
         unsigned int reasons = 0;
         for (unsigned int spare = 0; spare < 8; ++spare) { // too few to try again with
-            rlimit limit = before;
-            limit.rlim_cur = static_cast<rlim_t>(lowest) + spare;
             usbfs::Bus::Instance().RefuseOpens(m_Plugged.Name(), error, 1);
-            ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-            std::unique_ptr<usb::Handle> handle;
-            const Result result = m_Backend->Open(m_Plugged.Name(), handle);
-            ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+            const Result result = OpenWithFewFiles(*m_Backend, m_Plugged.Name(), spare);
             EXPECT_TRUE(result == Result::TooManyFiles || result == wanted) << usb::ToText(result);
             reasons += result == wanted;
         }
