@@ -1,3 +1,6 @@
+#include "TavixTL_USB/TavixUSB/event/TavixUsbEventGrabber.h"
+#include "TavixTL_USB/TavixUSB/stream/TavixUsbStream.h"
+
 #include "tavixusb/support/Description.h"
 #include "tavixusb/support/DeviceFixture.h"
 
@@ -218,6 +221,10 @@ TEST_F(WriteInDoubt, IsNotRepeatedWhileNobodyKnowsWhereACommandIs) {
 }
 
 TEST_F(WriteInDoubt, IsNotRepeatedOnADeviceThatIsClosedMeanwhile) {
+    // A close within an access asks for what stands before the node map in the order of locks; held here in that order.
+    auto& stream = dynamic_cast<Tavix::CTavixUsbStream&>(*device->GetStreamGrabber(0));
+    auto& events = dynamic_cast<Tavix::CTavixUsbEventGrabber&>(*device->GetEventGrabber());
+    const boost::unique_lock<boost::recursive_mutex> streamLock(stream.GetLock()), eventsLock(events.GetLock());
     bus.onCall = [this](const std::string& call) {
         if (call == "Device.ReadMem" && device->IsOpen()) device->Close();
     };
