@@ -8,29 +8,20 @@ void Answer::String(const char* text) {
     Bytes(INFO_DATATYPE_STRING, text, std::strlen(text) + 1);
 }
 
-void Answer::Int32(int32_t value) {
-    Bytes(INFO_DATATYPE_INT32, &value, sizeof value);
-}
-
-void Answer::Uint32(uint32_t value) {
-    Bytes(INFO_DATATYPE_UINT32, &value, sizeof value);
-}
-
-void Answer::Uint64(uint64_t value) {
-    Bytes(INFO_DATATYPE_UINT64, &value, sizeof value);
-}
-
-void Answer::Size(size_t value) {
-    Bytes(INFO_DATATYPE_SIZET, &value, sizeof value);
-}
-
-void Answer::Bool(bool value) {
-    const bool8_t byte = value ? 1 : 0;
-    Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
-}
-
-void Answer::Pointer(void* value) {
-    Bytes(INFO_DATATYPE_PTR, &value, sizeof value);
+void Answer::Number(INFO_DATATYPE type, uint64_t value) {
+    switch (type) {
+    case INFO_DATATYPE_BOOL8: {
+        const auto byte = static_cast<bool8_t>(value);
+        return Bytes(type, &byte, sizeof byte);
+    }
+    case INFO_DATATYPE_INT32:
+    case INFO_DATATYPE_UINT32: {
+        const auto word = static_cast<uint32_t>(value);
+        return Bytes(type, &word, sizeof word);
+    }
+    default:
+        return Bytes(type, &value, sizeof value);
+    }
 }
 
 void Answer::Bytes(INFO_DATATYPE type, const void* data, size_t size) {

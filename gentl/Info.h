@@ -20,12 +20,14 @@ public:
     /// With its closing NUL.
     void String(const std::string& text) { Bytes(INFO_DATATYPE_STRING, text.c_str(), text.size() + 1); }
     void String(const char* text);
-    void Int32(int32_t value);
-    void Uint32(uint32_t value);
-    void Uint64(uint64_t value);
-    void Size(size_t value);
-    void Bool(bool value);
-    void Pointer(void* value);
+    void Int32(int32_t value) { Number(INFO_DATATYPE_INT32, static_cast<uint32_t>(value)); }
+    void Uint32(uint32_t value) { Number(INFO_DATATYPE_UINT32, value); }
+    void Uint64(uint64_t value) { Number(INFO_DATATYPE_UINT64, value); }
+    void Size(size_t value) { Number(INFO_DATATYPE_SIZET, value); }
+    void Bool(bool value) { Number(INFO_DATATYPE_BOOL8, value ? 1 : 0); }
+    void Pointer(void* value) { Number(INFO_DATATYPE_PTR, reinterpret_cast<std::uintptr_t>(value)); }
+    /// As many of its low bytes as the type has.
+    void Number(INFO_DATATYPE type, uint64_t value);
     void Bytes(INFO_DATATYPE type, const void* data, size_t size);
 
 private:

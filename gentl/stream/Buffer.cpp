@@ -48,92 +48,159 @@ size_t ImageBytes(const Record& record, size_t room) {
     Fail(GC_ERR_NOT_AVAILABLE, "the buffer does not hold that");
 }
 
-size_t OfImage(const Record& record, std::uint32_t value) {
-    if (!HasImage(record)) NothingYet();
-    return value;
+/// What a buffer must hold for a figure to be there.
+enum class Needs : std::uint16_t { Nothing, Data, Image, Chunks, File };
+
+/// What a question about a buffer is answered with, unless it is a text. As small as two registers.
+struct Figure {
+    std::uint64_t value;
+    std::uint16_t type; // an INFO_DATATYPE
+    Needs needs;
+};
+
+Figure Number(std::uint64_t value, Needs needs = Needs::Nothing) {
+    return {value, INFO_DATATYPE_UINT64, needs};
 }
 
-std::uint64_t OfData(const Record& record, std::uint64_t value) {
-    if (!record.hasData) NothingYet();
-    return value;
+Figure Size(std::uint64_t value, Needs needs = Needs::Nothing) {
+    return {value, INFO_DATATYPE_SIZET, needs};
 }
 
-std::uint64_t OfChunks(const Record& record, std::uint64_t value) {
-    if (!HasChunks(record)) NothingYet();
-    return value;
+Figure Truth(bool value) {
+    return {value, INFO_DATATYPE_BOOL8, Needs::Nothing};
+}
+
+Figure Address(const void* value) {
+    return {reinterpret_cast<std::uintptr_t>(value), INFO_DATATYPE_PTR, Needs::Nothing};
+}
+
+bool Has(const Record& record, Needs needs) {
+    switch (needs) {
+    case Needs::Nothing:
+        return true;
+    case Needs::Data:
+        return record.hasData;
+    case Needs::Image:
+        return HasImage(record);
+    case Needs::Chunks:
+        return HasChunks(record);
+    default:
+        return false; // no camera of this kind sends files
+    }
+}
+
+void Tell(const Record& record, const Figure& figure, Answer& answer) {
+    if (!Has(record, figure.needs)) NothingYet();
+    answer.Number(figure.type, figure.value);
+}
+
+/// Consumers ask a dozen of these for each image, one call each, long after they asked last: what counts is how little
+/// code they run through, so each question has as little of its own as can be.
+Figure FigureOf(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command) {
+    const auto& result = record.result;
+    switch (command) {
+    case BUFFER_INFO_BASE:
+        return Address(buffer.data);
+    case BUFFER_INFO_SIZE:
+        return Size(buffer.size);
+    case BUFFER_INFO_USER_PTR:
+        return Address(buffer.userPointer);
+    case BUFFER_INFO_TIMESTAMP:
+    case BUFFER_INFO_TIMESTAMP_NS:
+        return Number(result.Timestamp, Needs::Data);
+    case BUFFER_INFO_NEW_DATA:
+        return Truth(record.isNew);
+    case BUFFER_INFO_IS_QUEUED:
+        return Truth(record.isQueued);
+    case BUFFER_INFO_IS_ACQUIRING:
+        return Truth(record.isOnBus && !record.hasData);
+    case BUFFER_INFO_IS_INCOMPLETE:
+        return Truth(record.hasData && result.Status != vexlo::VX_OK);
+    case BUFFER_INFO_SIZE_FILLED:
+    case BUFFER_INFO_DATA_SIZE:
+        return Size(Filled(record, buffer.size));
+    case BUFFER_INFO_WIDTH:
+        return Size(result.G2, Needs::Image);
+    case BUFFER_INFO_HEIGHT:
+    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
+        return Size(result.G1, Needs::Image);
+    case BUFFER_INFO_XOFFSET:
+        return Size(result.G3, Needs::Image);
+    case BUFFER_INFO_YOFFSET:
+        return Size(result.G4, Needs::Image);
+    case BUFFER_INFO_XPADDING:
+        return Size(result.H2, Needs::Image);
+    case BUFFER_INFO_YPADDING:
+        return Size(result.H1, Needs::Image);
+    case BUFFER_INFO_FRAMEID:
+        return Number(result.BlockId, Needs::Data);
+    case BUFFER_INFO_IMAGEPRESENT:
+        return Truth(HasImage(record));
+    case BUFFER_INFO_IMAGEOFFSET:
+        return Size(0, Needs::Image);
+    case BUFFER_INFO_PAYLOADTYPE:
+        return Size(PayloadType(record));
+    case BUFFER_INFO_PIXELFORMAT:
+        return Number(result.PixelFormat, Needs::Image);
+    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
+        return Number(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
+    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
+        return Size(Filled(record, buffer.size), Needs::Chunks);
+    case BUFFER_INFO_CHUNKLAYOUTID:
+        return Number(result.ChunkLayoutId, Needs::Chunks);
+    case BUFFER_INFO_FILENAME:
+        return Size(0, Needs::File);
+    case BUFFER_INFO_PIXEL_ENDIANNESS:
+        return {PIXELENDIANNESS_LITTLE, INFO_DATATYPE_INT32, Needs::Nothing};
+    case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
+        return Truth(record.hasData && result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
+    case BUFFER_INFO_CONTAINS_CHUNKDATA:
+        return Truth(HasChunks(record));
+    case BUFFER_INFO_IS_COMPOSITE:
+        return Truth(false);
+    default:
+        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a buffer");
+    }
+}
+
+Figure FigureOfPart(const Buffer& buffer, const Record& record, BUFFER_PART_INFO_CMD command) {
+    const auto& result = record.result;
+    switch (command) {
+    case BUFFER_PART_INFO_BASE:
+        return Address(buffer.data);
+    case BUFFER_PART_INFO_DATA_SIZE:
+        return Size(ImageBytes(record, buffer.size));
+    case BUFFER_PART_INFO_DATA_TYPE:
+        return Size(PART_DATATYPE_2D_IMAGE);
+    case BUFFER_PART_INFO_DATA_FORMAT:
+        return Number(result.PixelFormat);
+    case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:
+        return Number(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
+    case BUFFER_PART_INFO_WIDTH:
+        return Size(result.G2);
+    case BUFFER_PART_INFO_HEIGHT:
+    case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
+        return Size(result.G1);
+    case BUFFER_PART_INFO_XOFFSET:
+        return Size(result.G3);
+    case BUFFER_PART_INFO_YOFFSET:
+        return Size(result.G4);
+    case BUFFER_PART_INFO_XPADDING:
+        return Size(result.H2);
+    case BUFFER_PART_INFO_SOURCE_ID:
+    case BUFFER_PART_INFO_REGION_ID:
+    case BUFFER_PART_INFO_DATA_PURPOSE_ID:
+        return Number(0);
+    default:
+        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a part");
+    }
 }
 
 } // namespace
 
-/// Consumers ask a dozen of these for each image, one call each, long after they asked last: what counts is how little
-/// code they run through.
 void BufferInfo(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
-    const auto& result = record.result;
-    switch (command) {
-    case BUFFER_INFO_BASE:
-        return answer.Pointer(buffer.data);
-    case BUFFER_INFO_SIZE:
-        return answer.Size(buffer.size);
-    case BUFFER_INFO_USER_PTR:
-        return answer.Pointer(buffer.userPointer);
-    case BUFFER_INFO_TIMESTAMP:
-    case BUFFER_INFO_TIMESTAMP_NS:
-        return answer.Uint64(OfData(record, result.Timestamp));
-    case BUFFER_INFO_NEW_DATA:
-        return answer.Bool(record.isNew);
-    case BUFFER_INFO_IS_QUEUED:
-        return answer.Bool(record.isQueued);
-    case BUFFER_INFO_IS_ACQUIRING:
-        return answer.Bool(record.isOnBus && !record.hasData);
-    case BUFFER_INFO_IS_INCOMPLETE:
-        return answer.Bool(record.hasData && result.Status != vexlo::VX_OK);
-    case BUFFER_INFO_TLTYPE:
-        return answer.String(kTechnology);
-    case BUFFER_INFO_SIZE_FILLED:
-    case BUFFER_INFO_DATA_SIZE:
-        return answer.Size(Filled(record, buffer.size));
-    case BUFFER_INFO_WIDTH:
-        return answer.Size(OfImage(record, result.G2));
-    case BUFFER_INFO_HEIGHT:
-    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
-        return answer.Size(OfImage(record, result.G1));
-    case BUFFER_INFO_XOFFSET:
-        return answer.Size(OfImage(record, result.G3));
-    case BUFFER_INFO_YOFFSET:
-        return answer.Size(OfImage(record, result.G4));
-    case BUFFER_INFO_XPADDING:
-        return answer.Size(OfImage(record, result.H2));
-    case BUFFER_INFO_YPADDING:
-        return answer.Size(OfImage(record, result.H1));
-    case BUFFER_INFO_FRAMEID:
-        return answer.Uint64(OfData(record, result.BlockId));
-    case BUFFER_INFO_IMAGEPRESENT:
-        return answer.Bool(HasImage(record));
-    case BUFFER_INFO_IMAGEOFFSET:
-        return answer.Size(OfImage(record, 0));
-    case BUFFER_INFO_PAYLOADTYPE:
-        return answer.Size(PayloadType(record));
-    case BUFFER_INFO_PIXELFORMAT:
-        return answer.Uint64(OfImage(record, result.PixelFormat));
-    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
-        return answer.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
-    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
-        return answer.Size(OfChunks(record, Filled(record, buffer.size)));
-    case BUFFER_INFO_CHUNKLAYOUTID:
-        return answer.Uint64(OfChunks(record, result.ChunkLayoutId));
-    case BUFFER_INFO_FILENAME:
-        NothingYet();
-    case BUFFER_INFO_PIXEL_ENDIANNESS:
-        return answer.Int32(PIXELENDIANNESS_LITTLE);
-    case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
-        return answer.Bool(record.hasData && result.Status == vexlo::VX_E_BUFFER_TOO_SMALL);
-    case BUFFER_INFO_CONTAINS_CHUNKDATA:
-        return answer.Bool(HasChunks(record));
-    case BUFFER_INFO_IS_COMPOSITE:
-        return answer.Bool(false);
-    default:
-        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a buffer");
-    }
+    if (command == BUFFER_INFO_TLTYPE) return answer.String(kTechnology);
+    Tell(record, FigureOf(buffer, record, command), answer);
 }
 
 uint32_t CountParts(const Record& record) {
@@ -144,36 +211,7 @@ uint32_t CountParts(const Record& record) {
 void BufferPartInfo(const Buffer& buffer, const Record& record, uint32_t part, BUFFER_PART_INFO_CMD command,
                     Answer& answer) {
     if (part >= CountParts(record)) Fail(GC_ERR_INVALID_INDEX, "the buffer has one part");
-    const auto& result = record.result;
-    switch (command) {
-    case BUFFER_PART_INFO_BASE:
-        return answer.Pointer(buffer.data);
-    case BUFFER_PART_INFO_DATA_SIZE:
-        return answer.Size(ImageBytes(record, buffer.size));
-    case BUFFER_PART_INFO_DATA_TYPE:
-        return answer.Size(PART_DATATYPE_2D_IMAGE);
-    case BUFFER_PART_INFO_DATA_FORMAT:
-        return answer.Uint64(result.PixelFormat);
-    case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:
-        return answer.Uint64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
-    case BUFFER_PART_INFO_WIDTH:
-        return answer.Size(result.G2);
-    case BUFFER_PART_INFO_HEIGHT:
-    case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
-        return answer.Size(result.G1);
-    case BUFFER_PART_INFO_XOFFSET:
-        return answer.Size(result.G3);
-    case BUFFER_PART_INFO_YOFFSET:
-        return answer.Size(result.G4);
-    case BUFFER_PART_INFO_XPADDING:
-        return answer.Size(result.H2);
-    case BUFFER_PART_INFO_SOURCE_ID:
-    case BUFFER_PART_INFO_REGION_ID:
-    case BUFFER_PART_INFO_DATA_PURPOSE_ID:
-        return answer.Uint64(0);
-    default:
-        Fail(GC_ERR_NOT_IMPLEMENTED, "unknown information about a part");
-    }
+    Tell(record, FigureOfPart(buffer, record, command), answer);
 }
 
 Contents ContentsOf(const Buffer& buffer, const Record& record) {
