@@ -56,12 +56,20 @@ void Handles::Remove(void* handle) noexcept {
     m_Free.push_back(HandleBits(handle).Place()); // there is room
 }
 
-std::shared_ptr<Object> UseObject(void* handle, bool (*isOne)(Kind)) {
+namespace {
+
+std::shared_ptr<Object> Find(void* handle, Kinds kinds) {
     if (Slot* const slot = Handles::FindSlot(handle)) {
         const SpinGuard guard(slot->lock);
-        if (Handles::IsOf(*slot, handle) && isOne(slot->object->GetKind())) return slot->object;
+        if (Handles::IsOf(*slot, handle) && kinds.Have(slot->object->GetKind())) return slot->object;
     }
     Fail(GC_ERR_INVALID_HANDLE, "the handle is invalid, closed, or of another kind");
 }
+
+} // namespace
+
+HeldObject::HeldObject(void* handle, Kinds kinds) : m_Object(Find(handle, kinds)) {}
+
+HeldObject::~HeldObject() = default;
 
 } // namespace gentl

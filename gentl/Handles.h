@@ -14,6 +14,17 @@ namespace gentl {
 
 enum class Kind { System, Interface, Device, Stream, RemotePort, Buffer, Event };
 
+/// Several kinds.
+class Kinds {
+public:
+    template<class... Each>
+    explicit constexpr Kinds(Each... each) : m_Bits(((1U << static_cast<unsigned int>(each)) | ...)) {}
+    constexpr bool Have(Kind kind) const { return (m_Bits >> static_cast<unsigned int>(kind) & 1U) != 0; }
+
+private:
+    unsigned int m_Bits;
+};
+
 class Handles;
 struct Slot;
 
@@ -26,8 +37,9 @@ public:
     virtual ~Object() = default;
 
     Kind GetKind() const { return m_Kind; }
-    /// Whether objects of that kind are of this class; each class below that handles stand for has one of its own.
-    static bool IsOne(Kind) { return true; }
+    /// Of what kinds the objects of this class are; each class below that handles stand for tells it for itself.
+    static constexpr Kinds kKinds{Kind::System,     Kind::Interface, Kind::Device, Kind::Stream,
+                                  Kind::RemotePort, Kind::Buffer,    Kind::Event};
     void* Handle() const { return m_Handle; }
     /// Gives the object its handle, once, before anybody else knows it.
     void Register();
@@ -128,15 +140,29 @@ private:
     std::size_t m_Count TAVIX_GUARDED_BY(m_Mutex) = 0; // places made so far
 };
 
-/// The object behind a handle. INVALID_HANDLE when there is none that `isOne`.
-std::shared_ptr<Object> UseObject(void* handle, bool (*isOne)(Kind));
+/// A share of the object behind a handle. What is done at each frame and for each question holds one, so taking and
+/// giving it back stand in one place, not in each of them.
+class HeldObject {
+public:
+    /// INVALID_HANDLE when there is none of such a kind.
+    HeldObject(void* handle, Kinds kinds);
+    ~HeldObject();
+    HeldObject(const HeldObject&) = delete;
+    HeldObject& operator=(const HeldObject&) = delete;
 
-/// The same for objects of that class.
+protected:
+    const std::shared_ptr<Object> m_Object;
+};
+
+/// The same for objects of a class. Bound to a thread.
 template<class T>
-std::shared_ptr<T> Use(void* handle) {
-    std::shared_ptr<Object> object = UseObject(handle, &T::IsOne);
-    T* const itself = static_cast<T*>(object.get());
-    return {std::move(object), itself};
-}
+class Held : public HeldObject {
+public:
+    explicit Held(void* handle) : HeldObject(handle, T::kKinds) {}
+
+    T& operator*() const { return static_cast<T&>(*m_Object); }
+    T* operator->() const { return &**this; }
+    std::shared_ptr<T> Share() const { return std::static_pointer_cast<T>(m_Object); }
+};
 
 } // namespace gentl

@@ -18,7 +18,7 @@ namespace gentl {
 /// Thread-safe.
 class EventQueue : public Object {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::Event; }
+    static constexpr Kinds kKinds{Kind::Event};
     explicit EventQueue(EVENT_TYPE type);
 
     EVENT_TYPE Type() const { return m_Type; }

@@ -37,10 +37,10 @@ namespace {
 /// The registers behind a handle; the module lives as long as this does.
 struct UsedPort {
     explicit UsedPort(PORT_HANDLE handle) {
-        const auto object = Use<Object>(handle);
+        const Held<Object> object(handle);
         if (object->GetKind() == Kind::Event) Fail(GC_ERR_INVALID_HANDLE, "an event has no port");
         if (object->GetKind() == Kind::Buffer) Fail(GC_ERR_NOT_IMPLEMENTED, "buffers have no port");
-        module = std::static_pointer_cast<Module>(object);
+        module = std::static_pointer_cast<Module>(object.Share());
         port = module->GetPort();
     }
     std::shared_ptr<Module> module;

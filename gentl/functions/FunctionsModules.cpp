@@ -19,14 +19,14 @@ std::string IdOf(const char* id) {
 
 /// A module may have been closed while this thread waited for the lock.
 template<class T>
-std::shared_ptr<T> StillOpen(const std::shared_ptr<T>& module) TAVIX_REQUIRES(TreeMutex()) {
-    return Use<T>(module->Handle());
+Held<T> StillOpen(const Held<T>& module) TAVIX_REQUIRES(TreeMutex()) {
+    return Held<T>(module->Handle());
 }
 
 template<class T>
 GC_ERROR Close(void* handle) {
     return Call([&] {
-        const auto module = Use<T>(handle);
+        const Held<T> module(handle);
         const TreeGuard guard(TreeMutex());
         StillOpen(module)->Close();
     });
@@ -42,12 +42,12 @@ GC_ERROR TLOpen(TL_HANDLE* phTL) {
 }
 
 GC_ERROR TLClose(TL_HANDLE hTL) {
-    return Call([&] { CloseSystem(*Use<System>(hTL)); });
+    return Call([&] { CloseSystem(*Held<System>(hTL)); });
 }
 
 GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Call([&] {
-        (void)Use<System>(hTL);
+        (void)Held<System>(hTL);
         Answer answer(piType, pBuffer, piSize);
         System::Info(iInfoCmd, answer);
     });
@@ -55,21 +55,21 @@ GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, v
 
 GC_ERROR TLUpdateInterfaceList(TL_HANDLE hTL, bool8_t* pbChanged, uint64_t) {
     return Call([&] {
-        const bool changed = Use<System>(hTL)->UpdateInterfaces();
+        const bool changed = Held<System>(hTL)->UpdateInterfaces();
         if (pbChanged) *pbChanged = changed ? 1 : 0;
     });
 }
 
 GC_ERROR TLGetNumInterfaces(TL_HANDLE hTL, uint32_t* piNumIfaces) {
     return Call([&] {
-        const auto system = Use<System>(hTL);
+        const Held<System> system(hTL);
         Needed(piNumIfaces) = static_cast<uint32_t>(system->CountInterfaces());
     });
 }
 
 GC_ERROR TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sID, size_t* piSize) {
     return Call([&] {
-        const auto system = Use<System>(hTL);
+        const Held<System> system(hTL);
         Answer answer(nullptr, sID, piSize);
         answer.String(system->InterfaceAt(iIndex).id);
     });
@@ -78,7 +78,7 @@ GC_ERROR TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sID, size_t* piS
 GC_ERROR TLGetInterfaceInfo(TL_HANDLE hTL, const char* sIfaceID, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                             void* pBuffer, size_t* piSize) {
     return Call([&] {
-        const auto system = Use<System>(hTL);
+        const Held<System> system(hTL);
         const std::string id = IdOf(sIfaceID);
         Answer answer(piType, pBuffer, piSize);
         Interface::Info(system->FindInterface(id), iInfoCmd, answer);
@@ -87,7 +87,7 @@ GC_ERROR TLGetInterfaceInfo(TL_HANDLE hTL, const char* sIfaceID, INTERFACE_INFO_
 
 GC_ERROR TLOpenInterface(TL_HANDLE hTL, const char* sIfaceID, IF_HANDLE* phIface) {
     return Call([&] {
-        const auto system = Use<System>(hTL);
+        const Held<System> system(hTL);
         const std::string id = IdOf(sIfaceID);
         IF_HANDLE& handle = Needed(phIface);
         const TreeGuard guard(TreeMutex());
@@ -102,7 +102,7 @@ GC_ERROR IFClose(IF_HANDLE hIface) {
 GC_ERROR IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
                    size_t* piSize) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         Answer answer(piType, pBuffer, piSize);
         interface->Info(iInfoCmd, answer);
     });
@@ -110,21 +110,21 @@ GC_ERROR IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE*
 
 GC_ERROR IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t) {
     return Call([&] {
-        const bool changed = Use<Interface>(hIface)->UpdateDevices();
+        const bool changed = Held<Interface>(hIface)->UpdateDevices();
         if (pbChanged) *pbChanged = changed ? 1 : 0;
     });
 }
 
 GC_ERROR IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         Needed(piNumDevices) = static_cast<uint32_t>(interface->CountDevices());
     });
 }
 
 GC_ERROR IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sID, size_t* piSize) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         Answer answer(nullptr, sID, piSize);
         answer.String(interface->DeviceAt(iIndex).id);
     });
@@ -133,7 +133,7 @@ GC_ERROR IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sID, size_t* piS
 GC_ERROR IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                          void* pBuffer, size_t* piSize) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         const std::string id = IdOf(sDeviceID);
         Answer answer(piType, pBuffer, piSize);
         interface->DeviceInfo(interface->FindDevice(id), iInfoCmd, answer);
@@ -142,7 +142,7 @@ GC_ERROR IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CM
 
 GC_ERROR IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE* phDevice) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         const std::string id = IdOf(sDeviceID);
         DEV_HANDLE& handle = Needed(phDevice);
         if (iOpenFlags < DEVICE_ACCESS_READONLY || iOpenFlags > DEVICE_ACCESS_EXCLUSIVE)
@@ -154,7 +154,7 @@ GC_ERROR IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLA
 
 GC_ERROR IFGetParentTL(IF_HANDLE hIface, TL_HANDLE* phSystem) {
     return Call([&] {
-        const auto interface = Use<Interface>(hIface);
+        const Held<Interface> interface(hIface);
         Needed(phSystem) = interface->Parent()->Handle();
     });
 }
@@ -166,7 +166,7 @@ GC_ERROR DevClose(DEV_HANDLE hDevice) {
 GC_ERROR DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
                     size_t* piSize) {
     return Call([&] {
-        const auto device = Use<Device>(hDevice);
+        const Held<Device> device(hDevice);
         Answer answer(piType, pBuffer, piSize);
         device->Info(iInfoCmd, answer);
     });
@@ -174,21 +174,21 @@ GC_ERROR DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE*
 
 GC_ERROR DevGetPort(DEV_HANDLE hDevice, PORT_HANDLE* phRemoteDevice) {
     return Call([&] {
-        const auto device = Use<Device>(hDevice);
+        const Held<Device> device(hDevice);
         Needed(phRemoteDevice) = device->Remote()->Handle();
     });
 }
 
 GC_ERROR DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
     return Call([&] {
-        (void)Use<Device>(hDevice);
+        (void)Held<Device>(hDevice);
         Needed(piNumDataStreams) = 1;
     });
 }
 
 GC_ERROR DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID, size_t* piSize) {
     return Call([&] {
-        (void)Use<Device>(hDevice);
+        (void)Held<Device>(hDevice);
         Answer answer(nullptr, sDataStreamID, piSize);
         if (iIndex != 0) Fail(GC_ERR_INVALID_INDEX, "the device has one stream");
         answer.String(Device::kStreamId);
@@ -197,7 +197,7 @@ GC_ERROR DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStre
 
 GC_ERROR DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HANDLE* phDataStream) {
     return Call([&] {
-        const auto device = Use<Device>(hDevice);
+        const Held<Device> device(hDevice);
         const std::string id = IdOf(sDataStreamID);
         DS_HANDLE& handle = Needed(phDataStream);
         const TreeGuard guard(TreeMutex());
@@ -207,7 +207,7 @@ GC_ERROR DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HAN
 
 GC_ERROR DevGetParentIF(DEV_HANDLE hDevice, IF_HANDLE* phIface) {
     return Call([&] {
-        const auto device = Use<Device>(hDevice);
+        const Held<Device> device(hDevice);
         Needed(phIface) = device->Parent()->Handle();
     });
 }
@@ -218,7 +218,7 @@ GC_ERROR DSClose(DS_HANDLE hDataStream) {
 
 GC_ERROR DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         Needed(phDevice) = stream->Parent()->Handle();
     });
 }

@@ -9,7 +9,7 @@ using namespace gentl;
 
 GC_ERROR DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, void* pPrivate, BUFFER_HANDLE* phBuffer) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         BUFFER_HANDLE& handle = Needed(phBuffer);
         handle = stream->Announce(pBuffer, iSize, pPrivate)->Handle();
     });
@@ -17,7 +17,7 @@ GC_ERROR DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, vo
 
 GC_ERROR DSAllocAndAnnounceBuffer(DS_HANDLE hDataStream, size_t iSize, void* pPrivate, BUFFER_HANDLE* phBuffer) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         BUFFER_HANDLE& handle = Needed(phBuffer);
         handle = stream->Allocate(iSize, pPrivate)->Handle();
     });
@@ -25,21 +25,21 @@ GC_ERROR DSAllocAndAnnounceBuffer(DS_HANDLE hDataStream, size_t iSize, void* pPr
 
 GC_ERROR DSAnnounceCompositeBuffer(DS_HANDLE hDataStream, size_t, void**, size_t*, void*, BUFFER_HANDLE*) {
     return Call([&] {
-        (void)Use<Stream>(hDataStream);
+        (void)Held<Stream>(hDataStream);
         Fail(GC_ERR_NOT_IMPLEMENTED, "this technology has no composite buffers");
     });
 }
 
 GC_ERROR DSRevokeBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, void** ppBuffer, void** ppPrivate) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
-        stream->Revoke(Use<Buffer>(hBuffer), ppBuffer, ppPrivate);
+        const Held<Stream> stream(hDataStream);
+        stream->Revoke(Held<Buffer>(hBuffer).Share(), ppBuffer, ppPrivate);
     });
 }
 
 GC_ERROR DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* phBuffer) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         BUFFER_HANDLE& handle = Needed(phBuffer);
         handle = stream->Engine().BufferAt(iIndex);
     });
@@ -47,18 +47,18 @@ GC_ERROR DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* ph
 
 GC_ERROR DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
-        stream->Queue(Use<Buffer>(hBuffer));
+        const Held<Stream> stream(hDataStream);
+        stream->Queue(*Held<Buffer>(hBuffer));
     });
 }
 
 GC_ERROR DSFlushQueue(DS_HANDLE hDataStream, ACQ_QUEUE_TYPE iOperation) {
-    return Call([&] { Use<Stream>(hDataStream)->Engine().Flush(iOperation); });
+    return Call([&] { Held<Stream>(hDataStream)->Engine().Flush(iOperation); });
 }
 
 GC_ERROR DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags, uint64_t iNumToAcquire) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         if (iStartFlags != ACQ_START_FLAGS_DEFAULT) Fail(GC_ERR_INVALID_PARAMETER, "unknown flags for a start");
         stream->Start(iNumToAcquire);
     });
@@ -66,7 +66,7 @@ GC_ERROR DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags, 
 
 GC_ERROR DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         if (iStopFlags != ACQ_STOP_FLAGS_DEFAULT && iStopFlags != ACQ_STOP_FLAGS_KILL)
             Fail(GC_ERR_INVALID_PARAMETER, "unknown flags for a stop");
         stream->Stop();
@@ -76,7 +76,7 @@ GC_ERROR DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
 GC_ERROR DSGetInfo(DS_HANDLE hDataStream, STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
                    size_t* piSize) {
     return Call([&] {
-        const auto stream = Use<Stream>(hDataStream);
+        const Held<Stream> stream(hDataStream);
         Answer answer(piType, pBuffer, piSize);
         stream->Info(iInfoCmd, answer);
     });
@@ -171,14 +171,14 @@ GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer
 
 GC_ERROR DSGetNumFlows(DS_HANDLE hDataStream, uint32_t*) {
     return Call([&] {
-        (void)Use<Stream>(hDataStream);
+        (void)Held<Stream>(hDataStream);
         Fail(GC_ERR_NOT_IMPLEMENTED, "this technology has no flows");
     });
 }
 
 GC_ERROR DSGetFlowInfo(DS_HANDLE hDataStream, uint32_t, FLOW_INFO_CMD, INFO_DATATYPE*, void*, size_t*) {
     return Call([&] {
-        (void)Use<Stream>(hDataStream);
+        (void)Held<Stream>(hDataStream);
         Fail(GC_ERR_NOT_IMPLEMENTED, "this technology has no flows");
     });
 }

@@ -20,7 +20,7 @@ class Stream;
 /// Thread-safe.
 class Device final : public Module {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::Device; }
+    static constexpr Kinds kKinds{Kind::Device};
     Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags);
     ~Device() override;
 

@@ -16,7 +16,7 @@ class System;
 /// Thread-safe.
 class Interface final : public Module {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::Interface; }
+    static constexpr Kinds kKinds{Kind::Interface};
     Interface(std::shared_ptr<System> system, HostController controller);
     ~Interface() override;
 

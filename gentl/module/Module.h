@@ -52,7 +52,7 @@ public:
 class Module : public Object {
 public:
     using Object::Object;
-    static bool IsOne(Kind kind) { return kind != Kind::Buffer && kind != Kind::Event; }
+    static constexpr Kinds kKinds{Kind::System, Kind::Interface, Kind::Device, Kind::Stream, Kind::RemotePort};
 
     /// Null when the module has no registers.
     virtual gentl::Port* GetPort() { return nullptr; }

@@ -12,7 +12,7 @@ class Device;
 /// Lives as long as its device. Thread-safe.
 class RemotePort final : public Module, public Port {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::RemotePort; }
+    static constexpr Kinds kKinds{Kind::RemotePort};
     explicit RemotePort(Device& device);
 
     gentl::Port* GetPort() override { return this; }

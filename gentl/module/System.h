@@ -16,7 +16,7 @@ class Interface;
 /// Thread-safe.
 class System final : public Module {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::System; }
+    static constexpr Kinds kKinds{Kind::System};
     System();
     ~System() override;
 

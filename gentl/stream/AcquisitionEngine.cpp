@@ -83,13 +83,13 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
     return m_Queues.Announced()[index]->Handle();
 }
 
-void AcquisitionEngine::Queue(const SharedBuffer& buffer) {
+void AcquisitionEngine::Queue(Buffer& buffer) {
     const Guard guard(m_Mutex);
-    CheckAnnounced(*buffer);
-    const Place place = m_Queues.WayOf(*buffer).place;
+    CheckAnnounced(buffer);
+    const Place place = m_Queues.WayOf(buffer).place;
     if (place == Place::Input) Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is queued already");
     if (place == Place::Output) Fail(GC_ERR_BUSY, "the buffer was filled and waits to be delivered");
-    PutIntoInput(*buffer);
+    PutIntoInput(buffer);
 }
 
 void AcquisitionEngine::Drain() {
@@ -143,9 +143,9 @@ EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
     return {buffer->Handle(), buffer->userPointer};
 }
 
-void AcquisitionEngine::PutAllAside(BufferQueues::Queue buffers) {
-    for (Buffer* const buffer : buffers)
-        PutAside(*buffer);
+void AcquisitionEngine::PutAllAside(const BufferQueues::Queue& buffers) {
+    while (!buffers.empty())
+        PutAside(*buffers.front());
 }
 
 void AcquisitionEngine::QueueAll(bool andOutput) {

@@ -23,7 +23,8 @@ public:
     void Revoke(const SharedBuffer& buffer);
     /// INVALID_INDEX.
     BUFFER_HANDLE BufferAt(size_t index);
-    void Queue(const SharedBuffer& buffer);
+    /// The caller has a share of it.
+    void Queue(Buffer& buffer);
     void Flush(ACQ_QUEUE_TYPE operation);
     /// The oldest buffer of the output queue, now delivered; a null handle when there is none. `isLast` when none
     /// follows.
@@ -56,7 +57,8 @@ private:
     void PutIntoInput(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// BUSY when it is being filled.
     void PutAside(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
-    void PutAllAside(BufferQueues::Queue buffers) TAVIX_REQUIRES(m_Mutex);
+    /// Ends when the queue is empty.
+    void PutAllAside(const BufferQueues::Queue& buffers) TAVIX_REQUIRES(m_Mutex);
     /// Those that are in none of the queues; with `andOutput` also those of the output queue.
     void QueueAll(bool andOutput) TAVIX_REQUIRES(m_Mutex);
     void FlushInputToOutput() TAVIX_REQUIRES(m_Mutex);

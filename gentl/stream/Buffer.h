@@ -7,6 +7,7 @@
 #include "vexlo/VxStream.h"
 
 #include <cassert>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -17,12 +18,13 @@ namespace gentl {
 ///   none --announce--> announced --queue--> input --filled--> output --EventGetData--> delivered --queue--> input
 ///   none <--revoke-- all of them
 enum class Place { None, Announced, Input, Output, Delivered };
+inline constexpr std::size_t kPlaces = 5;
 
 /// Its memory belongs to the stream; what changes has two guards: where it is belongs to the stream's queues, what
 /// queries tell to the lock of the buffer's slot, so that they wait for nobody. Thread-safe.
 class Buffer final : public Object {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::Buffer; }
+    static constexpr Kinds kKinds{Kind::Buffer};
     /// `shareOfMemory` is null for memory of the consumer, who keeps it until the buffer is revoked.
     Buffer(void* streamHandle, void* memory, size_t bytes, void* user, std::shared_ptr<void> shareOfMemory = nullptr)
         : Object(Kind::Buffer), stream(streamHandle), data(memory), size(bytes), userPointer(user),
@@ -62,8 +64,10 @@ public:
 
 private:
     friend class BufferQueues;
+    using Queue = std::list<Buffer*>; // so that buffers change places in no time and without memory
     /// Who has it.
     struct Way {
+        Queue::iterator here; ///< in the queue of its place, unless that is None
         Place place = Place::None;
         vexlo::BufferHandle_s* handle = nullptr; ///< null while not registered on the bus
         bool isOnBus = false;                    ///< the USB access library has it

@@ -3,7 +3,7 @@
 
 #include "gentl/stream/Buffer.h"
 
-#include <deque>
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -23,7 +23,7 @@ using SharedBuffer = std::shared_ptr<Buffer>;
 /// announced buffer lives until it is revoked, so those in the queues are not shared again. Re-entrant.
 class BufferQueues {
 public:
-    using Queue = std::deque<Buffer*>;
+    using Queue = Buffer::Queue;
 
     /// Since the last BeginCounting.
     struct Counts {
@@ -34,8 +34,8 @@ public:
 
     Buffer::Way& WayOf(Buffer& buffer) { return buffer.m_Way; }
     const std::vector<SharedBuffer>& Announced() const { return m_Announced; }
-    const Queue& Input() const { return m_Input; }
-    const Queue& Output() const { return m_Output; }
+    const Queue& Input() const { return At(Place::Input); }
+    const Queue& Output() const { return At(Place::Output); }
     const Counts& Counted() const { return m_Counts; }
     void BeginCounting() { m_Counts = {}; }
 
@@ -63,11 +63,13 @@ public:
     Buffer* TakeOverwritten(Handling handling);
 
 private:
-    /// Out of the queue that it is in, if it is in one.
-    void TakeOut(Buffer& buffer);
+    Queue& At(Place place) { return m_Queues[static_cast<std::size_t>(place)]; }
+    const Queue& At(Place place) const { return m_Queues[static_cast<std::size_t>(place)]; }
+    /// From wherever it is to the end of those at that place. Needs no memory.
+    void Move(Buffer& buffer, Place place) noexcept;
 
     std::vector<SharedBuffer> m_Announced;
-    Queue m_Input, m_Output;
+    std::array<Queue, kPlaces> m_Queues; // by place
     Counts m_Counts;
 };
 

@@ -28,8 +28,8 @@ void Stream::Open() {
     Check(m_Vx.Open(), "The camera's stream cannot be opened");
 }
 
-void Stream::CheckOwn(const SharedBuffer& buffer) const {
-    if (buffer->stream != Handle()) Fail(GC_ERR_INVALID_HANDLE, "the buffer does not belong to the stream");
+void Stream::CheckOwn(const Buffer& buffer) const {
+    if (buffer.stream != Handle()) Fail(GC_ERR_INVALID_HANDLE, "the buffer does not belong to the stream");
 }
 
 SharedBuffer Stream::Announce(void* memory, size_t size, void* user) {
@@ -50,13 +50,13 @@ SharedBuffer Stream::Allocate(size_t size, void* user) {
 }
 
 void Stream::Revoke(const SharedBuffer& buffer, void** memory, void** user) {
-    CheckOwn(buffer);
+    CheckOwn(*buffer);
     m_Engine.Revoke(buffer);
     if (memory) *memory = buffer->own ? nullptr : buffer->data;
     if (user) *user = buffer->userPointer;
 }
 
-void Stream::Queue(const SharedBuffer& buffer) {
+void Stream::Queue(Buffer& buffer) {
     CheckOwn(buffer);
     m_Engine.Queue(buffer);
 }

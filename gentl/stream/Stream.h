@@ -14,7 +14,7 @@ class Device;
 /// The module: its engine, what it tells of itself, and its event. Lock order: TreeMutex(), the engine's. Thread-safe.
 class Stream final : public Module {
 public:
-    static bool IsOne(Kind kind) { return kind == Kind::Stream; }
+    static constexpr Kinds kKinds{Kind::Stream};
     explicit Stream(std::shared_ptr<Device> device);
     ~Stream() override;
 
@@ -28,7 +28,7 @@ public:
     SharedBuffer Allocate(size_t size, void* user);
     /// BUSY while it is being filled. `memory` becomes null for memory of Allocate, which is gone then.
     void Revoke(const SharedBuffer& buffer, void** memory, void** user);
-    void Queue(const SharedBuffer& buffer);
+    void Queue(Buffer& buffer);
     void Start(std::uint64_t count);
     void Stop();
 
@@ -53,7 +53,7 @@ private:
     void RequireUnlocked() const;
     std::uint64_t PayloadSize();
     std::uint64_t CountLost(const Figures& figures);
-    void CheckOwn(const SharedBuffer& buffer) const;
+    void CheckOwn(const Buffer& buffer) const;
 
     const std::shared_ptr<Device> m_Device;
     ModulePort m_Port;
