@@ -5,6 +5,7 @@
 
 #include <vexlo/Status.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
@@ -22,6 +23,7 @@ struct Damage {
     const char* rule;     ///< without the frame's number
     vexlo::VxStatus seen; ///< code of the damaged frame; VX_OK when the application gets it as a good one
     const char* transferSize = "1048576";
+    vexlo::VxStatus orSeen = seen; ///< instead, where it depends on how much had come when the damage was noticed
 };
 
 void PrintTo(const Damage& damage, std::ostream* out) {
@@ -69,7 +71,8 @@ TEST_P(DamagedBlock, CostsAtMostOneFrameMore) {
         EXPECT_TRUE(failures.empty()) << std::hex << failures.front();
     } else {
         ASSERT_FALSE(failures.empty()) << "nobody told the application";
-        EXPECT_EQ(failures.front(), GetParam().seen) << std::hex << failures.front();
+        EXPECT_THAT(failures.front(), testing::AnyOf(GetParam().seen, GetParam().orSeen))
+            << std::hex << failures.front();
     }
     EXPECT_LE(failures.size(), 2u);
     EXPECT_LE(lost, 2u) << "blocks that are not there, the damaged one included";
@@ -88,32 +91,33 @@ using vexlo::VX_OK;
 
 INSTANTIATE_TEST_SUITE_P(
     Each, DamagedBlock,
-    testing::Values(Damage{"LostLeader", R"("fault": "LostLeader")", VX_E_BAD_LEADER},
-                    Damage{"LostTrailer", R"("fault": "LostTrailer")", VX_E_BAD_TRAILER},
-                    Damage{"LeaderAndTrailerSwapped", R"("fault": "Swapped")", VX_E_BAD_TRAILER},
-                    Damage{"WrongMagicOfTheLeader", R"("fault": "LeaderMagic")", VX_E_BAD_LEADER},
-                    Damage{"WrongMagicOfTheTrailer", R"("fault": "TrailerMagic")", VX_E_BAD_TRAILER},
-                    Damage{"EmptyPacketForTheLeader", R"("fault": "EmptyLeader")", VX_E_BAD_LEADER},
-                    Damage{"EmptyPacketForTheTrailer", R"("fault": "EmptyTrailer")", VX_E_BAD_TRAILER},
-                    Damage{"LongerLeader", R"("fault": "LongLeader", "value": 12)", VX_OK},
-                    Damage{"UnknownPayloadType", R"("fault": "PayloadType", "value": 9029)", VX_OK},
-                    Damage{"GapInTheBlockIds", R"("fault": "IdGap", "value": 2)", VX_OK},
-                    Damage{"IdsOfLeaderAndTrailerDiffer", R"("fault": "IdMismatch")", VX_E_BAD_TRAILER},
-                    Damage{"DataDiscarded", R"("fault": "Discarded", "value": 50000)", VX_E_DATA_DISCARDED},
-                    Damage{"DataOverrun", R"("fault": "Overrun", "value": 10)", VX_E_DATA_OVERRUN},
-                    Damage{"NoByteValid", R"("fault": "ZeroValidSize")", VX_OK},
-                    Damage{"FewerLinesThanAnnounced", R"("fault": "LessLines", "value": 100)", VX_OK},
-                    Damage{"FewerLines", R"("fault": "ShortHeight", "value": 100)", VX_OK},
-                    Damage{"LastTransferPadded", R"("fault": "Padding")", VX_OK, "65536"},
-                    // Where further transfers follow, the payload is whole all the same, only cut otherwise.
-                    Damage{"PacketTooMany", R"("fault": "Overflow")", VX_OK, "65536"},
-                    Damage{"PacketTooManyInTheOnlyTransfer", R"("fault": "Overflow")", VX_E_BAD_TRAILER},
-                    Damage{"StallAtTheStart", R"("fault": "Stall", "value": 0)", VX_E_USB_STALL},
-                    Damage{"StallInTheMiddle", R"("fault": "Stall", "value": 150000)", VX_E_USB_STALL, "65536"},
-                    Damage{"LineError", R"("fault": "LineError", "value": 150000)", VX_E_USB_IO, "65536"},
-                    Damage{"BytesOfAnEarlierBlock", R"("fault": "LeftOver", "value": 600)", VX_E_BAD_LEADER},
-                    Damage{"ALotOfAnEarlierBlock", R"("fault": "LeftOver", "value": 200000)", VX_E_BAD_LEADER,
-                           "65536"}),
+    testing::Values(
+        Damage{"LostLeader", R"("fault": "LostLeader")", VX_E_BAD_LEADER},
+        Damage{"LostTrailer", R"("fault": "LostTrailer")", VX_E_BAD_TRAILER},
+        // A payload that was there already is told as one without leader, and then the leader alone.
+        Damage{"LeaderAndTrailerSwapped", R"("fault": "Swapped")", VX_E_BAD_TRAILER, "1048576", VX_E_BAD_LEADER},
+        Damage{"WrongMagicOfTheLeader", R"("fault": "LeaderMagic")", VX_E_BAD_LEADER},
+        Damage{"WrongMagicOfTheTrailer", R"("fault": "TrailerMagic")", VX_E_BAD_TRAILER},
+        Damage{"EmptyPacketForTheLeader", R"("fault": "EmptyLeader")", VX_E_BAD_LEADER},
+        Damage{"EmptyPacketForTheTrailer", R"("fault": "EmptyTrailer")", VX_E_BAD_TRAILER},
+        Damage{"LongerLeader", R"("fault": "LongLeader", "value": 12)", VX_OK},
+        Damage{"UnknownPayloadType", R"("fault": "PayloadType", "value": 9029)", VX_OK},
+        Damage{"GapInTheBlockIds", R"("fault": "IdGap", "value": 2)", VX_OK},
+        Damage{"IdsOfLeaderAndTrailerDiffer", R"("fault": "IdMismatch")", VX_E_BAD_TRAILER},
+        Damage{"DataDiscarded", R"("fault": "Discarded", "value": 50000)", VX_E_DATA_DISCARDED},
+        Damage{"DataOverrun", R"("fault": "Overrun", "value": 10)", VX_E_DATA_OVERRUN},
+        Damage{"NoByteValid", R"("fault": "ZeroValidSize")", VX_OK},
+        Damage{"FewerLinesThanAnnounced", R"("fault": "LessLines", "value": 100)", VX_OK},
+        Damage{"FewerLines", R"("fault": "ShortHeight", "value": 100)", VX_OK},
+        Damage{"LastTransferPadded", R"("fault": "Padding")", VX_OK, "65536"},
+        // Where further transfers follow, the payload is whole all the same, only cut otherwise.
+        Damage{"PacketTooMany", R"("fault": "Overflow")", VX_OK, "65536"},
+        Damage{"PacketTooManyInTheOnlyTransfer", R"("fault": "Overflow")", VX_E_BAD_TRAILER},
+        Damage{"StallAtTheStart", R"("fault": "Stall", "value": 0)", VX_E_USB_STALL},
+        Damage{"StallInTheMiddle", R"("fault": "Stall", "value": 150000)", VX_E_USB_STALL, "65536"},
+        Damage{"LineError", R"("fault": "LineError", "value": 150000)", VX_E_USB_IO, "65536"},
+        Damage{"BytesOfAnEarlierBlock", R"("fault": "LeftOver", "value": 600)", VX_E_BAD_LEADER},
+        Damage{"ALotOfAnEarlierBlock", R"("fault": "LeftOver", "value": 200000)", VX_E_BAD_LEADER, "65536"}),
     [](const auto& instance) { return instance.param.name; });
 
 // The same in blocks of five payload transfers, where more of them are queued behind the damage.
@@ -121,7 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
     EachInSmallTransfers, DamagedBlock,
     testing::Values(Damage{"LostLeader", R"("fault": "LostLeader")", VX_E_BAD_LEADER, "65536"},
                     Damage{"LostTrailer", R"("fault": "LostTrailer")", VX_E_BAD_TRAILER, "65536"},
-                    Damage{"LeaderAndTrailerSwapped", R"("fault": "Swapped")", VX_E_BAD_TRAILER, "65536"},
+                    Damage{"LeaderAndTrailerSwapped", R"("fault": "Swapped")", VX_E_BAD_TRAILER, "65536",
+                           VX_E_BAD_LEADER},
                     Damage{"WrongMagicOfTheLeader", R"("fault": "LeaderMagic")", VX_E_BAD_LEADER, "65536"},
                     Damage{"WrongMagicOfTheTrailer", R"("fault": "TrailerMagic")", VX_E_BAD_TRAILER, "65536"},
                     Damage{"EmptyPacketForTheLeader", R"("fault": "EmptyLeader")", VX_E_BAD_LEADER, "65536"},
