@@ -58,7 +58,7 @@ void Handles::Remove(void* handle) noexcept {
 
 namespace {
 
-std::shared_ptr<Object> Find(void* handle, Kinds kinds) {
+[[gnu::hot]] std::shared_ptr<Object> Find(void* handle, Kinds kinds) {
     if (Slot* const slot = Handles::FindSlot(handle)) {
         const SpinGuard guard(slot->lock);
         if (Handles::IsOf(*slot, handle) && kinds.Have(slot->object->GetKind())) return slot->object;
@@ -68,8 +68,8 @@ std::shared_ptr<Object> Find(void* handle, Kinds kinds) {
 
 } // namespace
 
-HeldObject::HeldObject(void* handle, Kinds kinds) : m_Object(Find(handle, kinds)) {}
+[[gnu::hot]] HeldObject::HeldObject(void* handle, Kinds kinds) : m_Object(Find(handle, kinds)) {}
 
-HeldObject::~HeldObject() = default;
+[[gnu::hot]] HeldObject::~HeldObject() = default;
 
 } // namespace gentl

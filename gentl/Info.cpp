@@ -8,7 +8,7 @@ void Answer::String(const char* text) {
     Bytes(INFO_DATATYPE_STRING, text, std::strlen(text) + 1);
 }
 
-void Answer::Number(INFO_DATATYPE type, uint64_t value) {
+[[gnu::hot]] void Answer::Number(INFO_DATATYPE type, uint64_t value) {
     switch (type) {
     case INFO_DATATYPE_BOOL8: {
         const auto byte = static_cast<bool8_t>(value);
@@ -24,7 +24,7 @@ void Answer::Number(INFO_DATATYPE type, uint64_t value) {
     }
 }
 
-void Answer::Bytes(INFO_DATATYPE type, const void* data, size_t size) {
+[[gnu::hot]] void Answer::Bytes(INFO_DATATYPE type, const void* data, size_t size) {
     if (m_Buffer && *m_Size < size) {
         *m_Size = size;
         Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the answer");

@@ -40,7 +40,7 @@ void WatchForks() {
 
 } // namespace
 
-void CheckInitialized() {
+[[gnu::hot]] void CheckInitialized() {
     // Acquired: whoever sees it in use sees what was made before.
     const Usage usage = g_Usage.load(std::memory_order_acquire);
     if (usage == Usage::Here) return;

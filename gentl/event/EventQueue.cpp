@@ -48,7 +48,7 @@ void EventQueue::CheckTurnedAway() {
     Fail(GC_ERR_ABORT, "the wait was killed");
 }
 
-void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
+[[gnu::hot]] void EventQueue::GetData(void* buffer, size_t* size, std::uint64_t timeoutMs) {
     if (!size) Fail(GC_ERR_INVALID_PARAMETER, "the pointer to the size is null");
     if (!buffer) {
         *size = LargestData();

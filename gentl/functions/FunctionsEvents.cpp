@@ -42,7 +42,7 @@ GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
     });
 }
 
-GC_ERROR EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
+[[gnu::hot]] GC_ERROR EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
     return Call([&] { Held<EventQueue>(hEvent)->GetData(pBuffer, piSize, iTimeout); });
 }
 

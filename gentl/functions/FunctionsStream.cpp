@@ -45,7 +45,7 @@ GC_ERROR DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* ph
     });
 }
 
-GC_ERROR DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
+[[gnu::hot]] GC_ERROR DSQueueBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer) {
     return Call([&] {
         const Held<Stream> stream(hDataStream);
         stream->Queue(*Held<Buffer>(hBuffer));
@@ -82,8 +82,8 @@ GC_ERROR DSGetInfo(DS_HANDLE hDataStream, STREAM_INFO_CMD iInfoCmd, INFO_DATATYP
     });
 }
 
-GC_ERROR DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
-                         void* pBuffer, size_t* piSize) {
+[[gnu::hot]] GC_ERROR DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO_CMD iInfoCmd,
+                                      INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Call([&] {
         WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
             Answer answer(piType, pBuffer, piSize);

@@ -38,7 +38,7 @@ void AcquisitionEngine::RegisterOnBus(Buffer& buffer) {
     Check(m_Vx.RegisterBuffer(buffer.data, buffer.size, &handle), "The buffer cannot be used");
 }
 
-void AcquisitionEngine::QueueOnBus(Buffer& buffer) {
+[[gnu::hot]] void AcquisitionEngine::QueueOnBus(Buffer& buffer) {
     Check(m_Vx.QueueBuffer(m_Queues.WayOf(buffer).handle, &buffer), "The buffer cannot be queued");
     m_Queues.NoteOnBus(buffer, true);
 }
@@ -47,7 +47,7 @@ void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
     if (m_Queues.WayOf(buffer).place == Place::None) Fail(GC_ERR_INVALID_HANDLE, "the buffer was revoked");
 }
 
-void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
+[[gnu::hot]] void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
     m_Queues.PutIntoInput(buffer);
     if (!m_IsRunning || m_Left == 0) return;
     try {
@@ -83,7 +83,7 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
     return m_Queues.Announced()[index]->Handle();
 }
 
-void AcquisitionEngine::Queue(Buffer& buffer) {
+[[gnu::hot]] void AcquisitionEngine::Queue(Buffer& buffer) {
     const Guard guard(m_Mutex);
     CheckAnnounced(buffer);
     const Place place = m_Queues.WayOf(buffer).place;
@@ -92,7 +92,7 @@ void AcquisitionEngine::Queue(Buffer& buffer) {
     PutIntoInput(buffer);
 }
 
-void AcquisitionEngine::Drain() {
+[[gnu::hot]] void AcquisitionEngine::Drain() {
     GrabResult result{};
     for (unsigned long left = 1; left != 0 && m_Vx.RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
         Sort(result);
@@ -106,7 +106,7 @@ void AcquisitionEngine::DrainForOthers() {
     if (m_Queues.Counted().filled != before) m_Listener.Signal();
 }
 
-void AcquisitionEngine::Sort(const GrabResult& result) {
+[[gnu::hot]] void AcquisitionEngine::Sort(const GrabResult& result) {
     Buffer& buffer = FilledBy(result);
     // Recalled, or come after the last one that was wanted: it stays where it is, in the input pool.
     if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
@@ -115,7 +115,7 @@ void AcquisitionEngine::Sort(const GrabResult& result) {
         Accept(buffer, result);
 }
 
-void AcquisitionEngine::Accept(Buffer& buffer, const GrabResult& result) {
+[[gnu::hot]] void AcquisitionEngine::Accept(Buffer& buffer, const GrabResult& result) {
     m_Queues.Fill(buffer, result);
     if (m_Left != GENTL_INFINITE && --m_Left == 0) Recall();
     if (Overwrites(m_Handling)) Overwrite();
@@ -134,7 +134,7 @@ void AcquisitionEngine::Recall() {
     (void)m_Vx.CancelGrab();
 }
 
-EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
+[[gnu::hot]] EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
     const Guard guard(m_Mutex);
     Drain();
     const Buffer* const buffer = m_Queues.Deliver();

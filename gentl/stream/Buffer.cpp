@@ -198,7 +198,7 @@ Figure FigureOfPart(const Buffer& buffer, const Record& record, BUFFER_PART_INFO
 
 } // namespace
 
-void BufferInfo(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
+[[gnu::hot]] void BufferInfo(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD command, Answer& answer) {
     if (command == BUFFER_INFO_TLTYPE) return answer.String(kTechnology);
     Tell(record, FigureOf(buffer, record, command), answer);
 }

@@ -9,7 +9,7 @@ bool BufferQueues::HasMemory(const void* memory) const {
                        [&](const SharedBuffer& each) { return each->data == memory; });
 }
 
-void BufferQueues::Move(Buffer& buffer, Place place) noexcept {
+[[gnu::hot]] void BufferQueues::Move(Buffer& buffer, Place place) noexcept {
     Buffer::Way& way = WayOf(buffer);
     Queue& queue = At(place);
     queue.splice(queue.end(), At(way.place), way.here);
@@ -48,7 +48,7 @@ std::vector<SharedBuffer> BufferQueues::RevokeAll() noexcept {
     return announced;
 }
 
-void BufferQueues::PutIntoInput(Buffer& buffer) {
+[[gnu::hot]] void BufferQueues::PutIntoInput(Buffer& buffer) {
     Move(buffer, Place::Input);
     buffer.Update([](Buffer::Record& record) {
         record = {};
@@ -56,7 +56,7 @@ void BufferQueues::PutIntoInput(Buffer& buffer) {
     });
 }
 
-void BufferQueues::NoteOnBus(Buffer& buffer, bool isOnBus) {
+[[gnu::hot]] void BufferQueues::NoteOnBus(Buffer& buffer, bool isOnBus) {
     WayOf(buffer).isOnBus = isOnBus;
     buffer.Update([&](Buffer::Record& record) { record.isOnBus = isOnBus; });
 }
@@ -66,7 +66,7 @@ void BufferQueues::PutAside(Buffer& buffer) {
     buffer.Update([](Buffer::Record& record) { record.isQueued = false; });
 }
 
-void BufferQueues::Fill(Buffer& buffer, const vexlo::CVxStream::GrabResult& result) {
+[[gnu::hot]] void BufferQueues::Fill(Buffer& buffer, const vexlo::CVxStream::GrabResult& result) {
     Move(buffer, Place::Output);
     WayOf(buffer).isOnBus = false;
     buffer.Update([&](Buffer::Record& record) {
@@ -85,7 +85,7 @@ void BufferQueues::MoveInputToOutput() {
     }
 }
 
-Buffer* BufferQueues::Deliver() {
+[[gnu::hot]] Buffer* BufferQueues::Deliver() {
     if (Output().empty()) return nullptr;
     Buffer* const buffer = Output().front();
     Move(*buffer, Place::Delivered);

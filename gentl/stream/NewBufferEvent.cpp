@@ -15,7 +15,7 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
     return stream;
 }
 
-EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
+[[gnu::hot]] EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     const auto stream = Owner();
     bool isLast = false;

@@ -56,7 +56,7 @@ void Stream::Revoke(const SharedBuffer& buffer, void** memory, void** user) {
     if (user) *user = buffer->userPointer;
 }
 
-void Stream::Queue(Buffer& buffer) {
+[[gnu::hot]] void Stream::Queue(Buffer& buffer) {
     CheckOwn(buffer);
     m_Engine.Queue(buffer);
 }
@@ -72,7 +72,7 @@ void Stream::Stop() {
     Invalidate("StreamIsGrabbing");
 }
 
-bool Stream::IsLost() const {
+[[gnu::hot]] bool Stream::IsLost() const {
     return m_Device->IsLost();
 }
 

@@ -47,7 +47,7 @@ void _WaitObjectPosix_t::Read() noexcept {
 }
 
 /// The descriptor follows what is held; only a change of both together costs a call of the system.
-bool _WaitObjectPosix_t::Hold(bool pulse, bool level) noexcept {
+[[gnu::hot]] bool _WaitObjectPosix_t::Hold(bool pulse, bool level) noexcept {
     const bool was = m_HasPulse || m_IsRaised, is = pulse || level;
     m_HasPulse = pulse;
     m_IsRaised = level;
@@ -106,7 +106,7 @@ int _WaitObjectPosix_t::Watch() noexcept {
     return m_Fd;
 }
 
-bool _WaitObjectPosix_t::Wait(unsigned int timeoutMs) {
+[[gnu::hot]] bool _WaitObjectPosix_t::Wait(unsigned int timeoutMs) {
     MutexLock lock(m_Lock);
     if (Consume() != Taken::Nothing) return true;
     if (timeoutMs == 0) return false;
@@ -160,7 +160,7 @@ void WakeWaitObject(_WaitObjectPosix_t& state) noexcept {
     state.Wake();
 }
 
-void LowerWaitObject(_WaitObjectPosix_t& state) noexcept {
+[[gnu::hot]] void LowerWaitObject(_WaitObjectPosix_t& state) noexcept {
     state.Lower();
 }
 

@@ -66,7 +66,7 @@ PixelFormatTable PixelFormats() noexcept {
     return {kRows, std::size(kRows)};
 }
 
-const PixelFormatInfo* FindPixelFormat(PixelFormat format) noexcept {
+[[gnu::hot]] const PixelFormatInfo* FindPixelFormat(PixelFormat format) noexcept {
     const std::uint16_t row = kByCode[SlotOf(kByCode, format)];
     return row == kEmpty ? nullptr : &kRows[row];
 }

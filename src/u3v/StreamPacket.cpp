@@ -45,7 +45,7 @@ bool HasTrailerMagic(ByteView bytes) {
     return HasMagic(bytes, kTrailerMagic);
 }
 
-std::optional<Leader> DecodeLeader(ByteView bytes) {
+[[gnu::hot]] std::optional<Leader> DecodeLeader(ByteView bytes) {
     if (bytes.size < leader::kGenericSize || !HasLeaderMagic(bytes)) return std::nullopt;
     Leader decoded;
     decoded.size = Load16(bytes.data + leader::kSizeOffset);
@@ -57,7 +57,7 @@ std::optional<Leader> DecodeLeader(ByteView bytes) {
     return decoded;
 }
 
-std::optional<Trailer> DecodeTrailer(ByteView bytes, std::uint16_t payloadType) {
+[[gnu::hot]] std::optional<Trailer> DecodeTrailer(ByteView bytes, std::uint16_t payloadType) {
     if (bytes.size < trailer::kGenericSize || !HasTrailerMagic(bytes)) return std::nullopt;
     Trailer decoded;
     decoded.size = Load16(bytes.data + trailer::kSizeOffset);
@@ -75,7 +75,7 @@ std::optional<Trailer> DecodeTrailer(ByteView bytes, std::uint16_t payloadType) 
     return decoded;
 }
 
-std::optional<std::uint64_t> ImageSize(const Leader& leader, std::uint32_t lines) {
+[[gnu::hot]] std::optional<std::uint64_t> ImageSize(const Leader& leader, std::uint32_t lines) {
     if (!leader.IsImage() || IsCustomPixelFormat(leader.pixelFormat)) return std::nullopt;
     const std::uint64_t pixels = std::uint64_t{leader.sizeX} * lines;
     const std::uint64_t bits = BitsPerPixel(leader.pixelFormat);

@@ -4,7 +4,7 @@
 
 namespace Tavix {
 
-EPixelType PixelTypeOf(std::uint32_t pixelFormat) {
+[[gnu::hot]] EPixelType PixelTypeOf(std::uint32_t pixelFormat) {
     const imaging::PixelFormatInfo* info = imaging::FindPixelFormat(imaging::PixelFormat{pixelFormat});
     return info ? info->pixelType : PixelType_Undefined;
 }

@@ -252,7 +252,7 @@ void CTavixUsbStream::SetResultSink(IStreamResultSink* pSink) {
     m_pSink = pSink;
 }
 
-void CTavixUsbStream::DeliverResults() {
+[[gnu::hot]] void CTavixUsbStream::DeliverResults() {
     m_Delivering = std::this_thread::get_id();
     vexlo::CVxStream::GrabResult usbResult = {};
     for (unsigned long left = 1; left != 0 && m_pVxStream->RetrieveBuffer(&usbResult, &left) == vexlo::VX_OK;) {
@@ -353,7 +353,7 @@ void CTavixUsbStream::FinishGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Finished grab for device '%hs' successfully.", m_DeviceName.c_str());
 }
 
-void CTavixUsbStream::QueueBuffer(StreamBufferHandle handle, const void* pContext) {
+[[gnu::hot]] void CTavixUsbStream::QueueBuffer(StreamBufferHandle handle, const void* pContext) {
     Guard guard(m_Lock, boost::defer_lock);
     if (!IsDelivering()) { // else the lock may be held by who waits for this thread, and the stream knows its state
         guard.lock();
@@ -374,7 +374,7 @@ void CTavixUsbStream::CancelGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Cancelled grab for device '%hs' successfully.", m_DeviceName.c_str());
 }
 
-bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
+[[gnu::hot]] bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
     Guard guard(m_Lock);
     if (m_State == Closed) {
         LogAndThrow<LogicalErrorException>(

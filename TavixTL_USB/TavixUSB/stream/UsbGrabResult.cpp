@@ -63,7 +63,7 @@ void FillPayload(const UsbResult& usb, GrabResult& result) {
 
 } // namespace
 
-void FillGrabResult(const UsbResult& usbResult, GrabResult& result) {
+[[gnu::hot]] void FillGrabResult(const UsbResult& usbResult, GrabResult& result) {
     FillStatus(usbResult, result);
     FillPayload(usbResult, result);
     const std::uint64_t size = usbResult.SizeUnknown ? ~std::uint64_t(0) : usbResult.PayloadSize;

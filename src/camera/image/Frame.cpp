@@ -34,7 +34,7 @@ Frame::Frame() = default;
 Frame::~Frame() = default;
 
 /// They seldom differ from those of the image that was here before, and looking them up takes time.
-void Frame::DescribeLines(const GrabResult& result) {
+[[gnu::hot]] void Frame::DescribeLines(const GrabResult& result) {
     const std::uint32_t newWidth = Known(result.GetSizeX()), newHeight = Known(result.GetSizeY());
     const std::uint32_t newPadding = Known(result.GetPaddingX());
     const bool isSameFormat = pixelType == result.GetPixelType();
@@ -47,7 +47,7 @@ void Frame::DescribeLines(const GrabResult& result) {
     MeasureLines();
 }
 
-void Frame::Describe(const GrabResult& result, std::size_t expected) {
+[[gnu::hot]] void Frame::Describe(const GrabResult& result, std::size_t expected) {
     const std::uint64_t bytes = result.GetPayloadSize64();
     payloadSize = bytes == ~std::uint64_t(0) ? 0 : std::min<std::size_t>(size, bytes);
     blockId = result.GetBlockID();

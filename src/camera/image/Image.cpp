@@ -6,7 +6,7 @@
 #include <tavix/camera/Image.h>
 
 namespace Tavix {
-detail::Frame& Image::Checked() const {
+[[gnu::hot]] detail::Frame& Image::Checked() const {
     if (!m_Frame) throw StateError("the image is empty: none was taken, or it was moved away");
     return *m_Frame;
 }

@@ -188,7 +188,7 @@ void Acquisition::Feed() {
     if (!m_IsGoing) m_Run->feed.Feed();
 }
 
-void Acquisition::OnResult(const GrabResult& result) noexcept {
+[[gnu::hot]] void Acquisition::OnResult(const GrabResult& result) noexcept {
     Run& run = *m_Live.load();
     run.session.CountTaken();
     if (result.Status() == Canceled || m_IsCancelled) return;

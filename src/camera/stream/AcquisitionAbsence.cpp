@@ -51,7 +51,7 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
     m_Alarm.Wait(static_cast<unsigned int>(std::max<std::int64_t>(pause, 0)));
 }
 
-void Acquisition::HandOut(Image& image) {
+[[gnu::hot]] void Acquisition::HandOut(Image& image) {
     m_Numbers.HandOut(image.Inside());
     ++m_Counters.delivered;
 }

@@ -28,7 +28,7 @@ bool BufferFeed::SetBell() {
     return !isHungry || !m_Pool->HasReturned(); // they may have come before the bell was set
 }
 
-void BufferFeed::FeedFromSink() {
+[[gnu::hot]] void BufferFeed::FeedFromSink() {
     if (m_Mutex.try_lock()) {
         const MutexLock guard(m_Mutex, std::adopt_lock);
         QueueReturned();

@@ -14,7 +14,7 @@ void Release(Frame& frame) {
 
 } // namespace
 
-void FrameReturn::operator()(Frame* frame) const noexcept {
+[[gnu::hot]] void FrameReturn::operator()(Frame* frame) const noexcept {
     const std::shared_ptr<FramePool> home = std::move(frame->home);
     if (home) {
         home->GiveBack(*frame);
@@ -28,7 +28,7 @@ Frame& FramePool::Add() {
     return *m_Frames.back();
 }
 
-FramePtr FramePool::Lend(Frame& frame) {
+[[gnu::hot]] FramePtr FramePool::Lend(Frame& frame) {
     frame.home = shared_from_this();
     // Relaxed: the image that clears it is made after this, and the stream ends on this thread or after it was joined.
     frame.isLent.store(true, std::memory_order_relaxed);
@@ -48,7 +48,7 @@ void FramePool::Retire() {
     }
 }
 
-void FramePool::GiveBack(Frame& frame) noexcept {
+[[gnu::hot]] void FramePool::GiveBack(Frame& frame) noexcept {
     frame.isLent = false; // before the stream looks whether it was retired
     if (m_IsRetired) {
         Release(frame);

@@ -120,7 +120,7 @@ bool GrabSession::AddFrame() {
     return true;
 }
 
-void GrabSession::Queue(Frame& frame) {
+[[gnu::hot]] void GrabSession::Queue(Frame& frame) {
     ++m_Queued; // first, since its result may come before the call returns
     try {
         m_Grabber->QueueBuffer(frame.handle, &frame);

@@ -11,7 +11,7 @@ ImageIntake::ImageIntake(GrabSession& session, Source source, const GrabOptions&
     : m_Session(session), m_Source(std::move(source)), m_Options(options), m_Counters(counters),
       m_LastSign(Clock::now().time_since_epoch().count()) {}
 
-Image ImageIntake::Accept(const GrabResult& result) {
+[[gnu::hot]] Image ImageIntake::Accept(const GrabResult& result) {
     Frame& frame = *static_cast<Frame*>(const_cast<void*>(result.Context()));
     frame.Describe(result, m_Session.PayloadSize());
     frame.arrival = Clock::now();

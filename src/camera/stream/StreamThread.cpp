@@ -55,7 +55,7 @@ void StreamThread::Fail(std::exception_ptr failure) {
     if (!m_Failure) m_Failure = std::move(failure);
 }
 
-void StreamThread::Receive(Image image) noexcept {
+[[gnu::hot]] void StreamThread::Receive(Image image) noexcept {
     try {
         m_Acquisition->HandOut(image);
         m_Callback(std::move(image));

@@ -46,7 +46,7 @@ ClockMap::Rate ClockMap::FitRate() const {
     return {static_cast<double>(last.host - first.host) / distance, error};
 }
 
-std::optional<ClockMap::Estimate> ClockMap::ToHost(std::int64_t camera) const {
+[[gnu::hot]] std::optional<ClockMap::Estimate> ClockMap::ToHost(std::int64_t camera) const {
     if (m_Pairs.empty()) return {};
     const Pair& last = m_Pairs.back();
     const std::int64_t since = camera - last.camera;

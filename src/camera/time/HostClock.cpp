@@ -122,7 +122,7 @@ void HostClock::Compare(std::size_t tries) noexcept {
     });
 }
 
-std::optional<ClockMap::Estimate> HostClock::Plausible(std::int64_t camera, std::int64_t arrival) {
+[[gnu::hot]] std::optional<ClockMap::Estimate> HostClock::Plausible(std::int64_t camera, std::int64_t arrival) {
     const auto isPossible = [arrival](const std::optional<ClockMap::Estimate>& estimate) {
         return estimate && estimate->host - estimate->bound <= arrival && arrival - estimate->host < kOldest;
     };
@@ -156,7 +156,7 @@ HostTime HostClock::MakeTime(const std::optional<ClockMap::Estimate>& estimate, 
     return time;
 }
 
-HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival) {
+[[gnu::hot]] HostTime HostClock::TimeOf(std::uint64_t cameraTime, Steady::time_point arrival) {
     const auto camera = static_cast<std::int64_t>(cameraTime);
     const std::int64_t host = Nanoseconds(arrival);
     MutexLock guard(m_Mutex);

@@ -20,7 +20,8 @@ bool JumpWatch::IsInStep(std::int64_t camera) {
     return isInStep;
 }
 
-bool JumpWatch::Doubts(std::int64_t camera, const std::optional<ClockMap::Estimate>& estimate, std::int64_t arrival) {
+[[gnu::hot]] bool JumpWatch::Doubts(std::int64_t camera, const std::optional<ClockMap::Estimate>& estimate,
+                                    std::int64_t arrival) {
     const bool isInStep = IsInStep(camera);
     const bool isLate = estimate && m_UsualDelay > 0 && arrival - estimate->host > 2 * m_UsualDelay + 2 * kMillisecond;
     if (!estimate || (isLate && !isInStep)) m_IsDoubtful = true;
@@ -31,7 +32,7 @@ bool JumpWatch::Doubts(std::int64_t camera, const std::optional<ClockMap::Estima
     return true;
 }
 
-void JumpWatch::NoteDelay(std::int64_t delay) {
+[[gnu::hot]] void JumpWatch::NoteDelay(std::int64_t delay) {
     if (!m_IsDoubtful) m_UsualDelay = std::max<std::int64_t>(delay, 1);
 }
 

@@ -120,7 +120,7 @@ Result LibusbHandle::Bulk(std::uint8_t endpoint, std::uint8_t* data, std::size_t
     return SynchronousTransfer(m_Context.get(), m_Device.get()).Bulk(endpoint, data, length, actual, timeoutMs);
 }
 
-Result LibusbHandle::Submit(Transfer& transfer) {
+[[gnu::hot]] Result LibusbHandle::Submit(Transfer& transfer) {
     if (transfer.length > INT_MAX || transfer.completed == nullptr) return Result::InvalidParam;
     Slot* slot = SlotOf(transfer);
     if (slot == nullptr) return Result::NoMemory;
@@ -140,7 +140,7 @@ Result LibusbHandle::Submit(Transfer& transfer) {
     return result;
 }
 
-LibusbHandle::Slot* LibusbHandle::SlotOf(Transfer& transfer) {
+[[gnu::hot]] LibusbHandle::Slot* LibusbHandle::SlotOf(Transfer& transfer) {
     if (transfer.backendData == nullptr) {
         std::unique_ptr<Slot> slot(new (std::nothrow) Slot);
         if (slot == nullptr) return nullptr;
@@ -162,7 +162,7 @@ void LibusbHandle::Forget(Transfer& transfer) {
     transfer.backendData = nullptr;
 }
 
-Result LibusbHandle::HandleEvents(unsigned int timeoutMs) {
+[[gnu::hot]] Result LibusbHandle::HandleEvents(unsigned int timeoutMs) {
     const std::chrono::milliseconds limit(timeoutMs);
     const auto deadline = Clock::now() + limit;
     std::chrono::microseconds left = limit;
@@ -190,7 +190,7 @@ Result LibusbHandle::WaitForEvents(std::chrono::microseconds time) {
 }
 
 /// libusb's callback, on whatever thread handles events just now.
-void LibusbHandle::Ended(libusb_transfer* transfer) {
+[[gnu::hot]] void LibusbHandle::Ended(libusb_transfer* transfer) {
     auto* slot = static_cast<Slot*>(transfer->user_data);
     slot->handle->MoveToEnded(*slot);
 }
@@ -207,7 +207,7 @@ LibusbHandle::SlotList LibusbHandle::TakeEnded() {
     return std::exchange(m_Ended, {});
 }
 
-bool LibusbHandle::RunCompletions() {
+[[gnu::hot]] bool LibusbHandle::RunCompletions() {
     Slot* slot = TakeEnded().first;
     const bool any = slot != nullptr;
     while (slot != nullptr) {

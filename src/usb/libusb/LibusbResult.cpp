@@ -7,7 +7,7 @@
 
 namespace usb {
 
-Result FromLibusb(int code) {
+[[gnu::hot]] Result FromLibusb(int code) {
     if (code >= 0) return Result::Ok;
     switch (code) {
     case LIBUSB_ERROR_IO:
@@ -39,7 +39,7 @@ Result FromLibusb(int code) {
     }
 }
 
-Result FromLibusb(int code, int systemError) {
+[[gnu::hot]] Result FromLibusb(int code, int systemError) {
     if (code != LIBUSB_ERROR_IO && code != LIBUSB_ERROR_OTHER) return FromLibusb(code);
     switch (systemError) {
     case ENOMEM:
@@ -63,7 +63,7 @@ Result FromLibusb(int code, int systemError) {
     }
 }
 
-TransferStatus FromLibusbStatus(int status) {
+[[gnu::hot]] TransferStatus FromLibusbStatus(int status) {
     switch (status) {
     case LIBUSB_TRANSFER_COMPLETED:
         return TransferStatus::Completed;

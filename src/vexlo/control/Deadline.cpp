@@ -18,7 +18,7 @@ std::atomic<Clock*> g_Clock{&g_SystemClock};
 
 } // namespace
 
-Clock& CurrentClock() {
+[[gnu::hot]] Clock& CurrentClock() {
     return *g_Clock.load();
 }
 

@@ -57,7 +57,7 @@ void FillGeometry(CVxStream::GrabResult& result, const BlockEvidence& e) {
 
 } // namespace
 
-CVxStream::GrabResult JudgeBlock(const BlockEvidence& evidence) {
+[[gnu::hot]] CVxStream::GrabResult JudgeBlock(const BlockEvidence& evidence) {
     const std::uint64_t valid = ValidSize(evidence);
     CVxStream::GrabResult result = EmptyResult(BlockStatus(evidence, valid));
     result.PayloadSize = std::min(valid, evidence.bufferSize);

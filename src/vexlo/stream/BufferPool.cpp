@@ -8,7 +8,7 @@ namespace vexlo {
 using Guard = MutexLock;
 using State = BufferHandle_s::State;
 
-CVxStream::GrabResult EmptyResult(VxStatus status) {
+[[gnu::hot]] CVxStream::GrabResult EmptyResult(VxStatus status) {
     CVxStream::GrabResult result{};
     result.Status = status;
     result.BlockId = ~std::uint64_t(0);
@@ -29,7 +29,7 @@ bool BufferPool::IsReadyLocked() const {
     return !m_Completed.IsEmpty() && !m_Listener;
 }
 
-void BufferPool::UpdateWaitObjectLocked(Alarm& alarm) {
+[[gnu::hot]] void BufferPool::UpdateWaitObjectLocked(Alarm& alarm) {
     const bool isReady = IsReadyLocked();
     if (!m_WaitObject || isReady == m_IsRaised) return;
     m_IsRaised = isReady;
@@ -44,7 +44,7 @@ void BufferPool::SetListener(std::function<void()> listener) {
     UpdateWaitObjectLocked(alarm);
 }
 
-void BufferPool::TellListener() {
+[[gnu::hot]] void BufferPool::TellListener() {
     if (!m_HasNews) return; // as after most of a block's transfers, which need no lock to know it
     std::function<void()> listener;
     {
@@ -141,7 +141,7 @@ VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
     return VX_OK;
 }
 
-VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
+[[gnu::hot]] VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
     Guard guard(m_Mutex);
     if (m_Refusal != VX_OK) return m_Refusal;
     if (!m_Waker) return VX_E_INVALID_STATE;
@@ -159,7 +159,7 @@ VxStatus BufferPool::Queue(BufferHandle_s* handle, const void* context) {
     return VX_OK;
 }
 
-VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
+[[gnu::hot]] VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
     if (!result) return VX_E_INVALID_PARAMETER;
     Alarm alarm;
     Guard guard(m_Mutex);
@@ -175,7 +175,7 @@ VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left
     return VX_OK;
 }
 
-BufferHandle_s* BufferPool::Take() {
+[[gnu::hot]] BufferHandle_s* BufferPool::Take() {
     Guard guard(m_Mutex);
     BufferHandle_s* const buffer = m_Waker ? m_Queued.TakeFirst() : nullptr;
     if (!buffer) {
@@ -193,7 +193,7 @@ void BufferPool::PutBack(BufferList buffers) {
     m_Queued.Prepend(std::move(buffers));
 }
 
-void BufferPool::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
+[[gnu::hot]] void BufferPool::Complete(BufferHandle_s* buffer, const CVxStream::GrabResult& result) {
     Alarm alarm;
     Guard guard(m_Mutex);
     CompleteLocked(buffer, result, alarm);

@@ -43,13 +43,13 @@ std::uint32_t SuitableTransferSize(std::uint32_t setting, std::uint64_t payload,
 TransferBudget::TransferBudget(const Wishes& wishes)
     : m_Wishes(wishes), m_Most(std::max<std::size_t>(1, wishes.transfers)), m_RetryInterval(kShortestRetryInterval) {}
 
-bool TransferBudget::HasRoom(std::size_t count, std::size_t bytes, std::size_t length) const {
+[[gnu::hot]] bool TransferBudget::HasRoom(std::size_t count, std::size_t bytes, std::size_t length) const {
     if (count == 0) return true;
     const std::size_t share = TransferMemory{m_Wishes.limit, StreamCount::Open(), MappedCount::Bytes()}.Share();
     return count < m_Most && bytes + length <= std::min(m_Wishes.bytes, share);
 }
 
-void TransferBudget::Accepted(std::size_t count) {
+[[gnu::hot]] void TransferBudget::Accepted(std::size_t count) {
     m_IsShort = false;
     if (count <= m_RefusedBeside) return;
     m_RefusedBeside = SIZE_MAX; // there is more memory than there was
@@ -65,7 +65,7 @@ void TransferBudget::Refused(std::size_t count) {
     m_BlocksToGo = m_RetryInterval;
 }
 
-void TransferBudget::BlockCompleted() {
+[[gnu::hot]] void TransferBudget::BlockCompleted() {
     if (m_Most >= m_Wishes.transfers || m_BlocksToGo-- > 1) return;
     m_Most = std::min(m_Wishes.transfers, m_Most + std::max<std::size_t>(1, m_Most / 2));
     m_BlocksToGo = m_RetryInterval;

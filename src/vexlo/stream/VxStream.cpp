@@ -72,11 +72,11 @@ VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {
     return m_Impl->pool.Deregister(handle, ppBuffer);
 }
 
-VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
+[[gnu::hot]] VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
     return m_Impl->pool.Queue(handle, context);
 }
 
-VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
+[[gnu::hot]] VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
     return m_Impl->pool.Retrieve(result, pCount);
 }
 

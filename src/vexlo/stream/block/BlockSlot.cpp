@@ -57,7 +57,7 @@ void BlockSlot::LeadOff() {
     m_Transfers.front().usb.buffer = m_LeaderBytes.get();
 }
 
-void BlockSlot::Bind(BufferHandle_s* buffer) {
+[[gnu::hot]] void BlockSlot::Bind(BufferHandle_s* buffer) {
     m_Buffer = buffer;
     if (!m_LedOff) Begin();
     for (PlannedTransfer& transfer : m_Transfers) {
@@ -72,12 +72,12 @@ void BlockSlot::Bind(BufferHandle_s* buffer) {
     m_LedOff = false;
 }
 
-void BlockSlot::Unbind() {
+[[gnu::hot]] void BlockSlot::Unbind() {
     m_Buffer = nullptr;
     m_LedOff = false;
 }
 
-std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {
+[[gnu::hot]] std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {
     if (m_Ended) return 0;
     m_Received = transfer.offset + transfer.usb.actualLength;
     m_Ended = transfer.usb.actualLength < transfer.usb.length;
@@ -88,7 +88,7 @@ std::uint64_t BlockSlot::TakePayload(const PlannedTransfer& transfer) {
     return count;
 }
 
-BlockEvidence BlockSlot::Evidence() const {
+[[gnu::hot]] BlockEvidence BlockSlot::Evidence() const {
     BlockEvidence evidence;
     evidence.leader = m_Leader;
     evidence.received = m_Received;

@@ -85,7 +85,7 @@ void SizeTrial::TookWanted(const u3v::TransferPlan& plan) {
     Use(plan);
 }
 
-void SizeTrial::NoteBlock(VxStatus status) {
+[[gnu::hot]] void SizeTrial::NoteBlock(VxStatus status) {
     if (m_FirstBlocks.IsDecided()) return;
     if (m_FirstBlocks.Note(status)) {
         m_Wanted = IsNarrow() ? 0 : kNarrowTransfer;

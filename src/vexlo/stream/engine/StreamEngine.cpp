@@ -67,7 +67,7 @@ void StreamEngine::SetPriority() const {
     }
 }
 
-void StreamEngine::Run() {
+[[gnu::hot]] void StreamEngine::Run() {
     m_Requests.AwaitBegin();
     pthread_setname_np(pthread_self(), "vx-stream");
     SetPriority();
@@ -85,7 +85,7 @@ bool StreamEngine::IsDone() const {
 }
 
 /// One round: serve requests, queue transfers, wait for some to complete, judge them.
-void StreamEngine::Work() {
+[[gnu::hot]] void StreamEngine::Work() {
     ServeRequests();
     if (m_Policy.Is(State::Reaping) && m_Queue.IsEmpty()) return FinishReaping();
     if (IsDone()) return;
@@ -109,7 +109,7 @@ void StreamEngine::ServeRequests() {
     if (!m_Policy.IsReapingFor(Cause::Lost)) Leave(Cause::Cancel, VX_E_CANCELLED);
 }
 
-void StreamEngine::WaitForWork() {
+[[gnu::hot]] void StreamEngine::WaitForWork() {
     // Nothing is in flight, and the handle of a camera that is gone may answer at once.
     if (m_Policy.Is(State::Dead)) return m_Requests.Wait();
     if (m_Policy.Is(State::Pausing)) return m_Requests.WaitUntil(m_Policy.PauseEnd());
@@ -138,7 +138,7 @@ void StreamEngine::QueueMore() {
     OnQueued(result);
 }
 
-void StreamEngine::OnQueued(usb::Result result) {
+[[gnu::hot]] void StreamEngine::OnQueued(usb::Result result) {
     if (!m_Queue.IsEmpty()) m_Sizes.NoteQueued();
     if (result == usb::Result::Ok) return;
     if (result == usb::Result::Pipe) return Leave(Cause::Failure, VX_E_USB_STALL);
@@ -170,7 +170,7 @@ void StreamEngine::JudgeCompleted() {
     }
 }
 
-void StreamEngine::Apply(PlannedTransfer& transfer, const Verdict& verdict) {
+[[gnu::hot]] void StreamEngine::Apply(PlannedTransfer& transfer, const Verdict& verdict) {
     m_Statistics.copiedBytes += verdict.copiedBytes;
     if (verdict.ended) EndBlock(*verdict.ended);
     if (verdict.next == Verdict::Next::Again && m_Queue.IsEmpty()) OnQueued(m_Queue.QueueAgain(transfer));
@@ -185,7 +185,7 @@ void StreamEngine::Apply(PlannedTransfer& transfer, const Verdict& verdict) {
     if (verdict.isMisplaced) Keep(transfer);
 }
 
-void StreamEngine::EndBlock(const BlockEvidence& evidence) {
+[[gnu::hot]] void StreamEngine::EndBlock(const BlockEvidence& evidence) {
     BufferHandle_s* buffer = m_Queue.EndOldest();
     const CVxStream::GrabResult result = JudgeBlock(evidence);
     if (result.Status == VX_OK) m_Policy.NoteWhole();

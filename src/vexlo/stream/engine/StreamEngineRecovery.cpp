@@ -75,7 +75,7 @@ BufferList StreamEngine::Unbind() {
 
 /// Whole blocks that were found go to the given buffers, then to queued ones. False when some must wait until more are
 /// queued.
-bool StreamEngine::DeliverFound(BufferList& buffers) {
+[[gnu::hot]] bool StreamEngine::DeliverFound(BufferList& buffers) {
     while (m_Finder.HasFound()) {
         BufferHandle_s* buffer = buffers.TakeFirst();
         if (!buffer) buffer = m_Pool.Take();

@@ -56,7 +56,7 @@ void JudgePayload(PlannedTransfer& transfer, Verdict& verdict) {
 
 } // namespace
 
-Verdict TransferJudge::Judge(PlannedTransfer& transfer) {
+[[gnu::hot]] Verdict TransferJudge::Judge(PlannedTransfer& transfer) {
     Verdict verdict;
     if (transfer.usb.status != usb::TransferStatus::Completed) {
         JudgeFailed(transfer, verdict);
@@ -72,7 +72,7 @@ Verdict TransferJudge::Judge(PlannedTransfer& transfer) {
 
 /// True when the transfer brought the trailer that an empty packet had delayed. The block that waited for it is
 /// finished in any case.
-bool TransferJudge::TakeLateTrailer(const PlannedTransfer& transfer, Verdict& verdict) {
+[[gnu::hot]] bool TransferJudge::TakeLateTrailer(const PlannedTransfer& transfer, Verdict& verdict) {
     if (!m_Late) return false;
     const BlockSlot& slot = *std::exchange(m_Late, nullptr);
     BlockEvidence evidence = slot.Evidence();
@@ -82,7 +82,7 @@ bool TransferJudge::TakeLateTrailer(const PlannedTransfer& transfer, Verdict& ve
     return isLate;
 }
 
-void TransferJudge::JudgeLeader(PlannedTransfer& transfer, Verdict& verdict) {
+[[gnu::hot]] void TransferJudge::JudgeLeader(PlannedTransfer& transfer, Verdict& verdict) {
     const bool wasLate = TakeLateTrailer(transfer, verdict);
     transfer.slot->TakeLeader(transfer);
     if (transfer.slot->Leader()) return;
@@ -94,7 +94,7 @@ void TransferJudge::JudgeLeader(PlannedTransfer& transfer, Verdict& verdict) {
     LeaveMisplaced(verdict, isTrailer ? VX_OK : VX_E_BAD_LEADER);
 }
 
-void TransferJudge::JudgeTrailer(PlannedTransfer& transfer, Verdict& verdict) {
+[[gnu::hot]] void TransferJudge::JudgeTrailer(PlannedTransfer& transfer, Verdict& verdict) {
     BlockSlot& slot = *transfer.slot;
     BlockEvidence evidence = slot.Evidence();
     evidence.trailer = DecodeTrailerOf(slot, transfer);

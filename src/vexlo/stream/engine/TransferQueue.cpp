@@ -144,7 +144,7 @@ bool TransferQueue::CanNextBlockWait() const {
     return !m_Budget.HasRoom(m_InFlight.Size() + transfers - 1, m_BytesInFlight, BlockBytes(m_Plan));
 }
 
-usb::Result TransferQueue::QueueMore() {
+[[gnu::hot]] usb::Result TransferQueue::QueueMore() {
     while (HasRoomForNext() && !CanNextBlockWait()) {
         PlannedTransfer* transfer = NextTransfer();
         if (!transfer) break;
@@ -155,7 +155,7 @@ usb::Result TransferQueue::QueueMore() {
 }
 
 /// For want of memory some systems answer as if the line were bad.
-usb::Result TransferQueue::Submit(PlannedTransfer& transfer) {
+[[gnu::hot]] usb::Result TransferQueue::Submit(PlannedTransfer& transfer) {
     transfer.done = false;
     usb::Result result = m_Handle.Submit(transfer.usb);
     if (MayPass(result)) result = m_Handle.Submit(transfer.usb);
@@ -171,7 +171,7 @@ usb::Result TransferQueue::Submit(PlannedTransfer& transfer) {
 }
 
 /// Cancelled transfers may come back in any order; they are looked at in the order of queuing.
-PlannedTransfer* TransferQueue::TakeCompleted() {
+[[gnu::hot]] PlannedTransfer* TransferQueue::TakeCompleted() {
     if (m_InFlight.IsEmpty() || !m_InFlight.Front()->done) return nullptr;
     PlannedTransfer* transfer = m_InFlight.Front();
     m_InFlight.RemoveFront();
@@ -198,7 +198,7 @@ bool TransferQueue::IsBetweenBlocks() const {
     return m_InFlight.Front()->role == PlannedTransfer::Role::Leader;
 }
 
-BufferHandle_s* TransferQueue::EndOldest() {
+[[gnu::hot]] BufferHandle_s* TransferQueue::EndOldest() {
     BlockSlot& slot = *m_Bound.Front();
     BufferHandle_s* buffer = slot.Buffer();
     slot.Unbind();
