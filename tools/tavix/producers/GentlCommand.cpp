@@ -19,39 +19,50 @@ nlohmann::json ToJson(const ModuleInfos& infos) {
     return json;
 }
 
+nlohmann::json ToJson(const ShownInterface& interface) {
+    nlohmann::json devices = nlohmann::json::array();
+    for (const ShownDevice& device : interface.devices)
+        devices.push_back({{"id", device.id}, {"infos", ToJson(device.infos)}, {"failure", device.failure}});
+    return {{"id", interface.id},
+            {"infos", ToJson(interface.infos)},
+            {"failure", interface.failure},
+            {"devices", std::move(devices)}};
+}
+
 nlohmann::json ToJson(const ShownSystem& shown) {
-    nlohmann::json json = {{"system", ToJson(shown.infos)}, {"interfaces", nlohmann::json::array()}};
-    for (const ShownInterface& interface : shown.interfaces) {
-        nlohmann::json devices = nlohmann::json::array();
-        for (const ShownDevice& device : interface.devices)
-            devices.push_back({{"id", device.id}, {"infos", ToJson(device.infos)}});
-        json["interfaces"].push_back({{"id", interface.id}, {"infos", ToJson(interface.infos)}, {"devices", devices}});
-    }
-    return json;
+    nlohmann::json interfaces = nlohmann::json::array();
+    for (const ShownInterface& interface : shown.interfaces)
+        interfaces.push_back(ToJson(interface));
+    return {{"system", ToJson(shown.infos)}, {"failure", shown.failure}, {"interfaces", std::move(interfaces)}};
 }
 
-void Add(Table& table, const std::string& indent, const char* kind, const std::string& id, const ModuleInfos& infos) {
+template<class Module>
+void Add(Table& table, const std::string& indent, const char* kind, const std::string& id, const Module& module) {
     table.Add({indent + kind, id});
-    for (const auto& [name, value] : infos)
+    for (const auto& [name, value] : module.infos)
         table.Add({indent + "  " + name, value});
+    if (!module.failure.empty()) table.Add({indent + "  failure", module.failure});
 }
 
-void Print(const std::string& path, const ShownSystem& shown) {
+Table ToTable(const std::string& path, const ShownSystem& shown) {
     Table table({}, /*widest=*/200);
-    Add(table, "", "producer", path, shown.infos);
+    Add(table, "", "producer", path, shown);
     for (const ShownInterface& interface : shown.interfaces) {
-        Add(table, "  ", "interface", interface.id, interface.infos);
+        Add(table, "  ", "interface", interface.id, interface);
         for (const ShownDevice& device : interface.devices)
-            Add(table, "    ", "device", device.id, device.infos);
+            Add(table, "    ", "device", device.id, device);
     }
-    table.Print();
+    return table;
 }
 
 int ShowProducer(const FileOptions& options) {
     RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
     const ShownSystem shown = WalkProducer(options.path);
-    options.json ? PrintJson(ToJson(shown)) : Print(options.path, shown);
-    return kDone;
+    options.json ? PrintJson(ToJson(shown)) : ToTable(options.path, shown).Print();
+    const std::vector<std::string> failures = FailuresIn(shown);
+    if (failures.empty()) return kDone;
+    const std::string more = failures.size() == 1 ? "" : ", and " + std::to_string(failures.size() - 1) + " more";
+    throw Error(options.path + " works in part: " + failures.front() + more, kPartly);
 }
 
 std::string MissingText() {

@@ -42,17 +42,18 @@ void* Producer::Function(const char* name) const {
     throw Error(m_Path + " is no GenTL producer: it has no function " + name);
 }
 
-void Producer::Require(GC_ERROR result, const char* call) const {
-    if (result == GC_ERR_SUCCESS) return;
-    std::string line = m_Path + " fails in " + call + " with " + std::to_string(result);
+std::string Producer::Failure(GC_ERROR result, const char* call) const {
+    std::string line = std::string(call) + " fails with " + std::to_string(result);
     std::vector<char> text(1024);
     std::size_t size = text.size();
     GC_ERROR code = 0;
-    if (GCGetLastError(&code, text.data(), &size) == GC_ERR_SUCCESS && code == result) {
-        text.back() = '\0';
-        line += std::string(": ") + text.data();
-    }
-    throw Error(line);
+    if (GCGetLastError(&code, text.data(), &size) != GC_ERR_SUCCESS || code != result) return line;
+    text.back() = '\0';
+    return line + ": " + text.data();
+}
+
+void Producer::Require(GC_ERROR result, const char* call) const {
+    if (result != GC_ERR_SUCCESS) throw Error(m_Path + " does not work: " + Failure(result, call));
 }
 
 } // namespace tool

@@ -16,7 +16,9 @@ public:
     Producer(const Producer&) = delete;
     Producer& operator=(const Producer&) = delete;
 
-    /// Throws Error with what the producer itself says about its last failure.
+    /// The call that has just failed, with what the producer itself says about it.
+    std::string Failure(GC_ERROR result, const char* call) const;
+    /// Throws Error with that.
     void Require(GC_ERROR result, const char* call) const;
 
     // Each is what the interface has under that name.

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 
 namespace tool {
 namespace {
 
 constexpr std::uint64_t kSearchMs = 1000;      // for interfaces, and for the devices of each
 constexpr std::size_t kLongestText = 64 << 10; // a producer that wants more has lost count
+constexpr std::uint32_t kMostModules = 1024;   // of a kind, likewise
 
 struct NamedCommand {
     std::int32_t command;
@@ -46,22 +46,61 @@ constexpr NamedCommand kDeviceInfos[] = {
     {DEVICE_INFO_TIMESTAMP_FREQUENCY, "timestamp frequency"},
 };
 
-std::string AccessText(std::int32_t status) {
+/// In words, what a producer states in digits.
+std::string AccessText(const std::string& status) {
     constexpr const char* kTexts[] = {"unknown",          "ready",          "read only", "no access", "in use",
                                       "open, read-write", "open, read only"};
-    const bool isKnown = status >= 0 && static_cast<std::size_t>(status) < std::size(kTexts);
-    return isKnown ? kTexts[status] : std::to_string(status);
+    const bool isKnown =
+        status.size() == 1 && status[0] >= '0' && status[0] < '0' + static_cast<int>(std::size(kTexts));
+    return isKnown ? kTexts[status[0] - '0'] : status;
 }
 
-/// What `query(type, buffer, size)` answers with; nothing when it refuses.
+/// What a producer answers to a question.
+struct Answer {
+    GC_ERROR result = GC_ERR_SUCCESS;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    std::vector<char> bytes; ///< none when it failed, or when what it says of their number cannot be
+};
+
+/// Asks `query(type, buffer, size)`.
 template<class Query>
-std::optional<std::vector<char>> Answer(Query&& query, INFO_DATATYPE& type) {
+Answer Ask(Query&& query) {
+    Answer answer;
     std::size_t size = 0;
-    if (query(&type, nullptr, &size) != GC_ERR_SUCCESS || size == 0 || size > kLongestText) return {};
-    std::vector<char> bytes(size);
-    if (query(&type, bytes.data(), &size) != GC_ERR_SUCCESS || size > bytes.size()) return {};
-    bytes.resize(size);
-    return bytes;
+    answer.result = query(&answer.type, nullptr, &size);
+    if (answer.result != GC_ERR_SUCCESS || size == 0 || size > kLongestText) return answer;
+    answer.bytes.resize(size);
+    answer.result = query(&answer.type, answer.bytes.data(), &size);
+    answer.bytes.resize(answer.result == GC_ERR_SUCCESS && size <= answer.bytes.size() ? size : 0);
+    return answer;
+}
+
+/// Whether a module merely does not tell this of itself, or not now.
+bool IsRefusal(GC_ERROR result) {
+    switch (result) {
+    case GC_ERR_NOT_IMPLEMENTED:
+    case GC_ERR_NOT_AVAILABLE:
+    case GC_ERR_INVALID_PARAMETER:
+    case GC_ERR_INVALID_VALUE:
+    case GC_ERR_NO_DATA:
+    case GC_ERR_ACCESS_DENIED:
+    case GC_ERR_RESOURCE_IN_USE:
+    case GC_ERR_BUSY:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Adds a failure to those of a module; one that repeats itself is told once.
+void Note(std::string& failures, const std::string& failure) {
+    if (failures.find(failure) == std::string::npos) failures += (failures.empty() ? "" : "; ") + failure;
+}
+
+/// Whether a call has worked; notes it otherwise.
+bool Works(const Producer& gc, GC_ERROR result, const char* call, std::string& failures) {
+    if (result != GC_ERR_SUCCESS) Note(failures, gc.Failure(result, call));
+    return result == GC_ERR_SUCCESS;
 }
 
 /// Up to the first NUL, which a producer may have forgotten.
@@ -96,53 +135,88 @@ std::string ValueText(INFO_DATATYPE type, const std::vector<char>& bytes) {
 
 /// `query(command, type, buffer, size)` for each of a table.
 template<std::size_t n, class Query>
-ModuleInfos InfosOf(const NamedCommand (&commands)[n], Query&& query) {
+ModuleInfos InfosOf(const Producer& gc, const NamedCommand (&commands)[n], const char* call, std::string& failures,
+                    Query&& query) {
     ModuleInfos infos;
     for (const auto& [command, name] : commands) {
-        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-        const auto bytes = Answer(
-            [&, which = command](INFO_DATATYPE* t, void* b, std::size_t* s) { return query(which, t, b, s); }, type);
-        if (!bytes) continue;
-        std::string text = ValueText(type, *bytes);
-        if (std::strcmp(name, "access") == 0 && !text.empty()) text = AccessText(std::stoi(text));
+        const Answer answer =
+            Ask([&, which = command](INFO_DATATYPE* t, void* b, std::size_t* s) { return query(which, t, b, s); });
+        if (IsRefusal(answer.result) || !Works(gc, answer.result, call, failures)) continue;
+        std::string text = ValueText(answer.type, answer.bytes);
+        if (std::strcmp(name, "access") == 0) text = AccessText(text);
         if (!text.empty()) infos.emplace_back(name, std::move(text));
     }
     return infos;
 }
 
-/// `query(text, size)` of an identifier.
+/// `query(text, size)` of an identifier; empty and noted when there is none.
 template<class Query>
-std::optional<std::string> IdOf(Query&& query) {
-    INFO_DATATYPE unused = INFO_DATATYPE_STRING;
-    const auto bytes =
-        Answer([&](INFO_DATATYPE*, void* b, std::size_t* s) { return query(static_cast<char*>(b), s); }, unused);
-    return bytes ? std::optional<std::string>(TextIn(*bytes)) : std::nullopt;
+std::string IdOf(const Producer& gc, const char* call, std::string& failures, Query&& query) {
+    const Answer answer = Ask([&](INFO_DATATYPE*, void* b, std::size_t* s) { return query(static_cast<char*>(b), s); });
+    if (!Works(gc, answer.result, call, failures)) return {};
+    const std::string id = TextIn(answer.bytes);
+    if (id.empty()) Note(failures, std::string(call) + " tells none");
+    return id;
+}
+
+/// `query(count)` of the modules below one, as many of them as are believed; none, and noted, when it fails.
+template<class Query>
+std::uint32_t CountOf(const Producer& gc, const char* call, std::string& failures, Query&& query) {
+    std::uint32_t count = 0;
+    if (!Works(gc, query(&count), call, failures)) return 0;
+    if (count <= kMostModules) return count;
+    Note(failures, std::string(call) + " tells " + std::to_string(count) + ", of which the first " +
+                       std::to_string(kMostModules) + " are shown");
+    return kMostModules;
+}
+
+ShownDevice WalkDevice(const Producer& gc, IF_HANDLE handle, std::uint32_t index) {
+    ShownDevice shown;
+    shown.id = IdOf(gc, "IFGetDeviceID", shown.failure,
+                    [&](char* text, std::size_t* size) { return gc.IFGetDeviceID(handle, index, text, size); });
+    if (shown.id.empty()) return shown;
+    shown.infos = InfosOf(gc, kDeviceInfos, "IFGetDeviceInfo", shown.failure,
+                          [&](auto command, auto* type, void* value, auto* size) {
+                              return gc.IFGetDeviceInfo(handle, shown.id.c_str(), command, type, value, size);
+                          });
+    return shown;
 }
 
 void WalkDevices(const Producer& gc, IF_HANDLE handle, ShownInterface& shown) {
-    gc.Require(gc.IFUpdateDeviceList(handle, nullptr, kSearchMs), "IFUpdateDeviceList");
-    std::uint32_t count = 0;
-    gc.Require(gc.IFGetNumDevices(handle, &count), "IFGetNumDevices");
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto id = IdOf([&](char* text, std::size_t* size) { return gc.IFGetDeviceID(handle, i, text, size); });
-        if (!id) continue;
-        shown.devices.push_back({*id, InfosOf(kDeviceInfos, [&](auto command, auto* type, void* value, auto* size) {
-                                     return gc.IFGetDeviceInfo(handle, id->c_str(), command, type, value, size);
-                                 })});
-    }
+    // Where the search fails there may still be those that an earlier one found.
+    Works(gc, gc.IFUpdateDeviceList(handle, nullptr, kSearchMs), "IFUpdateDeviceList", shown.failure);
+    const std::uint32_t count = CountOf(gc, "IFGetNumDevices", shown.failure,
+                                        [&](std::uint32_t* number) { return gc.IFGetNumDevices(handle, number); });
+    for (std::uint32_t i = 0; i < count; ++i)
+        shown.devices.push_back(WalkDevice(gc, handle, i));
 }
 
-ShownInterface WalkInterface(const Producer& gc, TL_HANDLE tl, const std::string& id) {
+ShownInterface WalkInterface(const Producer& gc, TL_HANDLE tl, std::uint32_t index) {
     ShownInterface shown;
-    shown.id = id;
-    shown.infos = InfosOf(kInterfaceInfos, [&](auto command, auto* type, void* value, auto* size) {
-        return gc.TLGetInterfaceInfo(tl, id.c_str(), command, type, value, size);
-    });
+    shown.id = IdOf(gc, "TLGetInterfaceID", shown.failure,
+                    [&](char* text, std::size_t* size) { return gc.TLGetInterfaceID(tl, index, text, size); });
+    if (shown.id.empty()) return shown;
+    shown.infos = InfosOf(gc, kInterfaceInfos, "TLGetInterfaceInfo", shown.failure,
+                          [&](auto command, auto* type, void* value, auto* size) {
+                              return gc.TLGetInterfaceInfo(tl, shown.id.c_str(), command, type, value, size);
+                          });
     IF_HANDLE handle = nullptr;
-    gc.Require(gc.TLOpenInterface(tl, id.c_str(), &handle), "TLOpenInterface");
+    if (!Works(gc, gc.TLOpenInterface(tl, shown.id.c_str(), &handle), "TLOpenInterface", shown.failure)) return shown;
     WalkDevices(gc, handle, shown);
-    gc.IFClose(handle);
+    Works(gc, gc.IFClose(handle), "IFClose", shown.failure);
     return shown;
+}
+
+void WalkInterfaces(const Producer& gc, TL_HANDLE tl, ShownSystem& shown) {
+    Works(gc, gc.TLUpdateInterfaceList(tl, nullptr, kSearchMs), "TLUpdateInterfaceList", shown.failure);
+    const std::uint32_t count = CountOf(gc, "TLGetNumInterfaces", shown.failure,
+                                        [&](std::uint32_t* number) { return gc.TLGetNumInterfaces(tl, number); });
+    for (std::uint32_t i = 0; i < count; ++i)
+        shown.interfaces.push_back(WalkInterface(gc, tl, i));
+}
+
+void AddFailure(const std::string& failure, const std::string& module, std::vector<std::string>& failures) {
+    if (!failure.empty()) failures.push_back(module + ": " + failure);
 }
 
 } // namespace
@@ -150,20 +224,26 @@ ShownInterface WalkInterface(const Producer& gc, TL_HANDLE tl, const std::string
 ShownSystem WalkProducer(const std::string& path) {
     const Producer gc(path);
     ShownSystem shown;
-    shown.infos = InfosOf(kSystemInfos, [&](auto command, auto* type, void* value, auto* size) {
-        return gc.GCGetInfo(command, type, value, size);
-    });
+    shown.infos =
+        InfosOf(gc, kSystemInfos, "GCGetInfo", shown.failure, [&](auto command, auto* type, void* value, auto* size) {
+            return gc.GCGetInfo(command, type, value, size);
+        });
     TL_HANDLE tl = nullptr;
-    gc.Require(gc.TLOpen(&tl), "TLOpen");
-    gc.Require(gc.TLUpdateInterfaceList(tl, nullptr, kSearchMs), "TLUpdateInterfaceList");
-    std::uint32_t count = 0;
-    gc.Require(gc.TLGetNumInterfaces(tl, &count), "TLGetNumInterfaces");
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto id = IdOf([&](char* text, std::size_t* size) { return gc.TLGetInterfaceID(tl, i, text, size); });
-        if (id) shown.interfaces.push_back(WalkInterface(gc, tl, *id));
-    }
-    gc.TLClose(tl);
+    if (!Works(gc, gc.TLOpen(&tl), "TLOpen", shown.failure)) return shown;
+    WalkInterfaces(gc, tl, shown);
+    Works(gc, gc.TLClose(tl), "TLClose", shown.failure);
     return shown;
+}
+
+std::vector<std::string> FailuresIn(const ShownSystem& shown) {
+    std::vector<std::string> failures;
+    AddFailure(shown.failure, "system", failures);
+    for (const ShownInterface& interface : shown.interfaces) {
+        AddFailure(interface.failure, "interface " + interface.id, failures);
+        for (const ShownDevice& device : interface.devices)
+            AddFailure(device.failure, "device " + device.id, failures);
+    }
+    return failures;
 }
 
 } // namespace tool
