@@ -1,11 +1,11 @@
 #include "gstreamer/DeviceProvider.h"
 
+#include "core/Mutex.h"
 #include "gstreamer/caps/CapsFormat.h"
 
 #include <tavix/camera/CameraInfo.h>
 
 #include <map>
-#include <mutex>
 #include <string>
 
 GST_DEBUG_CATEGORY_STATIC(tavixdevice_debug);
@@ -15,8 +15,9 @@ namespace {
 
 /// The devices that are told of, and who watches for others.
 struct Watching {
-    std::mutex mutex;
-    std::map<std::string, GstDevice*> known;   // by path and serial number; guarded by mutex, owned by the provider
+    Tavix::Mutex mutex;
+    // By path and serial number; owned by the provider.
+    std::map<std::string, GstDevice*> known TAVIX_GUARDED_BY(mutex);
     std::unique_ptr<Tavix::CameraWatch> watch; // of start and stop
 };
 
@@ -99,7 +100,7 @@ Watching& WatchingOf(gpointer provider) {
 
 void Come(GstDeviceProvider* provider, const CameraInfo& info) {
     Watching& watching = WatchingOf(provider);
-    const std::lock_guard lock(watching.mutex);
+    const Tavix::MutexLock lock(watching.mutex);
     GstDevice*& known = watching.known[KeyOf(info)];
     if (known != nullptr) return;
     GST_INFO_OBJECT(provider, "%s is here: %s", info.friendlyName.c_str(), info.path.c_str());
@@ -109,7 +110,7 @@ void Come(GstDeviceProvider* provider, const CameraInfo& info) {
 
 void Go(GstDeviceProvider* provider, const CameraInfo& info) {
     Watching& watching = WatchingOf(provider);
-    const std::lock_guard lock(watching.mutex);
+    const Tavix::MutexLock lock(watching.mutex);
     const auto found = watching.known.find(KeyOf(info));
     if (found == watching.known.end()) return;
     GST_INFO_OBJECT(provider, "%s is gone: %s", info.friendlyName.c_str(), info.path.c_str());
@@ -145,7 +146,7 @@ gboolean Start(GstDeviceProvider* provider) {
 void Stop(GstDeviceProvider* provider) {
     Watching& watching = WatchingOf(provider);
     watching.watch.reset();
-    const std::lock_guard lock(watching.mutex);
+    const Tavix::MutexLock lock(watching.mutex);
     watching.known.clear();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // The camera's stream as a pipeline runs and interrupts it.
 
+#include "core/Mutex.h"
 #include "gstreamer/element/Options.h"
 
 #include <tavix/camera/Camera.h>
@@ -8,7 +9,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -46,18 +46,21 @@ public:
 
 private:
     class Visit;
-    bool Enter();
+    /// Tells the stream that runs, if one does: who is inside may use it without the lock.
+    bool Enter(Tavix::ImageStream*& stream);
     void Leave() noexcept;
-    void Begin(Tavix::Camera& camera, const Options& options);
-    void End(std::unique_lock<std::mutex>& lock) noexcept;
+    Tavix::ImageStream& Begin(Tavix::Camera& camera, const Options& options);
+    void End() noexcept TAVIX_REQUIRES(m_Mutex);
+    void BeginPause();
+    void EndPause();
 
-    mutable std::mutex m_Mutex;
+    mutable Tavix::Mutex m_Mutex;
     std::condition_variable m_Changed;
-    // Guarded by m_Mutex; who is inside may use the stream without it.
-    std::unique_ptr<Tavix::ImageStream> m_Stream;
-    Tavix::GrabCounts m_LastCounts;
-    unsigned int m_Pauses = 0;
-    bool m_IsInside = false, m_IsInterrupted = false;
+    std::unique_ptr<Tavix::ImageStream> m_Stream TAVIX_GUARDED_BY(m_Mutex);
+    Tavix::GrabCounts m_LastCounts TAVIX_GUARDED_BY(m_Mutex);
+    unsigned int m_Pauses TAVIX_GUARDED_BY(m_Mutex) = 0;
+    bool m_IsInside TAVIX_GUARDED_BY(m_Mutex) = false;
+    bool m_IsInterrupted TAVIX_GUARDED_BY(m_Mutex) = false;
 };
 
 } // namespace tavixgst

@@ -11,18 +11,18 @@ namespace tavixgst {
 
 /// As they are now; each image asks, so they are not copied.
 std::shared_ptr<const tavixgst::Options> Source::Options() const {
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     return m_Options;
 }
 
 void Source::Change(const tavixgst::Options& options) {
     auto changed = std::make_shared<const tavixgst::Options>(options);
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     m_Options = std::move(changed);
 }
 
 std::shared_ptr<Tavix::Camera> Source::Opened() const {
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     if (!m_Camera) throw Tavix::StateError("the camera is not open: set the element to READY first");
     return m_Camera;
 }
@@ -42,7 +42,7 @@ void Source::Open() {
         camera->OnEvent(name, [this](const Tavix::CameraEvent& event) { Post(NewEventStructure(event)); });
     m_OpenedCamera = options->camera;
     m_OpenedEvents = options->events;
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     m_Camera = camera;
 }
 
@@ -50,7 +50,7 @@ void Source::Reopen() {
     const auto options = Options();
     bool isOpen;
     {
-        const std::lock_guard lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         isOpen = m_Camera != nullptr;
     }
     const bool isLost = m_IsAway || m_IsLossTold, isSame = options->camera == m_OpenedCamera;
@@ -70,9 +70,10 @@ void Source::Close() noexcept {
     m_Flow.Stop();
     std::shared_ptr<Tavix::Camera> camera;
     {
-        const std::lock_guard lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         camera.swap(m_Camera);
         m_Layout = {};
+        m_Period = 0;
     }
     if (camera) camera->Close();
 }
@@ -80,7 +81,7 @@ void Source::Close() noexcept {
 CapsPtr Source::Caps() {
     std::shared_ptr<Tavix::Camera> camera;
     {
-        const std::lock_guard lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         camera = m_Camera;
     }
     return camera ? CapsOf(*camera, ConversionWanted()) : nullptr;
@@ -110,16 +111,16 @@ void Source::Negotiated(GstCaps& caps) {
         Tavix::imaging::FindPixelFormat(std::string_view((*camera)["PixelFormat"].Text()));
     const bool isConverted = sent == nullptr || FindFormat(sent->format) == nullptr;
     m_NeedsPool = isConverted || layout.stride * 8 != layout.width * sent->BitsPerPixel();
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     m_Layout = layout;
+    m_Period = layout.Duration();
 }
 
 Source::Latencies Source::Latency() const {
-    const std::lock_guard lock(m_Mutex);
-    const GstClockTime period = m_Layout.Duration();
+    const Tavix::MutexLock lock(m_Mutex);
     Latencies latencies;
-    latencies.least = std::max(m_Time.Delay(), period);
-    if (period != 0) latencies.most = latencies.least + m_Options->buffers * period;
+    latencies.least = std::max(m_Time.Delay(), m_Period);
+    if (m_Period != 0) latencies.most = latencies.least + m_Options->buffers * m_Period;
     return latencies;
 }
 
@@ -130,21 +131,23 @@ void Source::StopStream() noexcept {
 
 void Source::Interrupt() noexcept {
     m_Flow.Interrupt();
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     m_Changed.notify_all();
 }
 
 bool Source::HasGone() {
     constexpr std::chrono::milliseconds kLag{500};
-    std::unique_lock lock(m_Mutex);
+    Tavix::MutexLock lock(m_Mutex);
     if (!m_Camera) return false;
-    m_Changed.wait_for(lock, kLag, [this] { return m_IsAway || m_Flow.IsInterrupted(); });
+    const auto end = std::chrono::steady_clock::now() + kLag;
+    while (!m_IsAway && !m_Flow.IsInterrupted())
+        if (!lock.WaitUntil(m_Changed, end)) break;
     return m_IsAway;
 }
 
 void Source::OnRemoval(bool isBack) {
     Post(gst_structure_new_empty(isBack ? "tavix-returned" : "tavix-removed"));
-    const std::lock_guard lock(m_Mutex);
+    const Tavix::MutexLock lock(m_Mutex);
     m_IsAway = !isBack;
     if (isBack) m_IsLossTold = false;
     m_Changed.notify_all();
@@ -169,7 +172,7 @@ void Source::WhileItMay(const std::function<void(Tavix::Camera&)>& deed) {
 void Source::SetFeatures(const std::string& text) {
     std::vector<Assignment> assignments;
     {
-        const std::lock_guard lock(m_Mutex);
+        const Tavix::MutexLock lock(m_Mutex);
         if (m_Camera) assignments = ParseAssignments(text); // else opening tells, which somebody listens to
         auto changed = std::make_shared<tavixgst::Options>(*m_Options);
         changed->features = text;

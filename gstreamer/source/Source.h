@@ -1,6 +1,7 @@
 #pragma once
 // A camera as the source of a pipeline.
 
+#include "core/Mutex.h"
 #include "gstreamer/buffer/BufferMaker.h"
 #include "gstreamer/caps/CameraCaps.h"
 #include "gstreamer/element/FeatureAccess.h"
@@ -13,7 +14,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,7 +25,7 @@ inline constexpr char kUnplugged[] = "the camera is unplugged";
 /// to be for the pipeline's thread is thread-safe. Throws as the camera classes do.
 class Source {
 public:
-    explicit Source(GstBaseSrc& element) : m_Element(element) {}
+    explicit Source(GstBaseSrc& element) : m_Element(element), m_Options(std::make_shared<const tavixgst::Options>()) {}
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
@@ -88,11 +88,10 @@ private:
 
     GstBaseSrc& m_Element;
     Flow m_Flow;
-    mutable std::mutex m_Mutex;
-    // Guarded by m_Mutex.
-    std::shared_ptr<const tavixgst::Options> m_Options = std::make_shared<tavixgst::Options>();
-    std::shared_ptr<Tavix::Camera> m_Camera;
-    Layout m_Layout; // written by the pipeline's thread only
+    mutable Tavix::Mutex m_Mutex;
+    std::shared_ptr<const tavixgst::Options> m_Options TAVIX_GUARDED_BY(m_Mutex);
+    std::shared_ptr<Tavix::Camera> m_Camera TAVIX_GUARDED_BY(m_Mutex);
+    GstClockTime m_Period TAVIX_GUARDED_BY(m_Mutex) = 0; // m_Layout's duration
 
     BufferMaker m_Maker;
     PipelineTime m_Time;
@@ -103,6 +102,7 @@ private:
     std::string m_OpenedCamera, m_OpenedEvents;
 
     // Of the pipeline's thread.
+    Layout m_Layout; // also of who closes
     std::chrono::steady_clock::time_point m_LastImage;
     std::uint64_t m_Starved = 0, m_Offset = 0;
     bool m_IsFresh = false; // the image was waited for, and did not lie ready while the pipeline was busy
