@@ -1,6 +1,7 @@
 #pragma once
 // What a feed shares with the thread that waits for images.
 
+#include "core/Mutex.h"
 #include "python/Running.h"
 #include "python/Wake.h"
 
@@ -30,7 +31,7 @@ public:
         } catch (...) {
             error = std::current_exception();
         }
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         m_Error = error;
         m_HasEnded = true;
         m_Wake.Set();
@@ -39,13 +40,13 @@ public:
     /// Readable when Take() has something to say.
     int Descriptor() const { return m_Wake.Descriptor(); }
     bool HasEnded() const {
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         return !m_Item && m_HasEnded;
     }
 
     /// What came, nothing when it did not come yet or at the end. Throws what ended the stream.
     std::optional<Item> Take() {
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         if (!m_Item && m_Error) std::rethrow_exception(std::exchange(m_Error, nullptr));
         std::optional<Item> taken = std::exchange(m_Item, std::nullopt);
         if (!m_HasEnded) m_Wake.Reset();
@@ -56,7 +57,7 @@ public:
     /// Lets Run() return soon.
     void Stop() noexcept {
         if (const auto stream = Held()) stream->Cancel();
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         m_IsStopped = true;
         m_Item.reset();
         m_Changed.notify_all();
@@ -65,42 +66,43 @@ public:
     /// Stops the cameras, once Run() has returned.
     void Release() {
         std::shared_ptr<Source> stream;
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         if (m_Stream) m_LastCounts.emplace(m_Stream->Counts());
         stream.swap(m_Stream);
     }
 
     /// Null once released.
     std::shared_ptr<Source> Held() const {
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         return m_Stream;
     }
     /// Those of its end once released.
     CountsOf<Source> Counts() const {
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         return m_Stream ? m_Stream->Counts() : *m_LastCounts;
     }
 
 private:
     // False when there will be no more.
     bool Offer(Item item) {
-        std::unique_lock lock(m_Guard);
+        Tavix::MutexLock lock(m_Guard);
         if (m_IsStopped || !HasCome(item)) return false;
         m_Item.emplace(std::move(item));
         m_Wake.Set();
-        m_Changed.wait(lock, [&] { return !m_Item || m_IsStopped; });
+        while (m_Item && !m_IsStopped)
+            lock.Wait(m_Changed);
         return !m_IsStopped;
     }
 
     Wake m_Wake;
-    mutable std::mutex m_Guard; // of all below, never held for long
-    std::shared_ptr<Source> m_Stream;
-    std::optional<CountsOf<Source>> m_LastCounts;
+    mutable Tavix::Mutex m_Guard; // never held for long
     std::condition_variable m_Changed;
-    std::optional<Item> m_Item;
-    std::exception_ptr m_Error;
-    bool m_HasEnded = false;
-    bool m_IsStopped = false;
+    std::shared_ptr<Source> m_Stream TAVIX_GUARDED_BY(m_Guard);
+    std::optional<CountsOf<Source>> m_LastCounts TAVIX_GUARDED_BY(m_Guard);
+    std::optional<Item> m_Item TAVIX_GUARDED_BY(m_Guard);
+    std::exception_ptr m_Error TAVIX_GUARDED_BY(m_Guard);
+    bool m_HasEnded TAVIX_GUARDED_BY(m_Guard) = false;
+    bool m_IsStopped TAVIX_GUARDED_BY(m_Guard) = false;
 };
 
 } // namespace tavixpython

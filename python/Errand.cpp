@@ -1,9 +1,9 @@
 #include "python/Errand.h"
 
+#include "core/Mutex.h"
 #include "python/Fork.h"
 
 #include <condition_variable>
-#include <mutex>
 
 #include <unistd.h>
 
@@ -14,9 +14,9 @@ constexpr std::chrono::milliseconds kPatience{1000};
 
 /// Those that go on. Never destroyed, since a thread may outlive the end of the program.
 struct Count {
-    std::mutex mutex;
+    Tavix::Mutex mutex;
     std::condition_variable changed;
-    unsigned int out = 0; // guarded by mutex
+    unsigned int out TAVIX_GUARDED_BY(mutex) = 0;
 };
 
 Count& TheCount() {
@@ -26,7 +26,7 @@ Count& TheCount() {
 
 void Change(int by) {
     Count& count = TheCount();
-    const std::lock_guard lock(count.mutex);
+    const Tavix::MutexLock lock(count.mutex);
     count.out += static_cast<unsigned int>(by);
     count.changed.notify_all();
 }
@@ -55,8 +55,11 @@ void AwaitErrands() {
     if (IsLeftToParent()) return;
     WaitInSteps(std::chrono::milliseconds(-1), [](std::chrono::milliseconds time) {
         Count& count = TheCount();
-        std::unique_lock lock(count.mutex);
-        return count.changed.wait_for(lock, time, [&count] { return count.out == 0; });
+        Tavix::MutexLock lock(count.mutex);
+        const auto end = std::chrono::steady_clock::now() + time;
+        while (count.out != 0)
+            if (!lock.WaitUntil(count.changed, end)) return count.out == 0;
+        return true;
     });
     WaitInSteps(kPatience, [](std::chrono::milliseconds) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

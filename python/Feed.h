@@ -1,6 +1,7 @@
 #pragma once
 // A running stream for an event loop, which watches a descriptor instead of waiting.
 
+#include "core/Mutex.h"
 #include "python/Belt.h"
 #include "python/Ending.h"
 #include "python/Errand.h"
@@ -20,7 +21,7 @@ public:
           m_Thread([belt = m_Belt] { belt->Run(); }), m_Id(m_Thread.get_id()) {}
     ~Feed() {
         Close();
-        if (m_Thread.joinable()) Part();
+        if (m_Thread.joinable()) Part(std::move(m_Thread));
     }
     Feed(const Feed&) = delete;
     Feed& operator=(const Feed&) = delete;
@@ -43,7 +44,7 @@ public:
         const WithoutLock unlocked;
         m_Belt->Stop();
         if (m_Id == std::this_thread::get_id()) return;
-        const std::lock_guard closing(m_Closing);
+        const Tavix::MutexLock closing(m_Closing);
         if (!m_Thread.joinable()) return;
         m_Thread.join();
         m_Belt->Release();
@@ -64,8 +65,8 @@ public:
 
 private:
     // From the thread that destroys its own feed, in a callback: it ends after that, and an errand joins it.
-    void Part() noexcept {
-        auto thread = std::make_shared<std::thread>(std::move(m_Thread));
+    static void Part(std::thread own) noexcept {
+        auto thread = std::make_shared<std::thread>(std::move(own));
         try {
             SendOut([thread] { thread->join(); }).detach();
         } catch (const std::exception&) {
@@ -75,8 +76,8 @@ private:
 
     const std::chrono::milliseconds m_Silence;
     const std::shared_ptr<Belt<Source>> m_Belt;
-    std::mutex m_Closing;
-    std::thread m_Thread; // joined under m_Closing
+    Tavix::Mutex m_Closing; // held while the thread is joined
+    std::thread m_Thread TAVIX_GUARDED_BY(m_Closing);
     const std::thread::id m_Id;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 // A running stream, of one camera or of a group.
 
+#include "core/Mutex.h"
 #include "python/Ending.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -92,21 +92,21 @@ public:
         const WithoutLock unlocked;
         std::shared_ptr<Source> stream;
         {
-            const std::lock_guard lock(m_Guard);
+            const Tavix::MutexLock lock(m_Guard);
             stream.swap(m_Stream);
             if (stream) m_LastCounts.emplace(stream->Counts());
         }
         if (!stream) return;
         stream->Cancel();
-        if (HasTurn()) return;              // Next() lets it go
-        const std::lock_guard turn(m_Turn); // nobody waits in it any more
+        if (HasTurn()) return;               // Next() lets it go
+        const Tavix::MutexLock turn(m_Turn); // nobody waits in it any more
         stream.reset();
     }
 
     /// Those of its end once closed.
     CountsOf<Source> Counts() const {
         const WithoutLock unlocked;
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         return m_Stream ? m_Stream->Counts() : *m_LastCounts;
     }
 
@@ -124,7 +124,7 @@ private:
     /// Whether there is no more to wait for: an image came, or none will.
     bool Take(std::chrono::milliseconds time, std::optional<Item>& item) {
         if (HasTurn()) throw Tavix::StateError("a callback that a wait for an image makes cannot wait for one");
-        const std::lock_guard turn(m_Turn);
+        const Tavix::MutexLock turn(m_Turn);
         const auto stream = Held();
         if (!stream) return true;
         const Taking taking(m_Taker);
@@ -136,7 +136,7 @@ private:
     /// Whether the library has called the caller out of Next().
     bool HasTurn() const { return m_Taker.load() == std::this_thread::get_id(); }
     std::shared_ptr<Source> Held() const {
-        const std::lock_guard lock(m_Guard);
+        const Tavix::MutexLock lock(m_Guard);
         return m_Stream;
     }
     std::shared_ptr<Source> Checked() const {
@@ -147,10 +147,10 @@ private:
 
     const std::chrono::milliseconds m_Silence;
     const std::chrono::milliseconds m_AtEnd;
-    mutable std::mutex m_Guard;       // of the pointer, never held for long
-    std::shared_ptr<Source> m_Stream; // null once closed
-    std::optional<CountsOf<Source>> m_LastCounts;
-    std::mutex m_Turn;                      // of who takes the next image
+    mutable Tavix::Mutex m_Guard;                               // never held for long
+    std::shared_ptr<Source> m_Stream TAVIX_GUARDED_BY(m_Guard); // null once closed
+    std::optional<CountsOf<Source>> m_LastCounts TAVIX_GUARDED_BY(m_Guard);
+    Tavix::Mutex m_Turn;                    // of who takes the next image
     std::atomic<std::thread::id> m_Taker{}; // who has it; a thread compares it with itself
 };
 

@@ -1,8 +1,9 @@
 #include "python/Wake.h"
 
+#include "core/Mutex.h"
+
 #include <tavix/camera/Error.h>
 
-#include <mutex>
 #include <set>
 
 #include <sys/eventfd.h>
@@ -12,31 +13,40 @@ namespace tavixpython {
 namespace {
 
 /// Never destroyed, since threads may outlive the end of the program.
-struct Known {
-    std::mutex mutex;
-    std::set<const Wake*> wakes; // guarded by mutex
-};
+class Known {
+public:
+    static Known& Get() {
+        static Known& known = *new Known;
+        return known;
+    }
+    void Add(const Wake& wake) {
+        const Tavix::MutexLock lock(m_Mutex);
+        m_Wakes.insert(&wake);
+    }
+    void Remove(const Wake& wake) {
+        const Tavix::MutexLock lock(m_Mutex);
+        m_Wakes.erase(&wake);
+    }
+    void SetAll() {
+        const Tavix::MutexLock lock(m_Mutex);
+        for (const Wake* wake : m_Wakes)
+            wake->Set();
+    }
 
-Known& TheKnown() {
-    static Known& known = *new Known;
-    return known;
-}
+private:
+    Tavix::Mutex m_Mutex;
+    std::set<const Wake*> m_Wakes TAVIX_GUARDED_BY(m_Mutex);
+};
 
 } // namespace
 
 Wake::Wake() : m_Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (m_Descriptor < 0) throw Tavix::Error("no descriptor is left for a stream; close files");
-    Known& known = TheKnown();
-    const std::lock_guard lock(known.mutex);
-    known.wakes.insert(this);
+    Known::Get().Add(*this);
 }
 
 Wake::~Wake() {
-    {
-        Known& known = TheKnown();
-        const std::lock_guard lock(known.mutex);
-        known.wakes.erase(this);
-    }
+    Known::Get().Remove(*this);
     close(m_Descriptor);
 }
 
@@ -50,10 +60,7 @@ void Wake::Reset() const noexcept {
 }
 
 void Wake::SetAll() noexcept {
-    Known& known = TheKnown();
-    const std::lock_guard lock(known.mutex);
-    for (const Wake* wake : known.wakes)
-        wake->Set();
+    Known::Get().SetAll();
 }
 
 } // namespace tavixpython
