@@ -2,6 +2,7 @@
 
 #include "core/Format.h"
 #include "core/LogCore.h"
+#include "core/Mutex.h"
 #include "core/Printable.h"
 
 #include <algorithm>
@@ -111,8 +112,8 @@ void LogTraceV(unsigned int catId, unsigned int level, const char* format, va_li
 
 void logging::UpdateLowestLevel() {
     // Looked up and stored in one step: otherwise a thread that looked before a listener came might store after it.
-    static std::mutex mutex;
-    const std::lock_guard<std::mutex> lock(mutex);
+    static Mutex mutex;
+    const MutexLock lock(mutex);
     g_LowestLevel = HasListeners() ? 0 : Categories::Get().LowestLevel();
 }
 

@@ -1,9 +1,10 @@
 #include "core/LogSink.h"
 
+#include "core/Lock.h"
 #include "core/LogCore.h"
+#include "core/Mutex.h"
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 namespace Tavix {
@@ -16,10 +17,10 @@ struct TAVIX_HIDDEN LogSink::Entry {
     void Stop();
 
 private:
-    std::recursive_mutex m_Mutex; // recursive: a listener logs, or removes itself
-    Listener m_Listener;          // constant after construction
-    bool m_IsCalling = false;     // guarded by m_Mutex
-    bool m_IsStopped = false;     // guarded by m_Mutex
+    RecursiveLock m_Lock; // recursive: a listener logs, or removes itself
+    Listener m_Listener;  // constant after construction
+    bool m_IsCalling TAVIX_GUARDED_BY(m_Lock) = false;
+    bool m_IsStopped TAVIX_GUARDED_BY(m_Lock) = false;
 };
 
 namespace logging {
@@ -42,25 +43,25 @@ public:
     bool IsEmpty() const { return m_Count.load(std::memory_order_acquire) == 0; }
 
     Entries Copy() const {
-        const std::lock_guard<std::mutex> lock(m_Mutex);
+        const MutexLock lock(m_Mutex);
         return m_Entries;
     }
 
     void Add(std::shared_ptr<LogSink::Entry> entry) {
-        const std::lock_guard<std::mutex> lock(m_Mutex);
+        const MutexLock lock(m_Mutex);
         m_Entries.push_back(std::move(entry));
         m_Count = m_Entries.size();
     }
 
     void Remove(const std::shared_ptr<LogSink::Entry>& entry) {
-        const std::lock_guard<std::mutex> lock(m_Mutex);
+        const MutexLock lock(m_Mutex);
         m_Entries.erase(std::remove(m_Entries.begin(), m_Entries.end(), entry), m_Entries.end());
         m_Count = m_Entries.size();
     }
 
 private:
-    mutable std::mutex m_Mutex;
-    Entries m_Entries; // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    Entries m_Entries TAVIX_GUARDED_BY(m_Mutex);
     std::atomic<std::size_t> m_Count{0};
 };
 
@@ -79,7 +80,7 @@ void Deliver(const std::string& category, unsigned int level, const std::string&
 } // namespace logging
 
 void LogSink::Entry::Call(const std::string& category, unsigned int level, const std::string& text) {
-    const std::lock_guard<std::recursive_mutex> lock(m_Mutex);
+    const ScopedLock lock(m_Lock);
     if (m_IsStopped || m_IsCalling) return;
     m_IsCalling = true;
     try {
@@ -91,7 +92,7 @@ void LogSink::Entry::Call(const std::string& category, unsigned int level, const
 }
 
 void LogSink::Entry::Stop() {
-    const std::lock_guard<std::recursive_mutex> lock(m_Mutex);
+    const ScopedLock lock(m_Lock);
     m_IsStopped = true;
 }
 

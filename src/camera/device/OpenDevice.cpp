@@ -1,12 +1,12 @@
 #include "camera/device/OpenDevice.h"
 
 #include "camera/Failure.h"
+#include "core/Mutex.h"
 
 #include <tavix/DevicePresence.h>
 #include <tavix/TlFactory.h>
 
 #include <algorithm>
-#include <mutex>
 #include <set>
 #include <vector>
 
@@ -23,22 +23,22 @@ public:
         return names;
     }
     void Add(const std::string& name) {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         m_Names.insert(name);
     }
     void Remove(const std::string& name) {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         const auto found = m_Names.find(name);
         if (found != m_Names.end()) m_Names.erase(found);
     }
     bool Has(const std::string& name) const {
-        const std::lock_guard<std::mutex> guard(m_Mutex);
+        const MutexLock guard(m_Mutex);
         return m_Names.count(name) != 0;
     }
 
 private:
-    mutable std::mutex m_Mutex;
-    std::multiset<std::string> m_Names; // guarded by m_Mutex
+    mutable Mutex m_Mutex;
+    std::multiset<std::string> m_Names TAVIX_GUARDED_BY(m_Mutex);
 };
 
 bool IsListed(const CameraInfo& info) {
