@@ -57,7 +57,7 @@ void EventQueue::CheckTurnedAway() {
     Waits waits(timeoutMs);
     for (;;) {
         CheckTurnedAway();
-        if (const Taken taken = TryTake(buffer, *size); taken != Taken::Nothing) {
+        if (const Taken taken = TakeOrHandOn(buffer, *size); taken != Taken::Nothing) {
             ++m_Taken;
             if (taken == Taken::OneOfSeveral) m_WaitObject.Signal(); // a pulse may have been meant for another waiter
             return;
@@ -65,6 +65,15 @@ void EventQueue::CheckTurnedAway() {
         const unsigned int left = waits.Next();
         if (left == 0) Fail(GC_ERR_TIMEOUT, "no event came in time");
         (void)m_WaitObject.Wait(left);
+    }
+}
+
+[[gnu::hot]] EventQueue::Taken EventQueue::TakeOrHandOn(void* buffer, size_t& size) {
+    try {
+        return TryTake(buffer, size);
+    } catch (...) {
+        m_WaitObject.Signal(); // it took nothing, so the pulse that woke it is for the next
+        throw;
     }
 }
 

@@ -53,6 +53,8 @@ private:
 
     void Push(Bytes bytes) noexcept;
     void CheckTurnedAway();
+    /// As TryTake; who leaves it by an exception wakes the next waiter.
+    Taken TakeOrHandOn(void* buffer, size_t& size);
 
     const EVENT_TYPE m_Type;
     const Tavix::WaitObjectEx m_WaitObject;

@@ -17,11 +17,14 @@ RemoteEvent::~RemoteEvent() {
 }
 
 void RemoteEvent::Stop() noexcept {
-    const Tavix::MutexLock guard(m_StreamMutex);
-    if (!m_Stream) return;
-    (void)m_Stream->RegisterWaitObject(nullptr);
-    (void)m_Stream->Close(); // a camera that is gone must not keep it open
-    m_Stream = nullptr;
+    vexlo::CVxEventStream* stream = nullptr;
+    {
+        const Tavix::MutexLock guard(m_StreamMutex); // not while the camera is told: nobody waits for that
+        std::swap(stream, m_Stream);
+    }
+    if (!stream) return;
+    (void)stream->RegisterWaitObject(nullptr);
+    (void)stream->Close(); // a camera that is gone must not keep it open
 }
 
 void RemoteEvent::Close() noexcept {
@@ -42,15 +45,22 @@ EventQueue::Taken RemoteEvent::TryTake(void* buffer, size_t& size) {
     const vexlo::VxStatus status = m_Stream->RetrieveEvent(buffer, &bytes, &left);
     if (status == vexlo::VX_E_NO_DATA) {
         m_Left = 0;
-        if (!m_IsLost) return Taken::Nothing;
-        WaitObject().Signal(); // for the next waiter
-        Fail(GC_ERR_IO, "the camera was unplugged");
+        CheckEnd();
+        return Taken::Nothing;
     }
     size = bytes;
     if (status == vexlo::VX_E_INVALID_SIZE) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
-    Check(status, "The camera's events cannot be received");
+    if (status != vexlo::VX_OK) {
+        m_End = status; // told once
+        CheckEnd();
+    }
     m_Left = left;
     return left == 0 ? Taken::Last : Taken::OneOfSeveral;
+}
+
+void RemoteEvent::CheckEnd() const {
+    if (m_IsLost || m_End == vexlo::VX_E_USB_NO_DEVICE) Fail(GC_ERR_IO, "the camera was unplugged");
+    Check(m_End, "The camera's events have ended");
 }
 
 void RemoteEvent::Flush() {

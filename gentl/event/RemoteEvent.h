@@ -32,9 +32,12 @@ protected:
 
 private:
     void Stop() noexcept;
+    /// Throws when the camera left or its event channel has ended.
+    void CheckEnd() const TAVIX_REQUIRES(m_StreamMutex);
 
     Tavix::Mutex m_StreamMutex;
     vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // owned by the device, null once stopped
+    vexlo::VxStatus m_End TAVIX_GUARDED_BY(m_StreamMutex) = vexlo::VX_OK;      // why the event channel ended by itself
     std::atomic<bool> m_IsLost{false};
     std::atomic<unsigned long> m_Left{0}; // as the last retrieval told
 };

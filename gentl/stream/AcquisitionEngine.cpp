@@ -38,9 +38,10 @@ void AcquisitionEngine::RegisterOnBus(Buffer& buffer) {
     Check(m_Vx.RegisterBuffer(buffer.data, buffer.size, &handle), "The buffer cannot be used");
 }
 
-[[gnu::hot]] void AcquisitionEngine::QueueOnBus(Buffer& buffer) {
-    Check(m_Vx.QueueBuffer(m_Queues.WayOf(buffer).handle, &buffer), "The buffer cannot be queued");
-    m_Queues.NoteOnBus(buffer, true);
+[[gnu::hot]] vexlo::VxStatus AcquisitionEngine::QueueOnBus(Buffer& buffer) {
+    const vexlo::VxStatus status = m_Vx.QueueBuffer(m_Queues.WayOf(buffer).handle, &buffer);
+    if (status == vexlo::VX_OK) m_Queues.NoteOnBus(buffer, true);
+    return status;
 }
 
 void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
@@ -50,12 +51,11 @@ void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
 [[gnu::hot]] void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
     m_Queues.PutIntoInput(buffer);
     if (!m_IsRunning || m_Left == 0) return;
-    try {
-        QueueOnBus(buffer);
-    } catch (...) {
-        PutAside(buffer);
-        throw;
-    }
+    const vexlo::VxStatus status = QueueOnBus(buffer);
+    if (status == vexlo::VX_OK) return;
+    PutAside(buffer);
+    if (status == vexlo::VX_E_USB_NO_DEVICE) Fail(GC_ERR_IO, "the camera was unplugged");
+    FailBecauseOf(status, "The buffer cannot be queued");
 }
 
 void AcquisitionEngine::PutAside(Buffer& buffer) {
@@ -125,7 +125,8 @@ void AcquisitionEngine::Overwrite() {
     while (m_IsRunning && m_Left != 0) {
         Buffer* const oldest = m_Queues.TakeOverwritten(m_Handling);
         if (!oldest) return;
-        PutIntoInput(*oldest);
+        m_Queues.PutIntoInput(*oldest);
+        if (QueueOnBus(*oldest) != vexlo::VX_OK) return; // the stream has ended; it waits for the next start
     }
 }
 

@@ -51,7 +51,7 @@ public:
 
 private:
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
-    void QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    vexlo::VxStatus QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// INVALID_HANDLE when it was revoked while this thread waited for the lock.
     void CheckAnnounced(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void PutIntoInput(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
@@ -68,7 +68,8 @@ private:
     void DrainForOthers() TAVIX_REQUIRES(m_Mutex);
     void Sort(const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
     void Accept(Buffer& buffer, const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);
-    /// Images that nobody took make room for newer ones, where that is wished.
+    /// Images that nobody took make room for newer ones, where that is wished. Throws nothing: who takes images gets
+    /// them whatever becomes of that.
     void Overwrite() TAVIX_REQUIRES(m_Mutex);
     void Recall() TAVIX_REQUIRES(m_Mutex);
     void Begin(std::uint64_t count) TAVIX_REQUIRES(m_Mutex);

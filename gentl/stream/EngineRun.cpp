@@ -35,7 +35,7 @@ void AcquisitionEngine::Begin(std::uint64_t count) {
         Check(m_Vx.StartStreaming(), "The stream cannot be started");
         m_IsRunning = true;
         for (Buffer* const buffer : m_Queues.Input())
-            QueueOnBus(*buffer);
+            Check(QueueOnBus(*buffer), "The buffer cannot be queued");
     } catch (...) {
         End();
         throw;
@@ -114,13 +114,7 @@ void AcquisitionEngine::StopPump() noexcept {
 
 void AcquisitionEngine::DrainForPump() noexcept {
     const Guard guard(m_Mutex);
-    try {
-        Drain();
-    } catch (const Failure&) {
-        return; // the buffer that could not be queued again is put aside; the stream goes on with the others
-    } catch (const std::exception&) {
-        return; // memory is short for now
-    }
+    Drain();
     if (!m_Queues.Output().empty()) m_Listener.Signal();
 }
 

@@ -22,7 +22,6 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
     const EVENT_NEW_BUFFER_DATA event = stream->Engine().TakeOutput(isLast);
     if (!event.BufferHandle) {
         if (!stream->IsLost()) return Taken::Nothing;
-        WaitObject().Signal(); // for the next waiter
         Fail(GC_ERR_IO, "the camera was unplugged");
     }
     size = sizeof event;

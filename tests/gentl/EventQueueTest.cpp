@@ -19,15 +19,14 @@ protected:
     }
 
     /// SUCCESS, or why nothing came; 20 s are for ever.
-    GC_ERROR Take() {
+    GC_ERROR Take(std::size_t size = sizeof(std::uint64_t)) {
         std::uint64_t id = 0;
-        std::size_t size = sizeof id;
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         const GC_ERROR code = gentl::Guarded([&] { queue->GetData(&id, &size, 20000); });
         return std::chrono::steady_clock::now() < end ? code : GC_ERR_TIMEOUT;
     }
-    std::future<GC_ERROR> Waiter() {
-        return std::async(std::launch::async, [this] { return Take(); });
+    std::future<GC_ERROR> Waiter(std::size_t size = sizeof(std::uint64_t)) {
+        return std::async(std::launch::async, [this, size] { return Take(size); });
     }
 
     const std::shared_ptr<EventQueue> queue = std::make_shared<EventQueue>(EVENT_MODULE);
@@ -53,6 +52,17 @@ TEST_F(Events, ReachWhoWaitsBesideOneWhoIsKilled) {
         EXPECT_TRUE((codes[0] == GC_ERR_SUCCESS && codes[1] == GC_ERR_ABORT) ||
                     (codes[0] == GC_ERR_ABORT && codes[1] == GC_ERR_SUCCESS))
             << codes[0] << " and " << codes[1] << " in round " << round;
+    }
+}
+
+TEST_F(Events, ReachWhoHasRoomBesideOneWhoHasNot) {
+    for (int round = 0; round < 300 && !HasFailure(); ++round) {
+        auto small = Waiter(2), large = Waiter();
+        queue->PushModule(7);
+        EXPECT_EQ(large.get(), GC_ERR_SUCCESS) << "in round " << round;
+        queue->PushModule(8); // the other may not have looked yet
+        EXPECT_EQ(small.get(), GC_ERR_BUFFER_TOO_SMALL) << "in round " << round;
+        queue->Flush();
     }
 }
 

@@ -50,6 +50,20 @@ protected:
         FAIL() << "no interface has a camera";
     }
 
+    /// Another one than the first.
+    void SelectDevice(const std::string& serial) {
+        uint32_t devices = 0;
+        ASSERT_EQ(gc.IFGetNumDevices(interface, &devices), GC_ERR_SUCCESS);
+        for (uint32_t i = 0; i < devices; ++i) {
+            deviceId = TextOf([&](char* text, size_t* size) { return gc.IFGetDeviceID(interface, i, text, size); });
+            const std::string found = TextOf([&](char* text, size_t* size) {
+                return gc.IFGetDeviceInfo(interface, deviceId.c_str(), DEVICE_INFO_SERIAL_NUMBER, nullptr, text, size);
+            });
+            if (found == serial) return;
+        }
+        FAIL() << "no camera has the serial number " << serial;
+    }
+
     void OpenDevice() {
         ASSERT_EQ(gc.IFOpenDevice(interface, deviceId.c_str(), DEVICE_ACCESS_EXCLUSIVE, &device), GC_ERR_SUCCESS);
         ASSERT_EQ(gc.DevGetPort(device, &port), GC_ERR_SUCCESS);
