@@ -78,4 +78,14 @@ TEST(StrangeProducer, IsNotBelievedWhenItCountsBeyondReason) {
     EXPECT_EQ(shown["interfaces"].size(), 1024U);
 }
 
+TEST(StrangeProducer, PrintsNothingIntoOurOutput) {
+    for (const char* oddity : {"Says", "SaysAtTheEnd"}) {
+        const Outcome outcome = Show(oddity, {"--json"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(json::parse(outcome.out, nullptr, false)["system"]["vendor"], "Stranger") << outcome.out;
+        EXPECT_THAT(outcome.err, EndsWith(" from a producer\n"));
+        EXPECT_THAT(Show(oddity).out, testing::StartsWith("producer "));
+    }
+}
+
 } // namespace

@@ -25,6 +25,9 @@ std::string Reason(const std::exception& exception);
 /// The same of whatever is being handled, in a catch block; "out of memory" when there is none left for the text.
 std::string CaughtReason() noexcept;
 
+/// When something that was printed has not arrived.
+inline constexpr const char* kOutputLost = "the output could not be written; the disk that it goes to may be full";
+
 /// What to do when a camera has gone, to follow the reason.
 inline constexpr const char* kPlugIn = "; plug it in again";
 

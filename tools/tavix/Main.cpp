@@ -48,15 +48,13 @@ bool IsOutputWhole() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
-constexpr const char* kOutputLost = "the output could not be written; the disk that it goes to may be full";
-
 int Run(int argc, char** argv) {
     tool::CommandLine line;
     try {
         line.Parse(argc, argv);
     } catch (const CLI::Success& e) {
         line.app.exit(e); // help and version
-        return std::cout.flush() ? tool::kDone : Complain(kOutputLost, tool::kFailed);
+        return std::cout.flush() ? tool::kDone : Complain(tool::kOutputLost, tool::kFailed);
     } catch (const CLI::ParseError& e) {
         return Complain(tool::Reason(e) + "; see " + line.HelpCommand(), tool::kWrongLine);
     }
@@ -65,7 +63,7 @@ int Run(int argc, char** argv) {
     try {
         const tool::TraceWatch trace;
         const int status = line.run();
-        if (!IsOutputWhole()) return Complain(kOutputLost, tool::kFailed);
+        if (!IsOutputWhole()) return Complain(tool::kOutputLost, tool::kFailed);
         return status == tool::kDone && !trace.IsWhole() ? tool::kPartly : status;
     } catch (const tool::Error& e) {
         return Complain(tool::Reason(e), e.Status());

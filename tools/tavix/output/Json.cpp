@@ -31,8 +31,12 @@ std::string Dump(const nlohmann::json& json, int indent) {
 
 } // namespace
 
+std::string JsonText(const nlohmann::json& json) {
+    return Dump(json, 2) + "\n";
+}
+
 void PrintJson(const nlohmann::json& json) {
-    std::printf("%s\n", Dump(json, 2).c_str());
+    std::fputs(JsonText(json).c_str(), stdout);
 }
 
 void PrintJsonLine(const nlohmann::json& json) {

@@ -2,6 +2,7 @@
 #include "PlainFile.h"
 #include "line/Commands.h"
 #include "output/Json.h"
+#include "output/OwnOutput.h"
 #include "output/Table.h"
 #include "output/Text.h"
 #include "producers/ProducerPath.h"
@@ -57,8 +58,9 @@ Table ToTable(const std::string& path, const ShownSystem& shown) {
 
 int ShowProducer(const FileOptions& options) {
     RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
+    OwnOutput output;
     const ShownSystem shown = WalkProducer(options.path);
-    options.json ? PrintJson(ToJson(shown)) : ToTable(options.path, shown).Print();
+    output.Print(options.json ? JsonText(ToJson(shown)) : ToTable(options.path, shown).Text());
     const std::vector<std::string> failures = FailuresIn(shown);
     if (failures.empty()) return kDone;
     const std::string more = failures.size() == 1 ? "" : ", and " + std::to_string(failures.size() - 1) + " more";
