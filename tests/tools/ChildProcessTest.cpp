@@ -16,10 +16,11 @@ ChildOutcome Shell(const std::string& script, int timeoutMs = 20000) {
 }
 
 TEST(ChildProcess, TellsStatusAndWhatWasSaid) {
-    const ChildOutcome outcome = Shell("echo seen by nobody; echo why >&2; exit 7");
+    const ChildOutcome outcome = Shell("echo a long line, kept to its end; echo why >&2; exit 7");
     EXPECT_EQ(outcome.end, ChildOutcome::End::Exited);
     EXPECT_EQ(outcome.code, 7);
     EXPECT_EQ(outcome.errors, "why\n");
+    EXPECT_EQ(outcome.ending, "kept to its end\n");
 }
 
 TEST(ChildProcess, TellsTheSignal) {

@@ -88,4 +88,25 @@ TEST(StrangeProducer, PrintsNothingIntoOurOutput) {
     }
 }
 
+TEST(StrangeProducer, IsToldAsOneThatEndsTheProcess) {
+    const Outcome outcome = Show("Exits", {"--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, std::string("tavix: ") + TAVIX_STRANGE_PRODUCER + " ends the process that calls it\n");
+    const Variable path("GENICAM_GENTL64_PATH", TAVIX_STRANGE_PRODUCER);
+    for (const char* oddity : {"Exits", "ExitsAtOnce"}) {
+        const Variable variable(kOddity, oddity);
+        const Outcome listed = RunTool({"gentl"});
+        EXPECT_EQ(listed.status, 3) << oddity;
+        EXPECT_EQ(listed.out, TAVIX_STRANGE_PRODUCER + std::string("  ends the process that calls it\n")) << oddity;
+    }
+}
+
+TEST(StrangeProducer, OfThePathWorksInPart) {
+    const Variable path("GENICAM_GENTL64_PATH", TAVIX_STRANGE_PRODUCER);
+    const Variable variable(kOddity, "InterfaceFails");
+    const std::string failure = "works in part: interface first: TLOpenInterface " + kDown;
+    EXPECT_EQ(json::parse(RunTool({"gentl", "--json"}).out, nullptr, false)[0]["failure"], failure);
+    EXPECT_THAT(RunTool({"--virtual", "1", "doctor"}).out, HasSubstr(TAVIX_STRANGE_PRODUCER + (" " + failure) + "\n"));
+}
+
 } // namespace

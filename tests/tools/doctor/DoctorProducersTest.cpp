@@ -37,9 +37,9 @@ TEST(Doctor, BlamesTheVariableAndNoTransportLayerForWrongVirtualCameras) {
 TEST(Doctor, TellsStrangersProducersFromOurs) {
     const FakeSystem system;
     Patient patient = Examined(system);
-    patient.producers = tool::GentlProducers{
-        "/l/tavix-gentl/libtavixgentl.cti",
-        {{"/o/other.cti", false, "crashes with signal 11"}, {"/l/tavix-gentl/libtavixgentl.cti", true, ""}}};
+    patient.producers = tool::GentlProducers{"/l/tavix-gentl/libtavixgentl.cti",
+                                             {{"/o/other.cti", false, false, "crashes with signal 11"},
+                                              {"/l/tavix-gentl/libtavixgentl.cti", true, false, ""}}};
     std::vector<Finding> said;
     for (const Finding& finding : Examine(patient))
         if (finding.id == "gentl-producer") said.push_back(finding);
@@ -51,7 +51,7 @@ TEST(Doctor, TellsStrangersProducersFromOurs) {
     EXPECT_EQ(said[2].severity, Severity::Note);
     EXPECT_EQ(said[2].text, "programs that take the first producer get /o/other.cti, not "
                             "/l/tavix-gentl/libtavixgentl.cti");
-    patient.producers->checks = {{"/l/tavix-gentl/libtavixgentl.cti", true, "does not come back within 10 s"}};
+    patient.producers->checks = {{"/l/tavix-gentl/libtavixgentl.cti", true, false, "does not come back within 10 s"}};
     ExpectProblem(Said(Examine(patient), "gentl-producer"), "does not come back within 10 s",
                   "tavix gentl '/l/tavix-gentl/libtavixgentl.cti'");
 }

@@ -37,7 +37,8 @@ void ExamineEach(const GentlProducers& producers, Findings& findings) {
             findings.push_back({Severity::Good, kId, kAbout, check.path + " works", ""});
         else // a stranger's producer is not ours to mend
             findings.push_back({check.isOurs ? Severity::Problem : Severity::Note, kId, kAbout,
-                                check.path + " does not work: " + check.failure, "tavix gentl '" + check.path + "'"});
+                                check.path + (check.worksInPart ? " " : " does not work: ") + check.failure,
+                                "tavix gentl '" + check.path + "'"});
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <iterator>
 #include <system_error>
 
 #include <fcntl.h>
@@ -19,6 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMostErrors = 64 << 10;
+constexpr std::size_t kLongestEnding = 16;
 
 void Require(int error, const char* what) {
     if (error != 0) throw std::system_error(error, std::generic_category(), what);
@@ -56,10 +58,10 @@ private:
 /// What becomes of the three standard files. Bound to a thread.
 class FileActions {
 public:
-    explicit FileActions(int errors) {
+    FileActions(int output, int errors) {
         Require(posix_spawn_file_actions_init(&m_Actions), "preparing a program");
         posix_spawn_file_actions_addopen(&m_Actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&m_Actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_adddup2(&m_Actions, output, STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&m_Actions, errors, STDERR_FILENO);
     }
     ~FileActions() { posix_spawn_file_actions_destroy(&m_Actions); }
@@ -71,38 +73,46 @@ private:
     posix_spawn_file_actions_t m_Actions;
 };
 
-pid_t Start(const std::string& program, const std::vector<std::string>& arguments, int errors) {
+pid_t Start(const std::string& program, const std::vector<std::string>& arguments, const FileActions& files) {
     std::vector<char*> words{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     pid_t child = 0;
-    Require(posix_spawn(&child, program.c_str(), FileActions(errors).Get(), nullptr, words.data(), environ),
-            "starting a program");
+    Require(posix_spawn(&child, program.c_str(), files.Get(), nullptr, words.data(), environ), "starting a program");
     return child;
 }
 
-/// Takes what there is to read; false at its end.
-bool Read(int file, std::string& text) {
+/// Takes what there is to read and gives it to `keep`; takes the file out of what is polled at its end.
+template<class Keep>
+void Read(pollfd& file, Keep&& keep) {
     char block[4096];
-    const ssize_t count = read(file, block, sizeof block);
-    if (count < 0) return errno == EINTR;
-    text.append(block, std::min(static_cast<std::size_t>(count), kMostErrors - text.size()));
-    return count > 0;
+    const ssize_t count = read(file.fd, block, sizeof block);
+    if (count > 0)
+        keep(block, static_cast<std::size_t>(count));
+    else if (count == 0 || errno != EINTR)
+        file.fd = -1;
 }
 
 /// Reads until the program has ended and nothing of it is left; false when the time is over before that.
-bool ReadUntilEnd(pid_t child, int errors, Clock::time_point end, std::string& text) {
+bool ReadUntilEnd(pid_t child, int output, int errors, Clock::time_point end, ChildOutcome& outcome) {
     const ProcessFile process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-    pollfd files[] = {{errors, POLLIN, 0}, {process.Get(), POLLIN, 0}};
+    pollfd files[] = {{output, POLLIN, 0}, {errors, POLLIN, 0}, {process.Get(), POLLIN, 0}};
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-        if (left <= 0 || poll(files, 2, static_cast<int>(left)) == 0) return false;
-        if (files[0].revents != 0) {
-            if (!Read(errors, text)) files[0].fd = -1; // closed: only its end is to be waited for
-        } else if (files[1].revents != 0) {
+        if (left <= 0 || poll(files, std::size(files), static_cast<int>(left)) == 0) return false;
+        if (files[0].revents != 0)
+            Read(files[0], [&](const char* bytes, std::size_t count) {
+                outcome.ending.append(bytes, count);
+                if (outcome.ending.size() > kLongestEnding)
+                    outcome.ending.erase(0, outcome.ending.size() - kLongestEnding);
+            });
+        else if (files[1].revents != 0)
+            Read(files[1], [&](const char* bytes, std::size_t count) {
+                outcome.errors.append(bytes, std::min(count, kMostErrors - outcome.errors.size()));
+            });
+        else if (files[2].revents != 0)
             return true;
-        }
     }
 }
 
@@ -116,12 +126,13 @@ int Wait(pid_t child) {
 } // namespace
 
 ChildOutcome RunChild(const std::string& program, const std::vector<std::string>& arguments, int timeoutMs) {
-    Pipe errors;
-    const pid_t child = Start(program, arguments, errors.ends[1]);
+    Pipe output, errors;
+    const pid_t child = Start(program, arguments, FileActions(output.ends[1], errors.ends[1]));
+    output.CloseWriting();
     errors.CloseWriting();
     ChildOutcome outcome;
     const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    if (!ReadUntilEnd(child, errors.ends[0], end, outcome.errors)) {
+    if (!ReadUntilEnd(child, output.ends[0], errors.ends[0], end, outcome)) {
         outcome.end = ChildOutcome::End::TimedOut;
         kill(child, SIGKILL);
     }

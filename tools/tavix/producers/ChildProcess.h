@@ -13,10 +13,10 @@ struct ChildOutcome {
     End end = End::Exited;
     int code = 0;       ///< exit status, or the signal
     std::string errors; ///< the first 64 KiB of its standard error
+    std::string ending; ///< the last bytes of its standard output, 16 at most
 };
 
-/// Runs a program without input and with its output thrown away; kills it after `timeoutMs`. Throws std::system_error
-/// when it cannot be started.
+/// Runs a program without input; kills it after `timeoutMs`. Throws std::system_error when it cannot be started.
 ChildOutcome RunChild(const std::string& program, const std::vector<std::string>& arguments, int timeoutMs);
 
 } // namespace tool

@@ -8,6 +8,12 @@
 #include "producers/ProducerPath.h"
 #include "producers/Walk.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include <unistd.h>
+
 namespace tool {
 namespace {
 
@@ -56,10 +62,29 @@ Table ToTable(const std::string& path, const ShownSystem& shown) {
     return table;
 }
 
+const char* s_Walked = nullptr; // the producer that is walked through
+
+/// At the end of the process: a walk that goes on has not ended it.
+void TellWhoEndedUs() {
+    if (!s_Walked) return;
+    std::fprintf(stderr, "tavix: %s %s\n", Printable(s_Walked).c_str(), kEndsTheProcess);
+    std::fflush(stderr);
+    _exit(kFailed);
+}
+
+/// Tells of a producer that calls exit(), too.
+ShownSystem WatchedWalk(const std::string& path) {
+    std::atexit(&TellWhoEndedUs);
+    s_Walked = path.c_str();
+    const auto end = [](const char** walked) { *walked = nullptr; };
+    const std::unique_ptr<const char*, decltype(end)> watch(&s_Walked, end);
+    return WalkProducer(path);
+}
+
 int ShowProducer(const FileOptions& options) {
     RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
     OwnOutput output;
-    const ShownSystem shown = WalkProducer(options.path);
+    const ShownSystem shown = WatchedWalk(options.path);
     output.Print(options.json ? JsonText(ToJson(shown)) : ToTable(options.path, shown).Text());
     const std::vector<std::string> failures = FailuresIn(shown);
     if (failures.empty()) return kDone;

@@ -1,5 +1,6 @@
 #include "producers/ProducerPath.h"
 
+#include "Status.h"
 #include "producers/ChildProcess.h"
 
 #include "core/Log.h"
@@ -32,13 +33,22 @@ void AddFolder(const std::string& folder, std::vector<std::string>& found) {
     std::sort(found.begin() + static_cast<std::ptrdiff_t>(first), found.end());
 }
 
-/// The sentence of a command that failed, without its "tavix: ".
-std::string LastLine(const std::string& output) {
+std::string Without(const std::string& prefix, const std::string& text) {
+    return text.rfind(prefix, 0) == 0 ? text.substr(prefix.size()) : text;
+}
+
+/// The sentence of a command that failed, without its "tavix: " and what it is about.
+std::string LastLine(const std::string& output, const std::string& path) {
     std::istringstream lines(output);
     std::string last;
     for (std::string line; std::getline(lines, line);)
         if (!line.empty()) last = line;
-    return last.rfind("tavix: ", 0) == 0 ? last.substr(7) : last;
+    return Without(path + " ", Without("tavix: ", last));
+}
+
+/// Whether JSON has come to its end. Nothing but ours goes that way, and it goes when the walk is done.
+bool IsWhole(const std::string& ending) {
+    return ending.size() >= 2 && ending.compare(ending.size() - 2, 2, "}\n") == 0;
 }
 
 } // namespace
@@ -76,8 +86,11 @@ ProducerCheck CheckProducer(const std::string& program, const std::string& path)
         check.failure = "does not come back within 10 s";
     else if (outcome.end == ChildOutcome::End::Killed)
         check.failure = "crashes with signal " + std::to_string(outcome.code);
-    else if (outcome.code != 0)
-        check.failure = LastLine(outcome.errors);
+    else if (outcome.code != kDone)
+        check.failure = LastLine(outcome.errors, path);
+    else if (!IsWhole(outcome.ending))
+        check.failure = kEndsTheProcess;
+    check.worksInPart = outcome.end == ChildOutcome::End::Exited && outcome.code == kPartly;
     return check;
 }
 

@@ -9,11 +9,15 @@ namespace tool {
 /// The variable whose folders GenTL programs search.
 inline constexpr const char* kProducerPath = "GENICAM_GENTL64_PATH";
 
+/// What a producer does that calls exit() or the like.
+inline constexpr const char* kEndsTheProcess = "ends the process that calls it";
+
 /// How a producer bears a look at it, in a process of its own. Re-entrant.
 struct ProducerCheck {
     std::string path;
     bool isOurs = false;
-    std::string failure; ///< what it does instead of working; empty when it works
+    bool worksInPart = false;
+    std::string failure; ///< what it does instead of working, or what of it fails; empty when all of it works
 };
 
 /// The files that programs find, in their order; of a folder by name.
