@@ -147,8 +147,7 @@ GC_ERROR IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLA
         DEV_HANDLE& handle = Needed(phDevice);
         if (iOpenFlags < DEVICE_ACCESS_READONLY || iOpenFlags > DEVICE_ACCESS_EXCLUSIVE)
             Fail(GC_ERR_INVALID_PARAMETER, "a device is opened to read only, to control, or exclusively");
-        const TreeGuard guard(TreeMutex());
-        handle = StillOpen(interface)->OpenDevice(id, iOpenFlags)->Handle();
+        handle = interface->OpenDevice(id, iOpenFlags)->Handle();
     });
 }
 

@@ -1,13 +1,15 @@
 #include "gentl/module/Cameras.h"
 
 #include "gentl/Failure.h"
+#include "gentl/module/CameraTurns.h"
 
 #include "u3v/Constants.h"
 
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <map>
-#include <memory>
+#include <thread>
 
 namespace gentl {
 namespace {
@@ -26,14 +28,22 @@ private:
     std::vector<FoundCamera> m_Cameras;
 };
 
-struct Destroy {
-    void operator()(vexlo::CVxDevice* device) const { vexlo::CVxDevice::DestroyDevice(device); }
-};
-using VxDevicePtr = std::unique_ptr<vexlo::CVxDevice, Destroy>;
+using Clock = std::chrono::steady_clock;
 
-/// Null when memory is short.
-VxDevicePtr CreateDevice() {
-    return VxDevicePtr(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb));
+// For which a camera that is taken may only just be looked at by another process: who asks the bus has it for less than
+// a millisecond, who asks for the version for some dozens.
+constexpr std::chrono::milliseconds kGlance{5};
+constexpr std::chrono::milliseconds kLook{250};
+constexpr std::chrono::milliseconds kPause{1};
+
+template<class Attempt>
+vexlo::VxStatus TryWhileBusy(std::chrono::milliseconds limit, Attempt attempt) {
+    const Clock::time_point end = Clock::now() + limit;
+    for (;;) {
+        const vexlo::VxStatus status = attempt();
+        if (status != vexlo::VX_E_BUSY || Clock::now() >= end) return status;
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 const char* Preferred(const char* preferred, const char* fallback) {
@@ -83,9 +93,9 @@ std::vector<FoundCamera> FindCameras() {
 }
 
 int32_t AccessStatusOf(const FoundCamera& camera) {
-    const VxDevicePtr device = CreateDevice();
-    if (!device) return DEVICE_ACCESS_STATUS_UNKNOWN;
-    switch (device->Open(camera.record)) {
+    const Question question(camera.Path());
+    if (!question.IsAllowed()) return DEVICE_ACCESS_STATUS_BUSY;
+    switch (TryWhileBusy(kGlance, [&] { return vexlo::CEnumerator::CheckAccess(camera.record); })) {
     case vexlo::VX_OK:
         return DEVICE_ACCESS_STATUS_READWRITE;
     case vexlo::VX_E_BUSY:
@@ -93,6 +103,10 @@ int32_t AccessStatusOf(const FoundCamera& camera) {
     default:
         return DEVICE_ACCESS_STATUS_NOACCESS;
     }
+}
+
+vexlo::VxStatus OpenCamera(vexlo::CVxDevice& device, const FoundCamera& camera) {
+    return TryWhileBusy(kLook, [&] { return device.Open(camera.record); });
 }
 
 std::string ReadVersion(vexlo::CVxDevice& device) {
@@ -104,7 +118,9 @@ std::string ReadVersion(vexlo::CVxDevice& device) {
 
 std::string VersionOf(const FoundCamera& camera) {
     std::array<char, u3v::abrm::kStringSize + 1> text{};
-    if (vexlo::CEnumerator::DeviceVersion(camera.record, text.data(), text.size()) != vexlo::VX_OK)
+    const Question question(camera.Path());
+    if (!question.IsAllowed() ||
+        vexlo::CEnumerator::DeviceVersion(camera.record, text.data(), text.size()) != vexlo::VX_OK)
         Fail(GC_ERR_NOT_AVAILABLE, "only the camera itself knows its version, and it cannot be opened now");
     return text.data();
 }

@@ -28,11 +28,14 @@ struct FoundCamera {
 /// In the order of discovery. Throws Failure.
 std::vector<FoundCamera> FindCameras();
 
-/// DEVICE_ACCESS_STATUS of a camera that this process does not have open: asks its port, which takes a moment.
+/// DEVICE_ACCESS_STATUS of a camera that this process does not have open: asks the bus, not the camera. BUSY while
+/// another thread is opening it.
 int32_t AccessStatusOf(const FoundCamera& camera);
 /// Of a camera that this process does not have open: it is opened for a moment, once while it stays plugged in.
-/// NOT_AVAILABLE when it cannot be. Throws Failure.
+/// NOT_AVAILABLE when it cannot be, as while another thread is opening it. Throws Failure.
 std::string VersionOf(const FoundCamera& camera);
+/// Opens it to be kept; one that somebody is just asking is tried again for a moment.
+vexlo::VxStatus OpenCamera(vexlo::CVxDevice& device, const FoundCamera& camera);
 /// Of an open one. Throws Failure.
 std::string ReadVersion(vexlo::CVxDevice& device);
 

@@ -9,7 +9,7 @@ namespace gentl {
 
 Device::Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags)
     : Module(Kind::Device), m_Interface(std::move(interface)), m_Camera(std::move(camera)), m_Path(m_Camera.Path()),
-      m_IsReadOnly(flags == DEVICE_ACCESS_READONLY), m_Port("TLDevice", m_Camera.id),
+      m_IsReadOnly(flags == DEVICE_ACCESS_READONLY), m_Reservation(m_Path), m_Port("TLDevice", m_Camera.id),
       m_Device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)) {
     if (!m_Device) Fail(GC_ERR_OUT_OF_MEMORY, "memory is short");
     BuildPort();
@@ -26,8 +26,14 @@ int32_t Device::AccessStatus() const {
     return m_IsReadOnly ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
 }
 
-std::string Device::Version() const {
-    return m_Remote->Version();
+std::string Device::Version() {
+    {
+        const Tavix::MutexLock guard(m_ToldMutex);
+        if (!m_Version.empty()) return m_Version;
+    }
+    const std::string version = ReadVersion(*m_Device);
+    const Tavix::MutexLock guard(m_ToldMutex);
+    return m_Version = version;
 }
 
 void Device::Info(DEVICE_INFO_CMD command, Answer& answer) {
@@ -63,16 +69,19 @@ void Device::BuildPort() {
     m_Port.Event("EventDeviceLost", kLostEvent);
 }
 
-void Device::Open() {
-    Check(m_Device->Open(m_Camera.record), "The camera cannot be opened");
+void Device::Connect() {
+    const std::uint8_t isReadOnly = m_IsReadOnly ? 1 : 0;
+    Check(m_Device->SetProperty(vexlo::CVxDevice::Property_OpenToRead, &isReadOnly, sizeof isReadOnly),
+          "The camera cannot be opened");
+    m_Reservation.AwaitTurn();
+    Check(OpenCamera(*m_Device, m_Camera), "The camera cannot be opened");
+}
+
+void Device::Enter() {
     m_Remote = std::make_shared<RemotePort>(*this);
     m_Remote->Register();
-    try {
-        WatchRemoval();
-    } catch (...) {
-        Close();
-        throw;
-    }
+    WatchRemoval();
+    Register();
 }
 
 void Device::WatchRemoval() {
@@ -138,6 +147,7 @@ void Device::Close() noexcept {
     if (m_Remote) m_Remote->Close();
     Module::Close();
     (void)m_Device->Close(); // what it says does not matter to a camera that is given back
+    m_Reservation.Release();
     m_Interface->Forget(*this);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // An open camera: the module, its streams, and the port that leads to the camera itself.
 
+#include "gentl/module/CameraTurns.h"
 #include "gentl/module/Cameras.h"
 #include "gentl/module/ModulePort.h"
 
@@ -21,6 +22,7 @@ class Stream;
 class Device final : public Module {
 public:
     static constexpr Kinds kKinds{Kind::Device};
+    /// RESOURCE_IN_USE when this process has the camera, or is just opening it.
     Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags);
     ~Device() override;
 
@@ -33,14 +35,17 @@ public:
     /// ACCESS_DENIED when it was opened to read only; for whatever writes to the camera's registers.
     void CheckWritable() const;
     int32_t AccessStatus() const;
-    std::string Version() const; ///< the camera tells it; throws Failure
+    std::string Version(); ///< the camera tells it once; throws Failure
     void Info(DEVICE_INFO_CMD command, Answer& answer);
     vexlo::CVxDevice& Vx() const { return *m_Device; }
     /// The camera left; nothing that asks it will succeed any more.
     bool IsLost() const { return m_IsLost; }
 
-    /// ACCESS_DENIED when it is open elsewhere or not permitted.
-    void Open() TAVIX_REQUIRES(TreeMutex());
+    /// Opens the camera, which may take seconds, before anybody else knows the device. ACCESS_DENIED when it is open
+    /// elsewhere or not permitted.
+    void Connect() TAVIX_EXCLUDES(TreeMutex());
+    /// Then it joins the tree. What throws leaves it to be closed.
+    void Enter() TAVIX_REQUIRES(TreeMutex());
     void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
     std::shared_ptr<Stream> OpenStream(const std::string& id) TAVIX_REQUIRES(TreeMutex());
     void Forget(const Stream& stream) noexcept TAVIX_REQUIRES(TreeMutex());
@@ -64,11 +69,14 @@ private:
     const FoundCamera m_Camera;
     const std::string m_Path;
     const bool m_IsReadOnly;
+    Reservation m_Reservation; // ends after the camera was closed
     ModulePort m_Port;
     std::unique_ptr<vexlo::CVxDevice, Destroy> m_Device; // constant after construction
-    std::shared_ptr<RemotePort> m_Remote;                // constant after Open
+    std::shared_ptr<RemotePort> m_Remote;                // constant after Enter
     std::vector<unsigned long> m_Callbacks TAVIX_GUARDED_BY(TreeMutex());
     std::atomic<bool> m_IsLost{false};
+    Tavix::Mutex m_ToldMutex;
+    std::string m_Version TAVIX_GUARDED_BY(m_ToldMutex); // empty until the camera has told it
     Tavix::Mutex m_StreamMutex;
     std::shared_ptr<Stream> m_Stream TAVIX_GUARDED_BY(m_StreamMutex); // null while closed
 };

@@ -155,11 +155,13 @@ void Interface::DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, A
 
 std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) {
     const FoundCamera camera = FindDevice(id);
-    if (m_System->HasOpen(camera.Path())) Fail(GC_ERR_RESOURCE_IN_USE, "the device is open already");
-    auto device = std::make_shared<Device>(std::static_pointer_cast<Interface>(shared_from_this()), camera, flags);
-    device->Open();
+    const auto device =
+        std::make_shared<Device>(std::static_pointer_cast<Interface>(shared_from_this()), camera, flags);
+    device->Connect();
+    const Tavix::MutexLock lock(TreeMutex());
+    if (m_IsClosed) Fail(GC_ERR_INVALID_HANDLE, "the interface was closed while the device was opened");
     CloseGuard guard(device);
-    device->Register();
+    device->Enter();
     m_Open[camera.Path()] = device;
     {
         const Tavix::MutexLock here(m_OpenHereMutex);
@@ -182,6 +184,7 @@ void Interface::NoteLoss() noexcept {
 }
 
 void Interface::Close() noexcept {
+    m_IsClosed = true;
     while (!m_Open.empty()) {
         const auto child = m_Open.begin()->second; // which forgets itself here
         child->Close();

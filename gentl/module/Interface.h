@@ -37,8 +37,8 @@ public:
     std::string Version(const FoundCamera& camera);  ///< the same; NOT_AVAILABLE when it cannot be asked
     void DeviceInfo(const FoundCamera& camera, DEVICE_INFO_CMD command, Answer& answer);
 
-    std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) TAVIX_REQUIRES(TreeMutex());
-    bool HasOpen(const std::string& path) const TAVIX_REQUIRES(TreeMutex()) { return m_Open.count(path) != 0; }
+    /// Other modules are opened and closed meanwhile, this one as well: then it is INVALID_HANDLE.
+    std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) TAVIX_EXCLUDES(TreeMutex());
     void Forget(const Device& device) noexcept TAVIX_REQUIRES(TreeMutex());
 
     /// A camera on this interface left.
@@ -56,6 +56,7 @@ private:
     Tavix::Mutex m_Mutex;
     std::vector<FoundCamera> m_Devices TAVIX_GUARDED_BY(m_Mutex);
     std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
+    bool m_IsClosed TAVIX_GUARDED_BY(TreeMutex()) = false;
     std::map<std::string, std::shared_ptr<Device>> m_Open TAVIX_GUARDED_BY(TreeMutex()); // by path
     Tavix::Mutex m_OpenHereMutex;
     std::map<std::string, std::weak_ptr<Device>>

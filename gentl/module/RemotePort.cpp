@@ -135,7 +135,7 @@ std::vector<Port::Url> RemotePort::Urls() {
 }
 
 std::string RemotePort::Version() {
-    return ReadVersion(Owner()->Vx());
+    return Owner()->Version();
 }
 
 Port::Identity RemotePort::Identify() {

@@ -146,12 +146,6 @@ void System::Forget(const Interface& interface) noexcept {
     m_Open.erase(interface.Controller().id);
 }
 
-bool System::HasOpen(const std::string& path) {
-    for (const auto& [id, interface] : m_Open)
-        if (interface->HasOpen(path)) return true;
-    return false;
-}
-
 void System::Close() noexcept {
     while (!m_Open.empty()) {
         const auto child = m_Open.begin()->second; // which forgets itself here

@@ -34,9 +34,6 @@ public:
     std::shared_ptr<Interface> OpenInterface(const std::string& id) TAVIX_REQUIRES(TreeMutex());
     void Forget(const Interface& interface) noexcept TAVIX_REQUIRES(TreeMutex());
 
-    /// Whether one of the interfaces has that camera open.
-    bool HasOpen(const std::string& path) TAVIX_REQUIRES(TreeMutex());
-
     static void Info(TL_INFO_CMD command, Answer& answer);
 
 private:

@@ -27,6 +27,10 @@ public:
     /// moment, once while it stays plugged in: its answer is kept where the bus tells of departures. Fails as Open and
     /// ReadMem of CVxDevice do.
     [[nodiscard]] static VxStatus DeviceVersion(const DeviceDiscoveryInfo& info, char* buffer, unsigned long size);
+    /// Whether the camera could be opened now, as far as the bus knows: it is claimed for a moment, and no register
+    /// is touched. VX_E_BUSY, VX_E_USB_ACCESS and VX_E_NOT_FOUND as Open of CVxDevice; one that is silent counts as
+    /// free.
+    [[nodiscard]] static VxStatus CheckAccess(const DeviceDiscoveryInfo& info);
 };
 
 } // namespace vexlo

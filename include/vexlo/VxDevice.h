@@ -32,6 +32,7 @@ public:
         Property_ConnectTimeout = 0x800,             ///< 4 bytes, read/write: for silent cameras before a reset, in ms
         Property_WriteTimeout = 0x900,               ///< 4 bytes, read/write: the same floor for WriteMem, in ms
         Property_OpenAsProbe = 0xA00,                ///< 1 byte, read/write: not 0 when Open only looks, see there
+        Property_OpenToRead = 0xB00,                 ///< 1 byte, read/write: not 0 when Open writes no register
         Property_CustomRequestId = 0xAFFE0000,       ///< 1 byte, read/write: bRequest of a custom control request
         Property_CustomRequestValue = 0xAFFE0100,    ///< 2 bytes, read/write: wValue
         Property_CustomRequestIndex = 0xAFFE0200,    ///< 2 bytes, read/write: wIndex
@@ -54,7 +55,8 @@ public:
     /// takes ten seconds at most in all. That is had once: until it answers or is plugged in anew, every further
     /// attempt ends within a second, whatever object makes it. Property_OpenAsProbe says that the camera is closed
     /// again at once: it is not reset then, and two seconds are the most for one that was seen answering or silent
-    /// before.
+    /// before. Streams and events that a program which died has left switched on are switched off, but by a probe and
+    /// with Property_OpenToRead: those write no register.
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo& info);
     [[nodiscard]] VxStatus Open(const DeviceDiscoveryInfo* info);
     [[nodiscard]] VxStatus Close();

@@ -65,6 +65,46 @@ TEST_F(DeviceVersion, IsKeptWhenTheBusTellsOfAnArrivalAlone) {
     EXPECT_EQ(Told(), "1.2");
 }
 
+TEST_F(DeviceVersion, IsAskedForWithoutWritingToTheCamera) {
+    State("1.2");
+    EXPECT_EQ(Told(), "1.2");
+    EXPECT_TRUE(camera.WritesTo(kEirm).empty());
+}
+
+/// Whether a camera could be opened.
+class Accessibility : public OnScriptedCamera {
+protected:
+    const DeviceDiscoveryInfo m_Info = Found();
+};
+
+TEST_F(Accessibility, IsCheckedWithoutAWordToTheCamera) {
+    EXPECT_EQ(CEnumerator::CheckAccess(m_Info), VX_OK);
+    EXPECT_TRUE(camera.Commands().empty());
+    EXPECT_EQ(camera.HaltsCleared(kControlIn), 0u);
+    EXPECT_EQ(camera.OpenHandles(), 0);
+    ASSERT_EQ(Open(), VX_OK);
+    EXPECT_EQ(CEnumerator::CheckAccess(m_Info), VX_E_BUSY);
+    ASSERT_EQ(device->Close(), VX_OK);
+    camera.RefuseOpen(usb::Result::Access);
+    EXPECT_EQ(CEnumerator::CheckAccess(m_Info), VX_E_USB_ACCESS);
+    camera.RefuseOpen(usb::Result::Ok);
+    camera.Unplug(/*announce=*/true);
+    EXPECT_EQ(CEnumerator::CheckAccess(m_Info), VX_E_NOT_FOUND);
+}
+
+TEST_F(Accessibility, ToReadAndThatOfAProbeWriteNoRegister) {
+    for (const auto how : {CVxDevice::Property_OpenAsProbe, CVxDevice::Property_OpenToRead}) {
+        CVxDevice* const other = CVxDevice::CreateDevice(DeviceType_Libusb);
+        const std::uint8_t isSo = 1;
+        EXPECT_EQ(other->SetProperty(how, &isSo, sizeof isSo), VX_OK);
+        EXPECT_EQ(other->Open(m_Info), VX_OK);
+        CVxDevice::DestroyDevice(other);
+    }
+    EXPECT_TRUE(camera.WritesTo(kEirm).empty());
+    EXPECT_EQ(Open(), VX_OK);
+    EXPECT_EQ(camera.WritesTo(kEirm).size(), 1u) << "what was left switched on is switched off";
+}
+
 TEST_F(DeviceVersion, IsCutToTheRoomThatIsThere) {
     State("version");
     EXPECT_EQ(Told(4), "ver");

@@ -47,12 +47,21 @@ VxStatus DeviceSession::Open(const FoundCamera& camera, std::shared_ptr<RemovalN
     if (status == VX_OK) status = ReadBootstrap(opened->m_Control, options.whole, opened->m_Bootstrap);
     if (status != VX_OK) return status;
     RegisterAccess registers(opened->m_Control, options.whole);
-    StopLeftOvers(registers, opened->m_Bootstrap);
+    if (!options.isForReading) StopLeftOvers(registers, opened->m_Bootstrap);
     opened->m_Control.Trust();
     WarnOfSpeed(camera);
     opened->m_Token = opened->m_Notifier->Watch(camera.backend.get(), camera.id, options.device, opened);
     session = std::move(opened);
     return VX_OK;
+}
+
+VxStatus DeviceSession::CheckAccess(const FoundCamera& camera) {
+    std::unique_ptr<usb::Handle> handle;
+    const usb::Result result = camera.backend->Open(camera.id, handle);
+    if (result != usb::Result::Ok) return ToStatus(result);
+    if (!camera.isActive) return VX_OK; // its interfaces come with its configuration, which only Open selects
+    InterfaceClaim claim;
+    return claim.Claim(*handle, camera.function.controlInterface);
 }
 
 DeviceSession::DeviceSession(const FoundCamera& camera, std::unique_ptr<usb::Handle> handle,

@@ -42,11 +42,14 @@ public:
         ControlTiming timing;
         Deadline whole{ControlTiming().leastOpenLimit}; ///< for opening
         ControlChannel::Counters* counters = nullptr;   ///< must outlive the session
+        bool isForReading = false;                      ///< what another program has left switched on stays so
     };
 
     /// Opens, claims and reads what every camera tells. Leaves nothing claimed on failure.
     [[nodiscard]] static VxStatus Open(const FoundCamera& camera, std::shared_ptr<RemovalNotifier> notifier,
                                        const Options& options, std::shared_ptr<DeviceSession>& session);
+    /// Whether it could be opened now, as far as the bus knows; no register is touched.
+    [[nodiscard]] static VxStatus CheckAccess(const FoundCamera& camera);
     DeviceSession(const FoundCamera& camera, std::unique_ptr<usb::Handle> handle,
                   std::shared_ptr<RemovalNotifier> notifier, const Options& options);
     ~DeviceSession() override;

@@ -24,6 +24,7 @@ public:
         : m_Library(library), m_Info(info), m_Request(request), m_Start(CurrentClock().Now()) {
         m_Options.device = request.device;
         m_Options.counters = request.counters;
+        m_Options.isForReading = request.isForReading || request.isProbe;
         m_Options.timing = library.Silence().LimitsFor(info.DevicePath, request.timing, request.isProbe);
         m_Options.whole = Deadline(WholeLimit());
     }

@@ -10,6 +10,7 @@ struct OpeningRequest {
     CVxDevice* device = nullptr;                  ///< for notifications
     ControlTiming timing;                         ///< as set by the application
     bool isProbe = false;                         ///< the camera is closed again at once
+    bool isForReading = false;                    ///< nothing is written to the camera
     ControlChannel::Counters* counters = nullptr; ///< must outlive the session
 };
 

@@ -22,6 +22,13 @@ constexpr std::uint32_t kShortestFloor = 10;
 constexpr std::uint32_t kLongestTimeout = 60000;
 constexpr Deadline::Duration kDownloadLimit{30000};
 
+VxStatus SetSwitch(bool& isOn, const void* buffer, unsigned long size) {
+    std::uint8_t value = 0;
+    const VxStatus status = SetValue(value, buffer, size);
+    if (status == VX_OK) isOn = value != 0;
+    return status;
+}
+
 } // namespace
 
 VxStatus AccessStatistics::NoteRead(VxStatus status) {
@@ -87,6 +94,7 @@ VxStatus CVxDevice::Open(const DeviceDiscoveryInfo& info) {
         request.device = this;
         request.timing = m_Impl->timing;
         request.isProbe = m_Impl->isProbe;
+        request.isForReading = m_Impl->isForReading;
         request.counters = &m_Impl->statistics.pipes;
         std::shared_ptr<DeviceSession> session;
         const VxStatus status = OpenCamera(*library, info, request, session);
@@ -179,7 +187,7 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.lastingFloor.count()), buffer, size);
     if (id == Property_ConnectTimeout)
         return GetValue(static_cast<std::uint32_t>(m_Impl->timing.connectLimit.count()), buffer, size);
-    if (id == Property_OpenAsProbe) return GetValue(static_cast<std::uint8_t>(m_Impl->isProbe), buffer, size);
+    if (const bool* const isSo = m_Impl->HowToOpen(id)) return GetValue(static_cast<std::uint8_t>(*isSo), buffer, size);
     return m_Impl->request.Get(id, buffer, size);
 }
 
@@ -201,18 +209,16 @@ VxStatus CVxDevice::Impl::SetTimeout(EPropertyValue id, const void* buffer, unsi
     return VX_OK;
 }
 
-VxStatus CVxDevice::Impl::SetProbe(const void* buffer, unsigned long size) {
-    std::uint8_t value = 0;
-    const VxStatus status = SetValue(value, buffer, size);
-    if (status == VX_OK) isProbe = value != 0;
-    return status;
+bool* CVxDevice::Impl::HowToOpen(EPropertyValue id) {
+    if (id == Property_OpenAsProbe) return &isProbe;
+    return id == Property_OpenToRead ? &isForReading : nullptr;
 }
 
 VxStatus CVxDevice::SetProperty(EPropertyValue id, const void* buffer, unsigned long size) {
     const MutexLock lock(m_Impl->lock);
     if (id == Property_ControlTimeout || id == Property_WriteTimeout || id == Property_ConnectTimeout)
         return m_Impl->SetTimeout(id, buffer, size);
-    if (id == Property_OpenAsProbe) return m_Impl->SetProbe(buffer, size);
+    if (bool* const isSo = m_Impl->HowToOpen(id)) return SetSwitch(*isSo, buffer, size);
     if (!CustomRequest::IsExecution(id)) return m_Impl->request.Set(id, buffer, size);
     if (buffer == nullptr) return VX_E_INVALID_PARAMETER;
     if (size != 1) return VX_E_INVALID_SIZE;

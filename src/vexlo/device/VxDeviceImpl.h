@@ -43,7 +43,8 @@ struct TAVIX_HIDDEN CVxDevice::Impl {
     Impl();
 
     VxStatus SetTimeout(EPropertyValue id, const void* buffer, unsigned long size) TAVIX_REQUIRES(lock);
-    VxStatus SetProbe(const void* buffer, unsigned long size) TAVIX_REQUIRES(lock);
+    /// Null when it is no such property.
+    bool* HowToOpen(EPropertyValue id) TAVIX_REQUIRES(lock);
 
     mutable Mutex lock; ///< open, close and the request
 
@@ -51,6 +52,7 @@ struct TAVIX_HIDDEN CVxDevice::Impl {
     SessionSource session;
     ControlTiming timing TAVIX_GUARDED_BY(lock); ///< all but the settings is constant
     bool isProbe TAVIX_GUARDED_BY(lock) = false;
+    bool isForReading TAVIX_GUARDED_BY(lock) = false;
     CustomRequest request TAVIX_GUARDED_BY(lock);
     std::unique_ptr<CVxStream> stream;
     std::unique_ptr<CVxEventStream> eventStream;

@@ -21,6 +21,9 @@ struct Destroy {
 VxStatus AskForVersion(const DeviceDiscoveryInfo& info, std::string& version) {
     const std::unique_ptr<CVxDevice, Destroy> device(CVxDevice::CreateDevice(DeviceType_Libusb));
     if (!device) return VX_E_NO_MEMORY;
+    const std::uint8_t isProbe = 1; // who only looks neither resets a camera nor writes to it
+    const VxStatus prepared = device->SetProperty(CVxDevice::Property_OpenAsProbe, &isProbe, sizeof isProbe);
+    if (prepared != VX_OK) return prepared;
     const VxStatus opened = device->Open(info);
     if (opened != VX_OK) return opened;
     std::array<char, u3v::abrm::kStringSize> text{};

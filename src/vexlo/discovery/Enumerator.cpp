@@ -5,6 +5,7 @@
 #include "vexlo/Library.h"
 #include "vexlo/NoThrow.h"
 #include "vexlo/control/Deadline.h"
+#include "vexlo/device/DeviceSession.h"
 #include "vexlo/discovery/Discovery.h"
 
 namespace vexlo {
@@ -62,6 +63,12 @@ VxStatus DescribeAt(const BackendList& backends, const char* path, DeviceDiscove
     return VX_E_NOT_FOUND;
 }
 
+VxStatus ClaimForAMoment(const BackendList& backends, const DeviceDiscoveryInfo& info) {
+    FoundCamera camera;
+    const VxStatus status = FindCamera(backends, info, camera);
+    return status == VX_OK ? DeviceSession::CheckAccess(camera) : status;
+}
+
 } // namespace
 
 VxStatus CEnumerator::Discover(Callee* callee) {
@@ -81,6 +88,12 @@ VxStatus CEnumerator::DeviceInfoFromPath(const char* path, DeviceDiscoveryInfo& 
     const auto library = Library::Get();
     if (!library) return VX_E_NOT_INITIALIZED;
     return NoThrow([&] { return DescribeAt(library->Backends(), path, info); });
+}
+
+VxStatus CEnumerator::CheckAccess(const DeviceDiscoveryInfo& info) {
+    const auto library = Library::Get();
+    if (!library) return VX_E_NOT_INITIALIZED;
+    return NoThrow([&] { return ClaimForAMoment(library->Backends(), info); });
 }
 
 } // namespace vexlo
