@@ -108,4 +108,13 @@ TEST(GentlCommand, IsWhatTheDoctorLooksThrough) {
                 HasSubstr("export GENICAM_GENTL64_PATH=" + std::filesystem::canonical(kFolder).string()));
 }
 
+TEST(GentlCommand, LetsTheDoctorTellWhatIsWrongWithThePath) {
+    const Variable variable(kPath, kFolder + ":/nowhere:" + kFolder + "/");
+    const std::string out = RunTool({"--virtual", "1", "doctor"}).out;
+    EXPECT_THAT(out, HasSubstr("note     GenTL: GENICAM_GENTL64_PATH names /nowhere, which does not exist\n"
+                               "         $ export GENICAM_GENTL64_PATH='" +
+                               kFolder + "'\n"));
+    EXPECT_THAT(out, HasSubstr("names " + kFolder + "/, and what is there before it, too"));
+}
+
 } // namespace

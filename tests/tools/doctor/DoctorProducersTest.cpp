@@ -39,7 +39,8 @@ TEST(Doctor, TellsStrangersProducersFromOurs) {
     Patient patient = Examined(system);
     patient.producers = tool::GentlProducers{"/l/tavix-gentl/libtavixgentl.cti",
                                              {{"/o/other.cti", false, false, "crashes with signal 11"},
-                                              {"/l/tavix-gentl/libtavixgentl.cti", true, false, ""}}};
+                                              {"/l/tavix-gentl/libtavixgentl.cti", true, false, ""}},
+                                             {}};
     std::vector<Finding> said;
     for (const Finding& finding : Examine(patient))
         if (finding.id == "gentl-producer") said.push_back(finding);
@@ -54,6 +55,23 @@ TEST(Doctor, TellsStrangersProducersFromOurs) {
     patient.producers->checks = {{"/l/tavix-gentl/libtavixgentl.cti", true, false, "does not come back within 10 s"}};
     ExpectProblem(Said(Examine(patient), "gentl-producer"), "does not come back within 10 s",
                   "tavix gentl '/l/tavix-gentl/libtavixgentl.cti'");
+}
+
+TEST(Doctor, TellsWhatTheProducerPathNamesTwiceOrInVain) {
+    const FakeSystem system;
+    Patient patient = Examined(system);
+    patient.producers = tool::GentlProducers{"", {}, {{"/gone"}, {"/a/"}, "/a:/b"}};
+    std::vector<Finding> said;
+    for (const Finding& finding : Examine(patient))
+        if (finding.id == "gentl-path") said.push_back(finding);
+    ASSERT_EQ(said.size(), 2U);
+    EXPECT_EQ(said[0].severity, Severity::Note);
+    EXPECT_EQ(said[0].text, "GENICAM_GENTL64_PATH names /gone, which does not exist");
+    EXPECT_EQ(said[0].command, "export GENICAM_GENTL64_PATH='/a:/b'");
+    EXPECT_EQ(said[1].text, "GENICAM_GENTL64_PATH names /a/, and what is there before it, too: programs that load a "
+                            "producer twice get an error");
+    patient.producers->faults.mended.clear();
+    EXPECT_EQ(Said(Examine(patient), "gentl-path").command, "unset GENICAM_GENTL64_PATH");
 }
 
 TEST(Doctor, MissesNoProducerThatIsNotInstalled) {

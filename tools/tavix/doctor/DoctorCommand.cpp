@@ -20,7 +20,7 @@ std::string LibusbVersion() {
 
 /// Each is loaded by a process of its own: whatever a stranger's file does, it does not end this one.
 GentlProducers LookForProducers() {
-    GentlProducers producers{OwnProducer(), {}};
+    GentlProducers producers{OwnProducer(), {}, FindProducerPathFaults()};
     for (const std::string& path : FindProducers())
         producers.checks.push_back(CheckProducer("/proc/self/exe", path));
     return producers;

@@ -28,6 +28,7 @@ struct CameraDemand {
 struct GentlProducers {
     std::string own;                   ///< where ours lies; empty when it is not installed
     std::vector<ProducerCheck> checks; ///< in the order in which programs find them
+    ProducerPathFaults faults;
 };
 
 /// All that the checks look at. Re-entrant.

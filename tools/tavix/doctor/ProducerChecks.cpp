@@ -42,12 +42,26 @@ void ExamineEach(const GentlProducers& producers, Findings& findings) {
     }
 }
 
+void ExaminePath(const ProducerPathFaults& faults, Findings& findings) {
+    const std::string command = faults.mended.empty()
+                                    ? std::string("unset ") + kProducerPath
+                                    : std::string("export ") + kProducerPath + "='" + faults.mended + "'";
+    const auto tell = [&](const std::vector<std::string>& entries, const char* what) {
+        for (const std::string& entry : entries)
+            findings.push_back({Severity::Note, "gentl-path", kAbout,
+                                std::string(kProducerPath) + " names " + entry + ", " + what, command});
+    };
+    tell(faults.missing, "which does not exist");
+    tell(faults.repeated, "and what is there before it, too: programs that load a producer twice get an error");
+}
+
 } // namespace
 
 void ExamineProducers(const Patient& patient, Findings& findings) {
     if (!patient.producers) return;
     ExamineEach(*patient.producers, findings);
     ExamineOwn(*patient.producers, findings);
+    ExaminePath(patient.producers->faults, findings);
 }
 
 } // namespace tool

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 #include <dlfcn.h>
@@ -20,18 +21,54 @@ namespace fs = std::filesystem;
 constexpr const char* kOwnName = "libtavixgentl.cti";
 constexpr int kLongestLookMs = 10000;
 
+/// Entries of the variable; empty ones, which name nothing, are left out.
+std::vector<std::string> PathEntries() {
+    std::vector<std::string> entries;
+    const char* path = secure_getenv(kProducerPath);
+    std::istringstream stream(path ? path : "");
+    for (std::string entry; std::getline(stream, entry, ':');)
+        if (!entry.empty()) entries.push_back(entry);
+    return entries;
+}
+
+/// One name for all that lead to the same file or folder; empty when there is none.
+std::string OneName(const std::string& path) {
+    std::error_code error;
+    const std::string name = fs::canonical(path, error).string();
+    return error ? std::string() : name;
+}
+
 bool IsProducer(const fs::path& path) {
     std::error_code error;
     return path.extension() == ".cti" && fs::is_regular_file(path, error);
 }
 
-void AddFolder(const std::string& folder, std::vector<std::string>& found) {
-    const std::size_t first = found.size();
+/// Those that programs find by an entry of the variable, by name.
+std::vector<std::string> ProducersIn(const std::string& entry) {
+    if (IsProducer(entry)) return {entry};
+    std::vector<std::string> found;
     std::error_code error;
-    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error))
+    for (fs::directory_iterator at(entry, error), end; !error && at != end; at.increment(error))
         if (IsProducer(at->path())) found.push_back(at->path().string());
-    std::sort(found.begin() + static_cast<std::ptrdiff_t>(first), found.end());
+    std::sort(found.begin(), found.end());
+    return found;
 }
+
+/// Whether an entry leads to what is among the names already, and to what is not; adds all to them.
+struct EntryNovelty {
+    EntryNovelty(const std::string& entry, std::set<std::string>& names) {
+        Note(names.insert(OneName(entry)).second);
+        if (isRepeated || IsProducer(entry)) return;
+        const std::vector<std::string> producers = ProducersIn(entry);
+        if (!producers.empty()) isNew = false; // it is they that count
+        for (const std::string& producer : producers)
+            Note(names.insert(OneName(producer)).second);
+    }
+    void Note(bool isFirst) { (isFirst ? isNew : isRepeated) = true; }
+
+    bool isNew = false;
+    bool isRepeated = false;
+};
 
 std::string Without(const std::string& prefix, const std::string& text) {
     return text.rfind(prefix, 0) == 0 ? text.substr(prefix.size()) : text;
@@ -55,16 +92,27 @@ bool IsWhole(const std::string& ending) {
 
 std::vector<std::string> FindProducers() {
     std::vector<std::string> found;
-    const char* path = secure_getenv(kProducerPath);
-    std::istringstream folders(path ? path : "");
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        if (folder.empty()) continue;
-        if (IsProducer(folder))
-            found.push_back(folder);
-        else
-            AddFolder(folder, found);
+    std::set<std::string> names;
+    for (const std::string& entry : PathEntries()) {
+        for (const std::string& producer : ProducersIn(entry))
+            if (names.insert(OneName(producer)).second) found.push_back(producer);
     }
     return found;
+}
+
+ProducerPathFaults FindProducerPathFaults() {
+    ProducerPathFaults faults;
+    std::set<std::string> names;
+    for (const std::string& entry : PathEntries()) {
+        if (OneName(entry).empty()) {
+            faults.missing.push_back(entry);
+            continue;
+        }
+        const EntryNovelty novelty(entry, names);
+        if (novelty.isRepeated) faults.repeated.push_back(entry);
+        if (novelty.isNew) faults.mended += (faults.mended.empty() ? "" : ":") + entry;
+    }
+    return faults;
 }
 
 std::string OwnProducer() {

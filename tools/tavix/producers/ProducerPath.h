@@ -20,8 +20,17 @@ struct ProducerCheck {
     std::string failure; ///< what it does instead of working, or what of it fails; empty when all of it works
 };
 
-/// The files that programs find, in their order; of a folder by name.
+/// What is wrong with the entries of the variable. Re-entrant.
+struct ProducerPathFaults {
+    std::vector<std::string> missing;  ///< that name nothing
+    std::vector<std::string> repeated; ///< that name what one before them names, too
+    std::string mended;                ///< the variable's value with nothing but what leads to further producers
+};
+
+/// The files that programs find, in their order; of a folder by name. One that the variable leads to twice is there
+/// once.
 std::vector<std::string> FindProducers();
+ProducerPathFaults FindProducerPathFaults();
 /// Where this library's own producer lies; empty when it is not installed.
 std::string OwnProducer();
 /// Lets `program` (this one) look at the producer, for ten seconds at most.
