@@ -104,10 +104,11 @@ install(FILES ${TAVIX_DEBIAN}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATA
 # installation may write there.
 set(TAVIX_GENTL_FOLDER /usr/${CMAKE_INSTALL_LIBDIR}/tavix-gentl)
 configure_file(${TAVIX_DEBIAN}/tavix-gentl.sh.in ${PROJECT_BINARY_DIR}/debian/tavix-gentl.sh @ONLY)
-configure_file(${TAVIX_DEBIAN}/tavix-gentl.conf.in ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl.conf @ONLY)
+file(READ ${PROJECT_BINARY_DIR}/debian/tavix-gentl.sh TAVIX_GENTL_SCRIPT)
+configure_file(${TAVIX_DEBIAN}/tavix-gentl-generator.in ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl @ONLY)
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   install(FILES ${PROJECT_BINARY_DIR}/debian/tavix-gentl.sh DESTINATION /etc/profile.d)
-  install(FILES ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl.conf DESTINATION lib/environment.d)
+  install(PROGRAMS ${PROJECT_BINARY_DIR}/debian/60-tavix-gentl DESTINATION lib/systemd/user-environment-generators)
 endif()
 
 include(CPack)

@@ -44,7 +44,8 @@ has "$runtime" usr/bin/tavix 'usr/lib/[^/]+/libtavixusb-4\.0\.0\.so' 'usr/lib/[^
     'usr/lib/[^/]+/libtavixvirtualcam\.so' usr/lib/udev/rules.d/70-tavix-usb3vision.rules \
     usr/share/bash-completion/completions/tavix usr/share/zsh/site-functions/_tavix \
     usr/share/fish/vendor_completions.d/tavix.fish 'usr/share/man/man1/tavix\.1\.gz' \
-    'usr/lib/[^/]+/tavix-gentl/libtavixgentl\.cti' etc/profile.d/tavix-gentl.sh usr/lib/environment.d/60-tavix-gentl.conf \
+    'usr/lib/[^/]+/tavix-gentl/libtavixgentl\.cti' etc/profile.d/tavix-gentl.sh \
+    usr/lib/systemd/user-environment-generators/60-tavix-gentl \
     usr/share/doc/tavix/copyright 'usr/share/doc/tavix/changelog\.gz'
 has "$development" 'usr/include/tavix-4\.0/tavix/Tavix\.h' 'usr/lib/[^/]+/cmake/tavix/tavixConfig\.cmake' \
     'usr/lib/[^/]+/libtavixbase\.so' 'usr/share/doc/.*/examples/enumerate_and_grab\.cpp' usr/share/doc/tavix-dev/copyright
@@ -85,6 +86,9 @@ inside tavix --virtual 2 grab --all --frames 50 --chunks --buffers 32 --output /
 inside tavix --virtual 1 events --grab --count 3 || fail "no events came"
 inside sh -c '. /etc/profile.d/tavix-gentl.sh && tavix gentl' | grep -q '/tavix-gentl/libtavixgentl\.cti  works$' ||
     fail "GenTL programs do not find the producer"
+[ "$(inside sh -c '. /etc/profile.d/tavix-gentl.sh
+    /usr/lib/systemd/user-environment-generators/60-tavix-gentl' | tr : '\n' | grep -c tavix-gentl)" -eq 1 ] ||
+    fail "the folder of the producer is not named just once"
 inside tavix doctor --udev-rule | cmp - "$system/usr/lib/udev/rules.d/70-tavix-usb3vision.rules" ||
     fail "the rule is not the one that the doctor knows"
 
