@@ -1,7 +1,13 @@
 #include "python/values/Pixels.h"
 
+#include "core/Mutex.h"
+#include "python/Fork.h"
+#include "python/Lock.h"
+
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <optional>
 
 namespace py = pybind11;
 
@@ -52,22 +58,39 @@ Shape ShapeOf(const Tavix::Image& image, const Layout& layout) {
     return shape;
 }
 
+using Api = py::detail::npy_api;
+
+/// NumPy's functions. They are looked up under a lock of C++, and whoever waits for that keeps the interpreter's, which
+/// the import needs: so it is done before, and one thread at a time looks up, the others without the interpreter's
+/// lock.
+const Api& Numpy() {
+    static std::atomic<bool> isKnown{false};
+    static Tavix::Mutex turn;
+    if (isKnown) return Api::get();
+    py::module_::import("numpy.core.multiarray");
+    if (IsLeftToParent()) return Api::get(); // the only thread; others may have been amid this in the parent
+    std::optional<Tavix::MutexLock> lock;
+    Unlocked([&] { lock.emplace(turn); });
+    const Api& numpy = Api::get();
+    isKnown = true;
+    return numpy;
+}
+
 } // namespace
 
 void PrepareArrays() {
     try {
-        py::detail::npy_api::get();
+        Numpy();
     } catch (const py::error_already_set& e) {
         if (!e.matches(PyExc_ImportError)) throw;
     }
 }
 
 py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
+    const Api& numpy = Numpy(); // pybind11's own array class takes vectors for a shape
     const Layout layout = LayoutOf(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
     const Shape shape = ShapeOf(image, layout);
     py::dtype type = layout.word == 1 ? py::dtype::of<std::uint8_t>() : py::dtype::of<std::uint16_t>();
-    using Api = py::detail::npy_api; // whose own array class takes vectors for a shape
-    const Api& numpy = Api::get();
     auto array = py::reinterpret_steal<py::array>(numpy.PyArray_NewFromDescr_(
         numpy.PyArray_Type_, type.release().ptr(), shape.dimensions, shape.lengths.data(), shape.strides.data(),
         const_cast<std::uint8_t*>(image.Data().data), Api::NPY_ARRAY_WRITEABLE_, nullptr));

@@ -12,6 +12,8 @@ import pytest
 
 import tavix
 
+from child import run
+
 
 def test_a_loop_takes_so_many_images_in_order(camera):
     assert [image.number for image in camera.grab(5)] == [0, 1, 2, 3, 4]
@@ -41,6 +43,18 @@ def test_numpy_is_loaded_before_images_come():
             "    print(before, 'numpy' in sys.modules)\n    stream.close()\n")
     done = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True)
     assert done.stdout == "False True\n", done.stderr
+
+
+@pytest.mark.parametrize("work", ["list(camera.grab(3))", "camera.grab_one().array.sum()"])
+def test_two_threads_may_be_the_first_to_take_images(work):
+    done = run(f"""
+import concurrent.futures, sys, tavix
+tavix.virtual(2)
+with tavix.open(0) as one, tavix.open(1) as other, concurrent.futures.ThreadPoolExecutor() as pool:
+    assert "numpy" not in sys.modules
+    print(len(list(pool.map(lambda camera: {work}, [one, other]))))
+""")
+    assert done.stdout == "2\n", done.stderr
 
 
 def test_shapes_follow_the_format(camera):
