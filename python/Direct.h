@@ -16,11 +16,16 @@ namespace tavixpython {
 template<class T>
 inline const pybind11::detail::type_info* g_Class = nullptr;
 
+/// TypeError for an object that was made without its class's consent.
+[[noreturn]] inline void RefuseEmptyObject() {
+    throw pybind11::type_error("there is nothing in this object");
+}
+
 /// The object inside an instance. TypeError for one that was made without its class's consent.
 template<class T>
 T& Inside(PyObject* self) {
     const auto place = reinterpret_cast<pybind11::detail::instance*>(self)->get_value_and_holder(g_Class<T>);
-    if (!place.value_ptr()) throw pybind11::type_error("there is nothing in this object");
+    if (!place.value_ptr()) RefuseEmptyObject();
     return *static_cast<T*>(place.value_ptr());
 }
 

@@ -1,5 +1,6 @@
 // The native half of the package `tavix`.
 #include "python/Callbacks.h"
+#include "python/Direct.h"
 #include "python/Ending.h"
 #include "python/Errand.h"
 #include "python/Errors.h"
@@ -23,6 +24,16 @@ void AfterInterpreter() {
     if (tavixpython::InLibrary::Living() > 0 || tavixpython::Door::IsAnyOpen()) tavixpython::LeaveLibraries();
 }
 
+// Of objects that were made without their class's consent pybind11 makes the inside when it is first asked for, as
+// bytes that mean nothing.
+void RefuseEmptyObjects(const py::module_& module) {
+    for (const auto& item : py::dict(module.attr("__dict__"))) {
+        if (!PyType_Check(item.second.ptr())) continue;
+        auto* const known = py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(item.second.ptr()));
+        if (known) known->operator_new = [](std::size_t) -> void* { tavixpython::RefuseEmptyObject(); };
+    }
+}
+
 // The classes are those of the package, and say so in all texts.
 void Fill(py::module_& module) {
     const py::object name = module.attr("__name__");
@@ -35,6 +46,7 @@ void Fill(py::module_& module) {
     tavixpython::BindInfo(module);
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
+    RefuseEmptyObjects(module);
     module.def("_end_waits", [](bool all, unsigned long mainThread) {
         tavixpython::EndWaits(all ? tavixpython::Ended::AllThreads : tavixpython::Ended::ThreadsThatAreJoined,
                               mainThread);

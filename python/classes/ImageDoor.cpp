@@ -1,6 +1,7 @@
 #include "python/classes/ImageDoor.h"
 
 #include "python/Direct.h"
+#include "python/Errors.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
 #include "python/values/Pixels.h"
@@ -79,6 +80,21 @@ py::buffer_info BufferOf(Image& image) {
             view.ndim(),
             std::vector<py::ssize_t>(view.shape(), view.shape() + view.ndim()),
             std::vector<py::ssize_t>(view.strides(), view.strides() + view.ndim())};
+}
+
+// What pybind11 does lets exceptions out into callers in C.
+void LetBuffersFail(const py::class_<Image, Owned<Image>>& type) {
+    static getbufferproc begin;
+    PyBufferProcs* const buffers = reinterpret_cast<PyTypeObject*>(type.ptr())->tp_as_buffer;
+    begin = buffers->bf_getbuffer;
+    buffers->bf_getbuffer = [](PyObject* self, Py_buffer* view, int flags) {
+        try {
+            return begin(self, view, flags);
+        } catch (...) {
+            SetError();
+            return -1;
+        }
+    };
 }
 
 std::vector<std::uint8_t> Preview(const Image& image, std::uint32_t largest) {
@@ -182,6 +198,7 @@ void BindImage(py::module_& module) {
             py::arg("path"), LockFree(),
             "Writes .png .tif .jpg .pgm .ppm or .raw, told by the ending. Error when it cannot be written.")
         .def("__repr__", &Repr);
+    LetBuffersFail(type);
 }
 
 } // namespace tavixpython

@@ -10,6 +10,8 @@ import pytest
 
 import tavix
 
+from child import run
+
 
 def test_lists_the_cameras_with_their_names():
     assert [(info.serial, info.user_name) for info in tavix.cameras()] == [("7", "left"), ("8", "")]
@@ -34,6 +36,41 @@ def test_what_is_made_elsewhere_says_where(made, by):
     for arguments in (), ("7",):
         with pytest.raises(TypeError, match=rf"^{made.__name__}\(\) makes nothing; .*\b{by}\b"):
             made(*arguments)
+
+
+CLASSES = [kind for kind in vars(tavix._tavix).values() if isinstance(kind, type) and not issubclass(kind, Exception)]
+
+
+@pytest.mark.parametrize("made", CLASSES, ids=lambda made: made.__name__)
+def test_an_object_without_inside_is_refused_whatever_it_is_asked(made):
+    """In a program of its own, as it would crash."""
+    done = run(f"""
+import tavix
+made = vars(tavix._tavix)[{made.__name__!r}]
+empty = made.__new__(made)
+asked = [lambda name=name: getattr(empty, name) for name, what in vars(made).items() if isinstance(what, property)]
+for name in dir(made):
+    if not isinstance(getattr(made, name), property) and name not in dir(object):
+        call = getattr(made, name)
+        for count in range(4):
+            asked.append(lambda call=call, count=count: call(empty, *[0] * count))
+        asked += [lambda call=call: call(empty, "x"), lambda call=call: call(empty, "x", print)]
+if "__repr__" in vars(made):
+    asked.append(lambda: repr(empty))
+if made is tavix.Camera:
+    asked += [lambda: dir(empty), lambda: empty.Width, lambda: setattr(empty, "Width", 1)]
+if made is tavix.Image:
+    asked += [lambda: memoryview(empty), lambda: bytes(empty)]
+for ask in asked:
+    try:
+        told = ask()
+        if told is not empty:
+            print(ask, told)
+    except (TypeError, AttributeError):
+        pass
+print("alive", len(asked) > 0)
+""")
+    assert done.stdout == "alive True\n", done.stdout + done.stderr
 
 
 def test_what_is_closed_is_not_entered(camera):
