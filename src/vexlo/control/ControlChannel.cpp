@@ -69,10 +69,18 @@ ControlTiming::Duration ControlChannel::TimeoutOf(Repeat repeat, Duration ordina
     return repeat == Repeat::Never ? std::max(ordinary, Duration(m_LastingFloor.load())) : ordinary;
 }
 
-/// A camera that says nothing any more is not given as much time as it may take for an answer.
-ControlTiming::Duration ControlChannel::LimitOfTries(Duration twoAnswers) const {
+/// A camera that says nothing any more is not given as much time as it may take for an answer, and whoever asks it a
+/// hundred things in a row does not wait a hundred times.
+ControlTiming::Duration ControlChannel::LimitOfTries(Duration twoAnswers, Clock::TimePoint now) const {
     if (m_IsBrief) return m_Timing.briefLimit;
-    return m_IsSilent ? m_Timing.silentLimit : std::max(m_Timing.retryLimit, twoAnswers);
+    if (!m_IsSilent) return std::max(m_Timing.retryLimit, twoAnswers);
+    return now < m_RestsUntil ? m_Timing.glanceLimit : m_Timing.silentLimit;
+}
+
+void ControlChannel::NoteSilence(bool isSilent) {
+    const Clock::TimePoint now = CurrentClock().Now();
+    if (isSilent && now >= m_RestsUntil) m_RestsUntil = now + m_Timing.silentRest;
+    m_IsSilent = isSilent;
 }
 
 Deadline ControlChannel::WholeAccess() const {
@@ -84,7 +92,7 @@ ControlChannel::Limits ControlChannel::LimitsOf(Repeat repeat, const Deadline& w
     const Clock::TimePoint now = CurrentClock().Now();
     const Duration ordinary = Timeout();
     const Duration timeout = TimeoutOf(repeat, ordinary);
-    return {whole.Within(LimitOfTries(timeout + ordinary), now), whole, ordinary, timeout, now};
+    return {whole.Within(LimitOfTries(timeout + ordinary, now), now), whole, ordinary, timeout, now};
 }
 
 VxStatus ControlChannel::Read(std::uint64_t address, std::uint8_t* data, std::size_t count, const Deadline& whole) {
@@ -121,7 +129,7 @@ VxStatus ControlChannel::Retry(Once once, Repeat repeat, const Deadline& whole) 
         const VxStatus resynchronised = Resynchronise(/*forceHalt=*/failures > 0, limits.tries);
         if (resynchronised == VX_E_USB_NO_DEVICE) return resynchronised;
         const bool mayRepeat = repeat == Repeat::Safe || !outcome.delivered;
-        m_IsSilent = IsSilence(resynchronised);
+        NoteSilence(IsSilence(resynchronised));
         if (!mayRepeat || failures++ == kRepeats || limits.tries.IsOver()) return outcome.status;
     }
 }

@@ -24,6 +24,8 @@ struct ControlTiming {
     Duration pendingLimit{30000};   ///< whole time for one command, however often the camera asks for more
     Duration retryLimit{4000};      ///< least time after which a command is not tried again
     Duration silentLimit{900};      ///< whole time for a command to a camera that did not answer the last one
+    Duration silentRest{3000};      ///< how long such a camera is not waited for again
+    Duration glanceLimit{30};       ///< whole time for a command meanwhile; one that is back answers at once
     Duration operationLimit{30000}; ///< least limit of an access of many commands
     Duration busyPause{20};         ///< before a command that met a busy camera is sent again
     Duration drain{3};              ///< for each look for left-over acknowledges
@@ -125,7 +127,7 @@ private:
     };
 
     Duration TimeoutOf(Repeat repeat, Duration ordinary) const;
-    Limits LimitsOf(Repeat repeat, const Deadline& whole) const;
+    Limits LimitsOf(Repeat repeat, const Deadline& whole) const TAVIX_REQUIRES(m_Lock);
     Outcome ReadOnce(std::uint64_t address, std::uint8_t* data, std::size_t count, const Limits& limits)
         TAVIX_REQUIRES(m_Lock);
     Outcome WriteOnce(std::uint64_t address, u3v::ByteView data, const Limits& limits) TAVIX_REQUIRES(m_Lock);
@@ -133,7 +135,8 @@ private:
     VxStatus Reset() TAVIX_REQUIRES(m_Lock);
     template<class Once>
     VxStatus Retry(Once once, Repeat repeat, const Deadline& whole) TAVIX_REQUIRES(m_Lock);
-    Duration LimitOfTries(Duration twoAnswers) const;
+    Duration LimitOfTries(Duration twoAnswers, Clock::TimePoint now) const TAVIX_REQUIRES(m_Lock);
+    void NoteSilence(bool isSilent) TAVIX_REQUIRES(m_Lock);
     Outcome Run(const Exchange& exchange, const Limits& limits) TAVIX_REQUIRES(m_Lock);
     Outcome Send(const Exchange& exchange, Duration timeout) TAVIX_REQUIRES(m_Lock);
     Outcome Receive(const Exchange& exchange, Duration timeout, const Limits& limits) TAVIX_REQUIRES(m_Lock);
@@ -164,6 +167,7 @@ private:
     std::vector<std::uint8_t> m_Command TAVIX_GUARDED_BY(m_Lock);
     std::vector<std::uint8_t> m_Acknowledge TAVIX_GUARDED_BY(m_Lock);
     std::uint16_t m_NextId TAVIX_GUARDED_BY(m_Lock) = 0;
+    Clock::TimePoint m_RestsUntil TAVIX_GUARDED_BY(m_Lock){}; ///< until then a silent camera is only glanced at
 };
 
 } // namespace vexlo

@@ -143,6 +143,40 @@ TEST_F(Silence, OfAnOpenCameraCostsEachFurtherAccessASecond) {
     EXPECT_EQ(device->ReadMem(&value, 0, &count), VX_OK);
 }
 
+TEST_F(Silence, OfAnOpenCameraIsWaitedForSeldomHoweverMuchIsAsked) {
+    isAwake = true;
+    ASSERT_EQ(device->Open(info), VX_OK);
+    isAwake = false;
+    std::uint32_t value = 0;
+    unsigned long count = 0;
+    const auto read = [&] { return device->ReadMem(&value, 0, &(count = sizeof value)); };
+    EXPECT_LE(clock.Of([&] {
+        for (int i = 0; i < 100; ++i)
+            EXPECT_EQ(read(), VX_E_TIMEOUT);
+    }),
+              12s);
+    isAwake = true;
+    EXPECT_EQ(read(), VX_OK) << "a glance is enough for one that is back";
+    isAwake = false;
+    EXPECT_GE(clock.Of([&] { EXPECT_EQ(read(), VX_E_TIMEOUT); }), 500ms) << "it had answered";
+}
+
+TEST_F(Silence, OfAnOpenCameraIsWaitedForAgainAfterARest) {
+    isAwake = true;
+    ASSERT_EQ(device->Open(info), VX_OK);
+    isAwake = false;
+    std::uint32_t value = 0;
+    unsigned long count = 0;
+    const auto read = [&] { EXPECT_EQ(device->ReadMem(&value, 0, &(count = sizeof value)), VX_E_TIMEOUT); };
+    read();
+    EXPECT_LE(clock.Of(read), 100ms);
+    clock.Pause(3s);
+    const auto again = clock.Of(read);
+    EXPECT_GE(again, 500ms) << "what takes its time is heard as well";
+    EXPECT_LE(again, 1s);
+    EXPECT_LE(clock.Of(read), 100ms);
+}
+
 TEST_F(Silence, IsNotTakenFromACameraThatIsBusyForLong) {
     isAwake = true;
     ASSERT_EQ(device->Open(info), VX_OK);
