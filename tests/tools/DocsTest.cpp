@@ -106,6 +106,16 @@ TEST(Docs, ShowTheExampleAsItIs) {
     EXPECT_NE(TextOf(kRoot / "examples/camera/first_images.cpp").find(shown), std::string::npos);
 }
 
+/// The page about GenTL shows lines of a program that the tests run.
+TEST(Docs, ShowTheConsumerAsItIs) {
+    const std::string page = TextOf(kRoot / "docs/gentl.md");
+    const auto begin = page.find("```python\n");
+    ASSERT_NE(begin, std::string::npos);
+    const std::string shown = page.substr(begin + 10, page.find("```", begin + 10) - begin - 10);
+    EXPECT_EQ(Lines(shown).size(), 2u);
+    EXPECT_NE(TextOf(kRoot / "examples/gentl/grab.py").find(shown), std::string::npos) << shown;
+}
+
 TEST(Docs, LinkToFilesThatThereAre) {
     const std::regex pattern("\\]\\(([^)#:]+)\\)");
     for (const auto& page : Pages()) {
