@@ -2,6 +2,7 @@
 
 #include <tavix/camera/Error.h>
 
+#include <memory>
 #include <string>
 
 namespace tavixgst {
@@ -38,6 +39,11 @@ void PostError(GstElement& element, const std::exception& problem) {
 
 void PostWarning(GstElement& element, const std::exception& problem) {
     Post(element, GST_MESSAGE_WARNING, problem);
+}
+
+std::string TextOf(const GstCaps& caps) {
+    const std::unique_ptr<gchar, decltype(&g_free)> text(gst_caps_to_string(&caps), &g_free);
+    return text.get();
 }
 
 } // namespace tavixgst

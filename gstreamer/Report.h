@@ -4,6 +4,7 @@
 #include <gst/gst.h>
 
 #include <exception>
+#include <string>
 
 namespace tavixgst {
 
@@ -11,5 +12,6 @@ namespace tavixgst {
 void PostError(GstElement& element, const std::exception& problem);
 /// The same as a warning: the stream goes on.
 void PostWarning(GstElement& element, const std::exception& problem);
+std::string TextOf(const GstCaps& caps);
 
 } // namespace tavixgst

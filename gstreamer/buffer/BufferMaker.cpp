@@ -47,8 +47,7 @@ private:
 };
 
 bool IsSame(const Tavix::Image& image, const Layout& layout) {
-    const CapsFormat* format = FindFormat(static_cast<Tavix::imaging::PixelFormat>(image.PixelFormatCode()));
-    return format != nullptr && std::strcmp(format->name, layout.format->name) == 0;
+    return IsSame(static_cast<Tavix::imaging::PixelFormat>(image.PixelFormatCode()), *layout.format);
 }
 
 void CopyLines(const Tavix::Image& image, const PictureSpan& target) {

@@ -178,6 +178,15 @@ Layout LayoutOf(const CapsFormat& format, const GstCaps& caps) {
     return layout;
 }
 
+Setup SetupOf(const Camera& camera) {
+    Setup setup;
+    for (const char* name : {"PixelFormat", "Width", "Height"})
+        setup[name] = camera[name].Text();
+    const FrameRate rate = FrameRateOf(camera);
+    if (rate.isKnown && !rate.isVariable) setup[kFrameRate] = camera[kFrameRate].Text();
+    return setup;
+}
+
 void Configure(Camera& camera, const Layout& layout, Conversion conversion) {
     const std::string format = CameraFormatFor(camera, *layout.format, conversion);
     if (camera["PixelFormat"].Text() != format) camera["PixelFormat"] = format;

@@ -8,6 +8,9 @@
 
 #include <gst/video/video.h>
 
+#include <map>
+#include <string>
+
 namespace tavixgst {
 
 /// Whether formats that GStreamer lacks are converted on the host.
@@ -33,6 +36,10 @@ GstCaps* Fixate(const Tavix::Camera& camera, GstCaps* caps);
 /// Null for caps that are not of ours.
 const CapsFormat* FormatOf(const Tavix::Camera& camera, const GstStructure& caps, Conversion conversion);
 Layout LayoutOf(const CapsFormat& format, const GstCaps& caps);
+/// Values of those features that caps say, by their names.
+using Setup = std::map<std::string, std::string>;
+/// As the camera is set now; a rate only where it has one.
+Setup SetupOf(const Tavix::Camera& camera);
 /// Sets the camera up; what is so already is not written. The camera must not stream.
 void Configure(Tavix::Camera& camera, const Layout& layout, Conversion conversion);
 

@@ -82,6 +82,11 @@ const CapsFormat* FindFormat(PixelFormat camera) {
     return nullptr;
 }
 
+bool IsSame(PixelFormat camera, const CapsFormat& format) {
+    const CapsFormat* row = FindFormat(camera);
+    return row != nullptr && std::strcmp(row->name, format.name) == 0;
+}
+
 bool IsMeant(const CapsFormat& format, const GstStructure& caps) {
     const char* name = gst_structure_get_string(&caps, "format");
     const char* colorimetry = gst_structure_get_string(&caps, "colorimetry");

@@ -23,6 +23,8 @@ struct CapsFormat {
 
 /// Null for what GStreamer has no name for.
 const CapsFormat* FindFormat(Tavix::imaging::PixelFormat camera);
+/// Whether the bytes of an image of the camera are those that a pipeline takes for the other format.
+bool IsSame(Tavix::imaging::PixelFormat camera, const CapsFormat& format);
 /// Whether these caps mean that format.
 bool IsMeant(const CapsFormat& format, const GstStructure& caps);
 /// All that any camera could send. Owned by the caller.

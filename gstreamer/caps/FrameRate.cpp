@@ -3,7 +3,6 @@
 namespace tavixgst {
 namespace {
 
-constexpr char kRate[] = "AcquisitionFrameRate";
 constexpr char kSwitch[] = "AcquisitionFrameRateEnable";
 constexpr char kField[] = "framerate";
 
@@ -30,8 +29,8 @@ bool IsTriggered(const Tavix::Camera& camera) {
 
 FrameRate FrameRateOf(const Tavix::Camera& camera) {
     FrameRate rate;
-    if (!camera.HasFeature(kRate) || !camera[kRate].IsReadable()) return rate;
-    const Tavix::Feature feature = camera[kRate];
+    if (!camera.HasFeature(kFrameRate) || !camera[kFrameRate].IsReadable()) return rate;
+    const Tavix::Feature feature = camera[kFrameRate];
     rate.isKnown = true;
     rate.isVariable = IsTriggered(camera) || IsOff(camera);
     rate.least = feature.Min();
@@ -65,9 +64,9 @@ void SetFrameRate(Tavix::Camera& camera, gint numerator, gint denominator) {
     const FrameRate rate = FrameRateOf(camera);
     if (numerator == 0 || !rate.isKnown) return;
     if (IsOff(camera)) camera[kSwitch] = true;
-    const Fraction present = FractionOf(camera[kRate].Float());
+    const Fraction present = FractionOf(camera[kFrameRate].Float());
     if (gst_util_fraction_compare(present.numerator, present.denominator, numerator, denominator) != 0)
-        camera[kRate].SetNearest(static_cast<double>(numerator) / denominator);
+        camera[kFrameRate].SetNearest(static_cast<double>(numerator) / denominator);
 }
 
 } // namespace tavixgst

@@ -17,6 +17,8 @@ struct FrameRate {
 };
 
 FrameRate FrameRateOf(const Tavix::Camera& camera);
+/// How the feature is called.
+inline constexpr char kFrameRate[] = "AcquisitionFrameRate";
 /// Once with a variable rate, which is 0/1, and once with the camera's limits; what it is set to comes first. In one
 /// list they would be caps that GStreamer cannot compare.
 void AppendWithFrameRate(GstCaps& caps, StructurePtr one, const FrameRate& rate);

@@ -76,11 +76,6 @@ gboolean SetCaps(GstBaseSrc* element, GstCaps* caps) {
     return Guarded(element, FALSE, [&] { return SourceOf(element).Negotiated(*caps), TRUE; });
 }
 
-std::string TextOf(const GstCaps& caps) {
-    const std::unique_ptr<gchar, decltype(&g_free)> text(gst_caps_to_string(&caps), &g_free);
-    return text.get();
-}
-
 /// GStreamer itself says only that nothing was agreed on.
 void TellMisfit(GstBaseSrc* element) {
     const CapsPtr has(GetCaps(element, nullptr));
@@ -92,7 +87,12 @@ void TellMisfit(GstBaseSrc* element) {
 
 /// Where the camera goes meanwhile, its limits are empty and no step need fail by itself.
 gboolean Negotiate(GstBaseSrc* element) {
-    if (GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element)) return TRUE;
+    const CapsPtr before(gst_pad_get_current_caps(GST_BASE_SRC_PAD(element)));
+    if (GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element)) {
+        const CapsPtr now(gst_pad_get_current_caps(GST_BASE_SRC_PAD(element)));
+        // The base class keeps quiet of caps that stay the same, while the camera may be set otherwise by now.
+        return !before || !now || !gst_caps_is_equal(before.get(), now.get()) || SetCaps(element, now.get());
+    }
     if (SourceOf(element).HasGone())
         PostFailure(element, Tavix::Removed(kUnplugged));
     else
@@ -128,7 +128,7 @@ gboolean UnlockStop(GstBaseSrc* element) {
 }
 
 gboolean Stop(GstBaseSrc* element) {
-    SourceOf(element).StopStream();
+    SourceOf(element).Stop();
     return TRUE;
 }
 

@@ -34,7 +34,7 @@ bool Flow::Enter(Tavix::ImageStream*& stream) {
     Tavix::MutexLock lock(m_Mutex);
     while ((m_Pauses != 0 || m_IsInside) && !m_IsInterrupted)
         lock.Wait(m_Changed);
-    if (m_IsInterrupted) return false;
+    if (m_IsInterrupted || m_IsPauseNew) return false;
     m_IsInside = true;
     stream = m_Stream.get();
     return true;
@@ -66,6 +66,11 @@ void Flow::End() noexcept {
     m_Mutex.lock();
     m_IsInside = false;
     m_Changed.notify_all();
+}
+
+void Flow::NoticePauses() noexcept {
+    const Tavix::MutexLock lock(m_Mutex);
+    if (m_Pauses == 0) m_IsPauseNew = false;
 }
 
 void Flow::Interrupt() noexcept {
@@ -110,6 +115,7 @@ std::string Flow::WhySilent() const {
 void Flow::BeginPause() {
     Tavix::MutexLock lock(m_Mutex);
     ++m_Pauses;
+    m_IsPauseNew = true;
     if (m_Stream) m_Stream->Cancel();
     while (m_IsInside)
         lock.Wait(m_Changed);

@@ -17,9 +17,11 @@ namespace tavixgst {
 /// Next is for the pipeline's thread; the rest is thread-safe.
 class Flow {
 public:
-    /// The next image; empty when none came in that time or the wait was interrupted. Starts the camera when it does
-    /// not stream. Throws as ImageStream does.
+    /// The next image; empty when none came in that time, when the wait was interrupted, or when there was a pause that
+    /// the caller does not know of. Starts the camera when it does not stream. Throws as ImageStream does.
     Tavix::Image Next(Tavix::Camera& camera, const Options& options, std::chrono::milliseconds timeout);
+    /// From now on the caller knows of all pauses so far, and looks at what the camera is set to before the next image.
+    void NoticePauses() noexcept;
     /// Ends a wait at once, and those to come until Resume.
     void Interrupt() noexcept;
     void Resume() noexcept;
@@ -59,6 +61,7 @@ private:
     std::unique_ptr<Tavix::ImageStream> m_Stream TAVIX_GUARDED_BY(m_Mutex);
     Tavix::GrabCounts m_LastCounts TAVIX_GUARDED_BY(m_Mutex);
     unsigned int m_Pauses TAVIX_GUARDED_BY(m_Mutex) = 0;
+    bool m_IsPauseNew TAVIX_GUARDED_BY(m_Mutex) = false; // the pipeline's thread has not noticed it
     bool m_IsInside TAVIX_GUARDED_BY(m_Mutex) = false;
     bool m_IsInterrupted TAVIX_GUARDED_BY(m_Mutex) = false;
 };

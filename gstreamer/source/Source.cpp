@@ -100,6 +100,7 @@ void Source::Negotiated(GstCaps& caps) {
     const bool isSame =
         layout.format == m_Layout.format && layout.width == m_Layout.width && layout.height == m_Layout.height;
     if (!isSame) m_Flow.Stop();
+    const Setup before = SetupOf(*camera);
     try {
         Configure(*camera, layout, conversion);
     } catch (const Tavix::AccessError&) {
@@ -107,13 +108,41 @@ void Source::Negotiated(GstCaps& caps) {
         m_Flow.Stop(); // some cameras want to stand still even for another rate
         Configure(*camera, layout, conversion);
     }
+    const Setup now = SetupOf(*camera);
+    m_HasMoved = !isSame || now != before;
+    TellSetBack(before, now, caps);
+    m_Setup = now;
+    m_Conversion = conversion;
     const Tavix::imaging::PixelFormatInfo* sent =
         Tavix::imaging::FindPixelFormat(std::string_view((*camera)["PixelFormat"].Text()));
     const bool isConverted = sent == nullptr || FindFormat(sent->format) == nullptr;
     m_NeedsPool = isConverted || layout.stride * 8 != layout.width * sent->BitsPerPixel();
-    const Tavix::MutexLock lock(m_Mutex);
-    m_Layout = layout;
-    m_Period = layout.Duration();
+    const bool hasOtherPeriod = layout.Duration() != m_Layout.Duration();
+    {
+        const Tavix::MutexLock lock(m_Mutex);
+        m_Layout = layout;
+        m_Period = layout.Duration();
+    }
+    if (hasOtherPeriod) gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
+}
+
+void Source::TellSetBack(const Setup& wanted, const Setup& now, const GstCaps& caps) {
+    const auto find = [](const Setup& setup, const std::string& name) {
+        const auto found = setup.find(name);
+        return found == setup.end() ? std::string() : found->second;
+    };
+    if (m_Setup.empty()) return;
+    for (const auto& [name, value] : now) {
+        const std::string was = find(wanted, name);
+        if (was == value || was == find(m_Setup, name)) continue;
+        const Tavix::imaging::PixelFormatInfo* format = Tavix::imaging::FindPixelFormat(std::string_view(was));
+        const bool isLacking = format != nullptr && FindFormat(format->format) == nullptr;
+        PostWarning(Element(), Tavix::ValueError((was.empty() ? "no " + name : name + "=" + was) +
+                                                     " does not go with the caps of the pipeline, " + TextOf(caps) +
+                                                     "; the camera is set back to " + value +
+                                                     (isLacking ? "; convert=true has images converted" : ""),
+                                                 name));
+    }
 }
 
 Source::Latencies Source::Latency() const {
@@ -127,6 +156,11 @@ Source::Latencies Source::Latency() const {
 void Source::StopStream() noexcept {
     m_Flow.Stop();
     m_Time.Reset();
+}
+
+void Source::Stop() noexcept {
+    StopStream();
+    m_Setup.clear();
 }
 
 void Source::Interrupt() noexcept {
@@ -159,14 +193,17 @@ void Source::Post(GstStructure* message) const {
 
 void Source::WhileItMay(const std::function<void(Tavix::Camera&)>& deed) {
     const auto camera = Opened();
-    try {
+    const auto doAndMark = [&] {
         deed(*camera);
+        gst_pad_mark_reconfigure(GST_BASE_SRC_PAD(&m_Element)); // caps may be others now
+    };
+    try {
+        doAndMark();
     } catch (const Tavix::AccessError&) {
         // A stream that is just being started or ended locks features, too, so whether one runs is not asked.
         const Flow::Pause pause(m_Flow);
-        deed(*camera);
+        doAndMark();
     }
-    gst_pad_mark_reconfigure(GST_BASE_SRC_PAD(&m_Element)); // caps may be others now
 }
 
 void Source::SetFeatures(const std::string& text) {

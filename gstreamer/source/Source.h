@@ -57,6 +57,8 @@ public:
     void Interrupt() noexcept;
     void Resume() noexcept { m_Flow.Resume(); }
     void StopStream() noexcept;
+    /// The same, for good.
+    void Stop() noexcept;
 
     /// Whether a failure is one of a camera that has gone. The notice of that may lag behind what fails by it, and is
     /// waited for.
@@ -76,7 +78,11 @@ private:
     /// Does it while the camera streams, or between two streams where it cannot be done otherwise.
     void WhileItMay(const std::function<void(Tavix::Camera&)>& deed);
     void OnRemoval(bool isBack);
+    /// Tells what somebody has set since the last time that caps were negotiated and they take back.
+    void TellSetBack(const Setup& wanted, const Setup& now, const GstCaps& caps);
     GstFlowReturn NextImage(Tavix::Camera& camera, Tavix::Image& image);
+    bool IsToNegotiate() const;
+    GstFlowReturn Renegotiate();
     bool Fits(const Tavix::Image& image) const;
     BufferPtr BufferOf(Tavix::Image image);
     void TellMissed(const GstBuffer& buffer);
@@ -103,9 +109,13 @@ private:
 
     // Of the pipeline's thread.
     Layout m_Layout; // also of who closes
+    Setup m_Setup; // as the last negotiation left the camera; empty before the first one since the pipeline was started
+    Conversion m_Conversion = Conversion::None; // that it allowed
+    bool m_HasMoved = false;                    // it has changed the layout or the camera
     std::chrono::steady_clock::time_point m_LastImage;
     std::uint64_t m_Starved = 0, m_Offset = 0;
-    bool m_IsFresh = false; // the image was waited for, and did not lie ready while the pipeline was busy
+    bool m_HasBreak = false; // images were thrown away before the next one
+    bool m_IsFresh = false;  // the image was waited for, and did not lie ready while the pipeline was busy
 };
 
 } // namespace tavixgst

@@ -1,6 +1,8 @@
 #include "gstreamer/buffer/ImageMeta.h"
 #include "gstreamer/source/Source.h"
 
+#include <tavix/imaging/Convert.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -28,28 +30,50 @@ milliseconds TimeoutOf(const Options& options) {
 } // namespace
 
 GstFlowReturn Source::Create(GstBuffer** buffer) {
+    const auto camera = Opened();
     Tavix::Image image;
-    const GstFlowReturn result = NextImage(*Opened(), image);
-    if (result != GST_FLOW_OK) return result;
-    if (!Fits(image)) { // the camera sends something else by now
-        if (!gst_base_src_negotiate(&m_Element)) return GST_FLOW_NOT_NEGOTIATED;
-        if (!Fits(image)) throw Tavix::Error("the images are not of the size that was negotiated");
+    for (bool isFound = false; !isFound;) {
+        if (const GstFlowReturn result = NextImage(*camera, image); result != GST_FLOW_OK) return result;
+        isFound = !IsToNegotiate() && Fits(image);
+        if (isFound) break;
+        if (const GstFlowReturn result = Renegotiate(); result != GST_FLOW_OK) return result;
+        isFound = Fits(image);
+        if (!isFound && !m_HasMoved)
+            throw Tavix::Error("the images, " + std::to_string(image.Width()) + " x " + std::to_string(image.Height()) +
+                               " of " + image.PixelFormat() + ", are not what the camera is set to");
+        m_HasBreak = m_HasBreak || !isFound;
     }
     TellStarvation();
     *buffer = BufferOf(std::move(image)).release();
     return GST_FLOW_OK;
 }
 
+/// The size and the format, where that is not to be converted.
 bool Source::Fits(const Tavix::Image& image) const {
-    return image.Width() == m_Layout.width && image.Height() == m_Layout.height;
+    if (image.Width() != m_Layout.width || image.Height() != m_Layout.height) return false;
+    const auto format = static_cast<Tavix::imaging::PixelFormat>(image.PixelFormatCode());
+    return IsSame(format, *m_Layout.format) ||
+           (m_Conversion == Conversion::WhereNeeded && Tavix::imaging::IsConvertible(format, m_Layout.format->camera));
+}
+
+bool Source::IsToNegotiate() const {
+    return GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element));
+}
+
+GstFlowReturn Source::Renegotiate() {
+    m_HasMoved = false;
+    if (gst_base_src_negotiate(&m_Element)) return GST_FLOW_OK;
+    return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
 }
 
 GstFlowReturn Source::NextImage(Tavix::Camera& camera, Tavix::Image& image) {
     const auto options = Options();
     m_LastImage = Clock::now();
     while (!m_Flow.IsInterrupted()) {
-        if (GST_PAD_NEEDS_RECONFIGURE(GST_BASE_SRC_PAD(&m_Element)) && !gst_base_src_negotiate(&m_Element))
-            return m_Flow.IsInterrupted() ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
+        m_Flow.NoticePauses();
+        if (IsToNegotiate()) {
+            if (const GstFlowReturn result = Renegotiate(); result != GST_FLOW_OK) return result;
+        }
         const bool isStarting = !m_Flow.IsRunning();
         image = m_Flow.Next(camera, *options, milliseconds(0));
         m_IsFresh = !image;
@@ -82,7 +106,8 @@ void Source::TellStarvation() {
 BufferPtr Source::BufferOf(Tavix::Image image) {
     const GstClockTime stamp = m_Time.StampOf(Element(), image);
     const std::uint64_t missed = image.MissedBefore();
-    const bool hasGap = missed != 0 || image.GapBefore().count() != 0;
+    const bool hasGap = missed != 0 || image.GapBefore().count() != 0 || m_HasBreak;
+    m_HasBreak = false;
     if (m_IsFresh && m_Time.HasGrown(image))
         gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
     BufferPtr buffer =

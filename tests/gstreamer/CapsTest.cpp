@@ -139,6 +139,67 @@ TEST(GstCaps, ChangeWhileThePipelineWaitsForATrigger) {
     EXPECT_EQ(WidthOf(pipeline.Pull().get()), 128);
 }
 
+/// The next sample with such caps; null when there is none before the end.
+Handle<GstSample> PullWith(Pipeline& pipeline, const std::string& caps) {
+    Handle<GstSample> sample = pipeline.Pull();
+    while (sample && CapsOf(sample.get()).find(caps) == std::string::npos)
+        sample = pipeline.Pull();
+    return sample;
+}
+
+void SetFeatures(Pipeline& pipeline, const char* features) {
+    g_object_set(pipeline.Find("src").get(), "features", features, nullptr);
+}
+
+TEST(GstCaps, TakeBackWhatDoesNotGoWithThem) {
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,format=GRAY8,width=320,height=240,framerate=50/1") +
+                      kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    ASSERT_TRUE(pipeline.Pull());
+    const char* const changes[][3] = {{"Width=640", "Width", "320"},
+                                      {"PixelFormat=BayerRG8", "PixelFormat", "\"Mono8\""},
+                                      {"PixelFormat=Mono12p", "PixelFormat", "\"Mono8\""},
+                                      {"AcquisitionFrameRate=5", "AcquisitionFrameRate", "50.000000"}};
+    for (const auto& [change, name, kept] : changes) {
+        SetFeatures(pipeline, change);
+        EXPECT_THAT(pipeline.AwaitWarning(), AllOf(StartsWith(change), HasSubstr("set back to"))) << change;
+        EXPECT_EQ(Feature(pipeline, name), kept);
+        EXPECT_TRUE(pipeline.Pull());
+    }
+    EXPECT_EQ(pipeline.Stat("copied"), 0U) << "without convert nothing is";
+}
+
+TEST(GstCaps, ChangeBeforeTheFirstImageOfAnotherFormat) {
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src features=PixelFormat=BayerRG8") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    ASSERT_TRUE(PullWith(pipeline, "format=rggb"));
+    const char* const formats[][2] = {
+        {"RGB8", "RGB"}, {"YCbCr422_8", "YUY2"}, {"Mono8", "GRAY8"}, {"BayerRG8", "rggb"}};
+    for (const auto& [camera, caps] : formats) {
+        SetFeatures(pipeline, (std::string("PixelFormat=") + camera).c_str());
+        EXPECT_TRUE(PullWith(pipeline, std::string("format=") + caps + ",")) << camera;
+    }
+    EXPECT_EQ(pipeline.Stat("copied"), 0U) << "none was converted to what stood in the caps before";
+}
+
+TEST(GstCaps, StateTheRateOfTheCamera) {
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,framerate=[1/1,60/1]") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    ASSERT_TRUE(PullWith(pipeline, "framerate=60/1"));
+    SetFeatures(pipeline, "AcquisitionFrameRate=50");
+    const Handle<GstSample> sample = PullWith(pipeline, "framerate=50/1");
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(GST_BUFFER_DURATION(gst_sample_get_buffer(sample.get())), 20 * GST_MSECOND);
+    SetFeatures(pipeline, "AcquisitionFrameRate=60");
+    ASSERT_TRUE(PullWith(pipeline, "framerate=60/1"));
+    SetFeatures(pipeline, "AcquisitionFrameRate=90");
+    EXPECT_THAT(pipeline.AwaitWarning(), HasSubstr("set back to 60"));
+    EXPECT_EQ(Feature(pipeline, "AcquisitionFrameRate"), "60.000000");
+}
+
 TEST(GstCaps, HoldConvertedFormatsOnRequestOnly) {
     VirtualBus bus(kCapsCamera);
     const std::string twelve = "tavixsrc name=src num-buffers=1 features=PixelFormat=Mono12p ";
