@@ -2,12 +2,16 @@
 
 #include "TestFolder.h"
 #include "ToolRun.h"
+#include "Variable.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <set>
 #include <sstream>
+
+#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -95,15 +99,26 @@ TEST(Completion, ForBashKnowsCommandsBehindOptionsAndTheirValues) {
     EXPECT_EQ(Offered(folder, "tavix virtual serve --usb"), "--usbip --usbredir");
 }
 
+/// While it lives, shells find the program. Bound to a thread.
+class ProgramInPath {
+public:
+    explicit ProgramInPath(const TestFolder& folder) : m_Before(std::getenv("PATH")) {
+        std::filesystem::create_directory(folder.Path("bin"));
+        std::filesystem::create_symlink(TAVIX_TOOL, folder.Path("bin/tavix"));
+        setenv("PATH", (folder.Path("bin") + ":" + m_Before).c_str(), /*overwrite=*/1);
+    }
+    ~ProgramInPath() { setenv("PATH", m_Before.c_str(), /*overwrite=*/1); }
+    ProgramInPath(const ProgramInPath&) = delete;
+    ProgramInPath& operator=(const ProgramInPath&) = delete;
+
+private:
+    const std::string m_Before;
+};
+
 /// As Offered, with the program where the shell finds it.
 std::string OfferedByTheProgram(const TestFolder& folder, const std::string& line) {
-    std::filesystem::create_directory(folder.Path("bin"));
-    std::filesystem::create_symlink(TAVIX_TOOL, folder.Path("bin/tavix"));
-    const std::string before = std::getenv("PATH");
-    setenv("PATH", (folder.Path("bin") + ":" + before).c_str(), /*overwrite=*/1);
-    const std::string offered = Offered(folder, line);
-    setenv("PATH", before.c_str(), /*overwrite=*/1);
-    return offered;
+    const ProgramInPath path(folder);
+    return Offered(folder, line);
 }
 
 TEST(Completion, ForBashKnowsTheCamerasThatThereAre) {
@@ -116,6 +131,84 @@ TEST(Completion, ForBashKnowsTheFeaturesOfTheCamera) {
                              "tavix --virtual 2 why -c 40000002 ExposureT", "tavix --virtual 1 grab -s ExposureT",
                              "tavix --virtual 1 features ExposureT"})
         EXPECT_EQ(OfferedByTheProgram(TestFolder(), line), "ExposureTime ExposureTicks") << line;
+}
+
+TEST(Completion, ForBashKnowsACameraByEachNameOfItsOwn) {
+    const TestFolder folder;
+    const Variable cameras("TAVIX_VIRTUAL_CAMERAS",
+                           R"({"cameras":[{"serial":"1234", "userName":"Left eye"}, {"serial":"1234", "userName":"7"},)"
+                           R"({"serial":"", "userName":"", "guid":"120900000007"}]})");
+    const ProgramInPath path(folder);
+    EXPECT_EQ(Offered(folder, "tavix get -c ''"), "Left\\ eye 7 120900000007");
+    EXPECT_EQ(Offered(folder, "tavix get -c 'Left\\ e'"), "Left\\ eye");
+    EXPECT_EQ(Offered(folder, "tavix get -c 'Left\\ eye' ExposureTi"), "ExposureTime ExposureTicks");
+}
+
+// What a stranger's camera may be called, and what of it a shell is given.
+const std::vector<std::string> kEvilNames{"$(touch${IFS}PWNED)", "`touch PWNED`", "*",     "; touch PWNED;",
+                                          "a'b\"c\\d",           "~root",         "{a,b}", "<(touch PWNED)"};
+const std::vector<std::string> kHiddenNames{"\x1b[31m", "a\nb", "--output=x", "\x7f"};
+
+/// Cameras that are called so, in a shell that stands in the folder.
+Variable EvilCameras() {
+    nlohmann::json cameras = nlohmann::json::array();
+    for (const auto* names : {&kEvilNames, &kHiddenNames}) {
+        for (const std::string& name : *names)
+            cameras.push_back({{"serial", name}, {"userName", ""}});
+    }
+    return Variable("TAVIX_VIRTUAL_CAMERAS", nlohmann::json{{"cameras", cameras}}.dump());
+}
+
+/// What a script, run by the shell with the program in its path and the folder as its own, has written to "offered".
+std::vector<std::string> LinesOf(const TestFolder& folder, const std::string& shell, const std::string& script) {
+    const ProgramInPath path(folder);
+    folder.Write("ask", "cd " + folder.Path() + "\n" + script);
+    EXPECT_EQ(std::system(("HOME=" + folder.Path() + " " + shell + " " + folder.Path("ask")).c_str()), 0) << script;
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("PWNED"))) << shell;
+    return Lines(folder.Read("offered"));
+}
+
+TEST(Completion, ForBashExpandsNoNameOfACamera) {
+    const TestFolder folder;
+    const Variable cameras = EvilCameras();
+    const std::string script = folder.Write("tavix.bash", Printed({"completion", "bash"}));
+    const auto offered = LinesOf(folder, "bash --norc",
+                                 "source " + script + "; COMP_WORDS=(tavix get -c ''); COMP_CWORD=3; _tavix\n" +
+                                     "eval set -- \"${COMPREPLY[@]}\"; printf '%s\\n' \"$@\" >offered");
+    EXPECT_EQ(offered, kEvilNames) << "as the program gets them when the line is run";
+}
+
+TEST(Completion, ForBashExpandsNoNameOfAFeature) {
+    const TestFolder folder;
+    std::ifstream file(TAVIX_VIRTUAL_CAMERA_XML);
+    std::string xml{std::istreambuf_iterator<char>(file), {}};
+    const std::string evil = "Width$(touch${IFS}PWNED)";
+    for (const char* end : {"\"", "<"}) {
+        const std::string wanted = std::string("Width") + end, bad = evil + end;
+        for (auto at = xml.find(wanted); at != std::string::npos; at = xml.find(wanted, at + bad.size()))
+            if (xml[at - 1] == '"' || xml[at - 1] == '>') xml.replace(at, wanted.size(), bad);
+    }
+    const std::string description = folder.Write("evil.xml", xml);
+    const Variable cameras("TAVIX_VIRTUAL_CAMERAS",
+                           R"({"cameras":[{"registers":{"descriptionPath":")" + description + R"("}}]})");
+    const std::string script = folder.Write("tavix.bash", Printed({"completion", "bash"}));
+    const auto offered = LinesOf(folder, "bash --norc",
+                                 "source " + script + "; COMP_WORDS=(tavix get 'Width\\$'); COMP_CWORD=2; _tavix\n" +
+                                     "eval set -- \"${COMPREPLY[@]}\"; printf '%s\\n' \"$@\" >offered");
+    EXPECT_EQ(offered, std::vector<std::string>{evil});
+}
+
+TEST(Completion, ForBashExpandsNoNameOfAFile) {
+    const TestFolder folder;
+    folder.Write("*", "");
+    folder.Write("two words", "");
+    const std::string script = folder.Write("tavix.bash", Printed({"completion", "bash"}));
+    const auto offered = LinesOf(folder, "bash --norc",
+                                 "source " + script + "; COMP_WORDS=(tavix grab --trace ''); COMP_CWORD=3; _tavix\n" +
+                                     "printf '%s\\n' \"${COMPREPLY[@]}\" | sort >offered");
+    EXPECT_EQ(std::count(offered.begin(), offered.end(), "*"), 1);
+    EXPECT_EQ(std::count(offered.begin(), offered.end(), "two words"), 1);
+    EXPECT_EQ(std::count(offered.begin(), offered.end(), "tavix.bash"), 1);
 }
 
 TEST(Completion, ForBashOffersFilesWhereFilesAreMeant) {
@@ -163,6 +256,54 @@ TEST(Completion, ForFishOffersCommandsAndTheirOptions) {
     EXPECT_EQ(offered("tavix gra").rfind("grab\t", 0), 0u);
     EXPECT_EQ(offered("tavix grab --over").rfind("--overwrite\t", 0), 0u);
     EXPECT_EQ(offered("tavix list --over"), "");
+}
+
+/// What zsh would be given by a function of the script that lists names, for the words of a line.
+std::vector<std::string> ZshNames(const TestFolder& folder, const std::string& words, const std::string& function) {
+    return LinesOf(folder, "zsh -f",
+                   "_describe() { : }\n_arguments() { state=argument; " + function + " }\n" +
+                       "compadd() { print -rl -- \"${found[@]}\" >offered }\n" + "words=(" + words +
+                       "); CURRENT=$#words\nsource " + folder.Write("_tavix", Printed({"completion", "zsh"})) + "\n");
+}
+
+TEST(Completion, ForZshExpandsNoNameOfACamera) {
+    if (!HasProgram("zsh")) GTEST_SKIP() << "there is no zsh";
+    const TestFolder folder;
+    const Variable cameras = EvilCameras();
+    EXPECT_EQ(ZshNames(folder, "tavix get -c ''", "_tavix_cameras"), kEvilNames);
+}
+
+TEST(Completion, ForZshAsksTheCamerasOfTheLine) {
+    if (!HasProgram("zsh")) GTEST_SKIP() << "there is no zsh";
+    const TestFolder folder;
+    const auto offered = ZshNames(folder, "tavix --virtual 2 get -c 40000002 ''", "_tavix_features");
+    EXPECT_EQ(std::count(offered.begin(), offered.end(), "ExposureTime"), 1);
+}
+
+std::string AskFish(const TestFolder& folder, const std::string& line) {
+    return "source " + folder.Write("tavix.fish", Printed({"completion", "fish"})) + "\ncomplete -C '" + line +
+           "' >offered";
+}
+
+TEST(Completion, ForFishExpandsNoNameOfACamera) {
+    if (!HasProgram("fish")) GTEST_SKIP() << "there is no fish";
+    const TestFolder folder;
+    const Variable cameras = EvilCameras();
+    auto offered = LinesOf(folder, "fish --no-config", AskFish(folder, "tavix get -c "));
+    for (std::string& line : offered)
+        line.resize(std::min(line.size(), line.find('\t'))); // a description follows
+    auto wanted = kEvilNames;
+    std::sort(offered.begin(), offered.end());
+    std::sort(wanted.begin(), wanted.end());
+    EXPECT_EQ(offered, wanted);
+}
+
+TEST(Completion, ForFishAsksTheCamerasOfTheLine) {
+    if (!HasProgram("fish")) GTEST_SKIP() << "there is no fish";
+    const TestFolder folder;
+    const auto offered =
+        LinesOf(folder, "fish --no-config", AskFish(folder, "tavix --virtual 2 get -c 40000002 ExposureTi"));
+    EXPECT_EQ(offered, (std::vector<std::string>{"ExposureTicks", "ExposureTime"}));
 }
 
 class EachShell : public testing::TestWithParam<const char*> {};

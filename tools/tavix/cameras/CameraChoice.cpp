@@ -24,6 +24,13 @@ Tavix::CameraInfo ChooseOne(const std::vector<Tavix::CameraInfo>& cameras, const
     return found.front();
 }
 
+/// Whether ChooseOne would take it for this camera.
+bool IsNameOf(const Tavix::CameraInfo& camera, const std::string& name, const std::vector<Tavix::CameraInfo>& cameras) {
+    return !name.empty() && std::all_of(cameras.begin(), cameras.end(), [&](const Tavix::CameraInfo& other) {
+        return other.number == camera.number || !other.IsCalled(name);
+    });
+}
+
 } // namespace
 
 std::string NoCameraText() {
@@ -62,6 +69,21 @@ Tavix::CameraInfo ChooseCamera(const CommonOptions& options) {
     const auto chosen = ChooseCameras(options);
     if (chosen.size() != 1) throw Error("this command works on one camera; name one with --camera");
     return chosen.front();
+}
+
+std::vector<std::string> HandyNames(const std::vector<Tavix::CameraInfo>& cameras) {
+    std::vector<std::string> names;
+    for (const Tavix::CameraInfo& camera : cameras) {
+        const std::size_t before = names.size();
+        for (const std::string& name : {camera.serial, camera.userName}) {
+            const bool isNew =
+                std::find(names.begin() + static_cast<std::ptrdiff_t>(before), names.end(), name) == names.end();
+            if (isNew && IsNameOf(camera, name, cameras)) names.push_back(name);
+        }
+        if (names.size() > before) continue;
+        names.push_back(IsNameOf(camera, camera.guid, cameras) ? camera.guid : std::to_string(camera.number));
+    }
+    return names;
 }
 
 Tavix::Camera OpenCamera(const CommonOptions& options) {

@@ -24,6 +24,9 @@ std::vector<Tavix::CameraInfo> ChooseCameras(const CommonOptions& options);
 Tavix::CameraInfo ChooseCamera(const CommonOptions& options);
 /// The same, opened.
 Tavix::Camera OpenCamera(const CommonOptions& options);
+/// What people would name the cameras by: serial number and user-defined name, as far as they fit one camera only. One
+/// that neither fits is there by its GUID, or else its number.
+std::vector<std::string> HandyNames(const std::vector<Tavix::CameraInfo>& cameras);
 /// As it is called in what a terminal shows.
 std::string NameOf(const Tavix::Camera& camera);
 

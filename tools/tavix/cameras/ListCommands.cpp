@@ -88,9 +88,12 @@ nlohmann::json InfoOf(const Tavix::CameraInfo& info) {
 
 } // namespace
 
-int List(const CommonOptions& options) {
+int List(const ListOptions& options) {
     const std::vector<Tavix::CameraInfo> cameras = FindCameras();
-    if (options.json) {
+    if (options.namesOnly) {
+        for (const std::string& name : HandyNames(cameras))
+            PrintWord(name);
+    } else if (options.json) {
         nlohmann::json json = nlohmann::json::array();
         for (const auto& info : cameras)
             json.push_back(Properties(info.device));

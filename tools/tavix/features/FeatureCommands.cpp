@@ -53,6 +53,11 @@ bool HasGone(const Tavix::Camera& camera) {
     }
 }
 
+void PrintNames(GenApi::INode& root, const TreeOptions& options) {
+    for (const std::string& name : FeatureNames(root, options))
+        PrintWord(name);
+}
+
 TreeReport PrintTreeJson(GenApi::INode& root, const TreeOptions& options) {
     const nlohmann::json features = TreeJson(root, options);
     PrintJson(features);
@@ -76,6 +81,10 @@ int Features(const FeatureOptions& options) {
     TreeOptions tree;
     tree.part = options.names.empty() ? std::string() : options.names.front();
     tree.everything = options.everything;
+    if (options.namesOnly) {
+        PrintNames(*root, tree);
+        return kDone;
+    }
     const TreeReport report = options.json ? PrintTreeJson(*root, tree) : PrintTree(*root, tree);
     if (report.isEmpty) throw Error("no feature's name holds '" + tree.part + "'; `tavix features` lists all");
     if (report.failures > 0) {

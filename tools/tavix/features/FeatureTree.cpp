@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
+#include <utility>
 
 namespace tool {
 namespace {
@@ -119,6 +121,23 @@ private:
     nlohmann::json m_Json = nlohmann::json::array();
 };
 
+/// Bound to a thread.
+class NameCollector final : public Walker {
+public:
+    explicit NameCollector(const TreeOptions& options) : Walker(options) {}
+    std::vector<std::string> Take() { return std::move(m_Names); }
+
+private:
+    void OnCategory(GenApi::INode&, std::size_t) override {}
+    void OnFeature(GenApi::INode&, GenApi::INode& feature, std::size_t) override {
+        const std::string name = Text(feature.GetName());
+        if (m_Known.insert(name).second) m_Names.push_back(name);
+    }
+
+    std::vector<std::string> m_Names;
+    std::set<std::string> m_Known;
+};
+
 } // namespace
 
 TreeReport PrintTree(GenApi::INode& root, const TreeOptions& options) {
@@ -131,6 +150,12 @@ nlohmann::json TreeJson(GenApi::INode& root, const TreeOptions& options) {
     JsonCollector collector(options);
     collector.Walk(root, 0, false);
     return collector.Result();
+}
+
+std::vector<std::string> FeatureNames(GenApi::INode& root, const TreeOptions& options) {
+    NameCollector collector(options);
+    collector.Walk(root, 0, false);
+    return collector.Take();
 }
 
 } // namespace tool

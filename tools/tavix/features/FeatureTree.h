@@ -4,6 +4,7 @@
 #include "line/Options.h"
 
 #include <string>
+#include <vector>
 
 #include <GenApi/GenApi.h>
 #include <nlohmann/json.hpp>
@@ -27,5 +28,8 @@ struct TreeReport {
 TreeReport PrintTree(GenApi::INode& root, const TreeOptions& options);
 /// The same as an array of features; each names its category, and has an "error" when its value cannot be told.
 nlohmann::json TreeJson(GenApi::INode& root, const TreeOptions& options);
+
+/// Their names, each once.
+std::vector<std::string> FeatureNames(GenApi::INode& root, const TreeOptions& options);
 
 } // namespace tool

@@ -93,7 +93,9 @@ std::string CommandLine::HelpCommand() const {
 
 void CommandLine::AddListingCommands() {
     auto* listing = app.add_subcommand("list", "List the cameras");
-    listing->add_flag("--json", m_List.json, "Print JSON");
+    auto* asJson = listing->add_flag("--json", m_List.json, "Print JSON");
+    listing->add_flag("--names", m_List.namesOnly, "Print what --camera takes instead, a line for each")
+        ->excludes(asJson);
     listing->callback([this] { run = [this] { return List(m_List); }; });
 
     auto* telling = app.add_subcommand("info", "Tell what is known of a camera");
@@ -124,6 +126,8 @@ void CommandLine::AddFeatureCommands() {
     listing->add_option("part", m_Features.names, "Only features, or groups of them, whose name holds this")
         ->expected(0, 1);
     listing->add_flag("--everything", m_Features.everything, "Invisible and missing features, too");
+    listing->add_flag("--names", m_Features.namesOnly, "Print names only, a line for each")
+        ->excludes(listing->get_option("--json"));
     listing->callback([this] { run = [this] { return Features(m_Features); }; });
 
     auto* getting = app.add_subcommand("get", "Print the values of features");

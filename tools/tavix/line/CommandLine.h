@@ -41,7 +41,8 @@ private:
     void AddTextCommands();
     void AddServeCommand(CLI::App& parent);
 
-    CommonOptions m_List, m_Info;
+    ListOptions m_List;
+    CommonOptions m_Info;
     FeatureOptions m_Features, m_Get, m_Set, m_Why;
     WatchOptions m_Watch;
     DoctorOptions m_Doctor;

@@ -5,7 +5,7 @@
 
 namespace tool {
 
-int List(const CommonOptions& options);
+int List(const ListOptions& options);
 int Info(const CommonOptions& options);
 int Features(const FeatureOptions& options);
 int Get(const FeatureOptions& options);

@@ -73,19 +73,20 @@ std::string Bracketed(const std::string& text) {
 }
 
 // What the program itself is asked for while somebody types; a camera that does not answer must not hold up the shell.
-constexpr const char* kAsk = "timeout 3 tavix";
-constexpr const char* kSerialNumbers = R"~( list --json 2>/dev/null | sed -n 's/^ *"SerialNumber": "\(.*\)",*$/\1/p')~";
-constexpr const char* kFeatureNames = R"~( --json 2>/dev/null | sed -n 's/^ *"name": "\(.*\)",*$/\1/p')~";
+// What it answers was made up by cameras: no shell may ever expand it.
+constexpr const char* kAsk = "timeout 3 tavix ";
+constexpr const char* kCameraNames = " list --names 2>/dev/null";
+constexpr const char* kFeatureNames = " --names 2>/dev/null";
 
 void AppendChoices(std::ostream& out, const CommandModel& command) {
     for (const OptionModel& option : command.options) {
         if (!option.isChoice) continue;
         if (option.isPositional) {
-            out << "    [[ $command == " << command.name << " && $word != -* ]] && words=\"" << Spaced(option.value)
-                << "\"\n";
+            out << "    [[ $command == " << command.name << " && $word != -* ]] && words=(" << Spaced(option.value)
+                << ")\n";
         }
         for (const std::string& name : option.names)
-            out << "    [[ $before == " << name << " ]] && words=\"" << Spaced(option.value) << "\"\n";
+            out << "    [[ $before == " << name << " ]] && words=(" << Spaced(option.value) << ")\n";
     }
 }
 
@@ -112,8 +113,7 @@ void AppendZsh(std::ostream& out, const OptionModel& option) {
 }
 
 std::string FishAnswer(const OptionModel& option) {
-    return std::string("(") + kAsk + (option.isCamera ? kSerialNumbers : " features" + std::string(kFeatureNames)) +
-           ")";
+    return option.isCamera ? "(__tavix_cameras)" : "(__tavix_features)";
 }
 
 void AppendFish(std::ostream& out, const std::string& condition, const OptionModel& option) {
@@ -152,22 +152,39 @@ std::string FeatureCommands(const ProgramModel& model) {
 void AppendQuestions(std::ostream& out, const ProgramModel& model) {
     const auto isCamera = [](const OptionModel& o) { return o.isCamera; };
     const auto isFeature = [](const OptionModel& o) { return o.isFeature && !o.isPositional; };
+    const std::string features = std::string("words=(); _tavix_offer < <(") + kAsk +
+                                 "\"${virtual[@]}\" features \"${camera[@]}\"" + kFeatureNames + ") ;;\n";
     out << "    case $before in\n"
-        << "        " << Pattern(model, isCamera) << ") words=$(" << kAsk << " \"${virtual[@]}\"" << kSerialNumbers
-        << ") ;;\n"
-        << "        " << Pattern(model, isFeature) << ") words=$(" << kAsk
-        << " \"${virtual[@]}\" features \"${camera[@]}\"" << kFeatureNames << ") ;;\n"
-        << "        *) case $command/$word in\n"
+        << "        " << Pattern(model, isCamera) << ") words=(); _tavix_offer < <(" << kAsk << "\"${virtual[@]}\""
+        << kCameraNames << ") ;;\n"
+        << "        " << Pattern(model, isFeature) << ") " << features << "        *) case $command/$word in\n"
         << "            */-*) ;;\n";
     std::string pattern;
     for (const char c : FeatureCommands(model) + "|")
         pattern += c == '|' ? std::string("/*|") : std::string(1, c);
     pattern.pop_back();
-    out << "            " << pattern << ") words=$(" << kAsk << " \"${virtual[@]}\" features \"${camera[@]}\""
-        << kFeatureNames << ") ;;\n"
-        << "        esac ;;\n"
+    out << "            " << pattern << ") " << features << "        esac ;;\n"
         << "    esac\n";
 }
+
+constexpr const char* kBashHelpers = R"~(# bash completion for tavix; printed by `tavix completion bash`
+# Names come from cameras: they are compared and quoted, and never expanded.
+_tavix_offer() {
+    local name quoted
+    while IFS= read -r name; do
+        printf -v quoted %q "$name"
+        if [[ $name == "$word"* || $quoted == "$word"* ]]; then COMPREPLY+=("$quoted"); fi
+    done
+}
+_tavix_files() {
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+}
+# A word of the line without its quotes.
+_tavix_plain() {
+    if [[ $1 == \'*\' || $1 == \"*\" ]]; then plain=${1:1:-1}; else IFS= read -d '' plain < <(printf '%s\0' "$1"); fi
+}
+)~";
 
 std::string BashCompletion(const ProgramModel& model) {
     std::ostringstream out;
@@ -176,54 +193,65 @@ std::string BashCompletion(const ProgramModel& model) {
         return !o.isFile && !o.isPositional && !o.value.empty() && !o.isChoice && !o.isCamera && !o.isFeature;
     };
     const auto takesValue = [](const OptionModel& o) { return !o.isPositional && !o.value.empty(); };
-    out << "# bash completion for tavix; printed by `tavix completion bash`\n"
-        << "_tavix() {\n"
-        << "    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command= words= i\n"
-        << "    local -a virtual=() camera=()\n"
+    out << kBashHelpers << "_tavix() {\n"
+        << "    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command= plain= i\n"
+        << "    local -a virtual=() camera=() words=()\n"
+        << "    COMPREPLY=()\n"
         << "    for ((i = 1; i < COMP_CWORD; ++i)); do\n"
         << "        case ${COMP_WORDS[i]} in\n"
-        << "            --virtual) virtual=(--virtual \"${COMP_WORDS[i+1]}\"); ((++i)) ;;\n"
-        << "            -c|--camera) camera=(--camera \"${COMP_WORDS[i+1]}\"); ((++i)) ;;\n"
+        << "            --virtual) _tavix_plain \"${COMP_WORDS[i+1]}\"; virtual=(--virtual \"$plain\"); ((++i)) ;;\n"
+        << "            -c|--camera) _tavix_plain \"${COMP_WORDS[i+1]}\"; camera=(--camera \"$plain\"); ((++i)) ;;\n"
         << "            " << Pattern(model, takesValue) << ") ((++i)) ;;\n"
         << "            -*) ;;\n"
         << "            *) [[ -n $command ]] || command=${COMP_WORDS[i]} ;;\n"
         << "        esac\n"
         << "    done\n"
         << "    case $before in\n"
-        << "        " << Pattern(model, isFile) << ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
-        << "        " << Pattern(model, isOther) << ") COMPREPLY=(); return ;;\n"
+        << "        " << Pattern(model, isFile) << ") _tavix_files; return ;;\n"
+        << "        " << Pattern(model, isOther) << ") return ;;\n"
         << "    esac\n"
         << "    case $command in\n"
-        << "        '') words=\"" << CommandNames(model) << " " << Words(model, {}) << "\" ;;\n";
+        << "        '') words=(" << CommandNames(model) << " " << Words(model, {}) << ") ;;\n";
     for (const CommandModel& command : model.commands)
-        out << "        " << command.name << ") words=\"" << Words(model, command) << "\" ;;\n";
+        out << "        " << command.name << ") words=(" << Words(model, command) << ") ;;\n";
     out << "    esac\n";
     for (const CommandModel& command : model.commands)
         AppendChoices(out, command);
     AppendQuestions(out, model);
-    out << "    COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n"
-        << "    [[ ${#COMPREPLY[@]} -gt 0 || -z $command ]] || COMPREPLY=($(compgen -f -- \"$word\"))\n"
+    out << "    if [[ ${#words[@]} -gt 0 ]]; then _tavix_offer < <(printf '%s\\n' \"${words[@]}\"); fi\n"
+        << "    if [[ ${#COMPREPLY[@]} -eq 0 && -n $command ]]; then _tavix_files; fi\n"
         << "}\n"
-        << "complete -o filenames -F _tavix tavix\n";
+        << "complete -F _tavix tavix\n";
     return out.str();
 }
 
+constexpr const char* kZshHelpers = R"~(#compdef tavix
+# zsh completion for tavix; printed by `tavix completion zsh`
+# Names come from cameras: compadd quotes them, and nothing expands them.
+_tavix_cameras() {
+    local -a found=("${(@f)$(timeout 3 tavix "${virtual[@]}" list --names 2>/dev/null)}")
+    compadd -a -- found
+}
+_tavix_features() {
+    local -a found=("${(@f)$(timeout 3 tavix "${virtual[@]}" features "${camera[@]}" --names 2>/dev/null)}")
+    compadd -a -- found
+}
+_tavix() {
+    local context state state_descr line i
+    typeset -A opt_args
+    local -a virtual=() camera=()
+    for ((i = 2; i < CURRENT - 1; ++i)); do
+        case $words[i] in
+        --virtual) virtual=(--virtual "${(Q)words[i+1]}") ;;
+        -c|--camera) camera=(--camera "${(Q)words[i+1]}") ;;
+        esac
+    done
+    local -a commands=(
+)~";
+
 std::string ZshCompletion(const ProgramModel& model) {
     std::ostringstream out;
-    out << "#compdef tavix\n"
-        << "# zsh completion for tavix; printed by `tavix completion zsh`\n"
-        << "_tavix_cameras() {\n"
-        << "    local -a found=(${(f)\"$(" << kAsk << kSerialNumbers << ")\"})\n"
-        << "    compadd -a found\n"
-        << "}\n"
-        << "_tavix_features() {\n"
-        << "    local -a found=(${(f)\"$(" << kAsk << " features" << kFeatureNames << ")\"})\n"
-        << "    compadd -a found\n"
-        << "}\n"
-        << "_tavix() {\n"
-        << "    local context state state_descr line\n"
-        << "    typeset -A opt_args\n"
-        << "    local -a commands=(\n";
+    out << kZshHelpers;
     for (const CommandModel& command : model.commands)
         out << "        " << Quoted(command.name + ":" + command.description) << "\n";
     out << "    )\n    _arguments -C";
@@ -242,10 +270,28 @@ std::string ZshCompletion(const ProgramModel& model) {
     return out.str();
 }
 
+constexpr const char* kFishHelpers = R"~(# fish completion for tavix; printed by `tavix completion fish`
+# Names come from cameras: fish quotes what it offers, and nothing expands them.
+function __tavix_of_line --description 'The value of one of these options in the line'
+    set -l words (commandline -opc)
+    for i in (seq 2 (count $words))
+        if contains -- $words[$i] $argv; and set -q words[(math $i + 1)]
+            printf '%s\n' $argv[-1] $words[(math $i + 1)]
+        end
+    end
+end
+function __tavix_cameras
+    timeout 3 tavix (__tavix_of_line --virtual) list --names 2>/dev/null
+end
+function __tavix_features
+    timeout 3 tavix (__tavix_of_line --virtual) features (__tavix_of_line -c --camera) --names 2>/dev/null
+end
+complete -c tavix -f
+)~";
+
 std::string FishCompletion(const ProgramModel& model) {
     std::ostringstream out;
-    out << "# fish completion for tavix; printed by `tavix completion fish`\n"
-        << "complete -c tavix -f\n";
+    out << kFishHelpers;
     for (const OptionModel& option : model.program.options)
         AppendFish(out, "", option);
     for (const CommandModel& command : model.commands) {

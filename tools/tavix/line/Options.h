@@ -14,10 +14,15 @@ struct CommonOptions {
     bool json = false;
 };
 
+struct ListOptions : CommonOptions {
+    bool namesOnly = false; ///< print what --camera takes, a line for each
+};
+
 struct FeatureOptions : CommonOptions {
     std::vector<std::string> names; ///< feature names; NAME=VALUE or a command's name for set; a part of a name for
                                     ///< features
     bool everything = false;        ///< also features that are not implemented, and all visibilities
+    bool namesOnly = false;         ///< print names and nothing else
 };
 
 /// For commands that need no camera.

@@ -26,4 +26,10 @@ inline void PrintLineNow(const std::string& line) {
     std::fflush(stdout);
 }
 
+/// A line for a script that puts words into a command line. Nothing is printed that a terminal would not show as it is,
+/// or that would be taken for an option.
+inline void PrintWord(const std::string& word) {
+    if (!word.empty() && word.front() != '-' && word == Printable(word)) PrintLine(word);
+}
+
 } // namespace tool
