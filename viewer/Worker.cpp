@@ -1,4 +1,5 @@
 #include "viewer/Worker.h"
+#include "core/Threads.h"
 
 #include <exception>
 #include <utility>
@@ -12,7 +13,7 @@ constexpr std::size_t kMostWaiting = 100;
 
 } // namespace
 
-Worker::Worker(const char* name) : m_Thread([this] { Run(); }) {
+Worker::Worker(const char* name) : m_Thread(Tavix::StartThread([this] { Run(); })) {
     pthread_setname_np(m_Thread.native_handle(), name);
 }
 

@@ -1,10 +1,11 @@
 #include "gentl/stream/Pump.h"
+#include "core/Threads.h"
 
 namespace gentl {
 
 void Pump::Start() {
     m_Ends = false;
-    m_Thread = std::thread(&Pump::Run, this);
+    m_Thread = Tavix::StartThread([this] { Run(); });
 }
 
 void Pump::Stop() noexcept {

@@ -4,6 +4,7 @@
 #include "camera/CameraLog.h"
 #include "camera/Failure.h"
 #include "core/Mutex.h"
+#include "core/Threads.h"
 
 #include <tavix/camera/Subscription.h>
 
@@ -64,7 +65,10 @@ public:
 
     void Call(Args... args) noexcept {
         if (!m_Gate.Enter()) return;
-        Attempt("A callback of the application", [&] { m_Function(args...); });
+        Attempt("A callback of the application", [&] {
+            const SignalsAsStarted guard;
+            m_Function(args...);
+        });
         if (m_Gate.Leave()) LetGo();
     }
     void End() {

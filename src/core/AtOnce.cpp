@@ -1,4 +1,5 @@
 #include "core/AtOnce.h"
+#include "core/Threads.h"
 
 #include <exception>
 #include <thread>
@@ -19,7 +20,7 @@ void AtOnce(std::size_t count, const std::function<void(std::size_t)>& step) {
     threads.reserve(count);
     for (std::size_t number = 1; number < count; ++number) {
         try {
-            threads.emplace_back(call, number);
+            threads.push_back(StartThread([&call, number] { call(number); }));
         } catch (const std::exception&) { // neither thread nor memory for one
             call(number);
         }

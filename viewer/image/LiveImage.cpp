@@ -1,6 +1,7 @@
 #include "viewer/image/LiveImage.h"
 
 #include "core/Printable.h"
+#include "core/Threads.h"
 
 #include <algorithm>
 #include <ctime>
@@ -29,7 +30,7 @@ std::chrono::nanoseconds ThreadTime() {
 } // namespace
 
 LiveImage::LiveImage(std::string camera, Outlet& outlet)
-    : m_Camera(std::move(camera)), m_Outlet(outlet), m_Thread([this] { Run(); }) {
+    : m_Camera(std::move(camera)), m_Outlet(outlet), m_Thread(Tavix::StartThread([this] { Run(); })) {
     pthread_setname_np(m_Thread.native_handle(), "view-image");
 }
 

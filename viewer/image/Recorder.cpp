@@ -1,6 +1,7 @@
 #include "viewer/image/Recorder.h"
 
 #include "core/Printable.h"
+#include "core/Threads.h"
 
 #include <tavix/imaging/ImageFile.h>
 
@@ -53,7 +54,7 @@ Recorder::Recorder(const RecordOptions& options) : m_Options(options) {
     if (!Tavix::imaging::FileFormatOf("x." + options.format))
         throw std::runtime_error("'" + Tavix::Printable(options.format) + "' is none of png, tif, jpg, pgm, raw");
     m_Folder = MakeFolder(options.folder, options.name);
-    m_Thread = std::thread([this] { Run(); });
+    m_Thread = Tavix::StartThread([this] { Run(); });
     pthread_setname_np(m_Thread.native_handle(), "view-record");
 }
 

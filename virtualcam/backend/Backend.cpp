@@ -1,4 +1,5 @@
 #include "virtualcam/backend/Backend.h"
+#include "core/Threads.h"
 
 #include <exception>
 #include <new>
@@ -77,6 +78,7 @@ Backend::Backend(const BackendSettings& settings) {
     for (const CameraSettings& camera : settings.cameras)
         m_Slots.push_back(std::make_unique<Slot>(*this, static_cast<std::uint8_t>(m_Slots.size() + 1), camera));
     try {
+        const Tavix::SignalsBlocked guard;
         m_Thread = std::thread([this] { Run(); });
     } catch (const std::system_error&) {
         throw std::runtime_error("no thread is left for the virtual bus");

@@ -1,4 +1,5 @@
 #include "virtualcam/device/DeviceThread.h"
+#include "core/Threads.h"
 
 #include <new>
 #include <stdexcept>
@@ -26,6 +27,7 @@ void DeviceThread::Stop() {
 void DeviceThread::SetListener(DeviceListener* listener) {
     const Tavix::MutexLock lock(m_ListenerLock);
     try {
+        const Tavix::SignalsBlocked guard;
         if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
     } catch (const std::system_error&) {
         throw std::runtime_error("no thread is left for a camera");

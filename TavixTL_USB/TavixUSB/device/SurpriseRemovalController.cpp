@@ -1,6 +1,7 @@
 #include "device/SurpriseRemovalController.h"
 
 #include "Failure.h"
+#include "core/Threads.h"
 
 namespace Tavix {
 
@@ -103,6 +104,7 @@ void CTavixUsbDevice::CSurpriseRemovalController::OnSurpriseRemoval() {
     guard.lock();
     m_IsDelivering = false;
     guard.unlock();
+    const SignalsAsStarted signals;
     for (const auto& entry : callbacks)
         Call(entry, m_pDevice, deviceName);
 }

@@ -1,5 +1,6 @@
 #include "camera/CallbackList.h"
 #include "core/Export.h"
+#include "core/Threads.h"
 #include "core/WaitObject.h"
 
 #include <tavix/camera/CameraInfo.h>
@@ -54,7 +55,7 @@ struct TAVIX_HIDDEN CameraWatch::Impl {
 
     Impl(std::function<void(const CameraInfo&, bool)> function, std::vector<CameraInfo> toldBefore)
         : lookout(std::make_shared<Lookout>(std::move(function), std::move(toldBefore))),
-          thread([lookout = lookout] { lookout->Run(); }) {}
+          thread(StartThread([lookout = lookout] { lookout->Run(); })) {}
     ~Impl() {
         lookout->stop.Signal();
         lookout->callback.End();

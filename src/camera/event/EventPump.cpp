@@ -4,6 +4,7 @@
 #include "camera/Failure.h"
 #include "camera/feature/FeatureSource.h"
 #include "camera/image/ChunkReader.h"
+#include "core/Threads.h"
 
 #include <tavix/Device.h>
 #include <tavix/camera/Error.h>
@@ -56,7 +57,7 @@ std::shared_ptr<EventPump> EventPump::Start(std::shared_ptr<OpenDevice> device,
                                             std::function<void(const CameraEvent&)> listener) {
     const std::shared_ptr<EventPump> pump(new EventPump(std::move(device), std::move(listener)));
     try {
-        pump->m_Thread = std::thread([pump] { pump->Run(); });
+        pump->m_Thread = StartThread([pump] { pump->Run(); });
     } catch (...) {
         pump->Retreat();
         throw;
@@ -171,6 +172,7 @@ void EventPump::Deliver(const EventResult& message) {
     for (CameraEvent& event : m_Events) {
         event.message.assign(message.Buffer(), message.Buffer() + EventResult::kBufferSize);
         if (event.name.empty()) event.arrival = std::chrono::steady_clock::now();
+        const SignalsAsStarted guard;
         m_Listener(event);
         if (m_Stop.Wait(0)) return;
     }

@@ -2,6 +2,7 @@
 #include "camera/stream/ImageSets.h"
 #include "core/Export.h"
 #include "core/Mutex.h"
+#include "core/Threads.h"
 
 #include <tavix/camera/Group.h>
 
@@ -41,7 +42,7 @@ struct TAVIX_HIDDEN GroupStream::Impl {
             member.stream.Cancel();
     }
     void Start(std::size_t camera) {
-        members[camera].thread = std::thread([this, camera] { Run(camera); });
+        members[camera].thread = StartThread([this, camera] { Run(camera); });
     }
     void Run(std::size_t camera) noexcept;
     bool IsOver() const TAVIX_REQUIRES(mutex) {

@@ -1,4 +1,5 @@
 #include "camera/stream/StreamThread.h"
+#include "core/Threads.h"
 
 #include <tavix/camera/Error.h>
 
@@ -14,7 +15,7 @@ StreamThread::StreamThread(std::shared_ptr<Acquisition> acquisition, std::functi
     m_Acquisition->Start(m_Callback ? [this](Image image) { Receive(std::move(image)); }
                                     : std::function<void(Image)>());
     try {
-        m_Thread = std::thread([this] { Run(); });
+        m_Thread = StartThread([this] { Run(); });
     } catch (...) {
         m_Acquisition->Shutdown(); // or it would call who is not there
         throw;
@@ -58,6 +59,7 @@ void StreamThread::Fail(std::exception_ptr failure) {
 [[gnu::hot]] void StreamThread::Receive(Image image) noexcept {
     try {
         m_Acquisition->HandOut(image);
+        const SignalsAsStarted guard;
         m_Callback(std::move(image));
     } catch (...) {
         Fail(std::current_exception());

@@ -2,6 +2,7 @@
 
 #include "camera/CameraLog.h"
 #include "camera/Failure.h"
+#include "core/Threads.h"
 
 #include <GenApi/GenApi.h>
 #include <GenApi/Synch/Lock.h>
@@ -59,7 +60,7 @@ void HostClock::Start() {
     }
     if (!m_CanLatch) return;
     Compare(kTriesToBegin);
-    m_Thread = std::thread([this] { Run(); });
+    m_Thread = StartThread([this] { Run(); });
 }
 
 void HostClock::Stop() {

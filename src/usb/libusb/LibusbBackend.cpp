@@ -1,6 +1,7 @@
 // The real bus, reached through libusb-1.0.
 #include "usb/libusb/LibusbBackend.h"
 
+#include "core/Threads.h"
 #include "usb/HotplugHandlers.h"
 #include "usb/NoThrow.h"
 #include "usb/libusb/HotplugNotices.h"
@@ -125,7 +126,7 @@ Result LibusbBackend::StartWatching() {
         LIBUSB_HOTPLUG_MATCH_ANY, &LibusbBackend::Noticed, this, &m_Callback);
     if (code != LIBUSB_SUCCESS) return FromLibusb(code);
     try {
-        m_Watcher = std::thread(&LibusbBackend::Run, this);
+        m_Watcher = Tavix::StartThread([this] { Run(); });
     } catch (...) { // neither thread nor memory: nobody would take what libusb notices
         libusb_hotplug_deregister_callback(m_Context.get(), m_Callback);
         throw;
@@ -167,6 +168,7 @@ std::size_t LibusbBackend::TransferMemoryLimit() const {
 
 std::unique_ptr<Backend> CreateLibusbBackend(std::string& reason) {
     libusb_context* context = nullptr;
+    const Tavix::SignalsBlocked guard; // for the thread that it starts
     const int code = libusb_init(&context);
     if (code == LIBUSB_SUCCESS) return std::make_unique<LibusbBackend>(LibusbContext(context));
     reason = std::string("libusb cannot be initialised: ") + libusb_error_name(code) + ", " + ToText(FromLibusb(code));

@@ -1,6 +1,7 @@
 // One opened device of the real bus.
 #include "usb/libusb/LibusbHandle.h"
 
+#include "core/Threads.h"
 #include "usb/NoThrow.h"
 #include "usb/libusb/LibusbDescriptors.h"
 #include "usb/libusb/LibusbResult.h"
@@ -60,6 +61,7 @@ void LibusbHandle::SlotList::Remove(Slot& slot) {
 }
 
 std::unique_ptr<Handle> LibusbHandle::Open(const std::string& id, Result& result) {
+    const Tavix::SignalsBlocked guard; // for a thread that libusb may start
     libusb_context* raw = nullptr;
     if ((result = FromLibusb(libusb_init(&raw))) != Result::Ok) return nullptr;
     LibusbContext context(raw);

@@ -1,6 +1,7 @@
 // The thread that runs the completions of a camera's transfers.
 #include "vexlo/device/TransferPump.h"
 
+#include "core/Threads.h"
 #include "vexlo/Logging.h"
 
 #include <pthread.h>
@@ -68,7 +69,7 @@ std::size_t TransferPump::IndexOf(const PumpClient& client) const {
 void TransferPump::StartThread() {
     if (m_Thread.joinable()) return;
     m_Stop = false;
-    m_Thread = std::thread([this] { Run(); });
+    m_Thread = Tavix::StartThread([this] { Run(); });
 }
 
 void TransferPump::StopThread() {

@@ -1,6 +1,7 @@
 // Tells who wants to know that a camera is gone.
 #include "vexlo/discovery/RemovalNotifier.h"
 
+#include "core/Threads.h"
 #include "vexlo/Logging.h"
 
 #include <exception>
@@ -115,7 +116,7 @@ void RemovalNotifier::Post(Report& report) {
 void RemovalNotifier::StartThread() {
     if (m_Thread.joinable() || m_Stopped) return;
     try {
-        m_Thread = std::thread([self = shared_from_this()] { self->Run(); });
+        m_Thread = Tavix::StartThread([self = shared_from_this()] { self->Run(); });
     } catch (const std::exception& error) {
         Log(Tavix::kLogError, "Removals cannot be reported now: %s", error.what());
     }

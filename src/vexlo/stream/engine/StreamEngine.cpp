@@ -1,5 +1,6 @@
 #include "vexlo/stream/engine/StreamEngine.h"
 
+#include "core/Threads.h"
 #include "vexlo/Logging.h"
 #include "vexlo/UsbStatus.h"
 
@@ -36,7 +37,7 @@ StreamEngine::~StreamEngine() {
 
 VxStatus StreamEngine::Start() {
     try {
-        m_Thread = std::thread([this] { Run(); });
+        m_Thread = Tavix::StartThread([this] { Run(); });
     } catch (const std::exception& error) {
         Log(Tavix::kLogError, "No thread for the stream: %s", error.what());
         return VX_E_NO_MEMORY;

@@ -1,0 +1,61 @@
+#pragma once
+// Threads of the libraries: a program's signals are for the program's own threads.
+
+#include "core/Export.h"
+
+#include <thread>
+#include <utility>
+
+#include <signal.h>
+
+namespace Tavix {
+
+/// Until the end of the scope the calling thread gets no signals but those that its own faults raise. What is started
+/// meanwhile inherits that. Bound to a thread.
+class SignalsBlocked {
+public:
+    SignalsBlocked() : m_Before() {
+        sigset_t refused;
+        sigfillset(&refused);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+            sigdelset(&refused, fault);
+        pthread_sigmask(SIG_BLOCK, &refused, &m_Before);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_Before, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+    const sigset_t& Before() const { return m_Before; }
+
+private:
+    sigset_t m_Before;
+};
+
+/// Around calls of the application from threads that StartThread has started: it gets the signals that the starting
+/// thread got, and so do the programs that it starts. Does nothing on other threads. Bound to a thread.
+class TAVIX_CORE_API SignalsAsStarted {
+public:
+    SignalsAsStarted();
+    ~SignalsAsStarted();
+    SignalsAsStarted(const SignalsAsStarted&) = delete;
+    SignalsAsStarted& operator=(const SignalsAsStarted&) = delete;
+
+private:
+    sigset_t m_Before;
+    bool m_IsOurs;
+};
+
+/// For StartThread: what SignalsAsStarted gives back on the calling thread.
+TAVIX_CORE_API void NoteSignals(const sigset_t& signals) noexcept;
+
+/// A thread that takes no signals from the program. Throws as std::thread does.
+template<class Run>
+std::thread StartThread(Run run) {
+    const SignalsBlocked guard;
+    return std::thread([run = std::move(run), signals = guard.Before()]() mutable {
+        NoteSignals(signals);
+        run();
+    });
+}
+
+} // namespace Tavix
