@@ -5,8 +5,10 @@
 
 namespace Tavix {
 
-/// Whether a command of the map writes to one of the bytes, or may do so: a register whose address cannot be told now
-/// may be anywhere. Takes the map's lock.
-bool IsCommandRegister(const GenApi::INodeMap& map, int64_t address, int64_t length);
+/// Whether bytes belong to a command. Unknown: the address of some command cannot be told now, so it may be anywhere.
+enum class CommandHere { No, Yes, Unknown };
+
+/// Whether a command of the map writes to one of the bytes. Takes the map's lock.
+CommandHere FindCommand(const GenApi::INodeMap& map, int64_t address, int64_t length);
 
 } // namespace Tavix

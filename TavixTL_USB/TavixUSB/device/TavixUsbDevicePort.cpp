@@ -59,7 +59,9 @@ unsigned int CTavixUsbDevice::SettleWrite(const void* pBuffer, int64_t address, 
     if (!_Ptr) return status;
     LogTrace(LogCategoryDevice(), kLogDetail, "Write to device '%s' at address %#llx in doubt: '%s'",
              m_FullName.c_str(), static_cast<unsigned long long>(address), VxStatus2Msg(status).c_str());
-    if (IsCommandRegister(*_Ptr, address, length)) return vexlo::VX_E_COMMAND_IN_DOUBT;
+    const CommandHere command = FindCommand(*_Ptr, address, length);
+    if (command == CommandHere::Yes) return vexlo::VX_E_COMMAND_IN_DOUBT;
+    if (command == CommandHere::Unknown) return status;
     Guard guard(m_Lock);
     if (!m_IsOpen) return status;
     return m_pVxDevice->RewriteMem(pBuffer, static_cast<unsigned long>(address), static_cast<unsigned long>(length));

@@ -216,7 +216,17 @@ TEST_F(WriteInDoubt, IsReportedAsItIsByARefusal) {
 
 TEST_F(WriteInDoubt, IsNotRepeatedWhileNobodyKnowsWhereACommandIs) {
     bus.FailNext("Device.ReadMem", kFailure); // Far's address
-    EXPECT_THROW(device->Write(bytes, 0x100, 4), GenICam::RuntimeException);
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
+                   "Write operation failed on device '1:2:3' at address: 0x100; length 4; Error: 'text E200000C'",
+                   device->Write(bytes, 0x100, 4));
+    EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
+}
+
+TEST_F(WriteInDoubt, IsToldOfACommandAlsoWhileNobodyKnowsWhereAnotherIs) {
+    bus.FailNext("Device.ReadMem", kFailure); // Far's address
+    EXPECT_FAILURE(RuntimeException, "TavixUsbDevicePort.cpp",
+                   "Write operation failed on device '1:2:3' at address: 0x200; length 4; Error: 'text E2020002'",
+                   device->Write(bytes, 0x200, 4));
     EXPECT_EQ(0, bus.Count("Device.RewriteMem"));
 }
 
