@@ -1,11 +1,20 @@
 #include "gentl/Handles.h"
 
+#include <ctime>
+
 #include <sched.h>
 
 namespace gentl {
 
-void SpinLock::Pause() noexcept {
-    ::sched_yield();
+/// To yield is enough between equals. A thread of higher priority does not give way by it to a holder that waits for
+/// the same processor; it has to sleep.
+void SpinLock::Pause(unsigned int round) noexcept {
+    constexpr unsigned int kRoundsBetweenEquals = 16;
+    constexpr std::timespec kNap{0, 50'000};
+    if (round < kRoundsBetweenEquals)
+        ::sched_yield();
+    else
+        ::nanosleep(&kNap, nullptr);
 }
 
 void Object::Register() {

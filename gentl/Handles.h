@@ -63,13 +63,13 @@ private:
 class TAVIX_CAPABILITY("mutex") SpinLock {
 public:
     void lock() noexcept TAVIX_ACQUIRE() {
-        while (m_Flag.test_and_set(std::memory_order_acquire))
-            Pause();
+        for (unsigned int round = 0; m_Flag.test_and_set(std::memory_order_acquire); ++round)
+            Pause(round);
     }
     void unlock() noexcept TAVIX_RELEASE() { m_Flag.clear(std::memory_order_release); }
 
 private:
-    static void Pause() noexcept;
+    static void Pause(unsigned int round) noexcept;
 
     std::atomic_flag m_Flag = ATOMIC_FLAG_INIT;
 };
