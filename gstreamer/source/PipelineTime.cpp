@@ -1,7 +1,6 @@
 #include "gstreamer/source/PipelineTime.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace tavixgst {
@@ -35,16 +34,16 @@ std::int64_t PipelineTime::OnClock(std::int64_t moment) const {
     return static_cast<std::int64_t>(gst_clock_get_time(m_Clock.get())) - age;
 }
 
-GstClockTime PipelineTime::StampOf(GstElement& element, const Tavix::Image& image) {
+GstClockTime PipelineTime::StampOf(GstElement& element, std::chrono::steady_clock::time_point moment) {
     ClockPtr clock(gst_element_get_clock(&element));
     if (!clock) return GST_CLOCK_TIME_NONE;
     if (clock != m_Clock) {
         m_Clock = std::move(clock);
         m_IsMonotonic = IsMonotonic(*m_Clock);
     }
-    const std::int64_t moment =
-        OnClock(Nanoseconds(image.Time().monotonic)) - static_cast<std::int64_t>(gst_element_get_base_time(&element));
-    const GstClockTime stamp = std::max(m_Last.load(), static_cast<GstClockTime>(std::max<std::int64_t>(0, moment)));
+    const std::int64_t time =
+        OnClock(Nanoseconds(moment)) - static_cast<std::int64_t>(gst_element_get_base_time(&element));
+    const GstClockTime stamp = std::max(m_Last.load(), static_cast<GstClockTime>(std::max<std::int64_t>(0, time)));
     m_Last = stamp;
     return stamp;
 }

@@ -6,15 +6,16 @@
 #include "gstreamer/Handles.h"
 
 #include <atomic>
+#include <chrono>
 
 namespace tavixgst {
 
 /// For the pipeline's thread, but for Delay() and Reset().
 class PipelineTime {
 public:
-    /// When the image was taken, as running time of the element's pipeline; never before that of the image before.
+    /// A moment of an image as running time of the element's pipeline; never before that of the image before.
     /// GST_CLOCK_TIME_NONE without a clock.
-    GstClockTime StampOf(GstElement& element, const Tavix::Image& image);
+    GstClockTime StampOf(GstElement& element, std::chrono::steady_clock::time_point moment);
     /// Begins anew.
     void Reset();
     /// The longest time that it took an image to get here, rounded up to a tenth more.

@@ -161,6 +161,7 @@ void Source::StopStream() noexcept {
 void Source::Stop() noexcept {
     StopStream();
     m_Setup.clear();
+    m_Offset = 0;
 }
 
 void Source::Interrupt() noexcept {

@@ -104,7 +104,8 @@ void Source::TellStarvation() {
 }
 
 BufferPtr Source::BufferOf(Tavix::Image image) {
-    const GstClockTime stamp = m_Time.StampOf(Element(), image);
+    const bool isByArrival = gst_base_src_get_do_timestamp(&m_Element) != FALSE;
+    const GstClockTime stamp = m_Time.StampOf(Element(), isByArrival ? image.Arrival() : image.Time().monotonic);
     const std::uint64_t missed = image.MissedBefore();
     const bool hasGap = missed != 0 || image.GapBefore().count() != 0 || m_HasBreak;
     m_HasBreak = false;
@@ -112,7 +113,8 @@ BufferPtr Source::BufferOf(Tavix::Image image) {
         gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
     BufferPtr buffer =
         m_Maker.Make(std::move(image), m_Layout, [this](gsize bytes) { return Allocate(m_Element, bytes); });
-    if (!gst_base_src_get_do_timestamp(&m_Element)) GST_BUFFER_PTS(buffer.get()) = stamp; // else the base class does
+    GST_BUFFER_PTS(buffer.get()) = stamp;
+    if (isByArrival) GST_BUFFER_DTS(buffer.get()) = stamp; // else the base class sets its own, a moment later
     if (m_Layout.Duration() != 0) GST_BUFFER_DURATION(buffer.get()) = m_Layout.Duration();
     m_Offset += missed;
     GST_BUFFER_OFFSET(buffer.get()) = m_Offset++;

@@ -72,6 +72,20 @@ TEST(GstState, OfReadyTakesAnotherCameraAndOtherEvents) {
     EXPECT_TRUE(PullsWidth(pipeline, 64));
 }
 
+TEST(GstState, OfReadyHasOffsetsBeginAnew) {
+    VirtualBus bus(kTwo);
+    Pipeline pipeline(std::string("tavixsrc camera=7 num-buffers=3") + kAppSink);
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+        const Handle<GstSample> sample = pipeline.Pull();
+        ASSERT_TRUE(sample);
+        GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+        EXPECT_EQ(GST_BUFFER_OFFSET(buffer), Unsigned(FactsOf(sample.get()), "missed-before"));
+        EXPECT_TRUE(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT));
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_NULL));
+    }
+}
+
 TEST(GstState, BelowPlayingHasNothingToTrigger) {
     VirtualBus bus(kTwo);
     Pipeline pipeline(std::string("tavixsrc name=src camera=7 features=\"TriggerMode=On TriggerSource=Software\"") +

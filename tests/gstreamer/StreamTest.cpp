@@ -73,14 +73,17 @@ TEST(GstStream, IsStampedWithTheMomentOfExposure) {
         EXPECT_NEAR(Milliseconds(offset(sample) - offset(first)), 0, 2);
 }
 
-TEST(GstStream, IsStampedByTheBaseClassOnRequest) {
+TEST(GstStream, IsStampedWithTheMomentOfArrivalOnRequest) {
     VirtualBus bus(kSmall);
-    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5 do-timestamp=true") + kAppSink);
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5 do-timestamp=true post-messages=true") + kAppSink);
     ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
     while (const Handle<GstSample> sample = pipeline.Pull()) {
         GstBuffer* buffer = gst_sample_get_buffer(sample.get());
         EXPECT_TRUE(GST_BUFFER_DTS_IS_VALID(buffer));
         EXPECT_EQ(GST_BUFFER_PTS(buffer), GST_BUFFER_DTS(buffer)); // which would be later than the exposure
+        const Handle<GstMessage> message = pipeline.AwaitElementMessage("tavix-image");
+        ASSERT_TRUE(message);
+        EXPECT_EQ(Unsigned(gst_message_get_structure(message.get()), "timestamp"), GST_BUFFER_PTS(buffer));
     }
 }
 
