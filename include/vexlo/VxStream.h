@@ -82,6 +82,12 @@ public:
     /// of no buffers.
     void SetCompletionListener(std::function<void()> listener);
 
+    /// Called on the stream's thread, no lock held, when the stream has ended by itself, with the reason: the camera is
+    /// gone or does not come to its senses. All buffers have completed by then and none is taken any more until the
+    /// stream is finished and started anew. Empty for none. To be set while the stream is not prepared. It must not
+    /// call the stream; once FinishGrab has returned it is not called any more.
+    void SetEndListener(std::function<void(VxStatus)> listener);
+
     /// Sizes and allocates for `maxBuffers` buffers of at most `maxBufferSize` bytes, and programs the camera's stream
     /// registers. VX_E_PAYLOAD_SIZE when the camera's payload is 0.
     [[nodiscard]] VxStatus PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize);

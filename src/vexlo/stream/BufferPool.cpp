@@ -44,17 +44,29 @@ void BufferPool::SetListener(std::function<void()> listener) {
     UpdateWaitObjectLocked(alarm);
 }
 
+void BufferPool::SetEndListener(std::function<void(VxStatus)> listener) {
+    Guard guard(m_Mutex);
+    m_EndListener = std::move(listener);
+}
+
 [[gnu::hot]] void BufferPool::TellListener() {
     if (!m_HasNews) return; // as after most of a block's transfers, which need no lock to know it
     std::function<void()> listener;
+    std::function<void(VxStatus)> endListener;
+    VxStatus end = VX_OK;
     {
         Guard guard(m_Mutex);
         m_HasNews = false;
-        if (m_Completed.IsEmpty() || !m_Listener) return;
-        listener = m_Listener;
-        m_Teller = std::this_thread::get_id();
+        if (!m_Completed.IsEmpty() && m_Listener) {
+            listener = m_Listener;
+            m_Teller = std::this_thread::get_id();
+        }
+        if (m_IsEndNews) endListener = m_EndListener;
+        m_IsEndNews = false;
+        end = m_Refusal;
     }
-    listener();
+    if (listener) listener();
+    if (endListener) endListener(end);
 }
 
 void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
@@ -62,6 +74,7 @@ void BufferPool::Prepare(std::size_t maxBuffers, std::size_t maxBufferSize) {
     m_MaxBuffers = maxBuffers;
     m_MaxBufferSize = maxBufferSize;
     m_Refusal = VX_OK;
+    m_IsEndNews = false;
 }
 
 void BufferPool::Start(Waker waker) {
@@ -81,6 +94,7 @@ void BufferPool::Stop(VxStatus status) {
 BufferList BufferPool::Refuse(VxStatus status) {
     Guard guard(m_Mutex);
     m_Refusal = status;
+    m_HasNews = m_IsEndNews = true;
     for (BufferHandle_s* buffer = m_Queued.First(); buffer; buffer = buffer->next)
         buffer->state = State::Bound;
     return std::move(m_Queued);

@@ -25,8 +25,10 @@ public:
 
     void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject);
     void SetListener(std::function<void()> listener);
-    /// Calls the listener if buffers have completed since it was called last; for the stream's thread, which holds no
-    /// lock.
+    /// Called once when the stream has refused further buffers.
+    void SetEndListener(std::function<void(VxStatus)> listener);
+    /// Calls the listener if buffers have completed since it was called last, and then that of the end; for the
+    /// stream's thread, which holds no lock.
     void TellListener();
     /// Forgets how many buffers may come; registered ones stay.
     void Prepare(std::size_t maxBuffers, std::size_t maxBufferSize);
@@ -72,10 +74,12 @@ private:
     BufferList m_Queued TAVIX_GUARDED_BY(m_Mutex);
     BufferList m_Completed TAVIX_GUARDED_BY(m_Mutex);
     std::shared_ptr<Tavix::_WaitObjectPosix_t> m_WaitObject TAVIX_GUARDED_BY(m_Mutex);
-    bool m_IsRaised TAVIX_GUARDED_BY(m_Mutex) = false;          // the wait object's level
-    std::function<void()> m_Listener TAVIX_GUARDED_BY(m_Mutex); // may be empty
-    std::atomic<bool> m_HasNews{false};                         // for the listener; set under m_Mutex
-    Waker m_Waker TAVIX_GUARDED_BY(m_Mutex);                    // empty while stopped
+    bool m_IsRaised TAVIX_GUARDED_BY(m_Mutex) = false;                     // the wait object's level
+    std::function<void()> m_Listener TAVIX_GUARDED_BY(m_Mutex);            // may be empty
+    std::function<void(VxStatus)> m_EndListener TAVIX_GUARDED_BY(m_Mutex); // may be empty
+    bool m_IsEndNews TAVIX_GUARDED_BY(m_Mutex) = false;                    // for the listener of the end
+    std::atomic<bool> m_HasNews{false};                                    // for the listeners; set under m_Mutex
+    Waker m_Waker TAVIX_GUARDED_BY(m_Mutex);                               // empty while stopped
     bool m_Wanted TAVIX_GUARDED_BY(m_Mutex) = false;
     std::thread::id m_Teller TAVIX_GUARDED_BY(m_Mutex); // the stream's thread
     VxStatus m_Refusal TAVIX_GUARDED_BY(m_Mutex) = VX_OK;

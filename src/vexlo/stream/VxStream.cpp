@@ -31,6 +31,10 @@ void CVxStream::SetCompletionListener(std::function<void()> listener) {
     m_Impl->pool.SetListener(std::move(listener));
 }
 
+void CVxStream::SetEndListener(std::function<void(VxStatus)> listener) {
+    m_Impl->pool.SetEndListener(std::move(listener));
+}
+
 VxStatus CVxStream::PrepareGrab(unsigned long maxBuffers, unsigned long maxBufferSize) {
     return m_Impl->Prepare(maxBuffers, maxBufferSize);
 }

@@ -59,6 +59,33 @@ TEST_F(BufferPoolTest, TakesBuffersOnlyWhileStarted) {
     EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_STATE);
 }
 
+TEST_F(BufferPoolTest, TellsOnceThatTheStreamHasEnded) {
+    std::vector<VxStatus> told;
+    pool.SetEndListener([&](VxStatus reason) {
+        EXPECT_EQ(Retrieve(), VX_OK) << "the buffers have completed";
+        told.push_back(reason);
+    });
+    Start();
+    Queued(0);
+    pool.TellListener();
+    EXPECT_TRUE(told.empty());
+    BufferList refused = pool.Refuse(VX_E_USB_STALL);
+    pool.Complete(refused.TakeFirst(), EmptyResult(VX_E_USB_STALL));
+    pool.TellListener();
+    pool.TellListener();
+    EXPECT_EQ(told, std::vector<VxStatus>{VX_E_USB_STALL});
+}
+
+TEST_F(BufferPoolTest, TellsNothingOfAnEndBeforeItWasPreparedAnew) {
+    Start();
+    (void)pool.Refuse(VX_E_USB_STALL);
+    pool.Stop(VX_E_CANCELLED);
+    pool.SetEndListener([](VxStatus) { ADD_FAILURE(); });
+    pool.Prepare(4, sizeof memory[0]);
+    Start();
+    pool.TellListener();
+}
+
 TEST_F(BufferPoolTest, TellsItsListenerOnlyWhileCompletedBuffersWait) {
     int told = 0;
     pool.SetListener([&] {

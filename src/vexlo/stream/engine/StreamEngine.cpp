@@ -96,7 +96,10 @@ bool StreamEngine::IsDone() const {
     if (m_Sizes.Listens())
         m_Sizes.Look(RecoveryPolicy::Clock::now(), isPlanned && m_Queue.Oldest() && !m_Queue.IsEmpty());
     if (m_Sizes.Wanted() != 0 && isPlanned && !m_Requests.IsStopping()) return TrySmaller();
-    if (m_Policy.Is(State::Pausing) && RecoveryPolicy::Clock::now() >= m_Policy.PauseEnd()) Restart();
+    if (m_Policy.Is(State::Pausing) && RecoveryPolicy::Clock::now() >= m_Policy.PauseEnd()) {
+        Restart();
+        if (m_Policy.Is(State::Dead)) return; // who listens is told before this waits for requests
+    }
     QueueMore();
     if (m_Policy.Is(State::Reaping) && m_Queue.IsEmpty()) return;
     WaitForWork();

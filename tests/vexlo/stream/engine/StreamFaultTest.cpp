@@ -320,6 +320,22 @@ TEST(StreamFault, GivesUpOnALinkThatStaysBad) {
     EXPECT_EQ(bench.camera.TimesLost(), 0u);
 }
 
+TEST(StreamFault, TellsThatTheStreamHasEndedAtOnce) {
+    constexpr unsigned int kTimeoutMs = 60000;
+    EngineBench bench;
+    const auto told = Tavix::WaitObjectEx::Create();
+    bench.pool.SetEndListener([&](VxStatus reason) {
+        EXPECT_EQ(reason, VX_E_USB_STALL);
+        told.Signal();
+    });
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Fail(usb::TransferStatus::Stall); });
+    bench.Start();
+    bench.bus.Fail(usb::TransferStatus::Stall);
+    EXPECT_TRUE(told.Wait(kTimeoutMs));
+    EXPECT_TRUE(bench.IsRefused());
+    bench.DrainFailed(VX_E_USB_STALL);
+}
+
 TEST(StreamFault, SetsTheHaltWhenClearingItDoesNotHelp) {
     EngineBench bench;
     bench.camera.OnEnable([&](unsigned int times) {
