@@ -96,7 +96,7 @@ GC_ERROR DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, DS
                                 size_t iNumInfos) {
     return Call([&] {
         WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
-            (void)Needed(pInfoStacked);
+            if (iNumInfos != 0) (void)Needed(pInfoStacked);
             for (size_t i = 0; i < iNumInfos; ++i) {
                 // The structures are packed: their members are copied, not pointed at.
                 DS_BUFFER_INFO_STACKED& entry = pInfoStacked[i];
@@ -153,7 +153,7 @@ GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer
                                     DS_BUFFER_PART_INFO_STACKED* pInfoStacked, size_t iNumInfos) {
     return Call([&] {
         WithBuffer(hDataStream, hBuffer, [&](const Buffer& buffer, const Buffer::Record& record) {
-            (void)Needed(pInfoStacked);
+            if (iNumInfos != 0) (void)Needed(pInfoStacked);
             for (size_t i = 0; i < iNumInfos; ++i) {
                 DS_BUFFER_PART_INFO_STACKED& entry = pInfoStacked[i];
                 INFO_DATATYPE type = entry.iType;

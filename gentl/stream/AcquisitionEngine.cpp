@@ -15,8 +15,8 @@ Buffer& FilledBy(const GrabResult& result) {
 
 } // namespace
 
-AcquisitionEngine::AcquisitionEngine(vexlo::CVxStream& stream)
-    : m_Vx(stream), m_Pump(m_PumpBell, [this] { DrainForPump(); }) {}
+AcquisitionEngine::AcquisitionEngine(vexlo::CVxStream& stream, AcquisitionObserver& observer)
+    : m_Vx(stream), m_Observer(observer), m_Pump(m_PumpBell, [this] { DrainForPump(); }) {}
 
 void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
@@ -24,7 +24,7 @@ void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
     buffer->Register();
     try {
         m_Queues.Announce(buffer);
-        if (m_IsRunning) RegisterOnBus(*buffer);
+        if (m_IsPrepared) RegisterOnBus(*buffer);
     } catch (...) {
         m_Queues.Revoke(*buffer);
         buffer->Unregister();
@@ -50,7 +50,7 @@ void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
 
 [[gnu::hot]] void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
     m_Queues.PutIntoInput(buffer);
-    if (!m_IsRunning || m_Left == 0) return;
+    if (m_Phase != Phase::Running || m_Left == 0) return;
     const vexlo::VxStatus status = QueueOnBus(buffer);
     if (status == vexlo::VX_OK) return;
     PutAside(buffer);
@@ -103,7 +103,7 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
 void AcquisitionEngine::DrainForOthers() {
     const std::uint64_t before = m_Queues.Counted().filled;
     Drain();
-    if (m_Queues.Counted().filled != before) m_Listener.Signal();
+    if (m_Queues.Counted().filled != before) TellListener();
 }
 
 [[gnu::hot]] void AcquisitionEngine::Sort(const GrabResult& result) {
@@ -117,17 +117,23 @@ void AcquisitionEngine::DrainForOthers() {
 
 [[gnu::hot]] void AcquisitionEngine::Accept(Buffer& buffer, const GrabResult& result) {
     m_Queues.Fill(buffer, result);
-    if (m_Left != GENTL_INFINITE && --m_Left == 0) Recall();
+    if (m_Left != GENTL_INFINITE && --m_Left == 0) CompleteCount();
     if (Overwrites(m_Handling)) Overwrite();
 }
 
 void AcquisitionEngine::Overwrite() {
-    while (m_IsRunning && m_Left != 0) {
+    while (m_Phase == Phase::Running && m_Left != 0) {
         Buffer* const oldest = m_Queues.TakeOverwritten(m_Handling);
         if (!oldest) return;
         m_Queues.PutIntoInput(*oldest);
         if (QueueOnBus(*oldest) != vexlo::VX_OK) return; // the stream has ended; it waits for the next start
     }
+}
+
+void AcquisitionEngine::CompleteCount() {
+    if (m_Phase != Phase::Running) return; // all comes back anyway
+    Recall();
+    m_Observer.NoteGrabbing();
 }
 
 /// Nothing more is taken off the bus.
@@ -158,12 +164,16 @@ void AcquisitionEngine::QueueAll(bool andOutput) {
 }
 
 void AcquisitionEngine::FlushInputToOutput() {
-    if (m_IsRunning) {
-        Recall();
-        Drain();
-    }
+    FetchInput();
     m_Queues.MoveInputToOutput();
-    m_Listener.Signal();
+    TellListener();
+}
+
+/// What is in the input pool is on the bus no more.
+void AcquisitionEngine::FetchInput() {
+    if (m_Phase == Phase::Idle) return;
+    Recall();
+    Drain();
 }
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
@@ -179,10 +189,7 @@ void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
     case ACQ_QUEUE_UNQUEUED_TO_INPUT:
         return QueueAll(/*andOutput=*/false);
     case ACQ_QUEUE_ALL_DISCARD:
-        if (m_IsRunning) {
-            Recall();
-            Drain();
-        }
+        FetchInput();
         PutAllAside(m_Queues.Input());
         return PutAllAside(m_Queues.Output());
     default:
@@ -204,8 +211,8 @@ AcquisitionEngine::Figures AcquisitionEngine::Look() {
     figures.filled = counts.filled;
     figures.delivered = counts.delivered;
     figures.overwritten = counts.overwritten;
-    figures.isRunning = m_IsRunning;
-    figures.isGrabbing = m_IsRunning && m_Left != 0;
+    figures.isRunning = m_Phase != Phase::Idle;
+    figures.isGrabbing = IsGrabbing();
     figures.hasOwnMemory = hasOwnMemory;
     figures.handling = static_cast<std::uint64_t>(m_Handling);
     return figures;

@@ -7,15 +7,34 @@
 #include "core/Mutex.h"
 #include "core/WaitObject.h"
 
+#include <atomic>
+
 namespace gentl {
+
+/// Whom an engine tells, on whatever thread; it must not call the engine.
+class AcquisitionObserver {
+public:
+    /// It began to grab or does so no more.
+    virtual void NoteGrabbing() noexcept = 0;
+    /// The stream ended by itself.
+    virtual void NoteEnd(vexlo::VxStatus reason) noexcept = 0;
+
+protected:
+    ~AcquisitionObserver() = default;
+};
 
 /// Completed buffers stay with the USB access library until somebody asks for them, so that an image costs one wake-up,
 /// that of the consumer. Only handling modes that overwrite need a thread that takes images whether they are asked for
 /// or not. Throws Failure. Lock order: who starts and stops, the queues', the slots'. Thread-safe.
+///
+///   idle --Start--> starting --> running --Stop--> stopping --> idle
+///
+/// While it starts and stops, which takes as long as the camera takes, buffers come and go as when it is idle. A run
+/// that has the buffers which were asked for, or ended by itself, is over but running until it is stopped or started.
 class AcquisitionEngine {
 public:
     /// Of a stream that its owner opens before anything else, and closes after Close.
-    explicit AcquisitionEngine(vexlo::CVxStream& stream);
+    AcquisitionEngine(vexlo::CVxStream& stream, AcquisitionObserver& observer);
 
     /// RESOURCE_IN_USE when its memory is announced already. It has its handle then.
     void Announce(const SharedBuffer& buffer);
@@ -30,9 +49,12 @@ public:
     /// follows.
     EVENT_NEW_BUFFER_DATA TakeOutput(bool& isLast);
 
-    /// `count` is GENTL_INFINITE or a number of buffers.
+    /// `count` is GENTL_INFINITE or a number of buffers. RESOURCE_IN_USE while it grabs.
     void Start(std::uint64_t count);
     void Stop();
+    /// Why the stream ended by itself since the last start; VX_OK when it has not. What it completed before can be
+    /// taken then.
+    vexlo::VxStatus EndReason() const { return m_EndReason; }
     /// Stops, and revokes all buffers. The caller keeps their memory until the bus has let go of it.
     std::vector<SharedBuffer> Close() noexcept;
 
@@ -71,25 +93,41 @@ private:
     /// Images that nobody took make room for newer ones, where that is wished. Throws nothing: who takes images gets
     /// them whatever becomes of that.
     void Overwrite() TAVIX_REQUIRES(m_Mutex);
+    void CompleteCount() TAVIX_REQUIRES(m_Mutex);
     void Recall() TAVIX_REQUIRES(m_Mutex);
-    void Begin(std::uint64_t count) TAVIX_REQUIRES(m_Mutex);
-    void End() TAVIX_REQUIRES(m_Mutex);
+    void FetchInput() TAVIX_REQUIRES(m_Mutex);
+    bool IsGrabbing() const TAVIX_REQUIRES(m_Mutex);
+
+    void Begin(std::uint64_t count) TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
+    void PrepareBuffers(std::uint64_t count) TAVIX_EXCLUDES(m_Mutex);
+    void QueueInput() TAVIX_EXCLUDES(m_Mutex);
+    void End() noexcept TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
+    void EnterStopping() noexcept TAVIX_EXCLUDES(m_Mutex);
+    void TakeBuffersBack() noexcept TAVIX_EXCLUDES(m_Mutex);
+    void OnEnd(vexlo::VxStatus reason) noexcept TAVIX_EXCLUDES(m_Mutex);
 
     void StartPump() TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
     void StopPump() noexcept TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
     void DrainForPump() noexcept TAVIX_EXCLUDES(m_Mutex);
     void BindWaitObject() noexcept TAVIX_REQUIRES(m_Mutex);
+    void TellListener() noexcept;
+
+    enum class Phase { Idle, Starting, Running, Stopping };
 
     vexlo::CVxStream& m_Vx;
+    AcquisitionObserver& m_Observer;
     const Tavix::WaitObjectEx m_PumpBell = Tavix::WaitObjectEx::Create();
     Tavix::Mutex m_PumpMutex; // starting and stopping
     Tavix::Mutex m_Mutex TAVIX_ACQUIRED_AFTER(m_PumpMutex);
     BufferQueues m_Queues TAVIX_GUARDED_BY(m_Mutex);
-    bool m_IsRunning TAVIX_GUARDED_BY(m_Mutex) = false;
-    bool m_IsPumped TAVIX_GUARDED_BY(m_Mutex) = false;  // the bus wakes the pump, which then wakes the listener
-    std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex) = 0; // buffers still to acquire
+    Phase m_Phase TAVIX_GUARDED_BY(m_Mutex) = Phase::Idle; // changed with m_PumpMutex
+    bool m_IsPrepared TAVIX_GUARDED_BY(m_Mutex) = false;   // the bus takes buffers to be registered
+    bool m_IsPumped TAVIX_GUARDED_BY(m_Mutex) = false;     // the bus wakes the pump, which then wakes the listener
+    std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex) = 0;    // buffers still to acquire
     Handling m_Handling TAVIX_GUARDED_BY(m_Mutex) = Handling::Default;
-    Tavix::WaitObjectEx m_Listener TAVIX_GUARDED_BY(m_Mutex);
+    std::atomic<vexlo::VxStatus> m_EndReason{vexlo::VX_OK};
+    Tavix::Mutex m_ListenerMutex TAVIX_ACQUIRED_AFTER(m_Mutex); // the stream's thread takes no other of these
+    Tavix::WaitObjectEx m_Listener TAVIX_GUARDED_BY(m_ListenerMutex);
     Pump m_Pump TAVIX_GUARDED_BY(m_PumpMutex); // last, since it uses all of it
 };
 

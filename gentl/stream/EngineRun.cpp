@@ -14,46 +14,82 @@ constexpr unsigned long kLargestBuffer = std::numeric_limits<long>::max();
 
 } // namespace
 
+bool AcquisitionEngine::IsGrabbing() const {
+    return m_Phase == Phase::Running && m_Left != 0 && m_EndReason == vexlo::VX_OK;
+}
+
 void AcquisitionEngine::Start(std::uint64_t count) {
     if (count == 0) Fail(GC_ERR_INVALID_PARAMETER, "no buffers are to be acquired");
     const Guard pump(m_PumpMutex);
     {
         const Guard guard(m_Mutex);
-        if (m_IsRunning) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is running already");
-        Begin(count);
+        if (IsGrabbing()) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is running already");
     }
+    End(); // a run that is over
+    Begin(count);
     StartPump();
+    m_Observer.NoteGrabbing();
 }
 
 void AcquisitionEngine::Begin(std::uint64_t count) {
-    Check(m_Vx.PrepareGrab(kMostBuffers, kLargestBuffer), "The stream cannot be prepared");
-    m_Left = count;
-    m_Queues.BeginCounting();
+    m_EndReason = vexlo::VX_OK;
+    m_Vx.SetEndListener([this](vexlo::VxStatus reason) { OnEnd(reason); });
     try {
-        for (const SharedBuffer& buffer : m_Queues.Announced())
-            RegisterOnBus(*buffer);
+        Check(m_Vx.PrepareGrab(kMostBuffers, kLargestBuffer), "The stream cannot be prepared");
+        PrepareBuffers(count);
         Check(m_Vx.StartStreaming(), "The stream cannot be started");
-        m_IsRunning = true;
-        for (Buffer* const buffer : m_Queues.Input())
-            Check(QueueOnBus(*buffer), "The buffer cannot be queued");
+        QueueInput();
     } catch (...) {
         End();
         throw;
     }
 }
 
-void AcquisitionEngine::Stop() {
-    const Guard pump(m_PumpMutex);
-    StopPump();
+void AcquisitionEngine::PrepareBuffers(std::uint64_t count) {
     const Guard guard(m_Mutex);
-    if (!m_IsRunning) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is not running");
-    End();
+    m_Phase = Phase::Starting;
+    m_IsPrepared = true;
+    m_Left = count;
+    m_Queues.BeginCounting();
+    for (const SharedBuffer& buffer : m_Queues.Announced())
+        RegisterOnBus(*buffer);
 }
 
-/// What was not filled stays in the input pool; what was stays in the output queue.
-void AcquisitionEngine::End() {
-    m_IsRunning = false;
+void AcquisitionEngine::QueueInput() {
+    const Guard guard(m_Mutex);
+    m_Phase = Phase::Running;
+    for (Buffer* const buffer : m_Queues.Input())
+        Check(QueueOnBus(*buffer), "The buffer cannot be queued");
+}
+
+void AcquisitionEngine::Stop() {
+    const Guard pump(m_PumpMutex);
+    bool wasGrabbing = false;
+    {
+        const Guard guard(m_Mutex);
+        if (m_Phase != Phase::Running) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is not running");
+        wasGrabbing = IsGrabbing();
+    }
+    End();
+    if (wasGrabbing) m_Observer.NoteGrabbing();
+}
+
+/// What was not filled stays in the input pool; what was stays in the output queue. Harmless when nothing runs.
+void AcquisitionEngine::End() noexcept {
+    StopPump();
+    EnterStopping();
     (void)m_Vx.FinishGrab(); // a camera that is gone does not keep its buffers
+    TakeBuffersBack();
+}
+
+void AcquisitionEngine::EnterStopping() noexcept {
+    const Guard guard(m_Mutex);
+    m_Phase = Phase::Stopping;
+    m_IsPrepared = false;
+}
+
+void AcquisitionEngine::TakeBuffersBack() noexcept {
+    const Guard guard(m_Mutex);
     DrainForOthers();
     for (const SharedBuffer& buffer : m_Queues.Announced()) {
         vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle;
@@ -63,13 +99,22 @@ void AcquisitionEngine::End() {
         handle = nullptr;
         m_Queues.NoteOnBus(*buffer, false);
     }
+    m_Phase = Phase::Idle;
+}
+
+/// On the stream's thread, which others may be waiting for with the queues' lock.
+void AcquisitionEngine::OnEnd(vexlo::VxStatus reason) noexcept {
+    m_EndReason = reason;
+    TellListener();
+    m_Observer.NoteEnd(reason);
+    m_Observer.NoteGrabbing();
 }
 
 std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
     const Guard pump(m_PumpMutex);
-    StopPump();
-    const Guard guard(m_Mutex);
     End();
+    m_Vx.SetEndListener(nullptr);
+    const Guard guard(m_Mutex);
     for (const SharedBuffer& buffer : m_Queues.Announced())
         buffer->Unregister();
     return m_Queues.RevokeAll();
@@ -77,31 +122,40 @@ std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
 
 void AcquisitionEngine::SetHandling(Handling handling) {
     const Guard guard(m_Mutex);
-    if (m_IsRunning) Fail(GC_ERR_BUSY, "the stream is running");
+    if (m_Phase != Phase::Idle) Fail(GC_ERR_BUSY, "the stream is running");
     m_Handling = handling;
 }
 
 void AcquisitionEngine::SetListener(const Tavix::WaitObjectEx& listener) noexcept {
     const Guard guard(m_Mutex);
-    m_Listener = listener;
+    {
+        const Guard listenerGuard(m_ListenerMutex);
+        m_Listener = listener;
+    }
     BindWaitObject();
 }
 
+void AcquisitionEngine::TellListener() noexcept {
+    const Guard guard(m_ListenerMutex);
+    m_Listener.Signal();
+}
+
 void AcquisitionEngine::BindWaitObject() noexcept {
+    const Guard guard(m_ListenerMutex);
     (void)m_Vx.RegisterWaitObject(m_IsPumped ? m_PumpBell : m_Listener);
 }
 
 void AcquisitionEngine::StartPump() {
-    const Guard guard(m_Mutex);
-    if (!Overwrites(m_Handling)) return;
     try {
+        const Guard guard(m_Mutex);
+        if (!Overwrites(m_Handling)) return;
         m_Pump.Start();
+        m_IsPumped = true;
+        BindWaitObject();
     } catch (const std::exception&) {
         End();
         Fail(GC_ERR_RESOURCE_EXHAUSTED, "a thread for the stream cannot be had");
     }
-    m_IsPumped = true;
-    BindWaitObject();
 }
 
 void AcquisitionEngine::StopPump() noexcept {
@@ -115,7 +169,7 @@ void AcquisitionEngine::StopPump() noexcept {
 void AcquisitionEngine::DrainForPump() noexcept {
     const Guard guard(m_Mutex);
     Drain();
-    if (!m_Queues.Output().empty()) m_Listener.Signal();
+    if (!m_Queues.Output().empty()) TellListener();
 }
 
 } // namespace gentl

@@ -18,11 +18,12 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
 [[gnu::hot]] EventQueue::Taken NewBufferEvent::TryTake(void* data, size_t& size) {
     if (size < sizeof(EVENT_NEW_BUFFER_DATA)) Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer is too small for the event");
     const auto stream = Owner();
+    const vexlo::VxStatus end = stream->Engine().EndReason(); // first: what completed before it is taken all the same
     bool isLast = false;
     const EVENT_NEW_BUFFER_DATA event = stream->Engine().TakeOutput(isLast);
     if (!event.BufferHandle) {
-        if (!stream->IsLost()) return Taken::Nothing;
-        Fail(GC_ERR_IO, "the camera was unplugged");
+        if (stream->IsLost() || end != vexlo::VX_OK) Stream::FailBecauseOfEnd(end);
+        return Taken::Nothing;
     }
     size = sizeof event;
     std::memcpy(data, &event, sizeof event);

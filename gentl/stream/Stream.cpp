@@ -14,11 +14,15 @@ vexlo::CVxStream& StreamOf(const Device& device) {
     return *stream;
 }
 
+std::string EndText(vexlo::VxStatus reason) {
+    return reason == vexlo::VX_E_USB_NO_DEVICE ? "the camera was unplugged" : "the stream has ended: " + TextOf(reason);
+}
+
 } // namespace
 
 Stream::Stream(std::shared_ptr<Device> device)
     : Module(Kind::Stream), m_Device(std::move(device)), m_Port("TLDataStream", Device::kStreamId),
-      m_Vx(StreamOf(*m_Device)), m_Engine(m_Vx) {
+      m_Vx(StreamOf(*m_Device)), m_Engine(m_Vx, *this) {
     BuildPort();
 }
 
@@ -64,12 +68,30 @@ void Stream::Revoke(const SharedBuffer& buffer, void** memory, void** user) {
 void Stream::Start(std::uint64_t count) {
     m_Device->CheckWritable(); // the camera's stream is switched on
     m_Engine.Start(count);
-    Invalidate("StreamIsGrabbing");
 }
 
 void Stream::Stop() {
     m_Engine.Stop();
+}
+
+void Stream::NoteGrabbing() noexcept {
     Invalidate("StreamIsGrabbing");
+}
+
+void Stream::NoteEnd(vexlo::VxStatus reason) noexcept {
+    if (reason == vexlo::VX_E_USB_NO_DEVICE) return; // NoteLoss tells it
+    const auto event = Event(EVENT_ERROR);
+    if (!event) return;
+    try {
+        event->PushError(GC_ERR_IO, EndText(reason).c_str());
+    } catch (const std::bad_alloc&) {
+        return; // who waits for images is told all the same
+    }
+}
+
+void Stream::FailBecauseOfEnd(vexlo::VxStatus reason) {
+    if (reason == vexlo::VX_OK) reason = vexlo::VX_E_USB_NO_DEVICE; // the camera left before its stream noticed it
+    throw Failure(GC_ERR_IO, EndText(reason));
 }
 
 [[gnu::hot]] bool Stream::IsLost() const {

@@ -12,7 +12,7 @@ namespace gentl {
 class Device;
 
 /// The module: its engine, what it tells of itself, and its event. Lock order: TreeMutex(), the engine's. Thread-safe.
-class Stream final : public Module {
+class Stream final : public Module, private AcquisitionObserver {
 public:
     static constexpr Kinds kKinds{Kind::Stream};
     explicit Stream(std::shared_ptr<Device> device);
@@ -40,10 +40,14 @@ public:
     /// The camera left.
     void NoteLoss() noexcept;
     bool IsLost() const;
+    /// IO: the stream ended for that reason, or the camera left.
+    [[noreturn]] static void FailBecauseOfEnd(vexlo::VxStatus reason);
 
 private:
     using Figures = AcquisitionEngine::Figures;
 
+    void NoteGrabbing() noexcept override;
+    void NoteEnd(vexlo::VxStatus reason) noexcept override;
     void BuildPort();
     void BuildCounters();
     void BuildSettings();

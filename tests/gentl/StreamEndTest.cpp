@@ -14,7 +14,9 @@ constexpr const char* kCameras = R"({"cameras": [
     {"serial": "Unplug0", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug1", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug2", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
-    {"serial": "Unplug3", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}}
+    {"serial": "Unplug3", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
+    {"serial": "Halted", "faults": {"stream": [{"fault": "Stall", "count": 0, "frame": 3, "value": 10000}]}},
+    {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}}
 ]})";
 
 class GenTLStreamEnd : public consumer::StreamSession {
@@ -47,6 +49,10 @@ protected:
             if (const GC_ERROR code = Next(data, kPatience)) return std::to_string(code) + " " + LastText();
             if (andQueue) (void)Queue(data);
         }
+    }
+    template<class T, class Query>
+    static T NumberOf(Query&& query) {
+        return consumer::NumberOf<T>(query);
     }
     static bool IsOver(const std::future<std::string>& waiter) {
         return waiter.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -81,6 +87,52 @@ struct Mode {
     const char* name;
     const char* serial;
 };
+
+TEST_F(GenTLStreamEnd, TellsOfAStreamThatEndsByItself) {
+    ASSERT_NO_FATAL_FAILURE(Begin("Halted"));
+    EVENT_HANDLE errors = nullptr, changes = nullptr;
+    ASSERT_EQ(gc.GCRegisterEvent(stream, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    ASSERT_NO_FATAL_FAILURE(Start());
+    ASSERT_EQ(gc.GCRegisterEvent(stream, EVENT_FEATURE_INVALIDATE, &changes), GC_ERR_SUCCESS);
+    std::vector<std::future<std::string>> waiters;
+    for (int i = 0; i < 3; ++i)
+        waiters.push_back(Taker());
+    const std::string reason = waiters.front().get();
+    EXPECT_EQ(reason.rfind("-1010 the stream has ended: ", 0), 0U) << reason;
+    for (std::size_t i = 1; i < waiters.size(); ++i)
+        EXPECT_EQ(waiters[i].get(), reason);
+    EXPECT_EQ(StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING), 0);
+    char data[512] = "";
+    size_t size = sizeof data;
+    ASSERT_EQ(gc.EventGetData(errors, data, &size, kPatience), GC_ERR_SUCCESS);
+    EXPECT_EQ(std::to_string(NumberOf<int32_t>([&](void* value, size_t* bytes) {
+                  return gc.EventGetDataInfo(errors, data, size, EVENT_DATA_ID, nullptr, value, bytes);
+              })) +
+                  " " + consumer::TextOf([&](char* text, size_t* bytes) {
+                      return gc.EventGetDataInfo(errors, data, size, EVENT_DATA_VALUE, nullptr, text, bytes);
+                  }),
+              reason);
+    size = sizeof data;
+    ASSERT_EQ(gc.EventGetData(changes, data, &size, kPatience), GC_ERR_SUCCESS);
+    EXPECT_STREQ(data, "StreamIsGrabbing");
+    EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
+}
+
+TEST_F(GenTLStreamEnd, AnswersWhileASlowCameraIsStopped) {
+    ASSERT_NO_FATAL_FAILURE(Begin("Slow"));
+    ASSERT_NO_FATAL_FAILURE(Announce(2));
+    ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS) << LastText();
+    auto stop = std::async(std::launch::async, [&] { return gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT); });
+    while (StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING) != 0)
+        std::this_thread::yield();
+    EVENT_NEW_BUFFER_DATA data{};
+    EXPECT_EQ(Next(data, 1), GC_ERR_TIMEOUT);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 2U);
+    EXPECT_EQ(gc.DSStartAcquisition(nullptr, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_INVALID_HANDLE);
+    EXPECT_NE(stop.wait_for(std::chrono::seconds(0)), std::future_status::ready) << "the camera takes two seconds";
+    EXPECT_EQ(stop.get(), GC_ERR_SUCCESS);
+}
 
 /// In each way to handle buffers.
 class GenTLStreamEndIn : public GenTLStreamEnd, public testing::WithParamInterface<Mode> {};

@@ -74,6 +74,80 @@ TEST_F(GenTLStream, EndsAfterTheNumberOfBuffersThatWasAskedFor) {
     ASSERT_NO_FATAL_FAILURE(Stop());
 }
 
+TEST_F(GenTLStream, TellsThatItHasTheNumberOfBuffersAndStartsAgainThen) {
+    EVENT_HANDLE changes = nullptr;
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    ASSERT_NO_FATAL_FAILURE(Start(3));
+    ASSERT_EQ(gc.GCRegisterEvent(stream, EVENT_FEATURE_INVALIDATE, &changes), GC_ERR_SUCCESS);
+    EVENT_NEW_BUFFER_DATA data{};
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 3; ++i) {
+            ASSERT_EQ(Next(data), GC_ERR_SUCCESS) << LastText();
+            ASSERT_EQ(Queue(data), GC_ERR_SUCCESS);
+        }
+        char name[64] = "";
+        size_t size = sizeof name;
+        ASSERT_EQ(gc.EventGetData(changes, name, &size, 0), GC_ERR_SUCCESS) << "in round " << round;
+        EXPECT_STREQ(name, "StreamIsGrabbing");
+        size = sizeof name;
+        EXPECT_EQ(gc.EventGetData(changes, name, &size, 0), GC_ERR_TIMEOUT);
+        EXPECT_EQ(StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING), 0);
+        ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 3), GC_ERR_SUCCESS) << LastText();
+        ASSERT_EQ(gc.EventFlush(changes), GC_ERR_SUCCESS);
+    }
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
+TEST_F(GenTLStream, TakesBuffersBackAndForthWhileItStartsAndStops) {
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    Execute("AcquisitionStart");
+    std::atomic<bool> isOver{false};
+    std::thread starter([&] {
+        for (int i = 0; i < 30; ++i) {
+            EXPECT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS)
+                << LastText();
+            EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
+        }
+        isOver = true;
+    });
+    std::thread announcer([&] {
+        std::vector<uint8_t> other(static_cast<size_t>(Integer("PayloadSize")));
+        while (!isOver) {
+            BUFFER_HANDLE handle = nullptr;
+            EXPECT_EQ(gc.DSAnnounceBuffer(stream, other.data(), other.size(), nullptr, &handle), GC_ERR_SUCCESS)
+                << LastText();
+            GC_ERROR code = 0;
+            while ((code = gc.DSRevokeBuffer(stream, handle, nullptr, nullptr)) == GC_ERR_BUSY)
+                std::this_thread::yield(); // a flush has queued it
+            EXPECT_EQ(code, GC_ERR_SUCCESS) << LastText();
+        }
+    });
+    const ACQ_QUEUE_TYPE flushes[] = {ACQ_QUEUE_INPUT_TO_OUTPUT, ACQ_QUEUE_ALL_DISCARD, ACQ_QUEUE_OUTPUT_DISCARD,
+                                      ACQ_QUEUE_UNQUEUED_TO_INPUT, ACQ_QUEUE_ALL_TO_INPUT};
+    for (unsigned int i = 0; !isOver; ++i) {
+        EVENT_NEW_BUFFER_DATA data{};
+        const GC_ERROR queued = Next(data, 1) == GC_ERR_SUCCESS ? Queue(data) : GC_ERR_SUCCESS;
+        EXPECT_EQ(queued, GC_ERR_SUCCESS) << LastText();
+        EXPECT_EQ(gc.DSFlushQueue(stream, flushes[i % 5]), GC_ERR_SUCCESS) << LastText();
+        EXPECT_LE(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 5U);
+    }
+    starter.join();
+    announcer.join();
+    EXPECT_EQ(gc.DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 4U);
+    ASSERT_NO_FATAL_FAILURE(Start());
+    EVENT_NEW_BUFFER_DATA data{};
+    EXPECT_EQ(Next(data), GC_ERR_SUCCESS) << LastText();
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
+TEST_F(GenTLStream, AnswersNoQuestionsInAStackOfNone) {
+    ASSERT_NO_FATAL_FAILURE(Announce(1));
+    EXPECT_EQ(gc.DSGetBufferInfoStacked(stream, buffers[0], nullptr, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.DSGetBufferPartInfoStacked(stream, buffers[0], nullptr, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(gc.DSGetBufferInfoStacked(stream, buffers[0], nullptr, 1), GC_ERR_INVALID_PARAMETER);
+}
+
 TEST_F(GenTLStream, GivesTheNewestImageWhereThatIsWished) {
     consumer::Features module(gc, stream);
     GenApi::CEnumerationPtr(module.map._GetNode("StreamBufferHandlingMode"))->FromString("NewestOnly");
