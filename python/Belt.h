@@ -10,14 +10,15 @@
 
 namespace tavixpython {
 
-/// One place for an image, which the thread fills and an event loop empties. Knows nothing of the interpreter.
+/// One place for an image, which the thread fills and an event loop empties: ahead, or, where only the newest image is
+/// wanted, once the loop has asked in vain. Knows nothing of the interpreter.
 /// Thread-safe.
 template<class Source>
 class Belt {
 public:
     using Item = typename Running<Source>::Item;
 
-    explicit Belt(Source stream) : m_Stream(std::make_shared<Source>(std::move(stream))) {}
+    Belt(Source stream, bool isAhead) : m_IsAhead(isAhead), m_Stream(std::make_shared<Source>(std::move(stream))) {}
     Belt(const Belt&) = delete;
     Belt& operator=(const Belt&) = delete;
 
@@ -26,7 +27,7 @@ public:
         std::exception_ptr error;
         try {
             const auto stream = Held();
-            while (Offer(stream->Wait(std::chrono::milliseconds(-1)))) {
+            while (AwaitDemand() && Offer(stream->Wait(std::chrono::milliseconds(-1)))) {
             }
         } catch (...) {
             error = std::current_exception();
@@ -49,6 +50,7 @@ public:
         const Tavix::MutexLock lock(m_Guard);
         if (!m_Item && m_Error) std::rethrow_exception(std::exchange(m_Error, nullptr));
         std::optional<Item> taken = std::exchange(m_Item, std::nullopt);
+        m_IsAwaited = !taken;
         if (!m_HasEnded) m_Wake.Reset();
         m_Changed.notify_all();
         return taken;
@@ -83,6 +85,13 @@ public:
     }
 
 private:
+    // False when nobody will ask any more.
+    bool AwaitDemand() {
+        Tavix::MutexLock lock(m_Guard);
+        while (!m_IsAhead && !m_IsAwaited && !m_IsStopped)
+            lock.Wait(m_Changed);
+        return !m_IsStopped;
+    }
     // False when there will be no more.
     bool Offer(Item item) {
         Tavix::MutexLock lock(m_Guard);
@@ -95,6 +104,7 @@ private:
     }
 
     Wake m_Wake;
+    const bool m_IsAhead;
     mutable Tavix::Mutex m_Guard; // never held for long
     std::condition_variable m_Changed;
     std::shared_ptr<Source> m_Stream TAVIX_GUARDED_BY(m_Guard);
@@ -102,6 +112,7 @@ private:
     std::optional<Item> m_Item TAVIX_GUARDED_BY(m_Guard);
     std::exception_ptr m_Error TAVIX_GUARDED_BY(m_Guard);
     bool m_HasEnded TAVIX_GUARDED_BY(m_Guard) = false;
+    bool m_IsAwaited TAVIX_GUARDED_BY(m_Guard) = false;
     bool m_IsStopped TAVIX_GUARDED_BY(m_Guard) = false;
 };
 

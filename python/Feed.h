@@ -17,7 +17,8 @@ public:
     using Item = typename Belt<Source>::Item;
 
     explicit Feed(Started<Source> started)
-        : m_Silence(started.silence), m_Belt(std::make_shared<Belt<Source>>(std::move(started.stream))),
+        : m_Silence(started.silence),
+          m_Belt(std::make_shared<Belt<Source>>(std::move(started.stream), !started.newestOnly)),
           m_Thread([belt = m_Belt] { belt->Run(); }), m_Id(m_Thread.get_id()) {}
     ~Feed() {
         Close();

@@ -34,6 +34,7 @@ struct Started {
     Source stream;
     std::chrono::milliseconds silence;
     std::chrono::milliseconds atEnd{}; ///< what an image may take when the program ends
+    bool newestOnly = false;
 };
 
 /// A loop over a given number of images ends by itself and is not broken off while they come.

@@ -41,7 +41,8 @@ Owned<GroupDoor> Open(const std::vector<std::string>& names) {
 
 Started<Tavix::GroupStream> StartGroup(GroupDoor& door, const Asked& asked) {
     const Tavix::GroupOptions made = GroupOptionsOf(asked);
-    return {Errand([group = door.group, made] { return group->Grab(made); }), SilenceOf(made.grab), AtEnd(made.grab)};
+    return {Errand([group = door.group, made] { return group->Grab(made); }), SilenceOf(asked, made.grab),
+            AtEnd(made.grab), made.grab.newestOnly};
 }
 
 void CloseAll(GroupDoor& door) {

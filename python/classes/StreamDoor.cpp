@@ -44,13 +44,15 @@ Started<Tavix::ImageStream> StartWith(const SharedCamera& camera, const Tavix::G
 } // namespace
 
 Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
+    if (time.count() == 0) return Tavix::Timeout("there is no image yet; " + why);
     return Tavix::Timeout("no image came for " + std::to_string(time.count()) + " ms; " + why);
 }
 
 Started<Tavix::ImageStream> Start(const SharedCamera& camera, const Asked& asked) {
     const Tavix::GrabOptions made = OptionsOf(asked);
-    Started<Tavix::ImageStream> started = StartWith(camera, made, SilenceOf(made));
+    Started<Tavix::ImageStream> started = StartWith(camera, made, SilenceOf(asked, made));
     started.atEnd = AtEnd(made);
+    started.newestOnly = made.newestOnly;
     return started;
 }
 

@@ -83,7 +83,8 @@ def _wake(waiting):
 
 def _give_up(ready, feed):
     if not ready.done():
-        ready.set_exception(Timeout(f"no image came for {feed.silence:g} s; {feed.why_silent}"))
+        what = f"no image came for {feed.silence:g} s" if feed.silence else "there is no image yet"
+        ready.set_exception(Timeout(f"{what}; {feed.why_silent}"))
 
 
 def stream(self, count=0, **options):

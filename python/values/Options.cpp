@@ -123,8 +123,9 @@ Tavix::GroupOptions GroupOptionsOf(const Asked& asked) {
 }
 
 // A camera that is waited for may be silent for as long, besides.
-milliseconds SilenceOf(const Tavix::GrabOptions& options) {
-    if (options.timeout.count() == 0 || options.reconnect.count() < 0) return kForEver;
+milliseconds SilenceOf(const Asked& asked, const Tavix::GrabOptions& options) {
+    const bool isAny = asked.options.contains("timeout") && asked.options["timeout"].is_none();
+    if (isAny || options.reconnect.count() < 0) return kForEver;
     return options.timeout + options.reconnect;
 }
 

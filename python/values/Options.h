@@ -20,7 +20,7 @@ struct Asked {
 Tavix::GrabOptions OptionsOf(const Asked& asked);
 /// Those of a group besides.
 Tavix::GroupOptions GroupOptionsOf(const Asked& asked);
-/// How long a stream with these options may be silent; negative: for ever.
-std::chrono::milliseconds SilenceOf(const Tavix::GrabOptions& options);
+/// How long a stream with these options may be silent; 0: not at all, who asks wants what is there; negative: for ever.
+std::chrono::milliseconds SilenceOf(const Asked& asked, const Tavix::GrabOptions& options);
 
 } // namespace tavixpython

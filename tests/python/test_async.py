@@ -184,6 +184,57 @@ def test_a_callback_on_the_thread_of_a_stream_may_ask_while_another_closes(trigg
     assert [one.delivered for one in counts] == [0] and stream.counts.delivered == 0
 
 
+def test_no_timeout_at_all_takes_what_is_there(triggered):
+    async def poll():
+        async with triggered.stream(timeout=0) as stream:
+            with pytest.raises(tavix.Timeout, match="there is no image yet; check"):
+                await anext(stream)
+            triggered.trigger()
+            while True:
+                try:
+                    return (await anext(stream)).number
+                except tavix.Timeout:
+                    pass
+
+    assert asyncio.run(poll()) == 0
+
+
+def test_the_newest_image_is_the_newest_when_it_is_asked_for(camera):
+    exposed, enough = [], threading.Event()
+
+    def count(event):
+        exposed.append(event["FrameID"])
+        if len(exposed) == 50:
+            enough.set()
+
+    async def take():
+        async with camera.stream(newest_only=True) as stream:
+            first = await anext(stream)
+            subscription = camera.on_event("ExposureEnd", count)
+            assert enough.wait(60)  # meanwhile the loop is busy
+            subscription.end()
+            second = await anext(stream)
+            third = await anext(stream)
+            return [image.block_id for image in (first, second, third)], stream.counts.dropped
+
+    ids, dropped = asyncio.run(take())
+    assert ids[0] + 20 < ids[1] < ids[2] and dropped >= 20
+
+
+def test_a_stream_of_the_newest_images_ends(camera):
+    async def take():
+        closing = camera.stream(newest_only=True)
+        await anext(closing)
+        camera.close()
+        return [image async for image in closing]
+
+    async def numbers():
+        return [image.number async for image in camera.stream(5, newest_only=True)]
+
+    assert asyncio.run(numbers())[:5] == [0, 1, 2, 3, 4]
+    assert len(asyncio.run(take())) <= 1  # that came before
+
+
 def test_options_are_those_of_grab(camera):
     with pytest.raises(TypeError, match=r"^stream\(\) has no option 'bufers'"):
         camera.stream(bufers=2)

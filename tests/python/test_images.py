@@ -128,6 +128,19 @@ def test_silence_is_a_timeout_and_ends_nothing(triggered):
         assert next(stream).number == 0
 
 
+def test_no_timeout_at_all_takes_what_is_there(triggered):
+    with triggered.grab(timeout=0) as stream:
+        with pytest.raises(tavix.Timeout, match="there is no image yet; check"):
+            next(stream)
+        triggered.trigger()
+        while True:
+            try:
+                assert next(stream).number == 0
+                break
+            except tavix.Timeout:
+                pass
+
+
 def test_a_signal_ends_a_wait(triggered):
     with triggered.grab(timeout=None) as stream:
         timer = threading.Timer(0, os.kill, (os.getpid(), signal.SIGINT))
