@@ -81,6 +81,11 @@ void SetError() {
     }
 }
 
+void WarnOfForgotten(const char* text) noexcept {
+    const py::error_scope kept;
+    if (PyErr_ResourceWarning(nullptr, 1, "%s", text) != 0) PyErr_WriteUnraisable(nullptr);
+}
+
 void BindErrors(py::module_& module) {
     g_Error = Make(module, "Error", "All that fails; `feature` is the name of the feature that refused, or ''.",
                    py::reinterpret_borrow<py::object>(PyExc_Exception));

@@ -1,10 +1,10 @@
 #include "python/classes/Door.h"
 
+#include "python/Errors.h"
+
 #include <algorithm>
 #include <set>
 #include <string>
-
-namespace py = pybind11;
 
 namespace tavixpython {
 namespace {
@@ -27,10 +27,7 @@ bool Door::IsAnyOpen() {
 
 Door::~Door() {
     Doors().erase(this);
-    if (Unlocked([&] { return camera.IsOpen(); })) {
-        const py::error_scope kept;
-        if (PyErr_ResourceWarning(nullptr, 1, "a camera of tavix was not closed") != 0) PyErr_WriteUnraisable(nullptr);
-    }
+    if (Unlocked([&] { return camera.IsOpen(); })) WarnOfForgotten("a camera of tavix was not closed");
     const WithoutLock unlocked;
     camera.Close();
 }

@@ -2,6 +2,7 @@
 
 #include "python/Callbacks.h"
 #include "python/Errand.h"
+#include "python/Errors.h"
 #include "python/Fork.h"
 #include "python/values/Values.h"
 
@@ -22,14 +23,17 @@ using Tavix::CameraInfo;
 
 constexpr const char* kAccess[] = {"free", "in use", "not permitted", "not reachable", "unknown"};
 
-/// Ended without the interpreter's lock, since its callback may be waiting for that.
+/// Complains when it was forgotten. Ended without the interpreter's lock, since its callback may be waiting for that.
 struct Watch {
     explicit Watch(py::function callback) {
         auto call = CallbackOf<const CameraInfo&, bool>(std::move(callback));
         const WithoutLock unlocked;
         watch = std::make_unique<Tavix::CameraWatch>(std::move(call));
     }
-    ~Watch() { End(); }
+    ~Watch() {
+        if (watch) WarnOfForgotten("a watch of tavix was not kept: it ends with its last reference, or by end()");
+        End();
+    }
     void End() {
         if (IsLeftToParent()) return;
         const WithoutLock unlocked;
@@ -63,7 +67,8 @@ void BindEvent(py::module_& module) {
 }
 
 void BindWatch(py::module_& module) {
-    py::class_<Watch, Owned<Watch>>(module, "Watch", "Tells of cameras that come and go, until end() is called.")
+    py::class_<Watch, Owned<Watch>>(module, "Watch",
+                                    "Tells of cameras that come and go, for as long as it is kept and until end().")
         .def("end", &Watch::End, "The callback is not called any more once this returns. Ending twice is harmless.");
     module.def("_watch", [](py::function callback) { return Owned<Watch>(new Watch(std::move(callback))); });
 }

@@ -101,7 +101,10 @@ def group(*names):
 
 
 def watch(callback):
-    """Call `callback(info, arrived)` for each camera that is there, comes or goes, on a thread of the library."""
+    """Call `callback(info, arrived)` for each camera that is there, comes or goes, on a thread of the library.
+
+    Keep what is returned: it tells until it is dropped, or by its end().
+    """
     if not callable(callback):
         raise TypeError(f"watch() takes a function to call, not {callback!r}")
     global _used

@@ -51,6 +51,8 @@ def _close_all():
     for kind in (_tavix.Watch, _tavix.Camera):
         for opened in _snapshot():
             if isinstance(opened, kind):
+                if kind is _tavix.Camera and opened.is_open:
+                    _tavix._warn_of_forgotten(f"{opened!r} was not closed before the end of the program")
                 _end(opened)
     _tavix._await_errands()  # what Ctrl-C has left behind
 

@@ -3,8 +3,8 @@ import subprocess
 import sys
 
 
-def begin(code):
-    return subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+def begin(code, *options):
+    return subprocess.Popen([sys.executable, *options, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 
 
 def end(process, timeout=100):
@@ -16,5 +16,5 @@ def end(process, timeout=100):
     return subprocess.CompletedProcess(process.args, process.returncode, stdout, stderr)
 
 
-def run(code, timeout=100):
-    return end(begin(code), timeout)
+def run(code, *options, timeout=100):
+    return end(begin(code, *options), timeout)

@@ -129,6 +129,17 @@ def test_a_forgotten_camera_warns_and_closes():
     tavix.open("7").close()
 
 
+def test_a_forgotten_watch_warns_and_ends():
+    listener = Listener()
+    gone = weakref.ref(listener)
+    watch = tavix.watch(listener)
+    del listener
+    with pytest.warns(ResourceWarning, match="watch of tavix was not kept"):
+        del watch
+        gc.collect()
+    assert gone() is None
+
+
 def test_features_are_items_and_attributes_with_types(camera):
     camera["ExposureTime"] = 5000
     assert camera.ExposureTime == 5000.0 and isinstance(camera.ExposureTime, float)

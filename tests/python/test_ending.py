@@ -157,6 +157,16 @@ def test_what_the_program_does_at_its_end_finds_cameras_at_work():
     assert done.stdout == "cleaned up True\n3\n", done.stderr
 
 
+@pytest.mark.parametrize("warnings", ["-Wdefault", "-Werror"])
+def test_cameras_that_are_open_at_the_end_are_warned_of(warnings):
+    done = run("import tavix\ntavix.virtual([{'serial': '7'}, {'serial': '8'}])\n"
+               "kept = [tavix.open('7'), tavix.open('8')]\nkept[1].close()\n"
+               "def images():\n    with tavix.open('8') as camera:\n        yield from camera.grab()\n"
+               "taken = images()\nnext(taken)\n", warnings)
+    assert done.returncode == 0 and done.stderr.count("not closed before the end of the program") >= 2
+    assert done.stderr.count("ResourceWarning: <tavix.Camera") == 2, done.stderr
+
+
 # NumPy is there before: a thread that the interpreter ends in the middle of an import is unwound in ways that the address
 # sanitizer does not know.
 BUSY = """
