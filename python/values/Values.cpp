@@ -53,9 +53,20 @@ void WriteFloat(Tavix::Feature& feature, double number) {
     }
 }
 
+bool IsArray(const py::object& value) {
+    return py::hasattr(value, "ndim") && py::hasattr(value, "item");
+}
+
+/// NumPy's arrays without dimensions are what they hold.
+py::object ScalarOf(const py::object& value) {
+    if (!IsArray(value)) return value;
+    return py::object(value.attr("ndim")).equal(py::int_(0)) ? py::object(value.attr("item")()) : value;
+}
+
 void WriteNumber(Tavix::Feature& feature, const py::object& value) {
-    if (PyIndex_Check(value.ptr())) return WriteWhole(feature, value);
-    if (!py::hasattr(value, "__float__"))
+    const bool isArray = IsArray(value); // of several, for those of one were taken out
+    if (!isArray && PyIndex_Check(value.ptr())) return WriteWhole(feature, value);
+    if (isArray || !py::hasattr(value, "__float__"))
         throw py::type_error(feature.Name() + " takes bool, int, float, str or bytes, not " +
                              std::string(py::str(py::type::of(value).attr("__name__"))));
     const double number = PyFloat_AsDouble(value.ptr());
@@ -87,7 +98,8 @@ py::object Read(const Tavix::Feature& feature) {
     return ToPython(Unlocked([&] { return feature.Read(); }));
 }
 
-void Write(Tavix::Feature feature, const py::object& value) {
+void Write(Tavix::Feature feature, const py::object& given) {
+    const py::object value = ScalarOf(given);
     const std::string type = py::str(py::type::of(value).attr("__name__"));
     if (py::isinstance<py::bool_>(value) || type == "bool_") {
         const bool flag = value.cast<bool>();

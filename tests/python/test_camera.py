@@ -6,6 +6,7 @@ import sys
 import threading
 import weakref
 
+import numpy
 import pytest
 
 import tavix
@@ -222,6 +223,20 @@ def test_a_feature_explains_itself(camera):
         assert not width.writable and width.why_not != ""
         with pytest.raises(tavix.AccessError):
             width.value = 32
+
+
+def test_scalars_and_arrays_without_dimensions_are_values(camera):
+    for value in (numpy.array(1234.0), numpy.float32(1234), numpy.array(1234)):
+        camera.ExposureTime = 5000.0
+        camera.ExposureTime = value
+        assert camera.ExposureTime == 1234.0
+    camera.Width = numpy.array(32)
+    camera.ReverseX = numpy.array(True)
+    camera.PixelFormat = numpy.array("Mono8")
+    assert camera.Width == 32 and camera.ReverseX is True and camera.PixelFormat == "Mono8"
+    for several in (numpy.array([1.0]), numpy.array([1, 2])):
+        with pytest.raises(TypeError, match="takes bool, int, float, str or bytes, not ndarray"):
+            camera.ExposureTime = several
 
 
 def test_a_change_is_told(camera):
