@@ -90,6 +90,8 @@ void BindErrors(py::module_& module) {
     g_Error = Make(module, "Error", "All that fails; `feature` is the name of the feature that refused, or ''.",
                    py::reinterpret_borrow<py::object>(PyExc_Exception));
     const py::handle error(g_Error);
+    error.attr("feature") = py::str(); // of those that others make
+    error.attr("suggestions") = py::tuple();
     g_NotFound = Make(module, "NotFound", "No camera, feature or event of that name; `suggestions` are the nearest.",
                       py::make_tuple(error, py::handle(PyExc_LookupError)));
     g_AccessError = Make(module, "AccessError", "A camera in use, or a feature that is not accessible now.",

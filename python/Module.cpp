@@ -6,6 +6,7 @@
 #include "python/Errors.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
+#include "python/Signatures.h"
 #include "python/classes/CameraDoor.h"
 #include "python/classes/Door.h"
 #include "python/classes/FeatureDoor.h"
@@ -47,6 +48,8 @@ void Fill(py::module_& module) {
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
     RefuseEmptyObjects(module);
+    tavixpython::WriteSignatures(module);
+    module.attr("__version__") = TAVIX_VERSION;
     module.def("_end_waits", [](bool all, unsigned long mainThread) {
         tavixpython::EndWaits(all ? tavixpython::Ended::AllThreads : tavixpython::Ended::ThreadsThatAreJoined,
                               mainThread);

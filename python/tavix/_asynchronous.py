@@ -1,18 +1,12 @@
 """Images for `async for`."""
 
 import asyncio
+import inspect
 
-from ._tavix import Timeout
+from ._tavix import Camera, Group, Timeout
 
 
-class AsyncStream:
-    """A running stream for `async for` and `async with`.
-
-    It ends at once when a task that waits for an image is cancelled; otherwise with its last reference, with aclose(),
-    or when the camera is closed. Timeout, which the option `timeout` sets, ends nothing. Tasks may share it: each image
-    goes to one of them.
-    """
-
+class _AsyncItems:
     def __init__(self, feed):
         self._feed = feed
         self._waiting = {}  # by event loop, the futures of the tasks that wait in it
@@ -69,12 +63,6 @@ class AsyncStream:
         """As aclose(), for those who cannot wait."""
         self._feed.close()
 
-    @property
-    def counts(self):
-        """Counts of delivered, lost and damaged images."""
-        return self._feed.counts
-
-
 def _wake(waiting):
     for ready in waiting:
         if not ready.done():
@@ -87,6 +75,37 @@ def _give_up(ready, feed):
         ready.set_exception(Timeout(f"{what}; {feed.why_silent}"))
 
 
-def stream(self, count=0, **options):
-    """Start as grab() does, for `async for`: an AsyncStream. Takes the options of grab()."""
-    return AsyncStream(self._feed(count, **options))
+class AsyncStream(_AsyncItems):
+    """A running stream for `async for` and `async with`.
+
+    It ends at once when a task that waits for an image is cancelled; otherwise with its last reference, with aclose(),
+    or when the camera is closed. Timeout, which the option `timeout` sets, ends nothing. Tasks may share it: each image
+    goes to one of them.
+    """
+
+    @property
+    def counts(self):
+        """Counts of delivered, lost and damaged images."""
+        return self._feed.counts
+
+
+class AsyncGroupStream(_AsyncItems):
+    """As AsyncStream, of sets of images."""
+
+    @property
+    def counts(self):
+        """Counts of delivered, lost and damaged images, of each camera."""
+        return self._feed.counts
+
+
+def _give_stream(started, made):
+    def stream(self, count=0, **options):
+        return made(self._feed(count, **options))
+
+    stream.__doc__ = f"Start as grab() does, for `async for`: an {made.__name__}. Takes the options of grab()."
+    stream.__signature__ = inspect.signature(started.grab)
+    started.stream = stream
+
+
+_give_stream(Camera, AsyncStream)
+_give_stream(Group, AsyncGroupStream)

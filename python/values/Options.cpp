@@ -105,7 +105,31 @@ Tavix::GroupBy ByOf(const std::string& name) {
     throw Tavix::ValueError("images are grouped by 'host_time' or 'block_id', not by '" + name + "'");
 }
 
+template<class Time>
+std::string Seconds(Time time) {
+    return py::repr(py::float_(std::chrono::duration<double>(time).count()));
+}
+
+std::string Truth(bool value) {
+    return value ? "True" : "False";
+}
+
 } // namespace
+
+std::string OptionsText() {
+    const Tavix::GrabOptions made;
+    return "buffers=" + std::to_string(made.buffers) + ", memory_limit=" + std::to_string(made.memoryLimit) +
+           ", keep_budget=" + std::to_string(made.keepBudget) + ", newest_only=" + Truth(made.newestOnly) +
+           ", incomplete=" + Truth(made.incomplete) + ", timeout=" + Seconds(made.timeout) +
+           ", reconnect=" + Seconds(made.reconnect) + ", transfer_size=" + std::to_string(made.transferSize) +
+           ", thread_priority=" + std::to_string(made.threadPriority);
+}
+
+std::string GroupOptionsText() {
+    const Tavix::GroupOptions made;
+    return OptionsText() + ", by='host_time', tolerance=" + Seconds(made.tolerance) +
+           ", set_timeout=" + Seconds(made.setTimeout);
+}
 
 Tavix::GrabOptions OptionsOf(const Asked& asked) {
     RefuseOthers(asked, {});

@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 
 #include <chrono>
+#include <string>
 
 namespace tavixpython {
 
@@ -20,6 +21,9 @@ struct Asked {
 Tavix::GrabOptions OptionsOf(const Asked& asked);
 /// Those of a group besides.
 Tavix::GroupOptions GroupOptionsOf(const Asked& asked);
+/// Their names and defaults, as a signature has them.
+std::string OptionsText();
+std::string GroupOptionsText();
 /// How long a stream with these options may be silent; 0: not at all, who asks wants what is there; negative: for ever.
 std::chrono::milliseconds SilenceOf(const Asked& asked, const Tavix::GrabOptions& options);
 

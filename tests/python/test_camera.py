@@ -1,4 +1,5 @@
 import gc
+import inspect
 import os
 import re
 import subprocess
@@ -223,6 +224,37 @@ def test_a_feature_explains_itself(camera):
         assert not width.writable and width.why_not != ""
         with pytest.raises(tavix.AccessError):
             width.value = 32
+
+
+def test_signatures_are_told(camera):
+    grab = inspect.signature(tavix.Camera.grab).parameters
+    assert list(grab)[:3] == ["self", "count", "buffers"] and grab["timeout"].default == 5.0
+    assert list(inspect.signature(camera.grab).parameters) == list(grab)[1:]
+    assert inspect.signature(tavix.Camera.stream) == inspect.signature(tavix.Camera.grab)
+    for made in (tavix.Group.grab, tavix.Group.stream):
+        assert inspect.signature(made).parameters["by"].default == "host_time"
+    assert str(inspect.signature(tavix.Camera.grab_one)) == "(self, timeout=5.0)"
+    for kind in CLASSES:
+        for name, what in vars(kind).items():
+            if inspect.isroutine(what) and name not in vars(object) and name != "__next__":
+                inspect.signature(getattr(kind, name))
+
+
+def test_the_options_that_are_told_are_those_that_there_are(camera):
+    options = {name: one.default for name, one in inspect.signature(camera.grab).parameters.items() if name != "count"}
+    camera.grab(1, **options).close()
+    with tavix.group("8") as group:
+        parameters = inspect.signature(group.grab).parameters
+        group.grab(1, **{name: one.default for name, one in parameters.items() if name != "count"}).close()
+
+
+def test_errors_that_others_make_have_all_that_errors_have():
+    error = tavix.NotFound("made here")
+    assert error.feature == "" and list(error.suggestions) == []
+
+
+def test_the_package_tells_its_version():
+    assert re.fullmatch(r"\d+\.\d+\.\d+", tavix.__version__)
 
 
 def test_scalars_and_arrays_without_dimensions_are_values(camera):
