@@ -51,6 +51,13 @@ public:
         m_Belt->Release();
     }
 
+    /// 'running', 'ended' or 'closed'.
+    const char* Standing() const {
+        if (IsLeftToParent()) return "closed";
+        const WithoutLock unlocked;
+        return !m_Belt->Held() ? "closed" : m_Belt->HasEnded() ? "ended" : "running";
+    }
+
     /// What to do when nothing comes; nothing once closed.
     std::string Why() const {
         const WithoutLock unlocked;

@@ -104,6 +104,14 @@ public:
         stream.reset();
     }
 
+    /// 'running', 'ended' or 'closed'.
+    const char* Standing() const {
+        if (IsLeftToParent()) return "closed";
+        const WithoutLock unlocked;
+        const auto stream = Held();
+        return !stream ? "closed" : stream->HasEnded() ? "ended" : "running";
+    }
+
     /// Those of its end once closed.
     CountsOf<Source> Counts() const {
         const WithoutLock unlocked;

@@ -53,6 +53,22 @@ Tavix::Subscription OnChange(const Feature& feature, py::function callback) {
     return feature.OnChange(std::move(call));
 }
 
+// Of a camera that is closed no two are the same.
+const void* NodeOf(const Feature& feature) {
+    try {
+        return Unlocked([&] { return static_cast<const void*>(&feature.Node()); });
+    } catch (const Tavix::Error&) {
+        return nullptr;
+    }
+}
+
+bool IsSame(const Feature& left, const Feature& right) {
+    if (&left == &right) return true;
+    if (left.Name() != right.Name()) return false;
+    const void* const node = NodeOf(left);
+    return node && node == NodeOf(right);
+}
+
 } // namespace
 
 void BindFeature(py::module_& module) {
@@ -99,6 +115,8 @@ void BindFeature(py::module_& module) {
         .def("__call__", &Execute, py::arg("timeout") = py::none(), "As execute().")
         .def("on_change", &OnChange, py::arg("callback"),
              "Calls `callback(feature)` after each change, on the thread that caused it or one of the library.")
+        .def("__eq__", &IsSame, py::is_operator())
+        .def("__hash__", [](const Feature& f) { return std::hash<std::string>()(f.Name()); })
         .def("__repr__", [](const Feature& f) { return "<tavix.Feature " + f.Name() + ">"; });
 }
 

@@ -75,8 +75,15 @@ void BindSet(py::module_& module) {
         .def_readonly("is_complete", &SetDoor::isComplete, "Whether no image is missing.")
         .def("__len__", [](const SetDoor& set) { return set.images.size(); })
         .def("__iter__", [](const SetDoor& set) { return py::iter(set.images); })
-        .def("__getitem__", [](const SetDoor& set, const py::object& place) -> py::object {
-            return set.images.attr("__getitem__")(place);
+        .def("__getitem__",
+             [](const SetDoor& set, const py::object& place) -> py::object {
+                 return set.images.attr("__getitem__")(place);
+             })
+        .def("__repr__", [](const SetDoor& set) {
+            const auto missing = std::count_if(set.images.begin(), set.images.end(),
+                                               [](const py::handle& image) { return image.is_none(); });
+            return "<tavix.ImageSet of " + std::to_string(set.images.size()) + ", " +
+                   (missing == 0 ? "complete" : std::to_string(missing) + " missing") + ">";
         });
 }
 

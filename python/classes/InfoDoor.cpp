@@ -69,7 +69,8 @@ void BindEvent(py::module_& module) {
 void BindWatch(py::module_& module) {
     py::class_<Watch, Owned<Watch>>(module, "Watch",
                                     "Tells of cameras that come and go, for as long as it is kept and until end().")
-        .def("end", &Watch::End, "The callback is not called any more once this returns. Ending twice is harmless.");
+        .def("end", &Watch::End, "The callback is not called any more once this returns. Ending twice is harmless.")
+        .def("__repr__", [](const Watch& watch) { return watch.watch ? "<tavix.Watch>" : "<tavix.Watch, ended>"; });
     module.def("_watch", [](py::function callback) { return Owned<Watch>(new Watch(std::move(callback))); });
 }
 
@@ -90,6 +91,14 @@ void BindInfo(py::module_& module) {
             "access",
             [](const CameraInfo& info) { return kAccess[static_cast<int>(Errand([info] { return info.Access(); }))]; },
             "Asks whether it could be opened now: 'free', 'in use', 'not permitted', 'not reachable' or 'unknown'.")
+        .def(
+            "__eq__",
+            [](const CameraInfo& left, const CameraInfo& right) {
+                return left.path == right.path && left.guid == right.guid && left.serial == right.serial &&
+                       left.userName == right.userName;
+            },
+            py::is_operator())
+        .def("__hash__", [](const CameraInfo& info) { return std::hash<std::string>()(info.path); })
         .def("__repr__", [](const CameraInfo& info) { return "<tavix.CameraInfo " + info.friendlyName + ">"; });
     BindEvent(module);
     BindWatch(module);

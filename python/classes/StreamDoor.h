@@ -13,6 +13,7 @@
 #include <pybind11/stl.h>
 
 #include <memory>
+#include <string>
 
 namespace tavixpython {
 
@@ -53,6 +54,9 @@ void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
         .def("cancel", &Stream::Cancel, "Ends the stream from any thread; a wait that is going on ends.")
         .def("close", &Stream::Close, "Stops the camera. Closing twice is harmless; images live on.")
         .def_property_readonly("counts", &Stream::Counts, "Counts of delivered, lost and damaged images.");
+    type.def("__repr__", [full = "<tavix." + std::string(name) + ", "](const Stream& stream) {
+        return full + stream.Standing() + ">";
+    });
     DefineStep<Stream, &Advance<Source>>(type);
 }
 
@@ -75,6 +79,7 @@ void BindFeed(pybind11::module_& module, const char* name) {
                                    const double seconds = static_cast<double>(feed.Silence().count()) / 1000;
                                    return seconds < 0 ? py::object(py::none()) : py::object(py::float_(seconds));
                                })
+        .def_property_readonly("standing", &Fed::Standing)
         .def_property_readonly("why_silent", &Fed::Why)
         .def_property_readonly("counts", &Fed::Counts);
 }

@@ -11,6 +11,9 @@ class _AsyncItems:
         self._feed = feed
         self._waiting = {}  # by event loop, the futures of the tasks that wait in it
 
+    def __repr__(self):
+        return f"<tavix.{type(self).__name__}, {self._feed.standing}>"
+
     def __aiter__(self):
         return self
 

@@ -226,6 +226,38 @@ def test_a_feature_explains_itself(camera):
             width.value = 32
 
 
+def test_what_is_the_same_is_equal(camera):
+    listed, again = tavix.cameras(), tavix.cameras()
+    assert listed == again and listed[0] != listed[1] and set(listed) == set(again) and camera.info == listed[0]
+    assert listed[0] != "7"
+    width = camera.feature("Width")
+    assert width == camera.feature("Width") and width != camera.feature("Height") and width != 64
+    assert len({width, camera.feature("Width")}) == 1
+    with tavix.open("8") as other:
+        assert width != other.feature("Width")
+    camera.close()
+    assert width == width and hash(width) == hash(width)
+
+
+def test_all_show_themselves(camera):
+    with camera.grab(1) as stream:
+        assert repr(stream) == "<tavix.Stream, running>"
+        list(stream)
+        assert repr(stream) == "<tavix.Stream, ended>"
+    assert repr(stream) == "<tavix.Stream, closed>"
+    later = camera.stream()
+    assert repr(later) == "<tavix.AsyncStream, running>"
+    later.close()
+    assert repr(later) == "<tavix.AsyncStream, closed>"
+    assert repr(camera.on_removal(print)) == "<tavix.Subscription>"
+    watch = tavix.watch(lambda info, arrived: None)
+    assert repr(watch) == "<tavix.Watch>"
+    watch.end()
+    assert repr(watch) == "<tavix.Watch, ended>"
+    with tavix.group("8") as group, group.grab(1) as sets:
+        assert repr(next(sets)) == "<tavix.ImageSet of 1, complete>"
+
+
 def test_signatures_are_told(camera):
     grab = inspect.signature(tavix.Camera.grab).parameters
     assert list(grab)[:3] == ["self", "count", "buffers"] and grab["timeout"].default == 5.0
