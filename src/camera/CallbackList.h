@@ -1,6 +1,7 @@
 #pragma once
 // The callbacks of one occasion.
 
+#include "camera/CallbackScope.h"
 #include "camera/CameraLog.h"
 #include "camera/Failure.h"
 #include "core/Mutex.h"
@@ -67,6 +68,7 @@ public:
         if (!m_Gate.Enter()) return;
         Attempt("A callback of the application", [&] {
             const SignalsAsStarted guard;
+            const CallbackScope scope(this);
             m_Function(args...);
         });
         if (m_Gate.Leave()) LetGo();

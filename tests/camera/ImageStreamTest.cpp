@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <future>
+#include <optional>
 #include <thread>
 
 #include <pthread.h>
@@ -175,6 +177,53 @@ TEST(ImageStream, GivesWhatACallbackThrowsToWhoJoins) {
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::ImageStream stream = camera.Grab(Tavix::GrabOptions(), [](Tavix::Image) { throw std::logic_error("mine"); });
     EXPECT_EQ(ErrorOf<std::logic_error>([&] { stream.Join(); }), "mine");
+}
+
+TEST(ImageStream, LetsItsCallbackCloseTheCamera) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    int calls = 0;
+    Tavix::ImageStream stream = camera.Grab(Tavix::GrabOptions(), [&](const Tavix::Image& image) {
+        ++calls;
+        camera.Close();
+        EXPECT_TRUE(image.IsWhole()) << "images live on";
+    });
+    EXPECT_TRUE(stream.Join());
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(camera.IsOpen());
+    EXPECT_TRUE(Tavix::Camera::Open().Grab(1).Next()) << "it was given back";
+}
+
+TEST(ImageStream, LetsItsCallbackEndIt) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    std::optional<Tavix::ImageStream> stream;
+    std::promise<void> made, ended;
+    const auto kept = std::make_shared<int>(0);
+    stream.emplace(camera.Grab(Tavix::GrabOptions(), [&, kept, isMade = made.get_future().share()](Tavix::Image) {
+        isMade.wait();
+        EXPECT_EQ(++*kept, 1) << "the stream had ended";
+        stream.reset();
+        EXPECT_EQ(*kept, 1) << "what the callback holds stays until it returns";
+        ended.set_value();
+    }));
+    made.set_value();
+    ASSERT_EQ(ended.get_future().wait_for(20s), std::future_status::ready);
+    camera.Close(); // which waits until the stream has stopped
+    EXPECT_TRUE(Tavix::Camera::Open().Grab(1).Next());
+}
+
+TEST(ImageStream, CannotBeJoinedByItsCallback) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    std::optional<Tavix::ImageStream> stream;
+    std::promise<void> made;
+    stream.emplace(camera.Grab(Tavix::GrabOptions(), [&, isMade = made.get_future().share()](Tavix::Image) {
+        isMade.wait();
+        stream->Join();
+    }));
+    made.set_value();
+    EXPECT_THAT(ErrorOf<Tavix::StateError>([&] { stream->Join(); }), HasSubstr("cancel the stream"));
 }
 
 TEST(ImageStream, HandsOutTheNewestImageAndCountsTheOthers) {

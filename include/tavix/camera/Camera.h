@@ -39,7 +39,7 @@ public:
     Camera(Camera&&) noexcept;
     Camera& operator=(Camera&&) noexcept;
     /// Ends streams and callbacks, and waits for callbacks that run. Images live on. Called from a callback on an
-    /// event, a removal or a change, gives the camera back when that returns.
+    /// image, an event, a removal or a change, gives the camera back when that returns.
     ~Camera();
 
     /// As the destructor. Closing twice is harmless.

@@ -71,7 +71,8 @@ class TAVIX_CAMERA_API ImageStream {
 public:
     ImageStream(ImageStream&&) noexcept;
     ImageStream& operator=(ImageStream&&) noexcept;
-    /// Stops the camera and, with a callback, waits for one that runs.
+    /// Stops the camera and, with a callback, waits for one that runs. Called from that callback, waits for nothing: the
+    /// camera is stopped when it returns.
     ~ImageStream();
 
     /// The next image; empty when the stream has ended: all came, or Cancel. Timeout after GrabOptions::timeout of
@@ -84,7 +85,7 @@ public:
     /// Whether no further image will come: count reached, cancelled, or failed.
     bool HasEnded() const;
     /// With a callback: waits until the stream has ended, and throws what ended it unless that was count or Cancel.
-    /// False when the time is over before. Negative: as long as it takes.
+    /// False when the time is over before. Negative: as long as it takes. StateError in the callback itself.
     bool Join(std::chrono::milliseconds timeout = std::chrono::milliseconds(-1));
     GrabCounts Counts() const;
     /// What was wrong with the first image that came damaged, in words without a full stop; empty when none did.

@@ -1,5 +1,6 @@
 #include "camera/device/CameraCore.h"
 
+#include "camera/CallbackScope.h"
 #include "camera/stream/Acquisition.h"
 
 #include <tavix/camera/Error.h>
@@ -38,12 +39,15 @@ void CameraCore::Close() {
     {
         const MutexLock guard(m_Mutex);
         isAgain = std::exchange(m_IsClosed, true);
-        if (!isAgain) stream = m_Stream.lock();
+        stream = m_Stream.lock();
         watchers.swap(m_Watchers);
     }
-    if (isAgain) return m_Events.Stop(); // which a callback that has closed the camera cannot wait for
+    // A callback that closes the camera cannot wait for itself, so who closes it again does; but not one callback for
+    // another, which may wait for it.
+    if (isAgain && CallbackScope::IsInside()) return;
     if (stream) stream->Shutdown();
     m_Events.Stop();
+    if (isAgain) return;
     for (const Watcher& watcher : watchers)
         watcher.callback->End();
     m_RemovalCallbacks.EndAll();

@@ -1,5 +1,6 @@
 #include "camera/stream/Acquisition.h"
 
+#include "camera/CallbackScope.h"
 #include "camera/image/ChunkReader.h"
 
 #include <tavix/Device.h>
@@ -111,12 +112,16 @@ void Acquisition::StopRun() {
 
 void Acquisition::Shutdown() {
     Cancel();
-    if (m_Reopener.load() == std::this_thread::get_id()) return;
+    if (IsInCallback()) return;
     const MutexLock inside(m_Inside);
     m_IsRunning = false;
     StopRun();
     if (m_IsAttached) m_Core->Detach(*this);
     m_IsAttached = false;
+}
+
+bool Acquisition::IsInCallback() const {
+    return CallbackScope::IsInside(this);
 }
 
 void Acquisition::Cancel() noexcept {

@@ -14,7 +14,6 @@
 #include <chrono>
 #include <memory>
 #include <optional>
-#include <thread>
 
 namespace Tavix::detail {
 
@@ -53,9 +52,11 @@ public:
     bool IsCancelled() const { return m_IsCancelled; }
     /// False once it has stopped for good.
     bool IsRunning() const { return m_IsRunning; }
-    /// Stops the camera, once nobody is inside Take. Called from there, by a callback on the camera's return, only
-    /// cancels: Take comes back by itself.
+    /// Stops the camera, once nobody is inside Take. Called by a callback on an image or on the camera's return, only
+    /// cancels: Take comes back by itself, and whoever called it stops the camera.
     void Shutdown();
+    /// Whether the calling thread is inside such a callback.
+    bool IsInCallback() const;
     GrabCounts Counts() const { return m_Counters.Read(); }
     std::string FirstDefect() const { return m_Counters.FirstDefect(); }
     std::string WhySilent() const;
@@ -100,7 +101,6 @@ private:
     const GrabOptions m_Options;
     const WaitObjectEx m_Alarm = WaitObjectEx::Create(/*manualReset=*/true);
     std::atomic<bool> m_IsCancelled{false}, m_IsRunning{false};
-    std::atomic<std::thread::id> m_Reopener{}; // who is inside Reopen; a thread compares it with itself
     StreamCounters m_Counters;
 
     std::function<void(Image)> m_Receiver; // constant once started; may be empty

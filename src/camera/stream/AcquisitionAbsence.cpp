@@ -1,4 +1,5 @@
 // A camera that is away, and images on their way out.
+#include "camera/CallbackScope.h"
 #include "camera/stream/Acquisition.h"
 
 #include <tavix/camera/Error.h>
@@ -15,12 +16,7 @@ constexpr std::chrono::milliseconds kSeekStep{100};
 } // namespace
 
 bool Acquisition::Reopen() {
-    struct Mark {
-        std::atomic<std::thread::id>& id;
-        explicit Mark(std::atomic<std::thread::id>& place) : id(place) { id = std::this_thread::get_id(); }
-        ~Mark() { id = std::thread::id(); }
-    };
-    const Mark mark(m_Reopener);
+    const CallbackScope scope(this);
     return m_Core->TryReopen();
 }
 

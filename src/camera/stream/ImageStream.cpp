@@ -8,11 +8,11 @@ namespace Tavix {
 /// With a thread, the thread takes the images, and the application gets them from it.
 struct TAVIX_HIDDEN ImageStream::Impl {
     std::shared_ptr<detail::Acquisition> acquisition;
-    std::unique_ptr<detail::StreamThread> thread; // null where the application's thread takes the images itself
+    std::shared_ptr<detail::StreamThread> thread; // null where the application's thread takes the images itself
 
     ~Impl() {
-        acquisition->Cancel();
-        thread.reset();
+        if (!acquisition) return;
+        if (thread) thread->End();
         acquisition->Shutdown();
     }
 
@@ -45,7 +45,7 @@ ImageStream ImageStream::Begin(std::shared_ptr<detail::CameraCore> core, const G
     auto impl = std::make_unique<Impl>();
     impl->acquisition = std::make_shared<detail::Acquisition>(std::move(core), options);
     if (callback || options.newestOnly) {
-        impl->thread = std::make_unique<detail::StreamThread>(impl->acquisition, std::move(callback));
+        impl->thread = detail::StreamThread::Start(impl->acquisition, std::move(callback));
     } else {
         impl->acquisition->Start({});
     }

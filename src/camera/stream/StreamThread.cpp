@@ -1,4 +1,6 @@
 #include "camera/stream/StreamThread.h"
+
+#include "camera/CallbackScope.h"
 #include "core/Threads.h"
 
 #include <tavix/camera/Error.h>
@@ -11,20 +13,30 @@ namespace Tavix::detail {
 StreamThread::StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback)
     : m_Acquisition(std::move(acquisition)), m_Callback(std::move(callback)),
       m_Left(m_Acquisition->Options().count > 0 ? m_Acquisition->Options().count
-                                                : std::numeric_limits<std::uint64_t>::max()) {
-    m_Acquisition->Start(m_Callback ? [this](Image image) { Receive(std::move(image)); }
-                                    : std::function<void(Image)>());
+                                                : std::numeric_limits<std::uint64_t>::max()) {}
+
+std::shared_ptr<StreamThread> StreamThread::Start(std::shared_ptr<Acquisition> acquisition,
+                                                  std::function<void(Image)> callback) {
+    const std::shared_ptr<StreamThread> self(new StreamThread(std::move(acquisition), std::move(callback)));
+    // The acquisition calls nobody once Run has stopped it, which is before the thread lets its share go.
+    const auto receive = [raw = self.get()](Image image) { raw->Receive(std::move(image)); };
+    self->m_Acquisition->Start(self->m_Callback ? receive : std::function<void(Image)>());
     try {
-        m_Thread = StartThread([this] { Run(); });
+        self->m_Thread = StartThread([self] { self->Run(); });
     } catch (...) {
-        m_Acquisition->Shutdown(); // or it would call who is not there
+        self->m_Acquisition->Shutdown(); // or it would call who is not there
         throw;
     }
+    return self;
 }
 
-StreamThread::~StreamThread() {
+void StreamThread::End() {
     m_Acquisition->Cancel();
-    m_Thread.join();
+    if (m_Acquisition->IsInCallback()) {
+        m_Thread.detach();
+    } else {
+        m_Thread.join();
+    }
 }
 
 void StreamThread::Run() {
@@ -60,6 +72,7 @@ void StreamThread::Fail(std::exception_ptr failure) {
     try {
         m_Acquisition->HandOut(image);
         const SignalsAsStarted guard;
+        const CallbackScope scope(m_Acquisition.get());
         m_Callback(std::move(image));
     } catch (...) {
         Fail(std::current_exception());
@@ -108,6 +121,8 @@ Image StreamThread::Take(const Deadline& deadline) {
 }
 
 bool StreamThread::Join(const Deadline& deadline) {
+    if (m_Acquisition->IsInCallback())
+        throw StateError("a callback cannot wait for the end of its own stream; cancel the stream and return");
     MutexLock guard(m_Mutex);
     while (!m_HasEnded)
         if (!Wait(guard, deadline)) break;

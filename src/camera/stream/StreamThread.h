@@ -14,20 +14,23 @@ namespace Tavix::detail {
 /// Calls for each image, or keeps the newest one for who asks. Ends with the acquisition. Thread-safe.
 class StreamThread {
 public:
-    /// Starts the acquisition. Without a callback it keeps the newest image.
-    StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback);
-    /// Cancels the acquisition and waits for a callback that runs.
-    ~StreamThread();
+    /// Starts the acquisition. Without a callback it keeps the newest image. End must follow.
+    static std::shared_ptr<StreamThread> Start(std::shared_ptr<Acquisition> acquisition,
+                                               std::function<void(Image)> callback);
     StreamThread(const StreamThread&) = delete;
     StreamThread& operator=(const StreamThread&) = delete;
 
+    /// Cancels the acquisition and waits for a callback that runs. Called by that callback, it waits for nothing: the
+    /// thread, to which all of it belongs then, ends when the callback has returned. Once.
+    void End();
     /// The newest image, handed out; empty when the stream has ended or the time is over. Throws what ended it.
     Image Take(const Deadline& deadline);
-    /// False when the time is over. Throws what ended the stream, once.
+    /// False when the time is over. Throws what ended the stream, once. StateError in its callback.
     bool Join(const Deadline& deadline);
     bool HasEnded() const;
 
 private:
+    StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback);
     void Run();
     void Receive(Image image) noexcept;
     void Fail(std::exception_ptr failure);
