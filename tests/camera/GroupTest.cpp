@@ -139,4 +139,17 @@ TEST(Group, TimesOutWhenNobodySendsAnything) {
     EXPECT_TRUE(stream.Next().images.empty());
 }
 
+TEST(Group, SaysOfAStreamThatWasMovedAwayThatItWas) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    Tavix::GroupStream from = group.Grab();
+    Tavix::GroupStream to = std::move(from);
+    from.Cancel();
+    ErrorOf<Tavix::StateError>([&] { from.Next(); });
+    ErrorOf<Tavix::StateError>([&] { from.Wait(1ms); });
+    ErrorOf<Tavix::StateError>([&] { from.HasEnded(); });
+    ErrorOf<Tavix::StateError>([&] { from.Counts(); });
+    EXPECT_FALSE(to.HasEnded());
+}
+
 } // namespace

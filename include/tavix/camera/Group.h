@@ -31,7 +31,8 @@ struct GroupOptions {
     std::chrono::milliseconds setTimeout{500};
 };
 
-/// Sets of images. Next and Wait are for one thread at a time, Cancel is thread-safe.
+/// Sets of images. Next and Wait are for one thread at a time, Cancel is thread-safe. A moved-from one throws
+/// StateError.
 class TAVIX_CAMERA_API GroupStream {
 public:
     GroupStream(GroupStream&&) noexcept;
@@ -52,6 +53,7 @@ private:
     friend class Group;
     struct Impl;
     explicit GroupStream(std::unique_ptr<Impl> impl);
+    Impl& Checked() const;
 
     std::unique_ptr<Impl> m_Impl;
 };

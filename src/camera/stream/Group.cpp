@@ -111,8 +111,13 @@ GroupStream::GroupStream(GroupStream&&) noexcept = default;
 GroupStream& GroupStream::operator=(GroupStream&&) noexcept = default;
 GroupStream::~GroupStream() = default;
 
+GroupStream::Impl& GroupStream::Checked() const {
+    if (!m_Impl) throw StateError("the stream was moved away");
+    return *m_Impl;
+}
+
 ImageSet GroupStream::Next() {
-    const std::chrono::milliseconds timeout = m_Impl->options.grab.timeout;
+    const std::chrono::milliseconds timeout = Checked().options.grab.timeout;
     ImageSet set = m_Impl->Take(timeout.count() == 0 ? detail::Deadline() : detail::DeadlineIn(timeout));
     if (set.images.empty() && !HasEnded())
         throw Timeout("none of the cameras sent an image for " + std::to_string(timeout.count()) + " ms");
@@ -120,21 +125,21 @@ ImageSet GroupStream::Next() {
 }
 
 ImageSet GroupStream::Wait(std::chrono::milliseconds timeout) {
-    return m_Impl->Take(detail::DeadlineIn(timeout));
+    return Checked().Take(detail::DeadlineIn(timeout));
 }
 
 void GroupStream::Cancel() noexcept {
-    m_Impl->Cancel();
+    if (m_Impl) m_Impl->Cancel();
 }
 
 bool GroupStream::HasEnded() const {
-    const MutexLock guard(m_Impl->mutex);
+    const MutexLock guard(Checked().mutex);
     return m_Impl->IsOver();
 }
 
 std::vector<GrabCounts> GroupStream::Counts() const {
     std::vector<GrabCounts> counts;
-    for (const Impl::Member& member : m_Impl->members)
+    for (const Impl::Member& member : Checked().members)
         counts.push_back(member.stream.Counts());
     return counts;
 }
