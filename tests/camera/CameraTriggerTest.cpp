@@ -93,4 +93,29 @@ TEST(GrabOne, TimesOutWhenNobodyTriggers) {
     EXPECT_THAT(ErrorOf<Tavix::Timeout>([&] { camera.GrabOne(10ms); }), HasSubstr("10 ms"));
 }
 
+TEST(GrabOne, TakesTimesThatAreBeyondTheClockOrForEver) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    for (const std::chrono::milliseconds time : {std::chrono::milliseconds::max(), std::chrono::milliseconds(-1)}) {
+        EXPECT_TRUE(camera.GrabOne(time));
+        camera["TriggerSource"] = "Software";
+        camera["TriggerMode"] = "On";
+        EXPECT_TRUE(camera.GrabOne(time));
+        camera["TriggerMode"] = "Off";
+    }
+}
+
+TEST(Trigger, TakesTimesThatAreBeyondTheClockOrForEver) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerSource"] = "Software";
+    camera["TriggerMode"] = "On";
+    Tavix::ImageStream stream = camera.Grab();
+    for (const std::chrono::milliseconds time : {std::chrono::milliseconds::max(), std::chrono::milliseconds(-1)}) {
+        camera.Trigger(time); // at once after the image before, and so too early
+        EXPECT_TRUE(stream.Wait(time));
+    }
+    camera["TriggerSoftware"].Execute(std::chrono::milliseconds::max());
+}
+
 } // namespace

@@ -139,6 +139,19 @@ TEST(Group, TimesOutWhenNobodySendsAnything) {
     EXPECT_TRUE(stream.Next().images.empty());
 }
 
+TEST(Group, TakesTimesThatAreBeyondTheClockOrForEver) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    for (const std::chrono::milliseconds time : {std::chrono::milliseconds::max(), std::chrono::milliseconds(-1)}) {
+        Tavix::GroupOptions options = Triggered();
+        options.setTimeout = options.grab.timeout = options.grab.reconnect = time;
+        Tavix::GroupStream stream = group.Grab(options);
+        group.Trigger(time);
+        EXPECT_TRUE(stream.Wait(time).IsComplete());
+    }
+}
+
 TEST(Group, SaysOfAStreamThatWasMovedAwayThatItWas) {
     VirtualBus bus(kThree);
     Tavix::Group group = Tavix::Group::Open();

@@ -179,6 +179,21 @@ TEST(ImageStream, GivesWhatACallbackThrowsToWhoJoins) {
     EXPECT_EQ(ErrorOf<std::logic_error>([&] { stream.Join(); }), "mine");
 }
 
+TEST(ImageStream, TakesTimesThatAreBeyondTheClock) {
+
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.timeout = options.reconnect = std::chrono::milliseconds::max();
+    options.count = 2;
+    {
+        Tavix::ImageStream stream = camera.Grab(options);
+        EXPECT_TRUE(stream.Next());
+        EXPECT_TRUE(stream.Wait(std::chrono::milliseconds::max()));
+    }
+    EXPECT_TRUE(camera.Grab(options, [](Tavix::Image) {}).Join(std::chrono::milliseconds::max()));
+}
+
 TEST(ImageStream, LetsItsCallbackCloseTheCamera) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();

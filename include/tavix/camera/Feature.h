@@ -85,7 +85,8 @@ public:
         }
     }
 
-    /// Executes a command and waits until it is done. Timeout when it is not by then. DeviceReset is done when the
+    /// Executes a command and waits until it is done. Timeout when it is not by then; a negative time is as long as it
+    /// takes. DeviceReset is done when the
     /// camera has gone, which is no Removed.
     void Execute(std::chrono::milliseconds timeout = kCommandTimeout) const;
     /// The parts of Execute(), for those who look at something else meanwhile: starts a command; whether it is done

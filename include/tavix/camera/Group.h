@@ -27,7 +27,8 @@ struct GroupOptions {
     GroupBy by = GroupBy::HostTime;
     /// Images whose moments are at most so far apart belong together. Less than half a frame period.
     std::chrono::nanoseconds tolerance{5'000'000};
-    /// How long a set that is not complete waits for its missing images after its first one.
+    /// How long a set that is not complete waits for its missing images after its first one. Negative:
+    /// as long as it takes.
     std::chrono::milliseconds setTimeout{500};
 };
 

@@ -39,7 +39,7 @@ struct GrabOptions {
     bool newestOnly = false;
     /// Hands out damaged images as well, see Image::IsWhole.
     bool incomplete = false;
-    /// Longest silence that a loop or Next() endures; 0: any.
+    /// Longest silence that a loop or Next() endures; 0 or negative: any.
     std::chrono::milliseconds timeout{5000};
     /// How long to wait for a camera that was unplugged; 0: not at all, negative: for ever.
     std::chrono::milliseconds reconnect{0};
@@ -71,8 +71,8 @@ class TAVIX_CAMERA_API ImageStream {
 public:
     ImageStream(ImageStream&&) noexcept;
     ImageStream& operator=(ImageStream&&) noexcept;
-    /// Stops the camera and, with a callback, waits for one that runs. Called from that callback, waits for nothing: the
-    /// camera is stopped when it returns.
+    /// Stops the camera and, with a callback, waits for one that runs. Called from that callback, waits for nothing:
+    /// the camera is stopped when it returns.
     ~ImageStream();
 
     /// The next image; empty when the stream has ended: all came, or Cancel. Timeout after GrabOptions::timeout of

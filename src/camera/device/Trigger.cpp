@@ -1,6 +1,7 @@
 #include "camera/device/Trigger.h"
 
 #include "camera/device/CameraCore.h"
+#include "camera/time/Deadline.h"
 
 #include <tavix/camera/Camera.h>
 
@@ -50,26 +51,26 @@ std::chrono::nanoseconds StatedPeriod(FeatureSource& camera) {
     for (const char* name : {"ResultingFrameRate", "AcquisitionResultingFrameRate", "AcquisitionFrameRate"}) {
         if (!Has(camera, name) || !camera.Make(name).IsReadable()) continue;
         const double rate = camera.Make(name).Float();
-        if (rate > 0) return std::chrono::nanoseconds(static_cast<std::int64_t>(1e9 / rate));
+        if (rate > 0) return std::chrono::nanoseconds(static_cast<std::int64_t>(std::min(1e9 / rate, 1e18)));
     }
     return {};
 }
 
 /// Closing the camera ends the wait.
-bool AwaitTurn(FeatureSource& camera, Clock::time_point turn, Clock::time_point deadline) {
+bool AwaitTurn(FeatureSource& camera, Clock::time_point turn, const Deadline& deadline) {
     constexpr std::chrono::milliseconds kGlance{50};
-    const Clock::time_point end = std::min(turn, deadline);
+    const Clock::time_point end = deadline ? std::min(turn, *deadline) : turn;
     for (auto now = Clock::now(); now < end; now = Clock::now()) {
         camera.Hold();
         std::this_thread::sleep_until(std::min(end, now + kGlance));
     }
-    return turn <= deadline;
+    return end == turn;
 }
 
-bool AwaitReadiness(FeatureSource& camera, Clock::time_point deadline) {
+bool AwaitReadiness(FeatureSource& camera, const Deadline& deadline) {
     const Feature status = camera.Make("AcquisitionStatus");
     while (!status.Bool()) {
-        if (Clock::now() >= deadline) return false;
+        if (IsOver(deadline)) return false;
         std::this_thread::sleep_for(kStep);
     }
     return true;
@@ -87,7 +88,7 @@ bool AwaitTrigger(FeatureSource& camera, const TriggerClock& clock, std::chrono:
                           "Software",
                           "TriggerSoftware");
     }
-    const Clock::time_point deadline = Clock::now() + timeout;
+    const Deadline deadline = DeadlineIn(timeout);
     return TellsReadiness(camera) ? AwaitReadiness(camera, deadline)
                                   : AwaitTurn(camera, clock.Last() + StatedPeriod(camera), deadline);
 }
@@ -126,16 +127,14 @@ void Camera::FireTrigger() {
 }
 
 Image Camera::GrabOne(std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const detail::Deadline deadline = detail::DeadlineIn(timeout);
     GrabOptions options;
     options.count = 1;
     options.buffers = 2;
     const bool isTriggered = detail::WaitsForSoftware(Checked());
     ImageStream stream = Grab(options);
     if (isTriggered) Trigger(timeout);
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    Image image = stream.Wait(std::max(left, std::chrono::milliseconds(0)));
+    Image image = stream.Wait(detail::TimeLeft(deadline));
     if (image) return image;
     m_Core->Hold(); // closed meanwhile, that is the reason
     throw Timeout("no image came within " + std::to_string(timeout.count()) + " ms");

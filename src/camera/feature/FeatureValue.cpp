@@ -1,6 +1,7 @@
 // Reading and writing the value of a feature.
 #include "camera/Failure.h"
 #include "camera/feature/NodeAccess.h"
+#include "camera/time/Deadline.h"
 #include "core/Printable.h"
 
 #include <algorithm>
@@ -195,9 +196,9 @@ void Feature::Start() const {
 }
 
 bool Feature::AwaitDone(std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const detail::Deadline deadline = detail::DeadlineIn(timeout);
     while (!IsDone()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
+        if (detail::IsOver(deadline)) return false;
         std::this_thread::sleep_for(kCommandStep);
     }
     return true;

@@ -22,10 +22,6 @@ unsigned int MillisecondsUntil(const Deadline& deadline) {
     return static_cast<unsigned int>(std::clamp<std::int64_t>(left, 0, WaitObject::waitForever - 1));
 }
 
-bool IsOver(const Deadline& deadline) {
-    return deadline && Clock::now() >= *deadline;
-}
-
 /// The failures of a camera that has gone may come before the notice of it.
 bool IsExplainedByRemoval(const std::exception& failure, const OpenDevice* device) {
     if (!device) return dynamic_cast<const Removed*>(&failure) != nullptr;
@@ -34,11 +30,6 @@ bool IsExplainedByRemoval(const std::exception& failure, const OpenDevice* devic
 }
 
 } // namespace
-
-Deadline DeadlineIn(std::chrono::milliseconds time) {
-    if (time.count() < 0) return {};
-    return Clock::now() + time;
-}
 
 Acquisition::Acquisition(std::shared_ptr<CameraCore> core, const GrabOptions& options)
     : m_Core(std::move(core)), m_Options(options) {}
@@ -213,7 +204,7 @@ Image Acquisition::TakeResult() {
 
 bool Acquisition::Await(const Deadline& deadline) {
     if (!m_Run->session.HasSink() && !m_Run->feed.SetBell()) return true;
-    return m_Events.WaitForAny(MillisecondsUntil(deadline));
+    return m_Events.WaitForAny(MillisecondsUntil(deadline)) || !IsOver(deadline);
 }
 
 void Acquisition::OnFailure(const std::exception& failure) {

@@ -7,6 +7,7 @@
 #include "camera/stream/ImageIntake.h"
 #include "camera/stream/ImageNumbers.h"
 #include "camera/stream/StreamCounters.h"
+#include "camera/time/Deadline.h"
 #include "core/Mutex.h"
 #include "tavix/StreamCallback.h"
 
@@ -16,11 +17,6 @@
 #include <optional>
 
 namespace Tavix::detail {
-
-/// The moment until which somebody waits; none: for ever.
-using Deadline = std::optional<std::chrono::steady_clock::time_point>;
-/// A negative time is for ever.
-Deadline DeadlineIn(std::chrono::milliseconds time);
 
 /// Takes images from one camera. Take and HandOut are for one thread each; the rest is thread-safe.
 ///

@@ -34,8 +34,7 @@ void Acquisition::SeekCamera(const Deadline& deadline) {
         StopRun();
         m_Core->LetGo();
     }
-    const auto away = Clock::now() - m_AwaySince;
-    if (m_Options.reconnect.count() > 0 && away >= m_Options.reconnect) {
+    if (m_Options.reconnect.count() > 0 && IsOver(DeadlineAfter(m_AwaySince, m_Options.reconnect))) {
         m_IsAway = false;
         m_IsRunning = false;
         throw Removed(m_Core->Info().friendlyName + " is unplugged and did not come back within " +

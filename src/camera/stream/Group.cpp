@@ -180,12 +180,9 @@ GroupStream Group::Grab(const GroupOptions& options) {
 }
 
 bool Group::AwaitTrigger(std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    return std::all_of(m_Cameras.begin(), m_Cameras.end(), [&](const Camera& camera) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        return camera.AwaitTrigger(std::max(left, std::chrono::milliseconds(0)));
-    });
+    const detail::Deadline deadline = detail::DeadlineIn(timeout);
+    return std::all_of(m_Cameras.begin(), m_Cameras.end(),
+                       [&](const Camera& camera) { return camera.AwaitTrigger(detail::TimeLeft(deadline)); });
 }
 
 void Group::FireTrigger() {

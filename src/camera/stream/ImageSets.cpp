@@ -1,5 +1,7 @@
 #include "camera/stream/ImageSets.h"
 
+#include "camera/time/Deadline.h"
+
 #include <algorithm>
 
 namespace Tavix {
@@ -42,20 +44,22 @@ const ImageSets::Waiting* ImageSets::Oldest() const {
 }
 
 bool ImageSets::Belongs(const Waiting& one, const Waiting& oldest) const {
-    const std::int64_t reach = m_Options.by == GroupBy::BlockId ? 0 : m_Options.tolerance.count();
+    const std::int64_t reach =
+        m_Options.by == GroupBy::BlockId ? 0 : std::max<std::int64_t>(m_Options.tolerance.count(), 0);
     return one.key - oldest.key <= reach;
 }
 
 std::optional<ImageSets::Time> ImageSets::NextDecision() const {
     const Waiting* oldest = Oldest();
     if (!oldest) return {};
-    return oldest->since + m_Options.setTimeout;
+    return DeadlineAfter(oldest->since, m_Options.setTimeout);
 }
 
 std::optional<ImageSet> ImageSets::Take(Time now) {
     const Waiting* oldest = Oldest();
     if (!oldest) return {};
-    const bool isOverdue = now >= oldest->since + m_Options.setTimeout;
+    const Deadline end = DeadlineAfter(oldest->since, m_Options.setTimeout);
+    const bool isOverdue = end && now >= *end;
     const bool mustWait = std::any_of(m_Members.begin(), m_Members.end(), [&](const Member& member) {
         return member.images.empty() && !member.end && !isOverdue;
     });
