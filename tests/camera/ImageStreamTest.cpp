@@ -257,6 +257,47 @@ TEST(ImageStream, HandsOutTheNewestImageAndCountsTheOthers) {
     EXPECT_EQ(next.BlockId(), first.BlockId() + next.MissedBefore() + 1);
 }
 
+TEST(ImageStream, CallsWithTheNewestImageOnceTheCallbackHasReturned) {
+    VirtualBus bus(kPaced);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.newestOnly = true;
+    options.count = 2;
+    std::optional<Tavix::ImageStream> stream;
+    std::promise<void> made;
+    std::uint64_t missed = 0;
+    stream.emplace(camera.Grab(options, [&, isMade = made.get_future().share()](const Tavix::Image& image) {
+        isMade.wait();
+        missed = image.MissedBefore();
+        const std::uint64_t before = stream->Counts().dropped;
+        const auto end = std::chrono::steady_clock::now() + 20s;
+        while (stream->Counts().dropped < before + 20 && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+    }));
+    made.set_value();
+    EXPECT_TRUE(stream->Join());
+    EXPECT_GE(missed, 20U);
+    EXPECT_EQ(stream->Counts().delivered, 2U);
+}
+
+TEST(ImageStream, LetsItsCallbackOfNewestImagesEndIt) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.newestOnly = true;
+    std::optional<Tavix::ImageStream> stream;
+    std::promise<void> made, ended;
+    stream.emplace(camera.Grab(options, [&, isMade = made.get_future().share()](Tavix::Image) {
+        isMade.wait();
+        stream.reset();
+        ended.set_value();
+    }));
+    made.set_value();
+    ASSERT_EQ(ended.get_future().wait_for(20s), std::future_status::ready);
+    camera.Close();
+    EXPECT_TRUE(Tavix::Camera::Open().Grab(1).Next());
+}
+
 TEST(ImageStream, TellsOfImagesThatNeverCame) {
     VirtualBus bus(R"([{"sensorWidth": 64, "sensorHeight": 64, "frameRateEnable": false,
                         "faults": {"stream": [{"fault": "IdGap", "frame": 3, "value": 2}]}}])");

@@ -35,7 +35,8 @@ struct GrabOptions {
     /// Further memory, in bytes, for images that the application keeps. Beyond it the stream waits until one is given
     /// back, and what the camera sends meanwhile is lost and counted.
     std::size_t keepBudget = std::size_t(512) << 20;
-    /// Hands out the newest image and drops those that waited behind it.
+    /// Hands out the newest image and drops those that waited behind it; in a group, the newest set. A callback is then
+    /// called on a thread of the stream's own.
     bool newestOnly = false;
     /// Hands out damaged images as well, see Image::IsWhole.
     bool incomplete = false;

@@ -12,6 +12,7 @@ namespace Tavix::detail {
 
 StreamThread::StreamThread(std::shared_ptr<Acquisition> acquisition, std::function<void(Image)> callback)
     : m_Acquisition(std::move(acquisition)), m_Callback(std::move(callback)),
+      m_KeepsNewest(!m_Callback || m_Acquisition->Options().newestOnly),
       m_Left(m_Acquisition->Options().count > 0 ? m_Acquisition->Options().count
                                                 : std::numeric_limits<std::uint64_t>::max()) {}
 
@@ -20,11 +21,17 @@ std::shared_ptr<StreamThread> StreamThread::Start(std::shared_ptr<Acquisition> a
     const std::shared_ptr<StreamThread> self(new StreamThread(std::move(acquisition), std::move(callback)));
     // The acquisition calls nobody once Run has stopped it, which is before the thread lets its share go.
     const auto receive = [raw = self.get()](Image image) { raw->Receive(std::move(image)); };
-    self->m_Acquisition->Start(self->m_Callback ? receive : std::function<void(Image)>());
+    self->m_Acquisition->Start(self->m_KeepsNewest ? std::function<void(Image)>() : receive);
     try {
         self->m_Thread = StartThread([self] { self->Run(); });
+        if (self->m_KeepsNewest && self->m_Callback) {
+            const MutexLock guard(self->m_Mutex);
+            self->m_Caller = StartThread([self] { self->CallWithNewest(); });
+            self->m_IsCalling = true;
+        }
     } catch (...) {
         self->m_Acquisition->Shutdown(); // or it would call who is not there
+        if (self->m_Thread.joinable()) self->m_Thread.join();
         throw;
     }
     return self;
@@ -32,10 +39,14 @@ std::shared_ptr<StreamThread> StreamThread::Start(std::shared_ptr<Acquisition> a
 
 void StreamThread::End() {
     m_Acquisition->Cancel();
-    if (m_Acquisition->IsInCallback()) {
-        m_Thread.detach();
-    } else {
-        m_Thread.join();
+    const bool isInCallback = m_Acquisition->IsInCallback();
+    for (std::thread* thread : {&m_Thread, &m_Caller}) {
+        if (!thread->joinable()) continue;
+        if (isInCallback) {
+            thread->detach();
+        } else {
+            thread->join();
+        }
     }
 }
 
@@ -69,22 +80,44 @@ void StreamThread::Fail(std::exception_ptr failure) {
 }
 
 [[gnu::hot]] void StreamThread::Receive(Image image) noexcept {
-    try {
-        m_Acquisition->HandOut(image);
-        const SignalsAsStarted guard;
-        const CallbackScope scope(m_Acquisition.get());
-        m_Callback(std::move(image));
-    } catch (...) {
-        Fail(std::current_exception());
-        m_Acquisition->Cancel();
-        return;
-    }
+    m_Acquisition->HandOut(image);
+    if (!Call(std::move(image))) return;
     const MutexLock guard(m_Mutex);
     if (--m_Left == 0) m_Acquisition->Cancel();
 }
 
+[[gnu::hot]] bool StreamThread::Call(Image image) noexcept {
+    try {
+        const CallbackScope scope(m_Acquisition.get());
+        const SignalsAsStarted guard;
+        m_Callback(std::move(image));
+        return true;
+    } catch (...) {
+        Fail(std::current_exception());
+        m_Acquisition->Cancel();
+        return false;
+    }
+}
+
+void StreamThread::CallWithNewest() noexcept {
+    MutexLock guard(m_Mutex);
+    for (;;) {
+        while (!m_Newest && !m_HasEnded)
+            guard.Wait(m_Changed);
+        if (!m_Newest || m_Acquisition->IsCancelled()) break;
+        Image image = std::move(m_Newest);
+        m_Acquisition->HandOut(image); // under the lock, since the other thread drops
+        guard.Unlock();
+        Call(std::move(image));
+        guard.Lock();
+        if (--m_Left == 0) m_Acquisition->Cancel();
+    }
+    m_IsCalling = false;
+    m_Changed.notify_all();
+}
+
 void StreamThread::Deliver(Image image) {
-    if (m_Callback) return Receive(std::move(image));
+    if (!m_KeepsNewest) return Receive(std::move(image));
     const MutexLock guard(m_Mutex);
     if (m_Newest) m_Acquisition->Drop(std::move(m_Newest));
     m_Newest = std::move(image);
@@ -124,9 +157,9 @@ bool StreamThread::Join(const Deadline& deadline) {
     if (m_Acquisition->IsInCallback())
         throw StateError("a callback cannot wait for the end of its own stream; cancel the stream and return");
     MutexLock guard(m_Mutex);
-    while (!m_HasEnded)
+    while (!m_HasEnded || m_IsCalling)
         if (!Wait(guard, deadline)) break;
-    if (!m_HasEnded) return false;
+    if (!m_HasEnded || m_IsCalling) return false;
     RethrowFailure();
     return true;
 }
