@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 namespace {
 
 using namespace cameratest;
@@ -111,6 +113,42 @@ TEST(Group, TellsOfACameraThatIsGone) {
     while (set.gaps[1].find("unplugged") == std::string::npos)
         set = stream.Next();
     EXPECT_TRUE(stream.Next().images[0]);
+}
+
+TEST(Group, HasCompleteSetsByBlockIdAgainOnceACameraIsBack) {
+    VirtualBus bus(R"([{"serial": "1", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100},
+                       {"serial": "2", "sensorWidth": 64, "sensorHeight": 64, "frameRate": 100,
+                        "faults": {"stream": [{"fault": "Unplug", "frame": 3, "value": 10}], "replugAfterMs": 20}}])");
+    Tavix::Group group = Tavix::Group::Open();
+    Tavix::GroupOptions options = Triggered();
+    options.grab.reconnect = 20s;
+    options.tolerance = 5ms; // half a period: each image has another one of its moment
+    Tavix::GroupStream stream = group.Grab(options);
+    Tavix::ImageSet set = stream.Next();
+    for (int returns = 0; returns == 0 || !set.IsComplete(); set = stream.Next()) {
+        ASSERT_FALSE(set.images.empty());
+        returns = static_cast<int>(stream.Counts()[1].reconnects);
+    }
+    EXPECT_LT(set.images[1].BlockId(), set.images[0].BlockId());
+}
+
+TEST(Group, HandsOutTheNewestSetIfAskedFor) {
+    VirtualBus bus(kThree);
+    Tavix::Group group = Tavix::Group::Open();
+    AwaitSoftware(group);
+    Tavix::GroupOptions options = Triggered();
+    options.grab.newestOnly = true;
+    Tavix::GroupStream stream = group.Grab(options);
+    for (int i = 0; i < 3; ++i)
+        group.Trigger();
+    while (stream.Counts()[2].dropped < 2)
+        std::this_thread::yield();
+    const Tavix::ImageSet set = stream.Next();
+    ASSERT_TRUE(set.IsComplete());
+    for (const Tavix::Image& image : set.images) {
+        EXPECT_EQ(image.BlockId(), 2U);
+        EXPECT_EQ(image.Number(), 0U);
+    }
 }
 
 TEST(Group, EndsAfterAsManySetsAsAreAskedFor) {

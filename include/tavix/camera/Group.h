@@ -25,7 +25,8 @@ enum class GroupBy { HostTime, BlockId };
 struct GroupOptions {
     GrabOptions grab; ///< for each camera; `count` counts sets, `timeout` is the group's
     GroupBy by = GroupBy::HostTime;
-    /// Images whose moments are at most so far apart belong together. Less than half a frame period.
+    /// Images whose moments are at most so far apart belong together. Less than half a frame period. By block id that
+    /// finds the place of a camera which was away and counts anew.
     std::chrono::nanoseconds tolerance{5'000'000};
     /// How long a set that is not complete waits for its missing images after its first one. Negative:
     /// as long as it takes.

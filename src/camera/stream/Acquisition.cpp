@@ -32,7 +32,9 @@ bool IsExplainedByRemoval(const std::exception& failure, const OpenDevice* devic
 } // namespace
 
 Acquisition::Acquisition(std::shared_ptr<CameraCore> core, const GrabOptions& options)
-    : m_Core(std::move(core)), m_Options(options) {}
+    : m_Core(std::move(core)), m_Options(options) {
+    if (m_Options.buffers == 0) throw ValueError("a stream needs one buffer at least");
+}
 
 Acquisition::~Acquisition() {
     Shutdown();

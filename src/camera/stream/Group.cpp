@@ -16,11 +16,14 @@ namespace Tavix {
 /// A thread for each camera puts its images into the sets; the application's thread takes sets.
 struct TAVIX_HIDDEN GroupStream::Impl {
     struct Member {
-        ImageStream stream;
+        std::shared_ptr<detail::Acquisition> stream;
         std::thread thread;
     };
 
-    Impl(std::vector<std::string> names, const GroupOptions& given) : options(given), sets(std::move(names), given) {}
+    Impl(std::vector<std::string> names, const GroupOptions& given)
+        : options(given), sets(std::move(names), given, [this](std::size_t camera, Image image) {
+              members[camera].stream->Drop(std::move(image));
+          }) {}
     ~Impl() { End(); }
 
     /// Returns when all cameras have been stopped, which the threads do.
@@ -39,7 +42,7 @@ struct TAVIX_HIDDEN GroupStream::Impl {
             changed.notify_all();
         }
         for (Member& member : members)
-            member.stream.Cancel();
+            member.stream->Cancel();
     }
     void Start(std::size_t camera) {
         members[camera].thread = StartThread([this, camera] { Run(camera); });
@@ -49,11 +52,12 @@ struct TAVIX_HIDDEN GroupStream::Impl {
         return isCancelled || (options.grab.count > 0 && taken >= options.grab.count) || sets.HasEnded();
     }
     ImageSet Take(const detail::Deadline& deadline);
+    void HandOut(ImageSet& set) TAVIX_REQUIRES(mutex);
     /// The next set; otherwise whether there will be none.
     ImageSet Await(const detail::Deadline& deadline, bool& isOver);
 
     const GroupOptions options;
-    std::vector<Member> members; // constant once the threads run
+    std::vector<Member> members; // constant once the threads run; images are handed out and dropped under the lock
     mutable Mutex mutex;
     std::condition_variable changed;
     detail::ImageSets sets TAVIX_GUARDED_BY(mutex);
@@ -64,8 +68,9 @@ struct TAVIX_HIDDEN GroupStream::Impl {
 
 void GroupStream::Impl::Run(std::size_t camera) noexcept {
     std::string reason = "its stream has ended";
+    detail::Acquisition& stream = *members[camera].stream;
     try {
-        while (Image image = members[camera].stream.Wait(std::chrono::milliseconds(-1))) {
+        while (Image image = stream.Take(std::chrono::milliseconds(-1), detail::Acquisition::Absence::Counts)) {
             const MutexLock guard(mutex);
             sets.Add(camera, std::move(image), std::chrono::steady_clock::now());
             changed.notify_all();
@@ -73,9 +78,15 @@ void GroupStream::Impl::Run(std::size_t camera) noexcept {
     } catch (const std::exception& e) {
         reason = detail::Reason(e);
     }
+    stream.Shutdown();
     const MutexLock guard(mutex);
     sets.End(camera, reason);
     changed.notify_all();
+}
+
+void GroupStream::Impl::HandOut(ImageSet& set) {
+    for (std::size_t i = 0; i < members.size(); ++i)
+        if (set.images[i]) members[i].stream->HandOut(set.images[i]);
 }
 
 ImageSet GroupStream::Impl::Take(const detail::Deadline& deadline) {
@@ -91,6 +102,7 @@ ImageSet GroupStream::Impl::Await(const detail::Deadline& deadline, bool& isOver
         const auto now = std::chrono::steady_clock::now();
         if (auto set = sets.Take(now)) {
             ++taken;
+            HandOut(*set);
             return std::move(*set);
         }
         if (deadline && now >= *deadline) break;
@@ -140,7 +152,7 @@ bool GroupStream::HasEnded() const {
 std::vector<GrabCounts> GroupStream::Counts() const {
     std::vector<GrabCounts> counts;
     for (const Impl::Member& member : Checked().members)
-        counts.push_back(member.stream.Counts());
+        counts.push_back(member.stream->Counts());
     return counts;
 }
 
@@ -168,8 +180,12 @@ GroupStream Group::Grab(const GroupOptions& options) {
     auto impl = std::make_unique<GroupStream::Impl>(std::move(names), options);
     GrabOptions each = options.grab;
     each.count = 0; // of sets, not of images
-    for (Camera& camera : m_Cameras)
-        impl->members.push_back({camera.Grab(each), {}});
+    for (Camera& camera : m_Cameras) {
+        camera.Checked();
+        impl->members.push_back({std::make_shared<detail::Acquisition>(camera.m_Core, each), {}});
+    }
+    for (const auto& member : impl->members)
+        member.stream->Start({});
     {
         const MutexLock guard(impl->mutex);
         impl->sets.Begin(std::chrono::steady_clock::now());

@@ -3,6 +3,7 @@
 #include "camera/time/Deadline.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Tavix {
 
@@ -12,25 +13,42 @@ bool ImageSet::IsComplete() const {
 
 namespace detail {
 
-ImageSets::ImageSets(std::vector<std::string> cameras, const GroupOptions& options) : m_Options(options) {
+ImageSets::ImageSets(std::vector<std::string> cameras, const GroupOptions& options, Dropping drop)
+    : m_Options(options), m_Drop(std::move(drop)) {
     for (std::string& camera : cameras)
         m_Members.emplace_back().name = std::move(camera);
 }
 
-std::int64_t ImageSets::KeyOf(const Image& image) const {
-    if (m_Options.by == GroupBy::BlockId) return static_cast<std::int64_t>(image.BlockId());
+std::int64_t ImageSets::KeyOf(const Member& member, const Image& image) const {
+    if (m_Options.by == GroupBy::BlockId)
+        return static_cast<std::int64_t>(image.BlockId() + static_cast<std::uint64_t>(member.offset));
     const auto time = image.Time().monotonic.time_since_epoch();
     return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
 void ImageSets::Add(std::size_t camera, Image image, Time now) {
-    const std::int64_t key = KeyOf(image);
-    const bool isEarly = m_Options.by == GroupBy::HostTime && image.Time().monotonic < m_Begin;
-    if (!isEarly) m_Members.at(camera).images.push_back({std::move(image), key, now});
+    Member& member = m_Members.at(camera);
+    if (m_Options.by == GroupBy::HostTime && image.Time().monotonic < m_Begin) return m_Drop(camera, std::move(image));
+    if (m_Options.by == GroupBy::BlockId && image.GapBefore().count() != 0) {
+        DropAll(member, member.unmatched);
+        member.marks.clear();
+        member.isMatched = false;
+    }
+    if (member.isMatched) {
+        const std::int64_t key = KeyOf(member, image);
+        Put(member, {std::move(image), key, now});
+    } else {
+        const auto id = static_cast<std::int64_t>(image.BlockId());
+        member.unmatched.push_back({std::move(image), id, now});
+    }
+    if (m_Options.by == GroupBy::BlockId) Match(now);
+    if (m_Options.grab.newestOnly) KeepNewest(now);
 }
 
 void ImageSets::End(std::size_t camera, const std::string& reason) {
-    m_Members.at(camera).end = reason;
+    Member& member = m_Members.at(camera);
+    member.end = reason;
+    DropAll(member, member.unmatched);
 }
 
 const ImageSets::Waiting* ImageSets::Oldest() const {
@@ -56,6 +74,29 @@ std::optional<ImageSets::Time> ImageSets::NextDecision() const {
 }
 
 std::optional<ImageSet> ImageSets::Take(Time now) {
+    if (!m_Options.grab.newestOnly) return Decide(now);
+    KeepNewest(now);
+    return std::exchange(m_Newest, std::nullopt);
+}
+
+void ImageSets::KeepNewest(Time now) {
+    while (std::optional<ImageSet> set = Decide(now)) {
+        if (m_Newest) {
+            for (std::size_t i = 0; i < m_Newest->images.size(); ++i)
+                if (m_Newest->images[i]) m_Drop(i, std::move(m_Newest->images[i]));
+        }
+        m_Newest = std::move(set);
+    }
+}
+
+std::string ImageSets::GapOf(const Member& member) const {
+    if (!member.images.empty()) return member.name + " has no image of this moment";
+    if (member.end) return member.name + ": " + *member.end;
+    if (!member.isMatched) return member.name + " counts anew, and no image of it has the moment of another's";
+    return member.name + " is silent";
+}
+
+std::optional<ImageSet> ImageSets::Decide(Time now) {
     const Waiting* oldest = Oldest();
     if (!oldest) return {};
     const Deadline end = DeadlineAfter(oldest->since, m_Options.setTimeout);
@@ -65,17 +106,12 @@ std::optional<ImageSet> ImageSets::Take(Time now) {
     });
     if (mustWait) return {};
     ImageSet set;
+    m_Decided = std::max(m_Decided, oldest->key);
     std::vector<Member*> belonging;
     for (Member& member : m_Members) {
         const bool belongs = !member.images.empty() && Belongs(member.images.front(), *oldest);
         belonging.push_back(belongs ? &member : nullptr);
-        if (belongs) {
-            set.gaps.emplace_back();
-        } else if (member.images.empty()) {
-            set.gaps.push_back(member.name + (member.end ? ": " + *member.end : " is silent"));
-        } else {
-            set.gaps.push_back(member.name + " has no image of this moment");
-        }
+        set.gaps.push_back(belongs ? std::string() : GapOf(member));
     }
     for (Member* member : belonging) { // afterwards, since the oldest is one of them
         set.images.push_back(member ? std::move(member->images.front().image) : Image());
@@ -85,7 +121,8 @@ std::optional<ImageSet> ImageSets::Take(Time now) {
 }
 
 bool ImageSets::HasEnded() const {
-    return !Oldest() && std::all_of(m_Members.begin(), m_Members.end(), [](const Member& m) { return m.end; });
+    return !m_Newest && !Oldest() &&
+           std::all_of(m_Members.begin(), m_Members.end(), [](const Member& m) { return m.end; });
 }
 
 } // namespace detail

@@ -41,7 +41,6 @@ ImageStream::Impl& ImageStream::Checked() const {
 
 ImageStream ImageStream::Begin(std::shared_ptr<detail::CameraCore> core, const GrabOptions& options,
                                std::function<void(Image)> callback) {
-    if (options.buffers == 0) throw ValueError("a stream needs one buffer at least");
     auto impl = std::make_unique<Impl>();
     impl->acquisition = std::make_shared<detail::Acquisition>(std::move(core), options);
     if (callback || options.newestOnly) {
