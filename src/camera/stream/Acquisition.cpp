@@ -123,6 +123,8 @@ void Acquisition::Cancel() noexcept {
 }
 
 std::string Acquisition::WhySilent() const {
+    const bool haveAllFailed = m_Counters.failed != 0 && m_Counters.delivered == 0;
+    if (haveAllFailed) return "those that were tried failed: " + m_Counters.FirstDefect();
     if (!m_Counters.isStarving) return "check trigger, exposure time and cable";
     return "all " + std::to_string(m_Counters.buffers) +
            " images that there is memory for are kept; let some go, or allow more";

@@ -127,6 +127,20 @@ TEST(GrabBuffers, AreRefusedBeyondALimitThatCanBeSet) {
     EXPECT_EQ(RunTool({"--virtual", settings, "grab", "-n", "1", "-q", "--buffers", "13", "--memory", "1"}).status, 0);
 }
 
+TEST(GrabBuffers, SayThatTheSystemHasTooLittleMemoryForTheirTransfers) {
+    const TestFolder folder;
+    json settings = {{"cameras", json::array({{{"sensorWidth", 1920}, {"sensorHeight", 1088}}})},
+                     {"transferMemoryLimit", 8000}};
+    const Outcome outcome = RunTool(
+        {"--virtual", folder.Write("short.json", settings.dump()), "grab", "-n", "5", "-q", "--timeout", "1000"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto lines = Lines(outcome.err);
+    ASSERT_EQ(lines.size(), 1u) << outcome.err;
+    EXPECT_NE(lines[0].find("The kernel's memory limit for USB transfers is reached."), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find("sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb"), std::string::npos) << lines[0];
+    EXPECT_EQ(lines[0].find("exposure"), std::string::npos) << lines[0];
+}
+
 TEST(GrabBuffers, TellHowMuchImagesThatWaitForTheDiskTakeBesides) {
     const std::string text = "images that wait for the disk take up to 512 more";
     EXPECT_NE(RunTool({"grab", "--help"}).out.find(text), std::string::npos);

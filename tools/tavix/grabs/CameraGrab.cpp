@@ -121,7 +121,7 @@ void CameraGrab::Loop(const Tavix::Camera& camera, Tavix::ImageStream& stream) {
         if (TakeNext(stream, end)) {
             end = Clock::now() + timeout;
         } else if (Clock::now() >= end) {
-            throw Error(SilenceText(camera));
+            throw Error(SilenceText(camera, stream));
         }
     }
 }
@@ -141,8 +141,16 @@ bool CameraGrab::NoteFailures(const Tavix::ImageStream& stream) {
     return m_Figures.failed.exchange(failed) != failed;
 }
 
-std::string CameraGrab::SilenceText(const Tavix::Camera& camera) const {
+std::string CureOf(const std::string& failure) {
+    const bool lacksMemory = failure.find("usbfs_memory_mb") != std::string::npos;
+    return lacksMemory ? std::string("; more memory for transfers: ") + kRaiseTransferMemory
+                       : "; check cable and hub, `tavix doctor` helps";
+}
+
+std::string CameraGrab::SilenceText(const Tavix::Camera& camera, const Tavix::ImageStream& stream) const {
     const std::string silence = "it sent no image for " + std::to_string(m_Options.timeoutMs) + " ms; ";
+    if (m_Figures.good == 0 && m_Figures.failed != 0)
+        return silence + "those that were tried failed: " + stream.FirstDefect() + CureOf(stream.FirstDefect());
     const bool waits =
         camera.HasFeature("TriggerMode") && camera["TriggerMode"].IsReadable() && camera["TriggerMode"].Text() == "On";
     const bool hasNone = m_Figures.good + m_Figures.failed == 0;

@@ -60,7 +60,7 @@ private:
     void Count(const Tavix::Image& image);
     void CountChecksum(Tavix::Checksum checksum);
     bool WantsMore() const;
-    std::string SilenceText(const Tavix::Camera& camera) const;
+    std::string SilenceText(const Tavix::Camera& camera, const Tavix::ImageStream& stream) const;
     /// Runs a step of an ordered retreat: a failure is kept if it is the first, and the next step follows.
     template<class Step>
     void Attempt(Step step);
@@ -81,5 +81,8 @@ private:
     Clock::time_point m_First, m_Last;
     std::exception_ptr m_Failure; // the first one
 };
+
+/// What helps against a failure of frames, to follow its text.
+std::string CureOf(const std::string& failure);
 
 } // namespace tool

@@ -3,7 +3,6 @@
 #include "Error.h"
 #include "Interrupt.h"
 #include "core/WaitObject.h"
-#include "doctor/Examination.h"
 
 #include <atomic>
 #include <thread>
@@ -103,17 +102,6 @@ void RunGrab(CameraGrab& grab) {
     const bool isEmpty = grab.Figures().good == 0 && !IsInterrupted();
     if (isEmpty) throw Error(NoFrameText(grab));
 }
-
-namespace {
-
-/// What helps against a failure of frames.
-std::string CureOf(const std::string& failure) {
-    const bool lacksMemory = failure.find("usbfs_memory_mb") != std::string::npos;
-    return lacksMemory ? std::string("; more memory for transfers: ") + kRaiseTransferMemory
-                       : "; check cable and hub, `tavix doctor` helps";
-}
-
-} // namespace
 
 std::string NoFrameText(const CameraGrab& grab) {
     const std::string& failure = grab.Figures().firstError;
