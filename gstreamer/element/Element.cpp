@@ -81,8 +81,8 @@ void TellMisfit(GstBaseSrc* element) {
     const CapsPtr has(GetCaps(element, nullptr));
     const CapsPtr wanted(gst_pad_peer_query_caps(GST_BASE_SRC_PAD(element), nullptr));
     if (!wanted || gst_caps_is_empty(wanted.get()) || gst_caps_can_intersect(has.get(), wanted.get())) return;
-    PostFailure(element, Tavix::ValueError("the camera has no such images as the pipeline wants: " + TextOf(*wanted) +
-                                           "; it has " + TextOf(*has)));
+    PostError(*GST_ELEMENT(element), Tavix::ValueError("the camera has no such images as the pipeline wants: " +
+                                                       TextOf(*wanted) + "; it has " + TextOf(*has)));
 }
 
 /// Where the camera goes meanwhile, its limits are empty and no step need fail by itself.
@@ -93,7 +93,7 @@ gboolean Negotiate(GstBaseSrc* element) {
         // The base class keeps quiet of caps that stay the same, while the camera may be set otherwise by now.
         return !before || !now || !gst_caps_is_equal(before.get(), now.get()) || SetCaps(element, now.get());
     }
-    if (SourceOf(element).HasGone())
+    if (SourceOf(element).IsFoundGone())
         PostFailure(element, Tavix::Removed(kUnplugged));
     else
         TellMisfit(element);

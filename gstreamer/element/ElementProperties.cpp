@@ -15,6 +15,7 @@ enum Property : guint {
     kConvert,
     kBuffers,
     kKeepBudget,
+    kMemoryLimit,
     kNewestOnly,
     kTransferSize,
     kThreadPriority,
@@ -49,6 +50,9 @@ void Assign(Options& options, guint id, const GValue& value) {
         break;
     case kBuffers:
         options.buffers = g_value_get_uint(&value);
+        break;
+    case kMemoryLimit:
+        options.memoryLimit = g_value_get_uint64(&value);
         break;
     case kKeepBudget:
         options.keepBudget = g_value_get_uint64(&value);
@@ -109,6 +113,9 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
         break;
     case kBuffers:
         g_value_set_uint(value, options.buffers);
+        break;
+    case kMemoryLimit:
+        g_value_set_uint64(value, options.memoryLimit);
         break;
     case kKeepBudget:
         g_value_set_uint64(value, options.keepBudget);
@@ -175,6 +182,12 @@ void InstallStream(GObjectClass& klass) {
                             "Further memory in bytes for images that the pipeline holds. When it is spent, images are "
                             "lost until one comes back, and the message tavix-starved is posted",
                             0, G_MAXUINT64, standard.keepBudget, kFixedWhileOpen));
+    g_object_class_install_property(
+        &klass, kMemoryLimit,
+        g_param_spec_uint64("memory-limit", "Memory limit",
+                            "Most bytes that the buffers may take together. A stream that needs more is refused; fewer "
+                            "buffers need less",
+                            0, G_MAXUINT64, standard.memoryLimit, kFixedWhileOpen));
     g_object_class_install_property(&klass, kNewestOnly,
                                     g_param_spec_boolean("newest-only", "Newest only",
                                                          "Drop images that wait behind a newer one",

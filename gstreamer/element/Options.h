@@ -15,11 +15,12 @@ struct Options {
     GstClockTime timeout = 0;
     bool reconnect = false, convert = false, newestOnly = false, postMessages = false;
     guint buffers = 8, transferSize = 0, threadPriority = 0;
-    guint64 keepBudget = guint64(512) << 20;
+    guint64 keepBudget = guint64(512) << 20, memoryLimit = guint64(2) << 30;
 
     Tavix::GrabOptions ForGrab() const {
         Tavix::GrabOptions grab;
         grab.buffers = buffers;
+        grab.memoryLimit = memoryLimit;
         grab.keepBudget = keepBudget;
         grab.newestOnly = newestOnly;
         grab.timeout = std::chrono::milliseconds(0);
@@ -28,6 +29,9 @@ struct Options {
         grab.threadPriority = threadPriority;
         return grab;
     }
+
+    /// Why a stream does not start, with the names of the properties, and with what is set of them.
+    std::string InTheirWords(std::string text) const;
 };
 
 } // namespace tavixgst

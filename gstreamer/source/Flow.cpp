@@ -1,8 +1,21 @@
 #include "gstreamer/source/Flow.h"
 
+#include <tavix/camera/Error.h>
+
 #include <utility>
 
 namespace tavixgst {
+namespace {
+
+Tavix::ImageStream Started(Tavix::Camera& camera, const Options& options) {
+    try {
+        return camera.Grab(options.ForGrab());
+    } catch (const Tavix::ValueError& problem) {
+        throw Tavix::ValueError(options.InTheirWords(problem.what()), problem.FeatureName());
+    }
+}
+
+} // namespace
 
 /// The pipeline's thread with the stream.
 class Flow::Visit {
@@ -48,7 +61,7 @@ void Flow::Leave() noexcept {
 }
 
 Tavix::ImageStream& Flow::Begin(Tavix::Camera& camera, const Options& options) {
-    auto stream = std::make_unique<Tavix::ImageStream>(camera.Grab(options.ForGrab()));
+    auto stream = std::make_unique<Tavix::ImageStream>(Started(camera, options));
     const Tavix::MutexLock lock(m_Mutex);
     m_Stream = std::move(stream);
     if (m_IsInterrupted || m_Pauses != 0) m_Stream->Cancel(); // asked for while the camera was being started

@@ -180,6 +180,18 @@ bool Source::HasGone() {
     return m_IsAway;
 }
 
+/// What cannot be read is refused without asking the camera, and the refusal names a loss that is known.
+bool Source::IsFoundGone() const noexcept {
+    try {
+        (*Opened())["AcquisitionStart"].Text();
+    } catch (const Tavix::Removed&) {
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+    return false;
+}
+
 void Source::OnRemoval(bool isBack) {
     Post(gst_structure_new_empty(isBack ? "tavix-returned" : "tavix-removed"));
     const Tavix::MutexLock lock(m_Mutex);

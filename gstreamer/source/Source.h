@@ -63,6 +63,8 @@ public:
     /// Whether a failure is one of a camera that has gone. The notice of that may lag behind what fails by it, and is
     /// waited for.
     bool HasGone();
+    /// Whether an access has found that already, however late the notice is.
+    bool IsFoundGone() const noexcept;
     /// True for the first who asks since the camera was opened.
     bool IsFirstToTellLoss() { return !m_IsLossTold.exchange(true); }
 

@@ -127,11 +127,12 @@ TEST(GstOptions, GiveTheStreamThePropertiesOfTheElement) {
     const auto grab = [&] { return SourceOf(element).Options()->ForGrab(); };
     EXPECT_EQ(grab().threadPriority, 0U);
     g_object_set(element, "thread-priority", 7U, "transfer-size", 65536U, "buffers", 3U, "keep-budget", guint64(5),
-                 "newest-only", TRUE, nullptr);
+                 "memory-limit", guint64(6), "newest-only", TRUE, nullptr);
     EXPECT_EQ(grab().threadPriority, 7U);
     EXPECT_EQ(grab().transferSize, 65536U);
     EXPECT_EQ(grab().buffers, 3U);
     EXPECT_EQ(grab().keepBudget, 5U);
+    EXPECT_EQ(grab().memoryLimit, 6U);
     EXPECT_TRUE(grab().newestOnly);
     const GParamSpec* priority = g_object_class_find_property(G_OBJECT_GET_CLASS(element), "thread-priority");
     EXPECT_EQ(G_PARAM_SPEC_UINT(priority)->maximum, 99U);

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace {
 
 using namespace gsttest;
@@ -90,6 +92,20 @@ TEST(GstCaps, AreRefusedBeyondTheLimits) {
     EXPECT_THAT(error, HasSubstr("no such images")) << "what the pipeline wants, and what there is";
     EXPECT_THAT(error, HasSubstr("width=(int)101"));
     EXPECT_THAT(error, HasSubstr("640, 4 ]"));
+}
+
+TEST(GstCaps, AreRefusedAtOnce) {
+    VirtualBus bus(kCapsCamera);
+    gint64 least = G_MAXINT64;
+    for (int i = 0; i < 5; ++i) { // a busy computer may be late once
+        Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,width=101") + kAppSink);
+        ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+        const gint64 start = g_get_monotonic_time();
+        pipeline.Reach(GST_STATE_PLAYING);
+        EXPECT_THAT(pipeline.AwaitError(), HasSubstr("no such images"));
+        least = std::min(least, g_get_monotonic_time() - start);
+    }
+    EXPECT_LT(least, 400000) << "without waiting for the notice that the camera has gone";
 }
 
 TEST(GstCaps, CanBeComparedByOthers) {

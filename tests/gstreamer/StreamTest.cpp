@@ -23,6 +23,17 @@ TEST(GstStream, EndsAfterTheBuffersThatWereAskedFor) {
     EXPECT_TRUE(pipeline.AwaitEnd());
 }
 
+TEST(GstStream, ThatDoesNotStartNamesTheProperties) {
+    VirtualBus bus(kSmall);
+    const char* const wrong[][2] = {{"transfer-size=1", "tavixsrc is set to transfer-size=1"},
+                                    {"buffers=100 memory-limit=5000", "buffers=100 memory-limit=5000"}};
+    for (const auto& [properties, told] : wrong) {
+        Pipeline pipeline(std::string("tavixsrc name=src ") + properties + kAppSink);
+        pipeline.Reach(GST_STATE_PLAYING);
+        EXPECT_THAT(pipeline.AwaitError(), testing::AllOf(HasSubstr(told), Not(HasSubstr("memoryLimit"))));
+    }
+}
+
 TEST(GstStream, HandsOnTheMemoryOfTheCamera) {
     VirtualBus bus(kSmall);
     Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5") + kAppSink);
