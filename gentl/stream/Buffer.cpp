@@ -5,11 +5,14 @@
 #include "u3v/StreamPacket.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace gentl {
 namespace {
 
 using Record = Buffer::Record;
+
+constexpr std::uint64_t kUnknownBlock = ~std::uint64_t(0); // neither leader nor trailer told its ID
 
 bool HasImage(const Record& record) {
     const std::uint16_t type = record.result.PayloadType;
@@ -32,16 +35,33 @@ size_t PayloadType(const Record& record) {
     return PAYLOAD_TYPE_UNKNOWN;
 }
 
-/// Bytes of the image alone, padding included; what arrived when the format does not tell.
-size_t ImageBytes(const Record& record, size_t room) {
+bool IsWhole(const Record& record) {
+    return record.result.Status == vexlo::VX_OK;
+}
+
+/// Bytes of an image of so many lines; none when the format does not tell.
+std::optional<std::uint64_t> BytesOf(const Record& record, std::uint32_t lines) {
     u3v::Leader leader;
     leader.payloadType = u3v::kPayloadImage;
     leader.pixelFormat = record.result.PixelFormat;
     leader.sizeX = record.result.G2;
     leader.paddingX = record.result.H2;
+    return u3v::ImageSize(leader, lines);
+}
+
+/// Bytes of the image alone, padding included; what arrived when the format does not tell.
+size_t ImageBytes(const Record& record, size_t room) {
     const size_t filled = Filled(record, room);
-    const auto bytes = u3v::ImageSize(leader, record.result.G1);
+    const auto bytes = BytesOf(record, IsWhole(record) ? record.result.G1 : record.result.AnnouncedG1);
     return bytes ? static_cast<size_t>(std::min<std::uint64_t>(*bytes, filled)) : filled;
+}
+
+/// Of an image that is not whole, the lines that came.
+std::uint32_t DeliveredLines(const Record& record, size_t room) {
+    const std::uint32_t announced = record.result.AnnouncedG1;
+    const auto bytes = BytesOf(record, announced);
+    if (IsWhole(record) || !bytes || *bytes < announced || announced == 0) return record.result.G1;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(Filled(record, room) / (*bytes / announced), announced));
 }
 
 [[noreturn]] void NothingYet() {
@@ -49,7 +69,7 @@ size_t ImageBytes(const Record& record, size_t room) {
 }
 
 /// What a buffer must hold for a figure to be there.
-enum class Needs : std::uint16_t { Nothing, Data, Image, Chunks, File };
+enum class Needs : std::uint16_t { Nothing, BlockId, Timestamp, Image, Chunks, File };
 
 /// What a question about a buffer is answered with, unless it is a text. As small as two registers.
 struct Figure {
@@ -78,8 +98,10 @@ bool Has(const Record& record, Needs needs) {
     switch (needs) {
     case Needs::Nothing:
         return true;
-    case Needs::Data:
-        return record.hasData;
+    case Needs::BlockId:
+        return record.hasData && record.result.BlockId != kUnknownBlock;
+    case Needs::Timestamp:
+        return record.hasData && u3v::HasTimestamp(record.result.PayloadType);
     case Needs::Image:
         return HasImage(record);
     case Needs::Chunks:
@@ -107,7 +129,7 @@ Figure FigureOf(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD comm
         return Address(buffer.userPointer);
     case BUFFER_INFO_TIMESTAMP:
     case BUFFER_INFO_TIMESTAMP_NS:
-        return Number(result.Timestamp, Needs::Data);
+        return Number(result.Timestamp, Needs::Timestamp);
     case BUFFER_INFO_NEW_DATA:
         return Truth(record.isNew);
     case BUFFER_INFO_IS_QUEUED:
@@ -122,8 +144,9 @@ Figure FigureOf(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD comm
     case BUFFER_INFO_WIDTH:
         return Size(result.G2, Needs::Image);
     case BUFFER_INFO_HEIGHT:
+        return Size(result.AnnouncedG1, Needs::Image);
     case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
-        return Size(result.G1, Needs::Image);
+        return Size(DeliveredLines(record, buffer.size), Needs::Image);
     case BUFFER_INFO_XOFFSET:
         return Size(result.G3, Needs::Image);
     case BUFFER_INFO_YOFFSET:
@@ -133,7 +156,7 @@ Figure FigureOf(const Buffer& buffer, const Record& record, BUFFER_INFO_CMD comm
     case BUFFER_INFO_YPADDING:
         return Size(result.H1, Needs::Image);
     case BUFFER_INFO_FRAMEID:
-        return Number(result.BlockId, Needs::Data);
+        return Number(result.BlockId, Needs::BlockId);
     case BUFFER_INFO_IMAGEPRESENT:
         return Truth(HasImage(record));
     case BUFFER_INFO_IMAGEOFFSET:
@@ -179,8 +202,9 @@ Figure FigureOfPart(const Buffer& buffer, const Record& record, BUFFER_PART_INFO
     case BUFFER_PART_INFO_WIDTH:
         return Size(result.G2);
     case BUFFER_PART_INFO_HEIGHT:
+        return Size(result.AnnouncedG1);
     case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
-        return Size(result.G1);
+        return Size(DeliveredLines(record, buffer.size));
     case BUFFER_PART_INFO_XOFFSET:
         return Size(result.G3);
     case BUFFER_PART_INFO_YOFFSET:

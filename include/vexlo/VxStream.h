@@ -66,6 +66,7 @@ public:
         std::uint64_t BlockId;       ///< of the leader, else of the trailer; all ones when there was neither
         std::uint64_t SizeUnknown;   ///< non-zero when PayloadSize means nothing
         std::uint32_t ChunkLayoutId; ///< of the trailer; 0 for payloads without chunks
+        std::uint32_t AnnouncedG1;   ///< size y in lines, as the leader announced it
     };
 
     [[nodiscard]] VxStatus Open();

@@ -23,10 +23,6 @@ std::size_t SmallestLeader(std::uint16_t payloadType) {
     }
 }
 
-bool HasTimestamp(std::uint16_t payloadType) {
-    return SmallestLeader(payloadType) >= leader::kChunkSize;
-}
-
 void DecodeImage(const std::uint8_t* p, Leader& decoded) {
     decoded.pixelFormat = Load32(p + leader::kPixelFormatOffset);
     decoded.sizeX = Load32(p + leader::kSizeXOffset);
@@ -43,6 +39,9 @@ bool HasLeaderMagic(ByteView bytes) {
 }
 bool HasTrailerMagic(ByteView bytes) {
     return HasMagic(bytes, kTrailerMagic);
+}
+[[gnu::hot]] bool HasTimestamp(std::uint16_t payloadType) {
+    return SmallestLeader(payloadType) >= leader::kChunkSize;
 }
 
 [[gnu::hot]] std::optional<Leader> DecodeLeader(ByteView bytes) {

@@ -31,6 +31,8 @@ struct Leader {
 /// Nothing when the magic is wrong, when fewer bytes arrived than the leader states, or when it states fewer than its
 /// payload type needs. Payload types that we don't know need the 20 bytes that all leaders begin with.
 std::optional<Leader> DecodeLeader(ByteView bytes);
+/// Whether leaders of that payload type have one.
+bool HasTimestamp(std::uint16_t payloadType);
 
 struct Trailer {
     std::uint16_t size = 0; ///< stated size of the trailer

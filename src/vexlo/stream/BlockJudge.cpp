@@ -49,6 +49,7 @@ void FillGeometry(CVxStream::GrabResult& result, const BlockEvidence& e) {
     if (!leader.IsImage()) return;
     result.PixelFormat = leader.pixelFormat;
     result.G1 = e.trailer && e.trailer->sizeY ? std::min(*e.trailer->sizeY, leader.sizeY) : leader.sizeY;
+    result.AnnouncedG1 = leader.sizeY;
     result.G2 = leader.sizeX;
     result.G3 = leader.offsetX;
     result.G4 = leader.offsetY;

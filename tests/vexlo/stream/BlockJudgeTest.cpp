@@ -76,6 +76,7 @@ TEST(BlockJudge, BelievesTheTrailerAboutTheHeight) {
     const auto result = JudgeBlock(evidence);
     EXPECT_EQ(result.Status, VX_OK);
     EXPECT_EQ(result.G1, 12u);
+    EXPECT_EQ(result.AnnouncedG1, 30u);
     EXPECT_EQ(result.PayloadSize, 1200u);
 }
 
