@@ -58,7 +58,6 @@ void EventQueue::CheckTurnedAway() {
     for (;;) {
         CheckTurnedAway();
         if (const Taken taken = TakeOrHandOn(buffer, *size); taken != Taken::Nothing) {
-            ++m_Taken;
             if (taken == Taken::OneOfSeveral) m_WaitObject.Signal(); // a pulse may have been meant for another waiter
             return;
         }
@@ -89,6 +88,11 @@ EventQueue::Taken EventQueue::TryTake(void* buffer, size_t& size) {
 size_t EventQueue::CountPending() {
     const Tavix::MutexLock guard(m_Mutex);
     return m_Pending.size();
+}
+
+std::uint64_t EventQueue::CountFired() {
+    const Tavix::MutexLock guard(m_Mutex);
+    return m_Fired;
 }
 
 void EventQueue::Flush() {
@@ -122,7 +126,7 @@ void EventQueue::GetInfo(EVENT_INFO_CMD command, Answer& answer) {
     case EVENT_NUM_IN_QUEUE:
         return answer.Size(CountPending());
     case EVENT_NUM_FIRED:
-        return answer.Uint64(m_Taken + CountPending());
+        return answer.Uint64(CountFired());
     case EVENT_SIZE_MAX:
     case EVENT_INFO_DATA_SIZE_MAX:
         return answer.Size(LargestData());
@@ -136,6 +140,7 @@ void EventQueue::Push(Bytes bytes) noexcept {
         const Tavix::MutexLock guard(m_Mutex);
         if (m_Pending.size() == kMostPending) m_Pending.pop_front();
         m_Pending.push_back(std::move(bytes));
+        ++m_Fired;
     } catch (const std::bad_alloc&) {
         return; // the event is lost, the state that it told of can be asked for
     }

@@ -44,6 +44,8 @@ protected:
     /// Takes the oldest event, if there is one. Throws BUFFER_TOO_SMALL without taking it, or why none will come.
     virtual Taken TryTake(void* buffer, size_t& size);
     virtual size_t CountPending();
+    /// Since it was registered, also those that nobody took; it never falls.
+    virtual std::uint64_t CountFired();
     virtual size_t LargestData() const { return 512; }
     /// Signalled, by pulse or level, when there may be something to take.
     const Tavix::WaitObjectEx& WaitObject() const { return m_WaitObject; }
@@ -60,10 +62,10 @@ private:
     const Tavix::WaitObjectEx m_WaitObject;
     Tavix::Mutex m_Mutex;
     std::deque<Bytes> m_Pending TAVIX_GUARDED_BY(m_Mutex);
+    std::uint64_t m_Fired TAVIX_GUARDED_BY(m_Mutex) = 0;
     std::size_t m_Kills TAVIX_GUARDED_BY(m_Mutex) = 0;
     bool m_IsClosed TAVIX_GUARDED_BY(m_Mutex) = false;
-    std::atomic<bool> m_TurnsAway{false};  // closed, or a kill waits for its waiter; set under m_Mutex
-    std::atomic<std::uint64_t> m_Taken{0}; // events that a consumer got
+    std::atomic<bool> m_TurnsAway{false}; // closed, or a kill waits for its waiter; set under m_Mutex
 };
 
 } // namespace gentl

@@ -2,9 +2,19 @@
 
 #include "u3v/EventPacket.h"
 
+#include <algorithm>
 #include <array>
 
 namespace gentl {
+namespace {
+
+std::uint64_t CountOf(vexlo::CVxEventStream& stream, vexlo::CVxEventStream::EPropertyValue id) {
+    std::uint64_t count = 0;
+    Check(stream.GetProperty(id, &count, sizeof count), "The event channel does not tell");
+    return count;
+}
+
+} // namespace
 
 RemoteEvent::RemoteEvent(vexlo::CVxDevice& device) : EventQueue(EVENT_REMOTE_DEVICE) {
     Check(device.GetEventStream(&m_Stream), "The camera's event channel is not available");
@@ -44,7 +54,6 @@ EventQueue::Taken RemoteEvent::TryTake(void* buffer, size_t& size) {
     unsigned long left = 0;
     const vexlo::VxStatus status = m_Stream->RetrieveEvent(buffer, &bytes, &left);
     if (status == vexlo::VX_E_NO_DATA) {
-        m_Left = 0;
         CheckEnd();
         return Taken::Nothing;
     }
@@ -54,8 +63,29 @@ EventQueue::Taken RemoteEvent::TryTake(void* buffer, size_t& size) {
         m_End = status; // told once
         CheckEnd();
     }
-    m_Left = left;
     return left == 0 ? Taken::Last : Taken::OneOfSeveral;
+}
+
+size_t RemoteEvent::CountPending() {
+    const Tavix::MutexLock guard(m_StreamMutex);
+    unsigned long none = 0;
+    unsigned long pending = 0;
+    if (!m_Stream) return 0;
+    const vexlo::VxStatus status = m_Stream->RetrieveEvent(nullptr, &none, &pending); // takes nothing but an end
+    if (status == vexlo::VX_E_INVALID_SIZE) return pending;
+    if (status != vexlo::VX_E_NO_DATA) m_End = status;
+    if (m_End != vexlo::VX_OK) WaitObject().Signal(); // for those whom it was to wake
+    return 0;
+}
+
+std::uint64_t RemoteEvent::CountFired() {
+    const Tavix::MutexLock guard(m_StreamMutex);
+    if (!m_Stream) return 0;
+    using Stream = vexlo::CVxEventStream;
+    const std::uint64_t total = CountOf(*m_Stream, Stream::Property_TotalEventCount);
+    const std::uint64_t failed = CountOf(*m_Stream, Stream::Property_FailedEventCount);
+    m_Fired = std::max(m_Fired, total - std::min(failed, total)); // one may have failed in between
+    return m_Fired;
 }
 
 void RemoteEvent::CheckEnd() const {

@@ -27,7 +27,8 @@ public:
 
 protected:
     Taken TryTake(void* buffer, size_t& size) override;
-    size_t CountPending() override { return m_Left; }
+    size_t CountPending() override;
+    std::uint64_t CountFired() override;
     size_t LargestData() const override { return 1024; }
 
 private:
@@ -38,8 +39,8 @@ private:
     Tavix::Mutex m_StreamMutex;
     vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // owned by the device, null once stopped
     vexlo::VxStatus m_End TAVIX_GUARDED_BY(m_StreamMutex) = vexlo::VX_OK;      // why the event channel ended by itself
+    std::uint64_t m_Fired TAVIX_GUARDED_BY(m_StreamMutex) = 0;                 // as it was told last
     std::atomic<bool> m_IsLost{false};
-    std::atomic<unsigned long> m_Left{0}; // as the last retrieval told
 };
 
 } // namespace gentl

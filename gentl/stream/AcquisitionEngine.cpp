@@ -211,6 +211,7 @@ AcquisitionEngine::Figures AcquisitionEngine::Look() {
     figures.filled = counts.filled;
     figures.delivered = counts.delivered;
     figures.overwritten = counts.overwritten;
+    figures.fired = m_Queues.Fired();
     figures.isRunning = m_Phase != Phase::Idle;
     figures.isGrabbing = IsGrabbing();
     figures.hasOwnMemory = hasOwnMemory;

@@ -77,11 +77,17 @@ void BufferQueues::PutAside(Buffer& buffer) {
     ++m_Counts.filled;
 }
 
+void BufferQueues::BeginCounting() {
+    m_FiredBefore += m_Counts.filled;
+    m_Counts = {};
+}
+
 void BufferQueues::MoveInputToOutput() {
     for (const Queue& input = Input(); !input.empty();) {
         Buffer& buffer = *input.front();
         Move(buffer, Place::Output);
         buffer.Update([](Buffer::Record& record) { record.isQueued = false; });
+        ++m_FiredBefore;
     }
 }
 

@@ -37,7 +37,9 @@ public:
     const Queue& Input() const { return At(Place::Input); }
     const Queue& Output() const { return At(Place::Output); }
     const Counts& Counted() const { return m_Counts; }
-    void BeginCounting() { m_Counts = {}; }
+    void BeginCounting();
+    /// Buffers that came into the output queue, ever.
+    std::uint64_t Fired() const { return m_FiredBefore + m_Counts.filled; }
 
     void Announce(const SharedBuffer& buffer);
     bool HasMemory(const void* memory) const;
@@ -71,6 +73,7 @@ private:
     std::vector<SharedBuffer> m_Announced;
     std::array<Queue, kPlaces> m_Queues; // by place
     Counts m_Counts;
+    std::uint64_t m_FiredBefore = 0; // those that are not among the filled ones
 };
 
 } // namespace gentl

@@ -6,8 +6,10 @@
 
 namespace gentl {
 
-NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
-    : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
+NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream) : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {
+    const AcquisitionEngine::Figures figures = stream->Engine().Look();
+    m_FiredBefore = figures.fired - figures.output; // what waits is there for this one
+}
 
 std::shared_ptr<Stream> NewBufferEvent::Owner() const {
     auto stream = m_Stream.lock();
@@ -32,6 +34,10 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
 
 size_t NewBufferEvent::CountPending() {
     return static_cast<size_t>(Owner()->Engine().Look().output);
+}
+
+std::uint64_t NewBufferEvent::CountFired() {
+    return Owner()->Engine().Look().fired - m_FiredBefore;
 }
 
 void NewBufferEvent::Flush() {

@@ -21,12 +21,14 @@ public:
 protected:
     Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override;
+    std::uint64_t CountFired() override;
     size_t LargestData() const override { return sizeof(EVENT_NEW_BUFFER_DATA); }
 
 private:
     std::shared_ptr<Stream> Owner() const;
 
     const std::weak_ptr<Stream> m_Stream;
+    std::uint64_t m_FiredBefore = 0; // those that were taken before it was registered; constant after construction
 };
 
 } // namespace gentl

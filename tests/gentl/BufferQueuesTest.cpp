@@ -122,6 +122,19 @@ TEST_F(BufferQueues, CountWhatWentWhichWay) {
     EXPECT_EQ(queues.Counted().filled + queues.Counted().overwritten + queues.Counted().delivered, 0U);
 }
 
+TEST_F(BufferQueues, CountWhatCameIntoTheOutputQueueOverAllRuns) {
+    QueueAll();
+    Fill(0, 0);
+    queues.BeginCounting();
+    Fill(1, 0);
+    queues.MoveInputToOutput();
+    EXPECT_EQ(queues.Fired(), 3U);
+    while (queues.Deliver() != nullptr) {
+    }
+    queues.BeginCounting();
+    EXPECT_EQ(queues.Fired(), 3U);
+}
+
 TEST_F(BufferQueues, OverwriteNothingWhereTheOldestComesFirst) {
     QueueAll();
     for (std::size_t i = 0; i < 3; ++i)

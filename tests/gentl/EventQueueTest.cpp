@@ -66,4 +66,24 @@ TEST_F(Events, ReachWhoHasRoomBesideOneWhoHasNot) {
     }
 }
 
+TEST_F(Events, AreCountedWhoeverTakesThem) {
+    const auto fired = [this] {
+        std::uint64_t count = 0;
+        std::size_t size = sizeof count;
+        gentl::Answer answer(nullptr, &count, &size);
+        queue->GetInfo(EVENT_NUM_FIRED, answer);
+        return count;
+    };
+    EXPECT_EQ(fired(), 0U);
+    for (std::uint64_t id = 0; id < 4; ++id)
+        queue->PushModule(id);
+    EXPECT_EQ(fired(), 4U);
+    EXPECT_EQ(Take(), GC_ERR_SUCCESS);
+    queue->Flush();
+    EXPECT_EQ(fired(), 4U);
+    for (std::uint64_t id = 0; id < 2000; ++id)
+        queue->PushModule(id); // more than are kept
+    EXPECT_EQ(fired(), 2004U);
+}
+
 } // namespace

@@ -62,6 +62,11 @@ protected:
         return gc.EventGetData(event, &data, &size, timeout);
     }
 
+    template<class T>
+    T EventNumber(EVENT_HANDLE of, EVENT_INFO_CMD command) {
+        return NumberOf<T>(
+            [&](void* value, size_t* size) { return gc.EventGetInfo(of, command, nullptr, value, size); });
+    }
     GC_ERROR Queue(const EVENT_NEW_BUFFER_DATA& data) { return gc.DSQueueBuffer(stream, data.BufferHandle); }
 
     std::unique_ptr<Features> features;

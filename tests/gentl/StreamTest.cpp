@@ -253,6 +253,43 @@ TEST_F(GenTLStream, DeliversTheCamerasEvents) {
     ASSERT_NO_FATAL_FAILURE(Stop());
 }
 
+TEST_F(GenTLStream, CountsBuffersThatAreTakenAndThatAreFlushed) {
+    ASSERT_NO_FATAL_FAILURE(Announce(3));
+    ASSERT_NO_FATAL_FAILURE(Start(3));
+    while (EventNumber<size_t>(event, EVENT_NUM_IN_QUEUE) != 3)
+        std::this_thread::yield();
+    EXPECT_EQ(EventNumber<uint64_t>(event, EVENT_NUM_FIRED), 3U);
+    EVENT_NEW_BUFFER_DATA data{};
+    ASSERT_EQ(Next(data), GC_ERR_SUCCESS);
+    EXPECT_EQ(EventNumber<size_t>(event, EVENT_NUM_IN_QUEUE), 2U);
+    ASSERT_EQ(gc.EventFlush(event), GC_ERR_SUCCESS);
+    EXPECT_EQ(EventNumber<size_t>(event, EVENT_NUM_IN_QUEUE), 0U);
+    EXPECT_EQ(EventNumber<uint64_t>(event, EVENT_NUM_FIRED), 3U);
+    ASSERT_NO_FATAL_FAILURE(Stop());
+    ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(EventNumber<uint64_t>(event, EVENT_NUM_FIRED), 3U)
+        << "a start counts its buffers anew, the event does not";
+    ASSERT_EQ(gc.GCUnregisterEvent(stream, EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
+    ASSERT_EQ(gc.GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event), GC_ERR_SUCCESS);
+    EXPECT_EQ(EventNumber<uint64_t>(event, EVENT_NUM_FIRED), 0U);
+}
+
+TEST_F(GenTLStream, CountsTheCamerasEventsBeforeTheFirstIsTaken) {
+    GenApi::CEnumerationPtr(features->map._GetNode("EventSelector"))->FromString("ExposureEnd");
+    GenApi::CEnumerationPtr(features->map._GetNode("EventNotification"))->FromString("On");
+    EVENT_HANDLE remote = nullptr;
+    ASSERT_EQ(gc.GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &remote), GC_ERR_SUCCESS) << LastText();
+    ASSERT_NO_FATAL_FAILURE(Announce(3));
+    ASSERT_NO_FATAL_FAILURE(Start());
+    while (EventNumber<size_t>(remote, EVENT_NUM_IN_QUEUE) < 2)
+        std::this_thread::yield();
+    const auto fired = EventNumber<uint64_t>(remote, EVENT_NUM_FIRED);
+    EXPECT_GE(fired, 2U);
+    ASSERT_EQ(gc.EventFlush(remote), GC_ERR_SUCCESS);
+    EXPECT_GE(EventNumber<uint64_t>(remote, EVENT_NUM_FIRED), fired);
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
 TEST_F(GenTLStream, TellsAnEventThatCameWhileItStartedAndStopped) {
     consumer::Features module(gc, stream);
     GenApi::CEnumerationPtr(module.map._GetNode("StreamBufferHandlingMode"))->FromString("NewestOnly");
