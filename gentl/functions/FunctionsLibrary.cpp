@@ -118,6 +118,7 @@ GC_ERROR GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE*
         case PORT_INFO_ACCESS_WRITE:
             return answer.Bool(identity.isWritable);
         case PORT_INFO_ACCESS_NA:
+            return answer.Bool(!identity.isAvailable);
         case PORT_INFO_ACCESS_NI:
             return answer.Bool(false);
         case PORT_INFO_VERSION:
@@ -146,6 +147,7 @@ GC_ERROR GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iI
         const UsedPort used(hPort);
         Answer answer(piType, pBuffer, piSize);
         const std::vector<Port::Url> urls = used.port->Urls();
+        if (urls.empty()) Fail(GC_ERR_NOT_AVAILABLE, "the camera tells of no description");
         if (iURLIndex >= urls.size()) Fail(GC_ERR_INVALID_INDEX, "there is no description of that number");
         const Port::Url& url = urls[iURLIndex];
         switch (iInfoCmd) {

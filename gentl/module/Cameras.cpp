@@ -46,6 +46,13 @@ vexlo::VxStatus TryWhileBusy(std::chrono::milliseconds limit, Attempt attempt) {
     }
 }
 
+std::string ReadText(vexlo::CVxDevice& device, unsigned long address, const char* failure) {
+    std::array<char, u3v::abrm::kStringSize> text{};
+    unsigned long count = text.size();
+    Check(device.ReadMem(text.data(), address, &count), failure);
+    return std::string(text.data(), ::strnlen(text.data(), text.size()));
+}
+
 const char* Preferred(const char* preferred, const char* fallback) {
     return preferred[0] != '\0' ? preferred : fallback;
 }
@@ -66,6 +73,10 @@ std::string FoundCamera::Serial() const {
 
 std::string FoundCamera::UserName() const {
     return record.UserDefinedName;
+}
+
+void FoundCamera::Rename(const std::string& userName) {
+    std::snprintf(record.UserDefinedName, sizeof record.UserDefinedName, "%s", userName.c_str());
 }
 
 std::string FoundCamera::Path() const {
@@ -109,11 +120,12 @@ vexlo::VxStatus OpenCamera(vexlo::CVxDevice& device, const FoundCamera& camera) 
     return TryWhileBusy(kLook, [&] { return device.Open(camera.record); });
 }
 
+std::string ReadUserName(vexlo::CVxDevice& device) {
+    return ReadText(device, u3v::abrm::kUserDefinedName, "The camera's name cannot be read");
+}
+
 std::string ReadVersion(vexlo::CVxDevice& device) {
-    std::array<char, u3v::abrm::kStringSize> text{};
-    unsigned long count = text.size();
-    Check(device.ReadMem(text.data(), u3v::abrm::kDeviceVersion, &count), "The camera's version cannot be read");
-    return std::string(text.data(), ::strnlen(text.data(), text.size()));
+    return ReadText(device, u3v::abrm::kDeviceVersion, "The camera's version cannot be read");
 }
 
 std::string VersionOf(const FoundCamera& camera) {

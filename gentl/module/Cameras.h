@@ -21,6 +21,7 @@ struct FoundCamera {
     std::string Model() const;
     std::string Serial() const;
     std::string UserName() const;
+    void Rename(const std::string& userName);
     std::string Path() const;
     std::string DisplayName() const;
 };
@@ -36,7 +37,8 @@ int32_t AccessStatusOf(const FoundCamera& camera);
 std::string VersionOf(const FoundCamera& camera);
 /// Opens it to be kept; one that somebody is just asking is tried again for a moment.
 vexlo::VxStatus OpenCamera(vexlo::CVxDevice& device, const FoundCamera& camera);
-/// Of an open one. Throws Failure.
+/// Of open ones. They throw Failure.
+std::string ReadUserName(vexlo::CVxDevice& device);
 std::string ReadVersion(vexlo::CVxDevice& device);
 
 } // namespace gentl

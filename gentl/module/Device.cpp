@@ -10,7 +10,7 @@ namespace gentl {
 Device::Device(std::shared_ptr<Interface> interface, FoundCamera camera, DEVICE_ACCESS_FLAGS flags)
     : Module(Kind::Device), m_Interface(std::move(interface)), m_Camera(std::move(camera)), m_Path(m_Camera.Path()),
       m_IsReadOnly(flags == DEVICE_ACCESS_READONLY), m_Reservation(m_Path), m_Port("TLDevice", m_Camera.id),
-      m_Device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)) {
+      m_Device(vexlo::CVxDevice::CreateDevice(vexlo::DeviceType_Libusb)), m_UserName(m_Camera.UserName()) {
     if (!m_Device) Fail(GC_ERR_OUT_OF_MEMORY, "memory is short");
     BuildPort();
 }
@@ -39,7 +39,24 @@ std::string Device::Version() {
 void Device::Info(DEVICE_INFO_CMD command, Answer& answer) {
     if (command == DEVICE_INFO_ACCESS_STATUS) return answer.Int32(AccessStatus());
     if (command == DEVICE_INFO_VERSION) return answer.String(Version());
-    m_Interface->DeviceInfo(m_Camera, command, answer);
+    m_Interface->DeviceInfo(AsNamedNow(), command, answer);
+}
+
+FoundCamera Device::AsNamedNow() {
+    FoundCamera camera = m_Camera;
+    const Tavix::MutexLock guard(m_ToldMutex);
+    camera.Rename(m_UserName);
+    return camera;
+}
+
+void Device::NoteUserName(const std::string& name) {
+    {
+        const Tavix::MutexLock guard(m_ToldMutex);
+        if (name == m_UserName) return;
+        m_UserName = name;
+    }
+    Invalidate("DeviceUserID");
+    Invalidate("DeviceDisplayName");
 }
 
 void Device::BuildPort() {
@@ -47,7 +64,7 @@ void Device::BuildPort() {
     m_Port.Constant("DeviceVendorName", m_Camera.Vendor());
     m_Port.Constant("DeviceModelName", m_Camera.Model());
     m_Port.Choice("DeviceType", {{"USB3Vision", 0}, {"Custom", 1}}, [] { return 0; });
-    m_Port.Constant("DeviceDisplayName", m_Camera.DisplayName());
+    m_Port.Text("DeviceDisplayName", [this] { return AsNamedNow().DisplayName(); });
     m_Port.Choice("DeviceAccessStatus",
                   {{"Unknown", 0},
                    {"ReadWrite", 1},
@@ -58,7 +75,7 @@ void Device::BuildPort() {
                    {"OpenReadOnly", 6}},
                   [this] { return static_cast<std::uint64_t>(AccessStatus()); });
     m_Port.Constant("DeviceSerialNumber", m_Camera.Serial());
-    m_Port.Constant("DeviceUserID", m_Camera.UserName());
+    m_Port.Text("DeviceUserID", [this] { return AsNamedNow().UserName(); });
     m_Port.Limited(
         "StreamSelector", {0, [] { return 0; }, 1}, [] { return 0; },
         [](std::uint64_t number) {
@@ -101,11 +118,11 @@ void Device::OnRemoval(const vexlo::VxCallbackData* data) {
 
 void Device::NoteRemoval() noexcept {
     if (m_IsLost.exchange(true)) return;
-    if (const auto event = Event(EVENT_MODULE)) event->PushModule(kLostEvent);
+    Tell(kLostEvent);
     if (const auto event = Event(EVENT_ERROR)) event->PushError(GC_ERR_IO, "the camera was unplugged");
     if (const auto event = std::static_pointer_cast<RemoteEvent>(Event(EVENT_REMOTE_DEVICE))) event->NoteLoss();
     Invalidate("DeviceAccessStatus");
-    m_Interface->NoteLoss();
+    m_Interface->NoteChange();
     if (const auto stream = OpenedStream()) stream->NoteLoss();
 }
 

@@ -37,6 +37,8 @@ public:
     int32_t AccessStatus() const;
     std::string Version(); ///< the camera tells it once; throws Failure
     void Info(DEVICE_INFO_CMD command, Answer& answer);
+    /// What the user calls the camera has been changed, or may have been.
+    void NoteUserName(const std::string& name);
     vexlo::CVxDevice& Vx() const { return *m_Device; }
     /// The camera left; nothing that asks it will succeed any more.
     bool IsLost() const { return m_IsLost; }
@@ -64,6 +66,8 @@ private:
     static void OnRemoval(const vexlo::VxCallbackData* data);
     void NoteRemoval() noexcept;
     std::shared_ptr<Stream> OpenedStream();
+    /// With the name that the user has given it since it was found.
+    FoundCamera AsNamedNow();
 
     const std::shared_ptr<Interface> m_Interface;
     const FoundCamera m_Camera;
@@ -76,7 +80,8 @@ private:
     std::vector<unsigned long> m_Callbacks TAVIX_GUARDED_BY(TreeMutex());
     std::atomic<bool> m_IsLost{false};
     Tavix::Mutex m_ToldMutex;
-    std::string m_Version TAVIX_GUARDED_BY(m_ToldMutex); // empty until the camera has told it
+    std::string m_Version TAVIX_GUARDED_BY(m_ToldMutex);  // empty until the camera has told it
+    std::string m_UserName TAVIX_GUARDED_BY(m_ToldMutex); // the one it was found with, until there is another
     Tavix::Mutex m_StreamMutex;
     std::shared_ptr<Stream> m_Stream TAVIX_GUARDED_BY(m_StreamMutex); // null while closed
 };

@@ -64,6 +64,7 @@ void Interface::BuildPort() {
                       return CountDevices() == 0 ? 0 : static_cast<std::uint64_t>(AccessStatus(Selected()));
                   });
     m_Port.Choice("DeviceTLType", {{"USB3Vision", 0}, {"Custom", 1}}, [] { return 0; });
+    m_Port.Event("EventDeviceListChanged", kListEvent);
 }
 
 FoundCamera Interface::Selected() {
@@ -76,6 +77,8 @@ bool Interface::UpdateDevices() {
     devices.erase(std::remove_if(devices.begin(), devices.end(),
                                  [this](const FoundCamera& each) { return each.controller.id != m_Controller.id; }),
                   devices.end());
+    for (const FoundCamera& each : devices)
+        if (const auto device = OpenHere(each)) device->NoteUserName(each.UserName());
     {
         const Tavix::MutexLock guard(m_Mutex);
         const bool isSame = std::equal(devices.begin(), devices.end(), m_Devices.begin(), m_Devices.end(),
@@ -86,8 +89,7 @@ bool Interface::UpdateDevices() {
         if (isSame) return false;
         m_Selected = 0;
     }
-    Invalidate("DeviceSelector");
-    Invalidate("DeviceID");
+    NoteChange();
     return true;
 }
 
@@ -178,9 +180,10 @@ void Interface::Forget(const Device& device) noexcept {
     m_OpenHere.erase(path);
 }
 
-void Interface::NoteLoss() noexcept {
+void Interface::NoteChange() noexcept {
     Invalidate("DeviceSelector");
     Invalidate("DeviceID");
+    Tell(kListEvent);
 }
 
 void Interface::Close() noexcept {

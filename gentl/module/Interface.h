@@ -41,8 +41,10 @@ public:
     std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) TAVIX_EXCLUDES(TreeMutex());
     void Forget(const Device& device) noexcept TAVIX_REQUIRES(TreeMutex());
 
-    /// A camera on this interface left.
-    void NoteLoss() noexcept;
+    static constexpr std::uint64_t kListEvent = 0x9002;
+
+    /// A camera on this interface came or left.
+    void NoteChange() noexcept;
 
 private:
     void BuildPort();

@@ -21,7 +21,6 @@ std::shared_ptr<EventQueue> Module::MakeEvent(EVENT_TYPE type) {
     switch (type) {
     case EVENT_ERROR:
     case EVENT_FEATURE_INVALIDATE:
-    case EVENT_FEATURE_CHANGE:
     case EVENT_MODULE:
         return std::make_shared<EventQueue>(type);
     default:
@@ -55,6 +54,10 @@ std::shared_ptr<EventQueue> Module::Event(EVENT_TYPE type) {
 
 void Module::Invalidate(const char* feature) noexcept {
     if (const auto event = Event(EVENT_FEATURE_INVALIDATE)) event->PushText(feature);
+}
+
+void Module::Tell(std::uint64_t event) noexcept {
+    if (const auto queue = Event(EVENT_MODULE)) queue->PushModule(event);
 }
 
 void Module::Close() noexcept {

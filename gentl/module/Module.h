@@ -42,6 +42,7 @@ public:
         const char* module = "";
         bool isReadable = true;
         bool isWritable = true;
+        bool isAvailable = true;
     };
     virtual Identity Identify() = 0;
     /// Apart from the rest, since a camera has to be asked for it.
@@ -70,6 +71,8 @@ public:
     std::shared_ptr<EventQueue> Event(EVENT_TYPE type);
     /// Tells of a change of one of the module's features, where that is wanted.
     void Invalidate(const char* feature) noexcept;
+    /// Tells of an event of the module, where that is wanted.
+    void Tell(std::uint64_t event) noexcept;
 
 private:
     Tavix::Mutex m_EventMutex;

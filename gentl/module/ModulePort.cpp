@@ -32,9 +32,29 @@ std::string RegisterNode(const char* module, const char* kind, const std::string
            kind + ">\n";
 }
 
-std::string NumberRegister(const char* module, const std::string& name, std::uint64_t address, const char* access) {
+std::string NumberRegister(const char* module, const std::string& name, std::uint64_t address, const char* access,
+                           bool isSigned = false) {
     return RegisterNode(module, "IntReg", name, address, 8, access,
-                        "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>");
+                        isSigned ? "<Sign>Signed</Sign><Endianess>LittleEndian</Endianess>"
+                                 : "<Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>");
+}
+
+/// A sum of all bytes, by the method of Fowler, Noll and Vo.
+std::uint64_t SumOf(const std::string& text, std::uint64_t sum) {
+    for (const char c : text)
+        sum = (sum ^ static_cast<std::uint8_t>(c)) * 0x100000001B3U;
+    return sum;
+}
+
+/// Each text has its own, the same in every version of the producer: consumers keep descriptions by them.
+std::string GuidOf(const std::string& text) {
+    const std::uint64_t high = SumOf(text, 0xCBF29CE484222325U);
+    const std::uint64_t low = SumOf(text, high ^ 0x9E3779B97F4A7C15U);
+    char guid[37];
+    std::snprintf(guid, sizeof guid, "%08X-%04X-%04X-%04X-%012llX", static_cast<unsigned int>(high >> 32),
+                  static_cast<unsigned int>(high >> 16 & 0xFFFF), static_cast<unsigned int>(high & 0xFFFF),
+                  static_cast<unsigned int>(low >> 48), static_cast<unsigned long long>(low & 0xFFFFFFFFFFFF));
+    return guid;
 }
 
 const char* AccessOf(const ModulePort::SetNumber& set) {
@@ -43,11 +63,16 @@ const char* AccessOf(const ModulePort::SetNumber& set) {
 
 } // namespace
 
-std::uint64_t ModulePort::AddNumber(GetNumber get, SetNumber set) {
+std::string ModulePort::LockOf(const SetNumber& set) const {
+    return set && m_Lock ? Element("pIsLocked", m_Lock) : std::string();
+}
+
+std::uint64_t ModulePort::AddNumber(GetNumber get, SetNumber set, bool isSigned) {
     Register entry;
     entry.address = m_Next;
     entry.bytes = [get = std::move(get)] { return NumberBytes(get()); };
     entry.set = std::move(set);
+    entry.isSigned = isSigned;
     m_Registers.push_back(std::move(entry));
     m_Next += 8;
     return m_Registers.back().address;
@@ -88,8 +113,10 @@ void ModulePort::Limited(const char* name, Limits limits, GetNumber get, SetNumb
     const std::string base = name;
     m_Nodes += NumberRegister(m_Module, base + "_Max", AddNumber(std::move(limits.max), {}), "RO");
     const char* const access = AccessOf(set);
-    m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set)), access);
-    m_Nodes += "<Integer Name=\"" + base + "\">" + Element("pValue", base + "_Value") +
+    const std::string lock = LockOf(set);
+    m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set), limits.isSigned),
+                              access, limits.isSigned);
+    m_Nodes += "<Integer Name=\"" + base + "\">" + lock + Element("pValue", base + "_Value") +
                Element("Min", std::to_string(limits.min)) + Element("pMax", base + "_Max") +
                Element("Inc", std::to_string(limits.increment));
     for (const std::string& feature : selected)
@@ -102,8 +129,9 @@ void ModulePort::Choice(const char* name, std::vector<std::pair<const char*, std
                         SetNumber set) {
     const std::string base = name;
     const char* const access = AccessOf(set);
+    const std::string lock = LockOf(set);
     m_Nodes += NumberRegister(m_Module, base + "_Value", AddNumber(std::move(get), std::move(set)), access);
-    m_Nodes += "<Enumeration Name=\"" + base + "\">";
+    m_Nodes += "<Enumeration Name=\"" + base + "\">" + lock;
     for (const auto& [entry, value] : entries)
         m_Nodes += "<EnumEntry Name=\"" + std::string(entry) + "\">" + Element("Value", std::to_string(value)) +
                    "</EnumEntry>";
@@ -147,8 +175,9 @@ const std::string& ModulePort::Description() {
             std::string(m_Module) +
             "\" VendorName=\"Tavix\" ToolTip=\"Module of the USB3 Vision producer\" StandardNameSpace=\"None\" "
             "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" "
-            "MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"3D6E52B0-9A41-4C0B-8B0B-6C2F3F3D0A11\" "
-            "VersionGuid=\"A5C1E2F4-0E9D-4C8E-9B3F-52C6D0A7E812\" "
+            "MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"" +
+            GuidOf(std::string(kModel) + m_Module) + "\" VersionGuid=\"" + GuidOf(m_Category + m_Nodes) +
+            "\" "
             "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\" "
             "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
             "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1 "
@@ -209,6 +238,8 @@ void ModulePort::Write(std::uint64_t address, const void* buffer, size_t& size) 
     std::uint64_t number = 0;
     for (size_t i = 0; i < size; ++i)
         number |= static_cast<std::uint64_t>(static_cast<const std::uint8_t*>(buffer)[i]) << (8 * i);
+    const bool isNegative = size < 8 && (number >> (8 * size - 1) & 1) != 0;
+    if (entry->isSigned && isNegative) number |= ~std::uint64_t(0) << (8 * size);
     entry->set(number);
 }
 

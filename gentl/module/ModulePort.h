@@ -28,6 +28,7 @@ public:
         std::uint64_t min = 0;
         GetNumber max;
         std::uint64_t increment = 1;
+        bool isSigned = false; ///< then numbers are in two's complement
     };
     /// A number with limits; `selected` names the features that it selects, one after the other.
     void Limited(const char* name, Limits limits, GetNumber get, SetNumber set, std::vector<std::string> selected = {});
@@ -35,6 +36,8 @@ public:
                 SetNumber set = {});
     void Command(const char* name, std::function<void()> execute);
     void Flag(const char* name, GetNumber get, SetNumber set = {});
+    /// Features with a setter that are added from here on are locked while that one is not 0.
+    void LockBy(const char* feature) { m_Lock = feature; }
     /// An event of the module with that number.
     void Event(const char* name, std::uint64_t id);
 
@@ -53,9 +56,11 @@ private:
         size_t length = 8;
         std::function<std::string()> bytes; // always of this length
         SetNumber set;                      // empty: read-only
+        bool isSigned = false;
     };
 
-    std::uint64_t AddNumber(GetNumber get, SetNumber set);
+    std::uint64_t AddNumber(GetNumber get, SetNumber set, bool isSigned = false);
+    std::string LockOf(const SetNumber& set) const;
     std::uint64_t AddText(GetText get);
     void AddFeature(const char* name) { m_Category += "<pFeature>" + std::string(name) + "</pFeature>\n"; }
     void ReadDescription(std::uint64_t offset, void* buffer, size_t& size);
@@ -65,6 +70,7 @@ private:
     const std::string m_Id;
     std::vector<Register> m_Registers; // constant once built
     std::uint64_t m_Next = 0x1000;
+    const char* m_Lock = nullptr;
     std::string m_Category; // features of the root
     std::string m_Nodes;
     std::once_flag m_Once;

@@ -38,6 +38,20 @@ size_t CountNeighbours(const PORT_REGISTER_STACK_ENTRY* entries, size_t count, s
     return n;
 }
 
+bool IsOfUserName(std::uint64_t address, size_t size) {
+    const std::uint64_t begin = u3v::abrm::kUserDefinedName;
+    return size != 0 && address < begin + u3v::abrm::kStringSize && address + size > begin;
+}
+
+/// As the camera has taken it. One that does not tell keeps the name that is known.
+void NoteUserName(Device& device) {
+    try {
+        device.NoteUserName(ReadUserName(device.Vx()));
+    } catch (const Failure&) {
+        return;
+    }
+}
+
 } // namespace
 
 RemotePort::RemotePort(Device& device)
@@ -61,6 +75,7 @@ void RemotePort::Write(std::uint64_t address, const void* buffer, size_t& size) 
     const auto device = Owner();
     device->CheckWritable();
     Check(device->Vx().WriteMem(buffer, address, size), "The camera's registers cannot be written");
+    if (IsOfUserName(address, size)) NoteUserName(*device);
 }
 
 void RemotePort::ReadStacked(PORT_REGISTER_STACK_ENTRY* entries, size_t count, size_t& done) {
@@ -96,7 +111,7 @@ std::vector<u3v::ManifestEntry> RemotePort::ReadManifest() {
     const std::uint64_t address = u3v::Load64(word.data());
     Read(address, word.data(), size = word.size());
     const std::uint64_t count = u3v::Load64(word.data());
-    if (count == 0 || count > kMostEntries) Fail(GC_ERR_NOT_AVAILABLE, "the camera's manifest is broken");
+    if (count > kMostEntries) return {}; // it is broken
     std::vector<u3v::ManifestEntry> entries;
     for (std::uint64_t i = 0; i < count; ++i) {
         std::array<std::uint8_t, u3v::manifest::kEntrySize> bytes{};
@@ -141,7 +156,9 @@ std::string RemotePort::Version() {
 Port::Identity RemotePort::Identify() {
     const auto device = Owner();
     const FoundCamera& camera = device->Camera();
-    return {camera.id, camera.Vendor(), camera.Model(), "Device", true, !device->IsReadOnly()};
+    return {camera.id,        camera.Vendor(),   camera.Model(),
+            "Device",         !device->IsLost(), !device->IsLost() && !device->IsReadOnly(),
+            !device->IsLost()};
 }
 
 } // namespace gentl

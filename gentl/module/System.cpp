@@ -93,6 +93,7 @@ void System::BuildPort() {
     };
     m_Port.Text("InterfaceID", [text] { return text(&HostController::id); });
     m_Port.Text("InterfaceDisplayName", [text] { return text(&HostController::name); });
+    m_Port.Event("EventInterfaceListChanged", kListEvent);
 }
 
 bool System::UpdateInterfaces() {
@@ -109,6 +110,7 @@ bool System::UpdateInterfaces() {
     }
     Invalidate("InterfaceSelector");
     Invalidate("InterfaceID");
+    Tell(kListEvent);
     return true;
 }
 

@@ -34,6 +34,8 @@ public:
     std::shared_ptr<Interface> OpenInterface(const std::string& id) TAVIX_REQUIRES(TreeMutex());
     void Forget(const Interface& interface) noexcept TAVIX_REQUIRES(TreeMutex());
 
+    static constexpr std::uint64_t kListEvent = 0x9003;
+
     static void Info(TL_INFO_CMD command, Answer& answer);
 
 private:

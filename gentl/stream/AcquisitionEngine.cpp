@@ -201,8 +201,8 @@ AcquisitionEngine::Figures AcquisitionEngine::Look() {
     const Guard guard(m_Mutex);
     DrainForOthers();
     const auto& announced = m_Queues.Announced();
-    const bool hasOwnMemory =
-        std::any_of(announced.begin(), announced.end(), [](const SharedBuffer& each) { return each->own != nullptr; });
+    const bool hasMapped =
+        std::any_of(announced.begin(), announced.end(), [](const SharedBuffer& each) { return each->IsMapped(); });
     const BufferQueues::Counts& counts = m_Queues.Counted();
     Figures figures{};
     figures.announced = announced.size();
@@ -214,7 +214,7 @@ AcquisitionEngine::Figures AcquisitionEngine::Look() {
     figures.fired = m_Queues.Fired();
     figures.isRunning = m_Phase != Phase::Idle;
     figures.isGrabbing = IsGrabbing();
-    figures.hasOwnMemory = hasOwnMemory;
+    figures.hasMapped = hasMapped;
     figures.handling = static_cast<std::uint64_t>(m_Handling);
     return figures;
 }

@@ -64,10 +64,10 @@ public:
     void SetListener(const Tavix::WaitObjectEx& listener) noexcept;
 
     struct Figures {
-        std::uint64_t announced, input, output;            ///< buffers there now
-        std::uint64_t filled, delivered, overwritten;      ///< since the last start
-        std::uint64_t fired;                               ///< buffers that came into the output queue, ever
-        std::uint64_t isRunning, isGrabbing, hasOwnMemory; ///< 0 or 1; it grabs until it has what was asked for
+        std::uint64_t announced, input, output;         ///< buffers there now
+        std::uint64_t filled, delivered, overwritten;   ///< since the last start
+        std::uint64_t fired;                            ///< buffers that came into the output queue, ever
+        std::uint64_t isRunning, isGrabbing, hasMapped; ///< 0 or 1; it grabs until it has what was asked for
         std::uint64_t handling;
     };
     Figures Look();

@@ -38,6 +38,9 @@ public:
     void* const userPointer;
     const std::shared_ptr<void> own; ///< memory that we allocated lives as long as somebody reads it
 
+    /// Whether our memory is the kernel's: what came from the heap goes back there.
+    bool IsMapped() const { return own && !std::get_deleter<std::default_delete<std::uint8_t[]>>(own); }
+
     /// What queries tell.
     struct Record {
         vexlo::CVxStream::GrabResult result{};

@@ -27,6 +27,7 @@ void Stream::RequireUnlocked() const {
 }
 
 void Stream::SetProperty(Vx::EPropertyValue id, size_t width, std::uint64_t value) {
+    if (width < 8 && value >> (8 * width) != 0) Fail(GC_ERR_INVALID_VALUE, "the number is too large");
     std::array<std::uint8_t, 8> bytes{};
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
@@ -95,6 +96,7 @@ void Stream::BuildPort() {
     m_Port.Choice("StreamType", {{"USB3Vision", 0}, {"Custom", 1}}, [] { return 0; });
     m_Port.Number("StreamAnnouncedBufferCount", Figure(&Figures::announced));
     m_Port.Number("StreamAnnounceBufferMinimum", [] { return 1; });
+    m_Port.LockBy("TLParamsLocked");
     m_Port.Choice("StreamBufferHandlingMode",
                   {{"Default", 0}, {"OldestFirst", 3}, {"OldestFirstOverwrite", 1}, {"NewestOnly", 2}},
                   Figure(&Figures::handling), [this](std::uint64_t mode) {
@@ -102,6 +104,7 @@ void Stream::BuildPort() {
                       if (mode > 3) Fail(GC_ERR_INVALID_VALUE, "there is no such handling of buffers");
                       m_Engine.SetHandling(static_cast<Handling>(mode));
                   });
+    m_Port.LockBy(nullptr);
     BuildCounters();
     m_Port.Number("PayloadSize", [this] { return PayloadSize(); });
     m_Port.Flag("StreamIsGrabbing", Figure(&Figures::isGrabbing));
@@ -124,22 +127,26 @@ void Stream::BuildCounters() {
 }
 
 void Stream::BuildSettings() {
-    m_Port.Choice("StreamMemory", {{"Ordinary", 0}, {"Mapped", 1}}, Figure(&Figures::hasOwnMemory));
+    m_Port.Choice("StreamMemory", {{"Ordinary", 0}, {"Mapped", 1}}, Figure(&Figures::hasMapped));
     const auto get = [this](Vx::EPropertyValue id, size_t width) {
         return [this, id, width] { return Property(id, width); };
     };
     const auto set = [this](Vx::EPropertyValue id, size_t width) {
         return [this, id, width](std::uint64_t value) {
             RequireUnlocked();
+            if (m_Engine.Look().isRunning) Fail(GC_ERR_BUSY, "the stream is running");
             SetProperty(id, width, value);
         };
     };
+    m_Port.LockBy("TLParamsLocked");
     m_Port.Limited("StreamMaxTransferSize", {1024, get(Vx::Property_MaxTransferSizeMax, 4), 1024},
                    get(Vx::Property_MaxTransferSize, 4), set(Vx::Property_MaxTransferSize, 4));
-    m_Port.Number("StreamQueuedTransferCount", get(Vx::Property_NumMaxQueuedUrbs, 4),
-                  set(Vx::Property_NumMaxQueuedUrbs, 4));
-    m_Port.Number("StreamThreadPriority", get(Vx::Property_TransferLoopThreadPriority, 4),
-                  set(Vx::Property_TransferLoopThreadPriority, 4));
+    m_Port.Limited("StreamQueuedTransferCount", {1, get(Vx::Property_NumMaxQueuedUrbsMax, 4)},
+                   get(Vx::Property_NumMaxQueuedUrbs, 4), set(Vx::Property_NumMaxQueuedUrbs, 4));
+    m_Port.Limited("StreamThreadPriority",
+                   {0, get(Vx::Property_TransferLoopThreadPriorityMax, 4), 1, /*isSigned=*/true},
+                   get(Vx::Property_TransferLoopThreadPriority, 4), set(Vx::Property_TransferLoopThreadPriority, 4));
+    m_Port.LockBy(nullptr);
     m_Port.Number("StreamTotalBufferCount", get(Vx::Property_TotalBufferCount, 8));
     m_Port.Number("StreamFailedBufferCount", get(Vx::Property_FailedBufferCount, 8));
     m_Port.Number("StreamResynchronizationCount", get(Vx::Property_ResynchronizationCount, 8));

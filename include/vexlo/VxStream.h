@@ -26,6 +26,7 @@ public:
     /// Identifiers for GetProperty and SetProperty; widths are exact.
     enum EPropertyValue : unsigned int {
         Property_NumMaxQueuedUrbs = 0x200,              ///< 4 bytes, read/write: transfers queued at the driver at once
+        Property_NumMaxQueuedUrbsMax = 0x208,           ///< 4 bytes, read
         Property_MaxTransferSize = 0x300,               ///< 4 bytes, read/write: largest transfer in bytes
         Property_MaxTransferSizeMax = 0x308,            ///< 4 bytes, read
         Property_MaxTransferSizeMin = 0x310,            ///< 4 bytes, read

@@ -38,7 +38,10 @@ public:
         return m_Bus.Open(id.substr(kMark.size()), handle);
     }
     std::uint64_t RegisterHotplug(usb::HotplugHandler handler) override {
-        return m_Bus.RegisterHotplug(std::move(handler));
+        return m_Bus.RegisterHotplug(
+            [this, handler = std::move(handler)](usb::HotplugEvent event, const std::string& id) {
+                handler(event, kMark + id);
+            });
     }
     void DeregisterHotplug(std::uint64_t registration) override { m_Bus.DeregisterHotplug(registration); }
 

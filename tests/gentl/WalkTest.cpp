@@ -153,9 +153,23 @@ TEST_F(GenTL, LocksTheStreamsFeaturesUntilTheyAreUnlocked) {
     locked->SetValue(1);
     EXPECT_EQ(locked->GetValue(), 1);
     EXPECT_THROW(size->SetValue(65536), std::exception);
+    for (const char* name :
+         {"StreamMaxTransferSize", "StreamQueuedTransferCount", "StreamThreadPriority", "StreamBufferHandlingMode"})
+        EXPECT_FALSE(GenApi::IsWritable(features.map._GetNode(name))) << name;
     locked->SetValue(0);
     size->SetValue(65536);
     EXPECT_EQ(size->GetValue(), 65536);
+}
+
+TEST_F(GenTL, TellsWhatTheStreamsSettingsMayBe) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    consumer::Features features(gc, stream);
+    const GenApi::CIntegerPtr count(features.map._GetNode("StreamQueuedTransferCount"));
+    EXPECT_EQ(count->GetMin(), 1);
+    EXPECT_EQ(count->GetMax(), 4096);
+    const GenApi::CIntegerPtr priority(features.map._GetNode("StreamThreadPriority"));
+    EXPECT_EQ(priority->GetMin(), 0);
+    EXPECT_EQ(priority->GetMax(), 99);
 }
 
 TEST_F(GenTL, ClosesTheDeviceUnderOneWhoWaitsForItsEvents) {

@@ -16,6 +16,8 @@ VxStatus CVxStream::Impl::GetProperty(EPropertyValue id, void* buffer, unsigned 
     switch (id) {
     case Id::Property_NumMaxQueuedUrbs:
         return GetValue(m_Settings.maxQueuedUrbs, buffer, size);
+    case Id::Property_NumMaxQueuedUrbsMax:
+        return GetValue(StreamSettings::kMostQueuedUrbs, buffer, size);
     case Id::Property_MaxTransferSize:
         return GetValue(m_Settings.maxTransferSize, buffer, size);
     case Id::Property_MaxTransferSizeMax:
