@@ -57,7 +57,7 @@ std::string NameFor(const GstDevice& device) {
     GstStructure* properties = gst_device_get_properties(const_cast<GstDevice*>(&device));
     const gchar* guid = gst_structure_get_string(properties, "guid");
     const gchar* path = gst_structure_get_string(properties, "path");
-    const std::string name = guid && *guid ? guid : path ? path : "";
+    std::string name = guid && *guid ? guid : path ? path : "";
     gst_structure_free(properties);
     return name;
 }

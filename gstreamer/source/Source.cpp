@@ -116,7 +116,7 @@ void Source::Negotiated(GstCaps& caps) {
     const Tavix::imaging::PixelFormatInfo* sent =
         Tavix::imaging::FindPixelFormat(std::string_view((*camera)["PixelFormat"].Text()));
     const bool isConverted = sent == nullptr || FindFormat(sent->format) == nullptr;
-    m_NeedsPool = isConverted || layout.stride * 8 != layout.width * sent->BitsPerPixel();
+    m_NeedsPool = isConverted || layout.stride * 8 != std::size_t{layout.width} * sent->BitsPerPixel();
     const bool hasOtherPeriod = layout.Duration() != m_Layout.Duration();
     {
         const Tavix::MutexLock lock(m_Mutex);
