@@ -78,6 +78,14 @@ public:
         return item;
     }
 
+    /// Nothing when none came in that time, too.
+    std::optional<Item> WaitFor(std::chrono::milliseconds longest) {
+        std::optional<Item> item;
+        WaitInSteps(
+            longest, [&](std::chrono::milliseconds time) { return Take(time, item); }, m_AtEnd);
+        return item;
+    }
+
     /// StateError once closed.
     void RequireOpen() const { Checked(); }
 

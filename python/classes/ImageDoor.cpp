@@ -7,13 +7,17 @@
 #include "python/values/Pixels.h"
 #include "python/values/Values.h"
 
+#include <tavix/camera/Error.h>
 #include <tavix/camera/Image.h>
+#include <tavix/imaging/Convert.h>
 #include <tavix/imaging/ImageFile.h>
 
 #include <pybind11/stl/filesystem.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace py = pybind11;
@@ -95,6 +99,60 @@ void LetBuffersFail(const py::class_<Image, Owned<Image>>& type) {
             return -1;
         }
     };
+}
+
+py::array PayloadOf(const py::object& self) {
+    const Tavix::ByteView bytes = self.cast<const Image&>().Payload();
+    Tavix::imaging::PictureView row;
+    row.data = bytes.data;
+    row.size = bytes.size;
+    return ArrayOf(row, self);
+}
+
+// What imaging does with an image that is no picture, or of a format that it does not know.
+template<class Call>
+auto OfImaging(const Image& image, const char* what, Call call) {
+    try {
+        return Unlocked(call);
+    } catch (const Tavix::imaging::Error& e) {
+        throw Tavix::ValueError("cannot " + std::string(what) + " " + image.PixelFormat() + ": " + e.what());
+    }
+}
+
+py::array Unpack(const py::object& self) {
+    namespace imaging = Tavix::imaging;
+    const Image& image = self.cast<const Image&>();
+    const imaging::PixelFormat format = image.Picture().format;
+    if (format != imaging::PixelFormat::Undefined && imaging::UnpackedFormat(format) == format)
+        return ViewOf(self).attr("copy")();
+    auto picture = std::make_unique<imaging::Picture>(
+        OfImaging(image, "unpack", [&] { return imaging::Unpack(image.Picture()); }));
+    const imaging::PictureView view = picture->View();
+    const py::capsule owner(picture.get(), [](void* kept) { delete static_cast<imaging::Picture*>(kept); });
+    picture.release();
+    return ArrayOf(view, owner);
+}
+
+Tavix::imaging::Demosaicing DemosaicingOf(const std::string& name) {
+    if (name == "bilinear") return Tavix::imaging::Demosaicing::Bilinear;
+    if (name == "edge_aware") return Tavix::imaging::Demosaicing::EdgeAware;
+    throw Tavix::ValueError("colours are found 'bilinear' or 'edge_aware', not '" + name + "'");
+}
+
+// The copy comes with all that is known of the image; its pixels are written anew where colours are found in another
+// way.
+Image Convert(const Image& image, const std::string& pixelFormat, const std::string& demosaicing) {
+    namespace imaging = Tavix::imaging;
+    const imaging::ConvertOptions options{DemosaicingOf(demosaicing)};
+    Image made = Unlocked([&] { return image.Convert(pixelFormat); });
+    const auto* const format = imaging::FindPixelFormat(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
+    if (options.demosaicing == imaging::Demosaicing::Bilinear || !format || format->phase == imaging::BayerPhase::None)
+        return made;
+    const Tavix::ByteView bytes = made.Data();
+    const imaging::PictureSpan pixels{const_cast<std::uint8_t*>(bytes.data), bytes.size, made.Picture().format,
+                                      made.Stride()};
+    OfImaging(image, "convert", [&] { imaging::Convert(image.Picture(), pixels, options); });
+    return made;
 }
 
 std::vector<std::uint8_t> Preview(const Image& image, std::uint32_t largest) {
@@ -180,6 +238,14 @@ void BindImage(py::module_& module) {
             "Seconds that the camera was away just before this image; 0.0 when it was not.")
         .def_property_readonly("offset_x", &Image::OffsetX, "First column, on the sensor.")
         .def_property_readonly("offset_y", &Image::OffsetY, "First line, on the sensor.")
+        .def_property_readonly("stride", &Image::Stride,
+                               "Bytes from one line to the next, padding included; 0 when lines do not begin at whole "
+                               "bytes.")
+        .def_property_readonly(
+            "arrival_ns", [](const Image& image) { return Nanoseconds(image.Arrival()); },
+            "When all of it had come: nanoseconds of CLOCK_MONOTONIC, as time.monotonic_ns().")
+        .def_property_readonly("payload", &PayloadOf,
+                               "All bytes that came, chunk data included: a NumPy view, which keeps the memory.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
         .def_property_readonly("defect", &Image::Defect, "What is missing, in words; '' for a whole image.")
@@ -191,8 +257,13 @@ void BindImage(py::module_& module) {
         .def("__dlpack_device__", [](const py::object& self) { return ViewOf(self).attr("__dlpack_device__")(); })
         .def("_png", &PngOf)
         .def("clone", &Image::Clone, LockFree(), "A copy in memory of its own, which does not belong to the stream.")
-        .def("convert", &Image::Convert, py::arg("pixel_format"), LockFree(),
-             "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8. ValueError for what cannot be converted.")
+        .def("convert", &Convert, py::arg("pixel_format"), py::kw_only(), py::arg("demosaicing") = "bilinear",
+             "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8, white as white: Mono16 of 12 bits goes up to 65535. "
+             "Colours of a Bayer image are found 'bilinear' or, as save() does it, 'edge_aware', which takes longer. "
+             "ValueError for what cannot be converted.")
+        .def("unpack", &Unpack,
+             "The numbers that the camera sent, a NumPy array of their own: of Mono12p up to 4095, of BayerRG12p the "
+             "mosaic. Shape and type as those of `array`. ValueError for formats that are no such numbers.")
         .def(
             "save", [](const Image& image, const std::filesystem::path& path) { image.Save(path.string()); },
             py::arg("path"), LockFree(),

@@ -60,6 +60,12 @@ void BindEvent(py::module_& module) {
                 return values;
             },
             "By the features' names: a dict.")
+        .def_property_readonly(
+            "message",
+            [](const CameraEvent& event) {
+                return py::bytes(reinterpret_cast<const char*>(event.message.data()), event.message.size());
+            },
+            "The bytes that it came in.")
         .def(
             "__getitem__", [](const CameraEvent& event, const std::string& name) { return ToPython(event[name]); },
             "By the feature's name, or what follows 'Event' and the event's name. NotFound for others.")

@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tavixpython {
 
@@ -53,6 +54,17 @@ void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
         .def("__exit__", [](Stream& stream, const py::args&) { stream.Close(); })
         .def("cancel", &Stream::Cancel, "Ends the stream from any thread; a wait that is going on ends.")
         .def("close", &Stream::Close, "Stops the camera. Closing twice is harmless; images live on.")
+        .def(
+            "wait",
+            [](Stream& stream, const py::object& timeout) {
+                auto item = stream.WaitFor(ToMilliseconds(timeout, std::chrono::milliseconds(-1)));
+                return item ? Present(std::move(*item)) : py::object(py::none());
+            },
+            py::arg("timeout") = py::none(),
+            "The next one; None when none comes within so many seconds, or the stream has ended.")
+        .def_property_readonly(
+            "has_ended", [](const Stream& stream) { return stream.Standing() != std::string_view("running"); },
+            "Whether no further one will come.")
         .def_property_readonly("counts", &Stream::Counts, "Counts of delivered, lost and damaged images.");
     type.def("__repr__", [full = "<tavix." + std::string(name) + ", "](const Stream& stream) {
         return full + stream.Standing() + ">";

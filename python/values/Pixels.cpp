@@ -42,18 +42,17 @@ struct Shape {
     }
 };
 
-Shape ShapeOf(const Tavix::Image& image, const Layout& layout) {
-    const std::size_t bytes = image.Data().size;
+Shape ShapeOf(const imaging::PictureView& picture, const Layout& layout) {
     Shape shape;
-    if (layout.planes == 0 || image.Width() == 0) {
-        shape.Add(bytes, 1);
+    if (layout.planes == 0 || picture.width == 0) {
+        shape.Add(picture.size, 1);
         return shape;
     }
-    const std::size_t pixel = layout.word * layout.planes, line = pixel * image.Width();
-    const std::size_t stride = image.Stride() ? image.Stride() : line;
-    const std::size_t whole = bytes < line ? 0 : (bytes - line) / stride + 1;
-    shape.Add(std::min<std::size_t>(image.Height(), whole), stride);
-    shape.Add(image.Width(), pixel);
+    const std::size_t pixel = layout.word * layout.planes, line = pixel * picture.width;
+    const std::size_t stride = picture.stride ? picture.stride : line;
+    const std::size_t whole = picture.size < line ? 0 : (picture.size - line) / stride + 1;
+    shape.Add(std::min<std::size_t>(picture.height, whole), stride);
+    shape.Add(picture.width, pixel);
     if (layout.planes > 1) shape.Add(layout.planes, layout.word);
     return shape;
 }
@@ -86,16 +85,20 @@ void PrepareArrays() {
     }
 }
 
-py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
+py::array ArrayOf(const imaging::PictureView& picture, py::handle owner) {
     const Api& numpy = Numpy(); // pybind11's own array class takes vectors for a shape
-    const Layout layout = LayoutOf(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
-    const Shape shape = ShapeOf(image, layout);
+    const Layout layout = LayoutOf(picture.format);
+    const Shape shape = ShapeOf(picture, layout);
     py::dtype type = layout.word == 1 ? py::dtype::of<std::uint8_t>() : py::dtype::of<std::uint16_t>();
     auto array = py::reinterpret_steal<py::array>(numpy.PyArray_NewFromDescr_(
         numpy.PyArray_Type_, type.release().ptr(), shape.dimensions, shape.lengths.data(), shape.strides.data(),
-        const_cast<std::uint8_t*>(image.Data().data), Api::NPY_ARRAY_WRITEABLE_, nullptr));
+        const_cast<std::uint8_t*>(picture.data), Api::NPY_ARRAY_WRITEABLE_, nullptr));
     if (!array || numpy.PyArray_SetBaseObject_(array.ptr(), owner.inc_ref().ptr()) != 0) throw py::error_already_set();
     return array;
+}
+
+py::array ArrayOf(const Tavix::Image& image, py::handle owner) {
+    return ArrayOf(image.Picture(), owner);
 }
 
 } // namespace tavixpython

@@ -11,6 +11,9 @@ namespace tavixpython {
 /// components) for formats of whole bytes, else all bytes in a row. Lines that did not come whole are left out.
 pybind11::array ArrayOf(const Tavix::Image& image, pybind11::handle owner);
 
+/// The same of any pixels; without a format all bytes in a row.
+pybind11::array ArrayOf(const Tavix::imaging::PictureView& picture, pybind11::handle owner);
+
 /// Loads NumPy, which takes a tenth of a second: before images come, and not while they wait. Without NumPy arrays are
 /// refused when they are asked for.
 void PrepareArrays();

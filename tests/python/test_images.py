@@ -6,6 +6,7 @@ import signal
 import subprocess
 import sys
 import threading
+import time
 
 import numpy
 import pytest
@@ -76,6 +77,67 @@ def test_packed_formats_are_bytes_in_a_row(camera):
     image = camera.grab_one()
     assert image.array.shape == (80 * 64 * 3 // 2,) and image.array.dtype == numpy.uint8
     assert image.convert("Mono16").array.shape == (80, 64)
+
+
+def test_the_numbers_of_packed_formats_are_to_be_had_as_they_are(camera):
+    camera.PixelFormat = "Mono12p"
+    image = camera.grab_one()
+    numbers = image.unpack()
+    assert numbers.shape == (80, 64) and numbers.dtype == numpy.uint16
+    packed = image.array.astype(numpy.uint16).reshape(-1, 3)  # two numbers in three bytes
+    assert (numbers.reshape(-1, 2)[:, 0] == packed[:, 0] + ((packed[:, 1] & 15) << 8)).all()
+    assert (numbers.reshape(-1, 2)[:, 1] == (packed[:, 1] >> 4) + (packed[:, 2] << 4)).all()
+    assert (image.convert("Mono16").array == (numbers << 4) + (numbers >> 8)).all()
+    kept = numbers[:2].copy()
+    view = numbers[:2]
+    del numbers, image
+    gc.collect()
+    assert (view == kept).all()
+
+
+def test_colours_are_found_as_is_asked(camera):
+    camera.PixelFormat = "BayerRG8"
+    image = camera.grab_one()
+    mosaic = image.unpack()
+    assert (mosaic == image.array).all() and not numpy.shares_memory(mosaic, image.array)
+    plain, careful = image.convert("RGB8"), image.convert("RGB8", demosaicing="edge_aware")
+    assert plain.array.shape == careful.array.shape == (80, 64, 3) and careful.number == image.number
+    assert (plain.array != careful.array).any()
+    assert (image.convert("RGB8", demosaicing="bilinear").array == plain.array).all()
+    for made in (plain, careful):  # what was measured stays
+        assert (made.array[::2, ::2, 0] == mosaic[::2, ::2]).all()
+        assert (made.array[1::2, 1::2, 2] == mosaic[1::2, 1::2]).all()
+    with pytest.raises(tavix.ValueError, match="'bilinear' or 'edge_aware', not 'best'"):
+        image.convert("RGB8", demosaicing="best")
+    with pytest.raises(tavix.ValueError):
+        image.convert("Nothing", demosaicing="edge_aware")
+
+
+def test_an_image_tells_its_lines_its_arrival_and_all_its_bytes(camera):
+    camera.PixelFormat = "Mono8"
+    camera.ChunkModeActive = True
+    camera.ChunkSelector = "ExposureTime"
+    camera.ChunkEnable = True
+    before = time.monotonic_ns()
+    image = camera.grab_one()
+    assert image.stride == 64 and before < image.arrival_ns <= time.monotonic_ns()
+    assert image.payload.shape[0] > 64 * 80 and numpy.shares_memory(image.payload, image.array)
+    assert (image.payload[:64] == image.array[0]).all()
+    kept = image.payload
+    copy = kept.copy()
+    del image
+    camera.grab_one()
+    assert (kept == copy).all()
+
+
+def test_one_image_may_be_waited_for(triggered):
+    with triggered.grab(2) as stream:
+        assert stream.wait(0) is None and stream.wait(0.01) is None and not stream.has_ended
+        for number in range(2):
+            triggered.trigger()
+            assert stream.wait(60).number == number
+        assert stream.wait() is None and stream.has_ended
+    assert stream.wait() is None and stream.has_ended
 
 
 def test_kept_slices_are_never_overwritten(camera):
@@ -202,7 +264,7 @@ def test_events_are_told_with_their_values(camera):
     seen = []
 
     def on_event(event):
-        seen.append((event.name, event["FrameID"], sorted(event.values)))
+        seen.append((event.name, event["FrameID"], sorted(event.values), event.message))
         told.set()
 
     subscription = camera.on_event("ExposureEnd", on_event)
@@ -210,7 +272,8 @@ def test_events_are_told_with_their_values(camera):
         while not told.is_set():
             next(stream)
     subscription.end()
-    name, frame, values = seen[0]
+    name, frame, values, message = seen[0]
+    assert isinstance(message, bytes) and len(message) >= 8
     assert name == "ExposureEnd" and isinstance(frame, int) and "EventExposureEndFrameID" in values
 
 
