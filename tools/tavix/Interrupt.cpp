@@ -15,9 +15,9 @@ namespace tool {
 namespace {
 
 constexpr int kEndTimeoutMs = 700; // for the end in good order
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
-/// The signal that came; 0 for none. The system gives it to any thread.
+/// The first signal that came; 0 for none. The system gives it to any thread.
 std::atomic<int> g_Signal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "only then may a signal handler touch it");
 
@@ -42,8 +42,9 @@ bool Await(int bell, int timeMs) {
 
 void OnSignal(int signal) {
     const int error = errno;
-    g_Signal = signal;
-    std::signal(signal, SIG_DFL);
+    int none = 0;
+    g_Signal.compare_exchange_strong(none, signal);
+    if (signal != SIGPIPE) std::signal(signal, SIG_DFL); // that one comes with each line that nobody reads
     Ring(g_Came);
     errno = error; // that of whatever was interrupted
 }
@@ -52,7 +53,7 @@ void OnSignal(int signal) {
 void EndWhatIsStuck() {
     if (!Await(g_Came, -1) || g_Signal == 0) return; // the command has ended by itself
     if (Await(g_Ended, kEndTimeoutMs)) return;
-    (void)!write(STDERR_FILENO, kInterruptedLine, sizeof kInterruptedLine - 1);
+    if (HasReader()) (void)!write(STDERR_FILENO, kInterruptedLine, sizeof kInterruptedLine - 1);
     _exit(InterruptedStatus());
 }
 
@@ -104,6 +105,14 @@ bool IsInterrupted() {
 
 int InterruptedStatus() {
     return 128 + g_Signal;
+}
+
+int InterruptDescriptor() {
+    return g_Came;
+}
+
+bool HasReader() {
+    return g_Signal != SIGPIPE;
 }
 
 void EndWithoutReader() {

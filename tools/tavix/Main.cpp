@@ -22,6 +22,7 @@ namespace {
 
 int Complain(const std::string& line, int status) {
     std::fflush(stdout);
+    if (!tool::HasReader()) return status;
     std::fprintf(stderr, "tavix: %s\n", Tavix::Printable(line).c_str());
     return status;
 }
@@ -66,7 +67,8 @@ int Run(int argc, char** argv) {
         if (!IsOutputWhole()) return Complain(tool::kOutputLost, tool::kFailed);
         return status == tool::kDone && !trace.IsWhole() ? tool::kPartly : status;
     } catch (const tool::Error& e) {
-        return Complain(tool::Reason(e), e.Status());
+        const bool isLost = e.Status() == tool::kPartly && !IsOutputWhole();
+        return isLost ? Complain(tool::kOutputLost, tool::kFailed) : Complain(tool::Reason(e), e.Status());
     }
 }
 
@@ -91,6 +93,6 @@ int main(int argc, char** argv) {
     const tool::InterruptWatch watch;
     const int status = RunToALine(argc, argv);
     if (!tool::IsInterrupted()) return status;
-    if (status == tool::kDone) ComplainPlainly(tool::kInterruptedLine);
+    if (status == tool::kDone && tool::HasReader()) ComplainPlainly(tool::kInterruptedLine);
     return tool::InterruptedStatus();
 }

@@ -135,6 +135,12 @@ TEST(Output, ThatNobodyTakesIsAFailure) {
     }
 }
 
+TEST(Output, OfAnExaminationThatNobodyTakesIsAFailureToo) {
+    const TestFolder folder; // no machine's copy, in which there is enough to find fault with
+    EXPECT_EQ(RunInShell("doctor --root " + folder.Path() + " >/dev/full", folder.Path("err")), 1);
+    EXPECT_NE(folder.Read("err").find("the output could not be written"), std::string::npos) << folder.Read("err");
+}
+
 TEST(Output, WithoutAnyGoesToNoOtherFile) {
     const TestFolder folder;
     EXPECT_EQ(RunInShell("grab -q -n 1 -f pgm -o " + folder.Path("i") + " <&- >&-", folder.Path("err")), 1);

@@ -7,12 +7,15 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -107,6 +110,44 @@ TEST(Interrupt, EndsACommandWhoseOutputNobodyTakes) {
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 130);
     EXPECT_EQ(folder.Read("err"), "tavix: interrupted\n");
+}
+
+/// Whether a trace consists of blocks to its very end.
+bool IsWholeTrace(const std::string& trace) {
+    std::size_t at = 0;
+    for (std::uint32_t length = 0; at + 12 <= trace.size(); at += length) {
+        std::memcpy(&length, trace.data() + at + 4, sizeof length);
+        if (length < 12) return false;
+    }
+    return at == trace.size() && at > 0;
+}
+
+/// As `head -1` does.
+TEST(Interrupt, OfTheReaderEndsAGrabInGoodOrder) {
+    for (const std::string command : {"chunks -n 1000000", "events --grab"}) {
+        const TestFolder folder;
+        const Variable trace("TAVIX_TRACE", folder.Path("t.pcapng"));
+        FILE* const pipe =
+            popen(("exec " TAVIX_TOOL " --virtual 1 " + command + " 2>" + folder.Path("err")).c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        char line[1000];
+        EXPECT_NE(fgets(line, sizeof line, pipe), nullptr) << command;
+        const int status = pclose(pipe); // its end of the pipe goes first
+        ASSERT_TRUE(WIFEXITED(status)) << command;
+        EXPECT_EQ(WEXITSTATUS(status), 141) << command;
+        EXPECT_EQ(folder.Read("err"), "") << command;
+        EXPECT_TRUE(IsWholeTrace(folder.Read("t.pcapng"))) << command;
+    }
+}
+
+TEST_P(EachSignal, EndsAServerOfVirtualCameras) {
+    const std::string port = std::to_string(30000 + 4 * (getpid() % 7000) + GetParam() % 4);
+    ToolRun run({"virtual", "serve", "--usbip", port});
+    ASSERT_TRUE(Eventually([&] { return run.Output().find("attach with") != std::string::npos; }));
+    run.Signal(GetParam());
+    const Outcome outcome = run.Finish();
+    EXPECT_EQ(outcome.status, 128 + GetParam());
+    EXPECT_EQ(outcome.err, "tavix: interrupted\n");
 }
 
 /// As `nohup` starts programs.

@@ -55,9 +55,9 @@ The command line is wrong.
 It did its work, and not all is good: frames failed or never came, a checksum is wrong, a setting was refused, a trace
 is not whole, the doctor found a problem.
 .TP
-.B 130, 143, 129
-It was interrupted (SIGINT), asked to terminate (SIGTERM), or its terminal went away (SIGHUP). A grab stops the camera
-before it ends.
+.B 130, 143, 129, 141
+It was interrupted (SIGINT), asked to terminate (SIGTERM), its terminal went away (SIGHUP), or the reader of its output
+did (SIGPIPE). A grab stops the camera before it ends.
 .SH ENVIRONMENT
 .TP
 .B TAVIX_VIRTUAL_CAMERAS

@@ -1,6 +1,7 @@
 #include "virtual/VirtualCommand.h"
 
 #include "Error.h"
+#include "Interrupt.h"
 #include "output/Text.h"
 #include "virtual/FaultCommand.h"
 
@@ -14,14 +15,12 @@
 #include "virtualcam/usbredir/Server.h"
 #endif
 
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <sstream>
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace tool {
@@ -33,24 +32,6 @@ void Say(const std::string& line) {
     std::printf("%s\n", Printable(line).c_str());
     std::fflush(stdout);
 }
-
-/// Turns the signals that end programs into something to wait for. Before any thread is started, so that all heed it.
-class Interrupts {
-public:
-    Interrupts() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGINT);
-        sigaddset(&signals, SIGTERM);
-        sigaddset(&signals, SIGHUP);
-        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-        m_Descriptor = Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
-    }
-    int Get() const { return m_Descriptor.Get(); }
-
-private:
-    Descriptor m_Descriptor;
-};
 
 RemoteCameras MakeCameras(const ServeOptions& options) {
     BackendSettings settings;
@@ -179,10 +160,10 @@ private:
     std::string m_Text;
 };
 
-void RunUntilEnd(RemoteCameras& cameras, const Interrupts& interrupts) {
+void RunUntilEnd(RemoteCameras& cameras) {
     Console console;
     bool running = true;
-    pollfd polled[2] = {{interrupts.Get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    pollfd polled[2] = {{InterruptDescriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     while (running) {
         if (poll(polled, 2, -1) < 0) continue;
         if (polled[0].revents != 0) return;
@@ -195,11 +176,10 @@ void RunUntilEnd(RemoteCameras& cameras, const Interrupts& interrupts) {
 } // namespace
 
 int Serve(const ServeOptions& options) {
-    const Interrupts interrupts;
     RemoteCameras cameras = MakeCameras(options);
     const Servers servers = Start(cameras, options);
-    RunUntilEnd(cameras, interrupts);
-    return 0;
+    RunUntilEnd(cameras);
+    return kDone;
 }
 
 } // namespace tool
