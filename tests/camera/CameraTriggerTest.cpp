@@ -23,6 +23,21 @@ TEST(Trigger, MakesOneImageEachAndLosesNone) {
     EXPECT_FALSE(stream.Wait(1ms));
 }
 
+TEST(Trigger, IsNotGivenToACameraWhoseImagesNobodyTakes) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["TriggerSource"] = "Software";
+    camera["TriggerMode"] = "On";
+    Tavix::ImageStream stream = camera.Grab();
+    std::uint64_t fired = 0;
+    for (; fired < 200 && camera.AwaitTrigger(500ms); ++fired)
+        camera.FireTrigger();
+    EXPECT_LT(fired, 200U);
+    for (std::uint64_t i = 0; i < fired; ++i)
+        ASSERT_EQ(stream.Next().BlockId(), i);
+    EXPECT_EQ(stream.Counts().missed, 0U);
+}
+
 TEST(Trigger, IsRefusedUnlessTheCameraWaitsForIt) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();

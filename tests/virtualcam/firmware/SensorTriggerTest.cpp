@@ -44,6 +44,17 @@ TEST_F(TriggerTest, WaitsForNoTriggerThatWouldComeTooEarly) {
     EXPECT_EQ(client.Read(0x102030, 4), 0u) << "the next frame may begin in ten seconds";
 }
 
+TEST_F(TriggerTest, WaitsForNoTriggerWhoseImageItWouldLose) {
+    stream.StartAcquisition();
+    unsigned fired = 0;
+    for (; fired < 100 && client.Read(0x102030, 4) == 1u; ++fired)
+        Fire(kFrame);
+    EXPECT_EQ(client.Read(0x102030, 4), 0u) << "nobody has fetched an image";
+    for (unsigned i = 0; i < fired; ++i)
+        EXPECT_EQ(stream.Read().Id(), i);
+    EXPECT_EQ(client.Read(0x102030, 4), 1u);
+}
+
 TEST_F(TriggerTest, IgnoresTriggersBeforeStart) {
     Fire(kFrame);
     stream.StartAcquisition();

@@ -208,7 +208,7 @@ void AcquisitionControl::OpenBurst(TimePoint now) {
 
 bool AcquisitionControl::Level(LineSource source) const {
     if (source == LineSource::FrameTriggerWait)
-        return m_Active && IsTriggered(TriggerKind::FrameStart) && IsBurstOpen() &&
+        return m_Active && IsTriggered(TriggerKind::FrameStart) && IsBurstOpen() && HasRoom() && // or it would be lost
                Clock::Now() >= m_LastFrame + Period(); // earlier it would be an overtrigger
     if (source == LineSource::FrameBurstTriggerWait) return m_Active && !IsBurstOpen();
     return false;
