@@ -24,6 +24,12 @@ std::string Reason(const std::exception& failure);
 [[noreturn]] void RethrowAsError(const std::string& context, const std::string& feature = {},
                                  const std::string& advice = {});
 
+/// StateError when it is empty.
+template<class Function>
+void RequireCallback(const Function& callback) {
+    if (!callback) throw StateError("the callback is empty");
+}
+
 /// NotFound, with what can be done about it.
 [[noreturn]] void ThrowNoCamera();
 

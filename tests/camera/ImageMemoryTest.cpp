@@ -28,8 +28,9 @@ TEST(ImageMemory, RefusesImagesThatAreLargerThanAllowed) {
     options.buffers = 3;
     options.count = 1;
     options.memoryLimit = 3 * 64 * 64 - 1;
-    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }),
-                HasSubstr("3 buffers for images of 4096 bytes take more than the 12287 bytes of memoryLimit"));
+    EXPECT_THAT(
+        ErrorOf<Tavix::Error>([&] { camera.Grab(options); }),
+        HasSubstr("3 buffers for images of 4096 bytes take more than the 12287 bytes of memoryLimit; 2 would fit"));
     ++options.memoryLimit;
     for (const Tavix::Image& image : camera.Grab(options))
         EXPECT_TRUE(image.IsWhole()) << image.Defect();
@@ -149,6 +150,17 @@ TEST(ImageMemory, FailsToStartWithoutMemoryAndCanBeStartedAgain) {
     Tavix::Camera camera = Tavix::Camera::Open();
     Tavix::GrabOptions options;
     options.allocator = [](std::size_t) { return nullptr; };
+    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }), HasSubstr("no memory"));
+    EXPECT_TRUE(camera.Grab(1).Next());
+}
+
+TEST(ImageMemory, TellsWhatItsAllocatorThrew) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.allocator = [](std::size_t) -> std::shared_ptr<void> { throw std::runtime_error("the card is full."); };
+    EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }), testing::EndsWith("images: the card is full"));
+    options.allocator = [](std::size_t) -> std::shared_ptr<void> { throw 7; };
     EXPECT_THAT(ErrorOf<Tavix::Error>([&] { camera.Grab(options); }), HasSubstr("no memory"));
     EXPECT_TRUE(camera.Grab(1).Next());
 }

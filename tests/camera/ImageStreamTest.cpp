@@ -162,6 +162,19 @@ TEST(ImageStream, GivesItsThreadThePriorityThatIsAskedFor) {
     EXPECT_THROW(grab(100), Tavix::ValueError) << "the highest is 99";
 }
 
+TEST(ImageStream, NamesTheOptionThatCannotBe) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    const auto refusal = [&](auto option, auto value) {
+        Tavix::GrabOptions options;
+        options.*option = value;
+        return ErrorOf<Tavix::ValueError>([&] { camera.Grab(options); });
+    };
+    EXPECT_THAT(refusal(&Tavix::GrabOptions::transferSize, 1U), HasSubstr("transferSize cannot be 1: "));
+    EXPECT_THAT(refusal(&Tavix::GrabOptions::transferSize, SIZE_MAX), testing::Not(HasSubstr("-1")));
+    EXPECT_THAT(refusal(&Tavix::GrabOptions::threadPriority, 100U), HasSubstr("threadPriority cannot be 100: "));
+}
+
 TEST(ImageStream, EndsWithACallbackWhoseCameraIsSilent) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();

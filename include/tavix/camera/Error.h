@@ -54,7 +54,7 @@ class TAVIX_CAMERA_API Removed final : public Error {
     using Error::Error;
 };
 
-/// The call does not fit: the object is empty or closed, or the camera streams already.
+/// The call does not fit: the object or the callback is empty or closed, or the camera streams already.
 class TAVIX_CAMERA_API StateError final : public Error {
     using Error::Error;
 };

@@ -19,8 +19,9 @@ class CameraCore;
 }
 
 /// Gives memory of at least so many bytes for one image, aligned as operator new does; whatever it holds is released
-/// with the last share. Null or an exception when there is none. Called on the thread that starts the stream, and when
-/// it needs more on the one that takes its images or, with a callback, on one of the library's.
+/// with the last share. Null or an exception when there is none; its text becomes part of the error. Called on the
+/// thread that starts the stream, and when it needs more on the one that takes its images or, with a callback, on one
+/// of the library's.
 using BufferAllocator = std::function<std::shared_ptr<void>(std::size_t bytes)>;
 
 /// How to grab. Re-entrant.

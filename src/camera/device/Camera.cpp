@@ -102,15 +102,17 @@ ImageStream Camera::Grab(const GrabOptions& options) {
 
 ImageStream Camera::Grab(const GrabOptions& options, std::function<void(Image)> callback) {
     Checked();
-    if (!callback) throw StateError("the callback is empty");
+    detail::RequireCallback(callback);
     return ImageStream::Begin(m_Core, options, std::move(callback));
 }
 
 Subscription Camera::OnEvent(const std::string& name, std::function<void(const CameraEvent&)> callback) {
+    detail::RequireCallback(callback);
     return Checked().OnEvent(name, std::move(callback));
 }
 
 Subscription Camera::OnRemoval(std::function<void(bool isBack)> callback) {
+    detail::RequireCallback(callback);
     return Checked().OnRemoval(std::move(callback));
 }
 

@@ -14,6 +14,8 @@
 namespace Tavix::detail {
 
 std::shared_ptr<CameraCore> CameraCore::Open(const CameraInfo& info) {
+    if (info.device == CDeviceInfo())
+        throw StateError("the CameraInfo is empty; take one of Cameras(), or open by name");
     const std::shared_ptr<CameraCore> core(new CameraCore(info));
     std::shared_ptr<OpenDevice> device = core->MakeDevice(info);
     const MutexLock guard(core->m_Mutex);

@@ -66,8 +66,10 @@ struct TAVIX_HIDDEN CameraWatch::Impl {
     }
 };
 
-CameraWatch::CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback, std::vector<CameraInfo> known)
-    : m_Impl(std::make_unique<Impl>(std::move(callback), std::move(known))) {}
+CameraWatch::CameraWatch(std::function<void(const CameraInfo&, bool arrived)> callback, std::vector<CameraInfo> known) {
+    detail::RequireCallback(callback);
+    m_Impl = std::make_unique<Impl>(std::move(callback), std::move(known));
+}
 CameraWatch::CameraWatch(CameraWatch&&) noexcept = default;
 CameraWatch& CameraWatch::operator=(CameraWatch&&) noexcept = default;
 CameraWatch::~CameraWatch() = default;

@@ -175,6 +175,7 @@ std::vector<Feature> Feature::Children() const {
 }
 
 Subscription Feature::OnChange(std::function<void(const Feature&)> callback) const {
+    detail::RequireCallback(callback);
     const NodeAccess access(*m_Source, m_Name); // NotFound now rather than never a call
     return m_Source->Watch(m_Name, std::move(callback));
 }

@@ -11,6 +11,7 @@
 #include <GenApi/GenApi.h>
 
 #include <algorithm>
+#include <limits>
 #include <new>
 
 namespace Tavix::detail {
@@ -61,20 +62,25 @@ std::size_t GrabSession::Believable(std::int64_t stated) const {
     if (stated <= 0) throw Error(m_Device->Name() + " says that its images have " + std::to_string(stated) + " bytes");
     const auto size = static_cast<std::size_t>(stated);
     if (size <= m_Options.memoryLimit / std::max<std::size_t>(m_Options.buffers, 1)) return size;
+    const std::size_t fitting = m_Options.memoryLimit / size;
     throw ValueError(m_Device->Name() + ": " + std::to_string(m_Options.buffers) + " buffers for images of " +
                      std::to_string(size) + " bytes take more than the " + std::to_string(m_Options.memoryLimit) +
-                     " bytes of memoryLimit");
+                     " bytes of memoryLimit; " +
+                     (fitting > 0 ? std::to_string(fitting) + " would fit" : "not even one would fit"));
 }
 
 void GrabSession::Prepare() {
     SetParameter("MaxNumBuffer", m_MaxFrames);
     SetParameter("MaxBufferSize", m_PayloadSize);
-    if (m_Options.transferSize > 0) SetParameter("MaxTransferSize", m_Options.transferSize);
-    if (m_Options.threadPriority > 0) SetParameter("TransferLoopThreadPriority", m_Options.threadPriority);
+    if (m_Options.transferSize > 0) SetParameter("MaxTransferSize", m_Options.transferSize, "transferSize");
+    if (m_Options.threadPriority > 0)
+        SetParameter("TransferLoopThreadPriority", m_Options.threadPriority, "threadPriority");
     m_Grabber->PrepareGrab();
     m_IsPrepared = true;
     while (m_Frames < m_Options.buffers) {
-        if (!AddFrame()) throw Error(m_Device->Name() + ": there is no memory for images");
+        if (!AddFrame())
+            throw Error(m_Device->Name() + ": there is no memory for images" +
+                        (m_NoMemory.empty() ? "" : ": " + m_NoMemory));
     }
     if (m_Mapper && m_MappedFrames < m_Frames) {
         LogTrace(LogCategoryCamera(), kLogInfo, "%zu of %zu buffers of '%s' are ordinary memory.",
@@ -82,9 +88,13 @@ void GrabSession::Prepare() {
     }
 }
 
-void GrabSession::SetParameter(const char* name, std::size_t value) {
+void GrabSession::SetParameter(const char* name, std::size_t value, const char* option) try {
+    constexpr std::size_t kLargest = std::numeric_limits<std::int64_t>::max();
     const GenApi::CIntegerPtr parameter(m_Grabber->GetNodeMap()->GetNode(name));
-    if (parameter) parameter->SetValue(static_cast<std::int64_t>(value));
+    if (parameter) parameter->SetValue(static_cast<std::int64_t>(std::min(value, kLargest)));
+} catch (const GenICam::GenericException& e) {
+    if (!option) throw;
+    throw ValueError(m_Device->Name() + ": " + option + " cannot be " + std::to_string(value) + ": " + Reason(e));
 }
 
 void GrabSession::StartCamera() {
@@ -100,7 +110,12 @@ bool GrabSession::Allocate(Frame& frame) try {
     frame.size = m_PayloadSize;
     return frame.memory != nullptr;
 } catch (const std::exception& e) {
-    LogTrace(LogCategoryCamera(), kLogWarning, "There is no memory for an image: %s", Reason(e).c_str());
+    m_NoMemory = Reason(e);
+    LogTrace(LogCategoryCamera(), kLogWarning, "There is no memory for an image: %s", m_NoMemory.c_str());
+    return false;
+} catch (...) {
+    m_NoMemory = "the allocator threw what is no std::exception";
+    LogTrace(LogCategoryCamera(), kLogWarning, "There is no memory for an image: %s", m_NoMemory.c_str());
     return false;
 }
 

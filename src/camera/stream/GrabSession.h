@@ -7,6 +7,7 @@
 #include <tavix/camera/ImageStream.h>
 
 #include <memory>
+#include <string>
 
 namespace Tavix {
 class IStreamGrabber;
@@ -57,7 +58,8 @@ private:
     std::size_t Believable(std::int64_t stated) const;
     void Prepare();
     bool Allocate(Frame& frame);
-    void SetParameter(const char* name, std::size_t value);
+    /// `option`: of GrabOptions, for who is told of a value that cannot be; null for values of the library's own.
+    void SetParameter(const char* name, std::size_t value, const char* option = nullptr);
 
     const std::shared_ptr<OpenDevice> m_Device;
     const GrabOptions m_Options;
@@ -65,6 +67,7 @@ private:
     IStreamGrabber* m_Grabber = nullptr; // borrowed from the device
     IStreamMemory* m_Mapper = nullptr;   // the same; null where there is none
     std::vector<StreamBufferHandle> m_Handles;
+    std::string m_NoMemory; // why there was none; of the thread that makes buffers
     std::size_t m_PayloadSize = 0, m_MappedFrames = 0;
     std::atomic<std::size_t> m_MaxFrames{0}, m_Frames{0};
     std::atomic<std::size_t> m_Queued{0};
