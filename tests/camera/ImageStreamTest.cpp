@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <future>
 #include <optional>
 #include <thread>
@@ -357,6 +359,31 @@ TEST(ImageStream, HandsOutDamagedImagesIfAskedFor) {
         EXPECT_EQ(image.MissingBytes() + image.Payload().size, 64U * 64U);
     }
     EXPECT_EQ(damaged, 1);
+}
+
+TEST(ImageStream, ConvertsAndSavesDamagedImagesWithBlackForWhatIsMissing) {
+    for (const char* format : {"Mono8", "YCbCr422_8"}) {
+        VirtualBus bus(kDamaged);
+        Tavix::Camera camera = Tavix::Camera::Open();
+        camera["PixelFormat"] = format;
+        Tavix::GrabOptions options;
+        options.count = 8;
+        options.incomplete = true;
+        Tavix::Image damaged;
+        for (Tavix::Image& image : camera.Grab(options))
+            if (!image.IsWhole()) damaged = image.Clone();
+        ASSERT_TRUE(damaged);
+        const Tavix::Image colours = damaged.Convert("RGB8");
+        ASSERT_EQ(colours.Data().size, 64U * 64U * 3U);
+        const std::uint8_t* last = colours.Data().data + 63U * 64U * 3U;
+        EXPECT_TRUE(std::all_of(last, colours.Data().end(), [](std::uint8_t byte) { return byte == 0; })) << format;
+        EXPECT_FALSE(std::all_of(colours.Data().begin(), last, [](std::uint8_t byte) { return byte == 0; })) << format;
+        EXPECT_FALSE(colours.IsWhole());
+        EXPECT_EQ(colours.MissingBytes(), damaged.MissingBytes());
+        const std::string path = testing::TempDir() + "damaged-" + format + ".png";
+        EXPECT_NO_THROW(damaged.Save(path));
+        std::remove(path.c_str());
+    }
 }
 
 TEST(ImageStream, ReadsChunksOfEachImageAlsoWithoutTheCamera) {

@@ -105,10 +105,11 @@ public:
     /// A copy in memory of its own, which does not belong to the stream.
     Image Clone() const;
     /// A copy in another pixel format, by its name: Mono8, Mono16, RGB8, BGR8, RGBa8, BGRa8 from every format of the
-    /// table. ValueError for what cannot be converted.
+    /// table. Black where a damaged image has nothing, as IsWhole() and MissingBytes() of the copy still tell.
+    /// ValueError for what cannot be converted.
     Image Convert(const std::string& pixelFormat) const;
     /// Writes a file whose kind is told by the ending: .png .tif .jpg .pgm .ppm .raw. What a file cannot hold as it is
-    /// is converted. Error when it cannot be written.
+    /// is converted, and what a damaged image lacks is black. Error when it cannot be written.
     void Save(const std::string& path) const;
 
     /// For the library.

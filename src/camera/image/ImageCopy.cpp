@@ -2,6 +2,7 @@
 #include "camera/Failure.h"
 #include "camera/image/ChunkReader.h"
 #include "camera/image/Frame.h"
+#include "camera/image/WholePicture.h"
 
 #include <tavix/camera/Error.h>
 #include <tavix/camera/Image.h>
@@ -37,7 +38,8 @@ Image Image::Convert(const std::string& pixelFormat) const {
         throw ValueError("there is no pixel format '" + pixelFormat +
                          "'; images are converted to Mono8, Mono16, RGB8, BGR8, RGBa8 and BGRa8");
     try {
-        auto picture = std::make_shared<imaging::Picture>(imaging::Convert(Picture(), target->format));
+        const detail::WholePicture whole(*this);
+        auto picture = std::make_shared<imaging::Picture>(imaging::Convert(whole.View(), target->format));
         Image image(MakeCopy(from, std::shared_ptr<void>(picture, picture->Data()), picture->Size()));
         image.m_Frame->format = target->format;
         image.m_Frame->paddingX = 0;

@@ -1,6 +1,7 @@
 // Images as files.
 #include "camera/Failure.h"
 #include "camera/image/Frame.h"
+#include "camera/image/WholePicture.h"
 
 #include <tavix/camera/Image.h>
 #include <tavix/imaging/ImageFile.h>
@@ -27,7 +28,7 @@ imaging::Metadata MetadataOf(const Image& image) {
 void Image::Save(const std::string& path) const {
     Checked();
     try {
-        imaging::Save(path, Picture(), MetadataOf(*this));
+        imaging::Save(path, detail::WholePicture(*this).View(), MetadataOf(*this));
     } catch (const imaging::Error& e) {
         throw Error("cannot save an image as " + path + ": " + detail::Reason(e));
     }
