@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <sstream>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -27,6 +29,29 @@ TEST_F(FeatureOfCamera, IsWrittenAndReadInItsType) {
     EXPECT_EQ(int(camera["Width"]), 640);
     EXPECT_EQ(camera["PixelFormat"].Text(), "Mono8");
     EXPECT_TRUE(camera["AcquisitionFrameRateEnable"].Bool());
+}
+
+TEST_F(FeatureOfCamera, IsComparedWithTextWrittenFromAViewAndPrinted) {
+    camera["PixelFormat"] = std::string_view("Mono12 of many").substr(0, 6);
+    EXPECT_TRUE(camera["PixelFormat"] == "Mono12");
+    EXPECT_TRUE(camera["PixelFormat"] == std::string("Mono12"));
+    EXPECT_TRUE(camera["PixelFormat"] != "Mono8");
+    std::ostringstream out;
+    out << camera["PixelFormat"];
+    EXPECT_EQ(out.str(), "Mono12");
+}
+
+TEST(ValueThatWasRead, BecomesTheTypeThatIsAskedFor) {
+    const double number = Tavix::Value(2.5);
+    const std::uint8_t byte = Tavix::Value(std::int64_t(255));
+    const std::string text = Tavix::Value(true);
+    EXPECT_EQ(number, 2.5);
+    EXPECT_EQ(byte, 255);
+    EXPECT_EQ(text, Tavix::Value(true).Text());
+    EXPECT_THROW(static_cast<void>(static_cast<std::uint8_t>(Tavix::Value(std::int64_t(256)))), Tavix::ValueError);
+    std::ostringstream out;
+    out << Tavix::Value(std::int64_t(7));
+    EXPECT_EQ(out.str(), "7");
 }
 
 TEST_F(FeatureOfCamera, OfANameInOtherLettersIsThatOneAlone) {

@@ -120,10 +120,8 @@ TEST(ImageStream, EndsInATimeoutThatEndsNothing) {
 TEST(ImageStream, CallsForEachImageInOrder) {
     VirtualBus bus(kFast);
     Tavix::Camera camera = Tavix::Camera::Open();
-    Tavix::GrabOptions options;
-    options.count = 20;
     std::vector<std::uint64_t> numbers;
-    Tavix::ImageStream stream = camera.Grab(options, [&](Tavix::Image image) { numbers.push_back(image.Number()); });
+    Tavix::ImageStream stream = camera.Grab(20, [&](Tavix::Image image) { numbers.push_back(image.Number()); });
     EXPECT_TRUE(stream.Join());
     ASSERT_EQ(numbers.size(), 20U);
     for (std::size_t i = 0; i < numbers.size(); ++i)

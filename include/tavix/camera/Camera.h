@@ -62,6 +62,11 @@ public:
     /// Calls for each image, one after the other, on the thread that took it off the bus where the transport layer
     /// offers that, otherwise on one of the stream. What the callback throws ends the stream, see ImageStream::Join.
     ImageStream Grab(const GrabOptions& options, std::function<void(Image)> callback);
+    ImageStream Grab(std::uint64_t count, std::function<void(Image)> callback) {
+        GrabOptions options;
+        options.count = count;
+        return Grab(options, std::move(callback));
+    }
     /// One image: after a software trigger if the camera waits for one, else the next that it makes. A negative time is
     /// as long as it takes, here and wherever else a camera is waited for.
     Image GrabOne(std::chrono::milliseconds timeout = std::chrono::milliseconds(5000));

@@ -8,8 +8,10 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -54,6 +56,7 @@ public:
     }
     Feature& operator=(const std::string& value);
     Feature& operator=(const char* value);
+    Feature& operator=(std::string_view value) { return *this = std::string(value); }
     void SetInt(std::int64_t value);
     void SetFloat(double value);
     void SetBool(bool value);
@@ -83,6 +86,21 @@ public:
         } else {
             return Text();
         }
+    }
+
+    /// Whether it reads as that text. Asks the camera.
+    template<class T, class = std::enable_if_t<std::is_convertible_v<T, std::string_view>>>
+    friend bool operator==(const Feature& feature, const T& text) {
+        return feature.Text() == std::string_view(text);
+    }
+    template<class T, class = std::enable_if_t<std::is_convertible_v<T, std::string_view>>>
+    friend bool operator!=(const Feature& feature, const T& text) {
+        return !(feature == text);
+    }
+    /// Writes the text of its value to a stream.
+    template<class Traits>
+    friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out, const Feature& feature) {
+        return out << feature.Text();
     }
 
     /// Executes a command and waits until it is done. Timeout when it is not by then; a negative time is as long as it
