@@ -24,7 +24,7 @@ struct ViewerOptions {
     std::uint16_t port = 0;            ///< 0: a free one
     std::string folder = "recordings"; ///< where series go, each in a folder of its own
     std::vector<std::string> open;     ///< cameras to open at once, by their names
-    std::size_t connections = 64;
+    std::size_t connections = 64;      ///< at a time, with a key; and as many of strangers, who are in nobody's way
     std::chrono::milliseconds timeout{10000};      ///< with a browser that sends or takes nothing
     std::function<std::vector<Finding>()> examine; ///< the doctor; empty: there is none
 };

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <list>
-#include <map>
 #include <string>
 #include <thread>
 
@@ -211,18 +210,40 @@ protected:
     SmallServer() : Hostile(std::chrono::seconds(60), /*connections=*/4) {}
 };
 
-TEST_F(SmallServer, RefusesMoreConnectionsThanItHasRoomFor) {
+TEST_F(SmallServer, RefusesMorePagesThanItHasRoomFor) {
     const std::string cookie = Cookie();
-    std::list<Wire> wires; // which stay open; that of the key may still be about to be closed
-    std::map<std::string, int> answers;
-    for (int i = 0; i < 5; ++i) {
+    std::list<std::unique_ptr<Wire>> pages;
+    for (int i = 0; i < 4; ++i)
+        pages.push_back(Connect());
+    EXPECT_EQ("503", StatusOf(Ask(Get("/", cookie))));
+}
+
+TEST_F(SmallServer, LetsTheLongestIdleConnectionOfAPageGo) {
+    const std::string cookie = Cookie();
+    std::list<Wire> wires; // which stay open
+    for (int i = 0; i < 9; ++i) {
         wires.emplace_back(Port());
         wires.back().Send(Get("/", cookie));
-        ++answers[StatusOf(wires.back().ReadAnswer())];
+        EXPECT_EQ("200", StatusOf(wires.back().ReadAnswer())) << i;
     }
-    EXPECT_LE(1, answers["503"]);
-    EXPECT_GE(4, answers["200"]);
-    EXPECT_EQ(5, answers["503"] + answers["200"]);
+    EXPECT_EQ("", wires.front().ReadAll());
+    wires.back().Send(Get("/", cookie));
+    EXPECT_EQ("200", StatusOf(wires.back().ReadAnswer()));
+}
+
+TEST_F(SmallServer, HasRoomForAPageWhateverStrangersDo) {
+    const auto page = Connect();
+    const std::string cookie = Cookie();
+    std::list<Wire> strangers; // who say nothing
+    for (int i = 0; i < 9; ++i) {
+        strangers.emplace_back(Port());
+        EXPECT_EQ("200", StatusOf(Ask(Get("/", cookie)))) << i;
+    }
+    EXPECT_EQ("", strangers.front().ReadAll()) << "the oldest one is let go";
+    strangers.back().Send(Get("/"));
+    EXPECT_EQ("401", StatusOf(strangers.back().ReadAnswer())) << "and not the newest one";
+    page->SendMessage(R"({"id": 1, "do": "invite"})");
+    EXPECT_THAT(AnswerIn(*page), HasSubstr("/?token="));
 }
 
 } // namespace

@@ -34,13 +34,39 @@ http::status StatusOf(error_code failed) {
 } // namespace
 
 HttpSession::HttpSession(boost::asio::ip::tcp::socket&& socket, std::shared_ptr<House> house)
-    : m_Stream(std::move(socket)), m_House(std::move(house)), m_Seat(m_House) {}
+    : m_Stream(std::move(socket)), m_House(std::move(house)) {}
+
+HttpSession::~HttpSession() {
+    LeaveLists();
+}
+
+void HttpSession::LeaveLists() {
+    m_House->strangers.remove(this);
+    m_House->idle.remove(this);
+}
+
+/// What is under way for it fails, and ends it.
+void HttpSession::Drop() {
+    LeaveLists();
+    m_Seat.reset();
+    m_Stream.close();
+}
 
 void HttpSession::Run() {
-    if (m_Seat.IsTooMany())
-        Send(Make(http::status::service_unavailable, "There are too many connections. Close a page.\n"));
-    else
-        Read();
+    auto& strangers = m_House->strangers;
+    strangers.push_back(this);
+    if (strangers.size() > m_House->settings.connections) strangers.front()->Drop();
+    Read();
+}
+
+bool HttpSession::TakeSeat() {
+    if (m_Seat) return true;
+    m_House->strangers.remove(this);
+    m_Seat.emplace(m_House);
+    if (!m_Seat->IsTooMany()) return true;
+    if (m_House->idle.empty()) return false;
+    m_House->idle.front()->Drop();
+    return true;
 }
 
 void HttpSession::Read() {
@@ -48,11 +74,14 @@ void HttpSession::Read() {
     m_Parser->header_limit(kLongestHeader);
     m_Parser->body_limit(0);
     m_Stream.expires_after(m_House->settings.timeout);
+    if (m_Seat) m_House->idle.push_back(this);
     http::async_read(m_Stream, m_Buffer, *m_Parser,
                      [self = shared_from_this()](error_code failed, std::size_t) { self->OnRead(failed); });
 }
 
 void HttpSession::OnRead(error_code failed) {
+    m_House->idle.remove(this);
+    if (!m_Stream.socket().is_open()) return; // it was dropped, also when the request was there already
     if (failed == http::error::end_of_stream || failed == boost::beast::error::timeout) return Close();
     if (failed && failed.category() != make_error_code(http::error::bad_method).category()) return Close();
     if (failed) return Send(Make(StatusOf(failed), "This is no request that a browser makes.\n"));
@@ -93,12 +122,13 @@ std::optional<HttpSession::Response> HttpSession::AnswerTo(const Request& reques
     if (!token.empty()) return LetIn(token);
     if (!m_House->gate.IsKey(CookieOf(View(request[http::field::cookie]), m_House->cookie)))
         return Make(http::status::unauthorized, kWhoAreYou);
+    if (!TakeSeat()) return Make(http::status::service_unavailable, "There are too many connections. Close a page.\n");
     if (target == "/socket") {
         if (!boost::beast::websocket::is_upgrade(request))
             return Make(http::status::upgrade_required, "This is where messages go.\n");
         if (!m_House->gate.IsOriginAllowed(View(request[http::field::origin]), host))
             return Make(http::status::forbidden, "Another page's scripts have no business here.\n");
-        std::make_shared<SocketSession>(std::move(m_Stream), m_House)->Run(request);
+        std::make_shared<SocketSession>(std::move(m_Stream), m_House, std::move(*m_Seat))->Run(request);
         return std::nullopt;
     }
     const PageFile* const file = FindPageFile(target);

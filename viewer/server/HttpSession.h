@@ -5,6 +5,7 @@
 #include "viewer/server/Gate.h"
 
 #include <chrono>
+#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +15,8 @@
 
 namespace viewer {
 
+class HttpSession;
+
 /// What all connections share. Bound to the server's thread, but for the gate.
 struct House {
     House(const ViewerOptions& options, bool others) : settings(options), gate(others) {}
@@ -22,11 +25,13 @@ struct House {
     Gate gate;
     std::string cookie; ///< its name, which tells servers of one computer apart
     std::unique_ptr<Hub> hub;
-    std::size_t connections = 0;
+    std::list<HttpSession*> strangers; ///< connections that have shown no key yet, the oldest first
+    std::list<HttpSession*> idle;      ///< those with a key that wait for a further request, the longest first
+    std::size_t connections = 0;       ///< with a key
     std::uint64_t lastClient = 0;
 };
 
-/// Counts as a connection while it lives. Move-only.
+/// Counts as a connection with a key while it lives. Move-only.
 class Seat {
 public:
     explicit Seat(std::shared_ptr<House> house) : m_House(std::move(house)) { ++m_House->connections; }
@@ -45,6 +50,8 @@ private:
 class HttpSession final : public std::enable_shared_from_this<HttpSession> {
 public:
     HttpSession(boost::asio::ip::tcp::socket&& socket, std::shared_ptr<House> house);
+    ~HttpSession();
+    /// Where there are too many strangers, the oldest one is let go.
     void Run();
 
 private:
@@ -57,12 +64,17 @@ private:
     std::optional<Response> AnswerTo(const Request& request);
     Response Make(boost::beast::http::status status, const std::string& text) const;
     Response LetIn(const std::string& token) const;
+    /// Makes a friend of a stranger; for want of room the connection that has been idle for longest is let go. False
+    /// when none is idle.
+    bool TakeSeat();
+    void Drop();
+    void LeaveLists();
     void Send(Response response);
     void Close();
 
     boost::beast::tcp_stream m_Stream;
     const std::shared_ptr<House> m_House;
-    Seat m_Seat;
+    std::optional<Seat> m_Seat; // nothing for a stranger
     boost::beast::flat_buffer m_Buffer;
     std::optional<boost::beast::http::request_parser<boost::beast::http::empty_body>> m_Parser;
 };

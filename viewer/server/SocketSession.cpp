@@ -14,8 +14,8 @@ constexpr std::size_t kMostQueuedBytes = std::size_t(192) << 20;
 
 } // namespace
 
-SocketSession::SocketSession(boost::beast::tcp_stream&& stream, std::shared_ptr<House> house)
-    : m_Socket(std::move(stream)), m_House(std::move(house)), m_Seat(m_House), m_Id(++m_House->lastClient),
+SocketSession::SocketSession(boost::beast::tcp_stream&& stream, std::shared_ptr<House> house, Seat seat)
+    : m_Socket(std::move(stream)), m_House(std::move(house)), m_Seat(std::move(seat)), m_Id(++m_House->lastClient),
       m_Deadline(m_Socket.get_executor()) {}
 
 SocketSession::~SocketSession() {

@@ -17,7 +17,7 @@ namespace viewer {
 /// Bound to the server's thread; lives as long as something is under way.
 class SocketSession final : public Client, public std::enable_shared_from_this<SocketSession> {
 public:
-    SocketSession(boost::beast::tcp_stream&& stream, std::shared_ptr<House> house);
+    SocketSession(boost::beast::tcp_stream&& stream, std::shared_ptr<House> house, Seat seat);
     ~SocketSession() override;
     void Run(const boost::beast::http::request<boost::beast::http::empty_body>& request);
 
