@@ -91,7 +91,7 @@ void BufferMaker::Copy(GstBuffer& buffer, const Tavix::Image& image, const Layou
 BufferPtr BufferMaker::Make(Tavix::Image image, const Layout& layout, const Allocate& allocate) {
     const bool isWrapped = IsAsItLies(image, layout);
     BufferPtr buffer = isWrapped ? BufferPtr(gst_buffer_new()) : allocate(layout.size);
-    if (!buffer) throw Tavix::Error("there is no memory for an image of " + std::to_string(layout.size) + " bytes");
+    if (!buffer) return nullptr;
     AttachMeta(*buffer, image);
     if (isWrapped)
         Wrap(*buffer, std::move(image), layout);

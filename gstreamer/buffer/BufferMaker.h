@@ -25,7 +25,8 @@ public:
 
     /// Whether those downstream read GstVideoMeta.
     void SetKnowsVideoMeta(bool knows) { m_KnowsVideoMeta = knows; }
-    /// With the camera's facts as metadata. Throws Error where memory is short or the image cannot be converted.
+    /// With the camera's facts as metadata. Null where none is allocated. Throws Error where the image cannot be
+    /// converted.
     BufferPtr Make(Tavix::Image image, const Layout& layout, const Allocate& allocate);
     /// Bytes of pixels that were written a second time, into memory of the pipeline.
     std::uint64_t CopiedBytes() const { return m_CopiedBytes; }

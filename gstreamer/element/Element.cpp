@@ -100,12 +100,25 @@ gboolean Negotiate(GstBaseSrc* element) {
     return FALSE;
 }
 
-/// Images bring their memory along; others' is for what must be copied.
+void RemovePools(GstQuery* query, gsize tooSmall) {
+    for (guint i = gst_query_get_n_allocation_pools(query); i-- > 0;) {
+        guint size = 0;
+        gst_query_parse_nth_allocation_pool(query, i, nullptr, &size, nullptr, nullptr);
+        if (size < tooSmall) gst_query_remove_nth_allocation_pool(query, i);
+    }
+}
+
+/// Images bring their memory along; a pool is for what must be copied: that of others, or one of the element's own.
 gboolean DecideAllocation(GstBaseSrc* element, GstQuery* query) {
     Source& source = SourceOf(element);
     source.SetKnowsVideoMeta(gst_query_find_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr));
-    while (!source.NeedsPool() && gst_query_get_n_allocation_pools(query) != 0)
-        gst_query_remove_nth_allocation_pool(query, 0);
+    const gsize size = source.PooledBytes();
+    RemovePools(query, size == 0 ? G_MAXSIZE : size);
+    if (size != 0 && gst_query_get_n_allocation_pools(query) == 0) {
+        GstBufferPool* pool = gst_buffer_pool_new();
+        gst_query_add_allocation_pool(query, pool, static_cast<guint>(size), /*min_buffers=*/0, /*max_buffers=*/0);
+        gst_object_unref(pool);
+    }
     return GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->decide_allocation(element, query);
 }
 

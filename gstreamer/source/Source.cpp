@@ -115,7 +115,7 @@ void Source::Negotiated(GstCaps& caps) {
     m_Conversion = conversion;
     const Tavix::imaging::PixelFormatInfo* sent =
         Tavix::imaging::FindPixelFormat(std::string_view((*camera)["PixelFormat"].Text()));
-    const bool isConverted = sent == nullptr || FindFormat(sent->format) == nullptr;
+    const bool isConverted = sent == nullptr || !IsSame(sent->format, *layout.format);
     m_NeedsPool = isConverted || layout.stride * 8 != std::size_t{layout.width} * sent->BitsPerPixel();
     const bool hasOtherPeriod = layout.Duration() != m_Layout.Duration();
     {

@@ -51,7 +51,8 @@ public:
     // For the pipeline's thread.
     void Negotiated(GstCaps& caps);
     void SetKnowsVideoMeta(bool knows) { m_Maker.SetKnowsVideoMeta(knows); }
-    bool NeedsPool() const { return m_NeedsPool; }
+    /// Of a buffer for an image that is copied or converted; 0: none is, as far as is known.
+    gsize PooledBytes() const { return m_NeedsPool ? m_Layout.size : 0; }
     GstFlowReturn Create(GstBuffer** buffer);
 
     void Interrupt() noexcept;
@@ -86,6 +87,7 @@ private:
     bool IsToNegotiate() const;
     GstFlowReturn Renegotiate();
     bool Fits(const Tavix::Image& image) const;
+    /// Null while the pipeline is flushed.
     BufferPtr BufferOf(Tavix::Image image);
     void TellMissed(const GstBuffer& buffer);
     void TellStarvation();

@@ -15,10 +15,9 @@ using std::chrono::milliseconds;
 /// The longest time for which nobody looks whether caps are to be negotiated anew.
 constexpr milliseconds kGlance{100};
 
-BufferPtr Allocate(GstBaseSrc& element, gsize bytes) {
+BufferPtr Allocate(GstBaseSrc& element, gsize bytes, GstFlowReturn& result) {
     GstBuffer* buffer = nullptr;
-    const GstFlowReturn result =
-        GST_BASE_SRC_GET_CLASS(&element)->alloc(&element, /*offset=*/0, static_cast<guint>(bytes), &buffer);
+    result = GST_BASE_SRC_GET_CLASS(&element)->alloc(&element, /*offset=*/0, static_cast<guint>(bytes), &buffer);
     return result == GST_FLOW_OK ? BufferPtr(buffer) : nullptr;
 }
 
@@ -45,7 +44,7 @@ GstFlowReturn Source::Create(GstBuffer** buffer) {
     }
     TellStarvation();
     *buffer = BufferOf(std::move(image)).release();
-    return GST_FLOW_OK;
+    return *buffer ? GST_FLOW_OK : GST_FLOW_FLUSHING;
 }
 
 /// The size and the format, where that is not to be converted.
@@ -111,8 +110,11 @@ BufferPtr Source::BufferOf(Tavix::Image image) {
     m_HasBreak = false;
     if (m_IsFresh && m_Time.HasGrown(image))
         gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
+    GstFlowReturn result = GST_FLOW_OK;
     BufferPtr buffer =
-        m_Maker.Make(std::move(image), m_Layout, [this](gsize bytes) { return Allocate(m_Element, bytes); });
+        m_Maker.Make(std::move(image), m_Layout, [&](gsize bytes) { return Allocate(m_Element, bytes, result); });
+    if (result == GST_FLOW_FLUSHING) return nullptr;
+    if (!buffer) throw Tavix::Error("there is no memory for an image of " + std::to_string(m_Layout.size) + " bytes");
     GST_BUFFER_PTS(buffer.get()) = stamp;
     if (isByArrival) GST_BUFFER_DTS(buffer.get()) = stamp; // else the base class sets its own, a moment later
     if (m_Layout.Duration() != 0) GST_BUFFER_DURATION(buffer.get()) = m_Layout.Duration();

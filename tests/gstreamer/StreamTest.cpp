@@ -47,6 +47,20 @@ TEST(GstStream, HandsOnTheMemoryOfTheCamera) {
     EXPECT_EQ(pipeline.Stat("copied"), 0U);
 }
 
+TEST(GstStream, TakesConvertedImagesFromOnePool) {
+    VirtualBus bus(kSmall);
+    Pipeline pipeline(std::string("tavixsrc name=src num-buffers=4 convert=true features=PixelFormat=Mono12p ! "
+                                  "video/x-raw,format=GRAY16_LE") +
+                      kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> first = pipeline.Pull();
+    ASSERT_TRUE(first);
+    const GstBufferPool* pool = gst_sample_get_buffer(first.get())->pool;
+    EXPECT_NE(pool, nullptr) << "the sink offers none";
+    while (const Handle<GstSample> sample = pipeline.Pull())
+        EXPECT_EQ(gst_sample_get_buffer(sample.get())->pool, pool);
+}
+
 TEST(GstStream, CountsBlocksAndTime) {
     VirtualBus bus(kSmall);
     Pipeline pipeline(std::string("tavixsrc name=src num-buffers=5") + kAppSink);
