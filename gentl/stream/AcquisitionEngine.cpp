@@ -59,14 +59,24 @@ void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
 }
 
 void AcquisitionEngine::PutAside(Buffer& buffer) {
-    if (m_Queues.WayOf(buffer).isOnBus) Fail(GC_ERR_BUSY, "the buffer is being filled");
+    if (m_Queues.WayOf(buffer).isOnBus) {
+        Fail(GC_ERR_BUSY, "the buffer is planned to be filled next: stop the stream or flush its queue with "
+                          "ACQ_QUEUE_ALL_DISCARD before");
+    }
     m_Queues.PutAside(buffer);
+}
+
+/// While nothing is planned for it.
+void AcquisitionEngine::TakeBack(Buffer& buffer) {
+    const auto& way = m_Queues.WayOf(buffer);
+    if (way.isOnBus && m_Vx.TakeBackBuffer(way.handle) == vexlo::VX_OK) m_Queues.NoteOnBus(buffer, false);
 }
 
 void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
     CheckAnnounced(*buffer);
     DrainForOthers();
+    TakeBack(*buffer);
     PutAside(*buffer);
     if (vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle) {
         void* unused = nullptr;

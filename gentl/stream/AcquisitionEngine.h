@@ -77,6 +77,7 @@ private:
     vexlo::VxStatus QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// INVALID_HANDLE when it was revoked while this thread waited for the lock.
     void CheckAnnounced(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void TakeBack(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void PutIntoInput(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     /// BUSY when it is being filled.
     void PutAside(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);

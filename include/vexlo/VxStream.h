@@ -113,6 +113,9 @@ public:
     /// VX_E_BUFFER_QUEUED while the buffer is queued. `ppBuffer` receives the pointer given at registration.
     [[nodiscard]] VxStatus DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer);
     [[nodiscard]] VxStatus QueueBuffer(BufferHandle_s* handle, const void* context);
+    /// The buffer is queued no more and does not complete. VX_E_BUFFER_QUEUED when transfers are planned for it, which
+    /// only CancelGrab takes back; VX_E_BUFFER_COMPLETED when it waits to be retrieved.
+    [[nodiscard]] VxStatus TakeBackBuffer(BufferHandle_s* handle);
     /// Takes the oldest completed buffer. VX_E_NO_DATA when there is none. `pCount`, when not null, receives the number
     /// of completed buffers left.
     [[nodiscard]] VxStatus RetrieveBuffer(GrabResult* result, unsigned long* pCount);

@@ -176,6 +176,24 @@ TEST_F(GenTLStream, TakesBuffersAwayWhileItRuns) {
     ASSERT_NO_FATAL_FAILURE(Stop());
 }
 
+TEST_F(GenTLStream, TakesAwayAQueuedBufferThatIsNotNext) {
+    consumer::Features module(gc, stream);
+    GenApi::CIntegerPtr(module.map._GetNode("StreamQueuedTransferCount"))->SetValue(4);
+    ASSERT_NO_FATAL_FAILURE(Announce(30));
+    ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(gc.DSRevokeBuffer(stream, buffers[29], nullptr, nullptr), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(gc.DSRevokeBuffer(stream, buffers[15], nullptr, nullptr), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 28U);
+    Execute("AcquisitionStart");
+    for (int i = 0; i < 28; ++i) {
+        EVENT_NEW_BUFFER_DATA data{};
+        ASSERT_EQ(Next(data), GC_ERR_SUCCESS) << LastText();
+        EXPECT_NE(data.BufferHandle, buffers[15]);
+        EXPECT_NE(data.BufferHandle, buffers[29]);
+    }
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
 TEST_F(GenTLStream, FlushesInEveryWay) {
     ASSERT_NO_FATAL_FAILURE(Announce(3));
     ASSERT_EQ(gc.DSFlushQueue(stream, ACQ_QUEUE_INPUT_TO_OUTPUT), GC_ERR_SUCCESS);

@@ -173,6 +173,17 @@ VxStatus BufferPool::Deregister(BufferHandle_s* handle, void** data) {
     return VX_OK;
 }
 
+VxStatus BufferPool::TakeBack(BufferHandle_s* handle) {
+    Guard guard(m_Mutex);
+    BufferHandle_s* const buffer = Find(handle);
+    if (!buffer) return VX_E_INVALID_HANDLE;
+    if (buffer->state == State::Completed) return VX_E_BUFFER_COMPLETED;
+    if (buffer->state == State::Bound) return VX_E_BUFFER_QUEUED;
+    m_Queued.Remove(*buffer);
+    buffer->state = State::Idle;
+    return VX_OK;
+}
+
 [[gnu::hot]] VxStatus BufferPool::Retrieve(CVxStream::GrabResult* result, unsigned long* left) {
     if (!result) return VX_E_INVALID_PARAMETER;
     Alarm alarm;

@@ -16,9 +16,9 @@ namespace vexlo {
 ///   Register -> idle --Queue--> queued --Take--> bound --Complete--> completed --Retrieve--> idle
 ///                                  ^----PutBack----'
 ///
-/// Every buffer that was queued is retrieved exactly once. The wait object is signalled while completed buffers wait.
-/// Its lock is innermost: nothing is called under it but the wait object and the waker, which must not block.
-/// Thread-safe.
+/// Every buffer that was queued is retrieved exactly once, unless it was taken back before it was bound. The wait
+/// object is signalled while completed buffers wait. Its lock is innermost: nothing is called under it but the wait
+/// object and the waker, which must not block. Thread-safe.
 class BufferPool {
 public:
     using Waker = std::function<void()>;
@@ -50,6 +50,8 @@ public:
     bool Uses(const void* data, std::size_t size) const;
     VxStatus Deregister(BufferHandle_s* handle, void** data);
     VxStatus Queue(BufferHandle_s* handle, const void* context);
+    /// From queued to idle; VX_E_BUFFER_QUEUED when it is bound.
+    VxStatus TakeBack(BufferHandle_s* handle);
     VxStatus Retrieve(CVxStream::GrabResult* result, unsigned long* left);
 
     /// The oldest queued buffer, now bound; null when there is none, then the waker is called for the next.

@@ -80,6 +80,10 @@ VxStatus CVxStream::DeregisterBuffer(BufferHandle_s* handle, void** ppBuffer) {
     return m_Impl->pool.Queue(handle, context);
 }
 
+VxStatus CVxStream::TakeBackBuffer(BufferHandle_s* handle) {
+    return m_Impl->pool.TakeBack(handle);
+}
+
 [[gnu::hot]] VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
     return m_Impl->pool.Retrieve(result, pCount);
 }

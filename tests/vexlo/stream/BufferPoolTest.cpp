@@ -59,6 +59,22 @@ TEST_F(BufferPoolTest, TakesBuffersOnlyWhileStarted) {
     EXPECT_EQ(pool.Queue(handle, nullptr), VX_E_INVALID_STATE);
 }
 
+TEST_F(BufferPoolTest, GivesBackWhatIsNotBoundYet) {
+    Start();
+    BufferHandle_s* const first = Queued(0);
+    BufferHandle_s* const second = Queued(1);
+    BufferHandle_s* const third = Queued(2);
+    ASSERT_EQ(pool.Take(), first);
+    EXPECT_EQ(pool.TakeBack(first), VX_E_BUFFER_QUEUED);
+    EXPECT_EQ(pool.TakeBack(second), VX_OK);
+    EXPECT_EQ(pool.TakeBack(second), VX_OK) << "it is idle";
+    EXPECT_EQ(pool.Deregister(second, nullptr), VX_OK);
+    EXPECT_EQ(pool.TakeBack(second), VX_E_INVALID_HANDLE);
+    EXPECT_EQ(pool.Take(), third);
+    pool.Complete(third, {});
+    EXPECT_EQ(pool.TakeBack(third), VX_E_BUFFER_COMPLETED);
+}
+
 TEST_F(BufferPoolTest, TellsOnceThatTheStreamHasEnded) {
     std::vector<VxStatus> told;
     pool.SetEndListener([&](VxStatus reason) {
