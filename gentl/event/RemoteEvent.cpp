@@ -3,7 +3,7 @@
 #include "u3v/EventPacket.h"
 
 #include <algorithm>
-#include <array>
+#include <vector>
 
 namespace gentl {
 namespace {
@@ -18,7 +18,14 @@ std::uint64_t CountOf(vexlo::CVxEventStream& stream, vexlo::CVxEventStream::EPro
 
 RemoteEvent::RemoteEvent(vexlo::CVxDevice& device) : EventQueue(EVENT_REMOTE_DEVICE) {
     Check(device.GetEventStream(&m_Stream), "The camera's event channel is not available");
+    // Nothing is longer than the transfers in which messages come.
+    using Stream = vexlo::CVxEventStream;
+    const std::uint32_t most = 1U << 20;
+    Check(m_Stream->SetProperty(Stream::Property_MaximumMessageLength, &most, sizeof most), "Events cannot be kept");
     Check(m_Stream->Open(), "The camera's event channel cannot be opened");
+    std::uint32_t length = 0;
+    (void)m_Stream->GetProperty(Stream::Property_MaximumTransferLength, &length, sizeof length); // never refused
+    m_LargestData = std::max<size_t>(length, 576);
     (void)m_Stream->RegisterWaitObject(WaitObject()); // never refused
 }
 
@@ -94,7 +101,7 @@ void RemoteEvent::CheckEnd() const {
 }
 
 void RemoteEvent::Flush() {
-    std::array<std::uint8_t, 4096> message;
+    std::vector<std::uint8_t> message(LargestData());
     try {
         for (size_t size = message.size(); TryTake(message.data(), size) != Taken::Nothing; size = message.size()) {
         }

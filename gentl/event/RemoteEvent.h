@@ -29,13 +29,14 @@ protected:
     Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override;
     std::uint64_t CountFired() override;
-    size_t LargestData() const override { return 1024; }
+    size_t LargestData() const override { return m_LargestData; }
 
 private:
     void Stop() noexcept;
     /// Throws when the camera left or its event channel has ended.
     void CheckEnd() const TAVIX_REQUIRES(m_StreamMutex);
 
+    size_t m_LargestData = 0; // constant after construction
     Tavix::Mutex m_StreamMutex;
     vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // owned by the device, null once stopped
     vexlo::VxStatus m_End TAVIX_GUARDED_BY(m_StreamMutex) = vexlo::VX_OK;      // why the event channel ended by itself

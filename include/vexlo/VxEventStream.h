@@ -23,7 +23,8 @@ public:
         Property_TransferLoopThreadPriority = 0x800,    ///< 4 bytes, read/write, signed
         Property_TransferLoopThreadPriorityMax = 0x808, ///< 4 bytes, read, signed
         Property_TransferLoopThreadPriorityMin = 0x810, ///< 4 bytes, read, signed
-        Property_GenerateNumTestEvents = 0x900          ///< 1 byte, write: asks the camera for that many test events
+        Property_GenerateNumTestEvents = 0x900,         ///< 1 byte, write: asks the camera for that many test events
+        Property_MaximumMessageLength = 0xA00           ///< 4 bytes, read/write: longer messages are lost; 576 at first
     };
 
     [[nodiscard]] VxStatus Open();

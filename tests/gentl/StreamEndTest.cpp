@@ -1,4 +1,4 @@
-// Cameras that leave, and streams that end by themselves, under those who wait.
+// Cameras that leave, streams that end by themselves, and other faults, under those who wait.
 
 #include "StreamSession.h"
 
@@ -15,6 +15,7 @@ constexpr const char* kCameras = R"({"cameras": [
     {"serial": "Unplug1", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug2", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug3", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
+    {"serial": "Talkative", "faults": {"events": [{"fault": "MaximumLength", "count": 0}]}},
     {"serial": "Halted", "faults": {"stream": [{"fault": "Stall", "count": 0, "frame": 3, "value": 10000}]}},
     {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}}
 ]})";
@@ -87,6 +88,23 @@ struct Mode {
     const char* name;
     const char* serial;
 };
+
+TEST_F(GenTLStreamEnd, LosesNoMessageThatIsAsLongAsTheCameraAnnounces) {
+    ASSERT_NO_FATAL_FAILURE(Begin("Talkative"));
+    GenApi::CEnumerationPtr(features->map._GetNode("EventSelector"))->FromString("ExposureEnd");
+    GenApi::CEnumerationPtr(features->map._GetNode("EventNotification"))->FromString("On");
+    EVENT_HANDLE remote = nullptr;
+    ASSERT_EQ(gc.GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &remote), GC_ERR_SUCCESS) << LastText();
+    const auto largest = EventNumber<size_t>(remote, EVENT_SIZE_MAX);
+    ASSERT_NO_FATAL_FAILURE(Announce(3));
+    ASSERT_NO_FATAL_FAILURE(Start());
+    std::vector<uint8_t> message(largest);
+    size_t size = message.size();
+    ASSERT_EQ(gc.EventGetData(remote, message.data(), &size, kPatience), GC_ERR_SUCCESS) << LastText();
+    EXPECT_GT(size, 576U);
+    EXPECT_LE(size, largest);
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
 
 TEST_F(GenTLStreamEnd, TellsOfAStreamThatEndsByItself) {
     ASSERT_NO_FATAL_FAILURE(Begin("Halted"));

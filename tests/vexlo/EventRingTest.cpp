@@ -52,6 +52,20 @@ TEST_F(Ring, KeepsTheOldestWhenItIsFull) {
     EXPECT_EQ(ring.GetCounts().lastFailure, VX_E_EVENT_LOST);
 }
 
+TEST_F(Ring, KeepsMessagesAsLongAsIsWished) {
+    Bytes longest = Hex("55335645 0000 000C 0403 0100 0000 0190 0100000000000000");
+    longest.resize(12 + 0x304); // 760 bytes of data behind the entry's head
+    Push(longest);
+    EXPECT_EQ(ring.Pending(), 0u);
+    EXPECT_EQ(ring.GetCounts().lastFailure, VX_E_INVALID_SIZE);
+    ring.Reset(2, 1024);
+    Push(longest);
+    Bytes message(1024);
+    unsigned long size = message.size();
+    EXPECT_EQ(ring.Take(message.data(), size), VX_OK);
+    EXPECT_EQ(size, longest.size());
+}
+
 TEST_F(Ring, TellsThatEventsAreBeingLostAndHowManyWere) {
     for (std::uint8_t id = 1; id <= 5; ++id)
         Push(id);

@@ -59,7 +59,9 @@ VxStatus EventEngine::Start(DeviceSession& session, const Settings& settings) {
 VxStatus EventEngine::MakeSlots(const Settings& settings, std::uint32_t length) {
     const MutexLock lock(m_Lock);
     try {
-        m_Ring.Reset(settings.buffers);
+        m_Ring.Reset(
+            settings.buffers,
+            std::min<std::size_t>(settings.largestMessage, std::max<std::size_t>(length, EventRing::kLargestMessage)));
         m_Slots.clear();
         for (std::uint32_t i = 0; i < settings.maxQueuedTransfers; ++i) {
             auto slot = std::make_unique<Slot>();

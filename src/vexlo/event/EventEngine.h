@@ -22,6 +22,7 @@ public:
         std::uint32_t buffers = 0;
         std::uint32_t maxQueuedTransfers = 0;
         int priority = 0;
+        std::uint32_t largestMessage = EventRing::kLargestMessage;
     };
 
     EventEngine() = default;

@@ -22,8 +22,10 @@ void EventRing::LowerUnlessReady() {
     if (m_WaitObject && !IsReady()) Tavix::LowerWaitObject(*m_WaitObject);
 }
 
-void EventRing::Reset(std::size_t capacity) {
-    m_Messages.assign(capacity, Message());
+void EventRing::Reset(std::size_t capacity, std::size_t largestMessage) {
+    Message empty;
+    empty.bytes.resize(largestMessage);
+    m_Messages.assign(capacity, empty);
     m_First = 0;
     m_Count = 0;
     m_Lost = 0;

@@ -5,7 +5,6 @@
 #include "vexlo/Alarm.h"
 #include "vexlo/Status.h"
 
-#include <array>
 #include <memory>
 #include <vector>
 
@@ -18,7 +17,7 @@ namespace vexlo {
 /// owner's lock. Bound to a thread: that lock.
 class EventRing {
 public:
-    static constexpr std::size_t kLargestMessage = 576;
+    static constexpr std::size_t kLargestMessage = 576; ///< unless more is wished
 
     struct Counts {
         std::uint64_t total = 0;
@@ -28,7 +27,7 @@ public:
 
     void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject, Alarm& alarm);
     /// Empties the ring and the counts.
-    void Reset(std::size_t capacity);
+    void Reset(std::size_t capacity, std::size_t largestMessage = kLargestMessage);
     /// Takes a message apart into its events.
     void Push(u3v::ByteView message, Alarm& alarm);
     void CountFailure(VxStatus status);
@@ -45,7 +44,7 @@ public:
 private:
     struct Message {
         std::size_t size = 0;
-        std::array<std::uint8_t, kLargestMessage> bytes;
+        std::vector<std::uint8_t> bytes; // as many as a message may have
     };
 
     void Store(const u3v::EventPacket& packet, const u3v::EventEntry& entry);

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::uint32_t kMostBuffers = 65536;
 constexpr std::uint32_t kMostQueued = 256;
+constexpr std::uint32_t kMostMessageBytes = 1u << 20;
 constexpr std::int32_t kLowestPriority = 0; ///< ordinary scheduling
 
 std::int32_t HighestPriority() {
@@ -80,6 +81,8 @@ VxStatus CVxEventStream::GetProperty(EPropertyValue id, void* buffer, unsigned l
         return GetValue(settings.buffers, buffer, size);
     case Property_NumMaxQueuedUrbs:
         return GetValue(settings.maxQueuedTransfers, buffer, size);
+    case Property_MaximumMessageLength:
+        return GetValue(settings.largestMessage, buffer, size);
     case Property_MaximumTransferLength:
         return GetValue(m_Impl->engine.TransferLength(), buffer, size);
     case Property_TotalEventCount:
@@ -108,6 +111,9 @@ VxStatus CVxEventStream::SetProperty(EPropertyValue id, const void* buffer, unsi
         return open ? VX_E_INVALID_STATE : SetValueWithin(settings.buffers, buffer, size, 1u, kMostBuffers);
     case Property_NumMaxQueuedUrbs:
         return open ? VX_E_INVALID_STATE : SetValueWithin(settings.maxQueuedTransfers, buffer, size, 1u, kMostQueued);
+    case Property_MaximumMessageLength:
+        return open ? VX_E_INVALID_STATE
+                    : SetValueWithin(settings.largestMessage, buffer, size, 24u, kMostMessageBytes);
     case Property_TransferLoopThreadPriority:
         return open ? VX_E_INVALID_STATE
                     : SetValueWithin(settings.priority, buffer, size, kLowestPriority, HighestPriority());
