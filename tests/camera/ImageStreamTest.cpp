@@ -270,6 +270,26 @@ TEST(ImageStream, HandsOutTheNewestImageAndCountsTheOthers) {
     EXPECT_EQ(next.BlockId(), first.BlockId() + next.MissedBefore() + 1);
 }
 
+/// A camera that sends as fast as it can brings one more image as the stream ends, in every third stream.
+TEST(ImageStream, HandsOutNoMoreNewestImagesThanWereAskedFor) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    Tavix::GrabOptions options;
+    options.newestOnly = true;
+    options.count = 3;
+    for (int round = 0; round < 20; ++round) {
+        Tavix::ImageStream stream = camera.Grab(options);
+        int images = 0;
+        for (const Tavix::Image& image : stream) {
+            ++images;
+            EXPECT_TRUE(image.Clone().IsWhole());
+            for (int i = 0; i < 500; ++i)
+                std::this_thread::yield();
+        }
+        EXPECT_EQ(images, 3);
+    }
+}
+
 TEST(ImageStream, CallsWithTheNewestImageOnceTheCallbackHasReturned) {
     VirtualBus bus(kPaced);
     Tavix::Camera camera = Tavix::Camera::Open();

@@ -140,7 +140,7 @@ Image StreamThread::Take(const Deadline& deadline) {
     while (!m_Newest && !m_HasEnded)
         if (!Wait(guard, deadline)) break;
     if (!m_Newest && !m_HasEnded) return {};
-    Image image = std::move(m_Newest);
+    Image image = m_Left == 0 ? Image() : std::move(m_Newest); // one may have come after the last
     if (image) {
         m_Acquisition->HandOut(image);
         if (--m_Left == 0) {
