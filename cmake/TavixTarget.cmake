@@ -40,10 +40,9 @@ function(tavix_habits target)
   if(TAVIX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${TAVIX_SANITIZE})
-  endif()
-  if(TAVIX_SANITIZE STREQUAL "thread")
-    # The sanitizer guesses what stands in front of a thread's variables in a library that was loaded later, and clears
-    # hundreds of terabytes when it is wrong: one thread in two hundred and fifty. So they are never asked for by address.
+    # Sanitizers guess what stands in front of a thread's variables in a library that was loaded later, and when they are
+    # wrong, once in some two hundred and fifty threads, they clear hundreds of terabytes or read where nothing is. So
+    # these variables are never asked for by address.
     target_compile_options(${target} PRIVATE -ftls-model=initial-exec)
   endif()
 endfunction()
