@@ -145,8 +145,9 @@ void GroupStream::Cancel() noexcept {
 }
 
 bool GroupStream::HasEnded() const {
-    const MutexLock guard(Checked().mutex);
-    return m_Impl->IsOver();
+    Impl& impl = Checked();
+    const MutexLock guard(impl.mutex);
+    return impl.IsOver();
 }
 
 std::vector<GrabCounts> GroupStream::Counts() const {
