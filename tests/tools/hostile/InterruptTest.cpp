@@ -135,7 +135,7 @@ TEST(Interrupt, OfTheReaderEndsAGrabInGoodOrder) {
         const int status = pclose(pipe); // its end of the pipe goes first
         ASSERT_TRUE(WIFEXITED(status)) << command;
         EXPECT_EQ(WEXITSTATUS(status), 141) << command;
-        EXPECT_EQ(folder.Read("err"), "") << command;
+        EXPECT_EQ(folder.Read("err").find("tavix"), std::string::npos) << command << ": " << folder.Read("err");
         EXPECT_TRUE(IsWholeTrace(folder.Read("t.pcapng"))) << command;
     }
 }

@@ -322,8 +322,8 @@ TEST(StreamFault, GivesUpOnALinkThatStaysBad) {
 
 TEST(StreamFault, TellsThatTheStreamHasEndedAtOnce) {
     constexpr unsigned int kTimeoutMs = 60000;
+    const auto told = Tavix::WaitObjectEx::Create(); // goes last: the stream's thread may still be inside Signal
     EngineBench bench;
-    const auto told = Tavix::WaitObjectEx::Create();
     bench.pool.SetEndListener([&](VxStatus reason) {
         EXPECT_EQ(reason, VX_E_USB_STALL);
         told.Signal();
