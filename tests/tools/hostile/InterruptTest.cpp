@@ -135,7 +135,9 @@ TEST(Interrupt, OfTheReaderEndsAGrabInGoodOrder) {
         const int status = pclose(pipe); // its end of the pipe goes first
         ASSERT_TRUE(WIFEXITED(status)) << command;
         EXPECT_EQ(WEXITSTATUS(status), 141) << command;
-        EXPECT_EQ(folder.Read("err").find("tavix"), std::string::npos) << command << ": " << folder.Read("err");
+        const std::string err = folder.Read("err");
+        const bool isOfSanitizer = err.rfind("==", 0) == 0 && err.find('\n') == err.size() - 1; // one line of its own
+        EXPECT_TRUE(err.empty() || isOfSanitizer) << command << ": " << err;
         EXPECT_TRUE(IsWholeTrace(folder.Read("t.pcapng"))) << command;
     }
 }
