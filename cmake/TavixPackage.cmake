@@ -22,9 +22,10 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 configure_file(${TAVIX_DEBIAN}/shlibs.in ${PROJECT_BINARY_DIR}/debian/shlibs @ONLY)
 
 # The same symbol by symbol, from the lists that the tests compare; no package is made of libraries that show other ones.
-get_property(libraries GLOBAL PROPERTY TAVIX_SHARED)
-get_property(lists GLOBAL PROPERTY TAVIX_EXPORTS)
-foreach(library list IN ZIP_LISTS libraries lists)
+get_property(libraries GLOBAL PROPERTY TAVIX_LINKED)
+foreach(library IN LISTS libraries)
+  get_target_property(list ${library} TAVIX_EXPORTS)
+  list(APPEND lists ${list})
   list(APPEND pairs $<TARGET_FILE:${library}> ${list})
 endforeach()
 set(symbols ${PROJECT_BINARY_DIR}/debian/symbols)

@@ -65,9 +65,8 @@ function(tavix_target name kind)
 endfunction()
 
 # tavix_shared(<name> OUTPUT_NAME <name> NAMESPACE <name> SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
-# A library that shows of its namespace what its public headers promise and lists in exports.txt beside its CMakeLists.txt,
-# which a test compares; scripts/exports.sh renews the list. Beside it the object library <name>_objects that it is made
-# of: tests of its inside link that instead, so that no process has the code twice.
+# A library that shows of its namespace what its public headers promise. Beside it the object library <name>_objects that
+# it is made of: tests of its inside link that instead, so that no process has the code twice.
 function(tavix_shared name)
   cmake_parse_arguments(ARG "" "OUTPUT_NAME;NAMESPACE" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   tavix_target(${name}_objects OBJECT SOURCES ${ARG_SOURCES} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
@@ -77,10 +76,18 @@ function(tavix_shared name)
   string(LENGTH ${ARG_NAMESPACE} length)
   set(prefix ${length}${ARG_NAMESPACE}) # as compilers spell it
   configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${map} @ONLY)
-  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map})
+  tavix_exports(${name} ${map})
+  set_property(GLOBAL APPEND PROPERTY TAVIX_LINKED ${name})
+endfunction()
+
+# tavix_exports(<name> <map>): a library shows what the linker's map lets through and exports.txt beside its CMakeLists.txt
+# lists, which a test compares; scripts/exports.sh renews the list. Libraries of the global property TAVIX_LINKED are
+# linked by applications, so that packages tell of their symbols; all others are loaded at run time.
+function(tavix_exports name map)
+  set_target_properties(${name} PROPERTIES
+    LINK_DEPENDS ${map}
+    TAVIX_EXPORTS ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
   target_link_options(${name} PRIVATE -Wl,--version-script=${map})
-  set_property(GLOBAL APPEND PROPERTY TAVIX_SHARED ${name})
-  set_property(GLOBAL APPEND PROPERTY TAVIX_EXPORTS ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
 endfunction()
 
 # tavix_strict(<targets>...): warns of numbers that may change where they are converted, and of casts as C writes them. For
