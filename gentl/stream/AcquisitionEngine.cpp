@@ -18,8 +18,13 @@ Buffer& FilledBy(const GrabResult& result) {
 AcquisitionEngine::AcquisitionEngine(vexlo::CVxStream& stream, AcquisitionObserver& observer)
     : m_Vx(stream), m_Observer(observer), m_Pump(m_PumpBell, [this] { DrainForPump(); }) {}
 
+void AcquisitionEngine::CheckOpen() const {
+    if (m_Phase == Phase::Closed) Fail(GC_ERR_INVALID_HANDLE, "the stream was closed");
+}
+
 void AcquisitionEngine::Announce(const SharedBuffer& buffer) {
     const Guard guard(m_Mutex);
+    CheckOpen();
     if (m_Queues.HasMemory(buffer->data)) Fail(GC_ERR_RESOURCE_IN_USE, "the memory is announced already");
     buffer->Register();
     try {
@@ -103,6 +108,7 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
 }
 
 [[gnu::hot]] void AcquisitionEngine::Drain() {
+    if (m_Phase == Phase::Closed) return; // what comes now is another's
     GrabResult result{};
     for (unsigned long left = 1; left != 0 && m_Vx.RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
         Sort(result);
@@ -188,6 +194,7 @@ void AcquisitionEngine::FetchInput() {
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
     const Guard guard(m_Mutex);
+    CheckOpen();
     DrainForOthers();
     switch (operation) {
     case ACQ_QUEUE_INPUT_TO_OUTPUT:
@@ -222,7 +229,7 @@ AcquisitionEngine::Figures AcquisitionEngine::Look() {
     figures.delivered = counts.delivered;
     figures.overwritten = counts.overwritten;
     figures.fired = m_Queues.Fired();
-    figures.isRunning = m_Phase != Phase::Idle;
+    figures.isRunning = m_Phase != Phase::Idle && m_Phase != Phase::Closed;
     figures.isGrabbing = IsGrabbing();
     figures.hasMapped = hasMapped;
     figures.handling = static_cast<std::uint64_t>(m_Handling);

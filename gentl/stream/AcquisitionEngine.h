@@ -27,10 +27,12 @@ protected:
 /// that of the consumer. Only handling modes that overwrite need a thread that takes images whether they are asked for
 /// or not. Throws Failure. Lock order: who starts and stops, the queues', the slots'. Thread-safe.
 ///
-///   idle --Start--> starting --> running --Stop--> stopping --> idle
+///   idle --Start--> starting --> running --Stop--> stopping --> idle --Close--> closed
 ///
 /// While it starts and stops, which takes as long as the camera takes, buffers come and go as when it is idle. A run
 /// that has the buffers which were asked for, or ended by itself, is over but running until it is stopped or started.
+/// A closed one has a share for each call that was under way; the camera's stream may be another's by then, so it
+/// leaves that alone, and what changes something fails with INVALID_HANDLE.
 class AcquisitionEngine {
 public:
     /// Of a stream that its owner opens before anything else, and closes after Close.
@@ -55,7 +57,7 @@ public:
     /// Why the stream ended by itself since the last start; VX_OK when it has not. What it completed before can be
     /// taken then.
     vexlo::VxStatus EndReason() const { return m_EndReason; }
-    /// Stops, and revokes all buffers. The caller keeps their memory until the bus has let go of it.
+    /// Once. Stops, and revokes all buffers. The caller keeps their memory until the bus has let go of it.
     std::vector<SharedBuffer> Close() noexcept;
 
     /// BUSY while it runs.
@@ -75,6 +77,7 @@ public:
 private:
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     vexlo::VxStatus QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
+    void CheckOpen() const TAVIX_REQUIRES(m_Mutex);
     /// INVALID_HANDLE when it was revoked while this thread waited for the lock.
     void CheckAnnounced(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void TakeBack(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
@@ -114,7 +117,7 @@ private:
     void BindWaitObject() noexcept TAVIX_REQUIRES(m_Mutex);
     void TellListener() noexcept;
 
-    enum class Phase { Idle, Starting, Running, Stopping };
+    enum class Phase { Idle, Starting, Running, Stopping, Closed };
 
     vexlo::CVxStream& m_Vx;
     AcquisitionObserver& m_Observer;

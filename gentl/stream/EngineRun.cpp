@@ -23,6 +23,7 @@ void AcquisitionEngine::Start(std::uint64_t count) {
     const Guard pump(m_PumpMutex);
     {
         const Guard guard(m_Mutex);
+        CheckOpen();
         if (IsGrabbing()) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is running already");
     }
     End(); // a run that is over
@@ -67,6 +68,7 @@ void AcquisitionEngine::Stop() {
     bool wasGrabbing = false;
     {
         const Guard guard(m_Mutex);
+        CheckOpen();
         if (m_Phase != Phase::Running) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is not running");
         wasGrabbing = IsGrabbing();
     }
@@ -115,6 +117,8 @@ std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
     End();
     m_Vx.SetEndListener(nullptr);
     const Guard guard(m_Mutex);
+    (void)m_Vx.RegisterWaitObject(nullptr);
+    m_Phase = Phase::Closed;
     for (const SharedBuffer& buffer : m_Queues.Announced())
         buffer->Unregister();
     return m_Queues.RevokeAll();
@@ -122,6 +126,7 @@ std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
 
 void AcquisitionEngine::SetHandling(Handling handling) {
     const Guard guard(m_Mutex);
+    CheckOpen();
     if (m_Phase != Phase::Idle) Fail(GC_ERR_BUSY, "the stream is running");
     m_Handling = handling;
 }
@@ -141,6 +146,7 @@ void AcquisitionEngine::TellListener() noexcept {
 }
 
 void AcquisitionEngine::BindWaitObject() noexcept {
+    if (m_Phase == Phase::Closed) return;
     const Guard guard(m_ListenerMutex);
     (void)m_Vx.RegisterWaitObject(m_IsPumped ? m_PumpBell : m_Listener);
 }

@@ -115,9 +115,10 @@ void Stream::ForgetEvent(EVENT_TYPE type) noexcept {
 }
 
 void Stream::Close() noexcept {
+    if (m_IsClosed) return;
+    m_IsClosed = true;
     const std::vector<SharedBuffer> buffers = m_Engine.Close(); // their memory stays until the bus has let go of it
     Module::Close();
-    (void)m_Vx.RegisterWaitObject(nullptr);
     (void)m_Vx.Close(); // a camera that is gone must not keep it open
     m_Device->Forget(*this);
 }

@@ -64,6 +64,7 @@ private:
     vexlo::CVxStream& m_Vx; // owned by the device
     AcquisitionEngine m_Engine;
     std::atomic<bool> m_IsLocked{false}; // by TLParamsLocked
+    bool m_IsClosed TAVIX_GUARDED_BY(TreeMutex()) = false;
 };
 
 } // namespace gentl
