@@ -108,6 +108,15 @@ TEST(Lint, MissesRootAndDevice) {
     EXPECT_THAT(Said(portless), ElementsAre("no-device-port "));
 }
 
+TEST(Lint, TakesThePortOfAProducersModuleForThatOfACamera) {
+    for (const char* module : {"TLSystem", "TLInterface", "TLDevice", "TLDataStream", "TLBuffer"}) {
+        const std::string root = "<Category Name='Root'/><Port Name='" + std::string(module) + "'/>";
+        EXPECT_THAT(Said(LintDescription(LintText(root))), IsEmpty()) << module;
+    }
+    EXPECT_THAT(Said(LintDescription(LintText("<Category Name='Root'/><Port Name='TLCamera'/>"))),
+                ElementsAre("no-device-port "));
+}
+
 TEST(Lint, LooksAtTheRootsAttributes) {
     const auto findings = LintDescription("<RegisterDescription ModelName='a b' StandardNameSpace='Mine' "
                                           "SchemaMajorVersion='1' SchemaMinorVersion='1' MajorVersion='x' "

@@ -1,12 +1,24 @@
 #include "genapi/lint/check/Checks.h"
 #include "genapi/nodes/base/PropertyRules.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace genapi {
 
 namespace {
 
 using P = PropertyId;
 using T = NodeType;
+
+// The port by which registers are found: a camera's, or that of a module of a GenTL producer, named after the module.
+bool HasRegisterPort(const LintModel& model) {
+    constexpr const char* kNames[] = {"Device", "TLSystem", "TLInterface", "TLDevice", "TLDataStream", "TLBuffer"};
+    return std::any_of(std::begin(kNames), std::end(kNames), [&](const char* name) {
+        const int port = model.Find(name);
+        return port != LintModel::kNone && model.Node(port).type == T::Port;
+    });
+}
 
 // What an application or the transport layer finds without a link.
 bool IsFoundByItself(const LintModel& model, int node) {
@@ -75,9 +87,7 @@ void CheckReach(const LintModel& model, Findings& findings) {
     const int root = model.Find("Root");
     if (root == LintModel::kNone || model.Node(root).type != T::Category)
         return findings.Add(Rule::NoRoot, start, {}, "there is no category Root");
-    const int port = model.Find("Device");
-    if (port == LintModel::kNone || model.Node(port).type != T::Port)
-        findings.Add(Rule::NoDevicePort, start, {}, "there is no port Device");
+    if (!HasRegisterPort(model)) findings.Add(Rule::NoDevicePort, start, {}, "there is no port Device");
     Reach reach(model);
     for (int node = 0; node < model.Count(); ++node) {
         if (IsFoundByItself(model, node)) reach.Grow(node);
