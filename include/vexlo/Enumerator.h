@@ -25,7 +25,7 @@ public:
     [[nodiscard]] static VxStatus DeviceInfoFromPath(const char* path, DeviceDiscoveryInfo& info);
     /// The version that a camera states of itself, cut to `size` bytes with the closing NUL. The camera is opened for a
     /// moment, once while it stays plugged in: its answer is kept where the bus tells of departures. Fails as Open and
-    /// ReadMem of CVxDevice do.
+    /// ReadMem of CVxDevice do; a silent camera is waited for two seconds at most, though its firmware may be booting.
     [[nodiscard]] static VxStatus DeviceVersion(const DeviceDiscoveryInfo& info, char* buffer, unsigned long size);
     /// Whether the camera could be opened now, as far as the bus knows: it is claimed for a moment, and no register
     /// is touched. VX_E_BUSY, VX_E_USB_ACCESS and VX_E_NOT_FOUND as Open of CVxDevice; one that is silent counts as

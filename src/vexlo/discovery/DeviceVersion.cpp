@@ -17,12 +17,17 @@ struct Destroy {
     void operator()(CVxDevice* device) const { CVxDevice::DestroyDevice(device); }
 };
 
+/// Who lists cameras does not wait for one that boots: it can be asked again.
+constexpr std::uint32_t kConnectLimitMs = 1500;
+
 /// Opens the camera for a moment.
 VxStatus AskForVersion(const DeviceDiscoveryInfo& info, std::string& version) {
     const std::unique_ptr<CVxDevice, Destroy> device(CVxDevice::CreateDevice(DeviceType_Libusb));
     if (!device) return VX_E_NO_MEMORY;
     const std::uint8_t isProbe = 1; // who only looks neither resets a camera nor writes to it
-    const VxStatus prepared = device->SetProperty(CVxDevice::Property_OpenAsProbe, &isProbe, sizeof isProbe);
+    VxStatus prepared = device->SetProperty(CVxDevice::Property_OpenAsProbe, &isProbe, sizeof isProbe);
+    if (prepared == VX_OK)
+        prepared = device->SetProperty(CVxDevice::Property_ConnectTimeout, &kConnectLimitMs, sizeof kConnectLimitMs);
     if (prepared != VX_OK) return prepared;
     const VxStatus opened = device->Open(info);
     if (opened != VX_OK) return opened;

@@ -103,6 +103,16 @@ TEST_F(Silence, IsFoundOutSoonByAProbeOfACameraThatAnsweredBefore) {
     EXPECT_EQ(camera.Resets(), 0u);
 }
 
+TEST_F(Silence, IsFoundOutSoonByWhoAsksForTheVersion) {
+    char text[65];
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_LE(clock.Of([&] { EXPECT_NE(CEnumerator::DeviceVersion(info, text, sizeof text), VX_OK); }), 2s);
+        clock.Pause(10s);
+    }
+    EXPECT_EQ(camera.Resets(), 0u);
+    EXPECT_GE(clock.Of([&] { EXPECT_EQ(OpenElsewhere(), VX_E_TIMEOUT); }), 4s) << "it may still be booting";
+}
+
 TEST_F(Silence, IsFoundOutSoonByAProbeOfACameraThatWasSilentBefore) {
     ExpectWithin(10s);
     ExpectWithin(1s, /*isProbe=*/true);
