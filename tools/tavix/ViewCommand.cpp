@@ -33,7 +33,7 @@ std::vector<viewer::Finding> ExamineForPage() {
 
 /// With a desktop only: elsewhere a browser would take the terminal.
 void OpenBrowser(const std::string& address) {
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) return;
+    if (!secure_getenv("DISPLAY") && !secure_getenv("WAYLAND_DISPLAY")) return;
     const char* const arguments[] = {"xdg-open", address.c_str(), nullptr};
     posix_spawn_file_actions_t quiet;
     posix_spawn_file_actions_init(&quiet);

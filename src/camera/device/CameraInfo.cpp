@@ -103,8 +103,8 @@ CameraInfo FindCamera(const std::string& name) {
     }
     if (fits == 1) return *found;
     if (fits > 1)
-        throw NotFound("'" + Printable(name) + "' fits " + std::to_string(fits) +
-                       " cameras; use the number or the GUID");
+        throw NotFound("'" + Printable(name) + "' fits " + std::to_string(fits) + " cameras; use the number or the " +
+                       (found->guid == name ? "path" : "GUID"));
     std::string text = "no camera is called '" + Printable(name) + "'; there are ";
     for (std::size_t i = 0; i < others.size(); ++i)
         text += (i > 0 ? ", " : "") + others[i];

@@ -55,6 +55,21 @@ TEST(Doctor, NotesThatAProgramHasACameraOpen) {
     EXPECT_EQ(Said(system, "driver").id, "");
 }
 
+TEST(Doctor, TellsCamerasApartThatAreCalledAlike) {
+    const FakeSystem system;
+    FakeCamera camera;
+    system.Add(camera);
+    camera.port = "3-1";
+    camera.isOpenToAll = false;
+    system.Add(camera);
+    Patient patient = Examined(system);
+    patient.demands = {Demand("2-1", 0)};
+    patient.demands[0].failure = "does not answer";
+    const Findings findings = Examine(patient);
+    EXPECT_EQ(Said(findings, "permission").about, "VC-1300 (1) at 3-1");
+    EXPECT_EQ(Said(findings, "opening").text, "does not answer"); // which the other's permission does not explain
+}
+
 TEST(Doctor, WarnsOfAutosuspend) {
     const FakeSystem system;
     FakeCamera camera;

@@ -262,4 +262,33 @@ TEST_P(EachFileFormat, LeavesNoTornFileWhenItCannotBeWrittenWhole) {
 INSTANTIATE_TEST_SUITE_P(Grab, EachFileFormat, testing::Values("png", "pgm", "raw"),
                          [](const auto& instance) { return std::string(instance.param); });
 
+TEST(Grab, TellsCamerasApartThatAreCalledAlike) {
+    const char* const twins = R"({"cameras":[{"serial":"7"},{"serial":"7"},{"serial":"8"}]})";
+    const Outcome outcome = RunTool({"--virtual", twins, "grab", "--all", "-n", "1", "-q", "--chunks"});
+    EXPECT_NE(outcome.out.find("\nVC-1300 (7) #0  "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("\nVC-1300 (7) #1  "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("\nVC-1300 (8)  "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("\nVC-1300 (7) #1: checksum"), std::string::npos) << outcome.out;
+    const Outcome failed = RunTool({"--virtual", twins, "grab", "-c", "0", "-c", "1", "-q", "-s", "Nothing=1"});
+    EXPECT_EQ(failed.err, "tavix: VC-1300 (7) #0 has no feature 'Nothing'; `tavix features` lists all (and 1 more)\n");
+}
+
+TEST(Grab, GivesNumberAndPathOfEachCameraAsJson) {
+    const char* const twins = R"({"cameras":[{"serial":"7"},{"serial":"7"}]})";
+    const json report = Report(RunTool({"--virtual", twins, "grab", "--all", "-n", "1", "--json"}));
+    ASSERT_EQ(report["cameras"].size(), 2u);
+    EXPECT_EQ(report["cameras"][1]["camera"], "VC-1300 (7) #1");
+    EXPECT_EQ(report["cameras"][1]["number"], 1);
+    EXPECT_NE(report["cameras"][0]["path"], report["cameras"][1]["path"]);
+    EXPECT_EQ(report["cameras"][0]["path"].get<std::string>().rfind("virtual:", 0), 0u);
+}
+
+TEST(CameraChoice, AdvisesThePathWhereGuidsAreEqual) {
+    const char* const twins = R"({"cameras":[{"guid":"120900000007"},{"guid":"120900000007"}]})";
+    EXPECT_EQ(RunTool({"--virtual", twins, "info", "-c", "120900000007"}).err,
+              "tavix: '120900000007' fits 2 cameras; use the number or the path that `tavix list` shows\n");
+    EXPECT_EQ(RunTool({"--virtual", "2", "info", "-c", "VC-1300"}).err,
+              "tavix: 'VC-1300' fits 2 cameras; use the number or the GUID that `tavix list` shows\n");
+}
+
 } // namespace

@@ -102,6 +102,11 @@ TEST(ImagePrefix, IsModelAndSerialNumberAsAFileMayBeCalled) {
     EXPECT_EQ(Prefixes({Camera("A/B 7", "1", "9", "p")}), (std::set<std::string>{"A_B_7_1"}));
 }
 
+TEST(ImagePrefix, HidesNoFile) {
+    EXPECT_EQ(Prefixes({Camera(".x", "1", "9", "p"), Camera("../../x", "2", "8", "q"), Camera("", ".y", "7", "r")}),
+              (std::set<std::string>{"_x_1", "_._.._x_2", "_.y"}));
+}
+
 TEST(ImagePrefix, TellsCamerasApartThatAreCalledAlike) {
     EXPECT_EQ(Prefixes({Camera("A B", "1", "98", "p"), Camera("A_B", "1", "99", "q")}),
               (std::set<std::string>{"A_B_1_98", "A_B_1_99"}));

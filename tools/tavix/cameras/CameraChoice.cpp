@@ -18,8 +18,9 @@ Tavix::CameraInfo ChooseOne(const std::vector<Tavix::CameraInfo>& cameras, const
     }
     if (found.empty()) throw Error("no camera is called '" + name + "'; `tavix list` shows the names");
     if (found.size() > 1) {
-        throw Error("'" + name + "' fits " + std::to_string(found.size()) +
-                    " cameras; use the number or the GUID that `tavix list` shows");
+        const bool isGuid = found.front().guid == found.back().guid; // which is to be unique, and need not be
+        throw Error("'" + name + "' fits " + std::to_string(found.size()) + " cameras; use the number or the " +
+                    (isGuid ? "path" : "GUID") + " that `tavix list` shows");
     }
     return found.front();
 }
@@ -88,6 +89,14 @@ std::vector<std::string> HandyNames(const std::vector<Tavix::CameraInfo>& camera
 
 Tavix::Camera OpenCamera(const CommonOptions& options) {
     return Tavix::Camera::Open(ChooseCamera(options));
+}
+
+std::string DistinctName(const Tavix::CameraInfo& camera, const std::vector<Tavix::CameraInfo>& cameras) {
+    const std::string name = Printable(camera.friendlyName);
+    const bool isAlone = std::all_of(cameras.begin(), cameras.end(), [&](const Tavix::CameraInfo& other) {
+        return other.number == camera.number || Printable(other.friendlyName) != name;
+    });
+    return isAlone ? name : name + " #" + std::to_string(camera.number);
 }
 
 std::string NameOf(const Tavix::Camera& camera) {

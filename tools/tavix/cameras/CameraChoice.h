@@ -27,7 +27,10 @@ Tavix::Camera OpenCamera(const CommonOptions& options);
 /// What people would name the cameras by: serial number and user-defined name, as far as they fit one camera only. One
 /// that neither fits is there by its GUID, or else its number.
 std::vector<std::string> HandyNames(const std::vector<Tavix::CameraInfo>& cameras);
-/// As it is called in what a terminal shows.
+/// As it is called in what a terminal shows, with its number where others of these are called alike: cameras need not
+/// have serial numbers of their own.
+std::string DistinctName(const Tavix::CameraInfo& camera, const std::vector<Tavix::CameraInfo>& cameras);
+/// As it is called where it is the only one.
 std::string NameOf(const Tavix::Camera& camera);
 
 } // namespace tool

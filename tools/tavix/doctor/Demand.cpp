@@ -58,9 +58,9 @@ std::string PortOf(const std::string& path) {
     return path.substr(kBackend.size(), path.rfind('#') - kBackend.size());
 }
 
-CameraDemand Ask(const Tavix::CameraInfo& info) {
+CameraDemand Ask(const Tavix::CameraInfo& info, const std::string& name) {
     CameraDemand demand;
-    demand.name = Printable(info.friendlyName);
+    demand.name = name;
     demand.path = info.path;
     demand.port = PortOf(demand.path);
     try {
@@ -99,7 +99,9 @@ std::vector<CameraDemand> AskCameras() {
     try {
         const std::vector<Tavix::CameraInfo> cameras = FindCameras();
         demands.resize(cameras.size());
-        Tavix::AtOnce(cameras.size(), [&](std::size_t number) { demands[number] = Ask(cameras[number]); });
+        Tavix::AtOnce(cameras.size(), [&](std::size_t number) {
+            demands[number] = Ask(cameras[number], DistinctName(cameras[number], cameras));
+        });
     } catch (const std::exception& e) { // no bus can be asked at all; the other checks may say why
         CameraDemand none;
         none.name = "cameras";

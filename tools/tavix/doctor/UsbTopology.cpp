@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 
 namespace tool {
 namespace {
@@ -97,6 +98,17 @@ UsbCamera Describe(const SystemFiles& files, const std::string& device, const st
     return camera;
 }
 
+/// What is found of one must not pass for what is found of another.
+std::vector<UsbCamera> NamedApart(std::vector<UsbCamera> cameras) {
+    std::map<std::string, int> counts;
+    for (const UsbCamera& camera : cameras)
+        ++counts[camera.name];
+    for (UsbCamera& camera : cameras) {
+        if (counts[camera.name] > 1) camera.name += " at " + camera.port;
+    }
+    return cameras;
+}
+
 } // namespace
 
 std::vector<UsbCamera> FindUsbCameras(const SystemFiles& files) {
@@ -106,7 +118,7 @@ std::vector<UsbCamera> FindUsbCameras(const SystemFiles& files) {
         const auto interfaces = VisionInterfaces(files, name);
         if (!interfaces.empty()) cameras.push_back(Describe(files, name, interfaces));
     }
-    return cameras;
+    return NamedApart(std::move(cameras));
 }
 
 } // namespace tool

@@ -19,7 +19,7 @@ struct UsbHub {
 /// A USB3 Vision camera, whether or not it may be opened.
 struct UsbCamera {
     std::string port;           ///< as the kernel names it: "2-1.4"
-    std::string name;           ///< "VC-1300 (40000001)", or the port when it does not tell
+    std::string name;           ///< "VC-1300 (40000001)", with the port where it does not tell it apart
     std::string node;           ///< "/dev/bus/usb/002/005"
     std::int64_t speed = 0;     ///< of its link in Mbit/s; 0: unknown
     std::int64_t bestSpeed = 0; ///< that it says it supports; 0: it does not say

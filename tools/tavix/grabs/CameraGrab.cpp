@@ -79,9 +79,16 @@ void CameraGrab::ThrowFailure() const {
         throw Error(m_Name + " was unplugged during the grab, after " + std::to_string(m_Figures.good) +
                     " good frames; plug it in again");
     } catch (...) {
-        const std::string reason = CaughtReason();
-        throw Error(reason.find(m_Name) == std::string::npos ? m_Name + ": " + reason : reason);
+        throw Error(Named(CaughtReason()));
     }
+}
+
+/// The reason, which may name the camera already.
+std::string CameraGrab::Named(const std::string& reason) const {
+    const std::string usual = Printable(m_Info.friendlyName);
+    if (reason.rfind(usual, 0) == 0) return m_Name + reason.substr(usual.size());
+    const bool isNamed = m_Name == usual && reason.find(usual) != std::string::npos;
+    return isNamed ? reason : m_Name + ": " + reason;
 }
 
 void CameraGrab::Grab(Tavix::Camera& camera) {
@@ -166,7 +173,7 @@ void CameraGrab::Take(Tavix::Image image) {
     Count(image);
     if (m_Options.checkChunks) CountChecksum(image.ChunkChecksum());
     if (m_Observer) m_Observer->OnImage(image);
-    if (isWanted) m_Writer->Write({std::move(image), m_Name});
+    if (isWanted) m_Writer->Write({std::move(image), Printable(m_Info.friendlyName)});
 }
 
 void CameraGrab::Count(const Tavix::Image& image) {

@@ -34,6 +34,8 @@ public:
     /// `observer` is borrowed and may be null.
     CameraGrab(const Tavix::CameraInfo& info, const GrabOptions& options, FrameObserver* observer = nullptr);
 
+    /// What it is called in reports and errors; its friendly name without this. Before Run.
+    void CallIt(const std::string& name) { m_Name = name; }
     /// Grabs until the asked number of frames came or Stop was called. Throws when the camera is unplugged, is silent
     /// for the timeout, or fails in another way; everything is released then, too.
     void Run();
@@ -44,6 +46,7 @@ public:
     void StopCamera();
     const GrabFigures& Figures() const { return m_Figures; }
     const std::string& Name() const { return m_Name; }
+    const Tavix::CameraInfo& Info() const { return m_Info; }
 
 private:
     class Shown;
@@ -65,10 +68,11 @@ private:
     template<class Step>
     void Attempt(Step step);
     void ThrowFailure() const;
+    std::string Named(const std::string& reason) const;
 
     const Tavix::CameraInfo m_Info;
     const GrabOptions m_Options;
-    const std::string m_Name;
+    std::string m_Name; // constant during Run
     FrameObserver* const m_Observer;
     std::atomic<bool> m_IsStopped{false};
     GrabFigures m_Figures;

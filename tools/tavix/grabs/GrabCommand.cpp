@@ -89,6 +89,7 @@ Grabs MakeGrabs(const GrabOptions& options) {
     Grabs grabs;
     for (const auto& info : chosen) {
         grabs.push_back(std::make_unique<CameraGrab>(info, options));
+        grabs.back()->CallIt(DistinctName(info, chosen));
         if (!options.folder.empty()) grabs.back()->SaveAs(options.folder + "/" + ImagePrefix(info, all));
     }
     return grabs;

@@ -80,6 +80,8 @@ nlohmann::json ReportJson(const Grabs& grabs, const ProcessCost& cost, const std
     for (const auto& grab : grabs) {
         const GrabFigures& f = grab->Figures();
         cameras.push_back({{"camera", grab->Name()},
+                           {"number", grab->Info().number},
+                           {"path", grab->Info().path},
                            {"frames", f.good.load()},
                            {"failed", f.failed.load()},
                            {"missed", f.missed.load()},

@@ -16,8 +16,14 @@ std::string Plain(std::string name) {
     return name;
 }
 
+/// No file is hidden.
+std::string Visible(std::string name) {
+    if (name.front() == '.') name.front() = '_';
+    return name;
+}
+
 std::string ShortPrefix(const Tavix::CameraInfo& camera) {
-    return Plain(camera.model + "_" + camera.serial);
+    return Visible(Plain(camera.model + "_" + camera.serial));
 }
 
 std::string LongPrefix(const Tavix::CameraInfo& camera) {
