@@ -139,20 +139,22 @@ Tavix::imaging::Demosaicing DemosaicingOf(const std::string& name) {
     throw Tavix::ValueError("colours are found 'bilinear' or 'edge_aware', not '" + name + "'");
 }
 
-// The copy comes with all that is known of the image; its pixels are written anew where colours are found in another
-// way.
 Image Convert(const Image& image, const std::string& pixelFormat, const std::string& demosaicing) {
-    namespace imaging = Tavix::imaging;
-    const imaging::ConvertOptions options{DemosaicingOf(demosaicing)};
-    Image made = Unlocked([&] { return image.Convert(pixelFormat); });
-    const auto* const format = imaging::FindPixelFormat(static_cast<imaging::PixelFormat>(image.PixelFormatCode()));
-    if (options.demosaicing == imaging::Demosaicing::Bilinear || !format || format->phase == imaging::BayerPhase::None)
-        return made;
-    const Tavix::ByteView bytes = made.Data();
-    const imaging::PictureSpan pixels{const_cast<std::uint8_t*>(bytes.data), bytes.size, made.Picture().format,
-                                      made.Stride()};
-    OfImaging(image, "convert", [&] { imaging::Convert(image.Picture(), pixels, options); });
-    return made;
+    const Tavix::imaging::ConvertOptions options{DemosaicingOf(demosaicing)};
+    return Unlocked([&] { return image.Convert(pixelFormat, options); });
+}
+
+/// How to save, by the names of Python's arguments.
+struct Saving {
+    std::string demosaicing;
+    int quality, compression;
+    bool facts;
+};
+
+void Save(const Image& image, const std::filesystem::path& path, const Saving& saving) {
+    const Tavix::imaging::FileOptions options{DemosaicingOf(saving.demosaicing), saving.quality, saving.compression,
+                                              saving.facts};
+    Unlocked([&] { image.Save(path.string(), options); });
 }
 
 std::vector<std::uint8_t> Preview(const Image& image, std::uint32_t largest) {
@@ -259,15 +261,23 @@ void BindImage(py::module_& module) {
         .def("clone", &Image::Clone, LockFree(), "A copy in memory of its own, which does not belong to the stream.")
         .def("convert", &Convert, py::arg("pixel_format"), py::kw_only(), py::arg("demosaicing") = "bilinear",
              "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8, white as white: Mono16 of 12 bits goes up to 65535. "
-             "Colours of a Bayer image are found 'bilinear' or, as save() does it, 'edge_aware', which takes longer. "
+             "Colours of a Bayer image are found 'bilinear' or 'edge_aware', which takes longer. "
              "ValueError for what cannot be converted.")
         .def("unpack", &Unpack,
              "The numbers that the camera sent, a NumPy array of their own: of Mono12p up to 4095, of BayerRG12p the "
              "mosaic. Shape and type as those of `array`. ValueError for formats that are no such numbers.")
         .def(
-            "save", [](const Image& image, const std::filesystem::path& path) { image.Save(path.string()); },
-            py::arg("path"), LockFree(),
-            "Writes .png .tif .jpg .pgm .ppm or .raw, told by the ending. Error when it cannot be written.")
+            "save",
+            [](const Image& image, const std::filesystem::path& path, const std::string& demosaicing, int quality,
+               int compression, bool facts) {
+                Save(image, path, {demosaicing, quality, compression, facts});
+            },
+            py::arg("path"), py::kw_only(), py::arg("demosaicing") = "edge_aware", py::arg("quality") = 90,
+            py::arg("compression") = 1, py::arg("facts") = true,
+            "Writes .png .tif .jpg .pgm .ppm or .raw, told by the ending. Colours of a Bayer image are found "
+            "'edge_aware' or 'bilinear', which is faster; `quality` of JPEG is 1 to 100, `compression` of PNG and TIFF "
+            "0 (none) to 9 (smallest, slowest). Without `facts` the file does not tell camera, time and chunk values. "
+            "ValueError for another demosaicing, Error when it cannot be written.")
         .def("__repr__", &Repr);
     LetBuffersFail(type);
 }

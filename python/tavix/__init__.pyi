@@ -123,7 +123,15 @@ class Image:
     def clone(self) -> Image: ...
     def convert(self, pixel_format: str, *, demosaicing: str = "bilinear") -> Image: ...
     def unpack(self) -> numpy.ndarray[Any, Any]: ...
-    def save(self, path: _Path) -> None: ...
+    def save(
+        self,
+        path: _Path,
+        *,
+        demosaicing: str = "edge_aware",
+        quality: int = 90,
+        compression: int = 1,
+        facts: bool = True,
+    ) -> None: ...
 
 class Counts:
     @property

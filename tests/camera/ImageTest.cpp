@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 
 #include <stdlib.h>
 #include <unistd.h>
@@ -53,6 +54,36 @@ TEST(Image, IsSavedAsTheEndingOfItsNameSays) {
     ErrorOf<Tavix::Error>([&] { image.Save("/nowhere/at/all.png"); });
     std::remove(path.c_str());
     rmdir(folder);
+}
+
+std::string FileOf(const Tavix::Image& image, const Tavix::imaging::FileOptions& options) {
+    char path[] = "/tmp/tavix-image-XXXXXX.ppm";
+    close(mkstemps(path, /*suffixlen=*/4));
+    image.Save(path, options);
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    std::remove(path);
+    return bytes;
+}
+
+std::string PixelsOf(const Tavix::Image& image) {
+    return {image.Data().begin(), image.Data().end()};
+}
+
+TEST(Image, FindsColoursAsItIsAsked) {
+    using Tavix::imaging::Demosaicing;
+    const Tavix::Image image = OneImage("BayerRG8");
+    const std::string plain = PixelsOf(image.Convert("RGB8", {Demosaicing::Bilinear}));
+    const std::string careful = PixelsOf(image.Convert("RGB8", {Demosaicing::EdgeAware}));
+    EXPECT_NE(plain, careful);
+    EXPECT_EQ(PixelsOf(image.Convert("RGB8")), plain);
+    Tavix::imaging::FileOptions options;
+    options.facts = false;
+    const std::string saved = FileOf(image, options);
+    EXPECT_EQ(saved.substr(saved.size() - careful.size()), careful);
+    options.demosaicing = Demosaicing::Bilinear;
+    const std::string other = FileOf(image, options);
+    EXPECT_EQ(other.substr(other.size() - plain.size()), plain);
 }
 
 } // namespace

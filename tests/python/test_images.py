@@ -113,6 +113,27 @@ def test_colours_are_found_as_is_asked(camera):
         image.convert("Nothing", demosaicing="edge_aware")
 
 
+def test_an_image_is_saved_as_is_asked(camera, tmp_path):
+    camera.PixelFormat = "BayerRG8"
+    image = camera.grab_one()
+
+    def saved(name, **options):
+        image.save(tmp_path / name, **options)
+        return (tmp_path / name).read_bytes()
+
+    for way in "bilinear", "edge_aware":
+        pixels = image.convert("RGB8", demosaicing=way).array.tobytes()
+        assert saved("colours.ppm", demosaicing=way).endswith(pixels)
+    assert saved("colours.ppm").endswith(pixels)  # along edges, unless told otherwise
+    assert len(saved("small.jpg", quality=5)) < len(saved("fine.jpg", quality=95))
+    assert len(saved("all.png", compression=9)) < len(saved("all.png", compression=0))
+    serial = camera.info.serial.encode()
+    assert b"(" + serial + b")" in saved("told.ppm") and serial not in saved("untold.ppm", facts=False)[:60]
+    with pytest.raises(tavix.ValueError, match="not 'best'"):
+        image.save(tmp_path / "best.png", demosaicing="best")
+    assert not (tmp_path / "best.png").exists()
+
+
 def test_an_image_tells_its_lines_its_arrival_and_all_its_bytes(camera):
     camera.PixelFormat = "Mono8"
     camera.ChunkModeActive = True

@@ -4,6 +4,8 @@
 #include <tavix/camera/Export.h>
 #include <tavix/camera/HostTime.h>
 #include <tavix/camera/Value.h>
+#include <tavix/imaging/Convert.h>
+#include <tavix/imaging/ImageFile.h>
 #include <tavix/imaging/Picture.h>
 
 #include <chrono>
@@ -107,10 +109,10 @@ public:
     /// A copy in another pixel format, by its name: Mono8, Mono16, RGB8, BGR8, RGBa8, BGRa8 from every format of the
     /// table. Black where a damaged image has nothing, as IsWhole() and MissingBytes() of the copy still tell.
     /// ValueError for what cannot be converted.
-    Image Convert(const std::string& pixelFormat) const;
+    Image Convert(const std::string& pixelFormat, const imaging::ConvertOptions& options = {}) const;
     /// Writes a file whose kind is told by the ending: .png .tif .jpg .pgm .ppm .raw. What a file cannot hold as it is
     /// is converted, and what a damaged image lacks is black. Error when it cannot be written.
-    void Save(const std::string& path) const;
+    void Save(const std::string& path, const imaging::FileOptions& options = {}) const;
 
     /// For the library.
     detail::Frame& Inside() const { return Checked(); }

@@ -6,7 +6,6 @@
 
 #include <tavix/camera/Error.h>
 #include <tavix/camera/Image.h>
-#include <tavix/imaging/Convert.h>
 
 #include <cstring>
 
@@ -31,7 +30,7 @@ Image Image::Clone() const {
     return Image(MakeCopy(from, std::shared_ptr<void>(bytes, bytes.get()), from.payloadSize));
 }
 
-Image Image::Convert(const std::string& pixelFormat) const {
+Image Image::Convert(const std::string& pixelFormat, const imaging::ConvertOptions& options) const {
     const detail::Frame& from = Checked();
     const imaging::PixelFormatInfo* target = imaging::FindPixelFormat(pixelFormat);
     if (!target)
@@ -39,7 +38,7 @@ Image Image::Convert(const std::string& pixelFormat) const {
                          "'; images are converted to Mono8, Mono16, RGB8, BGR8, RGBa8 and BGRa8");
     try {
         const detail::WholePicture whole(*this);
-        auto picture = std::make_shared<imaging::Picture>(imaging::Convert(whole.View(), target->format));
+        auto picture = std::make_shared<imaging::Picture>(imaging::Convert(whole.View(), target->format, options));
         Image image(MakeCopy(from, std::shared_ptr<void>(picture, picture->Data()), picture->Size()));
         image.m_Frame->format = target->format;
         image.m_Frame->paddingX = 0;

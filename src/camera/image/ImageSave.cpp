@@ -4,7 +4,6 @@
 #include "camera/image/WholePicture.h"
 
 #include <tavix/camera/Image.h>
-#include <tavix/imaging/ImageFile.h>
 
 namespace Tavix {
 namespace {
@@ -25,10 +24,10 @@ imaging::Metadata MetadataOf(const Image& image) {
 
 } // namespace
 
-void Image::Save(const std::string& path) const {
+void Image::Save(const std::string& path, const imaging::FileOptions& options) const {
     Checked();
     try {
-        imaging::Save(path, detail::WholePicture(*this).View(), MetadataOf(*this));
+        imaging::Save(path, detail::WholePicture(*this).View(), MetadataOf(*this), options);
     } catch (const imaging::Error& e) {
         throw Error("cannot save an image as " + path + ": " + detail::Reason(e));
     }
