@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include <pthread.h>
 #include <signal.h>
 
 namespace Tavix {
@@ -57,5 +58,9 @@ std::thread StartThread(Run run) {
         run();
     });
 }
+
+/// Gives a thread a real-time priority by SCHED_FIFO or SCHED_RR; 0 gives it ordinary scheduling, whatever the policy.
+/// Returns 0, or the number of the error that left the thread as it was: most users may not have such a priority.
+[[nodiscard]] TAVIX_CORE_API int SetThreadPriority(pthread_t thread, int policy, int priority) noexcept;
 
 } // namespace Tavix

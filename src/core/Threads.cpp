@@ -1,5 +1,7 @@
 #include "core/Threads.h"
 
+#include <sched.h>
+
 namespace Tavix {
 namespace {
 
@@ -21,6 +23,12 @@ SignalsAsStarted::SignalsAsStarted() : m_Before(), m_IsOurs(t_Started.isOurs) {
 
 SignalsAsStarted::~SignalsAsStarted() {
     if (m_IsOurs) pthread_sigmask(SIG_SETMASK, &m_Before, nullptr);
+}
+
+int SetThreadPriority(pthread_t thread, int policy, int priority) noexcept {
+    sched_param parameters{};
+    parameters.sched_priority = priority;
+    return ::pthread_setschedparam(thread, priority == 0 ? SCHED_OTHER : policy, &parameters);
 }
 
 } // namespace Tavix

@@ -1,8 +1,14 @@
-// Whose signals the threads of the libraries take.
+// Whose signals the threads of the libraries take, and how they are scheduled.
 
 #include "core/Threads.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <utility>
+
+#include <pthread.h>
+#include <sched.h>
 
 namespace {
 
@@ -10,6 +16,14 @@ bool IsBlocked(int signal) {
     sigset_t blocked;
     pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
     return sigismember(&blocked, signal) == 1;
+}
+
+/// Policy and priority of the calling thread.
+std::pair<int, int> OwnScheduling() {
+    int policy = -1;
+    sched_param parameters{};
+    pthread_getschedparam(pthread_self(), &policy, &parameters);
+    return {policy, parameters.sched_priority};
 }
 
 TEST(Threads, OfTheLibrariesTakeNoSignalsButTheirOwnFaults) {
@@ -48,6 +62,24 @@ TEST(Threads, OfTheApplicationKeepTheirSignals) {
         isBlocked = IsBlocked(SIGUSR1);
     }).join();
     EXPECT_FALSE(isBlocked);
+}
+
+// Who may have a real-time priority is not ours to say here: a refusal leaves the thread as it was.
+TEST(Threads, TakeTheirPriorityByThePolicyThatIsNamed) {
+    for (const int policy : {SCHED_FIFO, SCHED_RR}) {
+        std::thread([policy] {
+            const int error = Tavix::SetThreadPriority(pthread_self(), policy, 1);
+            EXPECT_TRUE(error == 0 || error == EPERM) << error;
+            EXPECT_EQ(OwnScheduling(), error == 0 ? std::make_pair(policy, 1) : std::make_pair(SCHED_OTHER, 0));
+            EXPECT_EQ(Tavix::SetThreadPriority(pthread_self(), policy, 0), 0);
+            EXPECT_EQ(OwnScheduling(), std::make_pair(SCHED_OTHER, 0));
+        }).join();
+    }
+}
+
+TEST(Threads, StayAsTheyAreWhenThereIsNoSuchPriority) {
+    EXPECT_EQ(Tavix::SetThreadPriority(pthread_self(), SCHED_FIFO, 1000), EINVAL);
+    EXPECT_EQ(OwnScheduling(), std::make_pair(SCHED_OTHER, 0));
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include "core/Threads.h"
 #include "vexlo/Logging.h"
 
-#include <pthread.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -112,10 +111,7 @@ void TransferPump::ApplyPriority() {
     int priority = 0;
     for (const Entry& entry : m_Clients)
         priority = std::max(priority, entry.priority);
-    sched_param parameters{};
-    parameters.sched_priority = priority;
-    const int policy = priority == 0 ? SCHED_OTHER : SCHED_RR;
-    const int error = ::pthread_setschedparam(m_Thread.native_handle(), policy, &parameters);
+    const int error = Tavix::SetThreadPriority(m_Thread.native_handle(), SCHED_RR, priority);
     if (error != 0) Log(Tavix::kLogWarning, "Thread priority %d was refused: %s", priority, std::strerror(error));
 }
 

@@ -59,10 +59,8 @@ void StreamEngine::Stop() {
 
 void StreamEngine::SetPriority() const {
     if (m_Settings.threadPriority <= 0) return;
-    sched_param parameters{};
-    parameters.sched_priority = m_Settings.threadPriority;
-    if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) != 0) {
-        Log(128,
+    if (Tavix::SetThreadPriority(pthread_self(), SCHED_FIFO, m_Settings.threadPriority) != 0) {
+        Log(Tavix::kLogWarning,
             "The stream's thread stays at ordinary priority: real-time priority %d is not permitted (see ulimit -r)",
             m_Settings.threadPriority);
     }

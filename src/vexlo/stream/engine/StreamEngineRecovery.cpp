@@ -148,7 +148,7 @@ VxStatus StreamEngine::TakeSmallerPlan() {
 
 void StreamEngine::Die() {
     const VxStatus status = m_Policy.End();
-    Log(256, "The stream ended with status 0x%08X", status);
+    Log(Tavix::kLogError, "The stream ended with status 0x%08X", status);
     m_IsLost = status == VX_E_USB_NO_DEVICE;
     m_Finder.DropAll();
     BufferList buffers = m_Pool.Refuse(status);
