@@ -90,8 +90,4 @@ GstMemory* WrapImage(GstAllocator* allocator, Tavix::Image image) {
     return memory;
 }
 
-bool IsImageMemory(GstMemory* memory) {
-    return gst_memory_is_type(memory, kMemoryType) != 0;
-}
-
 } // namespace tavixgst

@@ -12,7 +12,5 @@ GstAllocator* NewImageAllocator();
 /// The pixels of the image where they lie. The memory owns the image, which goes back to its stream with the last share
 /// of the memory, on whatever thread lets that go. Owned by the caller.
 GstMemory* WrapImage(GstAllocator* allocator, Tavix::Image image);
-/// Whether it is of WrapImage().
-bool IsImageMemory(GstMemory* memory);
 
 } // namespace tavixgst

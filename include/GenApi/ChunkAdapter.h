@@ -5,6 +5,7 @@
 #include <GenApi/Export.h>
 #include <GenApi/INodeMap.h>
 
+#include <memory>
 #include <vector>
 
 namespace GenApi {
@@ -40,8 +41,11 @@ public:
     void ClearCaches();
 
 protected:
-    std::vector<CChunkPort*> m_ChunkPorts; ///< owned, in node-map order
+    std::vector<CChunkPort*> m_ChunkPorts; ///< borrowed, in node-map order
     int64_t m_MaxChunkCacheSize;
+
+private:
+    std::vector<std::unique_ptr<CChunkPort>> m_OwnedPorts; ///< the same
 };
 
 } // namespace GenApi

@@ -21,8 +21,6 @@ public:
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
 
-    const std::string& GetPath() const { return m_Path; }
-
     /// What the library offers; each info names the library's file and counts as not user-provided.
     TlInfoList GetInfos() const;
     /// Never null.

@@ -42,12 +42,7 @@ enum Command : std::uint16_t {
     kWriteMemCommand = 0x0802,
     kWriteMemAck = 0x0803,
     kPendingAck = 0x0805,
-    kReadMemStackedCommand = 0x0806,
-    kReadMemStackedAck = 0x0807,
-    kWriteMemStackedCommand = 0x0808,
-    kWriteMemStackedAck = 0x0809,
-    kEventCommand = 0x0C00,
-    kEventAck = 0x0C01
+    kEventCommand = 0x0C00
 };
 
 /// Status codes of acknowledges and trailers. Bit 15 is the error bit, bits 13 and 14 the name space.
@@ -183,8 +178,7 @@ enum PayloadType : std::uint16_t {
     kPayloadImage = 0x0001,
     kPayloadImageExtendedChunk = 0x4001,
     kPayloadChunk = 0x4000,
-    kPayloadGenDcContainer = 0x1001,
-    kPayloadGenDcComponent = 0x1002
+    kPayloadGenDcContainer = 0x1001
 };
 
 /// Leader: magic, size, block id, payload type, then what the payload type adds.

@@ -59,7 +59,9 @@ protected:
             return buffer;
         });
     }
-    static bool IsWrapped(GstBuffer& buffer) { return IsImageMemory(gst_buffer_peek_memory(&buffer, 0)); }
+    static bool IsWrapped(GstBuffer& buffer) {
+        return gst_memory_is_type(gst_buffer_peek_memory(&buffer, 0), "TavixImage") != 0;
+    }
 
     BufferMaker maker;
 };

@@ -35,9 +35,6 @@ public:
     /// The ports show the attached buffer again.
     void RegainPorts();
 
-protected:
-    GenApi::INodeMap* GetChunkNodeMap() const { return m_pChunkNodeMap; }
-
 private:
     CUsbChunkParser(GenApi::CChunkAdapterUsb* pAdapter, GenApi::INodeMap* pChunkNodeMap);
     void RequirePorts() const;

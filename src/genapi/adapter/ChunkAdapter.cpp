@@ -3,6 +3,7 @@
 #include <GenApi/ChunkAdapter.h>
 
 #include <memory>
+#include <utility>
 
 namespace GenApi {
 
@@ -24,16 +25,15 @@ void CChunkAdapter::AttachNodeMap(INodeMap* pNodeMap) {
         if (!pPort) continue;
         auto pChunkPort = std::make_unique<CChunkPort>();
         if (!pChunkPort->AttachPort(pPort)) continue;
-        m_ChunkPorts.push_back(pChunkPort.get());
-        static_cast<void>(pChunkPort.release());
+        m_OwnedPorts.push_back(std::move(pChunkPort));
+        m_ChunkPorts.push_back(m_OwnedPorts.back().get());
     }
 }
 
 void CChunkAdapter::DetachNodeMap() {
-    std::vector<CChunkPort*> ports;
-    ports.swap(m_ChunkPorts);
-    for (CChunkPort* const pPort : ports)
-        delete pPort;
+    m_ChunkPorts.clear();
+    const std::vector<std::unique_ptr<CChunkPort>> leaving = std::move(m_OwnedPorts);
+    m_OwnedPorts.clear();
 }
 
 void CChunkAdapter::AttachAtOnce(uint8_t* pBuffer, int64_t BufferLength, AttachStatistics_t* pAttachStatistics) {
