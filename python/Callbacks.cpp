@@ -6,14 +6,6 @@ namespace py = pybind11;
 
 namespace tavixpython {
 
-std::shared_ptr<py::function> Keep(py::function callback) {
-    return {new py::function(std::move(callback)), [](py::function* function) {
-                if (MayNotCallPython()) return; // the interpreter frees it with all the rest
-                const py::gil_scoped_acquire locked;
-                delete function;
-            }};
-}
-
 void BindSubscription(py::module_& module) {
     py::class_<Tavix::Subscription, Owned<Tavix::Subscription>>(
         module, "Subscription", "A registered callback; it lasts until end() is called.")

@@ -9,11 +9,20 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace tavixpython {
 
-/// Shared by the copies of a callback; the last one takes the interpreter's lock to let go.
-std::shared_ptr<pybind11::function> Keep(pybind11::function callback);
+/// Shared with threads of the library; the last share takes the interpreter's lock to let go.
+template<class Object>
+std::shared_ptr<Object> Keep(Object object) {
+    return {new Object(std::move(object)), [](Object* kept) {
+                const InLibrary counted;
+                if (MayNotCallPython()) return; // the interpreter frees it with all the rest
+                const pybind11::gil_scoped_acquire locked;
+                delete kept;
+            }};
+}
 
 /// Takes the lock for the call and no longer. What the function raises is told by sys.unraisablehook and ends nothing.
 template<class... Args>

@@ -3,7 +3,9 @@
 
 #include "core/Mutex.h"
 #include "python/Ending.h"
+#include "python/Errors.h"
 #include "python/Fork.h"
+#include "python/ImageCall.h"
 #include "python/Lock.h"
 
 #include <tavix/camera/Group.h>
@@ -15,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -35,6 +38,7 @@ struct Started {
     std::chrono::milliseconds silence;
     std::chrono::milliseconds atEnd{}; ///< what an image may take when the program ends
     bool newestOnly = false;
+    std::shared_ptr<ImageCall> call{}; ///< that gets the images, where one does
 };
 
 /// A loop over a given number of images ends by itself and is not broken off while they come.
@@ -52,18 +56,43 @@ inline std::string WhySilent(const Tavix::GroupStream&) {
     return "check trigger, exposure time and cables";
 }
 
+inline std::string FirstDefectOf(const Tavix::ImageStream& stream) {
+    return stream.FirstDefect();
+}
+inline std::string FirstDefectOf(const Tavix::GroupStream&) {
+    return {};
+}
+
 Tavix::Timeout NothingCame(std::chrono::milliseconds time, const std::string& why);
 
-/// Takes images one after the other, for any number of threads. Every call is made with the interpreter's lock held.
+/// Waits for the end of a stream that calls, and throws what ended it.
+inline bool JoinCalls(Tavix::ImageStream& stream, std::chrono::milliseconds time) {
+    return stream.Join(time);
+}
+inline bool JoinCalls(Tavix::GroupStream&, std::chrono::milliseconds) {
+    return true;
+}
+
+/// Takes images one after the other, for any number of threads, or lets a function be called with them. Every call is
+/// made with the interpreter's lock held.
 template<class Source>
 class Running {
 public:
     using Item = decltype(std::declval<Source&>().Next());
 
     explicit Running(Started<Source> started)
-        : m_Silence(started.silence), m_AtEnd(started.atEnd),
+        : m_Silence(started.silence), m_AtEnd(started.atEnd), m_Call(std::move(started.call)),
           m_Stream(std::make_shared<Source>(std::move(started.stream))) {}
-    ~Running() { Close(); }
+    ~Running() {
+        if (IsInCall()) {
+            Abandon();
+            return;
+        }
+        if (m_Call && Standing() == std::string_view("running"))
+            WarnOfForgotten("a stream of tavix with a callback was not kept: it ends with its last reference, or by "
+                            "close()");
+        Close();
+    }
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
@@ -74,7 +103,10 @@ public:
             m_Silence, [&](std::chrono::milliseconds time) { return Take(time, item); }, m_AtEnd);
         if (!item)
             m_AtEnd.count() == 0 ? LeaveAtEnd() : LeaveAtClosing(); // the program's end is not that of the images
-        if (!isDone) throw NothingCame(m_Silence, WhySilent(*Checked()));
+        if (!isDone) {
+            RequireOpen();
+            throw NothingCame(m_Silence, Why());
+        }
         return item;
     }
 
@@ -87,7 +119,10 @@ public:
     }
 
     /// StateError once closed.
-    void RequireOpen() const { Checked(); }
+    void RequireOpen() const {
+        const WithoutLock unlocked;
+        if (!Held()) throw Tavix::StateError("the stream is closed; grab() starts another one");
+    }
 
     void Cancel() {
         if (IsLeftToParent()) return;
@@ -95,21 +130,28 @@ public:
         if (const auto stream = Held()) stream->Cancel();
     }
 
-    /// Returns when the cameras were stopped, in a callback that Next() makes before that. Closing twice is harmless.
+    /// Waits until a stream that calls has ended; false when the time is over before. Throws what ended it, once.
+    bool Join(std::chrono::milliseconds longest) {
+        const std::shared_ptr<ImageCall> call = m_Call;
+        try {
+            return WaitInSteps(longest, [&](std::chrono::milliseconds time) {
+                const auto stream = Held();
+                return !stream || JoinCalls(*stream, time);
+            });
+        } catch (const ImageCall::Raised&) {
+            call->Raise();
+        }
+    }
+
+    /// Returns when the cameras were stopped, in a callback that Next() makes before that. Closing twice is harmless. A
+    /// function that is called with the images only ends the stream. What ended it otherwise is told, if Join() did
+    /// not.
     void Close() {
         if (IsLeftToParent()) return;
-        const WithoutLock unlocked;
-        std::shared_ptr<Source> stream;
-        {
-            const Tavix::MutexLock lock(m_Guard);
-            stream.swap(m_Stream);
-            if (stream) m_LastCounts.emplace(stream->Counts());
-        }
-        if (!stream) return;
-        stream->Cancel();
-        if (HasTurn()) return;               // Next() lets it go
-        const Tavix::MutexLock turn(m_Turn); // nobody waits in it any more
-        stream.reset();
+        if (IsInCall()) return Cancel();
+        if (m_Call) TellFailure();
+        LetGo();
+        m_Call.reset();
     }
 
     /// 'running', 'ended' or 'closed'.
@@ -125,6 +167,18 @@ public:
         const WithoutLock unlocked;
         const Tavix::MutexLock lock(m_Guard);
         return m_Stream ? m_Stream->Counts() : *m_LastCounts;
+    }
+    /// That of its end once closed.
+    std::string FirstDefect() const {
+        const WithoutLock unlocked;
+        const Tavix::MutexLock lock(m_Guard);
+        return m_Stream ? m_Stream->FirstDefect() : m_FirstDefect;
+    }
+    /// What to do when nothing comes; nothing once closed.
+    std::string Why() const {
+        const WithoutLock unlocked;
+        const auto stream = Held();
+        return stream ? WhySilent(*stream) : std::string();
     }
 
 private:
@@ -150,23 +204,66 @@ private:
         item.emplace(std::move(come));
         return true;
     }
+    /// Whether it is the function, called with an image, that asks.
+    bool IsInCall() const { return m_Call && m_Call->IsInside(); }
+    /// Lets the stream go in its own call, after which it ends.
+    void Abandon() {
+        m_Call->Abandon();
+        const WithoutLock unlocked;
+        std::shared_ptr<Source> stream;
+        const Tavix::MutexLock lock(m_Guard);
+        stream.swap(m_Stream);
+    }
+    /// Ends a stream that calls; nobody has asked what ended it before.
+    void TellFailure() noexcept {
+        const pybind11::error_scope kept;
+        const std::shared_ptr<ImageCall> call = m_Call;
+        try {
+            const WithoutLock unlocked;
+            const auto stream = Held();
+            if (!stream) return;
+            stream->Cancel();
+            JoinCalls(*stream, std::chrono::milliseconds(-1));
+        } catch (const ImageCall::Raised&) {
+            call->Tell();
+        } catch (const Tavix::StateError&) {
+            return; // another callback that the stream makes closes it, and cannot wait
+        } catch (...) {
+            SetError();
+            PyErr_WriteUnraisable(nullptr);
+        }
+    }
+    void LetGo() {
+        const WithoutLock unlocked;
+        std::shared_ptr<Source> stream;
+        {
+            const Tavix::MutexLock lock(m_Guard);
+            stream.swap(m_Stream);
+            if (stream) {
+                m_LastCounts.emplace(stream->Counts());
+                m_FirstDefect = FirstDefectOf(*stream);
+            }
+        }
+        if (!stream) return;
+        stream->Cancel();
+        if (HasTurn()) return;               // Next() lets it go
+        const Tavix::MutexLock turn(m_Turn); // nobody waits in it any more
+        stream.reset();
+    }
     /// Whether the library has called the caller out of Next().
     bool HasTurn() const { return m_Taker.load() == std::this_thread::get_id(); }
     std::shared_ptr<Source> Held() const {
         const Tavix::MutexLock lock(m_Guard);
         return m_Stream;
     }
-    std::shared_ptr<Source> Checked() const {
-        auto stream = Held();
-        if (!stream) throw Tavix::StateError("the stream is closed; grab() starts another one");
-        return stream;
-    }
 
     const std::chrono::milliseconds m_Silence;
     const std::chrono::milliseconds m_AtEnd;
-    mutable Tavix::Mutex m_Guard;                               // never held for long
+    std::shared_ptr<ImageCall> m_Call; // of the interpreter's lock; null where images are taken, and once closed
+    mutable Tavix::Mutex m_Guard;      // never held for long
     std::shared_ptr<Source> m_Stream TAVIX_GUARDED_BY(m_Guard); // null once closed
     std::optional<CountsOf<Source>> m_LastCounts TAVIX_GUARDED_BY(m_Guard);
+    std::string m_FirstDefect TAVIX_GUARDED_BY(m_Guard);
     Tavix::Mutex m_Turn;                    // of who takes the next image
     std::atomic<std::thread::id> m_Taker{}; // who has it; a thread compares it with itself
 };

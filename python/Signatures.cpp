@@ -70,7 +70,7 @@ void WriteSignatures(const py::module_& module) {
         const bool isGroup = className.cast<std::string>() == "Group";
         for (const auto& [name, method] : py::dict(type.attr("__dict__"))) {
             const bool isGrab = name.cast<std::string>() == "grab";
-            WriteSignature(method, !isGrab ? std::string() : isGroup ? GroupOptionsText() : OptionsText());
+            WriteSignature(method, !isGrab ? std::string() : isGroup ? GroupOptionsText() : GrabOptionsText());
         }
     }
 }

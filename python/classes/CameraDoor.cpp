@@ -192,7 +192,9 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
             "(bytes), newest_only, incomplete, timeout (seconds, 5; None for ever), reconnect (seconds; None for "
             "ever), memory_limit and transfer_size (bytes), thread_priority (1 to 99). "
-            "Its steps raise Timeout or Removed. StateError when the camera streams already.")
+            "Its steps raise Timeout or Removed. With `callback` the stream calls `callback(image)` for each image, "
+            "one after the other, on the thread that took it off the bus, or with newest_only on one of the stream; "
+            "what that raises ends the stream, see Stream.join(). StateError when the camera streams already.")
         .def(
             "_feed",
             [](Door& door, const py::object& count, const py::kwargs& options) {

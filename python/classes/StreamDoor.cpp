@@ -41,6 +41,14 @@ Started<Tavix::ImageStream> StartWith(const SharedCamera& camera, const Tavix::G
     return {Errand([camera, options] { return camera->Grab(options); }), silence};
 }
 
+Started<Tavix::ImageStream> StartCalls(const SharedCamera& camera, const Tavix::GrabOptions& options,
+                                       py::object callback) {
+    const auto call = std::make_shared<ImageCall>(py::reinterpret_borrow<py::function>(callback));
+    const auto receive = [call](Tavix::Image image) { (*call)(std::move(image)); };
+    return {Errand([camera, options, receive] { return camera->Grab(options, receive); }), milliseconds(-1),
+            AtEnd(options), options.newestOnly, call};
+}
+
 } // namespace
 
 Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
@@ -50,6 +58,7 @@ Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
 
 Started<Tavix::ImageStream> Start(const SharedCamera& camera, const Asked& asked) {
     const Tavix::GrabOptions made = OptionsOf(asked);
+    if (py::object callback = CallbackOption(asked)) return StartCalls(camera, made, std::move(callback));
     Started<Tavix::ImageStream> started = StartWith(camera, made, SilenceOf(asked, made));
     started.atEnd = AtEnd(made);
     started.newestOnly = made.newestOnly;
@@ -86,8 +95,22 @@ void BindStream(py::module_& module) {
         .def_readonly("memory", &GrabCounts::memory, "Bytes of these.")
         .def_readonly("mapped", &GrabCounts::mapped, "Of these bytes, those that the controller writes to itself.")
         .def("__repr__", &CountsText);
-    BindRunning<Tavix::ImageStream>(module, "Stream",
-                                    "A running stream: an iterator over images, and a context manager.");
+    using Stream = Running<Tavix::ImageStream>;
+    auto type = BindRunning<Tavix::ImageStream>(module, "Stream",
+                                                "A running stream: an iterator over images, and a context manager.");
+    type.def(
+            "join",
+            [](Stream& stream, const py::object& timeout) {
+                return stream.Join(ToMilliseconds(timeout, milliseconds(-1)));
+            },
+            py::arg("timeout") = py::none(),
+            "Of a stream with a callback: waits until it has ended, False when that takes more than so many seconds. "
+            "Raises, once, what ended it unless that was the count, cancel() or close(): what the callback raised, "
+            "Timeout, Removed. StateError in the callback, and for other streams.")
+        .def_property_readonly("first_defect", &Stream::FirstDefect,
+                               "What was wrong with the first image that came damaged, in words; '' when none did.")
+        .def_property_readonly("why_silent", &Stream::Why,
+                               "What to do when no image comes, in words; '' once the stream is closed.");
     BindFeed<Tavix::ImageStream>(module, "_Feed");
 }
 

@@ -35,7 +35,8 @@ pybind11::object Advance(Running<Source>& stream) {
 }
 
 template<class Source>
-void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
+pybind11::class_<Running<Source>, Owned<Running<Source>>> BindRunning(pybind11::module_& module, const char* name,
+                                                                      const char* doc) {
     namespace py = pybind11;
     using Stream = Running<Source>;
     py::class_<Stream, Owned<Stream>> type(module, name, doc);
@@ -70,6 +71,7 @@ void BindRunning(pybind11::module_& module, const char* name, const char* doc) {
         return full + stream.Standing() + ">";
     });
     DefineStep<Stream, &Advance<Source>>(type);
+    return type;
 }
 
 /// For the package's own AsyncStream.

@@ -106,7 +106,9 @@ def _give_stream(started, made):
         return made(self._feed(count, **options))
 
     stream.__doc__ = f"Start as grab() does, for `async for`: an {made.__name__}. Takes the options of grab()."
-    stream.__signature__ = inspect.signature(started.grab)
+    signature = inspect.signature(started.grab)
+    stream.__signature__ = signature.replace(
+        parameters=[one for one in signature.parameters.values() if one.name != "callback"])
     started.stream = stream
 
 

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <limits>
 #include <string>
+#include <string_view>
 
 namespace py = pybind11;
 
@@ -18,6 +19,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kForEver{-1};
 constexpr auto kOfCameras = {"buffers", "memory_limit", "keep_budget",   "newest_only",    "incomplete",
                              "timeout", "reconnect",    "transfer_size", "thread_priority"};
+constexpr auto kOfGrab = {"callback"};
 constexpr auto kOfGroups = {"by", "tolerance", "set_timeout"};
 
 using Names = std::initializer_list<const char*>;
@@ -131,9 +133,21 @@ std::string GroupOptionsText() {
            ", set_timeout=" + Seconds(made.setTimeout);
 }
 
+std::string GrabOptionsText() {
+    return OptionsText() + ", callback=None";
+}
+
 Tavix::GrabOptions OptionsOf(const Asked& asked) {
-    RefuseOthers(asked, {});
+    const bool isGrab = asked.function == std::string_view("grab");
+    RefuseOthers(asked, isGrab ? Names(kOfGrab) : Names());
     return Known(asked);
+}
+
+py::object CallbackOption(const Asked& asked) {
+    if (!asked.options.contains("callback") || asked.options["callback"].is_none()) return {};
+    py::object callback = asked.options["callback"];
+    if (!PyCallable_Check(callback.ptr())) RefuseValue(asked, "a function to call", "callback", callback);
+    return callback;
 }
 
 Tavix::GroupOptions GroupOptionsOf(const Asked& asked) {

@@ -21,8 +21,11 @@ struct Asked {
 Tavix::GrabOptions OptionsOf(const Asked& asked);
 /// Those of a group besides.
 Tavix::GroupOptions GroupOptionsOf(const Asked& asked);
+/// The function that is to be called for each image; null for none.
+pybind11::object CallbackOption(const Asked& asked);
 /// Their names and defaults, as a signature has them.
 std::string OptionsText();
+std::string GrabOptionsText();
 std::string GroupOptionsText();
 /// How long a stream with these options may be silent; 0: not at all, who asks wants what is there; negative: for ever.
 std::chrono::milliseconds SilenceOf(const Asked& asked, const Tavix::GrabOptions& options);

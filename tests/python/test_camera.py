@@ -262,7 +262,7 @@ def test_signatures_are_told(camera):
     grab = inspect.signature(tavix.Camera.grab).parameters
     assert list(grab)[:3] == ["self", "count", "buffers"] and grab["timeout"].default == 5.0
     assert list(inspect.signature(camera.grab).parameters) == list(grab)[1:]
-    assert inspect.signature(tavix.Camera.stream) == inspect.signature(tavix.Camera.grab)
+    assert list(inspect.signature(tavix.Camera.stream).parameters) == [name for name in grab if name != "callback"]
     for made in (tavix.Group.grab, tavix.Group.stream):
         assert inspect.signature(made).parameters["by"].default == "host_time"
     assert str(inspect.signature(tavix.Camera.grab_one)) == "(self, timeout=5.0)"

@@ -13,8 +13,10 @@ def loop() -> list[numpy.ndarray]:
         subscription: tavix.Subscription = camera.on_event("ExposureEnd", lambda event: print(event["FrameID"]))
         subscription.end()
         kept: tavix.Counts = camera.stream(5, buffers=3, timeout=None).counts
+        called: bool = camera.grab(5, callback=lambda image: print(image.number)).join(1.5)
+        camera.stream(callback=print)  # type: ignore[call-arg]
         camera.stream(bufers=3)  # type: ignore[call-arg]
-        print(kept.delivered, tavix.__version__)
+        print(called, kept.delivered, tavix.__version__)
         return [image.convert("RGB8").array for image in camera.grab(10, reconnect=None)]
 
 
