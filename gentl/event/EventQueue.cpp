@@ -27,7 +27,7 @@ public:
 
 private:
     static constexpr std::uint64_t kLongest = 1000ULL * 60 * 60 * 24 * 365;
-    static constexpr std::int64_t kLongestWait = 1000 * 60 * 60;
+    static constexpr std::int64_t kLongestWait = std::int64_t{1000} * 60 * 60;
 
     const std::uint64_t m_TimeoutMs;
     Clock::time_point m_End = Clock::time_point::max(); // no wait has begun

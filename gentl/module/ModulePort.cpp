@@ -109,7 +109,7 @@ void ModulePort::Number(const char* name, GetNumber get, SetNumber set) {
 }
 
 void ModulePort::Limited(const char* name, Limits limits, GetNumber get, SetNumber set,
-                         std::vector<std::string> selected) {
+                         const std::vector<std::string>& selected) {
     const std::string base = name;
     m_Nodes += NumberRegister(m_Module, base + "_Max", AddNumber(std::move(limits.max), {}), "RO");
     const char* const access = AccessOf(set);
@@ -125,8 +125,8 @@ void ModulePort::Limited(const char* name, Limits limits, GetNumber get, SetNumb
     AddFeature(name);
 }
 
-void ModulePort::Choice(const char* name, std::vector<std::pair<const char*, std::uint64_t>> entries, GetNumber get,
-                        SetNumber set) {
+void ModulePort::Choice(const char* name, const std::vector<std::pair<const char*, std::uint64_t>>& entries,
+                        GetNumber get, SetNumber set) {
     const std::string base = name;
     const char* const access = AccessOf(set);
     const std::string lock = LockOf(set);

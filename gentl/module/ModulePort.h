@@ -31,8 +31,9 @@ public:
         bool isSigned = false; ///< then numbers are in two's complement
     };
     /// A number with limits; `selected` names the features that it selects, one after the other.
-    void Limited(const char* name, Limits limits, GetNumber get, SetNumber set, std::vector<std::string> selected = {});
-    void Choice(const char* name, std::vector<std::pair<const char*, std::uint64_t>> entries, GetNumber get,
+    void Limited(const char* name, Limits limits, GetNumber get, SetNumber set,
+                 const std::vector<std::string>& selected = {});
+    void Choice(const char* name, const std::vector<std::pair<const char*, std::uint64_t>>& entries, GetNumber get,
                 SetNumber set = {});
     void Command(const char* name, std::function<void()> execute);
     void Flag(const char* name, GetNumber get, SetNumber set = {});

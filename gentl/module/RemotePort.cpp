@@ -109,13 +109,15 @@ std::vector<u3v::ManifestEntry> RemotePort::ReadManifest() {
     size_t size = word.size();
     Read(u3v::abrm::kManifestTableAddress, word.data(), size);
     const std::uint64_t address = u3v::Load64(word.data());
-    Read(address, word.data(), size = word.size());
+    size = word.size();
+    Read(address, word.data(), size);
     const std::uint64_t count = u3v::Load64(word.data());
     if (count > kMostEntries) return {}; // it is broken
     std::vector<u3v::ManifestEntry> entries;
     for (std::uint64_t i = 0; i < count; ++i) {
         std::array<std::uint8_t, u3v::manifest::kEntrySize> bytes{};
-        Read(address + u3v::manifest::kCountSize + i * u3v::manifest::kEntrySize, bytes.data(), size = bytes.size());
+        size = bytes.size();
+        Read(address + u3v::manifest::kCountSize + i * u3v::manifest::kEntrySize, bytes.data(), size);
         const auto entry = u3v::DecodeManifestEntry({bytes.data(), bytes.size()});
         if (entry && entry->IsCameraDescription() && entry->size != 0) entries.push_back(*entry);
     }
