@@ -28,7 +28,7 @@ std::shared_ptr<Object> Keep(Object object) {
 template<class... Args>
 std::function<void(Args...)> CallbackOf(pybind11::function callback) {
     return [kept = Keep(std::move(callback))](Args... args) {
-        const InLibrary counted;
+        const InCallback counted;
         if (MayNotCallPython()) return;
         const pybind11::gil_scoped_acquire locked;
         try {

@@ -33,6 +33,21 @@ void Change(int by) {
 
 } // namespace
 
+bool AwaitCallbacks() {
+    if (IsLeftToParent()) return false;
+    try {
+        const bool areDone = WaitInSteps(kPatienceAtEnd, [](std::chrono::milliseconds) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return InCallback::Living() == 0;
+        });
+        if (!areDone) LeaveToParent();
+        return areDone;
+    } catch (const pybind11::error_already_set&) { // a signal
+        LeaveToParent();
+        throw;
+    }
+}
+
 bool HandlesSignals() {
     return gettid() == getpid();
 }

@@ -18,6 +18,9 @@ std::thread SendOut(std::function<void()> work);
 /// Returns when nothing that was left goes on any more, and when daemons have come back from the library or stay in it
 /// for long; a signal ends the wait by its exception.
 void AwaitErrands();
+/// Once waits have ended: returns when no callback is at work any more, and then none will be. False when one stays at
+/// it for long; then nothing of the library is touched any more, where it would be waited for.
+bool AwaitCallbacks();
 
 /// What `work` returns or throws, which runs without the interpreter's lock. A signal ends the wait for it: the work,
 /// which cannot be broken off where a camera is asked, goes on to its end, and what it makes is given back there. So

@@ -1,5 +1,6 @@
 #include "python/Fork.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -7,7 +8,7 @@
 namespace tavixpython {
 namespace {
 
-bool g_IsLeft = false; // set in a process of one thread
+std::atomic<bool> g_IsLeft{false}; // set with the interpreter's lock held
 
 // Instead of the ends of libraries that are registered before.
 void Leave(int status, void*) {

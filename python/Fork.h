@@ -5,7 +5,8 @@
 
 namespace tavixpython {
 
-/// From now on nothing of the library is touched any more in this process.
+/// From now on nothing of the library is touched any more in this process: also at the end of one whose own threads
+/// stay inside. With the interpreter's lock held.
 void LeaveToParent();
 bool IsLeftToParent();
 

@@ -26,7 +26,7 @@ struct Calling {
 ImageCall::ImageCall(py::function function) : m_Function(Keep(std::move(function))) {}
 
 void ImageCall::operator()(Tavix::Image image) {
-    const InLibrary counted;
+    const InCallback counted;
     if (MayNotCallPython()) return;
     const py::gil_scoped_acquire locked;
     const Calling calling(m_Caller);

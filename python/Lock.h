@@ -25,6 +25,21 @@ private:
     static inline std::atomic<unsigned int> s_Living{0};
 };
 
+/// Where a thread of the library calls Python: counted from before it looks whether it may.
+class InCallback {
+public:
+    InCallback() { ++s_Living; }
+    ~InCallback() { --s_Living; }
+    InCallback(const InCallback&) = delete;
+    InCallback& operator=(const InCallback&) = delete;
+    /// In all threads.
+    static unsigned int Living() { return s_Living; }
+
+private:
+    const InLibrary m_Counted;
+    static inline std::atomic<unsigned int> s_Living{0};
+};
+
 /// Runs without the interpreter's lock for as long as it lives. A thread that comes back to an interpreter which is
 /// going down sleeps until the process ends, instead of being torn out of C++ frames. StateError in a forked process,
 /// as all that is called so needs what the parent has.

@@ -56,6 +56,7 @@ void Fill(py::module_& module) {
     });
     module.def("_leave_at_closing", &tavixpython::LeaveAtClosing);
     module.def("_warn_of_forgotten", &tavixpython::WarnOfForgotten);
+    module.def("_await_callbacks", &tavixpython::AwaitCallbacks);
     module.def("_await_errands", &tavixpython::AwaitErrands);
     module.def("_leave_to_parent", &tavixpython::LeaveToParent);
     module.attr("__name__") = name;

@@ -48,6 +48,8 @@ def _end(opened):
 def _close_all():
     # While the interpreter still stands: threads that wait for images come back, callbacks end.
     _end_waits(all=True)
+    if not _tavix._await_callbacks():
+        return  # one that does not come back would be waited for
     for kind in (_tavix.Watch, _tavix.Camera):
         for opened in _snapshot():
             if isinstance(opened, kind):

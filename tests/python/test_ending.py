@@ -151,6 +151,20 @@ def test_a_callback_that_waits_ends_without_a_word(work):
     assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
 
 
+@pytest.mark.parametrize("begin", [
+    "kept = tavix.watch(block)", "kept = camera.grab(callback=block)",
+    "camera.on_event('ExposureEnd', block); kept = camera.grab()"])
+def test_a_callback_that_never_comes_back_does_not_put_off_the_end(begin):
+    done = go("def block(*_):\n    begun.set()\n    threading.Event().wait()\n" + begin + "\nbegun.wait()\nprint('end')\n")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "end\n", "")
+
+
+def test_a_callback_comes_to_its_end_when_the_program_ends():
+    done = go("import time\ndef slowly(image):\n    begun.set()\n    time.sleep(0.5)\n    print(image.number)\n"
+              "kept = camera.grab(callback=slowly)\nbegun.wait()\n")
+    assert (done.returncode, done.stdout) == (0, "0\n"), done.stderr
+
+
 def test_what_the_program_does_at_its_end_finds_cameras_at_work():
     done = go("import atexit\natexit.register(lambda: print(len(list(camera.grab(3)))))\n"
               "threading.Thread(target=wait, args=[forever]).start()\nbegun.wait()\n")
