@@ -191,7 +191,10 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             py::arg("count") = 0, py::keep_alive<0, 1>(),
             "Starts the camera: an iterator over `count` images, or without end for 0. Options: buffers, keep_budget "
             "(bytes), newest_only, incomplete, timeout (seconds, 5; None for ever), reconnect (seconds; None for "
-            "ever), memory_limit and transfer_size (bytes), thread_priority (1 to 99). "
+            "ever), memory_limit and transfer_size (bytes), thread_priority (1 to 99), allocator. "
+            "`allocator(bytes)` gives memory for one image: an object with a writable buffer of at least so many "
+            "bytes, "
+            "such as a NumPy array, which image.memory then is; without one the library takes its own. "
             "Its steps raise Timeout or Removed. With `callback` the stream calls `callback(image)` for each image, "
             "one after the other, on the thread that took it off the bus, or with newest_only on one of the stream; "
             "what that raises ends the stream, see Stream.join(). StateError when the camera streams already.")

@@ -4,6 +4,7 @@
 #include "python/Errors.h"
 #include "python/Fork.h"
 #include "python/Lock.h"
+#include "python/values/OwnMemory.h"
 #include "python/values/Pixels.h"
 #include "python/values/Values.h"
 
@@ -248,6 +249,9 @@ void BindImage(py::module_& module) {
             "When all of it had come: nanoseconds of CLOCK_MONOTONIC, as time.monotonic_ns().")
         .def_property_readonly("payload", &PayloadOf,
                                "All bytes that came, chunk data included: a NumPy view, which keeps the memory.")
+        .def_property_readonly("memory", &OwnMemoryOf,
+                               "The object that the stream's `allocator` gave for it; None for memory of the "
+                               "library. It is written to again once the image and its arrays have gone.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
         .def_property_readonly("defect", &Image::Defect, "What is missing, in words; '' for a whole image.")

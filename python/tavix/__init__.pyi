@@ -92,6 +92,8 @@ class Image:
     @property
     def payload(self) -> numpy.ndarray[Any, Any]: ...
     @property
+    def memory(self) -> Any: ...
+    @property
     def missing_bytes(self) -> int: ...
     @property
     def width(self) -> int: ...
@@ -255,6 +257,7 @@ class Camera:
         reconnect: Optional[float] = 0.0,
         transfer_size: int = 0,
         thread_priority: int = 0,
+        allocator: Optional[Callable[[int], Any]] = None,
         callback: Optional[Callable[[Image], object]] = None,
     ) -> Stream: ...
     def stream(
@@ -270,6 +273,7 @@ class Camera:
         reconnect: Optional[float] = 0.0,
         transfer_size: int = 0,
         thread_priority: int = 0,
+        allocator: Optional[Callable[[int], Any]] = None,
     ) -> AsyncStream: ...
     def _repr_html_(camera) -> str: ...
     def to_host_time(self, camera_time: int) -> HostTime: ...
@@ -327,6 +331,7 @@ class Group:
         reconnect: Optional[float] = 0.0,
         transfer_size: int = 0,
         thread_priority: int = 0,
+        allocator: Optional[Callable[[int], Any]] = None,
         by: str = "host_time",
         tolerance: float = 0.005,
         set_timeout: Optional[float] = 0.5,
@@ -344,6 +349,7 @@ class Group:
         reconnect: Optional[float] = 0.0,
         transfer_size: int = 0,
         thread_priority: int = 0,
+        allocator: Optional[Callable[[int], Any]] = None,
         by: str = "host_time",
         tolerance: float = 0.005,
         set_timeout: Optional[float] = 0.5,

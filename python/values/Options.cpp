@@ -1,6 +1,7 @@
 #include "python/values/Options.h"
 
 #include "python/Lock.h"
+#include "python/values/OwnMemory.h"
 #include "python/values/Pixels.h"
 
 #include <algorithm>
@@ -17,8 +18,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kForEver{-1};
-constexpr auto kOfCameras = {"buffers", "memory_limit", "keep_budget",   "newest_only",    "incomplete",
-                             "timeout", "reconnect",    "transfer_size", "thread_priority"};
+constexpr auto kOfCameras = {"buffers", "memory_limit", "keep_budget",   "newest_only",     "incomplete",
+                             "timeout", "reconnect",    "transfer_size", "thread_priority", "allocator"};
 constexpr auto kOfGrab = {"callback"};
 constexpr auto kOfGroups = {"by", "tolerance", "set_timeout"};
 
@@ -69,6 +70,14 @@ milliseconds TimeOf(const Asked& asked, const char* name, milliseconds none) {
     return ToMilliseconds(asked.options[name], none);
 }
 
+/// Null for None.
+py::object FunctionOf(const Asked& asked, const char* name) {
+    if (!asked.options.contains(name) || asked.options[name].is_none()) return {};
+    py::object function = asked.options[name];
+    if (!PyCallable_Check(function.ptr())) RefuseValue(asked, "a function to call", name, function);
+    return function;
+}
+
 /// One that is larger than any is as good as without end.
 std::uint64_t CountOf(const Asked& asked) {
     const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(asked.count.ptr()));
@@ -96,6 +105,8 @@ Tavix::GrabOptions Known(const Asked& asked) {
     Take(asked, "incomplete", made.incomplete);
     Take(asked, "transfer_size", made.transferSize);
     Take(asked, "thread_priority", made.threadPriority);
+    if (const py::object allocator = FunctionOf(asked, "allocator"))
+        made.allocator = AllocatorOf(py::reinterpret_borrow<py::function>(allocator));
     if (asked.options.contains("timeout")) made.timeout = TimeOf(asked, "timeout", milliseconds(0));
     if (asked.options.contains("reconnect")) made.reconnect = TimeOf(asked, "reconnect", kForEver);
     return made;
@@ -124,7 +135,7 @@ std::string OptionsText() {
            ", keep_budget=" + std::to_string(made.keepBudget) + ", newest_only=" + Truth(made.newestOnly) +
            ", incomplete=" + Truth(made.incomplete) + ", timeout=" + Seconds(made.timeout) +
            ", reconnect=" + Seconds(made.reconnect) + ", transfer_size=" + std::to_string(made.transferSize) +
-           ", thread_priority=" + std::to_string(made.threadPriority);
+           ", thread_priority=" + std::to_string(made.threadPriority) + ", allocator=None";
 }
 
 std::string GroupOptionsText() {
@@ -144,10 +155,7 @@ Tavix::GrabOptions OptionsOf(const Asked& asked) {
 }
 
 py::object CallbackOption(const Asked& asked) {
-    if (!asked.options.contains("callback") || asked.options["callback"].is_none()) return {};
-    py::object callback = asked.options["callback"];
-    if (!PyCallable_Check(callback.ptr())) RefuseValue(asked, "a function to call", "callback", callback);
-    return callback;
+    return FunctionOf(asked, "callback");
 }
 
 Tavix::GroupOptions GroupOptionsOf(const Asked& asked) {
