@@ -50,6 +50,7 @@ GC_ERROR ErrorOf(vexlo::VxStatus status) {
         return GC_ERR_OUT_OF_MEMORY;
     case vexlo::VX_E_USB_NO_MEMORY:
     case vexlo::VX_E_TOO_MANY_FILES:
+    case vexlo::VX_E_NO_THREAD:
     case vexlo::VX_E_TOO_MANY_BUFFERS:
         return GC_ERR_RESOURCE_EXHAUSTED;
     case vexlo::VX_E_TIMEOUT:

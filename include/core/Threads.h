@@ -3,6 +3,7 @@
 
 #include "core/Export.h"
 
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -10,6 +11,27 @@
 #include <signal.h>
 
 namespace Tavix {
+
+/// No thread could be started. Says what to do.
+class NoThread final : public std::system_error {
+public:
+    static constexpr const char* kText =
+        "No thread can be started: this user or container has as many as it may have, or memory is short. End other "
+        "programs, or raise the limit (ulimit -u).";
+
+    explicit NoThread(const std::error_code& code) : std::system_error(code) {}
+    const char* what() const noexcept override { return kText; }
+};
+
+/// A thread as std::thread makes it. Throws NoThread or std::bad_alloc.
+template<class Run>
+std::thread NewThread(Run run) {
+    try {
+        return std::thread(std::move(run));
+    } catch (const std::system_error& error) {
+        throw NoThread(error.code());
+    }
+}
 
 /// Until the end of the scope the calling thread gets no signals but those that its own faults raise. What is started
 /// meanwhile inherits that. Bound to a thread.
@@ -49,11 +71,11 @@ private:
 /// For StartThread: what SignalsAsStarted gives back on the calling thread.
 TAVIX_CORE_API void NoteSignals(const sigset_t& signals) noexcept;
 
-/// A thread that takes no signals from the program. Throws as std::thread does.
+/// A thread that takes no signals from the program. Throws as NewThread does.
 template<class Run>
 std::thread StartThread(Run run) {
     const SignalsBlocked guard;
-    return std::thread([run = std::move(run), signals = guard.Before()]() mutable {
+    return NewThread([run = std::move(run), signals = guard.Before()]() mutable {
         NoteSignals(signals);
         run();
     });

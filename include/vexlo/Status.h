@@ -27,6 +27,8 @@ inline constexpr VxStatus VX_E_TIMEOUT = 0xE200000C;        ///< no answer in ti
 inline constexpr VxStatus VX_E_INVALID_HANDLE = 0xE200000D; ///< buffer handle is not registered
 inline constexpr VxStatus VX_E_BACKEND = 0xE200000E;        ///< the virtual cameras were asked for and cannot be loaded
 
+inline constexpr VxStatus VX_E_NO_THREAD = 0xE200000F; ///< no thread can be started
+
 // Streaming.
 inline constexpr VxStatus VX_E_CANCELLED = 0xE2000102;        ///< buffer was cancelled
 inline constexpr VxStatus VX_E_BUFFER_TOO_SMALL = 0xE2000103; ///< payload does not fit the buffer

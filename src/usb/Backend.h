@@ -178,8 +178,8 @@ const char* ToText(TransferStatus status);
 
 /// Name of the C function that a loadable backend exports:
 /// `usb::Backend* UsbCreateBackend(const char* settings, std::string& reason)`.
-/// It returns null when the settings are not understood and says why in `reason`; it prints nothing. The caller deletes
-/// the backend before it unloads the library.
+/// It returns null when the settings are not understood and says why in `reason`; it prints nothing. For want of a
+/// thread it throws std::system_error. The caller deletes the backend before it unloads the library.
 inline constexpr const char* kCreateBackendSymbol = "UsbCreateBackend";
 using CreateBackendFunction = Backend* (*)(const char* settings, std::string& reason);
 

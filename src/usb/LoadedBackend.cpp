@@ -1,8 +1,11 @@
 // Backends that live in a shared library of their own.
 #include "usb/LoadedBackend.h"
 
+#include "core/Threads.h"
+
 #include <dlfcn.h>
 
+#include <system_error>
 #include <utility>
 
 namespace usb {
@@ -42,6 +45,16 @@ std::string LoaderText() {
     return text != nullptr ? text : "unknown error of the dynamic loader";
 }
 
+std::unique_ptr<Backend> Create(CreateBackendFunction create, const std::string& settings, std::string& reason) {
+    std::error_code lack;
+    try {
+        return std::unique_ptr<Backend>(create(settings.c_str(), reason));
+    } catch (const std::system_error& error) {
+        lack = error.code();
+    }
+    throw Tavix::NoThread(lack); // one of ours: the library's own would need its code until it is caught
+}
+
 } // namespace
 
 std::unique_ptr<Backend> LoadBackend(const std::string& path, const std::string& settings, std::string& reason) {
@@ -56,7 +69,7 @@ std::unique_ptr<Backend> LoadBackend(const std::string& path, const std::string&
         return nullptr;
     }
     std::string why;
-    std::unique_ptr<Backend> backend(create(settings.c_str(), why));
+    std::unique_ptr<Backend> backend = Create(create, settings, why);
     if (!backend) {
         reason = "the bus '" + path + "' does not understand its settings: " + why;
         return nullptr;

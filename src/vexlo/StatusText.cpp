@@ -1,6 +1,7 @@
 // The text of each status code.
 #include "vexlo/StatusText.h"
 
+#include "core/Threads.h"
 #include "u3v/Constants.h"
 #include "vexlo/Vexlo.h"
 
@@ -43,6 +44,7 @@ constexpr StatusRow kStatusRows[] = {
     {VX_E_INVALID_HANDLE, "The buffer handle is not registered."},
     {VX_E_BACKEND, "The virtual cameras cannot be loaded. Check the value of TAVIX_VIRTUAL_CAMERAS and that "
                    "libtavixvirtualcam.so lies beside libvexlo.so."},
+    {VX_E_NO_THREAD, Tavix::NoThread::kText},
     {VX_E_CANCELLED, "The buffer was cancelled."},
     {VX_E_BUFFER_TOO_SMALL,
      "The payload does not fit the buffer. Register buffers of at least the camera's payload size."},

@@ -1,10 +1,12 @@
 // Whose signals the threads of the libraries take, and how they are scheduled.
 
 #include "core/Threads.h"
+#include "support/Shortage.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <string>
 #include <utility>
 
 #include <pthread.h>
@@ -80,6 +82,19 @@ TEST(Threads, TakeTheirPriorityByThePolicyThatIsNamed) {
 TEST(Threads, StayAsTheyAreWhenThereIsNoSuchPriority) {
     EXPECT_EQ(Tavix::SetThreadPriority(pthread_self(), SCHED_FIFO, 1000), EINVAL);
     EXPECT_EQ(OwnScheduling(), std::make_pair(SCHED_OTHER, 0));
+}
+
+TEST(Threads, ThatCannotBeStartedSayWhatToDo) {
+    const shortage::ThreadShortage none;
+    for (const auto start : {+[] { Tavix::NewThread([] {}).join(); }, +[] { Tavix::StartThread([] {}).join(); }}) {
+        try {
+            start();
+            ADD_FAILURE() << "there was one";
+        } catch (const std::system_error& error) {
+            EXPECT_NE(std::string(error.what()).find("raise the limit (ulimit -u)"), std::string::npos) << error.what();
+            EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
+        }
+    }
 }
 
 } // namespace

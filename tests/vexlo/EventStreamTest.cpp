@@ -62,7 +62,7 @@ TEST_F(EventStream, LeavesNothingClaimedOrQueuedWhenThereIsNoThread) {
     const auto before = camera.Claimed();
     {
         const shortage::ThreadShortage none;
-        EXPECT_EQ(events->Open(), VX_E_NO_MEMORY);
+        EXPECT_EQ(events->Open(), VX_E_NO_THREAD);
     }
     EXPECT_FALSE(events->IsOpen());
     EXPECT_EQ(camera.Queued(kEventIn), 0u);

@@ -7,6 +7,8 @@
 #include "doctor/Examination.h"
 #include "viewer/Viewer.h"
 
+#include "core/Threads.h"
+
 #include <cstdlib>
 #include <thread>
 
@@ -42,7 +44,7 @@ void OpenBrowser(const std::string& address) {
     pid_t child = 0;
     const bool runs = posix_spawnp(&child, "xdg-open", &quiet, nullptr, const_cast<char**>(arguments), environ) == 0;
     posix_spawn_file_actions_destroy(&quiet);
-    if (runs) std::thread([child] { waitpid(child, nullptr, 0); }).detach();
+    if (runs) Tavix::NewThread([child] { waitpid(child, nullptr, 0); }).detach();
 }
 
 /// Waits for the interrupt. Enter prints another address meanwhile.
@@ -77,7 +79,7 @@ int View(const ViewOptions& options) {
                    "ssh -L is safer\n",
                    stderr);
     if (!options.noBrowser) OpenBrowser(address);
-    std::thread waiting([&] { WaitForEnd(server); });
+    std::thread waiting = Tavix::NewThread([&] { WaitForEnd(server); });
     server.Run();
     waiting.join();
     return kDone;

@@ -4,7 +4,6 @@
 #include <exception>
 #include <new>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <pthread.h>
@@ -77,12 +76,8 @@ Backend::Backend(const BackendSettings& settings) {
     m_Memory->limit = settings.transferMemoryLimit;
     for (const CameraSettings& camera : settings.cameras)
         m_Slots.push_back(std::make_unique<Slot>(*this, static_cast<std::uint8_t>(m_Slots.size() + 1), camera));
-    try {
-        const Tavix::SignalsBlocked guard;
-        m_Thread = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-        throw std::runtime_error("no thread is left for the virtual bus");
-    }
+    const Tavix::SignalsBlocked guard;
+    m_Thread = Tavix::NewThread([this] { Run(); });
 }
 
 Backend::~Backend() {
@@ -226,6 +221,8 @@ std::unique_ptr<Backend> CreateBackend(const std::string& settings, std::string&
     if (!ReadSettings(settings, parsed, error)) return nullptr;
     try {
         return CreateBackend(parsed);
+    } catch (const Tavix::NoThread&) {
+        throw;
     } catch (const std::exception& problem) {
         error = problem.what();
         return nullptr;

@@ -20,7 +20,7 @@ namespace virtualcam {
 /// Thread-safe.
 class Backend final : public usb::Backend {
 public:
-    /// Throws std::runtime_error when a camera's description file cannot be read, or no thread is left.
+    /// Throws std::runtime_error when a camera's description file cannot be read, Tavix::NoThread for want of one.
     explicit Backend(const BackendSettings& settings);
     ~Backend() override;
 
@@ -94,6 +94,7 @@ private:
 };
 
 /// Makes a bus from settings in text (a number of cameras, or a file); null with a reason in `error`.
+/// Throws Tavix::NoThread.
 std::unique_ptr<Backend> CreateBackend(const std::string& settings, std::string& error);
 /// Makes a bus from records.
 std::unique_ptr<Backend> CreateBackend(const BackendSettings& settings);

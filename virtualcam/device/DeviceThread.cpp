@@ -2,8 +2,6 @@
 #include "core/Threads.h"
 
 #include <new>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <pthread.h>
@@ -26,12 +24,8 @@ void DeviceThread::Stop() {
 
 void DeviceThread::SetListener(DeviceListener* listener) {
     const Tavix::MutexLock lock(m_ListenerLock);
-    try {
-        const Tavix::SignalsBlocked guard;
-        if (listener && !m_Thread.joinable()) m_Thread = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-        throw std::runtime_error("no thread is left for a camera");
-    }
+    const Tavix::SignalsBlocked guard;
+    if (listener && !m_Thread.joinable()) m_Thread = Tavix::NewThread([this] { Run(); });
     m_Listener = listener;
 }
 

@@ -27,7 +27,7 @@ public:
     void Stop();
 
     /// Sets or, with null, takes away the listener; returns when no call to the former one is running. Throws
-    /// std::runtime_error when the thread cannot be started; the listener is then not set.
+    /// Tavix::NoThread; the listener is then not set.
     void SetListener(DeviceListener* listener);
     /// The listener is to learn that an endpoint is worth asking.
     void Ready(std::uint8_t endpoint);

@@ -1,10 +1,11 @@
 #include "virtualcam/remote/Listener.h"
 
+#include "core/Threads.h"
+
 #include <cerrno>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <netdb.h>
@@ -108,11 +109,7 @@ Listener::Listener(Descriptor socket, Connections::Serve serve, Notify notify)
     : m_Socket(std::move(socket)), m_End(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       m_Connections(m_End.Get(), std::move(serve), std::move(notify)) {
     if (m_End.Get() < 0) throw std::runtime_error("no file descriptor is left for a server");
-    try {
-        m_Thread = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-        throw std::runtime_error("no thread is left for a server");
-    }
+    m_Thread = Tavix::NewThread([this] { Run(); });
 }
 
 Listener::~Listener() {

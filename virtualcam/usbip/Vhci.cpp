@@ -1,5 +1,7 @@
 #include "virtualcam/usbip/Vhci.h"
 
+#include "core/Threads.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -7,7 +9,6 @@
 #include <new>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -55,10 +56,7 @@ Vhci::Vhci(RemoteCameras& cameras, Notify notify, std::string folder)
     CheckAccess();
     try {
         for (const auto& camera : m_Cameras)
-            m_Threads.emplace_back([this, served = camera.get()] { Serve(*served); });
-    } catch (const std::system_error&) {
-        End();
-        throw std::runtime_error("no thread is left for a camera");
+            m_Threads.push_back(Tavix::NewThread([this, served = camera.get()] { Serve(*served); }));
     } catch (...) {
         End();
         throw;

@@ -171,6 +171,7 @@ std::unique_ptr<Backend> CreateLibusbBackend(std::string& reason) {
     const Tavix::SignalsBlocked guard; // for the thread that it starts
     const int code = libusb_init(&context);
     if (code == LIBUSB_SUCCESS) return std::make_unique<LibusbBackend>(LibusbContext(context));
+    Tavix::NewThread([] {}).join(); // for libusb does not tell when it was that
     reason = std::string("libusb cannot be initialised: ") + libusb_error_name(code) + ", " + ToText(FromLibusb(code));
     return nullptr;
 }

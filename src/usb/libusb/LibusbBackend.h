@@ -8,7 +8,8 @@
 
 namespace usb {
 
-/// Null with a text in `reason` when libusb cannot be initialised. DeviceEntry::id is bus and port path ("2-1.4").
+/// Null with a text in `reason` when libusb cannot be initialised; throws Tavix::NoThread. DeviceEntry::id is bus and
+/// port path ("2-1.4").
 [[nodiscard]] std::unique_ptr<Backend> CreateLibusbBackend(std::string& reason);
 
 } // namespace usb

@@ -3,6 +3,7 @@
 
 #include "core/Threads.h"
 #include "vexlo/Logging.h"
+#include "vexlo/NoThrow.h"
 
 #include <sched.h>
 
@@ -35,9 +36,10 @@ VxStatus TransferPump::Attach(PumpClient& client, int priority) {
         StartThread();
         m_Clients.push_back({&client, priority});
         ApplyPriority();
-    } catch (const std::exception& error) { // std::system_error or std::bad_alloc
-        Log(Tavix::kLogError, "No thread for the transfers: %s", error.what());
-        return VX_E_NO_MEMORY;
+    } catch (...) {
+        const VxStatus status = CaughtStatus();
+        Log(Tavix::kLogError, "No thread for the transfers: 0x%08X", status);
+        return status;
     }
     m_Handle.WakeEvents();
     return VX_OK;

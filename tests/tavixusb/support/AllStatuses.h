@@ -20,6 +20,7 @@ inline constexpr vexlo::VxStatus kAllFailures[] = {
     vexlo::VX_E_TIMEOUT,
     vexlo::VX_E_INVALID_HANDLE,
     vexlo::VX_E_BACKEND,
+    vexlo::VX_E_NO_THREAD,
     vexlo::VX_E_CANCELLED,
     vexlo::VX_E_BUFFER_TOO_SMALL,
     vexlo::VX_E_INCOMPLETE,

@@ -1,5 +1,6 @@
 // What the program says when it cannot go on: one line, what to do next, and the right exit status.
 
+#include "tests/tools/NoThreads.h"
 #include "tests/tools/TestFolder.h"
 #include "tests/tools/ToolRun.h"
 #include "tests/tools/Variable.h"
@@ -254,6 +255,13 @@ TEST(TransportLayer, ThatIsBrokenIsToldAndTheNextOneUsed) {
     EXPECT_EQ(outcome.err.rfind("tavix: a transport layer cannot be loaded: ", 0), 0u) << outcome.err;
     EXPECT_NE(outcome.err.find(broken), std::string::npos) << outcome.err;
     EXPECT_NE(RunTool({"doctor"}).out.find(broken), std::string::npos);
+}
+
+TEST(Threads, ThatCannotBeStartedAreWhatIsLacking) {
+    const NoThreads limit;
+    if (!limit.IsInForce()) GTEST_SKIP();
+    for (const Arguments& arguments : {Arguments{"list"}, Arguments{"--virtual", "1", "grab", "-n", "1"}})
+        ExpectOneLine(RunTool(arguments), 1, "Failed to initialize vexlo: No thread can be started: ");
 }
 
 /// Properties for a log of everything in a file.

@@ -1,5 +1,7 @@
 // The virtual bus and its cameras, when memory or threads run out at any moment.
 
+#include "core/Threads.h"
+
 #include <atomic>
 #include <chrono>
 #include <deque>
@@ -213,8 +215,7 @@ TEST(BusWithoutThreads, IsNotMadeAndSaysWhy) {
         {
             const LaterThreadShortage shortage(left);
             std::string error;
-            EXPECT_EQ(CreateBackend("1", error), nullptr);
-            EXPECT_EQ(error, left == 0 ? "no thread is left for a camera" : "no thread is left for the virtual bus");
+            EXPECT_THROW(CreateBackend("1", error), Tavix::NoThread) << left;
         }
         EXPECT_EQ(LiveAllocations(), before);
     }

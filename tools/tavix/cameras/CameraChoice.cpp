@@ -10,6 +10,8 @@
 namespace tool {
 namespace {
 
+const std::string kBroken = "a transport layer cannot be loaded: ";
+
 Tavix::CameraInfo ChooseOne(const std::vector<Tavix::CameraInfo>& cameras, const std::string& name) {
     std::vector<Tavix::CameraInfo> found;
     for (const Tavix::CameraInfo& camera : cameras) {
@@ -44,9 +46,10 @@ std::vector<Tavix::CameraInfo> FindCameras() {
     const TransportLayers layers = FindTransportLayers();
     std::vector<Tavix::CameraInfo> cameras = Tavix::Cameras();
     if (cameras.empty() && !layers.virtualCameras.empty()) throw Error(layers.virtualCameras);
+    if (layers.names.empty() && !layers.broken.empty()) throw Error(kBroken + Printable(layers.broken.front()));
     // The factory tells of a library once, so this does.
     for (const std::string& text : layers.broken)
-        std::fprintf(stderr, "tavix: a transport layer cannot be loaded: %s\n", Printable(text).c_str());
+        std::fprintf(stderr, "tavix: %s%s\n", kBroken.c_str(), Printable(text).c_str());
     return cameras;
 }
 

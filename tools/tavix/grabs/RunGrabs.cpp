@@ -2,6 +2,7 @@
 
 #include "Error.h"
 #include "Interrupt.h"
+#include "core/Threads.h"
 #include "core/WaitObject.h"
 
 #include <atomic>
@@ -17,7 +18,7 @@ constexpr int kTicksToStop = 4; // that a grab has to end by itself once it was 
 class Runner {
 public:
     Runner(CameraGrab& grab, const Tavix::WaitObjectEx& ended)
-        : m_Grab(grab), m_Thread([this, ended] {
+        : m_Grab(grab), m_Thread(Tavix::NewThread([this, ended] {
               try {
                   m_Grab.Run();
               } catch (...) {
@@ -25,7 +26,7 @@ public:
               }
               m_HasEnded = true;
               ended.Signal();
-          }) {}
+          })) {}
     ~Runner() { Join(); }
     void Join() {
         if (m_Thread.joinable()) m_Thread.join();

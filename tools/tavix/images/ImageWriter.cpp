@@ -2,10 +2,12 @@
 
 #include "Error.h"
 
+#include "core/Threads.h"
+
 namespace tool {
 
 ImageWriter::ImageWriter(ImageNames names, ImageFormat format)
-    : m_Format(format), m_Names(std::move(names)), m_Thread([this] { Run(); }) {}
+    : m_Format(format), m_Names(std::move(names)), m_Thread(Tavix::NewThread([this] { Run(); })) {}
 
 ImageWriter::~ImageWriter() {
     {

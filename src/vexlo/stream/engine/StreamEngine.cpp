@@ -2,6 +2,7 @@
 
 #include "core/Threads.h"
 #include "vexlo/Logging.h"
+#include "vexlo/NoThrow.h"
 #include "vexlo/UsbStatus.h"
 
 #include <algorithm>
@@ -38,9 +39,10 @@ StreamEngine::~StreamEngine() {
 VxStatus StreamEngine::Start() {
     try {
         m_Thread = Tavix::StartThread([this] { Run(); });
-    } catch (const std::exception& error) {
-        Log(Tavix::kLogError, "No thread for the stream: %s", error.what());
-        return VX_E_NO_MEMORY;
+    } catch (...) {
+        const VxStatus status = CaughtStatus();
+        Log(Tavix::kLogError, "No thread for the stream: 0x%08X", status);
+        return status;
     }
     m_Pool.Start([this] { m_Handle.WakeEvents(); });
     m_Queue.LeadOff();

@@ -138,7 +138,7 @@ TEST(StreamShortage, OfThreadsLeavesNothingQueuedAndTakesNoBuffers) {
     EngineBench bench;
     {
         const ThreadShortage shortage;
-        EXPECT_EQ(bench.engine->Start(), VX_E_NO_MEMORY);
+        EXPECT_EQ(bench.engine->Start(), VX_E_NO_THREAD);
     }
     EXPECT_EQ(bench.bus.Queued(), 0u);
     EXPECT_TRUE(bench.IsRefused());

@@ -84,7 +84,7 @@ TEST_F(StreamStart, TakesNoBuffersAndLeavesNothingQueuedWhenThereIsNoThread) {
     ASSERT_EQ(stream->RegisterBuffer(memory, sizeof memory, &handle), VX_OK);
     {
         const shortage::ThreadShortage none;
-        EXPECT_EQ(stream->StartStreaming(), VX_E_NO_MEMORY);
+        EXPECT_EQ(stream->StartStreaming(), VX_E_NO_THREAD);
     }
     EXPECT_EQ(stream->QueueBuffer(handle, nullptr), VX_E_INVALID_STATE);
     EXPECT_EQ(bus.Queued(), 0u);
