@@ -45,7 +45,7 @@ public:
     void Register();
 
 protected:
-    /// From here on the handle is void. For those who close modules and events, with TreeMutex() held, and buffers.
+    /// From here on the handle is void; one that it never had as well.
     void Unregister() noexcept;
     /// The place that its handle names. Once registered.
     Slot& OwnSlot() const { return *m_Slot; }

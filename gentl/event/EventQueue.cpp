@@ -36,7 +36,7 @@ private:
 } // namespace
 
 EventQueue::EventQueue(EVENT_TYPE type)
-    : Object(Kind::Event), m_Type(type), m_WaitObject(Tavix::WaitObjectEx::Create()) {}
+    : Branch(Kind::Event), m_Type(type), m_WaitObject(Tavix::WaitObjectEx::Create()) {}
 
 void EventQueue::CheckTurnedAway() {
     if (!m_TurnsAway) return; // as a rule; whoever sets it signals afterwards
@@ -109,14 +109,13 @@ void EventQueue::Kill() {
     m_WaitObject.Signal();
 }
 
-void EventQueue::Close() noexcept {
+void EventQueue::DoLeave() noexcept {
     {
         const Tavix::MutexLock guard(m_Mutex);
         m_IsClosed = true;
         m_TurnsAway = true;
     }
     m_WaitObject.Raise(); // for all who wait, and for good
-    Unregister();
 }
 
 void EventQueue::GetInfo(EVENT_INFO_CMD command, Answer& answer) {

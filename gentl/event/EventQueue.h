@@ -1,9 +1,8 @@
 #pragma once
 // Events that a consumer waits for.
 
-#include "gentl/Handles.h"
+#include "gentl/Branch.h"
 #include "gentl/Info.h"
-#include "gentl/TreeMutex.h"
 
 #include "core/Mutex.h"
 #include "core/WaitObject.h"
@@ -16,13 +15,13 @@ namespace gentl {
 
 /// What came first is taken first. This class keeps what was pushed; heirs take from a source of their own instead.
 /// Thread-safe.
-class EventQueue : public Object {
+class EventQueue : public Branch {
 public:
     static constexpr Kinds kKinds{Kind::Event};
     explicit EventQueue(EVENT_TYPE type);
 
     EVENT_TYPE Type() const { return m_Type; }
-    /// Waits for the oldest event and takes it. TIMEOUT; ABORT after Kill or Close; BUFFER_TOO_SMALL takes nothing.
+    /// Waits for the oldest event and takes it. TIMEOUT; ABORT after Kill or Leave; BUFFER_TOO_SMALL takes nothing.
     /// Without a buffer it only tells the largest size.
     void GetData(void* buffer, size_t* size, std::uint64_t timeoutMs);
     /// About the data that GetData gave.
@@ -31,8 +30,6 @@ public:
     /// One waiter, or the next one, is turned away.
     void Kill();
     virtual void Flush();
-    /// Turns all waiters away, for good; its handle is void afterwards.
-    virtual void Close() noexcept TAVIX_REQUIRES(TreeMutex());
 
     // For the module that tells. When memory is short the event is dropped; when nobody takes them, the oldest.
     void PushText(const char* text) noexcept;
@@ -40,6 +37,10 @@ public:
     void PushModule(std::uint64_t id) noexcept;
 
 protected:
+    /// Turns all waiters away, for good.
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override {}
+
     enum class Taken { Nothing, Last, OneOfSeveral };
     /// Takes the oldest event, if there is one. Throws BUFFER_TOO_SMALL without taking it, or why none will come.
     virtual Taken TryTake(void* buffer, size_t& size);

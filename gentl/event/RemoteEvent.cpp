@@ -16,37 +16,40 @@ std::uint64_t CountOf(vexlo::CVxEventStream& stream, vexlo::CVxEventStream::EPro
 
 } // namespace
 
-RemoteEvent::RemoteEvent(vexlo::CVxDevice& device) : EventQueue(EVENT_REMOTE_DEVICE) {
-    Check(device.GetEventStream(&m_Stream), "The camera's event channel is not available");
-    // Nothing is longer than the transfers in which messages come.
+RemoteEvent::RemoteEvent(vexlo::CVxDevice& device) : EventQueue(EVENT_REMOTE_DEVICE), m_Device(device) {}
+
+void RemoteEvent::DoOpen() {
     using Stream = vexlo::CVxEventStream;
+    Stream* channel = nullptr;
+    Check(m_Device.GetEventStream(&channel), "The camera's event channel is not available");
+    // Nothing is longer than the transfers in which messages come.
     const std::uint32_t most = 1U << 20;
-    Check(m_Stream->SetProperty(Stream::Property_MaximumMessageLength, &most, sizeof most), "Events cannot be kept");
-    Check(m_Stream->Open(), "The camera's event channel cannot be opened");
+    Check(channel->SetProperty(Stream::Property_MaximumMessageLength, &most, sizeof most), "Events cannot be kept");
+    Check(channel->Open(), "The camera's event channel cannot be opened");
+    m_Channel = channel;
     std::uint32_t length = 0;
-    (void)m_Stream->GetProperty(Stream::Property_MaximumTransferLength, &length, sizeof length); // never refused
+    (void)channel->GetProperty(Stream::Property_MaximumTransferLength, &length, sizeof length); // never refused
     m_LargestData = std::max<size_t>(length, 576);
+}
+
+void RemoteEvent::DoBegin() {
+    const Tavix::MutexLock guard(m_StreamMutex);
+    m_Stream = m_Channel;
     (void)m_Stream->RegisterWaitObject(WaitObject()); // never refused
 }
 
-RemoteEvent::~RemoteEvent() {
-    Stop();
-}
-
-void RemoteEvent::Stop() noexcept {
-    vexlo::CVxEventStream* stream = nullptr;
+void RemoteEvent::DoLeave() noexcept {
     {
-        const Tavix::MutexLock guard(m_StreamMutex); // not while the camera is told: nobody waits for that
-        std::swap(stream, m_Stream);
+        const Tavix::MutexLock guard(m_StreamMutex);
+        if (m_Stream) (void)m_Stream->RegisterWaitObject(nullptr);
+        m_Stream = nullptr;
     }
-    if (!stream) return;
-    (void)stream->RegisterWaitObject(nullptr);
-    (void)stream->Close(); // a camera that is gone must not keep it open
+    EventQueue::DoLeave();
 }
 
-void RemoteEvent::Close() noexcept {
-    Stop();
-    EventQueue::Close();
+void RemoteEvent::DoEnd() noexcept {
+    if (m_Channel) (void)m_Channel->Close(); // a camera that is gone must not keep it open
+    m_Channel = nullptr;
 }
 
 void RemoteEvent::NoteLoss() noexcept {

@@ -9,15 +9,12 @@
 
 namespace gentl {
 
-/// Runs the camera's event channel while it lives; the messages stay where the USB access library keeps them until they
-/// are taken. Lives within its device. Thread-safe.
+/// Runs the camera's event channel while it is open; the messages stay where the USB access library keeps them until
+/// they are taken. Who waits here may have the last share of it when its device is gone. Thread-safe.
 class RemoteEvent final : public EventQueue {
 public:
-    /// Throws Failure when the camera has no event channel.
+    /// Of a device that ends it before itself.
     explicit RemoteEvent(vexlo::CVxDevice& device);
-    ~RemoteEvent() override;
-    /// Ends the event channel, too, which must not outlive the device: who waits here may hold the last share of this.
-    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     /// The camera left: who waits gets an error instead of waiting for ever.
     void NoteLoss() noexcept;
@@ -26,19 +23,25 @@ public:
     void Flush() override;
 
 protected:
+    /// Throws Failure when the camera has no event channel, or does not answer.
+    void DoOpen() override TAVIX_EXCLUDES(TreeMutex());
+    void DoBegin() override TAVIX_REQUIRES(TreeMutex());
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override;
     Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override;
     std::uint64_t CountFired() override;
     size_t LargestData() const override { return m_LargestData; }
 
 private:
-    void Stop() noexcept;
     /// Throws when the camera left or its event channel has ended.
     void CheckEnd() const TAVIX_REQUIRES(m_StreamMutex);
 
-    size_t m_LargestData = 0; // constant after construction
+    vexlo::CVxDevice& m_Device;                 // not after it has ended
+    vexlo::CVxEventStream* m_Channel = nullptr; // owned by the device; for who opens and ends this, null unless open
+    size_t m_LargestData = 0;                   // constant once it has its handle
     Tavix::Mutex m_StreamMutex;
-    vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // owned by the device, null once stopped
+    vexlo::CVxEventStream* m_Stream TAVIX_GUARDED_BY(m_StreamMutex) = nullptr; // the channel, from DoBegin to DoLeave
     vexlo::VxStatus m_End TAVIX_GUARDED_BY(m_StreamMutex) = vexlo::VX_OK;      // why the event channel ended by itself
     std::uint64_t m_Fired TAVIX_GUARDED_BY(m_StreamMutex) = 0;                 // as it was told last
     std::atomic<bool> m_IsLost{false};

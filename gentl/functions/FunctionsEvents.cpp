@@ -6,8 +6,6 @@ using namespace gentl;
 
 namespace {
 
-using TreeGuard = Tavix::MutexLock;
-
 /// Whatever can be a source of events.
 std::shared_ptr<Module> SourceOf(EVENTSRC_HANDLE handle) {
     const Held<Object> object(handle);
@@ -25,20 +23,17 @@ void CheckType(EVENT_TYPE type) {
 
 GC_ERROR GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HANDLE* phEvent) {
     return Call([&] {
-        (void)SourceOf(hEventSrc);
+        const auto source = SourceOf(hEventSrc);
         CheckType(iEventID);
-        EVENT_HANDLE& handle = Needed(phEvent);
-        const TreeGuard guard(TreeMutex());
-        SourceOf(hEventSrc)->RegisterEvent(iEventID, &handle);
+        source->RegisterEvent(iEventID, &Needed(phEvent));
     });
 }
 
 GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
     return Call([&] {
-        (void)SourceOf(hEventSrc);
+        const auto source = SourceOf(hEventSrc);
         CheckType(iEventID);
-        const TreeGuard guard(TreeMutex());
-        SourceOf(hEventSrc)->UnregisterEvent(iEventID);
+        source->UnregisterEvent(iEventID);
     });
 }
 

@@ -10,25 +10,21 @@ using namespace gentl;
 
 namespace {
 
-using TreeGuard = Tavix::MutexLock;
-
 /// An ID as the consumer gave it.
 std::string IdOf(const char* id) {
     return &Needed(id);
-}
-
-/// A module may have been closed while this thread waited for the lock.
-template<class T>
-Held<T> StillOpen(const Held<T>& module) TAVIX_REQUIRES(TreeMutex()) {
-    return Held<T>(module->Handle());
 }
 
 template<class T>
 GC_ERROR Close(void* handle) {
     return Call([&] {
         const Held<T> module(handle);
-        const TreeGuard guard(TreeMutex());
-        StillOpen(module)->Close();
+        {
+            const Tavix::MutexLock tree(TreeMutex());
+            module->CheckOpen(); // another thread may have been faster
+            module->Leave();
+        }
+        module->End();
     });
 }
 
@@ -90,8 +86,7 @@ GC_ERROR TLOpenInterface(TL_HANDLE hTL, const char* sIfaceID, IF_HANDLE* phIface
         const Held<System> system(hTL);
         const std::string id = IdOf(sIfaceID);
         IF_HANDLE& handle = Needed(phIface);
-        const TreeGuard guard(TreeMutex());
-        handle = StillOpen(system)->OpenInterface(id)->Handle();
+        handle = system->OpenInterface(id)->Handle();
     });
 }
 
@@ -199,8 +194,7 @@ GC_ERROR DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HAN
         const Held<Device> device(hDevice);
         const std::string id = IdOf(sDataStreamID);
         DS_HANDLE& handle = Needed(phDataStream);
-        const TreeGuard guard(TreeMutex());
-        handle = StillOpen(device)->OpenStream(id)->Handle();
+        handle = device->OpenStream(id)->Handle();
     });
 }
 

@@ -86,7 +86,7 @@ void Device::BuildPort() {
     m_Port.Event("EventDeviceLost", kLostEvent);
 }
 
-void Device::Connect() {
+void Device::DoOpen() {
     const std::uint8_t isReadOnly = m_IsReadOnly ? 1 : 0;
     Check(m_Device->SetProperty(vexlo::CVxDevice::Property_OpenToRead, &isReadOnly, sizeof isReadOnly),
           "The camera cannot be opened");
@@ -94,11 +94,11 @@ void Device::Connect() {
     Check(OpenCamera(*m_Device, m_Camera), "The camera cannot be opened");
 }
 
-void Device::Enter() {
+void Device::DoBegin() {
+    m_Interface->Admit(std::static_pointer_cast<Device>(shared_from_this()));
     m_Remote = std::make_shared<RemotePort>(*this);
     m_Remote->Register();
     WatchRemoval();
-    Register();
 }
 
 void Device::WatchRemoval() {
@@ -133,14 +133,13 @@ std::shared_ptr<Stream> Device::OpenedStream() {
 
 std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
     if (id != kStreamId) Fail(GC_ERR_INVALID_ID, "there is no stream of that ID");
-    if (OpenedStream()) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
-    auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
-    stream->Open();
-    CloseGuard guard(stream);
-    stream->Register();
-    guard.Release();
-    const Tavix::MutexLock lock(m_StreamMutex);
-    m_Stream = stream;
+    const auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
+    stream->Open([&]() TAVIX_REQUIRES(TreeMutex()) {
+        CheckOpen();
+        const Tavix::MutexLock guard(m_StreamMutex);
+        if (m_Stream) Fail(GC_ERR_RESOURCE_IN_USE, "the stream is open already");
+        m_Stream = stream;
+    });
     return stream;
 }
 
@@ -155,17 +154,21 @@ std::shared_ptr<EventQueue> Device::MakeEvent(EVENT_TYPE type) {
     return std::make_shared<RemoteEvent>(*m_Device);
 }
 
-void Device::Close() noexcept {
-    const std::shared_ptr<Object> self = shared_from_this(); // the interface may hold the last share
+void Device::DoLeave() noexcept {
+    if (const auto stream = OpenedStream()) stream->Leave();
+    if (m_Remote) m_Remote->Leave();
+    Module::DoLeave();
+}
+
+void Device::DoEnd() noexcept {
     for (const unsigned long callback : m_Callbacks)
         (void)vexlo::VxDeregisterCallback(callback);
     m_Callbacks.clear();
-    if (const auto stream = OpenedStream()) stream->Close();
-    if (m_Remote) m_Remote->Close();
-    Module::Close();
+    if (const auto stream = OpenedStream()) stream->End();
+    Module::DoEnd();
     (void)m_Device->Close(); // what it says does not matter to a camera that is given back
-    m_Reservation.Release();
     m_Interface->Forget(*this);
+    m_Reservation.Release();
 }
 
 } // namespace gentl

@@ -43,18 +43,23 @@ public:
     /// The camera left; nothing that asks it will succeed any more.
     bool IsLost() const { return m_IsLost; }
 
-    /// Opens the camera, which may take seconds, before anybody else knows the device. ACCESS_DENIED when it is open
-    /// elsewhere or not permitted.
-    void Connect() TAVIX_EXCLUDES(TreeMutex());
-    /// Then it joins the tree. What throws leaves it to be closed.
-    void Enter() TAVIX_REQUIRES(TreeMutex());
-    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
-    std::shared_ptr<Stream> OpenStream(const std::string& id) TAVIX_REQUIRES(TreeMutex());
-    void Forget(const Stream& stream) noexcept TAVIX_REQUIRES(TreeMutex());
-    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override TAVIX_REQUIRES(TreeMutex());
+    /// RESOURCE_IN_USE while it is open, or being opened or closed. INVALID_HANDLE when the device was closed
+    /// meanwhile.
+    std::shared_ptr<Stream> OpenStream(const std::string& id) TAVIX_EXCLUDES(TreeMutex());
+    void Forget(const Stream& stream) noexcept;
+    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
 
     static constexpr const char* kStreamId = "Stream0";
     static constexpr std::uint64_t kLostEvent = 0x9001;
+
+protected:
+    /// Opens the camera, which may take seconds, before anybody else knows the device. ACCESS_DENIED when it is open
+    /// elsewhere or not permitted.
+    void DoOpen() override TAVIX_EXCLUDES(TreeMutex());
+    /// Then it joins the tree. INVALID_HANDLE when the interface was closed meanwhile.
+    void DoBegin() override TAVIX_REQUIRES(TreeMutex());
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override TAVIX_EXCLUDES(TreeMutex());
 
 private:
     struct Destroy {
@@ -62,7 +67,7 @@ private:
     };
 
     void BuildPort();
-    void WatchRemoval() TAVIX_REQUIRES(TreeMutex());
+    void WatchRemoval();
     static void OnRemoval(const vexlo::VxCallbackData* data);
     void NoteRemoval() noexcept;
     std::shared_ptr<Stream> OpenedStream();
@@ -76,8 +81,8 @@ private:
     Reservation m_Reservation; // ends after the camera was closed
     ModulePort m_Port;
     std::unique_ptr<vexlo::CVxDevice, Destroy> m_Device; // constant after construction
-    std::shared_ptr<RemotePort> m_Remote;                // constant after Enter
-    std::vector<unsigned long> m_Callbacks TAVIX_GUARDED_BY(TreeMutex());
+    std::shared_ptr<RemotePort> m_Remote;                // constant once it has its handle
+    std::vector<unsigned long> m_Callbacks;              // for who opens and ends it
     std::atomic<bool> m_IsLost{false};
     Tavix::Mutex m_ToldMutex;
     std::string m_Version TAVIX_GUARDED_BY(m_ToldMutex);  // empty until the camera has told it

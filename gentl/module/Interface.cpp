@@ -159,25 +159,24 @@ std::shared_ptr<Device> Interface::OpenDevice(const std::string& id, DEVICE_ACCE
     const FoundCamera camera = FindDevice(id);
     const auto device =
         std::make_shared<Device>(std::static_pointer_cast<Interface>(shared_from_this()), camera, flags);
-    device->Connect();
-    const Tavix::MutexLock lock(TreeMutex());
-    if (m_IsClosed) Fail(GC_ERR_INVALID_HANDLE, "the interface was closed while the device was opened");
-    CloseGuard guard(device);
-    device->Enter();
-    m_Open[camera.Path()] = device;
-    {
-        const Tavix::MutexLock here(m_OpenHereMutex);
-        m_OpenHere[camera.Path()] = device;
-    }
-    guard.Release();
+    device->Open([] {});
     return device;
 }
 
+void Interface::Admit(const std::shared_ptr<Device>& device) {
+    CheckOpen();
+    m_Open[device->PathInUse()] = device;
+    const Tavix::MutexLock here(m_OpenHereMutex);
+    m_OpenHere[device->PathInUse()] = device;
+}
+
 void Interface::Forget(const Device& device) noexcept {
-    const std::string& path = device.PathInUse();
-    m_Open.erase(path);
+    const Tavix::MutexLock tree(TreeMutex());
+    const auto found = m_Open.find(device.PathInUse());
+    if (found == m_Open.end() || found->second.get() != &device) return; // it never came so far
+    m_Open.erase(found);
     const Tavix::MutexLock guard(m_OpenHereMutex);
-    m_OpenHere.erase(path);
+    m_OpenHere.erase(device.PathInUse());
 }
 
 void Interface::NoteChange() noexcept {
@@ -186,14 +185,18 @@ void Interface::NoteChange() noexcept {
     Tell(kListEvent);
 }
 
-void Interface::Close() noexcept {
-    m_IsClosed = true;
-    while (!m_Open.empty()) {
-        const auto child = m_Open.begin()->second; // which forgets itself here
-        child->Close();
-    }
+void Interface::DoLeave() noexcept {
+    for (const auto& [path, device] : m_Open)
+        device->Leave();
+    Module::DoLeave();
+}
+
+void Interface::DoEnd() noexcept {
+    EndAll([this]() TAVIX_REQUIRES(TreeMutex()) {
+        return m_Open.empty() ? std::shared_ptr<Device>() : m_Open.begin()->second;
+    });
+    Module::DoEnd();
     m_System->Forget(*this);
-    Module::Close();
 }
 
 } // namespace gentl

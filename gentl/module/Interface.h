@@ -21,7 +21,6 @@ public:
     ~Interface() override;
 
     gentl::Port* GetPort() override { return &m_Port; }
-    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     const HostController& Controller() const { return m_Controller; }
     const std::shared_ptr<System>& Parent() const { return m_System; }
@@ -39,12 +38,18 @@ public:
 
     /// Other modules are opened and closed meanwhile, this one as well: then it is INVALID_HANDLE.
     std::shared_ptr<Device> OpenDevice(const std::string& id, DEVICE_ACCESS_FLAGS flags) TAVIX_EXCLUDES(TreeMutex());
-    void Forget(const Device& device) noexcept TAVIX_REQUIRES(TreeMutex());
+    /// One that the camera has been opened for. INVALID_HANDLE when the interface was closed meanwhile.
+    void Admit(const std::shared_ptr<Device>& device) TAVIX_REQUIRES(TreeMutex());
+    void Forget(const Device& device) noexcept TAVIX_EXCLUDES(TreeMutex());
 
     static constexpr std::uint64_t kListEvent = 0x9002;
 
     /// A camera on this interface came or left.
     void NoteChange() noexcept;
+
+protected:
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override TAVIX_EXCLUDES(TreeMutex());
 
 private:
     void BuildPort();
@@ -58,7 +63,6 @@ private:
     Tavix::Mutex m_Mutex;
     std::vector<FoundCamera> m_Devices TAVIX_GUARDED_BY(m_Mutex);
     std::uint64_t m_Selected TAVIX_GUARDED_BY(m_Mutex) = 0;
-    bool m_IsClosed TAVIX_GUARDED_BY(TreeMutex()) = false;
     std::map<std::string, std::shared_ptr<Device>> m_Open TAVIX_GUARDED_BY(TreeMutex()); // by path
     Tavix::Mutex m_OpenHereMutex;
     std::map<std::string, std::weak_ptr<Device>>

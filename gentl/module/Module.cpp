@@ -29,21 +29,38 @@ std::shared_ptr<EventQueue> Module::MakeEvent(EVENT_TYPE type) {
 }
 
 void Module::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle) {
-    if (Event(type)) Fail(GC_ERR_RESOURCE_IN_USE, "the event is registered already");
-    auto event = MakeEvent(type);
-    event->Register();
-    const Tavix::MutexLock guard(m_EventMutex);
-    m_Events[type] = event;
+    const auto event = MakeEvent(type);
+    try {
+        event->Open([&]() TAVIX_REQUIRES(TreeMutex()) {
+            CheckOpen();
+            const Tavix::MutexLock guard(m_EventMutex);
+            if (!m_Events.try_emplace(type, event).second)
+                Fail(GC_ERR_RESOURCE_IN_USE, "the event is registered already");
+        });
+    } catch (...) {
+        Forget(type, *event);
+        throw;
+    }
     *handle = event->Handle();
 }
 
 void Module::UnregisterEvent(EVENT_TYPE type) {
-    const auto event = Event(type);
-    if (!event) Fail(GC_ERR_NOT_AVAILABLE, "the event is not registered");
-    ForgetEvent(type);
-    event->Close();
+    std::shared_ptr<EventQueue> event;
+    {
+        const Tavix::MutexLock tree(TreeMutex());
+        CheckOpen();
+        event = Event(type);
+        if (!event || !event->IsOpen()) Fail(GC_ERR_NOT_AVAILABLE, "the event is not registered");
+        event->Leave();
+    }
+    event->End();
+    Forget(type, *event);
+}
+
+void Module::Forget(EVENT_TYPE type, const EventQueue& event) noexcept {
     const Tavix::MutexLock guard(m_EventMutex);
-    m_Events.erase(type);
+    const auto found = m_Events.find(type);
+    if (found != m_Events.end() && found->second.get() == &event) m_Events.erase(found);
 }
 
 std::shared_ptr<EventQueue> Module::Event(EVENT_TYPE type) {
@@ -60,17 +77,18 @@ void Module::Tell(std::uint64_t event) noexcept {
     if (const auto queue = Event(EVENT_MODULE)) queue->PushModule(event);
 }
 
-void Module::Close() noexcept {
-    std::map<EVENT_TYPE, std::shared_ptr<EventQueue>> events;
-    {
-        const Tavix::MutexLock guard(m_EventMutex);
-        events.swap(m_Events);
+void Module::DoLeave() noexcept {
+    for (EVENT_TYPE type = EVENT_ERROR; type <= EVENT_MODULE; ++type)
+        if (const auto event = Event(type)) event->Leave();
+}
+
+void Module::DoEnd() noexcept {
+    for (EVENT_TYPE type = EVENT_ERROR; type <= EVENT_MODULE; ++type) {
+        const auto event = Event(type);
+        if (!event) continue;
+        event->End();
+        Forget(type, *event);
     }
-    for (const auto& [type, event] : events) {
-        ForgetEvent(type);
-        event->Close();
-    }
-    Unregister();
 }
 
 } // namespace gentl

@@ -2,13 +2,11 @@
 // What every module of the producer has: a handle, registers and events.
 
 #include "core/Mutex.h"
-#include "gentl/Handles.h"
-#include "gentl/TreeMutex.h"
+#include "gentl/Branch.h"
 #include "gentl/event/EventQueue.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -50,48 +48,51 @@ public:
 };
 
 /// Thread-safe.
-class Module : public Object {
+class Module : public Branch {
 public:
-    using Object::Object;
+    using Branch::Branch;
     static constexpr Kinds kKinds{Kind::System, Kind::Interface, Kind::Device, Kind::Stream, Kind::RemotePort};
 
     /// Null when the module has no registers.
     virtual gentl::Port* GetPort() { return nullptr; }
 
-    /// Ends what is below it and its events; its handle is void afterwards. Closing twice is harmless.
-    virtual void Close() noexcept TAVIX_REQUIRES(TreeMutex());
-    /// The event that was registered, for NOT_IMPLEMENTED when the module never has such ones.
-    virtual std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) TAVIX_REQUIRES(TreeMutex());
-    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle) TAVIX_REQUIRES(TreeMutex());
-    void UnregisterEvent(EVENT_TYPE type) TAVIX_REQUIRES(TreeMutex());
-    /// The last thing before an event goes: whoever feeds it stops.
-    virtual void ForgetEvent(EVENT_TYPE) noexcept TAVIX_REQUIRES(TreeMutex()) {}
+    /// An event that is not open yet, for NOT_IMPLEMENTED when the module never has such ones.
+    virtual std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type);
+    /// RESOURCE_IN_USE while it is registered, or while that is begun or ended. INVALID_HANDLE when the module was
+    /// closed meanwhile.
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* handle) TAVIX_EXCLUDES(TreeMutex());
+    void UnregisterEvent(EVENT_TYPE type) TAVIX_EXCLUDES(TreeMutex());
 
-    /// The registered event of that type, null when nobody registered it.
+    /// The event of that type, also while it is being registered or unregistered; null when there is none.
     std::shared_ptr<EventQueue> Event(EVENT_TYPE type);
     /// Tells of a change of one of the module's features, where that is wanted.
     void Invalidate(const char* feature) noexcept;
     /// Tells of an event of the module, where that is wanted.
     void Tell(std::uint64_t event) noexcept;
 
+protected:
+    // Of its events; heirs do the same for what else is below them.
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override TAVIX_EXCLUDES(TreeMutex());
+
+    /// Ends all that `first`, called with TreeMutex() held, finds one after the other; each of them has left, and is
+    /// found no more when it has ended.
+    template<class First>
+    static void EndAll(First first) noexcept TAVIX_EXCLUDES(TreeMutex()) {
+        for (;;) {
+            Tavix::MutexLock tree(TreeMutex());
+            const auto next = first();
+            tree.Unlock();
+            if (!next) return;
+            next->End();
+        }
+    }
+
 private:
+    void Forget(EVENT_TYPE type, const EventQueue& event) noexcept;
+
     Tavix::Mutex m_EventMutex;
     std::map<EVENT_TYPE, std::shared_ptr<EventQueue>> m_Events TAVIX_GUARDED_BY(m_EventMutex);
-};
-
-/// The module, and all that is below it, is closed when the guard dies, unless it was released: for openings that fail.
-class CloseGuard {
-public:
-    explicit CloseGuard(std::shared_ptr<Module> module) : m_Module(std::move(module)) {}
-    CloseGuard(const CloseGuard&) = delete;
-    CloseGuard& operator=(const CloseGuard&) = delete;
-    ~CloseGuard() TAVIX_REQUIRES(TreeMutex()) {
-        if (m_Module) m_Module->Close();
-    }
-    void Release() { m_Module.reset(); }
-
-private:
-    std::shared_ptr<Module> m_Module;
 };
 
 } // namespace gentl

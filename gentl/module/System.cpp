@@ -135,25 +135,31 @@ HostController System::FindInterface(const std::string& id) {
 
 std::shared_ptr<Interface> System::OpenInterface(const std::string& id) {
     const HostController controller = FindInterface(id);
-    if (m_Open.count(id) != 0) Fail(GC_ERR_RESOURCE_IN_USE, "the interface is open already");
-    auto interface = std::make_shared<Interface>(std::static_pointer_cast<System>(shared_from_this()), controller);
-    interface->Register();
-    CloseGuard guard(interface);
-    m_Open[id] = interface;
-    guard.Release();
+    const auto interface =
+        std::make_shared<Interface>(std::static_pointer_cast<System>(shared_from_this()), controller);
+    interface->Open([&]() TAVIX_REQUIRES(TreeMutex()) {
+        CheckOpen();
+        if (!m_Open.try_emplace(id, interface).second) Fail(GC_ERR_RESOURCE_IN_USE, "the interface is open already");
+    });
     return interface;
 }
 
 void System::Forget(const Interface& interface) noexcept {
+    const Tavix::MutexLock tree(TreeMutex());
     m_Open.erase(interface.Controller().id);
 }
 
-void System::Close() noexcept {
-    while (!m_Open.empty()) {
-        const auto child = m_Open.begin()->second; // which forgets itself here
-        child->Close();
-    }
-    Module::Close();
+void System::DoLeave() noexcept {
+    for (const auto& [id, interface] : m_Open)
+        interface->Leave();
+    Module::DoLeave();
+}
+
+void System::DoEnd() noexcept {
+    EndAll([this]() TAVIX_REQUIRES(TreeMutex()) {
+        return m_Open.empty() ? std::shared_ptr<Interface>() : m_Open.begin()->second;
+    });
+    Module::DoEnd();
 }
 
 } // namespace gentl

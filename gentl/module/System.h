@@ -21,7 +21,6 @@ public:
     ~System() override;
 
     gentl::Port* GetPort() override { return &m_Port; }
-    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
 
     /// Looks for controllers and cameras. True when the list of interfaces changed.
     bool UpdateInterfaces();
@@ -30,13 +29,17 @@ public:
     HostController InterfaceAt(size_t index);
     /// INVALID_ID.
     HostController FindInterface(const std::string& id);
-    /// RESOURCE_IN_USE when it is open already.
-    std::shared_ptr<Interface> OpenInterface(const std::string& id) TAVIX_REQUIRES(TreeMutex());
-    void Forget(const Interface& interface) noexcept TAVIX_REQUIRES(TreeMutex());
+    /// RESOURCE_IN_USE while it is open, or being closed.
+    std::shared_ptr<Interface> OpenInterface(const std::string& id) TAVIX_EXCLUDES(TreeMutex());
+    void Forget(const Interface& interface) noexcept TAVIX_EXCLUDES(TreeMutex());
 
     static constexpr std::uint64_t kListEvent = 0x9003;
 
     static void Info(TL_INFO_CMD command, Answer& answer);
+
+protected:
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
+    void DoEnd() noexcept override TAVIX_EXCLUDES(TreeMutex());
 
 private:
     void BuildPort();

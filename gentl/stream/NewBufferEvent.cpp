@@ -6,9 +6,21 @@
 
 namespace gentl {
 
-NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream) : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {
+NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
+    : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
+
+void NewBufferEvent::DoBegin() {
+    const auto stream = Owner();
     const AcquisitionEngine::Figures figures = stream->Engine().Look();
     m_FiredBefore = figures.fired - figures.output; // what waits is there for this one
+    stream->Engine().SetListener(WaitObject());
+    m_HasBegun = true;
+}
+
+void NewBufferEvent::DoLeave() noexcept {
+    const auto stream = m_Stream.lock();
+    if (m_HasBegun && stream) stream->Engine().SetListener({});
+    EventQueue::DoLeave();
 }
 
 std::shared_ptr<Stream> NewBufferEvent::Owner() const {

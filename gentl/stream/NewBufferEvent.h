@@ -19,6 +19,8 @@ public:
     const Tavix::WaitObjectEx& Wait() const { return WaitObject(); }
 
 protected:
+    void DoBegin() override TAVIX_REQUIRES(TreeMutex());
+    void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
     Taken TryTake(void* buffer, size_t& size) override;
     size_t CountPending() override;
     std::uint64_t CountFired() override;
@@ -28,7 +30,8 @@ private:
     std::shared_ptr<Stream> Owner() const;
 
     const std::weak_ptr<Stream> m_Stream;
-    std::uint64_t m_FiredBefore = 0; // those that were taken before it was registered; constant after construction
+    bool m_HasBegun TAVIX_GUARDED_BY(TreeMutex()) = false;
+    std::uint64_t m_FiredBefore = 0; // those that were taken before it was registered; constant once it has its handle
 };
 
 } // namespace gentl

@@ -28,7 +28,7 @@ Stream::Stream(std::shared_ptr<Device> device)
 
 Stream::~Stream() = default;
 
-void Stream::Open() {
+void Stream::DoOpen() {
     Check(m_Vx.Open(), "The camera's stream cannot be opened");
 }
 
@@ -105,20 +105,12 @@ void Stream::NoteLoss() noexcept {
 
 std::shared_ptr<EventQueue> Stream::MakeEvent(EVENT_TYPE type) {
     if (type != EVENT_NEW_BUFFER) return Module::MakeEvent(type);
-    auto event = std::make_shared<NewBufferEvent>(std::static_pointer_cast<Stream>(shared_from_this()));
-    m_Engine.SetListener(event->Wait());
-    return event;
+    return std::make_shared<NewBufferEvent>(std::static_pointer_cast<Stream>(shared_from_this()));
 }
 
-void Stream::ForgetEvent(EVENT_TYPE type) noexcept {
-    if (type == EVENT_NEW_BUFFER) m_Engine.SetListener({});
-}
-
-void Stream::Close() noexcept {
-    if (m_IsClosed) return;
-    m_IsClosed = true;
+void Stream::DoEnd() noexcept {
     const std::vector<SharedBuffer> buffers = m_Engine.Close(); // their memory stays until the bus has let go of it
-    Module::Close();
+    Module::DoEnd();
     (void)m_Vx.Close(); // a camera that is gone must not keep it open
     m_Device->Forget(*this);
 }

@@ -32,16 +32,17 @@ public:
     void Start(std::uint64_t count);
     void Stop();
 
-    void Open() TAVIX_REQUIRES(TreeMutex());
-    void Close() noexcept override TAVIX_REQUIRES(TreeMutex());
-    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override TAVIX_REQUIRES(TreeMutex());
-    void ForgetEvent(EVENT_TYPE type) noexcept override TAVIX_REQUIRES(TreeMutex());
+    std::shared_ptr<EventQueue> MakeEvent(EVENT_TYPE type) override;
 
     /// The camera left.
     void NoteLoss() noexcept;
     bool IsLost() const;
     /// IO: the stream ended for that reason, or the camera left.
     [[noreturn]] static void FailBecauseOfEnd(vexlo::VxStatus reason);
+
+protected:
+    void DoOpen() override TAVIX_EXCLUDES(TreeMutex());
+    void DoEnd() noexcept override TAVIX_EXCLUDES(TreeMutex());
 
 private:
     using Figures = AcquisitionEngine::Figures;
@@ -64,7 +65,6 @@ private:
     vexlo::CVxStream& m_Vx; // owned by the device
     AcquisitionEngine m_Engine;
     std::atomic<bool> m_IsLocked{false}; // by TLParamsLocked
-    bool m_IsClosed TAVIX_GUARDED_BY(TreeMutex()) = false;
 };
 
 } // namespace gentl

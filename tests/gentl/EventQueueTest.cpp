@@ -15,7 +15,7 @@ protected:
     Events() { queue->Register(); }
     ~Events() override {
         const Tavix::MutexLock guard(gentl::TreeMutex());
-        queue->Close();
+        queue->Leave();
     }
 
     /// SUCCESS, or why nothing came; 20 s are for ever.

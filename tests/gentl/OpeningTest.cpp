@@ -2,30 +2,16 @@
 
 #include "ScriptedCameras.h"
 
-#include "gentl/TreeMutex.h"
 #include "vexlo/Enumerator.h"
 #include "vexlo/VxDevice.h"
 
-#include <future>
 #include <thread>
 
 namespace {
 
+using scripted::Elsewhere;
+using scripted::IsTreeFree;
 using scripted::Seen;
-
-/// On another thread than the one that opens.
-template<class Action>
-auto Elsewhere(Action action) {
-    return std::async(std::launch::async, std::move(action)).get();
-}
-
-bool IsTreeFree() {
-    return Elsewhere([] {
-        if (!gentl::TreeMutex().try_lock()) return false;
-        gentl::TreeMutex().unlock();
-        return true;
-    });
-}
 
 class GenTLOpening : public scripted::OnTwoCameras {
 protected:

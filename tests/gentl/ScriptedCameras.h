@@ -2,6 +2,7 @@
 // The producer's inside on scripted cameras.
 
 #include "gentl/GenTL.h"
+#include "gentl/TreeMutex.h"
 #include "support/ScriptedBackend.h"
 #include "vexlo/discovery/BackendSet.h"
 
@@ -9,6 +10,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <utility>
@@ -74,6 +76,20 @@ struct Seen {
         return text;
     }
 };
+
+/// On another thread than the one that opens or closes.
+template<class Action>
+auto Elsewhere(Action action) {
+    return std::async(std::launch::async, std::move(action)).get();
+}
+
+inline bool IsTreeFree() {
+    return Elsewhere([] {
+        if (!gentl::TreeMutex().try_lock()) return false;
+        gentl::TreeMutex().unlock();
+        return true;
+    });
+}
 
 /// Two cameras, each on an interface of its own, and the library initialised.
 class OnTwoCameras : public testing::Test {
