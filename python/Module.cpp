@@ -13,6 +13,7 @@
 #include "python/classes/GroupDoor.h"
 #include "python/classes/ImageDoor.h"
 #include "python/classes/InfoDoor.h"
+#include "python/classes/SettingsDoor.h"
 #include "python/classes/StreamDoor.h"
 
 namespace py = pybind11;
@@ -45,6 +46,7 @@ void Fill(py::module_& module) {
     tavixpython::BindImage(module);
     tavixpython::BindStream(module);
     tavixpython::BindInfo(module);
+    tavixpython::BindSettings(module);
     tavixpython::BindCamera(module);
     tavixpython::BindGroup(module);
     RefuseEmptyObjects(module);

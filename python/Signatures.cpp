@@ -52,11 +52,17 @@ std::string Rewritten(std::string_view doc, const std::string& options) {
     return text + ")\n--\n\n" + std::string(rest == std::string_view::npos ? "" : doc.substr(rest));
 }
 
+/// Null for what is no method.
+py::object FunctionOf(py::handle method) {
+    if (PyInstanceMethod_Check(method.ptr()))
+        return py::reinterpret_borrow<py::object>(PyInstanceMethod_Function(method.ptr()));
+    return py::isinstance<py::staticmethod>(method) ? py::object(method.attr("__func__")) : py::object();
+}
+
 void WriteSignature(py::handle method, const std::string& options) {
-    if (!PyInstanceMethod_Check(method.ptr())) return;
-    PyObject* const function = PyInstanceMethod_Function(method.ptr());
-    if (!PyCFunction_Check(function)) return;
-    PyMethodDef* const definition = reinterpret_cast<PyCFunctionObject*>(function)->m_ml;
+    const py::object function = FunctionOf(method);
+    if (!function || !PyCFunction_Check(function.ptr())) return;
+    PyMethodDef* const definition = reinterpret_cast<PyCFunctionObject*>(function.ptr())->m_ml;
     char* const text = strdup(Rewritten(definition->ml_doc, options).c_str());
     std::free(const_cast<char*>(definition->ml_doc)); // as pybind11 frees it in the end
     definition->ml_doc = text;

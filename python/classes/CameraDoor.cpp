@@ -4,13 +4,13 @@
 #include "python/Errand.h"
 #include "python/Fork.h"
 #include "python/classes/Door.h"
+#include "python/classes/SettingsDoor.h"
 #include "python/classes/StreamDoor.h"
 #include "python/values/Values.h"
 
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
 
-#include <array>
 #include <filesystem>
 
 namespace py = pybind11;
@@ -103,49 +103,22 @@ Tavix::HostTime ToHostTime(Door& door, std::uint64_t cameraTime) {
     return Errand([camera = door.shared, cameraTime] { return camera->ToHostTime(cameraTime); });
 }
 
-template<std::size_t Columns>
-using Rows = std::vector<std::array<std::string, Columns>>;
-
-/// A list of tuples.
-template<std::size_t Columns>
-py::list ToList(const Rows<Columns>& rows) {
-    py::list list;
-    for (const auto& row : rows) {
-        py::tuple made(Columns);
-        for (std::size_t i = 0; i < Columns; ++i)
-            made[i] = ToText(row[i]);
-        list.append(made);
-    }
-    return list;
-}
-
 py::list SaveSettings(Door& door, const std::filesystem::path& path) {
-    return ToList(Errand([camera = door.shared, path] {
+    return UnreadOf(Errand([camera = door.shared, path] {
         std::vector<Tavix::RefusedSetting> unread;
         camera->ReadSettings(&unread).Save(path.string());
-        Rows<2> told;
-        for (const Tavix::RefusedSetting& one : unread)
-            told.push_back({one.name, one.reason});
-        return told;
+        return unread;
     }));
 }
 
 py::list LoadSettings(Door& door, const std::filesystem::path& path) {
-    return ToList(Errand([camera = door.shared, path] {
-        Rows<3> refused;
-        for (const Tavix::RefusedSetting& one : camera->Apply(Tavix::Settings::FromFile(path.string())))
-            refused.push_back({one.name, one.value, one.reason});
-        return refused;
-    }));
+    return ApplySettings(door.shared, Unlocked([&] { return Tavix::Settings::FromFile(path.string()); }));
 }
 
 py::list CompareSettings(Door& door, const std::filesystem::path& path) {
-    return ToList(Errand([camera = door.shared, path] {
+    return DifferencesOf(Errand([camera = door.shared, path] {
         const Tavix::Settings file = Tavix::Settings::FromFile(path.string());
-        Rows<3> different;
-        for (const Tavix::SettingDifference& one : camera->ReadSettings().Compare(file))
-            different.push_back({one.name, one.left, one.right});
-        return different;
+        return camera->ReadSettings().Compare(file);
     }));
 }
 
@@ -169,6 +142,15 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
         .def("feature", &Find, py::arg("name"),
              "The feature itself, with limits, unit and entries. NotFound with the nearest names.")
         .def("features", &Features, "All features that the camera implements, in the order of its description.")
+        .def(
+            "read_settings", [](Door& door) { return ReadSettings(door.shared); },
+            "All that is worth keeping of the camera's present state: Settings. What could not be read is in its "
+            "`unread`. Removed when the camera goes meanwhile.")
+        .def(
+            "apply", [](Door& door, const SettingsDoor& given) { return ApplySettings(door.shared, given.settings); },
+            py::arg("settings"),
+            "Applies the lines in order, again as long as more of them succeed; returns (name, value, reason) of each "
+            "that did not.")
         .def("save_settings", &SaveSettings, py::arg("path"),
              "Writes all settings to a file; returns (name, reason) of each that could not be read. Error when it "
              "cannot be "

@@ -96,6 +96,14 @@ void BindFeature(py::module_& module) {
         .def_property_readonly(
             "entries", [](const Feature& f) { return f.Entries(); }, LockFree(),
             "Entries of an enumeration that can be set now. ValueError for others.")
+        .def_property_readonly(
+            "all_entries", [](const Feature& f) { return f.Entries(/*all=*/true); }, LockFree(),
+            "Also those that cannot be set now. ValueError for others.")
+        .def_property_readonly("available", &Feature::IsAvailable, LockFree(), "Whether the camera has it now.")
+        .def_property_readonly("is_done", &Feature::IsDone, LockFree(),
+                               "Whether a command that was started is done; asks the camera.")
+        .def("start", &Feature::Start, LockFree(),
+             "Starts a command and does not wait for it, see is_done. AccessError.")
         .def_property_readonly("readable", &Feature::IsReadable, LockFree(), "Whether it can be read now.")
         .def_property_readonly("writable", &Feature::IsWritable, LockFree(),
                                "Whether it can be written, or a command executed, now.")

@@ -12,12 +12,12 @@ import os as _os
 from . import _ending, _html, _tavix
 from ._asynchronous import AsyncGroupStream, AsyncStream
 from ._tavix import (AccessError, Camera, CameraInfo, Counts, Error, Event, Feature, Group, GroupStream, HostTime, Image,
-                     ImageSet, NotFound, Removed, StateError, Stream, Subscription, Timeout, ValueError, Watch,
-                     __version__)
+                     ImageSet, NotFound, Removed, Settings, StateError, Stream, Subscription, Timeout, ValueError,
+                     Watch, __version__)
 
 __all__ = ["AccessError", "AsyncGroupStream", "AsyncStream", "Camera", "CameraInfo", "Counts", "Error", "Event",
-           "Feature", "Group", "GroupStream", "HostTime", "Image", "ImageSet", "NotFound", "Removed", "StateError",
-           "Stream", "Subscription", "Timeout", "ValueError", "Watch", "cameras", "group", "open", "virtual", "watch"]
+           "Feature", "Group", "GroupStream", "HostTime", "Image", "ImageSet", "NotFound", "Removed", "Settings",
+           "StateError", "Stream", "Subscription", "Timeout", "ValueError", "Watch", "cameras", "group", "open", "virtual", "watch"]
 
 Camera.__iter__ = None  # numbers are no names of features, and the loop over images is grab()
 Camera._repr_html_ = _html.of_camera

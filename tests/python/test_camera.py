@@ -320,6 +320,67 @@ def test_settings_are_saved_and_loaded(camera, tmp_path):
     assert camera.ExposureTime == 1234.0
 
 
+def test_settings_are_read_changed_and_applied(camera, tmp_path):
+    camera.ExposureTime = 1234.0
+    settings = camera.read_settings()
+    assert dict(settings)["Width"] == "64" and len(settings) == len(settings.lines) and settings.unread == []
+    camera.ExposureTime = 5000.0
+    assert [(name, float(was), float(now)) for name, was, now in settings.compare(camera.read_settings())] == [
+        ("ExposureTime", 1234.0, 5000.0)]
+    settings.add("Width", "32")
+    settings.add("Nonsense", "1")
+    settings.save(tmp_path / "settings.txt")
+    loaded = tavix.Settings.load(tmp_path / "settings.txt")
+    assert loaded.lines == settings.lines and loaded.compare(settings) == []
+    ((name, value, reason),) = camera.apply(loaded)
+    assert (name, value) == ("Nonsense", "1") and reason
+    assert camera.ExposureTime == 1234.0 and camera.Width == 32
+    assert camera.load_settings(tmp_path / "settings.txt") == [(name, value, reason)]
+
+
+def test_settings_are_made_of_nothing_and_of_text(tmp_path):
+    made = tavix.Settings()
+    assert len(made) == 0 and made.lines == [] and repr(made) == "<tavix.Settings of 0 lines>"
+    made.add("Width", "32")
+    assert tavix.Settings.from_text(made.text).lines == [("Width", "32")]
+    assert tavix.Settings.from_text("# nothing\nWidth\t64\n").compare(made) == [("Width", "64", "32")]
+    assert repr(made) == "<tavix.Settings of 1 line>"
+    with pytest.raises(tavix.Error):
+        tavix.Settings.from_text("Width")
+    with pytest.raises(tavix.Error, match="nowhere"):
+        tavix.Settings.load(tmp_path / "nowhere.txt")
+    with pytest.raises(tavix.Error):
+        made.save(tmp_path / "nowhere" / "settings.txt")
+
+
+def test_what_a_camera_does_not_tell_is_unread():
+    done = run("import tavix\n"
+               "tavix.virtual([{'faults': {'control': [{'fault': 'Status', 'value': 32774, 'count': 0, 'command': 2048,\n"
+               "                                        'address': 1056832}]}}])\n"  # where it keeps the exposure time
+               "with tavix.open() as camera:\n    print(*[name for name, reason in camera.read_settings().unread if reason])")
+    assert done.stdout == "ExposureTime\n", done.stderr
+
+
+def test_a_feature_tells_whether_it_is_there_and_all_its_entries(camera):
+    mode, activation = camera.feature("TriggerMode"), camera.feature("TriggerActivation")
+    assert mode.available and mode.entries == mode.all_entries == ["Off", "On"]
+    assert not activation.available and "TriggerSource" in activation.why_not
+    with pytest.raises(tavix.ValueError):
+        camera.feature("Width").all_entries
+
+
+def test_a_command_is_started_and_asked():
+    with tavix.open("8") as camera:
+        save, endless = camera.feature("UserSetLoad"), camera.feature("TestEventGenerate")
+        save.start()
+        while not save.is_done:
+            pass
+        endless.start()
+        assert not endless.is_done
+    with tavix.open("8") as camera, pytest.raises(tavix.Error):
+        camera.feature("Width").start()
+
+
 def test_settings_are_compared_with_a_file(camera, tmp_path):
     camera.ExposureTime = 1234.0
     camera.save_settings(tmp_path / "settings.txt")
