@@ -32,8 +32,8 @@ void PostFailure(gpointer element, const std::exception& problem) {
     Source& source = SourceOf(element);
     const auto* loss = dynamic_cast<const Tavix::Removed*>(&problem);
     const bool isSilence = dynamic_cast<const Tavix::Timeout*>(&problem) != nullptr;
-    const bool hasGone = !isSilence && source.HasGone(); // a loss, too, is told after the message of it
-    if (!loss && !hasGone) return PostError(*GST_ELEMENT(element), problem);
+    if (!loss && (isSilence || !source.IsFoundGone())) return PostError(*GST_ELEMENT(element), problem);
+    source.AwaitNotice();
     if (source.IsFirstToTellLoss()) PostError(*GST_ELEMENT(element), loss ? *loss : Tavix::Removed(kUnplugged));
 }
 

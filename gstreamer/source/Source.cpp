@@ -170,20 +170,21 @@ void Source::Interrupt() noexcept {
     m_Changed.notify_all();
 }
 
-bool Source::HasGone() {
+void Source::AwaitNotice() {
     constexpr std::chrono::milliseconds kLag{500};
     Tavix::MutexLock lock(m_Mutex);
-    if (!m_Camera) return false;
+    if (!m_Camera) return;
     const auto end = std::chrono::steady_clock::now() + kLag;
     while (!m_IsAway && !m_Flow.IsInterrupted())
-        if (!lock.WaitUntil(m_Changed, end)) break;
-    return m_IsAway;
+        if (!lock.WaitUntil(m_Changed, end)) return;
 }
 
 /// What cannot be read is refused without asking the camera, and the refusal names a loss that is known.
 bool Source::IsFoundGone() const noexcept {
     try {
-        (*Opened())["AcquisitionStart"].Text();
+        const auto camera = Opened();
+        if (m_IsAway) return true;
+        (*camera)["AcquisitionStart"].Text();
     } catch (const Tavix::Removed&) {
         return true;
     } catch (const std::exception&) {

@@ -61,11 +61,11 @@ public:
     /// The same, for good.
     void Stop() noexcept;
 
-    /// Whether a failure is one of a camera that has gone. The notice of that may lag behind what fails by it, and is
-    /// waited for.
-    bool HasGone();
-    /// Whether an access has found that already, however late the notice is.
+    /// Whether the camera has gone, as the notice of it or an access has found, however late the notice is. After a
+    /// failure this tells whether it is one of that.
     bool IsFoundGone() const noexcept;
+    /// Of a camera that has gone: lets the message of it come before the error. Not for long.
+    void AwaitNotice();
     /// True for the first who asks since the camera was opened.
     bool IsFirstToTellLoss() { return !m_IsLossTold.exchange(true); }
 
