@@ -4,7 +4,6 @@
 #include "gstreamer/buffer/ImageMeta.h"
 
 #include <tavix/camera/Error.h>
-#include <tavix/imaging/Convert.h>
 
 #include <algorithm>
 #include <cstring>
@@ -84,7 +83,7 @@ void BufferMaker::Copy(GstBuffer& buffer, const Tavix::Image& image, const Layou
     if (IsSame(image, layout))
         CopyLines(image, writing.Span());
     else
-        Tavix::imaging::Convert(image.Picture(), writing.Span());
+        Tavix::imaging::Convert(image.Picture(), writing.Span(), {m_Demosaicing});
     m_CopiedBytes += layout.size;
 }
 

@@ -5,6 +5,7 @@
 #include "gstreamer/caps/CameraCaps.h"
 
 #include <tavix/camera/Image.h>
+#include <tavix/imaging/Convert.h>
 
 #include <atomic>
 #include <functional>
@@ -25,6 +26,8 @@ public:
 
     /// Whether those downstream read GstVideoMeta.
     void SetKnowsVideoMeta(bool knows) { m_KnowsVideoMeta = knows; }
+    /// How colours of Bayer images are found.
+    void SetDemosaicing(Tavix::imaging::Demosaicing demosaicing) { m_Demosaicing = demosaicing; }
     /// With the camera's facts as metadata. Null where none is allocated. Throws Error where the image cannot be
     /// converted.
     BufferPtr Make(Tavix::Image image, const Layout& layout, const Allocate& allocate);
@@ -38,6 +41,7 @@ private:
 
     GstAllocator* const m_Allocator;
     bool m_KnowsVideoMeta = false;
+    Tavix::imaging::Demosaicing m_Demosaicing = Tavix::imaging::Demosaicing::Bilinear;
     std::atomic<std::uint64_t> m_CopiedBytes{0};
 };
 

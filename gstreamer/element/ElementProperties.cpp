@@ -13,6 +13,7 @@ enum Property : guint {
     kTimeout,
     kReconnect,
     kConvert,
+    kDemosaicing,
     kBuffers,
     kKeepBudget,
     kMemoryLimit,
@@ -29,6 +30,17 @@ constexpr auto kAtAnyTime =
     static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING);
 
 constexpr guint kHighestPriority = 99;
+
+GType DemosaicingType() {
+    using Tavix::imaging::Demosaicing;
+    static const GEnumValue values[] = {
+        {static_cast<gint>(Demosaicing::Bilinear), "The mean of the neighbours that have the colour", "bilinear"},
+        {static_cast<gint>(Demosaicing::EdgeAware), "Along edges rather than across them, which takes longer",
+         "edge-aware"},
+        {0, nullptr, nullptr}};
+    static const GType type = g_enum_register_static("GstTavixDemosaicing", values);
+    return type;
+}
 
 void Assign(Options& options, guint id, const GValue& value) {
     const auto text = [&] { return g_value_get_string(&value) ? g_value_get_string(&value) : ""; };
@@ -47,6 +59,9 @@ void Assign(Options& options, guint id, const GValue& value) {
         break;
     case kConvert:
         options.convert = g_value_get_boolean(&value) != FALSE;
+        break;
+    case kDemosaicing:
+        options.demosaicing = static_cast<Tavix::imaging::Demosaicing>(g_value_get_enum(&value));
         break;
     case kBuffers:
         options.buffers = g_value_get_uint(&value);
@@ -110,6 +125,9 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
         break;
     case kConvert:
         g_value_set_boolean(value, options.convert);
+        break;
+    case kDemosaicing:
+        g_value_set_enum(value, static_cast<gint>(options.demosaicing));
         break;
     case kBuffers:
         g_value_set_uint(value, options.buffers);
@@ -217,6 +235,11 @@ void InstallRest(GObjectClass& klass) {
                              "Offer formats that the camera lacks as well, and convert on the host what GStreamer "
                              "has no name for, such as Mono12p or BayerRG10p",
                              standard.convert, kFixedWhileOpen));
+    g_object_class_install_property(
+        &klass, kDemosaicing,
+        g_param_spec_enum("demosaicing", "Demosaicing",
+                          "How colours that a pixel of a Bayer image lacks are found where convert has it converted",
+                          DemosaicingType(), static_cast<gint>(standard.demosaicing), kAtAnyTime));
     g_object_class_install_property(
         &klass, kPostMessages,
         g_param_spec_boolean("post-messages", "Post messages",

@@ -2,6 +2,7 @@
 // What an application has set of the element.
 
 #include <tavix/camera/ImageStream.h>
+#include <tavix/imaging/Convert.h>
 
 #include <gst/gst.h>
 
@@ -15,6 +16,7 @@ struct Options {
     GstClockTime timeout = 0;
     bool reconnect = false, convert = false, newestOnly = false, postMessages = false;
     guint buffers = 8, transferSize = 0, threadPriority = 0;
+    Tavix::imaging::Demosaicing demosaicing = Tavix::imaging::Demosaicing::Bilinear;
     guint64 keepBudget = guint64(512) << 20, memoryLimit = guint64(2) << 30;
 
     Tavix::GrabOptions ForGrab() const {

@@ -111,6 +111,7 @@ BufferPtr Source::BufferOf(Tavix::Image image) {
     if (m_IsFresh && m_Time.HasGrown(image))
         gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
     GstFlowReturn result = GST_FLOW_OK;
+    m_Maker.SetDemosaicing(Options()->demosaicing);
     BufferPtr buffer =
         m_Maker.Make(std::move(image), m_Layout, [&](gsize bytes) { return Allocate(m_Element, bytes, result); });
     if (result == GST_FLOW_FLUSHING) return nullptr;

@@ -248,4 +248,25 @@ TEST(GstCaps, HoldConvertedFormatsOnRequestOnly) {
     EXPECT_EQ(Feature(with, "PixelFormat"), "\"Mono12p\"");
 }
 
+/// The first image that such a camera sends.
+std::string ConvertedImage(const std::string& properties) {
+    VirtualBus bus(kCapsCamera);
+    Pipeline pipeline("tavixsrc name=src num-buffers=1 features=PixelFormat=BayerRG8 convert=true " + properties +
+                      " ! video/x-raw,format=RGBA" + kAppSink);
+    EXPECT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    const Handle<GstSample> sample = pipeline.Pull();
+    if (!sample) return {};
+    GstBuffer* buffer = gst_sample_get_buffer(sample.get());
+    std::string pixels(gst_buffer_get_size(buffer), '\0');
+    gst_buffer_extract(buffer, 0, pixels.data(), pixels.size());
+    return pixels;
+}
+
+TEST(GstCaps, OfConvertedBayerImagesHoldColoursFoundAsItIsAsked) {
+    const std::string plain = ConvertedImage("demosaicing=bilinear");
+    EXPECT_EQ(plain.size(), 640U * 480 * 4);
+    EXPECT_EQ(plain, ConvertedImage(""));
+    EXPECT_NE(plain, ConvertedImage("demosaicing=edge-aware"));
+}
+
 } // namespace
