@@ -16,7 +16,8 @@ std::uint64_t CountOf(vexlo::CVxEventStream& stream, vexlo::CVxEventStream::EPro
 
 } // namespace
 
-RemoteEvent::RemoteEvent(vexlo::CVxDevice& device) : EventQueue(EVENT_REMOTE_DEVICE), m_Device(device) {}
+RemoteEvent::RemoteEvent(vexlo::CVxDevice& device, EndListener onEnd)
+    : EventQueue(EVENT_REMOTE_DEVICE), m_Device(device), m_OnEnd(std::move(onEnd)) {}
 
 void RemoteEvent::DoOpen() {
     using Stream = vexlo::CVxEventStream;
@@ -25,6 +26,7 @@ void RemoteEvent::DoOpen() {
     // Nothing is longer than the transfers in which messages come.
     const std::uint32_t most = 1U << 20;
     Check(channel->SetProperty(Stream::Property_MaximumMessageLength, &most, sizeof most), "Events cannot be kept");
+    channel->SetEndListener(m_OnEnd);
     Check(channel->Open(), "The camera's event channel cannot be opened");
     m_Channel = channel;
     std::uint32_t length = 0;

@@ -13,8 +13,10 @@ namespace gentl {
 /// they are taken. Who waits here may have the last share of it when its device is gone. Thread-safe.
 class RemoteEvent final : public EventQueue {
 public:
-    /// Of a device that ends it before itself.
-    explicit RemoteEvent(vexlo::CVxDevice& device);
+    using EndListener = std::function<void(vexlo::VxStatus)>;
+    /// Of a device that ends it before itself. The listener is told, on a thread of the USB access library, when the
+    /// channel has ended by itself.
+    RemoteEvent(vexlo::CVxDevice& device, EndListener onEnd);
 
     /// The camera left: who waits gets an error instead of waiting for ever.
     void NoteLoss() noexcept;
@@ -37,7 +39,8 @@ private:
     /// Throws when the camera left or its event channel has ended.
     void CheckEnd() const TAVIX_REQUIRES(m_StreamMutex);
 
-    vexlo::CVxDevice& m_Device;                 // not after it has ended
+    vexlo::CVxDevice& m_Device; // not after it has ended
+    const EndListener m_OnEnd;
     vexlo::CVxEventStream* m_Channel = nullptr; // owned by the device; for who opens and ends this, null unless open
     size_t m_LargestData = 0;                   // constant once it has its handle
     Tavix::Mutex m_StreamMutex;

@@ -126,6 +126,17 @@ void Device::NoteRemoval() noexcept {
     if (const auto stream = OpenedStream()) stream->NoteLoss();
 }
 
+void Device::NoteEndOfEvents(vexlo::VxStatus reason) noexcept {
+    if (reason == vexlo::VX_E_USB_NO_DEVICE) return; // NoteRemoval tells it
+    const auto event = Event(EVENT_ERROR);
+    if (!event) return;
+    try {
+        event->PushError(GC_ERR_IO, ("the camera's events have ended: " + TextOf(reason)).c_str());
+    } catch (const std::bad_alloc&) {
+        return; // who waits for them is told all the same
+    }
+}
+
 std::shared_ptr<Stream> Device::OpenedStream() {
     const Tavix::MutexLock guard(m_StreamMutex);
     return m_Stream;
@@ -151,7 +162,7 @@ void Device::Forget(const Stream&) noexcept {
 std::shared_ptr<EventQueue> Device::MakeEvent(EVENT_TYPE type) {
     if (type != EVENT_REMOTE_DEVICE) return Module::MakeEvent(type);
     CheckWritable(); // the camera's events are switched on
-    return std::make_shared<RemoteEvent>(*m_Device);
+    return std::make_shared<RemoteEvent>(*m_Device, [this](vexlo::VxStatus reason) { NoteEndOfEvents(reason); });
 }
 
 void Device::DoLeave() noexcept {

@@ -70,6 +70,8 @@ private:
     void WatchRemoval();
     static void OnRemoval(const vexlo::VxCallbackData* data);
     void NoteRemoval() noexcept;
+    /// On a thread of the USB access library.
+    void NoteEndOfEvents(vexlo::VxStatus reason) noexcept;
     std::shared_ptr<Stream> OpenedStream();
     /// With the name that the user has given it since it was found.
     FoundCamera AsNamedNow();

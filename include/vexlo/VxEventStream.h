@@ -5,6 +5,7 @@
 #include "vexlo/Export.h"
 #include "vexlo/Status.h"
 
+#include <functional>
 #include <memory>
 
 namespace vexlo {
@@ -33,6 +34,11 @@ public:
     bool IsOpen() const;
     /// As CVxStream::RegisterWaitObject: signalled while events are pending.
     [[nodiscard]] VxStatus RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObject);
+    /// Called on a thread of the library, no lock held, when the channel has ended by itself, with the reason: the
+    /// camera is gone or does not come to its senses. It stays ended until it is closed and opened anew. Empty for
+    /// none. To be set while the channel is closed. It must not call the channel; once Close has returned it is not
+    /// called any more.
+    void SetEndListener(std::function<void(VxStatus)> listener);
     /// Copies the oldest pending event message (prefix to data, one event) to `buffer` of *pSize bytes; *pSize becomes
     /// its length. VX_E_NO_DATA when none is pending; VX_E_INVALID_SIZE when it does not fit (it stays pending and
     /// *pSize tells its length). `pPending`, when not null, receives the number of events left.

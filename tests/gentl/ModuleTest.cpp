@@ -164,6 +164,38 @@ TEST_F(GenTLModules, SayThatAnUnpluggedCameraIsNotToBeReached) {
     EXPECT_TRUE(!Says(PORT_INFO_ACCESS_READ) && !Says(PORT_INFO_ACCESS_WRITE) && Says(PORT_INFO_ACCESS_NA));
 }
 
+TEST_F(GenTLModules, TellOfAnEventChannelThatEndsByItself) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    EVENT_HANDLE errors = nullptr, remote = nullptr;
+    ASSERT_EQ(GCRegisterEvent(device, EVENT_ERROR, &errors), GC_ERR_SUCCESS);
+    ASSERT_EQ(GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &remote), GC_ERR_SUCCESS);
+    const auto take = [](EVENT_HANDLE event) {
+        char data[512] = "";
+        size_t size = sizeof data;
+        const GC_ERROR code = EventGetData(event, data, &size, 60000);
+        if (code != GC_ERR_SUCCESS) return code;
+        GC_ERROR told = 0;
+        size_t bytes = sizeof told;
+        EXPECT_EQ(EventGetDataInfo(event, data, size, EVENT_DATA_ID, nullptr, &told, &bytes), GC_ERR_SUCCESS);
+        return told;
+    };
+    std::vector<std::future<GC_ERROR>> waiters;
+    for (int i = 0; i < 3; ++i)
+        waiters.push_back(std::async(std::launch::async, take, remote));
+    constexpr unsigned int recoveries = 5;
+    for (unsigned int i = 0; i <= recoveries; ++i) {
+        const std::size_t before = leftCamera.WritesTo(scripted::kEirm).size();
+        leftCamera.Fail(scripted::kEventIn, usb::TransferStatus::Stall);
+        ASSERT_TRUE(i == recoveries ||
+                    leftCamera.WaitFor([&] { return leftCamera.WritesTo(scripted::kEirm).size() > before; }));
+    }
+    EXPECT_EQ(take(errors), GC_ERR_IO);
+    for (auto& waiter : waiters)
+        EXPECT_EQ(waiter.get(), GC_ERR_IO);
+    ASSERT_EQ(GCUnregisterEvent(device, EVENT_REMOTE_DEVICE), GC_ERR_SUCCESS);
+    EXPECT_EQ(GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &remote), GC_ERR_SUCCESS) << "another try";
+}
+
 TEST_F(GenTLModules, HaveNoDescriptionWhereTheCameraNamesNone) {
     for (const std::uint64_t entries : {std::uint64_t(0), ~std::uint64_t(0)}) {
         leftCamera.Set64(scripted::kManifest, entries);

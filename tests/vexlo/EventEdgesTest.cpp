@@ -56,6 +56,22 @@ TEST_F(EventEdges, ItEndsWithTheSixthHaltWithoutAnEventInBetween) {
     HaltAndRecover(1);
 }
 
+TEST_F(EventEdges, ItsEndIsToldWithTheReasonAndOnce) {
+    const Tavix::WaitObjectEx told = Tavix::WaitObjectEx::Create();
+    std::vector<VxStatus> reasons;
+    events->SetEndListener([&](VxStatus reason) {
+        reasons.push_back(reason);
+        told.Signal();
+    });
+    OpenEvents();
+    HaltAndRecover(5);
+    camera.Fail(kEventIn, usb::TransferStatus::Stall);
+    ASSERT_TRUE(told.Wait(20000));
+    EXPECT_EQ(events->Close(), VX_OK);
+    EXPECT_EQ(reasons, std::vector<VxStatus>{VX_E_USB_IO});
+    events->SetEndListener(nullptr);
+}
+
 TEST_F(EventEdges, AnEventLetsHaltsBeCountedAnew) {
     OpenEvents();
     HaltAndRecover(4);

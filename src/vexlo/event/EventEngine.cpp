@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace vexlo {
 namespace {
@@ -80,6 +81,7 @@ VxStatus EventEngine::MakeSlots(const Settings& settings, std::uint32_t length) 
     }
     m_TransferLength = length;
     m_RecoveriesInRow = 0;
+    m_EndNews = VX_OK;
     return VX_OK;
 }
 
@@ -151,6 +153,11 @@ void EventEngine::SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitO
     m_Ring.SetWaitObject(std::move(waitObject), alarm);
 }
 
+void EventEngine::SetEndListener(std::function<void(VxStatus)> listener) {
+    const MutexLock lock(m_Lock);
+    m_EndListener = std::move(listener);
+}
+
 EventRing::Counts EventEngine::Counts() const {
     const MutexLock lock(m_Lock);
     return m_Ring.GetCounts();
@@ -194,6 +201,7 @@ void EventEngine::End(VxStatus reason, Alarm& alarm) {
     Leave(Phase::Ended);
     m_Ring.CountFailure(reason);
     m_Ring.End(reason, alarm);
+    m_EndNews = reason;
     (void)NoThrow([&] { return m_Session->Note(reason); });
     m_Changed.notify_all();
 }
@@ -231,6 +239,21 @@ void EventEngine::WaitUntilIdle(MutexLock& lock) {
 }
 
 PumpClient::Clock::time_point EventEngine::Service() {
+    const Clock::time_point next = RecoverInTime();
+    TellOfEnd();
+    return next;
+}
+
+void EventEngine::TellOfEnd() {
+    std::function<void(VxStatus)> listener;
+    MutexLock lock(m_Lock);
+    const VxStatus reason = std::exchange(m_EndNews, VX_OK);
+    if (reason != VX_OK) listener = m_EndListener;
+    lock.Unlock();
+    if (listener) listener(reason);
+}
+
+PumpClient::Clock::time_point EventEngine::RecoverInTime() {
     MutexLock lock(m_Lock);
     if (m_Phase != Phase::Recovering || m_InFlight != 0) return Clock::time_point::max();
     if (m_RecoverAt > Clock::now()) return m_RecoverAt;

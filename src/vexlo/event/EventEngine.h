@@ -4,6 +4,7 @@
 #include "vexlo/device/DeviceSession.h"
 #include "vexlo/event/EventRing.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -38,6 +39,8 @@ public:
     // At any time.
     [[nodiscard]] VxStatus Take(void* buffer, unsigned long& size, std::size_t& pending) TAVIX_EXCLUDES(m_Lock);
     void SetWaitObject(std::shared_ptr<Tavix::_WaitObjectPosix_t> waitObject) TAVIX_EXCLUDES(m_Lock);
+    /// Told on the pump's thread of an end that nobody asked for, under no lock; may be empty.
+    void SetEndListener(std::function<void(VxStatus)> listener) TAVIX_EXCLUDES(m_Lock);
     EventRing::Counts Counts() const TAVIX_EXCLUDES(m_Lock);
     std::uint32_t TransferLength() const TAVIX_EXCLUDES(m_Lock);
 
@@ -64,7 +67,9 @@ private:
     [[nodiscard]] VxStatus Launch() TAVIX_EXCLUDES(m_Lock);
     [[nodiscard]] VxStatus Enable(bool enabled);
     [[nodiscard]] VxStatus ClearHalt();
+    Clock::time_point RecoverInTime() TAVIX_EXCLUDES(m_Lock);
     void Recover() TAVIX_EXCLUDES(m_Lock);
+    void TellOfEnd() TAVIX_EXCLUDES(m_Lock);
 
     // constant from Start to Stop
     DeviceSession* m_Session = nullptr;
@@ -75,6 +80,8 @@ private:
     std::condition_variable m_Changed; ///< a transfer has come back
     Phase m_Phase TAVIX_GUARDED_BY(m_Lock) = Phase::Stopped;
     EventRing m_Ring TAVIX_GUARDED_BY(m_Lock);
+    std::function<void(VxStatus)> m_EndListener TAVIX_GUARDED_BY(m_Lock); ///< may be empty
+    VxStatus m_EndNews TAVIX_GUARDED_BY(m_Lock) = VX_OK;                  ///< for the listener
     std::vector<std::unique_ptr<Slot>> m_Slots TAVIX_GUARDED_BY(m_Lock);
     std::size_t m_InFlight TAVIX_GUARDED_BY(m_Lock) = 0;
     VxStatus m_Refusal TAVIX_GUARDED_BY(m_Lock) = VX_OK; ///< why the last transfer could not be queued

@@ -61,6 +61,10 @@ VxStatus CVxEventStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t* waitObjec
     return VX_OK;
 }
 
+void CVxEventStream::SetEndListener(std::function<void(VxStatus)> listener) {
+    m_Impl->engine.SetEndListener(std::move(listener));
+}
+
 VxStatus CVxEventStream::RetrieveEvent(void* buffer, unsigned long* pSize, unsigned long* pPending) {
     if (pSize == nullptr || (buffer == nullptr && *pSize != 0)) return VX_E_INVALID_PARAMETER;
     std::size_t pending = 0;
