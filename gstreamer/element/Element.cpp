@@ -85,15 +85,25 @@ void TellMisfit(GstBaseSrc* element) {
                                                        TextOf(*wanted) + "; it has " + TextOf(*has)));
 }
 
+gboolean Agree(GstBaseSrc* element) {
+    return GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element);
+}
+
 /// Where the camera goes meanwhile, its limits are empty and no step need fail by itself.
 gboolean Negotiate(GstBaseSrc* element) {
     const CapsPtr before(gst_pad_get_current_caps(GST_BASE_SRC_PAD(element)));
-    if (GST_BASE_SRC_CLASS(gst_tavix_src_parent_class)->negotiate(element)) {
+    Source& source = SourceOf(element);
+    const auto takesBack = [&] { return Guarded(element, false, [&] { return source.TakeBack(); }); };
+    const auto hasGone = [&] { return source.IsFoundGone(); };
+    bool isAgreed = Agree(element) != FALSE;
+    while (!isAgreed && !hasGone() && takesBack())
+        isAgreed = Agree(element) != FALSE;
+    if (isAgreed) {
         const CapsPtr now(gst_pad_get_current_caps(GST_BASE_SRC_PAD(element)));
         // The base class keeps quiet of caps that stay the same, while the camera may be set otherwise by now.
         return !before || !now || !gst_caps_is_equal(before.get(), now.get()) || SetCaps(element, now.get());
     }
-    if (SourceOf(element).IsFoundGone())
+    if (hasGone())
         PostFailure(element, Tavix::Removed(kUnplugged));
     else
         TellMisfit(element);

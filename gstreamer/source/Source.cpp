@@ -122,8 +122,62 @@ void Source::Negotiated(GstCaps& caps) {
         const Tavix::MutexLock lock(m_Mutex);
         m_Layout = layout;
         m_Period = layout.Duration();
+        m_Former.clear();
     }
     if (hasOtherPeriod) gst_element_post_message(&Element(), gst_message_new_latency(GST_OBJECT(&m_Element)));
+}
+
+void Source::Remember(const Tavix::Camera& camera, const std::string& feature) {
+    using Type = Tavix::FeatureType;
+    if (!gst_pad_has_current_caps(GST_BASE_SRC_PAD(&m_Element))) return;
+    const Tavix::Feature asked = camera[feature];
+    const Type type = asked.Type();
+    if (type == Type::Command || type == Type::Category || type == Type::Register || !asked.IsReadable()) return;
+    const std::string value = asked.Text();
+    const Tavix::MutexLock lock(m_Mutex);
+    const auto isMeant = [&](const auto& one) { return one.first == feature; };
+    const auto known = std::find_if(m_Former.begin(), m_Former.end(), isMeant);
+    if (known == m_Former.end())
+        m_Former.emplace_back(feature, value);
+    else
+        std::rotate(known, known + 1, m_Former.end());
+}
+
+void Source::SetBack(Tavix::Camera& camera, const std::string& feature, const std::string& value) {
+    Tavix::Settings settings;
+    settings.Add(feature, value);
+    if (camera.Apply(settings).empty()) return;
+    m_Flow.Stop(); // which locks some
+    camera.Apply(settings);
+}
+
+bool Source::TakeBack() {
+    const auto camera = Opened();
+    std::vector<std::pair<std::string, std::string>> former;
+    {
+        const Tavix::MutexLock lock(m_Mutex);
+        former.swap(m_Former);
+    }
+    const CapsPtr caps(gst_pad_get_current_caps(GST_BASE_SRC_PAD(&m_Element)));
+    if (m_Setup.empty() || !caps) return false;
+    while (!former.empty()) {
+        const auto [name, value] = former.back();
+        former.pop_back();
+        const std::string now = (*camera)[name].Text(), had = TextOf(*Caps());
+        if (now == value) continue;
+        SetBack(*camera, name, value);
+        if (TextOf(*Caps()) == had) { // it has nothing to do with them
+            SetBack(*camera, name, now);
+            continue;
+        }
+        PostWarning(Element(), Tavix::ValueError(name + "=" + now + " does not go with the caps of the pipeline, " +
+                                                     TextOf(*caps) + "; the camera is set back to " + value,
+                                                 name));
+        const Tavix::MutexLock lock(m_Mutex);
+        m_Former.insert(m_Former.begin(), former.begin(), former.end()); // if that is not enough
+        return true;
+    }
+    return false;
 }
 
 void Source::TellSetBack(const Setup& wanted, const Setup& now, const GstCaps& caps) {
@@ -161,6 +215,10 @@ void Source::StopStream() noexcept {
 void Source::Stop() noexcept {
     StopStream();
     m_Setup.clear();
+    {
+        const Tavix::MutexLock lock(m_Mutex);
+        m_Former.clear();
+    }
     m_Offset = 0;
 }
 
@@ -232,7 +290,10 @@ void Source::SetFeatures(const std::string& text) {
     }
     for (const Assignment& assignment : assignments) {
         try {
-            WhileItMay([&](Tavix::Camera& camera) { Apply(camera, assignment); });
+            WhileItMay([&](Tavix::Camera& camera) {
+                Remember(camera, assignment.feature);
+                Apply(camera, assignment);
+            });
         } catch (const std::exception& problem) {
             PostWarning(Element(), problem);
         }
@@ -262,7 +323,10 @@ void Source::Read(const std::string& feature, GValue& value) {
 }
 
 void Source::Write(const std::string& feature, const GValue& value) {
-    WhileItMay([&](Tavix::Camera& camera) { WriteFeature(camera, feature, value); });
+    WhileItMay([&](Tavix::Camera& camera) {
+        Remember(camera, feature);
+        WriteFeature(camera, feature, value);
+    });
 }
 
 std::vector<std::string> Source::FeatureNames() {

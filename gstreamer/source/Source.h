@@ -15,6 +15,7 @@
 #include <condition_variable>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavixgst {
@@ -50,6 +51,9 @@ public:
 
     // For the pipeline's thread.
     void Negotiated(GstCaps& caps);
+    /// Where the camera has no caps left that the pipeline takes: takes back the last feature of those which have been
+    /// set since they were negotiated and changed them, with a warning. False when there is none.
+    bool TakeBack();
     void SetKnowsVideoMeta(bool knows) { m_Maker.SetKnowsVideoMeta(knows); }
     /// Of a buffer for an image that is copied or converted; 0: none is, as far as is known.
     gsize PooledBytes() const { return m_NeedsPool ? m_Layout.size : 0; }
@@ -78,6 +82,10 @@ public:
 
 private:
     std::shared_ptr<Tavix::Camera> Opened() const;
+    /// Text for a feature, which is to be set at once, also where the stream has to end for it.
+    void SetBack(Tavix::Camera& camera, const std::string& feature, const std::string& value);
+    /// What a feature holds before it is set, in case that it is to be taken back.
+    void Remember(const Tavix::Camera& camera, const std::string& feature);
     /// Does it while the camera streams, or between two streams where it cannot be done otherwise.
     void WhileItMay(const std::function<void(Tavix::Camera&)>& deed);
     void OnRemoval(bool isBack);
@@ -101,6 +109,8 @@ private:
     mutable Tavix::Mutex m_Mutex;
     std::shared_ptr<const tavixgst::Options> m_Options TAVIX_GUARDED_BY(m_Mutex);
     std::shared_ptr<Tavix::Camera> m_Camera TAVIX_GUARDED_BY(m_Mutex);
+    // Of features that were set since the last negotiation, in that order; those of the caps.
+    std::vector<std::pair<std::string, std::string>> m_Former TAVIX_GUARDED_BY(m_Mutex);
     GstClockTime m_Period TAVIX_GUARDED_BY(m_Mutex) = 0; // m_Layout's duration
 
     BufferMaker m_Maker;

@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include <unistd.h>
 
 namespace {
 
@@ -198,6 +203,59 @@ TEST(GstCaps, TakeBackWhatDoesNotGoWithThem) {
         EXPECT_TRUE(pipeline.Pull());
     }
     EXPECT_EQ(pipeline.Stat("copied"), 0U) << "without convert nothing is";
+}
+
+/// A camera that takes no more images a second than its exposure time leaves room for.
+class CameraWithExposureLimit {
+public:
+    CameraWithExposureLimit() {
+        std::ifstream file(TAVIX_VIRTUAL_CAMERA_XML);
+        std::string xml((std::istreambuf_iterator<char>(file)), {});
+        const std::string most = "<Max>10000</Max>", end = "</RegisterDescription>";
+        xml.replace(xml.find(most), most.size(), "<pMax>ExposureLimit</pMax>");
+        xml.insert(xml.rfind(end), R"(<SwissKnife Name="ExposureLimit" NameSpace="Custom">
+                                         <pVariable Name="EXPOSURE">ExposureTime</pVariable>
+                                         <Formula>1000000 / EXPOSURE</Formula></SwissKnife>)");
+        std::ofstream(m_Path) << xml;
+    }
+    ~CameraWithExposureLimit() { std::remove(m_Path.c_str()); }
+
+    std::string Settings() const {
+        return R"([{"sensorWidth": 64, "sensorHeight": 64, "registers": {"descriptionPath": ")" + m_Path + "\"}}]";
+    }
+
+private:
+    const std::string m_Path = testing::TempDir() + "exposure-limit-" + std::to_string(getpid()) + ".xml";
+};
+
+TEST(GstCaps, TakeBackWhatLeavesTheCameraNoneOfThem) {
+    const CameraWithExposureLimit camera;
+    VirtualBus bus(camera.Settings());
+    Pipeline pipeline(std::string("tavixsrc name=src features=ExposureTime=5000 ! video/x-raw,framerate=50/1") +
+                      kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_PLAYING));
+    for (const char* exposure : {"100000", "200000"}) {
+        ASSERT_TRUE(pipeline.Pull());
+        SetFeatures(pipeline, (std::string("ReverseX=1 ExposureTime=") + exposure + " Gain=3").c_str());
+        EXPECT_THAT(pipeline.AwaitWarning(),
+                    AllOf(StartsWith(std::string("ExposureTime=") + exposure), HasSubstr("framerate=(fraction)50/1"),
+                          HasSubstr("set back to 5000")));
+        EXPECT_EQ(Feature(pipeline, "ExposureTime"), "5000.000000");
+        EXPECT_EQ(Feature(pipeline, "Gain"), "3.000000") << "which has nothing to do with it";
+    }
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(pipeline.Pull());
+}
+
+TEST(GstCaps, ThatTheCameraLacksFromTheBeginningAreNotTakenBack) {
+    const CameraWithExposureLimit camera;
+    VirtualBus bus(camera.Settings());
+    Pipeline pipeline(std::string("tavixsrc name=src ! video/x-raw,framerate=50/1") + kAppSink);
+    ASSERT_TRUE(pipeline.Reach(GST_STATE_READY));
+    SetFeatures(pipeline, "ExposureTime=100000");
+    pipeline.Reach(GST_STATE_PLAYING);
+    EXPECT_THAT(pipeline.AwaitError(), HasSubstr("no such images"));
+    EXPECT_EQ(Feature(pipeline, "ExposureTime"), "100000.000000");
 }
 
 TEST(GstCaps, ChangeBeforeTheFirstImageOfAnotherFormat) {
