@@ -89,9 +89,11 @@ TEST(StrangeProducer, PrintsNothingIntoOurOutput) {
 }
 
 TEST(StrangeProducer, IsToldAsOneThatEndsTheProcess) {
-    const Outcome outcome = Show("Exits", {"--json"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, std::string("tavix: ") + TAVIX_STRANGE_PRODUCER + " ends the process that calls it\n");
+    for (const char* oddity : {"Exits", "ExitsAtOnce"}) {
+        const Outcome outcome = Show(oddity, {"--json"});
+        EXPECT_EQ(outcome.status, 1) << oddity;
+        EXPECT_EQ(outcome.err, std::string("tavix: ") + TAVIX_STRANGE_PRODUCER + " ends the process that calls it\n");
+    }
     const Variable path("GENICAM_GENTL64_PATH", TAVIX_STRANGE_PRODUCER);
     for (const char* oddity : {"Exits", "ExitsAtOnce"}) {
         const Variable variable(kOddity, oddity);

@@ -4,12 +4,14 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <iterator>
 #include <system_error>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr const char* kReportVariable = "TAVIX_REPORT_FILE"; // the number of a file that the program inherits
 constexpr std::size_t kMostErrors = 64 << 10;
 constexpr std::size_t kLongestEnding = 16;
 
@@ -73,13 +76,14 @@ private:
     posix_spawn_file_actions_t m_Actions;
 };
 
-pid_t Start(const std::string& program, const std::vector<std::string>& arguments, const FileActions& files) {
+pid_t Start(const std::string& program, const std::vector<std::string>& arguments,
+            const posix_spawn_file_actions_t* files) {
     std::vector<char*> words{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     pid_t child = 0;
-    Require(posix_spawn(&child, program.c_str(), files.Get(), nullptr, words.data(), environ), "starting a program");
+    Require(posix_spawn(&child, program.c_str(), files, nullptr, words.data(), environ), "starting a program");
     return child;
 }
 
@@ -127,7 +131,8 @@ int Wait(pid_t child) {
 
 ChildOutcome RunChild(const std::string& program, const std::vector<std::string>& arguments, int timeoutMs) {
     Pipe output, errors;
-    const pid_t child = Start(program, arguments, FileActions(output.ends[1], errors.ends[1]));
+    const FileActions files(output.ends[1], errors.ends[1]);
+    const pid_t child = Start(program, arguments, files.Get());
     output.CloseWriting();
     errors.CloseWriting();
     ChildOutcome outcome;
@@ -141,6 +146,34 @@ ChildOutcome RunChild(const std::string& program, const std::vector<std::string>
     outcome.end = WIFSIGNALED(status) ? ChildOutcome::End::Killed : ChildOutcome::End::Exited;
     outcome.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
     return outcome;
+}
+
+ReportedEnd RunToReport(const std::string& program, const std::vector<std::string>& arguments) {
+    Pipe report;
+    Require(fcntl(report.ends[1], F_SETFD, 0) == 0 ? 0 : errno, "preparing a program"); // that one is inherited
+    setenv(kReportVariable, std::to_string(report.ends[1]).c_str(), /*overwrite=*/1);
+    const pid_t child = Start(program, arguments, nullptr);
+    unsetenv(kReportVariable);
+    report.CloseWriting();
+    const int status = Wait(child);
+    ReportedEnd outcome;
+    outcome.end = WIFSIGNALED(status) ? ChildOutcome::End::Killed : ChildOutcome::End::Exited;
+    outcome.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    char byte = 0;
+    // What the program has started itself may have the other end still, so this must not wait.
+    pollfd said{report.ends[0], POLLIN, 0};
+    outcome.hasReported = poll(&said, 1, 0) == 1 && read(report.ends[0], &byte, 1) == 1;
+    return outcome;
+}
+
+bool ReportFile::IsThere() {
+    if (!secure_getenv(kReportVariable)) return false;
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // nobody waits for this program any more then
+    return true;
+}
+
+ReportFile::~ReportFile() {
+    (void)!write(std::atoi(secure_getenv(kReportVariable)), "", 1);
 }
 
 } // namespace tool

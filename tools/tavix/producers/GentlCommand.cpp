@@ -1,23 +1,20 @@
 #include "Error.h"
+#include "Interrupt.h"
 #include "PlainFile.h"
 #include "line/Commands.h"
 #include "output/Json.h"
 #include "output/OwnOutput.h"
 #include "output/Table.h"
 #include "output/Text.h"
+#include "producers/ChildProcess.h"
 #include "producers/ProducerPath.h"
 #include "producers/Walk.h"
-
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-
-#include <unistd.h>
 
 namespace tool {
 namespace {
 
 constexpr std::uint64_t kLargestProducer = 1 << 30;
+constexpr int kLastOwnStatus = 128; // beyond it a signal ended the program
 
 nlohmann::json ToJson(const ModuleInfos& infos) {
     nlohmann::json json = nlohmann::json::object();
@@ -62,34 +59,29 @@ Table ToTable(const std::string& path, const ShownSystem& shown) {
     return table;
 }
 
-const char* s_Walked = nullptr; // the producer that is walked through
-
-/// At the end of the process: a walk that goes on has not ended it.
-void TellWhoEndedUs() {
-    if (!s_Walked) return;
-    std::fprintf(stderr, "tavix: %s %s\n", Printable(s_Walked).c_str(), kEndsTheProcess);
-    std::fflush(stderr);
-    _exit(kFailed);
-}
-
-/// Tells of a producer that calls exit(), too.
-ShownSystem WatchedWalk(const std::string& path) {
-    std::atexit(&TellWhoEndedUs);
-    s_Walked = path.c_str();
-    const auto end = [](const char** walked) { *walked = nullptr; };
-    const std::unique_ptr<const char*, decltype(end)> watch(&s_Walked, end);
-    return WalkProducer(path);
-}
-
-int ShowProducer(const FileOptions& options) {
-    RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
+/// The walk itself; what a producer does to the process ends this one only.
+int ShowWalk(const FileOptions& options) {
+    const ReportFile report;
     OwnOutput output;
-    const ShownSystem shown = WatchedWalk(options.path);
+    const ShownSystem shown = WalkProducer(options.path);
     output.Print(options.json ? JsonText(ToJson(shown)) : ToTable(options.path, shown).Text());
     const std::vector<std::string> failures = FailuresIn(shown);
     if (failures.empty()) return kDone;
     const std::string more = failures.size() == 1 ? "" : ", and " + std::to_string(failures.size() - 1) + " more";
     throw Error(options.path + " works in part: " + failures.front() + more, kPartly);
+}
+
+int ShowProducer(const FileOptions& options) {
+    if (ReportFile::IsThere()) return ShowWalk(options);
+    RequirePlainFile(options.path, kLargestProducer, "name a producer, a file that ends in .cti");
+    std::vector<std::string> arguments{"gentl", options.path.front() == '-' ? "./" + options.path : options.path};
+    if (options.json) arguments.emplace_back("--json");
+    const ReportedEnd walk = RunToReport("/proc/self/exe", arguments);
+    if (walk.end == ChildOutcome::End::Killed)
+        throw Error(options.path + " crashes with signal " + std::to_string(walk.code));
+    if (!walk.hasReported && !IsInterrupted() && walk.code <= kLastOwnStatus)
+        throw Error(options.path + " " + kEndsTheProcess);
+    return walk.code;
 }
 
 std::string MissingText() {
