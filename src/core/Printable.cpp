@@ -1,6 +1,8 @@
 #include "core/Printable.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 namespace Tavix {
 namespace {
@@ -34,8 +36,21 @@ struct Character {
     bool isShown;
 };
 
+struct Range {
+    std::uint32_t first, last;
+};
+
+constexpr Range kTurns[] = {
+    {0x061C, 0x061C}, // Arabic letter mark
+    {0x200E, 0x200F}, // marks of direction
+    {0x2028, 0x202E}, // line and paragraph ends; embeddings and overrides of direction
+    {0x2066, 0x2069}, // isolates of direction
+};
+
 bool IsShown(std::uint32_t code) {
-    return code >= kSpace && (code < kFirstControl || code > kLastControl);
+    const auto holds = [&](const Range& range) { return code >= range.first && code <= range.last; };
+    const bool isControl = code < kSpace || (code >= kFirstControl && code <= kLastControl);
+    return !isControl && std::none_of(std::begin(kTurns), std::end(kTurns), holds);
 }
 
 bool IsWellFormed(std::uint32_t code, std::uint32_t least) {

@@ -35,6 +35,15 @@ TEST(Printable, LetsNoC1ControlThroughHoweverItIsWritten) {
     }
 }
 
+TEST(Printable, LetsNothingTurnTheDirectionOfWriting) {
+    for (const char* const text :
+         {"\u061C", "\u200E", "\u200F", "\u202A", "\u202E", "\u2066", "\u2069", "\u2028", "\u2029"})
+        EXPECT_EQ(Printable(std::string("a") + text + "b"), "a?b") << text;
+    for (const char* const text : {"\u061B", "\u061D", "\u200D", "\u2010", "\u2027", "\u202F", "\u2065", "\u206A"})
+        EXPECT_EQ(Printable(text), text);
+    EXPECT_EQ(Printable("\u05D0\u0628"), "\u05D0\u0628") << "letters that are written that way";
+}
+
 TEST(Printable, ReplacesWhatIsNoText) {
     EXPECT_EQ(Printable("\xC0\x9B[2J"), "??[2J") << "escape, written longer than needed";
     EXPECT_EQ(Printable("\xE0\x80\x9B"), "???");

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <set>
 
 #include <nlohmann/json.hpp>
@@ -21,6 +22,7 @@ const std::vector<std::string> kControls{"\x1b[31m",
                                          "\x9b"
                                          "31m",
                                          "\xc2\x85",
+                                         "\u202e",
                                          "\r"};
 
 /// A control character other than the line ends of the output, or a byte that is no UTF-8.
@@ -30,6 +32,8 @@ bool HasControls(const std::string& text) {
         if ((byte < 0x20 && byte != '\n') || byte == 0x7F) return true;
         const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
         if (byte == 0xC2 && next >= 0x80 && next < 0xA0) return true;
+        for (const char* turn : {"\u061c", "\u200e", "\u200f", "\u202a", "\u202e", "\u2066", "\u2069"})
+            if (text.compare(i, std::strlen(turn), turn) == 0) return true;
         if (byte >= 0x80 && byte < 0xA0 && (i == 0 || static_cast<unsigned char>(text[i - 1]) < 0xC2)) return true;
     }
     return false;
@@ -59,7 +63,8 @@ std::string SettingsWith(const TestFolder& folder, const nlohmann::json& camera)
 
 TEST(HostileText, OfACamerasStringsIsHarmless) {
     const TestFolder folder;
-    for (const char* evil : {"A\u001b[31mB", "A\u007fB", "A\u009b31mB", "A\u0085B", "A\nB"}) {
+    for (const char* evil :
+         {"A\u001b[31mB", "A\u007fB", "A\u009b31mB", "A\u0085B", "A\nB", "A\u202eB\u2066\u200f\u061c"}) {
         const std::string settings =
             SettingsWith(folder, {{"model", evil}, {"vendor", evil}, {"userName", evil}, {"serial", "1"}});
         for (const Arguments& command : std::vector<Arguments>{{"list"},
@@ -117,6 +122,15 @@ TEST(HostileText, OfTheCommandLineIsHarmless) {
             ExpectHarmless(RunTool(command), command);
         }
     }
+}
+
+TEST(HostileText, IsWholeInJson) {
+    const TestFolder folder;
+    const std::string evil = "A\u202eB\u009b\u007f\u061c\U0001F4F7";
+    const Outcome outcome =
+        RunTool({"--virtual", SettingsWith(folder, {{"model", evil}}), "get", "DeviceModelName", "--json"});
+    EXPECT_NE(outcome.out.find("A\\u202eB\\u009b\\u007f\\u061c\U0001F4F7"), std::string::npos) << outcome.out;
+    EXPECT_EQ(nlohmann::json::parse(outcome.out, nullptr, false)[0]["value"], evil);
 }
 
 TEST(HostileText, InANameLeavesThatFeatureOutOfJson) {
