@@ -115,6 +115,7 @@ template<class Once>
 VxStatus ControlChannel::Retry(Once once, Repeat repeat, const Deadline& whole) {
     Limits limits = LimitsOf(repeat, whole);
     if (whole.IsOver(limits.start)) return VX_E_TIMEOUT;
+    const Deadline patience(m_Timing.retryLimit, limits.start);
     int busy = 0;
     for (int failures = 0;; limits.start = CurrentClock().Now()) {
         const Outcome outcome = once(limits);
@@ -126,11 +127,14 @@ VxStatus ControlChannel::Retry(Once once, Repeat repeat, const Deadline& whole) 
             m_IsSilent = false;
             return outcome.status;
         }
-        const VxStatus resynchronised = Resynchronise(/*forceHalt=*/failures > 0, limits.tries);
+        const VxStatus resynchronised =
+            Resynchronise(/*forceHalt=*/failures > 0, limits.tries.Within(m_Timing.lookLimit));
         if (resynchronised == VX_E_USB_NO_DEVICE) return resynchronised;
         const bool mayRepeat = repeat == Repeat::Safe || !outcome.delivered;
         NoteSilence(IsSilence(resynchronised));
-        if (!mayRepeat || failures++ == kRepeats || limits.tries.IsOver()) return outcome.status;
+        // Who states that it may take long is waited for once, and again only where it has shown that it is there.
+        const bool isGivenUp = m_IsSilent && patience.IsOver();
+        if (!mayRepeat || isGivenUp || failures++ == kRepeats || limits.tries.IsOver()) return outcome.status;
     }
 }
 

@@ -23,6 +23,7 @@ struct ControlTiming {
     Duration margin{100};           ///< added to what the camera states
     Duration pendingLimit{30000};   ///< whole time for one command, however often the camera asks for more
     Duration retryLimit{4000};      ///< least time after which a command is not tried again
+    Duration lookLimit{2200};       ///< for a look whether a camera is there that left a command unanswered
     Duration silentLimit{900};      ///< whole time for a command to a camera that did not answer the last one
     Duration silentRest{3000};      ///< how long such a camera is not waited for again
     Duration glanceLimit{30};       ///< whole time for a command meanwhile; one that is back answers at once

@@ -20,7 +20,8 @@ VxStatus ControlChannel::Connect(const Deadline& whole) {
     const VxStatus reset = Reset();
     if (reset == VX_E_USB_NO_DEVICE) return reset;
     m_IsBrief = false; // nothing is known of it any more
-    return reset == VX_OK ? ConnectWithin(m_Timing.resetLimit, whole) : status;
+    const Deadline end = m_Timing.isBrief ? whole.Within(m_Timing.resetLimit) : whole;
+    return reset == VX_OK ? ConnectWithin(m_Timing.resetLimit, end) : status;
 }
 
 /// Clearing is harmless to every camera; a halt that we set ourselves is not, so it comes second, and seldom.

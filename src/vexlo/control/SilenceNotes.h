@@ -17,7 +17,8 @@ namespace vexlo {
 ///
 /// A probe waits as well, though not for long with a camera that was seen before, and never resets; what it has waited
 /// is not waited again. When a camera fell silent after an opening's first answer, its reset is still owed: the first
-/// attempt that gets no answer at all makes up for it. Thread-safe.
+/// attempt that gets no answer at all makes up for it, and the next one sees what came of it if that takes long. So
+/// does the first opening of a camera that fell silent while it was open: it was waited for then. Thread-safe.
 class SilenceNotes {
 public:
     /// The same timing with the limits of an attempt to open the camera now.
@@ -33,6 +34,10 @@ public:
     };
     void NoteAnswer(const Attempt& attempt) TAVIX_EXCLUDES(m_Lock);
     void NoteSilence(const Attempt& attempt) TAVIX_EXCLUDES(m_Lock);
+
+    /// A camera that is there, and was open until now, did not answer any more.
+    void NoteFallenSilent(const usb::Backend* bus, const std::string& id, const std::string& path)
+        TAVIX_EXCLUDES(m_Lock);
 
     /// A device has left the bus. A camera that has just been reset leaves as well, and is none the better for it.
     void NoteDeparture(const usb::Backend* bus, const std::string& id) TAVIX_EXCLUDES(m_Lock);

@@ -29,6 +29,14 @@ VxStatus SetSwitch(bool& isOn, const void* buffer, unsigned long size) {
     return status;
 }
 
+/// Who opens the camera again need not find out anew.
+void RememberSilence(DeviceSession& session) {
+    const auto library = Library::Get();
+    if (!library || !session.Control().IsGivenUp() || !session.IsCameraThere()) return;
+    const FoundCamera& camera = session.Camera();
+    library->Silence().NoteFallenSilent(camera.backend.get(), camera.id, camera.path);
+}
+
 } // namespace
 
 VxStatus AccessStatistics::NoteRead(VxStatus status) {
@@ -115,6 +123,7 @@ VxStatus CVxDevice::Close() {
             if (status == VX_OK) status = closed;
         }
         m_Impl->session.Set(nullptr);
+        RememberSilence(*session);
         session->Leave();
         // With the camera gone there is nothing left to be told to it.
         return status == VX_E_USB_NO_DEVICE ? VX_OK : status;

@@ -33,6 +33,14 @@ protected:
     void ExpectWithin(Clock::Duration limit, bool isProbe = false) {
         EXPECT_LE(clock.Of([&] { EXPECT_EQ(OpenElsewhere(isProbe), VX_E_TIMEOUT); }), limit);
     }
+    void FallSilentWhileOpen() {
+        isAwake = true;
+        ASSERT_EQ(device->Open(info), VX_OK);
+        isAwake = false;
+        std::uint32_t value = 0;
+        unsigned long count = sizeof value;
+        EXPECT_EQ(device->ReadMem(&value, 0, &count), VX_E_TIMEOUT);
+    }
     void Replug() {
         camera.Unplug(/*announce=*/true);
         camera.Replug();
@@ -171,6 +179,24 @@ TEST_F(Silence, OfAnOpenCameraIsWaitedForSeldomHoweverMuchIsAsked) {
     EXPECT_GE(clock.Of([&] { EXPECT_EQ(read(), VX_E_TIMEOUT); }), 500ms) << "it had answered";
 }
 
+TEST_F(Silence, OfAnOpenCameraIsBoundedWhateverResponseTimeItStates) {
+    isAwake = true;
+    camera.Set32(0x1CC, 0xFFFFFFFF);
+    ASSERT_EQ(device->Open(info), VX_OK);
+    isAwake = false;
+    std::uint32_t value = 0;
+    unsigned long count = 0;
+    const auto read = [&] { return device->ReadMem(&value, 0, &(count = sizeof value)); };
+    const auto first = clock.Of([&] { EXPECT_EQ(read(), VX_E_TIMEOUT); });
+    EXPECT_GE(first, 5s) << "it may take that long";
+    EXPECT_LE(first, 8s);
+    EXPECT_LE(clock.Of([&] {
+        for (int i = 0; i < 60; ++i)
+            EXPECT_EQ(read(), VX_E_TIMEOUT);
+    }),
+              4s);
+}
+
 TEST_F(Silence, OfAnOpenCameraIsWaitedForAgainAfterARest) {
     isAwake = true;
     ASSERT_EQ(device->Open(info), VX_OK);
@@ -185,6 +211,38 @@ TEST_F(Silence, OfAnOpenCameraIsWaitedForAgainAfterARest) {
     EXPECT_GE(again, 500ms) << "what takes its time is heard as well";
     EXPECT_LE(again, 1s);
     EXPECT_LE(clock.Of(read), 100ms);
+}
+
+TEST_F(Silence, OfAnOpenCameraIsRememberedWhenItIsOpenedAgain) {
+    FallSilentWhileOpen();
+    ASSERT_EQ(device->Close(), VX_OK);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ExpectWithin(1s, /*isProbe=*/attempt == 0);
+        clock.Pause(10min);
+    }
+    EXPECT_EQ(camera.Resets(), 1u) << "which may wake it for the next attempt";
+    isAwake = true;
+    EXPECT_EQ(OpenElsewhere(), VX_OK);
+    isAwake = false;
+    EXPECT_GE(clock.Of([&] { EXPECT_EQ(OpenElsewhere(), VX_E_TIMEOUT); }), 6s) << "it had answered";
+}
+
+TEST_F(Silence, OfAnOpenCameraIsForgottenWhenItIsPluggedInAnew) {
+    FallSilentWhileOpen();
+    Replug();
+    ASSERT_EQ(device->Close(), VX_OK);
+    EXPECT_GE(clock.Of([&] { EXPECT_EQ(OpenElsewhere(), VX_E_TIMEOUT); }), 6s);
+}
+
+TEST_F(Silence, OfAnOpenCameraThatAnswersAgainIsForgotten) {
+    FallSilentWhileOpen();
+    isAwake = true;
+    std::uint32_t value = 0;
+    unsigned long count = sizeof value;
+    EXPECT_EQ(device->ReadMem(&value, 0, &count), VX_OK);
+    ASSERT_EQ(device->Close(), VX_OK);
+    isAwake = false;
+    EXPECT_GE(clock.Of([&] { EXPECT_EQ(OpenElsewhere(), VX_E_TIMEOUT); }), 6s);
 }
 
 TEST_F(Silence, IsNotTakenFromACameraThatIsBusyForLong) {
