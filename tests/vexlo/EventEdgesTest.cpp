@@ -72,6 +72,15 @@ TEST_F(EventEdges, ItsEndIsToldWithTheReasonAndOnce) {
     events->SetEndListener(nullptr);
 }
 
+TEST_F(EventEdges, ItsEndSwitchesTheCamerasEventsOff) {
+    OpenEvents();
+    HaltAndRecover(5);
+    ASSERT_TRUE(camera.WaitFor([&] { return camera.Get32(kEirm) == 1; }));
+    camera.Fail(kEventIn, usb::TransferStatus::Stall);
+    EXPECT_TRUE(camera.WaitFor([&] { return camera.Get32(kEirm) == 0; }));
+    ASSERT_TRUE(wait.Wait(20000));
+}
+
 TEST_F(EventEdges, AnEventLetsHaltsBeCountedAnew) {
     OpenEvents();
     HaltAndRecover(4);

@@ -266,17 +266,23 @@ PumpClient::Clock::time_point EventEngine::RecoverInTime() {
     return m_RecoverAt;
 }
 
-/// On the pump's thread. The camera switches its events off when it halts the endpoint.
-void EventEngine::Recover() {
+/// Whoever retrieves events learns it first; the camera, which nobody listens to any more, if it answers.
+bool EventEngine::GivesUp() {
     {
         Alarm alarm;
         const MutexLock lock(m_Lock);
-        if (++m_RecoveriesInRow > kMostRecoveries) {
-            Log(Tavix::kLogError, "The event channel has ended after %d recoveries in a row", kMostRecoveries);
-            End(VX_E_USB_IO, alarm);
-            return;
-        }
+        if (++m_RecoveriesInRow <= kMostRecoveries) return false;
+        Log(Tavix::kLogError, "The event channel has ended after %d recoveries in a row", kMostRecoveries);
+        End(VX_E_USB_IO, alarm);
     }
+    const VxStatus status = Enable(false);
+    if (status != VX_OK) Log(Tavix::kLogWarning, "The camera's events stay switched on: 0x%08X", status);
+    return true;
+}
+
+/// On the pump's thread. The camera switches its events off when it halts the endpoint.
+void EventEngine::Recover() {
+    if (GivesUp()) return;
     VxStatus status = ClearHalt();
     if (status == VX_OK) {
         Alarm alarm;

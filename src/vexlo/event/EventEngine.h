@@ -68,6 +68,7 @@ private:
     [[nodiscard]] VxStatus Enable(bool enabled);
     [[nodiscard]] VxStatus ClearHalt();
     Clock::time_point RecoverInTime() TAVIX_EXCLUDES(m_Lock);
+    bool GivesUp() TAVIX_EXCLUDES(m_Lock);
     void Recover() TAVIX_EXCLUDES(m_Lock);
     void TellOfEnd() TAVIX_EXCLUDES(m_Lock);
 
