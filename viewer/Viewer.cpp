@@ -55,7 +55,7 @@ struct Viewer::Impl {
         acceptor.listen();
     } catch (const boost::system::system_error& e) {
         throw std::runtime_error("cannot listen at " + address.to_string() + ", port " + std::to_string(wanted) + ": " +
-                                 e.code().message());
+                                 e.code().message() + "; choose another --port or --listen");
     }
 
     void Accept() {

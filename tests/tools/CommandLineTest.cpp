@@ -172,9 +172,8 @@ TEST(Set, PrintsWhatTheCameraMadeOfTheValues) {
     EXPECT_EQ(JsonOf({"set", "Width=640"})[0]["value"], 640);
 }
 
-TEST(Set, ExecutesCommandsWithAndWithoutAValue) {
+TEST(Set, ExecutesCommands) {
     EXPECT_EQ(TextOf({"set", "TimestampLatch"}), "TimestampLatch done\n");
-    EXPECT_EQ(TextOf({"set", "TimestampLatch=1"}), "TimestampLatch done\n");
     EXPECT_EQ(JsonOf({"set", "TimestampLatch"})[0]["type"], "Command");
 }
 

@@ -75,6 +75,18 @@ TEST(Load, SetsAllThatSaveWrote) {
     EXPECT_EQ(report["failed"], json::array());
 }
 
+TEST(Load, ReadsStandardInputAsSaveWritesStandardOutput) {
+    const TestFolder folder;
+    const std::string saved = folder.Write("s.txt", OnVirtualCamera({"save", "-"}).out);
+    const Outcome outcome = RunTool({"--virtual", "1", "load", "-"}, saved);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find(" settings from standard input set in VC-1300 (40000001)\n"), std::string::npos)
+        << outcome.out;
+    EXPECT_EQ(RunTool({"--virtual", "1", "load", "-", "--json"}, folder.Write("w.txt", "Width\t640\n")).status, 0);
+    const Outcome endless = RunTool({"--virtual", "1", "load", "-"}, "/dev/zero");
+    EXPECT_NE(endless.err.find("standard input has more than the 16777216 bytes"), std::string::npos) << endless.err;
+}
+
 TEST(Load, SetsWhatFitsOnlyAfterALaterLine) {
     const TestFolder folder;
     const Outcome outcome = OnVirtualCamera({"load", folder.Write("s.txt", "OffsetX\t640\nWidth\t640\n")});

@@ -36,7 +36,7 @@ std::string WithoutSanitizerNotes(const std::string& text) {
 
 } // namespace
 
-ToolRun::ToolRun(const Arguments& arguments) {
+ToolRun::ToolRun(const Arguments& arguments, const std::string& input) {
     m_Folder = testing::TempDir() + "tavix_run_XXXXXX";
     if (!mkdtemp(m_Folder.data())) throw std::runtime_error("no scratch folder");
     std::vector<char*> argv{const_cast<char*>(TAVIX_TOOL)};
@@ -47,7 +47,7 @@ ToolRun::ToolRun(const Arguments& arguments) {
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     const std::string out = m_Folder + "/out", err = m_Folder + "/err";
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, input.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawnattr_t attributes;
@@ -101,8 +101,8 @@ bool Eventually(const std::function<bool()>& condition) {
     return false;
 }
 
-Outcome RunTool(const Arguments& arguments) {
-    return ToolRun(arguments).Finish();
+Outcome RunTool(const Arguments& arguments, const std::string& input) {
+    return ToolRun(arguments, input).Finish();
 }
 
 std::vector<std::string> Lines(const std::string& text) {

@@ -21,7 +21,8 @@ using Arguments = std::vector<std::string>;
 /// The program, from its start to its end. Killed if it still runs at the end of the scope. Bound to a thread.
 class ToolRun {
 public:
-    explicit ToolRun(const Arguments& arguments);
+    /// `input` is the file that it reads as standard input.
+    explicit ToolRun(const Arguments& arguments, const std::string& input = "/dev/null");
     ~ToolRun();
     ToolRun(const ToolRun&) = delete;
     ToolRun& operator=(const ToolRun&) = delete;
@@ -38,7 +39,7 @@ private:
 };
 
 /// Runs `tavix` with these arguments and waits for its end.
-Outcome RunTool(const Arguments& arguments);
+Outcome RunTool(const Arguments& arguments, const std::string& input = "/dev/null");
 
 /// Asks until the condition holds; false when it does not within half a minute.
 bool Eventually(const std::function<bool()>& condition);

@@ -73,6 +73,14 @@ std::string ReadWholeFile(const std::string& path, std::size_t most, const std::
     return *text;
 }
 
+std::string ReadStandardInput(std::size_t most, const std::string& advice) {
+    const std::string name = "standard input";
+    const auto text = ReadFrom(STDIN_FILENO, most + 1);
+    if (!text) ThrowUnreadable(name, /*notPlain=*/false, advice);
+    RequireSize(name, text->size() <= most, most, advice);
+    return *text;
+}
+
 void RequirePlainFile(const std::string& path, std::size_t most, const std::string& advice) {
     bool notPlain = false;
     struct stat status {};

@@ -14,6 +14,9 @@ std::optional<std::string> ReadPlainFile(const std::string& path, std::size_t mo
 /// All of a plain file of `most` bytes at most. Throws Error that names the file and ends with the advice.
 std::string ReadWholeFile(const std::string& path, std::size_t most, const std::string& advice);
 
+/// The same of standard input, to its end.
+std::string ReadStandardInput(std::size_t most, const std::string& advice);
+
 /// Throws as ReadWholeFile does, for files that something else reads.
 void RequirePlainFile(const std::string& path, std::size_t most, const std::string& advice);
 

@@ -10,6 +10,7 @@
 #include "core/Threads.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <thread>
 
 #include <fcntl.h>
@@ -31,6 +32,18 @@ std::vector<viewer::Finding> ExamineForPage() {
     for (const Finding& finding : ExamineThisComputer())
         findings.push_back({Name(finding.severity), finding.about, finding.text, finding.command});
     return findings;
+}
+
+/// It is made when the first series is recorded, when it is too late to choose another.
+void RequireFolder(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code failed;
+    fs::path nearest = fs::absolute(folder, failed);
+    while (!fs::exists(nearest, failed) && nearest.has_relative_path())
+        nearest = nearest.parent_path();
+    if (!fs::is_directory(nearest, failed))
+        throw Error("series cannot be recorded in " + folder + ": " + nearest.string() +
+                    " is no folder; choose another --output");
 }
 
 /// With a desktop only: elsewhere a browser would take the terminal.
@@ -64,6 +77,7 @@ void WaitForEnd(viewer::Viewer& server) {
 } // namespace
 
 int View(const ViewOptions& options) {
+    RequireFolder(options.folder);
     viewer::PrepareVirtualCameras();
     viewer::ViewerOptions settings;
     settings.address = options.address;

@@ -54,6 +54,8 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"NegativeFrames", 2, {"grab", "--frames=-5"}, "'-5' is no whole number"},
         Mistake{"WordyFrames", 2, {"grab", "-n", "many"}, "'many' is no whole number"},
         Mistake{"HugeFrames", 2, {"grab", "-n", "99999999999999999999999"}, "no whole number"},
+        Mistake{"PortTooLarge", 2, {"view", "--port", "70000"}, "'70000' is no whole number of 0 .. 65535"},
+        Mistake{"PortInWords", 2, {"view", "--port", "http"}, "'http' is no whole number of 0 .. 65535"},
         Mistake{"NoBuffers", 2, {"grab", "-b", "0"}, "--buffers"},
         Mistake{"NoTimeout", 2, {"grab", "--timeout", "0"}, "--timeout"},
         Mistake{"UnknownFormat", 2, {"grab", "-f", "jpg"}, "'jpg' is none of png, pgm, raw"},
@@ -102,6 +104,15 @@ INSTANTIATE_TEST_SUITE_P(
                 {"--virtual", "1", "set", "Root=5"},
                 "cannot set Root of VC-1300 (40000001) to '5': it takes no value"},
         Mistake{"NoValue", 1, {"--virtual", "1", "set", "Width"}, "write Width=VALUE"},
+        Mistake{"ValueForACommand",
+                1,
+                {"--virtual", "1", "set", "TriggerSoftware=5"},
+                "TriggerSoftware is a command and takes no value; the name alone executes it"},
+        Mistake{"EmptyValueForACommand", 1, {"--virtual", "1", "set", "UserSetLoad="}, "takes no value"},
+        Mistake{"CommandWithAValueBeforeAGrab",
+                1,
+                {"--virtual", "1", "grab", "-n", "1", "-s", "AcquisitionStop=1"},
+                "takes no value"},
         Mistake{"NoName", 1, {"--virtual", "1", "set", "=5"}, "write NAME=VALUE"},
         Mistake{"TooSmall", 1, {"--virtual", "1", "set", "Width=7"}, "it takes 16 .. 1280 step 4"},
         Mistake{"NoNumber", 1, {"--virtual", "1", "set", "Width=wide"}, "it takes 16 .. 1280 step 4"},
@@ -111,6 +122,11 @@ INSTANTIATE_TEST_SUITE_P(
                 1,
                 {"--virtual", "1", "grab", "-n", "1", "-s", "Width=7"},
                 "cannot set Width of VC-1300 (40000001) to '7'"},
+        Mistake{"TransfersTooShort",
+                1,
+                {"--virtual", "1", "grab", "-n", "1", "--transfer-size", "1"},
+                "--transfer-size cannot be 1: Value 1 must be greater than or equal to Min 16384\n"},
+        Mistake{"LoadNothing", 1, {"--virtual", "1", "load", "-"}, "standard input holds no settings; name a file"},
         Mistake{"LoadUnreadable", 1, {"load", "/proc/self/mem"}, "cannot read /proc/self/mem; name a file that"},
         Mistake{"LoadFolder", 1, {"load", "/"}, "cannot read /; name a file that"},
         Mistake{"LoadDevice", 1, {"load", "/dev/null"}, "/dev/null is no plain file; name a file that"},
@@ -262,6 +278,19 @@ TEST(Threads, ThatCannotBeStartedAreWhatIsLacking) {
     if (!limit.IsInForce()) GTEST_SKIP();
     for (const Arguments& arguments : {Arguments{"list"}, Arguments{"--virtual", "1", "grab", "-n", "1"}})
         ExpectOneLine(RunTool(arguments), 1, "Failed to initialize vexlo: No thread can be started: ");
+}
+
+TEST(View, SaysWhichOptionIsOfNoUse) {
+    if (RunTool({"view", "--listen", "no.such"}).err.find("without its viewer") != std::string::npos) GTEST_SKIP();
+    for (const auto& [says, arguments] : std::vector<std::pair<std::string, Arguments>>{
+             {"'no.such' is no address in figures", {"--listen", "no.such"}},
+             {"choose another --port or --listen", {"--listen", "192.0.2.7"}},
+             {"/dev/null is no folder; choose another --output", {"-o", "/dev/null"}},
+             {"/dev/null is no folder; choose another --output", {"-o", "/dev/null/series"}}}) {
+        Arguments all{"view", "--no-browser"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        ExpectOneLine(RunTool(all), 1, says);
+    }
 }
 
 /// Properties for a log of everything in a file.

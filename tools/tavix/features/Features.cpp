@@ -25,6 +25,8 @@ Tavix::Feature ApplySetting(const Tavix::Camera& camera, const std::string& sett
     const std::string name = setting.substr(0, sign);
     Tavix::Feature feature = FindFeature(camera, name);
     if (feature.Type() == Tavix::FeatureType::Command) {
+        if (sign != std::string::npos)
+            throw Error(name + " is a command and takes no value; the name alone executes it");
         feature.Execute();
     } else if (sign == std::string::npos) {
         throw Error("'" + name + "' is no command; write " + name + "=VALUE to set it");

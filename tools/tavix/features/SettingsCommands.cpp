@@ -16,10 +16,10 @@ constexpr std::size_t kMostSettingsBytes = 16 << 20; // of a file of settings
 
 using Refusals = std::vector<Tavix::RefusedSetting>;
 
-constexpr const char* kStandardOutput = "-";
+constexpr const char* kStandard = "-"; // standard output or input, in place of a file
 
 void WriteFile(const std::string& path, const std::string& text) {
-    if (path == kStandardOutput) {
+    if (path == kStandard) {
         std::fputs(text.c_str(), stdout);
         return;
     }
@@ -75,7 +75,7 @@ int Save(const SettingsFileOptions& options) {
                     " marks no feature as a setting to be kept; `tavix get` and `tavix set` work by name");
     }
     WriteFile(options.path, "# Settings of " + NameOf(camera) + "\n" + settings.Text());
-    if (options.path == kStandardOutput) {
+    if (options.path == kStandard) {
         ThrowIfRefused(refusals, "feature", " could not be read; the others are above");
         return kDone; // a report would be taken for settings
     }
@@ -89,17 +89,21 @@ int Save(const SettingsFileOptions& options) {
 }
 
 int Load(const SettingsFileOptions& options) {
-    const std::string text = ReadWholeFile(options.path, kMostSettingsBytes, "name a file that `tavix save` wrote");
-    const Tavix::Settings settings = Tavix::Settings::FromText(text);
+    const std::string advice = "name a file that `tavix save` wrote";
+    const bool isInput = options.path == kStandard;
+    const std::string source = isInput ? "standard input" : options.path;
+    const Tavix::Settings settings =
+        Tavix::Settings::FromText(isInput ? ReadStandardInput(kMostSettingsBytes, advice)
+                                          : ReadWholeFile(options.path, kMostSettingsBytes, advice));
     const std::size_t count = settings.Lines().size();
-    if (count == 0) throw Error(options.path + " holds no settings; name a file that `tavix save` wrote");
+    if (count == 0) throw Error(source + " holds no settings; " + advice);
     Tavix::Camera camera = OpenCamera(options);
     const Refusals refusals = Apply(camera, settings);
     if (options.json) {
         PrintJson(ReportJson(camera, count, refusals));
     } else {
-        Report(std::to_string(count - refusals.size()) + " of " + std::to_string(count) + " settings from " +
-                   options.path + " set in " + NameOf(camera),
+        Report(std::to_string(count - refusals.size()) + " of " + std::to_string(count) + " settings from " + source +
+                   " set in " + NameOf(camera),
                refusals);
     }
     const bool isNone = refusals.size() >= count;

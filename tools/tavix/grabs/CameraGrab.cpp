@@ -11,6 +11,14 @@ namespace tool {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{50}; // after which a stop is noticed
+/// What refuses an option of the library, for those who gave one on the command line.
+std::string RefusalText(const std::string& reason) {
+    const std::string option = "transferSize cannot be ";
+    const auto at = reason.find(option);
+    if (at == std::string::npos) return reason + "; use fewer --buffers, or allow more with --memory, in MiB";
+    return reason.substr(0, at) + "--transfer-size cannot be " + reason.substr(at + option.size());
+}
+
 constexpr std::size_t BytesOf(std::size_t megabytes) {
     return megabytes << 20;
 }
@@ -114,7 +122,7 @@ Tavix::ImageStream CameraGrab::Begin(Tavix::Camera& camera) const {
     try {
         return camera.Grab(options);
     } catch (const Tavix::ValueError& e) {
-        throw Error(Reason(e) + "; use fewer --buffers, or allow more with --memory, in MiB");
+        throw Error(RefusalText(Reason(e)));
     }
 }
 

@@ -155,7 +155,9 @@ void CommandLine::AddSettingsCommands() {
 
     auto* loading = app.add_subcommand("load", "Set a camera up as a file of settings says");
     AddCameraOptions(*loading, m_Load, /*several=*/false);
-    loading->add_option("file", m_Load.path, "File that save wrote")->required()->check(NotEmpty());
+    loading->add_option("file", m_Load.path, "File that save wrote; - for standard input")
+        ->required()
+        ->check(NotEmpty());
     loading->callback([this] { run = [this] { return Load(m_Load); }; });
 }
 
@@ -238,7 +240,9 @@ void CommandLine::AddViewCommand() {
     command->add_option("--listen", m_View.address, "Address to be reached at; 0.0.0.0 lets other computers in")
         ->capture_default_str()
         ->check(NotEmpty());
-    command->add_option("--port", m_View.port, "TCP port; 0 for a free one")->capture_default_str();
+    command->add_option("--port", m_View.port, "TCP port; 0 for a free one")
+        ->capture_default_str()
+        ->check(Count(65535, /*least=*/0));
     command->add_option("-o,--output", m_View.folder, "Folder for recorded series")
         ->capture_default_str()
         ->check(NotEmpty());

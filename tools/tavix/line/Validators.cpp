@@ -4,12 +4,12 @@
 
 namespace tool {
 
-CLI::Validator Count(std::uint64_t most) {
-    const std::string range = "1 .. " + std::to_string(most);
+CLI::Validator Count(std::uint64_t most, std::uint64_t least) {
+    const std::string range = std::to_string(least) + " .. " + std::to_string(most);
     return CLI::Validator(
         [=](std::string& text) -> std::string {
             const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-            const bool fits = digits && text.size() < 19 && std::stoull(text) >= 1 && std::stoull(text) <= most;
+            const bool fits = digits && text.size() < 19 && std::stoull(text) >= least && std::stoull(text) <= most;
             return fits ? "" : "'" + text + "' is no whole number of " + range;
         },
         "");
