@@ -262,6 +262,14 @@ TEST_P(EachFileFormat, LeavesNoTornFileWhenItCannotBeWrittenWhole) {
 INSTANTIATE_TEST_SUITE_P(Grab, EachFileFormat, testing::Values("png", "pgm", "raw"),
                          [](const auto& instance) { return std::string(instance.param); });
 
+TEST(Grab, SaysThatTheModeEndsIt) {
+    const Outcome outcome =
+        RunTool({"--virtual", "1", "grab", "-n", "3", "-q", "--timeout", "300", "-s", "AcquisitionMode=SingleFrame"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("AcquisitionMode is SingleFrame, and it may have sent all"), std::string::npos)
+        << outcome.err;
+}
+
 TEST(Grab, TellsCamerasApartThatAreCalledAlike) {
     const char* const twins = R"({"cameras":[{"serial":"7"},{"serial":"7"},{"serial":"8"}]})";
     const Outcome outcome = RunTool({"--virtual", twins, "grab", "--all", "-n", "1", "-q", "--chunks"});

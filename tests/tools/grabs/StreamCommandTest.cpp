@@ -78,6 +78,15 @@ TEST(EventsCommand, DoNotAskForTheGrabThatThereIs) {
     EXPECT_NE(outcome.err.find("add --set TriggerMode=Off"), std::string::npos) << outcome.err;
 }
 
+TEST(EventsCommand, SayWhenTheyComeDamaged) {
+    const TestFolder folder;
+    const std::string settings = CameraWith(folder, R"("faults": {"events": [{"fault": "WrongPrefix", "count": 0}]})");
+    const Outcome outcome = RunTool({"--virtual", settings, "events", "FrameStart", "-g", "--timeout", "3000"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("no event came whole for 3000 ms, and "), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find("TriggerMode"), std::string::npos) << outcome.err;
+}
+
 TEST(EventsCommand, NameTheEventsThatThereAre) {
     for (const Arguments& more : {Arguments{}, {"--grab"}}) {
         Arguments arguments{"--virtual", "1", "events", "Sunrise"};

@@ -23,6 +23,11 @@ constexpr std::size_t BytesOf(std::size_t megabytes) {
     return megabytes << 20;
 }
 
+/// Empty for a feature that is not there or cannot be read now.
+std::string ReadableText(const Tavix::Camera& camera, const char* name) {
+    return camera.HasFeature(name) && camera[name].IsReadable() ? camera[name].Text() : std::string();
+}
+
 } // namespace
 
 CameraGrab::CameraGrab(const Tavix::CameraInfo& info, const GrabOptions& options, FrameObserver* observer)
@@ -166,8 +171,11 @@ std::string CameraGrab::SilenceText(const Tavix::Camera& camera, const Tavix::Im
     const std::string silence = "it sent no image for " + std::to_string(m_Options.timeoutMs) + " ms; ";
     if (m_Figures.good == 0 && m_Figures.failed != 0)
         return silence + "those that were tried failed: " + stream.FirstDefect() + CureOf(stream.FirstDefect());
-    const bool waits =
-        camera.HasFeature("TriggerMode") && camera["TriggerMode"].IsReadable() && camera["TriggerMode"].Text() == "On";
+    if (const std::string mode = m_Figures.good > 0 ? ReadableText(camera, "AcquisitionMode") : std::string();
+        !mode.empty() && mode != "Continuous")
+        return silence + "AcquisitionMode is " + mode + ", and it may have sent all that this sends: add --set " +
+               "AcquisitionMode=Continuous, or ask for fewer --frames";
+    const bool waits = ReadableText(camera, "TriggerMode") == "On";
     const bool hasNone = m_Figures.good + m_Figures.failed == 0;
     return silence + (waits ? "it waits for a trigger: send one, or add --set TriggerMode=Off"
                             : "check exposure time, frame rate and cable, wait longer with --timeout, or try "

@@ -7,6 +7,10 @@
 
 #include <cstdio>
 
+#include <GenApi/GenApi.h>
+#include <tavix/Device.h>
+#include <tavix/EventGrabber.h>
+
 namespace tool {
 namespace {
 
@@ -34,11 +38,25 @@ bool EventPrinter::HasEnded(std::chrono::milliseconds timeout) {
     const Tavix::MutexLock guard(m_Mutex);
     const auto silence = std::chrono::steady_clock::now() - m_LastSign;
     if (m_Options.timeoutMs == 0 || silence < std::chrono::milliseconds(m_Options.timeoutMs)) return false;
-    End(SilenceText());
+    m_IsSilent = true;
+    End();
     return true;
 }
 
+void EventPrinter::NoteDamage(const Tavix::Camera& camera) {
+    Tavix::IEventGrabber* const events = camera.Device().GetEventGrabber();
+    const GenApi::CIntegerPtr failed(events ? events->GetNodeMap()->GetNode("Statistic_Failed_Event_Count") : nullptr);
+    if (!failed || !GenApi::IsReadable(failed->GetAccessMode())) return;
+    const std::int64_t count = failed->GetValue();
+    const Tavix::MutexLock guard(m_Mutex);
+    m_Damaged = count;
+}
+
 std::string EventPrinter::SilenceText() const {
+    if (m_Damaged > 0) {
+        return "no event came whole for " + std::to_string(m_Options.timeoutMs) + " ms, and " +
+               std::to_string(m_Damaged) + " failed; check cable and hub, `tavix doctor` helps";
+    }
     return "it sent no event for " + std::to_string(m_Options.timeoutMs) + " ms; " +
            (m_Options.grab ? "perhaps it waits for a trigger: add --set TriggerMode=Off"
                            : "most events need a running acquisition: add --grab");
@@ -46,13 +64,7 @@ std::string EventPrinter::SilenceText() const {
 
 std::string EventPrinter::Failure() const {
     const Tavix::MutexLock guard(m_Mutex);
-    return m_Failure;
-}
-
-/// The first end is the one that counts.
-void EventPrinter::End(const std::string& failure) {
-    if (!m_Ended.Wait(0)) m_Failure = failure;
-    m_Ended.Signal();
+    return m_IsSilent ? SilenceText() : std::string();
 }
 
 void EventPrinter::Take(const Tavix::CameraEvent& event) {
@@ -61,7 +73,7 @@ void EventPrinter::Take(const Tavix::CameraEvent& event) {
     if (m_Ended.Wait(0)) return;
     Print(event);
     ++m_Count;
-    if (IsEnough()) End({});
+    if (IsEnough()) End();
 }
 
 void EventPrinter::Print(const Tavix::CameraEvent& event) const {

@@ -22,6 +22,7 @@ std::string Listen(const EventsOptions& options, EventPrinter& printer) {
     while (!IsInterrupted() && !*isGone && !printer.HasEnded(kTick))
         EndWithoutReader();
     if (*isGone) throw Error(NameOf(camera) + " was unplugged; plug it in again");
+    printer.NoteDamage(camera);
     return NameOf(camera);
 }
 
