@@ -7,6 +7,7 @@
 
 #include <condition_variable>
 #include <exception>
+#include <string>
 
 namespace tavixpython {
 
@@ -69,7 +70,10 @@ public:
     void Release() {
         std::shared_ptr<Source> stream;
         const Tavix::MutexLock lock(m_Guard);
-        if (m_Stream) m_LastCounts.emplace(m_Stream->Counts());
+        if (m_Stream) {
+            m_LastCounts.emplace(m_Stream->Counts());
+            m_FirstDefect = FirstDefectOf(*m_Stream);
+        }
         stream.swap(m_Stream);
     }
 
@@ -82,6 +86,11 @@ public:
     CountsOf<Source> Counts() const {
         const Tavix::MutexLock lock(m_Guard);
         return m_Stream ? m_Stream->Counts() : *m_LastCounts;
+    }
+    /// That of its end once released.
+    std::string FirstDefect() const {
+        const Tavix::MutexLock lock(m_Guard);
+        return m_Stream ? FirstDefectOf(*m_Stream) : m_FirstDefect;
     }
 
 private:
@@ -109,6 +118,7 @@ private:
     std::condition_variable m_Changed;
     std::shared_ptr<Source> m_Stream TAVIX_GUARDED_BY(m_Guard);
     std::optional<CountsOf<Source>> m_LastCounts TAVIX_GUARDED_BY(m_Guard);
+    std::string m_FirstDefect TAVIX_GUARDED_BY(m_Guard);
     std::optional<Item> m_Item TAVIX_GUARDED_BY(m_Guard);
     std::exception_ptr m_Error TAVIX_GUARDED_BY(m_Guard);
     bool m_HasEnded TAVIX_GUARDED_BY(m_Guard) = false;

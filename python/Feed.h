@@ -71,6 +71,12 @@ public:
         return m_Belt->Counts();
     }
 
+    /// That of its end once closed.
+    std::string FirstDefect() const {
+        const WithoutLock unlocked;
+        return m_Belt->FirstDefect();
+    }
+
 private:
     // From the thread that destroys its own feed, in a callback: it ends after that, and an errand joins it.
     static void Part(std::thread own) noexcept {

@@ -172,7 +172,7 @@ public:
     std::string FirstDefect() const {
         const WithoutLock unlocked;
         const Tavix::MutexLock lock(m_Guard);
-        return m_Stream ? m_Stream->FirstDefect() : m_FirstDefect;
+        return m_Stream ? FirstDefectOf(*m_Stream) : m_FirstDefect;
     }
     /// What to do when nothing comes; nothing once closed.
     std::string Why() const {

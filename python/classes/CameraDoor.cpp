@@ -141,6 +141,16 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
         .def("__dir__", &Directory)
         .def("feature", &Find, py::arg("name"),
              "The feature itself, with limits, unit and entries. NotFound with the nearest names.")
+        .def(
+            "feature_names",
+            [](Door& door) {
+                py::list names;
+                for (const std::string& name : Unlocked([&] { return door.camera.FeatureNames(); }))
+                    names.append(ToText(name));
+                return names;
+            },
+            "Names of the features, also of those that its description knows and the camera does not implement; asks "
+            "nothing of it.")
         .def("features", &Features, "All features that the camera implements, in the order of its description.")
         .def(
             "read_settings", [](Door& door) { return ReadSettings(door.shared); },
@@ -191,6 +201,12 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
             "grab_one", [](Door& door, const py::object& timeout) { return GrabOne(door.shared, timeout); },
             py::arg("timeout") = 5.0,
             "One image within so many seconds, after a software trigger if the camera waits for one.")
+        .def(
+            "await_trigger",
+            [](Door& door, const py::object& timeout) { return AwaitTriggerInSteps(door.camera, timeout); },
+            py::arg("timeout") = py::none(), kAwaitTriggerDoc)
+        .def(
+            "fire_trigger", [](Door& door) { door.camera.FireTrigger(); }, LockFree(), kFireTriggerDoc)
         .def(
             "trigger",
             [](Door& door, const py::object& timeout) { TriggerInSteps(door.camera, timeout, {&door.camera}); },

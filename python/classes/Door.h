@@ -31,6 +31,18 @@ struct Door {
 /// Waits in steps until `feature`, a command that was started, is done; a signal ends the wait. Timeout.
 void AwaitDoneInSteps(const Tavix::Feature& feature, std::chrono::milliseconds longest);
 
+/// The parts of a trigger, of a camera or a group.
+constexpr char kAwaitTriggerDoc[] = "Whether a software trigger may be fired: waits for that, so many seconds at most, "
+                                    "or for ever. AccessError when no "
+                                    "trigger by software is taken.";
+constexpr char kFireTriggerDoc[] =
+    "Triggers by software now, ready or not, and does not wait until that is done. AccessError.";
+template<class Source>
+bool AwaitTriggerInSteps(Source& source, const pybind11::object& timeout) {
+    return WaitInSteps(ToMilliseconds(timeout, std::chrono::milliseconds(-1)),
+                       [&](std::chrono::milliseconds time) { return source.AwaitTrigger(time); });
+}
+
 /// Triggers a camera or a group; a signal ends the waits for readiness and for the commands to be done.
 template<class Source>
 void TriggerInSteps(Source& source, const pybind11::object& timeout, const std::vector<Tavix::Camera*>& cameras) {

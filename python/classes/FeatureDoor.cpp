@@ -81,6 +81,14 @@ void BindFeature(py::module_& module) {
         .def_property("value", &Read, &Write,
                       "int, float, bool, str or bytes. Raises AccessError when it cannot be read or written now, "
                       "ValueError beyond the limits.")
+        .def_property(
+            "text", [](const Feature& f) { return ToText(Unlocked([&] { return f.Text(); })); },
+            [](Feature& f, const std::string& text) { Unlocked([&] { f.SetText(text); }); },
+            "Its value as a text, whatever its type; set to any text that a value has, such as '5000' or 'true'. "
+            "AccessError, ValueError.")
+        .def("__int__", &Feature::Int, LockFree(),
+             "Of an integer, a boolean, or an enumeration: the number of its entry. ValueError for others.")
+        .def("__float__", &Feature::Float, LockFree(), "Of a number. ValueError for others.")
         .def_property_readonly(
             "min", [](const Feature& f) { return Number(f, &Feature::IntMin, &Feature::Min); },
             "Least value now, in `unit`. ValueError for what is no number.")
@@ -102,6 +110,14 @@ void BindFeature(py::module_& module) {
         .def_property_readonly("available", &Feature::IsAvailable, LockFree(), "Whether the camera has it now.")
         .def_property_readonly("is_done", &Feature::IsDone, LockFree(),
                                "Whether a command that was started is done; asks the camera.")
+        .def(
+            "await_done",
+            [](const Feature& f, const py::object& timeout) {
+                return WaitInSteps(ToMilliseconds(timeout, milliseconds(-1)),
+                                   [&](milliseconds time) { return f.AwaitDone(time); });
+            },
+            py::arg("timeout") = py::none(),
+            "Waits until a command that was started is done; False when that takes more than so many seconds.")
         .def("start", &Feature::Start, LockFree(),
              "Starts a command and does not wait for it, see is_done. AccessError.")
         .def_property_readonly("readable", &Feature::IsReadable, LockFree(), "Whether it can be read now.")

@@ -129,6 +129,12 @@ void BindGroup(py::module_& module) {
             },
             py::arg("count") = 0, py::keep_alive<0, 1>())
         .def(
+            "await_trigger",
+            [](GroupDoor& door, const py::object& timeout) { return AwaitTriggerInSteps(*door.group, timeout); },
+            py::arg("timeout") = py::none(), kAwaitTriggerDoc)
+        .def(
+            "fire_trigger", [](GroupDoor& door) { Unlocked([&] { door.group->FireTrigger(); }); }, kFireTriggerDoc)
+        .def(
             "trigger",
             [](GroupDoor& door, const py::object& timeout) {
                 std::vector<Tavix::Camera*> cameras;

@@ -254,6 +254,8 @@ void BindImage(py::module_& module) {
                                "library. It is written to again once the image and its arrays have gone.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
         .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
+        .def_property_readonly("pixel_format_code", &Image::PixelFormatCode,
+                               "The number of the pixel format, as the standard has it.")
         .def_property_readonly("defect", &Image::Defect, "What is missing, in words; '' for a whole image.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
         .def_property_readonly("chunk_checksum", &ChecksumOf,

@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -25,10 +26,10 @@ constexpr const char* kAccess[] = {"free", "in use", "not permitted", "not reach
 
 /// Complains when it was forgotten. Ended without the interpreter's lock, since its callback may be waiting for that.
 struct Watch {
-    explicit Watch(py::function callback) {
+    Watch(py::function callback, const std::vector<CameraInfo>& known) {
         auto call = CallbackOf<const CameraInfo&, bool>(std::move(callback));
         const WithoutLock unlocked;
-        watch = std::make_unique<Tavix::CameraWatch>(std::move(call));
+        watch = std::make_unique<Tavix::CameraWatch>(std::move(call), known);
     }
     ~Watch() {
         if (watch) WarnOfForgotten("a watch of tavix was not kept: it ends with its last reference, or by end()");
@@ -77,7 +78,9 @@ void BindWatch(py::module_& module) {
                                     "Tells of cameras that come and go, for as long as it is kept and until end().")
         .def("end", &Watch::End, "The callback is not called any more once this returns. Ending twice is harmless.")
         .def("__repr__", [](const Watch& watch) { return watch.watch ? "<tavix.Watch>" : "<tavix.Watch, ended>"; });
-    module.def("_watch", [](py::function callback) { return Owned<Watch>(new Watch(std::move(callback))); });
+    module.def("_watch", [](py::function callback, const std::vector<CameraInfo>& known) {
+        return Owned<Watch>(new Watch(std::move(callback), known));
+    });
 }
 
 } // namespace
@@ -98,6 +101,9 @@ void BindInfo(py::module_& module) {
             [](const CameraInfo& info) { return kAccess[static_cast<int>(Errand([info] { return info.Access(); }))]; },
             "Asks whether it could be opened now: 'free', 'in use', 'not permitted', 'not reachable' or 'unknown'.")
         .def(
+            "is_called", &CameraInfo::IsCalled, py::arg("name"),
+            "Whether it is called so: by number, serial number, GUID, user-defined name, friendly name, model or path.")
+        .def(
             "__eq__",
             [](const CameraInfo& left, const CameraInfo& right) {
                 return left.path == right.path && left.guid == right.guid && left.serial == right.serial &&
@@ -108,6 +114,7 @@ void BindInfo(py::module_& module) {
         .def("__repr__", [](const CameraInfo& info) { return "<tavix.CameraInfo " + info.friendlyName + ">"; });
     BindEvent(module);
     BindWatch(module);
+    module.def("_find", [](const std::string& name) { return Errand([name] { return Tavix::FindCamera(name); }); });
     module.def("_cameras", [] { return Errand([] { return Tavix::Cameras(); }); });
 }
 

@@ -94,6 +94,7 @@ void BindFeed(pybind11::module_& module, const char* name) {
                                    return seconds < 0 ? py::object(py::none()) : py::object(py::float_(seconds));
                                })
         .def_property_readonly("standing", &Fed::Standing)
+        .def_property_readonly("first_defect", &Fed::FirstDefect)
         .def_property_readonly("why_silent", &Fed::Why)
         .def_property_readonly("counts", &Fed::Counts);
 }

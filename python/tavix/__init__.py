@@ -17,7 +17,7 @@ from ._tavix import (AccessError, Camera, CameraInfo, Counts, Error, Event, Feat
 
 __all__ = ["AccessError", "AsyncGroupStream", "AsyncStream", "Camera", "CameraInfo", "Counts", "Error", "Event",
            "Feature", "Group", "GroupStream", "HostTime", "Image", "ImageSet", "NotFound", "Removed", "Settings",
-           "StateError", "Stream", "Subscription", "Timeout", "ValueError", "Watch", "cameras", "group", "open", "virtual", "watch"]
+           "StateError", "Stream", "Subscription", "Timeout", "ValueError", "Watch", "cameras", "find", "group", "open", "virtual", "watch"]
 
 Camera.__iter__ = None  # numbers are no names of features, and the loop over images is grab()
 Camera._repr_html_ = _html.of_camera
@@ -88,6 +88,16 @@ def cameras():
     return _tavix._cameras()
 
 
+def find(name=""):
+    """Find the one camera of a name as open() takes it, without opening it: a CameraInfo.
+
+    NotFound when there is none or there are several.
+    """
+    global _used
+    _used = True
+    return _tavix._find(_name(name))
+
+
 def group(*names):
     """Open several cameras as one, each by a name as open() takes it; all cameras without names.
 
@@ -100,16 +110,17 @@ def group(*names):
     return opened
 
 
-def watch(callback):
+def watch(callback, known=()):
     """Call `callback(info, arrived)` for each camera that is there, comes or goes, on a thread of the library.
 
+    Cameras of `known`, CameraInfos such as cameras() lists, are told of only when they have gone.
     Keep what is returned: it tells until it is dropped, or by its end().
     """
     if not callable(callback):
         raise TypeError(f"watch() takes a function to call, not {callback!r}")
     global _used
     _used = True
-    started = _tavix._watch(callback)
+    started = _tavix._watch(callback, list(known))
     _ending.with_program(started)
     return started
 

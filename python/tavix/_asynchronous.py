@@ -66,6 +66,17 @@ class _AsyncItems:
         """As aclose(), for those who cannot wait."""
         self._feed.close()
 
+    @property
+    def has_ended(self):
+        """Whether no further one will come."""
+        return self._feed.has_ended
+
+    @property
+    def why_silent(self):
+        """What to do when nothing comes, in words; '' once the stream is closed."""
+        return self._feed.why_silent
+
+
 def _wake(waiting):
     for ready in waiting:
         if not ready.done():
@@ -90,6 +101,11 @@ class AsyncStream(_AsyncItems):
     def counts(self):
         """Counts of delivered, lost and damaged images."""
         return self._feed.counts
+
+    @property
+    def first_defect(self):
+        """What was wrong with the first image that came damaged, in words; '' when none did."""
+        return self._feed.first_defect
 
 
 class AsyncGroupStream(_AsyncItems):

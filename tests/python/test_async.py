@@ -73,6 +73,18 @@ def test_cancelling_ends_the_stream_and_leaves_no_thread(triggered):
     assert after == before
 
 
+def test_an_asynchronous_stream_tells_how_it_is(triggered):
+    async def ask():
+        async with triggered.stream(1) as stream:
+            assert not stream.has_ended and "trigger" in stream.why_silent and stream.first_defect == ""
+            triggered.trigger()
+            assert [image.number async for image in stream] == [0]
+            assert stream.has_ended
+        assert stream.why_silent == stream.first_defect == ""
+
+    asyncio.run(ask())
+
+
 def test_silence_is_a_timeout_and_ends_nothing(triggered):
     async def wait():
         async with triggered.stream(timeout=0.1) as stream:

@@ -192,6 +192,18 @@ def test_the_lock_of_the_interpreter_is_free_between_calls(camera):
     assert stream.counts.delivered == 20
 
 
+@pytest.mark.parametrize("grab", [
+    "stream = camera.grab(5); list(stream)", "stream = camera.grab(5, callback=lambda image: None); stream.join()",
+    "stream = camera.stream(5); asyncio.run(take(stream))"])
+def test_a_stream_tells_what_was_wrong_with_the_first_damaged_image(grab):
+    done = run("import asyncio, tavix\n"
+               "async def take(stream):\n    async for image in stream:\n        pass\n"
+               "tavix.virtual([{'faults': {'stream': [{'fault': 'LostTrailer', 'frame': 2}]}}])\n"
+               f"with tavix.open() as camera:\n    {grab}\n    told = stream.first_defect\n    stream.close()\n"
+               "    print(bool(told), told == stream.first_defect, stream.counts.failed)\n")
+    assert done.stdout == "True True 1\n", done.stderr
+
+
 BEGIN = """
 import tavix, threading
 tavix.virtual([{"serial": "7"}])

@@ -361,6 +361,61 @@ def test_what_a_camera_does_not_tell_is_unread():
     assert done.stdout == "ExposureTime\n", done.stderr
 
 
+def test_a_feature_is_text_and_number(camera):
+    feature = camera.feature
+    assert feature("Width").text == "64" and int(feature("Width")) == 64 and float(feature("Width")) == 64.0
+    feature("Width").text = "32"
+    feature("ReverseX").text = "true"
+    feature("PixelFormat").text = "Mono8"
+    assert camera.Width == 32 and int(feature("ReverseX")) == 1
+    assert int(feature("PixelFormat")) == camera.grab_one().pixel_format_code == 0x01080001
+    for wrong in lambda: int(feature("DeviceModelName")), lambda: float(feature("PixelFormat")):
+        with pytest.raises(tavix.ValueError):
+            wrong()
+    with pytest.raises(tavix.ValueError):
+        feature("Width").text = "wide"
+
+
+def test_names_of_features_are_told_without_asking(camera):
+    names = camera.feature_names()
+    assert {feature.name for feature in camera.features()} <= set(names) <= set(dir(camera))
+
+
+def test_finds_a_camera_without_opening_it():
+    info = tavix.find("left")
+    assert info.serial == "7" and info.access() == "free" and info == tavix.cameras()[0]
+    assert info.is_called("left") and info.is_called("7") and not info.is_called("8")
+    assert tavix.find(info) == info
+    with pytest.raises(tavix.NotFound, match="nobody"):
+        tavix.find("nobody")
+
+
+def test_a_watch_does_not_tell_of_cameras_that_are_known():
+    told, done = [], threading.Event()
+
+    def tell(info, arrived):
+        told.append((info.serial, arrived))
+        done.set()
+
+    watch = tavix.watch(tell, known=[tavix.find("7")])
+    assert done.wait(60)
+    watch.end()
+    assert told == [("8", True)]
+    with pytest.raises(TypeError):
+        tavix.watch(tell, known=["7"])
+
+
+def test_a_trigger_has_parts(triggered):
+    with tavix.open("8") as free, pytest.raises(tavix.AccessError):
+        free.await_trigger(0)
+    with triggered.grab(2) as stream:
+        for _ in range(2):
+            assert triggered.await_trigger(60)
+            triggered.fire_trigger()
+            next(stream)
+    assert not triggered.await_trigger(0.01)  # nothing streams
+
+
 def test_a_feature_tells_whether_it_is_there_and_all_its_entries(camera):
     mode, activation = camera.feature("TriggerMode"), camera.feature("TriggerActivation")
     assert mode.available and mode.entries == mode.all_entries == ["Off", "On"]
@@ -373,10 +428,9 @@ def test_a_command_is_started_and_asked():
     with tavix.open("8") as camera:
         save, endless = camera.feature("UserSetLoad"), camera.feature("TestEventGenerate")
         save.start()
-        while not save.is_done:
-            pass
+        assert save.await_done(60) and save.is_done
         endless.start()
-        assert not endless.is_done
+        assert not endless.is_done and not endless.await_done(0.01)
     with tavix.open("8") as camera, pytest.raises(tavix.Error):
         camera.feature("Width").start()
 

@@ -32,6 +32,13 @@ def test_all_are_open_or_none():
     tavix.open("7").close()
 
 
+def test_a_trigger_of_all_has_parts(group):
+    with group.grab(1, by="block_id", set_timeout=10) as stream:
+        assert group.await_trigger(60)
+        group.fire_trigger()
+        assert next(stream).is_complete
+
+
 def test_triggered_sets_hold_an_image_of_each(group):
     with group.grab(by="block_id", set_timeout=10) as stream:
         for number in range(3):
