@@ -62,7 +62,8 @@ public:
 
     /// BUSY while it runs.
     void SetHandling(Handling handling);
-    /// Who is signalled when there may be something in the output queue; one that is not valid is nobody.
+    /// Who is signalled when there may be something in the output queue; one that is not valid is nobody. Waits for
+    /// nobody who is at the queues, as who calls off the buffers on the bus may be for as long as the camera takes.
     void SetListener(const Tavix::WaitObjectEx& listener) noexcept;
 
     struct Figures {
@@ -114,7 +115,10 @@ private:
     void StartPump() TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
     void StopPump() noexcept TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
     void DrainForPump() noexcept TAVIX_EXCLUDES(m_Mutex);
-    void BindWaitObject() noexcept TAVIX_REQUIRES(m_Mutex);
+    /// Whom the bus wakes; the pump then wakes the listener. Nobody for good.
+    enum class Woken { Listener, Pump, Nobody };
+    void Wake(Woken whom) noexcept TAVIX_EXCLUDES(m_ListenerMutex);
+    void BindWaitObject() noexcept TAVIX_REQUIRES(m_ListenerMutex);
     void TellListener() noexcept;
 
     enum class Phase { Idle, Starting, Running, Stopping, Closed };
@@ -127,12 +131,12 @@ private:
     BufferQueues m_Queues TAVIX_GUARDED_BY(m_Mutex);
     Phase m_Phase TAVIX_GUARDED_BY(m_Mutex) = Phase::Idle; // changed with m_PumpMutex
     bool m_IsPrepared TAVIX_GUARDED_BY(m_Mutex) = false;   // the bus takes buffers to be registered
-    bool m_IsPumped TAVIX_GUARDED_BY(m_Mutex) = false;     // the bus wakes the pump, which then wakes the listener
     std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex) = 0;    // buffers still to acquire
     Handling m_Handling TAVIX_GUARDED_BY(m_Mutex) = Handling::Default;
     std::atomic<vexlo::VxStatus> m_EndReason{vexlo::VX_OK};
     Tavix::Mutex m_ListenerMutex TAVIX_ACQUIRED_AFTER(m_Mutex); // the stream's thread takes no other of these
     Tavix::WaitObjectEx m_Listener TAVIX_GUARDED_BY(m_ListenerMutex);
+    Woken m_Woken TAVIX_GUARDED_BY(m_ListenerMutex) = Woken::Listener;
     Pump m_Pump TAVIX_GUARDED_BY(m_PumpMutex); // last, since it uses all of it
 };
 

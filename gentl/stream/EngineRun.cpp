@@ -116,8 +116,8 @@ std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
     const Guard pump(m_PumpMutex);
     End();
     m_Vx.SetEndListener(nullptr);
+    Wake(Woken::Nobody);
     const Guard guard(m_Mutex);
-    (void)m_Vx.RegisterWaitObject(nullptr);
     m_Phase = Phase::Closed;
     for (const SharedBuffer& buffer : m_Queues.Announced())
         buffer->Unregister();
@@ -132,11 +132,8 @@ void AcquisitionEngine::SetHandling(Handling handling) {
 }
 
 void AcquisitionEngine::SetListener(const Tavix::WaitObjectEx& listener) noexcept {
-    const Guard guard(m_Mutex);
-    {
-        const Guard listenerGuard(m_ListenerMutex);
-        m_Listener = listener;
-    }
+    const Guard guard(m_ListenerMutex);
+    m_Listener = listener;
     BindWaitObject();
 }
 
@@ -146,9 +143,16 @@ void AcquisitionEngine::TellListener() noexcept {
 }
 
 void AcquisitionEngine::BindWaitObject() noexcept {
-    if (m_Phase == Phase::Closed) return;
+    if (m_Woken == Woken::Nobody) return;
+    (void)m_Vx.RegisterWaitObject(m_Woken == Woken::Pump ? m_PumpBell : m_Listener);
+}
+
+void AcquisitionEngine::Wake(Woken whom) noexcept {
     const Guard guard(m_ListenerMutex);
-    (void)m_Vx.RegisterWaitObject(m_IsPumped ? m_PumpBell : m_Listener);
+    if (m_Woken == Woken::Nobody) return;
+    if (whom == Woken::Nobody) (void)m_Vx.RegisterWaitObject(nullptr);
+    m_Woken = whom;
+    BindWaitObject();
 }
 
 void AcquisitionEngine::StartPump() {
@@ -156,8 +160,7 @@ void AcquisitionEngine::StartPump() {
         const Guard guard(m_Mutex);
         if (!Overwrites(m_Handling)) return;
         m_Pump.Start();
-        m_IsPumped = true;
-        BindWaitObject();
+        Wake(Woken::Pump);
     } catch (const std::exception&) {
         End();
         Fail(GC_ERR_RESOURCE_EXHAUSTED, "a thread for the stream cannot be had");
@@ -167,9 +170,7 @@ void AcquisitionEngine::StartPump() {
 void AcquisitionEngine::StopPump() noexcept {
     if (!m_Pump.IsRunning()) return;
     m_Pump.Stop();
-    const Guard guard(m_Mutex);
-    m_IsPumped = false;
-    BindWaitObject();
+    Wake(Woken::Listener);
 }
 
 void AcquisitionEngine::DrainForPump() noexcept {

@@ -9,11 +9,13 @@ namespace gentl {
 NewBufferEvent::NewBufferEvent(const std::shared_ptr<Stream>& stream)
     : EventQueue(EVENT_NEW_BUFFER), m_Stream(stream) {}
 
-void NewBufferEvent::DoBegin() {
-    const auto stream = Owner();
-    const AcquisitionEngine::Figures figures = stream->Engine().Look();
+void NewBufferEvent::DoOpen() {
+    const AcquisitionEngine::Figures figures = Owner()->Engine().Look();
     m_FiredBefore = figures.fired - figures.output; // what waits is there for this one
-    stream->Engine().SetListener(WaitObject());
+}
+
+void NewBufferEvent::DoBegin() {
+    Owner()->Engine().SetListener(WaitObject());
     m_HasBegun = true;
 }
 

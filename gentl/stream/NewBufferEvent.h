@@ -19,6 +19,7 @@ public:
     const Tavix::WaitObjectEx& Wait() const { return WaitObject(); }
 
 protected:
+    void DoOpen() override TAVIX_EXCLUDES(TreeMutex());
     void DoBegin() override TAVIX_REQUIRES(TreeMutex());
     void DoLeave() noexcept override TAVIX_REQUIRES(TreeMutex());
     Taken TryTake(void* buffer, size_t& size) override;
