@@ -60,7 +60,9 @@ public:
     /// Once. Stops, and revokes all buffers. The caller keeps their memory until the bus has let go of it.
     std::vector<SharedBuffer> Close() noexcept;
 
-    /// BUSY while it runs.
+    /// For what changes settings: BUSY while it runs, INVALID_HANDLE when it was closed.
+    void RequireIdle();
+    /// As RequireIdle.
     void SetHandling(Handling handling);
     /// Who is signalled when there may be something in the output queue; one that is not valid is nobody. Waits for
     /// nobody who is at the queues, as who calls off the buffers on the bus may be for as long as the camera takes.
@@ -79,6 +81,7 @@ private:
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     vexlo::VxStatus QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void CheckOpen() const TAVIX_REQUIRES(m_Mutex);
+    void CheckIdle() const TAVIX_REQUIRES(m_Mutex);
     /// INVALID_HANDLE when it was revoked while this thread waited for the lock.
     void CheckAnnounced(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void TakeBack(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);

@@ -124,10 +124,19 @@ std::vector<SharedBuffer> AcquisitionEngine::Close() noexcept {
     return m_Queues.RevokeAll();
 }
 
-void AcquisitionEngine::SetHandling(Handling handling) {
-    const Guard guard(m_Mutex);
+void AcquisitionEngine::CheckIdle() const {
     CheckOpen();
     if (m_Phase != Phase::Idle) Fail(GC_ERR_BUSY, "the stream is running");
+}
+
+void AcquisitionEngine::RequireIdle() {
+    const Guard guard(m_Mutex);
+    CheckIdle();
+}
+
+void AcquisitionEngine::SetHandling(Handling handling) {
+    const Guard guard(m_Mutex);
+    CheckIdle();
     m_Handling = handling;
 }
 

@@ -134,7 +134,7 @@ void Stream::BuildSettings() {
     const auto set = [this](Vx::EPropertyValue id, size_t width) {
         return [this, id, width](std::uint64_t value) {
             RequireUnlocked();
-            if (m_Engine.Look().isRunning) Fail(GC_ERR_BUSY, "the stream is running");
+            m_Engine.RequireIdle();
             SetProperty(id, width, value);
         };
     };

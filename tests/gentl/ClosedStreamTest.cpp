@@ -104,6 +104,22 @@ TEST_F(ClosedStream, TakesNoBuffersAndSettingsAnyMore) {
     EXPECT_EQ(under->Engine().Look().announced, 0u);
 }
 
+TEST_F(ClosedStream, LeavesTheNextOneItsSettings) {
+    gentl::Port& registers = *under->GetPort();
+    const gentl::Port::Url url = registers.Urls().front();
+    std::string text(url.size, '\0');
+    std::size_t size = text.size();
+    registers.Read(url.address, text.data(), size);
+    const std::string before = "<Address>";
+    const std::size_t node = text.find("Name=\"StreamQueuedTransferCount_Value\"");
+    const std::uint64_t address = std::stoull(text.substr(text.find(before, node) + before.size()), nullptr, 16);
+    const std::uint64_t count = 7;
+    EXPECT_EQ(CodeOf([&] { registers.Write(address, &count, size = sizeof count); }), GC_ERR_SUCCESS);
+    ASSERT_EQ(DSClose(m_Stream), GC_ERR_SUCCESS);
+    ASSERT_EQ(OpenStream(), GC_ERR_SUCCESS);
+    EXPECT_EQ(CodeOf([&] { registers.Write(address, &count, size = sizeof count); }), GC_ERR_INVALID_HANDLE);
+}
+
 TEST_F(ClosedStream, LeavesTheNextOneItsWakeUpsAndItsStreamWhenItIsClosedOnceMore) {
     ASSERT_NO_FATAL_FAILURE(CloseAndOpenTheNext());
     BringsImagesDuring([&] {
