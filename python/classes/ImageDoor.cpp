@@ -130,7 +130,7 @@ py::array Unpack(const py::object& self) {
         OfImaging(image, "unpack", [&] { return imaging::Unpack(image.Picture()); }));
     const imaging::PictureView view = picture->View();
     const py::capsule owner(picture.get(), [](void* kept) { delete static_cast<imaging::Picture*>(kept); });
-    picture.release();
+    static_cast<void>(picture.release());
     return ArrayOf(view, owner);
 }
 
