@@ -52,9 +52,6 @@ public:
     /// Throws only what the source throws.
     [[nodiscard]] FormulaResult TryEvaluate(VariableSource& source) const;
 
-    /// The same, but a fault throws GenICam::RuntimeException with FaultText.
-    [[nodiscard]] Value Evaluate(VariableSource& source) const;
-
     /// The sentence for a fault of this formula: its compile error, "division by zero", ...
     [[nodiscard]] std::string FaultText(FormulaFault fault) const;
 

@@ -29,7 +29,7 @@ constexpr ConstantRow kConstants[] = {
     {"PI", 3.141592653589793238462643383279502884},
 };
 
-bool EqualsIgnoringCase(std::string_view text, std::string_view upperCase) noexcept {
+bool CapitalisesTo(std::string_view text, std::string_view upperCase) noexcept {
     return std::equal(text.begin(), text.end(), upperCase.begin(), upperCase.end(),
                       [](char a, char b) { return (a >= 'a' && a <= 'z' ? a - 'a' + 'A' : a) == b; });
 }
@@ -77,14 +77,14 @@ std::optional<double> FindConstant(std::string_view name) noexcept {
 
 std::optional<double> FindConstantCall(std::string_view name) noexcept {
     for (const ConstantRow& row : kConstants) {
-        if (EqualsIgnoringCase(name, row.name)) return row.value;
+        if (CapitalisesTo(name, row.name)) return row.value;
     }
     return std::nullopt;
 }
 
 std::optional<Code> FindFunction(std::string_view name) noexcept {
     for (const FunctionRow& row : kFunctions) {
-        if (EqualsIgnoringCase(name, row.name)) return row.code;
+        if (CapitalisesTo(name, row.name)) return row.code;
     }
     return std::nullopt;
 }
