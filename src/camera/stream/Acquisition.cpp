@@ -67,7 +67,7 @@ void Acquisition::StartOrSeek() {
     }
 }
 
-Acquisition::Run::Run(std::shared_ptr<OpenDevice> device, std::shared_ptr<HostClock> hostClock,
+Acquisition::Run::Run(const std::shared_ptr<OpenDevice>& device, std::shared_ptr<HostClock> hostClock,
                       const GrabOptions& options, StreamCounters& counters, std::optional<ImageIntake::Time> awaySince)
     : clock(std::move(hostClock)), session(device, options, pool),
       intake(session,

@@ -61,7 +61,7 @@ public:
 private:
     /// One run of the camera's grabber.
     struct Run {
-        Run(std::shared_ptr<OpenDevice> device, std::shared_ptr<HostClock> hostClock, const GrabOptions& options,
+        Run(const std::shared_ptr<OpenDevice>& device, std::shared_ptr<HostClock> hostClock, const GrabOptions& options,
             StreamCounters& counters, std::optional<ImageIntake::Time> awaySince);
 
         const std::shared_ptr<FramePool> pool = std::make_shared<FramePool>();
