@@ -20,7 +20,7 @@ void CTavixUsbDevice::CSurpriseRemovalController::Destroy(CSurpriseRemovalContro
 
 void CTavixUsbDevice::CSurpriseRemovalController::Release() {
     {
-        Guard guard(m_Lock);
+        ScopedLock guard(m_Lock);
         if (m_IsReleased) return;
         m_IsReleased = true;
         // A handler that has begun ends the notifications itself. To wait here for it would be to wait for callbacks
@@ -32,7 +32,7 @@ void CTavixUsbDevice::CSurpriseRemovalController::Release() {
 
 /// A handler that comes early waits at the lock until the handles are known, so that it can deregister itself.
 void CTavixUsbDevice::CSurpriseRemovalController::RegisterAtVexlo() {
-    Guard guard(m_Lock);
+    ScopedLock guard(m_Lock);
     vexlo::VxCallbackParams params = {vexlo::VxCallback_DeviceRemoved, this, m_pVxDevice,
                                       &StaticOnSurpriseRemovalCallbackHandler};
     unsigned int status = vexlo::VxRegisterCallback(&params, &m_RemovedHandle);
@@ -51,34 +51,37 @@ void CTavixUsbDevice::CSurpriseRemovalController::RegisterAtVexlo() {
 }
 
 void CTavixUsbDevice::CSurpriseRemovalController::DeregisterFromVexloCallbacks() {
-    DeregisterFromVexlo(m_RemovedHandle, "%s: Failed to unregister device notification: '%s'");
-    DeregisterFromVexlo(m_LostHandle, "%s: Failed to unregister device notification 2: '%s'");
+    DeregisterFromVexlo(&CSurpriseRemovalController::m_RemovedHandle,
+                        "%s: Failed to unregister device notification: '%s'");
+    DeregisterFromVexlo(&CSurpriseRemovalController::m_LostHandle,
+                        "%s: Failed to unregister device notification 2: '%s'");
 }
 
 /// The call is made without the lock, because it may wait for a handler that wants the lock.
-void CTavixUsbDevice::CSurpriseRemovalController::DeregisterFromVexlo(unsigned long& handle, const char* failure) {
-    Guard guard(m_Lock);
-    const unsigned long present = handle;
+void CTavixUsbDevice::CSurpriseRemovalController::DeregisterFromVexlo(unsigned long CSurpriseRemovalController::*handle,
+                                                                      const char* failure) {
+    ScopedLock guard(m_Lock);
+    const unsigned long present = this->*handle;
     if (present == 0) return;
-    guard.unlock();
+    guard.Unlock();
     const unsigned int status = vexlo::VxDeregisterCallback(present);
-    guard.lock();
+    guard.Lock();
     if (status == vexlo::VX_OK || status == vexlo::VX_E_NOT_FOUND) {
-        handle = 0;
+        this->*handle = 0;
         return;
     }
     LogTrace(LogCategoryDevice(), kLogError, failure, "DeregisterFromVexloCallbacks", VxStatus2Msg(status).c_str());
 }
 
 std::uint64_t CTavixUsbDevice::CSurpriseRemovalController::Register(Callback1<ITavixDevice*>& callback) {
-    Guard guard(m_Lock);
+    ScopedLock guard(m_Lock);
     const std::uint64_t cookie = ++m_LastCookie;
     m_Callbacks.emplace(cookie, boost::shared_ptr<Callback1<ITavixDevice*>>(callback.clone()));
     return cookie;
 }
 
 bool CTavixUsbDevice::CSurpriseRemovalController::Deregister(std::uint64_t cookie) {
-    Guard guard(m_Lock);
+    ScopedLock guard(m_Lock);
     return m_Callbacks.erase(cookie) != 0;
 }
 
@@ -90,7 +93,7 @@ void CTavixUsbDevice::CSurpriseRemovalController::StaticOnSurpriseRemovalCallbac
 }
 
 void CTavixUsbDevice::CSurpriseRemovalController::OnSurpriseRemoval() {
-    Guard guard(m_Lock);
+    ScopedLock guard(m_Lock);
     if (m_IsReleased) return;  // closed in the same moment
     if (m_IsDelivered) return; // both kinds of notification may come at the same moment
     m_IsDelivered = m_IsDelivering = true;
@@ -98,12 +101,12 @@ void CTavixUsbDevice::CSurpriseRemovalController::OnSurpriseRemoval() {
     LogTrace(LogCategoryDevice(), kLogInfo, "Received surprise removal for '%s'. Callbacks: %u", deviceName.c_str(),
              static_cast<unsigned int>(m_Callbacks.size()));
     const Callbacks callbacks = m_Callbacks;
-    guard.unlock();
+    guard.Unlock();
 
     DeregisterFromVexloCallbacks();
-    guard.lock();
+    guard.Lock();
     m_IsDelivering = false;
-    guard.unlock();
+    guard.Unlock();
     const SignalsAsStarted signals;
     for (const auto& entry : callbacks)
         Call(entry, m_pDevice, deviceName);

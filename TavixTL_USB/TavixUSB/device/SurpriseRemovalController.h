@@ -3,6 +3,7 @@
 
 #include "device/TavixUsbDevice.h"
 
+#include "core/Lock.h"
 #include "vexlo/VxCallback.h"
 
 #include <boost/smart_ptr/enable_shared_from_this.hpp>
@@ -33,7 +34,6 @@ public:
     void Release();
 
 private:
-    using Guard = boost::unique_lock<boost::recursive_mutex>;
     using Callbacks = std::map<std::uint64_t, boost::shared_ptr<Callback1<ITavixDevice*>>>;
 
     CSurpriseRemovalController(ITavixDevice* pDevice, vexlo::CVxDevice* pVxDevice)
@@ -45,20 +45,21 @@ private:
     void OnSurpriseRemoval();
     void RegisterAtVexlo();
     void DeregisterFromVexloCallbacks();
-    void DeregisterFromVexlo(unsigned long& handle, const char* failure);
+    void DeregisterFromVexlo(unsigned long CSurpriseRemovalController::*handle, const char* failure);
     gcstring DeviceName() const;
     static void Call(const Callbacks::value_type& entry, ITavixDevice* pDevice, const gcstring& deviceName);
 
-    boost::recursive_mutex m_Lock;
-    std::uint64_t m_LastCookie = 0;      // guarded by m_Lock
     ITavixDevice* const m_pDevice;       // borrowed
     vexlo::CVxDevice* const m_pVxDevice; // borrowed
-    Callbacks m_Callbacks;               // guarded by m_Lock
-    unsigned long m_RemovedHandle = 0;   // 0 when not registered; guarded by m_Lock
-    unsigned long m_LostHandle = 0;      // 0 when not registered; guarded by m_Lock
-    bool m_IsDelivered = false;          // a handler has begun; guarded by m_Lock
-    bool m_IsDelivering = false;         // and has not ended the notifications yet; guarded by m_Lock
-    bool m_IsReleased = false;           // guarded by m_Lock
+
+    RecursiveLock m_Lock;
+    std::uint64_t m_LastCookie TAVIX_GUARDED_BY(m_Lock) = 0;
+    Callbacks m_Callbacks TAVIX_GUARDED_BY(m_Lock);
+    unsigned long m_RemovedHandle TAVIX_GUARDED_BY(m_Lock) = 0; // 0 when not registered
+    unsigned long m_LostHandle TAVIX_GUARDED_BY(m_Lock) = 0;    // 0 when not registered
+    bool m_IsDelivered TAVIX_GUARDED_BY(m_Lock) = false;        // a handler has begun
+    bool m_IsDelivering TAVIX_GUARDED_BY(m_Lock) = false;       // and has not ended the notifications yet
+    bool m_IsReleased TAVIX_GUARDED_BY(m_Lock) = false;
 };
 
 } // namespace Tavix

@@ -1,6 +1,7 @@
 #pragma once
 // The devices that a transport layer has created and not destroyed yet.
 
+#include "core/ThreadAnnotations.h"
 #include "tavix/Device.h"
 #include "tavix/internal/DevicePrivate.h"
 
@@ -15,10 +16,10 @@ namespace Tavix {
 /// lock.
 struct CreatedDevices {
     GenApi::CLock lock;
-    std::set<ITavixDevice*> devices; // guarded by lock; ordered by pointer value
+    std::set<ITavixDevice*> devices TAVIX_GUARDED_BY(lock); // ordered by pointer value
 
-    /// Destroys the device and forgets it, also when its destruction throws. The caller holds the lock.
-    void Destroy(ITavixDevice* pDevice) {
+    /// Destroys the device and forgets it, also when its destruction throws.
+    void Destroy(ITavixDevice* pDevice) TAVIX_REQUIRES(lock) {
         struct Forget {
             std::set<ITavixDevice*>& devices;
             ITavixDevice* pDevice;
