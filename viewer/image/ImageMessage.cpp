@@ -34,6 +34,28 @@ Json Describe(const imaging::PictureStatistics& statistics) {
     return {{"bits", statistics.bits}, {"channels", channels}, {"focus", statistics.focus}};
 }
 
+unsigned BitsOf(const Image& image) {
+    const imaging::PixelFormatInfo* const info = imaging::FindPixelFormat(image.PixelFormat());
+    return info ? std::max<unsigned>(info->bits, 8) : 8;
+}
+
+Json Describe(const Image& image) {
+    return {{"block", image.BlockId()},    {"format", image.PixelFormat()}, {"bits", BitsOf(image)},
+            {"imageWidth", image.Width()}, {"imageHeight", image.Height()}, {"offsetX", image.OffsetX()},
+            {"offsetY", image.OffsetY()},  {"missed", image.MissedBefore()}};
+}
+
+/// What of the image is shown, and how.
+Json Describe(const imaging::Region& region, const imaging::Picture& shown) {
+    return {{"x", region.x},
+            {"y", region.y},
+            {"width", region.width},
+            {"height", region.height},
+            {"columns", shown.Width()},
+            {"rows", shown.Height()},
+            {"channels", shown.Format() == imaging::PixelFormat::Mono8 ? 1 : 3}};
+}
+
 Json ChunksOf(const Image& image) {
     Json chunks = Json::object();
     for (const std::string& name : image.ChunkNames())
@@ -46,11 +68,6 @@ Json Details(const Image& image, const ViewOptions& options) {
     details["chunks"] = ChunksOf(image);
     if (options.profile) details["profile"] = imaging::Profile(image.Picture(), *options.profile);
     return details;
-}
-
-unsigned BitsOf(const Image& image) {
-    const imaging::PixelFormatInfo* const info = imaging::FindPixelFormat(image.PixelFormat());
-    return info ? std::max<unsigned>(info->bits, 8) : 8;
 }
 
 std::string Samples(const imaging::Picture& picture) {
@@ -92,24 +109,9 @@ std::string MakeImage(const std::string& camera, std::uint64_t number, const Ima
     const ImageKind kind = options.kind == ImageKind::Values && isLarge ? ImageKind::Plain : options.kind;
     if (kind == ImageKind::Values) display.width = display.height = 0;
     const imaging::Picture shown = imaging::Render(source, display);
-    Json header{{"camera", camera},
-                {"number", number},
-                {"block", image.BlockId()},
-                {"kind", NameOf(kind)},
-                {"format", image.PixelFormat()},
-                {"bits", BitsOf(image)},
-                {"imageWidth", image.Width()},
-                {"imageHeight", image.Height()},
-                {"offsetX", image.OffsetX()},
-                {"offsetY", image.OffsetY()},
-                {"x", region.x},
-                {"y", region.y},
-                {"width", region.width},
-                {"height", region.height},
-                {"columns", shown.Width()},
-                {"rows", shown.Height()},
-                {"channels", shown.Format() == imaging::PixelFormat::Mono8 ? 1 : 3},
-                {"missed", image.MissedBefore()}};
+    Json header = Describe(image);
+    header.update({{"camera", camera}, {"number", number}, {"kind", NameOf(kind)}});
+    header.update(Describe(region, shown));
     if (options.details) header["details"] = Details(image, options);
     if (kind == ImageKind::Jpeg) {
         imaging::FileOptions file;
