@@ -23,7 +23,8 @@ Tavix::Image ImageOf(PixelFormat format, std::uint32_t width, std::uint32_t heig
     frame->paddingX = padding;
     frame->MeasureLines();
     frame->origin = std::make_shared<Tavix::detail::FrameOrigin>();
-    frame->payloadSize = frame->size = (width * Tavix::imaging::BitsPerPixel(format) / 8 + padding) * height;
+    frame->payloadSize = frame->size =
+        (std::size_t{width} * Tavix::imaging::BitsPerPixel(format) / 8 + padding) * height;
     auto bytes = std::make_shared<std::vector<std::uint8_t>>(frame->size);
     std::iota(bytes->begin(), bytes->end(), std::uint8_t(0));
     frame->memory = std::shared_ptr<void>(bytes, bytes->data());

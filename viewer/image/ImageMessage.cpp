@@ -12,7 +12,7 @@ namespace {
 
 using namespace Tavix;
 
-constexpr std::uint64_t kMostValues = 512 * 512; // pixels whose values a person can look at
+constexpr std::uint64_t kMostValues = std::uint64_t{512} * 512; // pixels whose values a person can look at
 constexpr std::uint32_t kLargestView = 8192;
 constexpr int kQuality = 85;
 

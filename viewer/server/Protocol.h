@@ -39,8 +39,8 @@ struct Command {
 const std::vector<Command>& Commands();
 
 /// All limits that a request has to keep; the socket refuses longer messages itself.
-inline constexpr std::size_t kLongestRequest = 256 * 1024;
-inline constexpr std::size_t kLongestText = 200 * 1024;
+inline constexpr std::size_t kLongestRequest = std::size_t{256} * 1024;
+inline constexpr std::size_t kLongestText = std::size_t{200} * 1024;
 inline constexpr std::size_t kMostItems = 2000;
 inline constexpr int kDeepest = 8;
 
