@@ -79,8 +79,15 @@ ControlTiming::Duration ControlChannel::LimitOfTries(Duration twoAnswers, Clock:
 
 void ControlChannel::NoteSilence(bool isSilent) {
     const Clock::TimePoint now = CurrentClock().Now();
-    if (isSilent && now >= m_RestsUntil) m_RestsUntil = now + m_Timing.silentRest;
+    if (isSilent && !m_IsSilent) m_SilentSince = now;
+    if (isSilent && now >= m_RestsUntil)
+        m_RestsUntil = now + std::max<Clock::TimePoint::duration>(m_Timing.silentRest, now - m_SilentSince);
     m_IsSilent = isSilent;
+}
+
+/// The answer to a look takes no longer than the link is busy, whatever the camera states.
+ControlTiming::Duration ControlChannel::LookLimit() const {
+    return m_Streams > 0 ? std::max(m_Timing.lookLimit, m_Timing.streamingFloor + m_Timing.margin) : m_Timing.lookLimit;
 }
 
 Deadline ControlChannel::WholeAccess() const {
@@ -127,8 +134,7 @@ VxStatus ControlChannel::Retry(Once once, Repeat repeat, const Deadline& whole) 
             m_IsSilent = false;
             return outcome.status;
         }
-        const VxStatus resynchronised =
-            Resynchronise(/*forceHalt=*/failures > 0, limits.tries.Within(m_Timing.lookLimit));
+        const VxStatus resynchronised = Resynchronise(/*forceHalt=*/failures > 0, limits.tries.Within(LookLimit()));
         if (resynchronised == VX_E_USB_NO_DEVICE) return resynchronised;
         const bool mayRepeat = repeat == Repeat::Safe || !outcome.delivered;
         NoteSilence(IsSilence(resynchronised));

@@ -23,9 +23,9 @@ struct ControlTiming {
     Duration margin{100};           ///< added to what the camera states
     Duration pendingLimit{30000};   ///< whole time for one command, however often the camera asks for more
     Duration retryLimit{4000};      ///< least time after which a command is not tried again
-    Duration lookLimit{2200};       ///< for a look whether a camera is there that left a command unanswered
+    Duration lookLimit{1000};       ///< for a look whether a camera is there that left a command unanswered
     Duration silentLimit{900};      ///< whole time for a command to a camera that did not answer the last one
-    Duration silentRest{3000};      ///< how long such a camera is not waited for again
+    Duration silentRest{3000};      ///< how long such a camera is not waited for again, and longer by and by
     Duration glanceLimit{30};       ///< whole time for a command meanwhile; one that is back answers at once
     Duration operationLimit{30000}; ///< least limit of an access of many commands
     Duration busyPause{20};         ///< before a command that met a busy camera is sent again
@@ -138,6 +138,7 @@ private:
     VxStatus Retry(Once once, Repeat repeat, const Deadline& whole) TAVIX_REQUIRES(m_Lock);
     Duration LimitOfTries(Duration twoAnswers, Clock::TimePoint now) const TAVIX_REQUIRES(m_Lock);
     void NoteSilence(bool isSilent) TAVIX_REQUIRES(m_Lock);
+    Duration LookLimit() const;
     Outcome Run(const Exchange& exchange, const Limits& limits) TAVIX_REQUIRES(m_Lock);
     Outcome Send(const Exchange& exchange, Duration timeout) TAVIX_REQUIRES(m_Lock);
     Outcome Receive(const Exchange& exchange, Duration timeout, const Limits& limits) TAVIX_REQUIRES(m_Lock);
@@ -168,6 +169,7 @@ private:
     std::vector<std::uint8_t> m_Command TAVIX_GUARDED_BY(m_Lock);
     std::vector<std::uint8_t> m_Acknowledge TAVIX_GUARDED_BY(m_Lock);
     std::uint16_t m_NextId TAVIX_GUARDED_BY(m_Lock) = 0;
+    Clock::TimePoint m_SilentSince TAVIX_GUARDED_BY(m_Lock){};
     Clock::TimePoint m_RestsUntil TAVIX_GUARDED_BY(m_Lock){}; ///< until then a silent camera is only glanced at
 };
 
