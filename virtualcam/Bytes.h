@@ -57,7 +57,7 @@ inline double FromFloatBits(std::uint64_t bits) {
 /// Copies text into a fixed field, cut to its size and filled with zeros.
 inline void StoreText(std::uint8_t* to, std::size_t size, const std::string& text) {
     std::memset(to, 0, size);
-    std::memcpy(to, text.data(), text.size() < size ? text.size() : size);
+    text.copy(reinterpret_cast<char*>(to), size);
 }
 
 /// Text of a fixed field: up to the first zero or the whole field.

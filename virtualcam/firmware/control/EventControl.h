@@ -30,7 +30,7 @@ public:
         constexpr std::uint32_t count = static_cast<std::uint32_t>(CameraEvent::Count);
         make.Range(reg::kEventSelector, 0, 0, count - 1);
         for (std::uint32_t i = 0; i < count; ++i)
-            make.Switch(reg::kEventNotification + 4 * i);
+            make.Switch(reg::kEventNotification + std::uint64_t{4} * i);
     }
     /// Sends the event if its notification is on; true when a message was queued.
     bool Notify(CameraEvent event, std::uint64_t timestamp, std::uint64_t frameId) {
