@@ -1,10 +1,14 @@
 #include "camera/CameraTest.h"
+#include "camera/image/ChunkReader.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <thread>
+#include <vector>
 
 #include <stdlib.h>
 #include <unistd.h>
@@ -68,6 +72,31 @@ std::string FileOf(const Tavix::Image& image, const Tavix::imaging::FileOptions&
 
 std::string PixelsOf(const Tavix::Image& image) {
     return {image.Data().begin(), image.Data().end()};
+}
+
+TEST(Image, TellsItsChunksToSeveralThreadsAtOnce) {
+    VirtualBus bus(kFast);
+    Tavix::Camera camera = Tavix::Camera::Open();
+    camera["ChunkModeActive"] = true;
+    camera["ChunkSelector"] = "ExposureTime";
+    camera["ChunkEnable"] = true;
+    for (const Tavix::Image& image : camera.Grab(20)) {
+        constexpr std::size_t kThreads = 4;
+        std::atomic<std::size_t> ready{0};
+        const void* told[kThreads] = {};
+        std::vector<std::thread> threads;
+        for (const void*& place : told) {
+            threads.emplace_back([&] {
+                for (++ready; ready < kThreads;)
+                    std::this_thread::yield();
+                place = &Tavix::detail::ChunksOf(image.Inside());
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_THAT(told, testing::Each(told[0])) << "one would go while another looks at it";
+        EXPECT_GT(image.Chunk("ExposureTime").Float(), 0);
+    }
 }
 
 TEST(Image, FindsColoursAsItIsAsked) {

@@ -45,7 +45,7 @@ enum class Checksum {
 /// One image in memory of its stream, which nobody writes to while the image lives. It goes back to the stream when the
 /// image goes: on any thread, without waiting, and also after stream, camera and factory went. Moving is cheap, and a
 /// moved-from image is empty; every call on it but IsEmpty throws StateError. Bound to a thread at a time, as a value
-/// is.
+/// is; several may ask it at once.
 class TAVIX_CAMERA_API Image {
 public:
     Image() = default; ///< empty

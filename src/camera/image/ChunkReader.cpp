@@ -62,13 +62,14 @@ void ChunkReader::ReadAttached(ChunkValues& values) {
 }
 
 const ChunkValues& ChunksOf(Frame& frame) {
-    if (frame.chunkValues) return *frame.chunkValues;
+    if (const ChunkValues* known = frame.chunkValues.load()) return *known;
     auto values = std::make_unique<ChunkValues>();
     const bool canHave = frame.payloadType != PayloadType_Image && frame.origin && frame.origin->chunks;
     const bool isRead = canHave && frame.origin->chunks->Read({frame.Bytes(), frame.payloadSize}, *values);
     if (!isRead && frame.payloadType == PayloadType_ChunkData) values->checksum = Checksum::Damaged;
-    frame.chunkValues = std::move(values);
-    return *frame.chunkValues;
+    const ChunkValues* faster = nullptr;
+    if (!frame.chunkValues.compare_exchange_strong(faster, values.get())) return *faster;
+    return *values.release();
 }
 
 } // namespace Tavix::detail

@@ -31,7 +31,9 @@ void ImageFacts::MeasureLines() {
 }
 
 Frame::Frame() = default;
-Frame::~Frame() = default;
+Frame::~Frame() {
+    delete chunkValues.load();
+}
 
 /// They seldom differ from those of the image that was here before, and looking them up takes time.
 [[gnu::hot]] void Frame::DescribeLines(const GrabResult& result) {
@@ -60,7 +62,7 @@ Frame::~Frame() = default;
     errorCode = result.GetErrorCode();
     missingBytes = 0;
     gapBefore = {};
-    chunkValues.reset();
+    if (chunkValues.load()) delete chunkValues.exchange(nullptr);
     if (result.Succeeded()) return;
     defect = WithoutFullStop(Text(result.GetErrorDescription()));
     if (defect.empty()) defect = "it is damaged";

@@ -64,7 +64,8 @@ struct Frame : ImageFacts {
     std::atomic<bool> isLent{false};            ///< see FramePool::m_IsRetired for its order
     std::atomic<bool> isReleased{false};        ///< an exchange: one of two comes first
     std::shared_ptr<FramePool> home;            ///< set while an image has it; null for copies, which have none
-    std::unique_ptr<ChunkValues> chunkValues;   ///< once somebody asked
+    /// Owned; null until somebody asks, and several may ask at once.
+    std::atomic<const ChunkValues*> chunkValues{nullptr};
 
     Frame();
     ~Frame();

@@ -43,8 +43,8 @@ Image Image::Convert(const std::string& pixelFormat, const imaging::ConvertOptio
         image.m_Frame->format = target->format;
         image.m_Frame->paddingX = 0;
         image.m_Frame->MeasureLines();
-        detail::ChunksOf(*m_Frame); // read from the payload, which the copy does not have
-        image.m_Frame->chunkValues = std::make_unique<detail::ChunkValues>(*m_Frame->chunkValues);
+        // Read from the payload, which the copy does not have.
+        image.m_Frame->chunkValues = new detail::ChunkValues(detail::ChunksOf(*m_Frame));
         return image;
     } catch (const imaging::Error& e) {
         throw ValueError("cannot convert " + PixelFormat() + " to " + pixelFormat + ": " + detail::Reason(e));
