@@ -37,8 +37,9 @@ struct Watch {
     }
     void End() {
         if (IsLeftToParent()) return;
+        std::unique_ptr<Tavix::CameraWatch> ended = std::move(watch); // by one of several threads
         const WithoutLock unlocked;
-        watch.reset();
+        ended.reset();
     }
 
     std::unique_ptr<Tavix::CameraWatch> watch;
