@@ -60,9 +60,10 @@ public:
     /// Lets Run() return soon.
     void Stop() noexcept {
         if (const auto stream = Held()) stream->Cancel();
+        std::optional<Item> left; // goes without the lock, since its memory may want the interpreter's
         const Tavix::MutexLock lock(m_Guard);
         m_IsStopped = true;
-        m_Item.reset();
+        left.swap(m_Item);
         m_Changed.notify_all();
     }
 

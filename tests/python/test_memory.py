@@ -130,3 +130,13 @@ def test_streams_of_groups_and_of_event_loops_take_an_allocator(camera):
     feed = camera.stream(1, allocator=allocator)
     feed.close()
     assert allocator.sizes[-1] == camera.PayloadSize
+
+
+def test_the_image_that_an_event_loop_did_not_take_gives_its_memory_back(camera):
+    for _ in range(20):
+        stream = camera.stream(1, buffers=2, allocator=bytearray)
+        closing = threading.Thread(target=stream.close)
+        closing.start()
+        while closing.is_alive():
+            stream._feed.take()
+        closing.join()
