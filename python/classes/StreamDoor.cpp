@@ -42,7 +42,7 @@ Started<Tavix::ImageStream> StartWith(const SharedCamera& camera, const Tavix::G
 }
 
 Started<Tavix::ImageStream> StartCalls(const SharedCamera& camera, const Tavix::GrabOptions& options,
-                                       py::object callback) {
+                                       const py::object& callback) {
     const auto call = std::make_shared<ImageCall>(py::reinterpret_borrow<py::function>(callback));
     const auto receive = [call](Tavix::Image image) { (*call)(std::move(image)); };
     return {Errand([camera, options, receive] { return camera->Grab(options, receive); }), milliseconds(-1),
@@ -58,7 +58,7 @@ Tavix::Timeout NothingCame(milliseconds time, const std::string& why) {
 
 Started<Tavix::ImageStream> Start(const SharedCamera& camera, const Asked& asked) {
     const Tavix::GrabOptions made = OptionsOf(asked);
-    if (py::object callback = CallbackOption(asked)) return StartCalls(camera, made, std::move(callback));
+    if (const py::object callback = CallbackOption(asked)) return StartCalls(camera, made, callback);
     Started<Tavix::ImageStream> started = StartWith(camera, made, SilenceOf(asked, made));
     started.atEnd = AtEnd(made);
     started.newestOnly = made.newestOnly;

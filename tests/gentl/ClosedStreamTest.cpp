@@ -12,7 +12,7 @@ namespace {
 
 using gentl::Stream;
 
-constexpr std::size_t kBufferSize = 64 * 64;
+constexpr std::size_t kBufferSize = std::size_t{64} * 64;
 
 class ClosedStream : public inside::OnFirstCamera {
 protected:

@@ -61,7 +61,9 @@ double FramesPerSecond(const GrabFigures& figures) {
 }
 
 double MegabytesPerSecond(const GrabFigures& figures) {
-    return figures.good > 1 ? FramesPerSecond(figures) * static_cast<double>(figures.bytes / figures.good) * 1e-6 : 0;
+    if (figures.good <= 1) return 0;
+    const double bytesPerFrame = static_cast<double>(figures.bytes) / static_cast<double>(figures.good);
+    return FramesPerSecond(figures) * bytesPerFrame * 1e-6;
 }
 
 ProcessCost MeasureProcess() {
