@@ -1,5 +1,6 @@
 #include "usb/support/LibusbTest.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -315,11 +316,28 @@ private:
     TestDevice m_Rest;
 };
 
+/// libusb loses a device for good whose departure it notices while it is initialised for the next handle.
+void AwaitDeparture(usb::Backend& bus, const std::string& id) {
+    for (bool isThere = true; isThere;) {
+        std::vector<usb::DeviceEntry> devices;
+        ASSERT_EQ(bus.Enumerate(devices), Result::Ok);
+        isThere =
+            std::any_of(devices.begin(), devices.end(), [&](const usb::DeviceEntry& each) { return each.id == id; });
+        std::this_thread::yield();
+    }
+}
+
 std::string GermanString(usb::Backend& bus, Bytes languages, std::uint8_t index) {
-    const usbfs::Plugged plugged(std::make_shared<GermanDevice>(std::move(languages)));
-    std::unique_ptr<usb::Handle> handle;
-    EXPECT_EQ(bus.Open(plugged.Name(), handle), Result::Ok);
-    return handle->ReadString(index);
+    std::string id, text;
+    {
+        const usbfs::Plugged plugged(std::make_shared<GermanDevice>(std::move(languages)));
+        id = plugged.Name();
+        std::unique_ptr<usb::Handle> handle;
+        EXPECT_EQ(bus.Open(id, handle), Result::Ok);
+        text = handle->ReadString(index);
+    }
+    AwaitDeparture(bus, id);
+    return text;
 }
 
 TEST_F(LibusbTest, ReadsStringsInTheFirstLanguageOfTheDevice) {
