@@ -26,4 +26,4 @@ if [ "$short" = yes ]; then
 fi
 # What starts further programs of ours would need the kernel to know the emulator; what measures threads, its patience.
 cmake --build --preset arm64
-exec ctest --test-dir build/arm64 --output-on-failure --no-tests=error -j 2 -LE '^(system|program)$' -E '^LogConfig\.'
+exec ctest --test-dir build/arm64 --output-on-failure --no-tests=error -j 2 -LE '^(system|program)$' -E '^(LogConfig|Preload)\.'
