@@ -15,7 +15,6 @@ namespace {
 struct Record {
     const Road* road;
     std::vector<FrameCost> rounds;
-    std::vector<double> ratios;
 };
 
 bool IsWanted(const Road& road, const std::vector<std::string>& words) {
@@ -39,16 +38,37 @@ std::vector<double> Each(const Record& record, double FrameCost::*figure) {
     return values;
 }
 
-void Print(const Record& record) {
-    const std::vector<double> times = Each(record, &FrameCost::microseconds);
+/// To the first road, round by round.
+std::vector<double> Ratios(const Record& record, const Record& first, double FrameCost::*figure) {
+    std::vector<double> ratios;
+    for (std::size_t i = 0; i < record.rounds.size(); ++i)
+        ratios.push_back(record.rounds[i].*figure / first.rounds[i].*figure);
+    return ratios;
+}
+
+void PrintTimes(const Record& record, const Record& first, double FrameCost::*figure) {
+    const std::vector<double> times = Each(record, figure), ratios = Ratios(record, first, figure);
+    std::printf(" %8.1f %6.1f..%-6.1f %6.2f %5.2f..%-5.2f", Quantile(times, 0.5), Quantile(times, 0.25),
+                Quantile(times, 0.75), Quantile(ratios, 0.5), Quantile(ratios, 0.25), Quantile(ratios, 0.75));
+}
+
+void Print(const Record& record, const Record& first) {
     unsigned int lost = 0;
     for (const FrameCost& cost : record.rounds)
         lost += cost.lost;
-    std::printf("%-40s %8.1f %8.1f %6.1f..%-6.1f %8.2f %6.2f %7.2f %5.2f..%-5.2f %5u\n", record.road->name.c_str(),
-                Quantile(Each(record, &FrameCost::rate), 0.5), Quantile(times, 0.5), Quantile(times, 0.25),
-                Quantile(times, 0.75), Quantile(Each(record, &FrameCost::switches), 0.5),
-                Quantile(Each(record, &FrameCost::transfers), 0.5), Quantile(record.ratios, 0.5),
-                Quantile(record.ratios, 0.25), Quantile(record.ratios, 0.75), lost);
+    std::printf("%-40s %8.1f", record.road->name.c_str(), Quantile(Each(record, &FrameCost::rate), 0.5));
+    PrintTimes(record, first, &FrameCost::microseconds);
+    PrintTimes(record, first, &FrameCost::above);
+    std::printf(" %8.2f %6.2f %5u\n", Quantile(Each(record, &FrameCost::switches), 0.5),
+                Quantile(Each(record, &FrameCost::transfers), 0.5), lost);
+}
+
+void MeasureEach(std::vector<Record>& records, bool isReversed) {
+    const auto measure = [](Record& record) { record.rounds.push_back(record.road->measure()); };
+    if (isReversed)
+        std::for_each(records.rbegin(), records.rend(), measure);
+    else
+        std::for_each(records.begin(), records.end(), measure);
 }
 
 } // namespace
@@ -63,6 +83,7 @@ FrameCost MeasureFrames(unsigned int frames, const std::function<void()>& take) 
     FrameCost frame;
     frame.rate = count / seconds;
     frame.microseconds = cost.hostSeconds / count * 1e6;
+    frame.above = (cost.hostSeconds - cost.ioctlSeconds) / count * 1e6;
     frame.switches = static_cast<double>(cost.hostSwitches) / count;
     frame.transfers = static_cast<double>(cost.hostTransfers) / count;
     return frame;
@@ -80,21 +101,17 @@ unsigned int RoundsOf(int argc, char** argv) {
 void MeasureInTurn(const std::vector<Road>& roads, unsigned int rounds, const std::vector<std::string>& words) {
     std::vector<Record> records;
     for (const Road& road : roads)
-        if (IsWanted(road, words)) records.push_back({&road, {}, {}});
+        if (IsWanted(road, words)) records.push_back({&road, {}});
     if (records.empty()) throw std::invalid_argument("no road's name holds such a word");
-    for (unsigned int round = 0; round < rounds; ++round) {
-        for (Record& record : records) {
-            record.rounds.push_back(record.road->measure());
-            record.ratios.push_back(record.rounds.back().microseconds / records.front().rounds.back().microseconds);
-        }
-    }
-    std::printf("%u rounds in turn: host's processor time of a frame, and what part it is of the first road's in the "
-                "same round; median, lower..upper quartile\n",
+    for (unsigned int round = 0; round < rounds; ++round)
+        MeasureEach(records, round % 2 != 0);
+    std::printf("%u rounds in turn: host's processor time of a frame, of that what is spent above the bus, and what "
+                "part each is of the first road's in the same round; median, lower..upper quartile\n",
                 rounds);
-    std::printf("%-40s %8s %8s %14s %8s %6s %7s %12s %5s\n", "", "frames/s", "us", "quartiles", "switches", "r/w",
-                "ratio", "quartiles", "lost");
+    std::printf("%-40s %8s %8s %14s %6s %12s %8s %14s %6s %12s %8s %6s %5s\n", "", "frames/s", "us", "quartiles",
+                "ratio", "quartiles", "above us", "quartiles", "ratio", "quartiles", "switches", "r/w", "lost");
     for (const Record& record : records)
-        Print(record);
+        Print(record, records.front());
 }
 
 } // namespace bench

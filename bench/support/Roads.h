@@ -11,6 +11,7 @@ namespace bench {
 struct FrameCost {
     double rate = 0;         ///< frames a second
     double microseconds = 0; ///< processor time of all threads but the cameras'
+    double above = 0;        ///< of that, what was not spent in the ioctls of the emulated bus
     double switches = 0;     ///< of context, of the same threads
     double transfers = 0;    ///< their system calls that read or wrote
     unsigned int lost = 0;   ///< of all frames of the round
@@ -27,9 +28,9 @@ struct Road {
     std::function<FrameCost()> measure;
 };
 
-/// One road after the other, again and again, so that all meet the same machine. Prints the median and the quartiles of
-/// each road's time, and of its ratio to the first road in the same round. With words, only the roads whose names hold
-/// one of them are measured.
+/// One road after the other, again and again, there and back, so that all meet the same machine. Prints the median and
+/// the quartiles of each road's time, and of its ratio to the first road in the same round; then the same for what it
+/// takes above the bus. With words, only the roads whose names hold one of them are measured.
 void MeasureInTurn(const std::vector<Road>& roads, unsigned int rounds, const std::vector<std::string>& words = {});
 
 } // namespace bench

@@ -6,8 +6,10 @@
 #include <string>
 
 #include <ctime>
-#include <dlfcn.h>
 #include <sys/resource.h>
+
+/// Of the emulated bus, linked or preloaded; null without one.
+extern "C" [[gnu::weak]] std::uint64_t usbfs_ioctl_nanoseconds();
 
 namespace bench {
 namespace {
@@ -46,9 +48,7 @@ std::string Name(const std::filesystem::path& task) {
 }
 
 double IoctlSeconds() {
-    using Ask = std::uint64_t (*)();
-    static const auto ask = reinterpret_cast<Ask>(::dlsym(RTLD_DEFAULT, "usbfs_ioctl_nanoseconds"));
-    return ask != nullptr ? static_cast<double>(ask()) * 1e-9 : 0;
+    return usbfs_ioctl_nanoseconds != nullptr ? static_cast<double>(usbfs_ioctl_nanoseconds()) * 1e-9 : 0;
 }
 
 /// Processor time and switches of all threads, also of those that have ended.
