@@ -98,6 +98,9 @@ public:
     [[nodiscard]] VxStatus FinishGrab();
     /// Completes every queued buffer with VX_E_CANCELLED, in the order of queuing. Streaming goes on.
     [[nodiscard]] VxStatus CancelGrab();
+    /// As CancelGrab, but returns at once: the buffers complete when the stream's thread comes to it, which may be
+    /// seconds later on a camera that does not answer. The wait object and the listener tell.
+    [[nodiscard]] VxStatus BeginCancelGrab();
 
     /// Memory for buffers, for applications that have none of their own: mapped by the kernel where it can, so that the
     /// data comes without a copy, else ordinary memory. From Open on; Close frees what is left, so buffers in it must

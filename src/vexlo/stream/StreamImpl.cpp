@@ -259,4 +259,11 @@ VxStatus CVxStream::Impl::Cancel() {
     return VX_OK;
 }
 
+VxStatus CVxStream::Impl::AskCancel() {
+    const std::shared_ptr<StreamEngine> engine = Engine();
+    if (!engine) return VX_E_INVALID_STATE;
+    engine->AskCancel();
+    return VX_OK;
+}
+
 } // namespace vexlo

@@ -36,6 +36,7 @@ public:
     VxStatus Start();
     VxStatus Finish();
     VxStatus Cancel();
+    VxStatus AskCancel();
     VxStatus AllocateMemory(unsigned long size, void** memory);
     std::shared_ptr<void> ShareMemory(unsigned long size);
     VxStatus FreeMemory(void* memory);

@@ -56,6 +56,10 @@ VxStatus CVxStream::CancelGrab() {
     return m_Impl->Cancel();
 }
 
+VxStatus CVxStream::BeginCancelGrab() {
+    return m_Impl->AskCancel();
+}
+
 VxStatus CVxStream::AllocateMemory(unsigned long size, void** ppMemory) {
     return m_Impl->AllocateMemory(size, ppMemory);
 }

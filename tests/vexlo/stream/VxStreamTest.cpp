@@ -211,6 +211,17 @@ TEST_F(VxStreamTest, ClosesWhenTheCameraIsGone) {
     EXPECT_EQ(stream->Close(), VX_OK);
 }
 
+TEST_F(VxStreamTest, CancelsBuffersWithoutWaitingForThem) {
+    EXPECT_EQ(stream->BeginCancelGrab(), VX_E_INVALID_STATE);
+    Start();
+    BufferHandle_s* handle = Register();
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(stream->QueueBuffer(handle, nullptr), VX_OK);
+        EXPECT_EQ(stream->BeginCancelGrab(), VX_OK);
+        EXPECT_EQ(Next().Status, VX_E_CANCELLED);
+    }
+}
+
 TEST_F(VxStreamTest, SwitchesAStreamOffThatWasRestartedInBetween) {
     Start();
     BufferHandle_s* handle = Register();

@@ -61,6 +61,8 @@ public:
     [[nodiscard]] VxStatus Start();
     /// Completes all buffers as cancelled and returns when that is done. Streaming goes on.
     void Cancel() { m_Requests.Cancel(); }
+    /// The same without waiting for it.
+    void AskCancel() { m_Requests.AskCancel(); }
     /// Cancels, ends the thread and returns when no transfer is in flight.
     void Stop();
     /// The stream was switched off and on at least once.

@@ -14,13 +14,23 @@ void StreamRequests::AwaitBegin() {
         lock.Wait(m_Asked);
 }
 
-void StreamRequests::Cancel() {
-    MutexLock lock(m_Mutex);
-    if (m_Ended) return; // what the waker wakes may be gone
-    const unsigned int mine = ++m_CancelsAsked;
+unsigned int StreamRequests::AskCancelLocked() {
+    if (m_Ended) return 0; // what the waker wakes may be gone
+    ++m_CancelsAsked;
     m_IsNew = true;
     m_Asked.notify_all();
     m_Waker();
+    return m_CancelsAsked;
+}
+
+void StreamRequests::AskCancel() {
+    const MutexLock lock(m_Mutex);
+    (void)AskCancelLocked();
+}
+
+void StreamRequests::Cancel() {
+    MutexLock lock(m_Mutex);
+    const unsigned int mine = AskCancelLocked();
     while (!m_Ended && m_CancelsServed < mine)
         lock.Wait(m_Served);
 }

@@ -19,6 +19,8 @@ public:
     void Begin() TAVIX_EXCLUDES(m_Mutex);
     /// Asks for a cancel and returns when it is served, or the stream has ended.
     void Cancel() TAVIX_EXCLUDES(m_Mutex);
+    /// Returns at once.
+    void AskCancel() TAVIX_EXCLUDES(m_Mutex);
     void Stop() TAVIX_EXCLUDES(m_Mutex);
 
     /// All below are the stream's thread's own.
@@ -38,6 +40,8 @@ public:
     void End() TAVIX_EXCLUDES(m_Mutex);
 
 private:
+    /// The number of the cancel; 0 when nothing is served any more.
+    unsigned int AskCancelLocked() TAVIX_REQUIRES(m_Mutex);
     bool HasNew() const TAVIX_REQUIRES(m_Mutex);
 
     const std::function<void()> m_Waker;

@@ -68,4 +68,27 @@ TEST(StreamCancel, EndsAWaitForABadLink) {
     bench.ExpectGood(0);
 }
 
+TEST(StreamCancel, IsAskedForWithoutWaitingForACameraThatDoesNotAnswer) {
+    std::promise<void> recovering, answer;
+    EngineBench bench;
+    bench.camera.OnWrite(0x18, [&](unsigned int number) {
+        if (number == 1) {
+            recovering.set_value();
+            answer.get_future().wait();
+        }
+        return VX_OK;
+    });
+    bench.Start();
+    ASSERT_TRUE(bench.bus.WaitFor([&] { return bench.bus.Queued() == 20; }));
+    bench.bus.Fail(usb::TransferStatus::Error);
+    EXPECT_EQ(bench.Next().Status, VX_E_USB_IO);
+    recovering.get_future().wait();
+    bench.engine->AskCancel();
+    EXPECT_TRUE(bench.IsEmpty());
+    answer.set_value();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(bench.Next().Status, VX_E_CANCELLED);
+    bench.camera.OnEnable([&](unsigned int) { bench.bus.Send(bench.Good(0)); });
+}
+
 } // namespace
