@@ -53,9 +53,13 @@ void AcquisitionEngine::CheckAnnounced(Buffer& buffer) {
     if (m_Queues.WayOf(buffer).place == Place::None) Fail(GC_ERR_INVALID_HANDLE, "the buffer was revoked");
 }
 
+bool AcquisitionEngine::Feeds() const {
+    return m_Phase == Phase::Running && m_Left != 0 && m_CallsOff == 0;
+}
+
 [[gnu::hot]] void AcquisitionEngine::PutIntoInput(Buffer& buffer) {
     m_Queues.PutIntoInput(buffer);
-    if (m_Phase != Phase::Running || m_Left == 0) return;
+    if (!Feeds()) return;
     const vexlo::VxStatus status = QueueOnBus(buffer);
     if (status == vexlo::VX_OK) return;
     PutAside(buffer);
@@ -82,6 +86,10 @@ void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     CheckAnnounced(*buffer);
     DrainForOthers();
     TakeBack(*buffer);
+    if (m_Left == 0 && m_Queues.WayOf(*buffer).isOnBus) { // the bus is just giving it back
+        CallOff();
+        CheckAnnounced(*buffer);
+    }
     PutAside(*buffer);
     if (vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle) {
         void* unused = nullptr;
@@ -112,7 +120,7 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
     GrabResult result{};
     for (unsigned long left = 1; left != 0 && m_Vx.RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
         Sort(result);
-        if (m_Left == 0) left = 1; // what was recalled comes behind it
+        if (m_Left == 0) left = 1; // what was called off comes behind it
     }
 }
 
@@ -124,7 +132,7 @@ void AcquisitionEngine::DrainForOthers() {
 
 [[gnu::hot]] void AcquisitionEngine::Sort(const GrabResult& result) {
     Buffer& buffer = FilledBy(result);
-    // Recalled, or come after the last one that was wanted: it stays where it is, in the input pool.
+    // Called off, or come after the last one that was wanted: it stays where it is, in the input pool.
     if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
         m_Queues.NoteOnBus(buffer, false);
     else
@@ -138,7 +146,7 @@ void AcquisitionEngine::DrainForOthers() {
 }
 
 void AcquisitionEngine::Overwrite() {
-    while (m_Phase == Phase::Running && m_Left != 0) {
+    while (Feeds()) {
         Buffer* const oldest = m_Queues.TakeOverwritten(m_Handling);
         if (!oldest) return;
         m_Queues.PutIntoInput(*oldest);
@@ -148,13 +156,8 @@ void AcquisitionEngine::Overwrite() {
 
 void AcquisitionEngine::CompleteCount() {
     if (m_Phase != Phase::Running) return; // all comes back anyway
-    Recall();
+    (void)m_Vx.BeginCancelGrab();
     m_Observer.NoteGrabbing();
-}
-
-/// Nothing more is taken off the bus.
-void AcquisitionEngine::Recall() {
-    (void)m_Vx.CancelGrab();
 }
 
 [[gnu::hot]] EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
@@ -180,16 +183,20 @@ void AcquisitionEngine::QueueAll(bool andOutput) {
 }
 
 void AcquisitionEngine::FlushInputToOutput() {
-    FetchInput();
+    CallOff();
     m_Queues.MoveInputToOutput();
     TellListener();
 }
 
-/// What is in the input pool is on the bus no more.
-void AcquisitionEngine::FetchInput() {
-    if (m_Phase == Phase::Idle) return;
-    Recall();
-    Drain();
+/// While it starts nothing is there yet; when it was closed what is there is another's.
+void AcquisitionEngine::CallOff() {
+    if (m_Phase != Phase::Running && m_Phase != Phase::Stopping) return;
+    ++m_CallsOff;
+    m_Mutex.unlock();
+    (void)m_Vx.CancelGrab();
+    m_Mutex.lock();
+    if (--m_CallsOff == 0) m_HaveCalledOff.notify_all();
+    DrainForOthers();
 }
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
@@ -206,7 +213,7 @@ void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
     case ACQ_QUEUE_UNQUEUED_TO_INPUT:
         return QueueAll(/*andOutput=*/false);
     case ACQ_QUEUE_ALL_DISCARD:
-        FetchInput();
+        CallOff();
         PutAllAside(m_Queues.Input());
         return PutAllAside(m_Queues.Output());
     default:

@@ -8,6 +8,7 @@
 #include "core/WaitObject.h"
 
 #include <atomic>
+#include <condition_variable>
 
 namespace gentl {
 
@@ -31,6 +32,8 @@ protected:
 ///
 /// While it starts and stops, which takes as long as the camera takes, buffers come and go as when it is idle. A run
 /// that has the buffers which were asked for, or ended by itself, is over but running until it is stopped or started.
+/// Buffers on the bus are called off with the queues' lock open, since that takes as long as the camera takes when its
+/// stream just recovers; no buffer goes to the bus meanwhile, and no run ends.
 /// A closed one has a share for each call that was under way; the camera's stream may be another's by then, so it
 /// leaves that alone, and what changes something fails with INVALID_HANDLE.
 class AcquisitionEngine {
@@ -65,7 +68,7 @@ public:
     /// As RequireIdle.
     void SetHandling(Handling handling);
     /// Who is signalled when there may be something in the output queue; one that is not valid is nobody. Waits for
-    /// nobody who is at the queues, as who calls off the buffers on the bus may be for as long as the camera takes.
+    /// nobody who is at the queues.
     void SetListener(const Tavix::WaitObjectEx& listener) noexcept;
 
     struct Figures {
@@ -78,6 +81,8 @@ public:
     Figures Look();
 
 private:
+    /// What is in the input pool is wanted on the bus.
+    bool Feeds() const TAVIX_REQUIRES(m_Mutex);
     void RegisterOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     vexlo::VxStatus QueueOnBus(Buffer& buffer) TAVIX_REQUIRES(m_Mutex);
     void CheckOpen() const TAVIX_REQUIRES(m_Mutex);
@@ -103,8 +108,8 @@ private:
     /// them whatever becomes of that.
     void Overwrite() TAVIX_REQUIRES(m_Mutex);
     void CompleteCount() TAVIX_REQUIRES(m_Mutex);
-    void Recall() TAVIX_REQUIRES(m_Mutex);
-    void FetchInput() TAVIX_REQUIRES(m_Mutex);
+    /// Nothing is on the bus any more. The lock is open meanwhile; what comes into the input pool stays there then.
+    void CallOff() TAVIX_REQUIRES(m_Mutex);
     bool IsGrabbing() const TAVIX_REQUIRES(m_Mutex);
 
     void Begin(std::uint64_t count) TAVIX_REQUIRES(m_PumpMutex) TAVIX_EXCLUDES(m_Mutex);
@@ -135,6 +140,8 @@ private:
     Phase m_Phase TAVIX_GUARDED_BY(m_Mutex) = Phase::Idle; // changed with m_PumpMutex
     bool m_IsPrepared TAVIX_GUARDED_BY(m_Mutex) = false;   // the bus takes buffers to be registered
     std::uint64_t m_Left TAVIX_GUARDED_BY(m_Mutex) = 0;    // buffers still to acquire
+    unsigned int m_CallsOff TAVIX_GUARDED_BY(m_Mutex) = 0; // who call off just now
+    std::condition_variable m_HaveCalledOff;               // all of them
     Handling m_Handling TAVIX_GUARDED_BY(m_Mutex) = Handling::Default;
     std::atomic<vexlo::VxStatus> m_EndReason{vexlo::VX_OK};
     Tavix::Mutex m_ListenerMutex TAVIX_ACQUIRED_AFTER(m_Mutex); // the stream's thread takes no other of these

@@ -91,7 +91,9 @@ void AcquisitionEngine::EnterStopping() noexcept {
 }
 
 void AcquisitionEngine::TakeBuffersBack() noexcept {
-    const Guard guard(m_Mutex);
+    Guard guard(m_Mutex);
+    while (m_CallsOff != 0)
+        guard.Wait(m_HaveCalledOff);
     DrainForOthers();
     for (const SharedBuffer& buffer : m_Queues.Announced()) {
         vexlo::BufferHandle_s*& handle = m_Queues.WayOf(*buffer).handle;

@@ -17,7 +17,10 @@ constexpr const char* kCameras = R"({"cameras": [
     {"serial": "Unplug3", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Talkative", "faults": {"events": [{"fault": "MaximumLength", "count": 0}]}},
     {"serial": "Halted", "faults": {"stream": [{"fault": "Stall", "count": 0, "frame": 3, "value": 10000}]}},
-    {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}}
+    {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}},
+    {"serial": "Recovering", "faults": {
+        "control": [{"fault": "NoAnswer", "count": 0, "skip": 1, "command": 2050, "address": 131076}],
+        "stream": [{"fault": "Stall", "frame": 3, "value": 10000}]}}
 ]})";
 
 class GenTLStreamEnd : public consumer::StreamSession {
@@ -150,6 +153,82 @@ TEST_F(GenTLStreamEnd, AnswersWhileASlowCameraIsStopped) {
     EXPECT_EQ(gc.DSStartAcquisition(nullptr, ACQ_START_FLAGS_DEFAULT, 1), GC_ERR_INVALID_HANDLE);
     EXPECT_NE(stop.wait_for(std::chrono::seconds(0)), std::future_status::ready) << "the camera takes two seconds";
     EXPECT_EQ(stop.get(), GC_ERR_SUCCESS);
+}
+
+/// Its stream's thread waits for answers to what switches the stream off and on, which do not come.
+class GenTLStreamRecovery : public GenTLStreamEnd {
+protected:
+    void BeginToRecover(uint64_t count) {
+        ASSERT_NO_FATAL_FAILURE(Begin("Recovering"));
+        ASSERT_NO_FATAL_FAILURE(Announce(8));
+        ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, count), GC_ERR_SUCCESS) << LastText();
+        constexpr uint64_t acquisitionStart = 0x102004;
+        const uint32_t one = 1;
+        size_t size = sizeof one;
+        ASSERT_EQ(gc.GCWritePort(port, acquisitionStart, &one, &size), GC_ERR_SUCCESS) << LastText();
+        for (bool isWhole = true; isWhole;) {
+            EVENT_NEW_BUFFER_DATA data{};
+            ASSERT_EQ(Next(data, kPatience), GC_ERR_SUCCESS) << LastText();
+            isWhole = BufferNumber<bool8_t>(data.BufferHandle, BUFFER_INFO_IS_INCOMPLETE) == 0;
+        }
+    }
+    /// A flush that was under way before and after `during`, as it only is while the camera keeps the stream's thread.
+    template<class During>
+    std::future<GC_ERROR> FlushAround(ACQ_QUEUE_TYPE operation, During&& during) {
+        for (;;) {
+            EXPECT_EQ(gc.DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS) << LastText();
+            auto flush = std::async(std::launch::async, [=] { return gc.DSFlushQueue(stream, operation); });
+            during();
+            if (flush.wait_for(std::chrono::seconds(0)) != std::future_status::ready || HasFailure()) return flush;
+            EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
+        }
+    }
+    void AsksOtherThings() {
+        for (int i = 0; i < 50; ++i) {
+            EVENT_NEW_BUFFER_DATA data{};
+            const GC_ERROR code = Next(data, 1);
+            ASSERT_TRUE(code == GC_ERR_TIMEOUT || code == GC_ERR_SUCCESS) << LastText();
+            ASSERT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_ANNOUNCED), 8U);
+        }
+    }
+};
+
+TEST_F(GenTLStreamRecovery, AnswersWhileBuffersAreCalledOff) {
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    auto flush = FlushAround(ACQ_QUEUE_ALL_DISCARD, [&] { AsksOtherThings(); });
+    EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 0U);
+    EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
+}
+
+TEST_F(GenTLStreamRecovery, FlushesWhatIsQueuedWhileBuffersAreCalledOff) {
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    size_t queued = 0;
+    auto flush = FlushAround(ACQ_QUEUE_INPUT_TO_OUTPUT, [&] {
+        EXPECT_EQ(gc.DSFlushQueue(stream, ACQ_QUEUE_UNQUEUED_TO_INPUT), GC_ERR_SUCCESS);
+        queued = StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED);
+    });
+    EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
+    EXPECT_EQ(queued, 8U);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY), 8U);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 0U);
+    EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
+}
+
+TEST_F(GenTLStreamRecovery, StopsWhileBuffersAreCalledOff) {
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    auto flush = FlushAround(ACQ_QUEUE_ALL_DISCARD, [&] { AsksOtherThings(); });
+    EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 0U);
+}
+
+TEST_F(GenTLStreamRecovery, RevokesBuffersThatANumberOfImagesDidNotNeed) {
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover(4));
+    EXPECT_EQ(StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING), 0);
+    for (BUFFER_HANDLE buffer : buffers)
+        EXPECT_EQ(gc.DSRevokeBuffer(stream, buffer, nullptr, nullptr), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
 }
 
 /// In each way to handle buffers.
