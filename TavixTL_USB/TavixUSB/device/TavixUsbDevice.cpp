@@ -88,7 +88,7 @@ void CTavixUsbDevice::Open(AccessModeSet accessMode) {
              static_cast<unsigned int>(accessMode.to_ullong()));
     std::optional<GenApi::AutoLock> nodeMapGuard; // nobody reads what is left from before
     if (_Ptr) nodeMapGuard.emplace(_Ptr->GetLock());
-    Guard guard(m_Lock);
+    TransportGuard guard(m_Lock);
     if (m_IsOpen) Throw<LogicalErrorException>(Here(), "Device is already open.");
     const unsigned int status = OpenWithRetry(*m_pVxDevice, MakeOpenRecord(m_DeviceInfo));
     if (status != 0) {
@@ -107,7 +107,7 @@ void CTavixUsbDevice::Open(AccessModeSet accessMode) {
     }
     m_IsOpen = true;
     LogTrace(LogCategoryDevice(), kLogInfo, "Opened device '%s' successfully", m_FullName.c_str());
-    guard.unlock();
+    guard.Unlock();
     if (_Ptr) _Ptr->InvalidateNodes(); // the camera may have been unplugged and forgotten its settings
 }
 
@@ -140,7 +140,7 @@ void CTavixUsbDevice::InternalClose() {
 }
 
 bool CTavixUsbDevice::IsOpen() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_IsOpen;
 }
 
@@ -157,7 +157,7 @@ DevicePresence CUsbDevicePresence::Presence() const {
 }
 
 AccessModeSet CTavixUsbDevice::AccessMode() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_AccessMode;
 }
 
@@ -193,7 +193,7 @@ void CTavixUsbDevice::OnMigrationModeEnable(GenApi::INode* pNode) {
 }
 
 DeviceCallbackHandle CTavixUsbDevice::RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!m_IsOpen) {
         Throw<LogicalErrorException>(Here(), "Camera object must not be closed (RegisterRemovalCallback)");
     }
@@ -201,7 +201,7 @@ DeviceCallbackHandle CTavixUsbDevice::RegisterRemovalCallback(Callback1<ITavixDe
 }
 
 bool CTavixUsbDevice::DeregisterRemovalCallback(DeviceCallbackHandle handle) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!m_IsOpen) {
         Throw<LogicalErrorException>(Here(), "Camera object must not be closed (DeregisterRemovalCallback)");
     }

@@ -3,6 +3,7 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
+#include "TransportLock.h"
 #include "device/PortSuccession.h"
 #include "device/VxDevicePtr.h"
 #include "params/UsbTLParams.h"
@@ -14,8 +15,6 @@
 
 #include <GenApi/PortImpl.h>
 #include <boost/shared_ptr.hpp>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
 #include <set>
@@ -73,7 +72,7 @@ public:
     IEventAdapter* CreateEventAdapter() override;
     /// The caller keeps it apart from Close and CreateEventAdapter: unlike its siblings it takes no lock, so that it
     /// may be called by who delivers events and holds other locks.
-    void DestroyEventAdapter(IEventAdapter* pAdapter) override;
+    void DestroyEventAdapter(IEventAdapter* pAdapter) override TAVIX_NO_THREAD_SAFETY_ANALYSIS;
     DeviceCallbackHandle RegisterRemovalCallback(Callback1<ITavixDevice*>& callback) override;
     bool DeregisterRemovalCallback(DeviceCallbackHandle handle) override;
     AccessModeSet AccessMode() const override;
@@ -88,9 +87,8 @@ public:
 
 private:
     class CSurpriseRemovalController;
-    struct NodeMapAndDeviceGuard;
-    struct AllGuard;
-    using Guard = boost::unique_lock<boost::recursive_mutex>;
+    class NodeMapAndDeviceGuard;
+    class AllGuard;
 
     /// After a write of which nobody knows whether it was executed: plain registers are settled, commands never sent
     /// again. The caller holds the device's lock only if it holds the node map's as well.
@@ -98,22 +96,23 @@ private:
     /// Follows the transport-layer parameter "MigrationModeEnable".
     void OnMigrationModeEnable(GenApi::INode* pNode);
     void CloseOnDestruction() noexcept;
-    void DestroyHandedOut();
+    void DestroyHandedOut() TAVIX_REQUIRES(m_Lock);
 
-    CVandrelUsbDeviceInfo m_DeviceInfo; // constant once the device is handed out
-    AccessModeSet m_AccessMode;         // of the last successful Open; guarded by m_Lock
-    bool m_IsOpen = false;              // guarded by m_Lock
-    VxDevicePtr m_pVxDevice;            // constant after construction
-    boost::shared_ptr<CSurpriseRemovalController> m_pRemovalController; // null while closed; guarded by m_Lock
-    std::unique_ptr<CTavixUsbStream> m_pStream;                         // constant after construction
-    std::unique_ptr<CTavixUsbEventGrabber> m_pEventGrabber;             // constant after construction
-    ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> m_pTlParams;       // constant after construction
-    std::unique_ptr<CVexloDevicePort> m_pTlPort;                        // constant after construction
-    mutable boost::recursive_mutex m_Lock;
-    std::set<IChunkParser*> m_ChunkParsers;                    // owned; guarded by m_Lock
-    std::set<IEventAdapter*> m_EventAdapters;                  // owned; guarded by m_Lock, but see DestroyEventAdapter
-    PortSuccession<CUsbChunkParser> m_ParserSuccession;        // of m_ChunkParsers
-    PortSuccession<CTavixUsbEventAdapter> m_AdapterSuccession; // of m_EventAdapters
+    CVandrelUsbDeviceInfo m_DeviceInfo;                  // constant once the device is handed out
+    AccessModeSet m_AccessMode TAVIX_GUARDED_BY(m_Lock); // of the last successful Open
+    bool m_IsOpen TAVIX_GUARDED_BY(m_Lock) = false;
+    VxDevicePtr m_pVxDevice; // constant after construction
+    boost::shared_ptr<CSurpriseRemovalController> m_pRemovalController TAVIX_GUARDED_BY(m_Lock); // null while closed
+    std::unique_ptr<CTavixUsbStream> m_pStream;                   // constant after construction
+    std::unique_ptr<CTavixUsbEventGrabber> m_pEventGrabber;       // constant after construction
+    ParamsPtr<Vandrel_UsbTLParams::CUsbTLParamsImpl> m_pTlParams; // constant after construction
+    std::unique_ptr<CVexloDevicePort> m_pTlPort;                  // constant after construction
+    mutable TransportLock m_Lock;
+    // Owned, and who of them has the ports. For the adapters see also DestroyEventAdapter.
+    std::set<IChunkParser*> m_ChunkParsers TAVIX_GUARDED_BY(m_Lock);
+    std::set<IEventAdapter*> m_EventAdapters TAVIX_GUARDED_BY(m_Lock);
+    PortSuccession<CUsbChunkParser> m_ParserSuccession TAVIX_GUARDED_BY(m_Lock);
+    PortSuccession<CTavixUsbEventAdapter> m_AdapterSuccession TAVIX_GUARDED_BY(m_Lock);
     // Owned; set once, under the lock of m_pTlParams. The store releases the layer that was made, and the load acquires
     // it.
     std::atomic<CNodeCompatibilityLayer*> m_pCompatibilityLayer{nullptr};

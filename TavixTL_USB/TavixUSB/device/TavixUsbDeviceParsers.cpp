@@ -12,6 +12,7 @@ using GenICam::RuntimeException;
 IChunkParser* CTavixUsbDevice::CreateChunkParser() {
     const NodeMapAndDeviceGuard guard(*this);
     return m_ParserSuccession.Add([this] {
+        m_Lock.AssertHeld();
         auto pParser = std::make_unique<CUsbChunkParser>(GetNodeMap());
         if (!m_ChunkParsers.insert(pParser.get()).second) {
             Throw<RuntimeException>(Here(), "Failed to create chunk parser");
@@ -42,6 +43,7 @@ void CTavixUsbDevice::DestroySelfReliantChunkParser(ISelfReliantChunkParser* pPa
 IEventAdapter* CTavixUsbDevice::CreateEventAdapter() {
     const NodeMapAndDeviceGuard guard(*this);
     return m_AdapterSuccession.Add([this] {
+        m_Lock.AssertHeld();
         auto pAdapter = std::make_unique<CTavixUsbEventAdapter>(GetNodeMap());
         if (!m_EventAdapters.insert(pAdapter.get()).second) {
             Throw<RuntimeException>(Here(), "Failed to create event adapter.");

@@ -9,13 +9,13 @@ using GenICam::LogicalErrorException;
 using GenICam::RuntimeException;
 
 GenApi::EAccessMode CTavixUsbDevice::GetAccessMode() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!m_IsOpen) return GenApi::NA;
     return m_AccessMode.test(Control) || m_AccessMode.test(Exclusive) ? GenApi::RW : GenApi::RO;
 }
 
 void CTavixUsbDevice::Read(void* pBuffer, int64_t address, int64_t length) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!m_IsOpen) Throw<LogicalErrorException>(Here(), "Device not yet opened.");
     auto count = static_cast<unsigned long>(length);
     const unsigned int status = m_pVxDevice->ReadMem(pBuffer, static_cast<unsigned long>(address), &count);
@@ -38,7 +38,7 @@ void CTavixUsbDevice::Write(const void* pBuffer, int64_t address, int64_t length
     const auto count = static_cast<unsigned long long>(length);
     unsigned int status = 0;
     {
-        Guard guard(m_Lock);
+        const TransportGuard guard(m_Lock);
         if (!m_IsOpen) {
             LogAndThrow<LogicalErrorException>(
                 LogCategoryDevice(), Here(),
@@ -62,7 +62,7 @@ unsigned int CTavixUsbDevice::SettleWrite(const void* pBuffer, int64_t address, 
     const CommandHere command = FindCommand(*_Ptr, address, length);
     if (command == CommandHere::Yes) return vexlo::VX_E_COMMAND_IN_DOUBT;
     if (command == CommandHere::Unknown) return status;
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!m_IsOpen) return status;
     return m_pVxDevice->RewriteMem(pBuffer, static_cast<unsigned long>(address), static_cast<unsigned long>(length));
 }

@@ -41,22 +41,22 @@ void CTavixUsbEventGrabber::FailWithStatus(SourcePlace place, const char* format
 }
 
 bool CTavixUsbEventGrabber::IsOpen() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_ptrStatusReg->GetValue(/*Verify=*/false) != 0;
 }
 
 WaitObject& CTavixUsbEventGrabber::GetWaitObject() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_WaitObject;
 }
 
 GenApi::INodeMap* CTavixUsbEventGrabber::GetNodeMap() {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_pParams.get();
 }
 
 void CTavixUsbEventGrabber::Open() {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (IsOpen()) Throw<LogicalErrorException>(Here(), "Event grabber already open.");
     if (!m_pVxDevice->IsOpen()) {
         LogTrace(LogCategoryEventStream(), kLogError, "Device is not open");
@@ -104,7 +104,7 @@ void CTavixUsbEventGrabber::Close() {
 }
 
 void CTavixUsbEventGrabber::InternalClose(bool throwOnError) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     const bool wasOpen = IsOpen();
     unsigned int status = 0;
     if (m_pVxEventStream && m_pVxEventStream->IsOpen()) status = m_pVxEventStream->Close();
@@ -118,7 +118,7 @@ void CTavixUsbEventGrabber::InternalClose(bool throwOnError) {
 }
 
 bool CTavixUsbEventGrabber::RetrieveEvent(EventResult& result) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (!IsOpen()) Throw<LogicalErrorException>(Here(), "Event grabber not open.");
     // The event stream holds it signalled while events are pending, also for who has waited before.
     if (!m_WaitObject.Wait(0)) return false;

@@ -3,14 +3,13 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
+#include "TransportLock.h"
 #include "params/UsbEventParams.h"
 
 #include "tavix/EventGrabber.h"
 #include "vexlo/VxEventStream.h"
 
 #include <GenApi/Pointer.h>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 
 namespace vexlo {
 class CVxDevice;
@@ -41,27 +40,24 @@ public:
     GenApi::INodeMap* GetNodeMap() override;
 
     /// For the device, which closes the grabber and so has to take this lock before its own.
-    boost::recursive_mutex& GetLock() const { return m_Lock; }
+    TransportLock& GetLock() const TAVIX_RETURN_CAPABILITY(m_Lock) { return m_Lock; }
 
 protected:
     /// Takes the lock. A failure of the USB access library is logged and, only if asked for, thrown.
     void InternalClose(bool throwOnError);
 
 private:
-    using Guard = boost::unique_lock<boost::recursive_mutex>;
-
-    // The operations below want the lock held.
-    void ObtainEventStream();
-    void OpenEventStream();
+    void ObtainEventStream() TAVIX_REQUIRES(m_Lock);
+    void OpenEventStream() TAVIX_REQUIRES(m_Lock);
     [[noreturn]] static void FailWithStatus(SourcePlace place, const char* format, unsigned int status);
 
-    mutable boost::recursive_mutex m_Lock;
+    mutable TransportLock m_Lock;
     ParamsPtr<Vandrel_UsbEventParams::CUsbEventParamsImpl> m_pParams; // constant after construction
     GenApi::CPointer<GenApi::IInteger> m_ptrStatusReg;                // the only state: 0 closed, 1 open; of m_pParams
     vexlo::CVxDevice* const m_pVxDevice;                              // borrowed
-    vexlo::CVxEventStream* m_pVxEventStream = nullptr;                // borrowed, may be null; guarded by m_Lock
-    mutable WaitObjectEx m_WaitObject;                                // constant after construction
-    std::unique_ptr<CEventStreamGrabberPort> m_pPort;                 // constant after construction
+    vexlo::CVxEventStream* m_pVxEventStream TAVIX_GUARDED_BY(m_Lock) = nullptr; // borrowed, may be null
+    mutable WaitObjectEx m_WaitObject;                                          // constant after construction
+    std::unique_ptr<CEventStreamGrabberPort> m_pPort;                           // constant after construction
 };
 
 } // namespace Tavix

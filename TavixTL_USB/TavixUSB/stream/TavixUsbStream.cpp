@@ -45,7 +45,7 @@ CTavixUsbStream::CTavixUsbStream(vexlo::CVxDevice* pVxDevice, CTavixUsbDevice* p
 CTavixUsbStream::~CTavixUsbStream() {
     LogTrace(LogCategoryStream(), kLogInfo, "Destroying stream grabber for device '%hs'.", m_DeviceName.c_str());
     try {
-        Guard guard(m_Lock);
+        const TransportGuard guard(m_Lock);
         if (m_State != Closed) {
             LogTrace(LogCategoryStream(), kLogWarning,
                      "Streamg rabber still open on destruction. " // sic
@@ -95,6 +95,20 @@ std::exception_ptr CTavixUsbStream::Attempt(Step step) const {
     }
 }
 
+std::exception_ptr CTavixUsbStream::AttemptState(EStreamGrabberState state) {
+    return Attempt([this, state] {
+        m_Lock.AssertHeld();
+        SetState(state);
+    });
+}
+
+std::exception_ptr CTavixUsbStream::AttemptToUnlockTLParams() {
+    return Attempt([this] {
+        m_Lock.AssertHeld();
+        LockTLParams(false);
+    });
+}
+
 const char* CTavixUsbStream::GetStateName() const {
     switch (m_State) {
     case Closed:
@@ -109,23 +123,23 @@ const char* CTavixUsbStream::GetStateName() const {
 }
 
 bool CTavixUsbStream::IsOpen() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_State != Closed;
 }
 
 WaitObject& CTavixUsbStream::GetWaitObject() const {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_WaitObject;
 }
 
 GenApi::INodeMap* CTavixUsbStream::GetNodeMap() {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     return m_pParams.get();
 }
 
 void CTavixUsbStream::Open() {
     LogTrace(LogCategoryStream(), kLogInfo, "Opening stream grabber for device '%hs'", m_DeviceName.c_str());
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (m_State != Closed) {
         LogAndThrow<LogicalErrorException>(LogCategoryStream(), Here(),
                                            "Stream fro device '%hs' is already open", // sic
@@ -141,9 +155,9 @@ void CTavixUsbStream::Open() {
     ObtainStream();
     m_WaitObject.Lower(); // raised by the last Close
     OpenStream();
-    if (const std::exception_ptr thrown = Attempt([this] { SetState(Opened); })) {
+    if (const std::exception_ptr thrown = AttemptState(Opened)) {
         static_cast<void>(m_pVxStream->Close());
-        Attempt([this] { SetState(Closed); });
+        AttemptState(Closed);
         std::rethrow_exception(thrown);
     }
     LogTrace(LogCategoryStream(), kLogInfo, "Opened stream grabber for device '%hs' successfully",
@@ -186,7 +200,7 @@ void CTavixUsbStream::OpenStream() {
 
 void CTavixUsbStream::Close() {
     LogTrace(LogCategoryStream(), kLogInfo, "Closing stream grabber for device '%hs'.", m_DeviceName.c_str());
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (m_State == Grabbing) {
         LogTrace(LogCategoryStream(), kLogWarning,
                  "Stream grabber for device '%hs' still grabbing. "
@@ -216,7 +230,7 @@ StreamBufferHandle CTavixUsbStream::RegisterBuffer(void* pBuffer, unsigned long 
                                               "Invalid Buffer passed to RegisterBuffer for device %'%hs'", // sic
                                               m_DeviceName.c_str());
     }
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State == Grabbing, "RegisterBuffer", Here());
     vexlo::BufferHandle_s* pHandle = nullptr;
     const unsigned int status = m_pVxStream->RegisterBuffer(pBuffer, size, &pHandle);
@@ -236,7 +250,7 @@ gcstring CTavixUsbStream::RegistrationFailure(unsigned int status, unsigned long
 }
 
 const void* CTavixUsbStream::DeregisterBuffer(StreamBufferHandle handle) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State == Opened || m_State == Grabbing, "RegisterBuffer", Here()); // sic
     void* pBuffer = nullptr;
     const unsigned int status = m_pVxStream->DeregisterBuffer(UsbHandle(handle), &pBuffer);
@@ -247,7 +261,7 @@ const void* CTavixUsbStream::DeregisterBuffer(StreamBufferHandle handle) {
 }
 
 void CTavixUsbStream::SetResultSink(IStreamResultSink* pSink) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State != Grabbing, "SetResultSink", Here());
     m_pSink = pSink;
 }
@@ -264,7 +278,7 @@ void CTavixUsbStream::SetResultSink(IStreamResultSink* pSink) {
 }
 
 std::shared_ptr<void> CTavixUsbStream::AllocateBuffer(std::size_t size) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State != Closed, "AllocateBuffer", Here());
     return m_pVxStream->ShareMemory(size);
 }
@@ -278,7 +292,7 @@ std::uint64_t CTavixUsbStream::ReadRegister(std::uint64_t address) const {
 }
 
 std::size_t CTavixUsbStream::RequiredSize() {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     const std::uint64_t sbrm = ReadRegister(u3v::abrm::kSbrmAddress);
     const std::uint64_t sirm = sbrm == 0 ? 0 : ReadRegister(sbrm + u3v::sbrm::kSirmAddress);
     return sirm == 0 ? 0 : ReadRegister(sirm + u3v::sirm::kRequiredPayloadSize);
@@ -286,7 +300,7 @@ std::size_t CTavixUsbStream::RequiredSize() {
 
 void CTavixUsbStream::PrepareGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Preparing grab for device '%hs'.", m_DeviceName.c_str());
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State == Opened, "PrepareGrab", Here());
     const auto maxNumBuffer = static_cast<unsigned long>(m_pParams->MaxNumBuffer().GetValue());
     const auto maxBufferSize = static_cast<unsigned long>(m_pParams->MaxBufferSize().GetValue());
@@ -323,9 +337,9 @@ void CTavixUsbStream::UndoPrepareGrab() {
 }
 
 void CTavixUsbStream::GiveUpGrab() {
-    Attempt([this] { SetState(Opened); });
+    AttemptState(Opened);
     UndoPrepareGrab();
-    Attempt([this] { LockTLParams(false); });
+    AttemptToUnlockTLParams();
 }
 
 void CTavixUsbStream::LockTLParams(bool lock) {
@@ -336,12 +350,12 @@ void CTavixUsbStream::LockTLParams(bool lock) {
 
 void CTavixUsbStream::FinishGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Finishing grab for device '%hs'.", m_DeviceName.c_str());
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State == Grabbing, "FinishGrab", Here());
     // First, so that a failure below leaves a grabber that can be used again.
-    std::exception_ptr thrown = Attempt([this] { SetState(Opened); });
+    std::exception_ptr thrown = AttemptState(Opened);
     const unsigned int status = m_pVxStream->IsPrepared() ? m_pVxStream->FinishGrab() : vexlo::VX_OK;
-    const std::exception_ptr unlockFailure = Attempt([this] { LockTLParams(false); });
+    const std::exception_ptr unlockFailure = AttemptToUnlockTLParams();
     if (!thrown) thrown = unlockFailure;
     if (status != 0) {
         const gcstring text = VxStatus2Msg(status);
@@ -354,11 +368,14 @@ void CTavixUsbStream::FinishGrab() {
 }
 
 [[gnu::hot]] void CTavixUsbStream::QueueBuffer(StreamBufferHandle handle, const void* pContext) {
-    Guard guard(m_Lock, boost::defer_lock);
-    if (!IsDelivering()) { // else the lock may be held by who waits for this thread, and the stream knows its state
-        guard.lock();
-        RequireState(m_State == Grabbing, "QueueBuffer", Here());
-    }
+    // The lock may be held by who waits for this thread, and the stream knows its state.
+    if (IsDelivering()) return Queue(handle, pContext);
+    const TransportGuard guard(m_Lock);
+    RequireState(m_State == Grabbing, "QueueBuffer", Here());
+    Queue(handle, pContext);
+}
+
+[[gnu::hot]] void CTavixUsbStream::Queue(StreamBufferHandle handle, const void* pContext) {
     const unsigned int status = m_pVxStream->QueueBuffer(UsbHandle(handle), pContext);
     if (status != 0) {
         Throw<RuntimeException>(Here(), "QueueBuffer() failed: %s", VxStatus2Msg(status).c_str());
@@ -367,7 +384,7 @@ void CTavixUsbStream::FinishGrab() {
 
 void CTavixUsbStream::CancelGrab() {
     LogTrace(LogCategoryStream(), kLogInfo, "Cancelling grab for device '%hs'.", m_DeviceName.c_str());
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     RequireState(m_State == Grabbing, "CancelGrab", Here());
     const unsigned int status = m_pVxStream->CancelGrab();
     if (status != 0) FailWithStatus(Here(), "CancelGrab failed for device '%hs'. Error: '%hs'", status);
@@ -375,7 +392,7 @@ void CTavixUsbStream::CancelGrab() {
 }
 
 [[gnu::hot]] bool CTavixUsbStream::RetrieveResult(GrabResult& result) {
-    Guard guard(m_Lock);
+    const TransportGuard guard(m_Lock);
     if (m_State == Closed) {
         LogAndThrow<LogicalErrorException>(
             LogCategoryStream(), Here(),

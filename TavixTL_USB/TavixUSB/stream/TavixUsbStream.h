@@ -3,6 +3,7 @@
 
 #include "GenericUsbPort.h"
 #include "ParamsPtr.h"
+#include "TransportLock.h"
 #include "params/UsbStreamParams.h"
 
 #include "tavix/StreamCallback.h"
@@ -11,8 +12,6 @@
 #include "vexlo/VxStream.h"
 
 #include <GenApi/Pointer.h>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
 #include <exception>
@@ -65,48 +64,51 @@ public:
     std::size_t RequiredSize() override;
 
     /// For the device, which closes the grabber and so has to take this lock before its own.
-    boost::recursive_mutex& GetLock() const { return m_Lock; }
+    TransportLock& GetLock() const TAVIX_RETURN_CAPABILITY(m_Lock) { return m_Lock; }
 
 protected:
     enum EStreamGrabberState : std::int32_t { Closed = 0, Opened = 1, Grabbing = 2 };
 
-    // All operations below want the lock held.
     /// Tells "StatusReg" of a state that is new.
-    void SetState(EStreamGrabberState state);
-    EStreamGrabberState GetState() const { return m_State; }
-    const char* GetStateName() const;
+    void SetState(EStreamGrabberState state) TAVIX_REQUIRES(m_Lock);
+    EStreamGrabberState GetState() const TAVIX_REQUIRES(m_Lock) { return m_State; }
+    const char* GetStateName() const TAVIX_REQUIRES(m_Lock);
 
 private:
-    using Guard = boost::unique_lock<boost::recursive_mutex>;
-
-    void RequireState(bool allowed, const char* operation, SourcePlace place) const;
-    void FindTLParamsLocked();
-    void ObtainStream();
-    void OpenStream();
-    void StartStreaming();
-    void UndoPrepareGrab();
-    void GiveUpGrab();
-    void LockTLParams(bool lock);
+    void RequireState(bool allowed, const char* operation, SourcePlace place) const TAVIX_REQUIRES(m_Lock);
+    void FindTLParamsLocked() TAVIX_REQUIRES(m_Lock);
+    void ObtainStream() TAVIX_REQUIRES(m_Lock);
+    void OpenStream() TAVIX_REQUIRES(m_Lock);
+    void StartStreaming() TAVIX_REQUIRES(m_Lock);
+    void UndoPrepareGrab() TAVIX_REQUIRES(m_Lock);
+    void GiveUpGrab() TAVIX_REQUIRES(m_Lock);
+    void LockTLParams(bool lock) TAVIX_REQUIRES(m_Lock);
     std::uint64_t ReadRegister(std::uint64_t address) const;
     gcstring RegistrationFailure(unsigned int status, unsigned long size) const;
     template<class Step>
     std::exception_ptr Attempt(Step step) const;
-    void DeliverResults();
+    std::exception_ptr AttemptState(EStreamGrabberState state) TAVIX_REQUIRES(m_Lock);
+    std::exception_ptr AttemptToUnlockTLParams() TAVIX_REQUIRES(m_Lock);
+    /// With the lock, or on the stream's thread inside the sink: a stream that delivers stays until FinishGrab has
+    /// waited for that thread.
+    void Queue(StreamBufferHandle handle, const void* pContext) TAVIX_NO_THREAD_SAFETY_ANALYSIS;
+    /// On the stream's thread. The stream and the sink are constant while grabbing.
+    void DeliverResults() TAVIX_NO_THREAD_SAFETY_ANALYSIS;
     bool IsDelivering() const { return m_Delivering.load() == std::this_thread::get_id(); }
     [[noreturn]] void FailWithStatus(SourcePlace place, const char* format, unsigned int status) const;
 
-    vexlo::CVxDevice* const m_pVxDevice;                    // borrowed
-    CTavixUsbDevice* const m_pDevice;                       // borrowed
-    vexlo::CVxStream* m_pVxStream = nullptr;                // borrowed, may be null; guarded by m_Lock
-    mutable WaitObjectEx m_WaitObject;                      // constant after construction
-    GenApi::CPointer<GenApi::IInteger> m_ptrTLParamsLocked; // may be empty; guarded by m_Lock
-    EStreamGrabberState m_State = Closed;                   // guarded by m_Lock
-    IStreamResultSink* m_pSink = nullptr;                   // borrowed; constant while grabbing
+    vexlo::CVxDevice* const m_pVxDevice;                              // borrowed
+    CTavixUsbDevice* const m_pDevice;                                 // borrowed
+    vexlo::CVxStream* m_pVxStream TAVIX_GUARDED_BY(m_Lock) = nullptr; // borrowed, may be null; constant while grabbing
+    mutable WaitObjectEx m_WaitObject;                                // constant after construction
+    GenApi::CPointer<GenApi::IInteger> m_ptrTLParamsLocked TAVIX_GUARDED_BY(m_Lock); // may be empty
+    EStreamGrabberState m_State TAVIX_GUARDED_BY(m_Lock) = Closed;
+    IStreamResultSink* m_pSink TAVIX_GUARDED_BY(m_Lock) = nullptr; // borrowed; constant while grabbing
     // The stream's thread inside the sink. A thread compares it with itself, and always sees what it wrote last.
     std::atomic<std::thread::id> m_Delivering{};
     ParamsPtr<Vandrel_UsbStreamParams::CUsbStreamParamsImpl> m_pParams; // constant after construction
     std::unique_ptr<CStreamGrabberPort> m_pPort;                        // constant after construction
-    mutable boost::recursive_mutex m_Lock;
+    mutable TransportLock m_Lock;
     const gcstring m_DeviceName;
 };
 
