@@ -20,9 +20,12 @@
 #define TAVIX_ACQUIRED_AFTER(...) TAVIX_THREAD_ATTRIBUTE(acquired_after(__VA_ARGS__))
 
 // Functions: the caller holds the lock; the function takes it, gives it back, may take it; the caller must not hold it.
+// The shared ones are for who only reads.
 #define TAVIX_REQUIRES(...) TAVIX_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define TAVIX_ACQUIRE(...) TAVIX_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define TAVIX_RELEASE(...) TAVIX_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
+#define TAVIX_ACQUIRE_SHARED(...) TAVIX_THREAD_ATTRIBUTE(acquire_shared_capability(__VA_ARGS__))
+#define TAVIX_RELEASE_SHARED(...) TAVIX_THREAD_ATTRIBUTE(release_shared_capability(__VA_ARGS__))
 #define TAVIX_TRY_ACQUIRE(...) TAVIX_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 // The caller promises that the lock is held, where the analysis cannot follow how it came to be.
 #define TAVIX_ASSERT_CAPABILITY(...) TAVIX_THREAD_ATTRIBUTE(assert_capability(__VA_ARGS__))

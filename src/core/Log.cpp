@@ -4,11 +4,10 @@
 #include "core/LogCore.h"
 #include "core/Mutex.h"
 #include "core/Printable.h"
+#include "core/SharedMutex.h"
 
 #include <algorithm>
 #include <deque>
-#include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
 
 namespace Tavix {
@@ -35,7 +34,7 @@ public:
     }
 
     unsigned int FindOrAdd(const char* name) {
-        const std::unique_lock<std::shared_mutex> lock(m_Mutex);
+        const WriteLock lock(m_Mutex);
         const auto id = static_cast<unsigned int>(m_List.size());
         const auto [place, isNew] = m_Ids.try_emplace(name, id);
         if (isNew) m_List.push_back({name, LowestAppenderLevel(name)});
@@ -44,12 +43,12 @@ public:
 
     // Null for an id that was never given out. What is found stays where it is.
     const Category* Find(unsigned int id) const {
-        const std::shared_lock<std::shared_mutex> lock(m_Mutex);
+        const ReadLock lock(m_Mutex);
         return id < m_List.size() ? &m_List[id] : nullptr;
     }
 
     unsigned int LowestLevel() const {
-        const std::shared_lock<std::shared_mutex> lock(m_Mutex);
+        const ReadLock lock(m_Mutex);
         unsigned int lowest = kNothing;
         for (const Category& category : m_List)
             lowest = std::min(lowest, category.lowestAppenderLevel);
@@ -57,9 +56,9 @@ public:
     }
 
 private:
-    mutable std::shared_mutex m_Mutex;
-    std::deque<Category> m_List;                         // guarded by m_Mutex
-    std::unordered_map<std::string, unsigned int> m_Ids; // guarded by m_Mutex
+    mutable SharedMutex m_Mutex;
+    std::deque<Category> m_List TAVIX_GUARDED_BY(m_Mutex);
+    std::unordered_map<std::string, unsigned int> m_Ids TAVIX_GUARDED_BY(m_Mutex);
 };
 
 // The category if the line has a reader.
