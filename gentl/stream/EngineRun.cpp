@@ -92,6 +92,7 @@ void AcquisitionEngine::EnterStopping() noexcept {
 
 void AcquisitionEngine::TakeBuffersBack() noexcept {
     Guard guard(m_Mutex);
+    m_Phase = Phase::Idle; // nothing is on the bus, so that nobody begins to call off
     while (m_CallsOff != 0)
         guard.Wait(m_HaveCalledOff);
     DrainForOthers();
@@ -103,7 +104,6 @@ void AcquisitionEngine::TakeBuffersBack() noexcept {
         handle = nullptr;
         m_Queues.NoteOnBus(*buffer, false);
     }
-    m_Phase = Phase::Idle;
 }
 
 /// On the stream's thread, which others may be waiting for with the queues' lock.
