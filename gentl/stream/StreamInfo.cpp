@@ -31,7 +31,9 @@ void Stream::SetProperty(Vx::EPropertyValue id, size_t width, std::uint64_t valu
     std::array<std::uint8_t, 8> bytes{};
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
-    Check(m_Vx.SetProperty(id, bytes.data(), width), "The stream does not take the value");
+    const vexlo::VxStatus status = m_Vx.SetProperty(id, bytes.data(), width);
+    if (status == vexlo::VX_E_INVALID_PARAMETER) Fail(GC_ERR_INVALID_VALUE, "the number is beyond its limits");
+    Check(status, "The stream does not take the value");
 }
 
 /// As the camera's stream registers say now.
@@ -139,7 +141,8 @@ void Stream::BuildSettings() {
         };
     };
     m_Port.LockBy("TLParamsLocked");
-    m_Port.Limited("StreamMaxTransferSize", {1024, get(Vx::Property_MaxTransferSizeMax, 4), 1024},
+    m_Port.Limited("StreamMaxTransferSize",
+                   {Property(Vx::Property_MaxTransferSizeMin, 4), get(Vx::Property_MaxTransferSizeMax, 4), 1024},
                    get(Vx::Property_MaxTransferSize, 4), set(Vx::Property_MaxTransferSize, 4));
     m_Port.Limited("StreamQueuedTransferCount", {1, get(Vx::Property_NumMaxQueuedUrbsMax, 4)},
                    get(Vx::Property_NumMaxQueuedUrbs, 4), set(Vx::Property_NumMaxQueuedUrbs, 4));

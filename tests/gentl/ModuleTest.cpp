@@ -113,6 +113,14 @@ TEST_F(GenTLModules, RefuseNumbersThatTheirRegistersCannotHold) {
     }
 }
 
+TEST_F(GenTLModules, CallNumbersBeyondTheLimitsInvalidValues) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    EXPECT_EQ(SetValue(stream, "StreamQueuedTransferCount_Value", 0), GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(SetValue(stream, "StreamQueuedTransferCount_Value", 4097), GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(SetValue(stream, "StreamThreadPriority_Value", 100), GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(SetValue(stream, "StreamMaxTransferSize_Value", 1), GC_ERR_INVALID_VALUE);
+}
+
 TEST_F(GenTLModules, FollowTheNameThatTheUserGives) {
     leftCamera.Set(0x184, scripted::Bytes(64));
     ASSERT_NO_FATAL_FAILURE(OpenDevice());

@@ -172,6 +172,18 @@ TEST_F(GenTL, TellsWhatTheStreamsSettingsMayBe) {
     EXPECT_EQ(priority->GetMax(), 99);
 }
 
+TEST_F(GenTL, TakesTheLimitsThatItsSettingsName) {
+    ASSERT_NO_FATAL_FAILURE(OpenStream());
+    consumer::Features features(gc, stream);
+    for (const char* name : {"StreamMaxTransferSize", "StreamQueuedTransferCount"}) {
+        const GenApi::CIntegerPtr setting(features.map._GetNode(name));
+        for (const int64_t limit : {setting->GetMin(), setting->GetMax()}) {
+            EXPECT_NO_THROW(setting->SetValue(limit)) << name << ": " << limit;
+            EXPECT_EQ(setting->GetValue(), limit) << name;
+        }
+    }
+}
+
 TEST_F(GenTL, ClosesTheDeviceUnderOneWhoWaitsForItsEvents) {
     for (int i = 0; i < 20; ++i) {
         ASSERT_NO_FATAL_FAILURE(OpenDevice());
