@@ -146,11 +146,11 @@ void AcquisitionEngine::DrainForOthers() {
 }
 
 void AcquisitionEngine::Overwrite() {
-    while (Feeds()) {
+    while (Feeds() || m_Handling == Handling::NewestOnly) {
         Buffer* const oldest = m_Queues.TakeOverwritten(m_Handling);
         if (!oldest) return;
         m_Queues.PutIntoInput(*oldest);
-        if (QueueOnBus(*oldest) != vexlo::VX_OK) return; // the stream has ended; it waits for the next start
+        if (Feeds() && QueueOnBus(*oldest) != vexlo::VX_OK) return; // the stream has ended; it waits for the next start
     }
 }
 

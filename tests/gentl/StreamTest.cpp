@@ -161,6 +161,22 @@ TEST_F(GenTLStream, GivesTheNewestImageWhereThatIsWished) {
     ASSERT_NO_FATAL_FAILURE(Stop());
 }
 
+TEST_F(GenTLStream, KeepsOnlyTheNewestOfANumberOfImages) {
+    consumer::Features module(gc, stream);
+    GenApi::CEnumerationPtr(module.map._GetNode("StreamBufferHandlingMode"))->FromString("NewestOnly");
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    ASSERT_NO_FATAL_FAILURE(Start(3));
+    while (StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING) != 0)
+        std::this_thread::yield();
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY), 1U);
+    EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 3U);
+    EVENT_NEW_BUFFER_DATA data{};
+    ASSERT_EQ(Next(data), GC_ERR_SUCCESS);
+    EXPECT_EQ(BufferNumber<uint64_t>(data.BufferHandle, BUFFER_INFO_FRAMEID), 2U);
+    EXPECT_EQ(Next(data, 0), GC_ERR_TIMEOUT);
+    ASSERT_NO_FATAL_FAILURE(Stop());
+}
+
 TEST_F(GenTLStream, TakesBuffersAwayWhileItRuns) {
     ASSERT_NO_FATAL_FAILURE(Announce(2));
     ASSERT_NO_FATAL_FAILURE(Start());
