@@ -13,6 +13,11 @@ Buffer& FilledBy(const GrabResult& result) {
     return *const_cast<Buffer*>(static_cast<const Buffer*>(result.Context));
 }
 
+/// By an unplug before anything of a block came: nothing to deliver, and nothing that an image should give way to.
+bool WasLeftEmpty(const GrabResult& result) {
+    return result.Status == vexlo::VX_E_USB_NO_DEVICE && result.PayloadSize == 0 && result.BlockId == ~std::uint64_t(0);
+}
+
 } // namespace
 
 AcquisitionEngine::AcquisitionEngine(vexlo::CVxStream& stream, AcquisitionObserver& observer)
@@ -133,7 +138,7 @@ void AcquisitionEngine::DrainForOthers() {
 [[gnu::hot]] void AcquisitionEngine::Sort(const GrabResult& result) {
     Buffer& buffer = FilledBy(result);
     // Called off, or come after the last one that was wanted: it stays where it is, in the input pool.
-    if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0)
+    if (result.Status == vexlo::VX_E_CANCELLED || m_Left == 0 || WasLeftEmpty(result))
         m_Queues.NoteOnBus(buffer, false);
     else
         Accept(buffer, result);

@@ -15,6 +15,8 @@ constexpr const char* kCameras = R"({"cameras": [
     {"serial": "Unplug1", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug2", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
     {"serial": "Unplug3", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
+    {"serial": "Unplug4", "faults": {"stream": [{"fault": "Unplug", "frame": 12, "value": 10000}]}},
+    {"serial": "Unplug5", "faults": {"stream": [{"fault": "Unplug", "frame": 1}]}},
     {"serial": "Talkative", "faults": {"events": [{"fault": "MaximumLength", "count": 0}]}},
     {"serial": "Halted", "faults": {"stream": [{"fault": "Stall", "count": 0, "frame": 3, "value": 10000}]}},
     {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}},
@@ -85,6 +87,33 @@ TEST_F(GenTLStreamEnd, TellsOfAnUnplugToAllWhoWaitForTheCamerasEvents) {
     EXPECT_EQ(TakeAll(true), kUnplugged);
     for (auto& waiter : waiters)
         EXPECT_EQ(waiter.get(), kUnplugged);
+}
+
+TEST_F(GenTLStreamEnd, DeliversNoBuffersThatAnUnplugLeftEmpty) {
+    ASSERT_NO_FATAL_FAILURE(Begin("Unplug4"));
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    ASSERT_NO_FATAL_FAILURE(StartTheLastTime());
+    uint64_t taken = 0;
+    for (EVENT_NEW_BUFFER_DATA data{}; Next(data, kPatience) == GC_ERR_SUCCESS; ++taken) {
+        EXPECT_EQ(BufferNumber<uint64_t>(data.BufferHandle, BUFFER_INFO_FRAMEID), taken);
+        (void)Queue(data);
+    }
+    EXPECT_GE(taken, 12U);
+    EXPECT_LE(taken, 13U) << "with the one that had begun";
+    EXPECT_EQ(StreamNumber<uint64_t>(STREAM_INFO_NUM_STARTED), taken);
+}
+
+TEST_F(GenTLStreamEnd, KeepsTheNewestImageThroughAnUnplug) {
+    ASSERT_NO_FATAL_FAILURE(Begin("Unplug5"));
+    ASSERT_NO_FATAL_FAILURE(Handle("NewestOnly"));
+    ASSERT_NO_FATAL_FAILURE(Announce(4));
+    ASSERT_NO_FATAL_FAILURE(StartTheLastTime());
+    while (StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING) != 0)
+        std::this_thread::yield();
+    EVENT_NEW_BUFFER_DATA data{};
+    ASSERT_EQ(Next(data), GC_ERR_SUCCESS) << LastText();
+    EXPECT_EQ(BufferNumber<size_t>(data.BufferHandle, BUFFER_INFO_WIDTH), 1280U);
+    EXPECT_EQ(Next(data), GC_ERR_IO);
 }
 
 struct Mode {
