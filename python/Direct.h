@@ -3,7 +3,7 @@
 // look up types and arguments at each call, which takes longer than all that they do.
 
 #include "python/Errors.h"
-#include "python/Fork.h"
+#include "python/threads/Fork.h"
 
 #include <pybind11/pybind11.h>
 

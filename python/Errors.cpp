@@ -1,6 +1,6 @@
 #include "python/Errors.h"
 
-#include "python/Ending.h"
+#include "python/threads/Ending.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/Error.h>

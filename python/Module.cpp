@@ -1,11 +1,6 @@
 // The native half of the package `tavix`.
-#include "python/Callbacks.h"
 #include "python/Direct.h"
-#include "python/Ending.h"
-#include "python/Errand.h"
 #include "python/Errors.h"
-#include "python/Fork.h"
-#include "python/Lock.h"
 #include "python/Signatures.h"
 #include "python/classes/CameraDoor.h"
 #include "python/classes/Door.h"
@@ -15,6 +10,11 @@
 #include "python/classes/InfoDoor.h"
 #include "python/classes/SettingsDoor.h"
 #include "python/classes/StreamDoor.h"
+#include "python/threads/Callbacks.h"
+#include "python/threads/Ending.h"
+#include "python/threads/Errand.h"
+#include "python/threads/Fork.h"
+#include "python/threads/Lock.h"
 
 namespace py = pybind11;
 

@@ -1,11 +1,11 @@
 #include "python/classes/CameraDoor.h"
 
-#include "python/Callbacks.h"
-#include "python/Errand.h"
-#include "python/Fork.h"
 #include "python/classes/Door.h"
 #include "python/classes/SettingsDoor.h"
 #include "python/classes/StreamDoor.h"
+#include "python/threads/Callbacks.h"
+#include "python/threads/Errand.h"
+#include "python/threads/Fork.h"
 #include "python/values/Values.h"
 
 #include <pybind11/stl.h>

@@ -1,7 +1,7 @@
 #pragma once
 // A camera as the interpreter owns it.
 
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 
 #include <tavix/camera/Camera.h>
 #include <tavix/camera/Error.h>

@@ -1,9 +1,9 @@
 #include "python/classes/FeatureDoor.h"
 
-#include "python/Callbacks.h"
-#include "python/Fork.h"
-#include "python/Lock.h"
 #include "python/classes/Door.h"
+#include "python/threads/Callbacks.h"
+#include "python/threads/Fork.h"
+#include "python/threads/Lock.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/Error.h>

@@ -1,8 +1,8 @@
 #include "python/classes/GroupDoor.h"
 
-#include "python/Errand.h"
 #include "python/classes/Door.h"
 #include "python/classes/StreamDoor.h"
+#include "python/threads/Errand.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/Group.h>

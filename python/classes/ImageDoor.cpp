@@ -2,8 +2,8 @@
 
 #include "python/Direct.h"
 #include "python/Errors.h"
-#include "python/Fork.h"
-#include "python/Lock.h"
+#include "python/threads/Fork.h"
+#include "python/threads/Lock.h"
 #include "python/values/OwnMemory.h"
 #include "python/values/Pixels.h"
 #include "python/values/Values.h"

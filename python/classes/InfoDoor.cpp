@@ -1,9 +1,9 @@
 #include "python/classes/InfoDoor.h"
 
-#include "python/Callbacks.h"
-#include "python/Errand.h"
 #include "python/Errors.h"
-#include "python/Fork.h"
+#include "python/threads/Callbacks.h"
+#include "python/threads/Errand.h"
+#include "python/threads/Fork.h"
 #include "python/values/Values.h"
 
 #include <tavix/camera/CameraEvent.h>

@@ -1,7 +1,7 @@
 #include "python/classes/SettingsDoor.h"
 
-#include "python/Errand.h"
-#include "python/Lock.h"
+#include "python/threads/Errand.h"
+#include "python/threads/Lock.h"
 #include "python/values/Values.h"
 
 #include <pybind11/stl/filesystem.h>

@@ -1,7 +1,7 @@
 #include "python/classes/StreamDoor.h"
 
-#include "python/Errand.h"
 #include "python/classes/Door.h"
+#include "python/threads/Errand.h"
 
 #include <memory>
 #include <string>

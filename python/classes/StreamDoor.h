@@ -2,9 +2,9 @@
 // The classes Stream and Counts of the package, and what streams of groups have in common with them.
 
 #include "python/Direct.h"
-#include "python/Feed.h"
-#include "python/Fork.h"
-#include "python/Running.h"
+#include "python/stream/Feed.h"
+#include "python/stream/Running.h"
+#include "python/threads/Fork.h"
 #include "python/values/Options.h"
 
 #include <tavix/camera/Camera.h>

@@ -1,6 +1,6 @@
 #include "python/values/Options.h"
 
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 #include "python/values/OwnMemory.h"
 #include "python/values/Pixels.h"
 

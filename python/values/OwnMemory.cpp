@@ -1,8 +1,8 @@
 #include "python/values/OwnMemory.h"
 
-#include "python/Callbacks.h"
-#include "python/Ending.h"
-#include "python/Lock.h"
+#include "python/threads/Callbacks.h"
+#include "python/threads/Ending.h"
+#include "python/threads/Lock.h"
 
 #include <tavix/camera/Error.h>
 

@@ -1,8 +1,8 @@
 #include "python/values/Pixels.h"
 
 #include "core/Mutex.h"
-#include "python/Fork.h"
-#include "python/Lock.h"
+#include "python/threads/Fork.h"
+#include "python/threads/Lock.h"
 
 #include <algorithm>
 #include <array>

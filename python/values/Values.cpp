@@ -1,6 +1,6 @@
 #include "python/values/Values.h"
 
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 
 #include <tavix/camera/Error.h>
 

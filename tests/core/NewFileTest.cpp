@@ -2,7 +2,7 @@
 
 #include "core/NewFile.h"
 
-#include "tools/TestFolder.h"
+#include "tools/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The commands that do not grab, as text and as JSON.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

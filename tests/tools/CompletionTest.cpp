@@ -1,8 +1,8 @@
 // Completions and the manual page name all that the help of each command names.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/ToolRun.h"
+#include "tools/support/Variable.h"
 
 #include <gtest/gtest.h>
 

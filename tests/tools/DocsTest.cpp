@@ -1,6 +1,6 @@
 // What the README and the pages in docs/ show is what the program and the examples are.
 
-#include "ToolRun.h"
+#include "tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Settings that go into a file and come back.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Whoever asks for a trace learns when it is not whole.
 
-#include "SmallFiles.h"
-#include "TestFolder.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tools/support/SmallFiles.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/ToolRun.h"
+#include "tools/support/Variable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Virtual cameras: their faults by name, and what `serve` refuses.
 
-#include "ToolRun.h"
+#include "tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

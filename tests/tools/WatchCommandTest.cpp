@@ -1,6 +1,6 @@
 // Telling which cameras come and go.
 
-#include "ToolRun.h"
+#include "tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The doctor as a program.
 
 #include "FakeSystem.h"
-#include "tests/tools/ToolRun.h"
-#include "tests/tools/Variable.h"
+#include "tests/tools/support/ToolRun.h"
+#include "tests/tools/support/Variable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 // A tree of files as Linux shows them for a machine with cameras.
 
-#include "tests/tools/TestFolder.h"
+#include "tests/tools/support/TestFolder.h"
 
 #include <filesystem>
 #include <string>

@@ -1,9 +1,9 @@
 // Grabbing: figures, files, and ends of every kind.
 
 #include "Png.h"
-#include "tests/tools/SmallFiles.h"
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/SmallFiles.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

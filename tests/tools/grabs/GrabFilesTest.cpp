@@ -1,7 +1,7 @@
 // What a grab leaves in its folder, and what its buffers cost.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Image files, read back.
 
 #include "Png.h"
-#include "tests/tools/TestFolder.h"
+#include "tests/tools/support/TestFolder.h"
 
 #include "tools/tavix/images/ImageFile.h"
 

@@ -1,6 +1,6 @@
 // Names of images: no image takes the place of another.
 
-#include "tests/tools/TestFolder.h"
+#include "tests/tools/support/TestFolder.h"
 
 #include "tools/tavix/images/ImageNames.h"
 

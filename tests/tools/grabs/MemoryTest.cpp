@@ -1,7 +1,7 @@
 // Memory that runs out, and files that would take all of it.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The commands that print what comes with the images: events, chunk data, figures.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

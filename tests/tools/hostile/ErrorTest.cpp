@@ -1,9 +1,9 @@
 // What the program says when it cannot go on: one line, what to do next, and the right exit status.
 
-#include "tests/tools/NoThreads.h"
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
-#include "tests/tools/Variable.h"
+#include "tests/tools/support/NoThreads.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
+#include "tests/tools/support/Variable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Files of any kind where a command reads or writes one: it ends, with a line, and harms nothing.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Text that a camera or a file brings along: whatever it is, no terminal obeys it.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 

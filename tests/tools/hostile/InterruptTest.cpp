@@ -1,8 +1,8 @@
 // Ctrl-C, the request to terminate, and the terminal that goes away: each ends every command, at every moment.
 
-#include "tests/tools/TestFolder.h"
-#include "tests/tools/ToolRun.h"
-#include "tests/tools/Variable.h"
+#include "tests/tools/support/TestFolder.h"
+#include "tests/tools/support/ToolRun.h"
+#include "tests/tools/support/Variable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "python/Callbacks.h"
+#include "python/threads/Callbacks.h"
 
-#include "python/Fork.h"
+#include "python/threads/Fork.h"
 
 namespace py = pybind11;
 

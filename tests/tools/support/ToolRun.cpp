@@ -1,4 +1,4 @@
-#include "ToolRun.h"
+#include "tools/support/ToolRun.h"
 
 #include <core/WaitObject.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Producers of others, which fail in every way: what works is shown, what fails is named.
 
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tools/support/ToolRun.h"
+#include "tools/support/Variable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // What GenTL programs see, shown by the tool.
 
-#include "TestFolder.h"
-#include "ToolRun.h"
-#include "Variable.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/ToolRun.h"
+#include "tools/support/Variable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "camera/stream/ImageSets.h"
+#include "camera/group/ImageSets.h"
 
 #include "camera/time/Deadline.h"
 

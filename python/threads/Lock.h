@@ -1,7 +1,7 @@
 #pragma once
 // The interpreter's lock: given back for what takes time, waits that a signal and the end of the program end.
 
-#include "python/Ending.h"
+#include "python/threads/Ending.h"
 
 #include <pybind11/pybind11.h>
 

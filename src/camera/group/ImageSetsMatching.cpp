@@ -1,5 +1,5 @@
 // Block ids of cameras that were away.
-#include "camera/stream/ImageSets.h"
+#include "camera/group/ImageSets.h"
 #include "camera/time/Deadline.h"
 
 #include <algorithm>

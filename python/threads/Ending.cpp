@@ -1,7 +1,7 @@
-#include "python/Ending.h"
+#include "python/threads/Ending.h"
 
-#include "python/Fork.h"
-#include "python/Wake.h"
+#include "python/stream/Wake.h"
+#include "python/threads/Fork.h"
 
 #include <tavix/camera/Error.h>
 

@@ -2,11 +2,11 @@
 // A running stream, of one camera or of a group.
 
 #include "core/Mutex.h"
-#include "python/Ending.h"
 #include "python/Errors.h"
-#include "python/Fork.h"
-#include "python/ImageCall.h"
-#include "python/Lock.h"
+#include "python/stream/ImageCall.h"
+#include "python/threads/Ending.h"
+#include "python/threads/Fork.h"
+#include "python/threads/Lock.h"
 
 #include <tavix/camera/Group.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 // Python's functions called by threads of the library.
 
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 
 #include <tavix/camera/Subscription.h>
 

@@ -1,5 +1,5 @@
+#include "camera/group/ImageSets.h"
 #include "camera/stream/Acquisition.h"
-#include "camera/stream/ImageSets.h"
 #include "core/Export.h"
 #include "core/Mutex.h"
 #include "core/Threads.h"

@@ -1,4 +1,4 @@
-#include "python/Wake.h"
+#include "python/stream/Wake.h"
 
 #include "core/Mutex.h"
 

@@ -2,9 +2,9 @@
 // A running stream for an event loop, which watches a descriptor instead of waiting.
 
 #include "core/Mutex.h"
-#include "python/Belt.h"
-#include "python/Ending.h"
-#include "python/Errand.h"
+#include "python/stream/Belt.h"
+#include "python/threads/Ending.h"
+#include "python/threads/Errand.h"
 
 #include <thread>
 

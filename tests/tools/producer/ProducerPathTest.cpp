@@ -1,8 +1,8 @@
 // The variable by which GenTL programs find producers.
 
 #include "producers/ProducerPath.h"
-#include "TestFolder.h"
-#include "Variable.h"
+#include "tools/support/TestFolder.h"
+#include "tools/support/Variable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

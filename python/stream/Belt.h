@@ -2,8 +2,8 @@
 // What a feed shares with the thread that waits for images.
 
 #include "core/Mutex.h"
-#include "python/Running.h"
-#include "python/Wake.h"
+#include "python/stream/Running.h"
+#include "python/stream/Wake.h"
 
 #include <condition_variable>
 #include <exception>

@@ -1,6 +1,6 @@
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 
-#include "python/Fork.h"
+#include "python/threads/Fork.h"
 
 #include <tavix/camera/Error.h>
 

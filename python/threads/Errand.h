@@ -1,7 +1,7 @@
 #pragma once
 // Work that may take long, and that Ctrl-C lets somebody leave.
 
-#include "python/Lock.h"
+#include "python/threads/Lock.h"
 
 #include <functional>
 #include <future>

@@ -1,4 +1,4 @@
-#include "python/Fork.h"
+#include "python/threads/Fork.h"
 
 #include <atomic>
 #include <cstdio>

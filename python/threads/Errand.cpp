@@ -1,7 +1,7 @@
-#include "python/Errand.h"
+#include "python/threads/Errand.h"
 
 #include "core/Mutex.h"
-#include "python/Fork.h"
+#include "python/threads/Fork.h"
 
 #include <condition_variable>
 
