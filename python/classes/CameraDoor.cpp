@@ -18,6 +18,7 @@ namespace py = pybind11;
 namespace tavixpython {
 namespace {
 
+using CameraClass = py::class_<Door, Owned<Door>>;
 using LockFree = py::call_guard<WithoutLock>;
 
 bool IsOpen(Door& door) {
@@ -122,7 +123,7 @@ py::list CompareSettings(Door& door, const std::filesystem::path& path) {
     }));
 }
 
-void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
+void BindFeatures(CameraClass& camera) {
     camera.def("__getitem__", &GetFeature, "The value of a feature. NotFound, AccessError.")
         .def("__setitem__", &SetFeature, "Writes a feature. NotFound, AccessError, ValueError.")
         .def(
@@ -151,7 +152,11 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
             },
             "Names of the features, also of those that its description knows and the camera does not implement; asks "
             "nothing of it.")
-        .def("features", &Features, "All features that the camera implements, in the order of its description.")
+        .def("features", &Features, "All features that the camera implements, in the order of its description.");
+}
+
+void BindKeptSettings(CameraClass& camera) {
+    camera
         .def(
             "read_settings", [](Door& door) { return ReadSettings(door.shared); },
             "All that is worth keeping of the camera's present state: Settings. What could not be read is in its "
@@ -172,7 +177,7 @@ void BindFeatures(py::class_<Door, Owned<Door>>& camera) {
              "differs, '' where one side does not have it.");
 }
 
-void BindImages(py::class_<Door, Owned<Door>>& camera) {
+void BindImages(CameraClass& camera) {
     camera
         .def(
             "grab",
@@ -217,9 +222,10 @@ void BindImages(py::class_<Door, Owned<Door>>& camera) {
 } // namespace
 
 void BindCamera(py::module_& module) {
-    py::class_<Door, Owned<Door>> camera(
-        module, "Camera", "An open camera and a context manager; features are its items and attributes.");
+    CameraClass camera(module, "Camera",
+                       "An open camera and a context manager; features are its items and attributes.");
     BindFeatures(camera);
+    BindKeptSettings(camera);
     BindImages(camera);
     camera.def("__enter__", &Enter)
         .def("__exit__", [](Door& door, const py::args&) { Close(door); })

@@ -31,6 +31,8 @@ struct GroupDoor {
     py::list cameras;
 };
 
+using GroupClass = py::class_<GroupDoor, Owned<GroupDoor>>;
+
 Owned<GroupDoor> Open(const std::vector<std::string>& names) {
     auto door = Owned<GroupDoor>(new GroupDoor);
     door->group = Errand([names] { return std::make_shared<Tavix::Group>(Tavix::Group::Open(names)); });
@@ -87,31 +89,21 @@ void BindSet(py::module_& module) {
         });
 }
 
-} // namespace
-
-py::object Present(Tavix::ImageSet set) {
-    SetDoor made{py::list(), std::move(set.gaps), set.IsComplete()};
-    for (Tavix::Image& image : set.images)
-        made.images.append(image ? py::cast(std::move(image)) : py::object(py::none()));
-    return py::cast(std::move(made));
-}
-
-void BindGroup(py::module_& module) {
-    BindSet(module);
-    BindRunning<Tavix::GroupStream>(module, "GroupStream", "An iterator over sets of images, and a context manager.");
-    BindFeed<Tavix::GroupStream>(module, "_GroupFeed");
-    py::class_<GroupDoor, Owned<GroupDoor>>(module, "Group", "Several open cameras, in order, and a context manager.")
-        .def_readonly("cameras", &GroupDoor::cameras, "The cameras: a list.")
+void BindCameras(GroupClass& type) {
+    type.def_readonly("cameras", &GroupDoor::cameras, "The cameras: a list.")
         .def("__len__", [](const GroupDoor& door) { return door.cameras.size(); })
         .def("__iter__", [](const GroupDoor& door) { return py::iter(door.cameras); })
         .def("__getitem__",
              [](const GroupDoor& door, const py::object& place) -> py::object {
                  return door.cameras.attr("__getitem__")(place);
              })
-        .def(
-            "set", &Set, py::arg("name"), py::arg("value"),
-            "Writes a feature of every camera. Raises what the first one raises that refuses; those before it are set.")
-        .def(
+        .def("set", &Set, py::arg("name"), py::arg("value"),
+             "Writes a feature of every camera. Raises what the first one raises that refuses; those before it are "
+             "set.");
+}
+
+void BindGrab(GroupClass& type) {
+    type.def(
             "grab",
             [](GroupDoor& door, const py::object& count, const py::kwargs& options) {
                 return Owned<Running<Tavix::GroupStream>>(
@@ -127,8 +119,11 @@ void BindGroup(py::module_& module) {
                 return Owned<Feed<Tavix::GroupStream>>(
                     new Feed<Tavix::GroupStream>(StartGroup(door, {"stream", count, options})));
             },
-            py::arg("count") = 0, py::keep_alive<0, 1>())
-        .def(
+            py::arg("count") = 0, py::keep_alive<0, 1>());
+}
+
+void BindTrigger(GroupClass& type) {
+    type.def(
             "await_trigger",
             [](GroupDoor& door, const py::object& timeout) { return AwaitTriggerInSteps(*door.group, timeout); },
             py::arg("timeout") = py::none(), kAwaitTriggerDoc)
@@ -143,8 +138,27 @@ void BindGroup(py::module_& module) {
                 TriggerInSteps(*door.group, timeout, cameras);
             },
             py::arg("timeout") = py::none(),
-            "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.")
-        .def("close", &CloseAll, "Closes all cameras. Images live on; closing twice is harmless.")
+            "Triggers all by software once all are ready; waits 5 s for that unless told otherwise. Timeout.");
+}
+
+} // namespace
+
+py::object Present(Tavix::ImageSet set) {
+    SetDoor made{py::list(), std::move(set.gaps), set.IsComplete()};
+    for (Tavix::Image& image : set.images)
+        made.images.append(image ? py::cast(std::move(image)) : py::object(py::none()));
+    return py::cast(std::move(made));
+}
+
+void BindGroup(py::module_& module) {
+    BindSet(module);
+    BindRunning<Tavix::GroupStream>(module, "GroupStream", "An iterator over sets of images, and a context manager.");
+    BindFeed<Tavix::GroupStream>(module, "_GroupFeed");
+    GroupClass type(module, "Group", "Several open cameras, in order, and a context manager.");
+    BindCameras(type);
+    BindGrab(type);
+    BindTrigger(type);
+    type.def("close", &CloseAll, "Closes all cameras. Images live on; closing twice is harmless.")
         .def_property_readonly(
             "is_open", [](const GroupDoor& door) { return !IsLeftToParent() && IsOpen(door); },
             "Whether all of them are.")

@@ -28,6 +28,7 @@ namespace {
 
 using Tavix::HostTime;
 using Tavix::Image;
+using ImageClass = py::class_<Image, Owned<Image>>;
 using LockFree = py::call_guard<WithoutLock>;
 
 template<class Moment>
@@ -88,7 +89,7 @@ py::buffer_info BufferOf(Image& image) {
 }
 
 // What pybind11 does lets exceptions out into callers in C.
-void LetBuffersFail(const py::class_<Image, Owned<Image>>& type) {
+void LetBuffersFail(const ImageClass& type) {
     static getbufferproc begin;
     PyBufferProcs* const buffers = reinterpret_cast<PyTypeObject*>(type.ptr())->tp_as_buffer;
     begin = buffers->bf_getbuffer;
@@ -212,7 +213,7 @@ void BindHostTime(py::module_& module) {
              [](const HostTime& t) { return "<tavix.HostTime " + std::to_string(Nanoseconds(t.real)) + " ns>"; });
 }
 
-void BindWhatLoopsAsk(const py::class_<Image, Owned<Image>>& type) {
+void BindWhatLoopsAsk(const ImageClass& type) {
     DefineAttribute<Image, &Image::Number>(type, "number", "Counts the images of a stream, from 0.");
     DefineAttribute<Image, &Image::BlockId>(type, "block_id", "The camera's count; a gap is an image that never came.");
     DefineAttribute<Image, &Image::MissedBefore>(type, "missed_before", "Images that were lost just before this one.");
@@ -227,43 +228,40 @@ void BindWhatLoopsAsk(const py::class_<Image, Owned<Image>>& type) {
         "width), or (height, width, components); packed formats as bytes in a row.");
 }
 
-} // namespace
-
-void BindImage(py::module_& module) {
-    BindHostTime(module);
-    py::class_<Image, Owned<Image>> type(
-        module, "Image", py::buffer_protocol(),
-        "One image, in memory of its stream that nobody else writes to while the image or an array of it lives.");
-    BindWhatLoopsAsk(type);
-    type.def_buffer(&BufferOf)
-        .def_property_readonly(
-            "gap_before", [](const Image& image) { return static_cast<double>(image.GapBefore().count()) / 1e9; },
-            "Seconds that the camera was away just before this image; 0.0 when it was not.")
-        .def_property_readonly("offset_x", &Image::OffsetX, "First column, on the sensor.")
+void BindLayout(ImageClass& type) {
+    type.def_property_readonly("offset_x", &Image::OffsetX, "First column, on the sensor.")
         .def_property_readonly("offset_y", &Image::OffsetY, "First line, on the sensor.")
         .def_property_readonly("stride", &Image::Stride,
                                "Bytes from one line to the next, padding included; 0 when lines do not begin at whole "
                                "bytes.")
-        .def_property_readonly(
-            "arrival_ns", [](const Image& image) { return Nanoseconds(image.Arrival()); },
-            "When all of it had come: nanoseconds of CLOCK_MONOTONIC, as time.monotonic_ns().")
-        .def_property_readonly("payload", &PayloadOf,
+        .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
+        .def_property_readonly("pixel_format_code", &Image::PixelFormatCode,
+                               "The number of the pixel format, as the standard has it.");
+}
+
+void BindContents(ImageClass& type) {
+    type.def_property_readonly("payload", &PayloadOf,
                                "All bytes that came, chunk data included: a NumPy view, which keeps the memory.")
         .def_property_readonly("memory", &OwnMemoryOf,
                                "The object that the stream's `allocator` gave for it; None for memory of the "
                                "library. It is written to again once the image and its arrays have gone.")
         .def_property_readonly("missing_bytes", &Image::MissingBytes, "Bytes that did not come; 0 for a whole image.")
-        .def_property_readonly("pixel_format", &Image::PixelFormat, "'Mono8', 'BayerRG12p', ...")
-        .def_property_readonly("pixel_format_code", &Image::PixelFormatCode,
-                               "The number of the pixel format, as the standard has it.")
         .def_property_readonly("defect", &Image::Defect, "What is missing, in words; '' for a whole image.")
         .def_property_readonly("chunks", &ChunksOf, "The chunk values by name, without their prefix 'Chunk': a dict.")
         .def_property_readonly("chunk_checksum", &ChecksumOf,
-                               "Whether the chunk data came as it was sent: True or False, None without a checksum.")
+                               "Whether the chunk data came as it was sent: True or False, None without a checksum.");
+}
+
+void BindArray(ImageClass& type) {
+    type.def_buffer(&BufferOf)
         .def("__array__", &AsArray, py::arg("dtype") = py::none(), py::kw_only(), py::arg("copy") = py::none())
         .def("__dlpack__", &AsDlpack, py::kw_only(), py::arg("stream") = py::none())
-        .def("__dlpack_device__", [](const py::object& self) { return ViewOf(self).attr("__dlpack_device__")(); })
-        .def("_png", &PngOf)
+        .def("__dlpack_device__", [](const py::object& self) { return ViewOf(self).attr("__dlpack_device__")(); });
+    LetBuffersFail(type);
+}
+
+void BindCopies(ImageClass& type) {
+    type.def("_png", &PngOf)
         .def("clone", &Image::Clone, LockFree(), "A copy in memory of its own, which does not belong to the stream.")
         .def("convert", &Convert, py::arg("pixel_format"), py::kw_only(), py::arg("demosaicing") = "bilinear",
              "A copy as Mono8, Mono16, RGB8, BGR8, RGBa8 or BGRa8, white as white: Mono16 of 12 bits goes up to 65535. "
@@ -283,9 +281,28 @@ void BindImage(py::module_& module) {
             "Writes .png .tif .jpg .pgm .ppm or .raw, told by the ending. Colours of a Bayer image are found "
             "'edge_aware' or 'bilinear', which is faster; `quality` of JPEG is 1 to 100, `compression` of PNG and TIFF "
             "0 (none) to 9 (smallest, slowest). Without `facts` the file does not tell camera, time and chunk values. "
-            "ValueError for another demosaicing, Error when it cannot be written.")
+            "ValueError for another demosaicing, Error when it cannot be written.");
+}
+
+} // namespace
+
+void BindImage(py::module_& module) {
+    BindHostTime(module);
+    ImageClass type(
+        module, "Image", py::buffer_protocol(),
+        "One image, in memory of its stream that nobody else writes to while the image or an array of it lives.");
+    BindWhatLoopsAsk(type);
+    BindLayout(type);
+    BindContents(type);
+    BindArray(type);
+    BindCopies(type);
+    type.def_property_readonly(
+            "gap_before", [](const Image& image) { return static_cast<double>(image.GapBefore().count()) / 1e9; },
+            "Seconds that the camera was away just before this image; 0.0 when it was not.")
+        .def_property_readonly(
+            "arrival_ns", [](const Image& image) { return Nanoseconds(image.Arrival()); },
+            "When all of it had come: nanoseconds of CLOCK_MONOTONIC, as time.monotonic_ns().")
         .def("__repr__", &Repr);
-    LetBuffersFail(type);
 }
 
 } // namespace tavixpython
