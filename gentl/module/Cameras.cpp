@@ -84,8 +84,8 @@ std::string FoundCamera::Path() const {
 }
 
 std::string FoundCamera::DisplayName() const {
-    const std::string name = UserName();
-    return (name.find_first_not_of(" \t") == name.npos ? Model() : name) + " (" + Serial() + ")";
+    const std::string name = UserName(), serial = Serial();
+    return (name.find_first_not_of(" \t") == name.npos ? Model() : name) + (serial.empty() ? "" : " (" + serial + ")");
 }
 
 std::vector<FoundCamera> FindCameras() {

@@ -113,6 +113,14 @@ TEST_F(GenTLModules, RefuseNumbersThatTheirRegistersCannotHold) {
     }
 }
 
+TEST_F(GenTLModules, DisplayACameraWithoutSerialNumberByItsModel) {
+    for (const int text : {3, 10, 11})
+        leftCamera.SetString(text, "");
+    ASSERT_EQ(IFUpdateDeviceList(left.interface, nullptr, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(left.Text(DEVICE_INFO_SERIAL_NUMBER), "");
+    EXPECT_EQ(left.Text(DEVICE_INFO_DISPLAYNAME), left.Text(DEVICE_INFO_MODEL));
+}
+
 TEST_F(GenTLModules, CallNumbersBeyondTheLimitsInvalidValues) {
     ASSERT_NO_FATAL_FAILURE(OpenStream());
     EXPECT_EQ(SetValue(stream, "StreamQueuedTransferCount_Value", 0), GC_ERR_INVALID_VALUE);
