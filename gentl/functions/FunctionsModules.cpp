@@ -175,16 +175,16 @@ GC_ERROR DevGetPort(DEV_HANDLE hDevice, PORT_HANDLE* phRemoteDevice) {
 
 GC_ERROR DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
     return Call([&] {
-        (void)Held<Device>(hDevice);
-        Needed(piNumDataStreams) = 1;
+        const Held<Device> device(hDevice);
+        Needed(piNumDataStreams) = device->CountStreams();
     });
 }
 
 GC_ERROR DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID, size_t* piSize) {
     return Call([&] {
-        (void)Held<Device>(hDevice);
+        const Held<Device> device(hDevice);
         Answer answer(nullptr, sDataStreamID, piSize);
-        if (iIndex != 0) Fail(GC_ERR_INVALID_INDEX, "the device has one stream");
+        if (iIndex >= device->CountStreams()) Fail(GC_ERR_INVALID_INDEX, "there is no stream of that number");
         answer.String(Device::kStreamId);
     });
 }

@@ -82,7 +82,7 @@ void Device::BuildPort() {
             if (number != 0) Fail(GC_ERR_INVALID_VALUE, "the device has one stream");
         },
         {"StreamID"});
-    m_Port.Constant("StreamID", kStreamId);
+    m_Port.Text("StreamID", [this] { return std::string(m_HasStream ? kStreamId : ""); });
     m_Port.Event("EventDeviceLost", kLostEvent);
 }
 
@@ -92,6 +92,10 @@ void Device::DoOpen() {
           "The camera cannot be opened");
     m_Reservation.AwaitTurn();
     Check(OpenCamera(*m_Device, m_Camera), "The camera cannot be opened");
+    std::uint8_t hasStream = 0;
+    Check(m_Device->GetProperty(vexlo::CVxDevice::Property_HasStream, &hasStream, sizeof hasStream),
+          "The camera cannot be opened");
+    m_HasStream = hasStream != 0;
 }
 
 void Device::DoBegin() {
@@ -143,7 +147,7 @@ std::shared_ptr<Stream> Device::OpenedStream() {
 }
 
 std::shared_ptr<Stream> Device::OpenStream(const std::string& id) {
-    if (id != kStreamId) Fail(GC_ERR_INVALID_ID, "there is no stream of that ID");
+    if (!m_HasStream || id != kStreamId) Fail(GC_ERR_INVALID_ID, "there is no stream of that ID");
     const auto stream = std::make_shared<Stream>(std::static_pointer_cast<Device>(shared_from_this()));
     stream->Open([&]() TAVIX_REQUIRES(TreeMutex()) {
         CheckOpen();

@@ -35,6 +35,7 @@ public:
     /// ACCESS_DENIED when it was opened to read only; for whatever writes to the camera's registers.
     void CheckWritable() const;
     int32_t AccessStatus() const;
+    uint32_t CountStreams() const { return m_HasStream ? 1 : 0; }
     std::string Version(); ///< the camera tells it once; throws Failure
     void Info(DEVICE_INFO_CMD command, Answer& answer);
     /// What the user calls the camera has been changed, or may have been.
@@ -83,6 +84,7 @@ private:
     Reservation m_Reservation; // ends after the camera was closed
     ModulePort m_Port;
     std::unique_ptr<vexlo::CVxDevice, Destroy> m_Device; // constant after construction
+    bool m_HasStream = false;                            // constant once it was opened
     std::shared_ptr<RemotePort> m_Remote;                // constant once it has its handle
     std::vector<unsigned long> m_Callbacks;              // for who opens and ends it
     std::atomic<bool> m_IsLost{false};

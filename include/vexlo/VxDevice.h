@@ -33,6 +33,7 @@ public:
         Property_WriteTimeout = 0x900,               ///< 4 bytes, read/write: the same floor for WriteMem, in ms
         Property_OpenAsProbe = 0xA00,                ///< 1 byte, read/write: not 0 when Open only looks, see there
         Property_OpenToRead = 0xB00,                 ///< 1 byte, read/write: not 0 when Open writes no register
+        Property_HasStream = 0xC00,                  ///< 1 byte, read while open: not 0 when there are images to stream
         Property_CustomRequestId = 0xAFFE0000,       ///< 1 byte, read/write: bRequest of a custom control request
         Property_CustomRequestValue = 0xAFFE0100,    ///< 2 bytes, read/write: wValue
         Property_CustomRequestIndex = 0xAFFE0200,    ///< 2 bytes, read/write: wIndex

@@ -113,6 +113,22 @@ TEST_F(GenTLModules, RefuseNumbersThatTheirRegistersCannotHold) {
     }
 }
 
+TEST_F(GenTLModules, CountNoStreamOfACameraWithoutImages) {
+    constexpr std::uint64_t streamCount = scripted::kSbrm + 0x1C;
+    leftCamera.Set32(streamCount, 0);
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    uint32_t count = 7;
+    EXPECT_EQ(DevGetNumDataStreams(device, &count), GC_ERR_SUCCESS);
+    EXPECT_EQ(count, 0U);
+    size_t size = 0;
+    EXPECT_EQ(DevGetDataStreamID(device, 0, nullptr, &size), GC_ERR_INVALID_INDEX);
+    EXPECT_EQ(DevOpenDataStream(device, "Stream0", &stream), GC_ERR_INVALID_ID);
+    char text[512] = "?";
+    size = sizeof text;
+    EXPECT_EQ(GCReadPort(device, AddressOf(device, "StreamID"), text, &size), GC_ERR_SUCCESS);
+    EXPECT_STREQ(text, "");
+}
+
 TEST_F(GenTLModules, DisplayACameraWithoutSerialNumberByItsModel) {
     for (const int text : {3, 10, 11})
         leftCamera.SetString(text, "");

@@ -61,6 +61,10 @@ public:
     const FoundCamera& Camera() const { return m_Camera; }
     const u3v::CameraFunction& Function() const { return m_Camera.function; }
     const Bootstrap& Registers() const { return m_Bootstrap; }
+    /// Descriptors and registers may disagree; a stream needs both.
+    bool HasStream() const {
+        return !Function().streams.empty() && m_Bootstrap.streamCount > 0 && m_Bootstrap.streamAddress != 0;
+    }
     ControlChannel& Control() { return m_Control; }
     RegisterAccess& Memory() { return m_Memory; }
     TransferPump& Pump() { return m_Pump; }

@@ -186,6 +186,10 @@ VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long s
         return GetValue(statistics.failedWrites.load(), buffer, size);
     case Property_LastErrorStatus:
         return GetValue(statistics.lastError.load(), buffer, size);
+    case Property_HasStream:
+        if (const auto session = m_Impl->session.Get())
+            return GetValue(static_cast<std::uint8_t>(session->HasStream()), buffer, size);
+        return VX_E_NOT_OPEN;
     default:
         break;
     }

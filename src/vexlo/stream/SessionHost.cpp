@@ -36,9 +36,7 @@ VxStatus SessionHost::OpenHandle(std::unique_ptr<usb::Handle>& handle) {
 VxStatus SessionHost::GetStreamChannel(StreamChannel& channel) {
     const auto session = m_Sessions.Get();
     if (!session) return VX_E_NOT_OPEN;
-    // Descriptors and registers may disagree; the stream needs both.
-    const bool inRegisters = session->Registers().streamCount > 0 && session->Registers().streamAddress != 0;
-    if (session->Function().streams.empty() || !inRegisters) return VX_E_NOT_SUPPORTED;
+    if (!session->HasStream()) return VX_E_NOT_SUPPORTED;
     const u3v::DataInterface& stream = session->Function().streams.front();
     channel.interfaceNumber = stream.number;
     channel.endpoint = stream.in.address;
