@@ -1,7 +1,7 @@
 // What cannot have a handle is given back whole.
 
-#include "FirstCamera.h"
 #include "gentl/Handles.h"
+#include "gentl/support/FirstCamera.h"
 
 #include <memory>
 #include <vector>

@@ -1,6 +1,6 @@
 // Every function against handles that are none: null, invented, closed, and of another kind.
 
-#include "Session.h"
+#include "gentl/support/Session.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 // A consumer's signals are for its own threads.
 
-#include "StreamSession.h"
+#include "gentl/support/StreamSession.h"
 
 #include <filesystem>
 #include <fstream>

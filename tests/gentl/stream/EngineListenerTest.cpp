@@ -1,8 +1,8 @@
 // Who listens to an engine comes and goes while others are at its queues.
 
-#include "FirstCamera.h"
 #include "gentl/module/Device.h"
 #include "gentl/stream/AcquisitionEngine.h"
+#include "gentl/support/FirstCamera.h"
 
 #include <future>
 #include <thread>

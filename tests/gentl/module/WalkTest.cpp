@@ -1,7 +1,7 @@
 // From the library to the camera's features.
 
-#include "RemoteFeatures.h"
-#include "Session.h"
+#include "gentl/support/RemoteFeatures.h"
+#include "gentl/support/Session.h"
 
 #include <future>
 #include <thread>

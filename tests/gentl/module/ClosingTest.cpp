@@ -1,6 +1,6 @@
 // What else goes on while a camera is slow to close, or to open a stream or an event channel.
 
-#include "ScriptedCameras.h"
+#include "gentl/support/ScriptedCameras.h"
 
 #include <future>
 #include <thread>

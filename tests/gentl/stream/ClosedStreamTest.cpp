@@ -1,8 +1,8 @@
 // A call that was under way when its stream was closed must leave the next one alone, which has the same camera's.
 
-#include "FirstCamera.h"
 #include "gentl/module/Device.h"
 #include "gentl/stream/Stream.h"
+#include "gentl/support/FirstCamera.h"
 
 #include <functional>
 #include <thread>

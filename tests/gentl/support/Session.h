@@ -1,7 +1,7 @@
 #pragma once
 // A consumer's way from the library to a camera's stream, for tests.
 
-#include "Producer.h"
+#include "gentl/support/Producer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Images, chunk data and events as a consumer gets them.
 
-#include "StreamSession.h"
+#include "gentl/support/StreamSession.h"
 
 #include <atomic>
 #include <cstring>

@@ -1,8 +1,8 @@
 #pragma once
 // A consumer with the camera's stream open and its images awaited, for tests.
 
-#include "RemoteFeatures.h"
-#include "Session.h"
+#include "gentl/support/RemoteFeatures.h"
+#include "gentl/support/Session.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 // Cameras that leave, streams that end by themselves, and other faults, under those who wait.
 
-#include "StreamSession.h"
+#include "gentl/support/StreamSession.h"
 
 #include <future>
 #include <thread>

@@ -1,4 +1,4 @@
-#include "Producer.h"
+#include "gentl/support/Producer.h"
 
 #include <stdexcept>
 

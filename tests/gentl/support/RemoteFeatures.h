@@ -1,7 +1,7 @@
 #pragma once
 // The camera's node map over a producer's port, as a consumer with a GenApi of its own makes it.
 
-#include "Producer.h"
+#include "gentl/support/Producer.h"
 
 #include <GenApi/GenApi.h>
 

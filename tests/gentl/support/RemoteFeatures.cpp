@@ -1,4 +1,4 @@
-#include "RemoteFeatures.h"
+#include "gentl/support/RemoteFeatures.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -1,6 +1,6 @@
 // What modules tell of themselves and of what happens to them.
 
-#include "ScriptedCameras.h"
+#include "gentl/support/ScriptedCameras.h"
 
 #include <set>
 #include <vector>

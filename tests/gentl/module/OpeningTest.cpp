@@ -1,6 +1,6 @@
 // What else goes on while a camera is opened, and what asking for its state costs.
 
-#include "ScriptedCameras.h"
+#include "gentl/support/ScriptedCameras.h"
 
 #include "vexlo/Enumerator.h"
 #include "vexlo/VxDevice.h"
