@@ -105,7 +105,8 @@ void CTavixUsbEventGrabber::Close() {
 
 void CTavixUsbEventGrabber::InternalClose(bool throwOnError) {
     const TransportGuard guard(m_Lock);
-    const bool wasOpen = IsOpen();
+    // As an heir tells it, or as this class does while it is destroyed.
+    const bool wasOpen = IsOpen(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
     unsigned int status = 0;
     if (m_pVxEventStream && m_pVxEventStream->IsOpen()) status = m_pVxEventStream->Close();
     m_ptrStatusReg->SetValue(0, /*Verify=*/true);
