@@ -20,7 +20,16 @@ constexpr const char* kCameras = R"({"cameras": [
     {"serial": "Talkative", "faults": {"events": [{"fault": "MaximumLength", "count": 0}]}},
     {"serial": "Halted", "faults": {"stream": [{"fault": "Stall", "count": 0, "frame": 3, "value": 10000}]}},
     {"serial": "Slow", "faults": {"control": [{"fault": "NoAnswer", "count": 0, "whileStreaming": true}]}},
-    {"serial": "Recovering", "faults": {
+    {"serial": "Recovering0", "faults": {
+        "control": [{"fault": "NoAnswer", "count": 0, "skip": 1, "command": 2050, "address": 131076}],
+        "stream": [{"fault": "Stall", "frame": 3, "value": 10000}]}},
+    {"serial": "Recovering1", "faults": {
+        "control": [{"fault": "NoAnswer", "count": 0, "skip": 1, "command": 2050, "address": 131076}],
+        "stream": [{"fault": "Stall", "frame": 3, "value": 10000}]}},
+    {"serial": "Recovering2", "faults": {
+        "control": [{"fault": "NoAnswer", "count": 0, "skip": 1, "command": 2050, "address": 131076}],
+        "stream": [{"fault": "Stall", "frame": 3, "value": 10000}]}},
+    {"serial": "Recovering3", "faults": {
         "control": [{"fault": "NoAnswer", "count": 0, "skip": 1, "command": 2050, "address": 131076}],
         "stream": [{"fault": "Stall", "frame": 3, "value": 10000}]}}
 ]})";
@@ -188,8 +197,8 @@ TEST_F(GenTLStreamEnd, AnswersWhileASlowCameraIsStopped) {
 /// Its stream's thread waits for answers to what switches the stream off and on, which do not come.
 class GenTLStreamRecovery : public GenTLStreamEnd {
 protected:
-    void BeginToRecover(uint64_t count) {
-        ASSERT_NO_FATAL_FAILURE(Begin("Recovering"));
+    void BeginToRecover(const std::string& serial, uint64_t count = GENTL_INFINITE) {
+        ASSERT_NO_FATAL_FAILURE(Begin(serial));
         ASSERT_NO_FATAL_FAILURE(Announce(8));
         ASSERT_EQ(gc.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, count), GC_ERR_SUCCESS) << LastText();
         constexpr uint64_t acquisitionStart = 0x102004;
@@ -224,7 +233,7 @@ protected:
 };
 
 TEST_F(GenTLStreamRecovery, AnswersWhileBuffersAreCalledOff) {
-    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover("Recovering0"));
     auto flush = FlushAround(ACQ_QUEUE_ALL_DISCARD, [&] { AsksOtherThings(); });
     EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
     EXPECT_EQ(StreamNumber<size_t>(STREAM_INFO_NUM_QUEUED), 0U);
@@ -232,7 +241,7 @@ TEST_F(GenTLStreamRecovery, AnswersWhileBuffersAreCalledOff) {
 }
 
 TEST_F(GenTLStreamRecovery, FlushesWhatIsQueuedWhileBuffersAreCalledOff) {
-    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover("Recovering1"));
     size_t queued = 0;
     auto flush = FlushAround(ACQ_QUEUE_INPUT_TO_OUTPUT, [&] {
         EXPECT_EQ(gc.DSFlushQueue(stream, ACQ_QUEUE_UNQUEUED_TO_INPUT), GC_ERR_SUCCESS);
@@ -246,7 +255,7 @@ TEST_F(GenTLStreamRecovery, FlushesWhatIsQueuedWhileBuffersAreCalledOff) {
 }
 
 TEST_F(GenTLStreamRecovery, StopsWhileBuffersAreCalledOff) {
-    ASSERT_NO_FATAL_FAILURE(BeginToRecover(GENTL_INFINITE));
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover("Recovering2"));
     auto flush = FlushAround(ACQ_QUEUE_ALL_DISCARD, [&] { AsksOtherThings(); });
     EXPECT_EQ(gc.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS) << LastText();
     EXPECT_EQ(flush.get(), GC_ERR_SUCCESS);
@@ -254,7 +263,7 @@ TEST_F(GenTLStreamRecovery, StopsWhileBuffersAreCalledOff) {
 }
 
 TEST_F(GenTLStreamRecovery, RevokesBuffersThatANumberOfImagesDidNotNeed) {
-    ASSERT_NO_FATAL_FAILURE(BeginToRecover(4));
+    ASSERT_NO_FATAL_FAILURE(BeginToRecover("Recovering3", 4));
     EXPECT_EQ(StreamNumber<bool8_t>(STREAM_INFO_IS_GRABBING), 0);
     for (BUFFER_HANDLE buffer : buffers)
         EXPECT_EQ(gc.DSRevokeBuffer(stream, buffer, nullptr, nullptr), GC_ERR_SUCCESS) << LastText();
