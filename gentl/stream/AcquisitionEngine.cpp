@@ -91,6 +91,7 @@ void AcquisitionEngine::Revoke(const SharedBuffer& buffer) {
     CheckAnnounced(*buffer);
     DrainForOthers();
     TakeBack(*buffer);
+    TellListener();                                       // it may have been the last one that might bring something
     if (m_Left == 0 && m_Queues.WayOf(*buffer).isOnBus) { // the bus is just giving it back
         CallOff();
         CheckAnnounced(*buffer);
@@ -120,19 +121,20 @@ BUFFER_HANDLE AcquisitionEngine::BufferAt(size_t index) {
     PutIntoInput(buffer);
 }
 
-[[gnu::hot]] void AcquisitionEngine::Drain() {
-    if (m_Phase == Phase::Closed) return; // what comes now is another's
+[[gnu::hot]] bool AcquisitionEngine::Drain() {
+    if (m_Phase == Phase::Closed) return false; // what comes now is another's
     GrabResult result{};
+    bool hasCome = false;
     for (unsigned long left = 1; left != 0 && m_Vx.RetrieveBuffer(&result, &left) == vexlo::VX_OK;) {
+        hasCome = true;
         Sort(result);
         if (m_Left == 0) left = 1; // what was called off comes behind it
     }
+    return hasCome;
 }
 
 void AcquisitionEngine::DrainForOthers() {
-    const std::uint64_t before = m_Queues.Counted().filled;
-    Drain();
-    if (m_Queues.Counted().filled != before) TellListener();
+    if (Drain()) TellListener();
 }
 
 [[gnu::hot]] void AcquisitionEngine::Sort(const GrabResult& result) {
@@ -167,7 +169,7 @@ void AcquisitionEngine::CompleteCount() {
 
 [[gnu::hot]] EVENT_NEW_BUFFER_DATA AcquisitionEngine::TakeOutput(bool& isLast) {
     const Guard guard(m_Mutex);
-    Drain();
+    (void)Drain();
     const Buffer* const buffer = m_Queues.Deliver();
     isLast = m_Queues.Output().empty();
     if (!buffer) return {};
@@ -201,7 +203,16 @@ void AcquisitionEngine::CallOff() {
     (void)m_Vx.CancelGrab();
     m_Mutex.lock();
     if (--m_CallsOff == 0) m_HaveCalledOff.notify_all();
-    DrainForOthers();
+    (void)Drain();
+    TellListener();
+}
+
+bool AcquisitionEngine::MayBring() {
+    const Guard guard(m_Mutex);
+    const auto& announced = m_Queues.Announced();
+    return !m_Queues.Output().empty() || std::any_of(announced.begin(), announced.end(), [&](const SharedBuffer& each) {
+        return m_Queues.WayOf(*each).isOnBus;
+    });
 }
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {

@@ -57,6 +57,9 @@ public:
     /// `count` is GENTL_INFINITE or a number of buffers. RESOURCE_IN_USE while it grabs.
     void Start(std::uint64_t count);
     void Stop();
+    /// For who knows that the camera left: there are images, or buffers on the bus that may still have some. Whoever
+    /// listens is told when that is no more so.
+    bool MayBring();
     /// Why the stream ended by itself since the last start; VX_OK when it has not. What it completed before can be
     /// taken then.
     vexlo::VxStatus EndReason() const { return m_EndReason; }
@@ -98,8 +101,8 @@ private:
     /// Those that are in none of the queues; with `andOutput` also those of the output queue.
     void QueueAll(bool andOutput) TAVIX_REQUIRES(m_Mutex);
     void FlushInputToOutput() TAVIX_REQUIRES(m_Mutex);
-    /// Brings what the USB access library has completed to where it belongs.
-    void Drain() TAVIX_REQUIRES(m_Mutex);
+    /// Brings what the USB access library has completed to where it belongs. False when there was nothing.
+    bool Drain() TAVIX_REQUIRES(m_Mutex);
     /// The same by who is not waiting for buffers himself: those who are would not be told any more.
     void DrainForOthers() TAVIX_REQUIRES(m_Mutex);
     void Sort(const vexlo::CVxStream::GrabResult& result) TAVIX_REQUIRES(m_Mutex);

@@ -104,6 +104,7 @@ void AcquisitionEngine::TakeBuffersBack() noexcept {
         handle = nullptr;
         m_Queues.NoteOnBus(*buffer, false);
     }
+    TellListener();
 }
 
 /// On the stream's thread, which others may be waiting for with the queues' lock.
@@ -186,8 +187,7 @@ void AcquisitionEngine::StopPump() noexcept {
 
 void AcquisitionEngine::DrainForPump() noexcept {
     const Guard guard(m_Mutex);
-    Drain();
-    if (!m_Queues.Output().empty()) TellListener();
+    if (Drain() || !m_Queues.Output().empty()) TellListener();
 }
 
 } // namespace gentl

@@ -37,13 +37,15 @@ std::shared_ptr<Stream> NewBufferEvent::Owner() const {
     const vexlo::VxStatus end = stream->Engine().EndReason(); // first: what completed before it is taken all the same
     bool isLast = false;
     const EVENT_NEW_BUFFER_DATA event = stream->Engine().TakeOutput(isLast);
+    // The camera may be known to have left while its last images are still on their way.
+    const bool isOver = end != vexlo::VX_OK || (stream->IsLost() && !stream->Engine().MayBring());
     if (!event.BufferHandle) {
-        if (stream->IsLost() || end != vexlo::VX_OK) Stream::FailBecauseOfEnd(end);
+        if (isOver) Stream::FailBecauseOfEnd(end);
         return Taken::Nothing;
     }
     size = sizeof event;
     std::memcpy(data, &event, sizeof event);
-    return isLast ? Taken::Last : Taken::OneOfSeveral;
+    return isLast && !isOver ? Taken::Last : Taken::OneOfSeveral; // an end is for all who wait
 }
 
 size_t NewBufferEvent::CountPending() {

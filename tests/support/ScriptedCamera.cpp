@@ -212,6 +212,14 @@ void Camera::Unplug(bool announce) {
     if (announce) AnnounceRemoval();
 }
 
+void Camera::BeginUnplug() {
+    {
+        const Lock lock(m_Mutex);
+        ++m_Departures;
+    }
+    AnnounceRemoval();
+}
+
 void Camera::AnnounceRemoval() {
     std::map<std::uint64_t, usb::HotplugHandler> handlers;
     {

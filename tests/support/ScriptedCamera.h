@@ -93,6 +93,8 @@ public:
     void Unplug(bool announce);
     /// The bus says that the camera has left.
     void AnnounceRemoval();
+    /// The same, and it does not deny it when it is asked; but its transfers go on until it is unplugged.
+    void BeginUnplug();
     /// What happens while it is asked whether the camera that was opened is still there, under no lock.
     void OnAttachedQuestion(std::function<void()> handler);
     /// How often it was asked whether the camera that was opened is still there.
