@@ -209,10 +209,10 @@ void AcquisitionEngine::CallOff() {
 
 bool AcquisitionEngine::MayBring() {
     const Guard guard(m_Mutex);
-    const auto& announced = m_Queues.Announced();
-    return !m_Queues.Output().empty() || std::any_of(announced.begin(), announced.end(), [&](const SharedBuffer& each) {
-        return m_Queues.WayOf(*each).isOnBus;
-    });
+    if (!m_Queues.Output().empty()) return true;
+    for (const SharedBuffer& each : m_Queues.Announced())
+        if (m_Queues.WayOf(*each).isOnBus) return true;
+    return false;
 }
 
 void AcquisitionEngine::Flush(ACQ_QUEUE_TYPE operation) {
