@@ -44,7 +44,7 @@ py::list SuggestionsOf(const Tavix::NotFound& error) {
     return list;
 }
 
-void Translate(std::exception_ptr thrown) {
+void Translate(std::exception_ptr thrown) { // NOLINT(performance-unnecessary-value-param): as pybind11 calls it
     try {
         if (thrown) std::rethrow_exception(thrown);
     } catch (const Tavix::NotFound& e) {
