@@ -2,6 +2,7 @@
 
 #include "gentl/support/ScriptedCameras.h"
 
+#include <array>
 #include <set>
 #include <vector>
 
@@ -211,9 +212,9 @@ TEST_F(GenTLModules, TellOfAnEventChannelThatEndsByItself) {
         EXPECT_EQ(EventGetDataInfo(event, data, size, EVENT_DATA_ID, nullptr, &told, &bytes), GC_ERR_SUCCESS);
         return told;
     };
-    std::vector<std::future<GC_ERROR>> waiters;
-    for (int i = 0; i < 3; ++i)
-        waiters.push_back(std::async(std::launch::async, take, remote));
+    std::array<std::future<GC_ERROR>, 3> waiters;
+    for (auto& waiter : waiters)
+        waiter = std::async(std::launch::async, take, remote);
     constexpr unsigned int recoveries = 5;
     for (unsigned int i = 0; i <= recoveries; ++i) {
         const std::size_t before = leftCamera.WritesTo(scripted::kEirm).size();

@@ -11,7 +11,6 @@ namespace {
 
 using scripted::Elsewhere;
 using scripted::IsTreeFree;
-using scripted::Seen;
 
 class GenTLOpening : public scripted::OnTwoCameras {
 protected:

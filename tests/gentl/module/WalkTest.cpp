@@ -242,7 +242,7 @@ TEST(GenTLFile, LosesNothingWhenItIsLoadedAndGivenBackManyTimes) {
     const std::size_t before = ::mallinfo2().uordblks;
     for (int i = 0; i < 20; ++i)
         ASSERT_NO_FATAL_FAILURE(round());
-    EXPECT_LT(::mallinfo2().uordblks, before + 16 * 1024);
+    EXPECT_LT(::mallinfo2().uordblks, before + std::size_t{16} * 1024);
 }
 
 } // namespace

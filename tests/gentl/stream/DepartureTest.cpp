@@ -2,6 +2,7 @@
 
 #include "gentl/support/ScriptedCameras.h"
 
+#include <array>
 #include <vector>
 
 namespace {
@@ -80,9 +81,9 @@ TEST_F(Departure, IsToldWhenNoBufferIsLeftForAnImage) {
 
 TEST_F(Departure, IsToldToAllWhenOneTakesTheLastImage) {
     ASSERT_NO_FATAL_FAILURE(AnnounceDeparture());
-    std::vector<std::future<GC_ERROR>> waiters;
-    for (int i = 0; i < 4; ++i)
-        waiters.push_back(Waiter());
+    std::array<std::future<GC_ERROR>, 4> waiters;
+    for (auto& waiter : waiters)
+        waiter = Waiter();
     SendImage(0);
     SendImage(1);
     int images = 0, ends = 0;

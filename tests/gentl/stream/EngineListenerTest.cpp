@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t kImageSize = 64 * 64;
+constexpr std::size_t kImageSize = std::size_t{64} * 64;
 
 /// Told with the queues locked when the engine has what was asked for.
 class BusyObserver final : public gentl::AcquisitionObserver {

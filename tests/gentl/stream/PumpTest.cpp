@@ -6,7 +6,6 @@
 
 namespace {
 
-using Tavix::WaitObject;
 using Tavix::WaitObjectEx;
 
 constexpr unsigned int kTimeoutMs = 60000;

@@ -2,6 +2,7 @@
 
 #include "gentl/support/StreamSession.h"
 
+#include <array>
 #include <future>
 #include <thread>
 
@@ -38,7 +39,7 @@ class GenTLStreamEnd : public consumer::StreamSession {
 protected:
     void SetUp() override {
         ::setenv("TAVIX_VIRTUAL_CAMERAS", kCameras, 1);
-        Session::SetUp();
+        Session::SetUp(); // NOLINT(bugprone-parent-virtual-call): each test begins with a camera of its own
     }
     void Begin(const std::string& serial) {
         ASSERT_NO_FATAL_FAILURE(SelectDevice(serial));
@@ -84,14 +85,14 @@ TEST_F(GenTLStreamEnd, TellsOfAnUnplugToAllWhoWaitForTheCamerasEvents) {
     EVENT_HANDLE remote = nullptr;
     ASSERT_EQ(gc.GCRegisterEvent(device, EVENT_REMOTE_DEVICE, &remote), GC_ERR_SUCCESS) << LastText();
     ASSERT_NO_FATAL_FAILURE(Announce(3));
-    std::vector<std::future<std::string>> waiters;
-    for (int i = 0; i < 6; ++i)
-        waiters.push_back(std::async(std::launch::async, [&] {
+    std::array<std::future<std::string>, 6> waiters;
+    for (auto& waiter : waiters)
+        waiter = std::async(std::launch::async, [&] {
             uint8_t message[1024];
             size_t size = sizeof message;
             const GC_ERROR code = gc.EventGetData(remote, message, &size, kPatience);
             return std::to_string(code) + " " + LastText();
-        }));
+        });
     ASSERT_NO_FATAL_FAILURE(StartTheLastTime());
     EXPECT_EQ(TakeAll(true), kUnplugged);
     for (auto& waiter : waiters)
@@ -155,9 +156,9 @@ TEST_F(GenTLStreamEnd, TellsOfAStreamThatEndsByItself) {
     ASSERT_NO_FATAL_FAILURE(Announce(4));
     ASSERT_NO_FATAL_FAILURE(Start());
     ASSERT_EQ(gc.GCRegisterEvent(stream, EVENT_FEATURE_INVALIDATE, &changes), GC_ERR_SUCCESS);
-    std::vector<std::future<std::string>> waiters;
-    for (int i = 0; i < 3; ++i)
-        waiters.push_back(Taker());
+    std::array<std::future<std::string>, 3> waiters;
+    for (auto& waiter : waiters)
+        waiter = Taker();
     const std::string reason = waiters.front().get();
     EXPECT_EQ(reason.rfind("-1010 the stream has ended: ", 0), 0U) << reason;
     for (std::size_t i = 1; i < waiters.size(); ++i)
@@ -282,9 +283,9 @@ TEST_P(GenTLStreamEndIn, TellsOfAnUnplugToAllWhoWaitForImages) {
     ASSERT_NO_FATAL_FAILURE(Begin(GetParam().serial));
     ASSERT_NO_FATAL_FAILURE(Handle(GetParam().name));
     ASSERT_NO_FATAL_FAILURE(Announce(3));
-    std::vector<std::future<std::string>> waiters;
-    for (int i = 0; i < 4; ++i)
-        waiters.push_back(Taker());
+    std::array<std::future<std::string>, 4> waiters;
+    for (auto& waiter : waiters)
+        waiter = Taker();
     ASSERT_NO_FATAL_FAILURE(StartTheLastTime());
     while (StreamNumber<size_t>(STREAM_INFO_NUM_ANNOUNCED) == 3 && !IsOver(waiters.front()))
         std::this_thread::yield();
