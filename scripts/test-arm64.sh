@@ -28,4 +28,4 @@ fi
 # program cannot be started; what measures threads would need its patience.
 cmake --build --preset arm64
 exec ctest --test-dir build/arm64 --output-on-failure --no-tests=error -j 2 -LE '^(system|program)$' \
-    -E '^(LogConfig|Preload)\.|^ChildProcess\.ThatDoesNotExistIsAnError$'
+    -E '^(LogConfig|Preload)\.|^ChildProcess\.ThatDoesNotExistIsAnError$|\.Life\.EndsWithTheProcessWithoutAnyClose$'

@@ -7,8 +7,8 @@
 #include <elf.h>
 #include <link.h>
 
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 
 namespace {
@@ -18,7 +18,8 @@ using namespace consumer;
 /// Names of all symbols that the file defines for others.
 std::set<std::string> ExportedNames(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+    std::vector<char> bytes(std::filesystem::file_size(path));
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(bytes.data());
     const auto* sections = reinterpret_cast<const ElfW(Shdr)*>(bytes.data() + header->e_shoff);
     std::set<std::string> names;
@@ -26,7 +27,8 @@ std::set<std::string> ExportedNames(const std::string& path) {
         if (sections[i].sh_type != SHT_DYNSYM) continue;
         const char* texts = bytes.data() + sections[sections[i].sh_link].sh_offset;
         const auto* symbols = reinterpret_cast<const ElfW(Sym)*>(bytes.data() + sections[i].sh_offset);
-        for (std::size_t k = 0; k < sections[i].sh_size / sizeof *symbols; ++k)
+        const std::size_t firstGlobal = sections[i].sh_info;
+        for (std::size_t k = firstGlobal; k < sections[i].sh_size / sizeof *symbols; ++k)
             if (symbols[k].st_shndx != SHN_UNDEF) names.insert(texts + symbols[k].st_name);
     }
     return names;
