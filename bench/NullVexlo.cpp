@@ -47,6 +47,9 @@ VxStatus CEnumerator::Discover(Callee* callee) {
 VxStatus CEnumerator::DeviceInfoFromPath(const char*, DeviceDiscoveryInfo&) {
     return VX_E_NOT_FOUND;
 }
+VxStatus CEnumerator::CheckAccess(const DeviceDiscoveryInfo&) {
+    return VX_OK;
+}
 VxStatus CEnumerator::DeviceVersion(const DeviceDiscoveryInfo&, char*, unsigned long) {
     return VX_E_NOT_FOUND;
 }
@@ -93,8 +96,8 @@ bool CVxDevice::IsWriteInDoubt(VxStatus) {
 VxStatus CVxDevice::RewriteMem(const void*, unsigned long, unsigned long) {
     return VX_OK;
 }
-VxStatus CVxDevice::GetProperty(EPropertyValue, void* buffer, unsigned long size) {
-    std::memset(buffer, 0, size);
+VxStatus CVxDevice::GetProperty(EPropertyValue id, void* buffer, unsigned long size) {
+    std::memset(buffer, id == Property_HasStream ? 1 : 0, size);
     return VX_OK;
 }
 VxStatus CVxDevice::SetProperty(EPropertyValue, const void*, unsigned long) {
@@ -129,6 +132,7 @@ VxStatus CVxStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t*) {
     return VX_OK;
 }
 void CVxStream::SetCompletionListener(std::function<void()>) {}
+void CVxStream::SetEndListener(std::function<void(VxStatus)>) {}
 std::shared_ptr<void> CVxStream::ShareMemory(unsigned long) {
     return nullptr;
 }
@@ -147,6 +151,9 @@ VxStatus CVxStream::FinishGrab() {
     return VX_OK;
 }
 VxStatus CVxStream::CancelGrab() {
+    return VX_OK;
+}
+VxStatus CVxStream::BeginCancelGrab() {
     return VX_OK;
 }
 VxStatus CVxStream::AllocateMemory(unsigned long, void**) {
@@ -168,6 +175,9 @@ VxStatus CVxStream::QueueBuffer(BufferHandle_s* handle, const void* context) {
     m_Impl->buffer = handle;
     m_Impl->context = context;
     m_Impl->queued = true;
+    return VX_OK;
+}
+VxStatus CVxStream::TakeBackBuffer(BufferHandle_s*) {
     return VX_OK;
 }
 VxStatus CVxStream::RetrieveBuffer(GrabResult* result, unsigned long* pCount) {
@@ -204,6 +214,7 @@ bool CVxEventStream::IsOpen() const {
 VxStatus CVxEventStream::RegisterWaitObject(Tavix::_WaitObjectPosix_t*) {
     return VX_OK;
 }
+void CVxEventStream::SetEndListener(std::function<void(VxStatus)>) {}
 VxStatus CVxEventStream::RetrieveEvent(void*, unsigned long*, unsigned long*) {
     return VX_E_NO_DATA;
 }
