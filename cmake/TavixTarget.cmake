@@ -118,6 +118,27 @@ function(tavix_test_habits name)
   if(TAVIX_SANITIZE)
     target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
   endif()
+  if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    tavix_test_headers(${name})
+  endif()
+endfunction()
+
+# tavix_test_headers(<name>): the headers of the test library and the standard ones that most tests include are read once,
+# by the target test_headers, for all tests. Only where everything is built at a time: the everyday build finds the file
+# that forgot to include them.
+function(tavix_test_headers name)
+  target_compile_options(${name} PRIVATE -fPIE -pthread) # what the compiler wants to be alike where such headers are used
+  if(name STREQUAL test_headers)
+    target_precompile_headers(${name} PRIVATE
+      <gmock/gmock.h> <gtest/gtest.h> <atomic> <chrono> <filesystem> <fstream> <functional> <future> <map> <set> <thread>)
+  else()
+    target_precompile_headers(${name} REUSE_FROM test_headers)
+  endif()
+  if(TAVIX_CCACHE) # which leaves alone what uses such headers, unless it is told that their text decides
+    target_compile_options(${name} PRIVATE -fpch-preprocess)
+    set_target_properties(${name} PROPERTIES
+      CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND};-E;env;CCACHE_SLOPPINESS=pch_defines,time_macros;${TAVIX_CCACHE}")
+  endif()
 endfunction()
 
 # tavix_large_batches(<name>...): for tests whose files share no names: as the headers of the test library cost the compiler
