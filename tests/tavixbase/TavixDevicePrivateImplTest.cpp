@@ -69,8 +69,9 @@ int64_t ValueOf(GenApi::INodeMap* pNodeMap, const char* name) {
     return GenApi::CIntegerPtr(pNodeMap->GetNode(name))->GetValue();
 }
 
-constexpr const char* kTooMany = "Cannot create node map. Too many strings(2) to inject. Currently the injection of "
-                                 "only one XML string is supported.";
+constexpr const char* kTooManyTexts =
+    "Cannot create node map. Too many strings(2) to inject. Currently the injection of "
+    "only one XML string is supported.";
 const gcstring_vector kTwo{"<a/>", "<b/>"};
 
 } // namespace
@@ -102,10 +103,10 @@ TEST(TavixDevicePrivateImpl, InjectsOneFragmentIntoTextAndFileAlike) {
 
 TEST(TavixDevicePrivateImpl, RefusesTwoFragmentsInAllFourOperations) {
     Camera camera;
-    EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromString(kPlainXml, kTwo), kTooMany);
-    EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromFile("/no.xml", kTwo), kTooMany);
-    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromString(kChunkXml, kTwo), kTooMany);
-    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromFile("/no.xml", kTwo), kTooMany);
+    EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromString(kPlainXml, kTwo), kTooManyTexts);
+    EXPECT_THROW_TEXT(RuntimeException, camera.CreateNodemapFromFile("/no.xml", kTwo), kTooManyTexts);
+    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromString(kChunkXml, kTwo), kTooManyTexts);
+    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromFile("/no.xml", kTwo), kTooManyTexts);
     EXPECT_EQ(camera.GetNodeMap(), nullptr);
 }
 
@@ -205,7 +206,7 @@ TEST(TavixDevicePrivateImpl, ForgetsTheChunkDescriptionBeforeANewExtraction) {
     Camera camera;
     camera.CreateNodemapFromString(kChunkXml, {});
     camera.ExtractChunkDataNodeMapFromString(kChunkXml, {});
-    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromString(kChunkXml, kTwo), kTooMany);
+    EXPECT_THROW_TEXT(RuntimeException, camera.ExtractChunkDataNodeMapFromString(kChunkXml, kTwo), kTooManyTexts);
     EXPECT_FALSE(camera.ChunkDataXmlDescriptionAvailable());
 }
 

@@ -36,6 +36,7 @@ private:
 struct DepartingDevice final : ITavixDevicePrivate, ApplicationSideOfFakeDevice {
     DepartingDevice(CreatedDevices& all, std::vector<const ITavixDevice*>& gone)
         : ApplicationSideOfFakeDevice(CDeviceInfo()), m_All(all), m_Gone(gone) {
+        GenApi::AutoLock guard(m_All.lock);
         m_All.devices.insert(this);
     }
     void CreateNodemapFromFile(const gcstring&, const gcstring_vector&) override {}
@@ -46,7 +47,10 @@ struct DepartingDevice final : ITavixDevicePrivate, ApplicationSideOfFakeDevice 
     bool ChunkDataXmlDescriptionAvailable() const override { return false; }
     boost::shared_ptr<GenApi::CNodeMapRef> CreateChunkNodeMap() override { return {}; }
     void Delete() override {
-        EXPECT_EQ(m_All.devices.count(this), 1U) << "it is the set's until it is gone";
+        {
+            GenApi::AutoLock guard(m_All.lock);
+            EXPECT_EQ(m_All.devices.count(this), 1U) << "it is the set's until it is gone";
+        }
         m_Gone.push_back(this);
         delete this;
     }
@@ -107,6 +111,7 @@ TEST(CreatedDevicesOrder, ForgetsADeviceOnlyWhenItIsGone) {
     CreatedDevices all;
     std::vector<const ITavixDevice*> gone;
     ITavixDevice* const pDevice = new DepartingDevice(all, gone);
+    GenApi::AutoLock guard(all.lock);
     all.Destroy(pDevice);
     EXPECT_EQ(gone.size(), 1U);
     EXPECT_TRUE(all.devices.empty());

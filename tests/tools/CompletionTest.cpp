@@ -99,10 +99,15 @@ TEST(Completion, ForBashKnowsCommandsBehindOptionsAndTheirValues) {
     EXPECT_EQ(Offered(folder, "tavix virtual serve --usb"), "--usbip --usbredir");
 }
 
+std::string CurrentPath() {
+    const char* const path = std::getenv("PATH");
+    return path == nullptr ? "" : path;
+}
+
 /// While it lives, shells find the program. Bound to a thread.
 class ProgramInPath {
 public:
-    explicit ProgramInPath(const TestFolder& folder) : m_Before(std::getenv("PATH")) {
+    explicit ProgramInPath(const TestFolder& folder) : m_Before(CurrentPath()) {
         std::filesystem::create_directory(folder.Path("bin"));
         std::filesystem::create_symlink(TAVIX_TOOL, folder.Path("bin/tavix"));
         setenv("PATH", (folder.Path("bin") + ":" + m_Before).c_str(), /*overwrite=*/1);

@@ -19,7 +19,7 @@ using Calls = std::vector<Call>;
 #define CONSUMER_CALL(name, kind, ...)                                                                                 \
     {                                                                                                                  \
 #name, Kind::kind, [](Library& lib, void* h, const Things& things) {                                              \
-         Room r;                                                                                                       \
+         [[maybe_unused]] Room r;                                                                                      \
          (void)things;                                                                                                 \
          return lib.name(h, __VA_ARGS__);                                                                              \
      }    \

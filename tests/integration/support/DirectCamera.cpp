@@ -79,11 +79,11 @@ DirectStream::~DirectStream() {
 }
 
 void DirectStream::Start() {
-    constexpr unsigned long kBuffers = 4;
+    constexpr unsigned long kRegistered = 4;
     const unsigned long size = m_Camera.Read(kStreamRegisters + 8);
-    Require(m_Stream.PrepareGrab(kBuffers, size));
+    Require(m_Stream.PrepareGrab(kRegistered, size));
     Require(m_Stream.StartStreaming());
-    for (unsigned long i = 0; i < kBuffers; ++i) {
+    for (unsigned long i = 0; i < kRegistered; ++i) {
         m_Memory.emplace_back(size);
         vexlo::BufferHandle_s* handle = nullptr;
         Require(m_Stream.RegisterBuffer(m_Memory.back().data(), size, &handle));

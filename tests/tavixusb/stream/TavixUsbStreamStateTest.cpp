@@ -62,6 +62,7 @@ TEST_F(StreamGrabber, VerifiesItsStateBothWays) {
 struct StateProbe : Tavix::CTavixUsbStream {
     using CTavixUsbStream::CTavixUsbStream;
     using CTavixUsbStream::EStreamGrabberState;
+    using CTavixUsbStream::GetLock;
     using CTavixUsbStream::GetState;
     using CTavixUsbStream::GetStateName;
     using CTavixUsbStream::SetState;
@@ -83,6 +84,7 @@ protected:
 
 TEST_F(StreamGrabberProbe, NamesItsStates) {
     const char* const names[] = {"Closed", "Open", "Grabbing", "Unknown State"};
+    const Tavix::TransportGuard guard(probe.GetLock());
     for (int state = 0; state < 4; ++state) {
         probe.SetState(static_cast<StateProbe::EStreamGrabberState>(state));
         EXPECT_EQ(state, probe.GetState());
