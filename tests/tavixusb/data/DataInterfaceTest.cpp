@@ -6,6 +6,7 @@
 #include "event/TavixUsbEventAdapter.h"
 #include "event/TavixUsbEventGrabber.h"
 #include "stream/TavixUsbStream.h"
+#include "tavixusb/support/Slot.h"
 
 #include <gtest/gtest.h>
 
@@ -18,15 +19,7 @@ using namespace Tavix;
 using GenApi::CChunkAdapterUsb;
 using GenApi::INode;
 using GenICam::gcstring;
-
-/// The place of a virtual operation in its class's table, as this platform writes it into pointers to members.
-template<class Operation>
-std::size_t Slot(Operation operation) {
-    std::uintptr_t word = 0;
-    std::memcpy(&word, &operation, sizeof word);
-    EXPECT_EQ(word % sizeof(void*), 1u) << "not virtual";
-    return word / sizeof(void*);
-}
+using support::Slot;
 
 /// Each stands right behind the one before.
 template<class... Operations>

@@ -2,32 +2,22 @@
 
 #include "TavixTL_USB/TavixUSB/device/TavixUsbDevice.h"
 #include "TavixTL_USB/TavixUSB/discovery/TavixUsbTL.h"
+#include "tests/tavixusb/support/Slot.h"
 
 #include <gmock/gmock.h>
 
-#include <cstring>
-
 using namespace Tavix;
+using support::Slot;
 using testing::ElementsAreArray;
 
 namespace {
 
 using Slots = std::vector<std::size_t>;
 
-/// The place of a virtual operation in the table of its class; a pointer to it holds the offset plus one.
-template<class Member>
-std::size_t SlotOf(Member member) {
-    static_assert(sizeof member == 2 * sizeof(std::size_t));
-    std::size_t words[2];
-    std::memcpy(words, &member, sizeof words);
-    EXPECT_EQ(1u, words[0] % sizeof(void*)) << "not virtual";
-    return words[0] / sizeof(void*);
-}
-
 /// Chooses among overloads, and asks for the exact signature.
 template<class Result, class Class, class... Arguments>
 std::size_t SlotOfOverload(Result (Class::*member)(Arguments...)) {
-    return SlotOf(member);
+    return Slot(member);
 }
 
 Slots CountFrom(std::size_t first, std::size_t count) {
@@ -40,18 +30,18 @@ Slots CountFrom(std::size_t first, std::size_t count) {
 /// The hooks are for heirs.
 struct Hooks : CTransportLayerBase {
     static Slots Get() {
-        return {SlotOf(&Hooks::InternalEnumerateDevices),
-                SlotOf(&Hooks::InternalCreateDevice),
-                SlotOf(&Hooks::InternalCreateDeviceInfo),
-                SlotOf(&Hooks::InternalIsSubset),
-                SlotOf(&Hooks::InternalGetDeviceClass),
-                SlotOf(&Hooks::InternalNeedsTlSpecificDeviceDiscovery),
-                SlotOf(&Hooks::InternalDoTlSpecificDeviceDiscovery),
-                SlotOf(&Hooks::InternalGetNodeMap),
-                SlotOf(&Hooks::InternalEnumerateInterfaces),
-                SlotOf(&Hooks::InternalIsDeviceAccessible),
-                SlotOf(&Hooks::CanProvideXmlFile),
-                SlotOf(&Hooks::ProvideXmlFile)};
+        return {Slot(&Hooks::InternalEnumerateDevices),
+                Slot(&Hooks::InternalCreateDevice),
+                Slot(&Hooks::InternalCreateDeviceInfo),
+                Slot(&Hooks::InternalIsSubset),
+                Slot(&Hooks::InternalGetDeviceClass),
+                Slot(&Hooks::InternalNeedsTlSpecificDeviceDiscovery),
+                Slot(&Hooks::InternalDoTlSpecificDeviceDiscovery),
+                Slot(&Hooks::InternalGetNodeMap),
+                Slot(&Hooks::InternalEnumerateInterfaces),
+                Slot(&Hooks::InternalIsDeviceAccessible),
+                Slot(&Hooks::CanProvideXmlFile),
+                Slot(&Hooks::ProvideXmlFile)};
     }
 };
 
@@ -65,17 +55,17 @@ TEST(SlotOrder, OfATransportLayer) {
         SlotOfOverload<ITavixDevice*, Tl, const CDeviceInfo&, const gcstring_vector&>(&Tl::CreateDevice),
         SlotOfOverload<ITavixDevice*, Tl, const CDeviceInfo&, const gcstring_vector&>(&Tl::CreateFirstDevice),
         SlotOfOverload<ITavixDevice*, Tl, const gcstring&>(&Tl::CreateDevice),
-        SlotOf(&Tl::DestroyDevice),
-        SlotOf(&Tl::IsDeviceAccessible),
-        SlotOf(&Tl::GetTlInfo),
-        SlotOf(&Tl::CreateDeviceInfo),
-        SlotOf(&Tl::GetNodeMap),
-        SlotOf(&Tl::EnumerateInterfaces)};
+        Slot(&Tl::DestroyDevice),
+        Slot(&Tl::IsDeviceAccessible),
+        Slot(&Tl::GetTlInfo),
+        Slot(&Tl::CreateDeviceInfo),
+        Slot(&Tl::GetNodeMap),
+        Slot(&Tl::EnumerateInterfaces)};
     EXPECT_THAT(beforeDestructor, ElementsAreArray(CountFrom(0, 13)));
     const Slots afterDestructor = {
-        SlotOf(&Tl::Release),          SlotOf(&Tl::Delete),           SlotOf(&Tl::GetXmlFileProvider),
-        SlotOf(&Tl::IsTLEnabled),      SlotOf(&Tl::CreateDeviceImpl), SlotOf(&Tl::SetDeviceCreationObserver),
-        SlotOf(&Tl::DestroyAllDevices)};
+        Slot(&Tl::Release),          Slot(&Tl::Delete),           Slot(&Tl::GetXmlFileProvider),
+        Slot(&Tl::IsTLEnabled),      Slot(&Tl::CreateDeviceImpl), Slot(&Tl::SetDeviceCreationObserver),
+        Slot(&Tl::DestroyAllDevices)};
     EXPECT_THAT(afterDestructor, ElementsAreArray(CountFrom(15, 7))); // a destructor has two slots
 }
 
@@ -85,36 +75,36 @@ TEST(SlotOrder, OfTheHooksOfATransportLayer) {
 
 TEST(SlotOrder, OfADevice) {
     using Device = CTavixUsbDevice;
-    const Slots beforeDestructor = {SlotOf(&Device::CreateNodemapFromFile),
-                                    SlotOf(&Device::CreateNodemapFromString),
-                                    SlotOf(&Device::ExtractChunkDataNodeMapFromFile),
-                                    SlotOf(&Device::ExtractChunkDataNodeMapFromString),
-                                    SlotOf(&Device::GetChunkDataNodeMapSupported),
-                                    SlotOf(&Device::ChunkDataXmlDescriptionAvailable),
-                                    SlotOf(&Device::Delete),
-                                    SlotOf(&Device::CreateChunkNodeMap)};
+    const Slots beforeDestructor = {Slot(&Device::CreateNodemapFromFile),
+                                    Slot(&Device::CreateNodemapFromString),
+                                    Slot(&Device::ExtractChunkDataNodeMapFromFile),
+                                    Slot(&Device::ExtractChunkDataNodeMapFromString),
+                                    Slot(&Device::GetChunkDataNodeMapSupported),
+                                    Slot(&Device::ChunkDataXmlDescriptionAvailable),
+                                    Slot(&Device::Delete),
+                                    Slot(&Device::CreateChunkNodeMap)};
     EXPECT_THAT(beforeDestructor, ElementsAreArray(CountFrom(0, 8)));
-    const Slots afterDestructor = {SlotOf(&Device::Open),
-                                   SlotOf(&Device::Close),
-                                   SlotOf(&Device::IsOpen),
-                                   SlotOf(&Device::GetDeviceInfo),
-                                   SlotOf(&Device::GetNumStreamGrabberChannels),
-                                   SlotOf(&Device::GetStreamGrabber),
-                                   SlotOf(&Device::GetEventGrabber),
-                                   SlotOf(&Device::GetNodeMap),
-                                   SlotOf(&Device::GetTLNodeMap),
-                                   SlotOf(&Device::CreateChunkParser),
-                                   SlotOf(&Device::DestroyChunkParser),
-                                   SlotOf(&Device::CreateSelfReliantChunkParser),
-                                   SlotOf(&Device::DestroySelfReliantChunkParser),
-                                   SlotOf(&Device::CreateEventAdapter),
-                                   SlotOf(&Device::DestroyEventAdapter),
-                                   SlotOf(&Device::RegisterRemovalCallback),
-                                   SlotOf(&Device::DeregisterRemovalCallback),
-                                   SlotOf(&Device::AccessMode),
-                                   SlotOf(&Device::GetAccessMode),
-                                   SlotOf(&Device::Read),
-                                   SlotOf(&Device::Write)};
+    const Slots afterDestructor = {Slot(&Device::Open),
+                                   Slot(&Device::Close),
+                                   Slot(&Device::IsOpen),
+                                   Slot(&Device::GetDeviceInfo),
+                                   Slot(&Device::GetNumStreamGrabberChannels),
+                                   Slot(&Device::GetStreamGrabber),
+                                   Slot(&Device::GetEventGrabber),
+                                   Slot(&Device::GetNodeMap),
+                                   Slot(&Device::GetTLNodeMap),
+                                   Slot(&Device::CreateChunkParser),
+                                   Slot(&Device::DestroyChunkParser),
+                                   Slot(&Device::CreateSelfReliantChunkParser),
+                                   Slot(&Device::DestroySelfReliantChunkParser),
+                                   Slot(&Device::CreateEventAdapter),
+                                   Slot(&Device::DestroyEventAdapter),
+                                   Slot(&Device::RegisterRemovalCallback),
+                                   Slot(&Device::DeregisterRemovalCallback),
+                                   Slot(&Device::AccessMode),
+                                   Slot(&Device::GetAccessMode),
+                                   Slot(&Device::Read),
+                                   Slot(&Device::Write)};
     EXPECT_THAT(afterDestructor, ElementsAreArray(CountFrom(10, 21)));
 }
 
