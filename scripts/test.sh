@@ -6,5 +6,5 @@ cd "$(dirname "$0")/.."
 
 scripts/setup.sh
 cmake --preset fresh >/dev/null || { echo "test: configuring failed; run 'cmake --preset fresh' to see why" >&2; exit 1; }
-cmake --build --preset fresh
+cmake --build --preset fresh -j "$(nproc)" # more at a time only take the cache from each other
 exec ctest --preset fresh --output-on-failure "$@"
